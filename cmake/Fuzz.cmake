@@ -1,0 +1,21 @@
+# Fuzzers: fuzz/<floor>/<entry>.cpp, each a libFuzzer target over the floor of its folder, with seeds
+# in fuzz/<floor>/seeds/<entry>/. In every preset but `fuzz` the same source is linked with a driver that
+# replays the seeds, and that replay is a test.
+function(chronoseal_fuzzers floor)
+  cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
+  file(GLOB entries CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${floor}/*.cpp)
+  foreach(source IN LISTS entries)
+    get_filename_component(entry ${source} NAME_WE)
+    set(target fuzz_${floor}_${entry})
+    add_executable(${target} ${source})
+    target_link_libraries(${target} PRIVATE ${floor} ${arg_LINK} chronoseal_options Threads::Threads)
+    set(seeds ${CMAKE_CURRENT_SOURCE_DIR}/${floor}/seeds/${entry})
+    if(CHRONOSEAL_FUZZ)
+      target_link_options(${target} PRIVATE -fsanitize=fuzzer)
+    else()
+      target_sources(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/replay.cpp)
+      add_test(NAME ${target} COMMAND ${target} ${seeds})
+      set_tests_properties(${target} PROPERTIES LABELS fuzz)
+    endif()
+  endforeach()
+endfunction()

@@ -1,0 +1,39 @@
+// File times as one number, and the ways between them and OpenSSL's times.
+#pragma once
+
+#include "sup/types.h"
+
+#include <openssl/asn1.h>
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+
+namespace basalt {
+
+// Ticks of 100 nanoseconds since 1601.
+using FileTicks = std::uint64_t;
+
+inline constexpr FileTicks kTicksPerSecond = 10'000'000;
+inline constexpr std::int64_t kUnixEpochSeconds = 11'644'473'600; // 1601 to 1970
+
+inline FileTicks ticks_of(const FILETIME& time) {
+    return (FileTicks{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+inline FILETIME file_time_of(FileTicks ticks) {
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+// Whole seconds, cut.
+inline std::time_t unix_time_of(FileTicks ticks) {
+    return static_cast<std::time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) -
+                                    kUnixEpochSeconds);
+}
+
+FileTicks now_in_ticks();
+
+// Nothing for a null time, one that OpenSSL can't read, or one before 1601.
+std::optional<FileTicks> ticks_of(const ASN1_TIME* time);
+
+} // namespace basalt

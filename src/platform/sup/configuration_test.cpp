@@ -1,0 +1,258 @@
+// The tree over real files: the environment leads to a folder of the test's own.
+#include "sup/configuration.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+class Configuration : public testing::Test {
+protected:
+    Configuration() {
+        std::string pattern = testing::TempDir() + "basalt_configuration_XXXXXX";
+        folder_ = mkdtemp(pattern.data());
+        file_ = folder_ + "/machine.toml";
+        setenv("BASALT_CONFIG", file_.c_str(), 1);
+    }
+    ~Configuration() override {
+        unsetenv("BASALT_CONFIG");
+        std::filesystem::remove_all(folder_);
+    }
+
+    void write(const std::string& text) const { std::ofstream(file_) << text; }
+
+    std::string folder_;
+    std::string file_;
+};
+
+struct Answer {
+    int size_code = 0;
+    int code = -1; // -1: not asked
+    std::string bytes;
+};
+
+using Reader = int (*)(const char*, std::size_t*, char*);
+
+// The two calls as a careful reader makes them, into an exact heap block.
+Answer read(Reader reader, const char* path) {
+    Answer answer;
+    std::size_t size = 0;
+    answer.size_code = reader(path, &size, nullptr);
+    if (answer.size_code == 0) {
+        std::vector<char> buffer(size + 1, '#');
+        answer.code = reader(path, &size, buffer.data());
+        if (answer.code == 0) {
+            EXPECT_EQ(buffer[size], '\0');
+            answer.bytes.assign(buffer.data(), size);
+        }
+    }
+    return answer;
+}
+
+std::string problem() {
+    return read([](const char*, std::size_t* size,
+                   char* buffer) { return support_registry_problem(size, buffer); },
+                "")
+        .bytes;
+}
+
+} // namespace
+
+TEST_F(Configuration, FourTypes) {
+    write("[config.cades.tsppolicy]\n"
+          "StampAccuracy = 180001\nNegative = -5\nRequireNonce = true\nDisableNonce = 0\nOne = 7\n"
+          "DefaultTSPURL = 'http://tsa.example/\u00e9'\nEmpty = ''\n"
+          "AllowedTSPs = ['http://a/', '', 'http://b/']\nNone = []\n");
+    long number = 0;
+    EXPECT_EQ(support_registry_get_long("\\config\\cades\\tsppolicy\\StampAccuracy", &number), 0);
+    EXPECT_EQ(number, 180001);
+    EXPECT_EQ(support_registry_get_long("\\config\\cades\\tsppolicy\\Negative", &number), 0);
+    EXPECT_EQ(number, -5);
+    int flag = 9;
+    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\tsppolicy\\RequireNonce", &flag), 0);
+    EXPECT_EQ(flag, 1);
+    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\tsppolicy\\DisableNonce", &flag), 0);
+    EXPECT_EQ(flag, 0);
+    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\tsppolicy\\One", &flag), 0);
+    EXPECT_EQ(flag, 1);
+    const auto string = [](const char* name) {
+        return read(support_registry_get_string,
+                    (std::string("\\config\\cades\\tsppolicy\\") + name).c_str());
+    };
+    EXPECT_EQ(string("DefaultTSPURL").bytes, "http://tsa.example/\xC3\xA9");
+    EXPECT_EQ(string("Empty").code, 0);
+    EXPECT_EQ(string("Empty").bytes, "");
+    const auto list = [](const char* name) {
+        return read(support_registry_get_multi_string,
+                    (std::string("\\config\\cades\\tsppolicy\\") + name).c_str());
+    };
+    EXPECT_EQ(list("AllowedTSPs").bytes, std::string("http://a/\0\0http://b/\0", 21));
+    EXPECT_EQ(list("None").code, 0);
+    EXPECT_EQ(list("None").bytes, "");
+    EXPECT_EQ(list("DefaultTSPURL").bytes, std::string("http://tsa.example/\xC3\xA9\0", 22));
+}
+
+TEST_F(Configuration, AbsentKeysAndTables) {
+    write("[config.cades]\nx = 1\n");
+    long number = 42;
+    int flag = 42;
+    for (const char* path : {"\\config\\cades\\y", "\\config\\cades", "\\config\\cades\\x\\z",
+                             "\\config\\CADES\\x", "\\config\\cades\\", "\\"}) {
+        EXPECT_EQ(support_registry_get_long(path, &number), 2) << path;
+        EXPECT_EQ(support_registry_get_bool(path, &flag), 2) << path;
+        EXPECT_EQ(read(support_registry_get_string, path).size_code, 2) << path;
+        EXPECT_EQ(read(support_registry_get_multi_string, path).size_code, 2) << path;
+    }
+    EXPECT_EQ(number, 42);
+    EXPECT_EQ(flag, 42);
+    EXPECT_EQ(support_registry_get_long("config\\cades\\x", &number), 87);
+    EXPECT_EQ(support_registry_get_long(nullptr, &number), 87);
+    EXPECT_EQ(support_registry_get_long("\\config\\cades\\x", nullptr), 87);
+    EXPECT_EQ(support_registry_get_string("\\config\\cades\\x", nullptr, nullptr), 87);
+}
+
+// A list of addresses that was mistyped must not pass for no list: its reader would allow
+// everything.
+TEST_F(Configuration, ValueOfTheWrongTypeIsNotAbsent) {
+    write("text = '1'\nnumber = 1\nreal = 1.0\nmixed = ['a', 1]\nzero = \"a\\u0000b\"\n"
+          "zeros = [\"a\\u0000b\"]\n");
+    long number = 42;
+    EXPECT_EQ(support_registry_get_long("\\text", &number), 1629);
+    EXPECT_EQ(support_registry_get_long("\\real", &number), 1629);
+    EXPECT_EQ(number, 42);
+    int flag = 42;
+    EXPECT_EQ(support_registry_get_bool("\\text", &flag), 1629);
+    EXPECT_EQ(flag, 42);
+    const auto expect = [](Reader reader, const char* path, int code) {
+        const Answer answer = read(reader, path);
+        EXPECT_EQ(answer.size_code, 0) << path;
+        EXPECT_EQ(answer.code, code) << path;
+    };
+    expect(support_registry_get_string, "\\number", 1629);
+    expect(support_registry_get_string, "\\mixed", 1629);
+    expect(support_registry_get_string, "\\zero", 13);
+    expect(support_registry_get_multi_string, "\\number", 1629);
+    expect(support_registry_get_multi_string, "\\mixed", 1629);
+    expect(support_registry_get_multi_string, "\\zeros", 13);
+}
+
+TEST_F(Configuration, BrokenFileIsAnErrorForEveryKeyAndSaysWhere) {
+    write("[config]\nfine = 'x'\nbad = [1,\n[\n");
+    long number = 0;
+    EXPECT_EQ(support_registry_get_long("\\config\\fine", &number), 1009);
+    for (const char* path : {"\\config\\fine", "\\config\\nothing"}) {
+        const Answer answer = read(support_registry_get_multi_string, path);
+        EXPECT_EQ(answer.size_code, 0);
+        EXPECT_EQ(answer.code, 1009);
+    }
+    EXPECT_EQ(problem().find(file_ + ":4:"), 0U) << problem();
+    write("[config]\nfine = 'x'\n");
+    EXPECT_EQ(problem(), "");
+    EXPECT_EQ(read(support_registry_get_string, "\\config\\fine").bytes, "x");
+}
+
+TEST_F(Configuration, NoFilePipeFolderAndHugeFileAreFaults) {
+    long number = 0;
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009); // not there
+    ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    std::filesystem::remove(file_);
+    std::filesystem::create_directory(file_);
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    std::filesystem::remove(file_);
+    write("a = 1\n" + std::string((1 << 20), '#'));
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    setenv("BASALT_CONFIG", "/dev/zero", 1);
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    setenv("BASALT_CONFIG", "/dev/null", 1);
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 2);
+}
+
+TEST_F(Configuration, DeepNestingDoesNotOverflowTheStack) {
+    write("a = " + std::string(500000, '['));
+    long number = 0;
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    std::string table = "[a";
+    for (int i = 0; i < 200000; ++i) {
+        table += ".a";
+    }
+    write(table + "]\nx = 1\n");
+    EXPECT_NE(support_registry_get_long("\\a\\x", &number), 0);
+    EXPECT_NE(problem(), "");
+}
+
+TEST_F(Configuration, ChangedFileIsReadAgain) {
+    long number = 0;
+    for (long i = 1; i < 10; ++i) { // quicker than the clock that stamps files, and of one size
+        write("a = " + std::to_string(i) + "\n");
+        ASSERT_EQ(support_registry_get_long("\\a", &number), 0);
+        ASSERT_EQ(number, i);
+    }
+    std::ofstream(file_ + ".new") << "a = 0\n";
+    std::filesystem::rename(file_ + ".new", file_);
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
+    EXPECT_EQ(number, 0);
+}
+
+TEST_F(Configuration, SmallBufferGetsNothingAndTheNeededSize) {
+    write("s = 'abcdef'\n");
+    char buffer[] = "######";
+    std::size_t size = 5;
+    EXPECT_EQ(support_registry_get_string("\\s", &size, buffer), 234);
+    EXPECT_EQ(size, 6U);
+    EXPECT_STREQ(buffer, "######");
+}
+
+TEST_F(Configuration, UserFileAddsButNeverOverrides) {
+    if (std::filesystem::exists("/etc/basalt/config.toml")) {
+        GTEST_SKIP() << "this machine has a configuration of its own";
+    }
+    const char* home = std::getenv("HOME");
+    const std::string old_home = home != nullptr ? home : "";
+    unsetenv("BASALT_CONFIG");
+    std::filesystem::create_directories(folder_ + "/.config/basalt");
+    const std::string user_file = folder_ + "/.config/basalt/config.toml";
+    std::ofstream(user_file) << "a = 1\n";
+    setenv("HOME", folder_.c_str(), 1);
+    long number = 0;
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
+    EXPECT_EQ(number, 1);
+    EXPECT_EQ(read(support_registry_origin, "\\a").bytes, user_file);
+    setenv("HOME", "relative", 1);
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 2);
+    setenv("HOME", old_home.c_str(), 1);
+}
+
+TEST_F(Configuration, ListingIsSortedWithTypesAndOrigin) {
+    write("[config.b]\nz = 1\na = true\nd = 1979-05-27\nl = ['x']\nm = ['x', 2]\n[config.bb]\nq = "
+          "'s'\n");
+    std::vector<std::pair<std::string, int>> found;
+    for (DWORD i = 0;; ++i) {
+        char name[64];
+        std::size_t size = sizeof name - 1;
+        const int code = support_registry_enum("\\config\\b", i, &size, name);
+        if (code != 0) {
+            EXPECT_EQ(code, 259);
+            break;
+        }
+        int type = 0;
+        EXPECT_EQ(support_registry_get_type(name, &type), 0);
+        EXPECT_EQ(read(support_registry_origin, name).bytes, file_);
+        found.emplace_back(name, type);
+    }
+    const std::vector<std::pair<std::string, int>> expected = {
+        {"\\config\\b\\a", SUPPORT_REGISTRY_BOOL},
+        {"\\config\\b\\d", SUPPORT_REGISTRY_OTHER},
+        {"\\config\\b\\l", SUPPORT_REGISTRY_MULTI_STRING},
+        {"\\config\\b\\m", SUPPORT_REGISTRY_OTHER},
+        {"\\config\\b\\z", SUPPORT_REGISTRY_NUMBER}};
+    EXPECT_EQ(found, expected);
+}

@@ -1,0 +1,187 @@
+// The published error numbers that the platform surface gives. All are DWORDs, the type of the last
+// error; cast to HRESULT where a result code (negative for failure) is wanted.
+#pragma once
+
+#include "sup/types.h"
+
+// System errors.
+inline constexpr DWORD ERROR_SUCCESS = 0;
+inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
+inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
+inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
+inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
+inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr DWORD ERROR_BAD_FORMAT = 11;
+inline constexpr DWORD ERROR_INVALID_DATA = 13;
+inline constexpr DWORD ERROR_OUTOFMEMORY = 14;
+inline constexpr DWORD ERROR_WRITE_FAULT = 29;
+inline constexpr DWORD ERROR_READ_FAULT = 30;
+inline constexpr DWORD ERROR_SHARING_VIOLATION = 32;
+inline constexpr DWORD ERROR_NOT_SUPPORTED = 50;
+inline constexpr DWORD ERROR_FILE_EXISTS = 80;
+inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
+inline constexpr DWORD ERROR_BUFFER_OVERFLOW = 111;
+inline constexpr DWORD ERROR_CALL_NOT_IMPLEMENTED = 120;
+inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
+inline constexpr DWORD ERROR_INVALID_NAME = 123;
+inline constexpr DWORD ERROR_BUSY = 170;
+inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+inline constexpr DWORD ERROR_MORE_DATA = 234;
+inline constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
+inline constexpr DWORD ERROR_ARITHMETIC_OVERFLOW = 534;
+inline constexpr DWORD ERROR_INVALID_FLAGS = 1004;
+inline constexpr DWORD ERROR_BADDB = 1009;
+inline constexpr DWORD ERROR_NO_UNICODE_TRANSLATION = 1113;
+inline constexpr DWORD ERROR_IO_DEVICE = 1117;
+inline constexpr DWORD ERROR_NOT_FOUND = 1168;
+inline constexpr DWORD ERROR_ACCESS_DISABLED_BY_POLICY = 1260;
+inline constexpr DWORD ERROR_FILE_CORRUPT = 1392;
+inline constexpr DWORD ERROR_INTERNAL_ERROR = 1359;
+inline constexpr DWORD ERROR_TIMEOUT = 1460;
+inline constexpr DWORD ERROR_DATATYPE_MISMATCH = 1629;
+inline constexpr DWORD ERROR_INVALID_TIME = 1901;
+inline constexpr DWORD ERROR_INVALID_STATE = 5023;
+
+// Network errors.
+inline constexpr DWORD ERROR_WINHTTP_TIMEOUT = 12002;
+inline constexpr DWORD ERROR_WINHTTP_INTERNAL_ERROR = 12004;
+inline constexpr DWORD ERROR_WINHTTP_INVALID_URL = 12005;
+inline constexpr DWORD ERROR_WINHTTP_UNRECOGNIZED_SCHEME = 12006;
+inline constexpr DWORD ERROR_WINHTTP_NAME_NOT_RESOLVED = 12007;
+inline constexpr DWORD ERROR_WINHTTP_INVALID_OPTION = 12009;
+inline constexpr DWORD ERROR_WINHTTP_OPTION_NOT_SETTABLE = 12011;
+inline constexpr DWORD ERROR_WINHTTP_LOGIN_FAILURE = 12015;
+inline constexpr DWORD ERROR_WINHTTP_OPERATION_CANCELLED = 12017;
+inline constexpr DWORD ERROR_WINHTTP_CANNOT_CONNECT = 12029;
+inline constexpr DWORD ERROR_WINHTTP_CONNECTION_ERROR = 12030;
+inline constexpr DWORD ERROR_WINHTTP_INVALID_SERVER_RESPONSE = 12152;
+inline constexpr DWORD ERROR_WINHTTP_INVALID_HEADER = 12153;
+inline constexpr DWORD ERROR_WINHTTP_INVALID_QUERY_REQUEST = 12154;
+inline constexpr DWORD ERROR_WINHTTP_REDIRECT_FAILED = 12156;
+inline constexpr DWORD ERROR_WINHTTP_SECURE_CHANNEL_ERROR = 12157;
+inline constexpr DWORD ERROR_WINHTTP_SECURE_FAILURE = 12175;
+inline constexpr DWORD ERROR_WINHTTP_HEADER_SIZE_OVERFLOW = 12182;
+inline constexpr DWORD ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW =
+    12184; // the answer is over its bound
+inline constexpr DWORD ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED_PROXY = 12187; // the proxy said 407
+inline constexpr DWORD ERROR_WINHTTP_SECURE_FAILURE_PROXY = 12188;
+
+// Result codes.
+inline constexpr DWORD S_OK = 0;
+inline constexpr DWORD S_FALSE = 1;
+inline constexpr DWORD E_NOTIMPL = 0x80004001;
+inline constexpr DWORD E_POINTER = 0x80004003;
+inline constexpr DWORD E_FAIL = 0x80004005;
+inline constexpr DWORD E_UNEXPECTED = 0x8000FFFF;
+inline constexpr DWORD E_ACCESSDENIED = 0x80070005;
+inline constexpr DWORD E_HANDLE = 0x80070006;
+inline constexpr DWORD E_OUTOFMEMORY = 0x8007000E;
+inline constexpr DWORD E_INVALIDARG = 0x80070057;
+
+// Providers, hashes and keys.
+inline constexpr DWORD NTE_BAD_UID = 0x80090001;
+inline constexpr DWORD NTE_BAD_HASH = 0x80090002;
+inline constexpr DWORD NTE_BAD_KEY = 0x80090003;
+inline constexpr DWORD NTE_BAD_LEN = 0x80090004;
+inline constexpr DWORD NTE_BAD_DATA = 0x80090005;
+inline constexpr DWORD NTE_BAD_SIGNATURE = 0x80090006;
+inline constexpr DWORD NTE_BAD_VER = 0x80090007;
+inline constexpr DWORD NTE_BAD_ALGID = 0x80090008;
+inline constexpr DWORD NTE_BAD_FLAGS = 0x80090009;
+inline constexpr DWORD NTE_BAD_TYPE = 0x8009000A;
+inline constexpr DWORD NTE_BAD_KEY_STATE = 0x8009000B;
+inline constexpr DWORD NTE_BAD_HASH_STATE = 0x8009000C;
+inline constexpr DWORD NTE_NO_KEY = 0x8009000D;
+inline constexpr DWORD NTE_NO_MEMORY = 0x8009000E;
+inline constexpr DWORD NTE_EXISTS = 0x8009000F;
+inline constexpr DWORD NTE_PERM = 0x80090010;
+inline constexpr DWORD NTE_NOT_FOUND = 0x80090011;
+inline constexpr DWORD NTE_BAD_PROVIDER = 0x80090013;
+inline constexpr DWORD NTE_BAD_PROV_TYPE = 0x80090014;
+inline constexpr DWORD NTE_BAD_PUBLIC_KEY = 0x80090015;
+inline constexpr DWORD NTE_BAD_KEYSET = 0x80090016;
+inline constexpr DWORD NTE_PROV_TYPE_NOT_DEF = 0x80090017;
+inline constexpr DWORD NTE_KEYSET_NOT_DEF = 0x80090019;
+inline constexpr DWORD NTE_PROV_TYPE_NO_MATCH = 0x8009001B;
+inline constexpr DWORD NTE_BAD_KEYSET_PARAM = 0x8009001F;
+inline constexpr DWORD NTE_FAIL = 0x80090020;
+inline constexpr DWORD NTE_SYS_ERR = 0x80090021;
+inline constexpr DWORD NTE_SILENT_CONTEXT = 0x80090022;
+inline constexpr DWORD NTE_NOT_SUPPORTED = 0x80090029;
+
+// Messages, stores and certificates.
+inline constexpr DWORD CRYPT_E_MSG_ERROR = 0x80091001;
+inline constexpr DWORD CRYPT_E_UNKNOWN_ALGO = 0x80091002;
+inline constexpr DWORD CRYPT_E_OID_FORMAT = 0x80091003;
+inline constexpr DWORD CRYPT_E_INVALID_MSG_TYPE = 0x80091004;
+inline constexpr DWORD CRYPT_E_UNEXPECTED_ENCODING = 0x80091005;
+inline constexpr DWORD CRYPT_E_AUTH_ATTR_MISSING = 0x80091006;
+inline constexpr DWORD CRYPT_E_HASH_VALUE = 0x80091007;
+inline constexpr DWORD CRYPT_E_INVALID_INDEX = 0x80091008;
+inline constexpr DWORD CRYPT_E_CONTROL_TYPE = 0x8009100C;
+inline constexpr DWORD CRYPT_E_ISSUER_SERIALNUMBER = 0x8009100D;
+inline constexpr DWORD CRYPT_E_SIGNER_NOT_FOUND = 0x8009100E;
+inline constexpr DWORD CRYPT_E_ATTRIBUTES_MISSING = 0x8009100F;
+inline constexpr DWORD CRYPT_E_STREAM_MSG_NOT_READY = 0x80091010;
+inline constexpr DWORD CRYPT_E_STREAM_INSUFFICIENT_DATA = 0x80091011;
+inline constexpr DWORD CRYPT_E_BAD_LEN = 0x80092001;
+inline constexpr DWORD CRYPT_E_BAD_ENCODE = 0x80092002;
+inline constexpr DWORD CRYPT_E_FILE_ERROR = 0x80092003;
+inline constexpr DWORD CRYPT_E_NOT_FOUND = 0x80092004;
+inline constexpr DWORD CRYPT_E_EXISTS = 0x80092005;
+inline constexpr DWORD CRYPT_E_NO_PROVIDER = 0x80092006;
+inline constexpr DWORD CRYPT_E_SELF_SIGNED = 0x80092007;
+inline constexpr DWORD CRYPT_E_DELETED_PREV = 0x80092008;
+inline constexpr DWORD CRYPT_E_NO_MATCH = 0x80092009;
+inline constexpr DWORD CRYPT_E_UNEXPECTED_MSG_TYPE = 0x8009200A;
+inline constexpr DWORD CRYPT_E_NO_KEY_PROPERTY = 0x8009200B;
+inline constexpr DWORD CRYPT_E_BAD_MSG = 0x8009200D;
+inline constexpr DWORD CRYPT_E_NO_SIGNER = 0x8009200E;
+inline constexpr DWORD CRYPT_E_PENDING_CLOSE = 0x8009200F;
+inline constexpr DWORD CRYPT_E_REVOKED = 0x80092010;
+inline constexpr DWORD CRYPT_E_NO_REVOCATION_DLL = 0x80092011;
+inline constexpr DWORD CRYPT_E_NO_REVOCATION_CHECK = 0x80092012;
+inline constexpr DWORD CRYPT_E_REVOCATION_OFFLINE = 0x80092013;
+inline constexpr DWORD CRYPT_E_NOT_IN_REVOCATION_DATABASE = 0x80092014;
+
+// Object coding.
+inline constexpr DWORD CRYPT_E_ASN1_ERROR = 0x80093100;
+inline constexpr DWORD CRYPT_E_ASN1_INTERNAL = 0x80093101;
+inline constexpr DWORD CRYPT_E_ASN1_EOD = 0x80093102;
+inline constexpr DWORD CRYPT_E_ASN1_CORRUPT = 0x80093103;
+inline constexpr DWORD CRYPT_E_ASN1_LARGE = 0x80093104;
+inline constexpr DWORD CRYPT_E_ASN1_CONSTRAINT = 0x80093105;
+inline constexpr DWORD CRYPT_E_ASN1_MEMORY = 0x80093106;
+inline constexpr DWORD CRYPT_E_ASN1_OVERFLOW = 0x80093107;
+inline constexpr DWORD CRYPT_E_ASN1_BADPDU = 0x80093108;
+inline constexpr DWORD CRYPT_E_ASN1_BADARGS = 0x80093109;
+inline constexpr DWORD CRYPT_E_ASN1_BADTAG = 0x8009310B;
+inline constexpr DWORD CRYPT_E_ASN1_RULE = 0x8009310D;
+
+// Chains and trust.
+inline constexpr DWORD CERT_E_EXPIRED = 0x800B0101;
+inline constexpr DWORD CERT_E_VALIDITYPERIODNESTING = 0x800B0102;
+inline constexpr DWORD CERT_E_ROLE = 0x800B0103;
+inline constexpr DWORD CERT_E_PATHLENCONST = 0x800B0104;
+inline constexpr DWORD CERT_E_CRITICAL = 0x800B0105;
+inline constexpr DWORD CERT_E_PURPOSE = 0x800B0106;
+inline constexpr DWORD CERT_E_ISSUERCHAINING = 0x800B0107;
+inline constexpr DWORD CERT_E_MALFORMED = 0x800B0108;
+inline constexpr DWORD CERT_E_UNTRUSTEDROOT = 0x800B0109;
+inline constexpr DWORD CERT_E_CHAINING = 0x800B010A;
+inline constexpr DWORD TRUST_E_FAIL = 0x800B010B;
+inline constexpr DWORD CERT_E_REVOKED = 0x800B010C;
+inline constexpr DWORD CERT_E_UNTRUSTEDTESTROOT = 0x800B010D;
+inline constexpr DWORD CERT_E_REVOCATION_FAILURE = 0x800B010E;
+inline constexpr DWORD CERT_E_CN_NO_MATCH = 0x800B010F;
+inline constexpr DWORD CERT_E_WRONG_USAGE = 0x800B0110;
+inline constexpr DWORD TRUST_E_EXPLICIT_DISTRUST = 0x800B0111;
+inline constexpr DWORD CERT_E_UNTRUSTEDCA = 0x800B0112;
+inline constexpr DWORD CERT_E_INVALID_POLICY = 0x800B0113;
+inline constexpr DWORD CERT_E_INVALID_NAME = 0x800B0114;
+inline constexpr DWORD TRUST_E_SYSTEM_ERROR = 0x80096001;
+inline constexpr DWORD TRUST_E_NO_SIGNER_CERT = 0x80096002;
+inline constexpr DWORD TRUST_E_CERT_SIGNATURE = 0x80096004;
+inline constexpr DWORD TRUST_E_TIME_STAMP = 0x80096005;
+inline constexpr DWORD TRUST_E_BAD_DIGEST = 0x80096010;
+inline constexpr DWORD TRUST_E_BASIC_CONSTRAINTS = 0x80096019;
