@@ -147,7 +147,7 @@ std::vector<BYTE> from_base64(std::string_view text) {
         }
     }
     basalt::require(count != 0 && count % 4 == 0, ERROR_INVALID_DATA);
-    bytes.resize(bytes.size() - padding);
+    bytes.erase(bytes.end() - static_cast<std::ptrdiff_t>(padding), bytes.end());
     return bytes;
 }
 

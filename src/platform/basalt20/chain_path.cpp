@@ -154,20 +154,81 @@ struct FoundError {
     int error;
 };
 
+// What the verifier's callbacks work on.
+struct Verification {
+    const Candidates& candidates;
+    X509_STORE_CTX_verify_fn verify_signatures; // OpenSSL's own
+    std::vector<FoundError> errors;
+};
+
+Verification& verification_of(X509_STORE_CTX* context) {
+    return *static_cast<Verification*>(X509_STORE_CTX_get_app_data(context));
+}
+
 // Goes on after each error, so that all of them are known in the end.
 int note_error(int ok, X509_STORE_CTX* context) {
     const int error = X509_STORE_CTX_get_error(context);
     if (ok == 0 && !is_judged_elsewhere(error)) {
-        static_cast<std::vector<FoundError>*>(X509_STORE_CTX_get_app_data(context))
-            ->push_back({X509_STORE_CTX_get_error_depth(context), error});
+        verification_of(context).errors.push_back({X509_STORE_CTX_get_error_depth(context), error});
     }
     return 1;
+}
+
+// The chain that the verifier has built; empty if any of it isn't ours.
+std::vector<std::shared_ptr<const X509Entry>> entries_of_chain(X509_STORE_CTX* context) {
+    std::vector<std::shared_ptr<const X509Entry>> entries;
+    const STACK_OF(X509)* chain = X509_STORE_CTX_get0_chain(context);
+    for (int i = 0; i < sk_X509_num(chain); ++i) {
+        const PathElement* element =
+            verification_of(context).candidates.find(sk_X509_value(chain, i));
+        if (element == nullptr) {
+            return {};
+        }
+        entries.push_back(element->x509);
+    }
+    return entries;
+}
+
+// The verifier's last step: the signature of each certificate by the one above it, and whether that
+// one may sign certificates. Both hang on the two certificates alone, so a pair that has passed
+// before needn't do so again. (Validity in time, which this step looks at too, is judged elsewhere.)
+int verify_new_signatures(X509_STORE_CTX* context) {
+    Verification& verification = verification_of(context);
+    const auto entries = entries_of_chain(context);
+    bool known = entries.size() > 1;
+    for (std::size_t i = 0; known && i + 1 < entries.size(); ++i) {
+        known = entries[i]->verified_by.contains(entries[i + 1]);
+    }
+    if (known) {
+        return 1;
+    }
+    const std::size_t before = verification.errors.size();
+    const int result = verification.verify_signatures(context);
+    if (result == 1 && verification.errors.size() == before) {
+        for (std::size_t i = 0; i + 1 < entries.size(); ++i) {
+            entries[i]->verified_by.add(entries[i + 1]);
+        }
+    }
+    return result;
 }
 
 // A store without content: the verifier wants one, though all that it uses is handed over apart.
 X509_STORE* empty_store() {
     static X509_STORE* const store = X509_STORE_new();
     return store;
+}
+
+// What stands above the first anchor doesn't matter: the verifier leaves it in the chain when the
+// certificate asked about is an anchor itself.
+void cut_above_anchor(ChainPath& path, const TrustAnchors& anchors) {
+    const auto anchor =
+        std::find_if(path.elements.begin(), path.elements.end(), [&](const PathElement& element) {
+            return anchors.contains(element.certificate.get());
+        });
+    path.ends_in_anchor = anchor != path.elements.end();
+    if (path.ends_in_anchor) {
+        path.elements.erase(anchor + 1, path.elements.end());
+    }
 }
 
 ChainPath verify(const Candidates& candidates, const TrustAnchors& anchors, FileTicks at) {
@@ -178,10 +239,12 @@ ChainPath verify(const Candidates& candidates, const TrustAnchors& anchors, File
     require(X509_STORE_CTX_init(context.get(), empty_store(), end, untrusted.get()) == 1,
             E_OUTOFMEMORY);
 
-    std::vector<FoundError> errors;
+    Verification verification{candidates, X509_STORE_CTX_get_verify(context.get()), {}};
+    std::vector<FoundError>& errors = verification.errors;
     X509_STORE_CTX_set0_trusted_stack(context.get(), trusted.get());
-    X509_STORE_CTX_set_app_data(context.get(), &errors);
+    X509_STORE_CTX_set_app_data(context.get(), &verification);
     X509_STORE_CTX_set_verify_cb(context.get(), note_error);
+    X509_STORE_CTX_set_verify(context.get(), verify_new_signatures);
     X509_VERIFY_PARAM* param = X509_STORE_CTX_get0_param(context.get());
     // Every anchor is trusted for what it is, a root or not.
     X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_TRUSTED_FIRST);
@@ -204,12 +267,14 @@ ChainPath verify(const Candidates& candidates, const TrustAnchors& anchors, File
     if (!ran) {
         errors.push_back({0, X509_STORE_CTX_get_error(context.get())});
     }
+    cut_above_anchor(path, anchors);
     for (const FoundError& found : errors) {
-        const auto last = static_cast<int>(path.elements.size()) - 1;
-        const int depth = std::clamp(found.depth, 0, last);
-        path.elements[static_cast<std::size_t>(depth)].errors.push_back(found.error);
+        if (static_cast<std::size_t>(found.depth) < path.elements.size()) {
+            path.elements[static_cast<std::size_t>(found.depth)].errors.push_back(found.error);
+        } else if (!path.ends_in_anchor) {
+            path.elements.back().errors.push_back(found.error);
+        }
     }
-    path.ends_in_anchor = anchors.contains(path.elements.back().certificate.get());
     return path;
 }
 

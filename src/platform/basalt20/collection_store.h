@@ -10,6 +10,11 @@ namespace basalt {
 
 class CollectionStore final : public StoreObject {
 public:
+    /// A sealed collection is made up by the library: its users can't put stores into it.
+    explicit CollectionStore(bool sealed = false) : sealed_(sealed) {}
+
+    bool sealed() const { return sealed_; }
+
     Snapshot<CertificateItem> certificates() const override;
     Snapshot<CrlItem> crls() const override;
     Snapshot<OcspItem> ocsp_responses() const override;
@@ -36,6 +41,7 @@ private:
     template <class Item>
     Snapshot<Item> merged() const;
 
+    const bool sealed_;
     mutable std::shared_mutex mutex_;
     std::vector<Child> children_;
 };

@@ -220,15 +220,25 @@ Element sole_element(Bytes bytes, BYTE wanted) {
 // X.690 8.19.
 void append_oid_text(Bytes contents, std::string& out) {
     require(!contents.empty() && (contents.back() & 0x80) == 0, CRYPT_E_ASN1_CORRUPT);
-    char digits[24];
+    // Seven bits and a point take four characters at most, and the first root two more. Written in
+    // place: names and certificates are full of identifiers.
+    const std::size_t before = out.size();
+    out.resize(before + contents.size() * 4 + 2);
+    char* at = out.data() + before;
     const auto append = [&](std::uint64_t arc) {
-        const auto end = std::to_chars(digits, digits + sizeof(digits), arc).ptr;
-        out.append(digits, end);
+        if (arc < 10) {
+            *at++ = static_cast<char>('0' + arc);
+        } else {
+            at = std::to_chars(at, out.data() + out.size(), arc).ptr;
+        }
     };
     std::uint64_t arc = 0;
     bool first = true;
+    bool begins = true;
     for (const BYTE octet : contents) {
+        require(!begins || octet != 0x80, CRYPT_E_ASN1_CORRUPT);
         require(arc <= (UINT64_MAX >> 7), CRYPT_E_ASN1_LARGE);
+        begins = (octet & 0x80) == 0;
         arc = (arc << 7) | (octet & 0x7FU);
         if ((octet & 0x80) != 0) {
             continue;
@@ -239,10 +249,11 @@ void append_oid_text(Bytes contents, std::string& out) {
             arc -= root * 40;
             first = false;
         }
-        out.push_back('.');
+        *at++ = '.';
         append(arc);
         arc = 0;
     }
+    out.resize(static_cast<std::size_t>(at - out.data()));
 }
 
 std::string oid_text(Bytes contents) {

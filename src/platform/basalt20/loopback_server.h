@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -121,6 +122,11 @@ private:
     }
 
     void serve(int connection) {
+        // A client that has gone must not end the program here; in its own threads it might.
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
         SSL* tls = tls_ != nullptr ? SSL_new(tls_) : nullptr;
         if (tls == nullptr || (SSL_set_fd(tls, connection) == 1 && SSL_accept(tls) == 1)) {
             const Stream stream{connection, tls};

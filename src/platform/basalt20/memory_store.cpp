@@ -121,20 +121,21 @@ std::shared_ptr<MemoryStore> MemoryStore::writable() {
 }
 
 void MemoryStore::load(std::shared_ptr<const CertificateBody> body, const PropertyMap& properties) {
-    auto item = std::make_shared<CertificateItem>(std::move(body), properties, self());
+    auto item =
+        std::make_shared<CertificateItem>(CertificateItem{std::move(body), properties, self()});
     const std::unique_lock lock(mutex_);
     certificates_.add(std::move(item));
 }
 
 void MemoryStore::load(std::shared_ptr<const CrlBody> body) {
-    auto item = std::make_shared<CrlItem>(std::move(body), self());
+    auto item = std::make_shared<CrlItem>(CrlItem{std::move(body), self()});
     const std::unique_lock lock(mutex_);
     crls_.add(std::move(item));
 }
 
 void MemoryStore::load_ocsp(Bytes encoded) {
-    auto item =
-        std::make_shared<OcspItem>(std::vector<BYTE>(encoded.begin(), encoded.end()), self());
+    auto item = std::make_shared<OcspItem>(
+        OcspItem{std::vector<BYTE>(encoded.begin(), encoded.end()), self()});
     const std::unique_lock lock(mutex_);
     ocsp_responses_.add(std::move(item));
 }
@@ -149,7 +150,8 @@ std::shared_ptr<CertificateItem> MemoryStore::add(const CertificateItem& item, D
         keep(*existing);
         return existing;
     }
-    auto added = std::make_shared<CertificateItem>(item.body, item.properties, self());
+    auto added =
+        std::make_shared<CertificateItem>(CertificateItem{item.body, item.properties, self()});
     if (action == Action::kReplace &&
         disposition == CERT_STORE_ADD_REPLACE_EXISTING_INHERIT_PROPERTIES) {
         added->properties.merge(existing->properties, true);
@@ -175,7 +177,7 @@ std::shared_ptr<CrlItem> MemoryStore::add(const CrlItem& item, DWORD disposition
     if (action == Action::kUseExisting) {
         return existing;
     }
-    auto added = std::make_shared<CrlItem>(item.body, self());
+    auto added = std::make_shared<CrlItem>(CrlItem{item.body, self()});
     keep(*added);
     const std::unique_lock lock(mutex_);
     if (action == Action::kAdd) {
@@ -191,8 +193,8 @@ std::shared_ptr<CrlItem> MemoryStore::add(const CrlItem& item, DWORD disposition
 
 void MemoryStore::add_ocsp(Bytes encoded) {
     const std::lock_guard adding(adding_);
-    auto added =
-        std::make_shared<OcspItem>(std::vector<BYTE>(encoded.begin(), encoded.end()), self());
+    auto added = std::make_shared<OcspItem>(
+        OcspItem{std::vector<BYTE>(encoded.begin(), encoded.end()), self()});
     if (find_equal(ocsp_responses(), *added)) {
         return;
     }

@@ -307,6 +307,12 @@ BOOL CryptMsgGetParam(HCRYPTMSG hCryptMsg, DWORD dwParamType, DWORD dwIndex, voi
                       DWORD* pcbData) {
     return guarded<BOOL>(FALSE, [&] {
         require(pcbData != nullptr);
+        // Hardly any signer has these, so that their absence isn't worth an exception.
+        if (dwParamType == CMSG_SIGNER_UNAUTH_ATTR_PARAM &&
+            message_of(hCryptMsg).signer(dwIndex).unsigned_attributes.tag == 0) {
+            SetLastError(CRYPT_E_ATTRIBUTES_MISSING);
+            return FALSE;
+        }
         give_parameter(message_of(hCryptMsg), dwParamType, dwIndex, pvData, pcbData);
         return TRUE;
     });

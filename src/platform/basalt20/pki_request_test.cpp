@@ -194,10 +194,13 @@ TEST(PkiRequest, ConnectionIsKeptForTheNextRequest) {
 TEST(PkiRequest, ServerThatDroppedTheKeptConnectionIsAskedAgain) {
     LoopbackReply reply = http_reply(200, "x");
     reply.close = true; // without saying so
-    LoopbackServer server(always(reply));
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(send({server.url()}).status, 200U);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    for (SSL_CTX* tls : {static_cast<SSL_CTX*>(nullptr), NetworkFixture::get().trusted()}) {
+        LoopbackServer server(always(reply), tls);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(send({server.url()}).status, 200U);
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        EXPECT_EQ(server.connections(), 3);
     }
 }
 

@@ -122,7 +122,7 @@ void SignedMessage::read_signed_data(const Element& data) {
     version_ = small_integer(fields.take(tag::kInteger).contents);
     DerReader digests(fields.take(tag::kSet).contents);
     while (!digests.at_end()) {
-        digests.take(tag::kSequence);
+        read_algorithm(digests.take(tag::kSequence).contents);
     }
     DerReader encapsulated(fields.take(tag::kSequence).contents);
     content_type_ = encapsulated.take(tag::kOid).contents;

@@ -84,7 +84,7 @@ std::shared_ptr<StoreObject> open(std::uintptr_t provider, DWORD flags, const vo
 
 CollectionStore& collection_of(const std::shared_ptr<StoreObject>& store) {
     auto* collection = dynamic_cast<CollectionStore*>(store.get());
-    require(collection != nullptr);
+    require(collection != nullptr && !collection->sealed());
     return *collection;
 }
 

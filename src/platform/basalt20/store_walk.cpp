@@ -53,7 +53,9 @@ const Context* next_in_store(HCERTSTORE handle, const Context* previous, Fits&& 
                 return RecordType::make(std::move(item), std::move(place));
             }
         }
-        fail(CRYPT_E_NOT_FOUND);
+        // Every walk ends here, which is too often for an exception.
+        SetLastError(CRYPT_E_NOT_FOUND);
+        return nullptr;
     });
 }
 

@@ -148,7 +148,7 @@ std::shared_ptr<StoreObject> open_system_store(const std::string& given_name, DW
     require(machine || location == CERT_SYSTEM_STORE_CURRENT_USER);
     const bool read_only = (flags & CERT_STORE_READONLY_FLAG) != 0;
 
-    auto collection = std::make_shared<CollectionStore>();
+    auto collection = std::make_shared<CollectionStore>(true);
     const std::string own_base = machine ? machine_stores() : user_stores();
     require(!own_base.empty() || read_only, ERROR_FILE_NOT_FOUND);
     bool exists = name == "Root";

@@ -8,6 +8,7 @@
 #include <openssl/err.h>
 #include <openssl/sha.h>
 
+#include <algorithm>
 #include <cstring>
 #include <list>
 #include <unordered_map>
@@ -16,6 +17,7 @@ namespace basalt {
 namespace {
 
 constexpr std::size_t kMaxEntries = 512;
+constexpr std::size_t kMaxKnownIssuers = 4; // an issuer has one certificate, or a few of them
 
 struct DigestHash {
     std::size_t operator()(const Sha256& digest) const {
@@ -108,6 +110,24 @@ void load_engine_for(Bytes encoded) {
 }
 
 } // namespace
+
+bool KnownIssuers::contains(const std::shared_ptr<const X509Entry>& issuer) const {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(issuers_.begin(), issuers_.end(), [&](const auto& known) {
+        return !known.owner_before(issuer) && !issuer.owner_before(known);
+    });
+}
+
+void KnownIssuers::add(const std::shared_ptr<const X509Entry>& issuer) {
+    if (contains(issuer)) {
+        return;
+    }
+    const std::lock_guard lock(mutex_);
+    if (issuers_.size() >= kMaxKnownIssuers) {
+        issuers_.erase(issuers_.begin());
+    }
+    issuers_.push_back(issuer);
+}
 
 Sha256 sha256(Bytes bytes) {
     Sha256 digest;
