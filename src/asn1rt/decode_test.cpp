@@ -1,0 +1,397 @@
+// Tags, lengths, the start of a message, and the readers of whole elements.
+#include "asn1rt/decode.h"
+
+#include <climits>
+
+#include <gtest/gtest.h>
+
+#include "asn1rt/limits.h"
+#include "asn1rt/reader.h"
+#include "asn1rt/status.h"
+#include "asn1rt/test_context.h"
+
+namespace {
+
+constexpr std::uint32_t kSequence = 0x20000010;
+
+TEST(DecodeTest, TagsOfManyOctets) {
+    struct Row {
+        const char* bytes;
+        int status;
+        std::uint32_t tag;
+    };
+    for (const Row& row :
+         {Row{"30", 0, kSequence}, Row{"1F FF FF FF 7F", 0, 0x0FFFFFFF},
+          Row{"1F 81 FF FF FF 7F", 0, 0x1FFFFFFF}, Row{"1F 8F FF FF FF 7F", -21, 0},
+          Row{"BF 80 80 01", 0, 0xA0000001}, Row{"1F 80 80 80 80 80 80 80 80 01", 0, 1},
+          Row{"1F 80 80 80 80 80 80 80 80 80 01", -21, 0}, Row{"", -2, 0}, Row{"1F", -2, 0},
+          Row{"1F 81", -2, 0}}) {
+        SCOPED_TRACE(row.bytes);
+        TestContext ctxt;
+        ctxt.read(bytes_of(row.bytes));
+        std::uint32_t tag = 0;
+        EXPECT_EQ(xd_tag(&ctxt, &tag), row.status);
+        EXPECT_EQ(tag, row.tag);
+        EXPECT_EQ(ctxt.errInfo.status, 0);
+        EXPECT_EQ(asn1rt::is_constructed(&ctxt), (row.tag & rtTagConstructed) != 0);
+    }
+}
+
+TEST(DecodeTest, Lengths) {
+    struct Row {
+        const char* name;
+        const char* bytes;
+        int status;
+        int length;
+        std::uint32_t cursor;
+    };
+    for (const Row& row :
+         {Row{"short", "02 00 00", 0, 2, 1}, Row{"indefinite", "80", 0, -9999, 1},
+          Row{"not minimal", "84 00 00 00 01 FF", 0, 1, 5},
+          Row{"five octets", "85 00 00 00 00 01 FF", -5, 0, 1},
+          Row{"beyond the buffer", "81 80", -5, 0, 2},
+          Row{"short beyond the buffer", "02 00", -5, 0, 1},
+          Row{"negative", "84 FF FF FF FF", -5, 0, 5}, Row{"ends inside", "83 01 02", -2, 0, 3},
+          Row{"nothing", "", -2, 0, 0}, Row{"2 GiB", "84 7F FF FF FF 00", -5, 0, 5},
+          Row{"the number for indefinite", "84 FF FF D8 F1", 0, -9999, 5}}) {
+        SCOPED_TRACE(row.name);
+        TestContext ctxt;
+        ctxt.read(bytes_of(row.bytes));
+        int length = 0;
+        EXPECT_EQ(xd_len(&ctxt, &length), row.status);
+        EXPECT_EQ(length, row.length);
+        EXPECT_EQ(ctxt.bufIndex, row.cursor);
+        EXPECT_EQ(ctxt.errInfo.status, row.status);
+    }
+    TestContext ctxt;
+    ctxt.read(bytes_of("84 7F FF FF FF 84 FF FF FF FF"));
+    ctxt.flags = ctxFlagNoLengthCheck;
+    int length = 0;
+    EXPECT_EQ(xd_len(&ctxt, &length), 0);
+    EXPECT_EQ(length, INT_MAX);
+    EXPECT_EQ(xd_len(&ctxt, &length), -5) << "never negative";
+}
+
+TEST(DecodeTest, StartOfAMessage) {
+    TestContext ctxt;
+    std::uint32_t tag = 0;
+    int length = 0;
+    Bytes bytes = bytes_of("30 03 02 01 05 FF FF");
+    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 7, &tag, &length), 0);
+    EXPECT_EQ(tag, kSequence);
+    EXPECT_EQ(length, 5) << "of the whole element";
+    EXPECT_EQ(ctxt.bufSize, 5U) << "what follows is out of sight";
+    EXPECT_EQ(ctxt.bufIndex, 0U);
+    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 0, nullptr, nullptr), 0);
+    EXPECT_EQ(ctxt.bufSize, 5U);
+    for (const char* text : {"30 03 02", "30 81 03 02", "30 85 03"}) {
+        bytes = bytes_of(text);
+        const auto size = static_cast<std::uint32_t>(bytes.size());
+        EXPECT_EQ(xd_setp(&ctxt, bytes.data(), static_cast<int>(size), &tag, &length), -5) << text;
+        EXPECT_EQ(ctxt.bufIndex, 0U);
+        EXPECT_EQ(ctxt.bufSize, size) << "the buffer never ends behind the caller's bytes";
+    }
+    bytes = bytes_of("30 80 05 00 00 00");
+    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 6, &tag, &length), 0);
+    EXPECT_EQ(length, rtIndefiniteLength);
+    EXPECT_NE(ctxt.flags & ctxFlagIndefMessage, 0);
+    bytes = bytes_of("05 00");
+    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 2, &tag, &length), 0);
+    EXPECT_EQ(ctxt.flags & ctxFlagIndefMessage, 0) << "forgotten with the next message";
+    bytes = bytes_of("1F 81");
+    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 2, &tag, &length), -2);
+    EXPECT_EQ(ctxt.bufIndex, 2U);
+    EXPECT_EQ(xd_setp(&ctxt, nullptr, 100, &tag, &length), -18);
+    EXPECT_EQ(xd_peek(&ctxt), -1);
+    EXPECT_EQ(xd_match1(&ctxt, 0x30, &length), -2);
+    ctxt.flags = ctxFlagNoLengthCheck;
+    bytes = bytes_of("04 84 7F FF FF FF 00");
+    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 7, &tag, &length), -5);
+    EXPECT_EQ(length, INT_MAX);
+    EXPECT_EQ(ctxt.bufSize, 7U);
+    ASN1CTXT dead{};
+    EXPECT_EQ(xd_setp(&dead, bytes.data(), 7, &tag, &length), -32);
+}
+
+TEST(DecodeTest, TagAndLengthPutBackOrNot) {
+    struct Row {
+        const char* name;
+        const char* bytes;
+        int status;
+    };
+    for (const Row& row :
+         {Row{"good", "30 01 00", 0}, Row{"nothing", "", -2}, Row{"tag only", "30", -2},
+          Row{"half a tag", "1F 81", -2}, Row{"large tag", "1F FF FF FF FF 7F 00", -21},
+          Row{"indefinite primitive", "04 80 00 00", -5}}) {
+        SCOPED_TRACE(row.name);
+        TestContext ctxt;
+        ctxt.read(bytes_of(row.bytes));
+        ctxt.flags = ctxFlagNoCopy;
+        std::uint32_t tag;
+        int length;
+        EXPECT_EQ(xd_tag_len(&ctxt, &tag, &length, 0), row.status);
+        EXPECT_EQ(ctxt.bufIndex, 0U);
+        EXPECT_EQ(ctxt.flags, ctxFlagNoCopy);
+        EXPECT_EQ(xd_tag_len(&ctxt, &tag, &length, xdAdvance), row.status);
+        EXPECT_EQ(ctxt.bufIndex > 0, *row.bytes != '\0');
+        EXPECT_EQ(ctxt.errInfo.status, 0);
+    }
+    TestContext ctxt;
+    ctxt.read(bytes_of("30 01 00"));
+    ctxt.flags = ctxFlagIndefMessage | ctxFlagLastEoc;
+    std::uint32_t tag;
+    int length;
+    EXPECT_EQ(xd_tag_len(&ctxt, &tag, &length, xdAdvance), -2);
+    EXPECT_EQ(xd_Tag1AndLen(&ctxt, &length), -2);
+    EXPECT_EQ(ctxt.bufIndex, 0U);
+}
+
+TEST(DecodeTest, OneByteTags) {
+    TestContext ctxt;
+    int length = 0;
+    ctxt.read(bytes_of("30 02 05 00"));
+    EXPECT_FALSE(xd_peekIs(&ctxt, 0x31));
+    EXPECT_TRUE(xd_peekIs(&ctxt, 0x10)) << "in either form";
+    EXPECT_EQ(xd_match1(&ctxt, 0x10, &length), 0);
+    EXPECT_EQ(length, 2);
+    EXPECT_TRUE(asn1rt::is_constructed(&ctxt));
+    EXPECT_EQ(xd_match1(&ctxt, 0x02, nullptr), -3);
+    EXPECT_EQ(ctxt.bufIndex, 2U);
+    EXPECT_EQ(xd_Tag1AndLen(&ctxt, &length), 0);
+    EXPECT_FALSE(asn1rt::is_constructed(&ctxt));
+    EXPECT_EQ(xd_match1(&ctxt, 0x02, nullptr), -2);
+    EXPECT_EQ(xd_Tag1AndLen(&ctxt, &length), -2);
+    EXPECT_FALSE(xd_peekIs(&ctxt, 0x1F));
+    EXPECT_EQ(ctxt.errInfo.status, -3) << "the first that was latched";
+    rtErrReset(&ctxt.errInfo);
+    ctxt.read(bytes_of("04"));
+    EXPECT_EQ(xd_match1(&ctxt, 0x04, &length), -2);
+    EXPECT_EQ(ctxt.errInfo.status, 0) << "a missing length isn't latched";
+    ctxt.read(bytes_of("04 80"));
+    EXPECT_EQ(xd_match1(&ctxt, 0x04, nullptr), 0) << "only looked at when asked for";
+    ctxt.bufIndex = 0;
+    EXPECT_EQ(xd_match1(&ctxt, 0x04, &length), -5);
+    ctxt.read(bytes_of("00 00 00 01 00"));
+    EXPECT_EQ(xd_matchEoc(&ctxt), 0);
+    EXPECT_EQ(xd_matchEoc(&ctxt), -5);
+    EXPECT_EQ(ctxt.bufIndex, 2U);
+    ctxt.bufIndex = 4;
+    EXPECT_EQ(xd_matchEoc(&ctxt), -5);
+}
+
+TEST(DecodeTest, Match) {
+    const char* message = "30 0B A0 03 02 01 01 A1 80 02 01 02 00 00";
+    struct Row {
+        const char* name;
+        std::uint32_t tag;
+        int options;
+        std::uint32_t start;
+        int status;
+        std::uint32_t cursor;
+    };
+    for (const Row& row :
+         {Row{"here", kSequence, 0, 0, 0, 0}, Row{"here, either form", 0x10, 0, 0, 0, 0},
+          Row{"here, behind the header", kSequence, xdAdvance, 0, 0, 2},
+          Row{"not here", 2, 0, 0, -3, 0}, Row{"sought into constructed", 2, xdSeek, 0, 0, 4},
+          Row{"sought by a wide tag", 0xA0000001, xdSeek, 0, 0, 7},
+          Row{"the next one", 2, xdSeek | xdStepOver, 4, 0, 9},
+          Row{"none behind the last", 2, xdSeek | xdStepOver, 9, -3, 12},
+          Row{"sought in vain", 3, xdSeek, 0, -3, 0}, Row{"at the end", 2, xdStepOver, 14, -3, 14},
+          Row{"stepped over only", 2, xdStepOver | xdAdvance, 2, 0, 6}}) {
+        SCOPED_TRACE(row.name);
+        TestContext ctxt;
+        ctxt.read(bytes_of(message));
+        ctxt.bufIndex = row.start;
+        EXPECT_EQ(xd_match(&ctxt, row.tag, nullptr, row.options), row.status);
+        EXPECT_EQ(ctxt.bufIndex, row.cursor);
+        EXPECT_EQ(ctxt.errInfo.status, 0);
+    }
+    TestContext ctxt;
+    int length = 0;
+    ctxt.read(bytes_of("04 05 00"));
+    EXPECT_EQ(xd_match(&ctxt, 4, &length, 0), 0);
+    EXPECT_EQ(length, 5);
+    EXPECT_EQ(xd_match(&ctxt, 5, &length, xdSeek), -3);
+    EXPECT_EQ(xd_match(&ctxt, 5, &length, xdStepOver), -3);
+    EXPECT_EQ(ctxt.bufIndex, 0U);
+    ctxt.read(bytes_of("04 80 00"));
+    EXPECT_EQ(xd_match(&ctxt, 4, &length, 0), -5) << "only the message's end is absence";
+}
+
+TEST(DecodeTest, SkippingAndCounting) {
+    TestContext ctxt;
+    std::uint32_t count = 0;
+    ctxt.read(bytes_of("02 01 05 30 80 30 80 05 00 00 00 00 00 04 00 00 00"));
+    EXPECT_EQ(xd_count(&ctxt, 15, &count), 0);
+    EXPECT_EQ(count, 3U);
+    EXPECT_EQ(xd_count(&ctxt, 4, &count), 0);
+    EXPECT_EQ(count, 2U) << "until so many bytes have gone by";
+    EXPECT_EQ(xd_count(&ctxt, rtIndefiniteLength, &count), 0);
+    EXPECT_EQ(count, 3U);
+    EXPECT_EQ(xd_count(&ctxt, 0, &count), 0);
+    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(ctxt.bufIndex, 0U);
+    EXPECT_EQ(xd_NextElement(&ctxt), 0);
+    EXPECT_EQ(xd_NextElement(&ctxt), 0);
+    EXPECT_EQ(ctxt.bufIndex, 13U);
+    ctxt.read(bytes_of("05 00 04 05 00"));
+    EXPECT_EQ(xd_count(&ctxt, 5, &count), -2);
+    ctxt.bufIndex = 2;
+    EXPECT_EQ(xd_NextElement(&ctxt), -2);
+    ctxt.read(bytes_of("30 80 04 01"));
+    EXPECT_EQ(xd_NextElement(&ctxt), -2);
+    EXPECT_EQ(xd_NextElement(&ctxt), -2);
+    EXPECT_EQ(ctxt.errInfo.status, 0);
+}
+
+TEST(DecodeTest, SizeOfIndefiniteElements) {
+    struct Row {
+        const char* bytes;
+        int result;
+    };
+    for (const Row& row : {Row{"30 80 05 00 00 00 FF", 6}, Row{"30 80 30 80 00 00 00 00", 8},
+                           Row{"30 03 02 01 05", -5}, Row{"30 80 05 00 00", -2},
+                           Row{"30 80 00 00", 0}, Row{"30 80 1F FF FF FF FF FF", -21}}) {
+        const Bytes bytes = bytes_of(row.bytes);
+        EXPECT_EQ(xd_indeflen_ex(bytes.data(), static_cast<int>(bytes.size())), row.result)
+            << row.bytes;
+    }
+    EXPECT_EQ(xd_indeflen_ex(nullptr, 100), -18);
+}
+
+// A nested piece of indefinite length counts, and the first end-of-contents ends all levels.
+TEST(DecodeTest, SizeOfConstructedStrings) {
+    TestContext ctxt;
+    int contents = 0;
+    int total = 0;
+    ctxt.read(bytes_of("24 80 24 01 41 00 00 24 01 42 00 00"));
+    EXPECT_EQ(xd_consStrIndefLenAndSize(&ctxt, 0x20000004, &contents, &total), 0);
+    EXPECT_EQ(contents, 1);
+    EXPECT_EQ(total, 5);
+    EXPECT_EQ(ctxt.bufIndex, 0U);
+    EXPECT_EQ(xd_consStrIndefLenAndSize(&ctxt, 4, &contents, &total), -21);
+    ctxt.read(bytes_of("00 01 41 04 00 00 00"));
+    EXPECT_EQ(xd_consStrIndefLenAndSize(&ctxt, 4, &contents, &total), 0);
+    EXPECT_EQ(contents, 1) << "a piece of tag 0 counts";
+    EXPECT_EQ(total, 5);
+}
+
+TEST(DecodeTest, Snapshots) {
+    TestContext ctxt;
+    ctxt.read(bytes_of("30 01 00"));
+    ctxt.bufIndex = 1;
+    ctxt.flags = ctxFlagLastEoc | ctxFlagNoCopy;
+    BufferState state;
+    xu_SaveBufferState(&ctxt, &state);
+    xu_SaveBufferState(&ctxt, nullptr);
+    ctxt.bufIndex = 3;
+    ctxt.bufBitOffset = 1;
+    ctxt.flags = 0;
+    xu_RestoreBufferState(&ctxt, &state);
+    EXPECT_EQ(ctxt.bufIndex, 1U);
+    EXPECT_EQ(ctxt.bufBitOffset, 8);
+    EXPECT_EQ(ctxt.flags, ctxFlagNoCopy);
+    ctxt.bufIndex = 3;
+    xu_RestoreBufferState(&ctxt, nullptr);
+    EXPECT_EQ(ctxt.bufIndex, 1U);
+}
+
+TEST(DecodeTest, EndOfContents) {
+    TestContext ctxt;
+    ctxt.read(bytes_of("05 00 00 00 05"));
+    const ElementLocation definite = rtContentLocation(&ctxt, 2);
+    const ElementLocation indefinite = rtContentLocation(&ctxt, rtIndefiniteLength);
+    const ElementLocation beyond = rtContentLocation(&ctxt, 100);
+    EXPECT_FALSE(rtContentEnded(&ctxt, &definite) || rtContentEnded(&ctxt, &indefinite));
+    ctxt.bufIndex = 2;
+    EXPECT_TRUE(rtContentEnded(&ctxt, &definite) && rtContentEnded(&ctxt, &indefinite));
+    ctxt.bufIndex = 4;
+    EXPECT_TRUE(rtContentEnded(&ctxt, &indefinite)) << "one byte can't be an element";
+    EXPECT_FALSE(rtContentEnded(&ctxt, &beyond));
+    ctxt.bufIndex = 5;
+    EXPECT_TRUE(rtContentEnded(&ctxt, &beyond));
+}
+
+// What a stranger might send to cost time, stack or memory.
+TEST(HostileTest, DeepIndefiniteNesting) {
+    Bytes bytes;
+    for (int i = 0; i < 100000; ++i)
+        bytes.insert(bytes.end(), {0x30, 0x80});
+    TestContext ctxt;
+    ctxt.read(bytes);
+    const unsigned char* data;
+    std::uint32_t count;
+    EXPECT_EQ(xd_NextElement(&ctxt), -12);
+    EXPECT_LT(ctxt.bufIndex, 4 * rtMaxIndefiniteNesting) << "given up early";
+    ctxt.bufIndex = 0;
+    EXPECT_EQ(xd_OpenType(&ctxt, &data, &count), -12);
+    EXPECT_EQ(xd_indeflen_ex(bytes.data(), static_cast<int>(bytes.size())), -12);
+    for (std::size_t i = 0; i < bytes.size(); i += 2)
+        bytes[i] = 0x24;
+    ctxt.read(bytes);
+    EXPECT_EQ(xd_octstr(&ctxt, &data, &count, 1, 0), -21);
+    int contents;
+    int total;
+    ctxt.bufIndex = 0;
+    EXPECT_EQ(xd_consStrIndefLenAndSize(&ctxt, 0x20000004, &contents, &total), -2);
+}
+
+TEST(HostileTest, ABudgetThatIsSpent) {
+    const unsigned char* data;
+    const char* text;
+    std::uint32_t count = 0;
+    ASN1TBMPText wide;
+    const auto status_of = [](unsigned char tag, auto read) {
+        TestContext ctxt;
+        ctxt.read({tag, 2, 0, 1});
+        ctxt.typeHeap->budget = 10;
+        const int status = read(&ctxt);
+        EXPECT_TRUE(ctxt.errInfo.status == status || tag == 2);
+        return status;
+    };
+    EXPECT_EQ(status_of(4, [&](ASN1CTXT* c) { return xd_octstr(c, &data, &count, 1, 0); }), -12);
+    EXPECT_EQ(status_of(3, [&](ASN1CTXT* c) { return xd_bitstr(c, &data, &count, 1, 0); }), -12);
+    EXPECT_EQ(status_of(22, [&](ASN1CTXT* c) { return xd_charstr(c, &text, 1, 22, 0); }), -12);
+    EXPECT_EQ(status_of(2, [&](ASN1CTXT* c) { return xd_bigint(c, &text, 1, 0); }), -12);
+    EXPECT_EQ(status_of(30, [&](ASN1CTXT* c) { return xd_16BitCharStr(c, &wide, 1, 30, 0); }), -12);
+}
+
+TEST(HostileTest, MoreElementsThanAnyMessageHas) {
+    TestContext ctxt;
+    Bytes elements(2 * (std::size_t{rtMaxElementCount} + 1), 0);
+    for (std::size_t i = 0; i < elements.size(); i += 2)
+        elements[i] = 5;
+    ctxt.read(elements);
+    std::uint32_t count = 0;
+    EXPECT_EQ(xd_count(&ctxt, rtIndefiniteLength, &count), -12);
+}
+
+TEST(HostileTest, LengthsTakeNoMemory) {
+    const Bytes bytes = bytes_of("04 84 7F FF FF F0 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+    for (const std::uint16_t flags : {std::uint16_t{0}, ctxFlagNoLengthCheck}) {
+        TestContext ctxt;
+        ctxt.read(bytes);
+        ctxt.typeHeap->budget = 1000;
+        const auto status_of = [&](auto read, unsigned char tag) {
+            ctxt.message[0] = tag;
+            ctxt.bufIndex = 0;
+            ctxt.flags = flags;
+            return read();
+        };
+        const unsigned char* data;
+        const char* text;
+        std::uint32_t count = 0;
+        ASN1TBMPText wide;
+        const int refused = flags == 0 ? -5 : -2;
+        EXPECT_EQ(status_of([&] { return xd_octstr(&ctxt, &data, &count, 1, 0); }, 4), refused);
+        EXPECT_EQ(status_of([&] { return xd_bitstr(&ctxt, &data, &count, 1, 0); }, 3), refused);
+        EXPECT_EQ(status_of([&] { return xd_charstr(&ctxt, &text, 1, 22, 0); }, 22), refused);
+        EXPECT_EQ(status_of([&] { return xd_bigint(&ctxt, &text, 1, 0); }, 2), refused);
+        EXPECT_EQ(status_of([&] { return xd_16BitCharStr(&ctxt, &wide, 1, 30, 0); }, 30), refused);
+        EXPECT_EQ(status_of([&] { return xd_OpenType(&ctxt, &data, &count); }, 4),
+                  flags == 0 ? -5 : -18);
+        EXPECT_GT(ctxt.typeHeap->budget, 900U);
+    }
+}
+
+} // namespace

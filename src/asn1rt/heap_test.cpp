@@ -1,0 +1,317 @@
+// Heaps, contexts, the latched status and the bounds of a decode, under an allocator that keeps
+// count.
+#include "asn1rt/heap.h"
+
+#include <cstring>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "asn1rt/limits.h"
+#include "asn1rt/nesting.h"
+#include "asn1rt/status.h"
+#include "asn1rt/test_context.h"
+
+namespace {
+
+// Counts blocks by the allocator's first argument, and fails on demand.
+struct Ledger {
+    std::set<void*> live;
+    int failAfter = -1; // allocations that still succeed; -1: all
+};
+
+void* ledger_malloc(void* arg, std::size_t size) {
+    auto* ledger = static_cast<Ledger*>(arg);
+    if (ledger->failAfter == 0)
+        return nullptr;
+    if (ledger->failAfter > 0)
+        --ledger->failAfter;
+    void* block = std::malloc(size);
+    ledger->live.insert(block);
+    return block;
+}
+
+void ledger_free(void* arg, void* ptr) {
+    EXPECT_EQ(static_cast<Ledger*>(arg)->live.erase(ptr), 1U) << "freed twice or to the wrong heap";
+    std::free(ptr);
+}
+
+class HeapTest : public testing::Test {
+protected:
+    HeapTest() {
+        g_malloc_func = ledger_malloc;
+        g_free_func = ledger_free;
+    }
+    ~HeapTest() override {
+        g_malloc_func = rtDefaultMalloc;
+        g_free_func = rtDefaultFree;
+    }
+    Ledger ledger;
+    Ledger other;
+};
+
+TEST_F(HeapTest, BlocksDieWithTheLastReference) {
+    rtMemHeap* slot = nullptr;
+    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+    EXPECT_EQ(slot->refCount, 1U);
+    EXPECT_EQ(slot->flags, 0x10000000U);
+    EXPECT_EQ(slot->defBlkSize, 4096U);
+    rtMemHeap* second = slot;
+    rtMemHeapAddRef(&second);
+    auto* first = static_cast<unsigned char*>(rtMemHeapAlloc(&slot, 0));
+    auto* zeroed = static_cast<unsigned char*>(rtMemHeapAllocZ(&slot, 100));
+    ASSERT_TRUE(first != nullptr && zeroed != nullptr);
+    EXPECT_EQ(std::count(zeroed, zeroed + 100, 0), 100);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first) % 16, 0U);
+    EXPECT_EQ(reinterpret_cast<char*>(slot->blockList) + 48, reinterpret_cast<char*>(zeroed));
+    rtMemHeapRelease(&second);
+    EXPECT_NE(second, nullptr) << "the slot keeps its handle while references remain";
+    EXPECT_EQ(ledger.live.size(), 3U);
+    rtMemHeapRelease(&slot);
+    EXPECT_EQ(slot, nullptr);
+    EXPECT_TRUE(ledger.live.empty());
+}
+
+TEST_F(HeapTest, EmptyAndNullSlots) {
+    EXPECT_EQ(rtMemHeapCreate(nullptr, nullptr), rtStatusNullArgument);
+    EXPECT_EQ(rtMemHeapAlloc(nullptr, 1), nullptr);
+    EXPECT_EQ(rtMemHeapAllocZ(nullptr, 1), nullptr);
+    EXPECT_EQ(rtMemHeapRealloc(nullptr, nullptr, 1), nullptr);
+    rtMemHeapAddRef(nullptr);
+    rtMemHeapRelease(nullptr);
+    rtMemHeapFreePtr(nullptr, &ledger);
+    rtMemHeap* slot = nullptr;
+    EXPECT_EQ(rtMemHeapRealloc(&slot, nullptr, 1), nullptr);
+    rtMemHeapAddRef(&slot);
+    rtMemHeapFreePtr(&slot, &ledger);
+    rtMemHeapRelease(&slot);
+    EXPECT_EQ(slot, nullptr);
+    EXPECT_EQ(rtMemHeapCheckPtr(&slot, nullptr), 1);
+    EXPECT_EQ(rtMemHeapMarkSaved(&slot, nullptr), 0);
+    g_malloc_func = rtDefaultMalloc;
+    g_free_func = rtDefaultFree;
+    EXPECT_NE(rtMemHeapAlloc(&slot, 1), nullptr) << "allocation makes the heap";
+    rtMemHeapRelease(&slot);
+}
+
+TEST_F(HeapTest, SizesThatCannotBe) {
+    rtMemHeap* slot = nullptr;
+    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+    for (const std::int32_t size : {-1, -8, INT32_MIN, rtMaxBlockSize + 1, INT32_MAX}) {
+        EXPECT_EQ(rtMemHeapAlloc(&slot, size), nullptr) << size;
+        EXPECT_EQ(rtMemHeapAllocZ(&slot, size), nullptr) << size;
+        EXPECT_EQ(rtMemHeapRealloc(&slot, nullptr, size), nullptr) << size;
+    }
+    rtMemHeapRelease(&slot);
+}
+
+TEST_F(HeapTest, ReallocShrinksInPlaceAndForgetsTheRest) {
+    rtMemHeap* slot = nullptr;
+    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+    auto* block = static_cast<char*>(rtMemHeapRealloc(&slot, nullptr, 8));
+    std::memcpy(block, "abcdefg", 8);
+    EXPECT_EQ(rtMemHeapRealloc(&slot, block, 8), block);
+    EXPECT_EQ(rtMemHeapRealloc(&slot, block, 3), block);
+    EXPECT_EQ(slot->blockList->size, 3);
+    auto* grown = static_cast<char*>(rtMemHeapRealloc(&slot, block, 8));
+    ASSERT_NE(grown, block) << "the recorded size is the shrunken one";
+    EXPECT_EQ(std::string_view(grown, 3), "abc");
+    EXPECT_EQ(rtMemHeapRealloc(&slot, grown, -1), nullptr);
+    ledger.failAfter = 0;
+    EXPECT_EQ(rtMemHeapRealloc(&slot, grown, 100), nullptr);
+    EXPECT_EQ(std::string_view(grown, 3), "abc") << "the old block stays valid";
+    ledger.failAfter = -1;
+    EXPECT_EQ(ledger.live.size(), 2U);
+    rtMemHeapRelease(&slot);
+    EXPECT_TRUE(ledger.live.empty());
+}
+
+TEST_F(HeapTest, FreeInAnyOrderAndThroughAnotherHeapsSlot) {
+    rtMemHeap* slot = nullptr;
+    rtMemHeap* stranger = nullptr;
+    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+    ASSERT_EQ(rtMemHeapCreate(&stranger, &other), 0);
+    void* blocks[4];
+    for (void*& block : blocks)
+        block = rtMemHeapAlloc(&slot, 16);
+    void* foreign = rtMemHeapAlloc(&stranger, 16);
+    rtMemHeapFreePtr(&slot, blocks[1]);
+    rtMemHeapFreePtr(&stranger, blocks[3]); // the head of the other heap's list
+    rtMemHeapFreePtr(&slot, blocks[0]);
+    rtMemHeapFreePtr(&slot, nullptr);
+    EXPECT_EQ(slot->blockList->next, nullptr);
+    EXPECT_EQ(stranger->blockList + 1, foreign);
+    rtMemHeapRelease(&slot);
+    rtMemHeapRelease(&stranger);
+    EXPECT_TRUE(ledger.live.empty());
+    EXPECT_TRUE(other.live.empty());
+}
+
+TEST_F(HeapTest, ContextStartsWithOneHeapTwice) {
+    ASN1CTXT ctxt;
+    std::memset(&ctxt, 0xA5, sizeof ctxt);
+    ASSERT_EQ(rtInitContext(&ctxt, &ledger), 0);
+    EXPECT_EQ(ctxt.msgHeap, ctxt.typeHeap);
+    EXPECT_EQ(ctxt.msgHeap->refCount, 2U);
+    EXPECT_EQ(ctxt.initCode, 0x1AA2A34AU);
+    EXPECT_EQ(static_cast<void*>(&ctxt), static_cast<void*>(&ctxt.msgHeap));
+    ASSERT_EQ(rtInitContextBuffer(&ctxt, nullptr, 0), 0);
+    EXPECT_EQ(ctxt.bufSize, 16384U);
+    EXPECT_EQ(ctxt.bufDynamic, 1);
+    EXPECT_EQ(ctxt.bufBitOffset, 8);
+    EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, UINT32_MAX), rtStatusNoMemory);
+    ASSERT_NE(rtSListAppend(&ctxt.listA, &ctxt), nullptr);
+    ASSERT_NE(rtSListAppend(&ctxt.listB, &ctxt), nullptr);
+    rtFreeContext(&ctxt);
+    EXPECT_TRUE(ledger.live.empty());
+    EXPECT_EQ(ctxt.initCode, 0U);
+    rtFreeContext(&ctxt);
+    EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, 1), rtStatusNotInitialised);
+}
+
+TEST_F(HeapTest, ContextBuffersAndFlags) {
+    ASN1CTXT ctxt;
+    ledger.failAfter = 0;
+    EXPECT_EQ(rtInitContext(&ctxt, &ledger), rtStatusNoMemory);
+    EXPECT_EQ(ctxt.initCode, rtContextAlive);
+    rtFreeContext(&ctxt);
+    ledger.failAfter = 1;
+    ASSERT_EQ(rtInitContext(&ctxt, &ledger), 0);
+    EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, 5), rtStatusNoMemory);
+    ledger.failAfter = -1;
+    unsigned char bytes[3]{};
+    ASSERT_EQ(rtInitContextBuffer(&ctxt, bytes, 3), 0);
+    EXPECT_EQ(ctxt.bufDynamic, 0);
+    ASSERT_EQ(rtInitContextBuffer(&ctxt, nullptr, 5), 0);
+    rtCtxtSetFlag(&ctxt, 0xFFFF0000U | ctxFlagSaveBuffer);
+    rtCtxtSetFlag(&ctxt, ctxFlagNoCopy);
+    EXPECT_EQ(ctxt.flags, ctxFlagSaveBuffer | ctxFlagNoCopy);
+    ASN1CTXT saved;
+    rtCopyContext(&saved, &ctxt);
+    EXPECT_EQ(saved.bufData, ctxt.bufData);
+    EXPECT_EQ(saved.bufSize, 5U);
+    EXPECT_EQ(saved.flags, ctxt.flags);
+    rtFreeContext(&ctxt);
+    EXPECT_TRUE(ledger.live.empty());
+}
+
+TEST_F(HeapTest, SharedHeapsOutliveTheirMaker) {
+    ASN1CTXT maker;
+    ASN1CTXT user;
+    ASSERT_EQ(rtInitContext(&maker, &ledger), 0);
+    ASSERT_EQ(rtInitContext(&user, &other), 0);
+    rtCtxtSetMemHeap(&user, &maker);
+    rtCtxtSetMemHeap(&user, &maker);
+    rtCtxtSetMemHeap(nullptr, &maker);
+    rtCtxtSetMsgMemHeap(&user, nullptr);
+    EXPECT_EQ(maker.typeHeap->refCount, 3U);
+    EXPECT_NE(user.msgHeap, user.typeHeap);
+    auto* text = static_cast<char*>(rtMemHeapAlloc(&user.typeHeap, 4));
+    std::memcpy(text, "abc", 4);
+    rtFreeContext(&maker);
+    EXPECT_STREQ(text, "abc");
+    rtCtxtSetMsgMemHeap(&user, &user);
+    ASN1CTXT third;
+    ASSERT_EQ(rtInitContext(&third, &other), 0);
+    rtCtxtSetMsgMemHeap(&third, &user);
+    EXPECT_EQ(third.msgHeap, user.msgHeap);
+    rtFreeContext(&user);
+    rtFreeContext(&third);
+    EXPECT_TRUE(ledger.live.empty());
+    EXPECT_TRUE(other.live.empty());
+}
+
+// An encode buffer comes from the message heap and grows on the type heap.
+TEST_F(HeapTest, EncodeBufferMovesBetweenTwoHeaps) {
+    ASN1CTXT maker;
+    ASN1CTXT user;
+    ASSERT_EQ(rtInitContext(&maker, &ledger), 0);
+    ASSERT_EQ(rtInitContext(&user, &other), 0);
+    rtCtxtSetMemHeap(&user, &maker);
+    ASSERT_EQ(xe_setp(&user, nullptr, 4), 0);
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(xe_expandBuffer(&user, 1), 0);
+    EXPECT_EQ(user.bufSize, 4U + 3 * 16384);
+    xe_free(&user);
+    EXPECT_EQ(user.bufData, nullptr);
+    xe_free(&user);
+    EXPECT_EQ(xe_null(&user, 1), rtStatusBufferOverflow);
+    ASSERT_EQ(xe_setp(&user, nullptr, 4), 0);
+    ASSERT_EQ(xe_expandBuffer(&user, 1), 0);
+    ledger.failAfter = 0;
+    EXPECT_EQ(xe_expandBuffer(&user, 1), rtStatusNoMemory);
+    EXPECT_EQ(xe_expandBuffer(&user, 0x7FFFFFFF), rtStatusNoMemory);
+    rtFreeContext(&maker);
+    rtFreeContext(&user);
+    EXPECT_TRUE(ledger.live.empty());
+    EXPECT_TRUE(other.live.empty());
+}
+
+TEST(NestingTest, DepthAndBudgetOfOneDecode) {
+    TestContext ctxt;
+    ctxt.read(Bytes(100));
+    const auto budget = [&ctxt] { return ctxt.typeHeap->budget; };
+    {
+        const DecodeNesting outer(&ctxt);
+        EXPECT_FALSE(outer.refused());
+        EXPECT_EQ(budget(), rtDecodeBaseBytes + 100 * rtDecodeBytesPerMessageByte);
+        ctxt.read(Bytes(50000)); // a known open type inside doesn't get more
+        const DecodeNesting inner(&ctxt);
+        EXPECT_EQ(budget(), rtDecodeBaseBytes + 100 * rtDecodeBytesPerMessageByte);
+        void* block = rtMemHeapAlloc(&ctxt.typeHeap, 100000);
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(rtMemHeapAlloc(&ctxt.typeHeap, 100000), nullptr);
+        rtMemHeapFreePtr(&ctxt.typeHeap, block);
+        EXPECT_EQ(rtMemHeapAlloc(&ctxt.typeHeap, 100000), nullptr) << "freed blocks count";
+    }
+    EXPECT_EQ(budget(), rtMemHeapUnlimited);
+    EXPECT_EQ(ctxt.nestingDepth, 0);
+    TestContext sharing;
+    rtCtxtSetMemHeap(&sharing, &ctxt);
+    {
+        const DecodeNesting outer(&ctxt);
+        const std::uint64_t before = budget();
+        { const DecodeNesting other(&sharing); }
+        EXPECT_EQ(budget(), before) << "a decode inside another's ends nothing";
+    }
+}
+
+int descend(ASN1CTXT* ctxt) {
+    const DecodeNesting nesting(ctxt);
+    return nesting.refused() ? 0 : 1 + descend(ctxt);
+}
+
+TEST(NestingTest, EndlessRecursionStops) {
+    TestContext ctxt;
+    EXPECT_EQ(descend(&ctxt), rtMaxNestingDepth);
+    EXPECT_EQ(descend(&ctxt), rtMaxNestingDepth) << "left as it was entered";
+}
+
+TEST(ErrorTest, TheFirstStatusStays) {
+    ASN1ErrorRecord first{0};
+    ASN1ErrorRecord second{-7};
+    EXPECT_EQ(rtErrSetData(&first, 0), 0);
+    EXPECT_EQ(rtErrSetData(&first, -3), -3);
+    EXPECT_EQ(rtErrSetData(&first, -5), -5);
+    EXPECT_EQ(first.status, -3);
+    EXPECT_EQ(rtErrCopyData(&first, &second), -3);
+    EXPECT_EQ(second.status, -3);
+    EXPECT_EQ(rtErrReset(&second), 0);
+    EXPECT_EQ(second.status, 0);
+    EXPECT_STREQ(rtErrGetText(), "");
+    EXPECT_EQ(rtErrAddIntParm(&first, 1), 1);
+    EXPECT_EQ(rtErrAddStrParm(&first, "pvalue->count"), 1);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(rtErrPrint(&first), 23);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "ASN.1 ERROR: Status -3\n");
+}
+
+TEST(AllocatorTest, DefaultsAreTheCLibrarys) {
+    EXPECT_EQ(g_realloc_func, rtDefaultRealloc);
+    void* block = rtDefaultMalloc(nullptr, 1);
+    block = rtDefaultRealloc(nullptr, block, 100);
+    ASSERT_NE(block, nullptr);
+    rtDefaultFree(nullptr, block);
+}
+
+} // namespace

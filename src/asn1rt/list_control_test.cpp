@@ -1,0 +1,216 @@
+// The list object and its iterators.
+#include "asn1rt/list_control.h"
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "asn1rt/decode_buffer.h"
+#include "asn1rt/status.h"
+#include "asn1rt/test_allocator.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+class ListControlTest : public testing::Test {
+protected:
+    ListControlTest() : control(buffer, list) {
+        for (int& value : n)
+            control.append(&value);
+    }
+
+    std::vector<int> values() {
+        std::vector<int> result;
+        ASN1CSeqOfListIterator* it = control.iterator();
+        while (void* data = it->next())
+            result.push_back(*static_cast<int*>(data));
+        EXPECT_EQ(it->getState(), rtStatusMissingElement);
+        return result;
+    }
+
+    ASN1BERDecodeBuffer buffer;
+    ASN1TSeqOfList list{};
+    ASN1CSeqOfList control;
+    std::array<int, 3> n{1, 2, 3};
+    int extra = 9;
+};
+
+int value_of(void* data) {
+    return data == nullptr ? -1 : *static_cast<int*>(data);
+}
+
+TEST_F(ListControlTest, ReadsAndChangesByIndexNodeAndData) {
+    EXPECT_EQ(control.size(), 3);
+    EXPECT_EQ(control.indexOf(&n[2]), 2);
+    EXPECT_EQ(control.indexOf(&extra), -1);
+    EXPECT_EQ(control.getFirst(), &n[0]);
+    EXPECT_EQ(control.getLast(), &n[2]);
+    EXPECT_EQ(control.get(1), &n[1]);
+    EXPECT_EQ(control.get(-1), &n[0]);
+    EXPECT_EQ(control.get(3), nullptr);
+    EXPECT_EQ(control.set(1, &extra), &n[1]);
+    EXPECT_EQ(control.set(3, &extra), nullptr);
+    EXPECT_THAT(values(), ElementsAre(1, 9, 3));
+    EXPECT_EQ(control.insert(4, &extra), nullptr);
+    EXPECT_EQ(control.insert(-1, &extra), nullptr);
+    control.insert(3, &n[1]);
+    control.insertBefore(&n[2], list.head);
+    control.insertAfter(&n[0], list.tail);
+    EXPECT_THAT(values(), ElementsAre(3, 1, 9, 3, 2, 1));
+    EXPECT_EQ(control.remove(0), &n[2]);
+    EXPECT_EQ(control.remove(&extra), &extra);
+    EXPECT_EQ(control.remove(&extra), nullptr);
+    control.remove(list.tail);
+    EXPECT_THAT(values(), ElementsAre(1, 3, 2));
+    EXPECT_EQ(control.remove(17), nullptr);
+}
+
+TEST_F(ListControlTest, ArraysBothWays) {
+    std::array<int, 2> more{4, 5};
+    control.appendArray(more.data(), 2, sizeof(int));
+    control.appendArrayCopy(more.data(), 2, sizeof(int));
+    control.appendArrayCopy(more.data(), -1, sizeof(int));
+    more = {6, 7};
+    EXPECT_THAT(values(), ElementsAre(1, 2, 3, 6, 7, 4, 5));
+    const auto* made = static_cast<int*>(control.toArray(sizeof(int)));
+    EXPECT_THAT(std::vector(made, made + 7), ElementsAre(1, 2, 3, 6, 7, 4, 5));
+    std::array<int, 7> mine{};
+    EXPECT_EQ(control.toArray(mine.data(), sizeof(int), 7), mine.data());
+    EXPECT_EQ(mine[6], 5);
+    EXPECT_NE(control.toArray(mine.data(), sizeof(int), 6), mine.data());
+    control.clear();
+    EXPECT_TRUE(control.isEmpty());
+    EXPECT_EQ(control.toArray(sizeof(int)), nullptr);
+    EXPECT_EQ(control.getFirst(), nullptr);
+    EXPECT_EQ(control.getLast(), nullptr);
+}
+
+TEST_F(ListControlTest, IteratesForwardBackwardAndFromAnElement) {
+    ASN1CSeqOfListIterator* it = control.iteratorFromLast();
+    EXPECT_EQ(it->next(), nullptr);
+    EXPECT_EQ(value_of(it->prev()), 3);
+    EXPECT_EQ(value_of(it->prev()), 2);
+    EXPECT_EQ(value_of(it->next()), 2) << "a turn comes by the same element again";
+    EXPECT_EQ(value_of(it->prev()), 2);
+    EXPECT_EQ(value_of(it->prev()), 1);
+    EXPECT_EQ(it->prev(), nullptr);
+    EXPECT_EQ(it->getState(), rtStatusMissingElement);
+    EXPECT_EQ(value_of(it->next()), 1) << "the front stays the front";
+    EXPECT_EQ(it->getState(), rtStatusOk);
+    EXPECT_EQ(value_of(control.iteratorFrom(&n[1])->next()), 2);
+    EXPECT_EQ(control.iteratorFrom(&extra), nullptr);
+}
+
+TEST_F(ListControlTest, IteratorChangesTheListAndStaysFresh) {
+    ASN1CSeqOfListIterator* it = control.iterator();
+    EXPECT_EQ(it->remove(), rtStatusNoCurrentElement);
+    EXPECT_EQ(it->set(&extra), rtStatusNoCurrentElement);
+    it->next();
+    EXPECT_EQ(it->remove(), 0);
+    EXPECT_EQ(it->remove(), rtStatusNoCurrentElement) << "each element can be removed once";
+    EXPECT_EQ(value_of(it->next()), 2);
+    EXPECT_EQ(it->set(&extra), 0);
+    EXPECT_EQ(it->insert(&n[0]), 0);
+    EXPECT_EQ(value_of(it->next()), 3);
+    EXPECT_EQ(it->insert(&n[1]), 0) << "at the end";
+    EXPECT_THAT(values(), ElementsAre(9, 1, 3, 2));
+    it = control.iteratorFromLast();
+    it->prev();
+    EXPECT_EQ(it->remove(), 0) << "the element that next would return";
+    EXPECT_EQ(it->next(), nullptr);
+    EXPECT_THAT(values(), ElementsAre(9, 1, 3));
+}
+
+TEST_F(ListControlTest, EveryChangeMakesIteratorsStale) {
+    const auto stale_after = [&](auto change) {
+        ASN1CSeqOfListIterator* it = control.iterator();
+        it->next();
+        change();
+        EXPECT_EQ(it->next(), nullptr);
+        EXPECT_EQ(it->getState(), rtStatusListChanged);
+        EXPECT_EQ(it->prev(), nullptr);
+        EXPECT_EQ(it->getState(), rtStatusListChanged);
+        return it->remove() == rtStatusListChanged && it->set(&extra) == rtStatusListChanged &&
+               it->insert(&extra) == rtStatusListChanged;
+    };
+    EXPECT_TRUE(stale_after([&] { control.append(&extra); }));
+    EXPECT_TRUE(stale_after([&] { control.insert(0, &extra); }));
+    EXPECT_TRUE(stale_after([&] { control.insertBefore(&extra, nullptr); }));
+    EXPECT_TRUE(stale_after([&] { control.insertAfter(&extra, nullptr); }));
+    EXPECT_TRUE(stale_after([&] { control.set(0, &extra); }));
+    EXPECT_TRUE(stale_after([&] { control.remove(0); }));
+    EXPECT_TRUE(stale_after([&] { control.appendArray(n.data(), 3, sizeof(int)); }));
+    EXPECT_TRUE(stale_after([&] { control.appendArrayCopy(n.data(), 3, sizeof(int)); }));
+    EXPECT_TRUE(stale_after([&] {
+        ASN1CSeqOfListIterator* other = control.iterator();
+        other->next();
+        other->remove();
+    }));
+    EXPECT_TRUE(stale_after([&] { control.clear(); }));
+    control.appendArrayCopy(n.data(), 3, sizeof(int));
+    EXPECT_TRUE(stale_after([&] { control.freeAll(); }));
+}
+
+TEST_F(ListControlTest, ThrowsWithoutMemory) {
+    ASN1CSeqOfListIterator* it = control.iterator();
+    const FailingAllocator none(0);
+    EXPECT_EQ(it->insert(&extra), rtStatusNoMemory);
+    const auto status_of = [](auto action) {
+        try {
+            action();
+        } catch (const ASN1MessageBuffer::RTLError& error) {
+            return error.status;
+        }
+        return 0;
+    };
+    EXPECT_EQ(status_of([&] { control.append(&extra); }), rtStatusNoMemory);
+    EXPECT_EQ(status_of([&] { control.insert(0, &extra); }), rtStatusNoMemory);
+    EXPECT_EQ(status_of([&] { control.iterator(); }), rtStatusNoMemory);
+    EXPECT_EQ(status_of([&] { control.toArray(sizeof(int)); }), rtStatusNoMemory);
+    EXPECT_EQ(status_of([&] { control.appendArrayCopy(n.data(), 1, 4); }), rtStatusNoMemory);
+    EXPECT_EQ(status_of([&] { ASN1CSeqOfList fresh(buffer); }), rtStatusNoMemory);
+    EXPECT_EQ(control.size(), 3);
+}
+
+TEST(ListControl, MakesItsOwnListOnTheSharedHeap) {
+    ASN1BERDecodeBuffer buffer;
+    ASN1CtxtPtr context = buffer.getContext();
+    int value = 5;
+    ASN1CSeqOfList on_buffer(buffer);
+    ASN1CSeqOfList on_context(*context);
+    on_buffer.append(&value);
+    on_context.append(&value);
+    EXPECT_EQ(on_buffer.size() + on_context.size(), 2);
+}
+
+// The nodes of a top-level list live as long as the list, not as long as the control object.
+TEST(ListControl, TopLevelListOutlivesItsControlAndBuffer) {
+    ASN1TPDUSeqOfList on_private, on_buffer, on_context;
+    int value = 5;
+    ASN1CSeqOfList(on_private).append(&value);
+    {
+        ASN1BERDecodeBuffer buffer;
+        ASN1CSeqOfList(buffer, on_buffer).append(&value);
+        ASN1CSeqOfList(*buffer.getContext(), on_context).append(&value);
+    }
+    for (const ASN1TPDUSeqOfList* list : {&on_private, &on_buffer, &on_context})
+        EXPECT_EQ(list->head->data, &value);
+}
+
+TEST(ListControl, PlainListOnAContextOrWithoutOne) {
+    _Asn1RTDList list{};
+    int value = 5;
+    ASN1CSeqOfList(list).append(&value);
+    EXPECT_EQ(list.count, 1U);
+    list = {};
+    ASN1BERDecodeBuffer buffer;
+    ASN1CtxtPtr context = buffer.getContext();
+    ASN1CSeqOfList(*context, list).append(&value);
+    EXPECT_EQ(list.tail->data, &value);
+}
+
+} // namespace

@@ -1,0 +1,22 @@
+// An element of an open-type list: the record lies in one block with its node, for
+// rtDListAppendNode.
+#pragma once
+
+#include "asn1rt/context.h"
+#include "asn1rt/list.h"
+#include "asn1rt/value_record.h"
+
+namespace asn1rt {
+
+// A zeroed record in a new block of the type heap, or null.
+inline ASN1TOpenType* new_list_element(ASN1CTXT* ctxt) {
+    struct NodeAndElement {
+        rtDListNode node;
+        ASN1TOpenType element;
+    };
+    auto* block = static_cast<NodeAndElement*>(
+        rtMemHeapAllocZ(&ctxt->typeHeap, static_cast<std::int32_t>(sizeof(NodeAndElement))));
+    return block == nullptr ? nullptr : &block->element;
+}
+
+} // namespace asn1rt

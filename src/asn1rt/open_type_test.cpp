@@ -1,0 +1,191 @@
+// Open types, lists of them, and copies of values.
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "asn1rt/copy.h"
+#include "asn1rt/status.h"
+#include "asn1rt/test_context.h"
+
+namespace {
+
+TEST(OpenTypeTest, OneElement) {
+    struct Row {
+        const char* name;
+        const char* bytes;
+        int status;
+        std::uint32_t count;
+    };
+    for (const Row& row :
+         {Row{"definite", "02 01 05 FF", 0, 3}, Row{"indefinite", "30 80 05 00 00 00 FF", 0, 6},
+          Row{"nothing", "", 0, 0}, Row{"half a header is nothing", "1F", 0, 0},
+          Row{"no end-of-contents", "30 80 05 00", 0, 4}, Row{"overrun", "02 05 01", -18, 2},
+          Row{"end-of-contents", "00 00", -18, 2}, Row{"bad length", "30 85 00", -5, 0},
+          Row{"bad tag", "1F FF FF FF FF FF", -21, 0}}) {
+        SCOPED_TRACE(row.name);
+        for (const std::uint16_t flags : {std::uint16_t{0}, ctxFlagNoCopy}) {
+            TestContext ctxt;
+            ctxt.read(bytes_of(row.bytes));
+            ctxt.flags = flags;
+            const unsigned char* data = nullptr;
+            std::uint32_t count = 77;
+            EXPECT_EQ(xd_OpenType(&ctxt, &data, &count), row.status);
+            EXPECT_EQ(count, row.count);
+            if (row.count != 0) {
+                EXPECT_EQ(std::memcmp(data, ctxt.message.data(), count), 0);
+                EXPECT_EQ(data == ctxt.message.data(), flags == ctxFlagNoCopy);
+            }
+        }
+    }
+    TestContext ctxt;
+    ctxt.read(bytes_of("05 00"));
+    ctxt.typeHeap->budget = 10;
+    const unsigned char* data = nullptr;
+    std::uint32_t count;
+    EXPECT_EQ(xd_OpenType(&ctxt, &data, &count), -12);
+    EXPECT_EQ(count, 0U);
+    rtDList list;
+    rtDListInit(&list);
+    EXPECT_EQ(xd_OpenTypeAppend(&ctxt, &list), -12);
+    EXPECT_EQ(ctxt.errInfo.status, -12);
+}
+
+class ExtensionTest : public testing::Test {
+protected:
+    int read(const char* hex, int length, std::uint32_t nextTag = 0xFFFFFFFF) {
+        rtDListInit(&list);
+        rtErrReset(&ctxt.errInfo);
+        ctxt.read(bytes_of(hex));
+        const ElementLocation location = rtContentLocation(&ctxt, length);
+        return xd_OpenTypeExt(&ctxt, &location, nextTag, &list);
+    }
+    TestContext ctxt;
+    rtDList list{};
+};
+
+TEST_F(ExtensionTest, UntilTheContentsEnd) {
+    EXPECT_EQ(read("02 01 05 05 00 FF", 5), 0);
+    EXPECT_EQ(list.count, 2U);
+    EXPECT_EQ(read("02 01 05 05 00 00 00", rtIndefiniteLength), 0);
+    EXPECT_EQ(list.count, 2U);
+    EXPECT_EQ(ctxt.bufIndex, 5U);
+    auto* last = static_cast<ASN1TOpenType*>(list.tail->data);
+    EXPECT_EQ(Bytes(last->data, last->data + last->numocts), bytes_of("05 00"));
+    EXPECT_EQ(static_cast<void*>(list.tail + 1), list.tail->data) << "node and record in one block";
+    ASSERT_EQ(xe_setp(&ctxt, nullptr, 0), 0);
+    EXPECT_EQ(ctxt.written(xe_OpenTypeExt(&ctxt, &list)), bytes_of("02 01 05 05 00"));
+    rtMemFreeOpenSeqExt(&ctxt, &list);
+    EXPECT_EQ(list.count, 0U);
+    rtMemFreeOpenSeqExt(&ctxt, nullptr);
+    rtMemFreeOpenSeqExt(nullptr, &list);
+}
+
+TEST_F(ExtensionTest, UntilAKnownElement) {
+    EXPECT_EQ(read("02 01 05 05 00 A1 00", 7, 0x80000001), 0);
+    EXPECT_EQ(list.count, 2U);
+    EXPECT_EQ(ctxt.bufIndex, 5U) << "the cursor stands on it";
+    EXPECT_EQ(read("02 01 05", 3, 0x80000001), -2) << "it didn't come";
+    EXPECT_EQ(ctxt.errInfo.status, -2);
+    EXPECT_EQ(read("02 81", 2, 0x80000001), -2) << "half a header is an element of no bytes";
+    EXPECT_EQ(list.count, 1U);
+}
+
+TEST_F(ExtensionTest, Failures) {
+    EXPECT_EQ(read("02 05 01", 3), -18);
+    EXPECT_EQ(ctxt.errInfo.status, -18);
+    ctxt.flags = ctxFlagIndefMessage | ctxFlagLastEoc;
+    EXPECT_EQ(read("02 01 05", 3), -2) << "no endless loop over an element that doesn't move";
+    ctxt.flags = 0;
+    ctxt.read(bytes_of("02 01 05 02 05"));
+    EXPECT_EQ(xd_OpenTypeAppend(&ctxt, nullptr), 0) << "skipped";
+    EXPECT_EQ(ctxt.bufIndex, 3U);
+    EXPECT_EQ(xd_OpenTypeAppend(&ctxt, nullptr), -2);
+}
+
+TEST(CopyTest, EachRecord) {
+    TestContext ctxt;
+    const unsigned char bytes[] = {1, 2, 3};
+    const std::uint16_t chars16[] = {1, 2};
+    const std::uint32_t chars32[] = {1, 2};
+    const char* text = nullptr;
+    EXPECT_EQ(rtCopyCharStr(&ctxt, "abc", &text), 1);
+    EXPECT_STREQ(text, "abc");
+    EXPECT_EQ(rtCopyCharStr(&ctxt, nullptr, &text), 0);
+    EXPECT_EQ(rtCopyCharStr(&ctxt, "", nullptr), 0);
+    ASN1TDynOctStr octets{3, bytes};
+    ASN1TDynOctStr octetsCopy{};
+    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octetsCopy), 1);
+    EXPECT_EQ(std::memcmp(octetsCopy.data, bytes, 3), 0);
+    EXPECT_NE(octetsCopy.data, bytes);
+    octets.numocts = 0;
+    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octetsCopy), 1);
+    EXPECT_EQ(octetsCopy.data, nullptr);
+    EXPECT_EQ(octetsCopy.numocts, 0U);
+    const ASN1TDynBitStr bits{17, bytes};
+    ASN1TDynBitStr bitsCopy{};
+    EXPECT_EQ(rtCopyDynBitStr(&ctxt, &bits, &bitsCopy), 1);
+    EXPECT_EQ(bitsCopy.numbits, 17U);
+    EXPECT_EQ(std::memcmp(bitsCopy.data, bytes, 3), 0);
+    const ASN1TBMPText text16{2, chars16};
+    ASN1TBMPText copy16{};
+    EXPECT_EQ(rtCopy16BitCharStr(&ctxt, &text16, &copy16), 1);
+    EXPECT_EQ(std::memcmp(copy16.data, chars16, sizeof chars16), 0);
+    const ASN1TUniversalText text32{2, chars32};
+    ASN1TUniversalText copy32{};
+    EXPECT_EQ(rtCopy32BitCharStr(&ctxt, &text32, &copy32), 1);
+    EXPECT_EQ(std::memcmp(copy32.data, chars32, sizeof chars32), 0);
+    const ASN1OBJID oid{3, {1, 2, 3}};
+    ASN1OBJID oidCopy{};
+    EXPECT_EQ(rtCopyOID(&ctxt, &oid, &oidCopy), 1);
+    EXPECT_TRUE(oid == oidCopy);
+    EXPECT_EQ(rtCopyOID(&ctxt, nullptr, &oidCopy), 0);
+    EXPECT_EQ(ctxt.errInfo.status, 0);
+}
+
+TEST(CopyTest, FixedArrays) {
+    const unsigned char bytes[] = {1, 2, 3};
+    unsigned char target[3] = {};
+    std::uint32_t count = 9;
+    EXPECT_EQ(rtCopyOctStr(nullptr, 0, bytes, &count, target), 0);
+    EXPECT_EQ(count, 9U);
+    EXPECT_EQ(rtCopyOctStr(nullptr, 2, nullptr, &count, target), 0);
+    EXPECT_EQ(rtCopyOctStr(nullptr, 2, bytes, &count, target), 1);
+    EXPECT_EQ(count, 2U);
+    EXPECT_EQ(rtCopyBitStr(nullptr, 0, bytes, &count, target), 0);
+    EXPECT_EQ(rtCopyBitStr(nullptr, 17, bytes, &count, target), 1);
+    EXPECT_EQ(count, 17U);
+    EXPECT_EQ(std::memcmp(bytes, target, 3), 0);
+}
+
+TEST(CopyTest, WithoutMemory) {
+    TestContext ctxt;
+    const unsigned char bytes[] = {1, 2, 3};
+    ASN1TOpenType source{3, bytes};
+    ASN1TOpenType target{1, bytes};
+    rtDList list{};
+    rtDList copy{};
+    rtDListAppend(&ctxt, &list, nullptr);
+    rtDListAppend(&ctxt, &list, &source);
+    EXPECT_EQ(rtCopyOpenTypeExt(&ctxt, &list, &copy), 1);
+    EXPECT_EQ(copy.count, 1U) << "a node without a record is left out";
+    EXPECT_EQ(rtCopyOpenTypeExt(&ctxt, nullptr, &copy), 0);
+    for (const std::uint64_t budget : {std::uint64_t{10}, std::uint64_t{100}}) {
+        ctxt.typeHeap->budget = budget;
+        rtErrReset(&ctxt.errInfo);
+        EXPECT_EQ(rtCopyOpenTypeExt(&ctxt, &list, &copy), 0);
+        EXPECT_EQ(ctxt.errInfo.status, -12);
+    }
+    const char* text = nullptr;
+    ctxt.typeHeap->budget = 10;
+    EXPECT_EQ(rtCopyCharStr(&ctxt, "abc", &text), 0);
+    EXPECT_EQ(rtCopyOpenType(&ctxt, &source, &target), 0);
+    EXPECT_EQ(target.data, nullptr);
+    EXPECT_EQ(target.numocts, 0U);
+    ctxt.typeHeap->budget = rtMemHeapUnlimited;
+    rtErrReset(&ctxt.errInfo);
+    source.data = nullptr;
+    EXPECT_EQ(rtCopyOpenType(&ctxt, &source, &target), 0);
+    EXPECT_EQ(ctxt.errInfo.status, -18);
+}
+
+} // namespace

@@ -1,0 +1,14 @@
+// What the object layer throws: a status (status.h) and no text. ASN1RTLException itself comes from
+// the stream operators of the message buffers only; failures inside are
+// ASN1MessageBuffer::RTLError.
+#pragma once
+
+class ASN1RTLException {
+public:
+    explicit ASN1RTLException(int status) : status(status) {}
+    virtual ~ASN1RTLException();
+
+    int getStatus() const { return status; }
+
+    int status;
+};

@@ -1,0 +1,40 @@
+// put_in_front(n), the one bounds-checked step of the cursor under every writer.
+#pragma once
+
+#include <cstdint>
+
+#include "asn1rt/context.h"
+#include "asn1rt/encode.h"
+#include "asn1rt/status.h"
+
+namespace asn1rt {
+
+// Makes the message longer by `count` bytes at its front, for the caller to fill; null on failure,
+// with the status in `status`, and nothing has moved.
+unsigned char* put_in_front_growing(ASN1CTXT* ctxt, std::uint32_t count, int& status);
+
+inline unsigned char* put_in_front(ASN1CTXT* ctxt, std::uint32_t count, int& status) {
+    if (ctxt->bufIndex < count) [[unlikely]]
+        return put_in_front_growing(ctxt, count, status);
+    ctxt->bufIndex -= count;
+    return ctxt->bufData + ctxt->bufIndex;
+}
+
+// One byte: 1 or a negative status.
+inline int put_byte(ASN1CTXT* ctxt, unsigned char byte) {
+    int status;
+    unsigned char* at = put_in_front(ctxt, 1, status);
+    if (at == nullptr)
+        return status;
+    *at = byte;
+    return 1;
+}
+
+// The result of a writer: its contents' length, or with tagging 1 the element's. `least` is the
+// smallest length that gets a tag and length.
+inline int finish(ASN1CTXT* ctxt, ASN1TagType tagging, std::uint32_t tag, int length,
+                  int least = 0) {
+    return tagging == 1 && length >= least ? xe_tag_len(ctxt, tag, length) : length;
+}
+
+} // namespace asn1rt
