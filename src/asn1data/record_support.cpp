@@ -1,0 +1,230 @@
+// The shared part of the generated codecs.
+#include "asn1data/record_support.h"
+
+#include <cstring>
+
+namespace asn1data {
+namespace {
+
+[[noreturn]] void throwNoMemory() {
+    throw ASN1MessageBuffer::RTLError(rtStatusNoMemory);
+}
+
+void* orThrow(void* block) {
+    if (block == nullptr) {
+        throwNoMemory();
+    }
+    return block;
+}
+
+void orThrow(int copied) {
+    if (copied == 0) {
+        throwNoMemory();
+    }
+}
+
+} // namespace
+
+int violated(ASN1CTXT* ctx, const char* path, std::int64_t value) {
+    rtErrAddStrParm(&ctx->errInfo, path);
+    rtErrAddIntParm(&ctx->errInfo, static_cast<int>(value));
+    return rtErrSetData(&ctx->errInfo, rtStatusConstraintViolation);
+}
+
+int sealed(ASN1CTXT* ctx, ASN1TagType tagging, std::uint32_t tag, int length) {
+    if (tagging == noTag) {
+        return length;
+    }
+    const int total = xe_tag_len(ctx, tag, length);
+    return total < 0 ? failed(ctx, total) : total;
+}
+
+int finished(ASN1CTXT* ctx, const ElementLocation& contents) {
+    return rtContentEnded(ctx, &contents) ? 0 : failed(ctx, rtStatusTooManyElements);
+}
+
+bool isAbsent(ASN1CTXT* ctx, int status, std::uint32_t start) {
+    if (status != rtStatusTagNotFound) {
+        return false;
+    }
+    rtErrReset(&ctx->errInfo);
+    ctx->bufIndex = start;
+    return true;
+}
+
+int enter(ASN1CTXT* ctx, int* length) {
+    return xd_Tag1AndLen(ctx, length);
+}
+
+int enter(ASN1CTXT* ctx, std::uint32_t tag, int* length) {
+    const std::uint32_t number = tag & rtTagNumberMask;
+    if (number >= 31) {
+        return xd_match(ctx, tag, length, xdAdvance);
+    }
+    return xd_match1(ctx, static_cast<unsigned char>((tag >> 24) | number), length);
+}
+
+int leave(ASN1CTXT* ctx, int length) {
+    return length == rtIndefiniteLength ? xd_matchEoc(ctx) : 0;
+}
+
+SortedElements::SortedElements(ASN1CTXT* ctx) : ctx_(ctx) {
+    rtSListInitEx(ctx, &list_);
+}
+
+// Most sets have one element, and one element is in order.
+void SortedElements::add(int length) {
+    BufLocDescr descriptor;
+    xe_getBufLocDescr(ctx_, static_cast<std::uint32_t>(length), &descriptor);
+    if (count_++ == 0) {
+        first_ = descriptor;
+        return;
+    }
+    if (count_ == 2) {
+        append(first_);
+    }
+    append(descriptor);
+}
+
+void SortedElements::append(const BufLocDescr& descriptor) {
+    auto* block =
+        static_cast<BufLocDescr*>(orThrow(rtMemHeapAlloc(&ctx_->typeHeap, sizeof(BufLocDescr))));
+    *block = descriptor;
+    orThrow(static_cast<void*>(rtSListAppend(&list_, block)));
+}
+
+int SortedElements::sort() {
+    return count_ > 1 ? xe_derCanonicalSort(ctx_, &list_) : static_cast<int>(first_.numocts);
+}
+
+void* requiredBlock(ASN1CTXT* ctx, std::size_t size) {
+    return orThrow(zeroedBlock(ctx, size));
+}
+
+void* zeroedArray(ASN1CTXT* ctx, std::uint32_t count, std::size_t size) {
+    if (count > static_cast<std::size_t>(rtMaxBlockSize) / size) {
+        return nullptr;
+    }
+    return zeroedBlock(ctx, count * size);
+}
+
+void* requiredArray(ASN1CTXT* ctx, std::uint32_t count, std::size_t size) {
+    return orThrow(zeroedArray(ctx, count, size));
+}
+
+void* listElement(ASN1CTXT* ctx, std::size_t size) {
+    void* node = zeroedBlock(ctx, sizeof(rtDListNode) + size);
+    return node == nullptr ? nullptr : static_cast<rtDListNode*>(node) + 1;
+}
+
+void* appendedElement(ASN1CTXT* ctx, rtDList* list, std::size_t size) {
+    void* element = orThrow(listElement(ctx, size));
+    rtDListAppendNode(ctx, list, element);
+    return element;
+}
+
+void copyValue(ASN1CTXT* ctx, const char* source, const char** target) {
+    *target = nullptr;
+    if (source != nullptr) {
+        orThrow(rtCopyCharStr(ctx, source, target));
+    }
+}
+
+void copyValue(ASN1CTXT* ctx, const ASN1TDynOctStr* source, ASN1TDynOctStr* target) {
+    orThrow(rtCopyDynOctStr(ctx, source, target));
+}
+
+void copyValue(ASN1CTXT* ctx, const ASN1TDynBitStr* source, ASN1TDynBitStr* target) {
+    orThrow(rtCopyDynBitStr(ctx, source, target));
+}
+
+void copyValue(ASN1CTXT* ctx, const ASN1TOpenType* source, ASN1TOpenType* target) {
+    orThrow(rtCopyOpenType(ctx, source, target));
+}
+
+void copyValue(ASN1CTXT* ctx, const ASN1TBMPText* source, ASN1TBMPText* target) {
+    orThrow(rtCopy16BitCharStr(ctx, source, target));
+}
+
+void copyValue(ASN1CTXT* ctx, const ASN1TUniversalText* source, ASN1TUniversalText* target) {
+    orThrow(rtCopy32BitCharStr(ctx, source, target));
+}
+
+void copyValue(ASN1CTXT* ctx, const Asn1TObject* source, Asn1TObject* target) {
+    orThrow(rtCopyOpenType(ctx, source, target));
+    target->decoded = nullptr;
+}
+
+void copyValue(ASN1CTXT* ctx, const ASN1TSeqOfList* source, ASN1TSeqOfList* target) {
+    orThrow(rtCopyOpenTypeExt(ctx, source, target));
+}
+
+void adopt(ASN1TPDU& record, const ASN1CtxtPtr& context) {
+    if (record.context == nullptr) {
+        record.setContext(context.get());
+    }
+}
+
+ASN1Context* contextForCopy(const ASN1TPDU& source) {
+    return source.context != nullptr ? source.context : new ASN1Context;
+}
+
+int decodeOpen(ASN1CTXT* ctx, ASN1TOpenType* value) {
+    value->numocts = 0;
+    value->data = nullptr;
+    const std::uint32_t start = ctx->bufIndex;
+    const int stat = xd_OpenType(ctx, &value->data, &value->numocts);
+    return stat == 0 && ctx->bufIndex == start ? rtStatusEndOfBuffer : stat;
+}
+
+int decodeOpen(ASN1CTXT* ctx, Asn1TObject* value) {
+    value->decoded = nullptr;
+    return decodeOpen(ctx, static_cast<ASN1TOpenType*>(value));
+}
+
+bool enterOpenValue(ASN1CTXT* ctx, const Asn1TObject& value) {
+    if (value.numocts == 0 || value.data == nullptr) {
+        return false;
+    }
+    // A damaged header shows in the decoder of the type.
+    xd_setp(ctx, value.data, static_cast<int>(value.numocts), nullptr, nullptr);
+    return true;
+}
+
+int keepEncoded(ASN1CTXT* ctx, Asn1TObject& value, int length) {
+    if (length <= 0) {
+        return length;
+    }
+    const auto size = static_cast<std::uint32_t>(length);
+    const unsigned char* written = xe_getp(ctx);
+    if (value.data != nullptr && value.numocts == size &&
+        std::memcmp(value.data, written, size) == 0) {
+        return length;
+    }
+    auto* copy = static_cast<unsigned char*>(rtMemHeapAlloc(&ctx->msgHeap, length));
+    if (copy == nullptr) {
+        return failed(ctx, rtStatusNoMemory);
+    }
+    std::memcpy(copy, written, size);
+    value.numocts = size;
+    value.data = copy;
+    return length;
+}
+
+int ScratchBuffer::start() {
+    if (prepared_) {
+        ctx_->bufIndex = ctx_->bufSize - 1;
+        return 0;
+    }
+    const int stat = xe_setp(ctx_, nullptr, 0);
+    prepared_ = stat == 0;
+    return stat;
+}
+
+ScratchBuffer::~ScratchBuffer() {
+    if (prepared_) {
+        xe_free(ctx_);
+    }
+}
+
+} // namespace asn1data
