@@ -1,0 +1,92 @@
+#include "atl/base64.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "base/atl_exception.h"
+
+namespace ATL {
+namespace {
+
+std::string encoded(std::string const& bytes, unsigned flags) {
+    int size = static_cast<int>(bytes.size());
+    std::string text(static_cast<std::size_t>(Base64EncodeGetRequiredLength(size, flags)), '\0');
+    int length = static_cast<int>(text.size());
+    EXPECT_TRUE(Base64Encode(reinterpret_cast<unsigned char const*>(bytes.data()), size,
+                             text.data(), &length, flags));
+    text.resize(static_cast<std::size_t>(length));
+    return text;
+}
+
+std::string decoded(std::string const& text) {
+    std::string bytes(text.size(), '\0');
+    int length = static_cast<int>(bytes.size());
+    EXPECT_TRUE(Base64Decode(text.data(), static_cast<int>(text.size()),
+                             reinterpret_cast<unsigned char*>(bytes.data()), &length));
+    bytes.resize(static_cast<std::size_t>(length));
+    return bytes;
+}
+
+TEST(Base64, EncodesTheVectorsOfTheStandard) {
+    struct Case {
+        char const* bytes;
+        char const* text;
+    };
+    for (auto const& [bytes, text] :
+         {Case{"", ""}, Case{"f", "Zg=="}, Case{"fo", "Zm8="}, Case{"foo", "Zm9v"},
+          Case{"foob", "Zm9vYg=="}, Case{"fooba", "Zm9vYmE="}, Case{"foobar", "Zm9vYmFy"},
+          Case{"\xFB\xEF\xBE\xFF", "++++/w=="}}) {
+        EXPECT_EQ(encoded(bytes, 0), text);
+        std::string bare = text;
+        bare.erase(std::min(bare.find('='), bare.size()));
+        EXPECT_EQ(encoded(bytes, base64NoPadding), bare);
+        if (*text != '\0') {
+            EXPECT_EQ(decoded(text), bytes);
+            EXPECT_EQ(decoded(bare), bytes);
+        }
+    }
+}
+
+TEST(Base64, EndsEveryFullLine) {
+    EXPECT_EQ(encoded(std::string(57, 'x'), 0).size(), 78u);
+    EXPECT_TRUE(encoded(std::string(57, 'x'), 0).ends_with("\r\n"));
+    EXPECT_EQ(encoded(std::string(56, 'x'), 0).size(), 76u);
+    EXPECT_EQ(encoded(std::string(58, 'x'), 0).find("\r\n"), 76u);
+    EXPECT_EQ(encoded(std::string(114, 'x'), base64NoLineEnds).find('\r'), std::string::npos);
+}
+
+TEST(Base64, GoesRoundAtAnySizeWithinTheBound) {
+    for (int size = 1; size < 400; ++size) {
+        std::string bytes;
+        for (int i = 0; i < size; ++i) {
+            bytes += static_cast<char>(i * 7 + size);
+        }
+        for (unsigned flags = 0; flags < 4; ++flags) {
+            EXPECT_EQ(decoded(encoded(bytes, flags)), bytes) << size << ' ' << flags;
+        }
+    }
+}
+
+TEST(Base64, RefusesTooLittleRoomAndNull) {
+    unsigned char const bytes[] = {1, 2, 3};
+    char text[16];
+    int room = Base64EncodeGetRequiredLength(3, 0) - 1;
+    EXPECT_FALSE(Base64Encode(bytes, 3, text, &room, 0));
+    EXPECT_FALSE(Base64Encode(nullptr, 3, text, &room, 0));
+    EXPECT_FALSE(Base64Encode(bytes, 3, text, nullptr, 0));
+    EXPECT_THROW(Base64Encode(bytes, 0x20000000, text, &room, 0), CAtlException);
+    unsigned char out[2];
+    room = 2;
+    EXPECT_FALSE(Base64Decode("AAAA", 4, out, &room));
+    EXPECT_FALSE(Base64Decode("", 0, out, &room));
+}
+
+TEST(Base64, SkipsWhatIsNotOfTheAlphabetAndStopsAtZero) {
+    EXPECT_EQ(decoded("Zm\r\n9v=Ym*Fy"), "foobar");
+    EXPECT_EQ(decoded(std::string("Zm9v\0YmFy", 9)), "foo");
+    EXPECT_EQ(decoded("Z"), "");
+}
+
+} // namespace
+} // namespace ATL

@@ -1,0 +1,108 @@
+// Properties of certificate contexts, and their detaching from a store.
+#include "atl/cert_context.h"
+
+#include <algorithm>
+#include <array>
+
+#include "atl/platform_answer.h"
+#include "base/atl_exception.h"
+
+namespace ATL2 {
+
+namespace {
+
+constexpr HRESULT failed = Halcyon::hr(0x80004005u);
+constexpr HRESULT moreData = Halcyon::hr(0x800700EAu);
+
+// What the platform computes afresh, or what binds a context to keys and stores of one process.
+bool isLeftBehind(DWORD id) {
+    static constexpr std::array<DWORD, 18> ids{1,  3,  4,  6,  7,  8,  14, 15, 17,
+                                               18, 20, 24, 25, 27, 78, 79, 99, 100};
+    return std::binary_search(ids.begin(), ids.end(), id);
+}
+
+HRESULT copyProperty(CCertContext const& from, PCCERT_CONTEXT to, DWORD id) {
+    ATL::CStringA value;
+    if (auto const result = from.GetProperty(id, value); result < 0) {
+        return result;
+    }
+    if (id == CERT_KEY_CONTEXT_PROP_ID) {
+        return 0; // holds a live key handle: looked at, not taken along
+    }
+    char* const bytes = value.PrepareWrite(value.GetLength());
+    CRYPT_DATA_BLOB const blob{static_cast<DWORD>(value.GetLength()),
+                               reinterpret_cast<BYTE*>(bytes)};
+    void const* const data =
+        id == CERT_KEY_PROV_INFO_PROP_ID ? static_cast<void const*>(bytes) : &blob;
+    if (!CertSetCertificateContextProperty(to, id, 0, data)) {
+        return Halcyon::resultFromLastError();
+    }
+    return 0;
+}
+
+} // namespace
+
+void CCertContext::attach(PCCERT_CONTEXT context) noexcept {
+    if (context_) {
+        CertFreeCertificateContext(context_);
+    }
+    context_ = context;
+}
+
+HRESULT CCertContext::GetProperty(unsigned id, ATL::CStringA& value) const {
+    if (!context_) {
+        return failed;
+    }
+    return fetchAnswer(value, [&](char* buffer, DWORD* size) {
+        return CertGetCertificateContextProperty(context_, id, buffer, size);
+    });
+}
+
+HRESULT CCertContext::GetKeyProvInfo(ATL::CStringA& value) const {
+    if (!context_) {
+        return failed;
+    }
+    DWORD size = 512;
+    auto call = [&] {
+        char* const room = value.PrepareWrite(static_cast<int>(size));
+        return CertGetCertificateContextProperty(context_, CERT_KEY_PROV_INFO_PROP_ID, room, &size)
+                   ? 0
+                   : Halcyon::resultFromLastError();
+    };
+    auto result = call();
+    if (result == moreData) {
+        if (size > 0x7FFFFFFFu) {
+            ATL::AtlThrowImpl(Halcyon::hr(0x80070057u));
+        }
+        result = call();
+    }
+    if (result < 0) {
+        return result;
+    }
+    setAnswerLength(value, size);
+    return 0;
+}
+
+HRESULT CCertContext::DetachFromStore() {
+    if (!context_) {
+        return failed;
+    }
+    CCertContext detached(CertCreateCertificateContext(anyEncoding, context_->pbCertEncoded,
+                                                       context_->cbCertEncoded));
+    if (!detached) {
+        return Halcyon::resultFromLastError();
+    }
+    DWORD id = 0;
+    while ((id = CertEnumCertificateContextProperties(context_, id)) != 0) {
+        if (isLeftBehind(id)) {
+            continue;
+        }
+        if (auto const result = copyProperty(*this, detached.get(), id); result < 0) {
+            return result;
+        }
+    }
+    *this = std::move(detached);
+    return 0;
+}
+
+} // namespace ATL2

@@ -1,0 +1,213 @@
+#include "atl/cert_store.h"
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "atl/cert_context.h"
+#include "atl/platform_answer.h"
+#include "base/atl_exception.h"
+#include "base/blob.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace ATL2 {
+namespace {
+
+constexpr HRESULT failed = Halcyon::hr(0x80004005u);
+
+// A self-signed certificate, DER: see testdata/make.sh.
+Halcyon::CBlob certificateBytes() {
+    Halcyon::CBlob bytes;
+    bytes.readFromFile(CHRONOSEAL_TESTDATA "/plain.cer");
+    return bytes;
+}
+
+CCertContext certificate() {
+    auto const bytes = certificateBytes();
+    return CCertContext(CertCreateCertificateContext(anyEncoding, bytes.pbData(),
+                                                     static_cast<DWORD>(bytes.cbData())));
+}
+
+CCertStore memoryStore() {
+    CCertStore store;
+    store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
+    return store;
+}
+
+int countIn(HCERTSTORE store) {
+    int count = 0;
+    CCertContext current;
+    for (;; ++count) {
+        current.attach(CertEnumCertificatesInStore(store, current.detach()));
+        if (!current) {
+            return count;
+        }
+    }
+}
+
+void add(CCertStore const& store) {
+    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), certificate().get(),
+                                                 CERT_STORE_ADD_ALWAYS, nullptr));
+}
+
+bool isOpen(HCERTSTORE store) {
+    HCERTSTORE const duplicate = CertDuplicateStore(store);
+    if (duplicate) {
+        CertCloseStore(duplicate, 0);
+    }
+    return duplicate != nullptr;
+}
+
+TEST(CertStore, StaysOpenForItsCopies) {
+    std::optional<CCertStore> store(memoryStore());
+    auto const handle = store->get();
+    std::optional<CCertStore> copy(*store);
+    store.reset();
+    EXPECT_TRUE(isOpen(handle));
+    copy->Destroy();
+    EXPECT_EQ(copy->get(), nullptr);
+    EXPECT_FALSE(isOpen(handle));
+}
+
+TEST(CertStore, CopySeesAStoreThatWasOpenedLater) {
+    CCertStore store;
+    CCertStore const copy(store);
+    store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
+    EXPECT_EQ(copy.get(), store.get());
+}
+
+TEST(CertStore, DestroyLeavesACopysStoreOpen) {
+    auto store = memoryStore();
+    CCertStore const copy(store);
+    store.Destroy();
+    EXPECT_TRUE(isOpen(copy.get()));
+}
+
+TEST(CertStore, RefusesASecondHandle) {
+    auto store = memoryStore();
+    auto const other = memoryStore();
+    auto const handle = store.get();
+    EXPECT_EQ(store.AttachWeak(other.get()), failed);
+    EXPECT_EQ(store.get(), handle);
+    EXPECT_THROW(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr), ATL::CAtlException);
+    CCertStore empty;
+    EXPECT_LT(empty.AttachWeak(reinterpret_cast<void*>(0x10)), 0);
+    EXPECT_EQ(empty.AddStoreToCollection(other), failed);
+}
+
+TEST(CertStore, AttachesADuplicate) {
+    auto const owner = memoryStore();
+    {
+        CCertStore weak;
+        ASSERT_EQ(weak.AttachWeak(owner.get()), 0);
+    }
+    EXPECT_TRUE(isOpen(owner.get()));
+}
+
+TEST(CertStore, CollectionKeepsItsChildren) {
+    CCertStore collection;
+    collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr);
+    {
+        auto const child = memoryStore();
+        add(child);
+        ASSERT_EQ(collection.AddStoreToCollection(child), 0);
+    }
+    EXPECT_EQ(countIn(collection.get()), 1);
+}
+
+TEST(CertContext, DetachingTakesPropertiesAlongButNotHashesAndHandles) {
+    auto const store = memoryStore();
+    auto const plain = certificate();
+    wchar_t container[] = L"container";
+    CRYPT_KEY_PROV_INFO key{};
+    key.pwszContainerName = container;
+    key.dwProvType = 24;
+    ASSERT_TRUE(
+        CertSetCertificateContextProperty(plain.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
+    BYTE name[] = {'n', 0, 0, 0, 0, 0, 0, 0};
+    CRYPT_DATA_BLOB const blob{sizeof(name), name};
+    ASSERT_TRUE(
+        CertSetCertificateContextProperty(plain.get(), CERT_FRIENDLY_NAME_PROP_ID, 0, &blob));
+    for (DWORD const id : {CERT_SHA1_HASH_PROP_ID, DWORD{78}, DWORD{100}}) {
+        ASSERT_TRUE(CertSetCertificateContextProperty(plain.get(), id, 0, &blob));
+    }
+    PCCERT_CONTEXT inStore = nullptr;
+    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), plain.get(), CERT_STORE_ADD_ALWAYS,
+                                                 &inStore));
+    CCertContext context(inStore);
+    ASSERT_EQ(context.DetachFromStore(), 0);
+    EXPECT_EQ(context->hCertStore, nullptr);
+    EXPECT_NE(context.get(), inStore);
+
+    std::vector<DWORD> ids;
+    for (DWORD id = 0; (id = CertEnumCertificateContextProperties(context.get(), id)) != 0;) {
+        ids.push_back(id);
+    }
+    EXPECT_EQ(ids, (std::vector<DWORD>{CERT_KEY_PROV_INFO_PROP_ID, CERT_FRIENDLY_NAME_PROP_ID}));
+    ATL::CStringA value;
+    ASSERT_EQ(context.GetKeyProvInfo(value), 0);
+    auto const* info = reinterpret_cast<CRYPT_KEY_PROV_INFO const*>(value.GetString());
+    EXPECT_STREQ(info->pwszContainerName, L"container");
+    ASSERT_EQ(context.GetProperty(CERT_FRIENDLY_NAME_PROP_ID, value), 0);
+    EXPECT_EQ(value.GetLength(), static_cast<int>(sizeof(name)));
+}
+
+TEST(CertContext, FetchesKeyInfoOfAnySize) {
+    auto const context = certificate();
+    std::wstring container(1000, L'c');
+    CRYPT_KEY_PROV_INFO key{};
+    key.pwszContainerName = container.data();
+    ASSERT_TRUE(
+        CertSetCertificateContextProperty(context.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
+    ATL::CStringA value;
+    ASSERT_EQ(context.GetKeyProvInfo(value), 0);
+    EXPECT_EQ(reinterpret_cast<CRYPT_KEY_PROV_INFO const*>(value.GetString())->pwszContainerName,
+              container);
+}
+
+TEST(CertContext, TellsWhatIsMissing) {
+    ATL::CStringA value;
+    CCertContext none;
+    EXPECT_EQ(none.GetProperty(2, value), failed);
+    EXPECT_EQ(none.DetachFromStore(), failed);
+    EXPECT_EQ(certificate().GetProperty(CERT_KEY_PROV_INFO_PROP_ID, value),
+              Halcyon::hr(CRYPT_E_NOT_FOUND));
+    EXPECT_EQ(certificate().GetKeyProvInfo(value), Halcyon::hr(CRYPT_E_NOT_FOUND));
+}
+
+TEST(PlatformAnswer, RefusesASizeBeyondTheBuffer) {
+    ATL::CStringA value;
+    auto grows = [](char* buffer, DWORD* size) {
+        *size = buffer ? 100000 : 10;
+        return TRUE;
+    };
+    EXPECT_THROW(fetchAnswer(value, grows), ATL::CAtlException);
+    auto huge = [](char*, DWORD* size) {
+        *size = 0x80000000u;
+        return TRUE;
+    };
+    EXPECT_THROW(fetchAnswer(value, huge), ATL::CAtlException);
+    auto nothing = [](char*, DWORD* size) {
+        *size = 0;
+        return TRUE;
+    };
+    EXPECT_EQ(fetchAnswer(value, nothing), 0);
+    EXPECT_TRUE(value.IsEmpty());
+}
+
+TEST(PlatformAnswer, FailureWithoutALastErrorNeverReadsAsSuccess) {
+    SetLastError(0);
+    EXPECT_EQ(resultFromLastErrorOrFail(), failed);
+    SetLastError(8);
+    EXPECT_EQ(resultFromLastErrorOrFail(), Halcyon::hr(0x80070008u));
+    SetLastError(CRYPT_E_NOT_FOUND);
+    EXPECT_EQ(resultFromLastErrorOrFail(), Halcyon::hr(CRYPT_E_NOT_FOUND));
+}
+
+} // namespace
+} // namespace ATL2

@@ -1,0 +1,8 @@
+// The empty hash, set up at load.
+#include "atl/crypt_hash.h"
+
+namespace ATL {
+
+CCryptHash CCryptHash::EmptyHash;
+
+} // namespace ATL

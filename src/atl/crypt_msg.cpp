@@ -1,0 +1,42 @@
+// Parameters of cryptographic messages.
+#include "atl/crypt_msg.h"
+
+namespace ATL2 {
+
+HRESULT CCryptMsg::GetParam(unsigned type, unsigned index, ATL::CStringA& value) const {
+    if (!handle_) {
+        return Halcyon::hr(0x80004005u);
+    }
+    return fetchAnswer(value, [&](char* buffer, DWORD* size) {
+        return CryptMsgGetParam(handle_, type, index, buffer, size);
+    });
+}
+
+HRESULT CCryptMsg::GetAndDecodeCmsSignerInfo(unsigned index, ATL::CStringA& value,
+                                             CMSG_CMS_SIGNER_INFO const** info, unsigned flags,
+                                             unsigned encoding) const {
+    ATL::CStringA signer;
+    if (auto const result = GetParam(CMSG_ENCODED_SIGNER, index, signer); result < 0) {
+        return result;
+    }
+    auto const result =
+        ATL2::CryptDecodeObject(CMS_SIGNER_INFO, signer.bytes(),
+                                static_cast<unsigned>(signer.GetLength()), value, flags, encoding);
+    if (result < 0) {
+        return result;
+    }
+    *info = reinterpret_cast<CMSG_CMS_SIGNER_INFO const*>(value.Lock());
+    return 0;
+}
+
+HRESULT CryptDecodeObject(char const* structType, unsigned char const* data, unsigned size,
+                          ATL::CStringA& value, unsigned flags, unsigned encoding) {
+    return fetchAnswer(
+        value,
+        [&](char* buffer, DWORD* needed) {
+            return ::CryptDecodeObject(encoding, structType, data, size, flags, buffer, needed);
+        },
+        &resultFromLastErrorOrFail);
+}
+
+} // namespace ATL2

@@ -1,0 +1,268 @@
+// The platform's provider functions are replaced here by a table of made-up providers, as long as a
+// test holds one.
+#include "atl/default_csp.h"
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "atl/crypt_prov.h"
+#include "base/atl_exception.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace {
+
+struct FakeProvider {
+    DWORD type;
+    std::string name;
+    std::vector<ALG_ID> algorithms;
+    bool isDefault = true;
+    bool opens = true;
+    DWORD listingEnd = ERROR_NO_MORE_ITEMS;
+};
+
+struct FakePlatform {
+    FakePlatform() { current = this; }
+    ~FakePlatform() { current = nullptr; }
+
+    std::vector<FakeProvider> providers;
+    std::map<HCRYPTPROV, int> references;
+    std::map<HCRYPTPROV, std::size_t> positions;
+    HCRYPTPROV chosen = 0;
+    int failingIndex = -1;
+    int enumerations = 0;
+
+    static FakePlatform* current;
+};
+
+FakePlatform* FakePlatform::current = nullptr;
+
+template <class Function>
+Function real(char const* name) {
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+BOOL fail(DWORD error) {
+    SetLastError(error);
+    return FALSE;
+}
+
+BOOL putName(std::string const& text, LPSTR name, DWORD* size) {
+    auto const needed = static_cast<DWORD>(text.size() + 1);
+    if (*size < needed) {
+        *size = needed;
+        return fail(ERROR_MORE_DATA);
+    }
+    std::memcpy(name, text.c_str(), needed);
+    *size = needed;
+    return TRUE;
+}
+
+} // namespace
+
+extern "C" {
+
+HCRYPTPROV HYCAPI_I_CryptGetDefaultCryptProv(ALG_ID first, ALG_ID second) noexcept {
+    return FakePlatform::current ? FakePlatform::current->chosen
+                                 : real<decltype(&HYCAPI_I_CryptGetDefaultCryptProv)>(
+                                       "HYCAPI_I_CryptGetDefaultCryptProv")(first, second);
+}
+
+BOOL CryptEnumProviderTypesA(DWORD index, DWORD* reserved, DWORD flags, DWORD* type, LPSTR name,
+                             DWORD* size) noexcept {
+    auto* const fake = FakePlatform::current;
+    if (!fake) {
+        return real<decltype(&CryptEnumProviderTypesA)>("CryptEnumProviderTypesA")(
+            index, reserved, flags, type, name, size);
+    }
+    ++fake->enumerations;
+    for (auto const& provider : fake->providers) {
+        if (provider.isDefault && index-- == 0) {
+            *type = provider.type;
+            return putName("the type of " + provider.name, name, size);
+        }
+    }
+    return fail(ERROR_NO_MORE_ITEMS);
+}
+
+BOOL CryptEnumProvidersA(DWORD index, DWORD* reserved, DWORD flags, DWORD* type, LPSTR name,
+                         DWORD* size) noexcept {
+    auto* const fake = FakePlatform::current;
+    if (!fake) {
+        return real<decltype(&CryptEnumProvidersA)>("CryptEnumProvidersA")(index, reserved, flags,
+                                                                           type, name, size);
+    }
+    ++fake->enumerations;
+    if (index >= fake->providers.size()) {
+        return fail(ERROR_NO_MORE_ITEMS);
+    }
+    if (static_cast<int>(index) == fake->failingIndex) {
+        return fail(NTE_FAIL);
+    }
+    *type = fake->providers[index].type;
+    return putName(fake->providers[index].name, name, size);
+}
+
+BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DWORD type,
+                          DWORD flags) noexcept {
+    auto* const fake = FakePlatform::current;
+    if (!fake) {
+        return real<decltype(&CryptAcquireContextA)>("CryptAcquireContextA")(context, container,
+                                                                             name, type, flags);
+    }
+    for (std::size_t i = 0; i < fake->providers.size(); ++i) {
+        auto const& provider = fake->providers[i];
+        if (provider.type == type && (name ? provider.name == name : provider.isDefault)) {
+            if (!provider.opens) {
+                return fail(NTE_BAD_PROVIDER);
+            }
+            *context = i + 1;
+            ++fake->references[*context];
+            return TRUE;
+        }
+    }
+    return fail(NTE_KEYSET_NOT_DEF);
+}
+
+BOOL CryptReleaseContext(HCRYPTPROV context, DWORD flags) noexcept {
+    auto* const fake = FakePlatform::current;
+    if (!fake) {
+        return real<decltype(&CryptReleaseContext)>("CryptReleaseContext")(context, flags);
+    }
+    --fake->references[context];
+    return TRUE;
+}
+
+BOOL CryptContextAddRef(HCRYPTPROV context, DWORD* reserved, DWORD flags) noexcept {
+    auto* const fake = FakePlatform::current;
+    if (!fake) {
+        return real<decltype(&CryptContextAddRef)>("CryptContextAddRef")(context, reserved, flags);
+    }
+    ++fake->references[context];
+    return TRUE;
+}
+
+BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* size,
+                       DWORD flags) noexcept {
+    auto* const fake = FakePlatform::current;
+    if (!fake) {
+        return real<decltype(&CryptGetProvParam)>("CryptGetProvParam")(context, parameter, data,
+                                                                       size, flags);
+    }
+    auto const& provider = fake->providers[context - 1];
+    auto& position = fake->positions[context];
+    if (flags == CRYPT_FIRST) {
+        position = 0;
+    }
+    if (position == provider.algorithms.size()) {
+        return fail(provider.listingEnd);
+    }
+    reinterpret_cast<PROV_ENUMALGS_EX*>(data)->aiAlgid = provider.algorithms[position++];
+    return TRUE;
+}
+}
+
+namespace Halcyon {
+namespace {
+
+constexpr ALG_ID hashA = 0x8101;
+constexpr ALG_ID hashB = 0x8102;
+
+// The index of the provider found, counted from 1, with its one reference given back; 0 for none.
+HCRYPTPROV find(FakePlatform& platform, ALG_ID first, ALG_ID second = 0) {
+    auto const found = HYGetDefaultCSPThrow(first, second);
+    if (found != 0) {
+        CryptReleaseContext(found, 0);
+    }
+    for (auto const& [handle, count] : platform.references) {
+        EXPECT_EQ(count, 0) << "provider " << handle;
+    }
+    return found;
+}
+
+std::uint32_t codeOf(ALG_ID algorithm) {
+    try {
+        HYGetDefaultCSPThrow(algorithm, 0);
+    } catch (ATL::CAtlException const& failure) {
+        return static_cast<std::uint32_t>(failure.m_hr);
+    }
+    return 0;
+}
+
+TEST(DefaultCsp, TakesThePlatformsChoiceWithoutLooking) {
+    FakePlatform platform;
+    platform.providers = {{1, "one", {hashA}}};
+    platform.chosen = 1;
+    platform.references[1] = 1;
+    EXPECT_EQ(find(platform, hashA), 1u);
+    EXPECT_EQ(platform.enumerations, 0);
+    EXPECT_EQ(HYGetDefaultCSPThrow(0, hashA), 0u);
+}
+
+TEST(DefaultCsp, PrefersDefaultsOfTypesToNames) {
+    FakePlatform platform;
+    platform.providers = {{1, "hidden", {hashA}, false}, {1, "one", {hashB}}, {2, "two", {hashA}}};
+    EXPECT_EQ(find(platform, hashA), 3u);
+    platform.providers[2].algorithms = {hashB};
+    EXPECT_EQ(find(platform, hashA), 1u) << "installed, but not the default of its type";
+    EXPECT_EQ(find(platform, 0x8103), 0u);
+}
+
+TEST(DefaultCsp, WantsBothAlgorithms) {
+    FakePlatform platform;
+    platform.providers = {{1, "one", {hashA}}, {2, "two", {hashB, hashA}}};
+    EXPECT_EQ(find(platform, hashA, hashB), 2u);
+    EXPECT_EQ(find(platform, hashA), 1u);
+}
+
+TEST(DefaultCsp, RetriesLongNamesAndPassesOverFailingIndices) {
+    FakePlatform platform;
+    platform.providers = {{1, "one", {hashB}},
+                          {1, "broken", {hashA}, false},
+                          {1, std::string(600, 'n'), {hashA}, false}};
+    platform.failingIndex = 1;
+    EXPECT_EQ(find(platform, hashA), 3u);
+}
+
+TEST(DefaultCsp, EndsWithAnExceptionWhenAProviderCannotBeAsked) {
+    FakePlatform platform;
+    platform.providers = {{1, "one", {hashB}}, {2, "two", {hashA}}};
+    platform.providers[0].opens = false;
+    EXPECT_EQ(codeOf(hashA), 0x80090013u);
+    platform.providers[0].opens = true;
+    platform.providers[0].listingEnd = ERROR_NOT_ENOUGH_MEMORY;
+    EXPECT_EQ(codeOf(hashA), 0x80070008u);
+    EXPECT_EQ(platform.references[1], 0);
+}
+
+TEST(DefaultCsp, FindsTheRealProviderOfSha256) {
+    auto const provider = HYGetDefaultCSPThrow(CALG_SHA_256, 0);
+    ASSERT_NE(provider, 0u);
+    EXPECT_TRUE(CryptReleaseContext(provider, 0));
+}
+
+TEST(CryptProv, AssignsReferences) {
+    FakePlatform platform;
+    platform.providers = {{1, "one", {}}, {2, "two", {}}};
+    {
+        ATL::CCryptProv first;
+        ASSERT_TRUE(CryptAcquireContextA(first.put(), nullptr, "one", 1, CRYPT_VERIFYCONTEXT));
+        auto& same = first;
+        first = same;
+        EXPECT_EQ(platform.references[1], 1);
+        ATL::CCryptProv second;
+        ASSERT_TRUE(CryptAcquireContextA(second.put(), nullptr, "two", 2, CRYPT_VERIFYCONTEXT));
+        second = first;
+        EXPECT_EQ(platform.references[1], 2);
+        EXPECT_EQ(platform.references[2], 0);
+    }
+    EXPECT_EQ(platform.references[1], 0);
+}
+
+} // namespace
+} // namespace Halcyon

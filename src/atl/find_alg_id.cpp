@@ -1,0 +1,46 @@
+// The search for a provider by its algorithms.
+#include "atl/find_alg_id.h"
+
+#include "base/atl_exception.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace Halcyon {
+
+bool CFindAlgIdIn::TryNextProv(unsigned type, char const* name) {
+    if (!provider.release() && GetLastError() != 0) {
+        throwLastError();
+    }
+    if (!CryptAcquireContextA(provider.put(), nullptr, name, type, CRYPT_VERIFYCONTEXT)) {
+        throwLastError();
+    }
+    return lists(algId) && (algId2 == 0 || lists(algId2));
+}
+
+bool CFindAlgIdIn::lists(ALG_ID wanted) const {
+    for (DWORD flag = CRYPT_FIRST;; flag = 0) {
+        PROV_ENUMALGS_EX record{};
+        DWORD size = sizeof(record);
+        if (!CryptGetProvParam(provider.get(), PP_ENUMALGS_EX, reinterpret_cast<BYTE*>(&record),
+                               &size, flag)) {
+            break;
+        }
+        if (record.aiAlgid == wanted) {
+            return true;
+        }
+    }
+    if (GetLastError() != ERROR_NO_MORE_ITEMS) {
+        throwLastError();
+    }
+    return false;
+}
+
+bool CFindAlgIdInDefaultProviders::OnType(unsigned type, char const* /*name*/) {
+    return !TryNextProv(type, nullptr);
+}
+
+bool CFindAlgIdInProviders::OnProv(char const* name, unsigned type) {
+    return !TryNextProv(type, name);
+}
+
+} // namespace Halcyon

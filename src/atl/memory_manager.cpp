@@ -1,0 +1,26 @@
+// The C library's heap as a memory manager.
+#include "atl/memory_manager.h"
+
+#include <cstdlib>
+
+#include "base/atl_exception.h"
+
+namespace ATL {
+
+void* CCRTHeap::Allocate(unsigned long size) {
+    return std::malloc(size);
+}
+
+void CCRTHeap::Free(void* block) {
+    std::free(block);
+}
+
+void* CCRTHeap::Reallocate(void* block, unsigned long size) {
+    return std::realloc(block, size);
+}
+
+unsigned long CCRTHeap::GetSize(void* /*block*/) {
+    AtlThrowImpl(Halcyon::hr(0x80004005u));
+}
+
+} // namespace ATL

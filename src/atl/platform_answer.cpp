@@ -1,0 +1,23 @@
+// The size check of platform answers, and the codes of failures without a last error.
+#include "atl/platform_answer.h"
+
+#include "sup/last_error.h"
+
+namespace ATL2 {
+
+void setAnswerLength(ATL::CStringA& value, DWORD size) {
+    value.SetLength(static_cast<int>(size)); // refuses what is negative in 32 bits
+}
+
+HRESULT resultFromLastErrorOrFail() noexcept {
+    auto const error = static_cast<HRESULT>(GetLastError());
+    if (error > 0) {
+        // Read again: what stands in its place by now counts.
+        return GetLastError() == 0
+                   ? Halcyon::hr(0x80074005u)
+                   : Halcyon::hr(0x80070000u | (static_cast<DWORD>(error) & 0xFFFFu));
+    }
+    return error == 0 ? Halcyon::hr(0x80004005u) : error;
+}
+
+} // namespace ATL2

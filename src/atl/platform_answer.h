@@ -1,0 +1,42 @@
+// Fetching of platform answers of unknown length: one call for the size, one for the data.
+#pragma once
+
+#include "atl/string.h"
+#include "base/atl_exception.h"
+#include "sup/types.h"
+
+namespace ATL2 {
+
+// The encoding of certificates and messages everywhere in the library.
+constexpr DWORD anyEncoding = 0x00010001;
+
+// Sets the length of an answer to what the platform reported. Throws CAtlException 0x80070057 for a
+// size beyond the buffer.
+void setAnswerLength(ATL::CStringA& value, DWORD size);
+
+// The code of a failure whose last error may be missing: never 0 and never success.
+HRESULT resultFromLastErrorOrFail() noexcept;
+
+// `call(buffer, &size)` is the platform's function with all but the buffer bound; it returns BOOL.
+// The result is 0, or the code of the last error; in the second call the length is set before that
+// is looked at.
+template <class Call>
+HRESULT fetchAnswer(ATL::CStringA& value, Call call,
+                    HRESULT (*secondFailure)() noexcept = nullptr) {
+    DWORD size = 0;
+    if (!call(nullptr, &size)) {
+        return Halcyon::resultFromLastError();
+    }
+    if (size > 0x7FFFFFFFu) {
+        ATL::AtlThrowImpl(Halcyon::hr(0x80070057u));
+    }
+    char* const room = value.PrepareWrite(static_cast<int>(size));
+    HRESULT result = 0;
+    if (!call(room, &size)) {
+        result = secondFailure ? secondFailure() : Halcyon::resultFromLastError();
+    }
+    setAnswerLength(value, size);
+    return result;
+}
+
+} // namespace ATL2

@@ -1,0 +1,243 @@
+// Copy-on-write strings: sharing, growth, replacement and conversion.
+#include "atl/string.h"
+
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
+#include <limits>
+#include <string>
+
+#include "base/atl_exception.h"
+#include "sup/text_conversion.h"
+
+namespace ATL {
+
+namespace {
+
+constexpr std::int32_t badArgument = Halcyon::hr(0x80070057u);
+constexpr std::int32_t outOfMemory = Halcyon::hr(0x8007000Eu);
+
+template <class T>
+int textLength(T const* text) {
+    auto const length = std::char_traits<T>::length(text);
+    if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        AtlThrowImpl(badArgument);
+    }
+    return static_cast<int>(length);
+}
+
+// Doubles up to 1024 characters, then takes steps of 1024 up to 2^30, and then none.
+int grownLength(int present) {
+    if (present <= 1024) {
+        return present * 2;
+    }
+    return present <= 0x40000000 ? present + 1024 : present;
+}
+
+// Calls `visit(place)` for every `old` in the `length` characters at `text`, which end in a zero
+// and may hold others. `visit` gives the place where the search goes on and may move what `end`
+// points to.
+template <class Visit>
+void forEachFind(wchar_t* text, wchar_t*& end, wchar_t const* old, Visit visit) {
+    while (text < end) {
+        if (wchar_t* const place = std::wcsstr(text, old)) {
+            text = visit(place);
+        } else {
+            text += std::wcslen(text) + 1;
+        }
+    }
+}
+
+} // namespace
+
+template <class T, bool mfc>
+CSimpleStringT<T, mfc>::CSimpleStringT(CSimpleStringT const& other) : CSimpleStringT() {
+    *this = other;
+}
+
+template <class T, bool mfc>
+CSimpleStringT<T, mfc>& CSimpleStringT<T, mfc>::operator=(CSimpleStringT const& other) {
+    if (chars_ == other.chars_) {
+        return *this;
+    }
+    if (other.header()->IsLocked()) {
+        // One more share would turn the lock's count into 0, and the first release would free the
+        // buffer under the other's feet.
+        SetString(other.chars_, other.GetLength());
+        return *this;
+    }
+    other.header()->AddRef();
+    header()->Release();
+    chars_ = other.chars_;
+    return *this;
+}
+
+template <class T, bool mfc>
+T* CSimpleStringT<T, mfc>::PrepareWrite(int length) {
+    if (GetAllocLength() < length || header()->IsShared()) {
+        PrepareWrite2(length);
+    }
+    return chars_;
+}
+
+template <class T, bool mfc>
+void CSimpleStringT<T, mfc>::PrepareWrite2(int length) {
+    length = std::max(length, GetLength());
+    if (header()->IsShared()) {
+        fork(length);
+    } else if (GetAllocLength() < length) {
+        grow(length);
+    }
+}
+
+template <class T, bool mfc>
+void CSimpleStringT<T, mfc>::fork(int length) {
+    auto* const old = header();
+    auto* const data = old->pStringMgr->Clone()->Allocate(length, sizeof(T));
+    if (!data) {
+        AtlThrowImpl(outOfMemory);
+    }
+    std::char_traits<T>::copy(charsOf(data), chars_,
+                              static_cast<std::size_t>(old->nDataLength) + 1);
+    data->nDataLength = old->nDataLength;
+    chars_ = charsOf(data);
+    old->Release();
+}
+
+template <class T, bool mfc>
+void CSimpleStringT<T, mfc>::grow(int length) {
+    int const present = GetAllocLength();
+    int const wanted = std::max(grownLength(present), length);
+    if (wanted < 1 || wanted <= present) {
+        AtlThrowImpl(outOfMemory);
+    }
+    auto* const data = header()->pStringMgr->Reallocate(header(), wanted, sizeof(T));
+    if (!data) {
+        AtlThrowImpl(outOfMemory);
+    }
+    chars_ = charsOf(data);
+}
+
+template <class T, bool mfc>
+void CSimpleStringT<T, mfc>::SetLength(int length) {
+    if (length < 0 || length > GetAllocLength()) {
+        AtlThrowImpl(badArgument);
+    }
+    header()->nDataLength = length;
+    chars_[length] = T();
+}
+
+template <class T, bool mfc>
+T* CSimpleStringT<T, mfc>::Lock() {
+    PrepareWrite(GetLength());
+    auto& refs = header()->nRefs;
+    if (--refs == 0) {
+        refs = -1;
+    }
+    return chars_;
+}
+
+template <class T, bool mfc>
+void CSimpleStringT<T, mfc>::SetString(T const* text, int length) {
+    if (length == 0) {
+        if (GetLength() == 0) {
+            return;
+        }
+        if (header()->IsLocked()) {
+            SetLength(0);
+            return;
+        }
+        auto* const nil = header()->pStringMgr->GetNilString();
+        header()->Release();
+        chars_ = charsOf(nil);
+        return;
+    }
+    if (!text || length < 0) {
+        AtlThrowImpl(badArgument);
+    }
+    auto const oldLength = static_cast<std::size_t>(GetLength());
+    auto const count = static_cast<std::size_t>(length);
+    // By address, since `text` may be of another block.
+    auto const offset =
+        (reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(chars_)) /
+        sizeof(T);
+    bool const inside = offset <= oldLength;
+    if (inside && count > oldLength - offset) {
+        AtlThrowImpl(badArgument); // more than the string holds from there on
+    }
+    T* const room = PrepareWrite(length);
+    if (inside) {
+        std::char_traits<T>::move(room, room + offset, count);
+    } else {
+        std::char_traits<T>::copy(room, text, count);
+    }
+    SetLength(length);
+}
+
+template <class T, bool mfc>
+void CSimpleStringT<T, mfc>::SetString(T const* text) {
+    SetString(text, text ? textLength(text) : 0);
+}
+
+template <class Traits>
+void CStringT<char, Traits>::assignWide(wchar_t const* text) {
+    int const size =
+        text ? WideCharToMultiByte(0, 0, text, -1, nullptr, 0, nullptr, nullptr) - 1 : 0;
+    if (size <= 0) {
+        SetString(nullptr, 0);
+        return;
+    }
+    // The room takes the terminator as well, so that a converter which insists on writing it can.
+    char* const room = PrepareWrite(size);
+    WideCharToMultiByte(0, 0, text, -1, room, size + 1, nullptr, nullptr);
+    SetLength(size);
+}
+
+template <class Traits>
+int CStringT<wchar_t, Traits>::Replace(wchar_t const* old, wchar_t const* replacement) {
+    if (!old || *old == L'\0' || IsEmpty()) {
+        return 0;
+    }
+    replacement = replacement ? replacement : L"";
+    int const oldSize = textLength(old);
+    int const newSize = textLength(replacement);
+    auto* scan = const_cast<wchar_t*>(GetString());
+    auto* end = scan + GetLength();
+    int count = 0;
+    forEachFind(scan, end, old, [&](wchar_t* place) {
+        ++count;
+        return place + oldSize;
+    });
+    if (count == 0) {
+        return 0;
+    }
+    int const present = GetLength();
+    auto const wanted =
+        present + static_cast<long long>(count) * (static_cast<long long>(newSize) - oldSize);
+    if (wanted > std::numeric_limits<int>::max()) {
+        AtlThrowImpl(outOfMemory);
+    }
+    int const length = static_cast<int>(wanted);
+    // Copies: both may lie in the buffer that is about to change.
+    std::wstring const what(old);
+    std::wstring const with(replacement);
+    scan = PrepareWrite(std::max(length, present));
+    end = scan + present;
+    forEachFind(scan, end, what.c_str(), [&](wchar_t* place) {
+        auto* const tail = place + oldSize;
+        std::wmemmove(place + newSize, tail, static_cast<std::size_t>(end - tail));
+        std::wmemcpy(place, with.c_str(), static_cast<std::size_t>(newSize));
+        end += newSize - oldSize;
+        *end = L'\0';
+        return place + newSize;
+    });
+    SetLength(length);
+    return count;
+}
+
+template class CSimpleStringT<char, false>;
+template class CSimpleStringT<wchar_t, false>;
+template class CStringT<char, StrTraitATL<char, ChTraitsCRT<char>>>;
+template class CStringT<wchar_t, StrTraitATL<wchar_t, ChTraitsCRT<wchar_t>>>;
+
+} // namespace ATL

@@ -1,0 +1,116 @@
+// CStringA and CStringW: reference-counted strings that are copied when written to. The narrow one
+// also serves as byte buffer for the platform's answers; embedded zeros are allowed. Failures are
+// thrown as CAtlException: 0x8007000E out of memory, 0x80070057 bad length or null text.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "atl/string_manager.h"
+
+namespace ATL {
+
+template <class T>
+struct ChTraitsCRT {};
+
+template <class T, class Base = ChTraitsCRT<T>>
+struct StrTraitATL : Base {};
+
+// The storage. Copies share one buffer; one string object belongs to one thread, but copies on
+// several threads may come and go independently. Lengths are characters, without the terminator.
+template <class T, bool mfc = false>
+class CSimpleStringT {
+public:
+    CSimpleStringT() : chars_(charsOf(g_defaultStrMgr.GetNilString())) {}
+    CSimpleStringT(CSimpleStringT const& other);
+    CSimpleStringT& operator=(CSimpleStringT const& other);
+    ~CSimpleStringT() { header()->Release(); }
+
+    int GetLength() const noexcept { return header()->nDataLength; }
+    int GetAllocLength() const noexcept { return header()->nAllocLength; }
+    bool IsEmpty() const noexcept { return GetLength() == 0; }
+    // Good until the string is written to, assigned to or destroyed.
+    T const* GetString() const noexcept { return chars_; }
+    operator T const*() const noexcept { return chars_; }
+
+    // The characters for writing: unshared, with room for `length` of them; the text is kept.
+    T* PrepareWrite(int length);
+    // Sets the length within the room and writes the terminator there.
+    void SetLength(int length);
+    // Keeps the buffer in its place, unshared: emptying the string leaves it where it is, and a
+    // copy takes a buffer of its own.
+    T* Lock();
+    // `text` may lie in this string.
+    void SetString(T const* text, int length);
+    void SetString(T const* text);
+    void Empty() { SetString(nullptr, 0); }
+
+protected:
+    CStringData* header() const noexcept {
+        return reinterpret_cast<CStringData*>(const_cast<T*>(chars_)) - 1;
+    }
+
+private:
+    static T* charsOf(CStringData* data) noexcept { return static_cast<T*>(data->data()); }
+    void PrepareWrite2(int length);
+    void fork(int length);
+    void grow(int length);
+
+    T* chars_;
+};
+
+template <class T, class Traits = StrTraitATL<T>>
+class CStringT;
+
+template <class Traits>
+class CStringT<char, Traits> : public CSimpleStringT<char, false> {
+public:
+    CStringT() = default;
+    CStringT(char const* text) { SetString(text); }
+    CStringT(char const* text, int length) { SetString(text, length); }
+    explicit CStringT(wchar_t const* text) { assignWide(text); }
+    CStringT& operator=(char const* text) {
+        SetString(text);
+        return *this;
+    }
+    // Converts to the system's code page. Null, or text that can't be converted, empties the
+    // string.
+    CStringT& operator=(wchar_t const* text) {
+        assignWide(text);
+        return *this;
+    }
+
+    // The content as bytes.
+    unsigned char const* bytes() const noexcept {
+        return reinterpret_cast<unsigned char const*>(GetString());
+    }
+
+private:
+    void assignWide(wchar_t const* text);
+};
+
+template <class Traits>
+class CStringT<wchar_t, Traits> : public CSimpleStringT<wchar_t, false> {
+public:
+    CStringT() = default;
+    CStringT(wchar_t const* text) { SetString(text); }
+    CStringT(wchar_t const* text, int length) { SetString(text, length); }
+    CStringT& operator=(wchar_t const* text) {
+        SetString(text);
+        return *this;
+    }
+
+    // Replaces every `old`, also behind embedded zeros; returns how many there were. A null or
+    // empty `old` is found nowhere, a null `replacement` counts as empty.
+    int Replace(wchar_t const* old, wchar_t const* replacement);
+};
+
+using CStringA = CStringT<char, StrTraitATL<char, ChTraitsCRT<char>>>;
+using CStringW = CStringT<wchar_t, StrTraitATL<wchar_t, ChTraitsCRT<wchar_t>>>;
+
+extern template class CSimpleStringT<char, false>;
+extern template class CSimpleStringT<wchar_t, false>;
+extern template class CStringT<char, StrTraitATL<char, ChTraitsCRT<char>>>;
+extern template class CStringT<wchar_t, StrTraitATL<wchar_t, ChTraitsCRT<wchar_t>>>;
+
+} // namespace ATL

@@ -1,0 +1,166 @@
+#include "atl/string.h"
+
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "base/atl_exception.h"
+
+namespace ATL {
+namespace {
+
+std::uint32_t codeOf(std::function<void()> const& call) {
+    try {
+        call();
+    } catch (CAtlException const& failure) {
+        return static_cast<std::uint32_t>(failure.m_hr);
+    }
+    return 0;
+}
+
+std::string textOf(CStringA const& text) {
+    return {text.GetString(), static_cast<std::size_t>(text.GetLength())};
+}
+
+std::wstring textOf(CStringW const& text) {
+    return {text.GetString(), static_cast<std::size_t>(text.GetLength())};
+}
+
+TEST(CStringA, CopiesShareUntilOneIsWritten) {
+    CStringA const original("abc");
+    CStringA copy(original);
+    EXPECT_EQ(copy.GetString(), original.GetString());
+    copy.PrepareWrite(3)[0] = 'x';
+    EXPECT_EQ(textOf(original), "abc");
+    EXPECT_EQ(textOf(copy), "xbc");
+}
+
+TEST(CStringA, EmptyStringsShareTheNilString) {
+    CStringA const a;
+    CStringA b("text");
+    b.Empty();
+    EXPECT_EQ(a.GetString(), b.GetString());
+    EXPECT_STREQ(b.GetString(), "");
+}
+
+TEST(CStringA, GrowsByDoublingAndThenBySteps) {
+    auto grownFrom = [](int capacity, int wanted) {
+        CStringA text;
+        text.PrepareWrite(1);
+        while (text.GetAllocLength() < capacity) {
+            text.PrepareWrite(text.GetAllocLength() + 1);
+        }
+        text.PrepareWrite(wanted);
+        return text.GetAllocLength();
+    };
+    CStringA text;
+    text.PrepareWrite(1);
+    EXPECT_EQ(text.GetAllocLength(), 7);
+    text.PrepareWrite(1020);
+    EXPECT_EQ(text.GetAllocLength(), 1023);
+    text.PrepareWrite(1024); // doubled, and rounded up to one below a multiple of 8
+    EXPECT_EQ(text.GetAllocLength(), 2047);
+    text.PrepareWrite(2048);
+    EXPECT_EQ(text.GetAllocLength(), 3071);
+    EXPECT_EQ(grownFrom(7, 5000), 5007);
+}
+
+TEST(CStringA, SetsTextFromItsOwnBuffer) {
+    CStringA text("0123456789");
+    text.SetString(text.GetString() + 4, 3);
+    EXPECT_EQ(textOf(text), "456");
+    CStringA shared("0123456789");
+    CStringA const other(shared); // the buffer has to move
+    shared.SetString(shared.GetString() + 2, 8);
+    EXPECT_EQ(textOf(shared), "23456789");
+    EXPECT_EQ(textOf(other), "0123456789");
+    EXPECT_EQ(codeOf([&] { shared.SetString(shared.GetString() + 2, 7); }), 0x80070057u)
+        << "more than the string holds";
+}
+
+TEST(CStringA, RefusesBadLengths) {
+    CStringA text("abc");
+    EXPECT_EQ(codeOf([&] { text.SetLength(-1); }), 0x80070057u);
+    EXPECT_EQ(codeOf([&] { text.SetLength(text.GetAllocLength() + 1); }), 0x80070057u);
+    EXPECT_EQ(codeOf([&] { text.SetString(nullptr, 1); }), 0x80070057u);
+    EXPECT_EQ(codeOf([&] { text.SetString("x", -1); }), 0x80070057u);
+    EXPECT_EQ(textOf(text), "abc");
+}
+
+TEST(CStringA, LockedBufferStaysInItsPlace) {
+    CStringA text("abc");
+    auto const* const place = text.Lock();
+    CStringA const copy(text); // takes a buffer of its own
+    EXPECT_NE(copy.GetString(), place);
+    EXPECT_EQ(textOf(copy), "abc");
+    text.Empty();
+    EXPECT_EQ(text.GetString(), place);
+    EXPECT_EQ(text.GetLength(), 0);
+    CStringA assigned("before");
+    assigned = text;
+    EXPECT_EQ(assigned.GetLength(), 0);
+}
+
+TEST(CStringA, ConvertsWideTextToUtf8) {
+    CStringA text("old");
+    text = L"a\u00e9\U0001F600";
+    EXPECT_EQ(textOf(text), "a\xC3\xA9\xF0\x9F\x98\x80");
+    text = static_cast<wchar_t const*>(nullptr);
+    EXPECT_TRUE(text.IsEmpty());
+    text = L"";
+    EXPECT_TRUE(text.IsEmpty());
+}
+
+TEST(CStringW, Replaces) {
+    struct Case {
+        std::wstring text;
+        wchar_t const* old;
+        wchar_t const* with;
+        int count;
+        std::wstring result;
+    };
+    for (auto const& [from, old, with, count, result] :
+         {Case{L"aba", L"a", L"xy", 2, L"xybxy"}, Case{L"aba", L"c", L"xy", 0, L"aba"},
+          Case{L"aaaa", L"aa", L"a", 2, L"aa"}, Case{L"aba", L"a", nullptr, 2, L"b"},
+          Case{L"aba", L"", L"x", 0, L"aba"}, Case{L"aba", nullptr, L"x", 0, L"aba"},
+          Case{L"", L"a", L"x", 0, L""},
+          Case{std::wstring(L"a\0ab\0a", 6), L"a", L"yz", 3, std::wstring(L"yz\0yzb\0yz", 9)},
+          Case{L"abc", L"abc", L"", 1, L""}}) {
+        CStringW text(from.c_str(), static_cast<int>(from.size()));
+        EXPECT_EQ(text.Replace(old, with), count);
+        EXPECT_EQ(textOf(text), result);
+    }
+}
+
+TEST(CStringW, ReplacesManyWithLongText) {
+    std::wstring expected;
+    std::wstring source;
+    for (int i = 0; i < 300; ++i) {
+        source += L"a-";
+        expected += L"0123456789-";
+    }
+    CStringW text(source.c_str());
+    CStringW const copy(text);
+    EXPECT_EQ(text.Replace(L"a", L"0123456789"), 300);
+    EXPECT_EQ(textOf(text), expected);
+    EXPECT_EQ(textOf(copy), source);
+}
+
+TEST(StringManager, AllocatesInEights) {
+    for (auto const& [chars, capacity] : {std::pair{0, 7}, std::pair{7, 7}, std::pair{8, 15}}) {
+        auto* const data = g_defaultStrMgr.Allocate(chars, 1);
+        ASSERT_NE(data, nullptr);
+        EXPECT_EQ(data->nAllocLength, capacity);
+        EXPECT_EQ(data->nRefs, 1);
+        data->Release();
+    }
+    EXPECT_EQ(g_defaultStrMgr.Allocate(-1, 1), nullptr);
+    EXPECT_EQ(g_defaultStrMgr.Clone(), &g_defaultStrMgr);
+    CCRTHeap heap;
+    EXPECT_EQ(codeOf([&] { heap.GetSize(nullptr); }), 0x80004005u);
+    EXPECT_EQ(CFixedStringMgr::s_pLog, nullptr);
+}
+
+} // namespace
+} // namespace ATL

@@ -1,0 +1,33 @@
+// Throwing of result codes, and the rule that makes one from the thread's last error.
+#include "base/atl_exception.h"
+
+#include "sup/last_error.h"
+
+namespace ATL {
+
+void AtlThrowImpl(int code) {
+    throw CAtlException(code);
+}
+
+} // namespace ATL
+
+namespace Halcyon {
+
+std::int32_t resultFromLastError() noexcept {
+    auto const error = static_cast<std::int32_t>(GetLastError());
+    if (error > 0) {
+        return hr(0x80070000u | (static_cast<std::uint32_t>(error) & 0xFFFFu));
+    }
+    return error;
+}
+
+std::int32_t resultFromLastError(std::int32_t fallback) noexcept {
+    auto const code = resultFromLastError();
+    return code == 0 ? fallback : code;
+}
+
+void throwLastError() {
+    ATL::AtlThrowImpl(resultFromLastError());
+}
+
+} // namespace Halcyon

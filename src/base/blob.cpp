@@ -1,0 +1,98 @@
+// The byte buffer: storage and comparison. Every block is made by array new and exact in size.
+#include "base/blob.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace Halcyon {
+
+namespace {
+
+// Uninitialised; null for size 0.
+unsigned char* copyOf(unsigned char const* data, unsigned long size) {
+    if (size == 0) {
+        return nullptr;
+    }
+    auto* block = new unsigned char[size];
+    std::memcpy(block, data, size);
+    return block;
+}
+
+} // namespace
+
+CBlob::CBlob(unsigned char const* data, unsigned long size)
+    : cbData_(size), pbData_(copyOf(data, size)) {}
+
+CBlob::CBlob(CBlob const& other) : CBlob(other.pbData_, other.cbData_) {}
+
+CBlob::CBlob(CBlob&& other) noexcept {
+    swap(other);
+}
+
+CBlob::CBlob(unsigned long size) : cbData_(size), pbData_(new unsigned char[size]()) {}
+
+CBlob::~CBlob() {
+    delete[] pbData_;
+}
+
+void CBlob::assign(unsigned char const* data, unsigned long size) {
+    auto* block = copyOf(data, size); // before the old block goes: `data` may lie in it
+    delete[] pbData_;
+    pbData_ = block;
+    cbData_ = size;
+}
+
+CBlob& CBlob::operator=(CBlob const& other) {
+    assign(other.pbData_, other.cbData_);
+    return *this;
+}
+
+CBlob& CBlob::operator=(CBlob&& other) noexcept {
+    swap(other);
+    return *this;
+}
+
+void CBlob::swap(CBlob& other) noexcept {
+    std::swap(cbData_, other.cbData_);
+    std::swap(pbData_, other.pbData_);
+}
+
+void CBlob::resize_to(unsigned long size) {
+    if (size > cbData_) {
+        auto* block = new unsigned char[size];
+        if (cbData_ != 0) {
+            std::memcpy(block, pbData_, cbData_);
+        }
+        delete[] pbData_;
+        pbData_ = block;
+    }
+    cbData_ = size;
+}
+
+void CBlob::reverse() noexcept {
+    std::reverse(pbData_, pbData_ + cbData_);
+}
+
+CBlob& CBlob::operator+=(CBlob const& other) {
+    auto const head = cbData_;
+    auto const tail = other.cbData_; // taken first: `other` may be this blob
+    if (tail != 0) {
+        resize_to(head + tail);
+        std::memcpy(pbData_ + head, other.pbData_, tail);
+    }
+    return *this;
+}
+
+bool CBlob::operator==(CBlob const& other) const noexcept {
+    return cbData_ == other.cbData_ &&
+           (cbData_ == 0 || std::memcmp(pbData_, other.pbData_, cbData_) == 0);
+}
+
+int CBlob::compare(CBlob const& other) const noexcept {
+    auto const common = std::min(cbData_, other.cbData_);
+    int const order = common == 0 ? 0 : std::memcmp(pbData_, other.pbData_, common);
+    return order != 0 ? order : static_cast<int>(cbData_ - other.cbData_);
+}
+
+} // namespace Halcyon

@@ -1,0 +1,144 @@
+// A blob's ways in and out as file and as hexadecimal text.
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+
+#include "base/atl_exception.h"
+#include "base/blob.h"
+#include "sup/text_conversion.h"
+
+namespace Halcyon {
+
+namespace {
+
+constexpr std::int32_t cannotOpen = hr(0x80070002u);
+constexpr std::int32_t cannotRead = hr(0x80070570u);
+
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+File openFile(char const* path, char const* mode) {
+    return File(std::fopen(path, mode), &std::fclose);
+}
+
+std::string narrowPath(wchar_t const* path) {
+    int const size = WideCharToMultiByte(0, 0, path, -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 0) {
+        ATL::AtlThrowImpl(resultFromLastError(cannotRead));
+    }
+    std::string narrow(static_cast<std::size_t>(size), '\0');
+    if (WideCharToMultiByte(0, 0, path, -1, narrow.data(), size, nullptr, nullptr) == 0) {
+        ATL::AtlThrowImpl(resultFromLastError(cannotRead));
+    }
+    return narrow;
+}
+
+// The file's whole content in `content`; false if it can't be read. A folder opens like a file but
+// reports a size without meaning, so it is refused before any memory is taken for it.
+bool readAll(std::FILE* file, std::vector<unsigned char>& content) {
+    struct stat info {};
+    if (::fstat(::fileno(file), &info) != 0 || S_ISDIR(info.st_mode) ||
+        std::fseek(file, 0, SEEK_END) != 0) {
+        return false;
+    }
+    long const end = std::ftell(file);
+    if (end < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
+        return false;
+    }
+    content.resize(static_cast<std::uint32_t>(end));
+    return content.empty() || std::fread(content.data(), 1, content.size(), file) == content.size();
+}
+
+int digitValue(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    return -1;
+}
+
+char const* skipSpace(char const* text) {
+    while (std::isspace(static_cast<unsigned char>(*text))) {
+        ++text;
+    }
+    return text;
+}
+
+} // namespace
+
+void CBlob::readFromFile(char const* path) {
+    auto const file = openFile(path, "rb");
+    if (!file) {
+        clear();
+        ATL::AtlThrowImpl(cannotOpen);
+    }
+    std::vector<unsigned char> content;
+    if (!readAll(file.get(), content)) {
+        clear();
+        ATL::AtlThrowImpl(cannotRead);
+    }
+    assign(content.data(), content.size());
+}
+
+void CBlob::readFromFile(wchar_t const* path) {
+    readFromFile(narrowPath(path).c_str());
+}
+
+void CBlob::writeToFile(char const* path) const {
+    auto const file = openFile(path, "wb");
+    if (!file) {
+        ATL::AtlThrowImpl(cannotOpen);
+    }
+    if (cbData_ != 0) {
+        // Whether all of it arrives is not reported: a caller who has to know reads the file back.
+        [[maybe_unused]] auto const written = std::fwrite(pbData_, 1, cbData_, file.get());
+    }
+}
+
+void CBlob::writeToFile(wchar_t const* path) const {
+    writeToFile(narrowPath(path).c_str());
+}
+
+void CBlob::readFromHexString(char const* text) {
+    text = text ? text : "";
+    auto const pairs = std::strlen(text) / 2;
+    if (cbData_ <= pairs) {
+        resize_to(pairs + 1);
+    }
+    clear();
+    text = skipSpace(text);
+    while (*text != '\0') {
+        int const high = digitValue(text[0]);
+        int const low = high < 0 ? -1 : digitValue(text[1]);
+        if (low < 0) {
+            break;
+        }
+        pbData_[cbData_++] = static_cast<unsigned char>(high << 4 | low);
+        text = skipSpace(text + 2);
+    }
+}
+
+CStringProxy CBlob::writeToHexString(unsigned long groupSize) const {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(cbData_ * 2 + (groupSize != 0 ? cbData_ / groupSize : 0));
+    for (unsigned long i = 0; i < cbData_; ++i) {
+        if (groupSize != 0 && i != 0 && i % groupSize == 0) {
+            text += ' ';
+        }
+        text += digits[pbData_[i] >> 4];
+        text += digits[pbData_[i] & 0x0F];
+    }
+    return {text.c_str()};
+}
+
+} // namespace Halcyon

@@ -1,0 +1,96 @@
+// Calendar-aware addition to a date.
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+
+#include "base/atl_exception.h"
+#include "base/date_text.h"
+
+namespace Halcyon {
+
+namespace {
+
+bool isLeap(int year) {
+    return year % 400 == 0 || (year % 4 == 0 && year % 100 != 0);
+}
+
+int lastDayOf(int year, int month) {
+    // By month; entry 0 stands for none.
+    static constexpr std::array<std::uint32_t, 13> maxDaysNonLeap{0,  31, 28, 31, 30, 31, 30,
+                                                                  31, 31, 30, 31, 30, 31};
+    static constexpr std::array<std::uint32_t, 13> maxDaysLeap{0,  31, 29, 31, 30, 31, 30,
+                                                               31, 31, 30, 31, 30, 31};
+    auto const& table = isLeap(year) ? maxDaysLeap : maxDaysNonLeap;
+    return static_cast<int>(table[static_cast<std::size_t>(month)]);
+}
+
+CDateTime DateAddMonth(int months, CDateTime const& date) {
+    SYSTEMTIME time = date.getSystemTime();
+    int year = time.wYear + months / 12;
+    int month = time.wMonth + months % 12;
+    if (month < 1) {
+        month += 12;
+        --year;
+    } else if (month > 12) {
+        month -= 12;
+        ++year;
+    }
+    int const lastDay = lastDayOf(year, month);
+    time.wYear = static_cast<WORD>(year);
+    time.wMonth = static_cast<WORD>(month);
+    time.wDayOfWeek = 0;
+    if (time.wDay > lastDay) {
+        time.wDay = static_cast<WORD>(lastDay);
+    }
+    return CDateTime::fromTicks(CDateTime(time).ticks() + date.microsecond() * 10u);
+}
+
+CDateTimeSpan unitOf(char letter) {
+    switch (letter) {
+    case 's':
+        return CDateTimeSpan::OneSecond();
+    case 'n':
+        return CDateTimeSpan::OneMinute();
+    case 'h':
+        return CDateTimeSpan::OneHour();
+    case 'd':
+    case '\0':
+        return CDateTimeSpan::OneDay();
+    case 'w':
+        return CDateTimeSpan::OneDay() * 7;
+    default:
+        ATL::AtlThrowImpl(hr(0x80070057u));
+    }
+}
+
+} // namespace
+
+CDateTime DateAddA(char const* interval, int count, CDateTime const& date) {
+    if (!interval) {
+        ATL::AtlThrowImpl(hr(0x80070057u));
+    }
+    if (*interval == 'm') {
+        return DateAddMonth(count, date);
+    }
+    if (*interval == 'y') {
+        // In 32 bits, and so wrapping.
+        auto const months = static_cast<std::uint32_t>(count) * 12u;
+        return DateAddMonth(static_cast<std::int32_t>(months), date);
+    }
+    auto const magnitude =
+        count < 0 ? 0u - static_cast<unsigned int>(count) : static_cast<unsigned int>(count);
+    auto const distance = unitOf(*interval) * magnitude;
+    return count >= 1 ? date + distance : date - distance;
+}
+
+CDateTime DateAddW(wchar_t const* interval, int count, CDateTime const& date) {
+    if (!interval) {
+        ATL::AtlThrowImpl(hr(0x80070057u));
+    }
+    wchar_t const letter = *interval;
+    bool const narrow = letter >= 0 && letter < 0x80;
+    char const text[] = {narrow ? static_cast<char>(letter) : '?', '\0'};
+    return DateAddA(text, count, date);
+}
+
+} // namespace Halcyon

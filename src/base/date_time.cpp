@@ -1,0 +1,215 @@
+// Points in time: construction, calendar fields, zone conversion and arithmetic.
+#include "base/date_time.h"
+
+#include <utility>
+
+#include "base/atl_exception.h"
+#include "base/generalized_time.h"
+#include "sup/last_error.h"
+#include "sup/time_conversion.h"
+
+namespace Halcyon {
+
+namespace {
+
+constexpr std::uint64_t unixEpoch = 116444736000000000u;
+constexpr std::uint64_t ticksPerSecond = 10000000;
+
+std::uint64_t ticksOf(FILETIME const& time) {
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+std::uint64_t cutToMicroseconds(std::uint64_t ticks) {
+    return ticks - ticks % 10;
+}
+
+std::uint64_t ticksOfUnixTime(std::uint64_t seconds, unsigned int microseconds) {
+    return unixEpoch + seconds * ticksPerSecond + microseconds * 10u;
+}
+
+bool convert(SYSTEMTIME const& from, std::uint64_t& ticks) {
+    FILETIME time{};
+    if (!SystemTimeToFileTime(&from, &time)) {
+        return false;
+    }
+    ticks = ticksOf(time);
+    return true;
+}
+
+std::uint64_t ticksOf(SYSTEMTIME const& time) {
+    std::uint64_t ticks = 0;
+    if (!convert(time, ticks)) {
+        throwLastError();
+    }
+    return ticks;
+}
+
+// Seconds west of UTC at this moment, daylight saving time included.
+std::uint64_t currentZoneOffset() {
+    std::time_t const now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
+    ::tzset();
+    long offset = ::timezone;
+    if (local.tm_isdst > 0) {
+        offset -= 3600;
+    }
+    return static_cast<std::uint64_t>(offset);
+}
+
+} // namespace
+
+void CDateTime::putTicks(std::uint64_t ticks) noexcept {
+    dwHighDateTime_ = static_cast<std::uint32_t>(ticks >> 32);
+    dwLowDateTime_ = static_cast<std::uint32_t>(ticks);
+}
+
+CDateTime CDateTime::fromTicks(std::uint64_t ticks) noexcept {
+    CDateTime date;
+    date.putTicks(ticks);
+    return date;
+}
+
+CDateTime::CDateTime(long seconds, unsigned int microseconds) noexcept {
+    putTicks(ticksOfUnixTime(static_cast<std::uint64_t>(seconds), microseconds));
+}
+
+CDateTime::CDateTime(long long seconds, unsigned int microseconds) noexcept {
+    putTicks(ticksOfUnixTime(static_cast<std::uint64_t>(seconds), microseconds));
+}
+
+CDateTime::CDateTime(FILETIME time) noexcept {
+    putTicks(cutToMicroseconds(ticksOf(time)));
+}
+
+CDateTime::CDateTime(SYSTEMTIME const& time) {
+    putTicks(cutToMicroseconds(ticksOf(time)));
+}
+
+CDateTime::CDateTime(unsigned int year, unsigned int month, unsigned int day, unsigned int hour,
+                     unsigned int minute, unsigned int second, unsigned int millisecond,
+                     unsigned int microsecond) {
+    SYSTEMTIME time{};
+    time.wYear = static_cast<WORD>(year);
+    time.wMonth = static_cast<WORD>(month);
+    time.wDay = static_cast<WORD>(day);
+    time.wHour = static_cast<WORD>(hour);
+    time.wMinute = static_cast<WORD>(minute);
+    time.wSecond = static_cast<WORD>(second);
+    time.wMilliseconds = static_cast<WORD>(millisecond);
+    putTicks(ticksOf(time) + microsecond * 10u);
+}
+
+CDateTime::CDateTime(char const* generalizedTime) {
+    int microseconds = 0;
+    auto const tm =
+        GeneralizedTimeToTm(generalizedTime ? generalizedTime : "", microseconds, false);
+    SYSTEMTIME time{};
+    time.wYear = static_cast<WORD>(tm.tm_year + 1900);
+    time.wMonth = static_cast<WORD>(tm.tm_mon + 1);
+    time.wDay = static_cast<WORD>(tm.tm_mday);
+    time.wHour = static_cast<WORD>(tm.tm_hour);
+    time.wMinute = static_cast<WORD>(tm.tm_min);
+    time.wSecond = static_cast<WORD>(tm.tm_sec);
+    time.wDayOfWeek = static_cast<WORD>(tm.tm_wday);
+    std::uint64_t ticks = 0;
+    if (!convert(time, ticks)) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    putTicks(ticks + static_cast<std::uint64_t>(microseconds) * 10);
+}
+
+SYSTEMTIME CDateTime::getSystemTime() const {
+    FILETIME const time{dwLowDateTime_, dwHighDateTime_};
+    SYSTEMTIME fields{};
+    if (!FileTimeToSystemTime(&time, &fields)) {
+        throwLastError();
+    }
+    return fields;
+}
+
+unsigned int CDateTime::year() const {
+    return getSystemTime().wYear;
+}
+
+unsigned int CDateTime::month() const {
+    return getSystemTime().wMonth;
+}
+
+unsigned int CDateTime::day() const {
+    return getSystemTime().wDay;
+}
+
+unsigned int CDateTime::hour() const {
+    return getSystemTime().wHour;
+}
+
+unsigned int CDateTime::minute() const {
+    return getSystemTime().wMinute;
+}
+
+unsigned int CDateTime::second() const {
+    return getSystemTime().wSecond;
+}
+
+unsigned int CDateTime::millisecond() const noexcept {
+    return static_cast<unsigned int>(ticks() % ticksPerSecond / 10000);
+}
+
+unsigned int CDateTime::microsecond() const noexcept {
+    return static_cast<unsigned int>(ticks() % ticksPerSecond / 10 % 1000);
+}
+
+std::time_t CDateTime::getTime() const noexcept {
+    return static_cast<std::time_t>((ticks() - unixEpoch) / ticksPerSecond);
+}
+
+FILETIME CDateTime::getFileTime() const noexcept {
+    return FILETIME{dwLowDateTime_, dwHighDateTime_};
+}
+
+CDateTime CDateTime::Now() {
+    FILETIME time{};
+    GetSystemTimeAsFileTime(&time);
+    return CDateTime(time);
+}
+
+void CDateTime::swap(CDateTime& other) noexcept {
+    std::swap(*this, other);
+}
+
+CDateTime CDateTime::utcToLocal() const {
+    return fromTicks(cutToMicroseconds(ticks() - currentZoneOffset() * ticksPerSecond));
+}
+
+CDateTime CDateTime::localToUtc() const {
+    return fromTicks(cutToMicroseconds(ticks() + currentZoneOffset() * ticksPerSecond));
+}
+
+CDateTime operator+(CDateTime const& date, CDateTimeSpan const& span) noexcept {
+    return CDateTime::fromTicks(date.ticks() + span.ticks());
+}
+
+CDateTime& operator+=(CDateTime& date, CDateTimeSpan const& span) noexcept {
+    return date = date + span;
+}
+
+CDateTime operator-(CDateTime const& date, CDateTimeSpan const& span) {
+    if (span.ticks() > date.ticks()) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    return CDateTime::fromTicks(date.ticks() - span.ticks());
+}
+
+CDateTime& operator-=(CDateTime& date, CDateTimeSpan const& span) {
+    return date = date - span;
+}
+
+CDateTimeSpan operator-(CDateTime const& later, CDateTime const& earlier) {
+    if (earlier > later) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    return CDateTimeSpan::fromTicks(later.ticks() - earlier.ticks());
+}
+
+} // namespace Halcyon

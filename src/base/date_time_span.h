@@ -1,0 +1,104 @@
+// CDateTimeSpan: a length of time in ticks of 100 nanoseconds. It is never negative: a subtraction
+// that would go below zero throws CAtlException 0x80004005.
+#pragma once
+
+#include <cstdint>
+
+#include "base/string_proxy.h"
+#include "visibility/visibility.h"
+
+namespace Halcyon {
+
+// A plain value of eight bytes, the high half first. One thread at a time.
+class CHRONOSEAL_API CDateTimeSpan {
+public:
+    constexpr CDateTimeSpan() noexcept = default;
+    // The seconds count in 64 bits; microseconds * 10 is taken in 32 bits and so wraps from
+    // 429496730 on.
+    constexpr CDateTimeSpan(unsigned int seconds, unsigned int microseconds) noexcept
+        : CDateTimeSpan(fromTicks(std::uint64_t{seconds} * 10000000u + microseconds * 10u)) {}
+    // The fixed-width form YYYYMMDDhhmmss with an optional fraction, all fields being lengths; a
+    // month counts as 30 days and a year as 365. Throws 0x8007076D for a character that is no
+    // digit.
+    explicit CDateTimeSpan(char const* generalizedText);
+
+    void swap(CDateTimeSpan& other) noexcept;
+    constexpr std::uint32_t getLowPart() const noexcept { return dwLowDateTime_; }
+    constexpr std::uint32_t getHighPart() const noexcept { return dwHighDateTime_; }
+
+    // Years, months, days, hours, minutes and seconds at fixed width, a point and microseconds,
+    // less all zeros at the end, those of the whole part included, and "Z". Ten seconds give
+    // 0000000000001Z, and no time gives Z: such a text doesn't read back.
+    CStringProxy getGeneralizedTime() const;
+    CStringProxy tostring() const;
+    CWStringProxy towstring() const;
+
+    // 365 days; 30 days.
+    static CDateTimeSpan const& OneYear() noexcept { return oneYear; }
+    static CDateTimeSpan const& OneMonth() noexcept { return oneMonth; }
+    static CDateTimeSpan const& OneDay() noexcept { return oneDay; }
+    static CDateTimeSpan const& OneHour() noexcept { return oneHour; }
+    static CDateTimeSpan const& OneMinute() noexcept { return oneMinute; }
+    static CDateTimeSpan const& OneSecond() noexcept { return oneSecond; }
+    static CDateTimeSpan const& OneMillisecond() noexcept { return oneMillisecond; }
+
+    // The tick count as one number.
+    constexpr std::uint64_t ticks() const noexcept {
+        return (std::uint64_t{dwHighDateTime_} << 32) | dwLowDateTime_;
+    }
+    static constexpr CDateTimeSpan fromTicks(std::uint64_t ticks) noexcept {
+        CDateTimeSpan span;
+        span.dwHighDateTime_ = static_cast<std::uint32_t>(ticks >> 32);
+        span.dwLowDateTime_ = static_cast<std::uint32_t>(ticks);
+        return span;
+    }
+
+private:
+    static CDateTimeSpan const oneYear;
+    static CDateTimeSpan const oneMonth;
+    static CDateTimeSpan const oneDay;
+    static CDateTimeSpan const oneHour;
+    static CDateTimeSpan const oneMinute;
+    static CDateTimeSpan const oneSecond;
+    static CDateTimeSpan const oneMillisecond;
+
+    std::uint32_t dwHighDateTime_ = 0;
+    std::uint32_t dwLowDateTime_ = 0;
+};
+
+inline bool operator==(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+    return a.ticks() == b.ticks();
+}
+inline bool operator!=(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+    return !(a == b);
+}
+inline bool operator<(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+    return a.ticks() < b.ticks();
+}
+inline bool operator<=(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+    return !(b < a);
+}
+inline bool operator>(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+    return b < a;
+}
+inline bool operator>=(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+    return !(a < b);
+}
+
+// Sums and products wrap modulo 2^64. A division by zero is the processor's fault, as with
+// integers.
+CHRONOSEAL_API CDateTimeSpan operator+(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept;
+CHRONOSEAL_API CDateTimeSpan& operator+=(CDateTimeSpan& a, CDateTimeSpan const& b) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator-(CDateTimeSpan const& a, CDateTimeSpan const& b);
+CHRONOSEAL_API CDateTimeSpan& operator-=(CDateTimeSpan& a, CDateTimeSpan const& b);
+CHRONOSEAL_API CDateTimeSpan operator*(CDateTimeSpan const& a, unsigned int factor) noexcept;
+CHRONOSEAL_API CDateTimeSpan& operator*=(CDateTimeSpan& a, unsigned int factor) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator/(CDateTimeSpan const& a, unsigned int divisor) noexcept;
+CHRONOSEAL_API CDateTimeSpan& operator/=(CDateTimeSpan& a, unsigned int divisor) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator%(CDateTimeSpan const& a, unsigned int divisor) noexcept;
+CHRONOSEAL_API CDateTimeSpan& operator%=(CDateTimeSpan& a, unsigned int divisor) noexcept;
+CHRONOSEAL_API unsigned long long operator/(CDateTimeSpan const& a,
+                                            CDateTimeSpan const& b) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator%(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept;
+
+} // namespace Halcyon

@@ -1,0 +1,96 @@
+// The text forms of CDateTime.
+#include <array>
+#include <cstdio>
+#include <cwchar>
+#include <string>
+
+#include "base/atl_exception.h"
+#include "base/broken_down_time.h"
+#include "base/date_time.h"
+#include "sup/time_conversion.h"
+
+namespace Halcyon {
+
+namespace {
+
+constexpr std::size_t textRoom = 256;
+
+std::string formatted(std::tm const& tm, char const* format) {
+    std::array<char, textRoom> buffer{};
+    if (std::strftime(buffer.data(), buffer.size(), format, &tm) == 0) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    return buffer.data();
+}
+
+// Nothing, ".mmm" or ".mmmuuu".
+std::string shortestFraction(CDateTime const& date) {
+    auto const millis = date.millisecond();
+    auto const micros = date.microsecond();
+    std::array<char, 16> buffer{};
+    if (micros != 0) {
+        std::snprintf(buffer.data(), buffer.size(), ".%03u%03u", millis, micros);
+    } else if (millis != 0) {
+        std::snprintf(buffer.data(), buffer.size(), ".%03u", millis);
+    }
+    return buffer.data();
+}
+
+} // namespace
+
+std::tm brokenDownTime(CDateTime const& date) {
+    FILETIME const time = date.getFileTime();
+    SYSTEMTIME fields{};
+    if (!FileTimeToSystemTime(&time, &fields)) {
+        throw;
+    }
+    std::tm tm{};
+    tm.tm_year = fields.wYear - 1900;
+    tm.tm_mon = fields.wMonth - 1;
+    tm.tm_mday = fields.wDay;
+    tm.tm_hour = fields.wHour;
+    tm.tm_min = fields.wMinute;
+    tm.tm_sec = fields.wSecond;
+    tm.tm_wday = fields.wDayOfWeek;
+    return tm;
+}
+
+CStringProxy CDateTime::getGeneralizedTime() const {
+    auto const tm = brokenDownTime(*this);
+    std::array<char, 96> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), "%04d%02d%02d%02d%02d%02d", tm.tm_year + 1900,
+                  tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);
+    std::string text(buffer.data());
+    unsigned int const micros = millisecond() * 1000 + microsecond();
+    if (micros != 0) {
+        std::snprintf(buffer.data(), buffer.size(), ".%06u", micros);
+        text += buffer.data();
+        text.erase(text.find_last_not_of('0') + 1);
+    }
+    text += 'Z';
+    return {text.c_str()};
+}
+
+CStringProxy CDateTime::getGeneralizedTimeTrimMicroseconds() const {
+    return {formatted(brokenDownTime(*this), "%d.%m.%Y %X").c_str()};
+}
+
+CStringProxy CDateTime::tostring() const {
+    auto const text = formatted(brokenDownTime(*this), "%d.%m.%Y %H:%M:%S");
+    return {(text + shortestFraction(*this)).c_str()};
+}
+
+CWStringProxy CDateTime::towstring() const {
+    auto const tm = brokenDownTime(*this);
+    std::array<wchar_t, textRoom> buffer{};
+    if (std::wcsftime(buffer.data(), buffer.size(), L"%d.%m.%Y %H:%M:%S", &tm) == 0) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    std::wstring text(buffer.data());
+    for (char const c : shortestFraction(*this)) {
+        text += static_cast<wchar_t>(c);
+    }
+    return {text.c_str()};
+}
+
+} // namespace Halcyon
