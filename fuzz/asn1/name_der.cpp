@@ -1,0 +1,32 @@
+// Encoded names. What is read is written in a form that stays the same from then on, and can be
+// shown.
+#include <cstdint>
+#include <cstdlib>
+
+#include "asn1/name.h"
+#include "base/atl_exception.h"
+
+using namespace Halcyon;
+
+namespace {
+
+void run(CBlob const& input) {
+    ASN1::CName name;
+    name.decode(input);
+    CBlob const der = name.encode();
+    ASN1::CName back;
+    back.decode(der);
+    if (back.encode() != der)
+        std::abort();
+    back.toString();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    try {
+        run(CBlob(data, size));
+    } catch (ATL::CAtlException const&) {
+    }
+    return 0;
+}

@@ -1,0 +1,46 @@
+// CAccessDescription and CAuthorityInfoAccessSyntax: where information about an authority is found
+// (RFC 5280, 4.2.2.1).
+#pragma once
+
+#include <list>
+
+#include "asn1/general_name.h"
+
+namespace Halcyon::ASN1 {
+
+// The method is dotted text. It is checked when it is encoded.
+class CAccessDescription {
+public:
+    CAccessDescription();
+    CAccessDescription(char const* accessMethod, CGeneralName const& accessLocation);
+
+    char const* get_accessMethod() const noexcept { return accessMethod_.c_str(); }
+    CGeneralName const& get_accessLocation() const noexcept { return accessLocation_; }
+    void put_accessMethod(char const* accessMethod);
+    void put_accessLocation(CGeneralName const& accessLocation);
+
+    // The DER. Throws 0x80070057 for a method that is no identifier, and as `CGeneralName`.
+    CBlob encode() const;
+    void decode(CBlob const& der);
+
+private:
+    CStringProxy accessMethod_;
+    CGeneralName accessLocation_;
+};
+
+// Methods byte for byte, locations by the rules of CGeneralName.
+bool operator==(CAccessDescription const& a, CAccessDescription const& b) noexcept;
+inline bool operator!=(CAccessDescription const& a, CAccessDescription const& b) noexcept {
+    return !(a == b);
+}
+
+class CAuthorityInfoAccessSyntax : public std::list<CAccessDescription> {
+public:
+    using std::list<CAccessDescription>::list;
+
+    CBlob encode() const;
+    // Replaces the list.
+    void decode(CBlob const& der);
+};
+
+} // namespace Halcyon::ASN1

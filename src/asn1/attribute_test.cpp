@@ -1,0 +1,208 @@
+#include "asn1/attributes.h"
+
+#include <gtest/gtest.h>
+#include <openssl/x509.h>
+
+#include "asn1/content_type.h"
+#include "asn1/message_digest.h"
+#include "asn1/signing_time.h"
+#include "asn1/string_attribute.h"
+#include "asn1/test_blob.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+std::string throughX509Attribute(CBlob const& der) {
+    return throughOpenSSL<X509_ATTRIBUTE>(der, d2i_X509_ATTRIBUTE, i2d_X509_ATTRIBUTE,
+                                          X509_ATTRIBUTE_free);
+}
+
+CAttribute attributeOf(CAttrValue const& value) {
+    CAttribute attribute(value.get_oid());
+    attribute.add(value);
+    return attribute;
+}
+
+TEST(Attribute, RoundTripsThroughOpenSSL) {
+    CAttribute unknown("1.2.3.4");
+    unknown.add(fromHex("020105"));
+    unknown.add(fromHex("0500"));
+    CAttribute const rows[] = {
+        unknown,
+        attributeOf(CAttrContentType("1.2.840.113549.1.9.16.1.4")),
+        attributeOf(CAttrSigningTime(CDateTime(2024, 1, 2, 3, 4, 5, 0, 0))),
+        attributeOf(CAttrCommonName("Test")),
+    };
+    for (CAttribute const& attribute : rows) {
+        CBlob const der = attribute.encode();
+        EXPECT_EQ(throughX509Attribute(der), toHex(der)) << attribute.get_oid();
+        CAttribute back;
+        back.decode(der);
+        EXPECT_TRUE(back == attribute) << toHex(der);
+    }
+}
+
+TEST(Attribute, ReadsWhatOpenSSLWrites) {
+    unsigned char const digest[] = {1, 2, 3};
+    X509_ATTRIBUTE* const made = X509_ATTRIBUTE_create_by_NID(
+        nullptr, NID_pkcs9_messageDigest, V_ASN1_OCTET_STRING, digest, sizeof digest);
+    CAttribute attribute;
+    attribute.decode(writtenByOpenSSL(made, i2d_X509_ATTRIBUTE));
+    X509_ATTRIBUTE_free(made);
+    EXPECT_STREQ(attribute.get_oid(), "1.2.840.113549.1.9.4");
+    ASSERT_EQ(attribute.size(), 1u);
+    CAttrMessageDigest const value(attribute.begin()->get_value());
+    EXPECT_EQ(toHex(value.get_messageDigest()), "010203");
+}
+
+TEST(Attribute, ValuesCompareInOrderAlthoughTheEncodingSorts) {
+    CAttribute a("1.2.3.4");
+    CAttribute b("1.2.3.4");
+    for (char const* der : {"020105", "020102"})
+        a.add(fromHex(der));
+    for (char const* der : {"020102", "020105"})
+        b.add(fromHex(der));
+    EXPECT_TRUE(a != b);
+    EXPECT_EQ(toHex(a.encode()), toHex(b.encode()));
+    EXPECT_EQ(toHex(a.encode()), "300D06032A03043106020102020105");
+    a.erase(a.begin());
+    EXPECT_TRUE(a != b);
+    EXPECT_EQ(a.size(), 1u);
+}
+
+TEST(Attribute, EncodingKnowsOnlyTheTypeOfTheAttribute) {
+    CAttribute attribute("1.2.3.4");
+    attribute.add(CAttrValue("1.2.3.5", fromHex("0500")));
+    EXPECT_STREQ(attribute.begin()->get_oid(), "1.2.3.5");
+    CAttribute back;
+    back.decode(attribute.encode());
+    EXPECT_STREQ(back.begin()->get_oid(), "1.2.3.4");
+    EXPECT_TRUE(back != attribute);
+}
+
+TEST(Attribute, CopiesAreDeep) {
+    CAttribute a("1.2.3.4");
+    a.add(fromHex("0500"));
+    CAttribute b(a);
+    CAttribute c;
+    c = a;
+    a.add(fromHex("0500"));
+    EXPECT_EQ(b.size() + c.size(), 2u);
+    CAttribute const& same = c;
+    c = same;
+    EXPECT_TRUE(c == b);
+}
+
+TEST(Attribute, KnownTypeWithAValueThatDoesNotFitIsRefused) {
+    CAttribute digest("1.2.840.113549.1.9.4");
+    digest.add(fromHex("0500"));
+    EXPECT_EQ(codeThrownBy([&] { digest.encode(); }), 0x80093101u);
+    CAttribute unnamed;
+    unnamed.add(fromHex("0500"));
+    EXPECT_EQ(codeThrownBy([&] { unnamed.encode(); }), 0x80070057u);
+    CAttribute kept("1.2.3");
+    EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex("300806032A030405003100")); }), 0x80093101u);
+    EXPECT_STREQ(kept.get_oid(), "1.2.3");
+}
+
+TEST(Attributes, FindAndEraseTakeTheFirstOfAType) {
+    CAttributes attributes;
+    EXPECT_TRUE(attributes.find("1.2.3") == attributes.end());
+    attributes.erase("1.2.3");
+    attributes.push_back(CAttribute("1.2.3"));
+    attributes.push_back(CAttribute("1.2.4"));
+    attributes.push_back(CAttribute("1.2.3"));
+    EXPECT_TRUE(attributes.find("1.2.3") == attributes.begin());
+    EXPECT_TRUE(std::as_const(attributes).find("1.2.4") == std::next(attributes.cbegin()));
+    attributes.erase("1.2.3");
+    ASSERT_EQ(attributes.size(), 2u);
+    EXPECT_STREQ(attributes.front().get_oid(), "1.2.4");
+    EXPECT_TRUE(attributes.find("1.2") == attributes.end());
+}
+
+TEST(Attributes, RoundTripAsASortedSet) {
+    CAttributes attributes;
+    attributes.push_back(attributeOf(CAttrCommonName("Test")));
+    attributes.push_back(attributeOf(CAttrContentType("1.2.840.113549.1.7.1")));
+    attributes.push_back(attributeOf(CAttrValue("1.2.3", fromHex("0500"))));
+    CBlob const der = attributes.encode();
+    CAttributes back;
+    back.decode(der);
+    ASSERT_EQ(back.size(), 3u);
+    EXPECT_TRUE(*back.find("2.5.4.3") == *attributes.find("2.5.4.3"));
+    EXPECT_STREQ(back.front().get_oid(), "1.2.3");
+    EXPECT_EQ(toHex(back.encode()), toHex(der));
+    EXPECT_EQ(der.pbData()[0], 0x31);
+    EXPECT_EQ(toHex(CAttributes().encode()), "3100");
+}
+
+TEST(SigningTime, KeepsBothFormsInStep) {
+    CAttrSigningTime time(CDateTime(2049, 12, 31, 23, 59, 59, 500, 0));
+    EXPECT_STREQ(time.get_oid(), "1.2.840.113549.1.9.5");
+    EXPECT_EQ(toHex(time.get_value()), "170D3439313233313233353935395A");
+    EXPECT_EQ(time.get_time().millisecond(), 500u);
+    time.put_time(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0));
+    EXPECT_EQ(toHex(time.get_value()), "180F32303530303130313030303030305A");
+    CAttrSigningTime copy(time);
+    copy.value() = fromHex("170D3234303130313030303030305A");
+    copy.decode();
+    EXPECT_EQ(copy.get_time(), CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
+    EXPECT_EQ(time.get_time().year(), 2050u);
+    copy = time;
+    EXPECT_EQ(copy.get_time().year(), 2050u);
+    EXPECT_EQ(codeThrownBy([] { CAttrSigningTime bad(fromHex("0500")); }), 0x80093101u);
+}
+
+TEST(ContentType, KeepsBothFormsInStep) {
+    CAttrContentType type("1.2.3");
+    EXPECT_EQ(toHex(type.get_value()), "06022A03");
+    type.put_contentType("1.2.4");
+    EXPECT_EQ(toHex(type.get_value()), "06022A04");
+    EXPECT_STREQ(CAttrContentType(fromHex("06022A05")).get_contentType(), "1.2.5");
+    EXPECT_EQ(codeThrownBy([] { CAttrContentType bad("x"); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([] { CAttrContentType bad("5"); }), 0x80093101u);
+    EXPECT_EQ(codeThrownBy([] { CAttrContentType bad(fromHex("04022A05")); }), 0x80093101u);
+}
+
+TEST(MessageDigest, KeepsBothFormsInStep) {
+    CAttrMessageDigest digest;
+    EXPECT_EQ(digest.get_value().cbData(), 0u);
+    EXPECT_EQ(codeThrownBy([&] { digest.decode(); }), 0x80093101u);
+    digest.put_messageDigest(fromHex("0102"));
+    EXPECT_EQ(toHex(digest.get_value()), "04020102");
+    EXPECT_EQ(toHex(CAttrMessageDigest(fromHex("0403010203")).get_messageDigest()), "010203");
+    EXPECT_EQ(codeThrownBy([] { CAttrMessageDigest bad(fromHex("0404010203")); }), 0x80093101u);
+}
+
+TEST(StringAttribute, TakesItsTypeFromTheRegister) {
+    struct {
+        CAttrStringValue value;
+        char const* oid;
+        char const* der;
+    } const rows[] = {
+        {CAttrCommonName("x"), "2.5.4.3", "0C0178"},
+        {CAttrSurname("x"), "2.5.4.4", "0C0178"},
+        {CAttrSerialNumber("12"), "2.5.4.5", "13023132"},
+        {CAttrCountry("RU"), "2.5.4.6", "13025255"},
+        {CAttrLocality("x"), "2.5.4.7", "0C0178"},
+        {CAttrStateOrProvinceName("x"), "2.5.4.8", "0C0178"},
+        {CAttrOrganizationName("x"), "2.5.4.10", "0C0178"},
+        {CAttrOrganizationalUnitName("x"), "2.5.4.11", "0C0178"},
+        {CAttrTitle("x"), "2.5.4.12", "0C0178"},
+        {CAttrGivenName("x"), "2.5.4.42", "0C0178"},
+        {CAttrInitials("x"), "2.5.4.43", "0C0178"},
+        {CAttrPseudonym("x"), "2.5.4.65", "0C0178"},
+        {CAttrEmailAddress("a@b"), "1.2.840.113549.1.9.1", "1603614062"},
+        {CAttrStringValue("2.5.4.3", L"\x0416"), "2.5.4.3", "0C02D096"},
+        {CAttrStringValue("1.2.3", "#0500"), "1.2.3", "0500"},
+    };
+    for (auto const& row : rows) {
+        EXPECT_STREQ(row.value.get_oid(), row.oid);
+        EXPECT_EQ(toHex(row.value.get_value()), row.der) << row.oid;
+    }
+    EXPECT_EQ(codeThrownBy([] { CAttrCommonName bad(std::string(32769, 'x').c_str()); }),
+              0x80070057u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

@@ -1,0 +1,65 @@
+// CAttributeTypeAndValue: one part of a distinguished name (RFC 5280, 4.1.2.4).
+#pragma once
+
+#include <list>
+
+#include "asn1/attr_value.h"
+#include "asn1/string_type.h"
+#include "base/blob.h"
+#include "base/string_proxy.h"
+
+namespace Halcyon::ASN1 {
+
+// The type is dotted text; the value is DER with its tag and goes out as it came in. The text form
+// is "keyword=text" for registered types and "1.2.3=#digits" for others (see
+// attribute_type_register.h).
+class CAttributeTypeAndValue {
+public:
+    CAttributeTypeAndValue();
+    explicit CAttributeTypeAndValue(CAttrValue const& value);
+    CAttributeTypeAndValue(char const* oid, CBlob const& der);
+    // Throws as `CATAVRegister::makeATAV`.
+    CAttributeTypeAndValue(wchar_t const* type, wchar_t const* value, StringType stringType);
+    CAttributeTypeAndValue(wchar_t const* text, StringType stringType);
+
+    char const* get_type() const noexcept { return type_.c_str(); }
+    // The keyword, or the identifier of an unregistered type.
+    CWStringProxy get_type_str() const;
+    CBlob get_value() const { return value_; }
+    // Throws 0x80093101 if the value isn't a string that can be read.
+    CWStringProxy get_value_str() const;
+    void put_type(char const* oid);
+    // A keyword, or any other text as the identifier. The value stays.
+    void put_type_str(wchar_t const* type);
+    void put_value(CBlob const& der);
+    // Encodes by the present type.
+    void put_value_str(wchar_t const* value, StringType stringType);
+
+    CWStringProxy toString() const;
+    void fromString(wchar_t const* text, StringType stringType);
+
+    // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for a value that
+    // doesn't fit a known type.
+    CBlob encode() const;
+    void decode(CBlob const& der);
+
+    // Byte for byte: no matching rule, no case folding.
+    friend bool operator==(CAttributeTypeAndValue const& a,
+                           CAttributeTypeAndValue const& b) noexcept;
+    friend bool operator!=(CAttributeTypeAndValue const& a,
+                           CAttributeTypeAndValue const& b) noexcept {
+        return !(a == b);
+    }
+
+private:
+    CStringProxy type_;
+    CBlob value_;
+};
+
+// In the order of the encoding or of insertion: never sorted, and compared in that order.
+class CAttributeTypeAndValueSet : public std::list<CAttributeTypeAndValue> {
+public:
+    using std::list<CAttributeTypeAndValue>::list;
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,183 @@
+#include "asn1/big_integer.h"
+
+#include <gtest/gtest.h>
+#include <openssl/asn1.h>
+
+#include "asn1/big_integer_text.h"
+#include "asn1/random_big_integer.h"
+#include "asn1/test_blob.h"
+#include "asn1rt/runtime.h"
+#include "basalt10/provider.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+CBigInteger number(char const* hex) {
+    CBigInteger value;
+    value.readFromHexString(hex);
+    return value;
+}
+
+int sign(int value) {
+    return (value > 0) - (value < 0);
+}
+
+TEST(BigInteger, ComparesByValueAndKeepsTheReversedOrderOfLongNegatives) {
+    struct {
+        char const* a;
+        char const* b;
+        int order;
+    } const rows[] = {
+        {"", "", 0},           {"01", "", 1},          {"00", "", 1},     {"FF", "", -1},
+        {"", "80", 1},         {"", "00", -1},         {"05", "05", 0},   {"05", "06", -1},
+        {"FF", "00", -1},      {"00", "FF", 1},        {"0001", "01", 0}, {"000005", "05", 0},
+        {"FFFF80", "80", 0},   {"0080", "7F", 1},      {"0100", "FF", 1}, {"FF7F", "80", 1},
+        {"FF0000", "FF00", 1}, {"FF00", "FF0000", -1}, {"FE", "FF", -1},  {"00", "0000", 0},
+        {"FF", "FFFF", 0},
+    };
+    for (auto const& row : rows)
+        EXPECT_EQ(sign(number(row.a).compare(number(row.b))), row.order) << row.a << " " << row.b;
+    EXPECT_TRUE(number("000005") == number("05"));
+    EXPECT_TRUE(number("04") < number("05"));
+    EXPECT_TRUE(number("05") <= number("0005"));
+    EXPECT_TRUE(number("05") >= number("0005"));
+    EXPECT_TRUE(number("05") > number("FF"));
+    EXPECT_TRUE(number("05") != number("06"));
+}
+
+TEST(BigInteger, IncrementStopsAtTheLowestIndexAndLosesTheCarry) {
+    CBigInteger value = number("01FF");
+    EXPECT_EQ(toHex(value++), "01FF");
+    EXPECT_EQ(toHex(value), "0200");
+    value = number("01FFFF");
+    value.increment(1);
+    EXPECT_EQ(toHex(value), "010000");
+    EXPECT_EQ(toHex(++(value = number("FFFF"))), "0000");
+    value = number("FF01");
+    value.increment(-5);
+    EXPECT_EQ(toHex(value), "FF02");
+    value = number("");
+    value.increment(0);
+    EXPECT_EQ(value.cbData(), 0u);
+}
+
+TEST(BigInteger, AddKeepsTheSizeAndAnswersTheCarry) {
+    CBigInteger value = number("FF02");
+    EXPECT_EQ(value.add(number("00FF")), 1);
+    EXPECT_EQ(toHex(value), "0001");
+    EXPECT_EQ(value.add(number("0102")), 0);
+    EXPECT_EQ(toHex(value), "0103");
+    EXPECT_EQ(codeThrownBy([&] { value.add(number("01")); }), 0x80070057u);
+    EXPECT_EQ(toHex(value), "0103");
+    CBigInteger empty;
+    EXPECT_EQ(empty.add(CBigInteger()), 0);
+}
+
+TEST(BigInteger, AbsOnlyClearsTheTopBit) {
+    EXPECT_EQ(toHex(number("FF").abs()), "7F");
+    EXPECT_EQ(toHex(number("8001").abs()), "0001");
+    EXPECT_EQ(toHex(number("7F80").abs()), "7F80");
+    EXPECT_EQ(number("").abs().cbData(), 0u);
+}
+
+TEST(BigInteger, EncodesAsOpenSSLReadsItAndDecodesBack) {
+    struct {
+        char const* value;
+        char const* der;
+        char const* decoded;
+    } const rows[] = {
+        {"00", "020100", "00"},
+        {"05", "020105", "05"},
+        {"0080", "02020080", "0080"},
+        {"80", "020180", "80"},
+        {"FF", "0201FF", "FF"},
+        {"000005", "020105", "05"},
+        {"FFFF80", "020180", "80"},
+        {"0102030405060708090A", "020A0102030405060708090A", "0102030405060708090A"},
+    };
+    for (auto const& row : rows) {
+        CBlob const der = number(row.value).encode();
+        EXPECT_EQ(toHex(der), row.der) << row.value;
+        EXPECT_EQ(throughOpenSSL<ASN1_INTEGER>(der, d2i_ASN1_INTEGER, i2d_ASN1_INTEGER,
+                                               ASN1_INTEGER_free),
+                  row.der);
+        CBigInteger back;
+        back.decode(der);
+        EXPECT_EQ(toHex(back), row.decoded);
+    }
+}
+
+TEST(BigInteger, RefusedEncodingsLeaveTheValue) {
+    CBigInteger value = number("0102");
+    for (char const* der : {"", "0401", "040101", "0202", "020201"})
+        EXPECT_EQ(codeThrownBy([&] { value.decode(fromHex(der)); }), 0x80093101u) << der;
+    EXPECT_EQ(codeThrownBy([] { CBigInteger().encode(); }), 0x80093101u);
+    EXPECT_EQ(toHex(value), "0102");
+    value.decode(fromHex("020107FFFF"));
+    EXPECT_EQ(toHex(value), "07");
+}
+
+TEST(BigIntegerText, OddDigitsAreFilledUpOnlyBehindAZero) {
+    struct {
+        char const* text;
+        char const* bytes;
+    } const rows[] = {
+        {"0x0", "00"},    {"0x012", "0012"},  {"0x123", "12"}, {"0x00AB", "00AB"},
+        {"0xab", "AB"},   {"0xG1", ""},       {"0x1 2", ""},   {"0x12 34", "1234"},
+        {"0x12zz", "12"}, {"0x1234", "1234"},
+    };
+    for (auto const& row : rows) {
+        CBigInteger value = number("77");
+        StringToBigInteger(row.text, value);
+        EXPECT_EQ(toHex(value), row.bytes) << row.text;
+    }
+    CBigInteger kept = number("77");
+    for (char const* text : {"", "0x", "12", "123", "0X12", "x012"})
+        EXPECT_EQ(codeThrownBy([&] { ASN1StringToBigInteger(text, kept); }), 0x80093101u) << text;
+    EXPECT_EQ(toHex(kept), "77");
+}
+
+TEST(BigIntegerText, WritesUpperCaseAndCountsTheTerminator) {
+    CBlob text;
+    BigIntegerToString(number("00AB"), text);
+    EXPECT_EQ(text.cbData(), 7u);
+    EXPECT_STREQ(reinterpret_cast<char*>(text.pbData()), "0x00AB");
+    BigIntegerToString(CBigInteger(), text);
+    EXPECT_STREQ(reinterpret_cast<char*>(text.pbData()), "0x");
+}
+
+TEST(BigIntegerText, FourBytesGoOutAndComeBackByElevens) {
+    ASN1BERDecodeBuffer scratch;
+    ASN1CTXT* const ctxt = scratch.getCtxtPtr();
+    EXPECT_STREQ(DWORDToASN1BigInteger(ctxt, 5), "0x00000005");
+    EXPECT_STREQ(DWORDToASN1BigInteger(ctxt, 0x12345678), "0x12345678");
+    EXPECT_STREQ(DWORDToASN1BigInteger(ctxt, 0xFFFFFFFF), "0xFFFFFFFF");
+    EXPECT_STREQ(BigIntegerToASN1String(ctxt, number("0102")), "0x0102");
+    EXPECT_EQ(ASN1BigIntegerToDWORD("0x00000005"), 5u);
+    EXPECT_EQ(ASN1BigIntegerToDWORD("0x0100"), 11u);
+    EXPECT_EQ(ASN1BigIntegerToDWORD("0x0102"), 13u);
+    EXPECT_EQ(ASN1BigIntegerToDWORD("0xFFFFFFFF"), 255u * (1331 + 121 + 11 + 1));
+    EXPECT_EQ(codeThrownBy([] { ASN1BigIntegerToDWORD("0x0000000005"); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([] { ASN1BigIntegerToDWORD("5"); }), 0x80093101u);
+}
+
+TEST(RandomBigInteger, ComesInTheSizeAskedForAndDiffersEachTime) {
+    EXPECT_EQ(MakeRandomBigInteger(0, 0).cbData(), 0u);
+    CBigInteger const a = MakeRandomBigInteger(0, 20);
+    CBigInteger const b = MakeRandomBigInteger(0, 20);
+    EXPECT_EQ(a.cbData(), 20u);
+    EXPECT_NE(toHex(a), toHex(b));
+}
+
+TEST(RandomBigInteger, LeavesTheCallersProviderOpen) {
+    HCRYPTPROV provider = 0;
+    ASSERT_TRUE(
+        CryptAcquireContextA(&provider, nullptr, nullptr, PROV_RSA_AES, CRYPT_VERIFYCONTEXT));
+    EXPECT_EQ(MakeRandomBigInteger(provider, 8).cbData(), 8u);
+    EXPECT_EQ(MakeRandomBigInteger(provider, 8).cbData(), 8u);
+    EXPECT_TRUE(CryptReleaseContext(provider, 0));
+    EXPECT_FALSE(CryptReleaseContext(provider, 0));
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

@@ -1,0 +1,24 @@
+// CCertId: a certificate by its issuer and serial number (RFC 4211, 6.5).
+#pragma once
+
+#include "asn1/big_integer.h"
+#include "asn1/general_name.h"
+
+namespace Halcyon::ASN1 {
+
+class CCertId {
+public:
+    CCertId() = default;
+    CCertId(CGeneralName const& issuer, CBigInteger const& serialNumber);
+
+    CGeneralName const& get_issuer() const noexcept { return issuer_; }
+    CBigInteger const& get_serialNumber() const noexcept { return serialNumber_; }
+    void put_issuer(CGeneralName const& issuer) { issuer_ = issuer; }
+    void put_serialNumber(CBigInteger const& serialNumber) { serialNumber_ = serialNumber; }
+
+private:
+    CGeneralName issuer_;
+    CBigInteger serialNumber_;
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,92 @@
+#include "asn1/certificate_identification.h"
+
+#include <limits>
+
+#include "asn1/failure.h"
+#include "atl/cert_context.h"
+#include "basalt10/oid_information.h"
+#include "basalt20/object_coding.h"
+#include "sup/last_error.h"
+
+namespace Halcyon::ASN1 {
+
+namespace {
+
+constexpr char oidSha1[] = "1.3.14.3.2.26";
+constexpr DWORD encoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
+
+DWORD encodedSize(CBlob const& certificate) {
+    if (certificate.cbData() > std::numeric_limits<DWORD>::max())
+        failArgument();
+    return static_cast<DWORD>(certificate.cbData());
+}
+
+// The algorithm that a certificate is to be hashed with so that it can be compared with `id`.
+CAlgorithmIdentifierEx hashAlgorithmOf(COtherCertID const& id) {
+    COtherHashAlgAndValue const* const hash = id.get_otherCertHash().get_otherHash();
+    return hash ? CAlgorithmIdentifierEx(hash->get_hashAlgorithm())
+                : CAlgorithmIdentifierEx(oidSha1);
+}
+
+} // namespace
+
+CBlob CalculateCertificateHash(unsigned char const* encoded, unsigned int size,
+                               std::string const& algorithmOid) {
+    CBlob hash(64ul);
+    DWORD hashSize = 64;
+    ALG_ID const algorithm = CertOIDToAlgId(algorithmOid.c_str());
+    BOOL done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hashSize);
+    if (!done && GetLastError() == ERROR_MORE_DATA) {
+        hash.resize_to(hashSize);
+        done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hashSize);
+    }
+    if (!done)
+        throwLastError();
+    hash.resize_to(hashSize);
+    return hash;
+}
+
+CBigInteger GetSerialFromCertContext(CERT_CONTEXT const* context) {
+    CRYPT_INTEGER_BLOB const* const serial = &context->pCertInfo->SerialNumber;
+    DWORD size = 0;
+    if (!CryptEncodeObject(encoding, X509_MULTI_BYTE_INTEGER, serial, nullptr, &size))
+        throwLastError();
+    CBlob der(static_cast<unsigned long>(size));
+    if (!CryptEncodeObject(encoding, X509_MULTI_BYTE_INTEGER, serial, der.pbData(), &size))
+        throwLastError();
+    CBigInteger result;
+    result.decode(der);
+    return result;
+}
+
+CIssuerSerial GetIssuerSerialFromCertificate(CBlob const& certificate) {
+    ATL2::CCertContext const context(
+        CertCreateCertificateContext(encoding, certificate.pbData(), encodedSize(certificate)));
+    if (!context)
+        throwLastError();
+    CERT_NAME_BLOB const& issuer = context->pCertInfo->Issuer;
+    CGeneralNames names(1);
+    names.front().put_directoryName(CBlob(issuer.pbData, issuer.cbData));
+    return CIssuerSerial(names, GetSerialFromCertContext(context.get()));
+}
+
+COtherCertID OtherCertIDFromCertificate(CBlob const& certificate,
+                                        CAlgorithmIdentifierEx const& algorithm,
+                                        bool withIssuerSerial) {
+    CBlob const hash = CalculateCertificateHash(certificate.pbData(), encodedSize(certificate),
+                                                algorithm.get_algorithm());
+    COtherCertID id(hash, algorithm);
+    if (withIssuerSerial) {
+        CIssuerSerial const issuerSerial = GetIssuerSerialFromCertificate(certificate);
+        id.put_issuerSerial(&issuerSerial);
+    }
+    return id;
+}
+
+bool OtherCertIDMatches(COtherCertID const& id, CBlob const& certificate) {
+    COtherCertID const fresh = OtherCertIDFromCertificate(certificate, hashAlgorithmOf(id),
+                                                          id.get_issuerSerial() != nullptr);
+    return fresh == id;
+}
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,95 @@
+#include "asn1/certificate_identification.h"
+
+#include <gtest/gtest.h>
+#include <openssl/sha.h>
+
+#include "asn1/name.h"
+#include "asn1/test_certificate.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+constexpr char sha1[] = "1.3.14.3.2.26";
+constexpr char sha256[] = "2.16.840.1.101.3.4.2.1";
+
+CBlob digest(CBlob const& data, EVP_MD const* algorithm) {
+    CBlob result(static_cast<unsigned long>(EVP_MD_get_size(algorithm)));
+    EVP_Digest(data.pbData(), data.cbData(), result.pbData(), nullptr, algorithm, nullptr);
+    return result;
+}
+
+TEST(CertificateIdentification, HashesAsOpenSSLDoes) {
+    CBlob const data = fromHex("010203");
+    struct {
+        char const* oid;
+        EVP_MD const* algorithm;
+    } const rows[] = {
+        {sha1, EVP_sha1()}, {sha256, EVP_sha256()}, {"2.16.840.1.101.3.4.2.3", EVP_sha512()}};
+    for (auto const& row : rows)
+        EXPECT_EQ(toHex(CalculateCertificateHash(data.pbData(), 3, row.oid)),
+                  toHex(digest(data, row.algorithm)));
+}
+
+TEST(CertificateIdentification, TakesIssuerAndSerialFromTheCertificatesOwnBytes) {
+    struct {
+        char const* serial;
+        char const* octets;
+    } const rows[] = {
+        {"01", "01"}, {"80", "0080"}, {"0102030405060708090A", "0102030405060708090A"}};
+    for (auto const& row : rows) {
+        CIssuerSerial const id = GetIssuerSerialFromCertificate(makeCertificate(row.serial));
+        EXPECT_EQ(toHex(id.get_serialNumber()), row.octets);
+        ASSERT_EQ(id.get_issuer().size(), 1u);
+        EXPECT_STREQ(id.get_issuer().front().toString().c_str(), L"directoryName: CN=Test,C=RU");
+    }
+    EXPECT_NE(codeThrownBy([] { GetIssuerSerialFromCertificate(fromHex("0500")); }), 0u);
+}
+
+TEST(CertificateIdentification, MatchesByHashIssuerAndSerial) {
+    CBlob const certificate = makeCertificate("05");
+    COtherCertID id(digest(certificate, EVP_sha256()), CAlgorithmIdentifier(sha256));
+    EXPECT_TRUE(OtherCertIDMatches(id, certificate));
+    EXPECT_FALSE(OtherCertIDMatches(id, makeCertificate("05")));
+
+    CIssuerSerial issuerSerial = GetIssuerSerialFromCertificate(certificate);
+    id.put_issuerSerial(&issuerSerial);
+    EXPECT_TRUE(OtherCertIDMatches(id, certificate));
+    CBigInteger serial;
+    serial.readFromHexString("000005");
+    issuerSerial.put_serialNumber(serial);
+    id.put_issuerSerial(&issuerSerial);
+    EXPECT_TRUE(OtherCertIDMatches(id, certificate));
+    issuerSerial.put_serialNumber(CBigInteger(1));
+    id.put_issuerSerial(&issuerSerial);
+    EXPECT_FALSE(OtherCertIDMatches(id, certificate));
+}
+
+TEST(CertificateIdentification, PlainSha1IdentifierNeverMatches) {
+    CBlob const certificate = makeCertificate("05");
+    CBlob const hash = digest(certificate, EVP_sha1());
+    EXPECT_FALSE(OtherCertIDMatches(COtherCertID(hash), certificate));
+    EXPECT_TRUE(OtherCertIDMatches(COtherCertID(hash, CAlgorithmIdentifier(sha1)), certificate));
+}
+
+TEST(CertificateIdentification, KeepsTheParametersOfTheAlgorithm) {
+    CBlob const certificate = makeCertificate("05");
+    CAlgorithmIdentifierEx algorithm(sha1);
+    algorithm.put_parameters(fromHex("0500"));
+    COtherCertID const id = OtherCertIDFromCertificate(certificate, algorithm, false);
+    ASSERT_NE(id.get_otherCertHash().get_otherHash(), nullptr);
+    EXPECT_TRUE(id.get_otherCertHash().get_otherHash()->get_hashAlgorithm() == algorithm);
+    EXPECT_EQ(id.get_issuerSerial(), nullptr);
+    EXPECT_TRUE(OtherCertIDMatches(id, certificate));
+    EXPECT_NE(OtherCertIDFromCertificate(certificate, algorithm, true).get_issuerSerial(), nullptr);
+}
+
+TEST(CertificateIdentification, WhatCannotBeHashedOrReadIsThrown) {
+    CBlob const certificate = makeCertificate("05");
+    COtherCertID named(digest(fromHex("0500"), EVP_sha1()), CAlgorithmIdentifier(sha1));
+    CIssuerSerial const issuerSerial = GetIssuerSerialFromCertificate(certificate);
+    named.put_issuerSerial(&issuerSerial);
+    EXPECT_NE(codeThrownBy([&] { OtherCertIDMatches(named, fromHex("0500")); }), 0u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

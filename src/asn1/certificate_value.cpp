@@ -1,0 +1,48 @@
+#include "asn1/certificate_value.h"
+
+#include "asn1/certificate_traits.h"
+#include "asn1/codec.h"
+
+namespace Halcyon::ASN1 {
+
+CBlob CCertificateValue::encode() const {
+    return asn1Encode<ASN1T_Certificate_traits, CCertificateValue>(*this);
+}
+
+void CCertificateValue::decode(CBlob const& der) {
+    asn1Decode<ASN1T_Certificate_traits, CCertificateValue>(der, *this);
+}
+
+CBlob CCertificateValues::encode() const {
+    return asn1Encode<ASN1T_CertificateValues_traits, CCertificateValues>(*this);
+}
+
+void CCertificateValues::decode(CBlob const& der) {
+    asn1Decode<ASN1T_CertificateValues_traits, CCertificateValues>(der, *this);
+}
+
+void ASN1T_Certificate_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der) {
+    asn1DecodeT<ASN1T_Certificate_traits>(der, ctxt, record);
+}
+
+void ASN1T_Certificate_traits::get(ASN1_T const& record, CBlob& der) {
+    der = asn1EncodeT<ASN1T_Certificate_traits>(record);
+}
+
+void ASN1T_Certificate_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+    asn1data::asn1Copy_Certificate(ctxt, &from, &to);
+}
+
+void ASN1T_CertificateList_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der) {
+    asn1DecodeT<ASN1T_CertificateList_traits>(der, ctxt, record);
+}
+
+void ASN1T_CertificateList_traits::get(ASN1_T const& record, CBlob& der) {
+    der = asn1EncodeT<ASN1T_CertificateList_traits>(record);
+}
+
+void ASN1T_CertificateList_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+    asn1data::asn1Copy_CertificateList(ctxt, &from, &to);
+}
+
+} // namespace Halcyon::ASN1

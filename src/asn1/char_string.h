@@ -1,0 +1,21 @@
+// One ASN.1 character string, tag and length included, from wide text and back. Failures are
+// CAtlException: 0x80093101 for anything that can't be converted, 0x80093106 without memory.
+#pragma once
+
+#include "asn1/string_type.h"
+#include "base/blob.h"
+#include "base/string_proxy.h"
+
+namespace Halcyon::ASN1 {
+
+// The string in the given type; `stringTypeDefault` is refused. No character set is checked:
+// Printable, Teletex and IA5 strings take the text in the system's code page as it comes. A
+// BMPString loses the high bits of characters above U+FFFF.
+CBlob encodeCharString(wchar_t const* text, StringType type);
+
+// Reads UTF8String, NumericString, PrintableString, TeletexString, IA5String, UniversalString and
+// BMPString; every other type is refused. Only the first element of `der` is looked at. Characters
+// above U+FFFF of a UniversalString are dropped.
+CWStringProxy decodeCharString(CBlob const& der);
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,32 @@
+#include "asn1/choice.h"
+
+#include <utility>
+
+#include "asn1/failure.h"
+
+namespace Halcyon::ASN1 {
+
+ChoiceValueTraitsT<void*, 0> const ChoiceValueTraitsT<void*, 0>::instance;
+
+// The new value is made before the old one goes: the source may be part of the old one, and a
+// failed copy leaves the choice as it was.
+void Choice::put(unsigned int kind, void const* source) {
+    ChoiceValueTraits const* const next = findTraits(kind);
+    if (!next)
+        failArgument();
+    void* const value = next->newValue(source);
+    clearValue();
+    value_ = value;
+    type_ = kind;
+}
+
+void Choice::copyFrom(Choice const& other) {
+    value_ = other.value_ ? other.findTraits(other.type_)->newValue(other.value_) : nullptr;
+    type_ = other.type_;
+}
+
+void Choice::clearValue() noexcept {
+    findTraits(type_)->deleteValue(std::exchange(value_, nullptr));
+}
+
+} // namespace Halcyon::ASN1

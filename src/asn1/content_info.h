@@ -1,0 +1,31 @@
+// CContentInfo: a CMS content with its type (RFC 5652, 3).
+#pragma once
+
+#include "base/blob.h"
+#include "base/string_proxy.h"
+
+namespace Halcyon::ASN1 {
+
+// The type is dotted text; the content is its DER without the [0] wrapper.
+class CContentInfo {
+public:
+    CContentInfo();
+    CContentInfo(char const* contentType, CBlob const& content);
+
+    char const* get_contentType() const noexcept { return contentType_.c_str(); }
+    CBlob const& get_content() const noexcept { return content_; }
+    void put_contentType(char const* contentType);
+    void put_content(CBlob const& content);
+
+    // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for content that
+    // doesn't fit a known type.
+    CBlob encode() const;
+    // Throws 0x80093101.
+    void decode(CBlob const& der);
+
+private:
+    CStringProxy contentType_;
+    CBlob content_;
+};
+
+} // namespace Halcyon::ASN1

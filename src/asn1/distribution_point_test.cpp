@@ -1,0 +1,200 @@
+#include "asn1/distribution_point.h"
+
+#include <gtest/gtest.h>
+#include <openssl/x509v3.h>
+
+#include "asn1/access_description.h"
+#include "asn1/policy_information.h"
+#include "asn1/test_certificate.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+CGeneralName uri(wchar_t const* text) {
+    CGeneralName name;
+    name.put_uniformResourceIdentifier(text);
+    return name;
+}
+
+CGeneralNames uris(wchar_t const* text) {
+    return CGeneralNames(1, uri(text));
+}
+
+CDistributionPoint pointAt(wchar_t const* text) {
+    CDistributionPoint point;
+    CDistributionPointName const name(uris(text));
+    point.put_distributionPoint(&name);
+    return point;
+}
+
+TEST(ReasonFlags, NumbersOfBitsCountModulo32) {
+    CReasonFlags flags(0);
+    flags.put_bit(33, true);
+    EXPECT_EQ(flags.get_value(), 2u);
+    EXPECT_TRUE(flags.get_bit(1));
+    EXPECT_TRUE(flags.get_bit(65));
+    flags.put_bit(1, false);
+    EXPECT_EQ(flags.get_value(), 0u);
+    flags.add_flag(CReasonFlags::superseded);
+    flags.add_flag(CReasonFlags::unused);
+    EXPECT_EQ(flags.get_value(), 0x11u);
+    EXPECT_TRUE(flags.get_flag(static_cast<CReasonFlags::Flag>(0x30)));
+    flags.remove_flag(CReasonFlags::superseded);
+    EXPECT_TRUE(flags == CReasonFlags(1));
+    EXPECT_TRUE(flags != CReasonFlags(3));
+    unsigned int all = 0;
+    for (CReasonFlags::Flag const* flag = CReasonFlags::sequence; *flag != 0; ++flag)
+        all = all * 2 + (*flag > all);
+    EXPECT_EQ(all, 0x1FFu);
+}
+
+TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
+    struct {
+        unsigned int flags;
+        char const* der;
+        unsigned int read;
+    } const rows[] = {
+        {0x1,
+         "3004810207"
+         "80",
+         0x1},
+        {0x2,
+         "3004810206"
+         "40",
+         0x2},
+        {0x100,
+         "300581030700"
+         "80",
+         0x100},
+        {0x8000,
+         "300581030000"
+         "01",
+         0x8000},
+        {0x10000, "3003810100", 0},
+        {0x10002,
+         "3004810206"
+         "40",
+         0x2},
+        {0, "3003810100", 0},
+    };
+    for (auto const& row : rows) {
+        CDistributionPoint point;
+        CReasonFlags const flags(row.flags);
+        point.put_reasons(&flags);
+        CBlob const der = point.encode();
+        EXPECT_EQ(toHex(der), row.der);
+        CDistributionPoint back;
+        back.decode(der);
+        ASSERT_NE(back.get_reasons(), nullptr);
+        EXPECT_EQ(back.get_reasons()->get_value(), row.read);
+    }
+}
+
+TEST(DistributionPoint, RoundTripsAllFields) {
+    CDistributionPoint point = pointAt(L"http://a");
+    CReasonFlags const flags(0x6);
+    CGeneralNames const issuer = uris(L"u:b");
+    point.put_reasons(&flags);
+    point.put_cRLIssuer(&issuer);
+    CBlob const der = point.encode();
+    EXPECT_EQ(throughOpenSSL<DIST_POINT>(der, d2i_DIST_POINT, i2d_DIST_POINT, DIST_POINT_free),
+              toHex(der));
+    CDistributionPoint back;
+    back.decode(der);
+    EXPECT_TRUE(back == point);
+    back.put_reasons(nullptr);
+    EXPECT_TRUE(back != point);
+    back = point;
+    CGeneralNames const none;
+    back.put_cRLIssuer(&none);
+    EXPECT_TRUE(back != point);
+    back.decode(back.encode());
+    EXPECT_EQ(back.get_cRLIssuer(), nullptr);
+    back.put_distributionPoint(nullptr);
+    back.put_reasons(nullptr);
+    EXPECT_EQ(toHex(back.encode()), "3000");
+    back.decode(fromHex("3000"));
+    EXPECT_TRUE(back == CDistributionPoint());
+    CDistributionPoint copy(point);
+    copy.clear();
+    EXPECT_TRUE(copy == back);
+    EXPECT_TRUE(copy != point);
+}
+
+TEST(DistributionPointName, HoldsFullNamesOnly) {
+    CDistributionPointName name;
+    EXPECT_EQ(name.get_type(), 0u);
+    EXPECT_EQ(name.get_fullName(), nullptr);
+    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80093101u);
+    name.put_fullName(uris(L"a"));
+    EXPECT_EQ(toHex(name.encode()), "A003860161");
+    CDistributionPointName back;
+    back.decode(name.encode());
+    EXPECT_TRUE(back == name);
+    EXPECT_TRUE(back != CDistributionPointName());
+    EXPECT_TRUE(back != CDistributionPointName(uris(L"b")));
+    // A name relative to the issuer leaves the object as it was.
+    back.decode(fromHex("A10A300806035504030C0141"));
+    EXPECT_TRUE(back == name);
+    back = CDistributionPointName();
+    EXPECT_EQ(back.get_type(), 0u);
+}
+
+TEST(CRLDistPoints, RoundTripAsOpenSSLsList) {
+    CBlob const der = extensionValue(X509V3_EXT_conf_nid(
+        nullptr, nullptr, NID_crl_distribution_points, "URI:http://a,URI:http://b"));
+    CCRLDistPointsSyntax points;
+    points.decode(der);
+    ASSERT_EQ(points.size(), 2u);
+    EXPECT_STREQ(points.back()
+                     .get_distributionPoint()
+                     ->get_fullName()
+                     ->front()
+                     .get_uniformResourceIdentifier(),
+                 L"http://b");
+    EXPECT_EQ(toHex(points.encode()), toHex(der));
+    CCRLDistPointsSyntax own;
+    own.push_back(pointAt(L"http://a"));
+    own.push_back(pointAt(L"http://b"));
+    EXPECT_EQ(toHex(own.encode()), toHex(der));
+    EXPECT_EQ(toHex(CCRLDistPointsSyntax().encode()), "3000");
+}
+
+TEST(AccessDescription, RoundTripsAsOpenSSLsList) {
+    CBlob const der = extensionValue(X509V3_EXT_conf_nid(
+        nullptr, nullptr, NID_info_access, "OCSP;URI:http://a,caIssuers;URI:http://b"));
+    CAuthorityInfoAccessSyntax list;
+    list.decode(der);
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_STREQ(list.back().get_accessMethod(), "1.3.6.1.5.5.7.48.2");
+    CAuthorityInfoAccessSyntax own;
+    own.push_back(CAccessDescription("1.3.6.1.5.5.7.48.1", uri(L"http://a")));
+    own.push_back(CAccessDescription("1.3.6.1.5.5.7.48.2", uri(L"http://b")));
+    EXPECT_EQ(toHex(own.encode()), toHex(der));
+
+    CAccessDescription one;
+    one.decode(own.front().encode());
+    EXPECT_TRUE(one == own.front());
+    EXPECT_TRUE(one != own.back());
+    one.put_accessLocation(uri(L"h"));
+    EXPECT_TRUE(one == own.front());
+    one.put_accessLocation(uri(L"x"));
+    EXPECT_TRUE(one != own.front());
+    one.put_accessMethod("no identifier");
+    EXPECT_EQ(codeThrownBy([&] { one.encode(); }), 0x80070057u);
+}
+
+TEST(PolicyInformation, LosesQualifiers) {
+    CPolicyInformation policy;
+    policy.decode(fromHex("301E06032A03043017301506082B060105050702011609687474703A2F2F612F62"));
+    EXPECT_STREQ(policy.get_policyIdentifier(), "1.2.3.4");
+    CBlob const der = policy.encode();
+    EXPECT_EQ(toHex(der), "300506032A0304");
+    EXPECT_EQ(throughOpenSSL<POLICYINFO>(der, d2i_POLICYINFO, i2d_POLICYINFO, POLICYINFO_free),
+              toHex(der));
+    policy.put_policyIdentifier("x");
+    EXPECT_EQ(codeThrownBy([&] { policy.encode(); }), 0x80070057u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

@@ -1,0 +1,16 @@
+// Traits of ESSCertID. See codec.h for what traits are.
+#pragma once
+
+#include "asn1/code_class.h"
+#include "asn1/ess_cert_id.h"
+#include "asn1data/extended_security_services.h"
+
+namespace Halcyon::ASN1 {
+
+struct ASN1T_ESSCertID_traits : CCodeClassT<asn1data::ASN1T_ESSCertID, asn1data::ASN1C_ESSCertID> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CESSCertID const& value);
+    static void get(ASN1_T const& record, CESSCertID& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,189 @@
+#include "asn1/extensions.h"
+
+#include <gtest/gtest.h>
+#include <openssl/x509v3.h>
+
+#include "asn1/certificate_issuer.h"
+#include "asn1/crl_reason.h"
+#include "asn1/hold_instruction_code.h"
+#include "asn1/invalidity_date.h"
+#include "asn1/private_key_usage_period.h"
+#include "asn1/test_blob.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+CExtension unknown(char const* der, bool critical) {
+    return CExtension(CExtValue("1.2.3.4", fromHex(der)), critical);
+}
+
+std::string throughX509Extensions(CBlob const& der) {
+    return throughOpenSSL<X509_EXTENSIONS>(
+        der, d2i_X509_EXTENSIONS, i2d_X509_EXTENSIONS,
+        [](X509_EXTENSIONS* list) { sk_X509_EXTENSION_pop_free(list, X509_EXTENSION_free); });
+}
+
+TEST(Extension, RoundTripsInOpenSSLsEncoding) {
+    struct {
+        CExtension value;
+        char const* der;
+    } const rows[] = {
+        {unknown("0500", false), "300906032A030404020500"},
+        {unknown("0500", true), "300C06032A03040101FF04020500"},
+        {unknown("", true), "300A06032A03040101FF0400"},
+        {CExtension(CExtCRLReason(crlReasonKeyCompromise), false), "300A0603551D1504030A0101"},
+    };
+    for (auto const& row : rows) {
+        CBlob const der = row.value.encode();
+        EXPECT_EQ(toHex(der), row.der);
+        EXPECT_EQ(throughOpenSSL<X509_EXTENSION>(der, d2i_X509_EXTENSION, i2d_X509_EXTENSION,
+                                                 X509_EXTENSION_free),
+                  row.der);
+        CExtension back;
+        back.decode(der);
+        EXPECT_TRUE(back == row.value) << row.der;
+    }
+}
+
+TEST(Extension, EqualityLooksAtMarkTypeAndValue) {
+    EXPECT_TRUE(unknown("0500", true) != unknown("0500", false));
+    EXPECT_TRUE(unknown("0500", true) != unknown("0501", true));
+    EXPECT_TRUE(unknown("0500", true) != CExtension(CExtValue("1.2.3.5", fromHex("0500")), true));
+    EXPECT_FALSE(CExtension().get_critical());
+}
+
+TEST(Extension, KnownTypeWithAValueThatDoesNotFitIsRefused) {
+    EXPECT_EQ(
+        codeThrownBy([] { CExtension(CExtValue("2.5.29.15", fromHex("0500")), true).encode(); }),
+        0x80093101u);
+    EXPECT_EQ(codeThrownBy([] { CExtension().encode(); }), 0x80070057u);
+    CExtension kept = unknown("0500", true);
+    for (char const* der : {"", "3000", "30090603551D0F04020500", "300906032A0304040205"})
+        EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex(der)); }), 0x80093101u) << der;
+    EXPECT_TRUE(kept == unknown("0500", true));
+}
+
+TEST(Extensions, InsertReplacesValueAndMark) {
+    CExtensions list;
+    list.insert(unknown("0500", false));
+    list.insert(CExtension(CExtValue("1.2.3.5"), false));
+    list.insert(unknown("0501", true));
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_TRUE(list.front() == unknown("0501", true));
+    EXPECT_TRUE(list.find("1.2.3.4") == list.begin());
+    EXPECT_TRUE(std::as_const(list).find("1.2.3") == list.cend());
+    list.erase("1.2.3");
+    EXPECT_EQ(list.size(), 2u);
+    list.erase("1.2.3.4");
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_STREQ(list.front().get_extnID(), "1.2.3.5");
+}
+
+TEST(Extensions, RoundTripAndKeepWhatCame) {
+    CExtensions list;
+    list.push_back(unknown("0500", false));
+    list.push_back(unknown("0500", false));
+    list.push_back(CExtension(CExtValue("2.5.29.15", fromHex("03020780")), true));
+    CBlob const der = list.encode();
+    EXPECT_EQ(throughX509Extensions(der), toHex(der));
+    CExtensions back;
+    back.decode(der);
+    EXPECT_TRUE(back == list);
+    EXPECT_EQ(toHex(CExtensions().encode()), "3000");
+}
+
+TEST(Extensions, ReadWhatOpenSSLWrites) {
+    X509_EXTENSIONS* made = nullptr;
+    for (auto const& [nid, value] : {std::pair(NID_basic_constraints, "critical,CA:TRUE,pathlen:3"),
+                                     std::pair(NID_ext_key_usage, "critical,timeStamping"),
+                                     std::pair(NID_subject_alt_name, "DNS:a.b"),
+                                     std::pair(NID_info_access, "OCSP;URI:http://a")}) {
+        X509_EXTENSION* const extension = X509V3_EXT_conf_nid(nullptr, nullptr, nid, value);
+        X509v3_add_ext(&made, extension, -1);
+        X509_EXTENSION_free(extension);
+    }
+    CBlob const der = writtenByOpenSSL(made, i2d_X509_EXTENSIONS);
+    sk_X509_EXTENSION_pop_free(made, X509_EXTENSION_free);
+    CExtensions list;
+    list.decode(der);
+    ASSERT_EQ(list.size(), 4u);
+    EXPECT_TRUE(list.find("2.5.29.37")->get_critical());
+    EXPECT_EQ(toHex(list.find("2.5.29.37")->get_extnValue()), "300A06082B06010505070308");
+    EXPECT_EQ(toHex(list.encode()), toHex(der));
+}
+
+TEST(CRLReason, KeepsBothFormsInStep) {
+    CExtCRLReason reason;
+    EXPECT_STREQ(reason.get_oid(), "2.5.29.21");
+    EXPECT_EQ(reason.get_reason(), 0u);
+    EXPECT_EQ(reason.get_value().cbData(), 0u);
+    reason.encode();
+    EXPECT_EQ(toHex(reason.get_value()), "0A0100");
+    reason.put_reason(crlReasonAACompromise);
+    EXPECT_EQ(toHex(reason.get_value()), "0A010A");
+    EXPECT_EQ(CExtCRLReason(fromHex("0A0101")).get_reason(), crlReasonKeyCompromise);
+    for (char const* der : {"", "0A010B", "020101"})
+        EXPECT_EQ(codeThrownBy([&] { CExtCRLReason bad(fromHex(der)); }), 0x80093101u) << der;
+}
+
+TEST(HoldInstructionCode, KeepsBothFormsInStep) {
+    CExtHoldInstructionCode code("1.2.840.10040.2.1");
+    EXPECT_EQ(toHex(code.get_value()), "06072A8648CE380201");
+    code.put_code("1.2.3");
+    EXPECT_EQ(toHex(code.get_value()), "06022A03");
+    EXPECT_STREQ(CExtHoldInstructionCode(fromHex("06022A04")).get_code(), "1.2.4");
+    EXPECT_STREQ(CExtHoldInstructionCode().get_code(), "");
+    EXPECT_EQ(codeThrownBy([] { CExtHoldInstructionCode bad("x"); }), 0x80070057u);
+}
+
+TEST(InvalidityDate, IsAlwaysGeneralizedTimeWithoutFraction) {
+    CExtInvalidityDate date(CDateTime(2024, 1, 2, 3, 4, 5, 999, 0));
+    EXPECT_EQ(toHex(date.get_value()), "180F32303234303130323033303430355A");
+    CExtInvalidityDate const back(date.get_value());
+    EXPECT_EQ(back.get_invalidityDate(), CDateTime(2024, 1, 2, 3, 4, 5, 0, 0));
+    date.put_invalidityDate(CDateTime(2051, 1, 1, 0, 0, 0, 0, 0));
+    EXPECT_EQ(toHex(date.get_value()), "180F32303531303130313030303030305A");
+    EXPECT_EQ(CExtInvalidityDate().get_value().cbData(), 0u);
+    EXPECT_EQ(codeThrownBy([] { CExtInvalidityDate bad(fromHex("0500")); }), 0x80093101u);
+    EXPECT_NE(codeThrownBy([] { CExtInvalidityDate bad(fromHex("180178")); }), 0u);
+}
+
+TEST(CertificateIssuer, KeepsBothFormsInStep) {
+    CGeneralNames names(1);
+    names.front().put_dNSName(L"a");
+    CExtCertificateIssuer issuer(names);
+    EXPECT_EQ(toHex(issuer.get_value()), "3003820161");
+    EXPECT_TRUE(CExtCertificateIssuer(issuer.get_value()).get_issuer() == names);
+    issuer.put_issuer(CGeneralNames());
+    EXPECT_EQ(toHex(issuer.get_value()), "3000");
+    EXPECT_EQ(CExtCertificateIssuer().get_value().cbData(), 0u);
+}
+
+TEST(PrivateKeyUsagePeriod, DatesComeAndGo) {
+    CDateTime const from(2024, 1, 1, 0, 0, 0, 0, 0);
+    CDateTime const to(2025, 1, 1, 0, 0, 0, 0, 0);
+    EXPECT_EQ(toHex(CExtPrivateKeyUsagePeriod(nullptr, nullptr).get_value()), "3000");
+    CExtPrivateKeyUsagePeriod period(&from, &to);
+    EXPECT_EQ(throughOpenSSL<PKEY_USAGE_PERIOD>(period.get_value(), d2i_PKEY_USAGE_PERIOD,
+                                                i2d_PKEY_USAGE_PERIOD, PKEY_USAGE_PERIOD_free),
+              toHex(period.get_value()));
+    CExtPrivateKeyUsagePeriod back(period.get_value());
+    EXPECT_EQ(*back.get_notBefore(), from);
+    EXPECT_EQ(*back.get_notAfter(), to);
+    period.put_notBefore(nullptr);
+    EXPECT_EQ(toHex(period.get_value()), "3011810F32303235303130313030303030305A");
+    back = period;
+    EXPECT_EQ(back.get_notBefore(), nullptr);
+    back.value() = fromHex("3000");
+    back.decode();
+    EXPECT_EQ(back.get_notAfter(), nullptr);
+    EXPECT_EQ(*CExtPrivateKeyUsagePeriod(period).get_notAfter(), to);
+    CExtPrivateKeyUsagePeriod const open(&from, nullptr);
+    EXPECT_EQ(*CExtPrivateKeyUsagePeriod(open.get_value()).get_notBefore(), from);
+    EXPECT_EQ(CExtPrivateKeyUsagePeriod(open.get_value()).get_notAfter(), nullptr);
+    period.put_notAfter(&from);
+    EXPECT_EQ(toHex(period.get_value()), "3011810F32303234303130313030303030305A");
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

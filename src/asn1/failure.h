@@ -1,0 +1,36 @@
+// How the value layer fails: CAtlException with one of a few codes. The run-time's own statuses
+// don't reach the caller.
+#pragma once
+
+#include "asn1rt/runtime.h"
+#include "base/atl_exception.h"
+#include "sup/error_codes.h"
+
+namespace Halcyon::ASN1 {
+
+// Anything that can't be encoded or decoded: 0x80093101.
+[[noreturn]] inline void failCodec() {
+    ATL::AtlThrowImpl(hr(CRYPT_E_ASN1_INTERNAL));
+}
+// No memory on a context's heap: 0x80093106.
+[[noreturn]] inline void failMemory() {
+    ATL::AtlThrowImpl(hr(CRYPT_E_ASN1_MEMORY));
+}
+// An argument that can't be meant: 0x80070057.
+[[noreturn]] inline void failArgument() {
+    ATL::AtlThrowImpl(hr(E_INVALIDARG));
+}
+
+// Runs `step` and turns what the run-time throws into the codes above.
+template <class Step>
+decltype(auto) withResultCodes(Step&& step) {
+    try {
+        return step();
+    } catch (ASN1MessageBuffer::RTLError const& error) {
+        if (error.getStatus() == rtStatusNoMemory)
+            failMemory();
+        failCodec();
+    }
+}
+
+} // namespace Halcyon::ASN1

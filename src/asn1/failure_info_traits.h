@@ -1,0 +1,17 @@
+// Traits of PKIFailureInfo. See codec.h for what traits are.
+#pragma once
+
+#include "asn1/code_class.h"
+#include "asn1/failure_info.h"
+#include "asn1data/pki_status.h"
+
+namespace Halcyon::ASN1 {
+
+struct ASN1T_PKIFailureInfo_traits
+    : CCodeClassT<asn1data::ASN1T_PKIFailureInfo, asn1data::ASN1C_PKIFailureInfo> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CPKIFailureInfo const& value);
+    static void get(ASN1_T const& record, CPKIFailureInfo& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,134 @@
+#include "asn1/free_text.h"
+
+#include <gtest/gtest.h>
+
+#include "asn1/free_text_codec.h"
+#include "asn1/test_blob.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+CPKIFreeTextString russian(wchar_t const* text) {
+    return {text, CLanguageTagRuRu()};
+}
+CPKIFreeTextString plain(wchar_t const* text) {
+    return {text, CLanguageTagDefaultRead()};
+}
+
+// The texts as they stand in the record, and read back from it.
+std::string wireText(CPKIFreeTextString const& element) {
+    ASN1BERDecodeBuffer scratch;
+    asn1data::ASN1T_PKIFreeText record{};
+    CPKIFreeText_Encode(scratch.getCtxtPtr(), record, CPKIFreeText(element));
+    return record.elem[0];
+}
+
+CPKIFreeText parsed(char const* utf8) {
+    ASN1BERDecodeBuffer scratch;
+    asn1data::ASN1T_PKIFreeText record{};
+    record.n = 1;
+    record.elem = &utf8;
+    CPKIFreeText value;
+    CPKIFreeText_Parse(scratch.getCtxtPtr(), value, record);
+    return value;
+}
+
+TEST(LanguageTag, IsHeldInLowerCase) {
+    EXPECT_STREQ(CLanguageTag("RU-ru").tostring().c_str(), "ru-ru");
+    EXPECT_STREQ(CLanguageTag(L"EN-us").tostring().c_str(), "en-us");
+    EXPECT_TRUE(CLanguageTag("En-US") == CLanguageTagEnUs());
+    EXPECT_TRUE(CLanguageTag("ru") != CLanguageTagRuRu());
+    EXPECT_STREQ(CLanguageTag().tostring().c_str(), "");
+    EXPECT_EQ(CLanguageTag::normalize("A-z*"), "a-z*");
+}
+
+TEST(FreeText, LanguageGoesOutAsAPrefixOfThaiCharacters) {
+    EXPECT_EQ(wireText({L"x", CLanguageTag("en")}),
+              "\xE0\xB8\x81\xE0\xB9\xA5\xE0\xB9\xAE\xE0\xB9\xBEx");
+    EXPECT_EQ(wireText(plain(L"x")), "x");
+    EXPECT_EQ(wireText({L"", CLanguageTag()}), "\xE0\xB8\x81\xE0\xB9\xBE");
+}
+
+TEST(FreeText, PrefixStaysInTheTextThatIsRead) {
+    CPKIFreeText const value = parsed(wireText({L"x", CLanguageTag("EN")}).c_str());
+    ASSERT_EQ(value.size(), 1u);
+    EXPECT_TRUE(value.front().get_language() == CLanguageTag("en"));
+    EXPECT_STREQ(value.front().get_value(), L"\x0E01\x0E65\x0E6E\x0E7Ex");
+    // Which doubles it when the text goes out again.
+    CPKIFreeText const again = parsed(wireText(value.front()).c_str());
+    EXPECT_STREQ(again.front().get_value(), L"\x0E01\x0E65\x0E6E\x0E7E\x0E01\x0E65\x0E6E\x0E7Ex");
+    EXPECT_TRUE(parsed("x").front().get_language() == CLanguageTagDefaultRead());
+}
+
+TEST(FreeText, PrefixWithoutItsEndAndBrokenUTF8AreRefused) {
+    EXPECT_EQ(codeThrownBy([] { parsed("\xE0\xB8\x81x"); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([] { parsed("\xE0\xB8\x81"); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([] { parsed("\xE0\xB8\x81\xE0\xB9\xA5"); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([] { parsed("a\xFF"); }), 0x8009310Eu);
+    EXPECT_EQ(codeThrownBy([] { parsed("a\xC3"); }), 0x8009310Eu);
+}
+
+TEST(FreeText, ParsingAppendsAndKeepsWhatCameBeforeAFailure) {
+    ASN1BERDecodeBuffer scratch;
+    char const* texts[] = {"a", "b", "\xFF"};
+    asn1data::ASN1T_PKIFreeText record{};
+    record.n = 3;
+    record.elem = texts;
+    CPKIFreeText value(L"first", CLanguageTagDefaultRead());
+    EXPECT_EQ(codeThrownBy([&] { CPKIFreeText_Parse(scratch.getCtxtPtr(), value, record); }),
+              0x8009310Eu);
+    ASSERT_EQ(value.size(), 3u);
+    EXPECT_STREQ(value.back().get_value(), L"b");
+}
+
+TEST(FreeText, FindsALanguageOnlyWhereTheTextIsEmpty) {
+    CPKIFreeText value;
+    EXPECT_TRUE(value.find(CLanguageTagDefaultRead()) == value.end());
+    value.insert(russian(L"\x0414\x0430"));
+    EXPECT_TRUE(value.find(CLanguageTagRuRu()) == value.end());
+    value.insert(russian(L"\x041D\x0435\x0442"));
+    EXPECT_EQ(value.size(), 2u);
+    value.push_back(russian(L""));
+    value.insert(russian(L"new"));
+    EXPECT_EQ(value.size(), 3u);
+    EXPECT_STREQ(value.back().get_value(), L"new");
+    value.insert(plain(L"y"));
+    value.insert(plain(L"z"));
+    EXPECT_EQ(value.size(), 5u);
+    EXPECT_TRUE(value.find(CLanguageTagDefaultRead()) == value.begin());
+}
+
+TEST(FreeText, RemovesByTheSameSearch) {
+    CPKIFreeText value;
+    value.push_back(russian(L""));
+    value.push_back(russian(L"kept"));
+    value.push_back(russian(L""));
+    value.remove(CLanguageTagRuRu());
+    ASSERT_EQ(value.size(), 1u);
+    EXPECT_STREQ(value.front().get_value(), L"kept");
+    value.push_back(plain(L"x"));
+    value.remove(CLanguageTagDefaultRead());
+    EXPECT_TRUE(value.empty());
+}
+
+TEST(FreeText, ConvertsToItsFirstElement) {
+    CPKIFreeText value(russian(L"a"));
+    value.push_back(plain(L"b"));
+    CPKIFreeTextString const first = value.operator CPKIFreeTextString();
+    EXPECT_TRUE(first == russian(L"a"));
+    EXPECT_EQ(&static_cast<CPKIFreeTextString const&>(std::as_const(value)), &value.front());
+    CPKIFreeText empty;
+    EXPECT_EQ(codeThrownBy([&] { empty.operator CPKIFreeTextString(); }), 0x80070057u);
+}
+
+TEST(FreeTextString, ComparesLanguageAndText) {
+    EXPECT_TRUE(russian(L"a") != plain(L"a"));
+    EXPECT_TRUE(russian(L"a") != russian(L"ab"));
+    CPKIFreeTextString value("\xD0\x96", CLanguageTagRuRu());
+    EXPECT_STREQ(value.get_value(), L"\x0416");
+    value.set_value(L"a");
+    EXPECT_TRUE(value == russian(L"a"));
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

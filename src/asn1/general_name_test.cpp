@@ -1,0 +1,174 @@
+#include "asn1/general_name.h"
+
+#include <gtest/gtest.h>
+#include <openssl/x509v3.h>
+
+#include "asn1/general_names.h"
+#include "asn1/name.h"
+#include "asn1/test_certificate.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+CGeneralName dns(wchar_t const* text) {
+    CGeneralName name;
+    name.put_dNSName(text);
+    return name;
+}
+
+CGeneralName decoded(char const* der) {
+    CGeneralName name;
+    name.decode(fromHex(der));
+    return name;
+}
+
+// One name of each kind that can be held, with its encoding.
+struct Sample {
+    CGeneralName name;
+    unsigned int kind;
+    char const* der;
+    wchar_t const* text;
+};
+
+std::vector<Sample> samples() {
+    std::vector<Sample> rows(6);
+    rows[0].name.put_rfc822Name(L"a@b");
+    rows[0] = {rows[0].name, 2, "8103614062", L"rfc822Name: a@b"};
+    rows[1] = {dns(L"abc"), 3, "8203616263", L"dNSName: abc"};
+    rows[2].name.put_directoryName(CName(L"CN=A").encode());
+    rows[2] = {rows[2].name, 5, "A40E300C310A300806035504030C0141", L"directoryName: CN=A"};
+    rows[3].name.put_uniformResourceIdentifier(L"http://a");
+    rows[3] = {rows[3].name, 7, "8608687474703A2F2F61", L"uniformResourceIdentifier: http://a"};
+    rows[4].name.put_iPAddress(fromHex("7F000001"));
+    rows[4] = {rows[4].name, 8, "87047F000001", L"iPAddress: (to string is not implemented)"};
+    rows[5].name.put_registeredID(L"1.2.3");
+    rows[5] = {rows[5].name, 9, "88022A03", L"registeredID: 1.2.3"};
+    return rows;
+}
+
+TEST(GeneralName, RoundTripsEachKindInOpenSSLsEncoding) {
+    for (Sample const& row : samples()) {
+        EXPECT_EQ(row.name.get_type(), row.kind);
+        CBlob const der = row.name.encode();
+        EXPECT_EQ(toHex(der), row.der);
+        EXPECT_EQ(throughOpenSSL<GENERAL_NAME>(der, d2i_GENERAL_NAME, i2d_GENERAL_NAME,
+                                               GENERAL_NAME_free),
+                  row.der);
+        CGeneralName const back = decoded(row.der);
+        EXPECT_EQ(back.get_type(), row.kind);
+        EXPECT_STREQ(back.toString().c_str(), row.text);
+        EXPECT_EQ(toHex(back.encode()), row.der);
+        EXPECT_TRUE(back == row.name);
+    }
+}
+
+TEST(GeneralName, GettersAnswerForTheirKindOnly) {
+    for (Sample const& row : samples()) {
+        EXPECT_EQ(row.name.get_rfc822Name() != nullptr, row.kind == 2);
+        EXPECT_EQ(row.name.get_dNSName() != nullptr, row.kind == 3);
+        EXPECT_EQ(row.name.get_directoryName() != nullptr, row.kind == 5);
+        EXPECT_EQ(row.name.get_uniformResourceIdentifier() != nullptr, row.kind == 7);
+        EXPECT_EQ(row.name.get_iPAddress() != nullptr, row.kind == 8);
+        EXPECT_EQ(row.name.get_registeredID() != nullptr, row.kind == 9);
+    }
+}
+
+TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
+    CGeneralName const empty;
+    EXPECT_EQ(empty.get_type(), 0u);
+    EXPECT_STREQ(empty.toString().c_str(), L"");
+    EXPECT_EQ(codeThrownBy([&] { empty.encode(); }), 0x80070057u);
+    CGeneralName copy(empty);
+    copy = empty;
+    EXPECT_TRUE(copy == empty);
+}
+
+TEST(GeneralName, UnsupportedAlternativesAreRefused) {
+    for (char const* der : {"A00906032A0304A0020500", "A508A106040401020304"})
+        EXPECT_NE(codeThrownBy([&] { decoded(der); }), 0u) << der;
+    EXPECT_EQ(codeThrownBy([] { decoded("A00906032A0304A0020500"); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([] { decoded("A508A1060C0401020304"); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([] { decoded("0500"); }), 0x80093101u);
+    EXPECT_EQ(codeThrownBy([] { decoded(""); }), 0x80093101u);
+    CGeneralName name = dns(L"kept");
+    EXPECT_EQ(codeThrownBy([&] { name.decode(fromHex("A00906032A0304A0020500")); }), 0x80070057u);
+    EXPECT_STREQ(name.get_dNSName(), L"kept");
+}
+
+TEST(GeneralName, BadContentsAreFoundOutWhenTheyAreEncoded) {
+    CGeneralName name;
+    name.put_registeredID(L"not an identifier");
+    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80070057u);
+    name.put_directoryName(fromHex("0500"));
+    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80093101u);
+    EXPECT_EQ(codeThrownBy([&] { name.toString(); }), 0x80093101u);
+}
+
+TEST(GeneralName, EqualityOfTextsLooksAtOneCharacter) {
+    EXPECT_TRUE(dns(L"abc") == dns(L"axy"));
+    EXPECT_TRUE(dns(L"abc") != dns(L"bbc"));
+    EXPECT_TRUE(dns(L"") != dns(L"a"));
+    EXPECT_TRUE(dns(L"") == dns(L""));
+    CGeneralName mail;
+    mail.put_rfc822Name(L"abc");
+    EXPECT_TRUE(mail != dns(L"abc"));
+    CGeneralName a;
+    CGeneralName b;
+    a.put_iPAddress(fromHex("7F000001"));
+    b.put_iPAddress(fromHex("7F000002"));
+    EXPECT_TRUE(a != b);
+}
+
+TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
+    CGeneralName name;
+    name.put_directoryName(fromHex("3000"));
+    CGeneralName copy(name);
+    name.put_rfc822Name(L"a@b");
+    EXPECT_EQ(name.get_directoryName(), nullptr);
+    EXPECT_EQ(toHex(*copy.get_directoryName()), "3000");
+    copy = name;
+    name.put_rfc822Name(L"c@d");
+    EXPECT_STREQ(copy.get_rfc822Name(), L"a@b");
+    CGeneralName const& same = copy;
+    copy = same;
+    EXPECT_STREQ(copy.get_rfc822Name(), L"a@b");
+    copy.clear();
+    copy = name;
+    EXPECT_STREQ(copy.get_rfc822Name(), L"c@d");
+    // The source may be the value itself.
+    CGeneralName address;
+    address.put_iPAddress(fromHex("01020304"));
+    address.put_directoryName(*address.get_iPAddress());
+    EXPECT_EQ(toHex(*address.get_directoryName()), "01020304");
+}
+
+TEST(GeneralNames, RoundTripAsOpenSSLsList) {
+    CGeneralNames names;
+    for (Sample const& row : samples())
+        names.push_back(row.name);
+    CBlob const der = names.encode();
+    EXPECT_EQ(throughOpenSSL<GENERAL_NAMES>(der, d2i_GENERAL_NAMES, i2d_GENERAL_NAMES,
+                                            GENERAL_NAMES_free),
+              toHex(der));
+    CGeneralNames back(1);
+    back.decode(der);
+    EXPECT_TRUE(back == names);
+    back.pop_back();
+    EXPECT_TRUE(back != names);
+    EXPECT_EQ(toHex(CGeneralNames().encode()), "3000");
+}
+
+TEST(GeneralNames, ReadsWhatOpenSSLWrites) {
+    X509_EXTENSION* const made = X509V3_EXT_conf_nid(
+        nullptr, nullptr, NID_subject_alt_name, "DNS:a.b,email:c@d,IP:::1,RID:1.2.3.4,URI:u:v");
+    CGeneralNames names;
+    names.decode(extensionValue(made));
+    std::wstring text;
+    for (CGeneralName const& name : names)
+        text += std::wstring(name.toString().c_str()) + L";";
+    EXPECT_EQ(text, L"dNSName: a.b;rfc822Name: c@d;iPAddress: (to string is not implemented);"
+                    L"registeredID: 1.2.3.4;uniformResourceIdentifier: u:v;");
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

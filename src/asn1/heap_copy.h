@@ -1,0 +1,52 @@
+// Blocks on a context's heap for the records that traits fill. All throw 0x80093106 without memory.
+#pragma once
+
+#include <cstring>
+#include <limits>
+
+#include "asn1/failure.h"
+#include "asn1rt/runtime.h"
+#include "base/blob.h"
+
+namespace Halcyon::ASN1 {
+
+// `size` bytes of undefined content.
+inline void* heapBlock(ASN1CTXT* ctxt, unsigned long size) {
+    if (size > static_cast<unsigned long>(std::numeric_limits<std::int32_t>::max()))
+        failMemory();
+    void* const block = rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
+    if (!block)
+        failMemory();
+    return block;
+}
+
+inline void* heapCopy(ASN1CTXT* ctxt, void const* source, unsigned long size) {
+    void* const block = heapBlock(ctxt, size);
+    if (size != 0)
+        std::memcpy(block, source, size);
+    return block;
+}
+
+// A text with its terminator.
+inline char const* heapText(ASN1CTXT* ctxt, char const* text) {
+    return static_cast<char const*>(heapCopy(ctxt, text, std::strlen(text) + 1));
+}
+
+// A zeroed record, which is a record without content for every type of the schema.
+template <class Record>
+Record* heapRecord(ASN1CTXT* ctxt) {
+    void* const block = rtMemHeapAllocZ(&ctxt->typeHeap, static_cast<std::int32_t>(sizeof(Record)));
+    if (!block)
+        failMemory();
+    return static_cast<Record*>(block);
+}
+
+// Count and bytes of an octet string or open type.
+template <class Record>
+void heapOctets(ASN1CTXT* ctxt, Record& record, CBlob const& octets) {
+    record.data =
+        static_cast<unsigned char const*>(heapCopy(ctxt, octets.pbData(), octets.cbData()));
+    record.numocts = static_cast<std::uint32_t>(octets.cbData());
+}
+
+} // namespace Halcyon::ASN1

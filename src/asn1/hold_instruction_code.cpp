@@ -1,0 +1,40 @@
+#include "asn1/hold_instruction_code.h"
+
+#include "asn1/codec.h"
+#include "asn1/object_identifier.h"
+
+namespace Halcyon::ASN1 {
+
+namespace {
+
+constexpr char oidHoldInstructionCode[] = "2.5.29.23";
+
+} // namespace
+
+CExtHoldInstructionCode::CExtHoldInstructionCode() : CExtValue(oidHoldInstructionCode), code_("") {}
+
+CExtHoldInstructionCode::CExtHoldInstructionCode(char const* code) : CExtHoldInstructionCode() {
+    put_code(code);
+}
+
+CExtHoldInstructionCode::CExtHoldInstructionCode(CBlob const& der)
+    : CExtValue(oidHoldInstructionCode, der), code_("") {
+    decode();
+}
+
+// HoldInstruction ::= OBJECT IDENTIFIER
+
+void CExtHoldInstructionCode::encode() {
+    value() = asn1Encode<ASN1TObjId_traits, char const*>(get_code());
+}
+
+void CExtHoldInstructionCode::decode() {
+    asn1Decode<ASN1TObjId_traits, CStringProxy>(get_value(), code_);
+}
+
+void CExtHoldInstructionCode::put_code(char const* code) {
+    code_ = CStringProxy(code);
+    encode();
+}
+
+} // namespace Halcyon::ASN1

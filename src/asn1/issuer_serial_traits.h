@@ -1,0 +1,17 @@
+// Traits of IssuerSerial. See codec.h for what traits are.
+#pragma once
+
+#include "asn1/code_class.h"
+#include "asn1/issuer_serial.h"
+#include "asn1data/attribute_certificates.h"
+
+namespace Halcyon::ASN1 {
+
+struct ASN1T_IssuerSerial_traits
+    : CCodeClassT<asn1data::ASN1T_IssuerSerial, asn1data::ASN1C_IssuerSerial> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CIssuerSerial const& value);
+    static void get(ASN1_T const& record, CIssuerSerial& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,220 @@
+#include "asn1/name.h"
+
+#include <gtest/gtest.h>
+#include <openssl/x509.h>
+
+#include <stdexcept>
+
+#include "asn1/attribute_type_register.h"
+#include "asn1/name_traits.h"
+#include "asn1/test_blob.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+std::wstring textOf(CName const& name) {
+    return name.toString().c_str();
+}
+
+std::string throughX509Name(CBlob const& der) {
+    return throughOpenSSL<X509_NAME>(der, d2i_X509_NAME, i2d_X509_NAME, X509_NAME_free);
+}
+
+TEST(Name, TextAndEncodingGoBothWays) {
+    for (wchar_t const* text :
+         {L"CN=Test,O=Org,C=RU", L"CN=a=b", L"CN=a+O=b,OU=c", L"1.2.3.4=#0C0141",
+          L"SERIALNUMBER=12,E=a@b,DC=org,OGRN=1", L"CN=\x0416\x1F600"}) {
+        CName const name(text);
+        EXPECT_EQ(textOf(name), text);
+        CBlob const der = name.encode();
+        EXPECT_EQ(throughX509Name(der), toHex(der));
+        CName back;
+        back.decode(der);
+        EXPECT_EQ(textOf(back), text);
+    }
+}
+
+TEST(Name, IsWhatOpenSSLBuildsFromTheSameParts) {
+    X509_NAME* const made = X509_NAME_new();
+    struct {
+        char const* field;
+        int type;
+        char const* value;
+    } const parts[] = {{"C", MBSTRING_ASC, "RU"},
+                       {"O", V_ASN1_UTF8STRING, "Org"},
+                       {"CN", V_ASN1_UTF8STRING, "Test"}};
+    for (auto const& part : parts)
+        X509_NAME_add_entry_by_txt(made, part.field, part.type,
+                                   reinterpret_cast<unsigned char const*>(part.value), -1, -1, 0);
+    CBlob const der = writtenByOpenSSL(made, i2d_X509_NAME);
+    X509_NAME_free(made);
+    EXPECT_EQ(toHex(CName(L"C=RU,O=Org,CN=Test").encode()), toHex(der));
+    CName read;
+    read.decode(der);
+    EXPECT_EQ(textOf(read), L"C=RU,O=Org,CN=Test");
+}
+
+TEST(Name, EmptyNameIsAnEmptySequence) {
+    EXPECT_EQ(toHex(CName().encode()), "3000");
+    CName name(L"CN=a");
+    name.decode(fromHex("3000"));
+    EXPECT_TRUE(name.empty());
+    EXPECT_EQ(codeThrownBy([] { CRelativeDistinguishedName().encode(); }), 0x80093101u);
+}
+
+TEST(Name, ParsingAppendsAndNeverQuotes) {
+    CName name(L"CN=a");
+    name.fromString(L"O=b");
+    EXPECT_EQ(textOf(name), L"CN=a,O=b");
+    for (wchar_t const* text : {L"", L"CN=a,", L"CN=Doe, John", L"CN=a++O=b", L"CN", L"CN=a,,O=b"})
+        EXPECT_EQ(codeThrownBy([&] { CName bad(text); }), 0x80070057u);
+    // A blank behind a separator belongs to the keyword, which is found out when the name is
+    // encoded.
+    CName const blank(L"CN=a, O=b");
+    EXPECT_STREQ(blank.back().back().get_type(), " O");
+    EXPECT_EQ(blank.back().back().get_value().cbData(), 0u);
+    EXPECT_EQ(codeThrownBy([&] { blank.encode(); }), 0x80070057u);
+}
+
+TEST(Name, LevelKeepsItsOrderExceptInTheEncoding) {
+    CRelativeDistinguishedName const ab(L"CN=a+O=b");
+    CRelativeDistinguishedName const ba(L"O=b+CN=a");
+    EXPECT_FALSE(ab == ba);
+    EXPECT_TRUE(ab == CRelativeDistinguishedName(L"CN=a+O=b"));
+    EXPECT_STREQ(ba.toString().c_str(), L"O=b+CN=a");
+    EXPECT_EQ(toHex(ba.encode()), toHex(ab.encode()));
+    CRelativeDistinguishedName read;
+    read.decode(ba.encode());
+    EXPECT_TRUE(read == ab);
+    CRelativeDistinguishedName level;
+    level.fromString(L"CN=a");
+    level.fromString(L"CN=b");
+    EXPECT_EQ(level.size(), 2u);
+}
+
+TEST(Name, KnownTypeWithAValueThatDoesNotFitIsRefused) {
+    CAttributeTypeAndValue const number("2.5.4.3", fromHex("020105"));
+    EXPECT_EQ(codeThrownBy([&] { number.encode(); }), 0x80093101u);
+    CAttributeTypeAndValue const unknown("1.2.3.4", fromHex("020105"));
+    EXPECT_EQ(toHex(unknown.encode()), "300806032A0304020105");
+    CName name(L"CN=a");
+    for (char const* der : {"", "3001", "30023100", "300B310930070603550403020105", "0400"})
+        EXPECT_EQ(codeThrownBy([&] { name.decode(fromHex(der)); }), 0x80093101u) << der;
+    EXPECT_EQ(textOf(name), L"CN=a");
+}
+
+TEST(Name, RecordIsMadeFromDerToo) {
+    ASN1BERDecodeBuffer scratch;
+    asn1data::ASN1T_Name record{};
+    CBlob const der = CName(L"CN=a,C=RU").encode();
+    ASN1T_Name_traits::set(scratch.getCtxtPtr(), record, der);
+    CBlob back;
+    ASN1T_Name_traits::get(record, back);
+    EXPECT_TRUE(back == der);
+    CName name;
+    ASN1T_Name_traits::get(record, name);
+    EXPECT_EQ(textOf(name), L"CN=a,C=RU");
+    EXPECT_EQ(codeThrownBy(
+                  [&] { ASN1T_Name_traits::set(scratch.getCtxtPtr(), record, fromHex("0500")); }),
+              0x80093101u);
+}
+
+TEST(AttributeTypeAndValue, KeywordsAreCaseSensitive) {
+    CAttributeTypeAndValue value("2.5.4.3", fromHex("0C0141"));
+    EXPECT_STREQ(value.get_type_str().c_str(), L"CN");
+    EXPECT_STREQ(value.get_value_str().c_str(), L"A");
+    EXPECT_STREQ(value.toString().c_str(), L"CN=A");
+    value.put_type_str(L"cn");
+    EXPECT_STREQ(value.get_type(), "cn");
+    EXPECT_EQ(toHex(value.get_value()), "0C0141");
+    value.put_type_str(L"C");
+    EXPECT_STREQ(value.get_type(), "2.5.4.6");
+    value.put_value_str(L"RU", stringTypeDefault);
+    EXPECT_EQ(toHex(value.get_value()), "13025255");
+    value.put_value_str(L"RU", stringTypeBMP);
+    EXPECT_EQ(toHex(value.get_value()), "1E0400520055");
+    value.fromString(L"O=x", stringTypeDefault);
+    EXPECT_STREQ(value.get_type(), "2.5.4.10");
+}
+
+TEST(AttributeTypeAndValue, UnregisteredTypeIsHexadecimalBehindAnyFirstCharacter) {
+    CAttributeTypeAndValue const value(L"1.2.3.4=#0C0141", stringTypeDefault);
+    EXPECT_STREQ(value.get_type(), "1.2.3.4");
+    EXPECT_EQ(toHex(value.get_value()), "0C0141");
+    EXPECT_STREQ(value.get_value_str().c_str(), L"#0C0141");
+    EXPECT_EQ(toHex(CAttributeTypeAndValue(L"1.2.3.4=?0c01x", stringTypeBMP).get_value()), "0C01");
+    EXPECT_THROW(CAttributeTypeAndValue(L"1.2.3.4=", stringTypeDefault), std::out_of_range);
+    EXPECT_EQ(CAttributeTypeAndValue(L"1.2.3.4=#", stringTypeDefault).get_value().cbData(), 0u);
+}
+
+TEST(AttributeTypeAndValue, ComparesBytesOnly) {
+    CAttributeTypeAndValue const utf8(L"CN", L"Sample", stringTypeUTF8);
+    EXPECT_TRUE(utf8 == CAttributeTypeAndValue(L"CN=Sample", stringTypeDefault));
+    EXPECT_TRUE(utf8 != CAttributeTypeAndValue(L"CN", L"Sample", stringTypePrintable));
+    EXPECT_TRUE(utf8 != CAttributeTypeAndValue(L"CN", L"SAMPLE", stringTypeUTF8));
+    EXPECT_TRUE(utf8 != CAttributeTypeAndValue(L"O", L"Sample", stringTypeUTF8));
+    EXPECT_TRUE(utf8 == CAttributeTypeAndValue(CAttrValue("2.5.4.3", utf8.get_value())));
+}
+
+TEST(AttributeTypeRegister, HoldsTheTypesInOrderWithTheirStringTypes) {
+    struct {
+        wchar_t const* keyword;
+        char const* oid;
+        char const* tag;
+    } const rows[] = {
+        {L"CN", "2.5.4.3", "0C"},
+        {L"C", "2.5.4.6", "13"},
+        {L"L", "2.5.4.7", "0C"},
+        {L"ST", "2.5.4.8", "0C"},
+        {L"E", "1.2.840.113549.1.9.1", "16"},
+        {L"O", "2.5.4.10", "0C"},
+        {L"OU", "2.5.4.11", "0C"},
+        {L"T", "2.5.4.12", "0C"},
+        {L"GN", "2.5.4.42", "0C"},
+        {L"I", "2.5.4.43", "0C"},
+        {L"SN", "2.5.4.4", "0C"},
+        {L"PS", "2.5.4.65", "0C"},
+        {L"OGRN", "1.2.643.100.1", "0C"},
+        {L"OGRNIP", "1.2.643.100.5", "0C"},
+        {L"SNILS", "1.2.643.100.3", "0C"},
+        {L"INNLE", "1.2.643.100.4", "0C"},
+        {L"INN", "1.2.643.3.131.1.1", "0C"},
+        {L"STREET", "2.5.4.9", "0C"},
+        {L"DC", "0.9.2342.19200300.100.1.25", "16"},
+        {L"UnstructuredName", "1.2.840.113549.1.9.2", "0C"},
+        {L"PostalCode", "2.5.4.17", "0C"},
+        {L"SERIALNUMBER", "2.5.4.5", "13"},
+    };
+    auto entry = CATAVRegister::registered_.cbegin();
+    for (auto const& row : rows) {
+        ASSERT_NE(entry, CATAVRegister::registered_.cend());
+        EXPECT_EQ(entry->name, row.keyword);
+        EXPECT_EQ(entry->oid, row.oid);
+        EXPECT_EQ(CATAVRegister::find(row.oid), entry);
+        EXPECT_EQ(CATAVRegister::find(row.keyword), entry);
+        EXPECT_EQ(toHex(CATAVRegister::valueFromStr(row.oid, L"1", stringTypeDefault)),
+                  std::string(row.tag) + "0131");
+        ++entry;
+    }
+    EXPECT_EQ(entry, CATAVRegister::registered_.cend());
+    EXPECT_EQ(PostalCodeAttribute.oid, "2.5.4.17");
+    EXPECT_STREQ(CATAVRegister::typeToStr("1.2.3").c_str(), L"1.2.3");
+    EXPECT_STREQ(CATAVRegister::typeFromStr(L"1.2.3").c_str(), "1.2.3");
+}
+
+TEST(AttributeTypeRegister, RefusesTextsAboveTheBound) {
+    std::wstring const longest(32768, L'x');
+    EXPECT_EQ(CATAVRegister::valueFromStr("2.5.4.3", longest.c_str(), stringTypeDefault).cbData(),
+              32768u + 4);
+    EXPECT_EQ(codeThrownBy([&] {
+                  CATAVRegister::valueFromStr("2.5.4.3", (longest + L'x').c_str(),
+                                              stringTypeDefault);
+              }),
+              0x80070057u);
+    EXPECT_EQ(codeThrownBy(
+                  [] { CATAVRegister::valueFromStr("2.5.4.3", L"x", static_cast<StringType>(9)); }),
+              0x80093101u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

@@ -1,0 +1,43 @@
+#include "asn1/policy_information.h"
+
+#include "asn1/codec.h"
+#include "asn1/object_identifier.h"
+#include "asn1/policy_information_traits.h"
+
+namespace Halcyon::ASN1 {
+
+CPolicyInformation::CPolicyInformation() : policyIdentifier_("") {}
+
+CPolicyInformation::CPolicyInformation(char const* oid) : policyIdentifier_(oid) {}
+
+void CPolicyInformation::put_policyIdentifier(char const* oid) {
+    policyIdentifier_ = CStringProxy(oid);
+}
+
+CBlob CPolicyInformation::encode() const {
+    return asn1Encode<ASN1T_PolicyInformation_traits, CPolicyInformation>(*this);
+}
+
+void CPolicyInformation::decode(CBlob const& der) {
+    asn1Decode<ASN1T_PolicyInformation_traits, CPolicyInformation>(der, *this);
+}
+
+// PolicyInformation ::= SEQUENCE {
+//     policyIdentifier  OBJECT IDENTIFIER,
+//     policyQualifiers  SEQUENCE SIZE (1..MAX) OF PolicyQualifierInfo OPTIONAL }
+
+void ASN1T_PolicyInformation_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
+                                         CPolicyInformation const& value) {
+    record.m = {};
+    ASN1TObjId_traits::set(ctxt, record.policyIdentifier, value.get_policyIdentifier());
+}
+
+void ASN1T_PolicyInformation_traits::get(ASN1_T const& record, CPolicyInformation& value) {
+    value.put_policyIdentifier(toOID(record.policyIdentifier).c_str());
+}
+
+void ASN1T_PolicyInformation_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+    asn1data::asn1Copy_PolicyInformation(ctxt, &from, &to);
+}
+
+} // namespace Halcyon::ASN1

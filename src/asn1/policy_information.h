@@ -1,0 +1,33 @@
+// CPolicyInformation: the identifier of a certificate policy (RFC 5280, 4.2.1.4).
+#pragma once
+
+#include <list>
+
+#include "base/blob.h"
+#include "base/string_proxy.h"
+
+namespace Halcyon::ASN1 {
+
+// Dotted text. Qualifiers aren't held: they are dropped on reading.
+class CPolicyInformation {
+public:
+    CPolicyInformation();
+    explicit CPolicyInformation(char const* oid);
+
+    char const* get_policyIdentifier() const noexcept { return policyIdentifier_.c_str(); }
+    void put_policyIdentifier(char const* oid);
+
+    // The DER. Throws 0x80070057 for a text that is no identifier.
+    CBlob encode() const;
+    void decode(CBlob const& der);
+
+private:
+    CStringProxy policyIdentifier_;
+};
+
+class CPolicyInformationList : public std::list<CPolicyInformation> {
+public:
+    using std::list<CPolicyInformation>::list;
+};
+
+} // namespace Halcyon::ASN1

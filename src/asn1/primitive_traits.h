@@ -1,0 +1,66 @@
+// Traits of the primitive types: between the run-time's records and blobs or texts. See codec.h for
+// what traits are and how they fail.
+#pragma once
+
+#include "asn1rt/runtime.h"
+#include "base/blob.h"
+#include "base/string_proxy.h"
+
+namespace Halcyon::ASN1 {
+
+// OCTET STRING.
+struct ASN1TDynOctStr_traits {
+    using ASN1_T = ASN1TDynOctStr;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
+    static void get(ASN1_T const& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+// One complete element of any type.
+struct ASN1TOpenType_traits {
+    using ASN1_T = ASN1TOpenType;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
+    static void get(ASN1_T const& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+// The same where the schema may know the type: only the encoded form is looked at.
+struct Asn1TObject_traits {
+    using ASN1_T = Asn1TObject;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
+    static void get(ASN1_T const& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+// BIT STRING as whole bytes: the number of unused bits is dropped on reading, and 0 on writing.
+struct ASN1TDynBitStr_traits {
+    using ASN1_T = ASN1TDynBitStr;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
+    static void get(ASN1_T const& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+struct ASN1IA5String_traits {
+    using ASN1_T = char const*;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, char const* value);
+    static void get(ASN1_T const& record, CStringProxy& value);
+    // The target shares the source's text, and must not outlive the source's context.
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+struct ASN1UTF8String_traits {
+    using ASN1_T = char const*;
+
+    // Throws 0x80070057 for a text that has no UTF-8 form.
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, wchar_t const* value);
+    // Throws 0x80093101 for a text that isn't UTF-8.
+    static void get(ASN1_T const& record, CWStringProxy& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

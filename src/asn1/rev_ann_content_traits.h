@@ -1,0 +1,17 @@
+// Traits of RevAnnContent. See codec.h for what traits are.
+#pragma once
+
+#include "asn1/code_class.h"
+#include "asn1/rev_ann_content.h"
+#include "asn1data/pkix_cmp.h"
+
+namespace Halcyon::ASN1 {
+
+struct ASN1T_RevAnnContent_traits
+    : CCodeClassT<asn1data::ASN1T_RevAnnContent, asn1data::ASN1C_RevAnnContent> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CRevAnnContent const& value);
+    static void get(ASN1_T const& record, CRevAnnContent& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,47 @@
+#include "asn1/signer_info.h"
+
+#include "asn1/algorithm_identifier_traits.h"
+#include "asn1/big_integer_text.h"
+#include "asn1/failure.h"
+#include "asn1/signer_info_traits.h"
+
+namespace Halcyon::ASN1 {
+
+bool operator==(CSignerInfo const& a, CSignerInfo const& b) noexcept {
+    return a.get_version() == b.get_version() &&
+           a.get_digestAlgorithm() == b.get_digestAlgorithm() && a.get_issuer() == b.get_issuer() &&
+           a.get_serialNumber() == b.get_serialNumber() && a.get_signature() == b.get_signature() &&
+           a.get_signatureAlgorithm() == b.get_signatureAlgorithm();
+}
+
+// SignerInfo ::= SEQUENCE {
+//     version             CMSVersion,
+//     sid                 SignerIdentifier,
+//     digestAlgorithm     DigestAlgorithmIdentifier,
+//     signedAttrs         [0] IMPLICIT SignedAttributes OPTIONAL,
+//     signatureAlgorithm  SignatureAlgorithmIdentifier,
+//     signature           SignatureValue,
+//     unsignedAttrs       [1] IMPLICIT UnsignedAttributes OPTIONAL }
+
+void ASN1T_SignerInfo_get(CSignerInfo& value, asn1data::ASN1T_SignerInfo const& record) {
+    value.put_version(record.version);
+    CAlgorithmIdentifier algorithm;
+    ASN1T_AlgorithmIdentifier_get(algorithm, record.digestAlgorithm);
+    value.put_digestAlgorithm(algorithm);
+    ASN1T_AlgorithmIdentifier_get(algorithm, record.signatureAlgorithm);
+    value.put_signatureAlgorithm(algorithm);
+    value.put_signature(CBlob(record.signature.data, record.signature.numocts));
+    if (record.sid.t != 1)
+        failCodec();
+    asn1data::ASN1T_IssuerAndSerialNumber const& id = *record.sid.u.issuerAndSerialNumber;
+    CBigInteger serialNumber;
+    ASN1StringToBigInteger(id.serialNumber, serialNumber);
+    value.put_serialNumber(serialNumber);
+    value.put_issuer(CBlob(id.issuer.data, id.issuer.numocts));
+}
+
+void ASN1T_SignerInfo_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+    asn1data::asn1Copy_SignerInfo(ctxt, &from, &to);
+}
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,51 @@
+// CSignerInfo: what one signer of a CMS message is known by (RFC 5652, 5.3), for reading only.
+#pragma once
+
+#include "asn1/algorithm_identifier.h"
+#include "asn1/big_integer.h"
+#include "base/blob.h"
+
+namespace Halcyon::ASN1 {
+
+// Filled from a schema record by `ASN1T_SignerInfo_get` (signer_info_traits.h). `issuer` is the DER
+// of the Name. Signers that are named by a key identifier aren't supported.
+class CSignerInfo {
+public:
+    CSignerInfo() = default;
+
+    unsigned int get_version() const noexcept { return version_; }
+    CBlob const& get_issuer() const noexcept { return issuer_; }
+    CBigInteger const& get_serialNumber() const noexcept { return serialNumber_; }
+    CAlgorithmIdentifier const& get_signatureAlgorithm() const noexcept {
+        return signatureAlgorithm_;
+    }
+    CAlgorithmIdentifier const& get_digestAlgorithm() const noexcept { return digestAlgorithm_; }
+    CBlob const& get_signature() const noexcept { return signature_; }
+
+    void put_version(unsigned int version) noexcept { version_ = version; }
+    void put_issuer(CBlob const& issuer) { issuer_ = issuer; }
+    void put_serialNumber(CBigInteger const& serial) { serialNumber_ = serial; }
+    void put_signatureAlgorithm(CAlgorithmIdentifier const& algorithm) {
+        signatureAlgorithm_ = algorithm;
+    }
+    void put_digestAlgorithm(CAlgorithmIdentifier const& algorithm) {
+        digestAlgorithm_ = algorithm;
+    }
+    void put_signature(CBlob const& signature) { signature_ = signature; }
+
+private:
+    unsigned int version_ = 0;
+    CBlob issuer_;
+    CBigInteger serialNumber_;
+    CAlgorithmIdentifier signatureAlgorithm_;
+    CAlgorithmIdentifier digestAlgorithm_;
+    CBlob signature_;
+};
+
+// All fields; the serial numbers by value.
+bool operator==(CSignerInfo const& a, CSignerInfo const& b) noexcept;
+inline bool operator!=(CSignerInfo const& a, CSignerInfo const& b) noexcept {
+    return !(a == b);
+}
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,22 @@
+// Traits of SignerInfo, for reading only. See codec.h for what traits are.
+#pragma once
+
+#include "asn1/code_class.h"
+#include "asn1/signer_info.h"
+#include "asn1data/cryptographic_message_syntax.h"
+
+namespace Halcyon::ASN1 {
+
+// Throws 0x80093101 for a signer that is named by a key identifier; version, algorithms and
+// signature are replaced then.
+void ASN1T_SignerInfo_get(CSignerInfo& value, asn1data::ASN1T_SignerInfo const& record);
+
+struct ASN1T_SignerInfo_traits
+    : CCodeClassT<asn1data::ASN1T_SignerInfo, asn1data::ASN1C_SignerInfo> {
+    static void get(ASN1_T const& record, CSignerInfo& value) {
+        ASN1T_SignerInfo_get(value, record);
+    }
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,33 @@
+// CAttrSigningCertificate: the attribute SigningCertificate (RFC 2634, 5.4).
+#pragma once
+
+#include "asn1/ess_cert_id.h"
+#include "asn1/signing_certificate_base.h"
+
+namespace Halcyon::ASN1 {
+
+// The decoded form beside the encoded one of the base. The type is 1.2.840.113549.1.9.16.2.12.
+class CAttrSigningCertificate : public CAttrSigningCertificateT<CESSCertIDList> {
+public:
+    // Without certificates and without an encoded form.
+    CAttrSigningCertificate();
+    explicit CAttrSigningCertificate(CESSCertIDList const& certs);
+    // Throws 0x80093101 if `der` isn't the attribute's value.
+    explicit CAttrSigningCertificate(CBlob const& der);
+
+    // The encoded form from the fields. An empty list of policies isn't encoded. Throws 0x80093101,
+    // and 0x80070057 for a text that is no identifier.
+    void encode();
+    // The fields from the encoded form. Throws 0x80093101.
+    void decode();
+
+    // Encodes at once.
+    void put_certs(CESSCertIDList const& certs);
+    // Null makes the field absent. The encoded form stays as it was until `encode`.
+    void put_policies(CPolicyInformationList const* policies);
+
+private:
+    friend struct ASN1T_SigningCertificate_traits;
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,138 @@
+#include "asn1/signing_certificate.h"
+
+#include <gtest/gtest.h>
+#include <openssl/ess.h>
+
+#include "asn1/name.h"
+#include "asn1/other_signing_certificate.h"
+#include "asn1/signing_certificate_v2.h"
+#include "asn1/test_blob.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+constexpr char sha1[] = "1.3.14.3.2.26";
+
+CIssuerSerial issuerSerial() {
+    CGeneralNames issuer(1);
+    issuer.front().put_directoryName(CName(L"CN=Test,C=RU").encode());
+    CBigInteger serial;
+    serial.readFromHexString("0080");
+    return CIssuerSerial(issuer, serial);
+}
+
+template <class Id>
+Id withIssuerSerial(Id id) {
+    CIssuerSerial const issuer = issuerSerial();
+    id.put_issuerSerial(&issuer);
+    return id;
+}
+
+CPolicyInformationList onePolicy() {
+    CPolicyInformationList policies;
+    policies.push_back(CPolicyInformation("1.2.3.4"));
+    return policies;
+}
+
+TEST(SigningCertificate, IsReadAndWrittenByOpenSSLTheSame) {
+    CESSCertIDList certs;
+    certs.push_back(CESSCertID(fromHex("0102")));
+    certs.push_back(withIssuerSerial(CESSCertID(fromHex("0304"))));
+    CAttrSigningCertificate value(certs);
+    CPolicyInformationList const policies = onePolicy();
+    value.put_policies(&policies);
+    value.encode();
+    EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.12");
+    EXPECT_EQ(throughOpenSSL<ESS_SIGNING_CERT>(value.get_value(), d2i_ESS_SIGNING_CERT,
+                                               i2d_ESS_SIGNING_CERT, ESS_SIGNING_CERT_free),
+              toHex(value.get_value()));
+    CAttrSigningCertificate const back(value.get_value());
+    EXPECT_TRUE(back.get_certs() == certs);
+    ASSERT_NE(back.get_policies(), nullptr);
+    EXPECT_STREQ(back.get_policies()->front().get_policyIdentifier(), "1.2.3.4");
+    EXPECT_TRUE(back == value);
+}
+
+TEST(SigningCertificateV2, IsReadAndWrittenByOpenSSLTheSame) {
+    CESSCertIDv2List certs;
+    certs.push_back(CESSCertIDv2(fromHex("0102")));
+    certs.push_back(withIssuerSerial(CESSCertIDv2(fromHex("0304"), CAlgorithmIdentifier(sha1))));
+    CAttrSigningCertificateV2 const value(certs);
+    EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.47");
+    EXPECT_EQ(throughOpenSSL<ESS_SIGNING_CERT_V2>(value.get_value(), d2i_ESS_SIGNING_CERT_V2,
+                                                  i2d_ESS_SIGNING_CERT_V2,
+                                                  ESS_SIGNING_CERT_V2_free),
+              toHex(value.get_value()));
+    CAttrSigningCertificateV2 const back(value.get_value());
+    EXPECT_TRUE(back.get_certs() == certs);
+    EXPECT_EQ(back.get_policies(), nullptr);
+}
+
+TEST(OtherSigningCertificate, RoundTripsBothKindsOfHashes) {
+    COtherCertIDList certs;
+    certs.push_back(COtherCertID(fromHex("0102")));
+    certs.push_back(withIssuerSerial(COtherCertID(fromHex("0304"), CAlgorithmIdentifier(sha1))));
+    CAttrOtherSigningCertificate const value(certs);
+    EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.19");
+    CAttrOtherSigningCertificate const back(value.get_value());
+    EXPECT_TRUE(back.get_certs() == certs);
+    EXPECT_EQ(back.get_certs().front().get_otherCertHash().get_type(), 1u);
+    EXPECT_EQ(back.get_certs().back().get_otherCertHash().get_type(), 2u);
+}
+
+TEST(SigningCertificate, PoliciesWaitForEncodeInTwoOfThreeClasses) {
+    CPolicyInformationList const policies = onePolicy();
+    CAttrSigningCertificate v1((CESSCertIDList()));
+    CAttrSigningCertificateV2 v2((CESSCertIDv2List()));
+    CAttrOtherSigningCertificate other((COtherCertIDList()));
+    v1.put_policies(&policies);
+    v2.put_policies(&policies);
+    other.put_policies(&policies);
+    EXPECT_EQ(toHex(v1.get_value()), "30023000");
+    EXPECT_EQ(toHex(v2.get_value()), "30023000");
+    EXPECT_EQ(toHex(other.get_value()), "300B30003007300506032A0304");
+    v1.encode();
+    v2.encode();
+    EXPECT_EQ(toHex(v1.get_value()), toHex(other.get_value()));
+    EXPECT_EQ(toHex(v2.get_value()), toHex(other.get_value()));
+    other.put_policies(nullptr);
+    EXPECT_EQ(toHex(other.get_value()), "30023000");
+}
+
+TEST(SigningCertificate, EmptyPoliciesAreNotEncoded) {
+    CPolicyInformationList const none;
+    CAttrSigningCertificate value;
+    EXPECT_EQ(value.get_value().cbData(), 0u);
+    value.put_policies(&none);
+    ASSERT_NE(value.get_policies(), nullptr);
+    value.encode();
+    EXPECT_EQ(toHex(value.get_value()), "30023000");
+    value.decode();
+    EXPECT_EQ(value.get_policies(), nullptr);
+}
+
+TEST(SigningCertificate, DecodingKeepsTheEncodedFormAndDropsQualifiers) {
+    // One policy with a qualifier that points to a practice statement.
+    CBlob const der =
+        fromHex("302430003020301E06032A03043017301506082B060105050702011609687474703A2F"
+                "2F612F62");
+    CAttrSigningCertificate value(der);
+    EXPECT_EQ(toHex(value.get_value()), toHex(der));
+    value.encode();
+    EXPECT_EQ(toHex(value.get_value()), "300B30003007300506032A0304");
+}
+
+TEST(SigningCertificate, CopiesAreDeepAndBadValuesMakeNoObject) {
+    CESSCertIDList certs(1);
+    CAttrSigningCertificate a(certs);
+    CAttrSigningCertificate b(a);
+    a.put_certs(CESSCertIDList());
+    EXPECT_EQ(b.get_certs().size(), 1u);
+    b = a;
+    EXPECT_TRUE(b.get_certs().empty());
+    EXPECT_EQ(codeThrownBy([] { CAttrSigningCertificate bad(fromHex("0500")); }), 0x80093101u);
+    EXPECT_EQ(codeThrownBy([] { CAttrSigningCertificateV2 bad((CBlob())); }), 0x80093101u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

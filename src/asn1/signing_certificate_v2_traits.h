@@ -1,0 +1,17 @@
+// Traits of SigningCertificateV2. See codec.h for what traits are.
+#pragma once
+
+#include "asn1/code_class.h"
+#include "asn1/signing_certificate_v2.h"
+#include "asn1data/extended_security_services.h"
+
+namespace Halcyon::ASN1 {
+
+struct ASN1T_SigningCertificateV2_traits
+    : CCodeClassT<asn1data::ASN1T_SigningCertificateV2, asn1data::ASN1C_SigningCertificateV2> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CAttrSigningCertificateV2 const& value);
+    static void get(ASN1_T const& record, CAttrSigningCertificateV2& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

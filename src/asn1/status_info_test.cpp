@@ -1,0 +1,99 @@
+#include "asn1/status_info.h"
+
+#include <gtest/gtest.h>
+#include <openssl/ts.h>
+
+#include "asn1/test_blob.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+TEST(FailureInfo, GoesOutWithoutTrailingZeroBits) {
+    struct {
+        unsigned int value;
+        char const* der;
+    } const rows[] = {
+        {0, "030100"},
+        {1, "03020780"},
+        {1u << 2, "03020520"},
+        {0x5, "030205A0"},
+        {1u << 8, "0303070080"},
+        {1u << 15, "0303000001"},
+        {1u << 25, "03050600000040"},
+        {0x03FFFFFF, "030506FFFFFFC0"},
+        {1u << 31, "03050000000001"},
+    };
+    for (auto const& row : rows) {
+        CPKIFailureInfo const info(row.value);
+        EXPECT_EQ(toHex(info.encode()), row.der);
+        CPKIFailureInfo back(0xFFFFFFFF);
+        back.decode(fromHex(row.der));
+        EXPECT_TRUE(back == info) << row.der;
+    }
+    CPKIFailureInfo kept(4);
+    EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex("0306070000000080")); }), 0x80093101u);
+    EXPECT_EQ(kept.get_value(), 4u);
+}
+
+TEST(FailureInfo, BitsFrom32OnAreRefused) {
+    CPKIFailureInfo info(0);
+    info.put_bit(31, true);
+    EXPECT_EQ(info.get_value(), 0x80000000u);
+    EXPECT_TRUE(info.get_bit(31));
+    info.put_bit(31, false);
+    EXPECT_FALSE(info.get_bit(31));
+    EXPECT_EQ(codeThrownBy([&] { info.put_bit(32, true); }), 0x80070057u);
+    EXPECT_EQ(codeThrownBy([&] { info.get_bit(32); }), 0x80070057u);
+}
+
+TEST(StatusInfo, LeavesAbsentFieldsOut) {
+    CPKIStatusInfo info(pkiStatusGranted);
+    EXPECT_EQ(toHex(info.encode()), "3003020100");
+    info.put_pkiStatus(pkiStatusRejection);
+    info.put_failureInfo(CPKIFailureInfo(4));
+    EXPECT_EQ(toHex(info.encode()), "300702010203020520");
+    info.put_statusString(CPKIFreeText(L"no", CLanguageTagDefaultRead()));
+    CBlob const der = info.encode();
+    EXPECT_EQ(toHex(der), "300D02010230040C026E6F03020520");
+    EXPECT_EQ(throughOpenSSL<TS_STATUS_INFO>(der, d2i_TS_STATUS_INFO, i2d_TS_STATUS_INFO,
+                                             TS_STATUS_INFO_free),
+              toHex(der));
+    CPKIStatusInfo back(pkiStatusGranted);
+    back.decode(der);
+    EXPECT_EQ(back.get_pkiStatus(), pkiStatusRejection);
+    EXPECT_EQ(back.get_failureInfo().get_value(), 4u);
+    ASSERT_EQ(back.get_statusString().size(), 1u);
+    EXPECT_STREQ(back.get_statusString().front().get_value(), L"no");
+}
+
+TEST(StatusInfo, MessageWithoutTextsLeavesTheOldOnes) {
+    CPKIStatusInfo info(pkiStatusGranted);
+    info.put_statusString(CPKIFreeText(L"old", CLanguageTagDefaultRead()));
+    info.put_failureInfo(CPKIFailureInfo(4));
+    info.decode(fromHex("3003020101"));
+    EXPECT_EQ(info.get_pkiStatus(), pkiStatusGrantedWithMods);
+    EXPECT_EQ(info.get_failureInfo().get_value(), 0u);
+    ASSERT_EQ(info.get_statusString().size(), 1u);
+    info.decode(fromHex("300B02010230060C01610C0162"));
+    ASSERT_EQ(info.get_statusString().size(), 2u);
+    EXPECT_STREQ(info.get_statusString().back().get_value(), L"b");
+}
+
+TEST(StatusInfo, StatusBeyondTheNamedOnesIsKept) {
+    CPKIStatusInfo info(pkiStatusGranted);
+    info.decode(fromHex("3003020109"));
+    EXPECT_EQ(info.get_pkiStatus(), 9u);
+    EXPECT_EQ(toHex(info.encode()), "3003020109");
+}
+
+TEST(StatusInfo, RefusesBadTextsAndStructures) {
+    CPKIStatusInfo info(pkiStatusWaiting);
+    for (char const* der : {"", "3000", "0500", "30050201000500"})
+        EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex(der)); }), 0x80093101u) << der;
+    EXPECT_EQ(info.get_pkiStatus(), pkiStatusWaiting);
+    EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex("300802010030030C01FF")); }), 0x8009310Eu);
+    EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex("300A02010030050C03E0B881")); }), 0x80070057u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

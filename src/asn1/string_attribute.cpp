@@ -1,0 +1,14 @@
+#include "asn1/string_attribute.h"
+
+#include "asn1/attribute_type_register.h"
+#include "asn1/text_width.h"
+
+namespace Halcyon::ASN1 {
+
+CAttrStringValue::CAttrStringValue(char const* oid, char const* text)
+    : CAttrStringValue(oid, towstring(text).c_str()) {}
+
+CAttrStringValue::CAttrStringValue(char const* oid, wchar_t const* text)
+    : CAttrValue(oid, CATAVRegister::valueFromStr(oid, text, stringTypeDefault)) {}
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,104 @@
+#include "asn1/time_choice.h"
+
+#include <gtest/gtest.h>
+#include <openssl/asn1.h>
+
+#include "asn1/generalized_time.h"
+#include "asn1/test_blob.h"
+#include "asn1/time_choice_traits.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+CTimeChoice choiceOf(CDateTime const& date) {
+    CTimeChoice value;
+    value.put_time(date);
+    return value;
+}
+
+TEST(TimeChoice, KindFollowsTheYearUpTo2049) {
+    EXPECT_EQ(CTimeChoice().get_type(), 1u);
+    EXPECT_EQ(*CTimeChoice().get_time(), CDateTime(0L, 0));
+    EXPECT_EQ(choiceOf(CDateTime(2049, 12, 31, 23, 59, 59, 0, 0)).get_type(), 1u);
+    EXPECT_EQ(choiceOf(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0)).get_type(), 2u);
+    EXPECT_EQ(choiceOf(CDateTime(1949, 1, 1, 0, 0, 0, 0, 0)).get_type(), 1u);
+}
+
+TEST(TimeChoice, RoundTripsInTheFormThatOpenSSLWrites) {
+    struct {
+        CDateTime date;
+        char const* der;
+    } const rows[] = {
+        {CDateTime(1970, 1, 1, 0, 0, 0, 0, 0), "170D3730303130313030303030305A"},
+        {CDateTime(2024, 2, 29, 13, 5, 59, 0, 0), "170D3234303232393133303535395A"},
+        {CDateTime(2049, 12, 31, 23, 59, 59, 0, 0), "170D3439313233313233353935395A"},
+        {CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), "180F32303530303130313030303030305A"},
+    };
+    for (auto const& row : rows) {
+        CBlob const der = choiceOf(row.date).encode();
+        EXPECT_EQ(toHex(der), row.der);
+        ASN1_TIME* const time = ASN1_TIME_set(nullptr, row.date.getTime());
+        EXPECT_EQ(toHex(writtenByOpenSSL(time, i2d_ASN1_TIME)), row.der);
+        ASN1_TIME_free(time);
+        CTimeChoice back;
+        back.decode(der);
+        EXPECT_EQ(*back.get_time(), row.date);
+    }
+}
+
+TEST(TimeChoice, FractionIsCutOffAndNeverRoundedUp) {
+    CDateTime const late(2024, 1, 1, 12, 0, 0, 999, 0);
+    EXPECT_EQ(toHex(choiceOf(late).encode()), "170D3234303130313132303030305A");
+    ASN1BERDecodeBuffer scratch;
+    EXPECT_STREQ(DateToASN1GeneralizedTime(scratch.getCtxtPtr(), late, true), "20240101120000Z");
+    EXPECT_STREQ(DateToASN1GeneralizedTime(scratch.getCtxtPtr(), late, false),
+                 "20240101120000.999Z");
+}
+
+TEST(TimeChoice, GeneralizedTimeBefore2050ReadsAsUTCTimeKind) {
+    CTimeChoice value;
+    value.decode(fromHex("180F32303230303130323033303430355A"));
+    EXPECT_EQ(value.get_type(), 1u);
+    EXPECT_EQ(*value.get_time(), CDateTime(2020, 1, 2, 3, 4, 5, 0, 0));
+}
+
+TEST(TimeChoice, RefusesYearsThatUTCTimeCannotHoldAndTextsThatAreNoTime) {
+    EXPECT_EQ(codeThrownBy([] { choiceOf(CDateTime(1949, 1, 1, 0, 0, 0, 0, 0)).encode(); }),
+              0x80093101u);
+    CTimeChoice value = choiceOf(CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
+    for (char const* der : {"", "0500", "170D39393939393939393939393939", "170130", "1800"})
+        EXPECT_NE(codeThrownBy([&] { value.decode(fromHex(der)); }), 0u) << der;
+    EXPECT_EQ(*value.get_time(), CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
+}
+
+TEST(TimeChoice, RecordOfNoKindIsLeftOnWritingAndRefusedOnReading) {
+    ASN1BERDecodeBuffer scratch;
+    CTimeChoice cleared;
+    cleared.clear();
+    asn1data::ASN1T_Time record{};
+    record.t = 7;
+    ASN1T_Time_traits::set(scratch.getCtxtPtr(), record, cleared);
+    EXPECT_EQ(record.t, 7u);
+    EXPECT_EQ(codeThrownBy([&] { ASN1T_Time_traits::get(record, cleared); }), 0x80093101u);
+}
+
+TEST(TimeChoice, CopiesAreIndependent) {
+    CTimeChoice a = choiceOf(CDateTime(2051, 1, 1, 0, 0, 0, 0, 0));
+    CTimeChoice b(a);
+    CTimeChoice c;
+    c = a;
+    a.put_time(CDateTime(2001, 1, 1, 0, 0, 0, 0, 0));
+    EXPECT_EQ(a.get_type(), 1u);
+    EXPECT_EQ(b.get_type(), 2u);
+    EXPECT_EQ(c.get_time()->year(), 2051u);
+    CTimeChoice const& same = c;
+    c = same;
+    EXPECT_EQ(c.get_time()->year(), 2051u);
+    c.clear();
+    EXPECT_EQ(c.get_time(), nullptr);
+    c = b;
+    EXPECT_EQ(c.get_time()->year(), 2051u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

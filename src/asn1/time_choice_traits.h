@@ -1,0 +1,17 @@
+// Traits of Time. See codec.h for what traits are.
+#pragma once
+
+#include "asn1/code_class.h"
+#include "asn1/time_choice.h"
+#include "asn1data/pkix1_explicit.h"
+
+namespace Halcyon::ASN1 {
+
+// Any kind but 1 and 2 leaves the record of `set` as it was, and throws 0x80093101 in `get`.
+struct ASN1T_Time_traits : CCodeClassT<asn1data::ASN1T_Time, asn1data::ASN1C_Time> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CTimeChoice const& value);
+    static void get(ASN1_T const& record, CTimeChoice& value);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+};
+
+} // namespace Halcyon::ASN1

@@ -1,0 +1,191 @@
+#include "asn1/traits.h"
+
+#include <gtest/gtest.h>
+
+#include "asn1/attribute_traits.h"
+#include "asn1/test_blob.h"
+#include "asn1rt/utc_time_control.h"
+
+namespace Halcyon::ASN1 {
+namespace {
+
+// A value through the record of its traits and back.
+template <class Traits>
+CBlob throughRecord(CBlob const& value) {
+    ASN1BERDecodeBuffer scratch;
+    typename Traits::ASN1_T record{};
+    typename Traits::ASN1_T copy{};
+    Traits::set(scratch.getCtxtPtr(), record, value);
+    Traits::copy(scratch.getCtxtPtr(), record, copy);
+    CBlob back;
+    Traits::get(copy, back);
+    return back;
+}
+
+TEST(PrimitiveTraits, BlobsComeBack) {
+    for (char const* hex : {"", "00", "0C0141"}) {
+        EXPECT_EQ(toHex(throughRecord<ASN1TDynOctStr_traits>(fromHex(hex))), hex);
+        EXPECT_EQ(toHex(throughRecord<ASN1TOpenType_traits>(fromHex(hex))), hex);
+        EXPECT_EQ(toHex(throughRecord<Asn1TObject_traits>(fromHex(hex))), hex);
+        EXPECT_EQ(toHex(throughRecord<ASN1TDynBitStr_traits>(fromHex(hex))), hex);
+    }
+}
+
+TEST(PrimitiveTraits, BitStringsAreWholeBytes) {
+    ASN1BERDecodeBuffer scratch;
+    ASN1TDynBitStr record{};
+    ASN1TDynBitStr_traits::set(scratch.getCtxtPtr(), record, fromHex("010203"));
+    EXPECT_EQ(record.numbits, 24u);
+    record.numbits = 17;
+    CBlob value;
+    ASN1TDynBitStr_traits::get(record, value);
+    EXPECT_EQ(toHex(value), "010203");
+    record.numbits = 16;
+    ASN1TDynBitStr_traits::get(record, value);
+    EXPECT_EQ(toHex(value), "0102");
+    record.numbits = 0;
+    ASN1TDynBitStr_traits::get(record, value);
+    EXPECT_EQ(toHex(value), "");
+}
+
+TEST(PrimitiveTraits, TextsGoThroughIA5AndUTF8) {
+    ASN1BERDecodeBuffer scratch;
+    ASN1CTXT* const ctxt = scratch.getCtxtPtr();
+    char const* record = nullptr;
+    char const* copy = nullptr;
+    ASN1IA5String_traits::set(ctxt, record, "a@b");
+    ASN1IA5String_traits::copy(ctxt, record, copy);
+    EXPECT_EQ(copy, record);
+    CStringProxy narrow("");
+    ASN1IA5String_traits::get(copy, narrow);
+    EXPECT_STREQ(narrow.c_str(), "a@b");
+
+    ASN1UTF8String_traits::set(ctxt, record, L"a\x0416\x1F600");
+    EXPECT_STREQ(record, "a\xD0\x96\xF0\x9F\x98\x80");
+    ASN1UTF8String_traits::copy(ctxt, record, copy);
+    EXPECT_NE(copy, record);
+    CWStringProxy wide(L"");
+    ASN1UTF8String_traits::get(copy, wide);
+    EXPECT_STREQ(wide.c_str(), L"a\x0416\x1F600");
+    record = "a\xFF";
+    EXPECT_EQ(codeThrownBy([&] { ASN1UTF8String_traits::get(record, wide); }), 0x80093101u);
+}
+
+TEST(PrimitiveTraits, TimeIsReadAndWrittenAnewByCopy) {
+    ASN1BERDecodeBuffer scratch;
+    char const* const record = "20240101120000.5Z";
+    char const* copy = nullptr;
+    ASN1GeneralizedTime_traits::copy(scratch.getCtxtPtr(), record, copy);
+    EXPECT_STREQ(copy, "20240101120000Z");
+    CDateTime date(0L, 0);
+    ASN1GeneralizedTime_traits::get(record, date);
+    EXPECT_EQ(date.millisecond(), 500u);
+}
+
+TEST(ObjectIdentifier, TextsAndRecordsGoBothWays) {
+    EXPECT_STREQ(toOID(toASN1OBJID("1.2.840.113549")).c_str(), "1.2.840.113549");
+    EXPECT_STREQ(toOID(toASN1OBJID("2.999.4294967295")).c_str(), "2.999.4294967295");
+    EXPECT_STREQ(toOID(ASN1OBJID{}).c_str(), "");
+    ASN1OBJID oid{};
+    EXPECT_FALSE(str2oid("1.2.3", &oid));
+    for (char const* text : {"", "1.", ".1", "a", "1.4294967296"}) {
+        EXPECT_TRUE(str2oid(text, &oid)) << text;
+        EXPECT_EQ(codeThrownBy([&] { toASN1OBJID(text); }), 0x80070057u) << text;
+    }
+}
+
+TEST(ObjectIdentifier, TooManyArcsAreNotPrinted) {
+    ASN1OBJID oid{};
+    CBlob text;
+    EXPECT_EQ(oid2str(text, &oid), 1);
+    EXPECT_EQ(toHex(text), "00");
+    oid.numids = 128;
+    EXPECT_EQ(oid2str(text, &oid), 1);
+    EXPECT_EQ(text.cbData(), 2u * 128);
+    oid.numids = 129;
+    EXPECT_EQ(oid2str(text, &oid), 0);
+    EXPECT_EQ(oid2str(text, nullptr), 0);
+    EXPECT_EQ(codeThrownBy([&] { toOID(oid); }), 0x80070057u);
+}
+
+TEST(ObjectIdentifier, EncodesWithoutAControlClass) {
+    char const* const text = "1.2.840.113549";
+    CBlob const der = asn1Encode<ASN1TObjId_traits, char const*>(text);
+    EXPECT_EQ(toHex(der), "06062A864886F70D");
+    CStringProxy back("kept");
+    asn1Decode<ASN1TObjId_traits, CStringProxy>(der, back);
+    EXPECT_STREQ(back.c_str(), text);
+    for (char const* bad : {"", "0600", "05022A03", "0605"})
+        EXPECT_EQ(
+            codeThrownBy([&] { asn1Decode<ASN1TObjId_traits, CStringProxy>(fromHex(bad), back); }),
+            0x80093101u)
+            << bad;
+    EXPECT_STREQ(back.c_str(), text);
+}
+
+TEST(OctetString, WrapsAndUnwraps) {
+    EXPECT_EQ(toHex(toOctetString(CBlob())), "0400");
+    CBlob const large(300ul);
+    EXPECT_EQ(toHex(toOctetString(large)).substr(0, 8), "0482012C");
+    EXPECT_TRUE(fromOctetString(toOctetString(large)) == large);
+    EXPECT_EQ(toHex(fromOctetString(fromHex("040201020500"))), "0102");
+    for (char const* der : {"", "04", "040301", "0500", "0480"})
+        EXPECT_EQ(codeThrownBy([&] { fromOctetString(fromHex(der)); }), 0x80093101u) << der;
+}
+
+TEST(Codec, TrailingBytesAreNotLookedAt) {
+    CAttribute attribute("1.2.3");
+    attribute.add(fromHex("0500"));
+    CBlob der = attribute.encode();
+    der += fromHex("DEADBEEF");
+    CAttribute back;
+    back.decode(der);
+    EXPECT_TRUE(back == attribute);
+}
+
+TEST(Codec, ValueStaysWhenTheDecoderRefuses) {
+    CAttribute attribute("1.2.3");
+    for (char const* der : {"", "30", "3001", "0500", "3080"})
+        EXPECT_EQ(codeThrownBy([&] { attribute.decode(fromHex(der)); }), 0x80093101u) << der;
+    EXPECT_STREQ(attribute.get_oid(), "1.2.3");
+}
+
+TEST(Codec, RecordsGoThroughDerOntoAnotherHeap) {
+    CBlob const der = fromHex("300806022A0331020500");
+    ASN1BERDecodeBuffer scratch;
+    asn1data::ASN1T_Attribute record;
+    asn1DecodeT<ASN1T_Attribute_traits>(der, scratch.getCtxtPtr(), record);
+    EXPECT_TRUE(asn1EncodeT<ASN1T_Attribute_traits>(record) == der);
+}
+
+TEST(SeqOfList, EmptyInputEmptiesTheValues) {
+    using Traits = ASN1TSeqOfList_traits<ASN1TOpenType, ASN1TOpenType_traits, CBlob, CBlobList>;
+    ASN1BERDecodeBuffer scratch;
+    rtDList list{};
+    CBlobList values;
+    values.push_back(fromHex("01"));
+    values.push_back(fromHex("02"));
+    Traits::set(scratch.getCtxtPtr(), list, values);
+    EXPECT_EQ(list.count, 2u);
+    rtDList copy{};
+    Traits::copy(scratch.getCtxtPtr(), list, copy);
+    CBlobList back;
+    back.push_back(fromHex("03"));
+    Traits::get(copy, back);
+    EXPECT_TRUE(back == values);
+    Traits::get(rtDList{}, back);
+    EXPECT_TRUE(back.empty());
+}
+
+TEST(TimeString, TakesTheFormOfItsControl) {
+    char const* record = nullptr;
+    ASN1CUTCTime control(record, 1);
+    EXPECT_EQ(GetASN1CTimeString(CDateTime(2024, 2, 29, 1, 2, 3, 999, 0), control),
+              "240229010203Z");
+    EXPECT_EQ(
+        codeThrownBy([&] { GetASN1CTimeString(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), control); }),
+        0x80093101u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1
