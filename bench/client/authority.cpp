@@ -1,0 +1,202 @@
+// The making of keys, certificates and answers.
+#include "authority.h"
+
+#include <openssl/err.h>
+#include <openssl/rsa.h>
+#include <openssl/x509v3.h>
+
+#include "basalt20/certificate.h"
+#include "basalt20/chain.h"
+#include "operation.h"
+
+namespace bench {
+
+namespace {
+
+// The platform keeps 512 prepared certificates, and each round brings two.
+std::size_t poolSize = 300;
+
+template <class T>
+std::string der(T* object, int (*write)(T const*, unsigned char**)) {
+    unsigned char* data = nullptr;
+    int const size = write(object, &data);
+    require(size > 0, "encoding");
+    std::string result(reinterpret_cast<char*>(data), static_cast<std::size_t>(size));
+    OPENSSL_free(data);
+    return result;
+}
+
+Key makeKey(Authority::Kind kind) {
+    Key key(kind == Authority::Kind::rsa ? EVP_RSA_gen(2048) : EVP_EC_gen("P-256"));
+    require(key != nullptr, "key generation");
+    return key;
+}
+
+void addName(X509_NAME* name, char const* commonName) {
+    auto add = [name](char const* type, char const* text) {
+        X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8,
+                                   reinterpret_cast<unsigned char const*>(text), -1, -1, 0);
+    };
+    add("C", "ZZ");
+    add("L", "Some Town");
+    add("O", "An Organization with a Name of Usual Length");
+    add("OU", "Certification Department");
+    add("CN", commonName);
+}
+
+// What tells one certificate from another.
+struct Subject {
+    char const* name;
+    long serial;
+    EVP_PKEY* key;
+};
+
+// A null `issuer` means a self-signed one.
+Certificate certify(Subject const& subject, X509* issuer, EVP_PKEY* issuerKey,
+                    std::vector<std::pair<int, char const*>> const& extensions) {
+    Certificate made(X509_new());
+    X509_set_version(made.get(), X509_VERSION_3);
+    ASN1_INTEGER_set(X509_get_serialNumber(made.get()), subject.serial);
+    X509_gmtime_adj(X509_getm_notBefore(made.get()), -86400L);
+    X509_gmtime_adj(X509_getm_notAfter(made.get()), 86400L * 3650);
+    addName(X509_get_subject_name(made.get()), subject.name);
+    X509_set_issuer_name(made.get(), X509_get_subject_name(issuer ? issuer : made.get()));
+    X509_set_pubkey(made.get(), subject.key);
+    X509V3_CTX context;
+    X509V3_set_ctx_nodb(&context);
+    X509V3_set_ctx(&context, issuer ? issuer : made.get(), made.get(), nullptr, nullptr, 0);
+    for (auto const& [nid, value] : extensions) {
+        Owner<X509_EXTENSION, X509_EXTENSION_free> const extension(
+            X509V3_EXT_conf_nid(nullptr, &context, nid, value));
+        require(extension != nullptr, "extension");
+        X509_add_ext(made.get(), extension.get(), -1);
+    }
+    require(X509_sign(made.get(), issuerKey, EVP_sha256()) > 0, "signing");
+    return made;
+}
+
+std::vector<std::pair<int, char const*>> authorityExtensions(bool root) {
+    std::vector<std::pair<int, char const*>> list{{NID_basic_constraints, "critical,CA:TRUE"},
+                                                  {NID_key_usage, "critical,keyCertSign,cRLSign"},
+                                                  {NID_subject_key_identifier, "hash"}};
+    if (!root) {
+        list.emplace_back(NID_authority_key_identifier, "keyid:always");
+    }
+    return list;
+}
+
+void trust(std::initializer_list<Authority const*> authorities) {
+    auto* const store = CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
+    for (auto const* each : authorities) {
+        auto const root = der(each->root(), &i2d_X509);
+        require(CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, bytes(root),
+                                                 static_cast<DWORD>(root.size()),
+                                                 CERT_STORE_ADD_ALWAYS, nullptr),
+                "root");
+    }
+    require(BasaltSetTrustAnchors(store), "trust");
+    CertCloseStore(store, 0);
+}
+
+struct Authorities {
+    Authorities() { trust({&rsa, &ec}); }
+
+    Authority rsa{Authority::Kind::rsa};
+    Authority ec{Authority::Kind::ec};
+};
+
+} // namespace
+
+Authority::Authority(Kind kind)
+    : rootKey_(makeKey(kind)), authorityKey_(makeKey(kind)), signerKey_(makeKey(kind)) {
+    char const* const name = kind == Kind::rsa ? "Benchmark Root (RSA)" : "Benchmark Root (EC)";
+    root_ = certify({name, 1, rootKey_.get()}, nullptr, rootKey_.get(), authorityExtensions(true));
+    for (std::size_t i = 0; i < poolSize; ++i) {
+        pool_.push_back(issue(static_cast<long>(0x10000 + i)));
+    }
+}
+
+Issued Authority::issue(long serial) const {
+    Issued issued;
+    issued.authority = certify({"Benchmark Authority", serial, authorityKey_.get()}, root_.get(),
+                               rootKey_.get(), authorityExtensions(false));
+    issued.signer = certify({"Benchmark Time-Stamp Signer", serial, signerKey_.get()},
+                            issued.authority.get(), authorityKey_.get(),
+                            {{NID_basic_constraints, "critical,CA:FALSE"},
+                             {NID_key_usage, "critical,digitalSignature"},
+                             {NID_ext_key_usage, "critical,timeStamping"},
+                             {NID_subject_key_identifier, "hash"},
+                             {NID_authority_key_identifier, "keyid:always"}});
+    issued.response = answer(issued, true);
+    return issued;
+}
+
+std::string Authority::bareResponse() const {
+    return answer(first(), false);
+}
+
+std::string Authority::answer(Issued const& issued, bool withCertificates) const {
+    Owner<TS_RESP_CTX, TS_RESP_CTX_free> const context(TS_RESP_CTX_new());
+    Owner<ASN1_OBJECT, ASN1_OBJECT_free> const policy(OBJ_txt2obj("1.2.3.4", 1));
+    STACK_OF(X509)* const certificates = sk_X509_new_null();
+    sk_X509_push(certificates, issued.authority.get());
+    TS_RESP_CTX_set_signer_cert(context.get(), issued.signer.get());
+    TS_RESP_CTX_set_signer_key(context.get(), signerKey_.get());
+    TS_RESP_CTX_set_signer_digest(context.get(), EVP_sha256());
+    TS_RESP_CTX_set_ess_cert_id_digest(context.get(), EVP_sha256());
+    TS_RESP_CTX_set_def_policy(context.get(), policy.get());
+    TS_RESP_CTX_set_certs(context.get(), withCertificates ? certificates : nullptr);
+    TS_RESP_CTX_add_md(context.get(), EVP_sha256());
+    TS_RESP_CTX_set_accuracy(context.get(), 1, 500, 0);
+    TS_RESP_CTX_add_flags(context.get(), TS_TSA_NAME);
+    sk_X509_free(certificates);
+    auto const query = request(withCertificates);
+    Owner<BIO, BIO_free_all> const input(
+        BIO_new_mem_buf(query.data(), static_cast<int>(query.size())));
+    Response const response(TS_RESP_create_response(context.get(), input.get()));
+    require(response && TS_RESP_get_tst_info(response.get()), "answer");
+    return der(response.get(), &i2d_TS_RESP);
+}
+
+Issued const& Authority::next() const {
+    static std::size_t turn = 0;
+    turn = (turn + 1) % pool_.size();
+    return pool_[turn];
+}
+
+void Authority::setPoolSize(std::size_t size) {
+    poolSize = size;
+}
+
+Authority const& authority(Authority::Kind kind) {
+    static Authorities const made;
+    return kind == Authority::Kind::rsa ? made.rsa : made.ec;
+}
+
+std::string const& digest() {
+    static std::string const value = [] {
+        std::string hash(32, '\0');
+        EVP_Digest("data", 4, reinterpret_cast<unsigned char*>(hash.data()), nullptr, EVP_sha256(),
+                   nullptr);
+        return hash;
+    }();
+    return value;
+}
+
+std::string request(bool certReq) {
+    Owner<TS_REQ, TS_REQ_free> const made(TS_REQ_new());
+    Owner<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free> const imprint(TS_MSG_IMPRINT_new());
+    Owner<X509_ALGOR, X509_ALGOR_free> const algorithm(X509_ALGOR_new());
+    Owner<ASN1_INTEGER, ASN1_INTEGER_free> const number(ASN1_INTEGER_new());
+    X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(NID_sha256), V_ASN1_UNDEF, nullptr);
+    TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get());
+    TS_MSG_IMPRINT_set_msg(imprint.get(), const_cast<unsigned char*>(bytes(digest())), 32);
+    ASN1_STRING_set(number.get(), nonce, sizeof(nonce));
+    TS_REQ_set_version(made.get(), 1);
+    TS_REQ_set_msg_imprint(made.get(), imprint.get());
+    TS_REQ_set_nonce(made.get(), number.get());
+    TS_REQ_set_cert_req(made.get(), certReq);
+    return der(made.get(), &i2d_TS_REQ);
+}
+
+} // namespace bench

@@ -1,0 +1,82 @@
+// A time-stamp authority in the benchmark's own process: a root, an authority under it, and signers
+// under that; answers are made by OpenSSL's time-stamp functions.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <openssl/evp.h>
+#include <openssl/ts.h>
+#include <openssl/x509.h>
+
+#include "basalt20/store.h"
+
+namespace bench {
+
+template <class T, void (*release)(T*)>
+struct Release {
+    void operator()(T* object) const { release(object); }
+};
+template <class T, void (*release)(T*)>
+using Owner = std::unique_ptr<T, Release<T, release>>;
+
+using Certificate = Owner<X509, X509_free>;
+using Key = Owner<EVP_PKEY, EVP_PKEY_free>;
+using Response = Owner<TS_RESP, TS_RESP_free>;
+
+// An authority of its own and a signer under it, with an answer to `request()`.
+struct Issued {
+    Certificate authority;
+    Certificate signer;
+    std::string response; // DER; the token holds both certificates
+};
+
+class Authority {
+public:
+    enum class Kind { rsa, ec };
+
+    explicit Authority(Kind kind);
+
+    // The first of them, which all operations but the cold ones use.
+    Issued const& first() const { return pool_.front(); }
+    // Another one each time, until all were given and it begins again. There are as many as it
+    // takes for none to be in a cache any more when its turn comes.
+    Issued const& next() const;
+    // An answer without certificates to a request that doesn't ask for any.
+    std::string bareResponse() const;
+
+    X509* root() const { return root_.get(); }
+    EVP_PKEY* rootKey() const { return rootKey_.get(); }
+    EVP_PKEY* authorityKey() const { return authorityKey_.get(); }
+    EVP_PKEY* signerKey() const { return signerKey_.get(); }
+
+    // Fewer of the ones that `next` gives: counts of instructions need but a handful.
+    static void setPoolSize(std::size_t size);
+
+private:
+    Issued issue(long serial) const;
+    std::string answer(Issued const& issued, bool withCertificates) const;
+
+    Key rootKey_;
+    Key authorityKey_;
+    Key signerKey_;
+    Certificate root_;
+    std::vector<Issued> pool_;
+};
+
+// Made once each. Their roots are the only ones that are trusted from the first call on.
+Authority const& authority(Authority::Kind kind);
+
+// SHA-256 of the data that is stamped, and the nonce of the request.
+std::string const& digest();
+constexpr unsigned char nonce[] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x12};
+// The DER of the TimeStampReq that the answers are for.
+std::string request(bool certReq);
+
+inline unsigned char const* bytes(std::string const& text) {
+    return reinterpret_cast<unsigned char const*>(text.data());
+}
+
+} // namespace bench

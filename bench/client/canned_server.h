@@ -1,0 +1,25 @@
+// A server on loopback, in a thread of this process, that answers each POST with the same bytes on
+// connections that stay open.
+#pragma once
+
+#include <string>
+
+namespace bench {
+
+class CannedServer {
+public:
+    // `requestSize` is the size of the one body that is ever posted.
+    CannedServer(std::string const& body, std::size_t requestSize);
+
+    std::string const& url() const { return url_; }
+
+private:
+    void accept(int listener) const;
+    void serve(int connection) const;
+
+    std::string answer_;
+    std::size_t requestSize_;
+    std::string url_;
+};
+
+} // namespace bench

@@ -1,0 +1,119 @@
+// Exchanges over loopback with a canned answer: the transport alone beside a bare POST by libcurl,
+// and a whole exchange, import included, beside that POST with OpenSSL reading the answer.
+#include <curl/curl.h>
+
+#include "authority.h"
+#include "canned_server.h"
+#include "client/request.h"
+#include "client/send_request.h"
+#include "client/stamp.h"
+#include "operation.h"
+
+namespace bench {
+
+namespace {
+
+using namespace Halcyon::PKI::TSP::Client;
+
+// An answer with two certificates, or one with none.
+template <bool certificates>
+struct Site {
+    static Site const& instance() {
+        static Site const site;
+        return site;
+    }
+
+    std::string const query = request(certificates);
+    std::string const answer = certificates ? authority(Authority::Kind::rsa).first().response
+                                            : authority(Authority::Kind::rsa).bareResponse();
+    CannedServer const server{answer, query.size()};
+};
+
+std::wstring wide(std::string const& text) {
+    return {text.begin(), text.end()};
+}
+
+template <bool certificates>
+void exchange() {
+    static auto const& site = Site<certificates>::instance();
+    static CRequest* const request = [] {
+        auto* const made = new CRequest;
+        auto der = site.query;
+        made->Import(reinterpret_cast<unsigned char*>(der.data()), der.size());
+        made->put_TSAAddress(wide(site.server.url()).c_str());
+        return made;
+    }();
+    require(request->Send(false).get_HasNonce(), "exchange");
+}
+
+template <bool certificates>
+void post() {
+    static auto const& site = Site<certificates>::instance();
+    static WinHTTPParams* const params = [] {
+        auto* const made = new WinHTTPParams;
+        made->address = wide(site.server.url());
+        return made;
+    }();
+    static Halcyon::CBlob body(bytes(site.query), site.query.size());
+    auto const answer = SendRequest(params, L"bench", L"Content-type: application/timestamp-query",
+                                    &body, false, false, nullptr, false);
+    require(params->httpStatus == 200 && answer.cbData() == site.answer.size(), "POST");
+}
+
+std::size_t append(char* data, std::size_t size, std::size_t count, void* target) {
+    static_cast<std::string*>(target)->append(data, size * count);
+    return size * count;
+}
+
+// The handle is kept, with all its options.
+template <bool certificates>
+std::string const& postByCurl() {
+    static auto const& site = Site<certificates>::instance();
+    static std::string answer;
+    static CURL* const handle = [] {
+        CURL* const made = curl_easy_init();
+        curl_easy_setopt(made, CURLOPT_URL, site.server.url().c_str());
+        curl_easy_setopt(made, CURLOPT_HTTPHEADER,
+                         curl_slist_append(nullptr, "Content-type: application/timestamp-query"));
+        curl_easy_setopt(made, CURLOPT_USERAGENT, "bench");
+        curl_easy_setopt(made, CURLOPT_NOSIGNAL, 1L);
+        curl_easy_setopt(made, CURLOPT_PROXY, "");
+        curl_easy_setopt(made, CURLOPT_POSTFIELDS, site.query.data());
+        curl_easy_setopt(made, CURLOPT_POSTFIELDSIZE_LARGE,
+                         static_cast<curl_off_t>(site.query.size()));
+        curl_easy_setopt(made, CURLOPT_WRITEFUNCTION, &append);
+        curl_easy_setopt(made, CURLOPT_WRITEDATA, &answer);
+        return made;
+    }();
+    answer.clear();
+    require(curl_easy_perform(handle) == CURLE_OK && answer.size() == site.answer.size(), "curl");
+    return answer;
+}
+
+template <bool certificates>
+void curl() {
+    postByCurl<certificates>();
+}
+
+template <bool certificates>
+void curlAndOpenssl() {
+    auto const& answer = postByCurl<certificates>();
+    auto const* place = bytes(answer);
+    Response const response(d2i_TS_RESP(nullptr, &place, static_cast<long>(answer.size())));
+    require(response && TS_TST_INFO_get_nonce(TS_RESP_get_tst_info(response.get())), "answer");
+}
+
+} // namespace
+
+void addExchangeOperations(Operations& operations) {
+    operations.push_back({"post", "chronoseal", &post<true>});
+    operations.push_back({"post", "libcurl", &curl<true>});
+    operations.push_back({"exchange_2_certificates", "chronoseal", &exchange<true>});
+    operations.push_back({"exchange_2_certificates", "openssl", &curlAndOpenssl<true>});
+    operations.push_back({"exchange_2_certificates", "libcurl", &curl<true>});
+    operations.push_back({"exchange_bare", "chronoseal", &exchange<false>});
+    operations.push_back({"exchange_bare", "openssl", &curlAndOpenssl<false>});
+    operations.push_back({"exchange_bare", "libcurl", &curl<false>});
+}
+
+} // namespace bench

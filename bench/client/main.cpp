@@ -1,0 +1,178 @@
+// Times the operations and prints ratios; or, for instruction_counts.sh, does one of them some
+// times over. Nothing of the machine's settings and certificates is seen: they are looked for in an
+// empty folder.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <sched.h>
+
+#include "authority.h"
+#include "operation.h"
+
+namespace bench {
+
+void require(bool good, char const* what) {
+    if (!good) {
+        std::fprintf(stderr, "bench_client: %s failed\n", what);
+        std::_Exit(2);
+    }
+}
+
+namespace {
+
+Operations operations() {
+    Operations all;
+    addRequestOperations(all);
+    addImportOperations(all);
+    addVerifyOperations(all);
+    addExchangeOperations(all);
+    return all;
+}
+
+class EmptyFolder {
+public:
+    EmptyFolder() {
+        std::string pattern = std::filesystem::temp_directory_path() / "bench-client-XXXXXX";
+        require(::mkdtemp(pattern.data()) != nullptr, "temporary folder");
+        path_ = pattern;
+        auto const settings = path_ + "/config.toml";
+        require(bool(std::ofstream(settings)), "settings"); // none, which isn't a missing file
+        ::setenv("BASALT_CONFIG", settings.c_str(), 1);
+        ::setenv("BASALT_USER_STORES", (path_ + "/user").c_str(), 1);
+        ::setenv("BASALT_MACHINE_STORES", (path_ + "/machine").c_str(), 1);
+        ::setenv("BASALT_SYSTEM_ROOTS", (path_ + "/roots.pem").c_str(), 1);
+    }
+    ~EmptyFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    EmptyFolder(EmptyFolder const&) = delete;
+    EmptyFolder& operator=(EmptyFolder const&) = delete;
+
+private:
+    std::string path_;
+};
+
+// Server and client share a core, so that no figure hangs on where the scheduler puts them.
+void pinToOneCore() {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(static_cast<std::size_t>(std::max(0, ::sched_getcpu())), &set);
+    static_cast<void>(::sched_setaffinity(0, sizeof(set), &set));
+}
+
+// Prints as usual and keeps the least time of each operation.
+class Reporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(std::vector<Run> const& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (auto const& run : runs) {
+            if (run.run_type != Run::RT_Iteration || run.error_occurred) {
+                continue;
+            }
+            auto const name = run.run_name.function_name;
+            auto const time = run.GetAdjustedRealTime();
+            auto const [place, fresh] = times_.emplace(name, time);
+            place->second = fresh ? time : std::min(place->second, time);
+        }
+    }
+
+    void printRatios(Operations const& all) const {
+        std::printf("\n%-26s %-12s %12s %10s\n", "work", "library", "least, us", "x ours");
+        for (auto const& operation : all) {
+            auto const time = times_.find(std::string(operation.work) + '/' + operation.library);
+            auto const ours = times_.find(std::string(operation.work) + "/chronoseal");
+            if (time != times_.end() && ours != times_.end()) {
+                std::printf("%-26s %-12s %12.2f %10.2f\n", operation.work, operation.library,
+                            time->second, time->second / ours->second);
+            }
+        }
+    }
+
+private:
+    std::map<std::string, double> times_;
+};
+
+// What instruction_counts.sh counts: nothing outside this function.
+[[gnu::noinline]] void counted(void (*run)(), int times) {
+    for (int i = 0; i < times; ++i) {
+        run();
+    }
+}
+
+// The first time, which prepares what the work needs, isn't counted.
+int repeat(std::string const& name, int times) {
+    for (auto const& operation : operations()) {
+        if (name == std::string(operation.work) + '/' + operation.library) {
+            operation.run();
+            counted(operation.run, times);
+            return 0;
+        }
+    }
+    std::fprintf(stderr, "bench_client: no operation %s\n", name.c_str());
+    return 1;
+}
+
+int list() {
+    for (auto const& operation : operations()) {
+        std::printf("%s/%s\n", operation.work, operation.library);
+    }
+    return 0;
+}
+
+int measure(int argc, char** argv) {
+    std::vector<char*> arguments(argv, argv + argc);
+    char repetitions[] = "--benchmark_repetitions=5";
+    char interleaving[] = "--benchmark_enable_random_interleaving=true";
+    char aggregates[] = "--benchmark_report_aggregates_only=false";
+    char least[] = "--benchmark_min_time=0.1";
+    arguments.insert(arguments.begin() + 1, {repetitions, interleaving, aggregates, least});
+    auto count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    auto const all = operations();
+    for (auto const& operation : all) {
+        auto const name = std::string(operation.work) + '/' + operation.library;
+        auto* const run = operation.run;
+        benchmark::RegisterBenchmark(name.c_str(),
+                                     [run](benchmark::State& state) {
+                                         for (auto _ : state) {
+                                             run();
+                                         }
+                                     })
+            ->UseRealTime()
+            ->Unit(benchmark::kMicrosecond);
+    }
+    Reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.printRatios(all);
+    return 0;
+}
+
+int run(int argc, char** argv) {
+    EmptyFolder const folder;
+    pinToOneCore();
+    if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
+        return list();
+    }
+    if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) {
+        Authority::setPoolSize(16);
+        return repeat(argv[2], std::atoi(argv[3]));
+    }
+    return measure(argc, argv);
+}
+
+} // namespace
+
+} // namespace bench
+
+int main(int argc, char** argv) {
+    return bench::run(argc, argv);
+}

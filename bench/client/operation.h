@@ -1,0 +1,24 @@
+// The operations that are compared: one kind of work, done by one library.
+#pragma once
+
+#include <vector>
+
+namespace bench {
+
+struct Operation {
+    char const* work;
+    char const* library; // "chronoseal", or what it is compared with
+    void (*run)();       // does the work once; what it needs is made by the first call
+};
+
+using Operations = std::vector<Operation>;
+
+void addRequestOperations(Operations& operations);
+void addImportOperations(Operations& operations);
+void addVerifyOperations(Operations& operations);
+void addExchangeOperations(Operations& operations);
+
+// Ends the program where an operation fails: a figure of failed work would be none.
+void require(bool good, char const* what);
+
+} // namespace bench

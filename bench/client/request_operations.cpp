@@ -1,0 +1,93 @@
+// Requests: from a value in hand to DER, and a new request with a random nonce.
+#include <openssl/rand.h>
+
+#include "authority.h"
+#include "client/request.h"
+#include "core/request.h"
+#include "operation.h"
+#include "tasn1_definitions.h"
+
+namespace bench {
+
+namespace {
+
+using namespace Halcyon;
+
+constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
+
+void encode() {
+    PKI::TSP::CRequest value(ASN1::CAlgorithmIdentifierEx(sha256Oid),
+                             CBlob(bytes(digest()), digest().size()), true);
+    ASN1::CBigInteger const number(nonce, sizeof(nonce));
+    value.put_nonce(&number);
+    require(value.encode().cbData() > digest().size(), "request");
+}
+
+int encodeByOpenssl(unsigned char const* nonceBytes, unsigned char** out) {
+    Owner<TS_REQ, TS_REQ_free> const made(TS_REQ_new());
+    Owner<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free> const imprint(TS_MSG_IMPRINT_new());
+    Owner<X509_ALGOR, X509_ALGOR_free> const algorithm(X509_ALGOR_new());
+    Owner<ASN1_INTEGER, ASN1_INTEGER_free> const number(ASN1_INTEGER_new());
+    X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(NID_sha256), V_ASN1_UNDEF, nullptr);
+    TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get());
+    TS_MSG_IMPRINT_set_msg(imprint.get(), const_cast<unsigned char*>(bytes(digest())), 32);
+    ASN1_STRING_set(number.get(), nonceBytes, sizeof(nonce));
+    TS_REQ_set_version(made.get(), 1);
+    TS_REQ_set_msg_imprint(made.get(), imprint.get());
+    TS_REQ_set_nonce(made.get(), number.get());
+    TS_REQ_set_cert_req(made.get(), 1);
+    return i2d_TS_REQ(made.get(), out);
+}
+
+void encodeWithOpenssl() {
+    unsigned char* out = nullptr;
+    require(encodeByOpenssl(nonce, &out) > 0, "request");
+    OPENSSL_free(out);
+}
+
+void encodeWithTasn1() {
+    static unsigned char const one = 1;
+    auto const node = tasn1::create("TSP.TimeStampReq");
+    tasn1::write(node, "version", &one, 1);
+    tasn1::write(node, "messageImprint.hashAlgorithm.algorithm", sha256Oid, 1);
+    tasn1::write(node, "messageImprint.hashAlgorithm.parameters", nullptr, 0);
+    tasn1::write(node, "messageImprint.hashedMessage", digest().data(), 32);
+    tasn1::write(node, "reqPolicy", nullptr, 0);
+    tasn1::write(node, "nonce", nonce, sizeof(nonce));
+    tasn1::write(node, "certReq", "TRUE", 1);
+    tasn1::write(node, "extensions", nullptr, 0);
+    require(!tasn1::encode(node).empty(), "request");
+}
+
+// As an application does it; the object is kept, so each one is made by a change of the last.
+void make() {
+    static PKI::TSP::Client::CRequest request;
+    static bool certReq = false;
+    certReq = !certReq;
+    request.put_DataHashAlg(sha256Oid);
+    request.put_DataHash(bytes(digest()), digest().size());
+    request.put_CertReq(certReq);
+    unsigned char out[128];
+    unsigned long size = sizeof(out);
+    request.Export(out, &size);
+}
+
+void makeWithOpenssl() {
+    unsigned char random[sizeof(nonce)];
+    require(RAND_bytes(random, sizeof(random)) == 1, "random numbers");
+    unsigned char* out = nullptr;
+    require(encodeByOpenssl(random, &out) > 0, "request");
+    OPENSSL_free(out);
+}
+
+} // namespace
+
+void addRequestOperations(Operations& operations) {
+    operations.push_back({"encode_request", "chronoseal", &encode});
+    operations.push_back({"encode_request", "openssl", &encodeWithOpenssl});
+    operations.push_back({"encode_request", "libtasn1", &encodeWithTasn1});
+    operations.push_back({"new_request", "chronoseal", &make});
+    operations.push_back({"new_request", "openssl", &makeWithOpenssl});
+}
+
+} // namespace bench

@@ -1,0 +1,189 @@
+// Authenticode stamps: policy, request, exchange and answer.
+#include "client/authenticode.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "atl/base64.h"
+#include "atl/platform_answer.h"
+#include "basalt20/object_coding.h"
+#include "base/atl_exception.h"
+#include "base/blob.h"
+#include "client/http_params.h"
+#include "client/policy_value.h"
+#include "client/result_codes.h"
+#include "client/send_request.h"
+#include "client/trace.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+#include "sup/local_block.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+namespace {
+
+// The server to use, or nothing with last error 1260 when policy doesn't allow it. Without any the
+// empty address is left to the transport to refuse.
+std::optional<std::wstring> chooseServer(wchar_t const* url) {
+    wchar_t folderName[] = L"tsppolicy";
+    wchar_t* folder = folderName;
+    wchar_t* unused = nullptr;
+    CGPStrings allowed;
+    allowed.Load(unused, folder, L"AllowedMSTSPs", L"MSTSAsAllowedSetted", false);
+    CGPString preset;
+    preset.Load(unused, folder, L"DefaultMSTSPURL");
+    std::wstring const server = url ? url : preset.value;
+    if (allowed.isSet && !allowed.Find(server.c_str())) {
+        SetLastError(ERROR_ACCESS_DISABLED_BY_POLICY);
+        return std::nullopt;
+    }
+    return server;
+}
+
+std::optional<CBlob> encodeRequest(CRYPT_DATA_BLOB const& content,
+                                   CRYPT_ATTRIBUTES const* attributes) {
+    char algorithm[] = "1.3.6.1.4.1.311.3.2.1";
+    char contentType[] = "1.2.840.113549.1.7.1";
+    CRYPT_TIME_STAMP_REQUEST_INFO info{};
+    info.pszTimeStampAlgorithm = algorithm;
+    info.pszContentType = contentType;
+    info.Content = content;
+    info.cAttribute = attributes ? attributes->cAttr : 0;
+    info.rgAttribute = attributes ? attributes->rgAttr : nullptr;
+    DWORD size = 0;
+    if (!CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info, nullptr, &size)) {
+        return std::nullopt;
+    }
+    CBlob der;
+    der.resize_to(size);
+    if (!CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info, der.pbData(), &size)) {
+        return std::nullopt;
+    }
+    return der;
+}
+
+// The text keeps the size that the encoder asks for: zeros fill what it doesn't use, and go out
+// with it.
+std::optional<CBlob> base64Body(CBlob const& der) {
+    if (der.cbData() >= 0x20000000) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    int const size = static_cast<int>(der.cbData());
+    int length = ATL::Base64EncodeGetRequiredLength(size, 0);
+    CBlob body(static_cast<unsigned long>(length));
+    if (!ATL::Base64Encode(der.pbData(), size, reinterpret_cast<char*>(body.pbData()), &length,
+                           0)) {
+        return std::nullopt;
+    }
+    return body;
+}
+
+std::optional<CBlob> exchange(std::wstring const& server, CBlob& body) {
+    WinHTTPParams params;
+    params.address = server;
+    auto send = [&] {
+        return SendRequest(&params, L"Halcyon chronoseal.dll", nullptr, &body, false, false,
+                           nullptr, false);
+    };
+    auto answer = send();
+    if (params.httpStatus == 407) {
+        params.proxyAuthType = AuthNegotiate;
+        answer = send();
+    }
+    if (params.httpStatus != 200) {
+        trace("GetMSStamp", "HTTP STATUS: %lu\n", static_cast<unsigned long>(params.httpStatus));
+        SetLastError(resultHttpStatus);
+        return std::nullopt;
+    }
+    return answer;
+}
+
+// The transport's failures as last errors.
+std::optional<CBlob> exchangeOrLastError(std::wstring const& server, CBlob& body) {
+    try {
+        return exchange(server, body);
+    } catch (ATL::CAtlException const& failure) {
+        SetLastError(static_cast<DWORD>(failure.m_hr));
+    } catch (...) {
+        SetLastError(resultHttpStatus);
+    }
+    return std::nullopt;
+}
+
+_CRYPTOAPI_BLOB* resultRecord(CBlob const& bytes) {
+    auto* const record = static_cast<_CRYPTOAPI_BLOB*>(LocalAlloc(0, sizeof(_CRYPTOAPI_BLOB)));
+    if (record) {
+        record->cbData = static_cast<DWORD>(bytes.cbData());
+        record->pbData = static_cast<BYTE*>(LocalAlloc(0, bytes.cbData()));
+        if (record->pbData) {
+            std::copy_n(bytes.pbData(), bytes.cbData(), record->pbData);
+            return record;
+        }
+        LocalFree(record);
+    }
+    SetLastError(ERROR_OUTOFMEMORY);
+    return nullptr;
+}
+
+// A policy that can't be read allows nothing.
+std::optional<std::wstring> chooseServerOrLastError(wchar_t const* url) {
+    try {
+        return chooseServer(url);
+    } catch (ATL::CAtlException const& failure) {
+        SetLastError(static_cast<DWORD>(failure.m_hr));
+        return std::nullopt;
+    }
+}
+
+_CRYPTOAPI_BLOB* stamp(CRYPT_DATA_BLOB const& content, wchar_t const* url,
+                       CRYPT_ATTRIBUTES const* attributes) {
+    auto const server = chooseServerOrLastError(url);
+    if (!server) {
+        return nullptr;
+    }
+    auto const der = encodeRequest(content, attributes);
+    if (!der) {
+        return nullptr;
+    }
+    auto body = base64Body(*der);
+    if (!body) {
+        return nullptr;
+    }
+    auto const answer = exchangeOrLastError(*server, *body);
+    if (!answer) {
+        return nullptr;
+    }
+    CBlob decoded(answer->cbData());
+    int length = static_cast<int>(answer->cbData());
+    if (!ATL::Base64Decode(reinterpret_cast<char const*>(answer->pbData()), length,
+                           decoded.pbData(), &length)) {
+        return nullptr;
+    }
+    decoded.resize_to(static_cast<unsigned long>(length));
+    return resultRecord(decoded);
+}
+
+} // namespace
+
+} // namespace Halcyon::PKI::TSP::Client
+
+_CRYPTOAPI_BLOB* GetMSStamp(_CRYPTOAPI_BLOB const* content, wchar_t const* url,
+                            _CRYPT_ATTRIBUTES const* attributes) {
+    if (!content) {
+        SetLastError(E_INVALIDARG);
+        return nullptr;
+    }
+    return Halcyon::PKI::TSP::Client::stamp(*content, url, attributes);
+}
+
+int FreeMSStamp(_CRYPTOAPI_BLOB* stamp) {
+    if (stamp) {
+        if (stamp->pbData) {
+            LocalFree(stamp->pbData);
+        }
+        LocalFree(stamp);
+    }
+    return 1;
+}

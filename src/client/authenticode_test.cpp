@@ -1,0 +1,129 @@
+#include "client/authenticode.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "atl/base64.h"
+#include "basalt20/object_coding.h"
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/loopback_server.h"
+#include "client/testing/stores.h"
+#include "sup/last_error.h"
+
+namespace Halcyon::PKI::TSP::Client {
+namespace {
+
+using testing::Configuration;
+using testing::HttpAnswer;
+using testing::HttpRequest;
+
+std::string base64(std::string const& text) {
+    int length = ATL::Base64EncodeGetRequiredLength(static_cast<int>(text.size()), 0);
+    std::string result(static_cast<std::size_t>(length), '\0');
+    ATL::Base64Encode(testing::bytes(text), static_cast<int>(text.size()), result.data(), &length,
+                      0);
+    result.resize(static_cast<std::size_t>(length));
+    return result;
+}
+
+class Authenticode : public ::testing::Test {
+protected:
+    Authenticode() { Configuration::instance().set(""); }
+
+    // The answer's bytes, or "null" and the last error.
+    std::string stamp(wchar_t const* url, CRYPT_ATTRIBUTES const* attributes = nullptr) {
+        BYTE content[] = {'s', 'i', 'g'};
+        CRYPT_DATA_BLOB const blob{sizeof(content), content};
+        SetLastError(77);
+        auto* const result = GetMSStamp(&blob, url, attributes);
+        if (!result) {
+            return "null " + std::to_string(GetLastError());
+        }
+        std::string bytes(reinterpret_cast<char*>(result->pbData), result->cbData);
+        EXPECT_EQ(FreeMSStamp(result), 1);
+        return bytes;
+    }
+};
+
+TEST_F(Authenticode, PostsPaddedBase64AndDecodesTheAnswer) {
+    std::string const answer(100, '\xA5');
+    testing::LoopbackServer server([&](HttpRequest const&) {
+        return HttpAnswer{200, base64(answer)};
+    });
+    EXPECT_EQ(stamp(server.url().c_str()), answer);
+    auto const body = server.requests().at(0).body;
+    using testing::element;
+    using testing::oid;
+    using testing::sequence;
+    auto const der =
+        sequence(oid("1.3.6.1.4.1.311.3.2.1") +
+                 sequence(oid("1.2.840.113549.1.7.1") + element(0xA0, element(0x04, "sig"))));
+    auto text = base64(der);
+    text.resize(static_cast<std::size_t>(
+        ATL::Base64EncodeGetRequiredLength(static_cast<int>(der.size()), 0)));
+    EXPECT_EQ(body, text) << "zeros up to the computed size";
+    EXPECT_EQ(server.requests().at(0).head.find("Content-Type"), std::string::npos);
+}
+
+TEST_F(Authenticode, SendsAttributes) {
+    testing::LoopbackServer server([](HttpRequest const&) { return HttpAnswer{200, "AA=="}; });
+    char type[] = "1.2.3";
+    BYTE value[] = {0x05, 0x00};
+    CRYPT_ATTR_BLOB values{2, value};
+    CRYPT_ATTRIBUTE attribute{type, 1, &values};
+    CRYPT_ATTRIBUTES const attributes{1, &attribute};
+    EXPECT_EQ(stamp(server.url().c_str(), &attributes), std::string(1, '\0'));
+    EXPECT_EQ(stamp(server.url().c_str()), std::string(1, '\0'));
+    EXPECT_GT(server.requests().at(0).body.size(), server.requests().at(1).body.size());
+}
+
+TEST_F(Authenticode, PolicyChoosesTheServer) {
+    testing::LoopbackServer server([](HttpRequest const&) { return HttpAnswer{200, "QQ=="}; });
+    auto const url = server.url();
+    std::string const name(url.begin(), url.end());
+    auto& configuration = Configuration::instance();
+    EXPECT_TRUE(stamp(nullptr).starts_with("null ")) << "no address: the transport's failure";
+    configuration.set("DefaultMSTSPURL = '" + name + "'");
+    EXPECT_EQ(stamp(nullptr), "A");
+    configuration.set("DefaultMSTSPURL = '" + name + "'\nAllowedMSTSPs = ['http://other/']");
+    EXPECT_EQ(stamp(nullptr), "null 1260");
+    EXPECT_EQ(stamp(url.c_str()), "null 1260");
+    configuration.set("AllowedMSTSPs = ['" + name + "']\nDefaultMSTSPURL = '" + name + "'");
+    EXPECT_EQ(stamp(nullptr), "A");
+    EXPECT_EQ(stamp(url.c_str()), "A");
+    configuration.set("AllowedMSTSPs = 3");
+    EXPECT_EQ(stamp(url.c_str()), "null 1629") << "a policy that can't be read allows nothing";
+}
+
+TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
+    std::vector<int> statuses{407, 200};
+    std::size_t next = 0;
+    testing::LoopbackServer server([&](HttpRequest const&) {
+        return HttpAnswer{statuses[next++], "QQ=="};
+    });
+    EXPECT_EQ(stamp(server.url().c_str()), "A");
+    statuses = {407, 407};
+    next = 0;
+    EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u));
+    EXPECT_EQ(next, 2u);
+}
+
+TEST_F(Authenticode, TellsFailuresByTheLastError) {
+    HttpAnswer answer{500, "QQ=="};
+    testing::LoopbackServer server([&](HttpRequest const&) { return answer; });
+    EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u));
+    answer = {200, "Q\r\nQ=="};
+    EXPECT_EQ(stamp(server.url().c_str()), "A");
+    answer = {200, ""};
+    EXPECT_TRUE(stamp(server.url().c_str()).starts_with("null "));
+    answer = {200, "===="};
+    EXPECT_EQ(stamp(server.url().c_str()), "");
+    EXPECT_EQ(GetMSStamp(nullptr, L"http://x/", nullptr), nullptr);
+    EXPECT_EQ(FreeMSStamp(nullptr), 1);
+}
+
+} // namespace
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,107 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "client/request.h"
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/stores.h"
+
+namespace Halcyon::PKI::TSP::Client {
+namespace {
+
+using testing::codeOf;
+
+// Nothing listens there: what policy lets pass fails with this code.
+constexpr wchar_t nowhere[] = L"http://127.0.0.1:1/";
+constexpr std::uint32_t passed = 0x80072EFD;
+
+struct Case {
+    char const* policy;
+    std::uint32_t code;
+    void (*change)(CRequest&) = [](CRequest&) {};
+};
+
+std::uint32_t judged(Case const& test) {
+    testing::Configuration::instance().set(test.policy);
+    CRequest request;
+    auto const digest = testing::sha256("data");
+    request.put_DataHashAlg(testing::sha256Oid);
+    request.put_DataHash(testing::bytes(digest), digest.size());
+    request.put_TSAAddress(nowhere);
+    test.change(request);
+    return codeOf([&] { request.Send(false); });
+}
+
+TEST(PolicyCheck, RefusesByTheFirstRuleBroken) {
+    Case const cases[] = {
+        {"", passed},
+        {"AllowedTSPs = ['http://127.0.0.1:1/']", passed},
+        {"AllowedTSPs = ['http://127.0.0.1:1']", 0xC2100103},
+        {"AllowedTSPs = []", 0xC2100103},
+        {"AllowedTSPs = ['']", 0xC2100121, [](CRequest& r) { r.put_TSAAddress(L""); }},
+        {"AllowedTSPs = ['x']", 0xC2100103, [](CRequest& r) { r.put_TSAAddress(L""); }},
+        {"AllowedProxies = ['http://proxy/']", 0xC2100103},
+        {"AllowedProxies = ['']", passed},
+        {"DisablePolicyID = true", passed},
+        {"DisablePolicyID = true", 0xC2100111, [](CRequest& r) { r.put_PolicyID("1.2"); }},
+        {"AllowedPolicyID = ['1.2']", passed, [](CRequest& r) { r.put_PolicyID("1.2"); }},
+        {"AllowedPolicyID = ['1.2']", 0xC2100111, [](CRequest& r) { r.put_PolicyID("1.2.3"); }},
+        {"AllowedPolicyID = []", passed},
+        {"HashAlgsAllowed = []", 0xC2100110},
+        {"HashAlgsAllowed = ['2.16.840.1.101.3.4.2.1']", passed},
+        {"HashAlgsDenied = ['2.16.840.1.101.3.4.2.1']", 0xC2100110},
+        {"HashAlgsAllowed = ['2.16.840.1.101.3.4.2.1']\n"
+         "HashAlgsDenied = ['2.16.840.1.101.3.4.2.1']",
+         0xC2100110},
+        {"DisableNonce = true", 0xC2100104},
+        {"DisableNonce = true", passed, [](CRequest& r) { r.put_UseNonce(false); }},
+        {"RequireNonce = true", passed},
+        {"RequireNonce = true", 0xC2100104, [](CRequest& r) { r.put_UseNonce(false); }},
+        {"RequireNonce = true\nDisableNonce = true", 0xC2100104},
+        {"AllowedTSPs = []\nHashAlgsAllowed = []\nDisableNonce = true", 0xC2100103},
+        {"HashAlgsAllowed = []\nDisableNonce = true", 0xC2100110},
+    };
+    for (auto const& test : cases) {
+        EXPECT_EQ(judged(test), test.code) << test.policy;
+    }
+}
+
+TEST(PolicyCheck, DeniesSchemesByTheAddressTheyGoTo) {
+    struct Scheme {
+        char const* name;
+        enumAuthTypes type;
+    };
+    for (auto const& [name, type] :
+         {Scheme{"Anonym", AuthAnonymous}, Scheme{"Basic", AuthBasic}, Scheme{"Digest", AuthDigest},
+          Scheme{"NTLM", AuthNTLM}, Scheme{"Negotiate", AuthNegotiate}}) {
+        for (bool const ssl : {false, true}) {
+            for (bool const proxy : {false, true}) {
+                for (std::wstring const scheme : {L"http://", L"https://", L"HTTP://", L""}) {
+                    testing::Configuration::instance().set(std::string(proxy ? "Proxy" : "") +
+                                                           (ssl ? "AuthSSLDeny" : "AuthDeny") +
+                                                           name + " = true");
+                    CRequest request;
+                    auto const digest = testing::sha256("data");
+                    request.put_DataHash(testing::bytes(digest), digest.size());
+                    auto const address = scheme + L"127.0.0.1:1/";
+                    request.put_TSAAddress(proxy ? nowhere : address.c_str());
+                    request.put_ProxyAddress(proxy ? address.c_str() : L"");
+                    // The other side has a scheme that no switch of this side's group is about.
+                    (proxy ? request.put_ProxyAuthType(type) : request.put_TSAAuthType(type));
+                    auto const code = codeOf([&] { request.Send(false); });
+                    bool const denied = scheme == (ssl ? L"https://" : L"http://");
+                    if (denied) {
+                        EXPECT_EQ(code, proxy ? 0xC2100102u : 0xC2100101u) << name;
+                    } else {
+                        EXPECT_NE(code & 0xFFFFFF00u, 0xC2100100u) << name;
+                        EXPECT_NE(code, 0u);
+                    }
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,149 @@
+// Reading of policy values from the configuration tree.
+#include "client/policy_value.h"
+
+#include <array>
+#include <vector>
+
+#include "base/atl_exception.h"
+#include "client/trace.h"
+#include "sup/configuration.h"
+#include "sup/last_error.h"
+#include "sup/text_conversion.h"
+
+namespace Halcyon::PKI {
+
+namespace {
+
+using Path = std::array<char, 100>;
+
+// Policy values carry the last error as it stands, without the mapping of other failures.
+[[noreturn]] void throwRawLastError() {
+    ATL::AtlThrowImpl(static_cast<int>(GetLastError()));
+}
+
+Path pathOf(wchar_t const* folder, wchar_t const* name) {
+    std::wstring const wide = std::wstring(L"\\config\\cades\\") + folder + L'\\' + name;
+    Path path{};
+    if (WideCharToMultiByte(CP_ACP, 0, wide.c_str(), -1, path.data(), static_cast<int>(path.size()),
+                            nullptr, nullptr) == 0) {
+        throwRawLastError();
+    }
+    trace("Load", "Loading policy \"%s\" ...\n", path.data());
+    return path;
+}
+
+std::string utf8(wchar_t const* text) {
+    int const size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (size == 0) {
+        throwRawLastError();
+    }
+    std::string narrow(static_cast<std::size_t>(size), '\0');
+    if (WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), size, nullptr, nullptr) == 0) {
+        throwRawLastError();
+    }
+    return narrow;
+}
+
+// All characters of `narrow`, zeros included.
+std::wstring widen(std::vector<char> const& narrow) {
+    int const length = static_cast<int>(narrow.size());
+    int const size = MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, nullptr, 0);
+    if (size == 0) {
+        throwRawLastError();
+    }
+    std::wstring wide(static_cast<std::size_t>(size), L'\0');
+    if (MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, wide.data(), size) == 0) {
+        throwRawLastError();
+    }
+    return wide;
+}
+
+using Read = int (*)(char const*, std::size_t*, char*) noexcept;
+
+// The value of `size` bytes with the end mark behind it.
+std::vector<char> readText(Read read, Path const& path, std::size_t size, char const* failureText) {
+    std::vector<char> text(size + 1, '\0');
+    if (int const result = read(path.data(), &size, text.data()); result != 0) {
+        trace("Load", failureText, path.data());
+        ATL::AtlThrowImpl(result);
+    }
+    return text;
+}
+
+std::wstring normalized(std::wstring const& entry) {
+    std::wstring result;
+    for (wchar_t const c : entry) {
+        if (c == L' ') {
+            continue;
+        }
+        result += c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - L'a' + L'A') : c;
+    }
+    return result;
+}
+
+} // namespace
+
+void CGPBool::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name, bool defaultValue) {
+    auto const path = pathOf(folder, name);
+    int number = 0;
+    if (support_registry_get_bool(path.data(), &number) == 0) {
+        value = number != 0;
+        return;
+    }
+    value = defaultValue;
+    trace("Load", "Loading default value of policy \"%s\" ...\n", path.data());
+}
+
+void CGPLong::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name, long defaultValue) {
+    auto const path = pathOf(folder, name);
+    long number = 0;
+    if (support_registry_get_long(path.data(), &number) == 0) {
+        value = number;
+        return;
+    }
+    value = defaultValue;
+    trace("Load", "Loading default value of policy \"%s\" ...\n", path.data());
+}
+
+void CGPString::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name) {
+    auto const path = pathOf(folder, name);
+    std::size_t size = 0;
+    if (support_registry_get_string(path.data(), &size, nullptr) != 0) {
+        trace("Load", "Loading policy \"%s\" ... param not found\n", path.data());
+        return;
+    }
+    auto const shownName = utf8(name);
+    auto const text =
+        readText(&support_registry_get_string, path, size, "Loading policy failed \"%s\" ...\n");
+    value = widen(text).c_str();
+    trace("Load", "Loading policy \"%s\" succeeded (%s).\n", shownName.c_str(), text.data());
+}
+
+void CGPStrings::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name,
+                      wchar_t const* /*settedName*/, bool normalize) {
+    isSet = false;
+    auto const path = pathOf(folder, name);
+    std::size_t size = 0;
+    if (support_registry_get_multi_string(path.data(), &size, nullptr) != 0) {
+        trace("Load", "Loading multistring policy \"%s\" ... param not found\n", path.data());
+        values.clear();
+        return;
+    }
+    auto const text = readText(&support_registry_get_multi_string, path, size,
+                               "Loading multistring policy failed \"%s\" ...\n");
+    isSet = true;
+    auto wide = widen(text);
+    wide.pop_back(); // the end mark behind the list, which closes no entry
+    for (std::size_t start = 0, end; (end = wide.find(L'\0', start)) != std::wstring::npos;
+         start = end + 1) {
+        auto const entry = wide.substr(start, end - start);
+        values.insert(normalize ? normalized(entry) : entry);
+    }
+    trace("Load", "Loading multistring policy \"%s\" succeeded.\n", path.data());
+}
+
+bool CGPStrings::Find(wchar_t const* text) const {
+    return values.contains(text);
+}
+
+} // namespace Halcyon::PKI

@@ -1,0 +1,245 @@
+// The public face of a request: construction under policy, and the values.
+#include "client/request.h"
+
+#include <cstring>
+#include <new>
+
+#include "asn1/text_width.h"
+#include "basalt10/oid_information.h"
+#include "base/atl_exception.h"
+#include "client/request_impl.h"
+#include "client/sized_output.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+namespace {
+
+std::wstring textOf(wchar_t const* text) {
+    return text ? text : L"";
+}
+
+// A request without a default of the policy hashes by GOST R 34.11-94 where the platform has it,
+// else SHA-1.
+void applyDefaultHash(CRequest& request, std::wstring const& setting) {
+    if (setting.empty()) {
+        ALG_ID const gost = CALG_GOSTR3411_94;
+        bool const known =
+            CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &gost, CRYPT_HASH_ALG_OID_GROUP_ID);
+        request.put_DataHashAlg(known ? gost : CALG_SHA1);
+        return;
+    }
+    request.put_DataHashAlg(setting.substr(0, setting.find(L' ')).c_str()); // a comment may follow
+}
+
+} // namespace
+
+CRequest::CRequest() : impl_(nullptr) {
+    auto impl = std::make_unique<Impl>();
+    impl_ = impl.get();
+    auto const& policy = *impl->policy;
+    applyDefaultHash(*this, policy.DefaultHashAlg.value);
+    if (!policy.DefaultPolicyID.value.empty()) {
+        put_PolicyID(policy.DefaultPolicyID.value.c_str());
+    }
+    impl.release();
+}
+
+CRequest::CRequest(CRequest const& other) : impl_(nullptr) {
+    auto impl = std::make_unique<Impl>();
+    *impl = *other.impl_;
+    impl_ = impl.release();
+}
+
+CRequest& CRequest::operator=(CRequest const& other) {
+    *impl_ = *other.impl_;
+    return *this;
+}
+
+CRequest::~CRequest() {
+    delete impl_;
+}
+
+void CRequest::ResetData() {
+    impl_->dataHash.clear();
+    impl_->encodedRequest.clear();
+    impl_->hHash.destroy();
+}
+
+void CRequest::put_DataHash(unsigned char const* hash, unsigned long size) {
+    if (impl_->hHash.get() != 0) {
+        ATL::AtlThrowImpl(hr(0x8009000Cu));
+    }
+    impl_->ClearRequest();
+    impl_->dataHash.assign(hash, size);
+}
+
+void CRequest::get_DataHash(unsigned char* out, unsigned long* size) const {
+    impl_->MakeRequest();
+    deliver(impl_->dataHash, out, size);
+}
+
+void CRequest::Export(unsigned char* out, unsigned long* size) {
+    impl_->MakeRequest();
+    deliver(impl_->encodedRequest, out, size);
+}
+
+void CRequest::Import(unsigned char* data, unsigned long size) {
+    impl_->takeOver(data, size);
+}
+
+void CRequest::put_CertReq(bool certReq) {
+    if (impl_->certReq != certReq) {
+        impl_->ClearRequest();
+    }
+    impl_->certReq = certReq;
+}
+
+bool CRequest::get_CertReq() const {
+    return impl_->certReq;
+}
+
+void CRequest::put_UseNonce(bool useNonce) {
+    if (impl_->useNonce != useNonce) {
+        impl_->ClearRequest();
+    }
+    impl_->useNonce = useNonce;
+}
+
+bool CRequest::get_UseNonce() const {
+    return impl_->useNonce;
+}
+
+void CRequest::put_PolicyID(char const* oid) {
+    std::string text = oid ? oid : "";
+    if (impl_->policyID != text) {
+        impl_->ClearRequest();
+    }
+    impl_->policyID = std::move(text);
+}
+
+void CRequest::put_PolicyID(wchar_t const* oid) {
+    put_PolicyID(ASN1::tostring(oid ? oid : L"").c_str());
+}
+
+char const* CRequest::get_PolicyID() const {
+    return impl_->policyID.c_str();
+}
+
+void CRequest::put_DataHashAlg(unsigned int algId) {
+    impl_->setDataHashAlg(algId);
+}
+
+void CRequest::put_DataHashAlg(char const* oid) {
+    impl_->setDataHashAlg(oid ? oid : "");
+}
+
+void CRequest::put_DataHashAlg(wchar_t const* oid) {
+    put_DataHashAlg(ASN1::tostring(oid ? oid : L"").c_str());
+}
+
+unsigned int CRequest::get_DataHashAlg() const {
+    return impl_->dataHashAlg;
+}
+
+char const* CRequest::get_DataHashAlgOID() const {
+    return impl_->dataHashAlgOID.c_str();
+}
+
+void CRequest::put_Flags(unsigned int flags) {
+    impl_->flags = flags;
+}
+
+unsigned int CRequest::get_Flags() const {
+    return impl_->flags;
+}
+
+void CRequest::put_TSAAddress(wchar_t const* url) {
+    impl_->httpParams.address = textOf(url);
+}
+
+wchar_t const* CRequest::get_TSAAddress() const {
+    return impl_->httpParams.address.c_str();
+}
+
+void CRequest::put_TSAAuthType(enumAuthTypes type) {
+    impl_->httpParams.authType = type;
+}
+
+enumAuthTypes CRequest::get_TSAAuthType() const {
+    return static_cast<enumAuthTypes>(impl_->httpParams.authType);
+}
+
+void CRequest::put_TSAUserName(wchar_t const* name) {
+    impl_->httpParams.userName = textOf(name);
+}
+
+wchar_t const* CRequest::get_TSAUserName() const {
+    return impl_->httpParams.userName.c_str();
+}
+
+void CRequest::put_TSAPassword(wchar_t const* password) {
+    impl_->httpParams.password = textOf(password);
+}
+
+wchar_t const* CRequest::get_TSAPassword() const {
+    return impl_->httpParams.password.c_str();
+}
+
+void CRequest::put_ProxyAddress(wchar_t const* url) {
+    impl_->httpParams.proxyAddress = textOf(url);
+    impl_->httpParams.proxySet = true;
+}
+
+wchar_t const* CRequest::get_ProxyAddress() const {
+    return impl_->httpParams.proxyAddress.c_str();
+}
+
+void CRequest::put_ProxyAuthType(enumAuthTypes type) {
+    impl_->httpParams.proxyAuthType = type;
+}
+
+enumAuthTypes CRequest::get_ProxyAuthType() const {
+    return static_cast<enumAuthTypes>(impl_->httpParams.proxyAuthType);
+}
+
+void CRequest::put_ProxyUserName(wchar_t const* name) {
+    impl_->httpParams.proxyUserName = textOf(name);
+}
+
+wchar_t const* CRequest::get_ProxyUserName() const {
+    return impl_->httpParams.proxyUserName.c_str();
+}
+
+void CRequest::put_ProxyPassword(wchar_t const* password) {
+    impl_->httpParams.proxyPassword = textOf(password);
+}
+
+wchar_t const* CRequest::get_ProxyPassword() const {
+    return impl_->httpParams.proxyPassword.c_str();
+}
+
+void CRequest::AddData(unsigned char const* data, unsigned long size) {
+    impl_->addData(data, size);
+}
+
+void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) {
+    impl_->setClientCertificate(certificate);
+}
+
+_CERT_CONTEXT const* CRequest::get_ClientCertificate() const {
+    return impl_->httpParams.certificate;
+}
+
+CStamp& CRequest::Send(bool verify) {
+    return impl_->send(*this, verify);
+}
+
+CBlob CRequest::get_Response() const {
+    return impl_->response;
+}
+
+unsigned long CRequest::get_HTTPStatus() const {
+    return impl_->httpParams.httpStatus;
+}
+
+} // namespace Halcyon::PKI::TSP::Client

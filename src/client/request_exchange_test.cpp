@@ -1,0 +1,207 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "client/request.h"
+#include "client/stamp.h"
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/loopback_server.h"
+#include "client/testing/stores.h"
+
+namespace Halcyon::PKI::TSP::Client {
+namespace {
+
+using testing::codeOf;
+using testing::HttpAnswer;
+using testing::HttpRequest;
+
+class Exchange : public ::testing::Test {
+protected:
+    Exchange() { testing::Configuration::instance().set(policy_); }
+
+    CRequest request(testing::LoopbackServer const& server) {
+        CRequest request;
+        request.put_TSAAddress(server.url().c_str());
+        request.put_CertReq(true);
+        request.AddData(testing::bytes("data"), 4);
+        return request;
+    }
+    void addPolicy(std::string const& line) {
+        testing::Configuration::instance().set(policy_ + line);
+    }
+
+    // Answers as a real authority, from the request as it came.
+    testing::LoopbackServer::Handler genuine(EVP_MD const* essDigest = EVP_sha256()) {
+        return [this, essDigest](HttpRequest const& r) {
+            return HttpAnswer{200, authority_.answer(r.body, essDigest)};
+        };
+    }
+    testing::LoopbackServer::Handler fixed(std::string const& body, int status = 200) {
+        return [body, status](HttpRequest const&) { return HttpAnswer{status, body}; };
+    }
+    std::string stampOf(testing::TstInfo const& info) {
+        return testing::response(0, authority_.token(info.encode()));
+    }
+
+    std::string policy_ = "DefaultHashAlg = '2.16.840.1.101.3.4.2.1'\n";
+    testing::Authority authority_;
+    testing::Trust trust_{authority_.rootDer()};
+};
+
+TEST_F(Exchange, StampsAndVerifiesEndToEnd) {
+    for (auto const* essDigest : {EVP_sha256(), EVP_sha1(), EVP_sha512()}) {
+        testing::LoopbackServer server(genuine(essDigest));
+        auto sent = request(server);
+        auto const& stamp = sent.Send(true);
+        EXPECT_EQ(stamp.get_Status(), 0u);
+        EXPECT_TRUE(stamp.get_HasNonce());
+        EXPECT_STREQ(stamp.get_PolicyID(), "1.2.3.4");
+        EXPECT_EQ(stamp.get_Accuracy(), 1500000);
+        EXPECT_STRNE(stamp.get_TSA(), L"");
+        EXPECT_EQ(sent.get_HTTPStatus(), 200u);
+        auto const now = CDateTime::Now();
+        EXPECT_LT(now - stamp.get_Time(), CDateTimeSpan(60, 0));
+
+        auto const posted = server.requests().at(0);
+        unsigned long size = 0;
+        sent.Export(nullptr, &size);
+        EXPECT_EQ(posted.body.size(), size);
+        EXPECT_NE(posted.head.find("Content-type: application/timestamp-query\r\n"),
+                  std::string::npos);
+        EXPECT_NE(posted.head.find("User-Agent: Halcyon chronoseal.dll\r\n"), std::string::npos);
+    }
+}
+
+TEST_F(Exchange, UnchangedRequestGoesOutAgainWithTheSameBytes) {
+    testing::LoopbackServer server(genuine());
+    auto sent = request(server);
+    sent.Send(true);
+    sent.Send(true);
+    auto const posted = server.requests();
+    ASSERT_EQ(posted.size(), 2u);
+    EXPECT_EQ(posted[0].body, posted[1].body);
+}
+
+TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
+    int status = 200;
+    auto const answer = genuine();
+    testing::LoopbackServer server([&](HttpRequest const& r) {
+        auto result = answer(r);
+        result.status = status;
+        return result;
+    });
+    auto sent = request(server);
+    sent.Send(false);
+    auto const response = sent.get_Response();
+    for (int const bad : {404, 500, 403, 204}) {
+        status = bad;
+        EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0xC2100100u) << bad;
+        EXPECT_EQ(sent.get_HTTPStatus(), static_cast<unsigned>(bad));
+    }
+    EXPECT_EQ(sent.get_Response(), response);
+    status = 200;
+    EXPECT_EQ(sent.Send(false).get_Status(), 0u);
+    sent.put_CertReq(false);
+    EXPECT_EQ(sent.get_HTTPStatus(), 0u);
+    sent.put_TSAAddress(L"http://127.0.0.1:1/");
+    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0x80072EFDu);
+}
+
+TEST_F(Exchange, RefusalIsAFailureOnlyUnderVerification) {
+    testing::LoopbackServer server(
+        fixed(testing::response(2, "", testing::element(0x0C, "no"), testing::failInfoBits(4))));
+    auto sent = request(server);
+    EXPECT_EQ(codeOf([&] { sent.Send(true); }), 0xC2100124u);
+    auto const& stamp = sent.Send(false);
+    EXPECT_EQ(stamp.get_Status(), 2u);
+    EXPECT_STREQ(stamp.get_StatusString(), L"no");
+}
+
+TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
+    testing::TstInfo info;
+    auto answered = [&](testing::TstInfo const& content) {
+        testing::LoopbackServer server(fixed(stampOf(content)));
+        auto sent = request(server);
+        return codeOf([&] { sent.Send(false); });
+    };
+    EXPECT_EQ(answered(info), 0xC2100120u) << "the nonce is left out";
+    info.nonce = "\x05";
+    EXPECT_EQ(answered(info), 0xC2100120u) << "another nonce";
+    for (auto const& digest : {testing::sha256("other"), testing::sha256("data").substr(1),
+                               testing::sha256("data") + '\0', std::string()}) {
+        info.digest = digest;
+        EXPECT_EQ(answered(info), 0x80091007u);
+    }
+}
+
+TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
+    auto sendAt = [&](CDateTime const& time, std::string const& policy = {}) {
+        addPolicy("UseNonceByDefault = false\n" + policy);
+        testing::TstInfo info;
+        info.genTime = time.getGeneralizedTime().c_str();
+        testing::LoopbackServer server(fixed(stampOf(info)));
+        auto sent = request(server);
+        return codeOf([&] { sent.Send(false); });
+    };
+    auto const now = [] { return CDateTime::Now(); };
+    EXPECT_EQ(sendAt(now()), 0u);
+    EXPECT_EQ(sendAt(now() - CDateTimeSpan(170, 0)), 0u);
+    EXPECT_EQ(sendAt(now() + CDateTimeSpan(170, 0)), 0u);
+    EXPECT_EQ(sendAt(now() - CDateTimeSpan(190, 0)), 0xC2100122u);
+    EXPECT_EQ(sendAt(now() + CDateTimeSpan(190, 0)), 0xC2100122u);
+    EXPECT_EQ(sendAt(now() - CDateTimeSpan(50, 0), "StampAccuracy = 40000"), 0xC2100122u);
+    // 429497 milliseconds wrap to 2704 ticks.
+    EXPECT_EQ(sendAt(now() - CDateTimeSpan(1, 0), "StampAccuracy = 429497"), 0xC2100122u);
+}
+
+TEST_F(Exchange, NonceTakesTheClocksPlace) {
+    testing::LoopbackServer server([this](HttpRequest const& r) {
+        testing::TstInfo info;
+        // The nonce stands in the last INTEGER of eight bytes or less in the request.
+        auto const place = r.body.find(testing::sha256("data")) + 32;
+        info.nonce = r.body.substr(place + 2, static_cast<unsigned char>(r.body[place + 1]));
+        info.genTime = "20200101000000Z";
+        return HttpAnswer{200, stampOf(info)};
+    });
+    auto sent = request(server);
+    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0u);
+}
+
+TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
+    for (auto const& [body, code] :
+         {std::pair{std::string(), 0x80093101u}, std::pair{std::string("noise"), 0x80093101u},
+          std::pair{testing::response(9, ""), 0x80004005u},
+          // Granted without a token, and a token without an answer around it.
+          std::pair{testing::response(0, ""), 0x8007139Fu}}) {
+        testing::LoopbackServer server(fixed(body));
+        auto sent = request(server);
+        EXPECT_EQ(codeOf([&] { sent.Send(false); }), code);
+    }
+    addPolicy("UseNonceByDefault = false\n");
+    testing::LoopbackServer server(fixed(authority_.token(testing::TstInfo().encode())));
+    auto sent = request(server);
+    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0x8007139Fu);
+}
+
+TEST_F(Exchange, VerificationSeesAnUntrustedRoot) {
+    testing::Authority const other;
+    testing::Trust const trust(other.rootDer());
+    testing::LoopbackServer server(genuine());
+    auto sent = request(server);
+    auto const code = codeOf([&] { sent.Send(true); });
+    EXPECT_TRUE(code == 0x800B0109 || code == 0x800B010A) << std::hex << code;
+    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0u);
+}
+
+TEST_F(Exchange, CopyTakesTheStatusButNotTheStamp) {
+    testing::LoopbackServer server(genuine());
+    auto sent = request(server);
+    sent.Send(false);
+    CRequest const copy(sent);
+    EXPECT_EQ(copy.get_HTTPStatus(), 200u);
+    EXPECT_EQ(copy.get_Response().cbData(), 0u);
+}
+
+} // namespace
+} // namespace Halcyon::PKI::TSP::Client

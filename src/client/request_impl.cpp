@@ -1,0 +1,209 @@
+// The state of a request: policy defaults, values, and the making of the encoded form.
+#include "client/request_impl.h"
+#include "base/atl_exception.h"
+
+#include "asn1/random_big_integer.h"
+#include "basalt10/oid_information.h"
+#include "client/policy_reading.h"
+#include "client/result_codes.h"
+#include "client/trace.h"
+#include "core/request.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+namespace {
+
+constexpr std::int32_t hashInProgress = hr(0x8009000Cu);
+
+// The comparison is case-sensitive, here and in the policy's check.
+bool isHttps(std::wstring const& address) {
+    return address.starts_with(L"https://");
+}
+
+// The platform's number, or 0 with the last error that says so.
+unsigned int algIdOf(char const* oid) {
+    auto const algId = CertOIDToAlgId(oid);
+    if (algId == 0) {
+        SetLastError(NTE_BAD_ALGID);
+    }
+    return algId;
+}
+
+} // namespace
+
+CRequest::Impl::Impl() {
+    LoadGroupPolicy();
+    httpParams.address = policy->DefaultTSPURL.value;
+    httpParams.proxyAddress = policy->DefaultProxy.value;
+    httpParams.authType = isHttps(httpParams.address) ? policy->AuthSSLTypeDefault.value
+                                                      : policy->AuthTypeDefault.value;
+    httpParams.proxyAuthType = isHttps(httpParams.proxyAddress)
+                                   ? policy->ProxyAuthSSLTypeDefault.value
+                                   : policy->ProxyAuthTypeDefault.value;
+}
+
+CRequest::Impl& CRequest::Impl::operator=(Impl const& source) {
+    LoadGroupPolicy();
+    httpParams = source.httpParams;
+    certReq = source.certReq;
+    useNonce = source.useNonce;
+    policyID = source.policyID;
+    dataHashAlg = source.dataHashAlg;
+    dataHashAlgOID = source.dataHashAlgOID;
+    dataHash = source.dataHash;
+    encodedRequest = source.encodedRequest;
+    nonce = source.nonce;
+    if (this != &source) {
+        clientCertificate = source.clientCertificate;
+    }
+    flags = source.flags;
+    // The target keeps its own as well: its list isn't emptied first.
+    for (auto const& extension : source.extensions) {
+        extensions.insert(extension);
+    }
+    provider = source.provider;
+    // A request that is assigned to itself loses its running hash.
+    hHash.destroy();
+    if (source.hHash.get() != 0 &&
+        !CryptDuplicateHash(source.hHash.get(), nullptr, 0, hHash.put())) {
+        throwLastError();
+    }
+    return *this;
+}
+
+void CRequest::Impl::LoadGroupPolicy() {
+    if (isLegacyPolicyReading()) {
+        policy = nullptr;
+        ownPolicy_.reset();
+        ownPolicy_ = std::make_unique<CRequestPolicy const>();
+        policy = ownPolicy_.get();
+    } else {
+        policy = sharedPolicy();
+        if (!policy) {
+            ATL::AtlThrowImpl(hr(0x8007045Au));
+        }
+    }
+    useNonce = policy->UseNonceByDefault.value;
+    certReq = policy->DefaultCertReq.value;
+}
+
+void CRequest::Impl::ClearRequest() noexcept {
+    encodedRequest.clear();
+    httpParams.httpStatus = 0;
+}
+
+void CRequest::Impl::setDataHashAlg(unsigned int algId) {
+    if (hHash.get() != 0) {
+        ATL::AtlThrowImpl(hashInProgress);
+    }
+    if (algId == dataHashAlg) {
+        return;
+    }
+    ClearRequest();
+    dataHashAlg = algId; // stays, without its OID, if that isn't found
+    auto const* info =
+        CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &algId, CRYPT_HASH_ALG_OID_GROUP_ID);
+    if (!info) {
+        ATL::AtlThrowImpl(resultFromLastError(hr(NTE_BAD_ALGID)));
+    }
+    dataHashAlgOID = info->pszOID;
+}
+
+void CRequest::Impl::setDataHashAlg(char const* oid) {
+    if (hHash.get() != 0) {
+        ATL::AtlThrowImpl(hashInProgress);
+    }
+    if (dataHashAlgOID == oid) {
+        return;
+    }
+    auto const algId = algIdOf(oid);
+    if (algId != dataHashAlg) {
+        ClearRequest();
+    }
+    dataHashAlgOID = std::string(oid);
+    dataHashAlg = algId;
+}
+
+void CRequest::Impl::takeOver(unsigned char const* data, unsigned long size) {
+    encodedRequest.assign(data, size);
+    TSP::CRequest message;
+    message.decode(encodedRequest);
+    certReq = message.get_certReq();
+    useNonce = message.get_nonce() != nullptr;
+    if (message.get_reqPolicy()) {
+        policyID = message.get_reqPolicy();
+    }
+    auto& algorithm = message.get_hashAlgorithm();
+    if (algorithm.cachedAlgId == 0) {
+        algorithm.cachedAlgId = algIdOf(algorithm.get_algorithm());
+    }
+    dataHashAlg = algorithm.cachedAlgId;
+    dataHashAlgOID = algorithm.get_algorithm();
+    dataHash = message.get_hashedMessage();
+    if (useNonce) {
+        nonce = *message.get_nonce();
+    }
+    extensions.clear();
+    if (message.get_extensions()) {
+        for (auto const& extension : *message.get_extensions()) {
+            extensions.insert(extension);
+        }
+    }
+}
+
+void CRequest::Impl::MakeRequest() {
+    if (encodedRequest.cbData() != 0) {
+        return;
+    }
+    trace("MakeRequest", "Making request...\n");
+    extensions.clear(); // those of an imported request don't survive its change
+    if (hHash.get() != 0) {
+        finishHash();
+    }
+    if (dataHash.cbData() == 0) {
+        ATL::AtlThrowImpl(hr(resultNoDataHash));
+    }
+    encodeRequest();
+    trace("MakeRequest", "Making request... OK.\n");
+}
+
+void CRequest::Impl::finishHash() {
+    DWORD size = 0;
+    if (!CryptGetHashParam(hHash.get(), HP_HASHVAL, nullptr, &size, 0)) {
+        throwLastError();
+    }
+    CBlob value;
+    value.resize_to(size);
+    if (!CryptGetHashParam(hHash.get(), HP_HASHVAL, value.pbData(), &size, 0)) {
+        throwLastError();
+    }
+    dataHash.swap(value);
+    if (!CryptDestroyHash(hHash.detach())) {
+        throwLastError();
+    }
+}
+
+void CRequest::Impl::encodeRequest() {
+    ASN1::CAlgorithmIdentifierEx algorithm;
+    algorithm.put_algorithm(dataHashAlgOID.c_str());
+    trace("MakeRequest", "Initializing request...\n");
+    TSP::CRequest message(algorithm, dataHash, certReq);
+    if (!policyID.empty()) {
+        message.put_reqPolicy(policyID.c_str());
+    }
+    if (useNonce) {
+        auto const random =
+            ASN1::MakeRandomBigInteger(0, static_cast<unsigned long>(policy->NonceLength.value));
+        auto const positive = random.abs();
+        message.put_nonce(&positive);
+    }
+    trace("MakeRequest", "Encoding request...\n");
+    encodedRequest = message.encode();
+    if (message.get_nonce()) {
+        nonce = *message.get_nonce();
+    }
+}
+
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,76 @@
+// CRequest::Impl: the state of a request.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "asn1/big_integer.h"
+#include "asn1/extensions.h"
+#include "atl/cert_context.h"
+#include "atl/crypt_hash.h"
+#include "atl/crypt_prov.h"
+#include "base/blob.h"
+#include "client/http_params.h"
+#include "client/request.h"
+#include "client/request_policy.h"
+#include "client/stamp.h"
+
+namespace Halcyon::PKI::TSP {
+class CRequest;
+}
+
+namespace Halcyon::PKI::TSP::Client {
+
+// A running hash and a finished one exclude each other; a non-empty encoded request is the encoding
+// of the values beside it.
+class __attribute__((visibility("hidden"))) CRequest::Impl {
+public:
+    // In the state of a new request under the policy in force.
+    Impl();
+    Impl(Impl const&) = delete;
+    Impl& operator=(Impl const& source);
+
+    // Takes the policy in force and resets the two defaults that hang on it. Throws 0x8007045A.
+    void LoadGroupPolicy();
+    void ClearRequest() noexcept;
+    // Ends a running hash and encodes, unless that is done.
+    void MakeRequest();
+    // Throws the code of the first rule that the request breaks; changes nothing.
+    void CheckPolicies() const;
+    void setDataHashAlg(unsigned int algId);
+    void setDataHashAlg(char const* oid);
+    void takeOver(unsigned char const* data, unsigned long size);
+    void addData(unsigned char const* data, unsigned long size);
+    void setClientCertificate(_CERT_CONTEXT const* certificate);
+    CStamp& send(CRequest const& owner, bool verify);
+
+    ATL::CCryptHash hHash;
+    bool certReq = false;
+    bool useNonce = false;
+    unsigned int flags = 0;
+    std::string policyID;
+    unsigned int dataHashAlg = 0;
+    std::string dataHashAlgOID;
+    CBlob dataHash;
+    CBlob encodedRequest;
+    ASN1::CBigInteger nonce;
+    ASN1::CExtensions extensions;
+    ATL2::CCertContext clientCertificate;
+    WinHTTPParams httpParams;
+    CStamp stamp;
+    CBlob response;
+    ATL::CCryptProv provider;
+    CRequestPolicy const* policy = nullptr;
+
+private:
+    void finishHash();
+    void encodeRequest();
+    void beginHash();
+    void exchange();
+    void checkTime(CDateTime const& sent) const;
+    void verifyStamp() const;
+
+    std::unique_ptr<CRequestPolicy const> ownPolicy_; // each request's own, under legacy reading
+};
+
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,325 @@
+#include "client/request.h"
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <openssl/crypto.h>
+#include <openssl/ts.h>
+#include <unistd.h>
+
+#include "basalt20/store.h"
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/stores.h"
+
+namespace Halcyon::PKI::TSP::Client {
+namespace {
+
+using testing::bytes;
+using testing::codeOf;
+using testing::Configuration;
+using testing::sha256;
+
+void setPolicy(std::string const& policy) {
+    Configuration::instance().set(policy);
+}
+
+void feed(CRequest& request, std::string const& data) {
+    request.AddData(bytes(data), data.size());
+}
+
+void import(CRequest& request, std::string der) {
+    request.Import(reinterpret_cast<unsigned char*>(der.data()), der.size());
+}
+
+std::string exported(CRequest& request) {
+    unsigned long size = 0;
+    request.Export(nullptr, &size);
+    std::string der(size, '\0');
+    request.Export(reinterpret_cast<unsigned char*>(der.data()), &size);
+    return der;
+}
+
+std::string hashOf(CRequest const& request) {
+    unsigned long size = 64;
+    std::string hash(size, '\0');
+    request.get_DataHash(reinterpret_cast<unsigned char*>(hash.data()), &size);
+    hash.resize(size);
+    return hash;
+}
+
+class Request : public ::testing::Test {
+protected:
+    Request() { setPolicy("DefaultHashAlg = '2.16.840.1.101.3.4.2.1'"); }
+
+    void giveHash(CRequest& request) {
+        auto const digest = sha256("data");
+        request.put_DataHash(bytes(digest), digest.size());
+    }
+};
+
+TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
+    CRequest request;
+    request.put_PolicyID("1.2.3.4");
+    request.put_CertReq(true);
+    feed(request, "da");
+    feed(request, "ta");
+    auto const encoded = exported(request);
+    auto const* place = bytes(encoded);
+    std::unique_ptr<TS_REQ, decltype(&TS_REQ_free)> const read(
+        d2i_TS_REQ(nullptr, &place, static_cast<long>(encoded.size())), &TS_REQ_free);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(TS_REQ_get_version(read.get()), 1);
+    EXPECT_EQ(TS_REQ_get_cert_req(read.get()), 1);
+    char text[64];
+    OBJ_obj2txt(text, sizeof(text), TS_REQ_get_policy_id(read.get()), 1);
+    EXPECT_STREQ(text, "1.2.3.4");
+    auto* const imprint = TS_REQ_get_msg_imprint(read.get());
+    auto* const hash = TS_MSG_IMPRINT_get_msg(imprint);
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(ASN1_STRING_get0_data(hash)), 32),
+              sha256("data"));
+    auto const* const nonce = TS_REQ_get_nonce(read.get());
+    ASSERT_NE(nonce, nullptr);
+    EXPECT_LE(ASN1_STRING_length(nonce), 8);
+    EXPECT_EQ(ASN1_STRING_type(nonce), V_ASN1_INTEGER); // not negative
+    EXPECT_EQ(testing::der(read.get(), &i2d_TS_REQ), encoded);
+}
+
+TEST_F(Request, StaysTheSameUntilAValueChanges) {
+    CRequest request;
+    giveHash(request);
+    auto const first = exported(request);
+    EXPECT_EQ(exported(request), first);
+    request.put_UseNonce(true);
+    request.put_CertReq(false);
+    request.put_PolicyID("");
+    request.put_TSAAddress(L"http://tsa/");
+    request.put_Flags(7);
+    EXPECT_EQ(exported(request), first);
+    request.put_CertReq(true);
+    auto const second = exported(request);
+    EXPECT_NE(second, first);
+    request.put_CertReq(false);
+    EXPECT_NE(exported(request), first) << "the nonce is drawn anew";
+    request.put_UseNonce(false);
+    auto const bare = exported(request);
+    request.put_PolicyID(L"1.2");
+    request.put_PolicyID("");
+    EXPECT_EQ(exported(request), bare);
+}
+
+TEST_F(Request, DeliversBySizeAndBuffer) {
+    CRequest request;
+    giveHash(request);
+    unsigned long size = 0;
+    request.Export(nullptr, &size);
+    auto const needed = size;
+    std::string buffer(needed, 'x');
+    size = needed - 1;
+    EXPECT_EQ(
+        codeOf([&] { request.Export(reinterpret_cast<unsigned char*>(buffer.data()), &size); }),
+        0x800700EAu);
+    EXPECT_EQ(size, needed);
+    EXPECT_EQ(buffer, std::string(needed, 'x'));
+}
+
+TEST_F(Request, NeedsDataOnce) {
+    CRequest request;
+    unsigned long size = 0;
+    EXPECT_EQ(codeOf([&] { request.Export(nullptr, &size); }), 0xC2100123u);
+    request.put_DataHash(nullptr, 0);
+    EXPECT_EQ(codeOf([&] { request.Export(nullptr, &size); }), 0xC2100123u);
+    feed(request, "data");
+    EXPECT_EQ(codeOf([&] { giveHash(request); }), 0x8009000Cu);
+    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg(0x8004u); }), 0x8009000Cu);
+    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg("1.3.14.3.2.26"); }), 0x8009000Cu);
+    EXPECT_EQ(hashOf(request), sha256("data")); // ends the hashing
+    EXPECT_EQ(codeOf([&] { feed(request, "more"); }), 0x80092005u);
+    request.ResetData();
+    feed(request, "more");
+    EXPECT_EQ(hashOf(request), sha256("more"));
+}
+
+TEST_F(Request, KeepsAlgorithmNumberAndTextTogetherWhereItCan) {
+    CRequest request;
+    EXPECT_EQ(request.get_DataHashAlg(), 0x800Cu);
+    request.put_DataHashAlg(0x8004u);
+    EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
+    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg(0x8123u); }), 0x80090008u);
+    EXPECT_EQ(request.get_DataHashAlg(), 0x8123u); // the pair doesn't match after this failure
+    EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
+    request.put_DataHashAlg(L"1.2.3");
+    EXPECT_EQ(request.get_DataHashAlg(), 0u);
+    EXPECT_STREQ(request.get_DataHashAlgOID(), "1.2.3");
+    EXPECT_NE(codeOf([&] { feed(request, "data"); }), 0u);
+    giveHash(request);
+    EXPECT_FALSE(exported(request).empty());
+}
+
+TEST_F(Request, TakesAFinishedRequestOver) {
+    CRequest request;
+    request.put_PolicyID("1.2.3.4");
+    giveHash(request);
+    auto const der = exported(request);
+    CRequest copy;
+    copy.put_UseNonce(false);
+    import(copy, der);
+    EXPECT_EQ(exported(copy), der);
+    EXPECT_TRUE(copy.get_UseNonce());
+    EXPECT_STREQ(copy.get_PolicyID(), "1.2.3.4");
+    EXPECT_EQ(copy.get_DataHashAlg(), 0x800Cu);
+    EXPECT_EQ(hashOf(copy), sha256("data"));
+}
+
+TEST_F(Request, FailedImportLeavesTheBytesBehind) {
+    CRequest request;
+    giveHash(request);
+    EXPECT_EQ(codeOf([&] { import(request, "noise"); }), 0x80093101u);
+    EXPECT_EQ(exported(request), "noise");
+    request.put_CertReq(!request.get_CertReq());
+    EXPECT_EQ(hashOf(request), sha256("data"));
+}
+
+TEST_F(Request, ImportedExtensionsDoNotSurviveAChange) {
+    auto const extension = testing::element(0xA0, testing::extension("1.2.3.5", false));
+    auto const imprint = testing::sequence(testing::sequence(testing::oid(testing::sha256Oid)) +
+                                           testing::element(4, sha256("data")));
+    auto const with = testing::sequence(testing::integer("\x01") + imprint + extension);
+    auto const without = testing::sequence(testing::integer("\x01") + imprint);
+    CRequest request;
+    import(request, with);
+    EXPECT_FALSE(request.get_UseNonce());
+    EXPECT_EQ(exported(request), with);
+    request.put_CertReq(true);
+    request.put_CertReq(false);
+    EXPECT_EQ(exported(request), without);
+}
+
+TEST_F(Request, CopiesRunOnTheirOwn) {
+    CRequest request;
+    request.put_TSAAddress(L"http://tsa/");
+    request.put_ProxyUserName(L"me");
+    request.put_Flags(3);
+    feed(request, "da");
+    CRequest copy(request);
+    feed(request, "y");
+    feed(copy, "ta");
+    EXPECT_EQ(hashOf(copy), sha256("data"));
+    EXPECT_EQ(hashOf(request), sha256("day"));
+    EXPECT_STREQ(copy.get_TSAAddress(), L"http://tsa/");
+    EXPECT_STREQ(copy.get_ProxyUserName(), L"me");
+    EXPECT_EQ(copy.get_Flags(), 3u);
+    copy = request;
+    EXPECT_EQ(exported(copy), exported(request));
+}
+
+TEST_F(Request, TakesItsDefaultsFromPolicy) {
+    setPolicy("DefaultHashAlg = '1.3.14.3.2.26 SHA-1'\nDefaultTSPURL = 'https://tsa/'\n"
+              "DefaultProxy = 'http://proxy/'\nAuthSSLTypeDefault = 1\nAuthTypeDefault = 2\n"
+              "ProxyAuthSSLTypeDefault = 8\nProxyAuthTypeDefault = 16\nDefaultPolicyID = '1.2'\n"
+              "UseNonceByDefault = false\nDefaultCertReq = true");
+    CRequest request;
+    EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
+    EXPECT_STREQ(request.get_TSAAddress(), L"https://tsa/");
+    EXPECT_EQ(request.get_TSAAuthType(), AuthBasic);
+    EXPECT_EQ(request.get_ProxyAuthType(), AuthNegotiate);
+    EXPECT_STREQ(request.get_PolicyID(), "1.2");
+    EXPECT_FALSE(request.get_UseNonce());
+    EXPECT_TRUE(request.get_CertReq());
+    request.put_TSAAddress(L"http://tsa/");
+    EXPECT_EQ(request.get_TSAAuthType(), AuthBasic) << "an address leaves the scheme alone";
+    request.put_ProxyAddress(nullptr);
+    EXPECT_STREQ(request.get_ProxyAddress(), L"");
+}
+
+TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
+    setPolicy("");
+    std::string const engine = std::string(OPENSSL_info(OPENSSL_INFO_ENGINES_DIR)) + "/gost.so";
+    if (::access(engine.c_str(), R_OK) != 0) {
+        GTEST_SKIP() << "OpenSSL has no GOST engine here";
+    }
+    CRequest request;
+    EXPECT_EQ(request.get_DataHashAlg(), 0x801Eu);
+    EXPECT_STREQ(request.get_DataHashAlgOID(), "1.2.643.2.2.9");
+    feed(request, "data");
+    EXPECT_EQ(hashOf(request).size(), 32u);
+}
+
+// In a process of its own, for OpenSSL looks for its engines once.
+TEST_F(Request, FallsBackOnSha1WhereThePlatformHasNoGost) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto const withoutEngines = [] {
+        ::setenv("OPENSSL_ENGINES", Configuration::instance().folder().c_str(), 1);
+        setPolicy("");
+        CRequest request;
+        bool const sha1 = request.get_DataHashAlg() == 0x8004 &&
+                          std::string(request.get_DataHashAlgOID()) == "1.3.14.3.2.26";
+        feed(request, "data");
+        bool const refused = codeOf([] { CRequest().put_DataHashAlg(0x801Eu); }) == 0x80090008u;
+        std::exit(sha1 && refused && hashOf(request).size() == 20 ? 0 : 1);
+    };
+    EXPECT_EXIT(withoutEngines(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Request, LegacyReadingSeesEachChange) {
+    setPolicy("DefaultTSPURL = 'http://one/'");
+    CRequest request;
+    setPolicy("DefaultTSPURL = 'http://two/'\nUseNonceByDefault = false");
+    EXPECT_STREQ(CRequest().get_TSAAddress(), L"http://two/");
+    EXPECT_STREQ(request.get_TSAAddress(), L"http://one/");
+}
+
+TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto& configuration = Configuration::instance();
+    EXPECT_EXIT(
+        {
+            configuration.set("DefaultTSPURL = 'http://one/'", {}, false);
+            CRequest const first;
+            configuration.set("DefaultTSPURL = 'http://two/'", {}, false);
+            std::wstring const seen = CRequest().get_TSAAddress();
+            std::_Exit(seen == L"http://one/" ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            configuration.set("DefaultTSPURL = 3", {}, false); // can't be read, for ever
+            auto const first = codeOf([] { CRequest(); });
+            configuration.set("", {}, false);
+            auto const second = codeOf([] { CRequest(); });
+            std::_Exit(first == 0x8007045A && second == 0x8007045A ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    configuration.set("");
+}
+
+TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
+    testing::Authority const authority;
+    auto const certificate = testing::certificateOf(authority.signerDer());
+    CRequest request;
+    request.put_ClientCertificate(certificate.get());
+    EXPECT_EQ(request.get_ClientCertificate(), certificate.get());
+
+    ATL2::CCertStore my;
+    my.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"My");
+    wchar_t container[] = L"container";
+    CRYPT_KEY_PROV_INFO key{};
+    key.pwszContainerName = container;
+    auto const withKey = testing::certificateOf(authority.signerDer());
+    ASSERT_TRUE(
+        CertSetCertificateContextProperty(withKey.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
+    ASSERT_TRUE(
+        CertAddCertificateContextToStore(my.get(), withKey.get(), CERT_STORE_ADD_ALWAYS, nullptr));
+    request.put_ClientCertificate(certificate.get());
+    ASSERT_NE(request.get_ClientCertificate(), certificate.get());
+    DWORD size = 0;
+    EXPECT_TRUE(CertGetCertificateContextProperty(request.get_ClientCertificate(),
+                                                  CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size));
+    request.put_ClientCertificate(nullptr);
+    EXPECT_EQ(request.get_ClientCertificate(), nullptr);
+}
+
+} // namespace
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,213 @@
+// SendPKIRequest and what it rests on can be made to answer as a test wants: see the functions with
+// C linkage.
+#include "client/send_request.h"
+
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "basalt10/provider.h"
+#include "basalt20/network.h"
+#include "client/request.h"
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/loopback_server.h"
+#include "client/testing/stores.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace {
+
+struct FakeAnswer {
+    std::uint64_t status = 0;
+    DWORD lastError = 0;
+    std::string body = {};
+};
+
+std::optional<FakeAnswer> fakeAnswer;
+bool providerMissing = false;
+
+template <class Function>
+Function real(char const* name) {
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+extern "C" {
+
+std::uint64_t SendPKIRequest(LPCWSTR url, LPCWSTR userAgent, LPCWSTR headers, LPCWSTR proxy,
+                             LPCWSTR credentials, PKI_BUFFER* request,
+                             PKI_BUFFER* response) noexcept {
+    if (!fakeAnswer) {
+        return real<decltype(&SendPKIRequest)>("SendPKIRequest")(url, userAgent, headers, proxy,
+                                                                 credentials, request, response);
+    }
+    auto const size = fakeAnswer->body.size();
+    response->data = new BYTE[size];
+    std::memcpy(response->data, fakeAnswer->body.data(), size);
+    response->size = response->capacity = static_cast<std::uint32_t>(size);
+    SetLastError(fakeAnswer->lastError);
+    return fakeAnswer->status;
+}
+
+BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR provider, DWORD type,
+                          DWORD flags) noexcept {
+    if (providerMissing && type == PROV_GOST_2012_256) {
+        SetLastError(NTE_PROV_TYPE_NOT_DEF);
+        return FALSE;
+    }
+    return real<decltype(&CryptAcquireContextA)>("CryptAcquireContextA")(context, container,
+                                                                         provider, type, flags);
+}
+}
+
+namespace Halcyon::PKI::TSP::Client {
+namespace {
+
+using testing::bytes;
+using testing::HttpAnswer;
+using testing::HttpRequest;
+
+constexpr wchar_t ocsp[] = L"Content-type: application/ocsp-request";
+
+CBlob blobOf(std::string const& text) {
+    return CBlob(bytes(text), text.size());
+}
+
+std::string textOf(CBlob const& blob) {
+    return {reinterpret_cast<char const*>(blob.pbData()), blob.cbData()};
+}
+
+struct Sent {
+    std::string answer;
+    std::uint64_t status;
+    DWORD error;
+};
+
+Sent send(WinHTTPParams params, std::string const& text, wchar_t const* headers = nullptr,
+          bool useCache = false, bool cacheOnly = false) {
+    auto body = blobOf(text);
+    SetLastError(77);
+    auto const answer =
+        SendRequest(&params, L"agent", headers, &body, false, useCache, nullptr, cacheOnly);
+    return {textOf(answer), params.httpStatus, GetLastError()};
+}
+
+TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
+    int status = 200;
+    testing::LoopbackServer server([&](HttpRequest const& r) {
+        return HttpAnswer{status, "got " + std::to_string(r.body.size())};
+    });
+    WinHTTPParams params;
+    params.address = server.url();
+    auto const large = send(params, std::string(10000, 'x'));
+    EXPECT_EQ(large.answer, "got 10000");
+    EXPECT_EQ(large.status, 200u);
+    status = 500;
+    auto const failed = send(params, "");
+    EXPECT_EQ(failed.answer, "got 0");
+    EXPECT_EQ(failed.status, 500u);
+    auto const head = server.requests().at(0).head;
+    EXPECT_TRUE(head.starts_with("POST / HTTP/1.1\r\n"));
+    EXPECT_NE(head.find("User-Agent: agent\r\n"), std::string::npos);
+    EXPECT_EQ(head.find("Content-Type:"), std::string::npos) << "null headers mean none";
+}
+
+TEST(SendRequest, CacheOnlyNeverGoesByPost) {
+    testing::Configuration::instance().set("");
+    testing::LoopbackServer server([](HttpRequest const&) { return HttpAnswer{200, "x"}; });
+    WinHTTPParams params;
+    params.address = server.url();
+    params.httpStatus = 42;
+    auto withProxy = params;
+    withProxy.proxyAddress = L"http://proxy/";
+    for (auto const* headers : {ocsp, static_cast<wchar_t const*>(nullptr)}) {
+        for (auto const& each : {params, withProxy}) {
+            auto const sent = send(each, "x", headers, false, true);
+            EXPECT_EQ(sent.answer, "");
+            EXPECT_EQ(sent.status, 42u);
+        }
+    }
+    EXPECT_TRUE(server.requests().empty());
+    EXPECT_EQ(send(params, "x", ocsp).status, 200u) << "not configured: by POST";
+}
+
+TEST(SendRequest, NewLayersLastErrorIsPassedOn) {
+    fakeAnswer = FakeAnswer{404, 1234};
+    auto const sent = send({}, "x");
+    fakeAnswer.reset();
+    EXPECT_EQ(sent.status, 404u);
+    EXPECT_EQ(sent.error, 1234u);
+}
+
+// The bodies of the death tests, which run in processes of their own and give their exit status: 0
+// when all is well.
+
+int oldLayer() {
+    struct Case {
+        std::uint64_t status;
+        DWORD error;
+    };
+    static constexpr Case cases[] = {
+        {400, 12009}, {505, 12009}, {508, 12009}, {401, 12015}, {403, 12175}, {404, 12007},
+        {405, 12011}, {406, 12029}, {409, 12029}, {410, 12029}, {503, 12029}, {407, 12187},
+        {408, 12002}, {504, 12002}, {411, 12153}, {412, 12153}, {413, 12154}, {414, 12005},
+        {429, 12030}, {500, 12030}, {501, 12030}, {502, 12188}, {506, 12017}, {507, 8},
+        {0, 12004},   {204, 12004}, {402, 12004}};
+    providerMissing = true;
+    int wrong = 0;
+    for (auto const& [status, error] : cases) {
+        fakeAnswer = FakeAnswer{status, 0};
+        wrong += send({}, "x").error != error;
+    }
+    fakeAnswer = FakeAnswer{404, 0};
+    testing::Configuration::instance().set("");
+    CRequest request;
+    request.put_TSAAddress(L"http://tsa/");
+    request.put_DataHash(bytes("x"), 1);
+    return wrong + (testing::codeOf([&] { request.Send(false); }) != 0x80072EE7u);
+}
+
+int cachedRoad() {
+    auto& configuration = testing::Configuration::instance();
+    configuration.set("", "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = 3000\n"
+                          "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 60\n");
+    ::setenv("XDG_CACHE_HOME", configuration.folder().c_str(), 1);
+    int status = 200;
+    testing::LoopbackServer server([&](HttpRequest const& r) {
+        return HttpAnswer{status, "answer to " + r.body};
+    });
+    WinHTTPParams params;
+    params.address = server.url(L"/ocsp");
+    std::string const body = "\xFB\xEF\xBE\xFF?"; // its Base64 has +, / and =
+    int wrong = 0;
+    auto const good = send(params, body, ocsp);
+    wrong |= good.status != 200 || good.answer != "answer to " + body ? 1 : 0;
+    status = 500;
+    auto const failed = send(params, body, ocsp);
+    wrong |= failed.status != 500 || !failed.answer.empty() ? 2 : 0;
+    params.address = L"http://127.0.0.1:1/x";
+    auto const lost = send(params, body, ocsp);
+    wrong |= lost.status != 456 || !lost.answer.empty() ? 4 : 0;
+    wrong |= testing::codeOf([&] { send(params, "", ocsp); }) == 0 ? 8 : 0;
+    auto const uncached = send(params, body, ocsp, true, true);
+    wrong |= uncached.status == 200 ? 16 : 0;
+    return wrong;
+}
+
+TEST(SendRequestDeathTest, OldLayersLastErrorComesFromTheStatus) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(std::_Exit(oldLayer()), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(SendRequestDeathTest, OcspGoesByTheCacheWhereThatIsConfigured) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(std::_Exit(cachedRoad()), ::testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+} // namespace Halcyon::PKI::TSP::Client

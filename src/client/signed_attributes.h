@@ -1,0 +1,24 @@
+// The attributes of a CMS signer as the platform gives them out, and single attributes among them.
+#pragma once
+
+#include "atl/string.h"
+#include "basalt20/message.h"
+
+namespace Halcyon {
+
+// The one attribute of that type, by the exact text, or null. Throws CAtlException 0x8007000B if
+// the type stands twice, or has other than one value.
+CRYPT_ATTRIBUTE const* FindOneInstanceSingleValueAttr(CRYPT_ATTRIBUTES const* attributes,
+                                                      char const* oid);
+
+// The signed attributes of a signer. The result leads into `buffer`, and lives until that changes.
+// Throws CAtlException with the platform's code.
+CRYPT_ATTRIBUTES const* ExtractSignedAttributes(HCRYPTMSG message, unsigned signer,
+                                                ATL::CStringA& buffer);
+
+// Whether the message's content has the type `oid` (empty text: any), and the signer's contentType
+// attribute names the same type. Without that attribute the result is `allowMissing`. Throws
+// CAtlException.
+bool MatchEContentType(HCRYPTMSG message, unsigned signer, char const* oid, bool allowMissing);
+
+} // namespace Halcyon

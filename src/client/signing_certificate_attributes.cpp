@@ -1,0 +1,136 @@
+// Reading and judging of the signing-certificate attributes.
+#include "client/signing_certificate_attributes.h"
+
+#include "asn1/certificate_identification.h"
+#include "asn1/other_signing_certificate.h"
+#include "asn1/signing_certificate.h"
+#include "asn1/signing_certificate_v2.h"
+#include "base/atl_exception.h"
+#include "client/signed_attributes.h"
+#include "client/trace.h"
+
+namespace Halcyon::PKI {
+
+namespace {
+
+using ASN1::COtherCertID;
+
+constexpr std::int32_t badFormat = hr(0x8007000Bu);
+constexpr std::int32_t notFound = hr(0x80092004u);
+
+// The first certificate that an attribute of this class names, or nothing where the attribute is
+// absent.
+template <class Attribute, class Convert>
+std::unique_ptr<COtherCertID> firstCertificate(CRYPT_ATTRIBUTES const* attributes, char const* oid,
+                                               Convert convert) {
+    auto const* found = FindOneInstanceSingleValueAttr(attributes, oid);
+    if (!found) {
+        return nullptr;
+    }
+    Attribute const attribute(CBlob(found->rgValue[0].pbData, found->rgValue[0].cbData));
+    if (attribute.get_certs().empty()) {
+        ATL::AtlThrowImpl(badFormat); // there is no first one to read
+    }
+    return std::make_unique<COtherCertID>(convert(attribute.get_certs().front()));
+}
+
+struct Identifiers {
+    explicit Identifiers(CRYPT_ATTRIBUTES const* attributes)
+        : v1(GetSignCertAttr(attributes)), other(GetOtherSignCertAttr(attributes)),
+          v2(GetSignCertAttrV2(attributes)) {}
+
+    bool none() const { return !v1 && !other && !v2; }
+
+    // V1 goes with nothing but, in a time-stamp, V2; there one of these two has to be.
+    bool mayStandTogether(bool timestampRules) const {
+        if (timestampRules) {
+            return v1 ? !other : v2 != nullptr;
+        }
+        return !v1 || (!other && !v2);
+    }
+
+    std::unique_ptr<COtherCertID> v1;
+    std::unique_ptr<COtherCertID> other;
+    std::unique_ptr<COtherCertID> v2;
+};
+
+} // namespace
+
+std::unique_ptr<COtherCertID> GetSignCertAttr(CRYPT_ATTRIBUTES const* attributes) {
+    return firstCertificate<ASN1::CAttrSigningCertificate>(
+        attributes, "1.2.840.113549.1.9.16.2.12", [](ASN1::CESSCertID const& certificate) {
+            COtherCertID id(certificate.get_certHash(),
+                            ASN1::CAlgorithmIdentifier("1.3.14.3.2.26"));
+            id.put_issuerSerial(certificate.get_issuerSerial());
+            return id;
+        });
+}
+
+std::unique_ptr<COtherCertID> GetOtherSignCertAttr(CRYPT_ATTRIBUTES const* attributes) {
+    return firstCertificate<ASN1::CAttrOtherSigningCertificate>(
+        attributes, "1.2.840.113549.1.9.16.2.19",
+        [](COtherCertID const& certificate) { return certificate; });
+}
+
+std::unique_ptr<COtherCertID> GetSignCertAttrV2(CRYPT_ATTRIBUTES const* attributes) {
+    return firstCertificate<ASN1::CAttrSigningCertificateV2>(
+        attributes, "1.2.840.113549.1.9.16.2.47", [](ASN1::CESSCertIDv2 const& certificate) {
+            COtherCertID id(certificate.get_certHash(), certificate.get_hashAlgorithm());
+            id.put_issuerSerial(certificate.get_issuerSerial());
+            return id;
+        });
+}
+
+COtherCertID GetSignerCertIdEx(CRYPT_ATTRIBUTES const* attributes, bool timestampRules) {
+    Identifiers const ids(attributes);
+    if (ids.none()) {
+        trace("GetSignerCertIdEx", "(other)SigningCert attribute not found\n");
+        ATL::AtlThrowImpl(notFound);
+    }
+    if (!ids.mayStandTogether(timestampRules)) {
+        trace("GetSignerCertIdEx",
+              "Multiple instances of signingCert attributes are not allowed.\n");
+        ATL::AtlThrowImpl(badFormat);
+    }
+    return ids.v2 ? *ids.v2 : ids.other ? *ids.other : *ids.v1;
+}
+
+bool CheckSignerCertIdEx(CRYPT_ATTRIBUTES const* attributes, CBlob certificate,
+                         bool attributeRequired, bool timestampRules) {
+    constexpr char function[] = "CheckSignerCertIdEx";
+    Identifiers const ids(attributes);
+    if (ids.none()) {
+        trace(function, "signingCert attribute not found\n");
+        return !attributeRequired;
+    }
+    auto fails = [&](std::unique_ptr<COtherCertID> const& id, TraceText text) {
+        if (!id || OtherCertIDMatches(*id, certificate)) {
+            return false;
+        }
+        trace(function, text);
+        return true;
+    };
+    if (fails(ids.v2, "signinging-certificate-v2 attribute doesn't match signer's certificate\n") ||
+        fails(ids.other,
+              "other-signinging-certificate attribute doesn't match signer's certificate\n") ||
+        fails(ids.v1, "signinging-certificate attribute doesn't match signer's certificate\n")) {
+        return false;
+    }
+    if (timestampRules && !ids.v1 && !ids.v2) {
+        trace(function, "Timestamp should have at least one signingCert attribute.\n");
+        return false;
+    }
+    return ids.mayStandTogether(timestampRules);
+}
+
+bool CheckSignerCertId(HCRYPTMSG message, unsigned signer, CBlob certificate,
+                       bool attributeRequired, bool timestampRules) {
+    if (!message) {
+        return false;
+    }
+    ATL::CStringA buffer;
+    return CheckSignerCertIdEx(ExtractSignedAttributes(message, signer, buffer), certificate,
+                               attributeRequired, timestampRules);
+}
+
+} // namespace Halcyon::PKI

@@ -1,0 +1,185 @@
+#include "client/signing_certificate_attributes.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "asn1/certificate_identification.h"
+#include "asn1/other_signing_certificate.h"
+#include "asn1/signing_certificate.h"
+#include "asn1/signing_certificate_v2.h"
+#include "client/signed_attributes.h"
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/stores.h"
+
+namespace Halcyon::PKI {
+namespace {
+
+using ASN1::CAlgorithmIdentifier;
+using ASN1::CAttrValue;
+using TSP::Client::testing::bytes;
+using TSP::Client::testing::codeOf;
+
+constexpr char sha1Oid[] = "1.3.14.3.2.26";
+constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
+
+// Attributes in the platform's record, each with the values given.
+class AttributeList {
+public:
+    void add(CAttrValue const& value) { add(value.get_oid(), {value.get_value()}); }
+    void add(std::string const& oid, std::vector<CBlob> const& values) {
+        oids_.push_back(std::make_unique<std::string>(oid));
+        values_.push_back(std::make_unique<std::vector<CBlob>>(values));
+        auto& blobs = *blobs_.emplace_back(std::make_unique<std::vector<CRYPT_ATTR_BLOB>>());
+        for (auto const& value : *values_.back()) {
+            blobs.push_back({static_cast<DWORD>(value.cbData()), value.pbData()});
+        }
+        records_.push_back({oids_.back()->data(), static_cast<DWORD>(blobs.size()), blobs.data()});
+        list_ = {static_cast<DWORD>(records_.size()), records_.data()};
+    }
+    CRYPT_ATTRIBUTES const* get() const { return &list_; }
+
+private:
+    std::vector<std::unique_ptr<std::string>> oids_;
+    std::vector<std::unique_ptr<std::vector<CBlob>>> values_;
+    std::vector<std::unique_ptr<std::vector<CRYPT_ATTR_BLOB>>> blobs_;
+    std::vector<CRYPT_ATTRIBUTE> records_;
+    CRYPT_ATTRIBUTES list_{};
+};
+
+class SigningCertificateAttributes : public testing::Test {
+protected:
+    static CBlob blobOf(std::string const& der) { return CBlob(bytes(der), der.size()); }
+    static CBlob hashOf(CBlob const& certificate, char const* algorithm) {
+        return ASN1::CalculateCertificateHash(
+            certificate.pbData(), static_cast<unsigned>(certificate.cbData()), algorithm);
+    }
+
+    static ASN1::CAttrSigningCertificate v1(CBlob const& certificate) {
+        ASN1::CESSCertIDList certificates;
+        certificates.push_back(ASN1::CESSCertID(hashOf(certificate, sha1Oid)));
+        return ASN1::CAttrSigningCertificate(certificates);
+    }
+    static ASN1::CAttrOtherSigningCertificate other(CBlob const& certificate) {
+        ASN1::COtherCertIDList certificates;
+        certificates.push_back(
+            ASN1::COtherCertID(hashOf(certificate, sha256Oid), CAlgorithmIdentifier(sha256Oid)));
+        return ASN1::CAttrOtherSigningCertificate(certificates);
+    }
+    static ASN1::CAttrSigningCertificateV2 v2(CBlob const& certificate) {
+        ASN1::CESSCertIDv2List certificates;
+        certificates.push_back(ASN1::CESSCertIDv2(hashOf(certificate, sha256Oid)));
+        return ASN1::CAttrSigningCertificateV2(certificates);
+    }
+
+    bool check(AttributeList const& list, bool timestamp, bool required = true) {
+        return CheckSignerCertIdEx(list.get(), mine_, required, timestamp);
+    }
+
+    TSP::Client::testing::Authority authority_;
+    CBlob mine_ = blobOf(authority_.signerDer());
+    CBlob foreign_ = blobOf(authority_.rootDer());
+};
+
+TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
+    struct Case {
+        bool v1, other, v2;
+        bool plain, timestamp;
+    };
+    for (auto const& test :
+         {Case{true, false, false, true, true}, Case{false, true, false, true, false},
+          Case{false, false, true, true, true}, Case{true, true, false, false, false},
+          Case{true, false, true, false, true}, Case{false, true, true, true, true},
+          Case{true, true, true, false, false}}) {
+        AttributeList list;
+        if (test.v1) {
+            list.add(v1(mine_));
+        }
+        if (test.other) {
+            list.add(other(mine_));
+        }
+        if (test.v2) {
+            list.add(v2(mine_));
+        }
+        for (bool const timestamp : {false, true}) {
+            bool const accepted = timestamp ? test.timestamp : test.plain;
+            EXPECT_EQ(check(list, timestamp), accepted);
+            EXPECT_EQ(codeOf([&] { GetSignerCertIdEx(list.get(), timestamp); }),
+                      accepted ? 0u : 0x8007000Bu)
+                << test.v1 << test.other << test.v2 << timestamp;
+        }
+    }
+}
+
+TEST_F(SigningCertificateAttributes, NoneIsLeftToTheCaller) {
+    AttributeList const none;
+    EXPECT_FALSE(check(none, true, true));
+    EXPECT_TRUE(check(none, true, false));
+    EXPECT_EQ(codeOf([&] { GetSignerCertIdEx(none.get(), true); }), 0x80092004u);
+    EXPECT_FALSE(CheckSignerCertId(nullptr, 0, mine_, false, true));
+}
+
+TEST_F(SigningCertificateAttributes, EachHasToNameTheCertificate) {
+    AttributeList list;
+    list.add(v1(mine_));
+    list.add(v2(foreign_));
+    EXPECT_FALSE(check(list, true));
+    auto const winner = GetSignerCertIdEx(list.get(), true);
+    EXPECT_TRUE(ASN1::OtherCertIDMatches(winner, foreign_)) << "the second version counts first";
+}
+
+TEST_F(SigningCertificateAttributes, OnlyTheFirstCertificateCounts) {
+    ASN1::CESSCertIDv2List certificates;
+    certificates.push_back(ASN1::CESSCertIDv2(hashOf(mine_, sha256Oid)));
+    certificates.push_back(ASN1::CESSCertIDv2(hashOf(foreign_, sha256Oid)));
+    AttributeList list;
+    list.add(ASN1::CAttrSigningCertificateV2(certificates));
+    EXPECT_TRUE(check(list, true));
+}
+
+TEST_F(SigningCertificateAttributes, IssuerAndSerialNumberCountWhereTheyStand) {
+    auto idWith = [&](CBlob const& source) {
+        auto const issuerSerial = ASN1::GetIssuerSerialFromCertificate(source);
+        ASN1::CESSCertIDv2 id(hashOf(mine_, sha256Oid));
+        id.put_issuerSerial(&issuerSerial);
+        ASN1::CESSCertIDv2List certificates;
+        certificates.push_back(id);
+        AttributeList list;
+        list.add(ASN1::CAttrSigningCertificateV2(certificates));
+        return check(list, true);
+    };
+    EXPECT_TRUE(idWith(mine_));
+    EXPECT_FALSE(idWith(foreign_));
+}
+
+TEST_F(SigningCertificateAttributes, MalformedOnesAreFailures) {
+    auto const good = v1(mine_);
+    AttributeList doubled;
+    doubled.add(good);
+    doubled.add(good);
+    EXPECT_EQ(codeOf([&] { check(doubled, true); }), 0x8007000Bu);
+    AttributeList twoValues;
+    twoValues.add(good.get_oid(), {good.get_value(), good.get_value()});
+    EXPECT_EQ(codeOf([&] { check(twoValues, true); }), 0x8007000Bu);
+    AttributeList noise;
+    noise.add(good.get_oid(), {blobOf("noise")});
+    EXPECT_EQ(codeOf([&] { check(noise, true); }), 0x80093101u);
+    AttributeList empty;
+    empty.add(good.get_oid(), {blobOf(std::string("\x30\x02\x30\x00", 4))});
+    EXPECT_NE(codeOf([&] { check(empty, true); }), 0u) << "no certificate at all";
+}
+
+TEST(SignedAttributes, FindOneOfAType) {
+    AttributeList list;
+    list.add("1.2.3", {CBlob(1ul)});
+    list.add("1.2.34", {});
+    EXPECT_EQ(FindOneInstanceSingleValueAttr(list.get(), "1.2.3"), &list.get()->rgAttr[0]);
+    EXPECT_EQ(FindOneInstanceSingleValueAttr(list.get(), "1.2"), nullptr);
+    EXPECT_EQ(codeOf([&] { FindOneInstanceSingleValueAttr(list.get(), "1.2.34"); }), 0x8007000Bu);
+    EXPECT_EQ(FindOneInstanceSingleValueAttr(AttributeList().get(), "1.2.3"), nullptr);
+}
+
+} // namespace
+} // namespace Halcyon::PKI

@@ -1,0 +1,24 @@
+// Delivery into a caller's buffer.
+#include "client/sized_output.h"
+
+#include <cstring>
+#include <utility>
+
+#include "base/atl_exception.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+void deliver(CBlob const& bytes, unsigned char* out, unsigned long* size) {
+    auto const room = std::exchange(*size, bytes.cbData());
+    if (!out) {
+        return;
+    }
+    if (bytes.cbData() > room) {
+        ATL::AtlThrowImpl(hr(0x800700EAu));
+    }
+    if (bytes.cbData() != 0) {
+        std::memcpy(out, bytes.pbData(), bytes.cbData());
+    }
+}
+
+} // namespace Halcyon::PKI::TSP::Client

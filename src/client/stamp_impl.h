@@ -1,0 +1,100 @@
+// CStamp::Impl: the fields of a stamp, its store of certificates, and what is opened and found on
+// demand.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "asn1/big_integer.h"
+#include "asn1/extensions.h"
+#include "asn1/other_cert_id.h"
+#include "atl/cert_context.h"
+#include "atl/cert_store.h"
+#include "atl/crypt_msg.h"
+#include "base/blob.h"
+#include "base/date_time.h"
+#include "client/stamp.h"
+#include "sup/types.h"
+
+namespace Halcyon::PKI::TSP {
+class CResponse;
+class CToken;
+} // namespace Halcyon::PKI::TSP
+
+namespace Halcyon::PKI::TSP::Client {
+
+// A non-empty token means that there is a stamp. The lookups and `InitializeCryptMsg` return codes;
+// everything else throws.
+class __attribute__((visibility("hidden"))) CStamp::Impl {
+public:
+    Impl();
+    // Shares the source's store; the signer's certificate and the message are found and opened
+    // anew.
+    Impl(Impl const& source);
+    // Empties the target first, but for its extensions, signer's certificate and message.
+    Impl& operator=(Impl const& source);
+
+    // Leaves tsaCertificate, cryptMsg, ordering, version, dataHashAlg and extensions.
+    void clear();
+    // Throws 0x8007139F without a token.
+    void requireToken() const;
+
+    // Steps of an import.
+    void readStatus(CResponse const& response);
+    void readToken(CToken const& token);
+    void compareWith(CBlob const& requestHash, ASN1::CBigInteger const& requestNonce) const;
+    void accept(CBlob const& bytes, std::shared_ptr<CToken const> decoded);
+    HRESULT AppendCertificateValuesToCertificates();
+
+    // 0x80004005 if the message is open already. A message that can't be fed stays open.
+    HRESULT InitializeCryptMsg();
+    HRESULT IsContentTypeMatch();
+    HRESULT GetTSAOtherCertID(ASN1::COtherCertID& id);
+    // Find the signer's certificate by the signed attributes, and by the signer's identifier.
+    HRESULT GetTSACertBySigAttr(void** stores, unsigned long count, _CERT_CONTEXT const* hint);
+    HRESULT GetTSACertByIssSerial(void** stores, unsigned long count);
+
+    HRESULT verify(_CERT_CONTEXT const* certificate, char const* extensionList);
+    HRESULT verifyCertificate(_CERT_CONTEXT const* certificate, void** stores, unsigned long count);
+
+    unsigned int status = 0;
+    std::wstring statusString;
+    unsigned int failInfo = 0;
+    bool hasStatus = false;
+    ATL2::CCertStore certificates;
+    ATL2::CCertContext tsaCertificate;
+    std::string policyID;
+    ASN1::CBigInteger nonce;
+    ASN1::CBigInteger serialNumber;
+    CDateTime time = CDateTime(0L, 0);
+    long accuracy = -1;
+    long defaultAccuracy = -1;
+    bool ordering = false;
+    int version = 0;
+    ASN1::CExtensions extensions;
+    unsigned int dataHashAlg = 0;
+    std::string dataHashAlgOID;
+    std::string signatureAlgOID;
+    std::wstring tsa;
+    CBlob tsaBlob;
+    CBlob dataHash;
+    CBlob token;
+    CBlob signature;
+    ATL2::CCryptMsg cryptMsg;
+
+private:
+    void openStore();
+    void readNames(CToken const& source);
+    void addCertificate(CBlob const& der);
+    HRESULT openMessageOnDemand();
+    CToken const& decodedToken();
+    _CERT_CONTEXT const* certificateToJudge(_CERT_CONTEXT const* given, void** stores,
+                                            unsigned long count);
+    ATL2::CCertStore collectStores(void** stores, unsigned long count) const;
+    HRESULT judgeChain(_CERT_CONTEXT const* certificate, ATL2::CCertStore const& stores) const;
+
+    std::shared_ptr<CToken const> decoded_; // `token`, taken apart
+    bool messageIsCurrent_ = false;         // `cryptMsg` holds `token`, and not an earlier one
+};
+
+} // namespace Halcyon::PKI::TSP::Client

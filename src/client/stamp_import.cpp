@@ -1,0 +1,234 @@
+// Import: from the bytes of an answer or a token to the fields of a stamp.
+#include <cstring>
+
+#include "asn1/certificate_value.h"
+#include "atl/platform_answer.h"
+#include "basalt10/oid_information.h"
+#include "basalt20/store.h"
+#include "base/atl_exception.h"
+#include "client/request_impl.h"
+#include "client/result_codes.h"
+#include "client/stamp_impl.h"
+#include "client/trace.h"
+#include "core/response.h"
+#include "core/token.h"
+#include "sup/error_codes.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+namespace {
+
+constexpr char certValuesOid[] = "1.2.840.113549.1.9.16.2.23";
+
+// Statuses up to here carry a token; up to the next one they are a refusal; the rest is unknown.
+constexpr unsigned int lastGranted = 1;
+constexpr unsigned int lastKnown = 6;
+
+// In 32 bits: more than 4294 seconds wrap.
+long microsecondsOf(std::uint32_t const* accuracy) {
+    std::uint32_t const total = accuracy[0] * 1000000u + accuracy[1] * 1000u + accuracy[2];
+    return static_cast<long>(total);
+}
+
+unsigned int algIdOf(std::string const& oid) {
+    auto const algId = CertOIDToAlgId(oid.c_str());
+    if (algId == 0) {
+        ATL::AtlThrowImpl(resultFromLastError(hr(NTE_BAD_ALGID)));
+    }
+    return algId;
+}
+
+bool decodes(CResponse& response, CBlob const& bytes) {
+    try {
+        response.decode(bytes);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+} // namespace
+
+void CStamp::Import(unsigned char const* data, unsigned long size, CRequest const* request) {
+    trace("Import", "Importing time-stamp...\n");
+    auto& stamp = *impl_;
+    stamp.clear();
+    CBlob bytes(data, size);
+    CResponse response;
+    std::shared_ptr<CToken const> token;
+    if (decodes(response, bytes)) {
+        trace("Import", "Checking status of time-stamp response...\n");
+        stamp.readStatus(response);
+        if (stamp.status <= lastGranted && response.get_timeStampToken()) {
+            token = response.share_timeStampToken();
+            bytes = token->encode();
+        }
+    } else {
+        trace("Import", "Failed to decode as time-stamp response...\n");
+        trace("Import", "Trying to decode as time-stamp token...\n");
+        auto bare = std::make_shared<CToken>();
+        bare->decode(bytes);
+        token = std::move(bare);
+    }
+    if (token) {
+        trace("Import", "Parsing and checking time-stamp token fields...\n");
+        stamp.readToken(*token);
+        if (request) {
+            stamp.compareWith(request->impl_->dataHash, request->impl_->nonce);
+        }
+        stamp.accept(bytes, std::move(token));
+    }
+    trace("Import", "Importing time-stamp... OK\n");
+}
+
+void CStamp::Impl::clear() {
+    certificates.Destroy();
+    if (certificates.get()) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    openStore();
+    status = 0;
+    statusString.clear();
+    failInfo = 0;
+    policyID.clear();
+    tsaBlob.clear();
+    tsa.clear();
+    dataHash.clear();
+    token.clear();
+    accuracy = -1;
+    defaultAccuracy = -1;
+    time = CDateTime::Now();
+    hasStatus = false;
+    nonce.clear();
+    serialNumber.clear();
+    dataHashAlgOID.clear();
+    signature.clear();
+    signatureAlgOID.clear();
+    decoded_.reset();
+    messageIsCurrent_ = false;
+}
+
+void CStamp::Impl::openStore() {
+    certificates.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
+}
+
+void CStamp::Impl::readStatus(CResponse const& response) {
+    auto const& info = *response.get_status();
+    status = info.get_pkiStatus();
+    statusString.clear();
+    for (auto const& text : info.get_statusString()) {
+        statusString += text.get_value();
+    }
+    failInfo = info.get_failureInfo().get_value();
+    if (status > lastKnown) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    hasStatus = true;
+}
+
+void CStamp::Impl::readToken(CToken const& source) {
+    version = source.get_version();
+    if (source.get_accuracy()) {
+        accuracy = microsecondsOf(source.get_accuracy());
+    }
+    time = source.get_genTime();
+    dataHashAlgOID = source.get_hashAlgorithm().get_algorithm();
+    dataHashAlg = algIdOf(dataHashAlgOID);
+    dataHash = source.get_hashedMessage();
+    if (source.get_nonce()) {
+        nonce = *source.get_nonce();
+    }
+    ordering = source.get_ordering();
+    if (*source.get_policy() != '\0') {
+        policyID = source.get_policy();
+    }
+    serialNumber = source.get_serialNumber();
+    signatureAlgOID = source.get_signerInfo().get_signatureAlgorithm().get_algorithm();
+    signature = source.get_signerInfo().get_signature();
+    readNames(source);
+    if (source.get_certificates()) {
+        for (auto const& certificate : *source.get_certificates()) {
+            addCertificate(certificate);
+        }
+    }
+}
+
+void CStamp::Impl::readNames(CToken const& source) {
+    if (source.get_tsa()) {
+        tsaBlob = source.get_tsa()->encode();
+        tsa = source.get_tsa()->toString().c_str();
+    }
+    extensions.clear();
+    if (source.get_extensions()) {
+        for (auto const& extension : *source.get_extensions()) {
+            extensions.insert(extension);
+        }
+    }
+}
+
+void CStamp::Impl::addCertificate(CBlob const& der) {
+    if (!certificates.get()) {
+        ATL::AtlThrowImpl(hr(0x80004005u));
+    }
+    ATL2::CCertContext const context(CertCreateCertificateContext(
+        ATL2::anyEncoding, der.pbData(), static_cast<DWORD>(der.cbData())));
+    if (!context || !CertAddCertificateContextToStore(certificates.get(), context.get(),
+                                                      CERT_STORE_ADD_ALWAYS, nullptr)) {
+        throwLastError();
+    }
+}
+
+void CStamp::Impl::compareWith(CBlob const& requestHash,
+                               ASN1::CBigInteger const& requestNonce) const {
+    if (requestHash != dataHash) {
+        ATL::AtlThrowImpl(hr(CRYPT_E_HASH_VALUE));
+    }
+    bool const anyNonce = requestNonce.cbData() != 0 || nonce.cbData() != 0;
+    if (anyNonce && requestNonce != nonce) {
+        ATL::AtlThrowImpl(hr(resultNonceDiffers));
+    }
+}
+
+void CStamp::Impl::accept(CBlob const& bytes, std::shared_ptr<CToken const> decoded) {
+    token = bytes;
+    decoded_ = std::move(decoded);
+    if (auto const result = AppendCertificateValuesToCertificates(); result < 0) {
+        ATL::AtlThrowImpl(result);
+    }
+}
+
+// The certificates of a long-term signature stand in an unsigned attribute (RFC 5126, 6.3.3).
+HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
+    if (!cryptMsg) {
+        auto const result = InitializeCryptMsg();
+        // A digest that the platform can't compute leaves the attributes readable.
+        if (result < 0 && result != hr(NTE_BAD_ALGID) && result != hr(CRYPT_E_UNKNOWN_ALGO)) {
+            return result;
+        }
+    }
+    ATL::CStringA buffer;
+    if (cryptMsg.GetParam(CMSG_SIGNER_UNAUTH_ATTR_PARAM, 0, buffer) < 0) {
+        return 0;
+    }
+    auto const& attributes = *reinterpret_cast<CRYPT_ATTRIBUTES const*>(buffer.GetString());
+    try {
+        for (DWORD i = 0; i < attributes.cAttr; ++i) {
+            auto const& attribute = attributes.rgAttr[i];
+            if (std::strcmp(attribute.pszObjId, certValuesOid) != 0) {
+                continue;
+            }
+            for (DWORD j = 0; j < attribute.cValue; ++j) {
+                ASN1::CCertificateValues values;
+                values.decode(CBlob(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData));
+                for (auto const& certificate : values) {
+                    addCertificate(certificate);
+                }
+            }
+        }
+    } catch (ATL::CAtlException const& failure) {
+        return failure.m_hr;
+    }
+    return 0;
+}
+
+} // namespace Halcyon::PKI::TSP::Client

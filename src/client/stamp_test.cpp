@@ -1,0 +1,291 @@
+#include "client/stamp.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/stores.h"
+
+namespace Halcyon::PKI::TSP::Client {
+namespace {
+
+using testing::Authority;
+using testing::codeOf;
+using testing::import;
+using testing::TstInfo;
+
+constexpr std::uint32_t noStamp = 0x8007139F;
+
+using Getter = void (CStamp::*)(unsigned char*, unsigned long*) const;
+
+std::string delivered(CStamp const& stamp, Getter getter) {
+    unsigned long size = 0;
+    (stamp.*getter)(nullptr, &size);
+    std::string bytes(size, '\0');
+    (stamp.*getter)(reinterpret_cast<unsigned char*>(bytes.data()), &size);
+    return bytes;
+}
+
+class Stamp : public ::testing::Test {
+protected:
+    Stamp() { testing::Configuration::instance().set(""); }
+
+    std::string token(TstInfo const& info = {}) { return authority_.token(info.encode()); }
+    CStamp imported(TstInfo const& info) {
+        CStamp stamp;
+        import(stamp, token(info));
+        return stamp;
+    }
+
+    Authority authority_;
+};
+
+void expectNoStamp(CStamp& stamp) {
+    unsigned long size = 0;
+    for (auto const getter :
+         {&CStamp::get_DataHash, &CStamp::get_SerialNumber, &CStamp::get_TSABlob}) {
+        EXPECT_EQ(codeOf([&] { (stamp.*getter)(nullptr, &size); }), noStamp);
+    }
+    EXPECT_EQ(codeOf([&] { stamp.get_Certificates(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_TSACertificate(nullptr, 0); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_DataHashAlg(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_DataHashAlgOID(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_PolicyID(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_Time(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_Accuracy(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_Ordering(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_HasNonce(); }), noStamp);
+    EXPECT_EQ(codeOf([&] { stamp.get_TSA(); }), noStamp);
+}
+
+TEST_F(Stamp, IsEmptyAtFirstAndAfterAFailedImport) {
+    CStamp stamp;
+    auto expectEmpty = [&] {
+        unsigned long size = 0;
+        expectNoStamp(stamp);
+        EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
+        EXPECT_EQ(codeOf([&] { stamp.get_StatusString(); }), noStamp);
+        EXPECT_EQ(codeOf([&] { stamp.get_FailInfo(); }), noStamp);
+        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), noStamp);
+    };
+    expectEmpty();
+    for (auto const& bytes : {std::string(), std::string("\x30"), token().substr(0, 40)}) {
+        import(stamp, token());
+        EXPECT_EQ(codeOf([&] { import(stamp, bytes); }), 0x80093101u);
+        expectEmpty();
+    }
+}
+
+TEST_F(Stamp, ReadsEveryFieldOfABareToken) {
+    TstInfo info;
+    info.accuracy = testing::sequence(testing::integer("\x02") + testing::element(0x80, "\x03") +
+                                      testing::element(0x81, "\x04"));
+    info.ordering = true;
+    info.nonce = std::string("\0\xFF", 2);
+    info.tsa = authority_.name();
+    info.genTime = "20240601120000.25Z";
+    auto const der = token(info);
+    CStamp stamp;
+    import(stamp, der);
+    EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
+    EXPECT_EQ(delivered(stamp, &CStamp::Export), der);
+    EXPECT_EQ(delivered(stamp, &CStamp::get_DataHash), info.digest);
+    EXPECT_EQ(delivered(stamp, &CStamp::get_SerialNumber), info.serial);
+    EXPECT_EQ(delivered(stamp, &CStamp::get_TSABlob), info.tsa);
+    EXPECT_NE(std::wstring(stamp.get_TSA()).find(L"Test Authority"), std::wstring::npos);
+    EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu);
+    EXPECT_STREQ(stamp.get_DataHashAlgOID(), testing::sha256Oid);
+    EXPECT_STREQ(stamp.get_PolicyID(), "1.2.3.4");
+    EXPECT_STREQ(stamp.get_Time().getGeneralizedTime().c_str(), "20240601120000.25Z");
+    EXPECT_EQ(stamp.get_Accuracy(), 2003004);
+    EXPECT_TRUE(stamp.get_Ordering());
+    EXPECT_TRUE(stamp.get_HasNonce());
+}
+
+TEST_F(Stamp, ReadsATokenWithoutOptionalFields) {
+    auto const stamp = imported({});
+    EXPECT_EQ(stamp.get_Accuracy(), -1);
+    EXPECT_FALSE(stamp.get_Ordering());
+    EXPECT_FALSE(stamp.get_HasNonce());
+    EXPECT_STREQ(stamp.get_TSA(), L"");
+    EXPECT_EQ(delivered(stamp, &CStamp::get_TSABlob), "");
+}
+
+TEST_F(Stamp, KeepsTheExactBytesOfAnAnswersToken) {
+    auto const der = token();
+    for (int const status : {0, 1}) {
+        CStamp stamp;
+        import(stamp,
+               testing::response(status, der,
+                                 testing::element(0x0C, "one") + testing::element(0x0C, "two")));
+        EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
+        EXPECT_STREQ(stamp.get_StatusString(), L"onetwo");
+        EXPECT_EQ(delivered(stamp, &CStamp::Export), der);
+    }
+}
+
+TEST_F(Stamp, RefusalHasAStatusAndNoToken) {
+    CStamp stamp;
+    for (int const status : {2, 3, 5, 6}) {
+        import(stamp, testing::response(status, ""));
+        EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
+        expectNoStamp(stamp);
+    }
+    EXPECT_EQ(codeOf([&] { import(stamp, testing::response(7, "")); }), 0x80004005u);
+    EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
+    import(stamp, testing::response(0, ""));
+    EXPECT_EQ(stamp.get_Status(), 0u);
+    expectNoStamp(stamp);
+}
+
+TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
+    auto const der = token();
+    struct Case {
+        unsigned int bits;
+        std::uint32_t code;
+    };
+    for (auto const& [bits, code] :
+         {Case{1u << 0, 0x80090008}, Case{1u << 2, 0x80090029}, Case{1u << 5, 0x80090005},
+          Case{1u << 15, 0x80090029}, Case{1u << 16, 0x80090029}, Case{1u << 17, noStamp},
+          Case{1u << 25, noStamp}, Case{1u << 1 | 1u << 2, noStamp},
+          Case{1u << 2 | 1u << 5, 0x80090029}}) {
+        CStamp stamp;
+        unsigned long size = 0;
+        import(stamp, testing::response(2, "", "", testing::failInfoBits(bits)));
+        EXPECT_EQ(stamp.get_FailInfo(), bits);
+        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), code) << bits;
+        import(stamp, testing::response(0, der, "", testing::failInfoBits(bits)));
+        EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu) << "the token is readable all the same";
+        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), code);
+    }
+}
+
+TEST_F(Stamp, DeliversBySizeAndBuffer) {
+    auto const stamp = imported({});
+    unsigned char buffer[32] = {};
+    unsigned long size = 31;
+    EXPECT_EQ(codeOf([&] { stamp.get_DataHash(buffer, &size); }), 0x800700EAu);
+    EXPECT_EQ(size, 32u);
+    EXPECT_EQ(buffer[0], 0);
+    stamp.get_DataHash(buffer, &size);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 32), testing::sha256("data"));
+}
+
+TEST_F(Stamp, UnknownHashAlgorithmFailsTheImport) {
+    TstInfo info;
+    info.hashOid = "1.2.3.4.5";
+    CStamp stamp;
+    EXPECT_NE(codeOf([&] { import(stamp, token(info)); }), 0u);
+    expectNoStamp(stamp);
+}
+
+TEST_F(Stamp, AccuracyWrapsAt32Bits) {
+    TstInfo info;
+    info.accuracy = testing::sequence(testing::integer("\x10\xC7")); // 4295 seconds
+    EXPECT_EQ(imported(info).get_Accuracy(), 4295000000l - 4294967296l);
+}
+
+TEST_F(Stamp, UnsupportedKindOfNameIsLeftOut) {
+    TstInfo info;
+    using testing::element;
+    info.tsa = element(0xA0, testing::oid("1.2.3") + element(0xA0, element(0x0C, "x")));
+    EXPECT_STREQ(imported(info).get_TSA(), L"");
+}
+
+TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
+    auto at = [&](char const* time, int seconds, bool ordering = false, bool named = false) {
+        TstInfo info;
+        info.genTime = time;
+        info.ordering = ordering;
+        if (seconds >= 0) {
+            info.accuracy =
+                testing::sequence(testing::integer(std::string(1, static_cast<char>(seconds))));
+        }
+        if (named) {
+            info.tsa = authority_.name();
+        }
+        return imported(info);
+    };
+    constexpr char early[] = "20240601120000Z";
+    constexpr char late[] = "20240601120010Z";
+    auto compare = [](CStamp const& a, CStamp const& b) {
+        EXPECT_EQ(a.Compare(&b), -b.Compare(&a));
+        return a.Compare(&b);
+    };
+    EXPECT_EQ(compare(at(early, 1), at(late, 1)), -1);
+    EXPECT_EQ(compare(at(early, 5), at(late, 5)), 0) << "touching intervals can't be told apart";
+    EXPECT_EQ(compare(at(early, 5), at(late, 4)), -1);
+    EXPECT_EQ(compare(at(early, 60), at(late, 1)), 0);
+    EXPECT_EQ(compare(at(early, 1), at(early, 2)), 0);
+    EXPECT_EQ(compare(at(early, -1), at(late, 1)), 0) << "no accuracy, no comparing";
+    EXPECT_EQ(compare(at(early, 60, true), at(late, 60, true)), -1) << "ordering is believed";
+    EXPECT_EQ(compare(at(early, 60, true), at(late, 60, false)), 0);
+    EXPECT_EQ(compare(at(early, 60, true, true), at(late, 60, true)), 0) << "two authorities";
+    auto a = at(early, -1);
+    a.put_DefaultAccuracy(1000000);
+    EXPECT_EQ(compare(a, at(late, 1)), -1);
+    EXPECT_EQ(a.get_Accuracy(), -1);
+    import(a, token());
+    EXPECT_EQ(a.get_DefaultAccuracy(), -1);
+    CStamp const empty;
+    EXPECT_EQ(codeOf([&] { a.Compare(&empty); }), noStamp);
+    EXPECT_EQ(codeOf([&] { empty.Compare(&a); }), noStamp);
+}
+
+TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
+    auto original = std::make_unique<CStamp>();
+    import(*original, token());
+    CStamp copy(*original);
+    EXPECT_EQ(copy.get_Certificates(), original->get_Certificates());
+    CStamp assigned;
+    assigned = *original;
+    original.reset();
+    EXPECT_NE(copy.get_TSACertificate(nullptr, 0), nullptr);
+    EXPECT_EQ(assigned.Verify(nullptr, nullptr), 0);
+    auto& self = assigned;
+    assigned = self; // empties it
+    expectNoStamp(assigned);
+}
+
+TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
+    auto const der = authority_.token(TstInfo().encode(), {.withCertificates = false});
+    auto const* place = testing::bytes(der);
+    std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> const message(
+        d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())), &CMS_ContentInfo_free);
+    auto* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
+    auto addValues = [&](std::string const& value) {
+        CMS_unsigned_add1_attr_by_txt(signer, "1.2.840.113549.1.9.16.2.23", V_ASN1_SEQUENCE,
+                                      value.data(), static_cast<int>(value.size()));
+        return testing::der(message.get(), &i2d_CMS_ContentInfo);
+    };
+    CStamp stamp;
+    import(stamp, der);
+    EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
+    CStamp extended;
+    import(extended, addValues(testing::sequence(authority_.signerDer())));
+    EXPECT_NE(extended.get_TSACertificate(nullptr, 0), nullptr);
+    EXPECT_EQ(extended.Verify(nullptr, nullptr), 0);
+    CStamp damaged;
+    EXPECT_EQ(codeOf([&] { import(damaged, addValues(testing::sequence("\x04\x00"))); }),
+              0x80093101u);
+    EXPECT_EQ(damaged.get_DataHashAlg(), 0x800Cu) << "it counts as a stamp all the same";
+}
+
+TEST_F(Stamp, ReusedObjectKeepsTheOpenedMessage) {
+    auto const first = authority_.token(TstInfo().encode());
+    auto const second = authority_.token(TstInfo().encode(), {.flags = 0}); // names no certificate
+    CStamp stamp;
+    import(stamp, second);
+    EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80092004u);
+    import(stamp, first);
+    EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80092004u)
+        << "the signed attributes are those of the earlier token";
+    CStamp fresh;
+    import(fresh, first);
+    EXPECT_EQ(fresh.Verify(nullptr, nullptr), 0);
+}
+
+} // namespace
+} // namespace Halcyon::PKI::TSP::Client

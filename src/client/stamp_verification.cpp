@@ -1,0 +1,202 @@
+// The two verdicts on a stamp: of the token in itself, and of its signer's chain.
+#include <cstring>
+#include <string>
+
+#include "atl/cert_chain_context.h"
+#include "atl/crypt_prov.h"
+#include "atl/platform_answer.h"
+#include "basalt20/chain.h"
+#include "basalt20/store.h"
+#include "client/signed_attributes.h"
+#include "client/signing_certificate_attributes.h"
+#include "client/stamp_impl.h"
+#include "client/trace.h"
+#include "core/token.h"
+#include "sup/last_error.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+namespace {
+
+constexpr HRESULT failed = hr(0x80004005u);
+constexpr HRESULT badSignature = hr(0x80090006u);
+constexpr HRESULT refusedExtension = hr(0x800B0105u);
+constexpr HRESULT notFound = hr(0x80092004u);
+constexpr char tstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
+constexpr char function[] = "VerifyCertificate";
+
+CBlob encodedBytes(_CERT_CONTEXT const* certificate) {
+    return CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded);
+}
+
+// The list names the critical extensions to refuse; without one all of them are.
+HRESULT judgeExtensions(ASN1::CExtensions const& extensions, char const* list) {
+    if (list && std::strcmp(list, "*") == 0) {
+        return 0;
+    }
+    auto const bracketed = list ? ";" + std::string(list) + ";" : std::string();
+    for (auto const& extension : extensions) {
+        if (!extension.get_critical()) {
+            continue;
+        }
+        auto const needle = ";" + std::string(extension.get_extnID()) + ";";
+        if (!list || bracketed.find(needle) != std::string::npos) {
+            return refusedExtension;
+        }
+    }
+    return 0;
+}
+
+ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* certificate,
+                                   ATL2::CCertStore const& stores) {
+    ATL2::CCertContext const held(CertDuplicateCertificateContext(certificate));
+    if (!held) {
+        ATL::AtlThrowImpl(failed);
+    }
+    CERT_CHAIN_PARA parameter{};
+    parameter.cbSize = sizeof(parameter);
+    ATL2::CCertChainContext chain;
+    if (!CertGetCertificateChain(nullptr, held.get(), nullptr, stores.get(), &parameter,
+                                 CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT |
+                                     CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,
+                                 nullptr, chain.put())) {
+        if (auto const result = resultFromLastError(); result < 0) {
+            ATL::AtlThrowImpl(result);
+        }
+    }
+    return chain;
+}
+
+// The platform's verdict on the chain at the time given.
+HRESULT judgeAt(ATL2::CCertChainContext const& chain, FILETIME const& time) {
+    BASALT_TIME_STAMP_POLICY_PARA extra{};
+    extra.cbSize = sizeof(extra);
+    extra.pCheckTime = &time;
+    CERT_CHAIN_POLICY_PARA parameter{};
+    parameter.cbSize = sizeof(parameter);
+    parameter.dwFlags = CERT_CHAIN_POLICY_TIME_STAMP_CLIENT_FLAG;
+    parameter.pvExtraPolicyPara = &extra;
+    CERT_CHAIN_POLICY_STATUS status{};
+    status.cbSize = sizeof(status);
+    if (!CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_TIME_STAMP, chain.get(), &parameter,
+                                          &status)) {
+        trace(function, "CertVerifyCertificateChainPolicy failed: 0x%X\n", GetLastError());
+        throwLastError();
+    }
+    if (status.dwError != 0) {
+        trace(function, "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
+              status.dwError);
+    }
+    return static_cast<HRESULT>(status.dwError);
+}
+
+} // namespace
+
+HRESULT CStamp::Impl::InitializeCryptMsg() {
+    if (cryptMsg) {
+        return failed;
+    }
+    cryptMsg = ATL2::CCryptMsg(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
+    if (!cryptMsg) {
+        if (auto const result = resultFromLastError(); result != 0) {
+            return result;
+        }
+    }
+    if (!CryptMsgUpdate(cryptMsg.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
+        return resultFromLastError();
+    }
+    messageIsCurrent_ = true;
+    return 0;
+}
+
+HRESULT CStamp::Impl::openMessageOnDemand() {
+    return cryptMsg ? 0 : InitializeCryptMsg();
+}
+
+HRESULT CStamp::Impl::IsContentTypeMatch() {
+    if (auto const result = openMessageOnDemand(); result < 0) {
+        return result;
+    }
+    return MatchEContentType(cryptMsg.get(), 0, tstInfoOid, false) ? 0 : failed;
+}
+
+CToken const& CStamp::Impl::decodedToken() {
+    if (!decoded_) {
+        auto fresh = std::make_shared<CToken>();
+        fresh->decode(token);
+        decoded_ = std::move(fresh);
+    }
+    return *decoded_;
+}
+
+HRESULT CStamp::Impl::verify(_CERT_CONTEXT const* certificate, char const* extensionList) {
+    if (auto const result = GetTSACertBySigAttr(nullptr, 0, certificate); result < 0) {
+        return result;
+    }
+    if (IsContentTypeMatch() < 0) {
+        return failed;
+    }
+    auto const& source = decodedToken();
+    // A message of an earlier token would answer for that one.
+    HCRYPTMSG const message = messageIsCurrent_ ? cryptMsg.get() : nullptr;
+    if (!source.verify(tsaCertificate.get(), message)) {
+        return badSignature;
+    }
+    return source.get_extensions() ? judgeExtensions(*source.get_extensions(), extensionList) : 0;
+}
+
+_CERT_CONTEXT const* CStamp::Impl::certificateToJudge(_CERT_CONTEXT const* given, void** stores,
+                                                      unsigned long count) {
+    if (given) {
+        return given;
+    }
+    if (!tsaCertificate) {
+        requireToken();
+        if (GetTSACertBySigAttr(stores, count, nullptr) < 0 &&
+            GetTSACertByIssSerial(stores, count) < 0) {
+            ATL::AtlThrowImpl(notFound);
+        }
+        if (!tsaCertificate) {
+            ATL::AtlThrowImpl(notFound);
+        }
+    }
+    return tsaCertificate.get();
+}
+
+ATL2::CCertStore CStamp::Impl::collectStores(void** stores, unsigned long count) const {
+    auto require = [](HRESULT result) {
+        if (result < 0) {
+            ATL::AtlThrowImpl(result);
+        }
+    };
+    ATL2::CCertStore collection;
+    collection.Open(CERT_STORE_PROV_COLLECTION, 0, ATL2::EmptyProv.get(), 0, nullptr);
+    require(collection.AddStoreToCollection(certificates, 0, 0));
+    for (unsigned long i = 0; i < count; ++i) {
+        if (stores[i]) {
+            ATL2::CCertStore store;
+            require(store.AttachWeak(stores[i]));
+            require(collection.AddStoreToCollection(store, 0, 0));
+        }
+    }
+    return collection;
+}
+
+HRESULT CStamp::Impl::verifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
+                                        unsigned long count) {
+    auto const* const judged = certificateToJudge(certificate, stores, count);
+    // Told, but not held against the certificate: what it is for, the chain decides.
+    if (!CheckSignerCertId(cryptMsg.get(), 0, encodedBytes(judged), true, true)) {
+        trace(function, "Signer certificate does not match authenticated attributes\n");
+    }
+    return judgeChain(judged, collectStores(stores, count));
+}
+
+HRESULT CStamp::Impl::judgeChain(_CERT_CONTEXT const* certificate,
+                                 ATL2::CCertStore const& stores) const {
+    auto const chain = buildChain(certificate, stores);
+    requireToken();
+    return judgeAt(chain, time.getFileTime());
+}
+
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,192 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "basalt20/store.h"
+#include "client/stamp.h"
+#include "client/testing/authority.h"
+#include "client/testing/configuration.h"
+#include "client/testing/stores.h"
+
+namespace Halcyon::PKI::TSP::Client {
+namespace {
+
+using testing::Authority;
+using testing::certificateOf;
+using testing::codeOf;
+using testing::import;
+using testing::Signing;
+using testing::storeWith;
+using testing::TstInfo;
+
+class Verification : public ::testing::Test {
+protected:
+    Verification() { testing::Configuration::instance().set(""); }
+
+    std::uint32_t verdict(std::string const& der, char const* extensions = nullptr,
+                          _CERT_CONTEXT const* hint = nullptr) {
+        CStamp stamp;
+        import(stamp, der);
+        return static_cast<std::uint32_t>(stamp.Verify(hint, extensions));
+    }
+    std::uint32_t chainVerdict(Authority const& authority, TstInfo const& info) {
+        testing::Trust const trust(authority.rootDer());
+        CStamp stamp;
+        import(stamp, authority.token(info.encode()));
+        return static_cast<std::uint32_t>(stamp.VerifyCertificate(nullptr, nullptr, 0));
+    }
+
+    Authority authority_;
+    testing::Trust trust_{authority_.rootDer()};
+};
+
+TEST_F(Verification, ExtensionListNamesWhatIsRefused) {
+    constexpr std::uint32_t refused = 0x800B0105;
+    struct Case {
+        std::string extensions;
+        char const* list;
+        std::uint32_t code;
+    };
+    auto const critical = testing::extension("1.2.3", true);
+    for (auto const& [extensions, list, code] :
+         {Case{"", nullptr, 0}, Case{critical, nullptr, refused}, Case{critical, "*", 0},
+          Case{critical, "", 0}, Case{critical, "1.2.3", refused}, Case{critical, "1.2.4", 0},
+          Case{critical, "5.1.2.3;1.2.34", 0}, Case{critical, "1.2.4;1.2.3", refused},
+          Case{testing::extension("1.2.3", false), nullptr, 0},
+          Case{testing::extension("1.2.3", false), "1.2.3", 0},
+          Case{testing::extension("1.2.5", false) + critical, nullptr, refused}}) {
+        TstInfo info;
+        info.extensions = extensions;
+        EXPECT_EQ(verdict(authority_.token(info.encode()), list), code) << (list ? list : "(null)");
+    }
+}
+
+TEST_F(Verification, RefusesOtherContent) {
+    EXPECT_EQ(
+        verdict(authority_.token(TstInfo().encode(), {.contentType = "1.2.840.113549.1.7.1"})),
+        0x80004005u);
+}
+
+TEST_F(Verification, RefusesAChangedToken) {
+    auto const der = authority_.token(TstInfo().encode());
+    auto changedAt = [&](std::string const& part) {
+        auto changed = der;
+        changed[changed.find(part) + part.size() - 1] ^= 1;
+        return verdict(changed);
+    };
+    EXPECT_EQ(changedAt("20240601120000"), 0x80090006u) << "content";
+    auto changed = der;
+    changed.back() = static_cast<char>(changed.back() ^ 1);
+    EXPECT_EQ(verdict(changed), 0x80090006u) << "signature";
+    EXPECT_EQ(verdict(der), 0u);
+}
+
+TEST_F(Verification, WantsOneSignerWhoNamesACertificate) {
+    EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.flags = 0})), 0x80092004u);
+    EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.signers = 2})), 0x80090006u);
+    auto const noAttributes = authority_.token(TstInfo().encode(), {.flags = CMS_NOATTR});
+    EXPECT_NE(verdict(noAttributes), 0u);
+    CStamp stamp;
+    EXPECT_EQ(codeOf([&] {
+                  import(stamp, authority_.token(TstInfo().encode(), {.flags = CMS_USE_KEYID}));
+              }),
+              0x80093101u);
+    EXPECT_LT(CStamp().Verify(nullptr, nullptr), 0);
+}
+
+TEST_F(Verification, FindsTheSignerByEitherKey) {
+    CStamp unnamed; // no signing-certificate attribute: by issuer and serial number
+    import(unnamed, authority_.token(TstInfo().encode(), {.flags = 0}));
+    auto const* const found = unnamed.get_TSACertificate(nullptr, 0);
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(
+        std::string(reinterpret_cast<char const*>(found->pbCertEncoded), found->cbCertEncoded),
+        authority_.signerDer());
+    EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.digest = EVP_sha1()})), 0u)
+        << "SigningCertificate of the first version";
+}
+
+TEST_F(Verification, SearchesTheCallersStoresAndTheAddressBook) {
+    auto const der =
+        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .withCertificates = false});
+    _CERT_CONTEXT const* found = nullptr;
+    CStamp stamp;
+    import(stamp, der);
+    EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
+    EXPECT_EQ(codeOf([&] { stamp.VerifyCertificate(nullptr, nullptr, 0); }), 0x80092004u);
+    {
+        auto const wrong = storeWith(authority_.rootDer());
+        auto const right = storeWith(authority_.signerDer());
+        void* stores[] = {nullptr, wrong.get(), right.get()};
+        found = stamp.get_TSACertificate(stores, 3);
+        ASSERT_NE(found, nullptr);
+        EXPECT_EQ(stamp.VerifyCertificate(nullptr, stores, 3), 0);
+    }
+    EXPECT_EQ(found->cbCertEncoded, authority_.signerDer().size()) << "free of its store";
+
+    CStamp other;
+    import(other, der);
+    ATL2::CCertStore addressBook;
+    addressBook.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER,
+                     L"AddressBook");
+    PCCERT_CONTEXT stored = nullptr;
+    ASSERT_TRUE(CertAddCertificateContextToStore(addressBook.get(),
+                                                 certificateOf(authority_.signerDer()).get(),
+                                                 CERT_STORE_ADD_ALWAYS, &stored));
+    EXPECT_EQ(other.Verify(nullptr, nullptr), 0);
+    CertDeleteCertificateFromStore(stored);
+}
+
+TEST_F(Verification, HintIsTriedButNotTrusted) {
+    auto const without =
+        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .withCertificates = false});
+    auto const signer = certificateOf(authority_.signerDer());
+    auto const stranger = certificateOf(authority_.rootDer());
+    EXPECT_EQ(verdict(without, nullptr, stranger.get()), 0x80092004u);
+    EXPECT_EQ(verdict(authority_.token(TstInfo().encode()), nullptr, stranger.get()), 0u);
+    CStamp stamp;
+    import(stamp, without);
+    EXPECT_EQ(stamp.Verify(signer.get(), nullptr), 0);
+    auto const again = certificateOf(authority_.signerDer());
+    EXPECT_EQ(stamp.Verify(again.get(), nullptr), 0);
+    EXPECT_EQ(stamp.VerifyCertificate(nullptr, nullptr, 0), 0) << "the hint was kept";
+}
+
+TEST_F(Verification, JudgesTheChainAtTheStampsTime) {
+    Authority const expired("20200101000000Z", "20231231000000Z");
+    TstInfo then;
+    then.genTime = "20220601000000Z";
+    EXPECT_EQ(chainVerdict(expired, then), 0u);
+    EXPECT_EQ(chainVerdict(expired, {}), 0x800B0101u);
+    Authority const future("20250101000000Z", "20491231000000Z");
+    EXPECT_EQ(chainVerdict(future, {}), 0x800B0101u);
+    EXPECT_EQ(chainVerdict(authority_, {}), 0u);
+}
+
+TEST_F(Verification, JudgesAGivenCertificateWhateverTheAttributesSay) {
+    CStamp stamp;
+    import(stamp, authority_.token(TstInfo().encode()));
+    auto const root = certificateOf(authority_.rootDer());
+    auto const signer = certificateOf(authority_.signerDer());
+    EXPECT_NE(stamp.VerifyCertificate(root.get(), nullptr, 0), 0) << "no usage for time stamping";
+    EXPECT_EQ(stamp.VerifyCertificate(signer.get(), nullptr, 0), 0);
+    CStamp const empty;
+    EXPECT_EQ(codeOf([&] { empty.VerifyCertificate(nullptr, nullptr, 0); }), 0x8007139Fu);
+    EXPECT_EQ(codeOf([&] { empty.VerifyCertificate(signer.get(), nullptr, 0); }), 0x8007139Fu);
+    void* stores[] = {reinterpret_cast<void*>(0x10)};
+    EXPECT_NE(codeOf([&] { stamp.VerifyCertificate(signer.get(), stores, 1); }), 0u);
+}
+
+TEST_F(Verification, CertificatesOfTheTokenAreNotTrusted) {
+    Authority const rogue;
+    auto const token = rogue.token(TstInfo().encode());
+    CStamp stamp;
+    import(stamp, token);
+    EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);
+    auto const rogueRoot = storeWith(rogue.rootDer());
+    void* stores[] = {rogueRoot.get()};
+    EXPECT_NE(stamp.VerifyCertificate(nullptr, stores, 1), 0);
+}
+
+} // namespace
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,228 @@
+// A time-stamp authority in the test's own process: a root, a signer under it, and tokens signed by
+// OpenSSL over whatever content a test wants.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <openssl/cms.h>
+#include <openssl/err.h>
+#include <openssl/ts.h>
+#include <openssl/x509v3.h>
+
+namespace Halcyon::PKI::TSP::Client::testing {
+
+// DER by hand: one element, and the usual ones.
+inline std::string element(int tag, std::string const& content) {
+    std::string head(1, static_cast<char>(tag));
+    auto const size = content.size();
+    if (size < 0x80) {
+        head += static_cast<char>(size);
+    } else if (size < 0x100) {
+        head += {'\x81', static_cast<char>(size)};
+    } else {
+        head += {'\x82', static_cast<char>(size >> 8), static_cast<char>(size & 0xFF)};
+    }
+    return head + content;
+}
+
+inline std::string sequence(std::string const& content) {
+    return element(0x30, content);
+}
+
+inline std::string integer(std::string const& content) {
+    return element(0x02, content);
+}
+
+inline std::string oid(std::string const& text) {
+    std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> const object(
+        OBJ_txt2obj(text.c_str(), 1), &ASN1_OBJECT_free);
+    return element(0x06, {reinterpret_cast<char const*>(OBJ_get0_data(object.get())),
+                          OBJ_length(object.get())});
+}
+
+// The DER of any OpenSSL object by its i2d function.
+template <class Object, class Encode>
+std::string der(Object* object, Encode encode) {
+    unsigned char* bytes = nullptr;
+    int const size = encode(object, &bytes);
+    std::string result(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(size));
+    OPENSSL_free(bytes);
+    return result;
+}
+
+inline constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
+inline constexpr char tstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
+
+inline std::string sha256(std::string const& data) {
+    std::string digest(32, '\0');
+    EVP_Digest(data.data(), data.size(), reinterpret_cast<unsigned char*>(digest.data()), nullptr,
+               EVP_sha256(), nullptr);
+    return digest;
+}
+
+// What stands in a TSTInfo. Optional fields are left out when empty.
+struct TstInfo {
+    std::string encode() const {
+        return sequence(
+            integer("\x01") + oid(policy) +
+            sequence(sequence(oid(hashOid) + element(0x05, "")) + element(0x04, digest)) +
+            integer(serial) + element(0x18, genTime) + accuracy +
+            (ordering ? element(0x01, "\xFF") : "") + (nonce.empty() ? "" : integer(nonce)) +
+            (tsa.empty() ? "" : element(0xA0, tsa)) +
+            (extensions.empty() ? "" : element(0xA1, extensions)));
+    }
+
+    std::string digest = sha256("data");
+    std::string hashOid = sha256Oid;
+    std::string policy = "1.2.3.4";
+    std::string serial = "\x12\x34";
+    std::string genTime = "20240601120000Z";
+    std::string accuracy;   // the whole SEQUENCE
+    bool ordering = false;  //
+    std::string nonce;      // contents of the INTEGER
+    std::string tsa;        // a GeneralName
+    std::string extensions; // Extension after Extension
+};
+
+inline std::string extension(std::string const& type, bool critical) {
+    return sequence(oid(type) + (critical ? element(0x01, "\xFF") : "") +
+                    element(0x04, element(0x05, "")));
+}
+
+struct Signing {
+    std::string contentType = tstInfoOid;
+    EVP_MD const* digest = EVP_sha256(); // SHA-1 gives a SigningCertificate, any other a V2
+    unsigned int flags = CMS_CADES;      // of CMS_add1_signer
+    bool withCertificates = true;
+    bool extraCertificate = false; // the root's beside the signer's
+    int signers = 1;
+};
+
+class Authority {
+public:
+    // Validity of the signer as GeneralizedTime.
+    explicit Authority(char const* from = "20200101000000Z", char const* to = "20491231000000Z")
+        : rootKey_(EVP_EC_gen("P-256"), &EVP_PKEY_free), key_(EVP_EC_gen("P-256"), &EVP_PKEY_free),
+          root_(X509_new(), &X509_free), signer_(X509_new(), &X509_free) {
+        fill(root_.get(), rootKey_.get(), rootName_.c_str(), 1, "20200101000000Z",
+             "20491231000000Z");
+        extend(root_.get(), NID_basic_constraints, "critical,CA:TRUE");
+        extend(root_.get(), NID_key_usage, "critical,keyCertSign,cRLSign");
+        X509_sign(root_.get(), rootKey_.get(), EVP_sha256());
+        fill(signer_.get(), key_.get(), "Test Authority", 77, from, to);
+        extend(signer_.get(), NID_ext_key_usage, "critical,timeStamping");
+        X509_sign(signer_.get(), rootKey_.get(), EVP_sha256());
+    }
+
+    std::string rootDer() const { return der(root_.get(), &i2d_X509); }
+    std::string signerDer() const { return der(signer_.get(), &i2d_X509); }
+    // The directoryName of the signer.
+    std::string name() const {
+        return element(0xA4, der(X509_get_subject_name(signer_.get()), &i2d_X509_NAME));
+    }
+
+    std::string token(std::string const& content, Signing const& options = {}) const {
+        std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> const message(
+            CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | CMS_BINARY),
+            &CMS_ContentInfo_free);
+        std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> const type(
+            OBJ_txt2obj(options.contentType.c_str(), 1), &ASN1_OBJECT_free);
+        CMS_set1_eContentType(message.get(), type.get());
+        unsigned int const flags = options.flags | CMS_NOSMIMECAP | CMS_BINARY |
+                                   (options.withCertificates ? 0u : unsigned{CMS_NOCERTS});
+        for (int i = 0; i < options.signers; ++i) {
+            CMS_add1_signer(message.get(), signer_.get(), key_.get(), options.digest,
+                            i == 0 ? flags : flags | CMS_NOCERTS);
+        }
+        if (options.extraCertificate) {
+            CMS_add1_cert(message.get(), root_.get());
+        }
+        std::unique_ptr<BIO, decltype(&BIO_free)> const data(
+            BIO_new_mem_buf(content.data(), static_cast<int>(content.size())), &BIO_free);
+        CMS_final(message.get(), data.get(), nullptr, CMS_BINARY);
+        return der(message.get(), &i2d_CMS_ContentInfo);
+    }
+
+    // A granted answer to an encoded request, made by OpenSSL's own authority.
+    std::string answer(std::string const& request, EVP_MD const* essDigest = EVP_sha256(),
+                       bool ordering = false) const {
+        std::unique_ptr<TS_RESP_CTX, decltype(&TS_RESP_CTX_free)> const context(TS_RESP_CTX_new(),
+                                                                                &TS_RESP_CTX_free);
+        std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> const policy(
+            OBJ_txt2obj("1.2.3.4", 1), &ASN1_OBJECT_free);
+        TS_RESP_CTX_set_signer_cert(context.get(), signer_.get());
+        TS_RESP_CTX_set_signer_key(context.get(), key_.get());
+        TS_RESP_CTX_set_signer_digest(context.get(), EVP_sha256());
+        TS_RESP_CTX_set_ess_cert_id_digest(context.get(), essDigest);
+        TS_RESP_CTX_set_def_policy(context.get(), policy.get());
+        TS_RESP_CTX_add_md(context.get(), EVP_sha256());
+        TS_RESP_CTX_add_md(context.get(), EVP_sha512());
+        TS_RESP_CTX_set_accuracy(context.get(), 1, 500, 0);
+        TS_RESP_CTX_add_flags(context.get(), TS_TSA_NAME | (ordering ? TS_ORDERING : 0));
+        std::unique_ptr<BIO, decltype(&BIO_free)> const input(
+            BIO_new_mem_buf(request.data(), static_cast<int>(request.size())), &BIO_free);
+        std::unique_ptr<TS_RESP, decltype(&TS_RESP_free)> const response(
+            TS_RESP_create_response(context.get(), input.get()), &TS_RESP_free);
+        return der(response.get(), &i2d_TS_RESP);
+    }
+
+private:
+    template <class T>
+    using Owner = std::unique_ptr<T, void (*)(T*)>;
+
+    void fill(X509* certificate, EVP_PKEY* key, char const* name, long serial, char const* from,
+              char const* to) {
+        X509_set_version(certificate, X509_VERSION_3);
+        ASN1_INTEGER_set(X509_get_serialNumber(certificate), serial);
+        ASN1_TIME_set_string(X509_getm_notBefore(certificate), from);
+        ASN1_TIME_set_string(X509_getm_notAfter(certificate), to);
+        ASN1_TIME_normalize(X509_getm_notBefore(certificate));
+        ASN1_TIME_normalize(X509_getm_notAfter(certificate));
+        add(X509_get_subject_name(certificate), name);
+        add(X509_get_issuer_name(certificate), rootName_.c_str());
+        X509_set_pubkey(certificate, key);
+    }
+
+    static void add(X509_NAME* target, char const* name) {
+        X509_NAME_add_entry_by_txt(target, "CN", MBSTRING_UTF8,
+                                   reinterpret_cast<unsigned char const*>(name), -1, -1, 0);
+    }
+
+    static void extend(X509* certificate, int nid, char const* value) {
+        std::unique_ptr<X509_EXTENSION, decltype(&X509_EXTENSION_free)> const entry(
+            X509V3_EXT_conf_nid(nullptr, nullptr, nid, value), &X509_EXTENSION_free);
+        X509_add_ext(certificate, entry.get(), -1);
+    }
+
+    static inline int count_ = 0;
+    std::string rootName_ = "Test Root " + std::to_string(++count_);
+    Owner<EVP_PKEY> rootKey_;
+    Owner<EVP_PKEY> key_;
+    Owner<X509> root_;
+    Owner<X509> signer_;
+};
+
+// An answer of that status around a token, or without one.
+inline std::string response(int status, std::string const& token, std::string const& texts = {},
+                            std::string const& failInfo = {}) {
+    return sequence(sequence(integer(std::string(1, static_cast<char>(status))) +
+                             (texts.empty() ? "" : sequence(texts)) + failInfo) +
+                    token);
+}
+
+// The PKIFailureInfo with the bits of the number, bit n being 1 << n.
+inline std::string failInfoBits(unsigned int bits) {
+    std::string bytes(5, '\0');
+    for (int n = 0; n < 32; ++n) {
+        if ((bits >> n & 1u) != 0) {
+            bytes[static_cast<std::size_t>(1 + n / 8)] |= static_cast<char>(0x80 >> (n % 8));
+        }
+    }
+    while (bytes.size() > 2 && bytes.back() == '\0') {
+        bytes.pop_back();
+    }
+    return element(0x03, bytes);
+}
+
+} // namespace Halcyon::PKI::TSP::Client::testing

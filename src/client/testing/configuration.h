@@ -1,0 +1,69 @@
+// The configuration tree of the test program: a file of its own, with the policy read for each
+// request, and stores and roots in an empty folder, so that nothing of the machine's is seen or
+// touched.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "base/atl_exception.h"
+
+namespace Halcyon::PKI::TSP::Client::testing {
+
+class Configuration {
+public:
+    static Configuration& instance() {
+        static Configuration configuration;
+        return configuration;
+    }
+
+    // Replaces the tree by `policy`, lines of the table tsppolicy, and `rest`, whole tables. Under
+    // legacy reading the next request sees it.
+    void set(std::string const& policy, std::string const& rest = {}, bool legacy = true) {
+        std::string const fresh = path_ + ".new";
+        std::ofstream(fresh) << "[config.cades.tsppolicy]\n"
+                             << (legacy ? "LegacyPolicyReading = true\n" : "") << policy << '\n'
+                             << rest << '\n';
+        std::rename(fresh.c_str(), path_.c_str());
+    }
+    void setRaw(std::string const& text) { std::ofstream(path_) << text; }
+
+    std::string const& folder() const { return folder_; }
+
+private:
+    Configuration() {
+        std::string pattern = ::testing::TempDir() + "chronoseal-client-XXXXXX";
+        folder_ = ::mkdtemp(pattern.data());
+        path_ = folder_ + "/config.toml";
+        ::setenv("BASALT_CONFIG", path_.c_str(), 1);
+        ::setenv("BASALT_USER_STORES", (folder_ + "/user").c_str(), 1);
+        ::setenv("BASALT_MACHINE_STORES", (folder_ + "/machine").c_str(), 1);
+        ::setenv("BASALT_SYSTEM_ROOTS", (folder_ + "/roots.pem").c_str(), 1);
+        set({});
+    }
+    ~Configuration() {
+        std::string const command = "rm -rf '" + folder_ + "'";
+        [[maybe_unused]] int const result = std::system(command.c_str());
+    }
+
+    std::string folder_;
+    std::string path_;
+};
+
+// The result code that the call throws, as a bit pattern; 0 if it throws none.
+inline std::uint32_t codeOf(std::function<void()> const& call) {
+    try {
+        call();
+    } catch (ATL::CAtlException const& failure) {
+        return static_cast<std::uint32_t>(failure.m_hr);
+    }
+    return 0;
+}
+
+} // namespace Halcyon::PKI::TSP::Client::testing

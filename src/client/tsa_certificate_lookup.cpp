@@ -1,0 +1,164 @@
+// The search for the certificate of a token's signer, by two keys over one sequence of stores: the
+// stamp's own, those of the caller, and the user's address book.
+#include "asn1/certificate_identification.h"
+#include "atl/crypt_prov.h"
+#include "atl/platform_answer.h"
+#include "atl/string.h"
+#include "basalt20/store.h"
+#include "client/signing_certificate_attributes.h"
+#include "client/stamp_impl.h"
+#include "sup/last_error.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+namespace {
+
+constexpr HRESULT failed = hr(0x80004005u);
+constexpr HRESULT notFound = hr(0x80092004u);
+constexpr DWORD userStoreReadOnly = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG;
+
+CBlob encodedBytes(_CERT_CONTEXT const* certificate) {
+    return CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded);
+}
+
+// Runs `search(store, result)` over the stores in their order until it returns true. A store that
+// can't be had is passed over.
+template <class Search>
+bool searchStores(ATL2::CCertStore const& own, void** stores, unsigned long count, Search search) {
+    if (search(own)) {
+        return true;
+    }
+    for (unsigned long i = 0; i < count; ++i) {
+        ATL2::CCertStore store;
+        if (stores[i] && store.AttachWeak(stores[i]) >= 0 && search(store)) {
+            return true;
+        }
+    }
+    ATL2::CCertStore addressBook;
+    try {
+        addressBook.Open(CERT_STORE_PROV_SYSTEM_W, 0, ATL2::EmptyProv.get(), userStoreReadOnly,
+                         L"AddressBook");
+    } catch (ATL::CAtlException const&) {
+        return false;
+    }
+    return search(addressBook);
+}
+
+// The first certificate of the store that the identifier names, free of the store; empty if there
+// is none.
+ATL2::CCertContext findMatch(ATL2::CCertStore const& store, ASN1::COtherCertID const& id) {
+    ATL2::CCertContext current;
+    for (;;) {
+        current.attach(CertEnumCertificatesInStore(store.get(), current.detach()));
+        if (!current) {
+            return {};
+        }
+        if (ASN1::OtherCertIDMatches(id, encodedBytes(current.get()))) {
+            auto match = current;
+            if (match.DetachFromStore() >= 0) {
+                return match;
+            }
+        }
+    }
+}
+
+// A lookup's failure is its result. A code that doesn't say so becomes one that does.
+template <class Lookup>
+HRESULT asResult(Lookup lookup) {
+    try {
+        return lookup();
+    } catch (ATL::CAtlException const& failure) {
+        return failure.m_hr < 0 ? failure.m_hr : failed;
+    }
+}
+
+} // namespace
+
+HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
+    if (auto const result = openMessageOnDemand(); result < 0) {
+        return result;
+    }
+    if (!cryptMsg) {
+        return failed;
+    }
+    DWORD size = 0;
+    if (!CryptMsgGetParam(cryptMsg.get(), CMSG_SIGNER_AUTH_ATTR_PARAM, 0, nullptr, &size)) {
+        return resultFromLastError();
+    }
+    if (size < sizeof(CRYPT_ATTRIBUTES)) {
+        return failed;
+    }
+    CBlob attributes(size);
+    if (!CryptMsgGetParam(cryptMsg.get(), CMSG_SIGNER_AUTH_ATTR_PARAM, 0, attributes.pbData(),
+                          &size)) {
+        return resultFromLastError();
+    }
+    auto const result = asResult([&] {
+        id =
+            GetSignerCertIdEx(reinterpret_cast<CRYPT_ATTRIBUTES const*>(attributes.pbData()), true);
+        return HRESULT{0};
+    });
+    if (result < 0) {
+        return result;
+    }
+    return id.get_otherCertHash().get_otherHash() ? 0 : notFound;
+}
+
+HRESULT CStamp::Impl::GetTSACertBySigAttr(void** stores, unsigned long count,
+                                          _CERT_CONTEXT const* hint) {
+    return asResult([&]() -> HRESULT {
+        ASN1::COtherCertID id;
+        if (auto const result = GetTSAOtherCertID(id); result < 0) {
+            return result;
+        }
+        if (hint && ASN1::OtherCertIDMatches(id, encodedBytes(hint))) {
+            bool const same =
+                tsaCertificate && CertCompareCertificate(ATL2::anyEncoding, hint->pCertInfo,
+                                                         tsaCertificate->pCertInfo);
+            if (!same) {
+                tsaCertificate.attach(CertDuplicateCertificateContext(hint));
+            }
+            return 0;
+        }
+        bool const found =
+            searchStores(certificates, stores, count, [&](ATL2::CCertStore const& store) {
+                auto match = findMatch(store, id);
+                if (!match) {
+                    return false;
+                }
+                tsaCertificate = std::move(match);
+                return true;
+            });
+        return found ? 0 : notFound;
+    });
+}
+
+HRESULT CStamp::Impl::GetTSACertByIssSerial(void** stores, unsigned long count) {
+    return asResult([&]() -> HRESULT {
+        if (auto const result = openMessageOnDemand(); result < 0) {
+            return result;
+        }
+        ATL::CStringA buffer;
+        if (auto const result = cryptMsg.GetParam(CMSG_SIGNER_CERT_ID_PARAM, 0, buffer);
+            result < 0) {
+            return result;
+        }
+        char const* const certId = buffer.PrepareWrite(buffer.GetLength());
+        HRESULT result = notFound;
+        // The certificate that is held is where the search goes on from, and is used up by it.
+        auto search = [&](ATL2::CCertStore const& store) {
+            tsaCertificate.attach(CertFindCertificateInStore(store.get(), ATL2::anyEncoding, 0,
+                                                             CERT_FIND_CERT_ID, certId,
+                                                             tsaCertificate.detach()));
+            if (!tsaCertificate && GetLastError() != 0) {
+                return false;
+            }
+            result = tsaCertificate.DetachFromStore();
+            return true;
+        };
+        searchStores(certificates, stores, count, search);
+        return result < 0 ? result : 0;
+    });
+}
+
+} // namespace Halcyon::PKI::TSP::Client

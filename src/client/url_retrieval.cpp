@@ -1,0 +1,116 @@
+// Retrieval by address through the platform's cache.
+#include "client/url_retrieval.h"
+
+#include <pthread.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "basalt20/network.h"
+#include "base/atl_exception.h"
+#include "sup/configuration.h"
+
+namespace Halcyon::PKI::TSP::Client {
+
+namespace {
+
+constexpr std::uint64_t statusUnexplained = 456;
+
+pthread_once_t onceSendRequestTimeout = PTHREAD_ONCE_INIT;
+unsigned SendRequestTimeoutMilliseconds = 5000;
+
+extern "C" void SetSendRequestTimeoutMilliseconds() {
+    long timeout = -1;
+    if (support_registry_get_long("\\config\\Tinlayer\\SendRequestTimeoutMilliseconds", &timeout) ==
+            0 &&
+        timeout >= 0) {
+        SendRequestTimeoutMilliseconds = static_cast<unsigned>(timeout);
+    }
+}
+
+// Base64 in one line, or the empty text.
+std::wstring base64(CBlob const& bytes) {
+    constexpr DWORD form = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
+    auto const size = static_cast<DWORD>(bytes.cbData());
+    DWORD count = 0;
+    if (!CryptBinaryToStringW(bytes.pbData(), size, form, nullptr, &count)) {
+        return {};
+    }
+    std::wstring text(count, L'\0');
+    if (!CryptBinaryToStringW(bytes.pbData(), size, form, text.data(), &count)) {
+        return {};
+    }
+    return text.c_str();
+}
+
+std::wstring escaped(std::wstring const& base64Text) {
+    std::wstring result;
+    for (wchar_t const c : base64Text) {
+        switch (c) {
+        case L'+':
+            result += L"%2B";
+            break;
+        case L'/':
+            result += L"%2F";
+            break;
+        case L'=':
+            result += L"%3D";
+            break;
+        default:
+            result += c;
+        }
+    }
+    return result;
+}
+
+// The tail tells the layer below the content type of the cached object.
+std::wstring addressOf(std::wstring const& base, CBlob const& body) {
+    auto const text = base64(body);
+    if (text.empty()) {
+        return {};
+    }
+    return base + L'/' + escaped(text) + L"?Content-type: application/ocsp-request";
+}
+
+struct FreeObject {
+    void operator()(CRYPT_BLOB_ARRAY* object) const noexcept { std::free(object); }
+};
+
+DWORD retrievalFlags(bool useCache, bool cacheOnly) {
+    return CRYPT_HTTP_POST_RETRIEVAL | (cacheOnly ? CRYPT_CACHE_ONLY_RETRIEVAL : 0u) |
+           (useCache ? 0u : CRYPT_WIRE_ONLY_RETRIEVAL);
+}
+
+} // namespace
+
+CBlob retrieveByUrl(WinHTTPParams& params, CBlob const& body, bool useCache, FILETIME* cacheResync,
+                    bool cacheOnly) {
+    params.httpStatus = statusUnexplained;
+    auto const url = addressOf(params.address, body);
+    if (url.empty()) {
+        throwLastError();
+    }
+    CRYPT_RETRIEVE_AUX_INFO info{};
+    info.cbSize = sizeof(info);
+    info.pftCacheResync = cacheResync;
+    pthread_once(&onceSendRequestTimeout, &SetSendRequestTimeoutMilliseconds);
+    void* object = nullptr;
+    if (!CryptRetrieveObjectByUrlW(
+            url.c_str(), CONTEXT_OID_OCSP_RESP, retrievalFlags(useCache, cacheOnly),
+            SendRequestTimeoutMilliseconds, &object, nullptr, nullptr, nullptr, &info)) {
+        if (info.dwHttpStatusCode != 0) {
+            params.httpStatus = info.dwHttpStatusCode;
+        }
+        return {};
+    }
+    std::unique_ptr<CRYPT_BLOB_ARRAY, FreeObject> const found(
+        static_cast<CRYPT_BLOB_ARRAY*>(object));
+    if (found->cBlob != 1) {
+        ATL::AtlThrowImpl(hr(0x8007000Du));
+    }
+    params.httpStatus = 200;
+    return CBlob(found->rgBlob[0].pbData, found->rgBlob[0].cbData);
+}
+
+} // namespace Halcyon::PKI::TSP::Client

@@ -1,0 +1,80 @@
+// TimeStampReq: the value and its traits.
+#include "core/request.h"
+
+#include "asn1/algorithm_identifier_traits.h"
+#include "asn1/big_integer_text.h"
+#include "asn1/extension_traits.h"
+#include "asn1/traits.h"
+#include "asn1data/pkix_tsp.h"
+
+namespace Halcyon::PKI::TSP {
+
+// TimeStampReq ::= SEQUENCE {
+//     version INTEGER, messageImprint MessageImprint, reqPolicy TSAPolicyId OPTIONAL,
+//     nonce INTEGER OPTIONAL, certReq BOOLEAN DEFAULT FALSE, extensions [0] Extensions OPTIONAL }
+struct TimeStampReqTraits
+    : ASN1::CCodeClassT<asn1data::ASN1T_TimeStampReq, asn1data::ASN1C_TimeStampReq> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CRequest const& value) {
+        record.version = "0x01";
+        ASN1::ASN1T_AlgorithmIdentifier_traits::set(ctxt, record.messageImprint.hashAlgorithm,
+                                                    value.hashAlgorithm_);
+        ASN1::ASN1TDynOctStr_traits::set(ctxt, record.messageImprint.hashedMessage,
+                                         value.hashedMessage_);
+        if (value.policy_) {
+            record.m.reqPolicyPresent = 1;
+            ASN1::ASN1TObjId_traits::set(ctxt, record.reqPolicy, value.policy_->c_str());
+        }
+        if (value.nonce_) {
+            record.m.noncePresent = 1;
+            record.nonce = ASN1::BigIntegerToASN1String(ctxt, *value.nonce_);
+        }
+        record.certReq = value.certReq_ ? 0xFF : 0;
+        if (value.extensions_) {
+            record.m.extensionsPresent = 1;
+            ASN1::ASN1T_Extensions_traits::set(ctxt, record.extensions, *value.extensions_);
+        }
+    }
+
+    static void get(ASN1_T const& record, CRequest& value) {
+        ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.messageImprint.hashAlgorithm,
+                                                    value.hashAlgorithm_);
+        ASN1::ASN1TDynOctStr_traits::get(record.messageImprint.hashedMessage, value.hashedMessage_);
+        value.certReq_ = record.certReq != 0;
+        if (record.m.reqPolicyPresent) {
+            value.policy_ = ASN1::toOID(record.reqPolicy).c_str();
+        }
+        if (record.m.noncePresent) {
+            ASN1::ASN1StringToBigInteger(record.nonce, value.nonce_.emplace());
+        }
+        if (record.m.extensionsPresent) {
+            ASN1::ASN1T_Extensions_traits::get(record.extensions, value.extensions_.emplace());
+        }
+    }
+};
+
+CRequest::CRequest(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& hashedMessage,
+                   bool certReq)
+    : hashAlgorithm_(hashAlgorithm), hashedMessage_(hashedMessage), certReq_(certReq) {}
+
+void CRequest::put_reqPolicy(char const* oid) {
+    policy_ = oid;
+}
+
+void CRequest::put_nonce(ASN1::CBigInteger const* nonce) {
+    nonce_.reset();
+    if (nonce) {
+        nonce_ = *nonce;
+    }
+}
+
+CBlob CRequest::encode() const {
+    return ASN1::asn1Encode<TimeStampReqTraits>(*this);
+}
+
+void CRequest::decode(CBlob const& der) {
+    CRequest fresh;
+    ASN1::asn1Decode<TimeStampReqTraits>(der, fresh);
+    *this = fresh;
+}
+
+} // namespace Halcyon::PKI::TSP

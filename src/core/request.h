@@ -1,0 +1,56 @@
+// The message object of a time-stamp request: TimeStampReq of RFC 3161, 2.4.1, in and out of DER. A
+// plain value that owns its data; one thread at a time. Failures are thrown as CAtlException:
+// 0x80093101 for an encoding that isn't a request and for values that can't be encoded.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "asn1/algorithm_identifier_ex.h"
+#include "asn1/big_integer.h"
+#include "asn1/extensions.h"
+#include "base/blob.h"
+
+namespace Halcyon::PKI::TSP {
+
+class CRequest {
+public:
+    // Empty, for decoding.
+    CRequest() = default;
+    // Version 1, with an imprint and the wish for certificates.
+    CRequest(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& hashedMessage,
+             bool certReq);
+
+    // Dotted text.
+    void put_reqPolicy(char const* oid);
+    // Null takes the nonce away; else a copy is kept.
+    void put_nonce(ASN1::CBigInteger const* nonce);
+
+    CBlob encode() const;
+    // Replaces the value; if it fails the value stays as it was.
+    void decode(CBlob const& der);
+
+    bool get_certReq() const noexcept { return certReq_; }
+    // Null when absent, as with the policy and the extensions.
+    ASN1::CBigInteger const* get_nonce() const noexcept { return nonce_ ? &*nonce_ : nullptr; }
+    char const* get_reqPolicy() const noexcept { return policy_ ? policy_->c_str() : nullptr; }
+    // Whoever knows the platform's number of the algorithm may note it in `cachedAlgId`.
+    ASN1::CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept { return hashAlgorithm_; }
+    CBlob const& get_hashedMessage() const noexcept { return hashedMessage_; }
+    ASN1::CExtensions const* get_extensions() const noexcept {
+        return extensions_ ? &*extensions_ : nullptr;
+    }
+
+private:
+    friend struct TimeStampReqTraits;
+
+    mutable ASN1::CAlgorithmIdentifierEx hashAlgorithm_;
+    CBlob hashedMessage_;
+    bool certReq_ = false;
+    std::optional<std::string> policy_;
+    std::optional<ASN1::CBigInteger> nonce_;
+    std::optional<ASN1::CExtensions> extensions_;
+};
+
+} // namespace Halcyon::PKI::TSP

@@ -1,0 +1,31 @@
+// TimeStampResp: the value and its traits, over the form that keeps the token as it came.
+#include "core/response.h"
+
+#include "asn1/status_info_traits.h"
+#include "asn1/traits.h"
+#include "asn1data/pkix_tsp.h"
+
+namespace Halcyon::PKI::TSP {
+
+// TimeStampResp ::= SEQUENCE { status PKIStatusInfo, timeStampToken TimeStampToken OPTIONAL }
+struct TimeStampRespRawTraits
+    : ASN1::CCodeClassT<asn1data::ASN1T_TimeStampRespRaw, asn1data::ASN1C_TimeStampRespRaw> {
+    static void get(ASN1_T const& record, CResponse& value) {
+        ASN1::ASN1T_PKIStatusInfo_traits::get(record.status, value.status_);
+        if (record.m.timeStampTokenPresent) {
+            auto token = std::make_shared<CToken>();
+            token->decode(CBlob(record.timeStampToken.data, record.timeStampToken.numocts));
+            value.token_ = std::move(token);
+        }
+    }
+};
+
+CResponse::CResponse() : status_(ASN1::pkiStatusGranted) {}
+
+void CResponse::decode(CBlob const& der) {
+    CResponse fresh;
+    ASN1::asn1Decode<TimeStampRespRawTraits>(der, fresh);
+    *this = std::move(fresh);
+}
+
+} // namespace Halcyon::PKI::TSP

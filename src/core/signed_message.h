@@ -1,0 +1,30 @@
+// The parts of a CMS message of signed data (RFC 5652, 3 and 5), as they lie in its bytes.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "base/blob.h"
+
+namespace Halcyon::PKI::TSP {
+
+// All spans lead into the message that was read, and live as long as it.
+struct SignedMessage {
+    using Element = std::span<unsigned char const>;
+
+    CBlob content;                     // the octets, joined where they came in pieces
+    bool hasCertificates = false;      // the field is there, be it empty
+    std::vector<Element> certificates; // X.509 certificates only, in the order of the message
+    std::vector<Element> signers;      // SignerInfo each, at least one
+};
+
+// Takes DER or BER. Bytes behind the message aren't looked at. Throws CAtlException 0x80093101 for
+// anything but signed data with a content and a signer, and 0x80093106 without memory.
+SignedMessage readSignedMessage(CBlob const& message);
+
+// A SignerInfo, as BER, without its unsigned attributes: no signature covers them, and there are
+// authorities that write an empty set, which isn't one. Throws CAtlException 0x80093101.
+CBlob withoutUnsignedAttributes(SignedMessage::Element signer);
+
+} // namespace Halcyon::PKI::TSP

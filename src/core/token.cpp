@@ -1,0 +1,142 @@
+// TimeStampToken: the reading of a token's fields, and the check of its signature by the platform.
+#include "core/token.h"
+
+#include "asn1/algorithm_identifier_traits.h"
+#include "asn1/big_integer_text.h"
+#include "asn1/extension_traits.h"
+#include "asn1/general_name_traits.h"
+#include "asn1/signer_info_traits.h"
+#include "asn1/traits.h"
+#include "asn1data/cryptographic_message_syntax.h"
+#include "asn1data/pkix_tsp.h"
+#include "atl/cert_context.h"
+#include "atl/crypt_msg.h"
+#include "core/signed_message.h"
+
+namespace Halcyon::PKI::TSP {
+
+namespace {
+
+constexpr HRESULT unsupportedKind = hr(0x80070057u);
+
+std::array<std::uint32_t, 3> accuracyOf(asn1data::ASN1T_Accuracy const& record) {
+    return {record.m.secondsPresent ? static_cast<std::uint32_t>(record.seconds) : 0u,
+            record.m.millisPresent ? record.millis : 0u,
+            record.m.microsPresent ? record.micros : 0u};
+}
+
+// The name as it stands in the token. Kinds that CGeneralName can't hold don't make a token
+// unreadable: the name is a hint, on which no check rests.
+std::optional<ASN1::CGeneralName> readName(asn1data::ASN1T_TSTInfoRaw const& record) {
+    if (!record.m.tsaPresent) {
+        return std::nullopt;
+    }
+    ASN1::CGeneralName name;
+    try {
+        name.decode(CBlob(record.tsa.data, record.tsa.numocts));
+    } catch (ATL::CAtlException const& failure) {
+        if (failure.m_hr != unsupportedKind) {
+            throw;
+        }
+        return std::nullopt;
+    }
+    return name;
+}
+
+struct SignerInfoTraits
+    : ASN1::CCodeClassT<asn1data::ASN1T_SignerInfo, asn1data::ASN1C_SignerInfo> {
+    static void get(ASN1_T const& record, ASN1::CSignerInfo& value) {
+        ASN1::ASN1T_SignerInfo_get(value, record);
+    }
+};
+
+// One signer and no more: RFC 3161, 2.4.2, allows no signature but the authority's.
+bool hasOneSigner(HCRYPTMSG message) {
+    DWORD count = 0;
+    DWORD size = sizeof(count);
+    return CryptMsgGetParam(message, CMSG_SIGNER_COUNT_PARAM, 0, &count, &size) && count == 1;
+}
+
+ATL2::CCryptMsg openMessage(CBlob const& token) {
+    ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
+    if (message &&
+        !CryptMsgUpdate(message.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
+        message.close();
+    }
+    return message;
+}
+
+} // namespace
+
+// TSTInfo ::= SEQUENCE {
+//     version INTEGER, policy TSAPolicyId, messageImprint MessageImprint, serialNumber INTEGER,
+//     genTime GeneralizedTime, accuracy Accuracy OPTIONAL, ordering BOOLEAN DEFAULT FALSE,
+//     nonce INTEGER OPTIONAL, tsa [0] GeneralName OPTIONAL, extensions [1] Extensions OPTIONAL }
+struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::ASN1C_TSTInfoRaw> {
+    static void get(ASN1_T const& record, CToken::Info& value) {
+        ASN1::CBigInteger version;
+        ASN1::ASN1StringToBigInteger(record.version, version);
+        value.version = version.cbData() == 1 ? version.pbData()[0] : 0;
+        value.policy = ASN1::toOID(record.policy).c_str();
+        ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.messageImprint.hashAlgorithm,
+                                                    value.hashAlgorithm);
+        ASN1::ASN1TDynOctStr_traits::get(record.messageImprint.hashedMessage, value.hashedMessage);
+        ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber);
+        ASN1::ASN1GeneralizedTime_traits::get(record.genTime, value.genTime);
+        if (record.m.accuracyPresent) {
+            value.accuracy = accuracyOf(record.accuracy);
+        }
+        value.ordering = record.ordering != 0;
+        if (record.m.noncePresent) {
+            ASN1::ASN1StringToBigInteger(record.nonce, value.nonce.emplace());
+        }
+        value.tsa = readName(record);
+        if (record.m.extensionsPresent) {
+            ASN1::ASN1T_Extensions_traits::get(record.extensions, value.extensions.emplace());
+        }
+    }
+};
+
+void CToken::decode(CBlob const& der) {
+    auto const parts = readSignedMessage(der);
+    Info info;
+    ASN1::asn1Decode<TSTInfoTraits>(parts.content, info);
+    ASN1::CSignerInfo signerInfo;
+    ASN1::asn1Decode<SignerInfoTraits>(withoutUnsignedAttributes(parts.signers.front()),
+                                       signerInfo);
+
+    encoded_ = der;
+    info_ = std::move(info);
+    signerInfo_ = std::move(signerInfo);
+    certificates_.reset();
+    if (parts.hasCertificates) {
+        auto& certificates = certificates_.emplace();
+        for (auto const& certificate : parts.certificates) {
+            certificates.emplace_back(certificate.data(), certificate.size());
+        }
+    }
+}
+
+bool CToken::verify(CBlob const& certificate, HCRYPTMSG message) const {
+    ATL2::CCertContext const context(CertCreateCertificateContext(
+        ATL2::anyEncoding, certificate.pbData(), static_cast<DWORD>(certificate.cbData())));
+    return verify(context.get(), message);
+}
+
+bool CToken::verify(_CERT_CONTEXT const* certificate, HCRYPTMSG message) const {
+    ATL2::CCryptMsg own;
+    if (!message) {
+        own = openMessage(encoded_);
+        message = own.get();
+    }
+    if (!message || !certificate || !hasOneSigner(message)) {
+        return false;
+    }
+    CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};
+    parameter.cbSize = sizeof(parameter);
+    parameter.dwSignerType = CMSG_VERIFY_SIGNER_CERT;
+    parameter.pvSigner = const_cast<_CERT_CONTEXT*>(certificate);
+    return CryptMsgControl(message, 0, CMSG_CTRL_VERIFY_SIGNATURE_EX, &parameter) != FALSE;
+}
+
+} // namespace Halcyon::PKI::TSP
