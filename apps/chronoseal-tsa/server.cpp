@@ -1,0 +1,104 @@
+#include "server.h"
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <thread>
+
+#include <httplib.h>
+
+#include "authenticode_responder.h"
+
+namespace tsa {
+
+namespace {
+
+constexpr std::size_t kMaxRequest = std::size_t{1} << 20;
+constexpr std::size_t kMaxRequestsPerConnection = 1000000;
+constexpr unsigned char kSequenceTag = 0x30;
+
+// A DER request starts with the tag of a SEQUENCE, which no Base64 text of one does: that begins
+// with 'M'.
+bool is_time_stamp_query(const httplib::Request& request) {
+    return request.get_header_value("Content-Type") == "application/timestamp-query" ||
+           (!request.body.empty() &&
+            static_cast<unsigned char>(request.body.front()) == kSequenceTag);
+}
+
+void handle_post(const Identity& identity, TimeStampResponder& responder, std::mutex& mutex,
+                 const httplib::Request& request, httplib::Response& response) {
+    const std::lock_guard lock(mutex);
+    if (is_time_stamp_query(request)) {
+        response.set_content(responder.respond(request.body), "application/timestamp-reply");
+        return;
+    }
+    const std::optional<std::string> answer = answer_authenticode(identity, request.body);
+    if (!answer) {
+        response.status = 400;
+        response.set_content("neither a time-stamp request nor an Authenticode one\n",
+                             "text/plain");
+        return;
+    }
+    response.set_content(*answer, "application/octet-stream");
+}
+
+void handle_crl(const std::filesystem::path& folder, httplib::Response& response) {
+    std::ifstream file(folder / "root.crl", std::ios::binary);
+    if (!file) {
+        response.status = 404;
+        return;
+    }
+    response.set_content(std::string(std::istreambuf_iterator<char>(file), {}),
+                         "application/pkix-crl");
+}
+
+} // namespace
+
+bool serve(const Identity& identity, TimeStampResponder& responder, const ServerOptions& options) {
+    httplib::Server server;
+    std::mutex mutex;
+    server.set_tcp_nodelay(true);
+    server.set_keep_alive_max_count(kMaxRequestsPerConnection);
+    server.set_payload_max_length(kMaxRequest);
+    server.Post(".*", [&](const httplib::Request& request, httplib::Response& response) {
+        handle_post(identity, responder, mutex, request, response);
+    });
+    server.Get("/root.crl", [&](const httplib::Request&, httplib::Response& response) {
+        handle_crl(options.folder, response);
+    });
+
+    int port = options.port;
+    if (port == 0) {
+        port = server.bind_to_any_port(options.host);
+    } else if (!server.bind_to_port(options.host, port)) {
+        port = -1;
+    }
+    if (port <= 0) {
+        return false;
+    }
+
+    // Blocked here, before any thread starts, the signals reach only the thread that waits for
+    // them.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread stopper([&] {
+        int signal = 0;
+        sigwait(&signals, &signal);
+        server.stop();
+    });
+
+    std::printf("chronoseal-tsa listening on http://%s:%d/\n", options.host.c_str(), port);
+    std::fflush(stdout);
+    const bool good = server.listen_after_bind();
+    // Wakes the waiting thread if something else ended the server.
+    pthread_kill(stopper.native_handle(), SIGTERM);
+    stopper.join();
+    return good;
+}
+
+} // namespace tsa
