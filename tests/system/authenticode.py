@@ -1,0 +1,306 @@
+"""The older Authenticode protocol: `chronoseal authenticode` and chronoseal-tsa, against another signing tool."""
+
+import base64
+import datetime
+import shutil
+import socketserver
+import struct
+import subprocess
+import threading
+import unittest
+
+import program
+from asn1crypto import cms, core
+from program import GOOD, REFUSED, UNREACHABLE, USAGE
+
+COUNTERSIGNATURE_TYPE = "1.3.6.1.4.1.311.3.2.1"
+SIGNATURE = bytes(range(256))
+
+
+class CounterSignatureRequest(core.Sequence):
+    _fields = [("type", core.ObjectIdentifier),
+               ("attributes", core.SetOf, {"spec": cms.CMSAttribute, "implicit": 0, "optional": True}),
+               ("content", cms.ContentInfo)]
+
+
+def tiny_program():
+    """A PE file with one section that returns at once."""
+    headers, code = 512, b"\xc3".ljust(512, b"\0")
+    dos = b"MZ".ljust(60, b"\0") + struct.pack("<I", 64)
+    coff = struct.pack("<4sHHIIIHH", b"PE\0\0", 0x14C, 1, 0, 0, 0, 224, 0x102)
+    optional = struct.pack(
+        "<HBBIIIIII" "IIIHHHHHHIIIIHHIIIIII", 0x10B, 1, 0, len(code), 0, 0, 0x1000, 0x1000, 0x2000,
+        0x400000, 0x1000, 512, 4, 0, 0, 0, 4, 0, 0, 0x2000, headers, 0, 3, 0, 0x100000, 0x1000,
+        0x100000, 0x1000, 0, 16) + bytes(16 * 8)
+    section = struct.pack("<8sIIIIIIHHI", b".text", len(code), 0x1000, len(code), headers, 0, 0, 0, 0,
+                          0x60000020)
+    return (dos + coff + optional + section).ljust(headers, b"\0") + code
+
+
+class Handler(socketserver.StreamRequestHandler):
+    """Keeps what came, and answers by the server's list of answers; the last one stays."""
+
+    def handle(self):
+        request, headers = self.rfile.readline().decode(), {}
+        while (line := self.rfile.readline().decode().strip()):
+            name, _, value = line.partition(":")
+            headers[name.lower()] = value.strip()
+        body = self.rfile.read(int(headers.get("content-length", 0)))
+        self.server.seen.append((request, headers, body))
+        answers = self.server.answers
+        status, content = answers.pop(0) if len(answers) > 1 else answers[0]
+        self.wfile.write(f"HTTP/1.1 {status} Whatever\r\nContent-Length: {len(content)}\r\n"
+                         "Content-Type: application/octet-stream\r\nConnection: close\r\n\r\n".encode()
+                         + content)
+
+
+class Server(socketserver.ThreadingTCPServer):
+    allow_reuse_address = True
+    daemon_threads = True
+
+    def __init__(self):
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.seen, self.answers = [], [(500, b"")]
+        self.url = f"http://127.0.0.1:{self.server_address[1]}/"
+        threading.Thread(target=self.serve_forever, daemon=True).start()
+
+    def bodies(self):
+        return [body for _, _, body in self.seen]
+
+
+def request_of(body):
+    """The DER within a body."""
+    return base64.b64decode(body.split(b"\0")[0], validate=False)
+
+
+class AuthenticodeTest(program.SystemTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.authority = program.Authority(cls.workspace.path / "tsa")
+        cls.addClassCleanup(cls.authority.close)
+        cls.server = Server()
+        cls.addClassCleanup(cls.server.server_close)
+        cls.addClassCleanup(cls.server.shutdown)
+        cls.content = cls.workspace.write("signature", SIGNATURE)
+
+    def setUp(self):
+        super().setUp()
+        self.server.seen.clear()
+        self.server.answers = [(500, b"")]
+        self.out = self.workspace.path / "stamp"
+        self.out.unlink(missing_ok=True)
+
+    def stamp(self, *options, file=None):
+        return self.workspace.run("authenticode", file or self.content, "--out", self.out, *options)
+
+    def policy(self, text):
+        self.workspace.configure("[config.cades.tsppolicy]\n" + text)
+
+
+@unittest.skipUnless(shutil.which("osslsigncode"), "osslsigncode isn't installed")
+class AgainstAnotherTool(AuthenticodeTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        folder = cls.workspace.path
+        cls.key, cls.certificate = folder / "code.key", folder / "code.pem"
+        made = program.openssl(
+            "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "30", "-subj", "/CN=Code Signer",
+            "-addext", "extendedKeyUsage=codeSigning", "-keyout", cls.key, "-out", cls.certificate)
+        assert made.returncode == 0, made.stderr
+        cls.program = cls.workspace.write("tiny.exe", tiny_program())
+
+    def sign(self, url):
+        signed = self.workspace.path / "signed.exe"
+        signed.unlink(missing_ok=True)
+        result = subprocess.run(
+            ["osslsigncode", "sign", "-certs", self.certificate, "-key", self.key, "-h", "sha256", "-t",
+             url, "-in", self.program, "-out", signed], capture_output=True, text=True)
+        return result, signed
+
+    def verify(self, signed, root):
+        return subprocess.run(
+            ["osslsigncode", "verify", "-CAfile", self.certificate, "-TSA-CAfile", root, "-in", signed],
+            capture_output=True, text=True)
+
+    def test_it_takes_and_verifies_the_small_authority_s_stamps(self):
+        result, signed = self.sign(self.authority.url)
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+        checked = self.verify(signed, self.authority.root)
+        self.assertEqual(checked.returncode, 0, checked.stdout + checked.stderr)
+        self.assertIn("Timestamp Server Signature verification: ok", checked.stdout)
+        self.assertIn("Timestamp time", checked.stdout)
+        # The stamp is judged, not just carried along.
+        checked = self.verify(signed, self.certificate)
+        self.assertNotIn("Timestamp Server Signature verification: ok", checked.stdout)
+
+    def test_both_ask_in_the_same_bytes(self):
+        self.server.answers = [(404, b"no")]
+        self.sign(self.server.url)
+        theirs = request_of(self.server.bodies()[0])
+        content = CounterSignatureRequest.load(theirs, strict=True)["content"]["content"].native
+        self.assertGreaterEqual(len(content), 256)
+
+        self.server.seen.clear()
+        self.stamp("--url", self.server.url, file=self.workspace.write("value", content))
+        self.assertEqual(len(self.server.seen), 1)
+        _, headers, body = self.server.seen[0]
+        self.assertEqual(request_of(body), theirs)
+        self.assertEqual(headers["user-agent"], "Halcyon chronoseal.dll")
+        self.assertNotIn("content-type", headers)
+
+
+class TheRequest(AuthenticodeTest):
+    def test_lines_and_trailing_zeros(self):
+        for size in (0, 1, 2, 3, 55, 56, 57, 1000):
+            with self.subTest(size):
+                self.server.seen.clear()
+                self.stamp("--url", self.server.url, file=self.workspace.write("sized", bytes(size)))
+                body = self.server.bodies()[0]
+                text = body.rstrip(b"\0")
+                self.assertNotIn(b"\0", text)
+                self.assertLess(len(text), len(body), "the zeros that fill the last line go out")
+                lines = text.split(b"\r\n")
+                self.assertTrue(all(len(line) == 76 for line in lines[:-2]))
+                self.assertLessEqual(max(map(len, lines)), 76)
+                request = CounterSignatureRequest.load(request_of(body), strict=True)
+                self.assertEqual(request["type"].native, COUNTERSIGNATURE_TYPE)
+                self.assertNotIn("attributes", [name for name, value in request.native.items() if value])
+                self.assertEqual(request["content"]["content_type"].native, "data")
+                self.assertEqual(request["content"]["content"].native, bytes(size))
+
+
+class TheAnswer(AuthenticodeTest):
+    def test_openssl_verifies_it_over_the_content(self):
+        self.expect(self.stamp("--url", self.authority.url), GOOD)
+        back = self.workspace.path / "back"
+        for command in ("cms", "smime"):
+            checked = program.openssl(command, "-verify", "-inform", "DER", "-in", self.out, "-CAfile",
+                                      self.authority.root, "-purpose", "any", "-binary", "-out", back)
+            self.assertEqual(checked.returncode, 0, checked.stderr)
+            self.assertEqual(back.read_bytes(), SIGNATURE)
+        signed = cms.ContentInfo.load(self.out.read_bytes(), strict=True)["content"]
+        attributes = {a["type"].native: a["values"].native for a in signed["signer_infos"][0]["signed_attrs"]}
+        age = datetime.datetime.now(datetime.timezone.utc) - attributes["signing_time"][0]
+        self.assertLess(abs(age), datetime.timedelta(minutes=5))
+        self.assertEqual(len(signed["certificates"]), 2, "the signer and the root")
+
+    def test_any_size_of_content(self):
+        for size in (0, 1, 100000):
+            with self.subTest(size):
+                self.expect(self.stamp("--url", self.authority.url,
+                                       file=self.workspace.write("sized", b"x" * size)), GOOD)
+                signed = cms.ContentInfo.load(self.out.read_bytes())["content"]
+                self.assertEqual(signed["encap_content_info"]["content"].native or b"", b"x" * size)
+
+    def test_the_bytes_are_handed_on_unread(self):
+        for answer, decoded in ((b"AAEC/w==", b"\0\1\2\xff"), (b"AAE\r\nC/\n w=\0AAAA", b"\0\1\2\xff"),
+                                (b"QQ", b"A"), (b"-QUJD-", b"ABC")):
+            with self.subTest(answer):
+                self.server.answers = [(200, answer)]
+                self.expect(self.stamp("--url", self.server.url), GOOD)
+                self.assertEqual(self.out.read_bytes(), decoded)
+
+    def test_an_empty_answer_is_a_refusal(self):
+        self.server.answers = [(200, b"")]
+        self.expect(self.stamp("--url", self.server.url), REFUSED, "empty")
+        self.assertFalse(self.out.exists())
+
+    def test_the_small_authority_refuses_what_is_no_request(self):
+        wrong_type = CounterSignatureRequest({
+            "type": "1.2.3", "content": {"content_type": "data", "content": SIGNATURE}}).dump()
+        good = CounterSignatureRequest({
+            "type": COUNTERSIGNATURE_TYPE, "content": {"content_type": "data", "content": SIGNATURE}}).dump()
+        bodies = [b"", b"MA==", b"!", base64.b64encode(wrong_type)]
+        bodies += [base64.b64encode(good[:size]) for size in range(1, len(good), 17)]
+        for body in bodies:
+            with self.subTest(body):
+                self.assertEqual(self.post(body), b"400")
+        self.assertEqual(self.post(base64.b64encode(good)), b"200")
+
+    def post(self, body):
+        path = self.workspace.write("body", body)
+        return subprocess.run(["curl", "-s", "-o", "/dev/null", "-w", "%{http_code}", "-H", "Content-Type:",
+                               "--noproxy", "*", "--data-binary", f"@{path}", self.authority.url],
+                              capture_output=True).stdout
+
+
+class Statuses(AuthenticodeTest):
+    GOOD_ANSWER = (200, base64.b64encode(b"stamp"))
+
+    def test_one_more_attempt_after_407(self):
+        self.server.answers = [(407, b""), self.GOOD_ANSWER]
+        self.expect(self.stamp("--url", self.server.url), GOOD)
+        self.assertEqual(self.out.read_bytes(), b"stamp")
+        first, second = self.server.bodies()
+        self.assertEqual(first, second)
+
+    def test_a_second_407_is_the_end(self):
+        self.server.answers = [(407, b""), (407, b""), self.GOOD_ANSWER]
+        self.expect(self.stamp("--url", self.server.url), UNREACHABLE)
+        self.assertEqual(len(self.server.seen), 2)
+
+    def test_any_other_status_is_final(self):
+        for status in (201, 204, 302, 400, 401, 403, 404, 500, 503):
+            with self.subTest(status):
+                self.server.seen.clear()
+                content = self.GOOD_ANSWER[1] if status != 204 else b""
+                self.server.answers = [(status, content), self.GOOD_ANSWER]
+                self.expect(self.stamp("--url", self.server.url), UNREACHABLE)
+                self.assertEqual(len(self.server.seen), 1)
+                self.assertFalse(self.out.exists())
+
+
+class Policy(AuthenticodeTest):
+    def setUp(self):
+        super().setUp()
+        self.server.answers = [(200, base64.b64encode(b"stamp"))]
+
+    def refused(self, *options):
+        self.expect(self.stamp(*options), REFUSED, "(1260)", "AllowedMSTSPs")
+        self.assertEqual(self.server.seen, [])
+        self.assertFalse(self.out.exists())
+
+    def test_a_server_that_is_not_on_the_list(self):
+        self.policy('AllowedMSTSPs = ["http://elsewhere/", "http://other/"]\n')
+        self.refused("--url", self.server.url)
+        # An empty list is in force too.
+        self.policy("AllowedMSTSPs = []\n")
+        self.refused("--url", self.server.url)
+
+    def test_a_default_has_to_be_on_the_list(self):
+        self.policy(f'AllowedMSTSPs = ["http://elsewhere/"]\nDefaultMSTSPURL = "{self.server.url}"\n')
+        self.refused()
+        self.policy('AllowedMSTSPs = ["http://elsewhere/"]\n')
+        self.refused()
+
+    def test_servers_that_are_allowed(self):
+        self.policy(f'AllowedMSTSPs = ["http://elsewhere/", "{self.server.url}"]\n')
+        self.expect(self.stamp("--url", self.server.url), GOOD)
+        self.policy(f'DefaultMSTSPURL = "{self.server.url}"\n')
+        self.expect(self.stamp(), GOOD)
+        self.policy(f'AllowedMSTSPs = "{self.server.url}"\nDefaultMSTSPURL = "{self.server.url}"\n')
+        self.expect(self.stamp(), GOOD)
+        # The default is no restriction.
+        self.policy('DefaultMSTSPURL = "http://elsewhere/"\n')
+        self.expect(self.stamp("--url", self.server.url), GOOD)
+        # Nor are the servers for the other protocol.
+        self.policy('AllowedTSPs = ["http://elsewhere/"]\n')
+        self.expect(self.stamp("--url", self.server.url), GOOD)
+
+    def test_no_server_at_all(self):
+        self.expect(self.stamp(), UNREACHABLE)
+
+    def test_a_policy_that_can_t_be_read_allows_nothing(self):
+        for text in ("AllowedMSTSPs = 1\n", "DefaultMSTSPURL = 1\n", "AllowedMSTSPs = [\n"):
+            with self.subTest(text):
+                self.policy(text)
+                result = self.stamp("--url", self.server.url)
+                self.assertNotEqual(result.returncode, GOOD)
+                self.assertNotEqual(result.returncode, USAGE)
+                self.assertEqual(self.server.seen, [])
+
+
+if __name__ == "__main__":
+    program.main()

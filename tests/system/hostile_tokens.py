@@ -1,0 +1,381 @@
+"""Tokens that must be refused, each for its own reason, and odd ones that must pass."""
+
+import datetime
+import hashlib
+import unittest
+
+import forge
+import program
+from asn1crypto import core, x509
+from program import GOOD, REFUSED
+
+DATA = b"the data that was stamped\n"
+DIGEST = hashlib.sha256(DATA).digest()
+
+
+class TokenTest(program.SystemTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.folder = cls.workspace.path
+        cls.root = forge.issue(cls.folder, "root", ca=True)
+        cls.tsa = forge.issue(cls.folder, "tsa", cls.root)
+        cls.roots = cls.root.write_pem(cls.folder / "root.pem")
+        cls.data = cls.workspace.write("data", DATA)
+        cls.info = forge.tst_info(DIGEST, nonce=7)
+
+    def verify(self, token, *options, roots=None):
+        path = self.workspace.write("stamp", token)
+        return self.workspace.run("verify", path, "--data", self.data, "--roots",
+                                  roots or self.roots, *options)
+
+    def passes(self, token, *options, **keywords):
+        self.expect(self.verify(token, *options, **keywords), GOOD)
+
+    def refuses(self, token, code, *options, roots=None, words=""):
+        self.expect(self.verify(token, *options, roots=roots), REFUSED, code, words)
+
+    def token(self, **keywords):
+        return forge.make_token(self.tsa, self.info, **keywords)
+
+    def token_with(self, *ess, drop=(), extra=()):
+        return self.token(attributes=forge.signed_attributes(
+            self.tsa, self.info, ess=ess, drop=drop, extra=extra))
+
+    def token_of(self, signer, *more, time=None, info=None, **keywords):
+        info = info or forge.tst_info(DIGEST, time=time)
+        return forge.make_token(signer, info, certificates=[signer.der, *more], **keywords)
+
+
+class GoodTokens(TokenTest):
+    def test_plain_response_and_grantedWithMods(self):
+        self.passes(self.token())
+        self.passes(forge.make_response(self.token()))
+        self.passes(forge.make_response(self.token(), status=1, text="changed"))
+
+    def test_certificates_in_any_order_and_strangers_among_them(self):
+        stranger = forge.issue(self.folder, "stranger", self.root)
+        self.passes(self.token(certificates=[self.root.der, stranger.der, self.tsa.der]))
+
+    def test_odd_entries_in_the_certificate_set(self):
+        attribute_certificate = forge.element(0xA2, forge.element(0x30, b"\x02\x01\x01"))
+        other = forge.element(0xA3, core.ObjectIdentifier("1.2.3.4").dump() + b"\x05\x00")
+        self.passes(self.token(certificates=[self.tsa.der, attribute_certificate]))
+        self.passes(self.token(certificates=[self.tsa.der, other]))
+
+    def test_ber_with_indefinite_lengths(self):
+        self.passes(forge.to_ber(self.token()))
+        self.passes(forge.make_response(forge.to_ber(self.token())))
+
+    def test_identifiers_of_all_allowed_kinds(self):
+        v1 = forge.signing_certificate(forge.ess_cert_id(self.tsa))
+        v2 = forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa))
+        self.passes(self.token_with(v1))
+        self.passes(self.token_with(v2))
+        self.passes(self.token_with(v1, v2))
+        self.passes(self.token_with(forge.signing_certificate(
+            forge.ess_cert_id(self.tsa, with_serial=False))))
+        self.passes(self.token_with(forge.signing_certificate_v2(
+            forge.ess_cert_id_v2(self.tsa, algorithm="sha512"))))
+
+    def test_several_identifiers_the_first_counts(self):
+        ids = (forge.ess_cert_id_v2(self.tsa), forge.ess_cert_id_v2(self.root))
+        self.passes(self.token_with(forge.signing_certificate_v2(*ids)))
+        self.refuses(self.token_with(forge.signing_certificate_v2(*reversed(ids))), "0x80092004")
+
+    def test_certificate_given_by_file_only(self):
+        bare = self.token(certificates=[])
+        self.refuses(bare, "0x80092004")
+        path = self.tsa.write_pem(self.folder / "tsa.pem")
+        self.passes(bare, "--certs", path)
+        self.passes(self.token(certificates=None), "--certs", path)
+
+    def test_stamped_while_valid_and_expired_since(self):
+        past = forge.now() - forge.days(100)
+        old = forge.issue(self.folder, "old", self.root, begin=past - forge.days(1),
+                          end=past + forge.days(1))
+        long_root = forge.issue(self.folder, "long root", ca=True, begin=past - forge.days(50))
+        old = forge.issue(self.folder, "old", long_root, begin=past - forge.days(1),
+                          end=past + forge.days(1))
+        roots = long_root.write_pem(self.folder / "long.pem")
+        self.passes(self.token_of(old, time=past), roots=roots)
+        self.refuses(self.token_of(old, time=past + forge.days(3)), "0x800B0101", roots=roots)
+        self.refuses(self.token_of(old, time=past - forge.days(3)), "0x800B0101", roots=roots)
+
+    def test_chain_of_three_with_the_middle_in_token_or_file(self):
+        middle = forge.issue(self.folder, "middle", self.root, ca=True)
+        leaf = forge.issue(self.folder, "leaf", middle)
+        self.passes(self.token_of(leaf, middle.der))
+        self.refuses(self.token_of(leaf), "0x800B010A")
+        self.passes(self.token_of(leaf), "--certs", middle.write_pem(self.folder / "middle.pem"))
+
+
+class BadSignatures(TokenTest):
+    def test_forged_certificate_in_front_of_the_right_one(self):
+        other_root = forge.issue(self.folder, "root", ca=True)
+        forged = forge.issue(self.folder, "tsa", other_root, serial=self.tsa.serial)
+        self.passes(self.token(certificates=[forged.der, self.tsa.der]))
+        by_forger = forge.make_token(forged, self.info, certificates=[forged.der, self.tsa.der])
+        self.expect(self.verify(by_forger), REFUSED)
+        claims_real = forge.make_token(
+            self.tsa, self.info, key=forged.key, certificates=[forged.der, self.tsa.der])
+        self.refuses(claims_real, "0x80090006")
+
+    def test_data_digest_and_content_swapped(self):
+        other = forge.tst_info(hashlib.sha256(b"other data").digest())
+        genuine = forge.make_token(self.tsa, other)
+        self.refuses(genuine, "0x80091007", words="SHA-256 hash")
+        swapped = self.token(signed_content=other)
+        self.refuses(swapped, "0x80090006")
+
+    def test_imprint_of_wrong_length(self):
+        for digest in (b"", DIGEST[:-1], DIGEST + b"\0"):
+            with self.subTest(size=len(digest)):
+                self.refuses(forge.make_token(self.tsa, forge.tst_info(digest)), "0x80091007")
+
+    def test_signed_attributes_left_out_or_bare_signature(self):
+        self.expect(self.verify(self.token(no_attributes=True)), REFUSED)
+        self.refuses(self.token_with(forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa)),
+                                     drop=("messageDigest",)), "0x80090006")
+        self.expect(self.verify(self.token_with(
+            forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa)),
+            drop=("contentType",))), REFUSED)
+
+    def test_message_digest_doubled(self):
+        self.expect(self.verify(self.token(attributes=forge.signed_attributes(
+            self.tsa, self.info, extra=[forge.message_digest_attribute(b"else")]))), REFUSED)
+
+    def test_content_type_of_another_kind(self):
+        data_oid = "1.2.840.113549.1.7.1"
+        self.expect(self.verify(self.token(content_oid=data_oid)), REFUSED)
+        attributes = [forge.content_type_attribute(data_oid),
+                      forge.message_digest_attribute(self.info),
+                      forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa))]
+        self.expect(self.verify(self.token(attributes=attributes)), REFUSED)
+
+    def test_signer_named_by_key_identifier(self):
+        sid = forge.element(0x80, self.tsa.key.spki.sha1)
+        self.refuses(self.token(sid=sid), "0x80093101")
+
+    def test_no_signer_and_two_signers(self):
+        self.expect(self.verify(self.token(infos=[])), REFUSED)
+        info = forge.signer_info(self.tsa, self.info,
+                                 forge.signed_attributes(self.tsa, self.info))
+        self.expect(self.verify(self.token(infos=[info, info])), REFUSED)
+
+    def test_any_changed_byte_of_what_counts(self):
+        good = self.token()
+        self.passes(good)
+        step = 11
+        for at in range(0, len(good), step):
+            changed = bytearray(good)
+            changed[at] ^= 0x01
+            result = self.verify(bytes(changed))
+            self.assertIn(result.returncode, (0, REFUSED), f"byte {at}: {result.stderr}")
+        for part in (self.info, self.tsa.der):
+            start = good.index(part)
+            for at in range(start, start + len(part), step):
+                changed = bytearray(good)
+                changed[at] ^= 0x10
+                self.assertEqual(self.verify(bytes(changed)).returncode, REFUSED, f"byte {at}")
+
+    def test_cut_off_anywhere(self):
+        good = self.token()
+        for size in range(0, len(good), 29):
+            self.assertEqual(self.verify(good[:size]).returncode, REFUSED, f"{size} bytes")
+
+
+class SigningCertificateAttributes(TokenTest):
+    def test_missing(self):
+        self.refuses(self.token_with(), "0x80092004", words="signing-certificate")
+
+    def test_empty(self):
+        self.expect(self.verify(self.token_with(forge.signing_certificate_v2())), REFUSED)
+        self.expect(self.verify(self.token_with(forge.attribute(forge.ID_SIGNING_CERTIFICATE_V2))),
+                    REFUSED)
+
+    def test_doubled(self):
+        one = forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa))
+        two = forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa, with_serial=False))
+        self.refuses(self.token_with(one, two), "0x8007000B")
+        value = forge.element(0x30, forge.element(0x30, forge.ess_cert_id_v2(self.tsa)))
+        self.refuses(self.token_with(forge.attribute(
+            forge.ID_SIGNING_CERTIFICATE_V2, value, value)), "0x8007000B")
+
+    def test_wrong_type(self):
+        self.expect(self.verify(self.token_with(forge.attribute(
+            forge.ID_SIGNING_CERTIFICATE_V2, b"\x0c\x03abc"))), REFUSED)
+
+    def test_names_another_certificate(self):
+        other = forge.issue(self.folder, "other", self.root)
+        self.refuses(self.token_with(forge.signing_certificate_v2(forge.ess_cert_id_v2(other))),
+                     "0x80092004")
+        self.refuses(self.token_with(forge.signing_certificate(forge.ess_cert_id(other))),
+                     "0x80092004")
+
+    def test_right_hash_with_another_serial(self):
+        digest = core.OctetString(hashlib.sha256(self.tsa.der).digest()).dump()
+        other = forge.issue(self.folder, "other", self.root)
+        wrong = forge.element(0x30, digest + forge.issuer_serial(other))
+        self.expect(self.verify(self.token_with(forge.signing_certificate_v2(wrong))), REFUSED)
+
+
+class BadChains(TokenTest):
+    def test_rogue_root_brought_along(self):
+        rogue = forge.issue(self.folder, "rogue", ca=True)
+        leaf = forge.issue(self.folder, "rogue tsa", rogue)
+        self.refuses(self.token_of(leaf, rogue.der), "0x800B0109")
+
+    def test_empty_trust_store(self):
+        path = self.workspace.write("stamp", self.token(certificates=[self.tsa.der, self.root.der]))
+        self.expect(self.workspace.run("verify", path), REFUSED, "0x800B0109")
+
+    def test_usage_of_the_signer(self):
+        cases = {
+            "without": dict(usage=None),
+            "not critical": dict(usage_critical=False),
+            "a second one": dict(usage=("time_stamping", "code_signing")),
+            "another one": dict(usage=("code_signing",)),
+        }
+        for name, options in cases.items():
+            with self.subTest(name):
+                signer = forge.issue(self.folder, name, self.root, **options)
+                self.refuses(self.token_of(signer), "0x800B0110")
+
+    def test_signer_that_is_a_ca(self):
+        usage = [{"extn_id": "extended_key_usage", "critical": True,
+                  "extn_value": ["time_stamping"]}]
+        signer = forge.issue(self.folder, "ca", self.root, ca=True, extra_extensions=usage)
+        self.refuses(self.token_of(signer), "0x800B0110")
+
+    def test_ca_expired_at_the_stamps_time(self):
+        past = forge.now() - forge.days(100)
+        root = forge.issue(self.folder, "expired", ca=True, begin=past - forge.days(50), end=past)
+        leaf = forge.issue(self.folder, "leaf", root, begin=past - forge.days(50))
+        roots = root.write_pem(self.folder / "expired.pem")
+        self.refuses(self.token_of(leaf, time=past + forge.days(1)), "0x800B0101", roots=roots)
+        self.passes(self.token_of(leaf, time=past - forge.days(1)), roots=roots)
+
+    def test_issuer_that_is_no_ca(self):
+        leaf = forge.issue(self.folder, "child", self.tsa)
+        self.expect(self.verify(self.token_of(leaf, self.tsa.der)), REFUSED)
+
+    def test_certificate_signature_changed(self):
+        middle = forge.issue(self.folder, "middle", self.root, ca=True)
+        der = bytearray(middle.der)
+        der[-1] ^= 1
+        leaf = forge.issue(self.folder, "leaf", middle)
+        self.expect(self.verify(self.token_of(leaf, bytes(der))), REFUSED)
+
+    def test_unknown_critical_extension(self):
+        odd = [{"extn_id": "1.2.3.4.5", "critical": True,
+                "extn_value": core.ParsableOctetString(b"\x05\x00")}]
+        signer = forge.issue(self.folder, "odd", self.root, extra_extensions=odd)
+        self.refuses(self.token_of(signer), "0x800B0105")
+
+    def test_critical_extension_of_the_token(self):
+        for critical, check in ((True, lambda token: self.refuses(token, "0x800B0105")),
+                                (False, self.passes)):
+            extension = [{"extn_id": "1.2.3.4.5", "critical": critical, "extn_value": b"\x05\x00"}]
+            info = forge.tst_info(DIGEST, extensions=extension)
+            check(forge.make_token(self.tsa, info))
+
+
+class Revocation(TokenTest):
+    """Nothing listens at the address that the certificates name."""
+
+    URL = "http://127.0.0.1:1/root.crl"
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.signer = forge.issue(cls.folder, "named", cls.root, crl_url=cls.URL)
+        cls.time = forge.now() - datetime.timedelta(hours=2)
+
+    def crl(self, *revoked, **keywords):
+        return self.workspace.write("crl", forge.make_crl(self.root, revoked, **keywords))
+
+    def stamp(self):
+        return self.token_of(self.signer, time=self.time)
+
+    def at(self, hours):
+        return self.time + datetime.timedelta(hours=hours)
+
+    def test_unreachable_source(self):
+        self.refuses(self.stamp(), "0x80092013")
+        self.refuses(self.stamp(), "0x80092013", "--revocation", "require")
+        self.passes(self.stamp(), "--revocation", "available")
+        self.passes(self.stamp(), "--revocation", "off")
+        self.workspace.configure('[config.basalt]\nRevocation = "available"\n')
+        self.passes(self.stamp())
+
+    def test_crl_by_file(self):
+        self.passes(self.stamp(), "--crls", self.crl())
+
+    def test_revoked_before_the_stamp(self):
+        for reason in (None, "superseded", "key_compromise"):
+            path = self.crl((self.signer.serial, self.at(-1), reason))
+            self.refuses(self.stamp(), "0x80092010", "--crls", path)
+            self.refuses(self.stamp(), "0x80092010", "--crls", path, "--revocation", "available")
+            self.passes(self.stamp(), "--crls", path, "--revocation", "off")
+
+    def test_revoked_after_the_stamp(self):
+        for reason, good in (("superseded", True), ("cessation_of_operation", True),
+                             ("affiliation_changed", True), ("key_compromise", False),
+                             (None, False)):
+            with self.subTest(reason):
+                path = self.crl((self.signer.serial, self.at(1), reason))
+                if good:
+                    self.passes(self.stamp(), "--crls", path)
+                else:
+                    self.refuses(self.stamp(), "0x80092010", "--crls", path)
+
+    def test_crls_that_say_nothing(self):
+        other = forge.issue(self.folder, "root", ca=True)
+        for name, der in (
+                ("of another key", forge.make_crl(other)),
+                ("past its time before the stamp", forge.make_crl(
+                    self.root, begin=self.at(-48), end=self.at(-24)))):
+            with self.subTest(name):
+                path = self.workspace.write("crl", der)
+                self.refuses(self.stamp(), "0x80092013", "--crls", path)
+
+    def test_crl_in_force_then_and_past_now(self):
+        path = self.crl(begin=self.at(-1), end=self.at(1))
+        self.passes(self.stamp(), "--crls", path)
+
+    def test_ocsp_by_file(self):
+        good = self.workspace.write("ocsp", forge.make_ocsp(self.root, self.signer))
+        self.passes(self.stamp(), "--crls", good)
+        revoked = self.workspace.write("ocsp", forge.make_ocsp(
+            self.root, self.signer, status="revoked", revoked_at=self.at(-1), reason="superseded"))
+        self.refuses(self.stamp(), "0x80092010", "--crls", revoked)
+
+    def test_no_source_named(self):
+        self.passes(self.token())
+
+
+class BrokenBytes(TokenTest):
+    def test_noise_and_absurd_lengths(self):
+        for content in (b"", b"\0", b"0" * 100, b"\x30\x84\x7f\xff\xff\xff", b"\x30\x80" * 5000,
+                        b"<html></html>", bytes(range(256)) * 16, b"\x30\x80\x02\x01\x00"):
+            result = self.verify(content)
+            self.assertIn(result.returncode, (REFUSED,), content[:16])
+
+    def test_refusals_are_no_stamps(self):
+        response = forge.make_response(None, status=2, text="no", failure_bit=0)
+        line = self.expect(self.verify(response), REFUSED, "badAlg", "no")
+        self.assertIn("0xC2100124", line)
+        self.expect(self.verify(forge.make_response(None, status=9)), REFUSED)
+
+    def test_names_with_controls_and_bad_text_print(self):
+        odd = x509.Name.build({"common_name": "a\x01\u20ac\"\\"})
+        signer = forge.issue(self.folder, "x", self.root, subject=odd)
+        path = self.workspace.write("stamp", self.token_of(signer))
+        status, shown = self.workspace.run_json("info", path)
+        self.assertEqual(status, GOOD)
+        self.assertIn("\u20ac", shown["token"]["signer"]["subject"])
+
+
+if __name__ == "__main__":
+    program.main()

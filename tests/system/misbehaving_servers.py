@@ -1,0 +1,278 @@
+"""`chronoseal stamp` against servers that misbehave: a clear line each time, no hang, bounded memory."""
+
+import hashlib
+import resource
+import socket
+import socketserver
+import threading
+import time
+
+import forge
+import program
+from asn1crypto import tsp
+from program import GOOD, REFUSED, UNREACHABLE
+
+HTTP_OK = "HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\nConnection: close\r\n"
+TIME_OUT_MILLISECONDS = 1500
+
+
+class Handler(socketserver.StreamRequestHandler):
+    def handle(self):
+        request = self.rfile.readline().decode()
+        size = 0
+        while (line := self.rfile.readline().decode().strip()):
+            name, _, value = line.partition(":")
+            if name.lower() == "content-length":
+                size = int(value)
+            self.server.headers[name.lower()] = value.strip()
+        body = self.rfile.read(size)
+        self.server.hits += 1
+        try:
+            getattr(self, "do_" + request.split()[1].strip("/"))(body)
+        except (BrokenPipeError, ConnectionResetError):
+            pass
+
+    def send(self, body, head=HTTP_OK):
+        self.wfile.write(f"{head}Content-Length: {len(body)}\r\n\r\n".encode() + body)
+
+    def status(self, code):
+        self.send(b"go away", f"HTTP/1.1 {code} Whatever\r\nConnection: close\r\n")
+
+    def do_400(self, _):
+        self.status(400)
+
+    def do_403(self, _):
+        self.status(403)
+
+    def do_404(self, _):
+        self.status(404)
+
+    def do_500(self, _):
+        self.status(500)
+
+    def do_503(self, _):
+        self.status(503)
+
+    def do_silent(self, _):
+        time.sleep(TIME_OUT_MILLISECONDS / 1000 * 3)
+
+    def do_slow(self, _):
+        self.wfile.write(f"{HTTP_OK}Content-Length: 1000\r\n\r\n".encode())
+        for _ in range(100):
+            self.wfile.write(b"0")
+            self.wfile.flush()
+            time.sleep(0.1)
+
+    def do_cut(self, body):
+        answer = self.server.answer(body)
+        self.wfile.write(f"{HTTP_OK}Content-Length: {len(answer)}\r\n\r\n".encode() +
+                         answer[:len(answer) // 2])
+
+    def do_cutchunks(self, _):
+        self.wfile.write(f"{HTTP_OK}Transfer-Encoding: chunked\r\n\r\n10\r\nabc".encode())
+
+    def do_huge(self, _):
+        self.wfile.write(f"{HTTP_OK}Content-Length: {100 << 20}\r\n\r\n".encode())
+        for _ in range(100):
+            self.wfile.write(b"\x30" * (1 << 20))
+
+    def do_endless(self, _):
+        self.wfile.write(f"{HTTP_OK}\r\n".encode())
+        for _ in range(100):
+            self.wfile.write(b"\x30" * (1 << 20))
+
+    def do_noise(self, _):
+        self.send(bytes(range(256)) * 8)
+
+    def do_empty(self, _):
+        self.send(b"")
+
+    def do_nohttp(self, _):
+        self.wfile.write(b"SSH-2.0-whatever\r\n")
+
+    def do_hangup(self, _):
+        pass
+
+    def do_redirect(self, _):
+        head = f"HTTP/1.1 302 Found\r\nLocation: {self.server.url}good\r\nConnection: close\r\n"
+        self.send(b"", head)
+
+    def do_html(self, body):
+        head = HTTP_OK.replace("application/timestamp-reply", "text/html")
+        self.send(self.server.answer(body), head)
+
+    def do_good(self, body):
+        self.send(self.server.answer(body))
+
+    def do_refusal(self, _):
+        self.send(forge.make_response(None, status=2, text="not today", failure_bit=15))
+
+    def do_nononce(self, body):
+        self.send(self.server.answer(body, nonce=None))
+
+    def do_zerononce(self, body):
+        self.send(self.server.answer(body, nonce=0))
+
+    def do_othernonce(self, body):
+        self.send(self.server.answer(body, nonce=12345))
+
+    def do_negativenonce(self, body):
+        self.send(self.server.answer(body, nonce=lambda n: -n))
+
+    def do_leadingzeros(self, body):
+        self.send_padded_nonce(body, 0)
+
+    def do_otherleadingzeros(self, body):
+        self.send_padded_nonce(body, 1)
+
+    def send_padded_nonce(self, body, change):
+        nonce = tsp.TimeStampReq.load(body)["nonce"].native ^ change
+        self.send(self.server.answer(body, nonce=None, raw_nonce=b"\0\0" + nonce.to_bytes(9, "big")))
+
+    def do_shortimprint(self, body):
+        self.send(self.server.answer(body, cut=-1))
+
+    def do_longimprint(self, body):
+        self.send(self.server.answer(body, pad=b"\0"))
+
+    def do_emptyimprint(self, body):
+        self.send(self.server.answer(body, cut=0))
+
+    def do_lateclock(self, body):
+        self.send(self.server.answer(body, time=forge.now() - forge.days(1)))
+
+
+class Server(socketserver.ThreadingTCPServer):
+    allow_reuse_address = True
+    daemon_threads = True
+
+    def __init__(self, tsa):
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.tsa = tsa
+        self.hits = 0
+        self.headers = {}
+        self.url = f"http://127.0.0.1:{self.server_address[1]}/"
+        threading.Thread(target=self.serve_forever, daemon=True).start()
+
+    def answer(self, body, *, nonce=lambda n: n, cut=None, pad=b"", **fields):
+        request = tsp.TimeStampReq.load(body)
+        sent = request["nonce"].native
+        digest = request["message_imprint"]["hashed_message"].native[:cut] + pad
+        info = forge.tst_info(
+            digest, nonce=nonce(sent) if callable(nonce) and sent is not None else
+            None if callable(nonce) else nonce, **fields)
+        return forge.make_response(forge.make_token(self.tsa, info))
+
+
+class ServerTest(program.SystemTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        folder = cls.workspace.path
+        root = forge.issue(folder, "root", ca=True)
+        cls.roots = root.write_pem(folder / "root.pem")
+        cls.server = Server(forge.issue(folder, "tsa", root))
+        cls.addClassCleanup(cls.server.server_close)
+        cls.addClassCleanup(cls.server.shutdown)
+        cls.file = cls.workspace.write("file", b"content")
+
+    def setUp(self):
+        self.workspace.configure(
+            f"[config.network]\nTotalTimeoutMilliseconds = {TIME_OUT_MILLISECONDS}\n")
+
+    def stamp(self, page, *options, url=None):
+        return self.workspace.run("stamp", self.file, "--url", url or self.server.url + page,
+                                  "--roots", self.roots, "--out", self.workspace.path / "out",
+                                  *options)
+
+    def test_good_one_and_wrong_content_type(self):
+        self.expect(self.stamp("good"), GOOD)
+        self.assertEqual(self.server.headers["content-type"], "application/timestamp-query")
+        self.assertEqual(self.server.headers["user-agent"], "Halcyon chronoseal.dll")
+        # The bytes are judged, not what the server calls them.
+        self.expect(self.stamp("html"), GOOD)
+
+    def test_nothing_there(self):
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            port = free.getsockname()[1]
+        self.expect(self.stamp("", url=f"http://127.0.0.1:{port}/"), UNREACHABLE, "0x80072EFD")
+        self.expect(self.stamp("", url="http://no-such-host.invalid/"), UNREACHABLE, "0x80072EE7")
+        self.expect(self.stamp("", url="ftp://127.0.0.1/"), UNREACHABLE)
+        self.expect(self.stamp("", url="not an address"), UNREACHABLE)
+
+    def test_http_failures_name_the_status(self):
+        for status in ("400", "403", "404", "500", "503"):
+            self.expect(self.stamp(status), UNREACHABLE, status)
+        self.expect(self.stamp("redirect"), UNREACHABLE, "302")
+
+    def test_time_outs_end_in_time(self):
+        for page in ("silent", "slow"):
+            begin = time.monotonic()
+            self.expect(self.stamp(page), UNREACHABLE, "0x80072EE2")
+            self.assertLess(time.monotonic() - begin, TIME_OUT_MILLISECONDS / 1000 + 6)
+
+    def test_broken_transport(self):
+        for page in ("cut", "cutchunks", "nohttp", "hangup"):
+            with self.subTest(page):
+                self.expect(self.stamp(page), UNREACHABLE)
+
+    def test_huge_answers_are_bounded(self):
+        before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss
+        for page in ("huge", "endless"):
+            self.expect(self.stamp(page), UNREACHABLE)
+        after = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss
+        self.assertLess(after, max(before, 300 * 1024), "kilobytes resident")
+
+    def test_answers_that_are_no_stamps(self):
+        for page in ("noise", "empty"):
+            self.expect(self.stamp(page), REFUSED)
+        self.expect(self.stamp("refusal"), REFUSED, "unacceptedPolicy", "not today")
+        self.assertFalse((self.workspace.path / "refused").exists())
+
+    def test_nonces(self):
+        for page in ("nononce", "zerononce", "othernonce", "negativenonce"):
+            with self.subTest(page):
+                self.expect(self.stamp(page), REFUSED, "0xC2100120")
+        # Nonces are compared as numbers: the same one in a longer form is the same.
+        self.expect(self.stamp("leadingzeros"), GOOD)
+        self.expect(self.stamp("otherleadingzeros"), REFUSED, "0xC2100120")
+        # Without a nonce on either side the clock binds the answer.
+        self.expect(self.stamp("nononce", "--no-nonce"), GOOD)
+        self.expect(self.stamp("lateclock", "--no-nonce"), REFUSED, "0xC2100122")
+        self.expect(self.stamp("lateclock"), GOOD)
+
+    def test_imprints(self):
+        for page in ("shortimprint", "longimprint", "emptyimprint"):
+            with self.subTest(page):
+                self.expect(self.stamp(page), REFUSED, "0x80091007")
+
+    def test_policy_refuses_before_any_packet(self):
+        self.workspace.configure('[config.cades.tsppolicy]\nAllowedTSPs = ["http://elsewhere/"]\n')
+        hits = self.server.hits
+        self.expect(self.stamp("good"), REFUSED, "0xC2100103")
+        self.assertEqual(self.server.hits, hits)
+
+    def test_policy_defaults_are_taken(self):
+        self.workspace.configure(
+            f'[config.cades.tsppolicy]\nDefaultTSPURL = "{self.server.url}good"\n'
+            'DefaultHashAlg = "2.16.840.1.101.3.4.2.3 the long one"\n')
+        out = self.workspace.path / "out"
+        result = self.workspace.run("stamp", self.file, "--roots", self.roots, "--out", out,
+                                    "--no-verify")
+        # The forged answer names SHA-256 for whatever it is asked, so only the request can be looked at.
+        request = self.workspace.path / "request.tsq"
+        self.expect(self.workspace.run("request", self.file, "--out", request), GOOD)
+        imprint = tsp.TimeStampReq.load(request.read_bytes())["message_imprint"]
+        self.assertEqual(imprint["hash_algorithm"]["algorithm"].native, "sha512")
+        self.assertEqual(imprint["hashed_message"].native, hashlib.sha512(b"content").digest())
+        self.expect(result, GOOD)
+
+    def test_the_output_appears_whole_or_not_at_all(self):
+        out = self.workspace.path / "fresh"
+        self.workspace.run("stamp", self.file, "--url", self.server.url + "cut", "--out", out)
+        self.assertFalse(out.exists())
+
+
+if __name__ == "__main__":
+    program.main()

@@ -1,0 +1,114 @@
+"""Runs the built programs in a throw-away environment, and counts the tests for ctest's reader."""
+
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+BIN = pathlib.Path(os.environ.get("CHRONOSEAL_BIN", "build/bin")).resolve()
+GOOD, REFUSED, USAGE, UNREACHABLE = 0, 1, 2, 3
+SKIPPED = 77  # what ctest takes for a test that could not run
+
+
+class Workspace:
+    """A folder of its own for files, configuration, home and caches; gone with the object."""
+
+    def __init__(self):
+        self._folder = tempfile.TemporaryDirectory(prefix="chronoseal-test-")
+        self.path = pathlib.Path(self._folder.name)
+        self.environment = dict(
+            os.environ, HOME=str(self.path / "home"), XDG_CACHE_HOME=str(self.path / "cache"),
+            XDG_DATA_HOME=str(self.path / "data"), XDG_CONFIG_HOME=str(self.path / "xdg"),
+            BASALT_CONFIG=str(self.path / "config.toml"),
+            BASALT_USER_STORES=str(self.path / "stores"),
+            BASALT_MACHINE_STORES=str(self.path / "machine-stores"),
+            BASALT_SYSTEM_ROOTS=str(self.path / "no-roots.pem"))
+        self.configure("")
+        (self.path / "home").mkdir()
+
+    def close(self):
+        self._folder.cleanup()
+
+    def configure(self, text):
+        (self.path / "config.toml").write_text(text)
+
+    def write(self, name, content):
+        path = self.path / name
+        path.write_bytes(content)
+        return path
+
+    def run(self, *arguments, stdin=None, timeout=120):
+        return subprocess.run([BIN / "chronoseal", *map(str, arguments)], input=stdin,
+                              capture_output=True, env=self.environment, timeout=timeout)
+
+    def run_json(self, *arguments):
+        result = self.run(*arguments, "--json")
+        return result.returncode, json.loads(result.stdout)
+
+
+def openssl(*arguments, stdin=None):
+    return subprocess.run(["openssl", *map(str, arguments)], input=stdin, capture_output=True)
+
+
+class Authority:
+    """A running chronoseal-tsa."""
+
+    def __init__(self, folder, *options, init=()):
+        self.folder = pathlib.Path(folder)
+        subprocess.run([BIN / "chronoseal-tsa", "--init", self.folder, *init], check=True,
+                       capture_output=True)
+        self.process = subprocess.Popen(
+            [BIN / "chronoseal-tsa", "--dir", self.folder, *options],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        line = self.process.stdout.readline()
+        self.url = line.split()[-1]
+        self.root = self.folder / "root.pem"
+
+    def close(self):
+        self.process.terminate()
+        self.process.wait(timeout=20)
+        self.process.stdout.close()
+
+
+class SystemTest(unittest.TestCase):
+    """Base of the tests: a workspace for each class, and assertions over exit status and message."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.workspace = Workspace()
+        cls.addClassCleanup(cls.workspace.close)
+
+    def setUp(self):
+        self.workspace.configure("")
+
+    def expect(self, result, status, *fragments):
+        line = result.stderr.decode(errors="replace").strip()
+        self.assertEqual(result.returncode, status, f"{line}\n{result.stdout[:400]!r}")
+        if status != GOOD:
+            self.assertEqual(len(line.splitlines()), 1, f"not one line: {line}")
+        for fragment in fragments:
+            self.assertIn(fragment, line)
+        return line
+
+
+def main():
+    program = unittest.main(exit=False, verbosity=1)
+    result = program.result
+    failed = len(result.failures) + len(result.errors)
+    passed = result.testsRun - failed - len(result.skipped)
+    print(f"{passed} passed, {failed} failed, {len(result.skipped)} skipped")
+    if result.wasSuccessful() and passed == 0:
+        sys.exit(SKIPPED)
+    sys.exit(0 if result.wasSuccessful() else 1)
+
+
+def wait_until(condition, seconds=10):
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            raise TimeoutError
+        time.sleep(0.02)
