@@ -191,7 +191,8 @@ std::vector<std::shared_ptr<const X509Entry>> entries_of_chain(X509_STORE_CTX* c
 
 // The verifier's last step: the signature of each certificate by the one above it, and whether that
 // one may sign certificates. Both hang on the two certificates alone, so a pair that has passed
-// before needn't do so again. (Validity in time, which this step looks at too, is judged elsewhere.)
+// before needn't do so again. (Validity in time, which this step looks at too, is judged
+// elsewhere.)
 int verify_new_signatures(X509_STORE_CTX* context) {
     Verification& verification = verification_of(context);
     const auto entries = entries_of_chain(context);

@@ -202,6 +202,32 @@ TEST_F(ChainTest, ACertificateWhoseKeyIsNotTheIssuersIsRefused) {
     EXPECT_EQ(judge(in_seconds(0)), TRUST_E_CERT_SIGNATURE);
 }
 
+// A pair of certificates whose signature has been found good isn't looked at again.
+TEST_F(ChainTest, ASignatureFoundGoodCountsForThatIssuerAndThatCertificateAlone) {
+    const CertificateReference leaf = make({"leaf", make_key(), &root_});
+    const Authority impostor{make_key(), "root"};
+    const CertificateReference impostor_root = make({"root", impostor.key, nullptr, true});
+    const CertificateReference other_leaf = make({"leaf", make_key(), &impostor});
+    std::string bytes(reinterpret_cast<const char*>(leaf->pbCertEncoded), leaf->cbCertEncoded);
+    bytes.back() ^= 1; // of the signature
+    const CertificateReference damaged(
+        CertCreateCertificateContext(X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(bytes.data()),
+                                     static_cast<DWORD>(bytes.size())));
+    const auto verdict = [&](PCCERT_CONTEXT anchor, PCCERT_CONTEXT end) {
+        trust({anchor});
+        CertFreeCertificateChain(chain_);
+        build(end, {});
+        return judge(in_seconds(0));
+    };
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(verdict(root_certificate_.get(), leaf.get()), 0u);
+        EXPECT_EQ(verdict(impostor_root.get(), leaf.get()), TRUST_E_CERT_SIGNATURE);
+        EXPECT_EQ(verdict(impostor_root.get(), other_leaf.get()), 0u);
+        EXPECT_EQ(verdict(root_certificate_.get(), other_leaf.get()), TRUST_E_CERT_SIGNATURE);
+        EXPECT_EQ(verdict(root_certificate_.get(), damaged.get()), TRUST_E_CERT_SIGNATURE);
+    }
+}
+
 TEST_F(ChainTest, BadArgumentsAreRefused) {
     PCCERT_CHAIN_CONTEXT chain = nullptr;
     CERT_CHAIN_PARA para{};

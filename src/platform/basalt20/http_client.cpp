@@ -153,7 +153,9 @@ std::size_t take_body(char* data, std::size_t, std::size_t count, void* user) no
         return CURL_WRITEFUNC_ERROR;
     }
     try {
-        arrival.body.insert(arrival.body.end(), data, data + count);
+        // As bytes: an insertion of chars would go one by one.
+        const auto* const bytes = reinterpret_cast<const BYTE*>(data);
+        arrival.body.insert(arrival.body.end(), bytes, bytes + count);
     } catch (...) {
         arrival.no_memory = true;
         return CURL_WRITEFUNC_ERROR;

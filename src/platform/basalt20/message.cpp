@@ -110,7 +110,8 @@ void give_number(std::size_t value, void* data, DWORD* size) {
 
 void give_attributes(const Element& set, void* data, DWORD* size) {
     require(set.tag != 0, CRYPT_E_ATTRIBUTES_MISSING);
-    const auto fill = [&](FlatBlock& block) { return lay_out_attributes(block, set); };
+    const std::vector<Attribute> attributes = read_attributes(set.contents);
+    const auto fill = [&](FlatBlock& block) { return lay_out_attributes(block, attributes); };
     give_block([&](FlatBlock& block) { lay_out_record<CRYPT_ATTRIBUTES>(block, fill); }, data,
                size);
 }

@@ -21,14 +21,16 @@ std::string text_of(std::vector<BYTE> name, DWORD type) {
 // A name of one part with one common name of that string type.
 std::vector<BYTE> common_name(BYTE tag, const std::vector<BYTE>& value) {
     const auto size = static_cast<BYTE>(value.size());
-    std::vector<BYTE> name = {0x30, static_cast<BYTE>(size + 11),
-                              0x31, static_cast<BYTE>(size + 9),
-                              0x30, static_cast<BYTE>(size + 7),
-                              0x06, 0x03,
-                              0x55, 0x04,
-                              0x03, tag,
-                              size};
-    name.insert(name.end(), value.begin(), value.end());
+    const BYTE head[] = {0x30, static_cast<BYTE>(size + 11),
+                         0x31, static_cast<BYTE>(size + 9),
+                         0x30, static_cast<BYTE>(size + 7),
+                         0x06, 0x03,
+                         0x55, 0x04,
+                         0x03, tag,
+                         size};
+    std::vector<BYTE> name(sizeof head + value.size());
+    std::copy(value.begin(), value.end(),
+              std::copy(std::begin(head), std::end(head), name.begin()));
     return name;
 }
 

@@ -25,7 +25,10 @@ CRYPT_ATTRIBUTE lay_out(FlatBlock& block, const Attribute& attribute) {
 }
 
 CRYPT_ATTRIBUTES lay_out_attributes(FlatBlock& block, const Element& set) {
-    const std::vector<Attribute> attributes = read_attributes(set.contents);
+    return lay_out_attributes(block, read_attributes(set.contents));
+}
+
+CRYPT_ATTRIBUTES lay_out_attributes(FlatBlock& block, const std::vector<Attribute>& attributes) {
     CRYPT_ATTRIBUTES result{};
     result.cAttr = static_cast<DWORD>(attributes.size());
     result.rgAttr = block.place<CRYPT_ATTRIBUTE>(attributes.size());

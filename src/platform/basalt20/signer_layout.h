@@ -15,6 +15,7 @@ CERT_ID lay_out_identifier(FlatBlock& block, const SignerInfo& signer);
 
 /// `set` is the attributes field of a signer; tag 0 gives an empty list.
 CRYPT_ATTRIBUTES lay_out_attributes(FlatBlock& block, const Element& set);
+CRYPT_ATTRIBUTES lay_out_attributes(FlatBlock& block, const std::vector<Attribute>& attributes);
 
 /// The record at the front of the block, then what `fill(block)` lays out behind it.
 template <class Record, class Fill>

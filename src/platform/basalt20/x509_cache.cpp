@@ -4,9 +4,10 @@
 #include "basalt10/digest.h"
 #include "basalt20/der_writer.h"
 #include "basalt20/record.h"
+#include "basalt20/signature_algorithm.h"
 
 #include <openssl/err.h>
-#include <openssl/sha.h>
+#include <openssl/evp.h>
 
 #include <algorithm>
 #include <cstring>
@@ -130,9 +131,10 @@ void KnownIssuers::add(const std::shared_ptr<const X509Entry>& issuer) {
 }
 
 Sha256 sha256(Bytes bytes) {
-    Sha256 digest;
-    SHA256(bytes.data(), bytes.size(), digest.data());
-    return digest;
+    const std::string value = basalt::digest(EVP_sha256(), bytes);
+    Sha256 result;
+    std::copy_n(value.begin(), result.size(), result.begin());
+    return result;
 }
 
 std::shared_ptr<const X509Entry> x509_by_digest(const Sha256& digest, Bytes encoded) {

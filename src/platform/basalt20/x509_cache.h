@@ -22,8 +22,8 @@ struct X509Deleter {
 
 struct X509Entry;
 
-/// The issuers under whose certificates OpenSSL's verifier has found a certificate's signature good.
-/// The two certificates don't change, so neither does that verdict.
+/// The issuers under whose certificates OpenSSL's verifier has found a certificate's signature
+/// good. The two certificates don't change, so neither does that verdict.
 class KnownIssuers {
 public:
     bool contains(const std::shared_ptr<const X509Entry>& issuer) const;
