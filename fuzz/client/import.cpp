@@ -179,8 +179,13 @@ bool verifiesThere(CMS_ContentInfo* message, Octets const& certificate) {
                    CMS_NO_SIGNER_CERT_VERIFY | CMS_BINARY) == 1) {
         return true;
     }
-    int const reason = ERR_GET_REASON(ERR_peek_last_error());
-    return reason == CMS_R_UNKNOWN_DIGEST_ALGORITHM || reason == CMS_R_NO_MATCHING_DIGEST;
+    bool unannounced = false;
+    while (auto const error = ERR_get_error()) {
+        int const reason = ERR_GET_LIB(error) == ERR_LIB_CMS ? ERR_GET_REASON(error) : 0;
+        unannounced = unannounced || reason == CMS_R_UNKNOWN_DIGEST_ALGORITHM ||
+                      reason == CMS_R_NO_MATCHING_DIGEST;
+    }
+    return unannounced;
 }
 
 DWORD signersOf(Octets const& token) {

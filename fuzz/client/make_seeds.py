@@ -17,10 +17,13 @@ DIGEST = hashlib.sha256(b"data").digest()
 CERTIFICATE_VALUES = "1.2.840.113549.1.9.16.2.23"
 
 
-def with_unsigned_attribute(signer, info, attribute):
+def with_unsigned_attribute(signer, info, attribute, place=None):
+    """`place` counts from the end of the signer's fields; the right one is behind them all."""
     signed = forge.signer_info(signer, info, forge.signed_attributes(signer, info))
     _, start, end = forge.read_header(signed, 0)
-    signed = forge.element(0x30, signed[start:end] + forge.element(0xA1, attribute))
+    fields = [whole for _, whole, _ in forge.children(signed, start, end)]
+    fields.insert(len(fields) if place is None else place, forge.element(0xA1, attribute))
+    signed = forge.element(0x30, b"".join(fields))
     return forge.make_token(signer, info, infos=[signed], certificates=[])
 
 
@@ -44,6 +47,7 @@ def stamps(folder):
         tsa, plain, attributes=forge.signed_attributes(tsa, plain, ess=[v1]))
     yield "token_odd_certificates", forge.make_token(tsa, plain, certificates=odd)
     yield "token_certificate_values", with_unsigned_attribute(tsa, plain, values)
+    yield "token_unsigned_attributes_misplaced", with_unsigned_attribute(tsa, plain, values, place=-2)
     yield "token_no_attributes", forge.make_token(tsa, plain, no_attributes=True)
     yield "token_two_signers", forge.make_token(tsa, plain, infos=[
         forge.signer_info(tsa, plain, forge.signed_attributes(tsa, plain))] * 2)

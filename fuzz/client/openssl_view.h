@@ -48,12 +48,14 @@ inline constexpr std::string_view keptFields[] = {"Field=certificates",
                                                   "Field=version, Type=CMS_SignedData",
                                                   "Field=tsa,"};
 
-// What OpenSSL wants in all that it reads: integers and identifiers in their shortest form, a
-// constructed tag on a SEQUENCE, and elements that end within the one that they lie in, where here
-// they need only end within the whole.
+// What OpenSSL wants in all that it reads: integers with contents, these and identifiers in their
+// shortest form, a constructed tag on a SEQUENCE, the end mark of one with indefinite length, and
+// elements that end within the one that they lie in, where here they need only end within the
+// whole.
 inline constexpr int strictnesses[] = {
     ASN1_R_ILLEGAL_PADDING, ASN1_R_INVALID_OBJECT_ENCODING,  ASN1_R_NULL_IS_WRONG_LENGTH,
-    ASN1_R_HEADER_TOO_LONG, ASN1_R_SEQUENCE_NOT_CONSTRUCTED, ASN1_R_TOO_LONG};
+    ASN1_R_HEADER_TOO_LONG, ASN1_R_SEQUENCE_NOT_CONSTRUCTED, ASN1_R_TOO_LONG,
+    ASN1_R_MISSING_EOC,     ASN1_R_ILLEGAL_ZERO_CONTENT};
 
 // Whether the errors in OpenSSL's queue name such a reason; tells them otherwise.
 inline bool isNamedReason() {

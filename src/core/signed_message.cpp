@@ -167,8 +167,12 @@ CBlob withoutUnsignedAttributes(SignedMessage::Element signer) {
         Reader reader(signer);
         auto const fields = reader.enter(sequenceTag);
         CBlob kept(indefiniteSequence, sizeof(indefiniteSequence));
+        bool isUnsigned = false;
         while (!reader.ended(fields)) {
-            bool const isUnsigned = reader.at(context1Byte);
+            if (isUnsigned) {
+                ASN1::failCodec(); // they are the last field
+            }
+            isUnsigned = reader.at(context1Byte);
             auto const field = reader.element();
             if (!isUnsigned) {
                 kept += CBlob(field.data(), field.size());
