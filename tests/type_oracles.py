@@ -348,13 +348,13 @@ class PyAsn1:
         from pyasn1.codec.der import encoder
         self.decode, self.encode = decoder.decode, encoder.encode
 
-    def spec(self, name):
+    def schema(self, name):
         module, _, attribute = name.partition(".")
         found = getattr(importlib.import_module("pyasn1_modules." + module), attribute, None)
         return None if found is None else found()
 
     def recode(self, name, data):
-        value, rest = self.decode(data, asn1Spec=self.spec(name))
+        value, rest = self.decode(data, asn1Spec=self.schema(name))
         if rest:
             raise ValueError("trailing bytes")
         return self.encode(value)
@@ -430,7 +430,7 @@ def main():
             kind, _, there = entry.partition(":")
             if kind == "o" and openssl.has(there):
                 recode, oracle = openssl.recode, "openssl"
-            elif kind == "p" and pyasn1 is not None and pyasn1.spec(there) is not None:
+            elif kind == "p" and pyasn1 is not None and pyasn1.schema(there) is not None:
                 recode, oracle = pyasn1.recode, "pyasn1"
             else:
                 missing.append(f"{name} ({there})")

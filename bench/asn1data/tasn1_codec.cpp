@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 #include <libtasn1.h>
 #include <unistd.h>
@@ -61,8 +63,8 @@ END
 }
 
 asn1_node load() {
-    char path[] = "/tmp/tasn1_definitions_XXXXXX";
-    const int descriptor = mkstemp(path);
+    std::string path = (std::filesystem::temp_directory_path() / "tasn1_XXXXXX").string();
+    const int descriptor = mkstemp(path.data());
     std::FILE* file = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
     if (file == nullptr)
         fail("temporary file", ASN1_FILE_NOT_FOUND);
@@ -70,8 +72,8 @@ asn1_node load() {
     std::fclose(file);
     asn1_node tree = nullptr;
     char message[ASN1_MAX_ERROR_DESCRIPTION_SIZE] = "";
-    const int code = asn1_parser2tree(path, &tree, message);
-    unlink(path);
+    const int code = asn1_parser2tree(path.c_str(), &tree, message);
+    unlink(path.c_str());
     if (code != ASN1_SUCCESS)
         fail(message, code);
     return tree;

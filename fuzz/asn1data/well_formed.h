@@ -66,19 +66,31 @@ private:
         return false;
     }
 
-    /// Octets that begin like an element may be decoded as one: then they have to be complete as
-    /// well.
+    /// Constructed types are read in primitive form too, and octets may be decoded as an element.
+    /// So whatever may be an element has to be a complete one.
     bool contents(std::uint8_t tag, std::size_t end, std::size_t depth) {
-        if ((tag & 0x20) != 0) {
-            while (at_ < end)
-                if (!element(end, depth + 1))
-                    return false;
-            return true;
-        }
-        if (tag == 0x04 && at_ < end && (bytes_[at_] & 0xC0) == 0 && !element(end, depth + 1))
+        const bool tagged = (tag & 0xC0) == 0x80;
+        if ((tag & 0x20) != 0 || tag == 0x10 || tag == 0x11 || (tagged && may_be_element(end)))
+            return elements(end, depth);
+        if (tag == 0x04 && may_be_element(end) && !element(end, depth + 1))
             return false;
         at_ = end;
         return true;
+    }
+
+    bool elements(std::size_t end, std::size_t depth) {
+        while (at_ < end)
+            if (!element(end, depth + 1))
+                return false;
+        return true;
+    }
+
+    /// Plain text isn't: it has neither a tag below 0x40 or above 0x7F nor a long length.
+    bool may_be_element(std::size_t end) const {
+        const auto plain = [this, end](std::size_t at) {
+            return at >= end || (bytes_[at] >= 0x20 && bytes_[at] < 0x80);
+        };
+        return !plain(at_) || !plain(at_ + 1) || (at_ < end && bytes_[at_] < 0x40);
     }
 
     const std::vector<std::uint8_t>& bytes_;

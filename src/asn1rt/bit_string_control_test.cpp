@@ -266,7 +266,8 @@ TEST_F(BitStringTest, ThrowsWithoutMemory) {
     const FailingAllocator none(0);
     EXPECT_THROW(string.set(0), ASN1MessageBuffer::RTLError);
     EXPECT_THROW(ASN1CBitStr(buffer, 8), ASN1MessageBuffer::RTLError);
-    EXPECT_THROW(static_cast<ASN1TDynBitStr*>(string), ASN1MessageBuffer::RTLError);
+    EXPECT_THROW(static_cast<void>(static_cast<ASN1TDynBitStr*>(string)),
+                 ASN1MessageBuffer::RTLError);
     EXPECT_EQ(latched(), rtStatusNoMemory);
 }
 
