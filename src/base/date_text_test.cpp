@@ -51,6 +51,7 @@ TEST(DateAdd, ClampsTheDayToTheTargetMonth) {
 
 TEST(DateAdd, MovesInAbsoluteTime) {
     EXPECT_EQ(moved("s", 61, "20231231235900Z"), "20240101000001Z");
+    EXPECT_EQ(moved("s", 1, "20231231235959Z"), "20240101000000Z");
     EXPECT_EQ(moved("n", -1, "20240101000000Z"), "20231231235900Z");
     EXPECT_EQ(moved("h", 25, "20240101000000Z"), "20240102010000Z");
     EXPECT_EQ(moved("d", 0, "20240101000000Z"), "20240101000000Z");

@@ -53,7 +53,8 @@ class Installed(program.SystemTest):
 
     def test_examples_by_find_package(self):
         build = self.workspace.path / "by-cmake"
-        run("cmake", "-S", SOURCE / "examples", "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        run("cmake", "-G", "Ninja", "-S", SOURCE / "examples", "-B", build,
+            f"-DCMAKE_PREFIX_PATH={self.prefix}")
         run("cmake", "--build", build)
         self.use(build)
 
