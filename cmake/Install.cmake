@@ -67,6 +67,8 @@ configure_package_config_file(cmake/package/chronosealConfig.cmake.in
   ${CMAKE_BINARY_DIR}/package/chronosealConfig.cmake INSTALL_DESTINATION ${package_folder})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/chronosealConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
+# The library folder may have several parts (lib/x86_64-linux-gnu).
+file(RELATIVE_PATH CHRONOSEAL_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/package/chronoseal.pc.in ${CMAKE_BINARY_DIR}/package/chronoseal.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/package/chronosealConfig.cmake
               ${CMAKE_BINARY_DIR}/package/chronosealConfigVersion.cmake
