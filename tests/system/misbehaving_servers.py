@@ -13,7 +13,7 @@ from asn1crypto import tsp
 from program import GOOD, REFUSED, UNREACHABLE
 
 HTTP_OK = "HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\nConnection: close\r\n"
-TIME_OUT_MILLISECONDS = 1500
+TIME_OUT_MILLISECONDS = 3000
 
 
 class Handler(socketserver.StreamRequestHandler):
