@@ -1,5 +1,5 @@
 // The SET OF octet strings with libtasn1. 50,000 members are left out: it finds the last member by
-// walking to it, so that they take it half a minute.
+// walking to it, so that the time grows with the square (10: 2.1 us, 1,000: 2.4 ms).
 #include <cstdlib>
 #include <vector>
 
