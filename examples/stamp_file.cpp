@@ -24,12 +24,14 @@ int main(int argc, char** argv) try {
 
     std::ifstream file(argv[1], std::ios::binary);
     std::vector<char> piece(1 << 16);
-    while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())) || file.gcount() > 0) {
+    while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())) ||
+           file.gcount() > 0) {
         request.AddData(reinterpret_cast<const unsigned char*>(piece.data()),
                         static_cast<unsigned long>(file.gcount()));
     }
 
-    // Throws unless the answer fits the request, and its signature and the authority's chain are good.
+    // Throws unless the answer fits the request, and its signature and the authority's chain are
+    // good.
     const CStamp& stamp = request.Send(true);
     std::printf("stamped at %s\n", stamp.get_Time().tostring().c_str());
 

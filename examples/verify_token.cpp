@@ -4,9 +4,9 @@
 #include <iterator>
 #include <vector>
 
-#include "base/atl_exception.h"
 #include "basalt20/chain.h"
 #include "basalt20/store.h"
+#include "base/atl_exception.h"
 #include "client/stamp.h"
 
 using Halcyon::PKI::TSP::Client::CStamp;
@@ -30,7 +30,8 @@ int main(int argc, char** argv) try {
 
     int code = stamp.Verify(nullptr, nullptr); // the token: signer, content type, signature
     if (code == 0) {
-        code = stamp.VerifyCertificate(nullptr, nullptr, 0); // the authority's chain at the stamp's time
+        code = stamp.VerifyCertificate(nullptr, nullptr,
+                                       0); // the authority's chain at the stamp's time
     }
     std::printf("%s (0x%08X)\n", code == 0 ? "good" : "not valid", static_cast<unsigned>(code));
     return code == 0 ? 0 : 1;

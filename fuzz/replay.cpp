@@ -1,4 +1,5 @@
-// Runs a fuzz entry over files and folders of files given as arguments: the seeds, as a test, without libFuzzer.
+// Runs a fuzz entry over files and folders of files given as arguments: the seeds, as a test,
+// without libFuzzer.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>

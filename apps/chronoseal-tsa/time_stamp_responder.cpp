@@ -8,7 +8,7 @@ namespace tsa {
 namespace {
 
 struct FreeStack {
-    void operator()(STACK_OF(X509)* stack) const noexcept { sk_X509_free(stack); }
+    void operator()(STACK_OF(X509) * stack) const noexcept { sk_X509_free(stack); }
 };
 // The stack alone: its certificates stay their owners'.
 using CertificateStackPtr = std::unique_ptr<STACK_OF(X509), FreeStack>;

@@ -4,8 +4,8 @@
 
 #include <fmt/format.h>
 
-#include "byte_files.h"
 #include "basalt10/blob.h"
+#include "byte_files.h"
 #include "client/authenticode.h"
 #include "narrow_text.h"
 #include "sup/last_error.h"

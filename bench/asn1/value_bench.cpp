@@ -25,15 +25,15 @@ CBlob nameDer() {
 CBlob signingCertificateDer() {
     CGeneralNames issuer(1);
     issuer.front().put_directoryName(nameDer());
-    CIssuerSerial const issuerSerial(issuer, CBigInteger(16));
+    const CIssuerSerial issuerSerial(issuer, CBigInteger(16));
     CESSCertIDv2List certs(1, CESSCertIDv2(CBlob(32ul)));
     certs.front().put_issuerSerial(&issuerSerial);
     return CAttrSigningCertificateV2(certs).get_value();
 }
 
 CBlob extensionsDer() {
-    static unsigned char const usage[] = {3, 2, 7, 0x80};
-    static unsigned char const purpose[] = {0x30, 10, 6, 8, 0x2B, 6, 1, 5, 5, 7, 3, 8};
+    static const unsigned char usage[] = {3, 2, 7, 0x80};
+    static const unsigned char purpose[] = {0x30, 10, 6, 8, 0x2B, 6, 1, 5, 5, 7, 3, 8};
     CExtensions list;
     list.insert(CExtension(CExtValue("2.5.29.15", CBlob(usage, sizeof usage)), true));
     list.insert(CExtension(CExtValue("2.5.29.37", CBlob(purpose, sizeof purpose)), true));
@@ -41,7 +41,7 @@ CBlob extensionsDer() {
 }
 
 template <class Value>
-void ours(benchmark::State& state, CBlob const& der) {
+void ours(benchmark::State& state, const CBlob& der) {
     for (auto _ : state) {
         Value value;
         value.decode(der);
@@ -49,7 +49,7 @@ void ours(benchmark::State& state, CBlob const& der) {
     }
 }
 
-void ourAttribute(benchmark::State& state, CBlob const& der) {
+void ourAttribute(benchmark::State& state, const CBlob& der) {
     for (auto _ : state) {
         CAttrSigningCertificateV2 value(der);
         value.encode();
@@ -58,10 +58,10 @@ void ourAttribute(benchmark::State& state, CBlob const& der) {
 }
 
 template <class T>
-void theirs(benchmark::State& state, CBlob const& der, T* (*read)(T**, unsigned char const**, long),
-            int (*write)(T const*, unsigned char**), void (*release)(T*)) {
+void theirs(benchmark::State& state, const CBlob& der, T* (*read)(T**, const unsigned char**, long),
+            int (*write)(const T*, unsigned char**), void (*release)(T*)) {
     for (auto _ : state) {
-        unsigned char const* input = der.pbData();
+        const unsigned char* input = der.pbData();
         T* const value = read(nullptr, &input, static_cast<long>(der.cbData()));
         unsigned char* output = nullptr;
         if (write(value, &output) <= 0)
@@ -78,17 +78,17 @@ void freeExtensions(X509_EXTENSIONS* list) {
 
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
-    void ReportRuns(std::vector<Run> const& runs) override {
-        for (Run const& run : runs) {
-            std::string const name = run.benchmark_name();
-            std::size_t const library = name.rfind('/');
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            const std::string name = run.benchmark_name();
+            const std::size_t library = name.rfind('/');
             times_[name.substr(0, library)][name.substr(library + 1)] = run.GetAdjustedCPUTime();
         }
         ConsoleReporter::ReportRuns(runs);
     }
 
     void Finalize() override {
-        for (auto const& [name, times] : times_)
+        for (const auto& [name, times] : times_)
             if (times.size() == 2)
                 std::printf("%-24s OpenSSL takes %.2f times our time\n", name.c_str(),
                             times.at("openssl") / times.at("chronoseal"));
@@ -102,9 +102,9 @@ private:
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    CBlob const name = nameDer();
-    CBlob const attribute = signingCertificateDer();
-    CBlob const extensions = extensionsDer();
+    const CBlob name = nameDer();
+    const CBlob attribute = signingCertificateDer();
+    const CBlob extensions = extensionsDer();
     benchmark::RegisterBenchmark("name/chronoseal", ours<CName>, name);
     benchmark::RegisterBenchmark("name/openssl", theirs<X509_NAME>, name, d2i_X509_NAME,
                                  i2d_X509_NAME, X509_NAME_free);

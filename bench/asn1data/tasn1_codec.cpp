@@ -83,7 +83,7 @@ asn1_node load() {
 
 int recode(const char* type, const std::vector<unsigned char>& bytes,
            std::vector<unsigned char>& scratch) {
-    static asn1_node const tree = load();
+    static const asn1_node tree = load();
     asn1_node element = nullptr;
     int code = asn1_create_element(tree, type, &element);
     if (code != ASN1_SUCCESS)

@@ -23,7 +23,7 @@ void require(int status) {
 }
 
 asn1_node definitions() {
-    static asn1_node const made = [] {
+    static const asn1_node made = [] {
         asn1_node node = nullptr;
         require(asn1_array2tree(set_of_definitions, &node, nullptr));
         return node;

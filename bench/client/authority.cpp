@@ -17,9 +17,9 @@ namespace {
 std::size_t poolSize = 300;
 
 template <class T>
-std::string der(T* object, int (*write)(T const*, unsigned char**)) {
+std::string der(T* object, int (*write)(const T*, unsigned char**)) {
     unsigned char* data = nullptr;
-    int const size = write(object, &data);
+    const int size = write(object, &data);
     require(size > 0, "encoding");
     std::string result(reinterpret_cast<char*>(data), static_cast<std::size_t>(size));
     OPENSSL_free(data);
@@ -32,10 +32,10 @@ Key makeKey(Authority::Kind kind) {
     return key;
 }
 
-void addName(X509_NAME* name, char const* commonName) {
-    auto add = [name](char const* type, char const* text) {
+void addName(X509_NAME* name, const char* commonName) {
+    auto add = [name](const char* type, const char* text) {
         X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8,
-                                   reinterpret_cast<unsigned char const*>(text), -1, -1, 0);
+                                   reinterpret_cast<const unsigned char*>(text), -1, -1, 0);
     };
     add("C", "ZZ");
     add("L", "Some Town");
@@ -46,14 +46,14 @@ void addName(X509_NAME* name, char const* commonName) {
 
 // What tells one certificate from another.
 struct Subject {
-    char const* name;
+    const char* name;
     long serial;
     EVP_PKEY* key;
 };
 
 // A null `issuer` means a self-signed one.
-Certificate certify(Subject const& subject, X509* issuer, EVP_PKEY* issuerKey,
-                    std::vector<std::pair<int, char const*>> const& extensions) {
+Certificate certify(const Subject& subject, X509* issuer, EVP_PKEY* issuerKey,
+                    const std::vector<std::pair<int, const char*>>& extensions) {
     Certificate made(X509_new());
     X509_set_version(made.get(), X509_VERSION_3);
     ASN1_INTEGER_set(X509_get_serialNumber(made.get()), subject.serial);
@@ -65,8 +65,8 @@ Certificate certify(Subject const& subject, X509* issuer, EVP_PKEY* issuerKey,
     X509V3_CTX context;
     X509V3_set_ctx_nodb(&context);
     X509V3_set_ctx(&context, issuer ? issuer : made.get(), made.get(), nullptr, nullptr, 0);
-    for (auto const& [nid, value] : extensions) {
-        Owner<X509_EXTENSION, X509_EXTENSION_free> const extension(
+    for (const auto& [nid, value] : extensions) {
+        const Owner<X509_EXTENSION, X509_EXTENSION_free> extension(
             X509V3_EXT_conf_nid(nullptr, &context, nid, value));
         require(extension != nullptr, "extension");
         X509_add_ext(made.get(), extension.get(), -1);
@@ -75,8 +75,8 @@ Certificate certify(Subject const& subject, X509* issuer, EVP_PKEY* issuerKey,
     return made;
 }
 
-std::vector<std::pair<int, char const*>> authorityExtensions(bool root) {
-    std::vector<std::pair<int, char const*>> list{{NID_basic_constraints, "critical,CA:TRUE"},
+std::vector<std::pair<int, const char*>> authorityExtensions(bool root) {
+    std::vector<std::pair<int, const char*>> list{{NID_basic_constraints, "critical,CA:TRUE"},
                                                   {NID_key_usage, "critical,keyCertSign,cRLSign"},
                                                   {NID_subject_key_identifier, "hash"}};
     if (!root) {
@@ -85,10 +85,10 @@ std::vector<std::pair<int, char const*>> authorityExtensions(bool root) {
     return list;
 }
 
-void trust(std::initializer_list<Authority const*> authorities) {
+void trust(std::initializer_list<const Authority*> authorities) {
     auto* const store = CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
-    for (auto const* each : authorities) {
-        auto const root = der(each->root(), &i2d_X509);
+    for (const auto* each : authorities) {
+        const auto root = der(each->root(), &i2d_X509);
         require(CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, bytes(root),
                                                  static_cast<DWORD>(root.size()),
                                                  CERT_STORE_ADD_ALWAYS, nullptr),
@@ -109,7 +109,7 @@ struct Authorities {
 
 Authority::Authority(Kind kind)
     : rootKey_(makeKey(kind)), authorityKey_(makeKey(kind)), signerKey_(makeKey(kind)) {
-    char const* const name = kind == Kind::rsa ? "Benchmark Root (RSA)" : "Benchmark Root (EC)";
+    const char* const name = kind == Kind::rsa ? "Benchmark Root (RSA)" : "Benchmark Root (EC)";
     root_ = certify({name, 1, rootKey_.get()}, nullptr, rootKey_.get(), authorityExtensions(true));
     for (std::size_t i = 0; i < poolSize; ++i) {
         pool_.push_back(issue(static_cast<long>(0x10000 + i)));
@@ -135,9 +135,9 @@ std::string Authority::bareResponse() const {
     return answer(first(), false);
 }
 
-std::string Authority::answer(Issued const& issued, bool withCertificates) const {
-    Owner<TS_RESP_CTX, TS_RESP_CTX_free> const context(TS_RESP_CTX_new());
-    Owner<ASN1_OBJECT, ASN1_OBJECT_free> const policy(OBJ_txt2obj("1.2.3.4", 1));
+std::string Authority::answer(const Issued& issued, bool withCertificates) const {
+    const Owner<TS_RESP_CTX, TS_RESP_CTX_free> context(TS_RESP_CTX_new());
+    const Owner<ASN1_OBJECT, ASN1_OBJECT_free> policy(OBJ_txt2obj("1.2.3.4", 1));
     STACK_OF(X509)* const certificates = sk_X509_new_null();
     sk_X509_push(certificates, issued.authority.get());
     TS_RESP_CTX_set_signer_cert(context.get(), issued.signer.get());
@@ -150,15 +150,15 @@ std::string Authority::answer(Issued const& issued, bool withCertificates) const
     TS_RESP_CTX_set_accuracy(context.get(), 1, 500, 0);
     TS_RESP_CTX_add_flags(context.get(), TS_TSA_NAME);
     sk_X509_free(certificates);
-    auto const query = request(withCertificates);
-    Owner<BIO, BIO_free_all> const input(
+    const auto query = request(withCertificates);
+    const Owner<BIO, BIO_free_all> input(
         BIO_new_mem_buf(query.data(), static_cast<int>(query.size())));
-    Response const response(TS_RESP_create_response(context.get(), input.get()));
+    const Response response(TS_RESP_create_response(context.get(), input.get()));
     require(response && TS_RESP_get_tst_info(response.get()), "answer");
     return der(response.get(), &i2d_TS_RESP);
 }
 
-Issued const& Authority::next() const {
+const Issued& Authority::next() const {
     static std::size_t turn = 0;
     turn = (turn + 1) % pool_.size();
     return pool_[turn];
@@ -168,13 +168,13 @@ void Authority::setPoolSize(std::size_t size) {
     poolSize = size;
 }
 
-Authority const& authority(Authority::Kind kind) {
-    static Authorities const made;
+const Authority& authority(Authority::Kind kind) {
+    static const Authorities made;
     return kind == Authority::Kind::rsa ? made.rsa : made.ec;
 }
 
-std::string const& digest() {
-    static std::string const value = [] {
+const std::string& digest() {
+    static const std::string value = [] {
         std::string hash(32, '\0');
         EVP_Digest("data", 4, reinterpret_cast<unsigned char*>(hash.data()), nullptr, EVP_sha256(),
                    nullptr);
@@ -184,10 +184,10 @@ std::string const& digest() {
 }
 
 std::string request(bool certReq) {
-    Owner<TS_REQ, TS_REQ_free> const made(TS_REQ_new());
-    Owner<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free> const imprint(TS_MSG_IMPRINT_new());
-    Owner<X509_ALGOR, X509_ALGOR_free> const algorithm(X509_ALGOR_new());
-    Owner<ASN1_INTEGER, ASN1_INTEGER_free> const number(ASN1_INTEGER_new());
+    const Owner<TS_REQ, TS_REQ_free> made(TS_REQ_new());
+    const Owner<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free> imprint(TS_MSG_IMPRINT_new());
+    const Owner<X509_ALGOR, X509_ALGOR_free> algorithm(X509_ALGOR_new());
+    const Owner<ASN1_INTEGER, ASN1_INTEGER_free> number(ASN1_INTEGER_new());
     X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(NID_sha256), V_ASN1_UNDEF, nullptr);
     TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get());
     TS_MSG_IMPRINT_set_msg(imprint.get(), const_cast<unsigned char*>(bytes(digest())), 32);

@@ -40,10 +40,10 @@ public:
     explicit Authority(Kind kind);
 
     // The first of them, which all operations but the cold ones use.
-    Issued const& first() const { return pool_.front(); }
+    const Issued& first() const { return pool_.front(); }
     // Another one each time, until all were given and it begins again. There are as many as it
     // takes for none to be in a cache any more when its turn comes.
-    Issued const& next() const;
+    const Issued& next() const;
     // An answer without certificates to a request that doesn't ask for any.
     std::string bareResponse() const;
 
@@ -57,7 +57,7 @@ public:
 
 private:
     Issued issue(long serial) const;
-    std::string answer(Issued const& issued, bool withCertificates) const;
+    std::string answer(const Issued& issued, bool withCertificates) const;
 
     Key rootKey_;
     Key authorityKey_;
@@ -67,16 +67,16 @@ private:
 };
 
 // Made once each. Their roots are the only ones that are trusted from the first call on.
-Authority const& authority(Authority::Kind kind);
+const Authority& authority(Authority::Kind kind);
 
 // SHA-256 of the data that is stamped, and the nonce of the request.
-std::string const& digest();
+const std::string& digest();
 constexpr unsigned char nonce[] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x12};
 // The DER of the TimeStampReq that the answers are for.
 std::string request(bool certReq);
 
-inline unsigned char const* bytes(std::string const& text) {
-    return reinterpret_cast<unsigned char const*>(text.data());
+inline const unsigned char* bytes(const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
 }
 
 } // namespace bench

@@ -13,16 +13,16 @@
 
 namespace bench {
 
-CannedServer::CannedServer(std::string const& body, std::size_t requestSize)
+CannedServer::CannedServer(const std::string& body, std::size_t requestSize)
     : answer_("HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\nContent-Length: " +
               std::to_string(body.size()) + "\r\n\r\n" + body),
       requestSize_(requestSize) {
-    int const listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
-    bool const listening =
+    const bool listening =
         ::bind(listener, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
         ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
         ::listen(listener, 8) == 0;
@@ -33,11 +33,11 @@ CannedServer::CannedServer(std::string const& body, std::size_t requestSize)
 
 void CannedServer::accept(int listener) const {
     for (;;) {
-        int const connection = ::accept(listener, nullptr, nullptr);
+        const int connection = ::accept(listener, nullptr, nullptr);
         if (connection < 0) {
             return;
         }
-        int const on = 1;
+        const int on = 1;
         ::setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
         std::thread([this, connection] { serve(connection); }).detach();
     }
@@ -47,13 +47,13 @@ void CannedServer::serve(int connection) const {
     std::string data;
     char buffer[4096];
     for (;;) {
-        auto const got = ::recv(connection, buffer, sizeof(buffer), 0);
+        const auto got = ::recv(connection, buffer, sizeof(buffer), 0);
         if (got <= 0) {
             ::close(connection);
             return;
         }
         data.append(buffer, static_cast<std::size_t>(got));
-        auto const end = data.find("\r\n\r\n");
+        const auto end = data.find("\r\n\r\n");
         if (end != std::string::npos && data.size() >= end + 4 + requestSize_) {
             data.clear();
             ::send(connection, answer_.data(), answer_.size(), MSG_NOSIGNAL);

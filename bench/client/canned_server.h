@@ -9,9 +9,9 @@ namespace bench {
 class CannedServer {
 public:
     // `requestSize` is the size of the one body that is ever posted.
-    CannedServer(std::string const& body, std::size_t requestSize);
+    CannedServer(const std::string& body, std::size_t requestSize);
 
-    std::string const& url() const { return url_; }
+    const std::string& url() const { return url_; }
 
 private:
     void accept(int listener) const;

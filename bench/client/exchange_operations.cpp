@@ -18,24 +18,24 @@ using namespace Halcyon::PKI::TSP::Client;
 // An answer with two certificates, or one with none.
 template <bool certificates>
 struct Site {
-    static Site const& instance() {
-        static Site const site;
+    static const Site& instance() {
+        static const Site site;
         return site;
     }
 
-    std::string const query = request(certificates);
-    std::string const answer = certificates ? authority(Authority::Kind::rsa).first().response
+    const std::string query = request(certificates);
+    const std::string answer = certificates ? authority(Authority::Kind::rsa).first().response
                                             : authority(Authority::Kind::rsa).bareResponse();
-    CannedServer const server{answer, query.size()};
+    const CannedServer server{answer, query.size()};
 };
 
-std::wstring wide(std::string const& text) {
+std::wstring wide(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
 template <bool certificates>
 void exchange() {
-    static auto const& site = Site<certificates>::instance();
+    static const auto& site = Site<certificates>::instance();
     static CRequest* const request = [] {
         auto* const made = new CRequest;
         auto der = site.query;
@@ -48,14 +48,14 @@ void exchange() {
 
 template <bool certificates>
 void post() {
-    static auto const& site = Site<certificates>::instance();
+    static const auto& site = Site<certificates>::instance();
     static WinHTTPParams* const params = [] {
         auto* const made = new WinHTTPParams;
         made->address = wide(site.server.url());
         return made;
     }();
     static Halcyon::CBlob body(bytes(site.query), site.query.size());
-    auto const answer = SendRequest(params, L"bench", L"Content-type: application/timestamp-query",
+    const auto answer = SendRequest(params, L"bench", L"Content-type: application/timestamp-query",
                                     &body, false, false, nullptr, false);
     require(params->httpStatus == 200 && answer.cbData() == site.answer.size(), "POST");
 }
@@ -67,8 +67,8 @@ std::size_t append(char* data, std::size_t size, std::size_t count, void* target
 
 // The handle is kept, with all its options.
 template <bool certificates>
-std::string const& postByCurl() {
-    static auto const& site = Site<certificates>::instance();
+const std::string& postByCurl() {
+    static const auto& site = Site<certificates>::instance();
     static std::string answer;
     static CURL* const handle = [] {
         CURL* const made = curl_easy_init();
@@ -97,9 +97,9 @@ void curl() {
 
 template <bool certificates>
 void curlAndOpenssl() {
-    auto const& answer = postByCurl<certificates>();
-    auto const* place = bytes(answer);
-    Response const response(d2i_TS_RESP(nullptr, &place, static_cast<long>(answer.size())));
+    const auto& answer = postByCurl<certificates>();
+    const auto* place = bytes(answer);
+    const Response response(d2i_TS_RESP(nullptr, &place, static_cast<long>(answer.size())));
     require(response && TS_TST_INFO_get_nonce(TS_RESP_get_tst_info(response.get())), "answer");
 }
 

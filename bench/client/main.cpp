@@ -19,7 +19,7 @@
 
 namespace bench {
 
-void require(bool good, char const* what) {
+void require(bool good, const char* what) {
     if (!good) {
         std::fprintf(stderr, "bench_client: %s failed\n", what);
         std::_Exit(2);
@@ -43,7 +43,7 @@ public:
         std::string pattern = std::filesystem::temp_directory_path() / "bench-client-XXXXXX";
         require(::mkdtemp(pattern.data()) != nullptr, "temporary folder");
         path_ = pattern;
-        auto const settings = path_ + "/config.toml";
+        const auto settings = path_ + "/config.toml";
         require(bool(std::ofstream(settings)), "settings"); // none, which isn't a missing file
         ::setenv("BASALT_CONFIG", settings.c_str(), 1);
         ::setenv("BASALT_USER_STORES", (path_ + "/user").c_str(), 1);
@@ -54,8 +54,8 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
     }
-    EmptyFolder(EmptyFolder const&) = delete;
-    EmptyFolder& operator=(EmptyFolder const&) = delete;
+    EmptyFolder(const EmptyFolder&) = delete;
+    EmptyFolder& operator=(const EmptyFolder&) = delete;
 
 private:
     std::string path_;
@@ -72,24 +72,24 @@ void pinToOneCore() {
 // Prints as usual and keeps the least time of each operation.
 class Reporter : public benchmark::ConsoleReporter {
 public:
-    void ReportRuns(std::vector<Run> const& runs) override {
+    void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
-        for (auto const& run : runs) {
+        for (const auto& run : runs) {
             if (run.run_type != Run::RT_Iteration || run.error_occurred) {
                 continue;
             }
-            auto const name = run.run_name.function_name;
-            auto const time = run.GetAdjustedRealTime();
-            auto const [place, fresh] = times_.emplace(name, time);
+            const auto name = run.run_name.function_name;
+            const auto time = run.GetAdjustedRealTime();
+            const auto [place, fresh] = times_.emplace(name, time);
             place->second = fresh ? time : std::min(place->second, time);
         }
     }
 
-    void printRatios(Operations const& all) const {
+    void printRatios(const Operations& all) const {
         std::printf("\n%-26s %-12s %12s %10s\n", "work", "library", "least, us", "x ours");
-        for (auto const& operation : all) {
-            auto const time = times_.find(std::string(operation.work) + '/' + operation.library);
-            auto const ours = times_.find(std::string(operation.work) + "/chronoseal");
+        for (const auto& operation : all) {
+            const auto time = times_.find(std::string(operation.work) + '/' + operation.library);
+            const auto ours = times_.find(std::string(operation.work) + "/chronoseal");
             if (time != times_.end() && ours != times_.end()) {
                 std::printf("%-26s %-12s %12.2f %10.2f\n", operation.work, operation.library,
                             time->second, time->second / ours->second);
@@ -109,8 +109,8 @@ private:
 }
 
 // The first time, which prepares what the work needs, isn't counted.
-int repeat(std::string const& name, int times) {
-    for (auto const& operation : operations()) {
+int repeat(const std::string& name, int times) {
+    for (const auto& operation : operations()) {
         if (name == std::string(operation.work) + '/' + operation.library) {
             operation.run();
             counted(operation.run, times);
@@ -122,7 +122,7 @@ int repeat(std::string const& name, int times) {
 }
 
 int list() {
-    for (auto const& operation : operations()) {
+    for (const auto& operation : operations()) {
         std::printf("%s/%s\n", operation.work, operation.library);
     }
     return 0;
@@ -137,9 +137,9 @@ int measure(int argc, char** argv) {
     arguments.insert(arguments.begin() + 1, {repetitions, interleaving, aggregates, least});
     auto count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
-    auto const all = operations();
-    for (auto const& operation : all) {
-        auto const name = std::string(operation.work) + '/' + operation.library;
+    const auto all = operations();
+    for (const auto& operation : all) {
+        const auto name = std::string(operation.work) + '/' + operation.library;
         auto* const run = operation.run;
         benchmark::RegisterBenchmark(name.c_str(),
                                      [run](benchmark::State& state) {
@@ -157,7 +157,7 @@ int measure(int argc, char** argv) {
 }
 
 int run(int argc, char** argv) {
-    EmptyFolder const folder;
+    const EmptyFolder folder;
     pinToOneCore();
     if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
         return list();

@@ -6,8 +6,8 @@
 namespace bench {
 
 struct Operation {
-    char const* work;
-    char const* library; // "chronoseal", or what it is compared with
+    const char* work;
+    const char* library; // "chronoseal", or what it is compared with
     void (*run)();       // does the work once; what it needs is made by the first call
 };
 
@@ -19,6 +19,6 @@ void addVerifyOperations(Operations& operations);
 void addExchangeOperations(Operations& operations);
 
 // Ends the program where an operation fails: a figure of failed work would be none.
-void require(bool good, char const* what);
+void require(bool good, const char* what);
 
 } // namespace bench

@@ -18,16 +18,16 @@ constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
 void encode() {
     PKI::TSP::CRequest value(ASN1::CAlgorithmIdentifierEx(sha256Oid),
                              CBlob(bytes(digest()), digest().size()), true);
-    ASN1::CBigInteger const number(nonce, sizeof(nonce));
+    const ASN1::CBigInteger number(nonce, sizeof(nonce));
     value.put_nonce(&number);
     require(value.encode().cbData() > digest().size(), "request");
 }
 
-int encodeByOpenssl(unsigned char const* nonceBytes, unsigned char** out) {
-    Owner<TS_REQ, TS_REQ_free> const made(TS_REQ_new());
-    Owner<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free> const imprint(TS_MSG_IMPRINT_new());
-    Owner<X509_ALGOR, X509_ALGOR_free> const algorithm(X509_ALGOR_new());
-    Owner<ASN1_INTEGER, ASN1_INTEGER_free> const number(ASN1_INTEGER_new());
+int encodeByOpenssl(const unsigned char* nonceBytes, unsigned char** out) {
+    const Owner<TS_REQ, TS_REQ_free> made(TS_REQ_new());
+    const Owner<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free> imprint(TS_MSG_IMPRINT_new());
+    const Owner<X509_ALGOR, X509_ALGOR_free> algorithm(X509_ALGOR_new());
+    const Owner<ASN1_INTEGER, ASN1_INTEGER_free> number(ASN1_INTEGER_new());
     X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(NID_sha256), V_ASN1_UNDEF, nullptr);
     TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get());
     TS_MSG_IMPRINT_set_msg(imprint.get(), const_cast<unsigned char*>(bytes(digest())), 32);
@@ -46,8 +46,8 @@ void encodeWithOpenssl() {
 }
 
 void encodeWithTasn1() {
-    static unsigned char const one = 1;
-    auto const node = tasn1::create("TSP.TimeStampReq");
+    static const unsigned char one = 1;
+    const auto node = tasn1::create("TSP.TimeStampReq");
     tasn1::write(node, "version", &one, 1);
     tasn1::write(node, "messageImprint.hashAlgorithm.algorithm", sha256Oid, 1);
     tasn1::write(node, "messageImprint.hashAlgorithm.parameters", nullptr, 0);

@@ -12,7 +12,7 @@ namespace tasn1 {
 
 namespace {
 
-char const definitions[] = R"(TSP { }
+const char definitions[] = R"(TSP { }
 DEFINITIONS IMPLICIT TAGS ::= BEGIN
 AlgorithmIdentifier ::= SEQUENCE {
   algorithm OBJECT IDENTIFIER, parameters ANY DEFINED BY algorithm OPTIONAL }
@@ -72,16 +72,16 @@ END
 
 asn1_node load() {
     std::string path = "tsp_definitions_XXXXXX";
-    char const* const folder = std::getenv("TMPDIR");
+    const char* const folder = std::getenv("TMPDIR");
     path.insert(0, std::string(folder ? folder : P_tmpdir) + '/');
-    int const descriptor = ::mkstemp(path.data());
+    const int descriptor = ::mkstemp(path.data());
     bench::require(descriptor >= 0, "temporary file");
-    bool const written =
+    const bool written =
         ::write(descriptor, definitions, sizeof(definitions) - 1) == sizeof(definitions) - 1;
     ::close(descriptor);
     asn1_node tree = nullptr;
     char message[ASN1_MAX_ERROR_DESCRIPTION_SIZE] = "";
-    bool const parsed = written && asn1_parser2tree(path.c_str(), &tree, message) == ASN1_SUCCESS;
+    const bool parsed = written && asn1_parser2tree(path.c_str(), &tree, message) == ASN1_SUCCESS;
     ::unlink(path.c_str());
     bench::require(parsed, message);
     return tree;
@@ -89,33 +89,33 @@ asn1_node load() {
 
 } // namespace
 
-Node create(char const* type) {
-    static asn1_node const tree = load();
+Node create(const char* type) {
+    static const asn1_node tree = load();
     asn1_node node = nullptr;
     bench::require(asn1_create_element(tree, type, &node) == ASN1_SUCCESS, type);
     return Node(node);
 }
 
-Node decode(char const* type, void const* data, std::size_t size) {
+Node decode(const char* type, const void* data, std::size_t size) {
     auto* node = create(type).release();
-    bool const good =
+    const bool good =
         asn1_der_decoding(&node, data, static_cast<int>(size), nullptr) == ASN1_SUCCESS;
     bench::require(good, type);
     return Node(node);
 }
 
-std::string read(Node const& node, char const* field) {
+std::string read(const Node& node, const char* field) {
     char buffer[1024];
     int size = sizeof(buffer);
     bench::require(asn1_read_value(node.get(), field, buffer, &size) == ASN1_SUCCESS, field);
     return {buffer, static_cast<std::size_t>(size)};
 }
 
-void write(Node const& node, char const* field, void const* data, int size) {
+void write(const Node& node, const char* field, const void* data, int size) {
     bench::require(asn1_write_value(node.get(), field, data, size) == ASN1_SUCCESS, field);
 }
 
-std::string encode(Node const& node) {
+std::string encode(const Node& node) {
     char buffer[1024];
     int size = sizeof(buffer);
     bench::require(asn1_der_coding(node.get(), "", buffer, &size, nullptr) == ASN1_SUCCESS,

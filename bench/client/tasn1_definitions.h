@@ -14,11 +14,11 @@ struct Delete {
 using Node = std::unique_ptr<asn1_node_st, Delete>;
 
 // An empty value of that type of the module "TSP".
-Node create(char const* type);
-Node decode(char const* type, void const* data, std::size_t size);
+Node create(const char* type);
+Node decode(const char* type, const void* data, std::size_t size);
 // The contents of a field.
-std::string read(Node const& node, char const* field);
-void write(Node const& node, char const* field, void const* data, int size);
-std::string encode(Node const& node);
+std::string read(const Node& node, const char* field);
+void write(const Node& node, const char* field, const void* data, int size);
+std::string encode(const Node& node);
 
 } // namespace tasn1

@@ -15,7 +15,7 @@ namespace {
 using Halcyon::PKI::TSP::Client::CStamp;
 using Kind = Authority::Kind;
 
-void verify(Issued const& issued) {
+void verify(const Issued& issued) {
     CStamp stamp;
     stamp.Import(bytes(issued.response), issued.response.size(), nullptr);
     require(stamp.Verify(nullptr, nullptr) == 0, "stamp");
@@ -35,15 +35,15 @@ void warm() {
 // The store with the root is kept, as our trust anchors are. Nothing else is, so that cold and warm
 // are one but for what the processor has in its caches.
 template <Kind kind>
-void verifyWithOpenssl(std::string const& der) {
+void verifyWithOpenssl(const std::string& der) {
     static X509_STORE* const store = [] {
         X509_STORE* const made = X509_STORE_new();
         X509_STORE_add_cert(made, authority(kind).root());
         return made;
     }();
-    auto const* place = bytes(der);
-    Response const response(d2i_TS_RESP(nullptr, &place, static_cast<long>(der.size())));
-    Owner<TS_VERIFY_CTX, TS_VERIFY_CTX_free> const context(TS_VERIFY_CTX_new());
+    const auto* place = bytes(der);
+    const Response response(d2i_TS_RESP(nullptr, &place, static_cast<long>(der.size())));
+    const Owner<TS_VERIFY_CTX, TS_VERIFY_CTX_free> context(TS_VERIFY_CTX_new());
     X509_STORE_up_ref(store);
     TS_VERIFY_CTX_set_store(context.get(), store);
     TS_VERIFY_CTX_set_flags(context.get(), TS_VFY_SIGNATURE | TS_VFY_VERSION);
@@ -68,9 +68,9 @@ struct Signed {
     std::string message;
 };
 
-Signed prepare(EVP_PKEY* key, ASN1_STRING const* signature, std::string message) {
+Signed prepare(EVP_PKEY* key, const ASN1_STRING* signature, std::string message) {
     Signed made{Owner<EVP_PKEY_CTX, EVP_PKEY_CTX_free>(EVP_PKEY_CTX_new(key, nullptr)),
-                {reinterpret_cast<char const*>(ASN1_STRING_get0_data(signature)),
+                {reinterpret_cast<const char*>(ASN1_STRING_get0_data(signature)),
                  static_cast<std::size_t>(ASN1_STRING_length(signature))},
                 std::move(message)};
     require(EVP_PKEY_verify_init(made.key.get()) == 1 &&
@@ -86,27 +86,27 @@ std::string taken(unsigned char* data, int size) {
 }
 
 Signed prepareCertificate(EVP_PKEY* issuerKey, X509* certificate) {
-    ASN1_BIT_STRING const* signature = nullptr;
+    const ASN1_BIT_STRING* signature = nullptr;
     X509_get0_signature(&signature, nullptr, certificate);
     unsigned char* data = nullptr;
-    int const size = i2d_re_X509_tbs(certificate, &data);
+    const int size = i2d_re_X509_tbs(certificate, &data);
     return prepare(issuerKey, signature, taken(data, size));
 }
 
-Signed prepareToken(EVP_PKEY* signerKey, std::string const& der) {
-    auto const* place = bytes(der);
-    Response const response(d2i_TS_RESP(nullptr, &place, static_cast<long>(der.size())));
+Signed prepareToken(EVP_PKEY* signerKey, const std::string& der) {
+    const auto* place = bytes(der);
+    const Response response(d2i_TS_RESP(nullptr, &place, static_cast<long>(der.size())));
     auto* const token = TS_RESP_get_token(response.get());
-    auto const* signer = sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(token), 0);
+    const auto* signer = sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(token), 0);
     unsigned char* data = nullptr;
-    int const size = ASN1_item_i2d(reinterpret_cast<ASN1_VALUE*>(signer->auth_attr), &data,
+    const int size = ASN1_item_i2d(reinterpret_cast<ASN1_VALUE*>(signer->auth_attr), &data,
                                    ASN1_ITEM_rptr(PKCS7_ATTR_VERIFY));
     return prepare(signerKey, signer->enc_digest, taken(data, size));
 }
 
 struct Bare {
-    explicit Bare(Authority const& from) {
-        auto const& issued = from.first();
+    explicit Bare(const Authority& from) {
+        const auto& issued = from.first();
         parts[0] = prepareToken(from.signerKey(), issued.response);
         parts[1] = prepareCertificate(from.authorityKey(), issued.signer.get());
         parts[2] = prepareCertificate(from.rootKey(), issued.authority.get());
@@ -117,7 +117,7 @@ struct Bare {
     Owner<EVP_MD, EVP_MD_free> algorithm{EVP_MD_fetch(nullptr, "SHA256", nullptr)};
 };
 
-void hashed(Bare const& bare, std::string const& message, unsigned char* out) {
+void hashed(const Bare& bare, const std::string& message, unsigned char* out) {
     EVP_DigestInit_ex2(bare.hash.get(), bare.algorithm.get(), nullptr);
     EVP_DigestUpdate(bare.hash.get(), message.data(), message.size());
     EVP_DigestFinal_ex(bare.hash.get(), out, nullptr);
@@ -127,9 +127,9 @@ void hashed(Bare const& bare, std::string const& message, unsigned char* out) {
 // certificate's are the ones beside the three that are signed.
 template <Kind kind>
 void bareKeys() {
-    static Bare const bare(authority(kind));
+    static const Bare bare(authority(kind));
     unsigned char out[32];
-    for (auto const& part : bare.parts) {
+    for (const auto& part : bare.parts) {
         hashed(bare, part.message, out);
         require(EVP_PKEY_verify(part.key.get(), bytes(part.signature), part.signature.size(), out,
                                 sizeof(out)) == 1,

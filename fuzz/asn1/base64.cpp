@@ -9,7 +9,7 @@
 
 namespace {
 
-void decodeAny(char const* text, int size) {
+void decodeAny(const char* text, int size) {
     std::vector<unsigned char> out(static_cast<std::size_t>(size) / 4 * 3 + 3);
     int length = static_cast<int>(out.size());
     if (ATL::Base64Decode(text, size, out.data(), &length) &&
@@ -22,7 +22,7 @@ void decodeAny(char const* text, int size) {
     }
 }
 
-void roundTrip(std::uint8_t const* data, int size, unsigned flags) {
+void roundTrip(const std::uint8_t* data, int size, unsigned flags) {
     int length = ATL::Base64EncodeGetRequiredLength(size, flags);
     std::vector<char> text(static_cast<std::size_t>(length) + 1);
     if (!ATL::Base64Encode(data, size, text.data(), &length, flags))
@@ -36,11 +36,11 @@ void roundTrip(std::uint8_t const* data, int size, unsigned flags) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > 65536)
         return 0;
-    int const length = static_cast<int>(size);
-    decodeAny(reinterpret_cast<char const*>(data), length);
+    const int length = static_cast<int>(size);
+    decodeAny(reinterpret_cast<const char*>(data), length);
     for (unsigned flags = 0; flags < 4; ++flags)
         roundTrip(data, length, flags);
     return 0;

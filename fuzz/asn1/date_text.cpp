@@ -12,38 +12,38 @@ using namespace Halcyon;
 
 namespace {
 
-CBlob element(unsigned char tag, std::string const& text) {
+CBlob element(unsigned char tag, const std::string& text) {
     std::string der{static_cast<char>(tag), static_cast<char>(text.size())};
     der += text;
-    return CBlob(reinterpret_cast<unsigned char const*>(der.data()), der.size());
+    return CBlob(reinterpret_cast<const unsigned char*>(der.data()), der.size());
 }
 
-void runTime(CBlob const& der) {
+void runTime(const CBlob& der) {
     try {
-        ASN1::CAttrSigningTime const time(der);
-        ASN1::CAttrSigningTime const written(time.get_time());
+        const ASN1::CAttrSigningTime time(der);
+        const ASN1::CAttrSigningTime written(time.get_time());
         if (ASN1::CAttrSigningTime(written.get_value()).get_time() != time.get_time())
             std::abort();
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
     }
 }
 
-void runDate(CBlob const& der) {
+void runDate(const CBlob& der) {
     try {
-        ASN1::CExtInvalidityDate const date(der);
-        ASN1::CExtInvalidityDate const written(date.get_invalidityDate());
-        ASN1::CExtInvalidityDate const back(written.get_value());
+        const ASN1::CExtInvalidityDate date(der);
+        const ASN1::CExtInvalidityDate written(date.get_invalidityDate());
+        const ASN1::CExtInvalidityDate back(written.get_value());
         if (back.get_invalidityDate() > date.get_invalidityDate() ||
             back.get_value() != written.get_value())
             std::abort();
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-    std::string const text(reinterpret_cast<char const*>(data), size < 127 ? size : 127);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size < 127 ? size : 127);
     runTime(element(23, text));
     runTime(element(24, text));
     runDate(element(24, text));

@@ -12,15 +12,15 @@ using namespace Halcyon;
 
 namespace {
 
-void compare(ASN1::CPKIFreeTextString const& before, ASN1::CPKIFreeTextString const& after) {
-    std::size_t const added = std::wcslen(after.get_value()) - std::wcslen(before.get_value());
-    bool const marked = before.get_language() != ASN1::CLanguageTagDefaultRead();
+void compare(ASN1::const CPKIFreeTextString& before, ASN1::const CPKIFreeTextString& after) {
+    const std::size_t added = std::wcslen(after.get_value()) - std::wcslen(before.get_value());
+    const bool marked = before.get_language() != ASN1::CLanguageTagDefaultRead();
     if (marked != (added != 0) || after.get_language() != before.get_language() ||
         std::wcscmp(after.get_value() + added, before.get_value()) != 0)
         std::abort();
 }
 
-void run(CBlob const& input) {
+void run(const CBlob& input) {
     ASN1::CPKIStatusInfo info(ASN1::pkiStatusGranted);
     info.decode(input);
     ASN1::CPKIStatusInfo back(ASN1::pkiStatusGranted);
@@ -30,16 +30,16 @@ void run(CBlob const& input) {
         back.get_statusString().size() != info.get_statusString().size())
         std::abort();
     auto after = back.get_statusString().begin();
-    for (ASN1::CPKIFreeTextString const& before : info.get_statusString())
+    for (ASN1::const CPKIFreeTextString& before : info.get_statusString())
         compare(before, *after++);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
         run(CBlob(data, size));
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
     }
     return 0;
 }

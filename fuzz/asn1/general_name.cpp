@@ -11,32 +11,32 @@ using namespace Halcyon;
 namespace {
 
 template <class Value>
-void run(CBlob const& input) {
+void run(const CBlob& input) {
     try {
         Value value;
         value.decode(input);
-        CBlob const der = value.encode();
+        const CBlob der = value.encode();
         Value back;
         back.decode(der);
         if (!(back == value) || back.encode() != der)
             std::abort();
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
     }
 }
 
-void show(CBlob const& input) {
+void show(const CBlob& input) {
     try {
         ASN1::CGeneralName name;
         name.decode(input);
         name.toString();
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-    CBlob const input(data, size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const CBlob input(data, size);
     run<ASN1::CGeneralName>(input);
     run<ASN1::CGeneralNames>(input);
     show(input);

@@ -10,10 +10,10 @@ using namespace Halcyon;
 
 namespace {
 
-void run(CBlob const& input) {
+void run(const CBlob& input) {
     ASN1::CName name;
     name.decode(input);
-    CBlob const der = name.encode();
+    const CBlob der = name.encode();
     ASN1::CName back;
     back.decode(der);
     if (back.encode() != der)
@@ -23,10 +23,10 @@ void run(CBlob const& input) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
         run(CBlob(data, size));
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
     }
     return 0;
 }

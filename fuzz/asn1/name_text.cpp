@@ -14,26 +14,26 @@ using namespace Halcyon;
 
 namespace {
 
-void run(wchar_t const* text) {
-    ASN1::CName const name(text);
-    CBlob const der = name.encode();
+void run(const wchar_t* text) {
+    const ASN1::CName name(text);
+    const CBlob der = name.encode();
     ASN1::CName back;
     back.decode(der);
     if (back.encode() != der)
         std::abort();
-    ASN1::CName const again(back.toString().c_str());
+    const ASN1::CName again(back.toString().c_str());
     if (std::wcscmp(again.toString().c_str(), back.toString().c_str()) != 0)
         std::abort();
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-    std::string const text(reinterpret_cast<char const*>(data), size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
     try {
         run(ASN1::towstring(text.c_str()).c_str());
-    } catch (ATL::CAtlException const&) {
-    } catch (std::out_of_range const&) {
+    } catch (ATL::const CAtlException&) {
+    } catch (const std::out_of_range&) {
         // An unregistered type without a value.
     }
     return 0;

@@ -44,7 +44,7 @@ struct FreeStack {
 using Stack = std::unique_ptr<STACK_OF(X509), FreeStack>;
 using Bio = std::unique_ptr<BIO, Release<BIO, &BIO_free_all>>;
 
-Octets octets(CStamp const& stamp, void (CStamp::*getter)(unsigned char*, unsigned long*) const) {
+Octets octets(const CStamp& stamp, void (CStamp::*getter)(unsigned char*, unsigned long*) const) {
     unsigned long size = 0;
     (stamp.*getter)(nullptr, &size);
     Octets out(size + 1);
@@ -54,7 +54,7 @@ Octets octets(CStamp const& stamp, void (CStamp::*getter)(unsigned char*, unsign
 }
 
 struct Fields {
-    explicit Fields(CStamp const& stamp)
+    explicit Fields(const CStamp& stamp)
         : token(octets(stamp, &CStamp::Export)), hash(octets(stamp, &CStamp::get_DataHash)),
           serial(octets(stamp, &CStamp::get_SerialNumber)),
           tsa(octets(stamp, &CStamp::get_TSABlob)), ticks(stamp.get_Time().ticks()),
@@ -63,7 +63,7 @@ struct Fields {
           policy(stamp.get_PolicyID()), name(stamp.get_TSA()) {
         require(stamp.get_DataHashAlg() != 0 && stamp.get_Certificates() != nullptr);
     }
-    bool operator==(Fields const&) const = default;
+    bool operator==(const Fields&) const = default;
 
     Octets token, hash, serial, tsa;
     std::uint64_t ticks;
@@ -75,17 +75,17 @@ struct Fields {
 
 // -- OpenSSL's view of a field.
 
-Octets bytesOf(ASN1_STRING const* string) {
-    auto const* data = ASN1_STRING_get0_data(string);
+Octets bytesOf(const ASN1_STRING* string) {
+    const auto* data = ASN1_STRING_get0_data(string);
     return Octets(data, data + ASN1_STRING_length(string));
 }
 
 // The time in ticks since 1601, fraction cut to microseconds; nothing when the text isn't DER's
 // form, where OpenSSL and this system read what lies between the lines differently.
-std::optional<std::uint64_t> ticksOf(ASN1_GENERALIZEDTIME const* time) {
-    auto const bytes = bytesOf(time);
-    std::string const text(bytes.begin(), bytes.end());
-    std::size_t const digits = text.find_first_not_of("0123456789");
+std::optional<std::uint64_t> ticksOf(const ASN1_GENERALIZEDTIME* time) {
+    const auto bytes = bytesOf(time);
+    const std::string text(bytes.begin(), bytes.end());
+    const std::size_t digits = text.find_first_not_of("0123456789");
     tm fields{};
     if (digits != 14 || ASN1_TIME_to_tm(time, &fields) != 1) {
         return std::nullopt;
@@ -102,15 +102,15 @@ std::optional<std::uint64_t> ticksOf(ASN1_GENERALIZEDTIME const* time) {
         return std::nullopt;
     }
     constexpr std::int64_t from1601To1970 = 11644473600;
-    auto const seconds = static_cast<std::uint64_t>(timegm(&fields) + from1601To1970);
+    const auto seconds = static_cast<std::uint64_t>(timegm(&fields) + from1601To1970);
     return (seconds * 1000000 + microseconds) * 10;
 }
 
 // A big-endian two's complement.
-Number numberOf(Octets const& bytes) {
+Number numberOf(const Octets& bytes) {
     Number number(BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr));
     if (!bytes.empty() && (bytes[0] & 0x80) != 0) {
-        Number const span(BN_new());
+        const Number span(BN_new());
         BN_set_bit(span.get(), static_cast<int>(8 * bytes.size()));
         BN_sub(number.get(), number.get(), span.get());
     }
@@ -118,13 +118,13 @@ Number numberOf(Octets const& bytes) {
 }
 
 // Microseconds in 32 bits; nothing for parts that are no numbers of 32 bits.
-std::optional<long> accuracyOf(TS_ACCURACY const* accuracy) {
+std::optional<long> accuracyOf(const TS_ACCURACY* accuracy) {
     if (accuracy == nullptr) {
         return -1;
     }
     std::uint32_t total = 0;
     std::uint32_t unit = 1000000;
-    for (auto const* part : {TS_ACCURACY_get_seconds(accuracy), TS_ACCURACY_get_millis(accuracy),
+    for (const auto* part : {TS_ACCURACY_get_seconds(accuracy), TS_ACCURACY_get_millis(accuracy),
                              TS_ACCURACY_get_micros(accuracy)}) {
         std::uint64_t value = 0;
         if (part != nullptr && (ASN1_INTEGER_get_uint64(&value, part) != 1 || value > UINT32_MAX)) {
@@ -136,60 +136,60 @@ std::optional<long> accuracyOf(TS_ACCURACY const* accuracy) {
     return static_cast<long>(total);
 }
 
-void compareFields(Fields const& ours, TS_TST_INFO* theirs) {
+void compareFields(const Fields& ours, TS_TST_INFO* theirs) {
     auto* const imprint = TS_TST_INFO_get_msg_imprint(theirs);
-    ASN1_OBJECT const* algorithm = nullptr;
+    const ASN1_OBJECT* algorithm = nullptr;
     X509_ALGOR_get0(&algorithm, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(imprint));
     require(fuzzing::isSame(ours.algorithm, algorithm));
     require(ours.hash == bytesOf(TS_MSG_IMPRINT_get_msg(imprint)));
     require(fuzzing::isSame(ours.policy, TS_TST_INFO_get_policy_id(theirs)));
-    Number const serial(ASN1_INTEGER_to_BN(TS_TST_INFO_get_serial(theirs), nullptr));
+    const Number serial(ASN1_INTEGER_to_BN(TS_TST_INFO_get_serial(theirs), nullptr));
     require(BN_cmp(numberOf(ours.serial).get(), serial.get()) == 0);
-    if (auto const ticks = ticksOf(TS_TST_INFO_get_time(theirs))) {
+    if (const auto ticks = ticksOf(TS_TST_INFO_get_time(theirs))) {
         require(ours.ticks == *ticks);
     }
-    if (auto const accuracy = accuracyOf(TS_TST_INFO_get_accuracy(theirs))) {
+    if (const auto accuracy = accuracyOf(TS_TST_INFO_get_accuracy(theirs))) {
         require(ours.accuracy == *accuracy);
     }
     require(ours.ordering == (TS_TST_INFO_get_ordering(theirs) != 0));
     require(ours.hasNonce == (TS_TST_INFO_get_nonce(theirs) != nullptr));
 }
 
-TheirMessage readMessage(Octets const& token) {
-    auto const* at = token.data();
+TheirMessage readMessage(const Octets& token) {
+    const auto* at = token.data();
     return TheirMessage(d2i_CMS_ContentInfo(nullptr, &at, static_cast<long>(token.size())));
 }
 
 TheirInfo readInfo(CMS_ContentInfo* message) {
     auto** const content = CMS_get0_content(message);
     require(content != nullptr && *content != nullptr);
-    auto const* at = ASN1_STRING_get0_data(*content);
+    const auto* at = ASN1_STRING_get0_data(*content);
     return TheirInfo(d2i_TS_TST_INFO(nullptr, &at, ASN1_STRING_length(*content)));
 }
 
 // The signer's certificate is given along: OpenSSL doesn't look for it in attributes. It also wants
 // the digests of the signers to be announced in front of the content, which isn't looked at here.
-bool verifiesThere(CMS_ContentInfo* message, Octets const& certificate) {
-    auto const* at = certificate.data();
-    Certificate const signer(d2i_X509(nullptr, &at, static_cast<long>(certificate.size())));
-    Stack const signers(sk_X509_new_null());
+bool verifiesThere(CMS_ContentInfo* message, const Octets& certificate) {
+    const auto* at = certificate.data();
+    const Certificate signer(d2i_X509(nullptr, &at, static_cast<long>(certificate.size())));
+    const Stack signers(sk_X509_new_null());
     sk_X509_push(signers.get(), signer.get());
-    Bio const nowhere(BIO_new(BIO_s_null()));
+    const Bio nowhere(BIO_new(BIO_s_null()));
     if (CMS_verify(message, signers.get(), nullptr, nullptr, nowhere.get(),
                    CMS_NO_SIGNER_CERT_VERIFY | CMS_BINARY) == 1) {
         return true;
     }
     bool unannounced = false;
-    while (auto const error = ERR_get_error()) {
-        int const reason = ERR_GET_LIB(error) == ERR_LIB_CMS ? ERR_GET_REASON(error) : 0;
+    while (const auto error = ERR_get_error()) {
+        const int reason = ERR_GET_LIB(error) == ERR_LIB_CMS ? ERR_GET_REASON(error) : 0;
         unannounced = unannounced || reason == CMS_R_UNKNOWN_DIGEST_ALGORITHM ||
                       reason == CMS_R_NO_MATCHING_DIGEST;
     }
     return unannounced;
 }
 
-DWORD signersOf(Octets const& token) {
-    HCRYPTMSG const message = CryptMsgOpenToDecode(0x10001, 0, 0, 0, nullptr, nullptr);
+DWORD signersOf(const Octets& token) {
+    const HCRYPTMSG message = CryptMsgOpenToDecode(0x10001, 0, 0, 0, nullptr, nullptr);
     DWORD count = 0;
     DWORD size = sizeof(count);
     if (CryptMsgUpdate(message, token.data(), static_cast<DWORD>(token.size()), TRUE)) {
@@ -200,10 +200,10 @@ DWORD signersOf(Octets const& token) {
 }
 
 // `signer` is null when the token wasn't found good.
-void compareWithOpenssl(Fields const& fields, Octets const* signer) {
+void compareWithOpenssl(const Fields& fields, const Octets* signer) {
     ERR_clear_error();
-    auto const message = readMessage(fields.token);
-    auto const info = message ? readInfo(message.get()) : nullptr;
+    const auto message = readMessage(fields.token);
+    const auto info = message ? readInfo(message.get()) : nullptr;
     if (!info) {
         // Of several signers the first alone is read here; none of them verifies.
         require(signersOf(fields.token) > 1 || fuzzing::isNamedReason());
@@ -214,10 +214,10 @@ void compareWithOpenssl(Fields const& fields, Octets const* signer) {
     ERR_clear_error();
 }
 
-void compareStatus(CStamp const& stamp, unsigned char const* data, std::size_t size) {
-    TheirAnswer const theirs(d2i_TS_RESP(nullptr, &data, static_cast<long>(size)));
+void compareStatus(const CStamp& stamp, const unsigned char* data, std::size_t size) {
+    const TheirAnswer theirs(d2i_TS_RESP(nullptr, &data, static_cast<long>(size)));
     if (theirs) {
-        auto const* status = TS_STATUS_INFO_get0_status(TS_RESP_get_status_info(theirs.get()));
+        const auto* status = TS_STATUS_INFO_get0_status(TS_RESP_get_status_info(theirs.get()));
         require(stamp.get_Status() == static_cast<unsigned int>(ASN1_INTEGER_get(status)));
     }
     ERR_clear_error();
@@ -225,7 +225,7 @@ void compareStatus(CStamp const& stamp, unsigned char const* data, std::size_t s
 
 // -- What has to hold whatever came in.
 
-void importAgain(CStamp const& stamp, Fields const& fields) {
+void importAgain(const CStamp& stamp, const Fields& fields) {
     require(Fields(CStamp(stamp)) == fields);
     CStamp again;
     again.Import(fields.token.data(), fields.token.size(), nullptr);
@@ -237,18 +237,18 @@ void importAgain(CStamp const& stamp, Fields const& fields) {
         request.put_UseNonce(false);
         request.put_DataHashAlg(fields.algorithm.c_str());
         request.put_DataHash(fields.hash.data(), fields.hash.size());
-        auto const code =
+        const auto code =
             codeOf([&] { again.Import(fields.token.data(), fields.token.size(), &request); });
         require(code == (fields.hasNonce ? otherNonce : 0));
     }
 }
 
 // The signer's certificate, if the token is found good in itself.
-std::optional<Octets> judge(CStamp const& stamp) {
+std::optional<Octets> judge(const CStamp& stamp) {
     std::optional<Octets> signer;
     codeOf([&] {
         if (stamp.Verify(nullptr, "*") == 0) {
-            auto const* certificate = stamp.get_TSACertificate(nullptr, 0);
+            const auto* certificate = stamp.get_TSACertificate(nullptr, 0);
             signer.emplace(certificate->pbCertEncoded,
                            certificate->pbCertEncoded + certificate->cbCertEncoded);
         }
@@ -263,27 +263,27 @@ std::optional<Octets> judge(CStamp const& stamp) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     fuzzing::isolate();
     CStamp stamp;
     if (codeOf([&] { stamp.Import(data, size, nullptr); }) != 0) {
         return 0;
     }
-    bool const isAnswer = codeOf([&] { stamp.get_Status(); }) == 0;
+    const bool isAnswer = codeOf([&] { stamp.get_Status(); }) == 0;
     if (isAnswer) {
         stamp.get_StatusString();
         compareStatus(stamp, data, size);
     }
-    unsigned int const failure = isAnswer ? stamp.get_FailInfo() : 0;
+    const unsigned int failure = isAnswer ? stamp.get_FailInfo() : 0;
     unsigned long length = 0;
     if (failure != 0) {
         require(codeOf([&] { stamp.Export(nullptr, &length); }) != 0);
         return 0;
     }
     if (codeOf([&] { stamp.Export(nullptr, &length); }) == 0) {
-        Fields const fields(stamp);
+        const Fields fields(stamp);
         importAgain(stamp, fields);
-        auto const signer = judge(stamp);
+        const auto signer = judge(stamp);
         compareWithOpenssl(fields, signer ? &*signer : nullptr);
     }
     return 0;

@@ -15,8 +15,8 @@
 
 namespace fuzzing {
 
-inline std::string textOf(ASN1_OBJECT const* object) {
-    int const size = OBJ_obj2txt(nullptr, 0, object, 1);
+inline std::string textOf(const ASN1_OBJECT* object) {
+    const int size = OBJ_obj2txt(nullptr, 0, object, 1);
     std::string text(static_cast<std::size_t>(std::max(size, 0)) + 1, '\0');
     OBJ_obj2txt(text.data(), static_cast<int>(text.size()), object, 1);
     text.pop_back();
@@ -25,8 +25,8 @@ inline std::string textOf(ASN1_OBJECT const* object) {
 
 // Whether the text is that of the object. Arcs beyond 32 bits lose their high bits here: objects
 // with such arcs aren't compared.
-inline bool isSame(std::string const& text, ASN1_OBJECT const* object) {
-    std::string const theirs = textOf(object);
+inline bool isSame(const std::string& text, const ASN1_OBJECT* object) {
+    const std::string theirs = textOf(object);
     std::istringstream arcs(theirs);
     for (std::string arc; std::getline(arcs, arc, '.');) {
         if (arc.size() >= std::to_string(UINT32_MAX).size()) {
@@ -61,10 +61,10 @@ inline constexpr int strictnesses[] = {
 inline bool isNamedReason() {
     bool found = false;
     std::string told;
-    char const* detail = nullptr;
+    const char* detail = nullptr;
     int flags = 0;
-    while (auto const error = ERR_get_error_all(nullptr, nullptr, nullptr, &detail, &flags)) {
-        std::string_view const where = (flags & ERR_TXT_STRING) != 0 ? detail : "";
+    while (const auto error = ERR_get_error_all(nullptr, nullptr, nullptr, &detail, &flags)) {
+        const std::string_view where = (flags & ERR_TXT_STRING) != 0 ? detail : "";
         found = found ||
                 std::any_of(std::begin(keptFields), std::end(keptFields),
                             [&](auto field) { return where.find(field) != where.npos; }) ||

@@ -34,18 +34,18 @@ Octets exported(CRequest& request) {
     return out;
 }
 
-TheirRequest readThere(Octets const& bytes) {
-    auto const* at = bytes.data();
+TheirRequest readThere(const Octets& bytes) {
+    const auto* at = bytes.data();
     return TheirRequest(d2i_TS_REQ(nullptr, &at, static_cast<long>(bytes.size())));
 }
 
-void compare(CRequest const& ours, TS_REQ* theirs) {
+void compare(const CRequest& ours, TS_REQ* theirs) {
     auto* const imprint = TS_REQ_get_msg_imprint(theirs);
-    ASN1_OBJECT const* algorithm = nullptr;
+    const ASN1_OBJECT* algorithm = nullptr;
     X509_ALGOR_get0(&algorithm, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(imprint));
     require(fuzzing::isSame(ours.get_DataHashAlgOID(), algorithm));
     auto* const policy = TS_REQ_get_policy_id(theirs);
-    std::string const ourPolicy = ours.get_PolicyID();
+    const std::string ourPolicy = ours.get_PolicyID();
     require(policy != nullptr ? fuzzing::isSame(ourPolicy, policy) : ourPolicy.empty());
     require(ours.get_UseNonce() == (TS_REQ_get_nonce(theirs) != nullptr));
     require(ours.get_CertReq() == (TS_REQ_get_cert_req(theirs) != 0));
@@ -54,20 +54,20 @@ void compare(CRequest const& ours, TS_REQ* theirs) {
         Octets hash(size + 1);
         ours.get_DataHash(hash.data(), &size);
         hash.resize(size);
-        auto const* expected = TS_MSG_IMPRINT_get_msg(imprint);
-        auto const* data = ASN1_STRING_get0_data(expected);
+        const auto* expected = TS_MSG_IMPRINT_get_msg(imprint);
+        const auto* data = ASN1_STRING_get0_data(expected);
         require(hash == Octets(data, data + ASN1_STRING_length(expected)));
     }
 }
 
-void makeAnew(CRequest const& imported) {
+void makeAnew(const CRequest& imported) {
     CRequest fresh(imported);
     fresh.put_CertReq(!fresh.get_CertReq());
     Octets bytes;
     if (codeOf([&] { bytes = exported(fresh); }) != 0) {
         return;
     }
-    auto const theirs = readThere(bytes);
+    const auto theirs = readThere(bytes);
     require(theirs != nullptr);
     compare(fresh, theirs.get());
     CRequest again;
@@ -77,7 +77,7 @@ void makeAnew(CRequest const& imported) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     fuzzing::isolate();
     Octets bytes(data, data + size);
     CRequest request;
@@ -86,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     }
     require(exported(request) == bytes);
     ERR_clear_error();
-    if (auto const theirs = readThere(bytes)) {
+    if (const auto theirs = readThere(bytes)) {
         compare(request, theirs.get());
     } else {
         require(fuzzing::isNamedReason());

@@ -20,8 +20,8 @@ inline void require(bool holds, int line = __builtin_LINE()) {
 }
 
 inline void isolate() {
-    static bool const done = [] {
-        for (char const* name :
+    static const bool done = [] {
+        for (const char* name :
              {"BASALT_USER_STORES", "BASALT_MACHINE_STORES", "BASALT_SYSTEM_ROOTS"}) {
             setenv(name, "/nonexistent/chronoseal", 1);
         }
@@ -39,7 +39,7 @@ template <class Call>
 std::uint32_t codeOf(Call call) {
     try {
         call();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         require(failure.m_hr < 0);
         return static_cast<std::uint32_t>(failure.m_hr);
     }

@@ -31,9 +31,9 @@ void require(bool holds) {
 }
 
 std::unique_ptr<TS_TST_INFO, Release<TS_TST_INFO, &TS_TST_INFO_free>>
-opensslInfo(CBlob const& bytes) {
-    auto const* place = const_cast<unsigned char const*>(bytes.pbData());
-    std::unique_ptr<CMS_ContentInfo, Release<CMS_ContentInfo, &CMS_ContentInfo_free>> const message(
+opensslInfo(const CBlob& bytes) {
+    const auto* place = const_cast<const unsigned char*>(bytes.pbData());
+    const std::unique_ptr<CMS_ContentInfo, Release<CMS_ContentInfo, &CMS_ContentInfo_free>> message(
         d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(bytes.cbData())));
     if (!message || OBJ_obj2nid(CMS_get0_type(message.get())) != NID_pkcs7_signed) {
         return nullptr;
@@ -42,23 +42,23 @@ opensslInfo(CBlob const& bytes) {
     if (!content || !*content) {
         return nullptr;
     }
-    auto const* inner = ASN1_STRING_get0_data(*content);
+    const auto* inner = ASN1_STRING_get0_data(*content);
     return decltype(opensslInfo(bytes))(
         d2i_TS_TST_INFO(nullptr, &inner, ASN1_STRING_length(*content)));
 }
 
-void compareWithOpenssl(CToken const& token) {
-    auto const info = opensslInfo(token.encode());
+void compareWithOpenssl(const CToken& token) {
+    const auto info = opensslInfo(token.encode());
     if (info) {
         auto* const hash = TS_MSG_IMPRINT_get_msg(TS_TST_INFO_get_msg_imprint(info.get()));
         require(token.get_hashedMessage() ==
                 CBlob(ASN1_STRING_get0_data(hash),
                       static_cast<unsigned long>(ASN1_STRING_length(hash))));
-        std::unique_ptr<BIGNUM, Release<BIGNUM, &BN_free>> const theirs(
+        const std::unique_ptr<BIGNUM, Release<BIGNUM, &BN_free>> theirs(
             ASN1_INTEGER_to_BN(TS_TST_INFO_get_serial(info.get()), nullptr));
-        auto const& serial = token.get_serialNumber();
+        const auto& serial = token.get_serialNumber();
         if (serial.cbData() != 0 && (serial.pbData()[0] & 0x80) == 0) {
-            std::unique_ptr<BIGNUM, Release<BIGNUM, &BN_free>> const ours(
+            const std::unique_ptr<BIGNUM, Release<BIGNUM, &BN_free>> ours(
                 BN_bin2bn(serial.pbData(), static_cast<int>(serial.cbData()), nullptr));
             require(BN_cmp(ours.get(), theirs.get()) == 0);
         }
@@ -66,7 +66,7 @@ void compareWithOpenssl(CToken const& token) {
     ERR_clear_error();
 }
 
-void readToken(CBlob const& bytes) {
+void readToken(const CBlob& bytes) {
     CToken token;
     token.decode(bytes);
     require(token.encode() == bytes);
@@ -76,29 +76,29 @@ void readToken(CBlob const& bytes) {
     }
 }
 
-void readRequest(CBlob const& bytes) {
+void readRequest(const CBlob& bytes) {
     CRequest request;
     request.decode(bytes);
-    auto const first = request.encode();
+    const auto first = request.encode();
     request.decode(first);
     require(request.encode() == first);
 }
 
 template <class Read>
-void attempt(Read read, CBlob const& bytes) {
+void attempt(Read read, const CBlob& bytes) {
     try {
         read(bytes);
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         require(failure.m_hr < 0);
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    CBlob const bytes(data, size);
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+    const CBlob bytes(data, size);
     attempt(&readToken, bytes);
     attempt(&readRequest, bytes);
-    attempt([](CBlob const& input) { CResponse().decode(input); }, bytes);
+    attempt([](const CBlob& input) { CResponse().decode(input); }, bytes);
     return 0;
 }

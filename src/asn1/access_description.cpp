@@ -11,18 +11,18 @@ namespace Halcyon::ASN1 {
 
 CAccessDescription::CAccessDescription() : accessMethod_("") {}
 
-CAccessDescription::CAccessDescription(char const* accessMethod, CGeneralName const& accessLocation)
+CAccessDescription::CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation)
     : accessMethod_(accessMethod), accessLocation_(accessLocation) {}
 
-void CAccessDescription::put_accessMethod(char const* accessMethod) {
+void CAccessDescription::put_accessMethod(const char* accessMethod) {
     accessMethod_ = CStringProxy(accessMethod);
 }
 
-void CAccessDescription::put_accessLocation(CGeneralName const& accessLocation) {
+void CAccessDescription::put_accessLocation(const CGeneralName& accessLocation) {
     accessLocation_ = accessLocation;
 }
 
-bool operator==(CAccessDescription const& a, CAccessDescription const& b) noexcept {
+bool operator==(const CAccessDescription& a, const CAccessDescription& b) noexcept {
     return std::strcmp(a.get_accessMethod(), b.get_accessMethod()) == 0 &&
            a.get_accessLocation() == b.get_accessLocation();
 }
@@ -31,7 +31,7 @@ CBlob CAccessDescription::encode() const {
     return asn1Encode<ASN1T_AccessDescription_traits, CAccessDescription>(*this);
 }
 
-void CAccessDescription::decode(CBlob const& der) {
+void CAccessDescription::decode(const CBlob& der) {
     asn1Decode<ASN1T_AccessDescription_traits, CAccessDescription>(der, *this);
 }
 
@@ -39,7 +39,7 @@ CBlob CAuthorityInfoAccessSyntax::encode() const {
     return asn1Encode<ASN1T_AuthorityInfoAccessSyntax_traits, CAuthorityInfoAccessSyntax>(*this);
 }
 
-void CAuthorityInfoAccessSyntax::decode(CBlob const& der) {
+void CAuthorityInfoAccessSyntax::decode(const CBlob& der) {
     asn1Decode<ASN1T_AuthorityInfoAccessSyntax_traits, CAuthorityInfoAccessSyntax>(der, *this);
 }
 
@@ -48,19 +48,19 @@ void CAuthorityInfoAccessSyntax::decode(CBlob const& der) {
 //     accessLocation  GeneralName }
 
 void ASN1T_AccessDescription_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                         CAccessDescription const& value) {
+                                         const CAccessDescription& value) {
     ASN1TObjId_traits::set(ctxt, record.accessMethod, value.get_accessMethod());
     ASN1T_GeneralName_traits::set(ctxt, record.accessLocation, value.get_accessLocation());
 }
 
-void ASN1T_AccessDescription_traits::get(ASN1_T const& record, CAccessDescription& value) {
+void ASN1T_AccessDescription_traits::get(const ASN1_T& record, CAccessDescription& value) {
     value.put_accessMethod(toOID(record.accessMethod).c_str());
     CGeneralName location;
     ASN1T_GeneralName_traits::get(record.accessLocation, location);
     value.put_accessLocation(location);
 }
 
-void ASN1T_AccessDescription_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_AccessDescription_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_AccessDescription(ctxt, &from, &to);
 }
 

@@ -12,16 +12,16 @@ namespace Halcyon::ASN1 {
 class CAccessDescription {
 public:
     CAccessDescription();
-    CAccessDescription(char const* accessMethod, CGeneralName const& accessLocation);
+    CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation);
 
-    char const* get_accessMethod() const noexcept { return accessMethod_.c_str(); }
-    CGeneralName const& get_accessLocation() const noexcept { return accessLocation_; }
-    void put_accessMethod(char const* accessMethod);
-    void put_accessLocation(CGeneralName const& accessLocation);
+    const char* get_accessMethod() const noexcept { return accessMethod_.c_str(); }
+    const CGeneralName& get_accessLocation() const noexcept { return accessLocation_; }
+    void put_accessMethod(const char* accessMethod);
+    void put_accessLocation(const CGeneralName& accessLocation);
 
     // The DER. Throws 0x80070057 for a method that is no identifier, and as `CGeneralName`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     CStringProxy accessMethod_;
@@ -29,8 +29,8 @@ private:
 };
 
 // Methods byte for byte, locations by the rules of CGeneralName.
-bool operator==(CAccessDescription const& a, CAccessDescription const& b) noexcept;
-inline bool operator!=(CAccessDescription const& a, CAccessDescription const& b) noexcept {
+bool operator==(const CAccessDescription& a, const CAccessDescription& b) noexcept;
+inline bool operator!=(const CAccessDescription& a, const CAccessDescription& b) noexcept {
     return !(a == b);
 }
 
@@ -40,7 +40,7 @@ public:
 
     CBlob encode() const;
     // Replaces the list.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

@@ -10,11 +10,11 @@ namespace Halcyon::ASN1 {
 
 CAlgorithmIdentifier::CAlgorithmIdentifier() : algorithm_("") {}
 
-CAlgorithmIdentifier::CAlgorithmIdentifier(char const* oid) : algorithm_(oid) {}
+CAlgorithmIdentifier::CAlgorithmIdentifier(const char* oid) : algorithm_(oid) {}
 
-CAlgorithmIdentifier::CAlgorithmIdentifier(CAlgorithmIdentifier const& other) = default;
+CAlgorithmIdentifier::CAlgorithmIdentifier(const CAlgorithmIdentifier& other) = default;
 
-CAlgorithmIdentifier& CAlgorithmIdentifier::operator=(CAlgorithmIdentifier const& other) {
+CAlgorithmIdentifier& CAlgorithmIdentifier::operator=(const CAlgorithmIdentifier& other) {
     if (this != &other)
         assign(other);
     return *this;
@@ -22,7 +22,7 @@ CAlgorithmIdentifier& CAlgorithmIdentifier::operator=(CAlgorithmIdentifier const
 
 CAlgorithmIdentifier::~CAlgorithmIdentifier() = default;
 
-void CAlgorithmIdentifier::assign(CAlgorithmIdentifier const& other) {
+void CAlgorithmIdentifier::assign(const CAlgorithmIdentifier& other) {
     CAlgorithmIdentifier copy(other);
     swap(copy);
 }
@@ -32,15 +32,15 @@ void CAlgorithmIdentifier::swap(CAlgorithmIdentifier& other) {
     parameters_.swap(other.parameters_);
 }
 
-void CAlgorithmIdentifier::put_algorithm(char const* oid) {
+void CAlgorithmIdentifier::put_algorithm(const char* oid) {
     algorithm_ = CStringProxy(oid);
 }
 
-void CAlgorithmIdentifier::put_parameters(CBlob const& parameters) {
+void CAlgorithmIdentifier::put_parameters(const CBlob& parameters) {
     parameters_ = parameters;
 }
 
-bool operator==(CAlgorithmIdentifier const& a, CAlgorithmIdentifier const& b) noexcept {
+bool operator==(const CAlgorithmIdentifier& a, const CAlgorithmIdentifier& b) noexcept {
     return std::strcmp(a.get_algorithm(), b.get_algorithm()) == 0 &&
            *a.get_parameters() == *b.get_parameters();
 }
@@ -49,7 +49,7 @@ CBlob CAlgorithmIdentifier::encode() const {
     return asn1Encode<ASN1T_AlgorithmIdentifier_traits, CAlgorithmIdentifier>(*this);
 }
 
-void CAlgorithmIdentifier::decode(CBlob const& der) {
+void CAlgorithmIdentifier::decode(const CBlob& der) {
     asn1Decode<ASN1T_AlgorithmIdentifier_traits, CAlgorithmIdentifier>(der, *this);
 }
 

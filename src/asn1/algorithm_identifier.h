@@ -13,28 +13,28 @@ class CAlgorithmIdentifier {
 public:
     CAlgorithmIdentifier();
     // Without parameters. The text isn't checked before it is encoded.
-    explicit CAlgorithmIdentifier(char const* oid);
-    CAlgorithmIdentifier(CAlgorithmIdentifier const& other);
-    CAlgorithmIdentifier& operator=(CAlgorithmIdentifier const& other);
+    explicit CAlgorithmIdentifier(const char* oid);
+    CAlgorithmIdentifier(const CAlgorithmIdentifier& other);
+    CAlgorithmIdentifier& operator=(const CAlgorithmIdentifier& other);
     virtual ~CAlgorithmIdentifier();
 
     // A new text takes effect through this one operation, decoding included.
-    virtual void put_algorithm(char const* oid);
+    virtual void put_algorithm(const char* oid);
 
-    void assign(CAlgorithmIdentifier const& other);
+    void assign(const CAlgorithmIdentifier& other);
     void swap(CAlgorithmIdentifier& other);
 
     // Good until the object changes.
-    char const* get_algorithm() const noexcept { return algorithm_.c_str(); }
+    const char* get_algorithm() const noexcept { return algorithm_.c_str(); }
     // Never null.
-    CBlob const* get_parameters() const noexcept { return &parameters_; }
-    void put_parameters(CBlob const& parameters);
+    const CBlob* get_parameters() const noexcept { return &parameters_; }
+    void put_parameters(const CBlob& parameters);
 
     // The DER. Throws 0x80093101 for a text that is no identifier, and for parameters that don't
     // fit a known algorithm.
     CBlob encode() const;
     // Throws 0x80093101, the value being unchanged.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     CStringProxy algorithm_;
@@ -42,8 +42,8 @@ private:
 };
 
 // Texts and parameters byte for byte; neither is normalised.
-bool operator==(CAlgorithmIdentifier const& a, CAlgorithmIdentifier const& b) noexcept;
-inline bool operator!=(CAlgorithmIdentifier const& a, CAlgorithmIdentifier const& b) noexcept {
+bool operator==(const CAlgorithmIdentifier& a, const CAlgorithmIdentifier& b) noexcept;
+inline bool operator!=(const CAlgorithmIdentifier& a, const CAlgorithmIdentifier& b) noexcept {
     return !(a == b);
 }
 

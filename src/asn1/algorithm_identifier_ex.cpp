@@ -6,20 +6,20 @@ namespace Halcyon::ASN1 {
 
 CAlgorithmIdentifierEx::CAlgorithmIdentifierEx() : cachedAlgId(0) {}
 
-CAlgorithmIdentifierEx::CAlgorithmIdentifierEx(char const* oid)
+CAlgorithmIdentifierEx::CAlgorithmIdentifierEx(const char* oid)
     : CAlgorithmIdentifier(oid), cachedAlgId(0) {}
 
-CAlgorithmIdentifierEx::CAlgorithmIdentifierEx(CAlgorithmIdentifier const& other)
+CAlgorithmIdentifierEx::CAlgorithmIdentifierEx(const CAlgorithmIdentifier& other)
     : CAlgorithmIdentifier(other), cachedAlgId(0) {}
 
-CAlgorithmIdentifierEx::CAlgorithmIdentifierEx(CAlgorithmIdentifierEx const& other) = default;
+CAlgorithmIdentifierEx::CAlgorithmIdentifierEx(const CAlgorithmIdentifierEx& other) = default;
 
 CAlgorithmIdentifierEx&
-CAlgorithmIdentifierEx::operator=(CAlgorithmIdentifierEx const& other) = default;
+CAlgorithmIdentifierEx::operator=(const CAlgorithmIdentifierEx& other) = default;
 
 CAlgorithmIdentifierEx::~CAlgorithmIdentifierEx() = default;
 
-void CAlgorithmIdentifierEx::put_algorithm(char const* oid) {
+void CAlgorithmIdentifierEx::put_algorithm(const char* oid) {
     if (std::strcmp(oid ? oid : "", get_algorithm()) == 0)
         return;
     cachedAlgId = 0;

@@ -11,14 +11,14 @@ namespace Halcyon::ASN1 {
 class CHRONOSEAL_API CAlgorithmIdentifierEx : public CAlgorithmIdentifier {
 public:
     CAlgorithmIdentifierEx();
-    explicit CAlgorithmIdentifierEx(char const* oid);
-    explicit CAlgorithmIdentifierEx(CAlgorithmIdentifier const& other);
-    CAlgorithmIdentifierEx(CAlgorithmIdentifierEx const& other);
-    CAlgorithmIdentifierEx& operator=(CAlgorithmIdentifierEx const& other);
+    explicit CAlgorithmIdentifierEx(const char* oid);
+    explicit CAlgorithmIdentifierEx(const CAlgorithmIdentifier& other);
+    CAlgorithmIdentifierEx(const CAlgorithmIdentifierEx& other);
+    CAlgorithmIdentifierEx& operator=(const CAlgorithmIdentifierEx& other);
     ~CAlgorithmIdentifierEx() override;
 
     // Nothing at all happens if the text is the one held. The parameters stay in either case.
-    void put_algorithm(char const* oid) override;
+    void put_algorithm(const char* oid) override;
 
     unsigned int cachedAlgId;
 };

@@ -12,28 +12,28 @@ namespace {
 constexpr char sha1[] = "1.3.14.3.2.26";
 constexpr char sha256[] = "2.16.840.1.101.3.4.2.1";
 
-CAlgorithmIdentifier withParameters(char const* oid, char const* der) {
+CAlgorithmIdentifier withParameters(const char* oid, const char* der) {
     CAlgorithmIdentifier value(oid);
     value.put_parameters(fromHex(der));
     return value;
 }
 
-std::string throughX509Algor(CBlob const& der) {
+std::string throughX509Algor(const CBlob& der) {
     return throughOpenSSL<X509_ALGOR>(der, d2i_X509_ALGOR, i2d_X509_ALGOR, X509_ALGOR_free);
 }
 
 TEST(AlgorithmIdentifier, RoundTripsWithAndWithoutParameters) {
     struct {
         CAlgorithmIdentifier value;
-        char const* der;
+        const char* der;
     } const rows[] = {
         {CAlgorithmIdentifier(sha256), "300B0609608648016503040201"},
         {withParameters(sha256, "0500"), "300D06096086480165030402010500"},
         {withParameters(sha1, "0500"), "300906052B0E03021A0500"},
         {withParameters("1.2.3.4", "0C0141"), "300806032A03040C0141"},
     };
-    for (auto const& row : rows) {
-        CBlob const der = row.value.encode();
+    for (const auto& row : rows) {
+        const CBlob der = row.value.encode();
         EXPECT_EQ(toHex(der), row.der);
         EXPECT_EQ(throughX509Algor(der), row.der);
         CAlgorithmIdentifier back;
@@ -55,7 +55,7 @@ TEST(AlgorithmIdentifier, RefusesWhatIsNoIdentifierAndKnownParametersThatDoNotFi
     EXPECT_EQ(codeThrownBy([] { withParameters("1.2.643.2.2.19", "0C0141").encode(); }),
               0x80093101u);
     CAlgorithmIdentifier value(sha1);
-    for (char const* der : {"", "3000", "310706052B0E03021A", "300806052B0E03021A", "0500"})
+    for (const char* der : {"", "3000", "310706052B0E03021A", "300806052B0E03021A", "0500"})
         EXPECT_EQ(codeThrownBy([&] { value.decode(fromHex(der)); }), 0x80093101u) << der;
     EXPECT_STREQ(value.get_algorithm(), sha1);
 }
@@ -66,7 +66,7 @@ TEST(AlgorithmIdentifier, SwapAndAssignmentExchangeBothFields) {
     a.swap(b);
     EXPECT_TRUE(a == CAlgorithmIdentifier(sha256));
     EXPECT_TRUE(b == withParameters(sha1, "0500"));
-    CAlgorithmIdentifier const& same = b;
+    const CAlgorithmIdentifier& same = b;
     b = same;
     EXPECT_TRUE(b == withParameters(sha1, "0500"));
     b = a;

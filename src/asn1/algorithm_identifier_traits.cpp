@@ -29,8 +29,8 @@ asn1data::ASN1T_AlgorithmIdentifier* checkedCopy(ASN1CTXT* ctxt,
 
 } // namespace
 
-asn1data::ASN1T_AlgorithmIdentifier* ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, char const* oid,
-                                                                   CBlob const* parameters) {
+asn1data::ASN1T_AlgorithmIdentifier* ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, const char* oid,
+                                                                   const CBlob* parameters) {
     asn1data::ASN1T_AlgorithmIdentifier local;
     if (str2oid(oid, &local.algorithm))
         failCodec();
@@ -42,8 +42,8 @@ asn1data::ASN1T_AlgorithmIdentifier* ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctx
 }
 
 void ASN1T_AlgorithmIdentifier_get(CAlgorithmIdentifier& value,
-                                   asn1data::ASN1T_AlgorithmIdentifier const& record) {
-    CStringProxy const oid = toOID(record.algorithm);
+                                   const asn1data::ASN1T_AlgorithmIdentifier& record) {
+    const CStringProxy oid = toOID(record.algorithm);
     CBlob parameters;
     if (record.m.parametersPresent)
         parameters.assign(record.parameters.data, record.parameters.numocts);
@@ -52,19 +52,19 @@ void ASN1T_AlgorithmIdentifier_get(CAlgorithmIdentifier& value,
 }
 
 void ASN1T_AlgorithmIdentifier_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                           CAlgorithmIdentifier const& value) {
-    ASN1_T const& made =
+                                           const CAlgorithmIdentifier& value) {
+    const ASN1_T& made =
         *ASN1T_AlgorithmIdentifier_set(ctxt, value.get_algorithm(), value.get_parameters());
     record.m = made.m;
     record.algorithm = made.algorithm;
     record.parameters = made.parameters;
 }
 
-void ASN1T_AlgorithmIdentifier_traits::get(ASN1_T const& record, CAlgorithmIdentifier& value) {
+void ASN1T_AlgorithmIdentifier_traits::get(const ASN1_T& record, CAlgorithmIdentifier& value) {
     ASN1T_AlgorithmIdentifier_get(value, record);
 }
 
-void ASN1T_AlgorithmIdentifier_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_AlgorithmIdentifier_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_AlgorithmIdentifier(ctxt, &from, &to);
 }
 

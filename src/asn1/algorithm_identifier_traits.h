@@ -10,16 +10,16 @@ namespace Halcyon::ASN1 {
 // A record on the context's heap. Null and empty parameters are absent ones: they are never encoded
 // as NULL. Throws 0x80093101 for a text that is no identifier and for parameters that don't fit a
 // known algorithm.
-asn1data::ASN1T_AlgorithmIdentifier* ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, char const* oid,
-                                                                   CBlob const* parameters);
+asn1data::ASN1T_AlgorithmIdentifier* ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, const char* oid,
+                                                                   const CBlob* parameters);
 void ASN1T_AlgorithmIdentifier_get(CAlgorithmIdentifier& value,
-                                   asn1data::ASN1T_AlgorithmIdentifier const& record);
+                                   const asn1data::ASN1T_AlgorithmIdentifier& record);
 
 struct ASN1T_AlgorithmIdentifier_traits
     : CCodeClassT<asn1data::ASN1T_AlgorithmIdentifier, asn1data::ASN1C_AlgorithmIdentifier> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CAlgorithmIdentifier const& value);
-    static void get(ASN1_T const& record, CAlgorithmIdentifier& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAlgorithmIdentifier& value);
+    static void get(const ASN1_T& record, CAlgorithmIdentifier& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

@@ -13,11 +13,11 @@ namespace Halcyon::ASN1 {
 class CAttrValue {
 public:
     CAttrValue();
-    explicit CAttrValue(char const* oid);
-    CAttrValue(char const* oid, CBlob const& value);
+    explicit CAttrValue(const char* oid);
+    CAttrValue(const char* oid, const CBlob& value);
 
-    char const* get_oid() const noexcept { return oid_.c_str(); }
-    CBlob const& get_value() const noexcept { return value_; }
+    const char* get_oid() const noexcept { return oid_.c_str(); }
+    const CBlob& get_value() const noexcept { return value_; }
     CBlob& value() noexcept { return value_; }
 
 private:
@@ -26,8 +26,8 @@ private:
 };
 
 // Type and value byte for byte.
-bool operator==(CAttrValue const& a, CAttrValue const& b) noexcept;
-inline bool operator!=(CAttrValue const& a, CAttrValue const& b) noexcept {
+bool operator==(const CAttrValue& a, const CAttrValue& b) noexcept;
+inline bool operator!=(const CAttrValue& a, const CAttrValue& b) noexcept {
     return !(a == b);
 }
 

@@ -18,14 +18,14 @@ struct AttributeBlock {
 
 CAttribute::CAttribute() : block_(std::make_unique<AttributeBlock>()) {}
 
-CAttribute::CAttribute(char const* oid) : CAttribute() {
+CAttribute::CAttribute(const char* oid) : CAttribute() {
     block_->oid = oid ? oid : "";
 }
 
-CAttribute::CAttribute(CAttribute const& other)
+CAttribute::CAttribute(const CAttribute& other)
     : block_(std::make_unique<AttributeBlock>(*other.block_)) {}
 
-CAttribute& CAttribute::operator=(CAttribute const& other) {
+CAttribute& CAttribute::operator=(const CAttribute& other) {
     if (this != &other)
         block_ = std::make_unique<AttributeBlock>(*other.block_);
     return *this;
@@ -33,7 +33,7 @@ CAttribute& CAttribute::operator=(CAttribute const& other) {
 
 CAttribute::~CAttribute() = default;
 
-char const* CAttribute::get_oid() const noexcept {
+const char* CAttribute::get_oid() const noexcept {
     return block_->oid.c_str();
 }
 CAttribute::iterator CAttribute::begin() noexcept {
@@ -52,11 +52,11 @@ unsigned long CAttribute::size() const noexcept {
     return block_->values.size();
 }
 
-void CAttribute::add(CBlob const& value) {
+void CAttribute::add(const CBlob& value) {
     block_->values.push_back(CAttrValue(get_oid(), value));
 }
 
-void CAttribute::add(CAttrValue const& value) {
+void CAttribute::add(const CAttrValue& value) {
     block_->values.push_back(value);
 }
 
@@ -64,7 +64,7 @@ void CAttribute::erase(iterator position) {
     block_->values.erase(position);
 }
 
-bool operator==(CAttribute const& a, CAttribute const& b) noexcept {
+bool operator==(const CAttribute& a, const CAttribute& b) noexcept {
     return std::string_view(a.get_oid()) == b.get_oid() && a.size() == b.size() &&
            std::equal(a.begin(), a.end(), b.begin());
 }
@@ -73,7 +73,7 @@ CBlob CAttribute::encode() const {
     return asn1Encode<ASN1T_Attribute_traits, CAttribute>(*this);
 }
 
-void CAttribute::decode(CBlob const& der) {
+void CAttribute::decode(const CBlob& der) {
     asn1Decode<ASN1T_Attribute_traits, CAttribute>(der, *this);
 }
 
@@ -87,9 +87,9 @@ using ValuesTraits = ASN1TSeqOfList_traits<Asn1TObject, Asn1TObject_traits, CBlo
 
 } // namespace
 
-void ASN1T_Attribute_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CAttribute const& value) {
+void ASN1T_Attribute_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CAttribute& value) {
     CBlobList blobs;
-    for (CAttrValue const& element : value)
+    for (const CAttrValue& element : value)
         blobs.push_back(element.get_value());
     ASN1_T local;
     ASN1TObjId_traits::set(ctxt, local.type, value.get_oid());
@@ -100,16 +100,16 @@ void ASN1T_Attribute_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CAttribute cons
     copy(ctxt, local, record);
 }
 
-void ASN1T_Attribute_traits::get(ASN1_T const& record, CAttribute& value) {
+void ASN1T_Attribute_traits::get(const ASN1_T& record, CAttribute& value) {
     CAttribute attribute(toOID(record.type).c_str());
     CBlobList blobs;
     ValuesTraits::get(record.values, blobs);
-    for (CBlob const& blob : blobs)
+    for (const CBlob& blob : blobs)
         attribute.add(blob);
     value = attribute;
 }
 
-void ASN1T_Attribute_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_Attribute_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_Attribute(ctxt, &from, &to);
 }
 

@@ -17,12 +17,12 @@ public:
     using const_iterator = CAttrValueList::const_iterator;
 
     CAttribute();
-    explicit CAttribute(char const* oid);
-    CAttribute(CAttribute const& other);
-    CAttribute& operator=(CAttribute const& other);
+    explicit CAttribute(const char* oid);
+    CAttribute(const CAttribute& other);
+    CAttribute& operator=(const CAttribute& other);
     ~CAttribute();
 
-    char const* get_oid() const noexcept;
+    const char* get_oid() const noexcept;
     iterator begin() noexcept;
     iterator end() noexcept;
     const_iterator begin() const noexcept;
@@ -30,24 +30,24 @@ public:
     unsigned long size() const noexcept;
 
     // Appends a value of the attribute's own type.
-    void add(CBlob const& value);
+    void add(const CBlob& value);
     // Appends a copy with the type that it brings along, unchecked. The encoding knows only the
     // type of the attribute.
-    void add(CAttrValue const& value);
+    void add(const CAttrValue& value);
     void erase(iterator position);
 
     // The DER, in which the values are sorted. Throws 0x80070057 for a type that is no identifier,
     // and 0x80093101 if a value doesn't fit a known type.
     CBlob encode() const;
     // Throws 0x80093101.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<AttributeBlock> block_;
 };
 
-bool operator==(CAttribute const& a, CAttribute const& b) noexcept;
-inline bool operator!=(CAttribute const& a, CAttribute const& b) noexcept {
+bool operator==(const CAttribute& a, const CAttribute& b) noexcept;
+inline bool operator!=(const CAttribute& a, const CAttribute& b) noexcept {
     return !(a == b);
 }
 

@@ -12,12 +12,12 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-std::string throughX509Attribute(CBlob const& der) {
+std::string throughX509Attribute(const CBlob& der) {
     return throughOpenSSL<X509_ATTRIBUTE>(der, d2i_X509_ATTRIBUTE, i2d_X509_ATTRIBUTE,
                                           X509_ATTRIBUTE_free);
 }
 
-CAttribute attributeOf(CAttrValue const& value) {
+CAttribute attributeOf(const CAttrValue& value) {
     CAttribute attribute(value.get_oid());
     attribute.add(value);
     return attribute;
@@ -27,14 +27,14 @@ TEST(Attribute, RoundTripsThroughOpenSSL) {
     CAttribute unknown("1.2.3.4");
     unknown.add(fromHex("020105"));
     unknown.add(fromHex("0500"));
-    CAttribute const rows[] = {
+    const CAttribute rows[] = {
         unknown,
         attributeOf(CAttrContentType("1.2.840.113549.1.9.16.1.4")),
         attributeOf(CAttrSigningTime(CDateTime(2024, 1, 2, 3, 4, 5, 0, 0))),
         attributeOf(CAttrCommonName("Test")),
     };
-    for (CAttribute const& attribute : rows) {
-        CBlob const der = attribute.encode();
+    for (const CAttribute& attribute : rows) {
+        const CBlob der = attribute.encode();
         EXPECT_EQ(throughX509Attribute(der), toHex(der)) << attribute.get_oid();
         CAttribute back;
         back.decode(der);
@@ -43,7 +43,7 @@ TEST(Attribute, RoundTripsThroughOpenSSL) {
 }
 
 TEST(Attribute, ReadsWhatOpenSSLWrites) {
-    unsigned char const digest[] = {1, 2, 3};
+    const unsigned char digest[] = {1, 2, 3};
     X509_ATTRIBUTE* const made = X509_ATTRIBUTE_create_by_NID(
         nullptr, NID_pkcs9_messageDigest, V_ASN1_OCTET_STRING, digest, sizeof digest);
     CAttribute attribute;
@@ -51,16 +51,16 @@ TEST(Attribute, ReadsWhatOpenSSLWrites) {
     X509_ATTRIBUTE_free(made);
     EXPECT_STREQ(attribute.get_oid(), "1.2.840.113549.1.9.4");
     ASSERT_EQ(attribute.size(), 1u);
-    CAttrMessageDigest const value(attribute.begin()->get_value());
+    const CAttrMessageDigest value(attribute.begin()->get_value());
     EXPECT_EQ(toHex(value.get_messageDigest()), "010203");
 }
 
 TEST(Attribute, ValuesCompareInOrderAlthoughTheEncodingSorts) {
     CAttribute a("1.2.3.4");
     CAttribute b("1.2.3.4");
-    for (char const* der : {"020105", "020102"})
+    for (const char* der : {"020105", "020102"})
         a.add(fromHex(der));
-    for (char const* der : {"020102", "020105"})
+    for (const char* der : {"020102", "020105"})
         b.add(fromHex(der));
     EXPECT_TRUE(a != b);
     EXPECT_EQ(toHex(a.encode()), toHex(b.encode()));
@@ -88,7 +88,7 @@ TEST(Attribute, CopiesAreDeep) {
     c = a;
     a.add(fromHex("0500"));
     EXPECT_EQ(b.size() + c.size(), 2u);
-    CAttribute const& same = c;
+    const CAttribute& same = c;
     c = same;
     EXPECT_TRUE(c == b);
 }
@@ -125,7 +125,7 @@ TEST(Attributes, RoundTripAsASortedSet) {
     attributes.push_back(attributeOf(CAttrCommonName("Test")));
     attributes.push_back(attributeOf(CAttrContentType("1.2.840.113549.1.7.1")));
     attributes.push_back(attributeOf(CAttrValue("1.2.3", fromHex("0500"))));
-    CBlob const der = attributes.encode();
+    const CBlob der = attributes.encode();
     CAttributes back;
     back.decode(der);
     ASSERT_EQ(back.size(), 3u);
@@ -177,8 +177,8 @@ TEST(MessageDigest, KeepsBothFormsInStep) {
 TEST(StringAttribute, TakesItsTypeFromTheRegister) {
     struct {
         CAttrStringValue value;
-        char const* oid;
-        char const* der;
+        const char* oid;
+        const char* der;
     } const rows[] = {
         {CAttrCommonName("x"), "2.5.4.3", "0C0178"},
         {CAttrSurname("x"), "2.5.4.4", "0C0178"},
@@ -196,7 +196,7 @@ TEST(StringAttribute, TakesItsTypeFromTheRegister) {
         {CAttrStringValue("2.5.4.3", L"\x0416"), "2.5.4.3", "0C02D096"},
         {CAttrStringValue("1.2.3", "#0500"), "1.2.3", "0500"},
     };
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         EXPECT_STREQ(row.value.get_oid(), row.oid);
         EXPECT_EQ(toHex(row.value.get_value()), row.der) << row.oid;
     }

@@ -10,9 +10,9 @@
 namespace Halcyon::ASN1 {
 
 struct ASN1T_Attribute_traits : CCodeClassT<asn1data::ASN1T_Attribute, asn1data::ASN1C_Attribute> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CAttribute const& value);
-    static void get(ASN1_T const& record, CAttribute& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAttribute& value);
+    static void get(const ASN1_T& record, CAttribute& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 using ASN1T_Attributes_traits =

@@ -13,17 +13,17 @@ namespace Halcyon::ASN1 {
 
 CAttributeTypeAndValue::CAttributeTypeAndValue() : type_("") {}
 
-CAttributeTypeAndValue::CAttributeTypeAndValue(CAttrValue const& value)
+CAttributeTypeAndValue::CAttributeTypeAndValue(const CAttrValue& value)
     : type_(value.get_oid()), value_(value.get_value()) {}
 
-CAttributeTypeAndValue::CAttributeTypeAndValue(char const* oid, CBlob const& der)
+CAttributeTypeAndValue::CAttributeTypeAndValue(const char* oid, const CBlob& der)
     : type_(oid), value_(der) {}
 
-CAttributeTypeAndValue::CAttributeTypeAndValue(wchar_t const* type, wchar_t const* value,
+CAttributeTypeAndValue::CAttributeTypeAndValue(const wchar_t* type, const wchar_t* value,
                                                StringType stringType)
     : CAttributeTypeAndValue(CATAVRegister::makeATAV(type, value, stringType)) {}
 
-CAttributeTypeAndValue::CAttributeTypeAndValue(wchar_t const* text, StringType stringType)
+CAttributeTypeAndValue::CAttributeTypeAndValue(const wchar_t* text, StringType stringType)
     : CAttributeTypeAndValue(CATAVRegister::makeATAV(text, stringType)) {}
 
 CWStringProxy CAttributeTypeAndValue::get_type_str() const {
@@ -34,19 +34,19 @@ CWStringProxy CAttributeTypeAndValue::get_value_str() const {
     return CATAVRegister::valueToStr(get_type(), value_);
 }
 
-void CAttributeTypeAndValue::put_type(char const* oid) {
+void CAttributeTypeAndValue::put_type(const char* oid) {
     type_ = CStringProxy(oid);
 }
 
-void CAttributeTypeAndValue::put_type_str(wchar_t const* type) {
+void CAttributeTypeAndValue::put_type_str(const wchar_t* type) {
     type_ = CATAVRegister::typeFromStr(type);
 }
 
-void CAttributeTypeAndValue::put_value(CBlob const& der) {
+void CAttributeTypeAndValue::put_value(const CBlob& der) {
     value_ = der;
 }
 
-void CAttributeTypeAndValue::put_value_str(wchar_t const* value, StringType stringType) {
+void CAttributeTypeAndValue::put_value_str(const wchar_t* value, StringType stringType) {
     value_ = CATAVRegister::valueFromStr(get_type(), value, stringType);
 }
 
@@ -57,11 +57,11 @@ CWStringProxy CAttributeTypeAndValue::toString() const {
     return CWStringProxy(text.c_str());
 }
 
-void CAttributeTypeAndValue::fromString(wchar_t const* text, StringType stringType) {
+void CAttributeTypeAndValue::fromString(const wchar_t* text, StringType stringType) {
     *this = CATAVRegister::makeATAV(text, stringType);
 }
 
-bool operator==(CAttributeTypeAndValue const& a, CAttributeTypeAndValue const& b) noexcept {
+bool operator==(const CAttributeTypeAndValue& a, const CAttributeTypeAndValue& b) noexcept {
     return std::strcmp(a.get_type(), b.get_type()) == 0 && a.value_ == b.value_;
 }
 
@@ -69,7 +69,7 @@ CBlob CAttributeTypeAndValue::encode() const {
     return asn1Encode<ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue>(*this);
 }
 
-void CAttributeTypeAndValue::decode(CBlob const& der) {
+void CAttributeTypeAndValue::decode(const CBlob& der) {
     asn1Decode<ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue>(der, *this);
 }
 
@@ -78,7 +78,7 @@ void CAttributeTypeAndValue::decode(CBlob const& der) {
 //     value  ANY DEFINED BY type }
 
 void ASN1T_AttributeTypeAndValue_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                             CAttributeTypeAndValue const& value) {
+                                             const CAttributeTypeAndValue& value) {
     ASN1_T local;
     ASN1TObjId_traits::set(ctxt, local.type, value.get_type());
     Asn1TObject_traits::set(ctxt, local.value, value.get_value());
@@ -88,14 +88,14 @@ void ASN1T_AttributeTypeAndValue_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
     copy(ctxt, local, record);
 }
 
-void ASN1T_AttributeTypeAndValue_traits::get(ASN1_T const& record, CAttributeTypeAndValue& value) {
+void ASN1T_AttributeTypeAndValue_traits::get(const ASN1_T& record, CAttributeTypeAndValue& value) {
     value.put_type(toOID(record.type).c_str());
     CBlob der;
     Asn1TObject_traits::get(record.value, der);
     value.put_value(der);
 }
 
-void ASN1T_AttributeTypeAndValue_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_AttributeTypeAndValue_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_AttributeTypeAndValue(ctxt, &from, &to);
 }
 

@@ -16,38 +16,38 @@ namespace Halcyon::ASN1 {
 class CAttributeTypeAndValue {
 public:
     CAttributeTypeAndValue();
-    explicit CAttributeTypeAndValue(CAttrValue const& value);
-    CAttributeTypeAndValue(char const* oid, CBlob const& der);
+    explicit CAttributeTypeAndValue(const CAttrValue& value);
+    CAttributeTypeAndValue(const char* oid, const CBlob& der);
     // Throws as `CATAVRegister::makeATAV`.
-    CAttributeTypeAndValue(wchar_t const* type, wchar_t const* value, StringType stringType);
-    CAttributeTypeAndValue(wchar_t const* text, StringType stringType);
+    CAttributeTypeAndValue(const wchar_t* type, const wchar_t* value, StringType stringType);
+    CAttributeTypeAndValue(const wchar_t* text, StringType stringType);
 
-    char const* get_type() const noexcept { return type_.c_str(); }
+    const char* get_type() const noexcept { return type_.c_str(); }
     // The keyword, or the identifier of an unregistered type.
     CWStringProxy get_type_str() const;
     CBlob get_value() const { return value_; }
     // Throws 0x80093101 if the value isn't a string that can be read.
     CWStringProxy get_value_str() const;
-    void put_type(char const* oid);
+    void put_type(const char* oid);
     // A keyword, or any other text as the identifier. The value stays.
-    void put_type_str(wchar_t const* type);
-    void put_value(CBlob const& der);
+    void put_type_str(const wchar_t* type);
+    void put_value(const CBlob& der);
     // Encodes by the present type.
-    void put_value_str(wchar_t const* value, StringType stringType);
+    void put_value_str(const wchar_t* value, StringType stringType);
 
     CWStringProxy toString() const;
-    void fromString(wchar_t const* text, StringType stringType);
+    void fromString(const wchar_t* text, StringType stringType);
 
     // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for a value that
     // doesn't fit a known type.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
     // Byte for byte: no matching rule, no case folding.
-    friend bool operator==(CAttributeTypeAndValue const& a,
-                           CAttributeTypeAndValue const& b) noexcept;
-    friend bool operator!=(CAttributeTypeAndValue const& a,
-                           CAttributeTypeAndValue const& b) noexcept {
+    friend bool operator==(const CAttributeTypeAndValue& a,
+                           const CAttributeTypeAndValue& b) noexcept;
+    friend bool operator!=(const CAttributeTypeAndValue& a,
+                           const CAttributeTypeAndValue& b) noexcept {
         return !(a == b);
     }
 

@@ -18,33 +18,33 @@ public:
     using iterator = std::list<CATAVRegister>::const_iterator;
 
     // Puts a copy of itself at the end of the register.
-    CATAVRegister(char const* oid, wchar_t const* name, StringType stringType,
+    CATAVRegister(const char* oid, const wchar_t* name, StringType stringType,
                   unsigned long upperBound);
 
     // The entry with exactly that identifier or keyword (case matters), or the end of
     // `registered_`.
-    static iterator find(char const* oid);
-    static iterator find(wchar_t const* keyword);
+    static iterator find(const char* oid);
+    static iterator find(const wchar_t* keyword);
 
     // The keyword of an identifier, or the identifier itself if it isn't registered; and the
     // reverse.
-    static CWStringProxy typeToStr(char const* oid);
-    static CStringProxy typeFromStr(wchar_t const* text);
+    static CWStringProxy typeToStr(const char* oid);
+    static CStringProxy typeFromStr(const wchar_t* text);
 
     // The text of a value; "#" and hexadecimal digits for an identifier that isn't registered.
     // Throws 0x80093101.
-    static CWStringProxy valueToStr(char const* oid, CBlob const& value);
+    static CWStringProxy valueToStr(const char* oid, const CBlob& value);
     // The DER of a value. A text above the limit throws 0x80070057. For an identifier that isn't
     // registered the first character is dropped unseen and the rest is read as hexadecimal digits,
     // as far as they go; an empty text throws std::out_of_range then.
-    static CBlob valueFromStr(char const* oid, wchar_t const* text, StringType stringType);
+    static CBlob valueFromStr(const char* oid, const wchar_t* text, StringType stringType);
 
     // A pair from keyword (or identifier) and text.
-    static CAttributeTypeAndValue makeATAV(wchar_t const* type, wchar_t const* value,
+    static CAttributeTypeAndValue makeATAV(const wchar_t* type, const wchar_t* value,
                                            StringType stringType);
     // The same from "type=value", cut at the first "=" and not trimmed. Throws 0x80070057 without
     // "=".
-    static CAttributeTypeAndValue makeATAV(wchar_t const* text, StringType stringType);
+    static CAttributeTypeAndValue makeATAV(const wchar_t* text, StringType stringType);
 
     static std::list<CATAVRegister> registered_;
 
@@ -55,27 +55,27 @@ public:
     unsigned long upperBound;
 };
 
-extern CATAVRegister const commonNameAttribute;
-extern CATAVRegister const countryNameAttribute;
-extern CATAVRegister const localityNameAttribute;
-extern CATAVRegister const stateOrProvinceNameAttribute;
-extern CATAVRegister const emailAddressAttribute;
-extern CATAVRegister const organizationNameAttribute;
-extern CATAVRegister const organizationUnitNameAttribute;
-extern CATAVRegister const titleAttribute;
-extern CATAVRegister const givenNameAttribute;
-extern CATAVRegister const initialsAttribute;
-extern CATAVRegister const surnameAttribute;
-extern CATAVRegister const pseudonymAttribute;
-extern CATAVRegister const ogrnAttribute;
-extern CATAVRegister const ogrnipAttribute;
-extern CATAVRegister const snilsAttribute;
-extern CATAVRegister const innleAttribute;
-extern CATAVRegister const innAttribute;
-extern CATAVRegister const streetAddressAttribute;
-extern CATAVRegister const domainComponentAttribute;
-extern CATAVRegister const unstructuredNameAttribute;
-extern CATAVRegister const PostalCodeAttribute;
-extern CATAVRegister const serialNumberAttribute;
+extern const CATAVRegister commonNameAttribute;
+extern const CATAVRegister countryNameAttribute;
+extern const CATAVRegister localityNameAttribute;
+extern const CATAVRegister stateOrProvinceNameAttribute;
+extern const CATAVRegister emailAddressAttribute;
+extern const CATAVRegister organizationNameAttribute;
+extern const CATAVRegister organizationUnitNameAttribute;
+extern const CATAVRegister titleAttribute;
+extern const CATAVRegister givenNameAttribute;
+extern const CATAVRegister initialsAttribute;
+extern const CATAVRegister surnameAttribute;
+extern const CATAVRegister pseudonymAttribute;
+extern const CATAVRegister ogrnAttribute;
+extern const CATAVRegister ogrnipAttribute;
+extern const CATAVRegister snilsAttribute;
+extern const CATAVRegister innleAttribute;
+extern const CATAVRegister innAttribute;
+extern const CATAVRegister streetAddressAttribute;
+extern const CATAVRegister domainComponentAttribute;
+extern const CATAVRegister unstructuredNameAttribute;
+extern const CATAVRegister PostalCodeAttribute;
+extern const CATAVRegister serialNumberAttribute;
 
 } // namespace Halcyon::ASN1

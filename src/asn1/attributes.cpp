@@ -6,16 +6,16 @@
 
 namespace Halcyon::ASN1 {
 
-CAttributes::iterator CAttributes::find(char const* oid) {
+CAttributes::iterator CAttributes::find(const char* oid) {
     return findElementByOid(*this, oid, &CAttribute::get_oid);
 }
 
-CAttributes::const_iterator CAttributes::find(char const* oid) const {
+CAttributes::const_iterator CAttributes::find(const char* oid) const {
     return findElementByOid(*this, oid, &CAttribute::get_oid);
 }
 
-void CAttributes::erase(char const* oid) {
-    auto const found = find(oid);
+void CAttributes::erase(const char* oid) {
+    const auto found = find(oid);
     if (found != end())
         erase(found);
 }
@@ -24,7 +24,7 @@ CBlob CAttributes::encode() const {
     return asn1Encode<ASN1T_Attributes_traits, CAttributes>(*this);
 }
 
-void CAttributes::decode(CBlob const& der) {
+void CAttributes::decode(const CBlob& der) {
     asn1Decode<ASN1T_Attributes_traits, CAttributes>(der, *this);
 }
 

@@ -13,16 +13,16 @@ public:
     using std::list<CAttribute>::list;
 
     // The first attribute of that type, by the exact text, or `end()`.
-    iterator find(char const* oid);
-    const_iterator find(char const* oid) const;
+    iterator find(const char* oid);
+    const_iterator find(const char* oid) const;
     // Removes the first attribute of that type, if there is one.
-    void erase(char const* oid);
+    void erase(const char* oid);
     using std::list<CAttribute>::erase;
 
     // The DER of the SET, sorted. Throws as `CAttribute::encode`.
     CBlob encode() const;
     // Replaces the list. Throws 0x80093101.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

@@ -14,7 +14,7 @@ namespace Halcyon::ASN1 {
 
 namespace {
 
-using Bytes = std::span<unsigned char const>;
+using Bytes = std::span<const unsigned char>;
 
 using SerialNumberCodec =
     CCodeClassT<asn1data::ASN1T_CertificateSerialNumber, asn1data::ASN1C_CertificateSerialNumber>;
@@ -25,8 +25,8 @@ bool isNegative(Bytes number) {
 
 // `number` without the bytes in front that only repeat its sign.
 Bytes withoutSignBytes(Bytes number) {
-    bool const negative = isNegative(number);
-    unsigned char const sign = negative ? 0xFF : 0x00;
+    const bool negative = isNegative(number);
+    const unsigned char sign = negative ? 0xFF : 0x00;
     while (number.size() > 1 && number[0] == sign && isNegative(number.subspan(1)) == negative)
         number = number.subspan(1);
     return number;
@@ -41,7 +41,7 @@ void ASN1T_BigInt_inc(unsigned char* bytes, int size, int lowestIndex) noexcept 
 }
 
 void CBigInteger::increment(int lowestIndex) noexcept {
-    auto const size = std::min<unsigned long>(cbData(), std::numeric_limits<int>::max());
+    const auto size = std::min<unsigned long>(cbData(), std::numeric_limits<int>::max());
     ASN1T_BigInt_inc(pbData(), static_cast<int>(size), lowestIndex);
 }
 
@@ -56,7 +56,7 @@ CBigInteger CBigInteger::operator++(int) {
     return old;
 }
 
-int CBigInteger::add(CBigInteger const& other) {
+int CBigInteger::add(const CBigInteger& other) {
     if (cbData() != other.cbData())
         failArgument();
     CBigInteger sum(cbData());
@@ -70,7 +70,7 @@ int CBigInteger::add(CBigInteger const& other) {
     return static_cast<int>(carry);
 }
 
-int CBigInteger::compare(CBigInteger const& other) const noexcept {
+int CBigInteger::compare(const CBigInteger& other) const noexcept {
     Bytes a(pbData(), cbData());
     Bytes b(other.pbData(), other.cbData());
     if (a.empty() && b.empty())
@@ -105,20 +105,20 @@ CBlob CBigInteger::encode() const {
     BigIntegerToString(*this, text);
     return withResultCodes([&] {
         ASN1BEREncodeBuffer buffer;
-        auto record = reinterpret_cast<char const*>(text.pbData());
-        int const length = SerialNumberCodec::encode(buffer, record);
+        auto record = reinterpret_cast<const char*>(text.pbData());
+        const int length = SerialNumberCodec::encode(buffer, record);
         if (length <= 0)
             failCodec();
         return CBlob(buffer.getMsgPtr(), static_cast<unsigned long>(length));
     });
 }
 
-void CBigInteger::decode(CBlob const& der) {
+void CBigInteger::decode(const CBlob& der) {
     if (der.cbData() > static_cast<unsigned long>(std::numeric_limits<int>::max()))
         failCodec();
     withResultCodes([&] {
         ASN1BERDecodeBuffer buffer(der.pbData(), static_cast<int>(der.cbData()));
-        char const* record = nullptr;
+        const char* record = nullptr;
         if (SerialNumberCodec::decode(buffer, record) < 0)
             failCodec();
         StringToBigInteger(record, *this);

@@ -14,7 +14,7 @@ class CBigInteger : public CBlob {
 public:
     CBigInteger() noexcept = default;
     // A copy of `size` bytes, most significant first.
-    CBigInteger(unsigned char const* data, unsigned long size) : CBlob(data, size) {}
+    CBigInteger(const unsigned char* data, unsigned long size) : CBlob(data, size) {}
     // The value 0 in `size` bytes.
     explicit CBigInteger(unsigned long size) : CBlob(size) {}
 
@@ -27,13 +27,13 @@ public:
 
     // Adds a number of the same size in place, without regard to signs; the size never grows.
     // Returns the carry out of the first byte, 0 or 1. Throws 0x80070057 if the sizes differ.
-    int add(CBigInteger const& other);
+    int add(const CBigInteger& other);
 
     // Below, equal to or above 0 as this value is less than, equal to or greater than `other`.
     // Redundant sign bytes don't count: 00 01 equals 01. An empty value stands at zero, but just
     // below a 0 that has bytes. Of two negative numbers that differ in length once their sign bytes
     // are gone, the longer one counts as the greater, against arithmetic: FF 00 00 is above FF 00.
-    int compare(CBigInteger const& other) const noexcept;
+    int compare(const CBigInteger& other) const noexcept;
 
     // A copy with the top bit of the first byte cleared: not the arithmetic absolute value, FF
     // gives 7F.
@@ -42,25 +42,25 @@ public:
     // The DER INTEGER. Throws 0x80093101 for an empty value.
     CBlob encode() const;
     // Throws 0x80093101 if `der` doesn't begin with an INTEGER; the value stays as it was then.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
-inline bool operator==(CBigInteger const& a, CBigInteger const& b) noexcept {
+inline bool operator==(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) == 0;
 }
-inline bool operator!=(CBigInteger const& a, CBigInteger const& b) noexcept {
+inline bool operator!=(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) != 0;
 }
-inline bool operator<(CBigInteger const& a, CBigInteger const& b) noexcept {
+inline bool operator<(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) < 0;
 }
-inline bool operator>(CBigInteger const& a, CBigInteger const& b) noexcept {
+inline bool operator>(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) > 0;
 }
-inline bool operator<=(CBigInteger const& a, CBigInteger const& b) noexcept {
+inline bool operator<=(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) <= 0;
 }
-inline bool operator>=(CBigInteger const& a, CBigInteger const& b) noexcept {
+inline bool operator>=(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) >= 0;
 }
 

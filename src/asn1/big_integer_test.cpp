@@ -12,7 +12,7 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-CBigInteger number(char const* hex) {
+CBigInteger number(const char* hex) {
     CBigInteger value;
     value.readFromHexString(hex);
     return value;
@@ -24,8 +24,8 @@ int sign(int value) {
 
 TEST(BigInteger, ComparesByValueAndKeepsTheReversedOrderOfLongNegatives) {
     struct {
-        char const* a;
-        char const* b;
+        const char* a;
+        const char* b;
         int order;
     } const rows[] = {
         {"", "", 0},           {"01", "", 1},          {"00", "", 1},     {"FF", "", -1},
@@ -35,7 +35,7 @@ TEST(BigInteger, ComparesByValueAndKeepsTheReversedOrderOfLongNegatives) {
         {"FF0000", "FF00", 1}, {"FF00", "FF0000", -1}, {"FE", "FF", -1},  {"00", "0000", 0},
         {"FF", "FFFF", 0},
     };
-    for (auto const& row : rows)
+    for (const auto& row : rows)
         EXPECT_EQ(sign(number(row.a).compare(number(row.b))), row.order) << row.a << " " << row.b;
     EXPECT_TRUE(number("000005") == number("05"));
     EXPECT_TRUE(number("04") < number("05"));
@@ -82,9 +82,9 @@ TEST(BigInteger, AbsOnlyClearsTheTopBit) {
 
 TEST(BigInteger, EncodesAsOpenSSLReadsItAndDecodesBack) {
     struct {
-        char const* value;
-        char const* der;
-        char const* decoded;
+        const char* value;
+        const char* der;
+        const char* decoded;
     } const rows[] = {
         {"00", "020100", "00"},
         {"05", "020105", "05"},
@@ -95,8 +95,8 @@ TEST(BigInteger, EncodesAsOpenSSLReadsItAndDecodesBack) {
         {"FFFF80", "020180", "80"},
         {"0102030405060708090A", "020A0102030405060708090A", "0102030405060708090A"},
     };
-    for (auto const& row : rows) {
-        CBlob const der = number(row.value).encode();
+    for (const auto& row : rows) {
+        const CBlob der = number(row.value).encode();
         EXPECT_EQ(toHex(der), row.der) << row.value;
         EXPECT_EQ(throughOpenSSL<ASN1_INTEGER>(der, d2i_ASN1_INTEGER, i2d_ASN1_INTEGER,
                                                ASN1_INTEGER_free),
@@ -109,7 +109,7 @@ TEST(BigInteger, EncodesAsOpenSSLReadsItAndDecodesBack) {
 
 TEST(BigInteger, RefusedEncodingsLeaveTheValue) {
     CBigInteger value = number("0102");
-    for (char const* der : {"", "0401", "040101", "0202", "020201"})
+    for (const char* der : {"", "0401", "040101", "0202", "020201"})
         EXPECT_EQ(codeThrownBy([&] { value.decode(fromHex(der)); }), 0x80093101u) << der;
     EXPECT_EQ(codeThrownBy([] { CBigInteger().encode(); }), 0x80093101u);
     EXPECT_EQ(toHex(value), "0102");
@@ -119,20 +119,20 @@ TEST(BigInteger, RefusedEncodingsLeaveTheValue) {
 
 TEST(BigIntegerText, OddDigitsAreFilledUpOnlyBehindAZero) {
     struct {
-        char const* text;
-        char const* bytes;
+        const char* text;
+        const char* bytes;
     } const rows[] = {
         {"0x0", "00"},    {"0x012", "0012"},  {"0x123", "12"}, {"0x00AB", "00AB"},
         {"0xab", "AB"},   {"0xG1", ""},       {"0x1 2", ""},   {"0x12 34", "1234"},
         {"0x12zz", "12"}, {"0x1234", "1234"},
     };
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         CBigInteger value = number("77");
         StringToBigInteger(row.text, value);
         EXPECT_EQ(toHex(value), row.bytes) << row.text;
     }
     CBigInteger kept = number("77");
-    for (char const* text : {"", "0x", "12", "123", "0X12", "x012"})
+    for (const char* text : {"", "0x", "12", "123", "0X12", "x012"})
         EXPECT_EQ(codeThrownBy([&] { ASN1StringToBigInteger(text, kept); }), 0x80093101u) << text;
     EXPECT_EQ(toHex(kept), "77");
 }
@@ -163,8 +163,8 @@ TEST(BigIntegerText, FourBytesGoOutAndComeBackByElevens) {
 
 TEST(RandomBigInteger, ComesInTheSizeAskedForAndDiffersEachTime) {
     EXPECT_EQ(MakeRandomBigInteger(0, 0).cbData(), 0u);
-    CBigInteger const a = MakeRandomBigInteger(0, 20);
-    CBigInteger const b = MakeRandomBigInteger(0, 20);
+    const CBigInteger a = MakeRandomBigInteger(0, 20);
+    const CBigInteger b = MakeRandomBigInteger(0, 20);
     EXPECT_EQ(a.cbData(), 20u);
     EXPECT_NE(toHex(a), toHex(b));
 }

@@ -11,7 +11,7 @@ namespace Halcyon::ASN1 {
 namespace {
 
 // The text form on the context's heap, or null without memory.
-char const* textOnHeap(ASN1CTXT* ctxt, CBigInteger const& value) {
+const char* textOnHeap(ASN1CTXT* ctxt, const CBigInteger& value) {
     CBlob text;
     BigIntegerToString(value, text);
     if (text.cbData() > static_cast<unsigned long>(std::numeric_limits<std::int32_t>::max()))
@@ -22,8 +22,8 @@ char const* textOnHeap(ASN1CTXT* ctxt, CBigInteger const& value) {
 
 } // namespace
 
-void StringToBigInteger(char const* text, CBigInteger& result) {
-    std::size_t const length = text ? std::strlen(text) : 0;
+void StringToBigInteger(const char* text, CBigInteger& result) {
+    const std::size_t length = text ? std::strlen(text) : 0;
     if (length < 3 || text[0] != '0' || text[1] != 'x')
         failCodec();
     if (length % 2 != 0 && text[2] == '0')
@@ -32,11 +32,11 @@ void StringToBigInteger(char const* text, CBigInteger& result) {
         result.readFromHexString(text + 2);
 }
 
-void ASN1StringToBigInteger(char const* text, CBigInteger& result) {
+void ASN1StringToBigInteger(const char* text, CBigInteger& result) {
     StringToBigInteger(text, result);
 }
 
-void BigIntegerToString(CBigInteger const& value, CBlob& text) {
+void BigIntegerToString(const CBigInteger& value, CBlob& text) {
     static constexpr char digits[] = "0123456789ABCDEF";
     text.resize_to(2 * value.cbData() + 3);
     unsigned char* out = text.pbData();
@@ -49,24 +49,24 @@ void BigIntegerToString(CBigInteger const& value, CBlob& text) {
     *out = 0;
 }
 
-char const* BigIntegerToASN1String(ASN1CTXT* ctxt, CBigInteger const& value) {
-    char const* text = textOnHeap(ctxt, value);
+const char* BigIntegerToASN1String(ASN1CTXT* ctxt, const CBigInteger& value) {
+    const char* text = textOnHeap(ctxt, value);
     if (!text)
         failMemory();
     return text;
 }
 
-char const* DWORDToASN1BigInteger(ASN1CTXT* ctxt, unsigned int value) {
+const char* DWORDToASN1BigInteger(ASN1CTXT* ctxt, unsigned int value) {
     CBigInteger bytes(4);
     for (unsigned long i = 0; i < 4; ++i)
         bytes.pbData()[i] = static_cast<unsigned char>(value >> (24 - 8 * i));
-    char const* text = textOnHeap(ctxt, bytes);
+    const char* text = textOnHeap(ctxt, bytes);
     if (!text)
         ATL::AtlThrowImpl(hr(E_OUTOFMEMORY));
     return text;
 }
 
-unsigned int ASN1BigIntegerToDWORD(char const* text) {
+unsigned int ASN1BigIntegerToDWORD(const char* text) {
     CBigInteger bytes;
     StringToBigInteger(text, bytes);
     if (bytes.cbData() > 4)

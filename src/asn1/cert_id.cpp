@@ -6,19 +6,19 @@
 
 namespace Halcyon::ASN1 {
 
-CCertId::CCertId(CGeneralName const& issuer, CBigInteger const& serialNumber)
+CCertId::CCertId(const CGeneralName& issuer, const CBigInteger& serialNumber)
     : issuer_(issuer), serialNumber_(serialNumber) {}
 
 // CertId ::= SEQUENCE {
 //     issuer        GeneralName,
 //     serialNumber  INTEGER }
 
-void ASN1T_CertId_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CCertId const& value) {
+void ASN1T_CertId_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CCertId& value) {
     ASN1T_GeneralName_traits::set(ctxt, record.issuer, value.get_issuer());
     record.serialNumber = BigIntegerToASN1String(ctxt, value.get_serialNumber());
 }
 
-void ASN1T_CertId_traits::get(ASN1_T const& record, CCertId& value) {
+void ASN1T_CertId_traits::get(const ASN1_T& record, CCertId& value) {
     CGeneralName issuer;
     ASN1T_GeneralName_traits::get(record.issuer, issuer);
     value.put_issuer(issuer);
@@ -27,7 +27,7 @@ void ASN1T_CertId_traits::get(ASN1_T const& record, CCertId& value) {
     value.put_serialNumber(serialNumber);
 }
 
-void ASN1T_CertId_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_CertId_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_CertId(ctxt, &from, &to);
 }
 

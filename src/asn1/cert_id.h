@@ -9,12 +9,12 @@ namespace Halcyon::ASN1 {
 class CCertId {
 public:
     CCertId() = default;
-    CCertId(CGeneralName const& issuer, CBigInteger const& serialNumber);
+    CCertId(const CGeneralName& issuer, const CBigInteger& serialNumber);
 
-    CGeneralName const& get_issuer() const noexcept { return issuer_; }
-    CBigInteger const& get_serialNumber() const noexcept { return serialNumber_; }
-    void put_issuer(CGeneralName const& issuer) { issuer_ = issuer; }
-    void put_serialNumber(CBigInteger const& serialNumber) { serialNumber_ = serialNumber; }
+    const CGeneralName& get_issuer() const noexcept { return issuer_; }
+    const CBigInteger& get_serialNumber() const noexcept { return serialNumber_; }
+    void put_issuer(const CGeneralName& issuer) { issuer_ = issuer; }
+    void put_serialNumber(const CBigInteger& serialNumber) { serialNumber_ = serialNumber; }
 
 private:
     CGeneralName issuer_;

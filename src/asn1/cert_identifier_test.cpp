@@ -13,7 +13,7 @@ namespace {
 constexpr char sha1[] = "1.3.14.3.2.26";
 constexpr char sha256[] = "2.16.840.1.101.3.4.2.1";
 
-CIssuerSerial issuerSerial(wchar_t const* dns, char const* serial) {
+CIssuerSerial issuerSerial(const wchar_t* dns, const char* serial) {
     CGeneralNames issuer(1);
     issuer.front().put_dNSName(dns);
     CBigInteger number;
@@ -21,7 +21,7 @@ CIssuerSerial issuerSerial(wchar_t const* dns, char const* serial) {
     return CIssuerSerial(issuer, number);
 }
 
-CAlgorithmIdentifier withNull(char const* oid) {
+CAlgorithmIdentifier withNull(const char* oid) {
     CAlgorithmIdentifier algorithm(oid);
     algorithm.put_parameters(fromHex("0500"));
     return algorithm;
@@ -42,10 +42,10 @@ TEST(IssuerSerial, ComparesTheSerialByValueAndTheIssuerInOrder) {
 TEST(ESSCertID, RoundTripsWithAndWithoutIssuer) {
     CESSCertID id(fromHex("0102"));
     EXPECT_EQ(toHex(id.encode()), "300404020102");
-    CIssuerSerial const issuer = issuerSerial(L"a", "05");
+    const CIssuerSerial issuer = issuerSerial(L"a", "05");
     CESSCertID named(id);
     named.put_issuerSerial(&issuer);
-    CBlob const der = named.encode();
+    const CBlob der = named.encode();
     EXPECT_EQ(throughOpenSSL<ESS_CERT_ID>(der, d2i_ESS_CERT_ID, i2d_ESS_CERT_ID, ESS_CERT_ID_free),
               toHex(der));
     CESSCertID back;
@@ -61,10 +61,10 @@ TEST(ESSCertID, RoundTripsWithAndWithoutIssuer) {
 }
 
 TEST(ESSCertIDv2, LeavesTheDefaultAlgorithmOutWithItsParameters) {
-    CESSCertIDv2 const id(fromHex("0102"));
+    const CESSCertIDv2 id(fromHex("0102"));
     EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), sha256);
     EXPECT_EQ(toHex(id.encode()), "300404020102");
-    CESSCertIDv2 const withParameters(fromHex("0102"), withNull(sha256));
+    const CESSCertIDv2 withParameters(fromHex("0102"), withNull(sha256));
     EXPECT_EQ(toHex(withParameters.encode()), "300404020102");
     CESSCertIDv2 back(fromHex(""), CAlgorithmIdentifier(sha1));
     back.decode(withParameters.encode());
@@ -72,9 +72,9 @@ TEST(ESSCertIDv2, LeavesTheDefaultAlgorithmOutWithItsParameters) {
     EXPECT_TRUE(back != withParameters);
 
     CESSCertIDv2 other(fromHex("0102"), CAlgorithmIdentifier(sha1));
-    CIssuerSerial const issuer = issuerSerial(L"a", "05");
+    const CIssuerSerial issuer = issuerSerial(L"a", "05");
     other.put_issuerSerial(&issuer);
-    CBlob const der = other.encode();
+    const CBlob der = other.encode();
     EXPECT_EQ(throughOpenSSL<ESS_CERT_ID_V2>(der, d2i_ESS_CERT_ID_V2, i2d_ESS_CERT_ID_V2,
                                              ESS_CERT_ID_V2_free),
               toHex(der));
@@ -106,10 +106,10 @@ TEST(OtherHash, HoldsOneOfTwoKinds) {
 }
 
 TEST(OtherHash, ComparesKindsAndThenValues) {
-    COtherHash const plain(fromHex("01"));
-    COtherHash const named(COtherHashAlgAndValue(fromHex("01"), CAlgorithmIdentifier(sha1)));
-    COtherHash const null(COtherHashAlgAndValue(fromHex("01"), withNull(sha1)));
-    COtherHash const longer(COtherHashAlgAndValue(fromHex("0101"), CAlgorithmIdentifier(sha1)));
+    const COtherHash plain(fromHex("01"));
+    const COtherHash named(COtherHashAlgAndValue(fromHex("01"), CAlgorithmIdentifier(sha1)));
+    const COtherHash null(COtherHashAlgAndValue(fromHex("01"), withNull(sha1)));
+    const COtherHash longer(COtherHashAlgAndValue(fromHex("0101"), CAlgorithmIdentifier(sha1)));
     EXPECT_TRUE(COtherHash() == COtherHash());
     EXPECT_TRUE(plain == COtherHash(fromHex("01")));
     EXPECT_TRUE(plain != COtherHash(fromHex("02")));
@@ -126,11 +126,11 @@ TEST(OtherHash, ComparesKindsAndThenValues) {
 }
 
 TEST(OtherCertID, ComparesHashAndThenIssuer) {
-    COtherCertID const a(fromHex("01"), CAlgorithmIdentifier(sha1));
+    const COtherCertID a(fromHex("01"), CAlgorithmIdentifier(sha1));
     COtherCertID b(fromHex("01"), withNull(sha1));
     EXPECT_TRUE(a != b);
     EXPECT_TRUE(a.compare_noHashParam(b));
-    CIssuerSerial const issuer = issuerSerial(L"a", "05");
+    const CIssuerSerial issuer = issuerSerial(L"a", "05");
     b.put_issuerSerial(&issuer);
     EXPECT_FALSE(a.compare_noHashParam(b));
     COtherCertID back;

@@ -15,26 +15,26 @@ namespace {
 constexpr char oidSha1[] = "1.3.14.3.2.26";
 constexpr DWORD encoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
-DWORD encodedSize(CBlob const& certificate) {
+DWORD encodedSize(const CBlob& certificate) {
     if (certificate.cbData() > std::numeric_limits<DWORD>::max())
         failArgument();
     return static_cast<DWORD>(certificate.cbData());
 }
 
 // The algorithm that a certificate is to be hashed with so that it can be compared with `id`.
-CAlgorithmIdentifierEx hashAlgorithmOf(COtherCertID const& id) {
-    COtherHashAlgAndValue const* const hash = id.get_otherCertHash().get_otherHash();
+CAlgorithmIdentifierEx hashAlgorithmOf(const COtherCertID& id) {
+    const COtherHashAlgAndValue* const hash = id.get_otherCertHash().get_otherHash();
     return hash ? CAlgorithmIdentifierEx(hash->get_hashAlgorithm())
                 : CAlgorithmIdentifierEx(oidSha1);
 }
 
 } // namespace
 
-CBlob CalculateCertificateHash(unsigned char const* encoded, unsigned int size,
-                               std::string const& algorithmOid) {
+CBlob CalculateCertificateHash(const unsigned char* encoded, unsigned int size,
+                               const std::string& algorithmOid) {
     CBlob hash(64ul);
     DWORD hashSize = 64;
-    ALG_ID const algorithm = CertOIDToAlgId(algorithmOid.c_str());
+    const ALG_ID algorithm = CertOIDToAlgId(algorithmOid.c_str());
     BOOL done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hashSize);
     if (!done && GetLastError() == ERROR_MORE_DATA) {
         hash.resize_to(hashSize);
@@ -46,8 +46,8 @@ CBlob CalculateCertificateHash(unsigned char const* encoded, unsigned int size,
     return hash;
 }
 
-CBigInteger GetSerialFromCertContext(CERT_CONTEXT const* context) {
-    CRYPT_INTEGER_BLOB const* const serial = &context->pCertInfo->SerialNumber;
+CBigInteger GetSerialFromCertContext(const CERT_CONTEXT* context) {
+    const CRYPT_INTEGER_BLOB* const serial = &context->pCertInfo->SerialNumber;
     DWORD size = 0;
     if (!CryptEncodeObject(encoding, X509_MULTI_BYTE_INTEGER, serial, nullptr, &size))
         throwLastError();
@@ -59,32 +59,32 @@ CBigInteger GetSerialFromCertContext(CERT_CONTEXT const* context) {
     return result;
 }
 
-CIssuerSerial GetIssuerSerialFromCertificate(CBlob const& certificate) {
-    ATL2::CCertContext const context(
+CIssuerSerial GetIssuerSerialFromCertificate(const CBlob& certificate) {
+    const ATL2::CCertContext context(
         CertCreateCertificateContext(encoding, certificate.pbData(), encodedSize(certificate)));
     if (!context)
         throwLastError();
-    CERT_NAME_BLOB const& issuer = context->pCertInfo->Issuer;
+    const CERT_NAME_BLOB& issuer = context->pCertInfo->Issuer;
     CGeneralNames names(1);
     names.front().put_directoryName(CBlob(issuer.pbData, issuer.cbData));
     return CIssuerSerial(names, GetSerialFromCertContext(context.get()));
 }
 
-COtherCertID OtherCertIDFromCertificate(CBlob const& certificate,
-                                        CAlgorithmIdentifierEx const& algorithm,
+COtherCertID OtherCertIDFromCertificate(const CBlob& certificate,
+                                        const CAlgorithmIdentifierEx& algorithm,
                                         bool withIssuerSerial) {
-    CBlob const hash = CalculateCertificateHash(certificate.pbData(), encodedSize(certificate),
+    const CBlob hash = CalculateCertificateHash(certificate.pbData(), encodedSize(certificate),
                                                 algorithm.get_algorithm());
     COtherCertID id(hash, algorithm);
     if (withIssuerSerial) {
-        CIssuerSerial const issuerSerial = GetIssuerSerialFromCertificate(certificate);
+        const CIssuerSerial issuerSerial = GetIssuerSerialFromCertificate(certificate);
         id.put_issuerSerial(&issuerSerial);
     }
     return id;
 }
 
-bool OtherCertIDMatches(COtherCertID const& id, CBlob const& certificate) {
-    COtherCertID const fresh = OtherCertIDFromCertificate(certificate, hashAlgorithmOf(id),
+bool OtherCertIDMatches(const COtherCertID& id, const CBlob& certificate) {
+    const COtherCertID fresh = OtherCertIDFromCertificate(certificate, hashAlgorithmOf(id),
                                                           id.get_issuerSerial() != nullptr);
     return fresh == id;
 }

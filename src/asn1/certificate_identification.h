@@ -14,23 +14,23 @@
 namespace Halcyon::ASN1 {
 
 // The hash of `size` bytes by the algorithm with the given dotted text, of whatever length it has.
-CBlob CalculateCertificateHash(unsigned char const* encoded, unsigned int size,
-                               std::string const& algorithmOid);
+CBlob CalculateCertificateHash(const unsigned char* encoded, unsigned int size,
+                               const std::string& algorithmOid);
 
 // The serial number as it stands in the certificate, its sign byte included.
-CBigInteger GetSerialFromCertContext(CERT_CONTEXT const* context);
+CBigInteger GetSerialFromCertContext(const CERT_CONTEXT* context);
 
 // The issuer as one directoryName of the certificate's own bytes, and the serial number.
-CIssuerSerial GetIssuerSerialFromCertificate(CBlob const& certificate);
+CIssuerSerial GetIssuerSerialFromCertificate(const CBlob& certificate);
 
 // The hash is always of the kind with an algorithm, for SHA-1 too.
-COtherCertID OtherCertIDFromCertificate(CBlob const& certificate,
-                                        CAlgorithmIdentifierEx const& algorithm,
+COtherCertID OtherCertIDFromCertificate(const CBlob& certificate,
+                                        const CAlgorithmIdentifierEx& algorithm,
                                         bool withIssuerSerial);
 
 // True if an identifier made from the certificate in the way of `id` equals `id`. One that holds a
 // plain SHA-1 hash (kind 1) never matches, as the identifier that it is compared with is of kind 2.
 // A certificate that can't be read is a failure that is thrown.
-bool OtherCertIDMatches(COtherCertID const& id, CBlob const& certificate);
+bool OtherCertIDMatches(const COtherCertID& id, const CBlob& certificate);
 
 } // namespace Halcyon::ASN1

@@ -12,32 +12,32 @@ namespace {
 constexpr char sha1[] = "1.3.14.3.2.26";
 constexpr char sha256[] = "2.16.840.1.101.3.4.2.1";
 
-CBlob digest(CBlob const& data, EVP_MD const* algorithm) {
+CBlob digest(const CBlob& data, const EVP_MD* algorithm) {
     CBlob result(static_cast<unsigned long>(EVP_MD_get_size(algorithm)));
     EVP_Digest(data.pbData(), data.cbData(), result.pbData(), nullptr, algorithm, nullptr);
     return result;
 }
 
 TEST(CertificateIdentification, HashesAsOpenSSLDoes) {
-    CBlob const data = fromHex("010203");
+    const CBlob data = fromHex("010203");
     struct {
-        char const* oid;
-        EVP_MD const* algorithm;
+        const char* oid;
+        const EVP_MD* algorithm;
     } const rows[] = {
         {sha1, EVP_sha1()}, {sha256, EVP_sha256()}, {"2.16.840.1.101.3.4.2.3", EVP_sha512()}};
-    for (auto const& row : rows)
+    for (const auto& row : rows)
         EXPECT_EQ(toHex(CalculateCertificateHash(data.pbData(), 3, row.oid)),
                   toHex(digest(data, row.algorithm)));
 }
 
 TEST(CertificateIdentification, TakesIssuerAndSerialFromTheCertificatesOwnBytes) {
     struct {
-        char const* serial;
-        char const* octets;
+        const char* serial;
+        const char* octets;
     } const rows[] = {
         {"01", "01"}, {"80", "0080"}, {"0102030405060708090A", "0102030405060708090A"}};
-    for (auto const& row : rows) {
-        CIssuerSerial const id = GetIssuerSerialFromCertificate(makeCertificate(row.serial));
+    for (const auto& row : rows) {
+        const CIssuerSerial id = GetIssuerSerialFromCertificate(makeCertificate(row.serial));
         EXPECT_EQ(toHex(id.get_serialNumber()), row.octets);
         ASSERT_EQ(id.get_issuer().size(), 1u);
         EXPECT_STREQ(id.get_issuer().front().toString().c_str(), L"directoryName: CN=Test,C=RU");
@@ -46,7 +46,7 @@ TEST(CertificateIdentification, TakesIssuerAndSerialFromTheCertificatesOwnBytes)
 }
 
 TEST(CertificateIdentification, MatchesByHashIssuerAndSerial) {
-    CBlob const certificate = makeCertificate("05");
+    const CBlob certificate = makeCertificate("05");
     COtherCertID id(digest(certificate, EVP_sha256()), CAlgorithmIdentifier(sha256));
     EXPECT_TRUE(OtherCertIDMatches(id, certificate));
     EXPECT_FALSE(OtherCertIDMatches(id, makeCertificate("05")));
@@ -65,17 +65,17 @@ TEST(CertificateIdentification, MatchesByHashIssuerAndSerial) {
 }
 
 TEST(CertificateIdentification, PlainSha1IdentifierNeverMatches) {
-    CBlob const certificate = makeCertificate("05");
-    CBlob const hash = digest(certificate, EVP_sha1());
+    const CBlob certificate = makeCertificate("05");
+    const CBlob hash = digest(certificate, EVP_sha1());
     EXPECT_FALSE(OtherCertIDMatches(COtherCertID(hash), certificate));
     EXPECT_TRUE(OtherCertIDMatches(COtherCertID(hash, CAlgorithmIdentifier(sha1)), certificate));
 }
 
 TEST(CertificateIdentification, KeepsTheParametersOfTheAlgorithm) {
-    CBlob const certificate = makeCertificate("05");
+    const CBlob certificate = makeCertificate("05");
     CAlgorithmIdentifierEx algorithm(sha1);
     algorithm.put_parameters(fromHex("0500"));
-    COtherCertID const id = OtherCertIDFromCertificate(certificate, algorithm, false);
+    const COtherCertID id = OtherCertIDFromCertificate(certificate, algorithm, false);
     ASSERT_NE(id.get_otherCertHash().get_otherHash(), nullptr);
     EXPECT_TRUE(id.get_otherCertHash().get_otherHash()->get_hashAlgorithm() == algorithm);
     EXPECT_EQ(id.get_issuerSerial(), nullptr);
@@ -84,9 +84,9 @@ TEST(CertificateIdentification, KeepsTheParametersOfTheAlgorithm) {
 }
 
 TEST(CertificateIdentification, WhatCannotBeHashedOrReadIsThrown) {
-    CBlob const certificate = makeCertificate("05");
+    const CBlob certificate = makeCertificate("05");
     COtherCertID named(digest(fromHex("0500"), EVP_sha1()), CAlgorithmIdentifier(sha1));
-    CIssuerSerial const issuerSerial = GetIssuerSerialFromCertificate(certificate);
+    const CIssuerSerial issuerSerial = GetIssuerSerialFromCertificate(certificate);
     named.put_issuerSerial(&issuerSerial);
     EXPECT_NE(codeThrownBy([&] { OtherCertIDMatches(named, fromHex("0500")); }), 0u);
 }

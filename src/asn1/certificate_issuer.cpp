@@ -10,12 +10,12 @@ constexpr char oidCertificateIssuer[] = "2.5.29.29";
 
 CExtCertificateIssuer::CExtCertificateIssuer() : CExtValue(oidCertificateIssuer) {}
 
-CExtCertificateIssuer::CExtCertificateIssuer(CGeneralNames const& issuer)
+CExtCertificateIssuer::CExtCertificateIssuer(const CGeneralNames& issuer)
     : CExtCertificateIssuer() {
     put_issuer(issuer);
 }
 
-CExtCertificateIssuer::CExtCertificateIssuer(CBlob const& der)
+CExtCertificateIssuer::CExtCertificateIssuer(const CBlob& der)
     : CExtValue(oidCertificateIssuer, der) {
     decode();
 }
@@ -30,7 +30,7 @@ void CExtCertificateIssuer::decode() {
     issuer_.decode(get_value());
 }
 
-void CExtCertificateIssuer::put_issuer(CGeneralNames const& issuer) {
+void CExtCertificateIssuer::put_issuer(const CGeneralNames& issuer) {
     issuer_ = issuer;
     encode();
 }

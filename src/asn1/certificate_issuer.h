@@ -11,16 +11,16 @@ class CExtCertificateIssuer : public CExtValue {
 public:
     // No names and no encoded form.
     CExtCertificateIssuer();
-    explicit CExtCertificateIssuer(CGeneralNames const& issuer);
+    explicit CExtCertificateIssuer(const CGeneralNames& issuer);
     // Throws as `CGeneralNames::decode`.
-    explicit CExtCertificateIssuer(CBlob const& der);
+    explicit CExtCertificateIssuer(const CBlob& der);
 
     void encode();
     void decode();
 
-    CGeneralNames const& get_issuer() const noexcept { return issuer_; }
+    const CGeneralNames& get_issuer() const noexcept { return issuer_; }
     // Encodes at once.
-    void put_issuer(CGeneralNames const& issuer);
+    void put_issuer(const CGeneralNames& issuer);
 
 private:
     CGeneralNames issuer_;

@@ -12,9 +12,9 @@ namespace Halcyon::ASN1 {
 
 struct ASN1T_Certificate_traits
     : CCodeClassT<asn1data::ASN1T_Certificate, asn1data::ASN1C_Certificate> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der);
-    static void get(ASN1_T const& record, CBlob& der);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
+    static void get(const ASN1_T& record, CBlob& der);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 using ASN1T_CertificateValues_traits =
@@ -24,9 +24,9 @@ using ASN1T_CertificateValues_traits =
 
 struct ASN1T_CertificateList_traits
     : CCodeClassT<asn1data::ASN1T_CertificateList, asn1data::ASN1C_CertificateList> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der);
-    static void get(ASN1_T const& record, CBlob& der);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
+    static void get(const ASN1_T& record, CBlob& der);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

@@ -9,7 +9,7 @@ CBlob CCertificateValue::encode() const {
     return asn1Encode<ASN1T_Certificate_traits, CCertificateValue>(*this);
 }
 
-void CCertificateValue::decode(CBlob const& der) {
+void CCertificateValue::decode(const CBlob& der) {
     asn1Decode<ASN1T_Certificate_traits, CCertificateValue>(der, *this);
 }
 
@@ -17,31 +17,31 @@ CBlob CCertificateValues::encode() const {
     return asn1Encode<ASN1T_CertificateValues_traits, CCertificateValues>(*this);
 }
 
-void CCertificateValues::decode(CBlob const& der) {
+void CCertificateValues::decode(const CBlob& der) {
     asn1Decode<ASN1T_CertificateValues_traits, CCertificateValues>(der, *this);
 }
 
-void ASN1T_Certificate_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der) {
+void ASN1T_Certificate_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der) {
     asn1DecodeT<ASN1T_Certificate_traits>(der, ctxt, record);
 }
 
-void ASN1T_Certificate_traits::get(ASN1_T const& record, CBlob& der) {
+void ASN1T_Certificate_traits::get(const ASN1_T& record, CBlob& der) {
     der = asn1EncodeT<ASN1T_Certificate_traits>(record);
 }
 
-void ASN1T_Certificate_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_Certificate_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_Certificate(ctxt, &from, &to);
 }
 
-void ASN1T_CertificateList_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der) {
+void ASN1T_CertificateList_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der) {
     asn1DecodeT<ASN1T_CertificateList_traits>(der, ctxt, record);
 }
 
-void ASN1T_CertificateList_traits::get(ASN1_T const& record, CBlob& der) {
+void ASN1T_CertificateList_traits::get(const ASN1_T& record, CBlob& der) {
     der = asn1EncodeT<ASN1T_CertificateList_traits>(record);
 }
 
-void ASN1T_CertificateList_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_CertificateList_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_CertificateList(ctxt, &from, &to);
 }
 

@@ -10,12 +10,12 @@ namespace Halcyon::ASN1 {
 class CCertificateValue : public CBlob {
 public:
     CCertificateValue() = default;
-    CCertificateValue(CBlob const& der) : CBlob(der) {}
+    CCertificateValue(const CBlob& der) : CBlob(der) {}
 
     // The certificate, decoded and encoded again: throws 0x80093101 for bytes that aren't one.
     CBlob encode() const;
     // Throws 0x80093101.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 // The blobs of the certificates in the order of the encoding.
@@ -25,7 +25,7 @@ public:
 
     // As for one certificate.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

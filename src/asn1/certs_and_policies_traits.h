@@ -22,8 +22,8 @@ struct CertsAndPoliciesTraits {
 
     // An empty list of policies is left out.
     template <class Record>
-    static void set(ASN1CTXT* ctxt, Record& record, List const& certs,
-                    CPolicyInformationList const* policies) {
+    static void set(ASN1CTXT* ctxt, Record& record, const List& certs,
+                    const CPolicyInformationList* policies) {
         record.m = {};
         Certs::set(ctxt, record.certs, certs);
         if (policies && !policies->empty()) {
@@ -33,7 +33,7 @@ struct CertsAndPoliciesTraits {
     }
 
     template <class Record>
-    static void get(Record const& record, List& certs,
+    static void get(const Record& record, List& certs,
                     std::unique_ptr<CPolicyInformationList>& policies) {
         Certs::get(record.certs, certs);
         CPolicyInformationList list;

@@ -24,31 +24,31 @@ enum StringTag : std::uint32_t {
     tagBMPString = 30,
 };
 
-int encodeUTF8(ASN1CTXT* ctxt, wchar_t const* text) {
-    char const* const utf8 = utf8FromWide(ctxt, text);
+int encodeUTF8(ASN1CTXT* ctxt, const wchar_t* text) {
+    const char* const utf8 = utf8FromWide(ctxt, text);
     if (!utf8)
         failCodec();
     return xe_charstr(ctxt, utf8, 1, tagUTF8String);
 }
 
-int encodeBMP(ASN1CTXT* ctxt, wchar_t const* text) {
-    std::size_t const length = std::wcslen(text);
+int encodeBMP(ASN1CTXT* ctxt, const wchar_t* text) {
+    const std::size_t length = std::wcslen(text);
     auto* const units =
         static_cast<std::uint16_t*>(heapBlock(ctxt, length * sizeof(std::uint16_t)));
     for (std::size_t i = 0; i < length; ++i)
         units[i] = static_cast<std::uint16_t>(text[i]);
-    ASN1TBMPText const string{static_cast<std::uint32_t>(length), units};
+    const ASN1TBMPText string{static_cast<std::uint32_t>(length), units};
     return xe_16BitCharStr(ctxt, &string, 1, tagBMPString);
 }
 
-int encodeUniversal(ASN1CTXT* ctxt, wchar_t const* text) {
+int encodeUniversal(ASN1CTXT* ctxt, const wchar_t* text) {
     ASN1TUniversalText string{};
     if (!rtWCSToUCSString(ctxt, text, &string, nullptr))
         failCodec();
     return xe_32BitCharStr(ctxt, &string, 1, tagUniversalString);
 }
 
-int encodeText(ASN1CTXT* ctxt, wchar_t const* text, StringType type) {
+int encodeText(ASN1CTXT* ctxt, const wchar_t* text, StringType type) {
     switch (type) {
     case stringTypeUTF8:
         return encodeUTF8(ctxt, text);
@@ -67,15 +67,15 @@ int encodeText(ASN1CTXT* ctxt, wchar_t const* text, StringType type) {
     }
 }
 
-char const* decodeNarrow(ASN1CTXT* ctxt, int length) {
-    char const* text = nullptr;
+const char* decodeNarrow(ASN1CTXT* ctxt, int length) {
+    const char* text = nullptr;
     if (xd_charstr(ctxt, &text, 0, 0, length) != 0 || !text)
         failCodec();
     return text;
 }
 
 std::wstring decodeUTF8(ASN1CTXT* ctxt, int length) {
-    auto const wide = wideFromUtf8(ctxt, decodeNarrow(ctxt, length));
+    const auto wide = wideFromUtf8(ctxt, decodeNarrow(ctxt, length));
     if (!wide)
         failCodec();
     return *wide;
@@ -117,20 +117,20 @@ std::wstring decodeText(ASN1CTXT* ctxt, std::uint32_t tag, int length) {
 
 } // namespace
 
-CBlob encodeCharString(wchar_t const* text, StringType type) {
+CBlob encodeCharString(const wchar_t* text, StringType type) {
     ctxt_handle context;
     if (!context.init())
         failMemory();
     if (xe_setp(context.get(), nullptr, 0) != 0)
         failCodec();
-    int const length = encodeText(context.get(), text, type);
+    const int length = encodeText(context.get(), text, type);
     if (length < 0)
         failCodec();
     return CBlob(xe_getp(context.get()), static_cast<unsigned long>(length));
 }
 
-CWStringProxy decodeCharString(CBlob const& der) {
-    int const size = messageLength(der);
+CWStringProxy decodeCharString(const CBlob& der) {
+    const int size = messageLength(der);
     ctxt_handle context;
     if (!context.init())
         failMemory();

@@ -11,11 +11,11 @@ namespace Halcyon::ASN1 {
 // The string in the given type; `stringTypeDefault` is refused. No character set is checked:
 // Printable, Teletex and IA5 strings take the text in the system's code page as it comes. A
 // BMPString loses the high bits of characters above U+FFFF.
-CBlob encodeCharString(wchar_t const* text, StringType type);
+CBlob encodeCharString(const wchar_t* text, StringType type);
 
 // Reads UTF8String, NumericString, PrintableString, TeletexString, IA5String, UniversalString and
 // BMPString; every other type is refused. Only the first element of `der` is looked at. Characters
 // above U+FFFF of a UniversalString are dropped.
-CWStringProxy decodeCharString(CBlob const& der);
+CWStringProxy decodeCharString(const CBlob& der);
 
 } // namespace Halcyon::ASN1

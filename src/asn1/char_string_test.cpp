@@ -11,8 +11,8 @@ namespace {
 TEST(CharString, RoundTripsInEachType) {
     struct {
         StringType type;
-        wchar_t const* text;
-        char const* der;
+        const wchar_t* text;
+        const char* der;
     } const rows[] = {
         {stringTypeUTF8, L"", "0C00"},
         {stringTypeUTF8, L"A\x0416\x1F600", "0C0741D096F09F9880"},
@@ -25,8 +25,8 @@ TEST(CharString, RoundTripsInEachType) {
         {stringTypeUniversal, L"A\x0416", "1C080000004100000416"},
         {stringTypeUniversal, L"", "1C00"},
     };
-    for (auto const& row : rows) {
-        CBlob const der = encodeCharString(row.text, row.type);
+    for (const auto& row : rows) {
+        const CBlob der = encodeCharString(row.text, row.type);
         EXPECT_EQ(toHex(der), row.der);
         EXPECT_STREQ(decodeCharString(der).c_str(), row.text) << row.der;
     }
@@ -34,7 +34,7 @@ TEST(CharString, RoundTripsInEachType) {
 
 TEST(CharString, LosesCharactersAboveTheBasicPlaneWhereTheTypeIsNarrow) {
     EXPECT_EQ(toHex(encodeCharString(L"\x1F600", stringTypeBMP)), "1E02F600");
-    CBlob const universal = encodeCharString(L"a\x1F600z", stringTypeUniversal);
+    const CBlob universal = encodeCharString(L"a\x1F600z", stringTypeUniversal);
     EXPECT_EQ(toHex(universal), "1C0C000000610001F6000000007A");
     EXPECT_STREQ(decodeCharString(universal).c_str(), L"az");
 }
@@ -47,7 +47,7 @@ TEST(CharString, NumericStringIsReadButCannotBeWritten) {
 }
 
 TEST(CharString, RefusesOtherTypesAndBrokenTexts) {
-    for (char const* der :
+    for (const char* der :
          {"", "0C", "0C0241", "1A0131", "040131", "2C030C0141", "0C01FF", "0C01C3", "0C80", "05"})
         EXPECT_EQ(codeThrownBy([&] { decodeCharString(fromHex(der)); }), 0x80093101u) << der;
     EXPECT_STREQ(decodeCharString(fromHex("0C014100FFFF")).c_str(), L"A");
@@ -58,7 +58,7 @@ TEST(TextWidth, ConvertsByTheSystemsCodePage) {
     EXPECT_EQ(towstring("a\xD0\x96"), L"a\x0416");
     EXPECT_EQ(tostring(L""), "");
     EXPECT_EQ(towstring(""), L"");
-    unsigned short const units[] = {'a', 0x0416, 0};
+    const unsigned short units[] = {'a', 0x0416, 0};
     EXPECT_EQ(tostring(units), "a\xD0\x96");
     EXPECT_EQ(tostring(-12), "-12");
     EXPECT_EQ(towstring(34), L"34");

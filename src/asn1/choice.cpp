@@ -6,12 +6,12 @@
 
 namespace Halcyon::ASN1 {
 
-ChoiceValueTraitsT<void*, 0> const ChoiceValueTraitsT<void*, 0>::instance;
+const ChoiceValueTraitsT<void*, 0> ChoiceValueTraitsT<void*, 0>::instance;
 
 // The new value is made before the old one goes: the source may be part of the old one, and a
 // failed copy leaves the choice as it was.
-void Choice::put(unsigned int kind, void const* source) {
-    ChoiceValueTraits const* const next = findTraits(kind);
+void Choice::put(unsigned int kind, const void* source) {
+    const ChoiceValueTraits* const next = findTraits(kind);
     if (!next)
         failArgument();
     void* const value = next->newValue(source);
@@ -20,7 +20,7 @@ void Choice::put(unsigned int kind, void const* source) {
     type_ = kind;
 }
 
-void Choice::copyFrom(Choice const& other) {
+void Choice::copyFrom(const Choice& other) {
     value_ = other.value_ ? other.findTraits(other.type_)->newValue(other.value_) : nullptr;
     type_ = other.type_;
 }

@@ -16,8 +16,8 @@ public:
     // A null value is accepted.
     virtual void deleteValue(void* value) const noexcept = 0;
     // A copy on the heap.
-    virtual void* newValue(void const* source) const = 0;
-    virtual void copyValue(void* target, void const* source) const = 0;
+    virtual void* newValue(const void* source) const = 0;
+    virtual void copyValue(void* target, const void* source) const = 0;
 };
 
 template <class T, unsigned int kind>
@@ -25,18 +25,18 @@ class ChoiceValueTraitsT final : public ChoiceValueTraits {
 public:
     bool isType(unsigned int other) const noexcept override { return other == kind; }
     void deleteValue(void* value) const noexcept override { delete static_cast<T*>(value); }
-    void* newValue(void const* source) const override {
-        return new T(*static_cast<T const*>(source));
+    void* newValue(const void* source) const override {
+        return new T(*static_cast<const T*>(source));
     }
-    void copyValue(void* target, void const* source) const override {
-        *static_cast<T*>(target) = *static_cast<T const*>(source);
+    void copyValue(void* target, const void* source) const override {
+        *static_cast<T*>(target) = *static_cast<const T*>(source);
     }
 
-    static ChoiceValueTraitsT const instance;
+    static const ChoiceValueTraitsT instance;
 };
 
 template <class T, unsigned int kind>
-ChoiceValueTraitsT<T, kind> const ChoiceValueTraitsT<T, kind>::instance;
+const ChoiceValueTraitsT<T, kind> ChoiceValueTraitsT<T, kind>::instance;
 
 // The empty alternative, for every kind that has no value or isn't supported. A null source stands
 // for no value.
@@ -45,14 +45,14 @@ class ChoiceValueTraitsT<void*, 0> final : public ChoiceValueTraits {
 public:
     bool isType(unsigned int kind) const noexcept override { return kind == 0; }
     void deleteValue(void* value) const noexcept override { delete static_cast<void**>(value); }
-    void* newValue(void const* source) const override {
+    void* newValue(const void* source) const override {
         return source ? new void*(*static_cast<void* const*>(source)) : nullptr;
     }
-    void copyValue(void* target, void const* source) const override {
+    void copyValue(void* target, const void* source) const override {
         *static_cast<void**>(target) = *static_cast<void* const*>(source);
     }
 
-    static ChoiceValueTraitsT const instance;
+    static const ChoiceValueTraitsT instance;
 };
 
 // The kind and the value of a choice. A subclass maps kinds to their traits and gives up the value
@@ -60,26 +60,26 @@ public:
 class Choice {
 public:
     Choice() noexcept = default;
-    Choice(Choice const&) = delete;
-    Choice& operator=(Choice const&) = delete;
+    Choice(const Choice&) = delete;
+    Choice& operator=(const Choice&) = delete;
     virtual ~Choice() = default;
 
     unsigned int type() const noexcept { return type_; }
     // The value if the kind is `kind`, otherwise null.
     template <class T>
-    T const* get(unsigned int kind) const noexcept {
-        return type_ == kind ? static_cast<T const*>(value_) : nullptr;
+    const T* get(unsigned int kind) const noexcept {
+        return type_ == kind ? static_cast<const T*>(value_) : nullptr;
     }
     // Makes a copy of `source` the value, and `kind` the kind. `source` is of the type that belongs
     // to the kind. Throws 0x80070057 for a kind without traits.
-    void put(unsigned int kind, void const* source);
+    void put(unsigned int kind, const void* source);
     // Takes kind and a copy of the value from another choice of the same class; this one holds
     // nothing.
-    void copyFrom(Choice const& other);
+    void copyFrom(const Choice& other);
 
 protected:
     // Null for a kind that the choice refuses.
-    virtual ChoiceValueTraits const* findTraits(unsigned int kind) const noexcept = 0;
+    virtual const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept = 0;
     void clearValue() noexcept;
 
 private:
@@ -91,7 +91,7 @@ private:
 // cleared.
 
 template <class Impl>
-std::unique_ptr<Impl> copyChoice(std::unique_ptr<Impl> const& source) {
+std::unique_ptr<Impl> copyChoice(const std::unique_ptr<Impl>& source) {
     auto copy = std::make_unique<Impl>();
     if (source)
         copy->copyFrom(*source);
@@ -100,7 +100,7 @@ std::unique_ptr<Impl> copyChoice(std::unique_ptr<Impl> const& source) {
 
 // If the copy fails the target is left cleared.
 template <class Impl>
-void assignChoice(std::unique_ptr<Impl>& target, std::unique_ptr<Impl> const& source) {
+void assignChoice(std::unique_ptr<Impl>& target, const std::unique_ptr<Impl>& source) {
     if (target == source)
         return;
     target.reset();
@@ -108,17 +108,17 @@ void assignChoice(std::unique_ptr<Impl>& target, std::unique_ptr<Impl> const& so
 }
 
 template <class Impl>
-unsigned int choiceType(std::unique_ptr<Impl> const& impl) noexcept {
+unsigned int choiceType(const std::unique_ptr<Impl>& impl) noexcept {
     return impl ? impl->type() : 0;
 }
 
 template <class T, class Impl>
-T const* choiceValue(std::unique_ptr<Impl> const& impl, unsigned int kind) noexcept {
+const T* choiceValue(const std::unique_ptr<Impl>& impl, unsigned int kind) noexcept {
     return impl ? impl->template get<T>(kind) : nullptr;
 }
 
 template <class Impl>
-void putChoice(std::unique_ptr<Impl>& impl, unsigned int kind, void const* source) {
+void putChoice(std::unique_ptr<Impl>& impl, unsigned int kind, const void* source) {
     if (!impl)
         impl = std::make_unique<Impl>();
     impl->put(kind, source);

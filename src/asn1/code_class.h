@@ -15,7 +15,7 @@ struct CCodeClassT {
         try {
             C control(buffer, record);
             return control.EncodeTo(buffer);
-        } catch (ASN1MessageBuffer::RTLError const& error) {
+        } catch (const ASN1MessageBuffer::RTLError& error) {
             return error.getStatus();
         }
     }
@@ -24,7 +24,7 @@ struct CCodeClassT {
         try {
             C control(buffer, record);
             return control.DecodeFrom(buffer);
-        } catch (ASN1MessageBuffer::RTLError const& error) {
+        } catch (const ASN1MessageBuffer::RTLError& error) {
             return error.getStatus();
         }
     }

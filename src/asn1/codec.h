@@ -27,14 +27,14 @@ inline CBlob encodedMessage(ASN1BEREncodeBuffer& buffer, int length) {
 }
 
 // A decode buffer reads the blob in place.
-inline int messageLength(CBlob const& der) {
+inline int messageLength(const CBlob& der) {
     if (der.cbData() > static_cast<unsigned long>(std::numeric_limits<int>::max()))
         failCodec();
     return static_cast<int>(der.cbData());
 }
 
 template <class Traits, class Value>
-CBlob asn1Encode(Value const& value) {
+CBlob asn1Encode(const Value& value) {
     return withResultCodes([&] {
         ASN1BEREncodeBuffer buffer;
         ASN1BERDecodeBuffer scratch;
@@ -47,7 +47,7 @@ CBlob asn1Encode(Value const& value) {
 // Bytes behind the first complete element aren't looked at. If the decoder refuses, the value stays
 // as it was; if `get` fails it may be half replaced.
 template <class Traits, class Value>
-void asn1Decode(CBlob const& der, Value& value) {
+void asn1Decode(const CBlob& der, Value& value) {
     withResultCodes([&] {
         ASN1BERDecodeBuffer buffer(der.pbData(), messageLength(der));
         typename Traits::ASN1_T record{};
@@ -59,7 +59,7 @@ void asn1Decode(CBlob const& der, Value& value) {
 
 // The DER of a record.
 template <class Traits>
-CBlob asn1EncodeT(typename Traits::ASN1_T const& record) {
+CBlob asn1EncodeT(typename const Traits::ASN1_T& record) {
     return withResultCodes([&] {
         ASN1BEREncodeBuffer buffer;
         typename Traits::ASN1_T local{};
@@ -70,7 +70,7 @@ CBlob asn1EncodeT(typename Traits::ASN1_T const& record) {
 
 // A record from DER, with all its data on the heap of `ctxt`.
 template <class Traits>
-void asn1DecodeT(CBlob const& der, ASN1CTXT* ctxt, typename Traits::ASN1_T& record) {
+void asn1DecodeT(const CBlob& der, ASN1CTXT* ctxt, typename Traits::ASN1_T& record) {
     withResultCodes([&] {
         ASN1BERDecodeBuffer buffer(der.pbData(), messageLength(der));
         typename Traits::ASN1_T local{};

@@ -10,18 +10,18 @@ namespace Halcyon::ASN1 {
 class CContentInfo {
 public:
     CContentInfo();
-    CContentInfo(char const* contentType, CBlob const& content);
+    CContentInfo(const char* contentType, const CBlob& content);
 
-    char const* get_contentType() const noexcept { return contentType_.c_str(); }
-    CBlob const& get_content() const noexcept { return content_; }
-    void put_contentType(char const* contentType);
-    void put_content(CBlob const& content);
+    const char* get_contentType() const noexcept { return contentType_.c_str(); }
+    const CBlob& get_content() const noexcept { return content_; }
+    void put_contentType(const char* contentType);
+    void put_content(const CBlob& content);
 
     // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for content that
     // doesn't fit a known type.
     CBlob encode() const;
     // Throws 0x80093101.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     CStringProxy contentType_;

@@ -10,11 +10,11 @@ namespace Halcyon::ASN1 {
 // As a value, or as the DER of the whole, which is decoded by `set`.
 struct ASN1T_ContentInfo_traits
     : CCodeClassT<asn1data::ASN1T_ContentInfo, asn1data::ASN1C_ContentInfo> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CContentInfo const& value);
-    static void get(ASN1_T const& record, CContentInfo& value);
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der);
-    static void get(ASN1_T const& record, CBlob& der);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CContentInfo& value);
+    static void get(const ASN1_T& record, CContentInfo& value);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
+    static void get(const ASN1_T& record, CBlob& der);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

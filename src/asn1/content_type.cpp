@@ -11,12 +11,12 @@ constexpr char oidContentType[] = "1.2.840.113549.1.9.3";
 
 } // namespace
 
-CAttrContentType::CAttrContentType(char const* contentType)
+CAttrContentType::CAttrContentType(const char* contentType)
     : CAttrValue(oidContentType), contentType_(contentType) {
     encode();
 }
 
-CAttrContentType::CAttrContentType(CBlob const& der)
+CAttrContentType::CAttrContentType(const CBlob& der)
     : CAttrValue(oidContentType, der), contentType_("") {
     decode();
 }
@@ -24,14 +24,14 @@ CAttrContentType::CAttrContentType(CBlob const& der)
 // ContentType ::= OBJECT IDENTIFIER
 
 void CAttrContentType::encode() {
-    value() = asn1Encode<ASN1TObjId_traits, char const*>(get_contentType());
+    value() = asn1Encode<ASN1TObjId_traits, const char*>(get_contentType());
 }
 
 void CAttrContentType::decode() {
     asn1Decode<ASN1TObjId_traits, CStringProxy>(get_value(), contentType_);
 }
 
-void CAttrContentType::put_contentType(char const* contentType) {
+void CAttrContentType::put_contentType(const char* contentType) {
     contentType_ = CStringProxy(contentType);
     encode();
 }

@@ -10,16 +10,16 @@ namespace Halcyon::ASN1 {
 class CAttrContentType : public CAttrValue {
 public:
     // Throws 0x80070057 for a text that is no identifier.
-    explicit CAttrContentType(char const* contentType);
+    explicit CAttrContentType(const char* contentType);
     // Throws 0x80093101 if `der` isn't an OBJECT IDENTIFIER.
-    explicit CAttrContentType(CBlob const& der);
+    explicit CAttrContentType(const CBlob& der);
 
     void encode();
     void decode();
 
-    char const* get_contentType() const noexcept { return contentType_.c_str(); }
+    const char* get_contentType() const noexcept { return contentType_.c_str(); }
     // Encodes at once.
-    void put_contentType(char const* contentType);
+    void put_contentType(const char* contentType);
 
 private:
     CStringProxy contentType_;

@@ -17,7 +17,7 @@ CExtCRLReason::CExtCRLReason(CrlReason reason) : CExtCRLReason() {
     put_reason(reason);
 }
 
-CExtCRLReason::CExtCRLReason(CBlob const& der) : CExtValue(oidCRLReason, der) {
+CExtCRLReason::CExtCRLReason(const CBlob& der) : CExtValue(oidCRLReason, der) {
     decode();
 }
 

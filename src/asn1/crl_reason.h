@@ -26,7 +26,7 @@ public:
     // Throws 0x80093101 for a number above 10.
     explicit CExtCRLReason(CrlReason reason);
     // Throws 0x80093101 if `der` isn't a reason.
-    explicit CExtCRLReason(CBlob const& der);
+    explicit CExtCRLReason(const CBlob& der);
 
     // The encoded form from the reason, and the reason from the encoded form. Throw 0x80093101.
     void encode();

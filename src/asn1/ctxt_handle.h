@@ -8,8 +8,8 @@ namespace Halcyon::ASN1 {
 class ctxt_handle {
 public:
     ctxt_handle() = default;
-    ctxt_handle(ctxt_handle const&) = delete;
-    ctxt_handle& operator=(ctxt_handle const&) = delete;
+    ctxt_handle(const ctxt_handle&) = delete;
+    ctxt_handle& operator=(const ctxt_handle&) = delete;
     ~ctxt_handle() { release(); }
 
     // True on success. The context has no buffer yet.

@@ -9,7 +9,7 @@ namespace Halcyon::ASN1 {
 
 struct CDistributionPointImpl {
     CDistributionPointImpl() = default;
-    CDistributionPointImpl(CDistributionPointImpl const& other) {
+    CDistributionPointImpl(const CDistributionPointImpl& other) {
         copy_to_auto_ptr(distributionPoint, other.distributionPoint.get());
         copy_to_auto_ptr(reasons, other.reasons.get());
         copy_to_auto_ptr(cRLIssuer, other.cRLIssuer.get());
@@ -22,10 +22,10 @@ struct CDistributionPointImpl {
 
 CDistributionPoint::CDistributionPoint() : impl_(std::make_unique<CDistributionPointImpl>()) {}
 
-CDistributionPoint::CDistributionPoint(CDistributionPoint const& other)
+CDistributionPoint::CDistributionPoint(const CDistributionPoint& other)
     : impl_(std::make_unique<CDistributionPointImpl>(*other.impl_)) {}
 
-CDistributionPoint& CDistributionPoint::operator=(CDistributionPoint const& other) {
+CDistributionPoint& CDistributionPoint::operator=(const CDistributionPoint& other) {
     if (this != &other)
         impl_ = std::make_unique<CDistributionPointImpl>(*other.impl_);
     return *this;
@@ -39,31 +39,31 @@ void CDistributionPoint::clear() noexcept {
     impl_->cRLIssuer.reset();
 }
 
-CDistributionPointName const* CDistributionPoint::get_distributionPoint() const noexcept {
+const CDistributionPointName* CDistributionPoint::get_distributionPoint() const noexcept {
     return impl_->distributionPoint.get();
 }
 
-CReasonFlags const* CDistributionPoint::get_reasons() const noexcept {
+const CReasonFlags* CDistributionPoint::get_reasons() const noexcept {
     return impl_->reasons.get();
 }
 
-CGeneralNames const* CDistributionPoint::get_cRLIssuer() const noexcept {
+const CGeneralNames* CDistributionPoint::get_cRLIssuer() const noexcept {
     return impl_->cRLIssuer.get();
 }
 
-void CDistributionPoint::put_distributionPoint(CDistributionPointName const* name) {
+void CDistributionPoint::put_distributionPoint(const CDistributionPointName* name) {
     copy_to_auto_ptr(impl_->distributionPoint, name);
 }
 
-void CDistributionPoint::put_reasons(CReasonFlags const* reasons) {
+void CDistributionPoint::put_reasons(const CReasonFlags* reasons) {
     copy_to_auto_ptr(impl_->reasons, reasons);
 }
 
-void CDistributionPoint::put_cRLIssuer(CGeneralNames const* issuer) {
+void CDistributionPoint::put_cRLIssuer(const CGeneralNames* issuer) {
     copy_to_auto_ptr(impl_->cRLIssuer, issuer);
 }
 
-bool operator==(CDistributionPoint const& a, CDistributionPoint const& b) noexcept {
+bool operator==(const CDistributionPoint& a, const CDistributionPoint& b) noexcept {
     return equal_optional(a.get_cRLIssuer(), b.get_cRLIssuer()) &&
            equal_optional(a.get_distributionPoint(), b.get_distributionPoint()) &&
            equal_optional(a.get_reasons(), b.get_reasons());
@@ -73,7 +73,7 @@ CBlob CDistributionPoint::encode() const {
     return asn1Encode<ASN1T_DistributionPoint_traits, CDistributionPoint>(*this);
 }
 
-void CDistributionPoint::decode(CBlob const& der) {
+void CDistributionPoint::decode(const CBlob& der) {
     asn1Decode<ASN1T_DistributionPoint_traits, CDistributionPoint>(der, *this);
 }
 
@@ -81,7 +81,7 @@ CBlob CCRLDistPointsSyntax::encode() const {
     return asn1Encode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(*this);
 }
 
-void CCRLDistPointsSyntax::decode(CBlob const& der) {
+void CCRLDistPointsSyntax::decode(const CBlob& der) {
     asn1Decode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(der, *this);
 }
 
@@ -91,24 +91,24 @@ void CCRLDistPointsSyntax::decode(CBlob const& der) {
 //     cRLIssuer          [2] IMPLICIT GeneralNames OPTIONAL }
 
 void ASN1T_DistributionPoint_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                         CDistributionPoint const& value) {
+                                         const CDistributionPoint& value) {
     record.m = {};
-    if (CDistributionPointName const* const name = value.get_distributionPoint()) {
+    if (const CDistributionPointName* const name = value.get_distributionPoint()) {
         record.m.distributionPointPresent = 1;
         ASN1T_DistributionPointName_traits::set(ctxt, record.distributionPoint, *name);
     }
-    if (CReasonFlags const* const reasons = value.get_reasons()) {
+    if (const CReasonFlags* const reasons = value.get_reasons()) {
         record.m.reasonsPresent = 1;
         ASN1T_ReasonFlags_traits::set(ctxt, record.reasons, *reasons);
     }
-    CGeneralNames const* const issuer = value.get_cRLIssuer();
+    const CGeneralNames* const issuer = value.get_cRLIssuer();
     if (issuer && !issuer->empty()) {
         record.m.cRLIssuerPresent = 1;
         ASN1T_GeneralNames_traits::set(ctxt, record.cRLIssuer, *issuer);
     }
 }
 
-void ASN1T_DistributionPoint_traits::get(ASN1_T const& record, CDistributionPoint& value) {
+void ASN1T_DistributionPoint_traits::get(const ASN1_T& record, CDistributionPoint& value) {
     value.clear();
     if (record.m.distributionPointPresent) {
         CDistributionPointName name;
@@ -127,7 +127,7 @@ void ASN1T_DistributionPoint_traits::get(ASN1_T const& record, CDistributionPoin
     }
 }
 
-void ASN1T_DistributionPoint_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_DistributionPoint_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_DistributionPoint(ctxt, &from, &to);
 }
 

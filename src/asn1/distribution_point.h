@@ -16,32 +16,32 @@ struct CDistributionPointImpl;
 class CDistributionPoint {
 public:
     CDistributionPoint();
-    CDistributionPoint(CDistributionPoint const& other);
-    CDistributionPoint& operator=(CDistributionPoint const& other);
+    CDistributionPoint(const CDistributionPoint& other);
+    CDistributionPoint& operator=(const CDistributionPoint& other);
     ~CDistributionPoint();
     // Makes all fields absent.
     void clear() noexcept;
 
     // Null if absent.
-    CDistributionPointName const* get_distributionPoint() const noexcept;
-    CReasonFlags const* get_reasons() const noexcept;
-    CGeneralNames const* get_cRLIssuer() const noexcept;
+    const CDistributionPointName* get_distributionPoint() const noexcept;
+    const CReasonFlags* get_reasons() const noexcept;
+    const CGeneralNames* get_cRLIssuer() const noexcept;
     // Null makes the field absent.
-    void put_distributionPoint(CDistributionPointName const* name);
-    void put_reasons(CReasonFlags const* reasons);
-    void put_cRLIssuer(CGeneralNames const* issuer);
+    void put_distributionPoint(const CDistributionPointName* name);
+    void put_reasons(const CReasonFlags* reasons);
+    void put_cRLIssuer(const CGeneralNames* issuer);
 
     // The DER. Throws as `CDistributionPointName`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<CDistributionPointImpl> impl_;
 };
 
 // Issuers, then names, then reasons.
-bool operator==(CDistributionPoint const& a, CDistributionPoint const& b) noexcept;
-inline bool operator!=(CDistributionPoint const& a, CDistributionPoint const& b) noexcept {
+bool operator==(const CDistributionPoint& a, const CDistributionPoint& b) noexcept;
+inline bool operator!=(const CDistributionPoint& a, const CDistributionPoint& b) noexcept {
     return !(a == b);
 }
 
@@ -51,7 +51,7 @@ public:
 
     CBlob encode() const;
     // Replaces the list.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

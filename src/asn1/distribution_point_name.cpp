@@ -13,7 +13,7 @@ public:
     ~CDistributionPointNameImpl() override { clearValue(); }
 
 protected:
-    ChoiceValueTraits const* findTraits(unsigned int kind) const noexcept override {
+    const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept override {
         if (kind == 1)
             return &ChoiceValueTraitsT<CGeneralNames, 1>::instance;
         return &ChoiceValueTraitsT<void*, 0>::instance;
@@ -23,15 +23,15 @@ protected:
 CDistributionPointName::CDistributionPointName()
     : impl_(std::make_unique<CDistributionPointNameImpl>()) {}
 
-CDistributionPointName::CDistributionPointName(CGeneralNames const& fullName)
+CDistributionPointName::CDistributionPointName(const CGeneralNames& fullName)
     : CDistributionPointName() {
     put_fullName(fullName);
 }
 
-CDistributionPointName::CDistributionPointName(CDistributionPointName const& other)
+CDistributionPointName::CDistributionPointName(const CDistributionPointName& other)
     : impl_(copyChoice(other.impl_)) {}
 
-CDistributionPointName& CDistributionPointName::operator=(CDistributionPointName const& other) {
+CDistributionPointName& CDistributionPointName::operator=(const CDistributionPointName& other) {
     assignChoice(impl_, other.impl_);
     return *this;
 }
@@ -46,15 +46,15 @@ unsigned int CDistributionPointName::get_type() const noexcept {
     return choiceType(impl_);
 }
 
-CGeneralNames const* CDistributionPointName::get_fullName() const noexcept {
+const CGeneralNames* CDistributionPointName::get_fullName() const noexcept {
     return choiceValue<CGeneralNames>(impl_, 1);
 }
 
-void CDistributionPointName::put_fullName(CGeneralNames const& fullName) {
+void CDistributionPointName::put_fullName(const CGeneralNames& fullName) {
     putChoice(impl_, 1, &fullName);
 }
 
-bool operator==(CDistributionPointName const& a, CDistributionPointName const& b) noexcept {
+bool operator==(const CDistributionPointName& a, const CDistributionPointName& b) noexcept {
     return a.get_type() == b.get_type() && equal_optional(a.get_fullName(), b.get_fullName());
 }
 
@@ -62,7 +62,7 @@ CBlob CDistributionPointName::encode() const {
     return asn1Encode<ASN1T_DistributionPointName_traits, CDistributionPointName>(*this);
 }
 
-void CDistributionPointName::decode(CBlob const& der) {
+void CDistributionPointName::decode(const CBlob& der) {
     asn1Decode<ASN1T_DistributionPointName_traits, CDistributionPointName>(der, *this);
 }
 
@@ -71,17 +71,17 @@ void CDistributionPointName::decode(CBlob const& der) {
 //     nameRelativeToCRLIssuer  [1] IMPLICIT RelativeDistinguishedName }
 
 void ASN1T_DistributionPointName_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                             CDistributionPointName const& value) {
+                                             const CDistributionPointName& value) {
     record.t = 0;
     record.u.fullName = nullptr;
-    if (CGeneralNames const* const fullName = value.get_fullName()) {
+    if (const CGeneralNames* const fullName = value.get_fullName()) {
         record.t = 1;
         record.u.fullName = heapRecord<asn1data::ASN1T_GeneralNames>(ctxt);
         ASN1T_GeneralNames_traits::set(ctxt, *record.u.fullName, *fullName);
     }
 }
 
-void ASN1T_DistributionPointName_traits::get(ASN1_T const& record, CDistributionPointName& value) {
+void ASN1T_DistributionPointName_traits::get(const ASN1_T& record, CDistributionPointName& value) {
     if (record.t != 1)
         return;
     CGeneralNames fullName;
@@ -89,7 +89,7 @@ void ASN1T_DistributionPointName_traits::get(ASN1_T const& record, CDistribution
     value.put_fullName(fullName);
 }
 
-void ASN1T_DistributionPointName_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_DistributionPointName_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_DistributionPointName(ctxt, &from, &to);
 }
 

@@ -14,28 +14,28 @@ class CDistributionPointNameImpl;
 class CDistributionPointName {
 public:
     CDistributionPointName();
-    explicit CDistributionPointName(CGeneralNames const& fullName);
-    CDistributionPointName(CDistributionPointName const& other);
-    CDistributionPointName& operator=(CDistributionPointName const& other);
+    explicit CDistributionPointName(const CGeneralNames& fullName);
+    CDistributionPointName(const CDistributionPointName& other);
+    CDistributionPointName& operator=(const CDistributionPointName& other);
     ~CDistributionPointName();
     // Gives up the value. After that the object may only be assigned to or destroyed.
     void clear() noexcept;
 
     unsigned int get_type() const noexcept;
     // Null for another kind.
-    CGeneralNames const* get_fullName() const noexcept;
-    void put_fullName(CGeneralNames const& fullName);
+    const CGeneralNames* get_fullName() const noexcept;
+    void put_fullName(const CGeneralNames& fullName);
 
     // The DER. Throws 0x80093101, for kind 0 too, and as `CGeneralName`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<CDistributionPointNameImpl> impl_;
 };
 
-bool operator==(CDistributionPointName const& a, CDistributionPointName const& b) noexcept;
-inline bool operator!=(CDistributionPointName const& a, CDistributionPointName const& b) noexcept {
+bool operator==(const CDistributionPointName& a, const CDistributionPointName& b) noexcept;
+inline bool operator!=(const CDistributionPointName& a, const CDistributionPointName& b) noexcept {
     return !(a == b);
 }
 

@@ -10,19 +10,19 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-CGeneralName uri(wchar_t const* text) {
+CGeneralName uri(const wchar_t* text) {
     CGeneralName name;
     name.put_uniformResourceIdentifier(text);
     return name;
 }
 
-CGeneralNames uris(wchar_t const* text) {
+CGeneralNames uris(const wchar_t* text) {
     return CGeneralNames(1, uri(text));
 }
 
-CDistributionPoint pointAt(wchar_t const* text) {
+CDistributionPoint pointAt(const wchar_t* text) {
     CDistributionPoint point;
-    CDistributionPointName const name(uris(text));
+    const CDistributionPointName name(uris(text));
     point.put_distributionPoint(&name);
     return point;
 }
@@ -43,7 +43,7 @@ TEST(ReasonFlags, NumbersOfBitsCountModulo32) {
     EXPECT_TRUE(flags == CReasonFlags(1));
     EXPECT_TRUE(flags != CReasonFlags(3));
     unsigned int all = 0;
-    for (CReasonFlags::Flag const* flag = CReasonFlags::sequence; *flag != 0; ++flag)
+    for (const CReasonFlags::Flag* flag = CReasonFlags::sequence; *flag != 0; ++flag)
         all = all * 2 + (*flag > all);
     EXPECT_EQ(all, 0x1FFu);
 }
@@ -51,7 +51,7 @@ TEST(ReasonFlags, NumbersOfBitsCountModulo32) {
 TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
     struct {
         unsigned int flags;
-        char const* der;
+        const char* der;
         unsigned int read;
     } const rows[] = {
         {0x1,
@@ -77,11 +77,11 @@ TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
          0x2},
         {0, "3003810100", 0},
     };
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         CDistributionPoint point;
-        CReasonFlags const flags(row.flags);
+        const CReasonFlags flags(row.flags);
         point.put_reasons(&flags);
-        CBlob const der = point.encode();
+        const CBlob der = point.encode();
         EXPECT_EQ(toHex(der), row.der);
         CDistributionPoint back;
         back.decode(der);
@@ -92,11 +92,11 @@ TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
 
 TEST(DistributionPoint, RoundTripsAllFields) {
     CDistributionPoint point = pointAt(L"http://a");
-    CReasonFlags const flags(0x6);
-    CGeneralNames const issuer = uris(L"u:b");
+    const CReasonFlags flags(0x6);
+    const CGeneralNames issuer = uris(L"u:b");
     point.put_reasons(&flags);
     point.put_cRLIssuer(&issuer);
-    CBlob const der = point.encode();
+    const CBlob der = point.encode();
     EXPECT_EQ(throughOpenSSL<DIST_POINT>(der, d2i_DIST_POINT, i2d_DIST_POINT, DIST_POINT_free),
               toHex(der));
     CDistributionPoint back;
@@ -105,7 +105,7 @@ TEST(DistributionPoint, RoundTripsAllFields) {
     back.put_reasons(nullptr);
     EXPECT_TRUE(back != point);
     back = point;
-    CGeneralNames const none;
+    const CGeneralNames none;
     back.put_cRLIssuer(&none);
     EXPECT_TRUE(back != point);
     back.decode(back.encode());
@@ -141,7 +141,7 @@ TEST(DistributionPointName, HoldsFullNamesOnly) {
 }
 
 TEST(CRLDistPoints, RoundTripAsOpenSSLsList) {
-    CBlob const der = extensionValue(X509V3_EXT_conf_nid(
+    const CBlob der = extensionValue(X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_crl_distribution_points, "URI:http://a,URI:http://b"));
     CCRLDistPointsSyntax points;
     points.decode(der);
@@ -161,7 +161,7 @@ TEST(CRLDistPoints, RoundTripAsOpenSSLsList) {
 }
 
 TEST(AccessDescription, RoundTripsAsOpenSSLsList) {
-    CBlob const der = extensionValue(X509V3_EXT_conf_nid(
+    const CBlob der = extensionValue(X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_info_access, "OCSP;URI:http://a,caIssuers;URI:http://b"));
     CAuthorityInfoAccessSyntax list;
     list.decode(der);
@@ -188,7 +188,7 @@ TEST(PolicyInformation, LosesQualifiers) {
     CPolicyInformation policy;
     policy.decode(fromHex("301E06032A03043017301506082B060105050702011609687474703A2F2F612F62"));
     EXPECT_STREQ(policy.get_policyIdentifier(), "1.2.3.4");
-    CBlob const der = policy.encode();
+    const CBlob der = policy.encode();
     EXPECT_EQ(toHex(der), "300506032A0304");
     EXPECT_EQ(throughOpenSSL<POLICYINFO>(der, d2i_POLICYINFO, i2d_POLICYINFO, POLICYINFO_free),
               toHex(der));

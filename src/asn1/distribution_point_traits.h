@@ -12,23 +12,23 @@ struct ASN1T_ReasonFlags_traits {
     using ASN1_T = asn1data::ASN1T_ReasonFlags;
 
     // Bits 0 to 15; the context isn't used.
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CReasonFlags const& value);
-    static void get(ASN1_T const& record, CReasonFlags& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CReasonFlags& value);
+    static void get(const ASN1_T& record, CReasonFlags& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 struct ASN1T_DistributionPointName_traits
     : CCodeClassT<asn1data::ASN1T_DistributionPointName, asn1data::ASN1C_DistributionPointName> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CDistributionPointName const& value);
-    static void get(ASN1_T const& record, CDistributionPointName& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CDistributionPointName& value);
+    static void get(const ASN1_T& record, CDistributionPointName& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 struct ASN1T_DistributionPoint_traits
     : CCodeClassT<asn1data::ASN1T_DistributionPoint, asn1data::ASN1C_DistributionPoint> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CDistributionPoint const& value);
-    static void get(ASN1_T const& record, CDistributionPoint& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CDistributionPoint& value);
+    static void get(const ASN1_T& record, CDistributionPoint& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 using ASN1T_CRLDistPointsSyntax_traits =

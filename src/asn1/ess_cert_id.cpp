@@ -10,7 +10,7 @@ namespace Halcyon::ASN1 {
 
 struct ESSCertIDBlock {
     ESSCertIDBlock() = default;
-    ESSCertIDBlock(ESSCertIDBlock const& other) : certHash(other.certHash) {
+    ESSCertIDBlock(const ESSCertIDBlock& other) : certHash(other.certHash) {
         copy_to_auto_ptr(issuerSerial, other.issuerSerial.get());
     }
 
@@ -20,14 +20,14 @@ struct ESSCertIDBlock {
 
 CESSCertID::CESSCertID() : block_(std::make_unique<ESSCertIDBlock>()) {}
 
-CESSCertID::CESSCertID(CBlob const& certHash) : CESSCertID() {
+CESSCertID::CESSCertID(const CBlob& certHash) : CESSCertID() {
     put_certHash(certHash);
 }
 
-CESSCertID::CESSCertID(CESSCertID const& other)
+CESSCertID::CESSCertID(const CESSCertID& other)
     : block_(std::make_unique<ESSCertIDBlock>(*other.block_)) {}
 
-CESSCertID& CESSCertID::operator=(CESSCertID const& other) {
+CESSCertID& CESSCertID::operator=(const CESSCertID& other) {
     if (this != &other)
         block_ = std::make_unique<ESSCertIDBlock>(*other.block_);
     return *this;
@@ -35,23 +35,23 @@ CESSCertID& CESSCertID::operator=(CESSCertID const& other) {
 
 CESSCertID::~CESSCertID() = default;
 
-CBlob const& CESSCertID::get_certHash() const noexcept {
+const CBlob& CESSCertID::get_certHash() const noexcept {
     return block_->certHash;
 }
 
-CIssuerSerial const* CESSCertID::get_issuerSerial() const noexcept {
+const CIssuerSerial* CESSCertID::get_issuerSerial() const noexcept {
     return block_->issuerSerial.get();
 }
 
-void CESSCertID::put_certHash(CBlob const& certHash) {
+void CESSCertID::put_certHash(const CBlob& certHash) {
     block_->certHash = certHash;
 }
 
-void CESSCertID::put_issuerSerial(CIssuerSerial const* issuerSerial) {
+void CESSCertID::put_issuerSerial(const CIssuerSerial* issuerSerial) {
     copy_to_auto_ptr(block_->issuerSerial, issuerSerial);
 }
 
-bool operator==(CESSCertID const& a, CESSCertID const& b) noexcept {
+bool operator==(const CESSCertID& a, const CESSCertID& b) noexcept {
     return a.get_certHash() == b.get_certHash() &&
            equal_optional(a.get_issuerSerial(), b.get_issuerSerial());
 }
@@ -60,7 +60,7 @@ CBlob CESSCertID::encode() const {
     return asn1Encode<ASN1T_ESSCertID_traits, CESSCertID>(*this);
 }
 
-void CESSCertID::decode(CBlob const& der) {
+void CESSCertID::decode(const CBlob& der) {
     asn1Decode<ASN1T_ESSCertID_traits, CESSCertID>(der, *this);
 }
 
@@ -68,16 +68,16 @@ void CESSCertID::decode(CBlob const& der) {
 //     certHash      Hash,
 //     issuerSerial  IssuerSerial OPTIONAL }
 
-void ASN1T_ESSCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CESSCertID const& value) {
+void ASN1T_ESSCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CESSCertID& value) {
     record.m = {};
     ASN1TDynOctStr_traits::set(ctxt, record.certHash, value.get_certHash());
-    if (CIssuerSerial const* const issuerSerial = value.get_issuerSerial()) {
+    if (const CIssuerSerial* const issuerSerial = value.get_issuerSerial()) {
         record.m.issuerSerialPresent = 1;
         ASN1T_IssuerSerial_traits::set(ctxt, record.issuerSerial, *issuerSerial);
     }
 }
 
-void ASN1T_ESSCertID_traits::get(ASN1_T const& record, CESSCertID& value) {
+void ASN1T_ESSCertID_traits::get(const ASN1_T& record, CESSCertID& value) {
     CBlob certHash;
     ASN1TDynOctStr_traits::get(record.certHash, certHash);
     value.put_certHash(certHash);
@@ -87,7 +87,7 @@ void ASN1T_ESSCertID_traits::get(ASN1_T const& record, CESSCertID& value) {
     value.put_issuerSerial(record.m.issuerSerialPresent ? &issuerSerial : nullptr);
 }
 
-void ASN1T_ESSCertID_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_ESSCertID_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_ESSCertID(ctxt, &from, &to);
 }
 

@@ -15,28 +15,28 @@ struct ESSCertIDBlock;
 class CESSCertID {
 public:
     CESSCertID();
-    explicit CESSCertID(CBlob const& certHash);
-    CESSCertID(CESSCertID const& other);
-    CESSCertID& operator=(CESSCertID const& other);
+    explicit CESSCertID(const CBlob& certHash);
+    CESSCertID(const CESSCertID& other);
+    CESSCertID& operator=(const CESSCertID& other);
     ~CESSCertID();
 
-    CBlob const& get_certHash() const noexcept;
+    const CBlob& get_certHash() const noexcept;
     // Null if absent.
-    CIssuerSerial const* get_issuerSerial() const noexcept;
-    void put_certHash(CBlob const& certHash);
-    void put_issuerSerial(CIssuerSerial const* issuerSerial);
+    const CIssuerSerial* get_issuerSerial() const noexcept;
+    void put_certHash(const CBlob& certHash);
+    void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
     // The DER. Throws as `CIssuerSerial`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<ESSCertIDBlock> block_;
 };
 
 // Hashes, then issuer and serial number: an identifier with them never equals one without.
-bool operator==(CESSCertID const& a, CESSCertID const& b) noexcept;
-inline bool operator!=(CESSCertID const& a, CESSCertID const& b) noexcept {
+bool operator==(const CESSCertID& a, const CESSCertID& b) noexcept;
+inline bool operator!=(const CESSCertID& a, const CESSCertID& b) noexcept {
     return !(a == b);
 }
 

@@ -8,9 +8,9 @@
 namespace Halcyon::ASN1 {
 
 struct ASN1T_ESSCertID_traits : CCodeClassT<asn1data::ASN1T_ESSCertID, asn1data::ASN1C_ESSCertID> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CESSCertID const& value);
-    static void get(ASN1_T const& record, CESSCertID& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CESSCertID& value);
+    static void get(const ASN1_T& record, CESSCertID& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

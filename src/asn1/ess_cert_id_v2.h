@@ -17,31 +17,31 @@ struct ESSCertIDv2Block;
 class CESSCertIDv2 {
 public:
     CESSCertIDv2();
-    explicit CESSCertIDv2(CBlob const& certHash);
-    CESSCertIDv2(CBlob const& certHash, CAlgorithmIdentifier const& hashAlgorithm);
-    CESSCertIDv2(CESSCertIDv2 const& other);
-    CESSCertIDv2& operator=(CESSCertIDv2 const& other);
+    explicit CESSCertIDv2(const CBlob& certHash);
+    CESSCertIDv2(const CBlob& certHash, const CAlgorithmIdentifier& hashAlgorithm);
+    CESSCertIDv2(const CESSCertIDv2& other);
+    CESSCertIDv2& operator=(const CESSCertIDv2& other);
     ~CESSCertIDv2();
 
-    CAlgorithmIdentifier const& get_hashAlgorithm() const noexcept;
-    CBlob const& get_certHash() const noexcept;
+    const CAlgorithmIdentifier& get_hashAlgorithm() const noexcept;
+    const CBlob& get_certHash() const noexcept;
     // Null if absent.
-    CIssuerSerial const* get_issuerSerial() const noexcept;
-    void put_hashAlgorithm(CAlgorithmIdentifier const& hashAlgorithm);
-    void put_certHash(CBlob const& certHash);
-    void put_issuerSerial(CIssuerSerial const* issuerSerial);
+    const CIssuerSerial* get_issuerSerial() const noexcept;
+    void put_hashAlgorithm(const CAlgorithmIdentifier& hashAlgorithm);
+    void put_certHash(const CBlob& certHash);
+    void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
     // The DER. Throws as `CIssuerSerial` and `CAlgorithmIdentifier`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<ESSCertIDv2Block> block_;
 };
 
 // Algorithms with their parameters, hashes, then issuer and serial number.
-bool operator==(CESSCertIDv2 const& a, CESSCertIDv2 const& b) noexcept;
-inline bool operator!=(CESSCertIDv2 const& a, CESSCertIDv2 const& b) noexcept {
+bool operator==(const CESSCertIDv2& a, const CESSCertIDv2& b) noexcept;
+inline bool operator!=(const CESSCertIDv2& a, const CESSCertIDv2& b) noexcept {
     return !(a == b);
 }
 

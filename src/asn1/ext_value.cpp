@@ -4,8 +4,8 @@ namespace Halcyon::ASN1 {
 
 CExtValue::CExtValue() : oid_("") {}
 
-CExtValue::CExtValue(char const* oid) : oid_(oid) {}
+CExtValue::CExtValue(const char* oid) : oid_(oid) {}
 
-CExtValue::CExtValue(char const* oid, CBlob const& value) : oid_(oid), value_(value) {}
+CExtValue::CExtValue(const char* oid, const CBlob& value) : oid_(oid), value_(value) {}
 
 } // namespace Halcyon::ASN1

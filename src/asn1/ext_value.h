@@ -11,11 +11,11 @@ namespace Halcyon::ASN1 {
 class CExtValue {
 public:
     CExtValue();
-    explicit CExtValue(char const* oid);
-    CExtValue(char const* oid, CBlob const& value);
+    explicit CExtValue(const char* oid);
+    CExtValue(const char* oid, const CBlob& value);
 
-    char const* get_oid() const noexcept { return oid_.c_str(); }
-    CBlob const& get_value() const noexcept { return value_; }
+    const char* get_oid() const noexcept { return oid_.c_str(); }
+    const CBlob& get_value() const noexcept { return value_; }
     CBlob& value() noexcept { return value_; }
 
 private:

@@ -10,10 +10,10 @@
 
 namespace Halcyon::ASN1 {
 
-CExtension::CExtension(CExtValue const& value, bool critical)
+CExtension::CExtension(const CExtValue& value, bool critical)
     : value_(value), critical_(critical) {}
 
-bool operator==(CExtension const& a, CExtension const& b) noexcept {
+bool operator==(const CExtension& a, const CExtension& b) noexcept {
     return a.get_critical() == b.get_critical() &&
            std::strcmp(a.get_extnID(), b.get_extnID()) == 0 &&
            a.get_extnValue() == b.get_extnValue();
@@ -23,7 +23,7 @@ CBlob CExtension::encode() const {
     return asn1Encode<ASN1T_Extension_traits, CExtension>(*this);
 }
 
-void CExtension::decode(CBlob const& der) {
+void CExtension::decode(const CBlob& der) {
     asn1Decode<ASN1T_Extension_traits, CExtension>(der, *this);
 }
 
@@ -32,7 +32,7 @@ void CExtension::decode(CBlob const& der) {
 //     critical   BOOLEAN DEFAULT FALSE,
 //     extnValue  OCTET STRING }
 
-void ASN1T_Extension_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CExtension const& value) {
+void ASN1T_Extension_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CExtension& value) {
     ASN1_T local;
     ASN1TObjId_traits::set(ctxt, local.extnID, value.get_extnID());
     local.critical = value.get_critical();
@@ -43,13 +43,13 @@ void ASN1T_Extension_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CExtension cons
     copy(ctxt, local, record);
 }
 
-void ASN1T_Extension_traits::get(ASN1_T const& record, CExtension& value) {
+void ASN1T_Extension_traits::get(const ASN1_T& record, CExtension& value) {
     CBlob octets;
     Asn1TObject_traits::get(record.extnValue, octets);
     value = CExtension(CExtValue(toOID(record.extnID).c_str(), octets), record.critical != 0);
 }
 
-void ASN1T_Extension_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_Extension_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_Extension(ctxt, &from, &to);
 }
 

@@ -8,17 +8,17 @@ namespace Halcyon::ASN1 {
 class CExtension {
 public:
     CExtension() = default;
-    CExtension(CExtValue const& value, bool critical);
+    CExtension(const CExtValue& value, bool critical);
 
-    char const* get_extnID() const noexcept { return value_.get_oid(); }
+    const char* get_extnID() const noexcept { return value_.get_oid(); }
     // The DER without the OCTET STRING around it.
-    CBlob const& get_extnValue() const noexcept { return value_.get_value(); }
+    const CBlob& get_extnValue() const noexcept { return value_.get_value(); }
     bool get_critical() const noexcept { return critical_; }
 
     // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for a value that
     // doesn't fit a known type.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     CExtValue value_;
@@ -26,8 +26,8 @@ private:
 };
 
 // The marks, then types and values byte for byte.
-bool operator==(CExtension const& a, CExtension const& b) noexcept;
-inline bool operator!=(CExtension const& a, CExtension const& b) noexcept {
+bool operator==(const CExtension& a, const CExtension& b) noexcept;
+inline bool operator!=(const CExtension& a, const CExtension& b) noexcept {
     return !(a == b);
 }
 

@@ -13,11 +13,11 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-CExtension unknown(char const* der, bool critical) {
+CExtension unknown(const char* der, bool critical) {
     return CExtension(CExtValue("1.2.3.4", fromHex(der)), critical);
 }
 
-std::string throughX509Extensions(CBlob const& der) {
+std::string throughX509Extensions(const CBlob& der) {
     return throughOpenSSL<X509_EXTENSIONS>(
         der, d2i_X509_EXTENSIONS, i2d_X509_EXTENSIONS,
         [](X509_EXTENSIONS* list) { sk_X509_EXTENSION_pop_free(list, X509_EXTENSION_free); });
@@ -26,15 +26,15 @@ std::string throughX509Extensions(CBlob const& der) {
 TEST(Extension, RoundTripsInOpenSSLsEncoding) {
     struct {
         CExtension value;
-        char const* der;
+        const char* der;
     } const rows[] = {
         {unknown("0500", false), "300906032A030404020500"},
         {unknown("0500", true), "300C06032A03040101FF04020500"},
         {unknown("", true), "300A06032A03040101FF0400"},
         {CExtension(CExtCRLReason(crlReasonKeyCompromise), false), "300A0603551D1504030A0101"},
     };
-    for (auto const& row : rows) {
-        CBlob const der = row.value.encode();
+    for (const auto& row : rows) {
+        const CBlob der = row.value.encode();
         EXPECT_EQ(toHex(der), row.der);
         EXPECT_EQ(throughOpenSSL<X509_EXTENSION>(der, d2i_X509_EXTENSION, i2d_X509_EXTENSION,
                                                  X509_EXTENSION_free),
@@ -58,7 +58,7 @@ TEST(Extension, KnownTypeWithAValueThatDoesNotFitIsRefused) {
         0x80093101u);
     EXPECT_EQ(codeThrownBy([] { CExtension().encode(); }), 0x80070057u);
     CExtension kept = unknown("0500", true);
-    for (char const* der : {"", "3000", "30090603551D0F04020500", "300906032A0304040205"})
+    for (const char* der : {"", "3000", "30090603551D0F04020500", "300906032A0304040205"})
         EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex(der)); }), 0x80093101u) << der;
     EXPECT_TRUE(kept == unknown("0500", true));
 }
@@ -84,7 +84,7 @@ TEST(Extensions, RoundTripAndKeepWhatCame) {
     list.push_back(unknown("0500", false));
     list.push_back(unknown("0500", false));
     list.push_back(CExtension(CExtValue("2.5.29.15", fromHex("03020780")), true));
-    CBlob const der = list.encode();
+    const CBlob der = list.encode();
     EXPECT_EQ(throughX509Extensions(der), toHex(der));
     CExtensions back;
     back.decode(der);
@@ -94,7 +94,7 @@ TEST(Extensions, RoundTripAndKeepWhatCame) {
 
 TEST(Extensions, ReadWhatOpenSSLWrites) {
     X509_EXTENSIONS* made = nullptr;
-    for (auto const& [nid, value] : {std::pair(NID_basic_constraints, "critical,CA:TRUE,pathlen:3"),
+    for (const auto& [nid, value] : {std::pair(NID_basic_constraints, "critical,CA:TRUE,pathlen:3"),
                                      std::pair(NID_ext_key_usage, "critical,timeStamping"),
                                      std::pair(NID_subject_alt_name, "DNS:a.b"),
                                      std::pair(NID_info_access, "OCSP;URI:http://a")}) {
@@ -102,7 +102,7 @@ TEST(Extensions, ReadWhatOpenSSLWrites) {
         X509v3_add_ext(&made, extension, -1);
         X509_EXTENSION_free(extension);
     }
-    CBlob const der = writtenByOpenSSL(made, i2d_X509_EXTENSIONS);
+    const CBlob der = writtenByOpenSSL(made, i2d_X509_EXTENSIONS);
     sk_X509_EXTENSION_pop_free(made, X509_EXTENSION_free);
     CExtensions list;
     list.decode(der);
@@ -122,7 +122,7 @@ TEST(CRLReason, KeepsBothFormsInStep) {
     reason.put_reason(crlReasonAACompromise);
     EXPECT_EQ(toHex(reason.get_value()), "0A010A");
     EXPECT_EQ(CExtCRLReason(fromHex("0A0101")).get_reason(), crlReasonKeyCompromise);
-    for (char const* der : {"", "0A010B", "020101"})
+    for (const char* der : {"", "0A010B", "020101"})
         EXPECT_EQ(codeThrownBy([&] { CExtCRLReason bad(fromHex(der)); }), 0x80093101u) << der;
 }
 
@@ -139,7 +139,7 @@ TEST(HoldInstructionCode, KeepsBothFormsInStep) {
 TEST(InvalidityDate, IsAlwaysGeneralizedTimeWithoutFraction) {
     CExtInvalidityDate date(CDateTime(2024, 1, 2, 3, 4, 5, 999, 0));
     EXPECT_EQ(toHex(date.get_value()), "180F32303234303130323033303430355A");
-    CExtInvalidityDate const back(date.get_value());
+    const CExtInvalidityDate back(date.get_value());
     EXPECT_EQ(back.get_invalidityDate(), CDateTime(2024, 1, 2, 3, 4, 5, 0, 0));
     date.put_invalidityDate(CDateTime(2051, 1, 1, 0, 0, 0, 0, 0));
     EXPECT_EQ(toHex(date.get_value()), "180F32303531303130313030303030305A");
@@ -160,8 +160,8 @@ TEST(CertificateIssuer, KeepsBothFormsInStep) {
 }
 
 TEST(PrivateKeyUsagePeriod, DatesComeAndGo) {
-    CDateTime const from(2024, 1, 1, 0, 0, 0, 0, 0);
-    CDateTime const to(2025, 1, 1, 0, 0, 0, 0, 0);
+    const CDateTime from(2024, 1, 1, 0, 0, 0, 0, 0);
+    const CDateTime to(2025, 1, 1, 0, 0, 0, 0, 0);
     EXPECT_EQ(toHex(CExtPrivateKeyUsagePeriod(nullptr, nullptr).get_value()), "3000");
     CExtPrivateKeyUsagePeriod period(&from, &to);
     EXPECT_EQ(throughOpenSSL<PKEY_USAGE_PERIOD>(period.get_value(), d2i_PKEY_USAGE_PERIOD,
@@ -178,7 +178,7 @@ TEST(PrivateKeyUsagePeriod, DatesComeAndGo) {
     back.decode();
     EXPECT_EQ(back.get_notAfter(), nullptr);
     EXPECT_EQ(*CExtPrivateKeyUsagePeriod(period).get_notAfter(), to);
-    CExtPrivateKeyUsagePeriod const open(&from, nullptr);
+    const CExtPrivateKeyUsagePeriod open(&from, nullptr);
     EXPECT_EQ(*CExtPrivateKeyUsagePeriod(open.get_value()).get_notBefore(), from);
     EXPECT_EQ(CExtPrivateKeyUsagePeriod(open.get_value()).get_notAfter(), nullptr);
     period.put_notAfter(&from);

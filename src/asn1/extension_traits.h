@@ -9,9 +9,9 @@
 namespace Halcyon::ASN1 {
 
 struct ASN1T_Extension_traits : CCodeClassT<asn1data::ASN1T_Extension, asn1data::ASN1C_Extension> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CExtension const& value);
-    static void get(ASN1_T const& record, CExtension& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CExtension& value);
+    static void get(const ASN1_T& record, CExtension& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 using ASN1T_Extensions_traits =

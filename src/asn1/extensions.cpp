@@ -6,22 +6,22 @@
 
 namespace Halcyon::ASN1 {
 
-CExtensions::iterator CExtensions::find(char const* oid) {
+CExtensions::iterator CExtensions::find(const char* oid) {
     return findElementByOid(*this, oid, &CExtension::get_extnID);
 }
 
-CExtensions::const_iterator CExtensions::find(char const* oid) const {
+CExtensions::const_iterator CExtensions::find(const char* oid) const {
     return findElementByOid(*this, oid, &CExtension::get_extnID);
 }
 
-void CExtensions::erase(char const* oid) {
-    auto const found = find(oid);
+void CExtensions::erase(const char* oid) {
+    const auto found = find(oid);
     if (found != end())
         erase(found);
 }
 
-void CExtensions::insert(CExtension const& extension) {
-    auto const found = find(extension.get_extnID());
+void CExtensions::insert(const CExtension& extension) {
+    const auto found = find(extension.get_extnID());
     if (found == end())
         push_back(extension);
     else
@@ -32,7 +32,7 @@ CBlob CExtensions::encode() const {
     return asn1Encode<ASN1T_Extensions_traits, CExtensions>(*this);
 }
 
-void CExtensions::decode(CBlob const& der) {
+void CExtensions::decode(const CBlob& der) {
     asn1Decode<ASN1T_Extensions_traits, CExtensions>(der, *this);
 }
 

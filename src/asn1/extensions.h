@@ -14,19 +14,19 @@ public:
     using std::list<CExtension>::list;
 
     // The first extension of that type, by the exact text, or `end()`.
-    iterator find(char const* oid);
-    const_iterator find(char const* oid) const;
+    iterator find(const char* oid);
+    const_iterator find(const char* oid) const;
     // Removes the first extension of that type, if there is one.
-    void erase(char const* oid);
+    void erase(const char* oid);
     using std::list<CExtension>::erase;
     // Replaces value and mark of the extension of that type, or appends.
-    void insert(CExtension const& extension);
+    void insert(const CExtension& extension);
     using std::list<CExtension>::insert;
 
     // The DER. Throws as `CExtension`.
     CBlob encode() const;
     // Replaces the list.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

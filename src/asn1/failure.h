@@ -26,7 +26,7 @@ template <class Step>
 decltype(auto) withResultCodes(Step&& step) {
     try {
         return step();
-    } catch (ASN1MessageBuffer::RTLError const& error) {
+    } catch (const ASN1MessageBuffer::RTLError& error) {
         if (error.getStatus() == rtStatusNoMemory)
             failMemory();
         failCodec();

@@ -27,13 +27,13 @@ CBlob CPKIFailureInfo::encode() const {
     return asn1Encode<ASN1T_PKIFailureInfo_traits, CPKIFailureInfo>(*this);
 }
 
-void CPKIFailureInfo::decode(CBlob const& der) {
+void CPKIFailureInfo::decode(const CBlob& der) {
     asn1Decode<ASN1T_PKIFailureInfo_traits, CPKIFailureInfo>(der, *this);
 }
 
 // PKIFailureInfo ::= BIT STRING { badAlg (0), badRequest (2), badDataFormat (5), ... }
 
-void ASN1T_PKIFailureInfo_traits::set(ASN1CTXT*, ASN1_T& record, CPKIFailureInfo const& value) {
+void ASN1T_PKIFailureInfo_traits::set(ASN1CTXT*, ASN1_T& record, const CPKIFailureInfo& value) {
     static_assert(sizeof(record.data) == 4);
     record = {};
     for (unsigned int n = 0; n < 32; ++n)
@@ -45,14 +45,14 @@ void ASN1T_PKIFailureInfo_traits::set(ASN1CTXT*, ASN1_T& record, CPKIFailureInfo
             record.numbits = 8 * i + static_cast<std::uint32_t>(rtOctetBitLen(record.data[i]));
 }
 
-void ASN1T_PKIFailureInfo_traits::get(ASN1_T const& record, CPKIFailureInfo& value) {
+void ASN1T_PKIFailureInfo_traits::get(const ASN1_T& record, CPKIFailureInfo& value) {
     value.put_value(0);
     for (std::uint32_t n = 0; n < record.numbits; ++n)
         if (rtTestBit(record.data, record.numbits, n) != 0)
             value.put_bit(n, true);
 }
 
-void ASN1T_PKIFailureInfo_traits::copy(ASN1CTXT*, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_PKIFailureInfo_traits::copy(ASN1CTXT*, const ASN1_T& from, ASN1_T& to) {
     to = from;
 }
 

@@ -19,16 +19,16 @@ public:
     // The DER BIT STRING, without trailing zero bits.
     CBlob encode() const;
     // Throws 0x80093101, for a string of more than 32 bits too.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     unsigned int value_;
 };
 
-inline bool operator==(CPKIFailureInfo const& a, CPKIFailureInfo const& b) noexcept {
+inline bool operator==(const CPKIFailureInfo& a, const CPKIFailureInfo& b) noexcept {
     return a.get_value() == b.get_value();
 }
-inline bool operator!=(CPKIFailureInfo const& a, CPKIFailureInfo const& b) noexcept {
+inline bool operator!=(const CPKIFailureInfo& a, const CPKIFailureInfo& b) noexcept {
     return !(a == b);
 }
 

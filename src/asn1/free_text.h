@@ -12,14 +12,14 @@ namespace Halcyon::ASN1 {
 class CPKIFreeTextString {
 public:
     explicit CPKIFreeTextString(CLanguageTag language);
-    CPKIFreeTextString(wchar_t const* value, CLanguageTag language);
+    CPKIFreeTextString(const wchar_t* value, CLanguageTag language);
     // Through the system's code page.
-    CPKIFreeTextString(char const* value, CLanguageTag language);
+    CPKIFreeTextString(const char* value, CLanguageTag language);
 
-    void assign(CPKIFreeTextString const& other);
-    wchar_t const* get_value() const noexcept { return value_.c_str(); }
-    CLanguageTag const& get_language() const noexcept { return language_; }
-    void set_value(wchar_t const* value);
+    void assign(const CPKIFreeTextString& other);
+    const wchar_t* get_value() const noexcept { return value_.c_str(); }
+    const CLanguageTag& get_language() const noexcept { return language_; }
+    void set_value(const wchar_t* value);
 
 private:
     CWStringProxy value_;
@@ -27,8 +27,8 @@ private:
 };
 
 // Languages first, then the texts, character for character.
-bool operator==(CPKIFreeTextString const& a, CPKIFreeTextString const& b) noexcept;
-inline bool operator!=(CPKIFreeTextString const& a, CPKIFreeTextString const& b) noexcept {
+bool operator==(const CPKIFreeTextString& a, const CPKIFreeTextString& b) noexcept;
+inline bool operator!=(const CPKIFreeTextString& a, const CPKIFreeTextString& b) noexcept {
     return !(a == b);
 }
 
@@ -38,22 +38,22 @@ class CPKIFreeText : public std::list<CPKIFreeTextString> {
 public:
     using std::list<CPKIFreeTextString>::list;
 
-    CPKIFreeText(wchar_t const* value, CLanguageTag language);
-    CPKIFreeText(CPKIFreeTextString const& element);
+    CPKIFreeText(const wchar_t* value, CLanguageTag language);
+    CPKIFreeText(const CPKIFreeTextString& element);
 
     // The first element. The list must not be empty: throws 0x80070057 if it is.
     operator CPKIFreeTextString();
-    operator CPKIFreeTextString const&() const;
+    operator const CPKIFreeTextString&() const;
 
     // For "*" the first element. For any other tag the first element of that language whose text is
     // empty: an element with a text is never found by its language. `end()` if there's none.
-    iterator find(CLanguageTag const& language);
-    const_iterator find(CLanguageTag const& language) const;
+    iterator find(const CLanguageTag& language);
+    const_iterator find(const CLanguageTag& language) const;
     // Erases what `find` gives until it gives nothing: with "*" everything.
-    void remove(CLanguageTag const& language);
+    void remove(const CLanguageTag& language);
     // Replaces what `find` gives for the element's language, or else appends. An element of the
     // language "*" is always appended.
-    void insert(CPKIFreeTextString const& element);
+    void insert(const CPKIFreeTextString& element);
     using std::list<CPKIFreeTextString>::insert;
 };
 

@@ -15,17 +15,17 @@ constexpr wchar_t prefixBlock = 0x0E00;
 
 constexpr std::uint32_t badUtf8 = 0x8009310E; // CRYPT_E_ASN1_UTF8
 
-std::wstring prefixOf(CLanguageTag const& language) {
+std::wstring prefixOf(const CLanguageTag& language) {
     if (language == CLanguageTagDefaultRead())
         return {};
-    CStringProxy const tag = language.tostring();
+    const CStringProxy tag = language.tostring();
     std::wstring prefix(1, prefixStart);
-    for (char const* byte = tag.c_str(); *byte != '\0'; ++byte)
+    for (const char* byte = tag.c_str(); *byte != '\0'; ++byte)
         prefix += static_cast<wchar_t>(static_cast<unsigned char>(*byte) | prefixBlock);
     return prefix + prefixEnd;
 }
 
-CLanguageTag languageOf(std::wstring const& text) {
+CLanguageTag languageOf(const std::wstring& text) {
     if (text.empty() || text[0] != prefixStart)
         return CLanguageTagDefaultRead();
     std::string tag;
@@ -42,14 +42,14 @@ CLanguageTag languageOf(std::wstring const& text) {
 // PKIFreeText ::= SEQUENCE SIZE (1..MAX) OF UTF8String
 
 void CPKIFreeText_Encode(ASN1CTXT* ctxt, asn1data::ASN1T_PKIFreeText& record,
-                         CPKIFreeText const& value) {
+                         const CPKIFreeText& value) {
     record.n = static_cast<std::uint32_t>(value.size());
     record.elem = nullptr;
     auto* const texts =
-        static_cast<char const**>(heapBlock(ctxt, value.size() * sizeof(char const*)));
+        static_cast<const char**>(heapBlock(ctxt, value.size() * sizeof(const char*)));
     std::size_t i = 0;
-    for (CPKIFreeTextString const& element : value) {
-        std::wstring const text = prefixOf(element.get_language()) + element.get_value();
+    for (const CPKIFreeTextString& element : value) {
+        const std::wstring text = prefixOf(element.get_language()) + element.get_value();
         texts[i] = utf8FromWide(ctxt, text.c_str());
         if (!texts[i++])
             failCodec();
@@ -58,9 +58,9 @@ void CPKIFreeText_Encode(ASN1CTXT* ctxt, asn1data::ASN1T_PKIFreeText& record,
 }
 
 void CPKIFreeText_Parse(ASN1CTXT* ctxt, CPKIFreeText& value,
-                        asn1data::ASN1T_PKIFreeText const& record) {
+                        const asn1data::ASN1T_PKIFreeText& record) {
     for (std::uint32_t i = 0; i < record.n; ++i) {
-        auto const text = wideFromUtf8(ctxt, record.elem[i]);
+        const auto text = wideFromUtf8(ctxt, record.elem[i]);
         if (!text)
             ATL::AtlThrowImpl(hr(badUtf8));
         value.push_back(CPKIFreeTextString(text->c_str(), languageOf(*text)));

@@ -13,11 +13,11 @@ namespace Halcyon::ASN1 {
 
 // Throws CAtlException 0x80093106 without memory and 0x80093101 for a text that has no UTF-8 form.
 void CPKIFreeText_Encode(ASN1CTXT* ctxt, asn1data::ASN1T_PKIFreeText& record,
-                         CPKIFreeText const& value);
+                         const CPKIFreeText& value);
 
 // Appends to `value`. Throws 0x8009310E for a text that isn't UTF-8 and 0x80070057 for a prefix
 // without its end; the elements before it stay.
 void CPKIFreeText_Parse(ASN1CTXT* ctxt, CPKIFreeText& value,
-                        asn1data::ASN1T_PKIFreeText const& record);
+                        const asn1data::ASN1T_PKIFreeText& record);
 
 } // namespace Halcyon::ASN1

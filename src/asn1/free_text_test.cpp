@@ -8,22 +8,22 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-CPKIFreeTextString russian(wchar_t const* text) {
+CPKIFreeTextString russian(const wchar_t* text) {
     return {text, CLanguageTagRuRu()};
 }
-CPKIFreeTextString plain(wchar_t const* text) {
+CPKIFreeTextString plain(const wchar_t* text) {
     return {text, CLanguageTagDefaultRead()};
 }
 
 // The texts as they stand in the record, and read back from it.
-std::string wireText(CPKIFreeTextString const& element) {
+std::string wireText(const CPKIFreeTextString& element) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_PKIFreeText record{};
     CPKIFreeText_Encode(scratch.getCtxtPtr(), record, CPKIFreeText(element));
     return record.elem[0];
 }
 
-CPKIFreeText parsed(char const* utf8) {
+CPKIFreeText parsed(const char* utf8) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_PKIFreeText record{};
     record.n = 1;
@@ -50,12 +50,12 @@ TEST(FreeText, LanguageGoesOutAsAPrefixOfThaiCharacters) {
 }
 
 TEST(FreeText, PrefixStaysInTheTextThatIsRead) {
-    CPKIFreeText const value = parsed(wireText({L"x", CLanguageTag("EN")}).c_str());
+    const CPKIFreeText value = parsed(wireText({L"x", CLanguageTag("EN")}).c_str());
     ASSERT_EQ(value.size(), 1u);
     EXPECT_TRUE(value.front().get_language() == CLanguageTag("en"));
     EXPECT_STREQ(value.front().get_value(), L"\x0E01\x0E65\x0E6E\x0E7Ex");
     // Which doubles it when the text goes out again.
-    CPKIFreeText const again = parsed(wireText(value.front()).c_str());
+    const CPKIFreeText again = parsed(wireText(value.front()).c_str());
     EXPECT_STREQ(again.front().get_value(), L"\x0E01\x0E65\x0E6E\x0E7E\x0E01\x0E65\x0E6E\x0E7Ex");
     EXPECT_TRUE(parsed("x").front().get_language() == CLanguageTagDefaultRead());
 }
@@ -70,7 +70,7 @@ TEST(FreeText, PrefixWithoutItsEndAndBrokenUTF8AreRefused) {
 
 TEST(FreeText, ParsingAppendsAndKeepsWhatCameBeforeAFailure) {
     ASN1BERDecodeBuffer scratch;
-    char const* texts[] = {"a", "b", "\xFF"};
+    const char* texts[] = {"a", "b", "\xFF"};
     asn1data::ASN1T_PKIFreeText record{};
     record.n = 3;
     record.elem = texts;
@@ -114,9 +114,9 @@ TEST(FreeText, RemovesByTheSameSearch) {
 TEST(FreeText, ConvertsToItsFirstElement) {
     CPKIFreeText value(russian(L"a"));
     value.push_back(plain(L"b"));
-    CPKIFreeTextString const first = value.operator CPKIFreeTextString();
+    const CPKIFreeTextString first = value.operator CPKIFreeTextString();
     EXPECT_TRUE(first == russian(L"a"));
-    EXPECT_EQ(&static_cast<CPKIFreeTextString const&>(std::as_const(value)), &value.front());
+    EXPECT_EQ(&static_cast<const CPKIFreeTextString&>(std::as_const(value)), &value.front());
     CPKIFreeText empty;
     EXPECT_EQ(codeThrownBy([&] { empty.operator CPKIFreeTextString(); }), 0x80070057u);
 }

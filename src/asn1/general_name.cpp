@@ -34,9 +34,9 @@ public:
     ~CGeneralNameImpl() override { clearValue(); }
 
 protected:
-    ChoiceValueTraits const* findTraits(unsigned int kind) const noexcept override {
-        static constexpr ChoiceValueTraits const* none = &ChoiceValueTraitsT<void*, 0>::instance;
-        static constexpr ChoiceValueTraits const* traits[] = {
+    const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept override {
+        static constexpr const ChoiceValueTraits* none = &ChoiceValueTraitsT<void*, 0>::instance;
+        static constexpr const ChoiceValueTraits* traits[] = {
             none,
             none,
             &ChoiceValueTraitsT<std::wstring, kindRfc822Name>::instance,
@@ -56,13 +56,13 @@ namespace {
 
 using Impl = std::unique_ptr<CGeneralNameImpl>;
 
-wchar_t const* textOf(Impl const& impl, unsigned int kind) {
-    std::wstring const* const text = choiceValue<std::wstring>(impl, kind);
+const wchar_t* textOf(const Impl& impl, unsigned int kind) {
+    const std::wstring* const text = choiceValue<std::wstring>(impl, kind);
     return text ? text->c_str() : nullptr;
 }
 
-void putText(Impl& impl, unsigned int kind, wchar_t const* text) {
-    std::wstring const copy(text);
+void putText(Impl& impl, unsigned int kind, const wchar_t* text) {
+    const std::wstring copy(text);
     putChoice(impl, kind, &copy);
 }
 
@@ -70,9 +70,9 @@ void putText(Impl& impl, unsigned int kind, wchar_t const* text) {
 
 CGeneralName::CGeneralName() : impl_(std::make_unique<CGeneralNameImpl>()) {}
 
-CGeneralName::CGeneralName(CGeneralName const& other) : impl_(copyChoice(other.impl_)) {}
+CGeneralName::CGeneralName(const CGeneralName& other) : impl_(copyChoice(other.impl_)) {}
 
-CGeneralName& CGeneralName::operator=(CGeneralName const& other) {
+CGeneralName& CGeneralName::operator=(const CGeneralName& other) {
     assignChoice(impl_, other.impl_);
     return *this;
 }
@@ -87,51 +87,51 @@ unsigned int CGeneralName::get_type() const noexcept {
     return choiceType(impl_);
 }
 
-wchar_t const* CGeneralName::get_rfc822Name() const noexcept {
+const wchar_t* CGeneralName::get_rfc822Name() const noexcept {
     return textOf(impl_, kindRfc822Name);
 }
 
-wchar_t const* CGeneralName::get_dNSName() const noexcept {
+const wchar_t* CGeneralName::get_dNSName() const noexcept {
     return textOf(impl_, kindDNSName);
 }
 
-CBlob const* CGeneralName::get_directoryName() const noexcept {
+const CBlob* CGeneralName::get_directoryName() const noexcept {
     return choiceValue<CBlob>(impl_, kindDirectoryName);
 }
 
-wchar_t const* CGeneralName::get_uniformResourceIdentifier() const noexcept {
+const wchar_t* CGeneralName::get_uniformResourceIdentifier() const noexcept {
     return textOf(impl_, kindUniformResourceIdentifier);
 }
 
-CBlob const* CGeneralName::get_iPAddress() const noexcept {
+const CBlob* CGeneralName::get_iPAddress() const noexcept {
     return choiceValue<CBlob>(impl_, kindIPAddress);
 }
 
-wchar_t const* CGeneralName::get_registeredID() const noexcept {
+const wchar_t* CGeneralName::get_registeredID() const noexcept {
     return textOf(impl_, kindRegisteredID);
 }
 
-void CGeneralName::put_rfc822Name(wchar_t const* name) {
+void CGeneralName::put_rfc822Name(const wchar_t* name) {
     putText(impl_, kindRfc822Name, name);
 }
 
-void CGeneralName::put_dNSName(wchar_t const* name) {
+void CGeneralName::put_dNSName(const wchar_t* name) {
     putText(impl_, kindDNSName, name);
 }
 
-void CGeneralName::put_directoryName(CBlob const& der) {
+void CGeneralName::put_directoryName(const CBlob& der) {
     putChoice(impl_, kindDirectoryName, &der);
 }
 
-void CGeneralName::put_uniformResourceIdentifier(wchar_t const* uri) {
+void CGeneralName::put_uniformResourceIdentifier(const wchar_t* uri) {
     putText(impl_, kindUniformResourceIdentifier, uri);
 }
 
-void CGeneralName::put_iPAddress(CBlob const& octets) {
+void CGeneralName::put_iPAddress(const CBlob& octets) {
     putChoice(impl_, kindIPAddress, &octets);
 }
 
-void CGeneralName::put_registeredID(wchar_t const* oid) {
+void CGeneralName::put_registeredID(const wchar_t* oid) {
     putText(impl_, kindRegisteredID, oid);
 }
 
@@ -158,13 +158,13 @@ CWStringProxy CGeneralName::toString() const {
 namespace {
 
 // Both texts are absent, or begin with the same character.
-bool sameStart(wchar_t const* a, wchar_t const* b) {
+bool sameStart(const wchar_t* a, const wchar_t* b) {
     return a && b ? *a == *b : a == b;
 }
 
 } // namespace
 
-bool operator==(CGeneralName const& a, CGeneralName const& b) noexcept {
+bool operator==(const CGeneralName& a, const CGeneralName& b) noexcept {
     return a.get_type() == b.get_type() && sameStart(a.get_rfc822Name(), b.get_rfc822Name()) &&
            sameStart(a.get_dNSName(), b.get_dNSName()) &&
            equal_optional(a.get_directoryName(), b.get_directoryName()) &&
@@ -177,7 +177,7 @@ CBlob CGeneralName::encode() const {
     return asn1Encode<ASN1T_GeneralName_traits, CGeneralName>(*this);
 }
 
-void CGeneralName::decode(CBlob const& der) {
+void CGeneralName::decode(const CBlob& der) {
     asn1Decode<ASN1T_GeneralName_traits, CGeneralName>(der, *this);
 }
 
@@ -195,13 +195,13 @@ void CGeneralName::decode(CBlob const& der) {
 namespace {
 
 // The text in the system's code page.
-char const* narrowText(ASN1CTXT* ctxt, wchar_t const* text) {
+const char* narrowText(ASN1CTXT* ctxt, const wchar_t* text) {
     return heapText(ctxt, tostring(text).c_str());
 }
 
 } // namespace
 
-void ASN1T_GeneralName_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CGeneralName const& value) {
+void ASN1T_GeneralName_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CGeneralName& value) {
     switch (value.get_type()) {
     case kindRfc822Name:
         record.u.rfc822Name = narrowText(ctxt, value.get_rfc822Name());
@@ -232,7 +232,7 @@ void ASN1T_GeneralName_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CGeneralName 
     record.t = value.get_type();
 }
 
-void ASN1T_GeneralName_traits::get(ASN1_T const& record, CGeneralName& value) {
+void ASN1T_GeneralName_traits::get(const ASN1_T& record, CGeneralName& value) {
     CBlob octets;
     switch (record.t) {
     case kindRfc822Name:
@@ -260,7 +260,7 @@ void ASN1T_GeneralName_traits::get(ASN1_T const& record, CGeneralName& value) {
     }
 }
 
-void ASN1T_GeneralName_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_GeneralName_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_GeneralName(ctxt, &from, &to);
 }
 

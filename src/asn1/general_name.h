@@ -16,8 +16,8 @@ class CGeneralNameImpl;
 class CGeneralName {
 public:
     CGeneralName();
-    CGeneralName(CGeneralName const& other);
-    CGeneralName& operator=(CGeneralName const& other);
+    CGeneralName(const CGeneralName& other);
+    CGeneralName& operator=(const CGeneralName& other);
     ~CGeneralName();
     // Gives up the value. After that the object may only be assigned to or destroyed.
     void clear() noexcept;
@@ -25,28 +25,28 @@ public:
     unsigned int get_type() const noexcept;
 
     // Null for another kind.
-    wchar_t const* get_rfc822Name() const noexcept;
-    wchar_t const* get_dNSName() const noexcept;
+    const wchar_t* get_rfc822Name() const noexcept;
+    const wchar_t* get_dNSName() const noexcept;
     // The DER of a Name.
-    CBlob const* get_directoryName() const noexcept;
-    wchar_t const* get_uniformResourceIdentifier() const noexcept;
+    const CBlob* get_directoryName() const noexcept;
+    const wchar_t* get_uniformResourceIdentifier() const noexcept;
     // The octets.
-    CBlob const* get_iPAddress() const noexcept;
+    const CBlob* get_iPAddress() const noexcept;
     // Dotted text.
-    wchar_t const* get_registeredID() const noexcept;
+    const wchar_t* get_registeredID() const noexcept;
 
-    void put_rfc822Name(wchar_t const* name);
-    void put_dNSName(wchar_t const* name);
-    void put_directoryName(CBlob const& der);
-    void put_uniformResourceIdentifier(wchar_t const* uri);
-    void put_iPAddress(CBlob const& octets);
-    void put_registeredID(wchar_t const* oid);
+    void put_rfc822Name(const wchar_t* name);
+    void put_dNSName(const wchar_t* name);
+    void put_directoryName(const CBlob& der);
+    void put_uniformResourceIdentifier(const wchar_t* uri);
+    void put_iPAddress(const CBlob& octets);
+    void put_registeredID(const wchar_t* oid);
 
     // The DER. Throws 0x80070057 for kind 0 and for a registeredID that is no identifier, and
     // 0x80093101 for a directoryName that is no Name.
     CBlob encode() const;
     // Throws 0x80070057 for a kind that isn't supported, 0x80093101 for all else.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
     // The kind, a colon, a blank and the value; the octets of an address aren't shown. The empty
     // text for kind 0. Throws 0x80093101 for a directoryName that can't be read.
@@ -58,8 +58,8 @@ private:
 
 // Kinds, then: blobs byte for byte; of texts only the first character. Two dNSName values axy and
 // abc are equal.
-bool operator==(CGeneralName const& a, CGeneralName const& b) noexcept;
-inline bool operator!=(CGeneralName const& a, CGeneralName const& b) noexcept {
+bool operator==(const CGeneralName& a, const CGeneralName& b) noexcept;
+inline bool operator!=(const CGeneralName& a, const CGeneralName& b) noexcept {
     return !(a == b);
 }
 

@@ -10,13 +10,13 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-CGeneralName dns(wchar_t const* text) {
+CGeneralName dns(const wchar_t* text) {
     CGeneralName name;
     name.put_dNSName(text);
     return name;
 }
 
-CGeneralName decoded(char const* der) {
+CGeneralName decoded(const char* der) {
     CGeneralName name;
     name.decode(fromHex(der));
     return name;
@@ -26,8 +26,8 @@ CGeneralName decoded(char const* der) {
 struct Sample {
     CGeneralName name;
     unsigned int kind;
-    char const* der;
-    wchar_t const* text;
+    const char* der;
+    const wchar_t* text;
 };
 
 std::vector<Sample> samples() {
@@ -47,14 +47,14 @@ std::vector<Sample> samples() {
 }
 
 TEST(GeneralName, RoundTripsEachKindInOpenSSLsEncoding) {
-    for (Sample const& row : samples()) {
+    for (const Sample& row : samples()) {
         EXPECT_EQ(row.name.get_type(), row.kind);
-        CBlob const der = row.name.encode();
+        const CBlob der = row.name.encode();
         EXPECT_EQ(toHex(der), row.der);
         EXPECT_EQ(throughOpenSSL<GENERAL_NAME>(der, d2i_GENERAL_NAME, i2d_GENERAL_NAME,
                                                GENERAL_NAME_free),
                   row.der);
-        CGeneralName const back = decoded(row.der);
+        const CGeneralName back = decoded(row.der);
         EXPECT_EQ(back.get_type(), row.kind);
         EXPECT_STREQ(back.toString().c_str(), row.text);
         EXPECT_EQ(toHex(back.encode()), row.der);
@@ -63,7 +63,7 @@ TEST(GeneralName, RoundTripsEachKindInOpenSSLsEncoding) {
 }
 
 TEST(GeneralName, GettersAnswerForTheirKindOnly) {
-    for (Sample const& row : samples()) {
+    for (const Sample& row : samples()) {
         EXPECT_EQ(row.name.get_rfc822Name() != nullptr, row.kind == 2);
         EXPECT_EQ(row.name.get_dNSName() != nullptr, row.kind == 3);
         EXPECT_EQ(row.name.get_directoryName() != nullptr, row.kind == 5);
@@ -74,7 +74,7 @@ TEST(GeneralName, GettersAnswerForTheirKindOnly) {
 }
 
 TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
-    CGeneralName const empty;
+    const CGeneralName empty;
     EXPECT_EQ(empty.get_type(), 0u);
     EXPECT_STREQ(empty.toString().c_str(), L"");
     EXPECT_EQ(codeThrownBy([&] { empty.encode(); }), 0x80070057u);
@@ -84,7 +84,7 @@ TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
 }
 
 TEST(GeneralName, UnsupportedAlternativesAreRefused) {
-    for (char const* der : {"A00906032A0304A0020500", "A508A106040401020304"})
+    for (const char* der : {"A00906032A0304A0020500", "A508A106040401020304"})
         EXPECT_NE(codeThrownBy([&] { decoded(der); }), 0u) << der;
     EXPECT_EQ(codeThrownBy([] { decoded("A00906032A0304A0020500"); }), 0x80070057u);
     EXPECT_EQ(codeThrownBy([] { decoded("A508A1060C0401020304"); }), 0x80070057u);
@@ -129,7 +129,7 @@ TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
     copy = name;
     name.put_rfc822Name(L"c@d");
     EXPECT_STREQ(copy.get_rfc822Name(), L"a@b");
-    CGeneralName const& same = copy;
+    const CGeneralName& same = copy;
     copy = same;
     EXPECT_STREQ(copy.get_rfc822Name(), L"a@b");
     copy.clear();
@@ -144,9 +144,9 @@ TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
 
 TEST(GeneralNames, RoundTripAsOpenSSLsList) {
     CGeneralNames names;
-    for (Sample const& row : samples())
+    for (const Sample& row : samples())
         names.push_back(row.name);
-    CBlob const der = names.encode();
+    const CBlob der = names.encode();
     EXPECT_EQ(throughOpenSSL<GENERAL_NAMES>(der, d2i_GENERAL_NAMES, i2d_GENERAL_NAMES,
                                             GENERAL_NAMES_free),
               toHex(der));
@@ -164,7 +164,7 @@ TEST(GeneralNames, ReadsWhatOpenSSLWrites) {
     CGeneralNames names;
     names.decode(extensionValue(made));
     std::wstring text;
-    for (CGeneralName const& name : names)
+    for (const CGeneralName& name : names)
         text += std::wstring(name.toString().c_str()) + L";";
     EXPECT_EQ(text, L"dNSName: a.b;rfc822Name: c@d;iPAddress: (to string is not implemented);"
                     L"registeredID: 1.2.3.4;uniformResourceIdentifier: u:v;");

@@ -10,9 +10,9 @@ namespace Halcyon::ASN1 {
 
 struct ASN1T_GeneralName_traits
     : CCodeClassT<asn1data::ASN1T_GeneralName, asn1data::ASN1C_GeneralName> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CGeneralName const& value);
-    static void get(ASN1_T const& record, CGeneralName& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CGeneralName& value);
+    static void get(const ASN1_T& record, CGeneralName& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 using ASN1T_GeneralNames_traits =

@@ -9,7 +9,7 @@ CBlob CGeneralNames::encode() const {
     return asn1Encode<ASN1T_GeneralNames_traits, CGeneralNames>(*this);
 }
 
-void CGeneralNames::decode(CBlob const& der) {
+void CGeneralNames::decode(const CBlob& der) {
     asn1Decode<ASN1T_GeneralNames_traits, CGeneralNames>(der, *this);
 }
 

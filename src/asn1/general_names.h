@@ -15,7 +15,7 @@ public:
     // The DER. Throws as `CGeneralName`.
     CBlob encode() const;
     // Replaces the list.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

@@ -8,19 +8,19 @@ namespace {
 
 constexpr std::uint32_t tagGeneralizedTime = 24;
 
-CDateTime withoutFraction(CDateTime const& date) {
+CDateTime withoutFraction(const CDateTime& date) {
     return CDateTime(date.year(), date.month(), date.day(), date.hour(), date.minute(),
                      date.second(), 0, 0);
 }
 
 } // namespace
 
-char const* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, CDateTime const& date, bool noFraction) {
-    CDateTime const written = noFraction ? withoutFraction(date) : date;
+const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& date, bool noFraction) {
+    const CDateTime written = noFraction ? withoutFraction(date) : date;
     return heapText(ctxt, written.getGeneralizedTime().c_str());
 }
 
-std::string GetASN1CTimeString(CDateTime const& date, ASN1CTime& control) {
+std::string GetASN1CTimeString(const CDateTime& date, ASN1CTime& control) {
     control.clear();
     if (control.setYear(static_cast<int>(date.year())) != 0 ||
         control.setMonth(static_cast<int>(date.month())) != 0 ||
@@ -29,7 +29,7 @@ std::string GetASN1CTimeString(CDateTime const& date, ASN1CTime& control) {
         control.setMinute(static_cast<int>(date.minute())) != 0 ||
         control.setSecond(static_cast<int>(date.second())) != 0)
         failCodec();
-    int const length = control.getTimeStringLen();
+    const int length = control.getTimeStringLen();
     if (length <= 0)
         failCodec();
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
@@ -38,15 +38,15 @@ std::string GetASN1CTimeString(CDateTime const& date, ASN1CTime& control) {
     return text.c_str();
 }
 
-void ASN1GeneralizedTime_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CDateTime const& value) {
+void ASN1GeneralizedTime_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CDateTime& value) {
     record = DateToASN1GeneralizedTime(ctxt, value, true);
 }
 
-void ASN1GeneralizedTime_traits::get(ASN1_T const& record, CDateTime& value) {
+void ASN1GeneralizedTime_traits::get(const ASN1_T& record, CDateTime& value) {
     value = CDateTime(record ? record : "");
 }
 
-void ASN1GeneralizedTime_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1GeneralizedTime_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     to = DateToASN1GeneralizedTime(ctxt, CDateTime(from ? from : ""), true);
 }
 
@@ -59,7 +59,7 @@ int ASN1GeneralizedTime_traits::decode(ASN1BERDecodeBuffer& buffer, ASN1_T& reco
     try {
         buffer.init();
         return xd_charstr(buffer.getCtxtPtr(), &record, 1, tagGeneralizedTime, 0);
-    } catch (ASN1MessageBuffer::RTLError const& error) {
+    } catch (const ASN1MessageBuffer::RTLError& error) {
         return error.getStatus();
     }
 }

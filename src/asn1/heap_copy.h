@@ -20,7 +20,7 @@ inline void* heapBlock(ASN1CTXT* ctxt, unsigned long size) {
     return block;
 }
 
-inline void* heapCopy(ASN1CTXT* ctxt, void const* source, unsigned long size) {
+inline void* heapCopy(ASN1CTXT* ctxt, const void* source, unsigned long size) {
     void* const block = heapBlock(ctxt, size);
     if (size != 0)
         std::memcpy(block, source, size);
@@ -28,8 +28,8 @@ inline void* heapCopy(ASN1CTXT* ctxt, void const* source, unsigned long size) {
 }
 
 // A text with its terminator.
-inline char const* heapText(ASN1CTXT* ctxt, char const* text) {
-    return static_cast<char const*>(heapCopy(ctxt, text, std::strlen(text) + 1));
+inline const char* heapText(ASN1CTXT* ctxt, const char* text) {
+    return static_cast<const char*>(heapCopy(ctxt, text, std::strlen(text) + 1));
 }
 
 // A zeroed record, which is a record without content for every type of the schema.
@@ -43,9 +43,9 @@ Record* heapRecord(ASN1CTXT* ctxt) {
 
 // Count and bytes of an octet string or open type.
 template <class Record>
-void heapOctets(ASN1CTXT* ctxt, Record& record, CBlob const& octets) {
+void heapOctets(ASN1CTXT* ctxt, Record& record, const CBlob& octets) {
     record.data =
-        static_cast<unsigned char const*>(heapCopy(ctxt, octets.pbData(), octets.cbData()));
+        static_cast<const unsigned char*>(heapCopy(ctxt, octets.pbData(), octets.cbData()));
     record.numocts = static_cast<std::uint32_t>(octets.cbData());
 }
 

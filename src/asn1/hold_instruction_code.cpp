@@ -13,11 +13,11 @@ constexpr char oidHoldInstructionCode[] = "2.5.29.23";
 
 CExtHoldInstructionCode::CExtHoldInstructionCode() : CExtValue(oidHoldInstructionCode), code_("") {}
 
-CExtHoldInstructionCode::CExtHoldInstructionCode(char const* code) : CExtHoldInstructionCode() {
+CExtHoldInstructionCode::CExtHoldInstructionCode(const char* code) : CExtHoldInstructionCode() {
     put_code(code);
 }
 
-CExtHoldInstructionCode::CExtHoldInstructionCode(CBlob const& der)
+CExtHoldInstructionCode::CExtHoldInstructionCode(const CBlob& der)
     : CExtValue(oidHoldInstructionCode, der), code_("") {
     decode();
 }
@@ -25,14 +25,14 @@ CExtHoldInstructionCode::CExtHoldInstructionCode(CBlob const& der)
 // HoldInstruction ::= OBJECT IDENTIFIER
 
 void CExtHoldInstructionCode::encode() {
-    value() = asn1Encode<ASN1TObjId_traits, char const*>(get_code());
+    value() = asn1Encode<ASN1TObjId_traits, const char*>(get_code());
 }
 
 void CExtHoldInstructionCode::decode() {
     asn1Decode<ASN1TObjId_traits, CStringProxy>(get_value(), code_);
 }
 
-void CExtHoldInstructionCode::put_code(char const* code) {
+void CExtHoldInstructionCode::put_code(const char* code) {
     code_ = CStringProxy(code);
     encode();
 }

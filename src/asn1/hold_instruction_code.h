@@ -11,16 +11,16 @@ public:
     // No code and no encoded form.
     CExtHoldInstructionCode();
     // Throws 0x80070057 for a text that is no identifier.
-    explicit CExtHoldInstructionCode(char const* code);
+    explicit CExtHoldInstructionCode(const char* code);
     // Throws 0x80093101 if `der` isn't an OBJECT IDENTIFIER.
-    explicit CExtHoldInstructionCode(CBlob const& der);
+    explicit CExtHoldInstructionCode(const CBlob& der);
 
     void encode();
     void decode();
 
-    char const* get_code() const noexcept { return code_.c_str(); }
+    const char* get_code() const noexcept { return code_.c_str(); }
     // Encodes at once.
-    void put_code(char const* code);
+    void put_code(const char* code);
 
 private:
     CStringProxy code_;

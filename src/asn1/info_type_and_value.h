@@ -13,14 +13,14 @@ namespace Halcyon::ASN1 {
 class CInfoTypeAndValue {
 public:
     CInfoTypeAndValue();
-    explicit CInfoTypeAndValue(char const* infoType);
-    CInfoTypeAndValue(char const* infoType, CBlob const& infoValue);
+    explicit CInfoTypeAndValue(const char* infoType);
+    CInfoTypeAndValue(const char* infoType, const CBlob& infoValue);
 
-    char const* get_infoType() const noexcept { return infoType_.c_str(); }
-    CBlob const& get_infoValue() const noexcept { return infoValue_; }
+    const char* get_infoType() const noexcept { return infoType_.c_str(); }
+    const CBlob& get_infoValue() const noexcept { return infoValue_; }
 
-    bool operator==(CInfoTypeAndValue const& other) const noexcept;
-    bool operator!=(CInfoTypeAndValue const& other) const noexcept { return !(*this == other); }
+    bool operator==(const CInfoTypeAndValue& other) const noexcept;
+    bool operator!=(const CInfoTypeAndValue& other) const noexcept { return !(*this == other); }
 
 private:
     CStringProxy infoType_;
@@ -33,13 +33,13 @@ public:
     using std::list<CInfoTypeAndValue>::list;
 
     // The first element of that type, by the exact text, or `end()`.
-    iterator find(char const* oid);
-    const_iterator find(char const* oid) const;
+    iterator find(const char* oid);
+    const_iterator find(const char* oid) const;
     // Replaces an element of the same type, or appends.
-    void insert(CInfoTypeAndValue const& element);
+    void insert(const CInfoTypeAndValue& element);
     using std::list<CInfoTypeAndValue>::insert;
     // Removes the first element of that type, which must be there: throws 0x80070057 if it isn't.
-    void remove(char const* oid);
+    void remove(const char* oid);
 };
 
 } // namespace Halcyon::ASN1

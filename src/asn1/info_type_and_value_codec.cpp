@@ -14,15 +14,15 @@ namespace {
 
 using Record = asn1data::ASN1T_InfoTypeAndValue;
 
-CInfoTypeAndValue valueOf(Record const& record) {
-    CStringProxy const oid = toOID(record.infoType);
+CInfoTypeAndValue valueOf(const Record& record) {
+    const CStringProxy oid = toOID(record.infoType);
     if (!record.m.infoValuePresent)
         return CInfoTypeAndValue(oid.c_str());
     return CInfoTypeAndValue(oid.c_str(), CBlob(record.infoValue.data, record.infoValue.numocts));
 }
 
 // The record lies in one block with its node, as rtDListAppendNode wants it.
-Record* appendRecord(ASN1CTXT* ctxt, ASN1TSeqOfList& list, CInfoTypeAndValue const& value) {
+Record* appendRecord(ASN1CTXT* ctxt, ASN1TSeqOfList& list, const CInfoTypeAndValue& value) {
     constexpr std::size_t nodeSize = sizeof(rtDListNode);
     void* const block =
         rtMemHeapAllocZ(&ctxt->typeHeap, static_cast<std::int32_t>(nodeSize + sizeof(Record)));
@@ -44,13 +44,13 @@ Record* appendRecord(ASN1CTXT* ctxt, ASN1TSeqOfList& list, CInfoTypeAndValue con
 
 void ASN1TavList_Parse(ASN1TSeqOfList& list, CInfoTypeAndValueList& values) {
     values.clear();
-    for (rtDListNode const* node = list.head; node; node = node->next)
-        values.push_back(valueOf(*static_cast<Record const*>(node->data)));
+    for (const rtDListNode* node = list.head; node; node = node->next)
+        values.push_back(valueOf(*static_cast<const Record*>(node->data)));
 }
 
-void ASN1TavList_Encode(CInfoTypeAndValueList const& values, ASN1TSeqOfList& list,
+void ASN1TavList_Encode(const CInfoTypeAndValueList& values, ASN1TSeqOfList& list,
                         ASN1BERDecodeBuffer& buffer) {
-    for (CInfoTypeAndValue const& value : values)
+    for (const CInfoTypeAndValue& value : values)
         appendRecord(buffer.getCtxtPtr(), list, value);
 }
 

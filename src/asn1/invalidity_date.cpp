@@ -13,11 +13,11 @@ constexpr char oidInvalidityDate[] = "2.5.29.24";
 
 CExtInvalidityDate::CExtInvalidityDate() : CExtValue(oidInvalidityDate), date_(0L, 0) {}
 
-CExtInvalidityDate::CExtInvalidityDate(CDateTime const& date) : CExtInvalidityDate() {
+CExtInvalidityDate::CExtInvalidityDate(const CDateTime& date) : CExtInvalidityDate() {
     put_invalidityDate(date);
 }
 
-CExtInvalidityDate::CExtInvalidityDate(CBlob const& der)
+CExtInvalidityDate::CExtInvalidityDate(const CBlob& der)
     : CExtValue(oidInvalidityDate, der), date_(0L, 0) {
     decode();
 }
@@ -32,7 +32,7 @@ void CExtInvalidityDate::decode() {
     asn1Decode<ASN1GeneralizedTime_traits, CDateTime>(get_value(), date_);
 }
 
-void CExtInvalidityDate::put_invalidityDate(CDateTime const& date) {
+void CExtInvalidityDate::put_invalidityDate(const CDateTime& date) {
     date_ = date;
     encode();
 }

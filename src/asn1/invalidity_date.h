@@ -12,17 +12,17 @@ class CExtInvalidityDate : public CExtValue {
 public:
     // 1970-01-01 and no encoded form.
     CExtInvalidityDate();
-    explicit CExtInvalidityDate(CDateTime const& date);
+    explicit CExtInvalidityDate(const CDateTime& date);
     // Throws 0x80093101 if `der` isn't a GeneralizedTime, and as the constructor of CDateTime for a
     // text that isn't a date.
-    explicit CExtInvalidityDate(CBlob const& der);
+    explicit CExtInvalidityDate(const CBlob& der);
 
     void encode();
     void decode();
 
-    CDateTime const& get_invalidityDate() const noexcept { return date_; }
+    const CDateTime& get_invalidityDate() const noexcept { return date_; }
     // Encodes at once.
-    void put_invalidityDate(CDateTime const& date);
+    void put_invalidityDate(const CDateTime& date);
 
 private:
     CDateTime date_;

@@ -7,10 +7,10 @@
 
 namespace Halcyon::ASN1 {
 
-CIssuerSerial::CIssuerSerial(CGeneralNames const& issuer, CBigInteger const& serialNumber)
+CIssuerSerial::CIssuerSerial(const CGeneralNames& issuer, const CBigInteger& serialNumber)
     : issuer_(issuer), serialNumber_(serialNumber) {}
 
-bool operator==(CIssuerSerial const& a, CIssuerSerial const& b) noexcept {
+bool operator==(const CIssuerSerial& a, const CIssuerSerial& b) noexcept {
     return a.get_issuer() == b.get_issuer() && a.get_serialNumber() == b.get_serialNumber();
 }
 
@@ -18,7 +18,7 @@ CBlob CIssuerSerial::encode() const {
     return asn1Encode<ASN1T_IssuerSerial_traits, CIssuerSerial>(*this);
 }
 
-void CIssuerSerial::decode(CBlob const& der) {
+void CIssuerSerial::decode(const CBlob& der) {
     asn1Decode<ASN1T_IssuerSerial_traits, CIssuerSerial>(der, *this);
 }
 
@@ -29,13 +29,13 @@ void CIssuerSerial::decode(CBlob const& der) {
 //
 // The last field belongs to attribute certificates: it isn't held.
 
-void ASN1T_IssuerSerial_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CIssuerSerial const& value) {
+void ASN1T_IssuerSerial_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CIssuerSerial& value) {
     record.m = {};
     ASN1T_GeneralNames_traits::set(ctxt, record.issuer, value.get_issuer());
     record.serialNumber = BigIntegerToASN1String(ctxt, value.get_serialNumber());
 }
 
-void ASN1T_IssuerSerial_traits::get(ASN1_T const& record, CIssuerSerial& value) {
+void ASN1T_IssuerSerial_traits::get(const ASN1_T& record, CIssuerSerial& value) {
     CGeneralNames issuer;
     ASN1T_GeneralNames_traits::get(record.issuer, issuer);
     value.put_issuer(issuer);
@@ -44,7 +44,7 @@ void ASN1T_IssuerSerial_traits::get(ASN1_T const& record, CIssuerSerial& value) 
     value.put_serialNumber(serialNumber);
 }
 
-void ASN1T_IssuerSerial_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_IssuerSerial_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_IssuerSerial(ctxt, &from, &to);
 }
 

@@ -10,16 +10,16 @@ namespace Halcyon::ASN1 {
 class CIssuerSerial {
 public:
     CIssuerSerial() = default;
-    CIssuerSerial(CGeneralNames const& issuer, CBigInteger const& serialNumber);
+    CIssuerSerial(const CGeneralNames& issuer, const CBigInteger& serialNumber);
 
-    CGeneralNames const& get_issuer() const noexcept { return issuer_; }
-    CBigInteger const& get_serialNumber() const noexcept { return serialNumber_; }
-    void put_issuer(CGeneralNames const& issuer) { issuer_ = issuer; }
-    void put_serialNumber(CBigInteger const& serialNumber) { serialNumber_ = serialNumber; }
+    const CGeneralNames& get_issuer() const noexcept { return issuer_; }
+    const CBigInteger& get_serialNumber() const noexcept { return serialNumber_; }
+    void put_issuer(const CGeneralNames& issuer) { issuer_ = issuer; }
+    void put_serialNumber(const CBigInteger& serialNumber) { serialNumber_ = serialNumber; }
 
     // The DER. Throws 0x80093101, and 0x80070057 for a name of a kind that isn't supported.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     CGeneralNames issuer_;
@@ -27,8 +27,8 @@ private:
 };
 
 // The issuers' names pairwise in order by the rules of CGeneralName, the serial numbers by value.
-bool operator==(CIssuerSerial const& a, CIssuerSerial const& b) noexcept;
-inline bool operator!=(CIssuerSerial const& a, CIssuerSerial const& b) noexcept {
+bool operator==(const CIssuerSerial& a, const CIssuerSerial& b) noexcept;
+inline bool operator!=(const CIssuerSerial& a, const CIssuerSerial& b) noexcept {
     return !(a == b);
 }
 

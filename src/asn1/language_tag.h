@@ -12,16 +12,16 @@ namespace Halcyon::ASN1 {
 class CLanguageTag {
 public:
     CLanguageTag();
-    CLanguageTag(char const* tag);
+    CLanguageTag(const char* tag);
     // Through the system's code page.
-    CLanguageTag(wchar_t const* tag);
+    CLanguageTag(const wchar_t* tag);
 
-    void assign(CLanguageTag const& other);
+    void assign(const CLanguageTag& other);
     CStringProxy tostring() const;
-    static std::string normalize(char const* tag);
+    static std::string normalize(const char* tag);
 
-    friend bool operator==(CLanguageTag const& a, CLanguageTag const& b) noexcept;
-    friend bool operator!=(CLanguageTag const& a, CLanguageTag const& b) noexcept {
+    friend bool operator==(const CLanguageTag& a, const CLanguageTag& b) noexcept;
+    friend bool operator!=(const CLanguageTag& a, const CLanguageTag& b) noexcept {
         return !(a == b);
     }
 

@@ -12,7 +12,7 @@ constexpr char oidMessageDigest[] = "1.2.840.113549.1.9.4";
 
 CAttrMessageDigest::CAttrMessageDigest() : CAttrValue(oidMessageDigest) {}
 
-CAttrMessageDigest::CAttrMessageDigest(CBlob const& der) : CAttrValue(oidMessageDigest, der) {
+CAttrMessageDigest::CAttrMessageDigest(const CBlob& der) : CAttrValue(oidMessageDigest, der) {
     decode();
 }
 
@@ -26,7 +26,7 @@ void CAttrMessageDigest::decode() {
     messageDigest_ = fromOctetString(get_value());
 }
 
-void CAttrMessageDigest::put_messageDigest(CBlob const& digest) {
+void CAttrMessageDigest::put_messageDigest(const CBlob& digest) {
     messageDigest_ = digest;
     encode();
 }

@@ -11,15 +11,15 @@ public:
     // Without a digest and without an encoded form.
     CAttrMessageDigest();
     // Takes the encoded form, not the digest. Throws 0x80093101 if `der` isn't an OCTET STRING.
-    explicit CAttrMessageDigest(CBlob const& der);
+    explicit CAttrMessageDigest(const CBlob& der);
 
     void encode();
     // Throws 0x80093101, for an empty encoded form too.
     void decode();
 
-    CBlob const& get_messageDigest() const noexcept { return messageDigest_; }
+    const CBlob& get_messageDigest() const noexcept { return messageDigest_; }
     // Encodes at once.
-    void put_messageDigest(CBlob const& digest);
+    void put_messageDigest(const CBlob& digest);
 
 private:
     CBlob messageDigest_;

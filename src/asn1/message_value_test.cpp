@@ -19,8 +19,8 @@ namespace {
 constexpr char oidData[] = "1.2.840.113549.1.7.1";
 
 TEST(ContentInfo, RoundTripsInOpenSSLsEncoding) {
-    CContentInfo const data(oidData, fromHex("04020102"));
-    CBlob const der = data.encode();
+    const CContentInfo data(oidData, fromHex("04020102"));
+    const CBlob der = data.encode();
     EXPECT_EQ(toHex(der), "301106092A864886F70D010701A00404020102");
     EXPECT_EQ(throughOpenSSL<PKCS7>(der, d2i_PKCS7, i2d_PKCS7, PKCS7_free), toHex(der));
     CContentInfo back;
@@ -43,7 +43,7 @@ TEST(ContentInfo, KnownTypeWithContentThatDoesNotFitIsRefused) {
 TEST(ContentInfo, RecordIsMadeFromDerToo) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_ContentInfo record;
-    CBlob const der = fromHex("300806022A03A0020500");
+    const CBlob der = fromHex("300806022A03A0020500");
     ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, der);
     CBlob back;
     ASN1T_ContentInfo_traits::get(record, back);
@@ -56,8 +56,8 @@ TEST(ContentInfo, RecordIsMadeFromDerToo) {
 
 // The record of a signer with version 1 and the given identifier, SHA-256, RSA and a signature of
 // two bytes.
-CSignerInfo signerOf(CSignerInfo value, std::string const& sid) {
-    std::string const body = "020101" + sid + "300B0609608648016503040201" +
+CSignerInfo signerOf(CSignerInfo value, const std::string& sid) {
+    const std::string body = "020101" + sid + "300B0609608648016503040201" +
                              "300D06092A864886F70D0101010500" + "0402ABCD";
     CBlob der = fromHex(body.c_str());
     CBlob header = fromHex("30");
@@ -72,7 +72,7 @@ CSignerInfo signerOf(CSignerInfo value, std::string const& sid) {
 
 TEST(SignerInfo, IsReadFromARecordWithItsIssuerAsItCame) {
     // The length of the issuer isn't minimal.
-    CSignerInfo const signer = signerOf(CSignerInfo(), "30063081000201"
+    const CSignerInfo signer = signerOf(CSignerInfo(), "30063081000201"
                                                        "05");
     EXPECT_EQ(signer.get_version(), 1u);
     EXPECT_EQ(toHex(signer.get_issuer()), "308100");
@@ -93,14 +93,14 @@ TEST(SignerInfo, IsReadFromARecordWithItsIssuerAsItCame) {
 }
 
 TEST(SignerInfo, EachFieldCountsInEquality) {
-    CSignerInfo const none;
+    const CSignerInfo none;
     CSignerInfo values[5];
     values[0].put_version(1);
     values[1].put_digestAlgorithm(CAlgorithmIdentifier("1.2"));
     values[2].put_issuer(fromHex("01"));
     values[3].put_signature(fromHex("01"));
     values[4].put_signatureAlgorithm(CAlgorithmIdentifier("1.2"));
-    for (CSignerInfo const& value : values) {
+    for (const CSignerInfo& value : values) {
         EXPECT_TRUE(value != none);
         EXPECT_TRUE(value == CSignerInfo(value));
     }
@@ -121,8 +121,8 @@ TEST(SignerInfo, KeyIdentifierIsRefusedBehindTheOtherFields) {
 }
 
 TEST(CertificateValue, IsCheckedWhenItIsEncoded) {
-    CBlob const certificate = makeCertificate("0102");
-    CCertificateValue const value(certificate);
+    const CBlob certificate = makeCertificate("0102");
+    const CCertificateValue value(certificate);
     EXPECT_TRUE(value.encode() == certificate);
     CCertificateValue back;
     back.decode(certificate);
@@ -144,7 +144,7 @@ TEST(CertificateValue, ListsKeepTheirOrder) {
 }
 
 TEST(CertificateList, StaysTheBytesThatItCameIn) {
-    CBlob const der = fromHex("308103"
+    const CBlob der = fromHex("308103"
                               "020105");
     CBlob back;
     asn1Decode<ASN1T_CertificateList_traits, CBlob>(der, back);
@@ -159,12 +159,12 @@ TEST(RevAnnContent, RoundTripsAndLeavesEmptyDetailsOut) {
     issuer.put_dNSName(L"a");
     CBigInteger serial;
     serial.readFromHexString("05");
-    CDateTime const at(2024, 1, 2, 3, 4, 5, 0, 0);
-    CDateTime const since(2023, 1, 2, 3, 4, 5, 999, 0);
+    const CDateTime at(2024, 1, 2, 3, 4, 5, 0, 0);
+    const CDateTime since(2023, 1, 2, 3, 4, 5, 999, 0);
     CRevAnnContent value(pkiStatusRevocationWarning, CCertId(issuer, serial), at, since);
     CExtensions details;
     value.put_crlDetails(&details);
-    char const* const der = "302D020104300682016102010518"
+    const char* const der = "302D020104300682016102010518"
                             "0F32303234303130323033303430355A"
                             "180F32303233303130323033303430355A";
     EXPECT_EQ(toHex(value.encode()), der);

@@ -8,7 +8,7 @@
 
 namespace Halcyon::ASN1 {
 
-CName::CName(wchar_t const* text) {
+CName::CName(const wchar_t* text) {
     fromString(text);
 }
 
@@ -16,12 +16,12 @@ CWStringProxy CName::toString() const {
     return CWStringProxy(joinText(*this, L',').c_str());
 }
 
-void CName::fromString(wchar_t const* text) {
+void CName::fromString(const wchar_t* text) {
     ASN1::fromString(*this, text);
 }
 
-void fromString(CName& name, wchar_t const* text) {
-    splitText(text, L',', [&name](wchar_t const* piece) {
+void fromString(CName& name, const wchar_t* text) {
+    splitText(text, L',', [&name](const wchar_t* piece) {
         CRelativeDistinguishedName level(piece);
         name.push_back(std::move(level));
     });
@@ -31,7 +31,7 @@ CBlob CName::encode() const {
     return asn1Encode<ASN1T_Name_traits, CName>(*this);
 }
 
-void CName::decode(CBlob const& der) {
+void CName::decode(const CBlob& der) {
     asn1Decode<ASN1T_Name_traits, CName>(der, *this);
 }
 
@@ -45,27 +45,27 @@ using RDNSequenceTraits = ASN1TSeqOfList_traits<asn1data::ASN1T_RelativeDistingu
 
 } // namespace
 
-void ASN1T_Name_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CName const& value) {
+void ASN1T_Name_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CName& value) {
     record.t = 1;
     record.u.rdnSequence = heapRecord<asn1data::ASN1T_RDNSequence>(ctxt);
     RDNSequenceTraits::set(ctxt, *record.u.rdnSequence, value);
 }
 
-void ASN1T_Name_traits::get(ASN1_T const& record, CName& value) {
+void ASN1T_Name_traits::get(const ASN1_T& record, CName& value) {
     if (record.t != 1)
         failCodec();
     RDNSequenceTraits::get(*record.u.rdnSequence, value);
 }
 
-void ASN1T_Name_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der) {
+void ASN1T_Name_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der) {
     asn1DecodeT<ASN1T_Name_traits>(der, ctxt, record);
 }
 
-void ASN1T_Name_traits::get(ASN1_T const& record, CBlob& der) {
+void ASN1T_Name_traits::get(const ASN1_T& record, CBlob& der) {
     der = asn1EncodeT<ASN1T_Name_traits>(record);
 }
 
-void ASN1T_Name_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_Name_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_Name(ctxt, &from, &to);
 }
 

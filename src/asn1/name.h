@@ -19,20 +19,20 @@ public:
 class CName : public CRDNSequence {
 public:
     CName() = default;
-    explicit CName(wchar_t const* text);
+    explicit CName(const wchar_t* text);
 
     CWStringProxy toString() const;
     // Appends to what the object holds. Throws 0x80070057 for a piece without "=", an empty one
     // included.
-    void fromString(wchar_t const* text);
+    void fromString(const wchar_t* text);
 
     // The DER. Throws as `CRelativeDistinguishedName`.
     CBlob encode() const;
     // Replaces the levels.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 // The free form of the member.
-void fromString(CName& name, wchar_t const* text);
+void fromString(CName& name, const wchar_t* text);
 
 } // namespace Halcyon::ASN1

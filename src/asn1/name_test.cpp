@@ -12,21 +12,21 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-std::wstring textOf(CName const& name) {
+std::wstring textOf(const CName& name) {
     return name.toString().c_str();
 }
 
-std::string throughX509Name(CBlob const& der) {
+std::string throughX509Name(const CBlob& der) {
     return throughOpenSSL<X509_NAME>(der, d2i_X509_NAME, i2d_X509_NAME, X509_NAME_free);
 }
 
 TEST(Name, TextAndEncodingGoBothWays) {
-    for (wchar_t const* text :
+    for (const wchar_t* text :
          {L"CN=Test,O=Org,C=RU", L"CN=a=b", L"CN=a+O=b,OU=c", L"1.2.3.4=#0C0141",
           L"SERIALNUMBER=12,E=a@b,DC=org,OGRN=1", L"CN=\x0416\x1F600"}) {
-        CName const name(text);
+        const CName name(text);
         EXPECT_EQ(textOf(name), text);
-        CBlob const der = name.encode();
+        const CBlob der = name.encode();
         EXPECT_EQ(throughX509Name(der), toHex(der));
         CName back;
         back.decode(der);
@@ -37,16 +37,16 @@ TEST(Name, TextAndEncodingGoBothWays) {
 TEST(Name, IsWhatOpenSSLBuildsFromTheSameParts) {
     X509_NAME* const made = X509_NAME_new();
     struct {
-        char const* field;
+        const char* field;
         int type;
-        char const* value;
+        const char* value;
     } const parts[] = {{"C", MBSTRING_ASC, "RU"},
                        {"O", V_ASN1_UTF8STRING, "Org"},
                        {"CN", V_ASN1_UTF8STRING, "Test"}};
-    for (auto const& part : parts)
+    for (const auto& part : parts)
         X509_NAME_add_entry_by_txt(made, part.field, part.type,
-                                   reinterpret_cast<unsigned char const*>(part.value), -1, -1, 0);
-    CBlob const der = writtenByOpenSSL(made, i2d_X509_NAME);
+                                   reinterpret_cast<const unsigned char*>(part.value), -1, -1, 0);
+    const CBlob der = writtenByOpenSSL(made, i2d_X509_NAME);
     X509_NAME_free(made);
     EXPECT_EQ(toHex(CName(L"C=RU,O=Org,CN=Test").encode()), toHex(der));
     CName read;
@@ -66,19 +66,19 @@ TEST(Name, ParsingAppendsAndNeverQuotes) {
     CName name(L"CN=a");
     name.fromString(L"O=b");
     EXPECT_EQ(textOf(name), L"CN=a,O=b");
-    for (wchar_t const* text : {L"", L"CN=a,", L"CN=Doe, John", L"CN=a++O=b", L"CN", L"CN=a,,O=b"})
+    for (const wchar_t* text : {L"", L"CN=a,", L"CN=Doe, John", L"CN=a++O=b", L"CN", L"CN=a,,O=b"})
         EXPECT_EQ(codeThrownBy([&] { CName bad(text); }), 0x80070057u);
     // A blank behind a separator belongs to the keyword, which is found out when the name is
     // encoded.
-    CName const blank(L"CN=a, O=b");
+    const CName blank(L"CN=a, O=b");
     EXPECT_STREQ(blank.back().back().get_type(), " O");
     EXPECT_EQ(blank.back().back().get_value().cbData(), 0u);
     EXPECT_EQ(codeThrownBy([&] { blank.encode(); }), 0x80070057u);
 }
 
 TEST(Name, LevelKeepsItsOrderExceptInTheEncoding) {
-    CRelativeDistinguishedName const ab(L"CN=a+O=b");
-    CRelativeDistinguishedName const ba(L"O=b+CN=a");
+    const CRelativeDistinguishedName ab(L"CN=a+O=b");
+    const CRelativeDistinguishedName ba(L"O=b+CN=a");
     EXPECT_FALSE(ab == ba);
     EXPECT_TRUE(ab == CRelativeDistinguishedName(L"CN=a+O=b"));
     EXPECT_STREQ(ba.toString().c_str(), L"O=b+CN=a");
@@ -93,12 +93,12 @@ TEST(Name, LevelKeepsItsOrderExceptInTheEncoding) {
 }
 
 TEST(Name, KnownTypeWithAValueThatDoesNotFitIsRefused) {
-    CAttributeTypeAndValue const number("2.5.4.3", fromHex("020105"));
+    const CAttributeTypeAndValue number("2.5.4.3", fromHex("020105"));
     EXPECT_EQ(codeThrownBy([&] { number.encode(); }), 0x80093101u);
-    CAttributeTypeAndValue const unknown("1.2.3.4", fromHex("020105"));
+    const CAttributeTypeAndValue unknown("1.2.3.4", fromHex("020105"));
     EXPECT_EQ(toHex(unknown.encode()), "300806032A0304020105");
     CName name(L"CN=a");
-    for (char const* der : {"", "3001", "30023100", "300B310930070603550403020105", "0400"})
+    for (const char* der : {"", "3001", "30023100", "300B310930070603550403020105", "0400"})
         EXPECT_EQ(codeThrownBy([&] { name.decode(fromHex(der)); }), 0x80093101u) << der;
     EXPECT_EQ(textOf(name), L"CN=a");
 }
@@ -106,7 +106,7 @@ TEST(Name, KnownTypeWithAValueThatDoesNotFitIsRefused) {
 TEST(Name, RecordIsMadeFromDerToo) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_Name record{};
-    CBlob const der = CName(L"CN=a,C=RU").encode();
+    const CBlob der = CName(L"CN=a,C=RU").encode();
     ASN1T_Name_traits::set(scratch.getCtxtPtr(), record, der);
     CBlob back;
     ASN1T_Name_traits::get(record, back);
@@ -138,7 +138,7 @@ TEST(AttributeTypeAndValue, KeywordsAreCaseSensitive) {
 }
 
 TEST(AttributeTypeAndValue, UnregisteredTypeIsHexadecimalBehindAnyFirstCharacter) {
-    CAttributeTypeAndValue const value(L"1.2.3.4=#0C0141", stringTypeDefault);
+    const CAttributeTypeAndValue value(L"1.2.3.4=#0C0141", stringTypeDefault);
     EXPECT_STREQ(value.get_type(), "1.2.3.4");
     EXPECT_EQ(toHex(value.get_value()), "0C0141");
     EXPECT_STREQ(value.get_value_str().c_str(), L"#0C0141");
@@ -148,7 +148,7 @@ TEST(AttributeTypeAndValue, UnregisteredTypeIsHexadecimalBehindAnyFirstCharacter
 }
 
 TEST(AttributeTypeAndValue, ComparesBytesOnly) {
-    CAttributeTypeAndValue const utf8(L"CN", L"Sample", stringTypeUTF8);
+    const CAttributeTypeAndValue utf8(L"CN", L"Sample", stringTypeUTF8);
     EXPECT_TRUE(utf8 == CAttributeTypeAndValue(L"CN=Sample", stringTypeDefault));
     EXPECT_TRUE(utf8 != CAttributeTypeAndValue(L"CN", L"Sample", stringTypePrintable));
     EXPECT_TRUE(utf8 != CAttributeTypeAndValue(L"CN", L"SAMPLE", stringTypeUTF8));
@@ -158,9 +158,9 @@ TEST(AttributeTypeAndValue, ComparesBytesOnly) {
 
 TEST(AttributeTypeRegister, HoldsTheTypesInOrderWithTheirStringTypes) {
     struct {
-        wchar_t const* keyword;
-        char const* oid;
-        char const* tag;
+        const wchar_t* keyword;
+        const char* oid;
+        const char* tag;
     } const rows[] = {
         {L"CN", "2.5.4.3", "0C"},
         {L"C", "2.5.4.6", "13"},
@@ -186,7 +186,7 @@ TEST(AttributeTypeRegister, HoldsTheTypesInOrderWithTheirStringTypes) {
         {L"SERIALNUMBER", "2.5.4.5", "13"},
     };
     auto entry = CATAVRegister::registered_.cbegin();
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         ASSERT_NE(entry, CATAVRegister::registered_.cend());
         EXPECT_EQ(entry->name, row.keyword);
         EXPECT_EQ(entry->oid, row.oid);
@@ -203,7 +203,7 @@ TEST(AttributeTypeRegister, HoldsTheTypesInOrderWithTheirStringTypes) {
 }
 
 TEST(AttributeTypeRegister, RefusesTextsAboveTheBound) {
-    std::wstring const longest(32768, L'x');
+    const std::wstring longest(32768, L'x');
     EXPECT_EQ(CATAVRegister::valueFromStr("2.5.4.3", longest.c_str(), stringTypeDefault).cbData(),
               32768u + 4);
     EXPECT_EQ(codeThrownBy([&] {

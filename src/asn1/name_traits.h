@@ -10,9 +10,9 @@ namespace Halcyon::ASN1 {
 
 struct ASN1T_AttributeTypeAndValue_traits
     : CCodeClassT<asn1data::ASN1T_AttributeTypeAndValue, asn1data::ASN1C_AttributeTypeAndValue> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CAttributeTypeAndValue const& value);
-    static void get(ASN1_T const& record, CAttributeTypeAndValue& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAttributeTypeAndValue& value);
+    static void get(const ASN1_T& record, CAttributeTypeAndValue& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 struct ASN1T_RelativeDistinguishedName_traits
@@ -24,11 +24,11 @@ struct ASN1T_RelativeDistinguishedName_traits
 
 // A name as a value or as its DER, which is decoded by `set`.
 struct ASN1T_Name_traits : CCodeClassT<asn1data::ASN1T_Name, asn1data::ASN1C_Name> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CName const& value);
-    static void get(ASN1_T const& record, CName& value);
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& der);
-    static void get(ASN1_T const& record, CBlob& der);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CName& value);
+    static void get(const ASN1_T& record, CName& value);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
+    static void get(const ASN1_T& record, CBlob& der);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

@@ -5,20 +5,20 @@
 
 namespace Halcyon::ASN1 {
 
-CBlob toOctetString(CBlob const& content) {
-    int const size = messageLength(content);
+CBlob toOctetString(const CBlob& content) {
+    const int size = messageLength(content);
     ctxt_handle context;
     if (!context.init() || xe_setp(context.get(), nullptr, 0) != 0)
         failCodec();
-    int const length =
+    const int length =
         xe_octstr(context.get(), content.pbData(), static_cast<std::uint32_t>(size), 1);
     if (length < 0)
         failCodec();
     return CBlob(xe_getp(context.get()), static_cast<unsigned long>(length));
 }
 
-CBlob fromOctetString(CBlob const& der) {
-    int const size = messageLength(der);
+CBlob fromOctetString(const CBlob& der) {
+    const int size = messageLength(der);
     if (size == 0)
         failCodec();
     ctxt_handle context;

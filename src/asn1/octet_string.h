@@ -6,8 +6,8 @@
 
 namespace Halcyon::ASN1 {
 
-CBlob toOctetString(CBlob const& content);
+CBlob toOctetString(const CBlob& content);
 // Throws for an empty blob too. Bytes behind the element aren't looked at.
-CBlob fromOctetString(CBlob const& der);
+CBlob fromOctetString(const CBlob& der);
 
 } // namespace Halcyon::ASN1

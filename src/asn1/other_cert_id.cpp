@@ -10,7 +10,7 @@ namespace Halcyon::ASN1 {
 
 struct OtherCertIDBlock {
     OtherCertIDBlock() = default;
-    OtherCertIDBlock(OtherCertIDBlock const& other) : otherCertHash(other.otherCertHash) {
+    OtherCertIDBlock(const OtherCertIDBlock& other) : otherCertHash(other.otherCertHash) {
         copy_to_auto_ptr(issuerSerial, other.issuerSerial.get());
     }
 
@@ -20,19 +20,19 @@ struct OtherCertIDBlock {
 
 COtherCertID::COtherCertID() : block_(std::make_unique<OtherCertIDBlock>()) {}
 
-COtherCertID::COtherCertID(CBlob const& sha1) : COtherCertID() {
+COtherCertID::COtherCertID(const CBlob& sha1) : COtherCertID() {
     put_otherCertHash(COtherHash(sha1));
 }
 
-COtherCertID::COtherCertID(CBlob const& hash, CAlgorithmIdentifier const& algorithm)
+COtherCertID::COtherCertID(const CBlob& hash, const CAlgorithmIdentifier& algorithm)
     : COtherCertID() {
     put_otherCertHash(COtherHash(COtherHashAlgAndValue(hash, algorithm)));
 }
 
-COtherCertID::COtherCertID(COtherCertID const& other)
+COtherCertID::COtherCertID(const COtherCertID& other)
     : block_(std::make_unique<OtherCertIDBlock>(*other.block_)) {}
 
-COtherCertID& COtherCertID::operator=(COtherCertID const& other) {
+COtherCertID& COtherCertID::operator=(const COtherCertID& other) {
     if (this != &other)
         block_ = std::make_unique<OtherCertIDBlock>(*other.block_);
     return *this;
@@ -40,28 +40,28 @@ COtherCertID& COtherCertID::operator=(COtherCertID const& other) {
 
 COtherCertID::~COtherCertID() = default;
 
-COtherHash const& COtherCertID::get_otherCertHash() const noexcept {
+const COtherHash& COtherCertID::get_otherCertHash() const noexcept {
     return block_->otherCertHash;
 }
 
-CIssuerSerial const* COtherCertID::get_issuerSerial() const noexcept {
+const CIssuerSerial* COtherCertID::get_issuerSerial() const noexcept {
     return block_->issuerSerial.get();
 }
 
-void COtherCertID::put_otherCertHash(COtherHash const& hash) {
+void COtherCertID::put_otherCertHash(const COtherHash& hash) {
     block_->otherCertHash = hash;
 }
 
-void COtherCertID::put_issuerSerial(CIssuerSerial const* issuerSerial) {
+void COtherCertID::put_issuerSerial(const CIssuerSerial* issuerSerial) {
     copy_to_auto_ptr(block_->issuerSerial, issuerSerial);
 }
 
-bool COtherCertID::compare_noHashParam(COtherCertID const& other) const noexcept {
+bool COtherCertID::compare_noHashParam(const COtherCertID& other) const noexcept {
     return get_otherCertHash().compare_hashValue(other.get_otherCertHash()) &&
            equal_optional(get_issuerSerial(), other.get_issuerSerial());
 }
 
-bool operator==(COtherCertID const& a, COtherCertID const& b) noexcept {
+bool operator==(const COtherCertID& a, const COtherCertID& b) noexcept {
     return a.get_otherCertHash() == b.get_otherCertHash() &&
            equal_optional(a.get_issuerSerial(), b.get_issuerSerial());
 }
@@ -70,7 +70,7 @@ CBlob COtherCertID::encode() const {
     return asn1Encode<ASN1T_OtherCertID_traits, COtherCertID>(*this);
 }
 
-void COtherCertID::decode(CBlob const& der) {
+void COtherCertID::decode(const CBlob& der) {
     asn1Decode<ASN1T_OtherCertID_traits, COtherCertID>(der, *this);
 }
 
@@ -78,16 +78,16 @@ void COtherCertID::decode(CBlob const& der) {
 //     otherCertHash  OtherHash,
 //     issuerSerial   IssuerSerial OPTIONAL }
 
-void ASN1T_OtherCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, COtherCertID const& value) {
+void ASN1T_OtherCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const COtherCertID& value) {
     record.m = {};
     ASN1T_OtherHash_traits::set(ctxt, record.otherCertHash, value.get_otherCertHash());
-    if (CIssuerSerial const* const issuerSerial = value.get_issuerSerial()) {
+    if (const CIssuerSerial* const issuerSerial = value.get_issuerSerial()) {
         record.m.issuerSerialPresent = 1;
         ASN1T_IssuerSerial_traits::set(ctxt, record.issuerSerial, *issuerSerial);
     }
 }
 
-void ASN1T_OtherCertID_traits::get(ASN1_T const& record, COtherCertID& value) {
+void ASN1T_OtherCertID_traits::get(const ASN1_T& record, COtherCertID& value) {
     COtherHash hash;
     ASN1T_OtherHash_traits::get(record.otherCertHash, hash);
     value.put_otherCertHash(hash);
@@ -97,7 +97,7 @@ void ASN1T_OtherCertID_traits::get(ASN1_T const& record, COtherCertID& value) {
     value.put_issuerSerial(record.m.issuerSerialPresent ? &issuerSerial : nullptr);
 }
 
-void ASN1T_OtherCertID_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_OtherCertID_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_OtherCertID(ctxt, &from, &to);
 }
 

@@ -16,33 +16,33 @@ class COtherCertID {
 public:
     COtherCertID();
     // A hash of kind 1.
-    explicit COtherCertID(CBlob const& sha1);
+    explicit COtherCertID(const CBlob& sha1);
     // A hash of kind 2.
-    COtherCertID(CBlob const& hash, CAlgorithmIdentifier const& algorithm);
-    COtherCertID(COtherCertID const& other);
-    COtherCertID& operator=(COtherCertID const& other);
+    COtherCertID(const CBlob& hash, const CAlgorithmIdentifier& algorithm);
+    COtherCertID(const COtherCertID& other);
+    COtherCertID& operator=(const COtherCertID& other);
     ~COtherCertID();
 
-    COtherHash const& get_otherCertHash() const noexcept;
+    const COtherHash& get_otherCertHash() const noexcept;
     // Null if absent.
-    CIssuerSerial const* get_issuerSerial() const noexcept;
-    void put_otherCertHash(COtherHash const& hash);
-    void put_issuerSerial(CIssuerSerial const* issuerSerial);
+    const CIssuerSerial* get_issuerSerial() const noexcept;
+    void put_otherCertHash(const COtherHash& hash);
+    void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
     // As `operator==`, but without regard to the algorithms of the hashes.
-    bool compare_noHashParam(COtherCertID const& other) const noexcept;
+    bool compare_noHashParam(const COtherCertID& other) const noexcept;
 
     // The DER. Throws 0x80093101, without a hash too, and as `CIssuerSerial`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<OtherCertIDBlock> block_;
 };
 
 // Hashes with their kinds and algorithms, then issuer and serial number.
-bool operator==(COtherCertID const& a, COtherCertID const& b) noexcept;
-inline bool operator!=(COtherCertID const& a, COtherCertID const& b) noexcept {
+bool operator==(const COtherCertID& a, const COtherCertID& b) noexcept;
+inline bool operator!=(const COtherCertID& a, const COtherCertID& b) noexcept {
     return !(a == b);
 }
 

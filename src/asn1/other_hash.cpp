@@ -14,7 +14,7 @@ public:
     ~COtherHashImpl() override { clearValue(); }
 
 protected:
-    ChoiceValueTraits const* findTraits(unsigned int kind) const noexcept override {
+    const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept override {
         switch (kind) {
         case 1:
             return &ChoiceValueTraitsT<CBlob, 1>::instance;
@@ -28,17 +28,17 @@ protected:
 
 COtherHash::COtherHash() : impl_(std::make_unique<COtherHashImpl>()) {}
 
-COtherHash::COtherHash(CBlob const& sha1) : COtherHash() {
+COtherHash::COtherHash(const CBlob& sha1) : COtherHash() {
     put_sha1Hash(sha1);
 }
 
-COtherHash::COtherHash(COtherHashAlgAndValue const& hash) : COtherHash() {
+COtherHash::COtherHash(const COtherHashAlgAndValue& hash) : COtherHash() {
     put_otherHash(hash);
 }
 
-COtherHash::COtherHash(COtherHash const& other) : impl_(copyChoice(other.impl_)) {}
+COtherHash::COtherHash(const COtherHash& other) : impl_(copyChoice(other.impl_)) {}
 
-COtherHash& COtherHash::operator=(COtherHash const& other) {
+COtherHash& COtherHash::operator=(const COtherHash& other) {
     assignChoice(impl_, other.impl_);
     return *this;
 }
@@ -53,23 +53,23 @@ unsigned int COtherHash::get_type() const noexcept {
     return choiceType(impl_);
 }
 
-CBlob const* COtherHash::get_sha1Hash() const noexcept {
+const CBlob* COtherHash::get_sha1Hash() const noexcept {
     return choiceValue<CBlob>(impl_, 1);
 }
 
-COtherHashAlgAndValue const* COtherHash::get_otherHash() const noexcept {
+const COtherHashAlgAndValue* COtherHash::get_otherHash() const noexcept {
     return choiceValue<COtherHashAlgAndValue>(impl_, 2);
 }
 
-void COtherHash::put_sha1Hash(CBlob const& sha1) {
+void COtherHash::put_sha1Hash(const CBlob& sha1) {
     putChoice(impl_, 1, &sha1);
 }
 
-void COtherHash::put_otherHash(COtherHashAlgAndValue const& hash) {
+void COtherHash::put_otherHash(const COtherHashAlgAndValue& hash) {
     putChoice(impl_, 2, &hash);
 }
 
-bool COtherHash::compare_hashValue(COtherHash const& other) const noexcept {
+bool COtherHash::compare_hashValue(const COtherHash& other) const noexcept {
     if (get_type() != other.get_type())
         return false;
     if (get_otherHash())
@@ -77,7 +77,7 @@ bool COtherHash::compare_hashValue(COtherHash const& other) const noexcept {
     return equal_optional(get_sha1Hash(), other.get_sha1Hash());
 }
 
-bool operator==(COtherHash const& a, COtherHash const& b) noexcept {
+bool operator==(const COtherHash& a, const COtherHash& b) noexcept {
     return a.get_type() == b.get_type() && equal_optional(a.get_sha1Hash(), b.get_sha1Hash()) &&
            equal_optional(a.get_otherHash(), b.get_otherHash());
 }
@@ -86,7 +86,7 @@ CBlob COtherHash::encode() const {
     return asn1Encode<ASN1T_OtherHash_traits, COtherHash>(*this);
 }
 
-void COtherHash::decode(CBlob const& der) {
+void COtherHash::decode(const CBlob& der) {
     asn1Decode<ASN1T_OtherHash_traits, COtherHash>(der, *this);
 }
 
@@ -94,19 +94,19 @@ void COtherHash::decode(CBlob const& der) {
 //     sha1Hash   OCTET STRING,
 //     otherHash  OtherHashAlgAndValue }
 
-void ASN1T_OtherHash_traits::set(ASN1CTXT* ctxt, ASN1_T& record, COtherHash const& value) {
-    if (CBlob const* const sha1 = value.get_sha1Hash()) {
+void ASN1T_OtherHash_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const COtherHash& value) {
+    if (const CBlob* const sha1 = value.get_sha1Hash()) {
         record.t = 1;
         record.u.sha1Hash = heapRecord<ASN1TDynOctStr>(ctxt);
         ASN1TDynOctStr_traits::set(ctxt, *record.u.sha1Hash, *sha1);
-    } else if (COtherHashAlgAndValue const* const hash = value.get_otherHash()) {
+    } else if (const COtherHashAlgAndValue* const hash = value.get_otherHash()) {
         record.t = 2;
         record.u.otherHash = heapRecord<asn1data::ASN1T_OtherHashAlgAndValue>(ctxt);
         ASN1T_OtherHashAlgAndValue_traits::set(ctxt, *record.u.otherHash, *hash);
     }
 }
 
-void ASN1T_OtherHash_traits::get(ASN1_T const& record, COtherHash& value) {
+void ASN1T_OtherHash_traits::get(const ASN1_T& record, COtherHash& value) {
     if (record.t == 1) {
         CBlob sha1;
         ASN1TDynOctStr_traits::get(*record.u.sha1Hash, sha1);
@@ -118,7 +118,7 @@ void ASN1T_OtherHash_traits::get(ASN1_T const& record, COtherHash& value) {
     }
 }
 
-void ASN1T_OtherHash_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_OtherHash_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_OtherHash(ctxt, &from, &to);
 }
 

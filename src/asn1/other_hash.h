@@ -14,35 +14,35 @@ class COtherHashImpl;
 class COtherHash {
 public:
     COtherHash();
-    explicit COtherHash(CBlob const& sha1);
-    explicit COtherHash(COtherHashAlgAndValue const& hash);
-    COtherHash(COtherHash const& other);
-    COtherHash& operator=(COtherHash const& other);
+    explicit COtherHash(const CBlob& sha1);
+    explicit COtherHash(const COtherHashAlgAndValue& hash);
+    COtherHash(const COtherHash& other);
+    COtherHash& operator=(const COtherHash& other);
     virtual ~COtherHash();
     // Gives up the value. After that the object may only be assigned to or destroyed.
     void clear() noexcept;
 
     unsigned int get_type() const noexcept;
     // Null for another kind.
-    CBlob const* get_sha1Hash() const noexcept;
-    COtherHashAlgAndValue const* get_otherHash() const noexcept;
-    void put_sha1Hash(CBlob const& sha1);
-    void put_otherHash(COtherHashAlgAndValue const& hash);
+    const CBlob* get_sha1Hash() const noexcept;
+    const COtherHashAlgAndValue* get_otherHash() const noexcept;
+    void put_sha1Hash(const CBlob& sha1);
+    void put_otherHash(const COtherHashAlgAndValue& hash);
 
     // True if the kinds are equal and the hashes too, whatever the algorithms.
-    bool compare_hashValue(COtherHash const& other) const noexcept;
+    bool compare_hashValue(const COtherHash& other) const noexcept;
 
     // The DER. Throws 0x80093101, for kind 0 too.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<COtherHashImpl> impl_;
 };
 
 // Kinds and values, algorithms with their parameters included. Two empty ones are equal.
-bool operator==(COtherHash const& a, COtherHash const& b) noexcept;
-inline bool operator!=(COtherHash const& a, COtherHash const& b) noexcept {
+bool operator==(const COtherHash& a, const COtherHash& b) noexcept;
+inline bool operator!=(const COtherHash& a, const COtherHash& b) noexcept {
     return !(a == b);
 }
 

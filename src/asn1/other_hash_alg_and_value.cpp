@@ -7,11 +7,11 @@
 
 namespace Halcyon::ASN1 {
 
-COtherHashAlgAndValue::COtherHashAlgAndValue(CBlob const& hashValue,
-                                             CAlgorithmIdentifier const& hashAlgorithm)
+COtherHashAlgAndValue::COtherHashAlgAndValue(const CBlob& hashValue,
+                                             const CAlgorithmIdentifier& hashAlgorithm)
     : hashAlgorithm_(hashAlgorithm), hashValue_(hashValue) {}
 
-bool operator==(COtherHashAlgAndValue const& a, COtherHashAlgAndValue const& b) noexcept {
+bool operator==(const COtherHashAlgAndValue& a, const COtherHashAlgAndValue& b) noexcept {
     return a.get_hashAlgorithm() == b.get_hashAlgorithm() && a.compare_hashValue(b);
 }
 
@@ -19,7 +19,7 @@ CBlob COtherHashAlgAndValue::encode() const {
     return asn1Encode<ASN1T_OtherHashAlgAndValue_traits, COtherHashAlgAndValue>(*this);
 }
 
-void COtherHashAlgAndValue::decode(CBlob const& der) {
+void COtherHashAlgAndValue::decode(const CBlob& der) {
     asn1Decode<ASN1T_OtherHashAlgAndValue_traits, COtherHashAlgAndValue>(der, *this);
 }
 
@@ -28,12 +28,12 @@ void COtherHashAlgAndValue::decode(CBlob const& der) {
 //     hashValue      OCTET STRING }
 
 void ASN1T_OtherHashAlgAndValue_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                            COtherHashAlgAndValue const& value) {
+                                            const COtherHashAlgAndValue& value) {
     ASN1T_AlgorithmIdentifier_traits::set(ctxt, record.hashAlgorithm, value.get_hashAlgorithm());
     ASN1TDynOctStr_traits::set(ctxt, record.hashValue, value.get_hashValue());
 }
 
-void ASN1T_OtherHashAlgAndValue_traits::get(ASN1_T const& record, COtherHashAlgAndValue& value) {
+void ASN1T_OtherHashAlgAndValue_traits::get(const ASN1_T& record, COtherHashAlgAndValue& value) {
     CAlgorithmIdentifier algorithm;
     ASN1T_AlgorithmIdentifier_get(algorithm, record.hashAlgorithm);
     value.put_hashAlgorithm(algorithm);
@@ -42,7 +42,7 @@ void ASN1T_OtherHashAlgAndValue_traits::get(ASN1_T const& record, COtherHashAlgA
     value.put_hashValue(hashValue);
 }
 
-void ASN1T_OtherHashAlgAndValue_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_OtherHashAlgAndValue_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_OtherHashAlgAndValue(ctxt, &from, &to);
 }
 

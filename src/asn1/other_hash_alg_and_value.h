@@ -9,29 +9,29 @@ namespace Halcyon::ASN1 {
 class COtherHashAlgAndValue {
 public:
     COtherHashAlgAndValue() = default;
-    COtherHashAlgAndValue(CBlob const& hashValue, CAlgorithmIdentifier const& hashAlgorithm);
+    COtherHashAlgAndValue(const CBlob& hashValue, const CAlgorithmIdentifier& hashAlgorithm);
 
-    CAlgorithmIdentifier const& get_hashAlgorithm() const noexcept { return hashAlgorithm_; }
-    CBlob const& get_hashValue() const noexcept { return hashValue_; }
-    void put_hashAlgorithm(CAlgorithmIdentifier const& algorithm) { hashAlgorithm_ = algorithm; }
-    void put_hashValue(CBlob const& hashValue) { hashValue_ = hashValue; }
+    const CAlgorithmIdentifier& get_hashAlgorithm() const noexcept { return hashAlgorithm_; }
+    const CBlob& get_hashValue() const noexcept { return hashValue_; }
+    void put_hashAlgorithm(const CAlgorithmIdentifier& algorithm) { hashAlgorithm_ = algorithm; }
+    void put_hashValue(const CBlob& hashValue) { hashValue_ = hashValue; }
 
     // True if the hashes are equal, whatever the algorithms.
-    bool compare_hashValue(COtherHashAlgAndValue const& other) const noexcept {
+    bool compare_hashValue(const COtherHashAlgAndValue& other) const noexcept {
         return hashValue_ == other.hashValue_;
     }
 
     // The DER. Throws as `CAlgorithmIdentifier`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     CAlgorithmIdentifier hashAlgorithm_;
     CBlob hashValue_;
 };
 
-bool operator==(COtherHashAlgAndValue const& a, COtherHashAlgAndValue const& b) noexcept;
-inline bool operator!=(COtherHashAlgAndValue const& a, COtherHashAlgAndValue const& b) noexcept {
+bool operator==(const COtherHashAlgAndValue& a, const COtherHashAlgAndValue& b) noexcept;
+inline bool operator!=(const COtherHashAlgAndValue& a, const COtherHashAlgAndValue& b) noexcept {
     return !(a == b);
 }
 

@@ -18,23 +18,23 @@ using Fields = CertsAndPoliciesTraits<ASN1T_OtherCertID_traits, COtherCertID, CO
 CAttrOtherSigningCertificate::CAttrOtherSigningCertificate()
     : CAttrSigningCertificateT(oidOtherSigningCertificate) {}
 
-CAttrOtherSigningCertificate::CAttrOtherSigningCertificate(COtherCertIDList const& certs)
+CAttrOtherSigningCertificate::CAttrOtherSigningCertificate(const COtherCertIDList& certs)
     : CAttrOtherSigningCertificate() {
     put_certs(certs);
 }
 
-CAttrOtherSigningCertificate::CAttrOtherSigningCertificate(CBlob const& der)
+CAttrOtherSigningCertificate::CAttrOtherSigningCertificate(const CBlob& der)
     : CAttrOtherSigningCertificate() {
     value() = der;
     decode();
 }
 
-void CAttrOtherSigningCertificate::put_certs(COtherCertIDList const& certs) {
+void CAttrOtherSigningCertificate::put_certs(const COtherCertIDList& certs) {
     block_->certs = certs;
     encode();
 }
 
-void CAttrOtherSigningCertificate::put_policies(CPolicyInformationList const* policies) {
+void CAttrOtherSigningCertificate::put_policies(const CPolicyInformationList* policies) {
     copy_to_auto_ptr(block_->policies, policies);
     encode();
 }
@@ -53,17 +53,17 @@ void CAttrOtherSigningCertificate::decode() {
 //     policies  SEQUENCE OF PolicyInformation OPTIONAL }
 
 void ASN1T_OtherSigningCertificate_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                               CAttrOtherSigningCertificate const& value) {
+                                               const CAttrOtherSigningCertificate& value) {
     Fields::set(ctxt, record, value.get_certs(), value.get_policies());
 }
 
 // The value's encoded form stays as it is: it is what the record was read from.
-void ASN1T_OtherSigningCertificate_traits::get(ASN1_T const& record,
+void ASN1T_OtherSigningCertificate_traits::get(const ASN1_T& record,
                                                CAttrOtherSigningCertificate& value) {
     Fields::get(record, value.block_->certs, value.block_->policies);
 }
 
-void ASN1T_OtherSigningCertificate_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_OtherSigningCertificate_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_OtherSigningCertificate(ctxt, &from, &to);
 }
 

@@ -11,9 +11,9 @@ class CAttrOtherSigningCertificate : public CAttrSigningCertificateT<COtherCertI
 public:
     // Without certificates and without an encoded form.
     CAttrOtherSigningCertificate();
-    explicit CAttrOtherSigningCertificate(COtherCertIDList const& certs);
+    explicit CAttrOtherSigningCertificate(const COtherCertIDList& certs);
     // Throws 0x80093101 if `der` isn't the attribute's value.
-    explicit CAttrOtherSigningCertificate(CBlob const& der);
+    explicit CAttrOtherSigningCertificate(const CBlob& der);
 
     // The encoded form from the fields. An empty list of policies isn't encoded. Throws 0x80093101,
     // and 0x80070057 for a text that is no identifier.
@@ -22,9 +22,9 @@ public:
     void decode();
 
     // Encodes at once.
-    void put_certs(COtherCertIDList const& certs);
+    void put_certs(const COtherCertIDList& certs);
     // Null makes the field absent. Encodes at once, unlike the two sister classes.
-    void put_policies(CPolicyInformationList const* policies);
+    void put_policies(const CPolicyInformationList* policies);
 
 private:
     friend struct ASN1T_OtherSigningCertificate_traits;

@@ -8,9 +8,9 @@ namespace Halcyon::ASN1 {
 
 CPolicyInformation::CPolicyInformation() : policyIdentifier_("") {}
 
-CPolicyInformation::CPolicyInformation(char const* oid) : policyIdentifier_(oid) {}
+CPolicyInformation::CPolicyInformation(const char* oid) : policyIdentifier_(oid) {}
 
-void CPolicyInformation::put_policyIdentifier(char const* oid) {
+void CPolicyInformation::put_policyIdentifier(const char* oid) {
     policyIdentifier_ = CStringProxy(oid);
 }
 
@@ -18,7 +18,7 @@ CBlob CPolicyInformation::encode() const {
     return asn1Encode<ASN1T_PolicyInformation_traits, CPolicyInformation>(*this);
 }
 
-void CPolicyInformation::decode(CBlob const& der) {
+void CPolicyInformation::decode(const CBlob& der) {
     asn1Decode<ASN1T_PolicyInformation_traits, CPolicyInformation>(der, *this);
 }
 
@@ -27,16 +27,16 @@ void CPolicyInformation::decode(CBlob const& der) {
 //     policyQualifiers  SEQUENCE SIZE (1..MAX) OF PolicyQualifierInfo OPTIONAL }
 
 void ASN1T_PolicyInformation_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                         CPolicyInformation const& value) {
+                                         const CPolicyInformation& value) {
     record.m = {};
     ASN1TObjId_traits::set(ctxt, record.policyIdentifier, value.get_policyIdentifier());
 }
 
-void ASN1T_PolicyInformation_traits::get(ASN1_T const& record, CPolicyInformation& value) {
+void ASN1T_PolicyInformation_traits::get(const ASN1_T& record, CPolicyInformation& value) {
     value.put_policyIdentifier(toOID(record.policyIdentifier).c_str());
 }
 
-void ASN1T_PolicyInformation_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_PolicyInformation_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_PolicyInformation(ctxt, &from, &to);
 }
 

@@ -12,14 +12,14 @@ namespace Halcyon::ASN1 {
 class CPolicyInformation {
 public:
     CPolicyInformation();
-    explicit CPolicyInformation(char const* oid);
+    explicit CPolicyInformation(const char* oid);
 
-    char const* get_policyIdentifier() const noexcept { return policyIdentifier_.c_str(); }
-    void put_policyIdentifier(char const* oid);
+    const char* get_policyIdentifier() const noexcept { return policyIdentifier_.c_str(); }
+    void put_policyIdentifier(const char* oid);
 
     // The DER. Throws 0x80070057 for a text that is no identifier.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     CStringProxy policyIdentifier_;

@@ -12,55 +12,55 @@ namespace Halcyon::ASN1 {
 struct ASN1TDynOctStr_traits {
     using ASN1_T = ASN1TDynOctStr;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
-    static void get(ASN1_T const& record, CBlob& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value);
+    static void get(const ASN1_T& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 // One complete element of any type.
 struct ASN1TOpenType_traits {
     using ASN1_T = ASN1TOpenType;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
-    static void get(ASN1_T const& record, CBlob& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value);
+    static void get(const ASN1_T& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 // The same where the schema may know the type: only the encoded form is looked at.
 struct Asn1TObject_traits {
     using ASN1_T = Asn1TObject;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
-    static void get(ASN1_T const& record, CBlob& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value);
+    static void get(const ASN1_T& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 // BIT STRING as whole bytes: the number of unused bits is dropped on reading, and 0 on writing.
 struct ASN1TDynBitStr_traits {
     using ASN1_T = ASN1TDynBitStr;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CBlob const& value);
-    static void get(ASN1_T const& record, CBlob& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value);
+    static void get(const ASN1_T& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 struct ASN1IA5String_traits {
-    using ASN1_T = char const*;
+    using ASN1_T = const char*;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, char const* value);
-    static void get(ASN1_T const& record, CStringProxy& value);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const char* value);
+    static void get(const ASN1_T& record, CStringProxy& value);
     // The target shares the source's text, and must not outlive the source's context.
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 struct ASN1UTF8String_traits {
-    using ASN1_T = char const*;
+    using ASN1_T = const char*;
 
     // Throws 0x80070057 for a text that has no UTF-8 form.
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, wchar_t const* value);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const wchar_t* value);
     // Throws 0x80093101 for a text that isn't UTF-8.
-    static void get(ASN1_T const& record, CWStringProxy& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void get(const ASN1_T& record, CWStringProxy& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

@@ -13,27 +13,27 @@ constexpr char oidPrivateKeyUsagePeriod[] = "2.5.29.16";
 
 } // namespace
 
-CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(CDateTime const* notBefore,
-                                                     CDateTime const* notAfter)
+CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(const CDateTime* notBefore,
+                                                     const CDateTime* notAfter)
     : CExtValue(oidPrivateKeyUsagePeriod) {
     copy_to_auto_ptr(notBefore_, notBefore);
     copy_to_auto_ptr(notAfter_, notAfter);
     encode();
 }
 
-CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(CBlob const& der)
+CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(const CBlob& der)
     : CExtValue(oidPrivateKeyUsagePeriod, der) {
     decode();
 }
 
-CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(CExtPrivateKeyUsagePeriod const& other)
+CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other)
     : CExtValue(other) {
     copy_to_auto_ptr(notBefore_, other.notBefore_.get());
     copy_to_auto_ptr(notAfter_, other.notAfter_.get());
 }
 
 CExtPrivateKeyUsagePeriod&
-CExtPrivateKeyUsagePeriod::operator=(CExtPrivateKeyUsagePeriod const& other) {
+CExtPrivateKeyUsagePeriod::operator=(const CExtPrivateKeyUsagePeriod& other) {
     if (this != &other) {
         CExtValue::operator=(other);
         copy_to_auto_ptr(notBefore_, other.notBefore_.get());
@@ -50,12 +50,12 @@ void CExtPrivateKeyUsagePeriod::decode() {
     asn1Decode<ASN1T_PrivateKeyUsagePeriod_traits, CExtPrivateKeyUsagePeriod>(get_value(), *this);
 }
 
-void CExtPrivateKeyUsagePeriod::put_notBefore(CDateTime const* date) {
+void CExtPrivateKeyUsagePeriod::put_notBefore(const CDateTime* date) {
     copy_to_auto_ptr(notBefore_, date);
     encode();
 }
 
-void CExtPrivateKeyUsagePeriod::put_notAfter(CDateTime const* date) {
+void CExtPrivateKeyUsagePeriod::put_notAfter(const CDateTime* date) {
     copy_to_auto_ptr(notAfter_, date);
     encode();
 }
@@ -65,20 +65,20 @@ void CExtPrivateKeyUsagePeriod::put_notAfter(CDateTime const* date) {
 //     notAfter   [1] IMPLICIT GeneralizedTime OPTIONAL }
 
 void ASN1T_PrivateKeyUsagePeriod_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                             CExtPrivateKeyUsagePeriod const& value) {
+                                             const CExtPrivateKeyUsagePeriod& value) {
     record.m = {};
-    if (CDateTime const* const date = value.get_notBefore()) {
+    if (const CDateTime* const date = value.get_notBefore()) {
         record.m.notBeforePresent = 1;
         ASN1GeneralizedTime_traits::set(ctxt, record.notBefore, *date);
     }
-    if (CDateTime const* const date = value.get_notAfter()) {
+    if (const CDateTime* const date = value.get_notAfter()) {
         record.m.notAfterPresent = 1;
         ASN1GeneralizedTime_traits::set(ctxt, record.notAfter, *date);
     }
 }
 
 // The value's encoded form stays as it is: it is what the record was read from.
-void ASN1T_PrivateKeyUsagePeriod_traits::get(ASN1_T const& record,
+void ASN1T_PrivateKeyUsagePeriod_traits::get(const ASN1_T& record,
                                              CExtPrivateKeyUsagePeriod& value) {
     CDateTime date(0L, 0);
     if (record.m.notBeforePresent)
@@ -89,7 +89,7 @@ void ASN1T_PrivateKeyUsagePeriod_traits::get(ASN1_T const& record,
     copy_to_auto_ptr(value.notAfter_, record.m.notAfterPresent ? &date : nullptr);
 }
 
-void ASN1T_PrivateKeyUsagePeriod_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_PrivateKeyUsagePeriod_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_PrivateKeyUsagePeriod(ctxt, &from, &to);
 }
 

@@ -12,20 +12,20 @@ namespace Halcyon::ASN1 {
 // second are cut off. The type is 2.5.29.16.
 class CExtPrivateKeyUsagePeriod : public CExtValue {
 public:
-    CExtPrivateKeyUsagePeriod(CDateTime const* notBefore, CDateTime const* notAfter);
+    CExtPrivateKeyUsagePeriod(const CDateTime* notBefore, const CDateTime* notAfter);
     // Throws 0x80093101 if `der` isn't such a period.
-    explicit CExtPrivateKeyUsagePeriod(CBlob const& der);
-    CExtPrivateKeyUsagePeriod(CExtPrivateKeyUsagePeriod const& other);
-    CExtPrivateKeyUsagePeriod& operator=(CExtPrivateKeyUsagePeriod const& other);
+    explicit CExtPrivateKeyUsagePeriod(const CBlob& der);
+    CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other);
+    CExtPrivateKeyUsagePeriod& operator=(const CExtPrivateKeyUsagePeriod& other);
 
     void encode();
     void decode();
 
-    CDateTime const* get_notBefore() const noexcept { return notBefore_.get(); }
-    CDateTime const* get_notAfter() const noexcept { return notAfter_.get(); }
+    const CDateTime* get_notBefore() const noexcept { return notBefore_.get(); }
+    const CDateTime* get_notAfter() const noexcept { return notAfter_.get(); }
     // Null makes the date absent. Both encode at once.
-    void put_notBefore(CDateTime const* date);
-    void put_notAfter(CDateTime const* date);
+    void put_notBefore(const CDateTime* date);
+    void put_notAfter(const CDateTime* date);
 
 private:
     friend struct ASN1T_PrivateKeyUsagePeriod_traits;

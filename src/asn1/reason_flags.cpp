@@ -4,7 +4,7 @@
 
 namespace Halcyon::ASN1 {
 
-CReasonFlags::Flag const CReasonFlags::sequence[10] = {
+const CReasonFlags::Flag CReasonFlags::sequence[10] = {
     unused,          keyCompromise,
     cACompromise,    affiliationChanged,
     superseded,      cessationOfOperation,
@@ -13,13 +13,13 @@ CReasonFlags::Flag const CReasonFlags::sequence[10] = {
 };
 
 void CReasonFlags::put_bit(unsigned int n, bool on) noexcept {
-    unsigned int const mask = 1u << (n % 32);
+    const unsigned int mask = 1u << (n % 32);
     value_ = on ? value_ | mask : value_ & ~mask;
 }
 
 // ReasonFlags ::= BIT STRING { unused (0), keyCompromise (1), ..., aACompromise (8) }
 
-void ASN1T_ReasonFlags_traits::set(ASN1CTXT*, ASN1_T& record, CReasonFlags const& value) {
+void ASN1T_ReasonFlags_traits::set(ASN1CTXT*, ASN1_T& record, const CReasonFlags& value) {
     constexpr unsigned int wireBits = 16;
     record = {};
     record.numbits = wireBits;
@@ -30,17 +30,17 @@ void ASN1T_ReasonFlags_traits::set(ASN1CTXT*, ASN1_T& record, CReasonFlags const
             control.set(n);
 }
 
-void ASN1T_ReasonFlags_traits::get(ASN1_T const& record, CReasonFlags& value) {
+void ASN1T_ReasonFlags_traits::get(const ASN1_T& record, CReasonFlags& value) {
     value.put_value(0);
     ASN1_T local = record;
     asn1data::ASN1C_ReasonFlags control(local);
-    auto const length = static_cast<unsigned int>(control.length());
+    const auto length = static_cast<unsigned int>(control.length());
     for (unsigned int n = 0; n < length; ++n)
         if (control.get(n))
             value.put_bit(n, true);
 }
 
-void ASN1T_ReasonFlags_traits::copy(ASN1CTXT*, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_ReasonFlags_traits::copy(ASN1CTXT*, const ASN1_T& from, ASN1_T& to) {
     to = from;
 }
 

@@ -18,7 +18,7 @@ public:
         aACompromise = 0x100,
     };
     // All flags in ascending order, ended by 0.
-    static Flag const sequence[10];
+    static const Flag sequence[10];
 
     explicit CReasonFlags(unsigned int value) noexcept : value_(value) {}
 
@@ -36,10 +36,10 @@ private:
     unsigned int value_;
 };
 
-inline bool operator==(CReasonFlags const& a, CReasonFlags const& b) noexcept {
+inline bool operator==(const CReasonFlags& a, const CReasonFlags& b) noexcept {
     return a.get_value() == b.get_value();
 }
-inline bool operator!=(CReasonFlags const& a, CReasonFlags const& b) noexcept {
+inline bool operator!=(const CReasonFlags& a, const CReasonFlags& b) noexcept {
     return !(a == b);
 }
 

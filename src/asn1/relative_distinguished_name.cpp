@@ -6,7 +6,7 @@
 
 namespace Halcyon::ASN1 {
 
-CRelativeDistinguishedName::CRelativeDistinguishedName(wchar_t const* text) {
+CRelativeDistinguishedName::CRelativeDistinguishedName(const wchar_t* text) {
     fromString(text);
 }
 
@@ -14,12 +14,12 @@ CWStringProxy CRelativeDistinguishedName::toString() const {
     return CWStringProxy(joinText(*this, L'+').c_str());
 }
 
-void CRelativeDistinguishedName::fromString(wchar_t const* text) {
+void CRelativeDistinguishedName::fromString(const wchar_t* text) {
     ASN1::fromString(*this, text);
 }
 
-void fromString(CRelativeDistinguishedName& name, wchar_t const* text) {
-    splitText(text, L'+', [&name](wchar_t const* piece) {
+void fromString(CRelativeDistinguishedName& name, const wchar_t* text) {
+    splitText(text, L'+', [&name](const wchar_t* piece) {
         name.push_back(CAttributeTypeAndValue(piece, stringTypeDefault));
     });
 }
@@ -30,7 +30,7 @@ CBlob CRelativeDistinguishedName::encode() const {
     return asn1Encode<ASN1T_RelativeDistinguishedName_traits, CRelativeDistinguishedName>(*this);
 }
 
-void CRelativeDistinguishedName::decode(CBlob const& der) {
+void CRelativeDistinguishedName::decode(const CBlob& der) {
     asn1Decode<ASN1T_RelativeDistinguishedName_traits, CRelativeDistinguishedName>(der, *this);
 }
 

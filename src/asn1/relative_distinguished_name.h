@@ -10,21 +10,21 @@ namespace Halcyon::ASN1 {
 class CRelativeDistinguishedName : public CAttributeTypeAndValueSet {
 public:
     CRelativeDistinguishedName() = default;
-    explicit CRelativeDistinguishedName(wchar_t const* text);
+    explicit CRelativeDistinguishedName(const wchar_t* text);
 
     CWStringProxy toString() const;
     // Appends to what the object holds. Throws 0x80070057 for a piece without "=", an empty one
     // included.
-    void fromString(wchar_t const* text);
+    void fromString(const wchar_t* text);
 
     // The DER of the SET, sorted. Throws as `CAttributeTypeAndValue`, and 0x80093101 without a
     // pair.
     CBlob encode() const;
     // Replaces the pairs.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 };
 
 // The free form of the member.
-void fromString(CRelativeDistinguishedName& name, wchar_t const* text);
+void fromString(CRelativeDistinguishedName& name, const wchar_t* text);
 
 } // namespace Halcyon::ASN1

@@ -10,11 +10,11 @@
 namespace Halcyon::ASN1 {
 
 struct RevAnnContentBlock {
-    RevAnnContentBlock(PKIStatusEnum status, CCertId const& certId,
-                       CDateTime const& willBeRevokedAt, CDateTime const& badSinceDate)
+    RevAnnContentBlock(PKIStatusEnum status, const CCertId& certId,
+                       const CDateTime& willBeRevokedAt, const CDateTime& badSinceDate)
         : status(status), certId(certId), willBeRevokedAt(willBeRevokedAt),
           badSinceDate(badSinceDate) {}
-    RevAnnContentBlock(RevAnnContentBlock const& other)
+    RevAnnContentBlock(const RevAnnContentBlock& other)
         : RevAnnContentBlock(other.status, other.certId, other.willBeRevokedAt,
                              other.badSinceDate) {
         copy_to_auto_ptr(crlDetails, other.crlDetails.get());
@@ -27,14 +27,14 @@ struct RevAnnContentBlock {
     std::unique_ptr<CExtensions> crlDetails;
 };
 
-CRevAnnContent::CRevAnnContent(PKIStatusEnum const& status, CCertId const& certId,
-                               CDateTime const& willBeRevokedAt, CDateTime const& badSinceDate)
+CRevAnnContent::CRevAnnContent(const PKIStatusEnum& status, const CCertId& certId,
+                               const CDateTime& willBeRevokedAt, const CDateTime& badSinceDate)
     : block_(std::make_unique<RevAnnContentBlock>(status, certId, willBeRevokedAt, badSinceDate)) {}
 
-CRevAnnContent::CRevAnnContent(CRevAnnContent const& other)
+CRevAnnContent::CRevAnnContent(const CRevAnnContent& other)
     : block_(std::make_unique<RevAnnContentBlock>(*other.block_)) {}
 
-CRevAnnContent& CRevAnnContent::operator=(CRevAnnContent const& other) {
+CRevAnnContent& CRevAnnContent::operator=(const CRevAnnContent& other) {
     if (this != &other)
         block_ = std::make_unique<RevAnnContentBlock>(*other.block_);
     return *this;
@@ -42,35 +42,35 @@ CRevAnnContent& CRevAnnContent::operator=(CRevAnnContent const& other) {
 
 CRevAnnContent::~CRevAnnContent() = default;
 
-PKIStatusEnum const& CRevAnnContent::get_status() const noexcept {
+const PKIStatusEnum& CRevAnnContent::get_status() const noexcept {
     return block_->status;
 }
-CCertId const& CRevAnnContent::get_certId() const noexcept {
+const CCertId& CRevAnnContent::get_certId() const noexcept {
     return block_->certId;
 }
-CDateTime const& CRevAnnContent::get_willBeRevokedAt() const noexcept {
+const CDateTime& CRevAnnContent::get_willBeRevokedAt() const noexcept {
     return block_->willBeRevokedAt;
 }
-CDateTime const& CRevAnnContent::get_badSinceDate() const noexcept {
+const CDateTime& CRevAnnContent::get_badSinceDate() const noexcept {
     return block_->badSinceDate;
 }
-CExtensions const* CRevAnnContent::get_crlDetails() const noexcept {
+const CExtensions* CRevAnnContent::get_crlDetails() const noexcept {
     return block_->crlDetails.get();
 }
 
-void CRevAnnContent::put_status(PKIStatusEnum const& status) {
+void CRevAnnContent::put_status(const PKIStatusEnum& status) {
     block_->status = status;
 }
-void CRevAnnContent::put_certId(CCertId const& certId) {
+void CRevAnnContent::put_certId(const CCertId& certId) {
     block_->certId = certId;
 }
-void CRevAnnContent::put_willBeRevokedAt(CDateTime const& date) {
+void CRevAnnContent::put_willBeRevokedAt(const CDateTime& date) {
     block_->willBeRevokedAt = date;
 }
-void CRevAnnContent::put_badSinceDate(CDateTime const& date) {
+void CRevAnnContent::put_badSinceDate(const CDateTime& date) {
     block_->badSinceDate = date;
 }
-void CRevAnnContent::put_crlDetails(CExtensions const* details) {
+void CRevAnnContent::put_crlDetails(const CExtensions* details) {
     copy_to_auto_ptr(block_->crlDetails, details);
 }
 
@@ -78,7 +78,7 @@ CBlob CRevAnnContent::encode() const {
     return asn1Encode<ASN1T_RevAnnContent_traits, CRevAnnContent>(*this);
 }
 
-void CRevAnnContent::decode(CBlob const& der) {
+void CRevAnnContent::decode(const CBlob& der) {
     asn1Decode<ASN1T_RevAnnContent_traits, CRevAnnContent>(der, *this);
 }
 
@@ -89,20 +89,20 @@ void CRevAnnContent::decode(CBlob const& der) {
 //     badSinceDate     GeneralizedTime,
 //     crlDetails       Extensions OPTIONAL }
 
-void ASN1T_RevAnnContent_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CRevAnnContent const& value) {
+void ASN1T_RevAnnContent_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CRevAnnContent& value) {
     record.m = {};
     record.status = value.get_status();
     ASN1T_CertId_traits::set(ctxt, record.certId, value.get_certId());
     ASN1GeneralizedTime_traits::set(ctxt, record.willBeRevokedAt, value.get_willBeRevokedAt());
     ASN1GeneralizedTime_traits::set(ctxt, record.badSinceDate, value.get_badSinceDate());
-    CExtensions const* const details = value.get_crlDetails();
+    const CExtensions* const details = value.get_crlDetails();
     if (details && !details->empty()) {
         record.m.crlDetailsPresent = 1;
         ASN1T_Extensions_traits::set(ctxt, record.crlDetails, *details);
     }
 }
 
-void ASN1T_RevAnnContent_traits::get(ASN1_T const& record, CRevAnnContent& value) {
+void ASN1T_RevAnnContent_traits::get(const ASN1_T& record, CRevAnnContent& value) {
     value.put_status(static_cast<PKIStatusEnum>(record.status));
     CCertId certId;
     ASN1T_CertId_traits::get(record.certId, certId);
@@ -118,7 +118,7 @@ void ASN1T_RevAnnContent_traits::get(ASN1_T const& record, CRevAnnContent& value
     value.put_crlDetails(record.m.crlDetailsPresent ? &details : nullptr);
 }
 
-void ASN1T_RevAnnContent_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_RevAnnContent_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_RevAnnContent(ctxt, &from, &to);
 }
 

@@ -15,28 +15,28 @@ struct RevAnnContentBlock;
 // Fractions of a second aren't encoded. Owns all its data.
 class CRevAnnContent {
 public:
-    CRevAnnContent(PKIStatusEnum const& status, CCertId const& certId,
-                   CDateTime const& willBeRevokedAt, CDateTime const& badSinceDate);
-    CRevAnnContent(CRevAnnContent const& other);
-    CRevAnnContent& operator=(CRevAnnContent const& other);
+    CRevAnnContent(const PKIStatusEnum& status, const CCertId& certId,
+                   const CDateTime& willBeRevokedAt, const CDateTime& badSinceDate);
+    CRevAnnContent(const CRevAnnContent& other);
+    CRevAnnContent& operator=(const CRevAnnContent& other);
     ~CRevAnnContent();
 
-    PKIStatusEnum const& get_status() const noexcept;
-    CCertId const& get_certId() const noexcept;
-    CDateTime const& get_willBeRevokedAt() const noexcept;
-    CDateTime const& get_badSinceDate() const noexcept;
+    const PKIStatusEnum& get_status() const noexcept;
+    const CCertId& get_certId() const noexcept;
+    const CDateTime& get_willBeRevokedAt() const noexcept;
+    const CDateTime& get_badSinceDate() const noexcept;
     // Null if absent.
-    CExtensions const* get_crlDetails() const noexcept;
-    void put_status(PKIStatusEnum const& status);
-    void put_certId(CCertId const& certId);
-    void put_willBeRevokedAt(CDateTime const& date);
-    void put_badSinceDate(CDateTime const& date);
+    const CExtensions* get_crlDetails() const noexcept;
+    void put_status(const PKIStatusEnum& status);
+    void put_certId(const CCertId& certId);
+    void put_willBeRevokedAt(const CDateTime& date);
+    void put_badSinceDate(const CDateTime& date);
     // Null makes the field absent. An empty list isn't encoded.
-    void put_crlDetails(CExtensions const* details);
+    void put_crlDetails(const CExtensions* details);
 
     // The DER. Throws as `CGeneralName` and `CExtensions`.
     CBlob encode() const;
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<RevAnnContentBlock> block_;

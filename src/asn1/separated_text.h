@@ -10,7 +10,7 @@ namespace Halcyon::ASN1 {
 template <class Take>
 void splitText(std::wstring_view text, wchar_t separator, Take&& take) {
     for (std::size_t start = 0;;) {
-        std::size_t const end = text.find(separator, start);
+        const std::size_t end = text.find(separator, start);
         take(std::wstring(text.substr(start, end - start)).c_str());
         if (end == std::wstring_view::npos)
             return;
@@ -20,9 +20,9 @@ void splitText(std::wstring_view text, wchar_t separator, Take&& take) {
 
 // The `toString` of the elements with the separator between them.
 template <class List>
-std::wstring joinText(List const& list, wchar_t separator) {
+std::wstring joinText(const List& list, wchar_t separator) {
     std::wstring text;
-    for (auto const& element : list) {
+    for (const auto& element : list) {
         if (&element != &list.front())
             text += separator;
         text += element.toString().c_str();

@@ -11,26 +11,26 @@ namespace Halcyon::ASN1 {
 // `T` is the element's record, `List` a standard list of `Element`.
 template <class T, class ElementTraits, class Element, class List>
 struct ASN1TSeqOfList_traits {
-    static void set(ASN1CTXT* ctxt, rtDList& target, List const& values) {
+    static void set(ASN1CTXT* ctxt, rtDList& target, const List& values) {
         rtDList local{};
-        for (Element const& value : values)
+        for (const Element& value : values)
             ElementTraits::set(ctxt, *appendRecord(ctxt, local), value);
         moveTo(target, local);
     }
 
-    static void get(rtDList const& from, List& values) {
+    static void get(const rtDList& from, List& values) {
         values.clear();
-        for (rtDListNode const* node = from.head; node; node = node->next) {
+        for (const rtDListNode* node = from.head; node; node = node->next) {
             Element element;
-            ElementTraits::get(*static_cast<T const*>(node->data), element);
+            ElementTraits::get(*static_cast<const T*>(node->data), element);
             values.push_back(element);
         }
     }
 
-    static void copy(ASN1CTXT* ctxt, rtDList const& from, rtDList& to) {
+    static void copy(ASN1CTXT* ctxt, const rtDList& from, rtDList& to) {
         rtDListInit(&to);
-        for (rtDListNode const* node = from.head; node; node = node->next)
-            ElementTraits::copy(ctxt, *static_cast<T const*>(node->data), *appendRecord(ctxt, to));
+        for (const rtDListNode* node = from.head; node; node = node->next)
+            ElementTraits::copy(ctxt, *static_cast<const T*>(node->data), *appendRecord(ctxt, to));
     }
 
 private:
@@ -41,7 +41,7 @@ private:
         return record;
     }
 
-    static void moveTo(rtDList& target, rtDList const& local) { target = local; }
+    static void moveTo(rtDList& target, const rtDList& local) { target = local; }
 };
 
 // The same for a list with a type of its own in the schema: `Record` and `Control` are those of the

@@ -7,7 +7,7 @@
 
 namespace Halcyon::ASN1 {
 
-bool operator==(CSignerInfo const& a, CSignerInfo const& b) noexcept {
+bool operator==(const CSignerInfo& a, const CSignerInfo& b) noexcept {
     return a.get_version() == b.get_version() &&
            a.get_digestAlgorithm() == b.get_digestAlgorithm() && a.get_issuer() == b.get_issuer() &&
            a.get_serialNumber() == b.get_serialNumber() && a.get_signature() == b.get_signature() &&
@@ -23,7 +23,7 @@ bool operator==(CSignerInfo const& a, CSignerInfo const& b) noexcept {
 //     signature           SignatureValue,
 //     unsignedAttrs       [1] IMPLICIT UnsignedAttributes OPTIONAL }
 
-void ASN1T_SignerInfo_get(CSignerInfo& value, asn1data::ASN1T_SignerInfo const& record) {
+void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& record) {
     value.put_version(record.version);
     CAlgorithmIdentifier algorithm;
     ASN1T_AlgorithmIdentifier_get(algorithm, record.digestAlgorithm);
@@ -33,14 +33,14 @@ void ASN1T_SignerInfo_get(CSignerInfo& value, asn1data::ASN1T_SignerInfo const& 
     value.put_signature(CBlob(record.signature.data, record.signature.numocts));
     if (record.sid.t != 1)
         failCodec();
-    asn1data::ASN1T_IssuerAndSerialNumber const& id = *record.sid.u.issuerAndSerialNumber;
+    const asn1data::ASN1T_IssuerAndSerialNumber& id = *record.sid.u.issuerAndSerialNumber;
     CBigInteger serialNumber;
     ASN1StringToBigInteger(id.serialNumber, serialNumber);
     value.put_serialNumber(serialNumber);
     value.put_issuer(CBlob(id.issuer.data, id.issuer.numocts));
 }
 
-void ASN1T_SignerInfo_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_SignerInfo_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_SignerInfo(ctxt, &from, &to);
 }
 

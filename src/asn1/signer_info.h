@@ -14,24 +14,24 @@ public:
     CSignerInfo() = default;
 
     unsigned int get_version() const noexcept { return version_; }
-    CBlob const& get_issuer() const noexcept { return issuer_; }
-    CBigInteger const& get_serialNumber() const noexcept { return serialNumber_; }
-    CAlgorithmIdentifier const& get_signatureAlgorithm() const noexcept {
+    const CBlob& get_issuer() const noexcept { return issuer_; }
+    const CBigInteger& get_serialNumber() const noexcept { return serialNumber_; }
+    const CAlgorithmIdentifier& get_signatureAlgorithm() const noexcept {
         return signatureAlgorithm_;
     }
-    CAlgorithmIdentifier const& get_digestAlgorithm() const noexcept { return digestAlgorithm_; }
-    CBlob const& get_signature() const noexcept { return signature_; }
+    const CAlgorithmIdentifier& get_digestAlgorithm() const noexcept { return digestAlgorithm_; }
+    const CBlob& get_signature() const noexcept { return signature_; }
 
     void put_version(unsigned int version) noexcept { version_ = version; }
-    void put_issuer(CBlob const& issuer) { issuer_ = issuer; }
-    void put_serialNumber(CBigInteger const& serial) { serialNumber_ = serial; }
-    void put_signatureAlgorithm(CAlgorithmIdentifier const& algorithm) {
+    void put_issuer(const CBlob& issuer) { issuer_ = issuer; }
+    void put_serialNumber(const CBigInteger& serial) { serialNumber_ = serial; }
+    void put_signatureAlgorithm(const CAlgorithmIdentifier& algorithm) {
         signatureAlgorithm_ = algorithm;
     }
-    void put_digestAlgorithm(CAlgorithmIdentifier const& algorithm) {
+    void put_digestAlgorithm(const CAlgorithmIdentifier& algorithm) {
         digestAlgorithm_ = algorithm;
     }
-    void put_signature(CBlob const& signature) { signature_ = signature; }
+    void put_signature(const CBlob& signature) { signature_ = signature; }
 
 private:
     unsigned int version_ = 0;
@@ -43,8 +43,8 @@ private:
 };
 
 // All fields; the serial numbers by value.
-bool operator==(CSignerInfo const& a, CSignerInfo const& b) noexcept;
-inline bool operator!=(CSignerInfo const& a, CSignerInfo const& b) noexcept {
+bool operator==(const CSignerInfo& a, const CSignerInfo& b) noexcept;
+inline bool operator!=(const CSignerInfo& a, const CSignerInfo& b) noexcept {
     return !(a == b);
 }
 

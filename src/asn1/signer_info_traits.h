@@ -9,14 +9,14 @@ namespace Halcyon::ASN1 {
 
 // Throws 0x80093101 for a signer that is named by a key identifier; version, algorithms and
 // signature are replaced then.
-void ASN1T_SignerInfo_get(CSignerInfo& value, asn1data::ASN1T_SignerInfo const& record);
+void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& record);
 
 struct ASN1T_SignerInfo_traits
     : CCodeClassT<asn1data::ASN1T_SignerInfo, asn1data::ASN1C_SignerInfo> {
-    static void get(ASN1_T const& record, CSignerInfo& value) {
+    static void get(const ASN1_T& record, CSignerInfo& value) {
         ASN1T_SignerInfo_get(value, record);
     }
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

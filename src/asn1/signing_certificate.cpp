@@ -18,22 +18,22 @@ using Fields = CertsAndPoliciesTraits<ASN1T_ESSCertID_traits, CESSCertID, CESSCe
 CAttrSigningCertificate::CAttrSigningCertificate()
     : CAttrSigningCertificateT(oidSigningCertificate) {}
 
-CAttrSigningCertificate::CAttrSigningCertificate(CESSCertIDList const& certs)
+CAttrSigningCertificate::CAttrSigningCertificate(const CESSCertIDList& certs)
     : CAttrSigningCertificate() {
     put_certs(certs);
 }
 
-CAttrSigningCertificate::CAttrSigningCertificate(CBlob const& der) : CAttrSigningCertificate() {
+CAttrSigningCertificate::CAttrSigningCertificate(const CBlob& der) : CAttrSigningCertificate() {
     value() = der;
     decode();
 }
 
-void CAttrSigningCertificate::put_certs(CESSCertIDList const& certs) {
+void CAttrSigningCertificate::put_certs(const CESSCertIDList& certs) {
     block_->certs = certs;
     encode();
 }
 
-void CAttrSigningCertificate::put_policies(CPolicyInformationList const* policies) {
+void CAttrSigningCertificate::put_policies(const CPolicyInformationList* policies) {
     copy_to_auto_ptr(block_->policies, policies);
 }
 
@@ -50,16 +50,16 @@ void CAttrSigningCertificate::decode() {
 //     policies  SEQUENCE OF PolicyInformation OPTIONAL }
 
 void ASN1T_SigningCertificate_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                          CAttrSigningCertificate const& value) {
+                                          const CAttrSigningCertificate& value) {
     Fields::set(ctxt, record, value.get_certs(), value.get_policies());
 }
 
 // The value's encoded form stays as it is: it is what the record was read from.
-void ASN1T_SigningCertificate_traits::get(ASN1_T const& record, CAttrSigningCertificate& value) {
+void ASN1T_SigningCertificate_traits::get(const ASN1_T& record, CAttrSigningCertificate& value) {
     Fields::get(record, value.block_->certs, value.block_->policies);
 }
 
-void ASN1T_SigningCertificate_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_SigningCertificate_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_SigningCertificate(ctxt, &from, &to);
 }
 

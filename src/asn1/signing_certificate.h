@@ -11,9 +11,9 @@ class CAttrSigningCertificate : public CAttrSigningCertificateT<CESSCertIDList> 
 public:
     // Without certificates and without an encoded form.
     CAttrSigningCertificate();
-    explicit CAttrSigningCertificate(CESSCertIDList const& certs);
+    explicit CAttrSigningCertificate(const CESSCertIDList& certs);
     // Throws 0x80093101 if `der` isn't the attribute's value.
-    explicit CAttrSigningCertificate(CBlob const& der);
+    explicit CAttrSigningCertificate(const CBlob& der);
 
     // The encoded form from the fields. An empty list of policies isn't encoded. Throws 0x80093101,
     // and 0x80070057 for a text that is no identifier.
@@ -22,9 +22,9 @@ public:
     void decode();
 
     // Encodes at once.
-    void put_certs(CESSCertIDList const& certs);
+    void put_certs(const CESSCertIDList& certs);
     // Null makes the field absent. The encoded form stays as it was until `encode`.
-    void put_policies(CPolicyInformationList const* policies);
+    void put_policies(const CPolicyInformationList* policies);
 
 private:
     friend struct ASN1T_SigningCertificate_traits;

@@ -15,14 +15,14 @@ namespace Halcyon::ASN1 {
 template <class List>
 class CAttrSigningCertificateT : public CAttrValue {
 public:
-    List const& get_certs() const noexcept { return block_->certs; }
+    const List& get_certs() const noexcept { return block_->certs; }
     // Null if absent.
-    CPolicyInformationList const* get_policies() const noexcept { return block_->policies.get(); }
+    const CPolicyInformationList* get_policies() const noexcept { return block_->policies.get(); }
 
 protected:
     struct Block {
         Block() = default;
-        Block(Block const& other) : certs(other.certs) {
+        Block(const Block& other) : certs(other.certs) {
             copy_to_auto_ptr(policies, other.policies.get());
         }
 
@@ -30,11 +30,11 @@ protected:
         std::unique_ptr<CPolicyInformationList> policies;
     };
 
-    explicit CAttrSigningCertificateT(char const* oid)
+    explicit CAttrSigningCertificateT(const char* oid)
         : CAttrValue(oid), block_(std::make_unique<Block>()) {}
-    CAttrSigningCertificateT(CAttrSigningCertificateT const& other)
+    CAttrSigningCertificateT(const CAttrSigningCertificateT& other)
         : CAttrValue(other), block_(std::make_unique<Block>(*other.block_)) {}
-    CAttrSigningCertificateT& operator=(CAttrSigningCertificateT const& other) {
+    CAttrSigningCertificateT& operator=(const CAttrSigningCertificateT& other) {
         if (this != &other) {
             auto block = std::make_unique<Block>(*other.block_);
             CAttrValue::operator=(other);

@@ -23,7 +23,7 @@ CIssuerSerial issuerSerial() {
 
 template <class Id>
 Id withIssuerSerial(Id id) {
-    CIssuerSerial const issuer = issuerSerial();
+    const CIssuerSerial issuer = issuerSerial();
     id.put_issuerSerial(&issuer);
     return id;
 }
@@ -39,14 +39,14 @@ TEST(SigningCertificate, IsReadAndWrittenByOpenSSLTheSame) {
     certs.push_back(CESSCertID(fromHex("0102")));
     certs.push_back(withIssuerSerial(CESSCertID(fromHex("0304"))));
     CAttrSigningCertificate value(certs);
-    CPolicyInformationList const policies = onePolicy();
+    const CPolicyInformationList policies = onePolicy();
     value.put_policies(&policies);
     value.encode();
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.12");
     EXPECT_EQ(throughOpenSSL<ESS_SIGNING_CERT>(value.get_value(), d2i_ESS_SIGNING_CERT,
                                                i2d_ESS_SIGNING_CERT, ESS_SIGNING_CERT_free),
               toHex(value.get_value()));
-    CAttrSigningCertificate const back(value.get_value());
+    const CAttrSigningCertificate back(value.get_value());
     EXPECT_TRUE(back.get_certs() == certs);
     ASSERT_NE(back.get_policies(), nullptr);
     EXPECT_STREQ(back.get_policies()->front().get_policyIdentifier(), "1.2.3.4");
@@ -57,13 +57,13 @@ TEST(SigningCertificateV2, IsReadAndWrittenByOpenSSLTheSame) {
     CESSCertIDv2List certs;
     certs.push_back(CESSCertIDv2(fromHex("0102")));
     certs.push_back(withIssuerSerial(CESSCertIDv2(fromHex("0304"), CAlgorithmIdentifier(sha1))));
-    CAttrSigningCertificateV2 const value(certs);
+    const CAttrSigningCertificateV2 value(certs);
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.47");
     EXPECT_EQ(throughOpenSSL<ESS_SIGNING_CERT_V2>(value.get_value(), d2i_ESS_SIGNING_CERT_V2,
                                                   i2d_ESS_SIGNING_CERT_V2,
                                                   ESS_SIGNING_CERT_V2_free),
               toHex(value.get_value()));
-    CAttrSigningCertificateV2 const back(value.get_value());
+    const CAttrSigningCertificateV2 back(value.get_value());
     EXPECT_TRUE(back.get_certs() == certs);
     EXPECT_EQ(back.get_policies(), nullptr);
 }
@@ -72,16 +72,16 @@ TEST(OtherSigningCertificate, RoundTripsBothKindsOfHashes) {
     COtherCertIDList certs;
     certs.push_back(COtherCertID(fromHex("0102")));
     certs.push_back(withIssuerSerial(COtherCertID(fromHex("0304"), CAlgorithmIdentifier(sha1))));
-    CAttrOtherSigningCertificate const value(certs);
+    const CAttrOtherSigningCertificate value(certs);
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.19");
-    CAttrOtherSigningCertificate const back(value.get_value());
+    const CAttrOtherSigningCertificate back(value.get_value());
     EXPECT_TRUE(back.get_certs() == certs);
     EXPECT_EQ(back.get_certs().front().get_otherCertHash().get_type(), 1u);
     EXPECT_EQ(back.get_certs().back().get_otherCertHash().get_type(), 2u);
 }
 
 TEST(SigningCertificate, PoliciesWaitForEncodeInTwoOfThreeClasses) {
-    CPolicyInformationList const policies = onePolicy();
+    const CPolicyInformationList policies = onePolicy();
     CAttrSigningCertificate v1((CESSCertIDList()));
     CAttrSigningCertificateV2 v2((CESSCertIDv2List()));
     CAttrOtherSigningCertificate other((COtherCertIDList()));
@@ -100,7 +100,7 @@ TEST(SigningCertificate, PoliciesWaitForEncodeInTwoOfThreeClasses) {
 }
 
 TEST(SigningCertificate, EmptyPoliciesAreNotEncoded) {
-    CPolicyInformationList const none;
+    const CPolicyInformationList none;
     CAttrSigningCertificate value;
     EXPECT_EQ(value.get_value().cbData(), 0u);
     value.put_policies(&none);
@@ -113,7 +113,7 @@ TEST(SigningCertificate, EmptyPoliciesAreNotEncoded) {
 
 TEST(SigningCertificate, DecodingKeepsTheEncodedFormAndDropsQualifiers) {
     // One policy with a qualifier that points to a practice statement.
-    CBlob const der =
+    const CBlob der =
         fromHex("302430003020301E06032A03043017301506082B060105050702011609687474703A2F"
                 "2F612F62");
     CAttrSigningCertificate value(der);

@@ -9,9 +9,9 @@ namespace Halcyon::ASN1 {
 
 struct ASN1T_SigningCertificate_traits
     : CCodeClassT<asn1data::ASN1T_SigningCertificate, asn1data::ASN1C_SigningCertificate> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CAttrSigningCertificate const& value);
-    static void get(ASN1_T const& record, CAttrSigningCertificate& value);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAttrSigningCertificate& value);
+    static void get(const ASN1_T& record, CAttrSigningCertificate& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

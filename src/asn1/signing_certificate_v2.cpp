@@ -18,23 +18,23 @@ using Fields = CertsAndPoliciesTraits<ASN1T_ESSCertIDv2_traits, CESSCertIDv2, CE
 CAttrSigningCertificateV2::CAttrSigningCertificateV2()
     : CAttrSigningCertificateT(oidSigningCertificateV2) {}
 
-CAttrSigningCertificateV2::CAttrSigningCertificateV2(CESSCertIDv2List const& certs)
+CAttrSigningCertificateV2::CAttrSigningCertificateV2(const CESSCertIDv2List& certs)
     : CAttrSigningCertificateV2() {
     put_certs(certs);
 }
 
-CAttrSigningCertificateV2::CAttrSigningCertificateV2(CBlob const& der)
+CAttrSigningCertificateV2::CAttrSigningCertificateV2(const CBlob& der)
     : CAttrSigningCertificateV2() {
     value() = der;
     decode();
 }
 
-void CAttrSigningCertificateV2::put_certs(CESSCertIDv2List const& certs) {
+void CAttrSigningCertificateV2::put_certs(const CESSCertIDv2List& certs) {
     block_->certs = certs;
     encode();
 }
 
-void CAttrSigningCertificateV2::put_policies(CPolicyInformationList const* policies) {
+void CAttrSigningCertificateV2::put_policies(const CPolicyInformationList* policies) {
     copy_to_auto_ptr(block_->policies, policies);
 }
 
@@ -51,17 +51,17 @@ void CAttrSigningCertificateV2::decode() {
 //     policies  SEQUENCE OF PolicyInformation OPTIONAL }
 
 void ASN1T_SigningCertificateV2_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                            CAttrSigningCertificateV2 const& value) {
+                                            const CAttrSigningCertificateV2& value) {
     Fields::set(ctxt, record, value.get_certs(), value.get_policies());
 }
 
 // The value's encoded form stays as it is: it is what the record was read from.
-void ASN1T_SigningCertificateV2_traits::get(ASN1_T const& record,
+void ASN1T_SigningCertificateV2_traits::get(const ASN1_T& record,
                                             CAttrSigningCertificateV2& value) {
     Fields::get(record, value.block_->certs, value.block_->policies);
 }
 
-void ASN1T_SigningCertificateV2_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_SigningCertificateV2_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_SigningCertificateV2(ctxt, &from, &to);
 }
 

@@ -11,9 +11,9 @@ class CAttrSigningCertificateV2 : public CAttrSigningCertificateT<CESSCertIDv2Li
 public:
     // Without certificates and without an encoded form.
     CAttrSigningCertificateV2();
-    explicit CAttrSigningCertificateV2(CESSCertIDv2List const& certs);
+    explicit CAttrSigningCertificateV2(const CESSCertIDv2List& certs);
     // Throws 0x80093101 if `der` isn't the attribute's value.
-    explicit CAttrSigningCertificateV2(CBlob const& der);
+    explicit CAttrSigningCertificateV2(const CBlob& der);
 
     // The encoded form from the fields. An empty list of policies isn't encoded. Throws 0x80093101,
     // and 0x80070057 for a text that is no identifier.
@@ -22,9 +22,9 @@ public:
     void decode();
 
     // Encodes at once.
-    void put_certs(CESSCertIDv2List const& certs);
+    void put_certs(const CESSCertIDv2List& certs);
     // Null makes the field absent. The encoded form stays as it was until `encode`.
-    void put_policies(CPolicyInformationList const* policies);
+    void put_policies(const CPolicyInformationList* policies);
 
 private:
     friend struct ASN1T_SigningCertificateV2_traits;

@@ -8,20 +8,20 @@ constexpr char oidSigningTime[] = "1.2.840.113549.1.9.5";
 
 } // namespace
 
-CAttrSigningTime::CAttrSigningTime(CDateTime const& time)
+CAttrSigningTime::CAttrSigningTime(const CDateTime& time)
     : CAttrValue(oidSigningTime), time_(std::make_unique<CTimeChoice>()) {
     put_time(time);
 }
 
-CAttrSigningTime::CAttrSigningTime(CBlob const& der)
+CAttrSigningTime::CAttrSigningTime(const CBlob& der)
     : CAttrValue(oidSigningTime, der), time_(std::make_unique<CTimeChoice>()) {
     decode();
 }
 
-CAttrSigningTime::CAttrSigningTime(CAttrSigningTime const& other)
+CAttrSigningTime::CAttrSigningTime(const CAttrSigningTime& other)
     : CAttrValue(other), time_(std::make_unique<CTimeChoice>(*other.time_)) {}
 
-CAttrSigningTime& CAttrSigningTime::operator=(CAttrSigningTime const& other) {
+CAttrSigningTime& CAttrSigningTime::operator=(const CAttrSigningTime& other) {
     if (this != &other) {
         CAttrValue::operator=(other);
         *time_ = *other.time_;
@@ -43,7 +43,7 @@ CDateTime CAttrSigningTime::get_time() const {
     return *time_->get_time();
 }
 
-void CAttrSigningTime::put_time(CDateTime const& time) {
+void CAttrSigningTime::put_time(const CDateTime& time) {
     time_->put_time(time);
     encode();
 }

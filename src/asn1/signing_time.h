@@ -14,11 +14,11 @@ namespace Halcyon::ASN1 {
 // encoded.
 class CAttrSigningTime : public CAttrValue {
 public:
-    explicit CAttrSigningTime(CDateTime const& time);
+    explicit CAttrSigningTime(const CDateTime& time);
     // Throws 0x80093101 if `der` isn't a Time.
-    explicit CAttrSigningTime(CBlob const& der);
-    CAttrSigningTime(CAttrSigningTime const& other);
-    CAttrSigningTime& operator=(CAttrSigningTime const& other);
+    explicit CAttrSigningTime(const CBlob& der);
+    CAttrSigningTime(const CAttrSigningTime& other);
+    CAttrSigningTime& operator=(const CAttrSigningTime& other);
 
     // The encoded form from the time, and the time from the encoded form. Throw 0x80093101.
     void encode();
@@ -26,7 +26,7 @@ public:
 
     CDateTime get_time() const;
     // Encodes at once.
-    void put_time(CDateTime const& time);
+    void put_time(const CDateTime& time);
 
 private:
     std::unique_ptr<CTimeChoice> time_;

@@ -14,7 +14,7 @@ CBlob CPKIStatusInfo::encode() const {
     return asn1Encode<ASN1T_PKIStatusInfo_traits, CPKIStatusInfo>(*this);
 }
 
-void CPKIStatusInfo::decode(CBlob const& der) {
+void CPKIStatusInfo::decode(const CBlob& der) {
     asn1Decode<ASN1T_PKIStatusInfo_traits, CPKIStatusInfo>(der, *this);
 }
 
@@ -23,7 +23,7 @@ void CPKIStatusInfo::decode(CBlob const& der) {
 //     statusString  PKIFreeText OPTIONAL,
 //     failInfo      PKIFailureInfo OPTIONAL }
 
-void ASN1T_PKIStatusInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CPKIStatusInfo const& value) {
+void ASN1T_PKIStatusInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CPKIStatusInfo& value) {
     record.m = {};
     record.status = value.get_pkiStatus();
     if (!value.get_statusString().empty()) {
@@ -36,7 +36,7 @@ void ASN1T_PKIStatusInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CPKIStatusI
     }
 }
 
-void ASN1T_PKIStatusInfo_traits::get(ASN1_T const& record, CPKIStatusInfo& value) {
+void ASN1T_PKIStatusInfo_traits::get(const ASN1_T& record, CPKIStatusInfo& value) {
     value.put_pkiStatus(static_cast<PKIStatusEnum>(record.status));
     CPKIFailureInfo failureInfo(0);
     if (record.m.failInfoPresent)
@@ -50,7 +50,7 @@ void ASN1T_PKIStatusInfo_traits::get(ASN1_T const& record, CPKIStatusInfo& value
     }
 }
 
-void ASN1T_PKIStatusInfo_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_PKIStatusInfo_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_PKIStatusInfo(ctxt, &from, &to);
 }
 

@@ -14,17 +14,17 @@ public:
     explicit CPKIStatusInfo(PKIStatusEnum status) noexcept;
 
     PKIStatusEnum get_pkiStatus() const noexcept { return pkiStatus_; }
-    CPKIFailureInfo const& get_failureInfo() const noexcept { return failureInfo_; }
-    CPKIFreeText const& get_statusString() const noexcept { return statusString_; }
+    const CPKIFailureInfo& get_failureInfo() const noexcept { return failureInfo_; }
+    const CPKIFreeText& get_statusString() const noexcept { return statusString_; }
     void put_pkiStatus(PKIStatusEnum status) noexcept { pkiStatus_ = status; }
-    void put_failureInfo(CPKIFailureInfo const& info) noexcept { failureInfo_ = info; }
-    void put_statusString(CPKIFreeText const& text) { statusString_ = text; }
+    void put_failureInfo(const CPKIFailureInfo& info) noexcept { failureInfo_ = info; }
+    void put_statusString(const CPKIFreeText& text) { statusString_ = text; }
 
     // The DER. Throws 0x80093101.
     CBlob encode() const;
     // An encoding without texts leaves the texts that the object held. Throws 0x80093101,
     // 0x8009310E for a text that isn't UTF-8, and 0x80070057 for a language mark without its end.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     PKIStatusEnum pkiStatus_;

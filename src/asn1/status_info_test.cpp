@@ -11,7 +11,7 @@ namespace {
 TEST(FailureInfo, GoesOutWithoutTrailingZeroBits) {
     struct {
         unsigned int value;
-        char const* der;
+        const char* der;
     } const rows[] = {
         {0, "030100"},
         {1, "03020780"},
@@ -23,8 +23,8 @@ TEST(FailureInfo, GoesOutWithoutTrailingZeroBits) {
         {0x03FFFFFF, "030506FFFFFFC0"},
         {1u << 31, "03050000000001"},
     };
-    for (auto const& row : rows) {
-        CPKIFailureInfo const info(row.value);
+    for (const auto& row : rows) {
+        const CPKIFailureInfo info(row.value);
         EXPECT_EQ(toHex(info.encode()), row.der);
         CPKIFailureInfo back(0xFFFFFFFF);
         back.decode(fromHex(row.der));
@@ -53,7 +53,7 @@ TEST(StatusInfo, LeavesAbsentFieldsOut) {
     info.put_failureInfo(CPKIFailureInfo(4));
     EXPECT_EQ(toHex(info.encode()), "300702010203020520");
     info.put_statusString(CPKIFreeText(L"no", CLanguageTagDefaultRead()));
-    CBlob const der = info.encode();
+    const CBlob der = info.encode();
     EXPECT_EQ(toHex(der), "300D02010230040C026E6F03020520");
     EXPECT_EQ(throughOpenSSL<TS_STATUS_INFO>(der, d2i_TS_STATUS_INFO, i2d_TS_STATUS_INFO,
                                              TS_STATUS_INFO_free),
@@ -88,7 +88,7 @@ TEST(StatusInfo, StatusBeyondTheNamedOnesIsKept) {
 
 TEST(StatusInfo, RefusesBadTextsAndStructures) {
     CPKIStatusInfo info(pkiStatusWaiting);
-    for (char const* der : {"", "3000", "0500", "30050201000500"})
+    for (const char* der : {"", "3000", "0500", "30050201000500"})
         EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex(der)); }), 0x80093101u) << der;
     EXPECT_EQ(info.get_pkiStatus(), pkiStatusWaiting);
     EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex("300802010030030C01FF")); }), 0x8009310Eu);

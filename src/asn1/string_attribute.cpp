@@ -5,10 +5,10 @@
 
 namespace Halcyon::ASN1 {
 
-CAttrStringValue::CAttrStringValue(char const* oid, char const* text)
+CAttrStringValue::CAttrStringValue(const char* oid, const char* text)
     : CAttrStringValue(oid, towstring(text).c_str()) {}
 
-CAttrStringValue::CAttrStringValue(char const* oid, wchar_t const* text)
+CAttrStringValue::CAttrStringValue(const char* oid, const wchar_t* text)
     : CAttrValue(oid, CATAVRegister::valueFromStr(oid, text, stringTypeDefault)) {}
 
 } // namespace Halcyon::ASN1

@@ -12,73 +12,73 @@ namespace Halcyon::ASN1 {
 class CAttrStringValue : public CAttrValue {
 public:
     // Narrow text is in the system's code page.
-    CAttrStringValue(char const* oid, char const* text);
-    CAttrStringValue(char const* oid, wchar_t const* text);
+    CAttrStringValue(const char* oid, const char* text);
+    CAttrStringValue(const char* oid, const wchar_t* text);
 };
 
 class CAttrCommonName : public CAttrStringValue {
 public:
-    explicit CAttrCommonName(char const* text) : CAttrStringValue("2.5.4.3", text) {}
+    explicit CAttrCommonName(const char* text) : CAttrStringValue("2.5.4.3", text) {}
 };
 
 class CAttrSurname : public CAttrStringValue {
 public:
-    explicit CAttrSurname(char const* text) : CAttrStringValue("2.5.4.4", text) {}
+    explicit CAttrSurname(const char* text) : CAttrStringValue("2.5.4.4", text) {}
 };
 
 class CAttrSerialNumber : public CAttrStringValue {
 public:
-    explicit CAttrSerialNumber(char const* text) : CAttrStringValue("2.5.4.5", text) {}
+    explicit CAttrSerialNumber(const char* text) : CAttrStringValue("2.5.4.5", text) {}
 };
 
 class CAttrCountry : public CAttrStringValue {
 public:
-    explicit CAttrCountry(char const* text) : CAttrStringValue("2.5.4.6", text) {}
+    explicit CAttrCountry(const char* text) : CAttrStringValue("2.5.4.6", text) {}
 };
 
 class CAttrLocality : public CAttrStringValue {
 public:
-    explicit CAttrLocality(char const* text) : CAttrStringValue("2.5.4.7", text) {}
+    explicit CAttrLocality(const char* text) : CAttrStringValue("2.5.4.7", text) {}
 };
 
 class CAttrStateOrProvinceName : public CAttrStringValue {
 public:
-    explicit CAttrStateOrProvinceName(char const* text) : CAttrStringValue("2.5.4.8", text) {}
+    explicit CAttrStateOrProvinceName(const char* text) : CAttrStringValue("2.5.4.8", text) {}
 };
 
 class CAttrOrganizationName : public CAttrStringValue {
 public:
-    explicit CAttrOrganizationName(char const* text) : CAttrStringValue("2.5.4.10", text) {}
+    explicit CAttrOrganizationName(const char* text) : CAttrStringValue("2.5.4.10", text) {}
 };
 
 class CAttrOrganizationalUnitName : public CAttrStringValue {
 public:
-    explicit CAttrOrganizationalUnitName(char const* text) : CAttrStringValue("2.5.4.11", text) {}
+    explicit CAttrOrganizationalUnitName(const char* text) : CAttrStringValue("2.5.4.11", text) {}
 };
 
 class CAttrTitle : public CAttrStringValue {
 public:
-    explicit CAttrTitle(char const* text) : CAttrStringValue("2.5.4.12", text) {}
+    explicit CAttrTitle(const char* text) : CAttrStringValue("2.5.4.12", text) {}
 };
 
 class CAttrGivenName : public CAttrStringValue {
 public:
-    explicit CAttrGivenName(char const* text) : CAttrStringValue("2.5.4.42", text) {}
+    explicit CAttrGivenName(const char* text) : CAttrStringValue("2.5.4.42", text) {}
 };
 
 class CAttrInitials : public CAttrStringValue {
 public:
-    explicit CAttrInitials(char const* text) : CAttrStringValue("2.5.4.43", text) {}
+    explicit CAttrInitials(const char* text) : CAttrStringValue("2.5.4.43", text) {}
 };
 
 class CAttrPseudonym : public CAttrStringValue {
 public:
-    explicit CAttrPseudonym(char const* text) : CAttrStringValue("2.5.4.65", text) {}
+    explicit CAttrPseudonym(const char* text) : CAttrStringValue("2.5.4.65", text) {}
 };
 
 class CAttrEmailAddress : public CAttrStringValue {
 public:
-    explicit CAttrEmailAddress(char const* text) : CAttrStringValue("1.2.840.113549.1.9.1", text) {}
+    explicit CAttrEmailAddress(const char* text) : CAttrStringValue("1.2.840.113549.1.9.1", text) {}
 };
 
 } // namespace Halcyon::ASN1

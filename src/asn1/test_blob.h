@@ -9,13 +9,13 @@
 
 namespace Halcyon::ASN1 {
 
-inline CBlob fromHex(char const* text) {
+inline CBlob fromHex(const char* text) {
     CBlob blob;
     blob.readFromHexString(text);
     return blob;
 }
 
-inline std::string toHex(CBlob const& blob) {
+inline std::string toHex(const CBlob& blob) {
     return blob.writeToHexString(0).c_str();
 }
 
@@ -24,7 +24,7 @@ template <class Call>
 std::uint32_t codeThrownBy(Call&& call) {
     try {
         call();
-    } catch (ATL::CAtlException const& error) {
+    } catch (ATL::const CAtlException& error) {
         return static_cast<std::uint32_t>(static_cast<std::int32_t>(error));
     }
     return 0;
@@ -33,29 +33,29 @@ std::uint32_t codeThrownBy(Call&& call) {
 // The encoding as OpenSSL writes the value that it read from `der`, in hexadecimal digits.
 // "refused" if OpenSSL can't read it or doesn't use it up.
 template <class T, class Read, class Write, class Free>
-std::string throughOpenSSL(CBlob const& der, Read read, Write write, Free release) {
-    unsigned char const* input = der.pbData();
+std::string throughOpenSSL(const CBlob& der, Read read, Write write, Free release) {
+    const unsigned char* input = der.pbData();
     T* value = read(nullptr, &input, static_cast<long>(der.cbData()));
     if (!value || input != der.pbData() + der.cbData()) {
         release(value);
         return "refused";
     }
     unsigned char* output = nullptr;
-    int const length = write(value, &output);
+    const int length = write(value, &output);
     release(value);
     if (length < 0)
         return "not written";
-    CBlob const blob(output, static_cast<unsigned long>(length));
+    const CBlob blob(output, static_cast<unsigned long>(length));
     free(output);
     return toHex(blob);
 }
 
 // The encoding that OpenSSL writes for a value, which stays the caller's.
 template <class T, class Write>
-CBlob writtenByOpenSSL(T const* value, Write write) {
+CBlob writtenByOpenSSL(const T* value, Write write) {
     unsigned char* output = nullptr;
-    int const length = write(value, &output);
-    CBlob const blob(output, length < 0 ? 0 : static_cast<unsigned long>(length));
+    const int length = write(value, &output);
+    const CBlob blob(output, length < 0 ? 0 : static_cast<unsigned long>(length));
     free(output);
     return blob;
 }

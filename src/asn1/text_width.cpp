@@ -9,8 +9,8 @@ namespace Halcyon::ASN1 {
 
 // The sizes that the platform answers count the terminator, which isn't part of the result.
 
-std::string tostring(wchar_t const* text) {
-    int const size = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
+std::string tostring(const wchar_t* text) {
+    const int size = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
     if (size <= 0)
         throwLastError();
     std::string result(static_cast<std::size_t>(size), '\0');
@@ -20,15 +20,15 @@ std::string tostring(wchar_t const* text) {
     return result;
 }
 
-std::string tostring(unsigned short const* text) {
+std::string tostring(const unsigned short* text) {
     std::wstring wide;
     for (; *text != 0; ++text)
         wide.push_back(static_cast<wchar_t>(*text));
     return tostring(wide.c_str());
 }
 
-std::wstring towstring(char const* text) {
-    int const size = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+std::wstring towstring(const char* text) {
+    const int size = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
     if (size <= 0)
         throwLastError();
     std::wstring result(static_cast<std::size_t>(size), L'\0');

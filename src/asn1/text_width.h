@@ -7,10 +7,10 @@ namespace Halcyon::ASN1 {
 
 // Throw the platform's last error as a result code if the text can't be converted. A 16-bit text is
 // taken one character a unit.
-std::string tostring(wchar_t const* text);
-std::string tostring(unsigned short const* text);
+std::string tostring(const wchar_t* text);
+std::string tostring(const unsigned short* text);
 std::string tostring(int number);
-std::wstring towstring(char const* text);
+std::wstring towstring(const char* text);
 std::wstring towstring(int number);
 
 } // namespace Halcyon::ASN1

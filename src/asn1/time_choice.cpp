@@ -11,7 +11,7 @@ public:
     ~CTimeChoiceImpl() override { clearValue(); }
 
 protected:
-    ChoiceValueTraits const* findTraits(unsigned int kind) const noexcept override {
+    const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept override {
         switch (kind) {
         case 1:
             return &ChoiceValueTraitsT<CDateTime, 1>::instance;
@@ -24,13 +24,13 @@ protected:
 };
 
 CTimeChoice::CTimeChoice() : impl_(std::make_unique<CTimeChoiceImpl>()) {
-    CDateTime const epoch(0L, 0);
+    const CDateTime epoch(0L, 0);
     impl_->put(1, &epoch);
 }
 
-CTimeChoice::CTimeChoice(CTimeChoice const& other) : impl_(copyChoice(other.impl_)) {}
+CTimeChoice::CTimeChoice(const CTimeChoice& other) : impl_(copyChoice(other.impl_)) {}
 
-CTimeChoice& CTimeChoice::operator=(CTimeChoice const& other) {
+CTimeChoice& CTimeChoice::operator=(const CTimeChoice& other) {
     assignChoice(impl_, other.impl_);
     return *this;
 }
@@ -45,12 +45,12 @@ unsigned int CTimeChoice::get_type() const noexcept {
     return choiceType(impl_);
 }
 
-CDateTime const* CTimeChoice::get_time() const noexcept {
-    CDateTime const* const utcTime = choiceValue<CDateTime>(impl_, 1);
+const CDateTime* CTimeChoice::get_time() const noexcept {
+    const CDateTime* const utcTime = choiceValue<CDateTime>(impl_, 1);
     return utcTime ? utcTime : choiceValue<CDateTime>(impl_, 2);
 }
 
-void CTimeChoice::put_time(CDateTime const& date) {
+void CTimeChoice::put_time(const CDateTime& date) {
     putChoice(impl_, date.year() > 2049 ? 2 : 1, &date);
 }
 
@@ -58,7 +58,7 @@ CBlob CTimeChoice::encode() const {
     return asn1Encode<ASN1T_Time_traits, CTimeChoice>(*this);
 }
 
-void CTimeChoice::decode(CBlob const& der) {
+void CTimeChoice::decode(const CBlob& der) {
     asn1Decode<ASN1T_Time_traits, CTimeChoice>(der, *this);
 }
 

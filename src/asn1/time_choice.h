@@ -16,23 +16,23 @@ class CTimeChoiceImpl;
 class CTimeChoice {
 public:
     CTimeChoice();
-    CTimeChoice(CTimeChoice const& other);
-    CTimeChoice& operator=(CTimeChoice const& other);
+    CTimeChoice(const CTimeChoice& other);
+    CTimeChoice& operator=(const CTimeChoice& other);
     ~CTimeChoice();
     // Gives up the value. After that the object may only be assigned to or destroyed.
     void clear() noexcept;
 
     unsigned int get_type() const noexcept;
     // Null if nothing is held.
-    CDateTime const* get_time() const noexcept;
+    const CDateTime* get_time() const noexcept;
     // Kind 2 for a year above 2049, kind 1 for all others, those before 1950 included.
-    void put_time(CDateTime const& date);
+    void put_time(const CDateTime& date);
 
     // The DER. Throws 0x80093101 if the time can't be written.
     CBlob encode() const;
     // The kind follows from the year by the rule of `put_time`, whatever it was in `der`. Throws
     // 0x80093101.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
 private:
     std::unique_ptr<CTimeChoiceImpl> impl_;

@@ -10,7 +10,7 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-CTimeChoice choiceOf(CDateTime const& date) {
+CTimeChoice choiceOf(const CDateTime& date) {
     CTimeChoice value;
     value.put_time(date);
     return value;
@@ -27,15 +27,15 @@ TEST(TimeChoice, KindFollowsTheYearUpTo2049) {
 TEST(TimeChoice, RoundTripsInTheFormThatOpenSSLWrites) {
     struct {
         CDateTime date;
-        char const* der;
+        const char* der;
     } const rows[] = {
         {CDateTime(1970, 1, 1, 0, 0, 0, 0, 0), "170D3730303130313030303030305A"},
         {CDateTime(2024, 2, 29, 13, 5, 59, 0, 0), "170D3234303232393133303535395A"},
         {CDateTime(2049, 12, 31, 23, 59, 59, 0, 0), "170D3439313233313233353935395A"},
         {CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), "180F32303530303130313030303030305A"},
     };
-    for (auto const& row : rows) {
-        CBlob const der = choiceOf(row.date).encode();
+    for (const auto& row : rows) {
+        const CBlob der = choiceOf(row.date).encode();
         EXPECT_EQ(toHex(der), row.der);
         ASN1_TIME* const time = ASN1_TIME_set(nullptr, row.date.getTime());
         EXPECT_EQ(toHex(writtenByOpenSSL(time, i2d_ASN1_TIME)), row.der);
@@ -47,7 +47,7 @@ TEST(TimeChoice, RoundTripsInTheFormThatOpenSSLWrites) {
 }
 
 TEST(TimeChoice, FractionIsCutOffAndNeverRoundedUp) {
-    CDateTime const late(2024, 1, 1, 12, 0, 0, 999, 0);
+    const CDateTime late(2024, 1, 1, 12, 0, 0, 999, 0);
     EXPECT_EQ(toHex(choiceOf(late).encode()), "170D3234303130313132303030305A");
     ASN1BERDecodeBuffer scratch;
     EXPECT_STREQ(DateToASN1GeneralizedTime(scratch.getCtxtPtr(), late, true), "20240101120000Z");
@@ -66,7 +66,7 @@ TEST(TimeChoice, RefusesYearsThatUTCTimeCannotHoldAndTextsThatAreNoTime) {
     EXPECT_EQ(codeThrownBy([] { choiceOf(CDateTime(1949, 1, 1, 0, 0, 0, 0, 0)).encode(); }),
               0x80093101u);
     CTimeChoice value = choiceOf(CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
-    for (char const* der : {"", "0500", "170D39393939393939393939393939", "170130", "1800"})
+    for (const char* der : {"", "0500", "170D39393939393939393939393939", "170130", "1800"})
         EXPECT_NE(codeThrownBy([&] { value.decode(fromHex(der)); }), 0u) << der;
     EXPECT_EQ(*value.get_time(), CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
 }
@@ -91,7 +91,7 @@ TEST(TimeChoice, CopiesAreIndependent) {
     EXPECT_EQ(a.get_type(), 1u);
     EXPECT_EQ(b.get_type(), 2u);
     EXPECT_EQ(c.get_time()->year(), 2051u);
-    CTimeChoice const& same = c;
+    const CTimeChoice& same = c;
     c = same;
     EXPECT_EQ(c.get_time()->year(), 2051u);
     c.clear();

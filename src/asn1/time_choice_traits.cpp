@@ -15,12 +15,12 @@ namespace {
 
 // The date's text in the form of the control class, on the context's heap.
 template <class Control>
-char const* timeText(ASN1CTXT* ctxt, CDateTime const& date) {
+const char* timeText(ASN1CTXT* ctxt, const CDateTime& date) {
     ASN1BEREncodeBuffer buffer;
-    char const* local = nullptr;
+    const char* local = nullptr;
     Control control(buffer, local, 1);
-    std::string const text = GetASN1CTimeString(date, control);
-    char const* result = nullptr;
+    const std::string text = GetASN1CTimeString(date, control);
+    const char* result = nullptr;
     if (rtCopyCharStr(ctxt, text.c_str(), &result) == 0)
         failCodec();
     return result;
@@ -34,7 +34,7 @@ unsigned int field(int value) {
 }
 
 template <class Control>
-CDateTime timeFromText(char const* text) {
+CDateTime timeFromText(const char* text) {
     ASN1BERDecodeBuffer buffer;
     Control control(buffer, text, 0);
     return CDateTime(field(control.getYear()), field(control.getMonth()), field(control.getDay()),
@@ -44,7 +44,7 @@ CDateTime timeFromText(char const* text) {
 
 } // namespace
 
-void ASN1T_Time_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CTimeChoice const& value) {
+void ASN1T_Time_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CTimeChoice& value) {
     if (value.get_type() == 1) {
         record.t = 1;
         record.u.utcTime = timeText<ASN1CUTCTime>(ctxt, *value.get_time());
@@ -54,7 +54,7 @@ void ASN1T_Time_traits::set(ASN1CTXT* ctxt, ASN1_T& record, CTimeChoice const& v
     }
 }
 
-void ASN1T_Time_traits::get(ASN1_T const& record, CTimeChoice& value) {
+void ASN1T_Time_traits::get(const ASN1_T& record, CTimeChoice& value) {
     if (record.t == 1)
         value.put_time(timeFromText<ASN1CUTCTime>(record.u.utcTime));
     else if (record.t == 2)
@@ -63,7 +63,7 @@ void ASN1T_Time_traits::get(ASN1_T const& record, CTimeChoice& value) {
         failCodec();
 }
 
-void ASN1T_Time_traits::copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) {
+void ASN1T_Time_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
     asn1data::asn1Copy_Time(ctxt, &from, &to);
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 // A value through the record of its traits and back.
 template <class Traits>
-CBlob throughRecord(CBlob const& value) {
+CBlob throughRecord(const CBlob& value) {
     ASN1BERDecodeBuffer scratch;
     typename Traits::ASN1_T record{};
     typename Traits::ASN1_T copy{};
@@ -23,7 +23,7 @@ CBlob throughRecord(CBlob const& value) {
 }
 
 TEST(PrimitiveTraits, BlobsComeBack) {
-    for (char const* hex : {"", "00", "0C0141"}) {
+    for (const char* hex : {"", "00", "0C0141"}) {
         EXPECT_EQ(toHex(throughRecord<ASN1TDynOctStr_traits>(fromHex(hex))), hex);
         EXPECT_EQ(toHex(throughRecord<ASN1TOpenType_traits>(fromHex(hex))), hex);
         EXPECT_EQ(toHex(throughRecord<Asn1TObject_traits>(fromHex(hex))), hex);
@@ -51,8 +51,8 @@ TEST(PrimitiveTraits, BitStringsAreWholeBytes) {
 TEST(PrimitiveTraits, TextsGoThroughIA5AndUTF8) {
     ASN1BERDecodeBuffer scratch;
     ASN1CTXT* const ctxt = scratch.getCtxtPtr();
-    char const* record = nullptr;
-    char const* copy = nullptr;
+    const char* record = nullptr;
+    const char* copy = nullptr;
     ASN1IA5String_traits::set(ctxt, record, "a@b");
     ASN1IA5String_traits::copy(ctxt, record, copy);
     EXPECT_EQ(copy, record);
@@ -73,8 +73,8 @@ TEST(PrimitiveTraits, TextsGoThroughIA5AndUTF8) {
 
 TEST(PrimitiveTraits, TimeIsReadAndWrittenAnewByCopy) {
     ASN1BERDecodeBuffer scratch;
-    char const* const record = "20240101120000.5Z";
-    char const* copy = nullptr;
+    const char* const record = "20240101120000.5Z";
+    const char* copy = nullptr;
     ASN1GeneralizedTime_traits::copy(scratch.getCtxtPtr(), record, copy);
     EXPECT_STREQ(copy, "20240101120000Z");
     CDateTime date(0L, 0);
@@ -88,7 +88,7 @@ TEST(ObjectIdentifier, TextsAndRecordsGoBothWays) {
     EXPECT_STREQ(toOID(ASN1OBJID{}).c_str(), "");
     ASN1OBJID oid{};
     EXPECT_FALSE(str2oid("1.2.3", &oid));
-    for (char const* text : {"", "1.", ".1", "a", "1.4294967296"}) {
+    for (const char* text : {"", "1.", ".1", "a", "1.4294967296"}) {
         EXPECT_TRUE(str2oid(text, &oid)) << text;
         EXPECT_EQ(codeThrownBy([&] { toASN1OBJID(text); }), 0x80070057u) << text;
     }
@@ -109,13 +109,13 @@ TEST(ObjectIdentifier, TooManyArcsAreNotPrinted) {
 }
 
 TEST(ObjectIdentifier, EncodesWithoutAControlClass) {
-    char const* const text = "1.2.840.113549";
-    CBlob const der = asn1Encode<ASN1TObjId_traits, char const*>(text);
+    const char* const text = "1.2.840.113549";
+    const CBlob der = asn1Encode<ASN1TObjId_traits, const char*>(text);
     EXPECT_EQ(toHex(der), "06062A864886F70D");
     CStringProxy back("kept");
     asn1Decode<ASN1TObjId_traits, CStringProxy>(der, back);
     EXPECT_STREQ(back.c_str(), text);
-    for (char const* bad : {"", "0600", "05022A03", "0605"})
+    for (const char* bad : {"", "0600", "05022A03", "0605"})
         EXPECT_EQ(
             codeThrownBy([&] { asn1Decode<ASN1TObjId_traits, CStringProxy>(fromHex(bad), back); }),
             0x80093101u)
@@ -125,11 +125,11 @@ TEST(ObjectIdentifier, EncodesWithoutAControlClass) {
 
 TEST(OctetString, WrapsAndUnwraps) {
     EXPECT_EQ(toHex(toOctetString(CBlob())), "0400");
-    CBlob const large(300ul);
+    const CBlob large(300ul);
     EXPECT_EQ(toHex(toOctetString(large)).substr(0, 8), "0482012C");
     EXPECT_TRUE(fromOctetString(toOctetString(large)) == large);
     EXPECT_EQ(toHex(fromOctetString(fromHex("040201020500"))), "0102");
-    for (char const* der : {"", "04", "040301", "0500", "0480"})
+    for (const char* der : {"", "04", "040301", "0500", "0480"})
         EXPECT_EQ(codeThrownBy([&] { fromOctetString(fromHex(der)); }), 0x80093101u) << der;
 }
 
@@ -145,13 +145,13 @@ TEST(Codec, TrailingBytesAreNotLookedAt) {
 
 TEST(Codec, ValueStaysWhenTheDecoderRefuses) {
     CAttribute attribute("1.2.3");
-    for (char const* der : {"", "30", "3001", "0500", "3080"})
+    for (const char* der : {"", "30", "3001", "0500", "3080"})
         EXPECT_EQ(codeThrownBy([&] { attribute.decode(fromHex(der)); }), 0x80093101u) << der;
     EXPECT_STREQ(attribute.get_oid(), "1.2.3");
 }
 
 TEST(Codec, RecordsGoThroughDerOntoAnotherHeap) {
-    CBlob const der = fromHex("300806022A0331020500");
+    const CBlob der = fromHex("300806022A0331020500");
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_Attribute record;
     asn1DecodeT<ASN1T_Attribute_traits>(der, scratch.getCtxtPtr(), record);
@@ -178,7 +178,7 @@ TEST(SeqOfList, EmptyInputEmptiesTheValues) {
 }
 
 TEST(TimeString, TakesTheFormOfItsControl) {
-    char const* record = nullptr;
+    const char* record = nullptr;
     ASN1CUTCTime control(record, 1);
     EXPECT_EQ(GetASN1CTimeString(CDateTime(2024, 2, 29, 1, 2, 3, 999, 0), control),
               "240229010203Z");

@@ -7,8 +7,8 @@
 
 namespace Halcyon::ASN1 {
 
-char const* utf8FromWide(ASN1CTXT* ctxt, wchar_t const* text) {
-    std::size_t const length = std::wcslen(text);
+const char* utf8FromWide(ASN1CTXT* ctxt, const wchar_t* text) {
+    const std::size_t length = std::wcslen(text);
     std::size_t size = 1;
     for (std::size_t i = 0; i < length; ++i)
         size += static_cast<std::size_t>(rtUTF8CharSize(static_cast<std::uint32_t>(text[i])));
@@ -16,12 +16,12 @@ char const* utf8FromWide(ASN1CTXT* ctxt, wchar_t const* text) {
     return rtWCSToUTF8(ctxt, text, length + 1, utf8, size) < 0 ? nullptr : utf8;
 }
 
-std::optional<std::wstring> wideFromUtf8(ASN1CTXT* ctxt, char const* text) {
-    int const length = rtUTF8Len(text);
+std::optional<std::wstring> wideFromUtf8(ASN1CTXT* ctxt, const char* text) {
+    const int length = rtUTF8Len(text);
     if (length < 0)
         return std::nullopt;
     std::wstring wide(static_cast<std::size_t>(length) + 1, L'\0');
-    int const written = rtUTF8ToWCS(ctxt, text, wide.data(), wide.size());
+    const int written = rtUTF8ToWCS(ctxt, text, wide.data(), wide.size());
     if (written < 0)
         return std::nullopt;
     wide.resize(static_cast<std::size_t>(written));

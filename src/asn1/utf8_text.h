@@ -10,9 +10,9 @@ struct ASN1CTXT;
 namespace Halcyon::ASN1 {
 
 // Null if a character can't be converted. Throws 0x80093106 without memory.
-char const* utf8FromWide(ASN1CTXT* ctxt, wchar_t const* text);
+const char* utf8FromWide(ASN1CTXT* ctxt, const wchar_t* text);
 
 // Nothing if the text isn't UTF-8. The context only keeps the status.
-std::optional<std::wstring> wideFromUtf8(ASN1CTXT* ctxt, char const* text);
+std::optional<std::wstring> wideFromUtf8(ASN1CTXT* ctxt, const char* text);
 
 } // namespace Halcyon::ASN1

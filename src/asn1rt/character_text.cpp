@@ -35,7 +35,7 @@ std::uint32_t widen(wchar_t c) {
 
 template <typename Char>
 ASN1TUniversalText* to_record(ASN1CTXT* ctxt, const Char* text, std::size_t length,
-                             ASN1TUniversalText* target, const ASN1TUniversalTextSet* set) {
+                              ASN1TUniversalText* target, const ASN1TUniversalTextSet* set) {
     void* block = nullptr;
     if (length <= static_cast<std::size_t>(rtMaxBlockSize) / sizeof(std::uint32_t)) {
         const auto size = static_cast<std::int32_t>(length * sizeof(std::uint32_t));
@@ -81,15 +81,16 @@ int sequence_length(unsigned char lead) {
 } // namespace
 
 ASN1TUniversalText* rtCToUCSString(ASN1CTXT* ctxt, const char* text, ASN1TUniversalText* target,
-                                  const ASN1TUniversalTextSet* charSet) {
+                                   const ASN1TUniversalTextSet* charSet) {
     if (text == nullptr || target == nullptr) {
         return nullptr;
     }
     return to_record(ctxt, text, std::strlen(text), target, charSet);
 }
 
-ASN1TUniversalText* rtWCSToUCSString(ASN1CTXT* ctxt, const wchar_t* text, ASN1TUniversalText* target,
-                                    const ASN1TUniversalTextSet* charSet) {
+ASN1TUniversalText* rtWCSToUCSString(ASN1CTXT* ctxt, const wchar_t* text,
+                                     ASN1TUniversalText* target,
+                                     const ASN1TUniversalTextSet* charSet) {
     if (text == nullptr || target == nullptr) {
         return nullptr;
     }

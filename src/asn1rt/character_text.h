@@ -39,11 +39,11 @@ CHRONOSEAL_API extern const unsigned char rtCtypeTable[256];
 // `charSet` (null: no bound) are dropped. The target, or null: without memory, with -12 latched, or
 // for null arguments.
 CHRONOSEAL_API ASN1TUniversalText* rtCToUCSString(ASN1CTXT* ctxt, const char* text,
-                                                 ASN1TUniversalText* target,
-                                                 const ASN1TUniversalTextSet* charSet);
+                                                  ASN1TUniversalText* target,
+                                                  const ASN1TUniversalTextSet* charSet);
 CHRONOSEAL_API ASN1TUniversalText* rtWCSToUCSString(ASN1CTXT* ctxt, const wchar_t* text,
-                                                   ASN1TUniversalText* target,
-                                                   const ASN1TUniversalTextSet* charSet);
+                                                    ASN1TUniversalText* target,
+                                                    const ASN1TUniversalTextSet* charSet);
 
 // Copies the characters below 0x10000, the others are dropped, and answers `out`. When `capacity`
 // characters were written there is no terminator.

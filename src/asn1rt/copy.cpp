@@ -80,7 +80,8 @@ int rtCopy16BitCharStr(ASN1CTXT* ctxt, const ASN1TBMPText* source, ASN1TBMPText*
                        std::uint64_t{source->nchars} * sizeof(std::uint16_t));
 }
 
-int rtCopy32BitCharStr(ASN1CTXT* ctxt, const ASN1TUniversalText* source, ASN1TUniversalText* target) {
+int rtCopy32BitCharStr(ASN1CTXT* ctxt, const ASN1TUniversalText* source,
+                       ASN1TUniversalText* target) {
     return copy_record(ctxt, source, target, &ASN1TUniversalText::nchars,
                        std::uint64_t{source->nchars} * sizeof(std::uint32_t));
 }

@@ -208,7 +208,7 @@ int xd_16BitCharStr(ASN1CTXT* ctxt, ASN1TBMPText* text, ASN1TagType tagging, std
     return read_characters<std::uint16_t>(ctxt, text, tagging, tag, length);
 }
 
-int xd_32BitCharStr(ASN1CTXT* ctxt, ASN1TUniversalText* text, ASN1TagType tagging, std::uint32_t tag,
-                    int length) {
+int xd_32BitCharStr(ASN1CTXT* ctxt, ASN1TUniversalText* text, ASN1TagType tagging,
+                    std::uint32_t tag, int length) {
     return read_characters<std::uint32_t>(ctxt, text, tagging, tag, length);
 }

@@ -89,8 +89,8 @@ CHRONOSEAL_API int xe_charstr(ASN1CTXT* ctxt, const char* text, ASN1TagType tagg
                               std::uint32_t tag);
 
 // Characters in big-endian order. -18 for null.
-CHRONOSEAL_API int xe_16BitCharStr(ASN1CTXT* ctxt, const ASN1TBMPText* text,
-                                   ASN1TagType tagging, std::uint32_t tag);
+CHRONOSEAL_API int xe_16BitCharStr(ASN1CTXT* ctxt, const ASN1TBMPText* text, ASN1TagType tagging,
+                                   std::uint32_t tag);
 CHRONOSEAL_API int xe_32BitCharStr(ASN1CTXT* ctxt, const ASN1TUniversalText* text,
                                    ASN1TagType tagging, std::uint32_t tag);
 

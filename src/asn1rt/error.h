@@ -22,7 +22,7 @@ CHRONOSEAL_API int rtErrReset(ASN1ErrorRecord* errInfo);
 CHRONOSEAL_API int rtErrCopyData(const ASN1ErrorRecord* source, ASN1ErrorRecord* destination);
 
 // Always an empty text: the run-time formats no messages.
-CHRONOSEAL_API const char* rtErrGetText();
+const CHRONOSEAL_API char* rtErrGetText();
 
 // One line with the status to standard output; the result is printf's.
 CHRONOSEAL_API int rtErrPrint(const ASN1ErrorRecord* errInfo);

@@ -13,7 +13,7 @@ constexpr int charsPerLine = 76;
 constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // The first `chars` of the four characters of a group; bytes behind `count` read as 0.
-char* putGroup(char* out, unsigned char const* source, int count, int chars) {
+char* putGroup(char* out, const unsigned char* source, int count, int chars) {
     std::uint32_t bits = 0;
     for (int i = 0; i < 3; ++i) {
         bits = bits << 8 | (i < count ? source[i] : 0u);
@@ -45,12 +45,12 @@ int Base64EncodeGetRequiredLength(int size, unsigned flags) {
     if ((flags & base64NoPadding) == 0) {
         length += size % 3;
     }
-    int const lines = length / charsPerLine + 1;
+    const int lines = length / charsPerLine + 1;
     length = (length + 3) / 4 * 4; // a full line is a multiple of 4 already
     return (flags & base64NoLineEnds) == 0 ? length + 2 * lines : length;
 }
 
-bool Base64Encode(unsigned char const* source, int size, char* out, int* outSize, unsigned flags) {
+bool Base64Encode(const unsigned char* source, int size, char* out, int* outSize, unsigned flags) {
     if (!source || !out || !outSize) {
         return false;
     }
@@ -61,7 +61,7 @@ bool Base64Encode(unsigned char const* source, int size, char* out, int* outSize
         return false;
     }
     char* const start = out;
-    int const groups = size / 3;
+    const int groups = size / 3;
     for (int group = 0; group < groups; ++group) {
         out = putGroup(out, source + 3 * group, 3, 4);
         if ((flags & base64NoLineEnds) == 0 && (group + 1) % (charsPerLine / 4) == 0) {
@@ -69,7 +69,7 @@ bool Base64Encode(unsigned char const* source, int size, char* out, int* outSize
             *out++ = '\n';
         }
     }
-    if (int const rest = size % 3; rest != 0) {
+    if (const int rest = size % 3; rest != 0) {
         out = putGroup(out, source + 3 * groups, rest, rest + 1);
         for (int i = rest; i < 3 && (flags & base64NoPadding) == 0; ++i) {
             *out++ = '=';
@@ -79,7 +79,7 @@ bool Base64Encode(unsigned char const* source, int size, char* out, int* outSize
     return true;
 }
 
-bool Base64Decode(char const* source, int size, unsigned char* out, int* outSize) {
+bool Base64Decode(const char* source, int size, unsigned char* out, int* outSize) {
     if (!source || !out || !outSize || size <= 0) {
         return false;
     }
@@ -87,7 +87,7 @@ bool Base64Decode(char const* source, int size, unsigned char* out, int* outSize
     std::uint32_t bits = 0;
     int pending = 0; // bits read and not yet written, below 8 after each step
     for (int i = 0; i < size && source[i] != '\0'; ++i) {
-        int const value = valueOf(source[i]);
+        const int value = valueOf(source[i]);
         if (value < 0) {
             continue;
         }

@@ -10,7 +10,7 @@ constexpr unsigned base64NoLineEnds = 2;
 // written. Lines have 76 characters and end in CR LF; a source of a multiple of 57 bytes leaves one
 // line end at the end. False for null arguments, and where the room is below a bound that the text
 // may not use up. Throws CAtlException 0x80004005 for 512 MiB or more.
-bool Base64Encode(unsigned char const* source, int size, char* out, int* outSize, unsigned flags);
+bool Base64Encode(const unsigned char* source, int size, char* out, int* outSize, unsigned flags);
 
 // The room that Base64Encode asks for.
 int Base64EncodeGetRequiredLength(int size, unsigned flags);
@@ -18,6 +18,6 @@ int Base64EncodeGetRequiredLength(int size, unsigned flags);
 // Reads up to the end or the first zero. Characters outside of the alphabet, padding included, are
 // skipped; a last group of less than four gives its whole bytes. `*outSize` holds the room at `out`
 // and gets the number of bytes. False for null arguments, an empty source, and too little room.
-bool Base64Decode(char const* source, int size, unsigned char* out, int* outSize);
+bool Base64Decode(const char* source, int size, unsigned char* out, int* outSize);
 
 } // namespace ATL

@@ -9,17 +9,17 @@
 namespace ATL {
 namespace {
 
-std::string encoded(std::string const& bytes, unsigned flags) {
+std::string encoded(const std::string& bytes, unsigned flags) {
     int size = static_cast<int>(bytes.size());
     std::string text(static_cast<std::size_t>(Base64EncodeGetRequiredLength(size, flags)), '\0');
     int length = static_cast<int>(text.size());
-    EXPECT_TRUE(Base64Encode(reinterpret_cast<unsigned char const*>(bytes.data()), size,
+    EXPECT_TRUE(Base64Encode(reinterpret_cast<const unsigned char*>(bytes.data()), size,
                              text.data(), &length, flags));
     text.resize(static_cast<std::size_t>(length));
     return text;
 }
 
-std::string decoded(std::string const& text) {
+std::string decoded(const std::string& text) {
     std::string bytes(text.size(), '\0');
     int length = static_cast<int>(bytes.size());
     EXPECT_TRUE(Base64Decode(text.data(), static_cast<int>(text.size()),
@@ -30,10 +30,10 @@ std::string decoded(std::string const& text) {
 
 TEST(Base64, EncodesTheVectorsOfTheStandard) {
     struct Case {
-        char const* bytes;
-        char const* text;
+        const char* bytes;
+        const char* text;
     };
-    for (auto const& [bytes, text] :
+    for (const auto& [bytes, text] :
          {Case{"", ""}, Case{"f", "Zg=="}, Case{"fo", "Zm8="}, Case{"foo", "Zm9v"},
           Case{"foob", "Zm9vYg=="}, Case{"fooba", "Zm9vYmE="}, Case{"foobar", "Zm9vYmFy"},
           Case{"\xFB\xEF\xBE\xFF", "++++/w=="}}) {
@@ -69,7 +69,7 @@ TEST(Base64, GoesRoundAtAnySizeWithinTheBound) {
 }
 
 TEST(Base64, RefusesTooLittleRoomAndNull) {
-    unsigned char const bytes[] = {1, 2, 3};
+    const unsigned char bytes[] = {1, 2, 3};
     char text[16];
     int room = Base64EncodeGetRequiredLength(3, 0) - 1;
     EXPECT_FALSE(Base64Encode(bytes, 3, text, &room, 0));

@@ -21,19 +21,19 @@ bool isLeftBehind(DWORD id) {
     return std::binary_search(ids.begin(), ids.end(), id);
 }
 
-HRESULT copyProperty(CCertContext const& from, PCCERT_CONTEXT to, DWORD id) {
+HRESULT copyProperty(const CCertContext& from, PCCERT_CONTEXT to, DWORD id) {
     ATL::CStringA value;
-    if (auto const result = from.GetProperty(id, value); result < 0) {
+    if (const auto result = from.GetProperty(id, value); result < 0) {
         return result;
     }
     if (id == CERT_KEY_CONTEXT_PROP_ID) {
         return 0; // holds a live key handle: looked at, not taken along
     }
     char* const bytes = value.PrepareWrite(value.GetLength());
-    CRYPT_DATA_BLOB const blob{static_cast<DWORD>(value.GetLength()),
+    const CRYPT_DATA_BLOB blob{static_cast<DWORD>(value.GetLength()),
                                reinterpret_cast<BYTE*>(bytes)};
-    void const* const data =
-        id == CERT_KEY_PROV_INFO_PROP_ID ? static_cast<void const*>(bytes) : &blob;
+    const void* const data =
+        id == CERT_KEY_PROV_INFO_PROP_ID ? static_cast<const void*>(bytes) : &blob;
     if (!CertSetCertificateContextProperty(to, id, 0, data)) {
         return Halcyon::resultFromLastError();
     }
@@ -97,7 +97,7 @@ HRESULT CCertContext::DetachFromStore() {
         if (isLeftBehind(id)) {
             continue;
         }
-        if (auto const result = copyProperty(*this, detached.get(), id); result < 0) {
+        if (const auto result = copyProperty(*this, detached.get(), id); result < 0) {
             return result;
         }
     }

@@ -14,7 +14,7 @@ public:
     CCertContext() noexcept = default;
     // Takes over the caller's reference.
     explicit CCertContext(PCCERT_CONTEXT context) noexcept : context_(context) {}
-    CCertContext(CCertContext const& other) noexcept
+    CCertContext(const CCertContext& other) noexcept
         : context_(other.context_ ? CertDuplicateCertificateContext(other.context_) : nullptr) {}
     CCertContext(CCertContext&& other) noexcept : context_(other.detach()) {}
     CCertContext& operator=(CCertContext other) noexcept {

@@ -33,7 +33,7 @@ void CCertStoreNonCheckingDeleter::operator()(HCERTSTORE* slot) const noexcept {
 CCertStore::CCertStore() : slot_(new HCERTSTORE(nullptr), CCertStoreDeleter{false}) {}
 
 void CCertStore::Open(LPCSTR provider, DWORD encoding, HCRYPTPROV prov, DWORD flags,
-                      void const* parameter) {
+                      const void* parameter) {
     if (*slot_) {
         ATL::AtlThrowImpl(failed);
     }
@@ -43,7 +43,7 @@ void CCertStore::Open(LPCSTR provider, DWORD encoding, HCRYPTPROV prov, DWORD fl
     }
 }
 
-HRESULT CCertStore::AddStoreToCollection(CCertStore const& child, unsigned updateFlags,
+HRESULT CCertStore::AddStoreToCollection(const CCertStore& child, unsigned updateFlags,
                                          unsigned priority) {
     if (!*slot_) {
         return failed;
@@ -53,7 +53,7 @@ HRESULT CCertStore::AddStoreToCollection(CCertStore const& child, unsigned updat
     }
     try {
         children_.push_back(child);
-    } catch (std::bad_alloc const&) {
+    } catch (const std::bad_alloc&) {
         return outOfMemory;
     } catch (...) {
         return failed;
@@ -65,7 +65,7 @@ HRESULT CCertStore::AttachWeak(void* handle) {
     if (*slot_) {
         return failed;
     }
-    HCERTSTORE const duplicate = CertDuplicateStore(handle);
+    const HCERTSTORE duplicate = CertDuplicateStore(handle);
     if (!duplicate) {
         return resultFromLastErrorOrFail();
     }
@@ -74,7 +74,7 @@ HRESULT CCertStore::AttachWeak(void* handle) {
         std::shared_ptr<HCERTSTORE> shared(slot.release(), CCertStoreNonCheckingDeleter{false});
         *shared = duplicate;
         slot_ = std::move(shared);
-    } catch (std::bad_alloc const&) {
+    } catch (const std::bad_alloc&) {
         CertCloseStore(duplicate, 0);
         return outOfMemory;
     }

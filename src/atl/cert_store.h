@@ -32,9 +32,9 @@ public:
 
     // Opens a store into the empty slot. Throws CAtlException: 0x80004005 if the slot is in use,
     // else the last error's code.
-    void Open(LPCSTR provider, DWORD encoding, HCRYPTPROV prov, DWORD flags, void const* parameter);
+    void Open(LPCSTR provider, DWORD encoding, HCRYPTPROV prov, DWORD flags, const void* parameter);
     // Puts `child` into this collection and keeps it open as long as this wrapper lives.
-    HRESULT AddStoreToCollection(CCertStore const& child, unsigned updateFlags = 0,
+    HRESULT AddStoreToCollection(const CCertStore& child, unsigned updateFlags = 0,
                                  unsigned priority = 0);
     // Holds a duplicate of a handle that stays the caller's.
     HRESULT AttachWeak(void* handle);

@@ -28,7 +28,7 @@ Halcyon::CBlob certificateBytes() {
 }
 
 CCertContext certificate() {
-    auto const bytes = certificateBytes();
+    const auto bytes = certificateBytes();
     return CCertContext(CertCreateCertificateContext(anyEncoding, bytes.pbData(),
                                                      static_cast<DWORD>(bytes.cbData())));
 }
@@ -50,13 +50,13 @@ int countIn(HCERTSTORE store) {
     }
 }
 
-void add(CCertStore const& store) {
+void add(const CCertStore& store) {
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), certificate().get(),
                                                  CERT_STORE_ADD_ALWAYS, nullptr));
 }
 
 bool isOpen(HCERTSTORE store) {
-    HCERTSTORE const duplicate = CertDuplicateStore(store);
+    const HCERTSTORE duplicate = CertDuplicateStore(store);
     if (duplicate) {
         CertCloseStore(duplicate, 0);
     }
@@ -65,7 +65,7 @@ bool isOpen(HCERTSTORE store) {
 
 TEST(CertStore, StaysOpenForItsCopies) {
     std::optional<CCertStore> store(memoryStore());
-    auto const handle = store->get();
+    const auto handle = store->get();
     std::optional<CCertStore> copy(*store);
     store.reset();
     EXPECT_TRUE(isOpen(handle));
@@ -76,22 +76,22 @@ TEST(CertStore, StaysOpenForItsCopies) {
 
 TEST(CertStore, CopySeesAStoreThatWasOpenedLater) {
     CCertStore store;
-    CCertStore const copy(store);
+    const CCertStore copy(store);
     store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
     EXPECT_EQ(copy.get(), store.get());
 }
 
 TEST(CertStore, DestroyLeavesACopysStoreOpen) {
     auto store = memoryStore();
-    CCertStore const copy(store);
+    const CCertStore copy(store);
     store.Destroy();
     EXPECT_TRUE(isOpen(copy.get()));
 }
 
 TEST(CertStore, RefusesASecondHandle) {
     auto store = memoryStore();
-    auto const other = memoryStore();
-    auto const handle = store.get();
+    const auto other = memoryStore();
+    const auto handle = store.get();
     EXPECT_EQ(store.AttachWeak(other.get()), failed);
     EXPECT_EQ(store.get(), handle);
     EXPECT_THROW(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr), ATL::CAtlException);
@@ -101,7 +101,7 @@ TEST(CertStore, RefusesASecondHandle) {
 }
 
 TEST(CertStore, AttachesADuplicate) {
-    auto const owner = memoryStore();
+    const auto owner = memoryStore();
     {
         CCertStore weak;
         ASSERT_EQ(weak.AttachWeak(owner.get()), 0);
@@ -113,7 +113,7 @@ TEST(CertStore, CollectionKeepsItsChildren) {
     CCertStore collection;
     collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr);
     {
-        auto const child = memoryStore();
+        const auto child = memoryStore();
         add(child);
         ASSERT_EQ(collection.AddStoreToCollection(child), 0);
     }
@@ -121,8 +121,8 @@ TEST(CertStore, CollectionKeepsItsChildren) {
 }
 
 TEST(CertContext, DetachingTakesPropertiesAlongButNotHashesAndHandles) {
-    auto const store = memoryStore();
-    auto const plain = certificate();
+    const auto store = memoryStore();
+    const auto plain = certificate();
     wchar_t container[] = L"container";
     CRYPT_KEY_PROV_INFO key{};
     key.pwszContainerName = container;
@@ -130,10 +130,10 @@ TEST(CertContext, DetachingTakesPropertiesAlongButNotHashesAndHandles) {
     ASSERT_TRUE(
         CertSetCertificateContextProperty(plain.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
     BYTE name[] = {'n', 0, 0, 0, 0, 0, 0, 0};
-    CRYPT_DATA_BLOB const blob{sizeof(name), name};
+    const CRYPT_DATA_BLOB blob{sizeof(name), name};
     ASSERT_TRUE(
         CertSetCertificateContextProperty(plain.get(), CERT_FRIENDLY_NAME_PROP_ID, 0, &blob));
-    for (DWORD const id : {CERT_SHA1_HASH_PROP_ID, DWORD{78}, DWORD{100}}) {
+    for (const DWORD id : {CERT_SHA1_HASH_PROP_ID, DWORD{78}, DWORD{100}}) {
         ASSERT_TRUE(CertSetCertificateContextProperty(plain.get(), id, 0, &blob));
     }
     PCCERT_CONTEXT inStore = nullptr;
@@ -151,14 +151,14 @@ TEST(CertContext, DetachingTakesPropertiesAlongButNotHashesAndHandles) {
     EXPECT_EQ(ids, (std::vector<DWORD>{CERT_KEY_PROV_INFO_PROP_ID, CERT_FRIENDLY_NAME_PROP_ID}));
     ATL::CStringA value;
     ASSERT_EQ(context.GetKeyProvInfo(value), 0);
-    auto const* info = reinterpret_cast<CRYPT_KEY_PROV_INFO const*>(value.GetString());
+    const auto* info = reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(value.GetString());
     EXPECT_STREQ(info->pwszContainerName, L"container");
     ASSERT_EQ(context.GetProperty(CERT_FRIENDLY_NAME_PROP_ID, value), 0);
     EXPECT_EQ(value.GetLength(), static_cast<int>(sizeof(name)));
 }
 
 TEST(CertContext, FetchesKeyInfoOfAnySize) {
-    auto const context = certificate();
+    const auto context = certificate();
     std::wstring container(1000, L'c');
     CRYPT_KEY_PROV_INFO key{};
     key.pwszContainerName = container.data();
@@ -166,7 +166,7 @@ TEST(CertContext, FetchesKeyInfoOfAnySize) {
         CertSetCertificateContextProperty(context.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
     ATL::CStringA value;
     ASSERT_EQ(context.GetKeyProvInfo(value), 0);
-    EXPECT_EQ(reinterpret_cast<CRYPT_KEY_PROV_INFO const*>(value.GetString())->pwszContainerName,
+    EXPECT_EQ(reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(value.GetString())->pwszContainerName,
               container);
 }
 

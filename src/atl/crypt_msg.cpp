@@ -13,23 +13,23 @@ HRESULT CCryptMsg::GetParam(unsigned type, unsigned index, ATL::CStringA& value)
 }
 
 HRESULT CCryptMsg::GetAndDecodeCmsSignerInfo(unsigned index, ATL::CStringA& value,
-                                             CMSG_CMS_SIGNER_INFO const** info, unsigned flags,
+                                             const CMSG_CMS_SIGNER_INFO** info, unsigned flags,
                                              unsigned encoding) const {
     ATL::CStringA signer;
-    if (auto const result = GetParam(CMSG_ENCODED_SIGNER, index, signer); result < 0) {
+    if (const auto result = GetParam(CMSG_ENCODED_SIGNER, index, signer); result < 0) {
         return result;
     }
-    auto const result =
+    const auto result =
         ATL2::CryptDecodeObject(CMS_SIGNER_INFO, signer.bytes(),
                                 static_cast<unsigned>(signer.GetLength()), value, flags, encoding);
     if (result < 0) {
         return result;
     }
-    *info = reinterpret_cast<CMSG_CMS_SIGNER_INFO const*>(value.Lock());
+    *info = reinterpret_cast<const CMSG_CMS_SIGNER_INFO*>(value.Lock());
     return 0;
 }
 
-HRESULT CryptDecodeObject(char const* structType, unsigned char const* data, unsigned size,
+HRESULT CryptDecodeObject(const char* structType, const unsigned char* data, unsigned size,
                           ATL::CStringA& value, unsigned flags, unsigned encoding) {
     return fetchAnswer(
         value,

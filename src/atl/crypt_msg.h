@@ -16,7 +16,7 @@ public:
     CCryptMsg() noexcept = default;
     // Takes over the caller's reference.
     explicit CCryptMsg(HCRYPTMSG handle) noexcept : handle_(handle) {}
-    CCryptMsg(CCryptMsg const& other) noexcept
+    CCryptMsg(const CCryptMsg& other) noexcept
         : handle_(other.handle_ ? CryptMsgDuplicate(other.handle_) : nullptr) {}
     CCryptMsg(CCryptMsg&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
     CCryptMsg& operator=(CCryptMsg other) noexcept {
@@ -39,7 +39,7 @@ public:
     // Takes signer `index` apart. `*info` leads into `value`, which is locked in its place for
     // that.
     HRESULT GetAndDecodeCmsSignerInfo(unsigned index, ATL::CStringA& value,
-                                      CMSG_CMS_SIGNER_INFO const** info, unsigned flags = 0,
+                                      const CMSG_CMS_SIGNER_INFO** info, unsigned flags = 0,
                                       unsigned encoding = anyEncoding) const;
 
 private:
@@ -48,7 +48,7 @@ private:
 
 // Decodes a structure into `value` by size and data. Failures are codes; one of the second call is
 // never 0. A size beyond the buffer throws CAtlException 0x80070057.
-HRESULT CryptDecodeObject(char const* structType, unsigned char const* data, unsigned size,
+HRESULT CryptDecodeObject(const char* structType, const unsigned char* data, unsigned size,
                           ATL::CStringA& value, unsigned flags = 0,
                           unsigned encoding = anyEncoding);
 

@@ -5,7 +5,7 @@
 
 namespace ATL {
 
-CCryptProv& CCryptProv::operator=(CCryptProv const& other) noexcept {
+CCryptProv& CCryptProv::operator=(const CCryptProv& other) noexcept {
     if (this != &other) {
         release();
         handle_ = other.handle_;

@@ -12,8 +12,8 @@ public:
     CCryptProv() noexcept = default;
     // Takes over the caller's reference.
     explicit CCryptProv(HCRYPTPROV handle) noexcept : handle_(handle) {}
-    CCryptProv(CCryptProv const& other) noexcept { *this = other; }
-    CCryptProv& operator=(CCryptProv const& other) noexcept;
+    CCryptProv(const CCryptProv& other) noexcept { *this = other; }
+    CCryptProv& operator=(const CCryptProv& other) noexcept;
     ~CCryptProv() { release(); }
 
     HCRYPTPROV get() const noexcept { return handle_; }

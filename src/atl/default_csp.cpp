@@ -25,10 +25,10 @@ HCRYPTPROV HYGetDefaultCSPThrow(unsigned algId, unsigned algId2) {
     if (algId == 0) {
         return 0;
     }
-    if (HCRYPTPROV const chosen = HYCAPI_I_CryptGetDefaultCryptProv(algId, algId2); chosen != 0) {
+    if (const HCRYPTPROV chosen = HYCAPI_I_CryptGetDefaultCryptProv(algId, algId2); chosen != 0) {
         return chosen;
     }
-    if (HCRYPTPROV const chosen = search<CFindAlgIdInDefaultProviders>(algId, algId2);
+    if (const HCRYPTPROV chosen = search<CFindAlgIdInDefaultProviders>(algId, algId2);
         chosen != 0) {
         return chosen;
     }

@@ -43,7 +43,7 @@ struct FakePlatform {
 FakePlatform* FakePlatform::current = nullptr;
 
 template <class Function>
-Function real(char const* name) {
+Function real(const char* name) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
@@ -52,8 +52,8 @@ BOOL fail(DWORD error) {
     return FALSE;
 }
 
-BOOL putName(std::string const& text, LPSTR name, DWORD* size) {
-    auto const needed = static_cast<DWORD>(text.size() + 1);
+BOOL putName(const std::string& text, LPSTR name, DWORD* size) {
+    const auto needed = static_cast<DWORD>(text.size() + 1);
     if (*size < needed) {
         *size = needed;
         return fail(ERROR_MORE_DATA);
@@ -81,7 +81,7 @@ BOOL CryptEnumProviderTypesA(DWORD index, DWORD* reserved, DWORD flags, DWORD* t
             index, reserved, flags, type, name, size);
     }
     ++fake->enumerations;
-    for (auto const& provider : fake->providers) {
+    for (const auto& provider : fake->providers) {
         if (provider.isDefault && index-- == 0) {
             *type = provider.type;
             return putName("the type of " + provider.name, name, size);
@@ -116,7 +116,7 @@ BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DW
                                                                              name, type, flags);
     }
     for (std::size_t i = 0; i < fake->providers.size(); ++i) {
-        auto const& provider = fake->providers[i];
+        const auto& provider = fake->providers[i];
         if (provider.type == type && (name ? provider.name == name : provider.isDefault)) {
             if (!provider.opens) {
                 return fail(NTE_BAD_PROVIDER);
@@ -154,7 +154,7 @@ BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* s
         return real<decltype(&CryptGetProvParam)>("CryptGetProvParam")(context, parameter, data,
                                                                        size, flags);
     }
-    auto const& provider = fake->providers[context - 1];
+    const auto& provider = fake->providers[context - 1];
     auto& position = fake->positions[context];
     if (flags == CRYPT_FIRST) {
         position = 0;
@@ -175,11 +175,11 @@ constexpr ALG_ID hashB = 0x8102;
 
 // The index of the provider found, counted from 1, with its one reference given back; 0 for none.
 HCRYPTPROV find(FakePlatform& platform, ALG_ID first, ALG_ID second = 0) {
-    auto const found = HYGetDefaultCSPThrow(first, second);
+    const auto found = HYGetDefaultCSPThrow(first, second);
     if (found != 0) {
         CryptReleaseContext(found, 0);
     }
-    for (auto const& [handle, count] : platform.references) {
+    for (const auto& [handle, count] : platform.references) {
         EXPECT_EQ(count, 0) << "provider " << handle;
     }
     return found;
@@ -188,7 +188,7 @@ HCRYPTPROV find(FakePlatform& platform, ALG_ID first, ALG_ID second = 0) {
 std::uint32_t codeOf(ALG_ID algorithm) {
     try {
         HYGetDefaultCSPThrow(algorithm, 0);
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;
@@ -241,7 +241,7 @@ TEST(DefaultCsp, EndsWithAnExceptionWhenAProviderCannotBeAsked) {
 }
 
 TEST(DefaultCsp, FindsTheRealProviderOfSha256) {
-    auto const provider = HYGetDefaultCSPThrow(CALG_SHA_256, 0);
+    const auto provider = HYGetDefaultCSPThrow(CALG_SHA_256, 0);
     ASSERT_NE(provider, 0u);
     EXPECT_TRUE(CryptReleaseContext(provider, 0));
 }

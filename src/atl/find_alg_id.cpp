@@ -7,7 +7,7 @@
 
 namespace Halcyon {
 
-bool CFindAlgIdIn::TryNextProv(unsigned type, char const* name) {
+bool CFindAlgIdIn::TryNextProv(unsigned type, const char* name) {
     if (!provider.release() && GetLastError() != 0) {
         throwLastError();
     }
@@ -35,11 +35,11 @@ bool CFindAlgIdIn::lists(ALG_ID wanted) const {
     return false;
 }
 
-bool CFindAlgIdInDefaultProviders::OnType(unsigned type, char const* /*name*/) {
+bool CFindAlgIdInDefaultProviders::OnType(unsigned type, const char* /*name*/) {
     return !TryNextProv(type, nullptr);
 }
 
-bool CFindAlgIdInProviders::OnProv(char const* name, unsigned type) {
+bool CFindAlgIdInProviders::OnProv(const char* name, unsigned type) {
     return !TryNextProv(type, name);
 }
 

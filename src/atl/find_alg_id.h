@@ -16,7 +16,7 @@ public:
     // True when the provider has the algorithms; it is left in `provider`. A null name means the
     // default one of the type. Throws CAtlException with the last error's code when the provider
     // can't be opened or questioned.
-    bool TryNextProv(unsigned type, char const* name);
+    bool TryNextProv(unsigned type, const char* name);
 
     ALG_ID algId;
     ALG_ID algId2;
@@ -31,7 +31,7 @@ class CHRONOSEAL_API CFindAlgIdInDefaultProviders : public CFindAlgIdIn,
                                                     public ATL2::CCryptProviderTypesEnumT<char> {
 public:
     using CFindAlgIdIn::CFindAlgIdIn;
-    bool OnType(unsigned type, char const* name) override;
+    bool OnType(unsigned type, const char* name) override;
 };
 
 // Over all providers by name.
@@ -39,7 +39,7 @@ class CHRONOSEAL_API CFindAlgIdInProviders : public CFindAlgIdIn,
                                              public ATL2::CCryptProvidersEnumT<char> {
 public:
     using CFindAlgIdIn::CFindAlgIdIn;
-    bool OnProv(char const* name, unsigned type) override;
+    bool OnProv(const char* name, unsigned type) override;
 };
 
 } // namespace Halcyon

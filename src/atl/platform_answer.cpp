@@ -10,7 +10,7 @@ void setAnswerLength(ATL::CStringA& value, DWORD size) {
 }
 
 HRESULT resultFromLastErrorOrFail() noexcept {
-    auto const error = static_cast<HRESULT>(GetLastError());
+    const auto error = static_cast<HRESULT>(GetLastError());
     if (error > 0) {
         // Read again: what stands in its place by now counts.
         return GetLastError() == 0

@@ -24,7 +24,7 @@ Found readEntry(List list, DWORD index, Buffer& name, DWORD& capacity, unsigned&
             type = found;
             return Found::entry;
         }
-        auto const error = GetLastError();
+        const auto error = GetLastError();
         if (error == ERROR_NO_MORE_ITEMS) {
             return Found::end;
         }

@@ -13,7 +13,7 @@ template <>
 class CCryptProviderTypesEnumT<char> {
 public:
     // True to go on.
-    virtual bool OnType(unsigned type, char const* name) = 0;
+    virtual bool OnType(unsigned type, const char* name) = 0;
     virtual ~CCryptProviderTypesEnumT() = default;
 
     // True when OnType ended the walk. Throws CAtlException 0x8007000E out of memory, and what
@@ -32,7 +32,7 @@ template <>
 class CCryptProvidersEnumT<char> {
 public:
     // True to go on.
-    virtual bool OnProv(char const* name, unsigned type) = 0;
+    virtual bool OnProv(const char* name, unsigned type) = 0;
     virtual ~CCryptProvidersEnumT() = default;
 
     // True when OnProv ended the walk. Throws CAtlException 0x8007000E out of memory, and what

@@ -18,8 +18,8 @@ constexpr std::int32_t badArgument = Halcyon::hr(0x80070057u);
 constexpr std::int32_t outOfMemory = Halcyon::hr(0x8007000Eu);
 
 template <class T>
-int textLength(T const* text) {
-    auto const length = std::char_traits<T>::length(text);
+int textLength(const T* text) {
+    const auto length = std::char_traits<T>::length(text);
     if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         AtlThrowImpl(badArgument);
     }
@@ -38,7 +38,7 @@ int grownLength(int present) {
 // and may hold others. `visit` gives the place where the search goes on and may move what `end`
 // points to.
 template <class Visit>
-void forEachFind(wchar_t* text, wchar_t*& end, wchar_t const* old, Visit visit) {
+void forEachFind(wchar_t* text, wchar_t*& end, const wchar_t* old, Visit visit) {
     while (text < end) {
         if (wchar_t* const place = std::wcsstr(text, old)) {
             text = visit(place);
@@ -51,12 +51,12 @@ void forEachFind(wchar_t* text, wchar_t*& end, wchar_t const* old, Visit visit) 
 } // namespace
 
 template <class T, bool mfc>
-CSimpleStringT<T, mfc>::CSimpleStringT(CSimpleStringT const& other) : CSimpleStringT() {
+CSimpleStringT<T, mfc>::CSimpleStringT(const CSimpleStringT& other) : CSimpleStringT() {
     *this = other;
 }
 
 template <class T, bool mfc>
-CSimpleStringT<T, mfc>& CSimpleStringT<T, mfc>::operator=(CSimpleStringT const& other) {
+CSimpleStringT<T, mfc>& CSimpleStringT<T, mfc>::operator=(const CSimpleStringT& other) {
     if (chars_ == other.chars_) {
         return *this;
     }
@@ -106,8 +106,8 @@ void CSimpleStringT<T, mfc>::fork(int length) {
 
 template <class T, bool mfc>
 void CSimpleStringT<T, mfc>::grow(int length) {
-    int const present = GetAllocLength();
-    int const wanted = std::max(grownLength(present), length);
+    const int present = GetAllocLength();
+    const int wanted = std::max(grownLength(present), length);
     if (wanted < 1 || wanted <= present) {
         AtlThrowImpl(outOfMemory);
     }
@@ -138,7 +138,7 @@ T* CSimpleStringT<T, mfc>::Lock() {
 }
 
 template <class T, bool mfc>
-void CSimpleStringT<T, mfc>::SetString(T const* text, int length) {
+void CSimpleStringT<T, mfc>::SetString(const T* text, int length) {
     if (length == 0) {
         if (GetLength() == 0) {
             return;
@@ -155,13 +155,13 @@ void CSimpleStringT<T, mfc>::SetString(T const* text, int length) {
     if (!text || length < 0) {
         AtlThrowImpl(badArgument);
     }
-    auto const oldLength = static_cast<std::size_t>(GetLength());
-    auto const count = static_cast<std::size_t>(length);
+    const auto oldLength = static_cast<std::size_t>(GetLength());
+    const auto count = static_cast<std::size_t>(length);
     // By address, since `text` may be of another block.
-    auto const offset =
+    const auto offset =
         (reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(chars_)) /
         sizeof(T);
-    bool const inside = offset <= oldLength;
+    const bool inside = offset <= oldLength;
     if (inside && count > oldLength - offset) {
         AtlThrowImpl(badArgument); // more than the string holds from there on
     }
@@ -175,13 +175,13 @@ void CSimpleStringT<T, mfc>::SetString(T const* text, int length) {
 }
 
 template <class T, bool mfc>
-void CSimpleStringT<T, mfc>::SetString(T const* text) {
+void CSimpleStringT<T, mfc>::SetString(const T* text) {
     SetString(text, text ? textLength(text) : 0);
 }
 
 template <class Traits>
-void CStringT<char, Traits>::assignWide(wchar_t const* text) {
-    int const size =
+void CStringT<char, Traits>::assignWide(const wchar_t* text) {
+    const int size =
         text ? WideCharToMultiByte(0, 0, text, -1, nullptr, 0, nullptr, nullptr) - 1 : 0;
     if (size <= 0) {
         SetString(nullptr, 0);
@@ -194,13 +194,13 @@ void CStringT<char, Traits>::assignWide(wchar_t const* text) {
 }
 
 template <class Traits>
-int CStringT<wchar_t, Traits>::Replace(wchar_t const* old, wchar_t const* replacement) {
+int CStringT<wchar_t, Traits>::Replace(const wchar_t* old, const wchar_t* replacement) {
     if (!old || *old == L'\0' || IsEmpty()) {
         return 0;
     }
     replacement = replacement ? replacement : L"";
-    int const oldSize = textLength(old);
-    int const newSize = textLength(replacement);
+    const int oldSize = textLength(old);
+    const int newSize = textLength(replacement);
     auto* scan = const_cast<wchar_t*>(GetString());
     auto* end = scan + GetLength();
     int count = 0;
@@ -211,16 +211,16 @@ int CStringT<wchar_t, Traits>::Replace(wchar_t const* old, wchar_t const* replac
     if (count == 0) {
         return 0;
     }
-    int const present = GetLength();
-    auto const wanted =
+    const int present = GetLength();
+    const auto wanted =
         present + static_cast<long long>(count) * (static_cast<long long>(newSize) - oldSize);
     if (wanted > std::numeric_limits<int>::max()) {
         AtlThrowImpl(outOfMemory);
     }
-    int const length = static_cast<int>(wanted);
+    const int length = static_cast<int>(wanted);
     // Copies: both may lie in the buffer that is about to change.
-    std::wstring const what(old);
-    std::wstring const with(replacement);
+    const std::wstring what(old);
+    const std::wstring with(replacement);
     scan = PrepareWrite(std::max(length, present));
     end = scan + present;
     forEachFind(scan, end, what.c_str(), [&](wchar_t* place) {

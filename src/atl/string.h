@@ -22,16 +22,16 @@ template <class T, bool mfc = false>
 class CSimpleStringT {
 public:
     CSimpleStringT() : chars_(charsOf(g_defaultStrMgr.GetNilString())) {}
-    CSimpleStringT(CSimpleStringT const& other);
-    CSimpleStringT& operator=(CSimpleStringT const& other);
+    CSimpleStringT(const CSimpleStringT& other);
+    CSimpleStringT& operator=(const CSimpleStringT& other);
     ~CSimpleStringT() { header()->Release(); }
 
     int GetLength() const noexcept { return header()->nDataLength; }
     int GetAllocLength() const noexcept { return header()->nAllocLength; }
     bool IsEmpty() const noexcept { return GetLength() == 0; }
     // Good until the string is written to, assigned to or destroyed.
-    T const* GetString() const noexcept { return chars_; }
-    operator T const*() const noexcept { return chars_; }
+    const T* GetString() const noexcept { return chars_; }
+    operator const T*() const noexcept { return chars_; }
 
     // The characters for writing: unshared, with room for `length` of them; the text is kept.
     T* PrepareWrite(int length);
@@ -41,8 +41,8 @@ public:
     // copy takes a buffer of its own.
     T* Lock();
     // `text` may lie in this string.
-    void SetString(T const* text, int length);
-    void SetString(T const* text);
+    void SetString(const T* text, int length);
+    void SetString(const T* text);
     void Empty() { SetString(nullptr, 0); }
 
 protected:
@@ -66,43 +66,43 @@ template <class Traits>
 class CStringT<char, Traits> : public CSimpleStringT<char, false> {
 public:
     CStringT() = default;
-    CStringT(char const* text) { SetString(text); }
-    CStringT(char const* text, int length) { SetString(text, length); }
-    explicit CStringT(wchar_t const* text) { assignWide(text); }
-    CStringT& operator=(char const* text) {
+    CStringT(const char* text) { SetString(text); }
+    CStringT(const char* text, int length) { SetString(text, length); }
+    explicit CStringT(const wchar_t* text) { assignWide(text); }
+    CStringT& operator=(const char* text) {
         SetString(text);
         return *this;
     }
     // Converts to the system's code page. Null, or text that can't be converted, empties the
     // string.
-    CStringT& operator=(wchar_t const* text) {
+    CStringT& operator=(const wchar_t* text) {
         assignWide(text);
         return *this;
     }
 
     // The content as bytes.
-    unsigned char const* bytes() const noexcept {
-        return reinterpret_cast<unsigned char const*>(GetString());
+    const unsigned char* bytes() const noexcept {
+        return reinterpret_cast<const unsigned char*>(GetString());
     }
 
 private:
-    void assignWide(wchar_t const* text);
+    void assignWide(const wchar_t* text);
 };
 
 template <class Traits>
 class CStringT<wchar_t, Traits> : public CSimpleStringT<wchar_t, false> {
 public:
     CStringT() = default;
-    CStringT(wchar_t const* text) { SetString(text); }
-    CStringT(wchar_t const* text, int length) { SetString(text, length); }
-    CStringT& operator=(wchar_t const* text) {
+    CStringT(const wchar_t* text) { SetString(text); }
+    CStringT(const wchar_t* text, int length) { SetString(text, length); }
+    CStringT& operator=(const wchar_t* text) {
         SetString(text);
         return *this;
     }
 
     // Replaces every `old`, also behind embedded zeros; returns how many there were. A null or
     // empty `old` is found nowhere, a null `replacement` counts as empty.
-    int Replace(wchar_t const* old, wchar_t const* replacement);
+    int Replace(const wchar_t* old, const wchar_t* replacement);
 };
 
 using CStringA = CStringT<char, StrTraitATL<char, ChTraitsCRT<char>>>;

@@ -30,7 +30,7 @@ unsigned long blockSize(int chars, int charSize) {
     if (chars < 0 || charSize <= 0) {
         return 0;
     }
-    auto const rounded = (static_cast<unsigned long>(chars) & ~7ul) + 8;
+    const auto rounded = (static_cast<unsigned long>(chars) & ~7ul) + 8;
     unsigned long bytes = 0;
     constexpr auto limit = std::numeric_limits<unsigned long>::max() - sizeof(CStringData);
     if (__builtin_mul_overflow(rounded, static_cast<unsigned long>(charSize), &bytes) ||
@@ -53,7 +53,7 @@ void CStringData::Release() noexcept {
 }
 
 CStringData* CAtlStringMgr::Allocate(int chars, int charSize) {
-    auto const size = blockSize(chars, charSize);
+    const auto size = blockSize(chars, charSize);
     void* const block = size == 0 ? nullptr : memory_->Allocate(size);
     if (!block) {
         return nullptr;
@@ -70,7 +70,7 @@ void CAtlStringMgr::Free(CStringData* data) {
 }
 
 CStringData* CAtlStringMgr::Reallocate(CStringData* data, int chars, int charSize) {
-    auto const size = blockSize(chars, charSize);
+    const auto size = blockSize(chars, charSize);
     if (size == 0) {
         return nullptr;
     }

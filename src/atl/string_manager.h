@@ -49,8 +49,8 @@ public:
     // `memory` has to outlive the manager.
     constexpr explicit CAtlStringMgr(IAtlMemMgr* memory) noexcept
         : memory_(memory), nil_{this, 0, 0, 2} {} // two shares: the nil string is never freed
-    CAtlStringMgr(CAtlStringMgr const&) = delete;
-    CAtlStringMgr& operator=(CAtlStringMgr const&) = delete;
+    CAtlStringMgr(const CAtlStringMgr&) = delete;
+    CAtlStringMgr& operator=(const CAtlStringMgr&) = delete;
 
     CStringData* Allocate(int chars, int charSize) override;
     void Free(CStringData* data) override;

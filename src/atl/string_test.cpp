@@ -10,25 +10,25 @@
 namespace ATL {
 namespace {
 
-std::uint32_t codeOf(std::function<void()> const& call) {
+std::uint32_t codeOf(const std::function<void()>& call) {
     try {
         call();
-    } catch (CAtlException const& failure) {
+    } catch (const CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;
 }
 
-std::string textOf(CStringA const& text) {
+std::string textOf(const CStringA& text) {
     return {text.GetString(), static_cast<std::size_t>(text.GetLength())};
 }
 
-std::wstring textOf(CStringW const& text) {
+std::wstring textOf(const CStringW& text) {
     return {text.GetString(), static_cast<std::size_t>(text.GetLength())};
 }
 
 TEST(CStringA, CopiesShareUntilOneIsWritten) {
-    CStringA const original("abc");
+    const CStringA original("abc");
     CStringA copy(original);
     EXPECT_EQ(copy.GetString(), original.GetString());
     copy.PrepareWrite(3)[0] = 'x';
@@ -37,7 +37,7 @@ TEST(CStringA, CopiesShareUntilOneIsWritten) {
 }
 
 TEST(CStringA, EmptyStringsShareTheNilString) {
-    CStringA const a;
+    const CStringA a;
     CStringA b("text");
     b.Empty();
     EXPECT_EQ(a.GetString(), b.GetString());
@@ -71,7 +71,7 @@ TEST(CStringA, SetsTextFromItsOwnBuffer) {
     text.SetString(text.GetString() + 4, 3);
     EXPECT_EQ(textOf(text), "456");
     CStringA shared("0123456789");
-    CStringA const other(shared); // the buffer has to move
+    const CStringA other(shared); // the buffer has to move
     shared.SetString(shared.GetString() + 2, 8);
     EXPECT_EQ(textOf(shared), "23456789");
     EXPECT_EQ(textOf(other), "0123456789");
@@ -90,8 +90,8 @@ TEST(CStringA, RefusesBadLengths) {
 
 TEST(CStringA, LockedBufferStaysInItsPlace) {
     CStringA text("abc");
-    auto const* const place = text.Lock();
-    CStringA const copy(text); // takes a buffer of its own
+    const auto* const place = text.Lock();
+    const CStringA copy(text); // takes a buffer of its own
     EXPECT_NE(copy.GetString(), place);
     EXPECT_EQ(textOf(copy), "abc");
     text.Empty();
@@ -106,7 +106,7 @@ TEST(CStringA, ConvertsWideTextToUtf8) {
     CStringA text("old");
     text = L"a\u00e9\U0001F600";
     EXPECT_EQ(textOf(text), "a\xC3\xA9\xF0\x9F\x98\x80");
-    text = static_cast<wchar_t const*>(nullptr);
+    text = static_cast<const wchar_t*>(nullptr);
     EXPECT_TRUE(text.IsEmpty());
     text = L"";
     EXPECT_TRUE(text.IsEmpty());
@@ -115,12 +115,12 @@ TEST(CStringA, ConvertsWideTextToUtf8) {
 TEST(CStringW, Replaces) {
     struct Case {
         std::wstring text;
-        wchar_t const* old;
-        wchar_t const* with;
+        const wchar_t* old;
+        const wchar_t* with;
         int count;
         std::wstring result;
     };
-    for (auto const& [from, old, with, count, result] :
+    for (const auto& [from, old, with, count, result] :
          {Case{L"aba", L"a", L"xy", 2, L"xybxy"}, Case{L"aba", L"c", L"xy", 0, L"aba"},
           Case{L"aaaa", L"aa", L"a", 2, L"aa"}, Case{L"aba", L"a", nullptr, 2, L"b"},
           Case{L"aba", L"", L"x", 0, L"aba"}, Case{L"aba", nullptr, L"x", 0, L"aba"},
@@ -141,14 +141,14 @@ TEST(CStringW, ReplacesManyWithLongText) {
         expected += L"0123456789-";
     }
     CStringW text(source.c_str());
-    CStringW const copy(text);
+    const CStringW copy(text);
     EXPECT_EQ(text.Replace(L"a", L"0123456789"), 300);
     EXPECT_EQ(textOf(text), expected);
     EXPECT_EQ(textOf(copy), source);
 }
 
 TEST(StringManager, AllocatesInEights) {
-    for (auto const& [chars, capacity] : {std::pair{0, 7}, std::pair{7, 7}, std::pair{8, 15}}) {
+    for (const auto& [chars, capacity] : {std::pair{0, 7}, std::pair{7, 7}, std::pair{8, 15}}) {
         auto* const data = g_defaultStrMgr.Allocate(chars, 1);
         ASSERT_NE(data, nullptr);
         EXPECT_EQ(data->nAllocLength, capacity);

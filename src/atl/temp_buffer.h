@@ -16,8 +16,8 @@ class CTempBufferEx {
 
 public:
     explicit CTempBufferEx(ATL::IAtlMemMgr* manager = &m_crtHeap) noexcept : manager_(manager) {}
-    CTempBufferEx(CTempBufferEx const&) = delete;
-    CTempBufferEx& operator=(CTempBufferEx const&) = delete;
+    CTempBufferEx(const CTempBufferEx&) = delete;
+    CTempBufferEx& operator=(const CTempBufferEx&) = delete;
     ~CTempBufferEx() {
         if (current_ && current_ != inline_) {
             manager_->Free(current_);
@@ -33,7 +33,7 @@ public:
         if (size <= N) {
             return current_ = inline_;
         }
-        bool const onHeap = current_ && current_ != inline_;
+        const bool onHeap = current_ && current_ != inline_;
         void* const block =
             onHeap ? manager_->Reallocate(current_, size) : manager_->Allocate(size);
         if (!block) {

@@ -14,7 +14,7 @@ void AtlThrowImpl(int code) {
 namespace Halcyon {
 
 std::int32_t resultFromLastError() noexcept {
-    auto const error = static_cast<std::int32_t>(GetLastError());
+    const auto error = static_cast<std::int32_t>(GetLastError());
     if (error > 0) {
         return hr(0x80070000u | (static_cast<std::uint32_t>(error) & 0xFFFFu));
     }
@@ -22,7 +22,7 @@ std::int32_t resultFromLastError() noexcept {
 }
 
 std::int32_t resultFromLastError(std::int32_t fallback) noexcept {
-    auto const code = resultFromLastError();
+    const auto code = resultFromLastError();
     return code == 0 ? fallback : code;
 }
 

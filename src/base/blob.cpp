@@ -10,7 +10,7 @@ namespace Halcyon {
 namespace {
 
 // Uninitialised; null for size 0.
-unsigned char* copyOf(unsigned char const* data, unsigned long size) {
+unsigned char* copyOf(const unsigned char* data, unsigned long size) {
     if (size == 0) {
         return nullptr;
     }
@@ -21,10 +21,10 @@ unsigned char* copyOf(unsigned char const* data, unsigned long size) {
 
 } // namespace
 
-CBlob::CBlob(unsigned char const* data, unsigned long size)
+CBlob::CBlob(const unsigned char* data, unsigned long size)
     : cbData_(size), pbData_(copyOf(data, size)) {}
 
-CBlob::CBlob(CBlob const& other) : CBlob(other.pbData_, other.cbData_) {}
+CBlob::CBlob(const CBlob& other) : CBlob(other.pbData_, other.cbData_) {}
 
 CBlob::CBlob(CBlob&& other) noexcept {
     swap(other);
@@ -36,14 +36,14 @@ CBlob::~CBlob() {
     delete[] pbData_;
 }
 
-void CBlob::assign(unsigned char const* data, unsigned long size) {
+void CBlob::assign(const unsigned char* data, unsigned long size) {
     auto* block = copyOf(data, size); // before the old block goes: `data` may lie in it
     delete[] pbData_;
     pbData_ = block;
     cbData_ = size;
 }
 
-CBlob& CBlob::operator=(CBlob const& other) {
+CBlob& CBlob::operator=(const CBlob& other) {
     assign(other.pbData_, other.cbData_);
     return *this;
 }
@@ -74,9 +74,9 @@ void CBlob::reverse() noexcept {
     std::reverse(pbData_, pbData_ + cbData_);
 }
 
-CBlob& CBlob::operator+=(CBlob const& other) {
-    auto const head = cbData_;
-    auto const tail = other.cbData_; // taken first: `other` may be this blob
+CBlob& CBlob::operator+=(const CBlob& other) {
+    const auto head = cbData_;
+    const auto tail = other.cbData_; // taken first: `other` may be this blob
     if (tail != 0) {
         resize_to(head + tail);
         std::memcpy(pbData_ + head, other.pbData_, tail);
@@ -84,14 +84,14 @@ CBlob& CBlob::operator+=(CBlob const& other) {
     return *this;
 }
 
-bool CBlob::operator==(CBlob const& other) const noexcept {
+bool CBlob::operator==(const CBlob& other) const noexcept {
     return cbData_ == other.cbData_ &&
            (cbData_ == 0 || std::memcmp(pbData_, other.pbData_, cbData_) == 0);
 }
 
-int CBlob::compare(CBlob const& other) const noexcept {
-    auto const common = std::min(cbData_, other.cbData_);
-    int const order = common == 0 ? 0 : std::memcmp(pbData_, other.pbData_, common);
+int CBlob::compare(const CBlob& other) const noexcept {
+    const auto common = std::min(cbData_, other.cbData_);
+    const int order = common == 0 ? 0 : std::memcmp(pbData_, other.pbData_, common);
     return order != 0 ? order : static_cast<int>(cbData_ - other.cbData_);
 }
 

@@ -15,8 +15,8 @@ class CHRONOSEAL_API CBlob {
 public:
     CBlob() noexcept = default;
     // A copy of `size` bytes at `data`; with size 0 as `CBlob()`, and `data` isn't looked at.
-    CBlob(unsigned char const* data, unsigned long size);
-    CBlob(CBlob const& other);
+    CBlob(const unsigned char* data, unsigned long size);
+    CBlob(const CBlob& other);
     CBlob(CBlob&& other) noexcept;
     // `size` zero bytes. With size 0 `pbData()` is non-null all the same.
     explicit CBlob(unsigned long size);
@@ -26,8 +26,8 @@ public:
     unsigned char* pbData() const noexcept { return pbData_; }
 
     // The source may lie inside the blob itself. Size 0 gives a null block.
-    void assign(unsigned char const* data, unsigned long size);
-    CBlob& operator=(CBlob const& other);
+    void assign(const unsigned char* data, unsigned long size);
+    CBlob& operator=(const CBlob& other);
     CBlob& operator=(CBlob&& other) noexcept;
 
     // The length becomes 0; the block stays where it is, with its content.
@@ -37,36 +37,36 @@ public:
     // Shrinking moves nothing.
     void resize_to(unsigned long size);
     void reverse() noexcept;
-    CBlob& operator+=(CBlob const& other);
+    CBlob& operator+=(const CBlob& other);
 
     // Bytewise, unsigned; a proper prefix orders first. The difference of the lengths is cut to 32
     // bits, so that of two blobs with a common beginning those that differ by a multiple of 4 GiB
     // in length order as equal.
-    bool operator==(CBlob const& other) const noexcept;
-    bool operator!=(CBlob const& other) const noexcept { return !(*this == other); }
-    bool operator<(CBlob const& other) const noexcept { return compare(other) < 0; }
-    bool operator<=(CBlob const& other) const noexcept { return compare(other) < 1; }
-    bool operator>(CBlob const& other) const noexcept { return compare(other) > 0; }
-    bool operator>=(CBlob const& other) const noexcept { return !(compare(other) < 0); }
+    bool operator==(const CBlob& other) const noexcept;
+    bool operator!=(const CBlob& other) const noexcept { return !(*this == other); }
+    bool operator<(const CBlob& other) const noexcept { return compare(other) < 0; }
+    bool operator<=(const CBlob& other) const noexcept { return compare(other) < 1; }
+    bool operator>(const CBlob& other) const noexcept { return compare(other) > 0; }
+    bool operator>=(const CBlob& other) const noexcept { return !(compare(other) < 0); }
 
     // The content of a file of less than 4 GiB. Throws CAtlException 0x80070002 if it can't be
     // opened, and 0x80070570 if it can't be read; the length is 0 then.
-    void readFromFile(char const* path);
+    void readFromFile(const char* path);
     // As above; a path that can't be converted to the system's code page gives the platform's code.
-    void readFromFile(wchar_t const* path);
+    void readFromFile(const wchar_t* path);
     // Throws 0x80070002 if the file can't be opened. A write that fails is not reported.
-    void writeToFile(char const* path) const;
-    void writeToFile(wchar_t const* path) const;
+    void writeToFile(const char* path) const;
+    void writeToFile(const wchar_t* path) const;
 
     // Reads pairs of hexadecimal digits of either case, with white space before and between pairs.
     // Stops without failure at the first thing that is no pair. A null text reads as empty.
-    void readFromHexString(char const* text);
+    void readFromHexString(const char* text);
     // Upper case, two digits a byte, a blank before each group of `groupSize` bytes but the first;
     // group size 0 writes no blanks.
     CStringProxy writeToHexString(unsigned long groupSize) const;
 
 private:
-    int compare(CBlob const& other) const noexcept;
+    int compare(const CBlob& other) const noexcept;
 
     unsigned long cbData_ = 0;
     unsigned char* pbData_ = nullptr;

@@ -13,25 +13,25 @@
 namespace Halcyon {
 namespace {
 
-CBlob blobOf(std::string const& bytes) {
-    return CBlob(reinterpret_cast<unsigned char const*>(bytes.data()), bytes.size());
+CBlob blobOf(const std::string& bytes) {
+    return CBlob(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
 }
 
-std::string bytesOf(CBlob const& blob) {
-    return {reinterpret_cast<char const*>(blob.pbData()), blob.cbData()};
+std::string bytesOf(const CBlob& blob) {
+    return {reinterpret_cast<const char*>(blob.pbData()), blob.cbData()};
 }
 
 template <class Call>
 std::uint32_t codeOf(Call call) {
     try {
         call();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;
 }
 
-std::string temporaryPath(char const* name) {
+std::string temporaryPath(const char* name) {
     return testing::TempDir() + name + std::to_string(::getpid());
 }
 
@@ -40,7 +40,7 @@ TEST(ResultFromLastError, MapsPositiveValuesOnly) {
         DWORD error;
         std::uint32_t code;
     };
-    for (auto const& [error, code] :
+    for (const auto& [error, code] :
          {Case{0x570, 0x80070570}, Case{0x80090008, 0x80090008}, Case{0, 0},
           Case{0x00012345, 0x80072345}, Case{0x7FFFFFFF, 0x8007FFFF}}) {
         SetLastError(error);
@@ -81,7 +81,7 @@ TEST(Blob, ShrinksInPlaceAndGrowsWithTheHead) {
 }
 
 TEST(Blob, ZeroSizedBlockEqualsTheEmptyBlob) {
-    CBlob const zero(0ul);
+    const CBlob zero(0ul);
     EXPECT_NE(zero.pbData(), nullptr);
     EXPECT_TRUE(zero == CBlob());
     EXPECT_EQ(bytesOf(CBlob(3ul)), std::string(3, '\0'));
@@ -97,7 +97,7 @@ TEST(Blob, AppendsAlsoToItself) {
 }
 
 TEST(Blob, OrdersByUnsignedBytesAndPutsAPrefixFirst) {
-    std::string const ordered[] = {"",
+    const std::string ordered[] = {"",
                                    std::string("\0", 1),
                                    "\x01",
                                    std::string("\x01\x02"),
@@ -106,8 +106,8 @@ TEST(Blob, OrdersByUnsignedBytesAndPutsAPrefixFirst) {
                                    "\x02"};
     for (std::size_t i = 0; i < std::size(ordered); ++i) {
         for (std::size_t j = 0; j < std::size(ordered); ++j) {
-            auto const a = blobOf(ordered[i]);
-            auto const b = blobOf(ordered[j]);
+            const auto a = blobOf(ordered[i]);
+            const auto b = blobOf(ordered[j]);
             EXPECT_EQ(a < b, i < j);
             EXPECT_EQ(a <= b, i <= j);
             EXPECT_EQ(a > b, i > j);
@@ -119,7 +119,7 @@ TEST(Blob, OrdersByUnsignedBytesAndPutsAPrefixFirst) {
 }
 
 TEST(Blob, ReversesInPlace) {
-    for (auto const& [from, to] :
+    for (const auto& [from, to] :
          {std::pair{"", ""}, std::pair{"a", "a"}, std::pair{"abc", "cba"}}) {
         auto blob = blobOf(from);
         blob.reverse();
@@ -129,10 +129,10 @@ TEST(Blob, ReversesInPlace) {
 
 TEST(BlobHex, ReadsPairsUntilSomethingElseStands) {
     struct Case {
-        char const* text;
+        const char* text;
         std::string bytes;
     };
-    for (auto const& [text, bytes] :
+    for (const auto& [text, bytes] :
          {Case{"AB cd\t12", "\xAB\xCD\x12"}, Case{"ABC", "\xAB"}, Case{"GG", ""},
           Case{"  0f\n", "\x0F"}, Case{"A B", ""}, Case{"01g2", "\x01"}, Case{"", ""},
           Case{"00ff", std::string("\0\xFF", 2)}}) {
@@ -150,15 +150,15 @@ TEST(BlobHex, WritesBlanksBetweenGroupsOnly) {
 }
 
 TEST(BlobFile, GoesRoundByNarrowAndWidePath) {
-    auto const path = temporaryPath("blob-\xC3\xA9-");
-    auto const content = blobOf(std::string("a\0b", 3));
+    const auto path = temporaryPath("blob-\xC3\xA9-");
+    const auto content = blobOf(std::string("a\0b", 3));
     content.writeToFile(path.c_str());
     CBlob read;
     read.readFromFile(path.c_str());
     EXPECT_EQ(read, content);
 
     std::wstring wide;
-    for (char const c : testing::TempDir()) {
+    for (const char c : testing::TempDir()) {
         wide += static_cast<wchar_t>(c);
     }
     wide += L"blob-\u00e9-" + std::to_wstring(::getpid());
@@ -193,7 +193,7 @@ TEST(StringProxy, OwnsACopyAndTakesNull) {
     EXPECT_STREQ(proxy.c_str(), "three");
     EXPECT_STREQ(CStringProxy(nullptr).c_str(), "");
     CWStringProxy wide(L"x");
-    CWStringProxy const wideCopy(wide);
+    const CWStringProxy wideCopy(wide);
     wide = CWStringProxy(nullptr);
     EXPECT_STREQ(wideCopy.c_str(), L"x");
     EXPECT_STREQ(wide.c_str(), L"");

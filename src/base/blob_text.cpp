@@ -21,12 +21,12 @@ constexpr std::int32_t cannotRead = hr(0x80070570u);
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-File openFile(char const* path, char const* mode) {
+File openFile(const char* path, const char* mode) {
     return File(std::fopen(path, mode), &std::fclose);
 }
 
-std::string narrowPath(wchar_t const* path) {
-    int const size = WideCharToMultiByte(0, 0, path, -1, nullptr, 0, nullptr, nullptr);
+std::string narrowPath(const wchar_t* path) {
+    const int size = WideCharToMultiByte(0, 0, path, -1, nullptr, 0, nullptr, nullptr);
     if (size <= 0) {
         ATL::AtlThrowImpl(resultFromLastError(cannotRead));
     }
@@ -45,7 +45,7 @@ bool readAll(std::FILE* file, std::vector<unsigned char>& content) {
         std::fseek(file, 0, SEEK_END) != 0) {
         return false;
     }
-    long const end = std::ftell(file);
+    const long end = std::ftell(file);
     if (end < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
         return false;
     }
@@ -66,7 +66,7 @@ int digitValue(char c) {
     return -1;
 }
 
-char const* skipSpace(char const* text) {
+const char* skipSpace(const char* text) {
     while (std::isspace(static_cast<unsigned char>(*text))) {
         ++text;
     }
@@ -75,8 +75,8 @@ char const* skipSpace(char const* text) {
 
 } // namespace
 
-void CBlob::readFromFile(char const* path) {
-    auto const file = openFile(path, "rb");
+void CBlob::readFromFile(const char* path) {
+    const auto file = openFile(path, "rb");
     if (!file) {
         clear();
         ATL::AtlThrowImpl(cannotOpen);
@@ -89,36 +89,36 @@ void CBlob::readFromFile(char const* path) {
     assign(content.data(), content.size());
 }
 
-void CBlob::readFromFile(wchar_t const* path) {
+void CBlob::readFromFile(const wchar_t* path) {
     readFromFile(narrowPath(path).c_str());
 }
 
-void CBlob::writeToFile(char const* path) const {
-    auto const file = openFile(path, "wb");
+void CBlob::writeToFile(const char* path) const {
+    const auto file = openFile(path, "wb");
     if (!file) {
         ATL::AtlThrowImpl(cannotOpen);
     }
     if (cbData_ != 0) {
         // Whether all of it arrives is not reported: a caller who has to know reads the file back.
-        [[maybe_unused]] auto const written = std::fwrite(pbData_, 1, cbData_, file.get());
+        [[maybe_unused]] const auto written = std::fwrite(pbData_, 1, cbData_, file.get());
     }
 }
 
-void CBlob::writeToFile(wchar_t const* path) const {
+void CBlob::writeToFile(const wchar_t* path) const {
     writeToFile(narrowPath(path).c_str());
 }
 
-void CBlob::readFromHexString(char const* text) {
+void CBlob::readFromHexString(const char* text) {
     text = text ? text : "";
-    auto const pairs = std::strlen(text) / 2;
+    const auto pairs = std::strlen(text) / 2;
     if (cbData_ <= pairs) {
         resize_to(pairs + 1);
     }
     clear();
     text = skipSpace(text);
     while (*text != '\0') {
-        int const high = digitValue(text[0]);
-        int const low = high < 0 ? -1 : digitValue(text[1]);
+        const int high = digitValue(text[0]);
+        const int low = high < 0 ? -1 : digitValue(text[1]);
         if (low < 0) {
             break;
         }

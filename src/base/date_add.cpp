@@ -20,11 +20,11 @@ int lastDayOf(int year, int month) {
                                                                   31, 31, 30, 31, 30, 31};
     static constexpr std::array<std::uint32_t, 13> maxDaysLeap{0,  31, 29, 31, 30, 31, 30,
                                                                31, 31, 30, 31, 30, 31};
-    auto const& table = isLeap(year) ? maxDaysLeap : maxDaysNonLeap;
+    const auto& table = isLeap(year) ? maxDaysLeap : maxDaysNonLeap;
     return static_cast<int>(table[static_cast<std::size_t>(month)]);
 }
 
-CDateTime DateAddMonth(int months, CDateTime const& date) {
+CDateTime DateAddMonth(int months, const CDateTime& date) {
     SYSTEMTIME time = date.getSystemTime();
     int year = time.wYear + months / 12;
     int month = time.wMonth + months % 12;
@@ -35,7 +35,7 @@ CDateTime DateAddMonth(int months, CDateTime const& date) {
         month -= 12;
         ++year;
     }
-    int const lastDay = lastDayOf(year, month);
+    const int lastDay = lastDayOf(year, month);
     time.wYear = static_cast<WORD>(year);
     time.wMonth = static_cast<WORD>(month);
     time.wDayOfWeek = 0;
@@ -65,7 +65,7 @@ CDateTimeSpan unitOf(char letter) {
 
 } // namespace
 
-CDateTime DateAddA(char const* interval, int count, CDateTime const& date) {
+CDateTime DateAddA(const char* interval, int count, const CDateTime& date) {
     if (!interval) {
         ATL::AtlThrowImpl(hr(0x80070057u));
     }
@@ -74,22 +74,22 @@ CDateTime DateAddA(char const* interval, int count, CDateTime const& date) {
     }
     if (*interval == 'y') {
         // In 32 bits, and so wrapping.
-        auto const months = static_cast<std::uint32_t>(count) * 12u;
+        const auto months = static_cast<std::uint32_t>(count) * 12u;
         return DateAddMonth(static_cast<std::int32_t>(months), date);
     }
-    auto const magnitude =
+    const auto magnitude =
         count < 0 ? 0u - static_cast<unsigned int>(count) : static_cast<unsigned int>(count);
-    auto const distance = unitOf(*interval) * magnitude;
+    const auto distance = unitOf(*interval) * magnitude;
     return count >= 1 ? date + distance : date - distance;
 }
 
-CDateTime DateAddW(wchar_t const* interval, int count, CDateTime const& date) {
+CDateTime DateAddW(const wchar_t* interval, int count, const CDateTime& date) {
     if (!interval) {
         ATL::AtlThrowImpl(hr(0x80070057u));
     }
-    wchar_t const letter = *interval;
-    bool const narrow = letter >= 0 && letter < 0x80;
-    char const text[] = {narrow ? static_cast<char>(letter) : '?', '\0'};
+    const wchar_t letter = *interval;
+    const bool narrow = letter >= 0 && letter < 0x80;
+    const char text[] = {narrow ? static_cast<char>(letter) : '?', '\0'};
     return DateAddA(text, count, date);
 }
 

@@ -22,7 +22,7 @@ struct Zone {
 };
 
 // "+hh:mm" or "-hh:mm"; whatever follows the minutes isn't looked at.
-Zone readZone(std::string const& text) {
+Zone readZone(const std::string& text) {
     char sign = 0;
     int hours = 0;
     int minutes = 0;
@@ -45,7 +45,7 @@ Zone takeZone(std::string& tail) {
     if (tail.find_first_of("Zz") != std::string::npos) {
         // An offset next to a "Z" isn't applied: without its colon it stays, for the reader of the
         // fraction to refuse.
-        auto const colon = tail.rfind(':');
+        const auto colon = tail.rfind(':');
         if (colon != std::string::npos && colon + 3 == tail.size()) {
             tail.erase(colon, 1);
         }
@@ -58,12 +58,12 @@ Zone takeZone(std::string& tail) {
     if (split == std::string::npos) {
         return {};
     }
-    auto const zone = readZone(tail.substr(split));
+    const auto zone = readZone(tail.substr(split));
     tail.erase(split);
     return zone;
 }
 
-CDateTime parse(char const* text) {
+CDateTime parse(const char* text) {
     int year = 0;
     int month = 0;
     int day = 0;
@@ -77,35 +77,35 @@ CDateTime parse(char const* text) {
         ATL::AtlThrowImpl(badDate);
     }
     std::string tail(rest.data());
-    auto const zone = takeZone(tail);
+    const auto zone = takeZone(tail);
     std::array<char, 96> digits{};
     std::snprintf(digits.data(), digits.size(), "%04d%02d%02d%02d%02d%02d", year, month, day, hour,
                   minute, second);
-    CDateTime const local((digits.data() + tail).c_str());
+    const CDateTime local((digits.data() + tail).c_str());
     return zone.west ? local + zone.offset : local - zone.offset;
 }
 
 } // namespace
 
-CDateTime fromXsdDateTimeString(char const* text) {
+CDateTime fromXsdDateTimeString(const char* text) {
     if (!text) {
         ATL::AtlThrowImpl(badDate);
     }
     try {
         return parse(text);
-    } catch (std::bad_alloc const&) {
+    } catch (const std::bad_alloc&) {
         ATL::AtlThrowImpl(hr(0x8009000Eu));
     }
 }
 
-CStringProxy toXsdDateTimeString(CDateTime const& date) {
-    auto const tm = brokenDownTime(date);
+CStringProxy toXsdDateTimeString(const CDateTime& date) {
+    const auto tm = brokenDownTime(date);
     std::array<char, 256> buffer{};
     if (std::strftime(buffer.data(), buffer.size(), "%Y-%m-%dT%H:%M:%S", &tm) == 0) {
         return {""};
     }
     std::string text(buffer.data());
-    if (auto const millis = date.millisecond(); millis != 0) {
+    if (const auto millis = date.millisecond(); millis != 0) {
         std::snprintf(buffer.data(), buffer.size(), ".%03u", millis);
         text += buffer.data();
     }

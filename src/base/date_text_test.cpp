@@ -10,27 +10,27 @@
 namespace Halcyon {
 namespace {
 
-std::uint32_t codeOf(std::function<void()> const& call) {
+std::uint32_t codeOf(const std::function<void()>& call) {
     try {
         call();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;
 }
 
-std::string moved(char const* interval, int count, char const* date) {
+std::string moved(const char* interval, int count, const char* date) {
     return DateAddA(interval, count, CDateTime(date)).getGeneralizedTime().c_str();
 }
 
 TEST(DateAdd, ClampsTheDayToTheTargetMonth) {
     struct Case {
-        char const* interval;
+        const char* interval;
         int count;
-        char const* from;
-        char const* to;
+        const char* from;
+        const char* to;
     };
-    for (auto const& [interval, count, from, to] :
+    for (const auto& [interval, count, from, to] :
          {Case{"m", 1, "20230131000000Z", "20230228000000Z"},
           Case{"m", 1, "20240131000000Z", "20240229000000Z"},
           Case{"m", 3, "20240131000000Z", "20240430000000Z"},
@@ -60,7 +60,7 @@ TEST(DateAdd, MovesInAbsoluteTime) {
 }
 
 TEST(DateAdd, RefusesWhatItDoesNotKnow) {
-    CDateTime const date("16010102000000Z");
+    const CDateTime date("16010102000000Z");
     EXPECT_EQ(codeOf([&] { DateAddA("D", 2, date); }), 0x80070057u);
     EXPECT_EQ(codeOf([&] { DateAddA(nullptr, 2, date); }), 0x80070057u);
     EXPECT_EQ(codeOf([&] { DateAddA("d", -2, date); }), 0x80004005u);
@@ -75,10 +75,10 @@ TEST(DateAdd, RefusesWhatItDoesNotKnow) {
 
 TEST(XsdDateTime, ReadsWithATailOnly) {
     struct Case {
-        char const* text;
-        char const* result;
+        const char* text;
+        const char* result;
     };
-    for (auto const& test :
+    for (const auto& test :
          {Case{"2024-01-02T12:00:00Z", "20240102120000Z"},
           Case{"2024-01-02T12:00:00z", "20240102120000Z"},
           Case{"2024-01-02T12:00:00.5z", nullptr}, // a small letter isn't taken off a fraction

@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint64_t unixEpoch = 116444736000000000u;
 constexpr std::uint64_t ticksPerSecond = 10000000;
 
-std::uint64_t ticksOf(FILETIME const& time) {
+std::uint64_t ticksOf(const FILETIME& time) {
     return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
@@ -27,7 +27,7 @@ std::uint64_t ticksOfUnixTime(std::uint64_t seconds, unsigned int microseconds) 
     return unixEpoch + seconds * ticksPerSecond + microseconds * 10u;
 }
 
-bool convert(SYSTEMTIME const& from, std::uint64_t& ticks) {
+bool convert(const SYSTEMTIME& from, std::uint64_t& ticks) {
     FILETIME time{};
     if (!SystemTimeToFileTime(&from, &time)) {
         return false;
@@ -36,7 +36,7 @@ bool convert(SYSTEMTIME const& from, std::uint64_t& ticks) {
     return true;
 }
 
-std::uint64_t ticksOf(SYSTEMTIME const& time) {
+std::uint64_t ticksOf(const SYSTEMTIME& time) {
     std::uint64_t ticks = 0;
     if (!convert(time, ticks)) {
         throwLastError();
@@ -46,7 +46,7 @@ std::uint64_t ticksOf(SYSTEMTIME const& time) {
 
 // Seconds west of UTC at this moment, daylight saving time included.
 std::uint64_t currentZoneOffset() {
-    std::time_t const now = std::time(nullptr);
+    const std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
     ::tzset();
@@ -82,7 +82,7 @@ CDateTime::CDateTime(FILETIME time) noexcept {
     putTicks(cutToMicroseconds(ticksOf(time)));
 }
 
-CDateTime::CDateTime(SYSTEMTIME const& time) {
+CDateTime::CDateTime(const SYSTEMTIME& time) {
     putTicks(cutToMicroseconds(ticksOf(time)));
 }
 
@@ -100,9 +100,9 @@ CDateTime::CDateTime(unsigned int year, unsigned int month, unsigned int day, un
     putTicks(ticksOf(time) + microsecond * 10u);
 }
 
-CDateTime::CDateTime(char const* generalizedTime) {
+CDateTime::CDateTime(const char* generalizedTime) {
     int microseconds = 0;
-    auto const tm =
+    const auto tm =
         GeneralizedTimeToTm(generalizedTime ? generalizedTime : "", microseconds, false);
     SYSTEMTIME time{};
     time.wYear = static_cast<WORD>(tm.tm_year + 1900);
@@ -120,7 +120,7 @@ CDateTime::CDateTime(char const* generalizedTime) {
 }
 
 SYSTEMTIME CDateTime::getSystemTime() const {
-    FILETIME const time{dwLowDateTime_, dwHighDateTime_};
+    const FILETIME time{dwLowDateTime_, dwHighDateTime_};
     SYSTEMTIME fields{};
     if (!FileTimeToSystemTime(&time, &fields)) {
         throwLastError();
@@ -186,26 +186,26 @@ CDateTime CDateTime::localToUtc() const {
     return fromTicks(cutToMicroseconds(ticks() + currentZoneOffset() * ticksPerSecond));
 }
 
-CDateTime operator+(CDateTime const& date, CDateTimeSpan const& span) noexcept {
+CDateTime operator+(const CDateTime& date, const CDateTimeSpan& span) noexcept {
     return CDateTime::fromTicks(date.ticks() + span.ticks());
 }
 
-CDateTime& operator+=(CDateTime& date, CDateTimeSpan const& span) noexcept {
+CDateTime& operator+=(CDateTime& date, const CDateTimeSpan& span) noexcept {
     return date = date + span;
 }
 
-CDateTime operator-(CDateTime const& date, CDateTimeSpan const& span) {
+CDateTime operator-(const CDateTime& date, const CDateTimeSpan& span) {
     if (span.ticks() > date.ticks()) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
     return CDateTime::fromTicks(date.ticks() - span.ticks());
 }
 
-CDateTime& operator-=(CDateTime& date, CDateTimeSpan const& span) {
+CDateTime& operator-=(CDateTime& date, const CDateTimeSpan& span) {
     return date = date - span;
 }
 
-CDateTimeSpan operator-(CDateTime const& later, CDateTime const& earlier) {
+CDateTimeSpan operator-(const CDateTime& later, const CDateTime& earlier) {
     if (earlier > later) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }

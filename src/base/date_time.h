@@ -21,7 +21,7 @@ public:
     // The count, cut to a multiple of 10 ticks.
     explicit CDateTime(FILETIME time) noexcept;
     // Throws the platform's code for a date that isn't one.
-    explicit CDateTime(SYSTEMTIME const& time);
+    explicit CDateTime(const SYSTEMTIME& time);
     // As above; nothing checks that `microsecond`, which is added last, is below 1000.
     CDateTime(unsigned int year, unsigned int month, unsigned int day, unsigned int hour,
               unsigned int minute, unsigned int second, unsigned int millisecond,
@@ -29,7 +29,7 @@ public:
     // YYYYMMDDhhmmss, then one character that isn't looked at and up to six digits of fraction;
     // taken as UTC whatever follows. Fields that the text is too short for read as 0. Throws
     // 0x8007076D for a character that is no digit, and 0x80004005 for a date that isn't one.
-    explicit CDateTime(char const* generalizedTime);
+    explicit CDateTime(const char* generalizedTime);
 
     // The calendar fields, month 1 to 12. Throw the platform's code if the count is beyond its
     // range.
@@ -80,31 +80,31 @@ private:
     std::uint32_t dwLowDateTime_ = 0;
 };
 
-inline bool operator==(CDateTime const& a, CDateTime const& b) noexcept {
+inline bool operator==(const CDateTime& a, const CDateTime& b) noexcept {
     return a.ticks() == b.ticks();
 }
-inline bool operator!=(CDateTime const& a, CDateTime const& b) noexcept {
+inline bool operator!=(const CDateTime& a, const CDateTime& b) noexcept {
     return !(a == b);
 }
-inline bool operator<(CDateTime const& a, CDateTime const& b) noexcept {
+inline bool operator<(const CDateTime& a, const CDateTime& b) noexcept {
     return a.ticks() < b.ticks();
 }
-inline bool operator<=(CDateTime const& a, CDateTime const& b) noexcept {
+inline bool operator<=(const CDateTime& a, const CDateTime& b) noexcept {
     return !(b < a);
 }
-inline bool operator>(CDateTime const& a, CDateTime const& b) noexcept {
+inline bool operator>(const CDateTime& a, const CDateTime& b) noexcept {
     return b < a;
 }
-inline bool operator>=(CDateTime const& a, CDateTime const& b) noexcept {
+inline bool operator>=(const CDateTime& a, const CDateTime& b) noexcept {
     return !(a < b);
 }
 
 // Sums aren't tested for overflow. A difference below zero throws CAtlException 0x80004005.
-CHRONOSEAL_API CDateTime operator+(CDateTime const& date, CDateTimeSpan const& span) noexcept;
-CHRONOSEAL_API CDateTime& operator+=(CDateTime& date, CDateTimeSpan const& span) noexcept;
-CHRONOSEAL_API CDateTime operator-(CDateTime const& date, CDateTimeSpan const& span);
-CHRONOSEAL_API CDateTime& operator-=(CDateTime& date, CDateTimeSpan const& span);
+CHRONOSEAL_API CDateTime operator+(const CDateTime& date, const CDateTimeSpan& span) noexcept;
+CHRONOSEAL_API CDateTime& operator+=(CDateTime& date, const CDateTimeSpan& span) noexcept;
+CHRONOSEAL_API CDateTime operator-(const CDateTime& date, const CDateTimeSpan& span);
+CHRONOSEAL_API CDateTime& operator-=(CDateTime& date, const CDateTimeSpan& span);
 // The later one has to stand on the left.
-CHRONOSEAL_API CDateTimeSpan operator-(CDateTime const& later, CDateTime const& earlier);
+CHRONOSEAL_API CDateTimeSpan operator-(const CDateTime& later, const CDateTime& earlier);
 
 } // namespace Halcyon

@@ -24,33 +24,33 @@ std::uint64_t difference(std::uint64_t a, std::uint64_t b) {
     return a - b;
 }
 
-std::uint64_t ticksFromText(char const* text) {
+std::uint64_t ticksFromText(const char* text) {
     int microseconds = 0;
-    auto const tm = GeneralizedTimeToTm(text ? text : "", microseconds, true);
+    const auto tm = GeneralizedTimeToTm(text ? text : "", microseconds, true);
     auto field = [](int value) { return static_cast<std::uint64_t>(value); };
-    auto const days = field(tm.tm_mday) + 30 * field(tm.tm_mon) + 365 * field(tm.tm_year);
-    auto const seconds =
+    const auto days = field(tm.tm_mday) + 30 * field(tm.tm_mon) + 365 * field(tm.tm_year);
+    const auto seconds =
         field(tm.tm_sec) + 60 * (field(tm.tm_min) + 60 * (field(tm.tm_hour) + 24 * days));
     return seconds * ticksPerSecond + field(microseconds) * 10;
 }
 
 } // namespace
 
-constinit CDateTimeSpan const CDateTimeSpan::oneYear =
+const constinit CDateTimeSpan CDateTimeSpan::oneYear =
     CDateTimeSpan::fromTicks(365 * secondsPerDay * ticksPerSecond);
-constinit CDateTimeSpan const CDateTimeSpan::oneMonth =
+const constinit CDateTimeSpan CDateTimeSpan::oneMonth =
     CDateTimeSpan::fromTicks(30 * secondsPerDay * ticksPerSecond);
-constinit CDateTimeSpan const CDateTimeSpan::oneDay =
+const constinit CDateTimeSpan CDateTimeSpan::oneDay =
     CDateTimeSpan::fromTicks(secondsPerDay * ticksPerSecond);
-constinit CDateTimeSpan const CDateTimeSpan::oneHour =
+const constinit CDateTimeSpan CDateTimeSpan::oneHour =
     CDateTimeSpan::fromTicks(60 * 60 * ticksPerSecond);
-constinit CDateTimeSpan const CDateTimeSpan::oneMinute =
+const constinit CDateTimeSpan CDateTimeSpan::oneMinute =
     CDateTimeSpan::fromTicks(60 * ticksPerSecond);
-constinit CDateTimeSpan const CDateTimeSpan::oneSecond = CDateTimeSpan::fromTicks(ticksPerSecond);
-constinit CDateTimeSpan const CDateTimeSpan::oneMillisecond =
+const constinit CDateTimeSpan CDateTimeSpan::oneSecond = CDateTimeSpan::fromTicks(ticksPerSecond);
+const constinit CDateTimeSpan CDateTimeSpan::oneMillisecond =
     CDateTimeSpan::fromTicks(ticksPerSecond / 1000);
 
-CDateTimeSpan::CDateTimeSpan(char const* generalizedText)
+CDateTimeSpan::CDateTimeSpan(const char* generalizedText)
     : CDateTimeSpan(fromTicks(ticksFromText(generalizedText))) {}
 
 void CDateTimeSpan::swap(CDateTimeSpan& other) noexcept {
@@ -58,20 +58,20 @@ void CDateTimeSpan::swap(CDateTimeSpan& other) noexcept {
 }
 
 CStringProxy CDateTimeSpan::getGeneralizedTime() const {
-    auto const wholeSeconds = ticks() / ticksPerSecond;
-    auto const micros = (ticks() - wholeSeconds * ticksPerSecond) / 10;
+    const auto wholeSeconds = ticks() / ticksPerSecond;
+    const auto micros = (ticks() - wholeSeconds * ticksPerSecond) / 10;
     auto rest = wholeSeconds;
     auto take = [&rest](std::uint64_t unit) {
-        auto const count = rest / unit;
+        const auto count = rest / unit;
         rest %= unit;
         return static_cast<unsigned long long>(count);
     };
-    auto const years = take(365 * secondsPerDay);
-    auto const months = take(30 * secondsPerDay);
-    auto const days = take(secondsPerDay);
-    auto const hours = take(60 * 60);
-    auto const minutes = take(60);
-    auto const seconds = take(1);
+    const auto years = take(365 * secondsPerDay);
+    const auto months = take(30 * secondsPerDay);
+    const auto days = take(secondsPerDay);
+    const auto hours = take(60 * 60);
+    const auto minutes = take(60);
+    const auto seconds = take(1);
     std::array<char, 64> buffer{};
     std::snprintf(buffer.data(), buffer.size(), "%04llu%02llu%02llu%02llu%02llu%02llu.%06llu",
                   years, months, days, hours, minutes, seconds,
@@ -91,30 +91,30 @@ CStringProxy CDateTimeSpan::tostring() const {
 }
 
 CWStringProxy CDateTimeSpan::towstring() const {
-    auto const narrow = getGeneralizedTime();
-    int const size = MultiByteToWideChar(0, 0, narrow.c_str(), -1, nullptr, 0);
+    const auto narrow = getGeneralizedTime();
+    const int size = MultiByteToWideChar(0, 0, narrow.c_str(), -1, nullptr, 0);
     std::wstring wide(size > 0 ? static_cast<std::size_t>(size) : 1, L'\0');
     MultiByteToWideChar(0, 0, narrow.c_str(), -1, wide.data(), size);
     return {wide.c_str()};
 }
 
-CDateTimeSpan operator+(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+CDateTimeSpan operator+(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return CDateTimeSpan::fromTicks(a.ticks() + b.ticks());
 }
 
-CDateTimeSpan& operator+=(CDateTimeSpan& a, CDateTimeSpan const& b) noexcept {
+CDateTimeSpan& operator+=(CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return a = a + b;
 }
 
-CDateTimeSpan operator-(CDateTimeSpan const& a, CDateTimeSpan const& b) {
+CDateTimeSpan operator-(const CDateTimeSpan& a, const CDateTimeSpan& b) {
     return CDateTimeSpan::fromTicks(difference(a.ticks(), b.ticks()));
 }
 
-CDateTimeSpan& operator-=(CDateTimeSpan& a, CDateTimeSpan const& b) {
+CDateTimeSpan& operator-=(CDateTimeSpan& a, const CDateTimeSpan& b) {
     return a = a - b;
 }
 
-CDateTimeSpan operator*(CDateTimeSpan const& a, unsigned int factor) noexcept {
+CDateTimeSpan operator*(const CDateTimeSpan& a, unsigned int factor) noexcept {
     return CDateTimeSpan::fromTicks(a.ticks() * factor);
 }
 
@@ -122,7 +122,7 @@ CDateTimeSpan& operator*=(CDateTimeSpan& a, unsigned int factor) noexcept {
     return a = a * factor;
 }
 
-CDateTimeSpan operator/(CDateTimeSpan const& a, unsigned int divisor) noexcept {
+CDateTimeSpan operator/(const CDateTimeSpan& a, unsigned int divisor) noexcept {
     return CDateTimeSpan::fromTicks(a.ticks() / divisor);
 }
 
@@ -130,7 +130,7 @@ CDateTimeSpan& operator/=(CDateTimeSpan& a, unsigned int divisor) noexcept {
     return a = a / divisor;
 }
 
-CDateTimeSpan operator%(CDateTimeSpan const& a, unsigned int divisor) noexcept {
+CDateTimeSpan operator%(const CDateTimeSpan& a, unsigned int divisor) noexcept {
     return CDateTimeSpan::fromTicks(a.ticks() % divisor);
 }
 
@@ -138,11 +138,11 @@ CDateTimeSpan& operator%=(CDateTimeSpan& a, unsigned int divisor) noexcept {
     return a = a % divisor;
 }
 
-unsigned long long operator/(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+unsigned long long operator/(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return a.ticks() / b.ticks();
 }
 
-CDateTimeSpan operator%(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+CDateTimeSpan operator%(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return CDateTimeSpan::fromTicks(a.ticks() % b.ticks());
 }
 

@@ -20,7 +20,7 @@ public:
     // The fixed-width form YYYYMMDDhhmmss with an optional fraction, all fields being lengths; a
     // month counts as 30 days and a year as 365. Throws 0x8007076D for a character that is no
     // digit.
-    explicit CDateTimeSpan(char const* generalizedText);
+    explicit CDateTimeSpan(const char* generalizedText);
 
     void swap(CDateTimeSpan& other) noexcept;
     constexpr std::uint32_t getLowPart() const noexcept { return dwLowDateTime_; }
@@ -34,13 +34,13 @@ public:
     CWStringProxy towstring() const;
 
     // 365 days; 30 days.
-    static CDateTimeSpan const& OneYear() noexcept { return oneYear; }
-    static CDateTimeSpan const& OneMonth() noexcept { return oneMonth; }
-    static CDateTimeSpan const& OneDay() noexcept { return oneDay; }
-    static CDateTimeSpan const& OneHour() noexcept { return oneHour; }
-    static CDateTimeSpan const& OneMinute() noexcept { return oneMinute; }
-    static CDateTimeSpan const& OneSecond() noexcept { return oneSecond; }
-    static CDateTimeSpan const& OneMillisecond() noexcept { return oneMillisecond; }
+    static const CDateTimeSpan& OneYear() noexcept { return oneYear; }
+    static const CDateTimeSpan& OneMonth() noexcept { return oneMonth; }
+    static const CDateTimeSpan& OneDay() noexcept { return oneDay; }
+    static const CDateTimeSpan& OneHour() noexcept { return oneHour; }
+    static const CDateTimeSpan& OneMinute() noexcept { return oneMinute; }
+    static const CDateTimeSpan& OneSecond() noexcept { return oneSecond; }
+    static const CDateTimeSpan& OneMillisecond() noexcept { return oneMillisecond; }
 
     // The tick count as one number.
     constexpr std::uint64_t ticks() const noexcept {
@@ -54,51 +54,51 @@ public:
     }
 
 private:
-    static CDateTimeSpan const oneYear;
-    static CDateTimeSpan const oneMonth;
-    static CDateTimeSpan const oneDay;
-    static CDateTimeSpan const oneHour;
-    static CDateTimeSpan const oneMinute;
-    static CDateTimeSpan const oneSecond;
-    static CDateTimeSpan const oneMillisecond;
+    static const CDateTimeSpan oneYear;
+    static const CDateTimeSpan oneMonth;
+    static const CDateTimeSpan oneDay;
+    static const CDateTimeSpan oneHour;
+    static const CDateTimeSpan oneMinute;
+    static const CDateTimeSpan oneSecond;
+    static const CDateTimeSpan oneMillisecond;
 
     std::uint32_t dwHighDateTime_ = 0;
     std::uint32_t dwLowDateTime_ = 0;
 };
 
-inline bool operator==(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+inline bool operator==(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return a.ticks() == b.ticks();
 }
-inline bool operator!=(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+inline bool operator!=(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return !(a == b);
 }
-inline bool operator<(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+inline bool operator<(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return a.ticks() < b.ticks();
 }
-inline bool operator<=(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+inline bool operator<=(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return !(b < a);
 }
-inline bool operator>(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+inline bool operator>(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return b < a;
 }
-inline bool operator>=(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept {
+inline bool operator>=(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
     return !(a < b);
 }
 
 // Sums and products wrap modulo 2^64. A division by zero is the processor's fault, as with
 // integers.
-CHRONOSEAL_API CDateTimeSpan operator+(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept;
-CHRONOSEAL_API CDateTimeSpan& operator+=(CDateTimeSpan& a, CDateTimeSpan const& b) noexcept;
-CHRONOSEAL_API CDateTimeSpan operator-(CDateTimeSpan const& a, CDateTimeSpan const& b);
-CHRONOSEAL_API CDateTimeSpan& operator-=(CDateTimeSpan& a, CDateTimeSpan const& b);
-CHRONOSEAL_API CDateTimeSpan operator*(CDateTimeSpan const& a, unsigned int factor) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator+(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept;
+CHRONOSEAL_API CDateTimeSpan& operator+=(CDateTimeSpan& a, const CDateTimeSpan& b) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator-(const CDateTimeSpan& a, const CDateTimeSpan& b);
+CHRONOSEAL_API CDateTimeSpan& operator-=(CDateTimeSpan& a, const CDateTimeSpan& b);
+CHRONOSEAL_API CDateTimeSpan operator*(const CDateTimeSpan& a, unsigned int factor) noexcept;
 CHRONOSEAL_API CDateTimeSpan& operator*=(CDateTimeSpan& a, unsigned int factor) noexcept;
-CHRONOSEAL_API CDateTimeSpan operator/(CDateTimeSpan const& a, unsigned int divisor) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator/(const CDateTimeSpan& a, unsigned int divisor) noexcept;
 CHRONOSEAL_API CDateTimeSpan& operator/=(CDateTimeSpan& a, unsigned int divisor) noexcept;
-CHRONOSEAL_API CDateTimeSpan operator%(CDateTimeSpan const& a, unsigned int divisor) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator%(const CDateTimeSpan& a, unsigned int divisor) noexcept;
 CHRONOSEAL_API CDateTimeSpan& operator%=(CDateTimeSpan& a, unsigned int divisor) noexcept;
-CHRONOSEAL_API unsigned long long operator/(CDateTimeSpan const& a,
-                                            CDateTimeSpan const& b) noexcept;
-CHRONOSEAL_API CDateTimeSpan operator%(CDateTimeSpan const& a, CDateTimeSpan const& b) noexcept;
+CHRONOSEAL_API unsigned long long operator/(const CDateTimeSpan& a,
+                                            const CDateTimeSpan& b) noexcept;
+CHRONOSEAL_API CDateTimeSpan operator%(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept;
 
 } // namespace Halcyon

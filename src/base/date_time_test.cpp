@@ -13,16 +13,16 @@
 namespace Halcyon {
 namespace {
 
-std::uint32_t codeOf(std::function<void()> const& call) {
+std::uint32_t codeOf(const std::function<void()>& call) {
     try {
         call();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;
 }
 
-std::string generalized(CDateTime const& date) {
+std::string generalized(const CDateTime& date) {
     return date.getGeneralizedTime().c_str();
 }
 
@@ -31,7 +31,7 @@ constexpr std::uint64_t unixEpoch = 116444736000000000u;
 TEST(DateTime, CountsUnixTimeInMicroseconds) {
     EXPECT_EQ(CDateTime(0L, 0).getTime(), 0);
     EXPECT_EQ(CDateTime(0LL, 0).ticks(), unixEpoch);
-    CDateTime const date(1L, 999999);
+    const CDateTime date(1L, 999999);
     EXPECT_EQ(date.microsecond(), 999u);
     EXPECT_EQ(date.millisecond(), 999u);
     EXPECT_EQ(date.getTime(), 1);
@@ -40,15 +40,15 @@ TEST(DateTime, CountsUnixTimeInMicroseconds) {
 }
 
 TEST(DateTime, CutsFileTimesToMicroseconds) {
-    FILETIME const time{19, 0};
-    CDateTime const date(time);
+    const FILETIME time{19, 0};
+    const CDateTime date(time);
     EXPECT_EQ(date.getFileTime().dwLowDateTime, 10u);
     EXPECT_EQ(date.getFileTime().dwHighDateTime, 0u);
     EXPECT_EQ(CDateTime::Now().ticks() % 10, 0u);
 }
 
 TEST(DateTime, GivesCalendarFields) {
-    CDateTime const date(2024, 2, 29, 23, 58, 59, 7, 8);
+    const CDateTime date(2024, 2, 29, 23, 58, 59, 7, 8);
     EXPECT_EQ(date.year(), 2024u);
     EXPECT_EQ(date.month(), 2u);
     EXPECT_EQ(date.day(), 29u);
@@ -66,10 +66,10 @@ TEST(DateTime, GivesCalendarFields) {
 
 TEST(DateTime, ReadsGeneralizedTimeByPlace) {
     struct Case {
-        char const* text;
-        char const* result;
+        const char* text;
+        const char* result;
     };
-    for (auto const& [text, result] :
+    for (const auto& [text, result] :
          {Case{"20240102030405Z", "20240102030405Z"}, Case{"20240102030405", "20240102030405Z"},
           Case{"20240102030405.5Z", "20240102030405.5Z"},
           Case{"20240102030405x25", "20240102030405.25Z"},
@@ -99,10 +99,10 @@ TEST(DateTime, PrintsOnlyTheFractionThereIs) {
 }
 
 TEST(DateTime, TextFormsRethrowWhatIsInFlight) {
-    auto const beyond = CDateTime::fromTicks(1ull << 63);
+    const auto beyond = CDateTime::fromTicks(1ull << 63);
     try {
         throw std::string("outer");
-    } catch (std::string const&) {
+    } catch (const std::string&) {
         EXPECT_THROW(beyond.tostring(), std::string);
         EXPECT_THROW(beyond.getGeneralizedTime(), std::string);
         EXPECT_THROW(toXsdDateTimeString(beyond), std::string);
@@ -111,8 +111,8 @@ TEST(DateTime, TextFormsRethrowWhatIsInFlight) {
 }
 
 TEST(DateTime, TakesSpansButNeverGoesBelowZero) {
-    CDateTime const early(0L, 0);
-    auto const late = early + CDateTimeSpan(0, 1);
+    const CDateTime early(0L, 0);
+    const auto late = early + CDateTimeSpan(0, 1);
     EXPECT_EQ((late - early).ticks(), 10u);
     EXPECT_EQ(codeOf([&] { early - late; }), 0x80004005u);
     auto moved = early;
@@ -126,7 +126,7 @@ TEST(DateTime, TakesSpansButNeverGoesBelowZero) {
 
 TEST(DateTime, ConvertsByTheZoneOfThisMoment) {
     ::setenv("TZ", "TST-3", 1);
-    CDateTime const winter(2024, 1, 1, 12, 0, 0, 0, 0);
+    const CDateTime winter(2024, 1, 1, 12, 0, 0, 0, 0);
     EXPECT_EQ(winter.utcToLocal().hour(), 15u);
     EXPECT_EQ(winter.localToUtc().hour(), 9u);
     // Summer time all the year but the first hour: the offset is one hour more, also for a date of
@@ -148,7 +148,7 @@ TEST(DateTimeSpan, WrapsMicrosecondsIn32Bits) {
 }
 
 TEST(DateTimeSpan, Computes) {
-    auto const ten = CDateTimeSpan(10, 0);
+    const auto ten = CDateTimeSpan(10, 0);
     auto span = CDateTimeSpan(25, 0);
     EXPECT_EQ(span / ten, 2u);
     EXPECT_EQ(span % ten, CDateTimeSpan(5, 0));
@@ -167,9 +167,9 @@ TEST(DateTimeSpan, Computes) {
 TEST(DateTimeSpan, LosesZerosOfTheWholePartInItsText) {
     struct Case {
         CDateTimeSpan span;
-        char const* text;
+        const char* text;
     };
-    for (auto const& [span, text] :
+    for (const auto& [span, text] :
          {Case{CDateTimeSpan(1, 0), "00000000000001Z"},
           Case{CDateTimeSpan(1, 500000), "00000000000001.5Z"},
           Case{CDateTimeSpan(10, 0), "0000000000001Z"}, Case{CDateTimeSpan(), "Z"},
@@ -177,7 +177,7 @@ TEST(DateTimeSpan, LosesZerosOfTheWholePartInItsText) {
                "00011100000001.000001Z"}}) {
         EXPECT_STREQ(span.getGeneralizedTime().c_str(), text);
         EXPECT_STREQ(span.tostring().c_str(), text);
-        std::wstring const wide(text, text + std::strlen(text));
+        const std::wstring wide(text, text + std::strlen(text));
         EXPECT_EQ(span.towstring().c_str(), wide);
     }
 }

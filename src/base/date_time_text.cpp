@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t textRoom = 256;
 
-std::string formatted(std::tm const& tm, char const* format) {
+std::string formatted(const std::tm& tm, const char* format) {
     std::array<char, textRoom> buffer{};
     if (std::strftime(buffer.data(), buffer.size(), format, &tm) == 0) {
         ATL::AtlThrowImpl(hr(0x80004005u));
@@ -24,9 +24,9 @@ std::string formatted(std::tm const& tm, char const* format) {
 }
 
 // Nothing, ".mmm" or ".mmmuuu".
-std::string shortestFraction(CDateTime const& date) {
-    auto const millis = date.millisecond();
-    auto const micros = date.microsecond();
+std::string shortestFraction(const CDateTime& date) {
+    const auto millis = date.millisecond();
+    const auto micros = date.microsecond();
     std::array<char, 16> buffer{};
     if (micros != 0) {
         std::snprintf(buffer.data(), buffer.size(), ".%03u%03u", millis, micros);
@@ -38,8 +38,8 @@ std::string shortestFraction(CDateTime const& date) {
 
 } // namespace
 
-std::tm brokenDownTime(CDateTime const& date) {
-    FILETIME const time = date.getFileTime();
+std::tm brokenDownTime(const CDateTime& date) {
+    const FILETIME time = date.getFileTime();
     SYSTEMTIME fields{};
     if (!FileTimeToSystemTime(&time, &fields)) {
         throw;
@@ -56,12 +56,12 @@ std::tm brokenDownTime(CDateTime const& date) {
 }
 
 CStringProxy CDateTime::getGeneralizedTime() const {
-    auto const tm = brokenDownTime(*this);
+    const auto tm = brokenDownTime(*this);
     std::array<char, 96> buffer{};
     std::snprintf(buffer.data(), buffer.size(), "%04d%02d%02d%02d%02d%02d", tm.tm_year + 1900,
                   tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);
     std::string text(buffer.data());
-    unsigned int const micros = millisecond() * 1000 + microsecond();
+    const unsigned int micros = millisecond() * 1000 + microsecond();
     if (micros != 0) {
         std::snprintf(buffer.data(), buffer.size(), ".%06u", micros);
         text += buffer.data();
@@ -76,18 +76,18 @@ CStringProxy CDateTime::getGeneralizedTimeTrimMicroseconds() const {
 }
 
 CStringProxy CDateTime::tostring() const {
-    auto const text = formatted(brokenDownTime(*this), "%d.%m.%Y %H:%M:%S");
+    const auto text = formatted(brokenDownTime(*this), "%d.%m.%Y %H:%M:%S");
     return {(text + shortestFraction(*this)).c_str()};
 }
 
 CWStringProxy CDateTime::towstring() const {
-    auto const tm = brokenDownTime(*this);
+    const auto tm = brokenDownTime(*this);
     std::array<wchar_t, textRoom> buffer{};
     if (std::wcsftime(buffer.data(), buffer.size(), L"%d.%m.%Y %H:%M:%S", &tm) == 0) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
     std::wstring text(buffer.data());
-    for (char const c : shortestFraction(*this)) {
+    for (const char c : shortestFraction(*this)) {
         text += static_cast<wchar_t>(c);
     }
     return {text.c_str()};

@@ -9,7 +9,7 @@ namespace {
 
 // The number in the digits at [offset, offset + length), or 0 if the text ends before that range
 // does.
-int readIntField(std::string const& text, std::size_t offset, std::size_t length) {
+int readIntField(const std::string& text, std::size_t offset, std::size_t length) {
     if (text.size() <= offset || text.size() < offset + length) {
         return 0;
     }
@@ -23,7 +23,7 @@ int readIntField(std::string const& text, std::size_t offset, std::size_t length
     return value;
 }
 
-int readFraction(std::string const& text) {
+int readFraction(const std::string& text) {
     if (text.size() < 16) {
         return 0;
     }
@@ -39,10 +39,10 @@ int readFraction(std::string const& text) {
 
 } // namespace
 
-std::tm GeneralizedTimeToTm(std::string const& text, int& microseconds, bool asSpan) {
+std::tm GeneralizedTimeToTm(const std::string& text, int& microseconds, bool asSpan) {
     std::tm tm{};
-    int const year = readIntField(text, 0, 4);
-    int const month = readIntField(text, 4, 2);
+    const int year = readIntField(text, 0, 4);
+    const int month = readIntField(text, 4, 2);
     tm.tm_mday = readIntField(text, 6, 2);
     tm.tm_hour = readIntField(text, 8, 2);
     tm.tm_min = readIntField(text, 10, 2);

@@ -11,6 +11,6 @@ namespace Halcyon {
 // six digits count. No range is tested and no zone is looked at. With `asSpan` year and month go
 // into the result as they stand, otherwise as years since 1900 and months since January. Throws
 // CAtlException 0x8007076D for a character that is no digit.
-std::tm GeneralizedTimeToTm(std::string const& text, int& microseconds, bool asSpan);
+std::tm GeneralizedTimeToTm(const std::string& text, int& microseconds, bool asSpan);
 
 } // namespace Halcyon

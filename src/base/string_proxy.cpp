@@ -3,11 +3,11 @@
 
 namespace Halcyon {
 
-CStringProxy::CStringProxy(char const* text) : text_(new std::string(text ? text : "")) {}
+CStringProxy::CStringProxy(const char* text) : text_(new std::string(text ? text : "")) {}
 
-CStringProxy::CStringProxy(CStringProxy const& other) : text_(new std::string(*other.text_)) {}
+CStringProxy::CStringProxy(const CStringProxy& other) : text_(new std::string(*other.text_)) {}
 
-CStringProxy& CStringProxy::operator=(CStringProxy const& other) {
+CStringProxy& CStringProxy::operator=(const CStringProxy& other) {
     *text_ = *other.text_;
     return *this;
 }
@@ -16,15 +16,15 @@ CStringProxy::~CStringProxy() {
     delete text_;
 }
 
-char const* CStringProxy::c_str() const noexcept {
+const char* CStringProxy::c_str() const noexcept {
     return text_->c_str();
 }
 
-CWStringProxy::CWStringProxy(wchar_t const* text) : text_(new std::wstring(text ? text : L"")) {}
+CWStringProxy::CWStringProxy(const wchar_t* text) : text_(new std::wstring(text ? text : L"")) {}
 
-CWStringProxy::CWStringProxy(CWStringProxy const& other) : text_(new std::wstring(*other.text_)) {}
+CWStringProxy::CWStringProxy(const CWStringProxy& other) : text_(new std::wstring(*other.text_)) {}
 
-CWStringProxy& CWStringProxy::operator=(CWStringProxy const& other) {
+CWStringProxy& CWStringProxy::operator=(const CWStringProxy& other) {
     *text_ = *other.text_;
     return *this;
 }
@@ -33,7 +33,7 @@ CWStringProxy::~CWStringProxy() {
     delete text_;
 }
 
-wchar_t const* CWStringProxy::c_str() const noexcept {
+const wchar_t* CWStringProxy::c_str() const noexcept {
     return text_->c_str();
 }
 

@@ -12,13 +12,13 @@ namespace Halcyon {
 class CHRONOSEAL_API CStringProxy {
 public:
     // A null `text` gives the empty text.
-    CStringProxy(char const* text);
-    CStringProxy(CStringProxy const& other);
-    CStringProxy& operator=(CStringProxy const& other);
+    CStringProxy(const char* text);
+    CStringProxy(const CStringProxy& other);
+    CStringProxy& operator=(const CStringProxy& other);
     ~CStringProxy();
 
     // Zero-terminated; good until the proxy is assigned to or destroyed.
-    char const* c_str() const noexcept;
+    const char* c_str() const noexcept;
 
 private:
     std::string* text_;
@@ -28,13 +28,13 @@ private:
 class CHRONOSEAL_API CWStringProxy {
 public:
     // A null `text` gives the empty text.
-    CWStringProxy(wchar_t const* text);
-    CWStringProxy(CWStringProxy const& other);
-    CWStringProxy& operator=(CWStringProxy const& other);
+    CWStringProxy(const wchar_t* text);
+    CWStringProxy(const CWStringProxy& other);
+    CWStringProxy& operator=(const CWStringProxy& other);
     ~CWStringProxy();
 
     // Zero-terminated; good until the proxy is assigned to or destroyed.
-    wchar_t const* c_str() const noexcept;
+    const wchar_t* c_str() const noexcept;
 
 private:
     std::wstring* text_;

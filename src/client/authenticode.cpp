@@ -26,7 +26,7 @@ namespace {
 
 // The server to use, or nothing with last error 1260 when policy doesn't allow it. Without any the
 // empty address is left to the transport to refuse.
-std::optional<std::wstring> chooseServer(wchar_t const* url) {
+std::optional<std::wstring> chooseServer(const wchar_t* url) {
     wchar_t folderName[] = L"tsppolicy";
     wchar_t* folder = folderName;
     wchar_t* unused = nullptr;
@@ -34,7 +34,7 @@ std::optional<std::wstring> chooseServer(wchar_t const* url) {
     allowed.Load(unused, folder, L"AllowedMSTSPs", L"MSTSAsAllowedSetted", false);
     CGPString preset;
     preset.Load(unused, folder, L"DefaultMSTSPURL");
-    std::wstring const server = url ? url : preset.value;
+    const std::wstring server = url ? url : preset.value;
     if (allowed.isSet && !allowed.Find(server.c_str())) {
         SetLastError(ERROR_ACCESS_DISABLED_BY_POLICY);
         return std::nullopt;
@@ -42,8 +42,8 @@ std::optional<std::wstring> chooseServer(wchar_t const* url) {
     return server;
 }
 
-std::optional<CBlob> encodeRequest(CRYPT_DATA_BLOB const& content,
-                                   CRYPT_ATTRIBUTES const* attributes) {
+std::optional<CBlob> encodeRequest(const CRYPT_DATA_BLOB& content,
+                                   const CRYPT_ATTRIBUTES* attributes) {
     char algorithm[] = "1.3.6.1.4.1.311.3.2.1";
     char contentType[] = "1.2.840.113549.1.7.1";
     CRYPT_TIME_STAMP_REQUEST_INFO info{};
@@ -66,11 +66,11 @@ std::optional<CBlob> encodeRequest(CRYPT_DATA_BLOB const& content,
 
 // The text keeps the size that the encoder asks for: zeros fill what it doesn't use, and go out
 // with it.
-std::optional<CBlob> base64Body(CBlob const& der) {
+std::optional<CBlob> base64Body(const CBlob& der) {
     if (der.cbData() >= 0x20000000) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
-    int const size = static_cast<int>(der.cbData());
+    const int size = static_cast<int>(der.cbData());
     int length = ATL::Base64EncodeGetRequiredLength(size, 0);
     CBlob body(static_cast<unsigned long>(length));
     if (!ATL::Base64Encode(der.pbData(), size, reinterpret_cast<char*>(body.pbData()), &length,
@@ -80,7 +80,7 @@ std::optional<CBlob> base64Body(CBlob const& der) {
     return body;
 }
 
-std::optional<CBlob> exchange(std::wstring const& server, CBlob& body) {
+std::optional<CBlob> exchange(const std::wstring& server, CBlob& body) {
     WinHTTPParams params;
     params.address = server;
     auto send = [&] {
@@ -101,10 +101,10 @@ std::optional<CBlob> exchange(std::wstring const& server, CBlob& body) {
 }
 
 // The transport's failures as last errors.
-std::optional<CBlob> exchangeOrLastError(std::wstring const& server, CBlob& body) {
+std::optional<CBlob> exchangeOrLastError(const std::wstring& server, CBlob& body) {
     try {
         return exchange(server, body);
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         SetLastError(static_cast<DWORD>(failure.m_hr));
     } catch (...) {
         SetLastError(resultHttpStatus);
@@ -112,7 +112,7 @@ std::optional<CBlob> exchangeOrLastError(std::wstring const& server, CBlob& body
     return std::nullopt;
 }
 
-_CRYPTOAPI_BLOB* resultRecord(CBlob const& bytes) {
+_CRYPTOAPI_BLOB* resultRecord(const CBlob& bytes) {
     auto* const record = static_cast<_CRYPTOAPI_BLOB*>(LocalAlloc(0, sizeof(_CRYPTOAPI_BLOB)));
     if (record) {
         record->cbData = static_cast<DWORD>(bytes.cbData());
@@ -128,22 +128,22 @@ _CRYPTOAPI_BLOB* resultRecord(CBlob const& bytes) {
 }
 
 // A policy that can't be read allows nothing.
-std::optional<std::wstring> chooseServerOrLastError(wchar_t const* url) {
+std::optional<std::wstring> chooseServerOrLastError(const wchar_t* url) {
     try {
         return chooseServer(url);
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         SetLastError(static_cast<DWORD>(failure.m_hr));
         return std::nullopt;
     }
 }
 
-_CRYPTOAPI_BLOB* stamp(CRYPT_DATA_BLOB const& content, wchar_t const* url,
-                       CRYPT_ATTRIBUTES const* attributes) {
-    auto const server = chooseServerOrLastError(url);
+_CRYPTOAPI_BLOB* stamp(const CRYPT_DATA_BLOB& content, const wchar_t* url,
+                       const CRYPT_ATTRIBUTES* attributes) {
+    const auto server = chooseServerOrLastError(url);
     if (!server) {
         return nullptr;
     }
-    auto const der = encodeRequest(content, attributes);
+    const auto der = encodeRequest(content, attributes);
     if (!der) {
         return nullptr;
     }
@@ -151,13 +151,13 @@ _CRYPTOAPI_BLOB* stamp(CRYPT_DATA_BLOB const& content, wchar_t const* url,
     if (!body) {
         return nullptr;
     }
-    auto const answer = exchangeOrLastError(*server, *body);
+    const auto answer = exchangeOrLastError(*server, *body);
     if (!answer) {
         return nullptr;
     }
     CBlob decoded(answer->cbData());
     int length = static_cast<int>(answer->cbData());
-    if (!ATL::Base64Decode(reinterpret_cast<char const*>(answer->pbData()), length,
+    if (!ATL::Base64Decode(reinterpret_cast<const char*>(answer->pbData()), length,
                            decoded.pbData(), &length)) {
         return nullptr;
     }
@@ -169,8 +169,8 @@ _CRYPTOAPI_BLOB* stamp(CRYPT_DATA_BLOB const& content, wchar_t const* url,
 
 } // namespace Halcyon::PKI::TSP::Client
 
-_CRYPTOAPI_BLOB* GetMSStamp(_CRYPTOAPI_BLOB const* content, wchar_t const* url,
-                            _CRYPT_ATTRIBUTES const* attributes) {
+_CRYPTOAPI_BLOB* GetMSStamp(const _CRYPTOAPI_BLOB* content, const wchar_t* url,
+                            const _CRYPT_ATTRIBUTES* attributes) {
     if (!content) {
         SetLastError(E_INVALIDARG);
         return nullptr;

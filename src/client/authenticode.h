@@ -16,8 +16,8 @@ extern "C" {
 // other than 200, 0x80070057 for null `content`, 14 out of memory, the platform's code else; an
 // answer that holds nothing leaves the last error as it is. Throws ATL::CAtlException 0x80004005
 // for a request of 512 MiB or more. May run on several threads at once.
-CHRONOSEAL_API _CRYPTOAPI_BLOB* GetMSStamp(_CRYPTOAPI_BLOB const* content, wchar_t const* url,
-                                           _CRYPT_ATTRIBUTES const* attributes);
+CHRONOSEAL_API _CRYPTOAPI_BLOB* GetMSStamp(const _CRYPTOAPI_BLOB* content, const wchar_t* url,
+                                           const _CRYPT_ATTRIBUTES* attributes);
 
 // Frees a result of GetMSStamp; null is allowed. Always 1.
 CHRONOSEAL_API int FreeMSStamp(_CRYPTOAPI_BLOB* stamp);

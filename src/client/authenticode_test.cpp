@@ -20,7 +20,7 @@ using testing::Configuration;
 using testing::HttpAnswer;
 using testing::HttpRequest;
 
-std::string base64(std::string const& text) {
+std::string base64(const std::string& text) {
     int length = ATL::Base64EncodeGetRequiredLength(static_cast<int>(text.size()), 0);
     std::string result(static_cast<std::size_t>(length), '\0');
     ATL::Base64Encode(testing::bytes(text), static_cast<int>(text.size()), result.data(), &length,
@@ -34,9 +34,9 @@ protected:
     Authenticode() { Configuration::instance().set(""); }
 
     // The answer's bytes, or "null" and the last error.
-    std::string stamp(wchar_t const* url, CRYPT_ATTRIBUTES const* attributes = nullptr) {
+    std::string stamp(const wchar_t* url, const CRYPT_ATTRIBUTES* attributes = nullptr) {
         BYTE content[] = {'s', 'i', 'g'};
-        CRYPT_DATA_BLOB const blob{sizeof(content), content};
+        const CRYPT_DATA_BLOB blob{sizeof(content), content};
         SetLastError(77);
         auto* const result = GetMSStamp(&blob, url, attributes);
         if (!result) {
@@ -49,16 +49,16 @@ protected:
 };
 
 TEST_F(Authenticode, PostsPaddedBase64AndDecodesTheAnswer) {
-    std::string const answer(100, '\xA5');
-    testing::LoopbackServer server([&](HttpRequest const&) {
+    const std::string answer(100, '\xA5');
+    testing::LoopbackServer server([&](const HttpRequest&) {
         return HttpAnswer{200, base64(answer)};
     });
     EXPECT_EQ(stamp(server.url().c_str()), answer);
-    auto const body = server.requests().at(0).body;
+    const auto body = server.requests().at(0).body;
     using testing::element;
     using testing::oid;
     using testing::sequence;
-    auto const der =
+    const auto der =
         sequence(oid("1.3.6.1.4.1.311.3.2.1") +
                  sequence(oid("1.2.840.113549.1.7.1") + element(0xA0, element(0x04, "sig"))));
     auto text = base64(der);
@@ -69,21 +69,21 @@ TEST_F(Authenticode, PostsPaddedBase64AndDecodesTheAnswer) {
 }
 
 TEST_F(Authenticode, SendsAttributes) {
-    testing::LoopbackServer server([](HttpRequest const&) { return HttpAnswer{200, "AA=="}; });
+    testing::LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "AA=="}; });
     char type[] = "1.2.3";
     BYTE value[] = {0x05, 0x00};
     CRYPT_ATTR_BLOB values{2, value};
     CRYPT_ATTRIBUTE attribute{type, 1, &values};
-    CRYPT_ATTRIBUTES const attributes{1, &attribute};
+    const CRYPT_ATTRIBUTES attributes{1, &attribute};
     EXPECT_EQ(stamp(server.url().c_str(), &attributes), std::string(1, '\0'));
     EXPECT_EQ(stamp(server.url().c_str()), std::string(1, '\0'));
     EXPECT_GT(server.requests().at(0).body.size(), server.requests().at(1).body.size());
 }
 
 TEST_F(Authenticode, PolicyChoosesTheServer) {
-    testing::LoopbackServer server([](HttpRequest const&) { return HttpAnswer{200, "QQ=="}; });
-    auto const url = server.url();
-    std::string const name(url.begin(), url.end());
+    testing::LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "QQ=="}; });
+    const auto url = server.url();
+    const std::string name(url.begin(), url.end());
     auto& configuration = Configuration::instance();
     EXPECT_TRUE(stamp(nullptr).starts_with("null ")) << "no address: the transport's failure";
     configuration.set("DefaultMSTSPURL = '" + name + "'");
@@ -101,7 +101,7 @@ TEST_F(Authenticode, PolicyChoosesTheServer) {
 TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
     std::vector<int> statuses{407, 200};
     std::size_t next = 0;
-    testing::LoopbackServer server([&](HttpRequest const&) {
+    testing::LoopbackServer server([&](const HttpRequest&) {
         return HttpAnswer{statuses[next++], "QQ=="};
     });
     EXPECT_EQ(stamp(server.url().c_str()), "A");
@@ -113,7 +113,7 @@ TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
 
 TEST_F(Authenticode, TellsFailuresByTheLastError) {
     HttpAnswer answer{500, "QQ=="};
-    testing::LoopbackServer server([&](HttpRequest const&) { return answer; });
+    testing::LoopbackServer server([&](const HttpRequest&) { return answer; });
     EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u));
     answer = {200, "Q\r\nQ=="};
     EXPECT_EQ(stamp(server.url().c_str()), "A");

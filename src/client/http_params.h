@@ -18,7 +18,7 @@ struct WinHTTPParams {
     std::int64_t authType = AuthAnonymous;
     std::wstring userName;
     std::wstring password;
-    _CERT_CONTEXT const* certificate = nullptr; // borrowed
+    const _CERT_CONTEXT* certificate = nullptr; // borrowed
     std::wstring proxyAddress;                  // empty: direct
     bool proxySet = false;
     std::wstring reservedText1;

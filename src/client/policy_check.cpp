@@ -42,7 +42,7 @@ void refuseIf(bool broken, ResultCode code) {
     }
 }
 
-bool isDenied(CRequestPolicy const& policy, DenySwitches const& switches, std::int64_t scheme) {
+bool isDenied(const CRequestPolicy& policy, const DenySwitches& switches, std::int64_t scheme) {
     for (std::size_t i = 0; i < schemes.size(); ++i) {
         if ((policy.*switches[i]).value && scheme == schemes[i]) {
             return true;
@@ -52,8 +52,8 @@ bool isDenied(CRequestPolicy const& policy, DenySwitches const& switches, std::i
 }
 
 // An address of neither scheme, in lower case, is under no switch.
-void checkScheme(CRequestPolicy const& policy, std::wstring const& address, std::int64_t scheme,
-                 DenySwitches const& overHttps, DenySwitches const& overHttp, ResultCode code) {
+void checkScheme(const CRequestPolicy& policy, const std::wstring& address, std::int64_t scheme,
+                 const DenySwitches& overHttps, const DenySwitches& overHttp, ResultCode code) {
     refuseIf(address.starts_with(L"https://") && isDenied(policy, overHttps, scheme), code);
     refuseIf(address.starts_with(L"http://") && isDenied(policy, overHttp, scheme), code);
 }
@@ -61,7 +61,7 @@ void checkScheme(CRequestPolicy const& policy, std::wstring const& address, std:
 } // namespace
 
 void CRequest::Impl::CheckPolicies() const {
-    auto const& rules = *policy;
+    const auto& rules = *policy;
     trace("CheckPolicies", "Checking policies...\n");
     refuseIf(rules.AllowedTSPs.isSet && !rules.AllowedTSPs.Find(httpParams.address.c_str()),
              resultAddressDenied);
@@ -75,7 +75,7 @@ void CRequest::Impl::CheckPolicies() const {
                      !rules.AllowedPolicyID.Find(ASN1::towstring(policyID.c_str()).c_str()),
                  resultPolicyIdDenied);
     }
-    auto const hashAlg = ASN1::towstring(dataHashAlgOID.c_str());
+    const auto hashAlg = ASN1::towstring(dataHashAlgOID.c_str());
     refuseIf(rules.HashAlgsAllowed.isSet && !rules.HashAlgsAllowed.Find(hashAlg.c_str()),
              resultHashAlgDenied);
     refuseIf(rules.HashAlgsDenied.Find(hashAlg.c_str()), resultHashAlgDenied);

@@ -17,15 +17,15 @@ constexpr wchar_t nowhere[] = L"http://127.0.0.1:1/";
 constexpr std::uint32_t passed = 0x80072EFD;
 
 struct Case {
-    char const* policy;
+    const char* policy;
     std::uint32_t code;
     void (*change)(CRequest&) = [](CRequest&) {};
 };
 
-std::uint32_t judged(Case const& test) {
+std::uint32_t judged(const Case& test) {
     testing::Configuration::instance().set(test.policy);
     CRequest request;
-    auto const digest = testing::sha256("data");
+    const auto digest = testing::sha256("data");
     request.put_DataHashAlg(testing::sha256Oid);
     request.put_DataHash(testing::bytes(digest), digest.size());
     request.put_TSAAddress(nowhere);
@@ -34,7 +34,7 @@ std::uint32_t judged(Case const& test) {
 }
 
 TEST(PolicyCheck, RefusesByTheFirstRuleBroken) {
-    Case const cases[] = {
+    const Case cases[] = {
         {"", passed},
         {"AllowedTSPs = ['http://127.0.0.1:1/']", passed},
         {"AllowedTSPs = ['http://127.0.0.1:1']", 0xC2100103},
@@ -62,35 +62,35 @@ TEST(PolicyCheck, RefusesByTheFirstRuleBroken) {
         {"AllowedTSPs = []\nHashAlgsAllowed = []\nDisableNonce = true", 0xC2100103},
         {"HashAlgsAllowed = []\nDisableNonce = true", 0xC2100110},
     };
-    for (auto const& test : cases) {
+    for (const auto& test : cases) {
         EXPECT_EQ(judged(test), test.code) << test.policy;
     }
 }
 
 TEST(PolicyCheck, DeniesSchemesByTheAddressTheyGoTo) {
     struct Scheme {
-        char const* name;
+        const char* name;
         enumAuthTypes type;
     };
-    for (auto const& [name, type] :
+    for (const auto& [name, type] :
          {Scheme{"Anonym", AuthAnonymous}, Scheme{"Basic", AuthBasic}, Scheme{"Digest", AuthDigest},
           Scheme{"NTLM", AuthNTLM}, Scheme{"Negotiate", AuthNegotiate}}) {
-        for (bool const ssl : {false, true}) {
-            for (bool const proxy : {false, true}) {
-                for (std::wstring const scheme : {L"http://", L"https://", L"HTTP://", L""}) {
+        for (const bool ssl : {false, true}) {
+            for (const bool proxy : {false, true}) {
+                for (const std::wstring scheme : {L"http://", L"https://", L"HTTP://", L""}) {
                     testing::Configuration::instance().set(std::string(proxy ? "Proxy" : "") +
                                                            (ssl ? "AuthSSLDeny" : "AuthDeny") +
                                                            name + " = true");
                     CRequest request;
-                    auto const digest = testing::sha256("data");
+                    const auto digest = testing::sha256("data");
                     request.put_DataHash(testing::bytes(digest), digest.size());
-                    auto const address = scheme + L"127.0.0.1:1/";
+                    const auto address = scheme + L"127.0.0.1:1/";
                     request.put_TSAAddress(proxy ? nowhere : address.c_str());
                     request.put_ProxyAddress(proxy ? address.c_str() : L"");
                     // The other side has a scheme that no switch of this side's group is about.
                     (proxy ? request.put_ProxyAuthType(type) : request.put_TSAAuthType(type));
-                    auto const code = codeOf([&] { request.Send(false); });
-                    bool const denied = scheme == (ssl ? L"https://" : L"http://");
+                    const auto code = codeOf([&] { request.Send(false); });
+                    const bool denied = scheme == (ssl ? L"https://" : L"http://");
                     if (denied) {
                         EXPECT_EQ(code, proxy ? 0xC2100102u : 0xC2100101u) << name;
                     } else {

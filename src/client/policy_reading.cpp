@@ -46,7 +46,7 @@ bool isLegacyPolicyReading() noexcept {
     return bLegacyPolicyReading;
 }
 
-CRequestPolicy const* sharedPolicy() noexcept {
+const CRequestPolicy* sharedPolicy() noexcept {
     if (pthread_once(&oncePolicySingleton, &SetPolicySingleton) != 0) {
         return nullptr;
     }

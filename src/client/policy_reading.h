@@ -11,6 +11,6 @@ bool isLegacyPolicyReading() noexcept;
 
 // The policy that all requests of the process share, read at the first call and destroyed at exit.
 // Null, for the life of the process, if that reading failed.
-CRequestPolicy const* sharedPolicy() noexcept;
+const CRequestPolicy* sharedPolicy() noexcept;
 
 } // namespace Halcyon::PKI::TSP::Client

@@ -21,8 +21,8 @@ using Path = std::array<char, 100>;
     ATL::AtlThrowImpl(static_cast<int>(GetLastError()));
 }
 
-Path pathOf(wchar_t const* folder, wchar_t const* name) {
-    std::wstring const wide = std::wstring(L"\\config\\cades\\") + folder + L'\\' + name;
+Path pathOf(const wchar_t* folder, const wchar_t* name) {
+    const std::wstring wide = std::wstring(L"\\config\\cades\\") + folder + L'\\' + name;
     Path path{};
     if (WideCharToMultiByte(CP_ACP, 0, wide.c_str(), -1, path.data(), static_cast<int>(path.size()),
                             nullptr, nullptr) == 0) {
@@ -32,8 +32,8 @@ Path pathOf(wchar_t const* folder, wchar_t const* name) {
     return path;
 }
 
-std::string utf8(wchar_t const* text) {
-    int const size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+std::string utf8(const wchar_t* text) {
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
     if (size == 0) {
         throwRawLastError();
     }
@@ -45,9 +45,9 @@ std::string utf8(wchar_t const* text) {
 }
 
 // All characters of `narrow`, zeros included.
-std::wstring widen(std::vector<char> const& narrow) {
-    int const length = static_cast<int>(narrow.size());
-    int const size = MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, nullptr, 0);
+std::wstring widen(const std::vector<char>& narrow) {
+    const int length = static_cast<int>(narrow.size());
+    const int size = MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, nullptr, 0);
     if (size == 0) {
         throwRawLastError();
     }
@@ -58,21 +58,21 @@ std::wstring widen(std::vector<char> const& narrow) {
     return wide;
 }
 
-using Read = int (*)(char const*, std::size_t*, char*) noexcept;
+using Read = int (*)(const char*, std::size_t*, char*) noexcept;
 
 // The value of `size` bytes with the end mark behind it.
-std::vector<char> readText(Read read, Path const& path, std::size_t size, char const* failureText) {
+std::vector<char> readText(Read read, const Path& path, std::size_t size, const char* failureText) {
     std::vector<char> text(size + 1, '\0');
-    if (int const result = read(path.data(), &size, text.data()); result != 0) {
+    if (const int result = read(path.data(), &size, text.data()); result != 0) {
         trace("Load", failureText, path.data());
         ATL::AtlThrowImpl(result);
     }
     return text;
 }
 
-std::wstring normalized(std::wstring const& entry) {
+std::wstring normalized(const std::wstring& entry) {
     std::wstring result;
-    for (wchar_t const c : entry) {
+    for (const wchar_t c : entry) {
         if (c == L' ') {
             continue;
         }
@@ -83,8 +83,8 @@ std::wstring normalized(std::wstring const& entry) {
 
 } // namespace
 
-void CGPBool::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name, bool defaultValue) {
-    auto const path = pathOf(folder, name);
+void CGPBool::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name, bool defaultValue) {
+    const auto path = pathOf(folder, name);
     int number = 0;
     if (support_registry_get_bool(path.data(), &number) == 0) {
         value = number != 0;
@@ -94,8 +94,8 @@ void CGPBool::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name, 
     trace("Load", "Loading default value of policy \"%s\" ...\n", path.data());
 }
 
-void CGPLong::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name, long defaultValue) {
-    auto const path = pathOf(folder, name);
+void CGPLong::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name, long defaultValue) {
+    const auto path = pathOf(folder, name);
     long number = 0;
     if (support_registry_get_long(path.data(), &number) == 0) {
         value = number;
@@ -105,44 +105,44 @@ void CGPLong::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name, 
     trace("Load", "Loading default value of policy \"%s\" ...\n", path.data());
 }
 
-void CGPString::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name) {
-    auto const path = pathOf(folder, name);
+void CGPString::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name) {
+    const auto path = pathOf(folder, name);
     std::size_t size = 0;
     if (support_registry_get_string(path.data(), &size, nullptr) != 0) {
         trace("Load", "Loading policy \"%s\" ... param not found\n", path.data());
         return;
     }
-    auto const shownName = utf8(name);
-    auto const text =
+    const auto shownName = utf8(name);
+    const auto text =
         readText(&support_registry_get_string, path, size, "Loading policy failed \"%s\" ...\n");
     value = widen(text).c_str();
     trace("Load", "Loading policy \"%s\" succeeded (%s).\n", shownName.c_str(), text.data());
 }
 
-void CGPStrings::Load(wchar_t*& /*unused*/, wchar_t*& folder, wchar_t const* name,
-                      wchar_t const* /*settedName*/, bool normalize) {
+void CGPStrings::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name,
+                      const wchar_t* /*settedName*/, bool normalize) {
     isSet = false;
-    auto const path = pathOf(folder, name);
+    const auto path = pathOf(folder, name);
     std::size_t size = 0;
     if (support_registry_get_multi_string(path.data(), &size, nullptr) != 0) {
         trace("Load", "Loading multistring policy \"%s\" ... param not found\n", path.data());
         values.clear();
         return;
     }
-    auto const text = readText(&support_registry_get_multi_string, path, size,
+    const auto text = readText(&support_registry_get_multi_string, path, size,
                                "Loading multistring policy failed \"%s\" ...\n");
     isSet = true;
     auto wide = widen(text);
     wide.pop_back(); // the end mark behind the list, which closes no entry
     for (std::size_t start = 0, end; (end = wide.find(L'\0', start)) != std::wstring::npos;
          start = end + 1) {
-        auto const entry = wide.substr(start, end - start);
+        const auto entry = wide.substr(start, end - start);
         values.insert(normalize ? normalized(entry) : entry);
     }
     trace("Load", "Loading multistring policy \"%s\" succeeded.\n", path.data());
 }
 
-bool CGPStrings::Find(wchar_t const* text) const {
+bool CGPStrings::Find(const wchar_t* text) const {
     return values.contains(text);
 }
 

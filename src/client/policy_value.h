@@ -15,14 +15,14 @@ namespace Halcyon::PKI {
 // the path).
 
 struct CGPBool {
-    void Load(wchar_t*& unused, wchar_t*& folder, wchar_t const* name, bool defaultValue);
+    void Load(wchar_t*& unused, wchar_t*& folder, const wchar_t* name, bool defaultValue);
 
     bool value = false;
 };
 
 struct CGPLong {
     // A value of another type counts as absent.
-    void Load(wchar_t*& unused, wchar_t*& folder, wchar_t const* name, long defaultValue);
+    void Load(wchar_t*& unused, wchar_t*& folder, const wchar_t* name, long defaultValue);
 
     long value = 0;
 };
@@ -30,7 +30,7 @@ struct CGPLong {
 struct CGPString {
     // Without the key the value stays. Throws the support library's code for a key that can't be
     // read.
-    void Load(wchar_t*& unused, wchar_t*& folder, wchar_t const* name);
+    void Load(wchar_t*& unused, wchar_t*& folder, const wchar_t* name);
 
     std::wstring value;
 };
@@ -39,11 +39,11 @@ struct CGPStrings {
     // `settedName` isn't read: a list is in force when its own key exists. With `normalize` entries
     // lose their blanks and lower-case letters of ASCII become upper case. Throws the support
     // library's code for a key that can't be read.
-    void Load(wchar_t*& unused, wchar_t*& folder, wchar_t const* name, wchar_t const* settedName,
+    void Load(wchar_t*& unused, wchar_t*& folder, const wchar_t* name, const wchar_t* settedName,
               bool normalize);
 
     // Exact and case-sensitive; `text` isn't normalised.
-    bool Find(wchar_t const* text) const;
+    bool Find(const wchar_t* text) const;
 
     std::set<std::wstring> values;
     bool isSet = false;

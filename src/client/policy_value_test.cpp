@@ -15,10 +15,10 @@ using TSP::Client::testing::Configuration;
 class PolicyValue : public testing::Test {
 protected:
     template <class Value, class... Args>
-    void load(Value& value, wchar_t const* name, Args... args) {
+    void load(Value& value, const wchar_t* name, Args... args) {
         value.Load(unused_, folder_, name, args...);
     }
-    void set(std::string const& policy) { Configuration::instance().set(policy); }
+    void set(const std::string& policy) { Configuration::instance().set(policy); }
 
 private:
     wchar_t folderName_[10] = L"tsppolicy";
@@ -36,7 +36,7 @@ TEST_F(PolicyValue, NumbersAndSwitchesFallBackOnTheDefault) {
     load(number, L"Missing", 6L);
     EXPECT_EQ(number.value, 6);
     CGPBool flag;
-    for (auto const& [name, preset, expected] :
+    for (const auto& [name, preset, expected] :
          {std::tuple{L"On", false, true}, std::tuple{L"Number", false, true},
           std::tuple{L"Off", true, false}, std::tuple{L"T", true, true},
           std::tuple{L"Missing", true, true}}) {
@@ -81,7 +81,7 @@ TEST_F(PolicyValue, NormalizesEntriesButNotWhatIsLookedFor) {
 
 TEST_F(PolicyValue, PathBeyondItsRoomThrowsTheRawLastError) {
     CGPLong number;
-    std::wstring const longest(99 - std::string("\\config\\cades\\tsppolicy\\").size(), L'n');
+    const std::wstring longest(99 - std::string("\\config\\cades\\tsppolicy\\").size(), L'n');
     load(number, longest.c_str(), 3L);
     EXPECT_EQ(number.value, 3);
     EXPECT_EQ(codeOf([&] { load(number, (longest + L'n').c_str(), 3L); }), 122u);
@@ -89,7 +89,7 @@ TEST_F(PolicyValue, PathBeyondItsRoomThrowsTheRawLastError) {
 
 TEST_F(PolicyValue, EmptyTreeGivesTheDefaults) {
     set("");
-    CRequestPolicy const policy;
+    const CRequestPolicy policy;
     EXPECT_EQ(policy.StampAccuracy.value, 180000);
     EXPECT_EQ(policy.NonceLength.value, 8);
     EXPECT_TRUE(policy.UseNonceByDefault.value);

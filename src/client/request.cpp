@@ -14,16 +14,16 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-std::wstring textOf(wchar_t const* text) {
+std::wstring textOf(const wchar_t* text) {
     return text ? text : L"";
 }
 
 // A request without a default of the policy hashes by GOST R 34.11-94 where the platform has it,
 // else SHA-1.
-void applyDefaultHash(CRequest& request, std::wstring const& setting) {
+void applyDefaultHash(CRequest& request, const std::wstring& setting) {
     if (setting.empty()) {
-        ALG_ID const gost = CALG_GOSTR3411_94;
-        bool const known =
+        const ALG_ID gost = CALG_GOSTR3411_94;
+        const bool known =
             CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &gost, CRYPT_HASH_ALG_OID_GROUP_ID);
         request.put_DataHashAlg(known ? gost : CALG_SHA1);
         return;
@@ -36,7 +36,7 @@ void applyDefaultHash(CRequest& request, std::wstring const& setting) {
 CRequest::CRequest() : impl_(nullptr) {
     auto impl = std::make_unique<Impl>();
     impl_ = impl.get();
-    auto const& policy = *impl->policy;
+    const auto& policy = *impl->policy;
     applyDefaultHash(*this, policy.DefaultHashAlg.value);
     if (!policy.DefaultPolicyID.value.empty()) {
         put_PolicyID(policy.DefaultPolicyID.value.c_str());
@@ -44,13 +44,13 @@ CRequest::CRequest() : impl_(nullptr) {
     impl.release();
 }
 
-CRequest::CRequest(CRequest const& other) : impl_(nullptr) {
+CRequest::CRequest(const CRequest& other) : impl_(nullptr) {
     auto impl = std::make_unique<Impl>();
     *impl = *other.impl_;
     impl_ = impl.release();
 }
 
-CRequest& CRequest::operator=(CRequest const& other) {
+CRequest& CRequest::operator=(const CRequest& other) {
     *impl_ = *other.impl_;
     return *this;
 }
@@ -65,7 +65,7 @@ void CRequest::ResetData() {
     impl_->hHash.destroy();
 }
 
-void CRequest::put_DataHash(unsigned char const* hash, unsigned long size) {
+void CRequest::put_DataHash(const unsigned char* hash, unsigned long size) {
     if (impl_->hHash.get() != 0) {
         ATL::AtlThrowImpl(hr(0x8009000Cu));
     }
@@ -109,7 +109,7 @@ bool CRequest::get_UseNonce() const {
     return impl_->useNonce;
 }
 
-void CRequest::put_PolicyID(char const* oid) {
+void CRequest::put_PolicyID(const char* oid) {
     std::string text = oid ? oid : "";
     if (impl_->policyID != text) {
         impl_->ClearRequest();
@@ -117,11 +117,11 @@ void CRequest::put_PolicyID(char const* oid) {
     impl_->policyID = std::move(text);
 }
 
-void CRequest::put_PolicyID(wchar_t const* oid) {
+void CRequest::put_PolicyID(const wchar_t* oid) {
     put_PolicyID(ASN1::tostring(oid ? oid : L"").c_str());
 }
 
-char const* CRequest::get_PolicyID() const {
+const char* CRequest::get_PolicyID() const {
     return impl_->policyID.c_str();
 }
 
@@ -129,11 +129,11 @@ void CRequest::put_DataHashAlg(unsigned int algId) {
     impl_->setDataHashAlg(algId);
 }
 
-void CRequest::put_DataHashAlg(char const* oid) {
+void CRequest::put_DataHashAlg(const char* oid) {
     impl_->setDataHashAlg(oid ? oid : "");
 }
 
-void CRequest::put_DataHashAlg(wchar_t const* oid) {
+void CRequest::put_DataHashAlg(const wchar_t* oid) {
     put_DataHashAlg(ASN1::tostring(oid ? oid : L"").c_str());
 }
 
@@ -141,7 +141,7 @@ unsigned int CRequest::get_DataHashAlg() const {
     return impl_->dataHashAlg;
 }
 
-char const* CRequest::get_DataHashAlgOID() const {
+const char* CRequest::get_DataHashAlgOID() const {
     return impl_->dataHashAlgOID.c_str();
 }
 
@@ -153,11 +153,11 @@ unsigned int CRequest::get_Flags() const {
     return impl_->flags;
 }
 
-void CRequest::put_TSAAddress(wchar_t const* url) {
+void CRequest::put_TSAAddress(const wchar_t* url) {
     impl_->httpParams.address = textOf(url);
 }
 
-wchar_t const* CRequest::get_TSAAddress() const {
+const wchar_t* CRequest::get_TSAAddress() const {
     return impl_->httpParams.address.c_str();
 }
 
@@ -169,28 +169,28 @@ enumAuthTypes CRequest::get_TSAAuthType() const {
     return static_cast<enumAuthTypes>(impl_->httpParams.authType);
 }
 
-void CRequest::put_TSAUserName(wchar_t const* name) {
+void CRequest::put_TSAUserName(const wchar_t* name) {
     impl_->httpParams.userName = textOf(name);
 }
 
-wchar_t const* CRequest::get_TSAUserName() const {
+const wchar_t* CRequest::get_TSAUserName() const {
     return impl_->httpParams.userName.c_str();
 }
 
-void CRequest::put_TSAPassword(wchar_t const* password) {
+void CRequest::put_TSAPassword(const wchar_t* password) {
     impl_->httpParams.password = textOf(password);
 }
 
-wchar_t const* CRequest::get_TSAPassword() const {
+const wchar_t* CRequest::get_TSAPassword() const {
     return impl_->httpParams.password.c_str();
 }
 
-void CRequest::put_ProxyAddress(wchar_t const* url) {
+void CRequest::put_ProxyAddress(const wchar_t* url) {
     impl_->httpParams.proxyAddress = textOf(url);
     impl_->httpParams.proxySet = true;
 }
 
-wchar_t const* CRequest::get_ProxyAddress() const {
+const wchar_t* CRequest::get_ProxyAddress() const {
     return impl_->httpParams.proxyAddress.c_str();
 }
 
@@ -202,31 +202,31 @@ enumAuthTypes CRequest::get_ProxyAuthType() const {
     return static_cast<enumAuthTypes>(impl_->httpParams.proxyAuthType);
 }
 
-void CRequest::put_ProxyUserName(wchar_t const* name) {
+void CRequest::put_ProxyUserName(const wchar_t* name) {
     impl_->httpParams.proxyUserName = textOf(name);
 }
 
-wchar_t const* CRequest::get_ProxyUserName() const {
+const wchar_t* CRequest::get_ProxyUserName() const {
     return impl_->httpParams.proxyUserName.c_str();
 }
 
-void CRequest::put_ProxyPassword(wchar_t const* password) {
+void CRequest::put_ProxyPassword(const wchar_t* password) {
     impl_->httpParams.proxyPassword = textOf(password);
 }
 
-wchar_t const* CRequest::get_ProxyPassword() const {
+const wchar_t* CRequest::get_ProxyPassword() const {
     return impl_->httpParams.proxyPassword.c_str();
 }
 
-void CRequest::AddData(unsigned char const* data, unsigned long size) {
+void CRequest::AddData(const unsigned char* data, unsigned long size) {
     impl_->addData(data, size);
 }
 
-void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) {
+void CRequest::put_ClientCertificate(const _CERT_CONTEXT* certificate) {
     impl_->setClientCertificate(certificate);
 }
 
-_CERT_CONTEXT const* CRequest::get_ClientCertificate() const {
+const _CERT_CONTEXT* CRequest::get_ClientCertificate() const {
     return impl_->httpParams.certificate;
 }
 

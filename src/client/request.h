@@ -32,9 +32,9 @@ class CHRONOSEAL_API CRequest {
 public:
     // Throws 0x8007045A if the machine's policy can't be read.
     CRequest();
-    CRequest(CRequest const& other);
+    CRequest(const CRequest& other);
     // The policy's defaults are read afresh and then overwritten by the other's values.
-    CRequest& operator=(CRequest const& other);
+    CRequest& operator=(const CRequest& other);
     ~CRequest();
 
     // -- The data to be stamped: fed in portions, or given as a finished hash.
@@ -42,10 +42,10 @@ public:
     // Hashes a portion by the algorithm set, which can't be changed from then on. `size` counts in
     // 32 bits: give 4 GiB and more in several portions. Throws 0x80092005 once the hash is final or
     // was given.
-    void AddData(unsigned char const* data, unsigned long size);
+    void AddData(const unsigned char* data, unsigned long size);
     // Takes a finished hash, whose length isn't compared with the algorithm's. Throws 0x8009000C
     // while data is being hashed.
-    void put_DataHash(unsigned char const* hash, unsigned long size);
+    void put_DataHash(const unsigned char* hash, unsigned long size);
     // Ends the hashing, makes the request and gives the hash. `*size` is the room at `out` and gets
     // the length; a null `out` asks for the length alone; too little room throws 0x800700EA. Throws
     // 0xC2100123 without data.
@@ -69,47 +69,47 @@ public:
     void put_UseNonce(bool useNonce);
     bool get_UseNonce() const;
     // The authority's policy as dotted text; the empty text asks for none.
-    void put_PolicyID(char const* oid);
-    void put_PolicyID(wchar_t const* oid);
-    char const* get_PolicyID() const;
+    void put_PolicyID(const char* oid);
+    void put_PolicyID(const wchar_t* oid);
+    const char* get_PolicyID() const;
     // The hash algorithm, by the platform's number or as dotted text. Throws 0x8009000C while data
     // is being hashed; a number that the platform doesn't know throws its code, or 0x80090008. Text
     // that it doesn't know is kept with the number 0: such a request takes a finished hash, but no
     // data.
     void put_DataHashAlg(unsigned int algId);
-    void put_DataHashAlg(char const* oid);
-    void put_DataHashAlg(wchar_t const* oid);
+    void put_DataHashAlg(const char* oid);
+    void put_DataHashAlg(const wchar_t* oid);
     unsigned int get_DataHashAlg() const;
-    char const* get_DataHashAlgOID() const;
+    const char* get_DataHashAlgOID() const;
     // Kept for the caller; nothing hangs on them.
     void put_Flags(unsigned int flags);
     unsigned int get_Flags() const;
 
     // -- The way to the authority. Null texts count as empty.
 
-    void put_TSAAddress(wchar_t const* url);
-    wchar_t const* get_TSAAddress() const;
+    void put_TSAAddress(const wchar_t* url);
+    const wchar_t* get_TSAAddress() const;
     // Scheme, user and password of the authority, and the client certificate, are seen by policy
     // and the getters, but don't go out: the transport has no place for them.
     void put_TSAAuthType(enumAuthTypes type);
     enumAuthTypes get_TSAAuthType() const;
-    void put_TSAUserName(wchar_t const* name);
-    wchar_t const* get_TSAUserName() const;
-    void put_TSAPassword(wchar_t const* password);
-    wchar_t const* get_TSAPassword() const;
+    void put_TSAUserName(const wchar_t* name);
+    const wchar_t* get_TSAUserName() const;
+    void put_TSAPassword(const wchar_t* password);
+    const wchar_t* get_TSAPassword() const;
     // The context is referenced. If it has no link to a private key, a copy of the certificate in
     // the user's store "My" takes its place. Null takes the certificate away.
-    void put_ClientCertificate(_CERT_CONTEXT const* certificate);
-    _CERT_CONTEXT const* get_ClientCertificate() const;
+    void put_ClientCertificate(const _CERT_CONTEXT* certificate);
+    const _CERT_CONTEXT* get_ClientCertificate() const;
     // The empty address means a direct connection.
-    void put_ProxyAddress(wchar_t const* url);
-    wchar_t const* get_ProxyAddress() const;
+    void put_ProxyAddress(const wchar_t* url);
+    const wchar_t* get_ProxyAddress() const;
     void put_ProxyAuthType(enumAuthTypes type);
     enumAuthTypes get_ProxyAuthType() const;
-    void put_ProxyUserName(wchar_t const* name);
-    wchar_t const* get_ProxyUserName() const;
-    void put_ProxyPassword(wchar_t const* password);
-    wchar_t const* get_ProxyPassword() const;
+    void put_ProxyUserName(const wchar_t* name);
+    const wchar_t* get_ProxyUserName() const;
+    void put_ProxyPassword(const wchar_t* password);
+    const wchar_t* get_ProxyPassword() const;
 
     // -- The exchange.
 

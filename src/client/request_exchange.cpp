@@ -20,7 +20,7 @@ constexpr DWORD userStoreReadOnly = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_
 
 // The copy of a certificate in the user's store "My", which may know its key; empty where there is
 // none.
-ATL2::CCertContext copyWithKey(_CERT_CONTEXT const* certificate) {
+ATL2::CCertContext copyWithKey(const _CERT_CONTEXT* certificate) {
     try {
         ATL2::CCertStore my;
         my.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, userStoreReadOnly, L"My");
@@ -29,7 +29,7 @@ ATL2::CCertContext copyWithKey(_CERT_CONTEXT const* certificate) {
         if (copy.DetachFromStore() >= 0) {
             return copy;
         }
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
         // The certificate as given will do.
     }
     return {};
@@ -37,7 +37,7 @@ ATL2::CCertContext copyWithKey(_CERT_CONTEXT const* certificate) {
 
 } // namespace
 
-void CRequest::Impl::addData(unsigned char const* data, unsigned long size) {
+void CRequest::Impl::addData(const unsigned char* data, unsigned long size) {
     if (dataHash.cbData() != 0) {
         ATL::AtlThrowImpl(hr(0x80092005u));
     }
@@ -59,7 +59,7 @@ void CRequest::Impl::beginHash() {
     }
 }
 
-void CRequest::Impl::setClientCertificate(_CERT_CONTEXT const* certificate) {
+void CRequest::Impl::setClientCertificate(const _CERT_CONTEXT* certificate) {
     clientCertificate.attach(CertDuplicateCertificateContext(certificate));
     ATL::CStringA scratch;
     if (clientCertificate && clientCertificate.GetKeyProvInfo(scratch) < 0) {
@@ -70,7 +70,7 @@ void CRequest::Impl::setClientCertificate(_CERT_CONTEXT const* certificate) {
     httpParams.certificate = clientCertificate.get();
 }
 
-CStamp& CRequest::Impl::send(CRequest const& owner, bool verify) {
+CStamp& CRequest::Impl::send(const CRequest& owner, bool verify) {
     CheckPolicies();
     MakeRequest();
     if (httpParams.address.empty()) {
@@ -80,7 +80,7 @@ CStamp& CRequest::Impl::send(CRequest const& owner, bool verify) {
         trace("Send", "Sending request to \"%s\"...\n",
               ASN1::tostring(httpParams.address.c_str()).c_str());
     }
-    auto const sent = CDateTime::Now(); // before the exchange: its duration is within the allowance
+    const auto sent = CDateTime::Now(); // before the exchange: its duration is within the allowance
     exchange();
     stamp.Import(response.pbData(), response.cbData(), &owner);
     if (stamp.get_Status() >= 2) {
@@ -101,7 +101,7 @@ void CRequest::Impl::exchange() {
                               L"Content-type: application/timestamp-query", &encodedRequest,
                               (flags & 1) != 0, false, nullptr, false);
     if (httpParams.httpStatus != 200) {
-        auto const code = resultFromLastError(hr(resultHttpStatus));
+        const auto code = resultFromLastError(hr(resultHttpStatus));
         trace("Send", "HTTP STATUS: %lu\n", static_cast<unsigned long>(httpParams.httpStatus));
         ATL::AtlThrowImpl(code);
     }
@@ -109,22 +109,22 @@ void CRequest::Impl::exchange() {
 }
 
 // Where no nonce binds the answer to the request, the clock has to.
-void CRequest::Impl::checkTime(CDateTime const& sent) const {
+void CRequest::Impl::checkTime(const CDateTime& sent) const {
     if (stamp.get_HasNonce() || nonce.cbData() != 0) {
         return;
     }
     // In 32 bits, and so wrapping from 429497 milliseconds on.
-    CDateTimeSpan const span(0, static_cast<unsigned int>(policy->StampAccuracy.value) * 1000u);
+    const CDateTimeSpan span(0, static_cast<unsigned int>(policy->StampAccuracy.value) * 1000u);
     if (stamp.get_Time() < sent - span || stamp.get_Time() > sent + span) {
         ATL::AtlThrowImpl(hr(resultTimeOutsideWindow));
     }
 }
 
 void CRequest::Impl::verifyStamp() const {
-    if (auto const code = stamp.Verify(nullptr, nullptr); code < 0) {
+    if (const auto code = stamp.Verify(nullptr, nullptr); code < 0) {
         ATL::AtlThrowImpl(code);
     }
-    if (auto const code = stamp.VerifyCertificate(nullptr, nullptr, 0); code < 0) {
+    if (const auto code = stamp.VerifyCertificate(nullptr, nullptr, 0); code < 0) {
         ATL::AtlThrowImpl(code);
     }
 }

@@ -20,27 +20,27 @@ class Exchange : public ::testing::Test {
 protected:
     Exchange() { testing::Configuration::instance().set(policy_); }
 
-    CRequest request(testing::LoopbackServer const& server) {
+    CRequest request(const testing::LoopbackServer& server) {
         CRequest request;
         request.put_TSAAddress(server.url().c_str());
         request.put_CertReq(true);
         request.AddData(testing::bytes("data"), 4);
         return request;
     }
-    void addPolicy(std::string const& line) {
+    void addPolicy(const std::string& line) {
         testing::Configuration::instance().set(policy_ + line);
     }
 
     // Answers as a real authority, from the request as it came.
-    testing::LoopbackServer::Handler genuine(EVP_MD const* essDigest = EVP_sha256()) {
-        return [this, essDigest](HttpRequest const& r) {
+    testing::LoopbackServer::Handler genuine(const EVP_MD* essDigest = EVP_sha256()) {
+        return [this, essDigest](const HttpRequest& r) {
             return HttpAnswer{200, authority_.answer(r.body, essDigest)};
         };
     }
-    testing::LoopbackServer::Handler fixed(std::string const& body, int status = 200) {
-        return [body, status](HttpRequest const&) { return HttpAnswer{status, body}; };
+    testing::LoopbackServer::Handler fixed(const std::string& body, int status = 200) {
+        return [body, status](const HttpRequest&) { return HttpAnswer{status, body}; };
     }
-    std::string stampOf(testing::TstInfo const& info) {
+    std::string stampOf(const testing::TstInfo& info) {
         return testing::response(0, authority_.token(info.encode()));
     }
 
@@ -50,20 +50,20 @@ protected:
 };
 
 TEST_F(Exchange, StampsAndVerifiesEndToEnd) {
-    for (auto const* essDigest : {EVP_sha256(), EVP_sha1(), EVP_sha512()}) {
+    for (const auto* essDigest : {EVP_sha256(), EVP_sha1(), EVP_sha512()}) {
         testing::LoopbackServer server(genuine(essDigest));
         auto sent = request(server);
-        auto const& stamp = sent.Send(true);
+        const auto& stamp = sent.Send(true);
         EXPECT_EQ(stamp.get_Status(), 0u);
         EXPECT_TRUE(stamp.get_HasNonce());
         EXPECT_STREQ(stamp.get_PolicyID(), "1.2.3.4");
         EXPECT_EQ(stamp.get_Accuracy(), 1500000);
         EXPECT_STRNE(stamp.get_TSA(), L"");
         EXPECT_EQ(sent.get_HTTPStatus(), 200u);
-        auto const now = CDateTime::Now();
+        const auto now = CDateTime::Now();
         EXPECT_LT(now - stamp.get_Time(), CDateTimeSpan(60, 0));
 
-        auto const posted = server.requests().at(0);
+        const auto posted = server.requests().at(0);
         unsigned long size = 0;
         sent.Export(nullptr, &size);
         EXPECT_EQ(posted.body.size(), size);
@@ -78,23 +78,23 @@ TEST_F(Exchange, UnchangedRequestGoesOutAgainWithTheSameBytes) {
     auto sent = request(server);
     sent.Send(true);
     sent.Send(true);
-    auto const posted = server.requests();
+    const auto posted = server.requests();
     ASSERT_EQ(posted.size(), 2u);
     EXPECT_EQ(posted[0].body, posted[1].body);
 }
 
 TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     int status = 200;
-    auto const answer = genuine();
-    testing::LoopbackServer server([&](HttpRequest const& r) {
+    const auto answer = genuine();
+    testing::LoopbackServer server([&](const HttpRequest& r) {
         auto result = answer(r);
         result.status = status;
         return result;
     });
     auto sent = request(server);
     sent.Send(false);
-    auto const response = sent.get_Response();
-    for (int const bad : {404, 500, 403, 204}) {
+    const auto response = sent.get_Response();
+    for (const int bad : {404, 500, 403, 204}) {
         status = bad;
         EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0xC2100100u) << bad;
         EXPECT_EQ(sent.get_HTTPStatus(), static_cast<unsigned>(bad));
@@ -113,14 +113,14 @@ TEST_F(Exchange, RefusalIsAFailureOnlyUnderVerification) {
         fixed(testing::response(2, "", testing::element(0x0C, "no"), testing::failInfoBits(4))));
     auto sent = request(server);
     EXPECT_EQ(codeOf([&] { sent.Send(true); }), 0xC2100124u);
-    auto const& stamp = sent.Send(false);
+    const auto& stamp = sent.Send(false);
     EXPECT_EQ(stamp.get_Status(), 2u);
     EXPECT_STREQ(stamp.get_StatusString(), L"no");
 }
 
 TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
     testing::TstInfo info;
-    auto answered = [&](testing::TstInfo const& content) {
+    auto answered = [&](const testing::TstInfo& content) {
         testing::LoopbackServer server(fixed(stampOf(content)));
         auto sent = request(server);
         return codeOf([&] { sent.Send(false); });
@@ -128,7 +128,7 @@ TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
     EXPECT_EQ(answered(info), 0xC2100120u) << "the nonce is left out";
     info.nonce = "\x05";
     EXPECT_EQ(answered(info), 0xC2100120u) << "another nonce";
-    for (auto const& digest : {testing::sha256("other"), testing::sha256("data").substr(1),
+    for (const auto& digest : {testing::sha256("other"), testing::sha256("data").substr(1),
                                testing::sha256("data") + '\0', std::string()}) {
         info.digest = digest;
         EXPECT_EQ(answered(info), 0x80091007u);
@@ -136,7 +136,7 @@ TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
 }
 
 TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
-    auto sendAt = [&](CDateTime const& time, std::string const& policy = {}) {
+    auto sendAt = [&](const CDateTime& time, const std::string& policy = {}) {
         addPolicy("UseNonceByDefault = false\n" + policy);
         testing::TstInfo info;
         info.genTime = time.getGeneralizedTime().c_str();
@@ -144,7 +144,7 @@ TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
         auto sent = request(server);
         return codeOf([&] { sent.Send(false); });
     };
-    auto const now = [] { return CDateTime::Now(); };
+    const auto now = [] { return CDateTime::Now(); };
     EXPECT_EQ(sendAt(now()), 0u);
     EXPECT_EQ(sendAt(now() - CDateTimeSpan(170, 0)), 0u);
     EXPECT_EQ(sendAt(now() + CDateTimeSpan(170, 0)), 0u);
@@ -156,10 +156,10 @@ TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
 }
 
 TEST_F(Exchange, NonceTakesTheClocksPlace) {
-    testing::LoopbackServer server([this](HttpRequest const& r) {
+    testing::LoopbackServer server([this](const HttpRequest& r) {
         testing::TstInfo info;
         // The nonce stands in the last INTEGER of eight bytes or less in the request.
-        auto const place = r.body.find(testing::sha256("data")) + 32;
+        const auto place = r.body.find(testing::sha256("data")) + 32;
         info.nonce = r.body.substr(place + 2, static_cast<unsigned char>(r.body[place + 1]));
         info.genTime = "20200101000000Z";
         return HttpAnswer{200, stampOf(info)};
@@ -169,7 +169,7 @@ TEST_F(Exchange, NonceTakesTheClocksPlace) {
 }
 
 TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
-    for (auto const& [body, code] :
+    for (const auto& [body, code] :
          {std::pair{std::string(), 0x80093101u}, std::pair{std::string("noise"), 0x80093101u},
           std::pair{testing::response(9, ""), 0x80004005u},
           // Granted without a token, and a token without an answer around it.
@@ -185,11 +185,11 @@ TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
 }
 
 TEST_F(Exchange, VerificationSeesAnUntrustedRoot) {
-    testing::Authority const other;
-    testing::Trust const trust(other.rootDer());
+    const testing::Authority other;
+    const testing::Trust trust(other.rootDer());
     testing::LoopbackServer server(genuine());
     auto sent = request(server);
-    auto const code = codeOf([&] { sent.Send(true); });
+    const auto code = codeOf([&] { sent.Send(true); });
     EXPECT_TRUE(code == 0x800B0109 || code == 0x800B010A) << std::hex << code;
     EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0u);
 }
@@ -198,7 +198,7 @@ TEST_F(Exchange, CopyTakesTheStatusButNotTheStamp) {
     testing::LoopbackServer server(genuine());
     auto sent = request(server);
     sent.Send(false);
-    CRequest const copy(sent);
+    const CRequest copy(sent);
     EXPECT_EQ(copy.get_HTTPStatus(), 200u);
     EXPECT_EQ(copy.get_Response().cbData(), 0u);
 }

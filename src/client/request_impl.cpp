@@ -18,13 +18,13 @@ namespace {
 constexpr std::int32_t hashInProgress = hr(0x8009000Cu);
 
 // The comparison is case-sensitive, here and in the policy's check.
-bool isHttps(std::wstring const& address) {
+bool isHttps(const std::wstring& address) {
     return address.starts_with(L"https://");
 }
 
 // The platform's number, or 0 with the last error that says so.
-unsigned int algIdOf(char const* oid) {
-    auto const algId = CertOIDToAlgId(oid);
+unsigned int algIdOf(const char* oid) {
+    const auto algId = CertOIDToAlgId(oid);
     if (algId == 0) {
         SetLastError(NTE_BAD_ALGID);
     }
@@ -44,7 +44,7 @@ CRequest::Impl::Impl() {
                                    : policy->ProxyAuthTypeDefault.value;
 }
 
-CRequest::Impl& CRequest::Impl::operator=(Impl const& source) {
+CRequest::Impl& CRequest::Impl::operator=(const Impl& source) {
     LoadGroupPolicy();
     httpParams = source.httpParams;
     certReq = source.certReq;
@@ -60,7 +60,7 @@ CRequest::Impl& CRequest::Impl::operator=(Impl const& source) {
     }
     flags = source.flags;
     // The target keeps its own as well: its list isn't emptied first.
-    for (auto const& extension : source.extensions) {
+    for (const auto& extension : source.extensions) {
         extensions.insert(extension);
     }
     provider = source.provider;
@@ -77,7 +77,7 @@ void CRequest::Impl::LoadGroupPolicy() {
     if (isLegacyPolicyReading()) {
         policy = nullptr;
         ownPolicy_.reset();
-        ownPolicy_ = std::make_unique<CRequestPolicy const>();
+        ownPolicy_ = std::make_unique<const CRequestPolicy>();
         policy = ownPolicy_.get();
     } else {
         policy = sharedPolicy();
@@ -103,7 +103,7 @@ void CRequest::Impl::setDataHashAlg(unsigned int algId) {
     }
     ClearRequest();
     dataHashAlg = algId; // stays, without its OID, if that isn't found
-    auto const* info =
+    const auto* info =
         CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &algId, CRYPT_HASH_ALG_OID_GROUP_ID);
     if (!info) {
         ATL::AtlThrowImpl(resultFromLastError(hr(NTE_BAD_ALGID)));
@@ -111,14 +111,14 @@ void CRequest::Impl::setDataHashAlg(unsigned int algId) {
     dataHashAlgOID = info->pszOID;
 }
 
-void CRequest::Impl::setDataHashAlg(char const* oid) {
+void CRequest::Impl::setDataHashAlg(const char* oid) {
     if (hHash.get() != 0) {
         ATL::AtlThrowImpl(hashInProgress);
     }
     if (dataHashAlgOID == oid) {
         return;
     }
-    auto const algId = algIdOf(oid);
+    const auto algId = algIdOf(oid);
     if (algId != dataHashAlg) {
         ClearRequest();
     }
@@ -126,7 +126,7 @@ void CRequest::Impl::setDataHashAlg(char const* oid) {
     dataHashAlg = algId;
 }
 
-void CRequest::Impl::takeOver(unsigned char const* data, unsigned long size) {
+void CRequest::Impl::takeOver(const unsigned char* data, unsigned long size) {
     encodedRequest.assign(data, size);
     TSP::CRequest message;
     message.decode(encodedRequest);
@@ -147,7 +147,7 @@ void CRequest::Impl::takeOver(unsigned char const* data, unsigned long size) {
     }
     extensions.clear();
     if (message.get_extensions()) {
-        for (auto const& extension : *message.get_extensions()) {
+        for (const auto& extension : *message.get_extensions()) {
             extensions.insert(extension);
         }
     }
@@ -194,9 +194,9 @@ void CRequest::Impl::encodeRequest() {
         message.put_reqPolicy(policyID.c_str());
     }
     if (useNonce) {
-        auto const random =
+        const auto random =
             ASN1::MakeRandomBigInteger(0, static_cast<unsigned long>(policy->NonceLength.value));
-        auto const positive = random.abs();
+        const auto positive = random.abs();
         message.put_nonce(&positive);
     }
     trace("MakeRequest", "Encoding request...\n");

@@ -27,8 +27,8 @@ class __attribute__((visibility("hidden"))) CRequest::Impl {
 public:
     // In the state of a new request under the policy in force.
     Impl();
-    Impl(Impl const&) = delete;
-    Impl& operator=(Impl const& source);
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl& source);
 
     // Takes the policy in force and resets the two defaults that hang on it. Throws 0x8007045A.
     void LoadGroupPolicy();
@@ -38,11 +38,11 @@ public:
     // Throws the code of the first rule that the request breaks; changes nothing.
     void CheckPolicies() const;
     void setDataHashAlg(unsigned int algId);
-    void setDataHashAlg(char const* oid);
-    void takeOver(unsigned char const* data, unsigned long size);
-    void addData(unsigned char const* data, unsigned long size);
-    void setClientCertificate(_CERT_CONTEXT const* certificate);
-    CStamp& send(CRequest const& owner, bool verify);
+    void setDataHashAlg(const char* oid);
+    void takeOver(const unsigned char* data, unsigned long size);
+    void addData(const unsigned char* data, unsigned long size);
+    void setClientCertificate(const _CERT_CONTEXT* certificate);
+    CStamp& send(const CRequest& owner, bool verify);
 
     ATL::CCryptHash hHash;
     bool certReq = false;
@@ -60,17 +60,17 @@ public:
     CStamp stamp;
     CBlob response;
     ATL::CCryptProv provider;
-    CRequestPolicy const* policy = nullptr;
+    const CRequestPolicy* policy = nullptr;
 
 private:
     void finishHash();
     void encodeRequest();
     void beginHash();
     void exchange();
-    void checkTime(CDateTime const& sent) const;
+    void checkTime(const CDateTime& sent) const;
     void verifyStamp() const;
 
-    std::unique_ptr<CRequestPolicy const> ownPolicy_; // each request's own, under legacy reading
+    std::unique_ptr<const CRequestPolicy> ownPolicy_; // each request's own, under legacy reading
 };
 
 } // namespace Halcyon::PKI::TSP::Client

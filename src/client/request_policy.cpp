@@ -7,7 +7,7 @@ CRequestPolicy::CRequestPolicy() {
     wchar_t folderName[] = L"tsppolicy";
     wchar_t* folder = folderName;
     wchar_t* unused = nullptr;
-    auto load = [&](auto& field, wchar_t const* name, auto... arguments) {
+    auto load = [&](auto& field, const wchar_t* name, auto... arguments) {
         field.Load(unused, folder, name, arguments...);
     };
     load(StampAccuracy, L"StampAccuracy", 180000L);

@@ -22,11 +22,11 @@ using testing::codeOf;
 using testing::Configuration;
 using testing::sha256;
 
-void setPolicy(std::string const& policy) {
+void setPolicy(const std::string& policy) {
     Configuration::instance().set(policy);
 }
 
-void feed(CRequest& request, std::string const& data) {
+void feed(CRequest& request, const std::string& data) {
     request.AddData(bytes(data), data.size());
 }
 
@@ -42,7 +42,7 @@ std::string exported(CRequest& request) {
     return der;
 }
 
-std::string hashOf(CRequest const& request) {
+std::string hashOf(const CRequest& request) {
     unsigned long size = 64;
     std::string hash(size, '\0');
     request.get_DataHash(reinterpret_cast<unsigned char*>(hash.data()), &size);
@@ -55,7 +55,7 @@ protected:
     Request() { setPolicy("DefaultHashAlg = '2.16.840.1.101.3.4.2.1'"); }
 
     void giveHash(CRequest& request) {
-        auto const digest = sha256("data");
+        const auto digest = sha256("data");
         request.put_DataHash(bytes(digest), digest.size());
     }
 };
@@ -66,9 +66,9 @@ TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
     request.put_CertReq(true);
     feed(request, "da");
     feed(request, "ta");
-    auto const encoded = exported(request);
-    auto const* place = bytes(encoded);
-    std::unique_ptr<TS_REQ, decltype(&TS_REQ_free)> const read(
+    const auto encoded = exported(request);
+    const auto* place = bytes(encoded);
+    const std::unique_ptr<TS_REQ, decltype(&TS_REQ_free)> read(
         d2i_TS_REQ(nullptr, &place, static_cast<long>(encoded.size())), &TS_REQ_free);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(TS_REQ_get_version(read.get()), 1);
@@ -78,9 +78,9 @@ TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
     EXPECT_STREQ(text, "1.2.3.4");
     auto* const imprint = TS_REQ_get_msg_imprint(read.get());
     auto* const hash = TS_MSG_IMPRINT_get_msg(imprint);
-    EXPECT_EQ(std::string(reinterpret_cast<char const*>(ASN1_STRING_get0_data(hash)), 32),
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(ASN1_STRING_get0_data(hash)), 32),
               sha256("data"));
-    auto const* const nonce = TS_REQ_get_nonce(read.get());
+    const auto* const nonce = TS_REQ_get_nonce(read.get());
     ASSERT_NE(nonce, nullptr);
     EXPECT_LE(ASN1_STRING_length(nonce), 8);
     EXPECT_EQ(ASN1_STRING_type(nonce), V_ASN1_INTEGER); // not negative
@@ -90,7 +90,7 @@ TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
 TEST_F(Request, StaysTheSameUntilAValueChanges) {
     CRequest request;
     giveHash(request);
-    auto const first = exported(request);
+    const auto first = exported(request);
     EXPECT_EQ(exported(request), first);
     request.put_UseNonce(true);
     request.put_CertReq(false);
@@ -99,12 +99,12 @@ TEST_F(Request, StaysTheSameUntilAValueChanges) {
     request.put_Flags(7);
     EXPECT_EQ(exported(request), first);
     request.put_CertReq(true);
-    auto const second = exported(request);
+    const auto second = exported(request);
     EXPECT_NE(second, first);
     request.put_CertReq(false);
     EXPECT_NE(exported(request), first) << "the nonce is drawn anew";
     request.put_UseNonce(false);
-    auto const bare = exported(request);
+    const auto bare = exported(request);
     request.put_PolicyID(L"1.2");
     request.put_PolicyID("");
     EXPECT_EQ(exported(request), bare);
@@ -115,7 +115,7 @@ TEST_F(Request, DeliversBySizeAndBuffer) {
     giveHash(request);
     unsigned long size = 0;
     request.Export(nullptr, &size);
-    auto const needed = size;
+    const auto needed = size;
     std::string buffer(needed, 'x');
     size = needed - 1;
     EXPECT_EQ(
@@ -162,7 +162,7 @@ TEST_F(Request, TakesAFinishedRequestOver) {
     CRequest request;
     request.put_PolicyID("1.2.3.4");
     giveHash(request);
-    auto const der = exported(request);
+    const auto der = exported(request);
     CRequest copy;
     copy.put_UseNonce(false);
     import(copy, der);
@@ -183,11 +183,11 @@ TEST_F(Request, FailedImportLeavesTheBytesBehind) {
 }
 
 TEST_F(Request, ImportedExtensionsDoNotSurviveAChange) {
-    auto const extension = testing::element(0xA0, testing::extension("1.2.3.5", false));
-    auto const imprint = testing::sequence(testing::sequence(testing::oid(testing::sha256Oid)) +
+    const auto extension = testing::element(0xA0, testing::extension("1.2.3.5", false));
+    const auto imprint = testing::sequence(testing::sequence(testing::oid(testing::sha256Oid)) +
                                            testing::element(4, sha256("data")));
-    auto const with = testing::sequence(testing::integer("\x01") + imprint + extension);
-    auto const without = testing::sequence(testing::integer("\x01") + imprint);
+    const auto with = testing::sequence(testing::integer("\x01") + imprint + extension);
+    const auto without = testing::sequence(testing::integer("\x01") + imprint);
     CRequest request;
     import(request, with);
     EXPECT_FALSE(request.get_UseNonce());
@@ -236,7 +236,7 @@ TEST_F(Request, TakesItsDefaultsFromPolicy) {
 
 TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
     setPolicy("");
-    std::string const engine = std::string(OPENSSL_info(OPENSSL_INFO_ENGINES_DIR)) + "/gost.so";
+    const std::string engine = std::string(OPENSSL_info(OPENSSL_INFO_ENGINES_DIR)) + "/gost.so";
     if (::access(engine.c_str(), R_OK) != 0) {
         GTEST_SKIP() << "OpenSSL has no GOST engine here";
     }
@@ -250,14 +250,14 @@ TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
 // In a process of its own, for OpenSSL looks for its engines once.
 TEST_F(Request, FallsBackOnSha1WhereThePlatformHasNoGost) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    auto const withoutEngines = [] {
+    const auto withoutEngines = [] {
         ::setenv("OPENSSL_ENGINES", Configuration::instance().folder().c_str(), 1);
         setPolicy("");
         CRequest request;
-        bool const sha1 = request.get_DataHashAlg() == 0x8004 &&
+        const bool sha1 = request.get_DataHashAlg() == 0x8004 &&
                           std::string(request.get_DataHashAlgOID()) == "1.3.14.3.2.26";
         feed(request, "data");
-        bool const refused = codeOf([] { CRequest().put_DataHashAlg(0x801Eu); }) == 0x80090008u;
+        const bool refused = codeOf([] { CRequest().put_DataHashAlg(0x801Eu); }) == 0x80090008u;
         std::exit(sha1 && refused && hashOf(request).size() == 20 ? 0 : 1);
     };
     EXPECT_EXIT(withoutEngines(), ::testing::ExitedWithCode(0), "");
@@ -277,18 +277,18 @@ TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
     EXPECT_EXIT(
         {
             configuration.set("DefaultTSPURL = 'http://one/'", {}, false);
-            CRequest const first;
+            const CRequest first;
             configuration.set("DefaultTSPURL = 'http://two/'", {}, false);
-            std::wstring const seen = CRequest().get_TSAAddress();
+            const std::wstring seen = CRequest().get_TSAAddress();
             std::_Exit(seen == L"http://one/" ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
     EXPECT_EXIT(
         {
             configuration.set("DefaultTSPURL = 3", {}, false); // can't be read, for ever
-            auto const first = codeOf([] { CRequest(); });
+            const auto first = codeOf([] { CRequest(); });
             configuration.set("", {}, false);
-            auto const second = codeOf([] { CRequest(); });
+            const auto second = codeOf([] { CRequest(); });
             std::_Exit(first == 0x8007045A && second == 0x8007045A ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
@@ -296,8 +296,8 @@ TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
 }
 
 TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
-    testing::Authority const authority;
-    auto const certificate = testing::certificateOf(authority.signerDer());
+    const testing::Authority authority;
+    const auto certificate = testing::certificateOf(authority.signerDer());
     CRequest request;
     request.put_ClientCertificate(certificate.get());
     EXPECT_EQ(request.get_ClientCertificate(), certificate.get());
@@ -307,7 +307,7 @@ TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
     wchar_t container[] = L"container";
     CRYPT_KEY_PROV_INFO key{};
     key.pwszContainerName = container;
-    auto const withKey = testing::certificateOf(authority.signerDer());
+    const auto withKey = testing::certificateOf(authority.signerDer());
     ASSERT_TRUE(
         CertSetCertificateContextProperty(withKey.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
     ASSERT_TRUE(

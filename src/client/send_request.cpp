@@ -32,7 +32,7 @@ extern "C" void SetRetrieveObjByUrlOcspAvailable() {
         validity >= 1;
 }
 
-bool takesCachedRoad(WinHTTPParams const& params, wchar_t const* headers) {
+bool takesCachedRoad(const WinHTTPParams& params, const wchar_t* headers) {
     if (!params.proxyAddress.empty() || !headers || !params.proxyUserName.empty() ||
         std::wcscmp(headers, ocspHeader) != 0) {
         return false;
@@ -44,12 +44,12 @@ bool takesCachedRoad(WinHTTPParams const& params, wchar_t const* headers) {
 // Owns the bytes on both sides of the platform's call.
 struct Buffer : PKI_BUFFER {
     Buffer() : PKI_BUFFER{} {}
-    Buffer(Buffer const&) = delete;
-    Buffer& operator=(Buffer const&) = delete;
+    Buffer(const Buffer&) = delete;
+    Buffer& operator=(const Buffer&) = delete;
     ~Buffer() { delete[] data; }
 
-    void assign(CBlob const& bytes) {
-        auto const wanted = static_cast<std::uint32_t>(bytes.cbData());
+    void assign(const CBlob& bytes) {
+        const auto wanted = static_cast<std::uint32_t>(bytes.cbData());
         if (wanted == 0) {
             return;
         }
@@ -119,8 +119,8 @@ void settleLastError(DWORD error, std::uint64_t status) {
     }
 }
 
-CBlob post(WinHTTPParams& params, wchar_t const* userAgent, wchar_t const* headers,
-           CBlob const& body) {
+CBlob post(WinHTTPParams& params, const wchar_t* userAgent, const wchar_t* headers,
+           const CBlob& body) {
     std::wstring credentials;
     if (!params.proxyUserName.empty()) {
         credentials = params.proxyUserName + L':' + params.proxyPassword;
@@ -131,7 +131,7 @@ CBlob post(WinHTTPParams& params, wchar_t const* userAgent, wchar_t const* heade
     params.httpStatus =
         SendPKIRequest(params.address.c_str(), userAgent, headers, params.proxyAddress.c_str(),
                        credentials.c_str(), &request, &response);
-    auto const error = GetLastError();
+    const auto error = GetLastError();
     settleLastError(error, params.httpStatus);
     CBlob answer(response.data, response.size);
     return answer;
@@ -139,7 +139,7 @@ CBlob post(WinHTTPParams& params, wchar_t const* userAgent, wchar_t const* heade
 
 } // namespace
 
-CBlob SendRequest(WinHTTPParams* params, wchar_t const* userAgent, wchar_t const* headers,
+CBlob SendRequest(WinHTTPParams* params, const wchar_t* userAgent, const wchar_t* headers,
                   CBlob* body, bool /*flag*/, bool useCache, FILETIME* cacheResync,
                   bool cacheOnly) {
     if (takesCachedRoad(*params, headers)) {

@@ -15,7 +15,7 @@ namespace Halcyon::PKI::TSP::Client {
 // gives an empty blob and leaves the status. `flag` has no effect. Throws CAtlException where an
 // OCSP request can't be put into an address, with the last error's code, and 0x8007000D when the
 // cache gives other than one object. Blocks; any number of threads may be inside.
-CBlob SendRequest(WinHTTPParams* params, wchar_t const* userAgent, wchar_t const* headers,
+CBlob SendRequest(WinHTTPParams* params, const wchar_t* userAgent, const wchar_t* headers,
                   CBlob* body, bool flag, bool useCache, FILETIME* cacheResync, bool cacheOnly);
 
 } // namespace Halcyon::PKI::TSP::Client

@@ -31,7 +31,7 @@ std::optional<FakeAnswer> fakeAnswer;
 bool providerMissing = false;
 
 template <class Function>
-Function real(char const* name) {
+Function real(const char* name) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
@@ -46,7 +46,7 @@ std::uint64_t SendPKIRequest(LPCWSTR url, LPCWSTR userAgent, LPCWSTR headers, LP
         return real<decltype(&SendPKIRequest)>("SendPKIRequest")(url, userAgent, headers, proxy,
                                                                  credentials, request, response);
     }
-    auto const size = fakeAnswer->body.size();
+    const auto size = fakeAnswer->body.size();
     response->data = new BYTE[size];
     std::memcpy(response->data, fakeAnswer->body.data(), size);
     response->size = response->capacity = static_cast<std::uint32_t>(size);
@@ -74,12 +74,12 @@ using testing::HttpRequest;
 
 constexpr wchar_t ocsp[] = L"Content-type: application/ocsp-request";
 
-CBlob blobOf(std::string const& text) {
+CBlob blobOf(const std::string& text) {
     return CBlob(bytes(text), text.size());
 }
 
-std::string textOf(CBlob const& blob) {
-    return {reinterpret_cast<char const*>(blob.pbData()), blob.cbData()};
+std::string textOf(const CBlob& blob) {
+    return {reinterpret_cast<const char*>(blob.pbData()), blob.cbData()};
 }
 
 struct Sent {
@@ -88,30 +88,30 @@ struct Sent {
     DWORD error;
 };
 
-Sent send(WinHTTPParams params, std::string const& text, wchar_t const* headers = nullptr,
+Sent send(WinHTTPParams params, const std::string& text, const wchar_t* headers = nullptr,
           bool useCache = false, bool cacheOnly = false) {
     auto body = blobOf(text);
     SetLastError(77);
-    auto const answer =
+    const auto answer =
         SendRequest(&params, L"agent", headers, &body, false, useCache, nullptr, cacheOnly);
     return {textOf(answer), params.httpStatus, GetLastError()};
 }
 
 TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
     int status = 200;
-    testing::LoopbackServer server([&](HttpRequest const& r) {
+    testing::LoopbackServer server([&](const HttpRequest& r) {
         return HttpAnswer{status, "got " + std::to_string(r.body.size())};
     });
     WinHTTPParams params;
     params.address = server.url();
-    auto const large = send(params, std::string(10000, 'x'));
+    const auto large = send(params, std::string(10000, 'x'));
     EXPECT_EQ(large.answer, "got 10000");
     EXPECT_EQ(large.status, 200u);
     status = 500;
-    auto const failed = send(params, "");
+    const auto failed = send(params, "");
     EXPECT_EQ(failed.answer, "got 0");
     EXPECT_EQ(failed.status, 500u);
-    auto const head = server.requests().at(0).head;
+    const auto head = server.requests().at(0).head;
     EXPECT_TRUE(head.starts_with("POST / HTTP/1.1\r\n"));
     EXPECT_NE(head.find("User-Agent: agent\r\n"), std::string::npos);
     EXPECT_EQ(head.find("Content-Type:"), std::string::npos) << "null headers mean none";
@@ -119,15 +119,15 @@ TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
 
 TEST(SendRequest, CacheOnlyNeverGoesByPost) {
     testing::Configuration::instance().set("");
-    testing::LoopbackServer server([](HttpRequest const&) { return HttpAnswer{200, "x"}; });
+    testing::LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "x"}; });
     WinHTTPParams params;
     params.address = server.url();
     params.httpStatus = 42;
     auto withProxy = params;
     withProxy.proxyAddress = L"http://proxy/";
-    for (auto const* headers : {ocsp, static_cast<wchar_t const*>(nullptr)}) {
-        for (auto const& each : {params, withProxy}) {
-            auto const sent = send(each, "x", headers, false, true);
+    for (const auto* headers : {ocsp, static_cast<const wchar_t*>(nullptr)}) {
+        for (const auto& each : {params, withProxy}) {
+            const auto sent = send(each, "x", headers, false, true);
             EXPECT_EQ(sent.answer, "");
             EXPECT_EQ(sent.status, 42u);
         }
@@ -138,7 +138,7 @@ TEST(SendRequest, CacheOnlyNeverGoesByPost) {
 
 TEST(SendRequest, NewLayersLastErrorIsPassedOn) {
     fakeAnswer = FakeAnswer{404, 1234};
-    auto const sent = send({}, "x");
+    const auto sent = send({}, "x");
     fakeAnswer.reset();
     EXPECT_EQ(sent.status, 404u);
     EXPECT_EQ(sent.error, 1234u);
@@ -160,7 +160,7 @@ int oldLayer() {
         {0, 12004},   {204, 12004}, {402, 12004}};
     providerMissing = true;
     int wrong = 0;
-    for (auto const& [status, error] : cases) {
+    for (const auto& [status, error] : cases) {
         fakeAnswer = FakeAnswer{status, 0};
         wrong += send({}, "x").error != error;
     }
@@ -178,23 +178,23 @@ int cachedRoad() {
                           "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 60\n");
     ::setenv("XDG_CACHE_HOME", configuration.folder().c_str(), 1);
     int status = 200;
-    testing::LoopbackServer server([&](HttpRequest const& r) {
+    testing::LoopbackServer server([&](const HttpRequest& r) {
         return HttpAnswer{status, "answer to " + r.body};
     });
     WinHTTPParams params;
     params.address = server.url(L"/ocsp");
-    std::string const body = "\xFB\xEF\xBE\xFF?"; // its Base64 has +, / and =
+    const std::string body = "\xFB\xEF\xBE\xFF?"; // its Base64 has +, / and =
     int wrong = 0;
-    auto const good = send(params, body, ocsp);
+    const auto good = send(params, body, ocsp);
     wrong |= good.status != 200 || good.answer != "answer to " + body ? 1 : 0;
     status = 500;
-    auto const failed = send(params, body, ocsp);
+    const auto failed = send(params, body, ocsp);
     wrong |= failed.status != 500 || !failed.answer.empty() ? 2 : 0;
     params.address = L"http://127.0.0.1:1/x";
-    auto const lost = send(params, body, ocsp);
+    const auto lost = send(params, body, ocsp);
     wrong |= lost.status != 456 || !lost.answer.empty() ? 4 : 0;
     wrong |= testing::codeOf([&] { send(params, "", ocsp); }) == 0 ? 8 : 0;
-    auto const uncached = send(params, body, ocsp, true, true);
+    const auto uncached = send(params, body, ocsp, true, true);
     wrong |= uncached.status == 200 ? 16 : 0;
     return wrong;
 }

@@ -22,11 +22,11 @@ ATL2::CCryptMsg referenced(HCRYPTMSG message) {
 
 } // namespace
 
-CRYPT_ATTRIBUTE const* FindOneInstanceSingleValueAttr(CRYPT_ATTRIBUTES const* attributes,
-                                                      char const* oid) {
-    CRYPT_ATTRIBUTE const* found = nullptr;
+const CRYPT_ATTRIBUTE* FindOneInstanceSingleValueAttr(const CRYPT_ATTRIBUTES* attributes,
+                                                      const char* oid) {
+    const CRYPT_ATTRIBUTE* found = nullptr;
     for (DWORD i = 0; i < attributes->cAttr; ++i) {
-        auto const& attribute = attributes->rgAttr[i];
+        const auto& attribute = attributes->rgAttr[i];
         if (std::strcmp(attribute.pszObjId, oid) != 0) {
             continue;
         }
@@ -41,23 +41,23 @@ CRYPT_ATTRIBUTE const* FindOneInstanceSingleValueAttr(CRYPT_ATTRIBUTES const* at
     return found;
 }
 
-CRYPT_ATTRIBUTES const* ExtractSignedAttributes(HCRYPTMSG message, unsigned signer,
+const CRYPT_ATTRIBUTES* ExtractSignedAttributes(HCRYPTMSG message, unsigned signer,
                                                 ATL::CStringA& buffer) {
-    auto const held = referenced(message);
+    const auto held = referenced(message);
     if (held.GetParam(CMSG_SIGNER_AUTH_ATTR_PARAM, signer, buffer) >= 0) {
-        return reinterpret_cast<CRYPT_ATTRIBUTES const*>(buffer.Lock());
+        return reinterpret_cast<const CRYPT_ATTRIBUTES*>(buffer.Lock());
     }
-    CMSG_CMS_SIGNER_INFO const* info = nullptr;
-    if (auto const result = held.GetAndDecodeCmsSignerInfo(signer, buffer, &info); result < 0) {
+    const CMSG_CMS_SIGNER_INFO* info = nullptr;
+    if (const auto result = held.GetAndDecodeCmsSignerInfo(signer, buffer, &info); result < 0) {
         ATL::AtlThrowImpl(result);
     }
     return &info->AuthAttrs;
 }
 
-bool MatchEContentType(HCRYPTMSG message, unsigned signer, char const* oid, bool allowMissing) {
-    auto const held = referenced(message);
+bool MatchEContentType(HCRYPTMSG message, unsigned signer, const char* oid, bool allowMissing) {
+    const auto held = referenced(message);
     ATL::CStringA innerType;
-    if (auto const result = held.GetParam(CMSG_INNER_CONTENT_TYPE_PARAM, signer, innerType);
+    if (const auto result = held.GetParam(CMSG_INNER_CONTENT_TYPE_PARAM, signer, innerType);
         result < 0) {
         ATL::AtlThrowImpl(result);
     }
@@ -65,12 +65,12 @@ bool MatchEContentType(HCRYPTMSG message, unsigned signer, char const* oid, bool
         return false;
     }
     ATL::CStringA buffer;
-    auto const* attribute = FindOneInstanceSingleValueAttr(
+    const auto* attribute = FindOneInstanceSingleValueAttr(
         ExtractSignedAttributes(message, signer, buffer), contentTypeOid);
     if (!attribute) {
         return allowMissing;
     }
-    ASN1::CAttrContentType const type(
+    const ASN1::CAttrContentType type(
         CBlob(attribute->rgValue[0].pbData, attribute->rgValue[0].cbData));
     return std::strcmp(type.get_contentType(), innerType.GetString()) == 0;
 }

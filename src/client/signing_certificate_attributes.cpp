@@ -21,13 +21,13 @@ constexpr std::int32_t notFound = hr(0x80092004u);
 // The first certificate that an attribute of this class names, or nothing where the attribute is
 // absent.
 template <class Attribute, class Convert>
-std::unique_ptr<COtherCertID> firstCertificate(CRYPT_ATTRIBUTES const* attributes, char const* oid,
+std::unique_ptr<COtherCertID> firstCertificate(const CRYPT_ATTRIBUTES* attributes, const char* oid,
                                                Convert convert) {
-    auto const* found = FindOneInstanceSingleValueAttr(attributes, oid);
+    const auto* found = FindOneInstanceSingleValueAttr(attributes, oid);
     if (!found) {
         return nullptr;
     }
-    Attribute const attribute(CBlob(found->rgValue[0].pbData, found->rgValue[0].cbData));
+    const Attribute attribute(CBlob(found->rgValue[0].pbData, found->rgValue[0].cbData));
     if (attribute.get_certs().empty()) {
         ATL::AtlThrowImpl(badFormat); // there is no first one to read
     }
@@ -35,7 +35,7 @@ std::unique_ptr<COtherCertID> firstCertificate(CRYPT_ATTRIBUTES const* attribute
 }
 
 struct Identifiers {
-    explicit Identifiers(CRYPT_ATTRIBUTES const* attributes)
+    explicit Identifiers(const CRYPT_ATTRIBUTES* attributes)
         : v1(GetSignCertAttr(attributes)), other(GetOtherSignCertAttr(attributes)),
           v2(GetSignCertAttrV2(attributes)) {}
 
@@ -56,9 +56,9 @@ struct Identifiers {
 
 } // namespace
 
-std::unique_ptr<COtherCertID> GetSignCertAttr(CRYPT_ATTRIBUTES const* attributes) {
+std::unique_ptr<COtherCertID> GetSignCertAttr(const CRYPT_ATTRIBUTES* attributes) {
     return firstCertificate<ASN1::CAttrSigningCertificate>(
-        attributes, "1.2.840.113549.1.9.16.2.12", [](ASN1::CESSCertID const& certificate) {
+        attributes, "1.2.840.113549.1.9.16.2.12", [](ASN1::const CESSCertID& certificate) {
             COtherCertID id(certificate.get_certHash(),
                             ASN1::CAlgorithmIdentifier("1.3.14.3.2.26"));
             id.put_issuerSerial(certificate.get_issuerSerial());
@@ -66,23 +66,23 @@ std::unique_ptr<COtherCertID> GetSignCertAttr(CRYPT_ATTRIBUTES const* attributes
         });
 }
 
-std::unique_ptr<COtherCertID> GetOtherSignCertAttr(CRYPT_ATTRIBUTES const* attributes) {
+std::unique_ptr<COtherCertID> GetOtherSignCertAttr(const CRYPT_ATTRIBUTES* attributes) {
     return firstCertificate<ASN1::CAttrOtherSigningCertificate>(
         attributes, "1.2.840.113549.1.9.16.2.19",
-        [](COtherCertID const& certificate) { return certificate; });
+        [](const COtherCertID& certificate) { return certificate; });
 }
 
-std::unique_ptr<COtherCertID> GetSignCertAttrV2(CRYPT_ATTRIBUTES const* attributes) {
+std::unique_ptr<COtherCertID> GetSignCertAttrV2(const CRYPT_ATTRIBUTES* attributes) {
     return firstCertificate<ASN1::CAttrSigningCertificateV2>(
-        attributes, "1.2.840.113549.1.9.16.2.47", [](ASN1::CESSCertIDv2 const& certificate) {
+        attributes, "1.2.840.113549.1.9.16.2.47", [](ASN1::const CESSCertIDv2& certificate) {
             COtherCertID id(certificate.get_certHash(), certificate.get_hashAlgorithm());
             id.put_issuerSerial(certificate.get_issuerSerial());
             return id;
         });
 }
 
-COtherCertID GetSignerCertIdEx(CRYPT_ATTRIBUTES const* attributes, bool timestampRules) {
-    Identifiers const ids(attributes);
+COtherCertID GetSignerCertIdEx(const CRYPT_ATTRIBUTES* attributes, bool timestampRules) {
+    const Identifiers ids(attributes);
     if (ids.none()) {
         trace("GetSignerCertIdEx", "(other)SigningCert attribute not found\n");
         ATL::AtlThrowImpl(notFound);
@@ -95,15 +95,15 @@ COtherCertID GetSignerCertIdEx(CRYPT_ATTRIBUTES const* attributes, bool timestam
     return ids.v2 ? *ids.v2 : ids.other ? *ids.other : *ids.v1;
 }
 
-bool CheckSignerCertIdEx(CRYPT_ATTRIBUTES const* attributes, CBlob certificate,
+bool CheckSignerCertIdEx(const CRYPT_ATTRIBUTES* attributes, CBlob certificate,
                          bool attributeRequired, bool timestampRules) {
     constexpr char function[] = "CheckSignerCertIdEx";
-    Identifiers const ids(attributes);
+    const Identifiers ids(attributes);
     if (ids.none()) {
         trace(function, "signingCert attribute not found\n");
         return !attributeRequired;
     }
-    auto fails = [&](std::unique_ptr<COtherCertID> const& id, TraceText text) {
+    auto fails = [&](const std::unique_ptr<COtherCertID>& id, TraceText text) {
         if (!id || OtherCertIDMatches(*id, certificate)) {
             return false;
         }

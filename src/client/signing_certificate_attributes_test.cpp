@@ -28,18 +28,18 @@ constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
 // Attributes in the platform's record, each with the values given.
 class AttributeList {
 public:
-    void add(CAttrValue const& value) { add(value.get_oid(), {value.get_value()}); }
-    void add(std::string const& oid, std::vector<CBlob> const& values) {
+    void add(const CAttrValue& value) { add(value.get_oid(), {value.get_value()}); }
+    void add(const std::string& oid, const std::vector<CBlob>& values) {
         oids_.push_back(std::make_unique<std::string>(oid));
         values_.push_back(std::make_unique<std::vector<CBlob>>(values));
         auto& blobs = *blobs_.emplace_back(std::make_unique<std::vector<CRYPT_ATTR_BLOB>>());
-        for (auto const& value : *values_.back()) {
+        for (const auto& value : *values_.back()) {
             blobs.push_back({static_cast<DWORD>(value.cbData()), value.pbData()});
         }
         records_.push_back({oids_.back()->data(), static_cast<DWORD>(blobs.size()), blobs.data()});
         list_ = {static_cast<DWORD>(records_.size()), records_.data()};
     }
-    CRYPT_ATTRIBUTES const* get() const { return &list_; }
+    const CRYPT_ATTRIBUTES* get() const { return &list_; }
 
 private:
     std::vector<std::unique_ptr<std::string>> oids_;
@@ -51,30 +51,30 @@ private:
 
 class SigningCertificateAttributes : public testing::Test {
 protected:
-    static CBlob blobOf(std::string const& der) { return CBlob(bytes(der), der.size()); }
-    static CBlob hashOf(CBlob const& certificate, char const* algorithm) {
+    static CBlob blobOf(const std::string& der) { return CBlob(bytes(der), der.size()); }
+    static CBlob hashOf(const CBlob& certificate, const char* algorithm) {
         return ASN1::CalculateCertificateHash(
             certificate.pbData(), static_cast<unsigned>(certificate.cbData()), algorithm);
     }
 
-    static ASN1::CAttrSigningCertificate v1(CBlob const& certificate) {
+    static ASN1::CAttrSigningCertificate v1(const CBlob& certificate) {
         ASN1::CESSCertIDList certificates;
         certificates.push_back(ASN1::CESSCertID(hashOf(certificate, sha1Oid)));
         return ASN1::CAttrSigningCertificate(certificates);
     }
-    static ASN1::CAttrOtherSigningCertificate other(CBlob const& certificate) {
+    static ASN1::CAttrOtherSigningCertificate other(const CBlob& certificate) {
         ASN1::COtherCertIDList certificates;
         certificates.push_back(
             ASN1::COtherCertID(hashOf(certificate, sha256Oid), CAlgorithmIdentifier(sha256Oid)));
         return ASN1::CAttrOtherSigningCertificate(certificates);
     }
-    static ASN1::CAttrSigningCertificateV2 v2(CBlob const& certificate) {
+    static ASN1::CAttrSigningCertificateV2 v2(const CBlob& certificate) {
         ASN1::CESSCertIDv2List certificates;
         certificates.push_back(ASN1::CESSCertIDv2(hashOf(certificate, sha256Oid)));
         return ASN1::CAttrSigningCertificateV2(certificates);
     }
 
-    bool check(AttributeList const& list, bool timestamp, bool required = true) {
+    bool check(const AttributeList& list, bool timestamp, bool required = true) {
         return CheckSignerCertIdEx(list.get(), mine_, required, timestamp);
     }
 
@@ -88,7 +88,7 @@ TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
         bool v1, other, v2;
         bool plain, timestamp;
     };
-    for (auto const& test :
+    for (const auto& test :
          {Case{true, false, false, true, true}, Case{false, true, false, true, false},
           Case{false, false, true, true, true}, Case{true, true, false, false, false},
           Case{true, false, true, false, true}, Case{false, true, true, true, true},
@@ -103,8 +103,8 @@ TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
         if (test.v2) {
             list.add(v2(mine_));
         }
-        for (bool const timestamp : {false, true}) {
-            bool const accepted = timestamp ? test.timestamp : test.plain;
+        for (const bool timestamp : {false, true}) {
+            const bool accepted = timestamp ? test.timestamp : test.plain;
             EXPECT_EQ(check(list, timestamp), accepted);
             EXPECT_EQ(codeOf([&] { GetSignerCertIdEx(list.get(), timestamp); }),
                       accepted ? 0u : 0x8007000Bu)
@@ -114,7 +114,7 @@ TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
 }
 
 TEST_F(SigningCertificateAttributes, NoneIsLeftToTheCaller) {
-    AttributeList const none;
+    const AttributeList none;
     EXPECT_FALSE(check(none, true, true));
     EXPECT_TRUE(check(none, true, false));
     EXPECT_EQ(codeOf([&] { GetSignerCertIdEx(none.get(), true); }), 0x80092004u);
@@ -126,7 +126,7 @@ TEST_F(SigningCertificateAttributes, EachHasToNameTheCertificate) {
     list.add(v1(mine_));
     list.add(v2(foreign_));
     EXPECT_FALSE(check(list, true));
-    auto const winner = GetSignerCertIdEx(list.get(), true);
+    const auto winner = GetSignerCertIdEx(list.get(), true);
     EXPECT_TRUE(ASN1::OtherCertIDMatches(winner, foreign_)) << "the second version counts first";
 }
 
@@ -140,8 +140,8 @@ TEST_F(SigningCertificateAttributes, OnlyTheFirstCertificateCounts) {
 }
 
 TEST_F(SigningCertificateAttributes, IssuerAndSerialNumberCountWhereTheyStand) {
-    auto idWith = [&](CBlob const& source) {
-        auto const issuerSerial = ASN1::GetIssuerSerialFromCertificate(source);
+    auto idWith = [&](const CBlob& source) {
+        const auto issuerSerial = ASN1::GetIssuerSerialFromCertificate(source);
         ASN1::CESSCertIDv2 id(hashOf(mine_, sha256Oid));
         id.put_issuerSerial(&issuerSerial);
         ASN1::CESSCertIDv2List certificates;
@@ -155,7 +155,7 @@ TEST_F(SigningCertificateAttributes, IssuerAndSerialNumberCountWhereTheyStand) {
 }
 
 TEST_F(SigningCertificateAttributes, MalformedOnesAreFailures) {
-    auto const good = v1(mine_);
+    const auto good = v1(mine_);
     AttributeList doubled;
     doubled.add(good);
     doubled.add(good);

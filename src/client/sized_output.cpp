@@ -8,8 +8,8 @@
 
 namespace Halcyon::PKI::TSP::Client {
 
-void deliver(CBlob const& bytes, unsigned char* out, unsigned long* size) {
-    auto const room = std::exchange(*size, bytes.cbData());
+void deliver(const CBlob& bytes, unsigned char* out, unsigned long* size) {
+    const auto room = std::exchange(*size, bytes.cbData());
     if (!out) {
         return;
     }

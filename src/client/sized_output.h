@@ -7,6 +7,6 @@ namespace Halcyon::PKI::TSP::Client {
 
 // `*size` is the room at `out` and gets the length of `bytes`; a null `out` ends it there. Throws
 // CAtlException 0x800700EA, having copied nothing, when the room is too small.
-void deliver(CBlob const& bytes, unsigned char* out, unsigned long* size);
+void deliver(const CBlob& bytes, unsigned char* out, unsigned long* size);
 
 } // namespace Halcyon::PKI::TSP::Client

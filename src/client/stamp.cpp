@@ -45,7 +45,7 @@ CStamp::Impl::Impl() {
     openStore();
 }
 
-CStamp::Impl::Impl(Impl const& source)
+CStamp::Impl::Impl(const Impl& source)
     : status(source.status), statusString(source.statusString), failInfo(source.failInfo),
       hasStatus(source.hasStatus), certificates(source.certificates), policyID(source.policyID),
       nonce(source.nonce), serialNumber(source.serialNumber), time(source.time),
@@ -54,12 +54,12 @@ CStamp::Impl::Impl(Impl const& source)
       dataHashAlgOID(source.dataHashAlgOID), signatureAlgOID(source.signatureAlgOID),
       tsa(source.tsa), tsaBlob(source.tsaBlob), dataHash(source.dataHash), token(source.token),
       signature(source.signature), decoded_(source.decoded_) {
-    for (auto const& extension : source.extensions) {
+    for (const auto& extension : source.extensions) {
         extensions.insert(extension);
     }
 }
 
-CStamp::Impl& CStamp::Impl::operator=(Impl const& source) {
+CStamp::Impl& CStamp::Impl::operator=(const Impl& source) {
     clear();
     status = source.status;
     statusString = source.statusString;
@@ -84,7 +84,7 @@ CStamp::Impl& CStamp::Impl::operator=(Impl const& source) {
     decoded_ = source.decoded_;
     certificates = source.certificates;
     // The target keeps its own as well.
-    for (auto const& extension : source.extensions) {
+    for (const auto& extension : source.extensions) {
         extensions.insert(extension);
     }
     return *this;
@@ -98,9 +98,9 @@ void CStamp::Impl::requireToken() const {
 
 CStamp::CStamp() : impl_(new Impl) {}
 
-CStamp::CStamp(CStamp const& other) : impl_(new Impl(*other.impl_)) {}
+CStamp::CStamp(const CStamp& other) : impl_(new Impl(*other.impl_)) {}
 
-CStamp& CStamp::operator=(CStamp const& other) {
+CStamp& CStamp::operator=(const CStamp& other) {
     *impl_ = *other.impl_;
     return *this;
 }
@@ -122,7 +122,7 @@ unsigned int CStamp::get_Status() const {
     return impl_->status;
 }
 
-wchar_t const* CStamp::get_StatusString() const {
+const wchar_t* CStamp::get_StatusString() const {
     requireStatus(impl_->hasStatus);
     return impl_->statusString.c_str();
 }
@@ -137,7 +137,7 @@ void* CStamp::get_Certificates() const {
     return impl_->certificates.get();
 }
 
-_CERT_CONTEXT const* CStamp::get_TSACertificate(void** stores, unsigned long count) const {
+const _CERT_CONTEXT* CStamp::get_TSACertificate(void** stores, unsigned long count) const {
     impl_->requireToken();
     if (impl_->GetTSACertBySigAttr(stores, count, nullptr) < 0 &&
         impl_->GetTSACertByIssSerial(stores, count) < 0) {
@@ -151,7 +151,7 @@ unsigned int CStamp::get_DataHashAlg() const {
     return impl_->dataHashAlg;
 }
 
-char const* CStamp::get_DataHashAlgOID() const {
+const char* CStamp::get_DataHashAlgOID() const {
     impl_->requireToken();
     return impl_->dataHashAlgOID.c_str();
 }
@@ -161,7 +161,7 @@ void CStamp::get_DataHash(unsigned char* out, unsigned long* size) const {
     deliver(impl_->dataHash, out, size);
 }
 
-char const* CStamp::get_PolicyID() const {
+const char* CStamp::get_PolicyID() const {
     impl_->requireToken();
     return impl_->policyID.c_str();
 }
@@ -171,7 +171,7 @@ void CStamp::get_SerialNumber(unsigned char* out, unsigned long* size) const {
     deliver(impl_->serialNumber, out, size);
 }
 
-CDateTime const& CStamp::get_Time() const {
+const CDateTime& CStamp::get_Time() const {
     impl_->requireToken();
     return impl_->time;
 }
@@ -191,7 +191,7 @@ bool CStamp::get_HasNonce() const {
     return impl_->nonce.cbData() != 0;
 }
 
-wchar_t const* CStamp::get_TSA() const {
+const wchar_t* CStamp::get_TSA() const {
     impl_->requireToken();
     return impl_->tsa.c_str();
 }
@@ -209,41 +209,41 @@ long CStamp::get_DefaultAccuracy() const {
     return impl_->defaultAccuracy;
 }
 
-int CStamp::Compare(CStamp const* other) const {
-    auto const& a = *impl_;
-    auto const& b = *other->impl_;
+int CStamp::Compare(const CStamp* other) const {
+    const auto& a = *impl_;
+    const auto& b = *other->impl_;
     b.requireToken();
     if (a.time == b.time) {
         return 0;
     }
-    int const byTime = a.time < b.time ? -1 : 1;
+    const int byTime = a.time < b.time ? -1 : 1;
     if (a.tsaBlob == b.tsaBlob && a.ordering && b.ordering) {
         return byTime;
     }
     a.requireToken();
-    auto accuracyOf = [](Impl const& stamp) {
+    auto accuracyOf = [](const Impl& stamp) {
         return static_cast<std::uint32_t>(stamp.accuracy == -1 ? stamp.defaultAccuracy
                                                                : stamp.accuracy);
     };
-    auto const accuracyA = accuracyOf(a);
-    auto const accuracyB = accuracyOf(b);
+    const auto accuracyA = accuracyOf(a);
+    const auto accuracyB = accuracyOf(b);
     constexpr std::uint32_t none = 0xFFFFFFFFu;
     if (accuracyA == none || accuracyB == none) {
         return 0;
     }
-    CDateTimeSpan const spanA(0, accuracyA);
-    CDateTimeSpan const spanB(0, accuracyB);
+    const CDateTimeSpan spanA(0, accuracyA);
+    const CDateTimeSpan spanB(0, accuracyB);
     if (!(a.time + spanA < b.time - spanB) && !(b.time + spanB < a.time - spanA)) {
         return 0;
     }
     return byTime;
 }
 
-int CStamp::Verify(_CERT_CONTEXT const* certificate, char const* extensionList) const {
+int CStamp::Verify(const _CERT_CONTEXT* certificate, const char* extensionList) const {
     return impl_->verify(certificate, extensionList);
 }
 
-int CStamp::VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
+int CStamp::VerifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                               unsigned long count) const {
     return impl_->verifyCertificate(certificate, stores, count);
 }

@@ -27,9 +27,9 @@ class CRequest;
 class CHRONOSEAL_API CStamp {
 public:
     CStamp();
-    CStamp(CStamp const& other);
+    CStamp(const CStamp& other);
     // A stamp that is assigned to itself becomes empty.
-    CStamp& operator=(CStamp const& other);
+    CStamp& operator=(const CStamp& other);
     ~CStamp();
 
     // Reads a TimeStampResp, or else a bare token. With a request the hash and the nonce have to be
@@ -39,7 +39,7 @@ public:
     // doesn't know. If it fails, the stamp that was there before is gone. The signer found and the
     // message opened for an earlier token are kept: use a new object for bytes that have nothing to
     // do with the earlier ones.
-    void Import(unsigned char const* data, unsigned long size, CRequest const* request);
+    void Import(const unsigned char* data, unsigned long size, const CRequest* request);
     // The token's DER, for an application to store. `*size` is the room at `out` and gets the
     // length; a null `out` asks for the length alone; too little room throws 0x800700EA. Failure
     // bits of the answer throw instead: 0x80090008 (bad algorithm), 0x80090029, 0x80090005 (bad
@@ -51,7 +51,7 @@ public:
     // PKIStatus: 0 granted, 1 granted with changes, 2 to 5 refused.
     unsigned int get_Status() const;
     // The authority's words, all of them joined.
-    wchar_t const* get_StatusString() const;
+    const wchar_t* get_StatusString() const;
     // PKIFailureInfo, bit n as 1 << n.
     unsigned int get_FailInfo() const;
 
@@ -61,28 +61,28 @@ public:
     void* get_Certificates() const;
     // The signer's certificate: looked for in that store, in those given (null entries are passed
     // over), and in the user's store "AddressBook". Null when it isn't found.
-    _CERT_CONTEXT const* get_TSACertificate(void** stores, unsigned long count) const;
+    const _CERT_CONTEXT* get_TSACertificate(void** stores, unsigned long count) const;
 
     // -- The token's fields. Sizes and buffers as in Export.
 
     // The hash algorithm as the platform's number and as dotted text, and the hash that was
     // stamped.
     unsigned int get_DataHashAlg() const;
-    char const* get_DataHashAlgOID() const;
+    const char* get_DataHashAlgOID() const;
     void get_DataHash(unsigned char* out, unsigned long* size) const;
     // The authority's policy as dotted text.
-    char const* get_PolicyID() const;
+    const char* get_PolicyID() const;
     // Big-endian two's complement.
     void get_SerialNumber(unsigned char* out, unsigned long* size) const;
     // The time of the stamp, UTC.
-    CDateTime const& get_Time() const;
+    const CDateTime& get_Time() const;
     // Microseconds modulo 2^32, -1 if the token has none.
     long get_Accuracy() const;
     // Whether the authority promises that its stamps can be ordered by their times alone.
     bool get_Ordering() const;
     bool get_HasNonce() const;
     // The authority's name as text, and as the DER of a GeneralName; empty if the token has none.
-    wchar_t const* get_TSA() const;
+    const wchar_t* get_TSA() const;
     void get_TSABlob(unsigned char* out, unsigned long* size) const;
 
     // What `Compare` takes for the accuracy of a token that has none, in microseconds; -1: nothing.
@@ -91,7 +91,7 @@ public:
     long get_DefaultAccuracy() const;
     // -1 if this stamp is earlier than the other, 1 if it is later, 0 if their accuracies don't
     // allow to say.
-    int Compare(CStamp const* other) const;
+    int Compare(const CStamp* other) const;
 
     // -- Verification.
 
@@ -103,13 +103,13 @@ public:
     // code. `certificate` is tried first; it isn't trusted by being given. `extensionList`: null
     // refuses every critical extension, "*" none; else OIDs joined by ";", which are the ones to
     // refuse.
-    int Verify(_CERT_CONTEXT const* certificate, char const* extensionList) const;
+    int Verify(const _CERT_CONTEXT* certificate, const char* extensionList) const;
     // Returns 0 if the chain of the certificate (null: the signer's) was good at the stamp's time,
     // else the platform's verdict. `stores` are open stores in which to look for the signer and for
     // its issuers; null entries are passed over. Throws where there is nothing to judge:
     // 0x8007139F, 0x80092004 for a signer that isn't found, and the platform's code where it can't
     // judge.
-    int VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
+    int VerifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                           unsigned long count) const;
 
 private:

@@ -30,9 +30,9 @@ public:
     Impl();
     // Shares the source's store; the signer's certificate and the message are found and opened
     // anew.
-    Impl(Impl const& source);
+    Impl(const Impl& source);
     // Empties the target first, but for its extensions, signer's certificate and message.
-    Impl& operator=(Impl const& source);
+    Impl& operator=(const Impl& source);
 
     // Leaves tsaCertificate, cryptMsg, ordering, version, dataHashAlg and extensions.
     void clear();
@@ -40,10 +40,10 @@ public:
     void requireToken() const;
 
     // Steps of an import.
-    void readStatus(CResponse const& response);
-    void readToken(CToken const& token);
-    void compareWith(CBlob const& requestHash, ASN1::CBigInteger const& requestNonce) const;
-    void accept(CBlob const& bytes, std::shared_ptr<CToken const> decoded);
+    void readStatus(const CResponse& response);
+    void readToken(const CToken& token);
+    void compareWith(const CBlob& requestHash, ASN1::const CBigInteger& requestNonce) const;
+    void accept(const CBlob& bytes, std::shared_ptr<const CToken> decoded);
     HRESULT AppendCertificateValuesToCertificates();
 
     // 0x80004005 if the message is open already. A message that can't be fed stays open.
@@ -51,11 +51,11 @@ public:
     HRESULT IsContentTypeMatch();
     HRESULT GetTSAOtherCertID(ASN1::COtherCertID& id);
     // Find the signer's certificate by the signed attributes, and by the signer's identifier.
-    HRESULT GetTSACertBySigAttr(void** stores, unsigned long count, _CERT_CONTEXT const* hint);
+    HRESULT GetTSACertBySigAttr(void** stores, unsigned long count, const _CERT_CONTEXT* hint);
     HRESULT GetTSACertByIssSerial(void** stores, unsigned long count);
 
-    HRESULT verify(_CERT_CONTEXT const* certificate, char const* extensionList);
-    HRESULT verifyCertificate(_CERT_CONTEXT const* certificate, void** stores, unsigned long count);
+    HRESULT verify(const _CERT_CONTEXT* certificate, const char* extensionList);
+    HRESULT verifyCertificate(const _CERT_CONTEXT* certificate, void** stores, unsigned long count);
 
     unsigned int status = 0;
     std::wstring statusString;
@@ -84,16 +84,16 @@ public:
 
 private:
     void openStore();
-    void readNames(CToken const& source);
-    void addCertificate(CBlob const& der);
+    void readNames(const CToken& source);
+    void addCertificate(const CBlob& der);
     HRESULT openMessageOnDemand();
-    CToken const& decodedToken();
-    _CERT_CONTEXT const* certificateToJudge(_CERT_CONTEXT const* given, void** stores,
+    const CToken& decodedToken();
+    const _CERT_CONTEXT* certificateToJudge(const _CERT_CONTEXT* given, void** stores,
                                             unsigned long count);
     ATL2::CCertStore collectStores(void** stores, unsigned long count) const;
-    HRESULT judgeChain(_CERT_CONTEXT const* certificate, ATL2::CCertStore const& stores) const;
+    HRESULT judgeChain(const _CERT_CONTEXT* certificate, ATL2::const CCertStore& stores) const;
 
-    std::shared_ptr<CToken const> decoded_; // `token`, taken apart
+    std::shared_ptr<const CToken> decoded_; // `token`, taken apart
     bool messageIsCurrent_ = false;         // `cryptMsg` holds `token`, and not an earlier one
 };
 

@@ -25,20 +25,20 @@ constexpr unsigned int lastGranted = 1;
 constexpr unsigned int lastKnown = 6;
 
 // In 32 bits: more than 4294 seconds wrap.
-long microsecondsOf(std::uint32_t const* accuracy) {
-    std::uint32_t const total = accuracy[0] * 1000000u + accuracy[1] * 1000u + accuracy[2];
+long microsecondsOf(const std::uint32_t* accuracy) {
+    const std::uint32_t total = accuracy[0] * 1000000u + accuracy[1] * 1000u + accuracy[2];
     return static_cast<long>(total);
 }
 
-unsigned int algIdOf(std::string const& oid) {
-    auto const algId = CertOIDToAlgId(oid.c_str());
+unsigned int algIdOf(const std::string& oid) {
+    const auto algId = CertOIDToAlgId(oid.c_str());
     if (algId == 0) {
         ATL::AtlThrowImpl(resultFromLastError(hr(NTE_BAD_ALGID)));
     }
     return algId;
 }
 
-bool decodes(CResponse& response, CBlob const& bytes) {
+bool decodes(CResponse& response, const CBlob& bytes) {
     try {
         response.decode(bytes);
         return true;
@@ -49,13 +49,13 @@ bool decodes(CResponse& response, CBlob const& bytes) {
 
 } // namespace
 
-void CStamp::Import(unsigned char const* data, unsigned long size, CRequest const* request) {
+void CStamp::Import(const unsigned char* data, unsigned long size, const CRequest* request) {
     trace("Import", "Importing time-stamp...\n");
     auto& stamp = *impl_;
     stamp.clear();
     CBlob bytes(data, size);
     CResponse response;
-    std::shared_ptr<CToken const> token;
+    std::shared_ptr<const CToken> token;
     if (decodes(response, bytes)) {
         trace("Import", "Checking status of time-stamp response...\n");
         stamp.readStatus(response);
@@ -112,11 +112,11 @@ void CStamp::Impl::openStore() {
     certificates.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
 }
 
-void CStamp::Impl::readStatus(CResponse const& response) {
-    auto const& info = *response.get_status();
+void CStamp::Impl::readStatus(const CResponse& response) {
+    const auto& info = *response.get_status();
     status = info.get_pkiStatus();
     statusString.clear();
-    for (auto const& text : info.get_statusString()) {
+    for (const auto& text : info.get_statusString()) {
         statusString += text.get_value();
     }
     failInfo = info.get_failureInfo().get_value();
@@ -126,7 +126,7 @@ void CStamp::Impl::readStatus(CResponse const& response) {
     hasStatus = true;
 }
 
-void CStamp::Impl::readToken(CToken const& source) {
+void CStamp::Impl::readToken(const CToken& source) {
     version = source.get_version();
     if (source.get_accuracy()) {
         accuracy = microsecondsOf(source.get_accuracy());
@@ -147,30 +147,30 @@ void CStamp::Impl::readToken(CToken const& source) {
     signature = source.get_signerInfo().get_signature();
     readNames(source);
     if (source.get_certificates()) {
-        for (auto const& certificate : *source.get_certificates()) {
+        for (const auto& certificate : *source.get_certificates()) {
             addCertificate(certificate);
         }
     }
 }
 
-void CStamp::Impl::readNames(CToken const& source) {
+void CStamp::Impl::readNames(const CToken& source) {
     if (source.get_tsa()) {
         tsaBlob = source.get_tsa()->encode();
         tsa = source.get_tsa()->toString().c_str();
     }
     extensions.clear();
     if (source.get_extensions()) {
-        for (auto const& extension : *source.get_extensions()) {
+        for (const auto& extension : *source.get_extensions()) {
             extensions.insert(extension);
         }
     }
 }
 
-void CStamp::Impl::addCertificate(CBlob const& der) {
+void CStamp::Impl::addCertificate(const CBlob& der) {
     if (!certificates.get()) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
-    ATL2::CCertContext const context(CertCreateCertificateContext(
+    const ATL2::CCertContext context(CertCreateCertificateContext(
         ATL2::anyEncoding, der.pbData(), static_cast<DWORD>(der.cbData())));
     if (!context || !CertAddCertificateContextToStore(certificates.get(), context.get(),
                                                       CERT_STORE_ADD_ALWAYS, nullptr)) {
@@ -178,21 +178,21 @@ void CStamp::Impl::addCertificate(CBlob const& der) {
     }
 }
 
-void CStamp::Impl::compareWith(CBlob const& requestHash,
-                               ASN1::CBigInteger const& requestNonce) const {
+void CStamp::Impl::compareWith(const CBlob& requestHash,
+                               ASN1::const CBigInteger& requestNonce) const {
     if (requestHash != dataHash) {
         ATL::AtlThrowImpl(hr(CRYPT_E_HASH_VALUE));
     }
-    bool const anyNonce = requestNonce.cbData() != 0 || nonce.cbData() != 0;
+    const bool anyNonce = requestNonce.cbData() != 0 || nonce.cbData() != 0;
     if (anyNonce && requestNonce != nonce) {
         ATL::AtlThrowImpl(hr(resultNonceDiffers));
     }
 }
 
-void CStamp::Impl::accept(CBlob const& bytes, std::shared_ptr<CToken const> decoded) {
+void CStamp::Impl::accept(const CBlob& bytes, std::shared_ptr<const CToken> decoded) {
     token = bytes;
     decoded_ = std::move(decoded);
-    if (auto const result = AppendCertificateValuesToCertificates(); result < 0) {
+    if (const auto result = AppendCertificateValuesToCertificates(); result < 0) {
         ATL::AtlThrowImpl(result);
     }
 }
@@ -200,7 +200,7 @@ void CStamp::Impl::accept(CBlob const& bytes, std::shared_ptr<CToken const> deco
 // The certificates of a long-term signature stand in an unsigned attribute (RFC 5126, 6.3.3).
 HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
     if (!cryptMsg) {
-        auto const result = InitializeCryptMsg();
+        const auto result = InitializeCryptMsg();
         // A digest that the platform can't compute leaves the attributes readable.
         if (result < 0 && result != hr(NTE_BAD_ALGID) && result != hr(CRYPT_E_UNKNOWN_ALGO)) {
             return result;
@@ -210,22 +210,22 @@ HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
     if (cryptMsg.GetParam(CMSG_SIGNER_UNAUTH_ATTR_PARAM, 0, buffer) < 0) {
         return 0;
     }
-    auto const& attributes = *reinterpret_cast<CRYPT_ATTRIBUTES const*>(buffer.GetString());
+    const auto& attributes = *reinterpret_cast<const CRYPT_ATTRIBUTES*>(buffer.GetString());
     try {
         for (DWORD i = 0; i < attributes.cAttr; ++i) {
-            auto const& attribute = attributes.rgAttr[i];
+            const auto& attribute = attributes.rgAttr[i];
             if (std::strcmp(attribute.pszObjId, certValuesOid) != 0) {
                 continue;
             }
             for (DWORD j = 0; j < attribute.cValue; ++j) {
                 ASN1::CCertificateValues values;
                 values.decode(CBlob(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData));
-                for (auto const& certificate : values) {
+                for (const auto& certificate : values) {
                     addCertificate(certificate);
                 }
             }
         }
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return failure.m_hr;
     }
     return 0;

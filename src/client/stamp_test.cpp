@@ -20,7 +20,7 @@ constexpr std::uint32_t noStamp = 0x8007139F;
 
 using Getter = void (CStamp::*)(unsigned char*, unsigned long*) const;
 
-std::string delivered(CStamp const& stamp, Getter getter) {
+std::string delivered(const CStamp& stamp, Getter getter) {
     unsigned long size = 0;
     (stamp.*getter)(nullptr, &size);
     std::string bytes(size, '\0');
@@ -32,8 +32,8 @@ class Stamp : public ::testing::Test {
 protected:
     Stamp() { testing::Configuration::instance().set(""); }
 
-    std::string token(TstInfo const& info = {}) { return authority_.token(info.encode()); }
-    CStamp imported(TstInfo const& info) {
+    std::string token(const TstInfo& info = {}) { return authority_.token(info.encode()); }
+    CStamp imported(const TstInfo& info) {
         CStamp stamp;
         import(stamp, token(info));
         return stamp;
@@ -44,7 +44,7 @@ protected:
 
 void expectNoStamp(CStamp& stamp) {
     unsigned long size = 0;
-    for (auto const getter :
+    for (const auto getter :
          {&CStamp::get_DataHash, &CStamp::get_SerialNumber, &CStamp::get_TSABlob}) {
         EXPECT_EQ(codeOf([&] { (stamp.*getter)(nullptr, &size); }), noStamp);
     }
@@ -71,7 +71,7 @@ TEST_F(Stamp, IsEmptyAtFirstAndAfterAFailedImport) {
         EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), noStamp);
     };
     expectEmpty();
-    for (auto const& bytes : {std::string(), std::string("\x30"), token().substr(0, 40)}) {
+    for (const auto& bytes : {std::string(), std::string("\x30"), token().substr(0, 40)}) {
         import(stamp, token());
         EXPECT_EQ(codeOf([&] { import(stamp, bytes); }), 0x80093101u);
         expectEmpty();
@@ -86,7 +86,7 @@ TEST_F(Stamp, ReadsEveryFieldOfABareToken) {
     info.nonce = std::string("\0\xFF", 2);
     info.tsa = authority_.name();
     info.genTime = "20240601120000.25Z";
-    auto const der = token(info);
+    const auto der = token(info);
     CStamp stamp;
     import(stamp, der);
     EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
@@ -105,7 +105,7 @@ TEST_F(Stamp, ReadsEveryFieldOfABareToken) {
 }
 
 TEST_F(Stamp, ReadsATokenWithoutOptionalFields) {
-    auto const stamp = imported({});
+    const auto stamp = imported({});
     EXPECT_EQ(stamp.get_Accuracy(), -1);
     EXPECT_FALSE(stamp.get_Ordering());
     EXPECT_FALSE(stamp.get_HasNonce());
@@ -114,8 +114,8 @@ TEST_F(Stamp, ReadsATokenWithoutOptionalFields) {
 }
 
 TEST_F(Stamp, KeepsTheExactBytesOfAnAnswersToken) {
-    auto const der = token();
-    for (int const status : {0, 1}) {
+    const auto der = token();
+    for (const int status : {0, 1}) {
         CStamp stamp;
         import(stamp,
                testing::response(status, der,
@@ -128,7 +128,7 @@ TEST_F(Stamp, KeepsTheExactBytesOfAnAnswersToken) {
 
 TEST_F(Stamp, RefusalHasAStatusAndNoToken) {
     CStamp stamp;
-    for (int const status : {2, 3, 5, 6}) {
+    for (const int status : {2, 3, 5, 6}) {
         import(stamp, testing::response(status, ""));
         EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
         expectNoStamp(stamp);
@@ -141,12 +141,12 @@ TEST_F(Stamp, RefusalHasAStatusAndNoToken) {
 }
 
 TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
-    auto const der = token();
+    const auto der = token();
     struct Case {
         unsigned int bits;
         std::uint32_t code;
     };
-    for (auto const& [bits, code] :
+    for (const auto& [bits, code] :
          {Case{1u << 0, 0x80090008}, Case{1u << 2, 0x80090029}, Case{1u << 5, 0x80090005},
           Case{1u << 15, 0x80090029}, Case{1u << 16, 0x80090029}, Case{1u << 17, noStamp},
           Case{1u << 25, noStamp}, Case{1u << 1 | 1u << 2, noStamp},
@@ -163,7 +163,7 @@ TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
 }
 
 TEST_F(Stamp, DeliversBySizeAndBuffer) {
-    auto const stamp = imported({});
+    const auto stamp = imported({});
     unsigned char buffer[32] = {};
     unsigned long size = 31;
     EXPECT_EQ(codeOf([&] { stamp.get_DataHash(buffer, &size); }), 0x800700EAu);
@@ -195,7 +195,7 @@ TEST_F(Stamp, UnsupportedKindOfNameIsLeftOut) {
 }
 
 TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
-    auto at = [&](char const* time, int seconds, bool ordering = false, bool named = false) {
+    auto at = [&](const char* time, int seconds, bool ordering = false, bool named = false) {
         TstInfo info;
         info.genTime = time;
         info.ordering = ordering;
@@ -210,7 +210,7 @@ TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
     };
     constexpr char early[] = "20240601120000Z";
     constexpr char late[] = "20240601120010Z";
-    auto compare = [](CStamp const& a, CStamp const& b) {
+    auto compare = [](const CStamp& a, const CStamp& b) {
         EXPECT_EQ(a.Compare(&b), -b.Compare(&a));
         return a.Compare(&b);
     };
@@ -229,7 +229,7 @@ TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
     EXPECT_EQ(a.get_Accuracy(), -1);
     import(a, token());
     EXPECT_EQ(a.get_DefaultAccuracy(), -1);
-    CStamp const empty;
+    const CStamp empty;
     EXPECT_EQ(codeOf([&] { a.Compare(&empty); }), noStamp);
     EXPECT_EQ(codeOf([&] { empty.Compare(&a); }), noStamp);
 }
@@ -250,12 +250,12 @@ TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
 }
 
 TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
-    auto const der = authority_.token(TstInfo().encode(), {.withCertificates = false});
-    auto const* place = testing::bytes(der);
-    std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> const message(
+    const auto der = authority_.token(TstInfo().encode(), {.withCertificates = false});
+    const auto* place = testing::bytes(der);
+    const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
         d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())), &CMS_ContentInfo_free);
     auto* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
-    auto addValues = [&](std::string const& value) {
+    auto addValues = [&](const std::string& value) {
         CMS_unsigned_add1_attr_by_txt(signer, "1.2.840.113549.1.9.16.2.23", V_ASN1_SEQUENCE,
                                       value.data(), static_cast<int>(value.size()));
         return testing::der(message.get(), &i2d_CMS_ContentInfo);
@@ -274,8 +274,8 @@ TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
 }
 
 TEST_F(Stamp, ReusedObjectKeepsTheOpenedMessage) {
-    auto const first = authority_.token(TstInfo().encode());
-    auto const second = authority_.token(TstInfo().encode(), {.flags = 0}); // names no certificate
+    const auto first = authority_.token(TstInfo().encode());
+    const auto second = authority_.token(TstInfo().encode(), {.flags = 0}); // names no certificate
     CStamp stamp;
     import(stamp, second);
     EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80092004u);

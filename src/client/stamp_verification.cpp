@@ -25,21 +25,21 @@ constexpr HRESULT notFound = hr(0x80092004u);
 constexpr char tstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
 constexpr char function[] = "VerifyCertificate";
 
-CBlob encodedBytes(_CERT_CONTEXT const* certificate) {
+CBlob encodedBytes(const _CERT_CONTEXT* certificate) {
     return CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded);
 }
 
 // The list names the critical extensions to refuse; without one all of them are.
-HRESULT judgeExtensions(ASN1::CExtensions const& extensions, char const* list) {
+HRESULT judgeExtensions(ASN1::const CExtensions& extensions, const char* list) {
     if (list && std::strcmp(list, "*") == 0) {
         return 0;
     }
-    auto const bracketed = list ? ";" + std::string(list) + ";" : std::string();
-    for (auto const& extension : extensions) {
+    const auto bracketed = list ? ";" + std::string(list) + ";" : std::string();
+    for (const auto& extension : extensions) {
         if (!extension.get_critical()) {
             continue;
         }
-        auto const needle = ";" + std::string(extension.get_extnID()) + ";";
+        const auto needle = ";" + std::string(extension.get_extnID()) + ";";
         if (!list || bracketed.find(needle) != std::string::npos) {
             return refusedExtension;
         }
@@ -47,9 +47,9 @@ HRESULT judgeExtensions(ASN1::CExtensions const& extensions, char const* list) {
     return 0;
 }
 
-ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* certificate,
-                                   ATL2::CCertStore const& stores) {
-    ATL2::CCertContext const held(CertDuplicateCertificateContext(certificate));
+ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate,
+                                   ATL2::const CCertStore& stores) {
+    const ATL2::CCertContext held(CertDuplicateCertificateContext(certificate));
     if (!held) {
         ATL::AtlThrowImpl(failed);
     }
@@ -60,7 +60,7 @@ ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* certificate,
                                  CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT |
                                      CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,
                                  nullptr, chain.put())) {
-        if (auto const result = resultFromLastError(); result < 0) {
+        if (const auto result = resultFromLastError(); result < 0) {
             ATL::AtlThrowImpl(result);
         }
     }
@@ -68,7 +68,7 @@ ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* certificate,
 }
 
 // The platform's verdict on the chain at the time given.
-HRESULT judgeAt(ATL2::CCertChainContext const& chain, FILETIME const& time) {
+HRESULT judgeAt(ATL2::const CCertChainContext& chain, const FILETIME& time) {
     BASALT_TIME_STAMP_POLICY_PARA extra{};
     extra.cbSize = sizeof(extra);
     extra.pCheckTime = &time;
@@ -98,7 +98,7 @@ HRESULT CStamp::Impl::InitializeCryptMsg() {
     }
     cryptMsg = ATL2::CCryptMsg(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
     if (!cryptMsg) {
-        if (auto const result = resultFromLastError(); result != 0) {
+        if (const auto result = resultFromLastError(); result != 0) {
             return result;
         }
     }
@@ -114,13 +114,13 @@ HRESULT CStamp::Impl::openMessageOnDemand() {
 }
 
 HRESULT CStamp::Impl::IsContentTypeMatch() {
-    if (auto const result = openMessageOnDemand(); result < 0) {
+    if (const auto result = openMessageOnDemand(); result < 0) {
         return result;
     }
     return MatchEContentType(cryptMsg.get(), 0, tstInfoOid, false) ? 0 : failed;
 }
 
-CToken const& CStamp::Impl::decodedToken() {
+const CToken& CStamp::Impl::decodedToken() {
     if (!decoded_) {
         auto fresh = std::make_shared<CToken>();
         fresh->decode(token);
@@ -129,23 +129,23 @@ CToken const& CStamp::Impl::decodedToken() {
     return *decoded_;
 }
 
-HRESULT CStamp::Impl::verify(_CERT_CONTEXT const* certificate, char const* extensionList) {
-    if (auto const result = GetTSACertBySigAttr(nullptr, 0, certificate); result < 0) {
+HRESULT CStamp::Impl::verify(const _CERT_CONTEXT* certificate, const char* extensionList) {
+    if (const auto result = GetTSACertBySigAttr(nullptr, 0, certificate); result < 0) {
         return result;
     }
     if (IsContentTypeMatch() < 0) {
         return failed;
     }
-    auto const& source = decodedToken();
+    const auto& source = decodedToken();
     // A message of an earlier token would answer for that one.
-    HCRYPTMSG const message = messageIsCurrent_ ? cryptMsg.get() : nullptr;
+    const HCRYPTMSG message = messageIsCurrent_ ? cryptMsg.get() : nullptr;
     if (!source.verify(tsaCertificate.get(), message)) {
         return badSignature;
     }
     return source.get_extensions() ? judgeExtensions(*source.get_extensions(), extensionList) : 0;
 }
 
-_CERT_CONTEXT const* CStamp::Impl::certificateToJudge(_CERT_CONTEXT const* given, void** stores,
+const _CERT_CONTEXT* CStamp::Impl::certificateToJudge(const _CERT_CONTEXT* given, void** stores,
                                                       unsigned long count) {
     if (given) {
         return given;
@@ -182,9 +182,9 @@ ATL2::CCertStore CStamp::Impl::collectStores(void** stores, unsigned long count)
     return collection;
 }
 
-HRESULT CStamp::Impl::verifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
+HRESULT CStamp::Impl::verifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                                         unsigned long count) {
-    auto const* const judged = certificateToJudge(certificate, stores, count);
+    const auto* const judged = certificateToJudge(certificate, stores, count);
     // Told, but not held against the certificate: what it is for, the chain decides.
     if (!CheckSignerCertId(cryptMsg.get(), 0, encodedBytes(judged), true, true)) {
         trace(function, "Signer certificate does not match authenticated attributes\n");
@@ -192,9 +192,9 @@ HRESULT CStamp::Impl::verifyCertificate(_CERT_CONTEXT const* certificate, void**
     return judgeChain(judged, collectStores(stores, count));
 }
 
-HRESULT CStamp::Impl::judgeChain(_CERT_CONTEXT const* certificate,
-                                 ATL2::CCertStore const& stores) const {
-    auto const chain = buildChain(certificate, stores);
+HRESULT CStamp::Impl::judgeChain(const _CERT_CONTEXT* certificate,
+                                 ATL2::const CCertStore& stores) const {
+    const auto chain = buildChain(certificate, stores);
     requireToken();
     return judgeAt(chain, time.getFileTime());
 }

@@ -23,14 +23,14 @@ class Verification : public ::testing::Test {
 protected:
     Verification() { testing::Configuration::instance().set(""); }
 
-    std::uint32_t verdict(std::string const& der, char const* extensions = nullptr,
-                          _CERT_CONTEXT const* hint = nullptr) {
+    std::uint32_t verdict(const std::string& der, const char* extensions = nullptr,
+                          const _CERT_CONTEXT* hint = nullptr) {
         CStamp stamp;
         import(stamp, der);
         return static_cast<std::uint32_t>(stamp.Verify(hint, extensions));
     }
-    std::uint32_t chainVerdict(Authority const& authority, TstInfo const& info) {
-        testing::Trust const trust(authority.rootDer());
+    std::uint32_t chainVerdict(const Authority& authority, const TstInfo& info) {
+        const testing::Trust trust(authority.rootDer());
         CStamp stamp;
         import(stamp, authority.token(info.encode()));
         return static_cast<std::uint32_t>(stamp.VerifyCertificate(nullptr, nullptr, 0));
@@ -44,11 +44,11 @@ TEST_F(Verification, ExtensionListNamesWhatIsRefused) {
     constexpr std::uint32_t refused = 0x800B0105;
     struct Case {
         std::string extensions;
-        char const* list;
+        const char* list;
         std::uint32_t code;
     };
-    auto const critical = testing::extension("1.2.3", true);
-    for (auto const& [extensions, list, code] :
+    const auto critical = testing::extension("1.2.3", true);
+    for (const auto& [extensions, list, code] :
          {Case{"", nullptr, 0}, Case{critical, nullptr, refused}, Case{critical, "*", 0},
           Case{critical, "", 0}, Case{critical, "1.2.3", refused}, Case{critical, "1.2.4", 0},
           Case{critical, "5.1.2.3;1.2.34", 0}, Case{critical, "1.2.4;1.2.3", refused},
@@ -68,8 +68,8 @@ TEST_F(Verification, RefusesOtherContent) {
 }
 
 TEST_F(Verification, RefusesAChangedToken) {
-    auto const der = authority_.token(TstInfo().encode());
-    auto changedAt = [&](std::string const& part) {
+    const auto der = authority_.token(TstInfo().encode());
+    auto changedAt = [&](const std::string& part) {
         auto changed = der;
         changed[changed.find(part) + part.size() - 1] ^= 1;
         return verdict(changed);
@@ -84,7 +84,7 @@ TEST_F(Verification, RefusesAChangedToken) {
 TEST_F(Verification, WantsOneSignerWhoNamesACertificate) {
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.flags = 0})), 0x80092004u);
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.signers = 2})), 0x80090006u);
-    auto const noAttributes = authority_.token(TstInfo().encode(), {.flags = CMS_NOATTR});
+    const auto noAttributes = authority_.token(TstInfo().encode(), {.flags = CMS_NOATTR});
     EXPECT_NE(verdict(noAttributes), 0u);
     CStamp stamp;
     EXPECT_EQ(codeOf([&] {
@@ -97,26 +97,26 @@ TEST_F(Verification, WantsOneSignerWhoNamesACertificate) {
 TEST_F(Verification, FindsTheSignerByEitherKey) {
     CStamp unnamed; // no signing-certificate attribute: by issuer and serial number
     import(unnamed, authority_.token(TstInfo().encode(), {.flags = 0}));
-    auto const* const found = unnamed.get_TSACertificate(nullptr, 0);
+    const auto* const found = unnamed.get_TSACertificate(nullptr, 0);
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(
-        std::string(reinterpret_cast<char const*>(found->pbCertEncoded), found->cbCertEncoded),
+        std::string(reinterpret_cast<const char*>(found->pbCertEncoded), found->cbCertEncoded),
         authority_.signerDer());
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.digest = EVP_sha1()})), 0u)
         << "SigningCertificate of the first version";
 }
 
 TEST_F(Verification, SearchesTheCallersStoresAndTheAddressBook) {
-    auto const der =
+    const auto der =
         authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .withCertificates = false});
-    _CERT_CONTEXT const* found = nullptr;
+    const _CERT_CONTEXT* found = nullptr;
     CStamp stamp;
     import(stamp, der);
     EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
     EXPECT_EQ(codeOf([&] { stamp.VerifyCertificate(nullptr, nullptr, 0); }), 0x80092004u);
     {
-        auto const wrong = storeWith(authority_.rootDer());
-        auto const right = storeWith(authority_.signerDer());
+        const auto wrong = storeWith(authority_.rootDer());
+        const auto right = storeWith(authority_.signerDer());
         void* stores[] = {nullptr, wrong.get(), right.get()};
         found = stamp.get_TSACertificate(stores, 3);
         ASSERT_NE(found, nullptr);
@@ -138,27 +138,27 @@ TEST_F(Verification, SearchesTheCallersStoresAndTheAddressBook) {
 }
 
 TEST_F(Verification, HintIsTriedButNotTrusted) {
-    auto const without =
+    const auto without =
         authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .withCertificates = false});
-    auto const signer = certificateOf(authority_.signerDer());
-    auto const stranger = certificateOf(authority_.rootDer());
+    const auto signer = certificateOf(authority_.signerDer());
+    const auto stranger = certificateOf(authority_.rootDer());
     EXPECT_EQ(verdict(without, nullptr, stranger.get()), 0x80092004u);
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode()), nullptr, stranger.get()), 0u);
     CStamp stamp;
     import(stamp, without);
     EXPECT_EQ(stamp.Verify(signer.get(), nullptr), 0);
-    auto const again = certificateOf(authority_.signerDer());
+    const auto again = certificateOf(authority_.signerDer());
     EXPECT_EQ(stamp.Verify(again.get(), nullptr), 0);
     EXPECT_EQ(stamp.VerifyCertificate(nullptr, nullptr, 0), 0) << "the hint was kept";
 }
 
 TEST_F(Verification, JudgesTheChainAtTheStampsTime) {
-    Authority const expired("20200101000000Z", "20231231000000Z");
+    const Authority expired("20200101000000Z", "20231231000000Z");
     TstInfo then;
     then.genTime = "20220601000000Z";
     EXPECT_EQ(chainVerdict(expired, then), 0u);
     EXPECT_EQ(chainVerdict(expired, {}), 0x800B0101u);
-    Authority const future("20250101000000Z", "20491231000000Z");
+    const Authority future("20250101000000Z", "20491231000000Z");
     EXPECT_EQ(chainVerdict(future, {}), 0x800B0101u);
     EXPECT_EQ(chainVerdict(authority_, {}), 0u);
 }
@@ -166,11 +166,11 @@ TEST_F(Verification, JudgesTheChainAtTheStampsTime) {
 TEST_F(Verification, JudgesAGivenCertificateWhateverTheAttributesSay) {
     CStamp stamp;
     import(stamp, authority_.token(TstInfo().encode()));
-    auto const root = certificateOf(authority_.rootDer());
-    auto const signer = certificateOf(authority_.signerDer());
+    const auto root = certificateOf(authority_.rootDer());
+    const auto signer = certificateOf(authority_.signerDer());
     EXPECT_NE(stamp.VerifyCertificate(root.get(), nullptr, 0), 0) << "no usage for time stamping";
     EXPECT_EQ(stamp.VerifyCertificate(signer.get(), nullptr, 0), 0);
-    CStamp const empty;
+    const CStamp empty;
     EXPECT_EQ(codeOf([&] { empty.VerifyCertificate(nullptr, nullptr, 0); }), 0x8007139Fu);
     EXPECT_EQ(codeOf([&] { empty.VerifyCertificate(signer.get(), nullptr, 0); }), 0x8007139Fu);
     void* stores[] = {reinterpret_cast<void*>(0x10)};
@@ -178,12 +178,12 @@ TEST_F(Verification, JudgesAGivenCertificateWhateverTheAttributesSay) {
 }
 
 TEST_F(Verification, CertificatesOfTheTokenAreNotTrusted) {
-    Authority const rogue;
-    auto const token = rogue.token(TstInfo().encode());
+    const Authority rogue;
+    const auto token = rogue.token(TstInfo().encode());
     CStamp stamp;
     import(stamp, token);
     EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);
-    auto const rogueRoot = storeWith(rogue.rootDer());
+    const auto rogueRoot = storeWith(rogue.rootDer());
     void* stores[] = {rogueRoot.get()};
     EXPECT_NE(stamp.VerifyCertificate(nullptr, stores, 1), 0);
 }

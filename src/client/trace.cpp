@@ -11,7 +11,7 @@ DbTraceInitializer log_initer("tsp", _db_ctx, 0, 127);
 
 } // namespace
 
-DbTraceInitializer::DbTraceInitializer(char const* module, TSupportDbContext_*& context,
+DbTraceInitializer::DbTraceInitializer(const char* module, TSupportDbContext_*& context,
                                        unsigned int level, unsigned int mask) noexcept
     : context_(&context) {
     support_print_done(context);

@@ -12,11 +12,11 @@ extern TSupportDbContext_* _db_ctx;
 // variable held before is ended first.
 class DbTraceInitializer {
 public:
-    DbTraceInitializer(char const* module, TSupportDbContext_*& context, unsigned int level,
+    DbTraceInitializer(const char* module, TSupportDbContext_*& context, unsigned int level,
                        unsigned int mask) noexcept;
     ~DbTraceInitializer();
-    DbTraceInitializer(DbTraceInitializer const&) = delete;
-    DbTraceInitializer& operator=(DbTraceInitializer const&) = delete;
+    DbTraceInitializer(const DbTraceInitializer&) = delete;
+    DbTraceInitializer& operator=(const DbTraceInitializer&) = delete;
 
 private:
     TSupportDbContext_** context_;
@@ -24,10 +24,10 @@ private:
 
 // A printf format and the line where it stands.
 struct TraceText {
-    TraceText(char const* text, int place = __builtin_LINE()) noexcept
+    TraceText(const char* text, int place = __builtin_LINE()) noexcept
         : format(text), line(place) {}
 
-    char const* format;
+    const char* format;
     int line;
 };
 
@@ -43,7 +43,7 @@ inline bool tracing() noexcept {
 
 // Writes a line under the short name of the function, if anyone listens.
 template <class... Args>
-void trace(char const* function, TraceText text, Args... args) noexcept {
+void trace(const char* function, TraceText text, Args... args) noexcept {
     if (tracing()) {
         support_dprint_print_(_db_ctx, text.format, "", text.line, function, args...);
     }

@@ -13,10 +13,10 @@ namespace Halcyon::PKI {
 namespace {
 
 // What the client writes while another run of this program does one exchange.
-std::string traceOf(std::string const& test, std::string const& levels) {
-    auto const path = TSP::Client::testing::Configuration::instance().folder() + "/trace";
+std::string traceOf(const std::string& test, const std::string& levels) {
+    const auto path = TSP::Client::testing::Configuration::instance().folder() + "/trace";
     std::remove(path.c_str());
-    auto const command = "BASALT_TRACE=tsp=" + levels + " BASALT_TRACE_FILE='" + path + "' /proc/" +
+    const auto command = "BASALT_TRACE=tsp=" + levels + " BASALT_TRACE_FILE='" + path + "' /proc/" +
                          std::to_string(::getpid()) + "/exe --gtest_filter=" + test +
                          " > /dev/null";
     EXPECT_EQ(std::system(command.c_str()), 0);
@@ -25,9 +25,9 @@ std::string traceOf(std::string const& test, std::string const& levels) {
 }
 
 TEST(Trace, TellsTheStepsOfAnExchangeInTheirOrder) {
-    auto const text = traceOf("Exchange.VerificationSeesAnUntrustedRoot", "8");
+    const auto text = traceOf("Exchange.VerificationSeesAnUntrustedRoot", "8");
     std::size_t place = 0;
-    for (char const* const line :
+    for (const char* const line :
          {"Load: Loading policy \"\\config\\cades\\tsppolicy\\LegacyPolicyReading\" ...",
           "Load: Loading default value of policy \"\\config\\cades\\tsppolicy\\StampAccuracy\" ...",
           "Load: Loading policy \"DefaultHashAlg\" succeeded "
@@ -45,10 +45,10 @@ TEST(Trace, TellsTheStepsOfAnExchangeInTheirOrder) {
           "VerifyCertificate: CertVerifyCertificateChainPolicy returned status.dwError = "
           "0x800B01"}) {
         auto text_only = std::string(line);
-        auto const message = text_only.substr(text_only.find(": ") + 2);
-        auto const found = text.find(message, place);
+        const auto message = text_only.substr(text_only.find(": ") + 2);
+        const auto found = text.find(message, place);
         ASSERT_NE(found, std::string::npos) << line;
-        auto const start = text.rfind('\n', found) + 1;
+        const auto start = text.rfind('\n', found) + 1;
         EXPECT_NE(text.substr(start, found - start).find(text_only.substr(0, text_only.find(':'))),
                   std::string::npos)
             << line;

@@ -17,14 +17,14 @@ constexpr HRESULT failed = hr(0x80004005u);
 constexpr HRESULT notFound = hr(0x80092004u);
 constexpr DWORD userStoreReadOnly = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG;
 
-CBlob encodedBytes(_CERT_CONTEXT const* certificate) {
+CBlob encodedBytes(const _CERT_CONTEXT* certificate) {
     return CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded);
 }
 
 // Runs `search(store, result)` over the stores in their order until it returns true. A store that
 // can't be had is passed over.
 template <class Search>
-bool searchStores(ATL2::CCertStore const& own, void** stores, unsigned long count, Search search) {
+bool searchStores(ATL2::const CCertStore& own, void** stores, unsigned long count, Search search) {
     if (search(own)) {
         return true;
     }
@@ -38,7 +38,7 @@ bool searchStores(ATL2::CCertStore const& own, void** stores, unsigned long coun
     try {
         addressBook.Open(CERT_STORE_PROV_SYSTEM_W, 0, ATL2::EmptyProv.get(), userStoreReadOnly,
                          L"AddressBook");
-    } catch (ATL::CAtlException const&) {
+    } catch (ATL::const CAtlException&) {
         return false;
     }
     return search(addressBook);
@@ -46,7 +46,7 @@ bool searchStores(ATL2::CCertStore const& own, void** stores, unsigned long coun
 
 // The first certificate of the store that the identifier names, free of the store; empty if there
 // is none.
-ATL2::CCertContext findMatch(ATL2::CCertStore const& store, ASN1::COtherCertID const& id) {
+ATL2::CCertContext findMatch(ATL2::const CCertStore& store, ASN1::const COtherCertID& id) {
     ATL2::CCertContext current;
     for (;;) {
         current.attach(CertEnumCertificatesInStore(store.get(), current.detach()));
@@ -67,7 +67,7 @@ template <class Lookup>
 HRESULT asResult(Lookup lookup) {
     try {
         return lookup();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return failure.m_hr < 0 ? failure.m_hr : failed;
     }
 }
@@ -75,7 +75,7 @@ HRESULT asResult(Lookup lookup) {
 } // namespace
 
 HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
-    if (auto const result = openMessageOnDemand(); result < 0) {
+    if (const auto result = openMessageOnDemand(); result < 0) {
         return result;
     }
     if (!cryptMsg) {
@@ -93,9 +93,9 @@ HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
                           &size)) {
         return resultFromLastError();
     }
-    auto const result = asResult([&] {
+    const auto result = asResult([&] {
         id =
-            GetSignerCertIdEx(reinterpret_cast<CRYPT_ATTRIBUTES const*>(attributes.pbData()), true);
+            GetSignerCertIdEx(reinterpret_cast<const CRYPT_ATTRIBUTES*>(attributes.pbData()), true);
         return HRESULT{0};
     });
     if (result < 0) {
@@ -105,14 +105,14 @@ HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
 }
 
 HRESULT CStamp::Impl::GetTSACertBySigAttr(void** stores, unsigned long count,
-                                          _CERT_CONTEXT const* hint) {
+                                          const _CERT_CONTEXT* hint) {
     return asResult([&]() -> HRESULT {
         ASN1::COtherCertID id;
-        if (auto const result = GetTSAOtherCertID(id); result < 0) {
+        if (const auto result = GetTSAOtherCertID(id); result < 0) {
             return result;
         }
         if (hint && ASN1::OtherCertIDMatches(id, encodedBytes(hint))) {
-            bool const same =
+            const bool same =
                 tsaCertificate && CertCompareCertificate(ATL2::anyEncoding, hint->pCertInfo,
                                                          tsaCertificate->pCertInfo);
             if (!same) {
@@ -120,8 +120,8 @@ HRESULT CStamp::Impl::GetTSACertBySigAttr(void** stores, unsigned long count,
             }
             return 0;
         }
-        bool const found =
-            searchStores(certificates, stores, count, [&](ATL2::CCertStore const& store) {
+        const bool found =
+            searchStores(certificates, stores, count, [&](const ATL2::CCertStore& store) {
                 auto match = findMatch(store, id);
                 if (!match) {
                     return false;
@@ -135,18 +135,18 @@ HRESULT CStamp::Impl::GetTSACertBySigAttr(void** stores, unsigned long count,
 
 HRESULT CStamp::Impl::GetTSACertByIssSerial(void** stores, unsigned long count) {
     return asResult([&]() -> HRESULT {
-        if (auto const result = openMessageOnDemand(); result < 0) {
+        if (const auto result = openMessageOnDemand(); result < 0) {
             return result;
         }
         ATL::CStringA buffer;
-        if (auto const result = cryptMsg.GetParam(CMSG_SIGNER_CERT_ID_PARAM, 0, buffer);
+        if (const auto result = cryptMsg.GetParam(CMSG_SIGNER_CERT_ID_PARAM, 0, buffer);
             result < 0) {
             return result;
         }
-        char const* const certId = buffer.PrepareWrite(buffer.GetLength());
+        const char* const certId = buffer.PrepareWrite(buffer.GetLength());
         HRESULT result = notFound;
         // The certificate that is held is where the search goes on from, and is used up by it.
-        auto search = [&](ATL2::CCertStore const& store) {
+        auto search = [&](const ATL2::CCertStore& store) {
             tsaCertificate.attach(CertFindCertificateInStore(store.get(), ATL2::anyEncoding, 0,
                                                              CERT_FIND_CERT_ID, certId,
                                                              tsaCertificate.detach()));

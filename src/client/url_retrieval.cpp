@@ -30,9 +30,9 @@ extern "C" void SetSendRequestTimeoutMilliseconds() {
 }
 
 // Base64 in one line, or the empty text.
-std::wstring base64(CBlob const& bytes) {
+std::wstring base64(const CBlob& bytes) {
     constexpr DWORD form = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
-    auto const size = static_cast<DWORD>(bytes.cbData());
+    const auto size = static_cast<DWORD>(bytes.cbData());
     DWORD count = 0;
     if (!CryptBinaryToStringW(bytes.pbData(), size, form, nullptr, &count)) {
         return {};
@@ -44,9 +44,9 @@ std::wstring base64(CBlob const& bytes) {
     return text.c_str();
 }
 
-std::wstring escaped(std::wstring const& base64Text) {
+std::wstring escaped(const std::wstring& base64Text) {
     std::wstring result;
-    for (wchar_t const c : base64Text) {
+    for (const wchar_t c : base64Text) {
         switch (c) {
         case L'+':
             result += L"%2B";
@@ -65,8 +65,8 @@ std::wstring escaped(std::wstring const& base64Text) {
 }
 
 // The tail tells the layer below the content type of the cached object.
-std::wstring addressOf(std::wstring const& base, CBlob const& body) {
-    auto const text = base64(body);
+std::wstring addressOf(const std::wstring& base, const CBlob& body) {
+    const auto text = base64(body);
     if (text.empty()) {
         return {};
     }
@@ -84,10 +84,10 @@ DWORD retrievalFlags(bool useCache, bool cacheOnly) {
 
 } // namespace
 
-CBlob retrieveByUrl(WinHTTPParams& params, CBlob const& body, bool useCache, FILETIME* cacheResync,
+CBlob retrieveByUrl(WinHTTPParams& params, const CBlob& body, bool useCache, FILETIME* cacheResync,
                     bool cacheOnly) {
     params.httpStatus = statusUnexplained;
-    auto const url = addressOf(params.address, body);
+    const auto url = addressOf(params.address, body);
     if (url.empty()) {
         throwLastError();
     }
@@ -104,7 +104,7 @@ CBlob retrieveByUrl(WinHTTPParams& params, CBlob const& body, bool useCache, FIL
         }
         return {};
     }
-    std::unique_ptr<CRYPT_BLOB_ARRAY, FreeObject> const found(
+    const std::unique_ptr<CRYPT_BLOB_ARRAY, FreeObject> found(
         static_cast<CRYPT_BLOB_ARRAY*>(object));
     if (found->cBlob != 1) {
         ATL::AtlThrowImpl(hr(0x8007000Du));

@@ -14,7 +14,7 @@ namespace Halcyon::PKI::TSP {
 //     nonce INTEGER OPTIONAL, certReq BOOLEAN DEFAULT FALSE, extensions [0] Extensions OPTIONAL }
 struct TimeStampReqTraits
     : ASN1::CCodeClassT<asn1data::ASN1T_TimeStampReq, asn1data::ASN1C_TimeStampReq> {
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CRequest const& value) {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CRequest& value) {
         record.version = "0x01";
         ASN1::ASN1T_AlgorithmIdentifier_traits::set(ctxt, record.messageImprint.hashAlgorithm,
                                                     value.hashAlgorithm_);
@@ -35,7 +35,7 @@ struct TimeStampReqTraits
         }
     }
 
-    static void get(ASN1_T const& record, CRequest& value) {
+    static void get(const ASN1_T& record, CRequest& value) {
         ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.messageImprint.hashAlgorithm,
                                                     value.hashAlgorithm_);
         ASN1::ASN1TDynOctStr_traits::get(record.messageImprint.hashedMessage, value.hashedMessage_);
@@ -52,15 +52,15 @@ struct TimeStampReqTraits
     }
 };
 
-CRequest::CRequest(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& hashedMessage,
+CRequest::CRequest(ASN1::const CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
                    bool certReq)
     : hashAlgorithm_(hashAlgorithm), hashedMessage_(hashedMessage), certReq_(certReq) {}
 
-void CRequest::put_reqPolicy(char const* oid) {
+void CRequest::put_reqPolicy(const char* oid) {
     policy_ = oid;
 }
 
-void CRequest::put_nonce(ASN1::CBigInteger const* nonce) {
+void CRequest::put_nonce(ASN1::const CBigInteger* nonce) {
     nonce_.reset();
     if (nonce) {
         nonce_ = *nonce;
@@ -71,7 +71,7 @@ CBlob CRequest::encode() const {
     return ASN1::asn1Encode<TimeStampReqTraits>(*this);
 }
 
-void CRequest::decode(CBlob const& der) {
+void CRequest::decode(const CBlob& der) {
     CRequest fresh;
     ASN1::asn1Decode<TimeStampReqTraits>(der, fresh);
     *this = fresh;

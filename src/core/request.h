@@ -19,26 +19,26 @@ public:
     // Empty, for decoding.
     CRequest() = default;
     // Version 1, with an imprint and the wish for certificates.
-    CRequest(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& hashedMessage,
+    CRequest(ASN1::const CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
              bool certReq);
 
     // Dotted text.
-    void put_reqPolicy(char const* oid);
+    void put_reqPolicy(const char* oid);
     // Null takes the nonce away; else a copy is kept.
-    void put_nonce(ASN1::CBigInteger const* nonce);
+    void put_nonce(ASN1::const CBigInteger* nonce);
 
     CBlob encode() const;
     // Replaces the value; if it fails the value stays as it was.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
     bool get_certReq() const noexcept { return certReq_; }
     // Null when absent, as with the policy and the extensions.
-    ASN1::CBigInteger const* get_nonce() const noexcept { return nonce_ ? &*nonce_ : nullptr; }
-    char const* get_reqPolicy() const noexcept { return policy_ ? policy_->c_str() : nullptr; }
+    ASN1::const CBigInteger* get_nonce() const noexcept { return nonce_ ? &*nonce_ : nullptr; }
+    const char* get_reqPolicy() const noexcept { return policy_ ? policy_->c_str() : nullptr; }
     // Whoever knows the platform's number of the algorithm may note it in `cachedAlgId`.
     ASN1::CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept { return hashAlgorithm_; }
-    CBlob const& get_hashedMessage() const noexcept { return hashedMessage_; }
-    ASN1::CExtensions const* get_extensions() const noexcept {
+    const CBlob& get_hashedMessage() const noexcept { return hashedMessage_; }
+    ASN1::const CExtensions* get_extensions() const noexcept {
         return extensions_ ? &*extensions_ : nullptr;
     }
 

@@ -10,7 +10,7 @@ namespace Halcyon::PKI::TSP {
 // TimeStampResp ::= SEQUENCE { status PKIStatusInfo, timeStampToken TimeStampToken OPTIONAL }
 struct TimeStampRespRawTraits
     : ASN1::CCodeClassT<asn1data::ASN1T_TimeStampRespRaw, asn1data::ASN1C_TimeStampRespRaw> {
-    static void get(ASN1_T const& record, CResponse& value) {
+    static void get(const ASN1_T& record, CResponse& value) {
         ASN1::ASN1T_PKIStatusInfo_traits::get(record.status, value.status_);
         if (record.m.timeStampTokenPresent) {
             auto token = std::make_shared<CToken>();
@@ -22,7 +22,7 @@ struct TimeStampRespRawTraits
 
 CResponse::CResponse() : status_(ASN1::pkiStatusGranted) {}
 
-void CResponse::decode(CBlob const& der) {
+void CResponse::decode(const CBlob& der) {
     CResponse fresh;
     ASN1::asn1Decode<TimeStampRespRawTraits>(der, fresh);
     *this = std::move(fresh);

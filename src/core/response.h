@@ -16,20 +16,20 @@ public:
 
     // Reads status and token. Throws CAtlException 0x80093101 for bytes that aren't an answer with
     // either no token or one that CToken::decode takes.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
 
     // Never null.
-    ASN1::CPKIStatusInfo const* get_status() const noexcept { return &status_; }
+    ASN1::const CPKIStatusInfo* get_status() const noexcept { return &status_; }
     // Null when the answer has none.
-    CToken const* get_timeStampToken() const noexcept { return token_.get(); }
+    const CToken* get_timeStampToken() const noexcept { return token_.get(); }
     // Shared with the answer; null when it has none.
-    std::shared_ptr<CToken const> share_timeStampToken() const noexcept { return token_; }
+    std::shared_ptr<const CToken> share_timeStampToken() const noexcept { return token_; }
 
 private:
     friend struct TimeStampRespRawTraits;
 
     ASN1::CPKIStatusInfo status_;
-    std::shared_ptr<CToken const> token_;
+    std::shared_ptr<const CToken> token_;
 };
 
 } // namespace Halcyon::PKI::TSP

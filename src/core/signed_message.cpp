@@ -47,10 +47,10 @@ public:
         return rtContentLocation(ctxt(), length);
     }
 
-    bool ended(ElementLocation const& element) { return rtContentEnded(ctxt(), &element); }
+    bool ended(const ElementLocation& element) { return rtContentEnded(ctxt(), &element); }
 
     // The element has to be read to its very end.
-    void leave(ElementLocation const& element) {
+    void leave(const ElementLocation& element) {
         if (element.length == rtIndefiniteLength) {
             check(xd_matchEoc(ctxt()));
         } else if (ctxt()->bufIndex != element.start + static_cast<std::uint32_t>(element.length)) {
@@ -62,7 +62,7 @@ public:
     void skip() { check(xd_NextElement(ctxt())); }
 
     SignedMessage::Element element() {
-        unsigned char const* data = nullptr;
+        const unsigned char* data = nullptr;
         std::uint32_t size = 0;
         check(xd_OpenType(ctxt(), &data, &size));
         if (size == 0) {
@@ -79,7 +79,7 @@ public:
     }
 
     CBlob octets() {
-        unsigned char const* data = nullptr;
+        const unsigned char* data = nullptr;
         std::uint32_t size = 0;
         check(xd_octstr(ctxt(), &data, &size, 1, 0));
         return CBlob(data, size);
@@ -100,9 +100,9 @@ private:
 // EncapsulatedContentInfo ::= SEQUENCE { eContentType OBJECT IDENTIFIER, eContent [0] EXPLICIT
 // OCTET STRING OPTIONAL }
 CBlob readContent(Reader& reader) {
-    auto const info = reader.enter(sequenceTag);
+    const auto info = reader.enter(sequenceTag);
     reader.skip();
-    auto const wrapper = reader.enter(contextTag0);
+    const auto wrapper = reader.enter(contextTag0);
     auto content = reader.octets();
     reader.leave(wrapper);
     reader.leave(info);
@@ -111,10 +111,10 @@ CBlob readContent(Reader& reader) {
 
 void readCertificates(Reader& reader, SignedMessage& parts) {
     parts.hasCertificates = true;
-    auto const set = reader.enter(contextTag0);
+    const auto set = reader.enter(contextTag0);
     while (!reader.ended(set)) {
-        bool const isCertificate = reader.at(sequenceByte);
-        auto const element = reader.element();
+        const bool isCertificate = reader.at(sequenceByte);
+        const auto element = reader.element();
         if (isCertificate) {
             parts.certificates.push_back(element);
         }
@@ -136,7 +136,7 @@ SignedMessage readSignedData(Reader& reader) {
     if (reader.at(context1Byte)) {
         reader.skip();
     }
-    auto const signers = reader.enter(setTag);
+    const auto signers = reader.enter(setTag);
     while (!reader.ended(signers)) {
         parts.signers.push_back(reader.element());
     }
@@ -150,7 +150,7 @@ SignedMessage readSignedData(Reader& reader) {
 } // namespace
 
 // ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY }
-SignedMessage readSignedMessage(CBlob const& message) {
+SignedMessage readSignedMessage(const CBlob& message) {
     return ASN1::withResultCodes([&] {
         Reader reader({message.pbData(), message.cbData()});
         reader.enter(sequenceTag);
@@ -165,7 +165,7 @@ SignedMessage readSignedMessage(CBlob const& message) {
 CBlob withoutUnsignedAttributes(SignedMessage::Element signer) {
     return ASN1::withResultCodes([&] {
         Reader reader(signer);
-        auto const fields = reader.enter(sequenceTag);
+        const auto fields = reader.enter(sequenceTag);
         CBlob kept(indefiniteSequence, sizeof(indefiniteSequence));
         bool isUnsigned = false;
         while (!reader.ended(fields)) {
@@ -173,7 +173,7 @@ CBlob withoutUnsignedAttributes(SignedMessage::Element signer) {
                 ASN1::failCodec(); // they are the last field
             }
             isUnsigned = reader.at(context1Byte);
-            auto const field = reader.element();
+            const auto field = reader.element();
             if (!isUnsigned) {
                 kept += CBlob(field.data(), field.size());
             }

@@ -11,7 +11,7 @@ namespace Halcyon::PKI::TSP {
 
 // All spans lead into the message that was read, and live as long as it.
 struct SignedMessage {
-    using Element = std::span<unsigned char const>;
+    using Element = std::span<const unsigned char>;
 
     CBlob content;                     // the octets, joined where they came in pieces
     bool hasCertificates = false;      // the field is there, be it empty
@@ -21,7 +21,7 @@ struct SignedMessage {
 
 // Takes DER or BER. Bytes behind the message aren't looked at. Throws CAtlException 0x80093101 for
 // anything but signed data with a content and a signer, and 0x80093106 without memory.
-SignedMessage readSignedMessage(CBlob const& message);
+SignedMessage readSignedMessage(const CBlob& message);
 
 // A SignerInfo, as BER, without its unsigned attributes: no signature covers them, and there are
 // authorities that write an empty set, which isn't one. Throws CAtlException 0x80093101.

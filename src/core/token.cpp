@@ -19,7 +19,7 @@ namespace {
 
 constexpr HRESULT unsupportedKind = hr(0x80070057u);
 
-std::array<std::uint32_t, 3> accuracyOf(asn1data::ASN1T_Accuracy const& record) {
+std::array<std::uint32_t, 3> accuracyOf(const asn1data::ASN1T_Accuracy& record) {
     return {record.m.secondsPresent ? static_cast<std::uint32_t>(record.seconds) : 0u,
             record.m.millisPresent ? record.millis : 0u,
             record.m.microsPresent ? record.micros : 0u};
@@ -27,14 +27,14 @@ std::array<std::uint32_t, 3> accuracyOf(asn1data::ASN1T_Accuracy const& record) 
 
 // The name as it stands in the token. Kinds that CGeneralName can't hold don't make a token
 // unreadable: the name is a hint, on which no check rests.
-std::optional<ASN1::CGeneralName> readName(asn1data::ASN1T_TSTInfoRaw const& record) {
+std::optional<ASN1::CGeneralName> readName(const asn1data::ASN1T_TSTInfoRaw& record) {
     if (!record.m.tsaPresent) {
         return std::nullopt;
     }
     ASN1::CGeneralName name;
     try {
         name.decode(CBlob(record.tsa.data, record.tsa.numocts));
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         if (failure.m_hr != unsupportedKind) {
             throw;
         }
@@ -45,7 +45,7 @@ std::optional<ASN1::CGeneralName> readName(asn1data::ASN1T_TSTInfoRaw const& rec
 
 struct SignerInfoTraits
     : ASN1::CCodeClassT<asn1data::ASN1T_SignerInfo, asn1data::ASN1C_SignerInfo> {
-    static void get(ASN1_T const& record, ASN1::CSignerInfo& value) {
+    static void get(const ASN1_T& record, ASN1::CSignerInfo& value) {
         ASN1::ASN1T_SignerInfo_get(value, record);
     }
 };
@@ -57,7 +57,7 @@ bool hasOneSigner(HCRYPTMSG message) {
     return CryptMsgGetParam(message, CMSG_SIGNER_COUNT_PARAM, 0, &count, &size) && count == 1;
 }
 
-ATL2::CCryptMsg openMessage(CBlob const& token) {
+ATL2::CCryptMsg openMessage(const CBlob& token) {
     ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
     if (message &&
         !CryptMsgUpdate(message.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
@@ -73,7 +73,7 @@ ATL2::CCryptMsg openMessage(CBlob const& token) {
 //     genTime GeneralizedTime, accuracy Accuracy OPTIONAL, ordering BOOLEAN DEFAULT FALSE,
 //     nonce INTEGER OPTIONAL, tsa [0] GeneralName OPTIONAL, extensions [1] Extensions OPTIONAL }
 struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::ASN1C_TSTInfoRaw> {
-    static void get(ASN1_T const& record, CToken::Info& value) {
+    static void get(const ASN1_T& record, CToken::Info& value) {
         ASN1::CBigInteger version;
         ASN1::ASN1StringToBigInteger(record.version, version);
         value.version = version.cbData() == 1 ? version.pbData()[0] : 0;
@@ -97,8 +97,8 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
     }
 };
 
-void CToken::decode(CBlob const& der) {
-    auto const parts = readSignedMessage(der);
+void CToken::decode(const CBlob& der) {
+    const auto parts = readSignedMessage(der);
     Info info;
     ASN1::asn1Decode<TSTInfoTraits>(parts.content, info);
     ASN1::CSignerInfo signerInfo;
@@ -111,19 +111,19 @@ void CToken::decode(CBlob const& der) {
     certificates_.reset();
     if (parts.hasCertificates) {
         auto& certificates = certificates_.emplace();
-        for (auto const& certificate : parts.certificates) {
+        for (const auto& certificate : parts.certificates) {
             certificates.emplace_back(certificate.data(), certificate.size());
         }
     }
 }
 
-bool CToken::verify(CBlob const& certificate, HCRYPTMSG message) const {
-    ATL2::CCertContext const context(CertCreateCertificateContext(
+bool CToken::verify(const CBlob& certificate, HCRYPTMSG message) const {
+    const ATL2::CCertContext context(CertCreateCertificateContext(
         ATL2::anyEncoding, certificate.pbData(), static_cast<DWORD>(certificate.cbData())));
     return verify(context.get(), message);
 }
 
-bool CToken::verify(_CERT_CONTEXT const* certificate, HCRYPTMSG message) const {
+bool CToken::verify(const _CERT_CONTEXT* certificate, HCRYPTMSG message) const {
     ATL2::CCryptMsg own;
     if (!message) {
         own = openMessage(encoded_);

@@ -28,37 +28,37 @@ public:
     // the content isn't compared with that of a TSTInfo, which is the verifier's part. Throws
     // CAtlException 0x80093101 for anything else: no content, a content that isn't a TSTInfo, no
     // signer, or one that is named by a key identifier. If it fails the value may be half replaced.
-    void decode(CBlob const& der);
+    void decode(const CBlob& der);
     // The bytes that were decoded.
-    CBlob const& encode() const noexcept { return encoded_; }
+    const CBlob& encode() const noexcept { return encoded_; }
 
     int get_version() const noexcept { return info_.version; }
     // Null, or seconds, milliseconds and microseconds.
-    std::uint32_t const* get_accuracy() const noexcept {
+    const std::uint32_t* get_accuracy() const noexcept {
         return info_.accuracy ? info_.accuracy->data() : nullptr;
     }
     CDateTime get_genTime() const noexcept { return info_.genTime; }
-    ASN1::CAlgorithmIdentifierEx const& get_hashAlgorithm() const noexcept {
+    ASN1::const CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept {
         return info_.hashAlgorithm;
     }
-    CBlob const& get_hashedMessage() const noexcept { return info_.hashedMessage; }
-    ASN1::CBigInteger const* get_nonce() const noexcept {
+    const CBlob& get_hashedMessage() const noexcept { return info_.hashedMessage; }
+    ASN1::const CBigInteger* get_nonce() const noexcept {
         return info_.nonce ? &*info_.nonce : nullptr;
     }
     bool get_ordering() const noexcept { return info_.ordering; }
     // Dotted text, never null.
-    char const* get_policy() const noexcept { return info_.policy.c_str(); }
-    ASN1::CBigInteger const& get_serialNumber() const noexcept { return info_.serialNumber; }
+    const char* get_policy() const noexcept { return info_.policy.c_str(); }
+    ASN1::const CBigInteger& get_serialNumber() const noexcept { return info_.serialNumber; }
     // The first signer.
-    ASN1::CSignerInfo const& get_signerInfo() const noexcept { return signerInfo_; }
+    ASN1::const CSignerInfo& get_signerInfo() const noexcept { return signerInfo_; }
     // Null when absent, or of a kind that CGeneralName can't hold.
-    ASN1::CGeneralName const* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
-    ASN1::CExtensions const* get_extensions() const noexcept {
+    ASN1::const CGeneralName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
+    ASN1::const CExtensions* get_extensions() const noexcept {
         return info_.extensions ? &*info_.extensions : nullptr;
     }
     // Null, or each certificate as it came, in the order of the message. Attribute certificates and
     // other entries of the set aren't among them.
-    CBlobList const* get_certificates() const noexcept {
+    const CBlobList* get_certificates() const noexcept {
         return certificates_ ? &*certificates_ : nullptr;
     }
 
@@ -66,9 +66,9 @@ public:
     // the signature verifies with its key over the signed attributes and by them over the content.
     // `message` may be a handle that holds this very token, which saves opening one; it stays the
     // caller's.
-    bool verify(CBlob const& certificate, HCRYPTMSG message = nullptr) const;
+    bool verify(const CBlob& certificate, HCRYPTMSG message = nullptr) const;
     // The same with a certificate that has been taken apart already.
-    bool verify(_CERT_CONTEXT const* certificate, HCRYPTMSG message) const;
+    bool verify(const _CERT_CONTEXT* certificate, HCRYPTMSG message) const;
 
 private:
     friend struct TSTInfoTraits;

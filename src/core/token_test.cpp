@@ -14,10 +14,10 @@
 namespace Halcyon::PKI::TSP {
 namespace {
 
-std::uint32_t codeOf(std::function<void()> const& call) {
+std::uint32_t codeOf(const std::function<void()>& call) {
     try {
         call();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;
@@ -25,23 +25,23 @@ std::uint32_t codeOf(std::function<void()> const& call) {
 
 constexpr std::uint32_t badEncoding = 0x80093101;
 
-CBlob file(std::string const& name) {
+CBlob file(const std::string& name) {
     CBlob bytes;
     bytes.readFromFile((CHRONOSEAL_TESTDATA "/" + name).c_str());
     return bytes;
 }
 
-CBlob part(CBlob const& bytes, unsigned long size) {
+CBlob part(const CBlob& bytes, unsigned long size) {
     return CBlob(bytes.pbData(), size);
 }
 
-std::string hex(CBlob const& bytes) {
+std::string hex(const CBlob& bytes) {
     return bytes.writeToHexString(0).c_str();
 }
 
 TEST(Token, ReadsTheSameFieldsFromDerAndBer) {
-    for (auto const* name : {"token.der", "token-indefinite.ber", "token-empty-unsigned.der"}) {
-        auto const bytes = file(name);
+    for (const auto* name : {"token.der", "token-indefinite.ber", "token-empty-unsigned.der"}) {
+        const auto bytes = file(name);
         CToken token;
         token.decode(bytes);
         EXPECT_EQ(token.encode(), bytes);
@@ -71,7 +71,7 @@ TEST(Token, ReadsTheSameFieldsFromDerAndBer) {
 }
 
 TEST(Token, SkipsEntriesOfTheSetThatAreNoCertificates) {
-    auto const bytes = file("token-odd-certificates.der");
+    const auto bytes = file("token-odd-certificates.der");
     CToken token;
     token.decode(bytes);
     ASSERT_NE(token.get_certificates(), nullptr);
@@ -81,7 +81,7 @@ TEST(Token, SkipsEntriesOfTheSetThatAreNoCertificates) {
 }
 
 TEST(Token, RefusesEveryTruncation) {
-    auto const bytes = file("token.der");
+    const auto bytes = file("token.der");
     for (unsigned long size = 0; size < bytes.cbData(); ++size) {
         CToken token;
         EXPECT_EQ(codeOf([&] { token.decode(part(bytes, size)); }), badEncoding) << size;
@@ -89,18 +89,18 @@ TEST(Token, RefusesEveryTruncation) {
 }
 
 TEST(Token, SurvivesEveryChangedByte) {
-    auto const bytes = file("token.der");
+    const auto bytes = file("token.der");
     for (unsigned long i = 0; i < bytes.cbData(); ++i) {
         auto changed = bytes;
         changed.pbData()[i] ^= 0x41;
         CToken token;
-        auto const code = codeOf([&] { token.decode(changed); });
+        const auto code = codeOf([&] { token.decode(changed); });
         EXPECT_TRUE(code == 0 || (code & 0x80000000u) != 0) << i;
     }
 }
 
 TEST(Token, RefusesOtherMessages) {
-    for (auto const& bytes :
+    for (const auto& bytes :
          {CBlob(), CBlob(0ul), file("tsa.cer"), file("response.der"), file("no-signer.der")}) {
         CToken token;
         EXPECT_EQ(codeOf([&] { token.decode(bytes); }), badEncoding);
@@ -122,7 +122,7 @@ TEST(Response, KeepsTheTokensBytes) {
 }
 
 TEST(Request, ReencodesWhatOpenSslWrote) {
-    auto const bytes = file("request.der");
+    const auto bytes = file("request.der");
     CRequest request;
     request.decode(bytes);
     EXPECT_TRUE(request.get_certReq());

@@ -13,9 +13,9 @@
 namespace Halcyon::PKI::TSP::Client::testing {
 
 // DER by hand: one element, and the usual ones.
-inline std::string element(int tag, std::string const& content) {
+inline std::string element(int tag, const std::string& content) {
     std::string head(1, static_cast<char>(tag));
-    auto const size = content.size();
+    const auto size = content.size();
     if (size < 0x80) {
         head += static_cast<char>(size);
     } else if (size < 0x100) {
@@ -26,18 +26,18 @@ inline std::string element(int tag, std::string const& content) {
     return head + content;
 }
 
-inline std::string sequence(std::string const& content) {
+inline std::string sequence(const std::string& content) {
     return element(0x30, content);
 }
 
-inline std::string integer(std::string const& content) {
+inline std::string integer(const std::string& content) {
     return element(0x02, content);
 }
 
-inline std::string oid(std::string const& text) {
-    std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> const object(
+inline std::string oid(const std::string& text) {
+    const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> object(
         OBJ_txt2obj(text.c_str(), 1), &ASN1_OBJECT_free);
-    return element(0x06, {reinterpret_cast<char const*>(OBJ_get0_data(object.get())),
+    return element(0x06, {reinterpret_cast<const char*>(OBJ_get0_data(object.get())),
                           OBJ_length(object.get())});
 }
 
@@ -45,7 +45,7 @@ inline std::string oid(std::string const& text) {
 template <class Object, class Encode>
 std::string der(Object* object, Encode encode) {
     unsigned char* bytes = nullptr;
-    int const size = encode(object, &bytes);
+    const int size = encode(object, &bytes);
     std::string result(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(size));
     OPENSSL_free(bytes);
     return result;
@@ -54,7 +54,7 @@ std::string der(Object* object, Encode encode) {
 inline constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
 inline constexpr char tstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
 
-inline std::string sha256(std::string const& data) {
+inline std::string sha256(const std::string& data) {
     std::string digest(32, '\0');
     EVP_Digest(data.data(), data.size(), reinterpret_cast<unsigned char*>(digest.data()), nullptr,
                EVP_sha256(), nullptr);
@@ -85,14 +85,14 @@ struct TstInfo {
     std::string extensions; // Extension after Extension
 };
 
-inline std::string extension(std::string const& type, bool critical) {
+inline std::string extension(const std::string& type, bool critical) {
     return sequence(oid(type) + (critical ? element(0x01, "\xFF") : "") +
                     element(0x04, element(0x05, "")));
 }
 
 struct Signing {
     std::string contentType = tstInfoOid;
-    EVP_MD const* digest = EVP_sha256(); // SHA-1 gives a SigningCertificate, any other a V2
+    const EVP_MD* digest = EVP_sha256(); // SHA-1 gives a SigningCertificate, any other a V2
     unsigned int flags = CMS_CADES;      // of CMS_add1_signer
     bool withCertificates = true;
     bool extraCertificate = false; // the root's beside the signer's
@@ -102,7 +102,7 @@ struct Signing {
 class Authority {
 public:
     // Validity of the signer as GeneralizedTime.
-    explicit Authority(char const* from = "20200101000000Z", char const* to = "20491231000000Z")
+    explicit Authority(const char* from = "20200101000000Z", const char* to = "20491231000000Z")
         : rootKey_(EVP_EC_gen("P-256"), &EVP_PKEY_free), key_(EVP_EC_gen("P-256"), &EVP_PKEY_free),
           root_(X509_new(), &X509_free), signer_(X509_new(), &X509_free) {
         fill(root_.get(), rootKey_.get(), rootName_.c_str(), 1, "20200101000000Z",
@@ -122,14 +122,14 @@ public:
         return element(0xA4, der(X509_get_subject_name(signer_.get()), &i2d_X509_NAME));
     }
 
-    std::string token(std::string const& content, Signing const& options = {}) const {
-        std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> const message(
+    std::string token(const std::string& content, const Signing& options = {}) const {
+        const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
             CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | CMS_BINARY),
             &CMS_ContentInfo_free);
-        std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> const type(
+        const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> type(
             OBJ_txt2obj(options.contentType.c_str(), 1), &ASN1_OBJECT_free);
         CMS_set1_eContentType(message.get(), type.get());
-        unsigned int const flags = options.flags | CMS_NOSMIMECAP | CMS_BINARY |
+        const unsigned int flags = options.flags | CMS_NOSMIMECAP | CMS_BINARY |
                                    (options.withCertificates ? 0u : unsigned{CMS_NOCERTS});
         for (int i = 0; i < options.signers; ++i) {
             CMS_add1_signer(message.get(), signer_.get(), key_.get(), options.digest,
@@ -138,18 +138,18 @@ public:
         if (options.extraCertificate) {
             CMS_add1_cert(message.get(), root_.get());
         }
-        std::unique_ptr<BIO, decltype(&BIO_free)> const data(
+        const std::unique_ptr<BIO, decltype(&BIO_free)> data(
             BIO_new_mem_buf(content.data(), static_cast<int>(content.size())), &BIO_free);
         CMS_final(message.get(), data.get(), nullptr, CMS_BINARY);
         return der(message.get(), &i2d_CMS_ContentInfo);
     }
 
     // A granted answer to an encoded request, made by OpenSSL's own authority.
-    std::string answer(std::string const& request, EVP_MD const* essDigest = EVP_sha256(),
+    std::string answer(const std::string& request, const EVP_MD* essDigest = EVP_sha256(),
                        bool ordering = false) const {
-        std::unique_ptr<TS_RESP_CTX, decltype(&TS_RESP_CTX_free)> const context(TS_RESP_CTX_new(),
+        const std::unique_ptr<TS_RESP_CTX, decltype(&TS_RESP_CTX_free)> context(TS_RESP_CTX_new(),
                                                                                 &TS_RESP_CTX_free);
-        std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> const policy(
+        const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> policy(
             OBJ_txt2obj("1.2.3.4", 1), &ASN1_OBJECT_free);
         TS_RESP_CTX_set_signer_cert(context.get(), signer_.get());
         TS_RESP_CTX_set_signer_key(context.get(), key_.get());
@@ -160,9 +160,9 @@ public:
         TS_RESP_CTX_add_md(context.get(), EVP_sha512());
         TS_RESP_CTX_set_accuracy(context.get(), 1, 500, 0);
         TS_RESP_CTX_add_flags(context.get(), TS_TSA_NAME | (ordering ? TS_ORDERING : 0));
-        std::unique_ptr<BIO, decltype(&BIO_free)> const input(
+        const std::unique_ptr<BIO, decltype(&BIO_free)> input(
             BIO_new_mem_buf(request.data(), static_cast<int>(request.size())), &BIO_free);
-        std::unique_ptr<TS_RESP, decltype(&TS_RESP_free)> const response(
+        const std::unique_ptr<TS_RESP, decltype(&TS_RESP_free)> response(
             TS_RESP_create_response(context.get(), input.get()), &TS_RESP_free);
         return der(response.get(), &i2d_TS_RESP);
     }
@@ -171,8 +171,8 @@ private:
     template <class T>
     using Owner = std::unique_ptr<T, void (*)(T*)>;
 
-    void fill(X509* certificate, EVP_PKEY* key, char const* name, long serial, char const* from,
-              char const* to) {
+    void fill(X509* certificate, EVP_PKEY* key, const char* name, long serial, const char* from,
+              const char* to) {
         X509_set_version(certificate, X509_VERSION_3);
         ASN1_INTEGER_set(X509_get_serialNumber(certificate), serial);
         ASN1_TIME_set_string(X509_getm_notBefore(certificate), from);
@@ -184,13 +184,13 @@ private:
         X509_set_pubkey(certificate, key);
     }
 
-    static void add(X509_NAME* target, char const* name) {
+    static void add(X509_NAME* target, const char* name) {
         X509_NAME_add_entry_by_txt(target, "CN", MBSTRING_UTF8,
-                                   reinterpret_cast<unsigned char const*>(name), -1, -1, 0);
+                                   reinterpret_cast<const unsigned char*>(name), -1, -1, 0);
     }
 
-    static void extend(X509* certificate, int nid, char const* value) {
-        std::unique_ptr<X509_EXTENSION, decltype(&X509_EXTENSION_free)> const entry(
+    static void extend(X509* certificate, int nid, const char* value) {
+        const std::unique_ptr<X509_EXTENSION, decltype(&X509_EXTENSION_free)> entry(
             X509V3_EXT_conf_nid(nullptr, nullptr, nid, value), &X509_EXTENSION_free);
         X509_add_ext(certificate, entry.get(), -1);
     }
@@ -204,8 +204,8 @@ private:
 };
 
 // An answer of that status around a token, or without one.
-inline std::string response(int status, std::string const& token, std::string const& texts = {},
-                            std::string const& failInfo = {}) {
+inline std::string response(int status, const std::string& token, const std::string& texts = {},
+                            const std::string& failInfo = {}) {
     return sequence(sequence(integer(std::string(1, static_cast<char>(status))) +
                              (texts.empty() ? "" : sequence(texts)) + failInfo) +
                     token);

@@ -25,16 +25,16 @@ public:
 
     // Replaces the tree by `policy`, lines of the table tsppolicy, and `rest`, whole tables. Under
     // legacy reading the next request sees it.
-    void set(std::string const& policy, std::string const& rest = {}, bool legacy = true) {
-        std::string const fresh = path_ + ".new";
+    void set(const std::string& policy, const std::string& rest = {}, bool legacy = true) {
+        const std::string fresh = path_ + ".new";
         std::ofstream(fresh) << "[config.cades.tsppolicy]\n"
                              << (legacy ? "LegacyPolicyReading = true\n" : "") << policy << '\n'
                              << rest << '\n';
         std::rename(fresh.c_str(), path_.c_str());
     }
-    void setRaw(std::string const& text) { std::ofstream(path_) << text; }
+    void setRaw(const std::string& text) { std::ofstream(path_) << text; }
 
-    std::string const& folder() const { return folder_; }
+    const std::string& folder() const { return folder_; }
 
 private:
     Configuration() {
@@ -48,8 +48,8 @@ private:
         set({});
     }
     ~Configuration() {
-        std::string const command = "rm -rf '" + folder_ + "'";
-        [[maybe_unused]] int const result = std::system(command.c_str());
+        const std::string command = "rm -rf '" + folder_ + "'";
+        [[maybe_unused]] const int result = std::system(command.c_str());
     }
 
     std::string folder_;
@@ -57,10 +57,10 @@ private:
 };
 
 // The result code that the call throws, as a bit pattern; 0 if it throws none.
-inline std::uint32_t codeOf(std::function<void()> const& call) {
+inline std::uint32_t codeOf(const std::function<void()>& call) {
     try {
         call();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (ATL::const CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;

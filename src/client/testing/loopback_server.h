@@ -31,7 +31,7 @@ struct HttpAnswer {
 
 class LoopbackServer {
 public:
-    using Handler = std::function<HttpAnswer(HttpRequest const&)>;
+    using Handler = std::function<HttpAnswer(const HttpRequest&)>;
 
     explicit LoopbackServer(Handler handler) : handler_(std::move(handler)) {
         listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -45,26 +45,26 @@ public:
         port_ = ntohs(address.sin_port);
         thread_ = std::thread([this] { run(); });
     }
-    LoopbackServer(LoopbackServer const&) = delete;
-    LoopbackServer& operator=(LoopbackServer const&) = delete;
+    LoopbackServer(const LoopbackServer&) = delete;
+    LoopbackServer& operator=(const LoopbackServer&) = delete;
     ~LoopbackServer() {
         ::shutdown(listener_, SHUT_RDWR);
         thread_.join();
         ::close(listener_);
     }
 
-    std::wstring url(std::wstring const& path = L"/") const {
+    std::wstring url(const std::wstring& path = L"/") const {
         return L"http://127.0.0.1:" + std::to_wstring(port_) + path;
     }
     std::vector<HttpRequest> requests() const {
-        std::lock_guard const lock(mutex_);
+        const std::lock_guard lock(mutex_);
         return requests_;
     }
 
 private:
     void run() {
         for (;;) {
-            int const connection = ::accept(listener_, nullptr, nullptr);
+            const int connection = ::accept(listener_, nullptr, nullptr);
             if (connection < 0) {
                 return;
             }
@@ -78,35 +78,35 @@ private:
         HttpRequest request;
         char buffer[4096];
         for (;;) {
-            auto const end = data.find("\r\n\r\n");
+            const auto end = data.find("\r\n\r\n");
             if (end != std::string::npos) {
                 request.head = data.substr(0, end + 2);
-                std::size_t const length = contentLength(request.head);
+                const std::size_t length = contentLength(request.head);
                 if (data.size() >= end + 4 + length) {
                     request.body = data.substr(end + 4, length);
                     break;
                 }
             }
-            auto const got = ::recv(connection, buffer, sizeof(buffer), 0);
+            const auto got = ::recv(connection, buffer, sizeof(buffer), 0);
             if (got <= 0) {
                 return;
             }
             data.append(buffer, static_cast<std::size_t>(got));
         }
         {
-            std::lock_guard const lock(mutex_);
+            const std::lock_guard lock(mutex_);
             requests_.push_back(request);
         }
-        auto const answer = handler_(request);
-        auto const text = "HTTP/1.1 " + std::to_string(answer.status) + " Status\r\n" +
+        const auto answer = handler_(request);
+        const auto text = "HTTP/1.1 " + std::to_string(answer.status) + " Status\r\n" +
                           answer.headers + "Content-Length: " + std::to_string(answer.body.size()) +
                           "\r\nConnection: close\r\n\r\n" + answer.body;
         ::send(connection, text.data(), text.size(), MSG_NOSIGNAL);
     }
 
-    static std::size_t contentLength(std::string const& head) {
+    static std::size_t contentLength(const std::string& head) {
         static constexpr char name[] = "\r\nContent-Length:";
-        auto const* const place = ::strcasestr(head.c_str(), name);
+        const auto* const place = ::strcasestr(head.c_str(), name);
         return place ? std::stoul(place + sizeof(name) - 1) : 0;
     }
 

@@ -11,16 +11,16 @@
 
 namespace Halcyon::PKI::TSP::Client::testing {
 
-inline unsigned char const* bytes(std::string const& text) {
-    return reinterpret_cast<unsigned char const*>(text.data());
+inline const unsigned char* bytes(const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-inline ATL2::CCertContext certificateOf(std::string const& der) {
+inline ATL2::CCertContext certificateOf(const std::string& der) {
     return ATL2::CCertContext(CertCreateCertificateContext(ATL2::anyEncoding, bytes(der),
                                                            static_cast<DWORD>(der.size())));
 }
 
-inline ATL2::CCertStore storeWith(std::string const& der) {
+inline ATL2::CCertStore storeWith(const std::string& der) {
     ATL2::CCertStore store;
     store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
     if (!der.empty()) {
@@ -33,18 +33,18 @@ inline ATL2::CCertStore storeWith(std::string const& der) {
 // While it lives, this root and no other is trusted.
 class Trust {
 public:
-    explicit Trust(std::string const& root) : store_(storeWith(root)) {
+    explicit Trust(const std::string& root) : store_(storeWith(root)) {
         BasaltSetTrustAnchors(store_.get());
     }
     ~Trust() { BasaltSetTrustAnchors(nullptr); }
-    Trust(Trust const&) = delete;
-    Trust& operator=(Trust const&) = delete;
+    Trust(const Trust&) = delete;
+    Trust& operator=(const Trust&) = delete;
 
 private:
     ATL2::CCertStore store_;
 };
 
-inline void import(CStamp& stamp, std::string const& der) {
+inline void import(CStamp& stamp, const std::string& der) {
     stamp.Import(bytes(der), der.size(), nullptr);
 }
 

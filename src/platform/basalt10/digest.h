@@ -13,8 +13,8 @@ namespace basalt {
 
 // The digest of an ALG_ID or of a dotted OID, null when it is unknown here. The digest lives as
 // long as the process. For an OID, the hash's own is meant, not a signature's.
-BASALT_API const EVP_MD* digest_by_algorithm(ALG_ID algorithm) noexcept;
-BASALT_API const EVP_MD* digest_by_oid(std::string_view oid) noexcept;
+const BASALT_API EVP_MD* digest_by_algorithm(ALG_ID algorithm) noexcept;
+const BASALT_API EVP_MD* digest_by_oid(std::string_view oid) noexcept;
 
 // True if OpenSSL can do GOST on this machine. The first call loads the engine and makes it
 // OpenSSL's default for these algorithms, so that keys, certificates and signatures with them work

@@ -46,7 +46,7 @@ typedef struct _CERT_CONTEXT {
     CERT_INFO* pCertInfo;
     HCERTSTORE hCertStore;
 } CERT_CONTEXT, *PCERT_CONTEXT;
-typedef const CERT_CONTEXT* PCCERT_CONTEXT;
+const typedef CERT_CONTEXT* PCCERT_CONTEXT;
 
 // Property identifiers. Any other number below 0x10000 can be used too, as a block of bytes.
 inline constexpr DWORD CERT_KEY_PROV_HANDLE_PROP_ID = 1;

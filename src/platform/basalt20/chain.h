@@ -132,7 +132,7 @@ typedef struct _CERT_CHAIN_CONTEXT {
     BOOL fHasRevocationFreshnessTime;
     DWORD dwRevocationFreshnessTime;
 } CERT_CHAIN_CONTEXT, *PCERT_CHAIN_CONTEXT;
-typedef const CERT_CHAIN_CONTEXT* PCCERT_CHAIN_CONTEXT;
+const typedef CERT_CHAIN_CONTEXT* PCCERT_CHAIN_CONTEXT;
 
 /// Builds the chain of `pCertContext`, judged at `pTime` (null: now). `hAdditionalStore` may be
 /// null; its CRLs and OCSP answers are used too. What is wrong with the chain stands in the trust

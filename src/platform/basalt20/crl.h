@@ -34,7 +34,7 @@ typedef struct _CRL_CONTEXT {
     CRL_INFO* pCrlInfo;
     HCERTSTORE hCertStore;
 } CRL_CONTEXT, *PCRL_CONTEXT;
-typedef const CRL_CONTEXT* PCCRL_CONTEXT;
+const typedef CRL_CONTEXT* PCCRL_CONTEXT;
 
 /// Makes a free-standing context over a copy of the bytes; failures as
 /// CertCreateCertificateContext.

@@ -167,7 +167,7 @@ typedef struct _BASALT_OCSP_CONTEXT {
     DWORD cbEncoded;
     HCERTSTORE hCertStore;
 } BASALT_OCSP_CONTEXT;
-typedef const BASALT_OCSP_CONTEXT* PCBASALT_OCSP_CONTEXT;
+const typedef BASALT_OCSP_CONTEXT* PCBASALT_OCSP_CONTEXT;
 
 /// Puts a copy of the answer into the store, unless the same bytes are there. The bytes must be one
 /// OCSPResponse at the outside (SEQUENCE with an ENUMERATED in front); who uses the answer judges
