@@ -23,8 +23,9 @@ set(CHRONOSEAL_PUBLIC_HEADERS
   sup/configuration.h sup/error_codes.h sup/last_error.h sup/local_block.h sup/text_conversion.h
   sup/time_conversion.h sup/trace.h
   basalt10/provider.h basalt10/hash.h basalt10/key.h basalt10/oid_information.h basalt10/algorithm.h
-  basalt20/certificate.h basalt20/store.h basalt20/crl.h basalt20/chain.h basalt20/message.h
-  basalt20/object_coding.h basalt20/network.h)
+  basalt20/surface/certificate.h basalt20/surface/store.h basalt20/surface/crl.h
+  basalt20/surface/chain.h basalt20/surface/message.h basalt20/surface/object_coding.h
+  basalt20/surface/network.h)
 
 # Appends `header` and all that it includes of ours to the list named by `out`.
 function(chronoseal_header_closure header out)
@@ -32,8 +33,9 @@ function(chronoseal_header_closure header out)
     return()
   endif()
   list(APPEND ${out} ${header})
-  string(REGEX REPLACE "/.*" "" prefix ${header})
-  string(REGEX REPLACE "^[^/]*/" "" file ${header})
+  string(REGEX MATCH "^([^/]*)/(.*)$" matched ${header})
+  set(prefix ${CMAKE_MATCH_1})
+  set(file ${CMAKE_MATCH_2})
   if(NOT DEFINED CHRONOSEAL_PREFIX_${prefix})
     message(FATAL_ERROR "the public headers reach ${header}, which isn't one")
   endif()
@@ -50,10 +52,12 @@ foreach(header IN LISTS CHRONOSEAL_PUBLIC_HEADERS)
   chronoseal_header_closure(${header} headers)
 endforeach()
 foreach(header IN LISTS headers)
-  string(REGEX REPLACE "/.*" "" prefix ${header})
-  string(REGEX REPLACE "^[^/]*/" "" file ${header})
+  string(REGEX MATCH "^([^/]*)/(.*)$" matched ${header})
+  set(prefix ${CMAKE_MATCH_1})
+  set(file ${CMAKE_MATCH_2})
+  cmake_path(GET header PARENT_PATH folder)
   install(FILES ${CMAKE_SOURCE_DIR}/${CHRONOSEAL_PREFIX_${prefix}}/${file}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/chronoseal/${prefix})
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/chronoseal/${folder})
 endforeach()
 
 set_target_properties(libchronoseal PROPERTIES EXPORT_NAME chronoseal)

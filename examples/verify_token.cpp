@@ -4,8 +4,8 @@
 #include <iterator>
 #include <vector>
 
-#include "basalt20/chain.h"
-#include "basalt20/store.h"
+#include "basalt20/surface/chain.h"
+#include "basalt20/surface/store.h"
 #include "base/atl_exception.h"
 #include "client/stamp.h"
 

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "basalt20/name_text.h"
+#include "basalt20/coding/name_text.h"
 #include "base/atl_exception.h"
 #include "base/date_time.h"
 #include "hash_names.h"

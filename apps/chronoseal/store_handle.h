@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "basalt20/store.h"
+#include "basalt20/surface/store.h"
 
 namespace cli {
 

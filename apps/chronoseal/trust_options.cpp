@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "basalt20/chain.h"
+#include "basalt20/surface/chain.h"
 #include "failure.h"
 #include "sup/last_error.h"
 

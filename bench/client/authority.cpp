@@ -5,8 +5,8 @@
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
-#include "basalt20/certificate.h"
-#include "basalt20/chain.h"
+#include "basalt20/surface/certificate.h"
+#include "basalt20/surface/chain.h"
 #include "operation.h"
 
 namespace bench {

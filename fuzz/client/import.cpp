@@ -13,7 +13,7 @@
 #include <openssl/err.h>
 #include <openssl/ts.h>
 
-#include "basalt20/message.h"
+#include "basalt20/surface/message.h"
 #include "client/request.h"
 #include "client/stamp.h"
 #include "openssl_view.h"

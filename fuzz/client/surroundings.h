@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "basalt20/chain.h"
-#include "basalt20/store.h"
+#include "basalt20/surface/chain.h"
+#include "basalt20/surface/store.h"
 #include "base/atl_exception.h"
 
 namespace fuzzing {

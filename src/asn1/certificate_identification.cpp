@@ -5,7 +5,7 @@
 #include "asn1/failure.h"
 #include "atl/cert_context.h"
 #include "basalt10/oid_information.h"
-#include "basalt20/object_coding.h"
+#include "basalt20/surface/object_coding.h"
 #include "sup/last_error.h"
 
 namespace Halcyon::ASN1 {

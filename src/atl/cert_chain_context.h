@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "basalt20/chain.h"
+#include "basalt20/surface/chain.h"
 
 namespace ATL2 {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "atl/string.h"
-#include "basalt20/certificate.h"
+#include "basalt20/surface/certificate.h"
 
 namespace ATL2 {
 

@@ -5,7 +5,7 @@
 #include <list>
 #include <memory>
 
-#include "basalt20/store.h"
+#include "basalt20/surface/store.h"
 #include "sup/types.h"
 
 namespace ATL2 {

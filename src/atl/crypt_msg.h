@@ -5,8 +5,8 @@
 
 #include "atl/platform_answer.h"
 #include "atl/string.h"
-#include "basalt20/message.h"
-#include "basalt20/object_coding.h"
+#include "basalt20/surface/message.h"
+#include "basalt20/surface/object_coding.h"
 
 namespace ATL2 {
 

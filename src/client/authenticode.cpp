@@ -8,7 +8,7 @@
 
 #include "atl/base64.h"
 #include "atl/platform_answer.h"
-#include "basalt20/object_coding.h"
+#include "basalt20/surface/object_coding.h"
 #include "base/atl_exception.h"
 #include "base/blob.h"
 #include "client/http_params.h"

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "atl/base64.h"
-#include "basalt20/object_coding.h"
+#include "basalt20/surface/object_coding.h"
 #include "client/testing/authority.h"
 #include "client/testing/configuration.h"
 #include "client/testing/loopback_server.h"

@@ -9,7 +9,7 @@
 #include <openssl/ts.h>
 #include <unistd.h>
 
-#include "basalt20/store.h"
+#include "basalt20/surface/store.h"
 #include "client/testing/authority.h"
 #include "client/testing/configuration.h"
 #include "client/testing/stores.h"

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "basalt20/network.h"
+#include "basalt20/surface/network.h"
 #include "client/crypto_layer_version.h"
 #include "client/url_retrieval.h"
 #include "sup/configuration.h"

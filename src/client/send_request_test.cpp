@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "basalt10/provider.h"
-#include "basalt20/network.h"
+#include "basalt20/surface/network.h"
 #include "client/request.h"
 #include "client/testing/authority.h"
 #include "client/testing/configuration.h"

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "atl/string.h"
-#include "basalt20/message.h"
+#include "basalt20/surface/message.h"
 
 namespace Halcyon {
 

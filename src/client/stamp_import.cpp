@@ -4,7 +4,7 @@
 #include "asn1/certificate_value.h"
 #include "atl/platform_answer.h"
 #include "basalt10/oid_information.h"
-#include "basalt20/store.h"
+#include "basalt20/surface/store.h"
 #include "base/atl_exception.h"
 #include "client/request_impl.h"
 #include "client/result_codes.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "basalt20/store.h"
+#include "basalt20/surface/store.h"
 #include "client/stamp.h"
 #include "client/testing/authority.h"
 #include "client/testing/configuration.h"

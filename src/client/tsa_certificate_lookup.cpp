@@ -4,7 +4,7 @@
 #include "atl/crypt_prov.h"
 #include "atl/platform_answer.h"
 #include "atl/string.h"
-#include "basalt20/store.h"
+#include "basalt20/surface/store.h"
 #include "client/signing_certificate_attributes.h"
 #include "client/stamp_impl.h"
 #include "sup/last_error.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "basalt20/network.h"
+#include "basalt20/surface/network.h"
 #include "base/atl_exception.h"
 #include "sup/configuration.h"
 

@@ -13,7 +13,7 @@
 #include "asn1/extensions.h"
 #include "asn1/general_name.h"
 #include "asn1/signer_info.h"
-#include "basalt20/message.h"
+#include "basalt20/surface/message.h"
 #include "base/blob.h"
 #include "base/date_time.h"
 

@@ -6,7 +6,7 @@
 #include "atl/cert_context.h"
 #include "atl/cert_store.h"
 #include "atl/platform_answer.h"
-#include "basalt20/chain.h"
+#include "basalt20/surface/chain.h"
 #include "client/stamp.h"
 
 namespace Halcyon::PKI::TSP::Client::testing {

@@ -1,0 +1,185 @@
+// The process-wide caches of prepared certificates and keys.
+#include "basalt20/certificate/x509_cache.h"
+
+#include "basalt10/digest.h"
+#include "basalt20/coding/der_writer.h"
+#include "basalt20/coding/signature_algorithm.h"
+#include "basalt20/store/record.h"
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <cstring>
+#include <list>
+#include <unordered_map>
+
+namespace basalt {
+namespace {
+
+constexpr std::size_t kMaxEntries = 512;
+constexpr std::size_t kMaxKnownIssuers = 4; // an issuer has one certificate, or a few of them
+
+struct DigestHash {
+    std::size_t operator()(const Sha256& digest) const {
+        std::size_t value = 0;
+        std::memcpy(&value, digest.data(), sizeof(value));
+        return value;
+    }
+};
+
+// The least recently used entry goes when a new one comes and the cache is full.
+template <class Value>
+class DigestCache {
+public:
+    std::shared_ptr<const Value> find(const Sha256& digest) {
+        const std::lock_guard lock(mutex_);
+        const auto found = index_.find(digest);
+        if (found == index_.end()) {
+            return nullptr;
+        }
+        entries_.splice(entries_.begin(), entries_, found->second);
+        return found->second->second;
+    }
+
+    /// Keeps `value`, or gives what another thread has put there meanwhile.
+    std::shared_ptr<const Value> keep(const Sha256& digest, std::shared_ptr<const Value> value) {
+        const std::lock_guard lock(mutex_);
+        if (const auto found = index_.find(digest); found != index_.end()) {
+            return found->second->second;
+        }
+        entries_.emplace_front(digest, std::move(value));
+        index_[digest] = entries_.begin();
+        if (entries_.size() > kMaxEntries) {
+            index_.erase(entries_.back().first);
+            entries_.pop_back();
+        }
+        return entries_.front().second;
+    }
+
+private:
+    using Entries = std::list<std::pair<Sha256, std::shared_ptr<const Value>>>;
+
+    std::mutex mutex_;
+    Entries entries_;
+    std::unordered_map<Sha256, typename Entries::iterator, DigestHash> index_;
+};
+
+// Never destroyed: OpenSSL's own end of process may run before or behind ours.
+DigestCache<X509Entry>& certificates() {
+    static auto* cache = new DigestCache<X509Entry>;
+    return *cache;
+}
+
+DigestCache<PublicKey>& keys() {
+    static auto* cache = new DigestCache<PublicKey>;
+    return *cache;
+}
+
+bool is_gost(std::string_view oid) {
+    return oid.starts_with("1.2.643.");
+}
+
+std::shared_ptr<const X509Entry> make_entry(Bytes encoded) {
+    const unsigned char* at = encoded.data();
+    auto entry = std::make_shared<X509Entry>();
+    entry->certificate.reset(d2i_X509(nullptr, &at, static_cast<long>(encoded.size())));
+    if (!entry->certificate || at != encoded.data() + encoded.size()) {
+        ERR_clear_error();
+        fail(CRYPT_E_ASN1_CORRUPT);
+    }
+    if (EVP_PKEY* key = X509_get_pubkey(entry->certificate.get()); key != nullptr) {
+        entry->key = std::make_shared<PublicKey>(EvpKey(key));
+    }
+    ERR_clear_error();
+    return entry;
+}
+
+// GOST keys can be read only once the engine is there.
+void load_engine_for(Bytes encoded) {
+    DerReader certificate(sole_element(encoded).contents);
+    DerReader tbs(certificate.take(tag::kSequence).contents);
+    tbs.take_if(tag::context_constructed(0));
+    for (int i = 0; i < 5; ++i) {
+        tbs.take();
+    }
+    DerReader key(tbs.take(tag::kSequence).contents);
+    DerReader algorithm(key.take(tag::kSequence).contents);
+    if (is_gost(oid_text(algorithm.take(tag::kOid).contents))) {
+        gost_available();
+    }
+}
+
+} // namespace
+
+bool KnownIssuers::contains(const std::shared_ptr<const X509Entry>& issuer) const {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(issuers_.begin(), issuers_.end(), [&](const auto& known) {
+        return !known.owner_before(issuer) && !issuer.owner_before(known);
+    });
+}
+
+void KnownIssuers::add(const std::shared_ptr<const X509Entry>& issuer) {
+    if (contains(issuer)) {
+        return;
+    }
+    const std::lock_guard lock(mutex_);
+    if (issuers_.size() >= kMaxKnownIssuers) {
+        issuers_.erase(issuers_.begin());
+    }
+    issuers_.push_back(issuer);
+}
+
+Sha256 sha256(Bytes bytes) {
+    const std::string value = basalt::digest(EVP_sha256(), bytes);
+    Sha256 result;
+    std::copy_n(value.begin(), result.size(), result.begin());
+    return result;
+}
+
+std::shared_ptr<const X509Entry> x509_by_digest(const Sha256& digest, Bytes encoded) {
+    if (auto found = certificates().find(digest)) {
+        return found;
+    }
+    load_engine_for(encoded);
+    return certificates().keep(digest, make_entry(encoded));
+}
+
+std::shared_ptr<const X509Entry> x509_of(PCCERT_CONTEXT context) {
+    return CertificateRecord::of(context).body().x509();
+}
+
+X509* cached_x509(PCCERT_CONTEXT context) noexcept {
+    return guarded<X509*>(nullptr, [&] {
+        X509* certificate = x509_of(context)->certificate.get();
+        X509_up_ref(certificate);
+        return certificate;
+    });
+}
+
+X509_CRL* cached_crl(PCCRL_CONTEXT context) noexcept {
+    return guarded<X509_CRL*>(nullptr, [&] {
+        X509_CRL* list = CrlRecord::of(context).body().x509_crl();
+        X509_CRL_up_ref(list);
+        return list;
+    });
+}
+
+std::shared_ptr<const PublicKey> public_key_of(const CERT_PUBLIC_KEY_INFO& info) {
+    const std::string encoded = encode_public_key_info(info);
+    const Bytes bytes{reinterpret_cast<const BYTE*>(encoded.data()), encoded.size()};
+    const Sha256 digest = sha256(bytes);
+    if (auto found = keys().find(digest)) {
+        return found;
+    }
+    if (is_gost(info.Algorithm.pszObjId)) {
+        gost_available();
+    }
+    const unsigned char* at = bytes.data();
+    EvpKey key(d2i_PUBKEY(nullptr, &at, static_cast<long>(bytes.size())));
+    ERR_clear_error();
+    require(key && at == bytes.data() + bytes.size(), NTE_BAD_PUBLIC_KEY);
+    return keys().keep(digest, std::make_shared<PublicKey>(std::move(key)));
+}
+
+} // namespace basalt

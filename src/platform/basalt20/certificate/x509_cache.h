@@ -1,0 +1,64 @@
+// OpenSSL's certificates and public keys, made once and kept in two bounded process-wide caches, by
+// the SHA-256 of the certificate's DER and of the SubjectPublicKeyInfo's DER: decoding a key costs
+// OpenSSL more than all the rest of reading a token. Any thread may call; the results are shared
+// and must not be changed.
+#pragma once
+
+#include "basalt20/certificate/certificate_body.h"
+#include "basalt20/coding/public_key.h"
+#include "basalt20/surface/crl.h"
+
+#include <openssl/x509.h>
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace basalt {
+
+struct X509Deleter {
+    void operator()(X509* certificate) const { X509_free(certificate); }
+};
+
+struct X509Entry;
+
+/// The issuers under whose certificates OpenSSL's verifier has found a certificate's signature
+/// good. The two certificates don't change, so neither does that verdict.
+class KnownIssuers {
+public:
+    bool contains(const std::shared_ptr<const X509Entry>& issuer) const;
+    void add(const std::shared_ptr<const X509Entry>& issuer);
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<std::weak_ptr<const X509Entry>> issuers_; // an entry that is gone is no one's match
+};
+
+/// `key` is null when OpenSSL doesn't know the kind of key or can't read it.
+struct X509Entry {
+    std::unique_ptr<X509, X509Deleter> certificate;
+    std::shared_ptr<const PublicKey> key;
+    mutable KnownIssuers verified_by;
+};
+
+Sha256 sha256(Bytes bytes);
+
+/// The prepared certificate for bytes of that digest. Fault CRYPT_E_ASN1_CORRUPT when OpenSSL can't
+/// read them whole.
+std::shared_ptr<const X509Entry> x509_by_digest(const Sha256& digest, Bytes encoded);
+
+/// The same from a context, which keeps the result: the way to use. The pointer is an X509 that
+/// lives as long as the entry.
+std::shared_ptr<const X509Entry> x509_of(PCCERT_CONTEXT context);
+
+/// The cached certificate of a context as a new reference (X509_free gives it up), null when
+/// OpenSSL can't read it.
+X509* cached_x509(PCCERT_CONTEXT context) noexcept;
+
+/// The same for a CRL, which its context keeps (X509_CRL_free).
+X509_CRL* cached_crl(PCCRL_CONTEXT context) noexcept;
+
+/// The prepared key of a SubjectPublicKeyInfo. Fault NTE_BAD_PUBLIC_KEY when OpenSSL can't read it.
+std::shared_ptr<const PublicKey> public_key_of(const CERT_PUBLIC_KEY_INFO& info);
+
+} // namespace basalt

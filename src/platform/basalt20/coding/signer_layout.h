@@ -1,0 +1,33 @@
+// Signers and attributes laid out as the published records.
+#pragma once
+
+#include "basalt20/coding/flat_block.h"
+#include "basalt20/coding/signed_message.h"
+#include "basalt20/surface/object_coding.h"
+
+namespace basalt {
+
+// Each lays out what the record points to and gives the filled record itself, whose pointers are
+// null while the block only counts.
+CRYPT_ALGORITHM_IDENTIFIER lay_out(FlatBlock& block, const Algorithm& algorithm);
+CRYPT_ATTRIBUTE lay_out(FlatBlock& block, const Attribute& attribute);
+CERT_ID lay_out_identifier(FlatBlock& block, const SignerInfo& signer);
+
+/// `set` is the attributes field of a signer; tag 0 gives an empty list.
+CRYPT_ATTRIBUTES lay_out_attributes(FlatBlock& block, const Element& set);
+CRYPT_ATTRIBUTES lay_out_attributes(FlatBlock& block, const std::vector<Attribute>& attributes);
+
+/// The record at the front of the block, then what `fill(block)` lays out behind it.
+template <class Record, class Fill>
+void lay_out_record(FlatBlock& block, Fill&& fill) {
+    Record* record = block.place<Record>();
+    const Record filled = fill(block);
+    if (record != nullptr) {
+        *record = filled;
+    }
+}
+
+/// A CMSG_CMS_SIGNER_INFO, answered by size and data.
+void give_cms_signer_info(const SignerInfo& signer, void* data, DWORD* size);
+
+} // namespace basalt

@@ -1,0 +1,166 @@
+// A folder of files named by the SHA-256 of their keys. A file's time of modification is when it
+// was fetched.
+#include "basalt20/network/retrieval_cache.h"
+
+#include <fcntl.h>
+#include <openssl/sha.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+namespace basalt {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kObjectBound = std::size_t{64} << 20;
+constexpr std::size_t kMostFiles = 512;
+constexpr std::size_t kFilesAfterClearing = 384;
+
+// Empty when there is no cache.
+std::string folder() {
+    if (const char* cache = secure_getenv("XDG_CACHE_HOME"); cache != nullptr && *cache == '/') {
+        return std::string(cache) + "/basalt/retrieved";
+    }
+    if (const char* home = secure_getenv("HOME"); home != nullptr && *home == '/') {
+        return std::string(home) + "/.cache/basalt/retrieved";
+    }
+    return {};
+}
+
+std::string file_name(const std::string& key) {
+    std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
+    SHA256(reinterpret_cast<const unsigned char*>(key.data()), key.size(), digest.data());
+    constexpr char digits[] = "0123456789abcdef";
+    std::string name;
+    for (const unsigned char byte : digest) {
+        name += digits[byte >> 4];
+        name += digits[byte & 15];
+    }
+    return name;
+}
+
+class File {
+public:
+    explicit File(int descriptor) : descriptor_(descriptor) {}
+    ~File() {
+        if (descriptor_ >= 0) {
+            close(descriptor_);
+        }
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    bool is_open() const { return descriptor_ >= 0; }
+    bool status(struct stat& result) const { return fstat(descriptor_, &result) == 0; }
+
+    bool read_whole(std::vector<BYTE>& bytes) const {
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            const ssize_t count = read(descriptor_, bytes.data() + done, bytes.size() - done);
+            if (count <= 0) {
+                return false;
+            }
+            done += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+
+    bool write_whole(const std::vector<BYTE>& bytes) const {
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            const ssize_t count = write(descriptor_, bytes.data() + done, bytes.size() - done);
+            if (count <= 0) {
+                return false;
+            }
+            done += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+
+private:
+    int descriptor_;
+};
+
+// Removes the oldest files when there are too many.
+void clear_old(const std::string& name) {
+    std::error_code ignored;
+    std::vector<std::pair<fs::file_time_type, fs::path>> files;
+    for (const fs::directory_entry& entry : fs::directory_iterator(name, ignored)) {
+        files.emplace_back(entry.last_write_time(ignored), entry.path());
+    }
+    if (files.size() <= kMostFiles) {
+        return;
+    }
+    std::sort(files.begin(), files.end());
+    for (std::size_t i = 0; i < files.size() - kFilesAfterClearing; ++i) {
+        fs::remove(files[i].second, ignored);
+    }
+}
+
+bool make_folder(const std::string& name) {
+    std::error_code error;
+    fs::create_directories(name, error);
+    if (!error) {
+        fs::permissions(name, fs::perms::owner_all, error);
+    }
+    return !error;
+}
+
+} // namespace
+
+std::optional<CachedObject> cached_object(const std::string& key) {
+    const std::string where = folder();
+    if (where.empty()) {
+        return std::nullopt;
+    }
+    const File file(
+        open((where + "/" + file_name(key)).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (!file.is_open() || !file.status(status) || !S_ISREG(status.st_mode) ||
+        static_cast<std::size_t>(status.st_size) > kObjectBound) {
+        return std::nullopt;
+    }
+    CachedObject object;
+    object.fetched = std::chrono::system_clock::from_time_t(status.st_mtim.tv_sec);
+    // A clock that was wrong at the time must not make an object new for ever.
+    if (object.fetched > std::chrono::system_clock::now()) {
+        return std::nullopt;
+    }
+    object.bytes.resize(static_cast<std::size_t>(status.st_size));
+    if (!file.read_whole(object.bytes)) {
+        return std::nullopt;
+    }
+    return object;
+}
+
+void cache_object(const std::string& key, const std::vector<BYTE>& bytes) {
+    const std::string where = folder();
+    if (where.empty() || bytes.size() > kObjectBound || !make_folder(where)) {
+        return;
+    }
+    std::string temporary = where + "/new.XXXXXX";
+    {
+        const File file(mkostemp(temporary.data(), O_CLOEXEC));
+        if (!file.is_open()) {
+            return;
+        }
+        if (!file.write_whole(bytes)) {
+            unlink(temporary.c_str());
+            return;
+        }
+    }
+    if (std::rename(temporary.c_str(), (where + "/" + file_name(key)).c_str()) != 0) {
+        unlink(temporary.c_str());
+        return;
+    }
+    clear_old(where);
+}
+
+} // namespace basalt

@@ -1,0 +1,50 @@
+#include "basalt20/revocation/revocation_mode.h"
+
+#include "basalt20/coding/fault.h"
+#include "sup/configuration.h"
+
+#include <atomic>
+#include <string_view>
+
+namespace basalt {
+
+namespace {
+
+constexpr char kKey[] = "\\config\\basalt\\Revocation";
+
+std::atomic<DWORD> process_mode{BASALT_REVOCATION_CONFIGURED};
+
+RevocationMode configured_mode() {
+    char text[16];
+    std::size_t size = sizeof text - 1;
+    if (support_registry_get_string(kKey, &size, text) != 0) {
+        return RevocationMode::require;
+    }
+    const std::string_view value(text, size);
+    if (value == "available") {
+        return RevocationMode::available;
+    }
+    return value == "off" ? RevocationMode::off : RevocationMode::require;
+}
+
+} // namespace
+
+RevocationMode revocation_mode() {
+    switch (process_mode.load()) {
+    case BASALT_REVOCATION_REQUIRE:
+        return RevocationMode::require;
+    case BASALT_REVOCATION_AVAILABLE:
+        return RevocationMode::available;
+    case BASALT_REVOCATION_OFF:
+        return RevocationMode::off;
+    default:
+        return configured_mode();
+    }
+}
+
+void set_revocation_mode(DWORD mode) {
+    require(mode <= BASALT_REVOCATION_OFF);
+    process_mode.store(mode);
+}
+
+} // namespace basalt

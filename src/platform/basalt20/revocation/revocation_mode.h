@@ -1,0 +1,17 @@
+// How revocation is judged in this process: what BasaltSetRevocationMode said, or else the
+// configuration key \config\basalt\Revocation: "require" (also when absent), "available" or "off".
+// A value that isn't one of these counts as "require", so that a slip closes and doesn't open.
+#pragma once
+
+#include "basalt20/surface/chain.h"
+
+namespace basalt {
+
+enum class RevocationMode { require, available, off };
+
+RevocationMode revocation_mode();
+
+// Fault E_INVALIDARG for a number that is no mode.
+void set_revocation_mode(DWORD mode);
+
+} // namespace basalt

@@ -1,0 +1,218 @@
+// Opening stores, collections, and what can be put in and taken out.
+#include "basalt20/surface/store.h"
+
+#include "basalt20/coding/der_writer.h"
+#include "basalt20/coding/flat_block.h"
+#include "basalt20/store/collection_store.h"
+#include "basalt20/store/object_file.h"
+#include "basalt20/store/record.h"
+#include "basalt20/store/system_store.h"
+#include "basalt20/surface/message.h"
+#include "sup/text_conversion.h"
+
+#include <cerrno>
+
+namespace {
+
+using namespace basalt;
+
+std::string narrow(const void* wide_text) {
+    require(wide_text != nullptr);
+    const auto* text = static_cast<const wchar_t*>(wide_text);
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    require(size > 0);
+    std::string out(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, out.data(), size, nullptr, nullptr);
+    out.pop_back();
+    return out;
+}
+
+std::string text_parameter(const void* text) {
+    require(text != nullptr);
+    return static_cast<const char*>(text);
+}
+
+std::shared_ptr<StoreObject> open_file(const std::string& path) {
+    require(!path.empty());
+    const auto contents = read_file(path);
+    require(contents.has_value(), error_of_errno(errno));
+    auto store = std::make_shared<MemoryStore>(true);
+    load_objects(*store, bytes_of(*contents));
+    return store;
+}
+
+std::shared_ptr<StoreObject> open_signed_data(Bytes encoded) {
+    auto store = std::make_shared<MemoryStore>();
+    load_signed_data(*store, encoded);
+    return store;
+}
+
+std::shared_ptr<StoreObject> open_message(const void* message) {
+    require(message != nullptr);
+    const HCRYPTMSG handle = const_cast<void*>(message);
+    DWORD size = 0;
+    require(CryptMsgGetParam(handle, CMSG_ENCODED_MESSAGE, 0, nullptr, &size), GetLastError());
+    std::vector<BYTE> encoded(size);
+    require(CryptMsgGetParam(handle, CMSG_ENCODED_MESSAGE, 0, encoded.data(), &size),
+            GetLastError());
+    return open_signed_data(encoded);
+}
+
+std::shared_ptr<StoreObject> open(std::uintptr_t provider, DWORD flags, const void* para) {
+    switch (provider) {
+    case 1:
+        return open_message(para);
+    case 2:
+        return std::make_shared<MemoryStore>();
+    case 5:
+        require(para != nullptr);
+        return open_signed_data(bytes_of(*static_cast<const CRYPT_DATA_BLOB*>(para)));
+    case 7:
+        return open_file(text_parameter(para));
+    case 8:
+        return open_file(narrow(para));
+    case 9:
+        return open_system_store(text_parameter(para), flags);
+    case 10:
+        return open_system_store(narrow(para), flags);
+    case 11:
+        return std::make_shared<CollectionStore>();
+    default:
+        fail(ERROR_FILE_NOT_FOUND);
+    }
+}
+
+CollectionStore& collection_of(const std::shared_ptr<StoreObject>& store) {
+    auto* collection = dynamic_cast<CollectionStore*>(store.get());
+    require(collection != nullptr && !collection->sealed());
+    return *collection;
+}
+
+std::shared_ptr<MemoryStore> writable_store(StoreObject& store) {
+    auto target = store.writable();
+    require(target != nullptr, E_ACCESSDENIED);
+    return target;
+}
+
+template <class RecordType, class Context>
+BOOL add_to_store(HCERTSTORE handle, const Context* context, DWORD disposition,
+                  const Context** store_context) {
+    return guarded<BOOL>(FALSE, [&] {
+        require(context != nullptr);
+        const auto store = store_of(handle);
+        auto item = writable_store(*store)->add(RecordType::of(context).item(), disposition);
+        if (store_context != nullptr) {
+            *store_context = RecordType::make(std::move(item), {store, nullptr, 0});
+        }
+        return TRUE;
+    });
+}
+
+template <class RecordType, class Context>
+BOOL delete_from_store(const Context* context) {
+    return guarded<BOOL>(FALSE, [&] {
+        require(context != nullptr);
+        auto& record = RecordType::of(context);
+        const auto item = record.shared_item();
+        const auto owner = item->owner.lock();
+        record.release();
+        require(owner != nullptr);
+        owner->remove(*item);
+        return TRUE;
+    });
+}
+
+} // namespace
+
+HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD, HCRYPTPROV, DWORD dwFlags,
+                         const void* pvPara) {
+    return guarded<HCERTSTORE>(nullptr, [&] {
+        return register_store(
+            open(reinterpret_cast<std::uintptr_t>(lpszStoreProvider), dwFlags, pvPara));
+    });
+}
+
+HCERTSTORE CertOpenSystemStoreA(HCRYPTPROV hProv, LPCSTR szSubsystemProtocol) {
+    return CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, hProv, CERT_SYSTEM_STORE_CURRENT_USER,
+                         szSubsystemProtocol);
+}
+
+HCERTSTORE CertOpenSystemStoreW(HCRYPTPROV hProv, LPCWSTR szSubsystemProtocol) {
+    return CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, hProv, CERT_SYSTEM_STORE_CURRENT_USER,
+                         szSubsystemProtocol);
+}
+
+BOOL CertAddStoreToCollection(HCERTSTORE hCollectionStore, HCERTSTORE hSiblingStore,
+                              DWORD dwUpdateFlags, DWORD dwPriority) {
+    return guarded<BOOL>(FALSE, [&] {
+        const auto store = store_of(hCollectionStore);
+        const bool takes_objects = (dwUpdateFlags & CERT_PHYSICAL_STORE_ADD_ENABLE_FLAG) != 0;
+        collection_of(store).add_child(hSiblingStore, takes_objects, dwPriority);
+        return TRUE;
+    });
+}
+
+void CertRemoveStoreFromCollection(HCERTSTORE hCollectionStore, HCERTSTORE hSiblingStore) {
+    guarded<BOOL>(FALSE, [&] {
+        const auto store = store_of(hCollectionStore);
+        collection_of(store).remove_child(*store_of(hSiblingStore));
+        return TRUE;
+    });
+}
+
+BOOL CertAddCertificateContextToStore(HCERTSTORE hCertStore, PCCERT_CONTEXT pCertContext,
+                                      DWORD dwAddDisposition, PCCERT_CONTEXT* ppStoreContext) {
+    return add_to_store<CertificateRecord>(hCertStore, pCertContext, dwAddDisposition,
+                                           ppStoreContext);
+}
+
+BOOL CertAddEncodedCertificateToStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType,
+                                      const BYTE* pbCertEncoded, DWORD cbCertEncoded,
+                                      DWORD dwAddDisposition, PCCERT_CONTEXT* ppCertContext) {
+    const PCCERT_CONTEXT context =
+        CertCreateCertificateContext(dwCertEncodingType, pbCertEncoded, cbCertEncoded);
+    if (context == nullptr) {
+        return FALSE;
+    }
+    const BOOL added =
+        CertAddCertificateContextToStore(hCertStore, context, dwAddDisposition, ppCertContext);
+    CertFreeCertificateContext(context);
+    return added;
+}
+
+BOOL CertDeleteCertificateFromStore(PCCERT_CONTEXT pCertContext) {
+    return delete_from_store<CertificateRecord>(pCertContext);
+}
+
+BOOL CertAddCRLContextToStore(HCERTSTORE hCertStore, PCCRL_CONTEXT pCrlContext,
+                              DWORD dwAddDisposition, PCCRL_CONTEXT* ppStoreContext) {
+    return add_to_store<CrlRecord>(hCertStore, pCrlContext, dwAddDisposition, ppStoreContext);
+}
+
+BOOL CertAddEncodedCRLToStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType,
+                              const BYTE* pbCrlEncoded, DWORD cbCrlEncoded, DWORD dwAddDisposition,
+                              PCCRL_CONTEXT* ppCrlContext) {
+    const PCCRL_CONTEXT context =
+        CertCreateCRLContext(dwCertEncodingType, pbCrlEncoded, cbCrlEncoded);
+    if (context == nullptr) {
+        return FALSE;
+    }
+    const BOOL added =
+        CertAddCRLContextToStore(hCertStore, context, dwAddDisposition, ppCrlContext);
+    CertFreeCRLContext(context);
+    return added;
+}
+
+BOOL CertDeleteCRLFromStore(PCCRL_CONTEXT pCrlContext) {
+    return delete_from_store<CrlRecord>(pCrlContext);
+}
+
+BOOL BasaltAddOcspResponseToStore(HCERTSTORE hCertStore, const BYTE* pbEncoded, DWORD cbEncoded) {
+    return guarded<BOOL>(FALSE, [&] {
+        require(pbEncoded != nullptr);
+        const auto store = store_of(hCertStore);
+        require(is_ocsp_response({pbEncoded, cbEncoded}), CRYPT_E_ASN1_CORRUPT);
+        writable_store(*store)->add_ocsp({pbEncoded, cbEncoded});
+        return TRUE;
+    });
+}

@@ -1,0 +1,212 @@
+// Named stores in folders of the test's own.
+#include "basalt20/store/test_file.h"
+#include "basalt20/surface/store.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class SystemStore : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "stores.XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder_ = pattern;
+        set("BASALT_USER_STORES", folder_ / "user");
+        set("BASALT_MACHINE_STORES", folder_ / "machine");
+        set("BASALT_SYSTEM_ROOTS", folder_ / "roots.pem");
+    }
+    void TearDown() override {
+        for (const char* name :
+             {"BASALT_USER_STORES", "BASALT_MACHINE_STORES", "BASALT_SYSTEM_ROOTS"}) {
+            unsetenv(name);
+        }
+        fs::remove_all(folder_);
+    }
+    static void set(const char* name, const fs::path& value) { setenv(name, value.c_str(), 1); }
+
+    static HCERTSTORE open(const wchar_t* name, DWORD flags = 0,
+                           DWORD location = CERT_SYSTEM_STORE_CURRENT_USER) {
+        return CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, location | flags, name);
+    }
+    static int count(HCERTSTORE store) {
+        int found = 0;
+        PCCERT_CONTEXT context = nullptr;
+        while ((context = CertEnumCertificatesInStore(store, context)) != nullptr) {
+            ++found;
+        }
+        return found;
+    }
+    static int count(const wchar_t* name) {
+        HCERTSTORE store = open(name);
+        const int found = count(store);
+        CertCloseStore(store, 0);
+        return found;
+    }
+    static void add(const wchar_t* name, const std::string& file,
+                    DWORD location = CERT_SYSTEM_STORE_CURRENT_USER) {
+        HCERTSTORE store = open(name, 0, location);
+        EXPECT_TRUE(CertAddCertificateContextToStore(store, test_certificate(file).get(),
+                                                     CERT_STORE_ADD_USE_EXISTING, nullptr));
+        CertCloseStore(store, 0);
+    }
+
+    fs::path folder_;
+};
+
+TEST_F(SystemStore, KeepsCertificatesAndPropertiesBetweenOpenings) {
+    HCERTSTORE store = open(L"My");
+    ASSERT_NE(store, nullptr);
+    EXPECT_EQ(count(store), 0);
+    EXPECT_FALSE(fs::exists(folder_ / "user"));
+    const auto certificate = test_certificate("rsa.cer");
+    wchar_t container[] = L"key one";
+    CRYPT_KEY_PROV_INFO info{container, nullptr, 24, 0, 0, nullptr, 1};
+    PCCERT_CONTEXT added = nullptr;
+    ASSERT_TRUE(
+        CertAddCertificateContextToStore(store, certificate.get(), CERT_STORE_ADD_ALWAYS, &added));
+    ASSERT_TRUE(CertSetCertificateContextProperty(added, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+    CertFreeCertificateContext(added);
+    CertCloseStore(store, 0);
+
+    store = open(L"MY", CERT_STORE_READONLY_FLAG);
+    PCCERT_CONTEXT found = CertFindCertificateInStore(store, 0x10001, 0, CERT_FIND_EXISTING,
+                                                      certificate.get(), nullptr);
+    ASSERT_NE(found, nullptr);
+    std::vector<BYTE> block(512);
+    auto size = static_cast<DWORD>(block.size());
+    ASSERT_TRUE(
+        CertGetCertificateContextProperty(found, CERT_KEY_PROV_INFO_PROP_ID, block.data(), &size));
+    EXPECT_STREQ(reinterpret_cast<CRYPT_KEY_PROV_INFO*>(block.data())->pwszContainerName,
+                 container);
+
+    // Read only: a property stays in memory, an object is refused.
+    ASSERT_TRUE(CertSetCertificateContextProperty(found, CERT_KEY_PROV_INFO_PROP_ID, 0, nullptr));
+    EXPECT_FALSE(CertDeleteCertificateFromStore(found));
+    EXPECT_FALSE(
+        CertAddCertificateContextToStore(store, certificate.get(), CERT_STORE_ADD_ALWAYS, nullptr));
+    EXPECT_EQ(GetLastError(), E_ACCESSDENIED);
+    CertCloseStore(store, 0);
+
+    store = open(L"My");
+    found = CertEnumCertificatesInStore(store, nullptr);
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(CertEnumCertificateContextProperties(found, 0), CERT_KEY_PROV_INFO_PROP_ID);
+    ASSERT_TRUE(CertDeleteCertificateFromStore(found));
+    CertCloseStore(store, 0);
+    EXPECT_EQ(count(L"My"), 0);
+    EXPECT_TRUE(fs::is_empty(folder_ / "user/My"));
+}
+
+TEST_F(SystemStore, MachineStoresStandBehindTheUsersOwn) {
+    add(L"CA", "root.cer", CERT_SYSTEM_STORE_LOCAL_MACHINE);
+    EXPECT_TRUE(fs::exists(folder_ / "machine/CA"));
+    EXPECT_EQ(count(L"CA"), 1);
+    add(L"CA", "ec.cer");
+    EXPECT_EQ(count(L"CA"), 2);
+    HCERTSTORE machine = open(L"CA", 0, CERT_SYSTEM_STORE_LOCAL_MACHINE);
+    EXPECT_EQ(count(machine), 1);
+    CertCloseStore(machine, 0);
+}
+
+TEST_F(SystemStore, RootShowsTheSystemsRootsAndFollowsTheirFile) {
+    EXPECT_EQ(count(L"Root"), 0);
+    fs::copy_file(std::string(CHRONOSEAL_TESTDATA) + "/bundle.pem", folder_ / "roots.pem");
+    EXPECT_EQ(count(L"Root"), 2);
+    add(L"Root", "ec.cer");
+    EXPECT_EQ(count(L"Root"), 3);
+    fs::remove(folder_ / "roots.pem");
+    EXPECT_EQ(count(L"Root"), 1);
+}
+
+TEST_F(SystemStore, OpeningFlagsAndNames) {
+    EXPECT_EQ(open(L"My", CERT_STORE_OPEN_EXISTING_FLAG), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    add(L"My", "ec.cer");
+    EXPECT_EQ(open(L"My", CERT_STORE_CREATE_NEW_FLAG), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_FILE_EXISTS);
+    for (const wchar_t* bad : {L"", L"..", L"a/b", L".hidden"}) {
+        EXPECT_EQ(open(bad), nullptr) << bad;
+        EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    }
+}
+
+// Half-written files, foreign files and broken properties don't keep the rest from being read.
+TEST_F(SystemStore, DamagedFilesArePassedOver) {
+    add(L"AddressBook", "rsa.cer");
+    const fs::path book = folder_ / "user/AddressBook";
+    std::ofstream(book / "noise.cer") << "\x30\x82\x01";
+    std::ofstream(book / "empty.cer").flush();
+    std::ofstream(book / "x.cer.AbCdEf") << "in the making";
+    std::ofstream(book / "readme.txt") << "a note";
+    fs::create_directory(book / "folder.cer");
+    fs::copy_file(std::string(CHRONOSEAL_TESTDATA) + "/bundle.pem", book / "given.cer");
+    fs::copy_file(std::string(CHRONOSEAL_TESTDATA) + "/root.crl", book / "list.crl");
+    for (const auto& entry : fs::directory_iterator(book)) {
+        if (entry.path().stem().string().size() == 40) {
+            std::ofstream(fs::path(entry.path()).replace_extension(".properties"))
+                << "rubbish\n11 4142\n12 4\n0 00\n99999999999 00\n13 zz\n14 ";
+        }
+    }
+    EXPECT_EQ(count(L"AddressBook"), 3);
+    HCERTSTORE store = open(L"AddressBook", CERT_STORE_READONLY_FLAG);
+    PCCERT_CONTEXT found = CertFindCertificateInStore(store, 1, 0, CERT_FIND_PROPERTY,
+                                                      &CERT_FRIENDLY_NAME_PROP_ID, nullptr);
+    EXPECT_NE(found, nullptr);
+    CertFreeCertificateContext(found);
+    PCCRL_CONTEXT list = CertEnumCRLsInStore(store, nullptr);
+    EXPECT_NE(list, nullptr);
+    CertFreeCRLContext(list);
+    CertCloseStore(store, 0);
+}
+
+// Several processes write the same and other certificates while this one reads: it never sees half
+// a file.
+TEST_F(SystemStore, ProcessesMayWriteAtOnce) {
+    std::vector<pid_t> children;
+    for (const char* name : {"rsa.cer", "rsa.cer", "ec.cer"}) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            bool good = true;
+            for (int i = 0; i < 20; ++i) {
+                HCERTSTORE store = open(L"My");
+                PCCERT_CONTEXT added = nullptr;
+                good = good &&
+                       CertAddCertificateContextToStore(store, test_certificate(name).get(),
+                                                        CERT_STORE_ADD_REPLACE_EXISTING, &added);
+                BYTE value[] = {static_cast<BYTE>(i)};
+                const CRYPT_DATA_BLOB blob{1, value};
+                good = good && CertSetCertificateContextProperty(added, 11, 0, &blob);
+                CertFreeCertificateContext(added);
+                CertCloseStore(store, 0);
+            }
+            _exit(good ? 0 : 1);
+        }
+        children.push_back(child);
+    }
+    int last = 0;
+    for (int i = 0; i < 50; ++i) {
+        const int now = count(L"My");
+        EXPECT_GE(now, last);
+        last = now;
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(count(L"My"), 2);
+    for (const auto& entry : fs::directory_iterator(folder_ / "user/My")) {
+        EXPECT_THAT(entry.path().extension().string(), testing::AnyOf(".cer", ".properties"));
+    }
+}
+
+} // namespace
