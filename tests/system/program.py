@@ -12,6 +12,7 @@ import unittest
 BIN = pathlib.Path(os.environ.get("CHRONOSEAL_BIN", "build/bin")).resolve()
 GOOD, REFUSED, USAGE, UNREACHABLE = 0, 1, 2, 3
 SKIPPED = 77  # what ctest takes for a test that could not run
+os.umask(0o022)  # configuration that others may write to is refused
 
 
 class Workspace:

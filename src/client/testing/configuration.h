@@ -11,6 +11,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "base/atl_exception.h"
 #include "sup/configuration.h"
@@ -43,6 +44,7 @@ public:
 
 private:
     Configuration() {
+        ::umask(S_IWGRP | S_IWOTH); // configuration that others may write to is refused
         std::string pattern = ::testing::TempDir() + "chronoseal-client-XXXXXX";
         folder_ = ::mkdtemp(pattern.data());
         path_ = folder_ + "/config.toml";

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 namespace {
 
@@ -20,6 +21,7 @@ constexpr uid_t kSomebody = 4711;
 class ConfigurationFiles : public testing::Test {
 protected:
     ConfigurationFiles() {
+        umask(S_IWGRP | S_IWOTH); // configuration that others may write to is refused
         std::string pattern = testing::TempDir() + "basalt_files_XXXXXX";
         folder_ = mkdtemp(pattern.data());
         places_.machine_file = folder_ + "/machine.toml";
@@ -166,6 +168,70 @@ TEST(TomlBounds, QuotesAndCommentsAsTomlHasThem) {
             EXPECT_NO_THROW(toml::parse(each.text)) << each.text;
         }
     }
+}
+
+std::size_t depth_of(const toml::node& node) {
+    std::size_t most = 0;
+    if (const toml::table* table = node.as_table()) {
+        for (const auto& [key, inner] : *table) {
+            most = std::max(most, depth_of(inner));
+        }
+    } else if (const toml::array* array = node.as_array()) {
+        for (const toml::node& inner : *array) {
+            most = std::max(most, depth_of(inner));
+        }
+    }
+    return most + 1;
+}
+
+// Whatever quotes, comments and line ends stand around it, a long dotted name doesn't get past the
+// walk and into the parser's tree.
+TEST(TomlBounds, NoMixtureHidesALongName) {
+    std::string deep = "a";
+    for (int i = 0; i < 400; ++i) {
+        deep += ".a";
+    }
+    const std::string pieces[] = {"\"",
+                                  "\"\"\"",
+                                  "'",
+                                  "'''",
+                                  "#",
+                                  "\n",
+                                  "\\",
+                                  "x = ",
+                                  "[",
+                                  "]",
+                                  "{",
+                                  "}",
+                                  ",",
+                                  "\r\n",
+                                  " ",
+                                  "y",
+                                  "1",
+                                  deep,
+                                  deep + " = 1\n",
+                                  "z = \"\"\"",
+                                  "w = '''",
+                                  "\"\"\"\n",
+                                  "'''\n"};
+    std::mt19937 random(1);
+    std::size_t accepted = 0;
+    for (int i = 0; i < 40000; ++i) {
+        std::string text;
+        for (auto count = random() % 12; count != 0; --count) {
+            text += pieces[random() % std::size(pieces)];
+        }
+        if (basalt::find_toml_fault(text).line != 0) {
+            continue;
+        }
+        try {
+            EXPECT_LT(depth_of(toml::parse(text)), 400U) << text;
+            ++accepted;
+        } catch (const toml::parse_error&) {
+            // Refused, and the part of a tree that was made has been taken down.
+        }
+    }
+    EXPECT_GT(accepted, 1000U);
 }
 
 } // namespace

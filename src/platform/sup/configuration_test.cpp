@@ -2,6 +2,7 @@
 #include "sup/configuration.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +18,7 @@ namespace {
 class Configuration : public testing::Test {
 protected:
     Configuration() {
+        umask(S_IWGRP | S_IWOTH); // configuration that others may write to is refused
         std::string pattern = testing::TempDir() + "basalt_configuration_XXXXXX";
         folder_ = mkdtemp(pattern.data());
         file_ = folder_ + "/config.toml";

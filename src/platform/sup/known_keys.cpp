@@ -78,6 +78,7 @@ constexpr Key kKeys[] = {
     list("\\config\\cades\\tsppolicy\\AllowedMSTSPs"),
     flag("\\config\\cades\\tsppolicy\\LegacyPolicyReading"),
     text("\\config\\basalt\\Revocation", "require", "require|available|off"),
+    text("\\config\\basalt\\Strength", "floor", "floor|current"),
     flag("\\config\\basalt\\SystemRoots", "true"),
     flag("\\config\\basalt\\AllowOverride"),
     number("\\config\\network\\ConnectTimeoutMilliseconds", "10000", 1, kLongestMilliseconds),
@@ -151,8 +152,7 @@ char lower(char c) {
 // How many letters one has to put in, take out or change, whatever their case; more than kNear
 // isn't counted on.
 std::size_t distance(std::string_view first, std::string_view second) {
-    const auto [less, more] = std::minmax(first.size(), second.size());
-    if (more - less > kNear) {
+    if (std::max(first.size(), second.size()) - std::min(first.size(), second.size()) > kNear) {
         return kNear + 1;
     }
     std::vector<std::size_t> row(second.size() + 1);

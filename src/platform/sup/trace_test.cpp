@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -17,6 +18,7 @@ namespace {
 class Trace : public testing::Test {
 protected:
     Trace() {
+        umask(S_IWGRP | S_IWOTH); // configuration that others may write to is refused
         std::string pattern = testing::TempDir() + "basalt_trace_XXXXXX";
         folder_ = mkdtemp(pattern.data());
         file_ = folder_ + "/trace.log";

@@ -7,6 +7,7 @@
 
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -19,12 +20,12 @@ struct TlsIdentity {
     X509* certificate = X509_new();
     SSL_CTX* context = SSL_CTX_new(TLS_server_method());
 
-    // A certificate for 127.0.0.1, signed by itself.
-    TlsIdentity() {
+    // A certificate for 127.0.0.1, signed by itself, that ends `seconds` from now.
+    explicit TlsIdentity(long seconds = 86400) {
         X509_set_version(certificate, X509_VERSION_3);
         ASN1_INTEGER_set(X509_get_serialNumber(certificate), 1);
-        X509_gmtime_adj(X509_getm_notBefore(certificate), -3600);
-        X509_gmtime_adj(X509_getm_notAfter(certificate), 86400);
+        X509_gmtime_adj(X509_getm_notBefore(certificate), -7200);
+        X509_gmtime_adj(X509_getm_notAfter(certificate), seconds);
         X509_set_pubkey(certificate, key);
         X509_NAME* name = X509_get_subject_name(certificate);
         X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
@@ -47,7 +48,7 @@ struct TlsIdentity {
     TlsIdentity& operator=(const TlsIdentity&) = delete;
 
     void write_certificate(const std::string& file) const {
-        const std::unique_ptr<BIO, int (*)(BIO*)> out(BIO_new_file(file.c_str(), "w"), BIO_free);
+        const std::unique_ptr<BIO, int (*)(BIO*)> out(BIO_new_file(file.c_str(), "a"), BIO_free);
         PEM_write_bio_X509(out.get(), certificate);
     }
 };
@@ -65,12 +66,15 @@ public:
     const std::string& folder() const { return folder_; }
     SSL_CTX* trusted() const { return trusted_.context; }
     SSL_CTX* untrusted() const { return untrusted_.context; }
+    SSL_CTX* ended() const { return ended_.context; } // trusted once
 
 private:
     NetworkFixture() {
+        umask(S_IWGRP | S_IWOTH); // configuration that others may write to is refused
         std::string pattern = std::filesystem::temp_directory_path() / "basalt_network_XXXXXX";
         folder_ = mkdtemp(pattern.data());
         trusted_.write_certificate(folder_ + "/root.pem");
+        ended_.write_certificate(folder_ + "/root.pem");
         std::ofstream(folder_ + "/config.toml")
             << "[config.network]\nConnectTimeoutMilliseconds = 1000\nTotalTimeoutMilliseconds = "
             << kTotalTimeoutMilliseconds << "\nMaxAnswerBytes = " << kMaxAnswerBytes
@@ -85,4 +89,5 @@ private:
     std::string folder_;
     TlsIdentity trusted_;
     TlsIdentity untrusted_;
+    TlsIdentity ended_{-3600};
 };

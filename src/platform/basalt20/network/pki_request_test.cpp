@@ -1,11 +1,14 @@
 // SendPKIRequest against a server on loopback that answers well and badly.
-#include "basalt20/network/loopback_server.h"
 #include "basalt20/network/network_fixture.h"
+#include "basalt20/network/network_module.h"
 #include "basalt20/surface/network.h"
+#include "loopback/loopback_server.h"
 #include "sup/last_error.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <string>
 #include <thread>
@@ -134,7 +137,7 @@ TEST(PkiRequest, AnswersThatAreNone) {
     expect_failure(send_to({head + "Transfer-Encoding: chunked\r\n\r\n5\r\nabcde\r\n", true}),
                    12030);
     expect_failure(send_to({head + "Transfer-Encoding: chunked\r\n\r\nzz\r\nabcde\r\n", true}),
-                   12030);
+                   12152);
 }
 
 TEST(PkiRequest, AnswerOverItsBoundIsCutShort) {
@@ -293,13 +296,16 @@ TEST(PkiRequest, EnvironmentChoosesNoProxyAndSkipsNone) {
     }
 }
 
-TEST(PkiRequest, TlsServerHasToBeTrusted) {
-    LoopbackServer good(always(http_reply(200, "over TLS")), NetworkFixture::get().trusted());
+TEST(PkiRequest, TlsFaultsAreToldApart) {
+    const NetworkFixture& fixture = NetworkFixture::get();
+    LoopbackServer good(always(http_reply(200, "over TLS")), fixture.trusted());
     EXPECT_EQ(send({good.url()}).body, "over TLS");
-    LoopbackServer stranger(always(http_reply(200, "x")), NetworkFixture::get().untrusted());
-    expect_failure(send({stranger.url()}), 12175);
+    LoopbackServer stranger(always(http_reply(200, "x")), fixture.untrusted());
+    expect_failure(send({stranger.url()}), 12045);
+    LoopbackServer ended(always(http_reply(200, "x")), fixture.ended());
+    expect_failure(send({ended.url()}), 12037);
     // A right certificate under another name.
-    expect_failure(send({L"https://localhost:" + std::to_wstring(good.port()) + L"/"}), 12175);
+    expect_failure(send({L"https://localhost:" + std::to_wstring(good.port()) + L"/"}), 12038);
     SSL_CTX* empty = SSL_CTX_new(TLS_server_method()); // no certificate: the handshake fails
     {
         LoopbackServer bare(always(http_reply(200, "x")), empty);
@@ -307,4 +313,100 @@ TEST(PkiRequest, TlsServerHasToBeTrusted) {
     }
     SSL_CTX_free(empty);
     EXPECT_TRUE(stranger.requests().empty());
+    EXPECT_TRUE(ended.requests().empty());
+}
+
+TEST(PkiRequest, ProxyOverTlsIsHeldAgainstTheSameRoots) {
+    LoopbackServer proxy(always(http_reply(200, "through")), NetworkFixture::get().trusted());
+    Post post{L"http://tsa.example/"};
+    post.proxy = proxy.url(L"");
+    EXPECT_EQ(send(post).body, "through");
+    LoopbackServer stranger(always(http_reply(200, "x")), NetworkFixture::get().untrusted());
+    post.proxy = stranger.url(L"");
+    expect_failure(send(post), 12188);
+    EXPECT_TRUE(stranger.requests().empty());
+}
+
+TEST(PkiRequest, CredentialsInAnAddressAreNeverSent) {
+    LoopbackServer server(always(http_reply(200, "x")));
+    const std::wstring host = L"127.0.0.1:" + std::to_wstring(server.port());
+    for (const std::wstring& url :
+         {L"http://user:secret@" + host + L"/", L"http://user@" + host, L"HTTP://@" + host + L"/",
+          L"http:///user:secret@" + host + L"/", L"http://a@b@" + host + L"?x"}) {
+        expect_failure(send({url}), 12005);
+    }
+    for (const std::wstring& proxy :
+         {L"http://user:secret@" + host, L"user:secret@" + host + L"/"}) {
+        Post post{L"http://tsa.example/"};
+        post.proxy = proxy;
+        expect_failure(send(post), 12005);
+    }
+    EXPECT_EQ(server.connections(), 0);
+    // A mark behind the host is none.
+    EXPECT_EQ(send({server.url(L"/stamp@noon?by=a@b")}).status, 200U);
+}
+
+TEST(PkiRequest, ChunksAreBoundedBesideTheirContent) {
+    const std::string head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+    const std::string whole = head + "4;x=y\r\nbody\r\n1\r\n!\r\n0\r\nTrailer: t\r\n\r\n";
+    LoopbackServer server(always({whole}));
+    EXPECT_EQ(send({server.url()}).body, "body!");
+    EXPECT_EQ(send({server.url()}).body, "body!");
+    EXPECT_EQ(server.connections(), 1); // the end was found
+    LoopbackServer endless([&, first = true](const std::string&) mutable {
+        LoopbackReply reply{first ? head + "4;" + std::string(4096, 'x') : ""};
+        reply.endless = true;
+        return reply;
+    });
+    const auto begin = std::chrono::steady_clock::now();
+    Post post{endless.url()};
+    expect_failure(send(post), 12152);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin,
+              std::chrono::milliseconds(NetworkFixture::kTotalTimeoutMilliseconds));
+    expect_failure(send_to({head + "zz\r\nbody\r\n"}), 12152);
+    expect_failure(send_to({"HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\nx", true}), 12152);
+    expect_failure(send_to({head + "4\r\nbo", true}), 12030);
+}
+
+// Options stay on the thread's handle, so that each request must be told from the one before.
+TEST(PkiRequest, KeptOptionsNeverReachAnotherRequest) {
+    LoopbackServer server([](const std::string& request) { return http_reply(200, request); });
+    Post first{server.url()};
+    first.headers = L"Content-type: application/timestamp-query\r\nSecret: 1";
+    for (const char* body : {"one", "", "three"}) {
+        first.body = body;
+        EXPECT_TRUE(send(first).body.ends_with(std::string("\r\n\r\n") + body));
+    }
+    Post second{server.url()};
+    EXPECT_THAT(send(second).body, Not(HasSubstr("Secret")));
+    Post nowhere{L"http://127.0.0.1:1/"};
+    expect_failure(send(nowhere), 12029);
+    first.body = "after a failure";
+    const std::string echo = send(first).body;
+    EXPECT_THAT(echo, HasSubstr("Secret: 1"));
+    EXPECT_TRUE(echo.ends_with("\r\n\r\nafter a failure"));
+}
+
+TEST(PkiRequest, ForkedProcessMakesConnectionsOfItsOwn) {
+    LoopbackServer server(always(http_reply(200, "x")), NetworkFixture::get().trusted());
+    ASSERT_EQ(send({server.url()}).status, 200U);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        _exit(send({server.url()}).status == 200 ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(send({server.url()}).status, 200U);
+    EXPECT_EQ(server.connections(), 2);
+}
+
+TEST(NetworkModule, MissingModuleIsTold) {
+    std::string problem;
+    EXPECT_EQ(basalt::load_exchange_function("libbasaltnone.so.1", problem), nullptr);
+    EXPECT_THAT(problem, HasSubstr("libbasaltnone.so.1"));
+    EXPECT_EQ(basalt::load_exchange_function("libbasaltsup.so.1", problem), nullptr);
+    EXPECT_THAT(problem, HasSubstr("basalt_net_exchange"));
+    EXPECT_NE(basalt::load_exchange_function(basalt::kExchangeModule, problem), nullptr);
 }

@@ -170,6 +170,7 @@ Retrieved retrieve(const std::string& address, DWORD flags, DWORD timeout,
         }
     }
     basalt::require((flags & CRYPT_CACHE_ONLY_RETRIEVAL) == 0, CRYPT_E_NOT_FOUND);
+    request.proxy = basalt::fetching_proxy();
     set_limits(request, timeout, auxiliary);
     Retrieved result{fetch(request, auxiliary), system_clock::now()};
     if (validity() > seconds(0)) {

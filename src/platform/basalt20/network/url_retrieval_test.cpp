@@ -1,7 +1,7 @@
 // CryptRetrieveObjectByUrlW against a server on loopback, with a cache folder of the test's own.
-#include "basalt20/network/loopback_server.h"
 #include "basalt20/network/network_fixture.h"
 #include "basalt20/surface/network.h"
+#include "loopback/loopback_server.h"
 #include "sup/configuration.h"
 #include "sup/last_error.h"
 #include "sup/time_conversion.h"
@@ -123,6 +123,44 @@ TEST_F(UrlRetrieval, GetFollowsRedirectsButNotToAnotherScheme) {
         NetworkFixture::get().trusted());
     retrieve(secure.url(), 4, nullptr);
     EXPECT_EQ(error_, 12156U);
+    EXPECT_EQ(server.requests().size(), 9U); // /a and /b, /file, six times /round
+}
+
+// By way of a secure address the last one would be reached again, were only the first looked at.
+TEST_F(UrlRetrieval, RedirectsNeverLeadBackToHttpNorToCredentials) {
+    LoopbackServer plain([](const std::string&) { return http_reply(200, "crl"); });
+    LoopbackServer secure(
+        [&](const std::string&) {
+            return http_reply(
+                302, "", "Location: http://127.0.0.1:" + std::to_string(plain.port()) + "/b\r\n");
+        },
+        NetworkFixture::get().trusted());
+    LoopbackServer first([&](const std::string& request) {
+        const bool secret = request.starts_with("GET /secret ");
+        return http_reply(
+            302, "",
+            (secret ? "Location: http://user:pw@127.0.0.1:" + std::to_string(plain.port())
+                    : "Location: https://127.0.0.1:" + std::to_string(secure.port())) +
+                "/\r\n");
+    });
+    retrieve(first.url(), 4, nullptr);
+    EXPECT_EQ(error_, 12156U);
+    EXPECT_EQ(secure.requests().size(), 1U);
+    retrieve(first.url(L"/secret"), 4, nullptr);
+    EXPECT_EQ(error_, 12156U);
+    EXPECT_EQ(plain.connections(), 0);
+}
+
+TEST_F(UrlRetrieval, TimeIsForAllRedirectsTogether) {
+    LoopbackServer server([](const std::string&) {
+        LoopbackReply reply = http_reply(302, "", "Location: /again\r\n");
+        reply.delay = std::chrono::milliseconds(300);
+        return reply;
+    });
+    timeout_ = 800;
+    retrieve(server.url(), 4, nullptr);
+    EXPECT_EQ(error_, 12002U);
+    EXPECT_LE(server.requests().size(), 3U);
 }
 
 TEST_F(UrlRetrieval, FailureTellsTheStatus) {

@@ -1,11 +1,15 @@
 // What the platform offers of the network: one POST of a PKI message, and the retrieval of an
-// object by its address. Only http and https; TLS is verified against the system's roots; no proxy
-// is used but the one given; time-outs and the bound on an answer come from the configuration tree
+// object by its address. Only http and https; TLS is verified against the system's roots, or those
+// of the configuration tree; no proxy is used but the one given, or for retrieval the one of the
+// configuration tree; time-outs and the bound on an answer come from the configuration tree
 // (docs/configuration.md).
 //
-// Last errors: 12002 time-out, 12005 bad address, 12006 unknown scheme, 12007 name unknown, 12029
-// no connection, 12030 connection lost or body cut off, 12152 no HTTP answer, 12156 a redirect that
-// isn't followed, 12157 and 12175 TLS (handshake, certificate), 12184 answer over its bound, 8 no
+// Last errors: 12002 time-out, 12005 bad address, or one with a name or password in it, which is
+// refused before anything is sent, 12006 unknown scheme, 12007 name unknown, 12029 no connection,
+// 12030 connection lost or body cut off, 12152 no HTTP answer, 12156 a redirect that isn't
+// followed, 12157 no TLS; of a server's certificate: 12037 not valid now, 12038 for another name,
+// 12045 by an unknown issuer, 12170 revoked, 12179 for another usage, 12175 anything else, 12188
+// the proxy's; 12184 answer over its bound, 126 the module with the HTTP client is missing, 8 no
 // memory.
 #pragma once
 
@@ -72,8 +76,8 @@ BASALT_API std::uint64_t SendPKIRequest(LPCWSTR url, LPCWSTR userAgent, LPCWSTR 
 // Fetches the object by GET, or under CRYPT_HTTP_POST_RETRIEVAL by POST, for which the address has
 // the form BASE/DATA?HEADERS with DATA in Base64 and escaped. *object becomes a CRYPT_BLOB_ARRAY
 // with one blob in one block, which the caller gives back with free(). A GET follows up to 5
-// redirects, but not from https to http. `asyncRetrieve`, `credentials` and `verify` are 0.
-// `timeout` is in milliseconds, 0 for the configured one.
+// redirects, none of which leads from https to http. `asyncRetrieve`, `credentials` and `verify`
+// are 0. `timeout` is in milliseconds, 0 for the configured one.
 //
 // Unless CRYPT_WIRE_ONLY_RETRIEVAL is given, an object is taken from the user's cache when it was
 // fetched within the time that the configuration allows (OcspValiditySeconds) and not before

@@ -1,0 +1,58 @@
+// One HTTP exchange over libcurl: what libbasalt20 asks of this module, and the records that cross
+// between them. Each thread keeps one handle, and with it its open connections. Errors are network
+// last errors (network.h of basalt20), given in the answer; only running out of memory throws.
+#pragma once
+
+#include "sup/types.h"
+#include "sup/visibility.h"
+
+#include <chrono>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace basalt {
+
+struct HttpLimits {
+    std::chrono::milliseconds connect_timeout{10000};
+    std::chrono::milliseconds total_timeout{30000};
+    std::size_t answer_bytes = std::size_t{16} << 20;
+
+    bool operator==(const HttpLimits&) const = default;
+};
+
+struct HttpRequest {
+    std::string url;                  // http or https, UTF-8, without user-info
+    std::string user_agent;           // empty: none is sent
+    std::vector<std::string> headers; // "Name: value", no line ends
+    std::string proxy;                // empty: direct, whatever the environment says
+    std::string proxy_user;           // as it is, not escaped
+    std::string proxy_password;
+    std::optional<std::span<const BYTE>> body; // present: POST, absent: GET
+    // Of a GET: up to 5, to http and https alone, never from https to http, nor to an address with
+    // user-info.
+    bool follow_redirects = false;
+    HttpLimits limits; // the time is for all redirects together
+};
+
+struct HttpAnswer {
+    DWORD error = 0;        // 0 when a complete answer came, whatever its status
+    unsigned status = 0;    // 0 when none came; the proxy's when the proxy refused the tunnel
+    std::vector<BYTE> body; // empty unless `error` is 0
+    std::string detail;     // in words what failed, for traces
+};
+
+} // namespace basalt
+
+// `ca_file` holds the roots for TLS, with the server and with a proxy; empty: the system's.
+extern "C" BASALT_API void basalt_net_exchange(const basalt::HttpRequest& request,
+                                               const std::string& ca_file,
+                                               basalt::HttpAnswer& answer);
+
+namespace basalt {
+// What it is called where the module is loaded.
+inline constexpr char kExchangeFunction[] = "basalt_net_exchange";
+inline constexpr char kExchangeModule[] = "libbasaltnet.so.1";
+using ExchangeFunction = decltype(&basalt_net_exchange);
+} // namespace basalt
