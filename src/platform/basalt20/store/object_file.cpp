@@ -2,39 +2,20 @@
 #include "basalt20/store/object_file.h"
 
 #include "basalt20/coding/der_writer.h"
+#include "basalt20/coding/revocation_values.h"
 #include "basalt20/coding/signed_message.h"
 
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace basalt {
 namespace {
 
-constexpr off_t kMaxFileSize = off_t{256} << 20;
+constexpr std::int64_t kMaxFileSize = std::int64_t{256} << 20;
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) {
-            const int kept = errno;
-            close(number_);
-            errno = kept;
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return number_; }
-
-private:
-    int number_;
-};
 
 struct PemBlock {
     std::string_view label;
@@ -138,30 +119,28 @@ DWORD error_of_errno(int error) {
     }
 }
 
-std::optional<std::string> read_file(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (file.number() < 0 || fstat(file.number(), &status) != 0) {
-        return std::nullopt;
-    }
+std::optional<std::string> read_file(const Descriptor& file, const struct stat& status) {
     if (!S_ISREG(status.st_mode) || status.st_size > kMaxFileSize) {
         errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
         return std::nullopt;
     }
-    std::string contents(static_cast<std::size_t>(status.st_size), '\0');
-    std::size_t filled = 0;
-    while (filled < contents.size()) {
-        const ssize_t got = read(file.number(), contents.data() + filled, contents.size() - filled);
-        if (got < 0 && errno != EINTR) {
-            return std::nullopt;
-        }
-        if (got == 0) {
-            break;
-        }
-        filled += got > 0 ? static_cast<std::size_t>(got) : 0;
+    std::string contents;
+    contents.reserve(static_cast<std::size_t>(status.st_size));
+    if (const int error = read_whole(file.get(), kMaxFileSize, contents); error != 0) {
+        errno = error;
+        return std::nullopt;
     }
-    contents.resize(filled);
     return contents;
+}
+
+std::optional<std::string> read_file(const std::string& path) {
+    Descriptor file;
+    struct stat status {};
+    if (const int error = open_file(path, file, status); error != 0) {
+        errno = error;
+        return std::nullopt;
+    }
+    return read_file(file, status);
 }
 
 bool is_ocsp_response(Bytes bytes) {
@@ -178,8 +157,25 @@ void load_signed_data(MemoryStore& store, Bytes contents) {
     for (const Bytes certificate : message.certificates()) {
         attempt([&] { store.load(std::make_shared<CertificateBody>(certificate), {}); });
     }
-    for (const Bytes list : message.crls()) {
+    const auto load_list = [&](Bytes list) {
         attempt([&] { store.load(std::make_shared<CrlBody>(list)); });
+    };
+    const auto load_answer = [&](Bytes answer) {
+        if (is_ocsp_response(answer)) {
+            store.load_ocsp(answer);
+        }
+    };
+    std::for_each(message.crls().begin(), message.crls().end(), load_list);
+    std::for_each(message.ocsp_responses().begin(), message.ocsp_responses().end(), load_answer);
+    for (const Bytes encoded : message.signers()) {
+        attempt([&] {
+            const SignerInfo signer(encoded);
+            const RevocationValues values = revocation_values_of(signer);
+            std::for_each(values.crls.begin(), values.crls.end(), load_list);
+            for (const std::string& answer : values.ocsp_responses) {
+                load_answer(bytes_of(answer));
+            }
+        });
     }
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "basalt20/store/memory_store.h"
+#include "sup/whole_file.h"
 
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@ namespace basalt {
 /// The whole file, null when it can't be read (`errno` tells why). Files above 256 MiB aren't read
 /// (EFBIG).
 std::optional<std::string> read_file(const std::string& path);
+std::optional<std::string> read_file(const Descriptor& file, const struct stat& status);
 
 /// The last error for an `errno` of a file operation.
 DWORD error_of_errno(int error);
@@ -21,8 +23,8 @@ DWORD error_of_errno(int error);
 /// certificate.
 void load_objects(MemoryStore& store, Bytes contents);
 
-/// Loads certificates and CRLs of a SignedData; entries that aren't X.509 certificates are passed
-/// over.
+/// Loads certificates, CRLs and OCSP answers of a SignedData, and CRLs and answers that its signers
+/// carry as revocation-values; entries of other kinds are passed over.
 void load_signed_data(MemoryStore& store, Bytes contents);
 
 /// True when the bytes are an OCSPResponse at the outside.

@@ -5,6 +5,7 @@
 #include "basalt20/store/collection_store.h"
 #include "basalt20/store/folder_store.h"
 #include "basalt20/store/object_file.h"
+#include "sup/configuration.h"
 
 #include <cstdlib>
 #include <pwd.h>
@@ -109,6 +110,14 @@ std::shared_ptr<StoreObject> shared_system_roots() {
     return roots->store();
 }
 
+// Whether the administrator wants them to be trusted. Where the configuration can't be read they
+// are not: it may have said so.
+bool system_roots_wanted() {
+    int wanted = 1;
+    const int code = support_registry_get_bool("\\config\\basalt\\SystemRoots", &wanted);
+    return code == ERROR_SUCCESS ? wanted != 0 : code != ERROR_BADDB;
+}
+
 // A name is the name of one folder. The four usual ones are found whatever their case.
 std::string folder_name(const std::string& name) {
     require(!name.empty() && name.size() <= 255 && name[0] != '.');
@@ -164,7 +173,7 @@ std::shared_ptr<StoreObject> open_system_store(const std::string& given_name, DW
         add(*collection, behind, false);
     }
     require((flags & CERT_STORE_OPEN_EXISTING_FLAG) == 0 || exists, ERROR_FILE_NOT_FOUND);
-    if (name == "Root") {
+    if (name == "Root" && system_roots_wanted()) {
         add(*collection, shared_system_roots(), false);
     }
     return collection;

@@ -1,11 +1,13 @@
 // Named stores in folders of the test's own.
 #include "basalt20/store/test_file.h"
 #include "basalt20/surface/store.h"
+#include "sup/configuration.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 
 #include <cstdlib>
 #include <filesystem>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@ namespace fs = std::filesystem;
 class SystemStore : public testing::Test {
 protected:
     void SetUp() override {
+        umask(S_IWGRP | S_IWOTH); // what others may write is passed over
         std::string pattern = (fs::temp_directory_path() / "stores.XXXXXX").string();
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         folder_ = pattern;
@@ -49,6 +52,12 @@ protected:
         const int found = count(store);
         CertCloseStore(store, 0);
         return found;
+    }
+    // That a folder was absent is kept in mind for a moment.
+    static void wait_for(const wchar_t* name, int wanted) {
+        for (int tries = 0; count(name) != wanted && tries < 100; ++tries) {
+            usleep(50000);
+        }
     }
     static void add(const wchar_t* name, const std::string& file,
                     DWORD location = CERT_SYSTEM_STORE_CURRENT_USER) {
@@ -155,7 +164,7 @@ TEST_F(SystemStore, DamagedFilesArePassedOver) {
                 << "rubbish\n11 4142\n12 4\n0 00\n99999999999 00\n13 zz\n14 ";
         }
     }
-    EXPECT_EQ(count(L"AddressBook"), 3);
+    EXPECT_EQ(count(L"AddressBook"), 2); // one is in the bundle too
     HCERTSTORE store = open(L"AddressBook", CERT_STORE_READONLY_FLAG);
     PCCERT_CONTEXT found = CertFindCertificateInStore(store, 1, 0, CERT_FIND_PROPERTY,
                                                       &CERT_FRIENDLY_NAME_PROP_ID, nullptr);
@@ -165,6 +174,102 @@ TEST_F(SystemStore, DamagedFilesArePassedOver) {
     EXPECT_NE(list, nullptr);
     CertFreeCRLContext(list);
     CertCloseStore(store, 0);
+}
+
+// What people have is files in PEM and DER under names of their own.
+TEST_F(SystemStore, DroppedFilesAreSeenOnceAndGoWhenTheyAreRemoved) {
+    add(L"CA", "rsa.cer");
+    const fs::path store = folder_ / "user/CA";
+    const std::string data = CHRONOSEAL_TESTDATA;
+    fs::copy_file(data + "/ec.cer", store / "mine.crt");
+    fs::copy_file(data + "/bundle.pem", store / "bundle.pem");
+    const int all = count(L"CA");
+    EXPECT_EQ(all, 3); // one is in the bundle too
+    fs::copy_file(data + "/ec.cer", store / "again.der");
+    fs::copy_file(data + "/bundle.pem", store / "again.cer");
+    fs::copy_file(data + "/ec.cer", store / ".hidden.crt");
+    fs::copy_file(data + "/ec.cer", store / "note.txt");
+    EXPECT_EQ(count(L"CA"), all);
+
+    const auto certificate = test_certificate("ec.cer");
+    HCERTSTORE opened = open(L"CA");
+    PCCERT_CONTEXT found = CertFindCertificateInStore(opened, 0x10001, 0, CERT_FIND_EXISTING,
+                                                      certificate.get(), nullptr);
+    ASSERT_NE(found, nullptr);
+    EXPECT_TRUE(CertDeleteCertificateFromStore(found));
+    // One of several in a file would come back.
+    const auto root = test_certificate("root.cer");
+    found = CertFindCertificateInStore(opened, 0x10001, 0, CERT_FIND_EXISTING, root.get(), nullptr);
+    ASSERT_NE(found, nullptr);
+    EXPECT_FALSE(CertDeleteCertificateFromStore(found));
+    EXPECT_EQ(GetLastError(), E_ACCESSDENIED);
+    CertCloseStore(opened, 0);
+    EXPECT_EQ(count(L"CA"), all - 1);
+    EXPECT_FALSE(fs::exists(store / "mine.crt"));
+    EXPECT_FALSE(fs::exists(store / "again.der"));
+}
+
+TEST_F(SystemStore, WhatOthersMayWriteIsPassedOver) {
+    add(L"Root", "rsa.cer");
+    add(L"Root", "ec.cer");
+    const fs::path store = folder_ / "user/Root";
+    EXPECT_EQ(count(L"Root"), 2);
+    const fs::path file = fs::directory_iterator(store)->path();
+    for (const fs::perms bad : {fs::perms::group_write, fs::perms::others_write}) {
+        fs::permissions(file, bad, fs::perm_options::add);
+        EXPECT_EQ(count(L"Root"), 1);
+        fs::permissions(file, bad, fs::perm_options::remove);
+        fs::permissions(store, bad, fs::perm_options::add);
+        EXPECT_EQ(count(L"Root"), 0);
+        HCERTSTORE opened = open(L"Root");
+        EXPECT_FALSE(CertAddCertificateContextToStore(opened, test_certificate("root.cer").get(),
+                                                      CERT_STORE_ADD_USE_EXISTING, nullptr));
+        EXPECT_EQ(GetLastError(), E_ACCESSDENIED);
+        CertCloseStore(opened, 0);
+        fs::permissions(store, bad, fs::perm_options::remove);
+    }
+    EXPECT_EQ(count(L"Root"), 2);
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(file.c_str(), 4711, 4711), 0);
+        EXPECT_EQ(count(L"Root"), 1);
+        ASSERT_EQ(chown(store.c_str(), 4711, 4711), 0);
+        EXPECT_EQ(count(L"Root"), 0);
+    }
+}
+
+// Under a generous umask a store of one's own must not be refused the next moment.
+TEST_F(SystemStore, NewFoldersAreOnesOwnWhateverTheUmask) {
+    const mode_t before = umask(0);
+    add(L"Root", "rsa.cer");
+    umask(before);
+    EXPECT_EQ(count(L"Root"), 1);
+}
+
+TEST_F(SystemStore, FolderThatAppearsIsSeen) {
+    EXPECT_EQ(count(L"CA"), 0);
+    fs::create_directories(folder_ / "machine/CA");
+    fs::copy_file(std::string(CHRONOSEAL_TESTDATA) + "/ec.cer", folder_ / "machine/CA/x.cer");
+    wait_for(L"CA", 1);
+    EXPECT_EQ(count(L"CA"), 1);
+}
+
+TEST_F(SystemStore, ConfigurationLeavesOutTheSystemsRoots) {
+    fs::copy_file(std::string(CHRONOSEAL_TESTDATA) + "/bundle.pem", folder_ / "roots.pem");
+    const struct {
+        const char* text;
+        int roots;
+    } cases[] = {{"", 2},
+                 {"[config.basalt]\nSystemRoots = true\n", 2},
+                 {"[config.basalt]\nSystemRoots = false\n", 0},
+                 {"[config.basalt]\nSystemRoots = 'no'\n", 2},
+                 {"[config.basalt\nSystemRoots = false\n", 0}};
+    set("BASALT_CONFIG", folder_ / "config.toml");
+    for (const auto& each : cases) {
+        std::ofstream(folder_ / "config.toml") << each.text;
+        support_registry_refresh();
+        EXPECT_EQ(count(L"Root"), each.roots) << each.text;
+    }
+    unsetenv("BASALT_CONFIG");
 }
 
 // Several processes write the same and other certificates while this one reads: it never sees half
@@ -203,6 +308,7 @@ TEST_F(SystemStore, ProcessesMayWriteAtOnce) {
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_EQ(status, 0);
     }
+    wait_for(L"My", 2);
     EXPECT_EQ(count(L"My"), 2);
     for (const auto& entry : fs::directory_iterator(folder_ / "user/My")) {
         EXPECT_THAT(entry.path().extension().string(), testing::AnyOf(".cer", ".properties"));
