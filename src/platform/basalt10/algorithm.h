@@ -21,6 +21,14 @@ inline constexpr ALG_ID CALG_SHA1 = CALG_SHA;
 inline constexpr ALG_ID CALG_SHA_256 = 0x800C;
 inline constexpr ALG_ID CALG_SHA_384 = 0x800D;
 inline constexpr ALG_ID CALG_SHA_512 = 0x800E;
+// Hashes without a published identifier have one of this platform.
+inline constexpr ALG_ID CALG_BASALT_SHA_224 = 0x80E1;
+inline constexpr ALG_ID CALG_BASALT_SHA_512_224 = 0x80E2;
+inline constexpr ALG_ID CALG_BASALT_SHA_512_256 = 0x80E3;
+inline constexpr ALG_ID CALG_BASALT_SHA3_224 = 0x80E4;
+inline constexpr ALG_ID CALG_BASALT_SHA3_256 = 0x80E5;
+inline constexpr ALG_ID CALG_BASALT_SHA3_384 = 0x80E6;
+inline constexpr ALG_ID CALG_BASALT_SHA3_512 = 0x80E7;
 inline constexpr ALG_ID CALG_GOSTR3411_94 = 0x801E;       // GOST R 34.11-94
 inline constexpr ALG_ID CALG_GOSTR3411_2012_256 = 0x8021; // GOST R 34.11-2012, 256 bits
 inline constexpr ALG_ID CALG_GOSTR3411_2012_512 = 0x8022; // GOST R 34.11-2012, 512 bits

@@ -16,7 +16,7 @@ namespace basalt {
 namespace {
 
 struct DigestName {
-    ALG_ID algorithm; // 0: has none
+    ALG_ID algorithm;
     const char* oid;
     const char* name; // null: an engine's, by `nid`
     int nid;
@@ -31,11 +31,13 @@ constexpr DigestName kNames[] = {
     {CALG_GOSTR3411_94, "1.2.643.2.2.9", nullptr, NID_id_GostR3411_94},
     {CALG_GOSTR3411_2012_256, "1.2.643.7.1.1.2.2", nullptr, NID_id_GostR3411_2012_256},
     {CALG_GOSTR3411_2012_512, "1.2.643.7.1.1.2.3", nullptr, NID_id_GostR3411_2012_512},
-    {0, "2.16.840.1.101.3.4.2.4", "SHA2-224", 0},
-    {0, "2.16.840.1.101.3.4.2.6", "SHA2-512/256", 0},
-    {0, "2.16.840.1.101.3.4.2.8", "SHA3-256", 0},
-    {0, "2.16.840.1.101.3.4.2.9", "SHA3-384", 0},
-    {0, "2.16.840.1.101.3.4.2.10", "SHA3-512", 0},
+    {CALG_BASALT_SHA_224, "2.16.840.1.101.3.4.2.4", "SHA2-224", 0},
+    {CALG_BASALT_SHA_512_224, "2.16.840.1.101.3.4.2.5", "SHA2-512/224", 0},
+    {CALG_BASALT_SHA_512_256, "2.16.840.1.101.3.4.2.6", "SHA2-512/256", 0},
+    {CALG_BASALT_SHA3_224, "2.16.840.1.101.3.4.2.7", "SHA3-224", 0},
+    {CALG_BASALT_SHA3_256, "2.16.840.1.101.3.4.2.8", "SHA3-256", 0},
+    {CALG_BASALT_SHA3_384, "2.16.840.1.101.3.4.2.9", "SHA3-384", 0},
+    {CALG_BASALT_SHA3_512, "2.16.840.1.101.3.4.2.10", "SHA3-512", 0},
 };
 
 // The digests found so far. A fetched digest is never given back: it is wanted until the end, and

@@ -17,6 +17,13 @@ constexpr ListedAlgorithm kRsaAes[] = {
     {CALG_SHA_512, 512, 512, 512, "SHA-512", "Secure Hash Algorithm (SHA-512)"},
     {CALG_SHA1, 160, 160, 160, "SHA-1", "Secure Hash Algorithm (SHA-1)"},
     {CALG_MD5, 128, 128, 128, "MD5", "Message Digest 5 (MD5)"},
+    {CALG_BASALT_SHA_224, 224, 224, 224, "SHA-224", "Secure Hash Algorithm (SHA-224)"},
+    {CALG_BASALT_SHA_512_224, 224, 224, 224, "SHA-512/224", "Secure Hash Algorithm (SHA-512/224)"},
+    {CALG_BASALT_SHA_512_256, 256, 256, 256, "SHA-512/256", "Secure Hash Algorithm (SHA-512/256)"},
+    {CALG_BASALT_SHA3_224, 224, 224, 224, "SHA3-224", "Secure Hash Algorithm 3 (SHA3-224)"},
+    {CALG_BASALT_SHA3_256, 256, 256, 256, "SHA3-256", "Secure Hash Algorithm 3 (SHA3-256)"},
+    {CALG_BASALT_SHA3_384, 384, 384, 384, "SHA3-384", "Secure Hash Algorithm 3 (SHA3-384)"},
+    {CALG_BASALT_SHA3_512, 512, 512, 512, "SHA3-512", "Secure Hash Algorithm 3 (SHA3-512)"},
     {CALG_RSA_SIGN, 2048, 1024, 16384, "RSA_SIGN", "RSA Signature"},
     {CALG_RSA_KEYX, 2048, 1024, 16384, "RSA_KEYX", "RSA Key Exchange"},
 };

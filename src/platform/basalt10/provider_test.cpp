@@ -158,7 +158,8 @@ TEST(Provider, VersionCountsAsNewAndBuildHasTwentyBytes) {
 
 TEST(Provider, ListsWhatItCanDo) {
     const HCRYPTPROV rsa = acquire(24);
-    const std::multiset<ALG_ID> expected = {0x8003, 0x8004, 0x800C, 0x800D, 0x800E, 0x2400, 0xA400};
+    const std::multiset<ALG_ID> expected = {0x8003, 0x8004, 0x800C, 0x800D, 0x800E, 0x80E1, 0x80E2,
+                                            0x80E3, 0x80E4, 0x80E5, 0x80E6, 0x80E7, 0x2400, 0xA400};
     EXPECT_EQ(algorithms(rsa), expected);
     EXPECT_EQ(algorithms(rsa), expected); // CRYPT_FIRST begins again
     CryptReleaseContext(rsa, 0);

@@ -3,6 +3,7 @@
 #include "basalt20/surface/binary_string.h"
 
 #include "basalt20/coding/fault.h"
+#include "sup/hexadecimal.h"
 
 #include <openssl/evp.h>
 
@@ -52,16 +53,6 @@ std::string base64_lines(const BYTE* data, std::size_t size, std::string_view li
     return text;
 }
 
-std::string hexadecimal(const BYTE* data, std::size_t size, std::string_view line_end) {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
-        text += digits[data[i] >> 4];
-        text += digits[data[i] & 15];
-    }
-    return text.append(line_end);
-}
-
 std::string encoded(const BYTE* data, DWORD size, DWORD flags) {
     const DWORD form = flags & ~kModifiers;
     const bool one_line = (flags & CRYPT_STRING_NOCRLF) != 0;
@@ -69,7 +60,7 @@ std::string encoded(const BYTE* data, DWORD size, DWORD flags) {
                                       : (flags & CRYPT_STRING_NOCR) != 0 ? "\n"
                                                                          : "\r\n";
     if (form == CRYPT_STRING_HEXRAW) {
-        return hexadecimal(data, size, line_end);
+        return basalt::hexadecimal(std::span<const BYTE>(data, size)).append(line_end);
     }
     if (form == CRYPT_STRING_BASE64) {
         return base64_lines(data, size, line_end);

@@ -3,6 +3,7 @@
 
 #include "basalt20/coding/der_reader.h"
 #include "basalt20/coding/flat_block.h"
+#include "sup/hexadecimal.h"
 #include "sup/text_conversion.h"
 
 #include <algorithm>
@@ -91,14 +92,9 @@ std::wstring from_ucs4(Bytes bytes) {
     return out;
 }
 
-std::wstring hexadecimal(Bytes bytes) {
-    static constexpr wchar_t kHex[] = L"0123456789ABCDEF";
-    std::wstring out = L"#";
-    for (const BYTE octet : bytes) {
-        out.push_back(kHex[octet >> 4]);
-        out.push_back(kHex[octet & 15]);
-    }
-    return out;
+std::wstring number_sign_text(Bytes bytes) {
+    const std::string digits = hexadecimal(bytes, HexCase::kUpper);
+    return L"#" + std::wstring(digits.begin(), digits.end());
 }
 
 bool needs_quotes(std::wstring_view value) {
@@ -137,7 +133,7 @@ std::wstring value_text(const Element& value, DWORD flags) {
         text = from_utf16(value.contents);
         break;
     default:
-        return hexadecimal(value.whole);
+        return number_sign_text(value.whole);
     }
     const bool quotes = (flags & CERT_NAME_STR_NO_QUOTING_FLAG) == 0 && needs_quotes(text);
     return quotes ? quoted(text) : text;

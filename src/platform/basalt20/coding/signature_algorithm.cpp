@@ -25,10 +25,16 @@ constexpr std::string_view kSha224 = "2.16.840.1.101.3.4.2.4";
 constexpr std::string_view kSha256 = "2.16.840.1.101.3.4.2.1";
 constexpr std::string_view kSha384 = "2.16.840.1.101.3.4.2.2";
 constexpr std::string_view kSha512 = "2.16.840.1.101.3.4.2.3";
+constexpr std::string_view kShake256 = "2.16.840.1.101.3.4.2.12";
+constexpr std::string_view kShake256WithLength = "2.16.840.1.101.3.4.2.18";
+constexpr std::string_view kEd448 = "1.3.101.113";
 constexpr std::string_view kRipemd160 = "1.3.36.3.2.1";
 constexpr std::string_view kGost94 = "1.2.643.2.2.9";
 constexpr std::string_view kGost256 = "1.2.643.7.1.1.2.2";
 constexpr std::string_view kGost512 = "1.2.643.7.1.1.2.3";
+
+constexpr unsigned kShake128Octets = 32;
+constexpr unsigned kShake256Octets = 64;
 
 constexpr SignatureOid kSignatures[] = {
     {"1.2.840.113549.1.1.1", Family::kRsa, ""},
@@ -69,7 +75,7 @@ constexpr SignatureOid kSignatures[] = {
     {"2.16.840.1.101.3.4.3.1", Family::kPlain, kSha224},
     {"2.16.840.1.101.3.4.3.2", Family::kPlain, kSha256},
     {"1.3.101.112", Family::kEdwards, ""},
-    {"1.3.101.113", Family::kEdwards, ""},
+    {kEd448, Family::kEdwards, ""},
     {"1.2.643.2.2.19", Family::kPlain, ""},
     {"1.2.643.2.2.3", Family::kPlain, kGost94},
     {"1.2.643.7.1.1.1.1", Family::kPlain, ""},
@@ -88,7 +94,15 @@ const EVP_MD* digest_of_text(std::string_view oid) {
 }
 
 const EVP_MD* digest_of_algorithm(Bytes sequence) {
-    return digest_of(read_algorithm(sequence).oid);
+    return digest_of(read_algorithm(sequence));
+}
+
+// The length of a digest that has any; 0 for all others.
+unsigned extendable_size(const EVP_MD* algorithm) {
+    if ((EVP_MD_get_flags(algorithm) & EVP_MD_FLAG_XOF) == 0) {
+        return 0;
+    }
+    return EVP_MD_is_a(algorithm, "SHAKE256") == 1 ? kShake256Octets : kShake128Octets;
 }
 
 // RSASSA-PSS-params (RFC 4055 3.1). Only MGF1 and the trailer 1 exist.
@@ -123,8 +137,14 @@ SignatureScheme pss_scheme(Bytes parameters) {
 
 } // namespace
 
-const EVP_MD* digest_of(Bytes oid) {
-    return digest_of_text(oid_text(oid));
+const EVP_MD* digest_of(const Algorithm& algorithm) {
+    const std::string oid = oid_text(algorithm.oid);
+    if (oid != kShake256WithLength) {
+        return digest_of_text(oid);
+    }
+    const Element length = sole_element(algorithm.parameters, tag::kInteger);
+    require(small_integer(length.contents) == kShake256Octets * 8, CRYPT_E_UNKNOWN_ALGO);
+    return digest_of_text(kShake256);
 }
 
 std::string digest(const EVP_MD* algorithm, Bytes bytes) {
@@ -134,40 +154,39 @@ std::string digest(const EVP_MD* algorithm, Bytes bytes) {
     // Kept, because setting one up costs more than hashing a signer's attributes.
     thread_local const std::unique_ptr<EVP_MD_CTX, Deleter> context(EVP_MD_CTX_new());
     std::string out(EVP_MAX_MD_SIZE, '\0');
-    unsigned size = 0;
-    const bool good =
-        context && EVP_DigestInit_ex(context.get(), algorithm, nullptr) == 1 &&
-        EVP_DigestUpdate(context.get(), bytes.data(), bytes.size()) == 1 &&
-        EVP_DigestFinal_ex(context.get(), reinterpret_cast<BYTE*>(out.data()), &size) == 1;
+    auto* const place = reinterpret_cast<BYTE*>(out.data());
+    unsigned size = extendable_size(algorithm);
+    const bool good = context && EVP_DigestInit_ex(context.get(), algorithm, nullptr) == 1 &&
+                      EVP_DigestUpdate(context.get(), bytes.data(), bytes.size()) == 1 &&
+                      (size != 0 ? EVP_DigestFinalXOF(context.get(), place, size)
+                                 : EVP_DigestFinal_ex(context.get(), place, &size)) == 1;
     require(good, CRYPT_E_UNKNOWN_ALGO);
     out.resize(size);
     return out;
 }
 
-std::vector<SignatureScheme> schemes_of(const Algorithm& signature,
-                                        const Algorithm& digest_algorithm) {
+SignatureScheme scheme_of(const Algorithm& signature, const Algorithm& digest_algorithm) {
     const std::string oid = oid_text(signature.oid);
     const auto* known = std::find_if(std::begin(kSignatures), std::end(kSignatures),
                                      [&](const SignatureOid& entry) { return entry.oid == oid; });
     require(known != std::end(kSignatures), CRYPT_E_UNKNOWN_ALGO);
     if (known->family == Family::kEdwards) {
-        return {SignatureScheme{}};
+        return SignatureScheme{};
     }
     if (known->family == Family::kPss) {
-        return {pss_scheme(signature.parameters)};
+        return pss_scheme(signature.parameters);
     }
     SignatureScheme scheme;
     scheme.padding = known->family == Family::kRsa ? SignatureScheme::Padding::kPkcs1
                                                    : SignatureScheme::Padding::kNone;
     scheme.plain_pair = known->family == Family::kEcdsaPair;
-    const EVP_MD* announced = digest_of(digest_algorithm.oid);
-    scheme.digest = known->digest_oid.empty() ? announced : digest_of_text(known->digest_oid);
-    std::vector<SignatureScheme> schemes{scheme};
-    if (scheme.digest != announced) {
-        scheme.digest = announced;
-        schemes.push_back(scheme);
-    }
-    return schemes;
+    scheme.digest =
+        known->digest_oid.empty() ? digest_of(digest_algorithm) : digest_of_text(known->digest_oid);
+    return scheme;
+}
+
+bool goes_with_content_digest(const Algorithm& signature, const EVP_MD* digest) {
+    return oid_text(signature.oid) != kEd448 || EVP_MD_is_a(digest, "SHAKE256") == 1;
 }
 
 } // namespace basalt

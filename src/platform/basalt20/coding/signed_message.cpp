@@ -6,6 +6,8 @@ namespace {
 
 constexpr BYTE kDataOidContents[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01};
 constexpr BYTE kSignedDataOidContents[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x02};
+// id-ri-ocsp-response, 1.3.6.1.5.5.7.16.2.
+constexpr BYTE kOcspInformation[] = {0x2B, 0x06, 0x01, 0x05, 0x05, 0x07, 0x10, 0x02};
 constexpr BYTE kConstructedOctetString = 0x24;
 
 bool is_octet_string(const Element& element) {
@@ -29,12 +31,24 @@ std::vector<Bytes> sequences_of(Bytes set) {
     return found;
 }
 
+bool is_oid(Bytes contents) {
+    bool begins = true;
+    for (const BYTE octet : contents) {
+        if (begins && octet == 0x80) {
+            return false;
+        }
+        begins = (octet & 0x80) == 0;
+    }
+    return begins && !contents.empty();
+}
+
 } // namespace
 
 Algorithm read_algorithm(Bytes sequence) {
     DerReader fields(sequence);
     Algorithm algorithm;
     algorithm.oid = fields.take(tag::kOid).contents;
+    require(is_oid(algorithm.oid), CRYPT_E_ASN1_CORRUPT);
     if (!fields.at_end()) {
         algorithm.parameters = fields.take().whole;
     }
@@ -131,12 +145,31 @@ void SignedMessage::read_signed_data(const Element& data) {
     }
     encapsulated.expect_end();
     certificates_ = sequences_of(fields.take_if(tag::context_constructed(0)).contents);
-    crls_ = sequences_of(fields.take_if(tag::context_constructed(1)).contents);
+    read_revocation_choices(fields.take_if(tag::context_constructed(1)).contents);
     DerReader signers(fields.take(tag::kSet).contents);
     while (!signers.at_end()) {
         signers_.push_back(signers.take(tag::kSequence).whole);
     }
     fields.expect_end();
+}
+
+// RevocationInfoChoice (RFC 5652 10.2.1): a CertificateList, or under the tag 1 an OID and what it
+// says. What can't be read is left out: it is unsigned, and nothing hangs on it but itself.
+void SignedMessage::read_revocation_choices(Bytes set) {
+    DerReader reader(set);
+    while (!reader.at_end()) {
+        const Element entry = reader.take();
+        if (entry.tag == tag::kSequence) {
+            crls_.push_back(entry.whole);
+        } else if (entry.tag == tag::context_constructed(1)) {
+            DerReader other(entry.contents);
+            const Bytes format = other.take_if(tag::kOid).contents;
+            const Element information = other.take_if(tag::kSequence);
+            if (same_bytes(format, kOcspInformation) && information.tag != 0 && other.at_end()) {
+                ocsp_responses_.push_back(information.whole);
+            }
+        }
+    }
 }
 
 // In PKCS #7, whose SignedData has the version 1, content of other types than data stands as it is,

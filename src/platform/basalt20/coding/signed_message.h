@@ -24,7 +24,9 @@ struct Attribute {
 /// Attributes of a SET OF Attribute's contents, in the order in which they stand.
 std::vector<Attribute> read_attributes(Bytes contents);
 
-/// An AlgorithmIdentifier: OID contents, and the encoded parameters, empty when absent.
+/// An AlgorithmIdentifier: OID contents, and the encoded parameters, empty when absent. An OID that
+/// ends within an arc, or whose arcs begin with superfluous zeros, is none (X.690 8.19):
+/// CRYPT_E_ASN1_CORRUPT.
 struct Algorithm {
     Bytes oid;
     Bytes parameters;
@@ -85,10 +87,14 @@ public:
     const std::vector<Bytes>& certificates() const { return certificates_; }
     const std::vector<Bytes>& crls() const { return crls_; }
 
+    /// OCSPResponses among the CRLs, as other revocation information (RFC 5940 2.1).
+    const std::vector<Bytes>& ocsp_responses() const { return ocsp_responses_; }
+
 private:
     void read_content_info(DerReader& fields);
     void read_signed_data(const Element& data);
     void read_content(const Element& outer);
+    void read_revocation_choices(Bytes set);
 
     bool signed_ = false;
     DWORD version_ = 0;
@@ -100,6 +106,7 @@ private:
     std::vector<Bytes> signers_;
     std::vector<Bytes> certificates_;
     std::vector<Bytes> crls_;
+    std::vector<Bytes> ocsp_responses_;
 };
 
 } // namespace basalt

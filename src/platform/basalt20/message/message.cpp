@@ -173,7 +173,7 @@ void give_content_type(const Message& message, void* data, DWORD* size) {
 }
 
 void give_computed_hash(const Message& message, DWORD index, void* data, DWORD* size) {
-    const EVP_MD* algorithm = digest_of(message.signer(index).digest_algorithm.oid);
+    const EVP_MD* algorithm = digest_of(message.signer(index).digest_algorithm);
     const std::string value = digest(algorithm, message.content());
     give_bytes({reinterpret_cast<const BYTE*>(value.data()), value.size()}, data, size);
 }

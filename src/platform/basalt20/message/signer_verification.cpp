@@ -36,7 +36,9 @@ void verify_message_digest(const std::vector<Attribute>& attributes, const Signe
     require((value.tag & ~0x20) == tag::kOctetString, CRYPT_E_AUTH_ATTR_MISSING);
     std::string storage;
     const Bytes expected = octets_of(value, storage);
-    const std::string actual = digest(digest_of(signer.digest_algorithm.oid), content);
+    const EVP_MD* algorithm = digest_of(signer.digest_algorithm);
+    require(goes_with_content_digest(signer.signature_algorithm, algorithm), CRYPT_E_UNKNOWN_ALGO);
+    const std::string actual = digest(algorithm, content);
     require(same_bytes(expected, bytes_of(actual)), CRYPT_E_HASH_VALUE);
 }
 
@@ -47,32 +49,26 @@ void verify_content_type(const std::vector<Attribute>& attributes, Bytes content
 }
 
 bool signature_fits(Bytes message, const SignerInfo& signer, const PublicKey& key,
-                    const std::vector<SignatureScheme>& schemes) {
-    for (const SignatureScheme& scheme : schemes) {
-        const bool good = takes_message(scheme)
-                              ? key.verify_message(message, signer.signature)
-                              : key.verify_digest(scheme, bytes_of(digest(scheme.digest, message)),
-                                                  signer.signature);
-        if (good) {
-            return true;
-        }
-    }
-    return false;
+                    const SignatureScheme& scheme) {
+    return takes_message(scheme)
+               ? key.verify_message(message, signer.signature)
+               : key.verify_digest(scheme, bytes_of(digest(scheme.digest, message)),
+                                   signer.signature);
 }
 
 // The signature is over the DER of the attributes as a SET OF. Signers whose attributes aren't in
 // DER's order have signed them as they stand, or in order: both are taken. Attributes in BER were
 // signed in DER.
 bool attributes_signature_fits(const SignerInfo& signer, const PublicKey& key,
-                               const std::vector<SignatureScheme>& schemes) {
+                               const SignatureScheme& scheme) {
     std::string as_given(text_of(signer.signed_attributes.whole));
     as_given[0] = static_cast<char>(tag::kSet);
-    if (signature_fits(bytes_of(as_given), signer, key, schemes)) {
+    if (signature_fits(bytes_of(as_given), signer, key, scheme)) {
         return true;
     }
     Element set = sole_element(bytes_of(as_given));
     const std::string canonical = canonical_der(set);
-    return canonical != as_given && signature_fits(bytes_of(canonical), signer, key, schemes);
+    return canonical != as_given && signature_fits(bytes_of(canonical), signer, key, scheme);
 }
 
 struct NameDeleter {
@@ -110,16 +106,15 @@ void verify_content_digest(const SignerInfo& signer, Bytes content) {
 
 void verify_signer(const SignerInfo& signer, Bytes content_type, Bytes content,
                    const PublicKey& key) {
-    const std::vector<SignatureScheme> schemes =
-        schemes_of(signer.signature_algorithm, signer.digest_algorithm);
+    const SignatureScheme scheme = scheme_of(signer.signature_algorithm, signer.digest_algorithm);
     if (signer.signed_attributes.tag == 0) {
-        require(signature_fits(content, signer, key, schemes), NTE_BAD_SIGNATURE);
+        require(signature_fits(content, signer, key, scheme), NTE_BAD_SIGNATURE);
         return;
     }
     const std::vector<Attribute> attributes = read_attributes(signer.signed_attributes.contents);
     verify_content_type(attributes, content_type);
     verify_message_digest(attributes, signer, content);
-    require(attributes_signature_fits(signer, key, schemes), NTE_BAD_SIGNATURE);
+    require(attributes_signature_fits(signer, key, scheme), NTE_BAD_SIGNATURE);
 }
 
 bool names_certificate(const SignerInfo& signer, const CERT_INFO& info) {

@@ -1,0 +1,313 @@
+// Messages made here for one algorithm or oddity each: which digests a signature may go with,
+// serial numbers, and the evidence that a message carries.
+#include "basalt20/coding/der_writer.h"
+#include "basalt20/coding/signed_message.h"
+#include "basalt20/store/test_file.h"
+#include "basalt20/surface/message.h"
+#include "basalt20/surface/store.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+#include <openssl/ocsp.h>
+#include <openssl/x509.h>
+
+#include <memory>
+#include <string>
+
+namespace {
+
+using basalt::bytes_of;
+using basalt::element;
+using basalt::text_of;
+namespace tag = basalt::tag;
+
+constexpr char kContent[] = "the content";
+constexpr char kSha256[] = "2.16.840.1.101.3.4.2.1";
+constexpr char kSha512[] = "2.16.840.1.101.3.4.2.3";
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+Key make_key(EVP_PKEY* key) {
+    return {key, EVP_PKEY_free};
+}
+
+template <class Object, class Encode>
+std::string der(Encode encode, const Object* object) {
+    unsigned char* bytes = nullptr;
+    const int size = encode(object, &bytes);
+    std::string text(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(size));
+    OPENSSL_free(bytes);
+    return text;
+}
+
+std::string oid(const char* dotted) {
+    return element(tag::kOid, basalt::oid_contents(dotted));
+}
+
+std::string algorithm(const char* dotted, const std::string& parameters = "") {
+    return element(tag::kSequence, oid(dotted) + parameters);
+}
+
+// `size` is for digests that have any length.
+std::string hash(const char* name, std::size_t size = 0) {
+    std::string value(EVP_MAX_MD_SIZE, '\0');
+    auto* const place = reinterpret_cast<unsigned char*>(value.data());
+    unsigned length = static_cast<unsigned>(size);
+    EVP_MD_CTX* context = EVP_MD_CTX_new();
+    EVP_DigestInit_ex(context, EVP_get_digestbyname(name), nullptr);
+    EVP_DigestUpdate(context, kContent, sizeof kContent - 1);
+    if (size != 0) {
+        EVP_DigestFinalXOF(context, place, size);
+    } else {
+        EVP_DigestFinal_ex(context, place, &length);
+    }
+    EVP_MD_CTX_free(context);
+    value.resize(length);
+    return value;
+}
+
+struct SignerParts {
+    EVP_PKEY* key = nullptr;
+    std::string identifier = element(tag::context(0), "key");
+    std::string digest_algorithm;
+    std::string content_digest;
+    std::string signature_algorithm;
+    const char* signature_digest = nullptr; // what is really used; null for EdDSA
+    std::string unsigned_attributes;
+    std::string revocation_choices;
+};
+
+std::string attribute(const char* type, const std::string& value) {
+    return element(tag::kSequence, oid(type) + element(tag::kSet, value));
+}
+
+std::string sign(const SignerParts& parts, const std::string& message) {
+    EVP_MD_CTX* context = EVP_MD_CTX_new();
+    const EVP_MD* digest =
+        parts.signature_digest != nullptr ? EVP_get_digestbyname(parts.signature_digest) : nullptr;
+    EVP_DigestSignInit(context, nullptr, digest, nullptr, parts.key);
+    const auto* const data = reinterpret_cast<const unsigned char*>(message.data());
+    std::size_t size = 0;
+    EVP_DigestSign(context, nullptr, &size, data, message.size());
+    std::string signature(size, '\0');
+    EVP_DigestSign(context, reinterpret_cast<unsigned char*>(signature.data()), &size, data,
+                   message.size());
+    EVP_MD_CTX_free(context);
+    signature.resize(size);
+    return signature;
+}
+
+std::string message_of(const SignerParts& parts) {
+    const std::string type = attribute("1.2.840.113549.1.9.3", oid(basalt::kDataOid));
+    const std::string digest =
+        attribute("1.2.840.113549.1.9.4", element(tag::kOctetString, parts.content_digest));
+    const std::string attributes = basalt::set_contents({type, digest});
+    const std::string version = element(tag::kInteger, "\x03");
+    const std::string signer =
+        version + parts.identifier + parts.digest_algorithm +
+        element(tag::context_constructed(0), attributes) + parts.signature_algorithm +
+        element(tag::kOctetString, sign(parts, element(tag::kSet, attributes))) +
+        (parts.unsigned_attributes.empty()
+             ? ""
+             : element(tag::context_constructed(1), parts.unsigned_attributes));
+    const std::string content =
+        oid(basalt::kDataOid) +
+        element(tag::context_constructed(0), element(tag::kOctetString, kContent));
+    const std::string data =
+        version + element(tag::kSet, parts.digest_algorithm) + element(tag::kSequence, content) +
+        (parts.revocation_choices.empty()
+             ? ""
+             : element(tag::context_constructed(1), parts.revocation_choices)) +
+        element(tag::kSet, element(tag::kSequence, signer));
+    return element(tag::kSequence,
+                   oid(basalt::kSignedDataOid) +
+                       element(tag::context_constructed(0), element(tag::kSequence, data)));
+}
+
+DWORD control(const std::string& message, DWORD signer_type, const void* signer) {
+    const HCRYPTMSG handle = CryptMsgOpenToDecode(0x10001, 0, 0, 0, nullptr, nullptr);
+    const basalt::Bytes bytes = bytes_of(message);
+    CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA para{sizeof(para), 0, 0, signer_type,
+                                            const_cast<void*>(signer)};
+    const bool good =
+        CryptMsgUpdate(handle, bytes.data(), static_cast<DWORD>(bytes.size()), TRUE) &&
+        CryptMsgControl(handle, 0, CMSG_CTRL_VERIFY_SIGNATURE_EX, &para);
+    const DWORD error = good ? 0 : GetLastError();
+    CryptMsgClose(handle);
+    return error;
+}
+
+// 0 for a good signature, else the last error.
+DWORD verify(const SignerParts& parts) {
+    const std::string encoded = der(i2d_PUBKEY, parts.key);
+    basalt::DerReader fields(basalt::sole_element(bytes_of(encoded), tag::kSequence).contents);
+    const basalt::Algorithm read = basalt::read_algorithm(fields.take(tag::kSequence).contents);
+    const basalt::Bits bits = basalt::bits_of(fields.take(tag::kBitString).contents);
+    std::string name = basalt::oid_text(read.oid);
+    CERT_PUBLIC_KEY_INFO info{};
+    info.Algorithm.pszObjId = name.data();
+    info.Algorithm.Parameters = {static_cast<DWORD>(read.parameters.size()),
+                                 const_cast<BYTE*>(read.parameters.data())};
+    info.PublicKey = {static_cast<DWORD>(bits.bytes.size()), const_cast<BYTE*>(bits.bytes.data()),
+                      0};
+    return control(message_of(parts), CMSG_VERIFY_SIGNER_PUBKEY, &info);
+}
+
+} // namespace
+
+TEST(SignerAlgorithm, OnlyTheDigestThatTheSignatureAlgorithmNames) {
+    const Key rsa = make_key(EVP_RSA_gen(2048));
+    const Key ec = make_key(EVP_EC_gen("P-256"));
+    const char* const sha256_rsa = "1.2.840.113549.1.1.11";
+    const char* const sha256_ecdsa = "1.2.840.10045.4.3.2";
+    const struct {
+        EVP_PKEY* key;
+        const char* named;
+        const char* used;
+        DWORD error;
+    } cases[] = {
+        {rsa.get(), sha256_rsa, "SHA256", 0},
+        {rsa.get(), sha256_rsa, "SHA512", NTE_BAD_SIGNATURE},
+        {rsa.get(), "1.2.840.113549.1.1.1", "SHA512", 0}, // the key's OID: the announced one
+        {rsa.get(), "1.2.840.113549.1.1.1", "SHA256", NTE_BAD_SIGNATURE},
+        {rsa.get(), "1.2.840.113549.1.1.14", "SHA224", 0},
+        {rsa.get(), "2.16.840.1.101.3.4.3.14", "SHA3-256", 0},
+        {ec.get(), sha256_ecdsa, "SHA256", 0},
+        {ec.get(), sha256_ecdsa, "SHA512", NTE_BAD_SIGNATURE},
+    };
+    for (const auto& each : cases) {
+        SignerParts parts;
+        parts.key = each.key;
+        parts.digest_algorithm = algorithm(kSha512);
+        parts.content_digest = hash("SHA512");
+        parts.signature_algorithm = algorithm(each.named);
+        parts.signature_digest = each.used;
+        EXPECT_EQ(verify(parts), each.error) << each.named << ' ' << each.used;
+    }
+}
+
+TEST(SignerAlgorithm, Ed448GoesWithShake256Alone) {
+    const Key key = make_key(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED448"));
+    const std::string bits512 = element(tag::kInteger, std::string_view("\x02\x00", 2));
+    const std::string bits256 = element(tag::kInteger, std::string_view("\x01\x00", 2));
+    const char* const shake256 = "2.16.840.1.101.3.4.2.12";
+    const char* const shake256_with_length = "2.16.840.1.101.3.4.2.18";
+    const struct {
+        std::string algorithm;
+        std::string digest;
+        DWORD error;
+    } cases[] = {
+        {algorithm(shake256), hash("SHAKE256", 64), 0},
+        {algorithm(shake256_with_length, bits512), hash("SHAKE256", 64), 0},
+        {algorithm(shake256), hash("SHAKE256", 32), CRYPT_E_HASH_VALUE},
+        {algorithm(shake256_with_length, bits256), hash("SHAKE256", 32), CRYPT_E_UNKNOWN_ALGO},
+        {algorithm(kSha512), hash("SHA512"), CRYPT_E_UNKNOWN_ALGO},
+    };
+    for (const auto& each : cases) {
+        SignerParts parts;
+        parts.key = key.get();
+        parts.digest_algorithm = each.algorithm;
+        parts.content_digest = each.digest;
+        parts.signature_algorithm = algorithm("1.3.101.113");
+        EXPECT_EQ(verify(parts), each.error);
+    }
+}
+
+// Some signers copy a serial number with superfluous zeros where the certificate has none.
+TEST(SignerAlgorithm, SerialNumbersAreComparedAsNumbers) {
+    const Key key = make_key(EVP_EC_gen("P-256"));
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(X509_new(), X509_free);
+    X509_set_version(certificate.get(), X509_VERSION_3);
+    ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), 0x85);
+    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
+    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 1000);
+    X509_set_pubkey(certificate.get(), key.get());
+    X509_NAME* name = X509_get_subject_name(certificate.get());
+    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
+                               reinterpret_cast<const unsigned char*>("x"), -1, -1, 0);
+    X509_set_issuer_name(certificate.get(), name);
+    X509_sign(certificate.get(), key.get(), EVP_sha256());
+    const std::string encoded = der(i2d_X509, certificate.get());
+    const PCCERT_CONTEXT context = CertCreateCertificateContext(
+        X509_ASN_ENCODING, bytes_of(encoded).data(), static_cast<DWORD>(encoded.size()));
+    ASSERT_NE(context, nullptr);
+    SignerParts parts;
+    parts.key = key.get();
+    parts.digest_algorithm = algorithm(kSha256);
+    parts.content_digest = hash("SHA256");
+    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
+    parts.signature_digest = "SHA256";
+    for (const auto& [serial, error] :
+         {std::pair(std::string("\x00\x85", 2), DWORD{0}),
+          std::pair(std::string("\x00\x00\x00\x85", 4), DWORD{0}),
+          std::pair(std::string("\x85", 1), CRYPT_E_SIGNER_NOT_FOUND)}) { // a negative one
+        parts.identifier =
+            element(tag::kSequence, der(i2d_X509_NAME, name) + element(tag::kInteger, serial));
+        EXPECT_EQ(control(message_of(parts), CMSG_VERIFY_SIGNER_CERT, context), error);
+    }
+    CertFreeCertificateContext(context);
+}
+
+TEST(SignerAlgorithm, CutOffOidsAreNone) {
+    for (const std::string& contents : {std::string("\x60\x86\x48\x01\x65\x03\x04\x02\x81"),
+                                        std::string(), std::string("\x2A\x80\x01")}) {
+        const std::string sequence = element(tag::kOid, contents);
+        EXPECT_THROW(basalt::read_algorithm(bytes_of(sequence)), basalt::Fault);
+    }
+}
+
+// Lists and answers inside the message, in both places that have room for them, are in its store.
+TEST(SignerAlgorithm, EvidenceInTheMessageIsInItsStore) {
+    const auto list_bytes = test_file("root.crl");
+    const auto answer_bytes = test_file("rsa.ocsp");
+    const std::string list(text_of(list_bytes));
+    const std::string answer(text_of(answer_bytes));
+    const unsigned char* at = answer_bytes.data();
+    OCSP_RESPONSE* response =
+        d2i_OCSP_RESPONSE(nullptr, &at, static_cast<long>(answer_bytes.size()));
+    OCSP_BASICRESP* basic = OCSP_response_get1_basic(response);
+    const std::string basic_der = der(i2d_OCSP_BASICRESP, basic);
+    OCSP_BASICRESP_free(basic);
+    OCSP_RESPONSE_free(response);
+
+    const Key key = make_key(EVP_EC_gen("P-256"));
+    SignerParts parts;
+    parts.key = key.get();
+    parts.digest_algorithm = algorithm(kSha256);
+    parts.content_digest = hash("SHA256");
+    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
+    parts.signature_digest = "SHA256";
+    const auto other = [](const char* format, const std::string& information) {
+        return element(tag::context_constructed(1), oid(format) + information);
+    };
+    parts.revocation_choices =
+        list + other("1.3.6.1.5.5.7.16.2", answer) + other("1.3.6.1.5.5.7.16.4", answer) +
+        other("1.3.6.1.5.5.7.16.2", list + list) + other("1.3.6.1.5.5.7.16.2", list);
+    const char* const revocation_values = "1.2.840.113549.1.9.16.2.24";
+    const std::string lists = element(tag::context_constructed(0), element(tag::kSequence, list));
+    const std::string answers =
+        element(tag::context_constructed(1), element(tag::kSequence, basic_der));
+    parts.unsigned_attributes =
+        attribute(revocation_values, element(tag::kOctetString, "junk")) +
+        attribute(revocation_values, element(tag::kSequence, lists + answers));
+    const std::string message = message_of(parts);
+    const CRYPT_DATA_BLOB blob{static_cast<DWORD>(message.size()),
+                               const_cast<BYTE*>(bytes_of(message).data())};
+    HCERTSTORE store = CertOpenStore(CERT_STORE_PROV_PKCS7, 0, 0, 0, &blob);
+    ASSERT_NE(store, nullptr) << std::hex << GetLastError();
+    int count = 0;
+    for (PCCRL_CONTEXT found = nullptr; (found = CertEnumCRLsInStore(store, found)) != nullptr;
+         ++count) {
+        EXPECT_EQ(std::vector<BYTE>(found->pbCrlEncoded, found->pbCrlEncoded + found->cbCrlEncoded),
+                  list_bytes);
+    }
+    EXPECT_EQ(count, 2);
+    count = 0;
+    for (PCBASALT_OCSP_CONTEXT found = nullptr;
+         (found = BasaltEnumOcspResponsesInStore(store, found)) != nullptr; ++count) {
+        EXPECT_EQ(std::vector<BYTE>(found->pbEncoded, found->pbEncoded + found->cbEncoded),
+                  answer_bytes);
+    }
+    EXPECT_EQ(count, 2);
+    CertCloseStore(store, 0);
+}
