@@ -5,8 +5,10 @@
 // what can't be used leaves the question open.
 #pragma once
 
+#include "basalt20/certificate/strength.h"
 #include "basalt20/coding/file_ticks.h"
 #include "basalt20/revocation/budget.h"
+#include "basalt20/revocation/evidence_item.h"
 #include "basalt20/revocation/retrieval.h"
 #include "basalt20/revocation/revocation_mode.h"
 #include "basalt20/revocation/rule.h"
@@ -19,9 +21,6 @@
 #include <vector>
 
 namespace basalt {
-
-enum class EvidenceKind { crl, ocsp };
-enum class EvidenceSource { given, cache, network };
 
 // The list or answer that decided.
 struct DecidingEvidence {
@@ -59,6 +58,7 @@ struct StatusQuestion {
     RevocationMode mode = RevocationMode::require; // off: nothing is looked at
     bool is_signer = false; // element 0 of a time-stamp: a revocation without reason voids it
     bool may_fetch = false; // else stores and cache alone
+    StrengthLevel strength = StrengthLevel::floor; // of what signs lists and answers
 };
 
 class StatusCheck {
