@@ -87,9 +87,7 @@ Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t
 }
 
 StatusFinding Inquiry::run() {
-    const bool decided =
-        ask_given() || ask_cache() || (question_.may_fetch && (ask_responders() || ask_lists()));
-    static_cast<void>(decided);
+    static_cast<void>(ask_given() || ask_cache() || (question_.may_fetch && ask_network()));
     ERR_clear_error();
     return finding();
 }
