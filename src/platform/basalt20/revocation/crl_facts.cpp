@@ -100,13 +100,16 @@ bool take_expired_certs(X509_CRL* list, std::optional<FileTicks>& reaches_back_t
     return true;
 }
 
-// The algorithm inside the signed part against the one outside it, byte for byte: OpenSSL doesn't
-// compare them.
-bool algorithms_agree(Bytes encoded) {
+// What OpenSSL doesn't look at: the algorithm inside the signed part against the one outside it,
+// byte for byte, and that a version, where one is written, is 2.
+bool frame_is_right(Bytes encoded) {
     try {
         DerReader list(sole_element(encoded, tag::kSequence).contents);
         DerReader tbs(list.take(tag::kSequence).contents);
-        tbs.take_if(tag::kInteger);
+        if (const Element version = tbs.take_if(tag::kInteger);
+            version.tag != 0 && small_integer(version.contents) != X509_CRL_VERSION_2) {
+            return false;
+        }
         return same_bytes(tbs.take(tag::kSequence).whole, list.take(tag::kSequence).whole);
     } catch (const Fault&) {
         return false;
@@ -146,8 +149,7 @@ std::shared_ptr<const CrlFacts> read_owned(CrlOwner owned, Bytes encoded) {
     const std::optional<FileTicks> made = ticks_of(X509_CRL_get0_lastUpdate(list));
     const ASN1_TIME* next = X509_CRL_get0_nextUpdate(list);
     facts->next_update = ticks_of(next);
-    const bool good = made && (next == nullptr || facts->next_update) &&
-                      algorithms_agree(encoded) &&
+    const bool good = made && (next == nullptr || facts->next_update) && frame_is_right(encoded) &&
                       take_extension(list, NID_issuing_distribution_point, facts->point) &&
                       take_extension(list, NID_crl_number, facts->number) &&
                       take_extension(list, NID_delta_crl, facts->base_number) &&

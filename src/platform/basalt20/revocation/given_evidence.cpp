@@ -72,8 +72,8 @@ GivenEvidence::about(X509* certificate, X509* issuer,
         const auto same = [&](const X509_NAME* name) {
             return X509_NAME_cmp(name, list.issuer.get()) == 0;
         };
-        if (std::any_of(list_issuers.begin(), list_issuers.end(), same) && item_of(list).usable()) {
-            found.push_back(&*list.item);
+        if (std::any_of(list_issuers.begin(), list_issuers.end(), same)) {
+            found.push_back(&item_of(list));
         }
     }
     for (const EvidenceItem& answer : answers_) {

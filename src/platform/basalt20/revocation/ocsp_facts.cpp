@@ -231,12 +231,16 @@ std::vector<Statement> statements_of(const OcspFacts& answer, X509* certificate,
         }
     }
     ERR_clear_error();
+    for (Statement& statement : revoked) {
+        statement.signed_at = answer.produced_at;
+    }
     if (!revoked.empty()) {
         return revoked;
     }
     if (!good || (unknown && *unknown >= good->this_update)) {
         return {};
     }
+    good->signed_at = answer.produced_at;
     return {*good};
 }
 

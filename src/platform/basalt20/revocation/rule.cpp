@@ -114,7 +114,8 @@ bool is_compromise(std::optional<int> why) {
 bool covers(const Statement& statement, const Moments& moments) {
     const FileTicks made = statement.this_update;
     const FileTicks next = statement.next_update.value_or(made + kUndatedLife);
-    if (!statement.complete || made > moments.now + kClockTolerance || next < made) {
+    const FileTicks known = std::max(made, statement.signed_at);
+    if (!statement.complete || known > moments.now + kClockTolerance || next < made) {
         return false;
     }
     if (moments.now <= moments.end) {

@@ -47,6 +47,7 @@ inline constexpr ReasonSet kHoldReason = 1U << 6;
 struct Statement {
     FileTicks this_update = 0;
     std::optional<FileTicks> next_update;
+    FileTicks signed_at = 0; // of an answer: when it was produced from what was known before
     bool revoked = false;
     std::optional<int> reason; // of a revoked one; nothing when not told
     FileTicks revoked_at = 0;

@@ -101,6 +101,15 @@ TEST(RuleTest, AGoodStatementCountsByItsTermWhileTheCertificateIsValid) {
     EXPECT_FALSE(covers(good(10, 20), slow));
 }
 
+TEST(RuleTest, AnAnswerIsNotOlderThanItsSignature) {
+    Statement s = good(5, 15);
+    const Moments moments{kStamp, at(100), at(10), true};
+    s.signed_at = at(9);
+    EXPECT_TRUE(covers(s, moments));
+    s.signed_at = at(11);
+    EXPECT_FALSE(covers(s, moments));
+}
+
 TEST(RuleTest, AfterTheCertificatesEndAStatementMustBeMadeInTimeOrReachBack) {
     const Case cases[] = {
         {"made between stamp and end", {good(5, 9)}, 10, 500, kGood},
