@@ -2,7 +2,9 @@
 #include "basalt20/certificate/certificate_body.h"
 
 #include "basalt20/certificate/x509_cache.h"
+#include "basalt20/coding/der_writer.h"
 
+#include <string_view>
 #include <tuple>
 
 namespace basalt {
@@ -20,6 +22,15 @@ DWORD read_version(DerReader& tbs) {
         return CERT_V1;
     }
     return small_integer(sole_element(outer.contents, tag::kInteger).contents);
+}
+
+// A FILETIME begins in 1601: what is before is that beginning, which is as good as any for
+// "always".
+FILETIME validity_time(const Element& element) {
+    const std::string_view text = text_of(element.contents);
+    const bool has_year = element.tag == tag::kGeneralizedTime && text.size() > 4 &&
+                          text.find_first_not_of("0123456789") >= 4;
+    return has_year && text.substr(0, 4) < "1601" ? FILETIME{} : time_of(element);
 }
 
 } // namespace
@@ -43,8 +54,8 @@ void CertificateBody::read_tbs(Bytes bytes) {
     info_.SignatureAlgorithm = storage_.algorithm(tbs.take(tag::kSequence).contents);
     info_.Issuer = FieldStorage::view(tbs.take(tag::kSequence).whole);
     DerReader validity(tbs.take(tag::kSequence).contents);
-    info_.NotBefore = time_of(validity.take());
-    info_.NotAfter = time_of(validity.take());
+    info_.NotBefore = validity_time(validity.take());
+    info_.NotAfter = validity_time(validity.take());
     validity.expect_end();
     info_.Subject = FieldStorage::view(tbs.take(tag::kSequence).whole);
     DerReader key(tbs.take(tag::kSequence).contents);

@@ -122,6 +122,7 @@ void* make_object(const std::vector<BYTE>& bytes) {
 
 void set_limits(HttpRequest& request, DWORD timeout, const CRYPT_RETRIEVE_AUX_INFO* auxiliary) {
     request.limits = basalt::network_limits();
+    request.proxy = basalt::fetching_proxy();
     if (timeout != 0) {
         request.limits.total_timeout = milliseconds(timeout);
         request.limits.connect_timeout =
@@ -170,7 +171,6 @@ Retrieved retrieve(const std::string& address, DWORD flags, DWORD timeout,
         }
     }
     basalt::require((flags & CRYPT_CACHE_ONLY_RETRIEVAL) == 0, CRYPT_E_NOT_FOUND);
-    request.proxy = basalt::fetching_proxy();
     set_limits(request, timeout, auxiliary);
     Retrieved result{fetch(request, auxiliary), system_clock::now()};
     if (validity() > seconds(0)) {

@@ -1,0 +1,470 @@
+// Whose lists and answers count for a certificate, and for which reasons: made ones of every kind,
+// given in a store.
+#include "basalt20/revocation/status_check.h"
+#include "basalt20/revocation/test_authority.h"
+#include "basalt20/store/certificate_reference.h"
+
+#include <gtest/gtest.h>
+
+namespace basalt::test {
+namespace {
+
+constexpr int kNow = 100;
+constexpr int kMade = 90;
+constexpr int kNext = 110;
+
+constexpr Standing kGood = Standing::good;
+constexpr Standing kRevoked = Standing::revoked;
+constexpr Standing kUnknown = Standing::unknown;
+
+const char kPoint[] = "crlDistributionPoints=point\n[point]\n";
+
+class EvidenceTest : public testing::Test {
+protected:
+    EvidenceTest() { paths_.add(*root_); }
+
+    using PartyOwner = std::unique_ptr<Party>;
+
+    PartyOwner leaf(const std::string& extensions = "") const {
+        return make_party({.name = "stamps", .issuer = ca_.get(), .extensions = extensions});
+    }
+
+    void give_list(const ListSpec& spec) {
+        const std::string list = make_list(spec);
+        ASSERT_TRUE(CertAddEncodedCRLToStore(
+            store_.get(), X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(list.data()),
+            static_cast<DWORD>(list.size()), CERT_STORE_ADD_ALWAYS, nullptr));
+    }
+
+    void give_answer(const AnswerSpec& spec) {
+        const std::string answer = make_answer(spec);
+        ASSERT_TRUE(BasaltAddOcspResponseToStore(store_.get(),
+                                                 reinterpret_cast<const BYTE*>(answer.data()),
+                                                 static_cast<DWORD>(answer.size())));
+    }
+
+    // A list of the certificate's issuer, in force, with this point.
+    ListSpec list(const std::string& extensions = "") const {
+        return {.signer = ca_.get(),
+                .made = kMade,
+                .next = kNext,
+                .entries = {},
+                .extensions = extensions};
+    }
+
+    ListSpec revoking(const Party& certificate, ListSpec spec, int reason = 1) const {
+        spec.entries.push_back({&certificate, -10, reason});
+        return spec;
+    }
+
+    AnswerSpec answer(const Party& certificate, const Party& signer) const {
+        return {
+            .signer = &signer,
+            .entries = {
+                {.certificate = &certificate, .issuer = ca_.get(), .made = kMade, .next = kNext}}};
+    }
+
+    Standing judge(const Party& certificate) {
+        Budget budget;
+        Retrieval retrieval(budget);
+        StatusCheck check(budget, retrieval, paths_, {nullptr, store_.get()});
+        const CertificatePath path{certificate.entry, ca_->entry, root_->entry};
+        StatusQuestion question;
+        question.stamp_time = ticks_at(0);
+        question.now = ticks_at(kNow);
+        question.is_signer = true;
+        finding_ = check.judge(path, 0, question);
+        signatures_ = budget.evidence_signatures();
+        return finding_.standing;
+    }
+
+    void forget() { store_.reset(new_store()); }
+
+    static HCERTSTORE new_store() {
+        return CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
+    }
+
+    PartyOwner root_ = make_party({.name = "root", .extensions = kAuthority});
+    PartyOwner ca_ = make_party({.name = "ca", .issuer = root_.get(), .extensions = kAuthority});
+    StoreReference store_{new_store()};
+    FewPaths paths_;
+    StatusFinding finding_;
+    unsigned signatures_ = 0;
+};
+
+TEST_F(EvidenceTest, AListCountsForWhatItIsFor) {
+    constexpr char kIdp[] = "issuingDistributionPoint=critical,@point\n[point]\n";
+    const std::string idp(kIdp);
+    const std::string here = std::string(kPoint) + "fullname=URI:http://a/1";
+    const std::string by_other = std::string(kPoint) + "fullname=URI:http://a/1\n"
+                                                       "CRLissuer=dirName:other\n[other]\nCN=other";
+    const struct {
+        const char* name;
+        std::string of_certificate;
+        std::string of_list;
+        Standing expected;
+    } cases[] = {
+        {"no points at all", "", "", kGood},
+        {"any list of the issuer for a certificate with a point", here, "", kGood},
+        {"the list of its point", here, idp + "fullname=URI:http://a/1", kGood},
+        {"the list of another point", here, idp + "fullname=URI:http://a/2", kUnknown},
+        {"a part's list for a certificate without points", "", idp + "fullname=URI:http://a/1",
+         kUnknown},
+        {"a part's list under the issuer's name", "", idp + "fullname=dirName:n\n[n]\nCN=ca",
+         kGood},
+        {"relative to the issuer", std::string(kPoint) + "relativename=n\n[n]\nOU=1",
+         idp + "relativename=n\n[n]\nOU=1", kGood},
+        {"relative here, in full there", std::string(kPoint) + "relativename=n\n[n]\nOU=1",
+         idp + "fullname=dirName:n\n[n]\nCN=ca\nOU=1", kGood},
+        {"relative, another one", std::string(kPoint) + "relativename=n\n[n]\nOU=1",
+         idp + "relativename=n\n[n]\nOU=2", kUnknown},
+        {"for end certificates", "", idp + "onlyuser=TRUE", kGood},
+        {"for authorities", "", idp + "onlyCA=TRUE", kUnknown},
+        {"for attribute certificates", "", idp + "onlyAA=TRUE", kUnknown},
+        {"for two kinds at once", "", idp + "onlyCA=TRUE\nonlyuser=TRUE", kUnknown},
+        {"for some reasons", "", idp + "onlysomereasons=keyCompromise,CACompromise", kUnknown},
+        {"the point is for some reasons", here + "\nreasons=keyCompromise", "", kUnknown},
+        {"a point of another issuer's lists, and the issuer's own", by_other, "", kGood},
+        {"indirect, of the issuer itself", "", idp + "indirectCRL=TRUE", kGood},
+        {"an unknown critical extension", "", std::string(kUnknownOid) + "=critical,DER:0500",
+         kUnknown},
+        {"an unknown extension", "", std::string(kUnknownOid) + "=DER:0500", kGood},
+        {"a delta alone", "", "2.5.29.20=ASN1:INTEGER:7\n2.5.29.27=critical,ASN1:INTEGER:5",
+         kUnknown},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const PartyOwner certificate = leaf(c.of_certificate);
+        forget();
+        give_list(list(c.of_list));
+        EXPECT_EQ(judge(*certificate), c.expected);
+        EXPECT_EQ(finding_.cause == UnknownCause::no_source, false)
+            << "something was at hand, and under `require` that doesn't pass";
+        forget();
+        give_list(revoking(*certificate, list(c.of_list)));
+        const bool counts = c.expected == kGood || signatures_ > 0;
+        EXPECT_EQ(judge(*certificate), counts ? kRevoked : kUnknown);
+    }
+}
+
+TEST_F(EvidenceTest, ListsForSomeReasonsAddUp) {
+    const std::string idp = "issuingDistributionPoint=critical,@point\n[point]\n";
+    const PartyOwner certificate = leaf();
+    give_list(list(idp + "onlysomereasons=keyCompromise,CACompromise,superseded"));
+    EXPECT_EQ(judge(*certificate), kUnknown);
+    EXPECT_EQ(finding_.cause, UnknownCause::not_covered);
+    give_list(list(idp + "onlysomereasons=affiliationChanged,cessationOfOperation,certificateHold,"
+                         "privilegeWithdrawn,AACompromise"));
+    EXPECT_EQ(judge(*certificate), kGood);
+    EXPECT_EQ(finding_.evidence.size(), 2u);
+}
+
+TEST_F(EvidenceTest, ADeltaIsReadWithItsBase) {
+    const PartyOwner certificate = leaf();
+    const auto base = [&](int number, std::optional<int> reason) {
+        ListSpec spec = list("2.5.29.20=ASN1:INTEGER:" + std::to_string(number));
+        spec.made = 10;
+        spec.next = 20; // has run out
+        if (reason) {
+            spec.entries.push_back({certificate.get(), -10, reason});
+        }
+        return spec;
+    };
+    const auto delta = [&](int number, int built_on, std::optional<int> reason) {
+        ListSpec spec = list("2.5.29.20=ASN1:INTEGER:" + std::to_string(number) +
+                             "\n2.5.29.27=critical,ASN1:INTEGER:" + std::to_string(built_on));
+        if (reason) {
+            spec.entries.push_back({certificate.get(), -10, reason});
+        }
+        return spec;
+    };
+    const struct {
+        const char* name;
+        std::vector<ListSpec> lists;
+        Standing expected;
+    } cases[] = {
+        {"an old base alone", {base(5, {})}, kUnknown},
+        {"brought up to date", {base(5, {}), delta(7, 5, {})}, kGood},
+        {"a base newer than the one built on", {base(6, {}), delta(7, 5, {})}, kGood},
+        {"built on a later base", {base(4, {}), delta(7, 5, {})}, kUnknown},
+        {"older than the base", {base(8, {}), delta(7, 5, {})}, kUnknown},
+        {"of the base's number", {base(7, {}), delta(7, 5, {})}, kUnknown},
+        {"revoked since", {base(5, {}), delta(7, 5, 4)}, kRevoked},
+        {"on hold since", {base(5, {}), delta(7, 5, 6)}, kRevoked},
+        {"hold lifted", {base(5, 6), delta(7, 5, 8)}, kGood},
+        {"hold not spoken of", {base(5, 6), delta(7, 5, {})}, kRevoked},
+        {"hold lifted, then on hold again", {base(5, 6), delta(7, 5, 8), delta(9, 5, 6)}, kRevoked},
+        {"a revocation is never lifted", {base(5, 4), delta(7, 5, 8)}, kRevoked},
+        {"revoked in a delta whose base is missing", {delta(7, 5, 4)}, kRevoked},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        forget();
+        for (const ListSpec& spec : c.lists) {
+            give_list(spec);
+        }
+        EXPECT_EQ(judge(*certificate), c.expected);
+    }
+}
+
+TEST_F(EvidenceTest, AnotherIssuersListCountsOnlyWhereTheCertificateSaysSo) {
+    const PartyOwner other = make_party(
+        {.name = "lists", .issuer = root_.get(), .extensions = "keyUsage=critical,cRLSign"});
+    paths_.add(*other);
+    const std::string point = std::string(kPoint) + "CRLissuer=dirName:n\n[n]\nCN=lists";
+    const PartyOwner pointing = leaf(point);
+    const PartyOwner silent = leaf();
+    const std::string indirect = "issuingDistributionPoint=critical,@p\n[p]\nindirectCRL=TRUE\n";
+    ListSpec spec = list(indirect);
+    spec.signer = other.get();
+    give_list(spec);
+    give_list({.signer = root_.get(), .made = kMade, .next = kNext}); // about who signs lists
+    EXPECT_EQ(judge(*pointing), kGood);
+    EXPECT_EQ(judge(*silent), kUnknown);
+
+    forget();
+    spec.entries = {{pointing.get(), -10, 1, ca_.get()}, {silent.get(), -10, 1, ca_.get()}};
+    give_list(spec);
+    give_list({.signer = root_.get(), .made = kMade, .next = kNext});
+    EXPECT_EQ(judge(*pointing), kRevoked);
+    EXPECT_EQ(judge(*silent), kUnknown);
+
+    // The same serial number of another issuer isn't meant.
+    forget();
+    spec.entries = {{pointing.get(), -10, 1, root_.get()}};
+    give_list(spec);
+    give_list({.signer = root_.get(), .made = kMade, .next = kNext});
+    EXPECT_EQ(judge(*pointing), kGood);
+
+    // The list isn't indirect: then it is its own issuer's business.
+    forget();
+    ListSpec direct = list();
+    direct.signer = other.get();
+    give_list(direct);
+    EXPECT_EQ(judge(*pointing), kUnknown);
+
+    // Who signs lists is revoked itself.
+    forget();
+    spec.entries.clear();
+    give_list(spec);
+    give_list(
+        {.signer = root_.get(), .made = kMade, .next = kNext, .entries = {{other.get(), -10, 1}}});
+    EXPECT_EQ(judge(*pointing), kUnknown);
+}
+
+TEST_F(EvidenceTest, AKeyBesideThePathNeedsAPathOfItsOwn) {
+    const PartyOwner certificate = leaf();
+    const PartyOwner rekeyed =
+        make_party({.name = "ca", .issuer = root_.get(), .extensions = kAuthority});
+    const PartyOwner rogue = make_party({.name = "rogue", .extensions = kAuthority});
+    const PartyOwner impostor =
+        make_party({.name = "ca", .issuer = rogue.get(), .extensions = kAuthority});
+    const PartyOwner no_lists = make_party({.name = "ca",
+                                            .issuer = root_.get(),
+                                            .extensions = "basicConstraints=critical,CA:TRUE\n"
+                                                          "keyUsage=critical,keyCertSign"});
+    const PartyOwner over = make_party(
+        {.name = "ca", .issuer = root_.get(), .extensions = kAuthority, .end = kMade - 1});
+    for (const Party* party :
+         {rekeyed.get(), rogue.get(), impostor.get(), no_lists.get(), over.get()}) {
+        paths_.add(*party);
+    }
+    const struct {
+        const char* name;
+        const Party* signer;
+        Standing expected;
+    } cases[] = {
+        {"the authority's other key", rekeyed.get(), kGood},
+        {"a like-named one under another root", impostor.get(), kUnknown},
+        {"one that may not sign lists", no_lists.get(), kUnknown},
+        {"one that had ended when the list was made", over.get(), kUnknown},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        forget();
+        ListSpec spec = list();
+        spec.signer = c.signer;
+        give_list(spec);
+        give_list({.signer = root_.get(), .made = kMade, .next = kNext});
+        EXPECT_EQ(judge(*certificate), c.expected);
+    }
+}
+
+TEST_F(EvidenceTest, ACircleOfListsProvesNothing) {
+    // Two that sign lists about each other alone.
+    const auto pointing_to = [](const char* name) {
+        return "keyUsage=critical,cRLSign\n" + std::string(kPoint) +
+               "CRLissuer=dirName:n\n[n]\nCN=" + name;
+    };
+    const PartyOwner a =
+        make_party({.name = "a", .issuer = root_.get(), .extensions = pointing_to("b")});
+    const PartyOwner b =
+        make_party({.name = "b", .issuer = root_.get(), .extensions = pointing_to("a")});
+    const PartyOwner alone =
+        make_party({.name = "alone", .issuer = root_.get(), .extensions = pointing_to("alone")});
+    for (const Party* party : {a.get(), b.get(), alone.get()}) {
+        paths_.add(*party);
+    }
+    const std::string indirect = "issuingDistributionPoint=critical,@p\n[p]\nindirectCRL=TRUE\n";
+    for (const Party* signer : {a.get(), b.get(), alone.get()}) {
+        ListSpec spec = list(indirect);
+        spec.signer = signer;
+        give_list(spec);
+    }
+    EXPECT_EQ(judge(*leaf(std::string(kPoint) + "CRLissuer=dirName:n\n[n]\nCN=a")), kUnknown);
+    EXPECT_EQ(judge(*leaf(std::string(kPoint) + "CRLissuer=dirName:n\n[n]\nCN=alone")), kGood)
+        << "one that points to itself may speak of itself";
+}
+
+TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
+    const PartyOwner certificate = leaf();
+    const char* kResponder = "extendedKeyUsage=OCSPSigning\nnoCheck=ignored";
+    const auto responder = [&](const std::string& extensions, const Party& issuer, int end = 1000) {
+        return make_party(
+            {.name = "responder", .issuer = &issuer, .extensions = extensions, .end = end});
+    };
+    const PartyOwner rogue = make_party({.name = "ca", .extensions = kAuthority});
+    const struct {
+        const char* name;
+        PartyOwner signer;
+        Standing expected;
+    } cases[] = {
+        {"delegated", responder(kResponder, *ca_), kGood},
+        {"delegated, its own standing unknown", responder("extendedKeyUsage=OCSPSigning", *ca_),
+         kGood},
+        {"not meant for it", responder("noCheck=ignored", *ca_), kUnknown},
+        {"meant for something else", responder("extendedKeyUsage=timeStamping", *ca_), kUnknown},
+        {"of another authority on the path", responder(kResponder, *root_), kUnknown},
+        {"of a like-named authority", responder(kResponder, *rogue), kUnknown},
+        {"had ended", responder(kResponder, *ca_, kMade - 1), kUnknown},
+        {"key usage for lists alone",
+         responder(std::string(kResponder) + "\nkeyUsage=critical,cRLSign", *ca_), kUnknown},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        forget();
+        give_answer(answer(*certificate, *c.signer));
+        EXPECT_EQ(judge(*certificate), c.expected);
+    }
+    forget();
+    give_answer(answer(*certificate, *ca_));
+    EXPECT_EQ(judge(*certificate), kGood) << "the authority itself";
+
+    // A responder without "no check" has a standing of its own.
+    const PartyOwner checked = responder("extendedKeyUsage=OCSPSigning", *ca_);
+    forget();
+    give_answer(answer(*certificate, *checked));
+    give_list(revoking(*checked, list()));
+    EXPECT_EQ(judge(*certificate), kGood) << "the list says so itself";
+    ListSpec of_the_responder = revoking(*checked, list());
+    of_the_responder.next = kMade; // tells nothing good any more
+    forget();
+    give_answer(answer(*certificate, *checked));
+    give_list(of_the_responder);
+    EXPECT_EQ(judge(*certificate), kUnknown);
+}
+
+TEST_F(EvidenceTest, EntriesOfAnAnswerAreWeighed) {
+    const PartyOwner certificate = leaf();
+    const PartyOwner neighbour = leaf();
+    const auto entry = [&](int status, int made, int since = -10, int reason = 4) {
+        return AnswerEntry{.certificate = certificate.get(),
+                           .issuer = ca_.get(),
+                           .status = status,
+                           .made = made,
+                           .next = kNext,
+                           .since = since,
+                           .reason = reason};
+    };
+    constexpr int kSaysGood = V_OCSP_CERTSTATUS_GOOD;
+    constexpr int kSaysRevoked = V_OCSP_CERTSTATUS_REVOKED;
+    constexpr int kSaysUnknown = V_OCSP_CERTSTATUS_UNKNOWN;
+    AnswerEntry of_neighbour = entry(kSaysGood, 95);
+    of_neighbour.certificate = neighbour.get();
+    AnswerEntry of_other_issuer = entry(kSaysGood, 95);
+    of_other_issuer.issuer = root_.get();
+    AnswerEntry not_understood = entry(kSaysGood, 95);
+    not_understood.critical_unknown = true;
+    const struct {
+        const char* name;
+        std::vector<AnswerEntry> entries;
+        bool critical_unknown;
+        Standing expected;
+    } cases[] = {
+        {"good, then revoked", {entry(kSaysGood, 95), entry(kSaysRevoked, 90)}, false, kRevoked},
+        {"revoked, then good", {entry(kSaysRevoked, 90), entry(kSaysGood, 95)}, false, kRevoked},
+        {"an older unknown", {entry(kSaysGood, 95), entry(kSaysUnknown, 90)}, false, kGood},
+        {"an unknown as new", {entry(kSaysGood, 95), entry(kSaysUnknown, 95)}, false, kUnknown},
+        {"a newer unknown first", {entry(kSaysUnknown, 96), entry(kSaysGood, 95)}, false, kUnknown},
+        {"of the neighbour", {of_neighbour}, false, kUnknown},
+        {"behind the neighbour's", {of_neighbour, entry(kSaysGood, 95)}, false, kGood},
+        {"the same serial number, another issuer", {of_other_issuer}, false, kUnknown},
+        {"an entry that isn't understood", {not_understood}, false, kUnknown},
+        {"an answer that isn't understood", {entry(kSaysGood, 95)}, true, kUnknown},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        forget();
+        give_answer(
+            {.signer = ca_.get(), .entries = c.entries, .critical_unknown = c.critical_unknown});
+        EXPECT_EQ(judge(*certificate), c.expected);
+    }
+}
+
+TEST_F(EvidenceTest, AnEntryThatIsNotUnderstoodMakesTheListUseless) {
+    const PartyOwner certificate = leaf();
+    const PartyOwner neighbour = leaf();
+    ListSpec spec = list();
+    spec.entries = {{neighbour.get(), -10, 1, nullptr, true}};
+    give_list(spec);
+    EXPECT_EQ(judge(*certificate), kUnknown);
+}
+
+TEST_F(EvidenceTest, TheAlgorithmInsideAListIsTheOneOutside) {
+    const PartyOwner certificate = leaf();
+    std::string bytes = make_list(list());
+    // ecdsa-with-SHA256 behind the signed part becomes ecdsa-with-SHA384; the signature stays.
+    const std::string oid = "\x2A\x86\x48\xCE\x3D\x04\x03\x02";
+    bytes[bytes.rfind(oid) + 7] = 3;
+    EXPECT_EQ(read_crl(bytes_of(bytes)), nullptr);
+    EXPECT_NE(read_crl(bytes_of(make_list(list()))), nullptr);
+}
+
+TEST_F(EvidenceTest, JunkUsesUpItsOwnShareAlone) {
+    const PartyOwner certificate = leaf();
+    const PartyOwner impostor = make_party({.name = "ca", .extensions = kAuthority});
+    for (int i = 0; i < 100; ++i) {
+        ListSpec spec = list();
+        spec.signer = impostor.get();
+        spec.made = i;
+        give_list(spec);
+    }
+    EXPECT_EQ(judge(*certificate), kUnknown);
+    EXPECT_EQ(finding_.cause, UnknownCause::exhausted);
+    EXPECT_EQ(signatures_, 64u);
+    EXPECT_FALSE(passes(finding_, RevocationMode::available))
+        << "a revocation may be buried under it";
+}
+
+TEST_F(EvidenceTest, TheFindingTellsWhatDecided) {
+    const PartyOwner certificate = leaf();
+    ListSpec spec = list();
+    spec.entries = {{certificate.get(), 50, 1}};
+    give_list(spec);
+    ASSERT_EQ(judge(*certificate), kRevoked);
+    EXPECT_TRUE(finding_.revoked_later);
+    EXPECT_TRUE(finding_.key_is_compromised());
+    EXPECT_EQ(finding_.reason, 1);
+    EXPECT_EQ(finding_.revoked_at, ticks_at(50));
+    ASSERT_EQ(finding_.evidence.size(), 1u);
+    const DecidingEvidence& evidence = finding_.evidence[0];
+    EXPECT_EQ(evidence.kind, EvidenceKind::crl);
+    EXPECT_EQ(evidence.source, EvidenceSource::given);
+    EXPECT_EQ(evidence.this_update, ticks_at(kMade));
+    EXPECT_EQ(evidence.next_update, ticks_at(kNext));
+    EXPECT_NE(read_crl(*evidence.encoded), nullptr);
+    EXPECT_TRUE(evidence.url.empty());
+}
+
+} // namespace
+} // namespace basalt::test
