@@ -9,8 +9,13 @@
 #include "sup/last_error.h"
 
 #include <openssl/ocsp.h>
+#include <openssl/rsa.h>
 #include <openssl/x509.h>
+#include <sys/stat.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -184,6 +189,49 @@ TEST(SignerAlgorithm, OnlyTheDigestThatTheSignatureAlgorithmNames) {
         parts.signature_digest = each.used;
         EXPECT_EQ(verify(parts), each.error) << each.named << ' ' << each.used;
     }
+}
+
+// A message is signed with no less than its certificates are.
+TEST(SignerAlgorithm, WeakSignaturesAreRefusedAsInChains) {
+    const Key short_rsa = make_key(EVP_RSA_gen(512));
+    const Key old_rsa = make_key(EVP_RSA_gen(1024));
+    const Key rsa = make_key(EVP_RSA_gen(2048));
+    const char* const sha1 = "1.3.14.3.2.26";
+    const char* const md5 = "1.2.840.113549.2.5";
+    const struct {
+        EVP_PKEY* key;
+        const char* content_digest;
+        const char* content_name;
+        const char* signature;
+        const char* signature_name;
+        DWORD floor;
+        DWORD current;
+    } cases[] = {
+        {rsa.get(), kSha256, "SHA256", "1.2.840.113549.1.1.11", "SHA256", 0, 0},
+        {short_rsa.get(), kSha256, "SHA256", "1.2.840.113549.1.1.11", "SHA256", NTE_BAD_ALGID,
+         NTE_BAD_ALGID},
+        {old_rsa.get(), kSha256, "SHA256", "1.2.840.113549.1.1.11", "SHA256", 0, NTE_BAD_ALGID},
+        {rsa.get(), sha1, "SHA1", "1.2.840.113549.1.1.11", "SHA256", 0, NTE_BAD_ALGID},
+        {rsa.get(), kSha256, "SHA256", "1.2.840.113549.1.1.5", "SHA1", 0, NTE_BAD_ALGID},
+        {rsa.get(), md5, "MD5", "1.2.840.113549.1.1.11", "SHA256", NTE_BAD_ALGID, NTE_BAD_ALGID},
+        {rsa.get(), kSha256, "SHA256", "1.2.840.113549.1.1.4", "MD5", NTE_BAD_ALGID, NTE_BAD_ALGID},
+    };
+    const std::string configuration = testing::TempDir() + "basalt_strength.toml";
+    umask(S_IWGRP | S_IWOTH);
+    std::ofstream(configuration) << "[config.basalt]\nStrength = 'current'\n";
+    for (const auto& each : cases) {
+        SignerParts parts;
+        parts.key = each.key;
+        parts.digest_algorithm = algorithm(each.content_digest);
+        parts.content_digest = hash(each.content_name);
+        parts.signature_algorithm = algorithm(each.signature);
+        parts.signature_digest = each.signature_name;
+        EXPECT_EQ(verify(parts), each.floor) << each.content_name << ' ' << each.signature_name;
+        setenv("BASALT_CONFIG", configuration.c_str(), 1);
+        EXPECT_EQ(verify(parts), each.current) << each.content_name << ' ' << each.signature_name;
+        unsetenv("BASALT_CONFIG");
+    }
+    std::filesystem::remove(configuration);
 }
 
 TEST(SignerAlgorithm, Ed448GoesWithShake256Alone) {

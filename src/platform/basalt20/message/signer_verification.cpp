@@ -1,6 +1,7 @@
 // Verifying one signer.
 #include "basalt20/message/signer_verification.h"
 
+#include "basalt20/certificate/strength.h"
 #include "basalt20/coding/der_writer.h"
 #include "basalt20/coding/flat_block.h"
 #include "basalt20/coding/signature_algorithm.h"
@@ -71,6 +72,20 @@ bool attributes_signature_fits(const SignerInfo& signer, const PublicKey& key,
     return canonical != as_given && signature_fits(bytes_of(canonical), signer, key, scheme);
 }
 
+// What the message itself is signed with must be as strong as what its certificates are signed
+// with: the key, the digest of the signature and that of the content.
+void require_strength(const SignerInfo& signer, const SignatureScheme& scheme,
+                      const PublicKey& key) {
+    Strength strength = strength_of(key.get());
+    if (!takes_message(scheme)) {
+        strength = weaker(strength, strength_of(scheme.digest));
+    }
+    if (signer.signed_attributes.tag != 0) {
+        strength = weaker(strength, strength_of(digest_of(signer.digest_algorithm)));
+    }
+    require(passes(strength, configured_strength()), NTE_BAD_ALGID);
+}
+
 struct NameDeleter {
     void operator()(X509_NAME* name) const { X509_NAME_free(name); }
 };
@@ -109,12 +124,13 @@ void verify_signer(const SignerInfo& signer, Bytes content_type, Bytes content,
     const SignatureScheme scheme = scheme_of(signer.signature_algorithm, signer.digest_algorithm);
     if (signer.signed_attributes.tag == 0) {
         require(signature_fits(content, signer, key, scheme), NTE_BAD_SIGNATURE);
-        return;
+        return require_strength(signer, scheme, key);
     }
     const std::vector<Attribute> attributes = read_attributes(signer.signed_attributes.contents);
     verify_content_type(attributes, content_type);
     verify_message_digest(attributes, signer, content);
     require(attributes_signature_fits(signer, key, scheme), NTE_BAD_SIGNATURE);
+    require_strength(signer, scheme, key);
 }
 
 bool names_certificate(const SignerInfo& signer, const CERT_INFO& info) {

@@ -113,6 +113,8 @@ BASALT_API BOOL CryptMsgGetParam(HCRYPTMSG hCryptMsg, DWORD dwParamType, DWORD d
 /// bytes as they came, and over their DER form if that is another. Without them: the signature over
 /// the content. A signature that doesn't fit: NTE_BAD_SIGNATURE 0x80090006. An algorithm unknown
 /// here: CRYPT_E_UNKNOWN_ALGO 0x80091002; a key that can't be read: NTE_BAD_PUBLIC_KEY 0x80090015.
+/// A good signature by a key or with a digest below the strength that chains must have:
+/// NTE_BAD_ALGID 0x80090008.
 BASALT_API BOOL CryptMsgControl(HCRYPTMSG hCryptMsg, DWORD dwFlags, DWORD dwCtrlType,
                                 const void* pvCtrlPara);
 
