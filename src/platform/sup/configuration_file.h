@@ -2,13 +2,13 @@
 // the tree only. Nothing here throws but for want of memory; what is wrong is told in `problem`.
 #pragma once
 
+#include "sup/toml_parser.h"
+
 #include <sys/stat.h>
 
 #include <ctime>
 #include <string>
 #include <vector>
-
-#include <toml++/toml.h>
 
 namespace basalt {
 

@@ -161,6 +161,9 @@ TEST(TomlBounds, QuotesAndCommentsAsTomlHasThem) {
         {"a = 1\rb = 2\n", 1},
         {"# \x01\n", 1},
         {"a = \"\\\n\"", 1},
+        {"[a]\n [ . ]\n", 2},
+        {"[[\n", 1},
+        {"[ 'a' . b ]\nx = [\n[1],\n[ # it\n]]\n[[\"c\"]]\n", 0},
     };
     for (const Case& each : cases) {
         EXPECT_EQ(basalt::find_toml_fault(each.text).line, each.line) << each.text;

@@ -3,12 +3,11 @@
 #pragma once
 
 #include "sup/configuration.h"
+#include "sup/toml_parser.h"
 
 #include <span>
 #include <string>
 #include <string_view>
-
-#include <toml++/toml.h>
 
 namespace basalt {
 

@@ -44,6 +44,7 @@ private:
             ++line_;
             line_start_ = at_;
         }
+        blank_so_far_ = c == '\n' || (blank_so_far_ && (c == ' ' || c == '\t'));
     }
 
     // Other line ends of Unicode: whether a comment or a name stops there is nothing to rely on.
@@ -51,6 +52,18 @@ private:
         const std::string_view rest = text_.substr(at_);
         return rest.starts_with("\xC2\x85") || rest.starts_with("\xE2\x80\xA8") ||
                rest.starts_with("\xE2\x80\xA9");
+    }
+
+    // Whether a name follows the bracket of a table's header, or of two. The parser takes it for
+    // granted.
+    bool names_table() const {
+        std::size_t at = text_.find_first_not_of(" \t", at_ + 1);
+        if (at < text_.size() && text_[at] == '[') {
+            at = text_.find_first_not_of(" \t", at + 1);
+        }
+        const char c = at < text_.size() ? text_[at] : '\0';
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+               std::string_view("_-\"'").find(c) != std::string_view::npos;
     }
 
     void step() {
@@ -69,6 +82,10 @@ private:
             }
             break;
         case '[':
+            if (blank_so_far_ && brackets_ == 0 && !names_table()) {
+                return fail("a table without a name");
+            }
+            [[fallthrough]];
         case '{':
             dots_ = 0;
             if (++brackets_ > kMostTomlBrackets) {
@@ -107,6 +124,7 @@ private:
 
     void pass_string(char quote) {
         const std::size_t quotes = quotes_here(quote);
+        blank_so_far_ = false;
         if (quotes == 2) {
             at_ += 2; // an empty one
             return;
@@ -135,12 +153,14 @@ private:
             return fail("too many quotes");
         }
         at_ += quotes;
+        blank_so_far_ = false;
     }
 
     std::string_view text_;
     std::size_t at_ = 0;
     std::size_t line_ = 1;
     std::size_t line_start_ = 0;
+    bool blank_so_far_ = true; // in this line
     std::size_t dots_ = 0;
     std::size_t brackets_ = 0;
     TomlFault fault_;

@@ -3,6 +3,7 @@
 #include "sup/trace.h"
 
 #include "sup/configuration.h"
+#include "sup/descriptor.h"
 
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -126,13 +127,7 @@ struct TSupportDbContext_ {
     unsigned int mask;
     mutable std::once_flag settled;
     mutable unsigned int enabled = 0;
-    mutable int file = -1; // -1: standard error
-
-    ~TSupportDbContext_() {
-        if (file >= 0) {
-            close(file);
-        }
-    }
+    mutable basalt::Descriptor file; // none: standard error
 
     // The levels to write. Finds them at the first call.
     unsigned int levels() const {
@@ -142,7 +137,8 @@ struct TSupportDbContext_ {
                 return;
             }
             if (const std::string name = trace_file(); !name.empty()) {
-                file = open(name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+                file = basalt::Descriptor(
+                    open(name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
             }
         });
         return enabled;
@@ -155,7 +151,7 @@ TSupportDbContext_* support_print_init(int, const char* module, unsigned int lev
         return nullptr;
     }
     try {
-        return new TSupportDbContext_{module, level, mask, {}};
+        return new TSupportDbContext_{module, level, mask, {}, 0, {}};
     } catch (...) {
         return nullptr;
     }
@@ -198,7 +194,7 @@ void support_dprint_print_(TSupportDbContext_* context, const char* format, cons
         if (text.back() != '\n') {
             text += '\n';
         }
-        write_whole(context->file >= 0 ? context->file : STDERR_FILENO, text);
+        write_whole(context->file.is_open() ? context->file.get() : STDERR_FILENO, text);
     } catch (...) { // a line that there is no memory for isn't written
     }
     va_end(list);

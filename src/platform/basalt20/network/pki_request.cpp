@@ -14,6 +14,9 @@ namespace {
 using basalt::HttpAnswer;
 using basalt::HttpRequest;
 
+constexpr std::uint32_t kFirstCapacity = 4096;
+constexpr std::uint32_t kLargestDoubled = 1U << 31; // beyond it the capacity is the size itself
+
 std::vector<std::string> lines_of(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {
@@ -31,8 +34,8 @@ void make_room(PKI_BUFFER& buffer, std::uint32_t size) {
     if (size <= buffer.capacity && buffer.data != nullptr) {
         return;
     }
-    std::uint32_t capacity = buffer.capacity == 0 ? 4096 : buffer.capacity;
-    if (size > 0x80000000U) {
+    std::uint32_t capacity = buffer.capacity == 0 ? kFirstCapacity : buffer.capacity;
+    if (size > kLargestDoubled) {
         capacity = size;
     }
     while (capacity < size) {

@@ -58,24 +58,36 @@ std::shared_ptr<StoreObject> open_message(const void* message) {
     return open_signed_data(encoded);
 }
 
+// The names of the providers (store.h) are numbers in the place of texts.
+enum Provider : std::uintptr_t {
+    kMessage = 1,
+    kMemory = 2,
+    kSignedData = 5,
+    kFileA = 7,
+    kFileW = 8,
+    kSystemA = 9,
+    kSystemW = 10,
+    kCollection = 11,
+};
+
 std::shared_ptr<StoreObject> open(std::uintptr_t provider, DWORD flags, const void* para) {
     switch (provider) {
-    case 1:
+    case kMessage:
         return open_message(para);
-    case 2:
+    case kMemory:
         return std::make_shared<MemoryStore>();
-    case 5:
+    case kSignedData:
         require(para != nullptr);
         return open_signed_data(bytes_of(*static_cast<const CRYPT_DATA_BLOB*>(para)));
-    case 7:
+    case kFileA:
         return open_file(text_parameter(para));
-    case 8:
+    case kFileW:
         return open_file(narrow(para));
-    case 9:
+    case kSystemA:
         return open_system_store(text_parameter(para), flags);
-    case 10:
+    case kSystemW:
         return open_system_store(narrow(para), flags);
-    case 11:
+    case kCollection:
         return std::make_shared<CollectionStore>();
     default:
         fail(ERROR_FILE_NOT_FOUND);
