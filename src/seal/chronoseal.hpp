@@ -128,6 +128,7 @@ public:
 
 private:
     friend class Hasher;
+    friend struct HashAlgorithmAccess;
     HashAlgorithm() = default;
 
     std::string name_;
