@@ -4,8 +4,19 @@
 // tells by trust bits what is wrong with it; CertVerifyCertificateChainPolicy turns a chain into
 // one verdict. Certificates of the additional store and of the system stores `CA` and `My` are
 // candidates for the path, never trusted; trust comes from the `Root` store alone, or from the
-// anchors that the process has put in its place. A chain belongs to its owner and may be read by
-// several threads.
+// anchors that the engine or the process has put in its place. A chain belongs to its owner and may
+// be read by several threads.
+//
+// Every whole path from the certificate to an anchor is judged by itself, and the first good one is
+// the chain; if none is, the best of the others is, with what is wrong with it. The order of the
+// certificates in the stores decides nothing.
+//
+// The network is asked only for what a path needs that ends in an anchor and is good but for what
+// is asked: for statements about its certificates, 15 seconds in all for one chain and the verdicts
+// over it. Where no path is found, missing issuers are fetched from the addresses that the
+// certificates below them name (authorityInfoAccess), four at most, and only where a certificate
+// between is truly missing: a search that reached a root, self-signed and by good signatures, which
+// is no anchor, has found an unknown root and asks nobody.
 #pragma once
 
 #include "basalt20/surface/crl.h"
@@ -15,8 +26,66 @@ extern "C" {
 
 typedef void* HCERTCHAINENGINE;
 
-/// The current user's engine is null, the machine's 1; both are the same here.
+/// The current user's engine is null, the machine's 1; both are the same here, and judge as the
+/// configuration tree and the process say. Other engines come from
+/// CertCreateCertificateChainEngine.
 inline const HCERTCHAINENGINE HCCE_CURRENT_USER = nullptr;
+inline const HCERTCHAINENGINE HCCE_LOCAL_MACHINE = reinterpret_cast<HCERTCHAINENGINE>(1);
+
+/// What an engine of one's own has in the place of the common ones. `cbSize` is 88. A null store
+/// leaves things as they are. `hExclusiveRoot`: the anchors, in the place of the `Root` store and
+/// of BasaltSetTrustAnchors. `hRestrictedOther`: the candidates, in the place of the system stores
+/// `CA` and `My`. `rghAdditionalStore`: more candidates. The flag
+/// CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL in `dwFlags` keeps all chains of the engine off the network.
+/// `dwUrlRetrievalTimeout`: milliseconds for all fetching of a chain, 0 for 15,000, which is also
+/// the most. The other fields must be null or 0: E_INVALIDARG, so that nothing that was asked for
+/// is silently left out.
+typedef struct _CERT_CHAIN_ENGINE_CONFIG {
+    DWORD cbSize;
+    HCERTSTORE hRestrictedRoot;
+    HCERTSTORE hRestrictedTrust;
+    HCERTSTORE hRestrictedOther;
+    DWORD cAdditionalStore;
+    HCERTSTORE* rghAdditionalStore;
+    DWORD dwFlags;
+    DWORD dwUrlRetrievalTimeout;
+    DWORD MaximumCachedCertificates;
+    DWORD CycleDetectionModulus;
+    HCERTSTORE hExclusiveRoot;
+    HCERTSTORE hExclusiveTrustedPeople;
+    DWORD dwExclusiveFlags;
+} CERT_CHAIN_ENGINE_CONFIG, *PCERT_CHAIN_ENGINE_CONFIG;
+
+// How revocation is judged.
+inline constexpr DWORD BASALT_REVOCATION_CONFIGURED = 0; // as the process and its configuration say
+inline constexpr DWORD BASALT_REVOCATION_DEFAULT = BASALT_REVOCATION_CONFIGURED;
+inline constexpr DWORD BASALT_REVOCATION_REQUIRE = 1;   // a named source must answer
+inline constexpr DWORD BASALT_REVOCATION_AVAILABLE = 2; // what lies at hand or answers counts
+inline constexpr DWORD BASALT_REVOCATION_OFF = 3;       // none is looked at
+
+// How strong signatures and keys must be. The floor refuses MD2, MD4, MD5, MDC2 and RIPEMD, RSA and
+// DSA below 1024 bits, elliptic curves below 160 and digests shorter than 160 bits; it lets SHA-1
+// and RSA and DSA below 2048 bits pass with a remark. `current` refuses these too.
+inline constexpr DWORD BASALT_STRENGTH_DEFAULT = 0; // as configured, else the floor
+inline constexpr DWORD BASALT_STRENGTH_FLOOR = 1;
+inline constexpr DWORD BASALT_STRENGTH_CURRENT = 2;
+
+/// An extension of this surface: the published record with more behind it. `Base.cbSize` is the
+/// size of the whole. `pNow` is the moment that counts as the present one, null: the clock.
+typedef struct _BASALT_CHAIN_ENGINE_CONFIG {
+    CERT_CHAIN_ENGINE_CONFIG Base;
+    DWORD dwRevocationMode;
+    DWORD dwStrength;
+    const FILETIME* pNow;
+} BASALT_CHAIN_ENGINE_CONFIG;
+
+/// Makes an engine, which belongs to the caller and may serve several threads. Its stores are
+/// duplicated. FALSE with E_INVALIDARG for a bad record and ERROR_INVALID_HANDLE for a store that
+/// isn't open.
+BASALT_API BOOL CertCreateCertificateChainEngine(CERT_CHAIN_ENGINE_CONFIG* pConfig,
+                                                 HCERTCHAINENGINE* phChainEngine);
+/// Chains that the engine has made live on. Null, 1 and handles of no engine are allowed.
+BASALT_API void CertFreeCertificateChainEngine(HCERTCHAINENGINE hChainEngine);
 
 typedef struct _CTL_USAGE {
     DWORD cUsageIdentifier;
@@ -31,11 +100,21 @@ typedef struct _CERT_USAGE_MATCH {
     CERT_ENHKEY_USAGE Usage;
 } CERT_USAGE_MATCH, *PCERT_USAGE_MATCH;
 
-/// `cbSize` is 32. An empty usage asks for none.
+/// `cbSize` is 32. An empty usage asks for none; of several, all or (USAGE_MATCH_TYPE_OR) one must
+/// be allowed by every certificate below the anchor that restricts its usages.
 typedef struct _CERT_CHAIN_PARA {
     DWORD cbSize;
     CERT_USAGE_MATCH RequestedUsage;
 } CERT_CHAIN_PARA, *PCERT_CHAIN_PARA;
+
+/// The published record with its next field, for which `Base.cbSize` is 56 or more. The policies
+/// are the initial set of RFC 5280, 6.1.1 (2.5.29.32.0: any), of which one must hold for the whole
+/// path; `dwType` isn't looked at. Without them any policy will do, but what the certificates
+/// themselves demand is judged all the same.
+typedef struct _BASALT_CHAIN_PARA {
+    CERT_CHAIN_PARA Base;
+    CERT_USAGE_MATCH RequestedIssuancePolicy;
+} BASALT_CHAIN_PARA;
 
 // Flags of CertGetCertificateChain. Without one of the three revocation flags no revocation is
 // looked at.
@@ -47,7 +126,8 @@ inline constexpr DWORD CERT_CHAIN_REVOCATION_CHECK_CHAIN = 0x20000000;
 inline constexpr DWORD CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT = 0x40000000;
 inline constexpr DWORD CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY = 0x80000000;
 
-// Bits of CERT_TRUST_STATUS::dwErrorStatus.
+// Bits of CERT_TRUST_STATUS::dwErrorStatus. CERT_TRUST_IS_CYCLIC and
+// CERT_TRUST_IS_EXPLICIT_DISTRUST are published bits that no chain has here.
 inline constexpr DWORD CERT_TRUST_NO_ERROR = 0x00000000;
 inline constexpr DWORD CERT_TRUST_IS_NOT_TIME_VALID = 0x00000001;
 inline constexpr DWORD CERT_TRUST_IS_REVOKED = 0x00000004;
@@ -74,6 +154,9 @@ inline constexpr DWORD CERT_TRUST_HAS_KEY_MATCH_ISSUER = 0x00000002;
 inline constexpr DWORD CERT_TRUST_HAS_NAME_MATCH_ISSUER = 0x00000004;
 inline constexpr DWORD CERT_TRUST_IS_SELF_SIGNED = 0x00000008;
 inline constexpr DWORD CERT_TRUST_HAS_PREFERRED_ISSUER = 0x00000100;
+/// An extension of this surface: a signature or a key that passes but is no longer state of the art
+/// (SHA-1, RSA or DSA below 2048 bits).
+inline constexpr DWORD BASALT_TRUST_HAS_AGED_STRENGTH = 0x40000000;
 
 typedef struct _CERT_TRUST_STATUS {
     DWORD dwErrorStatus;
@@ -88,9 +171,34 @@ typedef struct _CERT_REVOCATION_CRL_INFO {
     BOOL fDeltaCrlEntry;
 } CERT_REVOCATION_CRL_INFO, *PCERT_REVOCATION_CRL_INFO;
 
-/// `dwRevocationResult`: 0 good, CRYPT_E_REVOKED, CRYPT_E_NO_REVOCATION_CHECK,
-/// CRYPT_E_REVOCATION_OFFLINE. `pszRevocationOid` is null. `pvOidSpecificInfo` is null. `pCrlInfo`
-/// is null for an OCSP answer.
+inline constexpr DWORD BASALT_EVIDENCE_CRL = 1;
+inline constexpr DWORD BASALT_EVIDENCE_OCSP = 2;
+inline constexpr DWORD BASALT_EVIDENCE_FROM_STORE = 1; // the token itself or a store that was given
+inline constexpr DWORD BASALT_EVIDENCE_FROM_CACHE = 2;
+inline constexpr DWORD BASALT_EVIDENCE_FROM_NETWORK = 3;
+
+/// An extension of this surface: the list or answer that decided on a certificate. Times that
+/// aren't told are zero. `dwReason` is the number of RFC 5280, 5.3.1, for a revoked certificate;
+/// BASALT_REASON_NONE where none is told. `pszUrl` is where it was fetched from, null for a store.
+/// All belongs to the chain.
+inline constexpr DWORD BASALT_REASON_NONE = 0xFFFFFFFF;
+typedef struct _BASALT_REVOCATION_EVIDENCE {
+    DWORD cbSize;
+    DWORD dwKind;
+    DWORD dwSource;
+    FILETIME ftThisUpdate;
+    FILETIME ftNextUpdate;
+    FILETIME ftRevoked;
+    DWORD dwReason;
+    DWORD cbEncoded;
+    BYTE* pbEncoded;
+    LPCSTR pszUrl;
+} BASALT_REVOCATION_EVIDENCE, *PBASALT_REVOCATION_EVIDENCE;
+
+/// `dwRevocationResult`: 0 good, CRYPT_E_REVOKED, CRYPT_E_REVOCATION_OFFLINE when no source that is
+/// named has given a statement that counts, CRYPT_E_NO_REVOCATION_CHECK when the certificate names
+/// no source and none lies at hand. `pszRevocationOid` and `pCrlInfo` are null. `pvOidSpecificInfo`
+/// is a BASALT_REVOCATION_EVIDENCE, or null when nothing decided.
 typedef struct _CERT_REVOCATION_INFO {
     DWORD cbSize;
     DWORD dwRevocationResult;
@@ -136,8 +244,10 @@ const typedef CERT_CHAIN_CONTEXT* PCCERT_CHAIN_CONTEXT;
 
 /// Builds the chain of `pCertContext`, judged at `pTime` (null: now). `hAdditionalStore` may be
 /// null; its CRLs and OCSP answers are used too. What is wrong with the chain stands in the trust
-/// bits and is no failure. FALSE only for bad arguments (E_INVALIDARG) and lack of memory
-/// (E_OUTOFMEMORY).
+/// bits and is no failure. FALSE only for bad arguments (E_INVALIDARG), an additional store or an
+/// engine that isn't open (ERROR_INVALID_HANDLE) and lack of memory (E_OUTOFMEMORY). A certificate
+/// that names no source of revocation, and for which none lies at hand, passes: that stands in its
+/// CERT_REVOCATION_INFO.
 BASALT_API BOOL CertGetCertificateChain(HCERTCHAINENGINE hChainEngine, PCCERT_CONTEXT pCertContext,
                                         FILETIME* pTime, HCERTSTORE hAdditionalStore,
                                         CERT_CHAIN_PARA* pChainPara, DWORD dwFlags,
@@ -185,11 +295,14 @@ typedef struct _BASALT_TIME_STAMP_POLICY_PARA {
 /// Judges a chain. TRUE when the policy could run: the verdict is `pPolicyStatus->dwError`, 0 for a
 /// good chain. FALSE with ERROR_FILE_NOT_FOUND for an unknown policy and E_INVALIDARG for bad
 /// records. The time-stamp policy judges validity and revocation at the check time, whatever the
-/// time at which the chain was built: each certificate valid then; the end certificate with time
-/// stamping as its sole, critical extended usage, and no CA; none revoked before then, nor ever for
-/// compromise of its key. Codes: CERT_E_EXPIRED, CERT_E_UNTRUSTEDROOT, CERT_E_CHAINING,
-/// CERT_E_WRONG_USAGE, TRUST_E_CERT_SIGNATURE, TRUST_E_BASIC_CONSTRAINTS, CERT_E_CRITICAL,
-/// CRYPT_E_REVOKED, CRYPT_E_NO_REVOCATION_CHECK, CRYPT_E_REVOCATION_OFFLINE.
+/// time at which the chain was built, and by another path where that is the good one then: each
+/// certificate valid then, its last second whole; the end certificate with time stamping as its
+/// sole, critical extended usage, and no CA; each CA below the anchor that restricts its usages
+/// with time stamping or any usage among them; none revoked before then, nor ever for compromise of
+/// its key. Codes: CERT_E_EXPIRED, CERT_E_UNTRUSTEDROOT, CERT_E_CHAINING, CERT_E_WRONG_USAGE,
+/// CERT_E_INVALID_NAME, CERT_E_INVALID_POLICY, CERT_E_MALFORMED, TRUST_E_CERT_SIGNATURE,
+/// TRUST_E_BASIC_CONSTRAINTS, TRUST_E_FAIL, CERT_E_CRITICAL, CRYPT_E_REVOKED and
+/// CRYPT_E_REVOCATION_OFFLINE.
 BASALT_API BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID,
                                                  PCCERT_CHAIN_CONTEXT pChainContext,
                                                  CERT_CHAIN_POLICY_PARA* pPolicyPara,
@@ -200,12 +313,6 @@ BASALT_API BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID,
 /// duplicated. Null puts the machine's back. FALSE with ERROR_INVALID_HANDLE when the handle isn't
 /// an open store's.
 BASALT_API BOOL BasaltSetTrustAnchors(HCERTSTORE hStore);
-
-// How revocation is judged.
-inline constexpr DWORD BASALT_REVOCATION_CONFIGURED = 0; // as the configuration tree says
-inline constexpr DWORD BASALT_REVOCATION_REQUIRE = 1;    // a named source must answer
-inline constexpr DWORD BASALT_REVOCATION_AVAILABLE = 2;  // what lies at hand or answers counts
-inline constexpr DWORD BASALT_REVOCATION_OFF = 3;        // none is looked at
 
 /// An extension of this surface: sets how this process judges revocation from now on, over the
 /// configuration tree. E_INVALIDARG for another number.

@@ -1,0 +1,45 @@
+// Fetching for a verdict: GET and POST to addresses that certificates name, within the budget's
+// deadline and bound on an object, through the proxy of the configuration tree. An address that has
+// failed is not asked again by the same object. Nothing here fails loudly, and nothing is cached:
+// whoever has verified what came puts it into the cache.
+#pragma once
+
+#include "basalt20/coding/der_reader.h"
+#include "basalt20/revocation/budget.h"
+
+#include <openssl/asn1.h>
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace basalt {
+
+// The text when it is an http or https address without user-info, control characters and blanks;
+// nothing otherwise.
+std::optional<std::string> fetchable_address(const ASN1_IA5STRING* text);
+
+class Retrieval {
+public:
+    explicit Retrieval(Budget& budget) : budget_(budget) {}
+    Retrieval(const Retrieval&) = delete;
+    Retrieval& operator=(const Retrieval&) = delete;
+
+    // The body of a 200, or nothing. GET follows redirects, POST doesn't.
+    std::optional<std::vector<BYTE>> get(const std::string& url);
+    std::optional<std::vector<BYTE>> post(const std::string& url, const std::string& content_type,
+                                          Bytes body);
+
+    // Exchanges that were begun.
+    unsigned exchanges() const { return exchanges_; }
+
+private:
+    std::optional<std::vector<BYTE>> fetch(struct HttpRequest& request, const std::string& key);
+
+    Budget& budget_;
+    std::set<std::string> failed_;
+    unsigned exchanges_ = 0;
+};
+
+} // namespace basalt

@@ -1,0 +1,34 @@
+// What the judgement of evidence asks of the search for paths: a list may be signed by a key that
+// isn't on the path that is judged, and such a key needs a path of its own to the same anchor.
+#pragma once
+
+#include "basalt20/certificate/x509_cache.h"
+#include "basalt20/coding/file_ticks.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace basalt {
+
+using CertificateEntry = std::shared_ptr<const X509Entry>;
+
+// Leaf first, anchor last.
+using CertificatePath = std::vector<CertificateEntry>;
+using CertificatePathView = std::span<const CertificateEntry>;
+
+class SignerPaths {
+public:
+    virtual ~SignerPaths() = default;
+
+    // The certificates at hand with that subject, an anchor among them too; never fetches.
+    virtual std::vector<CertificateEntry> named(const X509_NAME* subject) = 0;
+
+    // A path from `signer` to exactly this anchor, whose signatures, constraints and validity at
+    // `at` are good (of the anchor's validity nothing is asked); any usage, since the caller asks
+    // for that. Empty when there is none. Revocation isn't looked at, and nothing is fetched.
+    virtual CertificatePath path_of(const CertificateEntry& signer, const CertificateEntry& anchor,
+                                    FileTicks at) = 0;
+};
+
+} // namespace basalt

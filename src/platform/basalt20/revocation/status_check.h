@@ -1,0 +1,93 @@
+// Whether one certificate of a trusted path was revoked: gathers lists and answers from what was
+// given, from the cache and from the addresses that the certificate names, and asks the rule after
+// each source. One object a verdict, for one thread; it keeps what it has read and verified, so
+// that the same list serves several certificates and paths. Nothing fails but for lack of memory:
+// what can't be used leaves the question open.
+#pragma once
+
+#include "basalt20/coding/file_ticks.h"
+#include "basalt20/revocation/budget.h"
+#include "basalt20/revocation/retrieval.h"
+#include "basalt20/revocation/revocation_mode.h"
+#include "basalt20/revocation/signer_paths.h"
+#include "basalt20/surface/store.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace basalt {
+
+enum class Standing { good, revoked, unknown };
+
+enum class EvidenceKind { crl, ocsp };
+enum class EvidenceSource { given, cache, network };
+
+// Why a standing is unknown.
+enum class UnknownCause {
+    none,        // it isn't
+    no_source,   // the certificate names none, and nothing lies at hand
+    unreachable, // a source is named and nothing usable came from it, or it couldn't be asked
+    too_old,     // there are statements, but none that is fresh enough, or made in time
+    not_covered, // statements cover some reasons only
+};
+
+// The list or answer that decided.
+struct DecidingEvidence {
+    EvidenceKind kind = EvidenceKind::crl;
+    EvidenceSource source = EvidenceSource::given;
+    FileTicks this_update = 0;
+    std::optional<FileTicks> next_update;
+    std::shared_ptr<const std::vector<BYTE>> encoded; // X509_CRL or OCSPResponse
+    std::string url;                                  // empty for what was given
+};
+
+struct StatusFinding {
+    Standing standing = Standing::unknown;
+    std::optional<int> reason; // CRLReason of a revoked one, nothing when not told
+    FileTicks revoked_at = 0;  // of a revoked one
+    // Revoked after the stamp's time, for a reason that voids what was signed before, too.
+    bool revoked_later = false;
+    UnknownCause cause = UnknownCause::no_source;
+    // What decided; of an unknown one, the newest that was looked at. Several when good takes
+    // several lists, or a delta and its base, together.
+    std::vector<DecidingEvidence> evidence;
+
+    // The key is in strange hands: no other path through it is good either.
+    bool key_is_compromised() const;
+};
+
+// True when a certificate of that standing may pass: an unknown one under `available`, and under
+// `require` only when there is no source to ask.
+bool passes(const StatusFinding& finding, RevocationMode mode);
+
+struct StatusQuestion {
+    FileTicks stamp_time = 0; // T: the moment at which the certificate has to have been good
+    FileTicks now = 0;        // N: by which the age of statements is judged
+    RevocationMode mode = RevocationMode::require; // off: nothing is looked at
+    bool is_signer = false; // element 0 of a time-stamp: a revocation without reason voids it
+    bool may_fetch = false; // else stores and cache alone
+};
+
+class StatusCheck {
+public:
+    // `given`: the caller's stores (null ones are passed over), whose CRLs and OCSP answers are
+    // candidates; they are read by the first judgement. All arguments must outlive the object.
+    StatusCheck(Budget& budget, Retrieval& retrieval, SignerPaths& paths,
+                std::vector<HCERTSTORE> given);
+    ~StatusCheck();
+    StatusCheck(const StatusCheck&) = delete;
+    StatusCheck& operator=(const StatusCheck&) = delete;
+
+    // The standing of path[index]. The path ends in an anchor and was judged good in everything
+    // else; the anchor itself (the last) isn't asked about, and gives unknown, no_source.
+    StatusFinding judge(CertificatePathView path, std::size_t index,
+                        const StatusQuestion& question);
+
+private:
+    class Session;
+    std::unique_ptr<Session> session_;
+};
+
+} // namespace basalt
