@@ -151,7 +151,7 @@ Kind kind_of_der(ByteView bytes, const DerElement& outer) {
             return Kind::authenticode_request;
         }
         return oid.starts_with(kPkcs7) || oid.starts_with(kCmsContent) ? kind_of_message(bytes, oid)
-                                                                      : Kind::unknown_der;
+                                                                       : Kind::unknown_der;
     }
     case kInteger:
         return kind_by_number(children);

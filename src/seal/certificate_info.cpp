@@ -109,9 +109,8 @@ std::size_t key_bits_of(const CERT_PUBLIC_KEY_INFO& key) {
     const ByteView bits = view_of(key.PublicKey.pbData, key.PublicKey.cbData);
     if (oid == kRsa || oid == kDsa) {
         const ByteView record =
-            oid == kRsa
-                ? bits
-                : view_of(key.Algorithm.Parameters.pbData, key.Algorithm.Parameters.cbData);
+            oid == kRsa ? bits
+                        : view_of(key.Algorithm.Parameters.pbData, key.Algorithm.Parameters.cbData);
         const auto outer = DerReader(record).next(der_tag::kSequence);
         const auto number =
             outer ? DerReader(outer->content).next(der_tag::kInteger) : std::nullopt;
@@ -140,8 +139,8 @@ std::vector<std::string> usages_of(ByteView value) {
 } // namespace
 
 Time time_of(FILETIME time) {
-    const auto ticks = static_cast<std::int64_t>(std::uint64_t{time.dwHighDateTime} << 32 |
-                                                 time.dwLowDateTime);
+    const auto ticks =
+        static_cast<std::int64_t>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
     return Time(std::chrono::microseconds((ticks - kEpoch) / 10));
 }
 
@@ -158,8 +157,7 @@ Bytes big_endian(const CRYPT_INTEGER_BLOB& number) {
 
 std::string name_text(const CERT_NAME_BLOB& name) {
     CERT_NAME_BLOB copy = name;
-    const DWORD size =
-        CertNameToStrA(ATL2::anyEncoding, &copy, CERT_X500_NAME_STR, nullptr, 0);
+    const DWORD size = CertNameToStrA(ATL2::anyEncoding, &copy, CERT_X500_NAME_STR, nullptr, 0);
     std::string text(size, '\0');
     CertNameToStrA(ATL2::anyEncoding, &copy, CERT_X500_NAME_STR, text.data(), size);
     text.resize(size == 0 ? 0 : size - 1);
@@ -200,6 +198,8 @@ CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
     info.signature_algorithm = algorithm_info(fields.SignatureAlgorithm);
     info.key_algorithm = algorithm_info(fields.SubjectPublicKeyInfo.Algorithm);
     info.key_bits = key_bits_of(fields.SubjectPublicKeyInfo);
+    info.key_sha256 = sha256_of(view_of(fields.SubjectPublicKeyInfo.PublicKey.pbData,
+                                        fields.SubjectPublicKeyInfo.PublicKey.cbData));
     info.key_algorithm.weakness = key_weakness(info.key_algorithm.oid, info.key_bits);
     for (DWORD i = 0; i < fields.cExtension; ++i) {
         const CERT_EXTENSION& extension = fields.rgExtension[i];
@@ -207,8 +207,8 @@ CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
         if (std::string_view(extension.pszObjId) == "2.5.29.37") {
             info.extended_usages = usages_of(value);
         }
-        info.extensions.push_back({extension.pszObjId, oid_name(extension.pszObjId),
-                                   extension.fCritical != 0, value});
+        info.extensions.push_back(
+            {extension.pszObjId, oid_name(extension.pszObjId), extension.fCritical != 0, value});
     }
     info.der = copy_of(certificate->pbCertEncoded, certificate->cbCertEncoded);
     info.sha256 = sha256_of(info.der);
@@ -216,8 +216,8 @@ CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
 }
 
 std::optional<CertificateInfo> certificate_info(ByteView der) {
-    const ATL2::CCertContext context(CertCreateCertificateContext(
-        ATL2::anyEncoding, octets(der), static_cast<DWORD>(der.size())));
+    const ATL2::CCertContext context(CertCreateCertificateContext(ATL2::anyEncoding, octets(der),
+                                                                  static_cast<DWORD>(der.size())));
     return context ? std::optional(certificate_info(context.get())) : std::nullopt;
 }
 

@@ -32,6 +32,8 @@ public:
 
 private:
     HCERTCHAINENGINE handle_ = nullptr;
+    HCERTSTORE roots_ = nullptr;
+    DWORD revocation_ = 0;
 };
 
 // Words for the trust bits of one certificate.

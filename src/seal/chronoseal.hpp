@@ -211,6 +211,7 @@ struct CertificateInfo {
     AlgorithmInfo signature_algorithm;
     AlgorithmInfo key_algorithm;
     std::size_t key_bits = 0; // 0: not known
+    Bytes key_sha256;         // of the public key's bits
     std::vector<ExtensionInfo> extensions;
     std::vector<std::string> extended_usages; // OIDs
     Bytes der;

@@ -50,9 +50,7 @@ public:
         rest_ = rest_.subspan(head + length);
         return element;
     }
-    std::optional<DerElement> next(unsigned tag) {
-        return peek() == tag ? next() : std::nullopt;
-    }
+    std::optional<DerElement> next(unsigned tag) { return peek() == tag ? next() : std::nullopt; }
 
 private:
     ByteView rest_;

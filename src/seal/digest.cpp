@@ -71,7 +71,8 @@ Hasher::~Hasher() = default;
 
 void Hasher::update(ByteView data) {
     if (running_ == nullptr) {
-        throw Error(Category::misuse, "hash_finished", 0, "the hash is finished", "begin a new one");
+        throw Error(Category::misuse, "hash_finished", 0, "the hash is finished",
+                    "begin a new one");
     }
     running_->hash.update(data);
 }

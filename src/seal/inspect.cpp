@@ -25,8 +25,8 @@ public:
 
     void search(ByteView bytes, const std::string& place, unsigned depth) {
         const auto message = open_message(bytes);
-        const DWORD signers = std::min(message_number(message, CMSG_SIGNER_COUNT_PARAM),
-                                       kMostSigners);
+        const DWORD signers =
+            std::min(message_number(message, CMSG_SIGNER_COUNT_PARAM), kMostSigners);
         for (DWORD i = 0; i < signers; ++i) {
             const auto signature = signature_info(message, i);
             if (signature) {

@@ -33,8 +33,8 @@ ATL2::CCryptMsg open_message(ByteView bytes) {
         return {};
     }
     ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
-    if (message && CryptMsgUpdate(message.get(), octets(bytes), static_cast<DWORD>(bytes.size()),
-                                  TRUE) == 0) {
+    if (message &&
+        CryptMsgUpdate(message.get(), octets(bytes), static_cast<DWORD>(bytes.size()), TRUE) == 0) {
         message.close();
     }
     return message;

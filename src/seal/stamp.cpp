@@ -66,13 +66,9 @@ std::vector<std::string> failure_names(std::uint32_t bits) {
 }
 
 std::string status_name(unsigned status) {
-    constexpr std::array<const char*, 7> kNames{"granted",
-                                                "grantedWithMods",
-                                                "rejection",
-                                                "waiting",
-                                                "revocationWarning",
-                                                "revocationNotification",
-                                                "keyUpdateWarning"};
+    constexpr std::array<const char*, 7> kNames{
+        "granted",           "grantedWithMods",        "rejection",       "waiting",
+        "revocationWarning", "revocationNotification", "keyUpdateWarning"};
     return status < kNames.size() ? kNames[status] : "status " + std::to_string(status);
 }
 
@@ -91,8 +87,7 @@ void read_fields(const CToken& token, TokenInfo& info) {
     info.version = token.get_version();
     info.time = time_of(token.get_genTime().getFileTime());
     if (const std::uint32_t* accuracy = token.get_accuracy()) {
-        info.accuracy = std::chrono::seconds(accuracy[0]) +
-                        std::chrono::milliseconds(accuracy[1]) +
+        info.accuracy = std::chrono::seconds(accuracy[0]) + std::chrono::milliseconds(accuracy[1]) +
                         std::chrono::microseconds(accuracy[2]);
     }
     info.ordering = token.get_ordering();
@@ -141,9 +136,9 @@ void read_authority(ByteView content, TokenInfo& info) {
         info.authority = "URI: " + text;
         break;
     case 0xA4:
-        info.authority = name_text(
-            {static_cast<DWORD>(name->content.size()),
-             reinterpret_cast<BYTE*>(const_cast<std::byte*>(name->content.data()))});
+        info.authority =
+            name_text({static_cast<DWORD>(name->content.size()),
+                       reinterpret_cast<BYTE*>(const_cast<std::byte*>(name->content.data()))});
         break;
     default:
         info.authority = "kind " + std::to_string(name->tag & 0x1F) + ": " + to_hex(name->content);
@@ -193,8 +188,8 @@ Error not_a_stamp(ByteView bytes) {
 
 } // namespace
 
-Stamp::Content StampAccess::read_der(ByteView der) {
-    Stamp::Content content;
+StampAccess::Content StampAccess::read_der(ByteView der) {
+    Content content;
     const Halcyon::CBlob bytes = blob_of(der);
     CResponse response;
     bool is_response = true;
@@ -226,11 +221,10 @@ Stamp::Content StampAccess::read_der(ByteView der) {
         try {
             token->decode(bytes);
         } catch (const ATL::CAtlException&) {
-            throw looks_like_response(der) ? Error(Category::refused, "malformed",
-                                                   CRYPT_E_ASN1_INTERNAL,
-                                                   "the response of the authority is malformed",
-                                                   "ask it for another")
-                                           : not_a_stamp(der);
+            throw looks_like_response(der)
+                ? Error(Category::refused, "malformed", CRYPT_E_ASN1_INTERNAL,
+                        "the response of the authority is malformed", "ask it for another")
+                : not_a_stamp(der);
         }
         content.decoded = std::move(token);
     }

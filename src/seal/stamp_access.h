@@ -19,12 +19,14 @@ struct Stamp::Content {
 };
 
 struct StampAccess {
-    static const Stamp::Content& of(const Stamp& stamp) { return *stamp.content_; }
-    static Stamp make(Stamp::Content content) {
-        return Stamp(std::make_shared<const Stamp::Content>(std::move(content)));
+    using Content = Stamp::Content;
+
+    static const Content& of(const Stamp& stamp) { return *stamp.content_; }
+    static Stamp make(Content content) {
+        return Stamp(std::make_shared<const Content>(std::move(content)));
     }
     // Reads DER or BER, a response or a bare token. Throws as Stamp::read.
-    static Stamp::Content read_der(ByteView der);
+    static Content read_der(ByteView der);
 };
 
 } // namespace chronoseal

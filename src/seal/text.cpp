@@ -45,13 +45,13 @@ struct Range {
 
 // What moves, hides or reorders other text: controls, line and paragraph separators, bidirectional
 // controls, zero widths, fillers, variation selectors, tags, noncharacters of the specials block.
-constexpr Range kHidden[] = {
-    {0x00, 0x1F},       {0x7F, 0x9F},       {0xAD, 0xAD},       {0x34F, 0x34F},
-    {0x61C, 0x61C},     {0x115F, 0x1160},   {0x17B4, 0x17B5},   {0x180B, 0x180F},
-    {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},   {0x3164, 0x3164},
-    {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB},
-    {0xFFFE, 0xFFFF},   {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
-    {0xF0000, 0x10FFFF}};
+constexpr Range kHidden[] = {{0x00, 0x1F},       {0x7F, 0x9F},       {0xAD, 0xAD},
+                             {0x34F, 0x34F},     {0x61C, 0x61C},     {0x115F, 0x1160},
+                             {0x17B4, 0x17B5},   {0x180B, 0x180F},   {0x200B, 0x200F},
+                             {0x2028, 0x202E},   {0x2060, 0x206F},   {0x3164, 0x3164},
+                             {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},
+                             {0xFFF0, 0xFFFB},   {0xFFFE, 0xFFFF},   {0x1BCA0, 0x1BCA3},
+                             {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}, {0xF0000, 0x10FFFF}};
 
 bool is_hidden(char32_t point) {
     for (const Range& range : kHidden) {
@@ -167,7 +167,8 @@ Bytes from_hex(std::string_view digits) {
     }
     if (!good) {
         throw Error(Category::misuse, "digest_malformed", 0,
-                    "\"" + quote_foreign(digits, 140) + "\" is not an even number of hexadecimal digits",
+                    "\"" + quote_foreign(digits, 140) +
+                        "\" is not an even number of hexadecimal digits",
                     "give digits 0-9 and a-f only");
     }
     return bytes;

@@ -39,12 +39,11 @@ std::size_t add_der(ByteView der, HCERTSTORE store) {
     if (der.size() > kMostBytes || der.empty()) {
         return 0;
     }
-    const bool added =
-        CertAddEncodedCertificateToStore(store, ATL2::anyEncoding, octets(der), size, kUseExisting,
-                                         nullptr) != 0 ||
-        CertAddEncodedCRLToStore(store, ATL2::anyEncoding, octets(der), size,
-                                 CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
-        BasaltAddOcspResponseToStore(store, octets(der), size) != 0;
+    const bool added = CertAddEncodedCertificateToStore(store, ATL2::anyEncoding, octets(der), size,
+                                                        kUseExisting, nullptr) != 0 ||
+                       CertAddEncodedCRLToStore(store, ATL2::anyEncoding, octets(der), size,
+                                                CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
+                       BasaltAddOcspResponseToStore(store, octets(der), size) != 0;
     return added ? 1 : add_message(der, store);
 }
 

@@ -219,10 +219,9 @@ void Verification::check_nonce() {
         return;
     }
     const auto& has = token().nonce;
-    const bool same =
-        has && expected_.nonce
-            ? std::ranges::equal(without_zeros(*has), without_zeros(*expected_.nonce))
-            : !has && !expected_.nonce;
+    const bool same = has && expected_.nonce
+                          ? std::ranges::equal(without_zeros(*has), without_zeros(*expected_.nonce))
+                          : !has && !expected_.nonce;
     if (!same) {
         fail(Check::nonce, error_of_code(resultNonceDiffers));
     } else {

@@ -60,7 +60,7 @@ private:
     void remark_weakness(std::string_view word, std::string_view where, const AlgorithmInfo& what);
 
     const TrustInForce& trust_;
-    const Stamp::Content& stamp_;
+    const StampAccess::Content& stamp_;
     const Expected& expected_;
     ATL2::CCryptMsg message_;
     ATL2::CCertStore own_; // what came with the token

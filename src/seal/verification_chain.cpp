@@ -84,7 +84,8 @@ bool is_below(const CertificateInfo& certificate, Strength strength) {
 } // namespace
 
 void Verification::judge_chain() {
-    constexpr auto kOfChain = {Check::chain, Check::usage, Check::revocation, Check::strength};
+    static constexpr auto kOfChain = {Check::chain, Check::usage, Check::revocation,
+                                      Check::strength};
     if (!signer_) {
         skip_after(Check::signer, kOfChain);
         return;
@@ -219,8 +220,9 @@ void Verification::check_strength(const ChainJudgement& judgement) {
     below |= judgement.code == TRUST_E_FAIL ||
              (judgement.trust_bits & CERT_TRUST_HAS_WEAK_SIGNATURE) != 0;
     if (!below) {
-        pass(Check::strength,
-             finding(Check::strength).remarks.empty() ? "strong enough" : "weak, but above the floor");
+        pass(Check::strength, finding(Check::strength).remarks.empty()
+                                  ? "strong enough"
+                                  : "weak, but above the floor");
         return;
     }
     const Error error = error_of_code(TRUST_E_FAIL);

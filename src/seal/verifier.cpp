@@ -1,7 +1,7 @@
 // Verdicts, and who gives them.
-#include "seal/request_bytes.h"
 #include "seal/failure.h"
 #include "seal/platform_text.h"
+#include "seal/request_bytes.h"
 #include "seal/verification.h"
 #include "seal/verifier_impl.h"
 
@@ -10,8 +10,7 @@
 namespace chronoseal {
 
 bool Verdict::good() const noexcept {
-    return findings.size() == kChecks &&
-           std::ranges::none_of(findings, [](const Finding& one) {
+    return findings.size() == kChecks && std::ranges::none_of(findings, [](const Finding& one) {
                return one.outcome == Outcome::failed ||
                       (one.outcome == Outcome::not_done && one.required);
            });
@@ -60,7 +59,7 @@ const Finding& Verdict::deciding() const {
 
 Error Verdict::error() const {
     const Finding& one = deciding();
-    const Category category = one.outcome == Outcome::failed      ? Category::refused
+    const Category category = one.outcome == Outcome::failed   ? Category::refused
                               : one.check == Check::revocation ? Category::unreachable
                                                                : Category::misuse;
     return Error(category, one.word, one.code, one.text, one.advice);
@@ -72,9 +71,8 @@ Verifier::Verifier(Trust trust)
 
 Verdict Verifier::Impl::verify(const Stamp& stamp, const Expected& expected,
                                bool answer_only) const {
-    return guarded("verify the time-stamp", [&] {
-        return Verification(trust_, stamp, expected).run(answer_only);
-    });
+    return guarded("verify the time-stamp",
+                   [&] { return Verification(trust_, stamp, expected).run(answer_only); });
 }
 
 Verdict Verifier::verify(const Stamp& stamp, const Expected& expected) const {

@@ -189,7 +189,9 @@ void set_target(CURL* handle, const HttpRequest& request) {
     if (!request.user_agent.empty()) {
         curl_easy_setopt(handle, CURLOPT_USERAGENT, request.user_agent.c_str());
     }
-    if (const std::string& file = network_settings().ca_file; !file.empty()) {
+    const std::string& file =
+        request.ca_file.empty() ? network_settings().ca_file : request.ca_file;
+    if (!file.empty()) {
         curl_easy_setopt(handle, CURLOPT_CAINFO, file.c_str());
         curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
     }
@@ -218,6 +220,22 @@ bool set_proxy(CURL* handle, const HttpRequest& request) {
     curl_easy_setopt(handle, CURLOPT_NOPROXY, "");
     curl_easy_setopt(handle, CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_ANY));
     return address.empty() == request.proxy.empty();
+}
+
+// Who asks: a name and a password, a certificate. The password goes out with the first request,
+// since a time-stamp authority may count requests that it refuses.
+void set_identity(CURL* handle, const HttpRequest& request) {
+    if (!request.user.empty()) {
+        curl_easy_setopt(handle, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC));
+        curl_easy_setopt(handle, CURLOPT_USERNAME, request.user.c_str());
+        curl_easy_setopt(handle, CURLOPT_PASSWORD, request.password.c_str());
+    }
+    if (!request.client_certificate.empty()) {
+        const std::string& key =
+            request.client_key.empty() ? request.client_certificate : request.client_key;
+        curl_easy_setopt(handle, CURLOPT_SSLCERT, request.client_certificate.c_str());
+        curl_easy_setopt(handle, CURLOPT_SSLKEY, key.c_str());
+    }
 }
 
 DWORD last_error_of(CURLcode code) {
@@ -315,6 +333,7 @@ HttpAnswer perform(const HttpRequest& request) {
     const Options options(handle);
     set_limits(handle, request.limits);
     set_target(handle, request);
+    set_identity(handle, request);
     curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, detail.data());
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, take_body);
@@ -329,6 +348,11 @@ HttpAnswer perform(const HttpRequest& request) {
     }
     const CURLcode code = curl_easy_perform(handle);
     judge(handle, code, arrival, answer);
+    if (curl_off_t seconds = 0;
+        code == CURLE_OK && curl_easy_getinfo(handle, CURLINFO_RETRY_AFTER, &seconds) == CURLE_OK &&
+        seconds > 0) {
+        answer.retry_after = static_cast<std::uint32_t>(std::min<curl_off_t>(seconds, UINT32_MAX));
+    }
     if (code != CURLE_OK) {
         answer.detail = detail[0] != '\0' ? detail.data() : curl_easy_strerror(code);
     }

@@ -30,6 +30,11 @@ struct HttpRequest {
     std::optional<std::span<const BYTE>> body; // present: POST, absent: GET
     bool follow_redirects = false;             // up to 5, never from https to http
     HttpLimits limits;
+    std::string user; // for basic authentication at the server, as it is; empty: none
+    std::string password;
+    std::string client_certificate; // PEM file for TLS; empty: none
+    std::string client_key;         // PEM file; empty: it stands in the certificate's
+    std::string ca_file;            // roots for TLS; empty: the configured ones
 };
 
 struct HttpAnswer {
@@ -37,6 +42,7 @@ struct HttpAnswer {
     unsigned status = 0;    // 0 when none came; the proxy's when the proxy refused the tunnel
     std::vector<BYTE> body; // empty unless `error` is 0
     std::string detail;     // in words what failed, for traces
+    std::uint32_t retry_after = 0; // seconds that the server wants one to wait; 0: not told
 };
 
 HttpLimits network_limits();
