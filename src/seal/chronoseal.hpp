@@ -314,15 +314,15 @@ enum class Strength {
 // Whom a verifier trusts, and what it may use. A plain value.
 struct Trust {
     // Trusted, in place of the machine's roots. Empty: the machine's.
-    std::vector<Source> roots;
+    std::vector<Source> roots = {};
     // May be needed for a chain; none is trusted for it.
-    std::vector<Source> certificates;
+    std::vector<Source> certificates = {};
     // Revocation lists and OCSP answers, looked at before any is fetched.
-    std::vector<Source> evidence;
+    std::vector<Source> evidence = {};
     Revocation revocation = Revocation::as_configured;
     Strength strength = Strength::as_configured;
     // What "now" is for the age of revocation evidence; absent: the clock.
-    std::optional<Time> as_of;
+    std::optional<Time> as_of = std::nullopt;
     // Nothing is fetched from the network; what lies in the cache counts.
     bool offline = false;
 };
