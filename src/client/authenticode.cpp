@@ -16,6 +16,7 @@
 #include "client/result_codes.h"
 #include "client/send_request.h"
 #include "client/trace.h"
+#include "sup/configuration.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 #include "sup/local_block.h"
@@ -30,6 +31,7 @@ std::optional<std::wstring> chooseServer(const wchar_t* url) {
     wchar_t folderName[] = L"tsppolicy";
     wchar_t* folder = folderName;
     wchar_t* unused = nullptr;
+    support_registry_refresh(); // the policy of this moment
     CGPStrings allowed;
     allowed.Load(unused, folder, L"AllowedMSTSPs", L"MSTSAsAllowedSetted", false);
     CGPString preset;

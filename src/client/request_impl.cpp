@@ -8,6 +8,7 @@
 #include "client/result_codes.h"
 #include "client/trace.h"
 #include "core/request.h"
+#include "sup/configuration.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 
@@ -77,6 +78,7 @@ void CRequest::Impl::LoadGroupPolicy() {
     if (isLegacyPolicyReading()) {
         policy = nullptr;
         ownPolicy_.reset();
+        support_registry_refresh();
         ownPolicy_ = std::make_unique<const CRequestPolicy>();
         policy = ownPolicy_.get();
     } else {

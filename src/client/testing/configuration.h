@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "base/atl_exception.h"
+#include "sup/configuration.h"
 
 namespace Halcyon::PKI::TSP::Client::testing {
 
@@ -31,8 +32,12 @@ public:
                              << (legacy ? "LegacyPolicyReading = true\n" : "") << policy << '\n'
                              << rest << '\n';
         std::rename(fresh.c_str(), path_.c_str());
+        support_registry_refresh();
     }
-    void setRaw(const std::string& text) { std::ofstream(path_) << text; }
+    void setRaw(const std::string& text) {
+        std::ofstream(path_) << text;
+        support_registry_refresh();
+    }
 
     const std::string& folder() const { return folder_; }
 

@@ -3,7 +3,9 @@
 
 #include "sup/configuration_tree.h"
 #include "sup/error_codes.h"
+#include "sup/known_keys.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -123,18 +125,24 @@ int guarded(Work work) noexcept {
     }
 }
 
-int type_of(const toml::node& node) {
-    if (node.is_integer()) {
-        return SUPPORT_REGISTRY_NUMBER;
+// The value number `index` of those at or below the folder.
+const std::string* value_below(const std::vector<std::string>& values, std::string_view folder,
+                               std::size_t index) {
+    while (!folder.empty() && folder.back() == '\\') {
+        folder.remove_suffix(1);
     }
-    if (node.is_boolean()) {
-        return SUPPORT_REGISTRY_BOOL;
+    const auto itself = std::lower_bound(values.begin(), values.end(), folder);
+    if (itself != values.end() && *itself == folder) {
+        return index == 0 ? &*itself : nullptr; // a value has none below it
     }
-    if (node.is_string()) {
-        return SUPPORT_REGISTRY_STRING;
+    const std::string below = std::string(folder) + '\\';
+    const auto first = std::lower_bound(values.begin(), values.end(), below);
+    const auto left = static_cast<std::size_t>(values.end() - first);
+    if (index >= left) {
+        return nullptr;
     }
-    return list_text(node).code == ERROR_DATATYPE_MISMATCH ? SUPPORT_REGISTRY_OTHER
-                                                           : SUPPORT_REGISTRY_MULTI_STRING;
+    const std::string& path = first[static_cast<std::ptrdiff_t>(index)];
+    return path.starts_with(below) ? &path : nullptr;
 }
 
 } // namespace
@@ -206,7 +214,7 @@ int support_registry_get_type(const char* path, int* type) noexcept {
         }
         const Lookup found = look_up(path);
         if (found.code == ERROR_SUCCESS) {
-            *type = type_of(*found.node);
+            *type = basalt::type_of(*found.node);
         }
         return found.code;
     });
@@ -222,10 +230,14 @@ int support_registry_enum(const char* folder, DWORD index, std::size_t* size,
         if (tree->broken()) {
             return ERROR_BADDB;
         }
-        const std::vector<std::string> paths = tree->list(folder);
-        return index < paths.size() ? hand_out(paths[index], size, buffer)
-                                    : static_cast<int>(ERROR_NO_MORE_ITEMS);
+        const std::string* path = value_below(tree->values(), folder, index);
+        return path != nullptr ? hand_out(*path, size, buffer)
+                               : static_cast<int>(ERROR_NO_MORE_ITEMS);
     });
+}
+
+void support_registry_refresh() noexcept {
+    ConfigurationTree::refresh();
 }
 
 int support_registry_problem(std::size_t* size, char* buffer) noexcept {
@@ -241,5 +253,39 @@ int support_registry_problem(std::size_t* size, char* buffer) noexcept {
             }
         }
         return hand_out(text, size, buffer);
+    });
+}
+
+const support_registry_known_key* support_registry_known(DWORD index) noexcept {
+    const auto keys = basalt::known_keys();
+    return index < keys.size() ? &keys[index] : nullptr;
+}
+
+int support_registry_check(DWORD index, int* finding, std::size_t* size, char* buffer) noexcept {
+    return guarded([=]() -> int {
+        if (finding == nullptr || size == nullptr) {
+            return ERROR_INVALID_PARAMETER;
+        }
+        const auto tree = ConfigurationTree::current();
+        if (tree->broken()) {
+            return ERROR_BADDB;
+        }
+        const std::vector<basalt::ConfigurationFinding>& findings = tree->findings();
+        if (index >= findings.size()) {
+            return ERROR_NO_MORE_ITEMS;
+        }
+        *finding = findings[index].kind;
+        return hand_out(findings[index].path, size, buffer);
+    });
+}
+
+int support_registry_nearest(const char* path, std::size_t* size, char* buffer) noexcept {
+    return guarded([=]() -> int {
+        if (!is_path(path) || size == nullptr) {
+            return ERROR_INVALID_PARAMETER;
+        }
+        const support_registry_known_key* key = basalt::nearest_key(path);
+        return key != nullptr ? hand_out(key->path, size, buffer)
+                              : static_cast<int>(ERROR_FILE_NOT_FOUND);
     });
 }

@@ -19,7 +19,7 @@ protected:
     Configuration() {
         std::string pattern = testing::TempDir() + "basalt_configuration_XXXXXX";
         folder_ = mkdtemp(pattern.data());
-        file_ = folder_ + "/machine.toml";
+        file_ = folder_ + "/config.toml";
         setenv("BASALT_CONFIG", file_.c_str(), 1);
     }
     ~Configuration() override {
@@ -27,7 +27,10 @@ protected:
         std::filesystem::remove_all(folder_);
     }
 
-    void write(const std::string& text) const { std::ofstream(file_) << text; }
+    void write(const std::string& text) const {
+        std::ofstream(file_) << text;
+        support_registry_refresh();
+    }
 
     std::string folder_;
     std::string file_;
@@ -163,9 +166,11 @@ TEST_F(Configuration, NoFilePipeFolderAndHugeFileAreFaults) {
     long number = 0;
     EXPECT_EQ(support_registry_get_long("\\a", &number), 1009); // not there
     ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
+    support_registry_refresh();
     EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
     std::filesystem::remove(file_);
     std::filesystem::create_directory(file_);
+    support_registry_refresh();
     EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
     std::filesystem::remove(file_);
     write("a = 1\n" + std::string((1 << 20), '#'));
@@ -177,16 +182,73 @@ TEST_F(Configuration, NoFilePipeFolderAndHugeFileAreFaults) {
 }
 
 TEST_F(Configuration, DeepNestingDoesNotOverflowTheStack) {
-    write("a = " + std::string(500000, '['));
-    long number = 0;
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
-    std::string table = "[a";
-    for (int i = 0; i < 200000; ++i) {
-        table += ".a";
+    const auto dots = [](std::size_t count) {
+        std::string text = "a";
+        for (std::size_t i = 0; i < count; ++i) {
+            text += ".a";
+        }
+        return text;
+    };
+    // Each hides the dots from a reader that takes quotes, comments or line ends another way.
+    const std::string deep = dots(400000) + " = 1\n";
+    for (const std::string& text : {
+             "x = [ { y = \"\"\"\n'\"\"\", " + dots(400000) + " = 1, b = 'x' } ]\n",
+             "x = \"\"\"\"\"\\\"'\"\"\"\"\"\n" + deep,
+             "x = '''\"\"\"'''\n" + deep,
+             "x = \"\"\n\"'\".b = 1\n" + deep,
+             "x = 'a\\'\n" + deep + "y = '''\n'''",
+             "# \"\"\"\n" + deep + "# \"\"\"\n",
+             "x = 1 # '\r\n" + deep,
+             "x = 1 # \xE2\x80\xA8" + deep,
+             "x = \"\"\"\\\r\n\"\"\"\r\n" + deep,
+             "x = {" + dots(15) + "={" + dots(300000) + "=1}}",
+             "[" + dots(400000) + "]\nx = 1\n",
+             "x = " + std::string(500000, '['),
+             "x = " + std::string(100, '[') + std::string(100, ']'),
+         }) {
+        write(text);
+        long number = 0;
+        EXPECT_EQ(support_registry_get_long("\\a", &number), 1009) << text.substr(0, 40);
     }
-    write(table + "]\nx = 1\n");
-    EXPECT_NE(support_registry_get_long("\\a\\x", &number), 0);
-    EXPECT_NE(problem(), "");
+    // Within the bounds, in every way at once.
+    std::string nested = "1";
+    for (int i = 0; i < 8; ++i) {
+        nested = "{" + dots(16) + " = [" + nested + "]}";
+    }
+    write("[" + dots(16) + "]\n" + dots(16) + " = " + nested + "\n");
+    EXPECT_EQ(problem(), "");
+}
+
+TEST_F(Configuration, LargeTextsAreReadAndListedInTime) {
+    std::string keys = "[config.cades.tsppolicy]\n";
+    for (int i = 0; keys.size() < 300000; ++i) {
+        keys += "k" + std::to_string(i) + "=1\n";
+    }
+    write(keys);
+    EXPECT_EQ(problem(), "");
+    DWORD count = 0;
+    char name[64];
+    for (std::size_t size = sizeof name - 1;
+         support_registry_enum("\\config", count, &size, name) == 0; size = sizeof name - 1) {
+        ++count;
+    }
+    EXPECT_GT(count, 30000U);
+    int finding = 0;
+    DWORD findings = 0;
+    for (std::size_t size = sizeof name - 1;
+         support_registry_check(findings, &finding, &size, name) == 0; size = sizeof name - 1) {
+        ++findings;
+    }
+    EXPECT_EQ(findings, count);
+    std::string tables;
+    while (tables.size() < 900000) {
+        tables += "[[a]]\n";
+    }
+    for (const std::string& text : {"a = [" + std::string(900000, '\n') + "1]",
+                                    "a = \"\"\"" + std::string(900000, '\'') + "\"\"\"", tables}) {
+        write(text);
+        EXPECT_EQ(problem(), "");
+    }
 }
 
 TEST_F(Configuration, ChangedFileIsReadAgain) {
@@ -198,6 +260,7 @@ TEST_F(Configuration, ChangedFileIsReadAgain) {
     }
     std::ofstream(file_ + ".new") << "a = 0\n";
     std::filesystem::rename(file_ + ".new", file_);
+    support_registry_refresh();
     EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
     EXPECT_EQ(number, 0);
 }
@@ -255,4 +318,63 @@ TEST_F(Configuration, ListingIsSortedWithTypesAndOrigin) {
         {"\\config\\b\\m", SUPPORT_REGISTRY_OTHER},
         {"\\config\\b\\z", SUPPORT_REGISTRY_NUMBER}};
     EXPECT_EQ(found, expected);
+}
+
+// A process that makes thirty readings in a row looks at its file once, and a server that runs for
+// days sees a change all the same.
+TEST_F(Configuration, FilesAreLookedAtOnceASecond) {
+    long number = 0;
+    write("a = 1\n");
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
+    std::ofstream(file_) << "a = 2\n";
+    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
+    EXPECT_EQ(number, 1);
+    for (int tries = 0; number == 1 && tries < 100; ++tries) {
+        usleep(50000);
+        EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
+    }
+    EXPECT_EQ(number, 2);
+}
+
+TEST_F(Configuration, FindingsTellSlipsOfThePen) {
+    write("[config.cades.tsppolicy]\nRequireNonce = 'yes'\nAllowedTSPs = ['a', 1]\n"
+          "AuthTypeDefault = 3\nDefaultTSPURL = \"a\\u0000\"\nDisableNonce = 1\nrequirenonce = 1\n"
+          "[config.cades.tspolicy]\nAllowedTSPs = []\n[config.cades.tsppolicies]\n"
+          "[config.trace.levels]\ntsp = 8\nall = 'x'\n"
+          "[config.network]\nMaxAnswerBytes = 0\n[config.basalt]\nRevocation = 'Off'\n[other]\n");
+    std::vector<std::pair<std::string, int>> found;
+    std::vector<std::string> nearest;
+    char name[80];
+    for (DWORD i = 0;; ++i) {
+        std::size_t size = sizeof name - 1;
+        int finding = 0;
+        const int code = support_registry_check(i, &finding, &size, name);
+        if (code != 0) {
+            EXPECT_EQ(code, 259);
+            break;
+        }
+        found.emplace_back(name, finding);
+        size = sizeof name - 1;
+        if (finding == SUPPORT_REGISTRY_UNKNOWN) {
+            const bool any = support_registry_nearest(found.back().first.c_str(), &size, name) == 0;
+            nearest.emplace_back(any ? name : "");
+        }
+    }
+    const std::string policy = "\\config\\cades\\tsppolicy\\";
+    const std::vector<std::pair<std::string, int>> expected = {
+        {"\\config\\basalt\\Revocation", SUPPORT_REGISTRY_WRONG_VALUE},
+        {"\\config\\cades\\tspolicy\\AllowedTSPs", SUPPORT_REGISTRY_UNKNOWN},
+        {"\\config\\cades\\tsppolicies", SUPPORT_REGISTRY_UNKNOWN},
+        {policy + "AllowedTSPs", SUPPORT_REGISTRY_WRONG_TYPE},
+        {policy + "AuthTypeDefault", SUPPORT_REGISTRY_WRONG_VALUE},
+        {policy + "DefaultTSPURL", SUPPORT_REGISTRY_WRONG_VALUE},
+        {policy + "RequireNonce", SUPPORT_REGISTRY_WRONG_TYPE},
+        {policy + "requirenonce", SUPPORT_REGISTRY_UNKNOWN},
+        {"\\config\\network\\MaxAnswerBytes", SUPPORT_REGISTRY_WRONG_VALUE},
+        {"\\config\\trace\\levels\\all", SUPPORT_REGISTRY_WRONG_TYPE},
+        {"\\other", SUPPORT_REGISTRY_UNKNOWN}};
+    EXPECT_EQ(found, expected);
+    const std::vector<std::string> meant = {policy + "AllowedTSPs", "", policy + "RequireNonce",
+                                            ""};
+    EXPECT_EQ(nearest, meant);
 }

@@ -1,48 +1,17 @@
-// The parsed files of the configuration tree, for configuration.cpp only. A tree is immutable; a
-// changed file makes a new one. Nothing here throws but for want of memory.
+// The files of the configuration tree as one, for the readers of the tree only. A tree is
+// immutable; a changed file makes a new one. Nothing here throws but for want of memory.
 #pragma once
 
-#include <sys/stat.h>
+#include "sup/configuration_file.h"
+#include "sup/known_keys.h"
 
-#include <ctime>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <toml++/toml.h>
-
 namespace basalt {
-
-// What tells one state of a file from another. `error` is the errno of a file that can't be looked
-// at.
-struct FileStamp {
-    int error = 0;
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = 0;
-    timespec modified{};
-    timespec changed{};
-
-    static FileStamp of_path(const std::string& name);
-    static FileStamp of_status(const struct stat& status);
-    bool operator==(const FileStamp& other) const;
-};
-
-enum class FileOrigin {
-    Machine,     // may be absent
-    User,        // may be absent, or out of reach: HOME isn't always one's own
-    Environment, // has to be there
-};
-
-struct ConfigurationFile {
-    std::string name;
-    FileOrigin origin = FileOrigin::Machine;
-    FileStamp stamp;
-    bool settled = false; // the stamp is old enough for a later change to show in it
-    toml::table root;
-    std::string problem; // one line, empty when the file was read or is rightly absent
-};
 
 struct FoundNode {
     const toml::node* node = nullptr; // null: no such key
@@ -51,8 +20,14 @@ struct FoundNode {
 
 class ConfigurationTree {
 public:
-    // The tree of this moment: the one made last if no file has changed since.
+    explicit ConfigurationTree(ConfigurationPlaces places);
+    ConfigurationTree(const ConfigurationTree&) = delete;
+    ConfigurationTree& operator=(const ConfigurationTree&) = delete;
+
+    // The process's tree. Its files are looked at again once a second at most, and at once when the
+    // environment leads elsewhere or refresh() was called.
     static std::shared_ptr<const ConfigurationTree> current();
+    static void refresh();
 
     bool broken() const;
     const std::vector<ConfigurationFile>& files() const { return files_; }
@@ -62,13 +37,25 @@ public:
     // wants a table.
     FoundNode find(std::string_view path) const;
 
-    // The paths of all values at or below the folder, sorted.
-    std::vector<std::string> list(std::string_view folder) const;
+    // The paths of all values, sorted, but for those that a file before theirs covers.
+    const std::vector<std::string>& values() const { return listing().values; }
+
+    // What is unknown or wrong among them, and tables that hold nothing and mean nothing.
+    const std::vector<ConfigurationFinding>& findings() const { return listing().findings; }
 
 private:
-    bool stale(const std::vector<ConfigurationFile>& wanted) const;
+    struct Listing {
+        std::vector<std::string> values;
+        std::vector<ConfigurationFinding> findings;
+    };
 
+    bool stale() const;
+    const Listing& listing() const;
+
+    ConfigurationPlaces places_;
     std::vector<ConfigurationFile> files_;
+    mutable std::once_flag listed_;
+    mutable Listing listing_; // made when somebody asks
 };
 
 } // namespace basalt

@@ -2,6 +2,7 @@
 #include "basalt20/network/loopback_server.h"
 #include "basalt20/network/network_fixture.h"
 #include "basalt20/surface/network.h"
+#include "sup/configuration.h"
 #include "sup/last_error.h"
 #include "sup/time_conversion.h"
 
@@ -35,6 +36,7 @@ protected:
         std::ofstream(file) << "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = " << seconds
                             << "\n";
         setenv("BASALT_CONFIG", file.c_str(), 1);
+        support_registry_refresh();
     }
 
     // The object's bytes; the last error is in error_ when it is refused.
