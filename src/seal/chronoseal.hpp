@@ -662,8 +662,16 @@ struct Setting {
     bool fatal = false;  // no request can be made until it is put right
 };
 
+// A certificate store of this user and machine: "Root", "CA", "My", "AddressBook".
+struct StoreInfo {
+    std::string name;
+    std::size_t certificates = 0, revocation_lists = 0;
+    std::string problem; // empty: it could be read
+};
+
 // What is in force on this machine for this user.
 struct MachinePolicy {
+    std::vector<StoreInfo> stores;
     std::vector<Setting> settings;     // all known keys, then the unknown ones
     std::vector<std::string> problems; // files that can't be read
     bool usable = true;                // requests are possible

@@ -2,8 +2,10 @@
 #include "seal/request_rules.h"
 
 #include "client/result_codes.h"
+#include "seal/configuration_value.h"
 #include "seal/failure.h"
 #include "seal/platform_text.h"
+#include "sup/configuration.h"
 
 namespace chronoseal {
 
@@ -36,11 +38,25 @@ void refuse(std::uint32_t code, const std::string& what) {
 } // namespace
 
 RequestRules read_rules() {
+    support_registry_refresh();
     try {
         return RequestRules();
     } catch (const ATL::CAtlException&) {
         throw error_of_code(0x8007045A);
     }
+}
+
+RequestRules settled_rules() {
+    RequestRules rules = read_rules();
+    for (const ConfigurationSlip& slip : configuration_slips()) {
+        if (slip.kind == Slip::wrong_type) {
+            throw Error(Category::unreachable, "setting_invalid", 0x8007045A,
+                        "the setting " + quote_foreign(toml_path(slip.path)) + " in " +
+                            quote_foreign(configured_origin(slip.path)) + " has a wrong type",
+                        "put it right; until then nothing is asked");
+        }
+    }
+    return rules;
 }
 
 void check_shape(const RequestRules& rules, const RequestShape& shape) {

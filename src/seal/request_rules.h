@@ -16,6 +16,9 @@ using RequestRules = Halcyon::PKI::TSP::Client::CRequestPolicy;
 
 // The policy in force. Throws `policy_unreadable`.
 RequestRules read_rules();
+// The same, but a switch or a number of a wrong type, whose default the client would take, is
+// `setting_invalid`.
+RequestRules settled_rules();
 
 // Throw `hash_denied`, `policy_denied`, `nonce_denied`; `address_denied`, `auth_denied`,
 // `proxy_auth_denied`.

@@ -94,7 +94,8 @@ void AuthorityHealth::failed(const Error& error, std::chrono::milliseconds rest)
 }
 
 Sealer::Impl::Impl(SealerOptions options)
-    : options_(std::move(options)), rules_(read_rules()), hash_(choose_hash(options_.hash, rules_)),
+    : options_(std::move(options)), rules_(settled_rules()),
+      hash_(choose_hash(options_.hash, rules_)),
       policy_(options_.policy.empty() ? narrow(rules_.DefaultPolicyID.value) : options_.policy),
       nonce_bytes_(nonce_size(options_.nonce, rules_)),
       certificates_(options_.certificates.value_or(
@@ -183,16 +184,14 @@ Answer Sealer::Impl::judge(const KnownAuthority& authority, const Question& ques
         throw Error(Category::refused, "time_not_available", resultNotGranted,
                     "the authority has no time at the moment", "try again later");
     }
-    const Verdict verdict = verifier_.verify(unjudged, question.expected, !options_.verify);
-    // The clock's difference is told below, by its own limits.
+    const Verdict verdict =
+        verifier_.verify(unjudged, question.expected, {!options_.verify, /*any_time=*/true});
     if (!verdict.good()) {
         throw verdict.error();
     }
     check_clock(*content.info.token, question.expected.nonce.has_value(), sent, content.remarks);
-    for (const Finding& finding : verdict.findings) {
-        content.remarks.insert(content.remarks.end(), finding.remarks.begin(),
-                               finding.remarks.end());
-    }
+    const auto& weak = verdict.at(Check::strength).remarks;
+    content.remarks.insert(content.remarks.end(), weak.begin(), weak.end());
     return {StampAccess::make(std::move(content)),
             verdict.signer ? verdict.signer->key_sha256 : Bytes()};
 }

@@ -8,10 +8,10 @@
 #include "client/result_codes.h"
 #include "client/signed_attributes.h"
 #include "seal/certificate_info.h"
+#include "seal/configuration_value.h"
 #include "seal/failure.h"
 #include "seal/platform_text.h"
 #include "seal/token_signer.h"
-#include "sup/configuration.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 
@@ -30,24 +30,11 @@ constexpr std::array<std::string_view, kChecks> kCheckNames{
     "status",    "imprint",    "nonce", "policy", "time",       "content_type", "signer",
     "signature", "extensions", "chain", "usage",  "revocation", "strength"};
 
-std::string configured(const char* path) {
-    std::size_t size = 0;
-    if (support_registry_get_string(path, &size, nullptr) != 0) {
-        return {};
-    }
-    std::string text(size + 1, '\0');
-    if (support_registry_get_string(path, &size, text.data()) != 0) {
-        return {};
-    }
-    text.resize(size);
-    return text;
-}
-
 Revocation mode_in_force(Revocation wanted) {
     if (wanted != Revocation::as_configured) {
         return wanted;
     }
-    const std::string name = configured("\\config\\basalt\\Revocation");
+    const std::string name = configured_text("\\config\\basalt\\Revocation").value_or("");
     return name == "available" ? Revocation::available
            : name == "off"     ? Revocation::off
                                : Revocation::require;
@@ -57,8 +44,8 @@ Strength strength_in_force(Strength wanted) {
     if (wanted != Strength::as_configured) {
         return wanted;
     }
-    return configured("\\config\\basalt\\Strength") == "current" ? Strength::current
-                                                                 : Strength::floor;
+    return configured_text("\\config\\basalt\\Strength") == "current" ? Strength::current
+                                                                      : Strength::floor;
 }
 
 ATL2::CCertStore filled(std::initializer_list<const std::vector<Source>*> lists) {
@@ -141,7 +128,7 @@ void Verification::skip_after(Check failed, std::initializer_list<Check> checks)
     }
 }
 
-Verdict Verification::run(bool answer_only) {
+Verdict Verification::run(Leniency leniency) {
     if (!check_status()) {
         return std::move(verdict_);
     }
@@ -149,8 +136,8 @@ Verdict Verification::run(bool answer_only) {
     check_imprint();
     check_nonce();
     check_policy();
-    check_time();
-    if (answer_only) {
+    check_time(leniency.any_time);
+    if (leniency.answer_only) {
         for (std::size_t i = static_cast<std::size_t>(Check::content_type); i < kChecks; ++i) {
             skip(static_cast<Check>(i), "switched_off", "the token was not to be judged", false);
         }
@@ -243,9 +230,10 @@ void Verification::check_policy() {
     }
 }
 
-void Verification::check_time() {
+void Verification::check_time(bool any_time) {
     const Time time = token().time;
-    if (time > verdict_.as_of + kClockGrace + token().accuracy.value_or(Time::duration{0})) {
+    if (!any_time &&
+        time > verdict_.as_of + kClockGrace + token().accuracy.value_or(Time::duration{0})) {
         fail(Check::time, resultTimeOutsideWindow, "time_in_future",
              "the stamp's time " + utc_text(time) + " lies in the future",
              "check this machine's clock; if that is right, don't trust this stamp");

@@ -23,13 +23,18 @@ struct TrustInForce {
     ChainEngine engine;
 };
 
+// What of a verification is left out.
+struct Leniency {
+    bool answer_only = false; // the checks up to `time` alone
+    bool any_time = false;    // whoever asked has compared the clocks in its own way
+};
+
 // Belongs to one thread, and serves for one verdict. What it is given has to outlive it.
 class Verification {
 public:
     Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected);
 
-    // All checks, or those of the answer alone: up to `time`.
-    Verdict run(bool answer_only);
+    Verdict run(Leniency leniency);
 
 private:
     const TokenInfo& token() const { return *stamp_.info.token; }
@@ -47,7 +52,7 @@ private:
     void check_imprint();
     void check_nonce();
     void check_policy();
-    void check_time();
+    void check_time(bool any_time);
     void check_content_type();
     void find_signer_certificate();
     void check_signature();

@@ -70,13 +70,13 @@ Verifier::Verifier(Trust trust)
                     [&] { return std::make_shared<const Impl>(std::move(trust)); })) {}
 
 Verdict Verifier::Impl::verify(const Stamp& stamp, const Expected& expected,
-                               bool answer_only) const {
+                               Leniency leniency) const {
     return guarded("verify the time-stamp",
-                   [&] { return Verification(trust_, stamp, expected).run(answer_only); });
+                   [&] { return Verification(trust_, stamp, expected).run(leniency); });
 }
 
 Verdict Verifier::verify(const Stamp& stamp, const Expected& expected) const {
-    return impl_->verify(stamp, expected, false);
+    return impl_->verify(stamp, expected, {});
 }
 
 Verdict Verifier::verify(const Stamp& stamp, const Digest& digest) const {

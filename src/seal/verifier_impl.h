@@ -9,7 +9,7 @@ class Verifier::Impl {
 public:
     explicit Impl(const Trust& trust) : trust_(trust) {}
 
-    Verdict verify(const Stamp& stamp, const Expected& expected, bool answer_only) const;
+    Verdict verify(const Stamp& stamp, const Expected& expected, Leniency leniency) const;
 
 private:
     TrustInForce trust_;
