@@ -2,7 +2,6 @@
 #include "seal/chain_engine.h"
 
 #include <array>
-#include <mutex>
 
 #include "seal/certificate_info.h"
 #include "seal/failure.h"
@@ -152,27 +151,29 @@ DWORD strength(Strength wanted) {
 
 } // namespace
 
-// The platform keeps anchors and mode for the process: one judgement at a time then.
-std::mutex& judging() {
-    static std::mutex mutex;
-    return mutex;
+ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots) {
+    const FILETIME now = trust.as_of ? file_time_of(*trust.as_of) : FILETIME{};
+    BASALT_CHAIN_ENGINE_CONFIG config{};
+    config.Base.cbSize = sizeof config;
+    config.Base.hExclusiveRoot = roots;
+    config.Base.dwFlags = trust.offline ? CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL : 0;
+    config.dwRevocationMode = revocation_mode(trust.revocation);
+    config.dwStrength = strength(trust.strength);
+    config.pNow = trust.as_of ? &now : nullptr;
+    if (CertCreateCertificateChainEngine(&config.Base, &handle_) == 0) {
+        throw error_of_last("set up the judgement of chains");
+    }
 }
 
-ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots)
-    : roots_(roots), revocation_(revocation_mode(trust.revocation)) {
-    static_cast<void>(strength(trust.strength));
+ChainEngine::~ChainEngine() {
+    CertFreeCertificateChainEngine(handle_);
 }
-
-ChainEngine::~ChainEngine() = default;
 
 ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store) const {
     FILETIME time = file_time_of(at);
     CERT_CHAIN_PARA parameter{};
     parameter.cbSize = sizeof parameter;
     const CERT_CHAIN_CONTEXT* built = nullptr;
-    const std::lock_guard lock(judging());
-    BasaltSetTrustAnchors(roots_);
-    BasaltSetRevocationMode(revocation_);
     if (CertGetCertificateChain(handle_, certificate, &time, store, &parameter,
                                 CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT |
                                     CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,

@@ -32,8 +32,6 @@ public:
 
 private:
     HCERTCHAINENGINE handle_ = nullptr;
-    HCERTSTORE roots_ = nullptr;
-    DWORD revocation_ = 0;
 };
 
 // Words for the trust bits of one certificate.

@@ -18,6 +18,10 @@ namespace basalt {
 namespace {
 
 constexpr std::size_t kMaxEntries = 512;
+// Encoded bytes. Taken apart, a certificate needs some ten times as much.
+constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
+constexpr std::size_t kMaxBytesOfOne = std::size_t{16} << 10;
+constexpr std::size_t kMaxBytesOfKey = std::size_t{2} << 10;
 constexpr std::size_t kMaxKnownIssuers = 4; // an issuer has one certificate, or a few of them
 
 struct DigestHash {
@@ -28,10 +32,12 @@ struct DigestHash {
     }
 };
 
-// The least recently used entry goes when a new one comes and the cache is full.
+// The least recently used entries go when a new one comes and the cache is full.
 template <class Value>
 class DigestCache {
 public:
+    explicit DigestCache(std::size_t max_bytes_of_one) : max_bytes_of_one_(max_bytes_of_one) {}
+
     std::shared_ptr<const Value> find(const Sha256& digest) {
         const std::lock_guard lock(mutex_);
         const auto found = index_.find(digest);
@@ -39,40 +45,58 @@ public:
             return nullptr;
         }
         entries_.splice(entries_.begin(), entries_, found->second);
-        return found->second->second;
+        return found->second->value;
     }
 
-    /// Keeps `value`, or gives what another thread has put there meanwhile.
-    std::shared_ptr<const Value> keep(const Sha256& digest, std::shared_ptr<const Value> value) {
+    /// Keeps `value` if it isn't too large, or gives what another thread has put there meanwhile.
+    std::shared_ptr<const Value> keep(const Sha256& digest, std::shared_ptr<const Value> value,
+                                      std::size_t bytes) {
         const std::lock_guard lock(mutex_);
         if (const auto found = index_.find(digest); found != index_.end()) {
-            return found->second->second;
+            return found->second->value;
         }
-        entries_.emplace_front(digest, std::move(value));
+        if (bytes > max_bytes_of_one_) {
+            return value;
+        }
+        entries_.push_front({digest, value, bytes});
         index_[digest] = entries_.begin();
-        if (entries_.size() > kMaxEntries) {
-            index_.erase(entries_.back().first);
+        bytes_ += bytes;
+        while (entries_.size() > kMaxEntries || bytes_ > kMaxBytes) {
+            bytes_ -= entries_.back().bytes;
+            index_.erase(entries_.back().digest);
             entries_.pop_back();
         }
-        return entries_.front().second;
+        return value;
+    }
+
+    std::size_t bytes() {
+        const std::lock_guard lock(mutex_);
+        return bytes_;
     }
 
 private:
-    using Entries = std::list<std::pair<Sha256, std::shared_ptr<const Value>>>;
+    struct Entry {
+        Sha256 digest;
+        std::shared_ptr<const Value> value;
+        std::size_t bytes;
+    };
+    using Entries = std::list<Entry>;
 
+    const std::size_t max_bytes_of_one_;
     std::mutex mutex_;
+    std::size_t bytes_ = 0;
     Entries entries_;
     std::unordered_map<Sha256, typename Entries::iterator, DigestHash> index_;
 };
 
 // Never destroyed: OpenSSL's own end of process may run before or behind ours.
 DigestCache<X509Entry>& certificates() {
-    static auto* cache = new DigestCache<X509Entry>;
+    static auto* cache = new DigestCache<X509Entry>(kMaxBytesOfOne);
     return *cache;
 }
 
 DigestCache<PublicKey>& keys() {
-    static auto* cache = new DigestCache<PublicKey>;
+    static auto* cache = new DigestCache<PublicKey>(kMaxBytesOfKey);
     return *cache;
 }
 
@@ -83,6 +107,7 @@ bool is_gost(std::string_view oid) {
 std::shared_ptr<const X509Entry> make_entry(Bytes encoded) {
     const unsigned char* at = encoded.data();
     auto entry = std::make_shared<X509Entry>();
+    entry->encoded_size = encoded.size();
     entry->certificate.reset(d2i_X509(nullptr, &at, static_cast<long>(encoded.size())));
     if (!entry->certificate || at != encoded.data() + encoded.size()) {
         ERR_clear_error();
@@ -142,7 +167,15 @@ std::shared_ptr<const X509Entry> x509_by_digest(const Sha256& digest, Bytes enco
         return found;
     }
     load_engine_for(encoded);
-    return certificates().keep(digest, make_entry(encoded));
+    return make_entry(encoded);
+}
+
+void keep_x509(const Sha256& digest, const std::shared_ptr<const X509Entry>& entry) {
+    certificates().keep(digest, entry, entry->encoded_size);
+}
+
+std::size_t kept_x509_bytes() {
+    return certificates().bytes();
 }
 
 std::shared_ptr<const X509Entry> x509_of(PCCERT_CONTEXT context) {
@@ -179,7 +212,7 @@ std::shared_ptr<const PublicKey> public_key_of(const CERT_PUBLIC_KEY_INFO& info)
     EvpKey key(d2i_PUBKEY(nullptr, &at, static_cast<long>(bytes.size())));
     ERR_clear_error();
     require(key && at == bytes.data() + bytes.size(), NTE_BAD_PUBLIC_KEY);
-    return keys().keep(digest, std::make_shared<PublicKey>(std::move(key)));
+    return keys().keep(digest, std::make_shared<PublicKey>(std::move(key)), bytes.size());
 }
 
 } // namespace basalt

@@ -1,7 +1,8 @@
-// OpenSSL's certificates and public keys, made once and kept in two bounded process-wide caches, by
-// the SHA-256 of the certificate's DER and of the SubjectPublicKeyInfo's DER: decoding a key costs
-// OpenSSL more than all the rest of reading a token. Any thread may call; the results are shared
-// and must not be changed.
+// OpenSSL's certificates and public keys, kept in two process-wide caches, by the SHA-256 of the
+// certificate's DER and of the SubjectPublicKeyInfo's DER: decoding a key costs OpenSSL more than
+// all the rest of reading a token. The caches are bounded by number and by bytes; large
+// certificates and keys stay out, and so do certificates that no one has vouched for (keep_x509).
+// Any thread may call; the results are shared and must not be changed.
 #pragma once
 
 #include "basalt20/certificate/certificate_body.h"
@@ -39,13 +40,20 @@ struct X509Entry {
     std::unique_ptr<X509, X509Deleter> certificate;
     std::shared_ptr<const PublicKey> key;
     mutable KnownIssuers verified_by;
+    std::size_t encoded_size = 0;
 };
 
 Sha256 sha256(Bytes bytes);
 
-/// The prepared certificate for bytes of that digest. Fault CRYPT_E_ASN1_CORRUPT when OpenSSL can't
-/// read them whole.
+/// The prepared certificate for bytes of that digest, a kept one or a new one. Fault
+/// CRYPT_E_ASN1_CORRUPT when OpenSSL can't read them whole.
 std::shared_ptr<const X509Entry> x509_by_digest(const Sha256& digest, Bytes encoded);
+
+/// Keeps a prepared certificate for x509_by_digest: one of a chain that ended in an anchor.
+void keep_x509(const Sha256& digest, const std::shared_ptr<const X509Entry>& entry);
+
+/// The encoded bytes of all certificates that are kept.
+std::size_t kept_x509_bytes();
 
 /// The same from a context, which keeps the result: the way to use. The pointer is an X509 that
 /// lives as long as the entry.

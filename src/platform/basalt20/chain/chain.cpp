@@ -2,6 +2,7 @@
 #include "basalt20/surface/chain.h"
 
 #include "basalt20/chain/chain_context.h"
+#include "basalt20/chain/chain_engine.h"
 #include "basalt20/chain/trust_anchors.h"
 #include "basalt20/revocation/revocation_mode.h"
 
@@ -13,19 +14,55 @@ Chain* chain_of(PCCERT_CHAIN_CONTEXT context) {
     return static_cast<Chain*>(const_cast<CERT_CHAIN_CONTEXT*>(context));
 }
 
+std::vector<std::string> identifiers_of(const CERT_USAGE_MATCH& match) {
+    std::vector<std::string> identifiers;
+    require(match.Usage.cUsageIdentifier == 0 || match.Usage.rgpszUsageIdentifier != nullptr);
+    for (DWORD i = 0; i < match.Usage.cUsageIdentifier; ++i) {
+        require(match.Usage.rgpszUsageIdentifier[i] != nullptr);
+        identifiers.emplace_back(match.Usage.rgpszUsageIdentifier[i]);
+    }
+    return identifiers;
+}
+
 } // namespace
 
-BOOL CertGetCertificateChain(HCERTCHAINENGINE, PCCERT_CONTEXT pCertContext, FILETIME* pTime,
-                             HCERTSTORE hAdditionalStore, CERT_CHAIN_PARA* pChainPara,
-                             DWORD dwFlags, void* pvReserved,
+BOOL CertCreateCertificateChainEngine(CERT_CHAIN_ENGINE_CONFIG* pConfig,
+                                      HCERTCHAINENGINE* phChainEngine) {
+    return guarded(FALSE, [&] {
+        require(pConfig != nullptr && phChainEngine != nullptr);
+        *phChainEngine = nullptr;
+        *phChainEngine = create_engine(*pConfig);
+        return TRUE;
+    });
+}
+
+void CertFreeCertificateChainEngine(HCERTCHAINENGINE hChainEngine) {
+    free_engine(hChainEngine);
+}
+
+BOOL CertGetCertificateChain(HCERTCHAINENGINE hChainEngine, PCCERT_CONTEXT pCertContext,
+                             FILETIME* pTime, HCERTSTORE hAdditionalStore,
+                             CERT_CHAIN_PARA* pChainPara, DWORD dwFlags, void* pvReserved,
                              PCCERT_CHAIN_CONTEXT* ppChainContext) {
     return guarded(FALSE, [&] {
         require(ppChainContext != nullptr);
         *ppChainContext = nullptr;
         require(pCertContext != nullptr && pvReserved == nullptr && pChainPara != nullptr &&
                 pChainPara->cbSize >= sizeof(CERT_CHAIN_PARA));
-        const FileTicks at = pTime != nullptr ? ticks_of(*pTime) : now_in_ticks();
-        *ppChainContext = new Chain({pCertContext, at, hAdditionalStore, dwFlags});
+        ChainRequest request;
+        request.end = pCertContext;
+        if (pTime != nullptr) {
+            request.at = ticks_of(*pTime);
+        }
+        request.additional = hAdditionalStore;
+        request.usage.usages = identifiers_of(pChainPara->RequestedUsage);
+        request.usage.any_of_them = pChainPara->RequestedUsage.dwType == USAGE_MATCH_TYPE_OR;
+        if (pChainPara->cbSize >= sizeof(BASALT_CHAIN_PARA)) {
+            request.policies = identifiers_of(
+                reinterpret_cast<const BASALT_CHAIN_PARA*>(pChainPara)->RequestedIssuancePolicy);
+        }
+        request.flags = dwFlags;
+        *ppChainContext = Chain::build(settings_of(hChainEngine), std::move(request));
         return TRUE;
     });
 }
@@ -50,7 +87,7 @@ BOOL BasaltSetTrustAnchors(HCERTSTORE hStore) {
             return TRUE;
         }
         const StoreReference store = duplicate_store(hStore);
-        require(store != nullptr, E_HANDLE);
+        require(store != nullptr, ERROR_INVALID_HANDLE);
         set_trust_anchors(store.get());
         return TRUE;
     });

@@ -1,137 +1,167 @@
 #include "basalt20/chain/chain_context.h"
 
 #include "basalt20/chain/chain_errors.h"
-#include "basalt20/revocation/revocation_mode.h"
-
-#include <openssl/x509v3.h>
+#include "basalt20/store/record.h"
 
 namespace basalt {
 
 namespace {
 
-constexpr DWORD kRevocationFlags = CERT_CHAIN_REVOCATION_CHECK_END_CERT |
-                                   CERT_CHAIN_REVOCATION_CHECK_CHAIN |
-                                   CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT;
 constexpr DWORD kNoFetchFlags =
     CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY;
 
-bool is_valid_at(const CERT_INFO& info, FileTicks at) {
-    return ticks_of(info.NotBefore) <= at && at <= ticks_of(info.NotAfter);
+RevocationScope scope_of(DWORD flags) {
+    if ((flags & (CERT_CHAIN_REVOCATION_CHECK_CHAIN |
+                  CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT)) != 0) {
+        return RevocationScope::all_but_anchor;
+    }
+    return (flags & CERT_CHAIN_REVOCATION_CHECK_END_CERT) != 0 ? RevocationScope::end_only
+                                                               : RevocationScope::none;
+}
+
+DWORD revocation_bits(const JudgedElement& element) {
+    if (element.key_is_compromised) {
+        return CERT_TRUST_IS_REVOKED;
+    }
+    if (!element.status || element.status_passes) {
+        return 0;
+    }
+    if (element.status->standing == Standing::revoked) {
+        return CERT_TRUST_IS_REVOKED;
+    }
+    const DWORD code = code_of_unknown(element.status->cause);
+    return CERT_TRUST_REVOCATION_STATUS_UNKNOWN |
+           (code == CRYPT_E_REVOCATION_OFFLINE ? CERT_TRUST_IS_OFFLINE_REVOCATION : DWORD{0});
+}
+
+DWORD error_bits(const JudgedElement& element) {
+    DWORD bits = revocation_bits(element);
+    for (const int error : element.errors) {
+        bits |= trust_bit_of(error);
+    }
+    if (element.out_of_time) {
+        bits |= CERT_TRUST_IS_NOT_TIME_VALID;
+    }
+    if (element.misused) {
+        bits |= CERT_TRUST_IS_NOT_VALID_FOR_USAGE;
+    }
+    return bits;
+}
+
+DWORD info_bits(const JudgedElement& element) {
+    return CERT_TRUST_HAS_NAME_MATCH_ISSUER |
+           (is_self_signed(*element.certificate) ? CERT_TRUST_IS_SELF_SIGNED : DWORD{0}) |
+           (element.aged ? BASALT_TRUST_HAS_AGED_STRENGTH : DWORD{0});
 }
 
 } // namespace
 
-Chain::Chain(const ChainRequest& request)
-    : CERT_CHAIN_CONTEXT{}, end_(duplicate(request.end)),
-      additional_(duplicate_store(request.additional)), at_(request.at), flags_(request.flags),
-      path_(find_path(request.end, request.at, request.additional)) {
-    search_revocation();
-    fill_records();
+Chain* Chain::build(ChainSettings settings, ChainRequest request) {
+    struct Release {
+        void operator()(Chain* chain) const noexcept { chain->release(); }
+    };
+    std::unique_ptr<Chain, Release> chain(new Chain(std::move(settings), request));
+    chain->judgement_ =
+        chain->session_->judge(request.at ? *request.at : chain->session_->now(), request.usage);
+    chain->fill_records();
+    return chain.release();
 }
 
-Chain* Chain::rebuilt_for(FileTicks at) const {
-    return new Chain({end_.get(), at, additional_.get(), flags_});
-}
-
-bool Chain::checks_revocation(std::size_t element) const {
-    if ((flags_ & kRevocationFlags) == 0 || revocation_mode() == RevocationMode::off) {
-        return false;
+Chain::Chain(ChainSettings settings, const ChainRequest& request)
+    : CERT_CHAIN_CONTEXT{}, end_(duplicate(request.end)) {
+    if (request.additional != nullptr) {
+        additional_ = duplicate_store(request.additional);
+        require(additional_ != nullptr, ERROR_INVALID_HANDLE);
     }
-    const bool end_only = (flags_ & (CERT_CHAIN_REVOCATION_CHECK_CHAIN |
-                                     CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT)) == 0;
-    // The last one has no issuer here: an anchor is trusted by itself, and of an incomplete chain
-    // nothing above is known.
-    return element + 1 < path_.elements.size() && (!end_only || element == 0);
+    SessionRequest question;
+    question.end = CertificateRecord::of(request.end).shared_item();
+    question.additional = additional_.get();
+    question.policies = request.policies;
+    question.revocation = scope_of(request.flags);
+    question.may_fetch = (request.flags & kNoFetchFlags) == 0;
+    session_ = std::make_unique<ChainSession>(std::move(settings), std::move(question));
 }
 
-void Chain::search_revocation() {
-    revocation_.resize(path_.elements.size());
-    if ((flags_ & kRevocationFlags) != 0) {
-        authorities_.reset(CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0,
-                                         CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,
-                                         "CA"));
+void Chain::fill_evidence(const StatusFinding& finding, Record& record) {
+    if (finding.evidence.empty()) {
+        return;
     }
-    for (std::size_t i = 0; i < path_.elements.size(); ++i) {
-        if (checks_revocation(i)) {
-            const PathElement& element = path_.elements[i];
-            revocation_[i] = std::make_unique<RevocationSearch>(
-                element.certificate.get(), element.openssl(), path_.elements[i + 1].openssl(),
-                std::vector<HCERTSTORE>{additional_.get(), authorities_.get()});
-        }
+    const DecidingEvidence& decided = finding.evidence.front();
+    BASALT_REVOCATION_EVIDENCE& evidence = record.evidence;
+    evidence.cbSize = sizeof evidence;
+    evidence.dwKind =
+        decided.kind == EvidenceKind::crl ? BASALT_EVIDENCE_CRL : BASALT_EVIDENCE_OCSP;
+    switch (decided.source) {
+    case EvidenceSource::given:
+        evidence.dwSource = BASALT_EVIDENCE_FROM_STORE;
+        break;
+    case EvidenceSource::cache:
+        evidence.dwSource = BASALT_EVIDENCE_FROM_CACHE;
+        break;
+    case EvidenceSource::network:
+        evidence.dwSource = BASALT_EVIDENCE_FROM_NETWORK;
+        break;
+    }
+    evidence.ftThisUpdate = file_time_of(decided.this_update);
+    evidence.ftNextUpdate = file_time_of(decided.next_update.value_or(0));
+    evidence.ftRevoked = file_time_of(finding.revoked_at);
+    evidence.dwReason = finding.reason ? static_cast<DWORD>(*finding.reason) : BASALT_REASON_NONE;
+    if (decided.encoded) {
+        evidence.cbEncoded = static_cast<DWORD>(decided.encoded->size());
+        evidence.pbEncoded = const_cast<BYTE*>(decided.encoded->data());
+    }
+    evidence.pszUrl = decided.url.empty() ? nullptr : decided.url.c_str();
+    record.revocation.pvOidSpecificInfo = &evidence;
+    const FileTicks now = session_->now();
+    if (decided.this_update <= now) {
+        record.revocation.fHasFreshnessTime = TRUE;
+        record.revocation.dwFreshnessTime =
+            static_cast<DWORD>((now - decided.this_update) / kTicksPerSecond);
     }
 }
 
-RevocationStatus Chain::revocation_at(std::size_t element, FileTicks at) const {
-    if (!revocation_[element]) {
-        return RevocationStatus::no_source;
-    }
-    const std::lock_guard lock(revocation_mutex_);
-    const RevocationFindings& findings =
-        revocation_[element]->findings(at, (flags_ & kNoFetchFlags) == 0);
-    const RevocationStatus status = findings.status_at(at, element == 0);
-    return status == RevocationStatus::offline && revocation_mode() == RevocationMode::available
-               ? RevocationStatus::good
-               : status;
-}
-
-DWORD Chain::revocation_bits(std::size_t index, Record& record) const {
-    if (!revocation_[index]) {
-        return 0;
+void Chain::fill_revocation(const JudgedElement& source, Record& record) {
+    if (!source.status) {
+        return;
     }
     CERT_REVOCATION_INFO& info = record.revocation;
     info.cbSize = sizeof info;
     record.element.pRevocationInfo = &info;
-    switch (revocation_at(index, at_)) {
-    case RevocationStatus::good:
-        return 0;
-    case RevocationStatus::revoked:
+    switch (source.status->standing) {
+    case Standing::good:
+        break;
+    case Standing::revoked:
         info.dwRevocationResult = CRYPT_E_REVOKED;
-        return CERT_TRUST_IS_REVOKED;
-    case RevocationStatus::offline:
-        info.dwRevocationResult = CRYPT_E_REVOCATION_OFFLINE;
-        return CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
-    case RevocationStatus::no_source:
-        // Not an error bit: a certificate that names no source passes.
-        info.dwRevocationResult = CRYPT_E_NO_REVOCATION_CHECK;
-        return 0;
+        break;
+    case Standing::unknown:
+        info.dwRevocationResult = code_of_unknown(source.status->cause);
+        break;
     }
-    return 0;
+    fill_evidence(*source.status, record);
 }
 
 void Chain::fill_element(std::size_t index) {
-    const PathElement& source = path_.elements[index];
+    const JudgedElement& source = judgement_.elements[index];
     Record& record = records_[index];
+    record.certificate =
+        index == 0 ? duplicate(end_.get())
+                   : CertificateReference(CertificateRecord::make(source.certificate->item));
     CERT_CHAIN_ELEMENT& element = record.element;
     element.cbSize = sizeof element;
-    element.pCertContext = source.certificate.get();
-    for (const int error : source.errors) {
-        element.TrustStatus.dwErrorStatus |= trust_bit_of(error);
-    }
-    if (!is_valid_at(*source.certificate->pCertInfo, at_)) {
-        element.TrustStatus.dwErrorStatus |= CERT_TRUST_IS_NOT_TIME_VALID;
-    }
-    element.TrustStatus.dwErrorStatus |= revocation_bits(index, record);
-    if ((X509_get_extension_flags(source.openssl()) & EXFLAG_SS) != 0) {
-        element.TrustStatus.dwInfoStatus |= CERT_TRUST_IS_SELF_SIGNED;
-    }
-    element.TrustStatus.dwInfoStatus |= CERT_TRUST_HAS_NAME_MATCH_ISSUER;
+    element.pCertContext = record.certificate.get();
+    element.TrustStatus.dwErrorStatus = error_bits(source);
+    element.TrustStatus.dwInfoStatus = info_bits(source);
+    fill_revocation(source, record);
 }
 
 void Chain::fill_records() {
-    records_.resize(path_.elements.size());
+    records_.resize(judgement_.elements.size());
     for (std::size_t i = 0; i < records_.size(); ++i) {
         fill_element(i);
         element_pointers_.push_back(&records_[i].element);
         simple_.TrustStatus.dwErrorStatus |= records_[i].element.TrustStatus.dwErrorStatus;
-    }
-    if (!path_.ends_in_anchor) {
-        const bool has_root =
-            (element_pointers_.back()->TrustStatus.dwInfoStatus & CERT_TRUST_IS_SELF_SIGNED) != 0;
-        const DWORD bit = has_root ? CERT_TRUST_IS_UNTRUSTED_ROOT : CERT_TRUST_IS_PARTIAL_CHAIN;
-        simple_.TrustStatus.dwErrorStatus |= bit;
-        if (has_root) {
-            element_pointers_.back()->TrustStatus.dwErrorStatus |= bit;
-        }
+        simple_.TrustStatus.dwInfoStatus |=
+            records_[i].element.TrustStatus.dwInfoStatus & BASALT_TRUST_HAS_AGED_STRENGTH;
     }
     simple_.cbSize = sizeof simple_;
     simple_.cElement = static_cast<DWORD>(element_pointers_.size());

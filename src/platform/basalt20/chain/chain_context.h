@@ -1,28 +1,29 @@
-// The chain behind a CERT_CHAIN_CONTEXT: the path, what is known of revocation, and the published
-// records over both.
+// The chain behind a CERT_CHAIN_CONTEXT: the session that judges, what it found at the time that
+// the chain was asked for, and the published records over that.
 #pragma once
 
-#include "basalt20/chain/chain_path.h"
-#include "basalt20/revocation/revocation_search.h"
+#include "basalt20/chain/chain_session.h"
 #include "basalt20/surface/chain.h"
 
 #include <array>
 #include <atomic>
-#include <mutex>
 
 namespace basalt {
 
 struct ChainRequest {
     PCCERT_CONTEXT end = nullptr;
-    FileTicks at = 0;
+    std::optional<FileTicks> at; // nothing: the present moment of the settings
     HCERTSTORE additional = nullptr;
+    UsageQuestion usage;
+    std::vector<std::string> policies;
     DWORD flags = 0;
 };
 
 class Chain : public CERT_CHAIN_CONTEXT {
 public:
-    // Builds the chain. The references in `request` are duplicated.
-    explicit Chain(const ChainRequest& request);
+    // Builds and judges the chain. The references in `request` are duplicated.
+    static Chain* build(ChainSettings settings, ChainRequest request);
+
     Chain(const Chain&) = delete;
     Chain& operator=(const Chain&) = delete;
 
@@ -33,40 +34,32 @@ public:
         }
     }
 
-    const ChainPath& path() const { return path_; }
-    FileTicks built_for() const { return at_; }
+    const Judgement& judgement() const { return judgement_; }
 
-    // A chain for the same question at another moment.
-    Chain* rebuilt_for(FileTicks at) const;
-
-    // The state of the element's revocation at that moment; `no_source` for the anchor, and for all
-    // when the chain was asked for without revocation or the mode is off. May fetch.
-    RevocationStatus revocation_at(std::size_t element, FileTicks at) const;
+    // The same question at another moment, or for another use. May fetch.
+    ChainSession& session() const { return *session_; }
 
 private:
+    Chain(ChainSettings settings, const ChainRequest& request);
     ~Chain() = default;
 
     struct Record {
+        CertificateReference certificate;
         CERT_CHAIN_ELEMENT element{};
         CERT_REVOCATION_INFO revocation{};
+        BASALT_REVOCATION_EVIDENCE evidence{};
     };
 
-    bool checks_revocation(std::size_t element) const;
-    void search_revocation();
     void fill_records();
     void fill_element(std::size_t index);
-    DWORD revocation_bits(std::size_t index, Record& record) const;
+    void fill_revocation(const JudgedElement& source, Record& record);
+    void fill_evidence(const StatusFinding& finding, Record& record);
 
     std::atomic<unsigned> references_{1};
     CertificateReference end_;
     StoreReference additional_;
-    StoreReference authorities_;
-    FileTicks at_;
-    DWORD flags_;
-    ChainPath path_;
-    mutable std::mutex revocation_mutex_;
-    mutable std::vector<std::unique_ptr<RevocationSearch>>
-        revocation_; // one for each element that is checked
+    std::unique_ptr<ChainSession> session_;
+    Judgement judgement_;
 
     std::vector<Record> records_;
     std::vector<CERT_CHAIN_ELEMENT*> element_pointers_;

@@ -81,4 +81,10 @@ DWORD policy_code_of(int x509_error) {
     return meaning_of(x509_error).code;
 }
 
+DWORD code_of_unknown(UnknownCause cause) {
+    return cause == UnknownCause::no_source || cause == UnknownCause::not_covered
+               ? CRYPT_E_NO_REVOCATION_CHECK
+               : CRYPT_E_REVOCATION_OFFLINE;
+}
+
 } // namespace basalt

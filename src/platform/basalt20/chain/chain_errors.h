@@ -2,6 +2,7 @@
 // policy's verdict.
 #pragma once
 
+#include "basalt20/revocation/status_check.h"
 #include "sup/types.h"
 
 namespace basalt {
@@ -10,5 +11,9 @@ DWORD trust_bit_of(int x509_error);
 
 // A CERT_E_ or TRUST_E_ code, never 0.
 DWORD policy_code_of(int x509_error);
+
+// Why nothing is known of a certificate's revocation: CRYPT_E_NO_REVOCATION_CHECK when there is
+// nothing to ask, or what was said doesn't cover every reason; else CRYPT_E_REVOCATION_OFFLINE.
+DWORD code_of_unknown(UnknownCause cause);
 
 } // namespace basalt

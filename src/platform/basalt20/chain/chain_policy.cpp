@@ -2,13 +2,9 @@
 // built for, the time-stamp policy at the check time in its extra record.
 #include "basalt20/chain/chain_context.h"
 #include "basalt20/chain/chain_errors.h"
-#include "basalt20/revocation/revocation_mode.h"
 #include "basalt20/surface/chain.h"
 
-#include <openssl/x509v3.h>
-
 #include <cstring>
-#include <optional>
 
 using namespace basalt;
 
@@ -21,117 +17,117 @@ struct Verdict {
     bool good() const { return code == 0; }
 };
 
-struct ReleaseChain {
-    void operator()(Chain* chain) const noexcept { chain->release(); }
-};
-
-// What OpenSSL found wrong in signatures and constraints.
-Verdict judge_structure(const ChainPath& path) {
-    for (std::size_t i = 0; i < path.elements.size(); ++i) {
-        if (!path.elements[i].errors.empty()) {
-            return {policy_code_of(path.elements[i].errors.front()), static_cast<LONG>(i)};
+// Of constraints, strength, signatures and issuers.
+Verdict structure_verdict(const Judgement& judgement) {
+    for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
+        const std::vector<int>& errors = judgement.elements[i].errors;
+        if (!errors.empty()) {
+            return {policy_code_of(errors.front()), static_cast<LONG>(i)};
         }
     }
-    if (!path.ends_in_anchor) {
-        return {CERT_E_CHAINING, -1};
-    }
-    return {};
+    return judgement.ends_in_anchor ? Verdict{} : Verdict{CERT_E_CHAINING, -1};
 }
 
-Verdict judge_validity(const ChainPath& path, FileTicks at) {
-    for (std::size_t i = 0; i < path.elements.size(); ++i) {
-        const CERT_INFO& info = *path.elements[i].certificate->pCertInfo;
-        if (at < ticks_of(info.NotBefore) || at > ticks_of(info.NotAfter)) {
-            return {CERT_E_EXPIRED, static_cast<LONG>(i)};
+Verdict first_of(const Judgement& judgement, bool JudgedElement::*fault, DWORD code) {
+    for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
+        if (judgement.elements[i].*fault) {
+            return {code, static_cast<LONG>(i)};
         }
     }
     return {};
 }
 
-// RFC 3161, 2.3: time stamping as the sole extended key usage, critical. OpenSSL's purpose test
-// asks for just that, but lets a CA pass.
-Verdict judge_signer(const ChainPath& path) {
-    X509* signer = path.elements.front().openssl();
-    const bool is_ca = (X509_get_extension_flags(signer) & EXFLAG_CA) != 0;
-    if (is_ca || X509_check_purpose(signer, X509_PURPOSE_TIMESTAMP_SIGN, 0) != 1) {
-        return {CERT_E_WRONG_USAGE, 0};
-    }
-    return {};
-}
-
-Verdict judge_revocation(const Chain& chain, FileTicks at) {
+Verdict revocation_verdict(const Judgement& judgement) {
     Verdict unknown;
-    for (std::size_t i = 0; i < chain.path().elements.size(); ++i) {
-        switch (chain.revocation_at(i, at)) {
-        case RevocationStatus::revoked:
+    for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
+        const JudgedElement& element = judgement.elements[i];
+        const bool is_revoked = element.status && element.status->standing == Standing::revoked;
+        if (is_revoked || element.key_is_compromised) {
             return {CRYPT_E_REVOKED, static_cast<LONG>(i)};
-        case RevocationStatus::offline:
-            if (unknown.good()) {
-                unknown = {CRYPT_E_REVOCATION_OFFLINE, static_cast<LONG>(i)};
-            }
-            break;
-        case RevocationStatus::good:
-        case RevocationStatus::no_source:
-            break;
+        }
+        if (!element.status_passes && unknown.good()) {
+            unknown = {code_of_unknown(element.status->cause), static_cast<LONG>(i)};
         }
     }
     return unknown;
 }
 
-Verdict judge_time_stamp_at(const Chain& chain, FileTicks at) {
-    Verdict verdict = judge_structure(chain.path());
-    if (verdict.good()) {
-        verdict = judge_validity(chain.path(), at);
+// What the caller may want to know of a revocation beside the code.
+void tell_revocation(const Judgement& judgement, const Verdict& verdict,
+                     CERT_CHAIN_POLICY_STATUS& status) {
+    auto* extra = static_cast<BASALT_TIME_STAMP_POLICY_STATUS*>(status.pvExtraPolicyStatus);
+    if (extra == nullptr) {
+        return;
     }
-    if (verdict.good()) {
-        verdict = judge_signer(chain.path());
+    require(extra->cbSize >= sizeof *extra);
+    *extra = {sizeof *extra, FALSE, {}, BASALT_REASON_NONE};
+    if (verdict.code != CRYPT_E_REVOKED) {
+        return;
     }
-    return verdict.good() ? judge_revocation(chain, at) : verdict;
+    const JudgedElement& element = judgement.elements[static_cast<std::size_t>(verdict.element)];
+    if (element.status && element.status->standing == Standing::revoked) {
+        extra->fRevokedLater = element.status->revoked_later ? TRUE : FALSE;
+        extra->ftRevoked = file_time_of(element.status->revoked_at);
+        extra->dwReason = element.status->reason ? static_cast<DWORD>(*element.status->reason)
+                                                 : BASALT_REASON_NONE;
+    }
 }
 
-// Another path may be the right one for another moment: of two certificates of one authority, say,
-// the one that was in force then.
-bool may_be_cured_by_another_path(DWORD code) {
-    return code == CERT_E_EXPIRED || code == CERT_E_CHAINING || code == CERT_E_UNTRUSTEDROOT;
-}
-
-Verdict judge_time_stamp(const Chain& chain, const CERT_CHAIN_POLICY_PARA* para) {
-    FileTicks at = now_in_ticks();
+FileTicks check_time(const Chain& chain, const CERT_CHAIN_POLICY_PARA* para) {
     if (para != nullptr && para->pvExtraPolicyPara != nullptr) {
         const auto* extra =
             static_cast<const BASALT_TIME_STAMP_POLICY_PARA*>(para->pvExtraPolicyPara);
         require(extra->cbSize >= sizeof *extra);
         if (extra->pCheckTime != nullptr) {
-            at = ticks_of(*extra->pCheckTime);
+            return ticks_of(*extra->pCheckTime);
         }
     }
-    const Verdict verdict = judge_time_stamp_at(chain, at);
-    if (!may_be_cured_by_another_path(verdict.code) || at == chain.built_for()) {
-        return verdict;
+    return chain.session().now();
+}
+
+// Judged anew: another path may be the right one for another moment, such as through the one of two
+// certificates of an authority that was in force then.
+Verdict judge_time_stamp(const Chain& chain, const CERT_CHAIN_POLICY_PARA* para,
+                         CERT_CHAIN_POLICY_STATUS& status) {
+    UsageQuestion usage;
+    usage.is_time_stamp = true;
+    const Judgement judgement = chain.session().judge(check_time(chain, para), usage);
+    Verdict verdict = structure_verdict(judgement);
+    if (verdict.good()) {
+        verdict = first_of(judgement, &JudgedElement::out_of_time, CERT_E_EXPIRED);
     }
-    const std::unique_ptr<Chain, ReleaseChain> other(chain.rebuilt_for(at));
-    const Verdict second = judge_time_stamp_at(*other, at);
-    return second.good() ? second : verdict;
+    if (verdict.good()) {
+        verdict = first_of(judgement, &JudgedElement::misused, CERT_E_WRONG_USAGE);
+    }
+    if (verdict.good()) {
+        verdict = revocation_verdict(judgement);
+    }
+    tell_revocation(judgement, verdict, status);
+    return verdict;
 }
 
 Verdict judge_base(const Chain& chain, DWORD flags) {
-    const ChainPath& path = chain.path();
-    Verdict verdict = judge_structure(path);
+    const Judgement& judgement = chain.judgement();
+    Verdict verdict = structure_verdict(judgement);
     const bool unknown_ca = verdict.code == CERT_E_UNTRUSTEDROOT || verdict.code == CERT_E_CHAINING;
     if (!verdict.good() &&
         !(unknown_ca && (flags & CERT_CHAIN_POLICY_ALLOW_UNKNOWN_CA_FLAG) != 0)) {
         return verdict;
     }
+    verdict = {};
     if ((flags & CERT_CHAIN_POLICY_IGNORE_NOT_TIME_VALID_FLAG) == 0) {
-        verdict = judge_validity(path, chain.built_for());
-        if (!verdict.good()) {
-            return verdict;
-        }
+        verdict = first_of(judgement, &JudgedElement::out_of_time, CERT_E_EXPIRED);
     }
-    verdict = judge_revocation(chain, chain.built_for());
-    const bool ignored = verdict.code == CRYPT_E_REVOCATION_OFFLINE &&
-                         (flags & CERT_CHAIN_POLICY_IGNORE_ALL_REV_UNKNOWN_FLAGS) != 0;
-    return ignored ? Verdict{} : verdict;
+    if (verdict.good()) {
+        verdict = first_of(judgement, &JudgedElement::misused, CERT_E_WRONG_USAGE);
+    }
+    if (!verdict.good()) {
+        return verdict;
+    }
+    verdict = revocation_verdict(judgement);
+    const bool is_unknown = !verdict.good() && verdict.code != CRYPT_E_REVOKED;
+    return is_unknown && (flags & CERT_CHAIN_POLICY_IGNORE_ALL_REV_UNKNOWN_FLAGS) != 0 ? Verdict{}
+                                                                                       : verdict;
 }
 
 bool is_time_stamp_policy(LPCSTR policy) {
@@ -151,7 +147,7 @@ BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID, PCCERT_CHAIN_CONTEXT 
         const Chain& chain = *static_cast<const Chain*>(pChainContext);
         Verdict verdict;
         if (is_time_stamp_policy(pszPolicyOID)) {
-            verdict = judge_time_stamp(chain, pPolicyPara);
+            verdict = judge_time_stamp(chain, pPolicyPara, *pPolicyStatus);
         } else if (pszPolicyOID == CERT_CHAIN_POLICY_BASE) {
             verdict = judge_base(chain, pPolicyPara != nullptr ? pPolicyPara->dwFlags : 0);
         } else {

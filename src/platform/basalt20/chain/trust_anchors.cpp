@@ -1,7 +1,11 @@
 #include "basalt20/chain/trust_anchors.h"
 
+#include "basalt20/chain/name_key.h"
+#include "basalt20/coding/flat_block.h"
+#include "basalt20/store/certificate_reference.h"
+
+#include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <mutex>
 
 namespace basalt {
@@ -11,13 +15,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr auto kReadAgainAfter = std::chrono::seconds(10);
 
-std::string text_of(const CERT_NAME_BLOB& name) {
-    return {reinterpret_cast<const char*>(name.pbData), name.cbData};
-}
-
-bool same_bytes(PCCERT_CONTEXT a, PCCERT_CONTEXT b) {
-    return a->cbCertEncoded == b->cbCertEncoded &&
-           std::memcmp(a->pbCertEncoded, b->pbCertEncoded, a->cbCertEncoded) == 0;
+Bytes subject_of(const CertificateItem& item) {
+    return bytes_of(item.body->info().Subject);
 }
 
 struct InForce {
@@ -46,29 +45,26 @@ TrustAnchors::TrustAnchors(HCERTSTORE store) {
     if (store == nullptr) {
         return;
     }
-    PCCERT_CONTEXT anchor = nullptr;
-    while ((anchor = CertEnumCertificatesInStore(store, anchor)) != nullptr) {
-        anchors_.push_back(duplicate(anchor));
-        by_subject_.emplace(text_of(anchor->pCertInfo->Subject), anchors_.back().get());
+    const Snapshot<CertificateItem> certificates = store_of(store)->certificates();
+    for (const Item& item : *certificates) {
+        anchors_.emplace(name_key(subject_of(*item)), item);
     }
 }
 
-std::vector<PCCERT_CONTEXT> TrustAnchors::by_subject(const CERT_NAME_BLOB& name) const {
-    std::vector<PCCERT_CONTEXT> found;
-    const auto [first, last] = by_subject_.equal_range(text_of(name));
+std::vector<TrustAnchors::Item> TrustAnchors::by_key(std::uint64_t key) const {
+    std::vector<Item> found;
+    const auto [first, last] = anchors_.equal_range(key);
     for (auto it = first; it != last; ++it) {
         found.push_back(it->second);
     }
     return found;
 }
 
-bool TrustAnchors::contains(PCCERT_CONTEXT certificate) const {
-    for (const PCCERT_CONTEXT anchor : by_subject(certificate->pCertInfo->Subject)) {
-        if (same_bytes(anchor, certificate)) {
-            return true;
-        }
-    }
-    return false;
+bool TrustAnchors::contains(const CertificateItem& certificate) const {
+    const auto [first, last] = anchors_.equal_range(name_key(subject_of(certificate)));
+    return std::any_of(first, last, [&](const auto& entry) {
+        return same_bytes(entry.second->encoded(), certificate.encoded());
+    });
 }
 
 std::shared_ptr<const TrustAnchors> trust_anchors() {

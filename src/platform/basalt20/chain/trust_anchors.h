@@ -1,32 +1,30 @@
 // The certificates that chains may end in: those of the `Root` store, or the ones that the process
-// has put in its place. Read once and looked up by subject; never fails, an unreadable store has no
-// anchors.
+// or an engine has put in its place. Read once and looked up by subject; never fails, an unreadable
+// store has no anchors.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/store/certificate_reference.h"
+#include "basalt20/store/store_object.h"
 
-#include <map>
 #include <memory>
-#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace basalt {
 
 class TrustAnchors {
 public:
+    using Item = std::shared_ptr<CertificateItem>;
+
+    // Null: none.
     explicit TrustAnchors(HCERTSTORE store);
 
-    // Those whose subject is that encoded name, byte for byte.
-    std::vector<PCCERT_CONTEXT> by_subject(const CERT_NAME_BLOB& name) const;
+    // Those whose subject has that key (name_key.h), and so all whose subject is the same name.
+    std::vector<Item> by_key(std::uint64_t key) const;
 
-    bool contains(PCCERT_CONTEXT certificate) const;
-
-    const std::vector<CertificateReference>& all() const { return anchors_; }
+    bool contains(const CertificateItem& certificate) const;
 
 private:
-    std::vector<CertificateReference> anchors_;
-    std::multimap<std::string, PCCERT_CONTEXT> by_subject_;
+    std::unordered_multimap<std::uint64_t, Item> anchors_;
 };
 
 // The anchors in force. The machine's are read again after ten seconds, so that a root that an

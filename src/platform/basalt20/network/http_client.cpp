@@ -22,6 +22,7 @@ namespace {
 
 constexpr std::size_t kHeaderBytes = std::size_t{256} << 10;
 constexpr unsigned int kTraceLevel = 8;
+constexpr int kMostRedirects = 5;
 
 struct HandleDeleter {
     void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -195,12 +196,6 @@ void set_target(CURL* handle, const HttpRequest& request) {
         curl_easy_setopt(handle, CURLOPT_CAINFO, file.c_str());
         curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
     }
-    if (request.follow_redirects) {
-        curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-        curl_easy_setopt(handle, CURLOPT_MAXREDIRS, 5L);
-        curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR,
-                         begins_with(request.url, "https:") ? "https" : "http,https");
-    }
     if (request.body) {
         // Not copied: the caller's bytes outlive the exchange. Null would mean a read callback.
         const void* data =
@@ -303,8 +298,6 @@ void judge(CURL* handle, CURLcode code, const Arrival& arrival, HttpAnswer& answ
     if (code == CURLE_RECV_ERROR && status == 0 && tunnel >= 300) {
         answer.error = ERROR_SUCCESS; // the proxy has answered in the server's place
         answer.status = tunnel;
-    } else if (code == CURLE_UNSUPPORTED_PROTOCOL && status >= 300 && status < 400) {
-        answer.error = ERROR_WINHTTP_REDIRECT_FAILED; // to a scheme that isn't followed
     }
 }
 
@@ -318,7 +311,8 @@ void trace(const HttpRequest& request, const HttpAnswer& answer) {
     }
 }
 
-HttpAnswer perform(const HttpRequest& request) {
+// One request and its answer. Where a redirect leads goes into `location`, else it stays empty.
+HttpAnswer perform(const HttpRequest& request, std::string& location) {
     HttpAnswer answer;
     if (!begins_with(request.url, "http://") && !begins_with(request.url, "https://")) {
         const bool other = request.url.find("://") != std::string::npos;
@@ -353,6 +347,11 @@ HttpAnswer perform(const HttpRequest& request) {
         seconds > 0) {
         answer.retry_after = static_cast<std::uint32_t>(std::min<curl_off_t>(seconds, UINT32_MAX));
     }
+    if (char* target = nullptr;
+        code == CURLE_OK && curl_easy_getinfo(handle, CURLINFO_REDIRECT_URL, &target) == CURLE_OK &&
+        target != nullptr) {
+        location = target;
+    }
     if (code != CURLE_OK) {
         answer.detail = detail[0] != '\0' ? detail.data() : curl_easy_strerror(code);
     }
@@ -362,16 +361,67 @@ HttpAnswer perform(const HttpRequest& request) {
     return answer;
 }
 
+// Where a server may send us on to: what is secure stays so at each step, and no one chooses
+// credentials for us.
+bool may_lead_to(const std::string& from, const std::string& to) {
+    const bool secure = begins_with(to, "https://");
+    return (secure || (begins_with(to, "http://") && !begins_with(from, "https://"))) &&
+           !has_user_info(to);
+}
+
+HttpAnswer failed_redirect(DWORD error, unsigned status) {
+    HttpAnswer answer;
+    answer.error = error;
+    answer.status = status;
+    answer.detail = "a redirect that isn't followed";
+    return answer;
+}
+
 } // namespace
 
 HttpLimits network_limits() {
     return network_settings().limits;
 }
 
+const std::string& fetching_proxy() {
+    return network_settings().fetching_proxy;
+}
+
+bool has_user_info(const std::string& address) {
+    const Url url(curl_url());
+    if (url == nullptr) {
+        throw std::bad_alloc();
+    }
+    // An address that can't be taken apart isn't asked either.
+    return curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
+               CURLUE_OK ||
+           !part_of(url.get(), CURLUPART_USER).empty() ||
+           !part_of(url.get(), CURLUPART_PASSWORD).empty();
+}
+
 HttpAnswer http_exchange(const HttpRequest& request) {
-    HttpAnswer answer = perform(request);
-    trace(request, answer);
-    return answer;
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + request.limits.total_timeout;
+    HttpRequest step = request;
+    for (int redirects = 0;; ++redirects) {
+        std::string location;
+        HttpAnswer answer = perform(step, location);
+        trace(step, answer);
+        if (!request.follow_redirects || location.empty()) {
+            return answer;
+        }
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) {
+            return failed_redirect(ERROR_WINHTTP_TIMEOUT, answer.status);
+        }
+        if (redirects == kMostRedirects || !may_lead_to(step.url, location)) {
+            return failed_redirect(ERROR_WINHTTP_REDIRECT_FAILED, answer.status);
+        }
+        step.url = std::move(location);
+        step.limits.total_timeout = left;
+        step.limits.connect_timeout = std::min(step.limits.connect_timeout, left);
+    }
 }
 
 } // namespace basalt

@@ -28,7 +28,9 @@ struct HttpRequest {
     std::string proxy_user;           // as it is, not escaped
     std::string proxy_password;
     std::optional<std::span<const BYTE>> body; // present: POST, absent: GET
-    bool follow_redirects = false;             // up to 5, never from https to http
+    // Up to 5, to http and https alone, never from https back to http, never to an address with
+    // user-info.
+    bool follow_redirects = false;
     HttpLimits limits;
     std::string user; // for basic authentication at the server, as it is; empty: none
     std::string password;
@@ -46,6 +48,13 @@ struct HttpAnswer {
 };
 
 HttpLimits network_limits();
+
+// The proxy for what is fetched by address (not for time-stamp requests, which name their own);
+// empty: direct.
+const std::string& fetching_proxy();
+
+// True for an address with a name or a password in it, and for one that is none.
+bool has_user_info(const std::string& address);
 
 HttpAnswer http_exchange(const HttpRequest& request);
 

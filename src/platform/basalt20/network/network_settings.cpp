@@ -41,6 +41,7 @@ NetworkSettings read_settings() {
     limits.answer_bytes = static_cast<std::size_t>(number(
         "\\config\\network\\MaxAnswerBytes", kMostBytes, static_cast<long>(limits.answer_bytes)));
     settings.ca_file = text("\\config\\network\\CaFile");
+    settings.fetching_proxy = text("\\config\\network\\FetchProxy");
     return settings;
 }
 

@@ -13,6 +13,7 @@ namespace basalt {
 struct NetworkSettings {
     HttpLimits limits;   // ConnectTimeoutMilliseconds, TotalTimeoutMilliseconds, MaxAnswerBytes
     std::string ca_file; // CaFile: roots for TLS in place of the system's; empty: the system's
+    std::string fetching_proxy; // FetchProxy: for revocation lists and the like; empty: direct
 };
 
 const NetworkSettings& network_settings();

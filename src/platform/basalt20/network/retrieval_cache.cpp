@@ -19,9 +19,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kObjectBound = std::size_t{64} << 20;
-constexpr std::size_t kMostFiles = 512;
-constexpr std::size_t kFilesAfterClearing = 384;
+constexpr std::size_t kObjectBound = std::size_t{16} << 20;
+// What the folder may hold, and what is left of it after a clearing, so that not every new object
+// brings the next one.
+struct FolderBound {
+    std::size_t files;
+    std::uintmax_t bytes;
+};
+constexpr FolderBound kMost{512, std::uintmax_t{32} << 20};
+constexpr FolderBound kAfterClearing{384, std::uintmax_t{24} << 20};
 
 // Empty when there is no cache.
 std::string folder() {
@@ -88,19 +94,35 @@ private:
     int descriptor_;
 };
 
-// Removes the oldest files when there are too many.
+struct OldFile {
+    fs::file_time_type fetched;
+    std::uintmax_t bytes;
+    fs::path path;
+};
+
+// Removes the oldest files when there are too many or they are too large together.
 void clear_old(const std::string& name) {
-    std::error_code ignored;
-    std::vector<std::pair<fs::file_time_type, fs::path>> files;
-    for (const fs::directory_entry& entry : fs::directory_iterator(name, ignored)) {
-        files.emplace_back(entry.last_write_time(ignored), entry.path());
+    std::error_code error;
+    std::vector<OldFile> files;
+    std::uintmax_t bytes = 0;
+    for (const fs::directory_entry& entry : fs::directory_iterator(name, error)) {
+        const std::uintmax_t size = entry.file_size(error);
+        files.push_back({entry.last_write_time(error), error ? 0 : size, entry.path()});
+        bytes += files.back().bytes;
     }
-    if (files.size() <= kMostFiles) {
+    if (files.size() <= kMost.files && bytes <= kMost.bytes) {
         return;
     }
-    std::sort(files.begin(), files.end());
-    for (std::size_t i = 0; i < files.size() - kFilesAfterClearing; ++i) {
-        fs::remove(files[i].second, ignored);
+    std::sort(files.begin(), files.end(),
+              [](const OldFile& a, const OldFile& b) { return a.fetched < b.fetched; });
+    std::size_t left = files.size();
+    for (const OldFile& file : files) {
+        if (left <= kAfterClearing.files && bytes <= kAfterClearing.bytes) {
+            return;
+        }
+        fs::remove(file.path, error);
+        bytes -= file.bytes;
+        --left;
     }
 }
 
@@ -161,6 +183,12 @@ void cache_object(const std::string& key, const std::vector<BYTE>& bytes) {
         return;
     }
     clear_old(where);
+}
+
+void forget_object(const std::string& key) {
+    if (const std::string where = folder(); !where.empty()) {
+        unlink((where + "/" + file_name(key)).c_str());
+    }
 }
 
 } // namespace basalt

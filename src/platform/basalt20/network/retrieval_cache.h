@@ -1,7 +1,8 @@
 // Fetched objects on disk, one file each, in ~/.cache/basalt/retrieved (or under XDG_CACHE_HOME).
 // Nothing here fails loudly: an object that can't be read isn't in the cache, one that can't be
 // written stays out of it. Set-uid programs and processes without a home folder have no cache.
-// Writers replace files whole, so readers never see half of one.
+// Writers replace files whole, so readers never see half of one. The folder is bounded by number
+// (512) and by bytes (32 MiB); the oldest go first, and objects over 16 MiB stay out.
 #pragma once
 
 #include "sup/types.h"
@@ -23,5 +24,8 @@ struct CachedObject {
 std::optional<CachedObject> cached_object(const std::string& key);
 
 void cache_object(const std::string& key, const std::vector<BYTE>& bytes);
+
+// Takes the object out again, if it is there.
+void forget_object(const std::string& key);
 
 } // namespace basalt

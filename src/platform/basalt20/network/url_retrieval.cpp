@@ -122,6 +122,7 @@ void* make_object(const std::vector<BYTE>& bytes) {
 
 void set_limits(HttpRequest& request, DWORD timeout, const CRYPT_RETRIEVE_AUX_INFO* auxiliary) {
     request.limits = basalt::network_limits();
+    request.proxy = basalt::fetching_proxy();
     if (timeout != 0) {
         request.limits.total_timeout = milliseconds(timeout);
         request.limits.connect_timeout =

@@ -5,10 +5,13 @@
 // what can't be used leaves the question open.
 #pragma once
 
+#include "basalt20/certificate/strength.h"
 #include "basalt20/coding/file_ticks.h"
 #include "basalt20/revocation/budget.h"
+#include "basalt20/revocation/evidence_item.h"
 #include "basalt20/revocation/retrieval.h"
 #include "basalt20/revocation/revocation_mode.h"
+#include "basalt20/revocation/rule.h"
 #include "basalt20/revocation/signer_paths.h"
 #include "basalt20/surface/store.h"
 
@@ -18,20 +21,6 @@
 #include <vector>
 
 namespace basalt {
-
-enum class Standing { good, revoked, unknown };
-
-enum class EvidenceKind { crl, ocsp };
-enum class EvidenceSource { given, cache, network };
-
-// Why a standing is unknown.
-enum class UnknownCause {
-    none,        // it isn't
-    no_source,   // the certificate names none, and nothing lies at hand
-    unreachable, // a source is named and nothing usable came from it, or it couldn't be asked
-    too_old,     // there are statements, but none that is fresh enough, or made in time
-    not_covered, // statements cover some reasons only
-};
 
 // The list or answer that decided.
 struct DecidingEvidence {
@@ -59,7 +48,8 @@ struct StatusFinding {
 };
 
 // True when a certificate of that standing may pass: an unknown one under `available`, and under
-// `require` only when there is no source to ask.
+// `require` only when there is no source to ask. Never one that was buried under more junk than
+// could be looked at.
 bool passes(const StatusFinding& finding, RevocationMode mode);
 
 struct StatusQuestion {
@@ -68,6 +58,7 @@ struct StatusQuestion {
     RevocationMode mode = RevocationMode::require; // off: nothing is looked at
     bool is_signer = false; // element 0 of a time-stamp: a revocation without reason voids it
     bool may_fetch = false; // else stores and cache alone
+    StrengthLevel strength = StrengthLevel::floor; // of what signs lists and answers
 };
 
 class StatusCheck {

@@ -197,8 +197,9 @@ typedef struct _BASALT_REVOCATION_EVIDENCE {
 
 /// `dwRevocationResult`: 0 good, CRYPT_E_REVOKED, CRYPT_E_REVOCATION_OFFLINE when no source that is
 /// named has given a statement that counts, CRYPT_E_NO_REVOCATION_CHECK when the certificate names
-/// no source and none lies at hand. `pszRevocationOid` and `pCrlInfo` are null. `pvOidSpecificInfo`
-/// is a BASALT_REVOCATION_EVIDENCE, or null when nothing decided.
+/// no source and none lies at hand, or when not every reason is covered. `pszRevocationOid` and
+/// `pCrlInfo` are null. `pvOidSpecificInfo` is a BASALT_REVOCATION_EVIDENCE, or null when nothing
+/// decided.
 typedef struct _CERT_REVOCATION_INFO {
     DWORD cbSize;
     DWORD dwRevocationResult;
@@ -292,6 +293,16 @@ typedef struct _BASALT_TIME_STAMP_POLICY_PARA {
     const FILETIME* pCheckTime;
 } BASALT_TIME_STAMP_POLICY_PARA;
 
+/// What the time-stamp policy tells beside CRYPT_E_REVOKED where `pvExtraPolicyStatus` points to
+/// one with its `cbSize` set: whether the revocation came after the check time, for a reason that
+/// voids what was signed before too; when; and why (BASALT_REASON_NONE when not told).
+typedef struct _BASALT_TIME_STAMP_POLICY_STATUS {
+    DWORD cbSize;
+    BOOL fRevokedLater;
+    FILETIME ftRevoked;
+    DWORD dwReason;
+} BASALT_TIME_STAMP_POLICY_STATUS;
+
 /// Judges a chain. TRUE when the policy could run: the verdict is `pPolicyStatus->dwError`, 0 for a
 /// good chain. FALSE with ERROR_FILE_NOT_FOUND for an unknown policy and E_INVALIDARG for bad
 /// records. The time-stamp policy judges validity and revocation at the check time, whatever the
@@ -301,8 +312,9 @@ typedef struct _BASALT_TIME_STAMP_POLICY_PARA {
 /// with time stamping or any usage among them; none revoked before then, nor ever for compromise of
 /// its key. Codes: CERT_E_EXPIRED, CERT_E_UNTRUSTEDROOT, CERT_E_CHAINING, CERT_E_WRONG_USAGE,
 /// CERT_E_INVALID_NAME, CERT_E_INVALID_POLICY, CERT_E_MALFORMED, TRUST_E_CERT_SIGNATURE,
-/// TRUST_E_BASIC_CONSTRAINTS, TRUST_E_FAIL, CERT_E_CRITICAL, CRYPT_E_REVOKED and
-/// CRYPT_E_REVOCATION_OFFLINE.
+/// TRUST_E_BASIC_CONSTRAINTS, TRUST_E_FAIL, CERT_E_CRITICAL, CRYPT_E_REVOKED,
+/// CRYPT_E_REVOCATION_OFFLINE, and CRYPT_E_NO_REVOCATION_CHECK when what is known of a revocation
+/// doesn't cover every reason for one.
 BASALT_API BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID,
                                                  PCCERT_CHAIN_CONTEXT pChainContext,
                                                  CERT_CHAIN_POLICY_PARA* pPolicyPara,

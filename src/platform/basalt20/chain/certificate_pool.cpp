@@ -1,0 +1,213 @@
+#include "basalt20/chain/certificate_pool.h"
+
+#include "basalt20/chain/name_key.h"
+#include "basalt20/coding/flat_block.h"
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace basalt {
+
+namespace {
+
+constexpr std::size_t kMaxCertificateBytes = std::size_t{64} << 10;
+constexpr std::size_t kMaxNameBytes = std::size_t{4} << 10;
+constexpr std::size_t kMaxKeyBits = 8192;
+constexpr std::size_t kMaxExponentBytes = 8;
+constexpr std::size_t kMaxPreparedFromGiven = 100;
+
+constexpr std::string_view kRsaKeys[] = {"1.2.840.113549.1.1.1", "1.2.840.113549.1.1.10",
+                                         "1.2.840.113549.1.1.7", "2.5.8.1.1"};
+
+bool is_rsa(const CERT_PUBLIC_KEY_INFO& key) {
+    const std::string_view oid = key.Algorithm.pszObjId;
+    return std::find(std::begin(kRsaKeys), std::end(kRsaKeys), oid) != std::end(kRsaKeys);
+}
+
+// RSAPublicKey (RFC 8017, A.1.1).
+bool is_reasonable_rsa(const CERT_PUBLIC_KEY_INFO& key) {
+    try {
+        const Bytes bits(key.PublicKey.pbData, key.PublicKey.cbData);
+        DerReader numbers(sole_element(bits, tag::kSequence).contents);
+        const Bytes modulus = minimal_integer(numbers.take(tag::kInteger).contents);
+        const Bytes exponent = minimal_integer(numbers.take(tag::kInteger).contents);
+        // One more byte each for the sign.
+        return modulus.size() <= kMaxKeyBits / 8 + 1 && exponent.size() <= kMaxExponentBytes + 1;
+    } catch (const Fault&) {
+        return false;
+    }
+}
+
+bool is_reasonable(const CertificateItem& item) {
+    const CERT_INFO& info = item.body->info();
+    return item.encoded().size() <= kMaxCertificateBytes && info.Subject.cbData <= kMaxNameBytes &&
+           info.Issuer.cbData <= kMaxNameBytes &&
+           info.SubjectPublicKeyInfo.PublicKey.cbData <= kMaxKeyBits &&
+           (!is_rsa(info.SubjectPublicKeyInfo) || is_reasonable_rsa(info.SubjectPublicKeyInfo));
+}
+
+using ParsedName = OpensslOwner<X509_NAME, X509_NAME_free>;
+
+const X509_NAME* parsed(ParsedName& kept, Bytes encoded) {
+    if (!kept) {
+        const unsigned char* cursor = encoded.data();
+        kept.reset(d2i_X509_NAME(nullptr, &cursor, static_cast<long>(encoded.size())));
+    }
+    return kept.get();
+}
+
+bool is_same(const X509_NAME* a, const X509_NAME* b) {
+    return a != nullptr && b != nullptr && X509_NAME_cmp(a, b) == 0;
+}
+
+std::shared_ptr<CertificateItem> item_of(const CertificateEntry& entry) {
+    unsigned char* der = nullptr;
+    const int size = i2d_X509(entry->certificate.get(), &der);
+    require(size > 0, CRYPT_E_ASN1_CORRUPT);
+    const std::unique_ptr<unsigned char, void (*)(unsigned char*)> held(
+        der, [](unsigned char* bytes) { OPENSSL_free(bytes); });
+    auto item = std::make_shared<CertificateItem>();
+    item->body = std::make_shared<CertificateBody>(Bytes(der, static_cast<std::size_t>(size)));
+    return item;
+}
+
+} // namespace
+
+Bytes PoolCertificate::subject() const {
+    return bytes_of(info().Subject);
+}
+
+Bytes PoolCertificate::issuer() const {
+    return bytes_of(info().Issuer);
+}
+
+Bytes PoolCertificate::key_bits() const {
+    const CRYPT_BIT_BLOB& bits = info().SubjectPublicKeyInfo.PublicKey;
+    return {bits.pbData, bits.cbData};
+}
+
+bool PoolCertificate::is_valid_at(FileTicks at) const {
+    return basalt::is_valid_at(info(), at);
+}
+
+bool is_valid_at(const CERT_INFO& info, FileTicks at) {
+    return ticks_of(info.NotBefore) <= at && at < ticks_of(info.NotAfter) + kTicksPerSecond;
+}
+
+void CertificatePool::add_store(HCERTSTORE store, PoolSource source) {
+    if (store == nullptr) {
+        return;
+    }
+    const Snapshot<CertificateItem> certificates = store_of(store)->certificates();
+    for (const auto& item : *certificates) {
+        add(item, source);
+    }
+}
+
+void CertificatePool::add(std::shared_ptr<CertificateItem> item, PoolSource source) {
+    if (is_reasonable(*item)) {
+        const std::uint64_t key = name_key(bytes_of(item->body->info().Subject));
+        waiting_.emplace(key, Waiting{std::move(item), source});
+    }
+}
+
+PoolCertificate& CertificatePool::place(std::shared_ptr<CertificateItem> item) {
+    const std::uint64_t key = name_key(bytes_of(item->body->info().Subject));
+    settle(key);
+    PoolCertificate* known = find(*item);
+    return known != nullptr ? *known : insert(key, {std::move(item), PoolSource::machine});
+}
+
+PoolCertificate& CertificatePool::start(std::shared_ptr<CertificateItem> item) {
+    PoolCertificate& certificate = place(std::move(item));
+    if (!certificate.entry) {
+        certificate.entry = certificate.item->body->x509();
+    }
+    return certificate;
+}
+
+PoolCertificate& CertificatePool::start(const CertificateEntry& entry) {
+    PoolCertificate& certificate = place(item_of(entry));
+    if (!certificate.entry) {
+        certificate.entry = entry;
+    }
+    return certificate;
+}
+
+PoolCertificate* CertificatePool::find(const CertificateItem& item) const {
+    const auto found = by_digest_.find(item.body->digest());
+    return found == by_digest_.end() ? nullptr : found->second;
+}
+
+PoolCertificate& CertificatePool::insert(std::uint64_t key, Waiting waiting) {
+    PoolCertificate& certificate = certificates_.emplace_back();
+    certificate.item = std::move(waiting.item);
+    certificate.source = waiting.source;
+    by_key_[key].push_back(&certificate);
+    by_digest_[certificate.digest()] = &certificate;
+    return certificate;
+}
+
+// Moves what waits under that key, and the anchors of that key, into place.
+void CertificatePool::settle(std::uint64_t key) {
+    if (by_key_.find(key) == by_key_.end()) {
+        by_key_[key]; // the anchors come once
+        for (const TrustAnchors::Item& anchor : anchors_->by_key(key)) {
+            if (find(*anchor) == nullptr) {
+                insert(key, {anchor, PoolSource::machine}).is_anchor = true;
+            }
+        }
+    }
+    const auto [first, last] = waiting_.equal_range(key);
+    for (auto it = first; it != last; ++it) {
+        PoolCertificate* same = find(*it->second.item);
+        if (same == nullptr) {
+            insert(key, it->second);
+        } else if (it->second.source == PoolSource::machine) {
+            same->source = PoolSource::machine;
+        }
+    }
+    waiting_.erase(first, last);
+}
+
+std::vector<PoolCertificate*> CertificatePool::by_subject(Bytes subject) {
+    const std::uint64_t key = name_key(subject);
+    settle(key);
+    ParsedName wanted;
+    std::vector<PoolCertificate*> found;
+    for (PoolCertificate* certificate : by_key_[key]) {
+        if (same_bytes(certificate->subject(), subject) ||
+            is_same(parsed(wanted, subject),
+                    parsed(certificate->parsed_subject, certificate->subject()))) {
+            found.push_back(certificate);
+        }
+    }
+    ERR_clear_error();
+    return found;
+}
+
+bool CertificatePool::prepare(PoolCertificate& certificate) {
+    if (certificate.entry || certificate.left_out) {
+        return !certificate.left_out;
+    }
+    if (certificate.source == PoolSource::given) {
+        if (prepared_from_given_ >= kMaxPreparedFromGiven) {
+            return false;
+        }
+        ++prepared_from_given_;
+    }
+    try {
+        certificate.entry = certificate.item->body->x509();
+        const EVP_PKEY* key = certificate.entry->key ? certificate.entry->key->get() : nullptr;
+        certificate.left_out =
+            key == nullptr || static_cast<std::size_t>(EVP_PKEY_get_bits(key)) > kMaxKeyBits;
+    } catch (const Fault&) {
+        certificate.left_out = true; // one that OpenSSL can't read is no candidate
+    }
+    return !certificate.left_out;
+}
+
+} // namespace basalt

@@ -1,0 +1,87 @@
+// What the search for paths may choose from: each certificate once, found by subject and taken
+// apart only when it is tried. Anchors are marked. Certificates that nobody honest makes are left
+// out: over 64 KiB, names over 4 KiB, keys over 8192 bits, RSA exponents over 64; and of what came
+// with the question a hundred at most are tried. One object a session, for one thread; a
+// certificate that can't be read is no candidate, nothing fails but for lack of memory.
+#pragma once
+
+#include "basalt20/chain/trust_anchors.h"
+#include "basalt20/coding/file_ticks.h"
+#include "basalt20/coding/openssl_owner.h"
+#include "basalt20/revocation/signer_paths.h"
+
+#include <deque>
+#include <map>
+
+namespace basalt {
+
+enum class PoolSource { machine, given };
+
+struct PoolCertificate {
+    std::shared_ptr<CertificateItem> item;
+    PoolSource source = PoolSource::machine;
+    bool is_anchor = false;
+    bool left_out = false;
+    CertificateEntry entry; // null until it is tried
+
+    // What the search remembers: issuers' keys, and whether they made this certificate's signature.
+    std::vector<std::pair<Bytes, bool>> tried_keys;
+
+    // The subject taken apart, for comparing with names written otherwise.
+    OpensslOwner<X509_NAME, X509_NAME_free> parsed_subject;
+
+    const CERT_INFO& info() const { return item->body->info(); }
+    const Sha256& digest() const { return item->body->digest(); }
+    X509* openssl() const { return entry->certificate.get(); }
+    Bytes subject() const;
+    Bytes issuer() const;
+    Bytes key_bits() const;
+    bool is_valid_at(FileTicks at) const;
+};
+
+// notAfter names a whole second: a moment within it is still inside.
+bool is_valid_at(const CERT_INFO& info, FileTicks at);
+
+class CertificatePool {
+public:
+    explicit CertificatePool(std::shared_ptr<const TrustAnchors> anchors)
+        : anchors_(std::move(anchors)) {}
+    CertificatePool(const CertificatePool&) = delete;
+    CertificatePool& operator=(const CertificatePool&) = delete;
+
+    // Null is passed over.
+    void add_store(HCERTSTORE store, PoolSource source);
+    void add(std::shared_ptr<CertificateItem> item, PoolSource source);
+
+    // A certificate that a path begins with. Fault CRYPT_E_ASN1_CORRUPT when OpenSSL can't read it.
+    PoolCertificate& start(std::shared_ptr<CertificateItem> item);
+    PoolCertificate& start(const CertificateEntry& entry);
+
+    // All with that subject. Those with `entry` null haven't been tried yet: see prepare.
+    std::vector<PoolCertificate*> by_subject(Bytes subject);
+
+    // Makes `entry`. False when the certificate can't be used or too many have been tried.
+    bool prepare(PoolCertificate& certificate);
+
+    std::size_t prepared_from_given() const { return prepared_from_given_; }
+
+private:
+    struct Waiting {
+        std::shared_ptr<CertificateItem> item;
+        PoolSource source;
+    };
+
+    PoolCertificate* find(const CertificateItem& item) const;
+    PoolCertificate& insert(std::uint64_t key, Waiting waiting);
+    PoolCertificate& place(std::shared_ptr<CertificateItem> item);
+    void settle(std::uint64_t key);
+
+    std::shared_ptr<const TrustAnchors> anchors_;
+    std::unordered_multimap<std::uint64_t, Waiting> waiting_;
+    std::unordered_map<std::uint64_t, std::vector<PoolCertificate*>> by_key_;
+    std::map<Sha256, PoolCertificate*> by_digest_;
+    std::deque<PoolCertificate> certificates_;
+    std::size_t prepared_from_given_ = 0;
+};
+
+} // namespace basalt

@@ -1,0 +1,352 @@
+#include "basalt20/chain/chain_session.h"
+
+#include "basalt20/chain/name_key.h"
+
+#include <openssl/x509_vfy.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+StoreReference open_system_store(const char* name) {
+    return StoreReference(CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0,
+                                        CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,
+                                        name));
+}
+
+BudgetLimits limits_for(const ChainSettings& settings) {
+    BudgetLimits limits;
+    limits.fetching_time = std::min(limits.fetching_time, settings.fetching_time);
+    return limits;
+}
+
+Path path_of_judgement(const Judgement& judgement) {
+    Path path;
+    for (const JudgedElement& element : judgement.elements) {
+        path.push_back(element.certificate);
+    }
+    return path;
+}
+
+CertificatePath entries_of(const Path& path) {
+    CertificatePath entries;
+    for (const PoolCertificate* certificate : path) {
+        entries.push_back(certificate->entry);
+    }
+    return entries;
+}
+
+bool any_wrong(const Judgement& judgement, bool (*is_wrong)(const JudgedElement&)) {
+    return std::any_of(judgement.elements.begin(), judgement.elements.end(), is_wrong);
+}
+
+// As far as it can be told before revocation.
+JudgedTo judged_to(const Judgement& judgement) {
+    if (!judgement.ends_in_anchor ||
+        any_wrong(judgement, [](const JudgedElement& e) { return !e.errors.empty(); })) {
+        return JudgedTo::structure;
+    }
+    if (any_wrong(judgement, [](const JudgedElement& e) { return e.out_of_time; })) {
+        return JudgedTo::validity;
+    }
+    if (any_wrong(judgement, [](const JudgedElement& e) { return e.misused; })) {
+        return JudgedTo::usage;
+    }
+    return JudgedTo::revocation;
+}
+
+bool all_pass(const Judgement& judgement) {
+    return !any_wrong(judgement, [](const JudgedElement& e) { return !e.status_passes; });
+}
+
+bool any_revoked(const Judgement& judgement) {
+    return any_wrong(judgement, [](const JudgedElement& e) {
+        return e.status && e.status->standing == Standing::revoked;
+    });
+}
+
+// Asking its sources could still tell.
+bool is_open(const StatusFinding& finding) {
+    return finding.standing == Standing::unknown && finding.cause != UnknownCause::no_source;
+}
+
+bool any_open(const Judgement& judgement) {
+    return any_wrong(judgement,
+                     [](const JudgedElement& e) { return e.status && is_open(*e.status); });
+}
+
+int weak_key_error(std::size_t index) {
+    return index == 0 ? X509_V_ERR_EE_KEY_TOO_SMALL : X509_V_ERR_CA_KEY_TOO_SMALL;
+}
+
+} // namespace
+
+ChainSession::ChainSession(ChainSettings settings, SessionRequest request)
+    : settings_(std::move(settings)), request_(std::move(request)), pool_(settings_.anchors),
+      budget_(limits_for(settings_)), retrieval_(budget_), issuers_(pool_, retrieval_),
+      end_(pool_.start(request_.end)) {
+    if (settings_.revocation == RevocationMode::off) {
+        request_.revocation = RevocationScope::none;
+    }
+    request_.may_fetch = request_.may_fetch && settings_.may_fetch;
+    pool_.add_store(request_.additional, PoolSource::given);
+    std::vector<HCERTSTORE> evidence{request_.additional};
+    for (const auto& store : settings_.stores) {
+        pool_.add_store(store.get(), PoolSource::machine);
+        evidence.push_back(store.get());
+    }
+    if (request_.revocation != RevocationScope::none) {
+        authorities_ = open_system_store("CA");
+        evidence.push_back(authorities_.get());
+    }
+    SignerPaths& paths = *this;
+    status_ = std::make_unique<StatusCheck>(budget_, retrieval_, paths, std::move(evidence));
+}
+
+ChainSession::~ChainSession() = default;
+
+std::vector<CertificateEntry> ChainSession::named(const X509_NAME* subject) {
+    std::vector<CertificateEntry> found;
+    for (PoolCertificate* certificate : pool_.by_subject(bytes_of(subject))) {
+        if (pool_.prepare(*certificate)) {
+            found.push_back(certificate->entry);
+        }
+    }
+    return found;
+}
+
+CertificatePath ChainSession::path_of(const CertificateEntry& signer,
+                                      const CertificateEntry& anchor, FileTicks at) {
+    CertificatePath found;
+    PathSearch search(pool_, budget_, counts_, at);
+    search.run(pool_.start(signer), [&](const Path& path) {
+        const auto is_weak = [&](Strength strength) {
+            return !passes(strength, settings_.strength);
+        };
+        const auto is_late = [&](const PoolCertificate* c) { return !c->is_valid_at(at); };
+        const std::vector<Strength> found_strengths = strengths(path);
+        const PathErrors& errors = structure_of(path);
+        const bool good =
+            path.back()->entry == anchor && std::none_of(path.begin(), path.end() - 1, is_late) &&
+            std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
+            std::all_of(errors.begin(), errors.end(), [](const auto& e) { return e.empty(); });
+        if (good) {
+            found = entries_of(path);
+            found.front() = signer;
+        }
+        return good;
+    });
+    return found;
+}
+
+Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
+    const std::lock_guard lock(mutex_);
+    const Question question{at, now(), usage};
+    counts_ = {};
+    considered_.clear();
+    accepted_.reset();
+    best_refused_.reset();
+    open_.clear();
+    std::optional<Judgement> found = search(question);
+    if (!found && !system_stores_added_) {
+        // The folders of the system stores are read only when the rest doesn't do.
+        add_system_stores();
+        found = search(question);
+    }
+    if (!found) {
+        found = ask_network(question);
+    }
+    // Only where the way up lacks a certificate: what ends in an unknown root lacks none.
+    while (!found && !reached_anchor_ && !is_self_signed(*longest_.back()) &&
+           issuers_.fetch_for(dead_ends_, request_.may_fetch)) {
+        found = search(question);
+        if (!found) {
+            found = ask_network(question);
+        }
+    }
+    if (!found) {
+        found = best_refused_ ? std::move(best_refused_) : incomplete(question);
+    }
+    keep_prepared(*found);
+    return std::move(*found);
+}
+
+std::optional<Judgement> ChainSession::search(const Question& question) {
+    PathSearch search(pool_, budget_, counts_, question.at);
+    search.run(end_, [&](const Path& path) { return consider(path, question); });
+    reached_anchor_ = search.reached_anchor() || best_refused_ || !open_.empty();
+    longest_ = search.longest();
+    dead_ends_ = search.dead_ends();
+    return std::exchange(accepted_, std::nullopt);
+}
+
+bool ChainSession::consider(const Path& path, const Question& question) {
+    if (!considered_.insert(path).second) {
+        --counts_.judged_paths; // judged by an earlier search
+        return false;
+    }
+    Judgement judgement = judge_path(path, question);
+    if (judgement.judged_to == JudgedTo::revocation) {
+        judge_revocation(judgement, question, false);
+        if (request_.may_fetch && any_open(judgement) && !any_revoked(judgement)) {
+            open_.push_back(std::move(judgement));
+            return false;
+        }
+    }
+    if (judgement.good()) {
+        accepted_ = std::move(judgement);
+        return true;
+    }
+    if (!best_refused_ || judgement.judged_to > best_refused_->judged_to) {
+        best_refused_ = std::move(judgement);
+    }
+    return false;
+}
+
+const PathErrors& ChainSession::structure_of(const Path& path) {
+    const auto found = structures_.find(path);
+    if (found != structures_.end()) {
+        return found->second;
+    }
+    return structures_[path] = structure_errors(path, request_.policies);
+}
+
+Judgement ChainSession::judge_path(const Path& path, const Question& question) {
+    Judgement judgement;
+    judgement.ends_in_anchor = path.back()->is_anchor;
+    const PathErrors& errors = structure_of(path);
+    const std::vector<Strength> found_strengths = strengths(path);
+    const std::vector<bool> late = out_of_time(path, question.at);
+    const std::vector<bool> used_wrong = misused(path, question.usage);
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        JudgedElement element;
+        element.certificate = path[i];
+        element.errors = errors[i];
+        if (!passes(found_strengths[i], settings_.strength)) {
+            element.errors.push_back(weak_key_error(i));
+        }
+        element.aged = found_strengths[i] == Strength::aged;
+        element.out_of_time = late[i];
+        element.misused = used_wrong[i];
+        judgement.elements.push_back(std::move(element));
+    }
+    judgement.judged_to = judged_to(judgement);
+    return judgement;
+}
+
+bool ChainSession::checks(const Judgement& judgement, std::size_t index) const {
+    // The last one has no issuer here: an anchor is trusted by itself.
+    return index + 1 < judgement.elements.size() &&
+           (request_.revocation == RevocationScope::all_but_anchor ||
+            (request_.revocation == RevocationScope::end_only && index == 0));
+}
+
+// Goes on behind an unknown one: whether another is revoked is worth more.
+void ChainSession::judge_revocation(Judgement& judgement, const Question& question,
+                                    bool may_fetch) {
+    const CertificatePath entries = entries_of(path_of_judgement(judgement));
+    StatusQuestion status{question.at, question.now, settings_.revocation, false, may_fetch};
+    for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
+        if (!checks(judgement, i)) {
+            continue;
+        }
+        JudgedElement& element = judgement.elements[i];
+        status.is_signer = i == 0;
+        element.status = status_->judge(entries, i, status);
+        element.status_passes = passes(*element.status, settings_.revocation);
+        if (element.status->key_is_compromised()) {
+            compromised_keys_.push_back(element.certificate->key_bits());
+        }
+        if (element.status->standing == Standing::revoked) {
+            return;
+        }
+    }
+    // A key in strange hands makes no path good, whichever certificate says so.
+    if (!mark_compromised_keys(judgement) && all_pass(judgement)) {
+        judgement.judged_to = JudgedTo::good;
+    }
+}
+
+bool ChainSession::mark_compromised_keys(Judgement& judgement) const {
+    bool any = false;
+    for (JudgedElement& element : judgement.elements) {
+        element.key_is_compromised =
+            std::any_of(compromised_keys_.begin(), compromised_keys_.end(), [&](Bytes key) {
+                return same_bytes(element.certificate->key_bits(), key);
+            });
+        any = any || element.key_is_compromised;
+    }
+    return any;
+}
+
+std::optional<Judgement> ChainSession::ask_network(const Question& question) {
+    for (Judgement& judgement : open_) {
+        judgement.judged_to = JudgedTo::revocation;
+        if (budget_.take_fetching_path()) {
+            judge_revocation(judgement, question, true);
+        }
+        if (judgement.good()) {
+            return std::move(judgement);
+        }
+        if (!best_refused_ || judgement.judged_to > best_refused_->judged_to) {
+            best_refused_ = std::move(judgement);
+        }
+    }
+    open_.clear();
+    return std::nullopt;
+}
+
+// The longest way up, or one by names, so that a bad signature can be told from a missing issuer.
+Judgement ChainSession::incomplete(const Question& question) {
+    Path path = longest_;
+    bool by_names = false;
+    if (!is_self_signed(*path.back())) {
+        PathSearch search(pool_, budget_, counts_, question.at);
+        by_names = search.run_by_names(end_, [&](const Path& found) {
+            path = found;
+            return true;
+        });
+    }
+    Judgement judgement = judge_path(path, question);
+    judgement.judged_to = JudgedTo::structure;
+    for (std::size_t i = 0; by_names && i + 1 < path.size(); ++i) {
+        if (!is_signed_by(pool_, budget_, *path[i], *path[i + 1])) {
+            std::vector<int>& errors = judgement.elements[i].errors;
+            errors.insert(errors.begin(), X509_V_ERR_CERT_SIGNATURE_FAILURE);
+        }
+    }
+    if (!judgement.ends_in_anchor) {
+        judgement.elements.back().errors.push_back(
+            is_self_signed(*path.back()) ? X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN
+                                         : X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY);
+    }
+    return judgement;
+}
+
+void ChainSession::add_system_stores() {
+    system_stores_added_ = true;
+    if (!settings_.uses_system_stores) {
+        return;
+    }
+    if (!authorities_) {
+        authorities_ = open_system_store("CA");
+    }
+    own_ = open_system_store("My");
+    pool_.add_store(authorities_.get(), PoolSource::machine);
+    pool_.add_store(own_.get(), PoolSource::machine);
+}
+
+// What ended in an anchor will be seen again, and can't have been made to fill the cache.
+void ChainSession::keep_prepared(const Judgement& judgement) {
+    if (!judgement.ends_in_anchor || judgement.judged_to == JudgedTo::structure) {
+        return;
+    }
+    for (const JudgedElement& element : judgement.elements) {
+        keep_x509(element.certificate->digest(), element.certificate->entry);
+    }
+    issuers_.keep_for(path_of_judgement(judgement));
+}
+
+} // namespace basalt

@@ -1,0 +1,119 @@
+// Everything that belongs to one question about one certificate: what there is to choose from, what
+// has been verified and fetched, and what it may cost. Judges at one moment after another without
+// doing anything twice. The network is asked in judge() alone, and only for a path that is good but
+// for what is asked. Any thread, one at a time.
+#pragma once
+
+#include "basalt20/chain/chain_settings.h"
+#include "basalt20/chain/issuer_fetch.h"
+#include "basalt20/chain/path_judgement.h"
+#include "basalt20/revocation/status_check.h"
+
+#include <map>
+#include <mutex>
+#include <set>
+
+namespace basalt {
+
+enum class RevocationScope { none, end_only, all_but_anchor };
+
+struct SessionRequest {
+    std::shared_ptr<CertificateItem> end;
+    HCERTSTORE additional = nullptr; // an open store, or null; must outlive the session
+    std::vector<std::string> policies;
+    RevocationScope revocation = RevocationScope::none;
+    bool may_fetch = true;
+};
+
+struct JudgedElement {
+    PoolCertificate* certificate = nullptr;
+    std::vector<int> errors; // X509_V_ERR numbers: constraints, strength, missing or bad issuers
+    bool out_of_time = false;
+    bool misused = false;
+    bool aged = false;
+    bool key_is_compromised = false;     // by what another certificate of that key has told
+    std::optional<StatusFinding> status; // nothing when it wasn't asked for
+    bool status_passes = true;
+};
+
+// How far a path came; the farther, the better it tells what is wrong.
+enum class JudgedTo { structure, validity, usage, revocation, good };
+
+struct Judgement {
+    std::vector<JudgedElement> elements; // never empty
+    bool ends_in_anchor = false;
+    JudgedTo judged_to = JudgedTo::structure;
+
+    bool good() const { return judged_to == JudgedTo::good; }
+};
+
+class ChainSession final : private SignerPaths {
+public:
+    // Fault CRYPT_E_ASN1_CORRUPT when OpenSSL can't read the certificate itself.
+    ChainSession(ChainSettings settings, SessionRequest request);
+    ~ChainSession() override;
+    ChainSession(const ChainSession&) = delete;
+    ChainSession& operator=(const ChainSession&) = delete;
+
+    // The first good path at `at`, or else the best of the others. `usage` names what is asked.
+    Judgement judge(FileTicks at, const UsageQuestion& usage);
+
+    RevocationMode revocation_mode() const { return settings_.revocation; }
+    FileTicks now() const { return settings_.now ? *settings_.now : now_in_ticks(); }
+
+    // What it has cost so far.
+    const Budget& budget() const { return budget_; }
+    const SearchCounts& counts() const { return counts_; }
+    unsigned exchanges() const { return retrieval_.exchanges(); }
+
+private:
+    struct Question {
+        FileTicks at = 0;
+        FileTicks now = 0;
+        const UsageQuestion& usage;
+    };
+
+    std::vector<CertificateEntry> named(const X509_NAME* subject) override;
+    CertificatePath path_of(const CertificateEntry& signer, const CertificateEntry& anchor,
+                            FileTicks at) override;
+
+    std::optional<Judgement> search(const Question& question);
+    bool consider(const Path& path, const Question& question);
+    Judgement judge_path(const Path& path, const Question& question);
+    const PathErrors& structure_of(const Path& path);
+    void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
+    bool checks(const Judgement& judgement, std::size_t index) const;
+    std::optional<Judgement> ask_network(const Question& question);
+    Judgement incomplete(const Question& question);
+    bool mark_compromised_keys(Judgement& judgement) const;
+    void add_system_stores();
+    void keep_prepared(const Judgement& judgement);
+
+    ChainSettings settings_;
+    SessionRequest request_;
+    std::mutex mutex_;
+    StoreReference authorities_; // the system store `CA`
+    StoreReference own_;         // and `My`
+    bool system_stores_added_ = false;
+    CertificatePool pool_;
+    Budget budget_;
+    Retrieval retrieval_;
+    IssuerFetch issuers_;
+    std::unique_ptr<StatusCheck> status_;
+    PoolCertificate& end_;
+    SearchCounts counts_;
+
+    std::map<Path, PathErrors> structures_;
+    std::vector<Bytes> compromised_keys_;
+
+    // Of the judgement that is under way.
+    std::set<Path> considered_;
+    std::optional<Judgement> accepted_;
+    std::optional<Judgement> best_refused_;
+    std::vector<Judgement> open_; // good but for statements that could be fetched
+    bool reached_anchor_ = false;
+    Path longest_;
+    std::vector<PoolCertificate*> dead_ends_;
+};
+
+} // namespace basalt

@@ -1,0 +1,28 @@
+// By what a chain is judged: anchors, candidates, revocation, strength, the present moment.
+#pragma once
+
+#include "basalt20/certificate/strength.h"
+#include "basalt20/chain/trust_anchors.h"
+#include "basalt20/coding/file_ticks.h"
+#include "basalt20/revocation/revocation_mode.h"
+#include "basalt20/store/certificate_reference.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace basalt {
+
+struct ChainSettings {
+    std::shared_ptr<const TrustAnchors> anchors;
+    RevocationMode revocation = RevocationMode::require;
+    StrengthLevel strength = StrengthLevel::floor;
+    std::optional<FileTicks> now; // nothing: the clock
+    bool may_fetch = true;
+    std::chrono::milliseconds fetching_time{15000};
+    bool uses_system_stores = true;            // `CA` and `My` as candidates
+    std::vector<std::shared_ptr<void>> stores; // candidates beside those of the question
+};
+
+} // namespace basalt

@@ -1,0 +1,129 @@
+#include "basalt20/chain/issuer_fetch.h"
+
+#include "basalt20/coding/signed_message.h"
+#include "basalt20/network/retrieval_cache.h"
+
+#include <openssl/err.h>
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+constexpr unsigned kMaxExchanges = 4;
+constexpr std::size_t kMaxInOneBag = 32;
+
+std::string cache_key(const std::string& url) {
+    return "issuers\n" + url;
+}
+
+std::vector<std::string> issuer_addresses(X509* certificate) {
+    const OpensslOwner<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_free> access(
+        static_cast<AUTHORITY_INFO_ACCESS*>(
+            X509_get_ext_d2i(certificate, NID_info_access, nullptr, nullptr)));
+    std::vector<std::string> addresses;
+    for (int i = 0; access && i < sk_ACCESS_DESCRIPTION_num(access.get()); ++i) {
+        const ACCESS_DESCRIPTION* entry = sk_ACCESS_DESCRIPTION_value(access.get(), i);
+        if (OBJ_obj2nid(entry->method) != NID_ad_ca_issuers || entry->location->type != GEN_URI) {
+            continue;
+        }
+        if (auto url = fetchable_address(entry->location->d.uniformResourceIdentifier);
+            url && addresses.size() < kMaxExchanges) {
+            addresses.push_back(std::move(*url));
+        }
+    }
+    ERR_clear_error();
+    return addresses;
+}
+
+std::shared_ptr<CertificateItem> item_of(Bytes encoded) {
+    auto item = std::make_shared<CertificateItem>();
+    item->body = std::make_shared<CertificateBody>(encoded);
+    return item;
+}
+
+// A single certificate, or a message of signed data with nothing but certificates.
+std::vector<std::shared_ptr<CertificateItem>> certificates_of(Bytes body) {
+    try {
+        return {item_of(body)};
+    } catch (const Fault&) {
+        // No certificate; a bag, then.
+    }
+    std::vector<std::shared_ptr<CertificateItem>> items;
+    try {
+        const SignedMessage message(body, false);
+        for (const Bytes encoded : message.certificates()) {
+            if (items.size() < kMaxInOneBag) {
+                items.push_back(item_of(encoded));
+            }
+        }
+    } catch (const Fault&) {
+        // What was read so far may still help.
+    }
+    return items;
+}
+
+} // namespace
+
+bool IssuerFetch::fetch_for(const std::vector<PoolCertificate*>& certificates,
+                            bool may_ask_network) {
+    std::vector<std::string> addresses;
+    for (const PoolCertificate* certificate : certificates) {
+        for (std::string& url : issuer_addresses(certificate->openssl())) {
+            addresses.push_back(std::move(url));
+        }
+    }
+    bool any = false;
+    for (const std::string& url : addresses) {
+        if (looked_up_.insert(url).second) {
+            const std::optional<CachedObject> cached = cached_object(cache_key(url));
+            any = (cached && take(url, cached->bytes, false)) || any;
+        }
+    }
+    for (const std::string& url : addresses) {
+        if (any || !may_ask_network || exchanges_ >= kMaxExchanges) {
+            break;
+        }
+        if (asked_.insert(url).second) {
+            ++exchanges_;
+            const auto body = retrieval_.get(url);
+            any = body && take(url, *body, true);
+        }
+    }
+    return any;
+}
+
+bool IssuerFetch::take(const std::string& url, const std::vector<BYTE>& body, bool from_network) {
+    bool any = false;
+    Fetched fetched{url, {}, {}};
+    for (auto& item : certificates_of(body)) {
+        const Sha256& digest = item->body->digest();
+        fetched.certificates.insert(digest);
+        if (seen_.insert(digest).second) {
+            pool_.add(std::move(item), PoolSource::given);
+            any = true;
+        }
+    }
+    if (from_network) {
+        fetched.body = body;
+        fetched_.push_back(std::move(fetched));
+    }
+    return any;
+}
+
+void IssuerFetch::keep_for(const std::vector<PoolCertificate*>& path) {
+    for (const Fetched& fetched : fetched_) {
+        const bool is_used =
+            std::any_of(path.begin(), path.end(), [&](const PoolCertificate* certificate) {
+                return fetched.certificates.contains(certificate->digest());
+            });
+        if (is_used) {
+            cache_object(cache_key(fetched.url), fetched.body);
+        }
+    }
+    fetched_.clear();
+}
+
+} // namespace basalt

@@ -1,0 +1,43 @@
+// Missing issuers, from where certificates say that they lie (authorityInfoAccess, caIssuers: a
+// certificate, or a bag of them). What comes is a candidate like any other. First what lies in the
+// cache, then the network: four exchanges at most for one object, within the budget's deadline.
+#pragma once
+
+#include "basalt20/chain/certificate_pool.h"
+#include "basalt20/revocation/retrieval.h"
+
+#include <set>
+
+namespace basalt {
+
+class IssuerFetch {
+public:
+    IssuerFetch(CertificatePool& pool, Retrieval& retrieval) : pool_(pool), retrieval_(retrieval) {}
+
+    // True when new candidates came from the addresses of these certificates; the network is asked
+    // only when the cache gave none.
+    bool fetch_for(const std::vector<PoolCertificate*>& certificates, bool may_ask_network);
+
+    // Keeps those bodies that one of these certificates came in: a path with them has been found
+    // good.
+    void keep_for(const std::vector<PoolCertificate*>& path);
+
+private:
+    struct Fetched {
+        std::string url;
+        std::vector<BYTE> body;
+        std::set<Sha256> certificates;
+    };
+
+    bool take(const std::string& url, const std::vector<BYTE>& body, bool from_network);
+
+    CertificatePool& pool_;
+    Retrieval& retrieval_;
+    unsigned exchanges_ = 0;
+    std::set<std::string> looked_up_;
+    std::set<std::string> asked_;
+    std::set<Sha256> seen_;
+    std::vector<Fetched> fetched_;
+};
+
+} // namespace basalt

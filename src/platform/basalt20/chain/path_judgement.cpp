@@ -1,0 +1,280 @@
+#include "basalt20/chain/path_judgement.h"
+
+#include "basalt20/coding/openssl_owner.h"
+
+#include <openssl/err.h>
+#include <openssl/x509_vfy.h>
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace basalt {
+
+namespace {
+
+constexpr int kNoBoundOnDepth = 64;
+constexpr char kAnyUsage[] = "2.5.29.37.0";
+constexpr char kTimeStamping[] = "1.3.6.1.5.5.7.3.8";
+
+struct FreeStackOnly {
+    void operator()(STACK_OF(X509) * stack) const noexcept { sk_X509_free(stack); }
+};
+using StackOwner = std::unique_ptr<STACK_OF(X509), FreeStackOnly>;
+using Usages = OpensslOwner<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free>;
+
+// What the verifier's callbacks work on: the certificates that it sees, and what it finds.
+struct Verification {
+    std::vector<X509*> path;
+    PathErrors* errors;
+};
+
+Verification& verification_of(X509_STORE_CTX* context) {
+    return *static_cast<Verification*>(X509_STORE_CTX_get_app_data(context));
+}
+
+// The path is given: whoever comes next in it is the issuer.
+int is_next(X509_STORE_CTX* context, X509* certificate, X509* issuer) {
+    const std::vector<X509*>& path = verification_of(context).path;
+    const auto found = std::find(path.begin(), path.end(), certificate);
+    return found != path.end() && found + 1 != path.end() && *(found + 1) == issuer ? 1 : 0;
+}
+
+// Goes on after each error, so that all of them are known in the end.
+int note_error(int ok, X509_STORE_CTX* context) {
+    if (ok == 0) {
+        Verification& verification = verification_of(context);
+        const int depth = std::max(X509_STORE_CTX_get_error_depth(context), 0);
+        const std::size_t index =
+            std::min(static_cast<std::size_t>(depth), verification.path.size() - 1);
+        (*verification.errors)[index].push_back(X509_STORE_CTX_get_error(context));
+    }
+    return 1;
+}
+
+// In the place of the verifier's last step: the search has verified the signatures, and validity is
+// judged elsewhere. What is left is whether the keys may sign certificates at all.
+int check_signers(X509_STORE_CTX* context) {
+    const Verification& verification = verification_of(context);
+    for (std::size_t i = 1; i < verification.path.size(); ++i) {
+        if ((X509_get_key_usage(verification.path[i]) & KU_KEY_CERT_SIGN) == 0) {
+            (*verification.errors)[i].push_back(X509_V_ERR_KEYUSAGE_NO_CERTSIGN);
+        }
+    }
+    return 1;
+}
+
+// A store without content: all that the verifier uses is handed over apart.
+X509_STORE* position_store() {
+    static X509_STORE* const store = [] {
+        X509_STORE* made = X509_STORE_new();
+        if (made != nullptr) {
+            X509_STORE_set_check_issued(made, is_next);
+            X509_STORE_set_verify(made, check_signers);
+            X509_STORE_set_verify_cb(made, note_error);
+        }
+        return made;
+    }();
+    return store;
+}
+
+void set_policies(X509_VERIFY_PARAM* param, const std::vector<std::string>& policies) {
+    for (const std::string& policy : policies) {
+        ASN1_OBJECT* object = OBJ_txt2obj(policy.c_str(), 1);
+        require(object != nullptr, E_INVALIDARG);
+        if (X509_VERIFY_PARAM_add0_policy(param, object) != 1) {
+            ASN1_OBJECT_free(object);
+            fail(E_OUTOFMEMORY);
+        }
+    }
+    if (!policies.empty()) {
+        X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_EXPLICIT_POLICY);
+    }
+}
+
+void run_verifier(const std::vector<X509*>& path, const std::vector<std::string>& policies,
+                  PathErrors& errors) {
+    const StackOwner between(sk_X509_new_null());
+    const StackOwner anchor(sk_X509_new_null());
+    const OpensslOwner<X509_STORE_CTX, X509_STORE_CTX_free> context(X509_STORE_CTX_new());
+    require(between && anchor && context && position_store() != nullptr, E_OUTOFMEMORY);
+    sk_X509_push(anchor.get(), path.back());
+    for (std::size_t i = 1; i + 1 < path.size(); ++i) {
+        sk_X509_push(between.get(), path[i]);
+    }
+    require(X509_STORE_CTX_init(context.get(), position_store(), path.front(), between.get()) == 1,
+            E_OUTOFMEMORY);
+    Verification verification{path, &errors};
+    X509_STORE_CTX_set0_trusted_stack(context.get(), anchor.get());
+    X509_STORE_CTX_set_app_data(context.get(), &verification);
+    X509_VERIFY_PARAM* param = X509_STORE_CTX_get0_param(context.get());
+    // Every anchor is trusted for what it is, a root or not.
+    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_POLICY_CHECK |
+                                           X509_V_FLAG_NO_CHECK_TIME);
+    X509_VERIFY_PARAM_set_depth(param, kNoBoundOnDepth);
+    set_policies(param, policies);
+    const bool ran = X509_verify_cert(context.get()) == 1;
+    ERR_clear_error();
+    const int used = sk_X509_num(X509_STORE_CTX_get0_chain(context.get()));
+    if (!ran || used != static_cast<int>(path.size())) {
+        errors.front().push_back(X509_V_ERR_UNSPECIFIED);
+    }
+}
+
+// The verifier takes a certificate with one name twice and no key identifiers for a root of its own
+// and stops there.
+std::size_t verifier_end(const std::vector<X509*>& path) {
+    std::size_t end = 0;
+    while (end + 1 < path.size() && (X509_get_extension_flags(path[end]) & EXFLAG_SS) == 0) {
+        ++end;
+    }
+    return end;
+}
+
+bool names_are_allowed(X509* certificate, NAME_CONSTRAINTS* constraints) {
+    return NAME_CONSTRAINTS_check(certificate, constraints) == X509_V_OK;
+}
+
+// What the certificates above the verifier's end say about those below it.
+void check_across(const std::vector<X509*>& path, std::size_t end, PathErrors& errors) {
+    using Constraints = OpensslOwner<NAME_CONSTRAINTS, NAME_CONSTRAINTS_free>;
+    for (std::size_t i = end + 1; i < path.size(); ++i) {
+        const Constraints constraints(static_cast<NAME_CONSTRAINTS*>(
+            X509_get_ext_d2i(path[i], NID_name_constraints, nullptr, nullptr)));
+        for (std::size_t below = 0; constraints && below <= end; ++below) {
+            const bool self_issued = (X509_get_extension_flags(path[below]) & EXFLAG_SI) != 0;
+            if ((below == 0 || !self_issued) &&
+                !names_are_allowed(path[below], constraints.get())) {
+                errors[below].push_back(X509_V_ERR_PERMITTED_VIOLATION);
+            }
+        }
+        // Policies can't be followed across; demands on them close.
+        if (X509_get_ext_by_NID(path[i], NID_policy_constraints, -1) >= 0 ||
+            X509_get_ext_by_NID(path[i], NID_inhibit_any_policy, -1) >= 0) {
+            errors[i].push_back(X509_V_ERR_NO_EXPLICIT_POLICY);
+        }
+    }
+}
+
+// RFC 5280, 6.1.4 (k), (l) and (m). The verifier lets a key usage stand for the basic constraints.
+void check_authorities(const std::vector<X509*>& path, PathErrors& errors) {
+    long below = 0; // authorities that aren't self-issued
+    for (std::size_t i = 1; i < path.size(); ++i) {
+        const bool is_last = i + 1 == path.size();
+        if (!is_last && X509_check_ca(path[i]) != 1) {
+            errors[i].push_back(X509_V_ERR_INVALID_CA);
+        }
+        const long bound = X509_get_pathlen(path[i]);
+        if (bound >= 0 && below > bound) {
+            errors[i].push_back(X509_V_ERR_PATH_LENGTH_EXCEEDED);
+        }
+        if ((X509_get_extension_flags(path[i]) & EXFLAG_SI) == 0) {
+            ++below;
+        }
+    }
+}
+
+bool has_usage(const EXTENDED_KEY_USAGE* usages, const std::string& wanted) {
+    char text[64];
+    for (int i = 0; i < sk_ASN1_OBJECT_num(usages); ++i) {
+        const int size = OBJ_obj2txt(text, sizeof text, sk_ASN1_OBJECT_value(usages, i), 1);
+        if (size > 0 && size < static_cast<int>(sizeof text) &&
+            (wanted == text || std::string_view(kAnyUsage) == text)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Usages usages_of(X509* certificate) {
+    return Usages(static_cast<EXTENDED_KEY_USAGE*>(
+        X509_get_ext_d2i(certificate, NID_ext_key_usage, nullptr, nullptr)));
+}
+
+bool allows(X509* certificate, const UsageQuestion& question) {
+    const Usages usages = usages_of(certificate);
+    if (!usages || question.usages.empty()) {
+        return true;
+    }
+    const auto allowed = [&](const std::string& wanted) { return has_usage(usages.get(), wanted); };
+    return question.any_of_them
+               ? std::any_of(question.usages.begin(), question.usages.end(), allowed)
+               : std::all_of(question.usages.begin(), question.usages.end(), allowed);
+}
+
+// RFC 3161, 2.3: time stamping as the sole extended usage, critical. OpenSSL's purpose test asks
+// for that as far as it knows the usages, and lets a CA pass.
+bool is_time_stamp_signer(X509* certificate) {
+    const Usages usages = usages_of(certificate);
+    const bool is_ca = (X509_get_extension_flags(certificate) & EXFLAG_CA) != 0;
+    return !is_ca && usages && sk_ASN1_OBJECT_num(usages.get()) == 1 &&
+           X509_check_purpose(certificate, X509_PURPOSE_TIMESTAMP_SIGN, 0) == 1;
+}
+
+std::vector<X509*> openssl_path(const Path& path) {
+    std::vector<X509*> certificates;
+    for (const PoolCertificate* certificate : path) {
+        certificates.push_back(certificate->openssl());
+    }
+    return certificates;
+}
+
+} // namespace
+
+PathErrors structure_errors(const Path& path, const std::vector<std::string>& policies) {
+    PathErrors errors(path.size());
+    const std::vector<X509*> certificates = openssl_path(path);
+    const std::size_t end = verifier_end(certificates);
+    run_verifier(
+        {certificates.begin(), certificates.begin() + static_cast<std::ptrdiff_t>(end) + 1},
+        policies, errors);
+    if (end + 1 < path.size()) {
+        const std::vector<X509*> above(certificates.begin() + static_cast<std::ptrdiff_t>(end) + 1,
+                                       certificates.end());
+        PathErrors errors_above(above.size());
+        run_verifier(above, {}, errors_above);
+        std::move(errors_above.begin(), errors_above.end(),
+                  errors.begin() + static_cast<std::ptrdiff_t>(end) + 1);
+        check_across(certificates, end, errors);
+    }
+    check_authorities(certificates, errors);
+    return errors;
+}
+
+std::vector<Strength> strengths(const Path& path) {
+    std::vector<Strength> found;
+    for (const PoolCertificate* certificate : path) {
+        const auto& entry = certificate->entry;
+        Strength strength = entry->key ? strength_of(entry->key->get()) : Strength::current;
+        if (certificate != path.back() || !certificate->is_anchor) {
+            strength = weaker(strength, strength_of(X509_get0_tbs_sigalg(certificate->openssl())));
+        }
+        found.push_back(strength);
+    }
+    return found;
+}
+
+std::vector<bool> out_of_time(const Path& path, FileTicks at) {
+    std::vector<bool> found;
+    for (const PoolCertificate* certificate : path) {
+        found.push_back(!certificate->is_valid_at(at));
+    }
+    return found;
+}
+
+std::vector<bool> misused(const Path& path, const UsageQuestion& question) {
+    std::vector<bool> found(path.size(), false);
+    UsageQuestion usages = question;
+    if (question.is_time_stamp) {
+        usages.usages = {kTimeStamping};
+        usages.any_of_them = false;
+        found[0] = !is_time_stamp_signer(path.front()->openssl());
+    }
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const bool is_trusted = i + 1 == path.size() && path[i]->is_anchor && i > 0;
+        found[i] = found[i] || (!is_trusted && !allows(path[i]->openssl(), usages));
+    }
+    return found;
+}
+
+} // namespace basalt

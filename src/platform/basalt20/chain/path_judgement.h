@@ -1,0 +1,41 @@
+// What is wrong with one whole path: its constraints by OpenSSL's verifier over exactly these
+// certificates, the strength of its signatures and keys, its validity, and its usages. Signatures
+// have been verified by the search, revocation is judged behind this. Pure but for OpenSSL; fails
+// only for lack of memory.
+#pragma once
+
+#include "basalt20/certificate/strength.h"
+#include "basalt20/chain/path_search.h"
+
+#include <string>
+
+namespace basalt {
+
+// X509_V_ERR numbers for each certificate of a path.
+using PathErrors = std::vector<std::vector<int>>;
+
+struct UsageQuestion {
+    std::vector<std::string> usages; // OIDs; empty asks for none
+    bool any_of_them = false;
+    bool is_time_stamp = false; // the signer's sole usage, critical, and no CA
+};
+
+struct PathQuestion {
+    std::vector<std::string> policies; // OIDs, the initial set; empty: any
+    StrengthLevel strength = StrengthLevel::floor;
+    UsageQuestion usage;
+};
+
+// Constraints and policies. Of an incomplete path the last certificate counts as the anchor.
+PathErrors structure_errors(const Path& path, const std::vector<std::string>& policies);
+
+// Of each certificate's key and, but for the last one of a path that ends in an anchor, signature.
+std::vector<Strength> strengths(const Path& path);
+
+// Each certificate whose time isn't `at`.
+std::vector<bool> out_of_time(const Path& path, FileTicks at);
+
+// Each certificate that may not be used so.
+std::vector<bool> misused(const Path& path, const UsageQuestion& question);
+
+} // namespace basalt

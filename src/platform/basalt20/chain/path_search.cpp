@@ -1,0 +1,262 @@
+#include "basalt20/chain/path_search.h"
+
+#include "basalt20/coding/flat_block.h"
+
+#include <openssl/err.h>
+#include <openssl/objects.h>
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+namespace basalt {
+
+namespace {
+
+constexpr char kSubjectKeyIdentifier[] = "2.5.29.14";
+constexpr char kAuthorityKeyIdentifier[] = "2.5.29.35";
+constexpr char kBasicConstraints[] = "2.5.29.19";
+
+enum class KeyMatch { equal, none, differs };
+
+Bytes extension_value(const CERT_INFO& info, const char* oid) {
+    const CERT_EXTENSION* extension = CertFindExtension(oid, info.cExtension, info.rgExtension);
+    return extension != nullptr ? bytes_of(extension->Value) : Bytes{};
+}
+
+// What AuthorityKeyIdentifier (RFC 5280, 4.2.1.1) says, empty where it says nothing.
+struct WantedKey {
+    Bytes identifier;
+    Bytes serial_number; // big-endian
+};
+
+WantedKey wanted_key(const CERT_INFO& child) {
+    WantedKey wanted;
+    try {
+        const Bytes value = extension_value(child, kAuthorityKeyIdentifier);
+        if (value.empty()) {
+            return wanted;
+        }
+        DerReader fields(sole_element(value, tag::kSequence).contents);
+        wanted.identifier = fields.take_if(tag::context(0)).contents;
+        fields.take_if(tag::context_constructed(1));
+        if (const Element serial = fields.take_if(tag::context(2)); serial.tag != 0) {
+            wanted.serial_number = minimal_integer(serial.contents);
+        }
+    } catch (const Fault&) {
+        wanted = {};
+    }
+    return wanted;
+}
+
+Bytes key_identifier(const CERT_INFO& info) {
+    try {
+        const Bytes value = extension_value(info, kSubjectKeyIdentifier);
+        return value.empty() ? value : sole_element(value, tag::kOctetString).contents;
+    } catch (const Fault&) {
+        return {};
+    }
+}
+
+bool is_ca(const CERT_INFO& info) {
+    try {
+        const Bytes value = extension_value(info, kBasicConstraints);
+        if (value.empty()) {
+            return false;
+        }
+        DerReader fields(sole_element(value, tag::kSequence).contents);
+        const Element flag = fields.take_if(tag::kBoolean);
+        return flag.tag != 0 && boolean_of(flag.contents);
+    } catch (const Fault&) {
+        return false;
+    }
+}
+
+KeyMatch key_match(const WantedKey& wanted, const CERT_INFO& issuer) {
+    if (!wanted.identifier.empty()) {
+        const Bytes own = key_identifier(issuer);
+        if (own.empty()) {
+            return KeyMatch::none;
+        }
+        return same_bytes(own, wanted.identifier) ? KeyMatch::equal : KeyMatch::differs;
+    }
+    if (!wanted.serial_number.empty()) {
+        const Bytes own = bytes_of(issuer.SerialNumber);
+        return std::equal(own.rbegin(), own.rend(), wanted.serial_number.begin(),
+                          wanted.serial_number.end())
+                   ? KeyMatch::equal
+                   : KeyMatch::differs;
+    }
+    return KeyMatch::none;
+}
+
+// Smaller is tried earlier; the digest settles the rest, so that no order of a bag shows.
+auto rank_of(const WantedKey& wanted, const PoolCertificate& issuer, FileTicks at) {
+    const CERT_INFO& info = issuer.info();
+    return std::tuple(!issuer.is_anchor, key_match(wanted, info), !issuer.is_valid_at(at),
+                      !is_ca(info), same_bytes(issuer.subject(), issuer.issuer()), issuer.digest());
+}
+
+// Only a key of the kind that the signature names is worth a check.
+bool key_fits_signature(const X509* certificate, const EVP_PKEY* key) {
+    int wanted = NID_undef;
+    if (OBJ_find_sigid_algs(X509_get_signature_nid(certificate), nullptr, &wanted) != 1) {
+        return false;
+    }
+    const int type = EVP_PKEY_get_base_id(key);
+    return type == EVP_PKEY_type(wanted) || type == wanted ||
+           (type == EVP_PKEY_RSA && wanted == EVP_PKEY_RSA_PSS);
+}
+
+bool same_key(const PoolCertificate& a, const PoolCertificate& b) {
+    return same_bytes(a.key_bits(), b.key_bits());
+}
+
+} // namespace
+
+bool is_self_signed(const PoolCertificate& certificate) {
+    return (X509_get_extension_flags(certificate.openssl()) & EXFLAG_SS) != 0;
+}
+
+bool is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,
+                  PoolCertificate& issuer) {
+    if (!pool.prepare(certificate) || !pool.prepare(issuer)) {
+        return false;
+    }
+    if (certificate.entry->verified_by.contains(issuer.entry)) {
+        return true;
+    }
+    const Bytes bits = issuer.key_bits();
+    for (const auto& [tried, good] : certificate.tried_keys) {
+        if (same_bytes(tried, bits)) {
+            return good;
+        }
+    }
+    EVP_PKEY* key = issuer.entry->key->get();
+    if (!key_fits_signature(certificate.openssl(), key) ||
+        !budget.take_certificate_signature(key)) {
+        return false;
+    }
+    const bool good = X509_verify(certificate.openssl(), key) == 1;
+    ERR_clear_error();
+    certificate.tried_keys.emplace_back(bits, good);
+    if (good) {
+        certificate.entry->verified_by.add(issuer.entry);
+    }
+    return good;
+}
+
+bool PathSearch::run(PoolCertificate& start, const Judge& judge) {
+    judge_ = &judge;
+    path_ = {&start};
+    longest_ = path_;
+    return climb();
+}
+
+bool PathSearch::run_by_names(PoolCertificate& start, const Judge& judge) {
+    by_names_ = true;
+    dead_.clear();
+    return run(start, judge);
+}
+
+bool PathSearch::climb() {
+    PoolCertificate& top = *path_.back();
+    const bool reached_before = std::exchange(reached_anchor_, top.is_anchor);
+    if (top.is_anchor && offer()) {
+        return true;
+    }
+    if (by_names_ && path_.size() > 1 && is_self_signed(top)) {
+        return (*judge_)(path_);
+    }
+    // An anchor that was refused may have another above it.
+    bool found_issuer = false;
+    for (PoolCertificate* issuer : ranked_issuers(top)) {
+        if (path_.size() >= kMaxPathLength || counts_.steps >= budget_.limits().steps) {
+            break;
+        }
+        if (is_on_path(*issuer)) {
+            continue;
+        }
+        ++counts_.steps;
+        const bool goes_on =
+            by_names_ ? pool_.prepare(*issuer) : is_signed_by(pool_, budget_, top, *issuer);
+        found_issuer = found_issuer || goes_on;
+        if (goes_on && !is_dead(*issuer) && climb_to(*issuer)) {
+            return true;
+        }
+    }
+    if (!reached_anchor_) {
+        dead_[&top] = std::max(dead_[&top], kMaxPathLength - path_.size());
+        if (!found_issuer) {
+            note_end();
+        }
+    }
+    reached_anchor_ = reached_anchor_ || reached_before;
+    return false;
+}
+
+bool PathSearch::climb_to(PoolCertificate& issuer) {
+    path_.push_back(&issuer);
+    const bool taken = climb();
+    path_.pop_back();
+    return taken;
+}
+
+bool PathSearch::offer() {
+    if (counts_.judged_paths >= budget_.limits().judged_paths) {
+        counts_.steps = budget_.limits().steps; // there is no use in going on
+        return false;
+    }
+    ++counts_.judged_paths;
+    return (*judge_)(path_);
+}
+
+void PathSearch::note_end() {
+    dead_ends_.push_back(path_.back());
+    const bool better_end = is_self_signed(*path_.back()) && !is_self_signed(*longest_.back());
+    const bool worse_end = !is_self_signed(*path_.back()) && is_self_signed(*longest_.back());
+    if (better_end || (!worse_end && path_.size() > longest_.size())) {
+        longest_ = path_;
+    }
+}
+
+// No certificate twice, and none that differs from one on the path in nothing that a path is made
+// of.
+bool PathSearch::is_on_path(const PoolCertificate& issuer) const {
+    return std::any_of(path_.begin(), path_.end(), [&](const PoolCertificate* passed) {
+        return passed == &issuer ||
+               (same_key(*passed, issuer) && same_bytes(passed->subject(), issuer.subject()));
+    });
+}
+
+// Nothing led from it to an anchor before, with as many steps left or more.
+bool PathSearch::is_dead(PoolCertificate& certificate) const {
+    const auto found = dead_.find(&certificate);
+    return found != dead_.end() && found->second >= kMaxPathLength - path_.size() - 1;
+}
+
+std::vector<PoolCertificate*> PathSearch::ranked_issuers(PoolCertificate& child) {
+    const auto [entry, is_new] = issuers_.try_emplace(&child);
+    if (!is_new) {
+        return entry->second;
+    }
+    std::vector<PoolCertificate*> issuers = pool_.by_subject(child.issuer());
+    if (issuers.size() > 1) {
+        const WantedKey wanted = wanted_key(child.info());
+        using Ranked = std::pair<decltype(rank_of(wanted, child, at_)), PoolCertificate*>;
+        std::vector<Ranked> ranked;
+        ranked.reserve(issuers.size());
+        for (PoolCertificate* issuer : issuers) {
+            ranked.emplace_back(rank_of(wanted, *issuer, at_), issuer);
+        }
+        std::sort(ranked.begin(), ranked.end(),
+                  [](const Ranked& a, const Ranked& b) { return a.first < b.first; });
+        std::transform(ranked.begin(), ranked.end(), issuers.begin(),
+                       [](const Ranked& r) { return r.second; });
+    }
+    // Nested searches may have added to the pool meanwhile, but not to this map.
+    return issuers_[&child] = std::move(issuers);
+}
+
+} // namespace basalt

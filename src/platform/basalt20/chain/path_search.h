@@ -1,0 +1,79 @@
+// The search for paths from a certificate to anchors: depth first, the likeliest issuer first, by
+// good signatures. It knows nothing of constraints, time or revocation: each whole path goes to a
+// judge, and the first that is taken ends the search. The order in which certificates lie in the
+// pool decides nothing. Bounded by the budget of signatures and by steps.
+#pragma once
+
+#include "basalt20/chain/certificate_pool.h"
+#include "basalt20/revocation/budget.h"
+
+#include <functional>
+
+namespace basalt {
+
+using Path = std::vector<PoolCertificate*>; // from the certificate asked about upward
+
+inline constexpr std::size_t kMaxPathLength = 18; // sixteen between the end and the anchor
+
+// Steps and judged paths are counted for one judgement; signatures, which are remembered, for all.
+struct SearchCounts {
+    unsigned steps = 0;
+    unsigned judged_paths = 0;
+};
+
+class PathSearch {
+public:
+    // True takes the path.
+    using Judge = std::function<bool(const Path&)>;
+
+    // `at` only ranks. All arguments must outlive the search.
+    PathSearch(CertificatePool& pool, Budget& budget, SearchCounts& counts, FileTicks at)
+        : pool_(pool), budget_(budget), counts_(counts), at_(at) {}
+
+    // Offers the paths from `start` to anchors.
+    bool run(PoolCertificate& start, const Judge& judge);
+
+    // The same by names alone, whatever the signatures are; ends at unknown roots, too. For telling
+    // a bad signature from a missing issuer.
+    bool run_by_names(PoolCertificate& start, const Judge& judge);
+
+    bool reached_anchor() const { return reached_anchor_; }
+
+    // When no anchor was reached: the longest way up, to an unknown root if there is one.
+    const Path& longest() const { return longest_; }
+
+    // Where ways up ended for want of an issuer.
+    const std::vector<PoolCertificate*>& dead_ends() const { return dead_ends_; }
+
+private:
+    bool climb();
+    bool climb_to(PoolCertificate& issuer);
+    bool offer();
+    void note_end();
+    bool is_on_path(const PoolCertificate& issuer) const;
+    bool is_dead(PoolCertificate& certificate) const;
+    std::vector<PoolCertificate*> ranked_issuers(PoolCertificate& child);
+
+    CertificatePool& pool_;
+    Budget& budget_;
+    SearchCounts& counts_;
+    FileTicks at_;
+    const Judge* judge_ = nullptr;
+    bool by_names_ = false;
+    bool reached_anchor_ = false;
+    Path path_;
+    Path longest_;
+    std::vector<PoolCertificate*> dead_ends_;
+    std::unordered_map<const PoolCertificate*, std::size_t> dead_; // with so many steps left
+    std::unordered_map<const PoolCertificate*, std::vector<PoolCertificate*>> issuers_;
+};
+
+// Whether the issuer's key made the certificate's signature. Remembered for each key. False, too,
+// when the budget is used up, which isn't remembered.
+bool is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,
+                  PoolCertificate& issuer);
+
+// As the certificate itself tells: same names, and a key identifier that doesn't contradict.
+bool is_self_signed(const PoolCertificate& certificate);
+
+} // namespace basalt

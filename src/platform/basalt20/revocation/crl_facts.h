@@ -1,0 +1,50 @@
+// What a revocation list says of itself, read once: dates, numbers, whom and what it is for, and
+// whether it can be used at all. Nothing here is authentic yet.
+#pragma once
+
+#include "basalt20/coding/der_reader.h"
+#include "basalt20/coding/file_ticks.h"
+#include "basalt20/coding/openssl_owner.h"
+
+#include <openssl/x509v3.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace basalt {
+
+using CrlOwner = OpensslOwner<X509_CRL, X509_CRL_free>;
+using IssuingPoint = OpensslOwner<ISSUING_DIST_POINT, ISSUING_DIST_POINT_free>;
+using IntegerOwner = OpensslOwner<ASN1_INTEGER, ASN1_INTEGER_free>;
+
+struct CrlFacts {
+    CrlOwner list;
+    FileTicks this_update = 0;
+    std::optional<FileTicks> next_update;
+    IssuingPoint point;      // the issuing distribution point, null when there is none
+    std::string point_bytes; // the extension's octets
+    std::string key_identifier_bytes;
+    IntegerOwner number;
+    IntegerOwner base_number; // of a delta
+    std::optional<FileTicks> reaches_back_to;
+
+    const X509_NAME* issuer() const { return X509_CRL_get_issuer(list.get()); }
+    bool is_delta() const { return base_number != nullptr; }
+    bool is_indirect() const { return point && point->indirectCRL > 0; }
+};
+
+// Null for what can't be used: no list, bytes behind it, another signature algorithm inside than
+// outside, an unknown critical extension of the list or of an entry, extensions that can't be read
+// or don't go together, dates that are none.
+std::shared_ptr<const CrlFacts> read_crl(Bytes encoded);
+
+// The same for a list that OpenSSL has read already from these bytes; takes a reference of its own.
+std::shared_ptr<const CrlFacts> read_crl(X509_CRL* list, Bytes encoded);
+
+// True when the delta continues the base: same issuer, distribution point and key identifier, the
+// base not older than the one that the delta builds on and older than the delta.
+bool continues(const CrlFacts& delta, const CrlFacts& base);
+
+} // namespace basalt

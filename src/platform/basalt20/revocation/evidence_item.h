@@ -1,0 +1,29 @@
+// One list or answer that lies at hand or was fetched, with where it came from.
+#pragma once
+
+#include "basalt20/revocation/crl_facts.h"
+#include "basalt20/revocation/ocsp_facts.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace basalt {
+
+enum class EvidenceKind { crl, ocsp };
+enum class EvidenceSource { given, cache, network };
+
+struct EvidenceItem {
+    EvidenceSource source = EvidenceSource::given;
+    std::string url;                      // empty for what was given
+    std::shared_ptr<const CrlFacts> list; // one of the two, or neither for what can't be used
+    std::shared_ptr<const OcspFacts> answer;
+    Bytes encoded;
+    std::shared_ptr<const void> keeper; // of the encoded bytes
+
+    bool usable() const { return list != nullptr || answer != nullptr; }
+    bool given() const { return source == EvidenceSource::given; }
+    EvidenceKind kind() const { return list != nullptr ? EvidenceKind::crl : EvidenceKind::ocsp; }
+};
+
+} // namespace basalt

@@ -1,0 +1,49 @@
+// What the judgements of one verdict share: the candidates, what was fetched, the signatures and
+// findings so far, and the certificates whose judgement is under way. For one thread.
+#pragma once
+
+#include "basalt20/revocation/evidence_signatures.h"
+#include "basalt20/revocation/given_evidence.h"
+#include "basalt20/revocation/status_check.h"
+
+#include <deque>
+#include <map>
+#include <tuple>
+
+namespace basalt {
+
+class EvidenceSession {
+public:
+    EvidenceSession(Budget& given_budget, Retrieval& given_retrieval, SignerPaths& given_paths,
+                    std::vector<HCERTSTORE> stores)
+        : budget(given_budget), retrieval(given_retrieval), paths(given_paths),
+          given(std::move(stores)), signatures(given_budget) {}
+    EvidenceSession(const EvidenceSession&) = delete;
+    EvidenceSession& operator=(const EvidenceSession&) = delete;
+
+    // As StatusCheck::judge; a judgement that comes back to a certificate whose own is under way,
+    // or goes too deep, gives unknown.
+    StatusFinding judge(CertificatePathView path, std::size_t index,
+                        const StatusQuestion& question);
+
+    bool is_under_way(const X509Entry& certificate) const;
+
+    Budget& budget;
+    Retrieval& retrieval;
+    SignerPaths& paths;
+    GivenEvidence given;
+    EvidenceSignatures signatures;
+
+    // What came from the cache and the network, by its key in the cache; also what was useless, so
+    // that it isn't asked for again.
+    std::map<std::string, std::deque<EvidenceItem>> fetched;
+
+private:
+    using Key = std::tuple<const X509Entry*, const X509Entry*, const X509Entry*, FileTicks,
+                           FileTicks, bool, bool>;
+
+    std::vector<const X509Entry*> under_way_;
+    std::map<Key, StatusFinding> findings_;
+};
+
+} // namespace basalt

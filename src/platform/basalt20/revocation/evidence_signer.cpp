@@ -1,0 +1,145 @@
+#include "basalt20/revocation/evidence_signer.h"
+
+#include <openssl/err.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+bool has_subject(const X509Entry& entry, const X509_NAME* name) {
+    return X509_NAME_cmp(X509_get_subject_name(entry.certificate.get()), name) == 0;
+}
+
+// Without the extension every usage is allowed, which OpenSSL tells by all bits set.
+bool may_sign_lists(const X509Entry& entry) {
+    return (X509_get_key_usage(entry.certificate.get()) & KU_CRL_SIGN) != 0;
+}
+
+bool is_valid_at(const X509* certificate, FileTicks at) {
+    const std::optional<FileTicks> begin = ticks_of(X509_get0_notBefore(certificate));
+    const std::optional<FileTicks> end = ticks_of(X509_get0_notAfter(certificate));
+    return begin && end && *begin <= at && at < *end + kTicksPerSecond;
+}
+
+bool may_sign_answers(const X509* certificate) {
+    auto* x509 = const_cast<X509*>(certificate);
+    const std::uint32_t flags = X509_get_extension_flags(x509);
+    constexpr std::uint32_t kSigning = KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION;
+    return (flags & (EXFLAG_INVALID | EXFLAG_CRITICAL)) == 0 && (flags & EXFLAG_XKUSAGE) != 0 &&
+           (X509_get_extended_key_usage(x509) & XKU_OCSP_SIGN) != 0 &&
+           (X509_get_key_usage(x509) & kSigning) != 0;
+}
+
+bool same(const X509Entry& a, const X509Entry& b) {
+    return X509_cmp(a.certificate.get(), b.certificate.get()) == 0;
+}
+
+FileTicks made_at(const EvidenceItem& item) {
+    return item.list ? item.list->this_update : item.answer->produced_at;
+}
+
+} // namespace
+
+StatusQuestion EvidenceSigner::question_about_signer(FileTicks at) const {
+    StatusQuestion question = question_;
+    question.stamp_time = at;
+    question.is_signer = false;
+    return question;
+}
+
+bool EvidenceSigner::is_above(const X509Entry& certificate) const {
+    const CertificatePathView above = path_.subspan(index_ + 1);
+    return std::any_of(above.begin(), above.end(),
+                       [&](const CertificateEntry& entry) { return same(*entry, certificate); });
+}
+
+bool EvidenceSigner::has_signed_list(const EvidenceItem& item, const X509Entry& signer) {
+    return has_subject(signer, item.list->issuer()) && may_sign_lists(signer) &&
+           session_.signatures.good(*item.list, signer, question_.strength, item.given());
+}
+
+// A certificate that the authority has issued to a responder for just that.
+bool EvidenceSigner::is_delegate(const EvidenceItem& item, const CertificateEntry& responder,
+                                 const X509Entry& authority) {
+    X509* certificate = responder->certificate.get();
+    return item.answer->names_responder(certificate) && may_sign_answers(certificate) &&
+           X509_NAME_cmp(X509_get_issuer_name(certificate),
+                         X509_get_subject_name(authority.certificate.get())) == 0 &&
+           is_valid_at(certificate, item.answer->produced_at) &&
+           session_.signatures.good(*responder, authority, question_.strength, item.given());
+}
+
+// `above` begins with the authority and ends in the anchor.
+bool EvidenceSigner::has_signed_answer(const EvidenceItem& item, const CertificateEntry& authority,
+                                       CertificatePathView above) {
+    if (item.answer->names_responder(authority->certificate.get()) &&
+        session_.signatures.good(*item.answer, *authority, question_.strength, item.given())) {
+        return true;
+    }
+    for (const CertificateEntry& responder : item.answer->certificates) {
+        if (!is_delegate(item, responder, *authority) ||
+            !session_.signatures.good(*item.answer, *responder, question_.strength, item.given())) {
+            continue;
+        }
+        if (X509_get_ext_by_NID(responder->certificate.get(), NID_id_pkix_OCSP_noCheck, -1) >= 0) {
+            return true;
+        }
+        CertificatePath path{responder};
+        path.insert(path.end(), above.begin(), above.end());
+        const StatusQuestion question = question_about_signer(item.answer->produced_at);
+        if (passes(session_.judge(path, 0, question), question.mode)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
+    if (item.answer) {
+        return has_signed_answer(item, issuer(), path_.subspan(index_ + 1));
+    }
+    for (std::size_t i = index_ + 1; i < path_.size(); ++i) {
+        if (has_signed_list(item, *path_[i])) {
+            return true;
+        }
+    }
+    // Who signs lists for others, by its certificate's own word also the one about itself.
+    return scope_.points_to(item.list->issuer()) && has_signed_list(item, *path_[index_]);
+}
+
+bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
+    const X509_NAME* name =
+        item.list ? item.list->issuer() : X509_get_subject_name(issuer()->certificate.get());
+    for (const CertificateEntry& other : session_.paths.named(name)) {
+        if (is_above(*other) || session_.is_under_way(*other) ||
+            (item.list && !has_signed_list(item, *other))) {
+            continue;
+        }
+        const FileTicks at = made_at(item);
+        const CertificatePath path = session_.paths.path_of(other, path_.back(), at);
+        if (!path.empty() && is_in_good_standing(path, at) &&
+            (item.list || has_signed_answer(item, other, path))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Those that are above the certificate on its own path, too, are judged there.
+bool EvidenceSigner::is_in_good_standing(CertificatePathView path, FileTicks at) {
+    const StatusQuestion question = question_about_signer(at);
+    for (std::size_t i = 0; i + 1 < path.size(); ++i) {
+        if (is_above(*path[i])) {
+            continue;
+        }
+        if (session_.is_under_way(*path[i]) ||
+            !passes(session_.judge(path, i, question), question.mode)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace basalt

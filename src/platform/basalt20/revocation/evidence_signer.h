@@ -1,0 +1,42 @@
+// Who may sign lists and answers about one certificate of a path: the authorities above it on the
+// path itself, and others of the right name that have a path of their own to the same anchor and
+// are in good standing.
+#pragma once
+
+#include "basalt20/revocation/evidence_session.h"
+#include "basalt20/revocation/scope.h"
+
+namespace basalt {
+
+class EvidenceSigner {
+public:
+    // All arguments must outlive the object.
+    EvidenceSigner(EvidenceSession& session, CertificatePathView path, std::size_t index,
+                   const StatusQuestion& question, const CertificateScope& scope)
+        : session_(session), path_(path), index_(index), question_(question), scope_(scope) {}
+
+    // True when a key of the path has signed the object and may do so.
+    bool is_on_path(const EvidenceItem& item);
+
+    // The same for other keys of that name.
+    bool is_beside_path(const EvidenceItem& item);
+
+private:
+    bool has_signed_list(const EvidenceItem& item, const X509Entry& signer);
+    bool has_signed_answer(const EvidenceItem& item, const CertificateEntry& authority,
+                           CertificatePathView above);
+    bool is_delegate(const EvidenceItem& item, const CertificateEntry& responder,
+                     const X509Entry& authority);
+    bool is_in_good_standing(CertificatePathView path, FileTicks at);
+    bool is_above(const X509Entry& certificate) const;
+    StatusQuestion question_about_signer(FileTicks at) const;
+    const CertificateEntry& issuer() const { return path_[index_ + 1]; }
+
+    EvidenceSession& session_;
+    CertificatePathView path_;
+    std::size_t index_;
+    const StatusQuestion& question_;
+    const CertificateScope& scope_;
+};
+
+} // namespace basalt

@@ -1,0 +1,87 @@
+#include "basalt20/revocation/given_evidence.h"
+
+#include "basalt20/certificate/x509_cache.h"
+
+#include <openssl/err.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+GivenEvidence::GivenEvidence(std::vector<HCERTSTORE> stores) {
+    for (const HCERTSTORE store : stores) {
+        if (store != nullptr) {
+            stores_.push_back(duplicate_store(store));
+        }
+    }
+}
+
+void GivenEvidence::read() {
+    if (!std::exchange(read_, true)) {
+        for (const StoreReference& store : stores_) {
+            read_store(store.get());
+        }
+    }
+}
+
+void GivenEvidence::read_store(HCERTSTORE store) {
+    PCCRL_CONTEXT crl = nullptr;
+    while ((crl = CertEnumCRLsInStore(store, crl)) != nullptr) {
+        const CERT_NAME_BLOB& name = crl->pCrlInfo->Issuer;
+        const unsigned char* cursor = name.pbData;
+        List list;
+        list.issuer.reset(d2i_X509_NAME(nullptr, &cursor, static_cast<long>(name.cbData)));
+        list.context.reset(CertDuplicateCRLContext(crl));
+        if (list.issuer && seen_.insert(sha256({crl->pbCrlEncoded, crl->cbCrlEncoded})).second) {
+            lists_.push_back(std::move(list));
+        }
+    }
+    PCBASALT_OCSP_CONTEXT answer = nullptr;
+    while ((answer = BasaltEnumOcspResponsesInStore(store, answer)) != nullptr) {
+        const auto bytes = std::make_shared<const std::vector<BYTE>>(
+            answer->pbEncoded, answer->pbEncoded + answer->cbEncoded);
+        EvidenceItem item;
+        item.encoded = *bytes;
+        item.keeper = bytes;
+        item.answer = read_ocsp(item.encoded);
+        if (item.usable() && seen_.insert(sha256(item.encoded)).second) {
+            answers_.push_back(std::move(item));
+        }
+    }
+    ERR_clear_error();
+}
+
+const EvidenceItem& GivenEvidence::item_of(List& list) {
+    if (!list.item) {
+        EvidenceItem item;
+        item.encoded = {list.context->pbCrlEncoded, list.context->cbCrlEncoded};
+        if (const CrlOwner read{cached_crl(list.context.get())}) {
+            item.list = read_crl(read.get(), item.encoded);
+        }
+        list.item = std::move(item);
+    }
+    return *list.item;
+}
+
+std::vector<const EvidenceItem*>
+GivenEvidence::about(X509* certificate, X509* issuer,
+                     const std::vector<const X509_NAME*>& list_issuers) {
+    read();
+    std::vector<const EvidenceItem*> found;
+    for (List& list : lists_) {
+        const auto same = [&](const X509_NAME* name) {
+            return X509_NAME_cmp(name, list.issuer.get()) == 0;
+        };
+        if (std::any_of(list_issuers.begin(), list_issuers.end(), same) && item_of(list).usable()) {
+            found.push_back(&*list.item);
+        }
+    }
+    for (const EvidenceItem& answer : answers_) {
+        if (is_about(*answer.answer, certificate, issuer)) {
+            found.push_back(&answer);
+        }
+    }
+    return found;
+}
+
+} // namespace basalt

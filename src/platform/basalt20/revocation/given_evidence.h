@@ -1,0 +1,42 @@
+// The lists and answers of the caller's stores, as candidates. Lists are found by their issuer's
+// name and read in full only when that name is asked for. Made for one verdict.
+#pragma once
+
+#include "basalt20/revocation/evidence_item.h"
+#include "basalt20/store/certificate_reference.h"
+
+#include <optional>
+#include <set>
+#include <vector>
+
+namespace basalt {
+
+class GivenEvidence {
+public:
+    // Null stores are passed over. The stores are read by the first question.
+    explicit GivenEvidence(std::vector<HCERTSTORE> stores);
+
+    // Those that could be about the certificate: lists under one of these names, also such as can't
+    // be used, and answers with an entry about it. The pointers live as long as the object.
+    std::vector<const EvidenceItem*> about(X509* certificate, X509* issuer,
+                                           const std::vector<const X509_NAME*>& list_issuers);
+
+private:
+    struct List {
+        CrlReference context;
+        OpensslOwner<X509_NAME, X509_NAME_free> issuer;
+        std::optional<EvidenceItem> item;
+    };
+
+    void read();
+    void read_store(HCERTSTORE store);
+    static const EvidenceItem& item_of(List& list);
+
+    std::vector<StoreReference> stores_;
+    bool read_ = false;
+    std::set<Sha256> seen_; // each object once, in however many stores it lies
+    std::vector<List> lists_;
+    std::vector<EvidenceItem> answers_;
+};
+
+} // namespace basalt

@@ -1,0 +1,342 @@
+#include "basalt20/revocation/inquiry.h"
+
+#include "basalt20/network/retrieval_cache.h"
+
+#include <openssl/err.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+constexpr char kRequestType[] = "application/ocsp-request";
+
+// The last tick at which it is valid: the end is told in whole seconds.
+FileTicks end_of(const X509* certificate) {
+    const std::optional<FileTicks> end = ticks_of(X509_get0_notAfter(certificate));
+    return end ? *end + kTicksPerSecond - 1 : 0;
+}
+
+enum class Listing { absent, listed, removed };
+
+Listing look_up(const CrlFacts& facts, X509* certificate, X509_REVOKED*& entry) {
+    constexpr int kRemoved = 2;
+    const int found = X509_CRL_get0_by_cert(facts.list.get(), &entry, certificate);
+    return found == 1 ? Listing::listed : found == kRemoved ? Listing::removed : Listing::absent;
+}
+
+void read_entry(const X509_REVOKED* entry, Statement& statement) {
+    statement.revoked = true;
+    statement.revoked_at = ticks_of(X509_REVOKED_get0_revocationDate(entry)).value_or(0);
+    const OpensslOwner<ASN1_ENUMERATED, ASN1_ENUMERATED_free> why(static_cast<ASN1_ENUMERATED*>(
+        X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr)));
+    if (why) {
+        statement.reason = static_cast<int>(ASN1_ENUMERATED_get(why.get()));
+    }
+}
+
+Statement statement_of(const CrlFacts& facts, ReasonSet reasons) {
+    Statement statement;
+    statement.this_update = facts.this_update;
+    statement.next_update = facts.next_update;
+    statement.reasons = reasons;
+    statement.reaches_back_to = facts.reaches_back_to;
+    return statement;
+}
+
+std::string digest_text(const X509* certificate) {
+    std::string digest(EVP_MAX_MD_SIZE, '\0');
+    unsigned size = 0;
+    X509_digest(certificate, EVP_sha256(), reinterpret_cast<unsigned char*>(digest.data()), &size);
+    digest.resize(size);
+    return digest;
+}
+
+EvidenceItem make_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
+                       std::vector<BYTE> bytes) {
+    auto shared = std::make_shared<const std::vector<BYTE>>(std::move(bytes));
+    EvidenceItem item;
+    item.source = source;
+    item.url = url;
+    item.encoded = *shared;
+    item.keeper = std::move(shared);
+    if (kind == EvidenceKind::crl) {
+        item.list = read_crl(item.encoded);
+    } else {
+        item.answer = read_ocsp(item.encoded);
+    }
+    return item;
+}
+
+} // namespace
+
+Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t index,
+                 const StatusQuestion& question)
+    : session_(session), question_(question), certificate_(path[index]->certificate.get()),
+      issuer_(path[index + 1]->certificate.get()), scope_(certificate_),
+      signer_(session, path, index, question, scope_),
+      addresses_(source_addresses(certificate_, scope_, session.budget.limits().addresses)),
+      moments_{question.stamp_time, end_of(certificate_), question.now, question.is_signer} {
+    if (!addresses_.ocsp.empty()) {
+        request_ = make_ocsp_request(certificate_, issuer_);
+    }
+    if (request_.empty()) {
+        addresses_.ocsp.clear();
+    }
+}
+
+StatusFinding Inquiry::run() {
+    static_cast<void>(ask_given() || ask_cache() || (question_.may_fetch && ask_network()));
+    ERR_clear_error();
+    return finding();
+}
+
+bool Inquiry::ask_given() {
+    const Items items = session_.given.about(certificate_, issuer_, scope_.list_issuers());
+    something_at_hand_ = !items.empty();
+    return consider(items);
+}
+
+bool Inquiry::ask_cache() {
+    for (const std::string& url : addresses_.ocsp) {
+        if (consider_cached(key_of(EvidenceKind::ocsp, url), url, EvidenceKind::ocsp)) {
+            return true;
+        }
+    }
+    for (const std::string& url : addresses_.crl) {
+        if (consider_cached(key_of(EvidenceKind::crl, url), url, EvidenceKind::crl)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Inquiry::ask_network() {
+    for (const std::string& url : addresses_.ocsp) {
+        if (ask_network(url, EvidenceKind::ocsp)) {
+            return true;
+        }
+    }
+    for (const std::string& url : addresses_.crl) {
+        if (ask_network(url, EvidenceKind::crl)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// An object is kept for the key that is to verify it, so that certificates which name the same
+// address for different authorities don't push out each other's.
+std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
+    const std::string issuer = digest_text(issuer_);
+    return kind == EvidenceKind::crl
+               ? "list " + url + '\n' + issuer
+               : "answer " + url + '\n' + issuer + std::string(request_.begin(), request_.end());
+}
+
+const EvidenceItem* Inquiry::keep(const std::string& key, EvidenceItem item) {
+    return &session_.fetched[key].emplace_back(std::move(item));
+}
+
+bool Inquiry::consider_cached(const std::string& key, const std::string& url, EvidenceKind kind) {
+    if (const auto known = session_.fetched.find(key); known != session_.fetched.end()) {
+        Items items;
+        for (const EvidenceItem& item : known->second) {
+            items.push_back(&item);
+        }
+        return consider(items);
+    }
+    std::optional<CachedObject> cached = cached_object(key);
+    if (!cached) {
+        return false;
+    }
+    const EvidenceItem* item =
+        keep(key, make_item(EvidenceSource::cache, url, kind, std::move(cached->bytes)));
+    const bool decided = consider({item});
+    if (!is_accepted(*item) && !session_.signatures.exhausted()) {
+        forget_object(key);
+    }
+    return decided;
+}
+
+bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
+    const std::string key = key_of(kind, url);
+    if (const auto known = session_.fetched.find(key);
+        known != session_.fetched.end() && known->second.back().source == EvidenceSource::network) {
+        return false; // it was asked before, and what it said has been considered
+    }
+    std::optional<std::vector<BYTE>> bytes =
+        kind == EvidenceKind::ocsp ? session_.retrieval.post(url, kRequestType, request_)
+                                   : session_.retrieval.get(url);
+    if (!bytes) {
+        return false;
+    }
+    const EvidenceItem* item =
+        keep(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
+    const bool decided = consider({item});
+    if (is_worth_keeping(*item)) {
+        cache_object(key, {item->encoded.begin(), item->encoded.end()});
+    }
+    return decided;
+}
+
+bool Inquiry::is_for_us(const EvidenceItem& item) const {
+    return item.list ? scope_.reasons(*item.list) != 0
+                     : item.answer && is_about(*item.answer, certificate_, issuer_);
+}
+
+void Inquiry::accept(const EvidenceItem& item) {
+    if (item.list) {
+        lists_.push_back({&item, scope_.reasons(*item.list)});
+    } else {
+        answers_.push_back(&item);
+    }
+}
+
+bool Inquiry::is_accepted(const EvidenceItem& item) const {
+    return std::find(answers_.begin(), answers_.end(), &item) != answers_.end() ||
+           std::any_of(lists_.begin(), lists_.end(),
+                       [&](const List& list) { return list.item == &item; });
+}
+
+// What tells nothing now needn't be kept: a stale list, an authentic "unknown".
+bool Inquiry::is_worth_keeping(const EvidenceItem& item) const {
+    for (std::size_t i = 0; i < statements_.size(); ++i) {
+        const Items& origin = origins_[i];
+        if (std::find(origin.begin(), origin.end(), &item) != origin.end() &&
+            (statements_[i].revoked || covers(statements_[i], moments_))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool Inquiry::consider(const Items& items) {
+    Items open;
+    for (const EvidenceItem* item : items) {
+        if (!item->usable() || !is_for_us(*item)) {
+            continue;
+        }
+        if (signer_.is_on_path(*item)) {
+            accept(*item);
+        } else {
+            open.push_back(item);
+        }
+    }
+    if (decide()) {
+        return true;
+    }
+    for (const EvidenceItem* item : open) {
+        if (signer_.is_beside_path(*item)) {
+            accept(*item);
+        }
+    }
+    return decide();
+}
+
+void Inquiry::state(const Statement& statement, Items origin) {
+    statements_.push_back(statement);
+    origins_.push_back(std::move(origin));
+}
+
+const Inquiry::List* Inquiry::newest_delta_of(const List& base) const {
+    const List* newest = nullptr;
+    for (const List& list : lists_) {
+        if (continues(*list.item->list, *base.item->list) &&
+            (newest == nullptr || ASN1_INTEGER_cmp(newest->item->list->number.get(),
+                                                   list.item->list->number.get()) < 0)) {
+            newest = &list;
+        }
+    }
+    return newest;
+}
+
+void Inquiry::state_lists() {
+    for (const List& list : lists_) {
+        X509_REVOKED* entry = nullptr;
+        const CrlFacts& facts = *list.item->list;
+        Statement own = statement_of(facts, list.reasons);
+        if (look_up(facts, certificate_, entry) == Listing::listed) {
+            read_entry(entry, own);
+        }
+        own.complete = !facts.is_delta();
+        const List* delta = facts.is_delta() ? nullptr : newest_delta_of(list);
+        if (delta == nullptr) {
+            if (own.complete || own.revoked) {
+                state(own, {list.item});
+            }
+            continue;
+        }
+        Statement joint = own;
+        joint.this_update = delta->item->list->this_update;
+        joint.next_update = delta->item->list->next_update;
+        const Listing listing = look_up(*delta->item->list, certificate_, entry);
+        const bool lifted = listing == Listing::removed && own.reason == reason::kCertificateHold;
+        if (listing == Listing::listed) {
+            joint.reason.reset();
+            read_entry(entry, joint);
+        } else if (lifted) {
+            joint.revoked = false;
+        }
+        if (!lifted) {
+            state(own, {list.item});
+        }
+        state(joint, {delta->item, list.item});
+    }
+}
+
+bool Inquiry::decide() {
+    statements_.clear();
+    origins_.clear();
+    state_lists();
+    for (const EvidenceItem* item : answers_) {
+        for (const Statement& statement : statements_of(*item->answer, certificate_, issuer_)) {
+            state(statement, {item});
+        }
+    }
+    ruling_ = rule(statements_, moments_);
+    return ruling_.standing != Standing::unknown;
+}
+
+DecidingEvidence Inquiry::deciding_evidence(const EvidenceItem& item, const Statement& of) const {
+    DecidingEvidence evidence;
+    evidence.kind = item.kind();
+    evidence.source = item.source;
+    evidence.url = item.url;
+    evidence.this_update = item.list ? item.list->this_update : of.this_update;
+    evidence.next_update = item.list ? item.list->next_update : of.next_update;
+    evidence.encoded =
+        std::make_shared<const std::vector<BYTE>>(item.encoded.begin(), item.encoded.end());
+    return evidence;
+}
+
+StatusFinding Inquiry::finding() const {
+    StatusFinding finding;
+    finding.standing = ruling_.standing;
+    finding.cause = ruling_.cause;
+    finding.revoked_later = ruling_.revoked_later;
+    for (const std::size_t index : ruling_.deciding) {
+        const Statement& statement = statements_[index];
+        if (ruling_.standing == Standing::revoked) {
+            finding.reason = statement.reason;
+            finding.revoked_at = statement.revoked_at;
+        }
+        for (const EvidenceItem* item : origins_[index]) {
+            finding.evidence.push_back(deciding_evidence(*item, statement));
+        }
+    }
+    if (ruling_.standing != Standing::unknown) {
+        return finding;
+    }
+    if (session_.signatures.exhausted()) {
+        finding.cause = UnknownCause::exhausted;
+    } else if (finding.cause == UnknownCause::no_source &&
+               (addresses_.any_named || something_at_hand_)) {
+        // Something speaks of certificates like this one; that it can't be used is no licence.
+        finding.cause = UnknownCause::unreachable;
+    }
+    return finding;
+}
+
+} // namespace basalt

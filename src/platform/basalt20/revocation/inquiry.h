@@ -1,0 +1,63 @@
+// The judgement of one certificate's standing: source after source, the rule asked after each.
+#pragma once
+
+#include "basalt20/revocation/evidence_signer.h"
+#include "basalt20/revocation/source_addresses.h"
+
+namespace basalt {
+
+class Inquiry {
+public:
+    // All arguments must outlive the object; path[index] has an issuer on the path.
+    Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t index,
+            const StatusQuestion& question);
+
+    StatusFinding run();
+
+private:
+    struct List {
+        const EvidenceItem* item;
+        ReasonSet reasons;
+    };
+    using Items = std::vector<const EvidenceItem*>;
+
+    // Each gives true when the question is decided.
+    bool ask_given();
+    bool ask_cache();
+    bool ask_network();
+    bool consider(const Items& items);
+    bool consider_cached(const std::string& key, const std::string& url, EvidenceKind kind);
+    bool ask_network(const std::string& url, EvidenceKind kind);
+
+    const EvidenceItem* keep(const std::string& key, EvidenceItem item);
+    bool is_for_us(const EvidenceItem& item) const;
+    void accept(const EvidenceItem& item);
+    bool is_accepted(const EvidenceItem& item) const;
+    bool is_worth_keeping(const EvidenceItem& item) const;
+    void state(const Statement& statement, Items origin);
+    void state_lists();
+    const List* newest_delta_of(const List& base) const;
+    bool decide();
+    StatusFinding finding() const;
+    DecidingEvidence deciding_evidence(const EvidenceItem& item, const Statement& of) const;
+    std::string key_of(EvidenceKind kind, const std::string& url) const;
+
+    EvidenceSession& session_;
+    const StatusQuestion& question_;
+    X509* certificate_;
+    X509* issuer_;
+    CertificateScope scope_;
+    EvidenceSigner signer_;
+    SourceAddresses addresses_;
+    std::vector<BYTE> request_;
+    Moments moments_;
+
+    std::vector<List> lists_; // accepted
+    Items answers_;           // accepted
+    std::vector<Statement> statements_;
+    std::vector<Items> origins_; // of the statements
+    Ruling ruling_;
+    bool something_at_hand_ = false;
+};
+
+} // namespace basalt

@@ -1,0 +1,266 @@
+#include "basalt20/revocation/ocsp_facts.h"
+
+#include <openssl/err.h>
+#include <openssl/sha.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace basalt {
+
+namespace {
+
+constexpr int kMaxSerialOctets = 20; // RFC 5280, 4.1.2.2
+constexpr int kMaxCertificates = 16;
+constexpr BYTE kSuccessful = 0;
+
+// The octets of the BasicOCSPResponse, or none when the answer isn't a successful one of that kind.
+Bytes basic_octets(Bytes encoded) {
+    DerReader fields(sole_element(encoded, tag::kSequence).contents);
+    const Bytes status = fields.take(tag::kEnumerated).contents;
+    if (status.size() != 1 || status[0] != kSuccessful) {
+        return {};
+    }
+    const Bytes explicit_tag = fields.take(tag::context_constructed(0)).contents;
+    fields.expect_end();
+    DerReader response(sole_element(explicit_tag, tag::kSequence).contents);
+    if (oid_text(response.take(tag::kOid).contents) != "1.3.6.1.5.5.7.48.1.1") {
+        return {};
+    }
+    const Bytes octets = response.take(tag::kOctetString).contents;
+    response.expect_end();
+    return octets;
+}
+
+BasicOwner parse(Bytes encoded) {
+    Bytes octets;
+    try {
+        octets = basic_octets(encoded);
+    } catch (const Fault&) {
+        return nullptr;
+    }
+    const unsigned char* cursor = octets.data();
+    BasicOwner basic(octets.empty()
+                         ? nullptr
+                         : d2i_OCSP_BASICRESP(nullptr, &cursor, static_cast<long>(octets.size())));
+    if (basic && cursor != octets.data() + octets.size()) {
+        basic.reset();
+    }
+    ERR_clear_error();
+    return basic;
+}
+
+bool is_known(const ASN1_OBJECT* object) {
+    switch (OBJ_obj2nid(object)) {
+    case NID_id_pkix_OCSP_Nonce:
+    case NID_id_pkix_OCSP_CrlID:
+    case NID_id_pkix_OCSP_archiveCutoff:
+    case NID_ct_cert_scts:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool is_understood(X509_EXTENSION* extension) {
+    return X509_EXTENSION_get_critical(extension) == 0 ||
+           is_known(X509_EXTENSION_get_object(extension));
+}
+
+bool is_understood(OCSP_BASICRESP* basic) {
+    for (int i = 0; i < OCSP_BASICRESP_get_ext_count(basic); ++i) {
+        if (!is_understood(OCSP_BASICRESP_get_ext(basic, i))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool is_understood(OCSP_SINGLERESP* entry) {
+    for (int i = 0; i < OCSP_SINGLERESP_get_ext_count(entry); ++i) {
+        if (!is_understood(OCSP_SINGLERESP_get_ext(entry, i))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::vector<CertificateEntry> certificates_of(const OCSP_BASICRESP* basic) {
+    std::vector<CertificateEntry> entries;
+    const STACK_OF(X509)* list = OCSP_resp_get0_certs(basic);
+    for (int i = 0; i < std::min(sk_X509_num(list), kMaxCertificates); ++i) {
+        X509* certificate = sk_X509_value(list, i);
+        auto entry = std::make_shared<X509Entry>();
+        X509_up_ref(certificate);
+        entry->certificate.reset(certificate);
+        if (EVP_PKEY* key = X509_get_pubkey(certificate)) {
+            entry->key = std::make_shared<PublicKey>(EvpKey(key));
+            entries.push_back(std::move(entry));
+        }
+    }
+    ERR_clear_error();
+    return entries;
+}
+
+// Compares one identifier with the certificate, by whatever digest the responder has taken.
+class Identity {
+public:
+    Identity(X509* certificate, X509* issuer) : certificate_(certificate), issuer_(issuer) {}
+
+    bool is_of(const OCSP_SINGLERESP* entry) {
+        const OCSP_CERTID* id = OCSP_SINGLERESP_get0_id(entry);
+        ASN1_OBJECT* algorithm = nullptr;
+        ASN1_INTEGER* serial = nullptr;
+        OCSP_id_get0_info(nullptr, &algorithm, nullptr, &serial, const_cast<OCSP_CERTID*>(id));
+        if (ASN1_INTEGER_cmp(serial, X509_get0_serialNumber(certificate_)) != 0) {
+            return false;
+        }
+        const EVP_MD* digest = EVP_get_digestbyobj(algorithm);
+        const OpensslOwner<OCSP_CERTID, OCSP_CERTID_free> wanted(
+            digest != nullptr ? OCSP_cert_to_id(digest, certificate_, issuer_) : nullptr);
+        return wanted && OCSP_id_cmp(id, wanted.get()) == 0;
+    }
+
+private:
+    X509* certificate_;
+    X509* issuer_;
+};
+
+struct Entry {
+    int status = V_OCSP_CERTSTATUS_UNKNOWN;
+    Statement statement;
+};
+
+std::optional<FileTicks> archive_cutoff(OCSP_SINGLERESP* entry) {
+    const OpensslOwner<ASN1_GENERALIZEDTIME, ASN1_GENERALIZEDTIME_free> time(
+        static_cast<ASN1_GENERALIZEDTIME*>(
+            OCSP_SINGLERESP_get1_ext_d2i(entry, NID_id_pkix_OCSP_archiveCutoff, nullptr, nullptr)));
+    return ticks_of(time.get());
+}
+
+// Nothing when the entry's dates can't be read.
+std::optional<Entry> read_entry(OCSP_SINGLERESP* single) {
+    int why = -1;
+    ASN1_GENERALIZEDTIME* revoked_at = nullptr;
+    ASN1_GENERALIZEDTIME* this_update = nullptr;
+    ASN1_GENERALIZEDTIME* next_update = nullptr;
+    Entry entry;
+    entry.status = OCSP_single_get0_status(single, &why, &revoked_at, &this_update, &next_update);
+    const std::optional<FileTicks> made = ticks_of(this_update);
+    Statement& statement = entry.statement;
+    statement.next_update = ticks_of(next_update);
+    if (!made || (next_update != nullptr && !statement.next_update)) {
+        return std::nullopt;
+    }
+    statement.this_update = *made;
+    statement.reaches_back_to = archive_cutoff(single);
+    if (entry.status == V_OCSP_CERTSTATUS_REVOKED) {
+        statement.revoked = true;
+        statement.revoked_at = ticks_of(revoked_at).value_or(0);
+        if (why >= 0) {
+            statement.reason = why;
+        }
+    }
+    return entry;
+}
+
+} // namespace
+
+bool OcspFacts::names_responder(const X509* certificate) const {
+    const ASN1_OCTET_STRING* key_hash = nullptr;
+    const X509_NAME* name = nullptr;
+    if (OCSP_resp_get0_id(basic.get(), &key_hash, &name) != 1) {
+        return false;
+    }
+    if (name != nullptr) {
+        return X509_NAME_cmp(name, X509_get_subject_name(certificate)) == 0;
+    }
+    const ASN1_BIT_STRING* key = X509_get0_pubkey_bitstr(certificate);
+    std::array<unsigned char, SHA_DIGEST_LENGTH> digest{};
+    unsigned size = 0;
+    return key != nullptr && ASN1_STRING_length(key_hash) == SHA_DIGEST_LENGTH &&
+           EVP_Digest(ASN1_STRING_get0_data(key), static_cast<std::size_t>(ASN1_STRING_length(key)),
+                      digest.data(), &size, EVP_sha1(), nullptr) == 1 &&
+           std::memcmp(digest.data(), ASN1_STRING_get0_data(key_hash), digest.size()) == 0;
+}
+
+std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded) {
+    BasicOwner basic = parse(encoded);
+    const std::optional<FileTicks> made =
+        basic ? ticks_of(OCSP_resp_get0_produced_at(basic.get())) : std::nullopt;
+    if (!made || !is_understood(basic.get())) {
+        return nullptr;
+    }
+    auto facts = std::make_shared<OcspFacts>();
+    facts->produced_at = *made;
+    facts->certificates = certificates_of(basic.get());
+    facts->basic = std::move(basic);
+    return facts;
+}
+
+bool is_about(const OcspFacts& answer, X509* certificate, X509* issuer) {
+    Identity identity(certificate, issuer);
+    for (int i = 0; i < OCSP_resp_count(answer.basic.get()); ++i) {
+        if (identity.is_of(OCSP_resp_get0(answer.basic.get(), i))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::vector<Statement> statements_of(const OcspFacts& answer, X509* certificate, X509* issuer) {
+    Identity identity(certificate, issuer);
+    std::vector<Statement> revoked;
+    std::optional<Statement> good;
+    std::optional<FileTicks> unknown;
+    for (int i = 0; i < OCSP_resp_count(answer.basic.get()); ++i) {
+        OCSP_SINGLERESP* single = OCSP_resp_get0(answer.basic.get(), i);
+        const std::optional<Entry> entry =
+            identity.is_of(single) && is_understood(single) ? read_entry(single) : std::nullopt;
+        if (!entry) {
+            continue;
+        }
+        const FileTicks made = entry->statement.this_update;
+        if (entry->status == V_OCSP_CERTSTATUS_REVOKED) {
+            revoked.push_back(entry->statement);
+        } else if (entry->status == V_OCSP_CERTSTATUS_GOOD) {
+            good = good && good->this_update >= made ? good : entry->statement;
+        } else {
+            unknown = std::max(unknown.value_or(0), made);
+        }
+    }
+    ERR_clear_error();
+    if (!revoked.empty()) {
+        return revoked;
+    }
+    if (!good || (unknown && *unknown >= good->this_update)) {
+        return {};
+    }
+    return {*good};
+}
+
+std::vector<BYTE> make_ocsp_request(X509* certificate, X509* issuer) {
+    if (ASN1_STRING_length(X509_get0_serialNumber(certificate)) > kMaxSerialOctets) {
+        return {};
+    }
+    const OpensslOwner<OCSP_REQUEST, OCSP_REQUEST_free> request(OCSP_REQUEST_new());
+    // SHA-1 as the identifier's hash is what every responder knows (RFC 5019, 2.1.1).
+    OpensslOwner<OCSP_CERTID, OCSP_CERTID_free> id(
+        OCSP_cert_to_id(EVP_sha1(), certificate, issuer));
+    if (!request || !id || OCSP_request_add0_id(request.get(), id.get()) == nullptr) {
+        ERR_clear_error();
+        return {};
+    }
+    static_cast<void>(id.release()); // the request's now
+    unsigned char* der = nullptr;
+    const int size = i2d_OCSP_REQUEST(request.get(), &der);
+    std::vector<BYTE> bytes;
+    if (size > 0) {
+        bytes.assign(der, der + size);
+    }
+    OPENSSL_free(der);
+    return bytes;
+}
+
+} // namespace basalt

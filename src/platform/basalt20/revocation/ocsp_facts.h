@@ -1,0 +1,46 @@
+// What an OCSP answer says, read once, and the request that asks for one. Nothing here is authentic
+// yet.
+#pragma once
+
+#include "basalt20/coding/der_reader.h"
+#include "basalt20/coding/file_ticks.h"
+#include "basalt20/coding/openssl_owner.h"
+#include "basalt20/revocation/rule.h"
+#include "basalt20/revocation/signer_paths.h"
+
+#include <openssl/ocsp.h>
+
+#include <memory>
+#include <vector>
+
+namespace basalt {
+
+using BasicOwner = OpensslOwner<OCSP_BASICRESP, OCSP_BASICRESP_free>;
+
+struct OcspFacts {
+    BasicOwner basic;
+    FileTicks produced_at = 0;
+    std::vector<CertificateEntry> certificates; // that came with it, candidates for its signer
+
+    // True when the responder's name or key hash is that certificate's.
+    bool names_responder(const X509* certificate) const;
+};
+
+// Null for what can't be used: no successful basic answer, bytes behind it, an unknown critical
+// extension of the whole.
+std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded);
+
+// True when one entry at least is about the certificate.
+bool is_about(const OcspFacts& answer, X509* certificate, X509* issuer);
+
+// What the entries about the certificate come to: those that say "revoked"; or else the newest that
+// says "good", unless one that is as new says "unknown". Entries with an unknown critical extension
+// are passed over.
+std::vector<Statement> statements_of(const OcspFacts& answer, X509* certificate, X509* issuer);
+
+// The DER of a request for one certificate, without nonce, so that answers made in advance can
+// serve. Empty for a certificate that can't be asked about: one whose serial number is over 20
+// octets.
+std::vector<BYTE> make_ocsp_request(X509* certificate, X509* issuer);
+
+} // namespace basalt

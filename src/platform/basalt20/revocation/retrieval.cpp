@@ -1,0 +1,68 @@
+#include "basalt20/revocation/retrieval.h"
+
+#include "basalt20/network/http_client.h"
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+constexpr std::chrono::milliseconds kConnectTimeout{5000};
+constexpr std::size_t kLongestAddress = 2048;
+constexpr unsigned kStatusOk = 200;
+
+bool is_plain(char c) {
+    return c > ' ' && c < '\x7F';
+}
+
+} // namespace
+
+std::optional<std::string> fetchable_address(const ASN1_IA5STRING* text) {
+    const std::string url(reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)),
+                          static_cast<std::size_t>(ASN1_STRING_length(text)));
+    const bool known = url.starts_with("http://") || url.starts_with("https://");
+    if (!known || url.size() > kLongestAddress || !std::all_of(url.begin(), url.end(), is_plain) ||
+        has_user_info(url)) {
+        return std::nullopt;
+    }
+    return url;
+}
+
+std::optional<std::vector<BYTE>> Retrieval::get(const std::string& url) {
+    HttpRequest request;
+    request.url = url;
+    request.follow_redirects = true;
+    return fetch(request, url);
+}
+
+std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
+                                                 const std::string& content_type, Bytes body) {
+    HttpRequest request;
+    request.url = url;
+    request.headers = {"Content-Type: " + content_type};
+    request.body = body;
+    return fetch(request, url + '\n' + std::string(body.begin(), body.end()));
+}
+
+std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const std::string& key) {
+    const std::chrono::milliseconds left = budget_.fetching_time_left();
+    if (left.count() <= 0 || failed_.contains(key)) {
+        return std::nullopt;
+    }
+    request.proxy = fetching_proxy();
+    HttpLimits& limits = request.limits;
+    limits = network_limits();
+    limits.total_timeout = std::min(limits.total_timeout, left);
+    limits.connect_timeout = std::min({limits.connect_timeout, kConnectTimeout, left});
+    limits.answer_bytes = std::min(limits.answer_bytes, budget_.limits().object_bytes);
+    ++exchanges_;
+    HttpAnswer answer = http_exchange(request);
+    if (answer.error != 0 || answer.status != kStatusOk) {
+        failed_.insert(key);
+        return std::nullopt;
+    }
+    return std::move(answer.body);
+}
+
+} // namespace basalt

@@ -1,0 +1,150 @@
+#include "basalt20/revocation/rule.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace basalt {
+
+namespace {
+
+constexpr FileTicks kClockTolerance = 300 * kTicksPerSecond;
+// For a statement that doesn't say when the next one comes.
+constexpr FileTicks kUndatedLife = FileTicks{24} * 3600 * kTicksPerSecond;
+
+bool is_hold(const Statement& statement) {
+    return statement.revoked && statement.reason == reason::kCertificateHold;
+}
+
+// Only a change of business leaves good what was signed before it (RFC 3161, 4, item 1).
+bool counts_from_its_date_on(std::optional<int> why) {
+    if (!why) {
+        return false;
+    }
+    switch (*why) {
+    case reason::kUnspecified:
+    case reason::kAffiliationChanged:
+    case reason::kSuperseded:
+    case reason::kCessationOfOperation:
+    case reason::kPrivilegeWithdrawn:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool voids_earlier_stamps(const Statement& statement, bool is_signer) {
+    return is_compromise(statement.reason) ||
+           (is_signer && !counts_from_its_date_on(statement.reason));
+}
+
+// A revocation before the stamp decides rather than one after it, of either kind the first.
+bool decides_rather(const Statement& a, const Statement& b) {
+    return a.revoked_at < b.revoked_at;
+}
+
+std::optional<std::size_t> deciding_revocation(std::span<const Statement> statements,
+                                               const Moments& moments) {
+    std::optional<std::size_t> found;
+    for (std::size_t i = 0; i < statements.size(); ++i) {
+        const Statement& s = statements[i];
+        const bool counts =
+            s.revoked && !is_hold(s) &&
+            (s.revoked_at <= moments.stamp || voids_earlier_stamps(s, moments.is_signer));
+        if (counts && (!found || decides_rather(s, statements[*found]))) {
+            found = i;
+        }
+    }
+    return found;
+}
+
+// The newest statement that could tell a hold; of two of the same moment the one that tells it.
+std::optional<std::size_t> last_word_on_hold(std::span<const Statement> statements,
+                                             const Moments& moments) {
+    std::optional<std::size_t> found;
+    for (std::size_t i = 0; i < statements.size(); ++i) {
+        const Statement& s = statements[i];
+        if ((s.reasons & kHoldReason) == 0 || !covers(s, moments)) {
+            continue;
+        }
+        if (!found || s.this_update > statements[*found].this_update ||
+            (s.this_update == statements[*found].this_update && is_hold(s))) {
+            found = i;
+        }
+    }
+    return found;
+}
+
+// Covering statements, newest first, until they speak of every reason together.
+Ruling sum_of_reasons(std::span<const Statement> statements, const Moments& moments) {
+    std::vector<std::size_t> order(statements.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        return statements[a].this_update > statements[b].this_update;
+    });
+    Ruling ruling;
+    ReasonSet sum = 0;
+    for (const std::size_t i : order) {
+        const Statement& s = statements[i];
+        if (covers(s, moments) && (s.reasons & ~sum) != 0) {
+            sum |= s.reasons;
+            ruling.deciding.push_back(i);
+        }
+    }
+    if (sum == kAllReasons) {
+        ruling.standing = Standing::good;
+        ruling.cause = UnknownCause::none;
+        return ruling;
+    }
+    ruling.cause = sum != 0             ? UnknownCause::not_covered
+                   : statements.empty() ? UnknownCause::no_source
+                                        : UnknownCause::too_old;
+    if (ruling.deciding.empty() && !order.empty()) {
+        ruling.deciding.push_back(order.front());
+    }
+    return ruling;
+}
+
+} // namespace
+
+bool is_compromise(std::optional<int> why) {
+    return why == reason::kKeyCompromise || why == reason::kCaCompromise ||
+           why == reason::kAaCompromise;
+}
+
+bool covers(const Statement& statement, const Moments& moments) {
+    const FileTicks made = statement.this_update;
+    const FileTicks next = statement.next_update.value_or(made + kUndatedLife);
+    if (!statement.complete || made > moments.now + kClockTolerance || next < made) {
+        return false;
+    }
+    if (moments.now <= moments.end) {
+        return next >= moments.now;
+    }
+    // Lists drop what has expired, so silence afterwards means nothing by itself.
+    const bool reaches =
+        statement.reaches_back_to.has_value() && *statement.reaches_back_to <= moments.end;
+    return made >= moments.stamp && (made <= moments.end || reaches);
+}
+
+Ruling rule(std::span<const Statement> statements, const Moments& moments) {
+    Ruling ruling;
+    ruling.standing = Standing::revoked;
+    ruling.cause = UnknownCause::none;
+    if (const auto found = deciding_revocation(statements, moments)) {
+        ruling.revoked_later = statements[*found].revoked_at > moments.stamp;
+        ruling.deciding = {*found};
+        return ruling;
+    }
+    if (const auto last = last_word_on_hold(statements, moments);
+        last && is_hold(statements[*last])) {
+        const bool later = statements[*last].revoked_at > moments.stamp;
+        if (!later || moments.is_signer) {
+            ruling.revoked_later = later;
+            ruling.deciding = {*last};
+            return ruling;
+        }
+    }
+    return sum_of_reasons(statements, moments);
+}
+
+} // namespace basalt

@@ -1,0 +1,70 @@
+#include "basalt20/revocation/source_addresses.h"
+
+#include "basalt20/revocation/retrieval.h"
+
+#include <openssl/err.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+void add(const ASN1_IA5STRING* address, std::vector<std::string>& list) {
+    std::optional<std::string> url = fetchable_address(address);
+    if (url && std::find(list.begin(), list.end(), *url) == list.end()) {
+        list.push_back(std::move(*url));
+    }
+}
+
+void read_access_descriptions(X509* certificate, SourceAddresses& sources) {
+    const OpensslOwner<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_free> access(
+        static_cast<AUTHORITY_INFO_ACCESS*>(
+            X509_get_ext_d2i(certificate, NID_info_access, nullptr, nullptr)));
+    for (int i = 0; access && i < sk_ACCESS_DESCRIPTION_num(access.get()); ++i) {
+        const ACCESS_DESCRIPTION* entry = sk_ACCESS_DESCRIPTION_value(access.get(), i);
+        if (OBJ_obj2nid(entry->method) != NID_ad_OCSP) {
+            continue;
+        }
+        sources.any_named = true;
+        if (entry->location->type == GEN_URI) {
+            add(entry->location->d.uniformResourceIdentifier, sources.ocsp);
+        }
+    }
+}
+
+void read_points(const CRL_DIST_POINTS* points, SourceAddresses& sources) {
+    for (int i = 0; i < sk_DIST_POINT_num(points); ++i) {
+        sources.any_named = true;
+        const DIST_POINT* point = sk_DIST_POINT_value(points, i);
+        if (point->distpoint == nullptr || point->distpoint->type != 0) {
+            continue;
+        }
+        const GENERAL_NAMES* names = point->distpoint->name.fullname;
+        for (int j = 0; j < sk_GENERAL_NAME_num(names); ++j) {
+            const GENERAL_NAME* name = sk_GENERAL_NAME_value(names, j);
+            if (name->type == GEN_URI) {
+                add(name->d.uniformResourceIdentifier, sources.crl);
+            }
+        }
+    }
+}
+
+} // namespace
+
+SourceAddresses source_addresses(X509* certificate, const CertificateScope& scope, unsigned most) {
+    SourceAddresses sources;
+    read_access_descriptions(certificate, sources);
+    read_points(scope.points(), sources);
+    const OpensslOwner<CRL_DIST_POINTS, CRL_DIST_POINTS_free> freshest(
+        static_cast<CRL_DIST_POINTS*>(
+            X509_get_ext_d2i(certificate, NID_freshest_crl, nullptr, nullptr)));
+    read_points(freshest.get(), sources);
+    ERR_clear_error();
+    const std::size_t for_lists = std::min<std::size_t>(sources.crl.size(), most / 2);
+    sources.ocsp.resize(std::min<std::size_t>(sources.ocsp.size(), most - for_lists));
+    sources.crl.resize(std::min<std::size_t>(sources.crl.size(), most - sources.ocsp.size()));
+    return sources;
+}
+
+} // namespace basalt

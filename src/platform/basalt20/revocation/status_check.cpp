@@ -1,0 +1,79 @@
+#include "basalt20/revocation/status_check.h"
+
+#include "basalt20/revocation/evidence_session.h"
+#include "basalt20/revocation/inquiry.h"
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+// A signer of evidence, its signer, and that one's.
+constexpr std::size_t kMostUnderWay = 4;
+
+} // namespace
+
+StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index,
+                                     const StatusQuestion& question) {
+    const CertificateEntry& certificate = path[index];
+    const Key key{certificate.get(), path[index + 1].get(), path.back().get(), question.stamp_time,
+                  question.now,      question.is_signer,    question.may_fetch};
+    if (const auto known = findings_.find(key); known != findings_.end()) {
+        return known->second;
+    }
+    if (under_way_.size() >= kMostUnderWay || is_under_way(*certificate)) {
+        StatusFinding finding;
+        finding.cause = UnknownCause::unreachable;
+        return finding;
+    }
+    under_way_.push_back(certificate.get());
+    StatusFinding finding = Inquiry(*this, path, index, question).run();
+    under_way_.pop_back();
+    // An answer that was cut short by a circle holds for this question only.
+    if (under_way_.empty()) {
+        findings_[key] = finding;
+    }
+    return finding;
+}
+
+bool EvidenceSession::is_under_way(const X509Entry& certificate) const {
+    return std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
+        return X509_cmp(other->certificate.get(), certificate.certificate.get()) == 0;
+    });
+}
+
+bool StatusFinding::key_is_compromised() const {
+    return standing == Standing::revoked && is_compromise(reason);
+}
+
+bool passes(const StatusFinding& finding, RevocationMode mode) {
+    if (mode == RevocationMode::off || finding.standing == Standing::good) {
+        return true;
+    }
+    if (finding.standing == Standing::revoked || finding.cause == UnknownCause::exhausted) {
+        return false;
+    }
+    return mode == RevocationMode::available || finding.cause == UnknownCause::no_source;
+}
+
+class StatusCheck::Session : public EvidenceSession {
+public:
+    using EvidenceSession::EvidenceSession;
+};
+
+StatusCheck::StatusCheck(Budget& budget, Retrieval& retrieval, SignerPaths& paths,
+                         std::vector<HCERTSTORE> given)
+    : session_(std::make_unique<Session>(budget, retrieval, paths, std::move(given))) {}
+
+StatusCheck::~StatusCheck() = default;
+
+StatusFinding StatusCheck::judge(CertificatePathView path, std::size_t index,
+                                 const StatusQuestion& question) {
+    if (question.mode == RevocationMode::off || index + 1 >= path.size()) {
+        return {};
+    }
+    return session_->judge(path, index, question);
+}
+
+} // namespace basalt
