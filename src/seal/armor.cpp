@@ -19,11 +19,12 @@ std::string_view text_of(ByteView bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+constexpr std::string_view kAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 constexpr std::array<signed char, 256> kValues = [] {
     std::array<signed char, 256> values{};
     values.fill(-1);
-    constexpr std::string_view kAlphabet =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
         values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<signed char>(i);
     }
@@ -63,6 +64,20 @@ std::optional<Bytes> decode_base64(std::string_view text) {
         }
     }
     return count % 4 == 0 && count != 0 ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+std::string encode_base64(ByteView bytes) {
+    std::string text;
+    for (; !bytes.empty(); bytes = bytes.subspan(std::min<std::size_t>(bytes.size(), 3))) {
+        unsigned bits = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            bits = bits << 8 | (i < bytes.size() ? std::to_integer<unsigned>(bytes[i]) : 0U);
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
+            text += i <= bytes.size() ? kAlphabet[bits >> (18 - 6 * i) & 0x3F] : '=';
+        }
+    }
+    return text;
 }
 
 std::vector<PemBlock> pem_blocks(ByteView bytes, std::size_t most) {

@@ -20,6 +20,9 @@ std::vector<PemBlock> pem_blocks(ByteView text, std::size_t most = 10000);
 // White space is skipped; nothing for text that isn't Base64 to the end, or is empty.
 std::optional<Bytes> decode_base64(std::string_view text);
 
+// In one line.
+std::string encode_base64(ByteView bytes);
+
 struct Unarmored {
     Form form = Form::binary;
     std::string label; // of PEM

@@ -1,12 +1,11 @@
 // Stamps by the older Authenticode protocol, whose answer is judged before it is given out.
-#include "client/authenticode.h"
-
 #include <algorithm>
 
 #include "atl/cert_context.h"
 #include "atl/platform_answer.h"
-#include "basalt10/blob.h"
+#include "basalt20/surface/object_coding.h"
 #include "client/result_codes.h"
+#include "seal/armor.h"
 #include "seal/byte_kind.h"
 #include "seal/certificate_info.h"
 #include "seal/configuration_value.h"
@@ -14,6 +13,7 @@
 #include "seal/endpoint.h"
 #include "seal/failure.h"
 #include "seal/platform_text.h"
+#include "seal/request_rules.h"
 #include "seal/signed_bytes.h"
 #include "seal/verification.h"
 #include "sup/error_codes.h"
@@ -24,13 +24,11 @@ namespace chronoseal {
 namespace {
 
 constexpr char kDoing[] = "get an Authenticode stamp";
+constexpr unsigned kHttpOk = 200;
 constexpr std::string_view kSigningTime = "1.2.840.113549.1.9.5";
 
-struct FreeStamp {
-    void operator()(CRYPT_DATA_BLOB* stamp) const noexcept { FreeMSStamp(stamp); }
-};
-
-std::string choose_address(const std::string& wanted) {
+// The server to ask, if policy allows it.
+Endpoint choose_server(const std::string& wanted) {
     std::string url =
         wanted.empty() ? configured_text("\\config\\cades\\tsppolicy\\DefaultMSTSPURL").value_or("")
                        : wanted;
@@ -39,30 +37,53 @@ std::string choose_address(const std::string& wanted) {
                     "no Authenticode server's address is set",
                     "give one, or set DefaultMSTSPURL in the machine's policy");
     }
-    return make_endpoint({.url = url}, "").url;
+    const Endpoint endpoint = make_endpoint({.url = url}, "");
+    static_cast<void>(settled_rules()); // a policy that can't be read allows nothing
+    const auto allowed = configured_list("\\config\\cades\\tsppolicy\\AllowedMSTSPs");
+    if (allowed && std::ranges::find(*allowed, endpoint.url) == allowed->end()) {
+        throw error_of_code(ERROR_ACCESS_DISABLED_BY_POLICY, kDoing);
+    }
+    return endpoint;
 }
 
-Bytes ask(ByteView content, const std::string& url) {
-    const Bytes copy = copy_of(content);
-    const CRYPT_DATA_BLOB blob{static_cast<DWORD>(copy.size()),
-                               reinterpret_cast<BYTE*>(const_cast<std::byte*>(copy.data()))};
-    const std::wstring address = wide(url);
-    SetLastError(0);
-    const std::unique_ptr<CRYPT_DATA_BLOB, FreeStamp> stamp(
-        GetMSStamp(&blob, address.c_str(), nullptr));
-    if (stamp) {
-        return copy_of(stamp->pbData, stamp->cbData);
+Bytes encode_request(ByteView content) {
+    char algorithm[] = "1.3.6.1.4.1.311.3.2.1";
+    char type[] = "1.2.840.113549.1.7.1";
+    const Halcyon::CBlob copy = blob_of(content);
+    CRYPT_TIME_STAMP_REQUEST_INFO info{};
+    info.pszTimeStampAlgorithm = algorithm;
+    info.pszContentType = type;
+    info.Content = {static_cast<DWORD>(copy.cbData()), copy.pbData()};
+    DWORD size = 0;
+    if (CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info, nullptr, &size) == 0) {
+        throw error_of_last(kDoing);
     }
-    const DWORD code = GetLastError();
-    if (code == 0) {
+    Bytes der(size);
+    if (CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info,
+                          reinterpret_cast<BYTE*>(der.data()), &size) == 0) {
+        throw error_of_last(kDoing);
+    }
+    der.resize(size);
+    return der;
+}
+
+Bytes ask(ByteView content, const Endpoint& server) {
+    const std::string body = encode_base64(encode_request(content));
+    const ExchangeAnswer answer = post(server, bytes_of(body), "");
+    if (answer.status != kHttpOk) {
+        throw error_of_http_status(answer.status, server.shown);
+    }
+    const std::string_view text(reinterpret_cast<const char*>(answer.body.data()),
+                                answer.body.size());
+    // Some servers end their text by a zero.
+    auto decoded = decode_base64(text.substr(0, text.find('\0')));
+    if (!decoded) {
         throw Error(Category::refused, "answer_malformed", 0,
-                    "the answer of " + quote_address(url) + " is empty or no Base64",
+                    "the answer of " + server.shown + " is not an Authenticode stamp but " +
+                        describe_bytes(answer.body),
                     "check the address");
     }
-    if (code == ERROR_ACCESS_DISABLED_BY_POLICY) {
-        throw error_of_code(code, kDoing);
-    }
-    throw error_of_last(kDoing);
+    return *std::move(decoded);
 }
 
 unsigned two_digits(std::string_view text, std::size_t at) {
@@ -176,7 +197,7 @@ AuthenticodeStamp judge(Bytes answer, ByteView content, const AuthenticodeOption
 
 AuthenticodeStamp authenticode(ByteView content, const AuthenticodeOptions& options) {
     return guarded(
-        kDoing, [&] { return judge(ask(content, choose_address(options.url)), content, options); });
+        kDoing, [&] { return judge(ask(content, choose_server(options.url)), content, options); });
 }
 
 } // namespace chronoseal

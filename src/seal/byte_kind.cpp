@@ -20,6 +20,7 @@ using namespace der_tag;
 
 constexpr std::string_view kSignedData = "1.2.840.113549.1.7.2";
 constexpr std::string_view kTstInfo = "1.2.840.113549.1.9.16.1.4";
+constexpr std::string_view kIndirectData = "1.3.6.1.4.1.311.2.1.4";
 constexpr std::string_view kAuthenticodeRequest = "1.3.6.1.4.1.311.3.2.1";
 constexpr std::string_view kPkcs7 = "1.2.840.113549.1.7.";
 constexpr std::string_view kCmsContent = "1.2.840.113549.1.9.16.1.";
@@ -35,6 +36,7 @@ constexpr KindWords kWords[] = {
     {Kind::token, "token", "a time-stamp token"},
     {Kind::request, "request", "a request for a time-stamp"},
     {Kind::signed_message, "signed_message", "a signed message without a time-stamp"},
+    {Kind::authenticode_signature, "authenticode_signature", "an Authenticode signature"},
     {Kind::other_message, "other_message", "a CMS message that isn't signed"},
     {Kind::certificate, "certificate", "an X.509 certificate"},
     {Kind::revocation_list, "revocation_list", "a certificate revocation list"},
@@ -87,7 +89,10 @@ Kind kind_of_message(ByteView bytes, std::string_view oid) {
         return Kind::other_message;
     }
     const auto message = open_message(bytes);
-    return content_type(message) == kTstInfo ? Kind::token : Kind::signed_message;
+    const std::string type = content_type(message);
+    return type == kTstInfo        ? Kind::token
+           : type == kIndirectData ? Kind::authenticode_signature
+                                   : Kind::signed_message;
 }
 
 // SEQUENCE { INTEGER ...

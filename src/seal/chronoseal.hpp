@@ -590,28 +590,29 @@ private:
 
 enum class Kind {
     empty,
-    response,             // TimeStampResp
-    token,                // a CMS message over a TSTInfo
-    request,              // TimeStampReq
-    signed_message,       // CMS or PKCS#7 with a signature; `stamps` tells of those inside
-    other_message,        // CMS of another type
-    certificate,          //
-    revocation_list,      //
-    ocsp_answer,          //
-    authenticode_request, // a request of the older Authenticode protocol
-    certificate_request,  // PKCS#10
-    private_key,          // PKCS#8 and the like
-    key_store,            // PKCS#12
-    evidence_record,      // RFC 4998
-    html,                 //
-    xml,                  //
-    json,                 //
-    pdf,                  //
-    archive,              // ZIP
-    executable,           // ELF or PE
-    text,                 //
-    unknown_der,          // well-formed BER of no kind above
-    unknown               //
+    response,               // TimeStampResp
+    token,                  // a CMS message over a TSTInfo
+    request,                // TimeStampReq
+    signed_message,         // CMS or PKCS#7 with a signature; `stamps` tells of those inside
+    authenticode_signature, // a signature over a program or a script; its `stamps` likewise
+    other_message,          // CMS of another type
+    certificate,            //
+    revocation_list,        //
+    ocsp_answer,            //
+    authenticode_request,   // a request of the older Authenticode protocol
+    certificate_request,    // PKCS#10
+    private_key,            // PKCS#8 and the like
+    key_store,              // PKCS#12
+    evidence_record,        // RFC 4998
+    html,                   //
+    xml,                    //
+    json,                   //
+    pdf,                    //
+    archive,                // ZIP
+    executable,             // ELF or PE
+    text,                   //
+    unknown_der,            // well-formed BER of no kind above
+    unknown                 //
 };
 CHRONOSEAL_API std::string_view kind_name(Kind kind) noexcept; // "revocation_list"
 

@@ -239,29 +239,29 @@ Endpoint make_endpoint(const Authority& authority, const std::string& default_pr
     return endpoint;
 }
 
-ExchangeAnswer post_request(const Endpoint& endpoint, ByteView request) {
+ExchangeAnswer post(const Endpoint& endpoint, ByteView body, const std::string& content_type) {
     const Login none;
     const Login& login = endpoint.login ? *endpoint.login : none;
     const Login& proxy_login = endpoint.proxy_login ? *endpoint.proxy_login : none;
-    BASALT_POST post{};
-    post.cbSize = sizeof post;
-    post.pszUrl = endpoint.url.c_str();
-    post.pszUserAgent = kUserAgent;
-    post.pszContentType = "application/timestamp-query";
-    post.pszUser = login.user.c_str();
-    post.pszPassword = login.password.c_str();
-    post.pszProxy = endpoint.proxy.c_str();
-    post.pszProxyUser = proxy_login.user.c_str();
-    post.pszProxyPassword = proxy_login.password.c_str();
-    post.pszClientCertificate = endpoint.client_certificate.c_str();
-    post.pszClientKey = endpoint.client_key.c_str();
-    post.pszCaFile = endpoint.ca_file.c_str();
-    post.dwTimeout = static_cast<DWORD>(
+    BASALT_POST record{};
+    record.cbSize = sizeof record;
+    record.pszUrl = endpoint.url.c_str();
+    record.pszUserAgent = kUserAgent;
+    record.pszContentType = content_type.c_str();
+    record.pszUser = login.user.c_str();
+    record.pszPassword = login.password.c_str();
+    record.pszProxy = endpoint.proxy.c_str();
+    record.pszProxyUser = proxy_login.user.c_str();
+    record.pszProxyPassword = proxy_login.password.c_str();
+    record.pszClientCertificate = endpoint.client_certificate.c_str();
+    record.pszClientKey = endpoint.client_key.c_str();
+    record.pszCaFile = endpoint.ca_file.c_str();
+    record.dwTimeout = static_cast<DWORD>(
         std::clamp<std::int64_t>(endpoint.timeout.count(), 0, 24LL * 3600 * 1000));
-    post.pbBody = octets(request);
-    post.cbBody = static_cast<DWORD>(request.size());
+    record.pbBody = octets(body);
+    record.cbBody = static_cast<DWORD>(body.size());
     FreeAnswer answer;
-    if (BasaltPost(&post, &answer.record) == 0) {
+    if (BasaltPost(&record, &answer.record) == 0) {
         throw error_of_last("ask " + endpoint.shown);
     }
     return {answer.record.dwHttpStatus, std::chrono::seconds(answer.record.dwRetryAfter),

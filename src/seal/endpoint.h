@@ -28,8 +28,8 @@ struct ExchangeAnswer {
     Bytes body;
 };
 
-// One POST of a request for a time-stamp. Throws Error where no answer came.
-ExchangeAnswer post_request(const Endpoint& endpoint, ByteView request);
+// One POST; an empty type declares none. Throws Error where no answer came.
+ExchangeAnswer post(const Endpoint& endpoint, ByteView body, const std::string& content_type);
 
 // The error for a status other than 200.
 Error error_of_http_status(unsigned status, const std::string& shown);

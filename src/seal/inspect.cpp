@@ -89,12 +89,17 @@ Inspection inspect(ByteView bytes) {
         if (result.kind == Kind::response || result.kind == Kind::token) {
             read_stamp(result);
         }
-        if (result.kind == Kind::signed_message || result.kind == Kind::token) {
+        const bool is_signature =
+            result.kind == Kind::signed_message || result.kind == Kind::authenticode_signature;
+        if (is_signature || result.kind == Kind::token) {
             StampSearch(result).search(result.der, "", 0);
         }
-        if (result.kind == Kind::signed_message && !result.stamps.empty()) {
-            result.description = "a signed message with " + std::to_string(result.stamps.size()) +
-                                 (result.stamps.size() == 1 ? " time-stamp" : " time-stamps");
+        if (is_signature && !result.stamps.empty()) {
+            result.description =
+                (result.kind == Kind::signed_message ? "a signed message with "
+                                                     : "an Authenticode signature with ") +
+                std::to_string(result.stamps.size()) +
+                (result.stamps.size() == 1 ? " time-stamp" : " time-stamps");
         }
         return result;
     });

@@ -39,6 +39,8 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
         sequence(integer("\x01") + sequence(algorithm() + element(4, tsp::sha256("x"))));
     tsp::Signing other;
     other.contentType = "1.2.840.113549.1.7.1";
+    tsp::Signing code;
+    code.contentType = "1.3.6.1.4.1.311.2.1.4";
     struct Row {
         const char* name;
         std::string bytes;
@@ -57,6 +59,8 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
         {"certificate in PEM", pem("CERTIFICATE", authority.rootDer()), Kind::certificate,
          Form::pem},
         {"signed message", authority.token("text", other), Kind::signed_message, Form::binary},
+        {"authenticode signature", authority.token("text", code), Kind::authenticode_signature,
+         Form::binary},
         {"enveloped", sequence(oid("1.2.840.113549.1.7.3") + element(0xA0, sequence(""))),
          Kind::other_message, Form::binary},
         {"ocsp", sequence(element(0x0A, std::string(1, '\0'))), Kind::ocsp_answer, Form::binary},

@@ -23,7 +23,7 @@ protected:
 };
 
 TEST_F(MachineTest, EverySettingIsToldWithItsSource) {
-    tsp::Configuration::instance().set("AllowedTSPs = ['http://a.example/', 'x\x1b[2J']",
+    tsp::Configuration::instance().set("AllowedTSPs = ['http://a.example/', \"x\\u001b[2J\"]",
                                        "[config.trace.levels]\ntsp = 8\n");
     const MachinePolicy policy = chronoseal::policy();
     EXPECT_TRUE(policy.usable);
@@ -142,6 +142,11 @@ TEST_F(MachineTest, AnAuthenticodeAnswerIsJudgedBeforeItIsGiven) {
              return http_reply(200, "<html>welcome</html>");
          },
          "answer_malformed"},
+        {"something else",
+         [](const tsp::Authority&, const std::string&) { return http_reply(200, "AAAA"); },
+         "not_a_stamp"},
+        {"404", [](const tsp::Authority&, const std::string&) { return http_reply(404, ""); },
+         "page_not_found"},
     };
     for (const Row& row : rows) {
         const LiveAuthority server(row.answer);

@@ -74,7 +74,12 @@ Error quorum_impossible(const std::string& why) {
 
 std::optional<Error> AuthorityHealth::resting() const {
     const std::lock_guard lock(mutex_);
-    return Clock::now() < until_ ? last_ : std::nullopt;
+    if (!last_ || Clock::now() >= until_) {
+        return std::nullopt;
+    }
+    return Error(last_->category(), last_->word(), last_->code(),
+                 last_->text() + "; it has failed twice running and isn't asked for a while",
+                 last_->advice());
 }
 
 void AuthorityHealth::succeeded() {
@@ -199,7 +204,8 @@ Answer Sealer::Impl::judge(const KnownAuthority& authority, const Question& ques
 Answer Sealer::Impl::ask_once(const KnownAuthority& authority, const Question& question,
                               unsigned attempt, std::chrono::milliseconds& retry_after) const {
     const Time sent = now();
-    const ExchangeAnswer answer = post_request(authority.endpoint, question.request);
+    const ExchangeAnswer answer =
+        post(authority.endpoint, question.request, "application/timestamp-query");
     if (answer.status != kHttpOk) {
         retry_after = answer.retry_after;
         throw error_of_http_status(answer.status, authority.endpoint.shown);

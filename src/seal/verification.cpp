@@ -12,6 +12,7 @@
 #include "seal/failure.h"
 #include "seal/platform_text.h"
 #include "seal/token_signer.h"
+#include "seal/token_store.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 
@@ -62,13 +63,6 @@ ByteView without_zeros(ByteView number) {
         number = number.subspan(1);
     }
     return number;
-}
-
-// What the message brings along: its certificates and lists.
-ATL2::CCertStore store_of(const ATL2::CCryptMsg& message) {
-    ATL2::CCertStore store;
-    store.Open(CERT_STORE_PROV_MSG, ATL2::anyEncoding, 0, 0, message.get());
-    return store;
 }
 
 } // namespace
@@ -144,7 +138,7 @@ Verdict Verification::run(Leniency leniency) {
         return std::move(verdict_);
     }
     message_ = open_message(stamp_.token);
-    own_ = message_ ? store_of(message_) : memory_store();
+    own_ = token_store(message_, token().signature);
     check_content_type();
     find_signer_certificate();
     check_signature();

@@ -202,6 +202,93 @@ TEST_F(VerifierTest, ARefusalIsTheOnlyFinding) {
     EXPECT_EQ(word_of([&] { static_cast<void>(stamp.time()); }), "no_token");
 }
 
+// A list that covers now; the stamp is of 2024-06-01.
+TEST_F(VerifierTest, RevocationIsToldWithItsEvidence) {
+    using std::chrono::days;
+    const auto compact = [](Time time) {
+        std::string text = utc_text(std::chrono::floor<std::chrono::seconds>(time));
+        std::erase_if(text, [](char c) { return c == '-' || c == ':' || c == 'T'; });
+        return text;
+    };
+    const Time now = std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now());
+    const std::string from = compact(now - days(1));
+    const std::string to = compact(now + days(1));
+    struct Row {
+        const char* revoked;
+        int reason;
+        Outcome outcome;
+        RevocationState state;
+    };
+    const Row rows[] = {
+        {"", -1, Outcome::passed, RevocationState::good},
+        {"20240101000000Z", 4, Outcome::failed, RevocationState::revoked},
+        {"20250101000000Z", 1, Outcome::failed, RevocationState::revoked}, // its key was stolen
+    };
+    const Stamp stamp = stamp_of({});
+    for (const Row& row : rows) {
+        Trust with_list = trust();
+        with_list.evidence = {
+            to_bytes(authority.list(row.revoked, row.reason, from.c_str(), to.c_str()))};
+        const Verdict verdict = Verifier(with_list).verify(stamp, bytes_of("data"));
+        const Finding& finding = verdict.at(Check::revocation);
+        EXPECT_EQ(finding.outcome, row.outcome) << row.revoked << finding.text;
+        ASSERT_FALSE(verdict.chain.empty());
+        EXPECT_EQ(verdict.chain[0].revocation, row.state) << row.revoked;
+        ASSERT_EQ(verdict.chain[0].evidence.size(), 1U) << row.revoked;
+        const Evidence& evidence = verdict.chain[0].evidence[0];
+        EXPECT_EQ(evidence.source, EvidenceSource::given);
+        EXPECT_EQ(evidence.der, std::get<Bytes>(with_list.evidence[0]));
+        EXPECT_EQ(compact(evidence.this_update), from);
+        if (row.outcome == Outcome::failed) {
+            EXPECT_EQ(finding.word, "revoked");
+            EXPECT_EQ(verdict.error().category(), Category::refused);
+            EXPECT_EQ(compact(*evidence.revoked), row.revoked);
+        }
+        with_list.revocation = Revocation::off;
+        EXPECT_TRUE(Verifier(with_list).verify(stamp, bytes_of("data")).good()) << row.revoked;
+    }
+}
+
+// The certificate and the list of a long-term signature stand in unsigned attributes.
+TEST_F(VerifierTest, WhatTheTokenBringsAlongCounts) {
+    Signing alone;
+    alone.withCertificates = false;
+    const std::string token = authority.token(TstInfo().encode(), alone);
+    const auto* place = reinterpret_cast<const unsigned char*>(token.data());
+    const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
+        d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(token.size())),
+        &CMS_ContentInfo_free);
+    CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
+    const auto add = [&](const char* oid, const std::string& value) {
+        CMS_unsigned_add1_attr_by_txt(signer, oid, V_ASN1_SEQUENCE, value.data(),
+                                      static_cast<int>(value.size()));
+    };
+    const auto encoded = [&] {
+        return Stamp::read(to_bytes(tsp::der(message.get(), &i2d_CMS_ContentInfo)));
+    };
+    EXPECT_EQ(verify(encoded()).deciding().word, "signer_not_found");
+    add("1.2.840.113549.1.9.16.2.23", tsp::sequence(authority.signerDer()));
+    EXPECT_TRUE(verify(encoded()).good());
+    add("1.2.840.113549.1.9.16.2.24",
+        tsp::sequence(
+            tsp::element(0xA0, tsp::sequence(authority.list("20240101000000Z", 1, "20240102000000Z",
+                                                            "20491231000000Z")))));
+    EXPECT_EQ(verify(encoded()).deciding().word, "revoked");
+}
+
+TEST_F(VerifierTest, WhatIsWeakIsRemarkedAndRefusedWhereThatIsWanted) {
+    Signing sha1;
+    sha1.digest = EVP_sha1();
+    Trust strict = trust();
+    const Stamp stamp = stamp_of({}, sha1);
+    const Verdict floor = Verifier(strict).verify(stamp, bytes_of("data"));
+    EXPECT_TRUE(floor.good());
+    EXPECT_FALSE(floor.at(Check::strength).remarks.empty());
+    strict.strength = Strength::current;
+    EXPECT_EQ(Verifier(strict).verify(stamp, bytes_of("data")).deciding().word, "strength_too_low");
+    EXPECT_TRUE(Verifier(strict).verify(stamp_of({}), bytes_of("data")).good());
+}
+
 TEST_F(VerifierTest, OneVerifierServesManyThreads) {
     const Verifier good(trust());
     const Verifier stranger({.roots = {to_bytes(tsp::Authority().rootDer())}});
