@@ -11,9 +11,11 @@ set(CHRONOSEAL_PREFIX_base src/base)
 set(CHRONOSEAL_PREFIX_atl src/atl)
 set(CHRONOSEAL_PREFIX_asn1 src/asn1)
 set(CHRONOSEAL_PREFIX_client src/client)
+set(CHRONOSEAL_PREFIX_seal src/seal)
 
 # What a user may include. Everything that these include is installed with them.
 set(CHRONOSEAL_PUBLIC_HEADERS
+  seal/chronoseal.hpp
   client/request.h client/stamp.h client/request_policy.h client/authenticode.h client/result_codes.h
   base/blob.h base/string_proxy.h base/date_time.h base/date_time_span.h base/date_text.h base/heap.h
   base/atl_exception.h

@@ -1,39 +1,31 @@
-// Prints the fields of a stored response or token, without verifying anything:  read_token STAMP
+// Prints what a stored response or token holds, without verifying anything:  read_token STAMP
 #include <cstdio>
-#include <fstream>
-#include <iterator>
-#include <vector>
 
-#include "base/atl_exception.h"
-#include "client/stamp.h"
-
-using Halcyon::PKI::TSP::Client::CStamp;
+#include "seal/chronoseal.hpp"
 
 int main(int argc, char** argv) try {
     if (argc != 2) {
         std::fprintf(stderr, "usage: read_token STAMP\n");
         return 2;
     }
-    std::ifstream file(argv[1], std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
-    CStamp stamp;
-    stamp.Import(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), nullptr);
-
-    std::printf("time      %s\n", stamp.get_Time().tostring().c_str());
-    std::printf("policy    %s\n", stamp.get_PolicyID());
-    std::printf("hash      %s\n", stamp.get_DataHashAlgOID());
-    std::printf("authority %ls\n", stamp.get_TSA());
-    unsigned long size = 0;
-    stamp.get_DataHash(nullptr, &size);
-    std::vector<unsigned char> digest(size);
-    stamp.get_DataHash(digest.data(), &size);
-    std::printf("digest    ");
-    for (const unsigned char byte : digest) {
-        std::printf("%02x", byte);
+    const auto stamp = chronoseal::Stamp::read_file(argv[1]);
+    if (!stamp.has_token()) {
+        std::printf("refused: %s\n", stamp.info().status_name.c_str());
+        return 1;
     }
-    std::printf("\n");
+    const chronoseal::TokenInfo& token = *stamp.info().token;
+    std::printf("time      %s, here %s\n", chronoseal::utc_text(token.time).c_str(),
+                chronoseal::local_text(token.time).c_str());
+    std::printf("policy    %s\n", token.policy.c_str());
+    std::printf("hash      %s (%s)\n", token.imprint_algorithm.name.c_str(),
+                token.imprint_algorithm.oid.c_str());
+    std::printf("digest    %s\n", chronoseal::to_hex(token.imprint).c_str());
+    std::printf("authority %s\n", chronoseal::quote_foreign(token.authority).c_str());
+    for (const auto& certificate : token.certificates) {
+        std::printf("with      %s\n", chronoseal::quote_foreign(certificate.subject).c_str());
+    }
     return 0;
-} catch (const ATL::CAtlException& exception) {
-    std::fprintf(stderr, "failed with code 0x%08X\n", static_cast<unsigned>(exception.m_hr));
+} catch (const chronoseal::Error& error) {
+    std::fprintf(stderr, "%s\n", error.what());
     return 1;
 }

@@ -1,48 +1,37 @@
-// Gets a verified time-stamp for a file:  stamp_file FILE URL OUT
-// The authority's root must be among the machine's trusted roots.
+// Gets a verified time-stamp for a file:  stamp_file FILE URL OUT [ROOTS.pem]
+// Without ROOTS the authority's root must be among the machine's trusted roots.
 #include <cstdio>
 #include <fstream>
-#include <vector>
 
-#include "base/atl_exception.h"
-#include "client/request.h"
-#include "client/stamp.h"
-
-using Halcyon::PKI::TSP::Client::CRequest;
-using Halcyon::PKI::TSP::Client::CStamp;
+#include "seal/chronoseal.hpp"
 
 int main(int argc, char** argv) try {
-    if (argc != 4) {
-        std::fprintf(stderr, "usage: stamp_file FILE URL OUT\n");
+    if (argc != 4 && argc != 5) {
+        std::fprintf(stderr, "usage: stamp_file FILE URL OUT [ROOTS.pem]\n");
         return 2;
     }
-    CRequest request;
-    request.put_DataHashAlg("2.16.840.1.101.3.4.2.1"); // SHA-256
-    request.put_CertReq(true);
-    const std::string url = argv[2];
-    request.put_TSAAddress(std::wstring(url.begin(), url.end()).c_str());
-
-    std::ifstream file(argv[1], std::ios::binary);
-    std::vector<char> piece(1 << 16);
-    while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())) ||
-           file.gcount() > 0) {
-        request.AddData(reinterpret_cast<const unsigned char*>(piece.data()),
-                        static_cast<unsigned long>(file.gcount()));
+    chronoseal::SealerOptions options;
+    options.authorities = {{.url = argv[2]}};
+    if (argc == 5) {
+        options.trust.roots = {std::filesystem::path(argv[4])};
     }
-
     // Throws unless the answer fits the request, and its signature and the authority's chain are
     // good.
-    const CStamp& stamp = request.Send(true);
-    std::printf("stamped at %s\n", stamp.get_Time().tostring().c_str());
+    const chronoseal::Sealer sealer(options);
+    const chronoseal::Stamp stamp = sealer.seal(std::filesystem::path(argv[1]));
 
-    unsigned long size = 0;
-    stamp.Export(nullptr, &size);
-    std::vector<unsigned char> token(size);
-    stamp.Export(token.data(), &size);
-    std::ofstream(argv[3], std::ios::binary)
-        .write(reinterpret_cast<const char*>(token.data()), static_cast<std::streamsize>(size));
+    const chronoseal::Bytes& response = stamp.response();
+    std::ofstream out(argv[3], std::ios::binary);
+    out.write(reinterpret_cast<const char*>(response.data()),
+              static_cast<std::streamsize>(response.size()));
+    out.close();
+    if (!out) {
+        std::fprintf(stderr, "can't write %s\n", argv[3]);
+        return 3;
+    }
+    std::printf("stamped at %s\n", chronoseal::utc_text(stamp.time()).c_str());
     return 0;
-} catch (const ATL::CAtlException& exception) {
-    std::fprintf(stderr, "failed with code 0x%08X\n", static_cast<unsigned>(exception.m_hr));
+} catch (const chronoseal::Error& error) {
+    std::fprintf(stderr, "%s\n", error.what());
     return 1;
 }

@@ -12,6 +12,7 @@ NEEDED = re.compile(r"lib(basalt20|basalt10|basaltsup|stdc\+\+|m|gcc_s|c)\.so|ld
 # Demangled names, from their beginning.
 ALLOWED = re.compile(
     r"^(?:(?:typeinfo|typeinfo name|vtable|guard variable|VTT) for )?(?:"
+    r"chronoseal::(?!testing)|"
     r"Halcyon::(?:CBlob|CBlobList|CStringProxy|CWStringProxy|CDateTime|CDateTimeSpan)\b|"
     r"Halcyon::(?:operator|DateAdd[AW]|fromXsdDateTimeString|toXsdDateTimeString)|"
     r"Halcyon::PKI::TSP::Client::(?:CRequest|CStamp|CRequestPolicy)\b|"
@@ -26,6 +27,9 @@ ALLOWED = re.compile(
 
 # At least these must be there.
 REQUIRED = [
+    "chronoseal::Sealer::seal_digest(chronoseal::Digest const&, std::stop_token) const",
+    "chronoseal::Verifier::verify_token(chronoseal::Stamp const&) const", "chronoseal::policy()",
+    "typeinfo for chronoseal::Error",
     "Halcyon::PKI::TSP::Client::CRequest::Send(bool)", "Halcyon::PKI::TSP::Client::CStamp::CStamp()",
     "Halcyon::PKI::TSP::Client::CRequestPolicy::CRequestPolicy()", "GetMSStamp", "FreeMSStamp",
     "HY_malloc", "HY_calloc", "HY_realloc", "HY_free", "typeinfo for ATL::CAtlException", "g_defBlkSize",

@@ -17,7 +17,7 @@ BUILD = pathlib.Path(sys.argv.pop(1))
 import program  # noqa: E402
 from program import GOOD  # noqa: E402
 
-EXAMPLES = ("stamp_file", "verify_token", "read_token")
+EXAMPLES = ("stamp_file", "stamp_folder", "verify_stamp", "verify_token", "read_token")
 
 
 def run(*command, **keywords):
@@ -44,8 +44,18 @@ class Installed(program.SystemTest):
         data = self.workspace.write("data", b"example data")
         token = self.workspace.path / "example.tst"
         run(folder / "stamp_file", data, self.authority.url, token, env=self.environment)
-        self.assertIn("good", run(folder / "verify_token", token, self.authority.root,
-                                  env=self.environment))
+        for verify in ("verify_token", "verify_stamp"):
+            self.assertIn("good", run(folder / verify, data, token, self.authority.root,
+                                      env=self.environment))
+        documents = self.workspace.path / "documents"
+        documents.mkdir(exist_ok=True)
+        (documents / "a").write_bytes(b"a")
+        (documents / "b").write_bytes(b"b")
+        shown = run(folder / "stamp_folder", documents, "http://127.0.0.1:1/", self.authority.url,
+                    self.authority.root, env=self.environment)
+        self.assertIn("2 stamped, 0 failed", shown)
+        for path in documents.iterdir():
+            path.unlink()
         shown = run(folder / "read_token", token, env=self.environment)
         self.assertIn("2.16.840.1.101.3.4.2.1", shown)
         self.expect(self.workspace.run("verify", token, "--data", data, "--roots",
@@ -70,7 +80,7 @@ class Installed(program.SystemTest):
 
     def test_every_header_stands_alone(self):
         include = self.prefix / "include" / "chronoseal"
-        headers = sorted(include.rglob("*.h"))
+        headers = sorted(include.rglob("*.h*"))
         self.assertGreater(len(headers), 20)
         all_of_them = "".join(f'#include "{h.relative_to(include)}"\n' for h in headers)
         for text in [all_of_them] + [f'#include "{h.relative_to(include)}"\n' for h in headers]:

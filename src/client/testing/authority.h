@@ -167,6 +167,37 @@ public:
         return der(response.get(), &i2d_TS_RESP);
     }
 
+    // A revocation list of the root's that names the signer, revoked then for that reason (-1: none
+    // told); with an empty time it names nobody. Times as GeneralizedTime.
+    std::string list(const std::string& revoked, int reason, const char* from,
+                     const char* to) const {
+        const std::unique_ptr<X509_CRL, decltype(&X509_CRL_free)> crl(X509_CRL_new(),
+                                                                      &X509_CRL_free);
+        const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> time(ASN1_TIME_new(),
+                                                                         &ASN1_TIME_free);
+        X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2);
+        X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(root_.get()));
+        ASN1_TIME_set_string_X509(time.get(), from);
+        X509_CRL_set1_lastUpdate(crl.get(), time.get());
+        ASN1_TIME_set_string_X509(time.get(), to);
+        X509_CRL_set1_nextUpdate(crl.get(), time.get());
+        if (!revoked.empty()) {
+            X509_REVOKED* entry = X509_REVOKED_new();
+            ASN1_TIME_set_string_X509(time.get(), revoked.c_str());
+            X509_REVOKED_set_revocationDate(entry, time.get());
+            X509_REVOKED_set_serialNumber(entry, X509_get_serialNumber(signer_.get()));
+            if (reason >= 0) {
+                const std::unique_ptr<ASN1_ENUMERATED, decltype(&ASN1_ENUMERATED_free)> number(
+                    ASN1_ENUMERATED_new(), &ASN1_ENUMERATED_free);
+                ASN1_ENUMERATED_set(number.get(), reason);
+                X509_REVOKED_add1_ext_i2d(entry, NID_crl_reason, number.get(), 0, 0);
+            }
+            X509_CRL_add0_revoked(crl.get(), entry);
+        }
+        X509_CRL_sign(crl.get(), rootKey_.get(), EVP_sha256());
+        return der(crl.get(), &i2d_X509_CRL);
+    }
+
 private:
     template <class T>
     using Owner = std::unique_ptr<T, void (*)(T*)>;

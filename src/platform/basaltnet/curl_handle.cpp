@@ -158,6 +158,9 @@ bool CurlHandle::fits(const HttpRequest& request, const std::string& ca_file) co
            kept_.headers == request.headers && kept_.proxy == request.proxy &&
            kept_.proxy_user == request.proxy_user &&
            kept_.proxy_password == request.proxy_password && kept_.limits == request.limits &&
+           kept_.user == request.user && kept_.password == request.password &&
+           kept_.client_certificate == request.client_certificate &&
+           kept_.client_key == request.client_key && kept_.ca_file == request.ca_file &&
            kept_ca_file_ == ca_file;
 }
 
@@ -174,7 +177,8 @@ bool CurlHandle::prepare(const HttpRequest& request, const std::string& ca_file)
     headers_ = header_list(request);
     curl_easy_setopt(get(), CURLOPT_HTTPHEADER, headers_.get());
     set_limits(request.limits);
-    set_target(request, ca_file);
+    set_target(request, request.ca_file.empty() ? ca_file : request.ca_file);
+    set_identity(request);
     set_arrival();
     prepared_ = set_proxy(request);
     return prepared_;
@@ -238,6 +242,22 @@ void CurlHandle::set_target(const HttpRequest& request, const std::string& ca_fi
     }
     if (request.body) {
         curl_easy_setopt(get(), CURLOPT_POST, 1L);
+    }
+}
+
+// The password goes out with the first request, since a time-stamp authority may count requests
+// that it refuses.
+void CurlHandle::set_identity(const HttpRequest& request) {
+    if (!request.user.empty()) {
+        curl_easy_setopt(get(), CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC));
+        curl_easy_setopt(get(), CURLOPT_USERNAME, request.user.c_str());
+        curl_easy_setopt(get(), CURLOPT_PASSWORD, request.password.c_str());
+    }
+    if (!request.client_certificate.empty()) {
+        const std::string& key =
+            request.client_key.empty() ? request.client_certificate : request.client_key;
+        curl_easy_setopt(get(), CURLOPT_SSLCERT, request.client_certificate.c_str());
+        curl_easy_setopt(get(), CURLOPT_SSLKEY, key.c_str());
     }
 }
 

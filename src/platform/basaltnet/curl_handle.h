@@ -62,6 +62,7 @@ private:
     bool fits(const HttpRequest& request, const std::string& ca_file) const;
     void set_limits(const HttpLimits& limits);
     void set_target(const HttpRequest& request, const std::string& ca_file);
+    void set_identity(const HttpRequest& request);
     void set_arrival();
     bool set_proxy(const HttpRequest& request);
     static void append(List& list, const char* line);

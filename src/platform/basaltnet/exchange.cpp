@@ -6,6 +6,7 @@
 #include "sup/error_codes.h"
 #include "sup/web_address.h"
 
+#include <algorithm>
 #include <new>
 
 namespace basalt {
@@ -22,6 +23,12 @@ unsigned status_of(CURL* handle, CURLINFO which) {
     return static_cast<unsigned>(status);
 }
 
+std::uint32_t retry_after_of(CURL* handle) {
+    curl_off_t seconds = 0;
+    curl_easy_getinfo(handle, CURLINFO_RETRY_AFTER, &seconds);
+    return static_cast<std::uint32_t>(std::clamp<curl_off_t>(seconds, 0, UINT32_MAX));
+}
+
 void fail(HttpAnswer& answer, DWORD error, std::string detail) {
     answer.error = error;
     answer.body.clear();
@@ -36,6 +43,7 @@ void judge(CurlHandle& handle, CURLcode code, HttpAnswer& answer) {
     if (code == CURLE_OK) {
         answer.error = ERROR_SUCCESS;
         answer.status = status;
+        answer.retry_after = retry_after_of(handle.get());
     } else if (arrival.too_large) {
         fail(answer, ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW, "the answer is over its bound");
     } else if (arrival.bad_coding) {

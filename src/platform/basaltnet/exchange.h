@@ -7,6 +7,7 @@
 #include "sup/visibility.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -34,6 +35,11 @@ struct HttpRequest {
     // user-info.
     bool follow_redirects = false;
     HttpLimits limits; // the time is for all redirects together
+    std::string user;  // for basic authentication at the server, as it is; empty: none
+    std::string password;
+    std::string client_certificate; // PEM file for TLS; empty: none
+    std::string client_key;         // PEM file; empty: it stands in the certificate's
+    std::string ca_file;            // roots for TLS; empty: the configured ones
 };
 
 struct HttpAnswer {
@@ -41,6 +47,7 @@ struct HttpAnswer {
     unsigned status = 0;    // 0 when none came; the proxy's when the proxy refused the tunnel
     std::vector<BYTE> body; // empty unless `error` is 0
     std::string detail;     // in words what failed, for traces
+    std::uint32_t retry_after = 0; // seconds that the server wants one to wait; 0: not told
 };
 
 } // namespace basalt

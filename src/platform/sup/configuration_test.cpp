@@ -324,6 +324,25 @@ TEST_F(Configuration, ListingIsSortedWithTypesAndOrigin) {
 
 // A process that makes thirty readings in a row looks at its file once, and a server that runs for
 // days sees a change all the same.
+TEST_F(Configuration, ArraysOfTablesGoByNumber) {
+    write("[[config.chronoseal.authority]]\nUrl = 'a'\n"
+          "[[config.chronoseal.authority]]\nUrl = 'b'\nUrk = 'c'\n");
+    EXPECT_EQ(read(support_registry_get_string, "\\config\\chronoseal\\authority\\1\\Url").bytes,
+              "b");
+    EXPECT_EQ(
+        read(support_registry_get_string, "\\config\\chronoseal\\authority\\2\\Url").size_code, 2);
+    EXPECT_EQ(
+        read(support_registry_get_string, "\\config\\chronoseal\\authority\\x\\Url").size_code, 2);
+    int finding = 0;
+    std::string path(200, '\0');
+    std::size_t size = path.size() - 1;
+    ASSERT_EQ(support_registry_check(0, &finding, &size, path.data()), 0);
+    EXPECT_EQ(finding, SUPPORT_REGISTRY_UNKNOWN);
+    EXPECT_EQ(path.substr(0, size), "\\config\\chronoseal\\authority\\1\\Urk");
+    size = path.size() - 1;
+    EXPECT_NE(support_registry_check(1, &finding, &size, path.data()), 0);
+}
+
 TEST_F(Configuration, FilesAreLookedAtOnceASecond) {
     long number = 0;
     write("a = 1\n");

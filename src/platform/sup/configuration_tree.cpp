@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 
 namespace basalt {
 
@@ -21,22 +22,35 @@ std::string_view take_name(std::string_view& path) {
     return name;
 }
 
+// The entries of an array of tables go by their numbers from 0. Null where it has none of that one.
+const toml::node* entry_of(const toml::array& tables, std::string_view name) {
+    std::size_t index = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), index);
+    const bool whole = error == std::errc() && end == name.data() + name.size();
+    return whole && index < tables.size() ? tables.get(index) : nullptr;
+}
+
 // How far a path leads in one file.
 struct Descent {
     const toml::node* node = nullptr;
     bool blocked = false; // a value stands where the path wants a table
 };
 
+// An array of tables counts as one value: a file further back adds nothing to it.
 Descent descend(const toml::table& root, std::string_view path) {
     const toml::node* node = &root;
+    bool in_array = false;
     while (!path.empty()) {
         const toml::table* table = node->as_table();
-        if (table == nullptr) {
+        const toml::array* tables = node->is_array_of_tables() ? node->as_array() : nullptr;
+        if (table == nullptr && tables == nullptr) {
             return {nullptr, true};
         }
-        node = table->get(take_name(path));
+        const std::string_view name = take_name(path);
+        node = table != nullptr ? table->get(name) : entry_of(*tables, name);
+        in_array = in_array || tables != nullptr;
         if (node == nullptr) {
-            return {};
+            return {nullptr, in_array};
         }
     }
     return {node, false};
@@ -48,6 +62,11 @@ void collect(const toml::table& table, const std::string& prefix, std::vector<st
         const toml::table* inner = node.as_table();
         if (inner != nullptr && !inner->empty()) {
             collect(*inner, path, paths);
+        } else if (node.is_array_of_tables()) {
+            for (std::size_t i = 0; i < node.as_array()->size(); ++i) {
+                collect(*node.as_array()->get_as<toml::table>(i), path + "\\" + std::to_string(i),
+                        paths);
+            }
         } else {
             paths.push_back(path);
         }

@@ -77,6 +77,16 @@ constexpr Key kKeys[] = {
     text("\\config\\cades\\tsppolicy\\DefaultMSTSPURL"),
     list("\\config\\cades\\tsppolicy\\AllowedMSTSPs"),
     flag("\\config\\cades\\tsppolicy\\LegacyPolicyReading"),
+    text("\\config\\chronoseal\\authority\\*\\Url"),
+    text("\\config\\chronoseal\\authority\\*\\LoginFile"),
+    text("\\config\\chronoseal\\authority\\*\\Netrc"),
+    text("\\config\\chronoseal\\authority\\*\\ClientCertificate"),
+    text("\\config\\chronoseal\\authority\\*\\ClientKey"),
+    text("\\config\\chronoseal\\authority\\*\\CaFile"),
+    text("\\config\\chronoseal\\authority\\*\\Proxy"),
+    number("\\config\\chronoseal\\authority\\*\\RateCount", "0", 0, 1000),
+    number("\\config\\chronoseal\\authority\\*\\RateMilliseconds", "1000", 1, kLongestMilliseconds),
+    number("\\config\\chronoseal\\authority\\*\\TimeoutMilliseconds", "0", 0, kLongestMilliseconds),
     text("\\config\\basalt\\Revocation", "require", "require|available|off"),
     text("\\config\\basalt\\Strength", "floor", "floor|current"),
     flag("\\config\\basalt\\SystemRoots", "true"),
@@ -92,13 +102,22 @@ constexpr Key kKeys[] = {
     text("\\config\\trace\\file"),
 };
 
+// Name by name, where a `*` stands for any.
 bool fits(const Key& key, std::string_view path) {
-    const std::string_view known = key.path;
-    if (!known.ends_with("\\*")) {
-        return known == path;
+    std::string_view known = key.path;
+    while (!known.empty() && !path.empty()) {
+        known.remove_prefix(1);
+        path.remove_prefix(1);
+        const std::size_t known_end = std::min(known.find('\\'), known.size());
+        const std::size_t end = std::min(path.find('\\'), path.size());
+        if (known.substr(0, known_end) != "*" &&
+            known.substr(0, known_end) != path.substr(0, end)) {
+            return false;
+        }
+        known.remove_prefix(known_end);
+        path.remove_prefix(end);
     }
-    const std::string_view table = known.substr(0, known.size() - 1);
-    return path.starts_with(table) && path.find('\\', table.size()) == std::string_view::npos;
+    return known.empty() && path.empty();
 }
 
 const Key* key_at(std::string_view path) {

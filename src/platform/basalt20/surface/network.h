@@ -89,4 +89,40 @@ BASALT_API BOOL CryptRetrieveObjectByUrlW(LPCWSTR url, LPCSTR objectType, DWORD 
                                           DWORD timeout, LPVOID* object, HANDLE asyncRetrieve,
                                           void* credentials, LPVOID verify,
                                           PCRYPT_RETRIEVE_AUX_INFO auxiliary) noexcept;
+
+// An extension of this surface: a POST for which everything about the way can be said. Texts are
+// UTF-8; null and empty ones count as absent. `cbSize` is the size of the record.
+typedef struct _BASALT_POST {
+    DWORD cbSize;
+    LPCSTR pszUrl; // without user-info
+    LPCSTR pszUserAgent;
+    LPCSTR pszContentType;
+    LPCSTR pszUser; // for basic authentication
+    LPCSTR pszPassword;
+    LPCSTR pszProxy; // absent: a direct connection
+    LPCSTR pszProxyUser;
+    LPCSTR pszProxyPassword;
+    LPCSTR pszClientCertificate; // PEM files for TLS; an absent key stands in the certificate's
+    LPCSTR pszClientKey;
+    LPCSTR pszCaFile; // roots for TLS; absent: the configured ones
+    DWORD dwTimeout;  // milliseconds for the whole exchange; 0: the configured time
+    const BYTE* pbBody;
+    DWORD cbBody;
+} BASALT_POST;
+
+// What came back. `pbBody` belongs to the record until BasaltFreePostAnswer.
+typedef struct _BASALT_POST_ANSWER {
+    DWORD cbSize;
+    DWORD dwHttpStatus;
+    DWORD dwRetryAfter; // seconds that the server wants one to wait, 0: not told
+    BYTE* pbBody;
+    DWORD cbBody;
+} BASALT_POST_ANSWER;
+
+// TRUE for any complete answer, whatever its status. FALSE with the last errors of SendPKIRequest
+// when there is none; the status stands in the record where one came. The same rules hold: no
+// redirect is followed, and time-outs and the bound on the answer are those of the configuration.
+BASALT_API BOOL BasaltPost(const BASALT_POST* request, BASALT_POST_ANSWER* answer) noexcept;
+// Null is allowed.
+BASALT_API void BasaltFreePostAnswer(BASALT_POST_ANSWER* answer) noexcept;
 }

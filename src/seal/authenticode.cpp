@@ -1,0 +1,203 @@
+// Stamps by the older Authenticode protocol, whose answer is judged before it is given out.
+#include <algorithm>
+
+#include "atl/cert_context.h"
+#include "atl/platform_answer.h"
+#include "basalt20/surface/object_coding.h"
+#include "client/result_codes.h"
+#include "seal/armor.h"
+#include "seal/byte_kind.h"
+#include "seal/certificate_info.h"
+#include "seal/configuration_value.h"
+#include "seal/der_element.h"
+#include "seal/endpoint.h"
+#include "seal/failure.h"
+#include "seal/platform_text.h"
+#include "seal/request_rules.h"
+#include "seal/signed_bytes.h"
+#include "seal/verification.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace chronoseal {
+
+namespace {
+
+constexpr char kDoing[] = "get an Authenticode stamp";
+constexpr unsigned kHttpOk = 200;
+constexpr std::string_view kSigningTime = "1.2.840.113549.1.9.5";
+
+// The server to ask, if policy allows it.
+Endpoint choose_server(const std::string& wanted) {
+    std::string url =
+        wanted.empty() ? configured_text("\\config\\cades\\tsppolicy\\DefaultMSTSPURL").value_or("")
+                       : wanted;
+    if (url.empty()) {
+        throw Error(Category::misuse, "no_address", Halcyon::PKI::TSP::Client::resultNoAddress,
+                    "no Authenticode server's address is set",
+                    "give one, or set DefaultMSTSPURL in the machine's policy");
+    }
+    const Endpoint endpoint = make_endpoint({.url = url}, "");
+    static_cast<void>(settled_rules()); // a policy that can't be read allows nothing
+    const auto allowed = configured_list("\\config\\cades\\tsppolicy\\AllowedMSTSPs");
+    if (allowed && std::ranges::find(*allowed, endpoint.url) == allowed->end()) {
+        throw error_of_code(ERROR_ACCESS_DISABLED_BY_POLICY, kDoing);
+    }
+    return endpoint;
+}
+
+Bytes encode_request(ByteView content) {
+    char algorithm[] = "1.3.6.1.4.1.311.3.2.1";
+    char type[] = "1.2.840.113549.1.7.1";
+    const Halcyon::CBlob copy = blob_of(content);
+    CRYPT_TIME_STAMP_REQUEST_INFO info{};
+    info.pszTimeStampAlgorithm = algorithm;
+    info.pszContentType = type;
+    info.Content = {static_cast<DWORD>(copy.cbData()), copy.pbData()};
+    DWORD size = 0;
+    if (CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info, nullptr, &size) == 0) {
+        throw error_of_last(kDoing);
+    }
+    Bytes der(size);
+    if (CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info,
+                          reinterpret_cast<BYTE*>(der.data()), &size) == 0) {
+        throw error_of_last(kDoing);
+    }
+    der.resize(size);
+    return der;
+}
+
+Bytes ask(ByteView content, const Endpoint& server) {
+    const std::string body = encode_base64(encode_request(content));
+    const ExchangeAnswer answer = post(server, bytes_of(body), "");
+    if (answer.status != kHttpOk) {
+        throw error_of_http_status(answer.status, server.shown);
+    }
+    const std::string_view text(reinterpret_cast<const char*>(answer.body.data()),
+                                answer.body.size());
+    // Some servers end their text by a zero.
+    auto decoded = decode_base64(text.substr(0, text.find('\0')));
+    if (!decoded) {
+        throw Error(Category::refused, "answer_malformed", 0,
+                    "the answer of " + server.shown + " is not an Authenticode stamp but " +
+                        describe_bytes(answer.body),
+                    "check the address");
+    }
+    return *std::move(decoded);
+}
+
+unsigned two_digits(std::string_view text, std::size_t at) {
+    return static_cast<unsigned>((text[at] - '0') * 10 + (text[at + 1] - '0'));
+}
+
+// UTCTime and GeneralizedTime with seconds and "Z".
+std::optional<Time> time_of_der(ByteView der) {
+    const auto element = DerReader(der).next();
+    if (!element) {
+        return std::nullopt;
+    }
+    std::string text(reinterpret_cast<const char*>(element->content.data()),
+                     element->content.size());
+    if (element->tag == der_tag::kUtcTime && text.size() == 13) {
+        text = (text[0] < '5' ? "20" : "19") + text;
+    }
+    if (text.size() != 15 || text.back() != 'Z' ||
+        text.find_first_not_of("0123456789") != text.size() - 1) {
+        return std::nullopt;
+    }
+    using namespace std::chrono;
+    const year_month_day date{
+        year(static_cast<int>(two_digits(text, 0) * 100 + two_digits(text, 2))),
+        month(two_digits(text, 4)), day(two_digits(text, 6))};
+    if (!date.ok()) {
+        return std::nullopt;
+    }
+    return Time(sys_days(date)) + hours(two_digits(text, 8)) + minutes(two_digits(text, 10)) +
+           seconds(two_digits(text, 12));
+}
+
+std::optional<Time> signing_time(const SignatureInfo& signature) {
+    const auto found =
+        std::ranges::find(signature.signed_attributes, kSigningTime, &AttributeInfo::oid);
+    return found != signature.signed_attributes.end() && found->values.size() == 1
+               ? time_of_der(found->values.front())
+               : std::nullopt;
+}
+
+// The certificate of the message that its signer names.
+ATL2::CCertContext signer_of(const ATL2::CCryptMsg& message, const ATL2::CCertStore& store) {
+    DWORD size = 0;
+    if (CryptMsgGetParam(message.get(), CMSG_SIGNER_CERT_INFO_PARAM, 0, nullptr, &size) == 0) {
+        return {};
+    }
+    std::vector<std::max_align_t> block(size / sizeof(std::max_align_t) + 1);
+    if (CryptMsgGetParam(message.get(), CMSG_SIGNER_CERT_INFO_PARAM, 0, block.data(), &size) == 0) {
+        return {};
+    }
+    return ATL2::CCertContext(CertGetSubjectCertificateFromStore(
+        store.get(), ATL2::anyEncoding, reinterpret_cast<CERT_INFO*>(block.data())));
+}
+
+void require_signature(const ATL2::CCryptMsg& message, PCCERT_CONTEXT signer) {
+    CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};
+    parameter.cbSize = sizeof parameter;
+    parameter.dwSignerType = CMSG_VERIFY_SIGNER_CERT;
+    parameter.pvSigner = const_cast<CERT_CONTEXT*>(signer);
+    if (CryptMsgControl(message.get(), 0, CMSG_CTRL_VERIFY_SIGNATURE_EX, &parameter) == 0) {
+        throw Error(Category::refused, "signature_bad", GetLastError(),
+                    "the signature of the answer is bad", "don't use it");
+    }
+}
+
+void require_chain(const TrustInForce& trust, const ATL2::CCertStore& store, PCCERT_CONTEXT signer,
+                   Time at) {
+    const auto candidates = collection_of({&store, &trust.extra});
+    const ChainJudgement judgement = trust.engine.judge(signer, at, candidates.get());
+    if (judgement.code != 0) {
+        throw error_of_code(judgement.code, kDoing);
+    }
+}
+
+AuthenticodeStamp judge(Bytes answer, ByteView content, const AuthenticodeOptions& options) {
+    const auto message = open_message(answer);
+    if (message_number(message, CMSG_TYPE_PARAM) != CMSG_SIGNED ||
+        message_number(message, CMSG_SIGNER_COUNT_PARAM) != 1) {
+        throw Error(Category::refused, "not_a_stamp", CRYPT_E_INVALID_MSG_TYPE,
+                    "the answer is not an Authenticode stamp but " + describe_bytes(answer),
+                    "check the address");
+    }
+    const auto stamped = message_bytes(message, CMSG_CONTENT_PARAM);
+    if (!stamped || !std::ranges::equal(*stamped, content)) {
+        throw Error(Category::refused, "imprint_differs", CRYPT_E_HASH_VALUE,
+                    "the answer is over other content", "the server is at fault; ask another");
+    }
+    ATL2::CCertStore store;
+    store.Open(CERT_STORE_PROV_MSG, ATL2::anyEncoding, 0, 0, message.get());
+    const auto signer = signer_of(message, store);
+    const auto signature = signature_info(message, 0);
+    if (!signer || !signature) {
+        throw Error(Category::refused, "signer_not_found", CRYPT_E_NOT_FOUND,
+                    "the signer's certificate is not in the answer",
+                    "the server is at fault; ask another");
+    }
+    require_signature(message, signer.get());
+    AuthenticodeStamp stamp;
+    stamp.time = signing_time(*signature);
+    stamp.signer = certificate_info(signer.get());
+    if (options.verify) {
+        const auto now =
+            std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now());
+        require_chain(TrustInForce(options.trust), store, signer.get(), stamp.time.value_or(now));
+    }
+    stamp.der = std::move(answer);
+    return stamp;
+}
+
+} // namespace
+
+AuthenticodeStamp authenticode(ByteView content, const AuthenticodeOptions& options) {
+    return guarded(
+        kDoing, [&] { return judge(ask(content, choose_server(options.url)), content, options); });
+}
+
+} // namespace chronoseal

@@ -1,0 +1,22 @@
+// What bytes are, by their outside alone.
+#pragma once
+
+#include <string>
+
+#include "seal/armor.h"
+#include "seal/chronoseal.hpp"
+
+namespace chronoseal {
+
+// The kind of bytes without armor. A response, token or request is told by its shape; whether it
+// can be read is another matter.
+Kind kind_of(ByteView bytes);
+
+// "an X.509 certificate"
+std::string_view kind_phrase(Kind kind);
+
+// "an X.509 certificate in PEM": for a sentence. Armor is looked through.
+std::string describe_bytes(ByteView bytes);
+std::string describe(Kind kind, Form form);
+
+} // namespace chronoseal

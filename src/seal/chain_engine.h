@@ -1,0 +1,40 @@
+// The platform's judgement of a chain, for one verifier: its own roots, modes and "now". The only
+// place of this floor that asks the platform about chains.
+#pragma once
+
+#include <memory>
+
+#include "atl/cert_store.h"
+#include "basalt20/surface/chain.h"
+#include "seal/chronoseal.hpp"
+
+namespace chronoseal {
+
+struct ChainJudgement {
+    std::vector<ChainLink> links; // from the signer on
+    std::uint32_t trust_bits = 0; // of the whole chain
+    std::uint32_t code = 0;       // the time-stamp policy's verdict
+    bool aged = false;            // some signature or key passes with a remark
+};
+
+// Immutable; any number of threads may judge at once.
+class ChainEngine {
+public:
+    // `roots` may be null: the machine's.
+    ChainEngine(const Trust& trust, HCERTSTORE roots);
+    ~ChainEngine();
+    ChainEngine(const ChainEngine&) = delete;
+    ChainEngine& operator=(const ChainEngine&) = delete;
+
+    // `store` holds what may be needed beside the machine's. Throws Error where there is no
+    // judgement.
+    ChainJudgement judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store) const;
+
+private:
+    HCERTCHAINENGINE handle_ = nullptr;
+};
+
+// Words for the trust bits of one certificate.
+std::vector<std::string> fault_words(std::uint32_t trust_bits);
+
+} // namespace chronoseal

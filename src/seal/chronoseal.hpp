@@ -1,0 +1,718 @@
+// chronoseal: time-stamps (RFC 3161) to ask for, to judge and to look into. The one header of the
+// C++ front door.
+//
+//     chronoseal::Sealer sealer({.authorities = {{.url = "http://tsa.example/"}}});
+//     chronoseal::Stamp stamp = sealer.seal(std::filesystem::path("report.pdf"));
+//     ...
+//     chronoseal::Verifier verifier({.roots = {std::filesystem::path("roots.pem")}});
+//     chronoseal::Verdict verdict = verifier.verify(stamp, sealer.digest_of("report.pdf"));
+//     if (!verdict.good()) { std::cerr << verdict.deciding().text; }
+//
+// Bytes are spans and vectors, text is UTF-8, time is std::chrono in UTC.
+// Ownership: all types are values that own what they hold; nothing that is returned is borrowed.
+// Errors: every function may throw `Error`, and nothing else leaves the library but what a
+// callback of the caller throws. What a token, a server or a file says is foreign text: it is given
+// as it came in fields that say so, and quoted (`quote_foreign`) within `text` and `advice`.
+// Threads: functions may be called from any thread. A class says in its own words what it allows.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "visibility/visibility.h"
+
+namespace chronoseal {
+
+using Bytes = std::vector<std::byte>;
+using ByteView = std::span<const std::byte>;
+// A point in UTC.
+using Time = std::chrono::sys_time<std::chrono::microseconds>;
+
+// ---- Errors ----
+
+// What kind of answer an error is; the command's exit status follows it.
+enum class Category {
+    refused,    // found to be bad, or forbidden (1)
+    misuse,     // the caller's own values make no sense (2)
+    unreachable // could not be reached, read or judged (3)
+};
+
+// The one exception. Immutable; copies share their texts.
+class CHRONOSEAL_API Error : public std::exception {
+public:
+    Error(Category category, std::string_view word, std::uint32_t code, std::string text,
+          std::string advice);
+
+    // `text`, the number in brackets, and `advice` in one line that is safe to print.
+    const char* what() const noexcept override;
+    Category category() const noexcept;
+    // A stable word of small letters and underscores, "imprint_differs": programs decide by this.
+    const std::string& word() const noexcept;
+    // The result code of the library or the platform beneath; 0 where none applies.
+    std::uint32_t code() const noexcept;
+    // What failed, and what to do, for people: one sentence each, without a full stop.
+    const std::string& text() const noexcept;
+    const std::string& advice() const noexcept;
+
+private:
+    struct Content;
+    std::shared_ptr<const Content> content_;
+};
+
+// Word, text and advice for a result code; an unknown one is told by its number. `doing` ("stamp
+// report.pdf") stands in front of the text, unless it is empty.
+CHRONOSEAL_API Error error_of_code(std::uint32_t code, std::string_view doing = {});
+// "0xC2100103", or "1260" for a plain system error.
+CHRONOSEAL_API std::string code_text(std::uint32_t code);
+// One row for each code that has words of its own: for documents and completeness tests.
+struct ErrorWords {
+    std::uint32_t code;
+    Category category;
+    std::string_view word, text, advice;
+};
+CHRONOSEAL_API std::span<const ErrorWords> error_table();
+
+// ---- Text ----
+
+// Makes foreign text safe to print: control characters (C0, DEL, C1), line ends, bidirectional
+// controls, other invisible format characters and bytes that aren't UTF-8 become "\x1b" or
+// "\u{202e}", a backslash becomes "\\". Text with more than `limit` characters is cut and ends in
+// "..."; 0 cuts nothing.
+CHRONOSEAL_API std::string quote_foreign(std::string_view text, std::size_t limit = 0);
+// The address with a password in it replaced by "***", quoted as above.
+CHRONOSEAL_API std::string quote_address(std::string_view url);
+// Small hexadecimal digits without separators, and back: the latter throws `digest_malformed` for
+// anything but an even number of digits.
+CHRONOSEAL_API std::string to_hex(ByteView bytes);
+CHRONOSEAL_API Bytes from_hex(std::string_view digits);
+// RFC 3339 with the fraction that the time has: "2026-11-21T14:06:37.5Z", and by the machine's zone
+// at that time, "2026-11-21T15:06:37.5+01:00".
+CHRONOSEAL_API std::string utc_text(Time time);
+CHRONOSEAL_API std::string local_text(Time time);
+
+inline ByteView bytes_of(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
+
+// ---- Hashing ----
+
+// A hash algorithm that the platform knows. An immutable value; any number of threads may use it.
+class CHRONOSEAL_API HashAlgorithm {
+public:
+    // By name ("SHA-256", "sha256", "gost-2012-256") or dotted OID. Throws `hash_unknown` (misuse,
+    // 0x80090008) for what the platform can't compute.
+    static HashAlgorithm by_name(std::string_view name_or_oid);
+    // All that this machine can compute, strongest use first.
+    static std::vector<HashAlgorithm> all();
+
+    const std::string& name() const noexcept { return name_; } // "SHA-256"
+    const std::string& oid() const noexcept { return oid_; }   // dotted
+    std::size_t size() const noexcept { return size_; }        // bytes of a digest
+    // MD5 and SHA-1: collisions can be made, so a new stamp proves little.
+    bool weak() const noexcept { return weak_; }
+
+    bool operator==(const HashAlgorithm& other) const noexcept { return oid_ == other.oid_; }
+
+private:
+    friend class Hasher;
+    friend struct HashAlgorithmAccess;
+    HashAlgorithm() = default;
+
+    std::string name_;
+    std::string oid_;
+    std::size_t size_ = 0;
+    std::uint32_t number_ = 0;
+    bool weak_ = false;
+};
+
+// "SHA-256" for its OID; the OID itself where no name is known.
+CHRONOSEAL_API std::string algorithm_name(std::string_view oid);
+
+// Bytes done so far, and all of them (0: not known). Called on the thread that hashes.
+using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
+// A finished hash with its algorithm. A plain value.
+class CHRONOSEAL_API Digest {
+public:
+    // Throws `digest_malformed` (misuse) if the size isn't the algorithm's.
+    Digest(HashAlgorithm algorithm, Bytes value);
+    static Digest from_hex(const HashAlgorithm& algorithm, std::string_view digits);
+    static Digest of(ByteView data, const HashAlgorithm& algorithm);
+    // Reads the file in constant memory. Throws `file_unreadable`, and `cancelled` on a stop.
+    static Digest of_file(const std::filesystem::path& path, const HashAlgorithm& algorithm,
+                          const Progress& progress = {}, std::stop_token stop = {});
+
+    const HashAlgorithm& algorithm() const noexcept { return algorithm_; }
+    const Bytes& value() const noexcept { return value_; }
+    bool operator==(const Digest& other) const noexcept = default;
+
+private:
+    HashAlgorithm algorithm_;
+    Bytes value_;
+};
+
+// A running hash, for data that comes in pieces. Belongs to one thread at a time; can be moved.
+class CHRONOSEAL_API Hasher {
+public:
+    explicit Hasher(const HashAlgorithm& algorithm);
+    Hasher(Hasher&& other) noexcept;
+    Hasher& operator=(Hasher&& other) noexcept;
+    ~Hasher();
+
+    void update(ByteView data); // of any size
+    // Ends the hash; the object may only be assigned to or destroyed then.
+    Digest finish();
+
+private:
+    struct Running;
+    std::unique_ptr<Running> running_;
+};
+
+// ---- What a stamp holds ----
+
+struct AlgorithmInfo {
+    std::string oid;
+    std::string name;          // the OID where none is known
+    Bytes parameters;          // DER; empty: absent
+    std::string weakness = {}; // empty, or why it counts as weak: "SHA-1 is broken for collisions"
+};
+
+struct ExtensionInfo {
+    std::string oid;
+    std::string name; // the OID where none is known
+    bool critical = false;
+    Bytes value; // the octets
+};
+
+struct AttributeInfo {
+    std::string oid;
+    std::string name;
+    std::vector<Bytes> values; // DER each
+};
+
+struct CertificateInfo {
+    std::string subject, issuer; // RFC 4514-like text, foreign
+    Bytes serial_number;         // big-endian
+    Time not_before{}, not_after{};
+    Bytes sha256; // of the DER
+    AlgorithmInfo signature_algorithm;
+    AlgorithmInfo key_algorithm;
+    std::size_t key_bits = 0; // 0: not known
+    Bytes key_sha256;         // of the public key's bits
+    std::vector<ExtensionInfo> extensions;
+    std::vector<std::string> extended_usages; // OIDs
+    Bytes der;
+};
+
+// The signature of the token; of the first signer where there are several.
+struct SignatureInfo {
+    AlgorithmInfo digest_algorithm;
+    AlgorithmInfo signature_algorithm;
+    std::string issuer;  // of the signer's certificate as the token names it, foreign
+    Bytes serial_number; // big-endian
+    Bytes value;
+    std::vector<AttributeInfo> signed_attributes;
+    std::vector<AttributeInfo> unsigned_attributes;
+    std::size_t signers = 0; // how many there are; a good token has one
+};
+
+struct TokenInfo {
+    int version = 0;
+    Time time{};
+    std::optional<std::chrono::microseconds> accuracy;
+    bool ordering = false;
+    std::string policy; // dotted OID
+    AlgorithmInfo imprint_algorithm;
+    Bytes imprint;
+    Bytes serial_number;        // big-endian, as written
+    std::optional<Bytes> nonce; // big-endian, as written
+    std::string authority;      // the name in the token, foreign; empty: none
+    Bytes authority_der;        // the GeneralName
+    std::vector<ExtensionInfo> extensions;
+    SignatureInfo signature;
+    std::vector<CertificateInfo> certificates; // in the order of the token
+    std::size_t revocation_lists = 0;          // CRLs that the token carries
+    // That of `certificates` which the token's signed attributes name; none if it isn't there.
+    std::optional<CertificateInfo> signer;
+};
+
+// Nothing in it is verified.
+struct StampInfo {
+    // Of a response; absent for a bare token.
+    std::optional<unsigned> status;         // PKIStatus
+    std::string status_name;                // "granted", "rejection"
+    std::string status_text;                // the authority's words, foreign
+    std::uint32_t failure_bits = 0;         // bit n as 1 << n
+    std::vector<std::string> failure_names; // RFC 3161 names, "badAlg"
+    // Absent when the authority refused.
+    std::optional<TokenInfo> token;
+};
+
+struct Remark {
+    std::string word; // "weak_hash", "clock_differs", ...
+    std::string text;
+};
+
+// A time-stamp: an authority's answer, or a bare token. Immutable; copies share their content, and
+// any number of threads may read one.
+class CHRONOSEAL_API Stamp {
+public:
+    // Reads a response or a bare token as DER or BER, PEM or Base64. A refusal is read too, and has
+    // no token. Nothing is verified. Throws `not_a_stamp` (0x80093101), whose text says what the
+    // bytes are instead, and the words for a response that is malformed.
+    static Stamp read(ByteView bytes);
+    static Stamp read_file(const std::filesystem::path& path);
+
+    const StampInfo& info() const noexcept;
+    bool has_token() const noexcept;
+    // The time of the stamp. Throws `no_token` for a refusal.
+    Time time() const;
+    // The token's bytes (a CMS SignedData), and the TimeStampResp; empty where there is none. A
+    // response made of a bare token is what some readers want: `as_response` makes one.
+    const Bytes& token() const noexcept;
+    const Bytes& response() const noexcept;
+    Bytes as_response() const;
+
+    // Of a stamp that a Sealer got: the authority's address, masked; what it noticed beside the
+    // checks (a clock that differs, a weak hash); how many times it asked. Empty and 0 else.
+    const std::string& authority() const noexcept;
+    const std::vector<Remark>& remarks() const noexcept;
+    unsigned attempts() const noexcept;
+
+private:
+    friend struct StampAccess;
+    struct Content;
+    explicit Stamp(std::shared_ptr<const Content> content) : content_(std::move(content)) {}
+    std::shared_ptr<const Content> content_;
+};
+
+// ---- Judging ----
+
+// Certificates, revocation lists or OCSP answers, PEM or DER, one or many: a file or bytes.
+using Source = std::variant<std::filesystem::path, Bytes>;
+
+enum class Revocation { as_configured, require, available, off };
+enum class Strength {
+    as_configured,
+    floor,  // what is broken in practice is refused; SHA-1 and RSA-1024 pass with a remark
+    current // these are refused as well
+};
+
+// Whom a verifier trusts, and what it may use. A plain value.
+struct Trust {
+    // Trusted, in place of the machine's roots. Empty: the machine's.
+    std::vector<Source> roots = {};
+    // May be needed for a chain; none is trusted for it.
+    std::vector<Source> certificates = {};
+    // Revocation lists and OCSP answers, looked at before any is fetched.
+    std::vector<Source> evidence = {};
+    Revocation revocation = Revocation::as_configured;
+    Strength strength = Strength::as_configured;
+    // What "now" is for the age of revocation evidence; absent: the clock.
+    std::optional<Time> as_of = std::nullopt;
+    // Nothing is fetched from the network; what lies in the cache counts.
+    bool offline = false;
+};
+
+// In the order in which they are made. Each needs what stands before it only where its finding
+// would make no sense without: then it is `not_done`, and its text says why.
+enum class Check {
+    status,       // the authority granted it
+    imprint,      // algorithm, length and hash are those of the data
+    nonce,        // that of the request
+    policy,       // the policy asked for
+    time,         // close enough to the clock, or not after `as_of`
+    content_type, // the token signs a TSTInfo, and its attribute says so
+    signer,       // the certificate that the signed attributes name is there
+    signature,    // one signer, the digest and the signature fit
+    extensions,   // no critical extension that isn't understood
+    chain,        // each certificate up to a trusted root, at the stamp's time
+    usage,        // the signer's certificate is one for time-stamping alone
+    revocation,   // none of them was revoked
+    strength      // hashes and keys are strong enough
+};
+inline constexpr std::size_t kChecks = 13;
+CHRONOSEAL_API std::string_view check_name(Check check) noexcept; // "content_type"
+
+enum class Outcome { passed, failed, not_done };
+
+struct Finding {
+    Check check{};
+    Outcome outcome = Outcome::not_done;
+    // Whether a verdict without it can be good.
+    bool required = true;
+    // "passed"; of a failure the stable word (`Error::word`); of what was not done "not_asked",
+    // "switched_off", "earlier_failure", or the word for what is missing ("revocation_unknown").
+    std::string word;
+    std::uint32_t code = 0; // of the library or the platform, 0: none applies
+    std::string text, advice;
+    std::vector<Remark> remarks;
+};
+
+enum class EvidenceKind { revocation_list, ocsp_answer };
+enum class EvidenceSource { given, cache, network };
+
+// A statement about a certificate's revocation, on which the judgement rests.
+struct Evidence {
+    EvidenceKind kind{};
+    EvidenceSource source{};
+    Time this_update{};
+    std::optional<Time> next_update;
+    std::optional<Time> revoked; // since when
+    std::string reason;          // "keyCompromise"; empty: not revoked, or none given
+    std::string url;             // where it was fetched, foreign; empty else
+    Bytes sha256;                // of `der`
+    Bytes der;
+};
+
+enum class RevocationState { not_checked, good, revoked, unknown };
+
+struct ChainLink {
+    CertificateInfo certificate;
+    bool anchor = false; // the trusted root
+    // What is wrong with this certificate, as words ("certificate_expired"); empty: nothing.
+    std::vector<std::string> faults;
+    RevocationState revocation = RevocationState::not_checked;
+    std::vector<Evidence> evidence;
+};
+
+// What a verifier found. A plain value.
+struct CHRONOSEAL_API Verdict {
+    // Nothing failed, and all that was required was done.
+    bool good() const noexcept;
+    // Nothing is known to be bad, but the evidence of revocation is missing, unreachable or too
+    // old.
+    bool indeterminate() const noexcept;
+    // Whether the imprint was compared with data.
+    bool compared() const noexcept;
+    const Finding& at(Check check) const;
+    // The finding on which a verdict that isn't good rests: the first failure, else the first
+    // required one that wasn't done. Of a good verdict the last one.
+    const Finding& deciding() const;
+    // That finding as an error, for callers who want to throw.
+    Error error() const;
+
+    std::vector<Finding> findings; // kChecks of them, in their order
+    StampInfo stamp;
+    std::optional<CertificateInfo> signer; // the one found, be it in the token or elsewhere
+    std::vector<ChainLink> chain;          // from the signer to the root, as far as it was built
+    Time judged_at{};                      // the stamp's time, at which the chain is judged
+    Time as_of{};                          // "now" of the judgement
+};
+
+// What a stamp is compared with.
+struct Expected {
+    std::optional<Digest> digest;
+    // A verdict without a digest is good only if this says that it may be.
+    bool without_data = false;
+    std::optional<Bytes> nonce; // big-endian, as in TokenInfo; a request without one: absent
+    bool nonce_known = false;   // `nonce` is what the request had, its absence included
+    std::string policy;         // dotted OID; empty: any
+
+    // All that a TimeStampReq asks for. Throws `not_a_request`.
+    static Expected of_request(ByteView request);
+};
+
+// Judges stamps. Immutable: any number of threads may use one verifier at once. Copies share it.
+class CHRONOSEAL_API Verifier {
+public:
+    // Reads the files of `trust`: throws `file_unreadable`, `no_certificates`.
+    explicit Verifier(Trust trust = {});
+
+    // A stamp that isn't good is no failure: the verdict says so. Throws only where nothing can be
+    // judged: no memory, a policy that can't be read.
+    Verdict verify(const Stamp& stamp, const Expected& expected) const;
+    Verdict verify(const Stamp& stamp, const Digest& digest) const;
+    // Hashes the data by the stamp's algorithm.
+    Verdict verify(const Stamp& stamp, ByteView data) const;
+    Verdict verify_file(const Stamp& stamp, const std::filesystem::path& path,
+                        const Progress& progress = {}, std::stop_token stop = {}) const;
+    // The token alone: what it stamps is not compared with anything.
+    Verdict verify_token(const Stamp& stamp) const;
+
+private:
+    friend class Sealer;
+    class Impl;
+    std::shared_ptr<const Impl> impl_;
+};
+
+// ---- Asking ----
+
+struct Login {
+    std::string user, password;
+};
+
+// At most `count` requests in `period`; 0: no limit.
+struct Rate {
+    unsigned count = 0;
+    std::chrono::milliseconds period{std::chrono::seconds(1)};
+};
+
+// How one time-stamp authority is reached. A plain value. What the machine's policy denies
+// (AllowedTSPs, AuthDeny..., AllowedProxies) is refused before anything is sent.
+struct Authority {
+    std::string url; // http or https, without user-info
+    // A login by basic authentication, from one of: memory; a file "USER:PASSWORD" that only its
+    // owner can read; a netrc file (by the address's host). At most one may be set.
+    std::optional<Login> login = std::nullopt;
+    std::filesystem::path login_file = {};
+    std::filesystem::path netrc = {};
+    // PEM files for TLS. An empty key stands for the certificate's file.
+    std::filesystem::path client_certificate = {};
+    std::filesystem::path client_key = {};
+    // Roots for TLS in place of the system's.
+    std::filesystem::path ca_file = {};
+    // Absent: the policy's. Empty: a direct connection.
+    std::optional<std::string> proxy = std::nullopt;
+    std::optional<Login> proxy_login = std::nullopt;
+    Rate rate = {};
+    // For one exchange; 0: the configured one.
+    std::chrono::milliseconds timeout{0};
+};
+
+// The authorities of the machine's configuration ([[config.chronoseal.authority]]), or else the
+// policy's default address; empty if there is none. Throws `policy_unreadable`, `setting_invalid`.
+CHRONOSEAL_API std::vector<Authority> configured_authorities();
+
+struct SealerOptions {
+    // In the order in which they are asked. Empty: `configured_authorities()`.
+    std::vector<Authority> authorities = {};
+    std::string hash = {};   // name or OID; empty: the policy's, else SHA-256
+    std::string policy = {}; // dotted OID to ask for; empty: the policy's default, else none
+    std::optional<bool> nonce = std::nullopt;        // absent: the policy's default
+    std::optional<bool> certificates = std::nullopt; // whether asked for; absent: when verifying
+    // Stamps by so many authorities with different keys, or none.
+    unsigned quorum = 1;
+    // How often one authority is asked in all before the next one is, and the wait in between,
+    // doubled each time, with jitter; Retry-After counts up to `longest_wait`.
+    unsigned attempts = 3;
+    std::chrono::milliseconds first_wait{500};
+    std::chrono::milliseconds longest_wait{30000};
+    // An authority that failed twice running isn't asked for so long.
+    std::chrono::milliseconds rest{30000};
+    // How far the stamp's time may lie from the clock before a remark is made.
+    std::chrono::milliseconds clock_tolerance{std::chrono::minutes(10)};
+    // By which answers are judged.
+    Trust trust = {};
+    // Without it only the answer itself is checked: status, imprint, nonce, policy, time.
+    bool verify = true;
+    // Where requests are counted for `Rate`, shared by all processes of the user. Empty: the
+    // user's cache folder.
+    std::filesystem::path rate_file = {};
+};
+
+// What one item of a batch is: a file, a finished hash, or bytes.
+using Item = std::variant<std::filesystem::path, Digest, Bytes>;
+
+struct BatchResult {
+    std::uint64_t index = 0; // of the item, from 0
+    Item item;
+    std::vector<Stamp> stamps; // `quorum` of them, or none
+    std::optional<Error> error;
+};
+
+struct BatchSummary {
+    std::uint64_t stamped = 0, failed = 0;
+    bool stopped = false; // items were left because of the stop
+};
+
+// Gets time-stamps. Immutable but for what it learns about its authorities: any number of threads
+// may use one sealer at once. Can't be copied.
+class CHRONOSEAL_API Sealer {
+public:
+    // Everything that can be checked without an authority is checked here: throws `no_address`,
+    // `address_malformed`, `address_has_login`, `address_denied`, `auth_denied`, `hash_unknown`,
+    // `hash_denied`, `policy_denied`, `nonce_denied`, `policy_unreadable`, `setting_invalid`,
+    // `quorum_impossible`, and what Verifier throws.
+    explicit Sealer(SealerOptions options = {});
+    Sealer(const Sealer&) = delete;
+    Sealer& operator=(const Sealer&) = delete;
+    ~Sealer();
+
+    // A stamp for which every check has passed, by the first authority that gives one. Blocks.
+    // With a quorum the first of the stamps. Throws the error of the last authority asked;
+    // `cancelled` on a stop, at the latest when the exchange in flight ends.
+    Stamp seal(ByteView data, std::stop_token stop = {}) const;
+    Stamp seal(const std::filesystem::path& path, const Progress& progress = {},
+               std::stop_token stop = {}) const;
+    Stamp seal_digest(const Digest& digest, std::stop_token stop = {}) const;
+    // `quorum` stamps by authorities with different keys, or `quorum_missed` and none.
+    std::vector<Stamp> seal_quorum(const Digest& digest, std::stop_token stop = {}) const;
+    // Sends a finished TimeStampReq as it is, and judges the answer by it.
+    Stamp send(ByteView request, std::stop_token stop = {}) const;
+
+    // The DER of a TimeStampReq as these options make it, for another way to the authority.
+    Bytes request(const Digest& digest) const;
+
+    // Stamps all that `next` gives, until it gives nothing, over so many connections. `next` and
+    // `done` are called by one thread at a time, in no given order; memory doesn't grow with the
+    // number of items. Once all authorities rest, the remaining items fail at once with the last
+    // error. What `next` or `done` throws ends the batch and is thrown on.
+    BatchSummary seal_all(const std::function<std::optional<Item>()>& next,
+                          const std::function<void(const BatchResult&)>& done,
+                          unsigned connections = 4, std::stop_token stop = {}) const;
+    template <class Range>
+    BatchSummary seal_range(const Range& items, const std::function<void(const BatchResult&)>& done,
+                            unsigned connections = 4, std::stop_token stop = {}) const {
+        auto place = std::begin(items);
+        const auto end = std::end(items);
+        return seal_all(
+            [&]() -> std::optional<Item> {
+                return place == end ? std::nullopt : std::optional<Item>(Item(*place++));
+            },
+            done, connections, std::move(stop));
+    }
+
+    const HashAlgorithm& hash() const noexcept;
+    const std::vector<Authority>& authorities() const noexcept;
+    Digest digest_of(const std::filesystem::path& path, const Progress& progress = {},
+                     std::stop_token stop = {}) const;
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+// ---- What is this? ----
+
+enum class Kind {
+    empty,
+    response,               // TimeStampResp
+    token,                  // a CMS message over a TSTInfo
+    request,                // TimeStampReq
+    signed_message,         // CMS or PKCS#7 with a signature; `stamps` tells of those inside
+    authenticode_signature, // a signature over a program or a script; its `stamps` likewise
+    other_message,          // CMS of another type
+    certificate,            //
+    revocation_list,        //
+    ocsp_answer,            //
+    authenticode_request,   // a request of the older Authenticode protocol
+    certificate_request,    // PKCS#10
+    private_key,            // PKCS#8 and the like
+    key_store,              // PKCS#12
+    evidence_record,        // RFC 4998
+    html,                   //
+    xml,                    //
+    json,                   //
+    pdf,                    //
+    archive,                // ZIP
+    executable,             // ELF or PE
+    text,                   //
+    unknown_der,            // well-formed BER of no kind above
+    unknown                 //
+};
+CHRONOSEAL_API std::string_view kind_name(Kind kind) noexcept; // "revocation_list"
+
+enum class Form { binary, pem, base64 };
+
+// A stamp inside something else.
+struct Embedded {
+    Stamp stamp;
+    std::string attribute; // OID of the attribute that holds it
+    std::string place;     // "signer 1, attribute 1.2.840.113549.1.9.16.2.14"
+    // What it stamps: the octets of the signature value. The imprint has to be their hash.
+    Bytes stamped;
+};
+
+struct Inspection {
+    Kind kind = Kind::unknown;
+    Form form = Form::binary;
+    std::string description; // one sentence for people: "an X.509 certificate, PEM"
+    // Of a signed message: RFC 3161 and both Authenticode attributes, those within stamps included.
+    std::vector<Embedded> stamps;
+    // An older Authenticode countersignature (PKCS#9) is there; it isn't an RFC 3161 stamp.
+    bool countersignature = false;
+    // Of a token or a response the stamp itself.
+    std::optional<Stamp> stamp;
+    // Without PEM or Base64.
+    Bytes der;
+};
+
+// Tells what the bytes are, by their content alone. Never throws for what they are.
+CHRONOSEAL_API Inspection inspect(ByteView bytes);
+
+// ---- The machine ----
+
+enum class SettingState {
+    by_default,  // the key is absent
+    set,         //
+    unreadable,  // of the wrong type: see `problem`
+    not_allowed, // a value that isn't one of those that mean something
+    unknown      // a key or table that means nothing: a slip of the pen, mostly
+};
+
+struct Setting {
+    std::string key;    // as it stands in TOML: "config.cades.tsppolicy.AllowedTSPs"
+    std::string value;  // as in TOML; empty: none
+    std::string source; // the file; empty: built in
+    SettingState state = SettingState::by_default;
+    std::string problem; // what is wrong, in words
+    bool fatal = false;  // no request can be made until it is put right
+};
+
+// A certificate store of this user and machine: "Root", "CA", "My", "AddressBook".
+struct StoreInfo {
+    std::string name;
+    std::size_t certificates = 0, revocation_lists = 0;
+    std::string problem; // empty: it could be read
+};
+
+// What is in force on this machine for this user.
+struct MachinePolicy {
+    std::vector<StoreInfo> stores;
+    std::vector<Setting> settings;     // all known keys, then the unknown ones
+    std::vector<std::string> problems; // files that can't be read
+    bool usable = true;                // requests are possible
+};
+CHRONOSEAL_API MachinePolicy policy();
+
+enum class Severity { good, note, warning, fault };
+
+struct Diagnosis {
+    std::string area; // "configuration", "roots", "stores", "clock", "authority"
+    Severity severity = Severity::good;
+    std::string word;
+    std::string text, advice;
+};
+
+// What would make a stamp or a verification fail on this machine. With `ask` one stamp is asked of
+// each authority and told apart: round trip, clock, algorithms, days until its certificate ends.
+CHRONOSEAL_API std::vector<Diagnosis> diagnose(const SealerOptions& options, bool ask = false);
+
+// ---- Authenticode ----
+
+struct AuthenticodeOptions {
+    std::string url = {}; // empty: the policy's DefaultMSTSPURL
+    Trust trust = {};
+    bool verify = true; // the answer's chain
+};
+
+struct AuthenticodeStamp {
+    Bytes der;                // the PKCS#7 message
+    std::optional<Time> time; // its signing time
+    std::optional<CertificateInfo> signer;
+};
+
+// Has `content`, mostly a signature value, stamped by the older Authenticode protocol. The answer
+// is returned only if it is a signed message over this content whose signature fits. Throws
+// `server_denied` (1260) where policy doesn't allow the server.
+CHRONOSEAL_API AuthenticodeStamp authenticode(ByteView content,
+                                              const AuthenticodeOptions& options = {});
+
+// "1.0.0"
+CHRONOSEAL_API std::string_view version() noexcept;
+
+} // namespace chronoseal

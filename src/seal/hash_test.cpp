@@ -1,0 +1,54 @@
+#include "seal/testing/seal_fixture.h"
+
+namespace chronoseal::testing {
+namespace {
+
+constexpr char kAbc[] = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+
+TEST(Hash, AlgorithmsGoByTheNamesThatPeopleWrite) {
+    for (const char* name : {"SHA-256", "sha256", "Sha_256", "2.16.840.1.101.3.4.2.1"}) {
+        const auto algorithm = HashAlgorithm::by_name(name);
+        EXPECT_EQ(algorithm.oid(), "2.16.840.1.101.3.4.2.1");
+        EXPECT_EQ(algorithm.name(), "SHA-256");
+        EXPECT_EQ(algorithm.size(), 32U);
+        EXPECT_FALSE(algorithm.weak());
+    }
+    EXPECT_TRUE(HashAlgorithm::by_name("sha1").weak());
+    EXPECT_EQ(word_of([] { HashAlgorithm::by_name("sha257"); }), "hash_unknown");
+    EXPECT_EQ(word_of([] { HashAlgorithm::by_name("1.2.3"); }), "hash_unknown");
+    EXPECT_EQ(word_of([] { HashAlgorithm::by_name(""); }), "hash_unknown");
+}
+
+TEST(Hash, PiecesFilesAndWholesGiveOneDigest) {
+    const auto sha256 = HashAlgorithm::by_name("SHA-256");
+    const Folder folder;
+    Hasher hasher(sha256);
+    hasher.update(bytes_of("a"));
+    hasher.update({});
+    hasher.update(bytes_of("bc"));
+    const Digest digest = hasher.finish();
+    EXPECT_EQ(to_hex(digest.value()), kAbc);
+    EXPECT_EQ(digest, Digest::of(bytes_of("abc"), sha256));
+    EXPECT_EQ(digest, Digest::from_hex(sha256, kAbc));
+    std::uint64_t told = 0;
+    EXPECT_EQ(digest, Digest::of_file(folder.write("abc", "abc"), sha256,
+                                      [&](std::uint64_t done, std::uint64_t) { told = done; }));
+    EXPECT_EQ(told, 3U);
+    EXPECT_EQ(word_of([&] { hasher.update(bytes_of("d")); }), "hash_finished");
+    EXPECT_EQ(word_of([&] { Digest::from_hex(sha256, "00"); }), "digest_malformed");
+    EXPECT_EQ(word_of([&] { Digest::of_file(folder.path() / "none", sha256); }), "file_unreadable");
+}
+
+TEST(Hash, AStopEndsTheReadingOfAFile) {
+    std::stop_source stop;
+    stop.request_stop();
+    const Folder folder;
+    EXPECT_EQ(word_of([&] {
+                  Digest::of_file(folder.write("x", "x"), HashAlgorithm::by_name("sha256"), {},
+                                  stop.get_token());
+              }),
+              "cancelled");
+}
+
+} // namespace
+} // namespace chronoseal::testing

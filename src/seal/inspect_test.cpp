@@ -1,0 +1,158 @@
+#include <openssl/pkcs12.h>
+
+#include "seal/testing/seal_fixture.h"
+
+namespace chronoseal::testing {
+namespace {
+
+using tsp::element;
+using tsp::integer;
+using tsp::oid;
+using tsp::sequence;
+using tsp::TstInfo;
+
+std::string base64(const std::string& bytes) {
+    std::string text(bytes.size() * 2 + 4, '\0');
+    text.resize(static_cast<std::size_t>(EVP_EncodeBlock(
+        reinterpret_cast<unsigned char*>(text.data()),
+        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()))));
+    return text;
+}
+
+std::string pem(const std::string& label, const std::string& bytes) {
+    std::string text = "-----BEGIN " + label + "-----\n";
+    const std::string digits = base64(bytes);
+    for (std::size_t i = 0; i < digits.size(); i += 64) {
+        text += digits.substr(i, 64) + "\r\n";
+    }
+    return text + "-----END " + label + "-----\n";
+}
+
+std::string algorithm() {
+    return sequence(oid("2.16.840.1.101.3.4.2.1") + element(0x05, ""));
+}
+
+TEST(Inspect, EachKindOfBytesIsNamed) {
+    const tsp::Authority authority;
+    const std::string token = authority.token(TstInfo().encode());
+    const std::string request =
+        sequence(integer("\x01") + sequence(algorithm() + element(4, tsp::sha256("x"))));
+    tsp::Signing other;
+    other.contentType = "1.2.840.113549.1.7.1";
+    tsp::Signing code;
+    code.contentType = "1.3.6.1.4.1.311.2.1.4";
+    struct Row {
+        const char* name;
+        std::string bytes;
+        Kind kind;
+        Form form;
+    };
+    const Row rows[] = {
+        {"nothing", "", Kind::empty, Form::binary},
+        {"response", tsp::response(0, token), Kind::response, Form::binary},
+        {"refusal", tsp::response(2, ""), Kind::response, Form::binary},
+        {"token", token, Kind::token, Form::binary},
+        {"token in Base64", base64(token) + "\n", Kind::token, Form::base64},
+        {"token in PEM", "Subject: x\n" + pem("PKCS7", token), Kind::token, Form::pem},
+        {"request", request, Kind::request, Form::binary},
+        {"certificate", authority.rootDer(), Kind::certificate, Form::binary},
+        {"certificate in PEM", pem("CERTIFICATE", authority.rootDer()), Kind::certificate,
+         Form::pem},
+        {"signed message", authority.token("text", other), Kind::signed_message, Form::binary},
+        {"authenticode signature", authority.token("text", code), Kind::authenticode_signature,
+         Form::binary},
+        {"enveloped", sequence(oid("1.2.840.113549.1.7.3") + element(0xA0, sequence(""))),
+         Kind::other_message, Form::binary},
+        {"ocsp", sequence(element(0x0A, std::string(1, '\0'))), Kind::ocsp_answer, Form::binary},
+        {"authenticode",
+         sequence(oid("1.3.6.1.4.1.311.3.2.1") + sequence(oid("1.2.840.113549.1.7.1"))),
+         Kind::authenticode_request, Form::binary},
+        {"rsa key", sequence(integer(std::string(1, '\0')) + integer("\x11") + integer("\x03")),
+         Kind::private_key, Form::binary},
+        {"pkcs8", sequence(integer(std::string(1, '\0')) + algorithm() + element(4, "x")),
+         Kind::private_key, Form::binary},
+        {"pkcs12",
+         sequence(integer("\x03") + sequence(oid("1.2.840.113549.1.7.1") + element(0xA0, ""))),
+         Kind::key_store, Form::binary},
+        {"evidence",
+         sequence(integer("\x01") + sequence(algorithm()) + sequence(sequence(sequence(token)))),
+         Kind::evidence_record, Form::binary},
+        {"html", "\r\n<!DOCTYPE HTML><html>", Kind::html, Form::binary},
+        {"xhtml", "<?xml version='1.0'?><html xmlns=''/>", Kind::html, Form::binary},
+        {"xml", "<?xml version='1.0'?><a/>", Kind::xml, Form::binary},
+        {"json", "{\"error\": 1}", Kind::json, Form::binary},
+        {"pdf", "%PDF-1.7\n", Kind::pdf, Form::binary},
+        {"zip", "PK\x03\x04...", Kind::archive, Form::binary},
+        {"elf",
+         "\x7f"
+         "ELF\x02",
+         Kind::executable, Form::binary},
+        {"text",
+         "Gr\xC3\xBC\xC3\x9F"
+         "e, not a stamp!\n",
+         Kind::text, Form::binary},
+        {"other der", sequence(sequence(sequence(""))), Kind::unknown_der, Form::binary},
+        {"noise", std::string("\x00\x01\x02\xFF", 4), Kind::unknown, Form::binary},
+    };
+    for (const Row& row : rows) {
+        const Inspection found = inspect(to_bytes(row.bytes));
+        EXPECT_EQ(kind_name(found.kind), kind_name(row.kind)) << row.name;
+        EXPECT_EQ(found.form, row.form) << row.name;
+        EXPECT_EQ(found.stamp.has_value(), row.kind == Kind::token || row.kind == Kind::response)
+            << row.name;
+        if (!found.stamp) {
+            EXPECT_EQ(word_of([&] { Stamp::read(to_bytes(row.bytes)); }), "not_a_stamp")
+                << row.name;
+        }
+    }
+}
+
+TEST(Inspect, CutAndChangedBytesNeverThrow) {
+    const tsp::Authority authority;
+    const std::string token = tsp::response(0, authority.token(TstInfo().encode()));
+    for (std::size_t i = 0; i < token.size(); i += 7) {
+        EXPECT_NO_THROW(inspect(to_bytes(token.substr(0, i)))) << i;
+        std::string changed = token;
+        changed[i] = static_cast<char>(changed[i] ^ 0x55);
+        EXPECT_NO_THROW(inspect(to_bytes(changed))) << i;
+    }
+}
+
+// A message with a signature, stamped in an attribute that no signature covers.
+std::string stamped_message(const tsp::Authority& authority, const std::string& attribute) {
+    tsp::Signing plain;
+    plain.contentType = "1.2.840.113549.1.7.1";
+    const std::string signed_text = authority.token("text", plain);
+    const auto* place = reinterpret_cast<const unsigned char*>(signed_text.data());
+    const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
+        d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(signed_text.size())),
+        &CMS_ContentInfo_free);
+    CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
+    const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(signer);
+    TstInfo info;
+    info.digest = tsp::sha256(
+        {reinterpret_cast<const char*>(value->data), static_cast<std::size_t>(value->length)});
+    const std::string token = authority.token(info.encode());
+    CMS_unsigned_add1_attr_by_txt(signer, attribute.c_str(), V_ASN1_SEQUENCE, token.data(),
+                                  static_cast<int>(token.size()));
+    return tsp::der(message.get(), &i2d_CMS_ContentInfo);
+}
+
+TEST(Inspect, AStampInASignatureIsJudgedAgainstThatSignature) {
+    tsp::Configuration::instance().set("");
+    const tsp::Authority authority;
+    const Verifier verifier({.roots = {to_bytes(authority.rootDer())}});
+    for (const char* attribute : {"1.2.840.113549.1.9.16.2.14", "1.3.6.1.4.1.311.3.3.1"}) {
+        const Inspection found = inspect(to_bytes(stamped_message(authority, attribute)));
+        EXPECT_EQ(found.kind, Kind::signed_message);
+        ASSERT_EQ(found.stamps.size(), 1U) << attribute;
+        EXPECT_EQ(found.stamps[0].attribute, attribute);
+        EXPECT_TRUE(verifier.verify(found.stamps[0].stamp, found.stamps[0].stamped).good());
+        Bytes other = found.stamps[0].stamped;
+        other[0] ^= std::byte{1};
+        EXPECT_EQ(verifier.verify(found.stamps[0].stamp, other).deciding().word, "imprint_differs");
+    }
+}
+
+} // namespace
+} // namespace chronoseal::testing

@@ -1,0 +1,171 @@
+#include <algorithm>
+
+#include "seal/testing/seal_fixture.h"
+
+namespace chronoseal::testing {
+namespace {
+
+class MachineTest : public SealTest {
+protected:
+    static const Setting& at(const MachinePolicy& policy, const std::string& key) {
+        const auto found = std::ranges::find(policy.settings, key, &Setting::key);
+        if (found == policy.settings.end()) {
+            throw std::runtime_error(key + " isn't told");
+        }
+        return *found;
+    }
+    static bool tells(const std::vector<Diagnosis>& all, const std::string& word,
+                      Severity severity) {
+        return std::ranges::any_of(all, [&](const Diagnosis& one) {
+            return one.word == word && one.severity == severity;
+        });
+    }
+};
+
+TEST_F(MachineTest, EverySettingIsToldWithItsSource) {
+    tsp::Configuration::instance().set("AllowedTSPs = ['http://a.example/', \"x\\u001b[2J\"]",
+                                       "[config.trace.levels]\ntsp = 8\n");
+    const MachinePolicy policy = chronoseal::policy();
+    EXPECT_TRUE(policy.usable);
+    const Setting& allowed = at(policy, "config.cades.tsppolicy.AllowedTSPs");
+    EXPECT_EQ(allowed.state, SettingState::set);
+    EXPECT_EQ(allowed.value, "[\"http://a.example/\", \"x\\x1b[2J\"]");
+    EXPECT_NE(allowed.source.find("config.toml"), std::string::npos);
+    EXPECT_EQ(at(policy, "config.trace.levels.tsp").value, "8");
+    EXPECT_EQ(at(policy, "config.basalt.Revocation").state, SettingState::by_default);
+    EXPECT_EQ(at(policy, "config.basalt.Revocation").value, "\"require\"");
+    ASSERT_EQ(policy.stores.size(), 4U);
+    EXPECT_EQ(policy.stores[0].name, "Root");
+}
+
+TEST_F(MachineTest, SlipsOfThePenAreToldAndWrongTypesStopEveryRequest) {
+    auto& machine = tsp::Configuration::instance();
+    const LiveAuthority authority;
+    machine.set("RequireNonce = 'yes'", "[config.cades.tspolicy]\nAllowedTSPs = ['x']\n"
+                                        "[config.basalt]\nRevocation = 'requier'\n");
+    const MachinePolicy policy = chronoseal::policy();
+    EXPECT_FALSE(policy.usable);
+    EXPECT_EQ(at(policy, "config.cades.tsppolicy.RequireNonce").state, SettingState::unreadable);
+    EXPECT_TRUE(at(policy, "config.cades.tsppolicy.RequireNonce").fatal);
+    EXPECT_EQ(at(policy, "config.basalt.Revocation").state, SettingState::not_allowed);
+    EXPECT_NE(at(policy, "config.cades.tspolicy.AllowedTSPs")
+                  .problem.find("config.cades.tsppolicy.AllowedTSPs"),
+              std::string::npos);
+    EXPECT_EQ(
+        word_of([&] {
+            Sealer(quick({authority.settings()}, authority.trust(), folder)).seal(bytes_of("x"));
+        }),
+        "setting_invalid");
+    EXPECT_EQ(authority.requests(), 0U);
+    machine.setRaw("no toml [");
+    EXPECT_FALSE(chronoseal::policy().usable);
+    EXPECT_FALSE(chronoseal::policy().problems.empty());
+}
+
+TEST_F(MachineTest, AuthoritiesStandInTheMachinesFile) {
+    const auto login = folder.write("login", "user:pw");
+    tsp::Configuration::instance().set(
+        "DefaultTSPURL = 'http://default.example/'",
+        "[[config.chronoseal.authority]]\nUrl = 'http://a.example/'\nLoginFile = '" +
+            login.string() +
+            "'\nRateCount = 3\nRateMilliseconds = 2000\n"
+            "[[config.chronoseal.authority]]\nUrl = 'http://b.example/'\nProxy = ''\n");
+    const auto found = configured_authorities();
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0].url, "http://a.example/");
+    EXPECT_EQ(found[0].login_file, login);
+    EXPECT_EQ(found[0].rate.count, 3U);
+    EXPECT_EQ(found[0].rate.period, std::chrono::seconds(2));
+    EXPECT_FALSE(found[0].proxy);
+    EXPECT_EQ(found[1].proxy, "");
+    tsp::Configuration::instance().set("DefaultTSPURL = 'http://default.example/'");
+    ASSERT_EQ(configured_authorities().size(), 1U);
+    EXPECT_EQ(configured_authorities()[0].url, "http://default.example/");
+}
+
+TEST_F(MachineTest, TheDiagnosisTellsWhatWouldFail) {
+    const LiveAuthority authority;
+    SealerOptions options = quick({authority.settings()}, {}, folder);
+    tsp::Configuration::instance().set("AllowedTSPs = ['http://other.example/']\nRequireNonse = 1");
+    const auto found = diagnose(options);
+    EXPECT_TRUE(tells(found, "no_roots", Severity::fault));
+    EXPECT_TRUE(tells(found, "address_denied", Severity::fault));
+    EXPECT_TRUE(tells(found, "setting_unknown", Severity::warning));
+    tsp::Configuration::instance().set("");
+    options.trust = authority.trust();
+    const auto asked = diagnose(options, true);
+    for (const Diagnosis& one : asked) {
+        EXPECT_NE(one.severity, Severity::fault) << one.text;
+    }
+    EXPECT_EQ(authority.requests(), 1U);
+    options.authorities = {{.url = "http://127.0.0.1:1/"}};
+    EXPECT_TRUE(tells(diagnose(options, true), "cannot_connect", Severity::fault));
+}
+
+// A PKCS#7 message over the content, as such a server answers.
+std::string authenticode_answer(const tsp::Authority& authority, const std::string& content) {
+    tsp::Signing plain;
+    plain.contentType = "1.2.840.113549.1.7.1";
+    plain.flags = 0;
+    const std::string der = authority.token(content, plain);
+    std::string text(der.size() * 2 + 4, '\0');
+    text.resize(static_cast<std::size_t>(EVP_EncodeBlock(
+        reinterpret_cast<unsigned char*>(text.data()),
+        reinterpret_cast<const unsigned char*>(der.data()), static_cast<int>(der.size()))));
+    return text;
+}
+
+TEST_F(MachineTest, AnAuthenticodeAnswerIsJudgedBeforeItIsGiven) {
+    struct Row {
+        const char* name;
+        LiveAuthority::Answer answer;
+        const char* word;
+    };
+    const Row rows[] = {
+        {"good",
+         [](const tsp::Authority& a, const std::string&) {
+             return http_reply(200, authenticode_answer(a, "content"));
+         },
+         ""},
+        {"other content",
+         [](const tsp::Authority& a, const std::string&) {
+             return http_reply(200, authenticode_answer(a, "other"));
+         },
+         "imprint_differs"},
+        {"a stranger",
+         [](const tsp::Authority&, const std::string&) {
+             return http_reply(200, authenticode_answer(tsp::Authority(), "content"));
+         },
+         "chain_incomplete"},
+        {"a page",
+         [](const tsp::Authority&, const std::string&) {
+             return http_reply(200, "<html>welcome</html>");
+         },
+         "answer_malformed"},
+        {"something else",
+         [](const tsp::Authority&, const std::string&) { return http_reply(200, "AAAA"); },
+         "not_a_stamp"},
+        {"404", [](const tsp::Authority&, const std::string&) { return http_reply(404, ""); },
+         "page_not_found"},
+    };
+    for (const Row& row : rows) {
+        const LiveAuthority server(row.answer);
+        EXPECT_EQ(word_of([&] {
+                      const auto stamp = authenticode(
+                          bytes_of("content"), {.url = server.url(), .trust = server.trust()});
+                      EXPECT_TRUE(stamp.time);
+                      EXPECT_EQ(stamp.signer->subject, "CN=Test Authority");
+                  }),
+                  row.word)
+            << row.name;
+    }
+    EXPECT_EQ(word_of([] { authenticode(bytes_of("x")); }), "no_address");
+    EXPECT_EQ(word_of([] { authenticode(bytes_of("x"), {.url = "http://127.0.0.1:1/"}); }),
+              "cannot_connect");
+    tsp::Configuration::instance().set("AllowedMSTSPs = ['http://a.example/']");
+    EXPECT_EQ(word_of([] { authenticode(bytes_of("x"), {.url = "http://127.0.0.1:1/"}); }),
+              "server_denied");
+}
+
+} // namespace
+} // namespace chronoseal::testing

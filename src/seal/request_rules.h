@@ -1,0 +1,28 @@
+// What the machine's policy says about requests, asked before anything is hashed or sent.
+#pragma once
+
+#include "client/request_policy.h"
+#include "seal/endpoint.h"
+
+namespace chronoseal {
+
+struct RequestShape {
+    std::string hash_oid;
+    std::string policy; // dotted; empty: none
+    bool nonce = true;
+};
+
+using RequestRules = Halcyon::PKI::TSP::Client::CRequestPolicy;
+
+// The policy in force. Throws `policy_unreadable`.
+RequestRules read_rules();
+// The same, but a switch or a number of a wrong type, whose default the client would take, is
+// `setting_invalid`.
+RequestRules settled_rules();
+
+// Throw `hash_denied`, `policy_denied`, `nonce_denied`; `address_denied`, `auth_denied`,
+// `proxy_auth_denied`.
+void check_shape(const RequestRules& rules, const RequestShape& shape);
+void check_endpoint(const RequestRules& rules, const Endpoint& endpoint);
+
+} // namespace chronoseal

@@ -1,0 +1,35 @@
+// A hash of the platform that is under way.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "atl/crypt_hash.h"
+#include "atl/crypt_prov.h"
+#include "seal/chronoseal.hpp"
+
+namespace chronoseal {
+
+// Belongs to one thread. Throws Error.
+class RunningHash {
+public:
+    // By the platform's number.
+    explicit RunningHash(std::uint32_t algorithm);
+    RunningHash(const RunningHash&) = delete;
+    RunningHash& operator=(const RunningHash&) = delete;
+
+    std::size_t size() const; // of the finished hash
+    void update(ByteView data);
+    Bytes finish();
+
+private:
+    ATL::CCryptProv provider_;
+    ATL::CCryptHash hash_;
+};
+
+struct HashAlgorithmAccess {
+    // Nothing where the platform can't compute it.
+    static std::optional<HashAlgorithm> find(const std::string& oid);
+};
+
+} // namespace chronoseal

@@ -1,0 +1,96 @@
+// Reading of CMS messages by the platform.
+#include "seal/signed_bytes.h"
+
+#include "seal/certificate_info.h"
+#include "seal/platform_text.h"
+
+namespace chronoseal {
+
+namespace {
+
+constexpr DWORD kMostMessage = 0x7FFFFFFF;
+
+// Aligned for the record at its beginning.
+using Block = std::vector<std::max_align_t>;
+
+std::optional<Block> parameter(const ATL2::CCryptMsg& message, DWORD type, DWORD index,
+                               DWORD& size) {
+    size = 0;
+    if (!message || CryptMsgGetParam(message.get(), type, index, nullptr, &size) == 0) {
+        return std::nullopt;
+    }
+    Block block(size / sizeof(std::max_align_t) + 1);
+    if (CryptMsgGetParam(message.get(), type, index, block.data(), &size) == 0) {
+        return std::nullopt;
+    }
+    return block;
+}
+
+} // namespace
+
+ATL2::CCryptMsg open_message(ByteView bytes) {
+    if (bytes.size() > kMostMessage) {
+        return {};
+    }
+    ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
+    if (message &&
+        CryptMsgUpdate(message.get(), octets(bytes), static_cast<DWORD>(bytes.size()), TRUE) == 0) {
+        message.close();
+    }
+    return message;
+}
+
+std::optional<Bytes> message_bytes(const ATL2::CCryptMsg& message, DWORD type, DWORD index) {
+    DWORD size = 0;
+    const auto block = parameter(message, type, index, size);
+    return block ? std::optional(copy_of(block->data(), size)) : std::nullopt;
+}
+
+DWORD message_number(const ATL2::CCryptMsg& message, DWORD type) {
+    DWORD number = 0;
+    DWORD size = sizeof number;
+    return message && CryptMsgGetParam(message.get(), type, 0, &number, &size) != 0 ? number : 0;
+}
+
+std::string content_type(const ATL2::CCryptMsg& message) {
+    DWORD size = 0;
+    const auto block = parameter(message, CMSG_INNER_CONTENT_TYPE_PARAM, 0, size);
+    return block ? reinterpret_cast<const char*>(block->data()) : "";
+}
+
+std::vector<AttributeInfo> attributes_of(const CRYPT_ATTRIBUTES& attributes) {
+    std::vector<AttributeInfo> result;
+    for (DWORD i = 0; i < attributes.cAttr; ++i) {
+        const CRYPT_ATTRIBUTE& attribute = attributes.rgAttr[i];
+        AttributeInfo info{attribute.pszObjId, oid_name(attribute.pszObjId), {}};
+        for (DWORD j = 0; j < attribute.cValue; ++j) {
+            info.values.push_back(
+                copy_of(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData));
+        }
+        result.push_back(std::move(info));
+    }
+    return result;
+}
+
+std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message, DWORD index) {
+    DWORD size = 0;
+    const auto block = parameter(message, CMSG_CMS_SIGNER_INFO_PARAM, index, size);
+    if (!block) {
+        return std::nullopt;
+    }
+    const auto& signer = *reinterpret_cast<const CMSG_CMS_SIGNER_INFO*>(block->data());
+    SignatureInfo info;
+    info.digest_algorithm = algorithm_info(signer.HashAlgorithm);
+    info.signature_algorithm = algorithm_info(signer.HashEncryptionAlgorithm);
+    if (signer.SignerId.dwIdChoice == CERT_ID_ISSUER_SERIAL_NUMBER) {
+        info.issuer = name_text(signer.SignerId.IssuerSerialNumber.Issuer);
+        info.serial_number = big_endian(signer.SignerId.IssuerSerialNumber.SerialNumber);
+    }
+    info.value = copy_of(signer.EncryptedHash.pbData, signer.EncryptedHash.cbData);
+    info.signed_attributes = attributes_of(signer.AuthAttrs);
+    info.unsigned_attributes = attributes_of(signer.UnauthAttrs);
+    info.signers = message_number(message, CMSG_SIGNER_COUNT_PARAM);
+    return info;
+}
+
+} // namespace chronoseal

@@ -1,0 +1,308 @@
+// Stamps: reading of responses and tokens, and what they hold as values.
+#include <array>
+
+#include "core/response.h"
+#include "seal/armor.h"
+#include "seal/byte_kind.h"
+#include "seal/certificate_info.h"
+#include "seal/der_element.h"
+#include "seal/failure.h"
+#include "seal/file_bytes.h"
+#include "seal/platform_text.h"
+#include "seal/signed_bytes.h"
+#include "seal/stamp_access.h"
+#include "seal/token_signer.h"
+#include "sup/error_codes.h"
+
+namespace chronoseal {
+
+namespace {
+
+using Halcyon::PKI::TSP::CResponse;
+using Halcyon::PKI::TSP::CToken;
+
+constexpr unsigned kLastGranted = 1;
+constexpr unsigned kLastKnown = 6;
+
+struct BitName {
+    unsigned bit;
+    const char* name;
+};
+
+// PKIFailureInfo (RFC 3161, 2.4.2, and RFC 4210, 5.2.3).
+constexpr BitName kFailureNames[] = {
+    {0, "badAlg"},
+    {1, "badMessageCheck"},
+    {2, "badRequest"},
+    {3, "badTime"},
+    {4, "badCertId"},
+    {5, "badDataFormat"},
+    {6, "wrongAuthority"},
+    {7, "incorrectData"},
+    {8, "missingTimeStamp"},
+    {9, "badPOP"},
+    {14, "timeNotAvailable"},
+    {15, "unacceptedPolicy"},
+    {16, "unacceptedExtension"},
+    {17, "addInfoNotAvailable"},
+    {25, "systemFailure"},
+};
+
+std::vector<std::string> failure_names(std::uint32_t bits) {
+    std::vector<std::string> names;
+    for (unsigned bit = 0; bit < 32; ++bit) {
+        if ((bits >> bit & 1U) == 0) {
+            continue;
+        }
+        std::string name = "bit " + std::to_string(bit);
+        for (const BitName& known : kFailureNames) {
+            if (known.bit == bit) {
+                name = known.name;
+            }
+        }
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::string status_name(unsigned status) {
+    constexpr std::array<const char*, 7> kNames{
+        "granted",           "grantedWithMods",        "rejection",       "waiting",
+        "revocationWarning", "revocationNotification", "keyUpdateWarning"};
+    return status < kNames.size() ? kNames[status] : "status " + std::to_string(status);
+}
+
+void read_status(const CResponse& response, StampInfo& info) {
+    const auto& status = *response.get_status();
+    info.status = static_cast<unsigned>(status.get_pkiStatus());
+    info.status_name = status_name(*info.status);
+    for (const auto& text : status.get_statusString()) {
+        info.status_text += (info.status_text.empty() ? "" : "; ") + narrow(text.get_value());
+    }
+    info.failure_bits = status.get_failureInfo().get_value();
+    info.failure_names = failure_names(info.failure_bits);
+}
+
+void read_fields(const CToken& token, TokenInfo& info) {
+    info.version = token.get_version();
+    info.time = time_of(token.get_genTime().getFileTime());
+    if (const std::uint32_t* accuracy = token.get_accuracy()) {
+        info.accuracy = std::chrono::seconds(accuracy[0]) + std::chrono::milliseconds(accuracy[1]) +
+                        std::chrono::microseconds(accuracy[2]);
+    }
+    info.ordering = token.get_ordering();
+    info.policy = token.get_policy();
+    const auto& algorithm = token.get_hashAlgorithm();
+    info.imprint_algorithm =
+        algorithm_info(algorithm.get_algorithm(), copy_of(*algorithm.get_parameters()));
+    info.imprint = copy_of(token.get_hashedMessage());
+    info.serial_number = copy_of(token.get_serialNumber());
+    if (token.get_nonce() != nullptr) {
+        info.nonce = copy_of(*token.get_nonce());
+    }
+    if (token.get_extensions() != nullptr) {
+        for (const auto& extension : *token.get_extensions()) {
+            info.extensions.push_back({extension.get_extnID(), oid_name(extension.get_extnID()),
+                                       extension.get_critical(),
+                                       copy_of(extension.get_extnValue())});
+        }
+    }
+}
+
+// The name of the authority, [0] GeneralName among the last fields of the TSTInfo; its kind and
+// value as text.
+void read_authority(ByteView content, TokenInfo& info) {
+    const auto outer = DerReader(content).next(der_tag::kSequence);
+    DerReader fields(outer ? outer->content : ByteView{});
+    auto field = fields.next();
+    while (field && field->tag != der_tag::kContext0) {
+        field = fields.next();
+    }
+    const auto name = field ? DerReader(field->content).next() : std::nullopt;
+    if (!name) {
+        return;
+    }
+    info.authority_der = copy_of(name->whole);
+    const std::string text(reinterpret_cast<const char*>(name->content.data()),
+                           name->content.size());
+    switch (name->tag) {
+    case 0x81:
+        info.authority = "email: " + text;
+        break;
+    case 0x82:
+        info.authority = "DNS: " + text;
+        break;
+    case 0x86:
+        info.authority = "URI: " + text;
+        break;
+    case 0xA4:
+        info.authority =
+            name_text({static_cast<DWORD>(name->content.size()),
+                       reinterpret_cast<BYTE*>(const_cast<std::byte*>(name->content.data()))});
+        break;
+    default:
+        info.authority = "kind " + std::to_string(name->tag & 0x1F) + ": " + to_hex(name->content);
+    }
+}
+
+TokenInfo token_info(const CToken& token) {
+    TokenInfo info;
+    read_fields(token, info);
+    const Bytes encoded = copy_of(token.encode());
+    const auto message = open_message(encoded);
+    if (const auto content = message_bytes(message, CMSG_CONTENT_PARAM)) {
+        read_authority(*content, info);
+    }
+    if (auto signature = signature_info(message, 0)) {
+        info.signature = *std::move(signature);
+    }
+    info.revocation_lists = message_number(message, CMSG_CRL_COUNT_PARAM);
+    if (token.get_certificates() != nullptr) {
+        for (const auto& certificate : *token.get_certificates()) {
+            if (auto one = certificate_info(copy_of(certificate))) {
+                info.certificates.push_back(*std::move(one));
+            }
+        }
+    }
+    for (const CertificateInfo& certificate : info.certificates) {
+        if (names_certificate(message, certificate.der)) {
+            info.signer = certificate;
+            break;
+        }
+    }
+    return info;
+}
+
+// Whether the bytes have the outside of a TimeStampResp: SEQUENCE { SEQUENCE { INTEGER ...
+bool looks_like_response(ByteView der) {
+    const auto outer = DerReader(der).next(der_tag::kSequence);
+    const auto status = outer ? DerReader(outer->content).next(der_tag::kSequence) : std::nullopt;
+    return status && DerReader(status->content).peek() == der_tag::kInteger;
+}
+
+Error not_a_stamp(ByteView bytes) {
+    return Error(Category::refused, "not_a_stamp", CRYPT_E_ASN1_INTERNAL,
+                 "the bytes are not a time-stamp but " + describe_bytes(bytes),
+                 "check the file or the address");
+}
+
+} // namespace
+
+StampAccess::Content StampAccess::read_der(ByteView der) {
+    Content content;
+    const Halcyon::CBlob bytes = blob_of(der);
+    CResponse response;
+    bool is_response = true;
+    try {
+        response.decode(bytes);
+    } catch (const ATL::CAtlException&) {
+        is_response = false;
+    }
+    if (is_response) {
+        read_status(response, content.info);
+        if (*content.info.status > kLastKnown) {
+            throw Error(Category::refused, "malformed", E_FAIL,
+                        "the response has the unknown status " +
+                            std::to_string(*content.info.status),
+                        "ask the authority for another");
+        }
+        content.response = copy_of(der);
+        const bool granted = *content.info.status <= kLastGranted;
+        if (granted && response.get_timeStampToken() != nullptr) {
+            content.decoded = std::make_shared<const CToken>(*response.get_timeStampToken());
+        }
+        if (granted && content.decoded == nullptr) {
+            throw Error(Category::refused, "token_missing", E_FAIL,
+                        "the answer is granted but holds no token",
+                        "the authority is at fault; ask it again");
+        }
+    } else {
+        auto token = std::make_shared<CToken>();
+        try {
+            token->decode(bytes);
+        } catch (const ATL::CAtlException&) {
+            throw looks_like_response(der)
+                ? Error(Category::refused, "malformed", CRYPT_E_ASN1_INTERNAL,
+                        "the response of the authority is malformed", "ask it for another")
+                : not_a_stamp(der);
+        }
+        content.decoded = std::move(token);
+    }
+    if (content.decoded != nullptr) {
+        content.token = copy_of(content.decoded->encode());
+        content.info.token = token_info(*content.decoded);
+    }
+    return content;
+}
+
+Stamp Stamp::read(ByteView bytes) {
+    return guarded("read the time-stamp", [&] {
+        const Unarmored form = unarmor(bytes);
+        if (form.der.empty()) {
+            throw not_a_stamp(bytes);
+        }
+        return StampAccess::make(StampAccess::read_der(form.der));
+    });
+}
+
+Stamp Stamp::read_file(const std::filesystem::path& path) {
+    return read(chronoseal::read_file(path));
+}
+
+const StampInfo& Stamp::info() const noexcept {
+    return content_->info;
+}
+
+bool Stamp::has_token() const noexcept {
+    return content_->info.token.has_value();
+}
+
+Time Stamp::time() const {
+    if (!has_token()) {
+        throw error_of_code(static_cast<std::uint32_t>(0x8007139F), "tell the stamp's time");
+    }
+    return content_->info.token->time;
+}
+
+const Bytes& Stamp::token() const noexcept {
+    return content_->token;
+}
+
+const Bytes& Stamp::response() const noexcept {
+    return content_->response;
+}
+
+// TimeStampResp ::= SEQUENCE { status SEQUENCE { INTEGER 0 }, timeStampToken }
+Bytes Stamp::as_response() const {
+    if (!content_->response.empty()) {
+        return content_->response;
+    }
+    constexpr std::array<unsigned char, 5> kGranted{0x30, 0x03, 0x02, 0x01, 0x00};
+    std::size_t length = kGranted.size() + content_->token.size();
+    Bytes head;
+    for (std::size_t rest = length; rest != 0; rest >>= 8) {
+        head.insert(head.begin(), static_cast<std::byte>(rest & 0xFF));
+    }
+    if (length >= 0x80) {
+        head.insert(head.begin(), static_cast<std::byte>(0x80 | head.size()));
+    }
+    head.insert(head.begin(), static_cast<std::byte>(der_tag::kSequence));
+    const Bytes granted = copy_of(kGranted.data(), kGranted.size());
+    head.insert(head.end(), granted.begin(), granted.end());
+    head.insert(head.end(), content_->token.begin(), content_->token.end());
+    return head;
+}
+
+const std::string& Stamp::authority() const noexcept {
+    return content_->authority;
+}
+
+const std::vector<Remark>& Stamp::remarks() const noexcept {
+    return content_->remarks;
+}
+
+unsigned Stamp::attempts() const noexcept {
+    return content_->attempts;
+}
+
+} // namespace chronoseal

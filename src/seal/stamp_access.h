@@ -1,0 +1,32 @@
+// The inside of a stamp, for the parts of this floor that make and judge stamps.
+#pragma once
+
+#include <memory>
+
+#include "core/token.h"
+#include "seal/chronoseal.hpp"
+
+namespace chronoseal {
+
+struct Stamp::Content {
+    StampInfo info;
+    Bytes token;
+    Bytes response;
+    std::shared_ptr<const Halcyon::PKI::TSP::CToken> decoded; // null without a token
+    std::string authority;
+    std::vector<Remark> remarks;
+    unsigned attempts = 0;
+};
+
+struct StampAccess {
+    using Content = Stamp::Content;
+
+    static const Content& of(const Stamp& stamp) { return *stamp.content_; }
+    static Stamp make(Content content) {
+        return Stamp(std::make_shared<const Content>(std::move(content)));
+    }
+    // Reads DER or BER, a response or a bare token. Throws as Stamp::read.
+    static Content read_der(ByteView der);
+};
+
+} // namespace chronoseal

@@ -1,0 +1,16 @@
+// What a token brings along to be judged by: certificates, revocation lists and OCSP answers. All
+// are candidates, none is trusted.
+#pragma once
+
+#include "atl/cert_store.h"
+#include "seal/chronoseal.hpp"
+#include "seal/signed_bytes.h"
+
+namespace chronoseal {
+
+// Those in the message itself, and those of the unsigned attributes certificateValues and
+// revocationValues of long-term signatures (RFC 5126, 6.3.3 and 6.3.4). What can't be read is left
+// out.
+ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo& signature);
+
+} // namespace chronoseal

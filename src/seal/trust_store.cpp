@@ -1,0 +1,97 @@
+// Filling of memory stores from files and bytes.
+#include "seal/trust_store.h"
+
+#include "atl/platform_answer.h"
+#include "seal/armor.h"
+#include "seal/failure.h"
+#include "seal/file_bytes.h"
+#include "seal/platform_text.h"
+#include "seal/signed_bytes.h"
+
+namespace chronoseal {
+
+namespace {
+
+constexpr DWORD kUseExisting = CERT_STORE_ADD_USE_EXISTING;
+
+// The certificates and lists of a message, such as a PKCS#7 bag.
+std::size_t add_message(ByteView der, HCERTSTORE store) {
+    const auto message = open_message(der);
+    std::size_t count = 0;
+    for (DWORD i = 0; i < message_number(message, CMSG_CERT_COUNT_PARAM); ++i) {
+        const Bytes one = message_bytes(message, CMSG_CERT_PARAM, i).value_or(Bytes());
+        count += CertAddEncodedCertificateToStore(store, ATL2::anyEncoding, octets(one),
+                                                  static_cast<DWORD>(one.size()), kUseExisting,
+                                                  nullptr) != 0;
+    }
+    for (DWORD i = 0; i < message_number(message, CMSG_CRL_COUNT_PARAM); ++i) {
+        const Bytes one = message_bytes(message, CMSG_CRL_PARAM, i).value_or(Bytes());
+        count += CertAddEncodedCRLToStore(store, ATL2::anyEncoding, octets(one),
+                                          static_cast<DWORD>(one.size()), CERT_STORE_ADD_ALWAYS,
+                                          nullptr) != 0;
+    }
+    return count;
+}
+
+// Lists are added whatever lies there: several of one issuer may each speak of another time.
+std::size_t add_der(ByteView der, HCERTSTORE store) {
+    const auto size = static_cast<DWORD>(der.size());
+    if (der.size() > kMostBytes || der.empty()) {
+        return 0;
+    }
+    const bool added = CertAddEncodedCertificateToStore(store, ATL2::anyEncoding, octets(der), size,
+                                                        kUseExisting, nullptr) != 0 ||
+                       CertAddEncodedCRLToStore(store, ATL2::anyEncoding, octets(der), size,
+                                                CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
+                       BasaltAddOcspResponseToStore(store, octets(der), size) != 0;
+    return added ? 1 : add_message(der, store);
+}
+
+std::size_t add_bytes(ByteView bytes, HCERTSTORE store) {
+    std::size_t count = 0;
+    if (const auto blocks = pem_blocks(bytes); !blocks.empty()) {
+        for (const PemBlock& block : blocks) {
+            count += add_der(block.der, store);
+        }
+        return count;
+    }
+    return add_der(unarmor(bytes).der, store);
+}
+
+} // namespace
+
+ATL2::CCertStore memory_store() {
+    ATL2::CCertStore store;
+    store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
+    return store;
+}
+
+void add_source(const Source& source, const ATL2::CCertStore& store) {
+    const auto* path = std::get_if<std::filesystem::path>(&source);
+    const Bytes read = path != nullptr ? read_file(*path) : std::get<Bytes>(source);
+    if (add_bytes(read, store.get()) == 0) {
+        const std::string name = path != nullptr ? quote_foreign(path->string()) : "the bytes";
+        throw Error(Category::unreachable, "no_certificates", 0,
+                    "can't read certificates, revocation lists or OCSP answers from " + name,
+                    "give a PEM or DER file");
+    }
+}
+
+void add_sources(std::span<const Source> sources, const ATL2::CCertStore& store) {
+    for (const Source& source : sources) {
+        add_source(source, store);
+    }
+}
+
+ATL2::CCertStore collection_of(const std::vector<const ATL2::CCertStore*>& stores) {
+    ATL2::CCertStore collection;
+    collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr);
+    for (const ATL2::CCertStore* store : stores) {
+        if (const HRESULT result = collection.AddStoreToCollection(*store); result < 0) {
+            ATL::AtlThrowImpl(result);
+        }
+    }
+    return collection;
+}
+
+} // namespace chronoseal

@@ -1,0 +1,331 @@
+// The steps of a verification that look at the answer and the token; those of the chain stand in
+// verification_chain.cpp.
+#include "seal/verification.h"
+
+#include <algorithm>
+
+#include "atl/platform_answer.h"
+#include "client/result_codes.h"
+#include "client/signed_attributes.h"
+#include "seal/certificate_info.h"
+#include "seal/configuration_value.h"
+#include "seal/failure.h"
+#include "seal/platform_text.h"
+#include "seal/token_signer.h"
+#include "seal/token_store.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace chronoseal {
+
+namespace {
+
+using namespace Halcyon::PKI::TSP::Client;
+
+constexpr char kTstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
+constexpr std::size_t kStatusTextLimit = 200;
+// Between two clocks that are both right.
+constexpr auto kClockGrace = std::chrono::minutes(5);
+
+constexpr std::array<std::string_view, kChecks> kCheckNames{
+    "status",    "imprint",    "nonce", "policy", "time",       "content_type", "signer",
+    "signature", "extensions", "chain", "usage",  "revocation", "strength"};
+
+Revocation mode_in_force(Revocation wanted) {
+    if (wanted != Revocation::as_configured) {
+        return wanted;
+    }
+    const std::string name = configured_text("\\config\\basalt\\Revocation").value_or("");
+    return name == "available" ? Revocation::available
+           : name == "off"     ? Revocation::off
+                               : Revocation::require;
+}
+
+Strength strength_in_force(Strength wanted) {
+    if (wanted != Strength::as_configured) {
+        return wanted;
+    }
+    return configured_text("\\config\\basalt\\Strength") == "current" ? Strength::current
+                                                                      : Strength::floor;
+}
+
+ATL2::CCertStore filled(std::initializer_list<const std::vector<Source>*> lists) {
+    auto store = memory_store();
+    for (const std::vector<Source>* sources : lists) {
+        add_sources(*sources, store);
+    }
+    return store;
+}
+
+// Big-endian numbers are the same when they differ in leading zeros only.
+ByteView without_zeros(ByteView number) {
+    while (number.size() > 1 && number[0] == std::byte{0}) {
+        number = number.subspan(1);
+    }
+    return number;
+}
+
+} // namespace
+
+std::string_view check_name(Check check) noexcept {
+    return kCheckNames[static_cast<std::size_t>(check)];
+}
+
+TrustInForce::TrustInForce(const Trust& trust)
+    : revocation(mode_in_force(trust.revocation)), strength(strength_in_force(trust.strength)),
+      as_of(trust.as_of), extra(filled({&trust.certificates, &trust.evidence})),
+      roots(filled({&trust.roots})), own_roots(!trust.roots.empty()),
+      engine(trust, own_roots ? roots.get() : nullptr) {}
+
+Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected)
+    : trust_(trust), stamp_(StampAccess::of(stamp)), expected_(expected) {
+    verdict_.stamp = stamp_.info;
+    verdict_.as_of = trust.as_of.value_or(
+        std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now()));
+    for (std::size_t i = 0; i < kChecks; ++i) {
+        verdict_.findings.emplace_back().check = static_cast<Check>(i);
+    }
+}
+
+void Verification::pass(Check check, std::string text) {
+    Finding& target = finding(check);
+    target.outcome = Outcome::passed;
+    target.word = "passed";
+    target.text = std::move(text);
+}
+
+void Verification::fail(Check check, std::uint32_t code, std::string_view word, std::string text,
+                        std::string advice) {
+    Finding& target = finding(check);
+    target.outcome = Outcome::failed;
+    target.word = word;
+    target.code = code;
+    target.text = std::move(text);
+    target.advice = std::move(advice);
+}
+
+void Verification::fail(Check check, const Error& error) {
+    fail(check, error.code(), error.word(), error.text(), error.advice());
+}
+
+void Verification::skip(Check check, std::string_view word, std::string text, bool required) {
+    Finding& target = finding(check);
+    target.outcome = Outcome::not_done;
+    target.word = word;
+    target.text = std::move(text);
+    target.required = required;
+}
+
+void Verification::skip_after(Check failed, std::initializer_list<Check> checks) {
+    for (const Check check : checks) {
+        skip(check, "earlier_failure", "needs " + std::string(check_name(failed)), true);
+    }
+}
+
+Verdict Verification::run(Leniency leniency) {
+    if (!check_status()) {
+        return std::move(verdict_);
+    }
+    verdict_.judged_at = token().time;
+    check_imprint();
+    check_nonce();
+    check_policy();
+    check_time(leniency.any_time);
+    if (leniency.answer_only) {
+        for (std::size_t i = static_cast<std::size_t>(Check::content_type); i < kChecks; ++i) {
+            skip(static_cast<Check>(i), "switched_off", "the token was not to be judged", false);
+        }
+        return std::move(verdict_);
+    }
+    message_ = open_message(stamp_.token);
+    own_ = token_store(message_, token().signature);
+    check_content_type();
+    find_signer_certificate();
+    check_signature();
+    check_extensions();
+    judge_chain();
+    return std::move(verdict_);
+}
+
+bool Verification::check_status() {
+    const StampInfo& info = stamp_.info;
+    if (info.token) {
+        if (info.status) {
+            pass(Check::status, info.status_name);
+        } else {
+            skip(Check::status, "not_asked", "a bare token has no status", false);
+        }
+        return true;
+    }
+    std::string why = info.status_name;
+    for (const std::string& name : info.failure_names) {
+        why += ", " + name;
+    }
+    if (!info.status_text.empty()) {
+        why += ": \"" + quote_foreign(info.status_text, kStatusTextLimit) + "\"";
+    }
+    fail(Check::status, resultNotGranted, "not_granted",
+         "the authority refused the request (" + why + ")", "ask as the authority wants it");
+    for (std::size_t i = 1; i < kChecks; ++i) {
+        skip_after(Check::status, {static_cast<Check>(i)});
+    }
+    return false;
+}
+
+void Verification::check_imprint() {
+    const TokenInfo& info = token();
+    const AlgorithmInfo& algorithm = info.imprint_algorithm;
+    if (!expected_.digest) {
+        skip(Check::imprint, expected_.without_data ? "not_asked" : "data_missing",
+             "there was no data to compare with", !expected_.without_data);
+        finding(Check::imprint).advice = "give the data, or its digest";
+    } else if (expected_.digest->algorithm().oid() != algorithm.oid) {
+        fail(Check::imprint, CRYPT_E_HASH_VALUE, "imprint_algorithm_differs",
+             "the stamp is over a hash by " + quote_foreign(algorithm.name) + ", not by " +
+                 expected_.digest->algorithm().name(),
+             "compare with a digest by the stamp's algorithm");
+    } else if (expected_.digest->value() != info.imprint) {
+        fail(Check::imprint, CRYPT_E_HASH_VALUE, "imprint_differs",
+             "the stamp's " + quote_foreign(algorithm.name) + " hash " + to_hex(info.imprint) +
+                 " is not that of the data, " + to_hex(expected_.digest->value()),
+             "the stamp belongs to other data");
+    } else {
+        pass(Check::imprint, quote_foreign(algorithm.name) + " " + to_hex(info.imprint));
+    }
+}
+
+void Verification::check_nonce() {
+    if (!expected_.nonce && !expected_.nonce_known) {
+        skip(Check::nonce, "not_asked", "the request's nonce isn't known", false);
+        return;
+    }
+    const auto& has = token().nonce;
+    const bool same = has && expected_.nonce
+                          ? std::ranges::equal(without_zeros(*has), without_zeros(*expected_.nonce))
+                          : !has && !expected_.nonce;
+    if (!same) {
+        fail(Check::nonce, error_of_code(resultNonceDiffers));
+    } else {
+        pass(Check::nonce, has ? to_hex(*has) : "none, as asked");
+    }
+}
+
+void Verification::check_policy() {
+    const std::string& has = token().policy;
+    if (expected_.policy.empty()) {
+        skip(Check::policy, "not_asked", "any policy will do; it is " + quote_foreign(has), false);
+    } else if (has != expected_.policy) {
+        fail(Check::policy, resultPolicyIdDenied, "policy_differs",
+             "the stamp is under the policy " + quote_foreign(has) + ", not under " +
+                 quote_foreign(expected_.policy),
+             "ask another authority, or for a policy that this one has");
+    } else {
+        pass(Check::policy, quote_foreign(has));
+    }
+}
+
+void Verification::check_time(bool any_time) {
+    const Time time = token().time;
+    if (!any_time &&
+        time > verdict_.as_of + kClockGrace + token().accuracy.value_or(Time::duration{0})) {
+        fail(Check::time, resultTimeOutsideWindow, "time_in_future",
+             "the stamp's time " + utc_text(time) + " lies in the future",
+             "check this machine's clock; if that is right, don't trust this stamp");
+    } else {
+        pass(Check::time, utc_text(time));
+    }
+}
+
+void Verification::check_content_type() {
+    try {
+        if (message_ && Halcyon::MatchEContentType(message_.get(), 0, kTstInfoOid, false)) {
+            pass(Check::content_type, "tstInfo");
+            return;
+        }
+        fail(Check::content_type, E_FAIL, "content_type_wrong",
+             "what the token signs isn't a time-stamp, or its contentType attribute names "
+             "something else",
+             "don't trust this stamp");
+    } catch (const ATL::CAtlException& failure) {
+        fail(Check::content_type, error_of_code(static_cast<std::uint32_t>(failure.m_hr)));
+    }
+}
+
+void Verification::find_signer_certificate() {
+    ATL2::CCertStore address_book;
+    std::vector<const ATL2::CCertStore*> stores{&own_, &trust_.extra};
+    try {
+        address_book.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0,
+                          CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,
+                          L"AddressBook");
+        stores.push_back(&address_book);
+    } catch (const ATL::CAtlException&) {
+        // A user without stores.
+    }
+    SignerSearch search = find_signer(message_, stores);
+    if (search.certificate) {
+        signer_ = std::move(search.certificate);
+        verdict_.signer = certificate_info(signer_.get());
+        pass(Check::signer, quote_foreign(verdict_.signer->subject));
+    } else if (search.code == CRYPT_E_NOT_FOUND && token().certificates.empty()) {
+        fail(Check::signer, search.code, "signer_not_found",
+             "the authority's certificate is not in the token, nor among those given",
+             "give it, or ask for it when stamping");
+    } else if (search.code == CRYPT_E_NOT_FOUND) {
+        fail(Check::signer, search.code, "signer_not_named",
+             "no signed attribute of the token names a certificate that is there",
+             "give the authority's certificate; if it is there, don't trust this stamp");
+    } else {
+        fail(Check::signer, error_of_code(search.code));
+    }
+}
+
+void Verification::check_signature() {
+    if (!signer_) {
+        skip_after(Check::signer, {Check::signature});
+        return;
+    }
+    constexpr char kAdvice[] = "don't use it: it was changed, or isn't by this authority";
+    if (const DWORD signers = message_number(message_, CMSG_SIGNER_COUNT_PARAM); signers != 1) {
+        fail(Check::signature, NTE_BAD_SIGNATURE, "signers_many",
+             "the token has " + std::to_string(signers) + " signers, where one is allowed",
+             kAdvice);
+        return;
+    }
+    CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};
+    parameter.cbSize = sizeof parameter;
+    parameter.dwSignerType = CMSG_VERIFY_SIGNER_CERT;
+    parameter.pvSigner = const_cast<CERT_CONTEXT*>(signer_.get());
+    if (CryptMsgControl(message_.get(), 0, CMSG_CTRL_VERIFY_SIGNATURE_EX, &parameter) != 0) {
+        pass(Check::signature, quote_foreign(token().signature.signature_algorithm.name) + ", " +
+                                   quote_foreign(token().signature.digest_algorithm.name));
+        return;
+    }
+    const DWORD code = GetLastError();
+    switch (code) {
+    case CRYPT_E_HASH_VALUE:
+        fail(Check::signature, code, "signature_bad",
+             "the content of the token isn't the one that was signed", kAdvice);
+        break;
+    case NTE_BAD_SIGNATURE:
+        fail(Check::signature, error_of_code(code));
+        break;
+    default:
+        fail(Check::signature, error_of_code(code == 0 ? NTE_BAD_SIGNATURE : code));
+    }
+}
+
+void Verification::check_extensions() {
+    for (const ExtensionInfo& extension : token().extensions) {
+        if (extension.critical) {
+            fail(Check::extensions, CERT_E_CRITICAL, "extension_critical",
+                 "the token has the critical extension " + quote_foreign(extension.name) +
+                     ", which isn't understood",
+                 "don't rely on this stamp");
+            return;
+        }
+    }
+    pass(Check::extensions, token().extensions.empty() ? "none" : "none of them is critical");
+}
+
+} // namespace chronoseal

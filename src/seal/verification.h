@@ -1,0 +1,76 @@
+// One verification: a stamp, what it is compared with, and the findings step by step.
+#pragma once
+
+#include "atl/cert_context.h"
+#include "seal/chain_engine.h"
+#include "seal/chronoseal.hpp"
+#include "seal/signed_bytes.h"
+#include "seal/stamp_access.h"
+#include "seal/trust_store.h"
+
+namespace chronoseal {
+
+// What a verifier has made of its Trust. Immutable.
+struct TrustInForce {
+    explicit TrustInForce(const Trust& trust);
+
+    Revocation revocation; // never as_configured
+    Strength strength;     // the same
+    std::optional<Time> as_of;
+    ATL2::CCertStore extra; // certificates and evidence
+    ATL2::CCertStore roots; // in use only with `own_roots`
+    bool own_roots;
+    ChainEngine engine;
+};
+
+// What of a verification is left out.
+struct Leniency {
+    bool answer_only = false; // the checks up to `time` alone
+    bool any_time = false;    // whoever asked has compared the clocks in its own way
+};
+
+// Belongs to one thread, and serves for one verdict. What it is given has to outlive it.
+class Verification {
+public:
+    Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected);
+
+    Verdict run(Leniency leniency);
+
+private:
+    const TokenInfo& token() const { return *stamp_.info.token; }
+    Finding& finding(Check check) { return verdict_.findings[static_cast<std::size_t>(check)]; }
+    bool passed(Check check) { return finding(check).outcome == Outcome::passed; }
+    void pass(Check check, std::string text);
+    void fail(Check check, const Error& error);
+    void fail(Check check, std::uint32_t code, std::string_view word, std::string text,
+              std::string advice);
+    void skip(Check check, std::string_view word, std::string text, bool required);
+    // `not_done` for all of these, because of that one.
+    void skip_after(Check failed, std::initializer_list<Check> checks);
+
+    bool check_status();
+    void check_imprint();
+    void check_nonce();
+    void check_policy();
+    void check_time(bool any_time);
+    void check_content_type();
+    void find_signer_certificate();
+    void check_signature();
+    void check_extensions();
+    void judge_chain();
+    void check_chain(const ChainJudgement& judgement);
+    void check_usage(const ChainJudgement& judgement);
+    void check_revocation(const ChainJudgement& judgement);
+    void check_strength(const ChainJudgement& judgement);
+    void remark_weakness(std::string_view word, std::string_view where, const AlgorithmInfo& what);
+
+    const TrustInForce& trust_;
+    const StampAccess::Content& stamp_;
+    const Expected& expected_;
+    ATL2::CCryptMsg message_;
+    ATL2::CCertStore own_; // what came with the token
+    ATL2::CCertContext signer_;
+    Verdict verdict_;
+};
+
+} // namespace chronoseal

@@ -1,0 +1,234 @@
+// The steps of a verification that look at the chain: each reads what concerns it in the platform's
+// judgement, and none is inferred from another.
+#include <algorithm>
+
+#include "seal/certificate_info.h"
+#include "seal/failure.h"
+#include "seal/platform_text.h"
+#include "seal/verification.h"
+#include "sup/error_codes.h"
+
+namespace chronoseal {
+
+namespace {
+
+constexpr std::string_view kTimeStamping = "1.3.6.1.5.5.7.3.8";
+constexpr std::string_view kExtendedUsage = "2.5.29.37";
+
+// What is wrong with a chain beside usage, revocation and strength, with the code of each, worst
+// first.
+struct ChainFault {
+    DWORD bit;
+    std::uint32_t code;
+};
+constexpr ChainFault kChainFaults[] = {
+    {CERT_TRUST_IS_EXPLICIT_DISTRUST, TRUST_E_EXPLICIT_DISTRUST},
+    {CERT_TRUST_IS_NOT_SIGNATURE_VALID, TRUST_E_CERT_SIGNATURE},
+    {CERT_TRUST_IS_PARTIAL_CHAIN, CERT_E_CHAINING},
+    {CERT_TRUST_IS_CYCLIC, CERT_E_CHAINING},
+    {CERT_TRUST_IS_UNTRUSTED_ROOT, CERT_E_UNTRUSTEDROOT},
+    {CERT_TRUST_IS_NOT_TIME_VALID, CERT_E_EXPIRED},
+    {CERT_TRUST_INVALID_BASIC_CONSTRAINTS, TRUST_E_BASIC_CONSTRAINTS},
+    {CERT_TRUST_INVALID_NAME_CONSTRAINTS, CERT_E_INVALID_NAME},
+    {CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT, CERT_E_INVALID_NAME},
+    {CERT_TRUST_INVALID_POLICY_CONSTRAINTS, CERT_E_INVALID_POLICY},
+    {CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY, CERT_E_INVALID_POLICY},
+    {CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT, CERT_E_CRITICAL},
+    {CERT_TRUST_INVALID_EXTENSION, CERT_E_MALFORMED},
+};
+
+bool is_revocation_code(std::uint32_t code) {
+    return code == CRYPT_E_REVOKED || code == CERT_E_REVOKED ||
+           code == CRYPT_E_NO_REVOCATION_CHECK || code == CRYPT_E_REVOCATION_OFFLINE;
+}
+
+// The codes of the policy that speak of the chain itself.
+bool is_chain_code(std::uint32_t code) {
+    return code != 0 && code != CERT_E_WRONG_USAGE && code != TRUST_E_FAIL &&
+           !is_revocation_code(code);
+}
+
+std::string chain_text(const std::vector<ChainLink>& links) {
+    std::string text;
+    for (const ChainLink& link : links) {
+        text += (text.empty() ? "" : " <- ") + quote_foreign(link.certificate.subject);
+    }
+    return text;
+}
+
+std::string root_advice(const std::vector<ChainLink>& links) {
+    return "if you know " + quote_foreign(links.back().certificate.subject) +
+           " to be the authority's root, trust it; its SHA-256 is " +
+           to_hex(links.back().certificate.sha256);
+}
+
+// MD5 and the like, and keys below the floor; SHA-1 and RSA below 2048 bits as well under
+// `current`.
+bool is_below(const AlgorithmInfo& algorithm, Strength strength) {
+    return !algorithm.weakness.empty() &&
+           (strength == Strength::current || algorithm.weakness.find("SHA-1") != 0);
+}
+
+constexpr std::size_t kFloorRsaBits = 1024;
+constexpr std::size_t kFloorCurveBits = 160;
+
+bool is_below(const CertificateInfo& certificate, Strength strength) {
+    if (certificate.key_algorithm.weakness.empty()) {
+        return false;
+    }
+    const bool curve = certificate.key_algorithm.oid == "1.2.840.10045.2.1";
+    return strength == Strength::current ||
+           certificate.key_bits < (curve ? kFloorCurveBits : kFloorRsaBits);
+}
+
+} // namespace
+
+void Verification::judge_chain() {
+    static constexpr auto kOfChain = {Check::chain, Check::usage, Check::revocation,
+                                      Check::strength};
+    if (!signer_) {
+        skip_after(Check::signer, kOfChain);
+        return;
+    }
+    if (!passed(Check::signature)) {
+        skip_after(Check::signature, kOfChain); // nothing is asked for a token that nobody signed
+        return;
+    }
+    const auto candidates = collection_of({&own_, &trust_.extra});
+    const ChainJudgement judgement =
+        trust_.engine.judge(signer_.get(), token().time, candidates.get());
+    verdict_.chain = judgement.links;
+    check_chain(judgement);
+    check_usage(judgement);
+    check_revocation(judgement);
+    check_strength(judgement);
+}
+
+void Verification::check_chain(const ChainJudgement& judgement) {
+    std::uint32_t code = 0;
+    for (const ChainFault& fault : kChainFaults) {
+        if (code == 0 && (judgement.trust_bits & fault.bit) != 0) {
+            code = fault.code;
+        }
+    }
+    if (is_chain_code(judgement.code)) {
+        code = judgement.code;
+    }
+    if (code == 0) {
+        pass(Check::chain, chain_text(judgement.links));
+        return;
+    }
+    const Error error = error_of_code(code);
+    const bool known_root = code == CERT_E_UNTRUSTEDROOT && !judgement.links.empty();
+    fail(Check::chain, code, error.word(), error.text(),
+         known_root ? root_advice(judgement.links) : error.advice());
+}
+
+// RFC 3161, 2.3: the extended usage is there, critical, and time-stamping alone.
+void Verification::check_usage(const ChainJudgement& judgement) {
+    const CertificateInfo& signer = *verdict_.signer;
+    const auto extension =
+        std::ranges::find(signer.extensions, kExtendedUsage, &ExtensionInfo::oid);
+    std::string why;
+    if (extension == signer.extensions.end()) {
+        why = "the signer's certificate has no extended usage";
+    } else if (!extension->critical) {
+        why = "the extended usage of the signer's certificate isn't critical";
+    } else if (signer.extended_usages.size() != 1 ||
+               signer.extended_usages.front() != kTimeStamping) {
+        why = "the signer's certificate isn't one for time-stamping alone";
+    } else if (judgement.code == CERT_E_WRONG_USAGE ||
+               (judgement.trust_bits & CERT_TRUST_IS_NOT_VALID_FOR_USAGE) != 0) {
+        why = "a certificate of the chain isn't one for time-stamping";
+    }
+    if (why.empty()) {
+        pass(Check::usage, "time-stamping alone");
+    } else {
+        fail(Check::usage, CERT_E_WRONG_USAGE, "usage_wrong", why, "don't trust this stamp");
+    }
+}
+
+void Verification::check_revocation(const ChainJudgement& judgement) {
+    if (trust_.revocation == Revocation::off) {
+        skip(Check::revocation, "switched_off", "revocation was not to be looked at", false);
+        return;
+    }
+    const bool revoked = judgement.code == CRYPT_E_REVOKED || judgement.code == CERT_E_REVOKED ||
+                         (judgement.trust_bits & CERT_TRUST_IS_REVOKED) != 0;
+    if (revoked) {
+        const Error error = error_of_code(CRYPT_E_REVOKED);
+        std::string text = error.text();
+        for (const ChainLink& link : judgement.links) {
+            if (link.revocation == RevocationState::revoked) {
+                text = quote_foreign(link.certificate.subject) + " was revoked";
+                if (!link.evidence.empty() && link.evidence.front().revoked) {
+                    const Evidence& evidence = link.evidence.front();
+                    text += " at " + utc_text(*evidence.revoked) +
+                            (evidence.reason.empty() ? "" : " (" + evidence.reason + ")");
+                }
+            }
+        }
+        fail(Check::revocation, error.code(), error.word(), text, error.advice());
+        return;
+    }
+    if (!passed(Check::chain)) {
+        skip_after(Check::chain, {Check::revocation});
+        return;
+    }
+    if (is_revocation_code(judgement.code)) {
+        const Error error = error_of_code(judgement.code);
+        skip(Check::revocation, error.word(), error.text(), true);
+        finding(Check::revocation).code = error.code();
+        finding(Check::revocation).advice = error.advice();
+        return;
+    }
+    pass(Check::revocation, "none of the certificates was revoked");
+    for (const ChainLink& link : judgement.links) {
+        if (!link.anchor && link.evidence.empty()) {
+            finding(Check::revocation)
+                .remarks.push_back({"no_evidence", "nothing speaks of the revocation of " +
+                                                       quote_foreign(link.certificate.subject)});
+        }
+    }
+}
+
+void Verification::remark_weakness(std::string_view word, std::string_view where,
+                                   const AlgorithmInfo& what) {
+    if (!what.weakness.empty()) {
+        finding(Check::strength)
+            .remarks.push_back({std::string(word), std::string(where) + ": " + what.weakness});
+    }
+}
+
+void Verification::check_strength(const ChainJudgement& judgement) {
+    const SignatureInfo& signature = token().signature;
+    remark_weakness("weak_hash", "the stamp's hash", token().imprint_algorithm);
+    remark_weakness("weak_signature", "the token's digest", signature.digest_algorithm);
+    remark_weakness("weak_signature", "the token's signature", signature.signature_algorithm);
+    bool below = is_below(token().imprint_algorithm, trust_.strength) ||
+                 is_below(signature.digest_algorithm, trust_.strength) ||
+                 is_below(signature.signature_algorithm, trust_.strength);
+    for (const ChainLink& link : judgement.links) {
+        const std::string name = quote_foreign(link.certificate.subject);
+        remark_weakness("weak_key", name, link.certificate.key_algorithm);
+        below |= is_below(link.certificate, trust_.strength);
+        if (!link.anchor) { // nobody relies on a root's signature of itself
+            remark_weakness("weak_signature", name, link.certificate.signature_algorithm);
+            below |= is_below(link.certificate.signature_algorithm, trust_.strength);
+        }
+    }
+    below |= judgement.code == TRUST_E_FAIL ||
+             (judgement.trust_bits & CERT_TRUST_HAS_WEAK_SIGNATURE) != 0;
+    if (!below) {
+        pass(Check::strength, finding(Check::strength).remarks.empty()
+                                  ? "strong enough"
+                                  : "weak, but above the floor");
+        return;
+    }
+    const Error error = error_of_code(TRUST_E_FAIL);
+    const auto& remarks = finding(Check::strength).remarks;
+    fail(Check::strength, error.code(), "strength_too_low",
+         remarks.empty() ? error.text() : remarks.front().text, error.advice());
+}
+
+} // namespace chronoseal

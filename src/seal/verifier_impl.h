@@ -1,0 +1,18 @@
+// The inside of a verifier.
+#pragma once
+
+#include "seal/verification.h"
+
+namespace chronoseal {
+
+class Verifier::Impl {
+public:
+    explicit Impl(const Trust& trust) : trust_(trust) {}
+
+    Verdict verify(const Stamp& stamp, const Expected& expected, Leniency leniency) const;
+
+private:
+    TrustInForce trust_;
+};
+
+} // namespace chronoseal

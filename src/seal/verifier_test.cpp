@@ -1,0 +1,319 @@
+#include <thread>
+
+#include "seal/testing/seal_fixture.h"
+
+namespace chronoseal::testing {
+namespace {
+
+using tsp::Signing;
+using tsp::TstInfo;
+
+class VerifierTest : public SealTest {
+protected:
+    Trust trust() const { return {.roots = {to_bytes(authority.rootDer())}}; }
+    Stamp stamp_of(const TstInfo& info, const Signing& signing = {}) const {
+        return Stamp::read(to_bytes(authority.token(info.encode(), signing)));
+    }
+    Verdict verify(const Stamp& stamp, const std::string& data = "data") const {
+        return Verifier(trust()).verify(stamp, bytes_of(data));
+    }
+
+    tsp::Authority authority;
+};
+
+void expect_whole(const Verdict& verdict) {
+    ASSERT_EQ(verdict.findings.size(), kChecks);
+    for (std::size_t i = 0; i < kChecks; ++i) {
+        const Finding& finding = verdict.findings[i];
+        EXPECT_EQ(finding.check, static_cast<Check>(i));
+        EXPECT_FALSE(finding.word.empty()) << check_name(finding.check);
+        EXPECT_FALSE(finding.text.empty()) << check_name(finding.check);
+    }
+}
+
+TEST_F(VerifierTest, AGoodStampPassesEveryCheckThatWasAsked) {
+    const Verdict verdict = verify(stamp_of({}));
+    expect_whole(verdict);
+    EXPECT_TRUE(verdict.good()) << verdict.error().what();
+    EXPECT_TRUE(verdict.compared());
+    EXPECT_FALSE(verdict.indeterminate());
+    ASSERT_EQ(verdict.chain.size(), 2U);
+    EXPECT_TRUE(verdict.chain.back().anchor);
+    EXPECT_EQ(utc_text(verdict.judged_at), "2024-06-01T12:00:00Z");
+    EXPECT_EQ(verdict.signer->subject, "CN=Test Authority");
+}
+
+TEST_F(VerifierTest, WithoutDataNothingIsGoodUnlessOneSaysSo) {
+    const Stamp stamp = stamp_of({});
+    const Verdict verdict = Verifier(trust()).verify(stamp, Expected{});
+    EXPECT_FALSE(verdict.good());
+    EXPECT_FALSE(verdict.indeterminate());
+    EXPECT_EQ(verdict.deciding().word, "data_missing");
+    const Verdict token = Verifier(trust()).verify_token(stamp);
+    EXPECT_TRUE(token.good());
+    EXPECT_FALSE(token.compared());
+}
+
+// Each fault is told by its own check, and hides none of the others.
+TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
+    struct Row {
+        const char* name;
+        std::function<Verdict()> verdict;
+        Check check;
+        const char* word;
+    };
+    TstInfo critical;
+    critical.extensions = tsp::extension("1.2.3.4.5", true);
+    TstInfo future;
+    future.genTime = "20480101000000Z";
+    TstInfo late;
+    late.genTime = "20191231235959Z"; // the signer's certificate begins a second later
+    Signing other_type;
+    other_type.contentType = "1.2.840.113549.1.7.1";
+    Signing nameless;
+    nameless.flags = 0;
+    Signing alone;
+    alone.withCertificates = false;
+    Signing two;
+    two.signers = 2;
+    const Row rows[] = {
+        {"other data", [&] { return verify(stamp_of({}), "other"); }, Check::imprint,
+         "imprint_differs"},
+        {"another algorithm over the same bytes",
+         [&] {
+             Expected expected;
+             expected.digest = Digest::of(bytes_of("data"), HashAlgorithm::by_name("SHA-512"));
+             return Verifier(trust()).verify(stamp_of({}), expected);
+         },
+         Check::imprint, "imprint_algorithm_differs"},
+        {"another nonce",
+         [&] {
+             Expected expected;
+             expected.without_data = true;
+             expected.nonce = from_hex("05");
+             TstInfo info;
+             info.nonce = "\x06";
+             return Verifier(trust()).verify(stamp_of(info), expected);
+         },
+         Check::nonce, "nonce_differs"},
+        {"a nonce that wasn't asked for",
+         [&] {
+             Expected expected;
+             expected.without_data = true;
+             expected.nonce_known = true;
+             TstInfo info;
+             info.nonce = "\x06";
+             return Verifier(trust()).verify(stamp_of(info), expected);
+         },
+         Check::nonce, "nonce_differs"},
+        {"another policy",
+         [&] {
+             Expected expected;
+             expected.without_data = true;
+             expected.policy = "1.2.3.5";
+             return Verifier(trust()).verify(stamp_of({}), expected);
+         },
+         Check::policy, "policy_differs"},
+        {"from the future", [&] { return verify(stamp_of(future)); }, Check::time,
+         "time_in_future"},
+        {"another content", [&] { return verify(stamp_of({}, other_type)); }, Check::content_type,
+         "content_type_wrong"},
+        {"no signing certificate", [&] { return verify(stamp_of({}, nameless)); }, Check::signer,
+         "signer_not_named"},
+        {"no certificate", [&] { return verify(stamp_of({}, alone)); }, Check::signer,
+         "signer_not_found"},
+        {"two signers", [&] { return verify(stamp_of({}, two)); }, Check::signature,
+         "signers_many"},
+        {"a critical extension", [&] { return verify(stamp_of(critical)); }, Check::extensions,
+         "extension_critical"},
+        {"a certificate that wasn't valid then", [&] { return verify(stamp_of(late)); },
+         Check::chain, "certificate_expired"},
+        {"an unknown root",
+         [&] {
+             return Verifier({.roots = {to_bytes(tsp::Authority().rootDer())}})
+                 .verify(stamp_of({}), bytes_of("data"));
+         },
+         Check::chain, "chain_incomplete"},
+    };
+    for (const Row& row : rows) {
+        const Verdict verdict = row.verdict();
+        expect_whole(verdict);
+        EXPECT_FALSE(verdict.good()) << row.name;
+        EXPECT_EQ(verdict.at(row.check).outcome, Outcome::failed) << row.name;
+        EXPECT_EQ(verdict.at(row.check).word, row.word) << row.name;
+        for (const Finding& finding : verdict.findings) {
+            if (finding.check != row.check && finding.check != Check::usage) {
+                EXPECT_NE(finding.outcome, Outcome::failed)
+                    << row.name << ": " << check_name(finding.check) << ", " << finding.text;
+            }
+        }
+    }
+}
+
+TEST_F(VerifierTest, AChangedTokenIsNotGoodWhereverItIsChanged) {
+    const std::string good = authority.token(TstInfo().encode());
+    const Verifier verifier(trust());
+    std::size_t read = 0;
+    for (std::size_t i = 0; i < good.size(); i += 3) {
+        std::string changed = good;
+        changed[i] = static_cast<char>(changed[i] ^ 1);
+        try {
+            const Stamp stamp = Stamp::read(to_bytes(changed));
+            const Verdict verdict = verifier.verify(stamp, bytes_of("data"));
+            expect_whole(verdict);
+            // What no signature covers may change: tags of the certificate set and the like, as
+            // long as the fields are the same.
+            const bool same = to_hex(stamp.info().token->imprint) ==
+                              to_hex(from_hex(to_hex(to_bytes(tsp::sha256("data")))));
+            EXPECT_TRUE(!verdict.good() ||
+                        (same && stamp.time() == Stamp::read(to_bytes(good)).time()))
+                << i;
+            ++read;
+        } catch (const Error& error) {
+            EXPECT_FALSE(error.word().empty());
+        }
+    }
+    EXPECT_GT(read, 100U);
+}
+
+TEST_F(VerifierTest, AForgedSignatureEndsTheJudgementBeforeTheChain) {
+    const std::string good = authority.token(TstInfo().encode());
+    std::string forged = good;
+    forged.back() = static_cast<char>(forged.back() ^ 1); // the last octet of the signature
+    const Verdict verdict = verify(Stamp::read(to_bytes(forged)));
+    EXPECT_EQ(verdict.at(Check::signature).word, "signature_bad");
+    for (const Check check : {Check::chain, Check::usage, Check::revocation, Check::strength}) {
+        EXPECT_EQ(verdict.at(check).outcome, Outcome::not_done);
+        EXPECT_EQ(verdict.at(check).word, "earlier_failure");
+    }
+    EXPECT_EQ(verdict.error().category(), Category::refused);
+}
+
+TEST_F(VerifierTest, ARefusalIsTheOnlyFinding) {
+    const Stamp stamp = Stamp::read(to_bytes(
+        tsp::response(2, "", tsp::element(0x0C, "no\x1b[2J way"), tsp::failInfoBits(1U << 15))));
+    EXPECT_FALSE(stamp.has_token());
+    EXPECT_EQ(stamp.info().failure_names, std::vector<std::string>{"unacceptedPolicy"});
+    const Verdict verdict = verify(stamp);
+    expect_whole(verdict);
+    EXPECT_EQ(verdict.deciding().word, "not_granted");
+    EXPECT_EQ(verdict.deciding().code, 0xC2100124U);
+    EXPECT_NE(verdict.deciding().text.find("no\\x1b[2J way"), std::string::npos);
+    EXPECT_EQ(word_of([&] { static_cast<void>(stamp.time()); }), "no_token");
+}
+
+// A list that covers now; the stamp is of 2024-06-01.
+TEST_F(VerifierTest, RevocationIsToldWithItsEvidence) {
+    using std::chrono::days;
+    const auto compact = [](Time time) {
+        std::string text = utc_text(std::chrono::floor<std::chrono::seconds>(time));
+        std::erase_if(text, [](char c) { return c == '-' || c == ':' || c == 'T'; });
+        return text;
+    };
+    const Time now = std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now());
+    const std::string from = compact(now - days(1));
+    const std::string to = compact(now + days(1));
+    struct Row {
+        const char* revoked;
+        int reason;
+        Outcome outcome;
+        RevocationState state;
+    };
+    const Row rows[] = {
+        {"", -1, Outcome::passed, RevocationState::good},
+        {"20240101000000Z", 4, Outcome::failed, RevocationState::revoked},
+        {"20250101000000Z", 1, Outcome::failed, RevocationState::revoked}, // its key was stolen
+    };
+    const Stamp stamp = stamp_of({});
+    for (const Row& row : rows) {
+        Trust with_list = trust();
+        with_list.evidence = {
+            to_bytes(authority.list(row.revoked, row.reason, from.c_str(), to.c_str()))};
+        const Verdict verdict = Verifier(with_list).verify(stamp, bytes_of("data"));
+        const Finding& finding = verdict.at(Check::revocation);
+        EXPECT_EQ(finding.outcome, row.outcome) << row.revoked << finding.text;
+        ASSERT_FALSE(verdict.chain.empty());
+        EXPECT_EQ(verdict.chain[0].revocation, row.state) << row.revoked;
+        ASSERT_EQ(verdict.chain[0].evidence.size(), 1U) << row.revoked;
+        const Evidence& evidence = verdict.chain[0].evidence[0];
+        EXPECT_EQ(evidence.source, EvidenceSource::given);
+        EXPECT_EQ(evidence.der, std::get<Bytes>(with_list.evidence[0]));
+        EXPECT_EQ(compact(evidence.this_update), from);
+        if (row.outcome == Outcome::failed) {
+            EXPECT_EQ(finding.word, "revoked");
+            EXPECT_EQ(verdict.error().category(), Category::refused);
+            EXPECT_EQ(compact(*evidence.revoked), row.revoked);
+        }
+        with_list.revocation = Revocation::off;
+        EXPECT_TRUE(Verifier(with_list).verify(stamp, bytes_of("data")).good()) << row.revoked;
+    }
+}
+
+// The certificate and the list of a long-term signature stand in unsigned attributes.
+TEST_F(VerifierTest, WhatTheTokenBringsAlongCounts) {
+    Signing alone;
+    alone.withCertificates = false;
+    const std::string token = authority.token(TstInfo().encode(), alone);
+    const auto* place = reinterpret_cast<const unsigned char*>(token.data());
+    const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
+        d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(token.size())),
+        &CMS_ContentInfo_free);
+    CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
+    const auto add = [&](const char* oid, const std::string& value) {
+        CMS_unsigned_add1_attr_by_txt(signer, oid, V_ASN1_SEQUENCE, value.data(),
+                                      static_cast<int>(value.size()));
+    };
+    const auto encoded = [&] {
+        return Stamp::read(to_bytes(tsp::der(message.get(), &i2d_CMS_ContentInfo)));
+    };
+    EXPECT_EQ(verify(encoded()).deciding().word, "signer_not_found");
+    add("1.2.840.113549.1.9.16.2.23", tsp::sequence(authority.signerDer()));
+    EXPECT_TRUE(verify(encoded()).good());
+    add("1.2.840.113549.1.9.16.2.24",
+        tsp::sequence(
+            tsp::element(0xA0, tsp::sequence(authority.list("20240101000000Z", 1, "20240102000000Z",
+                                                            "20491231000000Z")))));
+    EXPECT_EQ(verify(encoded()).deciding().word, "revoked");
+}
+
+TEST_F(VerifierTest, WhatIsWeakIsRemarkedAndRefusedWhereThatIsWanted) {
+    Signing sha1;
+    sha1.digest = EVP_sha1();
+    Trust strict = trust();
+    const Stamp stamp = stamp_of({}, sha1);
+    const Verdict floor = Verifier(strict).verify(stamp, bytes_of("data"));
+    EXPECT_TRUE(floor.good());
+    EXPECT_FALSE(floor.at(Check::strength).remarks.empty());
+    strict.strength = Strength::current;
+    EXPECT_EQ(Verifier(strict).verify(stamp, bytes_of("data")).deciding().word, "strength_too_low");
+    EXPECT_TRUE(Verifier(strict).verify(stamp_of({}), bytes_of("data")).good());
+}
+
+TEST_F(VerifierTest, OneVerifierServesManyThreads) {
+    const Verifier good(trust());
+    const Verifier stranger({.roots = {to_bytes(tsp::Authority().rootDer())}});
+    const Stamp stamp = stamp_of({});
+    std::atomic<int> wrong = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&] {
+                for (int j = 0; j < 10; ++j) {
+                    wrong += !good.verify(stamp, bytes_of("data")).good();
+                    wrong += stranger.verify(stamp, bytes_of("data")).good();
+                }
+            });
+        }
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(VerifierTest, TrustThatHoldsNothingIsRefused) {
+    EXPECT_EQ(word_of([] { Verifier({.roots = {to_bytes("no certificate")}}); }),
+              "no_certificates");
+    EXPECT_EQ(word_of([] { Verifier({.roots = {std::filesystem::path("/none/there.pem")}}); }),
+              "file_unreadable");
+}
+
+} // namespace
+} // namespace chronoseal::testing
