@@ -81,8 +81,9 @@ TEST_F(BigIntegerTest, TextToTwosComplement) {
         {"0b101", "05"},
         {"0b100000000", "01 00"},
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_EQ(data(c.text), bytes_of(c.bytes)) << c.text;
+    }
 }
 
 // A full first byte with its top bit set is a negative number, unless a zero stands in front of it.
@@ -111,23 +112,26 @@ TEST_F(BigIntegerTest, OctalKnowsNegativesByTheirSignOnly) {
 TEST_F(BigIntegerTest, RefusesMalformedText) {
     for (const char* text :
          {"",     "   ", "0x",    "0b",  "0o",  "-",    "--1",    "+",   "+42",  "12a",  "0xG",
-          "0x-1", "0b2", "0b012", "0o8", "1-5", "\t42", "1 2 3 ", "1.0", "0x 1", "4\xB2"})
+          "0x-1", "0b2", "0b012", "0o8", "1-5", "\t42", "1 2 3 ", "1.0", "0x 1", "4\xB2"}) {
         EXPECT_EQ(parse(text), rtStatusInvalidArgument) << text;
+    }
     EXPECT_EQ(parse("0x10", 16), rtStatusInvalidArgument) << "a given radix knows no prefix";
     EXPECT_EQ(parse("9", 8), rtStatusInvalidArgument);
-    for (const int radix : {1, 3, 7, 17, -2})
+    for (const int radix : {1, 3, 7, 17, -2}) {
         EXPECT_EQ(parse("1", radix), rtStatusNullArgument);
+    }
     EXPECT_EQ(rtBigIntSetStr(&ctxt, &number, nullptr, 0), rtStatusInvalidArgument);
 }
 
 // Decimal and octal digits go through strtoul in pairs, which takes a blank or a sign for the first
 // of the two. All pairs, against strtoul itself.
 TEST_F(BigIntegerTest, PairsOfDigitsAreReadAsStrtoulReadsThem) {
-    for (const int radix : {8, 10})
+    for (const int radix : {8, 10}) {
         for (int pair = 0x0101; pair <= 0xFFFF; ++pair) {
             const char group[] = {static_cast<char>(pair >> 8), static_cast<char>(pair), 0};
-            if (group[0] == 0 || group[1] == 0)
+            if (group[0] == 0 || group[1] == 0) {
                 continue;
+            }
             char* end = nullptr;
             const unsigned long value = std::strtoul(group, &end, radix);
             const bool taken = end == group + 2 && static_cast<long>(value) >= 0;
@@ -138,6 +142,7 @@ TEST_F(BigIntegerTest, PairsOfDigitsAreReadAsStrtoulReadsThem) {
                 ASSERT_EQ(text(10), std::to_string(base + value)) << "pair " << pair;
             }
         }
+    }
     EXPECT_EQ(parse("1+5"), 0);
     EXPECT_EQ(text(10), "105");
 }
@@ -209,8 +214,9 @@ TEST_F(BigIntegerTest, GrowsOutOfLentStorage) {
 
 TEST_F(BigIntegerTest, WithoutMemory) {
     const FailingAllocator none(0);
-    for (const char* text : {"1", "0o7", "0x11", "0b1"})
+    for (const char* text : {"1", "0o7", "0x11", "0b1"}) {
         EXPECT_EQ(parse(text), rtStatusNoMemory) << text;
+    }
 }
 
 TEST_F(BigIntegerTest, ComparesTextsAsNumbers) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::uint32_t growth = 1024;
+constexpr std::uint32_t kGrowth = 1024;
 
 std::uint32_t bytes_for(std::uint32_t bits) {
     return bits / 8 + (bits % 8 != 0 ? 1 : 0);
@@ -57,29 +57,29 @@ ASN1CBitStr::ASN1CBitStr(ASN1Context& sharedContext, ASN1TDynBitStr& record)
 }
 
 ASN1CBitStr::ASN1CBitStr(const ASN1CBitStr& other) : ASN1CType(other) {
-    on_own(other.maxBits == unlimited ? 0 : other.maxBits);
+    on_own(other.maxBits == kUnlimited ? 0 : other.maxBits);
     copy_from(other);
 }
 
 ASN1CBitStr::ASN1CBitStr(const ASN1CBitStr& other, unsigned char extendable) : ASN1CType(other) {
-    on_own(extendable != 0 || other.maxBits == unlimited ? 0 : other.maxBits);
+    on_own(extendable != 0 || other.maxBits == kUnlimited ? 0 : other.maxBits);
     copy_from(other);
 }
 
 void ASN1CBitStr::on_own(std::uint32_t maxNumBits) {
-    units = &ownUnits;
-    numBits = &ownNumBits;
-    maxBits = maxNumBits == 0 ? unlimited : maxNumBits;
-    if (maxBits != unlimited) {
+    units = &own_units_;
+    numBits = &own_num_bits_;
+    maxBits = maxNumBits == 0 ? kUnlimited : maxNumBits;
+    if (maxBits != kUnlimited) {
         allocate((maxNumBits - 1) / 8 + 1);
     }
 }
 
 void ASN1CBitStr::on_array(unsigned char* bytes, std::uint32_t& count, std::uint32_t maxNumBits) {
-    ownUnits = bytes;
-    units = &ownUnits;
+    own_units_ = bytes;
+    units = &own_units_;
     numBits = &count;
-    maxBits = maxNumBits == 0 ? unlimited : maxNumBits;
+    maxBits = maxNumBits == 0 ? kUnlimited : maxNumBits;
     unitsAllocated = static_cast<int>(bytes_for(maxNumBits == 0 ? count : maxNumBits));
     unitsUsed = std::min(static_cast<int>(bytes_for(count)), unitsAllocated);
     shrink();
@@ -88,7 +88,7 @@ void ASN1CBitStr::on_array(unsigned char* bytes, std::uint32_t& count, std::uint
 void ASN1CBitStr::on_record(ASN1TDynBitStr& record) {
     units = const_cast<unsigned char**>(&record.data);
     numBits = &record.numbits;
-    maxBits = unlimited;
+    maxBits = kUnlimited;
     unitsAllocated = record.data != nullptr ? static_cast<int>(bytes_for(record.numbits)) : 0;
     unitsUsed = unitsAllocated;
     shrink();
@@ -97,7 +97,7 @@ void ASN1CBitStr::on_record(ASN1TDynBitStr& record) {
 void ASN1CBitStr::copy_from(const ASN1CBitStr& other) {
     const std::uint32_t wanted =
         std::max(bytes_for(*other.numBits), static_cast<std::uint32_t>(other.unitsUsed));
-    if (maxBits == unlimited && wanted > 0) {
+    if (maxBits == kUnlimited && wanted > 0) {
         allocate(wanted);
     }
     if (other.unitsUsed > 0) {
@@ -114,7 +114,7 @@ int ASN1CBitStr::fail(int status) const {
 
 int ASN1CBitStr::check_index(std::uint32_t index) const {
     // The highest index can't be counted.
-    return index > maxBits || index == unlimited ? fail(rtStatusBitIndex) : rtStatusOk;
+    return index > maxBits || index == kUnlimited ? fail(rtStatusBitIndex) : rtStatusOk;
 }
 
 int ASN1CBitStr::check_range(std::uint32_t from, std::uint32_t to) const {
@@ -137,12 +137,12 @@ void ASN1CBitStr::allocate(std::uint32_t bytes) {
 int ASN1CBitStr::checkCapacity(std::uint32_t bytes) {
     const auto used = static_cast<std::size_t>(unitsUsed);
     if (bytes > static_cast<std::uint32_t>(unitsAllocated)) {
-        if (maxBits != unlimited) {
+        if (maxBits != kUnlimited) {
             return fail(rtStatusInvalidLength);
         }
         unsigned char* const old = *units;
         const bool had_block = isDynamic;
-        allocate(bytes + growth);
+        allocate(bytes + kGrowth);
         if (used > 0) {
             std::memcpy(*units, old, used);
         }
@@ -367,7 +367,7 @@ int ASN1CBitStr::shiftLeft(std::uint32_t n) {
 
 int ASN1CBitStr::shiftRight(std::uint32_t n) {
     const std::uint64_t wanted = std::uint64_t{*numBits} + n;
-    if (maxBits == unlimited && wanted >= unlimited) {
+    if (maxBits == kUnlimited && wanted >= kUnlimited) {
         return fail(rtStatusBitIndex);
     }
     const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(wanted, maxBits));

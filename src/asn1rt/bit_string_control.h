@@ -12,7 +12,7 @@
 
 class ASN1CBitStr : public ASN1CType {
 public:
-    static constexpr std::uint32_t unlimited = 0xFFFFFFFF;
+    static constexpr std::uint32_t kUnlimited = 0xFFFFFFFF;
 
     // An empty string of the object's own on the type heap: dynamic for a maximum of 0, else with
     // fixed storage of that many bits.
@@ -76,9 +76,9 @@ public:
     operator ASN1TDynBitStr*() const;
 
 protected:
-    unsigned char** units; // in the value record, or ownUnits
+    unsigned char** units; // in the value record, or own_units_
     std::uint32_t maxBits;
-    std::uint32_t* numBits; // in the value record, or ownNumBits
+    std::uint32_t* numBits; // in the value record, or own_num_bits_
     int unitsUsed = 0;
     int unitsAllocated = 0;
     bool isDynamic = false; // the bytes are a block of the type heap that this object made
@@ -102,6 +102,6 @@ private:
     int combine(const unsigned char* bytes, std::uint32_t count, BitOperation operation);
     int extend(const unsigned char* bytes, std::uint32_t count, BitOperation operation);
 
-    unsigned char* ownUnits = nullptr;
-    std::uint32_t ownNumBits = 0;
+    unsigned char* own_units_ = nullptr;
+    std::uint32_t own_num_bits_ = 0;
 };

@@ -225,18 +225,21 @@ TEST_F(BitStringTest, ShiftsWithTheCount) {
     for (const std::uint32_t n : {0U, 1U, 7U, 8U, 9U, 17U, 40U}) {
         ASN1CBitStr string(buffer);
         const std::vector<std::uint32_t> bits{0, 5, 8, 19, 23, 41};
-        for (const std::uint32_t bit : bits)
+        for (const std::uint32_t bit : bits) {
             string.set(bit);
+        }
         ASSERT_EQ(string.shiftRight(n), 0);
         EXPECT_EQ(count_of(string), 42 + n);
         EXPECT_EQ(string.cardinality(), 6);
-        for (const std::uint32_t bit : bits)
+        for (const std::uint32_t bit : bits) {
             EXPECT_TRUE(string.get(bit + n)) << bit << " by " << n;
+        }
         ASSERT_EQ(string.shiftLeft(n), 0);
         ASSERT_EQ(string.shiftLeft(n), 0);
         EXPECT_EQ(count_of(string), 42 - n);
-        for (const std::uint32_t bit : bits)
+        for (const std::uint32_t bit : bits) {
             EXPECT_EQ(bit >= n, bit >= n && string.get(bit - n)) << bit << " by " << n;
+        }
     }
     ASN1CBitStr fixed(buffer, 12);
     fixed.set(0);

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t max_character = 0x7FFFFFFF;
+constexpr std::uint32_t kMaxCharacter = 0x7FFFFFFF;
 
 bool is_allowed(const ASN1TUniversalTextSet& set, std::uint32_t character) {
     if (character < set.firstChar || character > set.lastChar) {
@@ -81,20 +81,20 @@ int sequence_length(unsigned char lead) {
 } // namespace
 
 ASN1TUniversalText* rtCToUCSString(ASN1CTXT* ctxt, const char* text, ASN1TUniversalText* target,
-                                   const ASN1TUniversalTextSet* charSet) {
+                                   const ASN1TUniversalTextSet* char_set) {
     if (text == nullptr || target == nullptr) {
         return nullptr;
     }
-    return to_record(ctxt, text, std::strlen(text), target, charSet);
+    return to_record(ctxt, text, std::strlen(text), target, char_set);
 }
 
 ASN1TUniversalText* rtWCSToUCSString(ASN1CTXT* ctxt, const wchar_t* text,
                                      ASN1TUniversalText* target,
-                                     const ASN1TUniversalTextSet* charSet) {
+                                     const ASN1TUniversalTextSet* char_set) {
     if (text == nullptr || target == nullptr) {
         return nullptr;
     }
-    return to_record(ctxt, text, std::wcslen(text), target, charSet);
+    return to_record(ctxt, text, std::wcslen(text), target, char_set);
 }
 
 wchar_t* rtUCSToWCSString(const ASN1TUniversalText* record, wchar_t* out, std::size_t capacity) {
@@ -139,7 +139,7 @@ int rtWCSToUTF8(ASN1CTXT* ctxt, const wchar_t* text, std::size_t count, char* ou
     std::size_t written = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t character = widen(text[i]);
-        if (character > max_character) {
+        if (character > kMaxCharacter) {
             return rtErrSetData(&ctxt->errInfo, rtStatusInvalidUTF8);
         }
         const int size = rtUTF8EncodeChar(character, out + written, limit - written);
@@ -187,16 +187,16 @@ int rtUTF8CharSize(std::uint32_t character) {
 }
 
 int rtUTF8EncodeChar(std::uint32_t character, char* out, std::size_t capacity) {
-    static constexpr unsigned char lead_bits[] = {0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
+    static constexpr unsigned char kLeadBits[] = {0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
     const int size = rtUTF8CharSize(character);
-    if (capacity < static_cast<std::size_t>(size) || character > max_character) {
+    if (capacity < static_cast<std::size_t>(size) || character > kMaxCharacter) {
         return rtStatusBufferOverflow;
     }
     for (int i = size - 1; i > 0; --i) {
         out[i] = static_cast<char>(0x80 | (character & 0x3F));
         character >>= 6;
     }
-    out[0] = static_cast<char>(lead_bits[size - 1] | character);
+    out[0] = static_cast<char>(kLeadBits[size - 1] | character);
     return size;
 }
 

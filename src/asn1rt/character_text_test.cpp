@@ -33,8 +33,9 @@ TEST(CharacterClass, AgreesWithTheCLocaleAndIsEmptyAboveAscii) {
         expected |= c == ' ' ? rtCtypeSpace : 0;
         EXPECT_EQ(rtCtypeTable[c], expected) << c;
     }
-    for (int c = 128; c < 256; ++c)
+    for (int c = 128; c < 256; ++c) {
         EXPECT_EQ(rtCtypeTable[c], 0) << c;
+    }
 }
 
 TEST(UcsText, WidensBytesAsUnsignedValues) {
@@ -139,8 +140,9 @@ TEST(Utf8Text, DecodesOverlongFormsAndRefusesTheRest) {
     EXPECT_EQ(decode("C0 80"), 0);
     EXPECT_EQ(decode("E0 80 AF"), '/');
     for (const char* bad : {"80", "BF", "FE 80 80 80 80 80 80", "FF", "C2 00", "C2 C0", "E2 82",
-                            "E2 82 41", "F0 90 80", "FC 84 80 80 80"})
+                            "E2 82 41", "F0 90 80", "FC 84 80 80 80"}) {
         EXPECT_EQ(decode(bad), rtStatusInvalidUTF8) << bad;
+    }
     std::size_t size = 0;
     EXPECT_EQ(rtUTF8DecodeChar(nullptr, "a", &size), rtStatusInvalidUTF8);
     EXPECT_EQ(rtUTF8DecodeChar(nullptr, "a", nullptr), rtStatusInvalidUTF8);

@@ -34,8 +34,9 @@ public:
         setMsgBuf(buffer);
         buffer.init();
         const int status = xd_charstr(buffer.getCtxtPtr(), &note_.text, 1, 22, 0);
-        if (status == 0)
+        if (status == 0) {
             note_.setContext(buffer.getContext());
+        }
         return status;
     }
 

@@ -92,7 +92,7 @@ CHRONOSEAL_API int xd_indeflen_ex(const unsigned char* data, int maxLength);
 // the bytes from the first piece to the end-of-contents. `pieceTag` is packed and includes the
 // constructed bit. -21 for a foreign piece. Not latched.
 CHRONOSEAL_API int xd_consStrIndefLenAndSize(ASN1CTXT* ctxt, std::uint32_t pieceTag,
-                                             int* contentsSize, int* totalLength);
+                                             int* contents_size, int* totalLength);
 
 // Cursor and flags to and from a snapshot; null means the context's own. Restoring clears
 // ctxFlagLastEoc.
@@ -198,8 +198,9 @@ inline ElementLocation rtContentLocation(const ASN1CTXT* ctxt, std::int32_t leng
 // The end of contents. Indefinite length: fewer than 2 bytes left, or an end-of-contents at the
 // cursor, where it stays. Definite: all bytes read, or the end of the buffer.
 inline bool rtContentEnded(const ASN1CTXT* ctxt, const ElementLocation* location) {
-    if (ctxt->bufIndex >= ctxt->bufSize)
+    if (ctxt->bufIndex >= ctxt->bufSize) {
         return true;
+    }
     if (location->length == rtIndefiniteLength) {
         const unsigned char* next = ctxt->bufData + ctxt->bufIndex;
         return ctxt->bufSize - ctxt->bufIndex < 2 || (next[0] == 0 && next[1] == 0);

@@ -315,8 +315,9 @@ TEST(DecodeTest, EndOfContents) {
 // What a stranger might send to cost time, stack or memory.
 TEST(HostileTest, DeepIndefiniteNesting) {
     Bytes bytes;
-    for (int i = 0; i < 100000; ++i)
+    for (int i = 0; i < 100000; ++i) {
         bytes.insert(bytes.end(), {0x30, 0x80});
+    }
     TestContext ctxt;
     ctxt.read(bytes);
     const unsigned char* data;
@@ -326,8 +327,9 @@ TEST(HostileTest, DeepIndefiniteNesting) {
     ctxt.bufIndex = 0;
     EXPECT_EQ(xd_OpenType(&ctxt, &data, &count), -12);
     EXPECT_EQ(xd_indeflen_ex(bytes.data(), static_cast<int>(bytes.size())), -12);
-    for (std::size_t i = 0; i < bytes.size(); i += 2)
+    for (std::size_t i = 0; i < bytes.size(); i += 2) {
         bytes[i] = 0x24;
+    }
     ctxt.read(bytes);
     EXPECT_EQ(xd_octstr(&ctxt, &data, &count, 1, 0), -21);
     int contents;
@@ -359,8 +361,9 @@ TEST(HostileTest, ABudgetThatIsSpent) {
 TEST(HostileTest, MoreElementsThanAnyMessageHas) {
     TestContext ctxt;
     Bytes elements(2 * (std::size_t{rtMaxElementCount} + 1), 0);
-    for (std::size_t i = 0; i < elements.size(); i += 2)
+    for (std::size_t i = 0; i < elements.size(); i += 2) {
         elements[i] = 5;
+    }
     ctxt.read(elements);
     std::uint32_t count = 0;
     EXPECT_EQ(xd_count(&ctxt, rtIndefiniteLength, &count), -12);

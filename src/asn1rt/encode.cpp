@@ -23,8 +23,9 @@ unsigned char* tag_before(unsigned char* end, std::uint32_t tag) {
         return end;
     }
     *--end = number & 0x7F;
-    for (std::uint32_t rest = number >> 7; rest != 0; rest >>= 7)
+    for (std::uint32_t rest = number >> 7; rest != 0; rest >>= 7) {
         *--end = static_cast<unsigned char>(0x80 | (rest & 0x7F));
+    }
     *--end = form | 0x1F;
     return end;
 }
@@ -51,21 +52,25 @@ unsigned char* length_before(unsigned char* end, int length) {
 
 unsigned char* asn1rt::put_in_front_growing(ASN1CTXT* ctxt, std::uint32_t count, int& status) {
     status = xe_expandBuffer(ctxt, count);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return nullptr;
+    }
     ctxt->bufIndex -= count;
     return ctxt->bufData + ctxt->bufIndex;
 }
 
 int xe_setp(ASN1CTXT* ctxt, unsigned char* buffer, int size) {
-    if (buffer != nullptr && size < 0)
+    if (buffer != nullptr && size < 0) {
         size = 0;
+    }
     const int status = rtInitContextBuffer(ctxt, buffer, static_cast<std::uint32_t>(size));
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
+    }
     ctxt->bufIndex = ctxt->bufSize == 0 ? 0 : ctxt->bufSize - 1;
-    if (ctxt->bufDynamic != 0)
+    if (ctxt->bufDynamic != 0) {
         ctxt->bufData[ctxt->bufIndex] = 0;
+    }
     return rtStatusOk;
 }
 
@@ -74,8 +79,9 @@ unsigned char* xe_getp(ASN1CTXT* ctxt) {
 }
 
 void xe_free(ASN1CTXT* ctxt) {
-    if (ctxt->bufDynamic == 0 || ctxt->bufData == nullptr)
+    if (ctxt->bufDynamic == 0 || ctxt->bufData == nullptr) {
         return;
+    }
     rtMemHeapFreePtr(&ctxt->typeHeap, ctxt->bufData);
     ctxt->bufData = nullptr;
     ctxt->bufDynamic = 0;
@@ -85,16 +91,19 @@ void xe_free(ASN1CTXT* ctxt) {
 }
 
 int xe_expandBuffer(ASN1CTXT* ctxt, std::uint32_t count) {
-    if (ctxt->bufDynamic == 0)
+    if (ctxt->bufDynamic == 0) {
         return rtStatusBufferOverflow;
+    }
     const std::uint32_t grow = std::max(count, rtBufferGrowth);
     const std::uint64_t size = std::uint64_t{ctxt->bufSize} + grow;
-    if (size > static_cast<std::uint64_t>(rtMaxBlockSize))
+    if (size > static_cast<std::uint64_t>(rtMaxBlockSize)) {
         return rtStatusNoMemory;
+    }
     auto* data = static_cast<unsigned char*>(
         rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size)));
-    if (data == nullptr)
+    if (data == nullptr) {
         return rtStatusNoMemory;
+    }
     std::memcpy(data + ctxt->bufIndex + grow, ctxt->bufData + ctxt->bufIndex,
                 ctxt->bufSize - ctxt->bufIndex);
     rtMemHeapFreePtr(&ctxt->typeHeap, ctxt->bufData);
@@ -105,21 +114,25 @@ int xe_expandBuffer(ASN1CTXT* ctxt, std::uint32_t count) {
 }
 
 int xe_memcpy(ASN1CTXT* ctxt, const unsigned char* source, int count) {
-    if (source == nullptr || count < 0)
+    if (source == nullptr || count < 0) {
         return rtStatusInvalidArgument;
-    if (count == 1)
+    }
+    if (count == 1) {
         return asn1rt::put_byte(ctxt, *source);
+    }
     // A source that is part of the message moves with it when the buffer grows.
     const unsigned char* const top = ctxt->bufData + ctxt->bufSize;
     const bool inside = std::greater_equal<>{}(source, ctxt->bufData + ctxt->bufIndex) &&
                         std::less<>{}(source, top);
-    const auto fromTop = inside ? top - source : 0;
+    const auto from_top = inside ? top - source : 0;
     int status;
     unsigned char* at = asn1rt::put_in_front(ctxt, static_cast<std::uint32_t>(count), status);
-    if (at == nullptr)
+    if (at == nullptr) {
         return status;
-    if (inside)
-        source = ctxt->bufData + ctxt->bufSize - fromTop;
+    }
+    if (inside) {
+        source = ctxt->bufData + ctxt->bufSize - from_top;
+    }
     std::memmove(at, source, static_cast<std::size_t>(count));
     return count;
 }
@@ -136,18 +149,21 @@ int xe_tag(ASN1CTXT* ctxt, std::uint32_t tag) {
 }
 
 int xe_len(ASN1CTXT* ctxt, int length) {
-    if (length < 0 && length != rtIndefiniteLength)
+    if (length < 0 && length != rtIndefiniteLength) {
         return 0;
+    }
     unsigned char octets[kMaxHeader];
     const unsigned char* first = length_before(octets + kMaxHeader, length);
     return xe_memcpy(ctxt, first, static_cast<int>(octets + kMaxHeader - first));
 }
 
 int xe_tag_len(ASN1CTXT* ctxt, std::uint32_t tag, int length) {
-    if (length < 0 && length != rtIndefiniteLength)
+    if (length < 0 && length != rtIndefiniteLength) {
         return length;
-    if (length > INT_MAX - static_cast<int>(kMaxHeader))
+    }
+    if (length > INT_MAX - static_cast<int>(kMaxHeader)) {
         return rtStatusInvalidLength;
+    }
     const int contents = length < 0 ? 0 : length;
     // Nearly always both fit: they are written in place.
     if (ctxt->bufIndex >= kMaxHeader) [[likely]] {
@@ -157,9 +173,10 @@ int xe_tag_len(ASN1CTXT* ctxt, std::uint32_t tag, int length) {
         ctxt->bufIndex -= static_cast<std::uint32_t>(header);
         return contents + static_cast<int>(header);
     }
-    const int lengthOctets = xe_len(ctxt, length);
-    if (lengthOctets < 0)
-        return lengthOctets;
-    const int tagOctets = xe_tag(ctxt, tag);
-    return tagOctets < 0 ? tagOctets : contents + lengthOctets + tagOctets;
+    const int length_octets = xe_len(ctxt, length);
+    if (length_octets < 0) {
+        return length_octets;
+    }
+    const int tag_octets = xe_tag(ctxt, tag);
+    return tag_octets < 0 ? tag_octets : contents + length_octets + tag_octets;
 }

@@ -29,8 +29,9 @@ TEST_F(EncodeTest, LengthOctets) {
          {Row{0, "00"}, Row{127, "7F"}, Row{128, "81 80"}, Row{255, "81 FF"}, Row{256, "82 01 00"},
           Row{65536, "83 01 00 00"}, Row{INT_MAX, "84 7F FF FF FF"}, Row{-9999, "80"}}) {
         EXPECT_EQ(ctxt.written(xe_len(&ctxt, row.length)), bytes_of(row.bytes));
-        if (row.length == INT_MAX)
+        if (row.length == INT_MAX) {
             continue;
+        }
         const int contents = std::max(row.length, 0);
         const Bytes expected = bytes_of(std::string("30") + row.bytes);
         const int whole = xe_tag_len(&ctxt, 0x20000010, row.length);
@@ -121,8 +122,9 @@ TEST(FixedBufferTest, EveryWriterReportsIt) {
         return results;
     };
     for (const int tagging : {0, 1}) {
-        for (const int result : all(3, tagging))
+        for (const int result : all(3, tagging)) {
             EXPECT_EQ(result, -1);
+        }
     }
     EXPECT_EQ(ctxt.errInfo.status, 0);
 }
@@ -133,19 +135,22 @@ TEST_F(EncodeTest, GrowthKeepsTheMessage) {
     BufLocDescr descr{};
     for (int i = 0; i < 200; ++i) {
         Bytes piece(random() % 2000 + 1);
-        for (auto& byte : piece)
+        for (auto& byte : piece) {
             byte = static_cast<unsigned char>(random());
+        }
         expected.insert(expected.begin(), piece.begin(), piece.end());
         ASSERT_EQ(xe_memcpy(&ctxt, piece.data(), static_cast<int>(piece.size())),
                   static_cast<int>(piece.size()));
-        if (i == 0)
+        if (i == 0) {
             xe_getBufLocDescr(&ctxt, static_cast<std::uint32_t>(piece.size()), &descr);
+        }
     }
     EXPECT_EQ(ctxt.written(static_cast<int>(expected.size())), expected);
     EXPECT_EQ(descr.offset, descr.numocts) << "measured from the top, so growth doesn't matter";
     // A source that is part of the message follows it when the buffer moves.
-    while (ctxt.bufIndex > 100)
+    while (ctxt.bufIndex > 100) {
         xe_memcpy(&ctxt, ctxt.message.data(), 0), xe_null(&ctxt, 1);
+    }
     const Bytes front = ctxt.written(500);
     ASSERT_EQ(xe_memcpy(&ctxt, xe_getp(&ctxt), 500), 500);
     EXPECT_EQ(ctxt.written(500), front);
@@ -241,8 +246,9 @@ TEST_F(SetOfTest, AgreesWithTheBubbleSort) {
     std::vector<Bytes> elements(300);
     for (Bytes& element : elements) {
         element.resize(random() % 4 + 1);
-        for (auto& byte : element)
+        for (auto& byte : element) {
             byte = static_cast<unsigned char>(random() % 3);
+        }
         add(element);
     }
     const auto below = [](const Bytes& a, const Bytes& b) {
@@ -259,19 +265,22 @@ TEST_F(SetOfTest, AgreesWithTheBubbleSort) {
         }
     }
     Bytes expected;
-    for (const Bytes& element : elements)
+    for (const Bytes& element : elements) {
         expected.insert(expected.begin(), element.begin(), element.end());
+    }
     EXPECT_EQ(ctxt.written(xe_derCanonicalSort(&ctxt, &list)), expected);
 }
 
 TEST_F(SetOfTest, FiftyThousandInReverse) {
-    for (std::uint32_t i = 0; i < 50000; ++i)
+    for (std::uint32_t i = 0; i < 50000; ++i) {
         add({4, 3, static_cast<unsigned char>(i >> 16), static_cast<unsigned char>(i >> 8),
              static_cast<unsigned char>(i)});
+    }
     const Bytes sorted = ctxt.written(xe_derCanonicalSort(&ctxt, &list));
     ASSERT_EQ(sorted.size(), 250000U);
-    for (std::size_t i = 5; i < sorted.size(); i += 5)
+    for (std::size_t i = 5; i < sorted.size(); i += 5) {
         ASSERT_LT(std::memcmp(&sorted[i - 5], &sorted[i], 5), 0);
+    }
 }
 
 TEST_F(SetOfTest, WithoutMemory) {

@@ -17,15 +17,17 @@ namespace {
 // Counts blocks by the allocator's first argument, and fails on demand.
 struct Ledger {
     std::set<void*> live;
-    int failAfter = -1; // allocations that still succeed; -1: all
+    int fail_after = -1; // allocations that still succeed; -1: all
 };
 
 void* ledger_malloc(void* arg, std::size_t size) {
     auto* ledger = static_cast<Ledger*>(arg);
-    if (ledger->failAfter == 0)
+    if (ledger->fail_after == 0) {
         return nullptr;
-    if (ledger->failAfter > 0)
-        --ledger->failAfter;
+    }
+    if (ledger->fail_after > 0) {
+        --ledger->fail_after;
+    }
     void* block = std::malloc(size);
     ledger->live.insert(block);
     return block;
@@ -117,10 +119,10 @@ TEST_F(HeapTest, ReallocShrinksInPlaceAndForgetsTheRest) {
     ASSERT_NE(grown, block) << "the recorded size is the shrunken one";
     EXPECT_EQ(std::string_view(grown, 3), "abc");
     EXPECT_EQ(rtMemHeapRealloc(&slot, grown, -1), nullptr);
-    ledger.failAfter = 0;
+    ledger.fail_after = 0;
     EXPECT_EQ(rtMemHeapRealloc(&slot, grown, 100), nullptr);
     EXPECT_EQ(std::string_view(grown, 3), "abc") << "the old block stays valid";
-    ledger.failAfter = -1;
+    ledger.fail_after = -1;
     EXPECT_EQ(ledger.live.size(), 2U);
     rtMemHeapRelease(&slot);
     EXPECT_TRUE(ledger.live.empty());
@@ -132,8 +134,9 @@ TEST_F(HeapTest, FreeInAnyOrderAndThroughAnotherHeapsSlot) {
     ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
     ASSERT_EQ(rtMemHeapCreate(&stranger, &other), 0);
     void* blocks[4];
-    for (void*& block : blocks)
+    for (void*& block : blocks) {
         block = rtMemHeapAlloc(&slot, 16);
+    }
     void* foreign = rtMemHeapAlloc(&stranger, 16);
     rtMemHeapFreePtr(&slot, blocks[1]);
     rtMemHeapFreePtr(&stranger, blocks[3]); // the head of the other heap's list
@@ -171,14 +174,14 @@ TEST_F(HeapTest, ContextStartsWithOneHeapTwice) {
 
 TEST_F(HeapTest, ContextBuffersAndFlags) {
     ASN1CTXT ctxt;
-    ledger.failAfter = 0;
+    ledger.fail_after = 0;
     EXPECT_EQ(rtInitContext(&ctxt, &ledger), rtStatusNoMemory);
     EXPECT_EQ(ctxt.initCode, rtContextAlive);
     rtFreeContext(&ctxt);
-    ledger.failAfter = 1;
+    ledger.fail_after = 1;
     ASSERT_EQ(rtInitContext(&ctxt, &ledger), 0);
     EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, 5), rtStatusNoMemory);
-    ledger.failAfter = -1;
+    ledger.fail_after = -1;
     unsigned char bytes[3]{};
     ASSERT_EQ(rtInitContextBuffer(&ctxt, bytes, 3), 0);
     EXPECT_EQ(ctxt.bufDynamic, 0);
@@ -229,8 +232,9 @@ TEST_F(HeapTest, EncodeBufferMovesBetweenTwoHeaps) {
     ASSERT_EQ(rtInitContext(&user, &other), 0);
     rtCtxtSetMemHeap(&user, &maker);
     ASSERT_EQ(xe_setp(&user, nullptr, 4), 0);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         ASSERT_EQ(xe_expandBuffer(&user, 1), 0);
+    }
     EXPECT_EQ(user.bufSize, 4U + 3 * 16384);
     xe_free(&user);
     EXPECT_EQ(user.bufData, nullptr);
@@ -238,7 +242,7 @@ TEST_F(HeapTest, EncodeBufferMovesBetweenTwoHeaps) {
     EXPECT_EQ(xe_null(&user, 1), rtStatusBufferOverflow);
     ASSERT_EQ(xe_setp(&user, nullptr, 4), 0);
     ASSERT_EQ(xe_expandBuffer(&user, 1), 0);
-    ledger.failAfter = 0;
+    ledger.fail_after = 0;
     EXPECT_EQ(xe_expandBuffer(&user, 1), rtStatusNoMemory);
     EXPECT_EQ(xe_expandBuffer(&user, 0x7FFFFFFF), rtStatusNoMemory);
     rtFreeContext(&maker);

@@ -19,15 +19,15 @@ void* data_of(const rtDListNode* node) {
 } // namespace
 
 ASN1CSeqOfListIterator::ASN1CSeqOfListIterator(ASN1CSeqOfList& list, rtDListNode* next)
-    : list_(list), next_(next), expectedModCount_(list.modCount) {}
+    : list_(list), next_(next), expected_mod_count_(list.modCount) {}
 
 bool ASN1CSeqOfListIterator::stale() const {
-    return expectedModCount_ != list_.modCount;
+    return expected_mod_count_ != list_.modCount;
 }
 
 void ASN1CSeqOfListIterator::take_over() {
     list_.changed();
-    expectedModCount_ = list_.modCount;
+    expected_mod_count_ = list_.modCount;
 }
 
 void* ASN1CSeqOfListIterator::returned(rtDListNode* node) {

@@ -45,7 +45,7 @@ private:
     ASN1CSeqOfList& list_;
     rtDListNode* next_; // null: at the end
     rtDListNode* last_ = nullptr;
-    int expectedModCount_;
+    int expected_mod_count_;
     int state_ = 0;
 };
 

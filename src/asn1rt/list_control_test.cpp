@@ -19,15 +19,17 @@ using testing::ElementsAre;
 class ListControlTest : public testing::Test {
 protected:
     ListControlTest() : control(buffer, list) {
-        for (int& value : n)
+        for (int& value : n) {
             control.append(&value);
+        }
     }
 
     std::vector<int> values() {
         std::vector<int> result;
         ASN1CSeqOfListIterator* it = control.iterator();
-        while (void* data = it->next())
+        while (void* data = it->next()) {
             result.push_back(*static_cast<int*>(data));
+        }
         EXPECT_EQ(it->getState(), rtStatusMissingElement);
         return result;
     }
@@ -197,8 +199,9 @@ TEST(ListControl, TopLevelListOutlivesItsControlAndBuffer) {
         ASN1CSeqOfList(buffer, on_buffer).append(&value);
         ASN1CSeqOfList(*buffer.getContext(), on_context).append(&value);
     }
-    for (const ASN1TPDUSeqOfList* list : {&on_private, &on_buffer, &on_context})
+    for (const ASN1TPDUSeqOfList* list : {&on_private, &on_buffer, &on_context}) {
         EXPECT_EQ(list->head->data, &value);
+    }
 }
 
 TEST(ListControl, PlainListOnAContextOrWithoutOne) {

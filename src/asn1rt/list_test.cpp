@@ -84,14 +84,16 @@ TEST_F(ListTest, FindsByIndexAndByPointerOnly) {
 }
 
 TEST_F(ListTest, RemoveKeepsTheLinksWhole) {
-    for (int& value : n)
+    for (int& value : n) {
         rtDListAppend(&ctxt, &list, &value);
+    }
     rtDListRemove(&list, rtDListFindByIndex(&list, 2));
     rtDListRemove(&list, list.head);
     rtDListRemove(&list, list.tail);
     EXPECT_THAT(values(list), ElementsAre(11, 13, 14));
-    while (list.count > 0)
+    while (list.count > 0) {
         rtDListRemove(&list, list.head);
+    }
     EXPECT_THAT(values(list), IsEmpty());
 }
 
@@ -183,8 +185,9 @@ TEST_F(ListTest, SinglyLinkedOnHeapAndWithoutOwner) {
     for (ASN1CTXT* owner : {static_cast<ASN1CTXT*>(&ctxt), static_cast<ASN1CTXT*>(nullptr)}) {
         rtSList slist;
         rtSListInitEx(owner, &slist);
-        for (int& value : n)
+        for (int& value : n) {
             EXPECT_EQ(rtSListAppend(&slist, &value)->data, &value);
+        }
         EXPECT_EQ(slist.count, n.size());
         EXPECT_EQ(slist.head->data, &n.front());
         EXPECT_EQ(slist.tail->data, &n.back());

@@ -7,8 +7,9 @@ ASN1RTLException::~ASN1RTLException() = default;
 
 ASN1Context::ASN1Context() : refCount(0) {
     const int status = rtInitContext(this, nullptr);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         throw ASN1MessageBuffer::RTLError(status);
+    }
 }
 
 ASN1Context::~ASN1Context() {
@@ -16,8 +17,9 @@ ASN1Context::~ASN1Context() {
 }
 
 void ASN1Context::_unref() {
-    if (--refCount == 0)
+    if (--refCount == 0) {
         delete this;
+    }
 }
 
 ASN1MessageBufferIF::~ASN1MessageBufferIF() = default;

@@ -31,8 +31,9 @@ bool refused(const std::string& text) {
 
 std::string of_arcs(std::size_t count) {
     std::string text = "1";
-    for (std::size_t i = 1; i < count; ++i)
+    for (std::size_t i = 1; i < count; ++i) {
         text += ".2";
+    }
     return text;
 }
 
@@ -45,10 +46,12 @@ TEST(ObjectIdentifier, ParsesDottedText) {
 }
 
 TEST(ObjectIdentifier, RefusesMalformedText) {
-    for (const char* text : {"", ".", ".1", "1.", "1..2", "1.2.", "1.2 ", "1,2", "a", "1.a", "1.2x",
-                             "4294967296.1", "99999999999999999999", "18446744073709551615",
-                             "1.99999999999999999999999999999999999999", "-1", "+", "1.-", "1.2. "})
+    for (const char* text :
+         {"", ".", ".1", "1.", "1..2", "1.2.", "1.2 ", "1,2", "a", "1.a", "1.2x", "4294967296.1",
+          "99999999999999999999", "18446744073709551615",
+          "1.99999999999999999999999999999999999999", "-1", "+", "1.-", "1.2. "}) {
         EXPECT_TRUE(refused(text)) << text;
+    }
     EXPECT_TRUE(refused(of_arcs(129)));
     ASN1OBJID oid{};
     EXPECT_EQ(rtStrToOid(nullptr, &oid), 0);

@@ -113,19 +113,19 @@ TEST(CopyTest, EachRecord) {
     EXPECT_EQ(rtCopyCharStr(&ctxt, nullptr, &text), 0);
     EXPECT_EQ(rtCopyCharStr(&ctxt, "", nullptr), 0);
     ASN1TDynOctStr octets{3, bytes};
-    ASN1TDynOctStr octetsCopy{};
-    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octetsCopy), 1);
-    EXPECT_EQ(std::memcmp(octetsCopy.data, bytes, 3), 0);
-    EXPECT_NE(octetsCopy.data, bytes);
+    ASN1TDynOctStr octets_copy{};
+    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octets_copy), 1);
+    EXPECT_EQ(std::memcmp(octets_copy.data, bytes, 3), 0);
+    EXPECT_NE(octets_copy.data, bytes);
     octets.numocts = 0;
-    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octetsCopy), 1);
-    EXPECT_EQ(octetsCopy.data, nullptr);
-    EXPECT_EQ(octetsCopy.numocts, 0U);
+    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octets_copy), 1);
+    EXPECT_EQ(octets_copy.data, nullptr);
+    EXPECT_EQ(octets_copy.numocts, 0U);
     const ASN1TDynBitStr bits{17, bytes};
-    ASN1TDynBitStr bitsCopy{};
-    EXPECT_EQ(rtCopyDynBitStr(&ctxt, &bits, &bitsCopy), 1);
-    EXPECT_EQ(bitsCopy.numbits, 17U);
-    EXPECT_EQ(std::memcmp(bitsCopy.data, bytes, 3), 0);
+    ASN1TDynBitStr bits_copy{};
+    EXPECT_EQ(rtCopyDynBitStr(&ctxt, &bits, &bits_copy), 1);
+    EXPECT_EQ(bits_copy.numbits, 17U);
+    EXPECT_EQ(std::memcmp(bits_copy.data, bytes, 3), 0);
     const ASN1TBMPText text16{2, chars16};
     ASN1TBMPText copy16{};
     EXPECT_EQ(rtCopy16BitCharStr(&ctxt, &text16, &copy16), 1);
@@ -135,10 +135,10 @@ TEST(CopyTest, EachRecord) {
     EXPECT_EQ(rtCopy32BitCharStr(&ctxt, &text32, &copy32), 1);
     EXPECT_EQ(std::memcmp(copy32.data, chars32, sizeof chars32), 0);
     const ASN1OBJID oid{3, {1, 2, 3}};
-    ASN1OBJID oidCopy{};
-    EXPECT_EQ(rtCopyOID(&ctxt, &oid, &oidCopy), 1);
-    EXPECT_TRUE(oid == oidCopy);
-    EXPECT_EQ(rtCopyOID(&ctxt, nullptr, &oidCopy), 0);
+    ASN1OBJID oid_copy{};
+    EXPECT_EQ(rtCopyOID(&ctxt, &oid, &oid_copy), 1);
+    EXPECT_TRUE(oid == oid_copy);
+    EXPECT_EQ(rtCopyOID(&ctxt, nullptr, &oid_copy), 0);
     EXPECT_EQ(ctxt.errInfo.status, 0);
 }
 

@@ -13,15 +13,16 @@ namespace {
 struct Sink {
     std::string bytes;
     int flushes = 0;
-    int writeResult = 0;
+    int write_result = 0;
 };
 
 Sink sink;
 
 int sink_write(rtStream*, const unsigned char* data, std::uint32_t count) {
-    if (sink.writeResult >= 0)
+    if (sink.write_result >= 0) {
         sink.bytes.append(data, data + count);
-    return sink.writeResult;
+    }
+    return sink.write_result;
 }
 
 int sink_flush(rtStream*) {
@@ -104,7 +105,7 @@ TEST_F(StreamTest, Failures) {
     EXPECT_EQ(latched(), -30);
     EXPECT_EQ(stream->bytesWritten, 3U);
     stream->flags = rtStreamOutput;
-    sink.writeResult = -7;
+    sink.write_result = -7;
     ctxt.bufIndex = 3;
     EXPECT_EQ(rtStreamBufFlush(&ctxt), -7);
     EXPECT_EQ(latched(), -7);

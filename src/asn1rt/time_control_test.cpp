@@ -32,8 +32,9 @@ using Utc = TimeOn<ASN1CUTCTime>;
 class Zone {
 public:
     explicit Zone(const char* zone) {
-        if (const char* old = std::getenv("TZ"))
+        if (const char* old = std::getenv("TZ")) {
             old_ = old;
+        }
         setenv("TZ", zone, 1);
         tzset();
     }
@@ -86,8 +87,9 @@ TEST(TimeControl, EveryAccessorReportsATextThatIsNoTime) {
         for (const int status :
              {g->getFraction(), g->getDiff(), g->getUTC(), static_cast<int>(g->getTime()),
               g->setYear(2024), g->setDay(1), g->setFraction(1), g->setUTC(1), g->setDiffHour(1),
-              g->setDiff(1, 1), g->setDiff(60), g->getCentury(), g->setCentury(20)})
+              g->setDiff(1, 1), g->setDiff(60), g->getCentury(), g->setCentury(20)}) {
             EXPECT_EQ(status, rtStatusInvalidTime);
+        }
         EXPECT_EQ(g.text, text);
         EXPECT_FALSE(g->equals(g.control)) << "it doesn't even equal itself";
     }

@@ -57,8 +57,9 @@ TEST(GeneralizedTime, Parses) {
         {"20240101120000-0045", "2024-1-1 12:0:0 +0:-45 "},
         {"20240101120000+5", "2024-1-1 12:0:0 +5:0 "},
     };
-    for (const auto& c : cases)
+    for (const auto& c : cases) {
         EXPECT_EQ(generalized(c.text), c.fields) << c.text;
+    }
 }
 
 // What stands behind a local time or an offset isn't looked at, and scanf's rules hold for the
@@ -104,8 +105,9 @@ TEST(GeneralizedTime, Refuses) {
                              "20240101120000+",
                              "20240101120000+Z",
                              "20240101x2",
-                             "abcdefghij"})
+                             "abcdefghij"}) {
         EXPECT_EQ(generalized(text), "-31") << text;
+    }
     TestContext ctxt;
     ASN1DateTime time{};
     EXPECT_EQ(rtParseGeneralizedTime(&ctxt, nullptr, &time), rtStatusInvalidTime);
@@ -134,8 +136,9 @@ TEST(UtcTime, Parses) {
 TEST(UtcTime, Refuses) {
     for (const char* text : {"", "24010112Z", "2401011", "230229120000Z", "241301120000Z",
                              "240101240000Z", "240101126000Z", "240101120060Z", "240101120000ZX",
-                             "240101120000+1300", "-50101120000Z", "240101x200Z"})
+                             "240101120000+1300", "-50101120000Z", "240101x200Z"}) {
         EXPECT_EQ(utc_time(text), "-31") << text;
+    }
 }
 
 TEST(MakeGeneralizedTime, RoundTrips) {
@@ -183,8 +186,9 @@ TEST(MakeGeneralizedTime, ChecksDateAndRoom) {
 
 TEST(Calendar, MonthsOfLeapAndCommonYears) {
     int days = 0;
-    for (int month = 1; month <= 12; ++month)
+    for (int month = 1; month <= 12; ++month) {
         days += rtDaysInMonth(month, 2023) + OS_daysInMonth[month - 1];
+    }
     EXPECT_EQ(days, 730);
     EXPECT_EQ(rtDaysInMonth(2, 2000) + rtDaysInMonth(2, 1900) + rtDaysInMonth(2, 2024),
               29 + 28 + 29);

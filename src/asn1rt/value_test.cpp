@@ -231,8 +231,9 @@ int encode_oid(ASN1CTXT* ctxt, const Oid& oid, int tagging) {
 int decode_oid(ASN1CTXT* ctxt, Oid& oid, int tagging, int length) {
     ASN1OBJID record;
     const int status = xd_objid(ctxt, &record, tagging, length);
-    if (status == 0)
+    if (status == 0) {
         oid.arcs.assign(record.subid, record.subid + record.numids);
+    }
     return status;
 }
 
@@ -246,8 +247,9 @@ DecodeCall oid_call(ASN1TagType tagging = 1, int length = 0) {
 TEST(ObjectIdTest, BothWays) {
     std::vector<std::uint32_t> most(128, 1);
     std::string ones;
-    for (int i = 0; i < 126; ++i)
+    for (int i = 0; i < 126; ++i) {
         ones += "01";
+    }
     both_ways<Oid>(
         {{"2.5", {{2, 5}}, "06 01 55"},
          {"0.39", {{0, 39}}, "06 01 27"},
@@ -272,8 +274,9 @@ TEST(ObjectIdTest, BothWays) {
     TestContext ctxt;
     ASSERT_EQ(xe_setp(&ctxt, nullptr, 0), 0);
     EXPECT_EQ(xe_objid(&ctxt, nullptr, 1), -4);
-    for (const Oid& oid : unencodable)
+    for (const Oid& oid : unencodable) {
         EXPECT_EQ(encode_oid(&ctxt, oid, 1), -4);
+    }
 }
 
 TEST(ObjectIdTest, LatitudeAndLimit) {
@@ -319,8 +322,9 @@ int decode_octets_fixed(ASN1CTXT* ctxt, Text& value, int tagging, int length) {
     unsigned char data[200];
     std::uint32_t count = sizeof data;
     const int status = xd_octstr_s(ctxt, data, &count, tagging, length);
-    if (status == 0)
+    if (status == 0) {
         value.assign(data, data + count);
+    }
     return status;
 }
 
@@ -383,9 +387,9 @@ TEST(OctetStringTest, ConstructedForms) {
             EXPECT_EQ(decode_octets(&ctxt, value, 1, 0), 0);
             EXPECT_EQ(value, form.value);
             EXPECT_EQ(ctxt.bufIndex, ctxt.bufSize) << "end-of-contents consumed";
-            Bytes asText = bytes_of(form.bytes);
-            asText[0] = 0x36;
-            ctxt.read(asText);
+            Bytes as_text = bytes_of(form.bytes);
+            as_text[0] = 0x36;
+            ctxt.read(as_text);
             EXPECT_EQ(decode_ia5(&ctxt, value, 1, 0), 0);
             EXPECT_EQ(value, form.value);
             EXPECT_EQ(ctxt.bufIndex, ctxt.bufSize);

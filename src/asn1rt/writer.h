@@ -14,8 +14,9 @@ namespace asn1rt {
 unsigned char* put_in_front_growing(ASN1CTXT* ctxt, std::uint32_t count, int& status);
 
 inline unsigned char* put_in_front(ASN1CTXT* ctxt, std::uint32_t count, int& status) {
-    if (ctxt->bufIndex < count) [[unlikely]]
+    if (ctxt->bufIndex < count) [[unlikely]] {
         return put_in_front_growing(ctxt, count, status);
+    }
     ctxt->bufIndex -= count;
     return ctxt->bufData + ctxt->bufIndex;
 }
@@ -24,8 +25,9 @@ inline unsigned char* put_in_front(ASN1CTXT* ctxt, std::uint32_t count, int& sta
 inline int put_byte(ASN1CTXT* ctxt, unsigned char byte) {
     int status;
     unsigned char* at = put_in_front(ctxt, 1, status);
-    if (at == nullptr)
+    if (at == nullptr) {
         return status;
+    }
     *at = byte;
     return 1;
 }
