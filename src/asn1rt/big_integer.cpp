@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
 #include "asn1rt/limits.h"
 #include "asn1rt/status.h"
@@ -66,21 +67,16 @@ int select_radix(Digits& digits) {
 }
 
 bool set_capacity(ASN1CTXT* ctxt, rtBigInt* number, std::size_t octets) {
-    if (octets > static_cast<std::size_t>(rtMaxBlockSize)) {
-        return false;
-    }
-    const auto size = static_cast<std::int32_t>(octets);
-    if (number->allocated < size) {
-        void* block = number->dynamic != 0 ? rtMemHeapRealloc(&ctxt->typeHeap, number->mag, size)
-                                           : rtMemHeapAlloc(&ctxt->typeHeap, size);
+    if (octets > static_cast<std::size_t>(std::max(number->allocated, 0))) {
+        void* block = asn1rt::realloc(&ctxt->typeHeap, number->mag, number->dynamic != 0, octets);
         if (block == nullptr) {
             return false;
         }
         number->mag = static_cast<unsigned char*>(block);
-        number->allocated = size;
+        number->allocated = static_cast<std::int32_t>(octets);
         number->dynamic = 1;
     }
-    number->numocts = size;
+    number->numocts = static_cast<std::int32_t>(octets);
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -49,40 +50,29 @@ protected:
 };
 
 TEST_F(BigIntegerTest, TextToTwosComplement) {
-    const struct {
-        const char* text;
-        const char* bytes;
-    } cases[] = {
-        {"0", "00"},
-        {"-0", "00"},
-        {"000", "00"},
-        {"0x0", "00"},
-        {"0b000", "00"},
-        {"0o0", "00"},
-        {"1", "01"},
-        {"127", "7F"},
-        {"128", "00 80"},
-        {"-128", "80"},
-        {"-129", "FF 7F"},
-        {"-1", "FF"},
-        {"-32768", "80 00"},
-        {"-32769", "FF 7F FF"},
-        {"-65536", "FF 00 00"},
-        {"  42", "2A"},
-        {"00042", "2A"},
-        {"18446744073709551615", "00 FF FF FF FF FF FF FF FF"},
-        {"18446744073709551616", "01 00 00 00 00 00 00 00 00"},
-        {"-9223372036854775808", "80 00 00 00 00 00 00 00"},
-        {"0o777", "01 FF"},
-        {"-0", "00"},
-        {"0x7F", "7F"},
-        {"0xabCD", "AB CD"},
-        {"0x1ff", "01 FF"},
-        {"0b101", "05"},
-        {"0b100000000", "01 00"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(data(c.text), bytes_of(c.bytes)) << c.text;
+    const std::map<const char*, std::vector<const char*>> texts{
+        {"00", {"0", "-0", "000", "0x0", "0b000", "0o0"}},
+        {"01", {"1", "0b1"}},
+        {"05", {"0b101"}},
+        {"2A", {"  42", "00042"}},
+        {"7F", {"127", "0x7F"}},
+        {"80", {"-128"}},
+        {"FF", {"-1"}},
+        {"00 80", {"128"}},
+        {"01 00", {"256", "0b100000000"}},
+        {"01 FF", {"0o777", "0x1ff"}},
+        {"80 00", {"-32768"}},
+        {"AB CD", {"0xabCD"}},
+        {"FF 7F", {"-129"}},
+        {"FF 7F FF", {"-32769"}},
+        {"FF 00 00", {"-65536"}},
+        {"80 00 00 00 00 00 00 00", {"-9223372036854775808"}},
+        {"00 FF FF FF FF FF FF FF FF", {"18446744073709551615"}},
+        {"01 00 00 00 00 00 00 00 00", {"18446744073709551616"}}};
+    for (const auto& [bytes, spelled] : texts) {
+        for (const char* text : spelled) {
+            EXPECT_EQ(data(text), bytes_of(bytes)) << text;
+        }
     }
 }
 
@@ -171,6 +161,12 @@ TEST_F(BigIntegerTest, WritesAllRadixes) {
     char out[8];
     EXPECT_EQ(rtBigIntToString(&ctxt, &number, 7, out, sizeof out), rtStatusNullArgument);
     EXPECT_EQ(rtBigIntDigitsNum(&number, 7), 0);
+    parse("0x7FFFFF");
+    const int digits[] = {32, 10, 9, 8}; // (3 * 8192 + 8192) / 1024, 3072, 3402, 4096
+    const int radixes[] = {2, 8, 10, 16};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(rtBigIntDigitsNum(&number, radixes[i]), digits[i]);
+    }
 }
 
 TEST_F(BigIntegerTest, OutputThatIsTooSmallIsNotOverrun) {

@@ -54,9 +54,10 @@ public:
     int getBytes(unsigned char* out, int size);
 
     int size() const { return unitsUsed; } // bytes up to the last that isn't 0
-    int length() const;                    // bits up to the last that is set
-    int cardinality() const;               // bits that are set
-    int unusedBitsInLastUnit() const;      // bits behind the last that is set, in its byte
+    // Bits up to the last that is set, and bits that are set: at most INT_MAX.
+    int length() const;
+    int cardinality() const;
+    int unusedBitsInLastUnit() const; // bits behind the last that is set, in its byte
 
     // With the first `count` bits of `bytes`. What lies behind the operand is cleared by doAnd and
     // left by the others; doOr and doXor extend the string to the operand's length.
@@ -99,6 +100,7 @@ private:
     void allocate(std::uint32_t bytes);
     void shrink();
     void cut_count();
+    std::uint64_t bits_in_use() const;
     int combine(const unsigned char* bytes, std::uint32_t count, BitOperation operation);
     int extend(const unsigned char* bytes, std::uint32_t count, BitOperation operation);
 

@@ -1,7 +1,10 @@
 // Single bits, and the object that works on a whole bit string.
 #include "asn1rt/bit_string_control.h"
 
+#include <sys/mman.h>
+
 #include <array>
+#include <climits>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -156,6 +159,14 @@ TEST_F(BitStringTest, WorksOnARecordUntilItGrows) {
     ASN1CBitStr fresh(*buffer.getContext(), empty);
     EXPECT_EQ(fresh.set(0), 0);
     EXPECT_EQ(empty.data[0], 0x80);
+    const auto block_size = [&] {
+        return (reinterpret_cast<const rtMemBlock*>(empty.data) - 1)->size;
+    };
+    EXPECT_EQ(block_size(), 1 + 1024) << "room ahead";
+    EXPECT_EQ(fresh.set(8 * 1024), 0);
+    EXPECT_EQ(block_size(), 1 + 1024) << "which is then used";
+    EXPECT_EQ(fresh.set(8 * 1025), 0);
+    EXPECT_EQ(block_size(), 1026 + 1024);
 }
 
 TEST_F(BitStringTest, WorksOnAnArray) {
@@ -262,6 +273,24 @@ TEST_F(BitStringTest, RecordFormsShareTheBytes) {
     const ASN1TDynBitStr* record = string;
     EXPECT_EQ(record->numbits, 4U);
     EXPECT_EQ(record->data[0], 0x10);
+}
+
+// Pages that are never touched cost nothing; only the last byte has a bit.
+TEST_F(BitStringTest, CountsBeyondAnInt) {
+    constexpr std::size_t size = 0x20000000;
+    void* pages = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(pages, MAP_FAILED);
+    auto* bytes = static_cast<unsigned char*>(pages);
+    bytes[size - 1] = 0x40;
+    std::uint32_t count = UINT32_MAX;
+    ASN1CBitStr string(buffer, bytes, count, UINT32_MAX - 1);
+    EXPECT_EQ(string.length(), INT_MAX);
+    EXPECT_TRUE(string.get(UINT32_MAX - 6));
+    bytes[size - 1] = 0xC0;
+    EXPECT_EQ(string.clear(UINT32_MAX - 6), 0);
+    EXPECT_EQ(count, UINT32_MAX - 6) << "up to the last that is set";
+    munmap(pages, size);
 }
 
 TEST_F(BitStringTest, ThrowsWithoutMemory) {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/encode.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/writer.h"
 
 namespace {
@@ -67,10 +67,7 @@ void free_descriptors(ASN1CTXT* ctxt, rtSList* list) {
 // One block from the type heap: the index of the elements, and behind it the room for their bytes.
 int rearrange(ASN1CTXT* ctxt, const rtSList* list, std::uint32_t sum) {
     const std::uint64_t bytes = std::uint64_t{list->count} * sizeof(Element) + sum;
-    if (bytes > static_cast<std::uint64_t>(rtMaxBlockSize)) {
-        return rtStatusNoMemory;
-    }
-    void* block = rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(bytes));
+    void* block = asn1rt::alloc(&ctxt->typeHeap, bytes);
     if (block == nullptr) {
         return rtStatusNoMemory;
     }

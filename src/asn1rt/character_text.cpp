@@ -6,8 +6,8 @@
 #include <cstring>
 #include <cwchar>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/status.h"
 
 namespace {
@@ -36,16 +36,10 @@ std::uint32_t widen(wchar_t c) {
 template <typename Char>
 ASN1TUniversalText* to_record(ASN1CTXT* ctxt, const Char* text, std::size_t length,
                               ASN1TUniversalText* target, const ASN1TUniversalTextSet* set) {
-    void* block = nullptr;
-    if (length <= static_cast<std::size_t>(rtMaxBlockSize) / sizeof(std::uint32_t)) {
-        const auto size = static_cast<std::int32_t>(length * sizeof(std::uint32_t));
-        block = rtMemHeapAlloc(&ctxt->typeHeap, size);
-    }
-    if (block == nullptr) {
-        rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
+    auto* characters = asn1rt::alloc_latched<std::uint32_t>(ctxt, length);
+    if (characters == nullptr) {
         return nullptr;
     }
-    auto* characters = static_cast<std::uint32_t*>(block);
     std::uint32_t count = 0;
     for (std::size_t i = 0; i < length; ++i) {
         const std::uint32_t character = widen(text[i]);
@@ -222,14 +216,10 @@ std::int32_t rtUTF8DecodeChar(ASN1CTXT*, const char* text, std::size_t* size) {
 }
 
 char* rtUTF8Strdup(ASN1CTXT* ctxt, const char* text) {
-    const std::size_t length = rtUTF8LenBytes(text);
-    if (text == nullptr || length >= static_cast<std::size_t>(rtMaxBlockSize)) {
-        return nullptr;
-    }
-    auto* copy =
-        static_cast<char*>(rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(length + 1)));
+    const std::size_t size = rtUTF8LenBytes(text) + 1;
+    char* copy = text == nullptr ? nullptr : asn1rt::alloc<char>(ctxt, size);
     if (copy != nullptr) {
-        std::memcpy(copy, text, length + 1);
+        std::memcpy(copy, text, size);
     }
     return copy;
 }

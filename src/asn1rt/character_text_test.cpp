@@ -90,26 +90,16 @@ TEST(UcsText, ToWideDropsAstralCharactersAndStopsAtTheCapacity) {
 }
 
 TEST(Utf8Text, EveryLengthBothWays) {
-    const struct {
+    struct Row {
         std::uint32_t character;
         const char* bytes;
-    } cases[] = {
-        {0x00, "00"},
-        {0x7F, "7F"},
-        {0x80, "C2 80"},
-        {0x7FF, "DF BF"},
-        {0x800, "E0 A0 80"},
-        {0xD800, "ED A0 80"},
-        {0xFFFF, "EF BF BF"},
-        {0x10000, "F0 90 80 80"},
-        {0x110000, "F4 90 80 80"},
-        {0x1FFFFF, "F7 BF BF BF"},
-        {0x200000, "F8 88 80 80 80"},
-        {0x3FFFFFF, "FB BF BF BF BF"},
-        {0x4000000, "FC 84 80 80 80 80"},
-        {0x7FFFFFFF, "FD BF BF BF BF BF"},
     };
-    for (const auto& c : cases) {
+    for (const Row& c :
+         {Row{0x00, "00"}, Row{0x7F, "7F"}, Row{0x80, "C2 80"}, Row{0x7FF, "DF BF"},
+          Row{0x800, "E0 A0 80"}, Row{0xD800, "ED A0 80"}, Row{0xFFFF, "EF BF BF"},
+          Row{0x10000, "F0 90 80 80"}, Row{0x110000, "F4 90 80 80"}, Row{0x1FFFFF, "F7 BF BF BF"},
+          Row{0x200000, "F8 88 80 80 80"}, Row{0x3FFFFFF, "FB BF BF BF BF"},
+          Row{0x4000000, "FC 84 80 80 80 80"}, Row{0x7FFFFFFF, "FD BF BF BF BF BF"}}) {
         const Bytes bytes = bytes_of(c.bytes);
         char out[6];
         EXPECT_EQ(rtUTF8CharSize(c.character), static_cast<int>(bytes.size()));

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <type_traits>
 
+#include "asn1rt/allocation.h"
+#include "asn1rt/encode.h"
 #include "asn1rt/limits.h"
 #include "asn1rt/nesting.h"
 #include "asn1rt/status.h"
@@ -12,6 +14,17 @@
 
 static_assert(std::is_trivial_v<ASN1CTXT> && std::is_standard_layout_v<ASN1CTXT>);
 static_assert(offsetof(ASN1CTXT, msgHeap) == 0);
+
+namespace {
+
+void empty_lists(ASN1CTXT* ctxt) {
+    for (rtSList* list : {&ctxt->listA, &ctxt->listB}) {
+        rtSListFree(list);
+        rtSListInitEx(ctxt, list);
+    }
+}
+
+} // namespace
 
 int rtInitContext(ASN1CTXT* ctxt, void* heapArg) {
     std::memset(ctxt, 0, sizeof *ctxt);
@@ -37,11 +50,7 @@ int rtInitContextBuffer(ASN1CTXT* ctxt, const unsigned char* data, std::uint32_t
         if (size == 0) {
             size = rtBufferGrowth;
         }
-        if (size > static_cast<std::uint32_t>(rtMaxBlockSize)) {
-            return rtStatusNoMemory;
-        }
-        data = static_cast<unsigned char*>(
-            rtMemHeapAlloc(&ctxt->msgHeap, static_cast<std::int32_t>(size)));
+        data = static_cast<unsigned char*>(asn1rt::alloc(&ctxt->msgHeap, size));
         if (data == nullptr) {
             return rtStatusNoMemory;
         }
@@ -96,6 +105,7 @@ void rtCtxtSetMemHeap(ASN1CTXT* ctxt, ASN1CTXT* source) {
     if (ctxt == nullptr || source == nullptr || ctxt->typeHeap == source->typeHeap) {
         return;
     }
+    empty_lists(ctxt);
     rtMemHeapRelease(&ctxt->typeHeap);
     ctxt->typeHeap = source->typeHeap;
     rtMemHeapAddRef(&ctxt->typeHeap);
@@ -105,6 +115,8 @@ void rtCtxtSetMsgMemHeap(ASN1CTXT* ctxt, ASN1CTXT* source) {
     if (ctxt == nullptr || source == nullptr || ctxt->msgHeap == source->msgHeap) {
         return;
     }
+    xe_free(ctxt);
+    rtStreamRelease(ctxt);
     rtMemHeapRelease(&ctxt->msgHeap);
     ctxt->msgHeap = source->msgHeap;
     rtMemHeapAddRef(&ctxt->msgHeap);

@@ -142,6 +142,14 @@ TEST(DecodeBufferTest, WithoutData) {
     EXPECT_EQ(empty.initBuffer(memory), 0);
     EXPECT_EQ(empty.getCtxtPtr()->bufSize, 3U);
     EXPECT_EQ(*empty.getMsgPtr(), 0x16);
+    for (const std::uint32_t start : {3U, 4U}) {
+        memory.startIndex = start;
+        EXPECT_EQ(empty.initBuffer(memory), 0);
+        EXPECT_EQ(empty.getCtxtPtr()->bufSize, 0U);
+    }
+    rtMemBufInit(empty.getCtxtPtr(), &memory, 8);
+    EXPECT_EQ(empty.initBuffer(memory), 0);
+    EXPECT_EQ(xd_peek(empty.getCtxtPtr()), -1) << "nothing, not 16384 bytes of anything";
     EXPECT_EQ(empty.initBuffer(reinterpret_cast<char*>(&one)), -99);
     unsigned short wide = 0;
     EXPECT_EQ(empty.initBuffer(&wide), -99);
@@ -150,6 +158,9 @@ TEST(DecodeBufferTest, WithoutData) {
 TEST(DecodeBufferTest, SetBufferKeepsOrStartsAnew) {
     const Bytes bytes = bytes_of("16 01 41");
     ASN1BERDecodeBuffer buffer;
+    ASN1BERDecodeBuffer unread(bytes.data(), 3);
+    EXPECT_EQ(unread.setBuffer(bytes.data(), 3, 1), 0);
+    EXPECT_EQ(*unread.getMsgPtr(), 0x16) << "not ready before: there is nothing to keep";
     EXPECT_EQ(buffer.setBuffer(bytes.data(), 3), 0);
     buffer.getCtxtPtr()->bufIndex = 3;
     EXPECT_EQ(buffer.setBuffer(bytes.data(), 3, 1), 0);
@@ -186,6 +197,14 @@ TEST(MessageBufferTest, OperatorsThrowUnlessTheResultIsZero) {
     } catch (const ASN1RTLException& error) {
         EXPECT_EQ(error.status, 3);
     }
+    struct Thrower : ASN1CType {
+        using ASN1CType::ASN1CType;
+        int EncodeTo(ASN1MessageBufferIF&) override { throw ASN1MessageBuffer::RTLError(-7); }
+        int DecodeFrom(ASN1MessageBufferIF&) override { throw ASN1RTLException(-8); }
+    };
+    Thrower thrower(out);
+    EXPECT_EQ(thrower.Encode(), -7) << "a status like any other";
+    EXPECT_THROW(thrower.Decode(), ASN1RTLException) << "only RTLError is caught";
     ASN1CType nothing(out);
     EXPECT_NO_THROW(out << nothing);
     const Bytes bytes = bytes_of("16 01 41 16 01 42");

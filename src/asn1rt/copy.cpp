@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
 #include "asn1rt/error.h"
 #include "asn1rt/open_type_node.h"
@@ -21,11 +22,8 @@ bool copy_block(ASN1CTXT* ctxt, const void* source, std::uint64_t size, const vo
         rtErrSetData(&ctxt->errInfo, rtStatusInvalidArgument);
         return false;
     }
-    void* block = size > INT32_MAX
-                      ? nullptr
-                      : rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
+    void* block = asn1rt::alloc_latched<unsigned char>(ctxt, size);
     if (block == nullptr) {
-        rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
         return false;
     }
     std::memcpy(block, source, size);
@@ -55,13 +53,11 @@ int rtCopyCharStr(ASN1CTXT* ctxt, const char* source, const char** target) {
         return 0;
     }
     const std::size_t size = std::strlen(source) + 1;
-    void* block = size > INT32_MAX
-                      ? nullptr
-                      : rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
-    if (block == nullptr) {
+    char* copy = asn1rt::alloc<char>(ctxt, size);
+    if (copy == nullptr) {
         return 0;
     }
-    *target = static_cast<const char*>(std::memcpy(block, source, size));
+    *target = static_cast<const char*>(std::memcpy(copy, source, size));
     return 1;
 }
 

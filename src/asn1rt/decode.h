@@ -9,6 +9,9 @@
 // caller has done that and gives the `length`, and whether the tag was constructed is known from
 // ctxFlagConstructed.
 //
+// With ctxFlagNoCopy strings and open types are places in the message, not blocks: nobody may free
+// them one by one.
+//
 // Lengths needn't be minimal. Strings may come constructed and of indefinite length. BOOLEAN keeps
 // its byte.
 #pragma once
@@ -76,12 +79,11 @@ CHRONOSEAL_API int xd_match(ASN1CTXT* ctxt, std::uint32_t tag, int* length, int 
 // Skips one whole element; not latched.
 CHRONOSEAL_API int xd_NextElement(ASN1CTXT* ctxt);
 
-// Skips to behind the end-of-contents of the current level; not latched. -12 beyond
-// rtMaxIndefiniteNesting.
+// Skips to behind the end-of-contents of the current level, however deep it goes; not latched.
 CHRONOSEAL_API int xd_MovePastEOC(ASN1CTXT* ctxt);
 
 // Counts the elements in contents of `length` bytes from the cursor on, and puts the cursor back;
-// after a failure it isn't put back. -12 beyond rtMaxElementCount. Not latched.
+// after a failure it isn't put back. Not latched.
 CHRONOSEAL_API int xd_count(ASN1CTXT* ctxt, int length, std::uint32_t* count);
 
 // The whole size of an element of indefinite length, end-of-contents included, or a negative

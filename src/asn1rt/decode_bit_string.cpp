@@ -1,6 +1,8 @@
 // Readers of BIT STRING.
+#include <algorithm>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/decode.h"
 #include "asn1rt/reader.h"
 #include "asn1rt/string_extent.h"
@@ -130,9 +132,9 @@ int read_constructed(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t room,
 }
 
 int read_bits(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t room, std::uint32_t* numbits,
-              int length) {
-    return asn1rt::is_constructed(ctxt) ? read_constructed(ctxt, bytes, room, numbits, length)
-                                        : read_primitive(ctxt, bytes, room, numbits, length);
+              int length, bool constructed) {
+    return constructed ? read_constructed(ctxt, bytes, room, numbits, length)
+                       : read_primitive(ctxt, bytes, room, numbits, length);
 }
 
 // A string without a bit: nothing, or the one byte 0.
@@ -163,16 +165,14 @@ int point_into_message(ASN1CTXT* ctxt, const unsigned char** bytes, std::uint32_
 int read_new_block(ASN1CTXT* ctxt, const asn1rt::StringExtent& extent, const unsigned char** bytes,
                    std::uint32_t* numbits) {
     const auto room = static_cast<std::uint32_t>(extent.contents - 1);
-    // xd_len has seen to all lengths but the short ones.
-    if (room > asn1rt::bytes_left(ctxt) && room > 127) {
-        return rtStatusEndOfBuffer;
-    }
-    auto* block = static_cast<unsigned char*>(asn1rt::new_block(ctxt, room));
+    // Whatever the length promises, nothing is read behind the end of the message.
+    auto* block =
+        asn1rt::alloc_latched<unsigned char>(ctxt, std::min(room, asn1rt::bytes_left(ctxt)));
     if (block == nullptr) {
-        return latch(ctxt, rtStatusNoMemory);
+        return rtStatusNoMemory;
     }
     *bytes = block;
-    return read_bits(ctxt, block, room, numbits, extent.total);
+    return read_bits(ctxt, block, room, numbits, extent.total, extent.constructed);
 }
 
 } // namespace
@@ -191,7 +191,8 @@ int xd_bitstr_s(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t* numbits, AS
             return latch(ctxt, status);
         }
     }
-    return read_bits(ctxt, bytes, room, numbits, length);
+    const bool constructed = tagging != 1 && asn1rt::is_constructed(ctxt);
+    return read_bits(ctxt, bytes, room, numbits, length, constructed);
 }
 
 int xd_bitstr(ASN1CTXT* ctxt, const unsigned char** bytes, std::uint32_t* numbits,
@@ -205,7 +206,7 @@ int xd_bitstr(ASN1CTXT* ctxt, const unsigned char** bytes, std::uint32_t* numbit
     *bytes = nullptr;
     if (extent.contents < 2) {
         status = read_empty(ctxt, extent.contents);
-    } else if ((ctxt->flags & ctxFlagNoCopy) != 0 && !asn1rt::is_constructed(ctxt)) {
+    } else if ((ctxt->flags & ctxFlagNoCopy) != 0 && !extent.constructed) {
         status = point_into_message(ctxt, bytes, numbits, extent.contents);
     } else {
         status = read_new_block(ctxt, extent, bytes, numbits);

@@ -1,7 +1,6 @@
 // Readers that find, skip, count and measure elements without a look at their contents. All of them
 // go through the message once and without recursion.
 #include "asn1rt/decode.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/reader.h"
 
 namespace {
@@ -96,9 +95,7 @@ int xd_MovePastEOC(ASN1CTXT* ctxt) {
             return status;
         }
         if (length == rtIndefiniteLength) {
-            if (++depth > rtMaxIndefiniteNesting) {
-                return rtStatusNoMemory;
-            }
+            ++depth;
         } else if (length > 0) {
             if (!skip(ctxt, static_cast<std::uint32_t>(length))) {
                 return rtStatusEndOfBuffer;
@@ -120,9 +117,7 @@ int xd_count(ASN1CTXT* ctxt, int length, std::uint32_t* count) {
         if (status != rtStatusOk) {
             return status;
         }
-        if (++*count > rtMaxElementCount) {
-            return rtStatusNoMemory;
-        }
+        ++*count;
     }
     xu_RestoreBufferState(ctxt, &start);
     return rtStatusOk;

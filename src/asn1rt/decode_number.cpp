@@ -1,4 +1,5 @@
 // Readers of BOOLEAN, INTEGER, ENUMERATED, NULL and OBJECT IDENTIFIER.
+#include "asn1rt/allocation.h"
 #include "asn1rt/decode.h"
 #include "asn1rt/reader.h"
 
@@ -216,11 +217,7 @@ int xd_bigint(ASN1CTXT* ctxt, const char** text, ASN1TagType tagging, int length
         ++octets;
     }
     const bool stripped = end - octets != length;
-    const std::int64_t size = 2 * static_cast<std::int64_t>(end - octets) + 4;
-    char* const start =
-        size > INT32_MAX
-            ? nullptr
-            : static_cast<char*>(rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size)));
+    char* const start = asn1rt::alloc<char>(ctxt, 2 * static_cast<std::uint64_t>(end - octets) + 4);
     if (start == nullptr) {
         return rtStatusNoMemory;
     }

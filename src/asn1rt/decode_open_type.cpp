@@ -4,7 +4,6 @@
 #include "asn1rt/decode.h"
 #include "asn1rt/open_type_node.h"
 #include "asn1rt/reader.h"
-#include "asn1rt/string_extent.h"
 
 namespace {
 
@@ -58,7 +57,7 @@ int xd_OpenType(ASN1CTXT* ctxt, const unsigned char** data, std::uint32_t* numoc
     if ((ctxt->flags & ctxFlagNoCopy) != 0) {
         *data = ctxt->bufData + start;
     } else {
-        void* copy = asn1rt::new_block(ctxt, *numocts);
+        auto* copy = asn1rt::alloc<unsigned char>(ctxt, *numocts);
         if (copy == nullptr) {
             *numocts = 0;
             return rtStatusNoMemory;
@@ -66,7 +65,7 @@ int xd_OpenType(ASN1CTXT* ctxt, const unsigned char** data, std::uint32_t* numoc
         if (*numocts != 0) {
             std::memcpy(copy, ctxt->bufData + start, *numocts);
         }
-        *data = static_cast<const unsigned char*>(copy);
+        *data = copy;
     }
     return status == rtStatusEndOfBuffer ? rtStatusOk : status;
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/big_endian.h"
 #include "asn1rt/reader.h"
 #include "asn1rt/string_extent.h"
@@ -65,8 +66,8 @@ int gather_pieces(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t room, int 
 
 // Contents of either form, whose header has been read, into storage of `room` bytes.
 int read_octets(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t room, int length,
-                std::uint32_t* numocts) {
-    if (asn1rt::is_constructed(ctxt)) {
+                bool constructed, std::uint32_t* numocts) {
+    if (constructed) {
         return gather_pieces(ctxt, bytes, room, length, numocts);
     }
     const int status = read_contents(ctxt, bytes, room, length);
@@ -83,14 +84,18 @@ int read_new_block(ASN1CTXT* ctxt, const StringExtent& extent, std::uint32_t ext
     *block = nullptr;
     *numocts = 0;
     const auto contents = static_cast<std::uint32_t>(extent.contents);
-    if (contents > asn1rt::bytes_left(ctxt)) {
+    const std::uint32_t left = asn1rt::bytes_left(ctxt);
+    if (!extent.constructed && contents > left) {
         return latch(ctxt, rtStatusEndOfBuffer);
     }
-    *block = static_cast<unsigned char*>(asn1rt::new_block(ctxt, std::uint64_t{contents} + extra));
+    // Whatever a constructed string promises, its pieces hold no more than what is left.
+    *block =
+        asn1rt::alloc_latched<unsigned char>(ctxt, std::uint64_t{std::min(contents, left)} + extra);
     if (*block == nullptr) {
-        return latch(ctxt, rtStatusNoMemory);
+        return rtStatusNoMemory;
     }
-    const int status = read_octets(ctxt, *block, contents, extent.total, numocts);
+    const int status =
+        read_octets(ctxt, *block, contents, extent.total, extent.constructed, numocts);
     std::memset(*block + *numocts, 0, extra);
     return status;
 }
@@ -139,23 +144,13 @@ int asn1rt::open_string(ASN1CTXT* ctxt, ASN1TagType tagging, std::uint32_t tag,
             return latch(ctxt, status);
         }
     }
-    extent = {length == rtIndefiniteLength, length, length};
-    if (!extent.indefinite) {
+    const bool indefinite = length == rtIndefiniteLength;
+    extent = {indefinite || is_constructed(ctxt), indefinite, length, length};
+    if (!indefinite) {
         return rtStatusOk;
     }
     const int status = xd_consStrIndefLenAndSize(ctxt, pieceTag, &extent.contents, &extent.total);
-    if (status != rtStatusOk) {
-        return latch(ctxt, status);
-    }
-    set_constructed(ctxt, true);
-    return rtStatusOk;
-}
-
-void* asn1rt::new_block(ASN1CTXT* ctxt, std::uint64_t size) {
-    if (size > INT32_MAX) {
-        return nullptr;
-    }
-    return rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
+    return status == rtStatusOk ? rtStatusOk : latch(ctxt, status);
 }
 
 int xd_memcpy(ASN1CTXT* ctxt, unsigned char* destination, std::uint32_t count) {
@@ -183,7 +178,8 @@ int xd_octstr_s(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t* numocts, AS
     if (static_cast<std::uint32_t>(length) > *numocts) {
         return latch(ctxt, rtStatusValueTooLong);
     }
-    return read_octets(ctxt, bytes, *numocts, length, numocts);
+    const bool constructed = tagging != 1 && asn1rt::is_constructed(ctxt);
+    return read_octets(ctxt, bytes, *numocts, length, constructed, numocts);
 }
 
 int xd_octstr(ASN1CTXT* ctxt, const unsigned char** bytes, std::uint32_t* numocts,
@@ -199,7 +195,7 @@ int xd_octstr(ASN1CTXT* ctxt, const unsigned char** bytes, std::uint32_t* numoct
         *bytes = nullptr;
         return rtStatusOk;
     }
-    if ((ctxt->flags & ctxFlagNoCopy) != 0 && !asn1rt::is_constructed(ctxt)) {
+    if ((ctxt->flags & ctxFlagNoCopy) != 0 && !extent.constructed) {
         const auto count = static_cast<std::uint32_t>(extent.contents);
         if (!asn1rt::take(ctxt, count, *bytes)) {
             return latch(ctxt, rtStatusEndOfBuffer);

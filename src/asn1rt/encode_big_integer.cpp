@@ -73,10 +73,14 @@ void strip_ones(std::string_view& digits, const Radix& radix) {
     }
 }
 
-// The digits as bytes, the odd ones in the first byte. The number of bytes, or -18 for something
-// that isn't a digit (nothing is written then).
+// The digits as bytes, the odd ones in the first byte. The number of bytes, or -18 when one isn't a
+// digit of the radix.
 template <const Radix& radix>
 int put_digits(ASN1CTXT* ctxt, std::string_view digits) {
+    const auto is_digit = [](char c) { return digit_value(c) <= radix.highest; };
+    if (!std::all_of(digits.begin(), digits.end(), is_digit)) {
+        return rtStatusInvalidArgument;
+    }
     const auto count = (digits.size() + radix.per_byte - 1) / radix.per_byte;
     if (count > static_cast<std::size_t>(INT32_MAX)) {
         return rtStatusNoMemory;
@@ -87,20 +91,13 @@ int put_digits(ASN1CTXT* ctxt, std::string_view digits) {
         return status;
     }
     const std::size_t odd = digits.size() % radix.per_byte;
-    unsigned highest = 0; // a digit's value, or more when there is one that isn't a digit
     for (std::size_t from = 0, up_to = odd != 0 ? odd : radix.per_byte; from < digits.size();
          from = up_to, up_to += radix.per_byte) {
         unsigned byte = 0;
         for (std::size_t i = from; i < up_to; ++i) {
-            const unsigned value = digit_value(digits[i]);
-            highest = std::max(highest, value);
-            byte = byte << radix.bitsPerDigit | value;
+            byte = byte << radix.bitsPerDigit | digit_value(digits[i]);
         }
         *at++ = static_cast<unsigned char>(byte);
-    }
-    if (highest > radix.highest) {
-        ctxt->bufIndex += static_cast<std::uint32_t>(count);
-        return rtStatusInvalidArgument;
     }
     return static_cast<int>(count);
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <functional>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -99,34 +100,39 @@ TEST(FixedBufferTest, EveryWriterReportsIt) {
     const ASN1OBJID oid{4, {1, 2, 840, 113549}};
     const std::uint16_t wide[] = {1, 2};
     const ASN1TBMPText text{2, wide};
-    const auto all = [&](int size, int tagging) {
-        const auto room = [&] { xe_setp(&ctxt, storage, size); };
-        std::vector<int> results;
-        const auto add = [&](int result) {
-            results.push_back(result);
-            room();
-        };
-        room();
-        add(xe_integer(&ctxt, &number, tagging));
-        add(xe_unsigned(&ctxt, &natural, tagging));
-        add(xe_uint16(&ctxt, &small, tagging));
-        add(xe_enum(&ctxt, &number, tagging));
-        add(xe_octstr(&ctxt, bytes, 3, tagging));
-        add(xe_bitstr(&ctxt, bytes, 24, tagging));
-        add(xe_bitstr(&ctxt, bytes, 16, tagging));
-        add(xe_charstr(&ctxt, "abc", tagging, 22));
-        add(xe_objid(&ctxt, &oid, tagging));
-        add(xe_16BitCharStr(&ctxt, &text, tagging, 30));
-        add(xe_OpenType(&ctxt, bytes, 3));
-        add(xe_identifier(&ctxt, 100000));
-        return results;
-    };
     for (const int tagging : {0, 1}) {
-        for (const int result : all(3, tagging)) {
-            EXPECT_EQ(result, -1);
+        const std::function<int()> writers[] = {
+            [&] { return xe_integer(&ctxt, &number, tagging); },
+            [&] { return xe_unsigned(&ctxt, &natural, tagging); },
+            [&] { return xe_uint16(&ctxt, &small, tagging); },
+            [&] { return xe_enum(&ctxt, &number, tagging); },
+            [&] { return xe_octstr(&ctxt, bytes, 3, tagging); },
+            [&] { return xe_bitstr(&ctxt, bytes, 24, tagging); },
+            [&] { return xe_bitstr(&ctxt, bytes, 16, tagging); },
+            [&] { return xe_charstr(&ctxt, "abc", tagging, 22); },
+            [&] { return xe_objid(&ctxt, &oid, tagging); },
+            [&] { return xe_16BitCharStr(&ctxt, &text, tagging, 30); },
+            [&] { return xe_OpenType(&ctxt, bytes, 3); },
+            [&] { return xe_identifier(&ctxt, 100000); }};
+        for (const auto& write : writers) {
+            xe_setp(&ctxt, storage, 3);
+            EXPECT_EQ(write(), -1);
         }
     }
     EXPECT_EQ(ctxt.errInfo.status, 0);
+}
+
+// However small the pieces are, a message is moved a few times only.
+TEST_F(EncodeTest, GrowthTakesLinearTime) {
+    const Bytes piece(50, 7);
+    int moves = 0;
+    for (int written = 0; written < 16'000'000; written += 50) {
+        const unsigned char* before = ctxt.bufData;
+        ASSERT_EQ(xe_memcpy(&ctxt, piece.data(), 50), 50);
+        moves += ctxt.bufData != before ? 1 : 0;
+    }
+    EXPECT_LT(moves, 25);
+    EXPECT_LT(ctxt.bufSize, 24'000'000U) << "nor does it take much more than it needs";
 }
 
 TEST_F(EncodeTest, GrowthKeepsTheMessage) {

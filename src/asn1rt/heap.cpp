@@ -180,7 +180,8 @@ void rtMemFreeOpenSeqExt(ASN1CTXT* ctxt, rtDList* list) {
         return;
     }
     for (const rtDListNode* node = list->head; node != nullptr; node = node->next) {
-        if (const auto* element = static_cast<const ASN1TOpenType*>(node->data)) {
+        const auto* element = static_cast<const ASN1TOpenType*>(node->data);
+        if (element != nullptr && (ctxt->flags & ctxFlagNoCopy) == 0) {
             rtMemHeapFreePtr(&ctxt->typeHeap, element->data);
         }
     }

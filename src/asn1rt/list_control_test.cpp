@@ -157,10 +157,16 @@ TEST_F(ListControlTest, EveryChangeMakesIteratorsStale) {
     EXPECT_TRUE(stale_after([&] { control.freeAll(); }));
 }
 
-TEST_F(ListControlTest, ThrowsWithoutMemory) {
+TEST_F(ListControlTest, WithoutMemory) {
     ASN1CSeqOfListIterator* it = control.iterator();
     const FailingAllocator none(0);
-    EXPECT_EQ(it->insert(&extra), rtStatusNoMemory);
+    for (const rtDListNode* node :
+         {control.append(&extra), control.insert(0, &extra), control.insertBefore(&extra, nullptr),
+          control.insertAfter(&extra, nullptr)}) {
+        EXPECT_EQ(node, nullptr);
+    }
+    EXPECT_EQ(it->insert(&extra), rtStatusNoMemory) << "it isn't stale, for nothing has changed";
+    EXPECT_EQ(control.getCtxtPtr()->errInfo.status, 0) << "none of this is latched";
     const auto status_of = [](auto action) {
         try {
             action();
@@ -169,8 +175,6 @@ TEST_F(ListControlTest, ThrowsWithoutMemory) {
         }
         return 0;
     };
-    EXPECT_EQ(status_of([&] { control.append(&extra); }), rtStatusNoMemory);
-    EXPECT_EQ(status_of([&] { control.insert(0, &extra); }), rtStatusNoMemory);
     EXPECT_EQ(status_of([&] { control.iterator(); }), rtStatusNoMemory);
     EXPECT_EQ(status_of([&] { control.toArray(sizeof(int)); }), rtStatusNoMemory);
     EXPECT_EQ(status_of([&] { control.appendArrayCopy(n.data(), 1, 4); }), rtStatusNoMemory);
@@ -178,7 +182,7 @@ TEST_F(ListControlTest, ThrowsWithoutMemory) {
     EXPECT_EQ(control.size(), 3);
 }
 
-TEST(ListControl, MakesItsOwnListOnTheSharedHeap) {
+TEST(ListControl, OnAListOfItsOwnOrOfTheCallers) {
     ASN1BERDecodeBuffer buffer;
     ASN1CtxtPtr context = buffer.getContext();
     int value = 5;
@@ -187,33 +191,26 @@ TEST(ListControl, MakesItsOwnListOnTheSharedHeap) {
     on_buffer.append(&value);
     on_context.append(&value);
     EXPECT_EQ(on_buffer.size() + on_context.size(), 2);
-}
-
-// The nodes of a top-level list live as long as the list, not as long as the control object.
-TEST(ListControl, TopLevelListOutlivesItsControlAndBuffer) {
-    ASN1TPDUSeqOfList on_private, on_buffer, on_context;
-    int value = 5;
-    ASN1CSeqOfList(on_private).append(&value);
-    {
-        ASN1BERDecodeBuffer buffer;
-        ASN1CSeqOfList(buffer, on_buffer).append(&value);
-        ASN1CSeqOfList(*buffer.getContext(), on_context).append(&value);
-    }
-    for (const ASN1TPDUSeqOfList* list : {&on_private, &on_buffer, &on_context}) {
-        EXPECT_EQ(list->head->data, &value);
-    }
-}
-
-TEST(ListControl, PlainListOnAContextOrWithoutOne) {
     _Asn1RTDList list{};
-    int value = 5;
     ASN1CSeqOfList(list).append(&value);
     EXPECT_EQ(list.count, 1U);
     list = {};
-    ASN1BERDecodeBuffer buffer;
-    ASN1CtxtPtr context = buffer.getContext();
     ASN1CSeqOfList(*context, list).append(&value);
     EXPECT_EQ(list.tail->data, &value);
+}
+
+// Elements that a caller has put in needn't be of any heap: only a list that a copy was made into
+// frees them when it goes.
+TEST(ListControl, ACallersListIsNotBoundToTheContext) {
+    ASN1BERDecodeBuffer buffer;
+    ASN1TPDUSeqOfList list;
+    int on_the_stack = 5;
+    rtDListAppend(buffer.getCtxtPtr(), &list, &on_the_stack);
+    const ASN1CSeqOfList on_private(list);
+    const ASN1CSeqOfList on_buffer(buffer, list);
+    const ASN1CSeqOfList on_context(*buffer.getContext(), list);
+    EXPECT_EQ(list.context, nullptr);
+    EXPECT_EQ(on_context.getFirst(), &on_the_stack);
 }
 
 } // namespace

@@ -2,9 +2,9 @@
 #include "asn1rt/memory_buffer.h"
 
 #include <cstring>
+#include <functional>
 
-#include "asn1rt/context.h"
-#include "asn1rt/limits.h"
+#include "asn1rt/allocation.h"
 #include "asn1rt/status.h"
 
 namespace {
@@ -16,13 +16,8 @@ int reserve(rtMemBuf* buffer, std::uint32_t count) {
     }
     const std::uint64_t segment = buffer->segSize == 0 ? 1 : buffer->segSize;
     const std::uint64_t capacity = ((needed - 1) / segment + 1) * segment;
-    if (capacity > static_cast<std::uint64_t>(rtMaxBlockSize)) {
-        return rtStatusNoMemory;
-    }
     const bool grows = buffer->isDynamic != 0 && buffer->data != nullptr;
-    rtMemHeap** heap = &buffer->ctxt->typeHeap;
-    void* data = grows ? rtMemHeapRealloc(heap, buffer->data, static_cast<std::int32_t>(capacity))
-                       : rtMemHeapAlloc(heap, static_cast<std::int32_t>(capacity));
+    void* data = asn1rt::realloc(&buffer->ctxt->typeHeap, buffer->data, grows, capacity);
     if (data == nullptr) {
         return rtStatusNoMemory;
     }
@@ -55,11 +50,16 @@ void rtMemBufReset(rtMemBuf* buffer) {
 }
 
 int rtMemBufAppend(rtMemBuf* buffer, const unsigned char* data, std::uint32_t count) {
+    // A source that lies in the buffer itself moves with it. (Lent storage stays where it is.)
+    const bool inside = buffer->isDynamic != 0 && data != nullptr &&
+                        std::greater_equal<>{}(data, buffer->data) &&
+                        std::less<>{}(data, buffer->data + buffer->capacity);
+    const auto from = inside ? data - buffer->data : 0;
     const int status = rtMemBufPreAllocate(buffer, count);
     if (status != rtStatusOk || count == 0 || data == nullptr) {
         return status;
     }
-    std::memcpy(buffer->data + buffer->usedLength, data, count);
+    std::memmove(buffer->data + buffer->usedLength, inside ? buffer->data + from : data, count);
     buffer->usedLength += count;
     return rtStatusOk;
 }

@@ -49,6 +49,11 @@ const unsigned char* ASN1MessageBuffer::getMsgPtr() {
 void ASN1MessageBuffer::init() {}
 
 int ASN1MessageBuffer::initBuffer(ASN1MemBuf& buffer) {
+    // Null would ask for a new buffer in place of an empty message.
+    static constexpr unsigned char kNothing = 0;
+    if (buffer.data == nullptr || buffer.usedLength <= buffer.startIndex) {
+        return rtInitContextBuffer(context.get(), &kNothing, 0);
+    }
     std::uint32_t length;
     const unsigned char* data = rtMemBufGetData(&buffer, &length);
     return rtInitContextBuffer(context.get(), data, length);

@@ -1,11 +1,10 @@
 // The forward writers, through the buffer to a stream.
 #include "asn1rt/stream.h"
 
-#include <algorithm>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/status.h"
 
 namespace {
@@ -27,11 +26,8 @@ int write_and_count(rtStream* stream, const unsigned char* data, std::uint32_t c
 }
 
 int grow(ASN1CTXT* ctxt, std::uint32_t count) {
-    const std::uint64_t size = std::uint64_t{ctxt->bufSize} + std::max(count, rtBufferGrowth);
-    void* data =
-        size > static_cast<std::uint64_t>(rtMaxBlockSize)
-            ? nullptr
-            : rtMemHeapRealloc(&ctxt->msgHeap, ctxt->bufData, static_cast<std::int32_t>(size));
+    const std::uint64_t size = asn1rt::grown_size(ctxt->bufSize, count);
+    void* data = asn1rt::realloc(&ctxt->msgHeap, ctxt->bufData, true, size);
     if (data == nullptr) {
         return latch(ctxt, rtStatusNoMemory);
     }

@@ -131,7 +131,9 @@ int ASN1CTime::ensure_parsed() {
     if (parsed) {
         return rtStatusOk;
     }
-    const int status = parseString(*timeStr);
+    // A fixed text that isn't terminated within its array is none.
+    const bool bounded = strSize <= 0 || *timeStr == nullptr || getTimeStringLen() < strSize;
+    const int status = bounded ? parseString(*timeStr) : rtStatusInvalidTime;
     return status != rtStatusOk ? fail(status) : status;
 }
 
@@ -417,13 +419,19 @@ int ASN1CTime::store_text(const char* made) {
 }
 
 int ASN1CTime::getTimeStringLen() const {
-    return static_cast<int>(rtUTF8LenBytes(*timeStr));
+    if (*timeStr == nullptr) {
+        return 0;
+    }
+    const std::size_t limit = strSize > 0 ? static_cast<std::size_t>(strSize) : INT_MAX;
+    return static_cast<int>(strnlen(*timeStr, limit));
 }
 
 char* ASN1CTime::getTimeString(char* out, int size) const {
-    if (*timeStr == nullptr || getTimeStringLen() >= size) {
+    const int length = getTimeStringLen();
+    if (*timeStr == nullptr || length >= size) {
         return nullptr;
     }
-    std::strcpy(out, *timeStr);
+    std::memcpy(out, *timeStr, static_cast<std::size_t>(length));
+    out[length] = '\0';
     return out;
 }

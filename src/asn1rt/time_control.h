@@ -64,7 +64,8 @@ public:
     virtual int compileString() = 0;
 
     // The text's length without terminator, and a copy of it; null if `size` isn't larger than
-    // that.
+    // that. Nothing is read behind a fixed array: a text that fills it is as long as the array, and
+    // no time.
     int getTimeStringLen() const;
     char* getTimeString(char* out, int size) const;
 

@@ -1,4 +1,5 @@
-// put_in_front(n), the one bounds-checked step of the cursor under every writer.
+// put_in_front(n), the one bounds-checked step of the cursor under every writer. No other code
+// moves it over bytes that are written.
 #pragma once
 
 #include <cstdint>
@@ -30,6 +31,24 @@ inline int put_byte(ASN1CTXT* ctxt, unsigned char byte) {
     }
     *at = byte;
     return 1;
+}
+
+// Octets that hold so many bits.
+constexpr std::uint32_t octets_of(unsigned bits) {
+    return (bits + 7) / 8;
+}
+
+// The low `count` octets of the value, at most 8: their count or a negative status.
+inline int put_number(ASN1CTXT* ctxt, std::uint64_t value, std::uint32_t count) {
+    int status;
+    unsigned char* at = put_in_front(ctxt, count, status);
+    if (at == nullptr) {
+        return status;
+    }
+    for (std::uint32_t i = count; i-- > 0; value >>= 8) {
+        at[i] = static_cast<unsigned char>(value);
+    }
+    return static_cast<int>(count);
 }
 
 // The result of a writer: its contents' length, or with tagging 1 the element's. `least` is the
