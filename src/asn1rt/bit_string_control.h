@@ -9,8 +9,9 @@
 
 #include "asn1rt/control.h"
 #include "asn1rt/value_record.h"
+#include "visibility/visibility.h"
 
-class ASN1CBitStr : public ASN1CType {
+class CHRONOSEAL_API ASN1CBitStr : public ASN1CType {
 public:
     static constexpr std::uint32_t kUnlimited = 0xFFFFFFFF;
 

@@ -13,7 +13,7 @@
 
 struct rtStream;
 
-struct ASN1CTXT {
+struct CHRONOSEAL_API ASN1CTXT {
     // First, so that the context's address is the address of its message heap slot.
     rtMemHeap* msgHeap;
     rtMemHeap* typeHeap; // decoded values, list nodes, copies

@@ -6,8 +6,9 @@
 #include <utility>
 
 #include "asn1rt/context.h"
+#include "visibility/visibility.h"
 
-class ASN1Context : public ASN1CTXT {
+class CHRONOSEAL_API ASN1Context : public ASN1CTXT {
 public:
     // No references yet. Throws ASN1MessageBuffer::RTLError.
     ASN1Context();
@@ -26,7 +27,7 @@ private:
     std::int32_t refCount;
 };
 
-class ASN1CtxtPtr {
+class CHRONOSEAL_API ASN1CtxtPtr {
 public:
     ASN1CtxtPtr() = default;
     explicit ASN1CtxtPtr(ASN1Context* context) : context_(context) { add_reference(); }

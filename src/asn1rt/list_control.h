@@ -8,6 +8,7 @@
 #include "asn1rt/control.h"
 #include "asn1rt/list.h"
 #include "asn1rt/pdu.h"
+#include "visibility/visibility.h"
 
 // A list that is a top-level value: it may keep the context that its elements live in.
 struct ASN1TPDUSeqOfList : ASN1TSeqOfList, ASN1TPDU {
@@ -18,7 +19,7 @@ class ASN1CSeqOfList;
 
 // Stands between two elements. Goes stale when the list is changed by anything but this iterator.
 // The memory is the heap's: an iterator is never deleted.
-class ASN1CSeqOfListIterator {
+class CHRONOSEAL_API ASN1CSeqOfListIterator {
 public:
     // The element behind or in front of the iterator, which moves over it. Null at the end (-8) and
     // when stale (-27): getState tells which, as null may be an element too.
@@ -51,7 +52,7 @@ private:
     int state_ = 0;
 };
 
-class ASN1CSeqOfList : public ASN1CType {
+class CHRONOSEAL_API ASN1CSeqOfList : public ASN1CType {
 public:
     // On a list of the caller's, whose elements may live anywhere, or with a new one on the heap.
     ASN1CSeqOfList(ASN1MessageBufferIF& buffer, _Asn1RTDList& list);

@@ -8,9 +8,10 @@
 
 #include "asn1rt/control.h"
 #include "asn1rt/time_value.h"
+#include "visibility/visibility.h"
 
 // The order of the virtual operations is given.
-class ASN1CTime : public ASN1CType {
+class CHRONOSEAL_API ASN1CTime : public ASN1CType {
 public:
     virtual int getYear();
     virtual int getMonth();
