@@ -87,8 +87,9 @@ TEST(BitStringCodecTest, Refusals) {
     };
     const DecodeCall one_byte = [](ASN1CTXT* ctxt) {
         Bits value{};
+        ctxt->flags |= ctxFlagConstructed;
         const int status = decode_fixed(ctxt, value, 8, 1, 0);
-        EXPECT_FALSE(asn1rt::is_constructed(ctxt));
+        EXPECT_EQ(asn1rt::is_constructed(ctxt), status == -3) << "the tag was that of a primitive";
         return status;
     };
     const DecodeCall no_byte = [](ASN1CTXT* ctxt) {
@@ -97,31 +98,31 @@ TEST(BitStringCodecTest, Refusals) {
         EXPECT_EQ(value.data[0], 0xEE);
         return status;
     };
-    refuse({{"nothing", bits, "", -2, -2},
-            {"other tag", bits, "04 01 00", -3, -3},
-            {"unused bits of nothing", bits, "03 01 05", -5, 0},
-            {"eight unused bits", bits, "03 02 08 FF", -18, 0},
-            {"eight unused bits before the overrun", bits, "03 03 08 FF", -18, 0},
-            {"overrun", bits, "03 03 00 FF", -2, 0},
-            {"all missing", bits, "03 03", -2, 0},
-            {"one byte missing", bits, "03 01", -2, 0},
-            {"2 GiB", bits, "03 84 7F FF FF FF", -5, -5},
-            {"piece of one byte, indefinite", bits, "23 80 03 01 00 00 00", -5, 0},
-            {"foreign piece", bits, "23 80 04 02 00 FF 00 00", -21, -21},
-            {"foreign piece, definite", bits, "23 04 04 02 00 FF", -3, -3},
-            {"last piece empty", bits, "23 06 03 02 00 FF 03 00", -5, -5},
-            {"eight unused in the last piece", bits, "23 80 03 02 08 FF 00 00", -18, 0},
-            {"indefinite piece", bits, "23 06 23 80 03 00 00 00", -5, -5},
-            {"piece overruns the string", bits, "23 04 03 05 00 FF FF FF FF", -17, -17},
-            {"piece ends late", bits, "23 05 03 02 00 FF 03 01 00", -5, -5},
-            {"constructed and overruns", bits, "23 09 03 02 00 FF", -5, -5},
-            {"unused bits of no data", bits, "23 03 03 01 05", -5, 0},
-            {"piece overruns the message", bits, "23 04 03 04 00 FF", -2, 0},
-            {"no end-of-contents", bits, "23 80 03 02 00 FF", -2, -2},
-            {"fixed: too long", one_byte, "03 03 00 FF FF", -17, 0},
-            {"fixed: no capacity is no byte", no_byte, "03 02 00 FF", -17, 0},
-            {"fixed: only the primitive form", one_byte, "23 04 03 02 00 FF", -3, -3},
-            {"fixed: no length", one_byte, "03", -2, -2}});
+    refuse(bits, {No{"nothing", "", -2},
+                  No{"other tag", "04 01 00", -3},
+                  No{"unused bits of nothing", "03 01 05", -5, 0},
+                  No{"eight unused bits", "03 02 08 FF", -18, 0},
+                  No{"eight unused bits before the overrun", "03 03 08 FF", -18, 0},
+                  No{"overrun", "03 03 00 FF", -2, 0},
+                  No{"all missing", "03 03", -2, 0},
+                  No{"one byte missing", "03 01", -2, 0},
+                  No{"2 GiB", "03 84 7F FF FF FF", -5},
+                  No{"piece of one byte, indefinite", "23 80 03 01 00 00 00", -5, 0},
+                  No{"foreign piece", "23 80 04 02 00 FF 00 00", -21},
+                  No{"foreign piece, definite", "23 04 04 02 00 FF", -3},
+                  No{"last piece empty", "23 06 03 02 00 FF 03 00", -5},
+                  No{"eight unused in the last piece", "23 80 03 02 08 FF 00 00", -18, 0},
+                  No{"indefinite piece", "23 06 23 80 03 00 00 00", -5},
+                  No{"piece overruns the string", "23 04 03 05 00 FF FF FF FF", -17},
+                  No{"piece ends late", "23 05 03 02 00 FF 03 01 00", -5},
+                  No{"constructed and overruns", "23 09 03 02 00 FF", -5},
+                  No{"unused bits of no data", "23 03 03 01 05", -5, 0},
+                  No{"piece overruns the message", "23 04 03 04 00 FF", -2, 0},
+                  No{"no end-of-contents", "23 80 03 02 00 FF", -2}});
+    refuse(one_byte,
+           {No{"too long", "03 03 00 FF FF", -17, 0},
+            No{"only the primitive form", "23 04 03 02 00 FF", -3}, No{"no length", "03", -2}});
+    refuse(no_byte, {No{"no capacity is no byte", "03 02 00 FF", -17, 0}});
 }
 
 TEST(BitStringCodecTest, ContentsWhoseHeaderTheCallerHasRead) {

@@ -1,57 +1,35 @@
 // INTEGER of any size between text and bytes.
+#include <sstream>
+
 #include "asn1rt/test_codec.h"
 
 namespace {
 
-struct Text {
-    const char* text;
-    const char* bytes; // of the contents
-};
-
+// Pairs of "text=bytes of the contents".
 template <typename Encode>
-void encodes_to(Encode encode, const std::vector<Text>& rows) {
-    for (const Text& row : rows) {
-        SCOPED_TRACE(row.text);
+void encodes(Encode encode, const std::string& pairs) {
+    std::istringstream in(pairs);
+    for (std::string pair; std::getline(in, pair, ';');) {
+        SCOPED_TRACE(pair);
+        const std::string text = pair.substr(0, pair.find('='));
+        const Bytes contents = bytes_of(pair.substr(text.size() + 1));
         TestContext ctxt;
         ASSERT_EQ(xe_setp(&ctxt, nullptr, 0), 0);
-        const Bytes contents = bytes_of(row.bytes);
-        EXPECT_EQ(ctxt.written(encode(&ctxt, row.text, 0)), contents);
-        EXPECT_EQ(encode(&ctxt, row.text, 1), static_cast<int>(contents.size()) + 2);
+        EXPECT_EQ(ctxt.written(encode(&ctxt, text.c_str(), 0)), contents);
+        EXPECT_EQ(encode(&ctxt, text.c_str(), 1), static_cast<int>(contents.size()) + 2);
         EXPECT_EQ(ctxt.errInfo.status, 0);
     }
 }
 
 // What goes through rtBigIntSetStr is in big_integer_test.cpp.
 TEST(IntegerTextTest, TextToBytes) {
-    encodes_to(xe_bigint, {Text{"0", "00"},
-                           Text{"0x0", "00"},
-                           Text{"0x00", "00"},
-                           Text{"0xFF", "FF"},
-                           Text{"0xFFFF", "FF"},
-                           Text{"0xFF80", "80"},
-                           Text{"0xff7f", "FF 7F"},
-                           Text{"0x80", "80"},
-                           Text{"0x080", "00 80"},
-                           Text{"0x0080", "00 80"},
-                           Text{"0x7F", "7F"},
-                           Text{"0x1", "01"},
-                           Text{"0xF80", "0F 80"},
-                           Text{"0x0F80", "0F 80"},
-                           Text{"0x00000001", "01"},
-                           Text{"0b10000000", "80"},
-                           Text{"0b010000000", "00 80"},
-                           Text{"0b1", "01"},
-                           Text{"0b1111111101111111", "FF 7F"},
-                           Text{"128", "00 80"},
-                           Text{"-129", "FF 7F"},
-                           Text{"  42", "2A"},
-                           Text{"0o777", "01 FF"}});
-    encodes_to(xe_bigint,
-               {Text{"0x123456789aBcDeF0123456789", "01 23 45 67 89 AB CD EF 01 23 45 67 89"}});
-    encodes_to(xe_biguint,
-               {Text{"0", "00"}, Text{"0x0", "00"}, Text{"0xFF", "FF"}, Text{"0x00FF", "00 FF"},
-                Text{"0x007F", "00 7F"}, Text{"0x0F", "0F"}, Text{"0x7F", "7F"},
-                Text{"0b11111111", "FF"}, Text{"0b011111111", "00 FF"}});
+    encodes(xe_bigint, "0=00;0x0=00;0x00=00;0xFF=FF;0xFFFF=FF;0xFF80=80;0xff7f=FF7F;0x80=80;"
+                       "0x080=0080;0x0080=0080;0x7F=7F;0x1=01;0xF80=0F80;0x0F80=0F80;0x000001=01;"
+                       "0x123456789aBcDeF0123456789=0123456789ABCDEF0123456789;0b10000000=80;"
+                       "0b010000000=0080;0b1=01;0b1111111101111111=FF7F;128=0080;-129=FF7F;"
+                       "  42=2A;0o777=01FF");
+    encodes(xe_biguint, "0=00;0x0=00;0xFF=FF;0x00FF=00FF;0x007F=007F;0x0F=0F;0x7F=7F;"
+                        "0b11111111=FF;0b011111111=00FF");
 }
 
 TEST(IntegerTextTest, TextThatIsNoNumber) {
@@ -106,11 +84,9 @@ TEST(IntegerTextTest, BytesToTextAndBack) {
         ASSERT_EQ(xe_setp(&ctxt, nullptr, 0), 0);
         EXPECT_EQ(ctxt.written(xe_bigint(&ctxt, read, 1)) == bytes_of(bytes), minimal);
     }
-    refuse({{"other tag", decode, "03 01 00", -3, -3},
-            {"no length", decode, "02", -2, -2},
-            {"overrun", decode, "02 02 00", -2, 0},
-            {"indefinite", decode, "02 80 00 00", -5, -5},
-            {"2 GiB", decode, "02 84 7F FF FF FF 01", -5, -5}});
+    refuse(decode, {No{"other tag", "03 01 00", -3}, No{"no length", "02", -2},
+                    No{"overrun", "02 02 00", -2, 0}, No{"indefinite", "02 80 00 00", -5},
+                    No{"2 GiB", "02 84 7F FF FF FF 01", -5}});
 }
 
 } // namespace

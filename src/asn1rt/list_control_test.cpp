@@ -2,6 +2,8 @@
 #include "asn1rt/list_control.h"
 
 #include <array>
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -45,20 +47,15 @@ int value_of(void* data) {
     return data == nullptr ? -1 : *static_cast<int*>(data);
 }
 
-TEST_F(ListControlTest, ReadsAndChangesByIndexNodeAndData) {
+// What the functions on lists do is in list_test.cpp: here, that each operation is the right one.
+TEST_F(ListControlTest, ReadsAndChanges) {
     EXPECT_EQ(control.size(), 3);
     EXPECT_EQ(control.indexOf(&n[2]), 2);
-    EXPECT_EQ(control.indexOf(&extra), -1);
-    EXPECT_EQ(control.getFirst(), &n[0]);
-    EXPECT_EQ(control.getLast(), &n[2]);
-    EXPECT_EQ(control.get(1), &n[1]);
-    EXPECT_EQ(control.get(-1), &n[0]);
-    EXPECT_EQ(control.get(3), nullptr);
+    EXPECT_TRUE(control.getFirst() == &n[0] && control.getLast() == &n[2]);
+    EXPECT_TRUE(control.get(1) == &n[1] && control.get(-1) == &n[0] && control.get(3) == nullptr);
     EXPECT_EQ(control.set(1, &extra), &n[1]);
     EXPECT_EQ(control.set(3, &extra), nullptr);
-    EXPECT_THAT(values(), ElementsAre(1, 9, 3));
-    EXPECT_EQ(control.insert(4, &extra), nullptr);
-    EXPECT_EQ(control.insert(-1, &extra), nullptr);
+    EXPECT_TRUE(control.insert(4, &extra) == nullptr && control.insert(-1, &extra) == nullptr);
     control.insert(3, &n[1]);
     control.insertBefore(&n[2], list.head);
     control.insertAfter(&n[0], list.tail);
@@ -67,28 +64,21 @@ TEST_F(ListControlTest, ReadsAndChangesByIndexNodeAndData) {
     EXPECT_EQ(control.remove(&extra), &extra);
     EXPECT_EQ(control.remove(&extra), nullptr);
     control.remove(list.tail);
-    EXPECT_THAT(values(), ElementsAre(1, 3, 2));
     EXPECT_EQ(control.remove(17), nullptr);
-}
-
-TEST_F(ListControlTest, ArraysBothWays) {
     std::array<int, 2> more{4, 5};
     control.appendArray(more.data(), 2, sizeof(int));
     control.appendArrayCopy(more.data(), 2, sizeof(int));
     control.appendArrayCopy(more.data(), -1, sizeof(int));
     more = {6, 7};
-    EXPECT_THAT(values(), ElementsAre(1, 2, 3, 6, 7, 4, 5));
-    const auto* made = static_cast<int*>(control.toArray(sizeof(int)));
-    EXPECT_THAT(std::vector(made, made + 7), ElementsAre(1, 2, 3, 6, 7, 4, 5));
+    EXPECT_THAT(values(), ElementsAre(1, 3, 2, 6, 7, 4, 5));
     std::array<int, 7> mine{};
     EXPECT_EQ(control.toArray(mine.data(), sizeof(int), 7), mine.data());
-    EXPECT_EQ(mine[6], 5);
+    EXPECT_THAT(mine, ElementsAre(1, 3, 2, 6, 7, 4, 5));
     EXPECT_NE(control.toArray(mine.data(), sizeof(int), 6), mine.data());
+    EXPECT_EQ(std::memcmp(control.toArray(sizeof(int)), mine.data(), sizeof mine), 0);
     control.clear();
-    EXPECT_TRUE(control.isEmpty());
-    EXPECT_EQ(control.toArray(sizeof(int)), nullptr);
-    EXPECT_EQ(control.getFirst(), nullptr);
-    EXPECT_EQ(control.getLast(), nullptr);
+    EXPECT_TRUE(control.isEmpty() && control.toArray(sizeof(int)) == nullptr);
+    EXPECT_TRUE(control.getFirst() == nullptr && control.getLast() == nullptr);
 }
 
 TEST_F(ListControlTest, IteratesForwardBackwardAndFromAnElement) {
@@ -128,7 +118,19 @@ TEST_F(ListControlTest, IteratorChangesTheListAndStaysFresh) {
 }
 
 TEST_F(ListControlTest, EveryChangeMakesIteratorsStale) {
-    const auto stale_after = [&](auto change) {
+    const std::function<void()> changes[] = {
+        [&] { control.append(&extra); },
+        [&] { control.insert(0, &extra); },
+        [&] { control.insertBefore(&extra, nullptr); },
+        [&] { control.insertAfter(&extra, nullptr); },
+        [&] { control.set(0, &extra); },
+        [&] { control.remove(0); },
+        [&] { control.appendArray(n.data(), 3, sizeof(int)); },
+        [&] { control.iterator()->insert(&extra); },
+        [&] { control.clear(); },
+        [&] { control.appendArrayCopy(n.data(), 3, sizeof(int)); },
+        [&] { control.freeAll(); }};
+    for (const auto& change : changes) {
         ASN1CSeqOfListIterator* it = control.iterator();
         it->next();
         change();
@@ -136,25 +138,10 @@ TEST_F(ListControlTest, EveryChangeMakesIteratorsStale) {
         EXPECT_EQ(it->getState(), rtStatusListChanged);
         EXPECT_EQ(it->prev(), nullptr);
         EXPECT_EQ(it->getState(), rtStatusListChanged);
-        return it->remove() == rtStatusListChanged && it->set(&extra) == rtStatusListChanged &&
-               it->insert(&extra) == rtStatusListChanged;
-    };
-    EXPECT_TRUE(stale_after([&] { control.append(&extra); }));
-    EXPECT_TRUE(stale_after([&] { control.insert(0, &extra); }));
-    EXPECT_TRUE(stale_after([&] { control.insertBefore(&extra, nullptr); }));
-    EXPECT_TRUE(stale_after([&] { control.insertAfter(&extra, nullptr); }));
-    EXPECT_TRUE(stale_after([&] { control.set(0, &extra); }));
-    EXPECT_TRUE(stale_after([&] { control.remove(0); }));
-    EXPECT_TRUE(stale_after([&] { control.appendArray(n.data(), 3, sizeof(int)); }));
-    EXPECT_TRUE(stale_after([&] { control.appendArrayCopy(n.data(), 3, sizeof(int)); }));
-    EXPECT_TRUE(stale_after([&] {
-        ASN1CSeqOfListIterator* other = control.iterator();
-        other->next();
-        other->remove();
-    }));
-    EXPECT_TRUE(stale_after([&] { control.clear(); }));
-    control.appendArrayCopy(n.data(), 3, sizeof(int));
-    EXPECT_TRUE(stale_after([&] { control.freeAll(); }));
+        EXPECT_EQ(it->remove(), rtStatusListChanged);
+        EXPECT_EQ(it->set(&extra), rtStatusListChanged);
+        EXPECT_EQ(it->insert(&extra), rtStatusListChanged);
+    }
 }
 
 TEST_F(ListControlTest, WithoutMemory) {
