@@ -21,8 +21,8 @@ std::string digits(std::int64_t count) {
     return text;
 }
 
-constexpr std::int64_t digits_of_2048_bits = 616;
-constexpr std::int64_t hex_digits_of_2048_bits = 512;
+constexpr std::int64_t kDigitsOf2048Bits = 616;
+constexpr std::int64_t kHexDigitsOf2048Bits = 512;
 
 void parse_chronoseal(benchmark::State& state, int radix) {
     const std::string text = digits(state.range(0));
@@ -82,17 +82,17 @@ void write_openssl(benchmark::State& state, int (*parse)(BIGNUM**, const char*),
     BN_free(number);
 }
 
-BENCHMARK_CAPTURE(parse_chronoseal, decimal, 10)->Arg(digits_of_2048_bits)->Arg(rtMaxDecimalDigits);
+BENCHMARK_CAPTURE(parse_chronoseal, decimal, 10)->Arg(kDigitsOf2048Bits)->Arg(rtMaxDecimalDigits);
 BENCHMARK_CAPTURE(parse_openssl, decimal, BN_dec2bn)
-    ->Arg(digits_of_2048_bits)
+    ->Arg(kDigitsOf2048Bits)
     ->Arg(rtMaxDecimalDigits);
-BENCHMARK_CAPTURE(parse_chronoseal, hexadecimal, 16)->Arg(hex_digits_of_2048_bits);
-BENCHMARK_CAPTURE(parse_openssl, hexadecimal, BN_hex2bn)->Arg(hex_digits_of_2048_bits);
-BENCHMARK_CAPTURE(write_chronoseal, decimal, 10)->Arg(digits_of_2048_bits)->Arg(rtMaxDecimalDigits);
+BENCHMARK_CAPTURE(parse_chronoseal, hexadecimal, 16)->Arg(kHexDigitsOf2048Bits);
+BENCHMARK_CAPTURE(parse_openssl, hexadecimal, BN_hex2bn)->Arg(kHexDigitsOf2048Bits);
+BENCHMARK_CAPTURE(write_chronoseal, decimal, 10)->Arg(kDigitsOf2048Bits)->Arg(rtMaxDecimalDigits);
 BENCHMARK_CAPTURE(write_openssl, decimal, BN_dec2bn, BN_bn2dec)
-    ->Arg(digits_of_2048_bits)
+    ->Arg(kDigitsOf2048Bits)
     ->Arg(rtMaxDecimalDigits);
-BENCHMARK_CAPTURE(write_chronoseal, hexadecimal, 16)->Arg(hex_digits_of_2048_bits);
-BENCHMARK_CAPTURE(write_openssl, hexadecimal, BN_hex2bn, BN_bn2hex)->Arg(hex_digits_of_2048_bits);
+BENCHMARK_CAPTURE(write_chronoseal, hexadecimal, 16)->Arg(kHexDigitsOf2048Bits);
+BENCHMARK_CAPTURE(write_openssl, hexadecimal, BN_hex2bn, BN_bn2hex)->Arg(kHexDigitsOf2048Bits);
 
 } // namespace

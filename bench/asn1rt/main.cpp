@@ -15,11 +15,13 @@ public:
         for (const Run& run : runs) {
             const std::string name = run.run_name.function_name;
             const std::size_t library = name.rfind('_');
-            if (run.error_occurred || library == std::string::npos)
+            if (run.error_occurred || library == std::string::npos) {
                 continue;
+            }
             std::string row = name.substr(0, library);
-            if (!run.run_name.args.empty())
+            if (!run.run_name.args.empty()) {
                 row += "/" + run.run_name.args;
+            }
             times_[row][name.substr(library + 1)] = run.GetAdjustedCPUTime();
         }
         ConsoleReporter::ReportRuns(runs);
@@ -30,15 +32,17 @@ public:
                     "libtasn1");
         for (const auto& [row, times] : times_) {
             const auto ours = times.find("chronoseal");
-            if (ours == times.end() || times.size() < 2)
+            if (ours == times.end() || times.size() < 2) {
                 continue;
+            }
             std::printf("%-36s", row.c_str());
             for (const char* library : {"openssl", "libtasn1"}) {
                 const auto theirs = times.find(library);
-                if (theirs == times.end())
+                if (theirs == times.end()) {
                     std::printf(" %10s", "-");
-                else
+                } else {
                     std::printf(" %10.2f", theirs->second / ours->second);
+                }
             }
             std::printf("\n");
         }
@@ -53,8 +57,9 @@ private:
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
+    }
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;

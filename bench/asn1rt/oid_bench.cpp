@@ -13,7 +13,7 @@ namespace {
 
 struct Der {
     Der() {
-        ASN1_OBJECT* object = OBJ_txt2obj(oid_text, 1);
+        ASN1_OBJECT* object = OBJ_txt2obj(kOidText, 1);
         unsigned char* at = bytes;
         length = i2d_ASN1_OBJECT(object, &at);
         ASN1_OBJECT_free(object);
@@ -29,7 +29,7 @@ void oid_text_to_der_chronoseal(benchmark::State& state) {
     for (auto _ : state) {
         ASN1OBJID oid;
         xe_setp(&ctxt, out, sizeof out);
-        benchmark::DoNotOptimize(rtStrToOid(oid_text, &oid));
+        benchmark::DoNotOptimize(rtStrToOid(kOidText, &oid));
         benchmark::DoNotOptimize(xe_objid(&ctxt, &oid, 1));
     }
     rtFreeContext(&ctxt);
@@ -38,7 +38,7 @@ BENCHMARK(oid_text_to_der_chronoseal);
 
 void oid_text_to_der_openssl(benchmark::State& state) {
     for (auto _ : state) {
-        ASN1_OBJECT* object = OBJ_txt2obj(oid_text, 1);
+        ASN1_OBJECT* object = OBJ_txt2obj(kOidText, 1);
         unsigned char out[256];
         unsigned char* at = out;
         benchmark::DoNotOptimize(i2d_ASN1_OBJECT(object, &at));
@@ -76,7 +76,7 @@ BENCHMARK(oid_der_to_text_openssl);
 
 void oid_compare_chronoseal(benchmark::State& state) {
     ASN1OBJID a;
-    rtStrToOid(oid_text, &a);
+    rtStrToOid(kOidText, &a);
     const ASN1OBJID b = a;
     for (auto _ : state) {
         unsigned char equal = 1;
@@ -86,8 +86,8 @@ void oid_compare_chronoseal(benchmark::State& state) {
 BENCHMARK(oid_compare_chronoseal);
 
 void oid_compare_openssl(benchmark::State& state) {
-    ASN1_OBJECT* a = OBJ_txt2obj(oid_text, 1);
-    ASN1_OBJECT* b = OBJ_txt2obj(oid_text, 1);
+    ASN1_OBJECT* a = OBJ_txt2obj(kOidText, 1);
+    ASN1_OBJECT* b = OBJ_txt2obj(kOidText, 1);
     for (auto _ : state) {
         benchmark::DoNotOptimize(OBJ_cmp(a, b));
     }

@@ -12,7 +12,7 @@ void oid_text_to_der_libtasn1(benchmark::State& state) {
     for (auto _ : state) {
         unsigned char out[256];
         int size = sizeof out;
-        benchmark::DoNotOptimize(asn1_object_id_der(oid_text, out, &size, 0));
+        benchmark::DoNotOptimize(asn1_object_id_der(kOidText, out, &size, 0));
     }
 }
 BENCHMARK(oid_text_to_der_libtasn1);
@@ -20,7 +20,7 @@ BENCHMARK(oid_text_to_der_libtasn1);
 void oid_der_to_text_libtasn1(benchmark::State& state) {
     unsigned char der[128];
     int length = sizeof der;
-    if (asn1_object_id_der(oid_text, der, &length, 0) != ASN1_SUCCESS) {
+    if (asn1_object_id_der(kOidText, der, &length, 0) != ASN1_SUCCESS) {
         std::abort();
     }
     for (auto _ : state) {

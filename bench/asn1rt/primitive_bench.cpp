@@ -24,8 +24,9 @@ struct Context : ASN1CTXT {
 };
 
 void require(bool good) {
-    if (!good)
+    if (!good) {
         std::abort();
+    }
 }
 
 void context_chronoseal(benchmark::State& state) {
@@ -129,21 +130,21 @@ ASN1_OCTET_STRING* octets_of(std::size_t size) {
 // One row: a case of each library in both directions.
 template <typename Encode, typename Decode, typename T>
 void add_row(const std::string& name, Encode encode, Decode decode, T* value,
-             int (*theirEncode)(const T*, unsigned char**),
-             T* (*theirDecode)(T**, const unsigned char**, long), void (*release)(T*)) {
+             int (*their_encode)(const T*, unsigned char**),
+             T* (*their_decode)(T**, const unsigned char**, long), void (*release)(T*)) {
     benchmark::RegisterBenchmark((name + "_encode_chronoseal").c_str(),
                                  [=](auto& state) { encode_chronoseal(state, encode); });
     benchmark::RegisterBenchmark((name + "_encode_openssl").c_str(),
-                                 [=](auto& state) { encode_openssl(state, value, theirEncode); });
+                                 [=](auto& state) { encode_openssl(state, value, their_encode); });
     benchmark::RegisterBenchmark((name + "_decode_chronoseal").c_str(),
                                  [=](auto& state) { decode_chronoseal(state, encode, decode); });
     benchmark::RegisterBenchmark((name + "_decode_openssl").c_str(), [=](auto& state) {
-        decode_openssl(state, value, theirEncode, theirDecode, release);
+        decode_openssl(state, value, their_encode, their_decode, release);
     });
 }
 
 void add_octets(const std::string& name, std::size_t size) {
-    static const Bytes bytes(large_octets, 0x5A);
+    static const Bytes bytes(kLargeOctets, 0x5A);
     const auto encode = [size](ASN1CTXT* c) {
         return xe_octstr(c, bytes.data(), static_cast<std::uint32_t>(size), 1);
     };
@@ -159,7 +160,7 @@ void add_octets(const std::string& name, std::size_t size) {
 
 void add_integers() {
     const auto number = [](ASN1CTXT* c) {
-        const int value = small_integer;
+        const int value = kSmallInteger;
         return xe_integer(c, &value, 1);
     };
     const auto read = [](ASN1CTXT* c) {
@@ -169,18 +170,18 @@ void add_integers() {
         return static_cast<const void*>(nullptr);
     };
     ASN1_INTEGER* value = ASN1_INTEGER_new();
-    ASN1_INTEGER_set(value, small_integer);
+    ASN1_INTEGER_set(value, kSmallInteger);
     add_row("integer_32", number, read, value, i2d_ASN1_INTEGER, d2i_ASN1_INTEGER,
             ASN1_INTEGER_free);
 
     static const std::string text = "0x0" + large_integer();
     const auto big = [](ASN1CTXT* c) { return xe_bigint(c, text.c_str(), 1); };
-    const auto readBig = [](ASN1CTXT* c) {
+    const auto read_big = [](ASN1CTXT* c) {
         const char* digits = nullptr;
         xd_bigint(c, &digits, 1, 0);
         return static_cast<const void*>(digits);
     };
-    add_row("integer_2048", big, readBig, integer_of(large_integer().c_str()), i2d_ASN1_INTEGER,
+    add_row("integer_2048", big, read_big, integer_of(large_integer().c_str()), i2d_ASN1_INTEGER,
             d2i_ASN1_INTEGER, ASN1_INTEGER_free);
 }
 
@@ -208,28 +209,28 @@ void add_oid() {
         benchmark::DoNotOptimize(&read);
         return static_cast<const void*>(nullptr);
     };
-    add_row("oid_7_arcs", encode, decode, OBJ_txt2obj(small_oid, 1), i2d_ASN1_OBJECT,
+    add_row("oid_7_arcs", encode, decode, OBJ_txt2obj(kSmallOid, 1), i2d_ASN1_OBJECT,
             d2i_ASN1_OBJECT, ASN1_OBJECT_free);
 }
 
 void add_texts() {
-    const auto encode = [](ASN1CTXT* c) { return xe_charstr(c, short_text, 1, 12); };
+    const auto encode = [](ASN1CTXT* c) { return xe_charstr(c, kShortText, 1, 12); };
     const auto decode = [](ASN1CTXT* c) {
         const char* text = nullptr;
         xd_charstr(c, &text, 1, 12, 0);
         return static_cast<const void*>(text);
     };
     ASN1_UTF8STRING* value = ASN1_UTF8STRING_new();
-    ASN1_STRING_set(value, short_text, -1);
+    ASN1_STRING_set(value, kShortText, -1);
     add_row("utf8_text", encode, decode, value, i2d_ASN1_UTF8STRING, d2i_ASN1_UTF8STRING,
             ASN1_UTF8STRING_free);
 
     static std::vector<std::uint16_t> characters(40, 0x41);
-    const auto encodeWide = [](ASN1CTXT* c) {
+    const auto encode_wide = [](ASN1CTXT* c) {
         const ASN1TBMPText text{40, characters.data()};
         return xe_16BitCharStr(c, &text, 1, 30);
     };
-    const auto decodeWide = [](ASN1CTXT* c) {
+    const auto decode_wide = [](ASN1CTXT* c) {
         ASN1TBMPText text{};
         xd_16BitCharStr(c, &text, 1, 30, 0);
         return static_cast<const void*>(text.data);
@@ -237,7 +238,7 @@ void add_texts() {
     ASN1_BMPSTRING* wide = ASN1_BMPSTRING_new();
     const Bytes bytes(80, 0x41);
     ASN1_STRING_set(wide, bytes.data(), 80);
-    add_row("bmp_text", encodeWide, decodeWide, wide, i2d_ASN1_BMPSTRING, d2i_ASN1_BMPSTRING,
+    add_row("bmp_text", encode_wide, decode_wide, wide, i2d_ASN1_BMPSTRING, d2i_ASN1_BMPSTRING,
             ASN1_BMPSTRING_free);
 }
 
@@ -263,7 +264,7 @@ void add_boolean() {
     add_oid();
     add_bits();
     add_octets("octets_20", 20);
-    add_octets("octets_64k", large_octets);
+    add_octets("octets_64k", kLargeOctets);
     add_texts();
     return true;
 }();

@@ -14,8 +14,9 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 void require(bool good) {
-    if (!good)
+    if (!good) {
         std::abort();
+    }
 }
 
 // Tag and length, and the contents behind them.
@@ -40,10 +41,10 @@ void add_row(const std::string& name, unsigned type, const Bytes& contents) {
         const unsigned length = write(type, contents, der.data());
         Bytes value(contents.size() + 1);
         for (auto _ : state) {
-            unsigned char tagClass = 0;
+            unsigned char tag_class = 0;
             int header = 0;
             unsigned long tag = 0;
-            require(asn1_get_tag_der(der.data(), static_cast<int>(length), &tagClass, &header,
+            require(asn1_get_tag_der(der.data(), static_cast<int>(length), &tag_class, &header,
                                      &tag) == ASN1_SUCCESS);
             int octets = 0;
             const long size = asn1_get_length_der(der.data() + header,
@@ -60,13 +61,13 @@ void add_oid() {
         for (auto _ : state) {
             unsigned char out[64];
             int size = sizeof out;
-            benchmark::DoNotOptimize(asn1_object_id_der(small_oid, out, &size, 0));
+            benchmark::DoNotOptimize(asn1_object_id_der(kSmallOid, out, &size, 0));
         }
     });
     benchmark::RegisterBenchmark("oid_7_arcs_decode_libtasn1", [](benchmark::State& state) {
         unsigned char der[64];
         int length = sizeof der;
-        require(asn1_object_id_der(small_oid, der, &length, 0) == ASN1_SUCCESS);
+        require(asn1_object_id_der(kSmallOid, der, &length, 0) == ASN1_SUCCESS);
         for (auto _ : state) {
             char text[64];
             int used = 0;
@@ -83,9 +84,9 @@ void add_oid() {
     large[0] = 0;
     add_row("integer_2048", ASN1_ETYPE_INTEGER, large);
     add_row("octets_20", ASN1_ETYPE_OCTET_STRING, Bytes(20, 0x5A));
-    add_row("octets_64k", ASN1_ETYPE_OCTET_STRING, Bytes(large_octets, 0x5A));
+    add_row("octets_64k", ASN1_ETYPE_OCTET_STRING, Bytes(kLargeOctets, 0x5A));
     add_row("utf8_text", ASN1_ETYPE_UTF8_STRING,
-            Bytes(short_text, short_text + std::strlen(short_text)));
+            Bytes(kShortText, kShortText + std::strlen(kShortText)));
     add_oid();
     return true;
 }();

@@ -21,8 +21,9 @@ struct Context : ASN1CTXT {
 };
 
 void require(bool good) {
-    if (!good)
+    if (!good) {
         std::abort();
+    }
 }
 
 int write(ASN1CTXT* ctxt, std::int64_t count) {

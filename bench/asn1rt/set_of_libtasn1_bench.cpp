@@ -18,8 +18,9 @@ const asn1_static_node set_of_definitions[] = {{"T", 536875024, nullptr},
                                                {nullptr, 0, nullptr}};
 
 void require(int status) {
-    if (status != ASN1_SUCCESS)
+    if (status != ASN1_SUCCESS) {
         std::abort();
+    }
 }
 
 asn1_node definitions() {

@@ -132,11 +132,11 @@ void check_data(Number& number) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-    static constexpr int radixes[] = {0, 2, 8, 10, 16, 7};
+    static constexpr int kRadixes[] = {0, 2, 8, 10, 16, 7};
     if (size == 0 || size > 20000) {
         return 0;
     }
-    const int radix = radixes[data[0] % std::size(radixes)];
+    const int radix = kRadixes[data[0] % std::size(kRadixes)];
     const std::string input(reinterpret_cast<const char*>(data + 1), size - 1);
     const std::string text = input.c_str();
     Number number;

@@ -12,8 +12,9 @@
 namespace {
 
 void require(bool holds) {
-    if (!holds)
+    if (!holds) {
         std::abort();
+    }
 }
 
 struct Context : ASN1CTXT {
@@ -37,8 +38,9 @@ std::size_t joined(const rtDList& list, const std::uint8_t* data, std::size_t si
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0 || size > 65536)
+    if (size == 0 || size > 65536) {
         return 0;
+    }
     for (const std::uint16_t flags : {std::uint16_t{0}, ctxFlagNoCopy}) {
         Context ctxt;
         rtInitContextBuffer(&ctxt, data, static_cast<std::uint32_t>(size));
@@ -56,11 +58,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const int written = xe_OpenTypeExt(&out, &list);
         // Only what ends with the message, without its own end, is kept as it is and not written
         // again.
-        if (written >= 0)
+        if (written >= 0) {
             require(static_cast<std::size_t>(written) == length &&
                     std::memcmp(xe_getp(&out), data, length) == 0);
-        else
+        } else {
             require(status != 0 || written == -2);
+        }
         rtMemFreeOpenSeqExt(&ctxt, &copy);
         require(copy.count == 0);
         rtDList known{};

@@ -19,8 +19,9 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 void require(bool holds) {
-    if (!holds)
+    if (!holds) {
         std::abort();
+    }
 }
 
 struct Context : ASN1CTXT {
@@ -77,12 +78,14 @@ void plain_number(const Bytes& bytes, int (*decode)(ASN1CTXT*, T*, ASN1TagType, 
 template <typename T>
 Bytes openssl(const Bytes& bytes, std::uint32_t tag, T* (*decode)(T**, const unsigned char**, long),
               int (*encode)(const T*, unsigned char**), void (*release)(T*)) {
-    if (bytes[0] != tag || (bytes.size() > 1 && bytes[1] > 0x84))
+    if (bytes[0] != tag || (bytes.size() > 1 && bytes[1] > 0x84)) {
         return {};
+    }
     const unsigned char* at = bytes.data();
     T* value = decode(nullptr, &at, static_cast<long>(bytes.size()));
-    if (value == nullptr)
+    if (value == nullptr) {
         return {};
+    }
     Bytes result(static_cast<std::size_t>(std::max(encode(value, nullptr), 0)));
     unsigned char* out = result.data();
     encode(value, &out);
@@ -97,20 +100,23 @@ void big_integer(const Bytes& bytes) {
         [&](ASN1CTXT* c) {
             const char* text = nullptr;
             const int status = xd_bigint(c, &text, 1, 0);
-            if (status == 0)
+            if (status == 0) {
                 kept = text;
+            }
             return status;
         },
         [&](ASN1CTXT* c) { return xe_bigint(c, kept.c_str(), 1); });
     const Bytes theirs =
         openssl(bytes, rtTagInteger, d2i_ASN1_INTEGER, i2d_ASN1_INTEGER, ASN1_INTEGER_free);
-    if (!theirs.empty())
+    if (!theirs.empty()) {
         require(ours == theirs);
+    }
     int small = 0;
     Context ctxt;
     ctxt.read(bytes);
-    if (xd_integer(&ctxt, &small, 1, 0) == 0)
+    if (xd_integer(&ctxt, &small, 1, 0) == 0) {
         require(write([&](ASN1CTXT* c) { return xe_integer(c, &small, 1); }) == ours);
+    }
 }
 
 // Whether each sub-identifier has at most 28 bits, so that nothing falls off.
@@ -118,8 +124,9 @@ bool has_small_arcs(const Bytes& contents) {
     std::size_t run = 0;
     for (const unsigned char byte : contents) {
         run = (byte & 0x80) != 0 ? run + 1 : 0;
-        if (run > 3)
+        if (run > 3) {
             return false;
+        }
     }
     return true;
 }
@@ -133,8 +140,9 @@ void object_id(const Bytes& bytes) {
         [&](ASN1CTXT* c) { return oid.subid[1] > UINT32_MAX - 80 ? 0 : xe_objid(c, &oid, 1); });
     const Bytes theirs =
         openssl(bytes, rtTagObjectId, d2i_ASN1_OBJECT, i2d_ASN1_OBJECT, ASN1_OBJECT_free);
-    if (!theirs.empty() && theirs.size() < 100 && has_small_arcs(theirs))
+    if (!theirs.empty() && theirs.size() < 100 && has_small_arcs(theirs)) {
         require(ours == theirs);
+    }
 }
 
 void octet_string(const Bytes& bytes) {
@@ -148,8 +156,9 @@ void octet_string(const Bytes& bytes) {
             const unsigned char* data = nullptr;
             std::uint32_t count = 0;
             const int status = xd_octstr(c, &data, &count, 1, 0);
-            if (status == 0)
+            if (status == 0) {
                 kept.assign(data, data + count);
+            }
             return status;
         };
     };
@@ -157,8 +166,9 @@ void octet_string(const Bytes& bytes) {
     require(round_trip(bytes, decode(ctxFlagNoCopy), encode) == ours);
     const Bytes theirs = openssl(bytes, rtTagOctetString, d2i_ASN1_OCTET_STRING,
                                  i2d_ASN1_OCTET_STRING, ASN1_OCTET_STRING_free);
-    if (!theirs.empty())
+    if (!theirs.empty()) {
         require(ours == theirs);
+    }
     Context ctxt;
     ctxt.read(bytes);
     Bytes fixed(16);
@@ -190,9 +200,10 @@ void bit_string(const Bytes& bytes) {
     // agree.
     if (theirs != nullptr && theirs->length > 0 && bytes[0] == rtTagBitString && bytes[1] <= 0x84) {
         require(!ours.empty() && static_cast<int>(kept.size()) == theirs->length);
-        for (std::uint32_t i = 0; i < bits; ++i)
+        for (std::uint32_t i = 0; i < bits; ++i) {
             require(((kept[i / 8] >> (7 - i % 8)) & 1) ==
                     ASN1_BIT_STRING_get_bit(theirs, static_cast<int>(i)));
+        }
     }
     ASN1_BIT_STRING_free(theirs);
     Context ctxt;
@@ -201,8 +212,9 @@ void bit_string(const Bytes& bytes) {
     Bytes fixed(4);
     bits = 32;
     const int length = static_cast<int>(bytes.size());
-    if (xd_bitstr_s(&ctxt, fixed.data(), &bits, 0, length) == 0)
+    if (xd_bitstr_s(&ctxt, fixed.data(), &bits, 0, length) == 0) {
         require(bits <= 32);
+    }
 }
 
 void texts(const Bytes& bytes) {
@@ -249,8 +261,9 @@ void texts(const Bytes& bytes) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size > 65536)
+    if (size > 65536) {
         return 0;
+    }
     // One byte more keeps data() from being null; the readers aren't told of it.
     Bytes bytes;
     bytes.reserve(size + 1);
@@ -258,10 +271,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     unsigned char truth = 0;
     Context ctxt;
     ctxt.read(bytes);
-    if (size != 0 && xd_boolean(&ctxt, &truth, 1, 0) == 0)
+    if (size != 0 && xd_boolean(&ctxt, &truth, 1, 0) == 0) {
         require(write([&](ASN1CTXT* c) { return xe_boolean(c, &truth, 1); }).size() == 3);
-    if (size == 0)
+    }
+    if (size == 0) {
         return 0;
+    }
     plain_number<int>(bytes, xd_integer, xe_integer);
     plain_number<int>(bytes, xd_enum, xe_enum);
     plain_number<unsigned int>(bytes, xd_unsigned, xe_unsigned);

@@ -13,8 +13,9 @@
 namespace {
 
 void require(bool holds) {
-    if (!holds)
+    if (!holds) {
         std::abort();
+    }
 }
 
 struct Reader : ASN1CTXT {
@@ -28,17 +29,18 @@ struct Reader : ASN1CTXT {
 void agrees_with_openssl(const std::uint8_t* data, std::size_t size, std::uint32_t tag, int length,
                          std::uint32_t header) {
     const unsigned char* at = data;
-    long theirLength = 0;
+    long their_length = 0;
     int number = 0;
-    int theirClass = 0;
+    int their_class = 0;
     const int flags =
-        ASN1_get_object(&at, &theirLength, &number, &theirClass, static_cast<long>(size));
-    if ((flags & 0x80) != 0)
+        ASN1_get_object(&at, &their_length, &number, &their_class, static_cast<long>(size));
+    if ((flags & 0x80) != 0) {
         return;
+    }
     require(static_cast<std::uint32_t>(number) == (tag & rtTagNumberMask));
-    require((static_cast<std::uint32_t>(theirClass) & 0xC0) == (tag >> 24 & 0xC0));
+    require((static_cast<std::uint32_t>(their_class) & 0xC0) == (tag >> 24 & 0xC0));
     require(((flags & V_ASN1_CONSTRUCTED) != 0) == ((tag & rtTagConstructed) != 0));
-    require((flags & 1) != 0 ? length == rtIndefiniteLength : length == theirLength);
+    require((flags & 1) != 0 ? length == rtIndefiniteLength : length == their_length);
     require(static_cast<std::uint32_t>(at - data) == header);
 }
 
@@ -50,10 +52,10 @@ void survives_rewriting(std::uint32_t tag, int length) {
     const unsigned char* header = xe_getp(&ctxt);
     Reader again(header, 63U - static_cast<std::uint32_t>(header - ctxt.bufData));
     again.flags = ctxFlagNoLengthCheck;
-    std::uint32_t tagAgain = 0;
-    int lengthAgain = 0;
-    require(xd_tag_len(&again, &tagAgain, &lengthAgain, xdAdvance) == 0);
-    require(tagAgain == tag && lengthAgain == length);
+    std::uint32_t tag_again = 0;
+    int length_again = 0;
+    require(xd_tag_len(&again, &tag_again, &length_again, xdAdvance) == 0);
+    require(tag_again == tag && length_again == length);
     require(again.bufIndex == again.bufSize);
     rtFreeContext(&ctxt);
 }
@@ -61,8 +63,9 @@ void survives_rewriting(std::uint32_t tag, int length) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0 || size > 65536)
+    if (size == 0 || size > 65536) {
         return 0;
+    }
     std::uint32_t tag = 0;
     int length = 0;
     Reader ctxt(data, size);
@@ -80,17 +83,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     for (const int options : {0, 1, 2, 3, 8, 9, 10, 11}) {
         rtInitContextBuffer(&ctxt, data, static_cast<std::uint32_t>(size));
-        for (int i = 0; i < 4 && xd_match(&ctxt, data[size - 1], &length, options) == 0; ++i)
+        for (int i = 0; i < 4 && xd_match(&ctxt, data[size - 1], &length, options) == 0; ++i) {
             require(ctxt.bufIndex <= size);
+        }
         require(ctxt.bufIndex <= size);
     }
     rtInitContextBuffer(&ctxt, data, static_cast<std::uint32_t>(size));
     std::uint32_t count = 0;
-    if (xd_count(&ctxt, static_cast<int>(size), &count) == 0)
+    if (xd_count(&ctxt, static_cast<int>(size), &count) == 0) {
         require(ctxt.bufIndex == 0 && count <= size / 2);
+    }
     rtInitContextBuffer(&ctxt, data, static_cast<std::uint32_t>(size));
     int contents = 0;
-    if (xd_consStrIndefLenAndSize(&ctxt, 0x20000004, &contents, &length) == 0)
+    if (xd_consStrIndefLenAndSize(&ctxt, 0x20000004, &contents, &length) == 0) {
         require(contents <= length && length <= static_cast<int>(size));
+    }
     return 0;
 }

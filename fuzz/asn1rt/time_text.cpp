@@ -25,9 +25,9 @@ void require(bool condition) {
 }
 
 int days_of(int year, int month) {
-    static constexpr int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-    return days[month - 1] + (month == 2 && leap ? 1 : 0);
+    return kDays[month - 1] + (month == 2 && leap ? 1 : 0);
 }
 
 // The text with zeros behind it, so that fixed places can be read whatever its length.

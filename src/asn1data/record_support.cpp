@@ -23,6 +23,27 @@ void orThrow(int copied) {
     }
 }
 
+// Where the contents of an element start, and their length. Its header has been read before.
+ElementLocation contentsAt(const ASN1CTXT& ctx, std::uint32_t at) {
+    const unsigned char* const bytes = ctx.bufData;
+    if ((bytes[at++] & 0x1F) == 0x1F) {
+        while ((bytes[at++] & 0x80) != 0) {
+        }
+    }
+    const unsigned char first = bytes[at++];
+    if (first == 0x80) {
+        return {at, rtIndefiniteLength};
+    }
+    std::uint32_t length = first;
+    if (first > 0x80) {
+        const std::uint32_t behind = at + (first & 0x7F);
+        for (length = 0; at != behind; ++at) {
+            length = length << 8 | bytes[at];
+        }
+    }
+    return {at, static_cast<std::int32_t>(length)};
+}
+
 } // namespace
 
 int violated(ASN1CTXT* ctx, const char* path, std::int64_t value) {
@@ -64,8 +85,17 @@ int enter(ASN1CTXT* ctx, std::uint32_t tag, int* length) {
     return xd_match1(ctx, static_cast<unsigned char>((tag >> 24) | number), length);
 }
 
-int leave(ASN1CTXT* ctx, int length) {
-    return length == rtIndefiniteLength ? xd_matchEoc(ctx) : 0;
+int ElementEnd::after(int status) const {
+    if (status != 0) {
+        return status;
+    }
+    const ElementLocation contents =
+        whole_ ? contentsAt(*ctx_, start_) : ElementLocation{start_, length_};
+    if (contents.length == rtIndefiniteLength) {
+        return xd_matchEoc(ctx_);
+    }
+    const std::int64_t read = std::int64_t{ctx_->bufIndex} - contents.start;
+    return read == contents.length ? 0 : failed(ctx_, rtStatusInvalidLength);
 }
 
 SortedElements::SortedElements(ASN1CTXT* ctx) : ctx_(ctx) {

@@ -42,24 +42,27 @@ int enter(ASN1CTXT* ctx, int* length);
 /// Matches a tag in front of a mandatory element; -3 for another one.
 int enter(ASN1CTXT* ctx, std::uint32_t tag, int* length);
 
-/// Behind what an explicit tag of this length holds: an indefinite length is closed by its
-/// end-of-contents.
-int leave(ASN1CTXT* ctx, int length);
-
-/// Around the decoder of a SEQUENCE, SET or list with its own tag, which leaves the cursor on the
-/// end-of-contents of an indefinite length: `ElementEnd(ctx).after(asn1D_X(...))` steps over it.
-/// Made before the decoder runs.
+/// What an element has to end with: `ElementEnd(ctx).after(asn1D_X(...))` around the decoder of a
+/// whole element, or with the length that a header told around the decoder of its contents. Made
+/// before the decoder runs.
 class ElementEnd {
 public:
-    explicit ElementEnd(ASN1CTXT* ctx) : ctx_(ctx), start_(ctx->bufIndex) {}
-    int after(int status) const {
-        const bool indefinite = status == 0 && ctx_->bufData[start_ + 1] == 0x80;
-        return indefinite ? xd_matchEoc(ctx_) : status;
-    }
+    /// The element starts at the cursor.
+    explicit ElementEnd(ASN1CTXT* ctx) : ctx_(ctx), start_(ctx->bufIndex), whole_(true) {}
+    /// Its contents do.
+    ElementEnd(ASN1CTXT* ctx, int length)
+        : ctx_(ctx), start_(ctx->bufIndex), length_(length), whole_(false) {}
+
+    /// A failure as it is. Otherwise 0 if an element of definite length has been read to its last
+    /// byte and no further (-5, latched), or if the end-of-contents of an indefinite one follows,
+    /// which is stepped over.
+    int after(int status) const;
 
 private:
     ASN1CTXT* ctx_;
     std::uint32_t start_;
+    int length_ = 0;
+    bool whole_;
 };
 
 inline int* asSigned(std::uint32_t* value) {
@@ -148,10 +151,11 @@ T* appended(ASN1CTXT* ctx, rtDList* list) {
     return static_cast<T*>(appendedElement(ctx, list, sizeof(T)));
 }
 
-/// Frees the block at `pointer` and clears it.
+/// Frees the block at `pointer` and clears it. Under ctxFlagNoCopy it may be a place in the
+/// message: then all that was decoded stays until the heap goes.
 template <class T>
 void release(ASN1CTXT* ctx, T*& pointer) {
-    if (rtMemHeapCheckPtr(&ctx->typeHeap, pointer)) {
+    if ((ctx->flags & ctxFlagNoCopy) == 0 && rtMemHeapCheckPtr(&ctx->typeHeap, pointer)) {
         rtMemHeapFreePtr(&ctx->typeHeap, pointer);
     }
     pointer = nullptr;

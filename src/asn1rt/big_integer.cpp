@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
 #include "asn1rt/limits.h"
 #include "asn1rt/status.h"
@@ -28,11 +29,11 @@ int fail(ASN1CTXT* ctxt, int status) {
     return rtErrSetData(&ctxt->errInfo, status);
 }
 
-constexpr std::uint8_t no_digit = 255;
+constexpr std::uint8_t kNoDigit = 255;
 
-constexpr std::array<std::uint8_t, 256> digit_values = [] {
+constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
     std::array<std::uint8_t, 256> values{};
-    values.fill(no_digit);
+    values.fill(kNoDigit);
     for (unsigned i = 0; i < 10; ++i) {
         values['0' + i] = static_cast<std::uint8_t>(i);
     }
@@ -42,9 +43,9 @@ constexpr std::array<std::uint8_t, 256> digit_values = [] {
     return values;
 }();
 
-// `no_digit`, which is above every radix, for any other character.
+// `kNoDigit`, which is above every radix, for any other character.
 int digit_value(char c) {
-    return digit_values[static_cast<unsigned char>(c)];
+    return kDigitValues[static_cast<unsigned char>(c)];
 }
 
 // The digits of a text, behind blanks, prefix and sign.
@@ -66,21 +67,16 @@ int select_radix(Digits& digits) {
 }
 
 bool set_capacity(ASN1CTXT* ctxt, rtBigInt* number, std::size_t octets) {
-    if (octets > static_cast<std::size_t>(rtMaxBlockSize)) {
-        return false;
-    }
-    const auto size = static_cast<std::int32_t>(octets);
-    if (number->allocated < size) {
-        void* block = number->dynamic != 0 ? rtMemHeapRealloc(&ctxt->typeHeap, number->mag, size)
-                                           : rtMemHeapAlloc(&ctxt->typeHeap, size);
+    if (octets > static_cast<std::size_t>(std::max(number->allocated, 0))) {
+        void* block = asn1rt::realloc(&ctxt->typeHeap, number->mag, number->dynamic != 0, octets);
         if (block == nullptr) {
             return false;
         }
         number->mag = static_cast<unsigned char*>(block);
-        number->allocated = size;
+        number->allocated = static_cast<std::int32_t>(octets);
         number->dynamic = 1;
     }
-    number->numocts = size;
+    number->numocts = static_cast<std::int32_t>(octets);
     return true;
 }
 
@@ -154,28 +150,28 @@ public:
         }
     }
 
-    static constexpr std::uint64_t divisor = 10'000'000'000'000'000'000U;
-    static constexpr int divisor_digits = 19;
+    static constexpr std::uint64_t kDivisor = 10'000'000'000'000'000'000U;
+    static constexpr int kDivisorDigits = 19;
 
     // this = this / divisor; the remainder. Two limbs by one with a reciprocal (Moeller and
     // Granlund, "Improved division by invariant integers", algorithm 4): the divisor has its top
     // bit set.
     std::uint64_t divide() {
-        constexpr auto reciprocal = static_cast<std::uint64_t>(~DoubleLimb{0} / divisor);
+        constexpr auto kReciprocal = static_cast<std::uint64_t>(~DoubleLimb{0} / kDivisor);
         std::uint64_t rest = 0;
         for (std::size_t i = count_; i-- > 0;) {
             const std::uint64_t limb = limbs_[i];
             const DoubleLimb guess =
-                DoubleLimb{reciprocal} * rest + (DoubleLimb{rest} << 64 | limb);
+                DoubleLimb{kReciprocal} * rest + (DoubleLimb{rest} << 64 | limb);
             std::uint64_t quotient = static_cast<std::uint64_t>(guess >> 64) + 1;
-            rest = limb - quotient * divisor;
+            rest = limb - quotient * kDivisor;
             if (rest > static_cast<std::uint64_t>(guess)) {
                 --quotient;
-                rest += divisor;
+                rest += kDivisor;
             }
-            if (rest >= divisor) {
+            if (rest >= kDivisor) {
                 ++quotient;
-                rest -= divisor;
+                rest -= kDivisor;
             }
             limbs_[i] = quotient;
         }
@@ -203,15 +199,15 @@ public:
     }
 
 private:
-    static constexpr std::size_t capacity = rtMaxDecimalOctets / 8;
+    static constexpr std::size_t kCapacity = rtMaxDecimalOctets / 8;
     static_assert(std::int64_t{rtMaxDecimalDigits} * 3402 / 8192 + 16 < rtMaxDecimalOctets);
 
-    std::uint64_t limbs_[capacity];
+    std::uint64_t limbs_[kCapacity];
     std::size_t count_ = 0;
 };
 
 int read_decimal(ASN1CTXT* ctxt, rtBigInt* number, Digits digits) {
-    constexpr std::uint64_t step_limit = 1'000'000'000'000'000'000; // 18 digits
+    constexpr std::uint64_t kStepLimit = 1'000'000'000'000'000'000; // 18 digits
     DecimalLimbs limbs;
     std::uint64_t factor = 1;
     std::uint64_t value = 0;
@@ -224,7 +220,7 @@ int read_decimal(ASN1CTXT* ctxt, rtBigInt* number, Digits digits) {
         factor *= static_cast<std::uint64_t>(byteRadix[10 / 2]);
         value = value * 100 + static_cast<std::uint64_t>(group);
         digits = {digits.text + length, digits.count - length};
-        if (factor == step_limit || digits.count == 0) {
+        if (factor == kStepLimit || digits.count == 0) {
             limbs.multiply_add(factor, value);
             factor = 1;
             value = 0;
@@ -372,7 +368,7 @@ void put_decimal(const rtBigInt* number, BackwardDigits& digits) {
         std::uint64_t rest = limbs.divide();
         // The topmost group is written without its leading zeros.
         for (int i = 0;
-             i < DecimalLimbs::divisor_digits && (rest != 0 || i == 0 || !limbs.is_zero());
+             i < DecimalLimbs::kDivisorDigits && (rest != 0 || i == 0 || !limbs.is_zero());
              ++i, rest /= 10) {
             digits.put(static_cast<char>('0' + rest % 10));
         }

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -49,40 +50,30 @@ protected:
 };
 
 TEST_F(BigIntegerTest, TextToTwosComplement) {
-    const struct {
-        const char* text;
-        const char* bytes;
-    } cases[] = {
-        {"0", "00"},
-        {"-0", "00"},
-        {"000", "00"},
-        {"0x0", "00"},
-        {"0b000", "00"},
-        {"0o0", "00"},
-        {"1", "01"},
-        {"127", "7F"},
-        {"128", "00 80"},
-        {"-128", "80"},
-        {"-129", "FF 7F"},
-        {"-1", "FF"},
-        {"-32768", "80 00"},
-        {"-32769", "FF 7F FF"},
-        {"-65536", "FF 00 00"},
-        {"  42", "2A"},
-        {"00042", "2A"},
-        {"18446744073709551615", "00 FF FF FF FF FF FF FF FF"},
-        {"18446744073709551616", "01 00 00 00 00 00 00 00 00"},
-        {"-9223372036854775808", "80 00 00 00 00 00 00 00"},
-        {"0o777", "01 FF"},
-        {"-0", "00"},
-        {"0x7F", "7F"},
-        {"0xabCD", "AB CD"},
-        {"0x1ff", "01 FF"},
-        {"0b101", "05"},
-        {"0b100000000", "01 00"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(data(c.text), bytes_of(c.bytes)) << c.text;
+    const std::map<const char*, std::vector<const char*>> texts{
+        {"00", {"0", "-0", "000", "0x0", "0b000", "0o0"}},
+        {"01", {"1", "0b1"}},
+        {"05", {"0b101"}},
+        {"2A", {"  42", "00042"}},
+        {"7F", {"127", "0x7F"}},
+        {"80", {"-128"}},
+        {"FF", {"-1"}},
+        {"00 80", {"128"}},
+        {"01 00", {"256", "0b100000000"}},
+        {"01 FF", {"0o777", "0x1ff"}},
+        {"80 00", {"-32768"}},
+        {"AB CD", {"0xabCD"}},
+        {"FF 7F", {"-129"}},
+        {"FF 7F FF", {"-32769"}},
+        {"FF 00 00", {"-65536"}},
+        {"80 00 00 00 00 00 00 00", {"-9223372036854775808"}},
+        {"00 FF FF FF FF FF FF FF FF", {"18446744073709551615"}},
+        {"01 00 00 00 00 00 00 00 00", {"18446744073709551616"}}};
+    for (const auto& [bytes, spelled] : texts) {
+        for (const char* text : spelled) {
+            EXPECT_EQ(data(text), bytes_of(bytes)) << text;
+        }
+    }
 }
 
 // A full first byte with its top bit set is a negative number, unless a zero stands in front of it.
@@ -111,23 +102,26 @@ TEST_F(BigIntegerTest, OctalKnowsNegativesByTheirSignOnly) {
 TEST_F(BigIntegerTest, RefusesMalformedText) {
     for (const char* text :
          {"",     "   ", "0x",    "0b",  "0o",  "-",    "--1",    "+",   "+42",  "12a",  "0xG",
-          "0x-1", "0b2", "0b012", "0o8", "1-5", "\t42", "1 2 3 ", "1.0", "0x 1", "4\xB2"})
+          "0x-1", "0b2", "0b012", "0o8", "1-5", "\t42", "1 2 3 ", "1.0", "0x 1", "4\xB2"}) {
         EXPECT_EQ(parse(text), rtStatusInvalidArgument) << text;
+    }
     EXPECT_EQ(parse("0x10", 16), rtStatusInvalidArgument) << "a given radix knows no prefix";
     EXPECT_EQ(parse("9", 8), rtStatusInvalidArgument);
-    for (const int radix : {1, 3, 7, 17, -2})
+    for (const int radix : {1, 3, 7, 17, -2}) {
         EXPECT_EQ(parse("1", radix), rtStatusNullArgument);
+    }
     EXPECT_EQ(rtBigIntSetStr(&ctxt, &number, nullptr, 0), rtStatusInvalidArgument);
 }
 
 // Decimal and octal digits go through strtoul in pairs, which takes a blank or a sign for the first
 // of the two. All pairs, against strtoul itself.
 TEST_F(BigIntegerTest, PairsOfDigitsAreReadAsStrtoulReadsThem) {
-    for (const int radix : {8, 10})
+    for (const int radix : {8, 10}) {
         for (int pair = 0x0101; pair <= 0xFFFF; ++pair) {
             const char group[] = {static_cast<char>(pair >> 8), static_cast<char>(pair), 0};
-            if (group[0] == 0 || group[1] == 0)
+            if (group[0] == 0 || group[1] == 0) {
                 continue;
+            }
             char* end = nullptr;
             const unsigned long value = std::strtoul(group, &end, radix);
             const bool taken = end == group + 2 && static_cast<long>(value) >= 0;
@@ -138,6 +132,7 @@ TEST_F(BigIntegerTest, PairsOfDigitsAreReadAsStrtoulReadsThem) {
                 ASSERT_EQ(text(10), std::to_string(base + value)) << "pair " << pair;
             }
         }
+    }
     EXPECT_EQ(parse("1+5"), 0);
     EXPECT_EQ(text(10), "105");
 }
@@ -166,6 +161,12 @@ TEST_F(BigIntegerTest, WritesAllRadixes) {
     char out[8];
     EXPECT_EQ(rtBigIntToString(&ctxt, &number, 7, out, sizeof out), rtStatusNullArgument);
     EXPECT_EQ(rtBigIntDigitsNum(&number, 7), 0);
+    parse("0x7FFFFF");
+    const int digits[] = {32, 10, 9, 8}; // (3 * 8192 + 8192) / 1024, 3072, 3402, 4096
+    const int radixes[] = {2, 8, 10, 16};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(rtBigIntDigitsNum(&number, radixes[i]), digits[i]);
+    }
 }
 
 TEST_F(BigIntegerTest, OutputThatIsTooSmallIsNotOverrun) {
@@ -209,8 +210,9 @@ TEST_F(BigIntegerTest, GrowsOutOfLentStorage) {
 
 TEST_F(BigIntegerTest, WithoutMemory) {
     const FailingAllocator none(0);
-    for (const char* text : {"1", "0o7", "0x11", "0b1"})
+    for (const char* text : {"1", "0o7", "0x11", "0b1"}) {
         EXPECT_EQ(parse(text), rtStatusNoMemory) << text;
+    }
 }
 
 TEST_F(BigIntegerTest, ComparesTextsAsNumbers) {

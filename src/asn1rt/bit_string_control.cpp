@@ -4,23 +4,44 @@
 
 #include <algorithm>
 #include <bit>
+#include <climits>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/bit_string_value.h"
 #include "asn1rt/status.h"
 
 namespace {
 
-constexpr std::uint32_t growth = 1024;
+constexpr std::uint32_t kGrowth = 1024;
 
 std::uint32_t bytes_for(std::uint32_t bits) {
     return bits / 8 + (bits % 8 != 0 ? 1 : 0);
+}
+
+// As many as can be counted: the last bit of 2^29 bytes can't.
+std::uint32_t bits_for(int bytes) {
+    const std::uint64_t bits = static_cast<std::uint64_t>(bytes) * 8;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(bits, UINT32_MAX));
 }
 
 // The byte at `index` of a string of `count` bits, without the bits behind them.
 unsigned char operand_byte(const unsigned char* bytes, std::uint32_t count, std::uint32_t index) {
     const std::uint32_t bits = count - index * 8;
     return static_cast<unsigned char>(bits >= 8 ? bytes[index] : bytes[index] & (0xFF00U >> bits));
+}
+
+int at_most_int(std::uint64_t count) {
+    return static_cast<int>(std::min<std::uint64_t>(count, INT_MAX));
+}
+
+template <typename T>
+T* required(ASN1CTXT* ctxt, std::uint64_t count) {
+    T* const block = asn1rt::alloc_latched<T>(ctxt, count);
+    if (block == nullptr) {
+        throw ASN1MessageBuffer::RTLError(rtStatusNoMemory);
+    }
+    return block;
 }
 
 } // namespace
@@ -57,29 +78,29 @@ ASN1CBitStr::ASN1CBitStr(ASN1Context& sharedContext, ASN1TDynBitStr& record)
 }
 
 ASN1CBitStr::ASN1CBitStr(const ASN1CBitStr& other) : ASN1CType(other) {
-    on_own(other.maxBits == unlimited ? 0 : other.maxBits);
+    on_own(other.maxBits == kUnlimited ? 0 : other.maxBits);
     copy_from(other);
 }
 
 ASN1CBitStr::ASN1CBitStr(const ASN1CBitStr& other, unsigned char extendable) : ASN1CType(other) {
-    on_own(extendable != 0 || other.maxBits == unlimited ? 0 : other.maxBits);
+    on_own(extendable != 0 || other.maxBits == kUnlimited ? 0 : other.maxBits);
     copy_from(other);
 }
 
 void ASN1CBitStr::on_own(std::uint32_t maxNumBits) {
-    units = &ownUnits;
-    numBits = &ownNumBits;
-    maxBits = maxNumBits == 0 ? unlimited : maxNumBits;
-    if (maxBits != unlimited) {
+    units = &own_units_;
+    numBits = &own_num_bits_;
+    maxBits = maxNumBits == 0 ? kUnlimited : maxNumBits;
+    if (maxBits != kUnlimited) {
         allocate((maxNumBits - 1) / 8 + 1);
     }
 }
 
 void ASN1CBitStr::on_array(unsigned char* bytes, std::uint32_t& count, std::uint32_t maxNumBits) {
-    ownUnits = bytes;
-    units = &ownUnits;
+    own_units_ = bytes;
+    units = &own_units_;
     numBits = &count;
-    maxBits = maxNumBits == 0 ? unlimited : maxNumBits;
+    maxBits = maxNumBits == 0 ? kUnlimited : maxNumBits;
     unitsAllocated = static_cast<int>(bytes_for(maxNumBits == 0 ? count : maxNumBits));
     unitsUsed = std::min(static_cast<int>(bytes_for(count)), unitsAllocated);
     shrink();
@@ -88,7 +109,7 @@ void ASN1CBitStr::on_array(unsigned char* bytes, std::uint32_t& count, std::uint
 void ASN1CBitStr::on_record(ASN1TDynBitStr& record) {
     units = const_cast<unsigned char**>(&record.data);
     numBits = &record.numbits;
-    maxBits = unlimited;
+    maxBits = kUnlimited;
     unitsAllocated = record.data != nullptr ? static_cast<int>(bytes_for(record.numbits)) : 0;
     unitsUsed = unitsAllocated;
     shrink();
@@ -97,7 +118,7 @@ void ASN1CBitStr::on_record(ASN1TDynBitStr& record) {
 void ASN1CBitStr::copy_from(const ASN1CBitStr& other) {
     const std::uint32_t wanted =
         std::max(bytes_for(*other.numBits), static_cast<std::uint32_t>(other.unitsUsed));
-    if (maxBits == unlimited && wanted > 0) {
+    if (maxBits == kUnlimited && wanted > 0) {
         allocate(wanted);
     }
     if (other.unitsUsed > 0) {
@@ -105,7 +126,7 @@ void ASN1CBitStr::copy_from(const ASN1CBitStr& other) {
     }
     unitsUsed = other.unitsUsed;
     // A count that goes beyond its limit isn't copied in full.
-    *numBits = std::min(*other.numBits, static_cast<std::uint32_t>(unitsAllocated) * 8);
+    *numBits = std::min(*other.numBits, bits_for(unitsAllocated));
 }
 
 int ASN1CBitStr::fail(int status) const {
@@ -114,7 +135,7 @@ int ASN1CBitStr::fail(int status) const {
 
 int ASN1CBitStr::check_index(std::uint32_t index) const {
     // The highest index can't be counted.
-    return index > maxBits || index == unlimited ? fail(rtStatusBitIndex) : rtStatusOk;
+    return index > maxBits || index == kUnlimited ? fail(rtStatusBitIndex) : rtStatusOk;
 }
 
 int ASN1CBitStr::check_range(std::uint32_t from, std::uint32_t to) const {
@@ -125,11 +146,9 @@ int ASN1CBitStr::check_range(std::uint32_t from, std::uint32_t to) const {
 }
 
 void ASN1CBitStr::allocate(std::uint32_t bytes) {
-    void* block = rtMemHeapAllocZ(&getCtxtPtr()->typeHeap, static_cast<std::int32_t>(bytes));
-    if (block == nullptr) {
-        throw ASN1MessageBuffer::RTLError(fail(rtStatusNoMemory));
-    }
-    *units = static_cast<unsigned char*>(block);
+    auto* block = required<unsigned char>(getCtxtPtr(), bytes);
+    std::memset(block, 0, bytes);
+    *units = block;
     unitsAllocated = static_cast<int>(bytes);
     isDynamic = true;
 }
@@ -137,12 +156,12 @@ void ASN1CBitStr::allocate(std::uint32_t bytes) {
 int ASN1CBitStr::checkCapacity(std::uint32_t bytes) {
     const auto used = static_cast<std::size_t>(unitsUsed);
     if (bytes > static_cast<std::uint32_t>(unitsAllocated)) {
-        if (maxBits != unlimited) {
+        if (maxBits != kUnlimited) {
             return fail(rtStatusInvalidLength);
         }
         unsigned char* const old = *units;
         const bool had_block = isDynamic;
-        allocate(bytes + growth);
+        allocate(bytes + kGrowth);
         if (used > 0) {
             std::memcpy(*units, old, used);
         }
@@ -166,7 +185,7 @@ void ASN1CBitStr::shrink() {
 
 void ASN1CBitStr::cut_count() {
     shrink();
-    *numBits = static_cast<std::uint32_t>(length());
+    *numBits = static_cast<std::uint32_t>(std::min<std::uint64_t>(bits_in_use(), UINT32_MAX));
 }
 
 int ASN1CBitStr::set(std::uint32_t index) {
@@ -202,7 +221,7 @@ int ASN1CBitStr::clear(std::uint32_t index) {
 
 int ASN1CBitStr::clear(std::uint32_t from, std::uint32_t to) {
     const int status = check_range(from, to);
-    const std::uint32_t end = std::min(to, static_cast<std::uint32_t>(unitsUsed) * 8);
+    const std::uint32_t end = std::min(to, bits_for(unitsUsed));
     if (status != rtStatusOk || from >= end) {
         return status;
     }
@@ -243,7 +262,7 @@ int ASN1CBitStr::invert(std::uint32_t from, std::uint32_t to) {
 }
 
 bool ASN1CBitStr::get(std::uint32_t index) const {
-    return index <= maxBits && rtTestBit(*units, static_cast<std::uint32_t>(unitsUsed) * 8, index);
+    return index <= maxBits && rtTestBit(*units, bits_for(unitsUsed), index);
 }
 
 int ASN1CBitStr::get(std::uint32_t from, std::uint32_t to, unsigned char* out, int size) {
@@ -256,7 +275,7 @@ int ASN1CBitStr::get(std::uint32_t from, std::uint32_t to, unsigned char* out, i
         return fail(rtStatusBufferOverflow);
     }
     std::fill_n(out, bytes, static_cast<unsigned char>(0));
-    const std::uint32_t end = std::min(to, static_cast<std::uint32_t>(unitsUsed) * 8);
+    const std::uint32_t end = std::min(to, bits_for(unitsUsed));
     for (std::uint32_t index = from; index < end; ++index) {
         if (get(index)) {
             rtSetBit(out, to - from, index - from);
@@ -273,16 +292,25 @@ int ASN1CBitStr::getBytes(unsigned char* out, int size) {
     return unitsUsed;
 }
 
+// As many as a string of 2^29 bytes has: more than an int holds.
+std::uint64_t ASN1CBitStr::bits_in_use() const {
+    if (unitsUsed == 0) {
+        return 0;
+    }
+    const auto whole = static_cast<std::uint64_t>(unitsUsed - 1);
+    return whole * 8 + static_cast<std::uint64_t>(rtOctetBitLen((*units)[whole]));
+}
+
 int ASN1CBitStr::length() const {
-    return unitsUsed == 0 ? 0 : (unitsUsed - 1) * 8 + rtOctetBitLen((*units)[unitsUsed - 1]);
+    return at_most_int(bits_in_use());
 }
 
 int ASN1CBitStr::cardinality() const {
-    int count = 0;
+    std::uint64_t count = 0;
     for (int i = 0; i < unitsUsed; ++i) {
-        count += std::popcount((*units)[i]);
+        count += static_cast<std::uint64_t>(std::popcount((*units)[i]));
     }
-    return count;
+    return at_most_int(count);
 }
 
 int ASN1CBitStr::unusedBitsInLastUnit() const {
@@ -367,7 +395,7 @@ int ASN1CBitStr::shiftLeft(std::uint32_t n) {
 
 int ASN1CBitStr::shiftRight(std::uint32_t n) {
     const std::uint64_t wanted = std::uint64_t{*numBits} + n;
-    if (maxBits == unlimited && wanted >= unlimited) {
+    if (maxBits == kUnlimited && wanted >= kUnlimited) {
         return fail(rtStatusBitIndex);
     }
     const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(wanted, maxBits));
@@ -395,11 +423,7 @@ ASN1CBitStr::operator ASN1TDynBitStr() const {
 }
 
 ASN1CBitStr::operator ASN1TDynBitStr*() const {
-    void* block = rtMemHeapAlloc(&getCtxtPtr()->typeHeap, sizeof(ASN1TDynBitStr));
-    if (block == nullptr) {
-        throw ASN1MessageBuffer::RTLError(fail(rtStatusNoMemory));
-    }
-    auto* record = static_cast<ASN1TDynBitStr*>(block);
+    auto* record = required<ASN1TDynBitStr>(getCtxtPtr(), 1);
     *record = *this;
     return record;
 }

@@ -9,10 +9,11 @@
 
 #include "asn1rt/control.h"
 #include "asn1rt/value_record.h"
+#include "visibility/visibility.h"
 
-class ASN1CBitStr : public ASN1CType {
+class CHRONOSEAL_API ASN1CBitStr : public ASN1CType {
 public:
-    static constexpr std::uint32_t unlimited = 0xFFFFFFFF;
+    static constexpr std::uint32_t kUnlimited = 0xFFFFFFFF;
 
     // An empty string of the object's own on the type heap: dynamic for a maximum of 0, else with
     // fixed storage of that many bits.
@@ -54,9 +55,10 @@ public:
     int getBytes(unsigned char* out, int size);
 
     int size() const { return unitsUsed; } // bytes up to the last that isn't 0
-    int length() const;                    // bits up to the last that is set
-    int cardinality() const;               // bits that are set
-    int unusedBitsInLastUnit() const;      // bits behind the last that is set, in its byte
+    // Bits up to the last that is set, and bits that are set: at most INT_MAX.
+    int length() const;
+    int cardinality() const;
+    int unusedBitsInLastUnit() const; // bits behind the last that is set, in its byte
 
     // With the first `count` bits of `bytes`. What lies behind the operand is cleared by doAnd and
     // left by the others; doOr and doXor extend the string to the operand's length.
@@ -76,9 +78,9 @@ public:
     operator ASN1TDynBitStr*() const;
 
 protected:
-    unsigned char** units; // in the value record, or ownUnits
+    unsigned char** units; // in the value record, or own_units_
     std::uint32_t maxBits;
-    std::uint32_t* numBits; // in the value record, or ownNumBits
+    std::uint32_t* numBits; // in the value record, or own_num_bits_
     int unitsUsed = 0;
     int unitsAllocated = 0;
     bool isDynamic = false; // the bytes are a block of the type heap that this object made
@@ -99,9 +101,10 @@ private:
     void allocate(std::uint32_t bytes);
     void shrink();
     void cut_count();
+    std::uint64_t bits_in_use() const;
     int combine(const unsigned char* bytes, std::uint32_t count, BitOperation operation);
     int extend(const unsigned char* bytes, std::uint32_t count, BitOperation operation);
 
-    unsigned char* ownUnits = nullptr;
-    std::uint32_t ownNumBits = 0;
+    unsigned char* own_units_ = nullptr;
+    std::uint32_t own_num_bits_ = 0;
 };

@@ -1,7 +1,10 @@
 // Single bits, and the object that works on a whole bit string.
 #include "asn1rt/bit_string_control.h"
 
+#include <sys/mman.h>
+
 #include <array>
+#include <climits>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -49,15 +52,9 @@ TEST(BitValue, SetsClearsAndTestsWithinTheCount) {
         EXPECT_EQ(rtTestBit(bytes, 9, index), 0);
     }
     EXPECT_EQ(bytes[1], 0xFE);
-}
-
-TEST(BitValue, OctetBitLenIsThePlaceOfTheLowestBit) {
-    EXPECT_EQ(rtOctetBitLen(0), 0);
-    EXPECT_EQ(rtOctetBitLen(0x80), 1);
-    EXPECT_EQ(rtOctetBitLen(0x40), 2);
-    EXPECT_EQ(rtOctetBitLen(0xC0), 2);
-    EXPECT_EQ(rtOctetBitLen(0x01), 8);
-    EXPECT_EQ(rtOctetBitLen(0xFF), 8);
+    const int lowest[] = {rtOctetBitLen(0),    rtOctetBitLen(0x80), rtOctetBitLen(0x40),
+                          rtOctetBitLen(0xC0), rtOctetBitLen(0x01), rtOctetBitLen(0xFF)};
+    EXPECT_THAT(lowest, ElementsAre(0, 1, 2, 2, 8, 8));
 }
 
 TEST_F(BitStringTest, DynamicStringGrowsAndShrinks) {
@@ -100,20 +97,25 @@ TEST_F(BitStringTest, LimitIsTestedOneTooLate) {
 
 TEST_F(BitStringTest, RangesEndInFrontOfTheirEnd) {
     ASN1CBitStr string(buffer, 24);
-    EXPECT_EQ(string.set(4, 12), 0);
-    EXPECT_EQ(bytes_in_use(string), bytes_of("0F F0"));
-    EXPECT_EQ(string.invert(8, 24), 0);
-    EXPECT_EQ(bytes_in_use(string), bytes_of("0F 0F FF"));
-    EXPECT_EQ(string.clear(6, 22), 0);
-    EXPECT_EQ(bytes_in_use(string), bytes_of("0C 00 03"));
-    EXPECT_EQ(string.clear(6, 24), 0);
+    struct Row {
+        int (ASN1CBitStr::*change)(std::uint32_t, std::uint32_t);
+        std::uint32_t from;
+        std::uint32_t to;
+        const char* bytes;
+    };
+    constexpr int (ASN1CBitStr::*set)(std::uint32_t, std::uint32_t) = &ASN1CBitStr::set;
+    constexpr int (ASN1CBitStr::*clear)(std::uint32_t, std::uint32_t) = &ASN1CBitStr::clear;
+    constexpr int (ASN1CBitStr::*invert)(std::uint32_t, std::uint32_t) = &ASN1CBitStr::invert;
+    for (const Row& row :
+         {Row{set, 4, 12, "0F F0"}, Row{invert, 8, 24, "0F 0F FF"}, Row{clear, 6, 22, "0C 00 03"},
+          Row{clear, 6, 24, "0C"}, Row{clear, 20, 24, "0C"}, Row{set, 3, 3, "0C"},
+          Row{invert, 3, 3, "0C"}, Row{invert, 0, 5, "F4"}}) {
+        EXPECT_EQ((string.*row.change)(row.from, row.to), 0);
+        EXPECT_EQ(bytes_in_use(string), bytes_of(row.bytes));
+    }
     EXPECT_EQ(count_of(string), 6U);
-    EXPECT_EQ(string.clear(20, 24), 0);
-    EXPECT_EQ(string.set(3, 3), 0);
-    EXPECT_EQ(string.invert(3, 3), 0);
-    EXPECT_EQ(string.invert(0), 0);
-    EXPECT_EQ(string.invert(4), 0);
-    EXPECT_EQ(bytes_in_use(string), bytes_of("84"));
+    EXPECT_EQ(string.invert(0) | string.invert(4), 0);
+    EXPECT_EQ(bytes_in_use(string), bytes_of("7C"));
     EXPECT_EQ(string.set(5, 4), rtStatusBitRange);
     EXPECT_EQ(latched(), rtStatusBitRange);
     EXPECT_EQ(string.set(0, 25), rtStatusBitIndex);
@@ -156,6 +158,14 @@ TEST_F(BitStringTest, WorksOnARecordUntilItGrows) {
     ASN1CBitStr fresh(*buffer.getContext(), empty);
     EXPECT_EQ(fresh.set(0), 0);
     EXPECT_EQ(empty.data[0], 0x80);
+    const auto block_size = [&] {
+        return (reinterpret_cast<const rtMemBlock*>(empty.data) - 1)->size;
+    };
+    EXPECT_EQ(block_size(), 1 + 1024) << "room ahead";
+    EXPECT_EQ(fresh.set(8 * 1024), 0);
+    EXPECT_EQ(block_size(), 1 + 1024) << "which is then used";
+    EXPECT_EQ(fresh.set(8 * 1025), 0);
+    EXPECT_EQ(block_size(), 1026 + 1024);
 }
 
 TEST_F(BitStringTest, WorksOnAnArray) {
@@ -225,18 +235,21 @@ TEST_F(BitStringTest, ShiftsWithTheCount) {
     for (const std::uint32_t n : {0U, 1U, 7U, 8U, 9U, 17U, 40U}) {
         ASN1CBitStr string(buffer);
         const std::vector<std::uint32_t> bits{0, 5, 8, 19, 23, 41};
-        for (const std::uint32_t bit : bits)
+        for (const std::uint32_t bit : bits) {
             string.set(bit);
+        }
         ASSERT_EQ(string.shiftRight(n), 0);
         EXPECT_EQ(count_of(string), 42 + n);
         EXPECT_EQ(string.cardinality(), 6);
-        for (const std::uint32_t bit : bits)
+        for (const std::uint32_t bit : bits) {
             EXPECT_TRUE(string.get(bit + n)) << bit << " by " << n;
+        }
         ASSERT_EQ(string.shiftLeft(n), 0);
         ASSERT_EQ(string.shiftLeft(n), 0);
         EXPECT_EQ(count_of(string), 42 - n);
-        for (const std::uint32_t bit : bits)
+        for (const std::uint32_t bit : bits) {
             EXPECT_EQ(bit >= n, bit >= n && string.get(bit - n)) << bit << " by " << n;
+        }
     }
     ASN1CBitStr fixed(buffer, 12);
     fixed.set(0);
@@ -259,6 +272,24 @@ TEST_F(BitStringTest, RecordFormsShareTheBytes) {
     const ASN1TDynBitStr* record = string;
     EXPECT_EQ(record->numbits, 4U);
     EXPECT_EQ(record->data[0], 0x10);
+}
+
+// Pages that are never touched cost nothing; only the last byte has a bit.
+TEST_F(BitStringTest, CountsBeyondAnInt) {
+    constexpr std::size_t size = 0x20000000;
+    void* pages = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(pages, MAP_FAILED);
+    auto* bytes = static_cast<unsigned char*>(pages);
+    bytes[size - 1] = 0x40;
+    std::uint32_t count = UINT32_MAX;
+    ASN1CBitStr string(buffer, bytes, count, UINT32_MAX - 1);
+    EXPECT_EQ(string.length(), INT_MAX);
+    EXPECT_TRUE(string.get(UINT32_MAX - 6));
+    bytes[size - 1] = 0xC0;
+    EXPECT_EQ(string.clear(UINT32_MAX - 6), 0);
+    EXPECT_EQ(count, UINT32_MAX - 6) << "up to the last that is set";
+    munmap(pages, size);
 }
 
 TEST_F(BitStringTest, ThrowsWithoutMemory) {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/encode.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/writer.h"
 
 namespace {
@@ -24,15 +24,16 @@ bool stands_above(const Element& a, const Element& b) {
 // False when the descriptor names bytes outside the message.
 bool locate(const ASN1CTXT* ctxt, const BufLocDescr* descr, Element& element) {
     if (descr == nullptr || ctxt->bufSize == 0 || descr->offset > ctxt->bufSize - 1 ||
-        descr->numocts > descr->offset)
+        descr->numocts > descr->offset) {
         return false;
+    }
     element = {ctxt->bufData + (ctxt->bufSize - 1 - descr->offset), descr->numocts};
     return true;
 }
 
 struct Survey {
     bool valid = true;
-    bool inOrder = true;
+    bool in_order = true;
     std::uint64_t sum = 0;
 };
 
@@ -42,10 +43,12 @@ Survey survey(const ASN1CTXT* ctxt, const rtSList* list) {
     for (const rtSListNode* node = list->head; node != nullptr && result.valid; node = node->next) {
         Element element;
         result.valid = locate(ctxt, static_cast<const BufLocDescr*>(node->data), element);
-        if (!result.valid)
+        if (!result.valid) {
             break;
-        if (node != list->head && stands_above(element, previous))
-            result.inOrder = false;
+        }
+        if (node != list->head && stands_above(element, previous)) {
+            result.in_order = false;
+        }
         previous = element;
         result.sum += element.size;
     }
@@ -55,23 +58,24 @@ Survey survey(const ASN1CTXT* ctxt, const rtSList* list) {
 }
 
 void free_descriptors(ASN1CTXT* ctxt, rtSList* list) {
-    for (const rtSListNode* node = list->head; node != nullptr; node = node->next)
+    for (const rtSListNode* node = list->head; node != nullptr; node = node->next) {
         rtMemHeapFreePtr(&ctxt->typeHeap, node->data);
+    }
     rtSListFree(list);
 }
 
 // One block from the type heap: the index of the elements, and behind it the room for their bytes.
 int rearrange(ASN1CTXT* ctxt, const rtSList* list, std::uint32_t sum) {
     const std::uint64_t bytes = std::uint64_t{list->count} * sizeof(Element) + sum;
-    if (bytes > static_cast<std::uint64_t>(rtMaxBlockSize))
+    void* block = asn1rt::alloc(&ctxt->typeHeap, bytes);
+    if (block == nullptr) {
         return rtStatusNoMemory;
-    void* block = rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(bytes));
-    if (block == nullptr)
-        return rtStatusNoMemory;
+    }
     auto* const elements = static_cast<Element*>(block);
     Element* end = elements;
-    for (const rtSListNode* node = list->head; node != nullptr; node = node->next)
+    for (const rtSListNode* node = list->head; node != nullptr; node = node->next) {
         locate(ctxt, static_cast<const BufLocDescr*>(node->data), *end++);
+    }
     std::stable_sort(elements, end, stands_above);
     auto* const scratch = reinterpret_cast<unsigned char*>(end);
     unsigned char* at = scratch + sum;
@@ -87,15 +91,18 @@ int rearrange(ASN1CTXT* ctxt, const rtSList* list, std::uint32_t sum) {
 } // namespace
 
 int xe_derCanonicalSort(ASN1CTXT* ctxt, rtSList* list) {
-    if (list == nullptr || list->head == nullptr)
+    if (list == nullptr || list->head == nullptr) {
         return 0;
+    }
     const Survey found = survey(ctxt, list);
-    if (!found.valid)
+    if (!found.valid) {
         return rtStatusInvalidArgument;
+    }
     const auto sum = static_cast<std::uint32_t>(found.sum);
-    const int status = found.inOrder ? rtStatusOk : rearrange(ctxt, list, sum);
-    if (status != rtStatusOk)
+    const int status = found.in_order ? rtStatusOk : rearrange(ctxt, list, sum);
+    if (status != rtStatusOk) {
         return status;
+    }
     free_descriptors(ctxt, list);
     return static_cast<int>(sum);
 }

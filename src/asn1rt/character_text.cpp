@@ -6,13 +6,13 @@
 #include <cstring>
 #include <cwchar>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/status.h"
 
 namespace {
 
-constexpr std::uint32_t max_character = 0x7FFFFFFF;
+constexpr std::uint32_t kMaxCharacter = 0x7FFFFFFF;
 
 bool is_allowed(const ASN1TUniversalTextSet& set, std::uint32_t character) {
     if (character < set.firstChar || character > set.lastChar) {
@@ -36,16 +36,10 @@ std::uint32_t widen(wchar_t c) {
 template <typename Char>
 ASN1TUniversalText* to_record(ASN1CTXT* ctxt, const Char* text, std::size_t length,
                               ASN1TUniversalText* target, const ASN1TUniversalTextSet* set) {
-    void* block = nullptr;
-    if (length <= static_cast<std::size_t>(rtMaxBlockSize) / sizeof(std::uint32_t)) {
-        const auto size = static_cast<std::int32_t>(length * sizeof(std::uint32_t));
-        block = rtMemHeapAlloc(&ctxt->typeHeap, size);
-    }
-    if (block == nullptr) {
-        rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
+    auto* characters = asn1rt::alloc_latched<std::uint32_t>(ctxt, length);
+    if (characters == nullptr) {
         return nullptr;
     }
-    auto* characters = static_cast<std::uint32_t*>(block);
     std::uint32_t count = 0;
     for (std::size_t i = 0; i < length; ++i) {
         const std::uint32_t character = widen(text[i]);
@@ -81,20 +75,20 @@ int sequence_length(unsigned char lead) {
 } // namespace
 
 ASN1TUniversalText* rtCToUCSString(ASN1CTXT* ctxt, const char* text, ASN1TUniversalText* target,
-                                   const ASN1TUniversalTextSet* charSet) {
+                                   const ASN1TUniversalTextSet* char_set) {
     if (text == nullptr || target == nullptr) {
         return nullptr;
     }
-    return to_record(ctxt, text, std::strlen(text), target, charSet);
+    return to_record(ctxt, text, std::strlen(text), target, char_set);
 }
 
 ASN1TUniversalText* rtWCSToUCSString(ASN1CTXT* ctxt, const wchar_t* text,
                                      ASN1TUniversalText* target,
-                                     const ASN1TUniversalTextSet* charSet) {
+                                     const ASN1TUniversalTextSet* char_set) {
     if (text == nullptr || target == nullptr) {
         return nullptr;
     }
-    return to_record(ctxt, text, std::wcslen(text), target, charSet);
+    return to_record(ctxt, text, std::wcslen(text), target, char_set);
 }
 
 wchar_t* rtUCSToWCSString(const ASN1TUniversalText* record, wchar_t* out, std::size_t capacity) {
@@ -139,7 +133,7 @@ int rtWCSToUTF8(ASN1CTXT* ctxt, const wchar_t* text, std::size_t count, char* ou
     std::size_t written = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const std::uint32_t character = widen(text[i]);
-        if (character > max_character) {
+        if (character > kMaxCharacter) {
             return rtErrSetData(&ctxt->errInfo, rtStatusInvalidUTF8);
         }
         const int size = rtUTF8EncodeChar(character, out + written, limit - written);
@@ -187,16 +181,16 @@ int rtUTF8CharSize(std::uint32_t character) {
 }
 
 int rtUTF8EncodeChar(std::uint32_t character, char* out, std::size_t capacity) {
-    static constexpr unsigned char lead_bits[] = {0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
+    static constexpr unsigned char kLeadBits[] = {0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
     const int size = rtUTF8CharSize(character);
-    if (capacity < static_cast<std::size_t>(size) || character > max_character) {
+    if (capacity < static_cast<std::size_t>(size) || character > kMaxCharacter) {
         return rtStatusBufferOverflow;
     }
     for (int i = size - 1; i > 0; --i) {
         out[i] = static_cast<char>(0x80 | (character & 0x3F));
         character >>= 6;
     }
-    out[0] = static_cast<char>(lead_bits[size - 1] | character);
+    out[0] = static_cast<char>(kLeadBits[size - 1] | character);
     return size;
 }
 
@@ -222,14 +216,10 @@ std::int32_t rtUTF8DecodeChar(ASN1CTXT*, const char* text, std::size_t* size) {
 }
 
 char* rtUTF8Strdup(ASN1CTXT* ctxt, const char* text) {
-    const std::size_t length = rtUTF8LenBytes(text);
-    if (text == nullptr || length >= static_cast<std::size_t>(rtMaxBlockSize)) {
-        return nullptr;
-    }
-    auto* copy =
-        static_cast<char*>(rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(length + 1)));
+    const std::size_t size = rtUTF8LenBytes(text) + 1;
+    char* copy = text == nullptr ? nullptr : asn1rt::alloc<char>(ctxt, size);
     if (copy != nullptr) {
-        std::memcpy(copy, text, length + 1);
+        std::memcpy(copy, text, size);
     }
     return copy;
 }

@@ -36,14 +36,14 @@ extern "C" {
 CHRONOSEAL_API extern const unsigned char rtCtypeTable[256];
 
 // Widen a terminated text to 32-bit characters, bytes as unsigned values. Characters outside
-// `charSet` (null: no bound) are dropped. The target, or null: without memory, with -12 latched, or
-// for null arguments.
+// `char_set` (null: no bound) are dropped. The target, or null: without memory, with -12 latched,
+// or for null arguments.
 CHRONOSEAL_API ASN1TUniversalText* rtCToUCSString(ASN1CTXT* ctxt, const char* text,
                                                   ASN1TUniversalText* target,
-                                                  const ASN1TUniversalTextSet* charSet);
+                                                  const ASN1TUniversalTextSet* char_set);
 CHRONOSEAL_API ASN1TUniversalText* rtWCSToUCSString(ASN1CTXT* ctxt, const wchar_t* text,
                                                     ASN1TUniversalText* target,
-                                                    const ASN1TUniversalTextSet* charSet);
+                                                    const ASN1TUniversalTextSet* char_set);
 
 // Copies the characters below 0x10000, the others are dropped, and answers `out`. When `capacity`
 // characters were written there is no terminator.

@@ -33,8 +33,9 @@ TEST(CharacterClass, AgreesWithTheCLocaleAndIsEmptyAboveAscii) {
         expected |= c == ' ' ? rtCtypeSpace : 0;
         EXPECT_EQ(rtCtypeTable[c], expected) << c;
     }
-    for (int c = 128; c < 256; ++c)
+    for (int c = 128; c < 256; ++c) {
         EXPECT_EQ(rtCtypeTable[c], 0) << c;
+    }
 }
 
 TEST(UcsText, WidensBytesAsUnsignedValues) {
@@ -89,26 +90,16 @@ TEST(UcsText, ToWideDropsAstralCharactersAndStopsAtTheCapacity) {
 }
 
 TEST(Utf8Text, EveryLengthBothWays) {
-    const struct {
+    struct Row {
         std::uint32_t character;
         const char* bytes;
-    } cases[] = {
-        {0x00, "00"},
-        {0x7F, "7F"},
-        {0x80, "C2 80"},
-        {0x7FF, "DF BF"},
-        {0x800, "E0 A0 80"},
-        {0xD800, "ED A0 80"},
-        {0xFFFF, "EF BF BF"},
-        {0x10000, "F0 90 80 80"},
-        {0x110000, "F4 90 80 80"},
-        {0x1FFFFF, "F7 BF BF BF"},
-        {0x200000, "F8 88 80 80 80"},
-        {0x3FFFFFF, "FB BF BF BF BF"},
-        {0x4000000, "FC 84 80 80 80 80"},
-        {0x7FFFFFFF, "FD BF BF BF BF BF"},
     };
-    for (const auto& c : cases) {
+    for (const Row& c :
+         {Row{0x00, "00"}, Row{0x7F, "7F"}, Row{0x80, "C2 80"}, Row{0x7FF, "DF BF"},
+          Row{0x800, "E0 A0 80"}, Row{0xD800, "ED A0 80"}, Row{0xFFFF, "EF BF BF"},
+          Row{0x10000, "F0 90 80 80"}, Row{0x110000, "F4 90 80 80"}, Row{0x1FFFFF, "F7 BF BF BF"},
+          Row{0x200000, "F8 88 80 80 80"}, Row{0x3FFFFFF, "FB BF BF BF BF"},
+          Row{0x4000000, "FC 84 80 80 80 80"}, Row{0x7FFFFFFF, "FD BF BF BF BF BF"}}) {
         const Bytes bytes = bytes_of(c.bytes);
         char out[6];
         EXPECT_EQ(rtUTF8CharSize(c.character), static_cast<int>(bytes.size()));
@@ -139,8 +130,9 @@ TEST(Utf8Text, DecodesOverlongFormsAndRefusesTheRest) {
     EXPECT_EQ(decode("C0 80"), 0);
     EXPECT_EQ(decode("E0 80 AF"), '/');
     for (const char* bad : {"80", "BF", "FE 80 80 80 80 80 80", "FF", "C2 00", "C2 C0", "E2 82",
-                            "E2 82 41", "F0 90 80", "FC 84 80 80 80"})
+                            "E2 82 41", "F0 90 80", "FC 84 80 80 80"}) {
         EXPECT_EQ(decode(bad), rtStatusInvalidUTF8) << bad;
+    }
     std::size_t size = 0;
     EXPECT_EQ(rtUTF8DecodeChar(nullptr, "a", &size), rtStatusInvalidUTF8);
     EXPECT_EQ(rtUTF8DecodeChar(nullptr, "a", nullptr), rtStatusInvalidUTF8);

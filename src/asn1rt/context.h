@@ -13,7 +13,7 @@
 
 struct rtStream;
 
-struct ASN1CTXT {
+struct CHRONOSEAL_API ASN1CTXT {
     // First, so that the context's address is the address of its message heap slot.
     rtMemHeap* msgHeap;
     rtMemHeap* typeHeap; // decoded values, list nodes, copies
@@ -48,7 +48,10 @@ inline constexpr std::uint16_t ctxFlagNoLengthCheck = 0x0040;
 inline constexpr std::uint16_t ctxFlagSaveBuffer = 0x0100;
 // The last tag read had the constructed bit.
 inline constexpr std::uint16_t ctxFlagConstructed = 0x0400;
-// xd_octstr, xd_bitstr and xd_OpenType point into the message, which must outlive the values.
+// xd_octstr, xd_bitstr and xd_OpenType point into the message, which must outlive the values. Such
+// values are never freed one by one: they are no blocks of a heap. Generated free functions and
+// rtMemFreeOpenSeqExt therefore leave them alone on a context with this flag; rtMemHeapFreePtr
+// can't tell.
 inline constexpr std::uint16_t ctxFlagNoCopy = 0x0800;
 // With ctxFlagIndefMessage: the end-of-contents of the outermost element has been read. No one sets
 // it here.
@@ -78,7 +81,9 @@ CHRONOSEAL_API void rtCopyContext(ASN1CTXT* destination, const ASN1CTXT* source)
 // Sets the flags in the low 16 bits of the mask. Flags can't be cleared.
 CHRONOSEAL_API void rtCtxtSetFlag(ASN1CTXT* ctxt, std::uint32_t mask);
 
-// The context gives up its type heap (its message heap) and shares the source's.
+// The context gives up its type heap (its message heap) and shares the source's. What lived there
+// for the context's own use may die with it, so the context lets go of it: the nodes of listA and
+// listB, or a buffer that the context had allocated, and its stream.
 CHRONOSEAL_API void rtCtxtSetMemHeap(ASN1CTXT* ctxt, ASN1CTXT* source);
 CHRONOSEAL_API void rtCtxtSetMsgMemHeap(ASN1CTXT* ctxt, ASN1CTXT* source);
 

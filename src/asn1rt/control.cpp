@@ -12,8 +12,9 @@ ASN1CType::ASN1CType(ASN1Context& sharedContext) : context(&sharedContext) {}
 ASN1CType::~ASN1CType() = default;
 
 int ASN1CType::Encode() {
-    if (msgBuf == nullptr)
+    if (msgBuf == nullptr) {
         return rtStatusNotSupported;
+    }
     try {
         return EncodeTo(*msgBuf);
     } catch (const ASN1MessageBuffer::RTLError& error) {
@@ -22,8 +23,9 @@ int ASN1CType::Encode() {
 }
 
 int ASN1CType::Decode() {
-    if (msgBuf == nullptr)
+    if (msgBuf == nullptr) {
         return rtStatusNotSupported;
+    }
     try {
         return DecodeFrom(*msgBuf);
     } catch (const ASN1MessageBuffer::RTLError& error) {

@@ -4,9 +4,10 @@
 
 #include "asn1rt/counted_context.h"
 #include "asn1rt/message_buffer.h"
+#include "visibility/visibility.h"
 
 // The order of the virtual operations is given.
-class ASN1CType {
+class CHRONOSEAL_API ASN1CType {
 public:
     // Without a buffer, and with a context of its own. Throws ASN1MessageBuffer::RTLError.
     ASN1CType();

@@ -11,6 +11,7 @@
 #include "asn1rt/encode_buffer.h"
 #include "asn1rt/pdu.h"
 #include "asn1rt/status.h"
+#include "asn1rt/test_allocator.h"
 #include "asn1rt/test_context.h"
 
 namespace {
@@ -34,14 +35,26 @@ public:
         setMsgBuf(buffer);
         buffer.init();
         const int status = xd_charstr(buffer.getCtxtPtr(), &note_.text, 1, 22, 0);
-        if (status == 0)
+        if (status == 0) {
             note_.setContext(buffer.getContext());
+        }
         return status;
     }
 
 private:
     Note& note_;
 };
+
+// The status of what the call throws, or 0.
+template <typename Error = ASN1MessageBuffer::RTLError, typename Call>
+int thrown_status(Call call) {
+    try {
+        call();
+    } catch (const Error& error) {
+        return error.getStatus();
+    }
+    return 0;
+}
 
 TEST(ControlTest, EncodeAndDecode) {
     Note note;
@@ -51,13 +64,12 @@ TEST(ControlTest, EncodeAndDecode) {
     EXPECT_FALSE(buffer.isA(ASN1MessageBufferIF::BERDecode));
     NoteControl control(buffer, note);
     ASSERT_EQ(control.Encode(), 7);
+    EXPECT_EQ(control.Encode(), 7) << "each encode starts anew";
     const Bytes message(buffer.getMsgPtr(), buffer.getMsgPtr() + 7);
     EXPECT_EQ(message, bytes_of("16 05 68 65 6C 6C 6F"));
-    EXPECT_EQ(control.Encode(), 7) << "each encode starts anew";
     const std::unique_ptr<unsigned char[]> copy(buffer.getMsgCopy());
     EXPECT_EQ(std::memcmp(copy.get(), message.data(), 7), 0);
     EXPECT_EQ(copy[7], 0) << "the unused top byte is part of the copy";
-
     Note read;
     {
         ASN1BERDecodeBuffer source(message.data(), 7);
@@ -90,8 +102,7 @@ TEST(ControlTest, ControlWithAContextOfItsOwn) {
     auto* shared = new ASN1Context;
     ASN1CType bound(*shared);
     EXPECT_EQ(shared->getRefCount(), 1);
-    EXPECT_EQ(bound.EncodeTo(source), 0);
-    EXPECT_EQ(bound.DecodeFrom(source), 0);
+    EXPECT_EQ(bound.EncodeTo(source) | bound.DecodeFrom(source), 0);
     testing::internal::CaptureStdout();
     shared->PrintErrorInfo();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "ASN.1 ERROR: Status 0\n");
@@ -114,42 +125,72 @@ TEST(ControlTest, FixedBuffer) {
     EXPECT_EQ(control.EncodeTo(none), -1);
 }
 
+TEST(ControlTest, WhatIsThrownAndWhatIsCaught) {
+    struct Thrower : ASN1CType {
+        using ASN1CType::ASN1CType;
+        int EncodeTo(ASN1MessageBufferIF&) override { throw ASN1MessageBuffer::RTLError(-7); }
+        int DecodeFrom(ASN1MessageBufferIF&) override { throw ASN1RTLException(-8); }
+    };
+    ASN1BEREncodeBuffer out;
+    Thrower thrower(out);
+    EXPECT_EQ(thrower.Encode(), -7) << "a status like any other";
+    EXPECT_THROW(thrower.Decode(), ASN1RTLException) << "only RTLError is caught";
+    Note note;
+    note.text = "A";
+    NoteControl control(out, note);
+    EXPECT_EQ(thrown_status<ASN1RTLException>([&] { out << control; }), 3)
+        << "a length isn't 0, so a good encode throws it";
+    ASN1CType nothing(out);
+    EXPECT_NO_THROW(out << nothing);
+    const Bytes bytes = bytes_of("16 01 41 16 01 42");
+    ASN1BERDecodeBuffer in(bytes.data(), 6);
+    EXPECT_NO_THROW(in >> control);
+    EXPECT_THROW(in >> control, ASN1RTLException);
+    {
+        const FailingAllocator none(0);
+        EXPECT_EQ(thrown_status([] { ASN1BEREncodeBuffer buffer; }), -12);
+    }
+    const FailingAllocator heap_only(1);
+    EXPECT_EQ(thrown_status([] { ASN1BEREncodeBuffer buffer; }), -12);
+}
+
 TEST(DecodeBufferTest, WithoutData) {
     Note note;
     ASN1BERDecodeBuffer buffer;
-    const auto thrown_status = [](auto call) {
-        try {
-            call();
-        } catch (const ASN1MessageBuffer::RTLError& error) {
-            return error.getStatus();
-        }
-        return 0;
-    };
     EXPECT_EQ(thrown_status([&] { buffer.init(); }), -99);
-    NoteControl control(buffer, note);
-    EXPECT_EQ(control.Decode(), -99);
+    EXPECT_EQ(NoteControl(buffer, note).Decode(), -99);
     const Bytes bytes = bytes_of("16 05 41");
     ASN1BERDecodeBuffer broken(bytes.data(), 3);
     EXPECT_EQ(thrown_status([&] { broken.init(); }), -5);
     ASN1BERDecodeBuffer empty(bytes.data(), 0);
     EXPECT_EQ(thrown_status([&] { empty.init(); }), -99);
     EXPECT_EQ(empty.setBuffer(nullptr, 3), -99);
-    unsigned char one = 0;
-    ASN1MemBuf memory{};
-    rtMemBufInit(empty.getCtxtPtr(), &memory, 8);
-    ASSERT_EQ(rtMemBufAppend(&memory, bytes.data(), 3), 0);
-    EXPECT_EQ(empty.initBuffer(memory), 0);
-    EXPECT_EQ(empty.getCtxtPtr()->bufSize, 3U);
-    EXPECT_EQ(*empty.getMsgPtr(), 0x16);
-    EXPECT_EQ(empty.initBuffer(reinterpret_cast<char*>(&one)), -99);
     unsigned short wide = 0;
+    EXPECT_EQ(empty.initBuffer(reinterpret_cast<char*>(&wide)), -99);
     EXPECT_EQ(empty.initBuffer(&wide), -99);
+}
+
+TEST(DecodeBufferTest, OnAMemoryBuffer) {
+    const Bytes bytes = bytes_of("16 05 41");
+    ASN1BERDecodeBuffer buffer;
+    ASN1MemBuf memory{};
+    rtMemBufInit(buffer.getCtxtPtr(), &memory, 8);
+    EXPECT_EQ(buffer.initBuffer(memory), 0);
+    EXPECT_EQ(xd_peek(buffer.getCtxtPtr()), -1) << "nothing, not 16384 bytes of anything";
+    ASSERT_EQ(rtMemBufAppend(&memory, bytes.data(), 3), 0);
+    for (const std::uint32_t start : {0U, 2U, 3U, 4U}) {
+        memory.startIndex = start;
+        EXPECT_EQ(buffer.initBuffer(memory), 0);
+        EXPECT_EQ(buffer.getCtxtPtr()->bufSize, start < 3 ? 3 - start : 0);
+        EXPECT_EQ(xd_peek(buffer.getCtxtPtr()), start < 3 ? bytes[start] : -1);
+    }
 }
 
 TEST(DecodeBufferTest, SetBufferKeepsOrStartsAnew) {
     const Bytes bytes = bytes_of("16 01 41");
-    ASN1BERDecodeBuffer buffer;
-    EXPECT_EQ(buffer.setBuffer(bytes.data(), 3), 0);
+    ASN1BERDecodeBuffer buffer(bytes.data(), 3);
+    EXPECT_EQ(buffer.setBuffer(bytes.data(), 3, 1), 0);
+    EXPECT_EQ(buffer.getMsgPtr(), bytes.data()) << "not ready before: there is nothing to keep";
     buffer.getCtxtPtr()->bufIndex = 3;
     EXPECT_EQ(buffer.setBuffer(bytes.data(), 3, 1), 0);
     EXPECT_EQ(buffer.getCtxtPtr()->bufIndex, 3U);
@@ -174,64 +215,23 @@ TEST(DecodeBufferTest, FindElement) {
     EXPECT_EQ(bad.findElement(2, length), nullptr);
 }
 
-TEST(MessageBufferTest, OperatorsThrowUnlessTheResultIsZero) {
-    Note note;
-    note.text = "A";
-    ASN1BEREncodeBuffer out;
-    NoteControl control(out, note);
-    try {
-        out << control;
-        FAIL() << "a length isn't 0, so a good encode throws it";
-    } catch (const ASN1RTLException& error) {
-        EXPECT_EQ(error.status, 3);
-    }
-    ASN1CType nothing(out);
-    EXPECT_NO_THROW(out << nothing);
-    const Bytes bytes = bytes_of("16 01 41 16 01 42");
-    ASN1BERDecodeBuffer in(bytes.data(), 6);
-    EXPECT_NO_THROW(in >> control);
-    EXPECT_THROW(in >> control, ASN1RTLException);
-}
-
-void* no_memory(void*, std::size_t) {
-    return nullptr;
-}
-
-TEST(MessageBufferTest, ConstructorsThrowWithoutMemory) {
-    g_malloc_func = no_memory;
-    int status = 0;
-    try {
-        ASN1BEREncodeBuffer buffer;
-    } catch (const ASN1MessageBuffer::RTLError& error) {
-        status = error.status;
-    }
-    g_malloc_func = [](void* arg, std::size_t size) {
-        return size > 16000 ? nullptr : rtDefaultMalloc(arg, size);
-    };
-    EXPECT_THROW(ASN1BEREncodeBuffer(), ASN1MessageBuffer::RTLError);
-    g_malloc_func = rtDefaultMalloc;
-    EXPECT_EQ(status, -12);
-}
-
 TEST(ContextPointerTest, References) {
     auto* context = new ASN1Context;
-    ASN1CtxtPtr first(context);
+    const ASN1CtxtPtr first(context);
     {
         ASN1CtxtPtr second(first);
-        EXPECT_EQ(context->getRefCount(), 2);
         ASN1CtxtPtr third;
         EXPECT_EQ(third.get(), nullptr);
         third = second;
         third = std::move(second);
-        EXPECT_EQ(context->getRefCount(), 2);
         EXPECT_EQ(&*third, context);
+        EXPECT_EQ(context->getRefCount(), 2);
     }
     Note note;
-    note.setContext(first);
-    note.setContext(first);
-    EXPECT_EQ(first->getRefCount(), 2);
-    note.setContext(nullptr);
-    EXPECT_EQ(first->getRefCount(), 1);
+    for (ASN1Context* owner : {context, context, static_cast<ASN1Context*>(nullptr)}) {
+        note.setContext(owner);
+        EXPECT_EQ(context->getRefCount(), owner != nullptr ? 2 : 1);
+    }
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
 #include "asn1rt/error.h"
 #include "asn1rt/open_type_node.h"
@@ -14,17 +15,15 @@ namespace {
 // null pointer.
 bool copy_block(ASN1CTXT* ctxt, const void* source, std::uint64_t size, const void** target) {
     *target = nullptr;
-    if (size == 0)
+    if (size == 0) {
         return true;
+    }
     if (source == nullptr) {
         rtErrSetData(&ctxt->errInfo, rtStatusInvalidArgument);
         return false;
     }
-    void* block = size > INT32_MAX
-                      ? nullptr
-                      : rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
+    void* block = asn1rt::alloc_latched<unsigned char>(ctxt, size);
     if (block == nullptr) {
-        rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
         return false;
     }
     std::memcpy(block, source, size);
@@ -50,15 +49,15 @@ std::uint64_t bytes_of_bits(std::uint32_t numbits) {
 } // namespace
 
 int rtCopyCharStr(ASN1CTXT* ctxt, const char* source, const char** target) {
-    if (source == nullptr || target == nullptr)
+    if (source == nullptr || target == nullptr) {
         return 0;
+    }
     const std::size_t size = std::strlen(source) + 1;
-    void* block = size > INT32_MAX
-                      ? nullptr
-                      : rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
-    if (block == nullptr)
+    char* copy = asn1rt::alloc<char>(ctxt, size);
+    if (copy == nullptr) {
         return 0;
-    *target = static_cast<const char*>(std::memcpy(block, source, size));
+    }
+    *target = static_cast<const char*>(std::memcpy(copy, source, size));
     return 1;
 }
 
@@ -88,8 +87,9 @@ int rtCopy32BitCharStr(ASN1CTXT* ctxt, const ASN1TUniversalText* source,
 
 int rtCopyOctStr(ASN1CTXT*, std::uint32_t numocts, const unsigned char* source,
                  std::uint32_t* targetCount, unsigned char* target) {
-    if (source == nullptr || targetCount == nullptr || target == nullptr || numocts == 0)
+    if (source == nullptr || targetCount == nullptr || target == nullptr || numocts == 0) {
         return 0;
+    }
     std::memcpy(target, source, numocts);
     *targetCount = numocts;
     return 1;
@@ -97,36 +97,42 @@ int rtCopyOctStr(ASN1CTXT*, std::uint32_t numocts, const unsigned char* source,
 
 int rtCopyBitStr(ASN1CTXT*, std::uint32_t numbits, const unsigned char* source,
                  std::uint32_t* targetCount, unsigned char* target) {
-    if (source == nullptr || targetCount == nullptr || target == nullptr || numbits == 0)
+    if (source == nullptr || targetCount == nullptr || target == nullptr || numbits == 0) {
         return 0;
+    }
     std::memcpy(target, source, bytes_of_bits(numbits));
     *targetCount = numbits;
     return 1;
 }
 
 int rtCopyOID(ASN1CTXT*, const ASN1OBJID* source, ASN1OBJID* target) {
-    if (source == nullptr || target == nullptr)
+    if (source == nullptr || target == nullptr) {
         return 0;
-    if (source != target)
+    }
+    if (source != target) {
         rtSetOID(target, source);
+    }
     return 1;
 }
 
 int rtCopyOpenTypeExt(ASN1CTXT* ctxt, const rtDList* source, rtDList* target) {
-    if (source == nullptr || target == nullptr)
+    if (source == nullptr || target == nullptr) {
         return 0;
+    }
     rtDListInit(target);
     for (const rtDListNode* node = source->head; node != nullptr; node = node->next) {
         const auto* element = static_cast<const ASN1TOpenType*>(node->data);
-        if (element == nullptr)
+        if (element == nullptr) {
             continue;
+        }
         ASN1TOpenType* copy = asn1rt::new_list_element(ctxt);
         if (copy == nullptr) {
             rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
             return 0;
         }
-        if (rtCopyOpenType(ctxt, element, copy) == 0)
+        if (rtCopyOpenType(ctxt, element, copy) == 0) {
             return 0;
+        }
         rtDListAppendNode(ctxt, target, copy);
     }
     return 1;

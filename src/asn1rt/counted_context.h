@@ -6,8 +6,9 @@
 #include <utility>
 
 #include "asn1rt/context.h"
+#include "visibility/visibility.h"
 
-class ASN1Context : public ASN1CTXT {
+class CHRONOSEAL_API ASN1Context : public ASN1CTXT {
 public:
     // No references yet. Throws ASN1MessageBuffer::RTLError.
     ASN1Context();
@@ -26,19 +27,20 @@ private:
     std::int32_t refCount;
 };
 
-class ASN1CtxtPtr {
+class CHRONOSEAL_API ASN1CtxtPtr {
 public:
     ASN1CtxtPtr() = default;
-    explicit ASN1CtxtPtr(ASN1Context* context) : context_(context) { addReference(); }
-    ASN1CtxtPtr(const ASN1CtxtPtr& other) : context_(other.context_) { addReference(); }
+    explicit ASN1CtxtPtr(ASN1Context* context) : context_(context) { add_reference(); }
+    ASN1CtxtPtr(const ASN1CtxtPtr& other) : context_(other.context_) { add_reference(); }
     ASN1CtxtPtr(ASN1CtxtPtr&& other) noexcept : context_(std::exchange(other.context_, nullptr)) {}
     ASN1CtxtPtr& operator=(ASN1CtxtPtr other) noexcept {
         std::swap(context_, other.context_);
         return *this;
     }
     ~ASN1CtxtPtr() {
-        if (context_ != nullptr)
+        if (context_ != nullptr) {
             context_->_unref();
+        }
     }
 
     ASN1Context* get() const { return context_; }
@@ -47,9 +49,10 @@ public:
     operator ASN1Context*() const { return context_; }
 
 private:
-    void addReference() {
-        if (context_ != nullptr)
+    void add_reference() {
+        if (context_ != nullptr) {
             context_->_ref();
+        }
     }
 
     ASN1Context* context_ = nullptr;

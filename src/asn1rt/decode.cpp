@@ -19,13 +19,16 @@ int read_tag_number(ASN1CTXT* ctxt, std::uint32_t* number) {
     std::uint64_t value = 0;
     for (int octets = 0;; ++octets) {
         unsigned char byte;
-        if (!take_byte(ctxt, byte))
+        if (!take_byte(ctxt, byte)) {
             return rtStatusEndOfBuffer;
+        }
         value = value << 7 | (byte & 0x7F);
-        if (octets == kMaxTagNumberOctets || value > rtTagNumberMask)
+        if (octets == kMaxTagNumberOctets || value > rtTagNumberMask) {
             return rtStatusInvalidTag;
-        if ((byte & 0x80) == 0)
+        }
+        if ((byte & 0x80) == 0) {
             break;
+        }
     }
     *number = static_cast<std::uint32_t>(value);
     return rtStatusOk;
@@ -34,13 +37,16 @@ int read_tag_number(ASN1CTXT* ctxt, std::uint32_t* number) {
 int read_header(ASN1CTXT* ctxt, std::uint32_t* tag, int* length) {
     std::uint32_t read;
     int status = xd_tag(ctxt, &read);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
+    }
     status = asn1rt::read_length(ctxt, length);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
-    if (*length == rtIndefiniteLength && (read & rtTagConstructed) == 0)
+    }
+    if (*length == rtIndefiniteLength && (read & rtTagConstructed) == 0) {
         return rtStatusInvalidLength;
+    }
     *tag = read;
     return rtStatusOk;
 }
@@ -63,46 +69,54 @@ int xd_setp(ASN1CTXT* ctxt, const unsigned char* data, int size, std::uint32_t* 
     }
     int status =
         rtInitContextBuffer(ctxt, data, static_cast<std::uint32_t>(size < 1 ? INT_MAX : size));
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
+    }
     ctxt->flags = static_cast<std::uint16_t>(ctxt->flags & ~(ctxFlagLastEoc | ctxFlagIndefMessage));
-    std::uint32_t readTag = 0;
+    std::uint32_t read_tag = 0;
     int contents = 0;
-    status = xd_tag_len(ctxt, &readTag, &contents, xdAdvance);
-    if (status == rtStatusInvalidLength)
+    status = xd_tag_len(ctxt, &read_tag, &contents, xdAdvance);
+    if (status == rtStatusInvalidLength) {
         ctxt->bufIndex = 0;
-    if (status != rtStatusOk)
+    }
+    if (status != rtStatusOk) {
         return status;
+    }
     int whole = rtIndefiniteLength;
     if (contents == rtIndefiniteLength) {
         ctxt->flags |= ctxFlagIndefMessage;
     } else {
         const std::uint64_t end = ctxt->bufIndex + static_cast<std::uint64_t>(contents);
         // The buffer never ends behind the bytes that the caller has vouched for.
-        if (end <= ctxt->bufSize)
+        if (end <= ctxt->bufSize) {
             ctxt->bufSize = static_cast<std::uint32_t>(end);
-        else
+        } else {
             status = rtStatusInvalidLength;
+        }
         whole = end > INT_MAX ? INT_MAX : static_cast<int>(end);
     }
     ctxt->bufIndex = 0;
-    if (tag != nullptr)
-        *tag = readTag;
-    if (length != nullptr)
+    if (tag != nullptr) {
+        *tag = read_tag;
+    }
+    if (length != nullptr) {
         *length = whole;
+    }
     return status;
 }
 
 int xd_tag(ASN1CTXT* ctxt, std::uint32_t* tag) {
     unsigned char first;
-    if (!take_byte(ctxt, first))
+    if (!take_byte(ctxt, first)) {
         return rtStatusEndOfBuffer;
+    }
     set_constructed(ctxt, (first & 0x20) != 0);
     std::uint32_t number = first & kLongTag;
     if (number == kLongTag) {
         const int status = read_tag_number(ctxt, &number);
-        if (status != rtStatusOk)
+        if (status != rtStatusOk) {
             return status;
+        }
     }
     *tag = static_cast<std::uint32_t>(first & 0xE0) << 24 | number;
     return rtStatusOk;
@@ -110,8 +124,9 @@ int xd_tag(ASN1CTXT* ctxt, std::uint32_t* tag) {
 
 int xd_len(ASN1CTXT* ctxt, int* length) {
     unsigned char first;
-    if (!take_byte(ctxt, first))
+    if (!take_byte(ctxt, first)) {
         return latch(ctxt, rtStatusEndOfBuffer);
+    }
     if (first == 0x80) {
         *length = rtIndefiniteLength;
         return rtStatusOk;
@@ -119,8 +134,9 @@ int xd_len(ASN1CTXT* ctxt, int* length) {
     std::uint32_t value = first;
     if (first > 0x80) {
         const unsigned count = first & 0x7F;
-        if (count > 4)
+        if (count > 4) {
             return latch(ctxt, rtStatusInvalidLength);
+        }
         const unsigned char* octets;
         if (!asn1rt::take(ctxt, count, octets)) {
             // What is there of the length is gone: nobody takes it for the next element.
@@ -128,23 +144,26 @@ int xd_len(ASN1CTXT* ctxt, int* length) {
             return latch(ctxt, rtStatusEndOfBuffer);
         }
         value = 0;
-        for (unsigned i = 0; i < count; ++i)
+        for (unsigned i = 0; i < count; ++i) {
             value = value << 8 | octets[i];
+        }
     }
     const auto result = static_cast<std::int32_t>(value);
     // FF FF D8 F1 spells the number that stands for the indefinite form, and is taken for it.
     if (result != rtIndefiniteLength) {
         const bool checked = (ctxt->flags & ctxFlagNoLengthCheck) == 0;
-        if (result < 0 || (checked && value > asn1rt::bytes_left(ctxt)))
+        if (result < 0 || (checked && value > asn1rt::bytes_left(ctxt))) {
             return latch(ctxt, rtStatusInvalidLength);
+        }
     }
     *length = result;
     return rtStatusOk;
 }
 
 int xd_tag_len(ASN1CTXT* ctxt, std::uint32_t* tag, int* length, int options) {
-    if (is_past_last_eoc(ctxt) || ctxt->bufIndex >= ctxt->bufSize)
+    if (is_past_last_eoc(ctxt) || ctxt->bufIndex >= ctxt->bufSize) {
         return rtStatusEndOfBuffer;
+    }
     ctxt->savedIndex = ctxt->bufIndex;
     ctxt->savedFlags = ctxt->flags;
     const int status = read_header(ctxt, tag, length);
@@ -157,34 +176,40 @@ int xd_tag_len(ASN1CTXT* ctxt, std::uint32_t* tag, int* length, int options) {
 
 int xd_Tag1AndLen(ASN1CTXT* ctxt, int* length) {
     unsigned char byte;
-    if (is_past_last_eoc(ctxt) || !take_byte(ctxt, byte))
+    if (is_past_last_eoc(ctxt) || !take_byte(ctxt, byte)) {
         return rtStatusEndOfBuffer;
+    }
     set_constructed(ctxt, (byte & 0x20) != 0);
     return asn1rt::read_length(ctxt, length);
 }
 
 int xd_match1(ASN1CTXT* ctxt, unsigned char tagByte, int* length) {
     const int byte = xd_peek(ctxt);
-    if (byte < 0)
+    if (byte < 0) {
         return latch(ctxt, rtStatusEndOfBuffer);
-    if (((byte ^ tagByte) & 0xDF) != 0)
+    }
+    if (((byte ^ tagByte) & 0xDF) != 0) {
         return latch(ctxt, rtStatusTagNotFound);
+    }
     ++ctxt->bufIndex;
     set_constructed(ctxt, (byte & 0x20) != 0);
     int read;
     const int status = asn1rt::read_length(ctxt, &read);
-    if (status != rtStatusOk || length == nullptr)
+    if (status != rtStatusOk || length == nullptr) {
         return status;
+    }
     *length = read;
-    if (read == rtIndefiniteLength && (byte & 0x20) == 0)
+    if (read == rtIndefiniteLength && (byte & 0x20) == 0) {
         return latch(ctxt, rtStatusInvalidLength);
+    }
     return rtStatusOk;
 }
 
 int xd_matchEoc(ASN1CTXT* ctxt) {
     const unsigned char* octets;
-    if (!asn1rt::take(ctxt, 2, octets))
+    if (!asn1rt::take(ctxt, 2, octets)) {
         return latch(ctxt, rtStatusInvalidLength);
+    }
     if (octets[0] != 0 || octets[1] != 0) {
         ctxt->bufIndex -= 2;
         return latch(ctxt, rtStatusInvalidLength);

@@ -9,6 +9,9 @@
 // caller has done that and gives the `length`, and whether the tag was constructed is known from
 // ctxFlagConstructed.
 //
+// With ctxFlagNoCopy strings and open types are places in the message, not blocks: nobody may free
+// them one by one.
+//
 // Lengths needn't be minimal. Strings may come constructed and of indefinite length. BOOLEAN keeps
 // its byte.
 #pragma once
@@ -76,12 +79,11 @@ CHRONOSEAL_API int xd_match(ASN1CTXT* ctxt, std::uint32_t tag, int* length, int 
 // Skips one whole element; not latched.
 CHRONOSEAL_API int xd_NextElement(ASN1CTXT* ctxt);
 
-// Skips to behind the end-of-contents of the current level; not latched. -12 beyond
-// rtMaxIndefiniteNesting.
+// Skips to behind the end-of-contents of the current level, however deep it goes; not latched.
 CHRONOSEAL_API int xd_MovePastEOC(ASN1CTXT* ctxt);
 
 // Counts the elements in contents of `length` bytes from the cursor on, and puts the cursor back;
-// after a failure it isn't put back. -12 beyond rtMaxElementCount. Not latched.
+// after a failure it isn't put back. Not latched.
 CHRONOSEAL_API int xd_count(ASN1CTXT* ctxt, int length, std::uint32_t* count);
 
 // The whole size of an element of indefinite length, end-of-contents included, or a negative
@@ -92,7 +94,7 @@ CHRONOSEAL_API int xd_indeflen_ex(const unsigned char* data, int maxLength);
 // the bytes from the first piece to the end-of-contents. `pieceTag` is packed and includes the
 // constructed bit. -21 for a foreign piece. Not latched.
 CHRONOSEAL_API int xd_consStrIndefLenAndSize(ASN1CTXT* ctxt, std::uint32_t pieceTag,
-                                             int* contentsSize, int* totalLength);
+                                             int* contents_size, int* totalLength);
 
 // Cursor and flags to and from a snapshot; null means the context's own. Restoring clears
 // ctxFlagLastEoc.
@@ -198,8 +200,9 @@ inline ElementLocation rtContentLocation(const ASN1CTXT* ctxt, std::int32_t leng
 // The end of contents. Indefinite length: fewer than 2 bytes left, or an end-of-contents at the
 // cursor, where it stays. Definite: all bytes read, or the end of the buffer.
 inline bool rtContentEnded(const ASN1CTXT* ctxt, const ElementLocation* location) {
-    if (ctxt->bufIndex >= ctxt->bufSize)
+    if (ctxt->bufIndex >= ctxt->bufSize) {
         return true;
+    }
     if (location->length == rtIndefiniteLength) {
         const unsigned char* next = ctxt->bufData + ctxt->bufIndex;
         return ctxt->bufSize - ctxt->bufIndex < 2 || (next[0] == 0 && next[1] == 0);

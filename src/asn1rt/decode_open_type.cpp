@@ -4,7 +4,6 @@
 #include "asn1rt/decode.h"
 #include "asn1rt/open_type_node.h"
 #include "asn1rt/reader.h"
-#include "asn1rt/string_extent.h"
 
 namespace {
 
@@ -18,23 +17,27 @@ int pass_element(ASN1CTXT* ctxt, bool* measured) {
     int length;
     const int status = xd_tag_len(ctxt, &tag, &length, xdAdvance);
     *measured = status == rtStatusOk;
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
-    if (length == rtIndefiniteLength)
+    }
+    if (length == rtIndefiniteLength) {
         return xd_MovePastEOC(ctxt);
-    const bool endOfContents = length == 0 && tag == 0;
-    return asn1rt::skip(ctxt, static_cast<std::uint32_t>(length)) && !endOfContents
+    }
+    const bool end_of_contents = length == 0 && tag == 0;
+    return asn1rt::skip(ctxt, static_cast<std::uint32_t>(length)) && !end_of_contents
                ? rtStatusOk
                : rtStatusInvalidArgument;
 }
 
 int append_element(ASN1CTXT* ctxt, rtDList* list) {
     ASN1TOpenType* element = asn1rt::new_list_element(ctxt);
-    if (element == nullptr)
+    if (element == nullptr) {
         return rtStatusNoMemory;
+    }
     const int status = xd_OpenType(ctxt, &element->data, &element->numocts);
-    if (status == rtStatusOk)
+    if (status == rtStatusOk) {
         rtDListAppendNode(ctxt, list, element);
+    }
     return status;
 }
 
@@ -45,21 +48,24 @@ int xd_OpenType(ASN1CTXT* ctxt, const unsigned char** data, std::uint32_t* numoc
     *numocts = 0;
     bool measured;
     const int status = pass_element(ctxt, &measured);
-    if (!measured && status == rtStatusInvalidLength)
+    if (!measured && status == rtStatusInvalidLength) {
         return status;
-    if (measured)
+    }
+    if (measured) {
         *numocts = ctxt->bufIndex - start;
+    }
     if ((ctxt->flags & ctxFlagNoCopy) != 0) {
         *data = ctxt->bufData + start;
     } else {
-        void* copy = asn1rt::new_block(ctxt, *numocts);
+        auto* copy = asn1rt::alloc<unsigned char>(ctxt, *numocts);
         if (copy == nullptr) {
             *numocts = 0;
             return rtStatusNoMemory;
         }
-        if (*numocts != 0)
+        if (*numocts != 0) {
             std::memcpy(copy, ctxt->bufData + start, *numocts);
-        *data = static_cast<const unsigned char*>(copy);
+        }
+        *data = copy;
     }
     return status == rtStatusEndOfBuffer ? rtStatusOk : status;
 }
@@ -74,17 +80,21 @@ int xd_OpenTypeExt(ASN1CTXT* ctxt, const ElementLocation* location, std::uint32_
     for (;;) {
         if (nextTag != kNoNextTag) {
             const int status = xd_match(ctxt, nextTag, nullptr, 0);
-            if (status != rtStatusTagNotFound)
+            if (status != rtStatusTagNotFound) {
                 return status;
+            }
         }
-        if (rtContentEnded(ctxt, location))
+        if (rtContentEnded(ctxt, location)) {
             return nextTag == kNoNextTag ? rtStatusOk : latch(ctxt, rtStatusEndOfBuffer);
+        }
         const std::uint32_t before = ctxt->bufIndex;
         const int status = xd_OpenTypeAppend(ctxt, list);
-        if (status != rtStatusOk)
+        if (status != rtStatusOk) {
             return status;
+        }
         // What was taken for an element without being one must not be met again.
-        if (ctxt->bufIndex == before)
+        if (ctxt->bufIndex == before) {
             return latch(ctxt, rtStatusEndOfBuffer);
+        }
     }
 }

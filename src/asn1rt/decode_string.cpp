@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/big_endian.h"
 #include "asn1rt/reader.h"
 #include "asn1rt/string_extent.h"
@@ -17,8 +18,9 @@ using asn1rt::StringExtent;
 // The header of a piece, or of a string with tagging 1: always primitive.
 int read_piece_header(ASN1CTXT* ctxt, int* length) {
     int status = asn1rt::match_primitive(ctxt, rtTagOctetString);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return latch(ctxt, status);
+    }
     asn1rt::set_constructed(ctxt, false);
     status = asn1rt::read_length(ctxt, length);
     return status == rtStatusOk ? rtStatusOk : latch(ctxt, status);
@@ -26,10 +28,12 @@ int read_piece_header(ASN1CTXT* ctxt, int* length) {
 
 // Copies `length` bytes of contents into `room` bytes.
 int read_contents(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t room, int length) {
-    if (length < 0)
+    if (length < 0) {
         return latch(ctxt, rtStatusInvalidLength);
-    if (static_cast<std::uint32_t>(length) > room)
+    }
+    if (static_cast<std::uint32_t>(length) > room) {
         return latch(ctxt, rtStatusValueTooLong);
+    }
     const int status = xd_memcpy(ctxt, bytes, static_cast<std::uint32_t>(length));
     return status == rtStatusOk ? rtStatusOk : latch(ctxt, status);
 }
@@ -45,26 +49,31 @@ int gather_pieces(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t room, int 
             static_cast<std::uint32_t>(length) - (ctxt->bufIndex - pieces.start);
         int piece = 0;
         int status = read_piece_header(ctxt, &piece);
-        if (status == rtStatusOk)
+        if (status == rtStatusOk) {
             status = read_contents(ctxt, bytes + sum, std::min(room - sum, left), piece);
-        if (status != rtStatusOk)
+        }
+        if (status != rtStatusOk) {
             return status;
+        }
         sum += static_cast<std::uint32_t>(piece);
     }
-    if (ctxt->bufIndex - pieces.start != static_cast<std::uint32_t>(length))
+    if (ctxt->bufIndex - pieces.start != static_cast<std::uint32_t>(length)) {
         return latch(ctxt, rtStatusInvalidLength);
+    }
     *numocts = sum;
     return rtStatusOk;
 }
 
 // Contents of either form, whose header has been read, into storage of `room` bytes.
 int read_octets(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t room, int length,
-                std::uint32_t* numocts) {
-    if (asn1rt::is_constructed(ctxt))
+                bool constructed, std::uint32_t* numocts) {
+    if (constructed) {
         return gather_pieces(ctxt, bytes, room, length, numocts);
+    }
     const int status = read_contents(ctxt, bytes, room, length);
-    if (status == rtStatusOk)
+    if (status == rtStatusOk) {
         *numocts = static_cast<std::uint32_t>(length);
+    }
     return status;
 }
 
@@ -75,12 +84,18 @@ int read_new_block(ASN1CTXT* ctxt, const StringExtent& extent, std::uint32_t ext
     *block = nullptr;
     *numocts = 0;
     const auto contents = static_cast<std::uint32_t>(extent.contents);
-    if (contents > asn1rt::bytes_left(ctxt))
+    const std::uint32_t left = asn1rt::bytes_left(ctxt);
+    if (!extent.constructed && contents > left) {
         return latch(ctxt, rtStatusEndOfBuffer);
-    *block = static_cast<unsigned char*>(asn1rt::new_block(ctxt, std::uint64_t{contents} + extra));
-    if (*block == nullptr)
-        return latch(ctxt, rtStatusNoMemory);
-    const int status = read_octets(ctxt, *block, contents, extent.total, numocts);
+    }
+    // Whatever a constructed string promises, its pieces hold no more than what is left.
+    *block =
+        asn1rt::alloc_latched<unsigned char>(ctxt, std::uint64_t{std::min(contents, left)} + extra);
+    if (*block == nullptr) {
+        return rtStatusNoMemory;
+    }
+    const int status =
+        read_octets(ctxt, *block, contents, extent.total, extent.constructed, numocts);
     std::memset(*block + *numocts, 0, extra);
     return status;
 }
@@ -91,18 +106,22 @@ int read_characters(ASN1CTXT* ctxt, Record* text, ASN1TagType tagging, std::uint
                     int length) {
     StringExtent extent;
     int status = asn1rt::open_string(ctxt, tagging, tag, rtTagOctetString, length, extent);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
+    }
     *text = {0, nullptr};
-    if (extent.total == 0 && !extent.indefinite)
+    if (extent.total == 0 && !extent.indefinite) {
         return rtStatusOk;
-    if (extent.contents < 0)
+    }
+    if (extent.contents < 0) {
         return latch(ctxt, rtStatusInvalidLength);
+    }
     unsigned char* bytes;
     std::uint32_t numocts;
     status = read_new_block(ctxt, extent, 0, &bytes, &numocts);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
+    }
     auto* characters = reinterpret_cast<T*>(bytes);
     for (std::uint32_t i = 0; i < numocts / sizeof(T); ++i) {
         T character;
@@ -121,31 +140,27 @@ int asn1rt::open_string(ASN1CTXT* ctxt, ASN1TagType tagging, std::uint32_t tag,
     if (tagging == 1) {
         const auto tagByte = static_cast<unsigned char>(tag >> 24 | (tag & 0x1F));
         const int status = xd_match1(ctxt, tagByte, &length);
-        if (status != rtStatusOk)
+        if (status != rtStatusOk) {
             return latch(ctxt, status);
+        }
     }
-    extent = {length == rtIndefiniteLength, length, length};
-    if (!extent.indefinite)
+    const bool indefinite = length == rtIndefiniteLength;
+    extent = {indefinite || is_constructed(ctxt), indefinite, length, length};
+    if (!indefinite) {
         return rtStatusOk;
+    }
     const int status = xd_consStrIndefLenAndSize(ctxt, pieceTag, &extent.contents, &extent.total);
-    if (status != rtStatusOk)
-        return latch(ctxt, status);
-    set_constructed(ctxt, true);
-    return rtStatusOk;
-}
-
-void* asn1rt::new_block(ASN1CTXT* ctxt, std::uint64_t size) {
-    if (size > INT32_MAX)
-        return nullptr;
-    return rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
+    return status == rtStatusOk ? rtStatusOk : latch(ctxt, status);
 }
 
 int xd_memcpy(ASN1CTXT* ctxt, unsigned char* destination, std::uint32_t count) {
     const unsigned char* bytes;
-    if (!asn1rt::take(ctxt, count, bytes))
+    if (!asn1rt::take(ctxt, count, bytes)) {
         return rtStatusEndOfBuffer;
-    if (count != 0)
+    }
+    if (count != 0) {
         std::memcpy(destination, bytes, count);
+    }
     return rtStatusOk;
 }
 
@@ -153,14 +168,18 @@ int xd_octstr_s(ASN1CTXT* ctxt, unsigned char* bytes, std::uint32_t* numocts, AS
                 int length) {
     if (tagging == 1) {
         const int status = read_piece_header(ctxt, &length);
-        if (status != rtStatusOk)
+        if (status != rtStatusOk) {
             return status;
+        }
     }
-    if (length < 0)
+    if (length < 0) {
         return latch(ctxt, rtStatusInvalidLength);
-    if (static_cast<std::uint32_t>(length) > *numocts)
+    }
+    if (static_cast<std::uint32_t>(length) > *numocts) {
         return latch(ctxt, rtStatusValueTooLong);
-    return read_octets(ctxt, bytes, *numocts, length, numocts);
+    }
+    const bool constructed = tagging != 1 && asn1rt::is_constructed(ctxt);
+    return read_octets(ctxt, bytes, *numocts, length, constructed, numocts);
 }
 
 int xd_octstr(ASN1CTXT* ctxt, const unsigned char** bytes, std::uint32_t* numocts,
@@ -168,17 +187,19 @@ int xd_octstr(ASN1CTXT* ctxt, const unsigned char** bytes, std::uint32_t* numoct
     StringExtent extent;
     int status =
         asn1rt::open_string(ctxt, tagging, rtTagOctetString, rtTagOctetString, length, extent);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
+    }
     if (extent.contents < 0) {
         *numocts = 0;
         *bytes = nullptr;
         return rtStatusOk;
     }
-    if ((ctxt->flags & ctxFlagNoCopy) != 0 && !asn1rt::is_constructed(ctxt)) {
+    if ((ctxt->flags & ctxFlagNoCopy) != 0 && !extent.constructed) {
         const auto count = static_cast<std::uint32_t>(extent.contents);
-        if (!asn1rt::take(ctxt, count, *bytes))
+        if (!asn1rt::take(ctxt, count, *bytes)) {
             return latch(ctxt, rtStatusEndOfBuffer);
+        }
         *numocts = count;
         return rtStatusOk;
     }
@@ -192,10 +213,12 @@ int xd_charstr(ASN1CTXT* ctxt, const char** text, ASN1TagType tagging, std::uint
                int length) {
     StringExtent extent;
     int status = asn1rt::open_string(ctxt, tagging, tag, rtTagOctetString, length, extent);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         return status;
-    if (extent.contents < 0)
+    }
+    if (extent.contents < 0) {
         extent.contents = extent.total = 0;
+    }
     unsigned char* block;
     std::uint32_t numocts;
     status = read_new_block(ctxt, extent, 1, &block, &numocts);

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/limits.h"
 #include "asn1rt/reader.h"
 #include "asn1rt/status.h"
 #include "asn1rt/test_context.h"
@@ -73,44 +72,51 @@ TEST(DecodeTest, Lengths) {
 }
 
 TEST(DecodeTest, StartOfAMessage) {
+    struct Row {
+        const char* name;
+        const char* bytes;
+        int size; // as the caller tells it
+        std::uint16_t flags;
+        int status;
+        int length; // of the whole element
+        std::uint32_t limit;
+        std::uint32_t cursor;
+    };
     TestContext ctxt;
-    std::uint32_t tag = 0;
-    int length = 0;
-    Bytes bytes = bytes_of("30 03 02 01 05 FF FF");
-    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 7, &tag, &length), 0);
-    EXPECT_EQ(tag, kSequence);
-    EXPECT_EQ(length, 5) << "of the whole element";
-    EXPECT_EQ(ctxt.bufSize, 5U) << "what follows is out of sight";
-    EXPECT_EQ(ctxt.bufIndex, 0U);
-    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 0, nullptr, nullptr), 0);
-    EXPECT_EQ(ctxt.bufSize, 5U);
-    for (const char* text : {"30 03 02", "30 81 03 02", "30 85 03"}) {
-        bytes = bytes_of(text);
-        const auto size = static_cast<std::uint32_t>(bytes.size());
-        EXPECT_EQ(xd_setp(&ctxt, bytes.data(), static_cast<int>(size), &tag, &length), -5) << text;
-        EXPECT_EQ(ctxt.bufIndex, 0U);
-        EXPECT_EQ(ctxt.bufSize, size) << "the buffer never ends behind the caller's bytes";
+    for (const Row& row :
+         {Row{"what follows is out of sight", "30 03 02 01 05 FF FF", 7, 0, 0, 5, 5, 0},
+          Row{"size not told", "30 03 02 01 05 FF FF", 0, 0, 0, 5, 5, 0},
+          Row{"never behind the caller's bytes", "30 03 02", 3, 0, -5, 5, 3, 0},
+          Row{"long form", "30 81 03 02", 4, 0, -5, 0, 4, 0},
+          Row{"bad length", "30 85 03", 3, 0, -5, 0, 3, 0},
+          Row{"half a tag", "3F 81", 2, 0, -2, 0, 2, 2},
+          Row{"indefinite", "30 80 05 00 00 00", 6, 0, 0, rtIndefiniteLength, 6, 0},
+          Row{"flags of the last message", "30 00", 2, ctxFlagIndefMessage | ctxFlagLastEoc, 0, 2,
+              2, 0},
+          Row{"lengths unchecked", "30 84 7F FF FF FF 00", 7, ctxFlagNoLengthCheck, -5, INT_MAX, 7,
+              0}}) {
+        SCOPED_TRACE(row.name);
+        const Bytes bytes = bytes_of(row.bytes);
+        ctxt.flags = row.flags | ctxFlagNoCopy;
+        std::uint32_t tag = kSequence;
+        int length = 0;
+        EXPECT_EQ(xd_setp(&ctxt, bytes.data(), row.size, &tag, &length), row.status);
+        EXPECT_EQ(tag, kSequence);
+        EXPECT_EQ(length, row.length);
+        EXPECT_EQ(ctxt.bufSize, row.limit);
+        EXPECT_EQ(ctxt.bufIndex, row.cursor);
+        const int kept =
+            ctxFlagNoCopy | ctxFlagNoLengthCheck | ctxFlagIndefMessage | ctxFlagLastEoc;
+        const int indefinite = length == rtIndefiniteLength ? ctxFlagIndefMessage : 0;
+        EXPECT_EQ(ctxt.flags & kept,
+                  ctxFlagNoCopy | (row.flags & ctxFlagNoLengthCheck) | indefinite);
     }
-    bytes = bytes_of("30 80 05 00 00 00");
-    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 6, &tag, &length), 0);
-    EXPECT_EQ(length, rtIndefiniteLength);
-    EXPECT_NE(ctxt.flags & ctxFlagIndefMessage, 0);
-    bytes = bytes_of("05 00");
-    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 2, &tag, &length), 0);
-    EXPECT_EQ(ctxt.flags & ctxFlagIndefMessage, 0) << "forgotten with the next message";
-    bytes = bytes_of("1F 81");
-    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 2, &tag, &length), -2);
-    EXPECT_EQ(ctxt.bufIndex, 2U);
-    EXPECT_EQ(xd_setp(&ctxt, nullptr, 100, &tag, &length), -18);
+    EXPECT_EQ(xd_setp(&ctxt, nullptr, 100, nullptr, nullptr), -18);
     EXPECT_EQ(xd_peek(&ctxt), -1);
-    EXPECT_EQ(xd_match1(&ctxt, 0x30, &length), -2);
-    ctxt.flags = ctxFlagNoLengthCheck;
-    bytes = bytes_of("04 84 7F FF FF FF 00");
-    EXPECT_EQ(xd_setp(&ctxt, bytes.data(), 7, &tag, &length), -5);
-    EXPECT_EQ(length, INT_MAX);
-    EXPECT_EQ(ctxt.bufSize, 7U);
+    EXPECT_EQ(xd_match1(&ctxt, 0x30, nullptr), -2);
     ASN1CTXT dead{};
-    EXPECT_EQ(xd_setp(&dead, bytes.data(), 7, &tag, &length), -32);
+    const unsigned char null[] = {5, 0};
+    EXPECT_EQ(xd_setp(&dead, null, 2, nullptr, nullptr), -32);
 }
 
 TEST(DecodeTest, TagAndLengthPutBackOrNot) {
@@ -244,6 +250,39 @@ TEST(DecodeTest, SkippingAndCounting) {
     EXPECT_EQ(ctxt.errInfo.status, 0);
 }
 
+TEST(DecodeTest, MovesPastTheEndOfTheCurrentLevelOnly) {
+    TestContext ctxt;
+    ctxt.read(bytes_of("05 00 30 80 04 01 41 00 00 24 00 00 00 05 00 00 00"));
+    EXPECT_EQ(xd_MovePastEOC(&ctxt), 0);
+    EXPECT_EQ(ctxt.bufIndex, 13U) << "behind the first end-of-contents of this level";
+    EXPECT_EQ(xd_MovePastEOC(&ctxt), 0);
+    EXPECT_EQ(ctxt.bufIndex, 17U);
+    EXPECT_EQ(xd_MovePastEOC(&ctxt), rtStatusEndOfBuffer);
+    ctxt.read(bytes_of("04 05 41"));
+    EXPECT_EQ(xd_MovePastEOC(&ctxt), rtStatusEndOfBuffer) << "no step beyond the buffer";
+    ctxt.read(bytes_of("04 80 00 00"));
+    EXPECT_EQ(xd_MovePastEOC(&ctxt), rtStatusInvalidLength);
+    EXPECT_EQ(ctxt.errInfo.status, 0);
+}
+
+TEST(DecodeTest, CopiesAllOrNothing) {
+    TestContext ctxt;
+    ctxt.read(bytes_of("01 02 03"));
+    unsigned char out[3] = {9, 9, 9};
+    EXPECT_EQ(xd_memcpy(&ctxt, out, 2), 0);
+    EXPECT_EQ(out[1], 2);
+    EXPECT_EQ(xd_memcpy(&ctxt, out, 2), rtStatusEndOfBuffer);
+    EXPECT_EQ(ctxt.bufIndex, 2U);
+    EXPECT_EQ(out[0], 1) << "untouched";
+    EXPECT_EQ(xd_memcpy(&ctxt, nullptr, 0), 0);
+    EXPECT_EQ(xd_memcpy(&ctxt, out, 0xFFFFFFFF), rtStatusEndOfBuffer);
+    EXPECT_EQ(xd_memcpy(&ctxt, out, 1), 0);
+    ctxt.flags = ctxFlagIndefMessage;
+    EXPECT_EQ(xd_memcpy(&ctxt, out, 1), rtStatusEndOfBuffer)
+        << "not beyond the buffer in a message of indefinite length either";
+    EXPECT_EQ(ctxt.errInfo.status, 0);
+}
+
 TEST(DecodeTest, SizeOfIndefiniteElements) {
     struct Row {
         const char* bytes;
@@ -314,21 +353,25 @@ TEST(DecodeTest, EndOfContents) {
 
 // What a stranger might send to cost time, stack or memory.
 TEST(HostileTest, DeepIndefiniteNesting) {
-    Bytes bytes;
-    for (int i = 0; i < 100000; ++i)
-        bytes.insert(bytes.end(), {0x30, 0x80});
+    const auto levels = [](unsigned char tag) {
+        Bytes bytes;
+        for (int i = 0; i < 100000; ++i) {
+            bytes.insert(bytes.end(), {tag, 0x80});
+        }
+        return bytes;
+    };
     TestContext ctxt;
+    Bytes bytes = levels(0x30);
     ctxt.read(bytes);
+    EXPECT_EQ(xd_NextElement(&ctxt), -2);
+    EXPECT_EQ(xd_indeflen_ex(bytes.data(), static_cast<int>(bytes.size())), -2);
+    bytes.resize(2 * bytes.size(), 0);
+    ctxt.read(bytes);
+    EXPECT_EQ(xd_NextElement(&ctxt), 0) << "every level takes two bytes, and no more";
+    EXPECT_EQ(ctxt.bufIndex, ctxt.bufSize);
+    ctxt.read(levels(0x24));
     const unsigned char* data;
     std::uint32_t count;
-    EXPECT_EQ(xd_NextElement(&ctxt), -12);
-    EXPECT_LT(ctxt.bufIndex, 4 * rtMaxIndefiniteNesting) << "given up early";
-    ctxt.bufIndex = 0;
-    EXPECT_EQ(xd_OpenType(&ctxt, &data, &count), -12);
-    EXPECT_EQ(xd_indeflen_ex(bytes.data(), static_cast<int>(bytes.size())), -12);
-    for (std::size_t i = 0; i < bytes.size(); i += 2)
-        bytes[i] = 0x24;
-    ctxt.read(bytes);
     EXPECT_EQ(xd_octstr(&ctxt, &data, &count, 1, 0), -21);
     int contents;
     int total;
@@ -336,61 +379,55 @@ TEST(HostileTest, DeepIndefiniteNesting) {
     EXPECT_EQ(xd_consStrIndefLenAndSize(&ctxt, 0x20000004, &contents, &total), -2);
 }
 
-TEST(HostileTest, ABudgetThatIsSpent) {
-    const unsigned char* data;
-    const char* text;
-    std::uint32_t count = 0;
-    ASN1TBMPText wide;
-    const auto status_of = [](unsigned char tag, auto read) {
+// Each reader that makes a block, with its tag.
+struct BlockReader {
+    unsigned char tag;
+    int (*read)(ASN1CTXT*);
+};
+
+const BlockReader kBlockReaders[] = {{4,
+                                      [](ASN1CTXT* c) {
+                                          const unsigned char* data;
+                                          std::uint32_t count;
+                                          return xd_octstr(c, &data, &count, 1, 0);
+                                      }},
+                                     {3,
+                                      [](ASN1CTXT* c) {
+                                          const unsigned char* data;
+                                          std::uint32_t count;
+                                          return xd_bitstr(c, &data, &count, 1, 0);
+                                      }},
+                                     {22,
+                                      [](ASN1CTXT* c) {
+                                          const char* text;
+                                          return xd_charstr(c, &text, 1, 22, 0);
+                                      }},
+                                     {2,
+                                      [](ASN1CTXT* c) {
+                                          const char* text;
+                                          return xd_bigint(c, &text, 1, 0);
+                                      }},
+                                     {30, [](ASN1CTXT* c) {
+                                          ASN1TBMPText wide;
+                                          return xd_16BitCharStr(c, &wide, 1, 30, 0);
+                                      }}};
+
+TEST(HostileTest, ReadersTakeNoMemoryThatTheyMayNotHave) {
+    for (const auto& [tag, read] : kBlockReaders) {
+        SCOPED_TRACE(tag);
         TestContext ctxt;
         ctxt.read({tag, 2, 0, 1});
         ctxt.typeHeap->budget = 10;
-        const int status = read(&ctxt);
-        EXPECT_TRUE(ctxt.errInfo.status == status || tag == 2);
-        return status;
-    };
-    EXPECT_EQ(status_of(4, [&](ASN1CTXT* c) { return xd_octstr(c, &data, &count, 1, 0); }), -12);
-    EXPECT_EQ(status_of(3, [&](ASN1CTXT* c) { return xd_bitstr(c, &data, &count, 1, 0); }), -12);
-    EXPECT_EQ(status_of(22, [&](ASN1CTXT* c) { return xd_charstr(c, &text, 1, 22, 0); }), -12);
-    EXPECT_EQ(status_of(2, [&](ASN1CTXT* c) { return xd_bigint(c, &text, 1, 0); }), -12);
-    EXPECT_EQ(status_of(30, [&](ASN1CTXT* c) { return xd_16BitCharStr(c, &wide, 1, 30, 0); }), -12);
-}
-
-TEST(HostileTest, MoreElementsThanAnyMessageHas) {
-    TestContext ctxt;
-    Bytes elements(2 * (std::size_t{rtMaxElementCount} + 1), 0);
-    for (std::size_t i = 0; i < elements.size(); i += 2)
-        elements[i] = 5;
-    ctxt.read(elements);
-    std::uint32_t count = 0;
-    EXPECT_EQ(xd_count(&ctxt, rtIndefiniteLength, &count), -12);
-}
-
-TEST(HostileTest, LengthsTakeNoMemory) {
-    const Bytes bytes = bytes_of("04 84 7F FF FF F0 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
-    for (const std::uint16_t flags : {std::uint16_t{0}, ctxFlagNoLengthCheck}) {
-        TestContext ctxt;
-        ctxt.read(bytes);
-        ctxt.typeHeap->budget = 1000;
-        const auto status_of = [&](auto read, unsigned char tag) {
-            ctxt.message[0] = tag;
-            ctxt.bufIndex = 0;
+        EXPECT_EQ(read(&ctxt), -12);
+        Bytes promising = bytes_of("00 84 7F FF FF F0 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+        promising[0] = tag;
+        for (const std::uint16_t flags : {std::uint16_t{0}, ctxFlagNoLengthCheck}) {
+            ctxt.read(promising);
             ctxt.flags = flags;
-            return read();
-        };
-        const unsigned char* data;
-        const char* text;
-        std::uint32_t count = 0;
-        ASN1TBMPText wide;
-        const int refused = flags == 0 ? -5 : -2;
-        EXPECT_EQ(status_of([&] { return xd_octstr(&ctxt, &data, &count, 1, 0); }, 4), refused);
-        EXPECT_EQ(status_of([&] { return xd_bitstr(&ctxt, &data, &count, 1, 0); }, 3), refused);
-        EXPECT_EQ(status_of([&] { return xd_charstr(&ctxt, &text, 1, 22, 0); }, 22), refused);
-        EXPECT_EQ(status_of([&] { return xd_bigint(&ctxt, &text, 1, 0); }, 2), refused);
-        EXPECT_EQ(status_of([&] { return xd_16BitCharStr(&ctxt, &wide, 1, 30, 0); }, 30), refused);
-        EXPECT_EQ(status_of([&] { return xd_OpenType(&ctxt, &data, &count); }, 4),
-                  flags == 0 ? -5 : -18);
-        EXPECT_GT(ctxt.typeHeap->budget, 900U);
+            ctxt.typeHeap->budget = 1000;
+            EXPECT_EQ(read(&ctxt), flags == 0 ? -5 : -2);
+            EXPECT_GT(ctxt.typeHeap->budget, 900U);
+        }
     }
 }
 

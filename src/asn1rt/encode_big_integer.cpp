@@ -14,7 +14,7 @@ namespace {
 using asn1rt::finish;
 
 struct Radix {
-    unsigned perByte; // digits
+    unsigned per_byte; // digits
     unsigned bitsPerDigit;
     unsigned highest; // digit
 };
@@ -26,10 +26,12 @@ constexpr unsigned char kNoDigit = 0xFF;
 constexpr std::array<unsigned char, 256> kDigitValues = [] {
     std::array<unsigned char, 256> values{};
     values.fill(kNoDigit);
-    for (unsigned char i = 0; i < 10; ++i)
+    for (unsigned char i = 0; i < 10; ++i) {
         values['0' + i] = i;
-    for (unsigned char i = 0; i < 6; ++i)
+    }
+    for (unsigned char i = 0; i < 6; ++i) {
         values['a' + i] = values['A' + i] = static_cast<unsigned char>(10 + i);
+    }
     return values;
 }();
 
@@ -39,22 +41,26 @@ unsigned digit_value(char digit) {
 
 // The radix of a text with a prefix and at least one digit, or null.
 const Radix* radix_of(std::string_view text) {
-    if (text.size() < 3)
+    if (text.size() < 3) {
         return nullptr;
-    if (text.starts_with("0x"))
+    }
+    if (text.starts_with("0x")) {
         return &kHexadecimal;
+    }
     return text.starts_with("0b") ? &kBinary : nullptr;
 }
 
 void strip_zeros(std::string_view& digits) {
-    while (!digits.empty() && digits.front() == '0')
+    while (!digits.empty() && digits.front() == '0') {
         digits.remove_prefix(1);
+    }
 }
 
 bool is_highest(std::string_view digits, const Radix& radix) {
     for (const char digit : digits) {
-        if (digit_value(digit) != radix.highest)
+        if (digit_value(digit) != radix.highest) {
             return false;
+        }
     }
     return true;
 }
@@ -62,36 +68,36 @@ bool is_highest(std::string_view digits, const Radix& radix) {
 // Whole bytes whose bits are all set: the sign of a negative number, which one such bit can tell as
 // well.
 void strip_ones(std::string_view& digits, const Radix& radix) {
-    while (!digits.empty() && is_highest(digits.substr(0, radix.perByte), radix))
-        digits.remove_prefix(radix.perByte);
+    while (!digits.empty() && is_highest(digits.substr(0, radix.per_byte), radix)) {
+        digits.remove_prefix(radix.per_byte);
+    }
 }
 
-// The digits as bytes, the odd ones in the first byte. The number of bytes, or -18 for something
-// that isn't a digit (nothing is written then).
+// The digits as bytes, the odd ones in the first byte. The number of bytes, or -18 when one isn't a
+// digit of the radix.
 template <const Radix& radix>
 int put_digits(ASN1CTXT* ctxt, std::string_view digits) {
-    const auto count = (digits.size() + radix.perByte - 1) / radix.perByte;
-    if (count > static_cast<std::size_t>(INT32_MAX))
+    const auto is_digit = [](char c) { return digit_value(c) <= radix.highest; };
+    if (!std::all_of(digits.begin(), digits.end(), is_digit)) {
+        return rtStatusInvalidArgument;
+    }
+    const auto count = (digits.size() + radix.per_byte - 1) / radix.per_byte;
+    if (count > static_cast<std::size_t>(INT32_MAX)) {
         return rtStatusNoMemory;
+    }
     int status;
     unsigned char* at = asn1rt::put_in_front(ctxt, static_cast<std::uint32_t>(count), status);
-    if (at == nullptr)
+    if (at == nullptr) {
         return status;
-    const std::size_t odd = digits.size() % radix.perByte;
-    unsigned highest = 0; // a digit's value, or more when there is one that isn't a digit
-    for (std::size_t from = 0, upTo = odd != 0 ? odd : radix.perByte; from < digits.size();
-         from = upTo, upTo += radix.perByte) {
+    }
+    const std::size_t odd = digits.size() % radix.per_byte;
+    for (std::size_t from = 0, up_to = odd != 0 ? odd : radix.per_byte; from < digits.size();
+         from = up_to, up_to += radix.per_byte) {
         unsigned byte = 0;
-        for (std::size_t i = from; i < upTo; ++i) {
-            const unsigned value = digit_value(digits[i]);
-            highest = std::max(highest, value);
-            byte = byte << radix.bitsPerDigit | value;
+        for (std::size_t i = from; i < up_to; ++i) {
+            byte = byte << radix.bitsPerDigit | digit_value(digits[i]);
         }
         *at++ = static_cast<unsigned char>(byte);
-    }
-    if (highest > radix.highest) {
-        ctxt->bufIndex += static_cast<std::uint32_t>(count);
-        return rtStatusInvalidArgument;
     }
     return static_cast<int>(count);
 }
@@ -108,17 +114,19 @@ int put_sign(ASN1CTXT* ctxt, int length, bool negative) {
 
 int put_with_radix(ASN1CTXT* ctxt, std::string_view digits, const Radix& radix) {
     const unsigned first = digit_value(digits.front());
-    const bool negative = digits.size() % radix.perByte == 0 && first != kNoDigit &&
+    const bool negative = digits.size() % radix.per_byte == 0 && first != kNoDigit &&
                           first >> (radix.bitsPerDigit - 1) == 1;
-    if (negative)
+    if (negative) {
         strip_ones(digits, radix);
-    else
+    } else {
         strip_zeros(digits);
+    }
     const int length = put_digits(ctxt, digits, radix);
-    if (length < 0 || digits.size() % radix.perByte != 0)
+    if (length < 0 || digits.size() % radix.per_byte != 0) {
         return length;
-    const bool topBit = length > 0 && (*xe_getp(ctxt) & 0x80) != 0;
-    return length > 0 && topBit == negative ? length : put_sign(ctxt, length, negative);
+    }
+    const bool top_bit = length > 0 && (*xe_getp(ctxt) & 0x80) != 0;
+    return length > 0 && top_bit == negative ? length : put_sign(ctxt, length, negative);
 }
 
 int put_parsed(ASN1CTXT* ctxt, const char* text) {
@@ -139,30 +147,36 @@ int put_parsed(ASN1CTXT* ctxt, const char* text) {
 }
 
 int put_bigint(ASN1CTXT* ctxt, const char* text) {
-    if (text == nullptr || *text == '\0')
+    if (text == nullptr || *text == '\0') {
         return rtStatusInvalidArgument;
+    }
     const std::string_view view(text);
-    if (view == "0")
+    if (view == "0") {
         return asn1rt::put_byte(ctxt, 0);
+    }
     const Radix* radix = radix_of(view);
     return radix == nullptr ? put_parsed(ctxt, text) : put_with_radix(ctxt, view.substr(2), *radix);
 }
 
 int put_biguint(ASN1CTXT* ctxt, const char* text) {
-    if (text == nullptr)
+    if (text == nullptr) {
         return rtStatusInvalidArgument;
+    }
     const std::string_view view(text);
-    if (view == "0")
+    if (view == "0") {
         return asn1rt::put_byte(ctxt, 0);
+    }
     const Radix* radix = radix_of(view);
-    if (radix == nullptr)
+    if (radix == nullptr) {
         return rtStatusInvalidArgument;
+    }
     std::string_view digits = view.substr(2);
     strip_zeros(digits);
     const bool stripped = digits.size() != view.size() - 2;
     const int length = put_digits(ctxt, digits, *radix);
-    if (length < 0 || digits.size() % radix->perByte != 0 || !stripped)
+    if (length < 0 || digits.size() % radix->per_byte != 0 || !stripped) {
         return length;
+    }
     return put_sign(ctxt, length, false);
 }
 

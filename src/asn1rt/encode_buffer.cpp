@@ -13,17 +13,20 @@ ASN1BEREncodeBuffer::ASN1BEREncodeBuffer() : ASN1BEREncodeBuffer(nullptr, 0) {}
 ASN1BEREncodeBuffer::ASN1BEREncodeBuffer(unsigned char* buffer, int size)
     : ASN1BERMessageBuffer(BEREncode) {
     const int status = setBuffer(buffer, size);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         throw RTLError(status);
+    }
 }
 
 unsigned char* ASN1BEREncodeBuffer::getMsgCopy() {
     const std::size_t size = context->bufSize - context->bufIndex;
-    if (size == 0)
+    if (size == 0) {
         return nullptr;
+    }
     auto* copy = new (std::nothrow) unsigned char[size];
-    if (copy != nullptr)
+    if (copy != nullptr) {
         std::memcpy(copy, getMsgPtr(), size);
+    }
     return copy;
 }
 
@@ -45,7 +48,8 @@ int ASN1BEREncodeBuffer::setBuffer(unsigned char* buffer, int size) {
 
 ASN1BEREncodeBuffer& ASN1BEREncodeBuffer::operator<<(ASN1CType& value) {
     const int result = value.EncodeTo(*this);
-    if (result != rtStatusOk)
+    if (result != rtStatusOk) {
         throw ASN1RTLException(result);
+    }
     return *this;
 }

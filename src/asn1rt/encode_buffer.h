@@ -3,10 +3,11 @@
 #pragma once
 
 #include "asn1rt/message_buffer.h"
+#include "visibility/visibility.h"
 
 class ASN1CType;
 
-class ASN1BEREncodeBuffer : public ASN1BERMessageBuffer {
+class CHRONOSEAL_API ASN1BEREncodeBuffer : public ASN1BERMessageBuffer {
 public:
     // A buffer that grows. Throws RTLError.
     ASN1BEREncodeBuffer();

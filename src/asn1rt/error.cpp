@@ -4,8 +4,9 @@
 #include <cstdio>
 
 int rtErrSetData(ASN1ErrorRecord* errInfo, int status) {
-    if (errInfo->status == 0)
+    if (errInfo->status == 0) {
         errInfo->status = status;
+    }
     return status;
 }
 

@@ -5,7 +5,7 @@
 
 #include "visibility/visibility.h"
 
-struct ASN1ErrorRecord {
+struct CHRONOSEAL_API ASN1ErrorRecord {
     std::int32_t status; // 0: nothing has gone wrong
 };
 

@@ -7,7 +7,7 @@
 #include "asn1rt/status.h"
 
 int ASN1CGeneralizedTime::setTime(long time, unsigned char diffTime) {
-    return fillFromTime(time, diffTime);
+    return fill_from_time(time, diffTime);
 }
 
 int ASN1CGeneralizedTime::parseString(const char* text) {
@@ -22,7 +22,7 @@ int ASN1CGeneralizedTime::parseString(const char* text) {
 int ASN1CGeneralizedTime::compileString() {
     const bool in_utc = derRules || utc;
     Fields fields;
-    if (!writtenFields(in_utc, fields)) {
+    if (!written_fields(in_utc, fields)) {
         return fail(rtStatusInvalidTime);
     }
     char made[64];
@@ -46,14 +46,14 @@ int ASN1CGeneralizedTime::compileString() {
     }
     if (in_utc) {
         append("%s", "Z");
-        return storeText(made);
+        return store_text(made);
     }
     // Also for an offset of 0, so that a local time is written as one of UTC when it's changed.
     append("%c%.2d", diffHour < 0 || diffMinute < 0 ? '-' : '+', std::abs(diffHour));
     if (diffMinute != 0) {
         append("%.2d", std::abs(diffMinute));
     }
-    return storeText(made);
+    return store_text(made);
 }
 
 int ASN1CGeneralizedTime::getCentury() {
@@ -62,7 +62,7 @@ int ASN1CGeneralizedTime::getCentury() {
 }
 
 int ASN1CGeneralizedTime::setCentury(int century) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     if (status != rtStatusOk) {
         return status;
     }

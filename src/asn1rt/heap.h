@@ -84,7 +84,8 @@ CHRONOSEAL_API void rtMemHeapAddRef(rtMemHeap** slot);
 // the slot keeps its handle, and the caller overwrites it.
 CHRONOSEAL_API void rtMemHeapRelease(rtMemHeap** slot);
 
-// Frees a list of open-type records: each record's bytes, then records and nodes.
+// Frees a list of open-type records: each record's bytes, then records and nodes. With
+// ctxFlagNoCopy the bytes are left alone, for they are the message's.
 CHRONOSEAL_API void rtMemFreeOpenSeqExt(ASN1CTXT* ctxt, _Asn1RTDList* list);
 
 } // extern "C"

@@ -9,24 +9,20 @@
 // adds about 12.
 inline constexpr std::uint16_t rtMaxNestingDepth = 128;
 
-// Levels of indefinite length inside an element that is skipped or kept as an open type.
-inline constexpr std::uint32_t rtMaxIndefiniteNesting = 1024;
-
-// Elements that xd_count counts.
-inline constexpr std::uint32_t rtMaxElementCount = 1U << 24;
-
 // The bytes that one decode may allocate on the type heap, block headers included, is the base plus
 // this multiple of the bytes that the message had left when its outermost decoder began. Blocks
-// that are freed again in the course of it still count. Certificates and tokens take 30 to 60 times
-// their own size, most of it the object identifiers, which have room for 128 arcs each.
-inline constexpr std::uint64_t rtDecodeBaseBytes = 64 * 1024;
-inline constexpr std::uint64_t rtDecodeBytesPerMessageByte = 512;
+// that are freed again in the course of it still count. Of some four thousand certificates, lists,
+// answers and tokens that others made none takes more than 30 times its own size, most of it the
+// object identifiers, which have room for 128 arcs each; elements of two bytes each would take 60
+// times theirs. Small messages of many identifiers live on the base.
+inline constexpr std::uint64_t rtDecodeBaseBytes = 256 * 1024;
+inline constexpr std::uint64_t rtDecodeBytesPerMessageByte = 40;
 
 // The largest payload of one heap block: with its header it stays within a signed 32-bit range.
 inline constexpr std::int32_t rtMaxBlockSize = 0x7FFFFFCF;
 
-// First size of an encode buffer that the context allocates by itself, and the least by which a
-// buffer grows.
+// First size of a buffer that the context allocates by itself, and the least by which one grows.
+// Otherwise it grows by half, so that a message is copied a few times however small its pieces are.
 inline constexpr std::uint32_t rtBufferGrowth = 16384;
 
 // Digits of a decimal text that is turned into a number, leading zeros not counted, and bytes of a

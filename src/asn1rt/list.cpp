@@ -4,15 +4,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
-#include "asn1rt/limits.h"
 #include "asn1rt/status.h"
 
 namespace {
 
 rtDListNode* new_node(ASN1CTXT* ctxt, void* data) {
-    auto* node = static_cast<rtDListNode*>(
-        rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(sizeof(rtDListNode))));
+    auto* node = asn1rt::alloc<rtDListNode>(ctxt);
     if (node != nullptr) {
         *node = {data, nullptr, nullptr};
     }
@@ -30,15 +29,6 @@ void link(rtDList* list, rtDListNode* node, rtDListNode* before, rtDListNode* be
 
 bool shares_block(const rtDListNode* node) {
     return node->data == node + 1;
-}
-
-// A block for `count` elements, or null when there is no memory or no such block.
-void* alloc_elements(ASN1CTXT* ctxt, std::uint32_t count, std::uint32_t elemSize) {
-    const std::uint64_t size = std::uint64_t{count} * elemSize;
-    if (size > static_cast<std::uint64_t>(rtMaxBlockSize)) {
-        return nullptr;
-    }
-    return rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
 }
 
 } // namespace
@@ -140,9 +130,10 @@ void rtDListFreeAll(ASN1CTXT* ctxt, rtDList* list) {
 int rtDListToArray(ASN1CTXT* ctxt, const rtDList* list, void** array, std::uint32_t* capacity,
                    std::uint32_t elemSize) {
     if (capacity != nullptr && *capacity < list->count) {
-        void* fresh = alloc_elements(ctxt, list->count, elemSize);
+        void* fresh =
+            asn1rt::alloc_latched<unsigned char>(ctxt, std::uint64_t{list->count} * elemSize);
         if (fresh == nullptr) {
-            return rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
+            return rtStatusNoMemory;
         }
         *array = fresh;
         *capacity = list->count;
@@ -174,13 +165,13 @@ int rtDListAppendArrayCopy(ASN1CTXT* ctxt, rtDList* list, const void* array, std
     }
     const auto* from = static_cast<const unsigned char*>(array);
     while (bytes > 0) {
-        void* element = alloc_elements(ctxt, 1, elemSize);
+        auto* element = asn1rt::alloc_latched<unsigned char>(ctxt, elemSize);
         if (element == nullptr) {
-            return rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
+            return rtStatusNoMemory;
         }
         const std::uint32_t part = bytes < elemSize ? bytes : elemSize;
         std::memcpy(element, from, part);
-        std::memset(static_cast<unsigned char*>(element) + part, 0, elemSize - part);
+        std::memset(element + part, 0, elemSize - part);
         // Without memory for the node the element is left out, its copy stays on the heap, and the
         // next one is tried.
         rtDListAppend(ctxt, list, element);
@@ -195,13 +186,12 @@ void rtSListInitEx(ASN1CTXT* owner, rtSList* list) {
 }
 
 rtSListNode* rtSListAppend(rtSList* list, void* data) {
-    void* block = list->owner != nullptr
-                      ? rtMemHeapAlloc(&list->owner->typeHeap, sizeof(rtSListNode))
-                      : std::malloc(sizeof(rtSListNode));
-    if (block == nullptr) {
+    auto* node = list->owner != nullptr
+                     ? asn1rt::alloc<rtSListNode>(list->owner)
+                     : static_cast<rtSListNode*>(std::malloc(sizeof(rtSListNode)));
+    if (node == nullptr) {
         return nullptr;
     }
-    auto* node = static_cast<rtSListNode*>(block);
     *node = {data, nullptr};
     (list->tail != nullptr ? list->tail->next : list->head) = node;
     list->tail = node;

@@ -33,7 +33,7 @@ struct rtSListNode {
 };
 
 // `owner` null: the nodes come from malloc instead of a type heap.
-struct rtSList {
+struct CHRONOSEAL_API rtSList {
     std::uint32_t count;
     rtSListNode* head;
     rtSListNode* tail;

@@ -4,12 +4,22 @@
 #include <new>
 #include <type_traits>
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/status.h"
 
 namespace {
 
 [[noreturn]] void throw_no_memory(ASN1CTXT* ctxt) {
     throw ASN1MessageBuffer::RTLError(rtErrSetData(&ctxt->errInfo, rtStatusNoMemory));
+}
+
+template <typename T>
+T* required(ASN1CTXT* ctxt) {
+    T* const block = asn1rt::alloc_latched<T>(ctxt);
+    if (block == nullptr) {
+        throw ASN1MessageBuffer::RTLError(rtStatusNoMemory);
+    }
+    return block;
 }
 
 void* data_of(const rtDListNode* node) {
@@ -19,15 +29,15 @@ void* data_of(const rtDListNode* node) {
 } // namespace
 
 ASN1CSeqOfListIterator::ASN1CSeqOfListIterator(ASN1CSeqOfList& list, rtDListNode* next)
-    : list_(list), next_(next), expectedModCount_(list.modCount) {}
+    : list_(list), next_(next), expected_mod_count_(list.modCount) {}
 
 bool ASN1CSeqOfListIterator::stale() const {
-    return expectedModCount_ != list_.modCount;
+    return expected_mod_count_ != list_.modCount;
 }
 
 void ASN1CSeqOfListIterator::take_over() {
     list_.changed();
-    expectedModCount_ = list_.modCount;
+    expected_mod_count_ = list_.modCount;
 }
 
 void* ASN1CSeqOfListIterator::returned(rtDListNode* node) {
@@ -90,9 +100,8 @@ int ASN1CSeqOfListIterator::insert(void* data) {
     if (stale()) {
         return rtStatusListChanged;
     }
-    ASN1CTXT* ctxt = list_.getCtxtPtr();
-    if (rtDListInsertBefore(ctxt, list_.list, next_, data) == nullptr) {
-        return rtErrSetData(&ctxt->errInfo, rtStatusNoMemory);
+    if (rtDListInsertBefore(list_.getCtxtPtr(), list_.list, next_, data) == nullptr) {
+        return rtStatusNoMemory;
     }
     take_over();
     return rtStatusOk;
@@ -102,9 +111,7 @@ ASN1CSeqOfList::ASN1CSeqOfList(ASN1MessageBufferIF& buffer, _Asn1RTDList& list)
     : ASN1CType(buffer), list(&list) {}
 
 ASN1CSeqOfList::ASN1CSeqOfList(ASN1MessageBufferIF& buffer, ASN1TPDUSeqOfList& list)
-    : ASN1CType(buffer), list(&list) {
-    list.setContext(context.get());
-}
+    : ASN1CType(buffer), list(&list) {}
 
 ASN1CSeqOfList::ASN1CSeqOfList(ASN1MessageBufferIF& buffer) : ASN1CType(buffer) {
     make_list();
@@ -114,9 +121,7 @@ ASN1CSeqOfList::ASN1CSeqOfList(ASN1Context& sharedContext, _Asn1RTDList& list)
     : ASN1CType(sharedContext), list(&list) {}
 
 ASN1CSeqOfList::ASN1CSeqOfList(ASN1Context& sharedContext, ASN1TPDUSeqOfList& list)
-    : ASN1CType(sharedContext), list(&list) {
-    list.setContext(context.get());
-}
+    : ASN1CType(sharedContext), list(&list) {}
 
 ASN1CSeqOfList::ASN1CSeqOfList(ASN1Context& sharedContext) : ASN1CType(sharedContext) {
     make_list();
@@ -124,23 +129,17 @@ ASN1CSeqOfList::ASN1CSeqOfList(ASN1Context& sharedContext) : ASN1CType(sharedCon
 
 ASN1CSeqOfList::ASN1CSeqOfList(_Asn1RTDList& list) : list(&list) {}
 
-ASN1CSeqOfList::ASN1CSeqOfList(ASN1TPDUSeqOfList& list) : list(&list) {
-    list.setContext(context.get());
-}
+ASN1CSeqOfList::ASN1CSeqOfList(ASN1TPDUSeqOfList& list) : list(&list) {}
 
 void ASN1CSeqOfList::make_list() {
-    void* block = rtMemHeapAllocZ(&getCtxtPtr()->typeHeap, sizeof(rtDList));
-    if (block == nullptr) {
-        throw_no_memory(getCtxtPtr());
-    }
-    list = static_cast<rtDList*>(block);
+    list = required<rtDList>(getCtxtPtr());
+    rtDListInit(list);
 }
 
 rtDListNode* ASN1CSeqOfList::linked(rtDListNode* node) {
-    if (node == nullptr) {
-        throw_no_memory(getCtxtPtr());
+    if (node != nullptr) {
+        changed();
     }
-    changed();
     return node;
 }
 
@@ -149,9 +148,6 @@ rtDListNode* ASN1CSeqOfList::append(void* data) {
 }
 
 rtDListNode* ASN1CSeqOfList::insert(int index, void* data) {
-    if (index < 0 || static_cast<std::uint32_t>(index) > list->count) {
-        return nullptr;
-    }
     return linked(rtDListInsert(getCtxtPtr(), list, index, data));
 }
 
@@ -270,9 +266,5 @@ ASN1CSeqOfListIterator* ASN1CSeqOfList::make_iterator(rtDListNode* next) {
     if (getCtxtPtr() == nullptr) {
         return nullptr;
     }
-    void* block = rtMemHeapAlloc(&getCtxtPtr()->typeHeap, sizeof(ASN1CSeqOfListIterator));
-    if (block == nullptr) {
-        throw_no_memory(getCtxtPtr());
-    }
-    return new (block) ASN1CSeqOfListIterator(*this, next);
+    return new (required<ASN1CSeqOfListIterator>(getCtxtPtr())) ASN1CSeqOfListIterator(*this, next);
 }

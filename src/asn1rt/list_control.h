@@ -1,13 +1,16 @@
 // ASN1CSeqOfList, the object form of rtDList, with its iterator. Nodes, arrays and iterators come
-// from the type heap of the object's context and die with it. Where memory runs out and there is no
-// status to tell it by, ASN1MessageBuffer::RTLError with -12 is thrown.
+// from the type heap of the object's context and die with it. A list outlives that only if it keeps
+// the context itself, as a copy made with getCopy does. Where memory runs out, what answers a node
+// answers null; what has neither node nor status to tell it by throws ASN1MessageBuffer::RTLError
+// with -12.
 #pragma once
 
 #include "asn1rt/control.h"
 #include "asn1rt/list.h"
 #include "asn1rt/pdu.h"
+#include "visibility/visibility.h"
 
-// A list that is a top-level value: it keeps its context alive.
+// A list that is a top-level value: it may keep the context that its elements live in.
 struct ASN1TPDUSeqOfList : ASN1TSeqOfList, ASN1TPDU {
     ASN1TPDUSeqOfList() { rtDListInit(this); }
 };
@@ -16,7 +19,7 @@ class ASN1CSeqOfList;
 
 // Stands between two elements. Goes stale when the list is changed by anything but this iterator.
 // The memory is the heap's: an iterator is never deleted.
-class ASN1CSeqOfListIterator {
+class CHRONOSEAL_API ASN1CSeqOfListIterator {
 public:
     // The element behind or in front of the iterator, which moves over it. Null at the end (-8) and
     // when stale (-27): getState tells which, as null may be an element too.
@@ -28,7 +31,7 @@ public:
     int remove();
     int set(void* data);
 
-    // Puts an element in front of the one that next would return. 0, -27, or -12 latched.
+    // Puts an element in front of the one that next would return. 0, -27 or -12.
     int insert(void* data);
 
     // The status of the last next or prev.
@@ -45,26 +48,25 @@ private:
     ASN1CSeqOfList& list_;
     rtDListNode* next_; // null: at the end
     rtDListNode* last_ = nullptr;
-    int expectedModCount_;
+    int expected_mod_count_;
     int state_ = 0;
 };
 
-class ASN1CSeqOfList : public ASN1CType {
+class CHRONOSEAL_API ASN1CSeqOfList : public ASN1CType {
 public:
-    // On a list of the caller's, or with a new one on the heap.
+    // On a list of the caller's, whose elements may live anywhere, or with a new one on the heap.
     ASN1CSeqOfList(ASN1MessageBufferIF& buffer, _Asn1RTDList& list);
     ASN1CSeqOfList(ASN1MessageBufferIF& buffer, ASN1TPDUSeqOfList& list);
     explicit ASN1CSeqOfList(ASN1MessageBufferIF& buffer);
     ASN1CSeqOfList(ASN1Context& sharedContext, _Asn1RTDList& list);
     ASN1CSeqOfList(ASN1Context& sharedContext, ASN1TPDUSeqOfList& list);
     explicit ASN1CSeqOfList(ASN1Context& sharedContext);
-    // With a private context: what is added dies with this object, unless the list keeps the
-    // context.
+    // With a private context: what is added dies with this object.
     explicit ASN1CSeqOfList(_Asn1RTDList& list);
     explicit ASN1CSeqOfList(ASN1TPDUSeqOfList& list);
 
-    // Link a new node and answer it. Null, and no change, for an index below 0 or above the size. A
-    // null node means the end for insertBefore, the front for insertAfter.
+    // Link a new node and answer it. Null, and no change, without memory and for an index below 0
+    // or above the size. A null node means the end for insertBefore, the front for insertAfter.
     rtDListNode* append(void* data);
     rtDListNode* insert(int index, void* data);
     rtDListNode* insertBefore(void* data, rtDListNode* node);

@@ -30,8 +30,8 @@ CHRONOSEAL_API void rtMemBufFree(rtMemBuf* buffer);
 // Empties the buffer and keeps its storage.
 CHRONOSEAL_API void rtMemBufReset(rtMemBuf* buffer);
 
-// Appends `count` bytes; null `data` only makes room for them. A buffer that outgrows storage which
-// the caller had lent loses what was in it. 0 or -12.
+// Appends `count` bytes, which may lie in the buffer itself; null `data` only makes room for them.
+// A buffer that outgrows storage which the caller had lent loses what was in it. 0 or -12.
 CHRONOSEAL_API int rtMemBufAppend(rtMemBuf* buffer, const unsigned char* data, std::uint32_t count);
 
 // Makes room for `count` bytes behind the last valid one. 0 or -12.

@@ -48,6 +48,18 @@ TEST(MemoryBufferTest, GrowsInSegments) {
     rtMemBufFree(&buffer);
 }
 
+TEST(MemoryBufferTest, AppendsItsOwnBytes) {
+    TestContext ctxt;
+    rtMemBuf buffer;
+    rtMemBufInit(&ctxt, &buffer, 4);
+    ASSERT_EQ(rtMemBufAppend(&buffer, text("abcd"), 4), 0);
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(rtMemBufAppend(&buffer, buffer.data + 1, buffer.usedLength - 1), 0);
+    }
+    EXPECT_EQ(contents(buffer).substr(0, 10), "abcdbcdbcd");
+    EXPECT_EQ(buffer.usedLength, 49U);
+}
+
 TEST(MemoryBufferTest, LentStorageIsLeftBehindWithItsBytes) {
     TestContext ctxt;
     unsigned char lent[4];

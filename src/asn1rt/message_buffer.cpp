@@ -7,8 +7,9 @@ ASN1RTLException::~ASN1RTLException() = default;
 
 ASN1Context::ASN1Context() : refCount(0) {
     const int status = rtInitContext(this, nullptr);
-    if (status != rtStatusOk)
+    if (status != rtStatusOk) {
         throw ASN1MessageBuffer::RTLError(status);
+    }
 }
 
 ASN1Context::~ASN1Context() {
@@ -16,8 +17,9 @@ ASN1Context::~ASN1Context() {
 }
 
 void ASN1Context::_unref() {
-    if (--refCount == 0)
+    if (--refCount == 0) {
         delete this;
+    }
 }
 
 ASN1MessageBufferIF::~ASN1MessageBufferIF() = default;
@@ -47,6 +49,11 @@ const unsigned char* ASN1MessageBuffer::getMsgPtr() {
 void ASN1MessageBuffer::init() {}
 
 int ASN1MessageBuffer::initBuffer(ASN1MemBuf& buffer) {
+    // Null would ask for a new buffer in place of an empty message.
+    static constexpr unsigned char kNothing = 0;
+    if (buffer.data == nullptr || buffer.usedLength <= buffer.startIndex) {
+        return rtInitContextBuffer(context.get(), &kNothing, 0);
+    }
     std::uint32_t length;
     const unsigned char* data = rtMemBufGetData(&buffer, &length);
     return rtInitContextBuffer(context.get(), data, length);

@@ -5,9 +5,10 @@
 #include "asn1rt/counted_context.h"
 #include "asn1rt/memory_buffer.h"
 #include "asn1rt/rtl_exception.h"
+#include "visibility/visibility.h"
 
 // The order of the virtual operations is given.
-class ASN1MessageBufferIF {
+class CHRONOSEAL_API ASN1MessageBufferIF {
 public:
     enum Type { BEREncode = 0, BERDecode = 1 };
 
@@ -28,7 +29,7 @@ public:
     virtual bool isA(Type type) = 0;
 };
 
-class ASN1MessageBuffer : public ASN1MessageBufferIF {
+class CHRONOSEAL_API ASN1MessageBuffer : public ASN1MessageBufferIF {
 public:
     // A failure where there is no other way to tell its status.
     class RTLError : public ASN1RTLException {
@@ -59,7 +60,7 @@ protected:
     Type bufferType;
 };
 
-class ASN1BERMessageBuffer : public ASN1MessageBuffer {
+class CHRONOSEAL_API ASN1BERMessageBuffer : public ASN1MessageBuffer {
 protected:
     explicit ASN1BERMessageBuffer(Type type) : ASN1MessageBuffer(type) {}
 };

@@ -21,12 +21,14 @@ public:
             ctxt_ = nullptr;
             return;
         }
-        if (ctxt->nestingDepth++ == 0)
+        if (ctxt->nestingDepth++ == 0) {
             rtBeginDecode(ctxt);
+        }
     }
     ~DecodeNesting() {
-        if (ctxt_ != nullptr && --ctxt_->nestingDepth == 0)
+        if (ctxt_ != nullptr && --ctxt_->nestingDepth == 0) {
             rtEndDecode(ctxt_);
+        }
     }
     DecodeNesting(const DecodeNesting&) = delete;
     DecodeNesting& operator=(const DecodeNesting&) = delete;

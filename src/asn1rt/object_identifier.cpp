@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr std::uint64_t max_arc = 0xFFFFFFFF;
-constexpr std::size_t max_digits = 10;
+constexpr std::uint64_t kMaxArc = 0xFFFFFFFF;
+constexpr std::size_t kMaxDigits = 10;
 
 std::uint32_t arcs_in_use(std::uint32_t numids) {
     return std::min(numids, maxObjectIdArcs);
@@ -45,11 +45,11 @@ bool read_arc(const char*& text, std::uint32_t& arc) {
         value = value * 10 + digit;
     }
     value = negative ? 0 - value : value;
-    if (saturated || value > max_arc) {
+    if (saturated || value > kMaxArc) {
         return false;
     }
     // The highest arc must be spelled plainly: neither blanks, sign nor zeros in front of it.
-    if (value == max_arc && static_cast<std::size_t>(at - text) != max_digits) {
+    if (value == kMaxArc && static_cast<std::size_t>(at - text) != kMaxDigits) {
         return false;
     }
     arc = static_cast<std::uint32_t>(value);
@@ -100,7 +100,7 @@ int rtOidToStr(const ASN1OBJID* oid, char* out, std::uint32_t capacity) {
     *out = '\0';
     char* const end = out + capacity;
     for (std::uint32_t i = 0; i < arcs_in_use(oid->numids); ++i) {
-        char piece[max_digits + 1];
+        char piece[kMaxDigits + 1];
         char* behind = piece;
         if (i > 0) {
             *behind++ = '.';

@@ -10,12 +10,12 @@ struct ASN1CTXT;
 
 inline constexpr std::uint32_t maxObjectIdArcs = 128;
 
-struct ASN1OBJID {
+struct CHRONOSEAL_API ASN1OBJID {
     std::uint32_t numids;
     std::uint32_t subid[maxObjectIdArcs];
 };
 
-struct ASN1OID64 {
+struct CHRONOSEAL_API ASN1OID64 {
     std::uint32_t numids;
     std::int64_t subid[maxObjectIdArcs];
 };
@@ -48,11 +48,11 @@ CHRONOSEAL_API int rtCmpOIDValue(ASN1CTXT* ctxt, const ASN1OBJID* a, const ASN1O
 
 } // extern "C"
 
-bool operator==(const ASN1OBJID& a, const ASN1OBJID& b);
+CHRONOSEAL_API bool operator==(const ASN1OBJID& a, const ASN1OBJID& b);
 
 // An identifier as a value. Assignment touches only the arcs in use, at most 128 of them: the rest
 // of the record stays as it was.
-struct ASN1TObjId : ASN1OBJID {
+struct CHRONOSEAL_API ASN1TObjId : ASN1OBJID {
     ASN1TObjId(); // no arcs
     ASN1TObjId(unsigned char count, const unsigned int* arcs);
     ASN1TObjId(const ASN1OBJID& other);
@@ -62,7 +62,7 @@ struct ASN1TObjId : ASN1OBJID {
 };
 
 // The same with signed arcs of 64 bits.
-struct ASN1TObjId64 : ASN1OID64 {
+struct CHRONOSEAL_API ASN1TObjId64 : ASN1OID64 {
     ASN1TObjId64();
     ASN1TObjId64(unsigned char count, const long long* arcs);
     ASN1TObjId64(const ASN1OID64& other);

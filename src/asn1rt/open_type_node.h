@@ -2,6 +2,7 @@
 // rtDListAppendNode.
 #pragma once
 
+#include "asn1rt/allocation.h"
 #include "asn1rt/context.h"
 #include "asn1rt/list.h"
 #include "asn1rt/value_record.h"
@@ -14,9 +15,12 @@ inline ASN1TOpenType* new_list_element(ASN1CTXT* ctxt) {
         rtDListNode node;
         ASN1TOpenType element;
     };
-    auto* block = static_cast<NodeAndElement*>(
-        rtMemHeapAllocZ(&ctxt->typeHeap, static_cast<std::int32_t>(sizeof(NodeAndElement))));
-    return block == nullptr ? nullptr : &block->element;
+    auto* block = alloc<NodeAndElement>(ctxt);
+    if (block == nullptr) {
+        return nullptr;
+    }
+    *block = {};
+    return &block->element;
 }
 
 } // namespace asn1rt

@@ -76,6 +76,11 @@ TEST_F(ExtensionTest, UntilTheContentsEnd) {
     EXPECT_EQ(ctxt.written(xe_OpenTypeExt(&ctxt, &list)), bytes_of("02 01 05 05 00"));
     rtMemFreeOpenSeqExt(&ctxt, &list);
     EXPECT_EQ(list.count, 0U);
+    ctxt.flags = ctxFlagNoCopy;
+    EXPECT_EQ(read("02 01 05 05 00", 5), 0);
+    rtMemFreeOpenSeqExt(&ctxt, &list); // the bytes are the message's
+    EXPECT_EQ(list.count, 0U);
+    ctxt.flags = 0;
     rtMemFreeOpenSeqExt(&ctxt, nullptr);
     rtMemFreeOpenSeqExt(nullptr, &list);
 }
@@ -102,43 +107,46 @@ TEST_F(ExtensionTest, Failures) {
     EXPECT_EQ(xd_OpenTypeAppend(&ctxt, nullptr), -2);
 }
 
-TEST(CopyTest, EachRecord) {
+// A copy of `count` units in `bytes` bytes; of none it is a null pointer.
+template <typename Record, typename Unit, typename Count>
+void copies(int (*copy)(ASN1CTXT*, const Record*, Record*), Count Record::*count, Count units,
+            std::size_t bytes) {
     TestContext ctxt;
-    const unsigned char bytes[] = {1, 2, 3};
-    const std::uint16_t chars16[] = {1, 2};
-    const std::uint32_t chars32[] = {1, 2};
+    const Unit data[] = {1, 2, 3};
+    Record source{};
+    source.*count = units;
+    source.data = data;
+    Record target{};
+    EXPECT_EQ(copy(&ctxt, &source, &target), 1);
+    EXPECT_EQ(target.*count, units);
+    EXPECT_NE(target.data, data);
+    EXPECT_EQ(std::memcmp(target.data, data, bytes), 0);
+    EXPECT_EQ(ctxt.typeHeap->blockList->size, static_cast<std::int64_t>(bytes));
+    source.*count = 0;
+    EXPECT_EQ(copy(&ctxt, &source, &target), 1);
+    EXPECT_EQ(target.data, nullptr);
+    EXPECT_EQ(target.*count, Count{0});
+    EXPECT_EQ(ctxt.errInfo.status, 0);
+}
+
+TEST(CopyTest, EachRecord) {
+    using Byte = unsigned char;
+    copies<ASN1TDynOctStr, Byte>(rtCopyDynOctStr, &ASN1TDynOctStr::numocts, 3U, 3);
+    copies<ASN1TOpenType, Byte>(rtCopyOpenType, &ASN1TOpenType::numocts, 3U, 3);
+    copies<ASN1TDynBitStr, Byte>(rtCopyDynBitStr, &ASN1TDynBitStr::numbits, 17U, 3);
+    copies<ASN1TBMPText, std::uint16_t>(rtCopy16BitCharStr, &ASN1TBMPText::nchars, 2U, 4);
+    copies<ASN1TUniversalText, std::uint32_t>(rtCopy32BitCharStr, &ASN1TUniversalText::nchars, 2U,
+                                              8);
+    TestContext ctxt;
     const char* text = nullptr;
     EXPECT_EQ(rtCopyCharStr(&ctxt, "abc", &text), 1);
     EXPECT_STREQ(text, "abc");
-    EXPECT_EQ(rtCopyCharStr(&ctxt, nullptr, &text), 0);
-    EXPECT_EQ(rtCopyCharStr(&ctxt, "", nullptr), 0);
-    ASN1TDynOctStr octets{3, bytes};
-    ASN1TDynOctStr octetsCopy{};
-    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octetsCopy), 1);
-    EXPECT_EQ(std::memcmp(octetsCopy.data, bytes, 3), 0);
-    EXPECT_NE(octetsCopy.data, bytes);
-    octets.numocts = 0;
-    EXPECT_EQ(rtCopyDynOctStr(&ctxt, &octets, &octetsCopy), 1);
-    EXPECT_EQ(octetsCopy.data, nullptr);
-    EXPECT_EQ(octetsCopy.numocts, 0U);
-    const ASN1TDynBitStr bits{17, bytes};
-    ASN1TDynBitStr bitsCopy{};
-    EXPECT_EQ(rtCopyDynBitStr(&ctxt, &bits, &bitsCopy), 1);
-    EXPECT_EQ(bitsCopy.numbits, 17U);
-    EXPECT_EQ(std::memcmp(bitsCopy.data, bytes, 3), 0);
-    const ASN1TBMPText text16{2, chars16};
-    ASN1TBMPText copy16{};
-    EXPECT_EQ(rtCopy16BitCharStr(&ctxt, &text16, &copy16), 1);
-    EXPECT_EQ(std::memcmp(copy16.data, chars16, sizeof chars16), 0);
-    const ASN1TUniversalText text32{2, chars32};
-    ASN1TUniversalText copy32{};
-    EXPECT_EQ(rtCopy32BitCharStr(&ctxt, &text32, &copy32), 1);
-    EXPECT_EQ(std::memcmp(copy32.data, chars32, sizeof chars32), 0);
+    EXPECT_EQ(rtCopyCharStr(&ctxt, nullptr, &text) + rtCopyCharStr(&ctxt, "", nullptr), 0);
     const ASN1OBJID oid{3, {1, 2, 3}};
-    ASN1OBJID oidCopy{};
-    EXPECT_EQ(rtCopyOID(&ctxt, &oid, &oidCopy), 1);
-    EXPECT_TRUE(oid == oidCopy);
-    EXPECT_EQ(rtCopyOID(&ctxt, nullptr, &oidCopy), 0);
+    ASN1OBJID oid_copy{};
+    EXPECT_EQ(rtCopyOID(&ctxt, &oid, &oid_copy), 1);
+    EXPECT_TRUE(oid == oid_copy);
+    EXPECT_EQ(rtCopyOID(&ctxt, nullptr, &oid_copy), 0);
     EXPECT_EQ(ctxt.errInfo.status, 0);
 }
 

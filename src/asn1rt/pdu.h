@@ -15,11 +15,13 @@ struct ASN1TPDU {
     ASN1TPDU& operator=(const ASN1TPDU&) = delete;
 
     // Takes a reference on the new context, which may be null, and drops the old one.
-    void setContext(ASN1Context* newContext) {
-        if (newContext != nullptr)
-            newContext->_ref();
-        if (context != nullptr)
+    void setContext(ASN1Context* new_context) {
+        if (new_context != nullptr) {
+            new_context->_ref();
+        }
+        if (context != nullptr) {
             context->_unref();
-        context = newContext;
+        }
+        context = new_context;
     }
 };

@@ -17,8 +17,9 @@ inline std::uint32_t bytes_left(const ASN1CTXT* ctxt) {
 
 // Steps over `count` bytes and hands out the first; false, and nothing moves, when there are fewer.
 inline bool take(ASN1CTXT* ctxt, std::uint32_t count, const unsigned char*& bytes) {
-    if (count > bytes_left(ctxt))
+    if (count > bytes_left(ctxt)) {
         return false;
+    }
     bytes = ctxt->bufData + ctxt->bufIndex;
     ctxt->bufIndex += count;
     return true;
@@ -26,8 +27,9 @@ inline bool take(ASN1CTXT* ctxt, std::uint32_t count, const unsigned char*& byte
 
 inline bool take_byte(ASN1CTXT* ctxt, unsigned char& byte) {
     const unsigned char* at;
-    if (!take(ctxt, 1, at))
+    if (!take(ctxt, 1, at)) {
         return false;
+    }
     byte = *at;
     return true;
 }
@@ -54,10 +56,12 @@ inline void set_constructed(ASN1CTXT* ctxt, bool constructed) {
 // unlatched when no byte is left, otherwise as xd_len.
 inline int read_length(ASN1CTXT* ctxt, int* length) {
     const int first = xd_peek(ctxt);
-    if (first < 0)
+    if (first < 0) {
         return rtStatusEndOfBuffer;
-    if (first >= 0x80)
+    }
+    if (first >= 0x80) {
         return xd_len(ctxt, length);
+    }
     ++ctxt->bufIndex;
     *length = first;
     return rtStatusOk;
@@ -67,10 +71,12 @@ inline int read_length(ASN1CTXT* ctxt, int* length) {
 // latched.
 inline int match_primitive(ASN1CTXT* ctxt, unsigned char tagByte) {
     const int byte = xd_peek(ctxt);
-    if (byte < 0)
+    if (byte < 0) {
         return rtStatusEndOfBuffer;
-    if (byte != tagByte)
+    }
+    if (byte != tagByte) {
         return rtStatusTagNotFound;
+    }
     ++ctxt->bufIndex;
     return rtStatusOk;
 }

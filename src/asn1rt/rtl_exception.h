@@ -3,7 +3,9 @@
 // ASN1MessageBuffer::RTLError.
 #pragma once
 
-class ASN1RTLException {
+#include "visibility/visibility.h"
+
+class CHRONOSEAL_API ASN1RTLException {
 public:
     explicit ASN1RTLException(int status) : status(status) {}
     virtual ~ASN1RTLException();

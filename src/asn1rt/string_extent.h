@@ -1,5 +1,4 @@
-// What the string readers share: how much of the message a string takes, and the block that it goes
-// into.
+// What the string readers share: the form of a string, and how much of the message it takes.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +9,15 @@
 namespace asn1rt {
 
 struct StringExtent {
-    bool indefinite;
-    int contents; // what the pieces hold; of definite length: as `total`, so no less than that
-    int total;    // bytes of the message, without an end-of-contents
+    bool constructed;
+    bool indefinite; // then constructed, too
+    int contents;    // what the pieces hold; of definite length: as `total`, so no less than that
+    int total;       // bytes of the message, without an end-of-contents
 };
 
 // Matches the tag, if `tagging` says so, and measures the string; the cursor then stands on the
-// contents, and ctxFlagConstructed tells their form. Failures are latched.
+// contents. Failures are latched.
 int open_string(ASN1CTXT* ctxt, ASN1TagType tagging, std::uint32_t tag, std::uint32_t pieceTag,
                 int length, StringExtent& extent);
-
-// A block of the type heap, or null; not latched.
-void* new_block(ASN1CTXT* ctxt, std::uint64_t size);
 
 } // namespace asn1rt

@@ -16,8 +16,9 @@ inline Bytes bytes_of(std::string_view hex) {
     Bytes result;
     std::string digits;
     for (const char c : hex) {
-        if (c == ' ')
+        if (c == ' ') {
             continue;
+        }
         digits += c;
         if (digits.size() == 2) {
             result.push_back(static_cast<unsigned char>(std::stoi(digits, nullptr, 16)));

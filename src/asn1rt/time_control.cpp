@@ -17,8 +17,8 @@ namespace {
 constexpr std::uint32_t daysAfterMonth[13] = {0,   31,  59,  90,  120, 151, 181,
                                               212, 243, 273, 304, 334, 365};
 
-constexpr std::int64_t day_millis = 86'400'000;
-constexpr int max_diff_hours = 12;
+constexpr std::int64_t kDayMillis = 86'400'000;
+constexpr int kMaxDiffHours = 12;
 
 std::int64_t floor_div(std::int64_t value, std::int64_t divisor) {
     return value / divisor - (value % divisor < 0 ? 1 : 0);
@@ -72,8 +72,8 @@ bool ASN1CTime::checkDate(int day, int month, int year) {
     if (day < 1 || month < 1) {
         return true;
     }
-    constexpr int some_leap_year = 2000;
-    return day <= rtDaysInMonth(month, year < 0 ? some_leap_year : year);
+    constexpr int kSomeLeapYear = 2000;
+    return day <= rtDaysInMonth(month, year < 0 ? kSomeLeapYear : year);
 }
 
 std::int64_t ASN1CTime::getDaysNum(int year, int month, int day) {
@@ -113,8 +113,8 @@ void ASN1CTime::addMilliseconds(std::int64_t millis, Fields& fields) {
     const bool whole_seconds = millis % 1000 == 0;
     fields.fraction = whole_seconds ? 0 : fraction;
     const std::int64_t sum = getMillisNum(fields) + millis;
-    const std::int64_t days = floor_div(sum, day_millis);
-    const auto rest = static_cast<int>(sum - days * day_millis);
+    const std::int64_t days = floor_div(sum, kDayMillis);
+    const auto rest = static_cast<int>(sum - days * kDayMillis);
     fields.fraction = whole_seconds ? fraction : rest % 1000 / 100;
     fields.second = rest / 1000 % 60;
     fields.minute = rest / 60'000 % 60;
@@ -127,15 +127,17 @@ int ASN1CTime::fail(int status) {
     return ctxt != nullptr ? rtErrSetData(&ctxt->errInfo, status) : status;
 }
 
-int ASN1CTime::ensureParsed() {
+int ASN1CTime::ensure_parsed() {
     if (parsed) {
         return rtStatusOk;
     }
-    const int status = parseString(*timeStr);
+    // A fixed text that isn't terminated within its array is none.
+    const bool bounded = strSize <= 0 || *timeStr == nullptr || getTimeStringLen() < strSize;
+    const int status = bounded ? parseString(*timeStr) : rtStatusInvalidTime;
     return status != rtStatusOk ? fail(status) : status;
 }
 
-bool ASN1CTime::isComplete() const {
+bool ASN1CTime::is_complete() const {
     return year >= 0 && month >= 1 && day >= 1 && hour >= 0;
 }
 
@@ -154,7 +156,7 @@ void ASN1CTime::load(const ASN1DateTime& time) {
 }
 
 int ASN1CTime::get(short ASN1CTime::*field) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     return status != rtStatusOk ? status : this->*field;
 }
 
@@ -184,22 +186,22 @@ int ASN1CTime::getDiffMinute() {
 }
 
 int ASN1CTime::getFraction() {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     return status != rtStatusOk ? status : fraction;
 }
 
 int ASN1CTime::getDiff() {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     return status != rtStatusOk ? status : diffHour * 60 + diffMinute;
 }
 
 int ASN1CTime::getUTC() {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     return status != rtStatusOk ? status : static_cast<int>(utc);
 }
 
 long ASN1CTime::getTime() {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     if (status != rtStatusOk) {
         return status;
     }
@@ -216,11 +218,11 @@ long ASN1CTime::getTime() {
 }
 
 int ASN1CTime::changed() {
-    return isComplete() ? compileString() : rtStatusOk;
+    return is_complete() ? compileString() : rtStatusOk;
 }
 
 int ASN1CTime::set(short ASN1CTime::*field, int value, int lowest, int highest) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     if (status != rtStatusOk) {
         return status;
     }
@@ -248,7 +250,7 @@ int ASN1CTime::setSecond(int value) {
 }
 
 int ASN1CTime::setDay(int value) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     if (status != rtStatusOk) {
         return status;
     }
@@ -256,11 +258,11 @@ int ASN1CTime::setDay(int value) {
         return fail(rtStatusInvalidTime);
     }
     // Without a month any day passes here, and is judged when the text is compiled.
-    return set(&ASN1CTime::day, std::max<int>(value, unset), unset, SHRT_MAX);
+    return set(&ASN1CTime::day, std::max<int>(value, kUnset), kUnset, SHRT_MAX);
 }
 
 int ASN1CTime::setFraction(int value) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     if (status != rtStatusOk) {
         return status;
     }
@@ -272,7 +274,7 @@ int ASN1CTime::setFraction(int value) {
 }
 
 int ASN1CTime::setUTC(unsigned char value) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     if (status != rtStatusOk) {
         return status;
     }
@@ -281,16 +283,16 @@ int ASN1CTime::setUTC(unsigned char value) {
 }
 
 int ASN1CTime::setDiffHour(int value) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     return status != rtStatusOk ? status : setDiff(value, diffMinute);
 }
 
 int ASN1CTime::setDiff(int hours, int minutes) {
-    const int status = ensureParsed();
+    const int status = ensure_parsed();
     if (status != rtStatusOk) {
         return status;
     }
-    if (hours < -max_diff_hours || hours > max_diff_hours || minutes <= -60 || minutes >= 60) {
+    if (hours < -kMaxDiffHours || hours > kMaxDiffHours || minutes <= -60 || minutes >= 60) {
         return fail(rtStatusInvalidTime);
     }
     if (hours != 0) {
@@ -306,7 +308,7 @@ int ASN1CTime::setDiff(int minutes) {
 }
 
 void ASN1CTime::clear() {
-    year = month = day = hour = unset;
+    year = month = day = hour = kUnset;
     minute = second = diffHour = diffMinute = 0;
     fraction = 0;
     utc = derRules;
@@ -314,11 +316,11 @@ void ASN1CTime::clear() {
 }
 
 bool ASN1CTime::instant(std::int64_t& millis) {
-    if (ensureParsed() != rtStatusOk || !isComplete()) {
+    if (ensure_parsed() != rtStatusOk || !is_complete()) {
         return false;
     }
     const Fields fields{year, month, day, hour, minute, second, fraction};
-    millis = getDaysNum(year, month, day) * day_millis + getMillisNum(fields) -
+    millis = getDaysNum(year, month, day) * kDayMillis + getMillisNum(fields) -
              (diffHour * 60 + diffMinute) * 60'000;
     return true;
 }
@@ -357,18 +359,18 @@ bool ASN1CTime::operator<=(ASN1CTime& other) {
     return *this < other || equals(other);
 }
 
-bool ASN1CTime::writtenFields(bool inUtc, Fields& fields) const {
-    if (!isComplete() || !checkDate(day, month, year)) {
+bool ASN1CTime::written_fields(bool in_utc, Fields& fields) const {
+    if (!is_complete() || !checkDate(day, month, year)) {
         return false;
     }
     fields = {year, month, day, hour, minute, second, fraction};
-    if (inUtc) {
+    if (in_utc) {
         addMilliseconds(-(diffHour * 60 + diffMinute) * 60'000LL, fields);
     }
     return fields.year >= 0 && fields.year <= 9999;
 }
 
-int ASN1CTime::fillFromTime(long time, unsigned char diffTime) {
+int ASN1CTime::fill_from_time(long time, unsigned char diffTime) {
     const std::time_t seconds = time;
     std::tm universal{};
     std::tm local{};
@@ -382,7 +384,7 @@ int ASN1CTime::fillFromTime(long time, unsigned char diffTime) {
     const bool in_utc = diffTime == 0 || utc;
     const std::tm& tm = in_utc ? universal : local;
     const auto diff = in_utc ? 0 : static_cast<int>(minutes_of(local) - minutes_of(universal));
-    if (tm.tm_year < -1900 || tm.tm_year > 9999 - 1900 || std::abs(diff) / 60 > max_diff_hours) {
+    if (tm.tm_year < -1900 || tm.tm_year > 9999 - 1900 || std::abs(diff) / 60 > kMaxDiffHours) {
         return fail(rtStatusInvalidTime);
     }
     year = static_cast<short>(tm.tm_year + 1900);
@@ -399,7 +401,7 @@ int ASN1CTime::fillFromTime(long time, unsigned char diffTime) {
     return compileString();
 }
 
-int ASN1CTime::storeText(const char* made) {
+int ASN1CTime::store_text(const char* made) {
     if (strSize == 0) {
         const char* copy = rtUTF8Strdup(getCtxtPtr(), made);
         if (copy == nullptr) {
@@ -417,13 +419,19 @@ int ASN1CTime::storeText(const char* made) {
 }
 
 int ASN1CTime::getTimeStringLen() const {
-    return static_cast<int>(rtUTF8LenBytes(*timeStr));
+    if (*timeStr == nullptr) {
+        return 0;
+    }
+    const std::size_t limit = strSize > 0 ? static_cast<std::size_t>(strSize) : INT_MAX;
+    return static_cast<int>(strnlen(*timeStr, limit));
 }
 
 char* ASN1CTime::getTimeString(char* out, int size) const {
-    if (*timeStr == nullptr || getTimeStringLen() >= size) {
+    const int length = getTimeStringLen();
+    if (*timeStr == nullptr || length >= size) {
         return nullptr;
     }
-    std::strcpy(out, *timeStr);
+    std::memcpy(out, *timeStr, static_cast<std::size_t>(length));
+    out[length] = '\0';
     return out;
 }

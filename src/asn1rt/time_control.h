@@ -8,9 +8,10 @@
 
 #include "asn1rt/control.h"
 #include "asn1rt/time_value.h"
+#include "visibility/visibility.h"
 
 // The order of the virtual operations is given.
-class ASN1CTime : public ASN1CType {
+class CHRONOSEAL_API ASN1CTime : public ASN1CType {
 public:
     virtual int getYear();
     virtual int getMonth();
@@ -64,12 +65,13 @@ public:
     virtual int compileString() = 0;
 
     // The text's length without terminator, and a copy of it; null if `size` isn't larger than
-    // that.
+    // that. Nothing is read behind a fixed array: a text that fills it is as long as the array, and
+    // no time.
     int getTimeStringLen() const;
     char* getTimeString(char* out, int size) const;
 
 protected:
-    static constexpr short unset = -3;
+    static constexpr short kUnset = -3;
 
     // `text` is the value record's pointer. With a size it points to an array of that many
     // characters.
@@ -101,20 +103,20 @@ protected:
     static void addMilliseconds(std::int64_t millis, Fields& fields);
 
     int fail(int status);
-    int ensureParsed();
-    bool isComplete() const;
+    int ensure_parsed();
+    bool is_complete() const;
     void load(const ASN1DateTime& time);
     // What a setter ends with.
     int changed();
-    // The fields as they are written; in UTC if `inUtc`. False when that isn't a date any more.
-    bool writtenFields(bool inUtc, Fields& fields) const;
-    int fillFromTime(long time, unsigned char diffTime);
-    int storeText(const char* made);
+    // The fields as they are written; in UTC if `in_utc`. False when that isn't a date any more.
+    bool written_fields(bool in_utc, Fields& fields) const;
+    int fill_from_time(long time, unsigned char diffTime);
+    int store_text(const char* made);
 
-    short year = unset;
-    short month = unset;
-    short day = unset;
-    short hour = unset;
+    short year = kUnset;
+    short month = kUnset;
+    short day = kUnset;
+    short hour = kUnset;
     short minute = 0;
     short second = 0;
     short diffHour = 0;

@@ -13,8 +13,8 @@
 
 namespace {
 
-constexpr std::size_t max_fraction_digits = sizeof ASN1DateTime::fraction - 1;
-constexpr int max_diff_hours = 12;
+constexpr std::size_t kMaxFractionDigits = sizeof ASN1DateTime::fraction - 1;
+constexpr int kMaxDiffHours = 12;
 
 bool has_class(char c, unsigned char classes) {
     return (rtCtypeTable[static_cast<unsigned char>(c)] & classes) != 0;
@@ -79,7 +79,7 @@ bool read_fraction(TimeText& text, char* fraction) {
         return false;
     }
     for (std::size_t count = 0; is_digit(text.here()); text.step()) {
-        if (count < max_fraction_digits) {
+        if (count < kMaxFractionDigits) {
             fraction[count++] = text.here();
         }
     }
@@ -98,8 +98,7 @@ bool read_zone(TimeText& text, ASN1DateTime& time) {
     if (sign != '+' && sign != '-') {
         return true;
     }
-    if (!is_digit(text.here()) || !text.number(2, time.diffHour) ||
-        time.diffHour > max_diff_hours) {
+    if (!is_digit(text.here()) || !text.number(2, time.diffHour) || time.diffHour > kMaxDiffHours) {
         return false;
     }
     if (is_digit(text.here()) && (!text.number(2, time.diffMinute) || time.diffMinute > 59)) {

@@ -37,7 +37,7 @@ int ASN1CUTCTime::setYear(int value) {
 }
 
 int ASN1CUTCTime::setTime(long time, unsigned char diffTime) {
-    return fillFromTime(time, diffTime);
+    return fill_from_time(time, diffTime);
 }
 
 int ASN1CUTCTime::parseString(const char* text) {
@@ -57,7 +57,7 @@ void ASN1CUTCTime::clear() {
 int ASN1CUTCTime::compileString() {
     const bool in_utc = derRules || utc;
     Fields fields;
-    if (!writtenFields(in_utc, fields) || !is_utc_time_year(fields.year)) {
+    if (!written_fields(in_utc, fields) || !is_utc_time_year(fields.year)) {
         return fail(rtStatusInvalidTime);
     }
     char made[32];
@@ -72,5 +72,5 @@ int ASN1CUTCTime::compileString() {
         std::snprintf(zone, room, "%c%.2d%.2d", diffHour < 0 || diffMinute < 0 ? '-' : '+',
                       std::abs(diffHour), std::abs(diffMinute));
     }
-    return storeText(made);
+    return store_text(made);
 }

@@ -3,8 +3,9 @@
 #pragma once
 
 #include "asn1rt/time_control.h"
+#include "visibility/visibility.h"
 
-class ASN1CUTCTime : public ASN1CTime {
+class CHRONOSEAL_API ASN1CUTCTime : public ASN1CTime {
 public:
     ASN1CUTCTime(ASN1MessageBufferIF& buffer, char*& text, int size, unsigned char der)
         : ASN1CTime(buffer, text, size, der) {}

@@ -19,7 +19,7 @@ ALLOWED = re.compile(
     r"Halcyon::(?:ASN1::|PKI::)?CAlgorithmIdentifierEx\b|"
     r"Halcyon::PKI::CGP(?:Bool|Long|String|Strings)\b|"  # the types of CRequestPolicy's fields
     r"(?:Halcyon::)?(?:ATL2?::)?CFind[A-Za-z]*|ATL::CAtlException|ATL::CFixedStringMgr::s_pLog$|"
-    r"ASN1[A-Z]\w*|asn1rt|"
+    r"ASN1[A-Z]\w*|operator==\(ASN1OBJID const&|asn1rt|"
     r"(?:rt|xe_|xd_|xu_)\w+|"
     r"(?:GetMSStamp|FreeMSStamp|HY_(?:malloc|calloc|realloc|free)|DateAdd[AW]|(?:from|to)XsdDateTimeString)\b|"
     r"(?:g_defBlkSize|g_malloc_func|g_realloc_func|g_free_func|rtCtypeTable|OS_daysInMonth)$|"

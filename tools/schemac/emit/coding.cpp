@@ -116,6 +116,23 @@ bool leaves_end(const Use& use) {
     return family != nullptr && family->kind != model::Family::Kind::choice;
 }
 
+// A reader that is given a length and needn't end where that says: one that leaves the
+// end-of-contents, and those of NULL, of a small number and of bits in place, which look at no more
+// than they need.
+bool may_end_elsewhere(const Use& use) {
+    if (use.family == nullptr) {
+        const Rep rep = use.simple.rep;
+        return rep == Rep::null || rep == Rep::uint16 || rep == Rep::inline_bits;
+    }
+    if (use.family->kind != model::Family::Kind::wrapped) {
+        return use.family->kind != model::Family::Kind::choice;
+    }
+    const bool tagged = !use.family->tagging.tags.empty();
+    const bool closed =
+        tagged && (use.family->tagging.own_tag || use.family->body.family == nullptr);
+    return !closed && may_end_elsewhere(use.family->body);
+}
+
 std::string length_name(std::size_t level) {
     return level == 0 ? "inner" : cat("inner", std::to_string(level + 1));
 }
@@ -182,10 +199,19 @@ void decode_value(Writer& writer, const Use& use, const Access& access) {
     writer.close();
 }
 
+std::string entered_call(const Use& use, const Access& access, const std::string& length) {
+    const std::string call = decode_call(use, access, "noTag", length);
+    return may_end_elsewhere(use) ? cat("ElementEnd(ctx, ", length, ").after(", call, ")") : call;
+}
+
 void decode_entered(Writer& writer, const Use& use, const Access& access) {
     const auto& tags = use.tagging.tags;
     const std::size_t levels = tags.size();
+    const auto end_name = [](std::size_t level) {
+        return level == 1 ? std::string("end") : cat("end", std::to_string(level));
+    };
     for (std::size_t i = 1; i < levels; ++i) {
+        writer.line(cat("const ElementEnd ", end_name(i), "(ctx, ", length_name(i - 1), ");"));
         writer.line(cat("int ", length_name(i), " = 0;"));
         writer.line(cat("stat = enter(ctx, ", hex(tags[i]), ", &", length_name(i), ");"));
         writer.open("if (stat == 0)");
@@ -193,28 +219,13 @@ void decode_entered(Writer& writer, const Use& use, const Access& access) {
     prepare_decoding(writer, use, access);
     const std::string last = length_name(levels == 0 ? 0 : levels - 1);
     const bool by_itself = levels == 0 || !use.tagging.own_tag || is_untagged_choice(use);
-    std::size_t to_leave = 0;
-    if (by_itself) {
-        writer.line(cat("stat = ", decode_call(use, access, "noTag", last), ";"));
-        if (leaves_end(use)) {
-            writer.open("if (stat == 0)");
-            writer.line(cat("stat = leave(ctx, ", last, ");"));
-            writer.close();
-        }
-        to_leave = levels == 0 ? 0 : levels - 1;
-    } else {
-        writer.line(cat("stat = ", closed_call(use, access), ";"));
-        to_leave = levels;
-    }
-    for (std::size_t i = levels; i-- > 0;) {
-        if (i < to_leave) {
-            writer.open("if (stat == 0)");
-            writer.line(cat("stat = leave(ctx, ", length_name(i), ");"));
-            writer.close();
-        }
-        if (i > 0) {
-            writer.close();
-        }
+    const std::string call =
+        by_itself ? entered_call(use, access, last)
+                  : cat("ElementEnd(ctx, ", last, ").after(", closed_call(use, access), ")");
+    writer.line(cat("stat = ", call, ";"));
+    for (std::size_t i = levels; i-- > 1;) {
+        writer.close();
+        writer.line(cat("stat = ", end_name(i), ".after(stat);"));
     }
 }
 

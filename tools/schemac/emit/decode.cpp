@@ -295,9 +295,11 @@ void alternative(Writer& writer, const Field& field, std::size_t index) {
 void choice_body(Writer& writer, const Family& family) {
     guard_depth(writer);
     match_tags(writer, family);
-    if (all_tags(family).empty()) {
+    const bool untagged = all_tags(family).empty();
+    if (untagged) {
         writer.line("int stat;");
     }
+    writer.line("const ElementEnd end(ctx, length);");
     writer.line("std::uint32_t tag = 0;");
     writer.line("int inner = 0;");
     writer.line("stat = xd_tag_len(ctx, &tag, &inner, xdAdvance);");
@@ -313,8 +315,8 @@ void choice_body(Writer& writer, const Family& family) {
         writer.line("return failed(ctx, rtStatusInvalidChoice);");
     }
     writer.close();
-    writer.line("stat = leave(ctx, length);");
-    writer.line("return stat != 0 ? failed(ctx, stat) : 0;");
+    // Without a tag of its own, and without one around it, it ends with its alternative.
+    writer.line(untagged ? "return tagging == ownTag ? 0 : end.after(0);" : "return end.after(0);");
 }
 
 void list_body(Writer& writer, const Family& family) {
@@ -386,15 +388,13 @@ void wrapped_body(Writer& writer, const Family& family) {
         prepare_decoding(writer, family.body, access);
         const bool own = family.tagging.own_tag;
         const bool leaves_itself = is_untagged_choice(family.body);
-        writer.line(cat("stat = ",
-                        own && !leaves_itself
-                            ? closed_call(family.body, access)
-                            : decode_call(family.body, access, own ? "ownTag" : "noTag", "length"),
-                        ";"));
+        std::string call = decode_call(family.body, access, "noTag", "length");
         if (own && !leaves_itself) {
-            return_failed_stat(writer);
-            writer.line("stat = leave(ctx, length);");
+            call = cat("ElementEnd(ctx, length).after(", closed_call(family.body, access), ")");
+        } else if (family.body.family == nullptr) {
+            call = entered_call(family.body, access, "length");
         }
+        writer.line(cat("stat = ", call, ";"));
     }
     Writer checks(1);
     check_decoded(checks, family.body, access);

@@ -50,7 +50,9 @@ void check_before_encoding(Writer& writer, const model::Use& use, const Access& 
 
 /// `stat = ...;` for a value at whose first tag the cursor stands.
 void decode_value(Writer& writer, const model::Use& use, const Access& access);
-/// The same when the first tag has been read and its length is in `inner`.
+/// A call for contents whose header has been read, and which have to end where that says.
+std::string entered_call(const model::Use& use, const Access& access, const std::string& length);
+/// As decode_value when the first tag has been read and its length is in `inner`.
 void decode_entered(Writer& writer, const model::Use& use, const Access& access);
 std::string decode_call(const model::Use& use, const Access& access, const std::string& tagging,
                         const std::string& length);
