@@ -61,6 +61,49 @@ void settle_ownership(model::Schema& schema) {
     }
 }
 
+// Does a value of the use come to an end, as far as is known?
+bool ends(const Use& use, const std::set<const Family*>& ending) {
+    return use.family == nullptr || ending.contains(use.family);
+}
+
+bool ends(const Family& family, const std::set<const Family*>& ending) {
+    switch (family.kind) {
+    case Family::Kind::wrapped:
+        return ends(family.body, ending);
+    case Family::Kind::list:
+    case Family::Kind::array:
+        return family.count.low.value_or(0) < 1 || ends(family.body, ending);
+    case Family::Kind::choice:
+        return std::any_of(family.fields.begin(), family.fields.end(),
+                           [&](const auto& field) { return ends(field.use, ending); });
+    default:
+        return std::all_of(family.fields.begin(), family.fields.end(), [&](const auto& field) {
+            return field.presence != model::Field::Presence::mandatory || ends(field.use, ending);
+        });
+    }
+}
+
+// A CHOICE or list each of whose values holds another one of its own type has no value at all.
+// Records that contain themselves are told by their order.
+void check_endings(const model::Schema& schema, Diagnostics& diagnostics) {
+    std::set<const Family*> ending;
+    for (bool changed = true; changed;) {
+        changed = false;
+        for (const Family& family : schema.families) {
+            if (!ending.contains(&family) && ends(family, ending)) {
+                changed = ending.insert(&family).second;
+            }
+        }
+    }
+    for (const Family& family : schema.families) {
+        const bool pointing =
+            family.kind == Family::Kind::choice || family.kind == Family::Kind::list;
+        if (pointing && !ending.contains(&family)) {
+            diagnostics.error(family.place, family.name + " has no value that ends");
+        }
+    }
+}
+
 // The families whose definition a family's definition needs complete.
 std::vector<const Family*> contained(const Family& family) {
     std::vector<const Family*> result;
@@ -193,6 +236,7 @@ void check_include_cycles(const model::Schema& schema, Diagnostics& diagnostics)
 
 void analyse(model::Schema& schema, Diagnostics& diagnostics) {
     settle_ownership(schema);
+    check_endings(schema, diagnostics);
     Order order(diagnostics);
     for (const Family& family : schema.families) {
         order.place(family);

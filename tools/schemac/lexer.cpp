@@ -1,10 +1,93 @@
 // One pass over the bytes; every branch moves forward.
 #include "schemac/lexer.h"
 
+#include <algorithm>
 #include <array>
 
 namespace schemac {
 namespace {
+
+constexpr std::array<std::string_view, 81> keywords = {"ABSENT",
+                                                       "ABSTRACT-SYNTAX",
+                                                       "ALL",
+                                                       "ANY",
+                                                       "APPLICATION",
+                                                       "AUTOMATIC",
+                                                       "BEGIN",
+                                                       "BIT",
+                                                       "BMPString",
+                                                       "BOOLEAN",
+                                                       "BY",
+                                                       "CHARACTER",
+                                                       "CHOICE",
+                                                       "CLASS",
+                                                       "COMPONENT",
+                                                       "COMPONENTS",
+                                                       "CONSTRAINED",
+                                                       "CONTAINING",
+                                                       "DEFAULT",
+                                                       "DEFINED",
+                                                       "DEFINITIONS",
+                                                       "EMBEDDED",
+                                                       "ENCODED",
+                                                       "END",
+                                                       "ENUMERATED",
+                                                       "EXCEPT",
+                                                       "EXPLICIT",
+                                                       "EXPORTS",
+                                                       "EXTENSIBILITY",
+                                                       "EXTERNAL",
+                                                       "FALSE",
+                                                       "FROM",
+                                                       "GeneralString",
+                                                       "GeneralizedTime",
+                                                       "GraphicString",
+                                                       "IA5String",
+                                                       "IDENTIFIER",
+                                                       "IMPLICIT",
+                                                       "IMPLIED",
+                                                       "IMPORTS",
+                                                       "INCLUDES",
+                                                       "INSTANCE",
+                                                       "INTEGER",
+                                                       "INTERSECTION",
+                                                       "ISO646String",
+                                                       "MAX",
+                                                       "MIN",
+                                                       "MINUS-INFINITY",
+                                                       "NULL",
+                                                       "NumericString",
+                                                       "OBJECT",
+                                                       "OCTET",
+                                                       "OF",
+                                                       "OPTIONAL",
+                                                       "ObjectDescriptor",
+                                                       "PATTERN",
+                                                       "PDV",
+                                                       "PLUS-INFINITY",
+                                                       "PRESENT",
+                                                       "PRIVATE",
+                                                       "PrintableString",
+                                                       "REAL",
+                                                       "RELATIVE-OID",
+                                                       "SEQUENCE",
+                                                       "SET",
+                                                       "SIZE",
+                                                       "STRING",
+                                                       "SYNTAX",
+                                                       "T61String",
+                                                       "TAGS",
+                                                       "TRUE",
+                                                       "TYPE-IDENTIFIER",
+                                                       "TeletexString",
+                                                       "UNION",
+                                                       "UNIQUE",
+                                                       "UNIVERSAL",
+                                                       "UTCTime",
+                                                       "UTF8String",
+                                                       "UniversalString",
+                                                       "VideotexString",
+                                                       "VisibleString"};
 
 bool is_digit(char c) {
     return c >= '0' && c <= '9';
@@ -193,6 +276,10 @@ private:
 };
 
 } // namespace
+
+bool is_keyword(std::string_view name) {
+    return std::find(keywords.begin(), keywords.end(), name) != keywords.end();
+}
 
 TokenList scan(const Source& source, Diagnostics& diagnostics) {
     return Scanner(source, diagnostics).run();

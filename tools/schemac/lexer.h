@@ -42,6 +42,9 @@ struct TokenList {
     std::vector<Annotation> annotations;
 };
 
+/// The words of the notation: no definition may be named after one.
+bool is_keyword(std::string_view name);
+
 TokenList scan(const Source& source, Diagnostics& diagnostics);
 
 } // namespace schemac

@@ -3,14 +3,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 namespace schemac {
 namespace {
 
-constexpr std::array<std::string_view, 16> words = {
-    "raw",   "text", "biguint", "signed",   "unsigned", "unchecked", "dynamic", "inline",
-    "array", "list", "tag",     "unsorted", "element",  "pdu",       "type",    "presence"};
+constexpr std::array<std::string_view, 10> words = {
+    "raw", "text", "biguint", "signed", "unsigned", "dynamic", "tag", "shared", "type", "presence"};
 
 } // namespace
 
@@ -20,23 +18,6 @@ std::optional<std::string> Marks::value(std::string_view word) {
             used_.insert(&annotation);
             return annotation.value;
         }
-    }
-    return std::nullopt;
-}
-
-std::optional<std::uint32_t> Marks::number(std::string_view word, Diagnostics& diagnostics) {
-    for (const Annotation& annotation : annotations_) {
-        if (annotation.word != word) {
-            continue;
-        }
-        used_.insert(&annotation);
-        std::uint32_t result = 0;
-        const char* end = annotation.value.data() + annotation.value.size();
-        const auto parsed = std::from_chars(annotation.value.data(), end, result);
-        if (parsed.ec == std::errc() && parsed.ptr == end) {
-            return result;
-        }
-        diagnostics.error(annotation.place, "expected a number: " + annotation.word + "=n");
     }
     return std::nullopt;
 }

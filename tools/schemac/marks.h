@@ -22,9 +22,6 @@ public:
     /// The text behind `word=`, empty for the bare word; nothing when the word isn't there.
     std::optional<std::string> value(std::string_view word);
 
-    /// The number behind `word=`; an error when it is none.
-    std::optional<std::uint32_t> number(std::string_view word, Diagnostics& diagnostics);
-
     void report_unused(Diagnostics& diagnostics) const;
 
 private:

@@ -56,6 +56,8 @@ struct Check {
 struct Tag {
     std::uint32_t packed = 0;
     bool implicit = false; ///< as written; settled by `Tagging`
+    bool by_word = false;  ///< the word IMPLICIT stands there; otherwise it is the module's default
+    Place place = {};
 };
 
 /// Tags around something that has, or hasn't, a tag of its own.
@@ -80,6 +82,7 @@ struct Field {
     Use use;
     Presence presence = Presence::mandatory;
     bool default_true = false;
+    bool tag_shared = false; ///< contents of another type are the next field's, under the same tag
 };
 
 struct ObjectSet;

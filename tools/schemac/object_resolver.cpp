@@ -56,10 +56,11 @@ void ObjectResolver::declare_class(std::size_t module, const Assignment& assignm
                 diagnostics_.error(field.place, "a class can have one type field");
             }
             result.suffix = naming::identifier(field.name);
-        } else if (field.type->kind == syntax::TypeKind::object_identifier) {
-            if (result.has_id || field.name != "id") {
+        } else {
+            if (result.has_id || field.name != "id" ||
+                field.type->kind != syntax::TypeKind::object_identifier) {
                 diagnostics_.error(field.place,
-                                   "a class can have one OBJECT IDENTIFIER field, &id");
+                                   "a class can have one value field, &id OBJECT IDENTIFIER");
             }
             result.has_id = true;
         }
@@ -154,7 +155,7 @@ void ObjectResolver::fill_set(model::ObjectSet& set, std::size_t module,
             diagnostics_.error(place, "expected the name of an object");
             return;
         }
-        const Symbol symbol = scope_.find(module, std::string(token.text), {}, place);
+        const Symbol symbol = scope_.find(module, std::string(token.text), place);
         const auto object = objects_.find(symbol.assignment);
         if (symbol &&
             (object == objects_.end() || object->second->object_class != set.object_class)) {
@@ -171,7 +172,7 @@ void ObjectResolver::fill_set(model::ObjectSet& set, std::size_t module,
 
 const model::ObjectSet* ObjectResolver::find_set(std::size_t module, const std::string& name,
                                                  Place place) {
-    const Symbol symbol = scope_.find(module, name, {}, place);
+    const Symbol symbol = scope_.find(module, name, place);
     const auto set = sets_.find(symbol.assignment);
     if (symbol && set == sets_.end()) {
         diagnostics_.error(place, name + " is not an object set");

@@ -23,6 +23,13 @@ public:
     void declare();
     void fill();
 
+    bool is_object(const syntax::Assignment* assignment) const {
+        return objects_.contains(assignment);
+    }
+
+    /// Notes the C++ name of something that isn't a type; reported when it is taken.
+    void claim(const std::string& name, Place place);
+
     /// The set that a name means, or null, reported.
     const model::ObjectSet* find_set(std::size_t module, const std::string& name, Place place);
 
@@ -35,7 +42,6 @@ private:
                      const syntax::Assignment& assignment);
     void fill_set(model::ObjectSet& set, std::size_t module, const syntax::Assignment& assignment);
     Symbol class_of(std::size_t module, const syntax::Assignment& assignment) const;
-    void claim(const std::string& name, Place place);
 
     Scope& scope_;
     model::Schema& schema_;

@@ -54,25 +54,13 @@ private:
         reader_->expect("DEFINITIONS");
         if (reader_->take_if("IMPLICIT")) {
             module_.tag_default = syntax::TagMode::implicit;
-        } else if (reader_->take_if("AUTOMATIC")) {
-            module_.tag_default = syntax::TagMode::implicit;
-            module_.automatic_tags = true;
         } else {
             reader_->take_if("EXPLICIT");
         }
         reader_->take_if("TAGS");
         reader_->expect("::=");
         reader_->expect("BEGIN");
-        skip_exports();
         imports();
-    }
-
-    void skip_exports() {
-        if (reader_->take_if("EXPORTS")) {
-            while (!reader_->at_end() && !reader_->take_if(";")) {
-                reader_->take();
-            }
-        }
     }
 
     void imports() {
@@ -103,7 +91,7 @@ private:
     }
 
     void assignments() {
-        while (!reader_->is("END")) {
+        while (!reader_->take_if("END")) {
             if (reader_->at_end()) {
                 diagnostics_.error(reader_->place(), "module without END");
                 return;
@@ -113,9 +101,13 @@ private:
                 skip_to_next_assignment(begin);
             }
         }
+        if (!reader_->at_end()) {
+            diagnostics_.error(reader_->place(), "text behind END");
+        }
     }
 
-    // Definitions begin in column 1; that is where reading can go on after an error.
+    // Definitions begin in column 1; that is where reading can go on after an error. END is no part
+    // of a definition, wherever it stands.
     void skip_to_next_assignment(std::size_t begin) {
         if (reader_->is("::=") && reader_->index() > begin + 1) {
             reader_->step_back(); // the name in front was taken for a part of what is damaged
@@ -126,7 +118,7 @@ private:
         while (!reader_->at_end()) {
             const bool starts = (reader_->is(TokenKind::upper) || reader_->is(TokenKind::lower)) &&
                                 source_.position(reader_->peek().offset).column == 1;
-            if (starts && (!first || reader_->is("END"))) {
+            if (reader_->is("END") || (starts && !first)) {
                 return;
             }
             if (starts && reader_->is("::=", 1) && reader_->index() > begin) {
@@ -146,6 +138,10 @@ private:
             result.name = reader_->take().text;
             governed(result);
         } else {
+            if (is_keyword(reader_->peek().text)) {
+                reader_->fail("expected a definition, found the word " +
+                              std::string(reader_->peek().text) + " of the notation");
+            }
             result.name = reader_->expect(TokenKind::upper, "a definition");
             if (reader_->is("{")) {
                 reader_->fail("parameterized definitions are not supported");
@@ -190,11 +186,10 @@ private:
             result.fields.push_back(class_field());
         } while (reader_->take_if(","));
         reader_->expect("}");
-        if (reader_->take_if("WITH")) {
-            reader_->expect("SYNTAX");
-            reader_->expect("{");
-            result.syntax = syntax_items("}", 0);
-        }
+        reader_->expect("WITH");
+        reader_->expect("SYNTAX");
+        reader_->expect("{");
+        result.syntax = syntax_items("}", 0);
         return result;
     }
 
@@ -202,29 +197,17 @@ private:
         syntax::ClassField field;
         reader_->expect("&");
         field.place = reader_->place();
-        const bool upper = reader_->is(TokenKind::upper);
-        if (!upper && !reader_->is(TokenKind::lower)) {
+        field.is_type = reader_->is(TokenKind::upper);
+        if (!field.is_type && !reader_->is(TokenKind::lower)) {
             reader_->fail("expected a class field" + reader_->found());
         }
         field.name = reader_->take().text;
         own(field.place.offset);
-        field.is_type = upper && (reader_->is("OPTIONAL") || reader_->is("DEFAULT") ||
-                                  reader_->is(",") || reader_->is("}"));
-        if (!field.is_type) {
+        if (field.is_type) {
+            reader_->take_if("OPTIONAL");
+        } else {
             field.type = types_->type();
-        }
-        reader_->take_if("UNIQUE");
-        if (reader_->take_if("OPTIONAL")) {
-            field.optional = true;
-        } else if (reader_->take_if("DEFAULT")) {
-            field.optional = true;
-            if (field.is_type) {
-                types_->type();
-            } else if (reader_->is("{")) {
-                reader_->skip_group();
-            } else {
-                reader_->take();
-            }
+            reader_->take_if("UNIQUE");
         }
         return field;
     }
@@ -317,24 +300,12 @@ public:
 
     std::vector<ObjectSetting> run() {
         reader_.expect("{");
-        if (class_.syntax.empty()) {
-            default_syntax();
-        } else {
-            items(class_.syntax);
-        }
+        items(class_.syntax);
         reader_.expect("}");
         return std::move(result_);
     }
 
 private:
-    void default_syntax() {
-        while (!reader_.is("}")) {
-            reader_.expect("&");
-            setting(std::string(reader_.take().text));
-            reader_.take_if(",");
-        }
-    }
-
     void items(const std::vector<syntax::SyntaxItem>& list) {
         for (const syntax::SyntaxItem& item : list) {
             switch (item.kind) {

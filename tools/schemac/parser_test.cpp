@@ -21,10 +21,9 @@ struct Parsed {
 };
 
 TEST(Parser, ReadsHeaderAndImports) {
-    const Parsed parsed("IMPORTS A, b FROM X { iso(1) 5 } C FROM Y;\nT ::= NULL", "AUTOMATIC TAGS");
+    const Parsed parsed("IMPORTS A, b FROM X { iso(1) 5 } C FROM Y;\nT ::= NULL");
     EXPECT_EQ("", parsed.diagnostics.report());
     EXPECT_EQ("M", parsed.module.name);
-    EXPECT_TRUE(parsed.module.automatic_tags);
     ASSERT_EQ(3U, parsed.module.imports.size());
     EXPECT_EQ("b", parsed.module.imports[1].name);
     EXPECT_EQ("X", parsed.module.imports[1].module);
@@ -32,7 +31,7 @@ TEST(Parser, ReadsHeaderAndImports) {
 }
 
 TEST(Parser, ReadsTagsFromTheOutside) {
-    const Parsed parsed("T ::= [APPLICATION 3] IMPLICIT [4] EXPLICIT [PRIVATE n] INTEGER");
+    const Parsed parsed("T ::= [APPLICATION 3] IMPLICIT [4] EXPLICIT [n] INTEGER");
     const syntax::Type& type = parsed.type();
     ASSERT_EQ(3U, type.tags.size());
     EXPECT_EQ(syntax::TagClass::application, type.tags[0].tag_class);
@@ -45,22 +44,21 @@ TEST(Parser, ReadsTagsFromTheOutside) {
 TEST(Parser, ReadsComponents) {
     const Parsed parsed("T ::= SEQUENCE {\n  a [0] INTEGER (0..9 | 20..max) OPTIONAL,\n"
                         "  b BOOLEAN DEFAULT TRUE,\n  c INTEGER DEFAULT -1,\n"
-                        "  d SEQUENCE SIZE (1..4) OF T DEFAULT { },\n  COMPONENTS OF U,\n  ... }");
+                        "  d SEQUENCE SIZE (1..4) OF T DEFAULT { },\n  ... }");
     EXPECT_EQ("", parsed.diagnostics.report());
     const auto& components = parsed.type().components;
-    ASSERT_EQ(5U, components.size());
+    ASSERT_EQ(4U, components.size());
     EXPECT_TRUE(components[0].optional);
     EXPECT_EQ(2U, components[0].type->constraints.at(0).ranges.size());
-    EXPECT_TRUE(components[1].default_true);
-    EXPECT_TRUE(components[2].has_default);
+    EXPECT_EQ("TRUE", components[1].default_value->word);
+    EXPECT_EQ(syntax::DefaultValue::Kind::number, components[2].default_value->kind);
     EXPECT_EQ(syntax::TypeKind::sequence_of, components[3].type->kind);
     EXPECT_EQ(syntax::Constraint::Kind::size, components[3].type->constraints.at(0).kind);
-    EXPECT_TRUE(components[4].components_of);
     EXPECT_TRUE(parsed.type().extensible);
 }
 
 TEST(Parser, GivesAnnotationsToWhatBeginsLastOnTheLine) {
-    const Parsed parsed("T ::= SEQUENCE { --@ element\n  a INTEGER, b INTEGER, --@ biguint\n"
+    const Parsed parsed("T ::= SEQUENCE { --@ raw\n  a INTEGER, b INTEGER, --@ biguint\n"
                         "  c SET OF\n    INTEGER\n}");
     EXPECT_EQ("", parsed.diagnostics.report());
     ASSERT_EQ(1U, parsed.module.assignments[0].annotations.size());
@@ -70,17 +68,15 @@ TEST(Parser, GivesAnnotationsToWhatBeginsLastOnTheLine) {
     EXPECT_EQ("biguint", components[1].annotations[0].word);
 }
 
-TEST(Parser, ReadsConstraintsThatItDoesNotCheck) {
-    const Parsed parsed("A ::= IA5String (FROM (\"a\"..\"z\")) (SIZE (1..5, ...) ^ FROM (\"a\"))\n"
+TEST(Parser, ReadsConstraints) {
+    const Parsed parsed("A ::= IA5String (SIZE (1..5 | 9))\n"
                         "B ::= OCTET STRING (CONTAINING T)\n"
-                        "C ::= SEQUENCE OF CLASS.&Type ({Set}{@id})\n"
-                        "D ::= T (WITH COMPONENTS { a PRESENT })\n"
-                        "E ::= ANY DEFINED BY id");
+                        "C ::= SEQUENCE OF CLASS.&Type ({Set}{@id})");
     EXPECT_EQ("", parsed.diagnostics.report());
     const auto& a = parsed.type(0).constraints;
-    ASSERT_EQ(2U, a.size());
-    EXPECT_EQ(syntax::Constraint::Kind::ignored, a[0].kind);
-    EXPECT_EQ(syntax::Constraint::Kind::size, a[1].kind);
+    ASSERT_EQ(1U, a.size());
+    EXPECT_EQ(syntax::Constraint::Kind::size, a[0].kind);
+    EXPECT_EQ(2U, a[0].ranges.size());
     EXPECT_EQ(syntax::TypeKind::reference, parsed.type(1).constraints.at(0).contained->kind);
     const auto& table = parsed.type(2).element->constraints.at(0);
     EXPECT_EQ("Set", table.set);
@@ -89,13 +85,13 @@ TEST(Parser, ReadsConstraintsThatItDoesNotCheck) {
 
 TEST(Parser, ReadsClassesAndObjects) {
     const Parsed parsed(
-        "C ::= CLASS { &id OBJECT IDENTIFIER UNIQUE, &Type OPTIONAL, &flag BOOLEAN DEFAULT "
-        "FALSE } WITH SYNTAX { [TYPE &Type] [IF TRUE &flag] ID &id }\n"
+        "C ::= CLASS { &id OBJECT IDENTIFIER UNIQUE, &Type OPTIONAL } WITH SYNTAX { [TYPE &Type] "
+        "ID &id }\n"
         "o C ::= { TYPE SEQUENCE OF T ID { 1 2 3 } }\n"
-        "p C ::= { IF TRUE TRUE ID id-p }");
+        "p C ::= { ID id-p }");
     EXPECT_EQ("", parsed.diagnostics.report());
     const syntax::Class& definition = parsed.module.assignments[0].definition;
-    ASSERT_EQ(3U, definition.fields.size());
+    ASSERT_EQ(2U, definition.fields.size());
     EXPECT_TRUE(definition.fields[1].is_type);
     Diagnostics diagnostics;
     const auto first =
@@ -105,8 +101,8 @@ TEST(Parser, ReadsClassesAndObjects) {
     EXPECT_EQ("id", first[1].field);
     const auto second =
         parse_object(parsed.module, parsed.module.assignments[2].body, definition, diagnostics);
-    ASSERT_EQ(2U, second.size());
-    EXPECT_EQ("flag", second[0].field);
+    ASSERT_EQ(1U, second.size());
+    EXPECT_EQ("id", second[0].field);
     EXPECT_EQ("", diagnostics.report());
 }
 

@@ -35,7 +35,8 @@ void define_families(const Scope& scope, TypeResolver& types) {
     }
 }
 
-void resolve_values(Scope& scope, model::Schema& schema) {
+void resolve_values(Scope& scope, model::Schema& schema, ObjectResolver& objects,
+                    Diagnostics& diagnostics) {
     for (std::size_t i = 0; i < scope.modules().size(); ++i) {
         for (const Assignment& assignment : scope.modules()[i].assignments) {
             if (assignment.kind != Assignment::Kind::value) {
@@ -43,14 +44,19 @@ void resolve_values(Scope& scope, model::Schema& schema) {
             }
             const std::string name = naming::identifier(assignment.name);
             if (assignment.type->kind == syntax::TypeKind::object_identifier) {
+                objects.claim(name, assignment.place);
                 schema.modules[i].oids.push_back(
                     {name, scope.object_identifier(i, assignment.body)});
             } else if (assignment.type->kind == syntax::TypeKind::integer) {
+                objects.claim(name, assignment.place);
                 syntax::Number number;
                 number.kind = syntax::Number::Kind::reference;
                 number.name = assignment.name;
                 number.place = assignment.place;
                 schema.modules[i].numbers.push_back({name, scope.number(i, number).value_or(0)});
+            } else if (!objects.is_object(&assignment)) {
+                diagnostics.error(assignment.place,
+                                  "a value is an INTEGER, an OBJECT IDENTIFIER or an object");
             }
         }
     }
@@ -77,7 +83,7 @@ std::unique_ptr<model::Schema> resolve(const std::vector<syntax::Module>& module
     objects.declare();
     define_families(scope, types);
     objects.fill();
-    resolve_values(scope, *schema);
+    resolve_values(scope, *schema, objects, diagnostics);
     settle_tags(*schema, diagnostics);
     analyse(*schema, diagnostics);
     return schema;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "schemac/compiler.h"
+#include "schemac/emit/generate.h"
 #include "schemac/tagging.h"
 
 namespace schemac {
@@ -58,14 +59,12 @@ TEST(Resolver, ChoosesTheHoldOfIntegers) {
 }
 
 TEST(Resolver, ChoosesTheHoldOfBitStrings) {
-    const Resolved r(
-        "A ::= BIT STRING { a(0), b(25) }\nB ::= BIT STRING { a(0) } --@ dynamic\n"
-        "C ::= BIT STRING (SIZE (0..16))\nD ::= BIT STRING\nE ::= BIT STRING --@ inline=32");
+    const Resolved r("A ::= BIT STRING { a(0), b(25) }\nB ::= BIT STRING { a(0) } --@ dynamic\n"
+                     "C ::= BIT STRING (SIZE (0..16))\nD ::= BIT STRING");
     EXPECT_EQ(26U, r.family("A").body.simple.bits);
     EXPECT_EQ(model::Rep::dyn_bits, r.rep("B"));
     EXPECT_EQ(16U, r.family("C").body.simple.bits);
     EXPECT_EQ(model::Rep::dyn_bits, r.rep("D"));
-    EXPECT_EQ(32U, r.family("E").body.simple.bits);
 }
 
 std::vector<std::uint32_t> tags_of(const Resolved& r, std::size_t field) {
@@ -90,26 +89,17 @@ TEST(Resolver, SettlesImplicitAndExplicitTags) {
     EXPECT_EQ(0x40000007U, outer_tag(r.family("T").fields[7].use));
 }
 
-TEST(Resolver, AutomaticTagsStandInUntaggedStructuresOnly) {
-    const Resolved r("T ::= SEQUENCE { a INTEGER, b CHOICE { x NULL } }\nU ::= SEQUENCE { a [9] "
-                     "INTEGER, b NULL }",
-                     "AUTOMATIC");
-    EXPECT_EQ(std::vector<std::uint32_t>({0x80000000}), tags_of(r, 0));
-    EXPECT_EQ(std::vector<std::uint32_t>({0xA0000001}), tags_of(r, 1));
-    EXPECT_TRUE(r.family("U").fields[1].use.tagging.tags.empty());
-}
-
 TEST(Resolver, NamesNestedTypes) {
     const Resolved r(
         "Item ::= SEQUENCE { a BOOLEAN }\n"
         "T ::= SEQUENCE { sub-part SEQUENCE { x NULL }, list SEQUENCE OF Item,\n"
         "  sets SET OF Item, kind INTEGER { a(0) }, rows SEQUENCE OF SEQUENCE { y NULL },\n"
-        "  mine OCTET STRING (SIZE (3)) } --@ type=Own-Name\n");
+        "  mine OCTET STRING (SIZE (3)) } --@ type\n");
     for (const char* name :
          {"T_sub_part", "_SeqOfItem", "_SetOfItem", "T_kind", "T_rows", "T_rows_element"}) {
         EXPECT_EQ(name, r.family(name).name);
     }
-    EXPECT_EQ("Own_Name", r.family("T").fields[5].use.family->name);
+    EXPECT_EQ("T_mine", r.family("T").fields[5].use.family->name);
     EXPECT_FALSE(r.family("T_sub_part").pdu);
     EXPECT_TRUE(r.family("T").pdu);
 }
@@ -117,11 +107,10 @@ TEST(Resolver, NamesNestedTypes) {
 TEST(Resolver, ArraysHoldWhatHasNoRecord) {
     const Resolved r("A ::= SEQUENCE OF OBJECT IDENTIFIER\nB ::= SEQUENCE OF OCTET STRING\nC ::= "
                      "SEQUENCE OF Later\n"
-                     "Later ::= UTF8String\nD ::= SET OF Later --@ list");
+                     "Later ::= UTF8String");
     EXPECT_EQ(model::Family::Kind::array, r.family("A").kind);
     EXPECT_EQ(model::Family::Kind::list, r.family("B").kind);
     EXPECT_EQ(model::Family::Kind::array, r.family("C").kind);
-    EXPECT_EQ(model::Family::Kind::list, r.family("D").kind);
 }
 
 TEST(Resolver, KnowsWhoOwnsMemory) {
@@ -129,7 +118,7 @@ TEST(Resolver, KnowsWhoOwnsMemory) {
         "A ::= SEQUENCE { a INTEGER (0..5), b OBJECT IDENTIFIER, c D }\nB ::= SEQUENCE { c C "
         "OPTIONAL }\n"
         "C ::= SEQUENCE { c INTEGER }\nD ::= ENUMERATED { x }\nE ::= SEQUENCE { f F }\n"
-        "F ::= CHOICE { e E }");
+        "F ::= CHOICE { n NULL, e E }");
     EXPECT_FALSE(r.family("A").owns_memory);
     EXPECT_TRUE(r.family("B").owns_memory);
     EXPECT_FALSE(r.family("D").owns_memory);
@@ -146,9 +135,9 @@ TEST(Resolver, ResolvesObjectIdentifiers) {
 }
 
 TEST(Resolver, RowsOfASetKeepTheirOrder) {
-    const Resolved r("K ::= CLASS { &id OBJECT IDENTIFIER UNIQUE, &Type OPTIONAL }\n"
-                     "b K ::= { &id { 1 2 }, &Type NULL }\na K ::= { &id { 1 3 }, &Type T }\nT ::= "
-                     "SEQUENCE { }\n"
+    const Resolved r("K ::= CLASS { &id OBJECT IDENTIFIER UNIQUE, &Type OPTIONAL } WITH "
+                     "SYNTAX { &Type ID &id }\n"
+                     "b K ::= { NULL ID { 1 2 } }\na K ::= { T ID { 1 3 } }\nT ::= SEQUENCE { }\n"
                      "S K ::= { b | a | b }");
     const auto& rows = r.schema->sets[0].rows;
     ASSERT_EQ(3U, rows.size());
@@ -165,6 +154,39 @@ TEST(Resolver, DefinesRecordsBehindThoseThatTheyContain) {
         order += family->name + " ";
     }
     EXPECT_EQ("C B _SeqOfC A ", order);
+}
+
+std::string generated(std::vector<std::pair<std::string, std::string>> modules) {
+    std::vector<std::unique_ptr<Source>> sources;
+    for (auto& [path, text] : modules) {
+        sources.push_back(std::make_unique<Source>(path, text));
+    }
+    Diagnostics diagnostics;
+    const auto schema = compile(sources, diagnostics);
+    std::string result = diagnostics.report();
+    for (const auto& file : schema ? generate(*schema) : std::vector<GeneratedFile>()) {
+        result += file.name + "\n" + file.text;
+    }
+    return result;
+}
+
+// A list of a foreign type lies in the other module, and records stand behind those they contain.
+TEST(Resolver, TheOrderOfFilesDoesNotMatter) {
+    const std::pair<std::string, std::string> a = {
+        "x/a.asn1", "A DEFINITIONS ::= BEGIN IMPORTS T, U FROM B;\n"
+                    "One ::= SEQUENCE { list SEQUENCE OF T, u [0] U }\nLast ::= SEQUENCE { } END"};
+    const std::pair<std::string, std::string> b = {
+        "b.asn1", "B DEFINITIONS ::= BEGIN IMPORTS Last FROM A; T ::= SEQUENCE { c C }\n"
+                  "U ::= CHOICE { t [0] T, l Last }\nC ::= SEQUENCE { } END"};
+    const std::string text = generated({a, b});
+    EXPECT_NE(std::string::npos, text.find("asn1E_One"));
+    EXPECT_EQ(text, generated({b, a}));
+}
+
+TEST(Resolver, RefusesTwoFilesOfOneStem) {
+    const std::string module = " DEFINITIONS ::= BEGIN A ::= NULL END";
+    EXPECT_EQ("y/a.asn1:1:1: the output of x/a.asn1 has the same name\n",
+              generated({{"y/a.asn1", "A" + module}, {"x/a.asn1", "B DEFINITIONS ::= BEGIN END"}}));
 }
 
 TEST(Resolver, RefusesDefinitionsWithoutBottom) {

@@ -2,12 +2,14 @@
 // module's own definitions only.
 #include "schemac/scope.h"
 
-#include <utility>
+#include <string>
 
 namespace schemac {
 namespace {
 
 constexpr int max_depth = 40;
+// The first two arcs share a number of 32 bits on the wire: 80 + the second.
+constexpr std::uint32_t max_second_arc = UINT32_MAX - 80;
 
 // First and second arcs that may be named without their number.
 const std::map<std::string, std::uint32_t, std::less<>> well_known_arcs = {
@@ -63,21 +65,7 @@ Symbol Scope::look(std::size_t module, const std::string& name) const {
     return {from, own_[from].at(name)};
 }
 
-Symbol Scope::find(std::size_t module, const std::string& name, const std::string& from,
-                   Place place) {
-    if (!from.empty()) {
-        const auto other = by_name_.find(from);
-        if (other == by_name_.end()) {
-            diagnostics_.error(place, "there is no module " + from);
-            return {};
-        }
-        const auto own = own_[other->second].find(name);
-        if (own == own_[other->second].end()) {
-            diagnostics_.error(place, from + " doesn't define " + name);
-            return {};
-        }
-        return {other->second, own->second};
-    }
+Symbol Scope::find(std::size_t module, const std::string& name, Place place) {
     const Symbol symbol = look(module, name);
     if (!symbol) {
         diagnostics_.error(place, name + " is neither defined nor imported");
@@ -97,7 +85,7 @@ std::optional<std::int64_t> Scope::number(std::size_t module, const syntax::Numb
     if (number.kind != syntax::Number::Kind::reference) {
         return std::nullopt;
     }
-    const Symbol symbol = find(module, number.name, {}, number.place);
+    const Symbol symbol = find(module, number.name, number.place);
     if (!symbol) {
         return std::nullopt;
     }
@@ -147,6 +135,12 @@ std::vector<std::uint32_t> Scope::identifier(std::size_t module, syntax::TokenRa
         diagnostics_.error({modules_[module].source, first.offset}, "not an object identifier");
         return {};
     }
+    if (arcs[0] > 2 || (arcs[0] < 2 && arcs[1] > 39) || arcs[1] > max_second_arc) {
+        diagnostics_.error({modules_[module].source, first.offset},
+                           "no object identifier begins with " + std::to_string(arcs[0]) + "." +
+                               std::to_string(arcs[1]));
+        return {};
+    }
     return arcs;
 }
 
@@ -156,7 +150,7 @@ std::vector<std::uint32_t> Scope::referenced(std::size_t module, const Token& na
         diagnostics_.error(place, "object identifiers are defined by each other");
         return {};
     }
-    const Symbol symbol = find(module, std::string(name.text), {}, place);
+    const Symbol symbol = find(module, std::string(name.text), place);
     if (!symbol) {
         return {};
     }

@@ -26,9 +26,8 @@ public:
 
     const std::vector<syntax::Module>& modules() const { return modules_; }
 
-    /// What `name` means inside a module; `from` is the module in front of a dot, or empty.
-    /// Nothing, reported at `place`, when it means nothing.
-    Symbol find(std::size_t module, const std::string& name, const std::string& from, Place place);
+    /// What `name` means inside a module; nothing, reported at `place`, when it means nothing.
+    Symbol find(std::size_t module, const std::string& name, Place place);
 
     /// The same without a report.
     Symbol look(std::size_t module, const std::string& name) const;

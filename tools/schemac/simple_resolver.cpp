@@ -1,5 +1,8 @@
 // The part of TypeResolver that chooses how simple values are held and which bounds are checked.
 #include <algorithm>
+#include <set>
+#include <string>
+#include <vector>
 
 #include "schemac/naming.h"
 #include "schemac/type_resolver.h"
@@ -48,7 +51,7 @@ Use TypeResolver::simple(std::size_t module, const Type& type, Marks& marks) {
         integer(result, module, type, marks);
         break;
     case TypeKind::enumerated:
-        enumerated(result, module, type, marks);
+        enumerated(result, module, type);
         break;
     case TypeKind::bit_string:
         bit_string(result, module, type, marks);
@@ -75,16 +78,13 @@ Use TypeResolver::simple(std::size_t module, const Type& type, Marks& marks) {
         result = reference(module, type);
         break;
     }
-    if (marks.take("unchecked")) {
-        result.check = {};
-    }
     return result;
 }
 
 Use TypeResolver::class_field(std::size_t module, const Type& type, Marks& marks) {
     Use result;
     result.simple.rep = Rep::open;
-    const Symbol symbol = scope_.find(module, type.name, {}, type.place);
+    const Symbol symbol = scope_.find(module, type.name, type.place);
     if (!symbol) {
         return result;
     }
@@ -104,6 +104,7 @@ Use TypeResolver::class_field(std::size_t module, const Type& type, Marks& marks
 
 void TypeResolver::integer(Use& result, std::size_t module, const Type& type, Marks& marks) {
     result.simple = {Rep::big_text, 2};
+    const std::vector<std::int64_t> numbers = named_numbers(module, type);
     if (marks.take("biguint")) {
         result.simple.rep = Rep::big_uint_text;
         return;
@@ -125,11 +126,8 @@ void TypeResolver::integer(Use& result, std::size_t module, const Type& type, Ma
         result.check = range;
         ranged_integer(result, false);
     } else if (!type.named.empty()) {
-        bool negative = false;
-        for (const syntax::NamedNumber& item : type.named) {
-            const auto value = item.number ? scope_.number(module, *item.number) : std::nullopt;
-            negative = negative || value.value_or(0) < 0;
-        }
+        const bool negative = std::any_of(numbers.begin(), numbers.end(),
+                                          [](std::int64_t number) { return number < 0; });
         result.simple.rep = negative ? Rep::int32 : Rep::uint32;
     }
 }
@@ -148,45 +146,49 @@ void TypeResolver::ranged_integer(Use& result, bool wide) {
     }
 }
 
-void TypeResolver::enumerated(Use& result, std::size_t module, const Type& type, Marks& marks) {
-    result.simple = {Rep::enumerated, 10};
-    std::int64_t highest = -1;
-    std::int64_t next = 0;
+// X.680, 20.3 and 22.3: names and numbers are distinct. Without a number a name gets the next one.
+std::vector<std::int64_t> TypeResolver::named_numbers(std::size_t module, const Type& type) {
+    std::vector<std::int64_t> numbers;
+    std::set<std::string> names;
     for (const syntax::NamedNumber& item : type.named) {
-        const auto value = item.number ? scope_.number(module, *item.number) : next;
-        if (!value) {
-            continue;
+        if (!names.insert(item.name).second) {
+            error(item.place, item.name + " appears twice");
         }
-        if (*value < 0 || *value >= INT32_MAX) {
-            error(item.place, "an enumerator lies between 0 and 2147483646");
+        const std::int64_t next = numbers.empty() ? 0 : numbers.back() + 1;
+        const std::int64_t number =
+            item.number ? scope_.number(module, *item.number).value_or(next) : next;
+        if (std::find(numbers.begin(), numbers.end(), number) != numbers.end()) {
+            error(item.place, "the number " + std::to_string(number) + " appears twice");
         }
-        highest = std::max(highest, *value);
-        next = *value + 1;
+        numbers.push_back(number);
     }
-    if (!type.extensible && !marks.take("unchecked")) {
-        result.simple.enum_limit = static_cast<std::uint32_t>(highest + 1);
+    return numbers;
+}
+
+void TypeResolver::enumerated(Use& result, std::size_t module, const Type& type) {
+    const std::vector<std::int64_t> numbers = named_numbers(module, type);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        if (numbers[i] < 0 || numbers[i] >= INT32_MAX) {
+            error(type.named[i].place, "an enumerator lies between 0 and 2147483646");
+        }
     }
+    result.simple = {Rep::enumerated, 10};
+    result.simple.enum_limit =
+        static_cast<std::uint32_t>(*std::max_element(numbers.begin(), numbers.end()) + 1);
 }
 
 void TypeResolver::bit_string(Use& result, std::size_t module, const Type& type, Marks& marks) {
     const Check size = check(module, type, Constraint::Kind::size);
+    const std::vector<std::int64_t> numbers = named_numbers(module, type);
     std::int64_t bits = 0;
-    for (const syntax::NamedNumber& item : type.named) {
-        const auto value = item.number ? scope_.number(module, *item.number) : std::nullopt;
-        if (value && (*value < 0 || *value >= max_inline_bits)) {
-            error(item.place, "a named bit lies between 0 and 255");
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        if (numbers[i] < 0 || numbers[i] >= max_inline_bits) {
+            error(type.named[i].place, "a named bit lies between 0 and 255");
         }
-        bits = std::max(bits, value.value_or(0) + 1);
+        bits = std::max(bits, numbers[i] + 1);
     }
     if (size.kind != Check::Kind::none) {
         bits = size.high.value_or(0);
-    }
-    const auto inline_bits = marks.number("inline", diagnostics_);
-    if (inline_bits) {
-        bits = *inline_bits;
-        if (bits < 1 || bits > max_inline_bits) {
-            error(type.place, "an inline bit string has 1 to 256 bits");
-        }
     }
     if (marks.take("dynamic") || bits < 1 || bits > max_inline_bits) {
         result.simple = {Rep::dyn_bits, 3};

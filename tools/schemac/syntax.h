@@ -36,7 +36,7 @@ struct Range {
 };
 
 struct Constraint {
-    enum class Kind { value, size, table, containing, ignored } kind = Kind::ignored;
+    enum class Kind { value, size, table, containing } kind = Kind::value;
     Place place;
     std::vector<Range> ranges;        ///< value, size: a union
     std::string set;                  ///< table
@@ -44,7 +44,7 @@ struct Constraint {
     TypePtr contained;                ///< containing
 };
 
-enum class TagClass { universal = 0, application = 1, context = 2, private_use = 3 };
+enum class TagClass { application = 1, context = 2 };
 enum class TagMode { by_default, implicit, explicit_ };
 
 struct Tag {
@@ -63,14 +63,19 @@ struct NamedNumber {
 /// The annotations of one definition.
 using Annotations = std::vector<Annotation>;
 
+/// What stands behind DEFAULT: its form, and the word or number.
+struct DefaultValue {
+    enum class Kind { truth, number, name, text, bits, null, braces } kind = Kind::braces;
+    std::string word; ///< truth, name
+    Place place;
+};
+
 struct Component {
     std::string name;
     Place place;
     TypePtr type;
     bool optional = false;
-    bool has_default = false;
-    bool default_true = false; ///< the DEFAULT is the word TRUE
-    bool components_of = false;
+    std::optional<DefaultValue> default_value;
     Annotations annotations;
 };
 
@@ -101,9 +106,8 @@ struct Type {
     std::vector<Component> components;
     bool extensible = false;
     TypePtr element;
-    std::string name;   ///< reference: the type; class_field: the class
-    std::string module; ///< reference with a module in front
-    std::string field;  ///< class_field, without `&`
+    std::string name;  ///< reference: the type; class_field: the class
+    std::string field; ///< class_field, without `&`
     std::uint32_t char_tag = 0;
     std::vector<Constraint> constraints;
 };
@@ -111,9 +115,7 @@ struct Type {
 struct ClassField {
     std::string name; ///< without `&`
     Place place;
-    bool is_type = false; ///< a type field; otherwise `type` is the field's fixed type, or null for
-                          ///< other forms
-    bool optional = false;
+    bool is_type = false; ///< a type field; otherwise `type` is the field's fixed type
     TypePtr type;
 };
 
@@ -126,7 +128,7 @@ struct SyntaxItem {
 
 struct Class {
     std::vector<ClassField> fields;
-    std::vector<SyntaxItem> syntax; ///< empty: the default syntax
+    std::vector<SyntaxItem> syntax;
 };
 
 struct Assignment {
@@ -155,7 +157,6 @@ struct Module {
     std::string name;
     Place place;
     TagMode tag_default = TagMode::explicit_;
-    bool automatic_tags = false;
     std::vector<Import> imports;
     std::vector<Assignment> assignments;
     std::vector<Token> tokens;

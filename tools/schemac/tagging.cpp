@@ -15,6 +15,8 @@ constexpr std::uint32_t constructed = 0x20000000;
 
 class Settler {
 public:
+    explicit Settler(Diagnostics& diagnostics) : diagnostics_(diagnostics) {}
+
     void settle(Family& family) {
         if (done_.insert(&family).second) {
             if (family.kind == Family::Kind::wrapped) {
@@ -50,7 +52,7 @@ private:
                                              : own(family.body.simple);
     }
 
-    static void apply(model::Tagging& tagging, std::optional<std::uint32_t> inner) {
+    void apply(model::Tagging& tagging, std::optional<std::uint32_t> inner) {
         tagging.own_tag = true;
         for (auto tag = tagging.written.rbegin(); tag != tagging.written.rend(); ++tag) {
             const std::optional<std::uint32_t> below =
@@ -64,11 +66,15 @@ private:
                     tagging.tags.front() = packed;
                 }
             } else {
+                if (tag->by_word) {
+                    diagnostics_.error(tag->place, "IMPLICIT in front of a CHOICE or an open type");
+                }
                 tagging.tags.insert(tagging.tags.begin(), tag->packed | constructed);
             }
         }
     }
 
+    Diagnostics& diagnostics_;
     std::set<const Family*> done_;
 };
 
@@ -100,24 +106,89 @@ void add_first_tags(const Use& use, std::vector<std::uint32_t>& tags, bool& any,
     }
 }
 
-void check_distinct(const Family& family, Diagnostics& diagnostics) {
-    std::map<std::uint32_t, const model::Field*> owner;
-    const model::Field* catch_all = nullptr;
-    for (const model::Field& field : family.fields) {
+// Which field a tag means, among those that can stand at one spot.
+class TagOwners {
+public:
+    explicit TagOwners(Diagnostics& diagnostics) : diagnostics_(diagnostics) {}
+
+    void add(const model::Field& field) {
         const std::vector<std::uint32_t> tags = first_tags(field.use);
-        if (tags.empty() && catch_all != nullptr) {
-            diagnostics.error(field.place, field.name + " and " + catch_all->name +
-                                               " can't be told apart: both begin with any tag");
+        if (tags.empty() && catch_all_ != nullptr) {
+            diagnostics_.error(field.place, field.name + " and " + catch_all_->name +
+                                                " can't be told apart: both begin with any tag");
         }
         if (tags.empty()) {
-            catch_all = &field;
+            catch_all_ = &field;
         }
         for (const std::uint32_t tag : tags) {
-            const auto [entry, fresh] = owner.emplace(tag & ~constructed, &field);
+            const auto [entry, fresh] = owner_.emplace(tag & ~constructed, &field);
             if (!fresh && entry->second != &field) {
-                diagnostics.error(field.place, field.name + " and " + entry->second->name +
-                                                   " have the same tag");
+                diagnostics_.error(field.place, field.name + " and " + entry->second->name +
+                                                    " have the same tag");
             }
+        }
+    }
+
+    const model::Field* catch_all() const { return catch_all_; }
+
+private:
+    Diagnostics& diagnostics_;
+    std::map<std::uint32_t, const model::Field*> owner_;
+    const model::Field* catch_all_ = nullptr;
+};
+
+void check_distinct(const Family& family, Diagnostics& diagnostics) {
+    TagOwners owners(diagnostics);
+    for (const model::Field& field : family.fields) {
+        owners.add(field);
+    }
+}
+
+// X.680, 25.6: an element that may be left out, and all that can stand in its place, up to the next
+// element that must be there.
+void check_sequence(const Family& family, Diagnostics& diagnostics) {
+    using Presence = model::Field::Presence;
+    for (std::size_t i = 0; i < family.fields.size(); ++i) {
+        const model::Field& field = family.fields[i];
+        if (field.presence == Presence::mandatory) {
+            continue;
+        }
+        for (std::size_t j = i + 1; j < family.fields.size(); ++j) {
+            const model::Field& next = family.fields[j];
+            if (!(field.tag_shared && j == i + 1)) {
+                TagOwners pair(diagnostics);
+                pair.add(field);
+                pair.add(next);
+                if (pair.catch_all() == &field) {
+                    diagnostics.error(next.place, next.name + " can't be told from " + field.name +
+                                                      ", which begins with any tag");
+                }
+            }
+            if (next.presence == Presence::mandatory) {
+                break;
+            }
+        }
+    }
+}
+
+// A shared tag is an explicit one in front of an optional element, and the same in front of the
+// next.
+void check_shared(const Family& family, Diagnostics& diagnostics) {
+    for (std::size_t i = 0; i < family.fields.size(); ++i) {
+        const model::Field& field = family.fields[i];
+        if (!field.tag_shared) {
+            continue;
+        }
+        const model::Field* next = i + 1 < family.fields.size() ? &family.fields[i + 1] : nullptr;
+        const bool fits = next != nullptr && family.kind == Family::Kind::sequence &&
+                          field.presence == model::Field::Presence::optional &&
+                          next->presence == model::Field::Presence::optional &&
+                          field.use.tagging.own_tag && field.use.tagging.tags.size() == 1 &&
+                          field.use.tagging.tags == next->use.tagging.tags;
+        if (!fits) {
+            diagnostics.error(field.place,
+                              "only an optional element with an explicit tag can share "
+                              "it, with the optional element behind it");
         }
     }
 }
@@ -160,7 +231,7 @@ std::vector<std::uint32_t> first_tags(const Use& use) {
 }
 
 void settle_tags(model::Schema& schema, Diagnostics& diagnostics) {
-    Settler settler;
+    Settler settler(diagnostics);
     for (Family& family : schema.families) {
         settler.settle(family);
     }
@@ -175,7 +246,10 @@ void settle_tags(model::Schema& schema, Diagnostics& diagnostics) {
     for (const Family& family : schema.families) {
         if (family.kind == Family::Kind::choice || family.kind == Family::Kind::set) {
             check_distinct(family, diagnostics);
+        } else if (family.kind == Family::Kind::sequence) {
+            check_sequence(family, diagnostics);
         }
+        check_shared(family, diagnostics);
     }
 }
 

@@ -2,7 +2,6 @@
 #include "schemac/type_parser.h"
 
 #include <array>
-#include <utility>
 
 namespace schemac {
 namespace {
@@ -58,12 +57,8 @@ void TypeParser::tags(Type& type) {
         syntax::Tag tag;
         tag.place = reader_.place();
         reader_.take();
-        if (reader_.take_if("UNIVERSAL")) {
-            tag.tag_class = syntax::TagClass::universal;
-        } else if (reader_.take_if("APPLICATION")) {
+        if (reader_.take_if("APPLICATION")) {
             tag.tag_class = syntax::TagClass::application;
-        } else if (reader_.take_if("PRIVATE")) {
-            tag.tag_class = syntax::TagClass::private_use;
         }
         tag.number = number();
         reader_.expect("]");
@@ -83,8 +78,8 @@ void TypeParser::builtin(Type& type) {
     if (simple(type) || named_numbers_type(type) || structured(type)) {
         return;
     }
-    if (reader_.is("ANY")) {
-        any(type);
+    if (reader_.take_if("ANY")) {
+        type.kind = TypeKind::any;
     } else if (reader_.is(TokenKind::upper)) {
         reference(type);
     } else {
@@ -168,7 +163,7 @@ bool TypeParser::structured(Type& type) {
         if (!ranges(size)) {
             reader_.fail("expected a size" + reader_.found());
         }
-        skip_to_close();
+        reader_.expect(")");
         type.constraints.push_back(std::move(size));
     } else if (reader_.is("(")) {
         constraints(type);
@@ -179,15 +174,6 @@ bool TypeParser::structured(Type& type) {
     }
     type.element = this->type();
     return true;
-}
-
-void TypeParser::any(Type& type) {
-    type.kind = TypeKind::any;
-    reader_.expect("ANY");
-    if (reader_.take_if("DEFINED")) {
-        reader_.expect("BY");
-        reader_.expect(TokenKind::lower, "the name of a component");
-    }
 }
 
 void TypeParser::reference(Type& type) {
@@ -201,18 +187,12 @@ void TypeParser::reference(Type& type) {
             reader_.fail("expected a class field" + reader_.found());
         }
         type.field = reader_.take().text;
-    } else if (reader_.take_if(".")) {
-        type.module = std::exchange(type.name, reader_.expect(TokenKind::upper, "a type"));
     }
 }
 
 void TypeParser::named_numbers(Type& type, bool enumeration) {
     reader_.expect("{");
     do {
-        if (reader_.take_if("...")) {
-            type.extensible = true;
-            continue;
-        }
         syntax::NamedNumber item;
         item.place = reader_.place();
         item.name = reader_.expect(TokenKind::lower, "a name");
@@ -232,7 +212,7 @@ void TypeParser::components(Type& type, bool choice) {
         return;
     }
     do {
-        if (reader_.is("...")) {
+        if (reader_.is("...") && type.kind == TypeKind::sequence) {
             extension_marker(type);
         } else {
             type.components.push_back(component(choice));
@@ -242,9 +222,6 @@ void TypeParser::components(Type& type, bool choice) {
 }
 
 void TypeParser::extension_marker(Type& type) {
-    if (type.extensible) {
-        reader_.fail("one extension marker is enough: additions behind it are not read");
-    }
     reader_.take();
     type.extensible = true;
     if (reader_.is(",")) {
@@ -255,13 +232,6 @@ void TypeParser::extension_marker(Type& type) {
 syntax::Component TypeParser::component(bool choice) {
     syntax::Component result;
     result.place = reader_.place();
-    if (reader_.is("COMPONENTS") && reader_.is("OF", 1)) {
-        reader_.take();
-        reader_.take();
-        result.components_of = true;
-        result.type = type();
-        return result;
-    }
     result.name = reader_.expect(TokenKind::lower, "a component's name");
     result.annotations = annotations_of_(result.place.offset);
     result.type = type();
@@ -277,17 +247,35 @@ syntax::Component TypeParser::component(bool choice) {
 }
 
 void TypeParser::default_value(syntax::Component& component) {
-    component.has_default = true;
-    component.default_true = reader_.is("TRUE");
+    using Kind = syntax::DefaultValue::Kind;
+    syntax::DefaultValue value;
+    value.place = reader_.place();
+    value.word = reader_.peek().text;
     if (reader_.is("{")) {
         reader_.skip_group();
+        component.default_value = value;
         return;
     }
-    reader_.take_if("-");
-    if (reader_.is(TokenKind::symbol) || reader_.at_end()) {
+    const bool negative = reader_.take_if("-");
+    if (reader_.is(TokenKind::number)) {
+        value.kind = Kind::number;
+    } else if (negative) {
+        reader_.fail("expected a number" + reader_.found());
+    } else if (reader_.is("TRUE") || reader_.is("FALSE")) {
+        value.kind = Kind::truth;
+    } else if (reader_.is("NULL")) {
+        value.kind = Kind::null;
+    } else if (reader_.is(TokenKind::lower)) {
+        value.kind = Kind::name;
+    } else if (reader_.is(TokenKind::text)) {
+        value.kind = Kind::text;
+    } else if (reader_.is(TokenKind::bits)) {
+        value.kind = Kind::bits;
+    } else {
         reader_.fail("expected a value" + reader_.found());
     }
     reader_.take();
+    component.default_value = value;
 }
 
 syntax::Number TypeParser::number() {
@@ -331,14 +319,14 @@ Constraint TypeParser::constraint() {
         if (!ranges(result)) {
             reader_.fail("expected a size" + reader_.found());
         }
-        skip_to_close();
+        reader_.expect(")");
     } else if (reader_.take_if("CONTAINING")) {
         result.kind = Constraint::Kind::containing;
         result.contained = type();
-    } else if (is_bound() && ranges(result)) {
-        result.kind = Constraint::Kind::value;
+    } else if (!ranges(result)) {
+        reader_.fail("this constraint is not supported");
     }
-    skip_to_close();
+    reader_.expect(")");
     return result;
 }
 
@@ -360,8 +348,7 @@ bool TypeParser::is_bound() const {
            reader_.is(TokenKind::lower);
 }
 
-// False, with the cursor anywhere inside the parentheses, when this isn't a union of numbers and
-// ranges.
+// False when this isn't a union of numbers and ranges.
 bool TypeParser::ranges(Constraint& constraint) {
     do {
         if (!is_bound()) {
@@ -376,21 +363,6 @@ bool TypeParser::ranges(Constraint& constraint) {
         constraint.ranges.push_back(std::move(range));
     } while (reader_.take_if("|"));
     return true;
-}
-
-// Everything that is not looked at, up to and with the closing parenthesis.
-void TypeParser::skip_to_close() {
-    while (!reader_.is(")")) {
-        if (reader_.at_end() || reader_.is("}") || reader_.is("]") || reader_.is("::=")) {
-            reader_.fail("expected ')'" + reader_.found());
-        }
-        if (reader_.is("(") || reader_.is("{") || reader_.is("[")) {
-            reader_.skip_group();
-        } else {
-            reader_.take();
-        }
-    }
-    reader_.take();
 }
 
 } // namespace schemac

@@ -27,7 +27,6 @@ private:
     bool named_numbers_type(syntax::Type& type);
     bool structured(syntax::Type& type);
     void reference(syntax::Type& type);
-    void any(syntax::Type& type);
 
     void named_numbers(syntax::Type& type, bool enumeration);
     void components(syntax::Type& type, bool choice);
@@ -40,7 +39,6 @@ private:
     void table_constraint(syntax::Constraint& constraint);
     bool ranges(syntax::Constraint& constraint);
     bool is_bound() const;
-    void skip_to_close();
 
     TokenReader& reader_;
     AnnotationSource annotations_of_;

@@ -16,7 +16,6 @@ using syntax::Constraint;
 using syntax::Type;
 using syntax::TypeKind;
 
-constexpr int max_components_of_depth = 16;
 constexpr std::size_t max_components = 500;
 // The members that have come are noted in 32 bits.
 constexpr std::size_t max_set_members = 32;
@@ -32,7 +31,7 @@ bool is_structure(const Type& type) {
            type.kind == TypeKind::choice;
 }
 
-bool array_by_default(const Use& element) {
+bool is_array_element(const Use& element) {
     const model::Simple* simple = model::simple_of(element);
     if (simple == nullptr) {
         return false;
@@ -130,21 +129,14 @@ void TypeResolver::define(Family& family, std::size_t module, const Type& type, 
     }
     if (!keep_raw) {
         family.pdu = !family.nested;
-        if (marks.take("element")) {
-            family.pdu = false;
-        }
-        if (marks.take("pdu")) {
-            family.pdu = true;
-        }
     }
 }
 
 void TypeResolver::own_tag(Family& family, std::uint32_t number, Marks& marks) {
     if (const auto other = marks.value("tag")) {
-        if (*other == "SEQUENCE" || *other == "SET") {
-            number = *other == "SET" ? 17 : 16;
-        } else {
-            error(family.place, "expected tag=SEQUENCE or tag=SET");
+        number = 16;
+        if (*other != "SEQUENCE") {
+            error(family.place, "expected tag=SEQUENCE");
         }
     }
     family.own = 0x20000000U | number;
@@ -153,42 +145,37 @@ void TypeResolver::own_tag(Family& family, std::uint32_t number, Marks& marks) {
 void TypeResolver::define_record(Family& family, std::size_t module, const Type& type) {
     family.kind = type.kind == TypeKind::set ? Family::Kind::set : Family::Kind::sequence;
     family.extensible = type.extensible;
-    if (family.extensible && family.kind == Family::Kind::set) {
-        error(family.place, "an extensible SET is not supported");
-    }
-    add_components(family, module, type, 0);
+    add_components(family, module, type);
+    check_member_names(family);
     if (family.kind == Family::Kind::set && family.fields.size() > max_set_members) {
         error(family.place, "a SET can have 32 members");
     }
-    automatic_tags(family, module);
     bind_open_value(family, module, type);
 }
 
-void TypeResolver::add_components(Family& family, std::size_t module, const Type& type, int depth) {
+// A record has members of its own: presence bits, the context that owns its memory, additions.
+void TypeResolver::check_member_names(const Family& family) {
+    const bool bits = std::any_of(family.fields.begin(), family.fields.end(), [](const Field& f) {
+        return f.presence == Field::Presence::optional;
+    });
+    for (const Field& field : family.fields) {
+        if ((field.name == "m" && bits) || (field.name == "context" && !family.nested) ||
+            (field.name == "extElem1" && family.extensible)) {
+            error(field.place, "the record has a member " + field.name + " of its own");
+        }
+    }
+}
+
+void TypeResolver::add_components(Family& family, std::size_t module, const Type& type) {
+    std::set<std::string> names;
     for (const syntax::Component& component : type.components) {
         if (family.fields.size() >= max_components) {
             error(component.place, "too many components");
             return;
         }
-        if (!component.components_of) {
-            family.fields.push_back(field(family, module, component));
-            continue;
-        }
-        const Symbol symbol =
-            component.type->kind == TypeKind::reference
-                ? scope_.find(module, component.type->name, component.type->module, component.place)
-                : Symbol();
-        if (symbol && symbol.assignment->type && is_structure(*symbol.assignment->type) &&
-            depth < max_components_of_depth) {
-            add_components(family, symbol.module, *symbol.assignment->type, depth + 1);
-        } else if (symbol || component.type->kind != TypeKind::reference) {
-            error(component.place, "COMPONENTS OF needs the name of a SEQUENCE or SET");
-        }
-    }
-    std::set<std::string> names;
-    for (const Field& field : family.fields) {
-        if (!names.insert(field.name).second) {
-            error(field.place, "component " + field.name + " appears twice");
+        family.fields.push_back(field(family, module, component));
+        if (!names.insert(family.fields.back().name).second) {
+            error(component.place, "component " + family.fields.back().name + " appears twice");
         }
     }
 }
@@ -202,34 +189,75 @@ Field TypeResolver::field(const Family& family, std::size_t module,
     result.use = use(module, *component.type, naming::nested(family.name, component.name), marks);
     const model::Simple* simple = model::simple_of(result.use);
     const bool flag = simple != nullptr && simple->rep == model::Rep::boolean;
-    if (component.has_default && flag) {
+    if (component.default_value && flag) {
         result.presence = Field::Presence::default_boolean;
-        result.default_true = component.default_true;
-    } else if (component.optional || component.has_default) {
+        result.default_true = component.default_value->word == "TRUE";
+    } else if (component.optional || component.default_value) {
         result.presence = Field::Presence::optional;
     }
+    if (component.default_value) {
+        check_default(module, *component.type, *component.default_value);
+    }
+    result.tag_shared = marks.take("shared");
     marks.report_unused(diagnostics_);
     return result;
 }
 
-void TypeResolver::define_choice(Family& family, std::size_t module, const Type& type) {
-    family.kind = Family::Kind::choice;
-    add_components(family, module, type, 0);
-    automatic_tags(family, module);
-    if (family.fields.empty()) {
-        error(type.place, "a CHOICE needs an alternative");
+// The forms of values that a type has; which value it is counts for BOOLEAN alone.
+void TypeResolver::check_default(std::size_t module, const Type& type,
+                                 const syntax::DefaultValue& value) {
+    using Kind = syntax::DefaultValue::Kind;
+    Symbol symbol{module, nullptr};
+    const Type* at = &type;
+    for (int depth = 0; at->kind == TypeKind::reference && depth < max_depth; ++depth) {
+        symbol = scope_.look(symbol.module, at->name);
+        if (!symbol || !symbol.assignment->type) {
+            return; // reported where the type is resolved
+        }
+        at = symbol.assignment->type.get();
+    }
+    bool fits = true;
+    switch (at->kind) {
+    case TypeKind::boolean:
+        fits = value.kind == Kind::truth;
+        break;
+    case TypeKind::integer:
+        fits = value.kind == Kind::number || value.kind == Kind::name;
+        break;
+    case TypeKind::enumerated:
+        fits = value.kind == Kind::name &&
+               std::any_of(at->named.begin(), at->named.end(),
+                           [&](const syntax::NamedNumber& n) { return n.name == value.word; });
+        break;
+    case TypeKind::null:
+        fits = value.kind == Kind::null;
+        break;
+    case TypeKind::bit_string:
+        fits = value.kind == Kind::bits || value.kind == Kind::braces || value.kind == Kind::name;
+        break;
+    case TypeKind::octet_string:
+        fits = value.kind == Kind::bits || value.kind == Kind::name;
+        break;
+    case TypeKind::char_string:
+        fits = value.kind == Kind::text || value.kind == Kind::name;
+        break;
+    case TypeKind::any:
+    case TypeKind::class_field:
+    case TypeKind::reference:
+        break;
+    default:
+        fits = value.kind == Kind::braces || value.kind == Kind::name;
+    }
+    if (!fits) {
+        error(value.place, "this is no value of the component's type");
     }
 }
 
-void TypeResolver::automatic_tags(Family& family, std::size_t module) {
-    if (!scope_.modules()[module].automatic_tags ||
-        std::any_of(family.fields.begin(), family.fields.end(),
-                    [](const Field& f) { return !f.use.tagging.written.empty(); })) {
-        return;
-    }
-    std::uint32_t number = 0;
-    for (Field& field : family.fields) {
-        field.use.tagging.written.push_back({0x80000000U | number++, true});
+void TypeResolver::define_choice(Family& family, std::size_t module, const Type& type) {
+    family.kind = Family::Kind::choice;
+    add_components(family, module, type);
+    if (family.fields.empty()) {
+        error(type.place, "a CHOICE needs an alternative");
     }
 }
 
@@ -238,20 +266,8 @@ void TypeResolver::define_list(Family& family, std::size_t module, const Type& t
         Family::Kind::list; // already while the element is looked at, which may contain this list
     family.body = untyped_use(module, *type.element, naming::element_of(family.name), false, marks);
     family.count = check(module, type, Constraint::Kind::size);
-    const bool as_array = marks.take("array");
-    const bool as_list = marks.take("list");
-    const bool array = as_array || (!as_list && array_by_default(family.body));
-    family.kind = array ? Family::Kind::array : Family::Kind::list;
-    family.sorted = type.kind == TypeKind::set_of && !marks.take("unsorted");
-    if (marks.take("unchecked")) {
-        family.count = {};
-    }
-    if (array) {
-        const model::Simple* simple = model::simple_of(family.body);
-        if (simple == nullptr || simple->typed) {
-            error(family.place, "only simple values can stand in an array");
-        }
-    }
+    family.kind = is_array_element(family.body) ? Family::Kind::array : Family::Kind::list;
+    family.sorted = type.kind == TypeKind::set_of;
 }
 
 void TypeResolver::bind_open_value(Family& family, std::size_t module, const Type& type) {
@@ -286,12 +302,9 @@ void TypeResolver::bind_open_value(Family& family, std::size_t module, const Typ
     }
 }
 
-Use TypeResolver::use(std::size_t module, const Type& type, std::string nested_name, Marks& marks) {
-    const auto named = marks.value("type");
-    if (named && !named->empty()) {
-        nested_name = naming::identifier(*named);
-    }
-    return untyped_use(module, type, nested_name, named.has_value(), marks);
+Use TypeResolver::use(std::size_t module, const Type& type, const std::string& nested_name,
+                      Marks& marks) {
+    return untyped_use(module, type, nested_name, marks.take("type"), marks);
 }
 
 Use TypeResolver::untyped_use(std::size_t module, const Type& type, const std::string& name,
@@ -332,8 +345,7 @@ Use TypeResolver::list_use(std::size_t module, const Type& type, const std::stri
     const Type& element = *type.element;
     const bool shared =
         element.kind == TypeKind::reference && element.tags.empty() && element.constraints.empty();
-    const Symbol symbol =
-        shared ? scope_.find(module, element.name, element.module, element.place) : Symbol();
+    const Symbol symbol = shared ? scope_.find(module, element.name, element.place) : Symbol();
     const Family* of = define_named(symbol);
     if (of == nullptr) {
         return nested(module, type, nested_name, marks);
@@ -348,14 +360,13 @@ Use TypeResolver::list_use(std::size_t module, const Type& type, const std::stri
         define(*family, module, untagged, marks);
         family->pdu = true;
     } else {
-        for (const char* word : {"array", "list", "raw", "unsorted", "tag", "text", "biguint"}) {
+        for (const char* word : {"raw", "tag", "text", "biguint"}) {
             if (marks.take(word)) {
                 error(type.place, std::string("annotation '") + word +
                                       "' on a shared list: give it a name by 'type'");
             }
         }
-        if (!same(family->count, check(module, type, Constraint::Kind::size)) &&
-            !marks.take("unchecked")) {
+        if (!same(family->count, check(module, type, Constraint::Kind::size))) {
             error(type.place, name + " has another SIZE elsewhere: give it a name by 'type'");
         }
     }
@@ -366,7 +377,7 @@ Use TypeResolver::list_use(std::size_t module, const Type& type, const std::stri
 
 Use TypeResolver::reference(std::size_t module, const Type& type) {
     Use result;
-    const Symbol symbol = scope_.find(module, type.name, type.module, type.place);
+    const Symbol symbol = scope_.find(module, type.name, type.place);
     result.family = define_named(symbol);
     if (symbol && result.family == nullptr) {
         error(type.place, type.name + " is not a type");
@@ -420,8 +431,9 @@ void TypeResolver::collect_tags(model::Tagging& tagging, std::size_t module, con
         const auto tag_class = static_cast<std::uint32_t>(tag.tag_class) << 30;
         const syntax::TagMode mode =
             tag.mode == syntax::TagMode::by_default ? home.tag_default : tag.mode;
-        tagging.written.push_back(
-            {tag_class | static_cast<std::uint32_t>(*number), mode == syntax::TagMode::implicit});
+        tagging.written.push_back({tag_class | static_cast<std::uint32_t>(*number),
+                                   mode == syntax::TagMode::implicit,
+                                   tag.mode == syntax::TagMode::implicit, tag.place});
     }
 }
 

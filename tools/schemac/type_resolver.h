@@ -39,7 +39,7 @@ private:
         bool contained = false;
     };
 
-    model::Use use(std::size_t module, const syntax::Type& type, std::string nested_name,
+    model::Use use(std::size_t module, const syntax::Type& type, const std::string& nested_name,
                    Marks& marks);
     model::Use untyped_use(std::size_t module, const syntax::Type& type, const std::string& name,
                            bool own_family, Marks& marks);
@@ -53,21 +53,24 @@ private:
     model::Use raw(std::size_t module, const syntax::Type& type);
 
     void define_record(model::Family& family, std::size_t module, const syntax::Type& type);
-    void add_components(model::Family& family, std::size_t module, const syntax::Type& type,
-                        int depth);
+    void add_components(model::Family& family, std::size_t module, const syntax::Type& type);
     void define_choice(model::Family& family, std::size_t module, const syntax::Type& type);
     void define_list(model::Family& family, std::size_t module, const syntax::Type& type,
                      Marks& marks);
+    void check_member_names(const model::Family& family);
     model::Field field(const model::Family& family, std::size_t module,
                        const syntax::Component& component);
-    void automatic_tags(model::Family& family, std::size_t module);
+    void check_default(std::size_t module, const syntax::Type& type,
+                       const syntax::DefaultValue& value);
     void bind_open_value(model::Family& family, std::size_t module, const syntax::Type& type);
     void own_tag(model::Family& family, std::uint32_t number, Marks& marks);
 
     void integer(model::Use& result, std::size_t module, const syntax::Type& type, Marks& marks);
     void ranged_integer(model::Use& result, bool wide);
-    void enumerated(model::Use& result, std::size_t module, const syntax::Type& type, Marks& marks);
+    void enumerated(model::Use& result, std::size_t module, const syntax::Type& type);
     void bit_string(model::Use& result, std::size_t module, const syntax::Type& type, Marks& marks);
+    /// The numbers of the names in braces; two of one name or number are reported.
+    std::vector<std::int64_t> named_numbers(std::size_t module, const syntax::Type& type);
     model::Check check(std::size_t module, const syntax::Type& type, syntax::Constraint::Kind kind);
     void collect_tags(model::Tagging& tagging, std::size_t module, const syntax::Type& type);
 

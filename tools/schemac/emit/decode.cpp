@@ -137,7 +137,7 @@ void optional_element(Writer& writer, const Field& field) {
         cat("// ", field.name,
             by_default ? (field.default_true ? " DEFAULT TRUE" : " DEFAULT FALSE") : " OPTIONAL"));
     const auto& tags = field.use.tagging.tags;
-    if (!tags.empty() && one_byte(tags.front())) {
+    if (!tags.empty() && one_byte(tags.front()) && !field.tag_shared) {
         tagged_element(writer, field);
     } else {
         untagged_element(writer, field);
