@@ -24,7 +24,7 @@ void runTime(const CBlob& der) {
         const ASN1::CAttrSigningTime written(time.get_time());
         if (ASN1::CAttrSigningTime(written.get_value()).get_time() != time.get_time())
             std::abort();
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
     }
 }
 
@@ -36,7 +36,7 @@ void runDate(const CBlob& der) {
         if (back.get_invalidityDate() > date.get_invalidityDate() ||
             back.get_value() != written.get_value())
             std::abort();
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
     }
 }
 

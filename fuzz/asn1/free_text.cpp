@@ -12,7 +12,7 @@ using namespace Halcyon;
 
 namespace {
 
-void compare(ASN1::const CPKIFreeTextString& before, ASN1::const CPKIFreeTextString& after) {
+void compare(const ASN1::CPKIFreeTextString& before, const ASN1::CPKIFreeTextString& after) {
     const std::size_t added = std::wcslen(after.get_value()) - std::wcslen(before.get_value());
     const bool marked = before.get_language() != ASN1::CLanguageTagDefaultRead();
     if (marked != (added != 0) || after.get_language() != before.get_language() ||
@@ -30,7 +30,7 @@ void run(const CBlob& input) {
         back.get_statusString().size() != info.get_statusString().size())
         std::abort();
     auto after = back.get_statusString().begin();
-    for (ASN1::const CPKIFreeTextString& before : info.get_statusString())
+    for (const ASN1::CPKIFreeTextString& before : info.get_statusString())
         compare(before, *after++);
 }
 
@@ -39,7 +39,7 @@ void run(const CBlob& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
         run(CBlob(data, size));
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
     }
     return 0;
 }

@@ -20,7 +20,7 @@ void run(const CBlob& input) {
         back.decode(der);
         if (!(back == value) || back.encode() != der)
             std::abort();
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
     }
 }
 
@@ -29,7 +29,7 @@ void show(const CBlob& input) {
         ASN1::CGeneralName name;
         name.decode(input);
         name.toString();
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
     }
 }
 

@@ -26,7 +26,7 @@ void run(const CBlob& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
         run(CBlob(data, size));
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
     }
     return 0;
 }

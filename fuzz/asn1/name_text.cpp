@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data), size);
     try {
         run(ASN1::towstring(text.c_str()).c_str());
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
     } catch (const std::out_of_range&) {
         // An unregistered type without a value.
     }

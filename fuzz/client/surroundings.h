@@ -39,7 +39,7 @@ template <class Call>
 std::uint32_t codeOf(Call call) {
     try {
         call();
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         require(failure.m_hr < 0);
         return static_cast<std::uint32_t>(failure.m_hr);
     }

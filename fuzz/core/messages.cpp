@@ -88,7 +88,7 @@ template <class Read>
 void attempt(Read read, const CBlob& bytes) {
     try {
         read(bytes);
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         require(failure.m_hr < 0);
     }
 }

@@ -24,7 +24,7 @@ template <class Call>
 std::uint32_t codeThrownBy(Call&& call) {
     try {
         call();
-    } catch (ATL::const CAtlException& error) {
+    } catch (const ATL::CAtlException& error) {
         return static_cast<std::uint32_t>(static_cast<std::int32_t>(error));
     }
     return 0;

@@ -188,7 +188,7 @@ HCRYPTPROV find(FakePlatform& platform, ALG_ID first, ALG_ID second = 0) {
 std::uint32_t codeOf(ALG_ID algorithm) {
     try {
         HYGetDefaultCSPThrow(algorithm, 0);
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;

@@ -25,7 +25,7 @@ template <class Call>
 std::uint32_t codeOf(Call call) {
     try {
         call();
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;

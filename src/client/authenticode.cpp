@@ -104,7 +104,7 @@ std::optional<CBlob> exchange(const std::wstring& server, CBlob& body) {
 std::optional<CBlob> exchangeOrLastError(const std::wstring& server, CBlob& body) {
     try {
         return exchange(server, body);
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         SetLastError(static_cast<DWORD>(failure.m_hr));
     } catch (...) {
         SetLastError(resultHttpStatus);
@@ -131,7 +131,7 @@ _CRYPTOAPI_BLOB* resultRecord(const CBlob& bytes) {
 std::optional<std::wstring> chooseServerOrLastError(const wchar_t* url) {
     try {
         return chooseServer(url);
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         SetLastError(static_cast<DWORD>(failure.m_hr));
         return std::nullopt;
     }

@@ -29,7 +29,7 @@ ATL2::CCertContext copyWithKey(const _CERT_CONTEXT* certificate) {
         if (copy.DetachFromStore() >= 0) {
             return copy;
         }
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
         // The certificate as given will do.
     }
     return {};

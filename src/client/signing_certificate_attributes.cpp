@@ -58,7 +58,7 @@ struct Identifiers {
 
 std::unique_ptr<COtherCertID> GetSignCertAttr(const CRYPT_ATTRIBUTES* attributes) {
     return firstCertificate<ASN1::CAttrSigningCertificate>(
-        attributes, "1.2.840.113549.1.9.16.2.12", [](ASN1::const CESSCertID& certificate) {
+        attributes, "1.2.840.113549.1.9.16.2.12", [](const ASN1::CESSCertID& certificate) {
             COtherCertID id(certificate.get_certHash(),
                             ASN1::CAlgorithmIdentifier("1.3.14.3.2.26"));
             id.put_issuerSerial(certificate.get_issuerSerial());
@@ -74,7 +74,7 @@ std::unique_ptr<COtherCertID> GetOtherSignCertAttr(const CRYPT_ATTRIBUTES* attri
 
 std::unique_ptr<COtherCertID> GetSignCertAttrV2(const CRYPT_ATTRIBUTES* attributes) {
     return firstCertificate<ASN1::CAttrSigningCertificateV2>(
-        attributes, "1.2.840.113549.1.9.16.2.47", [](ASN1::const CESSCertIDv2& certificate) {
+        attributes, "1.2.840.113549.1.9.16.2.47", [](const ASN1::CESSCertIDv2& certificate) {
             COtherCertID id(certificate.get_certHash(), certificate.get_hashAlgorithm());
             id.put_issuerSerial(certificate.get_issuerSerial());
             return id;

@@ -42,7 +42,7 @@ public:
     // Steps of an import.
     void readStatus(const CResponse& response);
     void readToken(const CToken& token);
-    void compareWith(const CBlob& requestHash, ASN1::const CBigInteger& requestNonce) const;
+    void compareWith(const CBlob& requestHash, const ASN1::CBigInteger& requestNonce) const;
     void accept(const CBlob& bytes, std::shared_ptr<const CToken> decoded);
     HRESULT AppendCertificateValuesToCertificates();
 
@@ -91,7 +91,7 @@ private:
     const _CERT_CONTEXT* certificateToJudge(const _CERT_CONTEXT* given, void** stores,
                                             unsigned long count);
     ATL2::CCertStore collectStores(void** stores, unsigned long count) const;
-    HRESULT judgeChain(const _CERT_CONTEXT* certificate, ATL2::const CCertStore& stores) const;
+    HRESULT judgeChain(const _CERT_CONTEXT* certificate, const ATL2::CCertStore& stores) const;
 
     std::shared_ptr<const CToken> decoded_; // `token`, taken apart
     bool messageIsCurrent_ = false;         // `cryptMsg` holds `token`, and not an earlier one

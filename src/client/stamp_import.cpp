@@ -179,7 +179,7 @@ void CStamp::Impl::addCertificate(const CBlob& der) {
 }
 
 void CStamp::Impl::compareWith(const CBlob& requestHash,
-                               ASN1::const CBigInteger& requestNonce) const {
+                               const ASN1::CBigInteger& requestNonce) const {
     if (requestHash != dataHash) {
         ATL::AtlThrowImpl(hr(CRYPT_E_HASH_VALUE));
     }
@@ -225,7 +225,7 @@ HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
                 }
             }
         }
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         return failure.m_hr;
     }
     return 0;

@@ -30,7 +30,7 @@ CBlob encodedBytes(const _CERT_CONTEXT* certificate) {
 }
 
 // The list names the critical extensions to refuse; without one all of them are.
-HRESULT judgeExtensions(ASN1::const CExtensions& extensions, const char* list) {
+HRESULT judgeExtensions(const ASN1::CExtensions& extensions, const char* list) {
     if (list && std::strcmp(list, "*") == 0) {
         return 0;
     }
@@ -48,7 +48,7 @@ HRESULT judgeExtensions(ASN1::const CExtensions& extensions, const char* list) {
 }
 
 ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate,
-                                   ATL2::const CCertStore& stores) {
+                                   const ATL2::CCertStore& stores) {
     const ATL2::CCertContext held(CertDuplicateCertificateContext(certificate));
     if (!held) {
         ATL::AtlThrowImpl(failed);
@@ -68,7 +68,7 @@ ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate,
 }
 
 // The platform's verdict on the chain at the time given.
-HRESULT judgeAt(ATL2::const CCertChainContext& chain, const FILETIME& time) {
+HRESULT judgeAt(const ATL2::CCertChainContext& chain, const FILETIME& time) {
     BASALT_TIME_STAMP_POLICY_PARA extra{};
     extra.cbSize = sizeof(extra);
     extra.pCheckTime = &time;
@@ -193,7 +193,7 @@ HRESULT CStamp::Impl::verifyCertificate(const _CERT_CONTEXT* certificate, void**
 }
 
 HRESULT CStamp::Impl::judgeChain(const _CERT_CONTEXT* certificate,
-                                 ATL2::const CCertStore& stores) const {
+                                 const ATL2::CCertStore& stores) const {
     const auto chain = buildChain(certificate, stores);
     requireToken();
     return judgeAt(chain, time.getFileTime());

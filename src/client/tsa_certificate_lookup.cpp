@@ -24,7 +24,7 @@ CBlob encodedBytes(const _CERT_CONTEXT* certificate) {
 // Runs `search(store, result)` over the stores in their order until it returns true. A store that
 // can't be had is passed over.
 template <class Search>
-bool searchStores(ATL2::const CCertStore& own, void** stores, unsigned long count, Search search) {
+bool searchStores(const ATL2::CCertStore& own, void** stores, unsigned long count, Search search) {
     if (search(own)) {
         return true;
     }
@@ -38,7 +38,7 @@ bool searchStores(ATL2::const CCertStore& own, void** stores, unsigned long coun
     try {
         addressBook.Open(CERT_STORE_PROV_SYSTEM_W, 0, ATL2::EmptyProv.get(), userStoreReadOnly,
                          L"AddressBook");
-    } catch (ATL::const CAtlException&) {
+    } catch (const ATL::CAtlException&) {
         return false;
     }
     return search(addressBook);
@@ -46,7 +46,7 @@ bool searchStores(ATL2::const CCertStore& own, void** stores, unsigned long coun
 
 // The first certificate of the store that the identifier names, free of the store; empty if there
 // is none.
-ATL2::CCertContext findMatch(ATL2::const CCertStore& store, ASN1::const COtherCertID& id) {
+ATL2::CCertContext findMatch(const ATL2::CCertStore& store, const ASN1::COtherCertID& id) {
     ATL2::CCertContext current;
     for (;;) {
         current.attach(CertEnumCertificatesInStore(store.get(), current.detach()));
@@ -67,7 +67,7 @@ template <class Lookup>
 HRESULT asResult(Lookup lookup) {
     try {
         return lookup();
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         return failure.m_hr < 0 ? failure.m_hr : failed;
     }
 }

@@ -52,7 +52,7 @@ struct TimeStampReqTraits
     }
 };
 
-CRequest::CRequest(ASN1::const CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
+CRequest::CRequest(const ASN1::CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
                    bool certReq)
     : hashAlgorithm_(hashAlgorithm), hashedMessage_(hashedMessage), certReq_(certReq) {}
 
@@ -60,7 +60,7 @@ void CRequest::put_reqPolicy(const char* oid) {
     policy_ = oid;
 }
 
-void CRequest::put_nonce(ASN1::const CBigInteger* nonce) {
+void CRequest::put_nonce(const ASN1::CBigInteger* nonce) {
     nonce_.reset();
     if (nonce) {
         nonce_ = *nonce;

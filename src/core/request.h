@@ -19,13 +19,13 @@ public:
     // Empty, for decoding.
     CRequest() = default;
     // Version 1, with an imprint and the wish for certificates.
-    CRequest(ASN1::const CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
+    CRequest(const ASN1::CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
              bool certReq);
 
     // Dotted text.
     void put_reqPolicy(const char* oid);
     // Null takes the nonce away; else a copy is kept.
-    void put_nonce(ASN1::const CBigInteger* nonce);
+    void put_nonce(const ASN1::CBigInteger* nonce);
 
     CBlob encode() const;
     // Replaces the value; if it fails the value stays as it was.
@@ -33,12 +33,12 @@ public:
 
     bool get_certReq() const noexcept { return certReq_; }
     // Null when absent, as with the policy and the extensions.
-    ASN1::const CBigInteger* get_nonce() const noexcept { return nonce_ ? &*nonce_ : nullptr; }
+    const ASN1::CBigInteger* get_nonce() const noexcept { return nonce_ ? &*nonce_ : nullptr; }
     const char* get_reqPolicy() const noexcept { return policy_ ? policy_->c_str() : nullptr; }
     // Whoever knows the platform's number of the algorithm may note it in `cachedAlgId`.
     ASN1::CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept { return hashAlgorithm_; }
     const CBlob& get_hashedMessage() const noexcept { return hashedMessage_; }
-    ASN1::const CExtensions* get_extensions() const noexcept {
+    const ASN1::CExtensions* get_extensions() const noexcept {
         return extensions_ ? &*extensions_ : nullptr;
     }
 

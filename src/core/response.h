@@ -19,7 +19,7 @@ public:
     void decode(const CBlob& der);
 
     // Never null.
-    ASN1::const CPKIStatusInfo* get_status() const noexcept { return &status_; }
+    const ASN1::CPKIStatusInfo* get_status() const noexcept { return &status_; }
     // Null when the answer has none.
     const CToken* get_timeStampToken() const noexcept { return token_.get(); }
     // Shared with the answer; null when it has none.

@@ -34,7 +34,7 @@ std::optional<ASN1::CGeneralName> readName(const asn1data::ASN1T_TSTInfoRaw& rec
     ASN1::CGeneralName name;
     try {
         name.decode(CBlob(record.tsa.data, record.tsa.numocts));
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         if (failure.m_hr != unsupportedKind) {
             throw;
         }

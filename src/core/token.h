@@ -38,22 +38,22 @@ public:
         return info_.accuracy ? info_.accuracy->data() : nullptr;
     }
     CDateTime get_genTime() const noexcept { return info_.genTime; }
-    ASN1::const CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept {
+    const ASN1::CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept {
         return info_.hashAlgorithm;
     }
     const CBlob& get_hashedMessage() const noexcept { return info_.hashedMessage; }
-    ASN1::const CBigInteger* get_nonce() const noexcept {
+    const ASN1::CBigInteger* get_nonce() const noexcept {
         return info_.nonce ? &*info_.nonce : nullptr;
     }
     bool get_ordering() const noexcept { return info_.ordering; }
     // Dotted text, never null.
     const char* get_policy() const noexcept { return info_.policy.c_str(); }
-    ASN1::const CBigInteger& get_serialNumber() const noexcept { return info_.serialNumber; }
+    const ASN1::CBigInteger& get_serialNumber() const noexcept { return info_.serialNumber; }
     // The first signer.
-    ASN1::const CSignerInfo& get_signerInfo() const noexcept { return signerInfo_; }
+    const ASN1::CSignerInfo& get_signerInfo() const noexcept { return signerInfo_; }
     // Null when absent, or of a kind that CGeneralName can't hold.
-    ASN1::const CGeneralName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
-    ASN1::const CExtensions* get_extensions() const noexcept {
+    const ASN1::CGeneralName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
+    const ASN1::CExtensions* get_extensions() const noexcept {
         return info_.extensions ? &*info_.extensions : nullptr;
     }
     // Null, or each certificate as it came, in the order of the message. Attribute certificates and

@@ -60,7 +60,7 @@ private:
 inline std::uint32_t codeOf(const std::function<void()>& call) {
     try {
         call();
-    } catch (ATL::const CAtlException& failure) {
+    } catch (const ATL::CAtlException& failure) {
         return static_cast<std::uint32_t>(failure.m_hr);
     }
     return 0;
