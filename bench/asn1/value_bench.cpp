@@ -9,9 +9,9 @@
 #include <openssl/ess.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/extensions.h"
+#include "asn1/extension.h"
 #include "asn1/name.h"
-#include "asn1/signing_certificate_v2.h"
+#include "asn1/signing_certificate.h"
 
 namespace {
 
@@ -64,8 +64,9 @@ void theirs(benchmark::State& state, const CBlob& der, T* (*read)(T**, const uns
         const unsigned char* input = der.pbData();
         T* const value = read(nullptr, &input, static_cast<long>(der.cbData()));
         unsigned char* output = nullptr;
-        if (write(value, &output) <= 0)
+        if (write(value, &output) <= 0) {
             std::abort();
+        }
         benchmark::DoNotOptimize(output);
         OPENSSL_free(output);
         release(value);
@@ -88,10 +89,12 @@ public:
     }
 
     void Finalize() override {
-        for (const auto& [name, times] : times_)
-            if (times.size() == 2)
+        for (const auto& [name, times] : times_) {
+            if (times.size() == 2) {
                 std::printf("%-24s OpenSSL takes %.2f times our time\n", name.c_str(),
                             times.at("openssl") / times.at("chronoseal"));
+            }
+        }
     }
 
 private:

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "asn1/invalidity_date.h"
-#include "asn1/signing_time.h"
+#include "asn1/typed_attribute.h"
+#include "asn1/typed_extension.h"
 #include "base/atl_exception.h"
 
 using namespace Halcyon;
@@ -22,8 +22,9 @@ void runTime(const CBlob& der) {
     try {
         const ASN1::CAttrSigningTime time(der);
         const ASN1::CAttrSigningTime written(time.get_time());
-        if (ASN1::CAttrSigningTime(written.get_value()).get_time() != time.get_time())
+        if (ASN1::CAttrSigningTime(written.get_value()).get_time() != time.get_time()) {
             std::abort();
+        }
     } catch (const ATL::CAtlException&) {
     }
 }
@@ -34,8 +35,9 @@ void runDate(const CBlob& der) {
         const ASN1::CExtInvalidityDate written(date.get_invalidityDate());
         const ASN1::CExtInvalidityDate back(written.get_value());
         if (back.get_invalidityDate() > date.get_invalidityDate() ||
-            back.get_value() != written.get_value())
+            back.get_value() != written.get_value()) {
             std::abort();
+        }
     } catch (const ATL::CAtlException&) {
     }
 }

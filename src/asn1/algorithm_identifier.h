@@ -14,7 +14,7 @@ public:
     CAlgorithmIdentifier();
     // Without parameters. The text isn't checked before it is encoded.
     explicit CAlgorithmIdentifier(const char* oid);
-    CAlgorithmIdentifier(const CAlgorithmIdentifier& other);
+    CAlgorithmIdentifier(const CAlgorithmIdentifier& other) = default;
     CAlgorithmIdentifier& operator=(const CAlgorithmIdentifier& other);
     virtual ~CAlgorithmIdentifier();
 

@@ -55,8 +55,9 @@ TEST(AlgorithmIdentifier, RefusesWhatIsNoIdentifierAndKnownParametersThatDoNotFi
     EXPECT_EQ(codeThrownBy([] { withParameters("1.2.643.2.2.19", "0C0141").encode(); }),
               0x80093101u);
     CAlgorithmIdentifier value(sha1);
-    for (const char* der : {"", "3000", "310706052B0E03021A", "300806052B0E03021A", "0500"})
+    for (const char* der : {"", "3000", "310706052B0E03021A", "300806052B0E03021A", "0500"}) {
         EXPECT_EQ(codeThrownBy([&] { value.decode(fromHex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_STREQ(value.get_algorithm(), sha1);
 }
 

@@ -1,13 +1,10 @@
-#include "asn1/attributes.h"
+#include "asn1/attribute.h"
 
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
-#include "asn1/content_type.h"
-#include "asn1/message_digest.h"
-#include "asn1/signing_time.h"
-#include "asn1/string_attribute.h"
 #include "asn1/test_blob.h"
+#include "asn1/typed_attribute.h"
 
 namespace Halcyon::ASN1 {
 namespace {
@@ -58,10 +55,12 @@ TEST(Attribute, ReadsWhatOpenSSLWrites) {
 TEST(Attribute, ValuesCompareInOrderAlthoughTheEncodingSorts) {
     CAttribute a("1.2.3.4");
     CAttribute b("1.2.3.4");
-    for (const char* der : {"020105", "020102"})
+    for (const char* der : {"020105", "020102"}) {
         a.add(fromHex(der));
-    for (const char* der : {"020102", "020105"})
+    }
+    for (const char* der : {"020102", "020105"}) {
         b.add(fromHex(der));
+    }
     EXPECT_TRUE(a != b);
     EXPECT_EQ(toHex(a.encode()), toHex(b.encode()));
     EXPECT_EQ(toHex(a.encode()), "300D06032A03043106020102020105");

@@ -4,7 +4,6 @@
 #include <openssl/asn1.h>
 
 #include "asn1/big_integer_text.h"
-#include "asn1/random_big_integer.h"
 #include "asn1/test_blob.h"
 #include "asn1rt/runtime.h"
 #include "basalt10/provider.h"
@@ -35,8 +34,9 @@ TEST(BigInteger, ComparesByValueAndKeepsTheReversedOrderOfLongNegatives) {
         {"FF0000", "FF00", 1}, {"FF00", "FF0000", -1}, {"FE", "FF", -1},  {"00", "0000", 0},
         {"FF", "FFFF", 0},
     };
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(sign(number(row.a).compare(number(row.b))), row.order) << row.a << " " << row.b;
+    }
     EXPECT_TRUE(number("000005") == number("05"));
     EXPECT_TRUE(number("04") < number("05"));
     EXPECT_TRUE(number("05") <= number("0005"));
@@ -109,8 +109,9 @@ TEST(BigInteger, EncodesAsOpenSSLReadsItAndDecodesBack) {
 
 TEST(BigInteger, RefusedEncodingsLeaveTheValue) {
     CBigInteger value = number("0102");
-    for (const char* der : {"", "0401", "040101", "0202", "020201"})
+    for (const char* der : {"", "0401", "040101", "0202", "020201"}) {
         EXPECT_EQ(codeThrownBy([&] { value.decode(fromHex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_EQ(codeThrownBy([] { CBigInteger().encode(); }), 0x80093101u);
     EXPECT_EQ(toHex(value), "0102");
     value.decode(fromHex("020107FFFF"));
@@ -132,8 +133,9 @@ TEST(BigIntegerText, OddDigitsAreFilledUpOnlyBehindAZero) {
         EXPECT_EQ(toHex(value), row.bytes) << row.text;
     }
     CBigInteger kept = number("77");
-    for (const char* text : {"", "0x", "12", "123", "0X12", "x012"})
+    for (const char* text : {"", "0x", "12", "123", "0X12", "x012"}) {
         EXPECT_EQ(codeThrownBy([&] { ASN1StringToBigInteger(text, kept); }), 0x80093101u) << text;
+    }
     EXPECT_EQ(toHex(kept), "77");
 }
 

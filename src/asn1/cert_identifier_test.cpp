@@ -1,10 +1,7 @@
 #include <gtest/gtest.h>
 #include <openssl/ess.h>
 
-#include "asn1/ess_cert_id.h"
-#include "asn1/ess_cert_id_v2.h"
-#include "asn1/issuer_serial.h"
-#include "asn1/other_cert_id.h"
+#include "asn1/cert_identifier.h"
 #include "asn1/test_blob.h"
 
 namespace Halcyon::ASN1 {

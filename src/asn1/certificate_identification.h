@@ -6,8 +6,7 @@
 
 #include "asn1/algorithm_identifier_ex.h"
 #include "asn1/big_integer.h"
-#include "asn1/issuer_serial.h"
-#include "asn1/other_cert_id.h"
+#include "asn1/cert_identifier.h"
 #include "basalt20/certificate.h"
 #include "base/blob.h"
 

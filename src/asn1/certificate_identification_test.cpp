@@ -25,9 +25,10 @@ TEST(CertificateIdentification, HashesAsOpenSSLDoes) {
         const EVP_MD* algorithm;
     } const rows[] = {
         {sha1, EVP_sha1()}, {sha256, EVP_sha256()}, {"2.16.840.1.101.3.4.2.3", EVP_sha512()}};
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(toHex(CalculateCertificateHash(data.pbData(), 3, row.oid)),
                   toHex(digest(data, row.algorithm)));
+    }
 }
 
 TEST(CertificateIdentification, TakesIssuerAndSerialFromTheCertificatesOwnBytes) {

@@ -43,8 +43,9 @@ TEST(ReasonFlags, NumbersOfBitsCountModulo32) {
     EXPECT_TRUE(flags == CReasonFlags(1));
     EXPECT_TRUE(flags != CReasonFlags(3));
     unsigned int all = 0;
-    for (const CReasonFlags::Flag* flag = CReasonFlags::sequence; *flag != 0; ++flag)
+    for (const CReasonFlags::Flag* flag = CReasonFlags::sequence; *flag != 0; ++flag) {
         all = all * 2 + (*flag > all);
+    }
     EXPECT_EQ(all, 0x1FFu);
 }
 

@@ -1,14 +1,10 @@
-#include "asn1/extensions.h"
+#include "asn1/extension.h"
 
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/certificate_issuer.h"
-#include "asn1/crl_reason.h"
-#include "asn1/hold_instruction_code.h"
-#include "asn1/invalidity_date.h"
-#include "asn1/private_key_usage_period.h"
 #include "asn1/test_blob.h"
+#include "asn1/typed_extension.h"
 
 namespace Halcyon::ASN1 {
 namespace {
@@ -58,8 +54,9 @@ TEST(Extension, KnownTypeWithAValueThatDoesNotFitIsRefused) {
         0x80093101u);
     EXPECT_EQ(codeThrownBy([] { CExtension().encode(); }), 0x80070057u);
     CExtension kept = unknown("0500", true);
-    for (const char* der : {"", "3000", "30090603551D0F04020500", "300906032A0304040205"})
+    for (const char* der : {"", "3000", "30090603551D0F04020500", "300906032A0304040205"}) {
         EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_TRUE(kept == unknown("0500", true));
 }
 
@@ -122,8 +119,9 @@ TEST(CRLReason, KeepsBothFormsInStep) {
     reason.put_reason(crlReasonAACompromise);
     EXPECT_EQ(toHex(reason.get_value()), "0A010A");
     EXPECT_EQ(CExtCRLReason(fromHex("0A0101")).get_reason(), crlReasonKeyCompromise);
-    for (const char* der : {"", "0A010B", "020101"})
+    for (const char* der : {"", "0A010B", "020101"}) {
         EXPECT_EQ(codeThrownBy([&] { CExtCRLReason bad(fromHex(der)); }), 0x80093101u) << der;
+    }
 }
 
 TEST(HoldInstructionCode, KeepsBothFormsInStep) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1/free_text_codec.h"
+#include "asn1/free_text_traits.h"
 #include "asn1/test_blob.h"
 
 namespace Halcyon::ASN1 {

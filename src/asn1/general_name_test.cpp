@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/general_names.h"
 #include "asn1/name.h"
 #include "asn1/test_certificate.h"
 
@@ -84,8 +83,9 @@ TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
 }
 
 TEST(GeneralName, UnsupportedAlternativesAreRefused) {
-    for (const char* der : {"A00906032A0304A0020500", "A508A106040401020304"})
+    for (const char* der : {"A00906032A0304A0020500", "A508A106040401020304"}) {
         EXPECT_NE(codeThrownBy([&] { decoded(der); }), 0u) << der;
+    }
     EXPECT_EQ(codeThrownBy([] { decoded("A00906032A0304A0020500"); }), 0x80070057u);
     EXPECT_EQ(codeThrownBy([] { decoded("A508A1060C0401020304"); }), 0x80070057u);
     EXPECT_EQ(codeThrownBy([] { decoded("0500"); }), 0x80093101u);
@@ -144,8 +144,9 @@ TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
 
 TEST(GeneralNames, RoundTripAsOpenSSLsList) {
     CGeneralNames names;
-    for (const Sample& row : samples())
+    for (const Sample& row : samples()) {
         names.push_back(row.name);
+    }
     const CBlob der = names.encode();
     EXPECT_EQ(throughOpenSSL<GENERAL_NAMES>(der, d2i_GENERAL_NAMES, i2d_GENERAL_NAMES,
                                             GENERAL_NAMES_free),
@@ -164,8 +165,9 @@ TEST(GeneralNames, ReadsWhatOpenSSLWrites) {
     CGeneralNames names;
     names.decode(extensionValue(made));
     std::wstring text;
-    for (const CGeneralName& name : names)
+    for (const CGeneralName& name : names) {
         text += std::wstring(name.toString().c_str()) + L";";
+    }
     EXPECT_EQ(text, L"dNSName: a.b;rfc822Name: c@d;iPAddress: (to string is not implemented);"
                     L"registeredID: 1.2.3.4;uniformResourceIdentifier: u:v;");
 }

@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 #include <openssl/pkcs7.h>
 
-#include "asn1/cert_id.h"
 #include "asn1/certificate_traits.h"
 #include "asn1/certificate_value.h"
 #include "asn1/codec.h"
 #include "asn1/content_info.h"
 #include "asn1/content_info_traits.h"
-#include "asn1/info_type_and_value_codec.h"
+#include "asn1/info_type_and_value.h"
 #include "asn1/rev_ann_content.h"
 #include "asn1/signer_info.h"
 #include "asn1/signer_info_traits.h"

@@ -43,9 +43,10 @@ TEST(Name, IsWhatOpenSSLBuildsFromTheSameParts) {
     } const parts[] = {{"C", MBSTRING_ASC, "RU"},
                        {"O", V_ASN1_UTF8STRING, "Org"},
                        {"CN", V_ASN1_UTF8STRING, "Test"}};
-    for (const auto& part : parts)
+    for (const auto& part : parts) {
         X509_NAME_add_entry_by_txt(made, part.field, part.type,
                                    reinterpret_cast<const unsigned char*>(part.value), -1, -1, 0);
+    }
     const CBlob der = writtenByOpenSSL(made, i2d_X509_NAME);
     X509_NAME_free(made);
     EXPECT_EQ(toHex(CName(L"C=RU,O=Org,CN=Test").encode()), toHex(der));
@@ -59,15 +60,21 @@ TEST(Name, EmptyNameIsAnEmptySequence) {
     CName name(L"CN=a");
     name.decode(fromHex("3000"));
     EXPECT_TRUE(name.empty());
-    EXPECT_EQ(codeThrownBy([] { CRelativeDistinguishedName().encode(); }), 0x80093101u);
+    // A level without a pair is the empty SET, like every list, but no name takes it.
+    EXPECT_EQ(toHex(CRelativeDistinguishedName().encode()), "3100");
+    CName empty_level;
+    empty_level.push_back(CRelativeDistinguishedName());
+    EXPECT_EQ(codeThrownBy([&] { empty_level.encode(); }), 0x80093101u);
 }
 
 TEST(Name, ParsingAppendsAndNeverQuotes) {
     CName name(L"CN=a");
     name.fromString(L"O=b");
     EXPECT_EQ(textOf(name), L"CN=a,O=b");
-    for (const wchar_t* text : {L"", L"CN=a,", L"CN=Doe, John", L"CN=a++O=b", L"CN", L"CN=a,,O=b"})
+    for (const wchar_t* text :
+         {L"", L"CN=a,", L"CN=Doe, John", L"CN=a++O=b", L"CN", L"CN=a,,O=b"}) {
         EXPECT_EQ(codeThrownBy([&] { CName bad(text); }), 0x80070057u);
+    }
     // A blank behind a separator belongs to the keyword, which is found out when the name is
     // encoded.
     const CName blank(L"CN=a, O=b");
@@ -98,8 +105,9 @@ TEST(Name, KnownTypeWithAValueThatDoesNotFitIsRefused) {
     const CAttributeTypeAndValue unknown("1.2.3.4", fromHex("020105"));
     EXPECT_EQ(toHex(unknown.encode()), "300806032A0304020105");
     CName name(L"CN=a");
-    for (const char* der : {"", "3001", "30023100", "300B310930070603550403020105", "0400"})
+    for (const char* der : {"", "3001", "30023100", "300B310930070603550403020105", "0400"}) {
         EXPECT_EQ(codeThrownBy([&] { name.decode(fromHex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_EQ(textOf(name), L"CN=a");
 }
 

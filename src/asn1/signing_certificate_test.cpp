@@ -4,8 +4,6 @@
 #include <openssl/ess.h>
 
 #include "asn1/name.h"
-#include "asn1/other_signing_certificate.h"
-#include "asn1/signing_certificate_v2.h"
 #include "asn1/test_blob.h"
 
 namespace Halcyon::ASN1 {

@@ -88,8 +88,9 @@ TEST(StatusInfo, StatusBeyondTheNamedOnesIsKept) {
 
 TEST(StatusInfo, RefusesBadTextsAndStructures) {
     CPKIStatusInfo info(pkiStatusWaiting);
-    for (const char* der : {"", "3000", "0500", "30050201000500"})
+    for (const char* der : {"", "3000", "0500", "30050201000500"}) {
         EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_EQ(info.get_pkiStatus(), pkiStatusWaiting);
     EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex("300802010030030C01FF")); }), 0x8009310Eu);
     EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex("300A02010030050C03E0B881")); }), 0x80070057u);

@@ -43,8 +43,9 @@ std::string throughOpenSSL(const CBlob& der, Read read, Write write, Free releas
     unsigned char* output = nullptr;
     const int length = write(value, &output);
     release(value);
-    if (length < 0)
+    if (length < 0) {
         return "not written";
+    }
     const CBlob blob(output, static_cast<unsigned long>(length));
     free(output);
     return toHex(blob);

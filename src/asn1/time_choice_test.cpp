@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <openssl/asn1.h>
 
-#include "asn1/generalized_time.h"
 #include "asn1/test_blob.h"
 #include "asn1/time_choice_traits.h"
 
@@ -66,8 +65,9 @@ TEST(TimeChoice, RefusesYearsThatUTCTimeCannotHoldAndTextsThatAreNoTime) {
     EXPECT_EQ(codeThrownBy([] { choiceOf(CDateTime(1949, 1, 1, 0, 0, 0, 0, 0)).encode(); }),
               0x80093101u);
     CTimeChoice value = choiceOf(CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
-    for (const char* der : {"", "0500", "170D39393939393939393939393939", "170130", "1800"})
+    for (const char* der : {"", "0500", "170D39393939393939393939393939", "170130", "1800"}) {
         EXPECT_NE(codeThrownBy([&] { value.decode(fromHex(der)); }), 0u) << der;
+    }
     EXPECT_EQ(*value.get_time(), CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
 }
 

@@ -115,11 +115,12 @@ TEST(ObjectIdentifier, EncodesWithoutAControlClass) {
     CStringProxy back("kept");
     asn1Decode<ASN1TObjId_traits, CStringProxy>(der, back);
     EXPECT_STREQ(back.c_str(), text);
-    for (const char* bad : {"", "0600", "05022A03", "0605"})
+    for (const char* bad : {"", "0600", "05022A03", "0605"}) {
         EXPECT_EQ(
             codeThrownBy([&] { asn1Decode<ASN1TObjId_traits, CStringProxy>(fromHex(bad), back); }),
             0x80093101u)
             << bad;
+    }
     EXPECT_STREQ(back.c_str(), text);
 }
 
@@ -129,8 +130,9 @@ TEST(OctetString, WrapsAndUnwraps) {
     EXPECT_EQ(toHex(toOctetString(large)).substr(0, 8), "0482012C");
     EXPECT_TRUE(fromOctetString(toOctetString(large)) == large);
     EXPECT_EQ(toHex(fromOctetString(fromHex("040201020500"))), "0102");
-    for (const char* der : {"", "04", "040301", "0500", "0480"})
+    for (const char* der : {"", "04", "040301", "0500", "0480"}) {
         EXPECT_EQ(codeThrownBy([&] { fromOctetString(fromHex(der)); }), 0x80093101u) << der;
+    }
 }
 
 TEST(Codec, TrailingBytesAreNotLookedAt) {
@@ -145,8 +147,9 @@ TEST(Codec, TrailingBytesAreNotLookedAt) {
 
 TEST(Codec, ValueStaysWhenTheDecoderRefuses) {
     CAttribute attribute("1.2.3");
-    for (const char* der : {"", "30", "3001", "0500", "3080"})
+    for (const char* der : {"", "30", "3001", "0500", "3080"}) {
         EXPECT_EQ(codeThrownBy([&] { attribute.decode(fromHex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_STREQ(attribute.get_oid(), "1.2.3");
 }
 

@@ -39,7 +39,7 @@ void CCertStore::Open(LPCSTR provider, DWORD encoding, HCRYPTPROV prov, DWORD fl
     }
     *slot_ = CertOpenStore(provider, encoding, prov, flags, parameter);
     if (!*slot_) {
-        Halcyon::throwLastError();
+        Halcyon::throw_last_error();
     }
 }
 

@@ -26,7 +26,7 @@ std::int32_t resultFromLastError(std::int32_t fallback) noexcept {
     return code == 0 ? fallback : code;
 }
 
-void throwLastError() {
+void throw_last_error() {
     ATL::AtlThrowImpl(resultFromLastError());
 }
 

@@ -38,6 +38,6 @@ std::int32_t resultFromLastError() noexcept;
 std::int32_t resultFromLastError(std::int32_t fallback) noexcept;
 
 // Throws `resultFromLastError()` as `CAtlException`, a code of 0 included.
-[[noreturn]] void throwLastError();
+[[noreturn]] void throw_last_error();
 
 } // namespace Halcyon

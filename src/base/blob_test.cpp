@@ -45,7 +45,7 @@ TEST(ResultFromLastError, MapsPositiveValuesOnly) {
           Case{0x00012345, 0x80072345}, Case{0x7FFFFFFF, 0x8007FFFF}}) {
         SetLastError(error);
         EXPECT_EQ(static_cast<std::uint32_t>(resultFromLastError()), code);
-        EXPECT_EQ(codeOf([] { throwLastError(); }), code);
+        EXPECT_EQ(codeOf([] { throw_last_error(); }), code);
     }
     SetLastError(0);
     EXPECT_EQ(resultFromLastError(hr(0xC2100100)), hr(0xC2100100));

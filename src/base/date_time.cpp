@@ -39,7 +39,7 @@ bool convert(const SYSTEMTIME& from, std::uint64_t& ticks) {
 std::uint64_t ticksOf(const SYSTEMTIME& time) {
     std::uint64_t ticks = 0;
     if (!convert(time, ticks)) {
-        throwLastError();
+        throw_last_error();
     }
     return ticks;
 }
@@ -123,7 +123,7 @@ SYSTEMTIME CDateTime::getSystemTime() const {
     const FILETIME time{dwLowDateTime_, dwHighDateTime_};
     SYSTEMTIME fields{};
     if (!FileTimeToSystemTime(&time, &fields)) {
-        throwLastError();
+        throw_last_error();
     }
     return fields;
 }

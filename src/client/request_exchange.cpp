@@ -45,17 +45,17 @@ void CRequest::Impl::addData(const unsigned char* data, unsigned long size) {
         beginHash();
     }
     if (!CryptHashData(hHash.get(), data, static_cast<DWORD>(size), 0)) {
-        throwLastError();
+        throw_last_error();
     }
 }
 
 void CRequest::Impl::beginHash() {
     if (!provider.release() && GetLastError() != 0) {
-        throwLastError();
+        throw_last_error();
     }
     *provider.put() = HYGetDefaultCSPThrow(dataHashAlg, 0);
     if (provider.get() == 0 || !CryptCreateHash(provider.get(), dataHashAlg, 0, 0, hHash.put())) {
-        throwLastError();
+        throw_last_error();
     }
 }
 

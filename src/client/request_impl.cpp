@@ -2,7 +2,7 @@
 #include "client/request_impl.h"
 #include "base/atl_exception.h"
 
-#include "asn1/random_big_integer.h"
+#include "asn1/big_integer.h"
 #include "basalt10/oid_information.h"
 #include "client/policy_reading.h"
 #include "client/result_codes.h"
@@ -68,7 +68,7 @@ CRequest::Impl& CRequest::Impl::operator=(const Impl& source) {
     hHash.destroy();
     if (source.hHash.get() != 0 &&
         !CryptDuplicateHash(source.hHash.get(), nullptr, 0, hHash.put())) {
-        throwLastError();
+        throw_last_error();
     }
     return *this;
 }
@@ -172,16 +172,16 @@ void CRequest::Impl::MakeRequest() {
 void CRequest::Impl::finishHash() {
     DWORD size = 0;
     if (!CryptGetHashParam(hHash.get(), HP_HASHVAL, nullptr, &size, 0)) {
-        throwLastError();
+        throw_last_error();
     }
     CBlob value;
     value.resize_to(size);
     if (!CryptGetHashParam(hHash.get(), HP_HASHVAL, value.pbData(), &size, 0)) {
-        throwLastError();
+        throw_last_error();
     }
     dataHash.swap(value);
     if (!CryptDestroyHash(hHash.detach())) {
-        throwLastError();
+        throw_last_error();
     }
 }
 

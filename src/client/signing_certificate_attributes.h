@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "asn1/other_cert_id.h"
+#include "asn1/cert_identifier.h"
 #include "basalt20/message.h"
 #include "base/blob.h"
 

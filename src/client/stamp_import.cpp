@@ -174,7 +174,7 @@ void CStamp::Impl::addCertificate(const CBlob& der) {
         ATL2::anyEncoding, der.pbData(), static_cast<DWORD>(der.cbData())));
     if (!context || !CertAddCertificateContextToStore(certificates.get(), context.get(),
                                                       CERT_STORE_ADD_ALWAYS, nullptr)) {
-        throwLastError();
+        throw_last_error();
     }
 }
 

@@ -81,7 +81,7 @@ HRESULT judgeAt(const ATL2::CCertChainContext& chain, const FILETIME& time) {
     if (!CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_TIME_STAMP, chain.get(), &parameter,
                                           &status)) {
         trace(function, "CertVerifyCertificateChainPolicy failed: 0x%X\n", GetLastError());
-        throwLastError();
+        throw_last_error();
     }
     if (status.dwError != 0) {
         trace(function, "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
