@@ -9,7 +9,7 @@
 
 namespace {
 
-void decodeAny(const char* text, int size) {
+void decode_any(const char* text, int size) {
     std::vector<unsigned char> out(static_cast<std::size_t>(size) / 4 * 3 + 3);
     int length = static_cast<int>(out.size());
     if (ATL::Base64Decode(text, size, out.data(), &length) &&
@@ -23,7 +23,7 @@ void decodeAny(const char* text, int size) {
     }
 }
 
-void roundTrip(const std::uint8_t* data, int size, unsigned flags) {
+void round_trip(const std::uint8_t* data, int size, unsigned flags) {
     int length = ATL::Base64EncodeGetRequiredLength(size, flags);
     std::vector<char> text(static_cast<std::size_t>(length) + 1);
     if (!ATL::Base64Encode(data, size, text.data(), &length, flags)) {
@@ -44,9 +44,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     const int length = static_cast<int>(size);
-    decodeAny(reinterpret_cast<const char*>(data), length);
+    decode_any(reinterpret_cast<const char*>(data), length);
     for (unsigned flags = 0; flags < 4; ++flags) {
-        roundTrip(data, length, flags);
+        round_trip(data, length, flags);
     }
     return 0;
 }

@@ -18,7 +18,7 @@ CBlob element(unsigned char tag, const std::string& text) {
     return CBlob(reinterpret_cast<const unsigned char*>(der.data()), der.size());
 }
 
-void runTime(const CBlob& der) {
+void run_time(const CBlob& der) {
     try {
         const ASN1::CAttrSigningTime time(der);
         const ASN1::CAttrSigningTime written(time.get_time());
@@ -29,7 +29,7 @@ void runTime(const CBlob& der) {
     }
 }
 
-void runDate(const CBlob& der) {
+void run_date(const CBlob& der) {
     try {
         const ASN1::CExtInvalidityDate date(der);
         const ASN1::CExtInvalidityDate written(date.get_invalidityDate());
@@ -46,8 +46,8 @@ void runDate(const CBlob& der) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size < 127 ? size : 127);
-    runTime(element(23, text));
-    runTime(element(24, text));
-    runDate(element(24, text));
+    run_time(element(23, text));
+    run_time(element(24, text));
+    run_date(element(24, text));
     return 0;
 }

@@ -17,7 +17,7 @@ CGeneralName dns(const wchar_t* text) {
 
 CGeneralName decoded(const char* der) {
     CGeneralName name;
-    name.decode(fromHex(der));
+    name.decode(from_hex(der));
     return name;
 }
 
@@ -38,7 +38,7 @@ std::vector<Sample> samples() {
     rows[2] = {rows[2].name, 5, "A40E300C310A300806035504030C0141", L"directoryName: CN=A"};
     rows[3].name.put_uniformResourceIdentifier(L"http://a");
     rows[3] = {rows[3].name, 7, "8608687474703A2F2F61", L"uniformResourceIdentifier: http://a"};
-    rows[4].name.put_iPAddress(fromHex("7F000001"));
+    rows[4].name.put_iPAddress(from_hex("7F000001"));
     rows[4] = {rows[4].name, 8, "87047F000001", L"iPAddress: (to string is not implemented)"};
     rows[5].name.put_registeredID(L"1.2.3");
     rows[5] = {rows[5].name, 9, "88022A03", L"registeredID: 1.2.3"};
@@ -49,14 +49,14 @@ TEST(GeneralName, RoundTripsEachKindInOpenSSLsEncoding) {
     for (const Sample& row : samples()) {
         EXPECT_EQ(row.name.get_type(), row.kind);
         const CBlob der = row.name.encode();
-        EXPECT_EQ(toHex(der), row.der);
-        EXPECT_EQ(throughOpenSSL<GENERAL_NAME>(der, d2i_GENERAL_NAME, i2d_GENERAL_NAME,
-                                               GENERAL_NAME_free),
+        EXPECT_EQ(to_hex(der), row.der);
+        EXPECT_EQ(through_openssl<GENERAL_NAME>(der, d2i_GENERAL_NAME, i2d_GENERAL_NAME,
+                                                GENERAL_NAME_free),
                   row.der);
         const CGeneralName back = decoded(row.der);
         EXPECT_EQ(back.get_type(), row.kind);
         EXPECT_STREQ(back.toString().c_str(), row.text);
-        EXPECT_EQ(toHex(back.encode()), row.der);
+        EXPECT_EQ(to_hex(back.encode()), row.der);
         EXPECT_TRUE(back == row.name);
     }
 }
@@ -76,7 +76,7 @@ TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
     const CGeneralName empty;
     EXPECT_EQ(empty.get_type(), 0u);
     EXPECT_STREQ(empty.toString().c_str(), L"");
-    EXPECT_EQ(codeThrownBy([&] { empty.encode(); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { empty.encode(); }), 0x80070057u);
     CGeneralName copy(empty);
     copy = empty;
     EXPECT_TRUE(copy == empty);
@@ -84,24 +84,25 @@ TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
 
 TEST(GeneralName, UnsupportedAlternativesAreRefused) {
     for (const char* der : {"A00906032A0304A0020500", "A508A106040401020304"}) {
-        EXPECT_NE(codeThrownBy([&] { decoded(der); }), 0u) << der;
+        EXPECT_NE(code_thrown_by([&] { decoded(der); }), 0u) << der;
     }
-    EXPECT_EQ(codeThrownBy([] { decoded("A00906032A0304A0020500"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { decoded("A508A1060C0401020304"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { decoded("0500"); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { decoded(""); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { decoded("A00906032A0304A0020500"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { decoded("A508A1060C0401020304"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { decoded("0500"); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { decoded(""); }), 0x80093101u);
     CGeneralName name = dns(L"kept");
-    EXPECT_EQ(codeThrownBy([&] { name.decode(fromHex("A00906032A0304A0020500")); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { name.decode(from_hex("A00906032A0304A0020500")); }),
+              0x80070057u);
     EXPECT_STREQ(name.get_dNSName(), L"kept");
 }
 
 TEST(GeneralName, BadContentsAreFoundOutWhenTheyAreEncoded) {
     CGeneralName name;
     name.put_registeredID(L"not an identifier");
-    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80070057u);
-    name.put_directoryName(fromHex("0500"));
-    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([&] { name.toString(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { name.encode(); }), 0x80070057u);
+    name.put_directoryName(from_hex("0500"));
+    EXPECT_EQ(code_thrown_by([&] { name.encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { name.toString(); }), 0x80093101u);
 }
 
 TEST(GeneralName, EqualityOfTextsLooksAtOneCharacter) {
@@ -114,18 +115,18 @@ TEST(GeneralName, EqualityOfTextsLooksAtOneCharacter) {
     EXPECT_TRUE(mail != dns(L"abc"));
     CGeneralName a;
     CGeneralName b;
-    a.put_iPAddress(fromHex("7F000001"));
-    b.put_iPAddress(fromHex("7F000002"));
+    a.put_iPAddress(from_hex("7F000001"));
+    b.put_iPAddress(from_hex("7F000002"));
     EXPECT_TRUE(a != b);
 }
 
 TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
     CGeneralName name;
-    name.put_directoryName(fromHex("3000"));
+    name.put_directoryName(from_hex("3000"));
     CGeneralName copy(name);
     name.put_rfc822Name(L"a@b");
     EXPECT_EQ(name.get_directoryName(), nullptr);
-    EXPECT_EQ(toHex(*copy.get_directoryName()), "3000");
+    EXPECT_EQ(to_hex(*copy.get_directoryName()), "3000");
     copy = name;
     name.put_rfc822Name(L"c@d");
     EXPECT_STREQ(copy.get_rfc822Name(), L"a@b");
@@ -137,9 +138,9 @@ TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
     EXPECT_STREQ(copy.get_rfc822Name(), L"c@d");
     // The source may be the value itself.
     CGeneralName address;
-    address.put_iPAddress(fromHex("01020304"));
+    address.put_iPAddress(from_hex("01020304"));
     address.put_directoryName(*address.get_iPAddress());
-    EXPECT_EQ(toHex(*address.get_directoryName()), "01020304");
+    EXPECT_EQ(to_hex(*address.get_directoryName()), "01020304");
 }
 
 TEST(GeneralNames, RoundTripAsOpenSSLsList) {
@@ -148,22 +149,22 @@ TEST(GeneralNames, RoundTripAsOpenSSLsList) {
         names.push_back(row.name);
     }
     const CBlob der = names.encode();
-    EXPECT_EQ(throughOpenSSL<GENERAL_NAMES>(der, d2i_GENERAL_NAMES, i2d_GENERAL_NAMES,
-                                            GENERAL_NAMES_free),
-              toHex(der));
+    EXPECT_EQ(through_openssl<GENERAL_NAMES>(der, d2i_GENERAL_NAMES, i2d_GENERAL_NAMES,
+                                             GENERAL_NAMES_free),
+              to_hex(der));
     CGeneralNames back(1);
     back.decode(der);
     EXPECT_TRUE(back == names);
     back.pop_back();
     EXPECT_TRUE(back != names);
-    EXPECT_EQ(toHex(CGeneralNames().encode()), "3000");
+    EXPECT_EQ(to_hex(CGeneralNames().encode()), "3000");
 }
 
 TEST(GeneralNames, ReadsWhatOpenSSLWrites) {
     X509_EXTENSION* const made = X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_subject_alt_name, "DNS:a.b,email:c@d,IP:::1,RID:1.2.3.4,URI:u:v");
     CGeneralNames names;
-    names.decode(extensionValue(made));
+    names.decode(extension_value(made));
     std::wstring text;
     for (const CGeneralName& name : names) {
         text += std::wstring(name.toString().c_str()) + L";";

@@ -9,23 +9,23 @@ namespace Halcyon::ASN1 {
 
 // Codec and deep copy of the record through its control class and its copy function. The copy
 // function takes a source that it doesn't change, whether its type says so or not.
-template <class Record, class Control, auto copyRecord>
+template <class Record, class Control, auto copy_record>
 struct RecordTraits : CCodeClassT<Record, Control> {
     static void copy(ASN1CTXT* ctxt, const Record& from, Record& to) {
-        with_result_codes([&] { copyRecord(ctxt, const_cast<Record*>(&from), &to); });
+        with_result_codes([&] { copy_record(ctxt, const_cast<Record*>(&from), &to); });
     }
 };
 
-// The same for a record with an open type: `checkRecord` tells whether its value fits what the
+// The same for a record with an open type: `check_record` tells whether its value fits what the
 // schema knows of its identifier.
-template <class Record, class Control, auto copyRecord, auto checkRecord>
-struct OpenRecordTraits : RecordTraits<Record, Control, copyRecord> {
+template <class Record, class Control, auto copy_record, auto check_record>
+struct OpenRecordTraits : RecordTraits<Record, Control, copy_record> {
     // Throws 0x80093101 for a value that doesn't fit.
     static void copy_checked(ASN1CTXT* ctxt, Record& from, Record& to) {
         with_result_codes([&] {
             // What the check decodes lies on its heap and is part of what is copied.
             ASN1BERDecodeBuffer check;
-            if (checkRecord(check.getCtxtPtr(), &from) != 0) {
+            if (check_record(check.getCtxtPtr(), &from) != 0) {
                 fail_codec();
             }
             OpenRecordTraits::copy(ctxt, from, to);

@@ -8,9 +8,9 @@ namespace Halcyon::ASN1 {
 // X ::= SEQUENCE {
 //     certs     SEQUENCE OF Element,
 //     policies  SEQUENCE OF PolicyInformation OPTIONAL }
-template <class Record, class Control, auto copyRecord, class ElementTraits, class Element,
+template <class Record, class Control, auto copy_record, class ElementTraits, class Element,
           class List>
-struct CertsAndPoliciesTraits : RecordTraits<Record, Control, copyRecord> {
+struct CertsAndPoliciesTraits : RecordTraits<Record, Control, copy_record> {
     using Certs =
         ASN1TSeqOfList_traits<typename ElementTraits::ASN1_T, ElementTraits, Element, List>;
     using Policies =

@@ -17,8 +17,8 @@ struct CertsAndPolicies {
     Owned<CPolicyInformationList> policies;
 };
 
-// With `encodesPolicies` a change of the policies is encoded at once.
-template <class List, const char* oid, bool encodesPolicies>
+// With `encodes_policies` a change of the policies is encoded at once.
+template <class List, const char* oid, bool encodes_policies>
 class CAttrSigningCertificateT : public TypedAttribute<Owned<CertsAndPolicies<List>>, oid> {
     using Fields = Owned<CertsAndPolicies<List>>;
     using Base = TypedAttribute<Fields, oid>;
@@ -47,7 +47,7 @@ public:
     // classes the encoded form stays as it was until `encode`.
     void put_policies(const CPolicyInformationList* policies) {
         copy_to_auto_ptr(this->field()->policies, policies);
-        if constexpr (encodesPolicies) {
+        if constexpr (encodes_policies) {
             this->encode();
         }
     }

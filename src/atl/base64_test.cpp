@@ -40,7 +40,7 @@ TEST(Base64, EncodesTheVectorsOfTheStandard) {
         EXPECT_EQ(encoded(bytes, 0), text);
         std::string bare = text;
         bare.erase(std::min(bare.find('='), bare.size()));
-        EXPECT_EQ(encoded(bytes, base64NoPadding), bare);
+        EXPECT_EQ(encoded(bytes, kBase64NoPadding), bare);
         if (*text != '\0') {
             EXPECT_EQ(decoded(text), bytes);
             EXPECT_EQ(decoded(bare), bytes);
@@ -53,7 +53,7 @@ TEST(Base64, EndsEveryFullLine) {
     EXPECT_TRUE(encoded(std::string(57, 'x'), 0).ends_with("\r\n"));
     EXPECT_EQ(encoded(std::string(56, 'x'), 0).size(), 76u);
     EXPECT_EQ(encoded(std::string(58, 'x'), 0).find("\r\n"), 76u);
-    EXPECT_EQ(encoded(std::string(114, 'x'), base64NoLineEnds).find('\r'), std::string::npos);
+    EXPECT_EQ(encoded(std::string(114, 'x'), kBase64NoLineEnds).find('\r'), std::string::npos);
 }
 
 TEST(Base64, GoesRoundAtAnySizeWithinTheBound) {

@@ -106,7 +106,7 @@ void CRequest::Impl::setDataHashAlg(unsigned int algId) {
     const auto* info =
         CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &algId, CRYPT_HASH_ALG_OID_GROUP_ID);
     if (!info) {
-        ATL::AtlThrowImpl(resultFromLastError(hr(NTE_BAD_ALGID)));
+        ATL::AtlThrowImpl(result_from_last_error(hr(NTE_BAD_ALGID)));
     }
     dataHashAlgOID = info->pszOID;
 }
