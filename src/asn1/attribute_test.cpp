@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
+#include "asn1/signing_certificate.h"
 #include "asn1/test_blob.h"
 #include "asn1/typed_attribute.h"
+#include "asn1/typed_extension.h"
 
 namespace Halcyon::ASN1 {
 namespace {
@@ -202,6 +204,73 @@ TEST(StringAttribute, TakesItsTypeFromTheRegister) {
     }
     EXPECT_EQ(code_thrown_by([] { CAttrCommonName bad(std::string(32769, 'x').c_str()); }),
               0x80070057u);
+}
+
+// A copy and an assignment take both forms along, and share neither.
+template <class Typed, class Change>
+void expect_whole_copies(const Typed& value, Typed other, Change change) {
+    ASSERT_NE(to_hex(value.get_value()), to_hex(other.get_value()));
+    other = value;
+    Typed copy(value);
+    for (Typed* const taken : {&other, &copy}) {
+        EXPECT_STREQ(taken->get_oid(), value.get_oid());
+        EXPECT_EQ(to_hex(taken->get_value()), to_hex(value.get_value()));
+        const CBlob before = taken->get_value();
+        taken->encode();
+        EXPECT_TRUE(taken->get_value() == before);
+        change(*taken);
+        EXPECT_FALSE(taken->get_value() == value.get_value());
+    }
+}
+
+TEST(TypedAttribute, CopiesAndAssignmentsTakeBothForms) {
+    expect_whole_copies(CAttrContentType("1.2.3"), CAttrContentType("1.2.4"),
+                        [](auto& value) { value.put_contentType("1.2.5"); });
+    CAttrMessageDigest digest;
+    digest.put_messageDigest(from_hex("0102"));
+    expect_whole_copies(digest, CAttrMessageDigest(),
+                        [](auto& value) { value.put_messageDigest(from_hex("03")); });
+    const CDateTime now(2024, 1, 1, 0, 0, 0, 0, 0);
+    const CDateTime later(2051, 1, 1, 0, 0, 0, 0, 0);
+    expect_whole_copies(CAttrSigningTime(now), CAttrSigningTime(later),
+                        [&](auto& value) { value.put_time(later); });
+    const CESSCertIDList ids(1, CESSCertID(from_hex("01")));
+    expect_whole_copies(CAttrSigningCertificate(ids), CAttrSigningCertificate(),
+                        [](auto& value) { value.put_certs(CESSCertIDList()); });
+    const CESSCertIDv2List ids2(1, CESSCertIDv2(from_hex("01")));
+    expect_whole_copies(CAttrSigningCertificateV2(ids2), CAttrSigningCertificateV2(),
+                        [](auto& value) { value.put_certs(CESSCertIDv2List()); });
+    const COtherCertIDList others(1, COtherCertID(from_hex("01")));
+    expect_whole_copies(CAttrOtherSigningCertificate(others), CAttrOtherSigningCertificate(),
+                        [](auto& value) { value.put_certs(COtherCertIDList()); });
+}
+
+TEST(TypedExtension, CopiesAndAssignmentsTakeBothForms) {
+    expect_whole_copies(CExtCRLReason(crlReasonSuperseded), CExtCRLReason(),
+                        [](auto& value) { value.put_reason(crlReasonUnspecified); });
+    expect_whole_copies(CExtHoldInstructionCode("1.2.3"), CExtHoldInstructionCode(),
+                        [](auto& value) { value.put_code("1.2.5"); });
+    const CDateTime now(2024, 1, 1, 0, 0, 0, 0, 0);
+    const CDateTime later(2051, 1, 1, 0, 0, 0, 0, 0);
+    expect_whole_copies(CExtInvalidityDate(now), CExtInvalidityDate(),
+                        [&](auto& value) { value.put_invalidityDate(later); });
+    expect_whole_copies(CExtCertificateIssuer(CGeneralNames()), CExtCertificateIssuer(),
+                        [](auto& value) {
+                            CGeneralNames names(1);
+                            names.front().put_dNSName(L"a");
+                            value.put_issuer(names);
+                        });
+    expect_whole_copies(CExtPrivateKeyUsagePeriod(&now, &later),
+                        CExtPrivateKeyUsagePeriod(nullptr, nullptr),
+                        [](auto& value) { value.put_notAfter(nullptr); });
+}
+
+TEST(Attribute, MovedFromAttributeIsWhole) {
+    CAttribute attribute("1.2.3");
+    attribute.add(from_hex("0500"));
+    const CAttribute taken(std::move(attribute));
+    EXPECT_STREQ(attribute.get_oid(), "1.2.3");
+    EXPECT_TRUE(attribute == taken);
 }
 
 } // namespace

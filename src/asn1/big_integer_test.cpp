@@ -73,6 +73,16 @@ TEST(BigInteger, AddKeepsTheSizeAndAnswersTheCarry) {
     EXPECT_EQ(empty.add(CBigInteger()), 0);
 }
 
+TEST(BigInteger, TakesTheBytesOfABlob) {
+    CBigInteger value = number("0102");
+    const CBlob blob = from_hex("0080");
+    value = blob;
+    EXPECT_EQ(to_hex(value), "0080");
+    EXPECT_TRUE(value > number("7F"));
+    value = from_hex("03");
+    EXPECT_TRUE(value == number("0003"));
+}
+
 TEST(BigInteger, AbsOnlyClearsTheTopBit) {
     EXPECT_EQ(to_hex(number("FF").abs()), "7F");
     EXPECT_EQ(to_hex(number("8001").abs()), "0001");

@@ -8,9 +8,8 @@ namespace Halcyon::ASN1 {
 namespace {
 
 constexpr char kSha1[] = "1.3.14.3.2.26";
-constexpr char kSha256[] = "2.16.840.1.101.3.4.2.1";
 
-CIssuerSerial issuerSerial(const wchar_t* dns, const char* serial) {
+CIssuerSerial issuer_serial(const wchar_t* dns, const char* serial) {
     CGeneralNames issuer(1);
     issuer.front().put_dNSName(dns);
     CBigInteger number;
@@ -25,21 +24,21 @@ CAlgorithmIdentifier with_null(const char* oid) {
 }
 
 TEST(IssuerSerial, ComparesTheSerialByValueAndTheIssuerInOrder) {
-    EXPECT_TRUE(issuerSerial(L"a", "0005") == issuerSerial(L"a", "05"));
-    EXPECT_TRUE(issuerSerial(L"a", "05") != issuerSerial(L"a", "06"));
-    EXPECT_TRUE(issuerSerial(L"a", "05") != issuerSerial(L"b", "05"));
+    EXPECT_TRUE(issuer_serial(L"a", "0005") == issuer_serial(L"a", "05"));
+    EXPECT_TRUE(issuer_serial(L"a", "05") != issuer_serial(L"a", "06"));
+    EXPECT_TRUE(issuer_serial(L"a", "05") != issuer_serial(L"b", "05"));
     CIssuerSerial back;
-    back.decode(issuerSerial(L"a", "0080").encode());
-    EXPECT_TRUE(back == issuerSerial(L"a", "0080"));
-    EXPECT_EQ(to_hex(issuerSerial(L"a", "05").encode()), "30083003820161020105");
+    back.decode(issuer_serial(L"a", "0080").encode());
+    EXPECT_TRUE(back == issuer_serial(L"a", "0080"));
+    EXPECT_EQ(to_hex(issuer_serial(L"a", "05").encode()), "30083003820161020105");
     EXPECT_EQ(code_thrown_by([&] { back.decode(from_hex("3005300302010502")); }), 0x80093101u);
-    EXPECT_TRUE(back == issuerSerial(L"a", "0080"));
+    EXPECT_TRUE(back == issuer_serial(L"a", "0080"));
 }
 
 TEST(ESSCertID, RoundTripsWithAndWithoutIssuer) {
     CESSCertID id(from_hex("0102"));
     EXPECT_EQ(to_hex(id.encode()), "300404020102");
-    const CIssuerSerial issuer = issuerSerial(L"a", "05");
+    const CIssuerSerial issuer = issuer_serial(L"a", "05");
     CESSCertID named(id);
     named.put_issuerSerial(&issuer);
     const CBlob der = named.encode();
@@ -69,7 +68,7 @@ TEST(ESSCertIDv2, LeavesTheDefaultAlgorithmOutWithItsParameters) {
     EXPECT_TRUE(back != with_parameters);
 
     CESSCertIDv2 other(from_hex("0102"), CAlgorithmIdentifier(kSha1));
-    const CIssuerSerial issuer = issuerSerial(L"a", "05");
+    const CIssuerSerial issuer = issuer_serial(L"a", "05");
     other.put_issuerSerial(&issuer);
     const CBlob der = other.encode();
     EXPECT_EQ(through_openssl<ESS_CERT_ID_V2>(der, d2i_ESS_CERT_ID_V2, i2d_ESS_CERT_ID_V2,
@@ -127,7 +126,7 @@ TEST(OtherCertID, ComparesHashAndThenIssuer) {
     COtherCertID b(from_hex("01"), with_null(kSha1));
     EXPECT_TRUE(a != b);
     EXPECT_TRUE(a.compare_noHashParam(b));
-    const CIssuerSerial issuer = issuerSerial(L"a", "05");
+    const CIssuerSerial issuer = issuer_serial(L"a", "05");
     b.put_issuerSerial(&issuer);
     EXPECT_FALSE(a.compare_noHashParam(b));
     COtherCertID back;
@@ -139,6 +138,37 @@ TEST(OtherCertID, ComparesHashAndThenIssuer) {
     EXPECT_TRUE(b == a);
     EXPECT_EQ(code_thrown_by([] { COtherCertID().encode(); }), 0x80093101u);
     EXPECT_EQ(to_hex(COtherCertID(from_hex("01")).encode()), "3003040101");
+}
+
+TEST(ESSCertIDv2, EveryFieldCountsInComparisonAssignmentAndClearing) {
+    const CIssuerSerial issuer = issuer_serial(L"a", "05");
+    const CIssuerSerial other_issuer = issuer_serial(L"a", "06");
+    CESSCertIDv2 base(from_hex("0102"), CAlgorithmIdentifier(kSha1));
+    base.put_issuerSerial(&issuer);
+    std::vector<CESSCertIDv2> changed(5, base);
+    changed[0].put_certHash(from_hex("0103"));
+    changed[1].put_hashAlgorithm(CAlgorithmIdentifier(kSha256));
+    changed[2].put_hashAlgorithm(with_null(kSha1));
+    changed[3].put_issuerSerial(&other_issuer);
+    changed[4].put_issuerSerial(nullptr);
+    for (const CESSCertIDv2& value : changed) {
+        EXPECT_TRUE(value != base);
+        CESSCertIDv2 copy;
+        copy = value;
+        EXPECT_TRUE(copy == value);
+        EXPECT_TRUE(copy.get_hashAlgorithm() == value.get_hashAlgorithm());
+        EXPECT_EQ(to_hex(copy.get_certHash()), to_hex(value.get_certHash()));
+        EXPECT_TRUE(equal_optional(copy.get_issuerSerial(), value.get_issuerSerial()));
+        EXPECT_TRUE(!value.get_issuerSerial() ||
+                    copy.get_issuerSerial() != value.get_issuerSerial());
+        copy = base;
+        EXPECT_TRUE(copy == base);
+    }
+    // Decoding replaces every field, also by its default and by nothing.
+    base.decode(from_hex("300404020103"));
+    EXPECT_STREQ(base.get_hashAlgorithm().get_algorithm(), kSha256);
+    EXPECT_EQ(base.get_issuerSerial(), nullptr);
+    EXPECT_EQ(to_hex(base.get_certHash()), "0103");
 }
 
 } // namespace

@@ -10,7 +10,6 @@ namespace Halcyon::ASN1 {
 namespace {
 
 constexpr char kSha1[] = "1.3.14.3.2.26";
-constexpr char kSha256[] = "2.16.840.1.101.3.4.2.1";
 
 CBlob digest(const CBlob& data, const EVP_MD* algorithm) {
     CBlob result(static_cast<unsigned long>(EVP_MD_get_size(algorithm)));

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 namespace Halcyon::ASN1 {
 
@@ -80,7 +81,7 @@ public:
     }
     // Makes a copy of `source`, which may be part of the present value, the value.
     template <class T, unsigned int kind>
-    void put(Alternative<T, kind>, const T& source) {
+    void put(Alternative<T, kind>, const std::type_identity_t<T>& source) {
         put(kind, &source);
     }
     // Takes kind and a copy of the value from another choice of the same class; this one holds

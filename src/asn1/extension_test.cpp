@@ -71,9 +71,14 @@ TEST(Extensions, InsertReplacesValueAndMark) {
     EXPECT_TRUE(std::as_const(list).find("1.2.3") == list.cend());
     list.erase("1.2.3");
     EXPECT_EQ(list.size(), 2u);
+    list.push_back(unknown("0502", false));
+    list.erase("1.2.3.4");
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_STREQ(list.front().get_extnID(), "1.2.3.5");
+    EXPECT_TRUE(list.back() == unknown("0502", false));
     list.erase("1.2.3.4");
     ASSERT_EQ(list.size(), 1u);
-    EXPECT_STREQ(list.front().get_extnID(), "1.2.3.5");
+    CExtensions().erase("1.2.3.4");
 }
 
 TEST(Extensions, RoundTripAndKeepWhatCame) {
@@ -124,6 +129,21 @@ TEST(CRLReason, KeepsBothFormsInStep) {
     }
 }
 
+TEST(CRLReason, WhatIsWrittenCanBeRead) {
+    for (unsigned int number = 0; number < 20; ++number) {
+        const std::string der =
+            std::string("0A01") + "0123456789ABCDEF"[number / 16] + "0123456789ABCDEF"[number % 16];
+        const auto read = code_thrown_by([&] { CExtCRLReason reason(from_hex(der.c_str())); });
+        const auto written =
+            code_thrown_by([&] { CExtCRLReason reason(static_cast<CrlReason>(number)); });
+        EXPECT_EQ(written, read) << number;
+        EXPECT_EQ(read, number > 10 ? 0x80093101u : 0u) << number;
+    }
+    CExtCRLReason kept(crlReasonSuperseded);
+    EXPECT_EQ(code_thrown_by([&] { kept.put_reason(static_cast<CrlReason>(11)); }), 0x80093101u);
+    EXPECT_EQ(to_hex(kept.get_value()), "0A0104");
+}
+
 TEST(HoldInstructionCode, KeepsBothFormsInStep) {
     CExtHoldInstructionCode code("1.2.840.10040.2.1");
     EXPECT_EQ(to_hex(code.get_value()), "06072A8648CE380201");
@@ -143,7 +163,10 @@ TEST(InvalidityDate, IsAlwaysGeneralizedTimeWithoutFraction) {
     EXPECT_EQ(to_hex(date.get_value()), "180F32303531303130313030303030305A");
     EXPECT_EQ(CExtInvalidityDate().get_value().cbData(), 0u);
     EXPECT_EQ(code_thrown_by([] { CExtInvalidityDate bad(from_hex("0500")); }), 0x80093101u);
-    EXPECT_NE(code_thrown_by([] { CExtInvalidityDate bad(from_hex("180178")); }), 0u);
+    EXPECT_EQ(code_thrown_by([] { CExtInvalidityDate bad(from_hex("180178")); }), 0x80004005u);
+    EXPECT_EQ(code_thrown_by(
+                  [] { CExtInvalidityDate bad(from_hex("180F32303234303130323033303430785A")); }),
+              0x8007076Du);
 }
 
 TEST(CertificateIssuer, KeepsBothFormsInStep) {

@@ -68,6 +68,18 @@ TEST(FreeText, PrefixWithoutItsEndAndBrokenUTF8AreRefused) {
     EXPECT_EQ(code_thrown_by([] { parsed("a\xC3"); }), 0x8009310Eu);
 }
 
+TEST(FreeText, OnlyCharactersOfTheThaiBlockCarryATag) {
+    // U+10E7E ends in the same 16 bits as U+0E7E, the mark's end, and is no part of a mark.
+    EXPECT_EQ(code_thrown_by([] { parsed("\xE0\xB8\x81\xF0\x90\xB9\xBE\xE0\xB9\xBEx"); }),
+              0x80070057u);
+    for (const char* text : {"\xE0\xB8\x81\xE0\xBB\xBF\xE0\xB9\xBEx",    // U+0EFF
+                             "\xE0\xB8\x81\xE0\xB8\x80\xE0\xB9\xBEx"}) { // U+0E00
+        EXPECT_EQ(parsed(text).size(), 1u);
+    }
+    EXPECT_EQ(code_thrown_by([] { parsed("\xE0\xB8\x81\xE0\xBC\x80\xE0\xB9\xBEx"); }),
+              0x80070057u); // U+0F00
+}
+
 TEST(FreeText, ParsingAppendsAndKeepsWhatCameBeforeAFailure) {
     ASN1BERDecodeBuffer scratch;
     const char* texts[] = {"a", "b", "\xFF"};
@@ -109,6 +121,11 @@ TEST(FreeText, RemovesByTheSameSearch) {
     value.push_back(plain(L"x"));
     value.remove(CLanguageTagDefaultRead());
     EXPECT_TRUE(value.empty());
+    // The tag may be that of an element that goes.
+    value.push_back(russian(L""));
+    value.push_back(russian(L""));
+    value.remove(value.front().get_language());
+    EXPECT_TRUE(value.empty());
 }
 
 TEST(FreeText, ConvertsToItsFirstElement) {
@@ -117,6 +134,12 @@ TEST(FreeText, ConvertsToItsFirstElement) {
     const CPKIFreeTextString first = value.operator CPKIFreeTextString();
     EXPECT_TRUE(first == russian(L"a"));
     EXPECT_EQ(&static_cast<const CPKIFreeTextString&>(std::as_const(value)), &value.front());
+    CPKIFreeTextString assigned;
+    EXPECT_STREQ(assigned.get_value(), L"");
+    assigned = value;
+    EXPECT_TRUE(assigned == russian(L"a"));
+    assigned = std::as_const(value);
+    EXPECT_TRUE(assigned == russian(L"a"));
     CPKIFreeText empty;
     EXPECT_EQ(code_thrown_by([&] { empty.operator CPKIFreeTextString(); }), 0x80070057u);
 }

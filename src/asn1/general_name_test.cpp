@@ -83,13 +83,19 @@ TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
 }
 
 TEST(GeneralName, UnsupportedAlternativesAreRefused) {
-    for (const char* der : {"A00906032A0304A0020500", "A508A106040401020304"}) {
-        EXPECT_NE(code_thrown_by([&] { decoded(der); }), 0u) << der;
+    struct {
+        const char* der;
+        std::uint32_t code;
+    } const rows[] = {
+        {"A00906032A0304A0020500", 0x80070057u}, // otherName
+        {"A508A1060C0401020304", 0x80070057u},   // ediPartyName
+        {"A508A106040401020304", 0x80093101u},   // the same with a party that is no string
+        {"0500", 0x80093101u},
+        {"", 0x80093101u},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(code_thrown_by([&] { decoded(row.der); }), row.code) << row.der;
     }
-    EXPECT_EQ(code_thrown_by([] { decoded("A00906032A0304A0020500"); }), 0x80070057u);
-    EXPECT_EQ(code_thrown_by([] { decoded("A508A1060C0401020304"); }), 0x80070057u);
-    EXPECT_EQ(code_thrown_by([] { decoded("0500"); }), 0x80093101u);
-    EXPECT_EQ(code_thrown_by([] { decoded(""); }), 0x80093101u);
     CGeneralName name = dns(L"kept");
     EXPECT_EQ(code_thrown_by([&] { name.decode(from_hex("A00906032A0304A0020500")); }),
               0x80070057u);
@@ -105,19 +111,38 @@ TEST(GeneralName, BadContentsAreFoundOutWhenTheyAreEncoded) {
     EXPECT_EQ(code_thrown_by([&] { name.toString(); }), 0x80093101u);
 }
 
-TEST(GeneralName, EqualityOfTextsLooksAtOneCharacter) {
-    EXPECT_TRUE(dns(L"abc") == dns(L"axy"));
-    EXPECT_TRUE(dns(L"abc") != dns(L"bbc"));
-    EXPECT_TRUE(dns(L"") != dns(L"a"));
-    EXPECT_TRUE(dns(L"") == dns(L""));
-    CGeneralName mail;
-    mail.put_rfc822Name(L"abc");
-    EXPECT_TRUE(mail != dns(L"abc"));
-    CGeneralName a;
-    CGeneralName b;
-    a.put_iPAddress(from_hex("7F000001"));
-    b.put_iPAddress(from_hex("7F000002"));
-    EXPECT_TRUE(a != b);
+TEST(GeneralName, EqualityLooksAtOneCharacterOfATextAndAtEveryByteOfABlob) {
+    using Put = void (*)(CGeneralName&, const wchar_t*);
+    const Put texts[] = {
+        [](CGeneralName& name, const wchar_t* text) { name.put_rfc822Name(text); },
+        [](CGeneralName& name, const wchar_t* text) { name.put_dNSName(text); },
+        [](CGeneralName& name, const wchar_t* text) { name.put_uniformResourceIdentifier(text); },
+        [](CGeneralName& name, const wchar_t* text) { name.put_registeredID(text); },
+    };
+    for (const Put put : texts) {
+        auto of = [put](const wchar_t* text) {
+            CGeneralName name;
+            put(name, text);
+            return name;
+        };
+        EXPECT_TRUE(of(L"1bc") == of(L"1xy"));
+        EXPECT_TRUE(of(L"1bc") != of(L"2bc"));
+        EXPECT_TRUE(of(L"") != of(L"1"));
+        EXPECT_TRUE(of(L"") == of(L""));
+        EXPECT_EQ(of(L"1") == dns(L"1"), put == texts[1]);
+    }
+    CGeneralName name;
+    CGeneralName address;
+    name.put_directoryName(from_hex("7F000001"));
+    address.put_iPAddress(from_hex("7F000001"));
+    EXPECT_TRUE(name != address);
+    for (CGeneralName* const value : {&name, &address}) {
+        CGeneralName other(*value);
+        EXPECT_TRUE(other == *value);
+        value == &name ? other.put_directoryName(from_hex("7F000002"))
+                       : other.put_iPAddress(from_hex("7F000002"));
+        EXPECT_TRUE(other != *value);
+    }
 }
 
 TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {

@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kSha1[] = "1.3.14.3.2.26";
 
-CIssuerSerial issuerSerial() {
+CIssuerSerial issuer_serial() {
     CGeneralNames issuer(1);
     issuer.front().put_directoryName(CName(L"CN=Test,C=RU").encode());
     CBigInteger serial;
@@ -21,7 +21,7 @@ CIssuerSerial issuerSerial() {
 
 template <class Id>
 Id withIssuerSerial(Id id) {
-    const CIssuerSerial issuer = issuerSerial();
+    const CIssuerSerial issuer = issuer_serial();
     id.put_issuerSerial(&issuer);
     return id;
 }

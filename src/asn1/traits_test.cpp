@@ -1,9 +1,20 @@
 #include "asn1/traits.h"
 
+#include <algorithm>
+#include <functional>
+#include <vector>
+
 #include <gtest/gtest.h>
 
+#include "asn1/algorithm_identifier_traits.h"
 #include "asn1/attribute_traits.h"
+#include "asn1/big_integer_text.h"
+#include "asn1/char_string.h"
+#include "asn1/extension_traits.h"
+#include "asn1/info_type_and_value.h"
+#include "asn1/name.h"
 #include "asn1/test_blob.h"
+#include "asn1rt/test_allocator.h"
 #include "asn1rt/utc_time_control.h"
 
 namespace Halcyon::ASN1 {
@@ -188,6 +199,128 @@ TEST(TimeString, TakesTheFormOfItsControl) {
     EXPECT_EQ(
         code_thrown_by([&] { GetASN1CTimeString(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), control); }),
         0x80093101u);
+}
+
+TEST(FindByOid, TellsTheTypeOfAnyElement) {
+    std::vector<CInfoTypeAndValue> infos{CInfoTypeAndValue("1.2.3"), CInfoTypeAndValue("1.2.4")};
+    EXPECT_EQ(std::find_if(infos.begin(), infos.end(), findByOid("1.2.4")), infos.begin() + 1);
+    EXPECT_TRUE(findByOid("1.2.3")(CAttribute("1.2.3")));
+    EXPECT_TRUE(findByOid("1.2.3")(CAttrValue("1.2.3")));
+    EXPECT_TRUE(findByOid("1.2.3")(CExtension(CExtValue("1.2.3"), false)));
+    EXPECT_FALSE(findByOid("1.2.3")(CExtension(CExtValue("1.2"), false)));
+    EXPECT_TRUE(findByOid(nullptr)(CExtension()));
+}
+
+// Runs `step` with the allocator of all heaps failing after 0, 1, 2, ... allocations until it goes
+// through, and gives the codes that were thrown; anything else that is thrown ends the test.
+template <class Step>
+std::vector<std::uint32_t> codes_without_memory(Step step) {
+    std::vector<std::uint32_t> codes;
+    for (int successes = 0; successes < 1000; ++successes) {
+        std::uint32_t code = 0;
+        {
+            const FailingAllocator failing(successes);
+            code = code_thrown_by(step);
+        }
+        if (code == 0) {
+            return codes;
+        }
+        codes.push_back(code);
+    }
+    ADD_FAILURE() << "never goes through";
+    return codes;
+}
+
+constexpr std::uint32_t kNoMemory = 0x80093106;
+constexpr std::uint32_t kRefused = 0x80093101;
+
+TEST(OutOfMemory, RecordsAndTextsAreRefusedByTheirOwnCode) {
+    using Step = std::function<void(ASN1CTXT*)>;
+    CBigInteger number(300);
+    CAlgorithmIdentifier algorithm("1.2.3.4");
+    algorithm.put_parameters(from_hex("0500"));
+    const CBlob large(300ul);
+    const CExtension extension(CExtValue("1.2.3.4", large), true);
+    struct {
+        const char* name;
+        Step step;
+        std::uint32_t first;
+    } const rows[] = {
+        {"BigIntegerToASN1String", [&](ASN1CTXT* c) { BigIntegerToASN1String(c, number); },
+         kNoMemory},
+        {"DWORDToASN1BigInteger", [](ASN1CTXT* c) { DWORDToASN1BigInteger(c, 5); }, 0x8007000E},
+        {"DateToASN1GeneralizedTime",
+         [](ASN1CTXT* c) { DateToASN1GeneralizedTime(c, CDateTime(0L, 0), true); }, kNoMemory},
+        {"ASN1T_AlgorithmIdentifier_set without parameters",
+         [](ASN1CTXT* c) { ASN1T_AlgorithmIdentifier_set(c, "1.2.3.4", nullptr); }, kNoMemory},
+        {"ASN1T_AlgorithmIdentifier_set",
+         [&](ASN1CTXT* c) {
+             ASN1T_AlgorithmIdentifier_set(c, "1.2.3.4", algorithm.get_parameters());
+         },
+         kNoMemory},
+        {"ASN1T_Extension_traits::set",
+         [&](ASN1CTXT* c) {
+             asn1data::ASN1T_Extension record;
+             ASN1T_Extension_traits::set(c, record, extension);
+         },
+         kNoMemory},
+        {"ASN1TDynOctStr_traits::set",
+         [&](ASN1CTXT* c) {
+             ASN1TDynOctStr record{};
+             ASN1TDynOctStr_traits::set(c, record, large);
+         },
+         kNoMemory},
+        {"ASN1UTF8String_traits::set",
+         [&](ASN1CTXT* c) {
+             const char* record = nullptr;
+             ASN1UTF8String_traits::set(c, record, L"text");
+         },
+         kNoMemory},
+    };
+    for (const auto& row : rows) {
+        const auto codes = codes_without_memory([&] {
+            ctxt_handle context;
+            // Without memory for a context there is none for what lies on it.
+            if (!context.init()) {
+                fail_memory();
+            }
+            row.step(context.get());
+        });
+        ASSERT_GE(codes.size(), 2u) << row.name;
+        EXPECT_EQ(codes[0], kNoMemory) << row.name << ": the context";
+        EXPECT_EQ(codes[1], row.first) << row.name;
+        for (std::size_t i = 2; i < codes.size(); ++i) {
+            EXPECT_TRUE(codes[i] == kNoMemory || codes[i] == kRefused) << row.name << ' ' << i;
+        }
+    }
+}
+
+TEST(OutOfMemory, WholeValuesFailWithCodesOfTheValueLayerOnly) {
+    CExtensions extensions;
+    extensions.push_back(CExtension(CExtValue("1.2.3.4", CBlob(40000ul)), true));
+    const CBlob der = extensions.encode();
+    const CName name(L"CN=Test,O=Org,C=RU");
+    const CBlob name_der = name.encode();
+    const std::function<void()> steps[] = {
+        [&] { static_cast<void>(extensions.encode()); },
+        [&] { CExtensions().decode(der); },
+        [&] { static_cast<void>(name.encode()); },
+        [&] { CName().decode(name_der); },
+        [&] { static_cast<void>(encodeCharString(L"text", stringTypeUTF8)); },
+        [&] { static_cast<void>(encodeCharString(L"text", stringTypeBMP)); },
+        [&] { static_cast<void>(decodeCharString(from_hex("0C0141"))); },
+        [&] { static_cast<void>(toOctetString(CBlob(40000ul))); },
+        [&] { static_cast<void>(fromOctetString(from_hex("040101"))); },
+    };
+    for (const auto& step : steps) {
+        const auto codes = codes_without_memory(step);
+        const auto number = &step - steps;
+        ASSERT_FALSE(codes.empty()) << number;
+        EXPECT_EQ(codes[0], kNoMemory) << number << ": no context to be had";
+        for (const std::uint32_t code : codes) {
+            EXPECT_TRUE(code == kNoMemory || code == kRefused) << number;
+        }
+    }
 }
 
 } // namespace

@@ -34,7 +34,8 @@ struct FakePlatform {
     std::map<HCRYPTPROV, int> references;
     std::map<HCRYPTPROV, std::size_t> positions;
     HCRYPTPROV chosen = 0;
-    int failing_index = -1;
+    int failing_index = -1; // of providers
+    int failing_type = -1;
     int enumerations = 0;
 
     static FakePlatform* current;
@@ -81,6 +82,9 @@ BOOL CryptEnumProviderTypesA(DWORD index, DWORD* reserved, DWORD flags, DWORD* t
             index, reserved, flags, type, name, size);
     }
     ++fake->enumerations;
+    if (static_cast<int>(index) == fake->failing_type) {
+        return fail(NTE_FAIL);
+    }
     for (const auto& provider : fake->providers) {
         if (provider.is_default && index-- == 0) {
             *type = provider.type;
@@ -228,6 +232,18 @@ TEST(DefaultCsp, RetriesLongNamesAndPassesOverFailingIndices) {
                           {1, std::string(600, 'n'), {kHashA}, false}};
     platform.failing_index = 1;
     EXPECT_EQ(find(platform, kHashA), 3u);
+}
+
+TEST(DefaultCsp, StopsAtATypeThatFailsAndGoesOnByNames) {
+    FakePlatform platform;
+    platform.providers = {
+        {1, "one", {kHashB}}, {2, "two", {kHashA}}, {3, "named", {kHashA}, false}};
+    EXPECT_EQ(find(platform, kHashA), 2u);
+    platform.failing_type = 1;
+    platform.enumerations = 0;
+    EXPECT_EQ(find(platform, kHashA), 2u) << "by its name";
+    // Types 0 and 1, then the names of the first two.
+    EXPECT_EQ(platform.enumerations, 4);
 }
 
 TEST(DefaultCsp, EndsWithAnExceptionWhenAProviderCannotBeAsked) {

@@ -162,12 +162,13 @@ void CSimpleStringT<T, mfc>::SetString(const T* text, int length) {
         (reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(chars_)) /
         sizeof(T);
     const bool inside = offset <= old_length;
-    if (inside && count > old_length - offset) {
-        AtlThrowImpl(kBadArgument); // more than the string holds from there on
-    }
     T* const room = PrepareWrite(length);
     if (inside) {
-        std::char_traits<T>::move(room, room + offset, count);
+        // Behind its end the string has zeros to give: its terminator, and no bytes that nobody
+        // wrote.
+        const std::size_t held = std::min(count, old_length - offset);
+        std::char_traits<T>::move(room, room + offset, held);
+        std::char_traits<T>::assign(room + held, count - held, T());
     } else {
         std::char_traits<T>::copy(room, text, count);
     }

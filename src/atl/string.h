@@ -40,7 +40,7 @@ public:
     // Keeps the buffer in its place, unshared: emptying the string leaves it where it is, and a
     // copy takes a buffer of its own.
     T* Lock();
-    // `text` may lie in this string.
+    // `text` may lie in this string; what `length` takes beyond its end is zeros.
     void SetString(const T* text, int length);
     void SetString(const T* text);
     void Empty() { SetString(nullptr, 0); }

@@ -181,6 +181,10 @@ TEST(BlobFile, TellsMissingFromUnreadable) {
     EXPECT_EQ(blob.cbData(), 0u);
     EXPECT_EQ(code_of([&] { blob.writeToFile("/nowhere/at/all"); }), 0x80070002u);
     EXPECT_EQ(code_of([&] { blob.readFromFile(L"/nowhere"); }), 0x80070002u);
+    // What can't be converted to the code page: the platform's own code.
+    const wchar_t* const none = nullptr;
+    EXPECT_EQ(code_of([&] { blob.readFromFile(none); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { blob.writeToFile(none); }), 0x80070057u);
 }
 
 TEST(StringProxy, OwnsACopyAndTakesNull) {

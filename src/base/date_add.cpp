@@ -84,6 +84,7 @@ CDateTime DateAddA(const char* interval, int count, const CDateTime& date) {
 }
 
 CDateTime DateAddW(const wchar_t* interval, int count, const CDateTime& date) {
+    // There is no character to look at behind a null pointer: it is refused as by the narrow form.
     if (!interval) {
         ATL::AtlThrowImpl(hr(0x80070057u));
     }

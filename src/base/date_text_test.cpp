@@ -102,8 +102,34 @@ TEST(XsdDateTime, ReadsWithATailOnly) {
         }
     }
     EXPECT_EQ(code_of([] { fromXsdDateTimeString("2024-01-02T12:00:00"); }), 0x8007076Du);
+    EXPECT_EQ(code_of([] { fromXsdDateTimeString("2024-13-02T12:00:00.1"); }), 0x80004005u);
     EXPECT_EQ(code_of([] { fromXsdDateTimeString("1601-01-01T01:00:00+02:00"); }), 0x80004005u);
     EXPECT_EQ(code_of([] { fromXsdDateTimeString(nullptr); }), 0x8007076Du);
+}
+
+TEST(XsdDateTime, JudgesWhatStandsBesideTheZone) {
+    struct {
+        const char* text;
+        const char* result; // null: refused
+    } const rows[] = {
+        // Beside a "Z" one colon, third from the end, goes and leaves its digits to the fraction.
+        {"2024-01-02T12:00:00Z12:34", "20240102120000.1234Z"},
+        {"2024-01-02T12:00:00Z1:234", nullptr},
+        {"2024-01-02T12:00:00Z1:2:34", nullptr},
+        {"2024-01-02T12:00:00Z+03:00", nullptr},
+        // Where both signs stand the minus decides; the plus and all before it is the fraction.
+        {"2024-01-02T12:00:00+25-01:00", "20240102130000.25Z"},
+        {"2024-01-02T12:00:00-01:00+03:00", "20240102130000Z"},
+        {"2024-01-02T12:00:00+03:00-01:00", nullptr},
+    };
+    for (const auto& row : rows) {
+        if (row.result) {
+            EXPECT_STREQ(fromXsdDateTimeString(row.text).getGeneralizedTime().c_str(), row.result)
+                << row.text;
+        } else {
+            EXPECT_EQ(code_of([&] { fromXsdDateTimeString(row.text); }), 0x8007076Du) << row.text;
+        }
+    }
 }
 
 TEST(XsdDateTime, WritesMillisecondsIfThereAreAny) {
