@@ -9,29 +9,29 @@
 #include <openssl/ess.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/extensions.h"
+#include "asn1/extension.h"
 #include "asn1/name.h"
-#include "asn1/signing_certificate_v2.h"
+#include "asn1/signing_certificate.h"
 
 namespace {
 
 using namespace Halcyon;
 using namespace Halcyon::ASN1;
 
-CBlob nameDer() {
+CBlob name_der() {
     return CName(L"C=RU,L=Moscow,O=Organization,OU=Unit,CN=Authority").encode();
 }
 
-CBlob signingCertificateDer() {
+CBlob signing_certificate_der() {
     CGeneralNames issuer(1);
-    issuer.front().put_directoryName(nameDer());
+    issuer.front().put_directoryName(name_der());
     const CIssuerSerial issuerSerial(issuer, CBigInteger(16));
     CESSCertIDv2List certs(1, CESSCertIDv2(CBlob(32ul)));
     certs.front().put_issuerSerial(&issuerSerial);
     return CAttrSigningCertificateV2(certs).get_value();
 }
 
-CBlob extensionsDer() {
+CBlob extensions_der() {
     static const unsigned char usage[] = {3, 2, 7, 0x80};
     static const unsigned char purpose[] = {0x30, 10, 6, 8, 0x2B, 6, 1, 5, 5, 7, 3, 8};
     CExtensions list;
@@ -49,7 +49,7 @@ void ours(benchmark::State& state, const CBlob& der) {
     }
 }
 
-void ourAttribute(benchmark::State& state, const CBlob& der) {
+void our_attribute(benchmark::State& state, const CBlob& der) {
     for (auto _ : state) {
         CAttrSigningCertificateV2 value(der);
         value.encode();
@@ -64,15 +64,16 @@ void theirs(benchmark::State& state, const CBlob& der, T* (*read)(T**, const uns
         const unsigned char* input = der.pbData();
         T* const value = read(nullptr, &input, static_cast<long>(der.cbData()));
         unsigned char* output = nullptr;
-        if (write(value, &output) <= 0)
+        if (write(value, &output) <= 0) {
             std::abort();
+        }
         benchmark::DoNotOptimize(output);
         OPENSSL_free(output);
         release(value);
     }
 }
 
-void freeExtensions(X509_EXTENSIONS* list) {
+void free_extensions(X509_EXTENSIONS* list) {
     sk_X509_EXTENSION_pop_free(list, X509_EXTENSION_free);
 }
 
@@ -88,10 +89,12 @@ public:
     }
 
     void Finalize() override {
-        for (const auto& [name, times] : times_)
-            if (times.size() == 2)
+        for (const auto& [name, times] : times_) {
+            if (times.size() == 2) {
                 std::printf("%-24s OpenSSL takes %.2f times our time\n", name.c_str(),
                             times.at("openssl") / times.at("chronoseal"));
+            }
+        }
     }
 
 private:
@@ -102,19 +105,19 @@ private:
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    const CBlob name = nameDer();
-    const CBlob attribute = signingCertificateDer();
-    const CBlob extensions = extensionsDer();
+    const CBlob name = name_der();
+    const CBlob attribute = signing_certificate_der();
+    const CBlob extensions = extensions_der();
     benchmark::RegisterBenchmark("name/chronoseal", ours<CName>, name);
     benchmark::RegisterBenchmark("name/openssl", theirs<X509_NAME>, name, d2i_X509_NAME,
                                  i2d_X509_NAME, X509_NAME_free);
-    benchmark::RegisterBenchmark("signing_certificate/chronoseal", ourAttribute, attribute);
+    benchmark::RegisterBenchmark("signing_certificate/chronoseal", our_attribute, attribute);
     benchmark::RegisterBenchmark("signing_certificate/openssl", theirs<ESS_SIGNING_CERT_V2>,
                                  attribute, d2i_ESS_SIGNING_CERT_V2, i2d_ESS_SIGNING_CERT_V2,
                                  ESS_SIGNING_CERT_V2_free);
     benchmark::RegisterBenchmark("extensions/chronoseal", ours<CExtensions>, extensions);
     benchmark::RegisterBenchmark("extensions/openssl", theirs<X509_EXTENSIONS>, extensions,
-                                 d2i_X509_EXTENSIONS, i2d_X509_EXTENSIONS, freeExtensions);
+                                 d2i_X509_EXTENSIONS, i2d_X509_EXTENSIONS, free_extensions);
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;

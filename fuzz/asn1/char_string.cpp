@@ -11,10 +11,12 @@ using namespace Halcyon;
 
 namespace {
 
-bool fitsIntoEveryType(const wchar_t* text) {
-    for (; *text != 0; ++text)
-        if (*text < 0 || *text > 0xFFFF || (*text >= 0xD800 && *text < 0xE000))
+bool fits_into_every_type(const wchar_t* text) {
+    for (; *text != 0; ++text) {
+        if (*text < 0 || *text > 0xFFFF || (*text >= 0xD800 && *text < 0xE000)) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -23,8 +25,9 @@ void run(const CBlob& input) {
     for (unsigned int type = ASN1::stringTypeUTF8; type <= ASN1::stringTypeUniversal; ++type) {
         const CBlob der = ASN1::encodeCharString(text.c_str(), static_cast<ASN1::StringType>(type));
         const CWStringProxy back = ASN1::decodeCharString(der);
-        if (fitsIntoEveryType(text.c_str()) && std::wcscmp(back.c_str(), text.c_str()) != 0)
+        if (fits_into_every_type(text.c_str()) && std::wcscmp(back.c_str(), text.c_str()) != 0) {
             std::abort();
+        }
     }
 }
 

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "asn1/invalidity_date.h"
-#include "asn1/signing_time.h"
+#include "asn1/typed_attribute.h"
+#include "asn1/typed_extension.h"
 #include "base/atl_exception.h"
 
 using namespace Halcyon;
@@ -18,24 +18,26 @@ CBlob element(unsigned char tag, const std::string& text) {
     return CBlob(reinterpret_cast<const unsigned char*>(der.data()), der.size());
 }
 
-void runTime(const CBlob& der) {
+void run_time(const CBlob& der) {
     try {
         const ASN1::CAttrSigningTime time(der);
         const ASN1::CAttrSigningTime written(time.get_time());
-        if (ASN1::CAttrSigningTime(written.get_value()).get_time() != time.get_time())
+        if (ASN1::CAttrSigningTime(written.get_value()).get_time() != time.get_time()) {
             std::abort();
+        }
     } catch (const ATL::CAtlException&) {
     }
 }
 
-void runDate(const CBlob& der) {
+void run_date(const CBlob& der) {
     try {
         const ASN1::CExtInvalidityDate date(der);
         const ASN1::CExtInvalidityDate written(date.get_invalidityDate());
         const ASN1::CExtInvalidityDate back(written.get_value());
         if (back.get_invalidityDate() > date.get_invalidityDate() ||
-            back.get_value() != written.get_value())
+            back.get_value() != written.get_value()) {
             std::abort();
+        }
     } catch (const ATL::CAtlException&) {
     }
 }
@@ -44,8 +46,8 @@ void runDate(const CBlob& der) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size < 127 ? size : 127);
-    runTime(element(23, text));
-    runTime(element(24, text));
-    runDate(element(24, text));
+    run_time(element(23, text));
+    run_time(element(24, text));
+    run_date(element(24, text));
     return 0;
 }

@@ -16,8 +16,9 @@ void compare(const ASN1::CPKIFreeTextString& before, const ASN1::CPKIFreeTextStr
     const std::size_t added = std::wcslen(after.get_value()) - std::wcslen(before.get_value());
     const bool marked = before.get_language() != ASN1::CLanguageTagDefaultRead();
     if (marked != (added != 0) || after.get_language() != before.get_language() ||
-        std::wcscmp(after.get_value() + added, before.get_value()) != 0)
+        std::wcscmp(after.get_value() + added, before.get_value()) != 0) {
         std::abort();
+    }
 }
 
 void run(const CBlob& input) {
@@ -27,11 +28,13 @@ void run(const CBlob& input) {
     back.decode(info.encode());
     if (back.get_pkiStatus() != info.get_pkiStatus() ||
         back.get_failureInfo() != info.get_failureInfo() ||
-        back.get_statusString().size() != info.get_statusString().size())
+        back.get_statusString().size() != info.get_statusString().size()) {
         std::abort();
+    }
     auto after = back.get_statusString().begin();
-    for (const ASN1::CPKIFreeTextString& before : info.get_statusString())
+    for (const ASN1::CPKIFreeTextString& before : info.get_statusString()) {
         compare(before, *after++);
+    }
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "asn1/general_names.h"
+#include "asn1/general_name.h"
 #include "base/atl_exception.h"
 
 using namespace Halcyon;
@@ -18,8 +18,9 @@ void run(const CBlob& input) {
         const CBlob der = value.encode();
         Value back;
         back.decode(der);
-        if (!(back == value) || back.encode() != der)
+        if (!(back == value) || back.encode() != der) {
             std::abort();
+        }
     } catch (const ATL::CAtlException&) {
     }
 }

@@ -16,8 +16,9 @@ void run(const CBlob& input) {
     const CBlob der = name.encode();
     ASN1::CName back;
     back.decode(der);
-    if (back.encode() != der)
+    if (back.encode() != der) {
         std::abort();
+    }
     back.toString();
 }
 

@@ -19,11 +19,13 @@ void run(const wchar_t* text) {
     const CBlob der = name.encode();
     ASN1::CName back;
     back.decode(der);
-    if (back.encode() != der)
+    if (back.encode() != der) {
         std::abort();
+    }
     const ASN1::CName again(back.toString().c_str());
-    if (std::wcscmp(again.toString().c_str(), back.toString().c_str()) != 0)
+    if (std::wcscmp(again.toString().c_str(), back.toString().c_str()) != 0) {
         std::abort();
+    }
 }
 
 } // namespace

@@ -2,25 +2,36 @@
 
 #include <cstring>
 
-#include "asn1/access_description_traits.h"
-#include "asn1/codec.h"
 #include "asn1/general_name_traits.h"
 #include "asn1/object_identifier.h"
+#include "asn1data/pkix1_implicit.h"
 
 namespace Halcyon::ASN1 {
 
-CAccessDescription::CAccessDescription() : accessMethod_("") {}
+// AccessDescription ::= SEQUENCE {
+//     accessMethod    OBJECT IDENTIFIER,
+//     accessLocation  GeneralName }
 
-CAccessDescription::CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation)
-    : accessMethod_(accessMethod), accessLocation_(accessLocation) {}
+struct ASN1T_AccessDescription_traits
+    : RecordTraits<asn1data::ASN1T_AccessDescription, asn1data::ASN1C_AccessDescription,
+                   asn1data::asn1Copy_AccessDescription> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAccessDescription& value) {
+        ASN1TObjId_traits::set(ctxt, record.accessMethod, value.get_accessMethod());
+        ASN1T_GeneralName_traits::set(ctxt, record.accessLocation, value.get_accessLocation());
+    }
 
-void CAccessDescription::put_accessMethod(const char* accessMethod) {
-    accessMethod_ = CStringProxy(accessMethod);
-}
+    static void get(const ASN1_T& record, CAccessDescription& value) {
+        value.put_accessMethod(toOID(record.accessMethod).c_str());
+        CGeneralName location;
+        ASN1T_GeneralName_traits::get(record.accessLocation, location);
+        value.put_accessLocation(location);
+    }
+};
 
-void CAccessDescription::put_accessLocation(const CGeneralName& accessLocation) {
-    accessLocation_ = accessLocation;
-}
+using ASN1T_AuthorityInfoAccessSyntax_traits =
+    ListTypeTraits<asn1data::ASN1T_AuthorityInfoAccessSyntax,
+                   asn1data::ASN1C_AuthorityInfoAccessSyntax, kTagSequenceOf,
+                   ASN1T_AccessDescription_traits, CAccessDescription, CAuthorityInfoAccessSyntax>;
 
 bool operator==(const CAccessDescription& a, const CAccessDescription& b) noexcept {
     return std::strcmp(a.get_accessMethod(), b.get_accessMethod()) == 0 &&
@@ -41,27 +52,6 @@ CBlob CAuthorityInfoAccessSyntax::encode() const {
 
 void CAuthorityInfoAccessSyntax::decode(const CBlob& der) {
     asn1Decode<ASN1T_AuthorityInfoAccessSyntax_traits, CAuthorityInfoAccessSyntax>(der, *this);
-}
-
-// AccessDescription ::= SEQUENCE {
-//     accessMethod    OBJECT IDENTIFIER,
-//     accessLocation  GeneralName }
-
-void ASN1T_AccessDescription_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                         const CAccessDescription& value) {
-    ASN1TObjId_traits::set(ctxt, record.accessMethod, value.get_accessMethod());
-    ASN1T_GeneralName_traits::set(ctxt, record.accessLocation, value.get_accessLocation());
-}
-
-void ASN1T_AccessDescription_traits::get(const ASN1_T& record, CAccessDescription& value) {
-    value.put_accessMethod(toOID(record.accessMethod).c_str());
-    CGeneralName location;
-    ASN1T_GeneralName_traits::get(record.accessLocation, location);
-    value.put_accessLocation(location);
-}
-
-void ASN1T_AccessDescription_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_AccessDescription(ctxt, &from, &to);
 }
 
 } // namespace Halcyon::ASN1

@@ -11,13 +11,16 @@ namespace Halcyon::ASN1 {
 // The method is dotted text. It is checked when it is encoded.
 class CAccessDescription {
 public:
-    CAccessDescription();
-    CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation);
+    CAccessDescription() : accessMethod_("") {}
+    CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation)
+        : accessMethod_(accessMethod), accessLocation_(accessLocation) {}
 
     const char* get_accessMethod() const noexcept { return accessMethod_.c_str(); }
     const CGeneralName& get_accessLocation() const noexcept { return accessLocation_; }
-    void put_accessMethod(const char* accessMethod);
-    void put_accessLocation(const CGeneralName& accessLocation);
+    void put_accessMethod(const char* accessMethod) { accessMethod_ = CStringProxy(accessMethod); }
+    void put_accessLocation(const CGeneralName& accessLocation) {
+        accessLocation_ = accessLocation;
+    }
 
     // The DER. Throws 0x80070057 for a method that is no identifier, and as `CGeneralName`.
     CBlob encode() const;

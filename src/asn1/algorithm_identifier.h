@@ -3,18 +3,19 @@
 
 #include "base/blob.h"
 #include "base/string_proxy.h"
+#include "visibility/visibility.h"
 
 namespace Halcyon::ASN1 {
 
 // The identifier is dotted text, the parameters are the complete DER of their value. Empty
 // parameters are absent ones, and aren't the same as an explicit NULL (05 00). A value that owns
 // its data.
-class CAlgorithmIdentifier {
+class CHRONOSEAL_API CAlgorithmIdentifier {
 public:
     CAlgorithmIdentifier();
     // Without parameters. The text isn't checked before it is encoded.
     explicit CAlgorithmIdentifier(const char* oid);
-    CAlgorithmIdentifier(const CAlgorithmIdentifier& other);
+    CAlgorithmIdentifier(const CAlgorithmIdentifier& other) = default;
     CAlgorithmIdentifier& operator=(const CAlgorithmIdentifier& other);
     virtual ~CAlgorithmIdentifier();
 
@@ -42,7 +43,8 @@ private:
 };
 
 // Texts and parameters byte for byte; neither is normalised.
-bool operator==(const CAlgorithmIdentifier& a, const CAlgorithmIdentifier& b) noexcept;
+CHRONOSEAL_API bool operator==(const CAlgorithmIdentifier& a,
+                               const CAlgorithmIdentifier& b) noexcept;
 inline bool operator!=(const CAlgorithmIdentifier& a, const CAlgorithmIdentifier& b) noexcept {
     return !(a == b);
 }

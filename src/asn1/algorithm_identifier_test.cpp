@@ -9,17 +9,17 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-constexpr char sha1[] = "1.3.14.3.2.26";
-constexpr char sha256[] = "2.16.840.1.101.3.4.2.1";
+constexpr char kSha1[] = "1.3.14.3.2.26";
+constexpr char kSha256[] = "2.16.840.1.101.3.4.2.1";
 
-CAlgorithmIdentifier withParameters(const char* oid, const char* der) {
+CAlgorithmIdentifier with_parameters(const char* oid, const char* der) {
     CAlgorithmIdentifier value(oid);
-    value.put_parameters(fromHex(der));
+    value.put_parameters(from_hex(der));
     return value;
 }
 
-std::string throughX509Algor(const CBlob& der) {
-    return throughOpenSSL<X509_ALGOR>(der, d2i_X509_ALGOR, i2d_X509_ALGOR, X509_ALGOR_free);
+std::string through_x509_algor(const CBlob& der) {
+    return through_openssl<X509_ALGOR>(der, d2i_X509_ALGOR, i2d_X509_ALGOR, X509_ALGOR_free);
 }
 
 TEST(AlgorithmIdentifier, RoundTripsWithAndWithoutParameters) {
@@ -27,15 +27,15 @@ TEST(AlgorithmIdentifier, RoundTripsWithAndWithoutParameters) {
         CAlgorithmIdentifier value;
         const char* der;
     } const rows[] = {
-        {CAlgorithmIdentifier(sha256), "300B0609608648016503040201"},
-        {withParameters(sha256, "0500"), "300D06096086480165030402010500"},
-        {withParameters(sha1, "0500"), "300906052B0E03021A0500"},
-        {withParameters("1.2.3.4", "0C0141"), "300806032A03040C0141"},
+        {CAlgorithmIdentifier(kSha256), "300B0609608648016503040201"},
+        {with_parameters(kSha256, "0500"), "300D06096086480165030402010500"},
+        {with_parameters(kSha1, "0500"), "300906052B0E03021A0500"},
+        {with_parameters("1.2.3.4", "0C0141"), "300806032A03040C0141"},
     };
     for (const auto& row : rows) {
         const CBlob der = row.value.encode();
-        EXPECT_EQ(toHex(der), row.der);
-        EXPECT_EQ(throughX509Algor(der), row.der);
+        EXPECT_EQ(to_hex(der), row.der);
+        EXPECT_EQ(through_x509_algor(der), row.der);
         CAlgorithmIdentifier back;
         back.decode(der);
         EXPECT_TRUE(back == row.value) << row.der;
@@ -45,48 +45,49 @@ TEST(AlgorithmIdentifier, RoundTripsWithAndWithoutParameters) {
 TEST(AlgorithmIdentifier, EqualityDoesNotNormalise) {
     EXPECT_TRUE(CAlgorithmIdentifier("1.2.840") == CAlgorithmIdentifier("1.2.840"));
     EXPECT_TRUE(CAlgorithmIdentifier("1.2.840") != CAlgorithmIdentifier("1.2.0840"));
-    EXPECT_TRUE(CAlgorithmIdentifier(sha256) != withParameters(sha256, "0500"));
+    EXPECT_TRUE(CAlgorithmIdentifier(kSha256) != with_parameters(kSha256, "0500"));
 }
 
 TEST(AlgorithmIdentifier, RefusesWhatIsNoIdentifierAndKnownParametersThatDoNotFit) {
-    EXPECT_EQ(codeThrownBy([] { CAlgorithmIdentifier("sha256").encode(); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { CAlgorithmIdentifier().encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CAlgorithmIdentifier("sha256").encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CAlgorithmIdentifier().encode(); }), 0x80093101u);
     // The parameters of id-GostR3411-94 are an identifier or NULL.
-    EXPECT_EQ(codeThrownBy([] { withParameters("1.2.643.2.2.19", "0C0141").encode(); }),
+    EXPECT_EQ(code_thrown_by([] { with_parameters("1.2.643.2.2.19", "0C0141").encode(); }),
               0x80093101u);
-    CAlgorithmIdentifier value(sha1);
-    for (const char* der : {"", "3000", "310706052B0E03021A", "300806052B0E03021A", "0500"})
-        EXPECT_EQ(codeThrownBy([&] { value.decode(fromHex(der)); }), 0x80093101u) << der;
-    EXPECT_STREQ(value.get_algorithm(), sha1);
+    CAlgorithmIdentifier value(kSha1);
+    for (const char* der : {"", "3000", "310706052B0E03021A", "300806052B0E03021A", "0500"}) {
+        EXPECT_EQ(code_thrown_by([&] { value.decode(from_hex(der)); }), 0x80093101u) << der;
+    }
+    EXPECT_STREQ(value.get_algorithm(), kSha1);
 }
 
 TEST(AlgorithmIdentifier, SwapAndAssignmentExchangeBothFields) {
-    CAlgorithmIdentifier a = withParameters(sha1, "0500");
-    CAlgorithmIdentifier b(sha256);
+    CAlgorithmIdentifier a = with_parameters(kSha1, "0500");
+    CAlgorithmIdentifier b(kSha256);
     a.swap(b);
-    EXPECT_TRUE(a == CAlgorithmIdentifier(sha256));
-    EXPECT_TRUE(b == withParameters(sha1, "0500"));
+    EXPECT_TRUE(a == CAlgorithmIdentifier(kSha256));
+    EXPECT_TRUE(b == with_parameters(kSha1, "0500"));
     const CAlgorithmIdentifier& same = b;
     b = same;
-    EXPECT_TRUE(b == withParameters(sha1, "0500"));
+    EXPECT_TRUE(b == with_parameters(kSha1, "0500"));
     b = a;
     EXPECT_TRUE(b == a);
 }
 
 TEST(AlgorithmIdentifierEx, CachedNumberDoesNotOutliveItsIdentifier) {
-    CAlgorithmIdentifierEx value(sha1);
-    value.put_parameters(fromHex("0500"));
+    CAlgorithmIdentifierEx value(kSha1);
+    value.put_parameters(from_hex("0500"));
     value.cachedAlgId = 0x8004;
-    value.put_algorithm(sha1);
+    value.put_algorithm(kSha1);
     EXPECT_EQ(value.cachedAlgId, 0x8004u);
-    value.put_algorithm(sha256);
+    value.put_algorithm(kSha256);
     EXPECT_EQ(value.cachedAlgId, 0u);
-    EXPECT_EQ(toHex(*value.get_parameters()), "0500");
+    EXPECT_EQ(to_hex(*value.get_parameters()), "0500");
 
     value.cachedAlgId = 0x800C;
-    value.decode(CAlgorithmIdentifier(sha256).encode());
+    value.decode(CAlgorithmIdentifier(kSha256).encode());
     EXPECT_EQ(value.cachedAlgId, 0x800Cu);
-    value.decode(CAlgorithmIdentifier(sha1).encode());
+    value.decode(CAlgorithmIdentifier(kSha1).encode());
     EXPECT_EQ(value.cachedAlgId, 0u);
     EXPECT_EQ(value.get_parameters()->cbData(), 0u);
 }

@@ -1,13 +1,44 @@
-// CAttribute: an attribute's type with its values (RFC 5652, 5.3).
+// CAttrValue, CAttribute and CAttributes: an attribute's type with one value, with its values, and
+// the list of such, for example the signed attributes of a CMS signer (RFC 5652, 5.3).
 #pragma once
 
-#include <memory>
+#include <list>
+#include <string>
 
-#include "asn1/attr_value.h"
+#include "asn1/owned.h"
+#include "base/blob.h"
+#include "base/string_proxy.h"
 
 namespace Halcyon::ASN1 {
 
-struct AttributeBlock;
+// The type is dotted text, the value is DER. Not polymorphic: a typed attribute that is copied into
+// one keeps its encoded form only.
+class CAttrValue {
+public:
+    CAttrValue() : oid_("") {}
+    explicit CAttrValue(const char* oid) : oid_(oid) {}
+    CAttrValue(const char* oid, const CBlob& value) : oid_(oid), value_(value) {}
+
+    const char* get_oid() const noexcept { return oid_.c_str(); }
+    const CBlob& get_value() const noexcept { return value_; }
+    CBlob& value() noexcept { return value_; }
+
+private:
+    CStringProxy oid_;
+    CBlob value_;
+};
+
+// Type and value byte for byte.
+bool operator==(const CAttrValue& a, const CAttrValue& b) noexcept;
+inline bool operator!=(const CAttrValue& a, const CAttrValue& b) noexcept {
+    return !(a == b);
+}
+
+// In the order of the encoding or of insertion. Equal pairwise in that order.
+class CAttrValueList : public std::list<CAttrValue> {
+public:
+    using std::list<CAttrValue>::list;
+};
 
 // The values stand in the order of the encoding or of insertion and compare in that order, although
 // they are a SET. Owns all its data.
@@ -16,25 +47,22 @@ public:
     using iterator = CAttrValueList::iterator;
     using const_iterator = CAttrValueList::const_iterator;
 
-    CAttribute();
-    explicit CAttribute(const char* oid);
-    CAttribute(const CAttribute& other);
-    CAttribute& operator=(const CAttribute& other);
-    ~CAttribute();
+    CAttribute() = default;
+    explicit CAttribute(const char* oid) { block_->oid = oid ? oid : ""; }
 
-    const char* get_oid() const noexcept;
-    iterator begin() noexcept;
-    iterator end() noexcept;
-    const_iterator begin() const noexcept;
-    const_iterator end() const noexcept;
-    unsigned long size() const noexcept;
+    const char* get_oid() const noexcept { return block_->oid.c_str(); }
+    iterator begin() noexcept { return block_->values.begin(); }
+    iterator end() noexcept { return block_->values.end(); }
+    const_iterator begin() const noexcept { return block_->values.begin(); }
+    const_iterator end() const noexcept { return block_->values.end(); }
+    unsigned long size() const noexcept { return block_->values.size(); }
 
     // Appends a value of the attribute's own type.
-    void add(const CBlob& value);
+    void add(const CBlob& value) { add(CAttrValue(get_oid(), value)); }
     // Appends a copy with the type that it brings along, unchecked. The encoding knows only the
     // type of the attribute.
-    void add(const CAttrValue& value);
-    void erase(iterator position);
+    void add(const CAttrValue& value) { block_->values.push_back(value); }
+    void erase(iterator position) { block_->values.erase(position); }
 
     // The DER, in which the values are sorted. Throws 0x80070057 for a type that is no identifier,
     // and 0x80093101 if a value doesn't fit a known type.
@@ -43,12 +71,35 @@ public:
     void decode(const CBlob& der);
 
 private:
-    std::unique_ptr<AttributeBlock> block_;
+    struct Block {
+        CAttrValueList values;
+        std::string oid;
+    };
+
+    Owned<Block> block_{std::in_place};
 };
 
 bool operator==(const CAttribute& a, const CAttribute& b) noexcept;
 inline bool operator!=(const CAttribute& a, const CAttribute& b) noexcept {
     return !(a == b);
 }
+
+// In the order of the encoding or of insertion. Nothing prevents two attributes of one type.
+class CAttributes : public std::list<CAttribute> {
+public:
+    using std::list<CAttribute>::list;
+
+    // The first attribute of that type, by the exact text, or `end()`.
+    iterator find(const char* oid);
+    const_iterator find(const char* oid) const;
+    // Removes the first attribute of that type, if there is one.
+    void erase(const char* oid);
+    using std::list<CAttribute>::erase;
+
+    // The DER of the SET, sorted. Throws as `CAttribute::encode`.
+    CBlob encode() const;
+    // Replaces the list. Throws 0x80093101.
+    void decode(const CBlob& der);
+};
 
 } // namespace Halcyon::ASN1

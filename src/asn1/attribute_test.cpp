@@ -1,23 +1,22 @@
-#include "asn1/attributes.h"
+#include "asn1/attribute.h"
 
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
-#include "asn1/content_type.h"
-#include "asn1/message_digest.h"
-#include "asn1/signing_time.h"
-#include "asn1/string_attribute.h"
+#include "asn1/signing_certificate.h"
 #include "asn1/test_blob.h"
+#include "asn1/typed_attribute.h"
+#include "asn1/typed_extension.h"
 
 namespace Halcyon::ASN1 {
 namespace {
 
-std::string throughX509Attribute(const CBlob& der) {
-    return throughOpenSSL<X509_ATTRIBUTE>(der, d2i_X509_ATTRIBUTE, i2d_X509_ATTRIBUTE,
-                                          X509_ATTRIBUTE_free);
+std::string through_x509_attribute(const CBlob& der) {
+    return through_openssl<X509_ATTRIBUTE>(der, d2i_X509_ATTRIBUTE, i2d_X509_ATTRIBUTE,
+                                           X509_ATTRIBUTE_free);
 }
 
-CAttribute attributeOf(const CAttrValue& value) {
+CAttribute attribute_of(const CAttrValue& value) {
     CAttribute attribute(value.get_oid());
     attribute.add(value);
     return attribute;
@@ -25,20 +24,20 @@ CAttribute attributeOf(const CAttrValue& value) {
 
 TEST(Attribute, RoundTripsThroughOpenSSL) {
     CAttribute unknown("1.2.3.4");
-    unknown.add(fromHex("020105"));
-    unknown.add(fromHex("0500"));
+    unknown.add(from_hex("020105"));
+    unknown.add(from_hex("0500"));
     const CAttribute rows[] = {
         unknown,
-        attributeOf(CAttrContentType("1.2.840.113549.1.9.16.1.4")),
-        attributeOf(CAttrSigningTime(CDateTime(2024, 1, 2, 3, 4, 5, 0, 0))),
-        attributeOf(CAttrCommonName("Test")),
+        attribute_of(CAttrContentType("1.2.840.113549.1.9.16.1.4")),
+        attribute_of(CAttrSigningTime(CDateTime(2024, 1, 2, 3, 4, 5, 0, 0))),
+        attribute_of(CAttrCommonName("Test")),
     };
     for (const CAttribute& attribute : rows) {
         const CBlob der = attribute.encode();
-        EXPECT_EQ(throughX509Attribute(der), toHex(der)) << attribute.get_oid();
+        EXPECT_EQ(through_x509_attribute(der), to_hex(der)) << attribute.get_oid();
         CAttribute back;
         back.decode(der);
-        EXPECT_TRUE(back == attribute) << toHex(der);
+        EXPECT_TRUE(back == attribute) << to_hex(der);
     }
 }
 
@@ -47,24 +46,26 @@ TEST(Attribute, ReadsWhatOpenSSLWrites) {
     X509_ATTRIBUTE* const made = X509_ATTRIBUTE_create_by_NID(
         nullptr, NID_pkcs9_messageDigest, V_ASN1_OCTET_STRING, digest, sizeof digest);
     CAttribute attribute;
-    attribute.decode(writtenByOpenSSL(made, i2d_X509_ATTRIBUTE));
+    attribute.decode(written_by_openssl(made, i2d_X509_ATTRIBUTE));
     X509_ATTRIBUTE_free(made);
     EXPECT_STREQ(attribute.get_oid(), "1.2.840.113549.1.9.4");
     ASSERT_EQ(attribute.size(), 1u);
     const CAttrMessageDigest value(attribute.begin()->get_value());
-    EXPECT_EQ(toHex(value.get_messageDigest()), "010203");
+    EXPECT_EQ(to_hex(value.get_messageDigest()), "010203");
 }
 
 TEST(Attribute, ValuesCompareInOrderAlthoughTheEncodingSorts) {
     CAttribute a("1.2.3.4");
     CAttribute b("1.2.3.4");
-    for (const char* der : {"020105", "020102"})
-        a.add(fromHex(der));
-    for (const char* der : {"020102", "020105"})
-        b.add(fromHex(der));
+    for (const char* der : {"020105", "020102"}) {
+        a.add(from_hex(der));
+    }
+    for (const char* der : {"020102", "020105"}) {
+        b.add(from_hex(der));
+    }
     EXPECT_TRUE(a != b);
-    EXPECT_EQ(toHex(a.encode()), toHex(b.encode()));
-    EXPECT_EQ(toHex(a.encode()), "300D06032A03043106020102020105");
+    EXPECT_EQ(to_hex(a.encode()), to_hex(b.encode()));
+    EXPECT_EQ(to_hex(a.encode()), "300D06032A03043106020102020105");
     a.erase(a.begin());
     EXPECT_TRUE(a != b);
     EXPECT_EQ(a.size(), 1u);
@@ -72,7 +73,7 @@ TEST(Attribute, ValuesCompareInOrderAlthoughTheEncodingSorts) {
 
 TEST(Attribute, EncodingKnowsOnlyTheTypeOfTheAttribute) {
     CAttribute attribute("1.2.3.4");
-    attribute.add(CAttrValue("1.2.3.5", fromHex("0500")));
+    attribute.add(CAttrValue("1.2.3.5", from_hex("0500")));
     EXPECT_STREQ(attribute.begin()->get_oid(), "1.2.3.5");
     CAttribute back;
     back.decode(attribute.encode());
@@ -82,11 +83,11 @@ TEST(Attribute, EncodingKnowsOnlyTheTypeOfTheAttribute) {
 
 TEST(Attribute, CopiesAreDeep) {
     CAttribute a("1.2.3.4");
-    a.add(fromHex("0500"));
+    a.add(from_hex("0500"));
     CAttribute b(a);
     CAttribute c;
     c = a;
-    a.add(fromHex("0500"));
+    a.add(from_hex("0500"));
     EXPECT_EQ(b.size() + c.size(), 2u);
     const CAttribute& same = c;
     c = same;
@@ -95,13 +96,14 @@ TEST(Attribute, CopiesAreDeep) {
 
 TEST(Attribute, KnownTypeWithAValueThatDoesNotFitIsRefused) {
     CAttribute digest("1.2.840.113549.1.9.4");
-    digest.add(fromHex("0500"));
-    EXPECT_EQ(codeThrownBy([&] { digest.encode(); }), 0x80093101u);
+    digest.add(from_hex("0500"));
+    EXPECT_EQ(code_thrown_by([&] { digest.encode(); }), 0x80093101u);
     CAttribute unnamed;
-    unnamed.add(fromHex("0500"));
-    EXPECT_EQ(codeThrownBy([&] { unnamed.encode(); }), 0x80070057u);
+    unnamed.add(from_hex("0500"));
+    EXPECT_EQ(code_thrown_by([&] { unnamed.encode(); }), 0x80070057u);
     CAttribute kept("1.2.3");
-    EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex("300806032A030405003100")); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { kept.decode(from_hex("300806032A030405003100")); }),
+              0x80093101u);
     EXPECT_STREQ(kept.get_oid(), "1.2.3");
 }
 
@@ -122,56 +124,56 @@ TEST(Attributes, FindAndEraseTakeTheFirstOfAType) {
 
 TEST(Attributes, RoundTripAsASortedSet) {
     CAttributes attributes;
-    attributes.push_back(attributeOf(CAttrCommonName("Test")));
-    attributes.push_back(attributeOf(CAttrContentType("1.2.840.113549.1.7.1")));
-    attributes.push_back(attributeOf(CAttrValue("1.2.3", fromHex("0500"))));
+    attributes.push_back(attribute_of(CAttrCommonName("Test")));
+    attributes.push_back(attribute_of(CAttrContentType("1.2.840.113549.1.7.1")));
+    attributes.push_back(attribute_of(CAttrValue("1.2.3", from_hex("0500"))));
     const CBlob der = attributes.encode();
     CAttributes back;
     back.decode(der);
     ASSERT_EQ(back.size(), 3u);
     EXPECT_TRUE(*back.find("2.5.4.3") == *attributes.find("2.5.4.3"));
     EXPECT_STREQ(back.front().get_oid(), "1.2.3");
-    EXPECT_EQ(toHex(back.encode()), toHex(der));
+    EXPECT_EQ(to_hex(back.encode()), to_hex(der));
     EXPECT_EQ(der.pbData()[0], 0x31);
-    EXPECT_EQ(toHex(CAttributes().encode()), "3100");
+    EXPECT_EQ(to_hex(CAttributes().encode()), "3100");
 }
 
 TEST(SigningTime, KeepsBothFormsInStep) {
     CAttrSigningTime time(CDateTime(2049, 12, 31, 23, 59, 59, 500, 0));
     EXPECT_STREQ(time.get_oid(), "1.2.840.113549.1.9.5");
-    EXPECT_EQ(toHex(time.get_value()), "170D3439313233313233353935395A");
+    EXPECT_EQ(to_hex(time.get_value()), "170D3439313233313233353935395A");
     EXPECT_EQ(time.get_time().millisecond(), 500u);
     time.put_time(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0));
-    EXPECT_EQ(toHex(time.get_value()), "180F32303530303130313030303030305A");
+    EXPECT_EQ(to_hex(time.get_value()), "180F32303530303130313030303030305A");
     CAttrSigningTime copy(time);
-    copy.value() = fromHex("170D3234303130313030303030305A");
+    copy.value() = from_hex("170D3234303130313030303030305A");
     copy.decode();
     EXPECT_EQ(copy.get_time(), CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
     EXPECT_EQ(time.get_time().year(), 2050u);
     copy = time;
     EXPECT_EQ(copy.get_time().year(), 2050u);
-    EXPECT_EQ(codeThrownBy([] { CAttrSigningTime bad(fromHex("0500")); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CAttrSigningTime bad(from_hex("0500")); }), 0x80093101u);
 }
 
 TEST(ContentType, KeepsBothFormsInStep) {
     CAttrContentType type("1.2.3");
-    EXPECT_EQ(toHex(type.get_value()), "06022A03");
+    EXPECT_EQ(to_hex(type.get_value()), "06022A03");
     type.put_contentType("1.2.4");
-    EXPECT_EQ(toHex(type.get_value()), "06022A04");
-    EXPECT_STREQ(CAttrContentType(fromHex("06022A05")).get_contentType(), "1.2.5");
-    EXPECT_EQ(codeThrownBy([] { CAttrContentType bad("x"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { CAttrContentType bad("5"); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { CAttrContentType bad(fromHex("04022A05")); }), 0x80093101u);
+    EXPECT_EQ(to_hex(type.get_value()), "06022A04");
+    EXPECT_STREQ(CAttrContentType(from_hex("06022A05")).get_contentType(), "1.2.5");
+    EXPECT_EQ(code_thrown_by([] { CAttrContentType bad("x"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { CAttrContentType bad("5"); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CAttrContentType bad(from_hex("04022A05")); }), 0x80093101u);
 }
 
 TEST(MessageDigest, KeepsBothFormsInStep) {
     CAttrMessageDigest digest;
     EXPECT_EQ(digest.get_value().cbData(), 0u);
-    EXPECT_EQ(codeThrownBy([&] { digest.decode(); }), 0x80093101u);
-    digest.put_messageDigest(fromHex("0102"));
-    EXPECT_EQ(toHex(digest.get_value()), "04020102");
-    EXPECT_EQ(toHex(CAttrMessageDigest(fromHex("0403010203")).get_messageDigest()), "010203");
-    EXPECT_EQ(codeThrownBy([] { CAttrMessageDigest bad(fromHex("0404010203")); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { digest.decode(); }), 0x80093101u);
+    digest.put_messageDigest(from_hex("0102"));
+    EXPECT_EQ(to_hex(digest.get_value()), "04020102");
+    EXPECT_EQ(to_hex(CAttrMessageDigest(from_hex("0403010203")).get_messageDigest()), "010203");
+    EXPECT_EQ(code_thrown_by([] { CAttrMessageDigest bad(from_hex("0404010203")); }), 0x80093101u);
 }
 
 TEST(StringAttribute, TakesItsTypeFromTheRegister) {
@@ -198,10 +200,77 @@ TEST(StringAttribute, TakesItsTypeFromTheRegister) {
     };
     for (const auto& row : rows) {
         EXPECT_STREQ(row.value.get_oid(), row.oid);
-        EXPECT_EQ(toHex(row.value.get_value()), row.der) << row.oid;
+        EXPECT_EQ(to_hex(row.value.get_value()), row.der) << row.oid;
     }
-    EXPECT_EQ(codeThrownBy([] { CAttrCommonName bad(std::string(32769, 'x').c_str()); }),
+    EXPECT_EQ(code_thrown_by([] { CAttrCommonName bad(std::string(32769, 'x').c_str()); }),
               0x80070057u);
+}
+
+// A copy and an assignment take both forms along, and share neither.
+template <class Typed, class Change>
+void expect_whole_copies(const Typed& value, Typed other, Change change) {
+    ASSERT_NE(to_hex(value.get_value()), to_hex(other.get_value()));
+    other = value;
+    Typed copy(value);
+    for (Typed* const taken : {&other, &copy}) {
+        EXPECT_STREQ(taken->get_oid(), value.get_oid());
+        EXPECT_EQ(to_hex(taken->get_value()), to_hex(value.get_value()));
+        const CBlob before = taken->get_value();
+        taken->encode();
+        EXPECT_TRUE(taken->get_value() == before);
+        change(*taken);
+        EXPECT_FALSE(taken->get_value() == value.get_value());
+    }
+}
+
+TEST(TypedAttribute, CopiesAndAssignmentsTakeBothForms) {
+    expect_whole_copies(CAttrContentType("1.2.3"), CAttrContentType("1.2.4"),
+                        [](auto& value) { value.put_contentType("1.2.5"); });
+    CAttrMessageDigest digest;
+    digest.put_messageDigest(from_hex("0102"));
+    expect_whole_copies(digest, CAttrMessageDigest(),
+                        [](auto& value) { value.put_messageDigest(from_hex("03")); });
+    const CDateTime now(2024, 1, 1, 0, 0, 0, 0, 0);
+    const CDateTime later(2051, 1, 1, 0, 0, 0, 0, 0);
+    expect_whole_copies(CAttrSigningTime(now), CAttrSigningTime(later),
+                        [&](auto& value) { value.put_time(later); });
+    const CESSCertIDList ids(1, CESSCertID(from_hex("01")));
+    expect_whole_copies(CAttrSigningCertificate(ids), CAttrSigningCertificate(),
+                        [](auto& value) { value.put_certs(CESSCertIDList()); });
+    const CESSCertIDv2List ids2(1, CESSCertIDv2(from_hex("01")));
+    expect_whole_copies(CAttrSigningCertificateV2(ids2), CAttrSigningCertificateV2(),
+                        [](auto& value) { value.put_certs(CESSCertIDv2List()); });
+    const COtherCertIDList others(1, COtherCertID(from_hex("01")));
+    expect_whole_copies(CAttrOtherSigningCertificate(others), CAttrOtherSigningCertificate(),
+                        [](auto& value) { value.put_certs(COtherCertIDList()); });
+}
+
+TEST(TypedExtension, CopiesAndAssignmentsTakeBothForms) {
+    expect_whole_copies(CExtCRLReason(crlReasonSuperseded), CExtCRLReason(),
+                        [](auto& value) { value.put_reason(crlReasonUnspecified); });
+    expect_whole_copies(CExtHoldInstructionCode("1.2.3"), CExtHoldInstructionCode(),
+                        [](auto& value) { value.put_code("1.2.5"); });
+    const CDateTime now(2024, 1, 1, 0, 0, 0, 0, 0);
+    const CDateTime later(2051, 1, 1, 0, 0, 0, 0, 0);
+    expect_whole_copies(CExtInvalidityDate(now), CExtInvalidityDate(),
+                        [&](auto& value) { value.put_invalidityDate(later); });
+    expect_whole_copies(CExtCertificateIssuer(CGeneralNames()), CExtCertificateIssuer(),
+                        [](auto& value) {
+                            CGeneralNames names(1);
+                            names.front().put_dNSName(L"a");
+                            value.put_issuer(names);
+                        });
+    expect_whole_copies(CExtPrivateKeyUsagePeriod(&now, &later),
+                        CExtPrivateKeyUsagePeriod(nullptr, nullptr),
+                        [](auto& value) { value.put_notAfter(nullptr); });
+}
+
+TEST(Attribute, MovedFromAttributeIsWhole) {
+    CAttribute attribute("1.2.3");
+    attribute.add(from_hex("0500"));
+    const CAttribute taken(std::move(attribute));
+    EXPECT_STREQ(attribute.get_oid(), "1.2.3");
+    EXPECT_TRUE(attribute == taken);
 }
 
 } // namespace

@@ -6,8 +6,8 @@
 #include <list>
 #include <string>
 
-#include "asn1/attribute_type_and_value.h"
-#include "asn1/string_type.h"
+#include "asn1/char_string.h"
+#include "asn1/name.h"
 #include "base/blob.h"
 #include "base/string_proxy.h"
 

@@ -1,5 +1,5 @@
-// CBigInteger: an ASN.1 INTEGER of any size, kept as its content octets. Failures are thrown as
-// CAtlException.
+// CBigInteger: an ASN.1 INTEGER of any size, kept as its content octets, and the source of random
+// ones, from which nonces are made. Failures are thrown as CAtlException.
 #pragma once
 
 #include "base/blob.h"
@@ -17,6 +17,8 @@ public:
     CBigInteger(const unsigned char* data, unsigned long size) : CBlob(data, size) {}
     // The value 0 in `size` bytes.
     explicit CBigInteger(unsigned long size) : CBlob(size) {}
+    // The bytes of a blob, too.
+    using CBlob::operator=;
 
     // Adds one. The carry stops at the byte with the index `lowestIndex` (0 is the most
     // significant) and is lost there, so that all ones wrap to all zeros. An empty value stays
@@ -63,6 +65,12 @@ inline bool operator<=(const CBigInteger& a, const CBigInteger& b) noexcept {
 inline bool operator>=(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) >= 0;
 }
+
+// `size` random bytes, as they come: the top bit isn't cleared (see `CBigInteger::abs`) and a first
+// byte of zero stays. `hProv` is a provider handle that stays the caller's; 0 takes a provider of
+// its own for the call (type 75, verification only). Throws the platform's last error as a result
+// code.
+CBigInteger MakeRandomBigInteger(unsigned long long hProv, unsigned long size);
 
 // The step under `CBigInteger::increment`, on `size` bytes. A size of 0 or below does nothing.
 void ASN1T_BigInt_inc(unsigned char* bytes, int size, int lowestIndex) noexcept;

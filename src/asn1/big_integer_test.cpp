@@ -4,7 +4,6 @@
 #include <openssl/asn1.h>
 
 #include "asn1/big_integer_text.h"
-#include "asn1/random_big_integer.h"
 #include "asn1/test_blob.h"
 #include "asn1rt/runtime.h"
 #include "basalt10/provider.h"
@@ -35,8 +34,9 @@ TEST(BigInteger, ComparesByValueAndKeepsTheReversedOrderOfLongNegatives) {
         {"FF0000", "FF00", 1}, {"FF00", "FF0000", -1}, {"FE", "FF", -1},  {"00", "0000", 0},
         {"FF", "FFFF", 0},
     };
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(sign(number(row.a).compare(number(row.b))), row.order) << row.a << " " << row.b;
+    }
     EXPECT_TRUE(number("000005") == number("05"));
     EXPECT_TRUE(number("04") < number("05"));
     EXPECT_TRUE(number("05") <= number("0005"));
@@ -47,15 +47,15 @@ TEST(BigInteger, ComparesByValueAndKeepsTheReversedOrderOfLongNegatives) {
 
 TEST(BigInteger, IncrementStopsAtTheLowestIndexAndLosesTheCarry) {
     CBigInteger value = number("01FF");
-    EXPECT_EQ(toHex(value++), "01FF");
-    EXPECT_EQ(toHex(value), "0200");
+    EXPECT_EQ(to_hex(value++), "01FF");
+    EXPECT_EQ(to_hex(value), "0200");
     value = number("01FFFF");
     value.increment(1);
-    EXPECT_EQ(toHex(value), "010000");
-    EXPECT_EQ(toHex(++(value = number("FFFF"))), "0000");
+    EXPECT_EQ(to_hex(value), "010000");
+    EXPECT_EQ(to_hex(++(value = number("FFFF"))), "0000");
     value = number("FF01");
     value.increment(-5);
-    EXPECT_EQ(toHex(value), "FF02");
+    EXPECT_EQ(to_hex(value), "FF02");
     value = number("");
     value.increment(0);
     EXPECT_EQ(value.cbData(), 0u);
@@ -64,19 +64,29 @@ TEST(BigInteger, IncrementStopsAtTheLowestIndexAndLosesTheCarry) {
 TEST(BigInteger, AddKeepsTheSizeAndAnswersTheCarry) {
     CBigInteger value = number("FF02");
     EXPECT_EQ(value.add(number("00FF")), 1);
-    EXPECT_EQ(toHex(value), "0001");
+    EXPECT_EQ(to_hex(value), "0001");
     EXPECT_EQ(value.add(number("0102")), 0);
-    EXPECT_EQ(toHex(value), "0103");
-    EXPECT_EQ(codeThrownBy([&] { value.add(number("01")); }), 0x80070057u);
-    EXPECT_EQ(toHex(value), "0103");
+    EXPECT_EQ(to_hex(value), "0103");
+    EXPECT_EQ(code_thrown_by([&] { value.add(number("01")); }), 0x80070057u);
+    EXPECT_EQ(to_hex(value), "0103");
     CBigInteger empty;
     EXPECT_EQ(empty.add(CBigInteger()), 0);
 }
 
+TEST(BigInteger, TakesTheBytesOfABlob) {
+    CBigInteger value = number("0102");
+    const CBlob blob = from_hex("0080");
+    value = blob;
+    EXPECT_EQ(to_hex(value), "0080");
+    EXPECT_TRUE(value > number("7F"));
+    value = from_hex("03");
+    EXPECT_TRUE(value == number("0003"));
+}
+
 TEST(BigInteger, AbsOnlyClearsTheTopBit) {
-    EXPECT_EQ(toHex(number("FF").abs()), "7F");
-    EXPECT_EQ(toHex(number("8001").abs()), "0001");
-    EXPECT_EQ(toHex(number("7F80").abs()), "7F80");
+    EXPECT_EQ(to_hex(number("FF").abs()), "7F");
+    EXPECT_EQ(to_hex(number("8001").abs()), "0001");
+    EXPECT_EQ(to_hex(number("7F80").abs()), "7F80");
     EXPECT_EQ(number("").abs().cbData(), 0u);
 }
 
@@ -97,24 +107,25 @@ TEST(BigInteger, EncodesAsOpenSSLReadsItAndDecodesBack) {
     };
     for (const auto& row : rows) {
         const CBlob der = number(row.value).encode();
-        EXPECT_EQ(toHex(der), row.der) << row.value;
-        EXPECT_EQ(throughOpenSSL<ASN1_INTEGER>(der, d2i_ASN1_INTEGER, i2d_ASN1_INTEGER,
-                                               ASN1_INTEGER_free),
+        EXPECT_EQ(to_hex(der), row.der) << row.value;
+        EXPECT_EQ(through_openssl<ASN1_INTEGER>(der, d2i_ASN1_INTEGER, i2d_ASN1_INTEGER,
+                                                ASN1_INTEGER_free),
                   row.der);
         CBigInteger back;
         back.decode(der);
-        EXPECT_EQ(toHex(back), row.decoded);
+        EXPECT_EQ(to_hex(back), row.decoded);
     }
 }
 
 TEST(BigInteger, RefusedEncodingsLeaveTheValue) {
     CBigInteger value = number("0102");
-    for (const char* der : {"", "0401", "040101", "0202", "020201"})
-        EXPECT_EQ(codeThrownBy([&] { value.decode(fromHex(der)); }), 0x80093101u) << der;
-    EXPECT_EQ(codeThrownBy([] { CBigInteger().encode(); }), 0x80093101u);
-    EXPECT_EQ(toHex(value), "0102");
-    value.decode(fromHex("020107FFFF"));
-    EXPECT_EQ(toHex(value), "07");
+    for (const char* der : {"", "0401", "040101", "0202", "020201"}) {
+        EXPECT_EQ(code_thrown_by([&] { value.decode(from_hex(der)); }), 0x80093101u) << der;
+    }
+    EXPECT_EQ(code_thrown_by([] { CBigInteger().encode(); }), 0x80093101u);
+    EXPECT_EQ(to_hex(value), "0102");
+    value.decode(from_hex("020107FFFF"));
+    EXPECT_EQ(to_hex(value), "07");
 }
 
 TEST(BigIntegerText, OddDigitsAreFilledUpOnlyBehindAZero) {
@@ -129,12 +140,13 @@ TEST(BigIntegerText, OddDigitsAreFilledUpOnlyBehindAZero) {
     for (const auto& row : rows) {
         CBigInteger value = number("77");
         StringToBigInteger(row.text, value);
-        EXPECT_EQ(toHex(value), row.bytes) << row.text;
+        EXPECT_EQ(to_hex(value), row.bytes) << row.text;
     }
     CBigInteger kept = number("77");
-    for (const char* text : {"", "0x", "12", "123", "0X12", "x012"})
-        EXPECT_EQ(codeThrownBy([&] { ASN1StringToBigInteger(text, kept); }), 0x80093101u) << text;
-    EXPECT_EQ(toHex(kept), "77");
+    for (const char* text : {"", "0x", "12", "123", "0X12", "x012"}) {
+        EXPECT_EQ(code_thrown_by([&] { ASN1StringToBigInteger(text, kept); }), 0x80093101u) << text;
+    }
+    EXPECT_EQ(to_hex(kept), "77");
 }
 
 TEST(BigIntegerText, WritesUpperCaseAndCountsTheTerminator) {
@@ -157,8 +169,8 @@ TEST(BigIntegerText, FourBytesGoOutAndComeBackByElevens) {
     EXPECT_EQ(ASN1BigIntegerToDWORD("0x0100"), 11u);
     EXPECT_EQ(ASN1BigIntegerToDWORD("0x0102"), 13u);
     EXPECT_EQ(ASN1BigIntegerToDWORD("0xFFFFFFFF"), 255u * (1331 + 121 + 11 + 1));
-    EXPECT_EQ(codeThrownBy([] { ASN1BigIntegerToDWORD("0x0000000005"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { ASN1BigIntegerToDWORD("5"); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { ASN1BigIntegerToDWORD("0x0000000005"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { ASN1BigIntegerToDWORD("5"); }), 0x80093101u);
 }
 
 TEST(RandomBigInteger, ComesInTheSizeAskedForAndDiffersEachTime) {
@@ -166,7 +178,7 @@ TEST(RandomBigInteger, ComesInTheSizeAskedForAndDiffersEachTime) {
     const CBigInteger a = MakeRandomBigInteger(0, 20);
     const CBigInteger b = MakeRandomBigInteger(0, 20);
     EXPECT_EQ(a.cbData(), 20u);
-    EXPECT_NE(toHex(a), toHex(b));
+    EXPECT_NE(to_hex(a), to_hex(b));
 }
 
 TEST(RandomBigInteger, LeavesTheCallersProviderOpen) {

@@ -12,20 +12,20 @@ namespace Halcyon::ASN1 {
 
 namespace {
 
-constexpr char oidSha1[] = "1.3.14.3.2.26";
-constexpr DWORD encoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
+constexpr char kSha1[] = "1.3.14.3.2.26";
+constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
-DWORD encodedSize(const CBlob& certificate) {
-    if (certificate.cbData() > std::numeric_limits<DWORD>::max())
-        failArgument();
+DWORD encoded_size(const CBlob& certificate) {
+    if (certificate.cbData() > std::numeric_limits<DWORD>::max()) {
+        fail_argument();
+    }
     return static_cast<DWORD>(certificate.cbData());
 }
 
 // The algorithm that a certificate is to be hashed with so that it can be compared with `id`.
-CAlgorithmIdentifierEx hashAlgorithmOf(const COtherCertID& id) {
+CAlgorithmIdentifierEx hash_algorithm_of(const COtherCertID& id) {
     const COtherHashAlgAndValue* const hash = id.get_otherCertHash().get_otherHash();
-    return hash ? CAlgorithmIdentifierEx(hash->get_hashAlgorithm())
-                : CAlgorithmIdentifierEx(oidSha1);
+    return hash ? CAlgorithmIdentifierEx(hash->get_hashAlgorithm()) : CAlgorithmIdentifierEx(kSha1);
 }
 
 } // namespace
@@ -40,8 +40,9 @@ CBlob CalculateCertificateHash(const unsigned char* encoded, unsigned int size,
         hash.resize_to(hashSize);
         done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hashSize);
     }
-    if (!done)
-        throwLastError();
+    if (!done) {
+        throw_last_error();
+    }
     hash.resize_to(hashSize);
     return hash;
 }
@@ -49,11 +50,13 @@ CBlob CalculateCertificateHash(const unsigned char* encoded, unsigned int size,
 CBigInteger GetSerialFromCertContext(const CERT_CONTEXT* context) {
     const CRYPT_INTEGER_BLOB* const serial = &context->pCertInfo->SerialNumber;
     DWORD size = 0;
-    if (!CryptEncodeObject(encoding, X509_MULTI_BYTE_INTEGER, serial, nullptr, &size))
-        throwLastError();
+    if (!CryptEncodeObject(kEncoding, X509_MULTI_BYTE_INTEGER, serial, nullptr, &size)) {
+        throw_last_error();
+    }
     CBlob der(static_cast<unsigned long>(size));
-    if (!CryptEncodeObject(encoding, X509_MULTI_BYTE_INTEGER, serial, der.pbData(), &size))
-        throwLastError();
+    if (!CryptEncodeObject(kEncoding, X509_MULTI_BYTE_INTEGER, serial, der.pbData(), &size)) {
+        throw_last_error();
+    }
     CBigInteger result;
     result.decode(der);
     return result;
@@ -61,9 +64,10 @@ CBigInteger GetSerialFromCertContext(const CERT_CONTEXT* context) {
 
 CIssuerSerial GetIssuerSerialFromCertificate(const CBlob& certificate) {
     const ATL2::CCertContext context(
-        CertCreateCertificateContext(encoding, certificate.pbData(), encodedSize(certificate)));
-    if (!context)
-        throwLastError();
+        CertCreateCertificateContext(kEncoding, certificate.pbData(), encoded_size(certificate)));
+    if (!context) {
+        throw_last_error();
+    }
     const CERT_NAME_BLOB& issuer = context->pCertInfo->Issuer;
     CGeneralNames names(1);
     names.front().put_directoryName(CBlob(issuer.pbData, issuer.cbData));
@@ -73,7 +77,7 @@ CIssuerSerial GetIssuerSerialFromCertificate(const CBlob& certificate) {
 COtherCertID OtherCertIDFromCertificate(const CBlob& certificate,
                                         const CAlgorithmIdentifierEx& algorithm,
                                         bool withIssuerSerial) {
-    const CBlob hash = CalculateCertificateHash(certificate.pbData(), encodedSize(certificate),
+    const CBlob hash = CalculateCertificateHash(certificate.pbData(), encoded_size(certificate),
                                                 algorithm.get_algorithm());
     COtherCertID id(hash, algorithm);
     if (withIssuerSerial) {
@@ -84,7 +88,7 @@ COtherCertID OtherCertIDFromCertificate(const CBlob& certificate,
 }
 
 bool OtherCertIDMatches(const COtherCertID& id, const CBlob& certificate) {
-    const COtherCertID fresh = OtherCertIDFromCertificate(certificate, hashAlgorithmOf(id),
+    const COtherCertID fresh = OtherCertIDFromCertificate(certificate, hash_algorithm_of(id),
                                                           id.get_issuerSerial() != nullptr);
     return fresh == id;
 }

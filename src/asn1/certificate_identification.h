@@ -6,9 +6,8 @@
 
 #include "asn1/algorithm_identifier_ex.h"
 #include "asn1/big_integer.h"
-#include "asn1/issuer_serial.h"
-#include "asn1/other_cert_id.h"
-#include "basalt20/surface/certificate.h"
+#include "asn1/cert_identifier.h"
+#include "basalt20/certificate.h"
 #include "base/blob.h"
 
 namespace Halcyon::ASN1 {

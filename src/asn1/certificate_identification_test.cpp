@@ -9,8 +9,7 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-constexpr char sha1[] = "1.3.14.3.2.26";
-constexpr char sha256[] = "2.16.840.1.101.3.4.2.1";
+constexpr char kSha1[] = "1.3.14.3.2.26";
 
 CBlob digest(const CBlob& data, const EVP_MD* algorithm) {
     CBlob result(static_cast<unsigned long>(EVP_MD_get_size(algorithm)));
@@ -19,15 +18,16 @@ CBlob digest(const CBlob& data, const EVP_MD* algorithm) {
 }
 
 TEST(CertificateIdentification, HashesAsOpenSSLDoes) {
-    const CBlob data = fromHex("010203");
+    const CBlob data = from_hex("010203");
     struct {
         const char* oid;
         const EVP_MD* algorithm;
     } const rows[] = {
-        {sha1, EVP_sha1()}, {sha256, EVP_sha256()}, {"2.16.840.1.101.3.4.2.3", EVP_sha512()}};
-    for (const auto& row : rows)
-        EXPECT_EQ(toHex(CalculateCertificateHash(data.pbData(), 3, row.oid)),
-                  toHex(digest(data, row.algorithm)));
+        {kSha1, EVP_sha1()}, {kSha256, EVP_sha256()}, {"2.16.840.1.101.3.4.2.3", EVP_sha512()}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(to_hex(CalculateCertificateHash(data.pbData(), 3, row.oid)),
+                  to_hex(digest(data, row.algorithm)));
+    }
 }
 
 TEST(CertificateIdentification, TakesIssuerAndSerialFromTheCertificatesOwnBytes) {
@@ -37,19 +37,19 @@ TEST(CertificateIdentification, TakesIssuerAndSerialFromTheCertificatesOwnBytes)
     } const rows[] = {
         {"01", "01"}, {"80", "0080"}, {"0102030405060708090A", "0102030405060708090A"}};
     for (const auto& row : rows) {
-        const CIssuerSerial id = GetIssuerSerialFromCertificate(makeCertificate(row.serial));
-        EXPECT_EQ(toHex(id.get_serialNumber()), row.octets);
+        const CIssuerSerial id = GetIssuerSerialFromCertificate(make_certificate(row.serial));
+        EXPECT_EQ(to_hex(id.get_serialNumber()), row.octets);
         ASSERT_EQ(id.get_issuer().size(), 1u);
         EXPECT_STREQ(id.get_issuer().front().toString().c_str(), L"directoryName: CN=Test,C=RU");
     }
-    EXPECT_NE(codeThrownBy([] { GetIssuerSerialFromCertificate(fromHex("0500")); }), 0u);
+    EXPECT_NE(code_thrown_by([] { GetIssuerSerialFromCertificate(from_hex("0500")); }), 0u);
 }
 
 TEST(CertificateIdentification, MatchesByHashIssuerAndSerial) {
-    const CBlob certificate = makeCertificate("05");
-    COtherCertID id(digest(certificate, EVP_sha256()), CAlgorithmIdentifier(sha256));
+    const CBlob certificate = make_certificate("05");
+    COtherCertID id(digest(certificate, EVP_sha256()), CAlgorithmIdentifier(kSha256));
     EXPECT_TRUE(OtherCertIDMatches(id, certificate));
-    EXPECT_FALSE(OtherCertIDMatches(id, makeCertificate("05")));
+    EXPECT_FALSE(OtherCertIDMatches(id, make_certificate("05")));
 
     CIssuerSerial issuerSerial = GetIssuerSerialFromCertificate(certificate);
     id.put_issuerSerial(&issuerSerial);
@@ -65,16 +65,16 @@ TEST(CertificateIdentification, MatchesByHashIssuerAndSerial) {
 }
 
 TEST(CertificateIdentification, PlainSha1IdentifierNeverMatches) {
-    const CBlob certificate = makeCertificate("05");
+    const CBlob certificate = make_certificate("05");
     const CBlob hash = digest(certificate, EVP_sha1());
     EXPECT_FALSE(OtherCertIDMatches(COtherCertID(hash), certificate));
-    EXPECT_TRUE(OtherCertIDMatches(COtherCertID(hash, CAlgorithmIdentifier(sha1)), certificate));
+    EXPECT_TRUE(OtherCertIDMatches(COtherCertID(hash, CAlgorithmIdentifier(kSha1)), certificate));
 }
 
 TEST(CertificateIdentification, KeepsTheParametersOfTheAlgorithm) {
-    const CBlob certificate = makeCertificate("05");
-    CAlgorithmIdentifierEx algorithm(sha1);
-    algorithm.put_parameters(fromHex("0500"));
+    const CBlob certificate = make_certificate("05");
+    CAlgorithmIdentifierEx algorithm(kSha1);
+    algorithm.put_parameters(from_hex("0500"));
     const COtherCertID id = OtherCertIDFromCertificate(certificate, algorithm, false);
     ASSERT_NE(id.get_otherCertHash().get_otherHash(), nullptr);
     EXPECT_TRUE(id.get_otherCertHash().get_otherHash()->get_hashAlgorithm() == algorithm);
@@ -84,11 +84,11 @@ TEST(CertificateIdentification, KeepsTheParametersOfTheAlgorithm) {
 }
 
 TEST(CertificateIdentification, WhatCannotBeHashedOrReadIsThrown) {
-    const CBlob certificate = makeCertificate("05");
-    COtherCertID named(digest(fromHex("0500"), EVP_sha1()), CAlgorithmIdentifier(sha1));
+    const CBlob certificate = make_certificate("05");
+    COtherCertID named(digest(from_hex("0500"), EVP_sha1()), CAlgorithmIdentifier(kSha1));
     const CIssuerSerial issuerSerial = GetIssuerSerialFromCertificate(certificate);
     named.put_issuerSerial(&issuerSerial);
-    EXPECT_NE(codeThrownBy([&] { OtherCertIDMatches(named, fromHex("0500")); }), 0u);
+    EXPECT_NE(code_thrown_by([&] { OtherCertIDMatches(named, from_hex("0500")); }), 0u);
 }
 
 } // namespace

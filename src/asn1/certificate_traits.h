@@ -3,30 +3,28 @@
 #pragma once
 
 #include "asn1/certificate_value.h"
-#include "asn1/code_class.h"
-#include "asn1/seq_of_list_traits.h"
+#include "asn1/record_traits.h"
 #include "asn1data/ets_electronic_signature.h"
 #include "asn1data/pkix1_explicit.h"
 
 namespace Halcyon::ASN1 {
 
 struct ASN1T_Certificate_traits
-    : CCodeClassT<asn1data::ASN1T_Certificate, asn1data::ASN1C_Certificate> {
+    : RecordTraits<asn1data::ASN1T_Certificate, asn1data::ASN1C_Certificate,
+                   asn1data::asn1Copy_Certificate> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
     static void get(const ASN1_T& record, CBlob& der);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 using ASN1T_CertificateValues_traits =
     ListTypeTraits<asn1data::ASN1T_CertificateValues, asn1data::ASN1C_CertificateValues,
-                   tagSequenceOf, asn1data::ASN1T_Certificate, ASN1T_Certificate_traits, CBlob,
-                   CCertificateValues>;
+                   kTagSequenceOf, ASN1T_Certificate_traits, CBlob, CCertificateValues>;
 
 struct ASN1T_CertificateList_traits
-    : CCodeClassT<asn1data::ASN1T_CertificateList, asn1data::ASN1C_CertificateList> {
+    : RecordTraits<asn1data::ASN1T_CertificateList, asn1data::ASN1C_CertificateList,
+                   asn1data::asn1Copy_CertificateList> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
     static void get(const ASN1_T& record, CBlob& der);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

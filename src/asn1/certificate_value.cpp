@@ -1,7 +1,6 @@
 #include "asn1/certificate_value.h"
 
 #include "asn1/certificate_traits.h"
-#include "asn1/codec.h"
 
 namespace Halcyon::ASN1 {
 
@@ -29,20 +28,12 @@ void ASN1T_Certificate_traits::get(const ASN1_T& record, CBlob& der) {
     der = asn1EncodeT<ASN1T_Certificate_traits>(record);
 }
 
-void ASN1T_Certificate_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_Certificate(ctxt, &from, &to);
-}
-
 void ASN1T_CertificateList_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der) {
     asn1DecodeT<ASN1T_CertificateList_traits>(der, ctxt, record);
 }
 
 void ASN1T_CertificateList_traits::get(const ASN1_T& record, CBlob& der) {
     der = asn1EncodeT<ASN1T_CertificateList_traits>(record);
-}
-
-void ASN1T_CertificateList_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_CertificateList(ctxt, &from, &to);
 }
 
 } // namespace Halcyon::ASN1

@@ -4,10 +4,8 @@
 #include <string>
 
 #include "asn1/codec.h"
-#include "asn1/ctxt_handle.h"
 #include "asn1/heap_copy.h"
 #include "asn1/text_width.h"
-#include "asn1/utf8_text.h"
 #include "asn1rt/character_text.h"
 
 namespace Halcyon::ASN1 {
@@ -15,103 +13,110 @@ namespace Halcyon::ASN1 {
 namespace {
 
 enum StringTag : std::uint32_t {
-    tagUTF8String = 12,
-    tagNumericString = 18,
-    tagPrintableString = 19,
-    tagTeletexString = 20,
-    tagIA5String = 22,
-    tagUniversalString = 28,
-    tagBMPString = 30,
+    kTagUTF8String = 12,
+    kTagNumericString = 18,
+    kTagPrintableString = 19,
+    kTagTeletexString = 20,
+    kTagIA5String = 22,
+    kTagUniversalString = 28,
+    kTagBMPString = 30,
 };
 
-int encodeUTF8(ASN1CTXT* ctxt, const wchar_t* text) {
-    const char* const utf8 = utf8FromWide(ctxt, text);
-    if (!utf8)
-        failCodec();
-    return xe_charstr(ctxt, utf8, 1, tagUTF8String);
+int encode_utf8(ASN1CTXT* ctxt, const wchar_t* text) {
+    const char* const utf8 = utf8_from_wide(ctxt, text);
+    if (!utf8) {
+        fail_codec();
+    }
+    return xe_charstr(ctxt, utf8, 1, kTagUTF8String);
 }
 
-int encodeBMP(ASN1CTXT* ctxt, const wchar_t* text) {
+int encode_bmp(ASN1CTXT* ctxt, const wchar_t* text) {
     const std::size_t length = std::wcslen(text);
     auto* const units =
-        static_cast<std::uint16_t*>(heapBlock(ctxt, length * sizeof(std::uint16_t)));
-    for (std::size_t i = 0; i < length; ++i)
+        static_cast<std::uint16_t*>(heap_block(ctxt, length * sizeof(std::uint16_t)));
+    for (std::size_t i = 0; i < length; ++i) {
         units[i] = static_cast<std::uint16_t>(text[i]);
+    }
     const ASN1TBMPText string{static_cast<std::uint32_t>(length), units};
-    return xe_16BitCharStr(ctxt, &string, 1, tagBMPString);
+    return xe_16BitCharStr(ctxt, &string, 1, kTagBMPString);
 }
 
-int encodeUniversal(ASN1CTXT* ctxt, const wchar_t* text) {
+int encode_universal(ASN1CTXT* ctxt, const wchar_t* text) {
     ASN1TUniversalText string{};
-    if (!rtWCSToUCSString(ctxt, text, &string, nullptr))
-        failCodec();
-    return xe_32BitCharStr(ctxt, &string, 1, tagUniversalString);
+    if (!rtWCSToUCSString(ctxt, text, &string, nullptr)) {
+        fail_codec();
+    }
+    return xe_32BitCharStr(ctxt, &string, 1, kTagUniversalString);
 }
 
-int encodeText(ASN1CTXT* ctxt, const wchar_t* text, StringType type) {
+int encode_text(ASN1CTXT* ctxt, const wchar_t* text, StringType type) {
     switch (type) {
     case stringTypeUTF8:
-        return encodeUTF8(ctxt, text);
+        return encode_utf8(ctxt, text);
     case stringTypePrintable:
-        return xe_charstr(ctxt, tostring(text).c_str(), 1, tagPrintableString);
+        return xe_charstr(ctxt, tostring(text).c_str(), 1, kTagPrintableString);
     case stringTypeTeletex:
-        return xe_charstr(ctxt, tostring(text).c_str(), 1, tagTeletexString);
+        return xe_charstr(ctxt, tostring(text).c_str(), 1, kTagTeletexString);
     case stringTypeBMP:
-        return encodeBMP(ctxt, text);
+        return encode_bmp(ctxt, text);
     case stringTypeIA5:
-        return xe_charstr(ctxt, tostring(text).c_str(), 1, tagIA5String);
+        return xe_charstr(ctxt, tostring(text).c_str(), 1, kTagIA5String);
     case stringTypeUniversal:
-        return encodeUniversal(ctxt, text);
+        return encode_universal(ctxt, text);
     default:
-        failCodec();
+        fail_codec();
     }
 }
 
-const char* decodeNarrow(ASN1CTXT* ctxt, int length) {
+const char* decode_narrow(ASN1CTXT* ctxt, int length) {
     const char* text = nullptr;
-    if (xd_charstr(ctxt, &text, 0, 0, length) != 0 || !text)
-        failCodec();
+    if (xd_charstr(ctxt, &text, 0, 0, length) != 0 || !text) {
+        fail_codec();
+    }
     return text;
 }
 
-std::wstring decodeUTF8(ASN1CTXT* ctxt, int length) {
-    const auto wide = wideFromUtf8(ctxt, decodeNarrow(ctxt, length));
-    if (!wide)
-        failCodec();
+std::wstring decode_utf8(ASN1CTXT* ctxt, int length) {
+    const auto wide = wide_from_utf8(ctxt, decode_narrow(ctxt, length));
+    if (!wide) {
+        fail_codec();
+    }
     return *wide;
 }
 
-std::wstring decodeUniversal(ASN1CTXT* ctxt, int length) {
+std::wstring decode_universal(ASN1CTXT* ctxt, int length) {
     ASN1TUniversalText string{};
-    if (xd_32BitCharStr(ctxt, &string, 0, 0, length) != 0)
-        failCodec();
+    if (xd_32BitCharStr(ctxt, &string, 0, 0, length) != 0) {
+        fail_codec();
+    }
     std::wstring wide(std::size_t{string.nchars} + 1, L'\0');
     rtUCSToWCSString(&string, wide.data(), wide.size());
     return wide;
 }
 
-std::wstring decodeBMP(ASN1CTXT* ctxt, int length) {
+std::wstring decode_bmp(ASN1CTXT* ctxt, int length) {
     ASN1TBMPText string{};
-    if (xd_16BitCharStr(ctxt, &string, 0, 0, length) != 0)
-        failCodec();
+    if (xd_16BitCharStr(ctxt, &string, 0, 0, length) != 0) {
+        fail_codec();
+    }
     return std::wstring(string.data, string.data + string.nchars);
 }
 
-std::wstring decodeText(ASN1CTXT* ctxt, std::uint32_t tag, int length) {
+std::wstring decode_text(ASN1CTXT* ctxt, std::uint32_t tag, int length) {
     switch (tag) {
-    case tagUTF8String:
-        return decodeUTF8(ctxt, length);
-    case tagNumericString:
-    case tagPrintableString:
-    case tagTeletexString:
-    case tagIA5String:
-        return towstring(decodeNarrow(ctxt, length));
-    case tagUniversalString:
-        return decodeUniversal(ctxt, length);
-    case tagBMPString:
-        return decodeBMP(ctxt, length);
+    case kTagUTF8String:
+        return decode_utf8(ctxt, length);
+    case kTagNumericString:
+    case kTagPrintableString:
+    case kTagTeletexString:
+    case kTagIA5String:
+        return towstring(decode_narrow(ctxt, length));
+    case kTagUniversalString:
+        return decode_universal(ctxt, length);
+    case kTagBMPString:
+        return decode_bmp(ctxt, length);
     default:
-        failCodec();
+        fail_codec();
     }
 }
 
@@ -119,27 +124,32 @@ std::wstring decodeText(ASN1CTXT* ctxt, std::uint32_t tag, int length) {
 
 CBlob encodeCharString(const wchar_t* text, StringType type) {
     ctxt_handle context;
-    if (!context.init())
-        failMemory();
-    if (xe_setp(context.get(), nullptr, 0) != 0)
-        failCodec();
-    const int length = encodeText(context.get(), text, type);
-    if (length < 0)
-        failCodec();
+    if (!context.init()) {
+        fail_memory();
+    }
+    if (xe_setp(context.get(), nullptr, 0) != 0) {
+        fail_codec();
+    }
+    const int length = encode_text(context.get(), text, type);
+    if (length < 0) {
+        fail_codec();
+    }
     return CBlob(xe_getp(context.get()), static_cast<unsigned long>(length));
 }
 
 CWStringProxy decodeCharString(const CBlob& der) {
-    const int size = messageLength(der);
+    const int size = message_length(der);
     ctxt_handle context;
-    if (!context.init())
-        failMemory();
+    if (!context.init()) {
+        fail_memory();
+    }
     std::uint32_t tag = 0;
     int length = 0;
     if (size == 0 || xd_setp(context.get(), der.pbData(), size, nullptr, nullptr) != 0 ||
-        xd_tag_len(context.get(), &tag, &length, xdAdvance) != 0)
-        failCodec();
-    return CWStringProxy(decodeText(context.get(), tag, length).c_str());
+        xd_tag_len(context.get(), &tag, &length, xdAdvance) != 0) {
+        fail_codec();
+    }
+    return CWStringProxy(decode_text(context.get(), tag, length).c_str());
 }
 
 } // namespace Halcyon::ASN1

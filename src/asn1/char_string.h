@@ -2,11 +2,21 @@
 // CAtlException: 0x80093101 for anything that can't be converted, 0x80093106 without memory.
 #pragma once
 
-#include "asn1/string_type.h"
 #include "base/blob.h"
 #include "base/string_proxy.h"
 
 namespace Halcyon::ASN1 {
+
+// The ASN.1 character string types that this system writes.
+enum StringType : unsigned int {
+    stringTypeDefault = 0, // the default of the attribute type
+    stringTypeUTF8 = 1,
+    stringTypePrintable = 2,
+    stringTypeTeletex = 3,
+    stringTypeBMP = 4,
+    stringTypeIA5 = 5,
+    stringTypeUniversal = 6,
+};
 
 // The string in the given type; `stringTypeDefault` is refused. No character set is checked:
 // Printable, Teletex and IA5 strings take the text in the system's code page as it comes. A

@@ -27,30 +27,32 @@ TEST(CharString, RoundTripsInEachType) {
     };
     for (const auto& row : rows) {
         const CBlob der = encodeCharString(row.text, row.type);
-        EXPECT_EQ(toHex(der), row.der);
+        EXPECT_EQ(to_hex(der), row.der);
         EXPECT_STREQ(decodeCharString(der).c_str(), row.text) << row.der;
     }
 }
 
 TEST(CharString, LosesCharactersAboveTheBasicPlaneWhereTheTypeIsNarrow) {
-    EXPECT_EQ(toHex(encodeCharString(L"\x1F600", stringTypeBMP)), "1E02F600");
+    EXPECT_EQ(to_hex(encodeCharString(L"\x1F600", stringTypeBMP)), "1E02F600");
     const CBlob universal = encodeCharString(L"a\x1F600z", stringTypeUniversal);
-    EXPECT_EQ(toHex(universal), "1C0C000000610001F6000000007A");
+    EXPECT_EQ(to_hex(universal), "1C0C000000610001F6000000007A");
     EXPECT_STREQ(decodeCharString(universal).c_str(), L"az");
 }
 
 TEST(CharString, NumericStringIsReadButCannotBeWritten) {
-    EXPECT_STREQ(decodeCharString(fromHex("120131")).c_str(), L"1");
-    for (unsigned int type : {0u, 7u, 18u})
-        EXPECT_EQ(codeThrownBy([&] { encodeCharString(L"1", static_cast<StringType>(type)); }),
+    EXPECT_STREQ(decodeCharString(from_hex("120131")).c_str(), L"1");
+    for (unsigned int type : {0u, 7u, 18u}) {
+        EXPECT_EQ(code_thrown_by([&] { encodeCharString(L"1", static_cast<StringType>(type)); }),
                   0x80093101u);
+    }
 }
 
 TEST(CharString, RefusesOtherTypesAndBrokenTexts) {
     for (const char* der :
-         {"", "0C", "0C0241", "1A0131", "040131", "2C030C0141", "0C01FF", "0C01C3", "0C80", "05"})
-        EXPECT_EQ(codeThrownBy([&] { decodeCharString(fromHex(der)); }), 0x80093101u) << der;
-    EXPECT_STREQ(decodeCharString(fromHex("0C014100FFFF")).c_str(), L"A");
+         {"", "0C", "0C0241", "1A0131", "040131", "2C030C0141", "0C01FF", "0C01C3", "0C80", "05"}) {
+        EXPECT_EQ(code_thrown_by([&] { decodeCharString(from_hex(der)); }), 0x80093101u) << der;
+    }
+    EXPECT_STREQ(decodeCharString(from_hex("0C014100FFFF")).c_str(), L"A");
 }
 
 TEST(TextWidth, ConvertsByTheSystemsCodePage) {

@@ -12,20 +12,21 @@ const ChoiceValueTraitsT<void*, 0> ChoiceValueTraitsT<void*, 0>::instance;
 // failed copy leaves the choice as it was.
 void Choice::put(unsigned int kind, const void* source) {
     const ChoiceValueTraits* const next = findTraits(kind);
-    if (!next)
-        failArgument();
+    if (!next) {
+        fail_argument();
+    }
     void* const value = next->newValue(source);
-    clearValue();
+    clear_value();
     value_ = value;
     type_ = kind;
 }
 
-void Choice::copyFrom(const Choice& other) {
+void Choice::copy_from(const Choice& other) {
     value_ = other.value_ ? other.findTraits(other.type_)->newValue(other.value_) : nullptr;
     type_ = other.type_;
 }
 
-void Choice::clearValue() noexcept {
+void Choice::clear_value() noexcept {
     findTraits(type_)->deleteValue(std::exchange(value_, nullptr));
 }
 

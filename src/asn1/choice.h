@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 namespace Halcyon::ASN1 {
 
@@ -55,8 +56,16 @@ public:
     static const ChoiceValueTraitsT instance;
 };
 
+// One alternative of a choice: its number in the schema's record with the type of its value, so
+// that no other type can be put or got under that number.
+template <class T, unsigned int number>
+struct Alternative {
+    using Value = T;
+    static constexpr unsigned int kind = number;
+};
+
 // The kind and the value of a choice. A subclass maps kinds to their traits and gives up the value
-// in its destructor by `clearValue`.
+// in its destructor by `clear_value`.
 class Choice {
 public:
     Choice() noexcept = default;
@@ -65,63 +74,98 @@ public:
     virtual ~Choice() = default;
 
     unsigned int type() const noexcept { return type_; }
-    // The value if the kind is `kind`, otherwise null.
-    template <class T>
-    const T* get(unsigned int kind) const noexcept {
+    // The value if the kind is that of the alternative, otherwise null.
+    template <class T, unsigned int kind>
+    const T* get(Alternative<T, kind>) const noexcept {
         return type_ == kind ? static_cast<const T*>(value_) : nullptr;
     }
-    // Makes a copy of `source` the value, and `kind` the kind. `source` is of the type that belongs
-    // to the kind. Throws 0x80070057 for a kind without traits.
-    void put(unsigned int kind, const void* source);
+    // Makes a copy of `source`, which may be part of the present value, the value.
+    template <class T, unsigned int kind>
+    void put(Alternative<T, kind>, const std::type_identity_t<T>& source) {
+        put(kind, &source);
+    }
     // Takes kind and a copy of the value from another choice of the same class; this one holds
     // nothing.
-    void copyFrom(const Choice& other);
+    void copy_from(const Choice& other);
 
 protected:
     // Null for a kind that the choice refuses.
     virtual const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept = 0;
-    void clearValue() noexcept;
+    void clear_value() noexcept;
 
 private:
+    // Throws 0x80070057 for a kind without traits.
+    void put(unsigned int kind, const void* source);
+
     unsigned int type_ = 0;
     void* value_ = nullptr;
 };
 
-// What the value classes do with the one pointer that they hold, which is null once they are
-// cleared.
+// The choice of the given alternatives. Every other kind is an empty one.
+template <auto... alternatives>
+class ChoiceOf : public Choice {
+public:
+    ~ChoiceOf() override { clear_value(); }
 
+protected:
+    const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept final {
+        const ChoiceValueTraits* found = &ChoiceValueTraitsT<void*, 0>::instance;
+        (void)((kind == alternatives.kind && (found = traits_of(alternatives))) || ...);
+        return found;
+    }
+
+private:
+    template <class T, unsigned int kind>
+    static const ChoiceValueTraits* traits_of(Alternative<T, kind>) noexcept {
+        return &ChoiceValueTraitsT<T, kind>::instance;
+    }
+};
+
+// What all value classes over a choice have in common: one pointer to the choice, which is null
+// once the object is cleared.
 template <class Impl>
-std::unique_ptr<Impl> copyChoice(const std::unique_ptr<Impl>& source) {
-    auto copy = std::make_unique<Impl>();
-    if (source)
-        copy->copyFrom(*source);
-    return copy;
-}
+class ChoiceValue {
+public:
+    ChoiceValue() : impl_(std::make_unique<Impl>()) {}
+    ChoiceValue(const ChoiceValue& other) : impl_(copy_of(other)) {}
+    // If the copying fails the object is left cleared.
+    ChoiceValue& operator=(const ChoiceValue& other) {
+        if (this != &other) {
+            impl_.reset();
+            impl_ = copy_of(other);
+        }
+        return *this;
+    }
+    // Gives up the value. After that the object may only be assigned to or destroyed.
+    void clear() noexcept { impl_.reset(); }
 
-// If the copy fails the target is left cleared.
-template <class Impl>
-void assignChoice(std::unique_ptr<Impl>& target, const std::unique_ptr<Impl>& source) {
-    if (target == source)
-        return;
-    target.reset();
-    target = copyChoice(source);
-}
+    unsigned int get_type() const noexcept { return impl_ ? impl_->type() : 0; }
 
-template <class Impl>
-unsigned int choiceType(const std::unique_ptr<Impl>& impl) noexcept {
-    return impl ? impl->type() : 0;
-}
+protected:
+    ~ChoiceValue() = default;
 
-template <class T, class Impl>
-const T* choiceValue(const std::unique_ptr<Impl>& impl, unsigned int kind) noexcept {
-    return impl ? impl->template get<T>(kind) : nullptr;
-}
+    template <class Of>
+    const typename Of::Value* get(Of alternative) const noexcept {
+        return impl_ ? impl_->get(alternative) : nullptr;
+    }
+    template <class Of>
+    void put(Of alternative, const typename Of::Value& value) {
+        if (!impl_) {
+            impl_ = std::make_unique<Impl>();
+        }
+        impl_->put(alternative, value);
+    }
 
-template <class Impl>
-void putChoice(std::unique_ptr<Impl>& impl, unsigned int kind, const void* source) {
-    if (!impl)
-        impl = std::make_unique<Impl>();
-    impl->put(kind, source);
-}
+private:
+    static std::unique_ptr<Impl> copy_of(const ChoiceValue& other) {
+        auto copy = std::make_unique<Impl>();
+        if (other.impl_) {
+            copy->copy_from(*other.impl_);
+        }
+        return copy;
+    }
+
+    std::unique_ptr<Impl> impl_;
+};
 
 } // namespace Halcyon::ASN1

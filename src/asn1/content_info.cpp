@@ -1,24 +1,9 @@
 #include "asn1/content_info.h"
 
-#include "asn1/codec.h"
 #include "asn1/content_info_traits.h"
-#include "asn1/heap_copy.h"
 #include "asn1/object_identifier.h"
 
 namespace Halcyon::ASN1 {
-
-CContentInfo::CContentInfo() : contentType_("") {}
-
-CContentInfo::CContentInfo(const char* contentType, const CBlob& content)
-    : contentType_(contentType), content_(content) {}
-
-void CContentInfo::put_contentType(const char* contentType) {
-    contentType_ = CStringProxy(contentType);
-}
-
-void CContentInfo::put_content(const CBlob& content) {
-    content_ = content;
-}
 
 CBlob CContentInfo::encode() const {
     return asn1Encode<ASN1T_ContentInfo_traits, CContentInfo>(*this);
@@ -35,11 +20,8 @@ void CContentInfo::decode(const CBlob& der) {
 void ASN1T_ContentInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CContentInfo& value) {
     ASN1_T local;
     ASN1TObjId_traits::set(ctxt, local.contentType, value.get_contentType());
-    heapOctets(ctxt, local.content, value.get_content());
-    ASN1BERDecodeBuffer check;
-    if (asn1data::asn1DTC_ContentInfo(check.getCtxtPtr(), &local) != 0)
-        failCodec();
-    copy(ctxt, local, record);
+    heap_octets(ctxt, local.content, value.get_content());
+    copy_checked(ctxt, local, record);
 }
 
 void ASN1T_ContentInfo_traits::get(const ASN1_T& record, CContentInfo& value) {
@@ -53,10 +35,6 @@ void ASN1T_ContentInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& 
 
 void ASN1T_ContentInfo_traits::get(const ASN1_T& record, CBlob& der) {
     der = asn1EncodeT<ASN1T_ContentInfo_traits>(record);
-}
-
-void ASN1T_ContentInfo_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_ContentInfo(ctxt, &from, &to);
 }
 
 } // namespace Halcyon::ASN1

@@ -9,13 +9,14 @@ namespace Halcyon::ASN1 {
 // The type is dotted text; the content is its DER without the [0] wrapper.
 class CContentInfo {
 public:
-    CContentInfo();
-    CContentInfo(const char* contentType, const CBlob& content);
+    CContentInfo() : contentType_("") {}
+    CContentInfo(const char* contentType, const CBlob& content)
+        : contentType_(contentType), content_(content) {}
 
     const char* get_contentType() const noexcept { return contentType_.c_str(); }
     const CBlob& get_content() const noexcept { return content_; }
-    void put_contentType(const char* contentType);
-    void put_content(const CBlob& content);
+    void put_contentType(const char* contentType) { contentType_ = CStringProxy(contentType); }
+    void put_content(const CBlob& content) { content_ = content; }
 
     // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for content that
     // doesn't fit a known type.

@@ -1,94 +1,100 @@
 #include "asn1/distribution_point.h"
 
-#include "asn1/codec.h"
-#include "asn1/distribution_point_traits.h"
 #include "asn1/general_name_traits.h"
-#include "asn1/optional_owner.h"
+#include "asn1data/pkix1_implicit.h"
 
 namespace Halcyon::ASN1 {
 
-struct CDistributionPointImpl {
-    CDistributionPointImpl() = default;
-    CDistributionPointImpl(const CDistributionPointImpl& other) {
-        copy_to_auto_ptr(distributionPoint, other.distributionPoint.get());
-        copy_to_auto_ptr(reasons, other.reasons.get());
-        copy_to_auto_ptr(cRLIssuer, other.cRLIssuer.get());
-    }
-
-    std::unique_ptr<CDistributionPointName> distributionPoint;
-    std::unique_ptr<CReasonFlags> reasons;
-    std::unique_ptr<CGeneralNames> cRLIssuer;
+const CReasonFlags::Flag CReasonFlags::sequence[10] = {
+    unused,          keyCompromise,
+    cACompromise,    affiliationChanged,
+    superseded,      cessationOfOperation,
+    certificateHold, privilegeWithdrawn,
+    aACompromise,    Flag{},
 };
 
-CDistributionPoint::CDistributionPoint() : impl_(std::make_unique<CDistributionPointImpl>()) {}
-
-CDistributionPoint::CDistributionPoint(const CDistributionPoint& other)
-    : impl_(std::make_unique<CDistributionPointImpl>(*other.impl_)) {}
-
-CDistributionPoint& CDistributionPoint::operator=(const CDistributionPoint& other) {
-    if (this != &other)
-        impl_ = std::make_unique<CDistributionPointImpl>(*other.impl_);
-    return *this;
+void CReasonFlags::put_bit(unsigned int n, bool on) noexcept {
+    const unsigned int mask = 1u << (n % 32);
+    value_ = on ? value_ | mask : value_ & ~mask;
 }
 
-CDistributionPoint::~CDistributionPoint() = default;
+// ReasonFlags ::= BIT STRING { unused (0), keyCompromise (1), ..., aACompromise (8) }
 
-void CDistributionPoint::clear() noexcept {
-    impl_->distributionPoint.reset();
-    impl_->reasons.reset();
-    impl_->cRLIssuer.reset();
-}
+struct ASN1T_ReasonFlags_traits {
+    using ASN1_T = asn1data::ASN1T_ReasonFlags;
 
-const CDistributionPointName* CDistributionPoint::get_distributionPoint() const noexcept {
-    return impl_->distributionPoint.get();
-}
+    // Bits 0 to 15; the context isn't used.
+    static void set(ASN1CTXT*, ASN1_T& record, const CReasonFlags& value) {
+        constexpr unsigned int kWireBits = 16;
+        record = {};
+        record.numbits = kWireBits;
+        asn1data::ASN1C_ReasonFlags control(record);
+        control.clear();
+        for (unsigned int n = 0; n < kWireBits; ++n) {
+            if (value.get_bit(n)) {
+                control.set(n);
+            }
+        }
+    }
 
-const CReasonFlags* CDistributionPoint::get_reasons() const noexcept {
-    return impl_->reasons.get();
-}
+    static void get(const ASN1_T& record, CReasonFlags& value) {
+        value.put_value(0);
+        ASN1_T local = record;
+        asn1data::ASN1C_ReasonFlags control(local);
+        const auto length = static_cast<unsigned int>(control.length());
+        for (unsigned int n = 0; n < length; ++n) {
+            if (control.get(n)) {
+                value.put_bit(n, true);
+            }
+        }
+    }
 
-const CGeneralNames* CDistributionPoint::get_cRLIssuer() const noexcept {
-    return impl_->cRLIssuer.get();
-}
+    static void copy(ASN1CTXT*, const ASN1_T& from, ASN1_T& to) { to = from; }
+};
 
-void CDistributionPoint::put_distributionPoint(const CDistributionPointName* name) {
-    copy_to_auto_ptr(impl_->distributionPoint, name);
-}
+// DistributionPointName ::= CHOICE {
+//     fullName                 [0] IMPLICIT GeneralNames,
+//     nameRelativeToCRLIssuer  [1] IMPLICIT RelativeDistinguishedName }
 
-void CDistributionPoint::put_reasons(const CReasonFlags* reasons) {
-    copy_to_auto_ptr(impl_->reasons, reasons);
-}
+struct ASN1T_DistributionPointName_traits
+    : RecordTraits<asn1data::ASN1T_DistributionPointName, asn1data::ASN1C_DistributionPointName,
+                   asn1data::asn1Copy_DistributionPointName> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CDistributionPointName& value) {
+        record.t = 0;
+        record.u.fullName = nullptr;
+        if (const CGeneralNames* const fullName = value.get_fullName()) {
+            record.t = kFullName.kind;
+            record.u.fullName = heap_record<asn1data::ASN1T_GeneralNames>(ctxt);
+            ASN1T_GeneralNames_traits::set(ctxt, *record.u.fullName, *fullName);
+        }
+    }
 
-void CDistributionPoint::put_cRLIssuer(const CGeneralNames* issuer) {
-    copy_to_auto_ptr(impl_->cRLIssuer, issuer);
-}
-
-bool operator==(const CDistributionPoint& a, const CDistributionPoint& b) noexcept {
-    return equal_optional(a.get_cRLIssuer(), b.get_cRLIssuer()) &&
-           equal_optional(a.get_distributionPoint(), b.get_distributionPoint()) &&
-           equal_optional(a.get_reasons(), b.get_reasons());
-}
-
-CBlob CDistributionPoint::encode() const {
-    return asn1Encode<ASN1T_DistributionPoint_traits, CDistributionPoint>(*this);
-}
-
-void CDistributionPoint::decode(const CBlob& der) {
-    asn1Decode<ASN1T_DistributionPoint_traits, CDistributionPoint>(der, *this);
-}
-
-CBlob CCRLDistPointsSyntax::encode() const {
-    return asn1Encode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(*this);
-}
-
-void CCRLDistPointsSyntax::decode(const CBlob& der) {
-    asn1Decode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(der, *this);
-}
+    static void get(const ASN1_T& record, CDistributionPointName& value) {
+        if (record.t != kFullName.kind) {
+            return;
+        }
+        CGeneralNames fullName;
+        ASN1T_GeneralNames_traits::get(*record.u.fullName, fullName);
+        value.put_fullName(fullName);
+    }
+};
 
 // DistributionPoint ::= SEQUENCE {
 //     distributionPoint  [0] EXPLICIT DistributionPointName OPTIONAL,
 //     reasons            [1] IMPLICIT ReasonFlags OPTIONAL,
 //     cRLIssuer          [2] IMPLICIT GeneralNames OPTIONAL }
+
+struct ASN1T_DistributionPoint_traits
+    : RecordTraits<asn1data::ASN1T_DistributionPoint, asn1data::ASN1C_DistributionPoint,
+                   asn1data::asn1Copy_DistributionPoint> {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CDistributionPoint& value);
+    static void get(const ASN1_T& record, CDistributionPoint& value);
+};
+
+using ASN1T_CRLDistPointsSyntax_traits =
+    ListTypeTraits<asn1data::ASN1T_CRLDistPointsSyntax, asn1data::ASN1C_CRLDistPointsSyntax,
+                   kTagSequenceOf, ASN1T_DistributionPoint_traits, CDistributionPoint,
+                   CCRLDistPointsSyntax>;
 
 void ASN1T_DistributionPoint_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
                                          const CDistributionPoint& value) {
@@ -127,8 +133,38 @@ void ASN1T_DistributionPoint_traits::get(const ASN1_T& record, CDistributionPoin
     }
 }
 
-void ASN1T_DistributionPoint_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_DistributionPoint(ctxt, &from, &to);
+bool operator==(const CDistributionPointName& a, const CDistributionPointName& b) noexcept {
+    return a.get_type() == b.get_type() && equal_optional(a.get_fullName(), b.get_fullName());
+}
+
+CBlob CDistributionPointName::encode() const {
+    return asn1Encode<ASN1T_DistributionPointName_traits, CDistributionPointName>(*this);
+}
+
+void CDistributionPointName::decode(const CBlob& der) {
+    asn1Decode<ASN1T_DistributionPointName_traits, CDistributionPointName>(der, *this);
+}
+
+bool operator==(const CDistributionPoint& a, const CDistributionPoint& b) noexcept {
+    return equal_optional(a.get_cRLIssuer(), b.get_cRLIssuer()) &&
+           equal_optional(a.get_distributionPoint(), b.get_distributionPoint()) &&
+           equal_optional(a.get_reasons(), b.get_reasons());
+}
+
+CBlob CDistributionPoint::encode() const {
+    return asn1Encode<ASN1T_DistributionPoint_traits, CDistributionPoint>(*this);
+}
+
+void CDistributionPoint::decode(const CBlob& der) {
+    asn1Decode<ASN1T_DistributionPoint_traits, CDistributionPoint>(der, *this);
+}
+
+CBlob CCRLDistPointsSyntax::encode() const {
+    return asn1Encode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(*this);
+}
+
+void CCRLDistPointsSyntax::decode(const CBlob& der) {
+    asn1Decode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(der, *this);
 }
 
 } // namespace Halcyon::ASN1

@@ -20,7 +20,7 @@ CGeneralNames uris(const wchar_t* text) {
     return CGeneralNames(1, uri(text));
 }
 
-CDistributionPoint pointAt(const wchar_t* text) {
+CDistributionPoint point_at(const wchar_t* text) {
     CDistributionPoint point;
     const CDistributionPointName name(uris(text));
     point.put_distributionPoint(&name);
@@ -43,8 +43,9 @@ TEST(ReasonFlags, NumbersOfBitsCountModulo32) {
     EXPECT_TRUE(flags == CReasonFlags(1));
     EXPECT_TRUE(flags != CReasonFlags(3));
     unsigned int all = 0;
-    for (const CReasonFlags::Flag* flag = CReasonFlags::sequence; *flag != 0; ++flag)
+    for (const CReasonFlags::Flag* flag = CReasonFlags::sequence; *flag != 0; ++flag) {
         all = all * 2 + (*flag > all);
+    }
     EXPECT_EQ(all, 0x1FFu);
 }
 
@@ -82,7 +83,7 @@ TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
         const CReasonFlags flags(row.flags);
         point.put_reasons(&flags);
         const CBlob der = point.encode();
-        EXPECT_EQ(toHex(der), row.der);
+        EXPECT_EQ(to_hex(der), row.der);
         CDistributionPoint back;
         back.decode(der);
         ASSERT_NE(back.get_reasons(), nullptr);
@@ -91,14 +92,14 @@ TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
 }
 
 TEST(DistributionPoint, RoundTripsAllFields) {
-    CDistributionPoint point = pointAt(L"http://a");
+    CDistributionPoint point = point_at(L"http://a");
     const CReasonFlags flags(0x6);
     const CGeneralNames issuer = uris(L"u:b");
     point.put_reasons(&flags);
     point.put_cRLIssuer(&issuer);
     const CBlob der = point.encode();
-    EXPECT_EQ(throughOpenSSL<DIST_POINT>(der, d2i_DIST_POINT, i2d_DIST_POINT, DIST_POINT_free),
-              toHex(der));
+    EXPECT_EQ(through_openssl<DIST_POINT>(der, d2i_DIST_POINT, i2d_DIST_POINT, DIST_POINT_free),
+              to_hex(der));
     CDistributionPoint back;
     back.decode(der);
     EXPECT_TRUE(back == point);
@@ -112,8 +113,8 @@ TEST(DistributionPoint, RoundTripsAllFields) {
     EXPECT_EQ(back.get_cRLIssuer(), nullptr);
     back.put_distributionPoint(nullptr);
     back.put_reasons(nullptr);
-    EXPECT_EQ(toHex(back.encode()), "3000");
-    back.decode(fromHex("3000"));
+    EXPECT_EQ(to_hex(back.encode()), "3000");
+    back.decode(from_hex("3000"));
     EXPECT_TRUE(back == CDistributionPoint());
     CDistributionPoint copy(point);
     copy.clear();
@@ -125,23 +126,23 @@ TEST(DistributionPointName, HoldsFullNamesOnly) {
     CDistributionPointName name;
     EXPECT_EQ(name.get_type(), 0u);
     EXPECT_EQ(name.get_fullName(), nullptr);
-    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { name.encode(); }), 0x80093101u);
     name.put_fullName(uris(L"a"));
-    EXPECT_EQ(toHex(name.encode()), "A003860161");
+    EXPECT_EQ(to_hex(name.encode()), "A003860161");
     CDistributionPointName back;
     back.decode(name.encode());
     EXPECT_TRUE(back == name);
     EXPECT_TRUE(back != CDistributionPointName());
     EXPECT_TRUE(back != CDistributionPointName(uris(L"b")));
     // A name relative to the issuer leaves the object as it was.
-    back.decode(fromHex("A10A300806035504030C0141"));
+    back.decode(from_hex("A10A300806035504030C0141"));
     EXPECT_TRUE(back == name);
     back = CDistributionPointName();
     EXPECT_EQ(back.get_type(), 0u);
 }
 
 TEST(CRLDistPoints, RoundTripAsOpenSSLsList) {
-    const CBlob der = extensionValue(X509V3_EXT_conf_nid(
+    const CBlob der = extension_value(X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_crl_distribution_points, "URI:http://a,URI:http://b"));
     CCRLDistPointsSyntax points;
     points.decode(der);
@@ -152,16 +153,16 @@ TEST(CRLDistPoints, RoundTripAsOpenSSLsList) {
                      ->front()
                      .get_uniformResourceIdentifier(),
                  L"http://b");
-    EXPECT_EQ(toHex(points.encode()), toHex(der));
+    EXPECT_EQ(to_hex(points.encode()), to_hex(der));
     CCRLDistPointsSyntax own;
-    own.push_back(pointAt(L"http://a"));
-    own.push_back(pointAt(L"http://b"));
-    EXPECT_EQ(toHex(own.encode()), toHex(der));
-    EXPECT_EQ(toHex(CCRLDistPointsSyntax().encode()), "3000");
+    own.push_back(point_at(L"http://a"));
+    own.push_back(point_at(L"http://b"));
+    EXPECT_EQ(to_hex(own.encode()), to_hex(der));
+    EXPECT_EQ(to_hex(CCRLDistPointsSyntax().encode()), "3000");
 }
 
 TEST(AccessDescription, RoundTripsAsOpenSSLsList) {
-    const CBlob der = extensionValue(X509V3_EXT_conf_nid(
+    const CBlob der = extension_value(X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_info_access, "OCSP;URI:http://a,caIssuers;URI:http://b"));
     CAuthorityInfoAccessSyntax list;
     list.decode(der);
@@ -170,7 +171,7 @@ TEST(AccessDescription, RoundTripsAsOpenSSLsList) {
     CAuthorityInfoAccessSyntax own;
     own.push_back(CAccessDescription("1.3.6.1.5.5.7.48.1", uri(L"http://a")));
     own.push_back(CAccessDescription("1.3.6.1.5.5.7.48.2", uri(L"http://b")));
-    EXPECT_EQ(toHex(own.encode()), toHex(der));
+    EXPECT_EQ(to_hex(own.encode()), to_hex(der));
 
     CAccessDescription one;
     one.decode(own.front().encode());
@@ -181,19 +182,19 @@ TEST(AccessDescription, RoundTripsAsOpenSSLsList) {
     one.put_accessLocation(uri(L"x"));
     EXPECT_TRUE(one != own.front());
     one.put_accessMethod("no identifier");
-    EXPECT_EQ(codeThrownBy([&] { one.encode(); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { one.encode(); }), 0x80070057u);
 }
 
 TEST(PolicyInformation, LosesQualifiers) {
     CPolicyInformation policy;
-    policy.decode(fromHex("301E06032A03043017301506082B060105050702011609687474703A2F2F612F62"));
+    policy.decode(from_hex("301E06032A03043017301506082B060105050702011609687474703A2F2F612F62"));
     EXPECT_STREQ(policy.get_policyIdentifier(), "1.2.3.4");
     const CBlob der = policy.encode();
-    EXPECT_EQ(toHex(der), "300506032A0304");
-    EXPECT_EQ(throughOpenSSL<POLICYINFO>(der, d2i_POLICYINFO, i2d_POLICYINFO, POLICYINFO_free),
-              toHex(der));
+    EXPECT_EQ(to_hex(der), "300506032A0304");
+    EXPECT_EQ(through_openssl<POLICYINFO>(der, d2i_POLICYINFO, i2d_POLICYINFO, POLICYINFO_free),
+              to_hex(der));
     policy.put_policyIdentifier("x");
-    EXPECT_EQ(codeThrownBy([&] { policy.encode(); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { policy.encode(); }), 0x80070057u);
 }
 
 } // namespace

@@ -1,24 +1,20 @@
-#include "asn1/extensions.h"
+#include "asn1/extension.h"
 
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/certificate_issuer.h"
-#include "asn1/crl_reason.h"
-#include "asn1/hold_instruction_code.h"
-#include "asn1/invalidity_date.h"
-#include "asn1/private_key_usage_period.h"
 #include "asn1/test_blob.h"
+#include "asn1/typed_extension.h"
 
 namespace Halcyon::ASN1 {
 namespace {
 
 CExtension unknown(const char* der, bool critical) {
-    return CExtension(CExtValue("1.2.3.4", fromHex(der)), critical);
+    return CExtension(CExtValue("1.2.3.4", from_hex(der)), critical);
 }
 
-std::string throughX509Extensions(const CBlob& der) {
-    return throughOpenSSL<X509_EXTENSIONS>(
+std::string through_x509_extensions(const CBlob& der) {
+    return through_openssl<X509_EXTENSIONS>(
         der, d2i_X509_EXTENSIONS, i2d_X509_EXTENSIONS,
         [](X509_EXTENSIONS* list) { sk_X509_EXTENSION_pop_free(list, X509_EXTENSION_free); });
 }
@@ -35,9 +31,9 @@ TEST(Extension, RoundTripsInOpenSSLsEncoding) {
     };
     for (const auto& row : rows) {
         const CBlob der = row.value.encode();
-        EXPECT_EQ(toHex(der), row.der);
-        EXPECT_EQ(throughOpenSSL<X509_EXTENSION>(der, d2i_X509_EXTENSION, i2d_X509_EXTENSION,
-                                                 X509_EXTENSION_free),
+        EXPECT_EQ(to_hex(der), row.der);
+        EXPECT_EQ(through_openssl<X509_EXTENSION>(der, d2i_X509_EXTENSION, i2d_X509_EXTENSION,
+                                                  X509_EXTENSION_free),
                   row.der);
         CExtension back;
         back.decode(der);
@@ -48,18 +44,19 @@ TEST(Extension, RoundTripsInOpenSSLsEncoding) {
 TEST(Extension, EqualityLooksAtMarkTypeAndValue) {
     EXPECT_TRUE(unknown("0500", true) != unknown("0500", false));
     EXPECT_TRUE(unknown("0500", true) != unknown("0501", true));
-    EXPECT_TRUE(unknown("0500", true) != CExtension(CExtValue("1.2.3.5", fromHex("0500")), true));
+    EXPECT_TRUE(unknown("0500", true) != CExtension(CExtValue("1.2.3.5", from_hex("0500")), true));
     EXPECT_FALSE(CExtension().get_critical());
 }
 
 TEST(Extension, KnownTypeWithAValueThatDoesNotFitIsRefused) {
     EXPECT_EQ(
-        codeThrownBy([] { CExtension(CExtValue("2.5.29.15", fromHex("0500")), true).encode(); }),
+        code_thrown_by([] { CExtension(CExtValue("2.5.29.15", from_hex("0500")), true).encode(); }),
         0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { CExtension().encode(); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { CExtension().encode(); }), 0x80070057u);
     CExtension kept = unknown("0500", true);
-    for (const char* der : {"", "3000", "30090603551D0F04020500", "300906032A0304040205"})
-        EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex(der)); }), 0x80093101u) << der;
+    for (const char* der : {"", "3000", "30090603551D0F04020500", "300906032A0304040205"}) {
+        EXPECT_EQ(code_thrown_by([&] { kept.decode(from_hex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_TRUE(kept == unknown("0500", true));
 }
 
@@ -74,22 +71,27 @@ TEST(Extensions, InsertReplacesValueAndMark) {
     EXPECT_TRUE(std::as_const(list).find("1.2.3") == list.cend());
     list.erase("1.2.3");
     EXPECT_EQ(list.size(), 2u);
+    list.push_back(unknown("0502", false));
+    list.erase("1.2.3.4");
+    ASSERT_EQ(list.size(), 2u);
+    EXPECT_STREQ(list.front().get_extnID(), "1.2.3.5");
+    EXPECT_TRUE(list.back() == unknown("0502", false));
     list.erase("1.2.3.4");
     ASSERT_EQ(list.size(), 1u);
-    EXPECT_STREQ(list.front().get_extnID(), "1.2.3.5");
+    CExtensions().erase("1.2.3.4");
 }
 
 TEST(Extensions, RoundTripAndKeepWhatCame) {
     CExtensions list;
     list.push_back(unknown("0500", false));
     list.push_back(unknown("0500", false));
-    list.push_back(CExtension(CExtValue("2.5.29.15", fromHex("03020780")), true));
+    list.push_back(CExtension(CExtValue("2.5.29.15", from_hex("03020780")), true));
     const CBlob der = list.encode();
-    EXPECT_EQ(throughX509Extensions(der), toHex(der));
+    EXPECT_EQ(through_x509_extensions(der), to_hex(der));
     CExtensions back;
     back.decode(der);
     EXPECT_TRUE(back == list);
-    EXPECT_EQ(toHex(CExtensions().encode()), "3000");
+    EXPECT_EQ(to_hex(CExtensions().encode()), "3000");
 }
 
 TEST(Extensions, ReadWhatOpenSSLWrites) {
@@ -102,14 +104,14 @@ TEST(Extensions, ReadWhatOpenSSLWrites) {
         X509v3_add_ext(&made, extension, -1);
         X509_EXTENSION_free(extension);
     }
-    const CBlob der = writtenByOpenSSL(made, i2d_X509_EXTENSIONS);
+    const CBlob der = written_by_openssl(made, i2d_X509_EXTENSIONS);
     sk_X509_EXTENSION_pop_free(made, X509_EXTENSION_free);
     CExtensions list;
     list.decode(der);
     ASSERT_EQ(list.size(), 4u);
     EXPECT_TRUE(list.find("2.5.29.37")->get_critical());
-    EXPECT_EQ(toHex(list.find("2.5.29.37")->get_extnValue()), "300A06082B06010505070308");
-    EXPECT_EQ(toHex(list.encode()), toHex(der));
+    EXPECT_EQ(to_hex(list.find("2.5.29.37")->get_extnValue()), "300A06082B06010505070308");
+    EXPECT_EQ(to_hex(list.encode()), to_hex(der));
 }
 
 TEST(CRLReason, KeepsBothFormsInStep) {
@@ -118,63 +120,82 @@ TEST(CRLReason, KeepsBothFormsInStep) {
     EXPECT_EQ(reason.get_reason(), 0u);
     EXPECT_EQ(reason.get_value().cbData(), 0u);
     reason.encode();
-    EXPECT_EQ(toHex(reason.get_value()), "0A0100");
+    EXPECT_EQ(to_hex(reason.get_value()), "0A0100");
     reason.put_reason(crlReasonAACompromise);
-    EXPECT_EQ(toHex(reason.get_value()), "0A010A");
-    EXPECT_EQ(CExtCRLReason(fromHex("0A0101")).get_reason(), crlReasonKeyCompromise);
-    for (const char* der : {"", "0A010B", "020101"})
-        EXPECT_EQ(codeThrownBy([&] { CExtCRLReason bad(fromHex(der)); }), 0x80093101u) << der;
+    EXPECT_EQ(to_hex(reason.get_value()), "0A010A");
+    EXPECT_EQ(CExtCRLReason(from_hex("0A0101")).get_reason(), crlReasonKeyCompromise);
+    for (const char* der : {"", "0A010B", "020101"}) {
+        EXPECT_EQ(code_thrown_by([&] { CExtCRLReason bad(from_hex(der)); }), 0x80093101u) << der;
+    }
+}
+
+TEST(CRLReason, WhatIsWrittenCanBeRead) {
+    for (unsigned int number = 0; number < 20; ++number) {
+        const std::string der =
+            std::string("0A01") + "0123456789ABCDEF"[number / 16] + "0123456789ABCDEF"[number % 16];
+        const auto read = code_thrown_by([&] { CExtCRLReason reason(from_hex(der.c_str())); });
+        const auto written =
+            code_thrown_by([&] { CExtCRLReason reason(static_cast<CrlReason>(number)); });
+        EXPECT_EQ(written, read) << number;
+        EXPECT_EQ(read, number > 10 ? 0x80093101u : 0u) << number;
+    }
+    CExtCRLReason kept(crlReasonSuperseded);
+    EXPECT_EQ(code_thrown_by([&] { kept.put_reason(static_cast<CrlReason>(11)); }), 0x80093101u);
+    EXPECT_EQ(to_hex(kept.get_value()), "0A0104");
 }
 
 TEST(HoldInstructionCode, KeepsBothFormsInStep) {
     CExtHoldInstructionCode code("1.2.840.10040.2.1");
-    EXPECT_EQ(toHex(code.get_value()), "06072A8648CE380201");
+    EXPECT_EQ(to_hex(code.get_value()), "06072A8648CE380201");
     code.put_code("1.2.3");
-    EXPECT_EQ(toHex(code.get_value()), "06022A03");
-    EXPECT_STREQ(CExtHoldInstructionCode(fromHex("06022A04")).get_code(), "1.2.4");
+    EXPECT_EQ(to_hex(code.get_value()), "06022A03");
+    EXPECT_STREQ(CExtHoldInstructionCode(from_hex("06022A04")).get_code(), "1.2.4");
     EXPECT_STREQ(CExtHoldInstructionCode().get_code(), "");
-    EXPECT_EQ(codeThrownBy([] { CExtHoldInstructionCode bad("x"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { CExtHoldInstructionCode bad("x"); }), 0x80070057u);
 }
 
 TEST(InvalidityDate, IsAlwaysGeneralizedTimeWithoutFraction) {
     CExtInvalidityDate date(CDateTime(2024, 1, 2, 3, 4, 5, 999, 0));
-    EXPECT_EQ(toHex(date.get_value()), "180F32303234303130323033303430355A");
+    EXPECT_EQ(to_hex(date.get_value()), "180F32303234303130323033303430355A");
     const CExtInvalidityDate back(date.get_value());
     EXPECT_EQ(back.get_invalidityDate(), CDateTime(2024, 1, 2, 3, 4, 5, 0, 0));
     date.put_invalidityDate(CDateTime(2051, 1, 1, 0, 0, 0, 0, 0));
-    EXPECT_EQ(toHex(date.get_value()), "180F32303531303130313030303030305A");
+    EXPECT_EQ(to_hex(date.get_value()), "180F32303531303130313030303030305A");
     EXPECT_EQ(CExtInvalidityDate().get_value().cbData(), 0u);
-    EXPECT_EQ(codeThrownBy([] { CExtInvalidityDate bad(fromHex("0500")); }), 0x80093101u);
-    EXPECT_NE(codeThrownBy([] { CExtInvalidityDate bad(fromHex("180178")); }), 0u);
+    EXPECT_EQ(code_thrown_by([] { CExtInvalidityDate bad(from_hex("0500")); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CExtInvalidityDate bad(from_hex("180178")); }), 0x80004005u);
+    EXPECT_EQ(code_thrown_by(
+                  [] { CExtInvalidityDate bad(from_hex("180F32303234303130323033303430785A")); }),
+              0x8007076Du);
 }
 
 TEST(CertificateIssuer, KeepsBothFormsInStep) {
     CGeneralNames names(1);
     names.front().put_dNSName(L"a");
     CExtCertificateIssuer issuer(names);
-    EXPECT_EQ(toHex(issuer.get_value()), "3003820161");
+    EXPECT_EQ(to_hex(issuer.get_value()), "3003820161");
     EXPECT_TRUE(CExtCertificateIssuer(issuer.get_value()).get_issuer() == names);
     issuer.put_issuer(CGeneralNames());
-    EXPECT_EQ(toHex(issuer.get_value()), "3000");
+    EXPECT_EQ(to_hex(issuer.get_value()), "3000");
     EXPECT_EQ(CExtCertificateIssuer().get_value().cbData(), 0u);
 }
 
 TEST(PrivateKeyUsagePeriod, DatesComeAndGo) {
     const CDateTime from(2024, 1, 1, 0, 0, 0, 0, 0);
     const CDateTime to(2025, 1, 1, 0, 0, 0, 0, 0);
-    EXPECT_EQ(toHex(CExtPrivateKeyUsagePeriod(nullptr, nullptr).get_value()), "3000");
+    EXPECT_EQ(to_hex(CExtPrivateKeyUsagePeriod(nullptr, nullptr).get_value()), "3000");
     CExtPrivateKeyUsagePeriod period(&from, &to);
-    EXPECT_EQ(throughOpenSSL<PKEY_USAGE_PERIOD>(period.get_value(), d2i_PKEY_USAGE_PERIOD,
-                                                i2d_PKEY_USAGE_PERIOD, PKEY_USAGE_PERIOD_free),
-              toHex(period.get_value()));
+    EXPECT_EQ(through_openssl<PKEY_USAGE_PERIOD>(period.get_value(), d2i_PKEY_USAGE_PERIOD,
+                                                 i2d_PKEY_USAGE_PERIOD, PKEY_USAGE_PERIOD_free),
+              to_hex(period.get_value()));
     CExtPrivateKeyUsagePeriod back(period.get_value());
     EXPECT_EQ(*back.get_notBefore(), from);
     EXPECT_EQ(*back.get_notAfter(), to);
     period.put_notBefore(nullptr);
-    EXPECT_EQ(toHex(period.get_value()), "3011810F32303235303130313030303030305A");
+    EXPECT_EQ(to_hex(period.get_value()), "3011810F32303235303130313030303030305A");
     back = period;
     EXPECT_EQ(back.get_notBefore(), nullptr);
-    back.value() = fromHex("3000");
+    back.value() = from_hex("3000");
     back.decode();
     EXPECT_EQ(back.get_notAfter(), nullptr);
     EXPECT_EQ(*CExtPrivateKeyUsagePeriod(period).get_notAfter(), to);
@@ -182,7 +203,7 @@ TEST(PrivateKeyUsagePeriod, DatesComeAndGo) {
     EXPECT_EQ(*CExtPrivateKeyUsagePeriod(open.get_value()).get_notBefore(), from);
     EXPECT_EQ(CExtPrivateKeyUsagePeriod(open.get_value()).get_notAfter(), nullptr);
     period.put_notAfter(&from);
-    EXPECT_EQ(toHex(period.get_value()), "3011810F32303234303130313030303030305A");
+    EXPECT_EQ(to_hex(period.get_value()), "3011810F32303234303130313030303030305A");
 }
 
 } // namespace

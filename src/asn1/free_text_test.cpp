@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1/free_text_codec.h"
+#include "asn1/free_text_traits.h"
 #include "asn1/test_blob.h"
 
 namespace Halcyon::ASN1 {
@@ -16,7 +16,7 @@ CPKIFreeTextString plain(const wchar_t* text) {
 }
 
 // The texts as they stand in the record, and read back from it.
-std::string wireText(const CPKIFreeTextString& element) {
+std::string wire_text(const CPKIFreeTextString& element) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_PKIFreeText record{};
     CPKIFreeText_Encode(scratch.getCtxtPtr(), record, CPKIFreeText(element));
@@ -43,29 +43,41 @@ TEST(LanguageTag, IsHeldInLowerCase) {
 }
 
 TEST(FreeText, LanguageGoesOutAsAPrefixOfThaiCharacters) {
-    EXPECT_EQ(wireText({L"x", CLanguageTag("en")}),
+    EXPECT_EQ(wire_text({L"x", CLanguageTag("en")}),
               "\xE0\xB8\x81\xE0\xB9\xA5\xE0\xB9\xAE\xE0\xB9\xBEx");
-    EXPECT_EQ(wireText(plain(L"x")), "x");
-    EXPECT_EQ(wireText({L"", CLanguageTag()}), "\xE0\xB8\x81\xE0\xB9\xBE");
+    EXPECT_EQ(wire_text(plain(L"x")), "x");
+    EXPECT_EQ(wire_text({L"", CLanguageTag()}), "\xE0\xB8\x81\xE0\xB9\xBE");
 }
 
 TEST(FreeText, PrefixStaysInTheTextThatIsRead) {
-    const CPKIFreeText value = parsed(wireText({L"x", CLanguageTag("EN")}).c_str());
+    const CPKIFreeText value = parsed(wire_text({L"x", CLanguageTag("EN")}).c_str());
     ASSERT_EQ(value.size(), 1u);
     EXPECT_TRUE(value.front().get_language() == CLanguageTag("en"));
     EXPECT_STREQ(value.front().get_value(), L"\x0E01\x0E65\x0E6E\x0E7Ex");
     // Which doubles it when the text goes out again.
-    const CPKIFreeText again = parsed(wireText(value.front()).c_str());
+    const CPKIFreeText again = parsed(wire_text(value.front()).c_str());
     EXPECT_STREQ(again.front().get_value(), L"\x0E01\x0E65\x0E6E\x0E7E\x0E01\x0E65\x0E6E\x0E7Ex");
     EXPECT_TRUE(parsed("x").front().get_language() == CLanguageTagDefaultRead());
 }
 
 TEST(FreeText, PrefixWithoutItsEndAndBrokenUTF8AreRefused) {
-    EXPECT_EQ(codeThrownBy([] { parsed("\xE0\xB8\x81x"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { parsed("\xE0\xB8\x81"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { parsed("\xE0\xB8\x81\xE0\xB9\xA5"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { parsed("a\xFF"); }), 0x8009310Eu);
-    EXPECT_EQ(codeThrownBy([] { parsed("a\xC3"); }), 0x8009310Eu);
+    EXPECT_EQ(code_thrown_by([] { parsed("\xE0\xB8\x81x"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { parsed("\xE0\xB8\x81"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { parsed("\xE0\xB8\x81\xE0\xB9\xA5"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([] { parsed("a\xFF"); }), 0x8009310Eu);
+    EXPECT_EQ(code_thrown_by([] { parsed("a\xC3"); }), 0x8009310Eu);
+}
+
+TEST(FreeText, OnlyCharactersOfTheThaiBlockCarryATag) {
+    // U+10E7E ends in the same 16 bits as U+0E7E, the mark's end, and is no part of a mark.
+    EXPECT_EQ(code_thrown_by([] { parsed("\xE0\xB8\x81\xF0\x90\xB9\xBE\xE0\xB9\xBEx"); }),
+              0x80070057u);
+    for (const char* text : {"\xE0\xB8\x81\xE0\xBB\xBF\xE0\xB9\xBEx",    // U+0EFF
+                             "\xE0\xB8\x81\xE0\xB8\x80\xE0\xB9\xBEx"}) { // U+0E00
+        EXPECT_EQ(parsed(text).size(), 1u);
+    }
+    EXPECT_EQ(code_thrown_by([] { parsed("\xE0\xB8\x81\xE0\xBC\x80\xE0\xB9\xBEx"); }),
+              0x80070057u); // U+0F00
 }
 
 TEST(FreeText, ParsingAppendsAndKeepsWhatCameBeforeAFailure) {
@@ -75,7 +87,7 @@ TEST(FreeText, ParsingAppendsAndKeepsWhatCameBeforeAFailure) {
     record.n = 3;
     record.elem = texts;
     CPKIFreeText value(L"first", CLanguageTagDefaultRead());
-    EXPECT_EQ(codeThrownBy([&] { CPKIFreeText_Parse(scratch.getCtxtPtr(), value, record); }),
+    EXPECT_EQ(code_thrown_by([&] { CPKIFreeText_Parse(scratch.getCtxtPtr(), value, record); }),
               0x8009310Eu);
     ASSERT_EQ(value.size(), 3u);
     EXPECT_STREQ(value.back().get_value(), L"b");
@@ -109,6 +121,11 @@ TEST(FreeText, RemovesByTheSameSearch) {
     value.push_back(plain(L"x"));
     value.remove(CLanguageTagDefaultRead());
     EXPECT_TRUE(value.empty());
+    // The tag may be that of an element that goes.
+    value.push_back(russian(L""));
+    value.push_back(russian(L""));
+    value.remove(value.front().get_language());
+    EXPECT_TRUE(value.empty());
 }
 
 TEST(FreeText, ConvertsToItsFirstElement) {
@@ -117,8 +134,14 @@ TEST(FreeText, ConvertsToItsFirstElement) {
     const CPKIFreeTextString first = value.operator CPKIFreeTextString();
     EXPECT_TRUE(first == russian(L"a"));
     EXPECT_EQ(&static_cast<const CPKIFreeTextString&>(std::as_const(value)), &value.front());
+    CPKIFreeTextString assigned;
+    EXPECT_STREQ(assigned.get_value(), L"");
+    assigned = value;
+    EXPECT_TRUE(assigned == russian(L"a"));
+    assigned = std::as_const(value);
+    EXPECT_TRUE(assigned == russian(L"a"));
     CPKIFreeText empty;
-    EXPECT_EQ(codeThrownBy([&] { empty.operator CPKIFreeTextString(); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { empty.operator CPKIFreeTextString(); }), 0x80070057u);
 }
 
 TEST(FreeTextString, ComparesLanguageAndText) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/general_names.h"
 #include "asn1/name.h"
 #include "asn1/test_certificate.h"
 
@@ -18,7 +17,7 @@ CGeneralName dns(const wchar_t* text) {
 
 CGeneralName decoded(const char* der) {
     CGeneralName name;
-    name.decode(fromHex(der));
+    name.decode(from_hex(der));
     return name;
 }
 
@@ -39,7 +38,7 @@ std::vector<Sample> samples() {
     rows[2] = {rows[2].name, 5, "A40E300C310A300806035504030C0141", L"directoryName: CN=A"};
     rows[3].name.put_uniformResourceIdentifier(L"http://a");
     rows[3] = {rows[3].name, 7, "8608687474703A2F2F61", L"uniformResourceIdentifier: http://a"};
-    rows[4].name.put_iPAddress(fromHex("7F000001"));
+    rows[4].name.put_iPAddress(from_hex("7F000001"));
     rows[4] = {rows[4].name, 8, "87047F000001", L"iPAddress: (to string is not implemented)"};
     rows[5].name.put_registeredID(L"1.2.3");
     rows[5] = {rows[5].name, 9, "88022A03", L"registeredID: 1.2.3"};
@@ -50,14 +49,14 @@ TEST(GeneralName, RoundTripsEachKindInOpenSSLsEncoding) {
     for (const Sample& row : samples()) {
         EXPECT_EQ(row.name.get_type(), row.kind);
         const CBlob der = row.name.encode();
-        EXPECT_EQ(toHex(der), row.der);
-        EXPECT_EQ(throughOpenSSL<GENERAL_NAME>(der, d2i_GENERAL_NAME, i2d_GENERAL_NAME,
-                                               GENERAL_NAME_free),
+        EXPECT_EQ(to_hex(der), row.der);
+        EXPECT_EQ(through_openssl<GENERAL_NAME>(der, d2i_GENERAL_NAME, i2d_GENERAL_NAME,
+                                                GENERAL_NAME_free),
                   row.der);
         const CGeneralName back = decoded(row.der);
         EXPECT_EQ(back.get_type(), row.kind);
         EXPECT_STREQ(back.toString().c_str(), row.text);
-        EXPECT_EQ(toHex(back.encode()), row.der);
+        EXPECT_EQ(to_hex(back.encode()), row.der);
         EXPECT_TRUE(back == row.name);
     }
 }
@@ -77,55 +76,82 @@ TEST(GeneralName, EmptyNameHasNoTextAndNoEncoding) {
     const CGeneralName empty;
     EXPECT_EQ(empty.get_type(), 0u);
     EXPECT_STREQ(empty.toString().c_str(), L"");
-    EXPECT_EQ(codeThrownBy([&] { empty.encode(); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { empty.encode(); }), 0x80070057u);
     CGeneralName copy(empty);
     copy = empty;
     EXPECT_TRUE(copy == empty);
 }
 
 TEST(GeneralName, UnsupportedAlternativesAreRefused) {
-    for (const char* der : {"A00906032A0304A0020500", "A508A106040401020304"})
-        EXPECT_NE(codeThrownBy([&] { decoded(der); }), 0u) << der;
-    EXPECT_EQ(codeThrownBy([] { decoded("A00906032A0304A0020500"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { decoded("A508A1060C0401020304"); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([] { decoded("0500"); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { decoded(""); }), 0x80093101u);
+    struct {
+        const char* der;
+        std::uint32_t code;
+    } const rows[] = {
+        {"A00906032A0304A0020500", 0x80070057u}, // otherName
+        {"A508A1060C0401020304", 0x80070057u},   // ediPartyName
+        {"A508A106040401020304", 0x80093101u},   // the same with a party that is no string
+        {"0500", 0x80093101u},
+        {"", 0x80093101u},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(code_thrown_by([&] { decoded(row.der); }), row.code) << row.der;
+    }
     CGeneralName name = dns(L"kept");
-    EXPECT_EQ(codeThrownBy([&] { name.decode(fromHex("A00906032A0304A0020500")); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { name.decode(from_hex("A00906032A0304A0020500")); }),
+              0x80070057u);
     EXPECT_STREQ(name.get_dNSName(), L"kept");
 }
 
 TEST(GeneralName, BadContentsAreFoundOutWhenTheyAreEncoded) {
     CGeneralName name;
     name.put_registeredID(L"not an identifier");
-    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80070057u);
-    name.put_directoryName(fromHex("0500"));
-    EXPECT_EQ(codeThrownBy([&] { name.encode(); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([&] { name.toString(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { name.encode(); }), 0x80070057u);
+    name.put_directoryName(from_hex("0500"));
+    EXPECT_EQ(code_thrown_by([&] { name.encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { name.toString(); }), 0x80093101u);
 }
 
-TEST(GeneralName, EqualityOfTextsLooksAtOneCharacter) {
-    EXPECT_TRUE(dns(L"abc") == dns(L"axy"));
-    EXPECT_TRUE(dns(L"abc") != dns(L"bbc"));
-    EXPECT_TRUE(dns(L"") != dns(L"a"));
-    EXPECT_TRUE(dns(L"") == dns(L""));
-    CGeneralName mail;
-    mail.put_rfc822Name(L"abc");
-    EXPECT_TRUE(mail != dns(L"abc"));
-    CGeneralName a;
-    CGeneralName b;
-    a.put_iPAddress(fromHex("7F000001"));
-    b.put_iPAddress(fromHex("7F000002"));
-    EXPECT_TRUE(a != b);
+TEST(GeneralName, EqualityLooksAtOneCharacterOfATextAndAtEveryByteOfABlob) {
+    using Put = void (*)(CGeneralName&, const wchar_t*);
+    const Put texts[] = {
+        [](CGeneralName& name, const wchar_t* text) { name.put_rfc822Name(text); },
+        [](CGeneralName& name, const wchar_t* text) { name.put_dNSName(text); },
+        [](CGeneralName& name, const wchar_t* text) { name.put_uniformResourceIdentifier(text); },
+        [](CGeneralName& name, const wchar_t* text) { name.put_registeredID(text); },
+    };
+    for (const Put put : texts) {
+        auto of = [put](const wchar_t* text) {
+            CGeneralName name;
+            put(name, text);
+            return name;
+        };
+        EXPECT_TRUE(of(L"1bc") == of(L"1xy"));
+        EXPECT_TRUE(of(L"1bc") != of(L"2bc"));
+        EXPECT_TRUE(of(L"") != of(L"1"));
+        EXPECT_TRUE(of(L"") == of(L""));
+        EXPECT_EQ(of(L"1") == dns(L"1"), put == texts[1]);
+    }
+    CGeneralName name;
+    CGeneralName address;
+    name.put_directoryName(from_hex("7F000001"));
+    address.put_iPAddress(from_hex("7F000001"));
+    EXPECT_TRUE(name != address);
+    for (CGeneralName* const value : {&name, &address}) {
+        CGeneralName other(*value);
+        EXPECT_TRUE(other == *value);
+        value == &name ? other.put_directoryName(from_hex("7F000002"))
+                       : other.put_iPAddress(from_hex("7F000002"));
+        EXPECT_TRUE(other != *value);
+    }
 }
 
 TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
     CGeneralName name;
-    name.put_directoryName(fromHex("3000"));
+    name.put_directoryName(from_hex("3000"));
     CGeneralName copy(name);
     name.put_rfc822Name(L"a@b");
     EXPECT_EQ(name.get_directoryName(), nullptr);
-    EXPECT_EQ(toHex(*copy.get_directoryName()), "3000");
+    EXPECT_EQ(to_hex(*copy.get_directoryName()), "3000");
     copy = name;
     name.put_rfc822Name(L"c@d");
     EXPECT_STREQ(copy.get_rfc822Name(), L"a@b");
@@ -137,35 +163,37 @@ TEST(GeneralName, ChangingTheKindAndCopyingLeaveNothingBehind) {
     EXPECT_STREQ(copy.get_rfc822Name(), L"c@d");
     // The source may be the value itself.
     CGeneralName address;
-    address.put_iPAddress(fromHex("01020304"));
+    address.put_iPAddress(from_hex("01020304"));
     address.put_directoryName(*address.get_iPAddress());
-    EXPECT_EQ(toHex(*address.get_directoryName()), "01020304");
+    EXPECT_EQ(to_hex(*address.get_directoryName()), "01020304");
 }
 
 TEST(GeneralNames, RoundTripAsOpenSSLsList) {
     CGeneralNames names;
-    for (const Sample& row : samples())
+    for (const Sample& row : samples()) {
         names.push_back(row.name);
+    }
     const CBlob der = names.encode();
-    EXPECT_EQ(throughOpenSSL<GENERAL_NAMES>(der, d2i_GENERAL_NAMES, i2d_GENERAL_NAMES,
-                                            GENERAL_NAMES_free),
-              toHex(der));
+    EXPECT_EQ(through_openssl<GENERAL_NAMES>(der, d2i_GENERAL_NAMES, i2d_GENERAL_NAMES,
+                                             GENERAL_NAMES_free),
+              to_hex(der));
     CGeneralNames back(1);
     back.decode(der);
     EXPECT_TRUE(back == names);
     back.pop_back();
     EXPECT_TRUE(back != names);
-    EXPECT_EQ(toHex(CGeneralNames().encode()), "3000");
+    EXPECT_EQ(to_hex(CGeneralNames().encode()), "3000");
 }
 
 TEST(GeneralNames, ReadsWhatOpenSSLWrites) {
     X509_EXTENSION* const made = X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_subject_alt_name, "DNS:a.b,email:c@d,IP:::1,RID:1.2.3.4,URI:u:v");
     CGeneralNames names;
-    names.decode(extensionValue(made));
+    names.decode(extension_value(made));
     std::wstring text;
-    for (const CGeneralName& name : names)
+    for (const CGeneralName& name : names) {
         text += std::wstring(name.toString().c_str()) + L";";
+    }
     EXPECT_EQ(text, L"dNSName: a.b;rfc822Name: c@d;iPAddress: (to string is not implemented);"
                     L"registeredID: 1.2.3.4;uniformResourceIdentifier: u:v;");
 }

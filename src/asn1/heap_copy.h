@@ -11,41 +11,45 @@
 namespace Halcyon::ASN1 {
 
 // `size` bytes of undefined content.
-inline void* heapBlock(ASN1CTXT* ctxt, unsigned long size) {
-    if (size > static_cast<unsigned long>(std::numeric_limits<std::int32_t>::max()))
-        failMemory();
+inline void* heap_block(ASN1CTXT* ctxt, unsigned long size) {
+    if (size > static_cast<unsigned long>(std::numeric_limits<std::int32_t>::max())) {
+        fail_memory();
+    }
     void* const block = rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size));
-    if (!block)
-        failMemory();
+    if (!block) {
+        fail_memory();
+    }
     return block;
 }
 
-inline void* heapCopy(ASN1CTXT* ctxt, const void* source, unsigned long size) {
-    void* const block = heapBlock(ctxt, size);
-    if (size != 0)
+inline void* heap_copy(ASN1CTXT* ctxt, const void* source, unsigned long size) {
+    void* const block = heap_block(ctxt, size);
+    if (size != 0) {
         std::memcpy(block, source, size);
+    }
     return block;
 }
 
 // A text with its terminator.
-inline const char* heapText(ASN1CTXT* ctxt, const char* text) {
-    return static_cast<const char*>(heapCopy(ctxt, text, std::strlen(text) + 1));
+inline const char* heap_text(ASN1CTXT* ctxt, const char* text) {
+    return static_cast<const char*>(heap_copy(ctxt, text, std::strlen(text) + 1));
 }
 
 // A zeroed record, which is a record without content for every type of the schema.
 template <class Record>
-Record* heapRecord(ASN1CTXT* ctxt) {
+Record* heap_record(ASN1CTXT* ctxt) {
     void* const block = rtMemHeapAllocZ(&ctxt->typeHeap, static_cast<std::int32_t>(sizeof(Record)));
-    if (!block)
-        failMemory();
+    if (!block) {
+        fail_memory();
+    }
     return static_cast<Record*>(block);
 }
 
 // Count and bytes of an octet string or open type.
 template <class Record>
-void heapOctets(ASN1CTXT* ctxt, Record& record, const CBlob& octets) {
+void heap_octets(ASN1CTXT* ctxt, Record& record, const CBlob& octets) {
     record.data =
-        static_cast<const unsigned char*>(heapCopy(ctxt, octets.pbData(), octets.cbData()));
+        static_cast<const unsigned char*>(heap_copy(ctxt, octets.pbData(), octets.cbData()));
     record.numocts = static_cast<std::uint32_t>(octets.cbData());
 }
 

@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 #include <openssl/pkcs7.h>
 
-#include "asn1/cert_id.h"
 #include "asn1/certificate_traits.h"
 #include "asn1/certificate_value.h"
 #include "asn1/codec.h"
 #include "asn1/content_info.h"
 #include "asn1/content_info_traits.h"
-#include "asn1/info_type_and_value_codec.h"
+#include "asn1/info_type_and_value.h"
 #include "asn1/rev_ann_content.h"
 #include "asn1/signer_info.h"
 #include "asn1/signer_info_traits.h"
@@ -16,51 +15,52 @@
 namespace Halcyon::ASN1 {
 namespace {
 
-constexpr char oidData[] = "1.2.840.113549.1.7.1";
+constexpr char kOidData[] = "1.2.840.113549.1.7.1";
 
 TEST(ContentInfo, RoundTripsInOpenSSLsEncoding) {
-    const CContentInfo data(oidData, fromHex("04020102"));
+    const CContentInfo data(kOidData, from_hex("04020102"));
     const CBlob der = data.encode();
-    EXPECT_EQ(toHex(der), "301106092A864886F70D010701A00404020102");
-    EXPECT_EQ(throughOpenSSL<PKCS7>(der, d2i_PKCS7, i2d_PKCS7, PKCS7_free), toHex(der));
+    EXPECT_EQ(to_hex(der), "301106092A864886F70D010701A00404020102");
+    EXPECT_EQ(through_openssl<PKCS7>(der, d2i_PKCS7, i2d_PKCS7, PKCS7_free), to_hex(der));
     CContentInfo back;
     back.decode(der);
-    EXPECT_STREQ(back.get_contentType(), oidData);
-    EXPECT_EQ(toHex(back.get_content()), "04020102");
+    EXPECT_STREQ(back.get_contentType(), kOidData);
+    EXPECT_EQ(to_hex(back.get_content()), "04020102");
     back.put_contentType("1.2.3");
-    back.put_content(fromHex("0500"));
-    EXPECT_EQ(toHex(back.encode()), "300806022A03A0020500");
+    back.put_content(from_hex("0500"));
+    EXPECT_EQ(to_hex(back.encode()), "300806022A03A0020500");
 }
 
 TEST(ContentInfo, KnownTypeWithContentThatDoesNotFitIsRefused) {
-    EXPECT_EQ(codeThrownBy([] { CContentInfo(oidData, fromHex("0500")).encode(); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { CContentInfo("x", fromHex("0500")).encode(); }), 0x80070057u);
-    CContentInfo kept("1.2.3", fromHex("0500"));
-    EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex("300406022A03")); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CContentInfo(kOidData, from_hex("0500")).encode(); }),
+              0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CContentInfo("x", from_hex("0500")).encode(); }), 0x80070057u);
+    CContentInfo kept("1.2.3", from_hex("0500"));
+    EXPECT_EQ(code_thrown_by([&] { kept.decode(from_hex("300406022A03")); }), 0x80093101u);
     EXPECT_STREQ(kept.get_contentType(), "1.2.3");
 }
 
 TEST(ContentInfo, RecordIsMadeFromDerToo) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_ContentInfo record;
-    const CBlob der = fromHex("300806022A03A0020500");
+    const CBlob der = from_hex("300806022A03A0020500");
     ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, der);
     CBlob back;
     ASN1T_ContentInfo_traits::get(record, back);
     EXPECT_TRUE(back == der);
-    EXPECT_EQ(codeThrownBy([&] {
-                  ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, fromHex("0500"));
+    EXPECT_EQ(code_thrown_by([&] {
+                  ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, from_hex("0500"));
               }),
               0x80093101u);
 }
 
 // The record of a signer with version 1 and the given identifier, SHA-256, RSA and a signature of
 // two bytes.
-CSignerInfo signerOf(CSignerInfo value, const std::string& sid) {
+CSignerInfo signer_of(CSignerInfo value, const std::string& sid) {
     const std::string body = "020101" + sid + "300B0609608648016503040201" +
                              "300D06092A864886F70D0101010500" + "0402ABCD";
-    CBlob der = fromHex(body.c_str());
-    CBlob header = fromHex("30");
+    CBlob der = from_hex(body.c_str());
+    CBlob header = from_hex("30");
     header += CBlob(std::vector<unsigned char>{static_cast<unsigned char>(der.cbData())}.data(), 1);
     header += der;
     ASN1BERDecodeBuffer scratch;
@@ -72,15 +72,15 @@ CSignerInfo signerOf(CSignerInfo value, const std::string& sid) {
 
 TEST(SignerInfo, IsReadFromARecordWithItsIssuerAsItCame) {
     // The length of the issuer isn't minimal.
-    const CSignerInfo signer = signerOf(CSignerInfo(), "30063081000201"
-                                                       "05");
+    const CSignerInfo signer = signer_of(CSignerInfo(), "30063081000201"
+                                                        "05");
     EXPECT_EQ(signer.get_version(), 1u);
-    EXPECT_EQ(toHex(signer.get_issuer()), "308100");
-    EXPECT_EQ(toHex(signer.get_serialNumber()), "05");
+    EXPECT_EQ(to_hex(signer.get_issuer()), "308100");
+    EXPECT_EQ(to_hex(signer.get_serialNumber()), "05");
     EXPECT_STREQ(signer.get_digestAlgorithm().get_algorithm(), "2.16.840.1.101.3.4.2.1");
     EXPECT_STREQ(signer.get_signatureAlgorithm().get_algorithm(), "1.2.840.113549.1.1.1");
-    EXPECT_EQ(toHex(*signer.get_signatureAlgorithm().get_parameters()), "0500");
-    EXPECT_EQ(toHex(signer.get_signature()), "ABCD");
+    EXPECT_EQ(to_hex(*signer.get_signatureAlgorithm().get_parameters()), "0500");
+    EXPECT_EQ(to_hex(signer.get_signature()), "ABCD");
 
     CSignerInfo other(signer);
     CBigInteger serial;
@@ -97,8 +97,8 @@ TEST(SignerInfo, EachFieldCountsInEquality) {
     CSignerInfo values[5];
     values[0].put_version(1);
     values[1].put_digestAlgorithm(CAlgorithmIdentifier("1.2"));
-    values[2].put_issuer(fromHex("01"));
-    values[3].put_signature(fromHex("01"));
+    values[2].put_issuer(from_hex("01"));
+    values[3].put_signature(from_hex("01"));
     values[4].put_signatureAlgorithm(CAlgorithmIdentifier("1.2"));
     for (const CSignerInfo& value : values) {
         EXPECT_TRUE(value != none);
@@ -110,48 +110,49 @@ TEST(SignerInfo, KeyIdentifierIsRefusedBehindTheOtherFields) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_SignerInfo record;
     asn1DecodeT<ASN1T_SignerInfo_traits>(
-        fromHex(
+        from_hex(
             "302702010380020102300B0609608648016503040201300D06092A864886F70D01010105000402ABCD"),
         scratch.getCtxtPtr(), record);
     CSignerInfo value;
-    EXPECT_EQ(codeThrownBy([&] { ASN1T_SignerInfo_get(value, record); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { ASN1T_SignerInfo_get(value, record); }), 0x80093101u);
     EXPECT_EQ(value.get_version(), 3u);
-    EXPECT_EQ(toHex(value.get_signature()), "ABCD");
+    EXPECT_EQ(to_hex(value.get_signature()), "ABCD");
     EXPECT_EQ(value.get_issuer().cbData(), 0u);
 }
 
 TEST(CertificateValue, IsCheckedWhenItIsEncoded) {
-    const CBlob certificate = makeCertificate("0102");
+    const CBlob certificate = make_certificate("0102");
     const CCertificateValue value(certificate);
     EXPECT_TRUE(value.encode() == certificate);
     CCertificateValue back;
     back.decode(certificate);
     EXPECT_TRUE(back == certificate);
-    EXPECT_EQ(codeThrownBy([] { CCertificateValue(fromHex("0500")).encode(); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { CCertificateValue().encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CCertificateValue(from_hex("0500")).encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CCertificateValue().encode(); }), 0x80093101u);
 }
 
 TEST(CertificateValue, ListsKeepTheirOrder) {
     CCertificateValues values;
-    values.push_back(makeCertificate("02"));
-    values.push_back(makeCertificate("01"));
+    values.push_back(make_certificate("02"));
+    values.push_back(make_certificate("01"));
     CCertificateValues back;
     back.decode(values.encode());
     EXPECT_TRUE(back == values);
-    EXPECT_EQ(toHex(CCertificateValues().encode()), "3000");
+    EXPECT_EQ(to_hex(CCertificateValues().encode()), "3000");
     values.push_back(CBlob());
-    EXPECT_EQ(codeThrownBy([&] { values.encode(); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { values.encode(); }), 0x80093101u);
 }
 
 TEST(CertificateList, StaysTheBytesThatItCameIn) {
-    const CBlob der = fromHex("308103"
-                              "020105");
+    const CBlob der = from_hex("308103"
+                               "020105");
     CBlob back;
     asn1Decode<ASN1T_CertificateList_traits, CBlob>(der, back);
     EXPECT_TRUE(back == der);
     EXPECT_TRUE((asn1Encode<ASN1T_CertificateList_traits, CBlob>(der)) == der);
-    EXPECT_EQ(codeThrownBy([&] { asn1Decode<ASN1T_CertificateList_traits, CBlob>(CBlob(), back); }),
-              0x80093101u);
+    EXPECT_EQ(
+        code_thrown_by([&] { asn1Decode<ASN1T_CertificateList_traits, CBlob>(CBlob(), back); }),
+        0x80093101u);
 }
 
 TEST(RevAnnContent, RoundTripsAndLeavesEmptyDetailsOut) {
@@ -167,20 +168,20 @@ TEST(RevAnnContent, RoundTripsAndLeavesEmptyDetailsOut) {
     const char* const der = "302D020104300682016102010518"
                             "0F32303234303130323033303430355A"
                             "180F32303233303130323033303430355A";
-    EXPECT_EQ(toHex(value.encode()), der);
-    details.push_back(CExtension(CExtValue("1.2.3", fromHex("0500")), true));
+    EXPECT_EQ(to_hex(value.encode()), der);
+    details.push_back(CExtension(CExtValue("1.2.3", from_hex("0500")), true));
     value.put_crlDetails(&details);
     CRevAnnContent back(pkiStatusGranted, CCertId(), at, at);
     back.decode(value.encode());
     EXPECT_EQ(back.get_status(), pkiStatusRevocationWarning);
     EXPECT_TRUE(back.get_certId().get_issuer() == issuer);
-    EXPECT_EQ(toHex(back.get_certId().get_serialNumber()), "05");
+    EXPECT_EQ(to_hex(back.get_certId().get_serialNumber()), "05");
     EXPECT_EQ(back.get_willBeRevokedAt(), at);
     EXPECT_EQ(back.get_badSinceDate(), CDateTime(2023, 1, 2, 3, 4, 5, 0, 0));
     ASSERT_NE(back.get_crlDetails(), nullptr);
     EXPECT_TRUE(*back.get_crlDetails() == details);
     CRevAnnContent copy(back);
-    back.decode(fromHex(der));
+    back.decode(from_hex(der));
     EXPECT_EQ(back.get_crlDetails(), nullptr);
     EXPECT_NE(copy.get_crlDetails(), nullptr);
     copy = back;
@@ -189,24 +190,24 @@ TEST(RevAnnContent, RoundTripsAndLeavesEmptyDetailsOut) {
 
 TEST(InfoTypeAndValue, ListHoldsATypeOnce) {
     CInfoTypeAndValueList list;
-    list.insert(CInfoTypeAndValue("1.2.3", fromHex("0500")));
+    list.insert(CInfoTypeAndValue("1.2.3", from_hex("0500")));
     list.insert(CInfoTypeAndValue("1.2.4"));
-    list.insert(CInfoTypeAndValue("1.2.3", fromHex("0101FF")));
+    list.insert(CInfoTypeAndValue("1.2.3", from_hex("0101FF")));
     ASSERT_EQ(list.size(), 2u);
-    EXPECT_TRUE(list.front() == CInfoTypeAndValue("1.2.3", fromHex("0101FF")));
-    EXPECT_TRUE(list.front() != CInfoTypeAndValue("1.2.3", fromHex("0500")));
-    EXPECT_TRUE(list.front() != CInfoTypeAndValue("1.2.4", fromHex("0101FF")));
+    EXPECT_TRUE(list.front() == CInfoTypeAndValue("1.2.3", from_hex("0101FF")));
+    EXPECT_TRUE(list.front() != CInfoTypeAndValue("1.2.3", from_hex("0500")));
+    EXPECT_TRUE(list.front() != CInfoTypeAndValue("1.2.4", from_hex("0101FF")));
     EXPECT_TRUE(std::as_const(list).find("1.2.5") == list.cend());
     list.remove("1.2.3");
     ASSERT_EQ(list.size(), 1u);
-    EXPECT_EQ(codeThrownBy([&] { list.remove("1.2.3"); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { list.remove("1.2.3"); }), 0x80070057u);
 }
 
 TEST(InfoTypeAndValue, ListGoesThroughRecords) {
     CInfoTypeAndValueList values;
-    values.push_back(CInfoTypeAndValue("1.2.3", fromHex("0500")));
+    values.push_back(CInfoTypeAndValue("1.2.3", from_hex("0500")));
     values.push_back(CInfoTypeAndValue("1.2.4"));
-    values.push_back(CInfoTypeAndValue("1.2.3", fromHex("0101FF")));
+    values.push_back(CInfoTypeAndValue("1.2.3", from_hex("0101FF")));
     ASN1BERDecodeBuffer buffer;
     ASN1TSeqOfList list{};
     ASN1TavList_Encode(values, list, buffer);
@@ -217,10 +218,10 @@ TEST(InfoTypeAndValue, ListGoesThroughRecords) {
     EXPECT_TRUE(back == values);
     // A known type: a list of algorithms.
     CInfoTypeAndValueList bad;
-    bad.push_back(CInfoTypeAndValue("1.3.6.1.5.5.7.4.2", fromHex("0500")));
-    EXPECT_EQ(codeThrownBy([&] { ASN1TavList_Encode(bad, list, buffer); }), 0x80093101u);
+    bad.push_back(CInfoTypeAndValue("1.3.6.1.5.5.7.4.2", from_hex("0500")));
+    EXPECT_EQ(code_thrown_by([&] { ASN1TavList_Encode(bad, list, buffer); }), 0x80093101u);
     bad.front() = CInfoTypeAndValue("x");
-    EXPECT_EQ(codeThrownBy([&] { ASN1TavList_Encode(bad, list, buffer); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { ASN1TavList_Encode(bad, list, buffer); }), 0x80070057u);
 }
 
 } // namespace

@@ -1,34 +1,31 @@
 // Traits of Name and of what it is made of. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/code_class.h"
 #include "asn1/name.h"
-#include "asn1/seq_of_list_traits.h"
+#include "asn1/record_traits.h"
 #include "asn1data/pkix1_explicit.h"
 
 namespace Halcyon::ASN1 {
 
 struct ASN1T_AttributeTypeAndValue_traits
-    : CCodeClassT<asn1data::ASN1T_AttributeTypeAndValue, asn1data::ASN1C_AttributeTypeAndValue> {
+    : OpenRecordTraits<asn1data::ASN1T_AttributeTypeAndValue, asn1data::ASN1C_AttributeTypeAndValue,
+                       asn1data::asn1Copy_AttributeTypeAndValue,
+                       asn1data::asn1DTC_AttributeTypeAndValue> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAttributeTypeAndValue& value);
     static void get(const ASN1_T& record, CAttributeTypeAndValue& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
-struct ASN1T_RelativeDistinguishedName_traits
-    : CCodeClassT<asn1data::ASN1T_RelativeDistinguishedName,
-                  asn1data::ASN1C_RelativeDistinguishedName>,
-      ASN1TSeqOfList_traits<asn1data::ASN1T_AttributeTypeAndValue,
-                            ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue,
-                            CRelativeDistinguishedName> {};
+using ASN1T_RelativeDistinguishedName_traits = ListTypeTraits<
+    asn1data::ASN1T_RelativeDistinguishedName, asn1data::ASN1C_RelativeDistinguishedName, kTagSetOf,
+    ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue, CRelativeDistinguishedName>;
 
 // A name as a value or as its DER, which is decoded by `set`.
-struct ASN1T_Name_traits : CCodeClassT<asn1data::ASN1T_Name, asn1data::ASN1C_Name> {
+struct ASN1T_Name_traits
+    : RecordTraits<asn1data::ASN1T_Name, asn1data::ASN1C_Name, asn1data::asn1Copy_Name> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CName& value);
     static void get(const ASN1_T& record, CName& value);
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
     static void get(const ASN1_T& record, CBlob& der);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

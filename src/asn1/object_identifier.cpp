@@ -1,10 +1,41 @@
 #include "asn1/object_identifier.h"
 
-#include <string>
+#include <array>
+#include <charconv>
+#include <limits>
 
 #include "asn1/failure.h"
 
 namespace Halcyon::ASN1 {
+
+namespace {
+
+constexpr std::size_t kArcSize = std::numeric_limits<std::uint32_t>::digits10 + 2; // with its point
+
+// The dotted text of at most 128 arcs, on the stack.
+class DottedText {
+public:
+    explicit DottedText(const ASN1OBJID& oid) {
+        for (std::uint32_t i = 0; i < oid.numids; ++i) {
+            if (i != 0) {
+                *end_++ = '.';
+            }
+            end_ = std::to_chars(end_, text_.data() + text_.size(), oid.subid[i]).ptr;
+        }
+        *end_ = '\0';
+    }
+    DottedText(const DottedText&) = delete;
+    DottedText& operator=(const DottedText&) = delete;
+
+    const char* c_str() const noexcept { return text_.data(); }
+    std::size_t size() const noexcept { return static_cast<std::size_t>(end_ - text_.data()); }
+
+private:
+    std::array<char, maxObjectIdArcs * kArcSize + 1> text_;
+    char* end_ = text_.data();
+};
+
+} // namespace
 
 ASN1OBJID toASN1OBJID(const char* text) {
     ASN1OBJID oid{};
@@ -13,9 +44,10 @@ ASN1OBJID toASN1OBJID(const char* text) {
 }
 
 CStringProxy toOID(const ASN1OBJID& oid) {
-    CStringProxy text("");
-    ASN1TObjId_traits::get(oid, text);
-    return text;
+    if (oid.numids > maxObjectIdArcs) {
+        fail_argument();
+    }
+    return CStringProxy(DottedText(oid).c_str());
 }
 
 bool str2oid(const char* text, ASN1OBJID* oid) {
@@ -23,28 +55,22 @@ bool str2oid(const char* text, ASN1OBJID* oid) {
 }
 
 int oid2str(CBlob& text, const ASN1OBJID* oid) {
-    if (!oid || oid->numids > maxObjectIdArcs)
+    if (!oid || oid->numids > maxObjectIdArcs) {
         return 0;
-    std::string dotted;
-    for (std::uint32_t i = 0; i < oid->numids; ++i) {
-        if (i != 0)
-            dotted += '.';
-        dotted += std::to_string(oid->subid[i]);
     }
+    const DottedText dotted(*oid);
     text.assign(reinterpret_cast<const unsigned char*>(dotted.c_str()), dotted.size() + 1);
     return 1;
 }
 
 void ASN1TObjId_traits::set(ASN1CTXT*, ASN1_T& record, const char* value) {
-    if (str2oid(value, &record))
-        failArgument();
+    if (str2oid(value, &record)) {
+        fail_argument();
+    }
 }
 
 void ASN1TObjId_traits::get(const ASN1_T& record, CStringProxy& value) {
-    CBlob text;
-    if (!oid2str(text, &record))
-        failArgument();
-    value = CStringProxy(reinterpret_cast<const char*>(text.pbData()));
+    value = toOID(record);
 }
 
 void ASN1TObjId_traits::copy(ASN1CTXT*, const ASN1_T& from, ASN1_T& to) {

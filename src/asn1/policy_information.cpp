@@ -1,18 +1,9 @@
 #include "asn1/policy_information.h"
 
-#include "asn1/codec.h"
 #include "asn1/object_identifier.h"
 #include "asn1/policy_information_traits.h"
 
 namespace Halcyon::ASN1 {
-
-CPolicyInformation::CPolicyInformation() : policyIdentifier_("") {}
-
-CPolicyInformation::CPolicyInformation(const char* oid) : policyIdentifier_(oid) {}
-
-void CPolicyInformation::put_policyIdentifier(const char* oid) {
-    policyIdentifier_ = CStringProxy(oid);
-}
 
 CBlob CPolicyInformation::encode() const {
     return asn1Encode<ASN1T_PolicyInformation_traits, CPolicyInformation>(*this);
@@ -34,10 +25,6 @@ void ASN1T_PolicyInformation_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
 
 void ASN1T_PolicyInformation_traits::get(const ASN1_T& record, CPolicyInformation& value) {
     value.put_policyIdentifier(toOID(record.policyIdentifier).c_str());
-}
-
-void ASN1T_PolicyInformation_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_PolicyInformation(ctxt, &from, &to);
 }
 
 } // namespace Halcyon::ASN1

@@ -11,11 +11,11 @@ namespace Halcyon::ASN1 {
 // Dotted text. Qualifiers aren't held: they are dropped on reading.
 class CPolicyInformation {
 public:
-    CPolicyInformation();
-    explicit CPolicyInformation(const char* oid);
+    CPolicyInformation() : policyIdentifier_("") {}
+    explicit CPolicyInformation(const char* oid) : policyIdentifier_(oid) {}
 
     const char* get_policyIdentifier() const noexcept { return policyIdentifier_.c_str(); }
-    void put_policyIdentifier(const char* oid);
+    void put_policyIdentifier(const char* oid) { policyIdentifier_ = CStringProxy(oid); }
 
     // The DER. Throws 0x80070057 for a text that is no identifier.
     CBlob encode() const;

@@ -1,5 +1,5 @@
-// Traits of the primitive types: between the run-time's records and blobs or texts. See codec.h for
-// what traits are and how they fail.
+// Traits of the primitive types: between the run-time's records and blobs or texts, and one
+// complete OCTET STRING. See codec.h for what traits are and how they fail.
 #pragma once
 
 #include "asn1rt/runtime.h"
@@ -8,23 +8,23 @@
 
 namespace Halcyon::ASN1 {
 
-// OCTET STRING.
-struct ASN1TDynOctStr_traits {
-    using ASN1_T = ASN1TDynOctStr;
+// What the traits of blobs have in common: `data` and `numocts`, whole and copied.
+template <class Record>
+struct OctetsTraits {
+    using ASN1_T = Record;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value);
-    static void get(const ASN1_T& record, CBlob& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
+    static void set(ASN1CTXT* ctxt, Record& record, const CBlob& value);
+    static void get(const Record& record, CBlob& value);
+    static void copy(ASN1CTXT* ctxt, const Record& from, Record& to);
 };
+extern template struct OctetsTraits<ASN1TDynOctStr>;
+extern template struct OctetsTraits<ASN1TOpenType>;
+
+// OCTET STRING.
+struct ASN1TDynOctStr_traits : OctetsTraits<ASN1TDynOctStr> {};
 
 // One complete element of any type.
-struct ASN1TOpenType_traits {
-    using ASN1_T = ASN1TOpenType;
-
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value);
-    static void get(const ASN1_T& record, CBlob& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
-};
+struct ASN1TOpenType_traits : OctetsTraits<ASN1TOpenType> {};
 
 // The same where the schema may know the type: only the encoded form is looked at.
 struct Asn1TObject_traits {
@@ -62,5 +62,11 @@ struct ASN1UTF8String_traits {
     static void get(const ASN1_T& record, CWStringProxy& value);
     static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
+
+// One complete OCTET STRING from its contents and back. Throw 0x80093101, and 0x80093106 if there
+// is no context to be had.
+CBlob toOctetString(const CBlob& content);
+// Throws for an empty blob too. Bytes behind the element aren't looked at.
+CBlob fromOctetString(const CBlob& der);
 
 } // namespace Halcyon::ASN1

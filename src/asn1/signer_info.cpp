@@ -2,7 +2,6 @@
 
 #include "asn1/algorithm_identifier_traits.h"
 #include "asn1/big_integer_text.h"
-#include "asn1/failure.h"
 #include "asn1/signer_info_traits.h"
 
 namespace Halcyon::ASN1 {
@@ -31,17 +30,14 @@ void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& 
     ASN1T_AlgorithmIdentifier_get(algorithm, record.signatureAlgorithm);
     value.put_signatureAlgorithm(algorithm);
     value.put_signature(CBlob(record.signature.data, record.signature.numocts));
-    if (record.sid.t != 1)
-        failCodec();
+    if (record.sid.t != 1) {
+        fail_codec();
+    }
     const asn1data::ASN1T_IssuerAndSerialNumber& id = *record.sid.u.issuerAndSerialNumber;
     CBigInteger serialNumber;
     ASN1StringToBigInteger(id.serialNumber, serialNumber);
     value.put_serialNumber(serialNumber);
     value.put_issuer(CBlob(id.issuer.data, id.issuer.numocts));
-}
-
-void ASN1T_SignerInfo_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_SignerInfo(ctxt, &from, &to);
 }
 
 } // namespace Halcyon::ASN1

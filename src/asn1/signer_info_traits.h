@@ -1,7 +1,7 @@
 // Traits of SignerInfo, for reading only. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/code_class.h"
+#include "asn1/record_traits.h"
 #include "asn1/signer_info.h"
 #include "asn1data/cryptographic_message_syntax.h"
 
@@ -12,11 +12,11 @@ namespace Halcyon::ASN1 {
 void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& record);
 
 struct ASN1T_SignerInfo_traits
-    : CCodeClassT<asn1data::ASN1T_SignerInfo, asn1data::ASN1C_SignerInfo> {
+    : RecordTraits<asn1data::ASN1T_SignerInfo, asn1data::ASN1C_SignerInfo,
+                   asn1data::asn1Copy_SignerInfo> {
     static void get(const ASN1_T& record, CSignerInfo& value) {
         ASN1T_SignerInfo_get(value, record);
     }
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
 };
 
 } // namespace Halcyon::ASN1

@@ -1,66 +1,87 @@
 #include "asn1/signing_certificate.h"
 
-#include "asn1/certs_and_policies_traits.h"
-#include "asn1/codec.h"
-#include "asn1/ess_cert_id_traits.h"
-#include "asn1/signing_certificate_traits.h"
+#include "asn1/cert_identifier_traits.h"
+#include "asn1/policy_information_traits.h"
 
 namespace Halcyon::ASN1 {
 
-namespace {
-
-constexpr char oidSigningCertificate[] = "1.2.840.113549.1.9.16.2.12";
-
-using Fields = CertsAndPoliciesTraits<ASN1T_ESSCertID_traits, CESSCertID, CESSCertIDList>;
-
-} // namespace
-
-CAttrSigningCertificate::CAttrSigningCertificate()
-    : CAttrSigningCertificateT(oidSigningCertificate) {}
-
-CAttrSigningCertificate::CAttrSigningCertificate(const CESSCertIDList& certs)
-    : CAttrSigningCertificate() {
-    put_certs(certs);
-}
-
-CAttrSigningCertificate::CAttrSigningCertificate(const CBlob& der) : CAttrSigningCertificate() {
-    value() = der;
-    decode();
-}
-
-void CAttrSigningCertificate::put_certs(const CESSCertIDList& certs) {
-    block_->certs = certs;
-    encode();
-}
-
-void CAttrSigningCertificate::put_policies(const CPolicyInformationList* policies) {
-    copy_to_auto_ptr(block_->policies, policies);
-}
-
-void CAttrSigningCertificate::encode() {
-    value() = asn1Encode<ASN1T_SigningCertificate_traits, CAttrSigningCertificate>(*this);
-}
-
-void CAttrSigningCertificate::decode() {
-    asn1Decode<ASN1T_SigningCertificate_traits, CAttrSigningCertificate>(get_value(), *this);
-}
-
-// SigningCertificate ::= SEQUENCE {
-//     certs     SEQUENCE OF ESSCertID,
+// X ::= SEQUENCE {
+//     certs     SEQUENCE OF Element,
 //     policies  SEQUENCE OF PolicyInformation OPTIONAL }
+template <class Record, class Control, auto copy_record, class ElementTraits, class Element,
+          class List>
+struct CertsAndPoliciesTraits : RecordTraits<Record, Control, copy_record> {
+    using Certs =
+        ASN1TSeqOfList_traits<typename ElementTraits::ASN1_T, ElementTraits, Element, List>;
+    using Policies =
+        ASN1TSeqOfList_traits<asn1data::ASN1T_PolicyInformation, ASN1T_PolicyInformation_traits,
+                              CPolicyInformation, CPolicyInformationList>;
 
-void ASN1T_SigningCertificate_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
-                                          const CAttrSigningCertificate& value) {
-    Fields::set(ctxt, record, value.get_certs(), value.get_policies());
+    // An empty list of policies is left out.
+    static void set(ASN1CTXT* ctxt, Record& record, const CertsAndPolicies<List>& value) {
+        record.m = {};
+        Certs::set(ctxt, record.certs, value.certs);
+        if (value.policies.get() && !value.policies->empty()) {
+            record.m.policiesPresent = 1;
+            Policies::set(ctxt, record.policies, *value.policies);
+        }
+    }
+
+    static void get(const Record& record, CertsAndPolicies<List>& value) {
+        Certs::get(record.certs, value.certs);
+        CPolicyInformationList list;
+        if (record.m.policiesPresent) {
+            Policies::get(record.policies, list);
+        }
+        copy_to_auto_ptr(value.policies, record.m.policiesPresent ? &list : nullptr);
+    }
+};
+
+struct ASN1T_SigningCertificate_traits
+    : CertsAndPoliciesTraits<asn1data::ASN1T_SigningCertificate, asn1data::ASN1C_SigningCertificate,
+                             asn1data::asn1Copy_SigningCertificate, ASN1T_ESSCertID_traits,
+                             CESSCertID, CESSCertIDList> {};
+
+template <>
+void TypedAttribute<Owned<CertsAndPolicies<CESSCertIDList>>, kSigningCertificate>::encode() {
+    value() = asn1Encode<ASN1T_SigningCertificate_traits>(*field_);
 }
 
-// The value's encoded form stays as it is: it is what the record was read from.
-void ASN1T_SigningCertificate_traits::get(const ASN1_T& record, CAttrSigningCertificate& value) {
-    Fields::get(record, value.block_->certs, value.block_->policies);
+template <>
+void TypedAttribute<Owned<CertsAndPolicies<CESSCertIDList>>, kSigningCertificate>::decode() {
+    asn1Decode<ASN1T_SigningCertificate_traits>(get_value(), *field_);
 }
 
-void ASN1T_SigningCertificate_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_SigningCertificate(ctxt, &from, &to);
+struct ASN1T_SigningCertificateV2_traits
+    : CertsAndPoliciesTraits<asn1data::ASN1T_SigningCertificateV2,
+                             asn1data::ASN1C_SigningCertificateV2,
+                             asn1data::asn1Copy_SigningCertificateV2, ASN1T_ESSCertIDv2_traits,
+                             CESSCertIDv2, CESSCertIDv2List> {};
+
+template <>
+void TypedAttribute<Owned<CertsAndPolicies<CESSCertIDv2List>>, kSigningCertificateV2>::encode() {
+    value() = asn1Encode<ASN1T_SigningCertificateV2_traits>(*field_);
+}
+
+template <>
+void TypedAttribute<Owned<CertsAndPolicies<CESSCertIDv2List>>, kSigningCertificateV2>::decode() {
+    asn1Decode<ASN1T_SigningCertificateV2_traits>(get_value(), *field_);
+}
+
+struct ASN1T_OtherSigningCertificate_traits
+    : CertsAndPoliciesTraits<asn1data::ASN1T_OtherSigningCertificate,
+                             asn1data::ASN1C_OtherSigningCertificate,
+                             asn1data::asn1Copy_OtherSigningCertificate, ASN1T_OtherCertID_traits,
+                             COtherCertID, COtherCertIDList> {};
+
+template <>
+void TypedAttribute<Owned<CertsAndPolicies<COtherCertIDList>>, kOtherSigningCertificate>::encode() {
+    value() = asn1Encode<ASN1T_OtherSigningCertificate_traits>(*field_);
+}
+
+template <>
+void TypedAttribute<Owned<CertsAndPolicies<COtherCertIDList>>, kOtherSigningCertificate>::decode() {
+    asn1Decode<ASN1T_OtherSigningCertificate_traits>(get_value(), *field_);
 }
 
 } // namespace Halcyon::ASN1

@@ -4,16 +4,14 @@
 #include <openssl/ess.h>
 
 #include "asn1/name.h"
-#include "asn1/other_signing_certificate.h"
-#include "asn1/signing_certificate_v2.h"
 #include "asn1/test_blob.h"
 
 namespace Halcyon::ASN1 {
 namespace {
 
-constexpr char sha1[] = "1.3.14.3.2.26";
+constexpr char kSha1[] = "1.3.14.3.2.26";
 
-CIssuerSerial issuerSerial() {
+CIssuerSerial issuer_serial() {
     CGeneralNames issuer(1);
     issuer.front().put_directoryName(CName(L"CN=Test,C=RU").encode());
     CBigInteger serial;
@@ -23,12 +21,12 @@ CIssuerSerial issuerSerial() {
 
 template <class Id>
 Id withIssuerSerial(Id id) {
-    const CIssuerSerial issuer = issuerSerial();
+    const CIssuerSerial issuer = issuer_serial();
     id.put_issuerSerial(&issuer);
     return id;
 }
 
-CPolicyInformationList onePolicy() {
+CPolicyInformationList one_policy() {
     CPolicyInformationList policies;
     policies.push_back(CPolicyInformation("1.2.3.4"));
     return policies;
@@ -36,16 +34,16 @@ CPolicyInformationList onePolicy() {
 
 TEST(SigningCertificate, IsReadAndWrittenByOpenSSLTheSame) {
     CESSCertIDList certs;
-    certs.push_back(CESSCertID(fromHex("0102")));
-    certs.push_back(withIssuerSerial(CESSCertID(fromHex("0304"))));
+    certs.push_back(CESSCertID(from_hex("0102")));
+    certs.push_back(withIssuerSerial(CESSCertID(from_hex("0304"))));
     CAttrSigningCertificate value(certs);
-    const CPolicyInformationList policies = onePolicy();
+    const CPolicyInformationList policies = one_policy();
     value.put_policies(&policies);
     value.encode();
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.12");
-    EXPECT_EQ(throughOpenSSL<ESS_SIGNING_CERT>(value.get_value(), d2i_ESS_SIGNING_CERT,
-                                               i2d_ESS_SIGNING_CERT, ESS_SIGNING_CERT_free),
-              toHex(value.get_value()));
+    EXPECT_EQ(through_openssl<ESS_SIGNING_CERT>(value.get_value(), d2i_ESS_SIGNING_CERT,
+                                                i2d_ESS_SIGNING_CERT, ESS_SIGNING_CERT_free),
+              to_hex(value.get_value()));
     const CAttrSigningCertificate back(value.get_value());
     EXPECT_TRUE(back.get_certs() == certs);
     ASSERT_NE(back.get_policies(), nullptr);
@@ -55,14 +53,14 @@ TEST(SigningCertificate, IsReadAndWrittenByOpenSSLTheSame) {
 
 TEST(SigningCertificateV2, IsReadAndWrittenByOpenSSLTheSame) {
     CESSCertIDv2List certs;
-    certs.push_back(CESSCertIDv2(fromHex("0102")));
-    certs.push_back(withIssuerSerial(CESSCertIDv2(fromHex("0304"), CAlgorithmIdentifier(sha1))));
+    certs.push_back(CESSCertIDv2(from_hex("0102")));
+    certs.push_back(withIssuerSerial(CESSCertIDv2(from_hex("0304"), CAlgorithmIdentifier(kSha1))));
     const CAttrSigningCertificateV2 value(certs);
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.47");
-    EXPECT_EQ(throughOpenSSL<ESS_SIGNING_CERT_V2>(value.get_value(), d2i_ESS_SIGNING_CERT_V2,
-                                                  i2d_ESS_SIGNING_CERT_V2,
-                                                  ESS_SIGNING_CERT_V2_free),
-              toHex(value.get_value()));
+    EXPECT_EQ(through_openssl<ESS_SIGNING_CERT_V2>(value.get_value(), d2i_ESS_SIGNING_CERT_V2,
+                                                   i2d_ESS_SIGNING_CERT_V2,
+                                                   ESS_SIGNING_CERT_V2_free),
+              to_hex(value.get_value()));
     const CAttrSigningCertificateV2 back(value.get_value());
     EXPECT_TRUE(back.get_certs() == certs);
     EXPECT_EQ(back.get_policies(), nullptr);
@@ -70,8 +68,8 @@ TEST(SigningCertificateV2, IsReadAndWrittenByOpenSSLTheSame) {
 
 TEST(OtherSigningCertificate, RoundTripsBothKindsOfHashes) {
     COtherCertIDList certs;
-    certs.push_back(COtherCertID(fromHex("0102")));
-    certs.push_back(withIssuerSerial(COtherCertID(fromHex("0304"), CAlgorithmIdentifier(sha1))));
+    certs.push_back(COtherCertID(from_hex("0102")));
+    certs.push_back(withIssuerSerial(COtherCertID(from_hex("0304"), CAlgorithmIdentifier(kSha1))));
     const CAttrOtherSigningCertificate value(certs);
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.19");
     const CAttrOtherSigningCertificate back(value.get_value());
@@ -81,22 +79,22 @@ TEST(OtherSigningCertificate, RoundTripsBothKindsOfHashes) {
 }
 
 TEST(SigningCertificate, PoliciesWaitForEncodeInTwoOfThreeClasses) {
-    const CPolicyInformationList policies = onePolicy();
+    const CPolicyInformationList policies = one_policy();
     CAttrSigningCertificate v1((CESSCertIDList()));
     CAttrSigningCertificateV2 v2((CESSCertIDv2List()));
     CAttrOtherSigningCertificate other((COtherCertIDList()));
     v1.put_policies(&policies);
     v2.put_policies(&policies);
     other.put_policies(&policies);
-    EXPECT_EQ(toHex(v1.get_value()), "30023000");
-    EXPECT_EQ(toHex(v2.get_value()), "30023000");
-    EXPECT_EQ(toHex(other.get_value()), "300B30003007300506032A0304");
+    EXPECT_EQ(to_hex(v1.get_value()), "30023000");
+    EXPECT_EQ(to_hex(v2.get_value()), "30023000");
+    EXPECT_EQ(to_hex(other.get_value()), "300B30003007300506032A0304");
     v1.encode();
     v2.encode();
-    EXPECT_EQ(toHex(v1.get_value()), toHex(other.get_value()));
-    EXPECT_EQ(toHex(v2.get_value()), toHex(other.get_value()));
+    EXPECT_EQ(to_hex(v1.get_value()), to_hex(other.get_value()));
+    EXPECT_EQ(to_hex(v2.get_value()), to_hex(other.get_value()));
     other.put_policies(nullptr);
-    EXPECT_EQ(toHex(other.get_value()), "30023000");
+    EXPECT_EQ(to_hex(other.get_value()), "30023000");
 }
 
 TEST(SigningCertificate, EmptyPoliciesAreNotEncoded) {
@@ -106,7 +104,7 @@ TEST(SigningCertificate, EmptyPoliciesAreNotEncoded) {
     value.put_policies(&none);
     ASSERT_NE(value.get_policies(), nullptr);
     value.encode();
-    EXPECT_EQ(toHex(value.get_value()), "30023000");
+    EXPECT_EQ(to_hex(value.get_value()), "30023000");
     value.decode();
     EXPECT_EQ(value.get_policies(), nullptr);
 }
@@ -114,12 +112,12 @@ TEST(SigningCertificate, EmptyPoliciesAreNotEncoded) {
 TEST(SigningCertificate, DecodingKeepsTheEncodedFormAndDropsQualifiers) {
     // One policy with a qualifier that points to a practice statement.
     const CBlob der =
-        fromHex("302430003020301E06032A03043017301506082B060105050702011609687474703A2F"
-                "2F612F62");
+        from_hex("302430003020301E06032A03043017301506082B060105050702011609687474703A2F"
+                 "2F612F62");
     CAttrSigningCertificate value(der);
-    EXPECT_EQ(toHex(value.get_value()), toHex(der));
+    EXPECT_EQ(to_hex(value.get_value()), to_hex(der));
     value.encode();
-    EXPECT_EQ(toHex(value.get_value()), "300B30003007300506032A0304");
+    EXPECT_EQ(to_hex(value.get_value()), "300B30003007300506032A0304");
 }
 
 TEST(SigningCertificate, CopiesAreDeepAndBadValuesMakeNoObject) {
@@ -130,8 +128,8 @@ TEST(SigningCertificate, CopiesAreDeepAndBadValuesMakeNoObject) {
     EXPECT_EQ(b.get_certs().size(), 1u);
     b = a;
     EXPECT_TRUE(b.get_certs().empty());
-    EXPECT_EQ(codeThrownBy([] { CAttrSigningCertificate bad(fromHex("0500")); }), 0x80093101u);
-    EXPECT_EQ(codeThrownBy([] { CAttrSigningCertificateV2 bad((CBlob())); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CAttrSigningCertificate bad(from_hex("0500")); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([] { CAttrSigningCertificateV2 bad((CBlob())); }), 0x80093101u);
 }
 
 } // namespace

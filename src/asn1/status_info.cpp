@@ -1,14 +1,67 @@
 #include "asn1/status_info.h"
 
-#include "asn1/codec.h"
-#include "asn1/failure_info_traits.h"
-#include "asn1/free_text_codec.h"
+#include "asn1/free_text_traits.h"
 #include "asn1/status_info_traits.h"
 
 namespace Halcyon::ASN1 {
 
-CPKIStatusInfo::CPKIStatusInfo(PKIStatusEnum status) noexcept
-    : pkiStatus_(status), failureInfo_(0) {}
+namespace {
+
+unsigned int mask(unsigned int n) {
+    if (n >= 32) {
+        fail_argument();
+    }
+    return 1u << n;
+}
+
+} // namespace
+
+bool CPKIFailureInfo::get_bit(unsigned int n) const {
+    return (value_ & mask(n)) != 0;
+}
+
+void CPKIFailureInfo::put_bit(unsigned int n, bool on) {
+    value_ = on ? value_ | mask(n) : value_ & ~mask(n);
+}
+
+CBlob CPKIFailureInfo::encode() const {
+    return asn1Encode<ASN1T_PKIFailureInfo_traits, CPKIFailureInfo>(*this);
+}
+
+void CPKIFailureInfo::decode(const CBlob& der) {
+    asn1Decode<ASN1T_PKIFailureInfo_traits, CPKIFailureInfo>(der, *this);
+}
+
+// PKIFailureInfo ::= BIT STRING { badAlg (0), badRequest (2), badDataFormat (5), ... }
+
+void ASN1T_PKIFailureInfo_traits::set(ASN1CTXT*, ASN1_T& record, const CPKIFailureInfo& value) {
+    static_assert(sizeof(record.data) == 4);
+    record = {};
+    for (unsigned int n = 0; n < 32; ++n) {
+        if (value.get_bit(n)) {
+            rtSetBit(record.data, 32, n);
+        }
+    }
+    // Trailing zero bits aren't part of a string of named bits.
+    for (std::uint32_t i = 4; i-- > 0 && record.numbits == 0;) {
+        if (record.data[i] != 0) {
+            record.numbits = 8 * i + static_cast<std::uint32_t>(rtOctetBitLen(record.data[i]));
+        }
+    }
+}
+
+void ASN1T_PKIFailureInfo_traits::get(const ASN1_T& record, CPKIFailureInfo& value) {
+    value.put_value(0);
+    for (std::uint32_t n = 0; n < record.numbits; ++n) {
+        if (rtTestBit(record.data, record.numbits, n) != 0) {
+            value.put_bit(n, true);
+        }
+    }
+}
+
+void ASN1T_PKIFailureInfo_traits::copy(ASN1CTXT*, const ASN1_T& from, ASN1_T& to) {
+    to = from;
+}
 
 CBlob CPKIStatusInfo::encode() const {
     return asn1Encode<ASN1T_PKIStatusInfo_traits, CPKIStatusInfo>(*this);
@@ -39,8 +92,9 @@ void ASN1T_PKIStatusInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CPKIS
 void ASN1T_PKIStatusInfo_traits::get(const ASN1_T& record, CPKIStatusInfo& value) {
     value.put_pkiStatus(static_cast<PKIStatusEnum>(record.status));
     CPKIFailureInfo failureInfo(0);
-    if (record.m.failInfoPresent)
+    if (record.m.failInfoPresent) {
         ASN1T_PKIFailureInfo_traits::get(record.failInfo, failureInfo);
+    }
     value.put_failureInfo(failureInfo);
     if (record.m.statusStringPresent) {
         ASN1BERDecodeBuffer scratch;
@@ -48,10 +102,6 @@ void ASN1T_PKIStatusInfo_traits::get(const ASN1_T& record, CPKIStatusInfo& value
         CPKIFreeText_Parse(scratch.getCtxtPtr(), text, record.statusString);
         value.put_statusString(text);
     }
-}
-
-void ASN1T_PKIStatusInfo_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-    asn1data::asn1Copy_PKIStatusInfo(ctxt, &from, &to);
 }
 
 } // namespace Halcyon::ASN1

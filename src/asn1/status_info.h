@@ -1,17 +1,53 @@
-// CPKIStatusInfo: status, texts and failure bits of an answer (RFC 3161, 2.4.2).
+// CPKIStatusInfo: the status of an answer, its texts and the bits that say why a request was
+// refused (RFC 3161, 2.4.2).
 #pragma once
 
-#include "asn1/failure_info.h"
 #include "asn1/free_text.h"
-#include "asn1/pki_status.h"
 #include "base/blob.h"
 
 namespace Halcyon::ASN1 {
 
+// A number outside of these is carried over as it is.
+enum PKIStatusEnum : unsigned int {
+    pkiStatusGranted = 0,
+    pkiStatusGrantedWithMods = 1,
+    pkiStatusRejection = 2,
+    pkiStatusWaiting = 3,
+    pkiStatusRevocationWarning = 4,
+    pkiStatusRevocationNotification = 5,
+};
+
+// Bit n of the number, 1 << n, stands for bit n of the BIT STRING.
+class CPKIFailureInfo {
+public:
+    explicit CPKIFailureInfo(unsigned int value) noexcept : value_(value) {}
+
+    unsigned int get_value() const noexcept { return value_; }
+    void put_value(unsigned int value) noexcept { value_ = value; }
+    // Throw CAtlException 0x80070057 for a bit number of 32 or more.
+    bool get_bit(unsigned int n) const;
+    void put_bit(unsigned int n, bool on);
+
+    // The DER BIT STRING, without trailing zero bits.
+    CBlob encode() const;
+    // Throws 0x80093101, for a string of more than 32 bits too.
+    void decode(const CBlob& der);
+
+private:
+    unsigned int value_;
+};
+
+inline bool operator==(const CPKIFailureInfo& a, const CPKIFailureInfo& b) noexcept {
+    return a.get_value() == b.get_value();
+}
+inline bool operator!=(const CPKIFailureInfo& a, const CPKIFailureInfo& b) noexcept {
+    return !(a == b);
+}
+
 // Failure bits of 0 and an empty list of texts stand for absent fields.
 class CPKIStatusInfo {
 public:
-    explicit CPKIStatusInfo(PKIStatusEnum status) noexcept;
+    explicit CPKIStatusInfo(PKIStatusEnum status) : pkiStatus_(status), failureInfo_(0) {}
 
     PKIStatusEnum get_pkiStatus() const noexcept { return pkiStatus_; }
     const CPKIFailureInfo& get_failureInfo() const noexcept { return failureInfo_; }

@@ -25,13 +25,13 @@ TEST(FailureInfo, GoesOutWithoutTrailingZeroBits) {
     };
     for (const auto& row : rows) {
         const CPKIFailureInfo info(row.value);
-        EXPECT_EQ(toHex(info.encode()), row.der);
+        EXPECT_EQ(to_hex(info.encode()), row.der);
         CPKIFailureInfo back(0xFFFFFFFF);
-        back.decode(fromHex(row.der));
+        back.decode(from_hex(row.der));
         EXPECT_TRUE(back == info) << row.der;
     }
     CPKIFailureInfo kept(4);
-    EXPECT_EQ(codeThrownBy([&] { kept.decode(fromHex("0306070000000080")); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { kept.decode(from_hex("0306070000000080")); }), 0x80093101u);
     EXPECT_EQ(kept.get_value(), 4u);
 }
 
@@ -42,22 +42,22 @@ TEST(FailureInfo, BitsFrom32OnAreRefused) {
     EXPECT_TRUE(info.get_bit(31));
     info.put_bit(31, false);
     EXPECT_FALSE(info.get_bit(31));
-    EXPECT_EQ(codeThrownBy([&] { info.put_bit(32, true); }), 0x80070057u);
-    EXPECT_EQ(codeThrownBy([&] { info.get_bit(32); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { info.put_bit(32, true); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { info.get_bit(32); }), 0x80070057u);
 }
 
 TEST(StatusInfo, LeavesAbsentFieldsOut) {
     CPKIStatusInfo info(pkiStatusGranted);
-    EXPECT_EQ(toHex(info.encode()), "3003020100");
+    EXPECT_EQ(to_hex(info.encode()), "3003020100");
     info.put_pkiStatus(pkiStatusRejection);
     info.put_failureInfo(CPKIFailureInfo(4));
-    EXPECT_EQ(toHex(info.encode()), "300702010203020520");
+    EXPECT_EQ(to_hex(info.encode()), "300702010203020520");
     info.put_statusString(CPKIFreeText(L"no", CLanguageTagDefaultRead()));
     const CBlob der = info.encode();
-    EXPECT_EQ(toHex(der), "300D02010230040C026E6F03020520");
-    EXPECT_EQ(throughOpenSSL<TS_STATUS_INFO>(der, d2i_TS_STATUS_INFO, i2d_TS_STATUS_INFO,
-                                             TS_STATUS_INFO_free),
-              toHex(der));
+    EXPECT_EQ(to_hex(der), "300D02010230040C026E6F03020520");
+    EXPECT_EQ(through_openssl<TS_STATUS_INFO>(der, d2i_TS_STATUS_INFO, i2d_TS_STATUS_INFO,
+                                              TS_STATUS_INFO_free),
+              to_hex(der));
     CPKIStatusInfo back(pkiStatusGranted);
     back.decode(der);
     EXPECT_EQ(back.get_pkiStatus(), pkiStatusRejection);
@@ -70,29 +70,31 @@ TEST(StatusInfo, MessageWithoutTextsLeavesTheOldOnes) {
     CPKIStatusInfo info(pkiStatusGranted);
     info.put_statusString(CPKIFreeText(L"old", CLanguageTagDefaultRead()));
     info.put_failureInfo(CPKIFailureInfo(4));
-    info.decode(fromHex("3003020101"));
+    info.decode(from_hex("3003020101"));
     EXPECT_EQ(info.get_pkiStatus(), pkiStatusGrantedWithMods);
     EXPECT_EQ(info.get_failureInfo().get_value(), 0u);
     ASSERT_EQ(info.get_statusString().size(), 1u);
-    info.decode(fromHex("300B02010230060C01610C0162"));
+    info.decode(from_hex("300B02010230060C01610C0162"));
     ASSERT_EQ(info.get_statusString().size(), 2u);
     EXPECT_STREQ(info.get_statusString().back().get_value(), L"b");
 }
 
 TEST(StatusInfo, StatusBeyondTheNamedOnesIsKept) {
     CPKIStatusInfo info(pkiStatusGranted);
-    info.decode(fromHex("3003020109"));
+    info.decode(from_hex("3003020109"));
     EXPECT_EQ(info.get_pkiStatus(), 9u);
-    EXPECT_EQ(toHex(info.encode()), "3003020109");
+    EXPECT_EQ(to_hex(info.encode()), "3003020109");
 }
 
 TEST(StatusInfo, RefusesBadTextsAndStructures) {
     CPKIStatusInfo info(pkiStatusWaiting);
-    for (const char* der : {"", "3000", "0500", "30050201000500"})
-        EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex(der)); }), 0x80093101u) << der;
+    for (const char* der : {"", "3000", "0500", "30050201000500"}) {
+        EXPECT_EQ(code_thrown_by([&] { info.decode(from_hex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_EQ(info.get_pkiStatus(), pkiStatusWaiting);
-    EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex("300802010030030C01FF")); }), 0x8009310Eu);
-    EXPECT_EQ(codeThrownBy([&] { info.decode(fromHex("300A02010030050C03E0B881")); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { info.decode(from_hex("300802010030030C01FF")); }), 0x8009310Eu);
+    EXPECT_EQ(code_thrown_by([&] { info.decode(from_hex("300A02010030050C03E0B881")); }),
+              0x80070057u);
 }
 
 } // namespace

@@ -9,19 +9,19 @@
 
 namespace Halcyon::ASN1 {
 
-inline CBlob fromHex(const char* text) {
+inline CBlob from_hex(const char* text) {
     CBlob blob;
     blob.readFromHexString(text);
     return blob;
 }
 
-inline std::string toHex(const CBlob& blob) {
+inline std::string to_hex(const CBlob& blob) {
     return blob.writeToHexString(0).c_str();
 }
 
 // 0 if nothing was thrown.
 template <class Call>
-std::uint32_t codeThrownBy(Call&& call) {
+std::uint32_t code_thrown_by(Call&& call) {
     try {
         call();
     } catch (const ATL::CAtlException& error) {
@@ -33,7 +33,7 @@ std::uint32_t codeThrownBy(Call&& call) {
 // The encoding as OpenSSL writes the value that it read from `der`, in hexadecimal digits.
 // "refused" if OpenSSL can't read it or doesn't use it up.
 template <class T, class Read, class Write, class Free>
-std::string throughOpenSSL(const CBlob& der, Read read, Write write, Free release) {
+std::string through_openssl(const CBlob& der, Read read, Write write, Free release) {
     const unsigned char* input = der.pbData();
     T* value = read(nullptr, &input, static_cast<long>(der.cbData()));
     if (!value || input != der.pbData() + der.cbData()) {
@@ -43,16 +43,17 @@ std::string throughOpenSSL(const CBlob& der, Read read, Write write, Free releas
     unsigned char* output = nullptr;
     const int length = write(value, &output);
     release(value);
-    if (length < 0)
+    if (length < 0) {
         return "not written";
+    }
     const CBlob blob(output, static_cast<unsigned long>(length));
     free(output);
-    return toHex(blob);
+    return to_hex(blob);
 }
 
 // The encoding that OpenSSL writes for a value, which stays the caller's.
 template <class T, class Write>
-CBlob writtenByOpenSSL(const T* value, Write write) {
+CBlob written_by_openssl(const T* value, Write write) {
     unsigned char* output = nullptr;
     const int length = write(value, &output);
     const CBlob blob(output, length < 0 ? 0 : static_cast<unsigned long>(length));

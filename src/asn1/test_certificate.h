@@ -10,7 +10,7 @@ namespace Halcyon::ASN1 {
 
 // A self-signed certificate with the serial number given as hexadecimal digits, CN=Test and C=RU,
 // and two extensions.
-inline CBlob makeCertificate(const char* serial) {
+inline CBlob make_certificate(const char* serial) {
     EVP_PKEY* const key = EVP_EC_gen("P-256");
     X509* const certificate = X509_new();
     X509_set_version(certificate, X509_VERSION_3);
@@ -34,14 +34,14 @@ inline CBlob makeCertificate(const char* serial) {
         X509_EXTENSION_free(extension);
     }
     X509_sign(certificate, key, EVP_sha256());
-    const CBlob der = writtenByOpenSSL(certificate, i2d_X509);
+    const CBlob der = written_by_openssl(certificate, i2d_X509);
     X509_free(certificate);
     EVP_PKEY_free(key);
     return der;
 }
 
 // The encoded value of an extension, which is freed.
-inline CBlob extensionValue(X509_EXTENSION* extension) {
+inline CBlob extension_value(X509_EXTENSION* extension) {
     const ASN1_OCTET_STRING* const octets = X509_EXTENSION_get_data(extension);
     const CBlob der(ASN1_STRING_get0_data(octets),
                     static_cast<unsigned long>(ASN1_STRING_length(octets)));

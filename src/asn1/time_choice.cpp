@@ -1,57 +1,23 @@
 #include "asn1/time_choice.h"
 
-#include "asn1/choice.h"
-#include "asn1/codec.h"
+#include "asn1/heap_copy.h"
 #include "asn1/time_choice_traits.h"
+#include "asn1rt/generalized_time_control.h"
+#include "asn1rt/utc_time_control.h"
 
 namespace Halcyon::ASN1 {
 
-class CTimeChoiceImpl final : public Choice {
-public:
-    ~CTimeChoiceImpl() override { clearValue(); }
-
-protected:
-    const ChoiceValueTraits* findTraits(unsigned int kind) const noexcept override {
-        switch (kind) {
-        case 1:
-            return &ChoiceValueTraitsT<CDateTime, 1>::instance;
-        case 2:
-            return &ChoiceValueTraitsT<CDateTime, 2>::instance;
-        default:
-            return &ChoiceValueTraitsT<void*, 0>::instance;
-        }
-    }
-};
-
-CTimeChoice::CTimeChoice() : impl_(std::make_unique<CTimeChoiceImpl>()) {
-    const CDateTime epoch(0L, 0);
-    impl_->put(1, &epoch);
-}
-
-CTimeChoice::CTimeChoice(const CTimeChoice& other) : impl_(copyChoice(other.impl_)) {}
-
-CTimeChoice& CTimeChoice::operator=(const CTimeChoice& other) {
-    assignChoice(impl_, other.impl_);
-    return *this;
-}
-
-CTimeChoice::~CTimeChoice() = default;
-
-void CTimeChoice::clear() noexcept {
-    impl_.reset();
-}
-
-unsigned int CTimeChoice::get_type() const noexcept {
-    return choiceType(impl_);
-}
-
 const CDateTime* CTimeChoice::get_time() const noexcept {
-    const CDateTime* const utcTime = choiceValue<CDateTime>(impl_, 1);
-    return utcTime ? utcTime : choiceValue<CDateTime>(impl_, 2);
+    const CDateTime* const utc_time = get(kUtcTime);
+    return utc_time ? utc_time : get(kGeneralTime);
 }
 
 void CTimeChoice::put_time(const CDateTime& date) {
-    putChoice(impl_, date.year() > 2049 ? 2 : 1, &date);
+    if (date.year() > 2049) {
+        put(kGeneralTime, date);
+    } else {
+        put(kUtcTime, date);
+    }
 }
 
 CBlob CTimeChoice::encode() const {
@@ -60,6 +26,137 @@ CBlob CTimeChoice::encode() const {
 
 void CTimeChoice::decode(const CBlob& der) {
     asn1Decode<ASN1T_Time_traits, CTimeChoice>(der, *this);
+}
+
+namespace {
+
+constexpr std::uint32_t kTagGeneralizedTime = 24;
+
+CDateTime without_fraction(const CDateTime& date) {
+    return CDateTime(date.year(), date.month(), date.day(), date.hour(), date.minute(),
+                     date.second(), 0, 0);
+}
+
+} // namespace
+
+const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& date, bool noFraction) {
+    const CDateTime written = noFraction ? without_fraction(date) : date;
+    return heap_text(ctxt, written.getGeneralizedTime().c_str());
+}
+
+std::string GetASN1CTimeString(const CDateTime& date, ASN1CTime& control) {
+    control.clear();
+    if (control.setYear(static_cast<int>(date.year())) != 0 ||
+        control.setMonth(static_cast<int>(date.month())) != 0 ||
+        control.setDay(static_cast<int>(date.day())) != 0 ||
+        control.setHour(static_cast<int>(date.hour())) != 0 ||
+        control.setMinute(static_cast<int>(date.minute())) != 0 ||
+        control.setSecond(static_cast<int>(date.second())) != 0) {
+        fail_codec();
+    }
+    const int length = control.getTimeStringLen();
+    if (length <= 0) {
+        fail_codec();
+    }
+    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    if (!control.getTimeString(text.data(), length + 1)) {
+        fail_codec();
+    }
+    return text.c_str();
+}
+
+void ASN1GeneralizedTime_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CDateTime& value) {
+    record = DateToASN1GeneralizedTime(ctxt, value, true);
+}
+
+void ASN1GeneralizedTime_traits::get(const ASN1_T& record, CDateTime& value) {
+    value = CDateTime(record ? record : "");
+}
+
+void ASN1GeneralizedTime_traits::copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
+    to = DateToASN1GeneralizedTime(ctxt, CDateTime(from ? from : ""), true);
+}
+
+int ASN1GeneralizedTime_traits::encode(ASN1BEREncodeBuffer& buffer, ASN1_T& record) {
+    buffer.init();
+    return xe_charstr(buffer.getCtxtPtr(), record, 1, kTagGeneralizedTime);
+}
+
+int ASN1GeneralizedTime_traits::decode(ASN1BERDecodeBuffer& buffer, ASN1_T& record) {
+    try {
+        buffer.init();
+        return xd_charstr(buffer.getCtxtPtr(), &record, 1, kTagGeneralizedTime, 0);
+    } catch (const ASN1MessageBuffer::RTLError& error) {
+        return error.getStatus();
+    }
+}
+
+// Time ::= CHOICE {
+//     utc_time      UTCTime,
+//     generalTime  GeneralizedTime }
+
+namespace {
+
+// The date's text in the form of the control class, on the context's heap.
+template <class Control>
+const char* time_text(ASN1CTXT* ctxt, const CDateTime& date) {
+    ASN1BEREncodeBuffer buffer;
+    const char* local = nullptr;
+    Control control(buffer, local, 1);
+    const std::string text = GetASN1CTimeString(date, control);
+    const char* result = nullptr;
+    if (rtCopyCharStr(ctxt, text.c_str(), &result) == 0) {
+        fail_codec();
+    }
+    return result;
+}
+
+// A getter of the control class gives a negative status in the place of a field.
+unsigned int field(int value) {
+    if (value < 0) {
+        fail_codec();
+    }
+    return static_cast<unsigned int>(value);
+}
+
+template <class Control>
+CDateTime time_from_text(const char* text) {
+    ASN1BERDecodeBuffer buffer;
+    Control control(buffer, text, 0);
+    const unsigned int year = field(control.getYear());
+    const unsigned int month = field(control.getMonth());
+    const unsigned int day = field(control.getDay());
+    const unsigned int hour = field(control.getHour());
+    const unsigned int minute = field(control.getMinute());
+    const unsigned int second = field(control.getSecond());
+    try {
+        return CDateTime(year, month, day, hour, minute, second, 0, 0);
+    } catch (const ATL::CAtlException&) {
+        // Fields in their ranges that make no date, such as the 30th of February.
+        fail_codec();
+    }
+}
+
+} // namespace
+
+void ASN1T_Time_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CTimeChoice& value) {
+    if (value.get_type() == kUtcTime.kind) {
+        record.t = kUtcTime.kind;
+        record.u.utcTime = time_text<ASN1CUTCTime>(ctxt, *value.get_time());
+    } else if (value.get_type() == kGeneralTime.kind) {
+        record.t = kGeneralTime.kind;
+        record.u.generalTime = time_text<ASN1CGeneralizedTime>(ctxt, *value.get_time());
+    }
+}
+
+void ASN1T_Time_traits::get(const ASN1_T& record, CTimeChoice& value) {
+    if (record.t == kUtcTime.kind) {
+        value.put_time(time_from_text<ASN1CUTCTime>(record.u.utcTime));
+    } else if (record.t == kGeneralTime.kind) {
+        value.put_time(time_from_text<ASN1CGeneralizedTime>(record.u.generalTime));
+    } else {
+        fail_codec();
+    }
 }
 
 } // namespace Halcyon::ASN1

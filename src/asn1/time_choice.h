@@ -2,27 +2,22 @@
 // 4.1.2.5).
 #pragma once
 
-#include <memory>
-
+#include "asn1/choice.h"
 #include "base/blob.h"
 #include "base/date_time.h"
 
 namespace Halcyon::ASN1 {
 
-class CTimeChoiceImpl;
+inline constexpr Alternative<CDateTime, 1> kUtcTime;
+inline constexpr Alternative<CDateTime, 2> kGeneralTime;
 
-// Kind 1 is utcTime, kind 2 generalTime. A new object is of kind 1 and holds 1970-01-01. The
-// value's fraction of a second isn't encoded.
-class CTimeChoice {
+class CTimeChoiceImpl final : public ChoiceOf<kUtcTime, kGeneralTime> {};
+
+// A new object is of kind 1 and holds 1970-01-01. The value's fraction of a second isn't encoded.
+class CTimeChoice : public ChoiceValue<CTimeChoiceImpl> {
 public:
-    CTimeChoice();
-    CTimeChoice(const CTimeChoice& other);
-    CTimeChoice& operator=(const CTimeChoice& other);
-    ~CTimeChoice();
-    // Gives up the value. After that the object may only be assigned to or destroyed.
-    void clear() noexcept;
+    CTimeChoice() { put(kUtcTime, CDateTime(0L, 0)); }
 
-    unsigned int get_type() const noexcept;
     // Null if nothing is held.
     const CDateTime* get_time() const noexcept;
     // Kind 2 for a year above 2049, kind 1 for all others, those before 1950 included.
@@ -31,11 +26,8 @@ public:
     // The DER. Throws 0x80093101 if the time can't be written.
     CBlob encode() const;
     // The kind follows from the year by the rule of `put_time`, whatever it was in `der`. Throws
-    // 0x80093101.
+    // 0x80093101, for a date that isn't one too; the value stays as it was then.
     void decode(const CBlob& der);
-
-private:
-    std::unique_ptr<CTimeChoiceImpl> impl_;
 };
 
 } // namespace Halcyon::ASN1

@@ -1,9 +1,20 @@
 #include "asn1/traits.h"
 
+#include <algorithm>
+#include <functional>
+#include <vector>
+
 #include <gtest/gtest.h>
 
+#include "asn1/algorithm_identifier_traits.h"
 #include "asn1/attribute_traits.h"
+#include "asn1/big_integer_text.h"
+#include "asn1/char_string.h"
+#include "asn1/extension_traits.h"
+#include "asn1/info_type_and_value.h"
+#include "asn1/name.h"
 #include "asn1/test_blob.h"
+#include "asn1rt/test_allocator.h"
 #include "asn1rt/utc_time_control.h"
 
 namespace Halcyon::ASN1 {
@@ -11,7 +22,7 @@ namespace {
 
 // A value through the record of its traits and back.
 template <class Traits>
-CBlob throughRecord(const CBlob& value) {
+CBlob through_record(const CBlob& value) {
     ASN1BERDecodeBuffer scratch;
     typename Traits::ASN1_T record{};
     typename Traits::ASN1_T copy{};
@@ -24,28 +35,28 @@ CBlob throughRecord(const CBlob& value) {
 
 TEST(PrimitiveTraits, BlobsComeBack) {
     for (const char* hex : {"", "00", "0C0141"}) {
-        EXPECT_EQ(toHex(throughRecord<ASN1TDynOctStr_traits>(fromHex(hex))), hex);
-        EXPECT_EQ(toHex(throughRecord<ASN1TOpenType_traits>(fromHex(hex))), hex);
-        EXPECT_EQ(toHex(throughRecord<Asn1TObject_traits>(fromHex(hex))), hex);
-        EXPECT_EQ(toHex(throughRecord<ASN1TDynBitStr_traits>(fromHex(hex))), hex);
+        EXPECT_EQ(to_hex(through_record<ASN1TDynOctStr_traits>(from_hex(hex))), hex);
+        EXPECT_EQ(to_hex(through_record<ASN1TOpenType_traits>(from_hex(hex))), hex);
+        EXPECT_EQ(to_hex(through_record<Asn1TObject_traits>(from_hex(hex))), hex);
+        EXPECT_EQ(to_hex(through_record<ASN1TDynBitStr_traits>(from_hex(hex))), hex);
     }
 }
 
 TEST(PrimitiveTraits, BitStringsAreWholeBytes) {
     ASN1BERDecodeBuffer scratch;
     ASN1TDynBitStr record{};
-    ASN1TDynBitStr_traits::set(scratch.getCtxtPtr(), record, fromHex("010203"));
+    ASN1TDynBitStr_traits::set(scratch.getCtxtPtr(), record, from_hex("010203"));
     EXPECT_EQ(record.numbits, 24u);
     record.numbits = 17;
     CBlob value;
     ASN1TDynBitStr_traits::get(record, value);
-    EXPECT_EQ(toHex(value), "010203");
+    EXPECT_EQ(to_hex(value), "010203");
     record.numbits = 16;
     ASN1TDynBitStr_traits::get(record, value);
-    EXPECT_EQ(toHex(value), "0102");
+    EXPECT_EQ(to_hex(value), "0102");
     record.numbits = 0;
     ASN1TDynBitStr_traits::get(record, value);
-    EXPECT_EQ(toHex(value), "");
+    EXPECT_EQ(to_hex(value), "");
 }
 
 TEST(PrimitiveTraits, TextsGoThroughIA5AndUTF8) {
@@ -68,7 +79,7 @@ TEST(PrimitiveTraits, TextsGoThroughIA5AndUTF8) {
     ASN1UTF8String_traits::get(copy, wide);
     EXPECT_STREQ(wide.c_str(), L"a\x0416\x1F600");
     record = "a\xFF";
-    EXPECT_EQ(codeThrownBy([&] { ASN1UTF8String_traits::get(record, wide); }), 0x80093101u);
+    EXPECT_EQ(code_thrown_by([&] { ASN1UTF8String_traits::get(record, wide); }), 0x80093101u);
 }
 
 TEST(PrimitiveTraits, TimeIsReadAndWrittenAnewByCopy) {
@@ -90,7 +101,7 @@ TEST(ObjectIdentifier, TextsAndRecordsGoBothWays) {
     EXPECT_FALSE(str2oid("1.2.3", &oid));
     for (const char* text : {"", "1.", ".1", "a", "1.4294967296"}) {
         EXPECT_TRUE(str2oid(text, &oid)) << text;
-        EXPECT_EQ(codeThrownBy([&] { toASN1OBJID(text); }), 0x80070057u) << text;
+        EXPECT_EQ(code_thrown_by([&] { toASN1OBJID(text); }), 0x80070057u) << text;
     }
 }
 
@@ -98,46 +109,48 @@ TEST(ObjectIdentifier, TooManyArcsAreNotPrinted) {
     ASN1OBJID oid{};
     CBlob text;
     EXPECT_EQ(oid2str(text, &oid), 1);
-    EXPECT_EQ(toHex(text), "00");
+    EXPECT_EQ(to_hex(text), "00");
     oid.numids = 128;
     EXPECT_EQ(oid2str(text, &oid), 1);
     EXPECT_EQ(text.cbData(), 2u * 128);
     oid.numids = 129;
     EXPECT_EQ(oid2str(text, &oid), 0);
     EXPECT_EQ(oid2str(text, nullptr), 0);
-    EXPECT_EQ(codeThrownBy([&] { toOID(oid); }), 0x80070057u);
+    EXPECT_EQ(code_thrown_by([&] { toOID(oid); }), 0x80070057u);
 }
 
 TEST(ObjectIdentifier, EncodesWithoutAControlClass) {
     const char* const text = "1.2.840.113549";
     const CBlob der = asn1Encode<ASN1TObjId_traits, const char*>(text);
-    EXPECT_EQ(toHex(der), "06062A864886F70D");
+    EXPECT_EQ(to_hex(der), "06062A864886F70D");
     CStringProxy back("kept");
     asn1Decode<ASN1TObjId_traits, CStringProxy>(der, back);
     EXPECT_STREQ(back.c_str(), text);
-    for (const char* bad : {"", "0600", "05022A03", "0605"})
-        EXPECT_EQ(
-            codeThrownBy([&] { asn1Decode<ASN1TObjId_traits, CStringProxy>(fromHex(bad), back); }),
-            0x80093101u)
+    for (const char* bad : {"", "0600", "05022A03", "0605"}) {
+        EXPECT_EQ(code_thrown_by(
+                      [&] { asn1Decode<ASN1TObjId_traits, CStringProxy>(from_hex(bad), back); }),
+                  0x80093101u)
             << bad;
+    }
     EXPECT_STREQ(back.c_str(), text);
 }
 
 TEST(OctetString, WrapsAndUnwraps) {
-    EXPECT_EQ(toHex(toOctetString(CBlob())), "0400");
+    EXPECT_EQ(to_hex(toOctetString(CBlob())), "0400");
     const CBlob large(300ul);
-    EXPECT_EQ(toHex(toOctetString(large)).substr(0, 8), "0482012C");
+    EXPECT_EQ(to_hex(toOctetString(large)).substr(0, 8), "0482012C");
     EXPECT_TRUE(fromOctetString(toOctetString(large)) == large);
-    EXPECT_EQ(toHex(fromOctetString(fromHex("040201020500"))), "0102");
-    for (const char* der : {"", "04", "040301", "0500", "0480"})
-        EXPECT_EQ(codeThrownBy([&] { fromOctetString(fromHex(der)); }), 0x80093101u) << der;
+    EXPECT_EQ(to_hex(fromOctetString(from_hex("040201020500"))), "0102");
+    for (const char* der : {"", "04", "040301", "0500", "0480"}) {
+        EXPECT_EQ(code_thrown_by([&] { fromOctetString(from_hex(der)); }), 0x80093101u) << der;
+    }
 }
 
 TEST(Codec, TrailingBytesAreNotLookedAt) {
     CAttribute attribute("1.2.3");
-    attribute.add(fromHex("0500"));
+    attribute.add(from_hex("0500"));
     CBlob der = attribute.encode();
-    der += fromHex("DEADBEEF");
+    der += from_hex("DEADBEEF");
     CAttribute back;
     back.decode(der);
     EXPECT_TRUE(back == attribute);
@@ -145,13 +158,14 @@ TEST(Codec, TrailingBytesAreNotLookedAt) {
 
 TEST(Codec, ValueStaysWhenTheDecoderRefuses) {
     CAttribute attribute("1.2.3");
-    for (const char* der : {"", "30", "3001", "0500", "3080"})
-        EXPECT_EQ(codeThrownBy([&] { attribute.decode(fromHex(der)); }), 0x80093101u) << der;
+    for (const char* der : {"", "30", "3001", "0500", "3080"}) {
+        EXPECT_EQ(code_thrown_by([&] { attribute.decode(from_hex(der)); }), 0x80093101u) << der;
+    }
     EXPECT_STREQ(attribute.get_oid(), "1.2.3");
 }
 
 TEST(Codec, RecordsGoThroughDerOntoAnotherHeap) {
-    const CBlob der = fromHex("300806022A0331020500");
+    const CBlob der = from_hex("300806022A0331020500");
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_Attribute record;
     asn1DecodeT<ASN1T_Attribute_traits>(der, scratch.getCtxtPtr(), record);
@@ -163,14 +177,14 @@ TEST(SeqOfList, EmptyInputEmptiesTheValues) {
     ASN1BERDecodeBuffer scratch;
     rtDList list{};
     CBlobList values;
-    values.push_back(fromHex("01"));
-    values.push_back(fromHex("02"));
+    values.push_back(from_hex("01"));
+    values.push_back(from_hex("02"));
     Traits::set(scratch.getCtxtPtr(), list, values);
     EXPECT_EQ(list.count, 2u);
     rtDList copy{};
     Traits::copy(scratch.getCtxtPtr(), list, copy);
     CBlobList back;
-    back.push_back(fromHex("03"));
+    back.push_back(from_hex("03"));
     Traits::get(copy, back);
     EXPECT_TRUE(back == values);
     Traits::get(rtDList{}, back);
@@ -183,8 +197,130 @@ TEST(TimeString, TakesTheFormOfItsControl) {
     EXPECT_EQ(GetASN1CTimeString(CDateTime(2024, 2, 29, 1, 2, 3, 999, 0), control),
               "240229010203Z");
     EXPECT_EQ(
-        codeThrownBy([&] { GetASN1CTimeString(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), control); }),
+        code_thrown_by([&] { GetASN1CTimeString(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), control); }),
         0x80093101u);
+}
+
+TEST(FindByOid, TellsTheTypeOfAnyElement) {
+    std::vector<CInfoTypeAndValue> infos{CInfoTypeAndValue("1.2.3"), CInfoTypeAndValue("1.2.4")};
+    EXPECT_EQ(std::find_if(infos.begin(), infos.end(), findByOid("1.2.4")), infos.begin() + 1);
+    EXPECT_TRUE(findByOid("1.2.3")(CAttribute("1.2.3")));
+    EXPECT_TRUE(findByOid("1.2.3")(CAttrValue("1.2.3")));
+    EXPECT_TRUE(findByOid("1.2.3")(CExtension(CExtValue("1.2.3"), false)));
+    EXPECT_FALSE(findByOid("1.2.3")(CExtension(CExtValue("1.2"), false)));
+    EXPECT_TRUE(findByOid(nullptr)(CExtension()));
+}
+
+// Runs `step` with the allocator of all heaps failing after 0, 1, 2, ... allocations until it goes
+// through, and gives the codes that were thrown; anything else that is thrown ends the test.
+template <class Step>
+std::vector<std::uint32_t> codes_without_memory(Step step) {
+    std::vector<std::uint32_t> codes;
+    for (int successes = 0; successes < 1000; ++successes) {
+        std::uint32_t code = 0;
+        {
+            const FailingAllocator failing(successes);
+            code = code_thrown_by(step);
+        }
+        if (code == 0) {
+            return codes;
+        }
+        codes.push_back(code);
+    }
+    ADD_FAILURE() << "never goes through";
+    return codes;
+}
+
+constexpr std::uint32_t kNoMemory = 0x80093106;
+constexpr std::uint32_t kRefused = 0x80093101;
+
+TEST(OutOfMemory, RecordsAndTextsAreRefusedByTheirOwnCode) {
+    using Step = std::function<void(ASN1CTXT*)>;
+    CBigInteger number(300);
+    CAlgorithmIdentifier algorithm("1.2.3.4");
+    algorithm.put_parameters(from_hex("0500"));
+    const CBlob large(300ul);
+    const CExtension extension(CExtValue("1.2.3.4", large), true);
+    struct {
+        const char* name;
+        Step step;
+        std::uint32_t first;
+    } const rows[] = {
+        {"BigIntegerToASN1String", [&](ASN1CTXT* c) { BigIntegerToASN1String(c, number); },
+         kNoMemory},
+        {"DWORDToASN1BigInteger", [](ASN1CTXT* c) { DWORDToASN1BigInteger(c, 5); }, 0x8007000E},
+        {"DateToASN1GeneralizedTime",
+         [](ASN1CTXT* c) { DateToASN1GeneralizedTime(c, CDateTime(0L, 0), true); }, kNoMemory},
+        {"ASN1T_AlgorithmIdentifier_set without parameters",
+         [](ASN1CTXT* c) { ASN1T_AlgorithmIdentifier_set(c, "1.2.3.4", nullptr); }, kNoMemory},
+        {"ASN1T_AlgorithmIdentifier_set",
+         [&](ASN1CTXT* c) {
+             ASN1T_AlgorithmIdentifier_set(c, "1.2.3.4", algorithm.get_parameters());
+         },
+         kNoMemory},
+        {"ASN1T_Extension_traits::set",
+         [&](ASN1CTXT* c) {
+             asn1data::ASN1T_Extension record;
+             ASN1T_Extension_traits::set(c, record, extension);
+         },
+         kNoMemory},
+        {"ASN1TDynOctStr_traits::set",
+         [&](ASN1CTXT* c) {
+             ASN1TDynOctStr record{};
+             ASN1TDynOctStr_traits::set(c, record, large);
+         },
+         kNoMemory},
+        {"ASN1UTF8String_traits::set",
+         [&](ASN1CTXT* c) {
+             const char* record = nullptr;
+             ASN1UTF8String_traits::set(c, record, L"text");
+         },
+         kNoMemory},
+    };
+    for (const auto& row : rows) {
+        const auto codes = codes_without_memory([&] {
+            ctxt_handle context;
+            // Without memory for a context there is none for what lies on it.
+            if (!context.init()) {
+                fail_memory();
+            }
+            row.step(context.get());
+        });
+        ASSERT_GE(codes.size(), 2u) << row.name;
+        EXPECT_EQ(codes[0], kNoMemory) << row.name << ": the context";
+        EXPECT_EQ(codes[1], row.first) << row.name;
+        for (std::size_t i = 2; i < codes.size(); ++i) {
+            EXPECT_TRUE(codes[i] == kNoMemory || codes[i] == kRefused) << row.name << ' ' << i;
+        }
+    }
+}
+
+TEST(OutOfMemory, WholeValuesFailWithCodesOfTheValueLayerOnly) {
+    CExtensions extensions;
+    extensions.push_back(CExtension(CExtValue("1.2.3.4", CBlob(40000ul)), true));
+    const CBlob der = extensions.encode();
+    const CName name(L"CN=Test,O=Org,C=RU");
+    const CBlob name_der = name.encode();
+    const std::function<void()> steps[] = {
+        [&] { static_cast<void>(extensions.encode()); },
+        [&] { CExtensions().decode(der); },
+        [&] { static_cast<void>(name.encode()); },
+        [&] { CName().decode(name_der); },
+        [&] { static_cast<void>(encodeCharString(L"text", stringTypeUTF8)); },
+        [&] { static_cast<void>(encodeCharString(L"text", stringTypeBMP)); },
+        [&] { static_cast<void>(decodeCharString(from_hex("0C0141"))); },
+        [&] { static_cast<void>(toOctetString(CBlob(40000ul))); },
+        [&] { static_cast<void>(fromOctetString(from_hex("040101"))); },
+    };
+    for (const auto& step : steps) {
+        const auto codes = codes_without_memory(step);
+        const auto number = &step - steps;
+        ASSERT_FALSE(codes.empty()) << number;
+        EXPECT_EQ(codes[0], kNoMemory) << number << ": no context to be had";
+        for (const std::uint32_t code : codes) {
+            EXPECT_TRUE(code == kNoMemory || code == kRefused) << number;
+        }
+    }
 }
 
 } // namespace

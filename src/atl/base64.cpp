@@ -9,23 +9,23 @@ namespace ATL {
 
 namespace {
 
-constexpr int charsPerLine = 76;
-constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr int kCharsPerLine = 76;
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // The first `chars` of the four characters of a group; bytes behind `count` read as 0.
-char* putGroup(char* out, const unsigned char* source, int count, int chars) {
+char* put_group(char* out, const unsigned char* source, int count, int chars) {
     std::uint32_t bits = 0;
     for (int i = 0; i < 3; ++i) {
         bits = bits << 8 | (i < count ? source[i] : 0u);
     }
     for (int i = 0; i < chars; ++i) {
-        *out++ = alphabet[bits >> (18 - 6 * i) & 0x3Fu];
+        *out++ = kAlphabet[bits >> (18 - 6 * i) & 0x3Fu];
     }
     return out;
 }
 
 // The value of a character, -1 outside of the alphabet.
-int valueOf(char c) {
+int value_of(char c) {
     if (c >= 'A' && c <= 'Z') {
         return c - 'A';
     }
@@ -42,12 +42,12 @@ int valueOf(char c) {
 
 int Base64EncodeGetRequiredLength(int size, unsigned flags) {
     int length = size * 4 / 3;
-    if ((flags & base64NoPadding) == 0) {
+    if ((flags & kBase64NoPadding) == 0) {
         length += size % 3;
     }
-    const int lines = length / charsPerLine + 1;
+    const int lines = length / kCharsPerLine + 1;
     length = (length + 3) / 4 * 4; // a full line is a multiple of 4 already
-    return (flags & base64NoLineEnds) == 0 ? length + 2 * lines : length;
+    return (flags & kBase64NoLineEnds) == 0 ? length + 2 * lines : length;
 }
 
 bool Base64Encode(const unsigned char* source, int size, char* out, int* outSize, unsigned flags) {
@@ -63,15 +63,15 @@ bool Base64Encode(const unsigned char* source, int size, char* out, int* outSize
     char* const start = out;
     const int groups = size / 3;
     for (int group = 0; group < groups; ++group) {
-        out = putGroup(out, source + 3 * group, 3, 4);
-        if ((flags & base64NoLineEnds) == 0 && (group + 1) % (charsPerLine / 4) == 0) {
+        out = put_group(out, source + 3 * group, 3, 4);
+        if ((flags & kBase64NoLineEnds) == 0 && (group + 1) % (kCharsPerLine / 4) == 0) {
             *out++ = '\r';
             *out++ = '\n';
         }
     }
     if (const int rest = size % 3; rest != 0) {
-        out = putGroup(out, source + 3 * groups, rest, rest + 1);
-        for (int i = rest; i < 3 && (flags & base64NoPadding) == 0; ++i) {
+        out = put_group(out, source + 3 * groups, rest, rest + 1);
+        for (int i = rest; i < 3 && (flags & kBase64NoPadding) == 0; ++i) {
             *out++ = '=';
         }
     }
@@ -87,7 +87,7 @@ bool Base64Decode(const char* source, int size, unsigned char* out, int* outSize
     std::uint32_t bits = 0;
     int pending = 0; // bits read and not yet written, below 8 after each step
     for (int i = 0; i < size && source[i] != '\0'; ++i) {
-        const int value = valueOf(source[i]);
+        const int value = value_of(source[i]);
         if (value < 0) {
             continue;
         }

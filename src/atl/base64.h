@@ -3,8 +3,8 @@
 
 namespace ATL {
 
-constexpr unsigned base64NoPadding = 1;
-constexpr unsigned base64NoLineEnds = 2;
+constexpr unsigned kBase64NoPadding = 1;
+constexpr unsigned kBase64NoLineEnds = 2;
 
 // `*outSize` holds the room at `out` and gets the number of characters written; no terminator is
 // written. Lines have 76 characters and end in CR LF; a source of a multiple of 57 bytes leaves one

@@ -40,7 +40,7 @@ TEST(Base64, EncodesTheVectorsOfTheStandard) {
         EXPECT_EQ(encoded(bytes, 0), text);
         std::string bare = text;
         bare.erase(std::min(bare.find('='), bare.size()));
-        EXPECT_EQ(encoded(bytes, base64NoPadding), bare);
+        EXPECT_EQ(encoded(bytes, kBase64NoPadding), bare);
         if (*text != '\0') {
             EXPECT_EQ(decoded(text), bytes);
             EXPECT_EQ(decoded(bare), bytes);
@@ -53,7 +53,40 @@ TEST(Base64, EndsEveryFullLine) {
     EXPECT_TRUE(encoded(std::string(57, 'x'), 0).ends_with("\r\n"));
     EXPECT_EQ(encoded(std::string(56, 'x'), 0).size(), 76u);
     EXPECT_EQ(encoded(std::string(58, 'x'), 0).find("\r\n"), 76u);
-    EXPECT_EQ(encoded(std::string(114, 'x'), base64NoLineEnds).find('\r'), std::string::npos);
+    EXPECT_EQ(encoded(std::string(114, 'x'), kBase64NoLineEnds).find('\r'), std::string::npos);
+}
+
+TEST(Base64, AsksForTheRoomOfItsBound) {
+    struct {
+        int size;
+        int bounds[4]; // by flags
+    } const rows[] = {
+        {0, {2, 2, 0, 0}},
+        {1, {6, 6, 4, 4}},
+        {2, {6, 6, 4, 4}},
+        {3, {6, 6, 4, 4}},
+        {55, {78, 78, 76, 76}},
+        {56, {80, 78, 76, 76}},
+        {57, {80, 80, 76, 76}},
+        {58, {84, 84, 80, 80}},
+        {113, {158, 156, 152, 152}},
+        {114, {158, 158, 152, 152}},
+        {1000, {1372, 1372, 1336, 1336}},
+    };
+    for (const auto& row : rows) {
+        const std::string bytes(static_cast<std::size_t>(row.size), 'x');
+        for (unsigned flags = 0; flags < 4; ++flags) {
+            EXPECT_EQ(Base64EncodeGetRequiredLength(row.size, flags), row.bounds[flags])
+                << row.size << ' ' << flags;
+            // One less is refused, whatever the text would need.
+            std::string text(static_cast<std::size_t>(row.bounds[flags]) + 1, '\0');
+            int room = row.bounds[flags] - 1;
+            const auto* const source = reinterpret_cast<const unsigned char*>(bytes.data());
+            EXPECT_FALSE(Base64Encode(source, row.size, text.data(), &room, flags));
+            room = row.bounds[flags];
+            EXPECT_TRUE(Base64Encode(source, row.size, text.data(), &room, flags));
+        }
+    }
 }
 
 TEST(Base64, GoesRoundAtAnySizeWithinTheBound) {

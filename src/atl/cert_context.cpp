@@ -11,17 +11,17 @@ namespace ATL2 {
 
 namespace {
 
-constexpr HRESULT failed = Halcyon::hr(0x80004005u);
-constexpr HRESULT moreData = Halcyon::hr(0x800700EAu);
+constexpr HRESULT kFailed = Halcyon::hr(0x80004005u);
+constexpr HRESULT kMoreData = Halcyon::hr(0x800700EAu);
 
 // What the platform computes afresh, or what binds a context to keys and stores of one process.
-bool isLeftBehind(DWORD id) {
-    static constexpr std::array<DWORD, 18> ids{1,  3,  4,  6,  7,  8,  14, 15, 17,
-                                               18, 20, 24, 25, 27, 78, 79, 99, 100};
-    return std::binary_search(ids.begin(), ids.end(), id);
+bool is_left_behind(DWORD id) {
+    static constexpr std::array<DWORD, 18> kIds{1,  3,  4,  6,  7,  8,  14, 15, 17,
+                                                18, 20, 24, 25, 27, 78, 79, 99, 100};
+    return std::binary_search(kIds.begin(), kIds.end(), id);
 }
 
-HRESULT copyProperty(const CCertContext& from, PCCERT_CONTEXT to, DWORD id) {
+HRESULT copy_property(const CCertContext& from, PCCERT_CONTEXT to, DWORD id) {
     ATL::CStringA value;
     if (const auto result = from.GetProperty(id, value); result < 0) {
         return result;
@@ -35,7 +35,7 @@ HRESULT copyProperty(const CCertContext& from, PCCERT_CONTEXT to, DWORD id) {
     const void* const data =
         id == CERT_KEY_PROV_INFO_PROP_ID ? static_cast<const void*>(bytes) : &blob;
     if (!CertSetCertificateContextProperty(to, id, 0, data)) {
-        return Halcyon::resultFromLastError();
+        return Halcyon::result_from_last_error();
     }
     return 0;
 }
@@ -51,26 +51,26 @@ void CCertContext::attach(PCCERT_CONTEXT context) noexcept {
 
 HRESULT CCertContext::GetProperty(unsigned id, ATL::CStringA& value) const {
     if (!context_) {
-        return failed;
+        return kFailed;
     }
-    return fetchAnswer(value, [&](char* buffer, DWORD* size) {
+    return fetch_answer(value, [&](char* buffer, DWORD* size) {
         return CertGetCertificateContextProperty(context_, id, buffer, size);
     });
 }
 
 HRESULT CCertContext::GetKeyProvInfo(ATL::CStringA& value) const {
     if (!context_) {
-        return failed;
+        return kFailed;
     }
     DWORD size = 512;
     auto call = [&] {
         char* const room = value.PrepareWrite(static_cast<int>(size));
         return CertGetCertificateContextProperty(context_, CERT_KEY_PROV_INFO_PROP_ID, room, &size)
                    ? 0
-                   : Halcyon::resultFromLastError();
+                   : Halcyon::result_from_last_error();
     };
     auto result = call();
-    if (result == moreData) {
+    if (result == kMoreData) {
         if (size > 0x7FFFFFFFu) {
             ATL::AtlThrowImpl(Halcyon::hr(0x80070057u));
         }
@@ -79,25 +79,25 @@ HRESULT CCertContext::GetKeyProvInfo(ATL::CStringA& value) const {
     if (result < 0) {
         return result;
     }
-    setAnswerLength(value, size);
+    set_answer_length(value, size);
     return 0;
 }
 
 HRESULT CCertContext::DetachFromStore() {
     if (!context_) {
-        return failed;
+        return kFailed;
     }
-    CCertContext detached(CertCreateCertificateContext(anyEncoding, context_->pbCertEncoded,
+    CCertContext detached(CertCreateCertificateContext(kAnyEncoding, context_->pbCertEncoded,
                                                        context_->cbCertEncoded));
     if (!detached) {
-        return Halcyon::resultFromLastError();
+        return Halcyon::result_from_last_error();
     }
     DWORD id = 0;
     while ((id = CertEnumCertificateContextProperties(context_, id)) != 0) {
-        if (isLeftBehind(id)) {
+        if (is_left_behind(id)) {
             continue;
         }
-        if (const auto result = copyProperty(*this, detached.get(), id); result < 0) {
+        if (const auto result = copy_property(*this, detached.get(), id); result < 0) {
             return result;
         }
     }

@@ -10,10 +10,10 @@ namespace ATL2 {
 
 namespace {
 
-constexpr HRESULT failed = Halcyon::hr(0x80004005u);
-constexpr HRESULT outOfMemory = Halcyon::hr(0x8007000Eu);
+constexpr HRESULT kFailed = Halcyon::hr(0x80004005u);
+constexpr HRESULT kOutOfMemory = Halcyon::hr(0x8007000Eu);
 
-void closeSlot(HCERTSTORE* slot, bool check) noexcept {
+void close_slot(HCERTSTORE* slot, bool check) noexcept {
     if (slot && *slot) {
         CertCloseStore(*slot, check ? CERT_CLOSE_STORE_CHECK_FLAG : 0);
     }
@@ -23,11 +23,11 @@ void closeSlot(HCERTSTORE* slot, bool check) noexcept {
 } // namespace
 
 void CCertStoreDeleter::operator()(HCERTSTORE* slot) const noexcept {
-    closeSlot(slot, check);
+    close_slot(slot, check);
 }
 
 void CCertStoreNonCheckingDeleter::operator()(HCERTSTORE* slot) const noexcept {
-    closeSlot(slot, check);
+    close_slot(slot, check);
 }
 
 CCertStore::CCertStore() : slot_(new HCERTSTORE(nullptr), CCertStoreDeleter{false}) {}
@@ -35,39 +35,39 @@ CCertStore::CCertStore() : slot_(new HCERTSTORE(nullptr), CCertStoreDeleter{fals
 void CCertStore::Open(LPCSTR provider, DWORD encoding, HCRYPTPROV prov, DWORD flags,
                       const void* parameter) {
     if (*slot_) {
-        ATL::AtlThrowImpl(failed);
+        ATL::AtlThrowImpl(kFailed);
     }
     *slot_ = CertOpenStore(provider, encoding, prov, flags, parameter);
     if (!*slot_) {
-        Halcyon::throwLastError();
+        Halcyon::throw_last_error();
     }
 }
 
 HRESULT CCertStore::AddStoreToCollection(const CCertStore& child, unsigned updateFlags,
                                          unsigned priority) {
     if (!*slot_) {
-        return failed;
+        return kFailed;
     }
     if (!CertAddStoreToCollection(*slot_, child.get(), updateFlags, priority)) {
-        return resultFromLastErrorOrFail();
+        return result_from_last_error_or_fail();
     }
     try {
         children_.push_back(child);
     } catch (const std::bad_alloc&) {
-        return outOfMemory;
+        return kOutOfMemory;
     } catch (...) {
-        return failed;
+        return kFailed;
     }
     return 0;
 }
 
 HRESULT CCertStore::AttachWeak(void* handle) {
     if (*slot_) {
-        return failed;
+        return kFailed;
     }
     const HCERTSTORE duplicate = CertDuplicateStore(handle);
     if (!duplicate) {
-        return resultFromLastErrorOrFail();
+        return result_from_last_error_or_fail();
     }
     try {
         auto slot = std::make_unique<HCERTSTORE>(nullptr);
@@ -76,7 +76,7 @@ HRESULT CCertStore::AttachWeak(void* handle) {
         slot_ = std::move(shared);
     } catch (const std::bad_alloc&) {
         CertCloseStore(duplicate, 0);
-        return outOfMemory;
+        return kOutOfMemory;
     }
     return 0;
 }

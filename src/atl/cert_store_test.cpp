@@ -18,28 +18,28 @@
 namespace ATL2 {
 namespace {
 
-constexpr HRESULT failed = Halcyon::hr(0x80004005u);
+constexpr HRESULT kFailed = Halcyon::hr(0x80004005u);
 
 // A self-signed certificate, DER: see testdata/make.sh.
-Halcyon::CBlob certificateBytes() {
+Halcyon::CBlob certificate_bytes() {
     Halcyon::CBlob bytes;
     bytes.readFromFile(CHRONOSEAL_TESTDATA "/plain.cer");
     return bytes;
 }
 
 CCertContext certificate() {
-    const auto bytes = certificateBytes();
-    return CCertContext(CertCreateCertificateContext(anyEncoding, bytes.pbData(),
+    const auto bytes = certificate_bytes();
+    return CCertContext(CertCreateCertificateContext(kAnyEncoding, bytes.pbData(),
                                                      static_cast<DWORD>(bytes.cbData())));
 }
 
-CCertStore memoryStore() {
+CCertStore memory_store() {
     CCertStore store;
     store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
     return store;
 }
 
-int countIn(HCERTSTORE store) {
+int count_in(HCERTSTORE store) {
     int count = 0;
     CCertContext current;
     for (;; ++count) {
@@ -55,7 +55,7 @@ void add(const CCertStore& store) {
                                                  CERT_STORE_ADD_ALWAYS, nullptr));
 }
 
-bool isOpen(HCERTSTORE store) {
+bool is_open(HCERTSTORE store) {
     const HCERTSTORE duplicate = CertDuplicateStore(store);
     if (duplicate) {
         CertCloseStore(duplicate, 0);
@@ -64,14 +64,14 @@ bool isOpen(HCERTSTORE store) {
 }
 
 TEST(CertStore, StaysOpenForItsCopies) {
-    std::optional<CCertStore> store(memoryStore());
+    std::optional<CCertStore> store(memory_store());
     const auto handle = store->get();
     std::optional<CCertStore> copy(*store);
     store.reset();
-    EXPECT_TRUE(isOpen(handle));
+    EXPECT_TRUE(is_open(handle));
     copy->Destroy();
     EXPECT_EQ(copy->get(), nullptr);
-    EXPECT_FALSE(isOpen(handle));
+    EXPECT_FALSE(is_open(handle));
 }
 
 TEST(CertStore, CopySeesAStoreThatWasOpenedLater) {
@@ -82,46 +82,46 @@ TEST(CertStore, CopySeesAStoreThatWasOpenedLater) {
 }
 
 TEST(CertStore, DestroyLeavesACopysStoreOpen) {
-    auto store = memoryStore();
+    auto store = memory_store();
     const CCertStore copy(store);
     store.Destroy();
-    EXPECT_TRUE(isOpen(copy.get()));
+    EXPECT_TRUE(is_open(copy.get()));
 }
 
 TEST(CertStore, RefusesASecondHandle) {
-    auto store = memoryStore();
-    const auto other = memoryStore();
+    auto store = memory_store();
+    const auto other = memory_store();
     const auto handle = store.get();
-    EXPECT_EQ(store.AttachWeak(other.get()), failed);
+    EXPECT_EQ(store.AttachWeak(other.get()), kFailed);
     EXPECT_EQ(store.get(), handle);
     EXPECT_THROW(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr), ATL::CAtlException);
     CCertStore empty;
     EXPECT_LT(empty.AttachWeak(reinterpret_cast<void*>(0x10)), 0);
-    EXPECT_EQ(empty.AddStoreToCollection(other), failed);
+    EXPECT_EQ(empty.AddStoreToCollection(other), kFailed);
 }
 
 TEST(CertStore, AttachesADuplicate) {
-    const auto owner = memoryStore();
+    const auto owner = memory_store();
     {
         CCertStore weak;
         ASSERT_EQ(weak.AttachWeak(owner.get()), 0);
     }
-    EXPECT_TRUE(isOpen(owner.get()));
+    EXPECT_TRUE(is_open(owner.get()));
 }
 
 TEST(CertStore, CollectionKeepsItsChildren) {
     CCertStore collection;
     collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr);
     {
-        const auto child = memoryStore();
+        const auto child = memory_store();
         add(child);
         ASSERT_EQ(collection.AddStoreToCollection(child), 0);
     }
-    EXPECT_EQ(countIn(collection.get()), 1);
+    EXPECT_EQ(count_in(collection.get()), 1);
 }
 
 TEST(CertContext, DetachingTakesPropertiesAlongButNotHashesAndHandles) {
-    const auto store = memoryStore();
+    const auto store = memory_store();
     const auto plain = certificate();
     wchar_t container[] = L"container";
     CRYPT_KEY_PROV_INFO key{};
@@ -136,13 +136,13 @@ TEST(CertContext, DetachingTakesPropertiesAlongButNotHashesAndHandles) {
     for (const DWORD id : {CERT_SHA1_HASH_PROP_ID, DWORD{78}, DWORD{100}}) {
         ASSERT_TRUE(CertSetCertificateContextProperty(plain.get(), id, 0, &blob));
     }
-    PCCERT_CONTEXT inStore = nullptr;
+    PCCERT_CONTEXT in_store = nullptr;
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), plain.get(), CERT_STORE_ADD_ALWAYS,
-                                                 &inStore));
-    CCertContext context(inStore);
+                                                 &in_store));
+    CCertContext context(in_store);
     ASSERT_EQ(context.DetachFromStore(), 0);
     EXPECT_EQ(context->hCertStore, nullptr);
-    EXPECT_NE(context.get(), inStore);
+    EXPECT_NE(context.get(), in_store);
 
     std::vector<DWORD> ids;
     for (DWORD id = 0; (id = CertEnumCertificateContextProperties(context.get(), id)) != 0;) {
@@ -173,8 +173,8 @@ TEST(CertContext, FetchesKeyInfoOfAnySize) {
 TEST(CertContext, TellsWhatIsMissing) {
     ATL::CStringA value;
     CCertContext none;
-    EXPECT_EQ(none.GetProperty(2, value), failed);
-    EXPECT_EQ(none.DetachFromStore(), failed);
+    EXPECT_EQ(none.GetProperty(2, value), kFailed);
+    EXPECT_EQ(none.DetachFromStore(), kFailed);
     EXPECT_EQ(certificate().GetProperty(CERT_KEY_PROV_INFO_PROP_ID, value),
               Halcyon::hr(CRYPT_E_NOT_FOUND));
     EXPECT_EQ(certificate().GetKeyProvInfo(value), Halcyon::hr(CRYPT_E_NOT_FOUND));
@@ -186,27 +186,27 @@ TEST(PlatformAnswer, RefusesASizeBeyondTheBuffer) {
         *size = buffer ? 100000 : 10;
         return TRUE;
     };
-    EXPECT_THROW(fetchAnswer(value, grows), ATL::CAtlException);
+    EXPECT_THROW(fetch_answer(value, grows), ATL::CAtlException);
     auto huge = [](char*, DWORD* size) {
         *size = 0x80000000u;
         return TRUE;
     };
-    EXPECT_THROW(fetchAnswer(value, huge), ATL::CAtlException);
+    EXPECT_THROW(fetch_answer(value, huge), ATL::CAtlException);
     auto nothing = [](char*, DWORD* size) {
         *size = 0;
         return TRUE;
     };
-    EXPECT_EQ(fetchAnswer(value, nothing), 0);
+    EXPECT_EQ(fetch_answer(value, nothing), 0);
     EXPECT_TRUE(value.IsEmpty());
 }
 
 TEST(PlatformAnswer, FailureWithoutALastErrorNeverReadsAsSuccess) {
     SetLastError(0);
-    EXPECT_EQ(resultFromLastErrorOrFail(), failed);
+    EXPECT_EQ(result_from_last_error_or_fail(), kFailed);
     SetLastError(8);
-    EXPECT_EQ(resultFromLastErrorOrFail(), Halcyon::hr(0x80070008u));
+    EXPECT_EQ(result_from_last_error_or_fail(), Halcyon::hr(0x80070008u));
     SetLastError(CRYPT_E_NOT_FOUND);
-    EXPECT_EQ(resultFromLastErrorOrFail(), Halcyon::hr(CRYPT_E_NOT_FOUND));
+    EXPECT_EQ(result_from_last_error_or_fail(), Halcyon::hr(CRYPT_E_NOT_FOUND));
 }
 
 } // namespace

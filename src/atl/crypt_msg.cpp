@@ -7,7 +7,7 @@ HRESULT CCryptMsg::GetParam(unsigned type, unsigned index, ATL::CStringA& value)
     if (!handle_) {
         return Halcyon::hr(0x80004005u);
     }
-    return fetchAnswer(value, [&](char* buffer, DWORD* size) {
+    return fetch_answer(value, [&](char* buffer, DWORD* size) {
         return CryptMsgGetParam(handle_, type, index, buffer, size);
     });
 }
@@ -31,12 +31,12 @@ HRESULT CCryptMsg::GetAndDecodeCmsSignerInfo(unsigned index, ATL::CStringA& valu
 
 HRESULT CryptDecodeObject(const char* structType, const unsigned char* data, unsigned size,
                           ATL::CStringA& value, unsigned flags, unsigned encoding) {
-    return fetchAnswer(
+    return fetch_answer(
         value,
         [&](char* buffer, DWORD* needed) {
             return ::CryptDecodeObject(encoding, structType, data, size, flags, buffer, needed);
         },
-        &resultFromLastErrorOrFail);
+        &result_from_last_error_or_fail);
 }
 
 } // namespace ATL2

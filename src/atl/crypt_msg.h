@@ -40,7 +40,7 @@ public:
     // that.
     HRESULT GetAndDecodeCmsSignerInfo(unsigned index, ATL::CStringA& value,
                                       const CMSG_CMS_SIGNER_INFO** info, unsigned flags = 0,
-                                      unsigned encoding = anyEncoding) const;
+                                      unsigned encoding = kAnyEncoding) const;
 
 private:
     HCRYPTMSG handle_ = nullptr;
@@ -50,6 +50,6 @@ private:
 // never 0. A size beyond the buffer throws CAtlException 0x80070057.
 HRESULT CryptDecodeObject(const char* structType, const unsigned char* data, unsigned size,
                           ATL::CStringA& value, unsigned flags = 0,
-                          unsigned encoding = anyEncoding);
+                          unsigned encoding = kAnyEncoding);
 
 } // namespace ATL2

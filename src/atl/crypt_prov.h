@@ -2,12 +2,13 @@
 #pragma once
 
 #include "basalt10/provider.h"
+#include "visibility/visibility.h"
 
 namespace ATL {
 
 // Belongs to one thread. Copies hold a reference of their own. Nothing throws: a release or a
 // reference that fails is dropped.
-class CCryptProv {
+class CHRONOSEAL_API CCryptProv {
 public:
     CCryptProv() noexcept = default;
     // Takes over the caller's reference.
@@ -35,6 +36,6 @@ private:
 namespace ATL2 {
 
 // What the library passes where no provider is meant.
-extern ATL::CCryptProv EmptyProv;
+CHRONOSEAL_API extern ATL::CCryptProv EmptyProv;
 
 } // namespace ATL2

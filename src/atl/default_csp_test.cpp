@@ -21,9 +21,9 @@ struct FakeProvider {
     DWORD type;
     std::string name;
     std::vector<ALG_ID> algorithms;
-    bool isDefault = true;
+    bool is_default = true;
     bool opens = true;
-    DWORD listingEnd = ERROR_NO_MORE_ITEMS;
+    DWORD listing_end = ERROR_NO_MORE_ITEMS;
 };
 
 struct FakePlatform {
@@ -34,7 +34,8 @@ struct FakePlatform {
     std::map<HCRYPTPROV, int> references;
     std::map<HCRYPTPROV, std::size_t> positions;
     HCRYPTPROV chosen = 0;
-    int failingIndex = -1;
+    int failing_index = -1; // of providers
+    int failing_type = -1;
     int enumerations = 0;
 
     static FakePlatform* current;
@@ -52,7 +53,7 @@ BOOL fail(DWORD error) {
     return FALSE;
 }
 
-BOOL putName(const std::string& text, LPSTR name, DWORD* size) {
+BOOL put_name(const std::string& text, LPSTR name, DWORD* size) {
     const auto needed = static_cast<DWORD>(text.size() + 1);
     if (*size < needed) {
         *size = needed;
@@ -81,10 +82,13 @@ BOOL CryptEnumProviderTypesA(DWORD index, DWORD* reserved, DWORD flags, DWORD* t
             index, reserved, flags, type, name, size);
     }
     ++fake->enumerations;
+    if (static_cast<int>(index) == fake->failing_type) {
+        return fail(NTE_FAIL);
+    }
     for (const auto& provider : fake->providers) {
-        if (provider.isDefault && index-- == 0) {
+        if (provider.is_default && index-- == 0) {
             *type = provider.type;
-            return putName("the type of " + provider.name, name, size);
+            return put_name("the type of " + provider.name, name, size);
         }
     }
     return fail(ERROR_NO_MORE_ITEMS);
@@ -101,11 +105,11 @@ BOOL CryptEnumProvidersA(DWORD index, DWORD* reserved, DWORD flags, DWORD* type,
     if (index >= fake->providers.size()) {
         return fail(ERROR_NO_MORE_ITEMS);
     }
-    if (static_cast<int>(index) == fake->failingIndex) {
+    if (static_cast<int>(index) == fake->failing_index) {
         return fail(NTE_FAIL);
     }
     *type = fake->providers[index].type;
-    return putName(fake->providers[index].name, name, size);
+    return put_name(fake->providers[index].name, name, size);
 }
 
 BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DWORD type,
@@ -117,7 +121,7 @@ BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DW
     }
     for (std::size_t i = 0; i < fake->providers.size(); ++i) {
         const auto& provider = fake->providers[i];
-        if (provider.type == type && (name ? provider.name == name : provider.isDefault)) {
+        if (provider.type == type && (name ? provider.name == name : provider.is_default)) {
             if (!provider.opens) {
                 return fail(NTE_BAD_PROVIDER);
             }
@@ -160,7 +164,7 @@ BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* s
         position = 0;
     }
     if (position == provider.algorithms.size()) {
-        return fail(provider.listingEnd);
+        return fail(provider.listing_end);
     }
     reinterpret_cast<PROV_ENUMALGS_EX*>(data)->aiAlgid = provider.algorithms[position++];
     return TRUE;
@@ -170,8 +174,8 @@ BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* s
 namespace Halcyon {
 namespace {
 
-constexpr ALG_ID hashA = 0x8101;
-constexpr ALG_ID hashB = 0x8102;
+constexpr ALG_ID kHashA = 0x8101;
+constexpr ALG_ID kHashB = 0x8102;
 
 // The index of the provider found, counted from 1, with its one reference given back; 0 for none.
 HCRYPTPROV find(FakePlatform& platform, ALG_ID first, ALG_ID second = 0) {
@@ -185,7 +189,7 @@ HCRYPTPROV find(FakePlatform& platform, ALG_ID first, ALG_ID second = 0) {
     return found;
 }
 
-std::uint32_t codeOf(ALG_ID algorithm) {
+std::uint32_t code_of(ALG_ID algorithm) {
     try {
         HYGetDefaultCSPThrow(algorithm, 0);
     } catch (const ATL::CAtlException& failure) {
@@ -196,47 +200,60 @@ std::uint32_t codeOf(ALG_ID algorithm) {
 
 TEST(DefaultCsp, TakesThePlatformsChoiceWithoutLooking) {
     FakePlatform platform;
-    platform.providers = {{1, "one", {hashA}}};
+    platform.providers = {{1, "one", {kHashA}}};
     platform.chosen = 1;
     platform.references[1] = 1;
-    EXPECT_EQ(find(platform, hashA), 1u);
+    EXPECT_EQ(find(platform, kHashA), 1u);
     EXPECT_EQ(platform.enumerations, 0);
-    EXPECT_EQ(HYGetDefaultCSPThrow(0, hashA), 0u);
+    EXPECT_EQ(HYGetDefaultCSPThrow(0, kHashA), 0u);
 }
 
 TEST(DefaultCsp, PrefersDefaultsOfTypesToNames) {
     FakePlatform platform;
-    platform.providers = {{1, "hidden", {hashA}, false}, {1, "one", {hashB}}, {2, "two", {hashA}}};
-    EXPECT_EQ(find(platform, hashA), 3u);
-    platform.providers[2].algorithms = {hashB};
-    EXPECT_EQ(find(platform, hashA), 1u) << "installed, but not the default of its type";
+    platform.providers = {
+        {1, "hidden", {kHashA}, false}, {1, "one", {kHashB}}, {2, "two", {kHashA}}};
+    EXPECT_EQ(find(platform, kHashA), 3u);
+    platform.providers[2].algorithms = {kHashB};
+    EXPECT_EQ(find(platform, kHashA), 1u) << "installed, but not the default of its type";
     EXPECT_EQ(find(platform, 0x8103), 0u);
 }
 
 TEST(DefaultCsp, WantsBothAlgorithms) {
     FakePlatform platform;
-    platform.providers = {{1, "one", {hashA}}, {2, "two", {hashB, hashA}}};
-    EXPECT_EQ(find(platform, hashA, hashB), 2u);
-    EXPECT_EQ(find(platform, hashA), 1u);
+    platform.providers = {{1, "one", {kHashA}}, {2, "two", {kHashB, kHashA}}};
+    EXPECT_EQ(find(platform, kHashA, kHashB), 2u);
+    EXPECT_EQ(find(platform, kHashA), 1u);
 }
 
 TEST(DefaultCsp, RetriesLongNamesAndPassesOverFailingIndices) {
     FakePlatform platform;
-    platform.providers = {{1, "one", {hashB}},
-                          {1, "broken", {hashA}, false},
-                          {1, std::string(600, 'n'), {hashA}, false}};
-    platform.failingIndex = 1;
-    EXPECT_EQ(find(platform, hashA), 3u);
+    platform.providers = {{1, "one", {kHashB}},
+                          {1, "broken", {kHashA}, false},
+                          {1, std::string(600, 'n'), {kHashA}, false}};
+    platform.failing_index = 1;
+    EXPECT_EQ(find(platform, kHashA), 3u);
+}
+
+TEST(DefaultCsp, StopsAtATypeThatFailsAndGoesOnByNames) {
+    FakePlatform platform;
+    platform.providers = {
+        {1, "one", {kHashB}}, {2, "two", {kHashA}}, {3, "named", {kHashA}, false}};
+    EXPECT_EQ(find(platform, kHashA), 2u);
+    platform.failing_type = 1;
+    platform.enumerations = 0;
+    EXPECT_EQ(find(platform, kHashA), 2u) << "by its name";
+    // Types 0 and 1, then the names of the first two.
+    EXPECT_EQ(platform.enumerations, 4);
 }
 
 TEST(DefaultCsp, EndsWithAnExceptionWhenAProviderCannotBeAsked) {
     FakePlatform platform;
-    platform.providers = {{1, "one", {hashB}}, {2, "two", {hashA}}};
+    platform.providers = {{1, "one", {kHashB}}, {2, "two", {kHashA}}};
     platform.providers[0].opens = false;
-    EXPECT_EQ(codeOf(hashA), 0x80090013u);
+    EXPECT_EQ(code_of(kHashA), 0x80090013u);
     platform.providers[0].opens = true;
-    platform.providers[0].listingEnd = ERROR_NOT_ENOUGH_MEMORY;
-    EXPECT_EQ(codeOf(hashA), 0x80070008u);
+    platform.providers[0].listing_end = ERROR_NOT_ENOUGH_MEMORY;
+    EXPECT_EQ(code_of(kHashA), 0x80070008u);
     EXPECT_EQ(platform.references[1], 0);
 }
 

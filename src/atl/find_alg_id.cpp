@@ -9,10 +9,10 @@ namespace Halcyon {
 
 bool CFindAlgIdIn::TryNextProv(unsigned type, const char* name) {
     if (!provider.release() && GetLastError() != 0) {
-        throwLastError();
+        throw_last_error();
     }
     if (!CryptAcquireContextA(provider.put(), nullptr, name, type, CRYPT_VERIFYCONTEXT)) {
-        throwLastError();
+        throw_last_error();
     }
     return lists(algId) && (algId2 == 0 || lists(algId2));
 }
@@ -30,7 +30,7 @@ bool CFindAlgIdIn::lists(ALG_ID wanted) const {
         }
     }
     if (GetLastError() != ERROR_NO_MORE_ITEMS) {
-        throwLastError();
+        throw_last_error();
     }
     return false;
 }

@@ -1,10 +1,12 @@
 // The source of memory behind the string manager and the temporary buffers.
 #pragma once
 
+#include "visibility/visibility.h"
+
 namespace ATL {
 
 // The order of the operations is part of the interface.
-class IAtlMemMgr {
+class CHRONOSEAL_API IAtlMemMgr {
 public:
     // Null where there is no memory.
     virtual void* Allocate(unsigned long size) = 0;
@@ -16,7 +18,7 @@ public:
 };
 
 // The C library's heap.
-class CCRTHeap : public IAtlMemMgr {
+class CHRONOSEAL_API CCRTHeap : public IAtlMemMgr {
 public:
     void* Allocate(unsigned long size) override;
     void Free(void* block) override;

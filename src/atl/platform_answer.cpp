@@ -5,11 +5,11 @@
 
 namespace ATL2 {
 
-void setAnswerLength(ATL::CStringA& value, DWORD size) {
+void set_answer_length(ATL::CStringA& value, DWORD size) {
     value.SetLength(static_cast<int>(size)); // refuses what is negative in 32 bits
 }
 
-HRESULT resultFromLastErrorOrFail() noexcept {
+HRESULT result_from_last_error_or_fail() noexcept {
     const auto error = static_cast<HRESULT>(GetLastError());
     if (error > 0) {
         // Read again: what stands in its place by now counts.

@@ -8,24 +8,24 @@
 namespace ATL2 {
 
 // The encoding of certificates and messages everywhere in the library.
-constexpr DWORD anyEncoding = 0x00010001;
+constexpr DWORD kAnyEncoding = 0x00010001;
 
 // Sets the length of an answer to what the platform reported. Throws CAtlException 0x80070057 for a
 // size beyond the buffer.
-void setAnswerLength(ATL::CStringA& value, DWORD size);
+void set_answer_length(ATL::CStringA& value, DWORD size);
 
 // The code of a failure whose last error may be missing: never 0 and never success.
-HRESULT resultFromLastErrorOrFail() noexcept;
+HRESULT result_from_last_error_or_fail() noexcept;
 
 // `call(buffer, &size)` is the platform's function with all but the buffer bound; it returns BOOL.
 // The result is 0, or the code of the last error; in the second call the length is set before that
 // is looked at.
 template <class Call>
-HRESULT fetchAnswer(ATL::CStringA& value, Call call,
-                    HRESULT (*secondFailure)() noexcept = nullptr) {
+HRESULT fetch_answer(ATL::CStringA& value, Call call,
+                     HRESULT (*second_failure)() noexcept = nullptr) {
     DWORD size = 0;
     if (!call(nullptr, &size)) {
-        return Halcyon::resultFromLastError();
+        return Halcyon::result_from_last_error();
     }
     if (size > 0x7FFFFFFFu) {
         ATL::AtlThrowImpl(Halcyon::hr(0x80070057u));
@@ -33,9 +33,9 @@ HRESULT fetchAnswer(ATL::CStringA& value, Call call,
     char* const room = value.PrepareWrite(static_cast<int>(size));
     HRESULT result = 0;
     if (!call(room, &size)) {
-        result = secondFailure ? secondFailure() : Halcyon::resultFromLastError();
+        result = second_failure ? second_failure() : Halcyon::result_from_last_error();
     }
-    setAnswerLength(value, size);
+    set_answer_length(value, size);
     return result;
 }
 

@@ -14,7 +14,7 @@ enum class Found { entry, end, nothing };
 // Reads the entry number `index` into `name`. A name longer than the room gets twice what it asks
 // for, once; `end` where the listing is over or asks for room that is there already.
 template <class Buffer, class List>
-Found readEntry(List list, DWORD index, Buffer& name, DWORD& capacity, unsigned& type) {
+Found read_entry(List list, DWORD index, Buffer& name, DWORD& capacity, unsigned& type) {
     for (bool retried = false;; retried = true) {
         char* const room = name.get();
         room[0] = '\0';
@@ -46,7 +46,7 @@ bool CCryptProviderTypesEnumT<char>::Enumerate() {
     name_.Reallocate(capacity);
     unsigned type = 0;
     for (DWORD index = 0;; ++index) {
-        if (readEntry(&CryptEnumProviderTypesA, index, name_, capacity, type) != Found::entry) {
+        if (read_entry(&CryptEnumProviderTypesA, index, name_, capacity, type) != Found::entry) {
             return false;
         }
         if (!OnType(type, name_.get())) {
@@ -61,7 +61,7 @@ bool CCryptProvidersEnumT<char>::Enumerate() {
     unsigned type = 0;
     // The bound ends the walk on a platform that fails for ever and never says that it is through.
     for (DWORD index = 0; index < 0x10000; ++index) {
-        switch (readEntry(&CryptEnumProvidersA, index, name_, capacity, type)) {
+        switch (read_entry(&CryptEnumProvidersA, index, name_, capacity, type)) {
         case Found::end:
             return false;
         case Found::entry:

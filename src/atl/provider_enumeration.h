@@ -2,6 +2,7 @@
 #pragma once
 
 #include "atl/temp_buffer.h"
+#include "visibility/visibility.h"
 
 namespace ATL2 {
 
@@ -10,7 +11,7 @@ template <class T>
 class CCryptProviderTypesEnumT;
 
 template <>
-class CCryptProviderTypesEnumT<char> {
+class CHRONOSEAL_API CCryptProviderTypesEnumT<char> {
 public:
     // True to go on.
     virtual bool OnType(unsigned type, const char* name) = 0;
@@ -29,7 +30,7 @@ template <class T>
 class CCryptProvidersEnumT;
 
 template <>
-class CCryptProvidersEnumT<char> {
+class CHRONOSEAL_API CCryptProvidersEnumT<char> {
 public:
     // True to go on.
     virtual bool OnProv(const char* name, unsigned type) = 0;

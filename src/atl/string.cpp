@@ -14,20 +14,20 @@ namespace ATL {
 
 namespace {
 
-constexpr std::int32_t badArgument = Halcyon::hr(0x80070057u);
-constexpr std::int32_t outOfMemory = Halcyon::hr(0x8007000Eu);
+constexpr std::int32_t kBadArgument = Halcyon::hr(0x80070057u);
+constexpr std::int32_t kOutOfMemory = Halcyon::hr(0x8007000Eu);
 
 template <class T>
-int textLength(const T* text) {
+int text_length(const T* text) {
     const auto length = std::char_traits<T>::length(text);
     if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        AtlThrowImpl(badArgument);
+        AtlThrowImpl(kBadArgument);
     }
     return static_cast<int>(length);
 }
 
 // Doubles up to 1024 characters, then takes steps of 1024 up to 2^30, and then none.
-int grownLength(int present) {
+int grown_length(int present) {
     if (present <= 1024) {
         return present * 2;
     }
@@ -38,7 +38,7 @@ int grownLength(int present) {
 // and may hold others. `visit` gives the place where the search goes on and may move what `end`
 // points to.
 template <class Visit>
-void forEachFind(wchar_t* text, wchar_t*& end, const wchar_t* old, Visit visit) {
+void for_each_find(wchar_t* text, wchar_t*& end, const wchar_t* old, Visit visit) {
     while (text < end) {
         if (wchar_t* const place = std::wcsstr(text, old)) {
             text = visit(place);
@@ -95,33 +95,33 @@ void CSimpleStringT<T, mfc>::fork(int length) {
     auto* const old = header();
     auto* const data = old->pStringMgr->Clone()->Allocate(length, sizeof(T));
     if (!data) {
-        AtlThrowImpl(outOfMemory);
+        AtlThrowImpl(kOutOfMemory);
     }
-    std::char_traits<T>::copy(charsOf(data), chars_,
+    std::char_traits<T>::copy(chars_of(data), chars_,
                               static_cast<std::size_t>(old->nDataLength) + 1);
     data->nDataLength = old->nDataLength;
-    chars_ = charsOf(data);
+    chars_ = chars_of(data);
     old->Release();
 }
 
 template <class T, bool mfc>
 void CSimpleStringT<T, mfc>::grow(int length) {
     const int present = GetAllocLength();
-    const int wanted = std::max(grownLength(present), length);
+    const int wanted = std::max(grown_length(present), length);
     if (wanted < 1 || wanted <= present) {
-        AtlThrowImpl(outOfMemory);
+        AtlThrowImpl(kOutOfMemory);
     }
     auto* const data = header()->pStringMgr->Reallocate(header(), wanted, sizeof(T));
     if (!data) {
-        AtlThrowImpl(outOfMemory);
+        AtlThrowImpl(kOutOfMemory);
     }
-    chars_ = charsOf(data);
+    chars_ = chars_of(data);
 }
 
 template <class T, bool mfc>
 void CSimpleStringT<T, mfc>::SetLength(int length) {
     if (length < 0 || length > GetAllocLength()) {
-        AtlThrowImpl(badArgument);
+        AtlThrowImpl(kBadArgument);
     }
     header()->nDataLength = length;
     chars_[length] = T();
@@ -149,25 +149,26 @@ void CSimpleStringT<T, mfc>::SetString(const T* text, int length) {
         }
         auto* const nil = header()->pStringMgr->GetNilString();
         header()->Release();
-        chars_ = charsOf(nil);
+        chars_ = chars_of(nil);
         return;
     }
     if (!text || length < 0) {
-        AtlThrowImpl(badArgument);
+        AtlThrowImpl(kBadArgument);
     }
-    const auto oldLength = static_cast<std::size_t>(GetLength());
+    const auto old_length = static_cast<std::size_t>(GetLength());
     const auto count = static_cast<std::size_t>(length);
     // By address, since `text` may be of another block.
     const auto offset =
         (reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(chars_)) /
         sizeof(T);
-    const bool inside = offset <= oldLength;
-    if (inside && count > oldLength - offset) {
-        AtlThrowImpl(badArgument); // more than the string holds from there on
-    }
+    const bool inside = offset <= old_length;
     T* const room = PrepareWrite(length);
     if (inside) {
-        std::char_traits<T>::move(room, room + offset, count);
+        // Behind its end the string has zeros to give: its terminator, and no bytes that nobody
+        // wrote.
+        const std::size_t held = std::min(count, old_length - offset);
+        std::char_traits<T>::move(room, room + offset, held);
+        std::char_traits<T>::assign(room + held, count - held, T());
     } else {
         std::char_traits<T>::copy(room, text, count);
     }
@@ -176,11 +177,11 @@ void CSimpleStringT<T, mfc>::SetString(const T* text, int length) {
 
 template <class T, bool mfc>
 void CSimpleStringT<T, mfc>::SetString(const T* text) {
-    SetString(text, text ? textLength(text) : 0);
+    SetString(text, text ? text_length(text) : 0);
 }
 
 template <class Traits>
-void CStringT<char, Traits>::assignWide(const wchar_t* text) {
+void CStringT<char, Traits>::assign_wide(const wchar_t* text) {
     const int size =
         text ? WideCharToMultiByte(0, 0, text, -1, nullptr, 0, nullptr, nullptr) - 1 : 0;
     if (size <= 0) {
@@ -199,23 +200,23 @@ int CStringT<wchar_t, Traits>::Replace(const wchar_t* old, const wchar_t* replac
         return 0;
     }
     replacement = replacement ? replacement : L"";
-    const int oldSize = textLength(old);
-    const int newSize = textLength(replacement);
+    const int old_size = text_length(old);
+    const int new_size = text_length(replacement);
     auto* scan = const_cast<wchar_t*>(GetString());
     auto* end = scan + GetLength();
     int count = 0;
-    forEachFind(scan, end, old, [&](wchar_t* place) {
+    for_each_find(scan, end, old, [&](wchar_t* place) {
         ++count;
-        return place + oldSize;
+        return place + old_size;
     });
     if (count == 0) {
         return 0;
     }
     const int present = GetLength();
     const auto wanted =
-        present + static_cast<long long>(count) * (static_cast<long long>(newSize) - oldSize);
+        present + static_cast<long long>(count) * (static_cast<long long>(new_size) - old_size);
     if (wanted > std::numeric_limits<int>::max()) {
-        AtlThrowImpl(outOfMemory);
+        AtlThrowImpl(kOutOfMemory);
     }
     const int length = static_cast<int>(wanted);
     // Copies: both may lie in the buffer that is about to change.
@@ -223,13 +224,13 @@ int CStringT<wchar_t, Traits>::Replace(const wchar_t* old, const wchar_t* replac
     const std::wstring with(replacement);
     scan = PrepareWrite(std::max(length, present));
     end = scan + present;
-    forEachFind(scan, end, what.c_str(), [&](wchar_t* place) {
-        auto* const tail = place + oldSize;
-        std::wmemmove(place + newSize, tail, static_cast<std::size_t>(end - tail));
-        std::wmemcpy(place, with.c_str(), static_cast<std::size_t>(newSize));
-        end += newSize - oldSize;
+    for_each_find(scan, end, what.c_str(), [&](wchar_t* place) {
+        auto* const tail = place + old_size;
+        std::wmemmove(place + new_size, tail, static_cast<std::size_t>(end - tail));
+        std::wmemcpy(place, with.c_str(), static_cast<std::size_t>(new_size));
+        end += new_size - old_size;
         *end = L'\0';
-        return place + newSize;
+        return place + new_size;
     });
     SetLength(length);
     return count;

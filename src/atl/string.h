@@ -21,7 +21,7 @@ struct StrTraitATL : Base {};
 template <class T, bool mfc = false>
 class CSimpleStringT {
 public:
-    CSimpleStringT() : chars_(charsOf(g_defaultStrMgr.GetNilString())) {}
+    CSimpleStringT() : chars_(chars_of(g_defaultStrMgr.GetNilString())) {}
     CSimpleStringT(const CSimpleStringT& other);
     CSimpleStringT& operator=(const CSimpleStringT& other);
     ~CSimpleStringT() { header()->Release(); }
@@ -40,7 +40,7 @@ public:
     // Keeps the buffer in its place, unshared: emptying the string leaves it where it is, and a
     // copy takes a buffer of its own.
     T* Lock();
-    // `text` may lie in this string.
+    // `text` may lie in this string; what `length` takes beyond its end is zeros.
     void SetString(const T* text, int length);
     void SetString(const T* text);
     void Empty() { SetString(nullptr, 0); }
@@ -51,7 +51,7 @@ protected:
     }
 
 private:
-    static T* charsOf(CStringData* data) noexcept { return static_cast<T*>(data->data()); }
+    static T* chars_of(CStringData* data) noexcept { return static_cast<T*>(data->data()); }
     void PrepareWrite2(int length);
     void fork(int length);
     void grow(int length);
@@ -68,7 +68,7 @@ public:
     CStringT() = default;
     CStringT(const char* text) { SetString(text); }
     CStringT(const char* text, int length) { SetString(text, length); }
-    explicit CStringT(const wchar_t* text) { assignWide(text); }
+    explicit CStringT(const wchar_t* text) { assign_wide(text); }
     CStringT& operator=(const char* text) {
         SetString(text);
         return *this;
@@ -76,7 +76,7 @@ public:
     // Converts to the system's code page. Null, or text that can't be converted, empties the
     // string.
     CStringT& operator=(const wchar_t* text) {
-        assignWide(text);
+        assign_wide(text);
         return *this;
     }
 
@@ -86,7 +86,7 @@ public:
     }
 
 private:
-    void assignWide(const wchar_t* text);
+    void assign_wide(const wchar_t* text);
 };
 
 template <class Traits>

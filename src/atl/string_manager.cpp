@@ -22,7 +22,7 @@ union DefaultManager {
     Parts parts;
 };
 
-constinit DefaultManager defaultManager;
+constinit DefaultManager default_manager;
 
 // The bytes of a header with room for `chars` characters, in whole eights; 0 if that is beyond any
 // size.
@@ -32,9 +32,9 @@ unsigned long blockSize(int chars, int charSize) {
     }
     const auto rounded = (static_cast<unsigned long>(chars) & ~7ul) + 8;
     unsigned long bytes = 0;
-    constexpr auto limit = std::numeric_limits<unsigned long>::max() - sizeof(CStringData);
+    constexpr auto kLimit = std::numeric_limits<unsigned long>::max() - sizeof(CStringData);
     if (__builtin_mul_overflow(rounded, static_cast<unsigned long>(charSize), &bytes) ||
-        bytes > limit) {
+        bytes > kLimit) {
         return 0;
     }
     return bytes + sizeof(CStringData);
@@ -42,7 +42,7 @@ unsigned long blockSize(int chars, int charSize) {
 
 } // namespace
 
-constinit CAtlStringMgr& g_defaultStrMgr = defaultManager.parts.manager;
+constinit CAtlStringMgr& g_defaultStrMgr = default_manager.parts.manager;
 
 constinit void* CFixedStringMgr::s_pLog = nullptr;
 

@@ -61,7 +61,7 @@ public:
 private:
     IAtlMemMgr* memory_;
     CStringData nil_;
-    [[maybe_unused]] wchar_t nilTerminator_[2] = {}; // follows the header, as characters do
+    [[maybe_unused]] wchar_t nil_terminator_[2] = {}; // follows the header, as characters do
 };
 
 // The manager of every string in the library. It is ready before any code runs and is never

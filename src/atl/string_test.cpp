@@ -10,7 +10,7 @@
 namespace ATL {
 namespace {
 
-std::uint32_t codeOf(const std::function<void()>& call) {
+std::uint32_t code_of(const std::function<void()>& call) {
     try {
         call();
     } catch (const CAtlException& failure) {
@@ -19,11 +19,11 @@ std::uint32_t codeOf(const std::function<void()>& call) {
     return 0;
 }
 
-std::string textOf(const CStringA& text) {
+std::string text_of(const CStringA& text) {
     return {text.GetString(), static_cast<std::size_t>(text.GetLength())};
 }
 
-std::wstring textOf(const CStringW& text) {
+std::wstring text_of(const CStringW& text) {
     return {text.GetString(), static_cast<std::size_t>(text.GetLength())};
 }
 
@@ -32,8 +32,8 @@ TEST(CStringA, CopiesShareUntilOneIsWritten) {
     CStringA copy(original);
     EXPECT_EQ(copy.GetString(), original.GetString());
     copy.PrepareWrite(3)[0] = 'x';
-    EXPECT_EQ(textOf(original), "abc");
-    EXPECT_EQ(textOf(copy), "xbc");
+    EXPECT_EQ(text_of(original), "abc");
+    EXPECT_EQ(text_of(copy), "xbc");
 }
 
 TEST(CStringA, EmptyStringsShareTheNilString) {
@@ -45,7 +45,7 @@ TEST(CStringA, EmptyStringsShareTheNilString) {
 }
 
 TEST(CStringA, GrowsByDoublingAndThenBySteps) {
-    auto grownFrom = [](int capacity, int wanted) {
+    auto grown_from = [](int capacity, int wanted) {
         CStringA text;
         text.PrepareWrite(1);
         while (text.GetAllocLength() < capacity) {
@@ -63,29 +63,35 @@ TEST(CStringA, GrowsByDoublingAndThenBySteps) {
     EXPECT_EQ(text.GetAllocLength(), 2047);
     text.PrepareWrite(2048);
     EXPECT_EQ(text.GetAllocLength(), 3071);
-    EXPECT_EQ(grownFrom(7, 5000), 5007);
+    EXPECT_EQ(grown_from(7, 5000), 5007);
 }
 
 TEST(CStringA, SetsTextFromItsOwnBuffer) {
     CStringA text("0123456789");
     text.SetString(text.GetString() + 4, 3);
-    EXPECT_EQ(textOf(text), "456");
+    EXPECT_EQ(text_of(text), "456");
     CStringA shared("0123456789");
     const CStringA other(shared); // the buffer has to move
     shared.SetString(shared.GetString() + 2, 8);
-    EXPECT_EQ(textOf(shared), "23456789");
-    EXPECT_EQ(textOf(other), "0123456789");
-    EXPECT_EQ(codeOf([&] { shared.SetString(shared.GetString() + 2, 7); }), 0x80070057u)
-        << "more than the string holds";
+    EXPECT_EQ(text_of(shared), "23456789");
+    EXPECT_EQ(text_of(other), "0123456789");
+    // More than the string holds from there on: zeros, also where the buffer has to grow for them.
+    shared.SetString(shared.GetString() + 2, 7);
+    EXPECT_EQ(text_of(shared), std::string("456789\0", 7));
+    CStringA grown("0123456789");
+    grown.SetString(grown.GetString() + 9, 3000);
+    EXPECT_EQ(text_of(grown), "9" + std::string(2999, '\0'));
+    grown.SetString(grown.GetString() + grown.GetLength(), 2);
+    EXPECT_EQ(text_of(grown), std::string(2, '\0'));
 }
 
 TEST(CStringA, RefusesBadLengths) {
     CStringA text("abc");
-    EXPECT_EQ(codeOf([&] { text.SetLength(-1); }), 0x80070057u);
-    EXPECT_EQ(codeOf([&] { text.SetLength(text.GetAllocLength() + 1); }), 0x80070057u);
-    EXPECT_EQ(codeOf([&] { text.SetString(nullptr, 1); }), 0x80070057u);
-    EXPECT_EQ(codeOf([&] { text.SetString("x", -1); }), 0x80070057u);
-    EXPECT_EQ(textOf(text), "abc");
+    EXPECT_EQ(code_of([&] { text.SetLength(-1); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { text.SetLength(text.GetAllocLength() + 1); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { text.SetString(nullptr, 1); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { text.SetString("x", -1); }), 0x80070057u);
+    EXPECT_EQ(text_of(text), "abc");
 }
 
 TEST(CStringA, LockedBufferStaysInItsPlace) {
@@ -93,7 +99,7 @@ TEST(CStringA, LockedBufferStaysInItsPlace) {
     const auto* const place = text.Lock();
     const CStringA copy(text); // takes a buffer of its own
     EXPECT_NE(copy.GetString(), place);
-    EXPECT_EQ(textOf(copy), "abc");
+    EXPECT_EQ(text_of(copy), "abc");
     text.Empty();
     EXPECT_EQ(text.GetString(), place);
     EXPECT_EQ(text.GetLength(), 0);
@@ -105,7 +111,7 @@ TEST(CStringA, LockedBufferStaysInItsPlace) {
 TEST(CStringA, ConvertsWideTextToUtf8) {
     CStringA text("old");
     text = L"a\u00e9\U0001F600";
-    EXPECT_EQ(textOf(text), "a\xC3\xA9\xF0\x9F\x98\x80");
+    EXPECT_EQ(text_of(text), "a\xC3\xA9\xF0\x9F\x98\x80");
     text = static_cast<const wchar_t*>(nullptr);
     EXPECT_TRUE(text.IsEmpty());
     text = L"";
@@ -129,7 +135,7 @@ TEST(CStringW, Replaces) {
           Case{L"abc", L"abc", L"", 1, L""}}) {
         CStringW text(from.c_str(), static_cast<int>(from.size()));
         EXPECT_EQ(text.Replace(old, with), count);
-        EXPECT_EQ(textOf(text), result);
+        EXPECT_EQ(text_of(text), result);
     }
 }
 
@@ -143,8 +149,8 @@ TEST(CStringW, ReplacesManyWithLongText) {
     CStringW text(source.c_str());
     const CStringW copy(text);
     EXPECT_EQ(text.Replace(L"a", L"0123456789"), 300);
-    EXPECT_EQ(textOf(text), expected);
-    EXPECT_EQ(textOf(copy), source);
+    EXPECT_EQ(text_of(text), expected);
+    EXPECT_EQ(text_of(copy), source);
 }
 
 TEST(StringManager, AllocatesInEights) {
@@ -158,7 +164,7 @@ TEST(StringManager, AllocatesInEights) {
     EXPECT_EQ(g_defaultStrMgr.Allocate(-1, 1), nullptr);
     EXPECT_EQ(g_defaultStrMgr.Clone(), &g_defaultStrMgr);
     CCRTHeap heap;
-    EXPECT_EQ(codeOf([&] { heap.GetSize(nullptr); }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { heap.GetSize(nullptr); }), 0x80004005u);
     EXPECT_EQ(CFixedStringMgr::s_pLog, nullptr);
 }
 

@@ -33,9 +33,9 @@ public:
         if (size <= N) {
             return current_ = inline_;
         }
-        const bool onHeap = current_ && current_ != inline_;
+        const bool on_heap = current_ && current_ != inline_;
         void* const block =
-            onHeap ? manager_->Reallocate(current_, size) : manager_->Allocate(size);
+            on_heap ? manager_->Reallocate(current_, size) : manager_->Allocate(size);
         if (!block) {
             ATL::AtlThrowImpl(Halcyon::hr(0x8007000Eu));
         }

@@ -13,7 +13,7 @@ void AtlThrowImpl(int code) {
 
 namespace Halcyon {
 
-std::int32_t resultFromLastError() noexcept {
+std::int32_t result_from_last_error() noexcept {
     const auto error = static_cast<std::int32_t>(GetLastError());
     if (error > 0) {
         return hr(0x80070000u | (static_cast<std::uint32_t>(error) & 0xFFFFu));
@@ -21,13 +21,13 @@ std::int32_t resultFromLastError() noexcept {
     return error;
 }
 
-std::int32_t resultFromLastError(std::int32_t fallback) noexcept {
-    const auto code = resultFromLastError();
+std::int32_t result_from_last_error(std::int32_t fallback) noexcept {
+    const auto code = result_from_last_error();
     return code == 0 ? fallback : code;
 }
 
-void throwLastError() {
-    ATL::AtlThrowImpl(resultFromLastError());
+void throw_last_error() {
+    ATL::AtlThrowImpl(result_from_last_error());
 }
 
 } // namespace Halcyon

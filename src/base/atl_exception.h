@@ -20,7 +20,7 @@ public:
 };
 
 // Throws `CAtlException(code)`.
-[[noreturn]] void AtlThrowImpl(int code);
+[[noreturn]] CHRONOSEAL_API void AtlThrowImpl(int code);
 
 } // namespace ATL
 
@@ -34,10 +34,10 @@ constexpr std::int32_t hr(std::uint32_t bits) noexcept {
 // The calling thread's last error as a result code: a value above 0 becomes (value & 0xFFFF) |
 // 0x80070000, any other is returned as it stands. 0 stays 0, which is no failure: a caller for whom
 // that matters uses the form with a fallback, which is returned in place of 0.
-std::int32_t resultFromLastError() noexcept;
-std::int32_t resultFromLastError(std::int32_t fallback) noexcept;
+CHRONOSEAL_API std::int32_t result_from_last_error() noexcept;
+CHRONOSEAL_API std::int32_t result_from_last_error(std::int32_t fallback) noexcept;
 
-// Throws `resultFromLastError()` as `CAtlException`, a code of 0 included.
-[[noreturn]] void throwLastError();
+// Throws `result_from_last_error()` as `CAtlException`, a code of 0 included.
+[[noreturn]] CHRONOSEAL_API void throw_last_error();
 
 } // namespace Halcyon

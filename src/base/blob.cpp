@@ -10,7 +10,7 @@ namespace Halcyon {
 namespace {
 
 // Uninitialised; null for size 0.
-unsigned char* copyOf(const unsigned char* data, unsigned long size) {
+unsigned char* copy_of(const unsigned char* data, unsigned long size) {
     if (size == 0) {
         return nullptr;
     }
@@ -22,7 +22,7 @@ unsigned char* copyOf(const unsigned char* data, unsigned long size) {
 } // namespace
 
 CBlob::CBlob(const unsigned char* data, unsigned long size)
-    : cbData_(size), pbData_(copyOf(data, size)) {}
+    : cbData_(size), pbData_(copy_of(data, size)) {}
 
 CBlob::CBlob(const CBlob& other) : CBlob(other.pbData_, other.cbData_) {}
 
@@ -37,7 +37,7 @@ CBlob::~CBlob() {
 }
 
 void CBlob::assign(const unsigned char* data, unsigned long size) {
-    auto* block = copyOf(data, size); // before the old block goes: `data` may lie in it
+    auto* block = copy_of(data, size); // before the old block goes: `data` may lie in it
     delete[] pbData_;
     pbData_ = block;
     cbData_ = size;

@@ -13,7 +13,7 @@
 namespace Halcyon {
 namespace {
 
-CBlob blobOf(const std::string& bytes) {
+CBlob blob_of(const std::string& bytes) {
     return CBlob(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
 }
 
@@ -22,7 +22,7 @@ std::string bytesOf(const CBlob& blob) {
 }
 
 template <class Call>
-std::uint32_t codeOf(Call call) {
+std::uint32_t code_of(Call call) {
     try {
         call();
     } catch (const ATL::CAtlException& failure) {
@@ -31,7 +31,7 @@ std::uint32_t codeOf(Call call) {
     return 0;
 }
 
-std::string temporaryPath(const char* name) {
+std::string temporary_path(const char* name) {
     return testing::TempDir() + name + std::to_string(::getpid());
 }
 
@@ -44,15 +44,15 @@ TEST(ResultFromLastError, MapsPositiveValuesOnly) {
          {Case{0x570, 0x80070570}, Case{0x80090008, 0x80090008}, Case{0, 0},
           Case{0x00012345, 0x80072345}, Case{0x7FFFFFFF, 0x8007FFFF}}) {
         SetLastError(error);
-        EXPECT_EQ(static_cast<std::uint32_t>(resultFromLastError()), code);
-        EXPECT_EQ(codeOf([] { throwLastError(); }), code);
+        EXPECT_EQ(static_cast<std::uint32_t>(result_from_last_error()), code);
+        EXPECT_EQ(code_of([] { throw_last_error(); }), code);
     }
     SetLastError(0);
-    EXPECT_EQ(resultFromLastError(hr(0xC2100100)), hr(0xC2100100));
+    EXPECT_EQ(result_from_last_error(hr(0xC2100100)), hr(0xC2100100));
 }
 
 TEST(Blob, AssignsFromInsideItself) {
-    auto blob = blobOf("abcdef");
+    auto blob = blob_of("abcdef");
     blob.assign(blob.pbData() + 2, 3);
     EXPECT_EQ(bytesOf(blob), "cde");
     blob = *&blob;
@@ -62,7 +62,7 @@ TEST(Blob, AssignsFromInsideItself) {
 }
 
 TEST(Blob, ClearKeepsTheBlockButLosesTheContent) {
-    auto blob = blobOf("abc");
+    auto blob = blob_of("abc");
     auto* const block = blob.pbData();
     blob.clear();
     EXPECT_EQ(blob.cbData(), 0u);
@@ -72,7 +72,7 @@ TEST(Blob, ClearKeepsTheBlockButLosesTheContent) {
 }
 
 TEST(Blob, ShrinksInPlaceAndGrowsWithTheHead) {
-    auto blob = blobOf("abcdef");
+    auto blob = blob_of("abcdef");
     auto* const block = blob.pbData();
     blob.resize_to(2);
     EXPECT_EQ(blob.pbData(), block);
@@ -88,8 +88,8 @@ TEST(Blob, ZeroSizedBlockEqualsTheEmptyBlob) {
 }
 
 TEST(Blob, AppendsAlsoToItself) {
-    auto blob = blobOf("ab");
-    blob += blobOf("cd");
+    auto blob = blob_of("ab");
+    blob += blob_of("cd");
     blob += CBlob();
     EXPECT_EQ(bytesOf(blob), "abcd");
     blob += blob;
@@ -106,8 +106,8 @@ TEST(Blob, OrdersByUnsignedBytesAndPutsAPrefixFirst) {
                                    "\x02"};
     for (std::size_t i = 0; i < std::size(ordered); ++i) {
         for (std::size_t j = 0; j < std::size(ordered); ++j) {
-            const auto a = blobOf(ordered[i]);
-            const auto b = blobOf(ordered[j]);
+            const auto a = blob_of(ordered[i]);
+            const auto b = blob_of(ordered[j]);
             EXPECT_EQ(a < b, i < j);
             EXPECT_EQ(a <= b, i <= j);
             EXPECT_EQ(a > b, i > j);
@@ -121,7 +121,7 @@ TEST(Blob, OrdersByUnsignedBytesAndPutsAPrefixFirst) {
 TEST(Blob, ReversesInPlace) {
     for (const auto& [from, to] :
          {std::pair{"", ""}, std::pair{"a", "a"}, std::pair{"abc", "cba"}}) {
-        auto blob = blobOf(from);
+        auto blob = blob_of(from);
         blob.reverse();
         EXPECT_EQ(bytesOf(blob), to);
     }
@@ -136,22 +136,22 @@ TEST(BlobHex, ReadsPairsUntilSomethingElseStands) {
          {Case{"AB cd\t12", "\xAB\xCD\x12"}, Case{"ABC", "\xAB"}, Case{"GG", ""},
           Case{"  0f\n", "\x0F"}, Case{"A B", ""}, Case{"01g2", "\x01"}, Case{"", ""},
           Case{"00ff", std::string("\0\xFF", 2)}}) {
-        auto blob = blobOf("previous content");
+        auto blob = blob_of("previous content");
         blob.readFromHexString(text);
         EXPECT_EQ(bytesOf(blob), bytes) << text;
     }
 }
 
 TEST(BlobHex, WritesBlanksBetweenGroupsOnly) {
-    EXPECT_STREQ(blobOf("\x0A\xFF").writeToHexString(0).c_str(), "0AFF");
-    EXPECT_STREQ(blobOf("\x0A\xFF").writeToHexString(1).c_str(), "0A FF");
-    EXPECT_STREQ(blobOf("\x01\x02\x03\x04\x05").writeToHexString(4).c_str(), "01020304 05");
+    EXPECT_STREQ(blob_of("\x0A\xFF").writeToHexString(0).c_str(), "0AFF");
+    EXPECT_STREQ(blob_of("\x0A\xFF").writeToHexString(1).c_str(), "0A FF");
+    EXPECT_STREQ(blob_of("\x01\x02\x03\x04\x05").writeToHexString(4).c_str(), "01020304 05");
     EXPECT_STREQ(CBlob().writeToHexString(1).c_str(), "");
 }
 
 TEST(BlobFile, GoesRoundByNarrowAndWidePath) {
-    const auto path = temporaryPath("blob-\xC3\xA9-");
-    const auto content = blobOf(std::string("a\0b", 3));
+    const auto path = temporary_path("blob-\xC3\xA9-");
+    const auto content = blob_of(std::string("a\0b", 3));
     content.writeToFile(path.c_str());
     CBlob read;
     read.readFromFile(path.c_str());
@@ -173,14 +173,18 @@ TEST(BlobFile, GoesRoundByNarrowAndWidePath) {
 }
 
 TEST(BlobFile, TellsMissingFromUnreadable) {
-    auto blob = blobOf("old");
-    EXPECT_EQ(codeOf([&] { blob.readFromFile("/nowhere/at/all"); }), 0x80070002u);
+    auto blob = blob_of("old");
+    EXPECT_EQ(code_of([&] { blob.readFromFile("/nowhere/at/all"); }), 0x80070002u);
     EXPECT_EQ(blob.cbData(), 0u);
-    blob = blobOf("old");
-    EXPECT_EQ(codeOf([&] { blob.readFromFile("/"); }), 0x80070570u);
+    blob = blob_of("old");
+    EXPECT_EQ(code_of([&] { blob.readFromFile("/"); }), 0x80070570u);
     EXPECT_EQ(blob.cbData(), 0u);
-    EXPECT_EQ(codeOf([&] { blob.writeToFile("/nowhere/at/all"); }), 0x80070002u);
-    EXPECT_EQ(codeOf([&] { blob.readFromFile(L"/nowhere"); }), 0x80070002u);
+    EXPECT_EQ(code_of([&] { blob.writeToFile("/nowhere/at/all"); }), 0x80070002u);
+    EXPECT_EQ(code_of([&] { blob.readFromFile(L"/nowhere"); }), 0x80070002u);
+    // What can't be converted to the code page: the platform's own code.
+    const wchar_t* const none = nullptr;
+    EXPECT_EQ(code_of([&] { blob.readFromFile(none); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { blob.writeToFile(none); }), 0x80070057u);
 }
 
 TEST(StringProxy, OwnsACopyAndTakesNull) {
@@ -193,9 +197,9 @@ TEST(StringProxy, OwnsACopyAndTakesNull) {
     EXPECT_STREQ(proxy.c_str(), "three");
     EXPECT_STREQ(CStringProxy(nullptr).c_str(), "");
     CWStringProxy wide(L"x");
-    const CWStringProxy wideCopy(wide);
+    const CWStringProxy wide_copy(wide);
     wide = CWStringProxy(nullptr);
-    EXPECT_STREQ(wideCopy.c_str(), L"x");
+    EXPECT_STREQ(wide_copy.c_str(), L"x");
     EXPECT_STREQ(wide.c_str(), L"");
 }
 

@@ -16,30 +16,30 @@ namespace Halcyon {
 
 namespace {
 
-constexpr std::int32_t cannotOpen = hr(0x80070002u);
-constexpr std::int32_t cannotRead = hr(0x80070570u);
+constexpr std::int32_t kCannotOpen = hr(0x80070002u);
+constexpr std::int32_t kCannotRead = hr(0x80070570u);
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-File openFile(const char* path, const char* mode) {
+File open_file(const char* path, const char* mode) {
     return File(std::fopen(path, mode), &std::fclose);
 }
 
-std::string narrowPath(const wchar_t* path) {
+std::string narrow_path(const wchar_t* path) {
     const int size = WideCharToMultiByte(0, 0, path, -1, nullptr, 0, nullptr, nullptr);
     if (size <= 0) {
-        ATL::AtlThrowImpl(resultFromLastError(cannotRead));
+        ATL::AtlThrowImpl(result_from_last_error(kCannotRead));
     }
     std::string narrow(static_cast<std::size_t>(size), '\0');
     if (WideCharToMultiByte(0, 0, path, -1, narrow.data(), size, nullptr, nullptr) == 0) {
-        ATL::AtlThrowImpl(resultFromLastError(cannotRead));
+        ATL::AtlThrowImpl(result_from_last_error(kCannotRead));
     }
     return narrow;
 }
 
 // The file's whole content in `content`; false if it can't be read. A folder opens like a file but
 // reports a size without meaning, so it is refused before any memory is taken for it.
-bool readAll(std::FILE* file, std::vector<unsigned char>& content) {
+bool read_all(std::FILE* file, std::vector<unsigned char>& content) {
     struct stat info {};
     if (::fstat(::fileno(file), &info) != 0 || S_ISDIR(info.st_mode) ||
         std::fseek(file, 0, SEEK_END) != 0) {
@@ -53,7 +53,7 @@ bool readAll(std::FILE* file, std::vector<unsigned char>& content) {
     return content.empty() || std::fread(content.data(), 1, content.size(), file) == content.size();
 }
 
-int digitValue(char c) {
+int digit_value(char c) {
     if (c >= '0' && c <= '9') {
         return c - '0';
     }
@@ -66,7 +66,7 @@ int digitValue(char c) {
     return -1;
 }
 
-const char* skipSpace(const char* text) {
+const char* skip_space(const char* text) {
     while (std::isspace(static_cast<unsigned char>(*text))) {
         ++text;
     }
@@ -76,27 +76,27 @@ const char* skipSpace(const char* text) {
 } // namespace
 
 void CBlob::readFromFile(const char* path) {
-    const auto file = openFile(path, "rb");
+    const auto file = open_file(path, "rb");
     if (!file) {
         clear();
-        ATL::AtlThrowImpl(cannotOpen);
+        ATL::AtlThrowImpl(kCannotOpen);
     }
     std::vector<unsigned char> content;
-    if (!readAll(file.get(), content)) {
+    if (!read_all(file.get(), content)) {
         clear();
-        ATL::AtlThrowImpl(cannotRead);
+        ATL::AtlThrowImpl(kCannotRead);
     }
     assign(content.data(), content.size());
 }
 
 void CBlob::readFromFile(const wchar_t* path) {
-    readFromFile(narrowPath(path).c_str());
+    readFromFile(narrow_path(path).c_str());
 }
 
 void CBlob::writeToFile(const char* path) const {
-    const auto file = openFile(path, "wb");
+    const auto file = open_file(path, "wb");
     if (!file) {
-        ATL::AtlThrowImpl(cannotOpen);
+        ATL::AtlThrowImpl(kCannotOpen);
     }
     if (cbData_ != 0) {
         // Whether all of it arrives is not reported: a caller who has to know reads the file back.
@@ -105,7 +105,7 @@ void CBlob::writeToFile(const char* path) const {
 }
 
 void CBlob::writeToFile(const wchar_t* path) const {
-    writeToFile(narrowPath(path).c_str());
+    writeToFile(narrow_path(path).c_str());
 }
 
 void CBlob::readFromHexString(const char* text) {
@@ -115,28 +115,28 @@ void CBlob::readFromHexString(const char* text) {
         resize_to(pairs + 1);
     }
     clear();
-    text = skipSpace(text);
+    text = skip_space(text);
     while (*text != '\0') {
-        const int high = digitValue(text[0]);
-        const int low = high < 0 ? -1 : digitValue(text[1]);
+        const int high = digit_value(text[0]);
+        const int low = high < 0 ? -1 : digit_value(text[1]);
         if (low < 0) {
             break;
         }
         pbData_[cbData_++] = static_cast<unsigned char>(high << 4 | low);
-        text = skipSpace(text + 2);
+        text = skip_space(text + 2);
     }
 }
 
 CStringProxy CBlob::writeToHexString(unsigned long groupSize) const {
-    static constexpr char digits[] = "0123456789ABCDEF";
+    static constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
     text.reserve(cbData_ * 2 + (groupSize != 0 ? cbData_ / groupSize : 0));
     for (unsigned long i = 0; i < cbData_; ++i) {
         if (groupSize != 0 && i != 0 && i % groupSize == 0) {
             text += ' ';
         }
-        text += digits[pbData_[i] >> 4];
-        text += digits[pbData_[i] & 0x0F];
+        text += kDigits[pbData_[i] >> 4];
+        text += kDigits[pbData_[i] & 0x0F];
     }
     return {text.c_str()};
 }

@@ -10,6 +10,6 @@ namespace Halcyon {
 // The fields as a `tm` in UTC. Where the platform's calendar ends before the date does, what is in
 // flight is thrown on, and with nothing in flight the process ends: the text forms have no failure
 // code.
-std::tm brokenDownTime(const CDateTime& date);
+std::tm broken_down_time(const CDateTime& date);
 
 } // namespace Halcyon

@@ -10,17 +10,17 @@ namespace Halcyon {
 
 namespace {
 
-bool isLeap(int year) {
+bool is_leap(int year) {
     return year % 400 == 0 || (year % 4 == 0 && year % 100 != 0);
 }
 
-int lastDayOf(int year, int month) {
+int last_day_of(int year, int month) {
     // By month; entry 0 stands for none.
     static constexpr std::array<std::uint32_t, 13> maxDaysNonLeap{0,  31, 28, 31, 30, 31, 30,
                                                                   31, 31, 30, 31, 30, 31};
     static constexpr std::array<std::uint32_t, 13> maxDaysLeap{0,  31, 29, 31, 30, 31, 30,
                                                                31, 31, 30, 31, 30, 31};
-    const auto& table = isLeap(year) ? maxDaysLeap : maxDaysNonLeap;
+    const auto& table = is_leap(year) ? maxDaysLeap : maxDaysNonLeap;
     return static_cast<int>(table[static_cast<std::size_t>(month)]);
 }
 
@@ -35,17 +35,17 @@ CDateTime DateAddMonth(int months, const CDateTime& date) {
         month -= 12;
         ++year;
     }
-    const int lastDay = lastDayOf(year, month);
+    const int last_day = last_day_of(year, month);
     time.wYear = static_cast<WORD>(year);
     time.wMonth = static_cast<WORD>(month);
     time.wDayOfWeek = 0;
-    if (time.wDay > lastDay) {
-        time.wDay = static_cast<WORD>(lastDay);
+    if (time.wDay > last_day) {
+        time.wDay = static_cast<WORD>(last_day);
     }
-    return CDateTime::fromTicks(CDateTime(time).ticks() + date.microsecond() * 10u);
+    return CDateTime::from_ticks(CDateTime(time).ticks() + date.microsecond() * 10u);
 }
 
-CDateTimeSpan unitOf(char letter) {
+CDateTimeSpan unit_of(char letter) {
     switch (letter) {
     case 's':
         return CDateTimeSpan::OneSecond();
@@ -79,11 +79,12 @@ CDateTime DateAddA(const char* interval, int count, const CDateTime& date) {
     }
     const auto magnitude =
         count < 0 ? 0u - static_cast<unsigned int>(count) : static_cast<unsigned int>(count);
-    const auto distance = unitOf(*interval) * magnitude;
+    const auto distance = unit_of(*interval) * magnitude;
     return count >= 1 ? date + distance : date - distance;
 }
 
 CDateTime DateAddW(const wchar_t* interval, int count, const CDateTime& date) {
+    // There is no character to look at behind a null pointer: it is refused as by the narrow form.
     if (!interval) {
         ATL::AtlThrowImpl(hr(0x80070057u));
     }

@@ -14,7 +14,7 @@ namespace Halcyon {
 
 namespace {
 
-constexpr std::int32_t badDate = hr(0x8007076Du);
+constexpr std::int32_t kBadDate = hr(0x8007076Du);
 
 struct Zone {
     CDateTimeSpan offset;
@@ -22,26 +22,26 @@ struct Zone {
 };
 
 // "+hh:mm" or "-hh:mm"; whatever follows the minutes isn't looked at.
-Zone readZone(const std::string& text) {
+Zone read_zone(const std::string& text) {
     char sign = 0;
     int hours = 0;
     int minutes = 0;
     if (std::sscanf(text.c_str(), "%c%2d:%2d", &sign, &hours, &minutes) != 3) {
-        ATL::AtlThrowImpl(badDate);
+        ATL::AtlThrowImpl(kBadDate);
     }
     Zone zone;
     zone.west = sign == '-';
     zone.offset = CDateTimeSpan::OneHour() * static_cast<unsigned int>(hours) +
                   CDateTimeSpan::OneMinute() * static_cast<unsigned int>(minutes);
     if (zone.offset > CDateTimeSpan::OneHour() * 14) {
-        ATL::AtlThrowImpl(badDate);
+        ATL::AtlThrowImpl(kBadDate);
     }
     return zone;
 }
 
 // Cuts the zone off `tail`, so that a fraction, a "Z" or nothing is left. A minus sign decides
 // where both signs stand.
-Zone takeZone(std::string& tail) {
+Zone take_zone(std::string& tail) {
     if (tail.find_first_of("Zz") != std::string::npos) {
         // An offset next to a "Z" isn't applied: without its colon it stays, for the reader of the
         // fraction to refuse.
@@ -58,7 +58,7 @@ Zone takeZone(std::string& tail) {
     if (split == std::string::npos) {
         return {};
     }
-    const auto zone = readZone(tail.substr(split));
+    const auto zone = read_zone(tail.substr(split));
     tail.erase(split);
     return zone;
 }
@@ -74,10 +74,10 @@ CDateTime parse(const char* text) {
     // The width keeps a long tail inside the buffer.
     if (std::sscanf(text, "%4d-%2d-%2dT%2d:%2d:%2d%31s", &year, &month, &day, &hour, &minute,
                     &second, rest.data()) != 7) {
-        ATL::AtlThrowImpl(badDate);
+        ATL::AtlThrowImpl(kBadDate);
     }
     std::string tail(rest.data());
-    const auto zone = takeZone(tail);
+    const auto zone = take_zone(tail);
     std::array<char, 96> digits{};
     std::snprintf(digits.data(), digits.size(), "%04d%02d%02d%02d%02d%02d", year, month, day, hour,
                   minute, second);
@@ -89,7 +89,7 @@ CDateTime parse(const char* text) {
 
 CDateTime fromXsdDateTimeString(const char* text) {
     if (!text) {
-        ATL::AtlThrowImpl(badDate);
+        ATL::AtlThrowImpl(kBadDate);
     }
     try {
         return parse(text);
@@ -99,7 +99,7 @@ CDateTime fromXsdDateTimeString(const char* text) {
 }
 
 CStringProxy toXsdDateTimeString(const CDateTime& date) {
-    const auto tm = brokenDownTime(date);
+    const auto tm = broken_down_time(date);
     std::array<char, 256> buffer{};
     if (std::strftime(buffer.data(), buffer.size(), "%Y-%m-%dT%H:%M:%S", &tm) == 0) {
         return {""};

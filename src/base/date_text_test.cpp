@@ -10,7 +10,7 @@
 namespace Halcyon {
 namespace {
 
-std::uint32_t codeOf(const std::function<void()>& call) {
+std::uint32_t code_of(const std::function<void()>& call) {
     try {
         call();
     } catch (const ATL::CAtlException& failure) {
@@ -61,14 +61,14 @@ TEST(DateAdd, MovesInAbsoluteTime) {
 
 TEST(DateAdd, RefusesWhatItDoesNotKnow) {
     const CDateTime date("16010102000000Z");
-    EXPECT_EQ(codeOf([&] { DateAddA("D", 2, date); }), 0x80070057u);
-    EXPECT_EQ(codeOf([&] { DateAddA(nullptr, 2, date); }), 0x80070057u);
-    EXPECT_EQ(codeOf([&] { DateAddA("d", -2, date); }), 0x80004005u);
-    EXPECT_EQ(codeOf([&] { DateAddA("m", -1, date); }),
+    EXPECT_EQ(code_of([&] { DateAddA("D", 2, date); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { DateAddA(nullptr, 2, date); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { DateAddA("d", -2, date); }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { DateAddA("m", -1, date); }),
               0x80070057u); // the platform's calendar ends
-    EXPECT_EQ(codeOf([&] { DateAddA("s", -2147483647 - 1, date); }), 0x80004005u);
-    EXPECT_EQ(codeOf([&] { DateAddW(L"\u0164", 1, date); }), 0x80070057u);
-    EXPECT_EQ(codeOf([&] { DateAddW(nullptr, 1, date); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { DateAddA("s", -2147483647 - 1, date); }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { DateAddW(L"\u0164", 1, date); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { DateAddW(nullptr, 1, date); }), 0x80070057u);
     EXPECT_EQ(DateAddW(L"days", 1, date), DateAddA("", 1, date));
     EXPECT_EQ(DateAddW(L"", 1, date), DateAddA("d", 1, date));
 }
@@ -98,12 +98,38 @@ TEST(XsdDateTime, ReadsWithATailOnly) {
             EXPECT_STREQ(fromXsdDateTimeString(test.text).getGeneralizedTime().c_str(),
                          test.result);
         } else {
-            EXPECT_NE(codeOf([&] { fromXsdDateTimeString(test.text); }), 0u) << test.text;
+            EXPECT_NE(code_of([&] { fromXsdDateTimeString(test.text); }), 0u) << test.text;
         }
     }
-    EXPECT_EQ(codeOf([] { fromXsdDateTimeString("2024-01-02T12:00:00"); }), 0x8007076Du);
-    EXPECT_EQ(codeOf([] { fromXsdDateTimeString("1601-01-01T01:00:00+02:00"); }), 0x80004005u);
-    EXPECT_EQ(codeOf([] { fromXsdDateTimeString(nullptr); }), 0x8007076Du);
+    EXPECT_EQ(code_of([] { fromXsdDateTimeString("2024-01-02T12:00:00"); }), 0x8007076Du);
+    EXPECT_EQ(code_of([] { fromXsdDateTimeString("2024-13-02T12:00:00.1"); }), 0x80004005u);
+    EXPECT_EQ(code_of([] { fromXsdDateTimeString("1601-01-01T01:00:00+02:00"); }), 0x80004005u);
+    EXPECT_EQ(code_of([] { fromXsdDateTimeString(nullptr); }), 0x8007076Du);
+}
+
+TEST(XsdDateTime, JudgesWhatStandsBesideTheZone) {
+    struct {
+        const char* text;
+        const char* result; // null: refused
+    } const rows[] = {
+        // Beside a "Z" one colon, third from the end, goes and leaves its digits to the fraction.
+        {"2024-01-02T12:00:00Z12:34", "20240102120000.1234Z"},
+        {"2024-01-02T12:00:00Z1:234", nullptr},
+        {"2024-01-02T12:00:00Z1:2:34", nullptr},
+        {"2024-01-02T12:00:00Z+03:00", nullptr},
+        // Where both signs stand the minus decides; the plus and all before it is the fraction.
+        {"2024-01-02T12:00:00+25-01:00", "20240102130000.25Z"},
+        {"2024-01-02T12:00:00-01:00+03:00", "20240102130000Z"},
+        {"2024-01-02T12:00:00+03:00-01:00", nullptr},
+    };
+    for (const auto& row : rows) {
+        if (row.result) {
+            EXPECT_STREQ(fromXsdDateTimeString(row.text).getGeneralizedTime().c_str(), row.result)
+                << row.text;
+        } else {
+            EXPECT_EQ(code_of([&] { fromXsdDateTimeString(row.text); }), 0x8007076Du) << row.text;
+        }
+    }
 }
 
 TEST(XsdDateTime, WritesMillisecondsIfThereAreAny) {

@@ -12,19 +12,19 @@ namespace Halcyon {
 
 namespace {
 
-constexpr std::uint64_t unixEpoch = 116444736000000000u;
-constexpr std::uint64_t ticksPerSecond = 10000000;
+constexpr std::uint64_t kUnixEpoch = 116444736000000000u;
+constexpr std::uint64_t kTicksPerSecond = 10000000;
 
 std::uint64_t ticksOf(const FILETIME& time) {
     return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
-std::uint64_t cutToMicroseconds(std::uint64_t ticks) {
+std::uint64_t cut_to_microseconds(std::uint64_t ticks) {
     return ticks - ticks % 10;
 }
 
-std::uint64_t ticksOfUnixTime(std::uint64_t seconds, unsigned int microseconds) {
-    return unixEpoch + seconds * ticksPerSecond + microseconds * 10u;
+std::uint64_t ticks_of_unix_time(std::uint64_t seconds, unsigned int microseconds) {
+    return kUnixEpoch + seconds * kTicksPerSecond + microseconds * 10u;
 }
 
 bool convert(const SYSTEMTIME& from, std::uint64_t& ticks) {
@@ -39,13 +39,13 @@ bool convert(const SYSTEMTIME& from, std::uint64_t& ticks) {
 std::uint64_t ticksOf(const SYSTEMTIME& time) {
     std::uint64_t ticks = 0;
     if (!convert(time, ticks)) {
-        throwLastError();
+        throw_last_error();
     }
     return ticks;
 }
 
 // Seconds west of UTC at this moment, daylight saving time included.
-std::uint64_t currentZoneOffset() {
+std::uint64_t current_zone_offset() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     ::localtime_r(&now, &local);
@@ -59,31 +59,31 @@ std::uint64_t currentZoneOffset() {
 
 } // namespace
 
-void CDateTime::putTicks(std::uint64_t ticks) noexcept {
+void CDateTime::put_ticks(std::uint64_t ticks) noexcept {
     dwHighDateTime_ = static_cast<std::uint32_t>(ticks >> 32);
     dwLowDateTime_ = static_cast<std::uint32_t>(ticks);
 }
 
-CDateTime CDateTime::fromTicks(std::uint64_t ticks) noexcept {
+CDateTime CDateTime::from_ticks(std::uint64_t ticks) noexcept {
     CDateTime date;
-    date.putTicks(ticks);
+    date.put_ticks(ticks);
     return date;
 }
 
 CDateTime::CDateTime(long seconds, unsigned int microseconds) noexcept {
-    putTicks(ticksOfUnixTime(static_cast<std::uint64_t>(seconds), microseconds));
+    put_ticks(ticks_of_unix_time(static_cast<std::uint64_t>(seconds), microseconds));
 }
 
 CDateTime::CDateTime(long long seconds, unsigned int microseconds) noexcept {
-    putTicks(ticksOfUnixTime(static_cast<std::uint64_t>(seconds), microseconds));
+    put_ticks(ticks_of_unix_time(static_cast<std::uint64_t>(seconds), microseconds));
 }
 
 CDateTime::CDateTime(FILETIME time) noexcept {
-    putTicks(cutToMicroseconds(ticksOf(time)));
+    put_ticks(cut_to_microseconds(ticksOf(time)));
 }
 
 CDateTime::CDateTime(const SYSTEMTIME& time) {
-    putTicks(cutToMicroseconds(ticksOf(time)));
+    put_ticks(cut_to_microseconds(ticksOf(time)));
 }
 
 CDateTime::CDateTime(unsigned int year, unsigned int month, unsigned int day, unsigned int hour,
@@ -97,7 +97,7 @@ CDateTime::CDateTime(unsigned int year, unsigned int month, unsigned int day, un
     time.wMinute = static_cast<WORD>(minute);
     time.wSecond = static_cast<WORD>(second);
     time.wMilliseconds = static_cast<WORD>(millisecond);
-    putTicks(ticksOf(time) + microsecond * 10u);
+    put_ticks(ticksOf(time) + microsecond * 10u);
 }
 
 CDateTime::CDateTime(const char* generalizedTime) {
@@ -116,14 +116,14 @@ CDateTime::CDateTime(const char* generalizedTime) {
     if (!convert(time, ticks)) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
-    putTicks(ticks + static_cast<std::uint64_t>(microseconds) * 10);
+    put_ticks(ticks + static_cast<std::uint64_t>(microseconds) * 10);
 }
 
 SYSTEMTIME CDateTime::getSystemTime() const {
     const FILETIME time{dwLowDateTime_, dwHighDateTime_};
     SYSTEMTIME fields{};
     if (!FileTimeToSystemTime(&time, &fields)) {
-        throwLastError();
+        throw_last_error();
     }
     return fields;
 }
@@ -153,15 +153,15 @@ unsigned int CDateTime::second() const {
 }
 
 unsigned int CDateTime::millisecond() const noexcept {
-    return static_cast<unsigned int>(ticks() % ticksPerSecond / 10000);
+    return static_cast<unsigned int>(ticks() % kTicksPerSecond / 10000);
 }
 
 unsigned int CDateTime::microsecond() const noexcept {
-    return static_cast<unsigned int>(ticks() % ticksPerSecond / 10 % 1000);
+    return static_cast<unsigned int>(ticks() % kTicksPerSecond / 10 % 1000);
 }
 
 std::time_t CDateTime::getTime() const noexcept {
-    return static_cast<std::time_t>((ticks() - unixEpoch) / ticksPerSecond);
+    return static_cast<std::time_t>((ticks() - kUnixEpoch) / kTicksPerSecond);
 }
 
 FILETIME CDateTime::getFileTime() const noexcept {
@@ -179,15 +179,15 @@ void CDateTime::swap(CDateTime& other) noexcept {
 }
 
 CDateTime CDateTime::utcToLocal() const {
-    return fromTicks(cutToMicroseconds(ticks() - currentZoneOffset() * ticksPerSecond));
+    return from_ticks(cut_to_microseconds(ticks() - current_zone_offset() * kTicksPerSecond));
 }
 
 CDateTime CDateTime::localToUtc() const {
-    return fromTicks(cutToMicroseconds(ticks() + currentZoneOffset() * ticksPerSecond));
+    return from_ticks(cut_to_microseconds(ticks() + current_zone_offset() * kTicksPerSecond));
 }
 
 CDateTime operator+(const CDateTime& date, const CDateTimeSpan& span) noexcept {
-    return CDateTime::fromTicks(date.ticks() + span.ticks());
+    return CDateTime::from_ticks(date.ticks() + span.ticks());
 }
 
 CDateTime& operator+=(CDateTime& date, const CDateTimeSpan& span) noexcept {
@@ -198,7 +198,7 @@ CDateTime operator-(const CDateTime& date, const CDateTimeSpan& span) {
     if (span.ticks() > date.ticks()) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
-    return CDateTime::fromTicks(date.ticks() - span.ticks());
+    return CDateTime::from_ticks(date.ticks() - span.ticks());
 }
 
 CDateTime& operator-=(CDateTime& date, const CDateTimeSpan& span) {
@@ -209,7 +209,7 @@ CDateTimeSpan operator-(const CDateTime& later, const CDateTime& earlier) {
     if (earlier > later) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
-    return CDateTimeSpan::fromTicks(later.ticks() - earlier.ticks());
+    return CDateTimeSpan::from_ticks(later.ticks() - earlier.ticks());
 }
 
 } // namespace Halcyon

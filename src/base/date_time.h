@@ -70,11 +70,11 @@ public:
     std::uint64_t ticks() const noexcept {
         return (std::uint64_t{dwHighDateTime_} << 32) | dwLowDateTime_;
     }
-    static CDateTime fromTicks(std::uint64_t ticks) noexcept;
+    static CDateTime from_ticks(std::uint64_t ticks) noexcept;
 
 private:
     CDateTime() noexcept = default;
-    void putTicks(std::uint64_t ticks) noexcept;
+    void put_ticks(std::uint64_t ticks) noexcept;
 
     std::uint32_t dwHighDateTime_ = 0;
     std::uint32_t dwLowDateTime_ = 0;

@@ -14,8 +14,8 @@ namespace Halcyon {
 
 namespace {
 
-constexpr std::uint64_t ticksPerSecond = 10000000;
-constexpr std::uint64_t secondsPerDay = 24 * 60 * 60;
+constexpr std::uint64_t kTicksPerSecond = 10000000;
+constexpr std::uint64_t kSecondsPerDay = 24 * 60 * 60;
 
 std::uint64_t difference(std::uint64_t a, std::uint64_t b) {
     if (b > a) {
@@ -24,51 +24,51 @@ std::uint64_t difference(std::uint64_t a, std::uint64_t b) {
     return a - b;
 }
 
-std::uint64_t ticksFromText(const char* text) {
+std::uint64_t ticks_from_text(const char* text) {
     int microseconds = 0;
     const auto tm = GeneralizedTimeToTm(text ? text : "", microseconds, true);
     auto field = [](int value) { return static_cast<std::uint64_t>(value); };
     const auto days = field(tm.tm_mday) + 30 * field(tm.tm_mon) + 365 * field(tm.tm_year);
     const auto seconds =
         field(tm.tm_sec) + 60 * (field(tm.tm_min) + 60 * (field(tm.tm_hour) + 24 * days));
-    return seconds * ticksPerSecond + field(microseconds) * 10;
+    return seconds * kTicksPerSecond + field(microseconds) * 10;
 }
 
 } // namespace
 
 const constinit CDateTimeSpan CDateTimeSpan::oneYear =
-    CDateTimeSpan::fromTicks(365 * secondsPerDay * ticksPerSecond);
+    CDateTimeSpan::from_ticks(365 * kSecondsPerDay * kTicksPerSecond);
 const constinit CDateTimeSpan CDateTimeSpan::oneMonth =
-    CDateTimeSpan::fromTicks(30 * secondsPerDay * ticksPerSecond);
+    CDateTimeSpan::from_ticks(30 * kSecondsPerDay * kTicksPerSecond);
 const constinit CDateTimeSpan CDateTimeSpan::oneDay =
-    CDateTimeSpan::fromTicks(secondsPerDay * ticksPerSecond);
+    CDateTimeSpan::from_ticks(kSecondsPerDay * kTicksPerSecond);
 const constinit CDateTimeSpan CDateTimeSpan::oneHour =
-    CDateTimeSpan::fromTicks(60 * 60 * ticksPerSecond);
+    CDateTimeSpan::from_ticks(60 * 60 * kTicksPerSecond);
 const constinit CDateTimeSpan CDateTimeSpan::oneMinute =
-    CDateTimeSpan::fromTicks(60 * ticksPerSecond);
-const constinit CDateTimeSpan CDateTimeSpan::oneSecond = CDateTimeSpan::fromTicks(ticksPerSecond);
+    CDateTimeSpan::from_ticks(60 * kTicksPerSecond);
+const constinit CDateTimeSpan CDateTimeSpan::oneSecond = CDateTimeSpan::from_ticks(kTicksPerSecond);
 const constinit CDateTimeSpan CDateTimeSpan::oneMillisecond =
-    CDateTimeSpan::fromTicks(ticksPerSecond / 1000);
+    CDateTimeSpan::from_ticks(kTicksPerSecond / 1000);
 
 CDateTimeSpan::CDateTimeSpan(const char* generalizedText)
-    : CDateTimeSpan(fromTicks(ticksFromText(generalizedText))) {}
+    : CDateTimeSpan(from_ticks(ticks_from_text(generalizedText))) {}
 
 void CDateTimeSpan::swap(CDateTimeSpan& other) noexcept {
     std::swap(*this, other);
 }
 
 CStringProxy CDateTimeSpan::getGeneralizedTime() const {
-    const auto wholeSeconds = ticks() / ticksPerSecond;
-    const auto micros = (ticks() - wholeSeconds * ticksPerSecond) / 10;
-    auto rest = wholeSeconds;
+    const auto whole_seconds = ticks() / kTicksPerSecond;
+    const auto micros = (ticks() - whole_seconds * kTicksPerSecond) / 10;
+    auto rest = whole_seconds;
     auto take = [&rest](std::uint64_t unit) {
         const auto count = rest / unit;
         rest %= unit;
         return static_cast<unsigned long long>(count);
     };
-    const auto years = take(365 * secondsPerDay);
-    const auto months = take(30 * secondsPerDay);
-    const auto days = take(secondsPerDay);
+    const auto years = take(365 * kSecondsPerDay);
+    const auto months = take(30 * kSecondsPerDay);
+    const auto days = take(kSecondsPerDay);
     const auto hours = take(60 * 60);
     const auto minutes = take(60);
     const auto seconds = take(1);
@@ -99,7 +99,7 @@ CWStringProxy CDateTimeSpan::towstring() const {
 }
 
 CDateTimeSpan operator+(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
-    return CDateTimeSpan::fromTicks(a.ticks() + b.ticks());
+    return CDateTimeSpan::from_ticks(a.ticks() + b.ticks());
 }
 
 CDateTimeSpan& operator+=(CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
@@ -107,7 +107,7 @@ CDateTimeSpan& operator+=(CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
 }
 
 CDateTimeSpan operator-(const CDateTimeSpan& a, const CDateTimeSpan& b) {
-    return CDateTimeSpan::fromTicks(difference(a.ticks(), b.ticks()));
+    return CDateTimeSpan::from_ticks(difference(a.ticks(), b.ticks()));
 }
 
 CDateTimeSpan& operator-=(CDateTimeSpan& a, const CDateTimeSpan& b) {
@@ -115,7 +115,7 @@ CDateTimeSpan& operator-=(CDateTimeSpan& a, const CDateTimeSpan& b) {
 }
 
 CDateTimeSpan operator*(const CDateTimeSpan& a, unsigned int factor) noexcept {
-    return CDateTimeSpan::fromTicks(a.ticks() * factor);
+    return CDateTimeSpan::from_ticks(a.ticks() * factor);
 }
 
 CDateTimeSpan& operator*=(CDateTimeSpan& a, unsigned int factor) noexcept {
@@ -123,7 +123,7 @@ CDateTimeSpan& operator*=(CDateTimeSpan& a, unsigned int factor) noexcept {
 }
 
 CDateTimeSpan operator/(const CDateTimeSpan& a, unsigned int divisor) noexcept {
-    return CDateTimeSpan::fromTicks(a.ticks() / divisor);
+    return CDateTimeSpan::from_ticks(a.ticks() / divisor);
 }
 
 CDateTimeSpan& operator/=(CDateTimeSpan& a, unsigned int divisor) noexcept {
@@ -131,7 +131,7 @@ CDateTimeSpan& operator/=(CDateTimeSpan& a, unsigned int divisor) noexcept {
 }
 
 CDateTimeSpan operator%(const CDateTimeSpan& a, unsigned int divisor) noexcept {
-    return CDateTimeSpan::fromTicks(a.ticks() % divisor);
+    return CDateTimeSpan::from_ticks(a.ticks() % divisor);
 }
 
 CDateTimeSpan& operator%=(CDateTimeSpan& a, unsigned int divisor) noexcept {
@@ -143,7 +143,7 @@ unsigned long long operator/(const CDateTimeSpan& a, const CDateTimeSpan& b) noe
 }
 
 CDateTimeSpan operator%(const CDateTimeSpan& a, const CDateTimeSpan& b) noexcept {
-    return CDateTimeSpan::fromTicks(a.ticks() % b.ticks());
+    return CDateTimeSpan::from_ticks(a.ticks() % b.ticks());
 }
 
 } // namespace Halcyon

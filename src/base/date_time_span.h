@@ -16,7 +16,7 @@ public:
     // The seconds count in 64 bits; microseconds * 10 is taken in 32 bits and so wraps from
     // 429496730 on.
     constexpr CDateTimeSpan(unsigned int seconds, unsigned int microseconds) noexcept
-        : CDateTimeSpan(fromTicks(std::uint64_t{seconds} * 10000000u + microseconds * 10u)) {}
+        : CDateTimeSpan(from_ticks(std::uint64_t{seconds} * 10000000u + microseconds * 10u)) {}
     // The fixed-width form YYYYMMDDhhmmss with an optional fraction, all fields being lengths; a
     // month counts as 30 days and a year as 365. Throws 0x8007076D for a character that is no
     // digit.
@@ -46,7 +46,7 @@ public:
     constexpr std::uint64_t ticks() const noexcept {
         return (std::uint64_t{dwHighDateTime_} << 32) | dwLowDateTime_;
     }
-    static constexpr CDateTimeSpan fromTicks(std::uint64_t ticks) noexcept {
+    static constexpr CDateTimeSpan from_ticks(std::uint64_t ticks) noexcept {
         CDateTimeSpan span;
         span.dwHighDateTime_ = static_cast<std::uint32_t>(ticks >> 32);
         span.dwLowDateTime_ = static_cast<std::uint32_t>(ticks);

@@ -13,7 +13,7 @@
 namespace Halcyon {
 namespace {
 
-std::uint32_t codeOf(const std::function<void()>& call) {
+std::uint32_t code_of(const std::function<void()>& call) {
     try {
         call();
     } catch (const ATL::CAtlException& failure) {
@@ -26,17 +26,17 @@ std::string generalized(const CDateTime& date) {
     return date.getGeneralizedTime().c_str();
 }
 
-constexpr std::uint64_t unixEpoch = 116444736000000000u;
+constexpr std::uint64_t kUnixEpoch = 116444736000000000u;
 
 TEST(DateTime, CountsUnixTimeInMicroseconds) {
     EXPECT_EQ(CDateTime(0L, 0).getTime(), 0);
-    EXPECT_EQ(CDateTime(0LL, 0).ticks(), unixEpoch);
+    EXPECT_EQ(CDateTime(0LL, 0).ticks(), kUnixEpoch);
     const CDateTime date(1L, 999999);
     EXPECT_EQ(date.microsecond(), 999u);
     EXPECT_EQ(date.millisecond(), 999u);
     EXPECT_EQ(date.getTime(), 1);
-    EXPECT_EQ(CDateTime(0L, 429496730).ticks(), unixEpoch + 4); // the product is in 32 bits
-    EXPECT_GT(CDateTime(-1L, 0).getTime(), 0);                  // before 1970: wraps
+    EXPECT_EQ(CDateTime(0L, 429496730).ticks(), kUnixEpoch + 4); // the product is in 32 bits
+    EXPECT_GT(CDateTime(-1L, 0).getTime(), 0);                   // before 1970: wraps
 }
 
 TEST(DateTime, CutsFileTimesToMicroseconds) {
@@ -60,8 +60,8 @@ TEST(DateTime, GivesCalendarFields) {
     EXPECT_EQ(CDateTime(date.getSystemTime()).ticks(), date.ticks() - 80);
     // Microseconds beyond the millisecond are simply added.
     EXPECT_EQ(CDateTime(2024, 1, 1, 0, 0, 0, 0, 1500).millisecond(), 1u);
-    EXPECT_EQ(codeOf([] { CDateTime(2023, 2, 29, 0, 0, 0, 0, 0); }), 0x80070057u);
-    EXPECT_EQ(codeOf([] { CDateTime::fromTicks(1ull << 63).year(); }), 0x80070057u);
+    EXPECT_EQ(code_of([] { CDateTime(2023, 2, 29, 0, 0, 0, 0, 0); }), 0x80070057u);
+    EXPECT_EQ(code_of([] { CDateTime::from_ticks(1ull << 63).year(); }), 0x80070057u);
 }
 
 TEST(DateTime, ReadsGeneralizedTimeByPlace) {
@@ -79,10 +79,10 @@ TEST(DateTime, ReadsGeneralizedTimeByPlace) {
           Case{"202401020304056", "20240102030405Z"}}) {
         EXPECT_EQ(generalized(CDateTime(text)), result) << text;
     }
-    EXPECT_EQ(codeOf([] { CDateTime("2024010203040xZ"); }), 0x8007076Du);
-    EXPECT_EQ(codeOf([] { CDateTime("20240102030405.+1Z"); }), 0x8007076Du);
-    EXPECT_EQ(codeOf([] { CDateTime("20241301000000Z"); }), 0x80004005u);
-    EXPECT_EQ(codeOf([] { CDateTime(""); }), 0x80004005u);
+    EXPECT_EQ(code_of([] { CDateTime("2024010203040xZ"); }), 0x8007076Du);
+    EXPECT_EQ(code_of([] { CDateTime("20240102030405.+1Z"); }), 0x8007076Du);
+    EXPECT_EQ(code_of([] { CDateTime("20241301000000Z"); }), 0x80004005u);
+    EXPECT_EQ(code_of([] { CDateTime(""); }), 0x80004005u);
 }
 
 TEST(DateTime, PrintsOnlyTheFractionThereIs) {
@@ -99,7 +99,7 @@ TEST(DateTime, PrintsOnlyTheFractionThereIs) {
 }
 
 TEST(DateTime, TextFormsRethrowWhatIsInFlight) {
-    const auto beyond = CDateTime::fromTicks(1ull << 63);
+    const auto beyond = CDateTime::from_ticks(1ull << 63);
     try {
         throw std::string("outer");
     } catch (const std::string&) {
@@ -114,14 +114,14 @@ TEST(DateTime, TakesSpansButNeverGoesBelowZero) {
     const CDateTime early(0L, 0);
     const auto late = early + CDateTimeSpan(0, 1);
     EXPECT_EQ((late - early).ticks(), 10u);
-    EXPECT_EQ(codeOf([&] { early - late; }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { early - late; }), 0x80004005u);
     auto moved = early;
     moved += CDateTimeSpan::OneDay();
     moved -= CDateTimeSpan::OneDay();
     EXPECT_EQ(moved, early);
-    EXPECT_EQ(codeOf([&] { moved -= CDateTimeSpan::fromTicks(unixEpoch + 1); }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { moved -= CDateTimeSpan::from_ticks(kUnixEpoch + 1); }), 0x80004005u);
     EXPECT_TRUE(early < late && late > early && early <= late && late >= early && early != late);
-    EXPECT_LT(CDateTime::fromTicks(0xFFFFFFFF), CDateTime::fromTicks(0x100000000));
+    EXPECT_LT(CDateTime::from_ticks(0xFFFFFFFF), CDateTime::from_ticks(0x100000000));
 }
 
 TEST(DateTime, ConvertsByTheZoneOfThisMoment) {
@@ -154,11 +154,11 @@ TEST(DateTimeSpan, Computes) {
     EXPECT_EQ(span % ten, CDateTimeSpan(5, 0));
     span -= ten;
     EXPECT_EQ(span, CDateTimeSpan(15, 0));
-    EXPECT_EQ(codeOf([&] { ten - span; }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { ten - span; }), 0x80004005u);
     span *= 4;
     span /= 3;
     EXPECT_EQ(span, CDateTimeSpan(20, 0));
-    auto large = CDateTimeSpan::fromTicks(~0ull);
+    auto large = CDateTimeSpan::from_ticks(~0ull);
     large %= 7;
     EXPECT_EQ(large.getHighPart(), 0u);
     EXPECT_EQ(large.getLowPart(), ~0ull % 7);
@@ -187,7 +187,7 @@ TEST(DateTimeSpan, ReadsLengthsByPlace) {
               CDateTimeSpan::OneYear() + CDateTimeSpan::OneMonth() * 2 +
                   CDateTimeSpan::OneDay() * 3 + CDateTimeSpan::OneHour() * 4 +
                   CDateTimeSpan::OneMinute() * 5 + CDateTimeSpan(6, 500000));
-    EXPECT_EQ(codeOf([] { CDateTimeSpan("000x"); }), 0x8007076Du);
+    EXPECT_EQ(code_of([] { CDateTimeSpan("000x"); }), 0x8007076Du);
 }
 
 } // namespace

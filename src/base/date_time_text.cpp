@@ -13,10 +13,10 @@ namespace Halcyon {
 
 namespace {
 
-constexpr std::size_t textRoom = 256;
+constexpr std::size_t kTextRoom = 256;
 
 std::string formatted(const std::tm& tm, const char* format) {
-    std::array<char, textRoom> buffer{};
+    std::array<char, kTextRoom> buffer{};
     if (std::strftime(buffer.data(), buffer.size(), format, &tm) == 0) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
@@ -24,7 +24,7 @@ std::string formatted(const std::tm& tm, const char* format) {
 }
 
 // Nothing, ".mmm" or ".mmmuuu".
-std::string shortestFraction(const CDateTime& date) {
+std::string shortest_fraction(const CDateTime& date) {
     const auto millis = date.millisecond();
     const auto micros = date.microsecond();
     std::array<char, 16> buffer{};
@@ -38,7 +38,7 @@ std::string shortestFraction(const CDateTime& date) {
 
 } // namespace
 
-std::tm brokenDownTime(const CDateTime& date) {
+std::tm broken_down_time(const CDateTime& date) {
     const FILETIME time = date.getFileTime();
     SYSTEMTIME fields{};
     if (!FileTimeToSystemTime(&time, &fields)) {
@@ -56,7 +56,7 @@ std::tm brokenDownTime(const CDateTime& date) {
 }
 
 CStringProxy CDateTime::getGeneralizedTime() const {
-    const auto tm = brokenDownTime(*this);
+    const auto tm = broken_down_time(*this);
     std::array<char, 96> buffer{};
     std::snprintf(buffer.data(), buffer.size(), "%04d%02d%02d%02d%02d%02d", tm.tm_year + 1900,
                   tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec);
@@ -72,22 +72,22 @@ CStringProxy CDateTime::getGeneralizedTime() const {
 }
 
 CStringProxy CDateTime::getGeneralizedTimeTrimMicroseconds() const {
-    return {formatted(brokenDownTime(*this), "%d.%m.%Y %X").c_str()};
+    return {formatted(broken_down_time(*this), "%d.%m.%Y %X").c_str()};
 }
 
 CStringProxy CDateTime::tostring() const {
-    const auto text = formatted(brokenDownTime(*this), "%d.%m.%Y %H:%M:%S");
-    return {(text + shortestFraction(*this)).c_str()};
+    const auto text = formatted(broken_down_time(*this), "%d.%m.%Y %H:%M:%S");
+    return {(text + shortest_fraction(*this)).c_str()};
 }
 
 CWStringProxy CDateTime::towstring() const {
-    const auto tm = brokenDownTime(*this);
-    std::array<wchar_t, textRoom> buffer{};
+    const auto tm = broken_down_time(*this);
+    std::array<wchar_t, kTextRoom> buffer{};
     if (std::wcsftime(buffer.data(), buffer.size(), L"%d.%m.%Y %H:%M:%S", &tm) == 0) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
     std::wstring text(buffer.data());
-    for (const char c : shortestFraction(*this)) {
+    for (const char c : shortest_fraction(*this)) {
         text += static_cast<wchar_t>(c);
     }
     return {text.c_str()};

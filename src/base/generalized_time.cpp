@@ -23,7 +23,7 @@ int readIntField(const std::string& text, std::size_t offset, std::size_t length
     return value;
 }
 
-int readFraction(const std::string& text) {
+int read_fraction(const std::string& text) {
     if (text.size() < 16) {
         return 0;
     }
@@ -49,7 +49,7 @@ std::tm GeneralizedTimeToTm(const std::string& text, int& microseconds, bool asS
     tm.tm_sec = readIntField(text, 12, 2);
     tm.tm_year = asSpan ? year : year - 1900;
     tm.tm_mon = asSpan ? month : month - 1;
-    microseconds = readFraction(text);
+    microseconds = read_fraction(text);
     return tm;
 }
 

@@ -55,12 +55,12 @@ std::optional<CBlob> encodeRequest(const CRYPT_DATA_BLOB& content,
     info.cAttribute = attributes ? attributes->cAttr : 0;
     info.rgAttribute = attributes ? attributes->rgAttr : nullptr;
     DWORD size = 0;
-    if (!CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info, nullptr, &size)) {
+    if (!CryptEncodeObject(ATL2::kAnyEncoding, PKCS_TIME_REQUEST, &info, nullptr, &size)) {
         return std::nullopt;
     }
     CBlob der;
     der.resize_to(size);
-    if (!CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info, der.pbData(), &size)) {
+    if (!CryptEncodeObject(ATL2::kAnyEncoding, PKCS_TIME_REQUEST, &info, der.pbData(), &size)) {
         return std::nullopt;
     }
     return der;

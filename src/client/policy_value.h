@@ -7,6 +7,8 @@
 #include <set>
 #include <string>
 
+#include "visibility/visibility.h"
+
 namespace Halcyon::PKI {
 
 // In every `Load` the first argument isn't looked at, `folder` is the part of the path below
@@ -14,20 +16,20 @@ namespace Halcyon::PKI {
 // don't, and wherever text can't be converted, CAtlException carries the raw last error (122 for
 // the path).
 
-struct CGPBool {
+struct CHRONOSEAL_API CGPBool {
     void Load(wchar_t*& unused, wchar_t*& folder, const wchar_t* name, bool defaultValue);
 
     bool value = false;
 };
 
-struct CGPLong {
+struct CHRONOSEAL_API CGPLong {
     // A value of another type counts as absent.
     void Load(wchar_t*& unused, wchar_t*& folder, const wchar_t* name, long defaultValue);
 
     long value = 0;
 };
 
-struct CGPString {
+struct CHRONOSEAL_API CGPString {
     // Without the key the value stays. Throws the support library's code for a key that can't be
     // read.
     void Load(wchar_t*& unused, wchar_t*& folder, const wchar_t* name);
@@ -35,7 +37,7 @@ struct CGPString {
     std::wstring value;
 };
 
-struct CGPStrings {
+struct CHRONOSEAL_API CGPStrings {
     // `settedName` isn't read: a list is in force when its own key exists. With `normalize` entries
     // lose their blanks and lower-case letters of ASCII become upper case. Throws the support
     // library's code for a key that can't be read.

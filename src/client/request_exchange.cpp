@@ -25,7 +25,7 @@ ATL2::CCertContext copyWithKey(const _CERT_CONTEXT* certificate) {
         ATL2::CCertStore my;
         my.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, userStoreReadOnly, L"My");
         ATL2::CCertContext copy(CertFindCertificateInStore(
-            my.get(), ATL2::anyEncoding, 0, CERT_FIND_EXISTING, certificate, nullptr));
+            my.get(), ATL2::kAnyEncoding, 0, CERT_FIND_EXISTING, certificate, nullptr));
         if (copy.DetachFromStore() >= 0) {
             return copy;
         }
@@ -45,17 +45,17 @@ void CRequest::Impl::addData(const unsigned char* data, unsigned long size) {
         beginHash();
     }
     if (!CryptHashData(hHash.get(), data, static_cast<DWORD>(size), 0)) {
-        throwLastError();
+        throw_last_error();
     }
 }
 
 void CRequest::Impl::beginHash() {
     if (!provider.release() && GetLastError() != 0) {
-        throwLastError();
+        throw_last_error();
     }
     *provider.put() = HYGetDefaultCSPThrow(dataHashAlg, 0);
     if (provider.get() == 0 || !CryptCreateHash(provider.get(), dataHashAlg, 0, 0, hHash.put())) {
-        throwLastError();
+        throw_last_error();
     }
 }
 
@@ -101,7 +101,7 @@ void CRequest::Impl::exchange() {
                               L"Content-type: application/timestamp-query", &encodedRequest,
                               (flags & 1) != 0, false, nullptr, false);
     if (httpParams.httpStatus != 200) {
-        const auto code = resultFromLastError(hr(resultHttpStatus));
+        const auto code = result_from_last_error(hr(resultHttpStatus));
         trace("Send", "HTTP STATUS: %lu\n", static_cast<unsigned long>(httpParams.httpStatus));
         ATL::AtlThrowImpl(code);
     }

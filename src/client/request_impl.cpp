@@ -2,7 +2,7 @@
 #include "client/request_impl.h"
 #include "base/atl_exception.h"
 
-#include "asn1/random_big_integer.h"
+#include "asn1/big_integer.h"
 #include "basalt10/oid_information.h"
 #include "client/policy_reading.h"
 #include "client/result_codes.h"
@@ -69,7 +69,7 @@ CRequest::Impl& CRequest::Impl::operator=(const Impl& source) {
     hHash.destroy();
     if (source.hHash.get() != 0 &&
         !CryptDuplicateHash(source.hHash.get(), nullptr, 0, hHash.put())) {
-        throwLastError();
+        throw_last_error();
     }
     return *this;
 }
@@ -108,7 +108,7 @@ void CRequest::Impl::setDataHashAlg(unsigned int algId) {
     const auto* info =
         CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &algId, CRYPT_HASH_ALG_OID_GROUP_ID);
     if (!info) {
-        ATL::AtlThrowImpl(resultFromLastError(hr(NTE_BAD_ALGID)));
+        ATL::AtlThrowImpl(result_from_last_error(hr(NTE_BAD_ALGID)));
     }
     dataHashAlgOID = info->pszOID;
 }
@@ -174,16 +174,16 @@ void CRequest::Impl::MakeRequest() {
 void CRequest::Impl::finishHash() {
     DWORD size = 0;
     if (!CryptGetHashParam(hHash.get(), HP_HASHVAL, nullptr, &size, 0)) {
-        throwLastError();
+        throw_last_error();
     }
     CBlob value;
     value.resize_to(size);
     if (!CryptGetHashParam(hHash.get(), HP_HASHVAL, value.pbData(), &size, 0)) {
-        throwLastError();
+        throw_last_error();
     }
     dataHash.swap(value);
     if (!CryptDestroyHash(hHash.detach())) {
-        throwLastError();
+        throw_last_error();
     }
 }
 

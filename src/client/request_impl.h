@@ -5,7 +5,7 @@
 #include <string>
 
 #include "asn1/big_integer.h"
-#include "asn1/extensions.h"
+#include "asn1/extension.h"
 #include "atl/cert_context.h"
 #include "atl/crypt_hash.h"
 #include "atl/crypt_prov.h"

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "asn1/content_type.h"
+#include "asn1/typed_attribute.h"
 #include "atl/crypt_msg.h"
 #include "base/atl_exception.h"
 #include "base/blob.h"

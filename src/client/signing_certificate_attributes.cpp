@@ -2,9 +2,7 @@
 #include "client/signing_certificate_attributes.h"
 
 #include "asn1/certificate_identification.h"
-#include "asn1/other_signing_certificate.h"
 #include "asn1/signing_certificate.h"
-#include "asn1/signing_certificate_v2.h"
 #include "base/atl_exception.h"
 #include "client/signed_attributes.h"
 #include "client/trace.h"

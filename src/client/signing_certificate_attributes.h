@@ -5,8 +5,8 @@
 
 #include <memory>
 
-#include "asn1/other_cert_id.h"
-#include "basalt20/surface/message.h"
+#include "asn1/cert_identifier.h"
+#include "basalt20/message.h"
 #include "base/blob.h"
 
 namespace Halcyon::PKI {

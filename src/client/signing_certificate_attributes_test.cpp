@@ -6,9 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "asn1/certificate_identification.h"
-#include "asn1/other_signing_certificate.h"
 #include "asn1/signing_certificate.h"
-#include "asn1/signing_certificate_v2.h"
 #include "client/signed_attributes.h"
 #include "client/testing/authority.h"
 #include "client/testing/configuration.h"

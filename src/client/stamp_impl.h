@@ -6,8 +6,8 @@
 #include <string>
 
 #include "asn1/big_integer.h"
-#include "asn1/extensions.h"
-#include "asn1/other_cert_id.h"
+#include "asn1/cert_identifier.h"
+#include "asn1/extension.h"
 #include "atl/cert_context.h"
 #include "atl/cert_store.h"
 #include "atl/crypt_msg.h"

@@ -33,7 +33,7 @@ long microsecondsOf(const std::uint32_t* accuracy) {
 unsigned int algIdOf(const std::string& oid) {
     const auto algId = CertOIDToAlgId(oid.c_str());
     if (algId == 0) {
-        ATL::AtlThrowImpl(resultFromLastError(hr(NTE_BAD_ALGID)));
+        ATL::AtlThrowImpl(result_from_last_error(hr(NTE_BAD_ALGID)));
     }
     return algId;
 }
@@ -171,10 +171,10 @@ void CStamp::Impl::addCertificate(const CBlob& der) {
         ATL::AtlThrowImpl(hr(0x80004005u));
     }
     const ATL2::CCertContext context(CertCreateCertificateContext(
-        ATL2::anyEncoding, der.pbData(), static_cast<DWORD>(der.cbData())));
+        ATL2::kAnyEncoding, der.pbData(), static_cast<DWORD>(der.cbData())));
     if (!context || !CertAddCertificateContextToStore(certificates.get(), context.get(),
                                                       CERT_STORE_ADD_ALWAYS, nullptr)) {
-        throwLastError();
+        throw_last_error();
     }
 }
 

@@ -60,7 +60,7 @@ ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate,
                                  CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT |
                                      CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,
                                  nullptr, chain.put())) {
-        if (const auto result = resultFromLastError(); result < 0) {
+        if (const auto result = result_from_last_error(); result < 0) {
             ATL::AtlThrowImpl(result);
         }
     }
@@ -81,7 +81,7 @@ HRESULT judgeAt(const ATL2::CCertChainContext& chain, const FILETIME& time) {
     if (!CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_TIME_STAMP, chain.get(), &parameter,
                                           &status)) {
         trace(function, "CertVerifyCertificateChainPolicy failed: 0x%X\n", GetLastError());
-        throwLastError();
+        throw_last_error();
     }
     if (status.dwError != 0) {
         trace(function, "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
@@ -96,14 +96,14 @@ HRESULT CStamp::Impl::InitializeCryptMsg() {
     if (cryptMsg) {
         return failed;
     }
-    cryptMsg = ATL2::CCryptMsg(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
+    cryptMsg = ATL2::CCryptMsg(CryptMsgOpenToDecode(ATL2::kAnyEncoding, 0, 0, 0, nullptr, nullptr));
     if (!cryptMsg) {
-        if (const auto result = resultFromLastError(); result != 0) {
+        if (const auto result = result_from_last_error(); result != 0) {
             return result;
         }
     }
     if (!CryptMsgUpdate(cryptMsg.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
-        return resultFromLastError();
+        return result_from_last_error();
     }
     messageIsCurrent_ = true;
     return 0;

@@ -83,7 +83,7 @@ HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
     }
     DWORD size = 0;
     if (!CryptMsgGetParam(cryptMsg.get(), CMSG_SIGNER_AUTH_ATTR_PARAM, 0, nullptr, &size)) {
-        return resultFromLastError();
+        return result_from_last_error();
     }
     if (size < sizeof(CRYPT_ATTRIBUTES)) {
         return failed;
@@ -91,7 +91,7 @@ HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
     CBlob attributes(size);
     if (!CryptMsgGetParam(cryptMsg.get(), CMSG_SIGNER_AUTH_ATTR_PARAM, 0, attributes.pbData(),
                           &size)) {
-        return resultFromLastError();
+        return result_from_last_error();
     }
     const auto result = asResult([&] {
         id =
@@ -113,7 +113,7 @@ HRESULT CStamp::Impl::GetTSACertBySigAttr(void** stores, unsigned long count,
         }
         if (hint && ASN1::OtherCertIDMatches(id, encodedBytes(hint))) {
             const bool same =
-                tsaCertificate && CertCompareCertificate(ATL2::anyEncoding, hint->pCertInfo,
+                tsaCertificate && CertCompareCertificate(ATL2::kAnyEncoding, hint->pCertInfo,
                                                          tsaCertificate->pCertInfo);
             if (!same) {
                 tsaCertificate.attach(CertDuplicateCertificateContext(hint));
@@ -147,7 +147,7 @@ HRESULT CStamp::Impl::GetTSACertByIssSerial(void** stores, unsigned long count) 
         HRESULT result = notFound;
         // The certificate that is held is where the search goes on from, and is used up by it.
         auto search = [&](const ATL2::CCertStore& store) {
-            tsaCertificate.attach(CertFindCertificateInStore(store.get(), ATL2::anyEncoding, 0,
+            tsaCertificate.attach(CertFindCertificateInStore(store.get(), ATL2::kAnyEncoding, 0,
                                                              CERT_FIND_CERT_ID, certId,
                                                              tsaCertificate.detach()));
             if (!tsaCertificate && GetLastError() != 0) {

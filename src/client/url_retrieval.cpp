@@ -89,7 +89,7 @@ CBlob retrieveByUrl(WinHTTPParams& params, const CBlob& body, bool useCache, FIL
     params.httpStatus = statusUnexplained;
     const auto url = addressOf(params.address, body);
     if (url.empty()) {
-        throwLastError();
+        throw_last_error();
     }
     CRYPT_RETRIEVE_AUX_INFO info{};
     info.cbSize = sizeof(info);

@@ -9,7 +9,7 @@
 
 #include "asn1/algorithm_identifier_ex.h"
 #include "asn1/big_integer.h"
-#include "asn1/extensions.h"
+#include "asn1/extension.h"
 #include "base/blob.h"
 
 namespace Halcyon::PKI::TSP {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "asn1/ctxt_handle.h"
+#include "asn1/codec.h"
 #include "asn1/failure.h"
 #include "asn1rt/runtime.h"
 
@@ -29,10 +29,10 @@ public:
     // At the outermost element of the bytes, which have to stay.
     explicit Reader(SignedMessage::Element message) {
         if (!context_.init()) {
-            ASN1::failMemory();
+            ASN1::fail_memory();
         }
         if (message.empty() || message.size() > std::numeric_limits<int>::max()) {
-            ASN1::failCodec();
+            ASN1::fail_codec();
         }
         rtCtxtSetFlag(ctxt(), ctxFlagNoCopy);
         check(xd_setp(ctxt(), message.data(), static_cast<int>(message.size()), nullptr, nullptr));
@@ -42,7 +42,7 @@ public:
         int length = 0;
         check(xd_match(ctxt(), tag, &length, xdAdvance));
         if ((ctxt()->flags & ctxFlagConstructed) == 0) {
-            ASN1::failCodec();
+            ASN1::fail_codec();
         }
         return rtContentLocation(ctxt(), length);
     }
@@ -54,7 +54,7 @@ public:
         if (element.length == rtIndefiniteLength) {
             check(xd_matchEoc(ctxt()));
         } else if (ctxt()->bufIndex != element.start + static_cast<std::uint32_t>(element.length)) {
-            ASN1::failCodec();
+            ASN1::fail_codec();
         }
     }
 
@@ -66,7 +66,7 @@ public:
         std::uint32_t size = 0;
         check(xd_OpenType(ctxt(), &data, &size));
         if (size == 0) {
-            ASN1::failCodec();
+            ASN1::fail_codec();
         }
         return {data, size};
     }
@@ -90,7 +90,7 @@ private:
 
     static void check(int status) {
         if (status < 0) {
-            ASN1::failCodec();
+            ASN1::fail_codec();
         }
     }
 
@@ -142,7 +142,7 @@ SignedMessage readSignedData(Reader& reader) {
     }
     reader.leave(signers);
     if (parts.signers.empty()) {
-        ASN1::failCodec();
+        ASN1::fail_codec();
     }
     return parts;
 }
@@ -151,11 +151,11 @@ SignedMessage readSignedData(Reader& reader) {
 
 // ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY }
 SignedMessage readSignedMessage(const CBlob& message) {
-    return ASN1::withResultCodes([&] {
+    return ASN1::with_result_codes([&] {
         Reader reader({message.pbData(), message.cbData()});
         reader.enter(sequenceTag);
         if (!reader.isSignedData()) {
-            ASN1::failCodec();
+            ASN1::fail_codec();
         }
         reader.enter(contextTag0);
         return readSignedData(reader);
@@ -163,14 +163,14 @@ SignedMessage readSignedMessage(const CBlob& message) {
 }
 
 CBlob withoutUnsignedAttributes(SignedMessage::Element signer) {
-    return ASN1::withResultCodes([&] {
+    return ASN1::with_result_codes([&] {
         Reader reader(signer);
         const auto fields = reader.enter(sequenceTag);
         CBlob kept(indefiniteSequence, sizeof(indefiniteSequence));
         bool isUnsigned = false;
         while (!reader.ended(fields)) {
             if (isUnsigned) {
-                ASN1::failCodec(); // they are the last field
+                ASN1::fail_codec(); // they are the last field
             }
             isUnsigned = reader.at(context1Byte);
             const auto field = reader.element();

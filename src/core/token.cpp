@@ -58,7 +58,7 @@ bool hasOneSigner(HCRYPTMSG message) {
 }
 
 ATL2::CCryptMsg openMessage(const CBlob& token) {
-    ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
+    ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::kAnyEncoding, 0, 0, 0, nullptr, nullptr));
     if (message &&
         !CryptMsgUpdate(message.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
         message.close();
@@ -119,7 +119,7 @@ void CToken::decode(const CBlob& der) {
 
 bool CToken::verify(const CBlob& certificate, HCRYPTMSG message) const {
     const ATL2::CCertContext context(CertCreateCertificateContext(
-        ATL2::anyEncoding, certificate.pbData(), static_cast<DWORD>(certificate.cbData())));
+        ATL2::kAnyEncoding, certificate.pbData(), static_cast<DWORD>(certificate.cbData())));
     return verify(context.get(), message);
 }
 

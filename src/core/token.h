@@ -10,7 +10,7 @@
 
 #include "asn1/algorithm_identifier_ex.h"
 #include "asn1/big_integer.h"
-#include "asn1/extensions.h"
+#include "asn1/extension.h"
 #include "asn1/general_name.h"
 #include "asn1/signer_info.h"
 #include "basalt20/surface/message.h"

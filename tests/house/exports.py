@@ -17,6 +17,10 @@ ALLOWED = re.compile(
     r"Halcyon::(?:operator|DateAdd[AW]|fromXsdDateTimeString|toXsdDateTimeString)|"
     r"Halcyon::PKI::TSP::Client::(?:CRequest|CStamp|CRequestPolicy)\b|"
     r"Halcyon::(?:ASN1::|PKI::)?CAlgorithmIdentifierEx\b|"
+    r"Halcyon::ASN1::(?:CAlgorithmIdentifier\b|operator==\(Halcyon::ASN1::CAlgorithmIdentifier const&)|"
+    r"Halcyon::(?:throw_last_error|result_from_last_error)\b|ATL::AtlThrowImpl\b|"
+    # What the search for a provider stands on.
+    r"ATL::(?:CCryptProv|CCRTHeap|IAtlMemMgr)\b|ATL2::(?:CCryptProvider(?:Types|s)EnumT<char>|EmptyProv\b)|"
     r"Halcyon::PKI::CGP(?:Bool|Long|String|Strings)\b|"  # the types of CRequestPolicy's fields
     r"(?:Halcyon::)?(?:ATL2?::)?CFind[A-Za-z]*|ATL::CAtlException|ATL::CFixedStringMgr::s_pLog$|"
     r"ASN1[A-Z]\w*|operator==\(ASN1OBJID const&|asn1rt|"
@@ -33,6 +37,8 @@ REQUIRED = [
     "Halcyon::PKI::TSP::Client::CRequest::Send(bool)", "Halcyon::PKI::TSP::Client::CStamp::CStamp()",
     "Halcyon::PKI::TSP::Client::CRequestPolicy::CRequestPolicy()", "GetMSStamp", "FreeMSStamp",
     "HY_malloc", "HY_calloc", "HY_realloc", "HY_free", "typeinfo for ATL::CAtlException", "g_defBlkSize",
+    "ATL::AtlThrowImpl(int)", "Halcyon::throw_last_error()", "Halcyon::PKI::CGPStrings::Find(wchar_t const*) const",
+    "Halcyon::ASN1::CAlgorithmIdentifier::encode() const", "ATL::CCryptProv::release()", "ATL2::CCryptProvidersEnumT<char>::Enumerate()",
     "g_malloc_func", "g_realloc_func", "g_free_func", "rtCtypeTable", "OS_daysInMonth",
 ]
 

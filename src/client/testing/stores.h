@@ -16,7 +16,7 @@ inline const unsigned char* bytes(const std::string& text) {
 }
 
 inline ATL2::CCertContext certificateOf(const std::string& der) {
-    return ATL2::CCertContext(CertCreateCertificateContext(ATL2::anyEncoding, bytes(der),
+    return ATL2::CCertContext(CertCreateCertificateContext(ATL2::kAnyEncoding, bytes(der),
                                                            static_cast<DWORD>(der.size())));
 }
 

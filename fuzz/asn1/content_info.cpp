@@ -1,0 +1,15 @@
+// Encoded contents of CMS and lists of certificates.
+#include <cstdint>
+
+#include "asn1/certificate_value.h"
+#include "asn1/content_info.h"
+#include "round_trip.h"
+
+using namespace Halcyon;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const CBlob input(data, size);
+    round_trip<ASN1::CContentInfo>(input);
+    round_trip<ASN1::CCertificateValues>(input);
+    return 0;
+}

@@ -1,0 +1,149 @@
+// The platform's functions fail on demand here: what they report must leave as a result code, and
+// nothing that they didn't fill may be taken for an answer.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "asn1/big_integer.h"
+#include "asn1/certificate_identification.h"
+#include "asn1/test_certificate.h"
+#include "basalt10/provider.h"
+#include "basalt20/object_coding.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace {
+
+// The calls that fail while it lives, the first `after` of them excepted.
+struct Failing {
+    Failing(const char* name, int calls) : function(name), after(calls) { current = this; }
+    ~Failing() { current = nullptr; }
+
+    bool now(const char* name) { return std::strcmp(name, function) == 0 && after-- <= 0; }
+
+    const char* function;
+    int after;
+    DWORD error = ERROR_NOT_ENOUGH_MEMORY;
+    int hashes = 0;
+
+    static Failing* current;
+};
+
+Failing* Failing::current = nullptr;
+
+bool fails(const char* name) {
+    if (!Failing::current || !Failing::current->now(name)) {
+        return false;
+    }
+    SetLastError(Failing::current->error);
+    return true;
+}
+
+template <class Function>
+Function real(const char* name) {
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+extern "C" {
+
+BOOL CryptGenRandom(HCRYPTPROV provider, DWORD size, BYTE* buffer) noexcept {
+    return fails("CryptGenRandom")
+               ? FALSE
+               : real<decltype(&CryptGenRandom)>("CryptGenRandom")(provider, size, buffer);
+}
+
+BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DWORD type,
+                          DWORD flags) noexcept {
+    return fails("CryptAcquireContextA")
+               ? FALSE
+               : real<decltype(&CryptAcquireContextA)>("CryptAcquireContextA")(context, container,
+                                                                               name, type, flags);
+}
+
+BOOL CryptContextAddRef(HCRYPTPROV context, DWORD* reserved, DWORD flags) noexcept {
+    return fails("CryptContextAddRef") ? FALSE
+                                       : real<decltype(&CryptContextAddRef)>("CryptContextAddRef")(
+                                             context, reserved, flags);
+}
+
+BOOL CryptHashCertificate(HCRYPTPROV provider, ALG_ID algorithm, DWORD flags, const BYTE* data,
+                          DWORD size, BYTE* hash, DWORD* hash_size) {
+    if (Failing::current) {
+        ++Failing::current->hashes;
+    }
+    if (fails("CryptHashCertificate")) {
+        *hash_size = 80;
+        return FALSE;
+    }
+    return real<decltype(&CryptHashCertificate)>("CryptHashCertificate")(
+        provider, algorithm, flags, data, size, hash, hash_size);
+}
+
+BOOL CryptEncodeObject(DWORD encoding, LPCSTR type, const void* info, BYTE* out, DWORD* size) {
+    return fails("CryptEncodeObject") ? FALSE
+                                      : real<decltype(&CryptEncodeObject)>("CryptEncodeObject")(
+                                            encoding, type, info, out, size);
+}
+}
+
+namespace Halcyon::ASN1 {
+namespace {
+
+TEST(PlatformFailure, RandomSourceThatFailsGivesNoNumber) {
+    for (const char* function : {"CryptGenRandom", "CryptAcquireContextA"}) {
+        const Failing failing(function, 0);
+        EXPECT_EQ(code_thrown_by([] { MakeRandomBigInteger(0, 8); }), 0x80070008u) << function;
+    }
+    EXPECT_EQ(code_thrown_by([] { MakeRandomBigInteger(0, 8); }), 0u);
+}
+
+TEST(PlatformFailure, ReferenceThatCannotBeAddedIsForgiven) {
+    HCRYPTPROV provider = 0;
+    ASSERT_TRUE(
+        CryptAcquireContextA(&provider, nullptr, nullptr, PROV_RSA_AES, CRYPT_VERIFYCONTEXT));
+    {
+        const Failing failing("CryptContextAddRef", 0);
+        EXPECT_EQ(MakeRandomBigInteger(provider, 8).cbData(), 8u);
+    }
+    // The one reference went with the number.
+    EXPECT_FALSE(CryptReleaseContext(provider, 0));
+}
+
+TEST(PlatformFailure, HashIsAskedForTwiceAtMost) {
+    const CBlob data = from_hex("010203");
+    auto hash = [&] { CalculateCertificateHash(data.pbData(), 3, "1.3.14.3.2.26"); };
+    struct {
+        DWORD error;
+        int hashes;
+        std::uint32_t code;
+    } const rows[] = {
+        {ERROR_NOT_ENOUGH_MEMORY, 1, 0x80070008u},
+        {ERROR_MORE_DATA, 2, 0x800700EAu},
+        {static_cast<DWORD>(NTE_BAD_ALGID), 1, 0x80090008u},
+    };
+    for (const auto& row : rows) {
+        Failing failing("CryptHashCertificate", 0);
+        failing.error = row.error;
+        EXPECT_EQ(code_thrown_by(hash), row.code);
+        EXPECT_EQ(failing.hashes, row.hashes);
+    }
+}
+
+TEST(PlatformFailure, CertificateThatCannotBeNamedIsAFailureAndNotAMismatch) {
+    const CBlob certificate = make_certificate("05");
+    CAlgorithmIdentifierEx algorithm("1.3.14.3.2.26");
+    const COtherCertID id = OtherCertIDFromCertificate(certificate, algorithm, true);
+    for (int calls : {0, 1}) {
+        const Failing failing("CryptEncodeObject", calls);
+        EXPECT_EQ(code_thrown_by([&] { GetIssuerSerialFromCertificate(certificate); }), 0x80070008u)
+            << calls;
+    }
+    const Failing failing("CryptHashCertificate", 0);
+    EXPECT_EQ(code_thrown_by([&] { OtherCertIDMatches(id, certificate); }), 0x80070008u);
+}
+
+} // namespace
+} // namespace Halcyon::ASN1

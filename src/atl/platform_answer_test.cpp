@@ -1,0 +1,104 @@
+// The platform's decoder and its last error are made up here, as long as a test holds them.
+#include "atl/platform_answer.h"
+
+#include <cstring>
+#include <vector>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "atl/crypt_msg.h"
+#include "sup/error_codes.h"
+#include "sup/last_error.h"
+
+namespace {
+
+struct FakeDecoder {
+    FakeDecoder() { current = this; }
+    ~FakeDecoder() { current = nullptr; }
+
+    int failing_call = 0;      // 1 or 2; 0 for none
+    std::vector<DWORD> errors; // what each reading of the last error gives, the last one for ever
+    std::size_t readings = 0;
+    int calls = 0;
+    DWORD size = 4;
+
+    static FakeDecoder* current;
+};
+
+FakeDecoder* FakeDecoder::current = nullptr;
+
+} // namespace
+
+extern "C" {
+
+DWORD GetLastError(void) noexcept {
+    if (auto* const fake = FakeDecoder::current) {
+        const std::size_t reading = std::min(fake->readings++, fake->errors.size() - 1);
+        return fake->errors[reading];
+    }
+    return reinterpret_cast<decltype(&GetLastError)>(::dlsym(RTLD_NEXT, "GetLastError"))();
+}
+
+BOOL CryptDecodeObject(DWORD encoding, LPCSTR type, const BYTE* data, DWORD length, DWORD flags,
+                       void* out, DWORD* size) {
+    auto* const fake = FakeDecoder::current;
+    if (!fake) {
+        return reinterpret_cast<decltype(&CryptDecodeObject)>(::dlsym(
+            RTLD_NEXT, "CryptDecodeObject"))(encoding, type, data, length, flags, out, size);
+    }
+    if (++fake->calls == fake->failing_call) {
+        return FALSE;
+    }
+    if (out) {
+        std::memset(out, 'x', 4);
+    }
+    *size = fake->size;
+    return TRUE;
+}
+}
+
+namespace ATL2 {
+namespace {
+
+TEST(CryptDecodeObject, MapsAFailureByTheRuleOfItsCall) {
+    struct {
+        int failing_call;
+        std::vector<DWORD> errors;
+        std::uint32_t code;
+    } const rows[] = {
+        // The first call by the common rule, under which no last error is no failure.
+        {1, {ERROR_ACCESS_DENIED}, 0x80070005u},
+        {1, {ERROR_ACCESS_DENIED, 0}, 0x80070005u},
+        {1, {0}, 0},
+        // The second call never reads as success.
+        {2, {ERROR_ACCESS_DENIED}, 0x80070005u},
+        {2, {ERROR_ACCESS_DENIED, 0}, 0x80074005u},
+        {2, {0x10005}, 0x80070005u},
+        {2, {CRYPT_E_ASN1_BADTAG}, 0x8009310Bu},
+        {2, {0}, 0x80004005u},
+    };
+    for (const auto& row : rows) {
+        FakeDecoder fake;
+        fake.failing_call = row.failing_call;
+        fake.errors = row.errors;
+        ATL::CStringA value;
+        const auto result =
+            static_cast<std::uint32_t>(CryptDecodeObject("type", nullptr, 0, value));
+        EXPECT_EQ(result, row.code) << row.failing_call << ' ' << row.errors[0];
+        EXPECT_EQ(fake.calls, row.failing_call);
+    }
+}
+
+TEST(CryptDecodeObject, BelievesNoSizeBeyondTheBuffer) {
+    FakeDecoder fake;
+    fake.errors = {0};
+    ATL::CStringA value;
+    EXPECT_EQ(CryptDecodeObject("type", nullptr, 0, value), 0);
+    EXPECT_STREQ(value.GetString(), "xxxx");
+    fake.size = 0x80000000u;
+    EXPECT_THROW(CryptDecodeObject("type", nullptr, 0, value), ATL::CAtlException);
+}
+
+} // namespace
+} // namespace ATL2
