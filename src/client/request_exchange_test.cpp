@@ -12,7 +12,7 @@
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::codeOf;
+using testing::code_of;
 using testing::HttpAnswer;
 using testing::HttpRequest;
 
@@ -27,31 +27,31 @@ protected:
         request.AddData(testing::bytes("data"), 4);
         return request;
     }
-    void addPolicy(const std::string& line) {
+    void add_policy(const std::string& line) {
         testing::Configuration::instance().set(policy_ + line);
     }
 
     // Answers as a real authority, from the request as it came.
-    testing::LoopbackServer::Handler genuine(const EVP_MD* essDigest = EVP_sha256()) {
-        return [this, essDigest](const HttpRequest& r) {
-            return HttpAnswer{200, authority_.answer(r.body, essDigest)};
+    testing::LoopbackServer::Handler genuine(const EVP_MD* ess_digest = EVP_sha256()) {
+        return [this, ess_digest](const HttpRequest& r) {
+            return HttpAnswer{200, authority_.answer(r.body, ess_digest)};
         };
     }
     testing::LoopbackServer::Handler fixed(const std::string& body, int status = 200) {
         return [body, status](const HttpRequest&) { return HttpAnswer{status, body}; };
     }
-    std::string stampOf(const testing::TstInfo& info) {
+    std::string stamp_of(const testing::TstInfo& info) {
         return testing::response(0, authority_.token(info.encode()));
     }
 
     std::string policy_ = "DefaultHashAlg = '2.16.840.1.101.3.4.2.1'\n";
     testing::Authority authority_;
-    testing::Trust trust_{authority_.rootDer()};
+    testing::Trust trust_{authority_.root_der()};
 };
 
 TEST_F(Exchange, StampsAndVerifiesEndToEnd) {
-    for (const auto* essDigest : {EVP_sha256(), EVP_sha1(), EVP_sha512()}) {
-        testing::LoopbackServer server(genuine(essDigest));
+    for (const auto* ess_digest : {EVP_sha256(), EVP_sha1(), EVP_sha512()}) {
+        testing::LoopbackServer server(genuine(ess_digest));
         auto sent = request(server);
         const auto& stamp = sent.Send(true);
         EXPECT_EQ(stamp.get_Status(), 0u);
@@ -96,7 +96,7 @@ TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     const auto response = sent.get_Response();
     for (const int bad : {404, 500, 403, 204}) {
         status = bad;
-        EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0xC2100100u) << bad;
+        EXPECT_EQ(code_of([&] { sent.Send(false); }), 0xC2100100u) << bad;
         EXPECT_EQ(sent.get_HTTPStatus(), static_cast<unsigned>(bad));
     }
     EXPECT_EQ(sent.get_Response(), response);
@@ -105,14 +105,14 @@ TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     sent.put_CertReq(false);
     EXPECT_EQ(sent.get_HTTPStatus(), 0u);
     sent.put_TSAAddress(L"http://127.0.0.1:1/");
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0x80072EFDu);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0x80072EFDu);
 }
 
 TEST_F(Exchange, RefusalIsAFailureOnlyUnderVerification) {
     testing::LoopbackServer server(
-        fixed(testing::response(2, "", testing::element(0x0C, "no"), testing::failInfoBits(4))));
+        fixed(testing::response(2, "", testing::element(0x0C, "no"), testing::fail_info_bits(4))));
     auto sent = request(server);
-    EXPECT_EQ(codeOf([&] { sent.Send(true); }), 0xC2100124u);
+    EXPECT_EQ(code_of([&] { sent.Send(true); }), 0xC2100124u);
     const auto& stamp = sent.Send(false);
     EXPECT_EQ(stamp.get_Status(), 2u);
     EXPECT_STREQ(stamp.get_StatusString(), L"no");
@@ -121,9 +121,9 @@ TEST_F(Exchange, RefusalIsAFailureOnlyUnderVerification) {
 TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
     testing::TstInfo info;
     auto answered = [&](const testing::TstInfo& content) {
-        testing::LoopbackServer server(fixed(stampOf(content)));
+        testing::LoopbackServer server(fixed(stamp_of(content)));
         auto sent = request(server);
-        return codeOf([&] { sent.Send(false); });
+        return code_of([&] { sent.Send(false); });
     };
     EXPECT_EQ(answered(info), 0xC2100120u) << "the nonce is left out";
     info.nonce = "\x05";
@@ -136,23 +136,23 @@ TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
 }
 
 TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
-    auto sendAt = [&](const CDateTime& time, const std::string& policy = {}) {
-        addPolicy("UseNonceByDefault = false\n" + policy);
+    auto send_at = [&](const CDateTime& time, const std::string& policy = {}) {
+        add_policy("UseNonceByDefault = false\n" + policy);
         testing::TstInfo info;
         info.genTime = time.getGeneralizedTime().c_str();
-        testing::LoopbackServer server(fixed(stampOf(info)));
+        testing::LoopbackServer server(fixed(stamp_of(info)));
         auto sent = request(server);
-        return codeOf([&] { sent.Send(false); });
+        return code_of([&] { sent.Send(false); });
     };
     const auto now = [] { return CDateTime::Now(); };
-    EXPECT_EQ(sendAt(now()), 0u);
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(170, 0)), 0u);
-    EXPECT_EQ(sendAt(now() + CDateTimeSpan(170, 0)), 0u);
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(190, 0)), 0xC2100122u);
-    EXPECT_EQ(sendAt(now() + CDateTimeSpan(190, 0)), 0xC2100122u);
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(50, 0), "StampAccuracy = 40000"), 0xC2100122u);
+    EXPECT_EQ(send_at(now()), 0u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(170, 0)), 0u);
+    EXPECT_EQ(send_at(now() + CDateTimeSpan(170, 0)), 0u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(190, 0)), 0xC2100122u);
+    EXPECT_EQ(send_at(now() + CDateTimeSpan(190, 0)), 0xC2100122u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(50, 0), "StampAccuracy = 40000"), 0xC2100122u);
     // 429497 milliseconds wrap to 2704 ticks.
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(1, 0), "StampAccuracy = 429497"), 0xC2100122u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(1, 0), "StampAccuracy = 429497"), 0xC2100122u);
 }
 
 TEST_F(Exchange, NonceTakesTheClocksPlace) {
@@ -162,10 +162,10 @@ TEST_F(Exchange, NonceTakesTheClocksPlace) {
         const auto place = r.body.find(testing::sha256("data")) + 32;
         info.nonce = r.body.substr(place + 2, static_cast<unsigned char>(r.body[place + 1]));
         info.genTime = "20200101000000Z";
-        return HttpAnswer{200, stampOf(info)};
+        return HttpAnswer{200, stamp_of(info)};
     });
     auto sent = request(server);
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0u);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
 }
 
 TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
@@ -176,22 +176,22 @@ TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
           std::pair{testing::response(0, ""), 0x8007139Fu}}) {
         testing::LoopbackServer server(fixed(body));
         auto sent = request(server);
-        EXPECT_EQ(codeOf([&] { sent.Send(false); }), code);
+        EXPECT_EQ(code_of([&] { sent.Send(false); }), code);
     }
-    addPolicy("UseNonceByDefault = false\n");
+    add_policy("UseNonceByDefault = false\n");
     testing::LoopbackServer server(fixed(authority_.token(testing::TstInfo().encode())));
     auto sent = request(server);
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0x8007139Fu);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0x8007139Fu);
 }
 
 TEST_F(Exchange, VerificationSeesAnUntrustedRoot) {
     const testing::Authority other;
-    const testing::Trust trust(other.rootDer());
+    const testing::Trust trust(other.root_der());
     testing::LoopbackServer server(genuine());
     auto sent = request(server);
-    const auto code = codeOf([&] { sent.Send(true); });
+    const auto code = code_of([&] { sent.Send(true); });
     EXPECT_TRUE(code == 0x800B0109 || code == 0x800B010A) << std::hex << code;
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0u);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
 }
 
 TEST_F(Exchange, CopyTakesTheStatusButNotTheStamp) {

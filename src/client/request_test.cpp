@@ -18,11 +18,11 @@ namespace Halcyon::PKI::TSP::Client {
 namespace {
 
 using testing::bytes;
-using testing::codeOf;
+using testing::code_of;
 using testing::Configuration;
 using testing::sha256;
 
-void setPolicy(const std::string& policy) {
+void set_policy(const std::string& policy) {
     Configuration::instance().set(policy);
 }
 
@@ -42,7 +42,7 @@ std::string exported(CRequest& request) {
     return der;
 }
 
-std::string hashOf(const CRequest& request) {
+std::string hash_of(const CRequest& request) {
     unsigned long size = 64;
     std::string hash(size, '\0');
     request.get_DataHash(reinterpret_cast<unsigned char*>(hash.data()), &size);
@@ -52,9 +52,9 @@ std::string hashOf(const CRequest& request) {
 
 class Request : public ::testing::Test {
 protected:
-    Request() { setPolicy("DefaultHashAlg = '2.16.840.1.101.3.4.2.1'"); }
+    Request() { set_policy("DefaultHashAlg = '2.16.840.1.101.3.4.2.1'"); }
 
-    void giveHash(CRequest& request) {
+    void give_hash(CRequest& request) {
         const auto digest = sha256("data");
         request.put_DataHash(bytes(digest), digest.size());
     }
@@ -89,7 +89,7 @@ TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
 
 TEST_F(Request, StaysTheSameUntilAValueChanges) {
     CRequest request;
-    giveHash(request);
+    give_hash(request);
     const auto first = exported(request);
     EXPECT_EQ(exported(request), first);
     request.put_UseNonce(true);
@@ -112,14 +112,14 @@ TEST_F(Request, StaysTheSameUntilAValueChanges) {
 
 TEST_F(Request, DeliversBySizeAndBuffer) {
     CRequest request;
-    giveHash(request);
+    give_hash(request);
     unsigned long size = 0;
     request.Export(nullptr, &size);
     const auto needed = size;
     std::string buffer(needed, 'x');
     size = needed - 1;
     EXPECT_EQ(
-        codeOf([&] { request.Export(reinterpret_cast<unsigned char*>(buffer.data()), &size); }),
+        code_of([&] { request.Export(reinterpret_cast<unsigned char*>(buffer.data()), &size); }),
         0x800700EAu);
     EXPECT_EQ(size, needed);
     EXPECT_EQ(buffer, std::string(needed, 'x'));
@@ -128,18 +128,18 @@ TEST_F(Request, DeliversBySizeAndBuffer) {
 TEST_F(Request, NeedsDataOnce) {
     CRequest request;
     unsigned long size = 0;
-    EXPECT_EQ(codeOf([&] { request.Export(nullptr, &size); }), 0xC2100123u);
+    EXPECT_EQ(code_of([&] { request.Export(nullptr, &size); }), 0xC2100123u);
     request.put_DataHash(nullptr, 0);
-    EXPECT_EQ(codeOf([&] { request.Export(nullptr, &size); }), 0xC2100123u);
+    EXPECT_EQ(code_of([&] { request.Export(nullptr, &size); }), 0xC2100123u);
     feed(request, "data");
-    EXPECT_EQ(codeOf([&] { giveHash(request); }), 0x8009000Cu);
-    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg(0x8004u); }), 0x8009000Cu);
-    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg("1.3.14.3.2.26"); }), 0x8009000Cu);
-    EXPECT_EQ(hashOf(request), sha256("data")); // ends the hashing
-    EXPECT_EQ(codeOf([&] { feed(request, "more"); }), 0x80092005u);
+    EXPECT_EQ(code_of([&] { give_hash(request); }), 0x8009000Cu);
+    EXPECT_EQ(code_of([&] { request.put_DataHashAlg(0x8004u); }), 0x8009000Cu);
+    EXPECT_EQ(code_of([&] { request.put_DataHashAlg("1.3.14.3.2.26"); }), 0x8009000Cu);
+    EXPECT_EQ(hash_of(request), sha256("data")); // ends the hashing
+    EXPECT_EQ(code_of([&] { feed(request, "more"); }), 0x80092005u);
     request.ResetData();
     feed(request, "more");
-    EXPECT_EQ(hashOf(request), sha256("more"));
+    EXPECT_EQ(hash_of(request), sha256("more"));
 }
 
 TEST_F(Request, KeepsAlgorithmNumberAndTextTogetherWhereItCan) {
@@ -147,21 +147,21 @@ TEST_F(Request, KeepsAlgorithmNumberAndTextTogetherWhereItCan) {
     EXPECT_EQ(request.get_DataHashAlg(), 0x800Cu);
     request.put_DataHashAlg(0x8004u);
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
-    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg(0x8123u); }), 0x80090008u);
+    EXPECT_EQ(code_of([&] { request.put_DataHashAlg(0x8123u); }), 0x80090008u);
     EXPECT_EQ(request.get_DataHashAlg(), 0x8123u); // the pair doesn't match after this failure
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
     request.put_DataHashAlg(L"1.2.3");
     EXPECT_EQ(request.get_DataHashAlg(), 0u);
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.2.3");
-    EXPECT_NE(codeOf([&] { feed(request, "data"); }), 0u);
-    giveHash(request);
+    EXPECT_NE(code_of([&] { feed(request, "data"); }), 0u);
+    give_hash(request);
     EXPECT_FALSE(exported(request).empty());
 }
 
 TEST_F(Request, TakesAFinishedRequestOver) {
     CRequest request;
     request.put_PolicyID("1.2.3.4");
-    giveHash(request);
+    give_hash(request);
     const auto der = exported(request);
     CRequest copy;
     copy.put_UseNonce(false);
@@ -170,21 +170,21 @@ TEST_F(Request, TakesAFinishedRequestOver) {
     EXPECT_TRUE(copy.get_UseNonce());
     EXPECT_STREQ(copy.get_PolicyID(), "1.2.3.4");
     EXPECT_EQ(copy.get_DataHashAlg(), 0x800Cu);
-    EXPECT_EQ(hashOf(copy), sha256("data"));
+    EXPECT_EQ(hash_of(copy), sha256("data"));
 }
 
 TEST_F(Request, FailedImportLeavesTheBytesBehind) {
     CRequest request;
-    giveHash(request);
-    EXPECT_EQ(codeOf([&] { import(request, "noise"); }), 0x80093101u);
+    give_hash(request);
+    EXPECT_EQ(code_of([&] { import(request, "noise"); }), 0x80093101u);
     EXPECT_EQ(exported(request), "noise");
     request.put_CertReq(!request.get_CertReq());
-    EXPECT_EQ(hashOf(request), sha256("data"));
+    EXPECT_EQ(hash_of(request), sha256("data"));
 }
 
 TEST_F(Request, ImportedExtensionsDoNotSurviveAChange) {
     const auto extension = testing::element(0xA0, testing::extension("1.2.3.5", false));
-    const auto imprint = testing::sequence(testing::sequence(testing::oid(testing::sha256Oid)) +
+    const auto imprint = testing::sequence(testing::sequence(testing::oid(testing::kSha256Oid)) +
                                            testing::element(4, sha256("data")));
     const auto with = testing::sequence(testing::integer("\x01") + imprint + extension);
     const auto without = testing::sequence(testing::integer("\x01") + imprint);
@@ -206,8 +206,8 @@ TEST_F(Request, CopiesRunOnTheirOwn) {
     CRequest copy(request);
     feed(request, "y");
     feed(copy, "ta");
-    EXPECT_EQ(hashOf(copy), sha256("data"));
-    EXPECT_EQ(hashOf(request), sha256("day"));
+    EXPECT_EQ(hash_of(copy), sha256("data"));
+    EXPECT_EQ(hash_of(request), sha256("day"));
     EXPECT_STREQ(copy.get_TSAAddress(), L"http://tsa/");
     EXPECT_STREQ(copy.get_ProxyUserName(), L"me");
     EXPECT_EQ(copy.get_Flags(), 3u);
@@ -216,10 +216,10 @@ TEST_F(Request, CopiesRunOnTheirOwn) {
 }
 
 TEST_F(Request, TakesItsDefaultsFromPolicy) {
-    setPolicy("DefaultHashAlg = '1.3.14.3.2.26 SHA-1'\nDefaultTSPURL = 'https://tsa/'\n"
-              "DefaultProxy = 'http://proxy/'\nAuthSSLTypeDefault = 1\nAuthTypeDefault = 2\n"
-              "ProxyAuthSSLTypeDefault = 8\nProxyAuthTypeDefault = 16\nDefaultPolicyID = '1.2'\n"
-              "UseNonceByDefault = false\nDefaultCertReq = true");
+    set_policy("DefaultHashAlg = '1.3.14.3.2.26 SHA-1'\nDefaultTSPURL = 'https://tsa/'\n"
+               "DefaultProxy = 'http://proxy/'\nAuthSSLTypeDefault = 1\nAuthTypeDefault = 2\n"
+               "ProxyAuthSSLTypeDefault = 8\nProxyAuthTypeDefault = 16\nDefaultPolicyID = '1.2'\n"
+               "UseNonceByDefault = false\nDefaultCertReq = true");
     CRequest request;
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
     EXPECT_STREQ(request.get_TSAAddress(), L"https://tsa/");
@@ -235,7 +235,7 @@ TEST_F(Request, TakesItsDefaultsFromPolicy) {
 }
 
 TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
-    setPolicy("");
+    set_policy("");
     const std::string engine = std::string(OPENSSL_info(OPENSSL_INFO_ENGINES_DIR)) + "/gost.so";
     if (::access(engine.c_str(), R_OK) != 0) {
         GTEST_SKIP() << "OpenSSL has no GOST engine here";
@@ -244,29 +244,29 @@ TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
     EXPECT_EQ(request.get_DataHashAlg(), 0x801Eu);
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.2.643.2.2.9");
     feed(request, "data");
-    EXPECT_EQ(hashOf(request).size(), 32u);
+    EXPECT_EQ(hash_of(request).size(), 32u);
 }
 
 // In a process of its own, for OpenSSL looks for its engines once.
 TEST_F(Request, FallsBackOnSha1WhereThePlatformHasNoGost) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto withoutEngines = [] {
+    const auto without_engines = [] {
         ::setenv("OPENSSL_ENGINES", Configuration::instance().folder().c_str(), 1);
-        setPolicy("");
+        set_policy("");
         CRequest request;
         const bool sha1 = request.get_DataHashAlg() == 0x8004 &&
                           std::string(request.get_DataHashAlgOID()) == "1.3.14.3.2.26";
         feed(request, "data");
-        const bool refused = codeOf([] { CRequest().put_DataHashAlg(0x801Eu); }) == 0x80090008u;
-        std::exit(sha1 && refused && hashOf(request).size() == 20 ? 0 : 1);
+        const bool refused = code_of([] { CRequest().put_DataHashAlg(0x801Eu); }) == 0x80090008u;
+        std::exit(sha1 && refused && hash_of(request).size() == 20 ? 0 : 1);
     };
-    EXPECT_EXIT(withoutEngines(), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(without_engines(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Request, LegacyReadingSeesEachChange) {
-    setPolicy("DefaultTSPURL = 'http://one/'");
+    set_policy("DefaultTSPURL = 'http://one/'");
     CRequest request;
-    setPolicy("DefaultTSPURL = 'http://two/'\nUseNonceByDefault = false");
+    set_policy("DefaultTSPURL = 'http://two/'\nUseNonceByDefault = false");
     EXPECT_STREQ(CRequest().get_TSAAddress(), L"http://two/");
     EXPECT_STREQ(request.get_TSAAddress(), L"http://one/");
 }
@@ -286,9 +286,9 @@ TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
     EXPECT_EXIT(
         {
             configuration.set("DefaultTSPURL = 3", {}, false); // can't be read, for ever
-            const auto first = codeOf([] { CRequest(); });
+            const auto first = code_of([] { CRequest(); });
             configuration.set("", {}, false);
-            const auto second = codeOf([] { CRequest(); });
+            const auto second = code_of([] { CRequest(); });
             std::_Exit(first == 0x8007045A && second == 0x8007045A ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
@@ -297,7 +297,7 @@ TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
 
 TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
     const testing::Authority authority;
-    const auto certificate = testing::certificateOf(authority.signerDer());
+    const auto certificate = testing::certificate_of(authority.signer_der());
     CRequest request;
     request.put_ClientCertificate(certificate.get());
     EXPECT_EQ(request.get_ClientCertificate(), certificate.get());
@@ -307,11 +307,11 @@ TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
     wchar_t container[] = L"container";
     CRYPT_KEY_PROV_INFO key{};
     key.pwszContainerName = container;
-    const auto withKey = testing::certificateOf(authority.signerDer());
+    const auto with_key = testing::certificate_of(authority.signer_der());
     ASSERT_TRUE(
-        CertSetCertificateContextProperty(withKey.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
+        CertSetCertificateContextProperty(with_key.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
     ASSERT_TRUE(
-        CertAddCertificateContextToStore(my.get(), withKey.get(), CERT_STORE_ADD_ALWAYS, nullptr));
+        CertAddCertificateContextToStore(my.get(), with_key.get(), CERT_STORE_ADD_ALWAYS, nullptr));
     request.put_ClientCertificate(certificate.get());
     ASSERT_NE(request.get_ClientCertificate(), certificate.get());
     DWORD size = 0;

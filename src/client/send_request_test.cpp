@@ -23,12 +23,12 @@ namespace {
 
 struct FakeAnswer {
     std::uint64_t status = 0;
-    DWORD lastError = 0;
+    DWORD last_error = 0;
     std::string body = {};
 };
 
-std::optional<FakeAnswer> fakeAnswer;
-bool providerMissing = false;
+std::optional<FakeAnswer> fake_answer;
+bool provider_missing = false;
 
 template <class Function>
 Function real(const char* name) {
@@ -42,21 +42,21 @@ extern "C" {
 std::uint64_t SendPKIRequest(LPCWSTR url, LPCWSTR userAgent, LPCWSTR headers, LPCWSTR proxy,
                              LPCWSTR credentials, PKI_BUFFER* request,
                              PKI_BUFFER* response) noexcept {
-    if (!fakeAnswer) {
+    if (!fake_answer) {
         return real<decltype(&SendPKIRequest)>("SendPKIRequest")(url, userAgent, headers, proxy,
                                                                  credentials, request, response);
     }
-    const auto size = fakeAnswer->body.size();
+    const auto size = fake_answer->body.size();
     response->data = new BYTE[size];
-    std::memcpy(response->data, fakeAnswer->body.data(), size);
+    std::memcpy(response->data, fake_answer->body.data(), size);
     response->size = response->capacity = static_cast<std::uint32_t>(size);
-    SetLastError(fakeAnswer->lastError);
-    return fakeAnswer->status;
+    SetLastError(fake_answer->last_error);
+    return fake_answer->status;
 }
 
 BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR provider, DWORD type,
                           DWORD flags) noexcept {
-    if (providerMissing && type == PROV_GOST_2012_256) {
+    if (provider_missing && type == PROV_GOST_2012_256) {
         SetLastError(NTE_PROV_TYPE_NOT_DEF);
         return FALSE;
     }
@@ -72,13 +72,13 @@ using testing::bytes;
 using testing::HttpAnswer;
 using testing::HttpRequest;
 
-constexpr wchar_t ocsp[] = L"Content-type: application/ocsp-request";
+constexpr wchar_t kOcsp[] = L"Content-type: application/ocsp-request";
 
-CBlob blobOf(const std::string& text) {
+CBlob blob_of(const std::string& text) {
     return CBlob(bytes(text), text.size());
 }
 
-std::string textOf(const CBlob& blob) {
+std::string text_of(const CBlob& blob) {
     return {reinterpret_cast<const char*>(blob.pbData()), blob.cbData()};
 }
 
@@ -90,11 +90,11 @@ struct Sent {
 
 Sent send(WinHTTPParams params, const std::string& text, const wchar_t* headers = nullptr,
           bool useCache = false, bool cacheOnly = false) {
-    auto body = blobOf(text);
+    auto body = blob_of(text);
     SetLastError(77);
     const auto answer =
         SendRequest(&params, L"agent", headers, &body, false, useCache, nullptr, cacheOnly);
-    return {textOf(answer), params.httpStatus, GetLastError()};
+    return {text_of(answer), params.httpStatus, GetLastError()};
 }
 
 TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
@@ -123,23 +123,23 @@ TEST(SendRequest, CacheOnlyNeverGoesByPost) {
     WinHTTPParams params;
     params.address = server.url();
     params.httpStatus = 42;
-    auto withProxy = params;
-    withProxy.proxyAddress = L"http://proxy/";
-    for (const auto* headers : {ocsp, static_cast<const wchar_t*>(nullptr)}) {
-        for (const auto& each : {params, withProxy}) {
+    auto with_proxy = params;
+    with_proxy.proxyAddress = L"http://proxy/";
+    for (const auto* headers : {kOcsp, static_cast<const wchar_t*>(nullptr)}) {
+        for (const auto& each : {params, with_proxy}) {
             const auto sent = send(each, "x", headers, false, true);
             EXPECT_EQ(sent.answer, "");
             EXPECT_EQ(sent.status, 42u);
         }
     }
     EXPECT_TRUE(server.requests().empty());
-    EXPECT_EQ(send(params, "x", ocsp).status, 200u) << "not configured: by POST";
+    EXPECT_EQ(send(params, "x", kOcsp).status, 200u) << "not configured: by POST";
 }
 
 TEST(SendRequest, NewLayersLastErrorIsPassedOn) {
-    fakeAnswer = FakeAnswer{404, 1234};
+    fake_answer = FakeAnswer{404, 1234};
     const auto sent = send({}, "x");
-    fakeAnswer.reset();
+    fake_answer.reset();
     EXPECT_EQ(sent.status, 404u);
     EXPECT_EQ(sent.error, 1234u);
 }
@@ -147,7 +147,7 @@ TEST(SendRequest, NewLayersLastErrorIsPassedOn) {
 // The bodies of the death tests, which run in processes of their own and give their exit status: 0
 // when all is well.
 
-int oldLayer() {
+int old_layer() {
     struct Case {
         std::uint64_t status;
         DWORD error;
@@ -158,21 +158,21 @@ int oldLayer() {
         {408, 12002}, {504, 12002}, {411, 12153}, {412, 12153}, {413, 12154}, {414, 12005},
         {429, 12030}, {500, 12030}, {501, 12030}, {502, 12188}, {506, 12017}, {507, 8},
         {0, 12004},   {204, 12004}, {402, 12004}};
-    providerMissing = true;
+    provider_missing = true;
     int wrong = 0;
     for (const auto& [status, error] : cases) {
-        fakeAnswer = FakeAnswer{status, 0};
+        fake_answer = FakeAnswer{status, 0};
         wrong += send({}, "x").error != error;
     }
-    fakeAnswer = FakeAnswer{404, 0};
+    fake_answer = FakeAnswer{404, 0};
     testing::Configuration::instance().set("");
     CRequest request;
     request.put_TSAAddress(L"http://tsa/");
     request.put_DataHash(bytes("x"), 1);
-    return wrong + (testing::codeOf([&] { request.Send(false); }) != 0x80072EE7u);
+    return wrong + (testing::code_of([&] { request.Send(false); }) != 0x80072EE7u);
 }
 
-int cachedRoad() {
+int cached_road() {
     auto& configuration = testing::Configuration::instance();
     configuration.set("", "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = 3000\n"
                           "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 60\n");
@@ -185,28 +185,28 @@ int cachedRoad() {
     params.address = server.url(L"/ocsp");
     const std::string body = "\xFB\xEF\xBE\xFF?"; // its Base64 has +, / and =
     int wrong = 0;
-    const auto good = send(params, body, ocsp);
+    const auto good = send(params, body, kOcsp);
     wrong |= good.status != 200 || good.answer != "answer to " + body ? 1 : 0;
     status = 500;
-    const auto failed = send(params, body, ocsp);
+    const auto failed = send(params, body, kOcsp);
     wrong |= failed.status != 500 || !failed.answer.empty() ? 2 : 0;
     params.address = L"http://127.0.0.1:1/x";
-    const auto lost = send(params, body, ocsp);
+    const auto lost = send(params, body, kOcsp);
     wrong |= lost.status != 456 || !lost.answer.empty() ? 4 : 0;
-    wrong |= testing::codeOf([&] { send(params, "", ocsp); }) == 0 ? 8 : 0;
-    const auto uncached = send(params, body, ocsp, true, true);
+    wrong |= testing::code_of([&] { send(params, "", kOcsp); }) == 0 ? 8 : 0;
+    const auto uncached = send(params, body, kOcsp, true, true);
     wrong |= uncached.status == 200 ? 16 : 0;
     return wrong;
 }
 
 TEST(SendRequestDeathTest, OldLayersLastErrorComesFromTheStatus) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::_Exit(oldLayer()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::_Exit(old_layer()), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(SendRequestDeathTest, OcspGoesByTheCacheWhereThatIsConfigured) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::_Exit(cachedRoad()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::_Exit(cached_road()), ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace

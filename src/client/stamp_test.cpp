@@ -12,11 +12,11 @@ namespace Halcyon::PKI::TSP::Client {
 namespace {
 
 using testing::Authority;
-using testing::codeOf;
+using testing::code_of;
 using testing::import;
 using testing::TstInfo;
 
-constexpr std::uint32_t noStamp = 0x8007139F;
+constexpr std::uint32_t kNoStamp = 0x8007139F;
 
 using Getter = void (CStamp::*)(unsigned char*, unsigned long*) const;
 
@@ -42,39 +42,39 @@ protected:
     Authority authority_;
 };
 
-void expectNoStamp(CStamp& stamp) {
+void expect_no_stamp(CStamp& stamp) {
     unsigned long size = 0;
     for (const auto getter :
          {&CStamp::get_DataHash, &CStamp::get_SerialNumber, &CStamp::get_TSABlob}) {
-        EXPECT_EQ(codeOf([&] { (stamp.*getter)(nullptr, &size); }), noStamp);
+        EXPECT_EQ(code_of([&] { (stamp.*getter)(nullptr, &size); }), kNoStamp);
     }
-    EXPECT_EQ(codeOf([&] { stamp.get_Certificates(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_TSACertificate(nullptr, 0); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_DataHashAlg(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_DataHashAlgOID(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_PolicyID(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_Time(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_Accuracy(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_Ordering(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_HasNonce(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_TSA(); }), noStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Certificates(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_TSACertificate(nullptr, 0); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_DataHashAlg(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_DataHashAlgOID(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_PolicyID(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Time(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Accuracy(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Ordering(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_HasNonce(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_TSA(); }), kNoStamp);
 }
 
 TEST_F(Stamp, IsEmptyAtFirstAndAfterAFailedImport) {
     CStamp stamp;
-    auto expectEmpty = [&] {
+    auto expect_empty = [&] {
         unsigned long size = 0;
-        expectNoStamp(stamp);
-        EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
-        EXPECT_EQ(codeOf([&] { stamp.get_StatusString(); }), noStamp);
-        EXPECT_EQ(codeOf([&] { stamp.get_FailInfo(); }), noStamp);
-        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), noStamp);
+        expect_no_stamp(stamp);
+        EXPECT_EQ(code_of([&] { stamp.get_Status(); }), kNoStamp);
+        EXPECT_EQ(code_of([&] { stamp.get_StatusString(); }), kNoStamp);
+        EXPECT_EQ(code_of([&] { stamp.get_FailInfo(); }), kNoStamp);
+        EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), kNoStamp);
     };
-    expectEmpty();
+    expect_empty();
     for (const auto& bytes : {std::string(), std::string("\x30"), token().substr(0, 40)}) {
         import(stamp, token());
-        EXPECT_EQ(codeOf([&] { import(stamp, bytes); }), 0x80093101u);
-        expectEmpty();
+        EXPECT_EQ(code_of([&] { import(stamp, bytes); }), 0x80093101u);
+        expect_empty();
     }
 }
 
@@ -89,14 +89,14 @@ TEST_F(Stamp, ReadsEveryFieldOfABareToken) {
     const auto der = token(info);
     CStamp stamp;
     import(stamp, der);
-    EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Status(); }), kNoStamp);
     EXPECT_EQ(delivered(stamp, &CStamp::Export), der);
     EXPECT_EQ(delivered(stamp, &CStamp::get_DataHash), info.digest);
     EXPECT_EQ(delivered(stamp, &CStamp::get_SerialNumber), info.serial);
     EXPECT_EQ(delivered(stamp, &CStamp::get_TSABlob), info.tsa);
     EXPECT_NE(std::wstring(stamp.get_TSA()).find(L"Test Authority"), std::wstring::npos);
     EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu);
-    EXPECT_STREQ(stamp.get_DataHashAlgOID(), testing::sha256Oid);
+    EXPECT_STREQ(stamp.get_DataHashAlgOID(), testing::kSha256Oid);
     EXPECT_STREQ(stamp.get_PolicyID(), "1.2.3.4");
     EXPECT_STREQ(stamp.get_Time().getGeneralizedTime().c_str(), "20240601120000.25Z");
     EXPECT_EQ(stamp.get_Accuracy(), 2003004);
@@ -131,13 +131,13 @@ TEST_F(Stamp, RefusalHasAStatusAndNoToken) {
     for (const int status : {2, 3, 5, 6}) {
         import(stamp, testing::response(status, ""));
         EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
-        expectNoStamp(stamp);
+        expect_no_stamp(stamp);
     }
-    EXPECT_EQ(codeOf([&] { import(stamp, testing::response(7, "")); }), 0x80004005u);
-    EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
+    EXPECT_EQ(code_of([&] { import(stamp, testing::response(7, "")); }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { stamp.get_Status(); }), kNoStamp);
     import(stamp, testing::response(0, ""));
     EXPECT_EQ(stamp.get_Status(), 0u);
-    expectNoStamp(stamp);
+    expect_no_stamp(stamp);
 }
 
 TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
@@ -148,17 +148,17 @@ TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
     };
     for (const auto& [bits, code] :
          {Case{1u << 0, 0x80090008}, Case{1u << 2, 0x80090029}, Case{1u << 5, 0x80090005},
-          Case{1u << 15, 0x80090029}, Case{1u << 16, 0x80090029}, Case{1u << 17, noStamp},
-          Case{1u << 25, noStamp}, Case{1u << 1 | 1u << 2, noStamp},
+          Case{1u << 15, 0x80090029}, Case{1u << 16, 0x80090029}, Case{1u << 17, kNoStamp},
+          Case{1u << 25, kNoStamp}, Case{1u << 1 | 1u << 2, kNoStamp},
           Case{1u << 2 | 1u << 5, 0x80090029}}) {
         CStamp stamp;
         unsigned long size = 0;
-        import(stamp, testing::response(2, "", "", testing::failInfoBits(bits)));
+        import(stamp, testing::response(2, "", "", testing::fail_info_bits(bits)));
         EXPECT_EQ(stamp.get_FailInfo(), bits);
-        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), code) << bits;
-        import(stamp, testing::response(0, der, "", testing::failInfoBits(bits)));
+        EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), code) << bits;
+        import(stamp, testing::response(0, der, "", testing::fail_info_bits(bits)));
         EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu) << "the token is readable all the same";
-        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), code);
+        EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), code);
     }
 }
 
@@ -166,7 +166,7 @@ TEST_F(Stamp, DeliversBySizeAndBuffer) {
     const auto stamp = imported({});
     unsigned char buffer[32] = {};
     unsigned long size = 31;
-    EXPECT_EQ(codeOf([&] { stamp.get_DataHash(buffer, &size); }), 0x800700EAu);
+    EXPECT_EQ(code_of([&] { stamp.get_DataHash(buffer, &size); }), 0x800700EAu);
     EXPECT_EQ(size, 32u);
     EXPECT_EQ(buffer[0], 0);
     stamp.get_DataHash(buffer, &size);
@@ -175,10 +175,10 @@ TEST_F(Stamp, DeliversBySizeAndBuffer) {
 
 TEST_F(Stamp, UnknownHashAlgorithmFailsTheImport) {
     TstInfo info;
-    info.hashOid = "1.2.3.4.5";
+    info.hash_oid = "1.2.3.4.5";
     CStamp stamp;
-    EXPECT_NE(codeOf([&] { import(stamp, token(info)); }), 0u);
-    expectNoStamp(stamp);
+    EXPECT_NE(code_of([&] { import(stamp, token(info)); }), 0u);
+    expect_no_stamp(stamp);
 }
 
 TEST_F(Stamp, AccuracyWrapsAt32Bits) {
@@ -208,30 +208,30 @@ TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
         }
         return imported(info);
     };
-    constexpr char early[] = "20240601120000Z";
-    constexpr char late[] = "20240601120010Z";
+    constexpr char kEarly[] = "20240601120000Z";
+    constexpr char kLate[] = "20240601120010Z";
     auto compare = [](const CStamp& a, const CStamp& b) {
         EXPECT_EQ(a.Compare(&b), -b.Compare(&a));
         return a.Compare(&b);
     };
-    EXPECT_EQ(compare(at(early, 1), at(late, 1)), -1);
-    EXPECT_EQ(compare(at(early, 5), at(late, 5)), 0) << "touching intervals can't be told apart";
-    EXPECT_EQ(compare(at(early, 5), at(late, 4)), -1);
-    EXPECT_EQ(compare(at(early, 60), at(late, 1)), 0);
-    EXPECT_EQ(compare(at(early, 1), at(early, 2)), 0);
-    EXPECT_EQ(compare(at(early, -1), at(late, 1)), 0) << "no accuracy, no comparing";
-    EXPECT_EQ(compare(at(early, 60, true), at(late, 60, true)), -1) << "ordering is believed";
-    EXPECT_EQ(compare(at(early, 60, true), at(late, 60, false)), 0);
-    EXPECT_EQ(compare(at(early, 60, true, true), at(late, 60, true)), 0) << "two authorities";
-    auto a = at(early, -1);
+    EXPECT_EQ(compare(at(kEarly, 1), at(kLate, 1)), -1);
+    EXPECT_EQ(compare(at(kEarly, 5), at(kLate, 5)), 0) << "touching intervals can't be told apart";
+    EXPECT_EQ(compare(at(kEarly, 5), at(kLate, 4)), -1);
+    EXPECT_EQ(compare(at(kEarly, 60), at(kLate, 1)), 0);
+    EXPECT_EQ(compare(at(kEarly, 1), at(kEarly, 2)), 0);
+    EXPECT_EQ(compare(at(kEarly, -1), at(kLate, 1)), 0) << "no accuracy, no comparing";
+    EXPECT_EQ(compare(at(kEarly, 60, true), at(kLate, 60, true)), -1) << "ordering is believed";
+    EXPECT_EQ(compare(at(kEarly, 60, true), at(kLate, 60, false)), 0);
+    EXPECT_EQ(compare(at(kEarly, 60, true, true), at(kLate, 60, true)), 0) << "two authorities";
+    auto a = at(kEarly, -1);
     a.put_DefaultAccuracy(1000000);
-    EXPECT_EQ(compare(a, at(late, 1)), -1);
+    EXPECT_EQ(compare(a, at(kLate, 1)), -1);
     EXPECT_EQ(a.get_Accuracy(), -1);
     import(a, token());
     EXPECT_EQ(a.get_DefaultAccuracy(), -1);
     const CStamp empty;
-    EXPECT_EQ(codeOf([&] { a.Compare(&empty); }), noStamp);
-    EXPECT_EQ(codeOf([&] { empty.Compare(&a); }), noStamp);
+    EXPECT_EQ(code_of([&] { a.Compare(&empty); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { empty.Compare(&a); }), kNoStamp);
 }
 
 TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
@@ -246,16 +246,16 @@ TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
     EXPECT_EQ(assigned.Verify(nullptr, nullptr), 0);
     auto& self = assigned;
     assigned = self; // empties it
-    expectNoStamp(assigned);
+    expect_no_stamp(assigned);
 }
 
 TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
-    const auto der = authority_.token(TstInfo().encode(), {.withCertificates = false});
+    const auto der = authority_.token(TstInfo().encode(), {.with_certificates = false});
     const auto* place = testing::bytes(der);
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
         d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())), &CMS_ContentInfo_free);
     auto* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
-    auto addValues = [&](const std::string& value) {
+    auto add_values = [&](const std::string& value) {
         CMS_unsigned_add1_attr_by_txt(signer, "1.2.840.113549.1.9.16.2.23", V_ASN1_SEQUENCE,
                                       value.data(), static_cast<int>(value.size()));
         return testing::der(message.get(), &i2d_CMS_ContentInfo);
@@ -264,11 +264,11 @@ TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
     import(stamp, der);
     EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
     CStamp extended;
-    import(extended, addValues(testing::sequence(authority_.signerDer())));
+    import(extended, add_values(testing::sequence(authority_.signer_der())));
     EXPECT_NE(extended.get_TSACertificate(nullptr, 0), nullptr);
     EXPECT_EQ(extended.Verify(nullptr, nullptr), 0);
     CStamp damaged;
-    EXPECT_EQ(codeOf([&] { import(damaged, addValues(testing::sequence("\x04\x00"))); }),
+    EXPECT_EQ(code_of([&] { import(damaged, add_values(testing::sequence("\x04\x00"))); }),
               0x80093101u);
     EXPECT_EQ(damaged.get_DataHashAlg(), 0x800Cu) << "it counts as a stamp all the same";
 }

@@ -13,7 +13,7 @@ namespace Halcyon::PKI {
 namespace {
 
 // What the client writes while another run of this program does one exchange.
-std::string traceOf(const std::string& test, const std::string& levels) {
+std::string trace_of(const std::string& test, const std::string& levels) {
     const auto path = TSP::Client::testing::Configuration::instance().folder() + "/trace";
     std::remove(path.c_str());
     const auto command = "BASALT_TRACE=tsp=" + levels + " BASALT_TRACE_FILE='" + path + "' /proc/" +
@@ -25,7 +25,7 @@ std::string traceOf(const std::string& test, const std::string& levels) {
 }
 
 TEST(Trace, TellsTheStepsOfAnExchangeInTheirOrder) {
-    const auto text = traceOf("Exchange.VerificationSeesAnUntrustedRoot", "8");
+    const auto text = trace_of("Exchange.VerificationSeesAnUntrustedRoot", "8");
     std::size_t place = 0;
     for (const char* const line :
          {"Load: Loading policy \"\\config\\cades\\tsppolicy\\LegacyPolicyReading\" ...",
@@ -57,7 +57,7 @@ TEST(Trace, TellsTheStepsOfAnExchangeInTheirOrder) {
 }
 
 TEST(Trace, IsSilentBelowItsLevel) {
-    EXPECT_EQ(traceOf("Exchange.VerificationSeesAnUntrustedRoot", "4"), "");
+    EXPECT_EQ(trace_of("Exchange.VerificationSeesAnUntrustedRoot", "4"), "");
 }
 
 } // namespace

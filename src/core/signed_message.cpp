@@ -13,16 +13,16 @@ namespace Halcyon::PKI::TSP {
 
 namespace {
 
-constexpr std::uint32_t sequenceTag = 0x20000010;
-constexpr std::uint32_t setTag = 0x20000011;
-constexpr std::uint32_t contextTag0 = 0xA0000000;
-constexpr unsigned char sequenceByte = 0x30;
-constexpr unsigned char context0Byte = 0xA0;
-constexpr unsigned char context1Byte = 0xA1;
-constexpr unsigned char indefiniteSequence[] = {0x30, 0x80};
-constexpr unsigned char endOfContents[] = {0, 0};
+constexpr std::uint32_t kSequenceTag = 0x20000010;
+constexpr std::uint32_t kSetTag = 0x20000011;
+constexpr std::uint32_t kContextTag0 = 0xA0000000;
+constexpr unsigned char kSequenceByte = 0x30;
+constexpr unsigned char kContext0Byte = 0xA0;
+constexpr unsigned char kContext1Byte = 0xA1;
+constexpr unsigned char kIndefiniteSequence[] = {0x30, 0x80};
+constexpr unsigned char kEndOfContents[] = {0, 0};
 
-constexpr std::uint32_t signedDataArcs[] = {1, 2, 840, 113549, 1, 7, 2};
+constexpr std::uint32_t kSignedDataArcs[] = {1, 2, 840, 113549, 1, 7, 2};
 
 class Reader {
 public:
@@ -71,11 +71,11 @@ public:
         return {data, size};
     }
 
-    bool isSignedData() {
+    bool is_signed_data() {
         ASN1OBJID oid;
         check(xd_objid(ctxt(), &oid, 1, 0));
-        return oid.numids == std::size(signedDataArcs) &&
-               std::memcmp(oid.subid, signedDataArcs, sizeof(signedDataArcs)) == 0;
+        return oid.numids == std::size(kSignedDataArcs) &&
+               std::memcmp(oid.subid, kSignedDataArcs, sizeof(kSignedDataArcs)) == 0;
     }
 
     CBlob octets() {
@@ -99,23 +99,23 @@ private:
 
 // EncapsulatedContentInfo ::= SEQUENCE { eContentType OBJECT IDENTIFIER, eContent [0] EXPLICIT
 // OCTET STRING OPTIONAL }
-CBlob readContent(Reader& reader) {
-    const auto info = reader.enter(sequenceTag);
+CBlob read_content(Reader& reader) {
+    const auto info = reader.enter(kSequenceTag);
     reader.skip();
-    const auto wrapper = reader.enter(contextTag0);
+    const auto wrapper = reader.enter(kContextTag0);
     auto content = reader.octets();
     reader.leave(wrapper);
     reader.leave(info);
     return content;
 }
 
-void readCertificates(Reader& reader, SignedMessage& parts) {
-    parts.hasCertificates = true;
-    const auto set = reader.enter(contextTag0);
+void read_certificates(Reader& reader, SignedMessage& parts) {
+    parts.has_certificates = true;
+    const auto set = reader.enter(kContextTag0);
     while (!reader.ended(set)) {
-        const bool isCertificate = reader.at(sequenceByte);
+        const bool is_certificate = reader.at(kSequenceByte);
         const auto element = reader.element();
-        if (isCertificate) {
+        if (is_certificate) {
             parts.certificates.push_back(element);
         }
     }
@@ -124,19 +124,19 @@ void readCertificates(Reader& reader, SignedMessage& parts) {
 
 // SignedData ::= SEQUENCE { version, digestAlgorithms, encapContentInfo, certificates [0] OPTIONAL,
 // crls [1] OPTIONAL, signerInfos }
-SignedMessage readSignedData(Reader& reader) {
+SignedMessage read_signed_data(Reader& reader) {
     SignedMessage parts;
-    reader.enter(sequenceTag);
+    reader.enter(kSequenceTag);
     reader.skip();
     reader.skip();
-    parts.content = readContent(reader);
-    if (reader.at(context0Byte)) {
-        readCertificates(reader, parts);
+    parts.content = read_content(reader);
+    if (reader.at(kContext0Byte)) {
+        read_certificates(reader, parts);
     }
-    if (reader.at(context1Byte)) {
+    if (reader.at(kContext1Byte)) {
         reader.skip();
     }
-    const auto signers = reader.enter(setTag);
+    const auto signers = reader.enter(kSetTag);
     while (!reader.ended(signers)) {
         parts.signers.push_back(reader.element());
     }
@@ -150,36 +150,36 @@ SignedMessage readSignedData(Reader& reader) {
 } // namespace
 
 // ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY }
-SignedMessage readSignedMessage(const CBlob& message) {
+SignedMessage read_signed_message(const CBlob& message) {
     return ASN1::withResultCodes([&] {
         Reader reader({message.pbData(), message.cbData()});
-        reader.enter(sequenceTag);
-        if (!reader.isSignedData()) {
+        reader.enter(kSequenceTag);
+        if (!reader.is_signed_data()) {
             ASN1::failCodec();
         }
-        reader.enter(contextTag0);
-        return readSignedData(reader);
+        reader.enter(kContextTag0);
+        return read_signed_data(reader);
     });
 }
 
-CBlob withoutUnsignedAttributes(SignedMessage::Element signer) {
+CBlob without_unsigned_attributes(SignedMessage::Element signer) {
     return ASN1::withResultCodes([&] {
         Reader reader(signer);
-        const auto fields = reader.enter(sequenceTag);
-        CBlob kept(indefiniteSequence, sizeof(indefiniteSequence));
-        bool isUnsigned = false;
+        const auto fields = reader.enter(kSequenceTag);
+        CBlob kept(kIndefiniteSequence, sizeof(kIndefiniteSequence));
+        bool is_unsigned = false;
         while (!reader.ended(fields)) {
-            if (isUnsigned) {
+            if (is_unsigned) {
                 ASN1::failCodec(); // they are the last field
             }
-            isUnsigned = reader.at(context1Byte);
+            is_unsigned = reader.at(kContext1Byte);
             const auto field = reader.element();
-            if (!isUnsigned) {
+            if (!is_unsigned) {
                 kept += CBlob(field.data(), field.size());
             }
         }
         reader.leave(fields);
-        kept += CBlob(endOfContents, sizeof(endOfContents));
+        kept += CBlob(kEndOfContents, sizeof(kEndOfContents));
         return kept;
     });
 }

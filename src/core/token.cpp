@@ -12,14 +12,15 @@
 #include "atl/cert_context.h"
 #include "atl/crypt_msg.h"
 #include "core/signed_message.h"
+#include "sup/error_codes.h"
 
 namespace Halcyon::PKI::TSP {
 
 namespace {
 
-constexpr HRESULT unsupportedKind = hr(0x80070057u);
+constexpr HRESULT kUnsupportedKind = hr(E_INVALIDARG);
 
-std::array<std::uint32_t, 3> accuracyOf(const asn1data::ASN1T_Accuracy& record) {
+std::array<std::uint32_t, 3> accuracy_of(const asn1data::ASN1T_Accuracy& record) {
     return {record.m.secondsPresent ? static_cast<std::uint32_t>(record.seconds) : 0u,
             record.m.millisPresent ? record.millis : 0u,
             record.m.microsPresent ? record.micros : 0u};
@@ -27,7 +28,7 @@ std::array<std::uint32_t, 3> accuracyOf(const asn1data::ASN1T_Accuracy& record) 
 
 // The name as it stands in the token. Kinds that CGeneralName can't hold don't make a token
 // unreadable: the name is a hint, on which no check rests.
-std::optional<ASN1::CGeneralName> readName(const asn1data::ASN1T_TSTInfoRaw& record) {
+std::optional<ASN1::CGeneralName> read_name(const asn1data::ASN1T_TSTInfoRaw& record) {
     if (!record.m.tsaPresent) {
         return std::nullopt;
     }
@@ -35,7 +36,7 @@ std::optional<ASN1::CGeneralName> readName(const asn1data::ASN1T_TSTInfoRaw& rec
     try {
         name.decode(CBlob(record.tsa.data, record.tsa.numocts));
     } catch (const ATL::CAtlException& failure) {
-        if (failure.m_hr != unsupportedKind) {
+        if (failure.m_hr != kUnsupportedKind) {
             throw;
         }
         return std::nullopt;
@@ -51,13 +52,13 @@ struct SignerInfoTraits
 };
 
 // One signer and no more: RFC 3161, 2.4.2, allows no signature but the authority's.
-bool hasOneSigner(HCRYPTMSG message) {
+bool has_one_signer(HCRYPTMSG message) {
     DWORD count = 0;
     DWORD size = sizeof(count);
     return CryptMsgGetParam(message, CMSG_SIGNER_COUNT_PARAM, 0, &count, &size) && count == 1;
 }
 
-ATL2::CCryptMsg openMessage(const CBlob& token) {
+ATL2::CCryptMsg open_message(const CBlob& token) {
     ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
     if (message &&
         !CryptMsgUpdate(message.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
@@ -84,13 +85,13 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
         ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber);
         ASN1::ASN1GeneralizedTime_traits::get(record.genTime, value.genTime);
         if (record.m.accuracyPresent) {
-            value.accuracy = accuracyOf(record.accuracy);
+            value.accuracy = accuracy_of(record.accuracy);
         }
         value.ordering = record.ordering != 0;
         if (record.m.noncePresent) {
             ASN1::ASN1StringToBigInteger(record.nonce, value.nonce.emplace());
         }
-        value.tsa = readName(record);
+        value.tsa = read_name(record);
         if (record.m.extensionsPresent) {
             ASN1::ASN1T_Extensions_traits::get(record.extensions, value.extensions.emplace());
         }
@@ -98,18 +99,18 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
 };
 
 void CToken::decode(const CBlob& der) {
-    const auto parts = readSignedMessage(der);
+    const auto parts = read_signed_message(der);
     Info info;
     ASN1::asn1Decode<TSTInfoTraits>(parts.content, info);
-    ASN1::CSignerInfo signerInfo;
-    ASN1::asn1Decode<SignerInfoTraits>(withoutUnsignedAttributes(parts.signers.front()),
-                                       signerInfo);
+    ASN1::CSignerInfo signer_info;
+    ASN1::asn1Decode<SignerInfoTraits>(without_unsigned_attributes(parts.signers.front()),
+                                       signer_info);
 
     encoded_ = der;
     info_ = std::move(info);
-    signerInfo_ = std::move(signerInfo);
+    signer_info_ = std::move(signer_info);
     certificates_.reset();
-    if (parts.hasCertificates) {
+    if (parts.has_certificates) {
         auto& certificates = certificates_.emplace();
         for (const auto& certificate : parts.certificates) {
             certificates.emplace_back(certificate.data(), certificate.size());
@@ -126,10 +127,10 @@ bool CToken::verify(const CBlob& certificate, HCRYPTMSG message) const {
 bool CToken::verify(const _CERT_CONTEXT* certificate, HCRYPTMSG message) const {
     ATL2::CCryptMsg own;
     if (!message) {
-        own = openMessage(encoded_);
+        own = open_message(encoded_);
         message = own.get();
     }
-    if (!message || !certificate || !hasOneSigner(message)) {
+    if (!message || !certificate || !has_one_signer(message)) {
         return false;
     }
     CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};

@@ -50,7 +50,7 @@ public:
     const char* get_policy() const noexcept { return info_.policy.c_str(); }
     const ASN1::CBigInteger& get_serialNumber() const noexcept { return info_.serialNumber; }
     // The first signer.
-    const ASN1::CSignerInfo& get_signerInfo() const noexcept { return signerInfo_; }
+    const ASN1::CSignerInfo& get_signerInfo() const noexcept { return signer_info_; }
     // Null when absent, or of a kind that CGeneralName can't hold.
     const ASN1::CGeneralName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
     const ASN1::CExtensions* get_extensions() const noexcept {
@@ -89,7 +89,7 @@ private:
 
     CBlob encoded_;
     Info info_;
-    ASN1::CSignerInfo signerInfo_;
+    ASN1::CSignerInfo signer_info_;
     std::optional<CBlobList> certificates_;
 };
 

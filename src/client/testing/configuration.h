@@ -32,7 +32,7 @@ public:
                              << rest << '\n';
         std::rename(fresh.c_str(), path_.c_str());
     }
-    void setRaw(const std::string& text) { std::ofstream(path_) << text; }
+    void set_raw(const std::string& text) { std::ofstream(path_) << text; }
 
     const std::string& folder() const { return folder_; }
 
@@ -57,7 +57,7 @@ private:
 };
 
 // The result code that the call throws, as a bit pattern; 0 if it throws none.
-inline std::uint32_t codeOf(const std::function<void()>& call) {
+inline std::uint32_t code_of(const std::function<void()>& call) {
     try {
         call();
     } catch (const ATL::CAtlException& failure) {

@@ -81,7 +81,7 @@ private:
             const auto end = data.find("\r\n\r\n");
             if (end != std::string::npos) {
                 request.head = data.substr(0, end + 2);
-                const std::size_t length = contentLength(request.head);
+                const std::size_t length = content_length(request.head);
                 if (data.size() >= end + 4 + length) {
                     request.body = data.substr(end + 4, length);
                     break;
@@ -104,7 +104,7 @@ private:
         ::send(connection, text.data(), text.size(), MSG_NOSIGNAL);
     }
 
-    static std::size_t contentLength(const std::string& head) {
+    static std::size_t content_length(const std::string& head) {
         static constexpr char name[] = "\r\nContent-Length:";
         const auto* const place = ::strcasestr(head.c_str(), name);
         return place ? std::stoul(place + sizeof(name) - 1) : 0;
