@@ -71,11 +71,16 @@ CRequest::Impl& CRequest::Impl::operator=(const Impl& source) {
     return *this;
 }
 
+CRequest::Impl::~Impl() {
+    hHash.destroy();
+    own_policy_.reset();
+    provider.release();
+}
+
 void CRequest::Impl::LoadGroupPolicy() {
     if (is_legacy_policy_reading()) {
-        policy = nullptr;
-        own_policy_.reset();
-        own_policy_ = std::make_unique<const CRequestPolicy>();
+        auto fresh = std::make_unique<const CRequestPolicy>(); // may throw: the old one stays then
+        own_policy_ = std::move(fresh);
         policy = own_policy_.get();
     } else {
         policy = shared_policy();

@@ -29,6 +29,8 @@ public:
     Impl();
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl& source);
+    // Releases the hash, then the policy, then the provider that the hash came from.
+    ~Impl();
 
     // Takes the policy in force and resets the two defaults that hang on it. Throws 0x8007045A.
     void LoadGroupPolicy();

@@ -61,13 +61,15 @@ ATL2::CCertContext find_match(const ATL2::CCertStore& store, const ASN1::COtherC
     }
 }
 
-// A lookup's failure is its result. A code that doesn't say so becomes one that does.
+// A lookup's failure is its result. What has no code that says so becomes one that does.
 template <class Lookup>
 HRESULT as_result(Lookup lookup) {
     try {
         return lookup();
     } catch (const ATL::CAtlException& failure) {
         return failure.m_hr < 0 ? failure.m_hr : hr(kResultFailed);
+    } catch (...) {
+        return hr(kResultFailed);
     }
 }
 
