@@ -43,7 +43,7 @@ public:
     void read_status(const CResponse& response);
     void read_token(const CToken& token);
     void compare_with(const CBlob& request_hash, const ASN1::CBigInteger& request_nonce) const;
-    void accept(const CBlob& bytes, std::shared_ptr<const CToken> decoded);
+    void accept(std::shared_ptr<const CToken> decoded);
     HRESULT AppendCertificateValuesToCertificates();
 
     // 0x80004005 if the message is open already. A message that can't be fed stays open.

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "asn1/certificate_value.h"
+#include "asn1/failure.h"
 #include "atl/platform_answer.h"
 #include "basalt10/oid_information.h"
 #include "basalt20/store.h"
@@ -10,6 +11,8 @@
 #include "client/result_codes.h"
 #include "client/stamp_impl.h"
 #include "client/trace.h"
+#include "core/limits.h"
+#include "core/message_bounds.h"
 #include "core/response.h"
 #include "core/token.h"
 #include "sup/error_codes.h"
@@ -38,6 +41,17 @@ unsigned int alg_id_of(const std::string& oid) {
     return algId;
 }
 
+// Whether what stands where an answer has the SEQUENCE of its status is the OBJECT IDENTIFIER of a
+// bare token. Such bytes are no answer, which costs an exception to find out by decoding.
+bool begins_as_token(const CBlob& bytes) {
+    const Element rest(bytes.pbData(), bytes.cbData());
+    if (rest.size() < 2 || rest[0] != kSequenceByte) {
+        return false;
+    }
+    const std::size_t header = rest[1] <= 0x80 ? 2 : 2 + (rest[1] & 0x7Fu);
+    return header < rest.size() && rest[header] == kIdentifierByte;
+}
+
 bool decodes(CResponse& response, const CBlob& bytes) {
     try {
         response.decode(bytes);
@@ -56,18 +70,17 @@ void CStamp::Import(const unsigned char* data, unsigned long size, const CReques
     CBlob bytes(data, size);
     CResponse response;
     std::shared_ptr<const CToken> token;
-    if (decodes(response, bytes)) {
+    if (!begins_as_token(bytes) && decodes(response, bytes)) {
         trace("Import", "Checking status of time-stamp response...\n");
         stamp.read_status(response);
         if (stamp.status <= kLastGranted && response.get_timeStampToken()) {
             token = response.share_token();
-            bytes = token->encode();
         }
     } else {
         trace("Import", "Failed to decode as time-stamp response...\n");
         trace("Import", "Trying to decode as time-stamp token...\n");
         auto bare = std::make_shared<CToken>();
-        bare->decode(bytes);
+        bare->decode(std::move(bytes));
         token = std::move(bare);
     }
     if (token) {
@@ -76,7 +89,7 @@ void CStamp::Import(const unsigned char* data, unsigned long size, const CReques
         if (request) {
             stamp.compare_with(request->impl_->dataHash, request->impl_->nonce);
         }
-        stamp.accept(bytes, std::move(token));
+        stamp.accept(std::move(token));
     }
     trace("Import", "Importing time-stamp... OK\n");
 }
@@ -156,7 +169,7 @@ void CStamp::Impl::read_token(const CToken& source) {
 void CStamp::Impl::read_names(const CToken& source) {
     if (source.get_tsa()) {
         tsaBlob = source.get_tsa()->encode();
-        tsa = source.get_tsa()->toString().c_str();
+        tsa = source.get_tsa()->toString();
     }
     extensions.clear();
     if (source.get_extensions()) {
@@ -189,8 +202,8 @@ void CStamp::Impl::compare_with(const CBlob& request_hash,
     }
 }
 
-void CStamp::Impl::accept(const CBlob& bytes, std::shared_ptr<const CToken> decoded) {
-    token = bytes;
+void CStamp::Impl::accept(std::shared_ptr<const CToken> decoded) {
+    token = decoded->encode();
     decoded_ = std::move(decoded);
     if (const auto result = AppendCertificateValuesToCertificates(); result < 0) {
         ATL::AtlThrowImpl(result);
@@ -211,6 +224,7 @@ HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
         return 0;
     }
     const auto& attributes = *reinterpret_cast<const CRYPT_ATTRIBUTES*>(buffer.GetString());
+    std::size_t count = 0;
     try {
         for (DWORD i = 0; i < attributes.cAttr; ++i) {
             const auto& attribute = attributes.rgAttr[i];
@@ -218,8 +232,13 @@ HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
                 continue;
             }
             for (DWORD j = 0; j < attribute.cValue; ++j) {
+                const CBlob der(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData);
+                count += count_certificate_values({der.pbData(), der.cbData()});
+                if (count > kMaxCertificates) {
+                    ASN1::failCodec();
+                }
                 ASN1::CCertificateValues values;
-                values.decode(CBlob(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData));
+                values.decode(der);
                 for (const auto& certificate : values) {
                     add_certificate(certificate);
                 }

@@ -6,6 +6,7 @@
 #include "asn1/extension_traits.h"
 #include "asn1/traits.h"
 #include "asn1data/pkix_tsp.h"
+#include "core/message_bounds.h"
 
 namespace Halcyon::PKI::TSP {
 
@@ -73,6 +74,7 @@ CBlob CRequest::encode() const {
 }
 
 void CRequest::decode(const CBlob& der) {
+    check_request({der.pbData(), der.cbData()});
     CRequest fresh;
     ASN1::asn1Decode<TimeStampReqTraits>(der, fresh);
     *this = fresh;

@@ -4,13 +4,13 @@
 #include "asn1/algorithm_identifier_traits.h"
 #include "asn1/big_integer_text.h"
 #include "asn1/extension_traits.h"
-#include "asn1/general_name_traits.h"
 #include "asn1/signer_info_traits.h"
 #include "asn1/traits.h"
 #include "asn1data/cryptographic_message_syntax.h"
 #include "asn1data/pkix_tsp.h"
 #include "atl/cert_context.h"
 #include "atl/crypt_msg.h"
+#include "core/message_bounds.h"
 #include "core/signed_message.h"
 #include "sup/error_codes.h"
 
@@ -28,20 +28,18 @@ std::array<std::uint32_t, 3> accuracy_of(const asn1data::ASN1T_Accuracy& record)
 
 // The name as it stands in the token. Kinds that CGeneralName can't hold don't make a token
 // unreadable: the name is a hint, on which no check rests.
-std::optional<ASN1::CGeneralName> read_name(const asn1data::ASN1T_TSTInfoRaw& record) {
+std::optional<TsaName> read_name(const asn1data::ASN1T_TSTInfoRaw& record) {
     if (!record.m.tsaPresent) {
         return std::nullopt;
     }
-    ASN1::CGeneralName name;
     try {
-        name.decode(CBlob(record.tsa.data, record.tsa.numocts));
+        return TsaName(CBlob(record.tsa.data, record.tsa.numocts));
     } catch (const ATL::CAtlException& failure) {
         if (failure.m_hr != kUnsupportedKind) {
             throw;
         }
         return std::nullopt;
     }
-    return name;
 }
 
 struct SignerInfoTraits
@@ -98,15 +96,16 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
     }
 };
 
-void CToken::decode(const CBlob& der) {
+void CToken::decode(CBlob der) {
     const auto parts = read_signed_message(der);
+    check_info({parts.content.pbData(), parts.content.cbData()});
+    check_signer(parts.signers.front());
     Info info;
     ASN1::asn1Decode<TSTInfoTraits>(parts.content, info);
     ASN1::CSignerInfo signer_info;
     ASN1::asn1Decode<SignerInfoTraits>(without_unsigned_attributes(parts.signers.front()),
                                        signer_info);
 
-    encoded_ = der;
     info_ = std::move(info);
     signer_info_ = std::move(signer_info);
     certificates_.reset();
@@ -116,6 +115,7 @@ void CToken::decode(const CBlob& der) {
             certificates.emplace_back(certificate.data(), certificate.size());
         }
     }
+    encoded_ = std::move(der); // last, for the parts lead into it
 }
 
 bool CToken::verify(const CBlob& certificate, HCRYPTMSG message) const {

@@ -11,11 +11,11 @@
 #include "asn1/algorithm_identifier_ex.h"
 #include "asn1/big_integer.h"
 #include "asn1/extensions.h"
-#include "asn1/general_name.h"
 #include "asn1/signer_info.h"
 #include "basalt20/message.h"
 #include "base/blob.h"
 #include "base/date_time.h"
+#include "core/tsa_name.h"
 
 namespace Halcyon::PKI::TSP {
 
@@ -27,8 +27,10 @@ public:
     // Takes a ContentInfo with signed data apart, BER with indefinite lengths included; the type of
     // the content isn't compared with that of a TSTInfo, which is the verifier's part. Throws
     // CAtlException 0x80093101 for anything else: no content, a content that isn't a TSTInfo, no
-    // signer, or one that is named by a key identifier. If it fails the value may be half replaced.
-    void decode(const CBlob& der);
+    // signer, or one that is named by a key identifier; and for what would be read as something
+    // else, or in no bounded room: see message_bounds.h. If it fails the value may be half
+    // replaced.
+    void decode(CBlob der);
     // The bytes that were decoded.
     const CBlob& encode() const noexcept { return encoded_; }
 
@@ -52,7 +54,7 @@ public:
     // The first signer.
     const ASN1::CSignerInfo& get_signerInfo() const noexcept { return signer_info_; }
     // Null when absent, or of a kind that CGeneralName can't hold.
-    const ASN1::CGeneralName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
+    const TsaName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
     const ASN1::CExtensions* get_extensions() const noexcept {
         return info_.extensions ? &*info_.extensions : nullptr;
     }
@@ -83,7 +85,7 @@ private:
         std::optional<std::array<std::uint32_t, 3>> accuracy;
         bool ordering = false;
         std::optional<ASN1::CBigInteger> nonce;
-        std::optional<ASN1::CGeneralName> tsa;
+        std::optional<TsaName> tsa;
         std::optional<ASN1::CExtensions> extensions;
     };
 
