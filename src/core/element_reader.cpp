@@ -9,7 +9,6 @@ namespace Halcyon::PKI::TSP {
 
 namespace {
 
-constexpr unsigned char kConstructedBit = 0x20;
 constexpr unsigned char kLongLength = 0x80;
 
 bool has_whole_arcs(Element contents) {
@@ -75,27 +74,12 @@ Element ElementReader::element() {
     return {data, size};
 }
 
-Element ElementReader::contents(unsigned char tag_byte) {
-    if (!at(tag_byte)) {
-        ASN1::failCodec();
-    }
-    const auto whole = element();
-    if (((whole[0] ^ tag_byte) & kConstructedBit) != 0 || whole.size() < 2) {
-        ASN1::failCodec();
-    }
-    const std::size_t header = whole[1] < kLongLength ? 2 : 2 + (whole[1] & 0x7Fu);
-    if (header > whole.size()) {
-        ASN1::failCodec();
-    }
-    return whole.subspan(header);
-}
-
 Element ElementReader::identifier(unsigned char tag_byte) {
-    const auto arcs = contents(tag_byte);
-    if (!has_whole_arcs(arcs)) {
+    const auto arcs = contents_of(element(), tag_byte);
+    if (!arcs || !has_whole_arcs(*arcs)) {
         ASN1::failCodec();
     }
-    return arcs;
+    return *arcs;
 }
 
 CBlob ElementReader::octets() {
@@ -109,6 +93,17 @@ void ElementReader::check(int status) {
     if (status < 0) {
         ASN1::failCodec();
     }
+}
+
+std::optional<Element> contents_of(Element whole, unsigned char tag_byte) {
+    if (whole.size() < 2 || whole[0] != tag_byte) {
+        return std::nullopt;
+    }
+    const std::size_t header = whole[1] < kLongLength ? 2 : 2 + (whole[1] & 0x7Fu);
+    if (header > whole.size()) {
+        return std::nullopt;
+    }
+    return whole.subspan(header);
 }
 
 } // namespace Halcyon::PKI::TSP

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "asn1/ctxt_handle.h"
@@ -42,8 +43,6 @@ public:
     void skip_if(unsigned char tag_byte);
     // The whole element, tag and length included.
     Element element();
-    // The contents of a primitive element with this tag byte.
-    Element contents(unsigned char tag_byte);
     // An OBJECT IDENTIFIER's contents. One that ends inside an arc, or has an arc of 2^32 or more,
     // is refused: the decoders would make another identifier of it.
     Element identifier() { return identifier(kIdentifierByte); }
@@ -57,5 +56,8 @@ private:
 
     ASN1::ctxt_handle context_;
 };
+
+// The contents of a whole primitive element with this tag byte; nothing for another one.
+std::optional<Element> contents_of(Element whole, unsigned char tag_byte);
 
 } // namespace Halcyon::PKI::TSP

@@ -150,7 +150,13 @@ void check_general_name(ElementReader& reader) {
     }
 }
 
-bool is_utc_time(std::string_view text) {
+// Of the primitive form alone: a TSTInfo is DER.
+bool is_utc_time(Element element) {
+    const auto contents = contents_of(element, kGeneralizedTimeByte);
+    if (!contents) {
+        return false;
+    }
+    const auto text = text_of(*contents);
     constexpr std::size_t kDigits = 14;
     const auto are_digits = [](std::string_view part) {
         return std::all_of(part.begin(), part.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -240,16 +246,14 @@ void check_request(Element request) {
     }
 }
 
-void check_info(Element info) {
+bool check_info(Element info) {
     ElementReader reader(info);
     reader.enter(kSequenceTag);
     reader.skip();
     reader.identifier();
     check_imprint(reader);
     reader.skip();
-    if (!is_utc_time(text_of(reader.contents(kGeneralizedTimeByte)))) {
-        ASN1::failCodec();
-    }
+    const bool is_allowed_time = is_utc_time(reader.element());
     reader.skip_if(kSequenceByte);
     reader.skip_if(kBooleanByte);
     reader.skip_if(kIntegerByte);
@@ -261,6 +265,7 @@ void check_info(Element info) {
     if (reader.at(kContextByte0 + 1)) {
         check_extensions(reader, kContextTag0 + 1);
     }
+    return is_allowed_time;
 }
 
 void check_signer(Element signer) {

@@ -12,9 +12,9 @@ namespace Halcyon::PKI::TSP {
 void check_answer(Element answer);
 // A TimeStampReq.
 void check_request(Element request);
-// A TSTInfo. Its genTime has to be YYYYMMDDhhmmss[.f+]Z (RFC 3161, 2.4.2): the decoder makes a time
-// of other texts, too, and of some of them another one than they say.
-void check_info(Element info);
+// A TSTInfo. True if its genTime is YYYYMMDDhhmmss[.f+]Z (RFC 3161, 2.4.2): the decoder makes a
+// time of other texts, too, and of some of them another one than they say.
+bool check_info(Element info);
 // A SignerInfo.
 void check_signer(Element signer);
 // The number of certificates in a CertificateValues (RFC 5126, 6.3.3).

@@ -20,7 +20,11 @@ constexpr unsigned char kEndOfContents[] = {0, 0};
 // OCTET STRING OPTIONAL }
 CBlob read_content(ElementReader& reader) {
     const auto info = reader.enter(kSequenceTag);
-    reader.identifier();
+    // A type that is none at all is left to the platform to refuse.
+    const auto type = reader.element();
+    if (type[0] == kIdentifierByte) {
+        ElementReader(type).identifier();
+    }
     const auto wrapper = reader.enter(kContextTag0);
     auto content = reader.octets();
     reader.leave(wrapper);

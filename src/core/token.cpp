@@ -19,6 +19,7 @@ namespace Halcyon::PKI::TSP {
 namespace {
 
 constexpr HRESULT kUnsupportedKind = hr(E_INVALIDARG);
+constexpr HRESULT kBadTime = hr(0x80070000u | ERROR_INVALID_TIME);
 
 std::array<std::uint32_t, 3> accuracy_of(const asn1data::ASN1T_Accuracy& record) {
     return {record.m.secondsPresent ? static_cast<std::uint32_t>(record.seconds) : 0u,
@@ -81,6 +82,9 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
                                                     value.hashAlgorithm);
         ASN1::ASN1TDynOctStr_traits::get(record.messageImprint.hashedMessage, value.hashedMessage);
         ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber);
+        if (!value.has_allowed_time) {
+            ATL::AtlThrowImpl(kBadTime);
+        }
         ASN1::ASN1GeneralizedTime_traits::get(record.genTime, value.genTime);
         if (record.m.accuracyPresent) {
             value.accuracy = accuracy_of(record.accuracy);
@@ -98,10 +102,10 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
 
 void CToken::decode(CBlob der) {
     const auto parts = read_signed_message(der);
-    check_info({parts.content.pbData(), parts.content.cbData()});
-    check_signer(parts.signers.front());
     Info info;
+    info.has_allowed_time = check_info({parts.content.pbData(), parts.content.cbData()});
     ASN1::asn1Decode<TSTInfoTraits>(parts.content, info);
+    check_signer(parts.signers.front());
     ASN1::CSignerInfo signer_info;
     ASN1::asn1Decode<SignerInfoTraits>(without_unsigned_attributes(parts.signers.front()),
                                        signer_info);

@@ -28,8 +28,8 @@ public:
     // the content isn't compared with that of a TSTInfo, which is the verifier's part. Throws
     // CAtlException 0x80093101 for anything else: no content, a content that isn't a TSTInfo, no
     // signer, or one that is named by a key identifier; and for what would be read as something
-    // else, or in no bounded room: see message_bounds.h. If it fails the value may be half
-    // replaced.
+    // else, or in no bounded room: see message_bounds.h. Throws 0x8007076D for a genTime that RFC
+    // 3161 doesn't allow. If it fails the value may be half replaced.
     void decode(CBlob der);
     // The bytes that were decoded.
     const CBlob& encode() const noexcept { return encoded_; }
@@ -81,6 +81,7 @@ private:
         ASN1::CAlgorithmIdentifierEx hashAlgorithm;
         CBlob hashedMessage;
         ASN1::CBigInteger serialNumber;
+        bool has_allowed_time = false;
         CDateTime genTime = CDateTime(0L, 0);
         std::optional<std::array<std::uint32_t, 3>> accuracy;
         bool ordering = false;
