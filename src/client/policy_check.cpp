@@ -76,10 +76,10 @@ void CRequest::Impl::CheckPolicies() const {
                       !rules.AllowedPolicyID.Find(ASN1::towstring(policyID.c_str()).c_str()),
                   kResultPolicyIdDenied);
     }
-    const auto hashAlg = ASN1::towstring(dataHashAlgOID.c_str());
-    refuse_if(rules.HashAlgsAllowed.isSet && !rules.HashAlgsAllowed.Find(hashAlg.c_str()),
+    const auto hash_alg = ASN1::towstring(dataHashAlgOID.c_str());
+    refuse_if(rules.HashAlgsAllowed.isSet && !rules.HashAlgsAllowed.Find(hash_alg.c_str()),
               kResultHashAlgDenied);
-    refuse_if(rules.HashAlgsDenied.Find(hashAlg.c_str()), kResultHashAlgDenied);
+    refuse_if(rules.HashAlgsDenied.Find(hash_alg.c_str()), kResultHashAlgDenied);
     refuse_if(useNonce ? rules.DisableNonce.value : rules.RequireNonce.value, kResultNonceDenied);
     check_scheme(rules, httpParams.address, httpParams.authType, kDenyOverHttps, kDenyOverHttp,
                  kResultAuthDenied);

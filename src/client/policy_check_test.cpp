@@ -1,16 +1,11 @@
-#include <string>
 
-#include <gtest/gtest.h>
 
-#include "client/request.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::code_of;
+using namespace testing;
 
 // Nothing listens there: what policy lets pass fails with this code.
 constexpr wchar_t kNowhere[] = L"http://127.0.0.1:1/";
@@ -23,11 +18,11 @@ struct Case {
 };
 
 std::uint32_t judged(const Case& test) {
-    testing::Configuration::instance().set(test.policy);
+    Configuration::instance().set(test.policy);
     CRequest request;
-    const auto digest = testing::sha256("data");
-    request.put_DataHashAlg(testing::kSha256Oid);
-    request.put_DataHash(testing::bytes(digest), digest.size());
+    const auto digest = sha256("data");
+    request.put_DataHashAlg(kSha256Oid);
+    request.put_DataHash(bytes(digest), digest.size());
     request.put_TSAAddress(kNowhere);
     test.change(request);
     return code_of([&] { request.Send(false); });
@@ -60,7 +55,20 @@ TEST(PolicyCheck, RefusesByTheFirstRuleBroken) {
         {"RequireNonce = true", 0xC2100104, [](CRequest& r) { r.put_UseNonce(false); }},
         {"RequireNonce = true\nDisableNonce = true", 0xC2100104},
         {"AllowedTSPs = []\nHashAlgsAllowed = []\nDisableNonce = true", 0xC2100103},
+        // Two rules broken: the first of them in this order.
+        {"AllowedProxies = []\nDisablePolicyID = true", 0xC2100103,
+         [](CRequest& r) { r.put_PolicyID("1.2"); }},
+        {"DisablePolicyID = true\nHashAlgsAllowed = []", 0xC2100111,
+         [](CRequest& r) { r.put_PolicyID("1.2"); }},
+        {"AllowedPolicyID = []\nHashAlgsDenied = ['2.16.840.1.101.3.4.2.1']", 0xC2100111,
+         [](CRequest& r) { r.put_PolicyID("1.2"); }},
         {"HashAlgsAllowed = []\nDisableNonce = true", 0xC2100110},
+        {"HashAlgsDenied = ['2.16.840.1.101.3.4.2.1']\nDisableNonce = true", 0xC2100110},
+        {"DisableNonce = true\nAuthDenyAnonym = true", 0xC2100104},
+        {"AuthDenyAnonym = true\nProxyAuthDenyAnonym = true", 0xC2100101,
+         [](CRequest& r) { r.put_ProxyAddress(L"http://proxy/"); }},
+        {"AuthDenyAnonym = true\nProxyAuthSSLDenyAnonym = true", 0xC2100101,
+         [](CRequest& r) { r.put_ProxyAddress(L"https://proxy/"); }},
     };
     for (const auto& test : cases) {
         EXPECT_EQ(judged(test), test.code) << test.policy;
@@ -78,12 +86,12 @@ TEST(PolicyCheck, DeniesSchemesByTheAddressTheyGoTo) {
         for (const bool ssl : {false, true}) {
             for (const bool proxy : {false, true}) {
                 for (const std::wstring scheme : {L"http://", L"https://", L"HTTP://", L""}) {
-                    testing::Configuration::instance().set(std::string(proxy ? "Proxy" : "") +
-                                                           (ssl ? "AuthSSLDeny" : "AuthDeny") +
-                                                           name + " = true");
+                    Configuration::instance().set(std::string(proxy ? "Proxy" : "") +
+                                                  (ssl ? "AuthSSLDeny" : "AuthDeny") + name +
+                                                  " = true");
                     CRequest request;
-                    const auto digest = testing::sha256("data");
-                    request.put_DataHash(testing::bytes(digest), digest.size());
+                    const auto digest = sha256("data");
+                    request.put_DataHash(bytes(digest), digest.size());
                     const auto address = scheme + L"127.0.0.1:1/";
                     request.put_TSAAddress(proxy ? kNowhere : address.c_str());
                     request.put_ProxyAddress(proxy ? address.c_str() : L"");

@@ -1,16 +1,14 @@
 #include "client/policy_value.h"
 
-#include <gtest/gtest.h>
-
 #include "client/request_policy.h"
-#include "client/testing/configuration.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI {
 namespace {
 
+using namespace TSP::Client::testing;
+
 using TSP::Client::CRequestPolicy;
-using TSP::Client::testing::code_of;
-using TSP::Client::testing::Configuration;
 
 class PolicyValue : public testing::Test {
 protected:

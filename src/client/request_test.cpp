@@ -1,26 +1,19 @@
 #include "client/request.h"
 
 #include <cstdlib>
-#include <memory>
-#include <string>
+#include <cstring>
 
-#include <gtest/gtest.h>
 #include <openssl/crypto.h>
 #include <openssl/ts.h>
 #include <unistd.h>
 
 #include "basalt20/store.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::bytes;
-using testing::code_of;
-using testing::Configuration;
-using testing::sha256;
+using namespace testing;
 
 void set_policy(const std::string& policy) {
     Configuration::instance().set(policy);
@@ -48,6 +41,25 @@ std::string hash_of(const CRequest& request) {
     request.get_DataHash(reinterpret_cast<unsigned char*>(hash.data()), &size);
     hash.resize(size);
     return hash;
+}
+
+// All values, one after the other.
+std::wstring told(const CRequest& request) {
+    const auto wide = [](const char* text) { return std::wstring(text, text + std::strlen(text)); };
+    std::wstring text = wide(request.get_PolicyID()) + L'|' + wide(request.get_DataHashAlgOID());
+    for (const unsigned long number :
+         {0ul + request.get_CertReq(), 0ul + request.get_UseNonce(),
+          0ul + request.get_DataHashAlg(), 0ul + request.get_Flags(),
+          0ul + request.get_TSAAuthType(), 0ul + request.get_ProxyAuthType(),
+          request.get_HTTPStatus()}) {
+        text += L'|' + std::to_wstring(number);
+    }
+    for (const auto* value :
+         {request.get_TSAAddress(), request.get_TSAUserName(), request.get_TSAPassword(),
+          request.get_ProxyAddress(), request.get_ProxyUserName(), request.get_ProxyPassword()}) {
+        text += std::wstring(L"|") + value;
+    }
+    return text;
 }
 
 class Request : public ::testing::Test {
@@ -84,7 +96,7 @@ TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
     ASSERT_NE(nonce, nullptr);
     EXPECT_LE(ASN1_STRING_length(nonce), 8);
     EXPECT_EQ(ASN1_STRING_type(nonce), V_ASN1_INTEGER); // not negative
-    EXPECT_EQ(testing::der(read.get(), &i2d_TS_REQ), encoded);
+    EXPECT_EQ(der(read.get(), &i2d_TS_REQ), encoded);
 }
 
 TEST_F(Request, StaysTheSameUntilAValueChanges) {
@@ -173,6 +185,44 @@ TEST_F(Request, TakesAFinishedRequestOver) {
     EXPECT_EQ(hash_of(copy), sha256("data"));
 }
 
+TEST_F(Request, NothingOfAnEarlierRequestIsLeft) {
+    CRequest source;
+    source.put_DataHashAlg("1.3.14.3.2.26");
+    source.put_CertReq(true);
+    source.put_UseNonce(false);
+    const std::string hash(20, 'h');
+    source.put_DataHash(bytes(hash), hash.size());
+    const auto der = exported(source);
+    CRequest request;
+    give_hash(request);
+    const auto first = exported(request);
+    import(request, der);
+    EXPECT_TRUE(request.get_CertReq());
+    EXPECT_FALSE(request.get_UseNonce());
+    EXPECT_EQ(request.get_DataHashAlg(), 0x8004u);
+    EXPECT_EQ(hash_of(request), hash);
+    EXPECT_EQ(exported(request), der);
+    request.put_DataHashAlg(kSha256Oid);
+    give_hash(request);
+    EXPECT_EQ(hash_of(request), sha256("data"));
+    const auto again = exported(request);
+    EXPECT_NE(again.find(sha256("data")), std::string::npos) << "a new hash is a new request";
+    EXPECT_EQ(again.find(hash), std::string::npos);
+}
+
+TEST_F(Request, RefusesWhatWouldBeReadAsSomethingElse) {
+    const auto imprint = sequence(sequence(oid(kSha256Oid)) + element(4, sha256("data")));
+    const auto code = [&](const std::string& rest) {
+        CRequest request;
+        return code_of([&] { import(request, sequence(integer("\x01") + imprint + rest)); });
+    };
+    const auto arcs = [](const std::string& contents) { return element(6, contents); };
+    EXPECT_EQ(code(arcs(std::string("\x2A\x8F\xFF\xFF\xFF\x7F"))), 0u);
+    EXPECT_EQ(code(arcs(std::string("\x2A\x90\x80\x80\x80\x03"))), 0x80093101u);
+    EXPECT_EQ(code(element(0xA0, repeated(256, extension("1.2", false)))), 0u);
+    EXPECT_EQ(code(element(0xA0, repeated(257, extension("1.2", false)))), 0x80093101u);
+}
+
 TEST_F(Request, FailedImportLeavesTheBytesBehind) {
     CRequest request;
     give_hash(request);
@@ -183,11 +233,10 @@ TEST_F(Request, FailedImportLeavesTheBytesBehind) {
 }
 
 TEST_F(Request, ImportedExtensionsDoNotSurviveAChange) {
-    const auto extension = testing::element(0xA0, testing::extension("1.2.3.5", false));
-    const auto imprint = testing::sequence(testing::sequence(testing::oid(testing::kSha256Oid)) +
-                                           testing::element(4, sha256("data")));
-    const auto with = testing::sequence(testing::integer("\x01") + imprint + extension);
-    const auto without = testing::sequence(testing::integer("\x01") + imprint);
+    const auto extensions = element(0xA0, testing::extension("1.2.3.5", false));
+    const auto imprint = sequence(sequence(oid(kSha256Oid)) + element(4, sha256("data")));
+    const auto with = sequence(integer("\x01") + imprint + extensions);
+    const auto without = sequence(integer("\x01") + imprint);
     CRequest request;
     import(request, with);
     EXPECT_FALSE(request.get_UseNonce());
@@ -199,8 +248,17 @@ TEST_F(Request, ImportedExtensionsDoNotSurviveAChange) {
 
 TEST_F(Request, CopiesRunOnTheirOwn) {
     CRequest request;
+    request.put_CertReq(true);
+    request.put_UseNonce(false);
+    request.put_PolicyID("1.2.9");
     request.put_TSAAddress(L"http://tsa/");
+    request.put_TSAAuthType(AuthNTLM);
+    request.put_TSAUserName(L"user");
+    request.put_TSAPassword(L"secret");
+    request.put_ProxyAddress(L"http://proxy/");
+    request.put_ProxyAuthType(AuthDigest);
     request.put_ProxyUserName(L"me");
+    request.put_ProxyPassword(L"hush");
     request.put_Flags(3);
     feed(request, "da");
     CRequest copy(request);
@@ -208,10 +266,11 @@ TEST_F(Request, CopiesRunOnTheirOwn) {
     feed(copy, "ta");
     EXPECT_EQ(hash_of(copy), sha256("data"));
     EXPECT_EQ(hash_of(request), sha256("day"));
-    EXPECT_STREQ(copy.get_TSAAddress(), L"http://tsa/");
-    EXPECT_STREQ(copy.get_ProxyUserName(), L"me");
-    EXPECT_EQ(copy.get_Flags(), 3u);
+    EXPECT_EQ(told(copy), told(request));
+    copy = CRequest();
+    EXPECT_NE(told(copy), told(request));
     copy = request;
+    EXPECT_EQ(told(copy), told(request));
     EXPECT_EQ(exported(copy), exported(request));
 }
 
@@ -232,6 +291,23 @@ TEST_F(Request, TakesItsDefaultsFromPolicy) {
     EXPECT_EQ(request.get_TSAAuthType(), AuthBasic) << "an address leaves the scheme alone";
     request.put_ProxyAddress(nullptr);
     EXPECT_STREQ(request.get_ProxyAddress(), L"");
+    set_policy("DefaultTSPURL = 'http://tsa/'\nAuthSSLTypeDefault = 1\nAuthTypeDefault = 2\n"
+               "DefaultProxy = 'https://proxy/'\nProxyAuthSSLTypeDefault = 8\n"
+               "ProxyAuthTypeDefault = 16");
+    const CRequest other;
+    EXPECT_EQ(other.get_TSAAuthType(), AuthNTLM);
+    EXPECT_EQ(other.get_ProxyAuthType(), AuthDigest);
+}
+
+TEST_F(Request, PolicyThatCannotBeReadLeavesTheOldOneInForce) {
+    CRequest request;
+    give_hash(request);
+    const CRequest source(request);
+    set_policy("DefaultTSPURL = 3");
+    EXPECT_EQ(code_of([&] { request = source; }), 1629u);
+    set_policy("");
+    request.put_TSAAddress(L"http://127.0.0.1:1/");
+    EXPECT_EQ(code_of([&] { request.Send(false); }), 0x80072EFDu) << "it still has a policy";
 }
 
 TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
@@ -296,8 +372,8 @@ TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
 }
 
 TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
-    const testing::Authority authority;
-    const auto certificate = testing::certificate_of(authority.signer_der());
+    const Authority authority;
+    const auto certificate = certificate_of(authority.signer_der());
     CRequest request;
     request.put_ClientCertificate(certificate.get());
     EXPECT_EQ(request.get_ClientCertificate(), certificate.get());
@@ -307,7 +383,7 @@ TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
     wchar_t container[] = L"container";
     CRYPT_KEY_PROV_INFO key{};
     key.pwszContainerName = container;
-    const auto with_key = testing::certificate_of(authority.signer_der());
+    const auto with_key = certificate_of(authority.signer_der());
     ASSERT_TRUE(
         CertSetCertificateContextProperty(with_key.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
     ASSERT_TRUE(

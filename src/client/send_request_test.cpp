@@ -2,20 +2,16 @@
 // C linkage.
 #include "client/send_request.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <optional>
-#include <string>
+#include <tuple>
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 
 #include "basalt10/provider.h"
 #include "basalt20/network.h"
-#include "client/request.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/loopback_server.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 
@@ -29,6 +25,17 @@ struct FakeAnswer {
 
 std::optional<FakeAnswer> fake_answer;
 bool provider_missing = false;
+std::optional<std::pair<DWORD, DWORD>> layer; // version and build
+
+// What the cached road was asked for; set: asked nothing of the network.
+struct Retrieval {
+    std::wstring url;
+    DWORD flags = 0;
+    DWORD timeout = 0;
+    const FILETIME* resync = nullptr;
+    DWORD count = 1;
+};
+std::optional<Retrieval> retrieval;
 
 template <class Function>
 Function real(const char* name) {
@@ -54,6 +61,36 @@ std::uint64_t SendPKIRequest(LPCWSTR url, LPCWSTR userAgent, LPCWSTR headers, LP
     return fake_answer->status;
 }
 
+BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* size,
+                       DWORD flags) noexcept {
+    if (layer && parameter == PP_VERSION) {
+        std::memcpy(data, &layer->first, sizeof(DWORD));
+        return TRUE;
+    }
+    if (layer && parameter == PP_BUILD_INFORMATION) {
+        std::memcpy(data, &layer->second, sizeof(DWORD));
+        return TRUE;
+    }
+    return real<decltype(&CryptGetProvParam)>("CryptGetProvParam")(context, parameter, data, size,
+                                                                   flags);
+}
+
+BOOL CryptRetrieveObjectByUrlW(LPCWSTR url, LPCSTR type, DWORD flags, DWORD timeout, LPVOID* object,
+                               HANDLE async, void* credentials, LPVOID verify,
+                               PCRYPT_RETRIEVE_AUX_INFO auxiliary) noexcept {
+    if (!retrieval) {
+        return real<decltype(&CryptRetrieveObjectByUrlW)>("CryptRetrieveObjectByUrlW")(
+            url, type, flags, timeout, object, async, credentials, verify, auxiliary);
+    }
+    *retrieval = {url, flags, timeout, auxiliary->pftCacheResync, retrieval->count};
+    auto* const found = static_cast<CRYPT_BLOB_ARRAY*>(
+        std::calloc(1, sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB)));
+    found->cBlob = retrieval->count;
+    found->rgBlob = reinterpret_cast<CRYPT_DATA_BLOB*>(found + 1);
+    *object = found;
+    return TRUE;
+}
+
 BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR provider, DWORD type,
                           DWORD flags) noexcept {
     if (provider_missing && type == PROV_GOST_2012_256) {
@@ -68,9 +105,7 @@ BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR provider
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::bytes;
-using testing::HttpAnswer;
-using testing::HttpRequest;
+using namespace testing;
 
 constexpr wchar_t kOcsp[] = L"Content-type: application/ocsp-request";
 
@@ -89,17 +124,17 @@ struct Sent {
 };
 
 Sent send(WinHTTPParams params, const std::string& text, const wchar_t* headers = nullptr,
-          bool useCache = false, bool cacheOnly = false) {
+          bool useCache = false, bool cacheOnly = false, FILETIME* resync = nullptr) {
     auto body = blob_of(text);
     SetLastError(77);
     const auto answer =
-        SendRequest(&params, L"agent", headers, &body, false, useCache, nullptr, cacheOnly);
+        SendRequest(&params, L"agent", headers, &body, false, useCache, resync, cacheOnly);
     return {text_of(answer), params.httpStatus, GetLastError()};
 }
 
 TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
     int status = 200;
-    testing::LoopbackServer server([&](const HttpRequest& r) {
+    LoopbackServer server([&](const HttpRequest& r) {
         return HttpAnswer{status, "got " + std::to_string(r.body.size())};
     });
     WinHTTPParams params;
@@ -118,8 +153,8 @@ TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
 }
 
 TEST(SendRequest, CacheOnlyNeverGoesByPost) {
-    testing::Configuration::instance().set("");
-    testing::LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "x"}; });
+    Configuration::instance().set("");
+    LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "x"}; });
     WinHTTPParams params;
     params.address = server.url();
     params.httpStatus = 42;
@@ -165,20 +200,20 @@ int old_layer() {
         wrong += send({}, "x").error != error;
     }
     fake_answer = FakeAnswer{404, 0};
-    testing::Configuration::instance().set("");
+    Configuration::instance().set("");
     CRequest request;
     request.put_TSAAddress(L"http://tsa/");
     request.put_DataHash(bytes("x"), 1);
-    return wrong + (testing::code_of([&] { request.Send(false); }) != 0x80072EE7u);
+    return wrong + (code_of([&] { request.Send(false); }) != 0x80072EE7u);
 }
 
 int cached_road() {
-    auto& configuration = testing::Configuration::instance();
+    auto& configuration = Configuration::instance();
     configuration.set("", "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = 3000\n"
                           "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 60\n");
     ::setenv("XDG_CACHE_HOME", configuration.folder().c_str(), 1);
     int status = 200;
-    testing::LoopbackServer server([&](const HttpRequest& r) {
+    LoopbackServer server([&](const HttpRequest& r) {
         return HttpAnswer{status, "answer to " + r.body};
     });
     WinHTTPParams params;
@@ -193,10 +228,61 @@ int cached_road() {
     params.address = L"http://127.0.0.1:1/x";
     const auto lost = send(params, body, kOcsp);
     wrong |= lost.status != 456 || !lost.answer.empty() ? 4 : 0;
-    wrong |= testing::code_of([&] { send(params, "", kOcsp); }) == 0 ? 8 : 0;
+    wrong |= code_of([&] { send(params, "", kOcsp); }) == 0 ? 8 : 0;
     const auto uncached = send(params, body, kOcsp, true, true);
     wrong |= uncached.status == 200 ? 16 : 0;
     return wrong;
+}
+
+// The number of calls whose address, flags or time-out aren't as they have to be.
+int exact_retrievals() {
+    Configuration::instance().set("",
+                                  "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = 0\n"
+                                  "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 1\n");
+    const std::string body = "\xFB\xEF\xBE\xFF?"; // ++++/z8= in Base64
+    WinHTTPParams params;
+    params.address = L"http://ocsp";
+    FILETIME resync{};
+    int wrong = 0;
+    for (const auto& [use, only, flags] :
+         {std::tuple{false, false, 0x100004u}, std::tuple{true, false, 0x100000u},
+          std::tuple{true, true, 0x100002u}, std::tuple{false, true, 0x100006u}}) {
+        retrieval.emplace();
+        const auto sent = send(params, body, kOcsp, use, only, &resync);
+        wrong += sent.status != 200 || retrieval->flags != flags || retrieval->timeout != 0 ||
+                 retrieval->resync != &resync ||
+                 retrieval->url != L"http://ocsp/%2B%2B%2B%2B%2Fz8%3D"
+                                   L"?Content-type: application/ocsp-request";
+    }
+    for (const DWORD count : {0u, 2u}) {
+        retrieval->count = count;
+        wrong += code_of([&] { send(params, body, kOcsp); }) != 0x8007000Du;
+    }
+    retrieval.emplace();
+    auto with_proxy = params;
+    with_proxy.proxyAddress = L"http://proxy";
+    auto with_user = params;
+    with_user.proxyUserName = L"me";
+    for (const auto& posted : {with_proxy, with_user}) {
+        fake_answer = FakeAnswer{200, 0, "posted"};
+        wrong += send(posted, body, kOcsp).answer != "posted" || !retrieval->url.empty();
+    }
+    return wrong;
+}
+
+int default_timeout() {
+    Configuration::instance().set("",
+                                  "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = -7\n"
+                                  "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 1\n");
+    retrieval.emplace();
+    send({}, "x", kOcsp);
+    return retrieval->timeout != 5000;
+}
+
+int layer_tells_errors(DWORD version, DWORD build) {
+    layer = std::pair{version, build};
+    fake_answer = FakeAnswer{404, 1234};
+    return send({}, "x").error == 1234;
 }
 
 TEST(SendRequestDeathTest, OldLayersLastErrorComesFromTheStatus) {
@@ -206,7 +292,19 @@ TEST(SendRequestDeathTest, OldLayersLastErrorComesFromTheStatus) {
 
 TEST(SendRequestDeathTest, OcspGoesByTheCacheWhereThatIsConfigured) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::_Exit(cached_road()), ::testing::ExitedWithCode(0), "");
+    for (const auto road : {&cached_road, &exact_retrievals, &default_timeout}) {
+        EXPECT_EXIT(std::_Exit(road()), ::testing::ExitedWithCode(0), "");
+    }
+}
+
+TEST(SendRequestDeathTest, LayersUpToABuildCountAsOld) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    for (const auto& [version, build, tells] :
+         {std::tuple{0x4FFu, 99999u, 0}, std::tuple{0x500u, 13300u, 0},
+          std::tuple{0x500u, 13301u, 1}, std::tuple{0x501u, 0u, 1}}) {
+        EXPECT_EXIT(std::_Exit(layer_tells_errors(version, build)),
+                    ::testing::ExitedWithCode(tells), "");
+    }
 }
 
 } // namespace

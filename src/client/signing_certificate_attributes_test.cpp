@@ -1,26 +1,21 @@
 #include "client/signing_certificate_attributes.h"
 
-#include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "asn1/certificate_identification.h"
 #include "asn1/other_signing_certificate.h"
 #include "asn1/signing_certificate.h"
 #include "asn1/signing_certificate_v2.h"
 #include "client/signed_attributes.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI {
 namespace {
 
+using namespace TSP::Client::testing;
+
 using ASN1::CAlgorithmIdentifier;
 using ASN1::CAttrValue;
-using TSP::Client::testing::bytes;
-using TSP::Client::testing::code_of;
 
 constexpr char kSha1Oid[] = "1.3.14.3.2.26";
 constexpr char kSha256Oid[] = "2.16.840.1.101.3.4.2.1";
@@ -78,7 +73,7 @@ protected:
         return CheckSignerCertIdEx(list.get(), mine_, required, timestamp);
     }
 
-    TSP::Client::testing::Authority authority_;
+    Authority authority_;
     CBlob mine_ = blob_of(authority_.signer_der());
     CBlob foreign_ = blob_of(authority_.root_der());
 };
@@ -128,6 +123,19 @@ TEST_F(SigningCertificateAttributes, EachHasToNameTheCertificate) {
     EXPECT_FALSE(check(list, true));
     const auto winner = GetSignerCertIdEx(list.get(), true);
     EXPECT_TRUE(ASN1::OtherCertIDMatches(winner, foreign_)) << "the second version counts first";
+    AttributeList with_other;
+    with_other.add(other(mine_));
+    with_other.add(v2(foreign_));
+    EXPECT_FALSE(check(with_other, true));
+    EXPECT_TRUE(ASN1::OtherCertIDMatches(GetSignerCertIdEx(with_other.get(), true), foreign_));
+    AttributeList wrong_other;
+    wrong_other.add(other(foreign_));
+    wrong_other.add(v2(mine_));
+    EXPECT_FALSE(check(wrong_other, true));
+    AttributeList wrong_first;
+    wrong_first.add(v1(foreign_));
+    wrong_first.add(v2(mine_));
+    EXPECT_FALSE(check(wrong_first, true));
 }
 
 TEST_F(SigningCertificateAttributes, OnlyTheFirstCertificateCounts) {

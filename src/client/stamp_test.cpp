@@ -1,20 +1,14 @@
 #include "client/stamp.h"
 
-#include <string>
+#include <cwchar>
 
-#include <gtest/gtest.h>
-
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "basalt20/store.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::Authority;
-using testing::code_of;
-using testing::import;
-using testing::TstInfo;
+using namespace testing;
 
 constexpr std::uint32_t kNoStamp = 0x8007139F;
 
@@ -30,7 +24,7 @@ std::string delivered(const CStamp& stamp, Getter getter) {
 
 class Stamp : public ::testing::Test {
 protected:
-    Stamp() { testing::Configuration::instance().set(""); }
+    Stamp() { Configuration::instance().set(""); }
 
     std::string token(const TstInfo& info = {}) { return authority_.token(info.encode()); }
     CStamp imported(const TstInfo& info) {
@@ -41,6 +35,55 @@ protected:
 
     Authority authority_;
 };
+
+// All that can be asked for; what there isn't as its code.
+std::string told(const CStamp& stamp) {
+    std::string text;
+    const auto tell = [&](const auto& get) {
+        const auto code = code_of([&] { text += get(); });
+        text += (code == 0 ? "" : std::to_string(code)) + '|';
+    };
+    const auto narrow = [](const wchar_t* wide) {
+        return std::string(wide, wide + std::wcslen(wide));
+    };
+    for (const auto getter : {&CStamp::get_DataHash, &CStamp::get_SerialNumber,
+                              &CStamp::get_TSABlob, &CStamp::Export}) {
+        tell([&] { return delivered(stamp, getter); });
+    }
+    tell([&] { return std::to_string(stamp.get_Status()); });
+    tell([&] { return narrow(stamp.get_StatusString()); });
+    tell([&] { return std::to_string(stamp.get_FailInfo()); });
+    tell([&] { return std::to_string(stamp.get_DataHashAlg()); });
+    tell([&] { return std::string(stamp.get_DataHashAlgOID()); });
+    tell([&] { return std::string(stamp.get_PolicyID()); });
+    tell([&] { return std::to_string(stamp.get_Time().ticks()); });
+    tell([&] { return std::to_string(stamp.get_Accuracy()); });
+    tell([&] { return std::to_string(stamp.get_Ordering()); });
+    tell([&] { return std::to_string(stamp.get_HasNonce()); });
+    tell([&] { return narrow(stamp.get_TSA()); });
+    tell([&] { return std::to_string(stamp.get_DefaultAccuracy()); });
+    tell([&] {
+        PCCERT_CONTEXT found = nullptr;
+        int count = 0;
+        while ((found = CertEnumCertificatesInStore(stamp.get_Certificates(), found))) {
+            ++count;
+        }
+        return std::to_string(count);
+    });
+    return text;
+}
+
+TstInfo full() {
+    TstInfo info;
+    info.digest = sha256("other");
+    info.policy = "1.2.5";
+    info.serial = "\x56";
+    info.accuracy = sequence(integer("\x02") + element(0x80, "\x03") + element(0x81, "\x04"));
+    info.ordering = true;
+    info.nonce = std::string("\0\xFF", 2);
+    info.genTime = "20240601120000.25Z";
+    return info;
+}
 
 void expect_no_stamp(CStamp& stamp) {
     unsigned long size = 0;
@@ -79,13 +122,8 @@ TEST_F(Stamp, IsEmptyAtFirstAndAfterAFailedImport) {
 }
 
 TEST_F(Stamp, ReadsEveryFieldOfABareToken) {
-    TstInfo info;
-    info.accuracy = testing::sequence(testing::integer("\x02") + testing::element(0x80, "\x03") +
-                                      testing::element(0x81, "\x04"));
-    info.ordering = true;
-    info.nonce = std::string("\0\xFF", 2);
+    auto info = full();
     info.tsa = authority_.name();
-    info.genTime = "20240601120000.25Z";
     const auto der = token(info);
     CStamp stamp;
     import(stamp, der);
@@ -96,8 +134,8 @@ TEST_F(Stamp, ReadsEveryFieldOfABareToken) {
     EXPECT_EQ(delivered(stamp, &CStamp::get_TSABlob), info.tsa);
     EXPECT_NE(std::wstring(stamp.get_TSA()).find(L"Test Authority"), std::wstring::npos);
     EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu);
-    EXPECT_STREQ(stamp.get_DataHashAlgOID(), testing::kSha256Oid);
-    EXPECT_STREQ(stamp.get_PolicyID(), "1.2.3.4");
+    EXPECT_STREQ(stamp.get_DataHashAlgOID(), kSha256Oid);
+    EXPECT_STREQ(stamp.get_PolicyID(), "1.2.5");
     EXPECT_STREQ(stamp.get_Time().getGeneralizedTime().c_str(), "20240601120000.25Z");
     EXPECT_EQ(stamp.get_Accuracy(), 2003004);
     EXPECT_TRUE(stamp.get_Ordering());
@@ -117,9 +155,7 @@ TEST_F(Stamp, KeepsTheExactBytesOfAnAnswersToken) {
     const auto der = token();
     for (const int status : {0, 1}) {
         CStamp stamp;
-        import(stamp,
-               testing::response(status, der,
-                                 testing::element(0x0C, "one") + testing::element(0x0C, "two")));
+        import(stamp, response(status, der, element(0x0C, "one") + element(0x0C, "two")));
         EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
         EXPECT_STREQ(stamp.get_StatusString(), L"onetwo");
         EXPECT_EQ(delivered(stamp, &CStamp::Export), der);
@@ -129,13 +165,13 @@ TEST_F(Stamp, KeepsTheExactBytesOfAnAnswersToken) {
 TEST_F(Stamp, RefusalHasAStatusAndNoToken) {
     CStamp stamp;
     for (const int status : {2, 3, 5, 6}) {
-        import(stamp, testing::response(status, ""));
+        import(stamp, response(status, ""));
         EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
         expect_no_stamp(stamp);
     }
-    EXPECT_EQ(code_of([&] { import(stamp, testing::response(7, "")); }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { import(stamp, response(7, "")); }), 0x80004005u);
     EXPECT_EQ(code_of([&] { stamp.get_Status(); }), kNoStamp);
-    import(stamp, testing::response(0, ""));
+    import(stamp, response(0, ""));
     EXPECT_EQ(stamp.get_Status(), 0u);
     expect_no_stamp(stamp);
 }
@@ -153,10 +189,10 @@ TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
           Case{1u << 2 | 1u << 5, 0x80090029}}) {
         CStamp stamp;
         unsigned long size = 0;
-        import(stamp, testing::response(2, "", "", testing::fail_info_bits(bits)));
+        import(stamp, response(2, "", "", fail_info_bits(bits)));
         EXPECT_EQ(stamp.get_FailInfo(), bits);
         EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), code) << bits;
-        import(stamp, testing::response(0, der, "", testing::fail_info_bits(bits)));
+        import(stamp, response(0, der, "", fail_info_bits(bits)));
         EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu) << "the token is readable all the same";
         EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), code);
     }
@@ -170,7 +206,7 @@ TEST_F(Stamp, DeliversBySizeAndBuffer) {
     EXPECT_EQ(size, 32u);
     EXPECT_EQ(buffer[0], 0);
     stamp.get_DataHash(buffer, &size);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 32), testing::sha256("data"));
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 32), sha256("data"));
 }
 
 TEST_F(Stamp, UnknownHashAlgorithmFailsTheImport) {
@@ -183,14 +219,13 @@ TEST_F(Stamp, UnknownHashAlgorithmFailsTheImport) {
 
 TEST_F(Stamp, AccuracyWrapsAt32Bits) {
     TstInfo info;
-    info.accuracy = testing::sequence(testing::integer("\x10\xC7")); // 4295 seconds
+    info.accuracy = sequence(integer("\x10\xC7")); // 4295 seconds
     EXPECT_EQ(imported(info).get_Accuracy(), 4295000000l - 4294967296l);
 }
 
 TEST_F(Stamp, UnsupportedKindOfNameIsLeftOut) {
     TstInfo info;
-    using testing::element;
-    info.tsa = element(0xA0, testing::oid("1.2.3") + element(0xA0, element(0x0C, "x")));
+    info.tsa = element(0xA0, oid("1.2.3") + element(0xA0, element(0x0C, "x")));
     EXPECT_STREQ(imported(info).get_TSA(), L"");
 }
 
@@ -200,8 +235,7 @@ TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
         info.genTime = time;
         info.ordering = ordering;
         if (seconds >= 0) {
-            info.accuracy =
-                testing::sequence(testing::integer(std::string(1, static_cast<char>(seconds))));
+            info.accuracy = sequence(integer(std::string(1, static_cast<char>(seconds))));
         }
         if (named) {
             info.tsa = authority_.name();
@@ -234,6 +268,68 @@ TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
     EXPECT_EQ(code_of([&] { empty.Compare(&a); }), kNoStamp);
 }
 
+TEST_F(Stamp, NothingOfAnEarlierImportIsLeft) {
+    auto info = full();
+    info.tsa = authority_.name();
+    const auto texts = element(0x0C, "text");
+    const std::string later[] = {Parts().token(), token(), response(0, token()),
+                                 response(2, "", "", fail_info_bits(4)), response(1, "", texts)};
+    const std::string before[] = {token(info), response(1, token(info), texts),
+                                  response(3, "", texts, fail_info_bits(1))};
+    for (const auto& first : before) {
+        for (const auto& second : later) {
+            CStamp used;
+            import(used, first);
+            used.put_DefaultAccuracy(7);
+            import(used, second);
+            CStamp fresh;
+            import(fresh, second);
+            EXPECT_EQ(told(used), told(fresh));
+        }
+    }
+}
+
+TEST_F(Stamp, CopiesAndAssignmentsTellAllThatTheOriginalTells) {
+    auto info = full();
+    info.tsa = authority_.name();
+    for (const auto& bytes : {token(info), response(1, token(info), element(0x0C, "text")),
+                              response(2, "", element(0x0C, "no"), fail_info_bits(4)),
+                              response(0, token(info), "", fail_info_bits(1))}) {
+        CStamp original;
+        import(original, bytes);
+        original.put_DefaultAccuracy(7);
+        const CStamp copy(original);
+        CStamp assigned;
+        import(assigned, token());
+        assigned = original;
+        EXPECT_EQ(told(copy), told(original));
+        EXPECT_EQ(told(assigned), told(original));
+    }
+}
+
+TEST_F(Stamp, OfAnotherRequestIsNoStamp) {
+    CRequest request;
+    request.put_UseNonce(false);
+    request.put_DataHashAlg(kSha256Oid);
+    auto hash = sha256("data");
+    const auto code = [&](const TstInfo& info) {
+        CStamp stamp;
+        request.put_DataHash(bytes(hash), hash.size());
+        const auto der = token(info);
+        const auto result = code_of([&] { stamp.Import(bytes(der), der.size(), &request); });
+        if (result != 0) {
+            expect_no_stamp(stamp);
+        }
+        return result;
+    };
+    TstInfo info;
+    EXPECT_EQ(code(info), 0u);
+    info.nonce = "\x05";
+    EXPECT_EQ(code(info), 0xC2100120u);
+    hash = sha256("other");
+    EXPECT_EQ(code(info), 0x80091007u) << "the hash first";
+}
+
 TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
     auto original = std::make_unique<CStamp>();
     import(*original, token());
@@ -251,7 +347,7 @@ TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
 
 TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
     const auto der = authority_.token(TstInfo().encode(), {.with_certificates = false});
-    const auto* place = testing::bytes(der);
+    const auto* place = bytes(der);
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
         d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())), &CMS_ContentInfo_free);
     auto* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
@@ -264,12 +360,11 @@ TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
     import(stamp, der);
     EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
     CStamp extended;
-    import(extended, add_values(testing::sequence(authority_.signer_der())));
+    import(extended, add_values(sequence(authority_.signer_der())));
     EXPECT_NE(extended.get_TSACertificate(nullptr, 0), nullptr);
     EXPECT_EQ(extended.Verify(nullptr, nullptr), 0);
     CStamp damaged;
-    EXPECT_EQ(code_of([&] { import(damaged, add_values(testing::sequence("\x04\x00"))); }),
-              0x80093101u);
+    EXPECT_EQ(code_of([&] { import(damaged, add_values(sequence("\x04\x00"))); }), 0x80093101u);
     EXPECT_EQ(damaged.get_DataHashAlg(), 0x800Cu) << "it counts as a stamp all the same";
 }
 
@@ -282,9 +377,22 @@ TEST_F(Stamp, ReusedObjectKeepsTheOpenedMessage) {
     import(stamp, first);
     EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80092004u)
         << "the signed attributes are those of the earlier token";
-    CStamp fresh;
-    import(fresh, first);
-    EXPECT_EQ(fresh.Verify(nullptr, nullptr), 0);
+}
+
+TEST_F(Stamp, EarlierTokenNeverAnswersForALaterOne) {
+    const auto good = token();
+    auto forged = good;
+    forged[forged.find("20240601120000") + 3] = '5';
+    CStamp stamp;
+    import(stamp, good);
+    EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);
+    import(stamp, forged);
+    EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80090006u);
+    import(stamp, good);
+    EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);
+    EXPECT_EQ(code_of([&] { import(stamp, "noise"); }), 0x80093101u);
+    const auto signer = certificate_of(authority_.signer_der());
+    EXPECT_EQ(code_of([&] { stamp.Verify(signer.get(), nullptr); }), 0x80093101u);
 }
 
 } // namespace

@@ -1,27 +1,16 @@
-#include <string>
 
-#include <gtest/gtest.h>
 
 #include "basalt20/store.h"
-#include "client/stamp.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::Authority;
-using testing::certificate_of;
-using testing::code_of;
-using testing::import;
-using testing::Signing;
-using testing::store_with;
-using testing::TstInfo;
+using namespace testing;
 
 class Verification : public ::testing::Test {
 protected:
-    Verification() { testing::Configuration::instance().set(""); }
+    Verification() { Configuration::instance().set(""); }
 
     std::uint32_t verdict(const std::string& der, const char* extensions = nullptr,
                           const _CERT_CONTEXT* hint = nullptr) {
@@ -30,14 +19,14 @@ protected:
         return static_cast<std::uint32_t>(stamp.Verify(hint, extensions));
     }
     std::uint32_t chain_verdict(const Authority& authority, const TstInfo& info) {
-        const testing::Trust trust(authority.root_der());
+        const Trust trust(authority.root_der());
         CStamp stamp;
         import(stamp, authority.token(info.encode()));
         return static_cast<std::uint32_t>(stamp.VerifyCertificate(nullptr, nullptr, 0));
     }
 
     Authority authority_;
-    testing::Trust trust_{authority_.root_der()};
+    Trust trust_{authority_.root_der()};
 };
 
 TEST_F(Verification, ExtensionListNamesWhatIsRefused) {
@@ -47,14 +36,13 @@ TEST_F(Verification, ExtensionListNamesWhatIsRefused) {
         const char* list;
         std::uint32_t code;
     };
-    const auto critical = testing::extension("1.2.3", true);
+    const auto critical = extension("1.2.3", true);
     for (const auto& [extensions, list, code] :
          {Case{"", nullptr, 0}, Case{critical, nullptr, kRefused}, Case{critical, "*", 0},
           Case{critical, "", 0}, Case{critical, "1.2.3", kRefused}, Case{critical, "1.2.4", 0},
           Case{critical, "5.1.2.3;1.2.34", 0}, Case{critical, "1.2.4;1.2.3", kRefused},
-          Case{testing::extension("1.2.3", false), nullptr, 0},
-          Case{testing::extension("1.2.3", false), "1.2.3", 0},
-          Case{testing::extension("1.2.5", false) + critical, nullptr, kRefused}}) {
+          Case{extension("1.2.3", false), nullptr, 0}, Case{extension("1.2.3", false), "1.2.3", 0},
+          Case{extension("1.2.5", false) + critical, nullptr, kRefused}}) {
         TstInfo info;
         info.extensions = extensions;
         EXPECT_EQ(verdict(authority_.token(info.encode()), list), code) << (list ? list : "(null)");
@@ -102,6 +90,9 @@ TEST_F(Verification, FindsTheSignerByEitherKey) {
     EXPECT_EQ(
         std::string(reinterpret_cast<const char*>(found->pbCertEncoded), found->cbCertEncoded),
         authority_.signer_der());
+    EXPECT_EQ(unnamed.get_TSACertificate(nullptr, 0), nullptr)
+        << "the search goes on behind the one that is held, and uses it up";
+    EXPECT_NE(unnamed.get_TSACertificate(nullptr, 0), nullptr);
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.digest = EVP_sha1()})), 0u)
         << "SigningCertificate of the first version";
 }

@@ -36,8 +36,7 @@ void read_each(ElementReader& reader, std::uint32_t tag, std::size_t bound, Read
     reader.leave(list);
 }
 
-// Counts the primitive elements at any depth. What can't be read ends the count: the decoder will
-// refuse it.
+// Counts the elements at any depth. What can't be read ends the count: the decoder will refuse it.
 class ElementCount {
 public:
     explicit ElementCount(Element bytes) : rest_(bytes) {

@@ -15,14 +15,14 @@ namespace Halcyon::PKI::TSP::Client::testing {
 // DER by hand: one element, and the usual ones.
 inline std::string element(int tag, const std::string& content) {
     std::string head(1, static_cast<char>(tag));
-    const auto size = content.size();
-    if (size < 0x80) {
-        head += static_cast<char>(size);
-    } else if (size < 0x100) {
-        head += {'\x81', static_cast<char>(size)};
-    } else {
-        head += {'\x82', static_cast<char>(size >> 8), static_cast<char>(size & 0xFF)};
+    std::string length;
+    for (auto rest = content.size(); rest != 0; rest >>= 8) {
+        length.insert(length.begin(), static_cast<char>(rest & 0xFF));
     }
+    if (content.size() >= 0x80) {
+        head += static_cast<char>(0x80 + length.size());
+    }
+    head += content.empty() ? std::string(1, '\0') : length;
     return head + content;
 }
 
@@ -89,6 +89,46 @@ inline std::string extension(const std::string& type, bool critical) {
     return sequence(oid(type) + (critical ? element(0x01, "\xFF") : "") +
                     element(0x04, element(0x05, "")));
 }
+
+inline std::string repeated(std::size_t count, const std::string& text) {
+    std::string all;
+    all.reserve(count * text.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+inline std::string attribute(const std::string& type, const std::string& values) {
+    return sequence(oid(type) + element(0x31, values));
+}
+
+// A token without a signature, of whatever parts a test wants.
+struct Parts {
+    std::string token() const {
+        const auto algorithm = sequence(oid(kSha256Oid));
+        const auto signer =
+            sequence(integer("\x01") + sequence(sequence("") + integer("\x01")) + algorithm +
+                     (signed_attributes.empty() ? "" : element(0xA0, signed_attributes)) +
+                     sequence(oid("1.2.840.10045.4.3.2")) + element(0x04, "signature") +
+                     (unsigned_attributes.empty() ? "" : element(0xA1, unsigned_attributes)));
+        const auto data = sequence(integer("\x03") + element(0x31, algorithm) +
+                                   sequence(content_type + element(0xA0, element(0x04, info))) +
+                                   (certificates.empty() ? "" : element(0xA0, certificates)) +
+                                   (lists.empty() ? "" : element(0xA1, lists)) +
+                                   element(0x31, repeated(signers, signer)));
+        return sequence(type + element(0xA0, data));
+    }
+
+    std::string info = TstInfo().encode();
+    std::string certificates = {}; // the entries of the set, and so with the others
+    std::string lists = {};
+    std::string signed_attributes = {};
+    std::string unsigned_attributes = {};
+    std::size_t signers = 1;
+    std::string type = oid("1.2.840.113549.1.7.2");
+    std::string content_type = oid(kTstInfoOid);
+};
 
 struct Signing {
     std::string contentType = kTstInfoOid;
