@@ -207,9 +207,10 @@ TEST_F(Exchange, CopyTakesTheStatusButNotTheStamp) {
     LoopbackServer server(genuine());
     auto sent = request(server);
     sent.Send(false);
-    const CRequest copy(sent);
+    CRequest copy(sent);
     EXPECT_EQ(copy.get_HTTPStatus(), 200u);
     EXPECT_EQ(copy.get_Response().cbData(), 0u);
+    EXPECT_EQ(code_of([&] { copy.Send(true); }), 0u) << "the answer is about the copied nonce";
 }
 
 } // namespace

@@ -100,6 +100,9 @@ TEST(StampImport, TakesAsManyOfEachAsTheBoundAndNoMore) {
         EXPECT_EQ(imported(shape.make(shape.bound)), 0u) << shape.name;
         EXPECT_EQ(imported(shape.make(shape.bound + 1)), kRefused) << shape.name;
     }
+    const auto part = sequence(oid("2.5.4.3") + element(0x0C, "x"));
+    EXPECT_EQ(imported(named(repeated(2, element(0x31, repeated(128, part))))), 0u);
+    EXPECT_EQ(imported(named(repeated(2, element(0x31, repeated(129, part))))), kRefused);
     EXPECT_EQ(imported(long_term(2, 256)), 0u);
     EXPECT_EQ(imported(long_term(2, 257)), kRefused) << "they count together";
     for (const auto* type : {"12", "19", "47"}) {

@@ -292,6 +292,7 @@ TEST_F(Stamp, NothingOfAnEarlierImportIsLeft) {
 TEST_F(Stamp, CopiesAndAssignmentsTellAllThatTheOriginalTells) {
     auto info = full();
     info.tsa = authority_.name();
+    info.hash_oid = "2.16.840.1.101.3.4.2.3";
     for (const auto& bytes : {token(info), response(1, token(info), element(0x0C, "text")),
                               response(2, "", element(0x0C, "no"), fail_info_bits(4)),
                               response(0, token(info), "", fail_info_bits(1))}) {
