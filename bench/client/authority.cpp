@@ -14,7 +14,7 @@ namespace bench {
 namespace {
 
 // The platform keeps 512 prepared certificates, and each round brings two.
-std::size_t poolSize = 300;
+std::size_t pool_size = 300;
 
 template <class T>
 std::string der(T* object, int (*write)(const T*, unsigned char**)) {
@@ -26,13 +26,13 @@ std::string der(T* object, int (*write)(const T*, unsigned char**)) {
     return result;
 }
 
-Key makeKey(Authority::Kind kind) {
+Key make_key(Authority::Kind kind) {
     Key key(kind == Authority::Kind::rsa ? EVP_RSA_gen(2048) : EVP_EC_gen("P-256"));
     require(key != nullptr, "key generation");
     return key;
 }
 
-void addName(X509_NAME* name, const char* commonName) {
+void add_name(X509_NAME* name, const char* commonName) {
     auto add = [name](const char* type, const char* text) {
         X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8,
                                    reinterpret_cast<const unsigned char*>(text), -1, -1, 0);
@@ -52,14 +52,14 @@ struct Subject {
 };
 
 // A null `issuer` means a self-signed one.
-Certificate certify(const Subject& subject, X509* issuer, EVP_PKEY* issuerKey,
+Certificate certify(const Subject& subject, X509* issuer, EVP_PKEY* issuer_key,
                     const std::vector<std::pair<int, const char*>>& extensions) {
     Certificate made(X509_new());
     X509_set_version(made.get(), X509_VERSION_3);
     ASN1_INTEGER_set(X509_get_serialNumber(made.get()), subject.serial);
     X509_gmtime_adj(X509_getm_notBefore(made.get()), -86400L);
     X509_gmtime_adj(X509_getm_notAfter(made.get()), 86400L * 3650);
-    addName(X509_get_subject_name(made.get()), subject.name);
+    add_name(X509_get_subject_name(made.get()), subject.name);
     X509_set_issuer_name(made.get(), X509_get_subject_name(issuer ? issuer : made.get()));
     X509_set_pubkey(made.get(), subject.key);
     X509V3_CTX context;
@@ -71,11 +71,11 @@ Certificate certify(const Subject& subject, X509* issuer, EVP_PKEY* issuerKey,
         require(extension != nullptr, "extension");
         X509_add_ext(made.get(), extension.get(), -1);
     }
-    require(X509_sign(made.get(), issuerKey, EVP_sha256()) > 0, "signing");
+    require(X509_sign(made.get(), issuer_key, EVP_sha256()) > 0, "signing");
     return made;
 }
 
-std::vector<std::pair<int, const char*>> authorityExtensions(bool root) {
+std::vector<std::pair<int, const char*>> authority_extensions(bool root) {
     std::vector<std::pair<int, const char*>> list{{NID_basic_constraints, "critical,CA:TRUE"},
                                                   {NID_key_usage, "critical,keyCertSign,cRLSign"},
                                                   {NID_subject_key_identifier, "hash"}};
@@ -108,20 +108,21 @@ struct Authorities {
 } // namespace
 
 Authority::Authority(Kind kind)
-    : rootKey_(makeKey(kind)), authorityKey_(makeKey(kind)), signerKey_(makeKey(kind)) {
+    : root_key_(make_key(kind)), authority_key_(make_key(kind)), signer_key_(make_key(kind)) {
     const char* const name = kind == Kind::rsa ? "Benchmark Root (RSA)" : "Benchmark Root (EC)";
-    root_ = certify({name, 1, rootKey_.get()}, nullptr, rootKey_.get(), authorityExtensions(true));
-    for (std::size_t i = 0; i < poolSize; ++i) {
+    root_ =
+        certify({name, 1, root_key_.get()}, nullptr, root_key_.get(), authority_extensions(true));
+    for (std::size_t i = 0; i < pool_size; ++i) {
         pool_.push_back(issue(static_cast<long>(0x10000 + i)));
     }
 }
 
 Issued Authority::issue(long serial) const {
     Issued issued;
-    issued.authority = certify({"Benchmark Authority", serial, authorityKey_.get()}, root_.get(),
-                               rootKey_.get(), authorityExtensions(false));
-    issued.signer = certify({"Benchmark Time-Stamp Signer", serial, signerKey_.get()},
-                            issued.authority.get(), authorityKey_.get(),
+    issued.authority = certify({"Benchmark Authority", serial, authority_key_.get()}, root_.get(),
+                               root_key_.get(), authority_extensions(false));
+    issued.signer = certify({"Benchmark Time-Stamp Signer", serial, signer_key_.get()},
+                            issued.authority.get(), authority_key_.get(),
                             {{NID_basic_constraints, "critical,CA:FALSE"},
                              {NID_key_usage, "critical,digitalSignature"},
                              {NID_ext_key_usage, "critical,timeStamping"},
@@ -131,26 +132,26 @@ Issued Authority::issue(long serial) const {
     return issued;
 }
 
-std::string Authority::bareResponse() const {
+std::string Authority::bare_response() const {
     return answer(first(), false);
 }
 
-std::string Authority::answer(const Issued& issued, bool withCertificates) const {
+std::string Authority::answer(const Issued& issued, bool with_certificates) const {
     const Owner<TS_RESP_CTX, TS_RESP_CTX_free> context(TS_RESP_CTX_new());
     const Owner<ASN1_OBJECT, ASN1_OBJECT_free> policy(OBJ_txt2obj("1.2.3.4", 1));
     STACK_OF(X509)* const certificates = sk_X509_new_null();
     sk_X509_push(certificates, issued.authority.get());
     TS_RESP_CTX_set_signer_cert(context.get(), issued.signer.get());
-    TS_RESP_CTX_set_signer_key(context.get(), signerKey_.get());
+    TS_RESP_CTX_set_signer_key(context.get(), signer_key_.get());
     TS_RESP_CTX_set_signer_digest(context.get(), EVP_sha256());
     TS_RESP_CTX_set_ess_cert_id_digest(context.get(), EVP_sha256());
     TS_RESP_CTX_set_def_policy(context.get(), policy.get());
-    TS_RESP_CTX_set_certs(context.get(), withCertificates ? certificates : nullptr);
+    TS_RESP_CTX_set_certs(context.get(), with_certificates ? certificates : nullptr);
     TS_RESP_CTX_add_md(context.get(), EVP_sha256());
     TS_RESP_CTX_set_accuracy(context.get(), 1, 500, 0);
     TS_RESP_CTX_add_flags(context.get(), TS_TSA_NAME);
     sk_X509_free(certificates);
-    const auto query = request(withCertificates);
+    const auto query = request(with_certificates);
     const Owner<BIO, BIO_free_all> input(
         BIO_new_mem_buf(query.data(), static_cast<int>(query.size())));
     const Response response(TS_RESP_create_response(context.get(), input.get()));
@@ -164,8 +165,8 @@ const Issued& Authority::next() const {
     return pool_[turn];
 }
 
-void Authority::setPoolSize(std::size_t size) {
-    poolSize = size;
+void Authority::set_pool_size(std::size_t size) {
+    pool_size = size;
 }
 
 const Authority& authority(Authority::Kind kind) {

@@ -45,23 +45,23 @@ public:
     // takes for none to be in a cache any more when its turn comes.
     const Issued& next() const;
     // An answer without certificates to a request that doesn't ask for any.
-    std::string bareResponse() const;
+    std::string bare_response() const;
 
     X509* root() const { return root_.get(); }
-    EVP_PKEY* rootKey() const { return rootKey_.get(); }
-    EVP_PKEY* authorityKey() const { return authorityKey_.get(); }
-    EVP_PKEY* signerKey() const { return signerKey_.get(); }
+    EVP_PKEY* root_key() const { return root_key_.get(); }
+    EVP_PKEY* authority_key() const { return authority_key_.get(); }
+    EVP_PKEY* signer_key() const { return signer_key_.get(); }
 
     // Fewer of the ones that `next` gives: counts of instructions need but a handful.
-    static void setPoolSize(std::size_t size);
+    static void set_pool_size(std::size_t size);
 
 private:
     Issued issue(long serial) const;
-    std::string answer(const Issued& issued, bool withCertificates) const;
+    std::string answer(const Issued& issued, bool with_certificates) const;
 
-    Key rootKey_;
-    Key authorityKey_;
-    Key signerKey_;
+    Key root_key_;
+    Key authority_key_;
+    Key signer_key_;
     Certificate root_;
     std::vector<Issued> pool_;
 };

@@ -13,10 +13,10 @@
 
 namespace bench {
 
-CannedServer::CannedServer(const std::string& body, std::size_t requestSize)
+CannedServer::CannedServer(const std::string& body, std::size_t request_size)
     : answer_("HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\nContent-Length: " +
               std::to_string(body.size()) + "\r\n\r\n" + body),
-      requestSize_(requestSize) {
+      request_size_(request_size) {
     const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -54,7 +54,7 @@ void CannedServer::serve(int connection) const {
         }
         data.append(buffer, static_cast<std::size_t>(got));
         const auto end = data.find("\r\n\r\n");
-        if (end != std::string::npos && data.size() >= end + 4 + requestSize_) {
+        if (end != std::string::npos && data.size() >= end + 4 + request_size_) {
             data.clear();
             ::send(connection, answer_.data(), answer_.size(), MSG_NOSIGNAL);
         }

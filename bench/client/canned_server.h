@@ -8,8 +8,8 @@ namespace bench {
 
 class CannedServer {
 public:
-    // `requestSize` is the size of the one body that is ever posted.
-    CannedServer(const std::string& body, std::size_t requestSize);
+    // `request_size` is the size of the one body that is ever posted.
+    CannedServer(const std::string& body, std::size_t request_size);
 
     const std::string& url() const { return url_; }
 
@@ -18,7 +18,7 @@ private:
     void serve(int connection) const;
 
     std::string answer_;
-    std::size_t requestSize_;
+    std::size_t request_size_;
     std::string url_;
 };
 

@@ -25,7 +25,7 @@ struct Site {
 
     const std::string query = request(certificates);
     const std::string answer = certificates ? authority(Authority::Kind::rsa).first().response
-                                            : authority(Authority::Kind::rsa).bareResponse();
+                                            : authority(Authority::Kind::rsa).bare_response();
     const CannedServer server{answer, query.size()};
 };
 
@@ -67,7 +67,7 @@ std::size_t append(char* data, std::size_t size, std::size_t count, void* target
 
 // The handle is kept, with all its options.
 template <bool certificates>
-const std::string& postByCurl() {
+const std::string& post_by_curl() {
     static const auto& site = Site<certificates>::instance();
     static std::string answer;
     static CURL* const handle = [] {
@@ -92,12 +92,12 @@ const std::string& postByCurl() {
 
 template <bool certificates>
 void curl() {
-    postByCurl<certificates>();
+    post_by_curl<certificates>();
 }
 
 template <bool certificates>
-void curlAndOpenssl() {
-    const auto& answer = postByCurl<certificates>();
+void curl_and_openssl() {
+    const auto& answer = post_by_curl<certificates>();
     const auto* place = bytes(answer);
     const Response response(d2i_TS_RESP(nullptr, &place, static_cast<long>(answer.size())));
     require(response && TS_TST_INFO_get_nonce(TS_RESP_get_tst_info(response.get())), "answer");
@@ -105,14 +105,14 @@ void curlAndOpenssl() {
 
 } // namespace
 
-void addExchangeOperations(Operations& operations) {
+void add_exchange_operations(Operations& operations) {
     operations.push_back({"post", "chronoseal", &post<true>});
     operations.push_back({"post", "libcurl", &curl<true>});
     operations.push_back({"exchange_2_certificates", "chronoseal", &exchange<true>});
-    operations.push_back({"exchange_2_certificates", "openssl", &curlAndOpenssl<true>});
+    operations.push_back({"exchange_2_certificates", "openssl", &curl_and_openssl<true>});
     operations.push_back({"exchange_2_certificates", "libcurl", &curl<true>});
     operations.push_back({"exchange_bare", "chronoseal", &exchange<false>});
-    operations.push_back({"exchange_bare", "openssl", &curlAndOpenssl<false>});
+    operations.push_back({"exchange_bare", "openssl", &curl_and_openssl<false>});
     operations.push_back({"exchange_bare", "libcurl", &curl<false>});
 }
 

@@ -16,13 +16,13 @@ const Authority& rsa() {
     return authority(Authority::Kind::rsa);
 }
 
-const std::string& withCertificates() {
+const std::string& with_certificates() {
     static const std::string& der = rsa().first().response;
     return der;
 }
 
 const std::string& bare() {
-    static const std::string der = rsa().bareResponse();
+    static const std::string der = rsa().bare_response();
     return der;
 }
 
@@ -33,7 +33,7 @@ void import(const std::string& der) {
 }
 
 // The fields that a stamp has, taken out of OpenSSL's records.
-void importWithOpenssl(const std::string& der) {
+void import_with_openssl(const std::string& der) {
     const auto* place = bytes(der);
     const Response response(d2i_TS_RESP(nullptr, &place, static_cast<long>(der.size())));
     require(response != nullptr, "answer");
@@ -47,7 +47,7 @@ void importWithOpenssl(const std::string& der) {
     require(serial && time.tm_year > 100 && TS_TST_INFO_get_accuracy(info), "fields");
 }
 
-void importWithTasn1(const std::string& der) {
+void import_with_tasn1(const std::string& der) {
     const auto response = tasn1::decode("TSP.TimeStampResp", der.data(), der.size());
     const auto content = tasn1::read(response, "timeStampToken.content.encapContentInfo.eContent");
     const auto info = tasn1::decode("TSP.TSTInfo", content.data(), content.size());
@@ -81,24 +81,24 @@ std::size_t walk(const unsigned char* at, const unsigned char* end) {
     return count;
 }
 
-void walkAlone() {
-    const auto& der = withCertificates();
+void walk_alone() {
+    const auto& der = with_certificates();
     require(walk(bytes(der), bytes(der) + der.size()) > 100, "walk");
 }
 
 } // namespace
 
-void addImportOperations(Operations& operations) {
+void add_import_operations(Operations& operations) {
     operations.push_back(
-        {"import_2_certificates", "chronoseal", [] { import(withCertificates()); }});
+        {"import_2_certificates", "chronoseal", [] { import(with_certificates()); }});
     operations.push_back(
-        {"import_2_certificates", "openssl", [] { importWithOpenssl(withCertificates()); }});
+        {"import_2_certificates", "openssl", [] { import_with_openssl(with_certificates()); }});
     operations.push_back(
-        {"import_2_certificates", "libtasn1", [] { importWithTasn1(withCertificates()); }});
-    operations.push_back({"import_2_certificates", "bare_walk", &walkAlone});
+        {"import_2_certificates", "libtasn1", [] { import_with_tasn1(with_certificates()); }});
+    operations.push_back({"import_2_certificates", "bare_walk", &walk_alone});
     operations.push_back({"import_bare", "chronoseal", [] { import(bare()); }});
-    operations.push_back({"import_bare", "openssl", [] { importWithOpenssl(bare()); }});
-    operations.push_back({"import_bare", "libtasn1", [] { importWithTasn1(bare()); }});
+    operations.push_back({"import_bare", "openssl", [] { import_with_openssl(bare()); }});
+    operations.push_back({"import_bare", "libtasn1", [] { import_with_tasn1(bare()); }});
 }
 
 } // namespace bench

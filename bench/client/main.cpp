@@ -30,10 +30,10 @@ namespace {
 
 Operations operations() {
     Operations all;
-    addRequestOperations(all);
-    addImportOperations(all);
-    addVerifyOperations(all);
-    addExchangeOperations(all);
+    add_request_operations(all);
+    add_import_operations(all);
+    add_verify_operations(all);
+    add_exchange_operations(all);
     return all;
 }
 
@@ -62,7 +62,7 @@ private:
 };
 
 // Server and client share a core, so that no figure hangs on where the scheduler puts them.
-void pinToOneCore() {
+void pin_to_one_core() {
     cpu_set_t set;
     CPU_ZERO(&set);
     CPU_SET(static_cast<std::size_t>(std::max(0, ::sched_getcpu())), &set);
@@ -85,7 +85,7 @@ public:
         }
     }
 
-    void printRatios(const Operations& all) const {
+    void print_ratios(const Operations& all) const {
         std::printf("\n%-26s %-12s %12s %10s\n", "work", "library", "least, us", "x ours");
         for (const auto& operation : all) {
             const auto time = times_.find(std::string(operation.work) + '/' + operation.library);
@@ -152,18 +152,18 @@ int measure(int argc, char** argv) {
     }
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.printRatios(all);
+    reporter.print_ratios(all);
     return 0;
 }
 
 int run(int argc, char** argv) {
     const EmptyFolder folder;
-    pinToOneCore();
+    pin_to_one_core();
     if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
         return list();
     }
     if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) {
-        Authority::setPoolSize(16);
+        Authority::set_pool_size(16);
         return repeat(argv[2], std::atoi(argv[3]));
     }
     return measure(argc, argv);

@@ -13,10 +13,10 @@ struct Operation {
 
 using Operations = std::vector<Operation>;
 
-void addRequestOperations(Operations& operations);
-void addImportOperations(Operations& operations);
-void addVerifyOperations(Operations& operations);
-void addExchangeOperations(Operations& operations);
+void add_request_operations(Operations& operations);
+void add_import_operations(Operations& operations);
+void add_verify_operations(Operations& operations);
+void add_exchange_operations(Operations& operations);
 
 // Ends the program where an operation fails: a figure of failed work would be none.
 void require(bool good, const char* what);

@@ -12,7 +12,7 @@ namespace tasn1 {
 
 namespace {
 
-const char definitions[] = R"(TSP { }
+const char kDefinitions[] = R"(TSP { }
 DEFINITIONS IMPLICIT TAGS ::= BEGIN
 AlgorithmIdentifier ::= SEQUENCE {
   algorithm OBJECT IDENTIFIER, parameters ANY DEFINED BY algorithm OPTIONAL }
@@ -77,7 +77,7 @@ asn1_node load() {
     const int descriptor = ::mkstemp(path.data());
     bench::require(descriptor >= 0, "temporary file");
     const bool written =
-        ::write(descriptor, definitions, sizeof(definitions) - 1) == sizeof(definitions) - 1;
+        ::write(descriptor, kDefinitions, sizeof(kDefinitions) - 1) == sizeof(kDefinitions) - 1;
     ::close(descriptor);
     asn1_node tree = nullptr;
     char message[ASN1_MAX_ERROR_DESCRIPTION_SIZE] = "";

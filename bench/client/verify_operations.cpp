@@ -35,7 +35,7 @@ void warm() {
 // The store with the root is kept, as our trust anchors are. Nothing else is, so that cold and warm
 // are one but for what the processor has in its caches.
 template <Kind kind>
-void verifyWithOpenssl(const std::string& der) {
+void verify_with_openssl(const std::string& der) {
     static X509_STORE* const store = [] {
         X509_STORE* const made = X509_STORE_new();
         X509_STORE_add_cert(made, authority(kind).root());
@@ -52,13 +52,13 @@ void verifyWithOpenssl(const std::string& der) {
 }
 
 template <Kind kind>
-void coldWithOpenssl() {
-    verifyWithOpenssl<kind>(authority(kind).next().response);
+void cold_with_openssl() {
+    verify_with_openssl<kind>(authority(kind).next().response);
 }
 
 template <Kind kind>
-void warmWithOpenssl() {
-    verifyWithOpenssl<kind>(authority(kind).first().response);
+void warm_with_openssl() {
+    verify_with_openssl<kind>(authority(kind).first().response);
 }
 
 // A signature by a prepared key, and what it is over.
@@ -85,15 +85,15 @@ std::string taken(unsigned char* data, int size) {
     return result;
 }
 
-Signed prepareCertificate(EVP_PKEY* issuerKey, X509* certificate) {
+Signed prepare_certificate(EVP_PKEY* issuer_key, X509* certificate) {
     const ASN1_BIT_STRING* signature = nullptr;
     X509_get0_signature(&signature, nullptr, certificate);
     unsigned char* data = nullptr;
     const int size = i2d_re_X509_tbs(certificate, &data);
-    return prepare(issuerKey, signature, taken(data, size));
+    return prepare(issuer_key, signature, taken(data, size));
 }
 
-Signed prepareToken(EVP_PKEY* signerKey, const std::string& der) {
+Signed prepare_token(EVP_PKEY* signer_key, const std::string& der) {
     const auto* place = bytes(der);
     const Response response(d2i_TS_RESP(nullptr, &place, static_cast<long>(der.size())));
     auto* const token = TS_RESP_get_token(response.get());
@@ -101,15 +101,15 @@ Signed prepareToken(EVP_PKEY* signerKey, const std::string& der) {
     unsigned char* data = nullptr;
     const int size = ASN1_item_i2d(reinterpret_cast<ASN1_VALUE*>(signer->auth_attr), &data,
                                    ASN1_ITEM_rptr(PKCS7_ATTR_VERIFY));
-    return prepare(signerKey, signer->enc_digest, taken(data, size));
+    return prepare(signer_key, signer->enc_digest, taken(data, size));
 }
 
 struct Bare {
     explicit Bare(const Authority& from) {
         const auto& issued = from.first();
-        parts[0] = prepareToken(from.signerKey(), issued.response);
-        parts[1] = prepareCertificate(from.authorityKey(), issued.signer.get());
-        parts[2] = prepareCertificate(from.rootKey(), issued.authority.get());
+        parts[0] = prepare_token(from.signer_key(), issued.response);
+        parts[1] = prepare_certificate(from.authority_key(), issued.signer.get());
+        parts[2] = prepare_certificate(from.root_key(), issued.authority.get());
     }
 
     Signed parts[3];
@@ -126,7 +126,7 @@ void hashed(const Bare& bare, const std::string& message, unsigned char* out) {
 // The three key operations and five hashes that can't be left out: the content's and the signer's
 // certificate's are the ones beside the three that are signed.
 template <Kind kind>
-void bareKeys() {
+void bare_keys() {
     static const Bare bare(authority(kind));
     unsigned char out[32];
     for (const auto& part : bare.parts) {
@@ -141,17 +141,17 @@ void bareKeys() {
 
 } // namespace
 
-void addVerifyOperations(Operations& operations) {
+void add_verify_operations(Operations& operations) {
     operations.push_back({"verify_rsa_cold", "chronoseal", &cold<Kind::rsa>});
-    operations.push_back({"verify_rsa_cold", "openssl", &coldWithOpenssl<Kind::rsa>});
+    operations.push_back({"verify_rsa_cold", "openssl", &cold_with_openssl<Kind::rsa>});
     operations.push_back({"verify_rsa_warm", "chronoseal", &warm<Kind::rsa>});
-    operations.push_back({"verify_rsa_warm", "openssl", &warmWithOpenssl<Kind::rsa>});
-    operations.push_back({"verify_rsa_warm", "bare_keys", &bareKeys<Kind::rsa>});
+    operations.push_back({"verify_rsa_warm", "openssl", &warm_with_openssl<Kind::rsa>});
+    operations.push_back({"verify_rsa_warm", "bare_keys", &bare_keys<Kind::rsa>});
     operations.push_back({"verify_ec_cold", "chronoseal", &cold<Kind::ec>});
-    operations.push_back({"verify_ec_cold", "openssl", &coldWithOpenssl<Kind::ec>});
+    operations.push_back({"verify_ec_cold", "openssl", &cold_with_openssl<Kind::ec>});
     operations.push_back({"verify_ec_warm", "chronoseal", &warm<Kind::ec>});
-    operations.push_back({"verify_ec_warm", "openssl", &warmWithOpenssl<Kind::ec>});
-    operations.push_back({"verify_ec_warm", "bare_keys", &bareKeys<Kind::ec>});
+    operations.push_back({"verify_ec_warm", "openssl", &warm_with_openssl<Kind::ec>});
+    operations.push_back({"verify_ec_warm", "bare_keys", &bare_keys<Kind::ec>});
 }
 
 } // namespace bench

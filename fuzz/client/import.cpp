@@ -22,11 +22,11 @@
 namespace {
 
 using namespace Halcyon::PKI::TSP::Client;
-using fuzzing::codeOf;
+using fuzzing::code_of;
 using fuzzing::require;
 using Octets = std::vector<unsigned char>;
 
-constexpr std::uint32_t otherNonce = 0xC2100120;
+constexpr std::uint32_t kOtherNonce = 0xC2100120;
 
 template <class T, void (*release)(T*)>
 struct Release {
@@ -59,7 +59,7 @@ struct Fields {
           serial(octets(stamp, &CStamp::get_SerialNumber)),
           tsa(octets(stamp, &CStamp::get_TSABlob)), ticks(stamp.get_Time().ticks()),
           accuracy(stamp.get_Accuracy()), ordering(stamp.get_Ordering()),
-          hasNonce(stamp.get_HasNonce()), algorithm(stamp.get_DataHashAlgOID()),
+          has_nonce(stamp.get_HasNonce()), algorithm(stamp.get_DataHashAlgOID()),
           policy(stamp.get_PolicyID()), name(stamp.get_TSA()) {
         require(stamp.get_DataHashAlg() != 0 && stamp.get_Certificates() != nullptr);
     }
@@ -68,22 +68,22 @@ struct Fields {
     Octets token, hash, serial, tsa;
     std::uint64_t ticks;
     long accuracy;
-    bool ordering, hasNonce;
+    bool ordering, has_nonce;
     std::string algorithm, policy;
     std::wstring name;
 };
 
 // -- OpenSSL's view of a field.
 
-Octets bytesOf(const ASN1_STRING* string) {
+Octets bytes_of(const ASN1_STRING* string) {
     const auto* data = ASN1_STRING_get0_data(string);
     return Octets(data, data + ASN1_STRING_length(string));
 }
 
 // The time in ticks since 1601, fraction cut to microseconds; nothing when the text isn't DER's
 // form, where OpenSSL and this system read what lies between the lines differently.
-std::optional<std::uint64_t> ticksOf(const ASN1_GENERALIZEDTIME* time) {
-    const auto bytes = bytesOf(time);
+std::optional<std::uint64_t> ticks_of(const ASN1_GENERALIZEDTIME* time) {
+    const auto bytes = bytes_of(time);
     const std::string text(bytes.begin(), bytes.end());
     const std::size_t digits = text.find_first_not_of("0123456789");
     tm fields{};
@@ -101,13 +101,13 @@ std::optional<std::uint64_t> ticksOf(const ASN1_GENERALIZEDTIME* time) {
     if (text.substr(at) != "Z" || fields.tm_year < 1601 - 1900) {
         return std::nullopt;
     }
-    constexpr std::int64_t from1601To1970 = 11644473600;
-    const auto seconds = static_cast<std::uint64_t>(timegm(&fields) + from1601To1970);
+    constexpr std::int64_t kFrom1601To1970 = 11644473600;
+    const auto seconds = static_cast<std::uint64_t>(timegm(&fields) + kFrom1601To1970);
     return (seconds * 1000000 + microseconds) * 10;
 }
 
 // A big-endian two's complement.
-Number numberOf(const Octets& bytes) {
+Number number_of(const Octets& bytes) {
     Number number(BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr));
     if (!bytes.empty() && (bytes[0] & 0x80) != 0) {
         const Number span(BN_new());
@@ -118,7 +118,7 @@ Number numberOf(const Octets& bytes) {
 }
 
 // Microseconds in 32 bits; nothing for parts that are no numbers of 32 bits.
-std::optional<long> accuracyOf(const TS_ACCURACY* accuracy) {
+std::optional<long> accuracy_of(const TS_ACCURACY* accuracy) {
     if (accuracy == nullptr) {
         return -1;
     }
@@ -136,31 +136,31 @@ std::optional<long> accuracyOf(const TS_ACCURACY* accuracy) {
     return static_cast<long>(total);
 }
 
-void compareFields(const Fields& ours, TS_TST_INFO* theirs) {
+void compare_fields(const Fields& ours, TS_TST_INFO* theirs) {
     auto* const imprint = TS_TST_INFO_get_msg_imprint(theirs);
     const ASN1_OBJECT* algorithm = nullptr;
     X509_ALGOR_get0(&algorithm, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(imprint));
-    require(fuzzing::isSame(ours.algorithm, algorithm));
-    require(ours.hash == bytesOf(TS_MSG_IMPRINT_get_msg(imprint)));
-    require(fuzzing::isSame(ours.policy, TS_TST_INFO_get_policy_id(theirs)));
+    require(fuzzing::is_same(ours.algorithm, algorithm));
+    require(ours.hash == bytes_of(TS_MSG_IMPRINT_get_msg(imprint)));
+    require(fuzzing::is_same(ours.policy, TS_TST_INFO_get_policy_id(theirs)));
     const Number serial(ASN1_INTEGER_to_BN(TS_TST_INFO_get_serial(theirs), nullptr));
-    require(BN_cmp(numberOf(ours.serial).get(), serial.get()) == 0);
-    if (const auto ticks = ticksOf(TS_TST_INFO_get_time(theirs))) {
+    require(BN_cmp(number_of(ours.serial).get(), serial.get()) == 0);
+    if (const auto ticks = ticks_of(TS_TST_INFO_get_time(theirs))) {
         require(ours.ticks == *ticks);
     }
-    if (const auto accuracy = accuracyOf(TS_TST_INFO_get_accuracy(theirs))) {
+    if (const auto accuracy = accuracy_of(TS_TST_INFO_get_accuracy(theirs))) {
         require(ours.accuracy == *accuracy);
     }
     require(ours.ordering == (TS_TST_INFO_get_ordering(theirs) != 0));
-    require(ours.hasNonce == (TS_TST_INFO_get_nonce(theirs) != nullptr));
+    require(ours.has_nonce == (TS_TST_INFO_get_nonce(theirs) != nullptr));
 }
 
-TheirMessage readMessage(const Octets& token) {
+TheirMessage read_message(const Octets& token) {
     const auto* at = token.data();
     return TheirMessage(d2i_CMS_ContentInfo(nullptr, &at, static_cast<long>(token.size())));
 }
 
-TheirInfo readInfo(CMS_ContentInfo* message) {
+TheirInfo read_info(CMS_ContentInfo* message) {
     auto** const content = CMS_get0_content(message);
     require(content != nullptr && *content != nullptr);
     const auto* at = ASN1_STRING_get0_data(*content);
@@ -169,7 +169,7 @@ TheirInfo readInfo(CMS_ContentInfo* message) {
 
 // The signer's certificate is given along: OpenSSL doesn't look for it in attributes. It also wants
 // the digests of the signers to be announced in front of the content, which isn't looked at here.
-bool verifiesThere(CMS_ContentInfo* message, const Octets& certificate) {
+bool verifies_there(CMS_ContentInfo* message, const Octets& certificate) {
     const auto* at = certificate.data();
     const Certificate signer(d2i_X509(nullptr, &at, static_cast<long>(certificate.size())));
     const Stack signers(sk_X509_new_null());
@@ -188,7 +188,7 @@ bool verifiesThere(CMS_ContentInfo* message, const Octets& certificate) {
     return unannounced;
 }
 
-DWORD signersOf(const Octets& token) {
+DWORD signers_of(const Octets& token) {
     const HCRYPTMSG message = CryptMsgOpenToDecode(0x10001, 0, 0, 0, nullptr, nullptr);
     DWORD count = 0;
     DWORD size = sizeof(count);
@@ -200,21 +200,21 @@ DWORD signersOf(const Octets& token) {
 }
 
 // `signer` is null when the token wasn't found good.
-void compareWithOpenssl(const Fields& fields, const Octets* signer) {
+void compare_with_openssl(const Fields& fields, const Octets* signer) {
     ERR_clear_error();
-    const auto message = readMessage(fields.token);
-    const auto info = message ? readInfo(message.get()) : nullptr;
+    const auto message = read_message(fields.token);
+    const auto info = message ? read_info(message.get()) : nullptr;
     if (!info) {
         // Of several signers the first alone is read here; none of them verifies.
-        require(signersOf(fields.token) > 1 || fuzzing::isNamedReason());
+        require(signers_of(fields.token) > 1 || fuzzing::is_named_reason());
     } else {
-        compareFields(fields, info.get());
-        require(!signer || verifiesThere(message.get(), *signer));
+        compare_fields(fields, info.get());
+        require(!signer || verifies_there(message.get(), *signer));
     }
     ERR_clear_error();
 }
 
-void compareStatus(const CStamp& stamp, const unsigned char* data, std::size_t size) {
+void compare_status(const CStamp& stamp, const unsigned char* data, std::size_t size) {
     const TheirAnswer theirs(d2i_TS_RESP(nullptr, &data, static_cast<long>(size)));
     if (theirs) {
         const auto* status = TS_STATUS_INFO_get0_status(TS_RESP_get_status_info(theirs.get()));
@@ -225,7 +225,7 @@ void compareStatus(const CStamp& stamp, const unsigned char* data, std::size_t s
 
 // -- What has to hold whatever came in.
 
-void importAgain(const CStamp& stamp, const Fields& fields) {
+void import_again(const CStamp& stamp, const Fields& fields) {
     require(Fields(CStamp(stamp)) == fields);
     CStamp again;
     again.Import(fields.token.data(), fields.token.size(), nullptr);
@@ -238,23 +238,23 @@ void importAgain(const CStamp& stamp, const Fields& fields) {
         request.put_DataHashAlg(fields.algorithm.c_str());
         request.put_DataHash(fields.hash.data(), fields.hash.size());
         const auto code =
-            codeOf([&] { again.Import(fields.token.data(), fields.token.size(), &request); });
-        require(code == (fields.hasNonce ? otherNonce : 0));
+            code_of([&] { again.Import(fields.token.data(), fields.token.size(), &request); });
+        require(code == (fields.has_nonce ? kOtherNonce : 0));
     }
 }
 
 // The signer's certificate, if the token is found good in itself.
 std::optional<Octets> judge(const CStamp& stamp) {
     std::optional<Octets> signer;
-    codeOf([&] {
+    code_of([&] {
         if (stamp.Verify(nullptr, "*") == 0) {
             const auto* certificate = stamp.get_TSACertificate(nullptr, 0);
             signer.emplace(certificate->pbCertEncoded,
                            certificate->pbCertEncoded + certificate->cbCertEncoded);
         }
     });
-    codeOf([&] { stamp.Verify(stamp.get_TSACertificate(nullptr, 0), "1.2.3;2.5.29.15"); });
-    codeOf([&] {
+    code_of([&] { stamp.Verify(stamp.get_TSACertificate(nullptr, 0), "1.2.3;2.5.29.15"); });
+    code_of([&] {
         void* stores[] = {nullptr, stamp.get_Certificates()};
         require(stamp.VerifyCertificate(nullptr, stores, 2) != 0);
     });
@@ -266,25 +266,25 @@ std::optional<Octets> judge(const CStamp& stamp) {
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     fuzzing::isolate();
     CStamp stamp;
-    if (codeOf([&] { stamp.Import(data, size, nullptr); }) != 0) {
+    if (code_of([&] { stamp.Import(data, size, nullptr); }) != 0) {
         return 0;
     }
-    const bool isAnswer = codeOf([&] { stamp.get_Status(); }) == 0;
-    if (isAnswer) {
+    const bool is_answer = code_of([&] { stamp.get_Status(); }) == 0;
+    if (is_answer) {
         stamp.get_StatusString();
-        compareStatus(stamp, data, size);
+        compare_status(stamp, data, size);
     }
-    const unsigned int failure = isAnswer ? stamp.get_FailInfo() : 0;
+    const unsigned int failure = is_answer ? stamp.get_FailInfo() : 0;
     unsigned long length = 0;
     if (failure != 0) {
-        require(codeOf([&] { stamp.Export(nullptr, &length); }) != 0);
+        require(code_of([&] { stamp.Export(nullptr, &length); }) != 0);
         return 0;
     }
-    if (codeOf([&] { stamp.Export(nullptr, &length); }) == 0) {
+    if (code_of([&] { stamp.Export(nullptr, &length); }) == 0) {
         const Fields fields(stamp);
-        importAgain(stamp, fields);
+        import_again(stamp, fields);
         const auto signer = judge(stamp);
-        compareWithOpenssl(fields, signer ? &*signer : nullptr);
+        compare_with_openssl(fields, signer ? &*signer : nullptr);
     }
     return 0;
 }

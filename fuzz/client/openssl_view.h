@@ -15,7 +15,7 @@
 
 namespace fuzzing {
 
-inline std::string textOf(const ASN1_OBJECT* object) {
+inline std::string text_of(const ASN1_OBJECT* object) {
     const int size = OBJ_obj2txt(nullptr, 0, object, 1);
     std::string text(static_cast<std::size_t>(std::max(size, 0)) + 1, '\0');
     OBJ_obj2txt(text.data(), static_cast<int>(text.size()), object, 1);
@@ -25,8 +25,8 @@ inline std::string textOf(const ASN1_OBJECT* object) {
 
 // Whether the text is that of the object. Arcs beyond 32 bits lose their high bits here: objects
 // with such arcs aren't compared.
-inline bool isSame(const std::string& text, const ASN1_OBJECT* object) {
-    const std::string theirs = textOf(object);
+inline bool is_same(const std::string& text, const ASN1_OBJECT* object) {
+    const std::string theirs = text_of(object);
     std::istringstream arcs(theirs);
     for (std::string arc; std::getline(arcs, arc, '.');) {
         if (arc.size() >= std::to_string(UINT32_MAX).size()) {
@@ -37,28 +37,28 @@ inline bool isSame(const std::string& text, const ASN1_OBJECT* object) {
 }
 
 // Fields that are kept or passed over here as they came, and that OpenSSL takes apart.
-inline constexpr std::string_view keptFields[] = {"Field=certificates",
-                                                  "Field=crls",
-                                                  "Field=issuer,",
-                                                  "Field=parameter,",
-                                                  "Field=signedAttrs",
-                                                  "Field=unsignedAttrs",
-                                                  "Field=digestAlgorithms",
-                                                  "Field=eContentType",
-                                                  "Field=version, Type=CMS_SignedData",
-                                                  "Field=tsa,"};
+inline constexpr std::string_view kKeptFields[] = {"Field=certificates",
+                                                   "Field=crls",
+                                                   "Field=issuer,",
+                                                   "Field=parameter,",
+                                                   "Field=signedAttrs",
+                                                   "Field=unsignedAttrs",
+                                                   "Field=digestAlgorithms",
+                                                   "Field=eContentType",
+                                                   "Field=version, Type=CMS_SignedData",
+                                                   "Field=tsa,"};
 
 // What OpenSSL wants in all that it reads: integers with contents, these and identifiers in their
 // shortest form, a constructed tag on a SEQUENCE, the end mark of one with indefinite length, and
 // elements that end within the one that they lie in, where here they need only end within the
 // whole.
-inline constexpr int strictnesses[] = {
+inline constexpr int kStrictnesses[] = {
     ASN1_R_ILLEGAL_PADDING, ASN1_R_INVALID_OBJECT_ENCODING,  ASN1_R_NULL_IS_WRONG_LENGTH,
     ASN1_R_HEADER_TOO_LONG, ASN1_R_SEQUENCE_NOT_CONSTRUCTED, ASN1_R_TOO_LONG,
     ASN1_R_MISSING_EOC,     ASN1_R_ILLEGAL_ZERO_CONTENT};
 
 // Whether the errors in OpenSSL's queue name such a reason; tells them otherwise.
-inline bool isNamedReason() {
+inline bool is_named_reason() {
     bool found = false;
     std::string told;
     const char* detail = nullptr;
@@ -66,10 +66,10 @@ inline bool isNamedReason() {
     while (const auto error = ERR_get_error_all(nullptr, nullptr, nullptr, &detail, &flags)) {
         const std::string_view where = (flags & ERR_TXT_STRING) != 0 ? detail : "";
         found = found ||
-                std::any_of(std::begin(keptFields), std::end(keptFields),
+                std::any_of(std::begin(kKeptFields), std::end(kKeptFields),
                             [&](auto field) { return where.find(field) != where.npos; }) ||
-                std::find(std::begin(strictnesses), std::end(strictnesses),
-                          ERR_GET_REASON(error)) != std::end(strictnesses);
+                std::find(std::begin(kStrictnesses), std::end(kStrictnesses),
+                          ERR_GET_REASON(error)) != std::end(kStrictnesses);
         told += std::string("OpenSSL: ") + ERR_reason_error_string(error) + ' ' +
                 std::string(where) + '\n';
     }

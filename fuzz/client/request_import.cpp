@@ -16,7 +16,7 @@
 namespace {
 
 using namespace Halcyon::PKI::TSP::Client;
-using fuzzing::codeOf;
+using fuzzing::code_of;
 using fuzzing::require;
 using Octets = std::vector<unsigned char>;
 
@@ -34,7 +34,7 @@ Octets exported(CRequest& request) {
     return out;
 }
 
-TheirRequest readThere(const Octets& bytes) {
+TheirRequest read_there(const Octets& bytes) {
     const auto* at = bytes.data();
     return TheirRequest(d2i_TS_REQ(nullptr, &at, static_cast<long>(bytes.size())));
 }
@@ -43,14 +43,14 @@ void compare(const CRequest& ours, TS_REQ* theirs) {
     auto* const imprint = TS_REQ_get_msg_imprint(theirs);
     const ASN1_OBJECT* algorithm = nullptr;
     X509_ALGOR_get0(&algorithm, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(imprint));
-    require(fuzzing::isSame(ours.get_DataHashAlgOID(), algorithm));
+    require(fuzzing::is_same(ours.get_DataHashAlgOID(), algorithm));
     auto* const policy = TS_REQ_get_policy_id(theirs);
-    const std::string ourPolicy = ours.get_PolicyID();
-    require(policy != nullptr ? fuzzing::isSame(ourPolicy, policy) : ourPolicy.empty());
+    const std::string our_policy = ours.get_PolicyID();
+    require(policy != nullptr ? fuzzing::is_same(our_policy, policy) : our_policy.empty());
     require(ours.get_UseNonce() == (TS_REQ_get_nonce(theirs) != nullptr));
     require(ours.get_CertReq() == (TS_REQ_get_cert_req(theirs) != 0));
     unsigned long size = 0;
-    if (codeOf([&] { ours.get_DataHash(nullptr, &size); }) == 0) {
+    if (code_of([&] { ours.get_DataHash(nullptr, &size); }) == 0) {
         Octets hash(size + 1);
         ours.get_DataHash(hash.data(), &size);
         hash.resize(size);
@@ -60,14 +60,14 @@ void compare(const CRequest& ours, TS_REQ* theirs) {
     }
 }
 
-void makeAnew(const CRequest& imported) {
+void make_anew(const CRequest& imported) {
     CRequest fresh(imported);
     fresh.put_CertReq(!fresh.get_CertReq());
     Octets bytes;
-    if (codeOf([&] { bytes = exported(fresh); }) != 0) {
+    if (code_of([&] { bytes = exported(fresh); }) != 0) {
         return;
     }
-    const auto theirs = readThere(bytes);
+    const auto theirs = read_there(bytes);
     require(theirs != nullptr);
     compare(fresh, theirs.get());
     CRequest again;
@@ -81,17 +81,17 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     fuzzing::isolate();
     Octets bytes(data, data + size);
     CRequest request;
-    if (codeOf([&] { request.Import(bytes.data(), bytes.size()); }) != 0) {
+    if (code_of([&] { request.Import(bytes.data(), bytes.size()); }) != 0) {
         return 0;
     }
     require(exported(request) == bytes);
     ERR_clear_error();
-    if (const auto theirs = readThere(bytes)) {
+    if (const auto theirs = read_there(bytes)) {
         compare(request, theirs.get());
     } else {
-        require(fuzzing::isNamedReason());
+        require(fuzzing::is_named_reason());
     }
     ERR_clear_error();
-    makeAnew(request);
+    make_anew(request);
     return 0;
 }

@@ -36,7 +36,7 @@ inline void isolate() {
 // The result code that `call` throws; 0 if it throws none. Nothing else may come out of it, and no
 // code that doesn't say "failed".
 template <class Call>
-std::uint32_t codeOf(Call call) {
+std::uint32_t code_of(Call call) {
     try {
         call();
     } catch (const ATL::CAtlException& failure) {

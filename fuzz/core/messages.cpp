@@ -31,7 +31,7 @@ void require(bool holds) {
 }
 
 std::unique_ptr<TS_TST_INFO, Release<TS_TST_INFO, &TS_TST_INFO_free>>
-opensslInfo(const CBlob& bytes) {
+openssl_info(const CBlob& bytes) {
     const auto* place = const_cast<const unsigned char*>(bytes.pbData());
     const std::unique_ptr<CMS_ContentInfo, Release<CMS_ContentInfo, &CMS_ContentInfo_free>> message(
         d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(bytes.cbData())));
@@ -43,12 +43,12 @@ opensslInfo(const CBlob& bytes) {
         return nullptr;
     }
     const auto* inner = ASN1_STRING_get0_data(*content);
-    return decltype(opensslInfo(bytes))(
+    return decltype(openssl_info(bytes))(
         d2i_TS_TST_INFO(nullptr, &inner, ASN1_STRING_length(*content)));
 }
 
-void compareWithOpenssl(const CToken& token) {
-    const auto info = opensslInfo(token.encode());
+void compare_with_openssl(const CToken& token) {
+    const auto info = openssl_info(token.encode());
     if (info) {
         auto* const hash = TS_MSG_IMPRINT_get_msg(TS_TST_INFO_get_msg_imprint(info.get()));
         require(token.get_hashedMessage() ==
@@ -66,17 +66,17 @@ void compareWithOpenssl(const CToken& token) {
     ERR_clear_error();
 }
 
-void readToken(const CBlob& bytes) {
+void read_token(const CBlob& bytes) {
     CToken token;
     token.decode(bytes);
     require(token.encode() == bytes);
-    compareWithOpenssl(token);
+    compare_with_openssl(token);
     if (token.get_certificates() && !token.get_certificates()->empty()) {
         token.verify(token.get_certificates()->front());
     }
 }
 
-void readRequest(const CBlob& bytes) {
+void read_request(const CBlob& bytes) {
     CRequest request;
     request.decode(bytes);
     const auto first = request.encode();
@@ -97,8 +97,8 @@ void attempt(Read read, const CBlob& bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const CBlob bytes(data, size);
-    attempt(&readToken, bytes);
-    attempt(&readRequest, bytes);
+    attempt(&read_token, bytes);
+    attempt(&read_request, bytes);
     attempt([](const CBlob& input) { CResponse().decode(input); }, bytes);
     return 0;
 }

@@ -7,7 +7,7 @@
 #include "asn1/algorithm_identifier_ex.h"
 #include "asn1/big_integer.h"
 #include "asn1/cert_identifier.h"
-#include "basalt20/certificate.h"
+#include "basalt20/surface/certificate.h"
 #include "base/blob.h"
 
 namespace Halcyon::ASN1 {

@@ -9,7 +9,7 @@
 #include "asn1/certificate_identification.h"
 #include "asn1/test_certificate.h"
 #include "basalt10/provider.h"
-#include "basalt20/object_coding.h"
+#include "basalt20/surface/object_coding.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 

@@ -27,9 +27,9 @@ namespace {
 
 // The server to use, or nothing with last error 1260 when policy doesn't allow it. Without any the
 // empty address is left to the transport to refuse.
-std::optional<std::wstring> chooseServer(const wchar_t* url) {
-    wchar_t folderName[] = L"tsppolicy";
-    wchar_t* folder = folderName;
+std::optional<std::wstring> choose_server(const wchar_t* url) {
+    wchar_t folder_name[] = L"tsppolicy";
+    wchar_t* folder = folder_name;
     wchar_t* unused = nullptr;
     support_registry_refresh(); // the policy of this moment
     CGPStrings allowed;
@@ -44,8 +44,8 @@ std::optional<std::wstring> chooseServer(const wchar_t* url) {
     return server;
 }
 
-std::optional<CBlob> encodeRequest(const CRYPT_DATA_BLOB& content,
-                                   const CRYPT_ATTRIBUTES* attributes) {
+std::optional<CBlob> encode_request(const CRYPT_DATA_BLOB& content,
+                                    const CRYPT_ATTRIBUTES* attributes) {
     char algorithm[] = "1.3.6.1.4.1.311.3.2.1";
     char contentType[] = "1.2.840.113549.1.7.1";
     CRYPT_TIME_STAMP_REQUEST_INFO info{};
@@ -68,9 +68,9 @@ std::optional<CBlob> encodeRequest(const CRYPT_DATA_BLOB& content,
 
 // The text keeps the size that the encoder asks for: zeros fill what it doesn't use, and go out
 // with it.
-std::optional<CBlob> base64Body(const CBlob& der) {
+std::optional<CBlob> base64_body(const CBlob& der) {
     if (der.cbData() >= 0x20000000) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(kResultFailed));
     }
     const int size = static_cast<int>(der.cbData());
     int length = ATL::Base64EncodeGetRequiredLength(size, 0);
@@ -96,25 +96,25 @@ std::optional<CBlob> exchange(const std::wstring& server, CBlob& body) {
     }
     if (params.httpStatus != 200) {
         trace("GetMSStamp", "HTTP STATUS: %lu\n", static_cast<unsigned long>(params.httpStatus));
-        SetLastError(resultHttpStatus);
+        SetLastError(kResultHttpStatus);
         return std::nullopt;
     }
     return answer;
 }
 
 // The transport's failures as last errors.
-std::optional<CBlob> exchangeOrLastError(const std::wstring& server, CBlob& body) {
+std::optional<CBlob> exchange_or_last_error(const std::wstring& server, CBlob& body) {
     try {
         return exchange(server, body);
     } catch (const ATL::CAtlException& failure) {
         SetLastError(static_cast<DWORD>(failure.m_hr));
     } catch (...) {
-        SetLastError(resultHttpStatus);
+        SetLastError(kResultHttpStatus);
     }
     return std::nullopt;
 }
 
-_CRYPTOAPI_BLOB* resultRecord(const CBlob& bytes) {
+_CRYPTOAPI_BLOB* result_record(const CBlob& bytes) {
     auto* const record = static_cast<_CRYPTOAPI_BLOB*>(LocalAlloc(0, sizeof(_CRYPTOAPI_BLOB)));
     if (record) {
         record->cbData = static_cast<DWORD>(bytes.cbData());
@@ -130,9 +130,9 @@ _CRYPTOAPI_BLOB* resultRecord(const CBlob& bytes) {
 }
 
 // A policy that can't be read allows nothing.
-std::optional<std::wstring> chooseServerOrLastError(const wchar_t* url) {
+std::optional<std::wstring> choose_server_or_last_error(const wchar_t* url) {
     try {
-        return chooseServer(url);
+        return choose_server(url);
     } catch (const ATL::CAtlException& failure) {
         SetLastError(static_cast<DWORD>(failure.m_hr));
         return std::nullopt;
@@ -141,19 +141,19 @@ std::optional<std::wstring> chooseServerOrLastError(const wchar_t* url) {
 
 _CRYPTOAPI_BLOB* stamp(const CRYPT_DATA_BLOB& content, const wchar_t* url,
                        const CRYPT_ATTRIBUTES* attributes) {
-    const auto server = chooseServerOrLastError(url);
+    const auto server = choose_server_or_last_error(url);
     if (!server) {
         return nullptr;
     }
-    const auto der = encodeRequest(content, attributes);
+    const auto der = encode_request(content, attributes);
     if (!der) {
         return nullptr;
     }
-    auto body = base64Body(*der);
+    auto body = base64_body(*der);
     if (!body) {
         return nullptr;
     }
-    const auto answer = exchangeOrLastError(*server, *body);
+    const auto answer = exchange_or_last_error(*server, *body);
     if (!answer) {
         return nullptr;
     }
@@ -164,7 +164,7 @@ _CRYPTOAPI_BLOB* stamp(const CRYPT_DATA_BLOB& content, const wchar_t* url,
         return nullptr;
     }
     decoded.resize_to(static_cast<unsigned long>(length));
-    return resultRecord(decoded);
+    return result_record(decoded);
 }
 
 } // namespace

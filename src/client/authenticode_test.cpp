@@ -1,30 +1,21 @@
 #include "client/authenticode.h"
 
-#include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "atl/base64.h"
 #include "basalt20/surface/object_coding.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/loopback_server.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 #include "sup/last_error.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::Configuration;
-using testing::HttpAnswer;
-using testing::HttpRequest;
+using namespace testing;
 
 std::string base64(const std::string& text) {
     int length = ATL::Base64EncodeGetRequiredLength(static_cast<int>(text.size()), 0);
     std::string result(static_cast<std::size_t>(length), '\0');
-    ATL::Base64Encode(testing::bytes(text), static_cast<int>(text.size()), result.data(), &length,
-                      0);
+    ATL::Base64Encode(bytes(text), static_cast<int>(text.size()), result.data(), &length, 0);
     result.resize(static_cast<std::size_t>(length));
     return result;
 }
@@ -50,14 +41,9 @@ protected:
 
 TEST_F(Authenticode, PostsPaddedBase64AndDecodesTheAnswer) {
     const std::string answer(100, '\xA5');
-    testing::LoopbackServer server([&](const HttpRequest&) {
-        return HttpAnswer{200, base64(answer)};
-    });
+    LoopbackServer server([&](const HttpRequest&) { return HttpAnswer{200, base64(answer)}; });
     EXPECT_EQ(stamp(server.url().c_str()), answer);
     const auto body = server.requests().at(0).body;
-    using testing::element;
-    using testing::oid;
-    using testing::sequence;
     const auto der =
         sequence(oid("1.3.6.1.4.1.311.3.2.1") +
                  sequence(oid("1.2.840.113549.1.7.1") + element(0xA0, element(0x04, "sig"))));
@@ -69,7 +55,7 @@ TEST_F(Authenticode, PostsPaddedBase64AndDecodesTheAnswer) {
 }
 
 TEST_F(Authenticode, SendsAttributes) {
-    testing::LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "AA=="}; });
+    LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "AA=="}; });
     char type[] = "1.2.3";
     BYTE value[] = {0x05, 0x00};
     CRYPT_ATTR_BLOB values{2, value};
@@ -81,7 +67,7 @@ TEST_F(Authenticode, SendsAttributes) {
 }
 
 TEST_F(Authenticode, PolicyChoosesTheServer) {
-    testing::LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "QQ=="}; });
+    LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "QQ=="}; });
     const auto url = server.url();
     const std::string name(url.begin(), url.end());
     auto& configuration = Configuration::instance();
@@ -101,9 +87,7 @@ TEST_F(Authenticode, PolicyChoosesTheServer) {
 TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
     std::vector<int> statuses{407, 200};
     std::size_t next = 0;
-    testing::LoopbackServer server([&](const HttpRequest&) {
-        return HttpAnswer{statuses[next++], "QQ=="};
-    });
+    LoopbackServer server([&](const HttpRequest&) { return HttpAnswer{statuses[next++], "QQ=="}; });
     EXPECT_EQ(stamp(server.url().c_str()), "A");
     statuses = {407, 407};
     next = 0;
@@ -113,7 +97,7 @@ TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
 
 TEST_F(Authenticode, TellsFailuresByTheLastError) {
     HttpAnswer answer{500, "QQ=="};
-    testing::LoopbackServer server([&](const HttpRequest&) { return answer; });
+    LoopbackServer server([&](const HttpRequest&) { return answer; });
     EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u));
     answer = {200, "Q\r\nQ=="};
     EXPECT_EQ(stamp(server.url().c_str()), "A");

@@ -12,8 +12,8 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr DWORD firstGoodVersion = 0x500;
-constexpr DWORD lastSilentBuild = 13300;
+constexpr DWORD kFirstGoodVersion = 0x500;
+constexpr DWORD kLastSilentBuild = 13300;
 
 pthread_once_t onceCspVersion = PTHREAD_ONCE_INIT;
 DWORD g_dwCspVersion = 0;
@@ -40,10 +40,10 @@ extern "C" void SetCspVersion() {
 
 } // namespace
 
-bool isOldCryptoLayer() noexcept {
+bool is_old_crypto_layer() noexcept {
     pthread_once(&onceCspVersion, &SetCspVersion);
-    return g_dwCspVersion < firstGoodVersion ||
-           (g_dwCspVersion == firstGoodVersion && g_dwCspBuild <= lastSilentBuild);
+    return g_dwCspVersion < kFirstGoodVersion ||
+           (g_dwCspVersion == kFirstGoodVersion && g_dwCspBuild <= kLastSilentBuild);
 }
 
 } // namespace Halcyon::PKI::TSP::Client

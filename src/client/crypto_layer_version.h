@@ -5,6 +5,6 @@ namespace Halcyon::PKI::TSP::Client {
 
 // True for a layer below version 5.0 build 13301, and where none can be asked. Read once for the
 // process; any thread may ask.
-bool isOldCryptoLayer() noexcept;
+bool is_old_crypto_layer() noexcept;
 
 } // namespace Halcyon::PKI::TSP::Client

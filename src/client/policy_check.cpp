@@ -17,34 +17,35 @@ using Switch = CGPBool CRequestPolicy::*;
 // In the order of anonymous, basic, digest, NTLM and negotiate.
 using DenySwitches = std::array<Switch, 5>;
 
-constexpr std::array<enumAuthTypes, 5> schemes{AuthAnonymous, AuthBasic, AuthDigest, AuthNTLM,
-                                               AuthNegotiate};
+constexpr std::array<enumAuthTypes, 5> kSchemes{AuthAnonymous, AuthBasic, AuthDigest, AuthNTLM,
+                                                AuthNegotiate};
 
-constexpr DenySwitches denyOverHttps{
+constexpr DenySwitches kDenyOverHttps{
     &CRequestPolicy::AuthSSLDenyAnonym, &CRequestPolicy::AuthSSLDenyBasic,
     &CRequestPolicy::AuthSSLDenyDigest, &CRequestPolicy::AuthSSLDenyNTLM,
     &CRequestPolicy::AuthSSLDenyNegotiate};
-constexpr DenySwitches denyOverHttp{&CRequestPolicy::AuthDenyAnonym, &CRequestPolicy::AuthDenyBasic,
-                                    &CRequestPolicy::AuthDenyDigest, &CRequestPolicy::AuthDenyNTLM,
-                                    &CRequestPolicy::AuthDenyNegotiate};
-constexpr DenySwitches denyProxyOverHttps{
+constexpr DenySwitches kDenyOverHttp{&CRequestPolicy::AuthDenyAnonym,
+                                     &CRequestPolicy::AuthDenyBasic,
+                                     &CRequestPolicy::AuthDenyDigest, &CRequestPolicy::AuthDenyNTLM,
+                                     &CRequestPolicy::AuthDenyNegotiate};
+constexpr DenySwitches kDenyProxyOverHttps{
     &CRequestPolicy::ProxyAuthSSLDenyAnonym, &CRequestPolicy::ProxyAuthSSLDenyBasic,
     &CRequestPolicy::ProxyAuthSSLDenyDigest, &CRequestPolicy::ProxyAuthSSLDenyNTLM,
     &CRequestPolicy::ProxyAuthSSLDenyNegotiate};
-constexpr DenySwitches denyProxyOverHttp{
+constexpr DenySwitches kDenyProxyOverHttp{
     &CRequestPolicy::ProxyAuthDenyAnonym, &CRequestPolicy::ProxyAuthDenyBasic,
     &CRequestPolicy::ProxyAuthDenyDigest, &CRequestPolicy::ProxyAuthDenyNTLM,
     &CRequestPolicy::ProxyAuthDenyNegotiate};
 
-void refuseIf(bool broken, ResultCode code) {
+void refuse_if(bool broken, ResultCode code) {
     if (broken) {
         ATL::AtlThrowImpl(hr(code));
     }
 }
 
-bool isDenied(const CRequestPolicy& policy, const DenySwitches& switches, std::int64_t scheme) {
-    for (std::size_t i = 0; i < schemes.size(); ++i) {
-        if ((policy.*switches[i]).value && scheme == schemes[i]) {
+bool is_denied(const CRequestPolicy& policy, const DenySwitches& switches, std::int64_t scheme) {
+    for (std::size_t i = 0; i < kSchemes.size(); ++i) {
+        if ((policy.*switches[i]).value && scheme == kSchemes[i]) {
             return true;
         }
     }
@@ -52,10 +53,10 @@ bool isDenied(const CRequestPolicy& policy, const DenySwitches& switches, std::i
 }
 
 // An address of neither scheme, in lower case, is under no switch.
-void checkScheme(const CRequestPolicy& policy, const std::wstring& address, std::int64_t scheme,
-                 const DenySwitches& overHttps, const DenySwitches& overHttp, ResultCode code) {
-    refuseIf(address.starts_with(L"https://") && isDenied(policy, overHttps, scheme), code);
-    refuseIf(address.starts_with(L"http://") && isDenied(policy, overHttp, scheme), code);
+void check_scheme(const CRequestPolicy& policy, const std::wstring& address, std::int64_t scheme,
+                  const DenySwitches& over_https, const DenySwitches& over_http, ResultCode code) {
+    refuse_if(address.starts_with(L"https://") && is_denied(policy, over_https, scheme), code);
+    refuse_if(address.starts_with(L"http://") && is_denied(policy, over_http, scheme), code);
 }
 
 } // namespace
@@ -63,27 +64,27 @@ void checkScheme(const CRequestPolicy& policy, const std::wstring& address, std:
 void CRequest::Impl::CheckPolicies() const {
     const auto& rules = *policy;
     trace("CheckPolicies", "Checking policies...\n");
-    refuseIf(rules.AllowedTSPs.isSet && !rules.AllowedTSPs.Find(httpParams.address.c_str()),
-             resultAddressDenied);
+    refuse_if(rules.AllowedTSPs.isSet && !rules.AllowedTSPs.Find(httpParams.address.c_str()),
+              kResultAddressDenied);
     // No proxy is the empty address, which such a list has to name as well.
-    refuseIf(rules.AllowedProxies.isSet &&
-                 !rules.AllowedProxies.Find(httpParams.proxyAddress.c_str()),
-             resultAddressDenied);
+    refuse_if(rules.AllowedProxies.isSet &&
+                  !rules.AllowedProxies.Find(httpParams.proxyAddress.c_str()),
+              kResultAddressDenied);
     if (!policyID.empty()) {
-        refuseIf(rules.DisablePolicyID.value, resultPolicyIdDenied);
-        refuseIf(rules.AllowedPolicyID.isSet &&
-                     !rules.AllowedPolicyID.Find(ASN1::towstring(policyID.c_str()).c_str()),
-                 resultPolicyIdDenied);
+        refuse_if(rules.DisablePolicyID.value, kResultPolicyIdDenied);
+        refuse_if(rules.AllowedPolicyID.isSet &&
+                      !rules.AllowedPolicyID.Find(ASN1::towstring(policyID.c_str()).c_str()),
+                  kResultPolicyIdDenied);
     }
-    const auto hashAlg = ASN1::towstring(dataHashAlgOID.c_str());
-    refuseIf(rules.HashAlgsAllowed.isSet && !rules.HashAlgsAllowed.Find(hashAlg.c_str()),
-             resultHashAlgDenied);
-    refuseIf(rules.HashAlgsDenied.Find(hashAlg.c_str()), resultHashAlgDenied);
-    refuseIf(useNonce ? rules.DisableNonce.value : rules.RequireNonce.value, resultNonceDenied);
-    checkScheme(rules, httpParams.address, httpParams.authType, denyOverHttps, denyOverHttp,
-                resultAuthDenied);
-    checkScheme(rules, httpParams.proxyAddress, httpParams.proxyAuthType, denyProxyOverHttps,
-                denyProxyOverHttp, resultProxyAuthDenied);
+    const auto hash_alg = ASN1::towstring(dataHashAlgOID.c_str());
+    refuse_if(rules.HashAlgsAllowed.isSet && !rules.HashAlgsAllowed.Find(hash_alg.c_str()),
+              kResultHashAlgDenied);
+    refuse_if(rules.HashAlgsDenied.Find(hash_alg.c_str()), kResultHashAlgDenied);
+    refuse_if(useNonce ? rules.DisableNonce.value : rules.RequireNonce.value, kResultNonceDenied);
+    check_scheme(rules, httpParams.address, httpParams.authType, kDenyOverHttps, kDenyOverHttp,
+                 kResultAuthDenied);
+    check_scheme(rules, httpParams.proxyAddress, httpParams.proxyAuthType, kDenyProxyOverHttps,
+                 kDenyProxyOverHttp, kResultProxyAuthDenied);
     trace("CheckPolicies", "Checking policies... OK.\n");
 }
 

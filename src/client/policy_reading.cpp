@@ -20,8 +20,8 @@ CRequestPolicyHolder PolicySingleton;
 
 extern "C" void SetPolicyReading() {
     try {
-        wchar_t folderName[] = L"tsppolicy";
-        wchar_t* folder = folderName;
+        wchar_t folder_name[] = L"tsppolicy";
+        wchar_t* folder = folder_name;
         wchar_t* unused = nullptr;
         CGPBool legacy;
         legacy.Load(unused, folder, L"LegacyPolicyReading", false);
@@ -41,12 +41,12 @@ extern "C" void SetPolicySingleton() {
 
 } // namespace
 
-bool isLegacyPolicyReading() noexcept {
+bool is_legacy_policy_reading() noexcept {
     pthread_once(&oncePolicyReading, &SetPolicyReading);
     return bLegacyPolicyReading;
 }
 
-const CRequestPolicy* sharedPolicy() noexcept {
+const CRequestPolicy* shared_policy() noexcept {
     if (pthread_once(&oncePolicySingleton, &SetPolicySingleton) != 0) {
         return nullptr;
     }

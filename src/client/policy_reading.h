@@ -7,10 +7,10 @@
 namespace Halcyon::PKI::TSP::Client {
 
 // True when each request reads a policy of its own. A key that can't be read counts as false.
-bool isLegacyPolicyReading() noexcept;
+bool is_legacy_policy_reading() noexcept;
 
 // The policy that all requests of the process share, read at the first call and destroyed at exit.
 // Null, for the life of the process, if that reading failed.
-const CRequestPolicy* sharedPolicy() noexcept;
+const CRequestPolicy* shared_policy() noexcept;
 
 } // namespace Halcyon::PKI::TSP::Client

@@ -17,16 +17,16 @@ namespace {
 using Path = std::array<char, 100>;
 
 // Policy values carry the last error as it stands, without the mapping of other failures.
-[[noreturn]] void throwRawLastError() {
+[[noreturn]] void throw_raw_last_error() {
     ATL::AtlThrowImpl(static_cast<int>(GetLastError()));
 }
 
-Path pathOf(const wchar_t* folder, const wchar_t* name) {
+Path path_of(const wchar_t* folder, const wchar_t* name) {
     const std::wstring wide = std::wstring(L"\\config\\cades\\") + folder + L'\\' + name;
     Path path{};
     if (WideCharToMultiByte(CP_ACP, 0, wide.c_str(), -1, path.data(), static_cast<int>(path.size()),
                             nullptr, nullptr) == 0) {
-        throwRawLastError();
+        throw_raw_last_error();
     }
     trace("Load", "Loading policy \"%s\" ...\n", path.data());
     return path;
@@ -35,11 +35,11 @@ Path pathOf(const wchar_t* folder, const wchar_t* name) {
 std::string utf8(const wchar_t* text) {
     const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
     if (size == 0) {
-        throwRawLastError();
+        throw_raw_last_error();
     }
     std::string narrow(static_cast<std::size_t>(size), '\0');
     if (WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), size, nullptr, nullptr) == 0) {
-        throwRawLastError();
+        throw_raw_last_error();
     }
     return narrow;
 }
@@ -49,11 +49,11 @@ std::wstring widen(const std::vector<char>& narrow) {
     const int length = static_cast<int>(narrow.size());
     const int size = MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, nullptr, 0);
     if (size == 0) {
-        throwRawLastError();
+        throw_raw_last_error();
     }
     std::wstring wide(static_cast<std::size_t>(size), L'\0');
     if (MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, wide.data(), size) == 0) {
-        throwRawLastError();
+        throw_raw_last_error();
     }
     return wide;
 }
@@ -61,10 +61,11 @@ std::wstring widen(const std::vector<char>& narrow) {
 using Read = int (*)(const char*, std::size_t*, char*) noexcept;
 
 // The value of `size` bytes with the end mark behind it.
-std::vector<char> readText(Read read, const Path& path, std::size_t size, const char* failureText) {
+std::vector<char> read_text(Read read, const Path& path, std::size_t size,
+                            const char* failure_text) {
     std::vector<char> text(size + 1, '\0');
     if (const int result = read(path.data(), &size, text.data()); result != 0) {
-        trace("Load", failureText, path.data());
+        trace("Load", failure_text, path.data());
         ATL::AtlThrowImpl(result);
     }
     return text;
@@ -84,7 +85,7 @@ std::wstring normalized(const std::wstring& entry) {
 } // namespace
 
 void CGPBool::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name, bool defaultValue) {
-    const auto path = pathOf(folder, name);
+    const auto path = path_of(folder, name);
     int number = 0;
     if (support_registry_get_bool(path.data(), &number) == 0) {
         value = number != 0;
@@ -95,7 +96,7 @@ void CGPBool::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name, 
 }
 
 void CGPLong::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name, long defaultValue) {
-    const auto path = pathOf(folder, name);
+    const auto path = path_of(folder, name);
     long number = 0;
     if (support_registry_get_long(path.data(), &number) == 0) {
         value = number;
@@ -106,31 +107,31 @@ void CGPLong::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name, 
 }
 
 void CGPString::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name) {
-    const auto path = pathOf(folder, name);
+    const auto path = path_of(folder, name);
     std::size_t size = 0;
     if (support_registry_get_string(path.data(), &size, nullptr) != 0) {
         trace("Load", "Loading policy \"%s\" ... param not found\n", path.data());
         return;
     }
-    const auto shownName = utf8(name);
+    const auto shown_name = utf8(name);
     const auto text =
-        readText(&support_registry_get_string, path, size, "Loading policy failed \"%s\" ...\n");
+        read_text(&support_registry_get_string, path, size, "Loading policy failed \"%s\" ...\n");
     value = widen(text).c_str();
-    trace("Load", "Loading policy \"%s\" succeeded (%s).\n", shownName.c_str(), text.data());
+    trace("Load", "Loading policy \"%s\" succeeded (%s).\n", shown_name.c_str(), text.data());
 }
 
 void CGPStrings::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name,
                       const wchar_t* /*settedName*/, bool normalize) {
     isSet = false;
-    const auto path = pathOf(folder, name);
+    const auto path = path_of(folder, name);
     std::size_t size = 0;
     if (support_registry_get_multi_string(path.data(), &size, nullptr) != 0) {
         trace("Load", "Loading multistring policy \"%s\" ... param not found\n", path.data());
         values.clear();
         return;
     }
-    const auto text = readText(&support_registry_get_multi_string, path, size,
-                               "Loading multistring policy failed \"%s\" ...\n");
+    const auto text = read_text(&support_registry_get_multi_string, path, size,
+                                "Loading multistring policy failed \"%s\" ...\n");
     isSet = true;
     auto wide = widen(text);
     wide.pop_back(); // the end mark behind the list, which closes no entry

@@ -1,16 +1,14 @@
 #include "client/policy_value.h"
 
-#include <gtest/gtest.h>
-
 #include "client/request_policy.h"
-#include "client/testing/configuration.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI {
 namespace {
 
+using namespace TSP::Client::testing;
+
 using TSP::Client::CRequestPolicy;
-using TSP::Client::testing::codeOf;
-using TSP::Client::testing::Configuration;
 
 class PolicyValue : public testing::Test {
 protected:
@@ -21,8 +19,8 @@ protected:
     void set(const std::string& policy) { Configuration::instance().set(policy); }
 
 private:
-    wchar_t folderName_[10] = L"tsppolicy";
-    wchar_t* folder_ = folderName_;
+    wchar_t folder_name_[10] = L"tsppolicy";
+    wchar_t* folder_ = folder_name_;
     wchar_t* unused_ = nullptr;
 };
 
@@ -52,7 +50,7 @@ TEST_F(PolicyValue, TextIsUtf8AndAbsentTextLeavesTheValue) {
     EXPECT_EQ(text.value, L"h\u00e9");
     load(text, L"Missing");
     EXPECT_EQ(text.value, L"h\u00e9");
-    EXPECT_EQ(codeOf([&] { load(text, L"Wrong"); }), 1629u); // raw, not 0x8007065D
+    EXPECT_EQ(code_of([&] { load(text, L"Wrong"); }), 1629u); // raw, not 0x8007065D
 }
 
 TEST_F(PolicyValue, ListIsInForceWhenItsKeyExists) {
@@ -68,7 +66,7 @@ TEST_F(PolicyValue, ListIsInForceWhenItsKeyExists) {
     load(list, L"Missing", L"MissingSetted", false);
     EXPECT_FALSE(list.isSet);
     EXPECT_FALSE(list.Find(L"a"));
-    EXPECT_EQ(codeOf([&] { load(list, L"Wrong", L"", false); }), 1629u);
+    EXPECT_EQ(code_of([&] { load(list, L"Wrong", L"", false); }), 1629u);
 }
 
 TEST_F(PolicyValue, NormalizesEntriesButNotWhatIsLookedFor) {
@@ -84,7 +82,7 @@ TEST_F(PolicyValue, PathBeyondItsRoomThrowsTheRawLastError) {
     const std::wstring longest(99 - std::string("\\config\\cades\\tsppolicy\\").size(), L'n');
     load(number, longest.c_str(), 3L);
     EXPECT_EQ(number.value, 3);
-    EXPECT_EQ(codeOf([&] { load(number, (longest + L'n').c_str(), 3L); }), 122u);
+    EXPECT_EQ(code_of([&] { load(number, (longest + L'n').c_str(), 3L); }), 122u);
 }
 
 TEST_F(PolicyValue, EmptyTreeGivesTheDefaults) {

@@ -8,19 +8,20 @@
 #include "basalt10/oid_information.h"
 #include "base/atl_exception.h"
 #include "client/request_impl.h"
+#include "client/result_codes.h"
 #include "client/sized_output.h"
 
 namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-std::wstring textOf(const wchar_t* text) {
+std::wstring text_of(const wchar_t* text) {
     return text ? text : L"";
 }
 
 // A request without a default of the policy hashes by GOST R 34.11-94 where the platform has it,
 // else SHA-1.
-void applyDefaultHash(CRequest& request, const std::wstring& setting) {
+void apply_default_hash(CRequest& request, const std::wstring& setting) {
     if (setting.empty()) {
         const ALG_ID gost = CALG_GOSTR3411_94;
         const bool known =
@@ -37,7 +38,7 @@ CRequest::CRequest() : impl_(nullptr) {
     auto impl = std::make_unique<Impl>();
     impl_ = impl.get();
     const auto& policy = *impl->policy;
-    applyDefaultHash(*this, policy.DefaultHashAlg.value);
+    apply_default_hash(*this, policy.DefaultHashAlg.value);
     if (!policy.DefaultPolicyID.value.empty()) {
         put_PolicyID(policy.DefaultPolicyID.value.c_str());
     }
@@ -67,7 +68,7 @@ void CRequest::ResetData() {
 
 void CRequest::put_DataHash(const unsigned char* hash, unsigned long size) {
     if (impl_->hHash.get() != 0) {
-        ATL::AtlThrowImpl(hr(0x8009000Cu));
+        ATL::AtlThrowImpl(hr(kResultHashing));
     }
     impl_->ClearRequest();
     impl_->dataHash.assign(hash, size);
@@ -84,7 +85,7 @@ void CRequest::Export(unsigned char* out, unsigned long* size) {
 }
 
 void CRequest::Import(unsigned char* data, unsigned long size) {
-    impl_->takeOver(data, size);
+    impl_->take_over(data, size);
 }
 
 void CRequest::put_CertReq(bool certReq) {
@@ -126,11 +127,11 @@ const char* CRequest::get_PolicyID() const {
 }
 
 void CRequest::put_DataHashAlg(unsigned int algId) {
-    impl_->setDataHashAlg(algId);
+    impl_->set_data_hash_alg(algId);
 }
 
 void CRequest::put_DataHashAlg(const char* oid) {
-    impl_->setDataHashAlg(oid ? oid : "");
+    impl_->set_data_hash_alg(oid ? oid : "");
 }
 
 void CRequest::put_DataHashAlg(const wchar_t* oid) {
@@ -154,7 +155,7 @@ unsigned int CRequest::get_Flags() const {
 }
 
 void CRequest::put_TSAAddress(const wchar_t* url) {
-    impl_->httpParams.address = textOf(url);
+    impl_->httpParams.address = text_of(url);
 }
 
 const wchar_t* CRequest::get_TSAAddress() const {
@@ -170,7 +171,7 @@ enumAuthTypes CRequest::get_TSAAuthType() const {
 }
 
 void CRequest::put_TSAUserName(const wchar_t* name) {
-    impl_->httpParams.userName = textOf(name);
+    impl_->httpParams.userName = text_of(name);
 }
 
 const wchar_t* CRequest::get_TSAUserName() const {
@@ -178,7 +179,7 @@ const wchar_t* CRequest::get_TSAUserName() const {
 }
 
 void CRequest::put_TSAPassword(const wchar_t* password) {
-    impl_->httpParams.password = textOf(password);
+    impl_->httpParams.password = text_of(password);
 }
 
 const wchar_t* CRequest::get_TSAPassword() const {
@@ -186,7 +187,7 @@ const wchar_t* CRequest::get_TSAPassword() const {
 }
 
 void CRequest::put_ProxyAddress(const wchar_t* url) {
-    impl_->httpParams.proxyAddress = textOf(url);
+    impl_->httpParams.proxyAddress = text_of(url);
     impl_->httpParams.proxySet = true;
 }
 
@@ -203,7 +204,7 @@ enumAuthTypes CRequest::get_ProxyAuthType() const {
 }
 
 void CRequest::put_ProxyUserName(const wchar_t* name) {
-    impl_->httpParams.proxyUserName = textOf(name);
+    impl_->httpParams.proxyUserName = text_of(name);
 }
 
 const wchar_t* CRequest::get_ProxyUserName() const {
@@ -211,7 +212,7 @@ const wchar_t* CRequest::get_ProxyUserName() const {
 }
 
 void CRequest::put_ProxyPassword(const wchar_t* password) {
-    impl_->httpParams.proxyPassword = textOf(password);
+    impl_->httpParams.proxyPassword = text_of(password);
 }
 
 const wchar_t* CRequest::get_ProxyPassword() const {
@@ -219,11 +220,11 @@ const wchar_t* CRequest::get_ProxyPassword() const {
 }
 
 void CRequest::AddData(const unsigned char* data, unsigned long size) {
-    impl_->addData(data, size);
+    impl_->add_data(data, size);
 }
 
 void CRequest::put_ClientCertificate(const _CERT_CONTEXT* certificate) {
-    impl_->setClientCertificate(certificate);
+    impl_->set_client_certificate(certificate);
 }
 
 const _CERT_CONTEXT* CRequest::get_ClientCertificate() const {

@@ -18,6 +18,7 @@
 // set, and is refused by Send.
 #pragma once
 
+#include "base/atl_exception.h"
 #include "base/blob.h"
 #include "client/auth_type.h"
 #include "visibility/visibility.h"
@@ -39,9 +40,10 @@ public:
 
     // -- The data to be stamped: fed in portions, or given as a finished hash.
 
-    // Hashes a portion by the algorithm set, which can't be changed from then on. `size` counts in
-    // 32 bits: give 4 GiB and more in several portions. Throws 0x80092005 once the hash is final or
-    // was given.
+    // Hashes a portion by the algorithm set, which can't be changed from then on. The platform
+    // counts in 32 bits: of a larger `size` only the remainder of its division by 4 GiB is hashed,
+    // and nothing says so. Give 4 GiB and more in several portions. Throws 0x80092005 once the hash
+    // is final or was given.
     void AddData(const unsigned char* data, unsigned long size);
     // Takes a finished hash, whose length isn't compared with the algorithm's. Throws 0x8009000C
     // while data is being hashed.
@@ -58,7 +60,9 @@ public:
     // The DER of the TimeStampReq, made if it has to be; size and buffer as in get_DataHash. As
     // long as nothing changes it stays the same, nonce included.
     void Export(unsigned char* out, unsigned long* size);
-    // Takes over a finished TimeStampReq. Throws 0x80093101 for bytes that aren't one.
+    // Takes over a finished TimeStampReq. Throws 0x80093101 for bytes that aren't one, for an
+    // OBJECT IDENTIFIER with an arc of 2^32 or more, and for more extensions than any honest
+    // request has.
     void Import(unsigned char* data, unsigned long size);
 
     // -- Values of the request. A change of one throws the encoded request away.

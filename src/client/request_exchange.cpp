@@ -16,14 +16,14 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr DWORD userStoreReadOnly = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG;
+constexpr DWORD kUserStoreReadOnly = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG;
 
 // The copy of a certificate in the user's store "My", which may know its key; empty where there is
 // none.
-ATL2::CCertContext copyWithKey(const _CERT_CONTEXT* certificate) {
+ATL2::CCertContext copy_with_key(const _CERT_CONTEXT* certificate) {
     try {
         ATL2::CCertStore my;
-        my.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, userStoreReadOnly, L"My");
+        my.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, kUserStoreReadOnly, L"My");
         ATL2::CCertContext copy(CertFindCertificateInStore(
             my.get(), ATL2::kAnyEncoding, 0, CERT_FIND_EXISTING, certificate, nullptr));
         if (copy.DetachFromStore() >= 0) {
@@ -37,19 +37,19 @@ ATL2::CCertContext copyWithKey(const _CERT_CONTEXT* certificate) {
 
 } // namespace
 
-void CRequest::Impl::addData(const unsigned char* data, unsigned long size) {
+void CRequest::Impl::add_data(const unsigned char* data, unsigned long size) {
     if (dataHash.cbData() != 0) {
-        ATL::AtlThrowImpl(hr(0x80092005u));
+        ATL::AtlThrowImpl(hr(kResultDataHashSet));
     }
     if (hHash.get() == 0) {
-        beginHash();
+        begin_hash();
     }
     if (!CryptHashData(hHash.get(), data, static_cast<DWORD>(size), 0)) {
         throw_last_error();
     }
 }
 
-void CRequest::Impl::beginHash() {
+void CRequest::Impl::begin_hash() {
     if (!provider.release() && GetLastError() != 0) {
         throw_last_error();
     }
@@ -59,11 +59,11 @@ void CRequest::Impl::beginHash() {
     }
 }
 
-void CRequest::Impl::setClientCertificate(const _CERT_CONTEXT* certificate) {
+void CRequest::Impl::set_client_certificate(const _CERT_CONTEXT* certificate) {
     clientCertificate.attach(CertDuplicateCertificateContext(certificate));
     ATL::CStringA scratch;
     if (clientCertificate && clientCertificate.GetKeyProvInfo(scratch) < 0) {
-        if (auto copy = copyWithKey(certificate)) {
+        if (auto copy = copy_with_key(certificate)) {
             clientCertificate = std::move(copy);
         }
     }
@@ -74,7 +74,7 @@ CStamp& CRequest::Impl::send(const CRequest& owner, bool verify) {
     CheckPolicies();
     MakeRequest();
     if (httpParams.address.empty()) {
-        ATL::AtlThrowImpl(hr(resultNoAddress));
+        ATL::AtlThrowImpl(hr(kResultNoAddress));
     }
     if (tracing()) {
         trace("Send", "Sending request to \"%s\"...\n",
@@ -85,13 +85,13 @@ CStamp& CRequest::Impl::send(const CRequest& owner, bool verify) {
     stamp.Import(response.pbData(), response.cbData(), &owner);
     if (stamp.get_Status() >= 2) {
         if (verify) {
-            ATL::AtlThrowImpl(hr(resultNotGranted));
+            ATL::AtlThrowImpl(hr(kResultNotGranted));
         }
         return stamp;
     }
-    checkTime(sent);
+    check_time(sent);
     if (verify) {
-        verifyStamp();
+        verify_stamp();
     }
     return stamp;
 }
@@ -101,7 +101,7 @@ void CRequest::Impl::exchange() {
                               L"Content-type: application/timestamp-query", &encodedRequest,
                               (flags & 1) != 0, false, nullptr, false);
     if (httpParams.httpStatus != 200) {
-        const auto code = result_from_last_error(hr(resultHttpStatus));
+        const auto code = result_from_last_error(hr(kResultHttpStatus));
         trace("Send", "HTTP STATUS: %lu\n", static_cast<unsigned long>(httpParams.httpStatus));
         ATL::AtlThrowImpl(code);
     }
@@ -109,18 +109,18 @@ void CRequest::Impl::exchange() {
 }
 
 // Where no nonce binds the answer to the request, the clock has to.
-void CRequest::Impl::checkTime(const CDateTime& sent) const {
+void CRequest::Impl::check_time(const CDateTime& sent) const {
     if (stamp.get_HasNonce() || nonce.cbData() != 0) {
         return;
     }
     // In 32 bits, and so wrapping from 429497 milliseconds on.
     const CDateTimeSpan span(0, static_cast<unsigned int>(policy->StampAccuracy.value) * 1000u);
     if (stamp.get_Time() < sent - span || stamp.get_Time() > sent + span) {
-        ATL::AtlThrowImpl(hr(resultTimeOutsideWindow));
+        ATL::AtlThrowImpl(hr(kResultTimeOutsideWindow));
     }
 }
 
-void CRequest::Impl::verifyStamp() const {
+void CRequest::Impl::verify_stamp() const {
     if (const auto code = stamp.Verify(nullptr, nullptr); code < 0) {
         ATL::AtlThrowImpl(code);
     }

@@ -1,57 +1,46 @@
-#include <string>
 
-#include <gtest/gtest.h>
 
-#include "client/request.h"
-#include "client/stamp.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/loopback_server.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::codeOf;
-using testing::HttpAnswer;
-using testing::HttpRequest;
+using namespace testing;
 
 class Exchange : public ::testing::Test {
 protected:
-    Exchange() { testing::Configuration::instance().set(policy_); }
+    Exchange() { Configuration::instance().set(policy_); }
 
-    CRequest request(const testing::LoopbackServer& server) {
+    CRequest request(const LoopbackServer& server) {
         CRequest request;
         request.put_TSAAddress(server.url().c_str());
         request.put_CertReq(true);
-        request.AddData(testing::bytes("data"), 4);
+        request.AddData(bytes("data"), 4);
         return request;
     }
-    void addPolicy(const std::string& line) {
-        testing::Configuration::instance().set(policy_ + line);
-    }
+    void add_policy(const std::string& line) { Configuration::instance().set(policy_ + line); }
 
     // Answers as a real authority, from the request as it came.
-    testing::LoopbackServer::Handler genuine(const EVP_MD* essDigest = EVP_sha256()) {
-        return [this, essDigest](const HttpRequest& r) {
-            return HttpAnswer{200, authority_.answer(r.body, essDigest)};
+    LoopbackServer::Handler genuine(const EVP_MD* ess_digest = EVP_sha256()) {
+        return [this, ess_digest](const HttpRequest& r) {
+            return HttpAnswer{200, authority_.answer(r.body, ess_digest)};
         };
     }
-    testing::LoopbackServer::Handler fixed(const std::string& body, int status = 200) {
+    LoopbackServer::Handler fixed(const std::string& body, int status = 200) {
         return [body, status](const HttpRequest&) { return HttpAnswer{status, body}; };
     }
-    std::string stampOf(const testing::TstInfo& info) {
-        return testing::response(0, authority_.token(info.encode()));
+    std::string stamp_of(const TstInfo& info) {
+        return response(0, authority_.token(info.encode()));
     }
 
     std::string policy_ = "DefaultHashAlg = '2.16.840.1.101.3.4.2.1'\n";
-    testing::Authority authority_;
-    testing::Trust trust_{authority_.rootDer()};
+    Authority authority_;
+    Trust trust_{authority_.root_der()};
 };
 
 TEST_F(Exchange, StampsAndVerifiesEndToEnd) {
-    for (const auto* essDigest : {EVP_sha256(), EVP_sha1(), EVP_sha512()}) {
-        testing::LoopbackServer server(genuine(essDigest));
+    for (const auto* ess_digest : {EVP_sha256(), EVP_sha1(), EVP_sha512()}) {
+        LoopbackServer server(genuine(ess_digest));
         auto sent = request(server);
         const auto& stamp = sent.Send(true);
         EXPECT_EQ(stamp.get_Status(), 0u);
@@ -74,7 +63,7 @@ TEST_F(Exchange, StampsAndVerifiesEndToEnd) {
 }
 
 TEST_F(Exchange, UnchangedRequestGoesOutAgainWithTheSameBytes) {
-    testing::LoopbackServer server(genuine());
+    LoopbackServer server(genuine());
     auto sent = request(server);
     sent.Send(true);
     sent.Send(true);
@@ -83,10 +72,31 @@ TEST_F(Exchange, UnchangedRequestGoesOutAgainWithTheSameBytes) {
     EXPECT_EQ(posted[0].body, posted[1].body);
 }
 
+TEST_F(Exchange, ChangedRequestGoesOutWithItsNewNonce) {
+    LoopbackServer server(genuine());
+    auto sent = request(server);
+    sent.Send(true);
+    sent.put_CertReq(false);
+    sent.Send(false);
+    const auto posted = server.requests();
+    EXPECT_NE(posted.at(0).body, posted.at(1).body);
+}
+
+TEST_F(Exchange, VerificationSeesAForgedSignature) {
+    LoopbackServer server([this](const HttpRequest& r) {
+        auto body = authority_.answer(r.body);
+        body.back() = static_cast<char>(body.back() ^ 1); // the signature stands last
+        return HttpAnswer{200, body};
+    });
+    auto sent = request(server);
+    EXPECT_EQ(code_of([&] { sent.Send(true); }), 0x80090006u);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
+}
+
 TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     int status = 200;
     const auto answer = genuine();
-    testing::LoopbackServer server([&](const HttpRequest& r) {
+    LoopbackServer server([&](const HttpRequest& r) {
         auto result = answer(r);
         result.status = status;
         return result;
@@ -96,7 +106,7 @@ TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     const auto response = sent.get_Response();
     for (const int bad : {404, 500, 403, 204}) {
         status = bad;
-        EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0xC2100100u) << bad;
+        EXPECT_EQ(code_of([&] { sent.Send(false); }), 0xC2100100u) << bad;
         EXPECT_EQ(sent.get_HTTPStatus(), static_cast<unsigned>(bad));
     }
     EXPECT_EQ(sent.get_Response(), response);
@@ -105,102 +115,102 @@ TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     sent.put_CertReq(false);
     EXPECT_EQ(sent.get_HTTPStatus(), 0u);
     sent.put_TSAAddress(L"http://127.0.0.1:1/");
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0x80072EFDu);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0x80072EFDu);
 }
 
 TEST_F(Exchange, RefusalIsAFailureOnlyUnderVerification) {
-    testing::LoopbackServer server(
-        fixed(testing::response(2, "", testing::element(0x0C, "no"), testing::failInfoBits(4))));
+    LoopbackServer server(fixed(response(2, "", element(0x0C, "no"), fail_info_bits(4))));
     auto sent = request(server);
-    EXPECT_EQ(codeOf([&] { sent.Send(true); }), 0xC2100124u);
+    EXPECT_EQ(code_of([&] { sent.Send(true); }), 0xC2100124u);
     const auto& stamp = sent.Send(false);
     EXPECT_EQ(stamp.get_Status(), 2u);
     EXPECT_STREQ(stamp.get_StatusString(), L"no");
 }
 
 TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
-    testing::TstInfo info;
-    auto answered = [&](const testing::TstInfo& content) {
-        testing::LoopbackServer server(fixed(stampOf(content)));
+    TstInfo info;
+    auto answered = [&](const TstInfo& content) {
+        LoopbackServer server(fixed(stamp_of(content)));
         auto sent = request(server);
-        return codeOf([&] { sent.Send(false); });
+        return code_of([&] { sent.Send(false); });
     };
     EXPECT_EQ(answered(info), 0xC2100120u) << "the nonce is left out";
     info.nonce = "\x05";
     EXPECT_EQ(answered(info), 0xC2100120u) << "another nonce";
-    for (const auto& digest : {testing::sha256("other"), testing::sha256("data").substr(1),
-                               testing::sha256("data") + '\0', std::string()}) {
+    for (const auto& digest :
+         {sha256("other"), sha256("data").substr(1), sha256("data") + '\0', std::string()}) {
         info.digest = digest;
         EXPECT_EQ(answered(info), 0x80091007u);
     }
 }
 
 TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
-    auto sendAt = [&](const CDateTime& time, const std::string& policy = {}) {
-        addPolicy("UseNonceByDefault = false\n" + policy);
-        testing::TstInfo info;
+    auto send_at = [&](const CDateTime& time, const std::string& policy = {}) {
+        add_policy("UseNonceByDefault = false\n" + policy);
+        TstInfo info;
         info.genTime = time.getGeneralizedTime().c_str();
-        testing::LoopbackServer server(fixed(stampOf(info)));
+        LoopbackServer server(fixed(stamp_of(info)));
         auto sent = request(server);
-        return codeOf([&] { sent.Send(false); });
+        return code_of([&] { sent.Send(false); });
     };
     const auto now = [] { return CDateTime::Now(); };
-    EXPECT_EQ(sendAt(now()), 0u);
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(170, 0)), 0u);
-    EXPECT_EQ(sendAt(now() + CDateTimeSpan(170, 0)), 0u);
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(190, 0)), 0xC2100122u);
-    EXPECT_EQ(sendAt(now() + CDateTimeSpan(190, 0)), 0xC2100122u);
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(50, 0), "StampAccuracy = 40000"), 0xC2100122u);
+    EXPECT_EQ(send_at(now()), 0u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(170, 0)), 0u);
+    EXPECT_EQ(send_at(now() + CDateTimeSpan(170, 0)), 0u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(190, 0)), 0xC2100122u);
+    EXPECT_EQ(send_at(now() + CDateTimeSpan(190, 0)), 0xC2100122u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(50, 0), "StampAccuracy = 40000"), 0xC2100122u);
     // 429497 milliseconds wrap to 2704 ticks.
-    EXPECT_EQ(sendAt(now() - CDateTimeSpan(1, 0), "StampAccuracy = 429497"), 0xC2100122u);
+    EXPECT_EQ(send_at(now() - CDateTimeSpan(1, 0), "StampAccuracy = 429497"), 0xC2100122u);
 }
 
 TEST_F(Exchange, NonceTakesTheClocksPlace) {
-    testing::LoopbackServer server([this](const HttpRequest& r) {
-        testing::TstInfo info;
+    LoopbackServer server([this](const HttpRequest& r) {
+        TstInfo info;
         // The nonce stands in the last INTEGER of eight bytes or less in the request.
-        const auto place = r.body.find(testing::sha256("data")) + 32;
+        const auto place = r.body.find(sha256("data")) + 32;
         info.nonce = r.body.substr(place + 2, static_cast<unsigned char>(r.body[place + 1]));
         info.genTime = "20200101000000Z";
-        return HttpAnswer{200, stampOf(info)};
+        return HttpAnswer{200, stamp_of(info)};
     });
     auto sent = request(server);
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0u);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
 }
 
 TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
     for (const auto& [body, code] :
          {std::pair{std::string(), 0x80093101u}, std::pair{std::string("noise"), 0x80093101u},
-          std::pair{testing::response(9, ""), 0x80004005u},
+          std::pair{response(9, ""), 0x80004005u},
           // Granted without a token, and a token without an answer around it.
-          std::pair{testing::response(0, ""), 0x8007139Fu}}) {
-        testing::LoopbackServer server(fixed(body));
+          std::pair{response(0, ""), 0x8007139Fu}}) {
+        LoopbackServer server(fixed(body));
         auto sent = request(server);
-        EXPECT_EQ(codeOf([&] { sent.Send(false); }), code);
+        EXPECT_EQ(code_of([&] { sent.Send(false); }), code);
     }
-    addPolicy("UseNonceByDefault = false\n");
-    testing::LoopbackServer server(fixed(authority_.token(testing::TstInfo().encode())));
+    add_policy("UseNonceByDefault = false\n");
+    LoopbackServer server(fixed(authority_.token(TstInfo().encode())));
     auto sent = request(server);
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0x8007139Fu);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0x8007139Fu);
 }
 
 TEST_F(Exchange, VerificationSeesAnUntrustedRoot) {
-    const testing::Authority other;
-    const testing::Trust trust(other.rootDer());
-    testing::LoopbackServer server(genuine());
+    const Authority other;
+    const Trust trust(other.root_der());
+    LoopbackServer server(genuine());
     auto sent = request(server);
-    const auto code = codeOf([&] { sent.Send(true); });
+    const auto code = code_of([&] { sent.Send(true); });
     EXPECT_TRUE(code == 0x800B0109 || code == 0x800B010A) << std::hex << code;
-    EXPECT_EQ(codeOf([&] { sent.Send(false); }), 0u);
+    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
 }
 
 TEST_F(Exchange, CopyTakesTheStatusButNotTheStamp) {
-    testing::LoopbackServer server(genuine());
+    LoopbackServer server(genuine());
     auto sent = request(server);
     sent.Send(false);
-    const CRequest copy(sent);
+    CRequest copy(sent);
     EXPECT_EQ(copy.get_HTTPStatus(), 200u);
     EXPECT_EQ(copy.get_Response().cbData(), 0u);
+    EXPECT_EQ(code_of([&] { copy.Send(true); }), 0u) << "the answer is about the copied nonce";
 }
 
 } // namespace

@@ -16,15 +16,13 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr std::int32_t hashInProgress = hr(0x8009000Cu);
-
 // The comparison is case-sensitive, here and in the policy's check.
-bool isHttps(const std::wstring& address) {
+bool is_https(const std::wstring& address) {
     return address.starts_with(L"https://");
 }
 
 // The platform's number, or 0 with the last error that says so.
-unsigned int algIdOf(const char* oid) {
+unsigned int alg_id_of(const char* oid) {
     const auto algId = CertOIDToAlgId(oid);
     if (algId == 0) {
         SetLastError(NTE_BAD_ALGID);
@@ -38,9 +36,9 @@ CRequest::Impl::Impl() {
     LoadGroupPolicy();
     httpParams.address = policy->DefaultTSPURL.value;
     httpParams.proxyAddress = policy->DefaultProxy.value;
-    httpParams.authType = isHttps(httpParams.address) ? policy->AuthSSLTypeDefault.value
-                                                      : policy->AuthTypeDefault.value;
-    httpParams.proxyAuthType = isHttps(httpParams.proxyAddress)
+    httpParams.authType = is_https(httpParams.address) ? policy->AuthSSLTypeDefault.value
+                                                       : policy->AuthTypeDefault.value;
+    httpParams.proxyAuthType = is_https(httpParams.proxyAddress)
                                    ? policy->ProxyAuthSSLTypeDefault.value
                                    : policy->ProxyAuthTypeDefault.value;
 }
@@ -74,17 +72,22 @@ CRequest::Impl& CRequest::Impl::operator=(const Impl& source) {
     return *this;
 }
 
+CRequest::Impl::~Impl() {
+    hHash.destroy();
+    own_policy_.reset();
+    provider.release();
+}
+
 void CRequest::Impl::LoadGroupPolicy() {
-    if (isLegacyPolicyReading()) {
-        policy = nullptr;
-        ownPolicy_.reset();
+    if (is_legacy_policy_reading()) {
         support_registry_refresh();
-        ownPolicy_ = std::make_unique<const CRequestPolicy>();
-        policy = ownPolicy_.get();
+        auto fresh = std::make_unique<const CRequestPolicy>(); // may throw: the old one stays then
+        own_policy_ = std::move(fresh);
+        policy = own_policy_.get();
     } else {
-        policy = sharedPolicy();
+        policy = shared_policy();
         if (!policy) {
-            ATL::AtlThrowImpl(hr(0x8007045Au));
+            ATL::AtlThrowImpl(hr(kResultPolicyUnreadable));
         }
     }
     useNonce = policy->UseNonceByDefault.value;
@@ -96,9 +99,9 @@ void CRequest::Impl::ClearRequest() noexcept {
     httpParams.httpStatus = 0;
 }
 
-void CRequest::Impl::setDataHashAlg(unsigned int algId) {
+void CRequest::Impl::set_data_hash_alg(unsigned int algId) {
     if (hHash.get() != 0) {
-        ATL::AtlThrowImpl(hashInProgress);
+        ATL::AtlThrowImpl(hr(kResultHashing));
     }
     if (algId == dataHashAlg) {
         return;
@@ -108,19 +111,19 @@ void CRequest::Impl::setDataHashAlg(unsigned int algId) {
     const auto* info =
         CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &algId, CRYPT_HASH_ALG_OID_GROUP_ID);
     if (!info) {
-        ATL::AtlThrowImpl(result_from_last_error(hr(NTE_BAD_ALGID)));
+        ATL::AtlThrowImpl(result_from_last_error(hr(kResultBadHashAlg)));
     }
     dataHashAlgOID = info->pszOID;
 }
 
-void CRequest::Impl::setDataHashAlg(const char* oid) {
+void CRequest::Impl::set_data_hash_alg(const char* oid) {
     if (hHash.get() != 0) {
-        ATL::AtlThrowImpl(hashInProgress);
+        ATL::AtlThrowImpl(hr(kResultHashing));
     }
     if (dataHashAlgOID == oid) {
         return;
     }
-    const auto algId = algIdOf(oid);
+    const auto algId = alg_id_of(oid);
     if (algId != dataHashAlg) {
         ClearRequest();
     }
@@ -128,7 +131,7 @@ void CRequest::Impl::setDataHashAlg(const char* oid) {
     dataHashAlg = algId;
 }
 
-void CRequest::Impl::takeOver(const unsigned char* data, unsigned long size) {
+void CRequest::Impl::take_over(const unsigned char* data, unsigned long size) {
     encodedRequest.assign(data, size);
     TSP::CRequest message;
     message.decode(encodedRequest);
@@ -139,7 +142,7 @@ void CRequest::Impl::takeOver(const unsigned char* data, unsigned long size) {
     }
     auto& algorithm = message.get_hashAlgorithm();
     if (algorithm.cachedAlgId == 0) {
-        algorithm.cachedAlgId = algIdOf(algorithm.get_algorithm());
+        algorithm.cachedAlgId = alg_id_of(algorithm.get_algorithm());
     }
     dataHashAlg = algorithm.cachedAlgId;
     dataHashAlgOID = algorithm.get_algorithm();
@@ -162,16 +165,16 @@ void CRequest::Impl::MakeRequest() {
     trace("MakeRequest", "Making request...\n");
     extensions.clear(); // those of an imported request don't survive its change
     if (hHash.get() != 0) {
-        finishHash();
+        finish_hash();
     }
     if (dataHash.cbData() == 0) {
-        ATL::AtlThrowImpl(hr(resultNoDataHash));
+        ATL::AtlThrowImpl(hr(kResultNoDataHash));
     }
-    encodeRequest();
+    encode_request();
     trace("MakeRequest", "Making request... OK.\n");
 }
 
-void CRequest::Impl::finishHash() {
+void CRequest::Impl::finish_hash() {
     DWORD size = 0;
     if (!CryptGetHashParam(hHash.get(), HP_HASHVAL, nullptr, &size, 0)) {
         throw_last_error();
@@ -187,7 +190,7 @@ void CRequest::Impl::finishHash() {
     }
 }
 
-void CRequest::Impl::encodeRequest() {
+void CRequest::Impl::encode_request() {
     ASN1::CAlgorithmIdentifierEx algorithm;
     algorithm.put_algorithm(dataHashAlgOID.c_str());
     trace("MakeRequest", "Initializing request...\n");

@@ -29,6 +29,8 @@ public:
     Impl();
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl& source);
+    // Releases the hash, then the policy, then the provider that the hash came from.
+    ~Impl();
 
     // Takes the policy in force and resets the two defaults that hang on it. Throws 0x8007045A.
     void LoadGroupPolicy();
@@ -37,11 +39,11 @@ public:
     void MakeRequest();
     // Throws the code of the first rule that the request breaks; changes nothing.
     void CheckPolicies() const;
-    void setDataHashAlg(unsigned int algId);
-    void setDataHashAlg(const char* oid);
-    void takeOver(const unsigned char* data, unsigned long size);
-    void addData(const unsigned char* data, unsigned long size);
-    void setClientCertificate(const _CERT_CONTEXT* certificate);
+    void set_data_hash_alg(unsigned int algId);
+    void set_data_hash_alg(const char* oid);
+    void take_over(const unsigned char* data, unsigned long size);
+    void add_data(const unsigned char* data, unsigned long size);
+    void set_client_certificate(const _CERT_CONTEXT* certificate);
     CStamp& send(const CRequest& owner, bool verify);
 
     ATL::CCryptHash hHash;
@@ -63,14 +65,14 @@ public:
     const CRequestPolicy* policy = nullptr;
 
 private:
-    void finishHash();
-    void encodeRequest();
-    void beginHash();
+    void finish_hash();
+    void encode_request();
+    void begin_hash();
     void exchange();
-    void checkTime(const CDateTime& sent) const;
-    void verifyStamp() const;
+    void check_time(const CDateTime& sent) const;
+    void verify_stamp() const;
 
-    std::unique_ptr<const CRequestPolicy> ownPolicy_; // each request's own, under legacy reading
+    std::unique_ptr<const CRequestPolicy> own_policy_; // each request's own, under legacy reading
 };
 
 } // namespace Halcyon::PKI::TSP::Client

@@ -4,8 +4,8 @@
 namespace Halcyon::PKI::TSP::Client {
 
 CRequestPolicy::CRequestPolicy() {
-    wchar_t folderName[] = L"tsppolicy";
-    wchar_t* folder = folderName;
+    wchar_t folder_name[] = L"tsppolicy";
+    wchar_t* folder = folder_name;
     wchar_t* unused = nullptr;
     auto load = [&](auto& field, const wchar_t* name, auto... arguments) {
         field.Load(unused, folder, name, arguments...);

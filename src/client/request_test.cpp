@@ -1,28 +1,21 @@
 #include "client/request.h"
 
 #include <cstdlib>
-#include <memory>
-#include <string>
+#include <cstring>
 
-#include <gtest/gtest.h>
 #include <openssl/crypto.h>
 #include <openssl/ts.h>
 #include <unistd.h>
 
 #include "basalt20/surface/store.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::bytes;
-using testing::codeOf;
-using testing::Configuration;
-using testing::sha256;
+using namespace testing;
 
-void setPolicy(const std::string& policy) {
+void set_policy(const std::string& policy) {
     Configuration::instance().set(policy);
 }
 
@@ -42,7 +35,7 @@ std::string exported(CRequest& request) {
     return der;
 }
 
-std::string hashOf(const CRequest& request) {
+std::string hash_of(const CRequest& request) {
     unsigned long size = 64;
     std::string hash(size, '\0');
     request.get_DataHash(reinterpret_cast<unsigned char*>(hash.data()), &size);
@@ -50,11 +43,30 @@ std::string hashOf(const CRequest& request) {
     return hash;
 }
 
+// All values, one after the other.
+std::wstring told(const CRequest& request) {
+    const auto wide = [](const char* text) { return std::wstring(text, text + std::strlen(text)); };
+    std::wstring text = wide(request.get_PolicyID()) + L'|' + wide(request.get_DataHashAlgOID());
+    for (const unsigned long number :
+         {0ul + request.get_CertReq(), 0ul + request.get_UseNonce(),
+          0ul + request.get_DataHashAlg(), 0ul + request.get_Flags(),
+          0ul + request.get_TSAAuthType(), 0ul + request.get_ProxyAuthType(),
+          request.get_HTTPStatus()}) {
+        text += L'|' + std::to_wstring(number);
+    }
+    for (const auto* value :
+         {request.get_TSAAddress(), request.get_TSAUserName(), request.get_TSAPassword(),
+          request.get_ProxyAddress(), request.get_ProxyUserName(), request.get_ProxyPassword()}) {
+        text += std::wstring(L"|") + value;
+    }
+    return text;
+}
+
 class Request : public ::testing::Test {
 protected:
-    Request() { setPolicy("DefaultHashAlg = '2.16.840.1.101.3.4.2.1'"); }
+    Request() { set_policy("DefaultHashAlg = '2.16.840.1.101.3.4.2.1'"); }
 
-    void giveHash(CRequest& request) {
+    void give_hash(CRequest& request) {
         const auto digest = sha256("data");
         request.put_DataHash(bytes(digest), digest.size());
     }
@@ -84,12 +96,12 @@ TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
     ASSERT_NE(nonce, nullptr);
     EXPECT_LE(ASN1_STRING_length(nonce), 8);
     EXPECT_EQ(ASN1_STRING_type(nonce), V_ASN1_INTEGER); // not negative
-    EXPECT_EQ(testing::der(read.get(), &i2d_TS_REQ), encoded);
+    EXPECT_EQ(der(read.get(), &i2d_TS_REQ), encoded);
 }
 
 TEST_F(Request, StaysTheSameUntilAValueChanges) {
     CRequest request;
-    giveHash(request);
+    give_hash(request);
     const auto first = exported(request);
     EXPECT_EQ(exported(request), first);
     request.put_UseNonce(true);
@@ -112,14 +124,14 @@ TEST_F(Request, StaysTheSameUntilAValueChanges) {
 
 TEST_F(Request, DeliversBySizeAndBuffer) {
     CRequest request;
-    giveHash(request);
+    give_hash(request);
     unsigned long size = 0;
     request.Export(nullptr, &size);
     const auto needed = size;
     std::string buffer(needed, 'x');
     size = needed - 1;
     EXPECT_EQ(
-        codeOf([&] { request.Export(reinterpret_cast<unsigned char*>(buffer.data()), &size); }),
+        code_of([&] { request.Export(reinterpret_cast<unsigned char*>(buffer.data()), &size); }),
         0x800700EAu);
     EXPECT_EQ(size, needed);
     EXPECT_EQ(buffer, std::string(needed, 'x'));
@@ -128,18 +140,18 @@ TEST_F(Request, DeliversBySizeAndBuffer) {
 TEST_F(Request, NeedsDataOnce) {
     CRequest request;
     unsigned long size = 0;
-    EXPECT_EQ(codeOf([&] { request.Export(nullptr, &size); }), 0xC2100123u);
+    EXPECT_EQ(code_of([&] { request.Export(nullptr, &size); }), 0xC2100123u);
     request.put_DataHash(nullptr, 0);
-    EXPECT_EQ(codeOf([&] { request.Export(nullptr, &size); }), 0xC2100123u);
+    EXPECT_EQ(code_of([&] { request.Export(nullptr, &size); }), 0xC2100123u);
     feed(request, "data");
-    EXPECT_EQ(codeOf([&] { giveHash(request); }), 0x8009000Cu);
-    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg(0x8004u); }), 0x8009000Cu);
-    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg("1.3.14.3.2.26"); }), 0x8009000Cu);
-    EXPECT_EQ(hashOf(request), sha256("data")); // ends the hashing
-    EXPECT_EQ(codeOf([&] { feed(request, "more"); }), 0x80092005u);
+    EXPECT_EQ(code_of([&] { give_hash(request); }), 0x8009000Cu);
+    EXPECT_EQ(code_of([&] { request.put_DataHashAlg(0x8004u); }), 0x8009000Cu);
+    EXPECT_EQ(code_of([&] { request.put_DataHashAlg("1.3.14.3.2.26"); }), 0x8009000Cu);
+    EXPECT_EQ(hash_of(request), sha256("data")); // ends the hashing
+    EXPECT_EQ(code_of([&] { feed(request, "more"); }), 0x80092005u);
     request.ResetData();
     feed(request, "more");
-    EXPECT_EQ(hashOf(request), sha256("more"));
+    EXPECT_EQ(hash_of(request), sha256("more"));
 }
 
 TEST_F(Request, KeepsAlgorithmNumberAndTextTogetherWhereItCan) {
@@ -147,21 +159,21 @@ TEST_F(Request, KeepsAlgorithmNumberAndTextTogetherWhereItCan) {
     EXPECT_EQ(request.get_DataHashAlg(), 0x800Cu);
     request.put_DataHashAlg(0x8004u);
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
-    EXPECT_EQ(codeOf([&] { request.put_DataHashAlg(0x8123u); }), 0x80090008u);
+    EXPECT_EQ(code_of([&] { request.put_DataHashAlg(0x8123u); }), 0x80090008u);
     EXPECT_EQ(request.get_DataHashAlg(), 0x8123u); // the pair doesn't match after this failure
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
     request.put_DataHashAlg(L"1.2.3");
     EXPECT_EQ(request.get_DataHashAlg(), 0u);
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.2.3");
-    EXPECT_NE(codeOf([&] { feed(request, "data"); }), 0u);
-    giveHash(request);
+    EXPECT_NE(code_of([&] { feed(request, "data"); }), 0u);
+    give_hash(request);
     EXPECT_FALSE(exported(request).empty());
 }
 
 TEST_F(Request, TakesAFinishedRequestOver) {
     CRequest request;
     request.put_PolicyID("1.2.3.4");
-    giveHash(request);
+    give_hash(request);
     const auto der = exported(request);
     CRequest copy;
     copy.put_UseNonce(false);
@@ -170,24 +182,59 @@ TEST_F(Request, TakesAFinishedRequestOver) {
     EXPECT_TRUE(copy.get_UseNonce());
     EXPECT_STREQ(copy.get_PolicyID(), "1.2.3.4");
     EXPECT_EQ(copy.get_DataHashAlg(), 0x800Cu);
-    EXPECT_EQ(hashOf(copy), sha256("data"));
+    EXPECT_EQ(hash_of(copy), sha256("data"));
+}
+
+TEST_F(Request, NothingOfAnEarlierRequestIsLeft) {
+    CRequest source;
+    source.put_DataHashAlg("1.3.14.3.2.26");
+    source.put_CertReq(true);
+    source.put_UseNonce(false);
+    const std::string hash(20, 'h');
+    source.put_DataHash(bytes(hash), hash.size());
+    const auto der = exported(source);
+    CRequest request;
+    give_hash(request);
+    const auto first = exported(request);
+    import(request, der);
+    EXPECT_TRUE(request.get_CertReq());
+    EXPECT_FALSE(request.get_UseNonce());
+    EXPECT_EQ(request.get_DataHashAlg(), 0x8004u);
+    EXPECT_EQ(hash_of(request), hash);
+    EXPECT_EQ(exported(request), der);
+    EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
+    const std::string other(20, 'o');
+    request.put_DataHash(bytes(other), other.size());
+    EXPECT_NE(exported(request).find(other), std::string::npos) << "a new hash is a new request";
+}
+
+TEST_F(Request, RefusesWhatWouldBeReadAsSomethingElse) {
+    const auto imprint = sequence(sequence(oid(kSha256Oid)) + element(4, sha256("data")));
+    const auto code = [&](const std::string& rest) {
+        CRequest request;
+        return code_of([&] { import(request, sequence(integer("\x01") + imprint + rest)); });
+    };
+    const auto arcs = [](const std::string& contents) { return element(6, contents); };
+    EXPECT_EQ(code(arcs(std::string("\x2A\x8F\xFF\xFF\xFF\x7F"))), 0u);
+    EXPECT_EQ(code(arcs(std::string("\x2A\x90\x80\x80\x80\x03"))), 0x80093101u);
+    EXPECT_EQ(code(element(0xA0, repeated(256, extension("1.2", false)))), 0u);
+    EXPECT_EQ(code(element(0xA0, repeated(257, extension("1.2", false)))), 0x80093101u);
 }
 
 TEST_F(Request, FailedImportLeavesTheBytesBehind) {
     CRequest request;
-    giveHash(request);
-    EXPECT_EQ(codeOf([&] { import(request, "noise"); }), 0x80093101u);
+    give_hash(request);
+    EXPECT_EQ(code_of([&] { import(request, "noise"); }), 0x80093101u);
     EXPECT_EQ(exported(request), "noise");
     request.put_CertReq(!request.get_CertReq());
-    EXPECT_EQ(hashOf(request), sha256("data"));
+    EXPECT_EQ(hash_of(request), sha256("data"));
 }
 
 TEST_F(Request, ImportedExtensionsDoNotSurviveAChange) {
-    const auto extension = testing::element(0xA0, testing::extension("1.2.3.5", false));
-    const auto imprint = testing::sequence(testing::sequence(testing::oid(testing::sha256Oid)) +
-                                           testing::element(4, sha256("data")));
-    const auto with = testing::sequence(testing::integer("\x01") + imprint + extension);
-    const auto without = testing::sequence(testing::integer("\x01") + imprint);
+    const auto extensions = element(0xA0, testing::extension("1.2.3.5", false));
+    const auto imprint = sequence(sequence(oid(kSha256Oid)) + element(4, sha256("data")));
+    const auto with = sequence(integer("\x01") + imprint + extensions);
+    const auto without = sequence(integer("\x01") + imprint);
     CRequest request;
     import(request, with);
     EXPECT_FALSE(request.get_UseNonce());
@@ -199,27 +246,40 @@ TEST_F(Request, ImportedExtensionsDoNotSurviveAChange) {
 
 TEST_F(Request, CopiesRunOnTheirOwn) {
     CRequest request;
+    request.put_CertReq(true);
+    request.put_UseNonce(false);
+    request.put_PolicyID("1.2.9");
     request.put_TSAAddress(L"http://tsa/");
+    request.put_TSAAuthType(AuthNTLM);
+    request.put_TSAUserName(L"user");
+    request.put_TSAPassword(L"secret");
+    request.put_ProxyAddress(L"http://proxy/");
+    request.put_ProxyAuthType(AuthDigest);
     request.put_ProxyUserName(L"me");
+    request.put_ProxyPassword(L"hush");
     request.put_Flags(3);
     feed(request, "da");
     CRequest copy(request);
     feed(request, "y");
     feed(copy, "ta");
-    EXPECT_EQ(hashOf(copy), sha256("data"));
-    EXPECT_EQ(hashOf(request), sha256("day"));
-    EXPECT_STREQ(copy.get_TSAAddress(), L"http://tsa/");
-    EXPECT_STREQ(copy.get_ProxyUserName(), L"me");
-    EXPECT_EQ(copy.get_Flags(), 3u);
+    EXPECT_EQ(hash_of(copy), sha256("data"));
+    EXPECT_EQ(hash_of(request), sha256("day"));
+    EXPECT_EQ(told(copy), told(request));
+    CRequest given;
+    give_hash(given);
+    EXPECT_EQ(hash_of(CRequest(given)), sha256("data"));
+    copy = CRequest();
+    EXPECT_NE(told(copy), told(request));
     copy = request;
+    EXPECT_EQ(told(copy), told(request));
     EXPECT_EQ(exported(copy), exported(request));
 }
 
 TEST_F(Request, TakesItsDefaultsFromPolicy) {
-    setPolicy("DefaultHashAlg = '1.3.14.3.2.26 SHA-1'\nDefaultTSPURL = 'https://tsa/'\n"
-              "DefaultProxy = 'http://proxy/'\nAuthSSLTypeDefault = 1\nAuthTypeDefault = 2\n"
-              "ProxyAuthSSLTypeDefault = 8\nProxyAuthTypeDefault = 16\nDefaultPolicyID = '1.2'\n"
-              "UseNonceByDefault = false\nDefaultCertReq = true");
+    set_policy("DefaultHashAlg = '1.3.14.3.2.26 SHA-1'\nDefaultTSPURL = 'https://tsa/'\n"
+               "DefaultProxy = 'http://proxy/'\nAuthSSLTypeDefault = 1\nAuthTypeDefault = 2\n"
+               "ProxyAuthSSLTypeDefault = 8\nProxyAuthTypeDefault = 16\nDefaultPolicyID = '1.2'\n"
+               "UseNonceByDefault = false\nDefaultCertReq = true");
     CRequest request;
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
     EXPECT_STREQ(request.get_TSAAddress(), L"https://tsa/");
@@ -232,10 +292,27 @@ TEST_F(Request, TakesItsDefaultsFromPolicy) {
     EXPECT_EQ(request.get_TSAAuthType(), AuthBasic) << "an address leaves the scheme alone";
     request.put_ProxyAddress(nullptr);
     EXPECT_STREQ(request.get_ProxyAddress(), L"");
+    set_policy("DefaultTSPURL = 'http://tsa/'\nAuthSSLTypeDefault = 1\nAuthTypeDefault = 2\n"
+               "DefaultProxy = 'https://proxy/'\nProxyAuthSSLTypeDefault = 8\n"
+               "ProxyAuthTypeDefault = 16");
+    const CRequest other;
+    EXPECT_EQ(other.get_TSAAuthType(), AuthNTLM);
+    EXPECT_EQ(other.get_ProxyAuthType(), AuthDigest);
+}
+
+TEST_F(Request, PolicyThatCannotBeReadLeavesTheOldOneInForce) {
+    CRequest request;
+    give_hash(request);
+    const CRequest source(request);
+    set_policy("DefaultTSPURL = 3");
+    EXPECT_EQ(code_of([&] { request = source; }), 1629u);
+    set_policy("");
+    request.put_TSAAddress(L"http://127.0.0.1:1/");
+    EXPECT_EQ(code_of([&] { request.Send(false); }), 0x80072EFDu) << "it still has a policy";
 }
 
 TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
-    setPolicy("");
+    set_policy("");
     const std::string engine = std::string(OPENSSL_info(OPENSSL_INFO_ENGINES_DIR)) + "/gost.so";
     if (::access(engine.c_str(), R_OK) != 0) {
         GTEST_SKIP() << "OpenSSL has no GOST engine here";
@@ -244,29 +321,29 @@ TEST_F(Request, FallsBackOnGostWhereThePlatformHasIt) {
     EXPECT_EQ(request.get_DataHashAlg(), 0x801Eu);
     EXPECT_STREQ(request.get_DataHashAlgOID(), "1.2.643.2.2.9");
     feed(request, "data");
-    EXPECT_EQ(hashOf(request).size(), 32u);
+    EXPECT_EQ(hash_of(request).size(), 32u);
 }
 
 // In a process of its own, for OpenSSL looks for its engines once.
 TEST_F(Request, FallsBackOnSha1WhereThePlatformHasNoGost) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto withoutEngines = [] {
+    const auto without_engines = [] {
         ::setenv("OPENSSL_ENGINES", Configuration::instance().folder().c_str(), 1);
-        setPolicy("");
+        set_policy("");
         CRequest request;
         const bool sha1 = request.get_DataHashAlg() == 0x8004 &&
                           std::string(request.get_DataHashAlgOID()) == "1.3.14.3.2.26";
         feed(request, "data");
-        const bool refused = codeOf([] { CRequest().put_DataHashAlg(0x801Eu); }) == 0x80090008u;
-        std::exit(sha1 && refused && hashOf(request).size() == 20 ? 0 : 1);
+        const bool refused = code_of([] { CRequest().put_DataHashAlg(0x801Eu); }) == 0x80090008u;
+        std::exit(sha1 && refused && hash_of(request).size() == 20 ? 0 : 1);
     };
-    EXPECT_EXIT(withoutEngines(), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(without_engines(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Request, LegacyReadingSeesEachChange) {
-    setPolicy("DefaultTSPURL = 'http://one/'");
+    set_policy("DefaultTSPURL = 'http://one/'");
     CRequest request;
-    setPolicy("DefaultTSPURL = 'http://two/'\nUseNonceByDefault = false");
+    set_policy("DefaultTSPURL = 'http://two/'\nUseNonceByDefault = false");
     EXPECT_STREQ(CRequest().get_TSAAddress(), L"http://two/");
     EXPECT_STREQ(request.get_TSAAddress(), L"http://one/");
 }
@@ -286,9 +363,9 @@ TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
     EXPECT_EXIT(
         {
             configuration.set("DefaultTSPURL = 3", {}, false); // can't be read, for ever
-            const auto first = codeOf([] { CRequest(); });
+            const auto first = code_of([] { CRequest(); });
             configuration.set("", {}, false);
-            const auto second = codeOf([] { CRequest(); });
+            const auto second = code_of([] { CRequest(); });
             std::_Exit(first == 0x8007045A && second == 0x8007045A ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
@@ -296,8 +373,8 @@ TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {
 }
 
 TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
-    const testing::Authority authority;
-    const auto certificate = testing::certificateOf(authority.signerDer());
+    const Authority authority;
+    const auto certificate = certificate_of(authority.signer_der());
     CRequest request;
     request.put_ClientCertificate(certificate.get());
     EXPECT_EQ(request.get_ClientCertificate(), certificate.get());
@@ -307,11 +384,11 @@ TEST_F(Request, ClientCertificateIsHeldOrReplacedByTheUsersCopy) {
     wchar_t container[] = L"container";
     CRYPT_KEY_PROV_INFO key{};
     key.pwszContainerName = container;
-    const auto withKey = testing::certificateOf(authority.signerDer());
+    const auto with_key = certificate_of(authority.signer_der());
     ASSERT_TRUE(
-        CertSetCertificateContextProperty(withKey.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
+        CertSetCertificateContextProperty(with_key.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &key));
     ASSERT_TRUE(
-        CertAddCertificateContextToStore(my.get(), withKey.get(), CERT_STORE_ADD_ALWAYS, nullptr));
+        CertAddCertificateContextToStore(my.get(), with_key.get(), CERT_STORE_ADD_ALWAYS, nullptr));
     request.put_ClientCertificate(certificate.get());
     ASSERT_NE(request.get_ClientCertificate(), certificate.get());
     DWORD size = 0;

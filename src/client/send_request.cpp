@@ -19,7 +19,7 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr wchar_t ocspHeader[] = L"Content-type: application/ocsp-request";
+constexpr wchar_t kOcspHeader[] = L"Content-type: application/ocsp-request";
 
 pthread_once_t onceRetrieveObjByUrlOcspAvailable = PTHREAD_ONCE_INIT;
 bool RetrieveObjByUrlOcspAvailable = false;
@@ -32,9 +32,9 @@ extern "C" void SetRetrieveObjByUrlOcspAvailable() {
         validity >= 1;
 }
 
-bool takesCachedRoad(const WinHTTPParams& params, const wchar_t* headers) {
+bool takes_cached_road(const WinHTTPParams& params, const wchar_t* headers) {
     if (!params.proxyAddress.empty() || !headers || !params.proxyUserName.empty() ||
-        std::wcscmp(headers, ocspHeader) != 0) {
+        std::wcscmp(headers, kOcspHeader) != 0) {
         return false;
     }
     pthread_once(&onceRetrieveObjByUrlOcspAvailable, &SetRetrieveObjByUrlOcspAvailable);
@@ -65,7 +65,7 @@ struct Buffer : PKI_BUFFER {
 };
 
 // What crypto layers that leave no last error of their own mean by a status.
-DWORD errorOfStatus(std::uint64_t status) {
+DWORD error_of_status(std::uint64_t status) {
     switch (status) {
     case 400:
     case 505:
@@ -111,11 +111,11 @@ DWORD errorOfStatus(std::uint64_t status) {
     }
 }
 
-void settleLastError(DWORD error, std::uint64_t status) {
-    if (!isOldCryptoLayer()) {
+void settle_last_error(DWORD error, std::uint64_t status) {
+    if (!is_old_crypto_layer()) {
         SetLastError(error);
     } else if (status != 200) {
-        SetLastError(errorOfStatus(status));
+        SetLastError(error_of_status(status));
     }
 }
 
@@ -132,7 +132,7 @@ CBlob post(WinHTTPParams& params, const wchar_t* userAgent, const wchar_t* heade
         SendPKIRequest(params.address.c_str(), userAgent, headers, params.proxyAddress.c_str(),
                        credentials.c_str(), &request, &response);
     const auto error = GetLastError();
-    settleLastError(error, params.httpStatus);
+    settle_last_error(error, params.httpStatus);
     CBlob answer(response.data, response.size);
     return answer;
 }
@@ -142,8 +142,8 @@ CBlob post(WinHTTPParams& params, const wchar_t* userAgent, const wchar_t* heade
 CBlob SendRequest(WinHTTPParams* params, const wchar_t* userAgent, const wchar_t* headers,
                   CBlob* body, bool /*flag*/, bool useCache, FILETIME* cacheResync,
                   bool cacheOnly) {
-    if (takesCachedRoad(*params, headers)) {
-        return retrieveByUrl(*params, *body, useCache, cacheResync, cacheOnly);
+    if (takes_cached_road(*params, headers)) {
+        return retrieve_by_url(*params, *body, useCache, cacheResync, cacheOnly);
     }
     if (cacheOnly) {
         return {};

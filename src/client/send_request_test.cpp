@@ -2,20 +2,16 @@
 // C linkage.
 #include "client/send_request.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <optional>
-#include <string>
+#include <tuple>
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 
 #include "basalt10/provider.h"
 #include "basalt20/surface/network.h"
-#include "client/request.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/loopback_server.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 #include "sup/error_codes.h"
 #include "sup/last_error.h"
 
@@ -23,12 +19,23 @@ namespace {
 
 struct FakeAnswer {
     std::uint64_t status = 0;
-    DWORD lastError = 0;
+    DWORD last_error = 0;
     std::string body = {};
 };
 
-std::optional<FakeAnswer> fakeAnswer;
-bool providerMissing = false;
+std::optional<FakeAnswer> fake_answer;
+bool provider_missing = false;
+std::optional<std::pair<DWORD, DWORD>> layer; // version and build
+
+// What the cached road was asked for; set: asked nothing of the network.
+struct Retrieval {
+    std::wstring url;
+    DWORD flags = 0;
+    DWORD timeout = 0;
+    const FILETIME* resync = nullptr;
+    DWORD count = 1;
+};
+std::optional<Retrieval> retrieval;
 
 template <class Function>
 Function real(const char* name) {
@@ -42,21 +49,51 @@ extern "C" {
 std::uint64_t SendPKIRequest(LPCWSTR url, LPCWSTR userAgent, LPCWSTR headers, LPCWSTR proxy,
                              LPCWSTR credentials, PKI_BUFFER* request,
                              PKI_BUFFER* response) noexcept {
-    if (!fakeAnswer) {
+    if (!fake_answer) {
         return real<decltype(&SendPKIRequest)>("SendPKIRequest")(url, userAgent, headers, proxy,
                                                                  credentials, request, response);
     }
-    const auto size = fakeAnswer->body.size();
+    const auto size = fake_answer->body.size();
     response->data = new BYTE[size];
-    std::memcpy(response->data, fakeAnswer->body.data(), size);
+    std::memcpy(response->data, fake_answer->body.data(), size);
     response->size = response->capacity = static_cast<std::uint32_t>(size);
-    SetLastError(fakeAnswer->lastError);
-    return fakeAnswer->status;
+    SetLastError(fake_answer->last_error);
+    return fake_answer->status;
+}
+
+BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* size,
+                       DWORD flags) noexcept {
+    if (layer && parameter == PP_VERSION) {
+        std::memcpy(data, &layer->first, sizeof(DWORD));
+        return TRUE;
+    }
+    if (layer && parameter == PP_BUILD_INFORMATION) {
+        std::memcpy(data, &layer->second, sizeof(DWORD));
+        return TRUE;
+    }
+    return real<decltype(&CryptGetProvParam)>("CryptGetProvParam")(context, parameter, data, size,
+                                                                   flags);
+}
+
+BOOL CryptRetrieveObjectByUrlW(LPCWSTR url, LPCSTR type, DWORD flags, DWORD timeout, LPVOID* object,
+                               HANDLE async, void* credentials, LPVOID verify,
+                               PCRYPT_RETRIEVE_AUX_INFO auxiliary) noexcept {
+    if (!retrieval) {
+        return real<decltype(&CryptRetrieveObjectByUrlW)>("CryptRetrieveObjectByUrlW")(
+            url, type, flags, timeout, object, async, credentials, verify, auxiliary);
+    }
+    *retrieval = {url, flags, timeout, auxiliary->pftCacheResync, retrieval->count};
+    auto* const found = static_cast<CRYPT_BLOB_ARRAY*>(
+        std::calloc(1, sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB)));
+    found->cBlob = retrieval->count;
+    found->rgBlob = reinterpret_cast<CRYPT_DATA_BLOB*>(found + 1);
+    *object = found;
+    return TRUE;
 }
 
 BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR provider, DWORD type,
                           DWORD flags) noexcept {
-    if (providerMissing && type == PROV_GOST_2012_256) {
+    if (provider_missing && type == PROV_GOST_2012_256) {
         SetLastError(NTE_PROV_TYPE_NOT_DEF);
         return FALSE;
     }
@@ -68,17 +105,15 @@ BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR provider
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::bytes;
-using testing::HttpAnswer;
-using testing::HttpRequest;
+using namespace testing;
 
-constexpr wchar_t ocsp[] = L"Content-type: application/ocsp-request";
+constexpr wchar_t kOcsp[] = L"Content-type: application/ocsp-request";
 
-CBlob blobOf(const std::string& text) {
+CBlob blob_of(const std::string& text) {
     return CBlob(bytes(text), text.size());
 }
 
-std::string textOf(const CBlob& blob) {
+std::string text_of(const CBlob& blob) {
     return {reinterpret_cast<const char*>(blob.pbData()), blob.cbData()};
 }
 
@@ -89,17 +124,17 @@ struct Sent {
 };
 
 Sent send(WinHTTPParams params, const std::string& text, const wchar_t* headers = nullptr,
-          bool useCache = false, bool cacheOnly = false) {
-    auto body = blobOf(text);
+          bool useCache = false, bool cacheOnly = false, FILETIME* resync = nullptr) {
+    auto body = blob_of(text);
     SetLastError(77);
     const auto answer =
-        SendRequest(&params, L"agent", headers, &body, false, useCache, nullptr, cacheOnly);
-    return {textOf(answer), params.httpStatus, GetLastError()};
+        SendRequest(&params, L"agent", headers, &body, false, useCache, resync, cacheOnly);
+    return {text_of(answer), params.httpStatus, GetLastError()};
 }
 
 TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
     int status = 200;
-    testing::LoopbackServer server([&](const HttpRequest& r) {
+    LoopbackServer server([&](const HttpRequest& r) {
         return HttpAnswer{status, "got " + std::to_string(r.body.size())};
     });
     WinHTTPParams params;
@@ -118,28 +153,28 @@ TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
 }
 
 TEST(SendRequest, CacheOnlyNeverGoesByPost) {
-    testing::Configuration::instance().set("");
-    testing::LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "x"}; });
+    Configuration::instance().set("");
+    LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "x"}; });
     WinHTTPParams params;
     params.address = server.url();
     params.httpStatus = 42;
-    auto withProxy = params;
-    withProxy.proxyAddress = L"http://proxy/";
-    for (const auto* headers : {ocsp, static_cast<const wchar_t*>(nullptr)}) {
-        for (const auto& each : {params, withProxy}) {
+    auto with_proxy = params;
+    with_proxy.proxyAddress = L"http://proxy/";
+    for (const auto* headers : {kOcsp, static_cast<const wchar_t*>(nullptr)}) {
+        for (const auto& each : {params, with_proxy}) {
             const auto sent = send(each, "x", headers, false, true);
             EXPECT_EQ(sent.answer, "");
             EXPECT_EQ(sent.status, 42u);
         }
     }
     EXPECT_TRUE(server.requests().empty());
-    EXPECT_EQ(send(params, "x", ocsp).status, 200u) << "not configured: by POST";
+    EXPECT_EQ(send(params, "x", kOcsp).status, 200u) << "not configured: by POST";
 }
 
 TEST(SendRequest, NewLayersLastErrorIsPassedOn) {
-    fakeAnswer = FakeAnswer{404, 1234};
+    fake_answer = FakeAnswer{404, 1234};
     const auto sent = send({}, "x");
-    fakeAnswer.reset();
+    fake_answer.reset();
     EXPECT_EQ(sent.status, 404u);
     EXPECT_EQ(sent.error, 1234u);
 }
@@ -147,7 +182,7 @@ TEST(SendRequest, NewLayersLastErrorIsPassedOn) {
 // The bodies of the death tests, which run in processes of their own and give their exit status: 0
 // when all is well.
 
-int oldLayer() {
+int old_layer() {
     struct Case {
         std::uint64_t status;
         DWORD error;
@@ -158,55 +193,118 @@ int oldLayer() {
         {408, 12002}, {504, 12002}, {411, 12153}, {412, 12153}, {413, 12154}, {414, 12005},
         {429, 12030}, {500, 12030}, {501, 12030}, {502, 12188}, {506, 12017}, {507, 8},
         {0, 12004},   {204, 12004}, {402, 12004}};
-    providerMissing = true;
+    provider_missing = true;
     int wrong = 0;
     for (const auto& [status, error] : cases) {
-        fakeAnswer = FakeAnswer{status, 0};
+        fake_answer = FakeAnswer{status, 0};
         wrong += send({}, "x").error != error;
     }
-    fakeAnswer = FakeAnswer{404, 0};
-    testing::Configuration::instance().set("");
+    fake_answer = FakeAnswer{404, 0};
+    Configuration::instance().set("");
     CRequest request;
     request.put_TSAAddress(L"http://tsa/");
     request.put_DataHash(bytes("x"), 1);
-    return wrong + (testing::codeOf([&] { request.Send(false); }) != 0x80072EE7u);
+    return wrong + (code_of([&] { request.Send(false); }) != 0x80072EE7u);
 }
 
-int cachedRoad() {
-    auto& configuration = testing::Configuration::instance();
+int cached_road() {
+    auto& configuration = Configuration::instance();
     configuration.set("", "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = 3000\n"
                           "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 60\n");
     ::setenv("XDG_CACHE_HOME", configuration.folder().c_str(), 1);
     int status = 200;
-    testing::LoopbackServer server([&](const HttpRequest& r) {
+    LoopbackServer server([&](const HttpRequest& r) {
         return HttpAnswer{status, "answer to " + r.body};
     });
     WinHTTPParams params;
     params.address = server.url(L"/ocsp");
     const std::string body = "\xFB\xEF\xBE\xFF?"; // its Base64 has +, / and =
     int wrong = 0;
-    const auto good = send(params, body, ocsp);
+    const auto good = send(params, body, kOcsp);
     wrong |= good.status != 200 || good.answer != "answer to " + body ? 1 : 0;
     status = 500;
-    const auto failed = send(params, body, ocsp);
+    const auto failed = send(params, body, kOcsp);
     wrong |= failed.status != 500 || !failed.answer.empty() ? 2 : 0;
     params.address = L"http://127.0.0.1:1/x";
-    const auto lost = send(params, body, ocsp);
+    const auto lost = send(params, body, kOcsp);
     wrong |= lost.status != 456 || !lost.answer.empty() ? 4 : 0;
-    wrong |= testing::codeOf([&] { send(params, "", ocsp); }) == 0 ? 8 : 0;
-    const auto uncached = send(params, body, ocsp, true, true);
+    wrong |= code_of([&] { send(params, "", kOcsp); }) == 0 ? 8 : 0;
+    const auto uncached = send(params, body, kOcsp, true, true);
     wrong |= uncached.status == 200 ? 16 : 0;
     return wrong;
 }
 
+// The number of calls whose address, flags or time-out aren't as they have to be.
+int exact_retrievals() {
+    Configuration::instance().set("",
+                                  "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = 0\n"
+                                  "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 1\n");
+    const std::string body = "\xFB\xEF\xBE\xFF?"; // ++++/z8= in Base64
+    WinHTTPParams params;
+    params.address = L"http://ocsp";
+    FILETIME resync{};
+    int wrong = 0;
+    for (const auto& [use, only, flags] :
+         {std::tuple{false, false, 0x100004u}, std::tuple{true, false, 0x100000u},
+          std::tuple{true, true, 0x100002u}, std::tuple{false, true, 0x100006u}}) {
+        retrieval.emplace();
+        const auto sent = send(params, body, kOcsp, use, only, &resync);
+        wrong += sent.status != 200 || retrieval->flags != flags || retrieval->timeout != 0 ||
+                 retrieval->resync != &resync ||
+                 retrieval->url != L"http://ocsp/%2B%2B%2B%2B%2Fz8%3D"
+                                   L"?Content-type: application/ocsp-request";
+    }
+    for (const DWORD count : {0u, 2u}) {
+        retrieval->count = count;
+        wrong += code_of([&] { send(params, body, kOcsp); }) != 0x8007000Du;
+    }
+    retrieval.emplace();
+    auto with_proxy = params;
+    with_proxy.proxyAddress = L"http://proxy";
+    auto with_user = params;
+    with_user.proxyUserName = L"me";
+    for (const auto& posted : {with_proxy, with_user}) {
+        fake_answer = FakeAnswer{200, 0, "posted"};
+        wrong += send(posted, body, kOcsp).answer != "posted" || !retrieval->url.empty();
+    }
+    return wrong;
+}
+
+int default_timeout() {
+    Configuration::instance().set("",
+                                  "[config.Tinlayer]\nSendRequestTimeoutMilliseconds = -7\n"
+                                  "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 1\n");
+    retrieval.emplace();
+    send({}, "x", kOcsp);
+    return retrieval->timeout != 5000;
+}
+
+int layer_tells_errors(DWORD version, DWORD build) {
+    layer = std::pair{version, build};
+    fake_answer = FakeAnswer{404, 1234};
+    return send({}, "x").error == 1234;
+}
+
 TEST(SendRequestDeathTest, OldLayersLastErrorComesFromTheStatus) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::_Exit(oldLayer()), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(std::_Exit(old_layer()), ::testing::ExitedWithCode(0), "");
 }
 
 TEST(SendRequestDeathTest, OcspGoesByTheCacheWhereThatIsConfigured) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::_Exit(cachedRoad()), ::testing::ExitedWithCode(0), "");
+    for (const auto road : {&cached_road, &exact_retrievals, &default_timeout}) {
+        EXPECT_EXIT(std::_Exit(road()), ::testing::ExitedWithCode(0), "");
+    }
+}
+
+TEST(SendRequestDeathTest, LayersUpToABuildCountAsOld) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    for (const auto& [version, build, tells] :
+         {std::tuple{0x4FFu, 99999u, 0}, std::tuple{0x500u, 13300u, 0},
+          std::tuple{0x500u, 13301u, 1}, std::tuple{0x501u, 0u, 1}}) {
+        EXPECT_EXIT(std::_Exit(layer_tells_errors(version, build)),
+                    ::testing::ExitedWithCode(tells), "");
+    }
 }
 
 } // namespace

@@ -7,13 +7,13 @@
 #include "atl/crypt_msg.h"
 #include "base/atl_exception.h"
 #include "base/blob.h"
+#include "client/result_codes.h"
 
 namespace Halcyon {
 
 namespace {
 
-constexpr std::int32_t badFormat = hr(0x8007000Bu);
-constexpr char contentTypeOid[] = "1.2.840.113549.1.9.3";
+constexpr char kContentTypeOid[] = "1.2.840.113549.1.9.3";
 
 // A reference of its own keeps the message alive for the length of a call.
 ATL2::CCryptMsg referenced(HCRYPTMSG message) {
@@ -31,12 +31,12 @@ const CRYPT_ATTRIBUTE* FindOneInstanceSingleValueAttr(const CRYPT_ATTRIBUTES* at
             continue;
         }
         if (found) {
-            ATL::AtlThrowImpl(badFormat);
+            ATL::AtlThrowImpl(hr(PKI::TSP::Client::kResultBadAttributes));
         }
         found = &attribute;
     }
     if (found && found->cValue != 1) {
-        ATL::AtlThrowImpl(badFormat);
+        ATL::AtlThrowImpl(hr(PKI::TSP::Client::kResultBadAttributes));
     }
     return found;
 }
@@ -56,23 +56,23 @@ const CRYPT_ATTRIBUTES* ExtractSignedAttributes(HCRYPTMSG message, unsigned sign
 
 bool MatchEContentType(HCRYPTMSG message, unsigned signer, const char* oid, bool allowMissing) {
     const auto held = referenced(message);
-    ATL::CStringA innerType;
-    if (const auto result = held.GetParam(CMSG_INNER_CONTENT_TYPE_PARAM, signer, innerType);
+    ATL::CStringA inner_type;
+    if (const auto result = held.GetParam(CMSG_INNER_CONTENT_TYPE_PARAM, signer, inner_type);
         result < 0) {
         ATL::AtlThrowImpl(result);
     }
-    if (*oid != '\0' && std::strcmp(oid, innerType.GetString()) != 0) {
+    if (*oid != '\0' && std::strcmp(oid, inner_type.GetString()) != 0) {
         return false;
     }
     ATL::CStringA buffer;
     const auto* attribute = FindOneInstanceSingleValueAttr(
-        ExtractSignedAttributes(message, signer, buffer), contentTypeOid);
+        ExtractSignedAttributes(message, signer, buffer), kContentTypeOid);
     if (!attribute) {
         return allowMissing;
     }
     const ASN1::CAttrContentType type(
         CBlob(attribute->rgValue[0].pbData, attribute->rgValue[0].cbData));
-    return std::strcmp(type.get_contentType(), innerType.GetString()) == 0;
+    return std::strcmp(type.get_contentType(), inner_type.GetString()) == 0;
 }
 
 } // namespace Halcyon

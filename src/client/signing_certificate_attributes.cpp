@@ -4,6 +4,7 @@
 #include "asn1/certificate_identification.h"
 #include "asn1/signing_certificate.h"
 #include "base/atl_exception.h"
+#include "client/result_codes.h"
 #include "client/signed_attributes.h"
 #include "client/trace.h"
 
@@ -13,21 +14,18 @@ namespace {
 
 using ASN1::COtherCertID;
 
-constexpr std::int32_t badFormat = hr(0x8007000Bu);
-constexpr std::int32_t notFound = hr(0x80092004u);
-
 // The first certificate that an attribute of this class names, or nothing where the attribute is
 // absent.
 template <class Attribute, class Convert>
-std::unique_ptr<COtherCertID> firstCertificate(const CRYPT_ATTRIBUTES* attributes, const char* oid,
-                                               Convert convert) {
+std::unique_ptr<COtherCertID> first_certificate(const CRYPT_ATTRIBUTES* attributes, const char* oid,
+                                                Convert convert) {
     const auto* found = FindOneInstanceSingleValueAttr(attributes, oid);
     if (!found) {
         return nullptr;
     }
     const Attribute attribute(CBlob(found->rgValue[0].pbData, found->rgValue[0].cbData));
     if (attribute.get_certs().empty()) {
-        ATL::AtlThrowImpl(badFormat); // there is no first one to read
+        ATL::AtlThrowImpl(hr(TSP::Client::kResultBadAttributes)); // there is no first one to read
     }
     return std::make_unique<COtherCertID>(convert(attribute.get_certs().front()));
 }
@@ -40,7 +38,7 @@ struct Identifiers {
     bool none() const { return !v1 && !other && !v2; }
 
     // V1 goes with nothing but, in a time-stamp, V2; there one of these two has to be.
-    bool mayStandTogether(bool timestampRules) const {
+    bool may_stand_together(bool timestampRules) const {
         if (timestampRules) {
             return v1 ? !other : v2 != nullptr;
         }
@@ -55,7 +53,7 @@ struct Identifiers {
 } // namespace
 
 std::unique_ptr<COtherCertID> GetSignCertAttr(const CRYPT_ATTRIBUTES* attributes) {
-    return firstCertificate<ASN1::CAttrSigningCertificate>(
+    return first_certificate<ASN1::CAttrSigningCertificate>(
         attributes, "1.2.840.113549.1.9.16.2.12", [](const ASN1::CESSCertID& certificate) {
             COtherCertID id(certificate.get_certHash(),
                             ASN1::CAlgorithmIdentifier("1.3.14.3.2.26"));
@@ -65,13 +63,13 @@ std::unique_ptr<COtherCertID> GetSignCertAttr(const CRYPT_ATTRIBUTES* attributes
 }
 
 std::unique_ptr<COtherCertID> GetOtherSignCertAttr(const CRYPT_ATTRIBUTES* attributes) {
-    return firstCertificate<ASN1::CAttrOtherSigningCertificate>(
+    return first_certificate<ASN1::CAttrOtherSigningCertificate>(
         attributes, "1.2.840.113549.1.9.16.2.19",
         [](const COtherCertID& certificate) { return certificate; });
 }
 
 std::unique_ptr<COtherCertID> GetSignCertAttrV2(const CRYPT_ATTRIBUTES* attributes) {
-    return firstCertificate<ASN1::CAttrSigningCertificateV2>(
+    return first_certificate<ASN1::CAttrSigningCertificateV2>(
         attributes, "1.2.840.113549.1.9.16.2.47", [](const ASN1::CESSCertIDv2& certificate) {
             COtherCertID id(certificate.get_certHash(), certificate.get_hashAlgorithm());
             id.put_issuerSerial(certificate.get_issuerSerial());
@@ -83,29 +81,29 @@ COtherCertID GetSignerCertIdEx(const CRYPT_ATTRIBUTES* attributes, bool timestam
     const Identifiers ids(attributes);
     if (ids.none()) {
         trace("GetSignerCertIdEx", "(other)SigningCert attribute not found\n");
-        ATL::AtlThrowImpl(notFound);
+        ATL::AtlThrowImpl(hr(TSP::Client::kResultNotFound));
     }
-    if (!ids.mayStandTogether(timestampRules)) {
+    if (!ids.may_stand_together(timestampRules)) {
         trace("GetSignerCertIdEx",
               "Multiple instances of signingCert attributes are not allowed.\n");
-        ATL::AtlThrowImpl(badFormat);
+        ATL::AtlThrowImpl(hr(TSP::Client::kResultBadAttributes));
     }
     return ids.v2 ? *ids.v2 : ids.other ? *ids.other : *ids.v1;
 }
 
 bool CheckSignerCertIdEx(const CRYPT_ATTRIBUTES* attributes, CBlob certificate,
                          bool attributeRequired, bool timestampRules) {
-    constexpr char function[] = "CheckSignerCertIdEx";
+    constexpr char kFunction[] = "CheckSignerCertIdEx";
     const Identifiers ids(attributes);
     if (ids.none()) {
-        trace(function, "signingCert attribute not found\n");
+        trace(kFunction, "signingCert attribute not found\n");
         return !attributeRequired;
     }
     auto fails = [&](const std::unique_ptr<COtherCertID>& id, TraceText text) {
         if (!id || OtherCertIDMatches(*id, certificate)) {
             return false;
         }
-        trace(function, text);
+        trace(kFunction, text);
         return true;
     };
     if (fails(ids.v2, "signinging-certificate-v2 attribute doesn't match signer's certificate\n") ||
@@ -115,10 +113,10 @@ bool CheckSignerCertIdEx(const CRYPT_ATTRIBUTES* attributes, CBlob certificate,
         return false;
     }
     if (timestampRules && !ids.v1 && !ids.v2) {
-        trace(function, "Timestamp should have at least one signingCert attribute.\n");
+        trace(kFunction, "Timestamp should have at least one signingCert attribute.\n");
         return false;
     }
-    return ids.mayStandTogether(timestampRules);
+    return ids.may_stand_together(timestampRules);
 }
 
 bool CheckSignerCertId(HCRYPTMSG message, unsigned signer, CBlob certificate,

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "asn1/cert_identifier.h"
-#include "basalt20/message.h"
+#include "basalt20/surface/message.h"
 #include "base/blob.h"
 
 namespace Halcyon::PKI {

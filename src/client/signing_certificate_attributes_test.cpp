@@ -1,27 +1,22 @@
 #include "client/signing_certificate_attributes.h"
 
-#include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "asn1/certificate_identification.h"
 #include "asn1/signing_certificate.h"
 #include "client/signed_attributes.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI {
 namespace {
 
+using namespace TSP::Client::testing;
+
 using ASN1::CAlgorithmIdentifier;
 using ASN1::CAttrValue;
-using TSP::Client::testing::bytes;
-using TSP::Client::testing::codeOf;
 
-constexpr char sha1Oid[] = "1.3.14.3.2.26";
-constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
+constexpr char kSha1Oid[] = "1.3.14.3.2.26";
+constexpr char kSha256Oid[] = "2.16.840.1.101.3.4.2.1";
 
 // Attributes in the platform's record, each with the values given.
 class AttributeList {
@@ -49,26 +44,26 @@ private:
 
 class SigningCertificateAttributes : public testing::Test {
 protected:
-    static CBlob blobOf(const std::string& der) { return CBlob(bytes(der), der.size()); }
-    static CBlob hashOf(const CBlob& certificate, const char* algorithm) {
+    static CBlob blob_of(const std::string& der) { return CBlob(bytes(der), der.size()); }
+    static CBlob hash_of(const CBlob& certificate, const char* algorithm) {
         return ASN1::CalculateCertificateHash(
             certificate.pbData(), static_cast<unsigned>(certificate.cbData()), algorithm);
     }
 
     static ASN1::CAttrSigningCertificate v1(const CBlob& certificate) {
         ASN1::CESSCertIDList certificates;
-        certificates.push_back(ASN1::CESSCertID(hashOf(certificate, sha1Oid)));
+        certificates.push_back(ASN1::CESSCertID(hash_of(certificate, kSha1Oid)));
         return ASN1::CAttrSigningCertificate(certificates);
     }
     static ASN1::CAttrOtherSigningCertificate other(const CBlob& certificate) {
         ASN1::COtherCertIDList certificates;
         certificates.push_back(
-            ASN1::COtherCertID(hashOf(certificate, sha256Oid), CAlgorithmIdentifier(sha256Oid)));
+            ASN1::COtherCertID(hash_of(certificate, kSha256Oid), CAlgorithmIdentifier(kSha256Oid)));
         return ASN1::CAttrOtherSigningCertificate(certificates);
     }
     static ASN1::CAttrSigningCertificateV2 v2(const CBlob& certificate) {
         ASN1::CESSCertIDv2List certificates;
-        certificates.push_back(ASN1::CESSCertIDv2(hashOf(certificate, sha256Oid)));
+        certificates.push_back(ASN1::CESSCertIDv2(hash_of(certificate, kSha256Oid)));
         return ASN1::CAttrSigningCertificateV2(certificates);
     }
 
@@ -76,9 +71,9 @@ protected:
         return CheckSignerCertIdEx(list.get(), mine_, required, timestamp);
     }
 
-    TSP::Client::testing::Authority authority_;
-    CBlob mine_ = blobOf(authority_.signerDer());
-    CBlob foreign_ = blobOf(authority_.rootDer());
+    Authority authority_;
+    CBlob mine_ = blob_of(authority_.signer_der());
+    CBlob foreign_ = blob_of(authority_.root_der());
 };
 
 TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
@@ -104,7 +99,7 @@ TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
         for (const bool timestamp : {false, true}) {
             const bool accepted = timestamp ? test.timestamp : test.plain;
             EXPECT_EQ(check(list, timestamp), accepted);
-            EXPECT_EQ(codeOf([&] { GetSignerCertIdEx(list.get(), timestamp); }),
+            EXPECT_EQ(code_of([&] { GetSignerCertIdEx(list.get(), timestamp); }),
                       accepted ? 0u : 0x8007000Bu)
                 << test.v1 << test.other << test.v2 << timestamp;
         }
@@ -115,7 +110,7 @@ TEST_F(SigningCertificateAttributes, NoneIsLeftToTheCaller) {
     const AttributeList none;
     EXPECT_FALSE(check(none, true, true));
     EXPECT_TRUE(check(none, true, false));
-    EXPECT_EQ(codeOf([&] { GetSignerCertIdEx(none.get(), true); }), 0x80092004u);
+    EXPECT_EQ(code_of([&] { GetSignerCertIdEx(none.get(), true); }), 0x80092004u);
     EXPECT_FALSE(CheckSignerCertId(nullptr, 0, mine_, false, true));
 }
 
@@ -126,21 +121,34 @@ TEST_F(SigningCertificateAttributes, EachHasToNameTheCertificate) {
     EXPECT_FALSE(check(list, true));
     const auto winner = GetSignerCertIdEx(list.get(), true);
     EXPECT_TRUE(ASN1::OtherCertIDMatches(winner, foreign_)) << "the second version counts first";
+    AttributeList with_other;
+    with_other.add(other(mine_));
+    with_other.add(v2(foreign_));
+    EXPECT_FALSE(check(with_other, true));
+    EXPECT_TRUE(ASN1::OtherCertIDMatches(GetSignerCertIdEx(with_other.get(), true), foreign_));
+    AttributeList wrong_other;
+    wrong_other.add(other(foreign_));
+    wrong_other.add(v2(mine_));
+    EXPECT_FALSE(check(wrong_other, true));
+    AttributeList wrong_first;
+    wrong_first.add(v1(foreign_));
+    wrong_first.add(v2(mine_));
+    EXPECT_FALSE(check(wrong_first, true));
 }
 
 TEST_F(SigningCertificateAttributes, OnlyTheFirstCertificateCounts) {
     ASN1::CESSCertIDv2List certificates;
-    certificates.push_back(ASN1::CESSCertIDv2(hashOf(mine_, sha256Oid)));
-    certificates.push_back(ASN1::CESSCertIDv2(hashOf(foreign_, sha256Oid)));
+    certificates.push_back(ASN1::CESSCertIDv2(hash_of(mine_, kSha256Oid)));
+    certificates.push_back(ASN1::CESSCertIDv2(hash_of(foreign_, kSha256Oid)));
     AttributeList list;
     list.add(ASN1::CAttrSigningCertificateV2(certificates));
     EXPECT_TRUE(check(list, true));
 }
 
 TEST_F(SigningCertificateAttributes, IssuerAndSerialNumberCountWhereTheyStand) {
-    auto idWith = [&](const CBlob& source) {
+    auto id_with = [&](const CBlob& source) {
         const auto issuerSerial = ASN1::GetIssuerSerialFromCertificate(source);
-        ASN1::CESSCertIDv2 id(hashOf(mine_, sha256Oid));
+        ASN1::CESSCertIDv2 id(hash_of(mine_, kSha256Oid));
         id.put_issuerSerial(&issuerSerial);
         ASN1::CESSCertIDv2List certificates;
         certificates.push_back(id);
@@ -148,8 +156,8 @@ TEST_F(SigningCertificateAttributes, IssuerAndSerialNumberCountWhereTheyStand) {
         list.add(ASN1::CAttrSigningCertificateV2(certificates));
         return check(list, true);
     };
-    EXPECT_TRUE(idWith(mine_));
-    EXPECT_FALSE(idWith(foreign_));
+    EXPECT_TRUE(id_with(mine_));
+    EXPECT_FALSE(id_with(foreign_));
 }
 
 TEST_F(SigningCertificateAttributes, MalformedOnesAreFailures) {
@@ -157,16 +165,16 @@ TEST_F(SigningCertificateAttributes, MalformedOnesAreFailures) {
     AttributeList doubled;
     doubled.add(good);
     doubled.add(good);
-    EXPECT_EQ(codeOf([&] { check(doubled, true); }), 0x8007000Bu);
-    AttributeList twoValues;
-    twoValues.add(good.get_oid(), {good.get_value(), good.get_value()});
-    EXPECT_EQ(codeOf([&] { check(twoValues, true); }), 0x8007000Bu);
+    EXPECT_EQ(code_of([&] { check(doubled, true); }), 0x8007000Bu);
+    AttributeList two_values;
+    two_values.add(good.get_oid(), {good.get_value(), good.get_value()});
+    EXPECT_EQ(code_of([&] { check(two_values, true); }), 0x8007000Bu);
     AttributeList noise;
-    noise.add(good.get_oid(), {blobOf("noise")});
-    EXPECT_EQ(codeOf([&] { check(noise, true); }), 0x80093101u);
+    noise.add(good.get_oid(), {blob_of("noise")});
+    EXPECT_EQ(code_of([&] { check(noise, true); }), 0x80093101u);
     AttributeList empty;
-    empty.add(good.get_oid(), {blobOf(std::string("\x30\x02\x30\x00", 4))});
-    EXPECT_NE(codeOf([&] { check(empty, true); }), 0u) << "no certificate at all";
+    empty.add(good.get_oid(), {blob_of(std::string("\x30\x02\x30\x00", 4))});
+    EXPECT_NE(code_of([&] { check(empty, true); }), 0u) << "no certificate at all";
 }
 
 TEST(SignedAttributes, FindOneOfAType) {
@@ -175,7 +183,7 @@ TEST(SignedAttributes, FindOneOfAType) {
     list.add("1.2.34", {});
     EXPECT_EQ(FindOneInstanceSingleValueAttr(list.get(), "1.2.3"), &list.get()->rgAttr[0]);
     EXPECT_EQ(FindOneInstanceSingleValueAttr(list.get(), "1.2"), nullptr);
-    EXPECT_EQ(codeOf([&] { FindOneInstanceSingleValueAttr(list.get(), "1.2.34"); }), 0x8007000Bu);
+    EXPECT_EQ(code_of([&] { FindOneInstanceSingleValueAttr(list.get(), "1.2.34"); }), 0x8007000Bu);
     EXPECT_EQ(FindOneInstanceSingleValueAttr(AttributeList().get(), "1.2.3"), nullptr);
 }
 

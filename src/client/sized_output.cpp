@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/atl_exception.h"
+#include "client/result_codes.h"
 
 namespace Halcyon::PKI::TSP::Client {
 
@@ -14,7 +15,7 @@ void deliver(const CBlob& bytes, unsigned char* out, unsigned long* size) {
         return;
     }
     if (bytes.cbData() > room) {
-        ATL::AtlThrowImpl(hr(0x800700EAu));
+        ATL::AtlThrowImpl(hr(kResultBufferTooSmall));
     }
     if (bytes.cbData() != 0) {
         std::memcpy(out, bytes.pbData(), bytes.cbData());

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "base/atl_exception.h"
+#include "client/result_codes.h"
 #include "client/sized_output.h"
 #include "client/stamp_impl.h"
 
@@ -11,38 +12,36 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr std::int32_t invalidState = hr(0x8007139Fu);
-
-void requireStatus(bool hasStatus) {
+void require_status(bool hasStatus) {
     if (!hasStatus) {
-        ATL::AtlThrowImpl(invalidState);
+        ATL::AtlThrowImpl(hr(kResultNoStamp));
     }
 }
 
 // What an authority's failure bits come to, by the lowest one.
-std::int32_t codeOfFailure(unsigned int bits) {
+std::int32_t code_of_failure(unsigned int bits) {
     unsigned int lowest = 0;
     while ((bits >> lowest & 1u) == 0) {
         ++lowest;
     }
     switch (lowest) {
     case 0: // badAlg
-        return hr(0x80090008u);
+        return hr(kResultBadHashAlg);
     case 5: // badDataFormat
-        return hr(0x80090005u);
+        return hr(kResultBadData);
     case 2:  // badRequest
     case 15: // unacceptedPolicy
     case 16: // unacceptedExtension
-        return hr(0x80090029u);
+        return hr(kResultNotSupported);
     default:
-        return invalidState;
+        return hr(kResultNoStamp);
     }
 }
 
 } // namespace
 
 CStamp::Impl::Impl() {
-    openStore();
+    open_store();
 }
 
 CStamp::Impl::Impl(const Impl& source)
@@ -90,9 +89,9 @@ CStamp::Impl& CStamp::Impl::operator=(const Impl& source) {
     return *this;
 }
 
-void CStamp::Impl::requireToken() const {
+void CStamp::Impl::require_token() const {
     if (token.cbData() == 0) {
-        ATL::AtlThrowImpl(invalidState);
+        ATL::AtlThrowImpl(hr(kResultNoStamp));
     }
 }
 
@@ -111,34 +110,34 @@ CStamp::~CStamp() {
 
 void CStamp::Export(unsigned char* out, unsigned long* size) const {
     if (impl_->failInfo != 0) {
-        ATL::AtlThrowImpl(codeOfFailure(impl_->failInfo));
+        ATL::AtlThrowImpl(code_of_failure(impl_->failInfo));
     }
-    impl_->requireToken();
+    impl_->require_token();
     deliver(impl_->token, out, size);
 }
 
 unsigned int CStamp::get_Status() const {
-    requireStatus(impl_->hasStatus);
+    require_status(impl_->hasStatus);
     return impl_->status;
 }
 
 const wchar_t* CStamp::get_StatusString() const {
-    requireStatus(impl_->hasStatus);
+    require_status(impl_->hasStatus);
     return impl_->statusString.c_str();
 }
 
 unsigned int CStamp::get_FailInfo() const {
-    requireStatus(impl_->hasStatus);
+    require_status(impl_->hasStatus);
     return impl_->failInfo;
 }
 
 void* CStamp::get_Certificates() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->certificates.get();
 }
 
 const _CERT_CONTEXT* CStamp::get_TSACertificate(void** stores, unsigned long count) const {
-    impl_->requireToken();
+    impl_->require_token();
     if (impl_->GetTSACertBySigAttr(stores, count, nullptr) < 0 &&
         impl_->GetTSACertByIssSerial(stores, count) < 0) {
         return nullptr;
@@ -147,57 +146,57 @@ const _CERT_CONTEXT* CStamp::get_TSACertificate(void** stores, unsigned long cou
 }
 
 unsigned int CStamp::get_DataHashAlg() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->dataHashAlg;
 }
 
 const char* CStamp::get_DataHashAlgOID() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->dataHashAlgOID.c_str();
 }
 
 void CStamp::get_DataHash(unsigned char* out, unsigned long* size) const {
-    impl_->requireToken();
+    impl_->require_token();
     deliver(impl_->dataHash, out, size);
 }
 
 const char* CStamp::get_PolicyID() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->policyID.c_str();
 }
 
 void CStamp::get_SerialNumber(unsigned char* out, unsigned long* size) const {
-    impl_->requireToken();
+    impl_->require_token();
     deliver(impl_->serialNumber, out, size);
 }
 
 const CDateTime& CStamp::get_Time() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->time;
 }
 
 long CStamp::get_Accuracy() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->accuracy;
 }
 
 bool CStamp::get_Ordering() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->ordering;
 }
 
 bool CStamp::get_HasNonce() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->nonce.cbData() != 0;
 }
 
 const wchar_t* CStamp::get_TSA() const {
-    impl_->requireToken();
+    impl_->require_token();
     return impl_->tsa.c_str();
 }
 
 void CStamp::get_TSABlob(unsigned char* out, unsigned long* size) const {
-    impl_->requireToken();
+    impl_->require_token();
     deliver(impl_->tsaBlob, out, size);
 }
 
@@ -212,31 +211,31 @@ long CStamp::get_DefaultAccuracy() const {
 int CStamp::Compare(const CStamp* other) const {
     const auto& a = *impl_;
     const auto& b = *other->impl_;
-    b.requireToken();
+    b.require_token();
     if (a.time == b.time) {
         return 0;
     }
-    const int byTime = a.time < b.time ? -1 : 1;
+    const int by_time = a.time < b.time ? -1 : 1;
     if (a.tsaBlob == b.tsaBlob && a.ordering && b.ordering) {
-        return byTime;
+        return by_time;
     }
-    a.requireToken();
-    auto accuracyOf = [](const Impl& stamp) {
+    a.require_token();
+    auto accuracy_of = [](const Impl& stamp) {
         return static_cast<std::uint32_t>(stamp.accuracy == -1 ? stamp.defaultAccuracy
                                                                : stamp.accuracy);
     };
-    const auto accuracyA = accuracyOf(a);
-    const auto accuracyB = accuracyOf(b);
-    constexpr std::uint32_t none = 0xFFFFFFFFu;
-    if (accuracyA == none || accuracyB == none) {
+    const auto accuracy_a = accuracy_of(a);
+    const auto accuracy_b = accuracy_of(b);
+    constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+    if (accuracy_a == kNone || accuracy_b == kNone) {
         return 0;
     }
-    const CDateTimeSpan spanA(0, accuracyA);
-    const CDateTimeSpan spanB(0, accuracyB);
-    if (!(a.time + spanA < b.time - spanB) && !(b.time + spanB < a.time - spanA)) {
+    const CDateTimeSpan span_a(0, accuracy_a);
+    const CDateTimeSpan span_b(0, accuracy_b);
+    if (!(a.time + span_a < b.time - span_b) && !(b.time + span_b < a.time - span_a)) {
         return 0;
     }
-    return byTime;
+    return by_time;
 }
 
 int CStamp::Verify(const _CERT_CONTEXT* certificate, const char* extensionList) const {
@@ -245,7 +244,7 @@ int CStamp::Verify(const _CERT_CONTEXT* certificate, const char* extensionList) 
 
 int CStamp::VerifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                               unsigned long count) const {
-    return impl_->verifyCertificate(certificate, stores, count);
+    return impl_->verify_certificate(certificate, stores, count);
 }
 
 } // namespace Halcyon::PKI::TSP::Client

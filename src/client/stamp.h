@@ -3,11 +3,15 @@
 //
 //     CStamp stamp;
 //     stamp.Import(bytes, size, nullptr);
-//     if (stamp.Verify(nullptr, nullptr) == 0 && stamp.VerifyCertificate(nullptr, nullptr, 0) == 0)
+//     if (hash_of_data == data_hash(stamp) && stamp.Verify(nullptr, nullptr) == 0 &&
+//         stamp.VerifyCertificate(nullptr, nullptr, 0) == 0) {
 //         show(stamp.get_Time());
+//     }
 //
 // Nothing is trusted because it was imported: `Verify` settles signer and signature,
-// `VerifyCertificate` the signer's chain, at the stamp's own time. Call both.
+// `VerifyCertificate` the signer's chain, at the stamp's own time. Call both. Neither knows what
+// was stamped: a stored stamp is about your data only if the data's hash, by the algorithm that
+// `get_DataHashAlgOID` names, equals the bytes of `get_DataHash`. Compare them yourself.
 // Ownership: the stamp owns all that it gives out pointers and references to; they live until its
 // next change. Copies are deep, but share the store of certificates.
 // Threads: a stamp belongs to one thread at a time, its const operations included.
@@ -15,6 +19,7 @@
 // Without a token every operation that needs one throws 0x8007139F.
 #pragma once
 
+#include "base/atl_exception.h"
 #include "base/date_time.h"
 #include "visibility/visibility.h"
 
@@ -33,12 +38,17 @@ public:
     ~CStamp();
 
     // Reads a TimeStampResp, or else a bare token. With a request the hash and the nonce have to be
-    // its own: 0x80091007 and 0xC2100120. A refusal by the authority is no failure here: the stamp
-    // then has a status and no token. Throws 0x80093101 for bytes that are neither, 0x80004005 for
-    // an unknown status, and the platform's code, or 0x80090008, for a hash algorithm that it
-    // doesn't know. If it fails, the stamp that was there before is gone. The signer found and the
-    // message opened for an earlier token are kept: use a new object for bytes that have nothing to
-    // do with the earlier ones.
+    // its own: 0x80091007 and 0xC2100120. That is for the request that was sent, with its nonce; a
+    // stored stamp can't be held against a request made anew, whose nonce is another: give null,
+    // and compare `get_DataHash`. A refusal by the authority is no failure here: the stamp then has
+    // a status and no token. Throws 0x80093101 for bytes that are neither, for an OBJECT IDENTIFIER
+    // with an arc of 2^32 or more, and for more certificates, extensions, attributes, names or
+    // texts than any honest token holds; 0x8007076D for a time that isn't YYYYMMDDhhmmss[.f+]Z (RFC
+    // 3161, 2.4.2; of an answer this, too, gives 0x80093101); 0x80004005 for an unknown status; and
+    // the platform's code, or 0x80090008, for a hash algorithm that it doesn't know. If it fails,
+    // the stamp that was there before is gone. The signer found and the message opened for an
+    // earlier token are kept: use a new object for bytes that have nothing to do with the earlier
+    // ones.
     void Import(const unsigned char* data, unsigned long size, const CRequest* request);
     // The token's DER, for an application to store. `*size` is the room at `out` and gets the
     // length; a null `out` asks for the length alone; too little room throws 0x800700EA. Failure

@@ -37,13 +37,13 @@ public:
     // Leaves tsaCertificate, cryptMsg, ordering, version, dataHashAlg and extensions.
     void clear();
     // Throws 0x8007139F without a token.
-    void requireToken() const;
+    void require_token() const;
 
     // Steps of an import.
-    void readStatus(const CResponse& response);
-    void readToken(const CToken& token);
-    void compareWith(const CBlob& requestHash, const ASN1::CBigInteger& requestNonce) const;
-    void accept(const CBlob& bytes, std::shared_ptr<const CToken> decoded);
+    void read_status(const CResponse& response);
+    void read_token(const CToken& token);
+    void compare_with(const CBlob& request_hash, const ASN1::CBigInteger& request_nonce) const;
+    void accept(std::shared_ptr<const CToken> decoded);
     HRESULT AppendCertificateValuesToCertificates();
 
     // 0x80004005 if the message is open already. A message that can't be fed stays open.
@@ -55,7 +55,8 @@ public:
     HRESULT GetTSACertByIssSerial(void** stores, unsigned long count);
 
     HRESULT verify(const _CERT_CONTEXT* certificate, const char* extensionList);
-    HRESULT verifyCertificate(const _CERT_CONTEXT* certificate, void** stores, unsigned long count);
+    HRESULT verify_certificate(const _CERT_CONTEXT* certificate, void** stores,
+                               unsigned long count);
 
     unsigned int status = 0;
     std::wstring statusString;
@@ -83,18 +84,18 @@ public:
     ATL2::CCryptMsg cryptMsg;
 
 private:
-    void openStore();
-    void readNames(const CToken& source);
-    void addCertificate(const CBlob& der);
-    HRESULT openMessageOnDemand();
-    const CToken& decodedToken();
-    const _CERT_CONTEXT* certificateToJudge(const _CERT_CONTEXT* given, void** stores,
-                                            unsigned long count);
-    ATL2::CCertStore collectStores(void** stores, unsigned long count) const;
-    HRESULT judgeChain(const _CERT_CONTEXT* certificate, const ATL2::CCertStore& stores) const;
+    void open_store();
+    void read_names(const CToken& source);
+    void add_certificate(const CBlob& der);
+    HRESULT open_message_on_demand();
+    const CToken& decoded_token();
+    const _CERT_CONTEXT* certificate_to_judge(const _CERT_CONTEXT* given, void** stores,
+                                              unsigned long count);
+    ATL2::CCertStore collect_stores(void** stores, unsigned long count) const;
+    HRESULT judge_chain(const _CERT_CONTEXT* certificate, const ATL2::CCertStore& stores) const;
 
     std::shared_ptr<const CToken> decoded_; // `token`, taken apart
-    bool messageIsCurrent_ = false;         // `cryptMsg` holds `token`, and not an earlier one
+    bool message_is_current_ = false;       // `cryptMsg` holds `token`, and not an earlier one
 };
 
 } // namespace Halcyon::PKI::TSP::Client

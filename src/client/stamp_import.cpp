@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "asn1/certificate_value.h"
+#include "asn1/failure.h"
 #include "atl/platform_answer.h"
 #include "basalt10/oid_information.h"
 #include "basalt20/surface/store.h"
@@ -10,6 +11,8 @@
 #include "client/result_codes.h"
 #include "client/stamp_impl.h"
 #include "client/trace.h"
+#include "core/limits.h"
+#include "core/message_bounds.h"
 #include "core/response.h"
 #include "core/token.h"
 #include "sup/error_codes.h"
@@ -18,24 +21,35 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr char certValuesOid[] = "1.2.840.113549.1.9.16.2.23";
+constexpr char kCertValuesOid[] = "1.2.840.113549.1.9.16.2.23";
 
 // Statuses up to here carry a token; up to the next one they are a refusal; the rest is unknown.
-constexpr unsigned int lastGranted = 1;
-constexpr unsigned int lastKnown = 6;
+constexpr unsigned int kLastGranted = 1;
+constexpr unsigned int kLastKnown = 6;
 
 // In 32 bits: more than 4294 seconds wrap.
-long microsecondsOf(const std::uint32_t* accuracy) {
+long microseconds_of(const std::uint32_t* accuracy) {
     const std::uint32_t total = accuracy[0] * 1000000u + accuracy[1] * 1000u + accuracy[2];
     return static_cast<long>(total);
 }
 
-unsigned int algIdOf(const std::string& oid) {
+unsigned int alg_id_of(const std::string& oid) {
     const auto algId = CertOIDToAlgId(oid.c_str());
     if (algId == 0) {
-        ATL::AtlThrowImpl(result_from_last_error(hr(NTE_BAD_ALGID)));
+        ATL::AtlThrowImpl(result_from_last_error(hr(kResultBadHashAlg)));
     }
     return algId;
+}
+
+// Whether what stands where an answer has the SEQUENCE of its status is the OBJECT IDENTIFIER of a
+// bare token. Such bytes are no answer, which costs an exception to find out by decoding.
+bool begins_as_token(const CBlob& bytes) {
+    const Element rest(bytes.pbData(), bytes.cbData());
+    if (rest.size() < 2 || rest[0] != kSequenceByte) {
+        return false;
+    }
+    const std::size_t header = rest[1] <= 0x80 ? 2 : 2 + (rest[1] & 0x7Fu);
+    return header < rest.size() && rest[header] == kIdentifierByte;
 }
 
 bool decodes(CResponse& response, const CBlob& bytes) {
@@ -56,27 +70,26 @@ void CStamp::Import(const unsigned char* data, unsigned long size, const CReques
     CBlob bytes(data, size);
     CResponse response;
     std::shared_ptr<const CToken> token;
-    if (decodes(response, bytes)) {
+    if (!begins_as_token(bytes) && decodes(response, bytes)) {
         trace("Import", "Checking status of time-stamp response...\n");
-        stamp.readStatus(response);
-        if (stamp.status <= lastGranted && response.get_timeStampToken()) {
-            token = response.share_timeStampToken();
-            bytes = token->encode();
+        stamp.read_status(response);
+        if (stamp.status <= kLastGranted && response.get_timeStampToken()) {
+            token = response.share_token();
         }
     } else {
         trace("Import", "Failed to decode as time-stamp response...\n");
         trace("Import", "Trying to decode as time-stamp token...\n");
         auto bare = std::make_shared<CToken>();
-        bare->decode(bytes);
+        bare->decode(std::move(bytes));
         token = std::move(bare);
     }
     if (token) {
         trace("Import", "Parsing and checking time-stamp token fields...\n");
-        stamp.readToken(*token);
+        stamp.read_token(*token);
         if (request) {
-            stamp.compareWith(request->impl_->dataHash, request->impl_->nonce);
+            stamp.compare_with(request->impl_->dataHash, request->impl_->nonce);
         }
-        stamp.accept(bytes, std::move(token));
+        stamp.accept(std::move(token));
     }
     trace("Import", "Importing time-stamp... OK\n");
 }
@@ -84,9 +97,9 @@ void CStamp::Import(const unsigned char* data, unsigned long size, const CReques
 void CStamp::Impl::clear() {
     certificates.Destroy();
     if (certificates.get()) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(kResultFailed));
     }
-    openStore();
+    open_store();
     status = 0;
     statusString.clear();
     failInfo = 0;
@@ -105,14 +118,14 @@ void CStamp::Impl::clear() {
     signature.clear();
     signatureAlgOID.clear();
     decoded_.reset();
-    messageIsCurrent_ = false;
+    message_is_current_ = false;
 }
 
-void CStamp::Impl::openStore() {
+void CStamp::Impl::open_store() {
     certificates.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
 }
 
-void CStamp::Impl::readStatus(const CResponse& response) {
+void CStamp::Impl::read_status(const CResponse& response) {
     const auto& info = *response.get_status();
     status = info.get_pkiStatus();
     statusString.clear();
@@ -120,20 +133,20 @@ void CStamp::Impl::readStatus(const CResponse& response) {
         statusString += text.get_value();
     }
     failInfo = info.get_failureInfo().get_value();
-    if (status > lastKnown) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+    if (status > kLastKnown) {
+        ATL::AtlThrowImpl(hr(kResultFailed));
     }
     hasStatus = true;
 }
 
-void CStamp::Impl::readToken(const CToken& source) {
+void CStamp::Impl::read_token(const CToken& source) {
     version = source.get_version();
     if (source.get_accuracy()) {
-        accuracy = microsecondsOf(source.get_accuracy());
+        accuracy = microseconds_of(source.get_accuracy());
     }
     time = source.get_genTime();
     dataHashAlgOID = source.get_hashAlgorithm().get_algorithm();
-    dataHashAlg = algIdOf(dataHashAlgOID);
+    dataHashAlg = alg_id_of(dataHashAlgOID);
     dataHash = source.get_hashedMessage();
     if (source.get_nonce()) {
         nonce = *source.get_nonce();
@@ -145,18 +158,18 @@ void CStamp::Impl::readToken(const CToken& source) {
     serialNumber = source.get_serialNumber();
     signatureAlgOID = source.get_signerInfo().get_signatureAlgorithm().get_algorithm();
     signature = source.get_signerInfo().get_signature();
-    readNames(source);
+    read_names(source);
     if (source.get_certificates()) {
         for (const auto& certificate : *source.get_certificates()) {
-            addCertificate(certificate);
+            add_certificate(certificate);
         }
     }
 }
 
-void CStamp::Impl::readNames(const CToken& source) {
+void CStamp::Impl::read_names(const CToken& source) {
     if (source.get_tsa()) {
         tsaBlob = source.get_tsa()->encode();
-        tsa = source.get_tsa()->toString().c_str();
+        tsa = source.get_tsa()->toString();
     }
     extensions.clear();
     if (source.get_extensions()) {
@@ -166,9 +179,9 @@ void CStamp::Impl::readNames(const CToken& source) {
     }
 }
 
-void CStamp::Impl::addCertificate(const CBlob& der) {
+void CStamp::Impl::add_certificate(const CBlob& der) {
     if (!certificates.get()) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(kResultFailed));
     }
     const ATL2::CCertContext context(CertCreateCertificateContext(
         ATL2::kAnyEncoding, der.pbData(), static_cast<DWORD>(der.cbData())));
@@ -178,19 +191,19 @@ void CStamp::Impl::addCertificate(const CBlob& der) {
     }
 }
 
-void CStamp::Impl::compareWith(const CBlob& requestHash,
-                               const ASN1::CBigInteger& requestNonce) const {
-    if (requestHash != dataHash) {
-        ATL::AtlThrowImpl(hr(CRYPT_E_HASH_VALUE));
+void CStamp::Impl::compare_with(const CBlob& request_hash,
+                                const ASN1::CBigInteger& request_nonce) const {
+    if (request_hash != dataHash) {
+        ATL::AtlThrowImpl(hr(kResultHashDiffers));
     }
-    const bool anyNonce = requestNonce.cbData() != 0 || nonce.cbData() != 0;
-    if (anyNonce && requestNonce != nonce) {
-        ATL::AtlThrowImpl(hr(resultNonceDiffers));
+    const bool any_nonce = request_nonce.cbData() != 0 || nonce.cbData() != 0;
+    if (any_nonce && request_nonce != nonce) {
+        ATL::AtlThrowImpl(hr(kResultNonceDiffers));
     }
 }
 
-void CStamp::Impl::accept(const CBlob& bytes, std::shared_ptr<const CToken> decoded) {
-    token = bytes;
+void CStamp::Impl::accept(std::shared_ptr<const CToken> decoded) {
+    token = decoded->encode();
     decoded_ = std::move(decoded);
     if (const auto result = AppendCertificateValuesToCertificates(); result < 0) {
         ATL::AtlThrowImpl(result);
@@ -202,7 +215,7 @@ HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
     if (!cryptMsg) {
         const auto result = InitializeCryptMsg();
         // A digest that the platform can't compute leaves the attributes readable.
-        if (result < 0 && result != hr(NTE_BAD_ALGID) && result != hr(CRYPT_E_UNKNOWN_ALGO)) {
+        if (result < 0 && result != hr(kResultBadHashAlg) && result != hr(kResultUnknownAlg)) {
             return result;
         }
     }
@@ -211,17 +224,23 @@ HRESULT CStamp::Impl::AppendCertificateValuesToCertificates() {
         return 0;
     }
     const auto& attributes = *reinterpret_cast<const CRYPT_ATTRIBUTES*>(buffer.GetString());
+    std::size_t count = 0;
     try {
         for (DWORD i = 0; i < attributes.cAttr; ++i) {
             const auto& attribute = attributes.rgAttr[i];
-            if (std::strcmp(attribute.pszObjId, certValuesOid) != 0) {
+            if (std::strcmp(attribute.pszObjId, kCertValuesOid) != 0) {
                 continue;
             }
             for (DWORD j = 0; j < attribute.cValue; ++j) {
+                const CBlob der(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData);
+                count += count_certificate_values({der.pbData(), der.cbData()});
+                if (count > kMaxCertificates) {
+                    ASN1::fail_codec();
+                }
                 ASN1::CCertificateValues values;
-                values.decode(CBlob(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData));
+                values.decode(der);
                 for (const auto& certificate : values) {
-                    addCertificate(certificate);
+                    add_certificate(certificate);
                 }
             }
         }

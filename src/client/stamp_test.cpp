@@ -1,22 +1,16 @@
 #include "client/stamp.h"
 
-#include <string>
+#include <cwchar>
 
-#include <gtest/gtest.h>
-
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "basalt20/surface/store.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::Authority;
-using testing::codeOf;
-using testing::import;
-using testing::TstInfo;
+using namespace testing;
 
-constexpr std::uint32_t noStamp = 0x8007139F;
+constexpr std::uint32_t kNoStamp = 0x8007139F;
 
 using Getter = void (CStamp::*)(unsigned char*, unsigned long*) const;
 
@@ -30,7 +24,7 @@ std::string delivered(const CStamp& stamp, Getter getter) {
 
 class Stamp : public ::testing::Test {
 protected:
-    Stamp() { testing::Configuration::instance().set(""); }
+    Stamp() { Configuration::instance().set(""); }
 
     std::string token(const TstInfo& info = {}) { return authority_.token(info.encode()); }
     CStamp imported(const TstInfo& info) {
@@ -42,62 +36,106 @@ protected:
     Authority authority_;
 };
 
-void expectNoStamp(CStamp& stamp) {
+// All that can be asked for; what there isn't as its code.
+std::string told(const CStamp& stamp) {
+    std::string text;
+    const auto tell = [&](const auto& get) {
+        const auto code = code_of([&] { text += get(); });
+        text += (code == 0 ? "" : std::to_string(code)) + '|';
+    };
+    const auto narrow = [](const wchar_t* wide) {
+        return std::string(wide, wide + std::wcslen(wide));
+    };
+    for (const auto getter : {&CStamp::get_DataHash, &CStamp::get_SerialNumber,
+                              &CStamp::get_TSABlob, &CStamp::Export}) {
+        tell([&] { return delivered(stamp, getter); });
+    }
+    tell([&] { return std::to_string(stamp.get_Status()); });
+    tell([&] { return narrow(stamp.get_StatusString()); });
+    tell([&] { return std::to_string(stamp.get_FailInfo()); });
+    tell([&] { return std::to_string(stamp.get_DataHashAlg()); });
+    tell([&] { return std::string(stamp.get_DataHashAlgOID()); });
+    tell([&] { return std::string(stamp.get_PolicyID()); });
+    tell([&] { return std::to_string(stamp.get_Time().ticks()); });
+    tell([&] { return std::to_string(stamp.get_Accuracy()); });
+    tell([&] { return std::to_string(stamp.get_Ordering()); });
+    tell([&] { return std::to_string(stamp.get_HasNonce()); });
+    tell([&] { return narrow(stamp.get_TSA()); });
+    tell([&] { return std::to_string(stamp.get_DefaultAccuracy()); });
+    tell([&] {
+        PCCERT_CONTEXT found = nullptr;
+        int count = 0;
+        while ((found = CertEnumCertificatesInStore(stamp.get_Certificates(), found))) {
+            ++count;
+        }
+        return std::to_string(count);
+    });
+    return text;
+}
+
+TstInfo full() {
+    TstInfo info;
+    info.digest = sha256("other");
+    info.policy = "1.2.5";
+    info.serial = "\x56";
+    info.accuracy = sequence(integer("\x02") + element(0x80, "\x03") + element(0x81, "\x04"));
+    info.ordering = true;
+    info.nonce = std::string("\0\xFF", 2);
+    info.genTime = "20240601120000.25Z";
+    return info;
+}
+
+void expect_no_stamp(CStamp& stamp) {
     unsigned long size = 0;
     for (const auto getter :
          {&CStamp::get_DataHash, &CStamp::get_SerialNumber, &CStamp::get_TSABlob}) {
-        EXPECT_EQ(codeOf([&] { (stamp.*getter)(nullptr, &size); }), noStamp);
+        EXPECT_EQ(code_of([&] { (stamp.*getter)(nullptr, &size); }), kNoStamp);
     }
-    EXPECT_EQ(codeOf([&] { stamp.get_Certificates(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_TSACertificate(nullptr, 0); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_DataHashAlg(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_DataHashAlgOID(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_PolicyID(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_Time(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_Accuracy(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_Ordering(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_HasNonce(); }), noStamp);
-    EXPECT_EQ(codeOf([&] { stamp.get_TSA(); }), noStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Certificates(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_TSACertificate(nullptr, 0); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_DataHashAlg(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_DataHashAlgOID(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_PolicyID(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Time(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Accuracy(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Ordering(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_HasNonce(); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_TSA(); }), kNoStamp);
 }
 
 TEST_F(Stamp, IsEmptyAtFirstAndAfterAFailedImport) {
     CStamp stamp;
-    auto expectEmpty = [&] {
+    auto expect_empty = [&] {
         unsigned long size = 0;
-        expectNoStamp(stamp);
-        EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
-        EXPECT_EQ(codeOf([&] { stamp.get_StatusString(); }), noStamp);
-        EXPECT_EQ(codeOf([&] { stamp.get_FailInfo(); }), noStamp);
-        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), noStamp);
+        expect_no_stamp(stamp);
+        EXPECT_EQ(code_of([&] { stamp.get_Status(); }), kNoStamp);
+        EXPECT_EQ(code_of([&] { stamp.get_StatusString(); }), kNoStamp);
+        EXPECT_EQ(code_of([&] { stamp.get_FailInfo(); }), kNoStamp);
+        EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), kNoStamp);
     };
-    expectEmpty();
+    expect_empty();
     for (const auto& bytes : {std::string(), std::string("\x30"), token().substr(0, 40)}) {
         import(stamp, token());
-        EXPECT_EQ(codeOf([&] { import(stamp, bytes); }), 0x80093101u);
-        expectEmpty();
+        EXPECT_EQ(code_of([&] { import(stamp, bytes); }), 0x80093101u);
+        expect_empty();
     }
 }
 
 TEST_F(Stamp, ReadsEveryFieldOfABareToken) {
-    TstInfo info;
-    info.accuracy = testing::sequence(testing::integer("\x02") + testing::element(0x80, "\x03") +
-                                      testing::element(0x81, "\x04"));
-    info.ordering = true;
-    info.nonce = std::string("\0\xFF", 2);
+    auto info = full();
     info.tsa = authority_.name();
-    info.genTime = "20240601120000.25Z";
     const auto der = token(info);
     CStamp stamp;
     import(stamp, der);
-    EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
+    EXPECT_EQ(code_of([&] { stamp.get_Status(); }), kNoStamp);
     EXPECT_EQ(delivered(stamp, &CStamp::Export), der);
     EXPECT_EQ(delivered(stamp, &CStamp::get_DataHash), info.digest);
     EXPECT_EQ(delivered(stamp, &CStamp::get_SerialNumber), info.serial);
     EXPECT_EQ(delivered(stamp, &CStamp::get_TSABlob), info.tsa);
     EXPECT_NE(std::wstring(stamp.get_TSA()).find(L"Test Authority"), std::wstring::npos);
     EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu);
-    EXPECT_STREQ(stamp.get_DataHashAlgOID(), testing::sha256Oid);
-    EXPECT_STREQ(stamp.get_PolicyID(), "1.2.3.4");
+    EXPECT_STREQ(stamp.get_DataHashAlgOID(), kSha256Oid);
+    EXPECT_STREQ(stamp.get_PolicyID(), "1.2.5");
     EXPECT_STREQ(stamp.get_Time().getGeneralizedTime().c_str(), "20240601120000.25Z");
     EXPECT_EQ(stamp.get_Accuracy(), 2003004);
     EXPECT_TRUE(stamp.get_Ordering());
@@ -117,9 +155,7 @@ TEST_F(Stamp, KeepsTheExactBytesOfAnAnswersToken) {
     const auto der = token();
     for (const int status : {0, 1}) {
         CStamp stamp;
-        import(stamp,
-               testing::response(status, der,
-                                 testing::element(0x0C, "one") + testing::element(0x0C, "two")));
+        import(stamp, response(status, der, element(0x0C, "one") + element(0x0C, "two")));
         EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
         EXPECT_STREQ(stamp.get_StatusString(), L"onetwo");
         EXPECT_EQ(delivered(stamp, &CStamp::Export), der);
@@ -129,15 +165,15 @@ TEST_F(Stamp, KeepsTheExactBytesOfAnAnswersToken) {
 TEST_F(Stamp, RefusalHasAStatusAndNoToken) {
     CStamp stamp;
     for (const int status : {2, 3, 5, 6}) {
-        import(stamp, testing::response(status, ""));
+        import(stamp, response(status, ""));
         EXPECT_EQ(stamp.get_Status(), static_cast<unsigned>(status));
-        expectNoStamp(stamp);
+        expect_no_stamp(stamp);
     }
-    EXPECT_EQ(codeOf([&] { import(stamp, testing::response(7, "")); }), 0x80004005u);
-    EXPECT_EQ(codeOf([&] { stamp.get_Status(); }), noStamp);
-    import(stamp, testing::response(0, ""));
+    EXPECT_EQ(code_of([&] { import(stamp, response(7, "")); }), 0x80004005u);
+    EXPECT_EQ(code_of([&] { stamp.get_Status(); }), kNoStamp);
+    import(stamp, response(0, ""));
     EXPECT_EQ(stamp.get_Status(), 0u);
-    expectNoStamp(stamp);
+    expect_no_stamp(stamp);
 }
 
 TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
@@ -148,17 +184,17 @@ TEST_F(Stamp, ExportTellsTheLowestFailureBit) {
     };
     for (const auto& [bits, code] :
          {Case{1u << 0, 0x80090008}, Case{1u << 2, 0x80090029}, Case{1u << 5, 0x80090005},
-          Case{1u << 15, 0x80090029}, Case{1u << 16, 0x80090029}, Case{1u << 17, noStamp},
-          Case{1u << 25, noStamp}, Case{1u << 1 | 1u << 2, noStamp},
+          Case{1u << 15, 0x80090029}, Case{1u << 16, 0x80090029}, Case{1u << 17, kNoStamp},
+          Case{1u << 25, kNoStamp}, Case{1u << 1 | 1u << 2, kNoStamp},
           Case{1u << 2 | 1u << 5, 0x80090029}}) {
         CStamp stamp;
         unsigned long size = 0;
-        import(stamp, testing::response(2, "", "", testing::failInfoBits(bits)));
+        import(stamp, response(2, "", "", fail_info_bits(bits)));
         EXPECT_EQ(stamp.get_FailInfo(), bits);
-        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), code) << bits;
-        import(stamp, testing::response(0, der, "", testing::failInfoBits(bits)));
+        EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), code) << bits;
+        import(stamp, response(0, der, "", fail_info_bits(bits)));
         EXPECT_EQ(stamp.get_DataHashAlg(), 0x800Cu) << "the token is readable all the same";
-        EXPECT_EQ(codeOf([&] { stamp.Export(nullptr, &size); }), code);
+        EXPECT_EQ(code_of([&] { stamp.Export(nullptr, &size); }), code);
     }
 }
 
@@ -166,31 +202,30 @@ TEST_F(Stamp, DeliversBySizeAndBuffer) {
     const auto stamp = imported({});
     unsigned char buffer[32] = {};
     unsigned long size = 31;
-    EXPECT_EQ(codeOf([&] { stamp.get_DataHash(buffer, &size); }), 0x800700EAu);
+    EXPECT_EQ(code_of([&] { stamp.get_DataHash(buffer, &size); }), 0x800700EAu);
     EXPECT_EQ(size, 32u);
     EXPECT_EQ(buffer[0], 0);
     stamp.get_DataHash(buffer, &size);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 32), testing::sha256("data"));
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 32), sha256("data"));
 }
 
 TEST_F(Stamp, UnknownHashAlgorithmFailsTheImport) {
     TstInfo info;
-    info.hashOid = "1.2.3.4.5";
+    info.hash_oid = "1.2.3.4.5";
     CStamp stamp;
-    EXPECT_NE(codeOf([&] { import(stamp, token(info)); }), 0u);
-    expectNoStamp(stamp);
+    EXPECT_NE(code_of([&] { import(stamp, token(info)); }), 0u);
+    expect_no_stamp(stamp);
 }
 
 TEST_F(Stamp, AccuracyWrapsAt32Bits) {
     TstInfo info;
-    info.accuracy = testing::sequence(testing::integer("\x10\xC7")); // 4295 seconds
+    info.accuracy = sequence(integer("\x10\xC7")); // 4295 seconds
     EXPECT_EQ(imported(info).get_Accuracy(), 4295000000l - 4294967296l);
 }
 
 TEST_F(Stamp, UnsupportedKindOfNameIsLeftOut) {
     TstInfo info;
-    using testing::element;
-    info.tsa = element(0xA0, testing::oid("1.2.3") + element(0xA0, element(0x0C, "x")));
+    info.tsa = element(0xA0, oid("1.2.3") + element(0xA0, element(0x0C, "x")));
     EXPECT_STREQ(imported(info).get_TSA(), L"");
 }
 
@@ -200,38 +235,100 @@ TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
         info.genTime = time;
         info.ordering = ordering;
         if (seconds >= 0) {
-            info.accuracy =
-                testing::sequence(testing::integer(std::string(1, static_cast<char>(seconds))));
+            info.accuracy = sequence(integer(std::string(1, static_cast<char>(seconds))));
         }
         if (named) {
             info.tsa = authority_.name();
         }
         return imported(info);
     };
-    constexpr char early[] = "20240601120000Z";
-    constexpr char late[] = "20240601120010Z";
+    constexpr char kEarly[] = "20240601120000Z";
+    constexpr char kLate[] = "20240601120010Z";
     auto compare = [](const CStamp& a, const CStamp& b) {
         EXPECT_EQ(a.Compare(&b), -b.Compare(&a));
         return a.Compare(&b);
     };
-    EXPECT_EQ(compare(at(early, 1), at(late, 1)), -1);
-    EXPECT_EQ(compare(at(early, 5), at(late, 5)), 0) << "touching intervals can't be told apart";
-    EXPECT_EQ(compare(at(early, 5), at(late, 4)), -1);
-    EXPECT_EQ(compare(at(early, 60), at(late, 1)), 0);
-    EXPECT_EQ(compare(at(early, 1), at(early, 2)), 0);
-    EXPECT_EQ(compare(at(early, -1), at(late, 1)), 0) << "no accuracy, no comparing";
-    EXPECT_EQ(compare(at(early, 60, true), at(late, 60, true)), -1) << "ordering is believed";
-    EXPECT_EQ(compare(at(early, 60, true), at(late, 60, false)), 0);
-    EXPECT_EQ(compare(at(early, 60, true, true), at(late, 60, true)), 0) << "two authorities";
-    auto a = at(early, -1);
+    EXPECT_EQ(compare(at(kEarly, 1), at(kLate, 1)), -1);
+    EXPECT_EQ(compare(at(kEarly, 5), at(kLate, 5)), 0) << "touching intervals can't be told apart";
+    EXPECT_EQ(compare(at(kEarly, 5), at(kLate, 4)), -1);
+    EXPECT_EQ(compare(at(kEarly, 60), at(kLate, 1)), 0);
+    EXPECT_EQ(compare(at(kEarly, 1), at(kEarly, 2)), 0);
+    EXPECT_EQ(compare(at(kEarly, -1), at(kLate, 1)), 0) << "no accuracy, no comparing";
+    EXPECT_EQ(compare(at(kEarly, 60, true), at(kLate, 60, true)), -1) << "ordering is believed";
+    EXPECT_EQ(compare(at(kEarly, 60, true), at(kLate, 60, false)), 0);
+    EXPECT_EQ(compare(at(kEarly, 60, true, true), at(kLate, 60, true)), 0) << "two authorities";
+    auto a = at(kEarly, -1);
     a.put_DefaultAccuracy(1000000);
-    EXPECT_EQ(compare(a, at(late, 1)), -1);
+    EXPECT_EQ(compare(a, at(kLate, 1)), -1);
     EXPECT_EQ(a.get_Accuracy(), -1);
     import(a, token());
     EXPECT_EQ(a.get_DefaultAccuracy(), -1);
     const CStamp empty;
-    EXPECT_EQ(codeOf([&] { a.Compare(&empty); }), noStamp);
-    EXPECT_EQ(codeOf([&] { empty.Compare(&a); }), noStamp);
+    EXPECT_EQ(code_of([&] { a.Compare(&empty); }), kNoStamp);
+    EXPECT_EQ(code_of([&] { empty.Compare(&a); }), kNoStamp);
+}
+
+TEST_F(Stamp, NothingOfAnEarlierImportIsLeft) {
+    auto info = full();
+    info.tsa = authority_.name();
+    const auto texts = element(0x0C, "text");
+    const std::string later[] = {Parts().token(), token(), response(0, token()),
+                                 response(2, "", "", fail_info_bits(4)), response(1, "", texts)};
+    const std::string before[] = {token(info), response(1, token(info), texts),
+                                  response(3, "", texts, fail_info_bits(1))};
+    for (const auto& first : before) {
+        for (const auto& second : later) {
+            CStamp used;
+            import(used, first);
+            used.put_DefaultAccuracy(7);
+            import(used, second);
+            CStamp fresh;
+            import(fresh, second);
+            EXPECT_EQ(told(used), told(fresh));
+        }
+    }
+}
+
+TEST_F(Stamp, CopiesAndAssignmentsTellAllThatTheOriginalTells) {
+    auto info = full();
+    info.tsa = authority_.name();
+    info.hash_oid = "2.16.840.1.101.3.4.2.3";
+    for (const auto& bytes : {token(info), response(1, token(info), element(0x0C, "text")),
+                              response(2, "", element(0x0C, "no"), fail_info_bits(4)),
+                              response(0, token(info), "", fail_info_bits(1))}) {
+        CStamp original;
+        import(original, bytes);
+        original.put_DefaultAccuracy(7);
+        const CStamp copy(original);
+        CStamp assigned;
+        import(assigned, token());
+        assigned = original;
+        EXPECT_EQ(told(copy), told(original));
+        EXPECT_EQ(told(assigned), told(original));
+    }
+}
+
+TEST_F(Stamp, OfAnotherRequestIsNoStamp) {
+    CRequest request;
+    request.put_UseNonce(false);
+    request.put_DataHashAlg(kSha256Oid);
+    auto hash = sha256("data");
+    const auto code = [&](const TstInfo& info) {
+        CStamp stamp;
+        request.put_DataHash(bytes(hash), hash.size());
+        const auto der = token(info);
+        const auto result = code_of([&] { stamp.Import(bytes(der), der.size(), &request); });
+        if (result != 0) {
+            expect_no_stamp(stamp);
+        }
+        return result;
+    };
+    TstInfo info;
+    EXPECT_EQ(code(info), 0u);
+    info.nonce = "\x05";
+    EXPECT_EQ(code(info), 0xC2100120u);
+    hash = sha256("other");
+    EXPECT_EQ(code(info), 0x80091007u) << "the hash first";
 }
 
 TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
@@ -246,16 +343,16 @@ TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
     EXPECT_EQ(assigned.Verify(nullptr, nullptr), 0);
     auto& self = assigned;
     assigned = self; // empties it
-    expectNoStamp(assigned);
+    expect_no_stamp(assigned);
 }
 
 TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
-    const auto der = authority_.token(TstInfo().encode(), {.withCertificates = false});
-    const auto* place = testing::bytes(der);
+    const auto der = authority_.token(TstInfo().encode(), {.with_certificates = false});
+    const auto* place = bytes(der);
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
         d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())), &CMS_ContentInfo_free);
     auto* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
-    auto addValues = [&](const std::string& value) {
+    auto add_values = [&](const std::string& value) {
         CMS_unsigned_add1_attr_by_txt(signer, "1.2.840.113549.1.9.16.2.23", V_ASN1_SEQUENCE,
                                       value.data(), static_cast<int>(value.size()));
         return testing::der(message.get(), &i2d_CMS_ContentInfo);
@@ -264,12 +361,11 @@ TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
     import(stamp, der);
     EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
     CStamp extended;
-    import(extended, addValues(testing::sequence(authority_.signerDer())));
+    import(extended, add_values(sequence(authority_.signer_der())));
     EXPECT_NE(extended.get_TSACertificate(nullptr, 0), nullptr);
     EXPECT_EQ(extended.Verify(nullptr, nullptr), 0);
     CStamp damaged;
-    EXPECT_EQ(codeOf([&] { import(damaged, addValues(testing::sequence("\x04\x00"))); }),
-              0x80093101u);
+    EXPECT_EQ(code_of([&] { import(damaged, add_values(sequence("\x04\x00"))); }), 0x80093101u);
     EXPECT_EQ(damaged.get_DataHashAlg(), 0x800Cu) << "it counts as a stamp all the same";
 }
 
@@ -282,9 +378,22 @@ TEST_F(Stamp, ReusedObjectKeepsTheOpenedMessage) {
     import(stamp, first);
     EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80092004u)
         << "the signed attributes are those of the earlier token";
-    CStamp fresh;
-    import(fresh, first);
-    EXPECT_EQ(fresh.Verify(nullptr, nullptr), 0);
+}
+
+TEST_F(Stamp, EarlierTokenNeverAnswersForALaterOne) {
+    const auto good = token();
+    auto forged = good;
+    forged[forged.find("20240601120000") + 3] = '5';
+    CStamp stamp;
+    import(stamp, good);
+    EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);
+    import(stamp, forged);
+    EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80090006u);
+    import(stamp, good);
+    EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);
+    EXPECT_EQ(code_of([&] { import(stamp, "noise"); }), 0x80093101u);
+    const auto signer = certificate_of(authority_.signer_der());
+    EXPECT_EQ(code_of([&] { stamp.Verify(signer.get(), nullptr); }), 0x80093101u);
 }
 
 } // namespace

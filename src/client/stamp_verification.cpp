@@ -7,6 +7,7 @@
 #include "atl/platform_answer.h"
 #include "basalt20/surface/chain.h"
 #include "basalt20/surface/store.h"
+#include "client/result_codes.h"
 #include "client/signed_attributes.h"
 #include "client/signing_certificate_attributes.h"
 #include "client/stamp_impl.h"
@@ -18,19 +19,15 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr HRESULT failed = hr(0x80004005u);
-constexpr HRESULT badSignature = hr(0x80090006u);
-constexpr HRESULT refusedExtension = hr(0x800B0105u);
-constexpr HRESULT notFound = hr(0x80092004u);
-constexpr char tstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
-constexpr char function[] = "VerifyCertificate";
+constexpr char kTstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
+constexpr char kFunction[] = "VerifyCertificate";
 
-CBlob encodedBytes(const _CERT_CONTEXT* certificate) {
+CBlob encoded_bytes(const _CERT_CONTEXT* certificate) {
     return CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded);
 }
 
 // The list names the critical extensions to refuse; without one all of them are.
-HRESULT judgeExtensions(const ASN1::CExtensions& extensions, const char* list) {
+HRESULT judge_extensions(const ASN1::CExtensions& extensions, const char* list) {
     if (list && std::strcmp(list, "*") == 0) {
         return 0;
     }
@@ -41,17 +38,17 @@ HRESULT judgeExtensions(const ASN1::CExtensions& extensions, const char* list) {
         }
         const auto needle = ";" + std::string(extension.get_extnID()) + ";";
         if (!list || bracketed.find(needle) != std::string::npos) {
-            return refusedExtension;
+            return hr(kResultCriticalExtension);
         }
     }
     return 0;
 }
 
-ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate,
-                                   const ATL2::CCertStore& stores) {
+ATL2::CCertChainContext build_chain(const _CERT_CONTEXT* certificate,
+                                    const ATL2::CCertStore& stores) {
     const ATL2::CCertContext held(CertDuplicateCertificateContext(certificate));
     if (!held) {
-        ATL::AtlThrowImpl(failed);
+        ATL::AtlThrowImpl(hr(kResultFailed));
     }
     CERT_CHAIN_PARA parameter{};
     parameter.cbSize = sizeof(parameter);
@@ -68,7 +65,7 @@ ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate,
 }
 
 // The platform's verdict on the chain at the time given.
-HRESULT judgeAt(const ATL2::CCertChainContext& chain, const FILETIME& time) {
+HRESULT judge_at(const ATL2::CCertChainContext& chain, const FILETIME& time) {
     BASALT_TIME_STAMP_POLICY_PARA extra{};
     extra.cbSize = sizeof(extra);
     extra.pCheckTime = &time;
@@ -80,11 +77,11 @@ HRESULT judgeAt(const ATL2::CCertChainContext& chain, const FILETIME& time) {
     status.cbSize = sizeof(status);
     if (!CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_TIME_STAMP, chain.get(), &parameter,
                                           &status)) {
-        trace(function, "CertVerifyCertificateChainPolicy failed: 0x%X\n", GetLastError());
+        trace(kFunction, "CertVerifyCertificateChainPolicy failed: 0x%X\n", GetLastError());
         throw_last_error();
     }
     if (status.dwError != 0) {
-        trace(function, "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
+        trace(kFunction, "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
               status.dwError);
     }
     return static_cast<HRESULT>(status.dwError);
@@ -94,7 +91,7 @@ HRESULT judgeAt(const ATL2::CCertChainContext& chain, const FILETIME& time) {
 
 HRESULT CStamp::Impl::InitializeCryptMsg() {
     if (cryptMsg) {
-        return failed;
+        return hr(kResultFailed);
     }
     cryptMsg = ATL2::CCryptMsg(CryptMsgOpenToDecode(ATL2::kAnyEncoding, 0, 0, 0, nullptr, nullptr));
     if (!cryptMsg) {
@@ -105,22 +102,22 @@ HRESULT CStamp::Impl::InitializeCryptMsg() {
     if (!CryptMsgUpdate(cryptMsg.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
         return result_from_last_error();
     }
-    messageIsCurrent_ = true;
+    message_is_current_ = true;
     return 0;
 }
 
-HRESULT CStamp::Impl::openMessageOnDemand() {
+HRESULT CStamp::Impl::open_message_on_demand() {
     return cryptMsg ? 0 : InitializeCryptMsg();
 }
 
 HRESULT CStamp::Impl::IsContentTypeMatch() {
-    if (const auto result = openMessageOnDemand(); result < 0) {
+    if (const auto result = open_message_on_demand(); result < 0) {
         return result;
     }
-    return MatchEContentType(cryptMsg.get(), 0, tstInfoOid, false) ? 0 : failed;
+    return MatchEContentType(cryptMsg.get(), 0, kTstInfoOid, false) ? 0 : hr(kResultFailed);
 }
 
-const CToken& CStamp::Impl::decodedToken() {
+const CToken& CStamp::Impl::decoded_token() {
     if (!decoded_) {
         auto fresh = std::make_shared<CToken>();
         fresh->decode(token);
@@ -134,36 +131,36 @@ HRESULT CStamp::Impl::verify(const _CERT_CONTEXT* certificate, const char* exten
         return result;
     }
     if (IsContentTypeMatch() < 0) {
-        return failed;
+        return hr(kResultFailed);
     }
-    const auto& source = decodedToken();
+    const auto& source = decoded_token();
     // A message of an earlier token would answer for that one.
-    const HCRYPTMSG message = messageIsCurrent_ ? cryptMsg.get() : nullptr;
+    const HCRYPTMSG message = message_is_current_ ? cryptMsg.get() : nullptr;
     if (!source.verify(tsaCertificate.get(), message)) {
-        return badSignature;
+        return hr(kResultBadSignature);
     }
-    return source.get_extensions() ? judgeExtensions(*source.get_extensions(), extensionList) : 0;
+    return source.get_extensions() ? judge_extensions(*source.get_extensions(), extensionList) : 0;
 }
 
-const _CERT_CONTEXT* CStamp::Impl::certificateToJudge(const _CERT_CONTEXT* given, void** stores,
-                                                      unsigned long count) {
+const _CERT_CONTEXT* CStamp::Impl::certificate_to_judge(const _CERT_CONTEXT* given, void** stores,
+                                                        unsigned long count) {
     if (given) {
         return given;
     }
     if (!tsaCertificate) {
-        requireToken();
+        require_token();
         if (GetTSACertBySigAttr(stores, count, nullptr) < 0 &&
             GetTSACertByIssSerial(stores, count) < 0) {
-            ATL::AtlThrowImpl(notFound);
+            ATL::AtlThrowImpl(hr(kResultNotFound));
         }
         if (!tsaCertificate) {
-            ATL::AtlThrowImpl(notFound);
+            ATL::AtlThrowImpl(hr(kResultNotFound));
         }
     }
     return tsaCertificate.get();
 }
 
-ATL2::CCertStore CStamp::Impl::collectStores(void** stores, unsigned long count) const {
+ATL2::CCertStore CStamp::Impl::collect_stores(void** stores, unsigned long count) const {
     auto require = [](HRESULT result) {
         if (result < 0) {
             ATL::AtlThrowImpl(result);
@@ -182,21 +179,21 @@ ATL2::CCertStore CStamp::Impl::collectStores(void** stores, unsigned long count)
     return collection;
 }
 
-HRESULT CStamp::Impl::verifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
-                                        unsigned long count) {
-    const auto* const judged = certificateToJudge(certificate, stores, count);
+HRESULT CStamp::Impl::verify_certificate(const _CERT_CONTEXT* certificate, void** stores,
+                                         unsigned long count) {
+    const auto* const judged = certificate_to_judge(certificate, stores, count);
     // Told, but not held against the certificate: what it is for, the chain decides.
-    if (!CheckSignerCertId(cryptMsg.get(), 0, encodedBytes(judged), true, true)) {
-        trace(function, "Signer certificate does not match authenticated attributes\n");
+    if (!CheckSignerCertId(cryptMsg.get(), 0, encoded_bytes(judged), true, true)) {
+        trace(kFunction, "Signer certificate does not match authenticated attributes\n");
     }
-    return judgeChain(judged, collectStores(stores, count));
+    return judge_chain(judged, collect_stores(stores, count));
 }
 
-HRESULT CStamp::Impl::judgeChain(const _CERT_CONTEXT* certificate,
-                                 const ATL2::CCertStore& stores) const {
-    const auto chain = buildChain(certificate, stores);
-    requireToken();
-    return judgeAt(chain, time.getFileTime());
+HRESULT CStamp::Impl::judge_chain(const _CERT_CONTEXT* certificate,
+                                  const ATL2::CCertStore& stores) const {
+    const auto chain = build_chain(certificate, stores);
+    require_token();
+    return judge_at(chain, time.getFileTime());
 }
 
 } // namespace Halcyon::PKI::TSP::Client

@@ -1,27 +1,16 @@
-#include <string>
 
-#include <gtest/gtest.h>
 
 #include "basalt20/surface/store.h"
-#include "client/stamp.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/stores.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {
 
-using testing::Authority;
-using testing::certificateOf;
-using testing::codeOf;
-using testing::import;
-using testing::Signing;
-using testing::storeWith;
-using testing::TstInfo;
+using namespace testing;
 
 class Verification : public ::testing::Test {
 protected:
-    Verification() { testing::Configuration::instance().set(""); }
+    Verification() { Configuration::instance().set(""); }
 
     std::uint32_t verdict(const std::string& der, const char* extensions = nullptr,
                           const _CERT_CONTEXT* hint = nullptr) {
@@ -29,32 +18,31 @@ protected:
         import(stamp, der);
         return static_cast<std::uint32_t>(stamp.Verify(hint, extensions));
     }
-    std::uint32_t chainVerdict(const Authority& authority, const TstInfo& info) {
-        const testing::Trust trust(authority.rootDer());
+    std::uint32_t chain_verdict(const Authority& authority, const TstInfo& info) {
+        const Trust trust(authority.root_der());
         CStamp stamp;
         import(stamp, authority.token(info.encode()));
         return static_cast<std::uint32_t>(stamp.VerifyCertificate(nullptr, nullptr, 0));
     }
 
     Authority authority_;
-    testing::Trust trust_{authority_.rootDer()};
+    Trust trust_{authority_.root_der()};
 };
 
 TEST_F(Verification, ExtensionListNamesWhatIsRefused) {
-    constexpr std::uint32_t refused = 0x800B0105;
+    constexpr std::uint32_t kRefused = 0x800B0105;
     struct Case {
         std::string extensions;
         const char* list;
         std::uint32_t code;
     };
-    const auto critical = testing::extension("1.2.3", true);
+    const auto critical = extension("1.2.3", true);
     for (const auto& [extensions, list, code] :
-         {Case{"", nullptr, 0}, Case{critical, nullptr, refused}, Case{critical, "*", 0},
-          Case{critical, "", 0}, Case{critical, "1.2.3", refused}, Case{critical, "1.2.4", 0},
-          Case{critical, "5.1.2.3;1.2.34", 0}, Case{critical, "1.2.4;1.2.3", refused},
-          Case{testing::extension("1.2.3", false), nullptr, 0},
-          Case{testing::extension("1.2.3", false), "1.2.3", 0},
-          Case{testing::extension("1.2.5", false) + critical, nullptr, refused}}) {
+         {Case{"", nullptr, 0}, Case{critical, nullptr, kRefused}, Case{critical, "*", 0},
+          Case{critical, "", 0}, Case{critical, "1.2.3", kRefused}, Case{critical, "1.2.4", 0},
+          Case{critical, "5.1.2.3;1.2.34", 0}, Case{critical, "1.2.4;1.2.3", kRefused},
+          Case{extension("1.2.3", false), nullptr, 0}, Case{extension("1.2.3", false), "1.2.3", 0},
+          Case{extension("1.2.5", false) + critical, nullptr, kRefused}}) {
         TstInfo info;
         info.extensions = extensions;
         EXPECT_EQ(verdict(authority_.token(info.encode()), list), code) << (list ? list : "(null)");
@@ -69,12 +57,12 @@ TEST_F(Verification, RefusesOtherContent) {
 
 TEST_F(Verification, RefusesAChangedToken) {
     const auto der = authority_.token(TstInfo().encode());
-    auto changedAt = [&](const std::string& part) {
+    auto changed_at = [&](const std::string& part) {
         auto changed = der;
         changed[changed.find(part) + part.size() - 1] ^= 1;
         return verdict(changed);
     };
-    EXPECT_EQ(changedAt("20240601120000"), 0x80090006u) << "content";
+    EXPECT_EQ(changed_at("20240601120000"), 0x80090006u) << "content";
     auto changed = der;
     changed.back() = static_cast<char>(changed.back() ^ 1);
     EXPECT_EQ(verdict(changed), 0x80090006u) << "signature";
@@ -84,10 +72,10 @@ TEST_F(Verification, RefusesAChangedToken) {
 TEST_F(Verification, WantsOneSignerWhoNamesACertificate) {
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.flags = 0})), 0x80092004u);
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.signers = 2})), 0x80090006u);
-    const auto noAttributes = authority_.token(TstInfo().encode(), {.flags = CMS_NOATTR});
-    EXPECT_NE(verdict(noAttributes), 0u);
+    const auto no_attributes = authority_.token(TstInfo().encode(), {.flags = CMS_NOATTR});
+    EXPECT_NE(verdict(no_attributes), 0u);
     CStamp stamp;
-    EXPECT_EQ(codeOf([&] {
+    EXPECT_EQ(code_of([&] {
                   import(stamp, authority_.token(TstInfo().encode(), {.flags = CMS_USE_KEYID}));
               }),
               0x80093101u);
@@ -101,37 +89,40 @@ TEST_F(Verification, FindsTheSignerByEitherKey) {
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(
         std::string(reinterpret_cast<const char*>(found->pbCertEncoded), found->cbCertEncoded),
-        authority_.signerDer());
+        authority_.signer_der());
+    EXPECT_EQ(unnamed.get_TSACertificate(nullptr, 0), nullptr)
+        << "the search goes on behind the one that is held, and uses it up";
+    EXPECT_NE(unnamed.get_TSACertificate(nullptr, 0), nullptr);
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.digest = EVP_sha1()})), 0u)
         << "SigningCertificate of the first version";
 }
 
 TEST_F(Verification, SearchesTheCallersStoresAndTheAddressBook) {
     const auto der =
-        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .withCertificates = false});
+        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .with_certificates = false});
     const _CERT_CONTEXT* found = nullptr;
     CStamp stamp;
     import(stamp, der);
     EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
-    EXPECT_EQ(codeOf([&] { stamp.VerifyCertificate(nullptr, nullptr, 0); }), 0x80092004u);
+    EXPECT_EQ(code_of([&] { stamp.VerifyCertificate(nullptr, nullptr, 0); }), 0x80092004u);
     {
-        const auto wrong = storeWith(authority_.rootDer());
-        const auto right = storeWith(authority_.signerDer());
+        const auto wrong = store_with(authority_.root_der());
+        const auto right = store_with(authority_.signer_der());
         void* stores[] = {nullptr, wrong.get(), right.get()};
         found = stamp.get_TSACertificate(stores, 3);
         ASSERT_NE(found, nullptr);
         EXPECT_EQ(stamp.VerifyCertificate(nullptr, stores, 3), 0);
     }
-    EXPECT_EQ(found->cbCertEncoded, authority_.signerDer().size()) << "free of its store";
+    EXPECT_EQ(found->cbCertEncoded, authority_.signer_der().size()) << "free of its store";
 
     CStamp other;
     import(other, der);
-    ATL2::CCertStore addressBook;
-    addressBook.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER,
-                     L"AddressBook");
+    ATL2::CCertStore address_book;
+    address_book.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER,
+                      L"AddressBook");
     PCCERT_CONTEXT stored = nullptr;
-    ASSERT_TRUE(CertAddCertificateContextToStore(addressBook.get(),
-                                                 certificateOf(authority_.signerDer()).get(),
+    ASSERT_TRUE(CertAddCertificateContextToStore(address_book.get(),
+                                                 certificate_of(authority_.signer_der()).get(),
                                                  CERT_STORE_ADD_ALWAYS, &stored));
     EXPECT_EQ(other.Verify(nullptr, nullptr), 0);
     CertDeleteCertificateFromStore(stored);
@@ -139,15 +130,15 @@ TEST_F(Verification, SearchesTheCallersStoresAndTheAddressBook) {
 
 TEST_F(Verification, HintIsTriedButNotTrusted) {
     const auto without =
-        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .withCertificates = false});
-    const auto signer = certificateOf(authority_.signerDer());
-    const auto stranger = certificateOf(authority_.rootDer());
+        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .with_certificates = false});
+    const auto signer = certificate_of(authority_.signer_der());
+    const auto stranger = certificate_of(authority_.root_der());
     EXPECT_EQ(verdict(without, nullptr, stranger.get()), 0x80092004u);
     EXPECT_EQ(verdict(authority_.token(TstInfo().encode()), nullptr, stranger.get()), 0u);
     CStamp stamp;
     import(stamp, without);
     EXPECT_EQ(stamp.Verify(signer.get(), nullptr), 0);
-    const auto again = certificateOf(authority_.signerDer());
+    const auto again = certificate_of(authority_.signer_der());
     EXPECT_EQ(stamp.Verify(again.get(), nullptr), 0);
     EXPECT_EQ(stamp.VerifyCertificate(nullptr, nullptr, 0), 0) << "the hint was kept";
 }
@@ -156,25 +147,25 @@ TEST_F(Verification, JudgesTheChainAtTheStampsTime) {
     const Authority expired("20200101000000Z", "20231231000000Z");
     TstInfo then;
     then.genTime = "20220601000000Z";
-    EXPECT_EQ(chainVerdict(expired, then), 0u);
-    EXPECT_EQ(chainVerdict(expired, {}), 0x800B0101u);
+    EXPECT_EQ(chain_verdict(expired, then), 0u);
+    EXPECT_EQ(chain_verdict(expired, {}), 0x800B0101u);
     const Authority future("20250101000000Z", "20491231000000Z");
-    EXPECT_EQ(chainVerdict(future, {}), 0x800B0101u);
-    EXPECT_EQ(chainVerdict(authority_, {}), 0u);
+    EXPECT_EQ(chain_verdict(future, {}), 0x800B0101u);
+    EXPECT_EQ(chain_verdict(authority_, {}), 0u);
 }
 
 TEST_F(Verification, JudgesAGivenCertificateWhateverTheAttributesSay) {
     CStamp stamp;
     import(stamp, authority_.token(TstInfo().encode()));
-    const auto root = certificateOf(authority_.rootDer());
-    const auto signer = certificateOf(authority_.signerDer());
+    const auto root = certificate_of(authority_.root_der());
+    const auto signer = certificate_of(authority_.signer_der());
     EXPECT_NE(stamp.VerifyCertificate(root.get(), nullptr, 0), 0) << "no usage for time stamping";
     EXPECT_EQ(stamp.VerifyCertificate(signer.get(), nullptr, 0), 0);
     const CStamp empty;
-    EXPECT_EQ(codeOf([&] { empty.VerifyCertificate(nullptr, nullptr, 0); }), 0x8007139Fu);
-    EXPECT_EQ(codeOf([&] { empty.VerifyCertificate(signer.get(), nullptr, 0); }), 0x8007139Fu);
+    EXPECT_EQ(code_of([&] { empty.VerifyCertificate(nullptr, nullptr, 0); }), 0x8007139Fu);
+    EXPECT_EQ(code_of([&] { empty.VerifyCertificate(signer.get(), nullptr, 0); }), 0x8007139Fu);
     void* stores[] = {reinterpret_cast<void*>(0x10)};
-    EXPECT_NE(codeOf([&] { stamp.VerifyCertificate(signer.get(), stores, 1); }), 0u);
+    EXPECT_NE(code_of([&] { stamp.VerifyCertificate(signer.get(), stores, 1); }), 0u);
 }
 
 TEST_F(Verification, CertificatesOfTheTokenAreNotTrusted) {
@@ -183,8 +174,8 @@ TEST_F(Verification, CertificatesOfTheTokenAreNotTrusted) {
     CStamp stamp;
     import(stamp, token);
     EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);
-    const auto rogueRoot = storeWith(rogue.rootDer());
-    void* stores[] = {rogueRoot.get()};
+    const auto rogue_root = store_with(rogue.root_der());
+    void* stores[] = {rogue_root.get()};
     EXPECT_NE(stamp.VerifyCertificate(nullptr, stores, 1), 0);
 }
 

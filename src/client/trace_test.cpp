@@ -3,18 +3,17 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <string>
 
-#include <gtest/gtest.h>
-
-#include "client/testing/configuration.h"
+#include "client/testing/suite.h"
 
 namespace Halcyon::PKI {
 namespace {
 
+using namespace TSP::Client::testing;
+
 // What the client writes while another run of this program does one exchange.
-std::string traceOf(const std::string& test, const std::string& levels) {
-    const auto path = TSP::Client::testing::Configuration::instance().folder() + "/trace";
+std::string trace_of(const std::string& test, const std::string& levels) {
+    const auto path = Configuration::instance().folder() + "/trace";
     std::remove(path.c_str());
     const auto command = "BASALT_TRACE=tsp=" + levels + " BASALT_TRACE_FILE='" + path + "' /proc/" +
                          std::to_string(::getpid()) + "/exe --gtest_filter=" + test +
@@ -24,40 +23,63 @@ std::string traceOf(const std::string& test, const std::string& levels) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST(Trace, TellsTheStepsOfAnExchangeInTheirOrder) {
-    const auto text = traceOf("Exchange.VerificationSeesAnUntrustedRoot", "8");
+// Each line of the table stands behind the one before, under its function's name.
+void expect_lines(const std::string& test, const std::vector<std::string>& lines) {
+    const auto text = trace_of(test, "8");
     std::size_t place = 0;
-    for (const char* const line :
-         {"Load: Loading policy \"\\config\\cades\\tsppolicy\\LegacyPolicyReading\" ...",
-          "Load: Loading default value of policy \"\\config\\cades\\tsppolicy\\StampAccuracy\" ...",
-          "Load: Loading policy \"DefaultHashAlg\" succeeded "
-          "(2.16.840.1.101.3.4.2.1).",
-          "Load: Loading policy \"\\config\\cades\\tsppolicy\\DefaultTSPURL\" ... param not found",
-          "Load: Loading multistring policy \"\\config\\cades\\tsppolicy\\AllowedTSPs\" ... param "
-          "not found",
-          "CheckPolicies: Checking policies...", "CheckPolicies: Checking policies... OK.",
-          "MakeRequest: Making request...", "MakeRequest: Initializing request...",
-          "MakeRequest: Encoding request...", "MakeRequest: Making request... OK.",
-          "Send: Sending request to \"http://127.0.0.1:", "Import: Importing time-stamp...",
-          "Import: Checking status of time-stamp response...",
-          "Import: Parsing and checking time-stamp token fields...",
-          "Import: Importing time-stamp... OK",
-          "VerifyCertificate: CertVerifyCertificateChainPolicy returned status.dwError = "
-          "0x800B01"}) {
-        auto text_only = std::string(line);
-        const auto message = text_only.substr(text_only.find(": ") + 2);
-        const auto found = text.find(message, place);
+    for (const auto& line : lines) {
+        const auto colon = line.find(": ");
+        const auto found = text.find(line.substr(colon + 2), place);
         ASSERT_NE(found, std::string::npos) << line;
         const auto start = text.rfind('\n', found) + 1;
-        EXPECT_NE(text.substr(start, found - start).find(text_only.substr(0, text_only.find(':'))),
-                  std::string::npos)
+        EXPECT_NE(text.substr(start, found - start).find(line.substr(0, colon)), std::string::npos)
             << line;
-        place = found + message.size();
+        place = found + line.size() - colon - 2;
     }
 }
 
+TEST(Trace, TellsTheStepsInTheirOrder) {
+    expect_lines(
+        "Exchange.VerificationSeesAnUntrustedRoot",
+        {"Load: Loading policy \"\\config\\cades\\tsppolicy\\LegacyPolicyReading\" ...\n",
+         "Load: Loading default value of policy \"\\config\\cades\\tsppolicy\\StampAccuracy\" "
+         "...\n",
+         "Load: Loading policy \"DefaultHashAlg\" succeeded (2.16.840.1.101.3.4.2.1).\n",
+         "Load: Loading policy \"\\config\\cades\\tsppolicy\\DefaultTSPURL\" ... param not found\n",
+         "Load: Loading multistring policy \"\\config\\cades\\tsppolicy\\AllowedTSPs\" ... param "
+         "not "
+         "found\n",
+         "CheckPolicies: Checking policies...\n", "CheckPolicies: Checking policies... OK.\n",
+         "MakeRequest: Making request...\n", "MakeRequest: Initializing request...\n",
+         "MakeRequest: Encoding request...\n", "MakeRequest: Making request... OK.\n",
+         "Send: Sending request to \"http://127.0.0.1:", "Import: Importing time-stamp...\n",
+         "Import: Checking status of time-stamp response...\n",
+         "Import: Parsing and checking time-stamp token fields...\n",
+         "Import: Importing time-stamp... OK\n",
+         "VerifyCertificate: CertVerifyCertificateChainPolicy returned status.dwError = 0x800B01"});
+    expect_lines("PlatformFaults.ChainPolicyThatCannotRunIsThrown",
+                 {"Import: Failed to decode as time-stamp response...\n",
+                  "Import: Trying to decode as time-stamp token...\n",
+                  "VerifyCertificate: Signer certificate does not match authenticated attributes\n",
+                  "VerifyCertificate: CertVerifyCertificateChainPolicy failed: 0x80092006\n"});
+    expect_lines("Authenticode.TellsFailuresByTheLastError", {"GetMSStamp: HTTP STATUS: 500\n"});
+    expect_lines("Exchange.HttpFailureLeavesTheOldStamp", {"Send: HTTP STATUS: 404\n"});
+    expect_lines(
+        "SigningCertificateAttributes.*",
+        {"CheckSignerCertIdEx: Timestamp should have at least one signingCert attribute.\n",
+         "GetSignerCertIdEx: Multiple instances of signingCert attributes are not allowed.\n",
+         "CheckSignerCertIdEx: signingCert attribute not found\n",
+         "GetSignerCertIdEx: (other)SigningCert attribute not found\n",
+         "CheckSignerCertIdEx: signinging-certificate-v2 attribute doesn't match signer's "
+         "certificate\n",
+         "CheckSignerCertIdEx: other-signinging-certificate attribute doesn't match signer's "
+         "certificate\n",
+         "CheckSignerCertIdEx: signinging-certificate attribute doesn't match signer's "
+         "certificate\n"});
+}
+
 TEST(Trace, IsSilentBelowItsLevel) {
-    EXPECT_EQ(traceOf("Exchange.VerificationSeesAnUntrustedRoot", "4"), "");
+    EXPECT_EQ(trace_of("Exchange.VerificationSeesAnUntrustedRoot", "4"), "");
 }
 
 } // namespace

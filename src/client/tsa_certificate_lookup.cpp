@@ -5,6 +5,7 @@
 #include "atl/platform_answer.h"
 #include "atl/string.h"
 #include "basalt20/surface/store.h"
+#include "client/result_codes.h"
 #include "client/signing_certificate_attributes.h"
 #include "client/stamp_impl.h"
 #include "sup/last_error.h"
@@ -13,18 +14,16 @@ namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr HRESULT failed = hr(0x80004005u);
-constexpr HRESULT notFound = hr(0x80092004u);
-constexpr DWORD userStoreReadOnly = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG;
+constexpr DWORD kUserStoreReadOnly = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG;
 
-CBlob encodedBytes(const _CERT_CONTEXT* certificate) {
+CBlob encoded_bytes(const _CERT_CONTEXT* certificate) {
     return CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded);
 }
 
 // Runs `search(store, result)` over the stores in their order until it returns true. A store that
 // can't be had is passed over.
 template <class Search>
-bool searchStores(const ATL2::CCertStore& own, void** stores, unsigned long count, Search search) {
+bool search_stores(const ATL2::CCertStore& own, void** stores, unsigned long count, Search search) {
     if (search(own)) {
         return true;
     }
@@ -34,26 +33,26 @@ bool searchStores(const ATL2::CCertStore& own, void** stores, unsigned long coun
             return true;
         }
     }
-    ATL2::CCertStore addressBook;
+    ATL2::CCertStore address_book;
     try {
-        addressBook.Open(CERT_STORE_PROV_SYSTEM_W, 0, ATL2::EmptyProv.get(), userStoreReadOnly,
-                         L"AddressBook");
+        address_book.Open(CERT_STORE_PROV_SYSTEM_W, 0, ATL2::EmptyProv.get(), kUserStoreReadOnly,
+                          L"AddressBook");
     } catch (const ATL::CAtlException&) {
         return false;
     }
-    return search(addressBook);
+    return search(address_book);
 }
 
 // The first certificate of the store that the identifier names, free of the store; empty if there
 // is none.
-ATL2::CCertContext findMatch(const ATL2::CCertStore& store, const ASN1::COtherCertID& id) {
+ATL2::CCertContext find_match(const ATL2::CCertStore& store, const ASN1::COtherCertID& id) {
     ATL2::CCertContext current;
     for (;;) {
         current.attach(CertEnumCertificatesInStore(store.get(), current.detach()));
         if (!current) {
             return {};
         }
-        if (ASN1::OtherCertIDMatches(id, encodedBytes(current.get()))) {
+        if (ASN1::OtherCertIDMatches(id, encoded_bytes(current.get()))) {
             auto match = current;
             if (match.DetachFromStore() >= 0) {
                 return match;
@@ -62,38 +61,40 @@ ATL2::CCertContext findMatch(const ATL2::CCertStore& store, const ASN1::COtherCe
     }
 }
 
-// A lookup's failure is its result. A code that doesn't say so becomes one that does.
+// A lookup's failure is its result. What has no code that says so becomes one that does.
 template <class Lookup>
-HRESULT asResult(Lookup lookup) {
+HRESULT as_result(Lookup lookup) {
     try {
         return lookup();
     } catch (const ATL::CAtlException& failure) {
-        return failure.m_hr < 0 ? failure.m_hr : failed;
+        return failure.m_hr < 0 ? failure.m_hr : hr(kResultFailed);
+    } catch (...) {
+        return hr(kResultFailed);
     }
 }
 
 } // namespace
 
 HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
-    if (const auto result = openMessageOnDemand(); result < 0) {
+    if (const auto result = open_message_on_demand(); result < 0) {
         return result;
     }
     if (!cryptMsg) {
-        return failed;
+        return hr(kResultFailed);
     }
     DWORD size = 0;
     if (!CryptMsgGetParam(cryptMsg.get(), CMSG_SIGNER_AUTH_ATTR_PARAM, 0, nullptr, &size)) {
         return result_from_last_error();
     }
     if (size < sizeof(CRYPT_ATTRIBUTES)) {
-        return failed;
+        return hr(kResultFailed);
     }
     CBlob attributes(size);
     if (!CryptMsgGetParam(cryptMsg.get(), CMSG_SIGNER_AUTH_ATTR_PARAM, 0, attributes.pbData(),
                           &size)) {
         return result_from_last_error();
     }
-    const auto result = asResult([&] {
+    const auto result = as_result([&] {
         id =
             GetSignerCertIdEx(reinterpret_cast<const CRYPT_ATTRIBUTES*>(attributes.pbData()), true);
         return HRESULT{0};
@@ -101,17 +102,17 @@ HRESULT CStamp::Impl::GetTSAOtherCertID(ASN1::COtherCertID& id) {
     if (result < 0) {
         return result;
     }
-    return id.get_otherCertHash().get_otherHash() ? 0 : notFound;
+    return id.get_otherCertHash().get_otherHash() ? 0 : hr(kResultNotFound);
 }
 
 HRESULT CStamp::Impl::GetTSACertBySigAttr(void** stores, unsigned long count,
                                           const _CERT_CONTEXT* hint) {
-    return asResult([&]() -> HRESULT {
+    return as_result([&]() -> HRESULT {
         ASN1::COtherCertID id;
         if (const auto result = GetTSAOtherCertID(id); result < 0) {
             return result;
         }
-        if (hint && ASN1::OtherCertIDMatches(id, encodedBytes(hint))) {
+        if (hint && ASN1::OtherCertIDMatches(id, encoded_bytes(hint))) {
             const bool same =
                 tsaCertificate && CertCompareCertificate(ATL2::kAnyEncoding, hint->pCertInfo,
                                                          tsaCertificate->pCertInfo);
@@ -121,21 +122,21 @@ HRESULT CStamp::Impl::GetTSACertBySigAttr(void** stores, unsigned long count,
             return 0;
         }
         const bool found =
-            searchStores(certificates, stores, count, [&](const ATL2::CCertStore& store) {
-                auto match = findMatch(store, id);
+            search_stores(certificates, stores, count, [&](const ATL2::CCertStore& store) {
+                auto match = find_match(store, id);
                 if (!match) {
                     return false;
                 }
                 tsaCertificate = std::move(match);
                 return true;
             });
-        return found ? 0 : notFound;
+        return found ? 0 : hr(kResultNotFound);
     });
 }
 
 HRESULT CStamp::Impl::GetTSACertByIssSerial(void** stores, unsigned long count) {
-    return asResult([&]() -> HRESULT {
-        if (const auto result = openMessageOnDemand(); result < 0) {
+    return as_result([&]() -> HRESULT {
+        if (const auto result = open_message_on_demand(); result < 0) {
             return result;
         }
         ATL::CStringA buffer;
@@ -144,7 +145,7 @@ HRESULT CStamp::Impl::GetTSACertByIssSerial(void** stores, unsigned long count) 
             return result;
         }
         const char* const certId = buffer.PrepareWrite(buffer.GetLength());
-        HRESULT result = notFound;
+        HRESULT result = hr(kResultNotFound);
         // The certificate that is held is where the search goes on from, and is used up by it.
         auto search = [&](const ATL2::CCertStore& store) {
             tsaCertificate.attach(CertFindCertificateInStore(store.get(), ATL2::kAnyEncoding, 0,
@@ -156,7 +157,7 @@ HRESULT CStamp::Impl::GetTSACertByIssSerial(void** stores, unsigned long count) 
             result = tsaCertificate.DetachFromStore();
             return true;
         };
-        searchStores(certificates, stores, count, search);
+        search_stores(certificates, stores, count, search);
         return result < 0 ? result : 0;
     });
 }

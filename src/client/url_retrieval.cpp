@@ -9,13 +9,14 @@
 
 #include "basalt20/surface/network.h"
 #include "base/atl_exception.h"
+#include "client/result_codes.h"
 #include "sup/configuration.h"
 
 namespace Halcyon::PKI::TSP::Client {
 
 namespace {
 
-constexpr std::uint64_t statusUnexplained = 456;
+constexpr std::uint64_t kStatusUnexplained = 456;
 
 pthread_once_t onceSendRequestTimeout = PTHREAD_ONCE_INIT;
 unsigned SendRequestTimeoutMilliseconds = 5000;
@@ -31,22 +32,22 @@ extern "C" void SetSendRequestTimeoutMilliseconds() {
 
 // Base64 in one line, or the empty text.
 std::wstring base64(const CBlob& bytes) {
-    constexpr DWORD form = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
+    constexpr DWORD kForm = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
     const auto size = static_cast<DWORD>(bytes.cbData());
     DWORD count = 0;
-    if (!CryptBinaryToStringW(bytes.pbData(), size, form, nullptr, &count)) {
+    if (!CryptBinaryToStringW(bytes.pbData(), size, kForm, nullptr, &count)) {
         return {};
     }
     std::wstring text(count, L'\0');
-    if (!CryptBinaryToStringW(bytes.pbData(), size, form, text.data(), &count)) {
+    if (!CryptBinaryToStringW(bytes.pbData(), size, kForm, text.data(), &count)) {
         return {};
     }
     return text.c_str();
 }
 
-std::wstring escaped(const std::wstring& base64Text) {
+std::wstring escaped(const std::wstring& base64_text) {
     std::wstring result;
-    for (const wchar_t c : base64Text) {
+    for (const wchar_t c : base64_text) {
         switch (c) {
         case L'+':
             result += L"%2B";
@@ -65,7 +66,7 @@ std::wstring escaped(const std::wstring& base64Text) {
 }
 
 // The tail tells the layer below the content type of the cached object.
-std::wstring addressOf(const std::wstring& base, const CBlob& body) {
+std::wstring address_of(const std::wstring& base, const CBlob& body) {
     const auto text = base64(body);
     if (text.empty()) {
         return {};
@@ -77,17 +78,17 @@ struct FreeObject {
     void operator()(CRYPT_BLOB_ARRAY* object) const noexcept { std::free(object); }
 };
 
-DWORD retrievalFlags(bool useCache, bool cacheOnly) {
+DWORD retrieval_flags(bool useCache, bool cacheOnly) {
     return CRYPT_HTTP_POST_RETRIEVAL | (cacheOnly ? CRYPT_CACHE_ONLY_RETRIEVAL : 0u) |
            (useCache ? 0u : CRYPT_WIRE_ONLY_RETRIEVAL);
 }
 
 } // namespace
 
-CBlob retrieveByUrl(WinHTTPParams& params, const CBlob& body, bool useCache, FILETIME* cacheResync,
-                    bool cacheOnly) {
-    params.httpStatus = statusUnexplained;
-    const auto url = addressOf(params.address, body);
+CBlob retrieve_by_url(WinHTTPParams& params, const CBlob& body, bool useCache,
+                      FILETIME* cacheResync, bool cacheOnly) {
+    params.httpStatus = kStatusUnexplained;
+    const auto url = address_of(params.address, body);
     if (url.empty()) {
         throw_last_error();
     }
@@ -97,7 +98,7 @@ CBlob retrieveByUrl(WinHTTPParams& params, const CBlob& body, bool useCache, FIL
     pthread_once(&onceSendRequestTimeout, &SetSendRequestTimeoutMilliseconds);
     void* object = nullptr;
     if (!CryptRetrieveObjectByUrlW(
-            url.c_str(), CONTEXT_OID_OCSP_RESP, retrievalFlags(useCache, cacheOnly),
+            url.c_str(), CONTEXT_OID_OCSP_RESP, retrieval_flags(useCache, cacheOnly),
             SendRequestTimeoutMilliseconds, &object, nullptr, nullptr, nullptr, &info)) {
         if (info.dwHttpStatusCode != 0) {
             params.httpStatus = info.dwHttpStatusCode;
@@ -107,7 +108,7 @@ CBlob retrieveByUrl(WinHTTPParams& params, const CBlob& body, bool useCache, FIL
     const std::unique_ptr<CRYPT_BLOB_ARRAY, FreeObject> found(
         static_cast<CRYPT_BLOB_ARRAY*>(object));
     if (found->cBlob != 1) {
-        ATL::AtlThrowImpl(hr(0x8007000Du));
+        ATL::AtlThrowImpl(hr(kResultBadRetrieval));
     }
     params.httpStatus = 200;
     return CBlob(found->rgBlob[0].pbData, found->rgBlob[0].cbData);

@@ -12,7 +12,7 @@ namespace Halcyon::PKI::TSP::Client {
 // failure. Failures to fetch aren't thrown. Throws CAtlException with the last error's code if
 // `body` can't be put into an address, and 0x8007000D when the platform gives other than one
 // object.
-CBlob retrieveByUrl(WinHTTPParams& params, const CBlob& body, bool useCache, FILETIME* cacheResync,
-                    bool cacheOnly);
+CBlob retrieve_by_url(WinHTTPParams& params, const CBlob& body, bool useCache,
+                      FILETIME* cacheResync, bool cacheOnly);
 
 } // namespace Halcyon::PKI::TSP::Client

@@ -6,6 +6,7 @@
 #include "asn1/extension_traits.h"
 #include "asn1/traits.h"
 #include "asn1data/pkix_tsp.h"
+#include "core/message_bounds.h"
 
 namespace Halcyon::PKI::TSP {
 
@@ -17,9 +18,9 @@ struct TimeStampReqTraits
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CRequest& value) {
         record.version = "0x01";
         ASN1::ASN1T_AlgorithmIdentifier_traits::set(ctxt, record.messageImprint.hashAlgorithm,
-                                                    value.hashAlgorithm_);
+                                                    value.hash_algorithm_);
         ASN1::ASN1TDynOctStr_traits::set(ctxt, record.messageImprint.hashedMessage,
-                                         value.hashedMessage_);
+                                         value.hashed_message_);
         if (value.policy_) {
             record.m.reqPolicyPresent = 1;
             ASN1::ASN1TObjId_traits::set(ctxt, record.reqPolicy, value.policy_->c_str());
@@ -28,7 +29,7 @@ struct TimeStampReqTraits
             record.m.noncePresent = 1;
             record.nonce = ASN1::BigIntegerToASN1String(ctxt, *value.nonce_);
         }
-        record.certReq = value.certReq_ ? 0xFF : 0;
+        record.certReq = value.cert_req_ ? 0xFF : 0;
         if (value.extensions_) {
             record.m.extensionsPresent = 1;
             ASN1::ASN1T_Extensions_traits::set(ctxt, record.extensions, *value.extensions_);
@@ -37,9 +38,10 @@ struct TimeStampReqTraits
 
     static void get(const ASN1_T& record, CRequest& value) {
         ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.messageImprint.hashAlgorithm,
-                                                    value.hashAlgorithm_);
-        ASN1::ASN1TDynOctStr_traits::get(record.messageImprint.hashedMessage, value.hashedMessage_);
-        value.certReq_ = record.certReq != 0;
+                                                    value.hash_algorithm_);
+        ASN1::ASN1TDynOctStr_traits::get(record.messageImprint.hashedMessage,
+                                         value.hashed_message_);
+        value.cert_req_ = record.certReq != 0;
         if (record.m.reqPolicyPresent) {
             value.policy_ = ASN1::toOID(record.reqPolicy).c_str();
         }
@@ -54,7 +56,7 @@ struct TimeStampReqTraits
 
 CRequest::CRequest(const ASN1::CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& hashedMessage,
                    bool certReq)
-    : hashAlgorithm_(hashAlgorithm), hashedMessage_(hashedMessage), certReq_(certReq) {}
+    : hash_algorithm_(hashAlgorithm), hashed_message_(hashedMessage), cert_req_(certReq) {}
 
 void CRequest::put_reqPolicy(const char* oid) {
     policy_ = oid;
@@ -72,6 +74,7 @@ CBlob CRequest::encode() const {
 }
 
 void CRequest::decode(const CBlob& der) {
+    check_request({der.pbData(), der.cbData()});
     CRequest fresh;
     ASN1::asn1Decode<TimeStampReqTraits>(der, fresh);
     *this = fresh;

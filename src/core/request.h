@@ -31,13 +31,13 @@ public:
     // Replaces the value; if it fails the value stays as it was.
     void decode(const CBlob& der);
 
-    bool get_certReq() const noexcept { return certReq_; }
+    bool get_certReq() const noexcept { return cert_req_; }
     // Null when absent, as with the policy and the extensions.
     const ASN1::CBigInteger* get_nonce() const noexcept { return nonce_ ? &*nonce_ : nullptr; }
     const char* get_reqPolicy() const noexcept { return policy_ ? policy_->c_str() : nullptr; }
     // Whoever knows the platform's number of the algorithm may note it in `cachedAlgId`.
-    ASN1::CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept { return hashAlgorithm_; }
-    const CBlob& get_hashedMessage() const noexcept { return hashedMessage_; }
+    ASN1::CAlgorithmIdentifierEx& get_hashAlgorithm() const noexcept { return hash_algorithm_; }
+    const CBlob& get_hashedMessage() const noexcept { return hashed_message_; }
     const ASN1::CExtensions* get_extensions() const noexcept {
         return extensions_ ? &*extensions_ : nullptr;
     }
@@ -45,9 +45,9 @@ public:
 private:
     friend struct TimeStampReqTraits;
 
-    mutable ASN1::CAlgorithmIdentifierEx hashAlgorithm_;
-    CBlob hashedMessage_;
-    bool certReq_ = false;
+    mutable ASN1::CAlgorithmIdentifierEx hash_algorithm_;
+    CBlob hashed_message_;
+    bool cert_req_ = false;
     std::optional<std::string> policy_;
     std::optional<ASN1::CBigInteger> nonce_;
     std::optional<ASN1::CExtensions> extensions_;

@@ -4,6 +4,7 @@
 #include "asn1/status_info_traits.h"
 #include "asn1/traits.h"
 #include "asn1data/pkix_tsp.h"
+#include "core/message_bounds.h"
 
 namespace Halcyon::PKI::TSP {
 
@@ -23,6 +24,7 @@ struct TimeStampRespRawTraits
 CResponse::CResponse() : status_(ASN1::pkiStatusGranted) {}
 
 void CResponse::decode(const CBlob& der) {
+    check_answer({der.pbData(), der.cbData()});
     CResponse fresh;
     ASN1::asn1Decode<TimeStampRespRawTraits>(der, fresh);
     *this = std::move(fresh);

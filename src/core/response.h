@@ -23,7 +23,7 @@ public:
     // Null when the answer has none.
     const CToken* get_timeStampToken() const noexcept { return token_.get(); }
     // Shared with the answer; null when it has none.
-    std::shared_ptr<const CToken> share_timeStampToken() const noexcept { return token_; }
+    std::shared_ptr<const CToken> share_token() const noexcept { return token_; }
 
 private:
     friend struct TimeStampRespRawTraits;

@@ -1,30 +1,28 @@
 // The parts of a CMS message of signed data (RFC 5652, 3 and 5), as they lie in its bytes.
 #pragma once
 
-#include <cstdint>
-#include <span>
 #include <vector>
 
 #include "base/blob.h"
+#include "core/element_reader.h"
 
 namespace Halcyon::PKI::TSP {
 
 // All spans lead into the message that was read, and live as long as it.
 struct SignedMessage {
-    using Element = std::span<const unsigned char>;
-
     CBlob content;                     // the octets, joined where they came in pieces
-    bool hasCertificates = false;      // the field is there, be it empty
+    bool has_certificates = false;     // the field is there, be it empty
     std::vector<Element> certificates; // X.509 certificates only, in the order of the message
     std::vector<Element> signers;      // SignerInfo each, at least one
 };
 
 // Takes DER or BER. Bytes behind the message aren't looked at. Throws CAtlException 0x80093101 for
-// anything but signed data with a content and a signer, and 0x80093106 without memory.
-SignedMessage readSignedMessage(const CBlob& message);
+// anything but signed data with a content and a signer, and for more of anything than limits.h
+// allows, and 0x80093106 without memory.
+SignedMessage read_signed_message(const CBlob& message);
 
 // A SignerInfo, as BER, without its unsigned attributes: no signature covers them, and there are
 // authorities that write an empty set, which isn't one. Throws CAtlException 0x80093101.
-CBlob withoutUnsignedAttributes(SignedMessage::Element signer);
+CBlob without_unsigned_attributes(Element signer);
 
 } // namespace Halcyon::PKI::TSP

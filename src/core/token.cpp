@@ -4,22 +4,24 @@
 #include "asn1/algorithm_identifier_traits.h"
 #include "asn1/big_integer_text.h"
 #include "asn1/extension_traits.h"
-#include "asn1/general_name_traits.h"
 #include "asn1/signer_info_traits.h"
 #include "asn1/traits.h"
 #include "asn1data/cryptographic_message_syntax.h"
 #include "asn1data/pkix_tsp.h"
 #include "atl/cert_context.h"
 #include "atl/crypt_msg.h"
+#include "core/message_bounds.h"
 #include "core/signed_message.h"
+#include "sup/error_codes.h"
 
 namespace Halcyon::PKI::TSP {
 
 namespace {
 
-constexpr HRESULT unsupportedKind = hr(0x80070057u);
+constexpr HRESULT kUnsupportedKind = hr(E_INVALIDARG);
+constexpr HRESULT kBadTime = hr(0x80070000u | ERROR_INVALID_TIME);
 
-std::array<std::uint32_t, 3> accuracyOf(const asn1data::ASN1T_Accuracy& record) {
+std::array<std::uint32_t, 3> accuracy_of(const asn1data::ASN1T_Accuracy& record) {
     return {record.m.secondsPresent ? static_cast<std::uint32_t>(record.seconds) : 0u,
             record.m.millisPresent ? record.millis : 0u,
             record.m.microsPresent ? record.micros : 0u};
@@ -27,20 +29,18 @@ std::array<std::uint32_t, 3> accuracyOf(const asn1data::ASN1T_Accuracy& record) 
 
 // The name as it stands in the token. Kinds that CGeneralName can't hold don't make a token
 // unreadable: the name is a hint, on which no check rests.
-std::optional<ASN1::CGeneralName> readName(const asn1data::ASN1T_TSTInfoRaw& record) {
+std::optional<TsaName> read_name(const asn1data::ASN1T_TSTInfoRaw& record) {
     if (!record.m.tsaPresent) {
         return std::nullopt;
     }
-    ASN1::CGeneralName name;
     try {
-        name.decode(CBlob(record.tsa.data, record.tsa.numocts));
+        return TsaName(CBlob(record.tsa.data, record.tsa.numocts));
     } catch (const ATL::CAtlException& failure) {
-        if (failure.m_hr != unsupportedKind) {
+        if (failure.m_hr != kUnsupportedKind) {
             throw;
         }
         return std::nullopt;
     }
-    return name;
 }
 
 struct SignerInfoTraits
@@ -51,13 +51,13 @@ struct SignerInfoTraits
 };
 
 // One signer and no more: RFC 3161, 2.4.2, allows no signature but the authority's.
-bool hasOneSigner(HCRYPTMSG message) {
+bool has_one_signer(HCRYPTMSG message) {
     DWORD count = 0;
     DWORD size = sizeof(count);
     return CryptMsgGetParam(message, CMSG_SIGNER_COUNT_PARAM, 0, &count, &size) && count == 1;
 }
 
-ATL2::CCryptMsg openMessage(const CBlob& token) {
+ATL2::CCryptMsg open_message(const CBlob& token) {
     ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::kAnyEncoding, 0, 0, 0, nullptr, nullptr));
     if (message &&
         !CryptMsgUpdate(message.get(), token.pbData(), static_cast<DWORD>(token.cbData()), TRUE)) {
@@ -82,39 +82,44 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
                                                     value.hashAlgorithm);
         ASN1::ASN1TDynOctStr_traits::get(record.messageImprint.hashedMessage, value.hashedMessage);
         ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber);
+        if (!value.has_allowed_time) {
+            ATL::AtlThrowImpl(kBadTime);
+        }
         ASN1::ASN1GeneralizedTime_traits::get(record.genTime, value.genTime);
         if (record.m.accuracyPresent) {
-            value.accuracy = accuracyOf(record.accuracy);
+            value.accuracy = accuracy_of(record.accuracy);
         }
         value.ordering = record.ordering != 0;
         if (record.m.noncePresent) {
             ASN1::ASN1StringToBigInteger(record.nonce, value.nonce.emplace());
         }
-        value.tsa = readName(record);
+        value.tsa = read_name(record);
         if (record.m.extensionsPresent) {
             ASN1::ASN1T_Extensions_traits::get(record.extensions, value.extensions.emplace());
         }
     }
 };
 
-void CToken::decode(const CBlob& der) {
-    const auto parts = readSignedMessage(der);
+void CToken::decode(CBlob der) {
+    const auto parts = read_signed_message(der);
     Info info;
+    info.has_allowed_time = check_info({parts.content.pbData(), parts.content.cbData()});
     ASN1::asn1Decode<TSTInfoTraits>(parts.content, info);
-    ASN1::CSignerInfo signerInfo;
-    ASN1::asn1Decode<SignerInfoTraits>(withoutUnsignedAttributes(parts.signers.front()),
-                                       signerInfo);
+    check_signer(parts.signers.front());
+    ASN1::CSignerInfo signer_info;
+    ASN1::asn1Decode<SignerInfoTraits>(without_unsigned_attributes(parts.signers.front()),
+                                       signer_info);
 
-    encoded_ = der;
     info_ = std::move(info);
-    signerInfo_ = std::move(signerInfo);
+    signer_info_ = std::move(signer_info);
     certificates_.reset();
-    if (parts.hasCertificates) {
+    if (parts.has_certificates) {
         auto& certificates = certificates_.emplace();
         for (const auto& certificate : parts.certificates) {
             certificates.emplace_back(certificate.data(), certificate.size());
         }
     }
+    encoded_ = std::move(der); // last, for the parts lead into it
 }
 
 bool CToken::verify(const CBlob& certificate, HCRYPTMSG message) const {
@@ -126,10 +131,10 @@ bool CToken::verify(const CBlob& certificate, HCRYPTMSG message) const {
 bool CToken::verify(const _CERT_CONTEXT* certificate, HCRYPTMSG message) const {
     ATL2::CCryptMsg own;
     if (!message) {
-        own = openMessage(encoded_);
+        own = open_message(encoded_);
         message = own.get();
     }
-    if (!message || !certificate || !hasOneSigner(message)) {
+    if (!message || !certificate || !has_one_signer(message)) {
         return false;
     }
     CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};

@@ -10,12 +10,12 @@
 
 #include "asn1/algorithm_identifier_ex.h"
 #include "asn1/big_integer.h"
-#include "asn1/extension.h"
-#include "asn1/general_name.h"
+#include "asn1/extensions.h"
 #include "asn1/signer_info.h"
 #include "basalt20/surface/message.h"
 #include "base/blob.h"
 #include "base/date_time.h"
+#include "core/tsa_name.h"
 
 namespace Halcyon::PKI::TSP {
 
@@ -27,8 +27,10 @@ public:
     // Takes a ContentInfo with signed data apart, BER with indefinite lengths included; the type of
     // the content isn't compared with that of a TSTInfo, which is the verifier's part. Throws
     // CAtlException 0x80093101 for anything else: no content, a content that isn't a TSTInfo, no
-    // signer, or one that is named by a key identifier. If it fails the value may be half replaced.
-    void decode(const CBlob& der);
+    // signer, or one that is named by a key identifier; and for what would be read as something
+    // else, or in no bounded room: see message_bounds.h. Throws 0x8007076D for a genTime that RFC
+    // 3161 doesn't allow. If it fails the value may be half replaced.
+    void decode(CBlob der);
     // The bytes that were decoded.
     const CBlob& encode() const noexcept { return encoded_; }
 
@@ -50,9 +52,9 @@ public:
     const char* get_policy() const noexcept { return info_.policy.c_str(); }
     const ASN1::CBigInteger& get_serialNumber() const noexcept { return info_.serialNumber; }
     // The first signer.
-    const ASN1::CSignerInfo& get_signerInfo() const noexcept { return signerInfo_; }
+    const ASN1::CSignerInfo& get_signerInfo() const noexcept { return signer_info_; }
     // Null when absent, or of a kind that CGeneralName can't hold.
-    const ASN1::CGeneralName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
+    const TsaName* get_tsa() const noexcept { return info_.tsa ? &*info_.tsa : nullptr; }
     const ASN1::CExtensions* get_extensions() const noexcept {
         return info_.extensions ? &*info_.extensions : nullptr;
     }
@@ -79,17 +81,18 @@ private:
         ASN1::CAlgorithmIdentifierEx hashAlgorithm;
         CBlob hashedMessage;
         ASN1::CBigInteger serialNumber;
+        bool has_allowed_time = false;
         CDateTime genTime = CDateTime(0L, 0);
         std::optional<std::array<std::uint32_t, 3>> accuracy;
         bool ordering = false;
         std::optional<ASN1::CBigInteger> nonce;
-        std::optional<ASN1::CGeneralName> tsa;
+        std::optional<TsaName> tsa;
         std::optional<ASN1::CExtensions> extensions;
     };
 
     CBlob encoded_;
     Info info_;
-    ASN1::CSignerInfo signerInfo_;
+    ASN1::CSignerInfo signer_info_;
     std::optional<CBlobList> certificates_;
 };
 

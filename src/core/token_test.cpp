@@ -14,7 +14,7 @@
 namespace Halcyon::PKI::TSP {
 namespace {
 
-std::uint32_t codeOf(const std::function<void()>& call) {
+std::uint32_t code_of(const std::function<void()>& call) {
     try {
         call();
     } catch (const ATL::CAtlException& failure) {
@@ -23,7 +23,7 @@ std::uint32_t codeOf(const std::function<void()>& call) {
     return 0;
 }
 
-constexpr std::uint32_t badEncoding = 0x80093101;
+constexpr std::uint32_t kBadEncoding = 0x80093101;
 
 CBlob file(const std::string& name) {
     CBlob bytes;
@@ -84,7 +84,7 @@ TEST(Token, RefusesEveryTruncation) {
     const auto bytes = file("token.der");
     for (unsigned long size = 0; size < bytes.cbData(); ++size) {
         CToken token;
-        EXPECT_EQ(codeOf([&] { token.decode(part(bytes, size)); }), badEncoding) << size;
+        EXPECT_EQ(code_of([&] { token.decode(part(bytes, size)); }), kBadEncoding) << size;
     }
 }
 
@@ -94,7 +94,7 @@ TEST(Token, SurvivesEveryChangedByte) {
         auto changed = bytes;
         changed.pbData()[i] ^= 0x41;
         CToken token;
-        const auto code = codeOf([&] { token.decode(changed); });
+        const auto code = code_of([&] { token.decode(changed); });
         EXPECT_TRUE(code == 0 || (code & 0x80000000u) != 0) << i;
     }
 }
@@ -103,7 +103,7 @@ TEST(Token, RefusesOtherMessages) {
     for (const auto& bytes :
          {CBlob(), CBlob(0ul), file("tsa.cer"), file("response.der"), file("no-signer.der")}) {
         CToken token;
-        EXPECT_EQ(codeOf([&] { token.decode(bytes); }), badEncoding);
+        EXPECT_EQ(code_of([&] { token.decode(bytes); }), kBadEncoding);
     }
 }
 
@@ -118,7 +118,7 @@ TEST(Response, KeepsTheTokensBytes) {
     EXPECT_EQ(response.get_status()->get_failureInfo().get_value(), 1u << 15);
     EXPECT_EQ(response.get_status()->get_statusString().size(), 1u);
     EXPECT_EQ(response.get_timeStampToken(), nullptr);
-    EXPECT_EQ(codeOf([&] { response.decode(file("token.der")); }), badEncoding);
+    EXPECT_EQ(code_of([&] { response.decode(file("token.der")); }), kBadEncoding);
 }
 
 TEST(Request, ReencodesWhatOpenSslWrote) {
@@ -132,10 +132,10 @@ TEST(Request, ReencodesWhatOpenSslWrote) {
     EXPECT_EQ(request.get_hashedMessage().cbData(), 32u);
     EXPECT_EQ(request.get_hashAlgorithm().cachedAlgId, 0u);
     EXPECT_EQ(request.encode(), bytes);
-    EXPECT_EQ(codeOf([&] { request.decode(part(bytes, 20)); }), badEncoding);
+    EXPECT_EQ(code_of([&] { request.decode(part(bytes, 20)); }), kBadEncoding);
     EXPECT_TRUE(request.get_certReq()) << "a failed decode changes nothing";
     request.put_reqPolicy("no identifier");
-    EXPECT_EQ(codeOf([&] { request.encode(); }), 0x80070057u);
+    EXPECT_EQ(code_of([&] { request.encode(); }), 0x80070057u);
 }
 
 } // namespace

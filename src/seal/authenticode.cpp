@@ -55,11 +55,11 @@ Bytes encode_request(ByteView content) {
     info.pszContentType = type;
     info.Content = {static_cast<DWORD>(copy.cbData()), copy.pbData()};
     DWORD size = 0;
-    if (CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info, nullptr, &size) == 0) {
+    if (CryptEncodeObject(ATL2::kAnyEncoding, PKCS_TIME_REQUEST, &info, nullptr, &size) == 0) {
         throw error_of_last(kDoing);
     }
     Bytes der(size);
-    if (CryptEncodeObject(ATL2::anyEncoding, PKCS_TIME_REQUEST, &info,
+    if (CryptEncodeObject(ATL2::kAnyEncoding, PKCS_TIME_REQUEST, &info,
                           reinterpret_cast<BYTE*>(der.data()), &size) == 0) {
         throw error_of_last(kDoing);
     }
@@ -135,7 +135,7 @@ ATL2::CCertContext signer_of(const ATL2::CCryptMsg& message, const ATL2::CCertSt
         return {};
     }
     return ATL2::CCertContext(CertGetSubjectCertificateFromStore(
-        store.get(), ATL2::anyEncoding, reinterpret_cast<CERT_INFO*>(block.data())));
+        store.get(), ATL2::kAnyEncoding, reinterpret_cast<CERT_INFO*>(block.data())));
 }
 
 void require_signature(const ATL2::CCryptMsg& message, PCCERT_CONTEXT signer) {
@@ -172,7 +172,7 @@ AuthenticodeStamp judge(Bytes answer, ByteView content, const AuthenticodeOption
                     "the answer is over other content", "the server is at fault; ask another");
     }
     ATL2::CCertStore store;
-    store.Open(CERT_STORE_PROV_MSG, ATL2::anyEncoding, 0, 0, message.get());
+    store.Open(CERT_STORE_PROV_MSG, ATL2::kAnyEncoding, 0, 0, message.get());
     const auto signer = signer_of(message, store);
     const auto signature = signature_info(message, 0);
     if (!signer || !signature) {

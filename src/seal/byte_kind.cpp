@@ -124,11 +124,11 @@ Kind kind_by_sequence(ByteView bytes, const Children& outer) {
     if (outer.tag(2) == kBitString) {
         const auto size = static_cast<DWORD>(bytes.size());
         const ATL2::CCertContext certificate(
-            CertCreateCertificateContext(ATL2::anyEncoding, octets(bytes), size));
+            CertCreateCertificateContext(ATL2::kAnyEncoding, octets(bytes), size));
         if (certificate) {
             return Kind::certificate;
         }
-        if (const auto* list = CertCreateCRLContext(ATL2::anyEncoding, octets(bytes), size)) {
+        if (const auto* list = CertCreateCRLContext(ATL2::kAnyEncoding, octets(bytes), size)) {
             CertFreeCRLContext(list);
             return Kind::revocation_list;
         }

@@ -157,9 +157,9 @@ Bytes big_endian(const CRYPT_INTEGER_BLOB& number) {
 
 std::string name_text(const CERT_NAME_BLOB& name) {
     CERT_NAME_BLOB copy = name;
-    const DWORD size = CertNameToStrA(ATL2::anyEncoding, &copy, CERT_X500_NAME_STR, nullptr, 0);
+    const DWORD size = CertNameToStrA(ATL2::kAnyEncoding, &copy, CERT_X500_NAME_STR, nullptr, 0);
     std::string text(size, '\0');
-    CertNameToStrA(ATL2::anyEncoding, &copy, CERT_X500_NAME_STR, text.data(), size);
+    CertNameToStrA(ATL2::kAnyEncoding, &copy, CERT_X500_NAME_STR, text.data(), size);
     text.resize(size == 0 ? 0 : size - 1);
     return text;
 }
@@ -216,7 +216,7 @@ CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
 }
 
 std::optional<CertificateInfo> certificate_info(ByteView der) {
-    const ATL2::CCertContext context(CertCreateCertificateContext(ATL2::anyEncoding, octets(der),
+    const ATL2::CCertContext context(CertCreateCertificateContext(ATL2::kAnyEncoding, octets(der),
                                                                   static_cast<DWORD>(der.size())));
     return context ? std::optional(certificate_info(context.get())) : std::nullopt;
 }

@@ -38,7 +38,7 @@ Error error_in_flight(std::string_view doing) {
 
 Error error_of_last(std::string_view doing) {
     const auto code =
-        static_cast<std::uint32_t>(Halcyon::resultFromLastError(static_cast<std::int32_t>(kFail)));
+        static_cast<std::uint32_t>(Halcyon::result_from_last_error(static_cast<std::int32_t>(kFail)));
     return error_of_code(code, doing);
 }
 

@@ -32,7 +32,7 @@ ATL2::CCryptMsg open_message(ByteView bytes) {
     if (bytes.size() > kMostMessage) {
         return {};
     }
-    ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::anyEncoding, 0, 0, 0, nullptr, nullptr));
+    ATL2::CCryptMsg message(CryptMsgOpenToDecode(ATL2::kAnyEncoding, 0, 0, 0, nullptr, nullptr));
     if (message &&
         CryptMsgUpdate(message.get(), octets(bytes), static_cast<DWORD>(bytes.size()), TRUE) == 0) {
         message.close();

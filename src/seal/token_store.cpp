@@ -36,7 +36,7 @@ std::vector<ByteView> entries_of(ByteView sequence) {
 
 void add_certificates(ByteView values, HCERTSTORE store) {
     for (const ByteView der : entries_of(values)) {
-        CertAddEncodedCertificateToStore(store, ATL2::anyEncoding, octets(der),
+        CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der),
                                          static_cast<DWORD>(der.size()),
                                          CERT_STORE_ADD_USE_EXISTING, nullptr);
     }
@@ -81,7 +81,7 @@ void add_evidence(ByteView values, HCERTSTORE store) {
     while (const auto field = fields.next()) {
         for (const ByteView der : entries_of(field->content)) {
             if (field->tag == der_tag::kContext0) {
-                CertAddEncodedCRLToStore(store, ATL2::anyEncoding, octets(der),
+                CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(der),
                                          static_cast<DWORD>(der.size()), CERT_STORE_ADD_ALWAYS,
                                          nullptr);
             } else if (field->tag == der_tag::kContext0 + 1) {
@@ -110,7 +110,7 @@ ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo
         return values;
     }
     ATL2::CCertStore own;
-    own.Open(CERT_STORE_PROV_MSG, ATL2::anyEncoding, 0, 0, message.get());
+    own.Open(CERT_STORE_PROV_MSG, ATL2::kAnyEncoding, 0, 0, message.get());
     return collection_of({&own, &values});
 }
 

@@ -20,13 +20,13 @@ std::size_t add_message(ByteView der, HCERTSTORE store) {
     std::size_t count = 0;
     for (DWORD i = 0; i < message_number(message, CMSG_CERT_COUNT_PARAM); ++i) {
         const Bytes one = message_bytes(message, CMSG_CERT_PARAM, i).value_or(Bytes());
-        count += CertAddEncodedCertificateToStore(store, ATL2::anyEncoding, octets(one),
+        count += CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(one),
                                                   static_cast<DWORD>(one.size()), kUseExisting,
                                                   nullptr) != 0;
     }
     for (DWORD i = 0; i < message_number(message, CMSG_CRL_COUNT_PARAM); ++i) {
         const Bytes one = message_bytes(message, CMSG_CRL_PARAM, i).value_or(Bytes());
-        count += CertAddEncodedCRLToStore(store, ATL2::anyEncoding, octets(one),
+        count += CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(one),
                                           static_cast<DWORD>(one.size()), CERT_STORE_ADD_ALWAYS,
                                           nullptr) != 0;
     }
@@ -39,9 +39,9 @@ std::size_t add_der(ByteView der, HCERTSTORE store) {
     if (der.size() > kMostBytes || der.empty()) {
         return 0;
     }
-    const bool added = CertAddEncodedCertificateToStore(store, ATL2::anyEncoding, octets(der), size,
+    const bool added = CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der), size,
                                                         kUseExisting, nullptr) != 0 ||
-                       CertAddEncodedCRLToStore(store, ATL2::anyEncoding, octets(der), size,
+                       CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(der), size,
                                                 CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
                        BasaltAddOcspResponseToStore(store, octets(der), size) != 0;
     return added ? 1 : add_message(der, store);

@@ -15,14 +15,14 @@ namespace Halcyon::PKI::TSP::Client::testing {
 // DER by hand: one element, and the usual ones.
 inline std::string element(int tag, const std::string& content) {
     std::string head(1, static_cast<char>(tag));
-    const auto size = content.size();
-    if (size < 0x80) {
-        head += static_cast<char>(size);
-    } else if (size < 0x100) {
-        head += {'\x81', static_cast<char>(size)};
-    } else {
-        head += {'\x82', static_cast<char>(size >> 8), static_cast<char>(size & 0xFF)};
+    std::string length;
+    for (auto rest = content.size(); rest != 0; rest >>= 8) {
+        length.insert(length.begin(), static_cast<char>(rest & 0xFF));
     }
+    if (content.size() >= 0x80) {
+        head += static_cast<char>(0x80 + length.size());
+    }
+    head += content.empty() ? std::string(1, '\0') : length;
     return head + content;
 }
 
@@ -51,8 +51,8 @@ std::string der(Object* object, Encode encode) {
     return result;
 }
 
-inline constexpr char sha256Oid[] = "2.16.840.1.101.3.4.2.1";
-inline constexpr char tstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
+inline constexpr char kSha256Oid[] = "2.16.840.1.101.3.4.2.1";
+inline constexpr char kTstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
 
 inline std::string sha256(const std::string& data) {
     std::string digest(32, '\0');
@@ -66,7 +66,7 @@ struct TstInfo {
     std::string encode() const {
         return sequence(
             integer("\x01") + oid(policy) +
-            sequence(sequence(oid(hashOid) + element(0x05, "")) + element(0x04, digest)) +
+            sequence(sequence(oid(hash_oid) + element(0x05, "")) + element(0x04, digest)) +
             integer(serial) + element(0x18, genTime) + accuracy +
             (ordering ? element(0x01, "\xFF") : "") + (nonce.empty() ? "" : integer(nonce)) +
             (tsa.empty() ? "" : element(0xA0, tsa)) +
@@ -74,7 +74,7 @@ struct TstInfo {
     }
 
     std::string digest = sha256("data");
-    std::string hashOid = sha256Oid;
+    std::string hash_oid = kSha256Oid;
     std::string policy = "1.2.3.4";
     std::string serial = "\x12\x34";
     std::string genTime = "20240601120000Z";
@@ -90,12 +90,52 @@ inline std::string extension(const std::string& type, bool critical) {
                     element(0x04, element(0x05, "")));
 }
 
+inline std::string repeated(std::size_t count, const std::string& text) {
+    std::string all;
+    all.reserve(count * text.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+inline std::string attribute(const std::string& type, const std::string& values) {
+    return sequence(oid(type) + element(0x31, values));
+}
+
+// A token without a signature, of whatever parts a test wants.
+struct Parts {
+    std::string token() const {
+        const auto algorithm = sequence(oid(kSha256Oid));
+        const auto signer =
+            sequence(integer("\x01") + sequence(sequence("") + integer("\x01")) + algorithm +
+                     (signed_attributes.empty() ? "" : element(0xA0, signed_attributes)) +
+                     sequence(oid("1.2.840.10045.4.3.2")) + element(0x04, "signature") +
+                     (unsigned_attributes.empty() ? "" : element(0xA1, unsigned_attributes)));
+        const auto data = sequence(integer("\x03") + element(0x31, algorithm) +
+                                   sequence(content_type + element(0xA0, element(0x04, info))) +
+                                   (certificates.empty() ? "" : element(0xA0, certificates)) +
+                                   (lists.empty() ? "" : element(0xA1, lists)) +
+                                   element(0x31, repeated(signers, signer)));
+        return sequence(type + element(0xA0, data));
+    }
+
+    std::string info = TstInfo().encode();
+    std::string certificates = {}; // the entries of the set, and so with the others
+    std::string lists = {};
+    std::string signed_attributes = {};
+    std::string unsigned_attributes = {};
+    std::size_t signers = 1;
+    std::string type = oid("1.2.840.113549.1.7.2");
+    std::string content_type = oid(kTstInfoOid);
+};
+
 struct Signing {
-    std::string contentType = tstInfoOid;
+    std::string contentType = kTstInfoOid;
     const EVP_MD* digest = EVP_sha256(); // SHA-1 gives a SigningCertificate, any other a V2
     unsigned int flags = CMS_CADES;      // of CMS_add1_signer
-    bool withCertificates = true;
-    bool extraCertificate = false; // the root's beside the signer's
+    bool with_certificates = true;
+    bool extra_certificate = false; // the root's beside the signer's
     int signers = 1;
 };
 
@@ -103,20 +143,20 @@ class Authority {
 public:
     // Validity of the signer as GeneralizedTime.
     explicit Authority(const char* from = "20200101000000Z", const char* to = "20491231000000Z")
-        : rootKey_(EVP_EC_gen("P-256"), &EVP_PKEY_free), key_(EVP_EC_gen("P-256"), &EVP_PKEY_free),
+        : root_key_(EVP_EC_gen("P-256"), &EVP_PKEY_free), key_(EVP_EC_gen("P-256"), &EVP_PKEY_free),
           root_(X509_new(), &X509_free), signer_(X509_new(), &X509_free) {
-        fill(root_.get(), rootKey_.get(), rootName_.c_str(), 1, "20200101000000Z",
+        fill(root_.get(), root_key_.get(), root_name_.c_str(), 1, "20200101000000Z",
              "20491231000000Z");
         extend(root_.get(), NID_basic_constraints, "critical,CA:TRUE");
         extend(root_.get(), NID_key_usage, "critical,keyCertSign,cRLSign");
-        X509_sign(root_.get(), rootKey_.get(), EVP_sha256());
+        X509_sign(root_.get(), root_key_.get(), EVP_sha256());
         fill(signer_.get(), key_.get(), "Test Authority", 77, from, to);
         extend(signer_.get(), NID_ext_key_usage, "critical,timeStamping");
-        X509_sign(signer_.get(), rootKey_.get(), EVP_sha256());
+        X509_sign(signer_.get(), root_key_.get(), EVP_sha256());
     }
 
-    std::string rootDer() const { return der(root_.get(), &i2d_X509); }
-    std::string signerDer() const { return der(signer_.get(), &i2d_X509); }
+    std::string root_der() const { return der(root_.get(), &i2d_X509); }
+    std::string signer_der() const { return der(signer_.get(), &i2d_X509); }
     // The directoryName of the signer.
     std::string name() const {
         return element(0xA4, der(X509_get_subject_name(signer_.get()), &i2d_X509_NAME));
@@ -130,12 +170,12 @@ public:
             OBJ_txt2obj(options.contentType.c_str(), 1), &ASN1_OBJECT_free);
         CMS_set1_eContentType(message.get(), type.get());
         const unsigned int flags = options.flags | CMS_NOSMIMECAP | CMS_BINARY |
-                                   (options.withCertificates ? 0u : unsigned{CMS_NOCERTS});
+                                   (options.with_certificates ? 0u : unsigned{CMS_NOCERTS});
         for (int i = 0; i < options.signers; ++i) {
             CMS_add1_signer(message.get(), signer_.get(), key_.get(), options.digest,
                             i == 0 ? flags : flags | CMS_NOCERTS);
         }
-        if (options.extraCertificate) {
+        if (options.extra_certificate) {
             CMS_add1_cert(message.get(), root_.get());
         }
         const std::unique_ptr<BIO, decltype(&BIO_free)> data(
@@ -145,7 +185,7 @@ public:
     }
 
     // A granted answer to an encoded request, made by OpenSSL's own authority.
-    std::string answer(const std::string& request, const EVP_MD* essDigest = EVP_sha256(),
+    std::string answer(const std::string& request, const EVP_MD* ess_digest = EVP_sha256(),
                        bool ordering = false) const {
         const std::unique_ptr<TS_RESP_CTX, decltype(&TS_RESP_CTX_free)> context(TS_RESP_CTX_new(),
                                                                                 &TS_RESP_CTX_free);
@@ -154,7 +194,7 @@ public:
         TS_RESP_CTX_set_signer_cert(context.get(), signer_.get());
         TS_RESP_CTX_set_signer_key(context.get(), key_.get());
         TS_RESP_CTX_set_signer_digest(context.get(), EVP_sha256());
-        TS_RESP_CTX_set_ess_cert_id_digest(context.get(), essDigest);
+        TS_RESP_CTX_set_ess_cert_id_digest(context.get(), ess_digest);
         TS_RESP_CTX_set_def_policy(context.get(), policy.get());
         TS_RESP_CTX_add_md(context.get(), EVP_sha256());
         TS_RESP_CTX_add_md(context.get(), EVP_sha512());
@@ -211,7 +251,7 @@ private:
         ASN1_TIME_normalize(X509_getm_notBefore(certificate));
         ASN1_TIME_normalize(X509_getm_notAfter(certificate));
         add(X509_get_subject_name(certificate), name);
-        add(X509_get_issuer_name(certificate), rootName_.c_str());
+        add(X509_get_issuer_name(certificate), root_name_.c_str());
         X509_set_pubkey(certificate, key);
     }
 
@@ -227,8 +267,8 @@ private:
     }
 
     static inline int count_ = 0;
-    std::string rootName_ = "Test Root " + std::to_string(++count_);
-    Owner<EVP_PKEY> rootKey_;
+    std::string root_name_ = "Test Root " + std::to_string(++count_);
+    Owner<EVP_PKEY> root_key_;
     Owner<EVP_PKEY> key_;
     Owner<X509> root_;
     Owner<X509> signer_;
@@ -243,7 +283,7 @@ inline std::string response(int status, const std::string& token, const std::str
 }
 
 // The PKIFailureInfo with the bits of the number, bit n being 1 << n.
-inline std::string failInfoBits(unsigned int bits) {
+inline std::string fail_info_bits(unsigned int bits) {
     std::string bytes(5, '\0');
     for (int n = 0; n < 32; ++n) {
         if ((bits >> n & 1u) != 0) {

@@ -35,7 +35,7 @@ public:
         std::rename(fresh.c_str(), path_.c_str());
         support_registry_refresh();
     }
-    void setRaw(const std::string& text) {
+    void set_raw(const std::string& text) {
         std::ofstream(path_) << text;
         support_registry_refresh();
     }
@@ -64,7 +64,7 @@ private:
 };
 
 // The result code that the call throws, as a bit pattern; 0 if it throws none.
-inline std::uint32_t codeOf(const std::function<void()>& call) {
+inline std::uint32_t code_of(const std::function<void()>& call) {
     try {
         call();
     } catch (const ATL::CAtlException& failure) {

@@ -15,16 +15,16 @@ inline const unsigned char* bytes(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-inline ATL2::CCertContext certificateOf(const std::string& der) {
+inline ATL2::CCertContext certificate_of(const std::string& der) {
     return ATL2::CCertContext(CertCreateCertificateContext(ATL2::kAnyEncoding, bytes(der),
                                                            static_cast<DWORD>(der.size())));
 }
 
-inline ATL2::CCertStore storeWith(const std::string& der) {
+inline ATL2::CCertStore store_with(const std::string& der) {
     ATL2::CCertStore store;
     store.Open(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
     if (!der.empty()) {
-        CertAddCertificateContextToStore(store.get(), certificateOf(der).get(),
+        CertAddCertificateContextToStore(store.get(), certificate_of(der).get(),
                                          CERT_STORE_ADD_ALWAYS, nullptr);
     }
     return store;
@@ -33,7 +33,7 @@ inline ATL2::CCertStore storeWith(const std::string& der) {
 // While it lives, this root and no other is trusted.
 class Trust {
 public:
-    explicit Trust(const std::string& root) : store_(storeWith(root)) {
+    explicit Trust(const std::string& root) : store_(store_with(root)) {
         BasaltSetTrustAnchors(store_.get());
     }
     ~Trust() { BasaltSetTrustAnchors(nullptr); }

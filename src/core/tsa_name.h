@@ -1,0 +1,36 @@
+// TsaName: the name of the authority as a token tells it (RFC 3161, 2.4.2, tsa). A hint, on which
+// no check rests. A plain value that owns its data.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "asn1/general_name.h"
+#include "base/blob.h"
+
+namespace Halcyon::PKI::TSP {
+
+class TsaName {
+public:
+    // From the encoded GeneralName. Throws CAtlException 0x80093101 for anything else, and
+    // 0x80070057 for a kind that CGeneralName can't hold.
+    explicit TsaName(const CBlob& encoded);
+
+    // The number of CGeneralName.
+    unsigned int get_type() const noexcept;
+    // The DER, and the text, of the CGeneralName. Throw as that does.
+    CBlob encode() const;
+    std::wstring toString() const;
+
+private:
+    // A directoryName whose encoding was DER already, which is nearly every one: its encoding and
+    // text, made with one decoding. Else the value.
+    struct Directory {
+        CBlob encoded;
+        std::wstring text;
+    };
+    std::optional<Directory> directory_;
+    ASN1::CGeneralName name_;
+};
+
+} // namespace Halcyon::PKI::TSP
