@@ -1,11 +1,11 @@
-// chronoseal authenticode FILE --url URL --out F: the older stamping protocol. The file is the
-// signature (or digest) to be stamped; the result is the server's PKCS#7 answer as it stands, which
-// nothing here has checked.
+// `authenticode`: the older stamping protocol of signed programs.
 #pragma once
 
 #include <string>
 
+#include "exit_status.h"
 #include "output.h"
+#include "trust_options.h"
 
 namespace cli {
 
@@ -13,6 +13,9 @@ struct AuthenticodeOptions {
     std::string file;
     std::string url;
     std::string out;
+    bool force = false;
+    bool no_verify = false;
+    TrustOptions trust;
 };
 
 ExitStatus run_authenticode(const AuthenticodeOptions& options, const Output& output);

@@ -1,23 +1,113 @@
+// Showing what a file is and holds, and writing requests.
 #include "info_command.h"
 
-#include "byte_files.h"
-#include "stamp_report.h"
-#include "trust_options.h"
+#include <fmt/format.h>
+
+#include "input_file.h"
+#include "output_file.h"
+#include "stamp_json.h"
+#include "stamp_text.h"
 
 namespace cli {
 
+namespace {
+
+using chronoseal::Inspection;
+using chronoseal::Kind;
+using chronoseal::quote_foreign;
+using chronoseal::to_hex;
+using Json = nlohmann::ordered_json;
+
+ExitStatus show_request(const InfoOptions& options, const Inspection& found, const Output& output) {
+    const chronoseal::Expected expected = chronoseal::Expected::of_request(found.der);
+    const chronoseal::Digest& digest = expected.digest.value();
+    output.text(fmt::format("{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n", "kind",
+                            "request", "hash", digest.algorithm().name(), "digest",
+                            to_hex(digest.value()), "nonce",
+                            expected.nonce ? to_hex(*expected.nonce) : "no", "policy",
+                            expected.policy.empty() ? "any" : expected.policy));
+    output.object(true,
+                  {{"file", options.file},
+                   {"kind", "request"},
+                   {"imprint",
+                    {{"algorithm", digest.algorithm().name()},
+                     {"oid", digest.algorithm().oid()},
+                     {"digest", to_hex(digest.value())}}},
+                   {"nonceValue", expected.nonce ? Json(to_hex(*expected.nonce)) : Json(nullptr)},
+                   {"policy", expected.policy}});
+    return ExitStatus::good;
+}
+
+ExitStatus show_embedded(const InfoOptions& options, const Inspection& found,
+                         const Output& output) {
+    Json list = Json::array();
+    output.text(fmt::format("{:<14} {}\n", "kind", found.description));
+    for (const chronoseal::Embedded& one : found.stamps) {
+        output.text(fmt::format("\n{:<14} {}\n{}", "stamp at", quote_foreign(one.place),
+                                info_text(one.stamp.info())));
+        const auto& token = one.stamp.info().token;
+        Json json = {{"place", one.place}, {"attribute", one.attribute}};
+        json.update(to_json(one.stamp.info(), token ? token->signer : std::nullopt));
+        list.push_back(std::move(json));
+    }
+    output.object(true, {{"file", options.file},
+                         {"kind", chronoseal::kind_name(found.kind)},
+                         {"countersignature", found.countersignature},
+                         {"stamps", list}});
+    return ExitStatus::good;
+}
+
+} // namespace
+
 ExitStatus run_info(const InfoOptions& options, const Output& output) {
-    const Bytes bytes = read_file(options.stamp);
-    TrustOptions extra;
-    extra.certs = options.certs;
-    Trust trust(extra);
-    Halcyon::PKI::TSP::Client::CStamp stamp;
-    stamp.Import(bytes.data(), bytes.size(), nullptr);
-    const StampReport report = read_report(stamp, trust.stores(), trust.store_count());
-    output.text(to_text(report));
-    nlohmann::ordered_json json = {{"file", options.stamp}};
-    json.update(to_json(report));
+    const chronoseal::Bytes bytes = read_file(options.file);
+    const Inspection found = chronoseal::inspect(bytes);
+    if (found.kind == Kind::request) {
+        return show_request(options, found, output);
+    }
+    if (!found.stamps.empty()) {
+        return show_embedded(options, found, output);
+    }
+    // Throws and says what the bytes are, if they are no stamp.
+    const chronoseal::Stamp stamp = found.stamp ? *found.stamp : chronoseal::Stamp::read(bytes);
+    output.text(info_text(stamp.info()));
+    const auto& token = stamp.info().token;
+    Json json = {{"file", options.file}, {"kind", chronoseal::kind_name(found.kind)}};
+    json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
     output.object(true, json);
+    return ExitStatus::good;
+}
+
+ExitStatus run_request(const MakeRequestOptions& options, const Output& output) {
+    const OutputFile out(options.out, options.force ? Existing::replace : Existing::refuse);
+    if (output.json() && out.is_standard_output()) {
+        throw usage_error("JSON and the request can't both go to standard output",
+                          "name a file by --out");
+    }
+    out.check({options.file});
+    chronoseal::SealerOptions sealer_options;
+    apply(options.request, sealer_options);
+    sealer_options.only_requests = true;
+    sealer_options.certificates = options.request.cert;
+    const chronoseal::Sealer sealer(sealer_options);
+    const chronoseal::Digest digest = digest_of(options.file, sealer.hash(), !output.quiet());
+    const chronoseal::Bytes request = sealer.request(digest);
+    out.write(request);
+    const chronoseal::Expected made = chronoseal::Expected::of_request(request);
+    if (!out.is_standard_output()) {
+        output.text(fmt::format("{}: {} {} -> {}\n", quote_foreign(options.file),
+                                digest.algorithm().name(), to_hex(digest.value()),
+                                quote_foreign(out.path())));
+    }
+    output.object(true, {{"file", options.file},
+                         {"out", out.path()},
+                         {"imprint",
+                          {{"algorithm", digest.algorithm().name()},
+                           {"oid", digest.algorithm().oid()},
+                           {"digest", to_hex(digest.value())}}},
+                         {"nonce", made.nonce.has_value()},
+                         {"certReq", options.request.cert},
+                         {"policy", made.policy}});
     return ExitStatus::good;
 }
 

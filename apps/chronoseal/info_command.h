@@ -1,18 +1,28 @@
-// chronoseal info STAMP: shows what a response or token holds. Verifies nothing.
+// `info`: what a file holds; nothing is verified. `request`: a request for another way to an
+// authority.
 #pragma once
 
 #include <string>
-#include <vector>
 
+#include "exit_status.h"
 #include "output.h"
+#include "request_options.h"
 
 namespace cli {
 
 struct InfoOptions {
-    std::string stamp;
-    std::vector<std::string> certs; // where else the signer's certificate may be
+    std::string file;
 };
 
 ExitStatus run_info(const InfoOptions& options, const Output& output);
+
+struct MakeRequestOptions {
+    std::string file;
+    std::string out;
+    bool force = false;
+    RequestOptions request;
+};
+
+ExitStatus run_request(const MakeRequestOptions& options, const Output& output);
 
 } // namespace cli

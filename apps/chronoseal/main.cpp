@@ -1,123 +1,195 @@
 // chronoseal: stamps, verifies and shows time-stamps. Exit statuses are in exit_status.h.
 #include <cstdio>
+#include <cstring>
 #include <functional>
+#include <iostream>
 
 #include <CLI/CLI.hpp>
 
 #include "authenticode_command.h"
 #include "info_command.h"
 #include "policy_command.h"
-#include "request_command.h"
 #include "stamp_command.h"
 #include "verify_command.h"
+#include "wrong_usage.h"
 
 namespace {
 
 using cli::ExitStatus;
 using cli::Output;
 
+constexpr char kStatuses[] = "Exit status: 0 good; 1 found to be bad, or refused; 2 wrong usage; 3 "
+                             "could not be reached, read\n"
+                             "or judged (evidence of revocation is missing).";
+
 // What is to be run once the arguments have been read.
 struct Chosen {
     std::string command;
-    std::string doing;
     std::function<ExitStatus(const Output&)> run;
 };
 
 // A subcommand whose options are kept in `Options` and that runs `run` with them.
-template <class Options, class Describe, class Doing>
+template <class Options, class Describe>
 void add_command(CLI::App& app, Chosen& chosen, const char* name, const char* help,
-                 ExitStatus (*run)(const Options&, const Output&), Describe&& describe,
-                 Doing doing) {
+                 const char* examples, ExitStatus (*run)(const Options&, const Output&),
+                 Describe&& describe) {
     CLI::App* command = app.add_subcommand(name, help)->fallthrough();
+    command->footer(std::string(examples) + "\n\n" + kStatuses);
     auto options = std::make_shared<Options>();
     describe(*command, *options);
-    command->callback([&chosen, name, options, run, doing] {
-        chosen = {name, doing(*options),
-                  [options, run](const Output& output) { return run(*options, output); }};
+    command->callback([&chosen, name, options, run] {
+        chosen = {name, [options, run](const Output& output) { return run(*options, output); }};
     });
+}
+
+CLI::Option* add_files(CLI::App& command, std::vector<std::string>& files, const char* help,
+                       const char* value_name) {
+    return command.add_option("file", files, help)
+        ->type_name(value_name)
+        ->check([](const std::string& name) { return name.empty() ? "a name is empty" : ""; }, "");
 }
 
 void add_stamp(CLI::App& app, Chosen& chosen) {
     add_command<cli::StampOptions>(
-        app, chosen, "stamp", "get a time-stamp for each file", cli::run_stamp,
-        [](CLI::App& command, cli::StampOptions& options) {
-            command.add_option("file", options.files, "files to stamp; - is standard input")
-                ->required()
-                ->type_name("FILE");
-            command.add_option("--url", options.url, "address of the authority");
-            command
-                .add_option("--out", options.out, "where to write the stamp (default: FILE.tsr)")
-                ->type_name("F");
+        app, chosen, "stamp", "get a time-stamp for each file",
+        "Examples:\n"
+        "  chronoseal stamp report.pdf --url http://tsa.example/       writes report.pdf.tsr\n"
+        "  chronoseal stamp *.pdf --skip-existing --jobs 8\n"
+        "  chronoseal stamp --digest HEX --hash sha256 --out a.tsr",
+        cli::run_stamp, [](CLI::App& command, cli::StampOptions& options) {
+            add_files(command, options.files, "files to stamp; - is standard input", "FILE");
+            cli::add_value(command, "--digest", options.digest,
+                           "stamp this hash in place of a file; by --hash, SHA-256 else", "HEX");
+            cli::add_value(command, "--out", options.out,
+                           "where to write the stamp (default: FILE.tsr)", "FILE");
+            cli::add_value(command, "--token-out", options.token_out, "write the bare token, too",
+                           "FILE");
+            cli::add_value(command, "--certs-out", options.certs_out,
+                           "write the chain's certificates, too, PEM", "FILE");
+            cli::add_value(command, "--crls-out", options.crls_out,
+                           "write the revocation lists that were used, too, PEM", "FILE");
+            command.add_flag("--force", options.force, "overwrite what is there");
+            command.add_flag("--skip-existing", options.skip_existing,
+                             "leave out files that have a stamp");
             command.add_flag("--no-verify", options.no_verify,
                              "only compare the answer with the request");
+            command.add_option("--jobs", options.jobs, "connections for many files")
+                ->type_name("N")
+                ->check(CLI::Range(1U, 64U))
+                ->capture_default_str();
             cli::add_request_options(command, options.request);
+            cli::add_authority_options(command, options.authority);
             cli::add_trust_options(command, options.trust);
-        },
-        [](const cli::StampOptions&) { return std::string("stamp"); });
+        });
+}
+
+void add_send(CLI::App& app, Chosen& chosen) {
+    add_command<cli::SendOptions>(
+        app, chosen, "send", "send a finished request, as `request` or another tool wrote it",
+        "Example:\n  chronoseal send report.tsq --out report.tsr --url http://tsa.example/",
+        cli::run_send, [](CLI::App& command, cli::SendOptions& options) {
+            cli::add_value(command, "request", options.request, "the request", "FILE.tsq")
+                ->required();
+            cli::add_value(command, "--out", options.out, "where to write the stamp", "FILE")
+                ->required();
+            command.add_flag("--force", options.force, "overwrite what is there");
+            command.add_flag("--no-verify", options.no_verify,
+                             "only compare the answer with the request");
+            cli::add_authority_options(command, options.authority);
+            cli::add_trust_options(command, options.trust);
+        });
 }
 
 void add_verify(CLI::App& app, Chosen& chosen) {
     add_command<cli::VerifyOptions>(
-        app, chosen, "verify", "judge a stored stamp", cli::run_verify,
-        [](CLI::App& command, cli::VerifyOptions& options) {
-            command.add_option("stamp", options.stamp, "response or token; - is standard input")
-                ->required()
-                ->type_name("STAMP");
-            auto* data = command.add_option("--data", options.data, "the file that was stamped")
-                             ->type_name("FILE");
-            command.add_option("--digest", options.digest, "its hash")
-                ->type_name("HEX")
-                ->excludes(data);
+        app, chosen, "verify", "judge stored stamps, or those inside a signed message",
+        "Examples:\n"
+        "  chronoseal verify report.pdf.tsr                  compares with report.pdf beside it\n"
+        "  chronoseal verify old.tsr --data report.pdf -v    tells each check\n"
+        "  chronoseal verify *.tsr --json-lines\n"
+        "  chronoseal verify report.pdf.tsr --report case.html",
+        cli::run_verify, [](CLI::App& command, cli::VerifyOptions& options) {
+            add_files(
+                command, options.stamps,
+                "responses, tokens or signed messages, DER, PEM or Base64; - is standard input",
+                "STAMP")
+                ->required();
+            auto* data =
+                cli::add_value(command, "--data", options.data,
+                               "the file that was stamped (default: FILE for FILE.tsr)", "FILE");
+            auto* digest = cli::add_value(command, "--digest", options.digest, "its hash", "HEX");
+            auto* request = cli::add_value(command, "--request", options.request,
+                                           "the request, nonce and policy included", "FILE.tsq");
+            auto* none = command.add_flag("--no-data", options.no_data,
+                                          "compare with nothing: signature and chain alone");
+            digest->excludes(data);
+            request->excludes(data)->excludes(digest);
+            none->excludes(data)->excludes(digest)->excludes(request);
+            command.add_option("--jobs", options.jobs, "threads (default: one a processor)")
+                ->type_name("N")
+                ->check(CLI::Range(1U, 256U));
+            cli::add_value(command, "--report", options.report,
+                           "write the verdict as a page to print and keep", "FILE.html");
+            command.add_flag("--force", options.force, "overwrite the report");
             cli::add_trust_options(command, options.trust);
-        },
-        [](const cli::VerifyOptions& options) { return "verify " + options.stamp; });
+        });
 }
 
 void add_info(CLI::App& app, Chosen& chosen) {
     add_command<cli::InfoOptions>(
-        app, chosen, "info", "show what a stamp holds, and verify nothing", cli::run_info,
+        app, chosen, "info", "show what a stamp or request holds, and verify nothing",
+        "Example:\n  chronoseal info report.pdf.tsr", cli::run_info,
         [](CLI::App& command, cli::InfoOptions& options) {
-            command.add_option("stamp", options.stamp, "response or token; - is standard input")
-                ->required()
-                ->type_name("STAMP");
-            command.add_option("--certs", options.certs, "where else the signer may be found")
-                ->type_name("FILE");
-        },
-        [](const cli::InfoOptions& options) { return "read " + options.stamp; });
+            cli::add_value(command, "file", options.file,
+                           "stamp, request or signed message; - is standard input", "FILE")
+                ->required();
+        });
 }
 
 void add_request(CLI::App& app, Chosen& chosen) {
     add_command<cli::MakeRequestOptions>(
-        app, chosen, "request", "write a request and send nothing", cli::run_request,
+        app, chosen, "request", "write a request and send nothing",
+        "Example:\n  chronoseal request report.pdf --out report.tsq", cli::run_request,
         [](CLI::App& command, cli::MakeRequestOptions& options) {
-            command.add_option("file", options.file, "file to hash; - is standard input")
-                ->required()
-                ->type_name("FILE");
-            command.add_option("--out", options.out, "where to write the request")
-                ->required()
-                ->type_name("F.tsq");
+            cli::add_value(command, "file", options.file, "file to hash; - is standard input",
+                           "FILE")
+                ->required();
+            cli::add_value(command, "--out", options.out, "where to write the request", "FILE.tsq")
+                ->required();
+            command.add_flag("--force", options.force, "overwrite what is there");
             cli::add_request_options(command, options.request);
-        },
-        [](const cli::MakeRequestOptions& options) {
-            return "make a request for " + options.file;
         });
 }
 
 void add_authenticode(CLI::App& app, Chosen& chosen) {
     add_command<cli::AuthenticodeOptions>(
         app, chosen, "authenticode", "stamp a signature by the older Authenticode protocol",
-        cli::run_authenticode,
-        [](CLI::App& command, cli::AuthenticodeOptions& options) {
-            command.add_option("file", options.file, "signature or digest to stamp")
-                ->required()
-                ->type_name("DIGEST-OR-SIGNATURE");
-            command.add_option("--url", options.url,
-                               "address of the server (default: the policy's)");
-            command.add_option("--out", options.out, "where to write the answer")
-                ->required()
-                ->type_name("F");
-        },
-        [](const cli::AuthenticodeOptions& options) { return "stamp " + options.file; });
+        "Example:\n  chronoseal authenticode signature.bin --url http://tsa.example/ --out "
+        "answer.p7",
+        cli::run_authenticode, [](CLI::App& command, cli::AuthenticodeOptions& options) {
+            cli::add_value(command, "file", options.file, "the signature to stamp", "SIGNATURE")
+                ->required();
+            cli::add_value(command, "--url", options.url,
+                           "address of the server (default: the policy's)", "URL");
+            cli::add_value(command, "--out", options.out, "where to write the answer", "FILE")
+                ->required();
+            command.add_flag("--force", options.force, "overwrite what is there");
+            command.add_flag("--no-verify", options.no_verify, "don't judge the server's chain");
+            cli::add_trust_options(command, options.trust);
+        });
+}
+
+void add_doctor(CLI::App& app, Chosen& chosen) {
+    add_command<cli::DoctorOptions>(
+        app, chosen, "doctor", "what of this machine would make a stamp or a verification fail",
+        "Examples:\n  chronoseal doctor\n  chronoseal doctor --url http://tsa.example/    asks for "
+        "one "
+        "stamp, too",
+        cli::run_doctor, [](CLI::App& command, cli::DoctorOptions& options) {
+            cli::add_request_options(command, options.request);
+            cli::add_authority_options(command, options.authority);
+            cli::add_trust_options(command, options.trust);
+        });
 }
 
 void add_policy(CLI::App& app, Chosen& chosen) {
@@ -126,45 +198,101 @@ void add_policy(CLI::App& app, Chosen& chosen) {
     policy->add_subcommand("show", "every key, its value, and where it comes from")
         ->fallthrough()
         ->callback([&chosen] {
-            chosen = {"policy show", "show the policy", cli::run_policy_show};
+            chosen = {"policy show", cli::run_policy_show};
         });
 }
 
-int run(const Chosen& chosen, bool json) {
-    const Output output(chosen.command, json);
+void add_help(CLI::App& app, std::string& topic) {
+    CLI::App* help = app.add_subcommand("help", "help on a command")->fallthrough();
+    help->add_option("command", topic, "which")->type_name("COMMAND");
+}
+
+int run(const Chosen& chosen, cli::Format format, cli::Detail detail) {
+    const Output output(chosen.command, format, detail);
+    const auto told = [&](const chronoseal::Error& error) {
+        output.failure(error);
+        output.object(false, {{"error", cli::error_json(error)}});
+        return static_cast<int>(cli::status_of(error.category()));
+    };
     try {
         const ExitStatus status = chosen.run(output);
         if (std::fflush(stdout) != 0) {
-            throw cli::Failure(ExitStatus::unreachable, "can't write to standard output");
+            throw chronoseal::Error(chronoseal::Category::unreachable, "output_unwritable", 0,
+                                    "can't write to standard output", "check where it leads");
         }
         return static_cast<int>(status);
-    } catch (...) {
-        const cli::Failure failure = cli::failure_in_flight(chosen.doing);
-        output.line(failure);
-        output.object(false, {{"error", cli::error_json(failure)}});
-        return static_cast<int>(failure.status());
+    } catch (const chronoseal::Error& error) {
+        return told(error);
+    } catch (const std::exception& exception) {
+        return told({chronoseal::Category::unreachable, "system_failed", 0,
+                     chronoseal::quote_foreign(exception.what()), "try again"});
     }
+}
+
+// Whether a word of the call asks for JSON, for the case that the call as a whole can't be read.
+cli::Format format_asked(int argc, const char* const* argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--json") == 0) {
+            return cli::Format::json;
+        }
+        if (std::strcmp(argv[i], "--json-lines") == 0) {
+            return cli::Format::json_lines;
+        }
+    }
+    return cli::Format::text;
+}
+
+int show_help(const CLI::App& app, const std::string& topic) {
+    const CLI::App* command = topic.empty() ? &app : app.get_subcommand(topic);
+    std::cout << command->help();
+    return 0;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     CLI::App app("Time-stamps after RFC 3161: get them, judge them, look at them.", "chronoseal");
-    bool json = false;
+    bool json = false, json_lines = false, quiet = false, verbose = false;
+    std::string topic;
     Chosen chosen;
-    app.add_flag("--json", json, "print one JSON object to standard output");
-    app.set_version_flag("--version", "chronoseal 1.0.0");
+    auto* whole = app.add_flag("--json", json, "print one JSON object to standard output");
+    app.add_flag("--json-lines", json_lines, "print a JSON object a line, as results come")
+        ->excludes(whole);
+    auto* silent = app.add_flag("-q,--quiet", quiet, "print nothing but failures");
+    app.add_flag("-v,--verbose", verbose, "print a verdict check by check")->excludes(silent);
+    app.set_version_flag("--version", "chronoseal " + std::string(chronoseal::version()));
     app.require_subcommand(1);
+    app.footer(std::string("chronoseal help COMMAND tells the rest, with examples.\n\n") +
+               kStatuses);
+    app.get_formatter()->column_width(32);
     add_stamp(app, chosen);
     add_verify(app, chosen);
     add_info(app, chosen);
     add_request(app, chosen);
+    add_send(app, chosen);
     add_policy(app, chosen);
+    add_doctor(app, chosen);
     add_authenticode(app, chosen);
+    add_help(app, topic);
     try {
         app.parse(argc, argv);
+        if (app.got_subcommand("help")) {
+            return show_help(app, topic);
+        }
+    } catch (const CLI::Success& asked) {
+        return app.exit(asked);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : static_cast<int>(ExitStatus::usage);
+        const Output output("", format_asked(argc, argv), cli::Detail::usual);
+        const chronoseal::Error told = cli::wrong_usage(error, app, argc, argv);
+        output.failure(told);
+        output.object(false, {{"error", cli::error_json(told)}});
+        return static_cast<int>(ExitStatus::usage);
     }
-    return run(chosen, json);
+    const cli::Format format = json         ? cli::Format::json
+                               : json_lines ? cli::Format::json_lines
+                                            : cli::Format::text;
+    return run(chosen, format,
+               quiet     ? cli::Detail::quiet
+               : verbose ? cli::Detail::verbose
+                         : cli::Detail::usual);
 }

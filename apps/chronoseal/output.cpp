@@ -1,40 +1,88 @@
+// Text, JSON and lines of failure on the two standard streams.
 #include "output.h"
 
 #include <cstdio>
+#include <cstdlib>
+
+#include <unistd.h>
 
 #include <fmt/format.h>
 
 namespace cli {
 
+namespace {
+
+// Bytes that are no UTF-8, which a file's name may hold, are replaced and don't end the program.
+std::string dump(const nlohmann::ordered_json& value, int indent) {
+    return value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+void write(std::FILE* stream, const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stream);
+}
+
+bool wants_colour() {
+    const char* forbidden = std::getenv("NO_COLOR");
+    return ::isatty(STDOUT_FILENO) == 1 && (forbidden == nullptr || *forbidden == '\0');
+}
+
+} // namespace
+
+Output::Output(std::string command, Format format, Detail detail)
+    : command_(std::move(command)), format_(format), detail_(detail), colour_(wants_colour()) {}
+
 void Output::text(const std::string& text) const {
-    if (!json_) {
-        std::fwrite(text.data(), 1, text.size(), stdout);
+    if (!json() && !quiet()) {
+        write(stdout, text);
     }
+}
+
+void Output::note(const std::string& text) const {
+    if (!quiet()) {
+        write(stderr, "chronoseal: " + text + "\n");
+    }
+}
+
+void Output::item(const nlohmann::ordered_json& members) const {
+    nlohmann::ordered_json all = {{"command", command_}};
+    all.update(members);
+    write(stdout, dump(all, -1));
+    std::fflush(stdout);
 }
 
 void Output::object(bool ok, const nlohmann::ordered_json& members) const {
-    if (!json_) {
+    if (!json()) {
         return;
     }
     nlohmann::ordered_json all = {{"command", command_}, {"ok", ok}};
-    all.update(members);
-    // Bytes that are no UTF-8, which a foreign name may hold, are replaced and don't end the
-    // program.
-    const std::string text =
-        all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
-    std::fwrite(text.data(), 1, text.size(), stdout);
-}
-
-void Output::line(const Failure& failure) const {
-    fmt::print(stderr, "chronoseal: {}\n", failure.what());
-}
-
-nlohmann::ordered_json error_json(const Failure& failure) {
-    nlohmann::ordered_json code = nullptr;
-    if (failure.code() != 0) {
-        code = code_text(failure.code());
+    if (command_.empty()) {
+        all["command"] = nullptr;
     }
-    return {{"message", failure.message()}, {"code", code}, {"advice", failure.advice()}};
+    all.update(members);
+    write(stdout, dump(all, format_ == Format::json ? 2 : -1));
+}
+
+void Output::failure(const chronoseal::Error& error) const {
+    write(stderr, fmt::format("chronoseal: {}\n", error.what()));
+}
+
+std::string Output::good(const std::string& word) const {
+    return colour_ ? "\x1b[32m" + word + "\x1b[0m" : word;
+}
+
+std::string Output::bad(const std::string& word) const {
+    return colour_ ? "\x1b[31m" + word + "\x1b[0m" : word;
+}
+
+nlohmann::ordered_json error_json(const chronoseal::Error& error) {
+    nlohmann::ordered_json code = nullptr;
+    if (error.code() != 0) {
+        code = chronoseal::code_text(error.code());
+    }
+    return {{"message", error.text()},
+            {"word", error.word()},
+            {"code", code},
+            {"advice", error.advice()}};
 }
 
 } // namespace cli

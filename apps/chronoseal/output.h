@@ -1,33 +1,53 @@
-// Where a command's results go: standard output, as text or as one JSON object; failures as one
-// line on standard error, and with --json in the object too (docs/json.md).
+// Where a command's results go: standard output, as text, as one JSON object, or as one object a
+// line while the work goes on; failures as one line on standard error, and with JSON in the object
+// too (docs/json.md). Foreign text that is handed over has been quoted by the caller. Calls may
+// come from several threads, one at a time each.
 #pragma once
 
 #include <string>
 
 #include <nlohmann/json.hpp>
 
-#include "failure.h"
+#include "seal/chronoseal.hpp"
 
 namespace cli {
 
+enum class Format { text, json, json_lines };
+enum class Detail { quiet, usual, verbose };
+
 class Output {
 public:
-    Output(std::string command, bool json) : command_(std::move(command)), json_(json) {}
+    Output(std::string command, Format format, Detail detail);
 
-    bool json() const { return json_; }
+    Format format() const { return format_; }
+    bool json() const { return format_ != Format::text; }
+    bool verbose() const { return detail_ == Detail::verbose; }
+    // Progress and notes are for people who haven't asked for silence.
+    bool quiet() const { return detail_ == Detail::quiet; }
 
-    // Text for people; dropped with --json.
+    // Text for people; dropped with JSON and with -q.
     void text(const std::string& text) const;
-    // The one object of this run; "command" and "ok" are put in front.
+    // Beside the results, on standard error: what was left out, what was taken for granted.
+    void note(const std::string& text) const;
+    // One result of many: printed at once as a line of JSON, kept by nobody.
+    void item(const nlohmann::ordered_json& members) const;
+    // The object of this run; "command" and "ok" are put in front.
     void object(bool ok, const nlohmann::ordered_json& members) const;
-    // The line on standard error. With --json the caller puts error_json() into its object.
-    void line(const Failure& failure) const;
+    // The line on standard error. With JSON the caller puts error_json() into its object.
+    void failure(const chronoseal::Error& error) const;
+
+    // "good" and "bad" in colour on a terminal, unless NO_COLOR is set.
+    std::string good(const std::string& word) const;
+    std::string bad(const std::string& word) const;
 
 private:
     std::string command_;
-    bool json_;
+    Format format_;
+    Detail detail_;
+    bool colour_;
 };
 
-nlohmann::ordered_json error_json(const Failure& failure);
+// Message, code, number and advice of a failure.
+nlohmann::ordered_json error_json(const chronoseal::Error& error);
 
 } // namespace cli

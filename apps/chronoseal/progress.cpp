@@ -1,3 +1,4 @@
+// Progress on a terminal.
 #include "progress.h"
 
 #include <cstdio>
@@ -16,33 +17,54 @@ constexpr double kMebibyte = 1024.0 * 1024.0;
 
 } // namespace
 
-Progress::Progress(std::string label, std::uint64_t total, bool wanted)
-    : label_(std::move(label)), total_(total), enabled_(wanted && ::isatty(STDERR_FILENO) == 1),
-      next_(std::chrono::steady_clock::now() + kFirstAfter) {}
+ProgressLine::ProgressLine(bool wanted)
+    : enabled_(wanted && ::isatty(STDERR_FILENO) == 1), next_(start_ + kFirstAfter) {}
 
-Progress::~Progress() {
+ProgressLine::~ProgressLine() {
+    wipe();
+}
+
+bool ProgressLine::due() const {
+    return enabled_ && Clock::now() >= next_;
+}
+
+void ProgressLine::draw(const std::string& text) {
+    std::fputs(("\r\033[K" + text).c_str(), stderr);
+    drawn_ = true;
+    next_ = Clock::now() + kInterval;
+}
+
+void ProgressLine::wipe() {
     if (drawn_) {
         std::fputs("\r\033[K", stderr);
+        drawn_ = false;
     }
 }
 
-void Progress::advance(std::uint64_t bytes) {
-    done_ += bytes;
-    if (enabled_ && std::chrono::steady_clock::now() >= next_) {
-        draw();
-        next_ = std::chrono::steady_clock::now() + kInterval;
-    }
+double ProgressLine::seconds() const {
+    return std::chrono::duration<double>(Clock::now() - start_).count();
 }
 
-void Progress::draw() {
-    const double done = static_cast<double>(done_) / kMebibyte;
-    const std::string line =
-        total_ == 0 ? fmt::format("\r\033[K{}: {:.0f} MiB", label_, done)
-                    : fmt::format("\r\033[K{}: {:.0f} of {:.0f} MiB ({:.0f} %)", label_, done,
-                                  static_cast<double>(total_) / kMebibyte,
-                                  100.0 * static_cast<double>(done_) / static_cast<double>(total_));
-    std::fputs(line.c_str(), stderr);
-    drawn_ = true;
+void ByteProgress::show(std::uint64_t done, std::uint64_t total) {
+    if (!line_.due()) {
+        return;
+    }
+    const double mebibytes = static_cast<double>(done) / kMebibyte;
+    line_.draw(total == 0
+                   ? fmt::format("{}: {:.0f} MiB", label_, mebibytes)
+                   : fmt::format("{}: {:.0f} of {:.0f} MiB ({:.0f} %)", label_, mebibytes,
+                                 static_cast<double>(total) / kMebibyte,
+                                 100.0 * static_cast<double>(done) / static_cast<double>(total)));
+}
+
+void CountProgress::advance() {
+    ++done_;
+    if (!line_.due()) {
+        return;
+    }
+    const double rate = static_cast<double>(done_) / line_.seconds();
+    const double left = static_cast<double>(total_ - done_) / rate;
+    line_.draw(fmt::format("{} of {}, {:.0f} a second, {:.0f} s left", done_, total_, rate, left));
 }
 
 } // namespace cli

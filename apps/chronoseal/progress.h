@@ -1,4 +1,5 @@
-// A line of progress on standard error, for a person at a terminal only.
+// A line of progress on standard error, for a person at a terminal only. It appears once the work
+// has lasted for half a second, and is wiped at the end.
 #pragma once
 
 #include <chrono>
@@ -7,26 +8,52 @@
 
 namespace cli {
 
-class Progress {
+// The line itself: when to draw, and wiping it.
+class ProgressLine {
 public:
-    // `total` in bytes, 0 where it isn't known. Prints nothing unless `wanted`, standard error is a
-    // terminal, and the work has lasted for half a second.
-    Progress(std::string label, std::uint64_t total, bool wanted);
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-    ~Progress(); // wipes the line
+    explicit ProgressLine(bool wanted);
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+    ~ProgressLine();
 
-    void advance(std::uint64_t bytes);
+    bool due() const;
+    void draw(const std::string& text);
+    // Takes the line away, so that something else can be printed there.
+    void wipe();
+    double seconds() const;
 
 private:
-    void draw();
+    using Clock = std::chrono::steady_clock;
 
-    std::string label_;
-    std::uint64_t total_;
-    std::uint64_t done_ = 0;
     bool enabled_;
     bool drawn_ = false;
-    std::chrono::steady_clock::time_point next_;
+    Clock::time_point start_ = Clock::now();
+    Clock::time_point next_;
+};
+
+// How much of one file has been hashed.
+class ByteProgress {
+public:
+    ByteProgress(std::string label, bool wanted) : label_(std::move(label)), line_(wanted) {}
+    // `total` is 0 where it isn't known.
+    void show(std::uint64_t done, std::uint64_t total);
+
+private:
+    std::string label_;
+    ProgressLine line_;
+};
+
+// How many of many files are done, how fast it goes, and how long it may still take.
+class CountProgress {
+public:
+    CountProgress(std::uint64_t total, bool wanted) : total_(total), line_(wanted) {}
+    void advance();
+    void wipe() { line_.wipe(); }
+
+private:
+    std::uint64_t total_;
+    std::uint64_t done_ = 0;
+    ProgressLine line_;
 };
 
 } // namespace cli

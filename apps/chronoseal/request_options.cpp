@@ -1,76 +1,92 @@
+// --hash, --policy, --no-nonce, --cert; --url and how an authority is reached.
 #include "request_options.h"
 
-#include <fmt/format.h>
-
-#include "byte_files.h"
-#include "failure.h"
-#include "hash_names.h"
-#include "sup/configuration.h"
+#include "trust_options.h"
 
 namespace cli {
 
-namespace {
-
-using Halcyon::PKI::TSP::Client::CRequest;
-
-bool policy_names_a_hash() {
-    std::size_t size = 0;
-    return support_registry_get_string("\\config\\cades\\tsppolicy\\DefaultHashAlg", &size,
-                                       nullptr) == 0 &&
-           size != 0;
-}
-
-void apply_hash(const std::string& name, CRequest& request) {
-    if (name.empty() && policy_names_a_hash()) {
-        return;
-    }
-    const std::optional<std::string> oid = hash_oid(name.empty() ? "SHA-256" : name);
-    if (!oid) {
-        throw Failure(ExitStatus::usage, fmt::format("the hash \"{}\" isn't known", name),
-                      "choose one of " + known_hash_names() + ", or give an OID");
-    }
-    request.put_DataHashAlg(oid->c_str());
-    if (request.get_DataHashAlg() == 0) {
-        throw failure_of_code(fmt::format("hash with {}", name), 0x80090008);
-    }
-}
-
-} // namespace
-
 void add_request_options(CLI::App& command, RequestOptions& options) {
-    command
-        .add_option("--hash", options.hash,
-                    "hash algorithm by name or OID (default: the policy's, or SHA-256)")
-        ->type_name("NAME|OID");
-    command
-        .add_option(
-            "--policy", options.policy,
-            "ask for a stamp under this policy (default: the machine's, or the authority's)")
-        ->type_name("OID");
+    add_value(command, "--hash", options.hash, "hash algorithm (default: the policy's, or SHA-256)",
+              "NAME|OID");
+    add_value(command, "--policy", options.policy,
+              "ask for a stamp under this policy (default: the machine's, or the authority's)",
+              "OID");
     command.add_flag("--no-nonce", options.no_nonce, "send no nonce");
     command.add_flag("--cert", options.cert, "ask for the authority's certificate in the token");
 }
 
-void apply(const RequestOptions& options, CRequest& request) {
-    apply_hash(options.hash, request);
-    if (!options.policy.empty()) {
-        request.put_PolicyID(options.policy.c_str());
-    }
+void add_authority_options(CLI::App& command, AuthorityOptions& options) {
+    add_repeated(command, "--url", options.urls,
+                 "address of an authority; of several the next is asked when one fails", "URL");
+    add_value(command, "--proxy", options.proxy, "proxy, or \"none\" (default: the policy's)",
+              "URL");
+    add_value(command, "--cacert", options.ca_file, "roots for TLS, in place of the system's",
+              "FILE");
+    add_value(command, "--user-file", options.login_file,
+              "login for the authority: USER:PASSWORD in a file that only you can read", "FILE");
+    add_value(command, "--netrc", options.netrc, "login by the address's host, from a netrc file",
+              "FILE")
+        ->excludes("--user-file");
+    add_value(command, "--client-cert", options.client_certificate,
+              "certificate to show to the authority, PEM", "FILE");
+    add_value(command, "--client-key", options.client_key,
+              "its key, PEM (default: in the certificate's file)", "FILE")
+        ->needs("--client-cert");
+    command.add_option("--timeout", options.timeout_seconds, "limit of one exchange")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1U, 3600U));
+    command
+        .add_option("--quorum", options.quorum, "stamps by so many different authorities, or none")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 16U));
+    command.add_option("--attempts", options.attempts, "how often one authority is asked")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 10U));
+}
+
+void apply(const RequestOptions& options, chronoseal::SealerOptions& sealer) {
+    sealer.hash = options.hash;
+    sealer.policy = options.policy;
     if (options.no_nonce) {
-        request.put_UseNonce(false);
+        sealer.nonce = false;
     }
     if (options.cert) {
-        request.put_CertReq(true);
+        sealer.certificates = true;
     }
 }
 
-void add_file(const std::string& path, CRequest& request) {
-    // An empty file has a hash as well, which the first portion starts.
-    const unsigned char nothing = 0;
-    request.AddData(&nothing, 0);
-    stream_file(path, true, [&request](const unsigned char* data, std::size_t size) {
-        request.AddData(data, size);
-    });
+void apply(const AuthorityOptions& options, chronoseal::SealerOptions& sealer) {
+    const bool own = !options.urls.empty();
+    if (own) {
+        for (const std::string& url : options.urls) {
+            sealer.authorities.push_back({.url = url});
+        }
+    } else {
+        sealer.authorities = chronoseal::configured_authorities();
+    }
+    for (chronoseal::Authority& authority : sealer.authorities) {
+        if (!options.proxy.empty()) {
+            authority.proxy = options.proxy == "none" ? "" : options.proxy;
+        }
+        if (!options.ca_file.empty()) {
+            authority.ca_file = options.ca_file;
+        }
+        if (!options.login_file.empty()) {
+            authority.login_file = options.login_file;
+        }
+        if (!options.netrc.empty()) {
+            authority.netrc = options.netrc;
+        }
+        if (!options.client_certificate.empty()) {
+            authority.client_certificate = options.client_certificate;
+            authority.client_key = options.client_key;
+        }
+        if (options.timeout_seconds != 0) {
+            authority.timeout = std::chrono::seconds(options.timeout_seconds);
+        }
+    }
+    sealer.quorum = options.quorum;
+    sealer.attempts = options.attempts;
 }
 
 } // namespace cli

@@ -1,11 +1,12 @@
-// The options that make up a time-stamp request, shared by `stamp` and `request`.
+// What is asked for and of whom, as options: shared by `stamp`, `send`, `request` and `doctor`.
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <CLI/App.hpp>
 
-#include "client/request.h"
+#include "seal/chronoseal.hpp"
 
 namespace cli {
 
@@ -16,13 +17,23 @@ struct RequestOptions {
     bool cert = false;
 };
 
+struct AuthorityOptions {
+    std::vector<std::string> urls;
+    std::string proxy;
+    std::string ca_file;
+    std::string login_file;
+    std::string netrc;
+    std::string client_certificate;
+    std::string client_key;
+    unsigned timeout_seconds = 0;
+    unsigned quorum = 1;
+    unsigned attempts = 3;
+};
+
 void add_request_options(CLI::App& command, RequestOptions& options);
+void add_authority_options(CLI::App& command, AuthorityOptions& options);
 
-// Applies the options over the machine's defaults. Without --hash and without a default in the
-// policy the hash is SHA-256. Throws Failure with the status `usage` for a name that isn't known.
-void apply(const RequestOptions& options, Halcyon::PKI::TSP::Client::CRequest& request);
-
-// Hashes the file into the request, in constant memory.
-void add_file(const std::string& path, Halcyon::PKI::TSP::Client::CRequest& request);
+void apply(const RequestOptions& options, chronoseal::SealerOptions& sealer);
+void apply(const AuthorityOptions& options, chronoseal::SealerOptions& sealer);
 
 } // namespace cli

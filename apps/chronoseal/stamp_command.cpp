@@ -1,125 +1,407 @@
+// Stamping: everything that can be checked without an authority is checked first, then the files
+// are hashed and sent over several connections, and each stamp is written as it comes.
 #include "stamp_command.h"
 
+#include <algorithm>
+#include <memory>
 #include <optional>
 
 #include <fmt/format.h>
 
-#include "base/atl_exception.h"
-#include "base/blob.h"
-#include "byte_files.h"
-#include "narrow_text.h"
-#include "stamp_report.h"
-#include "stamp_verification.h"
+#include "input_file.h"
+#include "interruption.h"
+#include "output_file.h"
+#include "progress.h"
+#include "stamp_json.h"
+#include "stamp_text.h"
 
 namespace cli {
 
 namespace {
 
-using Halcyon::CBlob;
-using Halcyon::PKI::TSP::Client::CRequest;
-using Halcyon::PKI::TSP::Client::CStamp;
+using chronoseal::Bytes;
+using chronoseal::Error;
+using chronoseal::quote_foreign;
+using chronoseal::Sealer;
+using chronoseal::Stamp;
+using Json = nlohmann::ordered_json;
 
-constexpr std::uint32_t kHttpFailure = 0xC2100100;
-constexpr unsigned long kHttpOk = 200;
+constexpr std::string_view kStampSuffix = ".tsr";
+
+bool is_stamp_name(const std::string& file) {
+    return file.size() > kStampSuffix.size() && file.ends_with(kStampSuffix);
+}
+
+// The place of the n-th stamp of a quorum: "a.tsr", "a.2.tsr".
+std::string numbered(const std::string& path, std::size_t index) {
+    if (index == 0 || path == "-") {
+        return path;
+    }
+    const std::string stem = is_stamp_name(path) ? path.substr(0, path.size() - 4) : path;
+    return fmt::format("{}.{}{}", stem, index + 1, is_stamp_name(path) ? kStampSuffix : "");
+}
 
 std::string output_path(const StampOptions& options, const std::string& file) {
     if (!options.out.empty()) {
         return options.out;
     }
-    return file == "-" ? "-" : file + ".tsr";
+    return file == "-" ? "-" : file + std::string(kStampSuffix);
+}
+
+Existing existing_of(bool force) {
+    return force ? Existing::replace : Existing::refuse;
 }
 
 void check_usage(const StampOptions& options, const Output& output) {
-    if (options.files.size() > 1 && !options.out.empty()) {
-        throw Failure(ExitStatus::usage, "--out goes with one file only",
-                      "leave it out: each stamp is then written to FILE.tsr");
+    if (options.files.empty() == options.digest.empty()) {
+        throw usage_error("stamp wants files, or --digest",
+                          "chronoseal stamp report.pdf, or --digest HEX --hash NAME --out F");
     }
-    if (output.json() && output_path(options, options.files.front()) == "-") {
-        throw Failure(ExitStatus::usage, "--json and the stamp can't both go to standard output",
-                      "name a file by --out");
+    const bool one_place = !options.out.empty() || !options.token_out.empty() ||
+                           !options.certs_out.empty() || !options.crls_out.empty();
+    if (options.files.size() > 1 && one_place) {
+        throw usage_error("--out, --token-out, --certs-out and --crls-out go with one file only",
+                          "leave them out: each stamp is then written to FILE.tsr");
+    }
+    if (std::count(options.files.begin(), options.files.end(), "-") > 1 ||
+        (options.files.size() > 1 &&
+         std::count(options.files.begin(), options.files.end(), "-") != 0)) {
+        throw usage_error("standard input goes alone", "stamp - by a call of its own");
+    }
+    if (!options.digest.empty() && options.out.empty()) {
+        throw usage_error("--digest needs --out", "name where the stamp is to be written");
+    }
+    const std::string first =
+        output_path(options, options.files.empty() ? "-" : options.files.front());
+    if (output.json() && first == "-") {
+        throw usage_error("JSON and the stamp can't both go to standard output",
+                          "name a file by --out");
+    }
+    if (options.authority.quorum > 1 && (first == "-" || !options.token_out.empty() ||
+                                         !options.certs_out.empty() || !options.crls_out.empty())) {
+        throw usage_error("the stamps of a quorum go to files of their own",
+                          "leave out --token-out, --certs-out and --crls-out, and name --out");
     }
 }
 
-void prepare(const StampOptions& options, CRequest& request) {
-    if (!options.url.empty()) {
-        request.put_TSAAddress(wide(options.url).c_str());
-    }
-    apply(options.request, request);
-    // Without the authority's certificate there is nothing to verify the stamp with.
-    if (!options.no_verify && options.trust.certs.empty()) {
-        request.put_CertReq(true);
-    }
+chronoseal::SealerOptions sealer_options(const AuthorityOptions& authority,
+                                         const TrustOptions& trust, bool no_verify) {
+    chronoseal::SealerOptions options;
+    apply(authority, options);
+    options.trust = trust_of(trust);
+    options.verify = !no_verify;
+    return options;
 }
 
-CStamp& send(const std::string& doing, CRequest& request) {
-    try {
-        return request.Send(false);
-    } catch (const ATL::CAtlException& exception) {
-        const auto code = static_cast<std::uint32_t>(exception.m_hr);
-        const unsigned long status = request.get_HTTPStatus();
-        if (status != 0 && status != kHttpOk) {
-            throw Failure(
-                ExitStatus::unreachable,
-                fmt::format("can't {}: the server answered with HTTP status {}", doing, status),
-                "check the address", code == 0 ? kHttpFailure : code);
+std::string joined(const std::vector<Bytes>& pieces, const char* label) {
+    std::string text;
+    constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    for (const Bytes& piece : pieces) {
+        std::string body;
+        for (std::size_t i = 0; i < piece.size(); i += 3) {
+            const std::size_t left = std::min<std::size_t>(3, piece.size() - i);
+            unsigned value = 0;
+            for (std::size_t k = 0; k < 3; ++k) {
+                value = value << 8 | (k < left ? std::to_integer<unsigned>(piece[i + k]) : 0U);
+            }
+            for (std::size_t k = 0; k < 4; ++k) {
+                body += k <= left ? kAlphabet[value >> (18 - 6 * k) & 63] : '=';
+            }
         }
-        throw failure_of_code(doing, code);
-    }
-}
-
-nlohmann::ordered_json stamp_file(const std::string& file, const StampOptions& options,
-                                  std::optional<Trust>& trust, const Output& output) {
-    const std::string doing = "stamp " + file;
-    const std::string out = output_path(options, file);
-    CRequest request;
-    prepare(options, request);
-    add_file(file, request);
-    const CStamp& stamp = send(doing, request);
-    require_granted(doing, stamp);
-    if (!options.no_verify) {
-        if (!trust) {
-            trust.emplace(options.trust);
+        text += fmt::format("-----BEGIN {}-----\n", label);
+        for (std::size_t i = 0; i < body.size(); i += 64) {
+            text += body.substr(i, 64) + "\n";
         }
-        verify_stamp(doing, stamp, *trust);
+        text += fmt::format("-----END {}-----\n", label);
     }
-    const CBlob response = request.get_Response();
-    write_file(out, response.pbData(), response.cbData());
-
-    const StampReport report = read_report(stamp, nullptr, 0);
-    if (out != "-") {
-        output.text(
-            fmt::format("{}: {} {}, {} -> {}\n", file,
-                        options.no_verify ? "stamped (not verified)" : "stamped and verified",
-                        report.token->time, narrow(request.get_TSAAddress()), out));
-    }
-    nlohmann::ordered_json json = {{"file", file},
-                                   {"ok", true},
-                                   {"out", out},
-                                   {"url", narrow(request.get_TSAAddress())},
-                                   {"verified", !options.no_verify}};
-    json.update(to_json(report));
-    return json;
+    return text;
 }
+
+// What else of a stamp is to be kept in files of its own.
+class SideFiles {
+public:
+    explicit SideFiles(const StampOptions& options)
+        : token_(options.token_out, existing_of(options.force)),
+          certificates_(options.certs_out, existing_of(options.force)),
+          lists_(options.crls_out, existing_of(options.force)), trust_(options.trust) {}
+
+    void check(const std::vector<std::string>& inputs) const {
+        for (const OutputFile* file : {&token_, &certificates_, &lists_}) {
+            if (!file->path().empty()) {
+                file->check(inputs);
+            }
+        }
+    }
+
+    void write(const Stamp& stamp) const {
+        if (!token_.path().empty()) {
+            token_.write(stamp.token());
+        }
+        if (certificates_.path().empty() && lists_.path().empty()) {
+            return;
+        }
+        const chronoseal::Verdict verdict =
+            chronoseal::Verifier(trust_of(trust_)).verify_token(stamp);
+        std::vector<Bytes> certificates, lists;
+        for (const chronoseal::ChainLink& link : verdict.chain) {
+            certificates.push_back(link.certificate.der);
+            for (const chronoseal::Evidence& evidence : link.evidence) {
+                if (evidence.kind == chronoseal::EvidenceKind::revocation_list) {
+                    lists.push_back(evidence.der);
+                }
+            }
+        }
+        if (!certificates_.path().empty()) {
+            certificates_.write(chronoseal::bytes_of(joined(certificates, "CERTIFICATE")));
+        }
+        if (!lists_.path().empty()) {
+            lists_.write(chronoseal::bytes_of(joined(lists, "X509 CRL")));
+        }
+    }
+
+private:
+    OutputFile token_, certificates_, lists_;
+    const TrustOptions& trust_;
+};
+
+struct Counts {
+    std::uint64_t stamped = 0, skipped = 0, failed = 0;
+};
+
+// One run of `stamp`: gives the sealer one file after the other, and takes the stamps as they come.
+class StampRun {
+public:
+    StampRun(const StampOptions& options, const Output& output)
+        : options_(options), output_(output), sealer_(make_sealer(options)), side_(options),
+          progress_(options.files.size(), !output.quiet() && options.files.size() > 1) {
+        side_.check(options.files);
+    }
+
+    ExitStatus run() {
+        const Interruption interruption;
+        if (options_.files.size() <= 1) {
+            one(interruption.token());
+        } else {
+            many(interruption.token());
+        }
+        return finish(interruption.happened());
+    }
+
+private:
+    static chronoseal::SealerOptions make_sealer(const StampOptions& options) {
+        chronoseal::SealerOptions result =
+            sealer_options(options.authority, options.trust, options.no_verify);
+        apply(options.request, result);
+        return result;
+    }
+
+    void one(const std::stop_token& stop) {
+        const std::string file = options_.files.empty() ? "" : options_.files.front();
+        const std::string shown = file.empty() ? options_.digest : file;
+        try {
+            if (leave_out(file)) {
+                return;
+            }
+            const chronoseal::Digest digest =
+                file.empty() ? chronoseal::Digest::from_hex(sealer_.hash(), options_.digest)
+                             : digest_of(file, sealer_.hash(), !output_.quiet(), stop);
+            take(shown, file, sealer_.seal_quorum(digest, stop));
+        } catch (const Error& error) {
+            fail(shown, error);
+        }
+    }
+
+    void many(const std::stop_token& stop) {
+        std::size_t next = 0;
+        const auto give = [&]() -> std::optional<chronoseal::Item> {
+            while (next < options_.files.size()) {
+                const std::string& file = options_.files[next++];
+                try {
+                    if (!leave_out(file)) {
+                        return std::filesystem::path(file);
+                    }
+                } catch (const Error& error) {
+                    fail(file, error);
+                }
+                progress_.advance();
+            }
+            return std::nullopt;
+        };
+        const auto done = [&](const chronoseal::BatchResult& result) {
+            const std::string& file = std::get<std::filesystem::path>(result.item).native();
+            try {
+                if (result.error) {
+                    throw Error(*result.error);
+                }
+                take(file, file, result.stamps);
+            } catch (const Error& error) {
+                fail(file, error);
+            }
+            progress_.advance();
+        };
+        sealer_.seal_all(give, done, options_.jobs, stop);
+    }
+
+    // Whether there is nothing to be done for this file; throws if its stamp can't be written.
+    bool leave_out(const std::string& file) {
+        if (options_.files.size() > 1 && is_stamp_name(file) && !options_.force) {
+            skip(file, "it is a stamp itself", "stamp_file");
+            return true;
+        }
+        const std::vector<std::string> inputs =
+            file.empty() ? std::vector<std::string>() : std::vector{file};
+        for (std::size_t i = 0; i < options_.authority.quorum; ++i) {
+            const OutputFile out(numbered(output_path(options_, file), i),
+                                 existing_of(options_.force));
+            if (options_.skip_existing && out.exists()) {
+                skip(file, out.path() + " is there already", "output_exists");
+                return true;
+            }
+            out.check(inputs);
+        }
+        return false;
+    }
+
+    void take(const std::string& shown, const std::string& file, const std::vector<Stamp>& stamps) {
+        for (std::size_t i = 0; i < stamps.size(); ++i) {
+            const OutputFile out(numbered(output_path(options_, file), i),
+                                 existing_of(options_.force));
+            out.write(stamps[i].response().empty() ? stamps[i].as_response()
+                                                   : stamps[i].response());
+            side_.write(stamps[i]);
+            tell(shown, out, stamps[i]);
+        }
+        ++counts_.stamped;
+    }
+
+    void tell(const std::string& shown, const OutputFile& out, const Stamp& stamp) {
+        progress_.wipe();
+        if (!out.is_standard_output()) {
+            output_.text(
+                fmt::format("{}: {} {} by {}, {} -> {}\n{}", quote_foreign(shown),
+                            options_.no_verify ? "stamped (not verified)" : "stamped and verified",
+                            chronoseal::utc_text(stamp.time()), authority_text(stamp.info()),
+                            chronoseal::quote_address(stamp.authority()), quote_foreign(out.path()),
+                            remarks_text(stamp.remarks())));
+        }
+        Json json = {{"file", shown},
+                     {"ok", true},
+                     {"out", out.path()},
+                     {"url", stamp.authority()},
+                     {"verified", !options_.no_verify},
+                     {"attempts", stamp.attempts()},
+                     {"remarks", to_json(stamp.remarks())}};
+        json.update(to_json(stamp.info(), stamp.info().token->signer));
+        keep(std::move(json));
+    }
+
+    void skip(const std::string& file, const std::string& reason, const char* word) {
+        progress_.wipe();
+        ++counts_.skipped;
+        if (!options_.skip_existing) {
+            output_.note(quote_foreign(file) + " is left out: " + reason);
+        }
+        keep({{"file", file}, {"ok", true}, {"skipped", word}});
+    }
+
+    void fail(const std::string& file, const Error& error) {
+        progress_.wipe();
+        ++counts_.failed;
+        status_ = worse(status_, status_of(error.category()));
+        output_.failure(options_.files.size() > 1 ? named(file, error) : error);
+        keep({{"file", file}, {"ok", false}, {"error", error_json(error)}});
+    }
+
+    // With several files a line has to say which one it is about.
+    static Error named(const std::string& file, const Error& error) {
+        const std::string name = quote_foreign(file);
+        return error.text().find(name) != std::string::npos
+                   ? error
+                   : Error(error.category(), error.word(), error.code(),
+                           "can't stamp " + name + ": " + error.text(), error.advice());
+    }
+
+    void keep(Json json) {
+        if (output_.format() == Format::json_lines) {
+            output_.item(json);
+        } else if (output_.format() == Format::json) {
+            results_.push_back(std::move(json));
+        }
+    }
+
+    ExitStatus finish(bool interrupted) {
+        progress_.wipe();
+        if (interrupted) {
+            status_ = worse(status_, ExitStatus::unreachable);
+        }
+        const std::uint64_t left =
+            options_.files.size() <= 1
+                ? 0
+                : options_.files.size() - counts_.stamped - counts_.skipped - counts_.failed;
+        if (options_.files.size() > 1) {
+            output_.text(fmt::format("{} stamped, {} left out, {} failed{}\n", counts_.stamped,
+                                     counts_.skipped, counts_.failed,
+                                     interrupted ? fmt::format(", {} not begun: interrupted", left)
+                                                 : std::string()));
+        }
+        Json members;
+        if (output_.format() == Format::json) {
+            members["files"] = std::move(results_);
+        }
+        members["summary"] = {{"stamped", counts_.stamped},
+                              {"skipped", counts_.skipped},
+                              {"failed", counts_.failed},
+                              {"left", left},
+                              {"interrupted", interrupted}};
+        output_.object(status_ == ExitStatus::good, members);
+        return status_;
+    }
+
+    const StampOptions& options_;
+    const Output& output_;
+    Sealer sealer_;
+    SideFiles side_;
+    CountProgress progress_;
+    Counts counts_;
+    ExitStatus status_ = ExitStatus::good;
+    Json results_ = Json::array();
+};
 
 } // namespace
 
 ExitStatus run_stamp(const StampOptions& options, const Output& output) {
     check_usage(options, output);
-    ExitStatus status = ExitStatus::good;
-    std::optional<Trust> trust;
-    nlohmann::ordered_json results = nlohmann::ordered_json::array();
-    for (const std::string& file : options.files) {
-        try {
-            results.push_back(stamp_file(file, options, trust, output));
-        } catch (...) {
-            const Failure failure = failure_in_flight("stamp " + file);
-            output.line(failure);
-            results.push_back({{"file", file}, {"ok", false}, {"error", error_json(failure)}});
-            status = worse(status, failure.status());
-        }
+    return StampRun(options, output).run();
+}
+
+ExitStatus run_send(const SendOptions& options, const Output& output) {
+    const OutputFile out(options.out, existing_of(options.force));
+    if (output.json() && out.is_standard_output()) {
+        throw usage_error("JSON and the stamp can't both go to standard output",
+                          "name a file by --out");
     }
-    output.object(status == ExitStatus::good, {{"files", results}});
-    return status;
+    out.check({options.request});
+    const Bytes request = read_file(options.request);
+    const Sealer sealer(sealer_options(options.authority, options.trust, options.no_verify));
+    const Interruption interruption;
+    const Stamp stamp = sealer.send(request, interruption.token());
+    out.write(stamp.response().empty() ? stamp.as_response() : stamp.response());
+    if (!out.is_standard_output()) {
+        output.text(
+            fmt::format("{}: {} {} by {}, {} -> {}\n{}", quote_foreign(options.request),
+                        options.no_verify ? "stamped (not verified)" : "stamped and verified",
+                        chronoseal::utc_text(stamp.time()), authority_text(stamp.info()),
+                        chronoseal::quote_address(stamp.authority()), quote_foreign(out.path()),
+                        remarks_text(stamp.remarks())));
+    }
+    Json json = {{"file", options.request},
+                 {"out", out.path()},
+                 {"url", stamp.authority()},
+                 {"verified", !options.no_verify},
+                 {"remarks", to_json(stamp.remarks())}};
+    json.update(to_json(stamp.info(), stamp.info().token->signer));
+    output.object(true, json);
+    return ExitStatus::good;
 }
 
 } // namespace cli

@@ -1,95 +1,121 @@
+// --roots, --certs, --crls, --revocation, --at, --offline.
 #include "trust_options.h"
 
-#include <fmt/format.h>
+#include <cctype>
+#include <charconv>
+#include <chrono>
+#include <optional>
 
-#include "basalt20/surface/chain.h"
-#include "failure.h"
-#include "sup/last_error.h"
+#include "exit_status.h"
 
 namespace cli {
 
 namespace {
 
-StoreHandle open_memory_store() {
-    StoreHandle store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
-    if (!store) {
-        throw failure_of_code("open a store", GetLastError());
-    }
-    return store;
+std::string not_empty(const std::string& value) {
+    return value.empty() ? "the value is empty" : "";
 }
 
-// Copies all that a file holds: certificates, CRLs and OCSP answers, PEM or DER.
-std::size_t copy_objects(HCERTSTORE from, HCERTSTORE to) {
-    std::size_t count = 0;
-    PCCERT_CONTEXT certificate = nullptr;
-    while ((certificate = CertEnumCertificatesInStore(from, certificate)) != nullptr) {
-        count += CertAddCertificateContextToStore(to, certificate, CERT_STORE_ADD_USE_EXISTING,
-                                                  nullptr) != 0;
+std::vector<chronoseal::Source> sources(const std::vector<std::string>& names) {
+    std::vector<chronoseal::Source> result;
+    for (const std::string& name : names) {
+        result.emplace_back(std::filesystem::path(name));
     }
-    PCCRL_CONTEXT crl = nullptr;
-    while ((crl = CertEnumCRLsInStore(from, crl)) != nullptr) {
-        count += CertAddCRLContextToStore(to, crl, CERT_STORE_ADD_USE_EXISTING, nullptr) != 0;
-    }
-    PCBASALT_OCSP_CONTEXT answer = nullptr;
-    while ((answer = BasaltEnumOcspResponsesInStore(from, answer)) != nullptr) {
-        count += BasaltAddOcspResponseToStore(to, answer->pbEncoded, answer->cbEncoded) != 0;
-    }
-    return count;
+    return result;
 }
 
-void load_files(const std::vector<std::string>& paths, HCERTSTORE store) {
-    for (const std::string& path : paths) {
-        const StoreHandle file(CertOpenStore(CERT_STORE_PROV_FILENAME_A,
-                                             X509_ASN_ENCODING | PKCS_7_ASN_ENCODING, 0,
-                                             CERT_STORE_READONLY_FLAG, path.c_str()));
-        if (!file || copy_objects(file.get(), store) == 0) {
-            throw Failure(ExitStatus::unreachable,
-                          fmt::format("can't read certificates or CRLs from {}", path),
-                          "give a PEM or DER file", file ? 0 : GetLastError());
-        }
+// The digits at `at`; nothing if one of them isn't.
+std::optional<int> number_at(const std::string& text, std::size_t at, std::size_t count) {
+    if (at + count > text.size()) {
+        return std::nullopt;
     }
+    int value = 0;
+    const char* end = text.data() + at + count;
+    const auto result = std::from_chars(text.data() + at, end, value);
+    const bool digits = std::isdigit(static_cast<unsigned char>(text[at])) != 0;
+    return digits && result.ec == std::errc() && result.ptr == end ? std::optional(value)
+                                                                   : std::nullopt;
 }
 
-DWORD revocation_number(const std::string& name) {
-    if (name == "require") {
-        return BASALT_REVOCATION_REQUIRE;
+// YYYY-MM-DD, or YYYY-MM-DDThh:mm:ssZ.
+std::optional<chronoseal::Time> parse_time(const std::string& text) {
+    using namespace std::chrono;
+    const auto year_number = number_at(text, 0, 4);
+    const auto month_number = number_at(text, 5, 2);
+    const auto day_number = number_at(text, 8, 2);
+    if (!year_number || !month_number || !day_number || text[4] != '-' || text[7] != '-') {
+        return std::nullopt;
     }
-    return name == "available" ? BASALT_REVOCATION_AVAILABLE : BASALT_REVOCATION_OFF;
+    const year_month_day date{year(*year_number), month(static_cast<unsigned>(*month_number)),
+                              day(static_cast<unsigned>(*day_number))};
+    if (!date.ok()) {
+        return std::nullopt;
+    }
+    if (text.size() == 10) {
+        return sys_days(date);
+    }
+    const auto hour = number_at(text, 11, 2);
+    const auto minute = number_at(text, 14, 2);
+    const auto second = number_at(text, 17, 2);
+    if (text.size() != 20 || text[10] != 'T' || text[13] != ':' || text[16] != ':' ||
+        text[19] != 'Z' || !hour || !minute || !second || *hour > 23 || *minute > 59 ||
+        *second > 60) {
+        return std::nullopt;
+    }
+    return sys_days(date) + hours(*hour) + minutes(*minute) + seconds(*second);
 }
 
 } // namespace
 
-void add_trust_options(CLI::App& command, TrustOptions& options) {
-    command
-        .add_option("--certs", options.certs,
-                    "certificates that may be needed (PEM or DER); none is trusted for it")
-        ->type_name("FILE");
-    command.add_option("--crls", options.crls, "CRLs or OCSP answers to use (PEM or DER)")
-        ->type_name("FILE");
-    command
-        .add_option("--roots", options.roots, "trust these certificates, and none of the machine's")
-        ->type_name("FILE");
-    command
-        .add_option(
-            "--revocation", options.revocation,
-            "require: a source that a certificate names must answer; available: what can be had "
-            "counts; off: look at none (default: the machine's setting)")
-        ->check(CLI::IsMember({"require", "available", "off"}));
+CLI::Option* add_repeated(CLI::App& command, const std::string& name,
+                          std::vector<std::string>& values, const std::string& help,
+                          const std::string& value_name) {
+    return command.add_option(name, values, help + "; repeatable")
+        ->type_name(value_name)
+        ->allow_extra_args(false)
+        ->check(not_empty, "");
 }
 
-Trust::Trust(const TrustOptions& options) : store_(open_memory_store()), extra_(store_.get()) {
-    load_files(options.certs, store_.get());
-    load_files(options.crls, store_.get());
-    if (!options.roots.empty()) {
-        const StoreHandle roots = open_memory_store();
-        load_files(options.roots, roots.get());
-        if (BasaltSetTrustAnchors(roots.get()) == 0) {
-            throw failure_of_code("set the trusted roots", GetLastError());
+CLI::Option* add_value(CLI::App& command, const std::string& name, std::string& value,
+                       const std::string& help, const std::string& value_name) {
+    return command.add_option(name, value, help)->type_name(value_name)->check(not_empty, "");
+}
+
+void add_trust_options(CLI::App& command, TrustOptions& options) {
+    add_repeated(command, "--roots", options.roots,
+                 "trusted certificates, in place of the machine's roots", "FILE");
+    add_repeated(command, "--certs", options.certs, "certificates that a chain may need", "FILE");
+    add_repeated(command, "--crls", options.crls,
+                 "revocation lists and OCSP answers, looked at before any is fetched", "FILE");
+    add_value(command, "--revocation", options.revocation,
+              "what must be known of revocation: all of it, what is available, or nothing",
+              "require|available|off")
+        ->check(CLI::IsMember({"require", "available", "off"}));
+    add_value(command, "--at", options.at,
+              "judge as of this time in place of now (2031-05-01, or 2031-05-01T12:00:00Z)",
+              "TIME");
+    command.add_flag("--offline", options.offline, "fetch nothing from the network");
+}
+
+chronoseal::Trust trust_of(const TrustOptions& options) {
+    using chronoseal::Revocation;
+    chronoseal::Trust trust;
+    trust.roots = sources(options.roots);
+    trust.certificates = sources(options.certs);
+    trust.evidence = sources(options.crls);
+    trust.offline = options.offline;
+    trust.revocation = options.revocation == "require"     ? Revocation::require
+                       : options.revocation == "available" ? Revocation::available
+                       : options.revocation == "off"       ? Revocation::off
+                                                           : Revocation::as_configured;
+    if (!options.at.empty()) {
+        trust.as_of = parse_time(options.at);
+        if (!trust.as_of) {
+            throw usage_error("--at: \"" + chronoseal::quote_foreign(options.at) + "\" is no time",
+                              "give a date, 2031-05-01, or a time in UTC, 2031-05-01T12:00:00Z");
         }
     }
-    if (!options.revocation.empty()) {
-        BasaltSetRevocationMode(revocation_number(options.revocation));
-    }
+    return trust;
 }
 
 } // namespace cli

@@ -1,5 +1,4 @@
-// Whom a verification trusts and what it may look at: the options --certs, --crls, --roots,
-// --revocation.
+// Whom a verification trusts and what it may look at, as options.
 #pragma once
 
 #include <string>
@@ -7,7 +6,7 @@
 
 #include <CLI/App.hpp>
 
-#include "store_handle.h"
+#include "seal/chronoseal.hpp"
 
 namespace cli {
 
@@ -16,24 +15,23 @@ struct TrustOptions {
     std::vector<std::string> crls;
     std::vector<std::string> roots;
     std::string revocation; // "require", "available", "off"; empty: as the machine is configured
+    std::string at;         // RFC 3339; empty: now
+    bool offline = false;
 };
 
 void add_trust_options(CLI::App& command, TrustOptions& options);
 
-// The options in force: the process's trust anchors and revocation mode are set by the constructor,
-// once for the life of the process; the extra certificates, CRLs and OCSP answers are in one store.
-// Throws Failure for a file that can't be read or holds nothing of use.
-class Trust {
-public:
-    explicit Trust(const TrustOptions& options);
+// Throws `usage` for a time that can't be read.
+chronoseal::Trust trust_of(const TrustOptions& options);
 
-    // For calls that take an array of stores and its length.
-    void** stores() { return &extra_; }
-    unsigned long store_count() const { return 1; }
+// A list of values, one an occurrence: a value never swallows the words that follow it.
+CLI::Option* add_repeated(CLI::App& command, const std::string& name,
+                          std::vector<std::string>& values, const std::string& help,
+                          const std::string& value_name);
 
-private:
-    StoreHandle store_;
-    void* extra_;
-};
+// A single value that may not be empty: an unset variable of a script is told, not taken for an
+// option left out.
+CLI::Option* add_value(CLI::App& command, const std::string& name, std::string& value,
+                       const std::string& help, const std::string& value_name);
 
 } // namespace cli

@@ -1,100 +1,363 @@
+// Verifying. What a stamp is compared with is settled first: data, digest or request by option, or
+// the file beside FILE.tsr. A stamp without any of these is not called good unless that was asked
+// for.
 #include "verify_command.h"
 
-#include <algorithm>
-#include <cctype>
+#include <atomic>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include <sys/stat.h>
 
 #include <fmt/format.h>
 
-#include "byte_files.h"
-#include "hash_names.h"
-#include "request_options.h"
-#include "stamp_report.h"
-#include "stamp_verification.h"
+#include "input_file.h"
+#include "interruption.h"
+#include "output_file.h"
+#include "progress.h"
+#include "short_name.h"
+#include "stamp_json.h"
+#include "stamp_text.h"
+#include "verdict_page.h"
 
 namespace cli {
 
 namespace {
 
-using Halcyon::PKI::TSP::Client::CRequest;
-using Halcyon::PKI::TSP::Client::CStamp;
+using chronoseal::Bytes;
+using chronoseal::Error;
+using chronoseal::Expected;
+using chronoseal::quote_foreign;
+using chronoseal::Stamp;
+using chronoseal::Verdict;
+using Json = nlohmann::ordered_json;
 
-std::string hash_of_file(const std::string& path, const std::string& oid) {
-    CRequest request;
-    request.put_DataHashAlg(oid.c_str());
-    add_file(path, request);
-    unsigned long size = 0;
-    request.get_DataHash(nullptr, &size);
-    Bytes digest(size);
-    request.get_DataHash(digest.data(), &size);
-    return to_hex(digest.data(), digest.size());
+constexpr std::string_view kSuffixes[] = {".tsr", ".tst", ".tsa"};
+
+bool is_file(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
-std::string lower_hex(const std::string& text) {
-    std::string digits;
-    for (const char c : text) {
-        if (std::isxdigit(static_cast<unsigned char>(c)) == 0) {
-            throw Failure(ExitStatus::usage, fmt::format("\"{}\" is no hexadecimal digest", text),
-                          "give digits 0-9 and a-f only");
+// "report.pdf" for "report.pdf.tsr", if it is there; else nothing.
+std::string file_beside(const std::string& stamp) {
+    for (const std::string_view suffix : kSuffixes) {
+        if (stamp.size() > suffix.size() && stamp.ends_with(suffix)) {
+            const std::string data = stamp.substr(0, stamp.size() - suffix.size());
+            return is_file(data) ? data : "";
         }
-        digits += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     }
-    return digits;
+    return "";
 }
 
-void compare_digest(const VerifyOptions& options, const TokenReport& token) {
-    if (options.data.empty() && options.digest.empty()) {
-        return;
-    }
-    const std::string wanted = options.data.empty() ? lower_hex(options.digest)
-                                                    : hash_of_file(options.data, token.hash_oid);
-    if (wanted != token.digest) {
-        const std::string name = options.data.empty() ? "the given digest" : options.data;
-        throw Failure(ExitStatus::refused,
-                      fmt::format("can't verify {}: its {} hash {} is not that of {}, {}",
-                                  options.stamp, hash_name(token.hash_oid), token.digest, name,
-                                  wanted),
-                      "the stamp belongs to other data", 0x80091007);
-    }
+// What came of one stamp: a line for people, an object for programs, and how bad it is.
+struct Outcome {
+    ExitStatus status = ExitStatus::good;
+    std::string text;
+    std::optional<Error> error;
+    Json json;
+};
+
+std::string compared_text(const Verdict& verdict, const std::string& subject) {
+    return verdict.compared() ? quote_foreign(subject)
+                              : "compared with nothing: signature and chain only";
 }
 
-nlohmann::ordered_json subject_json(const VerifyOptions& options) {
-    if (!options.data.empty()) {
-        return options.data;
+// The hash, the signature or a key is weak, whatever the verdict.
+bool is_weak(const Verdict& verdict) {
+    for (const chronoseal::Finding& finding : verdict.findings) {
+        for (const chronoseal::Remark& remark : finding.remarks) {
+            if (remark.word.starts_with("weak")) {
+                return true;
+            }
+        }
     }
-    return options.digest.empty() ? nlohmann::ordered_json(nullptr)
-                                  : nlohmann::ordered_json(options.digest);
+    return false;
+}
+
+class Verification {
+public:
+    Verification(const VerifyOptions& options, const Output& output)
+        : options_(options), output_(output), verifier_(trust_of(options.trust)) {
+        if (!options.request.empty()) {
+            request_ = Expected::of_request(read_file(options.request));
+        }
+    }
+
+    // Never throws but for want of memory.
+    Outcome judge(const std::string& file, const std::stop_token& stop) const {
+        Outcome outcome;
+        outcome.json = {{"file", file}, {"data", nullptr}};
+        try {
+            const Bytes bytes = read_file(file);
+            const chronoseal::Inspection found = chronoseal::inspect(bytes);
+            if (!found.stamps.empty()) {
+                judge_embedded(file, found, outcome);
+            } else {
+                const Stamp stamp = found.stamp ? *found.stamp : Stamp::read(bytes);
+                judge_stored(file, stamp, stop, outcome);
+            }
+        } catch (const Error& error) {
+            fail(file, error, outcome);
+        }
+        outcome.json["ok"] = outcome.status == ExitStatus::good;
+        return outcome;
+    }
+
+private:
+    struct Subject {
+        Expected expected;
+        std::string name; // a file, or a digest
+    };
+
+    Subject subject_of(const std::string& file, const Stamp& stamp,
+                       const std::stop_token& stop) const {
+        Subject subject;
+        subject.expected.without_data = options_.no_data;
+        if (request_) {
+            subject.expected = *request_;
+            subject.name = options_.request;
+        }
+        std::string data = options_.data;
+        if (data.empty() && options_.digest.empty() && !request_ && !options_.no_data) {
+            data = file_beside(file);
+            if (data.empty()) {
+                throw usage_error(
+                    fmt::format("can't verify {}: there is nothing to compare it with",
+                                quote_foreign(file)),
+                    "give --data FILE, --digest HEX or --request F.tsq, or --no-data "
+                    "to judge signature and chain alone");
+            }
+        }
+        if (!stamp.has_token() || (data.empty() && options_.digest.empty())) {
+            return subject;
+        }
+        const auto algorithm =
+            chronoseal::HashAlgorithm::by_name(stamp.info().token->imprint_algorithm.oid);
+        subject.expected.digest = data.empty() ? digest_given(algorithm)
+                                               : digest_of(data, algorithm, shows_progress(), stop);
+        subject.name = data.empty() ? options_.digest : data;
+        return subject;
+    }
+
+    chronoseal::Digest digest_given(const chronoseal::HashAlgorithm& algorithm) const {
+        const Bytes value = chronoseal::from_hex(options_.digest);
+        if (value.size() != algorithm.size()) {
+            throw usage_error(fmt::format("--digest has {} bytes, and the stamp's {} has {}",
+                                          value.size(), algorithm.name(), algorithm.size()),
+                              "give the digest by the stamp's own hash");
+        }
+        return {algorithm, value};
+    }
+
+    bool shows_progress() const { return !output_.quiet() && options_.stamps.size() == 1; }
+
+    void judge_stored(const std::string& file, const Stamp& stamp, const std::stop_token& stop,
+                      Outcome& outcome) const {
+        const auto& token = stamp.info().token;
+        outcome.json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
+        const Subject subject = subject_of(file, stamp, stop);
+        if (!subject.name.empty()) {
+            outcome.json["data"] = subject.name;
+        }
+        const Verdict verdict = verifier_.verify(stamp, subject.expected);
+        outcome.json.update(to_json(verdict));
+        outcome.json["weak"] = is_weak(verdict);
+        add_verdict(quote_foreign(file), verdict, compared_text(verdict, subject.name), outcome);
+        if (!options_.report.empty()) {
+            write_page(file, subject.name, verdict);
+        }
+    }
+
+    void judge_embedded(const std::string& file, const chronoseal::Inspection& found,
+                        Outcome& outcome) const {
+        outcome.json["kind"] = chronoseal::kind_name(found.kind);
+        outcome.json["stamps"] = Json::array();
+        for (const chronoseal::Embedded& one : found.stamps) {
+            Expected expected;
+            Outcome part;
+            part.json = {{"place", one.place}, {"attribute", one.attribute}};
+            try {
+                if (one.stamp.has_token()) {
+                    const auto algorithm = chronoseal::HashAlgorithm::by_name(
+                        one.stamp.info().token->imprint_algorithm.oid);
+                    expected.digest = chronoseal::Digest::of(one.stamped, algorithm);
+                }
+                const Verdict verdict = verifier_.verify(one.stamp, expected);
+                part.json.update(to_json(verdict));
+                part.json["weak"] = is_weak(verdict);
+                add_verdict(fmt::format("{}, {}", quote_foreign(file), quote_foreign(one.place)),
+                            verdict, "the signature that it stamps", part);
+            } catch (const Error& error) {
+                fail(file, error, part);
+            }
+            part.json["ok"] = part.status == ExitStatus::good;
+            outcome.text += part.text;
+            outcome.status = worse(outcome.status, part.status);
+            outcome.error = outcome.error ? outcome.error : part.error;
+            outcome.json["stamps"].push_back(std::move(part.json));
+        }
+        if (outcome.error) {
+            outcome.json["error"] = error_json(*outcome.error);
+        }
+    }
+
+    void add_verdict(const std::string& label, const Verdict& verdict, const std::string& compared,
+                     Outcome& outcome) const {
+        if (verdict.good()) {
+            outcome.text += fmt::format("{}: {}, {} by {}, {}\n", label, output_.good("good"),
+                                        chronoseal::utc_text(verdict.stamp.token->time),
+                                        authority_text(verdict), compared);
+        } else {
+            const Error error = verdict.error();
+            const char* word = verdict.indeterminate() ? "indeterminate" : "not good";
+            outcome.status = worse(outcome.status, status_of(error.category()));
+            outcome.error =
+                Error(error.category(), error.word(), error.code(),
+                      fmt::format("{}: {}: {}", label, word, error.text()), error.advice());
+            outcome.json["error"] = error_json(*outcome.error);
+        }
+        if (output_.verbose()) {
+            outcome.text += verdict_text(verdict, output_);
+        }
+        outcome.text += remarks_text(verdict);
+    }
+
+    void fail(const std::string& file, const Error& error, Outcome& outcome) const {
+        const std::string name = quote_foreign(file);
+        const Error told =
+            error.text().find(name) != std::string::npos
+                ? error
+                : Error(error.category(), error.word(), error.code(),
+                        fmt::format("can't verify {}: {}", name, error.text()), error.advice());
+        outcome.status = worse(outcome.status, status_of(told.category()));
+        outcome.error = told;
+        outcome.json["error"] = error_json(told);
+    }
+
+    void write_page(const std::string& file, const std::string& subject,
+                    const Verdict& verdict) const {
+        OutputFile(options_.report, options_.force ? Existing::replace : Existing::refuse)
+            .write(chronoseal::bytes_of(verdict_page(file, subject, verdict)));
+    }
+
+    const VerifyOptions& options_;
+    const Output& output_;
+    chronoseal::Verifier verifier_;
+    std::optional<Expected> request_;
+};
+
+// Judges the stamps in several threads and tells of each as soon as it is judged.
+class VerifyRun {
+public:
+    VerifyRun(const VerifyOptions& options, const Output& output)
+        : options_(options), output_(output), verification_(options, output),
+          progress_(options.stamps.size(), !output.quiet() && options.stamps.size() > 1) {}
+
+    ExitStatus run() {
+        const Interruption interruption;
+        const std::size_t wanted =
+            options_.jobs == 0 ? std::max(1U, std::thread::hardware_concurrency()) : options_.jobs;
+        std::vector<std::jthread> workers;
+        for (std::size_t i = 1; i < std::min(wanted, options_.stamps.size()); ++i) {
+            workers.emplace_back([this, stop = interruption.token()] { work(stop); });
+        }
+        work(interruption.token());
+        workers.clear();
+        return finish(interruption.happened());
+    }
+
+private:
+    void work(const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            const std::size_t index = next_.fetch_add(1);
+            if (index >= options_.stamps.size()) {
+                return;
+            }
+            take(verification_.judge(options_.stamps[index], stop));
+        }
+    }
+
+    void take(Outcome outcome) {
+        const std::scoped_lock lock(mutex_);
+        progress_.wipe();
+        ++judged_;
+        status_ = worse(status_, outcome.status);
+        good_ += outcome.status == ExitStatus::good ? 1 : 0;
+        output_.text(outcome.text);
+        if (outcome.error) {
+            output_.failure(*outcome.error);
+        }
+        if (output_.format() == Format::json_lines) {
+            output_.item(outcome.json);
+        } else if (output_.format() == Format::json) {
+            results_.push_back(std::move(outcome.json));
+        }
+        progress_.advance();
+    }
+
+    ExitStatus finish(bool interrupted) {
+        progress_.wipe();
+        if (interrupted) {
+            status_ = worse(status_, ExitStatus::unreachable);
+        }
+        const bool many = options_.stamps.size() > 1;
+        if (many) {
+            output_.text(fmt::format("{} good, {} not{}\n", good_, judged_ - good_,
+                                     interrupted ? fmt::format(", {} not begun: interrupted",
+                                                               options_.stamps.size() - judged_)
+                                                 : std::string()));
+        }
+        Json members;
+        if (output_.format() == Format::json && !many && results_.size() == 1) {
+            members = results_.front();
+            members.erase("ok");
+        } else {
+            if (output_.format() == Format::json) {
+                members["files"] = std::move(results_);
+            }
+            members["summary"] = {{"good", good_},
+                                  {"notGood", judged_ - good_},
+                                  {"left", options_.stamps.size() - judged_},
+                                  {"interrupted", interrupted}};
+        }
+        output_.object(status_ == ExitStatus::good, members);
+        return status_;
+    }
+
+    const VerifyOptions& options_;
+    const Output& output_;
+    Verification verification_;
+    std::atomic<std::size_t> next_{0};
+    std::mutex mutex_;
+    CountProgress progress_;
+    std::size_t judged_ = 0, good_ = 0;
+    ExitStatus status_ = ExitStatus::good;
+    Json results_ = Json::array();
+};
+
+void check_usage(const VerifyOptions& options) {
+    const bool one_subject =
+        !options.data.empty() || !options.digest.empty() || !options.request.empty();
+    if (options.stamps.size() > 1 && (one_subject || !options.report.empty())) {
+        throw usage_error("--data, --digest, --request and --report go with one stamp only",
+                          "leave them out: each FILE.tsr is compared with the FILE beside it");
+    }
+    if (!options.digest.empty()) {
+        chronoseal::from_hex(options.digest);
+    }
+    if (!options.report.empty()) {
+        OutputFile(options.report, options.force ? Existing::replace : Existing::refuse)
+            .check(options.stamps);
+    }
 }
 
 } // namespace
 
 ExitStatus run_verify(const VerifyOptions& options, const Output& output) {
-    const std::string doing = "verify " + options.stamp;
-    nlohmann::ordered_json json = {{"file", options.stamp}, {"data", subject_json(options)}};
-    try {
-        const Bytes bytes = read_file(options.stamp);
-        Trust trust(options.trust);
-        CStamp stamp;
-        stamp.Import(bytes.data(), bytes.size(), nullptr);
-        require_granted(doing, stamp);
-        const StampReport report = read_report(stamp, trust.stores(), trust.store_count());
-        json.update(to_json(report));
-        compare_digest(options, *report.token);
-        verify_stamp(doing, stamp, trust);
-
-        const bool compared = !options.data.empty() || !options.digest.empty();
-        output.text(fmt::format(
-            "{}: good, {}{}\n", options.stamp, report.token->time,
-            compared ? ""
-                     : " (signature and chain only: give --data or --digest to compare the hash)"));
-        output.object(true, json);
-        return ExitStatus::good;
-    } catch (...) {
-        const Failure failure = failure_in_flight(doing);
-        output.line(failure);
-        json["error"] = error_json(failure);
-        output.object(false, json);
-        return failure.status();
-    }
+    check_usage(options);
+    return VerifyRun(options, output).run();
 }
 
 } // namespace cli

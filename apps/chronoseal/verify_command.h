@@ -1,18 +1,24 @@
-// chronoseal verify STAMP: judges a stored response or token, and compares it with data or a
-// digest.
+// `verify`: judges stored stamps, one or thousands, and those inside signed messages.
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "exit_status.h"
 #include "output.h"
 #include "trust_options.h"
 
 namespace cli {
 
 struct VerifyOptions {
-    std::string stamp;
+    std::vector<std::string> stamps;
     std::string data;
-    std::string digest; // hexadecimal
+    std::string digest;
+    std::string request;
+    bool no_data = false;
+    unsigned jobs = 0; // 0: as many as there are processors
+    std::string report;
+    bool force = false;
     TrustOptions trust;
 };
 

@@ -509,6 +509,8 @@ struct SealerOptions {
     Trust trust = {};
     // Without it only the answer itself is checked: status, imprint, nonce, policy, time.
     bool verify = true;
+    // Nobody is asked: `request` alone may be called, and no authority has to be known.
+    bool only_requests = false;
     // Where requests are counted for `Rate`, shared by all processes of the user. Empty: the
     // user's cache folder.
     std::filesystem::path rate_file = {};

@@ -107,6 +107,9 @@ Sealer::Impl::Impl(SealerOptions options)
           rules_.DefaultCertReq.value || (options_.verify && options_.trust.certificates.empty()))),
       verifier_(options_.trust), rate_(std::make_unique<RequestRate>(options_.rate_file)) {
     check_shape(rules_, {hash_.oid(), policy_, nonce_bytes_ != 0});
+    if (options_.only_requests) {
+        return;
+    }
     if (options_.authorities.empty()) {
         options_.authorities = configured_authorities();
     }
@@ -275,7 +278,7 @@ Stamp Sealer::Impl::first(const Question& question, const std::stop_token& stop)
             last = error;
         }
     }
-    throw *last;
+    throw last ? *last : error_of_code(resultNoAddress);
 }
 
 std::vector<Stamp> Sealer::Impl::quorum(const Question& question,

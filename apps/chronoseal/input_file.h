@@ -1,0 +1,21 @@
+// Files that are read whole, "-" for standard input.
+#pragma once
+
+#include <string>
+
+#include "seal/chronoseal.hpp"
+
+namespace cli {
+
+// What a stamp, a request or a signed message may have at most. More is refused, so that a wrong
+// file can't fill the memory.
+inline constexpr std::size_t kLargestMessage = std::size_t{64} << 20;
+
+// Throws `file_unreadable`.
+chronoseal::Bytes read_file(const std::string& path, std::size_t limit = kLargestMessage);
+
+// The digest of a file or of standard input, with progress on a terminal if that is wanted.
+chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,
+                             bool show_progress, std::stop_token stop = {});
+
+} // namespace cli

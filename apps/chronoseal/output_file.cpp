@@ -1,0 +1,215 @@
+// Writing whole files: into a nameless file of the same folder, synced, then linked or renamed to
+// its place, so that neither kill -9 nor a full disk leaves half of one.
+#include "output_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+namespace cli {
+
+namespace {
+
+using chronoseal::Category;
+using chronoseal::Error;
+
+constexpr char kForce[] = "name another by --out, or overwrite it by --force";
+
+[[noreturn]] void refuse(const char* word, const std::string& path, const std::string& reason,
+                         const std::string& advice) {
+    throw Error(Category::unreachable, word, 0,
+                fmt::format("can't write {}: {}", chronoseal::quote_foreign(path), reason), advice);
+}
+
+[[noreturn]] void fail(const std::string& path, int number) {
+    if (number == EEXIST) {
+        refuse("output_exists", path, "it is there already", kForce);
+    }
+    refuse("output_unwritable", path, std::strerror(number),
+           "check the folder, its mode and its room");
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+    }
+    int get() const { return fd_; }
+
+private:
+    int fd_;
+};
+
+std::string folder_of(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::optional<struct stat> look_at(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? std::optional(info) : std::nullopt;
+}
+
+// umask can only be read by setting it, which other threads would see: once, at the start.
+mode_t creation_mode() {
+    static const mode_t mode = [] {
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        return static_cast<mode_t>(0666) & ~mask;
+    }();
+    return mode;
+}
+
+void write_all(int fd, chronoseal::ByteView content, const std::string& path) {
+    while (!content.empty()) {
+        const ssize_t count = ::write(fd, content.data(), content.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            fail(path, errno);
+        }
+        content = content.subspan(static_cast<std::size_t>(count));
+    }
+}
+
+// A name beside `path` for the moment between a file's completion and its rename.
+std::string name_beside(const std::string& path) {
+    return fmt::format("{}.{}.{}.part", path, ::getpid(), static_cast<const void*>(&path));
+}
+
+// Gives the nameless file `fd` a name. False if there is one already.
+bool link_as(int fd, const std::string& path) {
+    const std::string self = fmt::format("/proc/self/fd/{}", fd);
+    if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        return true;
+    }
+    if (errno != EEXIST) {
+        fail(path, errno);
+    }
+    return false;
+}
+
+void sync_folder(const std::string& folder) {
+    const Descriptor handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (handle.get() >= 0) {
+        ::fsync(handle.get());
+    }
+}
+
+void fill(int fd, chronoseal::ByteView content, mode_t mode, const std::string& path) {
+    if (::fchmod(fd, mode) != 0) {
+        fail(path, errno);
+    }
+    write_all(fd, content, path);
+    if (::fsync(fd) != 0) {
+        fail(path, errno);
+    }
+}
+
+// A file system without nameless files: one with a name that is taken away if anything fails.
+void write_named(const std::string& path, chronoseal::ByteView content, mode_t mode,
+                 Existing existing) {
+    std::string temporary = path + ".XXXXXX";
+    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    if (file.get() < 0) {
+        fail(path, errno);
+    }
+    try {
+        fill(file.get(), content, mode, path);
+        const bool done = existing == Existing::replace
+                              ? ::rename(temporary.c_str(), path.c_str()) == 0
+                              : ::link(temporary.c_str(), path.c_str()) == 0;
+        if (!done) {
+            fail(path, errno);
+        }
+        if (existing == Existing::refuse) {
+            ::unlink(temporary.c_str());
+        }
+    } catch (...) {
+        ::unlink(temporary.c_str());
+        throw;
+    }
+}
+
+} // namespace
+
+bool OutputFile::exists() const {
+    struct stat info {};
+    return !is_standard_output() && ::lstat(path_.c_str(), &info) == 0;
+}
+
+void OutputFile::check(const std::vector<std::string>& inputs) const {
+    if (is_standard_output()) {
+        return;
+    }
+    if (const auto target = look_at(path_)) {
+        for (const std::string& input : inputs) {
+            const auto other = input == "-" ? std::nullopt : look_at(input);
+            if (other && other->st_dev == target->st_dev && other->st_ino == target->st_ino) {
+                refuse("output_is_input", path_,
+                       "it is the same file as the input " + chronoseal::quote_foreign(input),
+                       "name another by --out");
+            }
+        }
+        if (!S_ISREG(target->st_mode)) {
+            refuse("output_not_a_file", path_, "it is a folder, a pipe or a device",
+                   "name a file, or - for standard output");
+        }
+        if (existing_ == Existing::refuse) {
+            fail(path_, EEXIST);
+        }
+    }
+    const std::string folder = folder_of(path_);
+    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
+        fail(path_, errno);
+    }
+}
+
+void OutputFile::write(chronoseal::ByteView content) const {
+    if (is_standard_output()) {
+        write_all(STDOUT_FILENO, content, "standard output");
+        return;
+    }
+    const std::string folder = folder_of(path_);
+    const auto old = look_at(path_);
+    const mode_t mode = old ? old->st_mode & 07777 : creation_mode();
+    const Descriptor file(::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    if (file.get() < 0) {
+        if (errno != EOPNOTSUPP && errno != EISDIR && errno != ENOENT) {
+            fail(path_, errno);
+        }
+        write_named(path_, content, mode, existing_);
+        sync_folder(folder);
+        return;
+    }
+    fill(file.get(), content, mode, path_);
+    if (!link_as(file.get(), path_)) {
+        if (existing_ == Existing::refuse) {
+            fail(path_, EEXIST);
+        }
+        const std::string beside = name_beside(path_);
+        if (!link_as(file.get(), beside)) {
+            fail(beside, EEXIST);
+        }
+        if (::rename(beside.c_str(), path_.c_str()) != 0) {
+            const int number = errno;
+            ::unlink(beside.c_str());
+            fail(path_, number);
+        }
+    }
+    sync_folder(folder);
+}
+
+} // namespace cli

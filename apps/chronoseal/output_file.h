@@ -1,0 +1,36 @@
+// Files that the command writes: complete or absent, and nothing overwritten that wasn't named for
+// it. What can be refused is refused by `check`, before an authority is asked for anything.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "seal/chronoseal.hpp"
+
+namespace cli {
+
+enum class Existing { refuse, replace };
+
+class OutputFile {
+public:
+    // "-" is standard output.
+    OutputFile(std::string path, Existing existing) : path_(std::move(path)), existing_(existing) {}
+
+    const std::string& path() const { return path_; }
+    bool is_standard_output() const { return path_ == "-"; }
+    bool exists() const;
+
+    // Throws `output_exists`, `output_is_input` (the same device and inode as one of `inputs`),
+    // `output_not_a_file` (a folder, a pipe, a device) or `output_unwritable`.
+    void check(const std::vector<std::string>& inputs) const;
+
+    // The file appears under its name once it is complete and synced; one that is replaced keeps
+    // its mode. Throws `output_exists` and `output_unwritable`.
+    void write(chronoseal::ByteView content) const;
+
+private:
+    std::string path_;
+    Existing existing_;
+};
+
+} // namespace cli

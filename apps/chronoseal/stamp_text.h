@@ -1,0 +1,26 @@
+// What a stamp holds and what a verdict found, as lines for people. Foreign text is quoted.
+#pragma once
+
+#include <string>
+
+#include "seal/chronoseal.hpp"
+
+namespace cli {
+
+class Output;
+
+// One line a field, for `info`.
+std::string info_text(const chronoseal::StampInfo& info);
+
+// Who stamped: the common name of the signer's certificate, or the name in the token, in quotes.
+std::string authority_text(const chronoseal::Verdict& verdict);
+std::string authority_text(const chronoseal::StampInfo& info);
+
+// The verdict check by check, with the chain and the evidence, for `-v`.
+std::string verdict_text(const chronoseal::Verdict& verdict, const Output& output);
+
+// Remarks of all findings, a line each, indented; empty if there are none.
+std::string remarks_text(const chronoseal::Verdict& verdict);
+std::string remarks_text(const std::vector<chronoseal::Remark>& remarks);
+
+} // namespace cli

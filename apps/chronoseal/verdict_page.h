@@ -1,0 +1,15 @@
+// A verdict as one self-contained HTML page, to print and to keep with a case.
+#pragma once
+
+#include <string>
+
+#include "seal/chronoseal.hpp"
+
+namespace cli {
+
+// `file` is the stamp, `subject` what it was compared with (empty: nothing). All foreign text is
+// quoted and escaped; the page loads nothing and runs nothing.
+std::string verdict_page(const std::string& file, const std::string& subject,
+                         const chronoseal::Verdict& verdict);
+
+} // namespace cli
