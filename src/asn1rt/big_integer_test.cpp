@@ -49,18 +49,24 @@ protected:
     rtBigInt number;
 };
 
+// In hexadecimal and binary a full first byte with its top bit set is a negative number; octal
+// knows those by their sign only.
 TEST_F(BigIntegerTest, TextToTwosComplement) {
     const std::map<const char*, std::vector<const char*>> texts{
         {"00", {"0", "-0", "000", "0x0", "0b000", "0o0"}},
         {"01", {"1", "0b1"}},
         {"05", {"0b101"}},
         {"2A", {"  42", "00042"}},
-        {"7F", {"127", "0x7F"}},
-        {"80", {"-128"}},
-        {"FF", {"-1"}},
-        {"00 80", {"128"}},
+        {"7F", {"127", "0x7F", "0b1111111"}},
+        {"80", {"-128", "0x80", "0xFFFF80"}},
+        {"F1", {"0o-17"}},
+        {"00 FF", {"0o377"}},
+        {"00 FF FF FF", {"0o77777777"}},
+        {"FF", {"-1", "0b11111111"}},
+        {"00 80", {"128", "0x080"}},
         {"01 00", {"256", "0b100000000"}},
         {"01 FF", {"0o777", "0x1ff"}},
+        {"0F FF", {"0xFFF"}}, // an incomplete first byte has no sign bit
         {"80 00", {"-32768"}},
         {"AB CD", {"0xabCD"}},
         {"FF 7F", {"-129"}},
@@ -74,29 +80,9 @@ TEST_F(BigIntegerTest, TextToTwosComplement) {
             EXPECT_EQ(data(text), bytes_of(bytes)) << text;
         }
     }
-}
-
-// A full first byte with its top bit set is a negative number, unless a zero stands in front of it.
-TEST_F(BigIntegerTest, HexadecimalAndBinaryAreTwosComplement) {
-    EXPECT_EQ(data("0x80"), bytes_of("80"));
-    EXPECT_EQ(text(10), "-128");
-    EXPECT_EQ(data("0x080"), bytes_of("00 80"));
-    EXPECT_EQ(text(10), "128");
-    EXPECT_EQ(data("0xFFF"), bytes_of("0F FF")) << "an incomplete first byte has no sign bit";
-    EXPECT_EQ(data("0xFFFF80"), bytes_of("80"));
-    EXPECT_EQ(data("0b11111111"), bytes_of("FF"));
-    EXPECT_EQ(data("0b1111111"), bytes_of("7F"));
     EXPECT_EQ(data("FF", 16), bytes_of("FF"));
     EXPECT_EQ(data("10000000", 2), bytes_of("80"));
-}
-
-TEST_F(BigIntegerTest, OctalKnowsNegativesByTheirSignOnly) {
     EXPECT_EQ(data("-17", 8), bytes_of("F1"));
-    EXPECT_EQ(data("377", 8), bytes_of("00 FF"));
-    EXPECT_EQ(data("77777777", 8), bytes_of("00 FF FF FF"));
-    EXPECT_EQ(parse("0o-7"), 0);
-    EXPECT_EQ(text(10), "-7");
-    EXPECT_EQ(parse("-0o7"), rtStatusInvalidArgument) << "a sign hides the prefix";
 }
 
 TEST_F(BigIntegerTest, RefusesMalformedText) {
@@ -107,6 +93,7 @@ TEST_F(BigIntegerTest, RefusesMalformedText) {
     }
     EXPECT_EQ(parse("0x10", 16), rtStatusInvalidArgument) << "a given radix knows no prefix";
     EXPECT_EQ(parse("9", 8), rtStatusInvalidArgument);
+    EXPECT_EQ(parse("-0o7"), rtStatusInvalidArgument) << "a sign hides the prefix";
     for (const int radix : {1, 3, 7, 17, -2}) {
         EXPECT_EQ(parse("1", radix), rtStatusNullArgument);
     }
@@ -145,19 +132,22 @@ TEST_F(BigIntegerTest, NegativeOfOneRareFormLosesItsSign) {
 }
 
 TEST_F(BigIntegerTest, WritesAllRadixes) {
-    parse("-255");
-    EXPECT_EQ(text(10), "-255");
-    EXPECT_EQ(text(8), "-377");
-    EXPECT_EQ(text(16), "FF01");
-    EXPECT_EQ(text(2), "1111111100000001");
-    parse("1000000000000000000");
-    EXPECT_EQ(text(10), "1000000000000000000");
-    EXPECT_EQ(text(8), "67405553164731000000");
-    EXPECT_EQ(text(16), "0DE0B6B3A7640000");
-    parse("0");
-    EXPECT_EQ(text(10), "0");
-    EXPECT_EQ(text(8), "0");
-    EXPECT_EQ(text(16), "00");
+    struct Row {
+        const char* decimal;
+        const char* octal;
+        const char* hexadecimal;
+        const char* binary;
+    };
+    for (const Row& row :
+         {Row{"-255", "-377", "FF01", "1111111100000001"},
+          Row{"1000000000000000000", "67405553164731000000", "0DE0B6B3A7640000", ""},
+          Row{"0", "0", "00", "00000000"}}) {
+        parse(row.decimal);
+        EXPECT_EQ(text(10), row.decimal);
+        EXPECT_EQ(text(8), row.octal);
+        EXPECT_EQ(text(16), row.hexadecimal);
+        EXPECT_TRUE(*row.binary == '\0' || text(2) == row.binary);
+    }
     char out[8];
     EXPECT_EQ(rtBigIntToString(&ctxt, &number, 7, out, sizeof out), rtStatusNullArgument);
     EXPECT_EQ(rtBigIntDigitsNum(&number, 7), 0);

@@ -3,11 +3,8 @@
 
 #include <climits>
 
-#include <gtest/gtest.h>
-
 #include "asn1rt/reader.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_context.h"
+#include "asn1rt/test_codec.h"
 
 namespace {
 
@@ -253,16 +250,13 @@ TEST(DecodeTest, SkippingAndCounting) {
 TEST(DecodeTest, MovesPastTheEndOfTheCurrentLevelOnly) {
     TestContext ctxt;
     ctxt.read(bytes_of("05 00 30 80 04 01 41 00 00 24 00 00 00 05 00 00 00"));
-    EXPECT_EQ(xd_MovePastEOC(&ctxt), 0);
-    EXPECT_EQ(ctxt.bufIndex, 13U) << "behind the first end-of-contents of this level";
-    EXPECT_EQ(xd_MovePastEOC(&ctxt), 0);
-    EXPECT_EQ(ctxt.bufIndex, 17U);
-    EXPECT_EQ(xd_MovePastEOC(&ctxt), rtStatusEndOfBuffer);
-    ctxt.read(bytes_of("04 05 41"));
-    EXPECT_EQ(xd_MovePastEOC(&ctxt), rtStatusEndOfBuffer) << "no step beyond the buffer";
-    ctxt.read(bytes_of("04 80 00 00"));
-    EXPECT_EQ(xd_MovePastEOC(&ctxt), rtStatusInvalidLength);
-    EXPECT_EQ(ctxt.errInfo.status, 0);
+    for (const std::uint32_t behind : {13U, 17U}) {
+        EXPECT_EQ(xd_MovePastEOC(&ctxt), 0);
+        EXPECT_EQ(ctxt.bufIndex, behind) << "the next end-of-contents of this level";
+    }
+    const DecodeCall move = xd_MovePastEOC;
+    refuse(move, {No{"nothing", "", -2, 0}, No{"a step beyond the buffer", "04 05 41", -2, 0},
+                  No{"indefinite primitive", "04 80 00 00", -5, 0}});
 }
 
 TEST(DecodeTest, CopiesAllOrNothing) {
@@ -316,23 +310,21 @@ TEST(DecodeTest, SizeOfConstructedStrings) {
 }
 
 TEST(DecodeTest, Snapshots) {
-    TestContext ctxt;
-    ctxt.read(bytes_of("30 01 00"));
-    ctxt.bufIndex = 1;
-    ctxt.flags = ctxFlagLastEoc | ctxFlagNoCopy;
     BufferState state;
-    xu_SaveBufferState(&ctxt, &state);
-    xu_SaveBufferState(&ctxt, nullptr);
-    ctxt.bufIndex = 3;
-    ctxt.bufBitOffset = 1;
-    ctxt.flags = 0;
-    xu_RestoreBufferState(&ctxt, &state);
-    EXPECT_EQ(ctxt.bufIndex, 1U);
-    EXPECT_EQ(ctxt.bufBitOffset, 8);
-    EXPECT_EQ(ctxt.flags, ctxFlagNoCopy);
-    ctxt.bufIndex = 3;
-    xu_RestoreBufferState(&ctxt, nullptr);
-    EXPECT_EQ(ctxt.bufIndex, 1U);
+    for (BufferState* kept : {&state, static_cast<BufferState*>(nullptr)}) {
+        TestContext ctxt;
+        ctxt.read(bytes_of("30 01 00"));
+        ctxt.bufIndex = 1;
+        ctxt.flags = ctxFlagLastEoc | ctxFlagNoCopy;
+        xu_SaveBufferState(&ctxt, kept);
+        ctxt.bufIndex = 3;
+        ctxt.bufBitOffset = 1;
+        ctxt.flags = 0;
+        xu_RestoreBufferState(&ctxt, kept);
+        EXPECT_EQ(ctxt.bufIndex, 1U);
+        EXPECT_EQ(ctxt.bufBitOffset, 8);
+        EXPECT_EQ(ctxt.flags, ctxFlagNoCopy);
+    }
 }
 
 TEST(DecodeTest, EndOfContents) {
@@ -341,14 +333,13 @@ TEST(DecodeTest, EndOfContents) {
     const ElementLocation definite = rtContentLocation(&ctxt, 2);
     const ElementLocation indefinite = rtContentLocation(&ctxt, rtIndefiniteLength);
     const ElementLocation beyond = rtContentLocation(&ctxt, 100);
-    EXPECT_FALSE(rtContentEnded(&ctxt, &definite) || rtContentEnded(&ctxt, &indefinite));
-    ctxt.bufIndex = 2;
-    EXPECT_TRUE(rtContentEnded(&ctxt, &definite) && rtContentEnded(&ctxt, &indefinite));
-    ctxt.bufIndex = 4;
-    EXPECT_TRUE(rtContentEnded(&ctxt, &indefinite)) << "one byte can't be an element";
-    EXPECT_FALSE(rtContentEnded(&ctxt, &beyond));
-    ctxt.bufIndex = 5;
-    EXPECT_TRUE(rtContentEnded(&ctxt, &beyond));
+    std::string ended; // at each byte
+    for (; ctxt.bufIndex <= 5; ++ctxt.bufIndex) {
+        ended += rtContentEnded(&ctxt, &definite) ? 'd' : '-';
+        ended += rtContentEnded(&ctxt, &indefinite) ? 'i' : '-';
+        ended += rtContentEnded(&ctxt, &beyond) ? 'b' : '-';
+    }
+    EXPECT_EQ(ended, "----i-di-d--di-dib") << "one byte can't be an element of the indefinite";
 }
 
 // What a stranger might send to cost time, stack or memory.

@@ -38,8 +38,8 @@ CHRONOSEAL_API unsigned char* xe_getp(ASN1CTXT* ctxt);
 // Frees a dynamic buffer.
 CHRONOSEAL_API void xe_free(ASN1CTXT* ctxt);
 
-// Moves the message into a buffer that is larger by `count` bytes, at least 16384. Status result:
-// -1 on a fixed buffer, -12.
+// Moves the message into a buffer that is larger by `count` bytes, by half, and by 16384 at least.
+// Status result: -1 on a fixed buffer, -12.
 CHRONOSEAL_API int xe_expandBuffer(ASN1CTXT* ctxt, std::uint32_t count);
 
 // Bytes in front of the message. -18 for a null source or a negative count, -1, -12.

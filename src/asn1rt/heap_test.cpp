@@ -148,30 +148,9 @@ TEST_F(HeapTest, FreeInAnyOrderAndThroughAnotherHeapsSlot) {
     EXPECT_TRUE(other.live.empty());
 }
 
-TEST_F(HeapTest, ContextStartsWithOneHeapTwice) {
+TEST_F(HeapTest, ContextFromStartToEnd) {
     ASN1CTXT ctxt;
     std::memset(&ctxt, 0xA5, sizeof ctxt);
-    ASSERT_EQ(rtInitContext(&ctxt, &ledger), 0);
-    EXPECT_EQ(ctxt.msgHeap, ctxt.typeHeap);
-    EXPECT_EQ(ctxt.msgHeap->refCount, 2U);
-    EXPECT_EQ(ctxt.initCode, 0x1AA2A34AU);
-    EXPECT_EQ(static_cast<void*>(&ctxt), static_cast<void*>(&ctxt.msgHeap));
-    ASSERT_EQ(rtInitContextBuffer(&ctxt, nullptr, 0), 0);
-    EXPECT_EQ(ctxt.bufSize, 16384U);
-    EXPECT_EQ(ctxt.bufDynamic, 1);
-    EXPECT_EQ(ctxt.bufBitOffset, 8);
-    EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, UINT32_MAX), rtStatusNoMemory);
-    ASSERT_NE(rtSListAppend(&ctxt.listA, &ctxt), nullptr);
-    ASSERT_NE(rtSListAppend(&ctxt.listB, &ctxt), nullptr);
-    rtFreeContext(&ctxt);
-    EXPECT_TRUE(ledger.live.empty());
-    EXPECT_EQ(ctxt.initCode, 0U);
-    rtFreeContext(&ctxt);
-    EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, 1), rtStatusNotInitialised);
-}
-
-TEST_F(HeapTest, ContextBuffersAndFlags) {
-    ASN1CTXT ctxt;
     ledger.fail_after = 0;
     EXPECT_EQ(rtInitContext(&ctxt, &ledger), rtStatusNoMemory);
     EXPECT_EQ(ctxt.initCode, rtContextAlive);
@@ -180,20 +159,37 @@ TEST_F(HeapTest, ContextBuffersAndFlags) {
     ASSERT_EQ(rtInitContext(&ctxt, &ledger), 0);
     EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, 5), rtStatusNoMemory);
     ledger.fail_after = -1;
+    EXPECT_EQ(ctxt.msgHeap, ctxt.typeHeap);
+    EXPECT_EQ(ctxt.msgHeap->refCount, 2U);
+    EXPECT_EQ(ctxt.initCode, 0x1AA2A34AU);
+    EXPECT_EQ(static_cast<void*>(&ctxt), static_cast<void*>(&ctxt.msgHeap));
     unsigned char bytes[3]{};
-    ASSERT_EQ(rtInitContextBuffer(&ctxt, bytes, 3), 0);
-    EXPECT_EQ(ctxt.bufDynamic, 0);
-    ASSERT_EQ(rtInitContextBuffer(&ctxt, nullptr, 5), 0);
+    struct Row {
+        unsigned char* data;
+        std::uint32_t size;
+        std::uint32_t capacity;
+    };
+    for (const Row& row : {Row{bytes, 3, 3}, Row{nullptr, 5, 5}, Row{nullptr, 0, 16384}}) {
+        ASSERT_EQ(rtInitContextBuffer(&ctxt, row.data, row.size), 0);
+        EXPECT_EQ(ctxt.bufSize, row.capacity);
+        EXPECT_EQ(ctxt.bufDynamic, row.data == nullptr ? 1 : 0);
+        EXPECT_EQ(ctxt.bufBitOffset, 8);
+    }
+    EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, UINT32_MAX), rtStatusNoMemory);
     rtCtxtSetFlag(&ctxt, 0xFFFF0000U | ctxFlagSaveBuffer);
     rtCtxtSetFlag(&ctxt, ctxFlagNoCopy);
-    EXPECT_EQ(ctxt.flags, ctxFlagSaveBuffer | ctxFlagNoCopy);
     ASN1CTXT saved;
     rtCopyContext(&saved, &ctxt);
     EXPECT_EQ(saved.bufData, ctxt.bufData);
-    EXPECT_EQ(saved.bufSize, 5U);
-    EXPECT_EQ(saved.flags, ctxt.flags);
+    EXPECT_EQ(saved.bufSize, 16384U);
+    EXPECT_EQ(saved.flags, ctxFlagSaveBuffer | ctxFlagNoCopy);
+    ASSERT_NE(rtSListAppend(&ctxt.listA, &ctxt), nullptr);
+    ASSERT_NE(rtSListAppend(&ctxt.listB, &ctxt), nullptr);
     rtFreeContext(&ctxt);
     EXPECT_TRUE(ledger.live.empty());
+    EXPECT_EQ(ctxt.initCode, 0U);
+    rtFreeContext(&ctxt);
+    EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, 1), rtStatusNotInitialised);
 }
 
 TEST_F(HeapTest, SharedHeapsOutliveTheirMaker) {
@@ -333,20 +329,17 @@ TEST(NestingTest, EndlessRecursionStops) {
 TEST(ErrorTest, TheFirstStatusStays) {
     ASN1ErrorRecord first{0};
     ASN1ErrorRecord second{-7};
-    EXPECT_EQ(rtErrSetData(&first, 0), 0);
-    EXPECT_EQ(rtErrSetData(&first, -3), -3);
-    EXPECT_EQ(rtErrSetData(&first, -5), -5);
-    EXPECT_EQ(first.status, -3);
+    for (const int status : {0, -3, -5}) {
+        EXPECT_EQ(rtErrSetData(&first, status), status);
+    }
     EXPECT_EQ(rtErrCopyData(&first, &second), -3);
     EXPECT_EQ(second.status, -3);
-    EXPECT_EQ(rtErrReset(&second), 0);
-    EXPECT_EQ(second.status, 0);
-    EXPECT_STREQ(rtErrGetText(), "");
-    EXPECT_EQ(rtErrAddIntParm(&first, 1), 1);
-    EXPECT_EQ(rtErrAddStrParm(&first, "pvalue->count"), 1);
     testing::internal::CaptureStdout();
     EXPECT_EQ(rtErrPrint(&first), 23);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "ASN.1 ERROR: Status -3\n");
+    EXPECT_EQ(rtErrReset(&second) | second.status, 0);
+    EXPECT_STREQ(rtErrGetText(), "");
+    EXPECT_EQ(rtErrAddIntParm(&first, 1) + rtErrAddStrParm(&first, "pvalue->count"), 2);
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 // Growth of memory buffers, and what becomes of lent storage.
 #include "asn1rt/memory_buffer.h"
 
+#include <malloc.h>
+
+#include <cstdlib>
 #include <cstring>
 
 #include <gtest/gtest.h>
@@ -49,6 +52,10 @@ TEST(MemoryBufferTest, GrowsInSegments) {
 }
 
 TEST(MemoryBufferTest, AppendsItsOwnBytes) {
+    g_free_func = [](void*, void* block) {
+        std::memset(block, 'x', malloc_usable_size(block));
+        std::free(block);
+    };
     TestContext ctxt;
     rtMemBuf buffer;
     rtMemBufInit(&ctxt, &buffer, 4);
@@ -58,6 +65,7 @@ TEST(MemoryBufferTest, AppendsItsOwnBytes) {
     }
     EXPECT_EQ(contents(buffer).substr(0, 10), "abcdbcdbcd");
     EXPECT_EQ(buffer.usedLength, 49U);
+    g_free_func = rtDefaultFree;
 }
 
 TEST(MemoryBufferTest, LentStorageIsLeftBehindWithItsBytes) {
