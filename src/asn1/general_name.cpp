@@ -3,7 +3,6 @@
 #include <string>
 
 #include "asn1/general_name_traits.h"
-#include "asn1/name.h"
 #include "asn1/name_traits.h"
 #include "asn1/object_identifier.h"
 #include "asn1/owned.h"
@@ -12,6 +11,15 @@
 
 namespace Halcyon::ASN1 {
 
+namespace {
+
+// From the record of a name to its text, with no value between them.
+struct NameTextTraits : CCodeClassT<asn1data::ASN1T_Name, asn1data::ASN1C_Name> {
+    static void get(const ASN1_T& record, std::wstring& text) { text = name_text(record); }
+};
+
+} // namespace
+
 CWStringProxy CGeneralName::toString() const {
     std::wstring text;
     if (get_rfc822Name()) {
@@ -19,9 +27,8 @@ CWStringProxy CGeneralName::toString() const {
     } else if (get_dNSName()) {
         text = std::wstring(L"dNSName: ") + get_dNSName();
     } else if (get_directoryName()) {
-        CName name;
-        name.decode(*get_directoryName());
-        text = std::wstring(L"directoryName: ") + name.toString().c_str();
+        asn1Decode<NameTextTraits>(*get_directoryName(), text);
+        text.insert(0, L"directoryName: ");
     } else if (get_uniformResourceIdentifier()) {
         text = std::wstring(L"uniformResourceIdentifier: ") + get_uniformResourceIdentifier();
     } else if (get_iPAddress()) {

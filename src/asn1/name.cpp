@@ -195,4 +195,38 @@ void ASN1T_Name_traits::get(const ASN1_T& record, CBlob& der) {
     der = asn1EncodeT<ASN1T_Name_traits>(record);
 }
 
+namespace {
+
+// Appends the text of each element of the list of `Record`, with the separator between them.
+template <class Record, class Append>
+void join_records(std::wstring& text, const rtDList& list, wchar_t separator, Append append) {
+    for (const rtDListNode* node = list.head; node; node = node->next) {
+        if (node != list.head) {
+            text += separator;
+        }
+        append(*static_cast<const Record*>(node->data));
+    }
+}
+
+} // namespace
+
+std::wstring name_text(const asn1data::ASN1T_Name& record) {
+    if (record.t != 1) {
+        fail_codec();
+    }
+    using Level = asn1data::ASN1T_RelativeDistinguishedName;
+    using Part = asn1data::ASN1T_AttributeTypeAndValue;
+    std::wstring text;
+    join_records<Level>(text, *record.u.rdnSequence, L',', [&text](const Level& level) {
+        join_records<Part>(text, level, L'+', [&text](const Part& part) {
+            const CStringProxy type = toOID(part.type);
+            text += CATAVRegister::typeToStr(type.c_str()).c_str();
+            text += L'=';
+            const CBlob value(part.value.data, part.value.numocts);
+            text += CATAVRegister::valueToStr(type.c_str(), value).c_str();
+        });
+    });
+    return text;
+}
+
 } // namespace Halcyon::ASN1

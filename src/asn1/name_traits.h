@@ -1,6 +1,8 @@
 // Traits of Name and of what it is made of. See codec.h for what traits are.
 #pragma once
 
+#include <string>
+
 #include "asn1/name.h"
 #include "asn1/record_traits.h"
 #include "asn1data/pkix1_explicit.h"
@@ -27,5 +29,9 @@ struct ASN1T_Name_traits
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der);
     static void get(const ASN1_T& record, CBlob& der);
 };
+
+// The text form of a name straight from its record: that of `CName::toString`, without a value made
+// for each level and part. Throws as that.
+std::wstring name_text(const asn1data::ASN1T_Name& record);
 
 } // namespace Halcyon::ASN1

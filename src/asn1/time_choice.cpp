@@ -132,7 +132,7 @@ CDateTime time_from_text(const char* text) {
     try {
         return CDateTime(year, month, day, hour, minute, second, 0, 0);
     } catch (const ATL::CAtlException&) {
-        // Fields in their ranges that make no date, such as the 30th of February.
+        // A year before the platform's calendar.
         fail_codec();
     }
 }

@@ -67,8 +67,9 @@ TEST(TimeChoice, RefusesYearsThatUTCTimeCannotHoldAndTextsThatAreNoTime) {
     CTimeChoice value = choice_of(CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
     for (const char* der :
          {"", "0500", "170D39393939393939393939393939", "170130", "1800",
-          // The 30th of February, and a month 13.
-          "170D3234303233303132303030305A", "180F32303234313330313132303030305A"}) {
+          // The 30th of February, a month 13, and a year before the platform's calendar.
+          "170D3234303233303132303030305A", "180F32303234313330313132303030305A",
+          "180F31363030303130313132303030305A"}) {
         EXPECT_EQ(code_thrown_by([&] { value.decode(from_hex(der)); }), 0x80093101u) << der;
     }
     EXPECT_EQ(*value.get_time(), CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
