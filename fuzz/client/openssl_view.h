@@ -49,13 +49,13 @@ inline constexpr std::string_view kKeptFields[] = {"Field=certificates",
                                                    "Field=tsa,"};
 
 // What OpenSSL wants in all that it reads: integers with contents, these and identifiers in their
-// shortest form, a constructed tag on a SEQUENCE, the end mark of one with indefinite length, and
-// elements that end within the one that they lie in, where here they need only end within the
-// whole.
+// shortest form, a constructed tag on a SEQUENCE and none on a number, the end mark of one with
+// indefinite length, and elements that end within the one that they lie in, where here they need
+// only end within the whole.
 inline constexpr int kStrictnesses[] = {
     ASN1_R_ILLEGAL_PADDING, ASN1_R_INVALID_OBJECT_ENCODING,  ASN1_R_NULL_IS_WRONG_LENGTH,
     ASN1_R_HEADER_TOO_LONG, ASN1_R_SEQUENCE_NOT_CONSTRUCTED, ASN1_R_TOO_LONG,
-    ASN1_R_MISSING_EOC,     ASN1_R_ILLEGAL_ZERO_CONTENT};
+    ASN1_R_MISSING_EOC,     ASN1_R_ILLEGAL_ZERO_CONTENT,     ASN1_R_TYPE_NOT_PRIMITIVE};
 
 // Whether the errors in OpenSSL's queue name such a reason; tells them otherwise.
 inline bool is_named_reason() {

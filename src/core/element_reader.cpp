@@ -11,23 +11,6 @@ namespace {
 
 constexpr unsigned char kLongLength = 0x80;
 
-bool has_whole_arcs(Element contents) {
-    constexpr std::uint64_t kMaxArc = std::numeric_limits<std::uint32_t>::max();
-    std::uint64_t arc = 0;
-    bool complete = true;
-    for (const unsigned char byte : contents) {
-        arc = arc << 7 | (byte & 0x7Fu);
-        if (arc > kMaxArc) {
-            return false;
-        }
-        complete = (byte & 0x80u) == 0;
-        if (complete) {
-            arc = 0;
-        }
-    }
-    return complete;
-}
-
 } // namespace
 
 ElementReader::ElementReader(Element message) {
@@ -93,6 +76,23 @@ void ElementReader::check(int status) {
     if (status < 0) {
         ASN1::fail_codec();
     }
+}
+
+bool has_whole_arcs(Element contents) {
+    constexpr std::uint64_t kMaxArc = std::numeric_limits<std::uint32_t>::max();
+    std::uint64_t arc = 0;
+    bool complete = true;
+    for (const unsigned char byte : contents) {
+        arc = arc << 7 | (byte & 0x7Fu);
+        if (arc > kMaxArc) {
+            return false;
+        }
+        complete = (byte & 0x80u) == 0;
+        if (complete) {
+            arc = 0;
+        }
+    }
+    return complete;
 }
 
 std::optional<Element> contents_of(Element whole, unsigned char tag_byte) {

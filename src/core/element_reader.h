@@ -43,8 +43,7 @@ public:
     void skip_if(unsigned char tag_byte);
     // The whole element, tag and length included.
     Element element();
-    // An OBJECT IDENTIFIER's contents. One that ends inside an arc, or has an arc of 2^32 or more,
-    // is refused: the decoders would make another identifier of it.
+    // An OBJECT IDENTIFIER's contents, which have to have whole arcs.
     Element identifier() { return identifier(kIdentifierByte); }
     Element identifier(unsigned char tag_byte);
     // The octets of an OCTET STRING, joined where they come in pieces.
@@ -56,6 +55,10 @@ private:
 
     ASN1::ctxt_handle context_;
 };
+
+// Whether the contents of an OBJECT IDENTIFIER end with an arc, and each arc is below 2^32. Of
+// others the decoders would make another identifier.
+bool has_whole_arcs(Element contents);
 
 // The contents of a whole primitive element with this tag byte; nothing for another one.
 std::optional<Element> contents_of(Element whole, unsigned char tag_byte);

@@ -191,8 +191,11 @@ Element first_hash_algorithm(std::string_view type, Element value) {
 // The identifiers that verification goes by: the content type, and the algorithm of the hash that
 // names the signer's certificate. Values that can't be read are left to it.
 void check_known_value(std::string_view type, Element value) {
-    if (type == kContentType && value[0] == kIdentifierByte) {
-        ElementReader(value).identifier();
+    if (type == kContentType) {
+        const auto arcs = contents_of(value, kIdentifierByte);
+        if (arcs && !has_whole_arcs(*arcs)) {
+            ASN1::failCodec();
+        }
     } else if (type == kSigningCertificate || type == kOtherSigningCertificate ||
                type == kSigningCertificateV2) {
         bound_elements(value);

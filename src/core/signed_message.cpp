@@ -21,9 +21,9 @@ constexpr unsigned char kEndOfContents[] = {0, 0};
 CBlob read_content(ElementReader& reader) {
     const auto info = reader.enter(kSequenceTag);
     // A type that is none at all is left to the platform to refuse.
-    const auto type = reader.element();
-    if (type[0] == kIdentifierByte) {
-        ElementReader(type).identifier();
+    const auto type = contents_of(reader.element(), kIdentifierByte);
+    if (type && !has_whole_arcs(*type)) {
+        ASN1::failCodec();
     }
     const auto wrapper = reader.enter(kContextTag0);
     auto content = reader.octets();

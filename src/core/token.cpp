@@ -86,6 +86,9 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
             ATL::AtlThrowImpl(kBadTime);
         }
         ASN1::ASN1GeneralizedTime_traits::get(record.genTime, value.genTime);
+        value.accuracy.reset();
+        value.nonce.reset();
+        value.extensions.reset();
         if (record.m.accuracyPresent) {
             value.accuracy = accuracy_of(record.accuracy);
         }
@@ -102,16 +105,11 @@ struct TSTInfoTraits : ASN1::CCodeClassT<asn1data::ASN1T_TSTInfoRaw, asn1data::A
 
 void CToken::decode(CBlob der) {
     const auto parts = read_signed_message(der);
-    Info info;
-    info.has_allowed_time = check_info({parts.content.pbData(), parts.content.cbData()});
-    ASN1::asn1Decode<TSTInfoTraits>(parts.content, info);
+    info_.has_allowed_time = check_info({parts.content.pbData(), parts.content.cbData()});
+    ASN1::asn1Decode<TSTInfoTraits>(parts.content, info_);
     check_signer(parts.signers.front());
-    ASN1::CSignerInfo signer_info;
     ASN1::asn1Decode<SignerInfoTraits>(without_unsigned_attributes(parts.signers.front()),
-                                       signer_info);
-
-    info_ = std::move(info);
-    signer_info_ = std::move(signer_info);
+                                       signer_info_);
     certificates_.reset();
     if (parts.has_certificates) {
         auto& certificates = certificates_.emplace();
