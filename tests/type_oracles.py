@@ -4,9 +4,11 @@ differences, and the reasons of those that are meant.
 
 A case is an encoding: random values of ours, and DER files made by OpenSSL. The oracle decodes it as its own type and
 encodes it again; the bytes have to be the same. Oracles are OpenSSL's library (through its d2i_ and i2d_
-functions) and Debian's python3-pyasn1-modules. Exit status 1 when a difference has no reason.
+functions) and Debian's python3-pyasn1-modules. What differs is told in type_oracles.tsv beside this program: type,
+oracle, how often, why. Exit status 1 when a difference has no reason, or comes up more or less often than told there.
 
-Usage: type_oracles.py RECODE_PROGRAM TESTDATA_FOLDER [CASES]
+Usage: type_oracles.py RECODE_PROGRAM TESTDATA_FOLDER [--write]
+  --write makes type_oracles.tsv anew; read the difference before committing it.
 """
 import ctypes
 import ctypes.util
@@ -240,7 +242,10 @@ TYPES = {
     "SMIMEEncryptionKeyPreference": ["p:rfc5751.SMIMEEncryptionKeyPreference"],
 }
 
-# Differences that are meant. First by what the oracle says when it refuses a case.
+CASES = 40  # random values of each type, always the same
+MEANT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "type_oracles.tsv")
+
+# How differences are called. First by what the oracle says when it refuses a case.
 REFUSALS = [
     (r"Constraint", "the oracle has narrower bounds"),
     (r"(CertificateList|TBSCertificate|TimeStampToken|AttributeCertificateInfo|AttributeCertificateInfoV1|ExtendedCertificateInfo) has uninitialized", "a raw part of a random value is empty"),
@@ -249,6 +254,7 @@ REFUSALS = [
     (r"tagSet <TagSet object, tags 0:0:4>, encoding iso-8859-1", "the oracle's module imports another type of that name"),
     (r"Short octet stream on tag decoding|IssuerSerial has uninitialized", "an empty list of names passes here"),
     (r"SubsequentMessage schema object", "the oracle's module imports the older RFC 2511"),
+    (r"not in asn1Spec", "content of PKCS #7 that is no OCTET STRING"),
 ]
 # Then by type, where the oracle encodes in another way than its own standard, or we do on purpose.
 TYPES_MEANT = {
@@ -376,8 +382,8 @@ def reason(oracle, kind, error, data, result):
 
 
 def compare(recode, oracle, kind, name, cases):
-    """Counts of equal cases, and of differences by reason (None: not explained), with one example of those."""
-    equal, differences, example = 0, Counter(), None
+    """Counts of differences by reason (None: not explained), with one example of those."""
+    differences, example = Counter(), None
     for data in cases:
         error = result = None
         try:
@@ -385,13 +391,12 @@ def compare(recode, oracle, kind, name, cases):
         except Exception as caught:  # whatever a foreign decoder raises is its verdict
             error = caught
         if result == data:
-            equal += 1
             continue
         why = reason(oracle, kind, error, data, result)
         differences[why] += 1
         if why is None and example is None:
             example = f"{data.hex()[:240]} -> {str(error)[:240] if error is not None else result.hex()[:240]}"
-    return equal, differences, example
+    return differences, example
 
 
 def oracle_files(folder, name):
@@ -404,10 +409,30 @@ def oracle_files(folder, name):
                 yield content.read()
 
 
+def read_meant():
+    """The differences that are meant: {(type, oracle): {reason: count}}."""
+    meant = {}
+    with open(MEANT, encoding="utf-8") as table:
+        for line in table:
+            if not line.startswith("#"):
+                name, oracle, count, why = line.rstrip("\n").split("\t")
+                meant.setdefault((name, oracle), Counter())[why] = int(count)
+    return meant
+
+
+def write_meant(differences):
+    with open(MEANT, "w", encoding="utf-8") as table:
+        table.write("# type, oracle, how many of its cases differ, why; made by type_oracles.py --write\n")
+        for (name, oracle), reasons in differences.items():
+            for why, count in sorted(reasons.items()):
+                table.write(f"{name}\t{oracle}\t{count}\t{why}\n")
+
+
 def main():
     program, folder = sys.argv[1], sys.argv[2]
-    count = int(sys.argv[3]) if len(sys.argv) > 3 else 40
+    rewrite = "--write" in sys.argv[3:]
     ours, openssl, unexplained, missing = Recoder(program), OpenSSL(), 0, []
+    meant, found = {} if rewrite else read_meant(), {}
     try:
         pyasn1 = PyAsn1()
     except ImportError:
@@ -425,7 +450,7 @@ def main():
             if ours.decode(name, data) != data:
                 print(f"{name}: a file of OpenSSL's does not come back unchanged")
                 unexplained += 1
-        randoms = [data for data in (ours.random(name, seed) for seed in range(count)) if data is not None]
+        randoms = [data for data in (ours.random(name, seed) for seed in range(CASES)) if data is not None]
         for entry in oracles:
             kind, _, there = entry.partition(":")
             if kind == "o" and openssl.has(there):
@@ -435,15 +460,29 @@ def main():
             else:
                 missing.append(f"{name} ({there})")
                 continue
-            equal, differences, example = compare(recode, oracle, name, there, files + randoms)
+            differences, example = compare(recode, oracle, name, there, files + randoms)
             bad = differences.pop(None, 0)
+            key = (name, f"{oracle} {there}")
+            found[key] = differences
+            told = differences if rewrite else meant.pop(key, Counter())
+            for why in sorted(set(differences) | set(told)):
+                if differences[why] != told[why]:
+                    bad += 1
+                    print(f"{name}: {why}: {differences[why]}, not {told[why]} as told")
             unexplained += bad
-            meant = "; ".join(f"{why}: {number}" for why, number in differences.items())
-            print(f"{name:44} {oracle + ' ' + there:40} {equal + bad + sum(differences.values()):5} {bad:6}  {meant}")
+            cases = len(files) + len(randoms)
+            reasons = "; ".join(f"{why}: {number}" for why, number in differences.items())
+            print(f"{name:44} {key[1]:40} {cases:5} {bad:6}  {reasons}")
             if example is not None:
                 print(f"    {example}")
     if missing:
         print("not in the oracle here: " + ", ".join(missing))
+    if rewrite:
+        write_meant(found)
+    elif pyasn1 is not None:
+        for name, oracle in meant:
+            unexplained += 1
+            print(f"{name}: {oracle} is told, but wasn't compared")
     print(f"{unexplained} unexplained differences")
     return 1 if unexplained else 0
 

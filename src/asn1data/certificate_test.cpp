@@ -90,6 +90,7 @@ TEST(DirectoryString, TheBoundIsWideInEveryForm) {
                   "-23");
     }
     EXPECT_EQ(recode(asn1D_DirectoryString, asn1E_DirectoryString, from_hex("1e 00")), "-23");
+    EXPECT_EQ(recode(asn1D_DirectoryString, asn1E_DirectoryString, from_hex("12 00")), "-23");
     EXPECT_EQ(recode(asn1D_DirectoryString, asn1E_DirectoryString, from_hex("1c 04 00 01 f6 00")),
               "1c040001f600");
 }

@@ -60,8 +60,8 @@ TEST(RsaNumbers, ALeadingZeroOfTheTextAsksForThePadByte) {
     }
     ASN1T_RsaPubKey key{};
     key.modulus = "0x00c1";
-    key.publicExponent = "0xff";
-    EXPECT_EQ(encode(asn1E_RsaPubKey, key).hex(), plain("30 07 02 02 00 c1 02 01 ff"));
+    key.publicExponent = "0x007f";
+    EXPECT_EQ(encode(asn1E_RsaPubKey, key).hex(), plain("30 08 02 02 00 c1 02 02 00 7f"));
     // ... so that what was decoded comes back as it was.
     const Bytes components = from_hex("30 11 02 02 00 c1 02 01 05 02 01 7f 02 01 00 02 02 01 00");
     EXPECT_EQ(

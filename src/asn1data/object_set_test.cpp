@@ -1,7 +1,11 @@
-// The object sets: which identifiers each knows, which it must not know, and that there is one of
-// each.
+// The object sets: which identifiers each knows and as what type, which it must not know, and that
+// there is one of each.
+#include <cxxabi.h>
+
+#include <cstdlib>
 #include <string>
 #include <thread>
+#include <typeinfo>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -19,14 +23,47 @@ using namespace test_coding;
 
 namespace {
 
+struct Row {
+    const char* id;
+    const char* type; ///< empty: the object has no operations
+};
+
+using Rows = std::vector<Row>;
 using Identifiers = std::vector<const char*>;
 
+// The type of an object's control class, named as in the schema.
+template <class Class>
+std::string type_of(Class& object) {
+    ASN1BEREncodeBuffer buffer;
+    ASN1CType* control = nullptr;
+    if constexpr (requires { object.constructASN1TExtnType(nullptr); }) {
+        void* record = object.constructASN1TExtnType(buffer.getCtxtPtr());
+        control = object.constructASN1CExtnType(buffer, record);
+    } else {
+        void* record = object.constructASN1TType(buffer.getCtxtPtr());
+        control = object.constructASN1CType(buffer, record);
+    }
+    if (control == nullptr) {
+        return "";
+    }
+    char* name = abi::__cxa_demangle(typeid(*control).name(), nullptr, nullptr, nullptr);
+    const std::string type = std::string(name).substr(std::string("asn1data::ASN1C_").size());
+    std::free(name);
+    if constexpr (requires { object.destructASN1CExtnType(nullptr); }) {
+        object.destructASN1CExtnType(control);
+    } else {
+        object.destructASN1CType(control);
+    }
+    return type;
+}
+
 template <class Set>
-void expect_known(const Identifiers& known) {
-    for (const char* text : known) {
-        auto* object = Set::instance(nullptr)->lookupObject(oid(text));
-        ASSERT_NE(object, nullptr) << text;
-        EXPECT_TRUE(object->id == oid(text)) << text;
+void expect_known(const Rows& known) {
+    for (const Row& row : known) {
+        auto* object = Set::instance(nullptr)->lookupObject(oid(row.id));
+        ASSERT_NE(object, nullptr) << row.id;
+        EXPECT_TRUE(object->id == oid(row.id)) << row.id;
+        EXPECT_EQ(type_of(*object), row.type) << row.id;
     }
 }
 
@@ -38,49 +75,66 @@ void expect_unknown(const Identifiers& unknown) {
 
 TEST(ObjectSet, AlgorithmsAreKnownByTheirIdentifiers) {
     expect_known<SupportedAlgorithms>(
-        {"1.2.643.2.2.19",       "1.2.643.2.2.98",        "1.2.643.7.1.1.1.1",
-         "1.2.643.7.1.1.1.2",    "1.2.643.2.2.3",         "1.2.643.7.1.1.3.2",
-         "1.2.643.7.1.1.3.3",    "1.2.643.2.2.21",        "1.2.643.2.2.9",
-         "1.2.643.7.1.1.2.2",    "1.2.643.7.1.1.2.3",     "1.2.840.113549.1.1.1",
-         "1.2.840.113549.1.1.5", "1.2.840.113549.1.1.4",  "1.2.840.113549.1.1.2",
-         "1.2.840.10040.4.1",    "1.2.840.10040.4.3",     "1.2.840.10046.2.1",
-         "1.3.14.3.2.26",        "1.2.643.2.2.1.1.969.1", "1.2.643.7.1.1.5.1.1",
-         "1.2.643.7.1.1.5.1.2",  "1.2.643.7.1.1.5.2.1",   "1.2.643.7.1.1.5.2.2"});
+        {{"1.2.643.2.2.19", "GostR3410_2001_KeyParameters"},
+         {"1.2.643.2.2.98", "GostR3410_2001_KeyParameters"},
+         {"1.2.643.7.1.1.1.1", "GostR3410_2012_KeyParameters"},
+         {"1.2.643.7.1.1.1.2", "GostR3410_2012_KeyParameters"},
+         {"1.2.643.2.2.3", ""},
+         {"1.2.643.7.1.1.3.2", ""},
+         {"1.2.643.7.1.1.3.3", ""},
+         {"1.2.643.2.2.21", "Gost28147_89_Parameters"},
+         {"1.2.643.2.2.9", "_gostR341194DigestParams_Type"},
+         {"1.2.643.7.1.1.2.2", ""},
+         {"1.2.643.7.1.1.2.3", ""},
+         {"1.2.840.113549.1.1.1", ""},
+         {"1.2.840.113549.1.1.5", ""},
+         {"1.2.840.113549.1.1.4", ""},
+         {"1.2.840.113549.1.1.2", ""},
+         {"1.2.840.10040.4.1", "Dss_Parms"},
+         {"1.2.840.10040.4.3", ""},
+         {"1.2.840.10046.2.1", "DomainParameters"},
+         {"1.3.14.3.2.26", ""},
+         {"1.2.643.2.2.1.1.969.1", "PBEHalcyonGostParameters"},
+         {"1.2.643.7.1.1.5.1.1", "Gost3412_15_Encryption_Parameters"},
+         {"1.2.643.7.1.1.5.1.2", "Gost3412_15_Encryption_Parameters"},
+         {"1.2.643.7.1.1.5.2.1", "Gost3412_15_Encryption_Parameters"},
+         {"1.2.643.7.1.1.5.2.2", "Gost3412_15_Encryption_Parameters"}});
     expect_unknown<SupportedAlgorithms>({"1.2.643.7.1.1.6.1", "1.2.643.7.1.1.6.2",
                                          "1.2.840.10045.2.1", "2.16.840.1.101.3.4.2.1",
                                          "1.2.840.113549.1.1.11", "1.2"});
 }
 
 TEST(ObjectSet, AttributesAreKnownByTheirIdentifiers) {
-    expect_known<SupportedAttributes>({"1.3.6.1.4.1.311.13.2.2",
-                                       "1.3.6.1.4.1.311.13.2.3",
-                                       "2.5.4.41",
-                                       "2.5.4.3",
-                                       "2.5.4.4",
-                                       "2.5.4.42",
-                                       "2.5.4.43",
-                                       "2.5.4.44",
-                                       "2.5.4.46",
-                                       "2.5.4.6",
-                                       "2.5.4.7",
-                                       "2.5.4.9",
-                                       "2.5.4.8",
-                                       "2.5.4.10",
-                                       "2.5.4.11",
-                                       "2.5.4.12",
-                                       "1.2.840.113549.1.9.1",
-                                       "2.5.4.65",
-                                       "1.2.840.113549.1.9.3",
-                                       "1.2.840.113549.1.9.4",
-                                       "1.2.840.113549.1.9.5",
-                                       "1.2.840.113549.1.9.16.2.12",
-                                       "1.2.840.113549.1.9.16.2.47",
-                                       "0.9.2342.19200300.100.1.25",
-                                       "1.3.6.1.4.1.311.2.1.14",
-                                       "1.2.840.113549.1.9.14",
-                                       "1.2.840.113549.1.9.2",
-                                       "2.5.4.17",
-                                       "2.5.4.16"});
+    expect_known<SupportedAttributes>(
+        {{"1.3.6.1.4.1.311.13.2.2", "EnrollmentCSPInfo"},
+         {"1.3.6.1.4.1.311.13.2.3", "OSVersion"},
+         {"2.5.4.41", "DirectoryString"},
+         {"2.5.4.3", "DirectoryString"},
+         {"2.5.4.4", "DirectoryString"},
+         {"2.5.4.42", "DirectoryString"},
+         {"2.5.4.43", "DirectoryString"},
+         {"2.5.4.44", "DirectoryString"},
+         {"2.5.4.46", "X520dnQualifier"},
+         {"2.5.4.6", "X520countryName"},
+         {"2.5.4.7", "DirectoryString"},
+         {"2.5.4.9", "DirectoryString"},
+         {"2.5.4.8", "DirectoryString"},
+         {"2.5.4.10", "DirectoryString"},
+         {"2.5.4.11", "DirectoryString"},
+         {"2.5.4.12", "DirectoryString"},
+         {"1.2.840.113549.1.9.1", "PHGStringNonStrict"},
+         {"2.5.4.65", "DirectoryString"},
+         {"1.2.840.113549.1.9.3", "ContentType"},
+         {"1.2.840.113549.1.9.4", "MessageDigest"},
+         {"1.2.840.113549.1.9.5", "Time"},
+         {"1.2.840.113549.1.9.16.2.12", "SigningCertificate"},
+         {"1.2.840.113549.1.9.16.2.47", "SigningCertificateV2"},
+         {"0.9.2342.19200300.100.1.25", "CaseIgnoreIA5StringSyntaxNonStrict"},
+         {"1.3.6.1.4.1.311.2.1.14", "Extensions"},
+         {"1.2.840.113549.1.9.14", "Extensions"},
+         {"1.2.840.113549.1.9.2", "UnstructuredName"},
+         {"2.5.4.17", "DirectoryString"},
+         {"2.5.4.16", "PostalAddress"}});
     // A name's serial number, what long-term signatures add, and registration numbers arrive raw.
     expect_unknown<SupportedAttributes>(
         {"2.5.4.5", "1.2.840.113549.1.9.16.2.21", "1.2.840.113549.1.9.16.2.22",
@@ -91,12 +145,30 @@ TEST(ObjectSet, AttributesAreKnownByTheirIdentifiers) {
 }
 
 TEST(ObjectSet, ExtensionsAreKnownByTheirIdentifiers) {
-    expect_known<ExtensionSet>(
-        {"2.5.29.35", "2.5.29.14",   "2.5.29.15",         "2.5.29.37",         "2.5.29.16",
-         "2.5.29.32", "2.5.29.33",   "2.5.29.17",         "2.5.29.18",         "2.5.29.9",
-         "2.5.29.19", "2.5.29.30.1", "2.5.29.36",         "2.5.29.20",         "2.5.29.21",
-         "2.5.29.23", "2.5.29.24",   "2.5.29.31",         "2.5.29.28",         "2.5.29.29",
-         "2.5.29.27", "2.5.29.46",   "1.3.6.1.5.5.7.1.1", "1.3.6.1.5.5.7.1.11"});
+    expect_known<ExtensionSet>({{"2.5.29.35", "AuthorityKeyIdentifier"},
+                                {"2.5.29.14", "KeyIdentifier"},
+                                {"2.5.29.15", "KeyUsage"},
+                                {"2.5.29.37", "_extKeyUsage_ExtnType"},
+                                {"2.5.29.16", "PrivateKeyUsagePeriod"},
+                                {"2.5.29.32", "CertificatePoliciesSyntax"},
+                                {"2.5.29.33", "PolicyMappingsSyntax"},
+                                {"2.5.29.17", "GeneralNames"},
+                                {"2.5.29.18", "GeneralNames"},
+                                {"2.5.29.9", "AttributesSyntax"},
+                                {"2.5.29.19", "BasicConstraintsSyntax"},
+                                {"2.5.29.30.1", "NameConstraintsSyntax"},
+                                {"2.5.29.36", "PolicyConstraintsSyntax"},
+                                {"2.5.29.20", "CRLNumber"},
+                                {"2.5.29.21", "CRLReason"},
+                                {"2.5.29.23", "HoldInstruction"},
+                                {"2.5.29.24", "InvalidityDate"},
+                                {"2.5.29.31", "CRLDistPointsSyntax"},
+                                {"2.5.29.28", "IssuingDistPointSyntax"},
+                                {"2.5.29.29", "GeneralNames"},
+                                {"2.5.29.27", "CRLNumber"},
+                                {"2.5.29.46", "CRLDistPointsSyntax"},
+                                {"1.3.6.1.5.5.7.1.1", "AuthorityInfoAccessSyntax"},
+                                {"1.3.6.1.5.5.7.1.11", "SubjectInfoAccessSyntax"}});
     expect_unknown<ExtensionSet>(
         {"2.5.29.30", "2.5.29.54", "1.2.643.100.111", "1.2.643.100.112", "1.2.643.100.114",
          "1.3.6.1.5.5.7.48.1.2", "1.3.6.1.5.5.7.48.1.3", "1.3.6.1.5.5.7.48.1.4",
@@ -105,12 +177,23 @@ TEST(ObjectSet, ExtensionsAreKnownByTheirIdentifiers) {
 }
 
 TEST(ObjectSet, ContentsAreKnownByTheirIdentifiers) {
-    const Identifiers contents = {"1.2.840.113549.1.7.1", "1.2.840.113549.1.7.2",
-                                  "1.2.840.113549.1.7.3", "1.2.840.113549.1.7.5",
-                                  "1.2.840.113549.1.7.6", "1.2.840.113549.1.9.16.1.2"};
-    expect_known<SupportedContentTypes>(contents);
-    expect_known<SupportedContentTypesLegacy>(contents);
-    expect_known<SupportedEContentTypes>(Identifiers(contents.begin() + 1, contents.end()));
+    expect_known<SupportedContentTypes>({{"1.2.840.113549.1.7.1", "_simpleData_Type"},
+                                         {"1.2.840.113549.1.7.2", "SignedData"},
+                                         {"1.2.840.113549.1.7.3", "EnvelopedData"},
+                                         {"1.2.840.113549.1.7.5", "DigestedData"},
+                                         {"1.2.840.113549.1.7.6", "EncryptedData"},
+                                         {"1.2.840.113549.1.9.16.1.2", "AuthenticatedData"}});
+    expect_known<SupportedContentTypesLegacy>({{"1.2.840.113549.1.7.1", "_simpleData_Type"},
+                                               {"1.2.840.113549.1.7.2", "SignedDataLegacy"},
+                                               {"1.2.840.113549.1.7.3", "EnvelopedData"},
+                                               {"1.2.840.113549.1.7.5", "DigestedData"},
+                                               {"1.2.840.113549.1.7.6", "EncryptedData"},
+                                               {"1.2.840.113549.1.9.16.1.2", "AuthenticatedData"}});
+    expect_known<SupportedEContentTypes>({{"1.2.840.113549.1.7.2", "SignedData"},
+                                          {"1.2.840.113549.1.7.3", "EnvelopedData"},
+                                          {"1.2.840.113549.1.7.5", "DigestedData"},
+                                          {"1.2.840.113549.1.7.6", "EncryptedData"},
+                                          {"1.2.840.113549.1.9.16.1.2", "AuthenticatedData"}});
     const Identifiers others = {"1.2.840.113549.1.9.16.1.4", "1.2.840.113549.1.9.16.1.6",
                                 "1.2.840.113549.1.9.16.1.7", "1.2.840.113549.1.9.16.1.8"};
     expect_unknown<SupportedContentTypes>(others);
@@ -120,17 +203,48 @@ TEST(ObjectSet, ContentsAreKnownByTheirIdentifiers) {
 }
 
 TEST(ObjectSet, TheSmallSetsHoldTheirRows) {
-    expect_known<SupportedInfos>({"1.3.6.1.5.5.7.4.1", "1.3.6.1.5.5.7.4.2", "1.3.6.1.5.5.7.4.3",
-                                  "1.3.6.1.5.5.7.4.4", "1.3.6.1.5.5.7.4.5", "1.3.6.1.5.5.7.4.6",
-                                  "1.2.643.2.2.41.1", "1.2.643.2.2.41.5", "1.2.643.2.2.41.4",
-                                  "1.2.643.2.2.41.2", "1.2.643.2.2.41.3", "1.2.643.2.2.41.6",
-                                  "1.2.643.2.2.41.7", "1.2.643.2.2.41.8", "1.2.643.2.2.41.10",
-                                  "1.2.643.2.2.41.11", "1.2.643.2.2.41.12"});
+    expect_known<SupportedInfos>({{"1.3.6.1.5.5.7.4.1", "Certificate"},
+                                  {"1.3.6.1.5.5.7.4.2", "_itSignKeyPairTypes_Type"},
+                                  {"1.3.6.1.5.5.7.4.3", "_itEncKeyPairTypes_Type"},
+                                  {"1.3.6.1.5.5.7.4.4", "AlgorithmIdentifier"},
+                                  {"1.3.6.1.5.5.7.4.5", "CAKeyUpdAnnContent"},
+                                  {"1.3.6.1.5.5.7.4.6", "CertificateList"},
+                                  {"1.2.643.2.2.41.1", "PKIAudit"},
+                                  {"1.2.643.2.2.41.5", "ChangeNameReq"},
+                                  {"1.2.643.2.2.41.4", "CertId"},
+                                  {"1.2.643.2.2.41.2", "MessageId"},
+                                  {"1.2.643.2.2.41.3", "_itGetMessages_Type"},
+                                  {"1.2.643.2.2.41.6", "GeneralName"},
+                                  {"1.2.643.2.2.41.7", "PKIStatusInfo"},
+                                  {"1.2.643.2.2.41.8", "GeneralName"},
+                                  {"1.2.643.2.2.41.10", "_itHalcyonPolicy_Type"},
+                                  {"1.2.643.2.2.41.11", "Name"},
+                                  {"1.2.643.2.2.41.12", "Certificate"}});
     expect_unknown<SupportedInfos>({"1.2.643.2.2.41.9", "1.3.6.1.5.5.7.4.7"});
-    expect_known<SupportedPolicyQualifiers>({"1.3.6.1.5.5.7.2.1", "1.3.6.1.5.5.7.2.2"});
-    expect_known<SupportedOCSPResponseTypes>({"1.3.6.1.5.5.7.48.1.1"});
+    expect_known<SupportedPolicyQualifiers>(
+        {{"1.3.6.1.5.5.7.2.1", "CPSuri"}, {"1.3.6.1.5.5.7.2.2", "UserNotice"}});
+    expect_known<SupportedOCSPResponseTypes>({{"1.3.6.1.5.5.7.48.1.1", "BasicOCSPResponse"}});
     expect_unknown<SupportedSigPolicyQualifiers>(
         {"1.2.840.113549.1.9.16.5.1", "1.2.840.113549.1.9.16.5.2"});
+}
+
+// The signatures that a caller's pointer or override has to meet.
+struct CountingAttribute : ATTRIBUTE {
+    int copies = 0;
+    void copyType(ASN1CTXT*, Asn1TObject&, Asn1TObject&) override { ++copies; }
+};
+
+TEST(ObjectSet, OperationsHaveTheGivenSignatures) {
+    CountingAttribute counting;
+    ATTRIBUTE& attribute = counting;
+    Asn1TObject object{};
+    attribute.copyType(nullptr, object, object);
+    EXPECT_EQ(counting.copies, 1);
+    ATTRIBUTE* (SupportedAttributes::*lookup)(ASN1TObjId) = &SupportedAttributes::lookupObject;
+    EXPECT_NE((SupportedAttributes::instance(nullptr)->*lookup)(oid("2.5.4.3")), nullptr);
+    void (*copy)(ASN1CTXT*, ASN1T_Name*, ASN1T_Name*) = asn1Copy_Name;
+    EXPECT_NE(copy, nullptr);
+    EXPECT_TRUE(ASN1TObjId(id_at) == oid("2.5.4"));
 }
 
 TEST(ObjectSet, TwoThreadsAtFirstUseGetOneInstance) {

@@ -2,20 +2,9 @@
 #include "asn1data/object_support.h"
 
 namespace asn1data {
+namespace {
 
-void assign(ASN1TObjId& id, std::initializer_list<std::uint32_t> arcs) {
-    id.numids = 0;
-    for (const std::uint32_t arc : arcs) {
-        id.subid[id.numids++] = arc;
-    }
-}
-
-ASN1TObjId makeOid(std::initializer_list<std::uint32_t> arcs) {
-    ASN1TObjId id;
-    assign(id, arcs);
-    return id;
-}
-
+// A total order, unlike that of their text: negative, 0 or positive.
 int compareOids(const ASN1OBJID& a, const ASN1OBJID& b) {
     if (a.numids != b.numids) {
         return a.numids < b.numids ? -1 : 1;
@@ -26,6 +15,29 @@ int compareOids(const ASN1OBJID& a, const ASN1OBJID& b) {
         }
     }
     return 0;
+}
+
+} // namespace
+
+void assign(ASN1TObjId& id, std::initializer_list<std::uint32_t> arcs) {
+    id.numids = 0;
+    for (const std::uint32_t arc : arcs) {
+        id.subid[id.numids++] = arc;
+    }
+}
+
+void sortRows(std::span<ObjectRow> rows) {
+    std::stable_sort(rows.begin(), rows.end(), [](const ObjectRow& a, const ObjectRow& b) {
+        return compareOids(*a.id, *b.id) < 0;
+    });
+}
+
+void* findRow(std::span<const ObjectRow> rows, const ASN1OBJID& id) {
+    const auto row =
+        std::lower_bound(rows.begin(), rows.end(), id, [](const ObjectRow& a, const ASN1OBJID& b) {
+            return compareOids(*a.id, b) < 0;
+        });
+    return row != rows.end() && compareOids(*row->id, id) == 0 ? row->object : nullptr;
 }
 
 void destroyControl(ASN1CType* control) {

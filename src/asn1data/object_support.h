@@ -1,52 +1,121 @@
-// What the generated information object sets share: identifiers from their arcs and a fast way from
-// an identifier to its row.
+// What the object classes, objects and object sets of the schema share: identifiers as constants,
+// the operations of an object that has a type, a set's rows and the fast way to one of them.
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <initializer_list>
+#include <new>
+#include <span>
 
+#include <pthread.h>
+
+#include "asn1data/record_memory.h"
 #include "asn1rt/runtime.h"
 
 namespace asn1data {
 
-ASN1TObjId makeOid(std::initializer_list<std::uint32_t> arcs);
-void assign(ASN1TObjId& id, std::initializer_list<std::uint32_t> arcs);
+/// An object identifier of the schema, made by the compiler; ASN1TObjId takes it as it is.
+struct OidConstant : ASN1OBJID {
+    constexpr OidConstant(std::initializer_list<std::uint32_t> arcs) : ASN1OBJID{} {
+        for (const std::uint32_t arc : arcs) {
+            subid[numids++] = arc;
+        }
+    }
+};
 
-/// A total order of identifiers, unlike that of their text: negative, 0 or positive.
-int compareOids(const ASN1OBJID& a, const ASN1OBJID& b);
+void assign(ASN1TObjId& id, std::initializer_list<std::uint32_t> arcs);
 
 /// Ends a control object that lies in a block of its own context's heap.
 void destroyControl(ASN1CType* control);
 
-/// Rows sorted by identifier; among equal ones the first row comes first.
-template <std::uint32_t Count>
-class ObjectIndex {
-public:
-    template <class Object>
-    void fill(Object* const (&objects)[Count]) {
-        for (std::uint32_t i = 0; i < Count; ++i) {
-            entries_[i] = {&objects[i]->id, static_cast<int>(i)};
-        }
-        std::stable_sort(entries_, entries_ + Count, [](const Entry& a, const Entry& b) {
-            return compareOids(*a.id, *b.id) < 0;
-        });
+/// The operations of an object whose type is `Record`; its class names them by its suffix.
+template <class Record, class Control, int (*Encode)(ASN1CTXT*, Record*, ASN1TagType),
+          int (*Decode)(ASN1CTXT*, Record*, ASN1TagType, int),
+          void (*Copy)(ASN1CTXT*, Record*, Record*), void (*Free)(ASN1CTXT*, Record*)>
+struct OpenValueType {
+    static void* constructRecord(ASN1CTXT* ctx) { return required<Record>(ctx); }
+
+    static ASN1CType* constructControl(ASN1MessageBufferIF& buffer, void* value) {
+        void* place = requiredBlock(buffer.getCtxtPtr(), sizeof(Control));
+        return new (place) Control(buffer, *static_cast<Record*>(value));
     }
 
-    /// The first row with this identifier, or -1.
-    int find(const ASN1OBJID& id) const {
-        const Entry* entry = std::lower_bound(
-            entries_, entries_ + Count, id,
-            [](const Entry& a, const ASN1OBJID& b) { return compareOids(*a.id, b) < 0; });
-        return entry != entries_ + Count && compareOids(*entry->id, id) == 0 ? entry->row : -1;
+    static int encode(ASN1CTXT* ctx, Asn1TObject& object) {
+        if (object.decoded == nullptr) {
+            return rtErrSetData(&ctx->errInfo, rtStatusInvalidArgument);
+        }
+        return Encode(ctx, static_cast<Record*>(object.decoded), 1);
     }
+
+    static int decode(ASN1CTXT* ctx, Asn1TObject& object) {
+        auto* record = required<Record>(ctx);
+        object.decoded = record;
+        return Decode(ctx, record, 1, 0);
+    }
+
+    static void copy(ASN1CTXT* ctx, Asn1TObject& source, Asn1TObject& target) {
+        target.decoded = nullptr;
+        if (source.decoded != nullptr) {
+            auto* record = required<Record>(ctx);
+            Copy(ctx, static_cast<Record*>(source.decoded), record);
+            target.decoded = record;
+        }
+    }
+
+    static void free(ASN1CTXT* ctx, Asn1TObject& object) {
+        if (object.decoded != nullptr) {
+            Free(ctx, static_cast<Record*>(object.decoded));
+        }
+        if (rtMemHeapCheckPtr(&ctx->typeHeap, object.decoded)) {
+            rtMemHeapFreePtr(&ctx->typeHeap, object.decoded);
+        }
+        object.decoded = nullptr;
+    }
+};
+
+/// A row of a set while it is looked for: its identifier, and the object that the set's class casts
+/// back.
+struct ObjectRow {
+    const ASN1OBJID* id;
+    void* object;
+};
+
+/// By identifier; of equal ones the first row stays the first.
+void sortRows(std::span<ObjectRow> rows);
+/// The object of the first row with the identifier, or null.
+void* findRow(std::span<const ObjectRow> rows, const ASN1OBJID& id);
+
+/// `Set` is the derived class, which names its objects in order. One instance a process, made at
+/// first use from whichever thread; it lives until the process ends.
+template <class Set, class Class, std::uint32_t Count>
+class ObjectSet {
+public:
+    static Set* instance(ASN1CTXT*) {
+        static pthread_once_t once = PTHREAD_ONCE_INIT;
+        pthread_once(&once, [] { mpInstance = new Set; });
+        return mpInstance;
+    }
+
+    /// The first row with this identifier, or null.
+    Class* lookupObject(ASN1TObjId id) { return find(id); }
+
+    /// The same without a copy of the identifier.
+    Class* find(const ASN1OBJID& id) const { return static_cast<Class*>(findRow(rows_, id)); }
+
+protected:
+    explicit ObjectSet(const std::array<Class*, Count>& objects) {
+        std::transform(objects.begin(), objects.end(), rows_.begin(), [](Class* object) {
+            return ObjectRow{&object->id, object};
+        });
+        sortRows(rows_);
+    }
+
+    static inline Set* mpInstance = nullptr;
 
 private:
-    struct Entry {
-        const ASN1OBJID* id;
-        int row;
-    };
-    Entry entries_[Count];
+    std::array<ObjectRow, Count> rows_;
 };
 
 } // namespace asn1data

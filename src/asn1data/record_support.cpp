@@ -127,10 +127,6 @@ int SortedElements::sort() {
     return count_ > 1 ? xe_derCanonicalSort(ctx_, &list_) : static_cast<int>(first_.numocts);
 }
 
-void* requiredBlock(ASN1CTXT* ctx, std::size_t size) {
-    return orThrow(zeroedBlock(ctx, size));
-}
-
 void* zeroedArray(ASN1CTXT* ctx, std::uint32_t count, std::size_t size) {
     if (count > static_cast<std::size_t>(rtMaxBlockSize) / size) {
         return nullptr;
@@ -189,16 +185,6 @@ void copyValue(ASN1CTXT* ctx, const ASN1TSeqOfList* source, ASN1TSeqOfList* targ
     orThrow(rtCopyOpenTypeExt(ctx, source, target));
 }
 
-void adopt(ASN1TPDU& record, const ASN1CtxtPtr& context) {
-    if (record.context == nullptr) {
-        record.setContext(context.get());
-    }
-}
-
-ASN1Context* contextForCopy(const ASN1TPDU& source) {
-    return source.context != nullptr ? source.context : new ASN1Context;
-}
-
 int decodeOpen(ASN1CTXT* ctx, ASN1TOpenType* value) {
     value->numocts = 0;
     value->data = nullptr;
@@ -210,6 +196,14 @@ int decodeOpen(ASN1CTXT* ctx, ASN1TOpenType* value) {
 int decodeOpen(ASN1CTXT* ctx, Asn1TObject* value) {
     value->decoded = nullptr;
     return decodeOpen(ctx, static_cast<ASN1TOpenType*>(value));
+}
+
+int decodeOpen(ASN1CTXT* ctx, std::uint32_t tag, ASN1TOpenType* value) {
+    const std::uint32_t start = ctx->bufIndex;
+    int length = 0;
+    const int stat = enter(ctx, tag, &length);
+    ctx->bufIndex = start;
+    return stat != 0 ? stat : decodeOpen(ctx, value);
 }
 
 bool enterOpenValue(ASN1CTXT* ctx, const Asn1TObject& value) {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "asn1data/object_support.h"
+#include "asn1data/record_memory.h"
 #include "asn1rt/runtime.h"
 
 namespace asn1data {
@@ -116,22 +117,6 @@ private:
 
 // Memory.
 
-/// A zeroed block of the type heap, or null.
-inline void* zeroedBlock(ASN1CTXT* ctx, std::size_t size) {
-    return rtMemHeapAllocZ(&ctx->typeHeap, static_cast<std::int32_t>(size));
-}
-template <class T>
-T* zeroed(ASN1CTXT* ctx) {
-    return static_cast<T*>(zeroedBlock(ctx, sizeof(T)));
-}
-
-/// The same, but throws.
-void* requiredBlock(ASN1CTXT* ctx, std::size_t size);
-template <class T>
-T* required(ASN1CTXT* ctx) {
-    return static_cast<T*>(requiredBlock(ctx, sizeof(T)));
-}
-
 /// A zeroed array of `count` elements, at least a valid pointer for none; null also when the
 /// product is too large.
 void* zeroedArray(ASN1CTXT* ctx, std::uint32_t count, std::size_t size);
@@ -181,17 +166,13 @@ void copyValue(ASN1CTXT* ctx, const Asn1TObject* source, Asn1TObject* target);
 /// Extension elements.
 void copyValue(ASN1CTXT* ctx, const ASN1TSeqOfList* source, ASN1TSeqOfList* target);
 
-/// The record gets the context as its owner unless it has one.
-void adopt(ASN1TPDU& record, const ASN1CtxtPtr& context);
-
-/// The context for a copy of `source`: its own, or a new one when its contents are foreign.
-ASN1Context* contextForCopy(const ASN1TPDU& source);
-
 // Open values.
 
 /// Reads one element as it is. An element without a byte is refused, so that a loop always gets on.
 int decodeOpen(ASN1CTXT* ctx, ASN1TOpenType* value);
 int decodeOpen(ASN1CTXT* ctx, Asn1TObject* value);
+/// The same; -3 for an element with another tag.
+int decodeOpen(ASN1CTXT* ctx, std::uint32_t tag, ASN1TOpenType* value);
 
 /// Prepares the context for the raw bytes of an open value; false when it has none.
 bool enterOpenValue(ASN1CTXT* ctx, const Asn1TObject& value);

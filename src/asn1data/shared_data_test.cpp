@@ -40,9 +40,13 @@ std::vector<Entry> manifest() {
 
 std::vector<std::string> types_of(const std::string& kind) {
     static const std::map<std::string, std::vector<std::string>> types = {
-        {"cert", {"Certificate"}},         {"crl", {"CertificateListLegacy", "CertificateList"}},
-        {"ocsp_req", {"OCSPRequest"}},     {"ocsp_resp", {"OCSPResponse"}},
-        {"p10", {"CertificationRequest"}}, {"cms", {"ContentInfo", "ContentInfoLegacy"}},
+        {"cert", {"Certificate"}},
+        {"crl", {"CertificateListLegacy", "CertificateList"}},
+        {"ocsp_req", {"OCSPRequest"}},
+        {"ocsp_resp", {"OCSPResponse"}},
+        {"p10", {"CertificationRequest"}},
+        {"cms", {"ContentInfo", "ContentInfoLegacy"}},
+        {"authenticode", {"ContentInfo", "ContentInfoLegacy"}},
     };
     const auto found = types.find(kind);
     return found == types.end() ? std::vector<std::string>{} : found->second;

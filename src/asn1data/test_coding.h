@@ -84,6 +84,31 @@ inline Bytes operator+(Bytes left, const Bytes& right) {
     return left;
 }
 
+/// DER in a notation for people: `30(06(2a03)82('a'))` is tag and contents in parentheses, their
+/// length left out; bytes are hexadecimal, or characters in quotes.
+inline Bytes der(std::string_view text) {
+    std::vector<Bytes> open(1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\'') {
+            const std::size_t end = text.find('\'', i + 1);
+            open.back() = open.back() + Bytes(text.begin() + i + 1, text.begin() + end);
+            i = end;
+        } else if (text[i] == '(') {
+            open.emplace_back();
+        } else if (text[i] == ')') {
+            const Bytes contents = open.back();
+            open.pop_back();
+            const unsigned char tag = open.back().back();
+            open.back().pop_back();
+            open.back() = open.back() + tlv(tag, contents);
+        } else {
+            open.back() = open.back() + from_hex(text.substr(i, 2));
+            ++i;
+        }
+    }
+    return open.front();
+}
+
 /// A decoded value with the context that it lives in.
 template <class Record>
 class Decoded {

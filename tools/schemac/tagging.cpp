@@ -129,8 +129,6 @@ public:
         }
     }
 
-    const model::Field* catch_all() const { return catch_all_; }
-
 private:
     Diagnostics& diagnostics_;
     std::map<std::uint32_t, const model::Field*> owner_;
@@ -144,29 +142,30 @@ void check_distinct(const Family& family, Diagnostics& diagnostics) {
     }
 }
 
-// X.680, 25.6: an element that may be left out, and all that can stand in its place, up to the next
+// X.680, 25.6: elements that may be left out, and all that can stand in their place, up to the next
 // element that must be there.
 void check_sequence(const Family& family, Diagnostics& diagnostics) {
-    using Presence = model::Field::Presence;
-    for (std::size_t i = 0; i < family.fields.size(); ++i) {
-        const model::Field& field = family.fields[i];
-        if (field.presence == Presence::mandatory) {
+    std::optional<TagOwners> owners; // while a run of such elements lasts
+    const model::Field* any = nullptr;
+    bool shared = false;
+    for (const model::Field& field : family.fields) {
+        const bool mandatory = field.presence == model::Field::Presence::mandatory;
+        if (!owners && mandatory) {
             continue;
         }
-        for (std::size_t j = i + 1; j < family.fields.size(); ++j) {
-            const model::Field& next = family.fields[j];
-            if (!(field.tag_shared && j == i + 1)) {
-                TagOwners pair(diagnostics);
-                pair.add(field);
-                pair.add(next);
-                if (pair.catch_all() == &field) {
-                    diagnostics.error(next.place, next.name + " can't be told from " + field.name +
-                                                      ", which begins with any tag");
-                }
-            }
-            if (next.presence == Presence::mandatory) {
-                break;
-            }
+        if (!owners) {
+            owners.emplace(diagnostics);
+        }
+        if (any != nullptr) {
+            diagnostics.error(field.place, field.name + " can't be told from " + any->name +
+                                               ", which begins with any tag");
+        } else if (!shared) {
+            owners->add(field);
+        }
+        any = !mandatory && first_tags(field.use).empty() ? &field : nullptr;
+        shared = field.tag_shared;
+        if (mandatory) {
+            owners.reset();
         }
     }
 }

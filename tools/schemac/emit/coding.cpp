@@ -89,7 +89,10 @@ std::string decode_simple(const Simple& simple, const Access& a, const std::stri
     case Rep::text32:
         return cat("xd_32BitCharStr(ctx, ", a.address, text_tail);
     case Rep::open:
-        return cat("decodeOpen(ctx, ", a.address, ")");
+        // A structure that is kept raw still has the structure's tag.
+        return simple.raw_tag == 0
+                   ? cat("decodeOpen(ctx, ", a.address, ")")
+                   : cat("decodeOpen(ctx, ", hex(simple.raw_tag), ", ", a.address, ")");
     }
     return "";
 }

@@ -149,9 +149,7 @@ void copy_elements(Writer& writer, const Family& family) {
     }
     writer.line("rtDListInit(dst);");
     writer.open("for (const rtDListNode* node = src->head; node != nullptr; node = node->next)");
-    const std::string constant =
-        is_text_pointer(family.body) ? cat(type, " const") : cat("const ", type);
-    writer.line(cat("auto* element = static_cast<", constant, "*>(node->data);"));
+    writer.line(cat("auto* element = static_cast<", type, "*>(node->data);"));
     writer.line(cat("auto* copy = appended<", type, ">(ctx, dst);"));
     const Access to{"*copy", "copy", "copy->", "", ""};
     copy_value(writer, family.body, element_access(), to);
@@ -227,16 +225,14 @@ void emit_copy(Writer& source, const Family& family) {
         break;
     }
     const std::string record = record_name(family);
-    const bool text = is_text_pointer(Use{&family, {}, {}, {}});
-    const std::string constant = text ? cat(record, " const") : cat("const ", record);
     if (body.text().empty()) {
         source.line(
-            cat("void asn1Copy_", family.name, "(ASN1CTXT*, ", constant, "*, ", record, "*) {}"));
+            cat("void asn1Copy_", family.name, "(ASN1CTXT*, ", record, "*, ", record, "*) {}"));
         source.line();
         return;
     }
     const std::string context = body.mentions("ctx") ? " ctx" : "";
-    source.open(cat("void asn1Copy_", family.name, "(ASN1CTXT*", context, ", ", constant, "* src, ",
+    source.open(cat("void asn1Copy_", family.name, "(ASN1CTXT*", context, ", ", record, "* src, ",
                     record, "* dst)"));
     source.open("if (src == dst)");
     source.line("return;");

@@ -7,22 +7,23 @@
 
 namespace schemac::emit {
 
-/// Record, control class and function declarations.
+/// Record, function declarations and control class, in this order.
 void emit_record(Writer& header, const model::Family& family);
-void emit_control_class(Writer& header, const model::Family& family);
 void emit_declarations(Writer& header, const model::Family& family);
+void emit_control_class(Writer& header, const model::Family& family);
 
 void emit_record_operations(Writer& source, const model::Family& family);
-void emit_control_operations(Writer& source, const model::Family& family);
 void emit_encode(Writer& source, const model::Family& family);
 void emit_decode(Writer& source, const model::Family& family);
 void emit_copy(Writer& source, const model::Family& family);
 void emit_free(Writer& source, const model::Family& family);
 
-/// asn1ETC_ and asn1DTC_; nothing for a family without an open value bound to a set.
-void emit_open_value_functions(Writer& source, const model::Family& family);
+/// Nothing for a family without an open value bound to a set. They stand in front of the encoder
+/// and the decoder of the family.
+void emit_encode_typed(Writer& source, const model::Family& family);
+void emit_decode_typed(Writer& source, const model::Family& family);
 
-void emit_class(Writer& header, Writer& source, const model::ObjectClass& object_class);
+void emit_class(Writer& header, const model::ObjectClass& object_class);
 void emit_object(Writer& header, Writer& source, const model::Object& object);
 void emit_set(Writer& header, Writer& source, const model::ObjectSet& set);
 

@@ -63,7 +63,11 @@ void values(Writer& header, const Module& module) {
                         std::to_string(number.value), ";"));
     }
     for (const model::OidValue& oid : module.oids) {
-        header.line(cat("extern const ASN1TObjId ", oid.name, ";"));
+        std::string arcs;
+        for (const std::uint32_t arc : oid.arcs) {
+            arcs += cat(arcs.empty() ? "" : ", ", std::to_string(arc));
+        }
+        header.line(cat("inline constexpr OidConstant ", oid.name, "{", arcs, "};"));
     }
     if (!module.numbers.empty() || !module.oids.empty()) {
         header.line();
@@ -77,12 +81,8 @@ GeneratedFile header_file(const Module& module) {
     header.line();
     header.line("#include <cstdint>");
     header.line();
-    header.line("#include \"asn1rt/bit_string_control.h\"");
-    header.line("#include \"asn1rt/list_control.h\"");
-    header.line("#include \"asn1rt/runtime.h\"");
-    if (!module.classes.empty() || !module.sets.empty()) {
-        include(header, "object_support");
-    }
+    include(header, "control_class");
+    include(header, "object_support");
     for (const Module* other : module.header_includes) {
         include(header, other->stem);
     }
@@ -93,15 +93,15 @@ GeneratedFile header_file(const Module& module) {
     for (const Family* family : module.families) {
         emit::emit_record(header, *family);
         header.line();
-        emit::emit_control_class(header, *family);
-        header.line();
         emit::emit_declarations(header, *family);
         header.line();
+        emit::emit_control_class(header, *family);
+        header.line();
+    }
+    for (const model::ObjectClass* object_class : module.classes) {
+        emit::emit_class(header, *object_class);
     }
     Writer unused;
-    for (const model::ObjectClass* object_class : module.classes) {
-        emit::emit_class(header, unused, *object_class);
-    }
     for (const model::Object* object : module.objects) {
         emit::emit_object(header, unused, *object);
     }
@@ -139,20 +139,16 @@ GeneratedFile source_file(const Module& module, const std::string& tail, const W
 
 GeneratedFile records_file(const Module& module) {
     Writer source;
-    source_head(source, module, "Records and control classes", {"memory"}, true);
-    for (const model::OidValue& oid : module.oids) {
-        std::string arcs;
-        for (const std::uint32_t arc : oid.arcs) {
-            arcs += cat(arcs.empty() ? "" : ", ", std::to_string(arc));
-        }
-        source.line(cat("const ASN1TObjId ", oid.name, " = makeOid({", arcs, "});"));
-    }
-    if (!module.oids.empty()) {
-        source.line();
-    }
+    source_head(source, module, "Records, objects and sets", {}, true);
     for (const Family* family : module.families) {
         emit::emit_record_operations(source, *family);
-        emit::emit_control_operations(source, *family);
+    }
+    Writer unused;
+    for (const model::Object* object : module.objects) {
+        emit::emit_object(unused, source, *object);
+    }
+    for (const model::ObjectSet* set : module.sets) {
+        emit::emit_set(unused, source, *set);
     }
     close_namespace(source);
     return source_file(module, "", source);
@@ -162,6 +158,7 @@ GeneratedFile encode_file(const Module& module) {
     Writer source;
     source_head(source, module, "Encoders", {}, true);
     for (const Family* family : module.families) {
+        emit::emit_encode_typed(source, *family);
         emit::emit_encode(source, *family);
     }
     close_namespace(source);
@@ -172,6 +169,7 @@ GeneratedFile decode_file(const Module& module) {
     Writer source;
     source_head(source, module, "Decoders", {}, true);
     for (const Family* family : module.families) {
+        emit::emit_decode_typed(source, *family);
         emit::emit_decode(source, *family);
     }
     close_namespace(source);
@@ -189,26 +187,6 @@ GeneratedFile copy_file(const Module& module) {
     return source_file(module, "_copy", source);
 }
 
-GeneratedFile sets_file(const Module& module) {
-    Writer source;
-    source_head(source, module, "Open values, objects and object sets", {"pthread.h", "new"}, true);
-    Writer unused;
-    for (const Family* family : module.families) {
-        emit::emit_open_value_functions(source, *family);
-    }
-    for (const model::ObjectClass* object_class : module.classes) {
-        emit::emit_class(unused, source, *object_class);
-    }
-    for (const model::Object* object : module.objects) {
-        emit::emit_object(unused, source, *object);
-    }
-    for (const model::ObjectSet* set : module.sets) {
-        emit::emit_set(unused, source, *set);
-    }
-    close_namespace(source);
-    return source_file(module, "_sets", source);
-}
-
 } // namespace
 
 std::vector<GeneratedFile> generate(const model::Schema& schema) {
@@ -219,7 +197,6 @@ std::vector<GeneratedFile> generate(const model::Schema& schema) {
         files.push_back(encode_file(module));
         files.push_back(decode_file(module));
         files.push_back(copy_file(module));
-        files.push_back(sets_file(module));
     }
     return files;
 }

@@ -23,8 +23,8 @@ std::string suffix(const Family& family) {
 
 std::string lookup(const Family& family, const std::string& pointer) {
     const model::ObjectSet& set = *family.binding->set;
-    return cat(set.object_class->name, "* object = ", set.name, "::instance(ctx)->lookupObject(",
-               pointer, "->", family.fields[family.binding->id_field].name, ");");
+    return cat(set.object_class->name, "* object = ", set.name, "::instance(ctx)->find(", pointer,
+               "->", family.fields[family.binding->id_field].name, ");");
 }
 
 void return_if_absent(Writer& writer, const Family& family, const std::string& result) {
@@ -43,40 +43,75 @@ std::string list_loop(const std::string& value) {
 
 const std::string_view this_object = "auto& value = *static_cast<Asn1TObject*>(node->data);";
 
-void encode_typed(Writer& source, const Family& family) {
+// The one place that knows what an open value is encoded from: asn1ETC_ and the encoder call it.
+void encode_decoded(Writer& source, const Family& family) {
     const std::string value = cat("pvalue->", open_field(family).name);
-    source.open(
-        cat("int asn1ETC_", family.name, "(ASN1CTXT* ctx, ", record_name(family), "* pvalue)"));
-    return_if_absent(source, family, " 0");
+    source.line("// The typed value, if the set knows its type: its length, otherwise 0.");
+    source.open(cat("static int encodeDecoded(ASN1CTXT* ctx, ", record_name(family), "* pvalue)"));
     source.line(lookup(family, "pvalue"));
-    source.open(family.binding->list
-                    ? std::string("if (object == nullptr)")
-                    : cat("if (object == nullptr || ", value, ".decoded == nullptr)"));
+    source.open(cat("if (object == nullptr || ", value, ".decoded == nullptr)"));
     source.line("return 0;");
     source.close();
-    source.line("ScratchBuffer scratch(ctx);");
-    if (family.binding->list) {
-        source.open(list_loop(value));
-        source.line(this_object);
-        source.line("int n = scratch.start();");
-    } else {
-        source.line("int n = scratch.start();");
-    }
-    const std::string target = family.binding->list ? std::string("value") : value;
-    source.open("if (n == 0)");
-    source.line(cat("n = keepEncoded(ctx, ", target, ", object->encodeBER", suffix(family),
-                    "(ctx, ", target, "));"));
-    source.close();
-    return_failed_length(source);
-    if (family.binding->list) {
-        source.close();
-    }
-    source.line("return 0;");
+    source.line(cat("return keepEncoded(ctx, ", value, ", object->encodeBER", suffix(family),
+                    "(ctx, ", value, "));"));
     source.close();
     source.line();
 }
 
-void decode_typed(Writer& source, const Family& family) {
+void encode_single(Writer& source, const Family& family) {
+    return_if_absent(source, family, " 0");
+    source.line("ScratchBuffer scratch(ctx);");
+    source.line("int n = scratch.start();");
+    source.open("if (n == 0)");
+    source.line("n = encodeDecoded(ctx, pvalue);");
+    source.close();
+    source.line("return n < 0 ? failed(ctx, n) : 0;");
+}
+
+void encode_list(Writer& source, const Family& family) {
+    const std::string value = cat("pvalue->", open_field(family).name);
+    return_if_absent(source, family, " 0");
+    source.line(lookup(family, "pvalue"));
+    source.open("if (object == nullptr)");
+    source.line("return 0;");
+    source.close();
+    source.line("ScratchBuffer scratch(ctx);");
+    source.open(list_loop(value));
+    source.line(this_object);
+    source.line("int n = scratch.start();");
+    source.open("if (n == 0)");
+    source.line(
+        cat("n = keepEncoded(ctx, value, object->encodeBER", suffix(family), "(ctx, value));"));
+    source.close();
+    return_failed_length(source);
+    source.close();
+    source.line("return 0;");
+}
+
+} // namespace
+
+void emit_encode_typed(Writer& source, const Family& family) {
+    if (!family.binding) {
+        return;
+    }
+    if (!family.binding->list) {
+        encode_decoded(source, family);
+    }
+    source.open(
+        cat("int asn1ETC_", family.name, "(ASN1CTXT* ctx, ", record_name(family), "* pvalue)"));
+    if (family.binding->list) {
+        encode_list(source, family);
+    } else {
+        encode_single(source, family);
+    }
+    source.close();
+    source.line();
+}
+
+void emit_decode_typed(Writer& source, const Family& family) {
+    if (!family.binding) {
+        return;
+    }
     const Field& field = open_field(family);
     const std::string value = cat("pvalue->", field.name);
     source.open(
@@ -109,25 +144,11 @@ void decode_typed(Writer& source, const Family& family) {
     source.line();
 }
 
-} // namespace
-
-void emit_open_value_functions(Writer& source, const Family& family) {
-    if (family.binding) {
-        encode_typed(source, family);
-        decode_typed(source, family);
-    }
-}
-
 void encode_open_field(Writer& writer, const Family& family) {
     const Field& field = open_field(family);
     const Access access = field_access(field);
     const bool contained = simple_of(field.use)->rep == model::Rep::octets;
-    writer.line(lookup(family, "pvalue"));
-    writer.line("n = 0;");
-    writer.open(cat("if (object != nullptr && ", access.value, ".decoded != nullptr)"));
-    writer.line(cat("n = keepEncoded(ctx, ", access.value, ", object->encodeBER", suffix(family),
-                    "(ctx, ", access.value, "));"));
-    writer.close();
+    writer.line("n = encodeDecoded(ctx, pvalue);");
     writer.open("if (n == 0)");
     writer.line(cat("n = ", encode_call(field.use, access, "noTag"), ";"));
     writer.close();
@@ -161,7 +182,7 @@ void copy_open_values(Writer& writer, const Family& family) {
     writer.line(cat("const rtDListNode* target = dst->", field.name, ".head;"));
     writer.open(cat("for (const rtDListNode* node = src->", field.name,
                     ".head; object != nullptr && node != nullptr; node = node->next)"));
-    writer.line("const auto& value = *static_cast<const Asn1TObject*>(node->data);");
+    writer.line(this_object);
     writer.open("if (value.decoded != nullptr)");
     writer.line(cat(copy, "value, *static_cast<Asn1TObject*>(target->data));"));
     writer.close();

@@ -82,6 +82,8 @@ void members(Writer& header, const Family& family) {
         break;
     case Family::Kind::wrapped:
         if (family.body.simple.rep == Rep::inline_bits) {
+            header.line(cat("static constexpr std::uint32_t capacity = ",
+                            std::to_string(family.body.simple.bits), "; // in bits"));
             header.line("std::uint32_t numbits;");
             header.line(cat("unsigned char data[",
                             std::to_string((family.body.simple.bits + 7) / 8), "];"));

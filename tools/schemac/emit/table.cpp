@@ -233,7 +233,12 @@ void fill_record(Writer& writer, const Family& family) {
         const Field& field = family.fields[i];
         const bool conditional = field.presence == Field::Presence::optional;
         if (conditional) {
-            writer.open("if (random.present())");
+            // Only one of two can stand under a tag that they share.
+            const bool shared = i > 0 && family.fields[i - 1].tag_shared;
+            writer.open(shared ? cat("if (!pvalue->m.",
+                                     naming::presence_bit(family.fields[i - 1].name),
+                                     " && random.present())")
+                               : std::string("if (random.present())"));
             writer.line(cat("pvalue->m.", naming::presence_bit(field.name), " = 1;"));
         }
         const Access access = emit::field_access(field);

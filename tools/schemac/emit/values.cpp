@@ -87,6 +87,17 @@ std::string simple_type(const model::Simple& simple) {
 
 } // namespace
 
+void open_class(Writer& writer, const std::string& name, const std::string& base) {
+    constexpr std::size_t kRoom = 98; // and a brace behind a blank
+    const std::string line = cat("class ", name, " : public ", base);
+    if (line.size() <= kRoom) {
+        writer.open(line);
+        return;
+    }
+    writer.line(cat("class ", name));
+    writer.open(cat("    : public ", base));
+}
+
 std::string value_type(const Use& use) {
     return use.family != nullptr ? record_name(*use.family) : simple_type(use.simple);
 }

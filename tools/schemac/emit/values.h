@@ -26,6 +26,9 @@ Access alternative_access(const model::Field& field, const std::string& pointer 
 Access element_access();
 Access array_access(const std::string& pointer = "pvalue");
 
+/// `class X : public Base {`, the base on a line of its own when it doesn't fit.
+void open_class(Writer& writer, const std::string& name, const std::string& base);
+
 std::string record_name(const model::Family& family);
 std::string control_name(const model::Family& family);
 

@@ -1,0 +1,352 @@
+// DER written from the published notation, one row a type: what a round trip can't show, since both
+// ways follow the same schema. Optional elements are all there, so that each tag counts; a CHOICE
+// has a row for each alternative with its selector; bounds have a row on either side.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "asn1data/test_value.h"
+
+using namespace test_coding;
+
+namespace {
+
+using std::string;
+
+struct Row {
+    const char* type;
+    string der;          ///< in the notation of test_coding::der
+    unsigned selector;   ///< of a CHOICE; 0: not looked at
+    string becomes = ""; ///< the status of a refusal; empty: it comes back as it is
+};
+
+const string utc = "17('260102030405Z')";
+const string time = "18('20260102030405Z')";
+const string alg = "30(06(2a03))";
+const string spki = "30(" + alg + "03(00))";
+const string extension = "30(06(2a03)04(00))";
+const string attribute = "30(06(2a03)31(05()))";
+const string issuerSerial = "30(82('a'))02(05)"; // contents
+const string cert =
+    "30(30(02(05)" + alg + "30()30(" + utc + utc + ")30()" + spki + ")" + alg + "03(00))";
+const string certId = "30(" + alg + "04(01)04(02)02(05))";
+const string content = "30(06(2a03)a0(05()))";
+
+const Row explicitModule[] = {
+    {"TBSCertificate",
+     "30(a0(02(02))02(05)" + alg + "30()30(" + utc + time + ")30()" + spki + "81(00)82(00)a3(30(" +
+         extension + ")))",
+     0},
+    {"TBSCertList",
+     "30(02(01)" + alg + "30()" + utc + time + "30(30(02(05)" + utc + "30(" + extension +
+         ")))a0(30(" + extension + ")))",
+     0},
+    {"Time", utc, 1},
+    {"Time", time, 2},
+    {"DirectoryString", "14('a')", 1},
+    {"DirectoryString", "13('a')", 2},
+    {"DirectoryString", "1c(00000041)", 3},
+    {"DirectoryString", "0c('a')", 4},
+    {"DirectoryString", "1e(0041)", 5},
+    {"DirectoryString", "12('1')", 6},
+    {"CertificateList", "30(05())", 0},
+    {"CertificateList", "02(05)", 0, "-3"},
+};
+
+const Row implicitModule[] = {
+    {"AuthorityKeyIdentifier", "30(80(01)a1(82('a'))82(05))", 0},
+    {"PrivateKeyUsagePeriod", "30(80('20260102030405Z')81('20270102030405Z'))", 0},
+    {"PolicyInformation", "30(06(2a03)30(30(06(2a03)05())))", 0},
+    {"UserNotice", "30(30(0c('o')30(02(01)02(02)))0c('t'))", 0},
+    {"DisplayText", "16('a')", 1},
+    {"DisplayText", "1a('a')", 2},
+    {"DisplayText", "1e(0041)", 3},
+    {"DisplayText", "0c('a')", 4},
+    {"DisplayText", "0c()", 0, "-23"},
+    {"PolicyConstraintsSyntax", "30(80(01)81(02))", 0},
+    {"BasicConstraintsSyntax", "30(01(ff)02(03))", 0},
+    {"NameConstraintsSyntax", "30(a0(30(82('a')))a1(30(82('b'))))", 0},
+    {"GeneralSubtree", "30(82('a')80(00)81(05))", 0},
+    {"GeneralSubtrees", "30()", 0, "-23"},
+    {"DistributionPoint", "30(a0(a0(82('a')))81(0640)a2(82('b')))", 0},
+    {"DistributionPointName", "a0(82('a'))", 1},
+    {"DistributionPointName", "a1(30(06(2a03)0c('x')))", 2},
+    {"IssuingDistPointSyntax", "30(a0(a0(82('a')))81(ff)82(ff)83(0640)84(ff)85(ff))", 0},
+    {"EDIPartyName", "30(a0(0c('a'))a1(13('b')))", 0},
+    {"AccessDescription", "30(06(2a03)82('a'))", 0},
+};
+
+const Row addresses[] = {
+    {"CountryName", "61(12('643'))", 1},
+    {"CountryName", "61(13('RU'))", 2},
+    {"AdministrationDomainName", "62(12())", 1},
+    {"AdministrationDomainName", "62(13(' '))", 2},
+    {"PrivateDomainName", "13()", 0, "-23"},
+    {"BuiltInStandardAttributes",
+     "30(61(13('RU'))62(12('1'))80('1')81('t')a2(13('p'))83('o')84('1')a5(80('s'))a6(13('u')))", 0},
+    {"ExtensionAttribute", "30(80(01)a1(13('c')))", 0},
+    {"PDSParameter", "31(13('a')14('b'))", 0},
+    {"ExtendedNetworkAddress", "30(80('1')81('2'))", 1},
+    {"ExtendedNetworkAddress", "a0(a0(04(01))a1(04(02))a2(04(03))a3(31(04(04))))", 2},
+    {"UnstructuredName", "16('a')", 1},
+    {"UnstructuredName", "14('a')", 2},
+    {"UnstructuredName", "13('a')", 3},
+    {"UnstructuredName", "0c('a')", 5},
+    {"UnstructuredName", "12('1')", 7},
+};
+
+const Row attributeCertificates[] = {
+    {"AttributeCertificateInfo",
+     "30(02(00)a0(" + issuerSerial + ")30(82('b'))" + alg + "02(05)30(" + time + time + ")30(" +
+         attribute + ")03(00)30(" + extension + "))",
+     0},
+    {"AttributeCertificateInfo_subject", "a0(" + issuerSerial + ")", 1},
+    {"AttributeCertificateInfo_subject", "a1(82('a'))", 2},
+    {"IssuerSerial", "30(" + issuerSerial + "03(00))", 0},
+    {"ACPathData", "30(a0(" + cert + "))", 0},
+    {"Holder", "30(a0(" + issuerSerial + ")a1(82('b'))a2(0a(00)" + alg + "03(00)))", 0},
+    {"ObjectDigestInfo", "30(0a(02)06(2a03)" + alg + "03(00))", 0},
+    {"ObjectDigestInfo", "30(0a(03)" + alg + "03(00))", 0, "-6"},
+    {"AttCertIssuer", "30(82('a'))", 1},
+    {"AttCertIssuer", "a0(30(82('a'))a0(" + issuerSerial + ")a1(0a(00)" + alg + "03(00)))", 2},
+    {"Target", "a0(82('a'))", 1},
+    {"Target", "a1(82('a'))", 2},
+    {"Target", "a2(30(" + issuerSerial + ")82('n'))", 3},
+    {"IetfAttrSyntax", "30(a0(82('a'))30(04(01)06(2a03)0c('x')))", 0},
+    {"RoleSyntax", "30(a0(82('a'))a1(82('b')))", 0},
+    {"Clearance", "30(80(2a03)81(0640)a2(30(80(2a03)a1(05()))))", 0},
+    {"CertificatePair", "30(a0(" + cert + ")a1(" + cert + "))", 0},
+    {"CertificateAssertion",
+     "30(80(05)a1(30())82(01)a3()a4(" + utc +
+         ")85('20260102030405Z')86(2a03)87(0640)a8(0a(01))"
+         "a9(06(2a03))aa(30())ab(30())ac())",
+     0},
+    {"CertificateListAssertion", "30(30()80(01)81(02)03(0640)" + utc + "a2(a0(82('a')))a3(80(01)))",
+     0},
+    {"AltNameType", "0a(09)", 0, "-6"},
+};
+
+const Row messages[] = {
+    {"SignerInfo",
+     "30(02(01)80(01)" + alg + "a0(" + attribute + ")" + alg + "04(01)a1(" + attribute + "))", 0},
+    {"CertificateChoicesRaw", cert, 1},
+    {"CertificateChoicesRaw", "a0(30(02(00)" + cert + "31(" + attribute + "))" + alg + "03(00))",
+     2},
+    // What authorities send here is of version 2.
+    {"CertificateChoicesRaw", "a1(30(02(01))" + alg + "03(00))", 3},
+    {"CertificateChoicesRaw",
+     "a2(30(02(01)30(a1(82('a')))a0(30(82('b')))" + alg + "02(05)30(" + time + time + ")30())" +
+         alg + "03(00))",
+     4},
+    {"CertificateChoicesRaw", "a3(06(2a03)05())", 5},
+    {"EncapsulatedContentInfo", "30(06(2a03)a0(04(01)))", 0},
+    {"EncapsulatedContentInfo", "30(06(2a03)a0(30(02(05))))", 0},
+    {"RecipientInfo", "a1(02(03)a0(80(01))a1(04(02))" + alg + "30())", 2},
+    {"RecipientInfo", "a2(02(04)30(04(01)" + time + "30(06(2a03)05()))" + alg + "04(01))", 3},
+    {"RecipientInfo", "a3(02(00)a0(06(2a03))" + alg + "04(01))", 4},
+    {"RecipientInfo", "a4(06(2a03)05())", 5},
+    {"OriginatorIdentifierOrKey", "80(01)", 2},
+    {"OriginatorIdentifierOrKey", "a1(" + alg + "03(00))", 3},
+    {"EncryptedContentInfo", "30(06(2a03)" + alg + "80(01))", 0},
+    {"AuthenticatedData",
+     "30(02(00)a0()31(a4(06(2a03)05()))" + alg + "a1(06(2a03))30(06(2a03))a2(" + attribute +
+         ")04(01)a3(" + attribute + "))",
+     0},
+    {"ReceiptsFrom", "80(01)", 1},
+    {"ReceiptsFrom", "a1(30(82('a')))", 2},
+    {"ContentHints", "30(0c('d')06(2a03))", 0},
+    {"ESSSecurityLabel", "31(06(2a03)02(03)13('m')31(30(80(2a03)a1(05()))))", 0},
+    {"SecurityClassification", "02(0100)", 0},
+    {"SecurityClassification", "02(0101)", 0, "-23"},
+    {"SMIMEEncryptionKeyPreference", "a0(30()02(05))", 1},
+    {"SMIMEEncryptionKeyPreference", "a1(04(01))", 2},
+    {"SMIMEEncryptionKeyPreference", "82(01)", 3},
+};
+
+const Row signatureFormats[] = {
+    {"SignaturePolicy", "30(06(2a03)30(" + alg + "04(01))30(30(06(2a03)05())))", 1},
+    {"SignaturePolicy", "05()", 2},
+    {"SignerLocation", "30(a0(0c('a'))a1(13('b'))a2(30(0c('c'))))", 0},
+    {"SignerAttribute", "30(a0(30(" + attribute + ")))", 0},
+    {"CrlOcspRef", "30(a0(30(30()))a1(30(30()))a2(30(06(2a03)05())))", 0},
+    {"CrlValidatedID", "30(04(01)30(30()" + utc + "02(05)))", 0},
+    {"OcspResponsesID", "30(30(a1(30())" + time + ")04(01))", 0},
+    {"RevocationValues",
+     "30(a0(30(30()))a1(30(30(30(a2(04(01))" + time + "30())" + alg +
+         "03(00))))a2(30(06(2a03)05())))",
+     0},
+    {"PKIStatusInfo", "30(02(02)30(0c('t'))03(0520))", 0},
+    {"Accuracy", "30(02(01)80(01)81(03e7))", 0},
+    {"Accuracy", "30(81(03e8))", 0, "-23"},
+    {"EvidenceRecord",
+     "30(02(01)30(" + alg + ")a0(" + attribute + ")a1(06(2a03)05())30(30(30(" + content + "))))",
+     0},
+    {"ArchiveTimeStampSequence", "30(30(05())30())", 0},
+    {"ArchiveTimeStampChain", "30(30(" + content + ")30(30()))", 0},
+    {"ArchiveTimeStamp",
+     "30(a0(06(2a03))a1(" + attribute + ")a2(30(04(01)04(02))30())" + content + ")", 0},
+    {"ArchiveTimeStamp", "30(a2(30(04(01))))", 0, "-8"},
+    {"CryptoInfos", "30()", 0, "-23"},
+};
+
+const Row onlineStatus[] = {
+    {"TBSRequest",
+     "30(a0(02(00))a1(82('a'))30(30(" + certId + "a0(30(" + extension + "))))a2(30(" + extension +
+         ")))",
+     0},
+    {"ResponderID", "a1(30())", 1},
+    {"ResponderID", "a2(04(01))", 2},
+    {"SingleResponse",
+     "30(" + certId + "80()" + time + "a0(" + time + ")a1(30(" + extension + ")))", 0},
+    {"CertStatus", "80()", 1},
+    {"CertStatus", "a1(" + time + "a0(0a(01)))", 2},
+    {"CertStatus", "82()", 3},
+    {"CrlID", "30(a0(16('u'))a1(02(01))a2(" + time + "))", 0},
+    {"ServiceLocator", "30(30()30(30(06(2a03)82('a'))))", 0},
+    {"DVCSRequestInformation",
+     "30(02(01)0a(03)02(07)" + time + "a0(82('a'))a1(06(2a03))a2(82('b'))a3(82('c'))a4(" +
+         extension + "))",
+     0},
+    {"ServiceType", "0a(05)", 0, "-6"},
+    {"DVCSTime", time, 1},
+    {"DVCSTime", content, 2},
+    {"Data", "04(01)", 1},
+    {"Data", "30(" + alg + "04(01))", 2},
+    {"Data", "a0(30(a1(04(01))30(a2(02(00)))a0(30(30(06(2a03))))))", 3},
+    {"CertEtcToken", "a2(02(00))", 3},
+    {"CertEtcToken", "a3(06(2a03)a0(05()))", 4},
+    {"CertEtcToken", "a5(80())", 6},
+    {"CertEtcToken", "a6(" + alg + "04(01)04(02)02(05))", 7},
+    {"CertEtcToken", "a7(0a(01))", 8},
+    {"CertEtcToken", "a8(30(06(2a03)))", 9},
+    {"CertEtcToken", extension, 10},
+    {"PathProcInput", "30(30(30(06(2a03)))01(ff)80(ff)81(ff))", 0},
+    {"DVCSResponse", "a0(30(02(02))82('a'))", 2},
+    {"DVCSCertInfo",
+     "30(02(01)30(0a(01))30(" + alg + "04(01))02(05)" + time +
+         "a0(02(00))a1(06(2a03))a2()"
+         "a3(30(a1(04(01))))30(" +
+         extension + "))",
+     0},
+};
+
+const Row management[] = {
+    {"CertTemplate",
+     "30(80(02)81(05)a2(06(2a03))a3(30())a4(a0(" + utc + ")a1(" + time + "))a5(30())a6(" + alg +
+         "03(00))87(00)88(00)a9(" + extension + "))",
+     0},
+    {"ProofOfPossession", "80()", 1},
+    {"ProofOfPossession", "a1(a0(a0(82('a'))" + spki + ")" + alg + "03(00))", 2},
+    {"ProofOfPossession", "a2(80(00))", 3},
+    {"ProofOfPossession", "a3(81(01))", 4},
+    {"POPOSigningKeyInput", "30(30(" + alg + "03(00))" + spki + ")", 0},
+    {"POPOPrivKey", "80(00)", 1},
+    {"POPOPrivKey", "81(01)", 2},
+    {"POPOPrivKey", "82(00)", 3},
+    {"POPOPrivKey", "a3(" + alg + "03(00))", 4},
+    {"PKIArchiveOptions", "a0(30(a0(06(2a03))a1(06(2a03))82(00)a3(06(2a03))84(01)03(00)))", 1},
+    {"PKIArchiveOptions", "81(01)", 2},
+    {"PKIArchiveOptions", "82(ff)", 3},
+    {"PKIPublicationInfo", "30(02(01)30(30(02(02)82('a'))))", 0},
+    {"PrivateKeyInfo", "30(02(00)" + alg + "04(01)a0(" + attribute + "))", 0},
+    {"PKIHeader",
+     "30(02(02)82('a')82('b')a0(" + time + ")a1(" + alg +
+         ")a2(04(01))a3(04(02))a4(04(03))a5(04(04))"
+         "a6(04(05))a7(30(0c('t')))a8(30(30(06(2a03)))))",
+     0},
+    {"PKIBody", "a0(30(30(30(02(00)30()))))", 1},
+    {"PKIBody", "a3(30(30()))", 4},
+    {"PKIBody", "a5(30())", 6},
+    {"PKIBody", "a6(30(02(05)))", 7},
+    {"PKIBody", "a8(30(30()))", 9},
+    {"PKIBody", "aa(30(30(02(00))))", 11},
+    {"PKIBody", "ab(30(30(30())))", 12},
+    {"PKIBody", "ac(30(30(30(02(00)))))", 13},
+    {"PKIBody", "b1(30(02(05)30(82('a')02(05))" + time + time + "))", 18},
+    {"PKIBody", "b2(30())", 19},
+    {"PKIBody", "b3(05())", 20},
+    {"PKIBody", "b6(30())", 23},
+    {"PKIBody", "b7(30(30(02(02))02(07)30(0c('t'))))", 24},
+    {"PKIBody", "b8(30(30(04(01)02(00)30(02(00)))))", 25},
+    {"PKIBody", "ba(30(30(02(00)02(3c)30(0c('t')))))", 27},
+    {"CertRepMessage",
+     "30(a1(30(" + cert + "))30(30(02(00)30(02(00))30(a0(" + cert +
+         ")a0(30(03(00)))"
+         "a1(30(02(01))))04(01))))",
+     0},
+    {"KeyRecRepContent",
+     "30(30(02(00))a0(" + cert + ")a1(30(" + cert + "))a2(30(30(a1(30(03(00)))))))", 0},
+    {"RevRepContent", "30(30(30(02(00)))a0(30(30(82('a')02(05))))a1(30(30())))", 0},
+    {"OOBCertHash", "30(a0(" + alg + ")a1(30(82('a')02(05)))03(00))", 0},
+    {"PKIAudit", "30(0a(04)" + time + "30(0c('t')))", 0},
+    {"PKIAuditType", "0a(05)", 0, "-6"},
+    {"KeyBlockAsn1EncodedFormat", "30(02(01)04(01)" + alg + "04(02)a0(" + attribute + ")04(03))",
+     0},
+};
+
+const Row parameters[] = {
+    {"SharedInfo", "30(" + alg + "a0(04(01))a2(04(02)))", 0},
+    {"OtherInfo", "30(30(06(2a03)04(00000001))a0(04(01))a2(04(02)))", 0},
+    {"KeySpecificInfo", "30(06(2a03)04(000001))", 0, "-23"},
+    {"AES_IV", "04('15 characters..')", 0, "-23"},
+    {"CBCParameter", "04('8 bytes.')", 0},
+    {"RC2CBCParameter", "30(02(3a)04(01))", 0},
+    {"RsaPubKey", "30(02(00c1)02(03))", 0},
+    {"RSAES_OAEP_params", "30(a0(" + alg + ")a1(" + alg + ")a2(" + alg + "))", 0},
+    {"RSASSA_PSS_params", "30(a0(" + alg + ")a1(" + alg + ")a2(02(20))a3(02(01)))", 0},
+    {"PBKDF2_params", "30(04(01)02(05)02(20)" + alg + ")", 0},
+    {"PBKDF2_params", "30(" + alg + "02(05))", 0},
+    {"PBEParameter", "30(04('7 bytes')02(05))", 0, "-23"},
+    {"RC5_CBC_Parameters", "30(02(10)02(0c)02(40)04(01))", 0},
+    {"RC5_CBC_Parameters", "30(02(10)02(07)02(40))", 0, "-23"},
+    {"DomainParameters", "30(02(07)02(02)02(03)02(01)30(03(00)02(05)))", 0},
+    {"EcpkParameters", "30(02(01)30(06(2a03)02(07))30(04(01)04(02)03(00))04(03)02(05)02(01))", 1},
+    {"EcpkParameters", "06(2a03)", 2},
+    {"EcpkParameters", "05()", 3},
+    {"GostR3410_2001_PublicKeyParameters", "30(06(2a03)06(2a04)06(2a05))", 0},
+    {"GostR3410_2012_PublicKeyParameters", "30(06(2a03)06(2a04))", 0},
+    {"GostR3410_2012_PublicKeyParameters", "30(06(2a03)06(2a04)06(2a05))", 0, "-10"},
+};
+
+template <std::size_t Count>
+void expect_rows(const Row (&rows)[Count]) {
+    for (const Row& row : rows) {
+        const asn1data::TypeEntry* type = find_type(row.type);
+        ASSERT_NE(type, nullptr) << row.type;
+        const Bytes bytes = der(row.der);
+        Value value(*type);
+        const int status = value.decode(bytes);
+        const string result = status != 0 ? std::to_string(status) : value.encode().hex();
+        EXPECT_EQ(result, row.becomes.empty() ? to_hex(bytes) : row.becomes)
+            << row.type << " " << row.der;
+        if (status == 0 && row.selector != 0) {
+            EXPECT_EQ(type->selector(value.record()), row.selector) << row.type << " " << row.der;
+        }
+    }
+}
+
+TEST(TypeBytes, CertificatesAndNames) {
+    expect_rows(explicitModule);
+    expect_rows(implicitModule);
+    expect_rows(addresses);
+}
+TEST(TypeBytes, AttributeCertificatesAndMatching) {
+    expect_rows(attributeCertificates);
+}
+TEST(TypeBytes, Messages) {
+    expect_rows(messages);
+}
+TEST(TypeBytes, SignatureFormatsAndRecords) {
+    expect_rows(signatureFormats);
+}
+TEST(TypeBytes, OnlineStatusAndValidation) {
+    expect_rows(onlineStatus);
+}
+TEST(TypeBytes, Management) {
+    expect_rows(management);
+}
+TEST(TypeBytes, Parameters) {
+    expect_rows(parameters);
+}
+
+} // namespace
