@@ -59,7 +59,7 @@ void asn1Decode(const CBlob& der, Value& value) {
 
 // The DER of a record.
 template <class Traits>
-CBlob asn1EncodeT(typename const Traits::ASN1_T& record) {
+CBlob asn1EncodeT(const typename Traits::ASN1_T& record) {
     return withResultCodes([&] {
         ASN1BEREncodeBuffer buffer;
         typename Traits::ASN1_T local{};

@@ -41,7 +41,7 @@ CPKIFreeText::operator CPKIFreeTextString() {
     return static_cast<const CPKIFreeTextString&>(static_cast<const CPKIFreeText&>(*this));
 }
 
-const CPKIFreeText::operator CPKIFreeTextString&() const {
+CPKIFreeText::operator const CPKIFreeTextString&() const {
     if (empty())
         failArgument();
     return *find(CLanguageTagDefaultRead());

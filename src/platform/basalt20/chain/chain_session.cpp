@@ -247,7 +247,8 @@ bool ChainSession::checks(const Judgement& judgement, std::size_t index) const {
 void ChainSession::judge_revocation(Judgement& judgement, const Question& question,
                                     bool may_fetch) {
     const CertificatePath entries = entries_of(path_of_judgement(judgement));
-    StatusQuestion status{question.at, question.now, settings_.revocation, false, may_fetch};
+    StatusQuestion status{question.at, question.now, settings_.revocation,
+                          false,       may_fetch,    settings_.strength};
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
         if (!checks(judgement, i)) {
             continue;

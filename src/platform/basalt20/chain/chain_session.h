@@ -65,6 +65,7 @@ public:
     const Budget& budget() const { return budget_; }
     const SearchCounts& counts() const { return counts_; }
     unsigned exchanges() const { return retrieval_.exchanges(); }
+    std::size_t certificates_taken_apart() const { return pool_.prepared_from_given(); }
 
 private:
     struct Question {

@@ -14,6 +14,7 @@ namespace basalt {
 namespace {
 
 constexpr int kNoBoundOnDepth = 64;
+constexpr char kAnyPolicy[] = "2.5.29.32.0";
 constexpr char kAnyUsage[] = "2.5.29.37.0";
 constexpr char kTimeStamping[] = "1.3.6.1.5.5.7.3.8";
 
@@ -78,18 +79,25 @@ X509_STORE* position_store() {
     return store;
 }
 
+void add_policy(X509_VERIFY_PARAM* param, const char* policy) {
+    ASN1_OBJECT* object = OBJ_txt2obj(policy, 1);
+    require(object != nullptr, E_INVALIDARG);
+    if (X509_VERIFY_PARAM_add0_policy(param, object) != 1) {
+        ASN1_OBJECT_free(object);
+        fail(E_OUTOFMEMORY);
+    }
+}
+
+// The verifier takes no set for an empty one, which no policy that is demanded can be in.
 void set_policies(X509_VERIFY_PARAM* param, const std::vector<std::string>& policies) {
+    if (policies.empty()) {
+        add_policy(param, kAnyPolicy);
+        return;
+    }
     for (const std::string& policy : policies) {
-        ASN1_OBJECT* object = OBJ_txt2obj(policy.c_str(), 1);
-        require(object != nullptr, E_INVALIDARG);
-        if (X509_VERIFY_PARAM_add0_policy(param, object) != 1) {
-            ASN1_OBJECT_free(object);
-            fail(E_OUTOFMEMORY);
-        }
+        add_policy(param, policy.c_str());
     }
-    if (!policies.empty()) {
-        X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_EXPLICIT_POLICY);
-    }
+    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_EXPLICIT_POLICY);
 }
 
 void run_verifier(const std::vector<X509*>& path, const std::vector<std::string>& policies,

@@ -107,8 +107,10 @@ void clear_old(const std::string& name) {
     std::uintmax_t bytes = 0;
     for (const fs::directory_entry& entry : fs::directory_iterator(name, error)) {
         const std::uintmax_t size = entry.file_size(error);
-        files.push_back({entry.last_write_time(error), error ? 0 : size, entry.path()});
-        bytes += files.back().bytes;
+        if (!error) {
+            files.push_back({entry.last_write_time(error), size, entry.path()});
+            bytes += size;
+        }
     }
     if (files.size() <= kMost.files && bytes <= kMost.bytes) {
         return;

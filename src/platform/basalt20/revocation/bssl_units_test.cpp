@@ -146,5 +146,24 @@ TEST(BsslUnitsTest, ListsAndAnswersGiveWhatIsExpectedButForTheTable) {
     EXPECT_GE(right * 102, 88 * all);
 }
 
+std::string content_of(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// What authorities of time-stamps publish today.
+TEST(RealEvidenceTest, ListsAndAnswersOfAuthoritiesCanBeRead) {
+    const fs::path root = fs::path(CHRONOSEAL_SHARED_DATA) / "pathval";
+    if (!fs::exists(root / "tsa_crl")) {
+        GTEST_SKIP() << "no data in " << root;
+    }
+    for (const auto& file : fs::directory_iterator(root / "tsa_crl")) {
+        EXPECT_NE(read_crl(bytes_of(content_of(file))), nullptr) << file;
+    }
+    for (const auto& file : fs::directory_iterator(root / "tsa_ocsp")) {
+        EXPECT_NE(read_ocsp(bytes_of(content_of(file))), nullptr) << file;
+    }
+}
+
 } // namespace
 } // namespace basalt::test

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <map>
 
 namespace basalt {
 
@@ -103,7 +104,8 @@ std::vector<CertificateEntry> certificates_of(const OCSP_BASICRESP* basic) {
     return entries;
 }
 
-// Compares one identifier with the certificate, by whatever digest the responder has taken.
+// Compares identifiers with the certificate, by whatever digest the responder has taken. Each
+// digest is computed once, however many entries there are.
 class Identity {
 public:
     Identity(X509* certificate, X509* issuer) : certificate_(certificate), issuer_(issuer) {}
@@ -116,15 +118,26 @@ public:
         if (ASN1_INTEGER_cmp(serial, X509_get0_serialNumber(certificate_)) != 0) {
             return false;
         }
-        const EVP_MD* digest = EVP_get_digestbyobj(algorithm);
-        const OpensslOwner<OCSP_CERTID, OCSP_CERTID_free> wanted(
-            digest != nullptr ? OCSP_cert_to_id(digest, certificate_, issuer_) : nullptr);
-        return wanted && OCSP_id_cmp(id, wanted.get()) == 0;
+        const OCSP_CERTID* wanted = identifier(OBJ_obj2nid(algorithm));
+        return wanted != nullptr && OCSP_id_cmp(id, wanted) == 0;
     }
 
 private:
+    using IdOwner = OpensslOwner<OCSP_CERTID, OCSP_CERTID_free>;
+
+    const OCSP_CERTID* identifier(int digest_nid) {
+        const auto known = identifiers_.find(digest_nid);
+        if (known != identifiers_.end()) {
+            return known->second.get();
+        }
+        const EVP_MD* digest = EVP_get_digestbynid(digest_nid);
+        IdOwner id(digest != nullptr ? OCSP_cert_to_id(digest, certificate_, issuer_) : nullptr);
+        return identifiers_.emplace(digest_nid, std::move(id)).first->second.get();
+    }
+
     X509* certificate_;
     X509* issuer_;
+    std::map<int, IdOwner> identifiers_;
 };
 
 struct Entry {

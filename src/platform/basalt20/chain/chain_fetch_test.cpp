@@ -1,0 +1,155 @@
+// When a chain goes to the network, and when not: counted at a server on loopback.
+#include "basalt20/chain/judged_chain.h"
+#include "basalt20/revocation/live_responder.h"
+
+#include <openssl/pkcs7.h>
+
+namespace basalt::test {
+namespace {
+
+class ChainFetchTest : public ::testing::Test {
+protected:
+    LiveResponder server_;
+    std::unique_ptr<Party> root_ = make_party({"root", nullptr, kAuthority});
+    std::unique_ptr<Party> middle_ = make_party({"middle", root_.get(), kAuthority});
+    Setting setting_{{encoded(root_.get())}, BASALT_REVOCATION_REQUIRE};
+
+    std::string sources() const {
+        return "crlDistributionPoints=URI:" + server_.url("/list") +
+               "\nauthorityInfoAccess=OCSP;URI:" + server_.url("/ocsp") +
+               ",caIssuers;URI:" + server_.url("/issuer") + "\n";
+    }
+};
+
+TEST_F(ChainFetchTest, ATokenUnderAnUnknownRootMakesNoConnection) {
+    const auto rogue_root = make_party({"rogue root", nullptr, kAuthority});
+    const auto rogue =
+        make_party({"rogue", rogue_root.get(), std::string(kAuthority) + "\n" + sources()});
+    const auto stamper = make_party({"stamper", rogue.get(), kStamper + sources()});
+    EXPECT_EQ(stamp_verdict(setting_,
+                            {encoded(stamper.get()), encoded_all({rogue.get(), rogue_root.get()})}),
+              CERT_E_UNTRUSTEDROOT);
+    EXPECT_EQ(server_.requests(), 0u);
+}
+
+TEST_F(ChainFetchTest, APathThatIsBadAnywayMakesNoConnection) {
+    const auto serving = make_party({"middle", root_.get(),
+                                     std::string(kAuthority) +
+                                         "\npolicyConstraints=critical,"
+                                         "requireExplicitPolicy:0\n" +
+                                         sources()});
+    const auto stamper = make_party({"stamper", serving.get(), kStamper + sources()});
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), {encoded(serving.get())}}),
+              CERT_E_INVALID_POLICY);
+    const auto expired =
+        make_party({"stamper", middle_.get(), kStamper + sources(), -9'000, -8'000});
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(expired.get()), {encoded(middle_.get())}}),
+              CERT_E_EXPIRED);
+    EXPECT_EQ(server_.requests(), 0u);
+}
+
+TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {
+    const auto stamper =
+        make_party({"stamper", middle_.get(),
+                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    server_.serve("/list", {make_list({middle_.get(), -1, 100})});
+    const ChainReference chain =
+        build(make_engine(setting_), {encoded(stamper.get()), {encoded(middle_.get())}});
+    EXPECT_EQ(stamp_verdict(chain), 0u);
+    EXPECT_EQ(server_.requests(), 1u);
+    const auto* evidence = static_cast<const BASALT_REVOCATION_EVIDENCE*>(
+        chain->rgpChain[0]->rgpElement[0]->pRevocationInfo->pvOidSpecificInfo);
+    ASSERT_NE(evidence, nullptr);
+    EXPECT_EQ(evidence->dwSource, BASALT_EVIDENCE_FROM_NETWORK);
+    EXPECT_EQ(std::string(evidence->pszUrl), server_.url("/list"));
+    // The next chain finds it in the cache, with or without the network.
+    setting_.flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), {encoded(middle_.get())}}), 0u);
+    EXPECT_EQ(server_.requests(), 1u);
+}
+
+TEST_F(ChainFetchTest, CacheOnlyFlagsKeepOffTheNetwork) {
+    const auto stamper = make_party({"stamper", middle_.get(), kStamper + sources()});
+    const Given given{encoded(stamper.get()), {encoded(middle_.get())}};
+    for (const DWORD flag :
+         {CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL, CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY}) {
+        const ChainReference chain = build(make_engine(setting_), given, flag);
+        EXPECT_EQ(stamp_verdict(chain), CRYPT_E_REVOCATION_OFFLINE);
+        const ChainReference without_issuer =
+            build(make_engine(setting_), {encoded(stamper.get())}, flag);
+        EXPECT_EQ(stamp_verdict(without_issuer), CERT_E_CHAINING);
+    }
+    EXPECT_EQ(server_.requests(), 0u);
+}
+
+TEST_F(ChainFetchTest, NoMoreThanTwoPathsGoToTheNetwork) {
+    // Four certificates of one authority, each with an address of its own that doesn't answer.
+    std::vector<std::string> bag;
+    for (int i = 0; i < 4; ++i) {
+        CertificateSpec spec{"middle", root_.get(),
+                             std::string(kAuthority) + "\ncrlDistributionPoints=URI:" +
+                                 server_.url("/none" + std::to_string(i))};
+        spec.same_key = middle_.get();
+        bag.push_back(encoded(make_party(spec).get()));
+    }
+    const auto stamper = make_party({"stamper", middle_.get(), kStamper});
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), bag}), CRYPT_E_REVOCATION_OFFLINE);
+    EXPECT_EQ(server_.requests(), 2u);
+}
+
+std::string bag_of(const std::vector<const Party*>& parties) {
+    const OpensslOwner<PKCS7, PKCS7_free> message(PKCS7_new());
+    PKCS7_set_type(message.get(), NID_pkcs7_signed);
+    PKCS7_content_new(message.get(), NID_pkcs7_data);
+    for (const Party* party : parties) {
+        PKCS7_add_certificate(message.get(), party->certificate());
+    }
+    unsigned char* der = nullptr;
+    const int size = i2d_PKCS7(message.get(), &der);
+    std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
+    OPENSSL_free(der);
+    return bytes;
+}
+
+TEST_F(ChainFetchTest, MissingIssuersAreFetchedAndKeptOnceTheyAreFoundGood) {
+    const auto decoy = make_party({"decoy", nullptr, kAuthority});
+    for (const std::string& body : {encoded(middle_.get()), bag_of({decoy.get(), middle_.get()})}) {
+        server_.forget();
+        const std::size_t before = server_.requests();
+        setting_.revocation = BASALT_REVOCATION_OFF;
+        const auto stamper = make_party(
+            {"stamper", middle_.get(),
+             kStamper + ("authorityInfoAccess=caIssuers;URI:" + server_.url("/issuer"))});
+        const Given given{encoded(stamper.get())};
+        EXPECT_EQ(stamp_verdict(setting_, given), CERT_E_CHAINING);
+        EXPECT_TRUE(server_.cached().empty());
+        server_.serve("/issuer", {body});
+        EXPECT_EQ(stamp_verdict(setting_, given), 0u);
+        EXPECT_EQ(server_.requests() - before, 2u);
+        EXPECT_EQ(stamp_verdict(setting_, given), 0u);
+        EXPECT_EQ(server_.requests() - before, 2u) << "from the cache";
+    }
+}
+
+TEST_F(ChainFetchTest, FetchingIssuersEndsAtFourAndAtAnUnknownRoot) {
+    // Each certificate names the next one, for ever.
+    std::vector<std::unique_ptr<Party>> line;
+    line.push_back(make_party({"link0", nullptr, kAuthority}));
+    for (int i = 1; i < 8; ++i) {
+        line.push_back(
+            make_party({"link" + std::to_string(i), line.back().get(),
+                        std::string(kAuthority) + "\nauthorityInfoAccess=caIssuers;URI:" +
+                            server_.url("/link" + std::to_string(i - 1))}));
+        server_.serve("/link" + std::to_string(i - 1),
+                      {encoded(line[static_cast<std::size_t>(i) - 1].get())});
+    }
+    setting_.revocation = BASALT_REVOCATION_OFF;
+    EXPECT_NE(stamp_verdict(setting_, {encoded(line.back().get())}), 0u);
+    EXPECT_EQ(server_.requests(), 4u);
+    EXPECT_TRUE(server_.cached().empty());
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(line[2].get())}), CERT_E_UNTRUSTEDROOT);
+    EXPECT_EQ(server_.requests(), 6u);
+}
+
+} // namespace
+} // namespace basalt::test

@@ -1,0 +1,315 @@
+// What a path must be like: strength, validity, usages, policies; and what engines change.
+#include "basalt20/chain/chain_session.h"
+#include "basalt20/chain/judged_chain.h"
+#include "basalt20/store/record.h"
+
+#include <openssl/rsa.h>
+
+namespace basalt::test {
+namespace {
+
+class ChainRulesTest : public ::testing::Test {
+protected:
+    std::unique_ptr<Party> root_ = make_party({"root", nullptr, kAuthority});
+    std::unique_ptr<Party> middle_ = make_party({"middle", root_.get(), kAuthority});
+    std::unique_ptr<Party> stamper_ = make_party({"stamper", middle_.get(), kStamper});
+    Setting setting_{{encoded(root_.get())}};
+
+    DWORD verdict_with_middle(const std::string& extensions,
+                              const std::string& of_stamper = kStamper) {
+        const auto middle = make_party({"middle", root_.get(), extensions});
+        const auto stamper = make_party({"stamper", middle.get(), of_stamper});
+        return stamp_verdict(setting_, {encoded(stamper.get()), {encoded(middle.get())}});
+    }
+};
+
+TEST_F(ChainRulesTest, WeakKeysAndDigestsAreRefusedAndAgedOnesRemarkedOn) {
+    const EvpKey rsa512(EVP_RSA_gen(512));
+    const EvpKey rsa1024(EVP_RSA_gen(1024));
+    const EvpKey rsa2048(EVP_RSA_gen(2048));
+    struct Case {
+        const char* what;
+        EVP_PKEY* key; // of the middle
+        const EVP_MD* digest;
+        bool passes_floor;
+        bool passes_current;
+    };
+    const Case cases[] = {
+        {"RSA-512", rsa512.get(), EVP_sha256(), false, false},
+        {"RSA-1024", rsa1024.get(), EVP_sha256(), true, false},
+        {"RSA-2048", rsa2048.get(), EVP_sha256(), true, true},
+        {"SHA-1", rsa2048.get(), EVP_sha1(), true, false},
+        {"MD5", rsa2048.get(), EVP_md5(), false, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const Given given{remade(*stamper_, c.key, c.digest),
+                          {remade(*middle_, root_->private_key.get(), EVP_sha256(), c.key)}};
+        for (const DWORD strength : {BASALT_STRENGTH_FLOOR, BASALT_STRENGTH_CURRENT}) {
+            Setting setting = setting_;
+            setting.strength = strength;
+            const ChainReference chain = build(make_engine(setting), given);
+            const bool passes =
+                strength == BASALT_STRENGTH_FLOOR ? c.passes_floor : c.passes_current;
+            EXPECT_EQ(stamp_verdict(chain), passes ? 0 : TRUST_E_CERT_SIGNATURE);
+            EXPECT_EQ((chain->TrustStatus.dwErrorStatus & CERT_TRUST_HAS_WEAK_SIGNATURE) == 0,
+                      passes);
+            if (c.passes_floor) {
+                EXPECT_EQ((chain->TrustStatus.dwInfoStatus & BASALT_TRUST_HAS_AGED_STRENGTH) == 0,
+                          c.passes_current);
+            }
+        }
+    }
+}
+
+TEST_F(ChainRulesTest, TheLastSecondOfValidityIsWhole) {
+    const auto stamper = make_party({"stamper", middle_.get(), kStamper, -100, 0});
+    const Given given{encoded(stamper.get()), {encoded(middle_.get())}};
+    EXPECT_EQ(stamp_verdict(setting_, given, ticks_at(0)), 0u);
+    EXPECT_EQ(stamp_verdict(setting_, given, ticks_at(0) + kTicksPerSecond / 2), 0u);
+    EXPECT_EQ(stamp_verdict(setting_, given, ticks_at(0) + kTicksPerSecond), CERT_E_EXPIRED);
+    EXPECT_EQ(stamp_verdict(setting_, given, ticks_at(-100) - 1), CERT_E_EXPIRED);
+}
+
+TEST_F(ChainRulesTest, UsagesOfTheSignerAndOfAuthorities) {
+    const std::string authority = std::string(kAuthority) + "\nextendedKeyUsage=";
+    EXPECT_EQ(verdict_with_middle(kAuthority), 0u);
+    EXPECT_EQ(verdict_with_middle(authority + "timeStamping,serverAuth"), 0u);
+    EXPECT_EQ(verdict_with_middle(authority + "anyExtendedKeyUsage"), 0u);
+    EXPECT_EQ(verdict_with_middle(authority + "serverAuth"), CERT_E_WRONG_USAGE);
+    const std::string end = "basicConstraints=critical,CA:FALSE\nextendedKeyUsage=";
+    for (const char* usages :
+         {"timeStamping", "critical,timeStamping,serverAuth", "critical,timeStamping,1.2.3.4",
+          "critical,anyExtendedKeyUsage", "critical,serverAuth"}) {
+        EXPECT_EQ(verdict_with_middle(kAuthority, end + usages), CERT_E_WRONG_USAGE) << usages;
+    }
+    EXPECT_EQ(verdict_with_middle(kAuthority, "basicConstraints=critical,CA:TRUE\n"
+                                              "extendedKeyUsage=critical,timeStamping"),
+              CERT_E_WRONG_USAGE);
+    EXPECT_EQ(verdict_with_middle("keyUsage=keyCertSign"), TRUST_E_BASIC_CONSTRAINTS)
+        << "a key usage doesn't make an authority";
+}
+
+TEST_F(ChainRulesTest, PoliciesThatCertificatesDemandAreLookedAt) {
+    const std::string demanding =
+        std::string(kAuthority) + "\npolicyConstraints=critical,requireExplicitPolicy:0\n";
+    EXPECT_EQ(verdict_with_middle(demanding), CERT_E_INVALID_POLICY);
+    const std::string policy = "certificatePolicies=1.2.3.4\n";
+    EXPECT_EQ(verdict_with_middle(demanding + policy, kStamper + policy), 0u);
+    EXPECT_EQ(verdict_with_middle(demanding + policy,
+                                  kStamper + std::string("certificatePolicies=1.2.3.5")),
+              CERT_E_INVALID_POLICY);
+}
+
+TEST_F(ChainRulesTest, UsagesAndPoliciesThatAreAskedForCount) {
+    const std::string policy = "certificatePolicies=1.2.3.4\n";
+    const auto middle =
+        make_party({"middle", root_.get(), std::string(kAuthority) + "\n" + policy});
+    const auto end = make_party({"end", middle.get(), "extendedKeyUsage=serverAuth\n" + policy});
+    const EngineReference engine = make_engine(setting_);
+    const auto errors = [&](const char* usage, const char* asked_policy, DWORD size) {
+        BASALT_CHAIN_PARA para{};
+        para.Base.cbSize = size;
+        char* usages[] = {const_cast<char*>(usage)};
+        char* policies[] = {const_cast<char*>(asked_policy)};
+        if (usage != nullptr) {
+            para.Base.RequestedUsage.Usage = {1, usages};
+        }
+        if (asked_policy != nullptr) {
+            para.RequestedIssuancePolicy.Usage = {1, policies};
+        }
+        PCCERT_CHAIN_CONTEXT chain = nullptr;
+        EXPECT_TRUE(CertGetCertificateChain(engine.get(), context_of(encoded(end.get())).get(),
+                                            nullptr, store_of({encoded(middle.get())}).get(),
+                                            &para.Base, 0, nullptr, &chain));
+        const ChainReference held(chain);
+        return chain->TrustStatus.dwErrorStatus;
+    };
+    const char* const server = "1.3.6.1.5.5.7.3.1";
+    const char* const client = "1.3.6.1.5.5.7.3.2";
+    EXPECT_EQ(errors(server, nullptr, sizeof(BASALT_CHAIN_PARA)), 0u);
+    EXPECT_EQ(errors(client, nullptr, sizeof(BASALT_CHAIN_PARA)),
+              CERT_TRUST_IS_NOT_VALID_FOR_USAGE);
+    EXPECT_EQ(errors(nullptr, "1.2.3.4", sizeof(BASALT_CHAIN_PARA)), 0u);
+    EXPECT_EQ(errors(nullptr, "2.5.29.32.0", sizeof(BASALT_CHAIN_PARA)), 0u);
+    EXPECT_EQ(errors(nullptr, "1.2.3.5", sizeof(BASALT_CHAIN_PARA)),
+              CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY);
+    EXPECT_EQ(errors(nullptr, "1.2.3.5", sizeof(CERT_CHAIN_PARA)), 0u)
+        << "a field that the size doesn't cover";
+}
+
+TEST_F(ChainRulesTest, EachEngineJudgesByItsOwnAnchorsAndMode) {
+    const auto other = make_party({"other root", nullptr, kAuthority});
+    const Given given{encoded(stamper_.get()),
+                      {encoded(middle_.get())},
+                      {make_list({middle_.get(), -1, 100, {{stamper_.get(), -5, 0}}}),
+                       make_list({root_.get(), -1, 100})}};
+    Setting strange = setting_;
+    strange.anchors = {encoded(other.get())};
+    Setting strict = setting_;
+    strict.revocation = BASALT_REVOCATION_REQUIRE;
+    const EngineReference engines[] = {make_engine(setting_), make_engine(strange),
+                                       make_engine(strict)};
+    EXPECT_EQ(stamp_verdict(build(engines[0], given)), 0u);
+    EXPECT_EQ(stamp_verdict(build(engines[1], given)), CERT_E_CHAINING);
+    EXPECT_EQ(stamp_verdict(build(engines[2], given)), CRYPT_E_REVOKED);
+    EXPECT_EQ(stamp_verdict(build(engines[0], given)), 0u);
+}
+
+TEST_F(ChainRulesTest, BadEnginesAndStoresAreRefused) {
+    BASALT_CHAIN_ENGINE_CONFIG config{};
+    HCERTCHAINENGINE engine = nullptr;
+    const auto refused = [&](DWORD code) {
+        SetLastError(0);
+        EXPECT_FALSE(CertCreateCertificateChainEngine(&config.Base, &engine));
+        EXPECT_EQ(GetLastError(), code);
+        config = {};
+        config.Base.cbSize = sizeof config;
+    };
+    refused(E_INVALIDARG);
+    config.dwRevocationMode = BASALT_REVOCATION_OFF + 1;
+    refused(E_INVALIDARG);
+    config.Base.hRestrictedTrust = &config;
+    refused(E_INVALIDARG);
+    config.Base.hExclusiveRoot = &config;
+    refused(ERROR_INVALID_HANDLE);
+    ASSERT_TRUE(CertCreateCertificateChainEngine(&config.Base, &engine));
+    CertFreeCertificateChainEngine(engine);
+    CertFreeCertificateChainEngine(nullptr);
+
+    CERT_CHAIN_PARA para{};
+    para.cbSize = sizeof para;
+    PCCERT_CHAIN_CONTEXT chain = nullptr;
+    const CertificateReference end = context_of(encoded(stamper_.get()));
+    EXPECT_FALSE(
+        CertGetCertificateChain(engine, end.get(), nullptr, nullptr, &para, 0, nullptr, &chain))
+        << "an engine that is no more";
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_FALSE(
+        CertGetCertificateChain(nullptr, end.get(), nullptr, &config, &para, 0, nullptr, &chain));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+}
+
+TEST_F(ChainRulesTest, TheEvidenceThatDecidedAndALaterRevocationAreTold) {
+    Setting setting = setting_;
+    setting.revocation = BASALT_REVOCATION_REQUIRE;
+    constexpr int kCompromised = 1;
+    const std::string list =
+        make_list({middle_.get(), 5, 100, {{stamper_.get(), 3, kCompromised}}});
+    setting.now = ticks_at(10);
+    const ChainReference chain =
+        build(make_engine(setting), {encoded(stamper_.get()),
+                                     {encoded(middle_.get())},
+                                     {list, make_list({root_.get(), -1, 100})}});
+    BASALT_TIME_STAMP_POLICY_STATUS told{};
+    told.cbSize = sizeof told;
+    EXPECT_EQ(stamp_verdict(chain, ticks_at(0), &told), CRYPT_E_REVOKED);
+    EXPECT_TRUE(told.fRevokedLater);
+    EXPECT_EQ(told.dwReason, DWORD{kCompromised});
+    EXPECT_EQ(ticks_of(told.ftRevoked), ticks_at(3));
+    EXPECT_EQ(stamp_verdict(chain, ticks_at(4), &told), CRYPT_E_REVOKED);
+    EXPECT_FALSE(told.fRevokedLater);
+
+    const CERT_REVOCATION_INFO* info = chain->rgpChain[0]->rgpElement[0]->pRevocationInfo;
+    ASSERT_NE(info, nullptr);
+    EXPECT_EQ(info->dwRevocationResult, CRYPT_E_REVOKED);
+    const auto* evidence = static_cast<const BASALT_REVOCATION_EVIDENCE*>(info->pvOidSpecificInfo);
+    ASSERT_NE(evidence, nullptr);
+    EXPECT_EQ(evidence->dwKind, BASALT_EVIDENCE_CRL);
+    EXPECT_EQ(evidence->dwSource, BASALT_EVIDENCE_FROM_STORE);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(evidence->pbEncoded), evidence->cbEncoded), list);
+    EXPECT_EQ(ticks_of(evidence->ftThisUpdate), ticks_at(5));
+    EXPECT_EQ(evidence->pszUrl, nullptr);
+}
+
+// Whatever comes in a bag, what is done with it is bounded.
+TEST_F(ChainRulesTest, HostileBagsCostLittle) {
+    Setting setting = setting_;
+    ChainSettings settings;
+    const StoreReference anchors = store_of(setting.anchors);
+    settings.anchors = std::make_shared<const TrustAnchors>(anchors.get());
+    settings.revocation = RevocationMode::off;
+    settings.uses_system_stores = false;
+
+    std::vector<std::string> junk;
+    for (int i = 0; i < 400; ++i) {
+        junk.push_back(encoded(make_party({"middle", nullptr, kPlainAuthority}).get()));
+    }
+    // Authorities that all certify each other.
+    std::vector<std::unique_ptr<Party>> lattice;
+    for (int i = 0; i < 12; ++i) {
+        lattice.push_back(make_party({"node" + std::to_string(i), nullptr, kPlainAuthority}));
+    }
+    std::vector<std::string> crossed;
+    for (const auto& subject : lattice) {
+        for (const auto& issuer : lattice) {
+            CertificateSpec spec{subject->name, issuer.get(), kPlainAuthority};
+            spec.same_key = subject.get();
+            crossed.push_back(encoded(make_party(spec).get()));
+        }
+    }
+    const auto in_lattice = make_party({"stamper", lattice[0].get(), kStamper});
+    const std::pair<const Party*, std::vector<std::string>> bags[] = {{stamper_.get(), junk},
+                                                                      {in_lattice.get(), crossed}};
+    for (const auto& [end, bag] : bags) {
+        const StoreReference store = store_of(bag);
+        SessionRequest request;
+        const CertificateReference context = context_of(encoded(end));
+        request.end = CertificateRecord::of(context.get()).shared_item();
+        request.additional = store.get();
+        ChainSession session(settings, std::move(request));
+        UsageQuestion usage;
+        usage.is_time_stamp = true;
+        EXPECT_FALSE(session.judge(ticks_at(0), usage).good());
+        EXPECT_LE(session.budget().certificate_signatures(), 128u);
+        EXPECT_LE(session.counts().steps, 1000u);
+        EXPECT_LE(session.counts().judged_paths, 16u);
+        EXPECT_LE(session.certificates_taken_apart(), 100u);
+        EXPECT_EQ(session.exchanges(), 0u);
+    }
+}
+
+TEST_F(ChainRulesTest, OnlyWhatEndedInAnAnchorIsKeptPrepared) {
+    const std::size_t before = kept_x509_bytes();
+    const auto strange_root = make_party({"strange root", nullptr, kAuthority});
+    const auto strange = make_party({"stamper", strange_root.get(), kStamper});
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(strange.get()), {encoded(strange_root.get())}}),
+              CERT_E_UNTRUSTEDROOT);
+    EXPECT_EQ(kept_x509_bytes(), before);
+    const auto large =
+        make_party({"stamper", middle_.get(),
+                    std::string(kStamper) + "nsComment=" + std::string(17'000, 'x')});
+    const std::string large_bytes = encoded(large.get());
+    EXPECT_EQ(stamp_verdict(setting_, {large_bytes, {encoded(middle_.get())}}), 0u);
+    EXPECT_GT(kept_x509_bytes(), before);
+    EXPECT_LT(kept_x509_bytes(), before + large_bytes.size());
+}
+
+TEST_F(ChainRulesTest, CertificatesThatNobodyHonestMakesAreLeftOut) {
+    const auto refused_as_issuer = [&](EVP_PKEY* key) {
+        const Given given{remade(*stamper_, key, EVP_sha256()),
+                          {remade(*middle_, root_->private_key.get(), EVP_sha256(), key)}};
+        return stamp_verdict(setting_, given);
+    };
+    // An exponent of 3,071 bits.
+    const EvpKey honest(EVP_RSA_gen(2048));
+    BIGNUM* modulus = nullptr;
+    ASSERT_EQ(EVP_PKEY_get_bn_param(honest.get(), "n", &modulus), 1);
+    const OpensslOwner<BIGNUM, BN_free> n(modulus);
+    const OpensslOwner<BIGNUM, BN_free> e(BN_new());
+    BN_set_bit(e.get(), 2000);
+    BN_set_bit(e.get(), 0);
+    RSA* rsa = RSA_new();
+    RSA_set0_key(rsa, BN_dup(n.get()), BN_dup(e.get()), nullptr);
+    const EvpKey slow(EVP_PKEY_new());
+    EVP_PKEY_assign_RSA(slow.get(), rsa);
+    EXPECT_EQ(refused_as_issuer(honest.get()), 0u);
+    const auto end = remade(*stamper_, honest.get(), EVP_sha256());
+    EXPECT_EQ(stamp_verdict(
+                  setting_,
+                  {end, {remade(*middle_, root_->private_key.get(), EVP_sha256(), slow.get())}}),
+              CERT_E_CHAINING);
+}
+
+} // namespace
+} // namespace basalt::test

@@ -1,0 +1,165 @@
+// Where there is more than one way up, the good one is found, in whatever order the certificates
+// lie in the bag.
+#include "basalt20/chain/judged_chain.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace basalt::test {
+namespace {
+
+using Parties = std::vector<const Party*>;
+
+// The verdicts of all orders of the bag; of large bags, of their rotations.
+std::vector<DWORD> verdicts_of_all_orders(const Setting& setting, Given given) {
+    std::vector<DWORD> verdicts;
+    const auto add = [&] {
+        const DWORD verdict = stamp_verdict(setting, given);
+        if (std::find(verdicts.begin(), verdicts.end(), verdict) == verdicts.end()) {
+            verdicts.push_back(verdict);
+        }
+    };
+    std::sort(given.bag.begin(), given.bag.end());
+    if (given.bag.size() <= 4) {
+        do {
+            add();
+        } while (std::next_permutation(given.bag.begin(), given.bag.end()));
+        return verdicts;
+    }
+    for (std::size_t i = 0; i < given.bag.size(); i += 1 + given.bag.size() / 8) {
+        std::rotate(given.bag.begin(), given.bag.begin() + 1, given.bag.end());
+        add();
+    }
+    return verdicts;
+}
+
+class PathOrderTest : public ::testing::Test {
+protected:
+    void expect(DWORD wanted, const Parties& anchors, const Party& end, const Parties& bag,
+                const std::vector<std::string>& lists = {}) {
+        Setting setting{encoded_all(anchors)};
+        setting.revocation = lists.empty() ? BASALT_REVOCATION_OFF : BASALT_REVOCATION_REQUIRE;
+        EXPECT_EQ(verdicts_of_all_orders(setting, {encoded(&end), encoded_all(bag), lists}),
+                  std::vector<DWORD>{wanted});
+    }
+
+    std::unique_ptr<Party> root_ = make_party({"root", nullptr, kAuthority});
+    std::unique_ptr<Party> other_root_ = make_party({"other root", nullptr, kAuthority});
+    std::unique_ptr<Party> middle_ = make_party({"middle", root_.get(), kAuthority});
+    std::unique_ptr<Party> stamper_ = make_party({"stamper", middle_.get(), kStamper});
+
+    std::unique_ptr<Party> cross(const Party& issuer, const std::string& extensions = kAuthority) {
+        CertificateSpec spec{"middle", &issuer, extensions};
+        spec.same_key = middle_.get();
+        return make_party(spec);
+    }
+};
+
+TEST_F(PathOrderTest, ACrossCertifiedMiddleLeadsToTheAnchorThatIsTrusted) {
+    const auto crossed = cross(*other_root_);
+    for (const Party* anchor : {root_.get(), other_root_.get()}) {
+        expect(0, {anchor}, *stamper_, {middle_.get(), crossed.get(), root_.get()});
+    }
+}
+
+TEST_F(PathOrderTest, AnOldRootBesideItsCrossCertificateLeadsToTheNewRoot) {
+    CertificateSpec spec{"root", other_root_.get(), kAuthority};
+    spec.same_key = root_.get();
+    const auto crossed = make_party(spec);
+    expect(0, {other_root_.get()}, *stamper_, {middle_.get(), root_.get(), crossed.get()});
+}
+
+TEST_F(PathOrderTest, OfTwoKeysOfAnAuthorityWithoutIdentifiersTheOneThatSignedIsFound) {
+    const auto root = make_party({"plain root", nullptr, kPlainAuthority});
+    const auto old_key = make_party({"plain", root.get(), kPlainAuthority});
+    const auto new_key = make_party({"plain", root.get(), kPlainAuthority});
+    for (const Party* issuer : {old_key.get(), new_key.get()}) {
+        const auto stamper = make_party({"stamper", issuer, kStamper});
+        expect(0, {root.get()}, *stamper, {old_key.get(), new_key.get()});
+    }
+}
+
+TEST_F(PathOrderTest, AConstrainedCrossCertificateDoesNotHideAFreeOne) {
+    const auto constrained = cross(
+        *root_, std::string(kAuthority) + "\nnameConstraints=critical,permitted;dirName:names\n"
+                                          "[names]\nCN=elsewhere\n");
+    const auto expired = [&] {
+        CertificateSpec spec{"middle", root_.get(), kAuthority, -10'000, -5'000};
+        spec.same_key = middle_.get();
+        return make_party(spec);
+    }();
+    expect(0, {root_.get()}, *stamper_, {constrained.get(), expired.get(), middle_.get()});
+    expect(CERT_E_INVALID_NAME, {root_.get()}, *stamper_, {constrained.get()});
+}
+
+TEST_F(PathOrderTest, ARevokedCrossCertificateDoesNotHideAGoodOneUnlessItsKeyIsInStrangeHands) {
+    const auto crossed = cross(*other_root_);
+    const auto list = [](const Party& signer, std::vector<ListEntry> entries) {
+        return make_list({&signer, -1, 100, std::move(entries)});
+    };
+    constexpr int kSuperseded = 4;
+    constexpr int kCompromised = 1;
+    for (const int reason : {kSuperseded, kCompromised}) {
+        const std::vector<std::string> lists{list(*root_, {{middle_.get(), -10, reason}}),
+                                             list(*other_root_, {}), list(*middle_, {})};
+        const Parties both{root_.get(), other_root_.get()};
+        const Setting setting{encoded_all(both), BASALT_REVOCATION_REQUIRE};
+        const auto verdicts = verdicts_of_all_orders(
+            setting, {encoded(stamper_.get()), encoded_all({middle_.get(), crossed.get()}), lists});
+        if (reason == kSuperseded) {
+            EXPECT_EQ(verdicts, std::vector<DWORD>{0});
+        } else {
+            EXPECT_EQ(verdicts.size(), 1u);
+        }
+        expect(CRYPT_E_REVOKED, {root_.get()}, *stamper_, {middle_.get(), crossed.get()}, lists);
+    }
+}
+
+TEST_F(PathOrderTest, DecoysAndCirclesLeadNobodyAstray) {
+    std::vector<std::unique_ptr<Party>> decoys;
+    for (int i = 0; i < 63; ++i) {
+        decoys.push_back(make_party({"middle", nullptr, kPlainAuthority}));
+    }
+    // Two authorities that certify each other, and the middle.
+    const auto circle = make_party({"circle", nullptr, kAuthority});
+    const auto back = cross(*circle);
+    CertificateSpec forth_spec{"circle", middle_.get(), kAuthority};
+    forth_spec.same_key = circle.get();
+    const auto forth = make_party(forth_spec);
+    Parties bag{middle_.get(), back.get(), forth.get()};
+    expect(0, {root_.get()}, *stamper_, bag);
+    for (const auto& decoy : decoys) {
+        bag.push_back(decoy.get());
+    }
+    expect(0, {root_.get()}, *stamper_, bag);
+    bag.erase(bag.begin());
+    expect(CERT_E_CHAINING, {root_.get()}, *stamper_, {back.get(), forth.get()});
+}
+
+TEST_F(PathOrderTest, WhatIsWrongIsToldAlikeInEveryOrder) {
+    const auto fake = make_party({"middle", nullptr, kPlainAuthority});
+    const auto fake_root = make_party({"root", nullptr, kAuthority});
+    expect(TRUST_E_CERT_SIGNATURE, {fake_root.get()}, *stamper_, {middle_.get()});
+    expect(CERT_E_UNTRUSTEDROOT, {other_root_.get()}, *stamper_,
+           {middle_.get(), root_.get(), fake.get()});
+    expect(CERT_E_CHAINING, {root_.get()}, *stamper_, {});
+}
+
+TEST_F(PathOrderTest, ASelfIssuedCertificateWithoutIdentifiersIsNoEndOfThePath) {
+    const auto root = make_party({"plain root", nullptr, kPlainAuthority});
+    // The root's new key under its old one: one name twice.
+    CertificateSpec spec{"plain root", root.get(), kPlainAuthority};
+    const auto rollover = make_party(spec);
+    const auto stamper = make_party({"stamper", rollover.get(), kStamper});
+    expect(0, {root.get()}, *stamper, {rollover.get()});
+    const auto bound = make_party(
+        {"plain root", nullptr,
+         "basicConstraints=critical,CA:TRUE\nnameConstraints=critical,permitted;dirName:names\n"
+         "[names]\nCN=elsewhere\n"});
+    const auto under_bound = make_party({"plain root", bound.get(), kPlainAuthority});
+    const auto strange = make_party({"stamper", under_bound.get(), kStamper});
+    expect(CERT_E_INVALID_NAME, {bound.get()}, *strange, {under_bound.get()});
+}
+
+} // namespace
+} // namespace basalt::test
