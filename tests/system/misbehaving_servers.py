@@ -235,7 +235,8 @@ class ServerTest(program.SystemTest):
             result = self.stamp("", url=url + "good")
         finally:
             del self.workspace.environment["BASALT_TRACE"]
-        self.expect(result, UNREACHABLE, "0x80072EE5")
+        self.assertEqual(result.returncode, UNREACHABLE)
+        self.assertIn(b"0x80072EE5", result.stderr)
         self.assertEqual(self.server.hits, hits)
         self.assertIn(b"http://***@", result.stderr)
         self.assertNotIn(b"secret", result.stderr)
