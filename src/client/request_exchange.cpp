@@ -11,6 +11,7 @@
 #include "client/send_request.h"
 #include "client/trace.h"
 #include "sup/last_error.h"
+#include "sup/web_address.h"
 
 namespace Halcyon::PKI::TSP::Client {
 
@@ -78,7 +79,7 @@ CStamp& CRequest::Impl::send(const CRequest& owner, bool verify) {
     }
     if (tracing()) {
         trace("Send", "Sending request to \"%s\"...\n",
-              ASN1::tostring(httpParams.address.c_str()).c_str());
+              basalt::masked_address(ASN1::tostring(httpParams.address.c_str())).c_str());
     }
     const auto sent = CDateTime::Now(); // before the exchange: its duration is within the allowance
     exchange();

@@ -259,6 +259,15 @@ class PolicyShow(program.SystemTest):
         result = self.workspace.run("request", README, "--out", self.workspace.path / "q")
         self.expect(result, UNREACHABLE, "0x8007045A")
 
+    def test_file_that_others_may_write_stops_everything(self):
+        for mode in (0o664, 0o646):
+            self.workspace.configure("[config.cades.tsppolicy]\n")
+            (self.workspace.path / "config.toml").chmod(mode)
+            self.expect(self.workspace.run("policy", "show"), UNREACHABLE, "config.toml")
+            result = self.workspace.run("request", README, "--out", self.workspace.path / "q")
+            self.expect(result, UNREACHABLE, "0x8007045A")
+        (self.workspace.path / "config.toml").chmod(0o644)
+
 
 if __name__ == "__main__":
     program.main()

@@ -81,6 +81,11 @@ class Handler(socketserver.StreamRequestHandler):
         for _ in range(100):
             self.wfile.write(b"\x30" * (1 << 20))
 
+    def do_endlessextension(self, _):
+        self.wfile.write(f"{HTTP_OK}Transfer-Encoding: chunked\r\n\r\n4;".encode())
+        while True:
+            self.wfile.write(b"x" * 4096)
+
     def do_noise(self, _):
         self.send(bytes(range(256)) * 8)
 
@@ -216,6 +221,25 @@ class ServerTest(program.SystemTest):
         for page in ("cut", "cutchunks", "nohttp", "hangup"):
             with self.subTest(page):
                 self.expect(self.stamp(page), UNREACHABLE)
+
+    def test_chunk_extensions_without_end_are_not_waited_for(self):
+        begin = time.monotonic()
+        self.expect(self.stamp("endlessextension"), UNREACHABLE, "0x80072F78")
+        self.assertLess(time.monotonic() - begin, TIME_OUT_MILLISECONDS / 1000)
+
+    def test_credentials_in_the_address_are_never_sent_nor_traced(self):
+        hits = self.server.hits
+        self.workspace.environment["BASALT_TRACE"] = "all"
+        try:
+            url = self.server.url.replace("://", "://somebody:secret@")
+            result = self.stamp("", url=url + "good")
+        finally:
+            del self.workspace.environment["BASALT_TRACE"]
+        self.assertEqual(result.returncode, UNREACHABLE)
+        self.assertIn(b"0x80072EE5", result.stderr)
+        self.assertEqual(self.server.hits, hits)
+        self.assertIn(b"http://***@", result.stderr)
+        self.assertNotIn(b"secret", result.stderr)
 
     def test_huge_answers_are_bounded(self):
         before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss

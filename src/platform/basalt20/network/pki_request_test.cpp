@@ -19,6 +19,19 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+// The process reads its network settings once, with the first exchange, whichever test makes it. A
+// test that runs alone, as in a death test's own process, chooses for itself.
+class SettingsFirst : public testing::Environment {
+public:
+    void SetUp() override {
+        if (testing::UnitTest::GetInstance()->test_to_run_count() > 1) {
+            NetworkFixture::get();
+        }
+    }
+};
+[[maybe_unused]] const testing::Environment* const settings_first =
+    testing::AddGlobalTestEnvironment(new SettingsFirst);
+
 struct Outcome {
     std::uint64_t status = 0;
     DWORD error = 0;

@@ -21,7 +21,8 @@ bool is_plain(char c) {
 std::optional<std::string> fetchable_address(const ASN1_IA5STRING* text) {
     const std::string url(reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)),
                           static_cast<std::size_t>(ASN1_STRING_length(text)));
-    const bool known = url.starts_with("http://") || url.starts_with("https://");
+    const WebScheme scheme = scheme_of(url);
+    const bool known = scheme == WebScheme::kHttp || scheme == WebScheme::kHttps;
     if (!known || url.size() > kLongestAddress || !std::all_of(url.begin(), url.end(), is_plain) ||
         has_user_info(url)) {
         return std::nullopt;
