@@ -34,10 +34,15 @@ struct ListDeleter {
 };
 using List = std::unique_ptr<curl_slist, ListDeleter>;
 
-// The handle of the calling thread, with its connections and with all options at their defaults.
-CURL* thread_handle() {
+// Before any other call of curl's: it sets what all of them use.
+void prepare_curl() {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+// The handle of the calling thread, with its connections and with all options at their defaults.
+CURL* thread_handle() {
+    prepare_curl();
     thread_local Handle handle;
     thread_local pid_t owner = 0;
     if (const pid_t self = getpid(); owner != self) {
@@ -364,6 +369,7 @@ const std::string& fetching_proxy() {
 }
 
 bool has_user_info(const std::string& address) {
+    prepare_curl();
     const Url url(curl_url());
     if (url == nullptr) {
         throw std::bad_alloc();
