@@ -34,15 +34,10 @@ struct ListDeleter {
 };
 using List = std::unique_ptr<curl_slist, ListDeleter>;
 
-// Before any other call of curl's: it sets what all of them use.
-void prepare_curl() {
-    static std::once_flag once;
-    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-}
-
 // The handle of the calling thread, with its connections and with all options at their defaults.
 CURL* thread_handle() {
-    prepare_curl();
+    static std::once_flag once;
+    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
     thread_local Handle handle;
     thread_local pid_t owner = 0;
     if (const pid_t self = getpid(); owner != self) {
@@ -342,6 +337,18 @@ HttpAnswer perform(const HttpRequest& request, std::string& location) {
     return answer;
 }
 
+// True for one that can't be taken apart, too.
+bool has_user_info(const std::string& address) {
+    const Url url(curl_url());
+    if (url == nullptr) {
+        throw std::bad_alloc();
+    }
+    return curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
+               CURLUE_OK ||
+           !part_of(url.get(), CURLUPART_USER).empty() ||
+           !part_of(url.get(), CURLUPART_PASSWORD).empty();
+}
+
 // Where a server may send us on to: what is secure stays so at each step, and no one chooses
 // credentials for us.
 bool may_lead_to(const std::string& from, const std::string& to) {
@@ -366,19 +373,6 @@ HttpLimits network_limits() {
 
 const std::string& fetching_proxy() {
     return network_settings().fetching_proxy;
-}
-
-bool has_user_info(const std::string& address) {
-    prepare_curl();
-    const Url url(curl_url());
-    if (url == nullptr) {
-        throw std::bad_alloc();
-    }
-    // An address that can't be taken apart isn't asked either.
-    return curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
-               CURLUE_OK ||
-           !part_of(url.get(), CURLUPART_USER).empty() ||
-           !part_of(url.get(), CURLUPART_PASSWORD).empty();
 }
 
 HttpAnswer http_exchange(const HttpRequest& request) {

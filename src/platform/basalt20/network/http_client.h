@@ -47,9 +47,6 @@ HttpLimits network_limits();
 // empty: direct.
 const std::string& fetching_proxy();
 
-// True for an address with a name or a password in it, and for one that is none.
-bool has_user_info(const std::string& address);
-
 HttpAnswer http_exchange(const HttpRequest& request);
 
 } // namespace basalt

@@ -12,8 +12,17 @@ constexpr std::chrono::milliseconds kConnectTimeout{5000};
 constexpr std::size_t kLongestAddress = 2048;
 constexpr unsigned kStatusOk = 200;
 
+// A backslash is a slash to some and none to others.
 bool is_plain(char c) {
-    return c > ' ' && c < '\x7F';
+    return c > ' ' && c < '\x7F' && c != '\\';
+}
+
+// A host, and no one's name or password in front of it. Looked at here and not by curl, which is
+// only loaded and set up when something is fetched.
+bool has_bare_host(const std::string& url) {
+    const std::size_t begin = url.find("://") + 3;
+    const std::string host = url.substr(begin, url.find_first_of("/?#", begin) - begin);
+    return !host.empty() && host.find('@') == std::string::npos;
 }
 
 } // namespace
@@ -22,8 +31,8 @@ std::optional<std::string> fetchable_address(const ASN1_IA5STRING* text) {
     const std::string url(reinterpret_cast<const char*>(ASN1_STRING_get0_data(text)),
                           static_cast<std::size_t>(ASN1_STRING_length(text)));
     const bool known = url.starts_with("http://") || url.starts_with("https://");
-    if (!known || url.size() > kLongestAddress || !std::all_of(url.begin(), url.end(), is_plain) ||
-        has_user_info(url)) {
+    if (!known || url.size() > kLongestAddress || !has_bare_host(url) ||
+        !std::all_of(url.begin(), url.end(), is_plain)) {
         return std::nullopt;
     }
     return url;
