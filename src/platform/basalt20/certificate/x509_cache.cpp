@@ -4,14 +4,15 @@
 #include "basalt10/digest.h"
 #include "basalt20/coding/der_writer.h"
 #include "basalt20/coding/signature_algorithm.h"
-#include "basalt20/store/record.h"
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
+#include <openssl/objects.h>
 
 #include <algorithm>
 #include <cstring>
 #include <list>
+#include <optional>
 #include <unordered_map>
 
 namespace basalt {
@@ -104,20 +105,85 @@ bool is_gost(std::string_view oid) {
     return oid.starts_with("1.2.643.");
 }
 
-std::shared_ptr<const X509Entry> make_entry(Bytes encoded) {
+std::unique_ptr<X509, X509Deleter> parse(Bytes encoded) {
     const unsigned char* at = encoded.data();
+    std::unique_ptr<X509, X509Deleter> certificate(
+        d2i_X509(nullptr, &at, static_cast<long>(encoded.size())));
+    if (at != encoded.data() + encoded.size()) {
+        certificate.reset();
+    }
+    ERR_clear_error();
+    return certificate;
+}
+
+// The certificate with the shortest form of its serial number, and what was signed; nothing when
+// the number has that form.
+struct Mended {
+    std::string certificate;
+    Bytes signed_bytes;
+};
+
+std::optional<Mended> mend_serial_number(Bytes encoded) {
+    DerReader certificate(sole_element(encoded, tag::kSequence).contents);
+    const Element tbs = certificate.take(tag::kSequence);
+    DerReader fields(tbs.contents);
+    const Element version = fields.take_if(tag::context_constructed(0));
+    const Bytes number = fields.take(tag::kInteger).contents;
+    const Bytes shortest = minimal_integer(number);
+    if (shortest.size() == number.size()) {
+        return std::nullopt;
+    }
+    std::string mended(text_of(version.whole));
+    append_element(mended, tag::kInteger, shortest);
+    mended += text_of(fields.rest());
+    std::string whole = element(tag::kSequence, mended);
+    whole += text_of(certificate.rest());
+    return Mended{element(tag::kSequence, whole), tbs.whole};
+}
+
+std::shared_ptr<const X509Entry> make_entry(Bytes encoded) {
     auto entry = std::make_shared<X509Entry>();
     entry->encoded_size = encoded.size();
-    entry->certificate.reset(d2i_X509(nullptr, &at, static_cast<long>(encoded.size())));
-    if (!entry->certificate || at != encoded.data() + encoded.size()) {
-        ERR_clear_error();
-        fail(CRYPT_E_ASN1_CORRUPT);
+    entry->certificate = parse(encoded);
+    if (!entry->certificate) {
+        if (const std::optional<Mended> mended = mend_serial_number(encoded)) {
+            entry->certificate = parse(bytes_of(mended->certificate));
+            entry->signed_bytes.assign(mended->signed_bytes.begin(), mended->signed_bytes.end());
+        }
     }
+    require(entry->certificate != nullptr, CRYPT_E_ASN1_CORRUPT);
     if (EVP_PKEY* key = X509_get_pubkey(entry->certificate.get()); key != nullptr) {
         entry->key = std::make_shared<PublicKey>(EvpKey(key));
     }
     ERR_clear_error();
     return entry;
+}
+
+bool has_one_algorithm(const X509* certificate) {
+    const X509_ALGOR* outer = nullptr;
+    X509_get0_signature(nullptr, &outer, certificate);
+    return X509_ALGOR_cmp(outer, X509_get0_tbs_sigalg(certificate)) == 0;
+}
+
+// As X509_verify does it, but for algorithms with parameters.
+bool is_signed_bytewise(const X509Entry& entry, EVP_PKEY* key) {
+    int digest = NID_undef;
+    const X509* certificate = entry.certificate.get();
+    if (!has_one_algorithm(certificate) ||
+        OBJ_find_sigid_algs(X509_get_signature_nid(certificate), &digest, nullptr) != 1 ||
+        X509_get_signature_nid(certificate) == NID_rsassaPss) {
+        return false;
+    }
+    const ASN1_BIT_STRING* signature = nullptr;
+    X509_get0_signature(&signature, nullptr, certificate);
+    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
+                                                                          EVP_MD_CTX_free);
+    return context &&
+           EVP_DigestVerifyInit(context.get(), nullptr, EVP_get_digestbynid(digest), nullptr,
+                                key) == 1 &&
+           EVP_DigestVerify(context.get(), ASN1_STRING_get0_data(signature),
+                            static_cast<std::size_t>(ASN1_STRING_length(signature)),
+                            entry.signed_bytes.data(), entry.signed_bytes.size()) == 1;
 }
 
 // GOST keys can be read only once the engine is there.
@@ -170,32 +236,19 @@ std::shared_ptr<const X509Entry> x509_by_digest(const Sha256& digest, Bytes enco
     return make_entry(encoded);
 }
 
+bool is_signed_with(const X509Entry& entry, EVP_PKEY* key) {
+    const bool good = entry.signed_bytes.empty() ? X509_verify(entry.certificate.get(), key) == 1
+                                                 : is_signed_bytewise(entry, key);
+    ERR_clear_error();
+    return good;
+}
+
 void keep_x509(const Sha256& digest, const std::shared_ptr<const X509Entry>& entry) {
     certificates().keep(digest, entry, entry->encoded_size);
 }
 
 std::size_t kept_x509_bytes() {
     return certificates().bytes();
-}
-
-std::shared_ptr<const X509Entry> x509_of(PCCERT_CONTEXT context) {
-    return CertificateRecord::of(context).body().x509();
-}
-
-X509* cached_x509(PCCERT_CONTEXT context) noexcept {
-    return guarded<X509*>(nullptr, [&] {
-        X509* certificate = x509_of(context)->certificate.get();
-        X509_up_ref(certificate);
-        return certificate;
-    });
-}
-
-X509_CRL* cached_crl(PCCRL_CONTEXT context) noexcept {
-    return guarded<X509_CRL*>(nullptr, [&] {
-        X509_CRL* list = CrlRecord::of(context).body().x509_crl();
-        X509_CRL_up_ref(list);
-        return list;
-    });
 }
 
 std::shared_ptr<const PublicKey> public_key_of(const CERT_PUBLIC_KEY_INFO& info) {

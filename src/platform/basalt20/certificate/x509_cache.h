@@ -41,7 +41,14 @@ struct X509Entry {
     std::shared_ptr<const PublicKey> key;
     mutable KnownIssuers verified_by;
     std::size_t encoded_size = 0;
+
+    // The TBSCertificate as it came, where `certificate` had to be made of mended bytes: OpenSSL
+    // reads no serial number with superfluous zeros, which some authorities wrote. Else empty.
+    std::vector<BYTE> signed_bytes;
 };
+
+/// Whether that key made the certificate's signature.
+bool is_signed_with(const X509Entry& entry, EVP_PKEY* key);
 
 Sha256 sha256(Bytes bytes);
 
@@ -54,17 +61,6 @@ void keep_x509(const Sha256& digest, const std::shared_ptr<const X509Entry>& ent
 
 /// The encoded bytes of all certificates that are kept.
 std::size_t kept_x509_bytes();
-
-/// The same from a context, which keeps the result: the way to use. The pointer is an X509 that
-/// lives as long as the entry.
-std::shared_ptr<const X509Entry> x509_of(PCCERT_CONTEXT context);
-
-/// The cached certificate of a context as a new reference (X509_free gives it up), null when
-/// OpenSSL can't read it.
-X509* cached_x509(PCCERT_CONTEXT context) noexcept;
-
-/// The same for a CRL, which its context keeps (X509_CRL_free).
-X509_CRL* cached_crl(PCCRL_CONTEXT context) noexcept;
 
 /// The prepared key of a SubjectPublicKeyInfo. Fault NTE_BAD_PUBLIC_KEY when OpenSSL can't read it.
 std::shared_ptr<const PublicKey> public_key_of(const CERT_PUBLIC_KEY_INFO& info);

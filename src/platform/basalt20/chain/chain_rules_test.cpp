@@ -1,6 +1,7 @@
 // What a path must be like: strength, validity, usages, policies; and what engines change.
 #include "basalt20/chain/chain_session.h"
 #include "basalt20/chain/judged_chain.h"
+#include "basalt20/coding/der_writer.h"
 #include "basalt20/store/record.h"
 
 #include <openssl/rsa.h>
@@ -69,6 +70,38 @@ TEST_F(ChainRulesTest, TheLastSecondOfValidityIsWhole) {
     EXPECT_EQ(stamp_verdict(setting_, given, ticks_at(0) + kTicksPerSecond / 2), 0u);
     EXPECT_EQ(stamp_verdict(setting_, given, ticks_at(0) + kTicksPerSecond), CERT_E_EXPIRED);
     EXPECT_EQ(stamp_verdict(setting_, given, ticks_at(-100) - 1), CERT_E_EXPIRED);
+}
+
+// The certificate with two zeros before its serial number, signed as it stands.
+std::string with_padded_serial(const Party& party, const Party& issuer) {
+    const std::string plain = encoded(&party);
+    DerReader certificate(sole_element(basalt::test::bytes_of(plain), tag::kSequence).contents);
+    DerReader fields(certificate.take(tag::kSequence).contents);
+    std::string tbs(text_of(fields.take().whole));
+    const Element serial = fields.take(tag::kInteger);
+    append_element(tbs, tag::kInteger, std::string(2, '\0').append(text_of(serial.contents)));
+    tbs = element(tag::kSequence, tbs.append(text_of(fields.rest())));
+    const OpensslOwner<EVP_MD_CTX, EVP_MD_CTX_free> context(EVP_MD_CTX_new());
+    EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, issuer.private_key.get());
+    std::string signature(256, '\0');
+    std::size_t size = signature.size();
+    EVP_DigestSign(context.get(), reinterpret_cast<BYTE*>(signature.data()), &size,
+                   reinterpret_cast<const BYTE*>(tbs.data()), tbs.size());
+    std::string whole = tbs.append(text_of(certificate.take(tag::kSequence).whole));
+    append_element(whole, tag::kBitString, std::string(1, '\0').append(signature.substr(0, size)));
+    return element(tag::kSequence, whole);
+}
+
+TEST_F(ChainRulesTest, ASerialNumberWithSuperfluousZerosIsReadAndItsSignatureVerifiedAsItCame) {
+    const std::string padded = with_padded_serial(*stamper_, *middle_);
+    const std::vector<std::string> bag{with_padded_serial(*middle_, *root_)};
+    EXPECT_EQ(stamp_verdict(setting_, {padded, bag}), 0u);
+    std::string forged = padded;
+    forged.back() ^= 1;
+    EXPECT_EQ(stamp_verdict(setting_, {forged, bag}), TRUST_E_CERT_SIGNATURE);
+    forged = padded;
+    forged[forged.find("stamper")] = 'S';
+    EXPECT_EQ(stamp_verdict(setting_, {forged, bag}), TRUST_E_CERT_SIGNATURE);
 }
 
 TEST_F(ChainRulesTest, UsagesOfTheSignerAndOfAuthorities) {

@@ -138,8 +138,7 @@ bool is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certif
         !budget.take_certificate_signature(key)) {
         return false;
     }
-    const bool good = X509_verify(certificate.openssl(), key) == 1;
-    ERR_clear_error();
+    const bool good = is_signed_with(*certificate.entry, key);
     certificate.tried_keys.emplace_back(bits, good);
     if (good) {
         certificate.entry->verified_by.add(issuer.entry);

@@ -64,16 +64,20 @@ protected:
                 {.certificate = &certificate, .issuer = ca_.get(), .made = kMade, .next = kNext}}};
     }
 
-    Standing judge(const Party& certificate) {
+    Standing judge(const Party& certificate, RevocationMode mode = RevocationMode::require) {
+        return judge({certificate.entry, ca_->entry, root_->entry}, 0, mode);
+    }
+
+    Standing judge(const CertificatePath& path, std::size_t index, RevocationMode mode) {
         Budget budget;
         Retrieval retrieval(budget);
         StatusCheck check(budget, retrieval, paths_, {nullptr, store_.get()});
-        const CertificatePath path{certificate.entry, ca_->entry, root_->entry};
         StatusQuestion question;
         question.stamp_time = ticks_at(0);
         question.now = ticks_at(kNow);
-        question.is_signer = true;
-        finding_ = check.judge(path, 0, question);
+        question.mode = mode;
+        question.is_signer = index == 0;
+        finding_ = check.judge(path, index, question);
         signatures_ = budget.evidence_signatures();
         return finding_.standing;
     }
@@ -147,6 +151,27 @@ TEST_F(EvidenceTest, AListCountsForWhatItIsFor) {
     }
 }
 
+TEST_F(EvidenceTest, AListForOneKindOfCertificateIsForNoOther) {
+    const std::string idp = "issuingDistributionPoint=critical,@point\n[point]\n";
+    const PartyOwner certificate = leaf();
+    const CertificatePath path{certificate->entry, ca_->entry, root_->entry};
+    const struct {
+        const char* kind;
+        Standing of_authority;
+    } cases[] = {{"onlyCA=TRUE", kGood}, {"onlyuser=TRUE", kUnknown}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.kind);
+        forget();
+        ListSpec spec = list(idp + c.kind);
+        spec.signer = root_.get();
+        give_list(spec);
+        EXPECT_EQ(judge(path, 1, RevocationMode::require), c.of_authority);
+        EXPECT_EQ(judge(path, 0, RevocationMode::require), kUnknown) << "another issuer's";
+        EXPECT_EQ(judge(path, 2, RevocationMode::require), kUnknown) << "the anchor isn't asked";
+        EXPECT_EQ(finding_.cause, UnknownCause::no_source);
+    }
+}
+
 TEST_F(EvidenceTest, ListsForSomeReasonsAddUp) {
     const std::string idp = "issuingDistributionPoint=critical,@point\n[point]\n";
     const PartyOwner certificate = leaf();
@@ -168,6 +193,11 @@ TEST_F(EvidenceTest, ADeltaIsReadWithItsBase) {
         if (reason) {
             spec.entries.push_back({certificate.get(), -10, reason});
         }
+        return spec;
+    };
+    const auto of_this_hour = [](ListSpec spec) {
+        spec.made = kMade;
+        spec.next = kNext;
         return spec;
     };
     const auto delta = [&](int number, int built_on, std::optional<int> reason) {
@@ -192,6 +222,9 @@ TEST_F(EvidenceTest, ADeltaIsReadWithItsBase) {
         {"revoked since", {base(5, {}), delta(7, 5, 4)}, kRevoked},
         {"on hold since", {base(5, {}), delta(7, 5, 6)}, kRevoked},
         {"hold lifted", {base(5, 6), delta(7, 5, 8)}, kGood},
+        {"hold lifted in a delta of the base's own hour",
+         {of_this_hour(base(5, 6)), delta(7, 5, 8)},
+         kGood},
         {"hold not spoken of", {base(5, 6), delta(7, 5, {})}, kRevoked},
         {"hold lifted, then on hold again", {base(5, 6), delta(7, 5, 8), delta(9, 5, 6)}, kRevoked},
         {"a revocation is never lifted", {base(5, 4), delta(7, 5, 8)}, kRevoked},
@@ -316,6 +349,28 @@ TEST_F(EvidenceTest, ACircleOfListsProvesNothing) {
         << "one that points to itself may speak of itself";
 }
 
+// Whose certificate comes from the authority in question can't clear it, in no mode.
+TEST_F(EvidenceTest, AnAuthorityIsNotClearedByItsOwnCreatures) {
+    const PartyOwner authority =
+        make_party({.name = "authority",
+                    .issuer = root_.get(),
+                    .extensions = std::string("basicConstraints=critical,CA:TRUE\n") + kPoint +
+                                  "CRLissuer=dirName:n\n[n]\nCN=creature"});
+    const PartyOwner creature = make_party(
+        {.name = "creature", .issuer = authority.get(), .extensions = "keyUsage=critical,cRLSign"});
+    const PartyOwner certificate = make_party({.name = "stamps", .issuer = authority.get()});
+    for (const Party* party : {authority.get(), creature.get()}) {
+        paths_.add(*party);
+    }
+    ListSpec spec = list("issuingDistributionPoint=critical,@p\n[p]\nindirectCRL=TRUE\n");
+    spec.signer = creature.get();
+    give_list(spec);
+    const CertificatePath path{certificate->entry, authority->entry, root_->entry};
+    for (const RevocationMode mode : {RevocationMode::require, RevocationMode::available}) {
+        EXPECT_EQ(judge(path, 1, mode), kUnknown);
+    }
+}
+
 TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
     const PartyOwner certificate = leaf();
     const char* kResponder = "extendedKeyUsage=OCSPSigning\nnoCheck=ignored";
@@ -428,6 +483,18 @@ TEST_F(EvidenceTest, TheAlgorithmInsideAListIsTheOneOutside) {
     bytes[bytes.rfind(oid) + 7] = 3;
     EXPECT_EQ(read_crl(bytes_of(bytes)), nullptr);
     EXPECT_NE(read_crl(bytes_of(make_list(list()))), nullptr);
+}
+
+TEST_F(EvidenceTest, BytesBehindAnObjectMakeItUseless) {
+    const PartyOwner certificate = leaf();
+    AnswerSpec spec = answer(*certificate, *ca_);
+    EXPECT_NE(read_ocsp(bytes_of(make_answer(spec))), nullptr);
+    spec.behind = "!";
+    EXPECT_EQ(read_ocsp(bytes_of(make_answer(spec))), nullptr);
+    spec.behind.clear();
+    spec.behind_inside = "!";
+    EXPECT_EQ(read_ocsp(bytes_of(make_answer(spec))), nullptr);
+    EXPECT_EQ(read_crl(bytes_of(make_list(list()) + "!")), nullptr);
 }
 
 TEST_F(EvidenceTest, JunkUsesUpItsOwnShareAlone) {

@@ -1,6 +1,7 @@
 #include "basalt20/revocation/given_evidence.h"
 
 #include "basalt20/certificate/x509_cache.h"
+#include "basalt20/store/record.h"
 
 #include <openssl/err.h>
 
@@ -55,8 +56,10 @@ const EvidenceItem& GivenEvidence::item_of(List& list) {
     if (!list.item) {
         EvidenceItem item;
         item.encoded = {list.context->pbCrlEncoded, list.context->cbCrlEncoded};
-        if (const CrlOwner read{cached_crl(list.context.get())}) {
-            item.list = read_crl(read.get(), item.encoded);
+        try {
+            item.list = read_crl(CrlRecord::of(list.context.get()).body().x509_crl(), item.encoded);
+        } catch (const Fault&) {
+            item.list = nullptr; // OpenSSL can't read it
         }
         list.item = std::move(item);
     }

@@ -12,8 +12,9 @@ constexpr std::chrono::milliseconds kConnectTimeout{5000};
 constexpr std::size_t kLongestAddress = 2048;
 constexpr unsigned kStatusOk = 200;
 
+// A backslash is a slash to some and none to others.
 bool is_plain(char c) {
-    return c > ' ' && c < '\x7F';
+    return c > ' ' && c < '\x7F' && c != '\\';
 }
 
 } // namespace

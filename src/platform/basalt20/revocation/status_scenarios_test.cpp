@@ -545,8 +545,10 @@ TEST_F(StatusScenarios, WhatLiesInTheCacheIsVerifiedAndDroppedIfItIsNot) {
     }
 }
 
-TEST_F(StatusScenarios, WhatHasFailedIsNotAskedAgainInTheSameVerdict) {
+TEST_F(StatusScenarios, NoSourceIsAskedAgainInTheSameVerdict) {
     make_leaf(kEnd);
+    publish("/ocsp", unknowing(answer(99, 110)));
+    publish("/list", list(0, 10));
     Budget budget({}, responder_.clock());
     Retrieval retrieval(budget);
     FewPaths paths;

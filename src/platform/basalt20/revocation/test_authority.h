@@ -240,6 +240,7 @@ struct AnswerSpec {
     int produced = kNever; // kNever: as the first entry
     bool critical_unknown = false;
     std::vector<const Party*> certificates{}; // beside the signer's
+    std::string behind_inside{};              // bytes behind the basic answer
     std::string behind{};                     // bytes behind the answer
 };
 
@@ -266,6 +267,13 @@ inline void add_entry(OCSP_BASICRESP* basic, const AnswerEntry& spec) {
     }
 }
 
+inline std::string der_element(int tag, const std::string& content) {
+    const auto octet = [](std::size_t value) { return static_cast<char>(value); };
+    return std::string{octet(static_cast<std::size_t>(tag)), '\x82', octet(content.size() >> 8),
+                       octet(content.size() & 0xFF)} +
+           content;
+}
+
 inline std::string make_answer(const AnswerSpec& spec) {
     const OpensslOwner<OCSP_BASICRESP, OCSP_BASICRESP_free> basic(OCSP_BASICRESP_new());
     for (const AnswerEntry& entry : spec.entries) {
@@ -285,13 +293,15 @@ inline std::string make_answer(const AnswerSpec& spec) {
     OCSP_basic_sign(basic.get(), spec.signer->certificate(), spec.signer->private_key.get(),
                     EVP_sha256(), others, OCSP_NOTIME);
     sk_X509_free(others);
-    const OpensslOwner<OCSP_RESPONSE, OCSP_RESPONSE_free> response(
-        OCSP_response_create(OCSP_RESPONSE_STATUS_SUCCESSFUL, basic.get()));
     unsigned char* der = nullptr;
-    const int size = i2d_OCSP_RESPONSE(response.get(), &der);
-    std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
+    const int size = i2d_OCSP_BASICRESP(basic.get(), &der);
+    const std::string inner(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
     OPENSSL_free(der);
-    return bytes + spec.behind;
+    const std::string type = "\x06\x09\x2B\x06\x01\x05\x05\x07\x30\x01\x01";
+    const std::string octets = der_element(0x04, inner + spec.behind_inside);
+    const std::string status("\x0A\x01\x00", 3); // successful
+    return der_element(0x30, status + der_element(0xA0, der_element(0x30, type + octets))) +
+           spec.behind;
 }
 
 inline Bytes bytes_of(const std::string& text) {

@@ -83,4 +83,9 @@ using CertificateRecord = Record<CERT_CONTEXT, CertificateItem>;
 using CrlRecord = Record<CRL_CONTEXT, CrlItem>;
 using OcspRecord = Record<BASALT_OCSP_CONTEXT, OcspItem>;
 
+/// The prepared certificate of a context, which keeps it. Fault CRYPT_E_ASN1_CORRUPT.
+inline std::shared_ptr<const X509Entry> x509_of(PCCERT_CONTEXT context) {
+    return CertificateRecord::of(context).body().x509();
+}
+
 } // namespace basalt
