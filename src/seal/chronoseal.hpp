@@ -690,6 +690,27 @@ struct Diagnosis {
     std::string text, advice;
 };
 
+// Whose store: the user's own, or the machine's, which needs the rights for it.
+enum class StorePlace { user, machine };
+
+struct TrustedRoot {
+    CertificateInfo certificate;
+    // "user", or "machine" for those of the machine's store and of the operating system.
+    std::string place;
+};
+
+// The roots that count where a Trust names none.
+CHRONOSEAL_API std::vector<TrustedRoot> trusted_roots();
+// Puts the one certificate of the source among them, if its SHA-256 is this one: a root is trusted
+// by what one knows of it, not by where it came from. A process that has judged before notices
+// within ten seconds. Throws `root_differs`, `not_a_root` for a
+// certificate that isn't self-issued, `no_certificates`, `access_denied`.
+CHRONOSEAL_API CertificateInfo trust_root(const Source& root, ByteView sha256,
+                                          StorePlace place = StorePlace::user);
+// Takes it away again. Throws `root_not_found` where the store hasn't got it, and `access_denied`
+// for one that lies elsewhere, such as those of the operating system.
+CHRONOSEAL_API void distrust_root(ByteView sha256, StorePlace place = StorePlace::user);
+
 // What would make a stamp or a verification fail on this machine. With `ask` one stamp is asked of
 // each authority and told apart: round trip, clock, algorithms, days until its certificate ends.
 CHRONOSEAL_API std::vector<Diagnosis> diagnose(const SealerOptions& options, bool ask = false);

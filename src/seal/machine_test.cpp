@@ -102,6 +102,29 @@ TEST_F(MachineTest, TheDiagnosisTellsWhatWouldFail) {
     EXPECT_TRUE(tells(diagnose(options, true), "cannot_connect", Severity::fault));
 }
 
+TEST_F(MachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
+    const LiveAuthority authority;
+    const Bytes root = to_bytes(authority.authority().rootDer());
+    const auto sha256 = [](const Bytes& bytes) {
+        return Digest::of(bytes, HashAlgorithm::by_name("sha256")).value();
+    };
+    const Stamp stamp =
+        Sealer(quick({authority.settings()}, authority.trust(), folder)).seal(bytes_of("x"));
+    EXPECT_EQ(word_of([&] { trust_root(root, sha256(Bytes(3))); }), "root_differs");
+    const Bytes signer = to_bytes(authority.authority().signerDer());
+    EXPECT_EQ(word_of([&] { trust_root(signer, sha256(signer)); }), "not_a_root");
+    EXPECT_TRUE(trusted_roots().empty());
+    EXPECT_EQ(trust_root(root, sha256(root)).der, root);
+    const auto found = trusted_roots();
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].place, "user");
+    EXPECT_EQ(found[0].certificate.sha256, sha256(root));
+    EXPECT_EQ(word_of([&] { distrust_root(sha256(root), StorePlace::machine); }), "root_not_found");
+    distrust_root(sha256(root));
+    EXPECT_TRUE(trusted_roots().empty());
+    EXPECT_EQ(word_of([&] { distrust_root(sha256(root)); }), "root_not_found");
+}
+
 // A PKCS#7 message over the content, as such a server answers.
 std::string authenticode_answer(const tsp::Authority& authority, const std::string& content) {
     tsp::Signing plain;

@@ -12,8 +12,6 @@ namespace {
 
 constexpr unsigned kMostConnections = 64;
 
-} // namespace
-
 // One batch under way: the workers take items and give results under one lock, so that the caller's
 // functions see one thread at a time.
 class Batch {
@@ -120,6 +118,8 @@ private:
     BatchSummary summary_;
     std::exception_ptr failure_;
 };
+
+} // namespace
 
 BatchSummary Sealer::seal_all(const std::function<std::optional<Item>()>& next,
                               const std::function<void(const BatchResult&)>& done,
