@@ -194,7 +194,7 @@ void check_known_value(std::string_view type, Element value) {
     if (type == kContentType) {
         const auto arcs = contents_of(value, kIdentifierByte);
         if (arcs && !has_whole_arcs(*arcs)) {
-            ASN1::failCodec();
+            ASN1::fail_codec();
         }
     } else if (type == kSigningCertificate || type == kOtherSigningCertificate ||
                type == kSigningCertificateV2) {

@@ -23,7 +23,7 @@ CBlob read_content(ElementReader& reader) {
     // A type that is none at all is left to the platform to refuse.
     const auto type = contents_of(reader.element(), kIdentifierByte);
     if (type && !has_whole_arcs(*type)) {
-        ASN1::failCodec();
+        ASN1::fail_codec();
     }
     const auto wrapper = reader.enter(kContextTag0);
     auto content = reader.octets();

@@ -38,9 +38,9 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
     const std::string request =
         sequence(integer("\x01") + sequence(algorithm() + element(4, tsp::sha256("x"))));
     tsp::Signing other;
-    other.contentType = "1.2.840.113549.1.7.1";
+    other.content_type = "1.2.840.113549.1.7.1";
     tsp::Signing code;
-    code.contentType = "1.3.6.1.4.1.311.2.1.4";
+    code.content_type = "1.3.6.1.4.1.311.2.1.4";
     struct Row {
         const char* name;
         std::string bytes;
@@ -55,8 +55,8 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
         {"token in Base64", base64(token) + "\n", Kind::token, Form::base64},
         {"token in PEM", "Subject: x\n" + pem("PKCS7", token), Kind::token, Form::pem},
         {"request", request, Kind::request, Form::binary},
-        {"certificate", authority.rootDer(), Kind::certificate, Form::binary},
-        {"certificate in PEM", pem("CERTIFICATE", authority.rootDer()), Kind::certificate,
+        {"certificate", authority.root_der(), Kind::certificate, Form::binary},
+        {"certificate in PEM", pem("CERTIFICATE", authority.root_der()), Kind::certificate,
          Form::pem},
         {"signed message", authority.token("text", other), Kind::signed_message, Form::binary},
         {"authenticode signature", authority.token("text", code), Kind::authenticode_signature,
@@ -121,7 +121,7 @@ TEST(Inspect, CutAndChangedBytesNeverThrow) {
 // A message with a signature, stamped in an attribute that no signature covers.
 std::string stamped_message(const tsp::Authority& authority, const std::string& attribute) {
     tsp::Signing plain;
-    plain.contentType = "1.2.840.113549.1.7.1";
+    plain.content_type = "1.2.840.113549.1.7.1";
     const std::string signed_text = authority.token("text", plain);
     const auto* place = reinterpret_cast<const unsigned char*>(signed_text.data());
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
@@ -141,7 +141,7 @@ std::string stamped_message(const tsp::Authority& authority, const std::string& 
 TEST(Inspect, AStampInASignatureIsJudgedAgainstThatSignature) {
     tsp::Configuration::instance().set("");
     const tsp::Authority authority;
-    const Verifier verifier({.roots = {to_bytes(authority.rootDer())}});
+    const Verifier verifier({.roots = {to_bytes(authority.root_der())}});
     for (const char* attribute : {"1.2.840.113549.1.9.16.2.14", "1.3.6.1.4.1.311.3.3.1"}) {
         const Inspection found = inspect(to_bytes(stamped_message(authority, attribute)));
         EXPECT_EQ(found.kind, Kind::signed_message);

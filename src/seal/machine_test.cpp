@@ -57,7 +57,7 @@ TEST_F(MachineTest, SlipsOfThePenAreToldAndWrongTypesStopEveryRequest) {
         }),
         "setting_invalid");
     EXPECT_EQ(authority.requests(), 0U);
-    machine.setRaw("no toml [");
+    machine.set_raw("no toml [");
     EXPECT_FALSE(chronoseal::policy().usable);
     EXPECT_FALSE(chronoseal::policy().problems.empty());
 }
@@ -104,14 +104,14 @@ TEST_F(MachineTest, TheDiagnosisTellsWhatWouldFail) {
 
 TEST_F(MachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
     const LiveAuthority authority;
-    const Bytes root = to_bytes(authority.authority().rootDer());
+    const Bytes root = to_bytes(authority.authority().root_der());
     const auto sha256 = [](const Bytes& bytes) {
         return Digest::of(bytes, HashAlgorithm::by_name("sha256")).value();
     };
     const Stamp stamp =
         Sealer(quick({authority.settings()}, authority.trust(), folder)).seal(bytes_of("x"));
     EXPECT_EQ(word_of([&] { trust_root(root, sha256(Bytes(3))); }), "root_differs");
-    const Bytes signer = to_bytes(authority.authority().signerDer());
+    const Bytes signer = to_bytes(authority.authority().signer_der());
     EXPECT_EQ(word_of([&] { trust_root(signer, sha256(signer)); }), "not_a_root");
     EXPECT_TRUE(trusted_roots().empty());
     EXPECT_EQ(trust_root(root, sha256(root)).der, root);
@@ -128,7 +128,7 @@ TEST_F(MachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
 // A PKCS#7 message over the content, as such a server answers.
 std::string authenticode_answer(const tsp::Authority& authority, const std::string& content) {
     tsp::Signing plain;
-    plain.contentType = "1.2.840.113549.1.7.1";
+    plain.content_type = "1.2.840.113549.1.7.1";
     plain.flags = 0;
     const std::string der = authority.token(content, plain);
     std::string text(der.size() * 2 + 4, '\0');

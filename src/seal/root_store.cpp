@@ -103,7 +103,7 @@ CertificateInfo trust_root(const Source& root, ByteView sha256, StorePlace place
                             to_hex(info.sha256) + ", which isn't the one given",
                         "compare with what the authority has published; don't trust it");
         }
-        if (CertCompareCertificateName(ATL2::anyEncoding, &certificate->pCertInfo->Subject,
+        if (CertCompareCertificateName(ATL2::kAnyEncoding, &certificate->pCertInfo->Subject,
                                        &certificate->pCertInfo->Issuer) == 0) {
             throw Error(Category::refused, "not_a_root", 0,
                         quote_foreign(info.subject) + " is not a root: it was issued by " +

@@ -34,7 +34,7 @@ LiveAuthority::Answer spoiled(std::function<void(TstInfo&)> spoil) {
         const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
         std::string text = utc_text(Time(now));
         std::erase_if(text, [](char c) { return c == '-' || c == ':' || c == 'T'; });
-        info.genTime = text;
+        info.gen_time = text;
         spoil(info);
         return http_reply(200, tsp::response(0, authority.token(info.encode())));
     };
@@ -78,7 +78,7 @@ TEST_F(SealerTest, NothingIsReturnedBeforeEveryCheckHasPassed) {
         {"another imprint", spoiled([](TstInfo& i) { i.digest = tsp::sha256("other"); }),
          "imprint_differs"},
         {"another algorithm over the same bytes",
-         spoiled([](TstInfo& i) { i.hashOid = "2.16.840.1.101.3.4.2.8"; }),
+         spoiled([](TstInfo& i) { i.hash_oid = "2.16.840.1.101.3.4.2.8"; }),
          "imprint_algorithm_differs"},
         {"another nonce", spoiled([](TstInfo& i) { i.nonce = "\x01"; }), "nonce_differs"},
         {"no nonce", spoiled([](TstInfo& i) { i.nonce = ""; }), "nonce_differs"},
@@ -92,7 +92,7 @@ TEST_F(SealerTest, NothingIsReturnedBeforeEveryCheckHasPassed) {
          },
          "chain_incomplete"},
         {"a refusal",
-         constant(200, tsp::response(2, "", tsp::element(0x0C, "no"), tsp::failInfoBits(1))),
+         constant(200, tsp::response(2, "", tsp::element(0x0C, "no"), tsp::fail_info_bits(1))),
          "not_granted"},
         {"a page", constant(200, "<html><body>welcome</body></html>"), "not_a_stamp"},
         {"nothing", constant(200, ""), "not_a_stamp"},
@@ -120,7 +120,7 @@ TEST_F(SealerTest, NothingIsReturnedBeforeEveryCheckHasPassed) {
 }
 
 TEST_F(SealerTest, AClockThatDiffersIsARemarkAndWithoutNonceARefusal) {
-    const LiveAuthority authority(spoiled([](TstInfo& i) { i.genTime = "20240601120000Z"; }));
+    const LiveAuthority authority(spoiled([](TstInfo& i) { i.gen_time = "20240601120000Z"; }));
     SealerOptions wanted = options(authority);
     const Stamp stamp = Sealer(wanted).seal(bytes_of("data"));
     ASSERT_EQ(stamp.remarks().size(), 1U);
@@ -237,7 +237,7 @@ TEST_F(SealerTest, AQuorumIsOfDifferentKeysOrNothing) {
     const LiveAuthority second;
     SealerOptions wanted = options(first);
     wanted.authorities = {first.settings(), first.settings(), second.settings()};
-    wanted.trust.roots.push_back(to_bytes(second.authority().rootDer()));
+    wanted.trust.roots.push_back(to_bytes(second.authority().root_der()));
     wanted.quorum = 2;
     const auto digest = Digest::of(bytes_of("data"), HashAlgorithm::by_name("sha256"));
     const auto stamps = Sealer(wanted).seal_quorum(digest);
@@ -336,7 +336,7 @@ TEST_F(SealerTest, ABatchEndsWithWhatTheCallerThrowsAndOnAStop) {
 
 TEST_F(SealerTest, ABatchDoesNotWaitForEachTimeOutOfADeadAuthority) {
     SealerOptions wanted = quick({{.url = "http://127.0.0.1:1/"}}, {}, folder);
-    wanted.trust.roots = {to_bytes(tsp::Authority().rootDer())};
+    wanted.trust.roots = {to_bytes(tsp::Authority().root_der())};
     wanted.attempts = 1;
     const std::vector<Item> items(200, Item(to_bytes("x")));
     std::set<std::string> words;

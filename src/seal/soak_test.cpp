@@ -102,8 +102,8 @@ TEST(Soak, NoStampIsLostAndNoneIsWrong) {
     const Folder folder;
     const MoodyAuthority first(1);
     const MoodyAuthority second(2);
-    const std::string roots[] = {first.live().authority().rootDer(),
-                                 second.live().authority().rootDer()};
+    const std::string roots[] = {first.live().authority().root_der(),
+                                 second.live().authority().root_der()};
     SealerOptions options = quick({first.live().settings(), second.live().settings()},
                                   {.roots = {to_bytes(roots[0]), to_bytes(roots[1])}}, folder);
     options.rest = std::chrono::milliseconds(1);

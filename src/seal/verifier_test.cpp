@@ -10,7 +10,7 @@ using tsp::TstInfo;
 
 class VerifierTest : public SealTest {
 protected:
-    Trust trust() const { return {.roots = {to_bytes(authority.rootDer())}}; }
+    Trust trust() const { return {.roots = {to_bytes(authority.root_der())}}; }
     Stamp stamp_of(const TstInfo& info, const Signing& signing = {}) const {
         return Stamp::read(to_bytes(authority.token(info.encode(), signing)));
     }
@@ -65,15 +65,15 @@ TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
     TstInfo critical;
     critical.extensions = tsp::extension("1.2.3.4.5", true);
     TstInfo future;
-    future.genTime = "20480101000000Z";
+    future.gen_time = "20480101000000Z";
     TstInfo late;
-    late.genTime = "20191231235959Z"; // the signer's certificate begins a second later
+    late.gen_time = "20191231235959Z"; // the signer's certificate begins a second later
     Signing other_type;
-    other_type.contentType = "1.2.840.113549.1.7.1";
+    other_type.content_type = "1.2.840.113549.1.7.1";
     Signing nameless;
     nameless.flags = 0;
     Signing alone;
-    alone.withCertificates = false;
+    alone.with_certificates = false;
     Signing two;
     two.signers = 2;
     const Row rows[] = {
@@ -130,7 +130,7 @@ TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
          Check::chain, "certificate_expired"},
         {"an unknown root",
          [&] {
-             return Verifier({.roots = {to_bytes(tsp::Authority().rootDer())}})
+             return Verifier({.roots = {to_bytes(tsp::Authority().root_der())}})
                  .verify(stamp_of({}), bytes_of("data"));
          },
          Check::chain, "chain_incomplete"},
@@ -191,7 +191,7 @@ TEST_F(VerifierTest, AForgedSignatureEndsTheJudgementBeforeTheChain) {
 
 TEST_F(VerifierTest, ARefusalIsTheOnlyFinding) {
     const Stamp stamp = Stamp::read(to_bytes(
-        tsp::response(2, "", tsp::element(0x0C, "no\x1b[2J way"), tsp::failInfoBits(1U << 15))));
+        tsp::response(2, "", tsp::element(0x0C, "no\x1b[2J way"), tsp::fail_info_bits(1U << 15))));
     EXPECT_FALSE(stamp.has_token());
     EXPECT_EQ(stamp.info().failure_names, std::vector<std::string>{"unacceptedPolicy"});
     const Verdict verdict = verify(stamp);
@@ -252,7 +252,7 @@ TEST_F(VerifierTest, RevocationIsToldWithItsEvidence) {
 // The certificate and the list of a long-term signature stand in unsigned attributes.
 TEST_F(VerifierTest, WhatTheTokenBringsAlongCounts) {
     Signing alone;
-    alone.withCertificates = false;
+    alone.with_certificates = false;
     const std::string token = authority.token(TstInfo().encode(), alone);
     const auto* place = reinterpret_cast<const unsigned char*>(token.data());
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
@@ -267,7 +267,7 @@ TEST_F(VerifierTest, WhatTheTokenBringsAlongCounts) {
         return Stamp::read(to_bytes(tsp::der(message.get(), &i2d_CMS_ContentInfo)));
     };
     EXPECT_EQ(verify(encoded()).deciding().word, "signer_not_found");
-    add("1.2.840.113549.1.9.16.2.23", tsp::sequence(authority.signerDer()));
+    add("1.2.840.113549.1.9.16.2.23", tsp::sequence(authority.signer_der()));
     EXPECT_TRUE(verify(encoded()).good());
     add("1.2.840.113549.1.9.16.2.24",
         tsp::sequence(
@@ -291,7 +291,7 @@ TEST_F(VerifierTest, WhatIsWeakIsRemarkedAndRefusedWhereThatIsWanted) {
 
 TEST_F(VerifierTest, OneVerifierServesManyThreads) {
     const Verifier good(trust());
-    const Verifier stranger({.roots = {to_bytes(tsp::Authority().rootDer())}});
+    const Verifier stranger({.roots = {to_bytes(tsp::Authority().root_der())}});
     const Stamp stamp = stamp_of({});
     std::atomic<int> wrong = 0;
     {
