@@ -1,7 +1,7 @@
 // Prints what a stored response or token holds, without verifying anything:  read_token STAMP
 #include <cstdio>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 int main(int argc, char** argv) try {
     if (argc != 2) {

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <fstream>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 int main(int argc, char** argv) try {
     if (argc != 4 && argc != 5) {

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <set>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace fs = std::filesystem;
 

@@ -2,7 +2,7 @@
 // verify_stamp FILE STAMP ROOTS.pem
 #include <cstdio>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace {
 

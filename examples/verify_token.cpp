@@ -5,11 +5,11 @@
 #include <iterator>
 #include <vector>
 
-#include "basalt20/surface/chain.h"
-#include "basalt20/surface/store.h"
-#include "base/atl_exception.h"
-#include "client/request.h"
-#include "client/stamp.h"
+#include <basalt/chain.h>
+#include <basalt/store.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/request.h>
+#include <chronoseal/client/stamp.h>
 
 using Halcyon::PKI::TSP::Client::CStamp;
 

@@ -1,7 +1,7 @@
 // The exit statuses of the command; scripts may rely on them.
 #pragma once
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace cli {
 

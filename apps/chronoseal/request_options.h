@@ -6,7 +6,7 @@
 
 #include <CLI/App.hpp>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace cli {
 

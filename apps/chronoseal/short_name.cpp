@@ -1,7 +1,7 @@
 // Common names cut out of distinguished ones.
 #include "short_name.h"
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace cli {
 

@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace cli {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace cli {
 

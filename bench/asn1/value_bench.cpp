@@ -9,9 +9,9 @@
 #include <openssl/ess.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/extension.h"
-#include "asn1/name.h"
-#include "asn1/signing_certificate.h"
+#include <chronoseal/asn1/extension.h>
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/signing_certificate.h>
 
 namespace {
 

@@ -13,11 +13,11 @@
 #include <openssl/cms.h>
 #include <openssl/x509.h>
 
-#include "asn1data/cryptographic_message_syntax.h"
-#include "asn1data/pkix1_explicit.h"
-#include "asn1rt/runtime.h"
 #include "samples.h"
 #include "tasn1_codec.h"
+#include <chronoseal/asn1data/cryptographic_message_syntax.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <benchmark/benchmark.h>
 #include <openssl/bn.h>
 
-#include "asn1rt/big_integer.h"
-#include "asn1rt/context.h"
-#include "asn1rt/limits.h"
+#include <chronoseal/asn1rt/big_integer.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/limits.h>
 
 namespace {
 

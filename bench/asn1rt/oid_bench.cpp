@@ -3,11 +3,11 @@
 #include <benchmark/benchmark.h>
 #include <openssl/objects.h>
 
-#include "asn1rt/context.h"
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/object_identifier.h"
 #include "oid_text.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/object_identifier.h>
 
 namespace {
 

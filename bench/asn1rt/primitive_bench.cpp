@@ -10,9 +10,9 @@
 #include <openssl/bn.h>
 #include <openssl/objects.h>
 
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
 #include "primitive_values.h"
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/encode.h>
 
 namespace {
 

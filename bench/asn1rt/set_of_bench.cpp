@@ -7,9 +7,9 @@
 #include <openssl/asn1.h>
 #include <openssl/asn1t.h>
 
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
 #include "set_of_values.h"
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/encode.h>
 
 namespace {
 

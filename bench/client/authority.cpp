@@ -5,9 +5,9 @@
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
-#include "basalt20/surface/certificate.h"
-#include "basalt20/surface/chain.h"
 #include "operation.h"
+#include <basalt/certificate.h>
+#include <basalt/chain.h>
 
 namespace bench {
 

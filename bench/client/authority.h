@@ -11,7 +11,7 @@
 #include <openssl/ts.h>
 #include <openssl/x509.h>
 
-#include "basalt20/surface/store.h"
+#include <basalt/store.h>
 
 namespace bench {
 

@@ -4,10 +4,10 @@
 
 #include "authority.h"
 #include "canned_server.h"
-#include "client/request.h"
-#include "client/send_request.h"
-#include "client/stamp.h"
 #include "operation.h"
+#include <chronoseal/client/request.h>
+#include <chronoseal/client/send_request.h>
+#include <chronoseal/client/stamp.h>
 
 namespace bench {
 

@@ -2,9 +2,9 @@
 #include <cstring>
 
 #include "authority.h"
-#include "client/stamp.h"
 #include "operation.h"
 #include "tasn1_definitions.h"
+#include <chronoseal/client/stamp.h>
 
 namespace bench {
 

@@ -2,10 +2,10 @@
 #include <openssl/rand.h>
 
 #include "authority.h"
-#include "client/request.h"
-#include "core/request.h"
 #include "operation.h"
 #include "tasn1_definitions.h"
+#include <chronoseal/client/request.h>
+#include <chronoseal/core/request.h>
 
 namespace bench {
 

@@ -5,8 +5,8 @@
 #include <openssl/rsa.h>
 
 #include "authority.h"
-#include "client/stamp.h"
 #include "operation.h"
+#include <chronoseal/client/stamp.h>
 
 namespace bench {
 

@@ -1,9 +1,9 @@
 // Encoded attributes, as one and as a set, and the values of the typed ones.
 #include <cstdint>
 
-#include "asn1/attribute.h"
-#include "asn1/typed_attribute.h"
 #include "round_trip.h"
+#include <chronoseal/asn1/attribute.h>
+#include <chronoseal/asn1/typed_attribute.h>
 
 using namespace Halcyon;
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "atl/base64.h"
+#include <chronoseal/atl/base64.h>
 
 namespace {
 

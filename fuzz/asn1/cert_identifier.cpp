@@ -1,9 +1,9 @@
 // Encoded identifiers of certificates, and the attributes that list them.
 #include <cstdint>
 
-#include "asn1/cert_identifier.h"
-#include "asn1/signing_certificate.h"
 #include "round_trip.h"
+#include <chronoseal/asn1/cert_identifier.h>
+#include <chronoseal/asn1/signing_certificate.h>
 
 using namespace Halcyon;
 

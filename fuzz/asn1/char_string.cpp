@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cwchar>
 
-#include "asn1/char_string.h"
-#include "base/atl_exception.h"
+#include <chronoseal/asn1/char_string.h>
+#include <chronoseal/base/atl_exception.h>
 
 using namespace Halcyon;
 

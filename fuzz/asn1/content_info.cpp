@@ -1,9 +1,9 @@
 // Encoded contents of CMS and lists of certificates.
 #include <cstdint>
 
-#include "asn1/certificate_value.h"
-#include "asn1/content_info.h"
 #include "round_trip.h"
+#include <chronoseal/asn1/certificate_value.h>
+#include <chronoseal/asn1/content_info.h>
 
 using namespace Halcyon;
 

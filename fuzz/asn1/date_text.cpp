@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "asn1/typed_attribute.h"
-#include "asn1/typed_extension.h"
-#include "base/atl_exception.h"
+#include <chronoseal/asn1/typed_attribute.h>
+#include <chronoseal/asn1/typed_extension.h>
+#include <chronoseal/base/atl_exception.h>
 
 using namespace Halcyon;
 

@@ -1,10 +1,10 @@
 // Encoded distribution points, access descriptions and policies.
 #include <cstdint>
 
-#include "asn1/access_description.h"
-#include "asn1/distribution_point.h"
-#include "asn1/policy_information.h"
 #include "round_trip.h"
+#include <chronoseal/asn1/access_description.h>
+#include <chronoseal/asn1/distribution_point.h>
+#include <chronoseal/asn1/policy_information.h>
 
 using namespace Halcyon;
 

@@ -1,9 +1,9 @@
 // Encoded extensions, as one and as a list, and the values of the typed ones.
 #include <cstdint>
 
-#include "asn1/extension.h"
-#include "asn1/typed_extension.h"
 #include "round_trip.h"
+#include <chronoseal/asn1/extension.h>
+#include <chronoseal/asn1/typed_extension.h>
 
 using namespace Halcyon;
 

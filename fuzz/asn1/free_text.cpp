@@ -5,8 +5,8 @@
 #include <cwchar>
 #include <string>
 
-#include "asn1/status_info.h"
-#include "base/atl_exception.h"
+#include <chronoseal/asn1/status_info.h>
+#include <chronoseal/base/atl_exception.h>
 
 using namespace Halcyon;
 

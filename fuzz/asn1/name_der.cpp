@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "asn1/name.h"
-#include "base/atl_exception.h"
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/base/atl_exception.h>
 
 using namespace Halcyon;
 

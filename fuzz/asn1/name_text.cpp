@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "asn1/name.h"
-#include "asn1/text_width.h"
-#include "base/atl_exception.h"
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/text_width.h>
+#include <chronoseal/base/atl_exception.h>
 
 using namespace Halcyon;
 

@@ -1,8 +1,8 @@
 // Encoded announcements of revocations.
 #include <cstdint>
 
-#include "asn1/rev_ann_content.h"
 #include "round_trip.h"
+#include <chronoseal/asn1/rev_ann_content.h>
 
 using namespace Halcyon;
 

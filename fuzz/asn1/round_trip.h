@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 
-#include "base/atl_exception.h"
-#include "base/blob.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/blob.h>
 
 // `make` gives a value to decode into. Values of a SET may be read back in another order than they
 // were written in, so that values are compared by their encodings.

@@ -1,6 +1,6 @@
 // Certification requests.
-#include "asn1data/pkcs10.h"
 #include "roundtrip.h"
+#include <chronoseal/asn1data/pkcs10.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     return roundtrip::check<asn1data::ASN1T_CertificationRequest,

@@ -1,6 +1,6 @@
 // Cryptographic messages that keep their bytes.
-#include "asn1data/cryptographic_message_syntax.h"
 #include "roundtrip.h"
+#include <chronoseal/asn1data/cryptographic_message_syntax.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     return roundtrip::check<asn1data::ASN1T_ContentInfo, asn1data::ASN1C_ContentInfo>(data, size);

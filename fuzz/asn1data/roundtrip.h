@@ -8,9 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "asn1rt/runtime.h"
 #include "canonical.h"
 #include "well_formed.h"
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace roundtrip {
 

@@ -1,6 +1,6 @@
 // What a token states, the authority's name in one piece.
-#include "asn1data/pkix_tsp.h"
 #include "roundtrip.h"
+#include <chronoseal/asn1data/pkix_tsp.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     return roundtrip::check<asn1data::ASN1T_TSTInfoRaw, asn1data::ASN1C_TSTInfoRaw>(data, size);

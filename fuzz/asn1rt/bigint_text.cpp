@@ -8,8 +8,8 @@
 
 #include <openssl/bn.h>
 
-#include "asn1rt/big_integer.h"
-#include "asn1rt/context.h"
+#include <chronoseal/asn1rt/big_integer.h>
+#include <chronoseal/asn1rt/context.h>
 
 namespace {
 

@@ -8,9 +8,9 @@
 
 #include <openssl/objects.h>
 
-#include "asn1rt/context.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/object_identifier.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/object_identifier.h>
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "asn1rt/copy.h"
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
+#include <chronoseal/asn1rt/copy.h>
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/encode.h>
 
 namespace {
 

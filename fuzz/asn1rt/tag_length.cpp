@@ -7,8 +7,8 @@
 
 #include <openssl/asn1.h>
 
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/encode.h>
 
 namespace {
 

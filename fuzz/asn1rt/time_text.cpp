@@ -12,9 +12,9 @@
 
 #include <openssl/asn1.h>
 
-#include "asn1rt/generalized_time_control.h"
-#include "asn1rt/time_value.h"
-#include "asn1rt/utc_time_control.h"
+#include <chronoseal/asn1rt/generalized_time_control.h>
+#include <chronoseal/asn1rt/time_value.h>
+#include <chronoseal/asn1rt/utc_time_control.h>
 
 namespace {
 

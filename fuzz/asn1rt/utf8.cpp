@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "asn1rt/character_text.h"
-#include "asn1rt/context.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/character_text.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

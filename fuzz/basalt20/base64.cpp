@@ -1,7 +1,7 @@
 // Text to bytes: the first byte of the input chooses the form, the rest is the text. What decodes
 // has to decode to the same bytes again after it was encoded, and both widths of text have to
 // agree.
-#include "basalt20/surface/binary_string.h"
+#include <basalt/binary_string.h>
 
 #include <cstdint>
 #include <cstdlib>

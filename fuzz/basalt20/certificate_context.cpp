@@ -1,7 +1,7 @@
 // Certificates and CRLs of any bytes. What is taken is read as far as it goes, and OpenSSL, where
 // it takes the same certificate, sees the same names, serial number and number of extensions.
-#include "basalt20/surface/crl.h"
-#include "basalt20/surface/object_coding.h"
+#include <basalt/crl.h>
+#include <basalt/object_coding.h>
 
 #include <openssl/err.h>
 #include <openssl/x509.h>

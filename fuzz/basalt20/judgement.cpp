@@ -1,7 +1,7 @@
 // A bag of certificates, lists and OCSP answers, one DER element behind the other, against the
 // whole judgement: the first certificate is asked about, the last one is the anchor, nothing is
 // fetched. The verdict is the same with the bag the other way round, and comes in time.
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Messages of any bytes: every parameter is read, every signer verified with a key of each kind.
 // What is taken as a signed message with signers that can be read, OpenSSL's reader takes too, or
 // there is one of the reasons named below.
-#include "basalt20/surface/message.h"
+#include <basalt/message.h>
 
 #include <openssl/asn1err.h>
 #include <openssl/cms.h>

@@ -1,6 +1,6 @@
 // Single structures: the first byte chooses the type. What decodes and can be encoded again decodes
 // to the same, and the encoding of the second round is that of the first.
-#include "basalt20/surface/object_coding.h"
+#include <basalt/object_coding.h>
 
 #include <cstdlib>
 #include <vector>

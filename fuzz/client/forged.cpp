@@ -6,10 +6,10 @@
 #include <tuple>
 #include <vector>
 
-#include "basalt20/surface/certificate.h"
-#include "client/stamp.h"
 #include "honest_token.h"
 #include "surroundings.h"
+#include <basalt/certificate.h>
+#include <chronoseal/client/stamp.h>
 
 namespace {
 

@@ -13,11 +13,11 @@
 #include <openssl/err.h>
 #include <openssl/ts.h>
 
-#include "basalt20/surface/message.h"
-#include "client/request.h"
-#include "client/stamp.h"
 #include "openssl_view.h"
 #include "surroundings.h"
+#include <basalt/message.h>
+#include <chronoseal/client/request.h>
+#include <chronoseal/client/stamp.h>
 
 namespace {
 

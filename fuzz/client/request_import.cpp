@@ -9,9 +9,9 @@
 #include <openssl/err.h>
 #include <openssl/ts.h>
 
-#include "client/request.h"
 #include "openssl_view.h"
 #include "surroundings.h"
+#include <chronoseal/client/request.h>
 
 namespace {
 

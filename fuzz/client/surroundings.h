@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "basalt20/surface/chain.h"
-#include "basalt20/surface/store.h"
-#include "base/atl_exception.h"
+#include <basalt/chain.h>
+#include <basalt/store.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace fuzzing {
 

@@ -9,10 +9,10 @@
 #include <openssl/err.h>
 #include <openssl/ts.h>
 
-#include "base/atl_exception.h"
-#include "core/request.h"
-#include "core/response.h"
-#include "core/token.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/core/request.h>
+#include <chronoseal/core/response.h>
+#include <chronoseal/core/token.h>
 
 namespace {
 

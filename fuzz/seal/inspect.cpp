@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace {
 

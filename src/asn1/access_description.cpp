@@ -1,10 +1,10 @@
-#include "asn1/access_description.h"
+#include <chronoseal/asn1/access_description.h>
 
 #include <cstring>
 
-#include "asn1/general_name_traits.h"
-#include "asn1/object_identifier.h"
-#include "asn1data/pkix1_implicit.h"
+#include <chronoseal/asn1/general_name_traits.h>
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1data/pkix1_implicit.h>
 
 namespace Halcyon::ASN1 {
 

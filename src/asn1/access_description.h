@@ -4,7 +4,7 @@
 
 #include <list>
 
-#include "asn1/general_name.h"
+#include <chronoseal/asn1/general_name.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,11 +1,11 @@
-#include "asn1/algorithm_identifier.h"
+#include <chronoseal/asn1/algorithm_identifier.h>
 
 #include <cstring>
 #include <utility>
 
-#include "asn1/algorithm_identifier_ex.h"
-#include "asn1/algorithm_identifier_traits.h"
-#include "asn1/object_identifier.h"
+#include <chronoseal/asn1/algorithm_identifier_ex.h>
+#include <chronoseal/asn1/algorithm_identifier_traits.h>
+#include <chronoseal/asn1/object_identifier.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,9 +1,9 @@
 // CAlgorithmIdentifier: an algorithm's object identifier and parameters (RFC 5280, 4.1.1.2).
 #pragma once
 
-#include "base/blob.h"
-#include "base/string_proxy.h"
-#include "visibility/visibility.h"
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
+#include <chronoseal/visibility.h>
 
 namespace Halcyon::ASN1 {
 

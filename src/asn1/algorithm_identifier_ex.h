@@ -1,8 +1,8 @@
 // CAlgorithmIdentifierEx: an algorithm identifier with a place for the platform's number of it.
 #pragma once
 
-#include "asn1/algorithm_identifier.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1/algorithm_identifier.h>
+#include <chronoseal/visibility.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,10 +1,10 @@
-#include "asn1/algorithm_identifier.h"
+#include <chronoseal/asn1/algorithm_identifier.h>
 
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
-#include "asn1/algorithm_identifier_ex.h"
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/algorithm_identifier_ex.h>
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 namespace {

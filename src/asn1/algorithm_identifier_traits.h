@@ -1,9 +1,9 @@
 // Traits of AlgorithmIdentifier. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/algorithm_identifier.h"
-#include "asn1/record_traits.h"
-#include "asn1data/pkix1_explicit.h"
+#include <chronoseal/asn1/algorithm_identifier.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,12 +1,12 @@
-#include "asn1/attribute.h"
+#include <chronoseal/asn1/attribute.h>
 
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
-#include "asn1/signing_certificate.h"
-#include "asn1/test_blob.h"
-#include "asn1/typed_attribute.h"
-#include "asn1/typed_extension.h"
+#include <chronoseal/asn1/signing_certificate.h>
+#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/typed_attribute.h>
+#include <chronoseal/asn1/typed_extension.h>
 
 namespace Halcyon::ASN1 {
 namespace {

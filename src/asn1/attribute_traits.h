@@ -1,10 +1,10 @@
 // Traits of Attribute and of a SET OF Attribute. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/attribute.h"
-#include "asn1/record_traits.h"
-#include "asn1data/cryptographic_message_syntax.h"
-#include "asn1data/pkix1_explicit.h"
+#include <chronoseal/asn1/attribute.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/cryptographic_message_syntax.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,11 +1,11 @@
-#include "asn1/attribute_type_register.h"
+#include <chronoseal/asn1/attribute_type_register.h>
 
 #include <algorithm>
 #include <cwchar>
 
-#include "asn1/char_string.h"
-#include "asn1/failure.h"
-#include "asn1/text_width.h"
+#include <chronoseal/asn1/char_string.h>
+#include <chronoseal/asn1/failure.h>
+#include <chronoseal/asn1/text_width.h>
 
 namespace Halcyon::ASN1 {
 

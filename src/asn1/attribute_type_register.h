@@ -6,10 +6,10 @@
 #include <list>
 #include <string>
 
-#include "asn1/char_string.h"
-#include "asn1/name.h"
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/asn1/char_string.h>
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

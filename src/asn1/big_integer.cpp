@@ -1,4 +1,4 @@
-#include "asn1/big_integer.h"
+#include <chronoseal/asn1/big_integer.h>
 
 #include <algorithm>
 #include <cstring>
@@ -6,11 +6,11 @@
 #include <span>
 #include <string>
 
-#include "asn1/big_integer_text.h"
-#include "asn1/codec.h"
-#include "asn1data/pkix1_explicit.h"
-#include "atl/crypt_prov.h"
-#include "basalt10/provider.h"
+#include <basalt/provider.h>
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/codec.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
+#include <chronoseal/atl/crypt_prov.h>
 
 namespace Halcyon::ASN1 {
 

@@ -2,7 +2,7 @@
 // ones, from which nonces are made. Failures are thrown as CAtlException.
 #pragma once
 
-#include "base/blob.h"
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

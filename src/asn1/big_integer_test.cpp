@@ -1,12 +1,12 @@
-#include "asn1/big_integer.h"
+#include <chronoseal/asn1/big_integer.h>
 
 #include <gtest/gtest.h>
 #include <openssl/asn1.h>
 
-#include "asn1/big_integer_text.h"
-#include "asn1/test_blob.h"
-#include "asn1rt/runtime.h"
-#include "basalt10/provider.h"
+#include <basalt/provider.h>
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace Halcyon::ASN1 {
 namespace {

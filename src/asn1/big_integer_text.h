@@ -2,7 +2,7 @@
 // hexadecimal digits a byte. Failures are thrown as CAtlException.
 #pragma once
 
-#include "asn1/big_integer.h"
+#include <chronoseal/asn1/big_integer.h>
 
 struct ASN1CTXT;
 

@@ -1,12 +1,12 @@
-#include "asn1/cert_identifier.h"
+#include <chronoseal/asn1/cert_identifier.h>
 
 #include <cstring>
 
-#include "asn1/algorithm_identifier_traits.h"
-#include "asn1/big_integer_text.h"
-#include "asn1/cert_identifier_traits.h"
-#include "asn1/general_name_traits.h"
-#include "asn1/primitive_traits.h"
+#include <chronoseal/asn1/algorithm_identifier_traits.h>
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/cert_identifier_traits.h>
+#include <chronoseal/asn1/general_name_traits.h>
+#include <chronoseal/asn1/primitive_traits.h>
 
 namespace Halcyon::ASN1 {
 

@@ -5,12 +5,12 @@
 
 #include <list>
 
-#include "asn1/algorithm_identifier.h"
-#include "asn1/big_integer.h"
-#include "asn1/choice.h"
-#include "asn1/general_name.h"
-#include "asn1/owned.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/algorithm_identifier.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/choice.h>
+#include <chronoseal/asn1/general_name.h>
+#include <chronoseal/asn1/owned.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <openssl/ess.h>
 
-#include "asn1/cert_identifier.h"
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/cert_identifier.h>
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -1,11 +1,11 @@
 // Traits of what names a certificate. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/cert_identifier.h"
-#include "asn1/record_traits.h"
-#include "asn1data/attribute_certificates.h"
-#include "asn1data/ets_electronic_signature.h"
-#include "asn1data/extended_security_services.h"
+#include <chronoseal/asn1/cert_identifier.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/attribute_certificates.h>
+#include <chronoseal/asn1data/ets_electronic_signature.h>
+#include <chronoseal/asn1data/extended_security_services.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,12 +1,12 @@
-#include "asn1/certificate_identification.h"
+#include <chronoseal/asn1/certificate_identification.h>
 
 #include <limits>
 
-#include "asn1/failure.h"
-#include "atl/cert_context.h"
-#include "basalt10/oid_information.h"
-#include "basalt20/surface/object_coding.h"
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
+#include <basalt/object_coding.h>
+#include <basalt/oid_information.h>
+#include <chronoseal/asn1/failure.h>
+#include <chronoseal/atl/cert_context.h>
 
 namespace Halcyon::ASN1 {
 

@@ -4,11 +4,11 @@
 
 #include <string>
 
-#include "asn1/algorithm_identifier_ex.h"
-#include "asn1/big_integer.h"
-#include "asn1/cert_identifier.h"
-#include "basalt20/surface/certificate.h"
-#include "base/blob.h"
+#include <basalt/certificate.h>
+#include <chronoseal/asn1/algorithm_identifier_ex.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/cert_identifier.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

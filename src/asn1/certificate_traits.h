@@ -2,10 +2,10 @@
 // decodes. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/certificate_value.h"
-#include "asn1/record_traits.h"
-#include "asn1data/ets_electronic_signature.h"
-#include "asn1data/pkix1_explicit.h"
+#include <chronoseal/asn1/certificate_value.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/ets_electronic_signature.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
 
 namespace Halcyon::ASN1 {
 

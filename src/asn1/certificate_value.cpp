@@ -1,6 +1,6 @@
-#include "asn1/certificate_value.h"
+#include <chronoseal/asn1/certificate_value.h>
 
-#include "asn1/certificate_traits.h"
+#include <chronoseal/asn1/certificate_traits.h>
 
 namespace Halcyon::ASN1 {
 

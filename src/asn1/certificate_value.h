@@ -2,7 +2,7 @@
 // 5126, 6.3.3).
 #pragma once
 
-#include "base/blob.h"
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

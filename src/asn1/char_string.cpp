@@ -1,12 +1,12 @@
-#include "asn1/char_string.h"
+#include <chronoseal/asn1/char_string.h>
 
 #include <cwchar>
 #include <string>
 
-#include "asn1/codec.h"
-#include "asn1/heap_copy.h"
-#include "asn1/text_width.h"
-#include "asn1rt/character_text.h"
+#include <chronoseal/asn1/codec.h>
+#include <chronoseal/asn1/heap_copy.h>
+#include <chronoseal/asn1/text_width.h>
+#include <chronoseal/asn1rt/character_text.h>
 
 namespace Halcyon::ASN1 {
 

@@ -2,8 +2,8 @@
 // CAtlException: 0x80093101 for anything that can't be converted, 0x80093106 without memory.
 #pragma once
 
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,9 +1,9 @@
-#include "asn1/char_string.h"
+#include <chronoseal/asn1/char_string.h>
 
 #include <gtest/gtest.h>
 
-#include "asn1/test_blob.h"
-#include "asn1/text_width.h"
+#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/text_width.h>
 
 namespace Halcyon::ASN1 {
 namespace {

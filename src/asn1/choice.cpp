@@ -1,8 +1,8 @@
-#include "asn1/choice.h"
+#include <chronoseal/asn1/choice.h>
 
 #include <utility>
 
-#include "asn1/failure.h"
+#include <chronoseal/asn1/failure.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,10 +1,10 @@
-#include "asn1/choice.h"
+#include <chronoseal/asn1/choice.h>
 
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -16,9 +16,9 @@
 
 #include <limits>
 
-#include "asn1/failure.h"
-#include "asn1rt/runtime.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/failure.h>
+#include <chronoseal/asn1rt/runtime.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

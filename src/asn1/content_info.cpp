@@ -1,7 +1,7 @@
-#include "asn1/content_info.h"
+#include <chronoseal/asn1/content_info.h>
 
-#include "asn1/content_info_traits.h"
-#include "asn1/object_identifier.h"
+#include <chronoseal/asn1/content_info_traits.h>
+#include <chronoseal/asn1/object_identifier.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,8 +1,8 @@
 // CContentInfo: a CMS content with its type (RFC 5652, 3).
 #pragma once
 
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,9 +1,9 @@
 // Traits of ContentInfo. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/content_info.h"
-#include "asn1/record_traits.h"
-#include "asn1data/cryptographic_message_syntax.h"
+#include <chronoseal/asn1/content_info.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/cryptographic_message_syntax.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,7 +1,7 @@
-#include "asn1/distribution_point.h"
+#include <chronoseal/asn1/distribution_point.h>
 
-#include "asn1/general_name_traits.h"
-#include "asn1data/pkix1_implicit.h"
+#include <chronoseal/asn1/general_name_traits.h>
+#include <chronoseal/asn1data/pkix1_implicit.h>
 
 namespace Halcyon::ASN1 {
 

@@ -4,9 +4,9 @@
 
 #include <list>
 
-#include "asn1/choice.h"
-#include "asn1/general_name.h"
-#include "asn1/owned.h"
+#include <chronoseal/asn1/choice.h>
+#include <chronoseal/asn1/general_name.h>
+#include <chronoseal/asn1/owned.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,11 +1,11 @@
-#include "asn1/distribution_point.h"
+#include <chronoseal/asn1/distribution_point.h>
 
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/access_description.h"
-#include "asn1/policy_information.h"
-#include "asn1/test_certificate.h"
+#include <chronoseal/asn1/access_description.h>
+#include <chronoseal/asn1/policy_information.h>
+#include <chronoseal/asn1/test_certificate.h>
 
 namespace Halcyon::ASN1 {
 namespace {

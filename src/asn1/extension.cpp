@@ -1,11 +1,11 @@
-#include "asn1/extension.h"
+#include <chronoseal/asn1/extension.h>
 
 #include <algorithm>
 #include <string_view>
 
-#include "asn1/extension_traits.h"
-#include "asn1/object_identifier.h"
-#include "asn1/primitive_traits.h"
+#include <chronoseal/asn1/extension_traits.h>
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1/primitive_traits.h>
 
 namespace Halcyon::ASN1 {
 

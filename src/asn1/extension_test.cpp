@@ -1,10 +1,10 @@
-#include "asn1/extension.h"
+#include <chronoseal/asn1/extension.h>
 
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/test_blob.h"
-#include "asn1/typed_extension.h"
+#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/typed_extension.h>
 
 namespace Halcyon::ASN1 {
 namespace {

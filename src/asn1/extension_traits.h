@@ -1,9 +1,9 @@
 // Traits of Extension and Extensions. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/extension.h"
-#include "asn1/record_traits.h"
-#include "asn1data/pkix1_explicit.h"
+#include <chronoseal/asn1/extension.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
 
 namespace Halcyon::ASN1 {
 

@@ -2,9 +2,9 @@
 // don't reach the caller.
 #pragma once
 
-#include "asn1rt/runtime.h"
-#include "base/atl_exception.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/asn1rt/runtime.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon::ASN1 {
 

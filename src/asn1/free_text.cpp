@@ -1,13 +1,13 @@
-#include "asn1/free_text.h"
+#include <chronoseal/asn1/free_text.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <cwchar>
 
-#include "asn1/free_text_traits.h"
-#include "asn1/heap_copy.h"
-#include "asn1/text_width.h"
+#include <chronoseal/asn1/free_text_traits.h>
+#include <chronoseal/asn1/heap_copy.h>
+#include <chronoseal/asn1/text_width.h>
 
 namespace Halcyon::ASN1 {
 

@@ -5,7 +5,7 @@
 #include <list>
 #include <string>
 
-#include "base/string_proxy.h"
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,9 +1,9 @@
-#include "asn1/free_text.h"
+#include <chronoseal/asn1/free_text.h>
 
 #include <gtest/gtest.h>
 
-#include "asn1/free_text_traits.h"
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/free_text_traits.h>
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 namespace {

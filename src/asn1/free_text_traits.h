@@ -6,8 +6,8 @@
 // the prefix.
 #pragma once
 
-#include "asn1/free_text.h"
-#include "asn1data/pki_status.h"
+#include <chronoseal/asn1/free_text.h>
+#include <chronoseal/asn1data/pki_status.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,13 +1,13 @@
-#include "asn1/general_name.h"
+#include <chronoseal/asn1/general_name.h>
 
 #include <string>
 
-#include "asn1/general_name_traits.h"
-#include "asn1/name_traits.h"
-#include "asn1/object_identifier.h"
-#include "asn1/owned.h"
-#include "asn1/primitive_traits.h"
-#include "asn1/text_width.h"
+#include <chronoseal/asn1/general_name_traits.h>
+#include <chronoseal/asn1/name_traits.h>
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1/owned.h>
+#include <chronoseal/asn1/primitive_traits.h>
+#include <chronoseal/asn1/text_width.h>
 
 namespace Halcyon::ASN1 {
 

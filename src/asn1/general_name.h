@@ -5,9 +5,9 @@
 #include <list>
 #include <string>
 
-#include "asn1/choice.h"
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/asn1/choice.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

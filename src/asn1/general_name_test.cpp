@@ -1,10 +1,10 @@
-#include "asn1/general_name.h"
+#include <chronoseal/asn1/general_name.h>
 
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/name.h"
-#include "asn1/test_certificate.h"
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/test_certificate.h>
 
 namespace Halcyon::ASN1 {
 namespace {

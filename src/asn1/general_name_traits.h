@@ -1,9 +1,9 @@
 // Traits of GeneralName and GeneralNames. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/general_name.h"
-#include "asn1/record_traits.h"
-#include "asn1data/pkix1_implicit.h"
+#include <chronoseal/asn1/general_name.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/pkix1_implicit.h>
 
 namespace Halcyon::ASN1 {
 

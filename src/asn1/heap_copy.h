@@ -4,9 +4,9 @@
 #include <cstring>
 #include <limits>
 
-#include "asn1/failure.h"
-#include "asn1rt/runtime.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/failure.h>
+#include <chronoseal/asn1rt/runtime.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

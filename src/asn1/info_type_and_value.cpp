@@ -1,11 +1,11 @@
-#include "asn1/info_type_and_value.h"
+#include <chronoseal/asn1/info_type_and_value.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "asn1/heap_copy.h"
-#include "asn1/object_identifier.h"
-#include "asn1data/pkix_cmp.h"
+#include <chronoseal/asn1/heap_copy.h>
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1data/pkix_cmp.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,16 +1,16 @@
 #include <gtest/gtest.h>
 #include <openssl/pkcs7.h>
 
-#include "asn1/certificate_traits.h"
-#include "asn1/certificate_value.h"
-#include "asn1/codec.h"
-#include "asn1/content_info.h"
-#include "asn1/content_info_traits.h"
-#include "asn1/info_type_and_value.h"
-#include "asn1/rev_ann_content.h"
-#include "asn1/signer_info.h"
-#include "asn1/signer_info_traits.h"
-#include "asn1/test_certificate.h"
+#include <chronoseal/asn1/certificate_traits.h>
+#include <chronoseal/asn1/certificate_value.h>
+#include <chronoseal/asn1/codec.h>
+#include <chronoseal/asn1/content_info.h>
+#include <chronoseal/asn1/content_info_traits.h>
+#include <chronoseal/asn1/info_type_and_value.h>
+#include <chronoseal/asn1/rev_ann_content.h>
+#include <chronoseal/asn1/signer_info.h>
+#include <chronoseal/asn1/signer_info_traits.h>
+#include <chronoseal/asn1/test_certificate.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -1,14 +1,14 @@
-#include "asn1/name.h"
+#include <chronoseal/asn1/name.h>
 
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "asn1/attribute_type_register.h"
-#include "asn1/name_traits.h"
-#include "asn1/object_identifier.h"
-#include "asn1/primitive_traits.h"
+#include <chronoseal/asn1/attribute_type_register.h>
+#include <chronoseal/asn1/name_traits.h>
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1/primitive_traits.h>
 
 namespace Halcyon::ASN1 {
 

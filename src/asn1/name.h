@@ -3,10 +3,10 @@
 
 #include <list>
 
-#include "asn1/attribute.h"
-#include "asn1/char_string.h"
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/asn1/attribute.h>
+#include <chronoseal/asn1/char_string.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,13 +1,13 @@
-#include "asn1/name.h"
+#include <chronoseal/asn1/name.h>
 
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
 #include <stdexcept>
 
-#include "asn1/attribute_type_register.h"
-#include "asn1/name_traits.h"
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/attribute_type_register.h>
+#include <chronoseal/asn1/name_traits.h>
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "asn1/name.h"
-#include "asn1/record_traits.h"
-#include "asn1data/pkix1_explicit.h"
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
 
 namespace Halcyon::ASN1 {
 

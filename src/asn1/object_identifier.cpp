@@ -1,10 +1,10 @@
-#include "asn1/object_identifier.h"
+#include <chronoseal/asn1/object_identifier.h>
 
 #include <array>
 #include <charconv>
 #include <limits>
 
-#include "asn1/failure.h"
+#include <chronoseal/asn1/failure.h>
 
 namespace Halcyon::ASN1 {
 

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "asn1rt/runtime.h"
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/asn1rt/runtime.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

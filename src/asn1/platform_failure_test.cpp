@@ -5,13 +5,13 @@
 
 #include <cstring>
 
-#include "asn1/big_integer.h"
-#include "asn1/certificate_identification.h"
-#include "asn1/test_certificate.h"
-#include "basalt10/provider.h"
-#include "basalt20/surface/object_coding.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/object_coding.h>
+#include <basalt/provider.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/certificate_identification.h>
+#include <chronoseal/asn1/test_certificate.h>
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "asn1/policy_information.h"
+#include <chronoseal/asn1/policy_information.h>
 
-#include "asn1/object_identifier.h"
-#include "asn1/policy_information_traits.h"
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1/policy_information_traits.h>
 
 namespace Halcyon::ASN1 {
 

@@ -3,8 +3,8 @@
 
 #include <list>
 
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

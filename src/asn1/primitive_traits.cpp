@@ -1,8 +1,8 @@
-#include "asn1/primitive_traits.h"
+#include <chronoseal/asn1/primitive_traits.h>
 
-#include "asn1/codec.h"
-#include "asn1/heap_copy.h"
-#include "asn1/text_width.h"
+#include <chronoseal/asn1/codec.h>
+#include <chronoseal/asn1/heap_copy.h>
+#include <chronoseal/asn1/text_width.h>
 
 namespace Halcyon::ASN1 {
 

@@ -2,9 +2,9 @@
 // complete OCTET STRING. See codec.h for what traits are and how they fail.
 #pragma once
 
-#include "asn1rt/runtime.h"
-#include "base/blob.h"
-#include "base/string_proxy.h"
+#include <chronoseal/asn1rt/runtime.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 

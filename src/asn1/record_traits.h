@@ -2,8 +2,8 @@
 // SET OF. See codec.h for what traits are and how they fail.
 #pragma once
 
-#include "asn1/codec.h"
-#include "asn1/heap_copy.h"
+#include <chronoseal/asn1/codec.h>
+#include <chronoseal/asn1/heap_copy.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,11 +1,11 @@
-#include "asn1/rev_ann_content.h"
+#include <chronoseal/asn1/rev_ann_content.h>
 
-#include "asn1/big_integer_text.h"
-#include "asn1/extension_traits.h"
-#include "asn1/general_name_traits.h"
-#include "asn1/time_choice_traits.h"
-#include "asn1data/pkix_cmp.h"
-#include "asn1data/pkix_crmf.h"
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/extension_traits.h>
+#include <chronoseal/asn1/general_name_traits.h>
+#include <chronoseal/asn1/time_choice_traits.h>
+#include <chronoseal/asn1data/pkix_cmp.h>
+#include <chronoseal/asn1data/pkix_crmf.h>
 
 namespace Halcyon::ASN1 {
 

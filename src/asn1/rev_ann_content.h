@@ -2,12 +2,12 @@
 // with CCertId, by which it names the certificate (RFC 4211, 6.5).
 #pragma once
 
-#include "asn1/big_integer.h"
-#include "asn1/extension.h"
-#include "asn1/general_name.h"
-#include "asn1/owned.h"
-#include "asn1/status_info.h"
-#include "base/date_time.h"
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/extension.h>
+#include <chronoseal/asn1/general_name.h>
+#include <chronoseal/asn1/owned.h>
+#include <chronoseal/asn1/status_info.h>
+#include <chronoseal/base/date_time.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,8 +1,8 @@
-#include "asn1/signer_info.h"
+#include <chronoseal/asn1/signer_info.h>
 
-#include "asn1/algorithm_identifier_traits.h"
-#include "asn1/big_integer_text.h"
-#include "asn1/signer_info_traits.h"
+#include <chronoseal/asn1/algorithm_identifier_traits.h>
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/signer_info_traits.h>
 
 namespace Halcyon::ASN1 {
 

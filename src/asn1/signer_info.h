@@ -1,9 +1,9 @@
 // CSignerInfo: what one signer of a CMS message is known by (RFC 5652, 5.3), for reading only.
 #pragma once
 
-#include "asn1/algorithm_identifier.h"
-#include "asn1/big_integer.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/algorithm_identifier.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

@@ -1,7 +1,7 @@
-#include "asn1/signing_certificate.h"
+#include <chronoseal/asn1/signing_certificate.h>
 
-#include "asn1/cert_identifier_traits.h"
-#include "asn1/policy_information_traits.h"
+#include <chronoseal/asn1/cert_identifier_traits.h>
+#include <chronoseal/asn1/policy_information_traits.h>
 
 namespace Halcyon::ASN1 {
 

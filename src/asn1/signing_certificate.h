@@ -3,10 +3,10 @@
 // they list, and in when their encoded form follows a change.
 #pragma once
 
-#include "asn1/cert_identifier.h"
-#include "asn1/owned.h"
-#include "asn1/policy_information.h"
-#include "asn1/typed_value.h"
+#include <chronoseal/asn1/cert_identifier.h>
+#include <chronoseal/asn1/owned.h>
+#include <chronoseal/asn1/policy_information.h>
+#include <chronoseal/asn1/typed_value.h>
 
 namespace Halcyon::ASN1 {
 

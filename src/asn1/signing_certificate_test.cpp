@@ -1,10 +1,10 @@
-#include "asn1/signing_certificate.h"
+#include <chronoseal/asn1/signing_certificate.h>
 
 #include <gtest/gtest.h>
 #include <openssl/ess.h>
 
-#include "asn1/name.h"
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -1,7 +1,7 @@
-#include "asn1/status_info.h"
+#include <chronoseal/asn1/status_info.h>
 
-#include "asn1/free_text_traits.h"
-#include "asn1/status_info_traits.h"
+#include <chronoseal/asn1/free_text_traits.h>
+#include <chronoseal/asn1/status_info_traits.h>
 
 namespace Halcyon::ASN1 {
 

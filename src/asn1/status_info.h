@@ -2,8 +2,8 @@
 // refused (RFC 3161, 2.4.2).
 #pragma once
 
-#include "asn1/free_text.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/free_text.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

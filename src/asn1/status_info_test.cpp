@@ -1,9 +1,9 @@
-#include "asn1/status_info.h"
+#include <chronoseal/asn1/status_info.h>
 
 #include <gtest/gtest.h>
 #include <openssl/ts.h>
 
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -1,9 +1,9 @@
 // Traits of PKIStatusInfo and PKIFailureInfo. See codec.h for what traits are.
 #pragma once
 
-#include "asn1/record_traits.h"
-#include "asn1/status_info.h"
-#include "asn1data/pki_status.h"
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1/status_info.h>
+#include <chronoseal/asn1data/pki_status.h>
 
 namespace Halcyon::ASN1 {
 

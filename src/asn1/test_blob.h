@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "base/atl_exception.h"
-#include "base/blob.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 

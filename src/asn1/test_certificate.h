@@ -4,7 +4,7 @@
 #include <openssl/evp.h>
 #include <openssl/x509v3.h>
 
-#include "asn1/test_blob.h"
+#include <chronoseal/asn1/test_blob.h>
 
 namespace Halcyon::ASN1 {
 

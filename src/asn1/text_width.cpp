@@ -1,12 +1,12 @@
-#include "asn1/text_width.h"
+#include <chronoseal/asn1/text_width.h>
 
 #include <cwchar>
 #include <sstream>
 
-#include "asn1/heap_copy.h"
-#include "asn1rt/character_text.h"
-#include "base/atl_exception.h"
-#include "sup/text_conversion.h"
+#include <basalt/text_conversion.h>
+#include <chronoseal/asn1/heap_copy.h>
+#include <chronoseal/asn1rt/character_text.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon::ASN1 {
 

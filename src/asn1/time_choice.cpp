@@ -1,9 +1,9 @@
-#include "asn1/time_choice.h"
+#include <chronoseal/asn1/time_choice.h>
 
-#include "asn1/heap_copy.h"
-#include "asn1/time_choice_traits.h"
-#include "asn1rt/generalized_time_control.h"
-#include "asn1rt/utc_time_control.h"
+#include <chronoseal/asn1/heap_copy.h>
+#include <chronoseal/asn1/time_choice_traits.h>
+#include <chronoseal/asn1rt/generalized_time_control.h>
+#include <chronoseal/asn1rt/utc_time_control.h>
 
 namespace Halcyon::ASN1 {
 

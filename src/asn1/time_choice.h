@@ -2,9 +2,9 @@
 // 4.1.2.5).
 #pragma once
 
-#include "asn1/choice.h"
-#include "base/blob.h"
-#include "base/date_time.h"
+#include <chronoseal/asn1/choice.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/date_time.h>
 
 namespace Halcyon::ASN1 {
 

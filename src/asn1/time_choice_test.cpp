@@ -1,10 +1,10 @@
-#include "asn1/time_choice.h"
+#include <chronoseal/asn1/time_choice.h>
 
 #include <gtest/gtest.h>
 #include <openssl/asn1.h>
 
-#include "asn1/test_blob.h"
-#include "asn1/time_choice_traits.h"
+#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/time_choice_traits.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "asn1/record_traits.h"
-#include "asn1/time_choice.h"
-#include "asn1data/pkix1_explicit.h"
-#include "asn1rt/time_control.h"
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1/time_choice.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
+#include <chronoseal/asn1rt/time_control.h>
 
 namespace Halcyon::ASN1 {
 

@@ -2,9 +2,9 @@
 // and of lists, and the conversions between texts and records.
 #pragma once
 
-#include "asn1/codec.h"
-#include "asn1/object_identifier.h"
-#include "asn1/primitive_traits.h"
-#include "asn1/record_traits.h"
-#include "asn1/text_width.h"
-#include "asn1/time_choice_traits.h"
+#include <chronoseal/asn1/codec.h>
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1/primitive_traits.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1/text_width.h>
+#include <chronoseal/asn1/time_choice_traits.h>

@@ -1,4 +1,4 @@
-#include "asn1/traits.h"
+#include <chronoseal/asn1/traits.h>
 
 #include <algorithm>
 #include <functional>
@@ -6,16 +6,16 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1/algorithm_identifier_traits.h"
-#include "asn1/attribute_traits.h"
-#include "asn1/big_integer_text.h"
-#include "asn1/char_string.h"
-#include "asn1/extension_traits.h"
-#include "asn1/info_type_and_value.h"
-#include "asn1/name.h"
-#include "asn1/test_blob.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/utc_time_control.h"
+#include <chronoseal/asn1/algorithm_identifier_traits.h>
+#include <chronoseal/asn1/attribute_traits.h>
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/char_string.h>
+#include <chronoseal/asn1/extension_traits.h>
+#include <chronoseal/asn1/info_type_and_value.h>
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/utc_time_control.h>
 
 namespace Halcyon::ASN1 {
 namespace {

@@ -1,10 +1,10 @@
-#include "asn1/typed_attribute.h"
+#include <chronoseal/asn1/typed_attribute.h>
 
-#include "asn1/attribute_type_register.h"
-#include "asn1/codec.h"
-#include "asn1/object_identifier.h"
-#include "asn1/primitive_traits.h"
-#include "asn1/text_width.h"
+#include <chronoseal/asn1/attribute_type_register.h>
+#include <chronoseal/asn1/codec.h>
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1/primitive_traits.h>
+#include <chronoseal/asn1/text_width.h>
 
 namespace Halcyon::ASN1 {
 

@@ -3,9 +3,9 @@
 // have a file of their own.
 #pragma once
 
-#include "asn1/owned.h"
-#include "asn1/time_choice.h"
-#include "asn1/typed_value.h"
+#include <chronoseal/asn1/owned.h>
+#include <chronoseal/asn1/time_choice.h>
+#include <chronoseal/asn1/typed_value.h>
 
 namespace Halcyon::ASN1 {
 

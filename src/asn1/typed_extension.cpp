@@ -1,9 +1,9 @@
-#include "asn1/typed_extension.h"
+#include <chronoseal/asn1/typed_extension.h>
 
-#include "asn1/object_identifier.h"
-#include "asn1/record_traits.h"
-#include "asn1/time_choice_traits.h"
-#include "asn1data/pkix1_implicit.h"
+#include <chronoseal/asn1/object_identifier.h>
+#include <chronoseal/asn1/record_traits.h>
+#include <chronoseal/asn1/time_choice_traits.h>
+#include <chronoseal/asn1data/pkix1_implicit.h>
 
 namespace Halcyon::ASN1 {
 

@@ -2,10 +2,10 @@
 // privateKeyUsagePeriod (RFC 3280, 4.2.1.4).
 #pragma once
 
-#include "asn1/general_name.h"
-#include "asn1/owned.h"
-#include "asn1/typed_value.h"
-#include "base/date_time.h"
+#include <chronoseal/asn1/general_name.h>
+#include <chronoseal/asn1/owned.h>
+#include <chronoseal/asn1/typed_value.h>
+#include <chronoseal/base/date_time.h>
 
 namespace Halcyon::ASN1 {
 

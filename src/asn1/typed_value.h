@@ -2,8 +2,8 @@
 // value beside the encoded one.
 #pragma once
 
-#include "asn1/attribute.h"
-#include "asn1/extension.h"
+#include <chronoseal/asn1/attribute.h>
+#include <chronoseal/asn1/extension.h>
 
 namespace Halcyon::ASN1 {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "asn1data/type_table.h"
+#include <chronoseal/asn1data/type_table.h>
 
 namespace asn1data {
 namespace {

@@ -2,11 +2,11 @@
 // looser or stricter than the published one.
 #include <gmock/gmock.h>
 
-#include "asn1data/mts_abstract_service.h"
-#include "asn1data/pkix1_explicit.h"
-#include "asn1data/pkix1_implicit.h"
-#include "asn1data/selected_attribute_types.h"
-#include "asn1data/test_coding.h"
+#include <chronoseal/asn1data/mts_abstract_service.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
+#include <chronoseal/asn1data/pkix1_implicit.h>
+#include <chronoseal/asn1data/selected_attribute_types.h>
+#include <chronoseal/asn1data/test_coding.h>
 
 using namespace asn1data;
 using namespace test_coding;

@@ -7,10 +7,10 @@
 #include <memory>
 #include <type_traits>
 
-#include "asn1data/record_memory.h"
-#include "asn1rt/bit_string_control.h"
-#include "asn1rt/list_control.h"
-#include "asn1rt/runtime.h"
+#include <chronoseal/asn1data/record_memory.h>
+#include <chronoseal/asn1rt/bit_string_control.h>
+#include <chronoseal/asn1rt/list_control.h>
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace asn1data {
 

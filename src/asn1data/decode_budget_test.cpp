@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1data/test_value.h"
+#include <chronoseal/asn1data/test_value.h>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Evidence records: what their hashes are over is kept as it came, and can be decoded by itself.
-#include "asn1data/evidence_record.h"
+#include <chronoseal/asn1data/evidence_record.h>
 
 #include <gtest/gtest.h>
 
-#include "asn1data/test_coding.h"
+#include <chronoseal/asn1data/test_coding.h>
 
 using namespace asn1data;
 using namespace test_coding;

@@ -2,14 +2,14 @@
 // extensions that are kept.
 #include <gmock/gmock.h>
 
-#include "asn1data/gost.h"
-#include "asn1data/halcyon_definitions.h"
-#include "asn1data/ocsp.h"
-#include "asn1data/pkcs1.h"
-#include "asn1data/pkcs10.h"
-#include "asn1data/pkcs5.h"
-#include "asn1data/pkix_crmf.h"
-#include "asn1data/test_coding.h"
+#include <chronoseal/asn1data/gost.h>
+#include <chronoseal/asn1data/halcyon_definitions.h>
+#include <chronoseal/asn1data/ocsp.h>
+#include <chronoseal/asn1data/pkcs1.h>
+#include <chronoseal/asn1data/pkcs10.h>
+#include <chronoseal/asn1data/pkcs5.h>
+#include <chronoseal/asn1data/pkix_crmf.h>
+#include <chronoseal/asn1data/test_coding.h>
 
 using namespace asn1data;
 using namespace test_coding;

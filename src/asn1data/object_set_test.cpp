@@ -10,13 +10,13 @@
 
 #include <gmock/gmock.h>
 
-#include "asn1data/cryptographic_message_syntax.h"
-#include "asn1data/ets_electronic_signature.h"
-#include "asn1data/information_object_sets.h"
-#include "asn1data/ocsp.h"
-#include "asn1data/pkix1_explicit.h"
-#include "asn1data/pkix_cmp.h"
-#include "asn1data/test_coding.h"
+#include <chronoseal/asn1data/cryptographic_message_syntax.h>
+#include <chronoseal/asn1data/ets_electronic_signature.h>
+#include <chronoseal/asn1data/information_object_sets.h>
+#include <chronoseal/asn1data/ocsp.h>
+#include <chronoseal/asn1data/pkix1_explicit.h>
+#include <chronoseal/asn1data/pkix_cmp.h>
+#include <chronoseal/asn1data/test_coding.h>
 
 using namespace asn1data;
 using namespace test_coding;

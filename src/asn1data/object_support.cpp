@@ -1,5 +1,5 @@
 // Identifiers are compared from their last arc on: those of one set mostly share their first ones.
-#include "asn1data/object_support.h"
+#include <chronoseal/asn1data/object_support.h>
 
 namespace asn1data {
 namespace {

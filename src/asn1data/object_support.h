@@ -11,8 +11,8 @@
 
 #include <pthread.h>
 
-#include "asn1data/record_memory.h"
-#include "asn1rt/runtime.h"
+#include <chronoseal/asn1data/record_memory.h>
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace asn1data {
 

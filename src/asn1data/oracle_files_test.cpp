@@ -7,8 +7,8 @@
 
 #include <gmock/gmock.h>
 
-#include "asn1data/pkix_cmp.h"
-#include "asn1data/test_value.h"
+#include <chronoseal/asn1data/pkix_cmp.h>
+#include <chronoseal/asn1data/test_value.h>
 
 using namespace test_coding;
 

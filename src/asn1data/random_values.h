@@ -7,7 +7,7 @@
 #include <cstring>
 #include <random>
 
-#include "asn1data/record_support.h"
+#include <chronoseal/asn1data/record_support.h>
 
 namespace asn1data {
 

@@ -1,5 +1,5 @@
 // The part of the records' memory that isn't a template.
-#include "asn1data/record_memory.h"
+#include <chronoseal/asn1data/record_memory.h>
 
 namespace asn1data {
 

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "asn1rt/runtime.h"
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace asn1data {
 

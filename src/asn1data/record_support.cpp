@@ -1,5 +1,5 @@
 // The shared part of the generated codecs.
-#include "asn1data/record_support.h"
+#include <chronoseal/asn1data/record_support.h>
 
 #include <cstring>
 

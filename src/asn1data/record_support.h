@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "asn1data/object_support.h"
-#include "asn1data/record_memory.h"
-#include "asn1rt/runtime.h"
+#include <chronoseal/asn1data/object_support.h>
+#include <chronoseal/asn1data/record_memory.h>
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace asn1data {
 

@@ -2,10 +2,10 @@
 // contents.
 #include <gmock/gmock.h>
 
-#include "asn1data/cryptographic_message_syntax.h"
-#include "asn1data/ets_electronic_signature.h"
-#include "asn1data/extended_security_services.h"
-#include "asn1data/test_coding.h"
+#include <chronoseal/asn1data/cryptographic_message_syntax.h>
+#include <chronoseal/asn1data/ets_electronic_signature.h>
+#include <chronoseal/asn1data/extended_security_services.h>
+#include <chronoseal/asn1data/test_coding.h>
 
 using namespace asn1data;
 using namespace test_coding;

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "asn1rt/runtime.h"
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace test_coding {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "asn1data/test_coding.h"
-#include "asn1data/type_table.h"
+#include <chronoseal/asn1data/test_coding.h>
+#include <chronoseal/asn1data/type_table.h>
 
 namespace test_coding {
 

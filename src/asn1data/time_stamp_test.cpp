@@ -1,9 +1,9 @@
 // Time-stamp types: order and presence of fields, ranges, and the forms that keep bytes.
 #include <gmock/gmock.h>
 
-#include "asn1data/pki_status.h"
-#include "asn1data/pkix_tsp.h"
-#include "asn1data/test_coding.h"
+#include <chronoseal/asn1data/pki_status.h>
+#include <chronoseal/asn1data/pkix_tsp.h>
+#include <chronoseal/asn1data/test_coding.h>
 
 using namespace asn1data;
 using namespace test_coding;

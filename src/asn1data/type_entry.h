@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <memory>
 
-#include "asn1data/random_values.h"
-#include "asn1data/record_memory.h"
-#include "asn1rt/runtime.h"
+#include <chronoseal/asn1data/random_values.h>
+#include <chronoseal/asn1data/record_memory.h>
+#include <chronoseal/asn1rt/runtime.h>
 
 namespace asn1data {
 

@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "asn1data/test_value.h"
+#include <chronoseal/asn1data/test_value.h>
 
 using namespace test_coding;
 

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "asn1rt/context.h"
-#include "asn1rt/limits.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/limits.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace asn1rt {
 

@@ -1,6 +1,6 @@
 // Number texts. Radix 2, 8 and 16 go by bits; radix 10 through limbs of 64 bits on the stack, whose
 // number bounds what is converted (see limits.h).
-#include "asn1rt/big_integer.h"
+#include <chronoseal/asn1rt/big_integer.h>
 
 #include <algorithm>
 #include <array>
@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/context.h"
-#include "asn1rt/limits.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/limits.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Number texts, against OpenSSL and strtoul where they do the same.
-#include "asn1rt/big_integer.h"
+#include <chronoseal/asn1rt/big_integer.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -10,10 +10,10 @@
 #include <gtest/gtest.h>
 #include <openssl/bn.h>
 
-#include "asn1rt/limits.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/limits.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -1,6 +1,6 @@
 // BIT STRING in both directions, its pieces and their odd bytes.
-#include "asn1rt/reader.h"
-#include "asn1rt/test_codec.h"
+#include <chronoseal/asn1rt/reader.h>
+#include <chronoseal/asn1rt/test_codec.h>
 
 namespace {
 

@@ -1,15 +1,15 @@
 // ASN1CBitStr. checkCapacity is the only way in which the storage grows, and it clears what it
 // adds.
-#include "asn1rt/bit_string_control.h"
+#include <chronoseal/asn1rt/bit_string_control.h>
 
 #include <algorithm>
 #include <bit>
 #include <climits>
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/bit_string_value.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/bit_string_value.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

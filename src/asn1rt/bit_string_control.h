@@ -7,9 +7,9 @@
 
 #include <cstdint>
 
-#include "asn1rt/control.h"
-#include "asn1rt/value_record.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/control.h>
+#include <chronoseal/asn1rt/value_record.h>
+#include <chronoseal/visibility.h>
 
 class CHRONOSEAL_API ASN1CBitStr : public ASN1CType {
 public:

@@ -1,5 +1,5 @@
 // Single bits, and the object that works on a whole bit string.
-#include "asn1rt/bit_string_control.h"
+#include <chronoseal/asn1rt/bit_string_control.h>
 
 #include <sys/mman.h>
 
@@ -10,11 +10,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "asn1rt/bit_string_value.h"
-#include "asn1rt/decode_buffer.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/bit_string_value.h>
+#include <chronoseal/asn1rt/decode_buffer.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Single bits.
-#include "asn1rt/bit_string_value.h"
+#include <chronoseal/asn1rt/bit_string_value.h>
 
 #include <bit>
 
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

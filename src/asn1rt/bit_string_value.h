@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 extern "C" {
 

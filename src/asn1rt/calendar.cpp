@@ -1,5 +1,5 @@
 // The table of month lengths.
-#include "asn1rt/calendar.h"
+#include <chronoseal/asn1rt/calendar.h>
 
 unsigned char OS_daysInMonth[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 

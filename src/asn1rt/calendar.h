@@ -1,7 +1,7 @@
 // The days of the months in a common year, as one table for all who check or count dates.
 #pragma once
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 // Index 0 is January; February has 28. It stands in writable data, and nothing writes it.
 extern "C" CHRONOSEAL_API unsigned char OS_daysInMonth[12];

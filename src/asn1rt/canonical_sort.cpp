@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/writer.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/writer.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The character classes of ASCII as one constant table, independent of the locale.
-#include "asn1rt/character_text.h"
+#include <chronoseal/asn1rt/character_text.h>
 
 // One row for 16 characters; the upper half is 0.
 const unsigned char rtCtypeTable[256] = {

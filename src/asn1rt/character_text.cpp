@@ -1,14 +1,14 @@
 // Text conversions. Every UTF-8 sequence is read by rtUTF8DecodeChar, which is told how far it may
 // look.
-#include "asn1rt/character_text.h"
+#include <chronoseal/asn1rt/character_text.h>
 
 #include <climits>
 #include <cstring>
 #include <cwchar>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/context.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "asn1rt/value_record.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/value_record.h>
+#include <chronoseal/visibility.h>
 
 struct ASN1CTXT;
 

@@ -1,5 +1,5 @@
 // Text conversions and the character classes.
-#include "asn1rt/character_text.h"
+#include <chronoseal/asn1rt/character_text.h>
 
 #include <cctype>
 #include <string>
@@ -8,9 +8,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

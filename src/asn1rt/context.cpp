@@ -1,16 +1,16 @@
 // Contexts: their life, their buffer and flags, the heaps they share, and the bounds of a decode.
-#include "asn1rt/context.h"
+#include <chronoseal/asn1rt/context.h>
 
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/limits.h"
-#include "asn1rt/nesting.h"
-#include "asn1rt/status.h"
-#include "asn1rt/stream.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/limits.h>
+#include <chronoseal/asn1rt/nesting.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/stream.h>
 
 static_assert(std::is_trivial_v<ASN1CTXT> && std::is_standard_layout_v<ASN1CTXT>);
 static_assert(offsetof(ASN1CTXT, msgHeap) == 0);

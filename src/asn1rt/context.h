@@ -6,10 +6,10 @@
 
 #include <cstdint>
 
-#include "asn1rt/error.h"
-#include "asn1rt/heap.h"
-#include "asn1rt/list.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/error.h>
+#include <chronoseal/asn1rt/heap.h>
+#include <chronoseal/asn1rt/list.h>
+#include <chronoseal/visibility.h>
 
 struct rtStream;
 

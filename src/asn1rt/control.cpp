@@ -1,7 +1,7 @@
 // Control objects without a type.
-#include "asn1rt/control.h"
+#include <chronoseal/asn1rt/control.h>
 
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/status.h>
 
 ASN1CType::ASN1CType() : context(new ASN1Context) {}
 

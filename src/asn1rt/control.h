@@ -2,9 +2,9 @@
 // encode and decode as calls without arguments.
 #pragma once
 
-#include "asn1rt/counted_context.h"
-#include "asn1rt/message_buffer.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/counted_context.h>
+#include <chronoseal/asn1rt/message_buffer.h>
+#include <chronoseal/visibility.h>
 
 // The order of the virtual operations is given.
 class CHRONOSEAL_API ASN1CType {

@@ -1,18 +1,18 @@
 // Message buffers, control objects and value records together, on a type written by hand in the
 // shape of the generated ones.
-#include "asn1rt/control.h"
+#include <chronoseal/asn1rt/control.h>
 
 #include <cstring>
 #include <memory>
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/decode_buffer.h"
-#include "asn1rt/encode_buffer.h"
-#include "asn1rt/pdu.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/decode_buffer.h>
+#include <chronoseal/asn1rt/encode_buffer.h>
+#include <chronoseal/asn1rt/pdu.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -1,13 +1,13 @@
 // Deep copies of the plain value records.
-#include "asn1rt/copy.h"
+#include <chronoseal/asn1rt/copy.h>
 
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/context.h"
-#include "asn1rt/error.h"
-#include "asn1rt/open_type_node.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/error.h>
+#include <chronoseal/asn1rt/open_type_node.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

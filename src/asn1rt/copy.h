@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
-#include "asn1rt/list.h"
-#include "asn1rt/object_identifier.h"
-#include "asn1rt/value_record.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/list.h>
+#include <chronoseal/asn1rt/object_identifier.h>
+#include <chronoseal/asn1rt/value_record.h>
+#include <chronoseal/visibility.h>
 
 struct ASN1CTXT;
 

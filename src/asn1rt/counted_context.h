@@ -5,8 +5,8 @@
 
 #include <utility>
 
-#include "asn1rt/context.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/visibility.h>
 
 class CHRONOSEAL_API ASN1Context : public ASN1CTXT {
 public:

@@ -1,9 +1,9 @@
 // Tags, lengths and the start of a message.
-#include "asn1rt/decode.h"
+#include <chronoseal/asn1rt/decode.h>
 
 #include <climits>
 
-#include "asn1rt/reader.h"
+#include <chronoseal/asn1rt/reader.h>
 
 namespace {
 

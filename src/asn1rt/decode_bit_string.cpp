@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/decode.h"
-#include "asn1rt/reader.h"
-#include "asn1rt/string_extent.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/reader.h>
+#include <chronoseal/asn1rt/string_extent.h>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // The decode buffer of control objects.
-#include "asn1rt/decode_buffer.h"
+#include <chronoseal/asn1rt/decode_buffer.h>
 
-#include "asn1rt/control.h"
-#include "asn1rt/decode.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/control.h>
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/status.h>
 
 ASN1BERDecodeBuffer::ASN1BERDecodeBuffer() : ASN1BERMessageBuffer(BERDecode) {}
 

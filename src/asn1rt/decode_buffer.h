@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "asn1rt/message_buffer.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/message_buffer.h>
+#include <chronoseal/visibility.h>
 
 class ASN1CType;
 

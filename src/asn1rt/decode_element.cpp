@@ -1,7 +1,7 @@
 // Readers that find, skip, count and measure elements without a look at their contents. All of them
 // go through the message once and without recursion.
-#include "asn1rt/decode.h"
-#include "asn1rt/reader.h"
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/reader.h>
 
 namespace {
 

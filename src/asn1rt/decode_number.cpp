@@ -1,7 +1,7 @@
 // Readers of BOOLEAN, INTEGER, ENUMERATED, NULL and OBJECT IDENTIFIER.
-#include "asn1rt/allocation.h"
-#include "asn1rt/decode.h"
-#include "asn1rt/reader.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/reader.h>
 
 namespace {
 

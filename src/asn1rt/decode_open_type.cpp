@@ -1,9 +1,9 @@
 // Readers of open types: whole elements, kept as bytes.
 #include <cstring>
 
-#include "asn1rt/decode.h"
-#include "asn1rt/open_type_node.h"
-#include "asn1rt/reader.h"
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/open_type_node.h>
+#include <chronoseal/asn1rt/reader.h>
 
 namespace {
 

@@ -1,14 +1,14 @@
 // Readers of octet and character strings, in primitive form, constructed, and constructed with
 // indefinite length. The pieces of a constructed string of either kind are primitive OCTET STRINGs.
-#include "asn1rt/decode.h"
+#include <chronoseal/asn1rt/decode.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/big_endian.h"
-#include "asn1rt/reader.h"
-#include "asn1rt/string_extent.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/big_endian.h>
+#include <chronoseal/asn1rt/reader.h>
+#include <chronoseal/asn1rt/string_extent.h>
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Tags, lengths, the start of a message, and the readers of whole elements.
-#include "asn1rt/decode.h"
+#include <chronoseal/asn1rt/decode.h>
 
 #include <climits>
 
-#include "asn1rt/reader.h"
-#include "asn1rt/test_codec.h"
+#include <chronoseal/asn1rt/reader.h>
+#include <chronoseal/asn1rt/test_codec.h>
 
 namespace {
 

@@ -1,13 +1,13 @@
 // The encode buffer, tags and lengths.
-#include "asn1rt/encode.h"
+#include <chronoseal/asn1rt/encode.h>
 
 #include <bit>
 #include <climits>
 #include <cstring>
 #include <functional>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/writer.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/writer.h>
 
 namespace {
 

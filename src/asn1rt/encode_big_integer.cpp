@@ -4,10 +4,10 @@
 #include <array>
 #include <string_view>
 
-#include "asn1rt/big_integer.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/error.h"
-#include "asn1rt/writer.h"
+#include <chronoseal/asn1rt/big_integer.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/error.h>
+#include <chronoseal/asn1rt/writer.h>
 
 namespace {
 

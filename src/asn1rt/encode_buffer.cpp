@@ -1,12 +1,12 @@
 // The encode buffer of control objects.
-#include "asn1rt/encode_buffer.h"
+#include <chronoseal/asn1rt/encode_buffer.h>
 
 #include <cstring>
 #include <new>
 
-#include "asn1rt/control.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/control.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/status.h>
 
 ASN1BEREncodeBuffer::ASN1BEREncodeBuffer() : ASN1BEREncodeBuffer(nullptr, 0) {}
 

@@ -2,8 +2,8 @@
 // its length, from getMsgPtr() on; each encode starts with an empty message.
 #pragma once
 
-#include "asn1rt/message_buffer.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/message_buffer.h>
+#include <chronoseal/visibility.h>
 
 class ASN1CType;
 

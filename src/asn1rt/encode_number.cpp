@@ -1,8 +1,8 @@
 // Writers of BOOLEAN, INTEGER, ENUMERATED, NULL and OBJECT IDENTIFIER.
 #include <bit>
 
-#include "asn1rt/encode.h"
-#include "asn1rt/writer.h"
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/writer.h>
 
 namespace {
 

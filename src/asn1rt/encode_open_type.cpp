@@ -1,10 +1,10 @@
 // Writers of open types.
 #include <climits>
 
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/error.h"
-#include "asn1rt/reader.h"
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/error.h>
+#include <chronoseal/asn1rt/reader.h>
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <climits>
 #include <cstring>
 
-#include "asn1rt/big_endian.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/writer.h"
+#include <chronoseal/asn1rt/big_endian.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/writer.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The encode buffer, tags, lengths, open types and the order of a SET OF.
-#include "asn1rt/encode.h"
+#include <chronoseal/asn1rt/encode.h>
 
 #include <algorithm>
 #include <climits>
@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/limits.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/limits.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The latched status of a context.
-#include "asn1rt/error.h"
+#include <chronoseal/asn1rt/error.h>
 
 #include <cstdio>
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 struct CHRONOSEAL_API ASN1ErrorRecord {
     std::int32_t status; // 0: nothing has gone wrong

@@ -1,10 +1,10 @@
 // GeneralizedTime's text out of the fields, and the fields out of the text.
-#include "asn1rt/generalized_time_control.h"
+#include <chronoseal/asn1rt/generalized_time_control.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/status.h>
 
 int ASN1CGeneralizedTime::setTime(long time, unsigned char diffTime) {
     return fill_from_time(time, diffTime);

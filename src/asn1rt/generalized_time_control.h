@@ -2,8 +2,8 @@
 // the operations answer.
 #pragma once
 
-#include "asn1rt/time_control.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/time_control.h>
+#include <chronoseal/visibility.h>
 
 class CHRONOSEAL_API ASN1CGeneralizedTime : public ASN1CTime {
 public:

@@ -1,13 +1,13 @@
 // Each block is one call of the allocator, with a header that names the heap it hangs from.
-#include "asn1rt/heap.h"
+#include <chronoseal/asn1rt/heap.h>
 
 #include <cstdlib>
 #include <cstring>
 
-#include "asn1rt/context.h"
-#include "asn1rt/limits.h"
-#include "asn1rt/status.h"
-#include "asn1rt/value_record.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/limits.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/value_record.h>
 
 std::uint32_t g_defBlkSize = 4096;
 rtMallocFunc g_malloc_func = rtDefaultMalloc;

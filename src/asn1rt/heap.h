@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 struct ASN1CTXT;
 struct _Asn1RTDList;

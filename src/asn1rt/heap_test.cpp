@@ -1,17 +1,17 @@
 // Heaps, contexts, the latched status and the bounds of a decode, under an allocator that keeps
 // count.
-#include "asn1rt/heap.h"
+#include <chronoseal/asn1rt/heap.h>
 
 #include <cstring>
 #include <set>
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/limits.h"
-#include "asn1rt/nesting.h"
-#include "asn1rt/status.h"
-#include "asn1rt/stream.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/limits.h>
+#include <chronoseal/asn1rt/nesting.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/stream.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -1,7 +1,7 @@
 // INTEGER of any size between text and bytes.
 #include <sstream>
 
-#include "asn1rt/test_codec.h"
+#include <chronoseal/asn1rt/test_codec.h>
 
 namespace {
 

@@ -1,12 +1,12 @@
 // Both lists. Nodes are linked in one place, whatever the end at which they come in.
-#include "asn1rt/list.h"
+#include <chronoseal/asn1rt/list.h>
 
 #include <cstdlib>
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/context.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

@@ -1,11 +1,11 @@
 // The object form of the doubly linked list, and its iterator: a place between two nodes.
-#include "asn1rt/list_control.h"
+#include <chronoseal/asn1rt/list_control.h>
 
 #include <new>
 #include <type_traits>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

@@ -5,10 +5,10 @@
 // with -12.
 #pragma once
 
-#include "asn1rt/control.h"
-#include "asn1rt/list.h"
-#include "asn1rt/pdu.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/control.h>
+#include <chronoseal/asn1rt/list.h>
+#include <chronoseal/asn1rt/pdu.h>
+#include <chronoseal/visibility.h>
 
 // A list that is a top-level value: it may keep the context that its elements live in.
 struct ASN1TPDUSeqOfList : ASN1TSeqOfList, ASN1TPDU {

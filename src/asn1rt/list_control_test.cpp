@@ -1,5 +1,5 @@
 // The list object and its iterators.
-#include "asn1rt/list_control.h"
+#include <chronoseal/asn1rt/list_control.h>
 
 #include <array>
 #include <cstring>
@@ -10,9 +10,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "asn1rt/decode_buffer.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
+#include <chronoseal/asn1rt/decode_buffer.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Both lists, with the address sanitizer as witness of what is freed.
-#include "asn1rt/list.h"
+#include <chronoseal/asn1rt/list.h>
 
 #include <array>
 #include <vector>
@@ -7,9 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

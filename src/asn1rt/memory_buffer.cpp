@@ -1,11 +1,11 @@
 // Growth of memory buffers. A size beyond a heap block is refused like any other lack of memory.
-#include "asn1rt/memory_buffer.h"
+#include <chronoseal/asn1rt/memory_buffer.h>
 
 #include <cstring>
 #include <functional>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Growth of memory buffers, and what becomes of lent storage.
-#include "asn1rt/memory_buffer.h"
+#include <chronoseal/asn1rt/memory_buffer.h>
 
 #include <malloc.h>
 
@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/status.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -1,7 +1,7 @@
 // What all message buffers share, the counted context and the exceptions with it.
-#include "asn1rt/message_buffer.h"
+#include <chronoseal/asn1rt/message_buffer.h>
 
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/status.h>
 
 ASN1RTLException::~ASN1RTLException() = default;
 

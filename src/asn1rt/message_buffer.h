@@ -2,10 +2,10 @@
 // or writes to.
 #pragma once
 
-#include "asn1rt/counted_context.h"
-#include "asn1rt/memory_buffer.h"
-#include "asn1rt/rtl_exception.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/counted_context.h>
+#include <chronoseal/asn1rt/memory_buffer.h>
+#include <chronoseal/asn1rt/rtl_exception.h>
+#include <chronoseal/visibility.h>
 
 // The order of the virtual operations is given.
 class CHRONOSEAL_API ASN1MessageBufferIF {

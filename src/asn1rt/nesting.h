@@ -3,8 +3,8 @@
 // type heap's allocation budget (see limits.h), and closes it when it goes.
 #pragma once
 
-#include "asn1rt/context.h"
-#include "asn1rt/limits.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/limits.h>
 
 extern "C" {
 

@@ -1,5 +1,5 @@
 // Object identifiers. No count of arcs is trusted beyond the 128 that a record holds.
-#include "asn1rt/object_identifier.h"
+#include <chronoseal/asn1rt/object_identifier.h>
 
 #include <algorithm>
 #include <charconv>

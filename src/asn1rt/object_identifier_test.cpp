@@ -1,5 +1,5 @@
 // Object identifiers: text, comparison, damaged records.
-#include "asn1rt/object_identifier.h"
+#include <chronoseal/asn1rt/object_identifier.h>
 
 #include <array>
 #include <chrono>

@@ -2,10 +2,10 @@
 // rtDListAppendNode.
 #pragma once
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/context.h"
-#include "asn1rt/list.h"
-#include "asn1rt/value_record.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/list.h>
+#include <chronoseal/asn1rt/value_record.h>
 
 namespace asn1rt {
 

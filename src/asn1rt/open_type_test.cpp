@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/copy.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/copy.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -2,7 +2,7 @@
 // record's contents live. A record so stays valid when the buffer that it was decoded from is gone.
 #pragma once
 
-#include "asn1rt/counted_context.h"
+#include <chronoseal/asn1rt/counted_context.h>
 
 struct ASN1TPDU {
     ASN1Context* context = nullptr; // null: the contents are not this record's to free

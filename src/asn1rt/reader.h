@@ -5,9 +5,9 @@
 
 #include <cstdint>
 
-#include "asn1rt/decode.h"
-#include "asn1rt/error.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/error.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace asn1rt {
 

@@ -3,7 +3,7 @@
 // ASN1MessageBuffer::RTLError.
 #pragma once
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 class CHRONOSEAL_API ASN1RTLException {
 public:

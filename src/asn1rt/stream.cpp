@@ -1,11 +1,11 @@
 // The forward writers, through the buffer to a stream.
-#include "asn1rt/stream.h"
+#include <chronoseal/asn1rt/stream.h>
 
 #include <cstring>
 
-#include "asn1rt/allocation.h"
-#include "asn1rt/context.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/allocation.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

@@ -1,13 +1,13 @@
 // The forward writers with and without a stream.
-#include "asn1rt/stream.h"
+#include <chronoseal/asn1rt/stream.h>
 
 #include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/status.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "asn1rt/context.h"
-#include "asn1rt/tag.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/tag.h>
 
 namespace asn1rt {
 

@@ -1,7 +1,7 @@
 // For the tests of this folder: makes the heaps' allocator fail on demand while it lives.
 #pragma once
 
-#include "asn1rt/heap.h"
+#include <chronoseal/asn1rt/heap.h>
 
 class FailingAllocator {
 public:

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/status.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 template <typename T>
 struct Row {

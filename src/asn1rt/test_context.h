@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-#include "asn1rt/context.h"
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/decode.h>
+#include <chronoseal/asn1rt/encode.h>
 
 using Bytes = std::vector<unsigned char>;
 

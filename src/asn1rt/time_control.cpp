@@ -1,5 +1,5 @@
 // ASN1CTime: the fields, their ranges, and the arithmetic of days that brings times to UTC.
-#include "asn1rt/time_control.h"
+#include <chronoseal/asn1rt/time_control.h>
 
 #include <algorithm>
 #include <climits>
@@ -7,9 +7,9 @@
 #include <cstring>
 #include <ctime>
 
-#include "asn1rt/calendar.h"
-#include "asn1rt/character_text.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/calendar.h>
+#include <chronoseal/asn1rt/character_text.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

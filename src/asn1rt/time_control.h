@@ -6,9 +6,9 @@
 
 #include <cstdint>
 
-#include "asn1rt/control.h"
-#include "asn1rt/time_value.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/control.h>
+#include <chronoseal/asn1rt/time_value.h>
+#include <chronoseal/visibility.h>
 
 // The order of the virtual operations is given.
 class CHRONOSEAL_API ASN1CTime : public ASN1CType {

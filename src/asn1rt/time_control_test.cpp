@@ -1,5 +1,5 @@
 // The time objects: accessors, the compiled text, comparison, day arithmetic.
-#include "asn1rt/time_control.h"
+#include <chronoseal/asn1rt/time_control.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -8,11 +8,11 @@
 
 #include <gmock/gmock.h>
 
-#include "asn1rt/decode_buffer.h"
-#include "asn1rt/generalized_time_control.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/utc_time_control.h"
+#include <chronoseal/asn1rt/decode_buffer.h>
+#include <chronoseal/asn1rt/generalized_time_control.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/utc_time_control.h>
 
 namespace {
 

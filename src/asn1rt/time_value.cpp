@@ -1,15 +1,15 @@
 // Time texts to records and back. The texts are read at the fixed places and by the number format
 // of scanf, as callers have known it, but never behind their end.
-#include "asn1rt/time_value.h"
+#include <chronoseal/asn1rt/time_value.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "asn1rt/calendar.h"
-#include "asn1rt/character_text.h"
-#include "asn1rt/context.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/calendar.h>
+#include <chronoseal/asn1rt/character_text.h>
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

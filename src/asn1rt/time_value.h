@@ -2,7 +2,7 @@
 // or out of range gives -31, latched on the context. Texts of any length are read in one pass.
 #pragma once
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 struct ASN1CTXT;
 

@@ -1,15 +1,15 @@
 // Both time parsers, the writer, and the calendar.
-#include "asn1rt/time_value.h"
+#include <chronoseal/asn1rt/time_value.h>
 
 #include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "asn1rt/calendar.h"
-#include "asn1rt/status.h"
-#include "asn1rt/test_allocator.h"
-#include "asn1rt/test_context.h"
+#include <chronoseal/asn1rt/calendar.h>
+#include <chronoseal/asn1rt/status.h>
+#include <chronoseal/asn1rt/test_allocator.h>
+#include <chronoseal/asn1rt/test_context.h>
 
 namespace {
 

@@ -1,10 +1,10 @@
 // UTCTime's text out of the fields, and the fields out of the text.
-#include "asn1rt/utc_time_control.h"
+#include <chronoseal/asn1rt/utc_time_control.h>
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/status.h>
 
 namespace {
 

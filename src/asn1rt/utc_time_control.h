@@ -2,8 +2,8 @@
 // time_control.h for what the operations answer.
 #pragma once
 
-#include "asn1rt/time_control.h"
-#include "visibility/visibility.h"
+#include <chronoseal/asn1rt/time_control.h>
+#include <chronoseal/visibility.h>
 
 class CHRONOSEAL_API ASN1CUTCTime : public ASN1CTime {
 public:

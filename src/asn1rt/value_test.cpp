@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include "asn1rt/test_codec.h"
+#include <chronoseal/asn1rt/test_codec.h>
 
 namespace {
 

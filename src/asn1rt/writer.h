@@ -4,9 +4,9 @@
 
 #include <cstdint>
 
-#include "asn1rt/context.h"
-#include "asn1rt/encode.h"
-#include "asn1rt/status.h"
+#include <chronoseal/asn1rt/context.h>
+#include <chronoseal/asn1rt/encode.h>
+#include <chronoseal/asn1rt/status.h>
 
 namespace asn1rt {
 

@@ -1,9 +1,9 @@
 // Base64 encoder.
-#include "atl/base64.h"
+#include <chronoseal/atl/base64.h>
 
 #include <cstdint>
 
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL {
 

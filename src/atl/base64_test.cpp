@@ -1,10 +1,10 @@
-#include "atl/base64.h"
+#include <chronoseal/atl/base64.h>
 
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL {
 namespace {

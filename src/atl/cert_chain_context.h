@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
 
 namespace ATL2 {
 

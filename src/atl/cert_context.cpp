@@ -1,11 +1,11 @@
 // Properties of certificate contexts, and their detaching from a store.
-#include "atl/cert_context.h"
+#include <chronoseal/atl/cert_context.h>
 
 #include <algorithm>
 #include <array>
 
-#include "atl/platform_answer.h"
-#include "base/atl_exception.h"
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL2 {
 

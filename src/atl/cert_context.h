@@ -3,8 +3,8 @@
 
 #include <utility>
 
-#include "atl/string.h"
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
+#include <chronoseal/atl/string.h>
 
 namespace ATL2 {
 

@@ -1,10 +1,10 @@
 // Opening, sharing and collecting of certificate stores.
-#include "atl/cert_store.h"
+#include <chronoseal/atl/cert_store.h>
 
 #include <new>
 
-#include "atl/platform_answer.h"
-#include "base/atl_exception.h"
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL2 {
 

@@ -5,8 +5,8 @@
 #include <list>
 #include <memory>
 
-#include "basalt20/surface/store.h"
-#include "sup/types.h"
+#include <basalt/store.h>
+#include <basalt/types.h>
 
 namespace ATL2 {
 

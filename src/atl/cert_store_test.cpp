@@ -1,4 +1,4 @@
-#include "atl/cert_store.h"
+#include <chronoseal/atl/cert_store.h>
 
 #include <cstring>
 #include <fstream>
@@ -8,12 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include "atl/cert_context.h"
-#include "atl/platform_answer.h"
-#include "base/atl_exception.h"
-#include "base/blob.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/blob.h>
 
 namespace ATL2 {
 namespace {

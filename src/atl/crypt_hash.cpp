@@ -1,5 +1,5 @@
 // The empty hash, set up at load.
-#include "atl/crypt_hash.h"
+#include <chronoseal/atl/crypt_hash.h>
 
 namespace ATL {
 

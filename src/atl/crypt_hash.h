@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "basalt10/hash.h"
+#include <basalt/hash.h>
 
 namespace ATL {
 

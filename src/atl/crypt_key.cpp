@@ -1,5 +1,5 @@
 // The empty key, set up at load.
-#include "atl/crypt_key.h"
+#include <chronoseal/atl/crypt_key.h>
 
 namespace ATL {
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "basalt10/key.h"
+#include <basalt/key.h>
 
 namespace ATL {
 

@@ -1,5 +1,5 @@
 // Parameters of cryptographic messages.
-#include "atl/crypt_msg.h"
+#include <chronoseal/atl/crypt_msg.h>
 
 namespace ATL2 {
 

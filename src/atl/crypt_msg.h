@@ -3,10 +3,10 @@
 
 #include <utility>
 
-#include "atl/platform_answer.h"
-#include "atl/string.h"
-#include "basalt20/surface/message.h"
-#include "basalt20/surface/object_coding.h"
+#include <basalt/message.h>
+#include <basalt/object_coding.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/atl/string.h>
 
 namespace ATL2 {
 

@@ -1,5 +1,5 @@
 // Reference counting of provider contexts.
-#include "atl/crypt_prov.h"
+#include <chronoseal/atl/crypt_prov.h>
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 // Owner of one reference on a provider context.
 #pragma once
 
-#include "basalt10/provider.h"
-#include "visibility/visibility.h"
+#include <basalt/provider.h>
+#include <chronoseal/visibility.h>
 
 namespace ATL {
 

@@ -1,7 +1,7 @@
 // Choice of a provider by algorithm: three places, one after the other.
-#include "atl/default_csp.h"
+#include <chronoseal/atl/default_csp.h>
 
-#include "atl/find_alg_id.h"
+#include <chronoseal/atl/find_alg_id.h>
 
 namespace Halcyon {
 

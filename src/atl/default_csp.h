@@ -1,8 +1,8 @@
 // Choice of a provider by algorithm.
 #pragma once
 
-#include "basalt10/algorithm.h"
-#include "basalt10/provider.h"
+#include <basalt/algorithm.h>
+#include <basalt/provider.h>
 
 namespace Halcyon {
 

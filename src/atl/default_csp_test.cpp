@@ -1,6 +1,6 @@
 // The platform's provider functions are replaced here by a table of made-up providers, as long as a
 // test holds one.
-#include "atl/default_csp.h"
+#include <chronoseal/atl/default_csp.h>
 
 #include <cstring>
 #include <map>
@@ -10,10 +10,10 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "atl/crypt_prov.h"
-#include "base/atl_exception.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <chronoseal/atl/crypt_prov.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace {
 

@@ -1,9 +1,9 @@
 // The search for a provider by its algorithms.
-#include "atl/find_alg_id.h"
+#include <chronoseal/atl/find_alg_id.h>
 
-#include "base/atl_exception.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon {
 

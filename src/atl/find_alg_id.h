@@ -1,10 +1,10 @@
 // The search for a provider that knows one or two algorithms. The state is local to one search.
 #pragma once
 
-#include "atl/crypt_prov.h"
-#include "atl/provider_enumeration.h"
-#include "basalt10/algorithm.h"
-#include "visibility/visibility.h"
+#include <basalt/algorithm.h>
+#include <chronoseal/atl/crypt_prov.h>
+#include <chronoseal/atl/provider_enumeration.h>
+#include <chronoseal/visibility.h>
 
 namespace Halcyon {
 

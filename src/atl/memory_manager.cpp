@@ -1,9 +1,9 @@
 // The C library's heap as a memory manager.
-#include "atl/memory_manager.h"
+#include <chronoseal/atl/memory_manager.h>
 
 #include <cstdlib>
 
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL {
 

@@ -1,7 +1,7 @@
 // The source of memory behind the string manager and the temporary buffers.
 #pragma once
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 namespace ATL {
 

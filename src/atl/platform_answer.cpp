@@ -1,7 +1,7 @@
 // The size check of platform answers, and the codes of failures without a last error.
-#include "atl/platform_answer.h"
+#include <chronoseal/atl/platform_answer.h>
 
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
 namespace ATL2 {
 

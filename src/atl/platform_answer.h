@@ -1,9 +1,9 @@
 // Fetching of platform answers of unknown length: one call for the size, one for the data.
 #pragma once
 
-#include "atl/string.h"
-#include "base/atl_exception.h"
-#include "sup/types.h"
+#include <basalt/types.h>
+#include <chronoseal/atl/string.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL2 {
 

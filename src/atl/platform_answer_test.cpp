@@ -1,5 +1,5 @@
 // The platform's decoder and its last error are made up here, as long as a test holds them.
-#include "atl/platform_answer.h"
+#include <chronoseal/atl/platform_answer.h>
 
 #include <cstring>
 #include <vector>
@@ -7,9 +7,9 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "atl/crypt_msg.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <chronoseal/atl/crypt_msg.h>
 
 namespace {
 

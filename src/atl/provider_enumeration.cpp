@@ -1,9 +1,9 @@
 // Enumeration of provider types and providers.
-#include "atl/provider_enumeration.h"
+#include <chronoseal/atl/provider_enumeration.h>
 
-#include "basalt10/provider.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/provider.h>
 
 namespace ATL2 {
 

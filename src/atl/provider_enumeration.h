@@ -1,8 +1,8 @@
 // Walks over the platform's provider types and providers by index.
 #pragma once
 
-#include "atl/temp_buffer.h"
-#include "visibility/visibility.h"
+#include <chronoseal/atl/temp_buffer.h>
+#include <chronoseal/visibility.h>
 
 namespace ATL2 {
 

@@ -1,5 +1,5 @@
 // Copy-on-write strings: sharing, growth, replacement and conversion.
-#include "atl/string.h"
+#include <chronoseal/atl/string.h>
 
 #include <algorithm>
 #include <cstring>
@@ -7,8 +7,8 @@
 #include <limits>
 #include <string>
 
-#include "base/atl_exception.h"
-#include "sup/text_conversion.h"
+#include <basalt/text_conversion.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL {
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "atl/string_manager.h"
+#include <chronoseal/atl/string_manager.h>
 
 namespace ATL {
 

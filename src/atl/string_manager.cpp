@@ -1,5 +1,5 @@
 // Allocation of string headers, and the one manager of the library.
-#include "atl/string_manager.h"
+#include <chronoseal/atl/string_manager.h>
 
 #include <limits>
 #include <new>

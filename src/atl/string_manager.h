@@ -5,8 +5,8 @@
 #include <atomic>
 #include <cstdint>
 
-#include "atl/memory_manager.h"
-#include "visibility/visibility.h"
+#include <chronoseal/atl/memory_manager.h>
+#include <chronoseal/visibility.h>
 
 namespace ATL {
 

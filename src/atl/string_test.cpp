@@ -1,11 +1,11 @@
-#include "atl/string.h"
+#include <chronoseal/atl/string.h>
 
 #include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL {
 namespace {

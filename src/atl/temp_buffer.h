@@ -4,8 +4,8 @@
 #include <cstring>
 #include <type_traits>
 
-#include "atl/memory_manager.h"
-#include "base/atl_exception.h"
+#include <chronoseal/atl/memory_manager.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace ATL2 {
 

@@ -1,4 +1,4 @@
-#include "atl/temp_buffer.h"
+#include <chronoseal/atl/temp_buffer.h>
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // Throwing of result codes, and the rule that makes one from the thread's last error.
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
 
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
 namespace ATL {
 

@@ -1,5 +1,5 @@
 // The byte buffer: storage and comparison. Every block is made by array new and exact in size.
-#include "base/blob.h"
+#include <chronoseal/base/blob.h>
 
 #include <algorithm>
 #include <cstring>

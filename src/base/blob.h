@@ -4,8 +4,8 @@
 
 #include <list>
 
-#include "base/string_proxy.h"
-#include "visibility/visibility.h"
+#include <chronoseal/base/string_proxy.h>
+#include <chronoseal/visibility.h>
 
 namespace Halcyon {
 

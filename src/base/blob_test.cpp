@@ -1,4 +1,4 @@
-#include "base/blob.h"
+#include <chronoseal/base/blob.h>
 
 #include <cstdio>
 #include <string>
@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "base/atl_exception.h"
-#include "base/heap.h"
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/heap.h>
 
 namespace Halcyon {
 namespace {

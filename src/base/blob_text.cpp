@@ -8,9 +8,9 @@
 
 #include <sys/stat.h>
 
-#include "base/atl_exception.h"
-#include "base/blob.h"
-#include "sup/text_conversion.h"
+#include <basalt/text_conversion.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon {
 

@@ -3,7 +3,7 @@
 
 #include <ctime>
 
-#include "base/date_time.h"
+#include <chronoseal/base/date_time.h>
 
 namespace Halcyon {
 

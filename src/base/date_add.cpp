@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "base/atl_exception.h"
-#include "base/date_text.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/date_text.h>
 
 namespace Halcyon {
 

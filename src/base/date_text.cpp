@@ -1,5 +1,5 @@
 // The dateTime form of XML Schema, both ways.
-#include "base/date_text.h"
+#include <chronoseal/base/date_text.h>
 
 #include <array>
 #include <cstdio>
@@ -7,8 +7,8 @@
 #include <new>
 #include <string>
 
-#include "base/atl_exception.h"
-#include "base/broken_down_time.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/broken_down_time.h>
 
 namespace Halcyon {
 

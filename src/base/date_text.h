@@ -2,9 +2,9 @@
 // 3.2.7). Failures are thrown as CAtlException.
 #pragma once
 
-#include "base/date_time.h"
-#include "base/string_proxy.h"
-#include "visibility/visibility.h"
+#include <chronoseal/base/date_time.h>
+#include <chronoseal/base/string_proxy.h>
+#include <chronoseal/visibility.h>
 
 namespace Halcyon {
 

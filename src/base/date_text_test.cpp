@@ -1,11 +1,11 @@
-#include "base/date_text.h"
+#include <chronoseal/base/date_text.h>
 
 #include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon {
 namespace {

@@ -1,12 +1,12 @@
 // Points in time: construction, calendar fields, zone conversion and arithmetic.
-#include "base/date_time.h"
+#include <chronoseal/base/date_time.h>
 
 #include <utility>
 
-#include "base/atl_exception.h"
-#include "base/generalized_time.h"
-#include "sup/last_error.h"
-#include "sup/time_conversion.h"
+#include <basalt/last_error.h>
+#include <basalt/time_conversion.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/generalized_time.h>
 
 namespace Halcyon {
 

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <ctime>
 
-#include "base/date_time_span.h"
-#include "base/string_proxy.h"
-#include "sup/types.h"
-#include "visibility/visibility.h"
+#include <basalt/types.h>
+#include <chronoseal/base/date_time_span.h>
+#include <chronoseal/base/string_proxy.h>
+#include <chronoseal/visibility.h>
 
 namespace Halcyon {
 

@@ -1,14 +1,14 @@
 // Lengths of time: constants, text forms and arithmetic on the tick count.
-#include "base/date_time_span.h"
+#include <chronoseal/base/date_time_span.h>
 
 #include <array>
 #include <cstdio>
 #include <string>
 #include <utility>
 
-#include "base/atl_exception.h"
-#include "base/generalized_time.h"
-#include "sup/text_conversion.h"
+#include <basalt/text_conversion.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/generalized_time.h>
 
 namespace Halcyon {
 

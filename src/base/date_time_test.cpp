@@ -1,4 +1,4 @@
-#include "base/date_time.h"
+#include <chronoseal/base/date_time.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "base/atl_exception.h"
-#include "base/date_text.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/date_text.h>
 
 namespace Halcyon {
 namespace {

@@ -4,10 +4,10 @@
 #include <cwchar>
 #include <string>
 
-#include "base/atl_exception.h"
-#include "base/broken_down_time.h"
-#include "base/date_time.h"
-#include "sup/time_conversion.h"
+#include <basalt/time_conversion.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/broken_down_time.h>
+#include <chronoseal/base/date_time.h>
 
 namespace Halcyon {
 

@@ -1,7 +1,7 @@
 // Fixed-width reader of generalized time.
-#include "base/generalized_time.h"
+#include <chronoseal/base/generalized_time.h>
 
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon {
 

@@ -1,5 +1,5 @@
 // Forwarders to the C library's heap.
-#include "base/heap.h"
+#include <chronoseal/base/heap.h>
 
 #include <cstdlib>
 

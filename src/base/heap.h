@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 extern "C" {
 CHRONOSEAL_API void* HY_malloc(std::size_t size);

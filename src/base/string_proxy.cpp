@@ -1,5 +1,5 @@
 // Narrow and wide text behind one owned pointer each.
-#include "base/string_proxy.h"
+#include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon {
 

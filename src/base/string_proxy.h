@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 namespace Halcyon {
 

@@ -1,25 +1,25 @@
 // Authenticode stamps: policy, request, exchange and answer.
-#include "client/authenticode.h"
+#include <chronoseal/client/authenticode.h>
 
 #include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string>
 
-#include "atl/base64.h"
-#include "atl/platform_answer.h"
-#include "basalt20/surface/object_coding.h"
-#include "base/atl_exception.h"
-#include "base/blob.h"
-#include "client/http_params.h"
-#include "client/policy_value.h"
-#include "client/result_codes.h"
-#include "client/send_request.h"
-#include "client/trace.h"
-#include "sup/configuration.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
-#include "sup/local_block.h"
+#include <basalt/configuration.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/local_block.h>
+#include <basalt/object_coding.h>
+#include <chronoseal/atl/base64.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/client/http_params.h>
+#include <chronoseal/client/policy_value.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/send_request.h>
+#include <chronoseal/client/trace.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

@@ -2,7 +2,7 @@
 // what the server answers isn't looked into: verifying it is the caller's part.
 #pragma once
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 struct _CRYPTOAPI_BLOB;
 struct _CRYPT_ATTRIBUTES;

@@ -1,11 +1,11 @@
-#include "client/authenticode.h"
+#include <chronoseal/client/authenticode.h>
 
 #include <vector>
 
-#include "atl/base64.h"
-#include "basalt20/surface/object_coding.h"
-#include "client/testing/suite.h"
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
+#include <basalt/object_coding.h>
+#include <chronoseal/atl/base64.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {

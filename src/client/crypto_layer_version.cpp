@@ -1,12 +1,12 @@
 // The crypto layer's version, asked of a provider.
-#include "client/crypto_layer_version.h"
+#include <chronoseal/client/crypto_layer_version.h>
 
 #include <pthread.h>
 
 #include <array>
 #include <cstring>
 
-#include "atl/crypt_prov.h"
+#include <chronoseal/atl/crypt_prov.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

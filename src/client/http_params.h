@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "client/auth_type.h"
+#include <chronoseal/client/auth_type.h>
 
 struct _CERT_CONTEXT;
 

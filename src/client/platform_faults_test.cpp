@@ -5,14 +5,14 @@
 
 #include <dlfcn.h>
 
-#include "basalt10/provider.h"
-#include "basalt20/surface/chain.h"
-#include "basalt20/surface/message.h"
-#include "client/signed_attributes.h"
-#include "client/signing_certificate_attributes.h"
-#include "client/testing/suite.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/chain.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/message.h>
+#include <basalt/provider.h>
+#include <chronoseal/client/signed_attributes.h>
+#include <chronoseal/client/signing_certificate_attributes.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace {
 

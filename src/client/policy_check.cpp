@@ -2,11 +2,11 @@
 #include <array>
 #include <cstdint>
 
-#include "asn1/text_width.h"
-#include "base/atl_exception.h"
-#include "client/request_impl.h"
-#include "client/result_codes.h"
-#include "client/trace.h"
+#include <chronoseal/asn1/text_width.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/request_impl.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/trace.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

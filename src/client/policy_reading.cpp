@@ -1,6 +1,6 @@
 // The process-wide policy state. It is written once under pthread_once and read without a lock
 // afterwards.
-#include "client/policy_reading.h"
+#include <chronoseal/client/policy_reading.h>
 
 #include <pthread.h>
 

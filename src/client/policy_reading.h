@@ -2,7 +2,7 @@
 // request. Which of the two holds is itself read once. Any thread may ask.
 #pragma once
 
-#include "client/request_policy.h"
+#include <chronoseal/client/request_policy.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

@@ -1,14 +1,14 @@
 // Reading of policy values from the configuration tree.
-#include "client/policy_value.h"
+#include <chronoseal/client/policy_value.h>
 
 #include <array>
 #include <vector>
 
-#include "base/atl_exception.h"
-#include "client/trace.h"
-#include "sup/configuration.h"
-#include "sup/last_error.h"
-#include "sup/text_conversion.h"
+#include <basalt/configuration.h>
+#include <basalt/last_error.h>
+#include <basalt/text_conversion.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/trace.h>
 
 namespace Halcyon::PKI {
 

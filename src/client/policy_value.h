@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 namespace Halcyon::PKI {
 

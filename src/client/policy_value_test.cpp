@@ -1,7 +1,7 @@
-#include "client/policy_value.h"
+#include <chronoseal/client/policy_value.h>
 
-#include "client/request_policy.h"
-#include "client/testing/suite.h"
+#include <chronoseal/client/request_policy.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI {
 namespace {

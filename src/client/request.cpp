@@ -1,15 +1,15 @@
 // The public face of a request: construction under policy, and the values.
-#include "client/request.h"
+#include <chronoseal/client/request.h>
 
 #include <cstring>
 #include <new>
 
-#include "asn1/text_width.h"
-#include "basalt10/oid_information.h"
-#include "base/atl_exception.h"
-#include "client/request_impl.h"
-#include "client/result_codes.h"
-#include "client/sized_output.h"
+#include <basalt/oid_information.h>
+#include <chronoseal/asn1/text_width.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/request_impl.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/sized_output.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

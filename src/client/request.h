@@ -18,10 +18,10 @@
 // set, and is refused by Send.
 #pragma once
 
-#include "base/atl_exception.h"
-#include "base/blob.h"
-#include "client/auth_type.h"
-#include "visibility/visibility.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/client/auth_type.h>
+#include <chronoseal/visibility.h>
 
 struct _CERT_CONTEXT;
 

@@ -1,17 +1,17 @@
 // A request's dealings with the world: hashing by a provider, the client certificate, the exchange.
-#include "asn1/text_width.h"
-#include "atl/cert_store.h"
-#include "atl/default_csp.h"
-#include "atl/platform_answer.h"
-#include "basalt20/surface/certificate.h"
-#include "basalt20/surface/store.h"
-#include "base/atl_exception.h"
-#include "client/request_impl.h"
-#include "client/result_codes.h"
-#include "client/send_request.h"
-#include "client/trace.h"
-#include "sup/last_error.h"
-#include "sup/web_address.h"
+#include <basalt/certificate.h>
+#include <basalt/last_error.h>
+#include <basalt/store.h>
+#include <basalt/sup/web_address.h>
+#include <chronoseal/asn1/text_width.h>
+#include <chronoseal/atl/cert_store.h>
+#include <chronoseal/atl/default_csp.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/request_impl.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/send_request.h>
+#include <chronoseal/client/trace.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

@@ -1,6 +1,6 @@
 
 
-#include "client/testing/suite.h"
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {

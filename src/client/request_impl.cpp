@@ -1,16 +1,16 @@
 // The state of a request: policy defaults, values, and the making of the encoded form.
-#include "client/request_impl.h"
-#include "base/atl_exception.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/request_impl.h>
 
-#include "asn1/big_integer.h"
-#include "basalt10/oid_information.h"
-#include "client/policy_reading.h"
-#include "client/result_codes.h"
-#include "client/trace.h"
-#include "core/request.h"
-#include "sup/configuration.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/configuration.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/oid_information.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/client/policy_reading.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/trace.h>
+#include <chronoseal/core/request.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

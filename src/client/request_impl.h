@@ -4,16 +4,16 @@
 #include <memory>
 #include <string>
 
-#include "asn1/big_integer.h"
-#include "asn1/extension.h"
-#include "atl/cert_context.h"
-#include "atl/crypt_hash.h"
-#include "atl/crypt_prov.h"
-#include "base/blob.h"
-#include "client/http_params.h"
-#include "client/request.h"
-#include "client/request_policy.h"
-#include "client/stamp.h"
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/extension.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/crypt_hash.h>
+#include <chronoseal/atl/crypt_prov.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/client/http_params.h>
+#include <chronoseal/client/request.h>
+#include <chronoseal/client/request_policy.h>
+#include <chronoseal/client/stamp.h>
 
 namespace Halcyon::PKI::TSP {
 class CRequest;

@@ -1,5 +1,5 @@
 // Loading of the whole policy.
-#include "client/request_policy.h"
+#include <chronoseal/client/request_policy.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

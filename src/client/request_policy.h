@@ -1,8 +1,8 @@
 // CRequestPolicy: what the administrator of a machine has set about time-stamp requests.
 #pragma once
 
-#include "client/policy_value.h"
-#include "visibility/visibility.h"
+#include <chronoseal/client/policy_value.h>
+#include <chronoseal/visibility.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

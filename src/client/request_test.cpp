@@ -1,4 +1,4 @@
-#include "client/request.h"
+#include <chronoseal/client/request.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -7,8 +7,8 @@
 #include <openssl/ts.h>
 #include <unistd.h>
 
-#include "basalt20/surface/store.h"
-#include "client/testing/suite.h"
+#include <basalt/store.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {

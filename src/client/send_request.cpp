@@ -1,5 +1,5 @@
 // The transport: choice of the road, and the POST.
-#include "client/send_request.h"
+#include <chronoseal/client/send_request.h>
 
 #include <pthread.h>
 
@@ -8,12 +8,12 @@
 #include <memory>
 #include <string>
 
-#include "basalt20/surface/network.h"
-#include "client/crypto_layer_version.h"
-#include "client/url_retrieval.h"
-#include "sup/configuration.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/configuration.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/network.h>
+#include <chronoseal/client/crypto_layer_version.h>
+#include <chronoseal/client/url_retrieval.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

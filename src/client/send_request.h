@@ -1,9 +1,9 @@
 // One exchange of bytes with a server over HTTP.
 #pragma once
 
-#include "base/blob.h"
-#include "client/http_params.h"
-#include "sup/types.h"
+#include <basalt/types.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/client/http_params.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

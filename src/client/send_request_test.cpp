@@ -1,6 +1,6 @@
 // SendPKIRequest and what it rests on can be made to answer as a test wants: see the functions with
 // C linkage.
-#include "client/send_request.h"
+#include <chronoseal/client/send_request.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -9,11 +9,11 @@
 
 #include <dlfcn.h>
 
-#include "basalt10/provider.h"
-#include "basalt20/surface/network.h"
-#include "client/testing/suite.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/network.h>
+#include <basalt/provider.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace {
 

@@ -1,13 +1,13 @@
 // Extraction of signed attributes.
-#include "client/signed_attributes.h"
+#include <chronoseal/client/signed_attributes.h>
 
 #include <cstring>
 
-#include "asn1/typed_attribute.h"
-#include "atl/crypt_msg.h"
-#include "base/atl_exception.h"
-#include "base/blob.h"
-#include "client/result_codes.h"
+#include <chronoseal/asn1/typed_attribute.h>
+#include <chronoseal/atl/crypt_msg.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/client/result_codes.h>
 
 namespace Halcyon {
 

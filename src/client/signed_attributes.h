@@ -1,8 +1,8 @@
 // The attributes of a CMS signer as the platform gives them out, and single attributes among them.
 #pragma once
 
-#include "atl/string.h"
-#include "basalt20/surface/message.h"
+#include <basalt/message.h>
+#include <chronoseal/atl/string.h>
 
 namespace Halcyon {
 

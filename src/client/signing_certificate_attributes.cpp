@@ -1,12 +1,12 @@
 // Reading and judging of the signing-certificate attributes.
-#include "client/signing_certificate_attributes.h"
+#include <chronoseal/client/signing_certificate_attributes.h>
 
-#include "asn1/certificate_identification.h"
-#include "asn1/signing_certificate.h"
-#include "base/atl_exception.h"
-#include "client/result_codes.h"
-#include "client/signed_attributes.h"
-#include "client/trace.h"
+#include <chronoseal/asn1/certificate_identification.h>
+#include <chronoseal/asn1/signing_certificate.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/signed_attributes.h>
+#include <chronoseal/client/trace.h>
 
 namespace Halcyon::PKI {
 

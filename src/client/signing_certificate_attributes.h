@@ -5,9 +5,9 @@
 
 #include <memory>
 
-#include "asn1/cert_identifier.h"
-#include "basalt20/surface/message.h"
-#include "base/blob.h"
+#include <basalt/message.h>
+#include <chronoseal/asn1/cert_identifier.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::PKI {
 

@@ -1,11 +1,11 @@
-#include "client/signing_certificate_attributes.h"
+#include <chronoseal/client/signing_certificate_attributes.h>
 
 #include <vector>
 
-#include "asn1/certificate_identification.h"
-#include "asn1/signing_certificate.h"
-#include "client/signed_attributes.h"
-#include "client/testing/suite.h"
+#include <chronoseal/asn1/certificate_identification.h>
+#include <chronoseal/asn1/signing_certificate.h>
+#include <chronoseal/client/signed_attributes.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI {
 namespace {

@@ -1,11 +1,11 @@
 // Delivery into a caller's buffer.
-#include "client/sized_output.h"
+#include <chronoseal/client/sized_output.h>
 
 #include <cstring>
 #include <utility>
 
-#include "base/atl_exception.h"
-#include "client/result_codes.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/result_codes.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

@@ -1,7 +1,7 @@
 // The protocol by which operations fill a caller's buffer.
 #pragma once
 
-#include "base/blob.h"
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

@@ -1,12 +1,12 @@
 // The public face of a stamp, its getters and copies.
-#include "client/stamp.h"
+#include <chronoseal/client/stamp.h>
 
 #include <memory>
 
-#include "base/atl_exception.h"
-#include "client/result_codes.h"
-#include "client/sized_output.h"
-#include "client/stamp_impl.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/sized_output.h>
+#include <chronoseal/client/stamp_impl.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

@@ -19,9 +19,9 @@
 // Without a token every operation that needs one throws 0x8007139F.
 #pragma once
 
-#include "base/atl_exception.h"
-#include "base/date_time.h"
-#include "visibility/visibility.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/date_time.h>
+#include <chronoseal/visibility.h>
 
 struct _CERT_CONTEXT;
 

@@ -5,16 +5,16 @@
 #include <memory>
 #include <string>
 
-#include "asn1/big_integer.h"
-#include "asn1/cert_identifier.h"
-#include "asn1/extension.h"
-#include "atl/cert_context.h"
-#include "atl/cert_store.h"
-#include "atl/crypt_msg.h"
-#include "base/blob.h"
-#include "base/date_time.h"
-#include "client/stamp.h"
-#include "sup/types.h"
+#include <basalt/types.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/cert_identifier.h>
+#include <chronoseal/asn1/extension.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/cert_store.h>
+#include <chronoseal/atl/crypt_msg.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/date_time.h>
+#include <chronoseal/client/stamp.h>
 
 namespace Halcyon::PKI::TSP {
 class CResponse;

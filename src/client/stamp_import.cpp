@@ -1,21 +1,21 @@
 // Import: from the bytes of an answer or a token to the fields of a stamp.
 #include <cstring>
 
-#include "asn1/certificate_value.h"
-#include "asn1/failure.h"
-#include "atl/platform_answer.h"
-#include "basalt10/oid_information.h"
-#include "basalt20/surface/store.h"
-#include "base/atl_exception.h"
-#include "client/request_impl.h"
-#include "client/result_codes.h"
-#include "client/stamp_impl.h"
-#include "client/trace.h"
-#include "core/limits.h"
-#include "core/message_bounds.h"
-#include "core/response.h"
-#include "core/token.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <basalt/oid_information.h>
+#include <basalt/store.h>
+#include <chronoseal/asn1/certificate_value.h>
+#include <chronoseal/asn1/failure.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/request_impl.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/stamp_impl.h>
+#include <chronoseal/client/trace.h>
+#include <chronoseal/core/limits.h>
+#include <chronoseal/core/message_bounds.h>
+#include <chronoseal/core/response.h>
+#include <chronoseal/core/token.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

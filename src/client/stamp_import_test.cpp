@@ -2,7 +2,7 @@
 #include <fstream>
 #include <functional>
 
-#include "client/testing/suite.h"
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {

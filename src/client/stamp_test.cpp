@@ -1,9 +1,9 @@
-#include "client/stamp.h"
+#include <chronoseal/client/stamp.h>
 
 #include <cwchar>
 
-#include "basalt20/surface/store.h"
-#include "client/testing/suite.h"
+#include <basalt/store.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {

@@ -2,18 +2,18 @@
 #include <cstring>
 #include <string>
 
-#include "atl/cert_chain_context.h"
-#include "atl/crypt_prov.h"
-#include "atl/platform_answer.h"
-#include "basalt20/surface/chain.h"
-#include "basalt20/surface/store.h"
-#include "client/result_codes.h"
-#include "client/signed_attributes.h"
-#include "client/signing_certificate_attributes.h"
-#include "client/stamp_impl.h"
-#include "client/trace.h"
-#include "core/token.h"
-#include "sup/last_error.h"
+#include <basalt/chain.h>
+#include <basalt/last_error.h>
+#include <basalt/store.h>
+#include <chronoseal/atl/cert_chain_context.h>
+#include <chronoseal/atl/crypt_prov.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/signed_attributes.h>
+#include <chronoseal/client/signing_certificate_attributes.h>
+#include <chronoseal/client/stamp_impl.h>
+#include <chronoseal/client/trace.h>
+#include <chronoseal/core/token.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

@@ -1,7 +1,7 @@
 
 
-#include "basalt20/surface/store.h"
-#include "client/testing/suite.h"
+#include <basalt/store.h>
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {

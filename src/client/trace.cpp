@@ -1,5 +1,5 @@
 // The life of the trace context.
-#include "client/trace.h"
+#include <chronoseal/client/trace.h>
 
 namespace Halcyon::PKI {
 

@@ -1,7 +1,7 @@
 // The client's trace channel: the module "tsp" of the support library, all lines at level 8.
 #pragma once
 
-#include "sup/trace.h"
+#include <basalt/trace.h>
 
 namespace Halcyon::PKI {
 

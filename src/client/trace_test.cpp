@@ -1,10 +1,10 @@
-#include "client/trace.h"
+#include <chronoseal/client/trace.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
-#include "client/testing/suite.h"
+#include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI {
 namespace {

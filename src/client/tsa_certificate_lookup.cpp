@@ -1,14 +1,14 @@
 // The search for the certificate of a token's signer, by two keys over one sequence of stores: the
 // stamp's own, those of the caller, and the user's address book.
-#include "asn1/certificate_identification.h"
-#include "atl/crypt_prov.h"
-#include "atl/platform_answer.h"
-#include "atl/string.h"
-#include "basalt20/surface/store.h"
-#include "client/result_codes.h"
-#include "client/signing_certificate_attributes.h"
-#include "client/stamp_impl.h"
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
+#include <basalt/store.h>
+#include <chronoseal/asn1/certificate_identification.h>
+#include <chronoseal/atl/crypt_prov.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/atl/string.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/signing_certificate_attributes.h>
+#include <chronoseal/client/stamp_impl.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

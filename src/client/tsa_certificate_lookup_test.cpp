@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "client/testing/suite.h"
+#include <chronoseal/client/testing/suite.h>
 
 namespace {
 

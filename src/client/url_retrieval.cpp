@@ -1,5 +1,5 @@
 // Retrieval by address through the platform's cache.
-#include "client/url_retrieval.h"
+#include <chronoseal/client/url_retrieval.h>
 
 #include <pthread.h>
 
@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "basalt20/surface/network.h"
-#include "base/atl_exception.h"
-#include "client/result_codes.h"
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
+#include <basalt/network.h>
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/client/result_codes.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

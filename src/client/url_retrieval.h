@@ -2,9 +2,9 @@
 // may answer.
 #pragma once
 
-#include "base/blob.h"
-#include "client/http_params.h"
-#include "sup/types.h"
+#include <basalt/types.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/client/http_params.h>
 
 namespace Halcyon::PKI::TSP::Client {
 

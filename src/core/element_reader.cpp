@@ -1,9 +1,9 @@
 // The walk over elements, and what it holds against single ones.
-#include "core/element_reader.h"
+#include <chronoseal/core/element_reader.h>
 
 #include <limits>
 
-#include "asn1/failure.h"
+#include <chronoseal/asn1/failure.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -7,9 +7,9 @@
 #include <optional>
 #include <span>
 
-#include "asn1/ctxt_handle.h"
-#include "asn1rt/runtime.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/ctxt_handle.h>
+#include <chronoseal/asn1rt/runtime.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -1,11 +1,11 @@
 // The bounds of each message, along its production.
-#include "core/message_bounds.h"
+#include <chronoseal/core/message_bounds.h>
 
 #include <algorithm>
 #include <string_view>
 
-#include "asn1/failure.h"
-#include "core/limits.h"
+#include <chronoseal/asn1/failure.h>
+#include <chronoseal/core/limits.h>
 
 namespace Halcyon::PKI::TSP {
 

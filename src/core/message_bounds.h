@@ -4,7 +4,7 @@
 // decoders themselves refuse may pass here.
 #pragma once
 
-#include "core/element_reader.h"
+#include <chronoseal/core/element_reader.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -1,12 +1,12 @@
 // TimeStampReq: the value and its traits.
-#include "core/request.h"
+#include <chronoseal/core/request.h>
 
-#include "asn1/algorithm_identifier_traits.h"
-#include "asn1/big_integer_text.h"
-#include "asn1/extension_traits.h"
-#include "asn1/traits.h"
-#include "asn1data/pkix_tsp.h"
-#include "core/message_bounds.h"
+#include <chronoseal/asn1/algorithm_identifier_traits.h>
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/extension_traits.h>
+#include <chronoseal/asn1/traits.h>
+#include <chronoseal/asn1data/pkix_tsp.h>
+#include <chronoseal/core/message_bounds.h>
 
 namespace Halcyon::PKI::TSP {
 

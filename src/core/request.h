@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-#include "asn1/algorithm_identifier_ex.h"
-#include "asn1/big_integer.h"
-#include "asn1/extension.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/algorithm_identifier_ex.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/extension.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::PKI::TSP {
 

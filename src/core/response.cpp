@@ -1,10 +1,10 @@
 // TimeStampResp: the value and its traits, over the form that keeps the token as it came.
-#include "core/response.h"
+#include <chronoseal/core/response.h>
 
-#include "asn1/status_info_traits.h"
-#include "asn1/traits.h"
-#include "asn1data/pkix_tsp.h"
-#include "core/message_bounds.h"
+#include <chronoseal/asn1/status_info_traits.h>
+#include <chronoseal/asn1/traits.h>
+#include <chronoseal/asn1data/pkix_tsp.h>
+#include <chronoseal/core/message_bounds.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -4,9 +4,9 @@
 
 #include <memory>
 
-#include "asn1/status_info.h"
-#include "base/blob.h"
-#include "core/token.h"
+#include <chronoseal/asn1/status_info.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/core/token.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -1,12 +1,12 @@
 // Reader of signed data: one walk over the message, without copies but for the content.
-#include "core/signed_message.h"
+#include <chronoseal/core/signed_message.h>
 
 #include <algorithm>
 #include <iterator>
 
-#include "asn1/failure.h"
-#include "core/limits.h"
-#include "core/message_bounds.h"
+#include <chronoseal/asn1/failure.h>
+#include <chronoseal/core/limits.h>
+#include <chronoseal/core/message_bounds.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "base/blob.h"
-#include "core/element_reader.h"
+#include <chronoseal/base/blob.h>
+#include <chronoseal/core/element_reader.h>
 
 namespace Halcyon::PKI::TSP {
 

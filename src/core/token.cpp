@@ -1,18 +1,18 @@
 // TimeStampToken: the reading of a token's fields, and the check of its signature by the platform.
-#include "core/token.h"
+#include <chronoseal/core/token.h>
 
-#include "asn1/algorithm_identifier_traits.h"
-#include "asn1/big_integer_text.h"
-#include "asn1/extension_traits.h"
-#include "asn1/signer_info_traits.h"
-#include "asn1/traits.h"
-#include "asn1data/cryptographic_message_syntax.h"
-#include "asn1data/pkix_tsp.h"
-#include "atl/cert_context.h"
-#include "atl/crypt_msg.h"
-#include "core/message_bounds.h"
-#include "core/signed_message.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/asn1/algorithm_identifier_traits.h>
+#include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/extension_traits.h>
+#include <chronoseal/asn1/signer_info_traits.h>
+#include <chronoseal/asn1/traits.h>
+#include <chronoseal/asn1data/cryptographic_message_syntax.h>
+#include <chronoseal/asn1data/pkix_tsp.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/crypt_msg.h>
+#include <chronoseal/core/message_bounds.h>
+#include <chronoseal/core/signed_message.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -8,14 +8,14 @@
 #include <optional>
 #include <string>
 
-#include "asn1/algorithm_identifier_ex.h"
-#include "asn1/big_integer.h"
-#include "asn1/extensions.h"
-#include "asn1/signer_info.h"
-#include "basalt20/surface/message.h"
-#include "base/blob.h"
-#include "base/date_time.h"
-#include "core/tsa_name.h"
+#include <basalt/message.h>
+#include <chronoseal/asn1/algorithm_identifier_ex.h>
+#include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/extensions.h>
+#include <chronoseal/asn1/signer_info.h>
+#include <chronoseal/base/blob.h>
+#include <chronoseal/base/date_time.h>
+#include <chronoseal/core/tsa_name.h>
 
 namespace Halcyon::PKI::TSP {
 

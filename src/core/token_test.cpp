@@ -1,4 +1,4 @@
-#include "core/token.h"
+#include <chronoseal/core/token.h>
 
 #include <functional>
 #include <memory>
@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "base/atl_exception.h"
-#include "core/request.h"
-#include "core/response.h"
-#include "core/signed_message.h"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/core/request.h>
+#include <chronoseal/core/response.h>
+#include <chronoseal/core/signed_message.h>
 
 namespace Halcyon::PKI::TSP {
 namespace {

@@ -1,13 +1,13 @@
 // The reading of an authority's name.
-#include "core/tsa_name.h"
+#include <chronoseal/core/tsa_name.h>
 
 #include <cstring>
 
-#include "asn1/general_name_traits.h"
-#include "asn1/name.h"
-#include "asn1/name_traits.h"
-#include "asn1/traits.h"
-#include "base/atl_exception.h"
+#include <chronoseal/asn1/general_name_traits.h>
+#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/name_traits.h>
+#include <chronoseal/asn1/traits.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon::PKI::TSP {
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "asn1/general_name.h"
-#include "base/blob.h"
+#include <chronoseal/asn1/general_name.h>
+#include <chronoseal/base/blob.h>
 
 namespace Halcyon::PKI::TSP {
 

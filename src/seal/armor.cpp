@@ -1,10 +1,10 @@
 // PEM (RFC 7468, read leniently) and Base64.
-#include "seal/armor.h"
+#include <chronoseal/seal/armor.h>
 
 #include <algorithm>
 #include <array>
 
-#include "seal/der_element.h"
+#include <chronoseal/seal/der_element.h>
 
 namespace chronoseal {
 

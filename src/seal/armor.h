@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

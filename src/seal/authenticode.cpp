@@ -1,23 +1,23 @@
 // Stamps by the older Authenticode protocol, whose answer is judged before it is given out.
 #include <algorithm>
 
-#include "atl/cert_context.h"
-#include "atl/platform_answer.h"
-#include "basalt20/surface/object_coding.h"
-#include "client/result_codes.h"
-#include "seal/armor.h"
-#include "seal/byte_kind.h"
-#include "seal/certificate_info.h"
-#include "seal/configuration_value.h"
-#include "seal/der_element.h"
-#include "seal/endpoint.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/request_rules.h"
-#include "seal/signed_bytes.h"
-#include "seal/verification.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/object_coding.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/byte_kind.h>
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/configuration_value.h>
+#include <chronoseal/seal/der_element.h>
+#include <chronoseal/seal/endpoint.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/request_rules.h>
+#include <chronoseal/seal/signed_bytes.h>
+#include <chronoseal/seal/verification.h>
 
 namespace chronoseal {
 

@@ -1,16 +1,16 @@
 // Recognition by shape: outermost elements of DER, and the first bytes of other files.
-#include "seal/byte_kind.h"
+#include <chronoseal/seal/byte_kind.h>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 
-#include "atl/cert_context.h"
-#include "atl/platform_answer.h"
-#include "basalt20/surface/crl.h"
-#include "seal/der_element.h"
-#include "seal/platform_text.h"
-#include "seal/signed_bytes.h"
+#include <basalt/crl.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/seal/der_element.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/signed_bytes.h>
 
 namespace chronoseal {
 

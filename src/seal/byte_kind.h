@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "seal/armor.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
+#include <chronoseal/seal/armor.h>
 
 namespace chronoseal {
 

@@ -1,15 +1,15 @@
 // Certificates taken apart for people and programs.
-#include "seal/certificate_info.h"
+#include <chronoseal/seal/certificate_info.h>
 
 #include <algorithm>
 #include <array>
 
-#include "atl/cert_context.h"
-#include "atl/platform_answer.h"
-#include "basalt20/coding/name_text.h"
-#include "seal/der_element.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
+#include <basalt/name_text.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/seal/der_element.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

@@ -3,9 +3,9 @@
 
 #include <optional>
 
-#include "basalt20/surface/certificate.h"
-#include "seal/chronoseal.hpp"
-#include "sup/types.h"
+#include <basalt/certificate.h>
+#include <basalt/types.h>
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

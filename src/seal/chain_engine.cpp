@@ -1,12 +1,12 @@
 // Chains by an engine handle of the platform.
-#include "seal/chain_engine.h"
+#include <chronoseal/seal/chain_engine.h>
 
 #include <array>
 
-#include "seal/certificate_info.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

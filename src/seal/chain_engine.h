@@ -4,9 +4,9 @@
 
 #include <memory>
 
-#include "atl/cert_store.h"
-#include "basalt20/surface/chain.h"
-#include "seal/chronoseal.hpp"
+#include <basalt/chain.h>
+#include <chronoseal/atl/cert_store.h>
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

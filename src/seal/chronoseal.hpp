@@ -32,7 +32,7 @@
 #include <variant>
 #include <vector>
 
-#include "visibility/visibility.h"
+#include <chronoseal/visibility.h>
 
 namespace chronoseal {
 

@@ -1,9 +1,9 @@
 // Reading of the configuration tree.
-#include "seal/configuration_value.h"
+#include <chronoseal/seal/configuration_value.h>
 
 #include <algorithm>
 
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
 
 namespace chronoseal {
 

@@ -1,8 +1,8 @@
 // The authorities that the machine's configuration names.
-#include "seal/configuration_value.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/request_rules.h"
+#include <chronoseal/seal/configuration_value.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/request_rules.h>
 
 namespace chronoseal {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

@@ -1,7 +1,7 @@
 // What would make a stamp or a verification fail on this machine.
 #include <algorithm>
 
-#include "seal/failure.h"
+#include <chronoseal/seal/failure.h>
 
 namespace chronoseal {
 

@@ -6,13 +6,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "atl/default_csp.h"
-#include "basalt10/hash.h"
-#include "seal/failure.h"
-#include "seal/file_bytes.h"
-#include "seal/platform_text.h"
-#include "seal/running_hash.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <basalt/hash.h>
+#include <chronoseal/atl/default_csp.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/running_hash.h>
 
 namespace chronoseal {
 

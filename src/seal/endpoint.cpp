@@ -1,5 +1,5 @@
 // Reading of an authority's settings, and the exchange with it.
-#include "seal/endpoint.h"
+#include <chronoseal/seal/endpoint.h>
 
 #include <algorithm>
 #include <cctype>
@@ -8,11 +8,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "basalt20/surface/network.h"
-#include "seal/failure.h"
-#include "seal/file_bytes.h"
-#include "seal/platform_text.h"
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
+#include <basalt/network.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

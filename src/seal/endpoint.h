@@ -2,7 +2,7 @@
 // files can be read.
 #pragma once
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

@@ -1,6 +1,6 @@
 // The one exception, and the words for result codes: what a person reads and what a program decides
 // by, in one table.
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 #include <algorithm>
 #include <array>

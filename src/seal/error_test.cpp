@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "client/result_codes.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
+#include <chronoseal/client/result_codes.h>
 
 namespace chronoseal {
 namespace {

@@ -1,9 +1,9 @@
 // Failures of the floors below, translated.
-#include "seal/failure.h"
+#include <chronoseal/seal/failure.h>
 
 #include <system_error>
 
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
 namespace chronoseal {
 
@@ -37,8 +37,8 @@ Error error_in_flight(std::string_view doing) {
 }
 
 Error error_of_last(std::string_view doing) {
-    const auto code =
-        static_cast<std::uint32_t>(Halcyon::result_from_last_error(static_cast<std::int32_t>(kFail)));
+    const auto code = static_cast<std::uint32_t>(
+        Halcyon::result_from_last_error(static_cast<std::int32_t>(kFail)));
     return error_of_code(code, doing);
 }
 

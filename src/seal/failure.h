@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/atl_exception.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

@@ -1,5 +1,5 @@
 // Reading of files by descriptor.
-#include "seal/file_bytes.h"
+#include <chronoseal/seal/file_bytes.h>
 
 #include <cerrno>
 
@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "seal/failure.h"
+#include <chronoseal/seal/failure.h>
 
 namespace chronoseal {
 

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

@@ -3,12 +3,12 @@
 #include <mutex>
 #include <optional>
 
-#include "basalt10/hash.h"
-#include "basalt10/oid_information.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/running_hash.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <basalt/hash.h>
+#include <basalt/oid_information.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/running_hash.h>
 
 namespace chronoseal {
 

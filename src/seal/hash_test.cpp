@@ -1,4 +1,4 @@
-#include "seal/testing/seal_fixture.h"
+#include <chronoseal/seal/testing/seal_fixture.h>
 
 namespace chronoseal::testing {
 namespace {

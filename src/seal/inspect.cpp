@@ -1,9 +1,9 @@
 // What bytes are, and the stamps inside signed messages.
-#include "seal/byte_kind.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/signed_bytes.h"
-#include "seal/stamp_access.h"
+#include <chronoseal/seal/byte_kind.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/signed_bytes.h>
+#include <chronoseal/seal/stamp_access.h>
 
 namespace chronoseal {
 

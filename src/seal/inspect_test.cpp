@@ -1,6 +1,6 @@
 #include <openssl/pkcs12.h>
 
-#include "seal/testing/seal_fixture.h"
+#include <chronoseal/seal/testing/seal_fixture.h>
 
 namespace chronoseal::testing {
 namespace {

@@ -1,8 +1,8 @@
 // Conversions of text and bytes.
-#include "seal/platform_text.h"
+#include <chronoseal/seal/platform_text.h>
 
-#include "sup/error_codes.h"
-#include "sup/text_conversion.h"
+#include <basalt/error_codes.h>
+#include <basalt/text_conversion.h>
 
 namespace chronoseal {
 

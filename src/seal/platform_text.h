@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "base/blob.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/base/blob.h>
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

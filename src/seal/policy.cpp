@@ -1,11 +1,11 @@
 // What is in force on this machine, key by key.
 #include <algorithm>
 
-#include "basalt20/surface/store.h"
-#include "seal/configuration_value.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
+#include <basalt/store.h>
+#include <chronoseal/seal/configuration_value.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

@@ -1,14 +1,14 @@
 // Requests by the client's message object.
-#include "seal/request_bytes.h"
+#include <chronoseal/seal/request_bytes.h>
 
-#include "asn1/random_big_integer.h"
-#include "core/request.h"
-#include "seal/armor.h"
-#include "seal/byte_kind.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/running_hash.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/asn1/random_big_integer.h>
+#include <chronoseal/core/request.h>
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/byte_kind.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/running_hash.h>
 
 namespace chronoseal {
 

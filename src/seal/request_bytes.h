@@ -1,7 +1,7 @@
 // TimeStampReq as bytes: made from a digest, and read for what it asks.
 #pragma once
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

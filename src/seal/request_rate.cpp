@@ -1,5 +1,5 @@
 // The counting file.
-#include "seal/request_rate.h"
+#include <chronoseal/seal/request_rate.h>
 
 #include <algorithm>
 #include <charconv>
@@ -12,8 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "seal/certificate_info.h"
-#include "seal/platform_text.h"
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <stop_token>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

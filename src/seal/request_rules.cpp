@@ -1,11 +1,11 @@
 // The rules of the machine's policy, one by one.
-#include "seal/request_rules.h"
+#include <chronoseal/seal/request_rules.h>
 
-#include "client/result_codes.h"
-#include "seal/configuration_value.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/seal/configuration_value.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

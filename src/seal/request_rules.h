@@ -1,8 +1,8 @@
 // What the machine's policy says about requests, asked before anything is hashed or sent.
 #pragma once
 
-#include "client/request_policy.h"
-#include "seal/endpoint.h"
+#include <chronoseal/client/request_policy.h>
+#include <chronoseal/seal/endpoint.h>
 
 namespace chronoseal {
 

@@ -2,12 +2,12 @@
 #include <algorithm>
 #include <set>
 
-#include "atl/cert_context.h"
-#include "atl/platform_answer.h"
-#include "seal/certificate_info.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/trust_store.h"
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/trust_store.h>
 
 namespace chronoseal {
 

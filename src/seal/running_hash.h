@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "atl/crypt_hash.h"
-#include "atl/crypt_prov.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/atl/crypt_hash.h>
+#include <chronoseal/atl/crypt_prov.h>
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

@@ -1,16 +1,16 @@
 // The asking of authorities: settings looked at before, answers judged after, and the strategy over
 // several of them in between.
-#include "seal/sealer_impl.h"
+#include <chronoseal/seal/sealer_impl.h>
 
 #include <algorithm>
 
-#include "client/result_codes.h"
-#include "seal/failure.h"
-#include "seal/file_bytes.h"
-#include "seal/platform_text.h"
-#include "seal/running_hash.h"
-#include "seal/stamp_access.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/running_hash.h>
+#include <chronoseal/seal/stamp_access.h>
 
 namespace chronoseal {
 

@@ -1,10 +1,10 @@
 // Many items over several connections.
-#include "seal/sealer_impl.h"
+#include <chronoseal/seal/sealer_impl.h>
 
 #include <atomic>
 #include <thread>
 
-#include "seal/failure.h"
+#include <chronoseal/seal/failure.h>
 
 namespace chronoseal {
 

@@ -4,12 +4,12 @@
 #include <mutex>
 #include <random>
 
-#include "seal/armor.h"
-#include "seal/endpoint.h"
-#include "seal/request_bytes.h"
-#include "seal/request_rate.h"
-#include "seal/request_rules.h"
-#include "seal/verifier_impl.h"
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/endpoint.h>
+#include <chronoseal/seal/request_bytes.h>
+#include <chronoseal/seal/request_rate.h>
+#include <chronoseal/seal/request_rules.h>
+#include <chronoseal/seal/verifier_impl.h>
 
 namespace chronoseal {
 

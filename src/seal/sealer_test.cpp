@@ -2,7 +2,7 @@
 #include <set>
 #include <thread>
 
-#include "seal/testing/seal_fixture.h"
+#include <chronoseal/seal/testing/seal_fixture.h>
 
 namespace chronoseal::testing {
 namespace {

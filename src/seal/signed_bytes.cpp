@@ -1,8 +1,8 @@
 // Reading of CMS messages by the platform.
-#include "seal/signed_bytes.h"
+#include <chronoseal/seal/signed_bytes.h>
 
-#include "seal/certificate_info.h"
-#include "seal/platform_text.h"
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

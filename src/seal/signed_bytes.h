@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
-#include "atl/crypt_msg.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/atl/crypt_msg.h>
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

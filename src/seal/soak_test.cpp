@@ -6,7 +6,7 @@
 
 #include <openssl/ts.h>
 
-#include "seal/testing/seal_fixture.h"
+#include <chronoseal/seal/testing/seal_fixture.h>
 
 namespace chronoseal::testing {
 namespace {

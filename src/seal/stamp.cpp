@@ -1,18 +1,18 @@
 // Stamps: reading of responses and tokens, and what they hold as values.
 #include <array>
 
-#include "core/response.h"
-#include "seal/armor.h"
-#include "seal/byte_kind.h"
-#include "seal/certificate_info.h"
-#include "seal/der_element.h"
-#include "seal/failure.h"
-#include "seal/file_bytes.h"
-#include "seal/platform_text.h"
-#include "seal/signed_bytes.h"
-#include "seal/stamp_access.h"
-#include "seal/token_signer.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/core/response.h>
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/byte_kind.h>
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/der_element.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/signed_bytes.h>
+#include <chronoseal/seal/stamp_access.h>
+#include <chronoseal/seal/token_signer.h>
 
 namespace chronoseal {
 

@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "core/token.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
+#include <chronoseal/core/token.h>
 
 namespace chronoseal {
 

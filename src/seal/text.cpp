@@ -1,6 +1,6 @@
 // Text for people: foreign text made harmless, addresses without passwords, hexadecimal digits and
 // times.
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 #include <array>
 #include <cstdio>

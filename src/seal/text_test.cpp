@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "seal/chronoseal.hpp"
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 namespace {

@@ -1,12 +1,12 @@
 // The search for the signer's certificate.
-#include "seal/token_signer.h"
+#include <chronoseal/seal/token_signer.h>
 
-#include "asn1/certificate_identification.h"
-#include "atl/platform_answer.h"
-#include "client/signed_attributes.h"
-#include "client/signing_certificate_attributes.h"
-#include "seal/platform_text.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/asn1/certificate_identification.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/client/signed_attributes.h>
+#include <chronoseal/client/signing_certificate_attributes.h>
+#include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
 

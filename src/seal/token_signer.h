@@ -1,10 +1,10 @@
 // Who has signed a token: by the signed attributes that name a certificate.
 #pragma once
 
-#include "atl/cert_context.h"
-#include "atl/cert_store.h"
-#include "seal/chronoseal.hpp"
-#include "seal/signed_bytes.h"
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/cert_store.h>
+#include <chronoseal/chronoseal.hpp>
+#include <chronoseal/seal/signed_bytes.h>
 
 namespace chronoseal {
 

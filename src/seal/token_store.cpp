@@ -1,12 +1,12 @@
 // Gathering of a token's own certificates and evidence.
-#include "seal/token_store.h"
+#include <chronoseal/seal/token_store.h>
 
 #include <array>
 
-#include "atl/platform_answer.h"
-#include "seal/der_element.h"
-#include "seal/platform_text.h"
-#include "seal/trust_store.h"
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/seal/der_element.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/trust_store.h>
 
 namespace chronoseal {
 

@@ -2,9 +2,9 @@
 // are candidates, none is trusted.
 #pragma once
 
-#include "atl/cert_store.h"
-#include "seal/chronoseal.hpp"
-#include "seal/signed_bytes.h"
+#include <chronoseal/atl/cert_store.h>
+#include <chronoseal/chronoseal.hpp>
+#include <chronoseal/seal/signed_bytes.h>
 
 namespace chronoseal {
 

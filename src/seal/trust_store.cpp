@@ -1,12 +1,12 @@
 // Filling of memory stores from files and bytes.
-#include "seal/trust_store.h"
+#include <chronoseal/seal/trust_store.h>
 
-#include "atl/platform_answer.h"
-#include "seal/armor.h"
-#include "seal/failure.h"
-#include "seal/file_bytes.h"
-#include "seal/platform_text.h"
-#include "seal/signed_bytes.h"
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/signed_bytes.h>
 
 namespace chronoseal {
 
@@ -39,8 +39,8 @@ std::size_t add_der(ByteView der, HCERTSTORE store) {
     if (der.size() > kMostBytes || der.empty()) {
         return 0;
     }
-    const bool added = CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der), size,
-                                                        kUseExisting, nullptr) != 0 ||
+    const bool added = CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der),
+                                                        size, kUseExisting, nullptr) != 0 ||
                        CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(der), size,
                                                 CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
                        BasaltAddOcspResponseToStore(store, octets(der), size) != 0;

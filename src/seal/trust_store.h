@@ -3,8 +3,8 @@
 
 #include <span>
 
-#include "atl/cert_store.h"
-#include "seal/chronoseal.hpp"
+#include <chronoseal/atl/cert_store.h>
+#include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
 

@@ -1,20 +1,20 @@
 // The steps of a verification that look at the answer and the token; those of the chain stand in
 // verification_chain.cpp.
-#include "seal/verification.h"
+#include <chronoseal/seal/verification.h>
 
 #include <algorithm>
 
-#include "atl/platform_answer.h"
-#include "client/result_codes.h"
-#include "client/signed_attributes.h"
-#include "seal/certificate_info.h"
-#include "seal/configuration_value.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/token_signer.h"
-#include "seal/token_store.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/client/result_codes.h>
+#include <chronoseal/client/signed_attributes.h>
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/configuration_value.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/token_signer.h>
+#include <chronoseal/seal/token_store.h>
 
 namespace chronoseal {
 

@@ -1,12 +1,12 @@
 // One verification: a stamp, what it is compared with, and the findings step by step.
 #pragma once
 
-#include "atl/cert_context.h"
-#include "seal/chain_engine.h"
-#include "seal/chronoseal.hpp"
-#include "seal/signed_bytes.h"
-#include "seal/stamp_access.h"
-#include "seal/trust_store.h"
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/chronoseal.hpp>
+#include <chronoseal/seal/chain_engine.h>
+#include <chronoseal/seal/signed_bytes.h>
+#include <chronoseal/seal/stamp_access.h>
+#include <chronoseal/seal/trust_store.h>
 
 namespace chronoseal {
 

@@ -2,11 +2,11 @@
 // judgement, and none is inferred from another.
 #include <algorithm>
 
-#include "seal/certificate_info.h"
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/verification.h"
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/verification.h>
 
 namespace chronoseal {
 

@@ -1,9 +1,9 @@
 // Verdicts, and who gives them.
-#include "seal/failure.h"
-#include "seal/platform_text.h"
-#include "seal/request_bytes.h"
-#include "seal/verification.h"
-#include "seal/verifier_impl.h"
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/request_bytes.h>
+#include <chronoseal/seal/verification.h>
+#include <chronoseal/seal/verifier_impl.h>
 
 #include <algorithm>
 

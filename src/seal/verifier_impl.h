@@ -1,7 +1,7 @@
 // The inside of a verifier.
 #pragma once
 
-#include "seal/verification.h"
+#include <chronoseal/seal/verification.h>
 
 namespace chronoseal {
 

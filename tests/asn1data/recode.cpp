@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-#include "asn1data/test_value.h"
+#include <chronoseal/asn1data/test_value.h>
 
 namespace {
 

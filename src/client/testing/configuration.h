@@ -13,8 +13,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "base/atl_exception.h"
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
+#include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon::PKI::TSP::Client::testing {
 

@@ -3,11 +3,11 @@
 
 #include <string>
 
-#include "atl/cert_context.h"
-#include "atl/cert_store.h"
-#include "atl/platform_answer.h"
-#include "basalt20/surface/chain.h"
-#include "client/stamp.h"
+#include <basalt/chain.h>
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/cert_store.h>
+#include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/client/stamp.h>
 
 namespace Halcyon::PKI::TSP::Client::testing {
 

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "client/request.h"
-#include "client/stamp.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "client/testing/loopback_server.h"
-#include "client/testing/stores.h"
+#include <chronoseal/client/request.h>
+#include <chronoseal/client/stamp.h>
+#include <chronoseal/client/testing/authority.h>
+#include <chronoseal/client/testing/configuration.h>
+#include <chronoseal/client/testing/loopback_server.h>
+#include <chronoseal/client/testing/stores.h>

@@ -1,7 +1,7 @@
 // Algorithm identifiers: class in bits 15-13, type in bits 12-9, number below.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 using ALG_ID = DWORD;
 

@@ -1,7 +1,7 @@
 // The published counted byte record and its names. A record owns nothing by itself.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 struct _CRYPTOAPI_BLOB {
     DWORD cbData;

@@ -1,5 +1,5 @@
 // Digests by fetching once and keeping, and the GOST engine.
-#include "basalt10/digest.h"
+#include <basalt/basalt10/digest.h>
 
 #include <openssl/engine.h>
 #include <openssl/err.h>

@@ -2,8 +2,8 @@
 // types. Knows the GOST engine, whose digests OpenSSL's own fetching doesn't see.
 #pragma once
 
-#include "basalt10/algorithm.h"
-#include "sup/visibility.h"
+#include <basalt/algorithm.h>
+#include <basalt/visibility.h>
 
 #include <openssl/evp.h>
 

@@ -3,7 +3,7 @@
 // aren't guarded.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 #include <mutex>
 #include <unordered_set>

@@ -1,11 +1,11 @@
 // Hashes over EVP. The cost of a call beside EVP's own is one look into the set of live handles.
-#include "basalt10/hash.h"
+#include <basalt/hash.h>
 
-#include "basalt10/digest.h"
-#include "basalt10/handle_set.h"
-#include "basalt10/provider_context.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/basalt10/handle_set.h>
+#include <basalt/basalt10/provider_context.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 
 #include <array>
 #include <cstring>

@@ -3,8 +3,8 @@
 // ERROR_INVALID_HANDLE (6).
 #pragma once
 
-#include "basalt10/key.h"
-#include "basalt10/provider.h"
+#include <basalt/key.h>
+#include <basalt/provider.h>
 
 using HCRYPTHASH = ULONG_PTR;
 

@@ -1,11 +1,11 @@
 // Keys over EVP_PKEY.
-#include "basalt10/key.h"
+#include <basalt/key.h>
 
-#include "basalt10/digest.h"
-#include "basalt10/handle_set.h"
-#include "basalt10/provider_context.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/basalt10/handle_set.h>
+#include <basalt/basalt10/provider_context.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 
 #include <openssl/objects.h>
 #include <openssl/rsa.h>

@@ -2,7 +2,7 @@
 // last error set; a handle that is none gives ERROR_INVALID_HANDLE (6).
 #pragma once
 
-#include "basalt10/provider.h"
+#include <basalt/provider.h>
 
 using HCRYPTKEY = ULONG_PTR;
 

@@ -1,9 +1,9 @@
 // The table of object identifiers and the searches in it.
-#include "basalt10/oid_information.h"
+#include <basalt/oid_information.h>
 
-#include "basalt10/digest.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 
 #include <cstring>
 #include <cwchar>

@@ -2,10 +2,10 @@
 // the extended key usages. GOST algorithms are known only when OpenSSL can do them on this machine.
 #pragma once
 
-#include "basalt10/algorithm.h"
-#include "basalt10/blob.h"
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/algorithm.h>
+#include <basalt/blob.h>
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 // Key types of CryptFindOIDInfo, and what `key` points to.
 inline constexpr DWORD CRYPT_OID_INFO_OID_KEY = 1;   // the dotted text, char

@@ -1,9 +1,9 @@
 // Provider contexts: references, parameters, random numbers.
-#include "basalt10/handle_set.h"
-#include "basalt10/provider_context.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
-#include "sup/text_conversion.h"
+#include <basalt/basalt10/handle_set.h>
+#include <basalt/basalt10/provider_context.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/text_conversion.h>
 
 #include <openssl/rand.h>
 

@@ -5,9 +5,9 @@
 // error set.
 #pragma once
 
-#include "basalt10/algorithm.h"
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/algorithm.h>
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 using HCRYPTPROV = ULONG_PTR;
 

@@ -1,7 +1,7 @@
 // What stands behind an HCRYPTPROV, for the floor's own use.
 #pragma once
 
-#include "basalt10/provider.h"
+#include <basalt/provider.h>
 
 #include <span>
 #include <string_view>

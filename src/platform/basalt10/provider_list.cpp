@@ -1,8 +1,8 @@
 // The providers and what each can do; enumeration.
-#include "basalt10/digest.h"
-#include "basalt10/provider_context.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/basalt10/provider_context.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 
 #include <cstring>
 #include <string_view>

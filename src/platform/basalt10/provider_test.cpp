@@ -1,7 +1,7 @@
-#include "basalt10/provider.h"
+#include <basalt/provider.h>
 
-#include "basalt10/digest.h"
-#include "sup/last_error.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/last_error.h>
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The chunked coding, a character at a time but for the content.
-#include "basaltnet/chunked_body.h"
+#include <basalt/basaltnet/chunked_body.h>
 
 #include <algorithm>
 

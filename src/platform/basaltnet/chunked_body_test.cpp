@@ -1,5 +1,5 @@
 // Chunked bodies in pieces of every size, and such as break the rules.
-#include "basaltnet/chunked_body.h"
+#include <basalt/basaltnet/chunked_body.h>
 
 #include <gtest/gtest.h>
 

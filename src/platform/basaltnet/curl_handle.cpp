@@ -1,6 +1,6 @@
 // Options of an exchange, and the callbacks that take its answer. These run inside curl, so nothing
 // may be thrown in them.
-#include "basaltnet/curl_handle.h"
+#include <basalt/basaltnet/curl_handle.h>
 
 #include <strings.h>
 

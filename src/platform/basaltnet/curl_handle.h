@@ -3,8 +3,8 @@
 // are put anew. Only lack of memory throws.
 #pragma once
 
-#include "basaltnet/chunked_body.h"
-#include "basaltnet/exchange.h"
+#include <basalt/basaltnet/chunked_body.h>
+#include <basalt/basaltnet/exchange.h>
 
 #include <curl/curl.h>
 

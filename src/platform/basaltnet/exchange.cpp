@@ -1,10 +1,10 @@
 // The exchange over libcurl's easy interface, and the way from one address to the next.
-#include "basaltnet/exchange.h"
+#include <basalt/basaltnet/exchange.h>
 
-#include "basaltnet/curl_handle.h"
-#include "basaltnet/transfer_error.h"
-#include "sup/error_codes.h"
-#include "sup/web_address.h"
+#include <basalt/basaltnet/curl_handle.h>
+#include <basalt/basaltnet/transfer_error.h>
+#include <basalt/error_codes.h>
+#include <basalt/sup/web_address.h>
 
 #include <algorithm>
 #include <new>

@@ -3,8 +3,8 @@
 // last errors (network.h of basalt20), given in the answer; only running out of memory throws.
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 #include <chrono>
 #include <cstdint>

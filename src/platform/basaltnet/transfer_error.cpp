@@ -1,7 +1,7 @@
 // curl's codes and, behind them, the verdicts of its TLS library.
-#include "basaltnet/transfer_error.h"
+#include <basalt/basaltnet/transfer_error.h>
 
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
 
 namespace basalt {
 

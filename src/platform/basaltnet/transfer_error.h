@@ -1,7 +1,7 @@
 // What curl's codes mean as network last errors.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 #include <curl/curl.h>
 

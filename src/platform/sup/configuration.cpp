@@ -1,9 +1,9 @@
 // The readers of the configuration tree: types, sizes and codes.
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
 
-#include "sup/configuration_tree.h"
-#include "sup/error_codes.h"
-#include "sup/known_keys.h"
+#include <basalt/error_codes.h>
+#include <basalt/sup/configuration_tree.h>
+#include <basalt/sup/known_keys.h>
 
 #include <algorithm>
 #include <cstring>

@@ -22,8 +22,8 @@
 // follows gives the error.
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 extern "C" {
 

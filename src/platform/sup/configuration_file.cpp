@@ -1,8 +1,8 @@
 // Finds, checks, reads and parses the files.
-#include "sup/configuration_file.h"
+#include <basalt/sup/configuration_file.h>
 
-#include "sup/toml_bounds.h"
-#include "sup/whole_file.h"
+#include <basalt/sup/toml_bounds.h>
+#include <basalt/sup/whole_file.h>
 
 #include <cstdlib>
 #include <cstring>

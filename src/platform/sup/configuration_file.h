@@ -2,7 +2,7 @@
 // the tree only. Nothing here throws but for want of memory; what is wrong is told in `problem`.
 #pragma once
 
-#include "sup/toml_parser.h"
+#include <basalt/sup/toml_parser.h>
 
 #include <sys/stat.h>
 

@@ -1,7 +1,7 @@
 // Which files count, and who may have written them, with files of the test's own in the place of
 // the machine's.
-#include "sup/configuration_tree.h"
-#include "sup/toml_bounds.h"
+#include <basalt/sup/configuration_tree.h>
+#include <basalt/sup/toml_bounds.h>
 
 #include <gtest/gtest.h>
 #include <unistd.h>

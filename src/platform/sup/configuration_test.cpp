@@ -1,5 +1,5 @@
 // The tree over real files: the environment leads to a folder of the test's own.
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

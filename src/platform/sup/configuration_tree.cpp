@@ -1,5 +1,5 @@
 // Looks up paths in what the files hold, and looks at the files again when it is time.
-#include "sup/configuration_tree.h"
+#include <basalt/sup/configuration_tree.h>
 
 #include <algorithm>
 #include <atomic>

@@ -2,8 +2,8 @@
 // immutable; a changed file makes a new one. Nothing here throws but for want of memory.
 #pragma once
 
-#include "sup/configuration_file.h"
-#include "sup/known_keys.h"
+#include <basalt/sup/configuration_file.h>
+#include <basalt/sup/known_keys.h>
 
 #include <memory>
 #include <mutex>

@@ -2,7 +2,7 @@
 // error; cast to HRESULT where a result code (negative for failure) is wanted.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 // System errors.
 inline constexpr DWORD ERROR_SUCCESS = 0;

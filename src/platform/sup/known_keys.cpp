@@ -1,6 +1,6 @@
 // The table of known keys and the searches in it. A new key gets its row here and one in
 // docs/configuration.md.
-#include "sup/known_keys.h"
+#include <basalt/sup/known_keys.h>
 
 #include <algorithm>
 #include <vector>

@@ -2,8 +2,8 @@
 // tree by it. Nothing here fails.
 #pragma once
 
-#include "sup/configuration.h"
-#include "sup/toml_parser.h"
+#include <basalt/configuration.h>
+#include <basalt/sup/toml_parser.h>
 
 #include <span>
 #include <string>

@@ -1,5 +1,5 @@
 // The last error: one plain word a thread.
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
 namespace {
 

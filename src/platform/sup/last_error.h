@@ -2,8 +2,8 @@
 // to 0 on success unless it says so.
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 extern "C" {
 

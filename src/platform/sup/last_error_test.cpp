@@ -1,6 +1,6 @@
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
-#include "sup/local_block.h"
+#include <basalt/local_block.h>
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Local blocks are blocks of the C library's heap.
-#include "sup/local_block.h"
+#include <basalt/local_block.h>
 
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 
 #include <cstdlib>
 

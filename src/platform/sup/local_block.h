@@ -1,8 +1,8 @@
 // Memory blocks that cross a C interface and are given back by whoever ends up with them.
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 inline constexpr UINT LMEM_FIXED = 0x0000;
 inline constexpr UINT LMEM_ZEROINIT = 0x0040;

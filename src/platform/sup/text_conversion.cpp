@@ -1,9 +1,9 @@
 // UTF-8 and 32-bit code points. Each direction reads one character at a time and hands its units to
 // a sink, which counts them and stores what there is room for.
-#include "sup/text_conversion.h"
+#include <basalt/text_conversion.h>
 
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 
 #include <cstring>
 #include <cwchar>

@@ -4,8 +4,8 @@
 // ERROR_NO_UNICODE_TRANSLATION (1113), ERROR_INVALID_FLAGS (1004), ERROR_INVALID_PARAMETER (87).
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 inline constexpr UINT CP_ACP = 0;
 inline constexpr UINT CP_UTF8 = 65001;

@@ -1,6 +1,6 @@
-#include "sup/text_conversion.h"
+#include <basalt/text_conversion.h>
 
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
 #include <gtest/gtest.h>
 

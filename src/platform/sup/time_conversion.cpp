@@ -1,8 +1,8 @@
 // Calendar arithmetic by <chrono>, whose years reach to 32767.
-#include "sup/time_conversion.h"
+#include <basalt/time_conversion.h>
 
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 
 #include <chrono>
 #include <ctime>

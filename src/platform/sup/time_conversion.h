@@ -2,8 +2,8 @@
 // 30827. Failures return 0 with last error ERROR_INVALID_PARAMETER (87).
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 extern "C" {
 

@@ -1,6 +1,6 @@
-#include "sup/time_conversion.h"
+#include <basalt/time_conversion.h>
 
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
 #include <gtest/gtest.h>
 

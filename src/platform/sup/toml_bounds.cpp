@@ -1,5 +1,5 @@
 // The walk over a TOML text.
-#include "sup/toml_bounds.h"
+#include <basalt/sup/toml_bounds.h>
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // Trace contexts and lines. A context finds out what is switched on at its first question, not when
 // it is made: contexts are made while libraries load, which must not read the configuration.
-#include "sup/trace.h"
+#include <basalt/trace.h>
 
-#include "sup/configuration.h"
-#include "sup/descriptor.h"
+#include <basalt/configuration.h>
+#include <basalt/sup/descriptor.h>
 
 #include <fcntl.h>
 #include <sys/syscall.h>

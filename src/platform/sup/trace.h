@@ -9,8 +9,8 @@
 // at its first support_print_is. Lines of several threads don't mix.
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 struct TSupportDbContext_;
 

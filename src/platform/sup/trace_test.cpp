@@ -1,4 +1,4 @@
-#include "sup/trace.h"
+#include <basalt/trace.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

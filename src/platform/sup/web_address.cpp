@@ -1,5 +1,5 @@
 // Addresses cut at their scheme and host.
-#include "sup/web_address.h"
+#include <basalt/sup/web_address.h>
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 // of one. For the platform libraries and the programs above them.
 #pragma once
 
-#include "sup/visibility.h"
+#include <basalt/visibility.h>
 
 #include <string>
 #include <string_view>

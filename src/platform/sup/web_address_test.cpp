@@ -1,5 +1,5 @@
 // Addresses with and without credentials.
-#include "sup/web_address.h"
+#include <basalt/sup/web_address.h>
 
 #include <gtest/gtest.h>
 

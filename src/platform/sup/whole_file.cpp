@@ -1,5 +1,5 @@
 // Reading, writing beside and renaming.
-#include "sup/whole_file.h"
+#include <basalt/sup/whole_file.h>
 
 #include <dirent.h>
 #include <fcntl.h>

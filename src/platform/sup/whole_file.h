@@ -4,8 +4,8 @@
 // failed; only lack of memory throws.
 #pragma once
 
-#include "sup/descriptor.h"
-#include "sup/visibility.h"
+#include <basalt/sup/descriptor.h>
+#include <basalt/visibility.h>
 
 #include <sys/stat.h>
 

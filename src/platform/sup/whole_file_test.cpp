@@ -1,5 +1,5 @@
 // Files replaced whole, and what killed writers leave behind.
-#include "sup/whole_file.h"
+#include <basalt/sup/whole_file.h>
 
 #include <gtest/gtest.h>
 #include <utime.h>

@@ -8,10 +8,10 @@
 
 #include <gtest/gtest.h>
 
-#include "basalt20/network/loopback_server.h"
-#include "client/testing/authority.h"
-#include "client/testing/configuration.h"
-#include "seal/chronoseal.hpp"
+#include <basalt/network/loopback_server.h>
+#include <chronoseal/chronoseal.hpp>
+#include <chronoseal/client/testing/authority.h>
+#include <chronoseal/client/testing/configuration.h>
 
 namespace chronoseal::testing {
 

@@ -21,7 +21,7 @@ void banner(Writer& writer, const Module& module, const std::string& what) {
 }
 
 void include(Writer& writer, const std::string& header) {
-    writer.line(cat("#include \"asn1data/", header, ".h\""));
+    writer.line(cat("#include <chronoseal/asn1data/", header, ".h>"));
 }
 
 void open_namespace(Writer& writer) {

@@ -25,7 +25,8 @@ struct Break {
 };
 
 // Where to break a text so that the first part has at most `room` columns: behind a comma, or in
-// front of an operator or of a call on a call's result, at the shallowest nesting and there as far to the right as possible; behind
+// front of an operator or of a call on a call's result, at the shallowest nesting and there as far
+// to the right as possible; behind
 // "=" if nothing else helps. The rest goes under the first argument of the call that is open there.
 Break break_position(std::string_view text, std::size_t room) {
     constexpr std::size_t last_resort = 1000;

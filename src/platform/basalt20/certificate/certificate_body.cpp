@@ -1,8 +1,8 @@
 // Certificates taken apart.
-#include "basalt20/certificate/certificate_body.h"
+#include <basalt/certificate/certificate_body.h>
 
-#include "basalt20/certificate/x509_cache.h"
-#include "basalt20/coding/der_writer.h"
+#include <basalt/certificate/x509_cache.h>
+#include <basalt/coding/der_writer.h>
 
 #include <string_view>
 #include <tuple>

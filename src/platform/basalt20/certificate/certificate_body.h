@@ -2,8 +2,8 @@
 // and the digests and prepared objects that are made of it on demand.
 #pragma once
 
-#include "basalt20/certificate/signed_record.h"
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
+#include <basalt/certificate/signed_record.h>
 
 #include <array>
 #include <memory>

@@ -1,7 +1,7 @@
 // CRLs taken apart.
-#include "basalt20/certificate/crl_body.h"
+#include <basalt/certificate/crl_body.h>
 
-#include "basalt10/digest.h"
+#include <basalt/basalt10/digest.h>
 
 #include <openssl/err.h>
 

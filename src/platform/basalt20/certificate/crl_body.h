@@ -1,8 +1,8 @@
 // The immutable part of a CRL: its bytes, its fields, and OpenSSL's object, made on demand.
 #pragma once
 
-#include "basalt20/certificate/signed_record.h"
-#include "basalt20/surface/crl.h"
+#include <basalt/certificate/signed_record.h>
+#include <basalt/crl.h>
 
 #include <openssl/x509.h>
 

@@ -1,7 +1,7 @@
 // Properties of certificates.
-#include "basalt20/certificate/property_map.h"
+#include <basalt/certificate/property_map.h>
 
-#include "basalt20/coding/flat_block.h"
+#include <basalt/coding/flat_block.h>
 
 #include <charconv>
 #include <cstdint>

@@ -3,8 +3,8 @@
 // for each property, its number, a blank, its bytes in hexadecimal.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
+#include <basalt/coding/der_reader.h>
 
 #include <map>
 #include <mutex>

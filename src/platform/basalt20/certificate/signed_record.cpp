@@ -1,5 +1,5 @@
 // Storage of certificate and CRL fields.
-#include "basalt20/certificate/signed_record.h"
+#include <basalt/certificate/signed_record.h>
 
 #include <cstring>
 

@@ -3,8 +3,8 @@
 // extension lists).
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/surface/encoded_values.h"
+#include <basalt/coding/der_reader.h>
+#include <basalt/encoded_values.h>
 
 #include <deque>
 #include <memory>

@@ -1,8 +1,8 @@
-#include "basalt20/certificate/strength.h"
+#include <basalt/certificate/strength.h>
 
-#include "basalt20/coding/openssl_owner.h"
-#include "sup/configuration.h"
-#include "sup/error_codes.h"
+#include <basalt/coding/openssl_owner.h>
+#include <basalt/configuration.h>
+#include <basalt/error_codes.h>
 
 #include <openssl/err.h>
 #include <openssl/objects.h>

@@ -1,6 +1,6 @@
-#include "basalt20/certificate/strength.h"
+#include <basalt/certificate/strength.h>
 
-#include "basalt20/coding/openssl_owner.h"
+#include <basalt/coding/openssl_owner.h>
 
 #include <openssl/ec.h>
 #include <openssl/rsa.h>

@@ -1,9 +1,9 @@
 // The process-wide caches of prepared certificates and keys.
-#include "basalt20/certificate/x509_cache.h"
+#include <basalt/certificate/x509_cache.h>
 
-#include "basalt10/digest.h"
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/coding/signature_algorithm.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/coding/der_writer.h>
+#include <basalt/coding/signature_algorithm.h>
 
 #include <openssl/err.h>
 #include <openssl/evp.h>

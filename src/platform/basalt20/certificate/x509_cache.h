@@ -5,9 +5,9 @@
 // Any thread may call; the results are shared and must not be changed.
 #pragma once
 
-#include "basalt20/certificate/certificate_body.h"
-#include "basalt20/coding/public_key.h"
-#include "basalt20/surface/crl.h"
+#include <basalt/certificate/certificate_body.h>
+#include <basalt/coding/public_key.h>
+#include <basalt/crl.h>
 
 #include <openssl/x509.h>
 

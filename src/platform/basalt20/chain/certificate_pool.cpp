@@ -1,7 +1,7 @@
-#include "basalt20/chain/certificate_pool.h"
+#include <basalt/chain/certificate_pool.h>
 
-#include "basalt20/chain/name_key.h"
-#include "basalt20/coding/flat_block.h"
+#include <basalt/chain/name_key.h>
+#include <basalt/coding/flat_block.h>
 
 #include <openssl/err.h>
 #include <openssl/evp.h>

@@ -5,10 +5,10 @@
 // certificate that can't be read is no candidate, nothing fails but for lack of memory.
 #pragma once
 
-#include "basalt20/chain/trust_anchors.h"
-#include "basalt20/coding/file_ticks.h"
-#include "basalt20/coding/openssl_owner.h"
-#include "basalt20/revocation/signer_paths.h"
+#include <basalt/chain/trust_anchors.h>
+#include <basalt/coding/file_ticks.h>
+#include <basalt/coding/openssl_owner.h>
+#include <basalt/revocation/signer_paths.h>
 
 #include <deque>
 #include <map>

@@ -1,10 +1,10 @@
 // The exported functions over chains; see chain.h.
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
 
-#include "basalt20/chain/chain_context.h"
-#include "basalt20/chain/chain_engine.h"
-#include "basalt20/chain/trust_anchors.h"
-#include "basalt20/revocation/revocation_mode.h"
+#include <basalt/chain/chain_context.h>
+#include <basalt/chain/chain_engine.h>
+#include <basalt/chain/trust_anchors.h>
+#include <basalt/revocation/revocation_mode.h>
 
 using namespace basalt;
 

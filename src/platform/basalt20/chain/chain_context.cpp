@@ -1,7 +1,7 @@
-#include "basalt20/chain/chain_context.h"
+#include <basalt/chain/chain_context.h>
 
-#include "basalt20/chain/chain_errors.h"
-#include "basalt20/store/record.h"
+#include <basalt/chain/chain_errors.h>
+#include <basalt/store/record.h>
 
 namespace basalt {
 

@@ -2,8 +2,8 @@
 // the chain was asked for, and the published records over that.
 #pragma once
 
-#include "basalt20/chain/chain_session.h"
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
+#include <basalt/chain/chain_session.h>
 
 #include <array>
 #include <atomic>

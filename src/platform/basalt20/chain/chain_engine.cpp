@@ -1,4 +1,4 @@
-#include "basalt20/chain/chain_engine.h"
+#include <basalt/chain/chain_engine.h>
 
 #include <algorithm>
 #include <mutex>

@@ -3,8 +3,8 @@
 // register, so that a handle of no engine is never touched.
 #pragma once
 
-#include "basalt20/chain/chain_settings.h"
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
+#include <basalt/chain/chain_settings.h>
 
 namespace basalt {
 

@@ -1,7 +1,7 @@
-#include "basalt20/chain/chain_errors.h"
+#include <basalt/chain/chain_errors.h>
 
-#include "basalt20/surface/chain.h"
-#include "sup/error_codes.h"
+#include <basalt/chain.h>
+#include <basalt/error_codes.h>
 
 #include <openssl/x509_vfy.h>
 

@@ -2,8 +2,8 @@
 // policy's verdict.
 #pragma once
 
-#include "basalt20/revocation/status_check.h"
-#include "sup/types.h"
+#include <basalt/revocation/status_check.h>
+#include <basalt/types.h>
 
 namespace basalt {
 

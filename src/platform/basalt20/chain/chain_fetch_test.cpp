@@ -1,6 +1,6 @@
 // When a chain goes to the network, and when not: counted at a server on loopback.
-#include "basalt20/chain/judged_chain.h"
-#include "basalt20/revocation/live_responder.h"
+#include <basalt/chain/judged_chain.h>
+#include <basalt/revocation/live_responder.h>
 
 #include <openssl/pkcs7.h>
 

@@ -1,8 +1,8 @@
 // Chain policies: one verdict over a chain. The base policy judges at the time that the chain was
 // built for, the time-stamp policy at the check time in its extra record.
-#include "basalt20/chain/chain_context.h"
-#include "basalt20/chain/chain_errors.h"
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
+#include <basalt/chain/chain_context.h>
+#include <basalt/chain/chain_errors.h>
 
 #include <cstring>
 

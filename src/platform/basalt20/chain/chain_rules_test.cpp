@@ -1,8 +1,8 @@
 // What a path must be like: strength, validity, usages, policies; and what engines change.
-#include "basalt20/chain/chain_session.h"
-#include "basalt20/chain/judged_chain.h"
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/store/record.h"
+#include <basalt/chain/chain_session.h>
+#include <basalt/chain/judged_chain.h>
+#include <basalt/coding/der_writer.h>
+#include <basalt/store/record.h>
 
 #include <openssl/rsa.h>
 

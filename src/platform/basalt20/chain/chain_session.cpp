@@ -1,6 +1,6 @@
-#include "basalt20/chain/chain_session.h"
+#include <basalt/chain/chain_session.h>
 
-#include "basalt20/chain/name_key.h"
+#include <basalt/chain/name_key.h>
 
 #include <openssl/x509_vfy.h>
 

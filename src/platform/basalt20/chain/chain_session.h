@@ -4,10 +4,10 @@
 // for what is asked. Any thread, one at a time.
 #pragma once
 
-#include "basalt20/chain/chain_settings.h"
-#include "basalt20/chain/issuer_fetch.h"
-#include "basalt20/chain/path_judgement.h"
-#include "basalt20/revocation/status_check.h"
+#include <basalt/chain/chain_settings.h>
+#include <basalt/chain/issuer_fetch.h>
+#include <basalt/chain/path_judgement.h>
+#include <basalt/revocation/status_check.h>
 
 #include <map>
 #include <mutex>

@@ -1,11 +1,11 @@
 // By what a chain is judged: anchors, candidates, revocation, strength, the present moment.
 #pragma once
 
-#include "basalt20/certificate/strength.h"
-#include "basalt20/chain/trust_anchors.h"
-#include "basalt20/coding/file_ticks.h"
-#include "basalt20/revocation/revocation_mode.h"
-#include "basalt20/store/certificate_reference.h"
+#include <basalt/certificate/strength.h>
+#include <basalt/chain/trust_anchors.h>
+#include <basalt/coding/file_ticks.h>
+#include <basalt/revocation/revocation_mode.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <chrono>
 #include <memory>

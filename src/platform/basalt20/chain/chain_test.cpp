@@ -1,10 +1,10 @@
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
 
-#include "basalt20/coding/file_ticks.h"
-#include "basalt20/coding/openssl_owner.h"
-#include "basalt20/store/certificate_reference.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/coding/file_ticks.h>
+#include <basalt/coding/openssl_owner.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <openssl/ec.h>
 #include <openssl/x509v3.h>

@@ -1,7 +1,7 @@
-#include "basalt20/chain/issuer_fetch.h"
+#include <basalt/chain/issuer_fetch.h>
 
-#include "basalt20/coding/signed_message.h"
-#include "basalt20/network/retrieval_cache.h"
+#include <basalt/coding/signed_message.h>
+#include <basalt/network/retrieval_cache.h>
 
 #include <openssl/err.h>
 #include <openssl/x509v3.h>

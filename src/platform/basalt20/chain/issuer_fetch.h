@@ -3,8 +3,8 @@
 // cache, then the network: four exchanges at most for one object, within the budget's deadline.
 #pragma once
 
-#include "basalt20/chain/certificate_pool.h"
-#include "basalt20/revocation/retrieval.h"
+#include <basalt/chain/certificate_pool.h>
+#include <basalt/revocation/retrieval.h>
 
 #include <set>
 

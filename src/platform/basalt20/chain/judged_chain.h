@@ -2,10 +2,10 @@
 // are hours from the stamp of test_authority.h, which is also the present moment unless told.
 #pragma once
 
-#include "basalt20/revocation/test_authority.h"
-#include "basalt20/store/certificate_reference.h"
-#include "basalt20/surface/chain.h"
-#include "sup/error_codes.h"
+#include <basalt/chain.h>
+#include <basalt/error_codes.h>
+#include <basalt/revocation/test_authority.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <gtest/gtest.h>
 

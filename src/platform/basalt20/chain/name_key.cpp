@@ -1,4 +1,4 @@
-#include "basalt20/chain/name_key.h"
+#include <basalt/chain/name_key.h>
 
 namespace basalt {
 

@@ -3,7 +3,7 @@
 // string types, letter case and blanks; the same key proves nothing. Any bytes have a key.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
+#include <basalt/coding/der_reader.h>
 
 #include <openssl/x509.h>
 

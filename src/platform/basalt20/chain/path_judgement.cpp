@@ -1,6 +1,6 @@
-#include "basalt20/chain/path_judgement.h"
+#include <basalt/chain/path_judgement.h>
 
-#include "basalt20/coding/openssl_owner.h"
+#include <basalt/coding/openssl_owner.h>
 
 #include <openssl/err.h>
 #include <openssl/x509_vfy.h>

@@ -4,8 +4,8 @@
 // only for lack of memory.
 #pragma once
 
-#include "basalt20/certificate/strength.h"
-#include "basalt20/chain/path_search.h"
+#include <basalt/certificate/strength.h>
+#include <basalt/chain/path_search.h>
 
 #include <string>
 

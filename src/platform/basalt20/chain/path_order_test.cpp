@@ -1,6 +1,6 @@
 // Where there is more than one way up, the good one is found, in whatever order the certificates
 // lie in the bag.
-#include "basalt20/chain/judged_chain.h"
+#include <basalt/chain/judged_chain.h>
 
 #include <algorithm>
 #include <numeric>

@@ -1,6 +1,6 @@
-#include "basalt20/chain/path_search.h"
+#include <basalt/chain/path_search.h>
 
-#include "basalt20/coding/flat_block.h"
+#include <basalt/coding/flat_block.h>
 
 #include <openssl/err.h>
 #include <openssl/objects.h>

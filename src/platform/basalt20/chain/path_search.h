@@ -4,8 +4,8 @@
 // pool decides nothing. Bounded by the budget of signatures and by steps.
 #pragma once
 
-#include "basalt20/chain/certificate_pool.h"
-#include "basalt20/revocation/budget.h"
+#include <basalt/chain/certificate_pool.h>
+#include <basalt/revocation/budget.h>
 
 #include <functional>
 

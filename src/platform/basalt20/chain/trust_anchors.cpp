@@ -1,8 +1,8 @@
-#include "basalt20/chain/trust_anchors.h"
+#include <basalt/chain/trust_anchors.h>
 
-#include "basalt20/chain/name_key.h"
-#include "basalt20/coding/flat_block.h"
-#include "basalt20/store/certificate_reference.h"
+#include <basalt/chain/name_key.h>
+#include <basalt/coding/flat_block.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <algorithm>
 #include <chrono>

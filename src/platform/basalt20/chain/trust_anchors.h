@@ -3,7 +3,7 @@
 // store has no anchors.
 #pragma once
 
-#include "basalt20/store/store_object.h"
+#include <basalt/store/store_object.h>
 
 #include <memory>
 #include <unordered_map>

@@ -1,9 +1,9 @@
 // Base64 and hexadecimal. Encoding makes the whole text and hands it out; decoding goes over the
 // narrow text, into which a wide one is cut first (what isn't ASCII is no part of any form).
-#include "basalt20/surface/binary_string.h"
+#include <basalt/binary_string.h>
 
-#include "basalt20/coding/fault.h"
-#include "sup/hexadecimal.h"
+#include <basalt/coding/fault.h>
+#include <basalt/sup/hexadecimal.h>
 
 #include <openssl/evp.h>
 

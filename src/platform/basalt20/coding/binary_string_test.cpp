@@ -1,6 +1,6 @@
-#include "basalt20/surface/binary_string.h"
+#include <basalt/binary_string.h>
 
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The cursor over BER.
-#include "basalt20/coding/der_reader.h"
+#include <basalt/coding/der_reader.h>
 
 #include <charconv>
 #include <cstdint>

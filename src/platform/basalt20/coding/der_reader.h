@@ -5,7 +5,7 @@
 // the rest. After a fault the reader isn't used again.
 #pragma once
 
-#include "basalt20/coding/fault.h"
+#include <basalt/coding/fault.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -1,5 +1,5 @@
 // DER written.
-#include "basalt20/coding/der_writer.h"
+#include <basalt/coding/der_writer.h>
 
 #include <algorithm>
 #include <charconv>

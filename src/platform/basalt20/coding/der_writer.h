@@ -2,8 +2,8 @@
 // caller appends.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/surface/encoded_values.h"
+#include <basalt/coding/der_reader.h>
+#include <basalt/encoded_values.h>
 
 #include <string>
 #include <string_view>

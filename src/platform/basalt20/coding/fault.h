@@ -2,9 +2,9 @@
 // exported function, where `guarded` turns it into a last error and a result.
 #pragma once
 
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
-#include "sup/types.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/types.h>
 
 #include <exception>
 #include <new>

@@ -1,6 +1,6 @@
-#include "basalt20/coding/file_ticks.h"
+#include <basalt/coding/file_ticks.h>
 
-#include "sup/time_conversion.h"
+#include <basalt/time_conversion.h>
 
 namespace basalt {
 

@@ -1,7 +1,7 @@
 // File times as one number, and the ways between them and OpenSSL's times.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 #include <openssl/asn1.h>
 

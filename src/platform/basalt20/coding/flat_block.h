@@ -2,8 +2,8 @@
 // function runs twice: without a block to count the bytes, then into the block.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/surface/encoded_values.h"
+#include <basalt/coding/der_reader.h>
+#include <basalt/encoded_values.h>
 
 #include <cstring>
 #include <string_view>

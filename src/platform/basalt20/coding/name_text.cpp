@@ -1,10 +1,10 @@
 // Names of certificates as text.
-#include "basalt20/coding/name_text.h"
+#include <basalt/name_text.h>
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/coding/flat_block.h"
-#include "sup/hexadecimal.h"
-#include "sup/text_conversion.h"
+#include <basalt/coding/der_reader.h>
+#include <basalt/coding/flat_block.h>
+#include <basalt/sup/hexadecimal.h>
+#include <basalt/text_conversion.h>
 
 #include <algorithm>
 #include <string>

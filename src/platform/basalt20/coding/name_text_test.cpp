@@ -1,9 +1,9 @@
 // Names as text: the form of every string type, and what has to stand in quotes.
-#include "basalt20/coding/name_text.h"
+#include <basalt/name_text.h>
 
-#include "basalt20/store/test_file.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/store/test_file.h>
 
 namespace {
 

@@ -1,8 +1,8 @@
 // The two-call form of WideCharToMultiByte, with a short way for the usual text, which is the same
 // in every code page.
-#include "basalt20/coding/narrow_text.h"
+#include <basalt/coding/narrow_text.h>
 
-#include "sup/text_conversion.h"
+#include <basalt/text_conversion.h>
 
 #include <algorithm>
 #include <string_view>

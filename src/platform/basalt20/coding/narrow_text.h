@@ -1,7 +1,7 @@
 // Wide text of a caller as UTF-8.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 #include <string>
 

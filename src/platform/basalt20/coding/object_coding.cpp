@@ -1,9 +1,9 @@
 // Structures encoded and decoded by type.
-#include "basalt20/surface/object_coding.h"
+#include <basalt/object_coding.h>
 
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/coding/signer_layout.h"
-#include "sup/local_block.h"
+#include <basalt/coding/der_writer.h>
+#include <basalt/coding/signer_layout.h>
+#include <basalt/local_block.h>
 
 namespace {
 

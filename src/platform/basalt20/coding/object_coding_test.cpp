@@ -1,10 +1,10 @@
 // Structures in and out, and the BER that readers take or refuse.
-#include "basalt20/surface/object_coding.h"
+#include <basalt/object_coding.h>
 
-#include "basalt20/store/test_file.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
-#include "sup/local_block.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/local_block.h>
+#include <basalt/store/test_file.h>
 
 #include <cstring>
 

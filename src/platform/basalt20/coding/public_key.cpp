@@ -1,7 +1,7 @@
 // Signatures checked by a prepared key.
-#include "basalt20/coding/public_key.h"
+#include <basalt/coding/public_key.h>
 
-#include "basalt20/coding/der_writer.h"
+#include <basalt/coding/der_writer.h>
 
 #include <openssl/ecdsa.h>
 #include <openssl/err.h>

@@ -3,7 +3,7 @@
 // costs as much as an RSA operation.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
+#include <basalt/coding/der_reader.h>
 
 #include <openssl/evp.h>
 

@@ -1,7 +1,7 @@
 // Reading revocation-values.
-#include "basalt20/coding/revocation_values.h"
+#include <basalt/coding/revocation_values.h>
 
-#include "basalt20/coding/der_writer.h"
+#include <basalt/coding/der_writer.h>
 
 namespace basalt {
 namespace {

@@ -3,7 +3,7 @@
 // are worth.
 #pragma once
 
-#include "basalt20/coding/signed_message.h"
+#include <basalt/coding/signed_message.h>
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 // Signature algorithms by OID.
-#include "basalt20/coding/signature_algorithm.h"
+#include <basalt/coding/signature_algorithm.h>
 
-#include "basalt10/digest.h"
+#include <basalt/basalt10/digest.h>
 
 #include <openssl/objects.h>
 

@@ -2,8 +2,8 @@
 // SignerInfo, or of any AlgorithmIdentifier, to what a key needs to verify.
 #pragma once
 
-#include "basalt20/coding/public_key.h"
-#include "basalt20/coding/signed_message.h"
+#include <basalt/coding/public_key.h>
+#include <basalt/coding/signed_message.h>
 
 #include <string>
 #include <vector>

@@ -1,5 +1,5 @@
 // CMS messages cut into views.
-#include "basalt20/coding/signed_message.h"
+#include <basalt/coding/signed_message.h>
 
 namespace basalt {
 namespace {

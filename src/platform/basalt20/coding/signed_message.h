@@ -4,7 +4,7 @@
 // data and signed data.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
+#include <basalt/coding/der_reader.h>
 
 #include <optional>
 #include <string>

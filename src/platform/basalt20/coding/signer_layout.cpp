@@ -1,5 +1,5 @@
 // Published records of signers.
-#include "basalt20/coding/signer_layout.h"
+#include <basalt/coding/signer_layout.h>
 
 namespace basalt {
 

@@ -1,9 +1,9 @@
 // Signers and attributes laid out as the published records.
 #pragma once
 
-#include "basalt20/coding/flat_block.h"
-#include "basalt20/coding/signed_message.h"
-#include "basalt20/surface/object_coding.h"
+#include <basalt/coding/flat_block.h>
+#include <basalt/coding/signed_message.h>
+#include <basalt/object_coding.h>
 
 namespace basalt {
 

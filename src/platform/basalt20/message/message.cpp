@@ -1,11 +1,11 @@
 // Messages behind their handles: bytes gathered by updates, then parameters and verification.
-#include "basalt20/surface/message.h"
+#include <basalt/message.h>
 
-#include "basalt20/certificate/x509_cache.h"
-#include "basalt20/coding/signature_algorithm.h"
-#include "basalt20/coding/signer_layout.h"
-#include "basalt20/message/signer_verification.h"
-#include "basalt20/store/record.h"
+#include <basalt/certificate/x509_cache.h>
+#include <basalt/coding/signature_algorithm.h>
+#include <basalt/coding/signer_layout.h>
+#include <basalt/message/signer_verification.h>
+#include <basalt/store/record.h>
 
 #include <atomic>
 #include <memory>

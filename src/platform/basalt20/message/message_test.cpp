@@ -1,11 +1,11 @@
 // Messages: what is cut out of them, and verification, with OpenSSL's own CMS reader as the second
 // opinion.
-#include "basalt20/surface/message.h"
+#include <basalt/message.h>
 
-#include "basalt10/digest.h"
-#include "basalt20/store/test_file.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/store/test_file.h>
 
 #include <openssl/cms.h>
 #include <openssl/err.h>

@@ -1,12 +1,12 @@
 // Messages made here for one algorithm or oddity each: which digests a signature may go with,
 // serial numbers, and the evidence that a message carries.
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/coding/signed_message.h"
-#include "basalt20/store/test_file.h"
-#include "basalt20/surface/message.h"
-#include "basalt20/surface/store.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/coding/der_writer.h>
+#include <basalt/coding/signed_message.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/message.h>
+#include <basalt/store.h>
+#include <basalt/store/test_file.h>
 
 #include <openssl/ocsp.h>
 #include <openssl/rsa.h>

@@ -1,10 +1,10 @@
 // Verifying one signer.
-#include "basalt20/message/signer_verification.h"
+#include <basalt/message/signer_verification.h>
 
-#include "basalt20/certificate/strength.h"
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/coding/flat_block.h"
-#include "basalt20/coding/signature_algorithm.h"
+#include <basalt/certificate/strength.h>
+#include <basalt/coding/der_writer.h>
+#include <basalt/coding/flat_block.h>
+#include <basalt/coding/signature_algorithm.h>
 
 #include <openssl/err.h>
 #include <openssl/x509.h>

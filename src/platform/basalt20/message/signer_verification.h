@@ -2,9 +2,9 @@
 // 5652 5.4 and 5.6).
 #pragma once
 
-#include "basalt20/coding/public_key.h"
-#include "basalt20/coding/signed_message.h"
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
+#include <basalt/coding/public_key.h>
+#include <basalt/coding/signed_message.h>
 
 namespace basalt {
 

@@ -1,10 +1,10 @@
 // Looks at the addresses, and hands the exchange to the module.
-#include "basalt20/network/http_client.h"
+#include <basalt/network/http_client.h>
 
-#include "basalt20/network/network_module.h"
-#include "basalt20/network/network_settings.h"
-#include "sup/error_codes.h"
-#include "sup/trace.h"
+#include <basalt/error_codes.h>
+#include <basalt/network/network_module.h>
+#include <basalt/network/network_settings.h>
+#include <basalt/trace.h>
 
 namespace basalt {
 

@@ -4,8 +4,8 @@
 // can't be loaded; only running out of memory throws.
 #pragma once
 
-#include "basaltnet/exchange.h"
-#include "sup/web_address.h"
+#include <basalt/basaltnet/exchange.h>
+#include <basalt/sup/web_address.h>
 
 #include <string>
 

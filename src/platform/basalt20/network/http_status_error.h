@@ -2,7 +2,7 @@
 // and 0 for all others, since a refusal by the server is told well enough by its status.
 #pragma once
 
-#include "sup/error_codes.h"
+#include <basalt/error_codes.h>
 
 namespace basalt {
 

@@ -3,7 +3,7 @@
 // reads it for good.
 #pragma once
 
-#include "basalt20/surface/network.h"
+#include <basalt/network.h>
 
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>

@@ -1,5 +1,5 @@
 // Loads the module: as the dynamic linker finds it for this library, or else beside this library.
-#include "basalt20/network/network_module.h"
+#include <basalt/network/network_module.h>
 
 #include <dlfcn.h>
 

@@ -1,7 +1,7 @@
 // The module with the HTTP client, loaded when it is first wanted and kept until the end.
 #pragma once
 
-#include "basaltnet/exchange.h"
+#include <basalt/basaltnet/exchange.h>
 
 #include <string>
 

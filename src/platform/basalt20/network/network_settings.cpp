@@ -1,7 +1,7 @@
 // Reads the table [config.network].
-#include "basalt20/network/network_settings.h"
+#include <basalt/network/network_settings.h>
 
-#include "sup/configuration.h"
+#include <basalt/configuration.h>
 
 namespace basalt {
 

@@ -4,7 +4,7 @@
 // its range counts as absent.
 #pragma once
 
-#include "basalt20/network/http_client.h"
+#include <basalt/network/http_client.h>
 
 #include <string>
 

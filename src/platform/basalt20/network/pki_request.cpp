@@ -1,9 +1,9 @@
 // SendPKIRequest: the caller's texts and buffers around one POST.
-#include "basalt20/coding/fault.h"
-#include "basalt20/coding/narrow_text.h"
-#include "basalt20/network/http_client.h"
-#include "basalt20/network/http_status_error.h"
-#include "basalt20/surface/network.h"
+#include <basalt/coding/fault.h>
+#include <basalt/coding/narrow_text.h>
+#include <basalt/network.h>
+#include <basalt/network/http_client.h>
+#include <basalt/network/http_status_error.h>
 
 #include <cstring>
 #include <string>

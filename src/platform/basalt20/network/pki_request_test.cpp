@@ -1,9 +1,9 @@
 // SendPKIRequest against a server on loopback that answers well and badly.
-#include "basalt20/network/network_fixture.h"
-#include "basalt20/network/network_module.h"
-#include "basalt20/surface/network.h"
 #include "loopback/loopback_server.h"
-#include "sup/last_error.h"
+#include <basalt/last_error.h>
+#include <basalt/network.h>
+#include <basalt/network/network_fixture.h>
+#include <basalt/network/network_module.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // BasaltPost: the caller's record around one POST.
-#include "basalt20/coding/fault.h"
-#include "basalt20/network/http_client.h"
-#include "basalt20/surface/network.h"
-#include "sup/error_codes.h"
+#include <basalt/coding/fault.h>
+#include <basalt/error_codes.h>
+#include <basalt/network.h>
+#include <basalt/network/http_client.h>
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 // A folder of files named by the SHA-256 of their keys. A file's time of modification is when it
 // was fetched.
-#include "basalt20/network/retrieval_cache.h"
+#include <basalt/network/retrieval_cache.h>
 
 #include <fcntl.h>
 #include <openssl/sha.h>

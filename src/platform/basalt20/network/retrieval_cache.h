@@ -5,7 +5,7 @@
 // (512) and by bytes (32 MiB); the oldest go first, and objects over 16 MiB stay out.
 #pragma once
 
-#include "sup/types.h"
+#include <basalt/types.h>
 
 #include <chrono>
 #include <optional>

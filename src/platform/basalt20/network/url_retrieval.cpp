@@ -1,11 +1,11 @@
 // CryptRetrieveObjectByUrlW: an address taken apart, the cache, one exchange.
-#include "basalt20/coding/fault.h"
-#include "basalt20/coding/narrow_text.h"
-#include "basalt20/network/http_client.h"
-#include "basalt20/network/http_status_error.h"
-#include "basalt20/network/retrieval_cache.h"
-#include "basalt20/surface/network.h"
-#include "sup/configuration.h"
+#include <basalt/coding/fault.h>
+#include <basalt/coding/narrow_text.h>
+#include <basalt/configuration.h>
+#include <basalt/network.h>
+#include <basalt/network/http_client.h>
+#include <basalt/network/http_status_error.h>
+#include <basalt/network/retrieval_cache.h>
 
 #include <cstdlib>
 #include <cstring>

@@ -1,10 +1,10 @@
 // CryptRetrieveObjectByUrlW against a server on loopback, with a cache folder of the test's own.
-#include "basalt20/network/network_fixture.h"
-#include "basalt20/surface/network.h"
 #include "loopback/loopback_server.h"
-#include "sup/configuration.h"
-#include "sup/last_error.h"
-#include "sup/time_conversion.h"
+#include <basalt/configuration.h>
+#include <basalt/last_error.h>
+#include <basalt/network.h>
+#include <basalt/network/network_fixture.h>
+#include <basalt/time_conversion.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

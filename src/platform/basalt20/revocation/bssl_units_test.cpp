@@ -1,9 +1,9 @@
 // Lists and answers of BoringSSL's tests of CRLs and OCSP, each with the certificate it is about.
 // The data isn't part of this repository; where it is absent the test is skipped. What differs from
 // its expectation stands in a table with the reason.
-#include "basalt20/revocation/status_check.h"
-#include "basalt20/revocation/test_authority.h"
-#include "basalt20/store/certificate_reference.h"
+#include <basalt/revocation/status_check.h>
+#include <basalt/revocation/test_authority.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <gtest/gtest.h>
 #include <openssl/pem.h>

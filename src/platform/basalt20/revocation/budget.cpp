@@ -1,4 +1,4 @@
-#include "basalt20/revocation/budget.h"
+#include <basalt/revocation/budget.h>
 
 #include <openssl/obj_mac.h>
 

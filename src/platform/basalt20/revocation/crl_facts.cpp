@@ -1,4 +1,4 @@
-#include "basalt20/revocation/crl_facts.h"
+#include <basalt/revocation/crl_facts.h>
 
 #include <openssl/err.h>
 

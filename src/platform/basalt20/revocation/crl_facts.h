@@ -2,9 +2,9 @@
 // whether it can be used at all. Nothing here is authentic yet.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/coding/file_ticks.h"
-#include "basalt20/coding/openssl_owner.h"
+#include <basalt/coding/der_reader.h>
+#include <basalt/coding/file_ticks.h>
+#include <basalt/coding/openssl_owner.h>
 
 #include <openssl/x509v3.h>
 

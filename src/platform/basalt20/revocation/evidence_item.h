@@ -1,8 +1,8 @@
 // One list or answer that lies at hand or was fetched, with where it came from.
 #pragma once
 
-#include "basalt20/revocation/crl_facts.h"
-#include "basalt20/revocation/ocsp_facts.h"
+#include <basalt/revocation/crl_facts.h>
+#include <basalt/revocation/ocsp_facts.h>
 
 #include <memory>
 #include <string>

@@ -2,9 +2,9 @@
 // findings so far, and the certificates whose judgement is under way. For one thread.
 #pragma once
 
-#include "basalt20/revocation/evidence_signatures.h"
-#include "basalt20/revocation/given_evidence.h"
-#include "basalt20/revocation/status_check.h"
+#include <basalt/revocation/evidence_signatures.h>
+#include <basalt/revocation/given_evidence.h>
+#include <basalt/revocation/status_check.h>
 
 #include <deque>
 #include <map>

@@ -1,4 +1,4 @@
-#include "basalt20/revocation/evidence_signatures.h"
+#include <basalt/revocation/evidence_signatures.h>
 
 #include <openssl/err.h>
 

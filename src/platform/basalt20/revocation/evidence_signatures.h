@@ -3,10 +3,10 @@
 // enough. Made for one verdict; nothing fails.
 #pragma once
 
-#include "basalt20/certificate/strength.h"
-#include "basalt20/revocation/budget.h"
-#include "basalt20/revocation/crl_facts.h"
-#include "basalt20/revocation/ocsp_facts.h"
+#include <basalt/certificate/strength.h>
+#include <basalt/revocation/budget.h>
+#include <basalt/revocation/crl_facts.h>
+#include <basalt/revocation/ocsp_facts.h>
 
 #include <map>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "basalt20/revocation/evidence_signer.h"
+#include <basalt/revocation/evidence_signer.h>
 
 #include <openssl/err.h>
 

@@ -3,8 +3,8 @@
 // are in good standing.
 #pragma once
 
-#include "basalt20/revocation/evidence_session.h"
-#include "basalt20/revocation/scope.h"
+#include <basalt/revocation/evidence_session.h>
+#include <basalt/revocation/scope.h>
 
 namespace basalt {
 

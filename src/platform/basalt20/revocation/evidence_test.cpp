@@ -1,8 +1,8 @@
 // Whose lists and answers count for a certificate, and for which reasons: made ones of every kind,
 // given in a store.
-#include "basalt20/revocation/status_check.h"
-#include "basalt20/revocation/test_authority.h"
-#include "basalt20/store/certificate_reference.h"
+#include <basalt/revocation/status_check.h>
+#include <basalt/revocation/test_authority.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "basalt20/revocation/given_evidence.h"
+#include <basalt/revocation/given_evidence.h>
 
-#include "basalt20/certificate/x509_cache.h"
-#include "basalt20/store/record.h"
+#include <basalt/certificate/x509_cache.h>
+#include <basalt/store/record.h>
 
 #include <openssl/err.h>
 

@@ -2,8 +2,8 @@
 // name and read in full only when that name is asked for. Made for one verdict.
 #pragma once
 
-#include "basalt20/revocation/evidence_item.h"
-#include "basalt20/store/certificate_reference.h"
+#include <basalt/revocation/evidence_item.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <optional>
 #include <set>

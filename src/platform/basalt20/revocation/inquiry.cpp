@@ -1,6 +1,6 @@
-#include "basalt20/revocation/inquiry.h"
+#include <basalt/revocation/inquiry.h>
 
-#include "basalt20/network/retrieval_cache.h"
+#include <basalt/network/retrieval_cache.h>
 
 #include <openssl/err.h>
 

@@ -1,8 +1,8 @@
 // The judgement of one certificate's standing: source after source, the rule asked after each.
 #pragma once
 
-#include "basalt20/revocation/evidence_signer.h"
-#include "basalt20/revocation/source_addresses.h"
+#include <basalt/revocation/evidence_signer.h>
+#include <basalt/revocation/source_addresses.h>
 
 namespace basalt {
 

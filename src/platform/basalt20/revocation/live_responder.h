@@ -3,8 +3,8 @@
 // time. Each has a cache folder of its own.
 #pragma once
 
-#include "basalt20/network/loopback_server.h"
-#include "basalt20/revocation/budget.h"
+#include <basalt/network/loopback_server.h>
+#include <basalt/revocation/budget.h>
 
 #include <atomic>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "basalt20/revocation/ocsp_facts.h"
+#include <basalt/revocation/ocsp_facts.h>
 
 #include <openssl/err.h>
 #include <openssl/sha.h>

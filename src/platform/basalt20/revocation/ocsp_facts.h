@@ -2,11 +2,11 @@
 // yet.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/coding/file_ticks.h"
-#include "basalt20/coding/openssl_owner.h"
-#include "basalt20/revocation/rule.h"
-#include "basalt20/revocation/signer_paths.h"
+#include <basalt/coding/der_reader.h>
+#include <basalt/coding/file_ticks.h>
+#include <basalt/coding/openssl_owner.h>
+#include <basalt/revocation/rule.h>
+#include <basalt/revocation/signer_paths.h>
 
 #include <openssl/ocsp.h>
 

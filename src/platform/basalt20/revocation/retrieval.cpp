@@ -1,6 +1,6 @@
-#include "basalt20/revocation/retrieval.h"
+#include <basalt/revocation/retrieval.h>
 
-#include "basalt20/network/http_client.h"
+#include <basalt/network/http_client.h>
 
 #include <algorithm>
 

@@ -4,8 +4,8 @@
 // whoever has verified what came puts it into the cache.
 #pragma once
 
-#include "basalt20/coding/der_reader.h"
-#include "basalt20/revocation/budget.h"
+#include <basalt/coding/der_reader.h>
+#include <basalt/revocation/budget.h>
 
 #include <openssl/asn1.h>
 

@@ -1,13 +1,13 @@
 // What is fetched for a verdict, and what never is: addresses, bounds, time, redirects, the proxy.
-#include "basalt20/revocation/retrieval.h"
+#include <basalt/revocation/retrieval.h>
 
-#include "basalt20/network/http_client.h"
-#include "basalt20/network/network_fixture.h"
-#include "basalt20/network/retrieval_cache.h"
-#include "basalt20/revocation/live_responder.h"
-#include "basalt20/revocation/source_addresses.h"
-#include "basalt20/revocation/status_check.h"
-#include "basalt20/revocation/test_authority.h"
+#include <basalt/network/http_client.h>
+#include <basalt/network/network_fixture.h>
+#include <basalt/network/retrieval_cache.h>
+#include <basalt/revocation/live_responder.h>
+#include <basalt/revocation/source_addresses.h>
+#include <basalt/revocation/status_check.h>
+#include <basalt/revocation/test_authority.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

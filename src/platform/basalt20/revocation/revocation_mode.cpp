@@ -1,7 +1,7 @@
-#include "basalt20/revocation/revocation_mode.h"
+#include <basalt/revocation/revocation_mode.h>
 
-#include "basalt20/coding/fault.h"
-#include "sup/configuration.h"
+#include <basalt/coding/fault.h>
+#include <basalt/configuration.h>
 
 #include <atomic>
 #include <string_view>

@@ -3,7 +3,7 @@
 // A value that isn't one of these counts as "require", so that a slip closes and doesn't open.
 #pragma once
 
-#include "basalt20/surface/chain.h"
+#include <basalt/chain.h>
 
 namespace basalt {
 

@@ -1,4 +1,4 @@
-#include "basalt20/revocation/rule.h"
+#include <basalt/revocation/rule.h>
 
 #include <algorithm>
 #include <numeric>

@@ -2,7 +2,7 @@
 // data; no statement is looked at for its authenticity or its scope here, that has been done.
 #pragma once
 
-#include "basalt20/coding/file_ticks.h"
+#include <basalt/coding/file_ticks.h>
 
 #include <cstdint>
 #include <optional>

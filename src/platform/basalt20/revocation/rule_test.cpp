@@ -1,5 +1,5 @@
 // The rule of time by tables: statements and moments to a standing.
-#include "basalt20/revocation/rule.h"
+#include <basalt/revocation/rule.h>
 
 #include <gtest/gtest.h>
 

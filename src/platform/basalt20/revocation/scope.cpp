@@ -1,4 +1,4 @@
-#include "basalt20/revocation/scope.h"
+#include <basalt/revocation/scope.h>
 
 #include <openssl/err.h>
 

@@ -2,8 +2,8 @@
 // which names such lists are issued. Nothing is verified here.
 #pragma once
 
-#include "basalt20/revocation/crl_facts.h"
-#include "basalt20/revocation/rule.h"
+#include <basalt/revocation/crl_facts.h>
+#include <basalt/revocation/rule.h>
 
 #include <vector>
 

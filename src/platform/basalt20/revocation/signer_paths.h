@@ -2,8 +2,8 @@
 // isn't on the path that is judged, and such a key needs a path of its own to the same anchor.
 #pragma once
 
-#include "basalt20/certificate/x509_cache.h"
-#include "basalt20/coding/file_ticks.h"
+#include <basalt/certificate/x509_cache.h>
+#include <basalt/coding/file_ticks.h>
 
 #include <memory>
 #include <span>

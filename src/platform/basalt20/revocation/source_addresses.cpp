@@ -1,6 +1,6 @@
-#include "basalt20/revocation/source_addresses.h"
+#include <basalt/revocation/source_addresses.h>
 
-#include "basalt20/revocation/retrieval.h"
+#include <basalt/revocation/retrieval.h>
 
 #include <openssl/err.h>
 

@@ -1,7 +1,7 @@
 // The sources of revocation that a certificate names.
 #pragma once
 
-#include "basalt20/revocation/scope.h"
+#include <basalt/revocation/scope.h>
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
-#include "basalt20/revocation/status_check.h"
+#include <basalt/revocation/status_check.h>
 
-#include "basalt20/revocation/evidence_session.h"
-#include "basalt20/revocation/inquiry.h"
+#include <basalt/revocation/evidence_session.h>
+#include <basalt/revocation/inquiry.h>
 
 #include <algorithm>
 

@@ -5,15 +5,15 @@
 // what can't be used leaves the question open.
 #pragma once
 
-#include "basalt20/certificate/strength.h"
-#include "basalt20/coding/file_ticks.h"
-#include "basalt20/revocation/budget.h"
-#include "basalt20/revocation/evidence_item.h"
-#include "basalt20/revocation/retrieval.h"
-#include "basalt20/revocation/revocation_mode.h"
-#include "basalt20/revocation/rule.h"
-#include "basalt20/revocation/signer_paths.h"
-#include "basalt20/surface/store.h"
+#include <basalt/certificate/strength.h>
+#include <basalt/coding/file_ticks.h>
+#include <basalt/revocation/budget.h>
+#include <basalt/revocation/evidence_item.h>
+#include <basalt/revocation/retrieval.h>
+#include <basalt/revocation/revocation_mode.h>
+#include <basalt/revocation/rule.h>
+#include <basalt/revocation/signer_paths.h>
+#include <basalt/store.h>
 
 #include <memory>
 #include <optional>

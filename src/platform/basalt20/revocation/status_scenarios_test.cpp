@@ -1,9 +1,9 @@
 // Time and source: what lies where, made when, asked when, to a standing, the requests that it took
 // and the time on the responder's clock.
-#include "basalt20/revocation/live_responder.h"
-#include "basalt20/revocation/status_check.h"
-#include "basalt20/revocation/test_authority.h"
-#include "basalt20/store/certificate_reference.h"
+#include <basalt/revocation/live_responder.h>
+#include <basalt/revocation/status_check.h>
+#include <basalt/revocation/test_authority.h>
+#include <basalt/store/certificate_reference.h>
 
 #include <gtest/gtest.h>
 

@@ -2,10 +2,10 @@
 // the moment of a stamp in 2030, so that nothing hangs on today's date.
 #pragma once
 
-#include "basalt20/certificate/x509_cache.h"
-#include "basalt20/coding/file_ticks.h"
-#include "basalt20/coding/openssl_owner.h"
-#include "basalt20/revocation/signer_paths.h"
+#include <basalt/certificate/x509_cache.h>
+#include <basalt/coding/file_ticks.h>
+#include <basalt/coding/openssl_owner.h>
+#include <basalt/revocation/signer_paths.h>
 
 #include <openssl/conf.h>
 #include <openssl/ocsp.h>

@@ -1,12 +1,12 @@
 // Certificate contexts: life, properties, comparisons.
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
 
-#include "basalt10/digest.h"
-#include "basalt20/coding/flat_block.h"
-#include "basalt20/coding/signature_algorithm.h"
-#include "basalt20/store/memory_store.h"
-#include "basalt20/store/record.h"
-#include "sup/time_conversion.h"
+#include <basalt/basalt10/digest.h>
+#include <basalt/coding/flat_block.h>
+#include <basalt/coding/signature_algorithm.h>
+#include <basalt/store/memory_store.h>
+#include <basalt/store/record.h>
+#include <basalt/time_conversion.h>
 
 #include <algorithm>
 #include <string_view>

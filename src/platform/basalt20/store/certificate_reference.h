@@ -2,8 +2,8 @@
 // library.
 #pragma once
 
-#include "basalt20/surface/crl.h"
-#include "basalt20/surface/store.h"
+#include <basalt/crl.h>
+#include <basalt/store.h>
 
 #include <memory>
 

@@ -1,10 +1,10 @@
 // Certificate contexts against OpenSSL's reading of the same bytes, and their properties.
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
 
-#include "basalt20/store/test_file.h"
-#include "basalt20/surface/crl.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/crl.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/store/test_file.h>
 
 #include <openssl/x509.h>
 

@@ -1,7 +1,7 @@
 // Collections of stores.
-#include "basalt20/store/collection_store.h"
+#include <basalt/store/collection_store.h>
 
-#include "basalt20/store/memory_store.h"
+#include <basalt/store/memory_store.h>
 
 #include <mutex>
 

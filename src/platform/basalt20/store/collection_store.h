@@ -2,7 +2,7 @@
 // itself.
 #pragma once
 
-#include "basalt20/store/store_object.h"
+#include <basalt/store/store_object.h>
 
 #include <shared_mutex>
 

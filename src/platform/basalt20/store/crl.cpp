@@ -1,7 +1,7 @@
 // CRL contexts.
-#include "basalt20/surface/crl.h"
+#include <basalt/crl.h>
 
-#include "basalt20/store/record.h"
+#include <basalt/store/record.h>
 
 using namespace basalt;
 

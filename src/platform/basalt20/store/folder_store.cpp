@@ -1,11 +1,11 @@
 // Stores in folders.
-#include "basalt20/store/folder_store.h"
+#include <basalt/store/folder_store.h>
 
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/store/object_file.h"
-#include "sup/hexadecimal.h"
-#include "sup/trace.h"
-#include "sup/whole_file.h"
+#include <basalt/coding/der_writer.h>
+#include <basalt/store/object_file.h>
+#include <basalt/sup/hexadecimal.h>
+#include <basalt/sup/whole_file.h>
+#include <basalt/trace.h>
 
 #include <openssl/sha.h>
 

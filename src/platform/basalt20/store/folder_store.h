@@ -10,7 +10,7 @@
 // nothing is written into such a folder (E_ACCESSDENIED).
 #pragma once
 
-#include "basalt20/store/memory_store.h"
+#include <basalt/store/memory_store.h>
 
 #include <map>
 #include <set>

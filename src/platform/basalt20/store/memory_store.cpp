@@ -1,5 +1,5 @@
 // Objects put into a store by disposition.
-#include "basalt20/store/memory_store.h"
+#include <basalt/store/memory_store.h>
 
 namespace basalt {
 namespace {

@@ -2,7 +2,7 @@
 // removed or changed is told to a derived store, which may keep it elsewhere as well.
 #pragma once
 
-#include "basalt20/store/store_object.h"
+#include <basalt/store/store_object.h>
 
 #include <mutex>
 #include <shared_mutex>

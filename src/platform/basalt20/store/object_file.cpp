@@ -1,9 +1,9 @@
 // Reading files of certificates.
-#include "basalt20/store/object_file.h"
+#include <basalt/store/object_file.h>
 
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/coding/revocation_values.h"
-#include "basalt20/coding/signed_message.h"
+#include <basalt/coding/der_writer.h>
+#include <basalt/coding/revocation_values.h>
+#include <basalt/coding/signed_message.h>
 
 #include <openssl/evp.h>
 

@@ -2,8 +2,8 @@
 // or a SignedData with its certificates and CRLs.
 #pragma once
 
-#include "basalt20/store/memory_store.h"
-#include "sup/whole_file.h"
+#include <basalt/store/memory_store.h>
+#include <basalt/sup/whole_file.h>
 
 #include <optional>
 #include <string>

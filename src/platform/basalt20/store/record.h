@@ -2,7 +2,7 @@
 // shows, and the place of that object in the walk that found it.
 #pragma once
 
-#include "basalt20/store/store_object.h"
+#include <basalt/store/store_object.h>
 
 #include <cstddef>
 

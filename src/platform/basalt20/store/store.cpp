@@ -1,14 +1,14 @@
 // Opening stores, collections, and what can be put in and taken out.
-#include "basalt20/surface/store.h"
+#include <basalt/store.h>
 
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/coding/flat_block.h"
-#include "basalt20/store/collection_store.h"
-#include "basalt20/store/object_file.h"
-#include "basalt20/store/record.h"
-#include "basalt20/store/system_store.h"
-#include "basalt20/surface/message.h"
-#include "sup/text_conversion.h"
+#include <basalt/coding/der_writer.h>
+#include <basalt/coding/flat_block.h>
+#include <basalt/message.h>
+#include <basalt/store/collection_store.h>
+#include <basalt/store/object_file.h>
+#include <basalt/store/record.h>
+#include <basalt/store/system_store.h>
+#include <basalt/text_conversion.h>
 
 #include <cerrno>
 

@@ -3,10 +3,10 @@
 // touched. All stores may be used by several threads at once.
 #pragma once
 
-#include "basalt20/certificate/certificate_body.h"
-#include "basalt20/certificate/crl_body.h"
-#include "basalt20/certificate/property_map.h"
-#include "basalt20/surface/store.h"
+#include <basalt/certificate/certificate_body.h>
+#include <basalt/certificate/crl_body.h>
+#include <basalt/certificate/property_map.h>
+#include <basalt/store.h>
 
 #include <atomic>
 #include <memory>

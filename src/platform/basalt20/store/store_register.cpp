@@ -1,6 +1,6 @@
 // Open store handles. A handle is looked up, never followed, so that a stale or made-up one does no
 // harm.
-#include "basalt20/store/store_object.h"
+#include <basalt/store/store_object.h>
 
 #include <mutex>
 #include <shared_mutex>

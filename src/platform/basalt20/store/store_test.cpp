@@ -1,10 +1,10 @@
 // Stores in memory, collections and files.
-#include "basalt20/surface/store.h"
+#include <basalt/store.h>
 
-#include "basalt20/store/test_file.h"
-#include "basalt20/surface/message.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/message.h>
+#include <basalt/store/test_file.h>
 
 #include <thread>
 

@@ -1,6 +1,6 @@
 // Walking and searching stores.
-#include "basalt20/coding/flat_block.h"
-#include "basalt20/store/record.h"
+#include <basalt/coding/flat_block.h>
+#include <basalt/store/record.h>
 
 #include <functional>
 

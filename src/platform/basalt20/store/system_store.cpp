@@ -1,11 +1,11 @@
 // Named stores.
-#include "basalt20/store/system_store.h"
+#include <basalt/store/system_store.h>
 
-#include "basalt20/coding/der_writer.h"
-#include "basalt20/store/collection_store.h"
-#include "basalt20/store/folder_store.h"
-#include "basalt20/store/object_file.h"
-#include "sup/configuration.h"
+#include <basalt/coding/der_writer.h>
+#include <basalt/configuration.h>
+#include <basalt/store/collection_store.h>
+#include <basalt/store/folder_store.h>
+#include <basalt/store/object_file.h>
 
 #include <cstdlib>
 #include <pwd.h>

@@ -2,7 +2,7 @@
 // system's trusted roots.
 #pragma once
 
-#include "basalt20/store/store_object.h"
+#include <basalt/store/store_object.h>
 
 #include <string>
 

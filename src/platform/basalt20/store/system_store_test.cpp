@@ -1,9 +1,9 @@
 // Named stores in folders of the test's own.
-#include "basalt20/store/test_file.h"
-#include "basalt20/surface/store.h"
-#include "sup/configuration.h"
-#include "sup/error_codes.h"
-#include "sup/last_error.h"
+#include <basalt/configuration.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
+#include <basalt/store.h>
+#include <basalt/store/test_file.h>
 
 #include <cstdlib>
 #include <filesystem>

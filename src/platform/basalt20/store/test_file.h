@@ -1,7 +1,7 @@
 // Files of testdata/ and contexts of them, for the tests.
 #pragma once
 
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // requests have, and plain hexadecimal. All calls return 0 on failure with the last error set.
 #pragma once
 
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 // Forms.
 inline constexpr DWORD CRYPT_STRING_BASE64HEADER = 0x00000000; // "-----BEGIN CERTIFICATE-----"

@@ -8,8 +8,8 @@
 // aren't allowed give E_INVALIDARG.
 #pragma once
 
-#include "basalt20/surface/encoded_values.h"
-#include "sup/visibility.h"
+#include <basalt/encoded_values.h>
+#include <basalt/visibility.h>
 
 extern "C" {
 

@@ -19,8 +19,8 @@
 // is no anchor, has found an unknown root and asks nobody.
 #pragma once
 
-#include "basalt20/surface/crl.h"
-#include "basalt20/surface/store.h"
+#include <basalt/crl.h>
+#include <basalt/store.h>
 
 extern "C" {
 

@@ -2,7 +2,7 @@
 // Ownership, threads and failures are those of certificate contexts.
 #pragma once
 
-#include "basalt20/surface/certificate.h"
+#include <basalt/certificate.h>
 
 extern "C" {
 

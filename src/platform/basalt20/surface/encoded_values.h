@@ -3,10 +3,10 @@
 // function that fills one tells who owns it.
 #pragma once
 
-#include "basalt10/algorithm.h"
-#include "basalt10/blob.h"
-#include "basalt10/provider.h"
-#include "sup/types.h"
+#include <basalt/algorithm.h>
+#include <basalt/blob.h>
+#include <basalt/provider.h>
+#include <basalt/types.h>
 
 extern "C" {
 

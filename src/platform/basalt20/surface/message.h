@@ -13,8 +13,8 @@
 // a parameter number unknown here: CRYPT_E_INVALID_MSG_TYPE.
 #pragma once
 
-#include "basalt20/surface/certificate.h"
-#include "basalt20/surface/object_coding.h"
+#include <basalt/certificate.h>
+#include <basalt/object_coding.h>
 
 extern "C" {
 

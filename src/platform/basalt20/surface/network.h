@@ -13,10 +13,10 @@
 // memory.
 #pragma once
 
-#include "basalt10/blob.h"
-#include "basalt20/surface/binary_string.h"
-#include "sup/types.h"
-#include "sup/visibility.h"
+#include <basalt/binary_string.h>
+#include <basalt/blob.h>
+#include <basalt/types.h>
+#include <basalt/visibility.h>
 
 // A growing buffer that crosses SendPKIRequest. `data` is made with array new, or null; whoever
 // holds the record frees it with array delete, also when the callee filled it.

@@ -7,8 +7,8 @@
 // can't be encoded gives CRYPT_E_ASN1_BADARGS.
 #pragma once
 
-#include "basalt20/surface/encoded_values.h"
-#include "sup/visibility.h"
+#include <basalt/encoded_values.h>
+#include <basalt/visibility.h>
 
 extern "C" {
 

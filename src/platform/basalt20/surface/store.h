@@ -22,8 +22,8 @@
 // objects always go to the folder that the store was opened for.
 #pragma once
 
-#include "basalt20/surface/certificate.h"
-#include "basalt20/surface/crl.h"
+#include <basalt/certificate.h>
+#include <basalt/crl.h>
 
 extern "C" {
 

@@ -1,8 +1,8 @@
 // Names of certificates as text.
 #pragma once
 
-#include "basalt20/surface/encoded_values.h"
-#include "sup/visibility.h"
+#include <basalt/encoded_values.h>
+#include <basalt/visibility.h>
 
 extern "C" {
 
