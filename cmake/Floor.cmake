@@ -1,21 +1,56 @@
-# A floor is one folder, one static target, one include prefix and one test program.
+# A floor is one folder, one static target, one place under the include prefix and one test program.
 #
-#   chronoseal_floor(asn1rt DEPENDS visibility)
+#   chronoseal_floor(client
+#     PUBLIC  request.h stamp.h        installed: what a user of the library may include
+#     OFFERS  send_request.h           for the floors above and their programs, not installed
+#     DEPENDS core asn1)
 #
 # The sources are all *.cpp of the folder (and of its subfolders) but *_test.cpp, which make up the program
-# <name>_test. The headers are included as "<name>/x.h". The include root is a folder of the build
-# tree that holds nothing but a link <name> to the floor's folder, so that a floor which isn't linked
-# can't be included.
-function(chronoseal_include_root target prefix)
-  set(root ${CMAKE_BINARY_DIR}/floors/${prefix})
+# <name>_test. Headers are included as <chronoseal/<name>/x.h>, in the tree as after install (PUBLIC_AT names another
+# place for the public ones). The build makes
+# two roots of links for a floor: `public`, its interface, holds PUBLIC and OFFERS; `private`, for itself and
+# its test, is the whole folder. So an include of a floor that isn't linked, or of a header that isn't on its
+# list, doesn't compile.
+
+# The root `folder` of links, cleared of what is no longer on the list.
+function(chronoseal_link_root root)
+  file(REMOVE_RECURSE ${root})
   file(MAKE_DIRECTORY ${root})
-  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${root}/${prefix} SYMBOLIC)
-  get_target_property(type ${target} TYPE)
-  if(type STREQUAL INTERFACE_LIBRARY)
-    target_include_directories(${target} INTERFACE $<BUILD_INTERFACE:${root}>)
-  else()
-    target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${root}>)
+endfunction()
+
+# Links `file` at `root`/`place`.
+function(chronoseal_link root place file)
+  if(NOT EXISTS ${file})
+    message(FATAL_ERROR "${CMAKE_CURRENT_SOURCE_DIR}/CMakeLists.txt lists ${file}, which isn't there")
   endif()
+  cmake_path(GET place PARENT_PATH folder)
+  file(MAKE_DIRECTORY ${root}/${folder})
+  file(CREATE_LINK ${file} ${root}/${place} SYMBOLIC)
+endfunction()
+
+# Makes `root`/public and the INTERFACE library <name>_private, which leads to the private headers too. `prefix`
+# is where a header on OFFERS lies; those on PUBLIC lie at `public_prefix`, and are remembered for installing.
+function(chronoseal_headers name public_prefix prefix)
+  cmake_parse_arguments(arg "" "" "PUBLIC;OFFERS" ${ARGN})
+  set(root ${PROJECT_BINARY_DIR}/floors/${name})
+  chronoseal_link_root(${root})
+  foreach(header IN LISTS arg_PUBLIC)
+    cmake_path(GET header FILENAME base)
+    set(file ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+    chronoseal_link(${root}/public ${public_prefix}/${base} ${file})
+    install(FILES ${file} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${public_prefix} COMPONENT development)
+  endforeach()
+  foreach(header IN LISTS arg_OFFERS)
+    chronoseal_link(${root}/public ${prefix}/${header} ${CMAKE_CURRENT_SOURCE_DIR}/${header})
+  endforeach()
+  file(MAKE_DIRECTORY ${root}/public)
+  add_library(${name}_private INTERFACE)
+endfunction()
+
+# The private root: `place` in it is the folder `folder`.
+function(chronoseal_private_root name place folder)
+  chronoseal_link(${PROJECT_BINARY_DIR}/floors/${name}/private ${place} ${folder})
+  target_include_directories(${name}_private INTERFACE ${PROJECT_BINARY_DIR}/floors/${name}/private)
 endfunction()
 
 function(chronoseal_floor_sources out_sources out_tests)
@@ -30,38 +65,54 @@ endfunction()
 # The test program of a floor. LINK names what it needs beside the floor itself.
 function(chronoseal_floor_test name)
   cmake_parse_arguments(arg "" "INSIDE" "SOURCES;LINK" ${ARGN})
-  if(NOT arg_SOURCES)
+  if(NOT arg_SOURCES OR NOT CHRONOSEAL_TESTS)
     return()
   endif()
   if(NOT arg_INSIDE)
     set(arg_INSIDE ${name})
   endif()
   add_executable(${name}_test ${arg_SOURCES})
-  target_link_libraries(${name}_test PRIVATE ${arg_INSIDE} ${arg_LINK} GTest::gmock_main
+  target_link_libraries(${name}_test PRIVATE ${arg_INSIDE} ${name}_private ${arg_LINK} GTest::gmock_main
                                              chronoseal_options Threads::Threads)
   target_compile_definitions(${name}_test PRIVATE
     CHRONOSEAL_TESTDATA="${CMAKE_CURRENT_SOURCE_DIR}/testdata"
-    CHRONOSEAL_SHARED_DATA="${CMAKE_SOURCE_DIR}/../shared/data")
+    CHRONOSEAL_SHARED_DATA="${PROJECT_SOURCE_DIR}/../shared/data")
   add_test(NAME ${name} COMMAND ${name}_test)
 endfunction()
 
 function(chronoseal_floor name)
-  cmake_parse_arguments(arg "" "" "DEPENDS;PRIVATE;TEST_LINK" ${ARGN})
+  cmake_parse_arguments(arg "" "PUBLIC_AT" "PUBLIC;OFFERS;DEPENDS;PRIVATE;TEST_LINK" ${ARGN})
+  if(NOT arg_PUBLIC_AT)
+    set(arg_PUBLIC_AT chronoseal/${name})
+  endif()
   chronoseal_floor_sources(sources tests)
   add_library(${name} STATIC ${sources})
-  chronoseal_include_root(${name} ${name})
-  target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE chronoseal_options ${arg_PRIVATE})
+  chronoseal_headers(${name} ${arg_PUBLIC_AT} chronoseal/${name} PUBLIC ${arg_PUBLIC} OFFERS ${arg_OFFERS})
+  chronoseal_private_root(${name} chronoseal/${name} ${CMAKE_CURRENT_SOURCE_DIR})
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
+  target_link_libraries(${name} PUBLIC ${arg_DEPENDS}
+    PRIVATE chronoseal_options $<BUILD_INTERFACE:${name}_private> ${arg_PRIVATE})
   chronoseal_floor_test(${name} SOURCES ${tests} LINK ${arg_TEST_LINK})
 endfunction()
 
-# A platform library: the same, but shared, and with its own name for the file.
+# A platform library: the same, but shared, with its own name for the file, and its public headers at <basalt/x.h>.
+# FOLDERS names its subfolders, each of which is reached as <basalt/folder/x.h>; without them the private headers
+# are reached as <basalt/<name>/x.h>.
 function(chronoseal_platform name file)
-  cmake_parse_arguments(arg "" "" "DEPENDS;PRIVATE;TEST_LINK" ${ARGN})
+  cmake_parse_arguments(arg "" "" "PUBLIC;OFFERS;FOLDERS;DEPENDS;PRIVATE;TEST_LINK" ${ARGN})
   chronoseal_floor_sources(sources tests)
   add_library(${name} SHARED ${sources})
   set_target_properties(${name} PROPERTIES OUTPUT_NAME ${file} VERSION 1.0.0 SOVERSION 1)
-  chronoseal_include_root(${name} ${name})
-  target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE chronoseal_options ${arg_PRIVATE})
+  chronoseal_headers(${name} basalt basalt/${name} PUBLIC ${arg_PUBLIC} OFFERS ${arg_OFFERS})
+  foreach(folder IN LISTS arg_FOLDERS)
+    chronoseal_private_root(${name} basalt/${folder} ${CMAKE_CURRENT_SOURCE_DIR}/${folder})
+  endforeach()
+  if(NOT arg_FOLDERS)
+    chronoseal_private_root(${name} basalt/${name} ${CMAKE_CURRENT_SOURCE_DIR})
+  endif()
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
+  target_link_libraries(${name} PUBLIC ${arg_DEPENDS}
+    PRIVATE chronoseal_options $<BUILD_INTERFACE:${name}_private> ${arg_PRIVATE})
   target_link_options(${name} PRIVATE ${CHRONOSEAL_NO_UNDEFINED} -Wl,--as-needed)
   # The test is linked with the library's objects, so that it reaches what the library hides.
   add_library(${name}_inside INTERFACE)

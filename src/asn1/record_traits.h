@@ -7,9 +7,13 @@
 
 namespace Halcyon::ASN1 {
 
-// Codec and deep copy of the record through its control class and its copy function. The copy
-// function takes a source that it doesn't change, whether its type says so or not.
-template <class Record, class Control, auto copy_record>
+// `asn1Copy_X`, of which the schema has an overload with a source that is const, too.
+template <class Record>
+using CopyFunction = void (*)(ASN1CTXT*, Record*, Record*);
+
+// Codec and deep copy of the record through its control class and its copy function, which leaves
+// its source alone although the type doesn't say so.
+template <class Record, class Control, CopyFunction<Record> copy_record>
 struct RecordTraits : CCodeClassT<Record, Control> {
     static void copy(ASN1CTXT* ctxt, const Record& from, Record& to) {
         with_result_codes([&] { copy_record(ctxt, const_cast<Record*>(&from), &to); });
@@ -18,7 +22,7 @@ struct RecordTraits : CCodeClassT<Record, Control> {
 
 // The same for a record with an open type: `check_record` tells whether its value fits what the
 // schema knows of its identifier.
-template <class Record, class Control, auto copy_record, auto check_record>
+template <class Record, class Control, CopyFunction<Record> copy_record, auto check_record>
 struct OpenRecordTraits : RecordTraits<Record, Control, copy_record> {
     // Throws 0x80093101 for a value that doesn't fit.
     static void copy_checked(ASN1CTXT* ctxt, Record& from, Record& to) {

@@ -8,8 +8,8 @@ namespace Halcyon::ASN1 {
 // X ::= SEQUENCE {
 //     certs     SEQUENCE OF Element,
 //     policies  SEQUENCE OF PolicyInformation OPTIONAL }
-template <class Record, class Control, auto copy_record, class ElementTraits, class Element,
-          class List>
+template <class Record, class Control, CopyFunction<Record> copy_record, class ElementTraits,
+          class Element, class List>
 struct CertsAndPoliciesTraits : RecordTraits<Record, Control, copy_record> {
     using Certs =
         ASN1TSeqOfList_traits<typename ElementTraits::ASN1_T, ElementTraits, Element, List>;

@@ -7,7 +7,7 @@
 #include <optional>
 #include <span>
 
-#include <chronoseal/asn1/ctxt_handle.h>
+#include <chronoseal/asn1/codec.h>
 #include <chronoseal/asn1rt/runtime.h>
 #include <chronoseal/base/blob.h>
 

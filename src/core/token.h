@@ -11,7 +11,7 @@
 #include <basalt/message.h>
 #include <chronoseal/asn1/algorithm_identifier_ex.h>
 #include <chronoseal/asn1/big_integer.h>
-#include <chronoseal/asn1/extensions.h>
+#include <chronoseal/asn1/extension.h>
 #include <chronoseal/asn1/signer_info.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/date_time.h>

@@ -29,7 +29,7 @@ bool encodes_to(Traits::ASN1_T& record, const CBlob& bytes) {
 
 TsaName::TsaName(const CBlob& encoded) {
     ASN1::with_result_codes([&] {
-        ASN1BERDecodeBuffer buffer(encoded.pbData(), ASN1::messageLength(encoded));
+        ASN1BERDecodeBuffer buffer(encoded.pbData(), ASN1::message_length(encoded));
         Traits::ASN1_T record{};
         if (Traits::decode(buffer, record) < 0) {
             ASN1::fail_codec();

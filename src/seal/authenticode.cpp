@@ -33,7 +33,7 @@ Endpoint choose_server(const std::string& wanted) {
         wanted.empty() ? configured_text("\\config\\cades\\tsppolicy\\DefaultMSTSPURL").value_or("")
                        : wanted;
     if (url.empty()) {
-        throw Error(Category::misuse, "no_address", Halcyon::PKI::TSP::Client::resultNoAddress,
+        throw Error(Category::misuse, "no_address", Halcyon::PKI::TSP::Client::kResultNoAddress,
                     "no Authenticode server's address is set",
                     "give one, or set DefaultMSTSPURL in the machine's policy");
     }

@@ -2,7 +2,7 @@
 #include <chronoseal/seal/request_bytes.h>
 
 #include <basalt/error_codes.h>
-#include <chronoseal/asn1/random_big_integer.h>
+#include <chronoseal/asn1/big_integer.h>
 #include <chronoseal/core/request.h>
 #include <chronoseal/seal/armor.h>
 #include <chronoseal/seal/byte_kind.h>

@@ -63,35 +63,35 @@ void check_shape(const RequestRules& rules, const RequestShape& shape) {
     const std::wstring hash = wide(shape.hash_oid);
     if ((rules.HashAlgsAllowed.isSet && !rules.HashAlgsAllowed.Find(hash.c_str())) ||
         rules.HashAlgsDenied.Find(hash.c_str())) {
-        refuse(resultHashAlgDenied, algorithm_name(shape.hash_oid));
+        refuse(kResultHashAlgDenied, algorithm_name(shape.hash_oid));
     }
     const bool listed =
         !rules.AllowedPolicyID.isSet || rules.AllowedPolicyID.Find(wide(shape.policy).c_str());
     if (!shape.policy.empty() && (rules.DisablePolicyID.value || !listed)) {
-        refuse(resultPolicyIdDenied, quote_foreign(shape.policy));
+        refuse(kResultPolicyIdDenied, quote_foreign(shape.policy));
     }
     if (shape.nonce ? rules.DisableNonce.value : rules.RequireNonce.value) {
-        refuse(resultNonceDenied, shape.nonce ? "with a nonce" : "without a nonce");
+        refuse(kResultNonceDenied, shape.nonce ? "with a nonce" : "without a nonce");
     }
 }
 
 void check_endpoint(const RequestRules& rules, const Endpoint& endpoint) {
     if (rules.AllowedTSPs.isSet && !rules.AllowedTSPs.Find(wide(endpoint.url).c_str())) {
-        refuse(resultAddressDenied, endpoint.shown);
+        refuse(kResultAddressDenied, endpoint.shown);
     }
     // No proxy is the empty address, which such a list has to name as well.
     if (rules.AllowedProxies.isSet && !rules.AllowedProxies.Find(wide(endpoint.proxy).c_str())) {
-        refuse(resultAddressDenied,
+        refuse(kResultAddressDenied,
                endpoint.proxy.empty() ? "a direct connection" : quote_address(endpoint.proxy));
     }
     const bool secure = endpoint.url.starts_with("https:");
     if (denies(rules, secure ? kServerTls : kServer, endpoint.login.has_value())) {
-        refuse(resultAuthDenied, endpoint.shown);
+        refuse(kResultAuthDenied, endpoint.shown);
     }
     if (!endpoint.proxy.empty()) {
         const bool secure_proxy = endpoint.proxy.starts_with("https://");
         if (denies(rules, secure_proxy ? kProxyTls : kProxy, endpoint.proxy_login.has_value())) {
-            refuse(resultProxyAuthDenied, quote_address(endpoint.proxy));
+            refuse(kResultProxyAuthDenied, quote_address(endpoint.proxy));
         }
     }
 }

@@ -114,7 +114,7 @@ Sealer::Impl::Impl(SealerOptions options)
         options_.authorities = configured_authorities();
     }
     if (options_.authorities.empty()) {
-        throw error_of_code(resultNoAddress);
+        throw error_of_code(kResultNoAddress);
     }
     for (const Authority& authority : options_.authorities) {
         auto known = std::make_unique<KnownAuthority>();
@@ -166,7 +166,7 @@ void Sealer::Impl::check_clock(const TokenInfo& token, bool nonce, Time sent,
     const auto distance = token.time > sent ? token.time - sent : sent - token.time;
     if (!nonce && distance > std::chrono::milliseconds(
                                  std::max<std::int64_t>(rules_.StampAccuracy.value, 0))) {
-        throw error_of_code(resultTimeOutsideWindow);
+        throw error_of_code(kResultTimeOutsideWindow);
     }
     if (distance > options_.clock_tolerance) {
         const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(distance).count();
@@ -189,7 +189,7 @@ Answer Sealer::Impl::judge(const KnownAuthority& authority, const Question& ques
     content.attempts = attempt;
     const Stamp unjudged = StampAccess::make(content);
     if ((content.info.failure_bits & (1U << 14)) != 0) {
-        throw Error(Category::refused, "time_not_available", resultNotGranted,
+        throw Error(Category::refused, "time_not_available", kResultNotGranted,
                     "the authority has no time at the moment", "try again later");
     }
     const Verdict verdict =
@@ -278,7 +278,7 @@ Stamp Sealer::Impl::first(const Question& question, const std::stop_token& stop)
             last = error;
         }
     }
-    throw last ? *last : error_of_code(resultNoAddress);
+    throw last ? *last : error_of_code(kResultNoAddress);
 }
 
 std::vector<Stamp> Sealer::Impl::quorum(const Question& question,

@@ -164,7 +164,7 @@ bool Verification::check_status() {
     if (!info.status_text.empty()) {
         why += ": \"" + quote_foreign(info.status_text, kStatusTextLimit) + "\"";
     }
-    fail(Check::status, resultNotGranted, "not_granted",
+    fail(Check::status, kResultNotGranted, "not_granted",
          "the authority refused the request (" + why + ")", "ask as the authority wants it");
     for (std::size_t i = 1; i < kChecks; ++i) {
         skip_after(Check::status, {static_cast<Check>(i)});
@@ -204,7 +204,7 @@ void Verification::check_nonce() {
                           ? std::ranges::equal(without_zeros(*has), without_zeros(*expected_.nonce))
                           : !has && !expected_.nonce;
     if (!same) {
-        fail(Check::nonce, error_of_code(resultNonceDiffers));
+        fail(Check::nonce, error_of_code(kResultNonceDiffers));
     } else {
         pass(Check::nonce, has ? to_hex(*has) : "none, as asked");
     }
@@ -215,7 +215,7 @@ void Verification::check_policy() {
     if (expected_.policy.empty()) {
         skip(Check::policy, "not_asked", "any policy will do; it is " + quote_foreign(has), false);
     } else if (has != expected_.policy) {
-        fail(Check::policy, resultPolicyIdDenied, "policy_differs",
+        fail(Check::policy, kResultPolicyIdDenied, "policy_differs",
              "the stamp is under the policy " + quote_foreign(has) + ", not under " +
                  quote_foreign(expected_.policy),
              "ask another authority, or for a policy that this one has");
@@ -228,7 +228,7 @@ void Verification::check_time(bool any_time) {
     const Time time = token().time;
     if (!any_time &&
         time > verdict_.as_of + kClockGrace + token().accuracy.value_or(Time::duration{0})) {
-        fail(Check::time, resultTimeOutsideWindow, "time_in_future",
+        fail(Check::time, kResultTimeOutsideWindow, "time_in_future",
              "the stamp's time " + utc_text(time) + " lies in the future",
              "check this machine's clock; if that is right, don't trust this stamp");
     } else {

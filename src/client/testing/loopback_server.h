@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "loopback/loopback_server.h"
+#include <loopback/loopback_server.h>
 
 namespace Halcyon::PKI::TSP::Client::testing {
 

@@ -1,5 +1,5 @@
 // SendPKIRequest against a server on loopback that answers well and badly.
-#include "loopback/loopback_server.h"
+#include <loopback/loopback_server.h>
 #include <basalt/last_error.h>
 #include <basalt/network.h>
 #include <basalt/network/network_fixture.h>

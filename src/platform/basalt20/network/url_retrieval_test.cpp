@@ -1,5 +1,5 @@
 // CryptRetrieveObjectByUrlW against a server on loopback, with a cache folder of the test's own.
-#include "loopback/loopback_server.h"
+#include <loopback/loopback_server.h>
 #include <basalt/configuration.h>
 #include <basalt/last_error.h>
 #include <basalt/network.h>

@@ -1,0 +1,56 @@
+"""Holds what the formatter and clang-tidy can't: const on the left, names for result codes, one noun a file.
+
+Usage: dialect.py
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+# `T const&`, `T const*`, `T const name`: the formatter takes types in capitals for macros and leaves them.
+EAST = re.compile(r"(?:\b(?!return|static|inline|constexpr|extern|typename|else|virtual|friend|mutable|new|operator|"
+                  r"thread_local|noexcept|override|final|volatile|consteval|constinit)[A-Za-z_]\w*|(?<!-)>) const\b(?=\s*[&*]|"
+                  r"\s+[A-Za-z_])")
+BARE_CODE = re.compile(r"\bhr\(0x[0-9A-Fa-f]+u?\)")
+NAMED_CODE = re.compile(r"(?:constexpr|const)\s+(?:[\w:]+\s+)?\w+\s*(?:=|\{)\s*$|(?:constexpr|const)\b[^;]*=\s*hr\(0x")
+SHAPELESS = {"utils", "util", "helpers", "helper", "common", "misc"}
+
+
+def code_of(line):
+    """The line without what stands in quotes or behind `//`."""
+    line = re.sub(r'"(?:[^"\\]|\\.)*"', '""', line)
+    return line.split("//")[0]
+
+
+def tracked():
+    names = subprocess.run(["git", "-C", ROOT, "ls-files"], capture_output=True, text=True)
+    if names.returncode == 0:
+        return [ROOT / name for name in names.stdout.split("\n") if name]
+    return [p for folder in ("src", "apps", "tools", "fuzz", "bench", "tests", "examples")
+            for p in (ROOT / folder).rglob("*")]
+
+
+def faults():
+    for path in tracked():
+        if SHAPELESS & set(re.split(r"[_.]", path.stem)):
+            yield f"{path.relative_to(ROOT)} is named after nothing"
+        if path.suffix not in (".h", ".hpp", ".cpp") or not path.is_file() or "testdata" in path.parts:
+            continue
+        previous = ""
+        for number, line in enumerate(path.read_text().split("\n"), 1):
+            code = code_of(line)
+            if EAST.search(code):
+                yield f"{path.relative_to(ROOT)}:{number}: const belongs on the left: {line.strip()}"
+            if "src" in path.relative_to(ROOT).parts[:1] and not path.stem.endswith("_test") and \
+                    BARE_CODE.search(code) and not NAMED_CODE.search(code) and not NAMED_CODE.search(previous):
+                yield f"{path.relative_to(ROOT)}:{number}: a result code without a name: {line.strip()}"
+            previous = code
+
+
+found = list(faults())
+print("\n".join(found) or "one dialect")
+print(f"{int(not found)} passed, {int(bool(found))} failed")
+sys.exit(1 if found else 0)

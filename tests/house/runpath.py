@@ -1,0 +1,27 @@
+"""Refuses RUNPATH entries of programs and libraries that are empty or relative: the loader would look in the current
+directory, and take a library that somebody has put there.
+
+Usage: runpath.py FOLDER...
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+
+faults = []
+looked_at = 0
+for folder in sys.argv[1:]:
+    for path in sorted(pathlib.Path(folder).rglob("*")):
+        if not path.is_file() or path.is_symlink() or path.open("rb").read(4) != b"\x7fELF":
+            continue
+        looked_at += 1
+        dynamic = subprocess.run(["readelf", "-d", path], check=True, capture_output=True, text=True).stdout
+        for entries in re.findall(r"\((?:RUNPATH|RPATH)\).*\[(.*)\]", dynamic):
+            faults += [f"{path}: '{entry}' in {entries!r}" for entry in entries.split(":")
+                       if not (entry == "$ORIGIN" or entry.startswith(("/", "$ORIGIN/")))]
+if not looked_at:
+    faults.append("nothing to look at")
+print("\n".join(faults) or f"{looked_at} files, every entry absolute or beside the file")
+print(f"{int(not faults)} passed, {int(bool(faults))} failed")
+sys.exit(1 if faults else 0)
