@@ -17,6 +17,7 @@ constexpr std::size_t kMaxCertificateBytes = std::size_t{64} << 10;
 constexpr std::size_t kMaxNameBytes = std::size_t{4} << 10;
 constexpr std::size_t kMaxKeyBits = 8192;
 constexpr std::size_t kMaxExponentBytes = 8;
+constexpr std::size_t kFewCertificates = 8;
 constexpr std::size_t kMaxPreparedFromGiven = 100;
 
 constexpr std::string_view kRsaKeys[] = {"1.2.840.113549.1.1.1", "1.2.840.113549.1.1.10",
@@ -109,15 +110,15 @@ void CertificatePool::add_store(HCERTSTORE store, PoolSource source) {
 
 void CertificatePool::add(std::shared_ptr<CertificateItem> item, PoolSource source) {
     if (is_reasonable(*item)) {
-        const std::uint64_t key = name_key(bytes_of(item->body->info().Subject));
+        const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
         waiting_.emplace(key, Waiting{std::move(item), source});
     }
 }
 
 PoolCertificate& CertificatePool::place(std::shared_ptr<CertificateItem> item) {
-    const std::uint64_t key = name_key(bytes_of(item->body->info().Subject));
+    const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
     settle(key);
-    PoolCertificate* known = find(*item);
+    PoolCertificate* known = find(key, *item);
     return known != nullptr ? *known : insert(key, {std::move(item), PoolSource::machine});
 }
 
@@ -137,17 +138,45 @@ PoolCertificate& CertificatePool::start(const CertificateEntry& entry) {
     return certificate;
 }
 
-PoolCertificate* CertificatePool::find(const CertificateItem& item) const {
-    const auto found = by_digest_.find(item.body->digest());
-    return found == by_digest_.end() ? nullptr : found->second;
+// The names of a path come again and again.
+std::uint64_t CertificatePool::key_of(Bytes name) {
+    for (const auto& [known, key] : keys_) {
+        if (same_bytes(known, name)) {
+            return key;
+        }
+    }
+    return name_key(name);
+}
+
+// By digest only where there are many, since that costs more than all else here.
+PoolCertificate* CertificatePool::find(std::uint64_t key, const CertificateItem& item) {
+    const std::vector<PoolCertificate*>& same_key = by_key_[key];
+    if (same_key.size() > kFewCertificates) {
+        const auto found = by_digest_.find(item.body->digest());
+        return found == by_digest_.end() ? nullptr : found->second;
+    }
+    const auto found = std::find_if(same_key.begin(), same_key.end(), [&](PoolCertificate* known) {
+        return same_bytes(known->item->encoded(), item.encoded());
+    });
+    return found == same_key.end() ? nullptr : *found;
 }
 
 PoolCertificate& CertificatePool::insert(std::uint64_t key, Waiting waiting) {
     PoolCertificate& certificate = certificates_.emplace_back();
     certificate.item = std::move(waiting.item);
     certificate.source = waiting.source;
-    by_key_[key].push_back(&certificate);
-    by_digest_[certificate.digest()] = &certificate;
+    std::vector<PoolCertificate*>& same_key = by_key_[key];
+    same_key.push_back(&certificate);
+    if (same_key.size() > kFewCertificates) {
+        const bool is_first_time = same_key.size() == kFewCertificates + 1;
+        for (auto it = is_first_time ? same_key.begin() : same_key.end() - 1; it != same_key.end();
+             ++it) {
+            by_digest_[(*it)->digest()] = *it;
+        }
+    }
+    if (keys_.size() < kFewCertificates) {
+        keys_.emplace_back(certificate.subject(), key);
+    }
     return certificate;
 }
 
@@ -156,14 +185,14 @@ void CertificatePool::settle(std::uint64_t key) {
     if (by_key_.find(key) == by_key_.end()) {
         by_key_[key]; // the anchors come once
         for (const TrustAnchors::Item& anchor : anchors_->by_key(key)) {
-            if (find(*anchor) == nullptr) {
+            if (find(key, *anchor) == nullptr) {
                 insert(key, {anchor, PoolSource::machine}).is_anchor = true;
             }
         }
     }
     const auto [first, last] = waiting_.equal_range(key);
     for (auto it = first; it != last; ++it) {
-        PoolCertificate* same = find(*it->second.item);
+        PoolCertificate* same = find(key, *it->second.item);
         if (same == nullptr) {
             insert(key, it->second);
         } else if (it->second.source == PoolSource::machine) {
@@ -174,7 +203,7 @@ void CertificatePool::settle(std::uint64_t key) {
 }
 
 std::vector<PoolCertificate*> CertificatePool::by_subject(Bytes subject) {
-    const std::uint64_t key = name_key(subject);
+    const std::uint64_t key = key_of(subject);
     settle(key);
     ParsedName wanted;
     std::vector<PoolCertificate*> found;

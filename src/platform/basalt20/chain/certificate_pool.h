@@ -71,7 +71,8 @@ private:
         PoolSource source;
     };
 
-    PoolCertificate* find(const CertificateItem& item) const;
+    std::uint64_t key_of(Bytes name);
+    PoolCertificate* find(std::uint64_t key, const CertificateItem& item);
     PoolCertificate& insert(std::uint64_t key, Waiting waiting);
     PoolCertificate& place(std::shared_ptr<CertificateItem> item);
     void settle(std::uint64_t key);
@@ -79,7 +80,8 @@ private:
     std::shared_ptr<const TrustAnchors> anchors_;
     std::unordered_multimap<std::uint64_t, Waiting> waiting_;
     std::unordered_map<std::uint64_t, std::vector<PoolCertificate*>> by_key_;
-    std::map<Sha256, PoolCertificate*> by_digest_;
+    std::map<Sha256, PoolCertificate*> by_digest_;      // of names with many certificates
+    std::vector<std::pair<Bytes, std::uint64_t>> keys_; // of the first few names
     std::deque<PoolCertificate> certificates_;
     std::size_t prepared_from_given_ = 0;
 };

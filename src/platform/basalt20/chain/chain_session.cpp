@@ -243,10 +243,23 @@ bool ChainSession::checks(const Judgement& judgement, std::size_t index) const {
             (request_.revocation == RevocationScope::end_only && index == 0));
 }
 
+StatusFinding ChainSession::status_of(const Path& path, const CertificatePath& entries,
+                                      std::size_t index, const StatusQuestion& question) {
+    if (without_source_.contains({path, index})) {
+        return {};
+    }
+    StatusFinding finding = status_->judge(entries, index, question);
+    if (finding.standing == Standing::unknown && finding.cause == UnknownCause::no_source) {
+        without_source_.emplace(path, index);
+    }
+    return finding;
+}
+
 // Goes on behind an unknown one: whether another is revoked is worth more.
 void ChainSession::judge_revocation(Judgement& judgement, const Question& question,
                                     bool may_fetch) {
-    const CertificatePath entries = entries_of(path_of_judgement(judgement));
+    const Path path = path_of_judgement(judgement);
+    const CertificatePath entries = entries_of(path);
     StatusQuestion status{question.at, question.now, settings_.revocation,
                           false,       may_fetch,    settings_.strength};
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
@@ -255,7 +268,7 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
         }
         JudgedElement& element = judgement.elements[i];
         status.is_signer = i == 0;
-        element.status = status_->judge(entries, i, status);
+        element.status = status_of(path, entries, i, status);
         element.status_passes = passes(*element.status, settings_.revocation);
         if (element.status->key_is_compromised()) {
             compromised_keys_.push_back(element.certificate->key_bits());

@@ -83,6 +83,8 @@ private:
     Judgement judge_path(const Path& path, const Question& question);
     const PathErrors& structure_of(const Path& path);
     void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
+    StatusFinding status_of(const Path& path, const CertificatePath& entries, std::size_t index,
+                            const StatusQuestion& question);
     bool checks(const Judgement& judgement, std::size_t index) const;
     std::optional<Judgement> ask_network(const Question& question);
     Judgement incomplete(const Question& question);
@@ -106,6 +108,9 @@ private:
 
     std::map<Path, PathErrors> structures_;
     std::vector<Bytes> compromised_keys_;
+
+    // Of which nothing is known and nobody can be asked, at whatever moment.
+    std::set<std::pair<Path, std::size_t>> without_source_;
 
     // Of the judgement that is under way.
     std::set<Path> considered_;

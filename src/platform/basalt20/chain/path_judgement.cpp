@@ -200,10 +200,10 @@ Usages usages_of(X509* certificate) {
 }
 
 bool allows(X509* certificate, const UsageQuestion& question) {
-    const Usages usages = usages_of(certificate);
-    if (!usages || question.usages.empty()) {
+    if (question.usages.empty() || (X509_get_extension_flags(certificate) & EXFLAG_XKUSAGE) == 0) {
         return true;
     }
+    const Usages usages = usages_of(certificate);
     const auto allowed = [&](const std::string& wanted) { return has_usage(usages.get(), wanted); };
     return question.any_of_them
                ? std::any_of(question.usages.begin(), question.usages.end(), allowed)
