@@ -3,8 +3,9 @@
 // time. Each has a cache folder of its own.
 #pragma once
 
-#include <basalt/network/loopback_server.h>
+#include <basalt/network/network_fixture.h>
 #include <basalt/revocation/budget.h>
+#include <loopback/loopback_server.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -26,6 +27,7 @@ struct Served {
 class LiveResponder {
 public:
     LiveResponder() : server_([this](const std::string& request) { return reply(request); }) {
+        NetworkFixture::get(); // before the first exchange, which reads the settings for good
         std::string pattern = std::filesystem::temp_directory_path() / "basalt_evidence_XXXXXX";
         folder_ = mkdtemp(pattern.data());
         setenv("XDG_CACHE_HOME", folder_.c_str(), 1);
