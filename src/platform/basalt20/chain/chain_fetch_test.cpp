@@ -36,7 +36,7 @@ TEST_F(ChainFetchTest, APathThatIsBadAnywayMakesNoConnection) {
     const auto serving = make_party({"middle", root_.get(),
                                      std::string(kAuthority) +
                                          "\npolicyConstraints=critical,"
-                                         "requireExplicitPolicy:0\n" +
+                                         "requireExplicitPolicy:0\ncertificatePolicies=1.2.3.4\n" +
                                          sources()});
     const auto stamper = make_party({"stamper", serving.get(), kStamper + sources()});
     EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), {encoded(serving.get())}}),

