@@ -1,4 +1,5 @@
 // Base64 encoder.
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/base64.h>
 
 #include <cstdint>
@@ -55,7 +56,7 @@ bool Base64Encode(const unsigned char* source, int size, char* out, int* outSize
         return false;
     }
     if (size >= 0x20000000) {
-        AtlThrowImpl(Halcyon::hr(0x80004005u));
+        AtlThrowImpl(Halcyon::hr(E_FAIL));
     }
     if (size < 0 || *outSize < Base64EncodeGetRequiredLength(size, flags)) {
         return false;

@@ -1,4 +1,5 @@
 // Properties of certificate contexts, and their detaching from a store.
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/cert_context.h>
 
 #include <algorithm>
@@ -11,8 +12,8 @@ namespace ATL2 {
 
 namespace {
 
-constexpr HRESULT kFailed = Halcyon::hr(0x80004005u);
-constexpr HRESULT kMoreData = Halcyon::hr(0x800700EAu);
+constexpr HRESULT kFailed = Halcyon::hr(E_FAIL);
+constexpr HRESULT kMoreData = Halcyon::hr(Halcyon::kMoreData);
 
 // What the platform computes afresh, or what binds a context to keys and stores of one process.
 bool is_left_behind(DWORD id) {
@@ -72,7 +73,7 @@ HRESULT CCertContext::GetKeyProvInfo(ATL::CStringA& value) const {
     auto result = call();
     if (result == kMoreData) {
         if (size > 0x7FFFFFFFu) {
-            ATL::AtlThrowImpl(Halcyon::hr(0x80070057u));
+            ATL::AtlThrowImpl(Halcyon::hr(E_INVALIDARG));
         }
         result = call();
     }

@@ -1,4 +1,5 @@
 // Opening, sharing and collecting of certificate stores.
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/cert_store.h>
 
 #include <new>
@@ -10,8 +11,8 @@ namespace ATL2 {
 
 namespace {
 
-constexpr HRESULT kFailed = Halcyon::hr(0x80004005u);
-constexpr HRESULT kOutOfMemory = Halcyon::hr(0x8007000Eu);
+constexpr HRESULT kFailed = Halcyon::hr(E_FAIL);
+constexpr HRESULT kOutOfMemory = Halcyon::hr(E_OUTOFMEMORY);
 
 void close_slot(HCERTSTORE* slot, bool check) noexcept {
     if (slot && *slot) {

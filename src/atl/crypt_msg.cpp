@@ -1,11 +1,12 @@
 // Parameters of cryptographic messages.
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/crypt_msg.h>
 
 namespace ATL2 {
 
 HRESULT CCryptMsg::GetParam(unsigned type, unsigned index, ATL::CStringA& value) const {
     if (!handle_) {
-        return Halcyon::hr(0x80004005u);
+        return Halcyon::hr(E_FAIL);
     }
     return fetch_answer(value, [&](char* buffer, DWORD* size) {
         return CryptMsgGetParam(handle_, type, index, buffer, size);

@@ -1,4 +1,5 @@
 // The C library's heap as a memory manager.
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/memory_manager.h>
 
 #include <cstdlib>
@@ -20,7 +21,7 @@ void* CCRTHeap::Reallocate(void* block, unsigned long size) {
 }
 
 unsigned long CCRTHeap::GetSize(void* /*block*/) {
-    AtlThrowImpl(Halcyon::hr(0x80004005u));
+    AtlThrowImpl(Halcyon::hr(E_FAIL));
 }
 
 } // namespace ATL

@@ -1,4 +1,5 @@
 // The size check of platform answers, and the codes of failures without a last error.
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/platform_answer.h>
 
 #include <basalt/last_error.h>
@@ -14,10 +15,10 @@ HRESULT result_from_last_error_or_fail() noexcept {
     if (error > 0) {
         // Read again: what stands in its place by now counts.
         return GetLastError() == 0
-                   ? Halcyon::hr(0x80074005u)
+                   ? Halcyon::hr(Halcyon::kNoErrorSet)
                    : Halcyon::hr(0x80070000u | (static_cast<DWORD>(error) & 0xFFFFu));
     }
-    return error == 0 ? Halcyon::hr(0x80004005u) : error;
+    return error == 0 ? Halcyon::hr(E_FAIL) : error;
 }
 
 } // namespace ATL2

@@ -1,6 +1,7 @@
 // Fetching of platform answers of unknown length: one call for the size, one for the data.
 #pragma once
 
+#include <basalt/error_codes.h>
 #include <basalt/types.h>
 #include <chronoseal/atl/string.h>
 #include <chronoseal/base/atl_exception.h>
@@ -28,7 +29,7 @@ HRESULT fetch_answer(ATL::CStringA& value, Call call,
         return Halcyon::result_from_last_error();
     }
     if (size > 0x7FFFFFFFu) {
-        ATL::AtlThrowImpl(Halcyon::hr(0x80070057u));
+        ATL::AtlThrowImpl(Halcyon::hr(E_INVALIDARG));
     }
     char* const room = value.PrepareWrite(static_cast<int>(size));
     HRESULT result = 0;

@@ -1,4 +1,5 @@
 // Copy-on-write strings: sharing, growth, replacement and conversion.
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/string.h>
 
 #include <algorithm>
@@ -14,8 +15,8 @@ namespace ATL {
 
 namespace {
 
-constexpr std::int32_t kBadArgument = Halcyon::hr(0x80070057u);
-constexpr std::int32_t kOutOfMemory = Halcyon::hr(0x8007000Eu);
+constexpr std::int32_t kBadArgument = Halcyon::hr(E_INVALIDARG);
+constexpr std::int32_t kOutOfMemory = Halcyon::hr(E_OUTOFMEMORY);
 
 template <class T>
 int text_length(const T* text) {

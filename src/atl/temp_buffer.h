@@ -1,6 +1,7 @@
 // A buffer that lies inline up to N elements' bytes and moves to a memory manager beyond.
 #pragma once
 
+#include <basalt/error_codes.h>
 #include <cstring>
 #include <type_traits>
 
@@ -37,7 +38,7 @@ public:
         void* const block =
             on_heap ? manager_->Reallocate(current_, size) : manager_->Allocate(size);
         if (!block) {
-            ATL::AtlThrowImpl(Halcyon::hr(0x8007000Eu));
+            ATL::AtlThrowImpl(Halcyon::hr(E_OUTOFMEMORY));
         }
         if (current_ == inline_) {
             std::memcpy(block, inline_, N);

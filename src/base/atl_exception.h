@@ -31,6 +31,12 @@ constexpr std::int32_t hr(std::uint32_t bits) noexcept {
     return static_cast<std::int32_t>(bits);
 }
 
+// Result codes of the base values and the wrappers that no platform header names: more bytes than
+// the buffer holds; a text that is no date; a platform function that failed and set no error.
+inline constexpr std::uint32_t kMoreData = 0x800700EA;
+inline constexpr std::uint32_t kInvalidTimeText = 0x8007076D;
+inline constexpr std::uint32_t kNoErrorSet = 0x80074005;
+
 // The calling thread's last error as a result code: a value above 0 becomes (value & 0xFFFF) |
 // 0x80070000, any other is returned as it stands. 0 stays 0, which is no failure: a caller for whom
 // that matters uses the form with a fallback, which is returned in place of 0.

@@ -1,5 +1,6 @@
 // Calendar-aware addition to a date.
 #include <array>
+#include <basalt/error_codes.h>
 #include <cstdint>
 #include <cstdlib>
 
@@ -59,7 +60,7 @@ CDateTimeSpan unit_of(char letter) {
     case 'w':
         return CDateTimeSpan::OneDay() * 7;
     default:
-        ATL::AtlThrowImpl(hr(0x80070057u));
+        ATL::AtlThrowImpl(hr(E_INVALIDARG));
     }
 }
 
@@ -67,7 +68,7 @@ CDateTimeSpan unit_of(char letter) {
 
 CDateTime DateAddA(const char* interval, int count, const CDateTime& date) {
     if (!interval) {
-        ATL::AtlThrowImpl(hr(0x80070057u));
+        ATL::AtlThrowImpl(hr(E_INVALIDARG));
     }
     if (*interval == 'm') {
         return DateAddMonth(count, date);
@@ -86,7 +87,7 @@ CDateTime DateAddA(const char* interval, int count, const CDateTime& date) {
 CDateTime DateAddW(const wchar_t* interval, int count, const CDateTime& date) {
     // There is no character to look at behind a null pointer: it is refused as by the narrow form.
     if (!interval) {
-        ATL::AtlThrowImpl(hr(0x80070057u));
+        ATL::AtlThrowImpl(hr(E_INVALIDARG));
     }
     const wchar_t letter = *interval;
     const bool narrow = letter >= 0 && letter < 0x80;

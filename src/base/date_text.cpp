@@ -1,4 +1,5 @@
 // The dateTime form of XML Schema, both ways.
+#include <basalt/error_codes.h>
 #include <chronoseal/base/date_text.h>
 
 #include <array>
@@ -14,7 +15,7 @@ namespace Halcyon {
 
 namespace {
 
-constexpr std::int32_t kBadDate = hr(0x8007076Du);
+constexpr std::int32_t kBadDate = hr(kInvalidTimeText);
 
 struct Zone {
     CDateTimeSpan offset;
@@ -94,7 +95,7 @@ CDateTime fromXsdDateTimeString(const char* text) {
     try {
         return parse(text);
     } catch (const std::bad_alloc&) {
-        ATL::AtlThrowImpl(hr(0x8009000Eu));
+        ATL::AtlThrowImpl(hr(NTE_NO_MEMORY));
     }
 }
 

@@ -1,4 +1,5 @@
 // Points in time: construction, calendar fields, zone conversion and arithmetic.
+#include <basalt/error_codes.h>
 #include <chronoseal/base/date_time.h>
 
 #include <utility>
@@ -114,7 +115,7 @@ CDateTime::CDateTime(const char* generalizedTime) {
     time.wDayOfWeek = static_cast<WORD>(tm.tm_wday);
     std::uint64_t ticks = 0;
     if (!convert(time, ticks)) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(E_FAIL));
     }
     put_ticks(ticks + static_cast<std::uint64_t>(microseconds) * 10);
 }
@@ -196,7 +197,7 @@ CDateTime& operator+=(CDateTime& date, const CDateTimeSpan& span) noexcept {
 
 CDateTime operator-(const CDateTime& date, const CDateTimeSpan& span) {
     if (span.ticks() > date.ticks()) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(E_FAIL));
     }
     return CDateTime::from_ticks(date.ticks() - span.ticks());
 }
@@ -207,7 +208,7 @@ CDateTime& operator-=(CDateTime& date, const CDateTimeSpan& span) {
 
 CDateTimeSpan operator-(const CDateTime& later, const CDateTime& earlier) {
     if (earlier > later) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(E_FAIL));
     }
     return CDateTimeSpan::from_ticks(later.ticks() - earlier.ticks());
 }

@@ -1,4 +1,5 @@
 // Lengths of time: constants, text forms and arithmetic on the tick count.
+#include <basalt/error_codes.h>
 #include <chronoseal/base/date_time_span.h>
 
 #include <array>
@@ -19,7 +20,7 @@ constexpr std::uint64_t kSecondsPerDay = 24 * 60 * 60;
 
 std::uint64_t difference(std::uint64_t a, std::uint64_t b) {
     if (b > a) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(E_FAIL));
     }
     return a - b;
 }

@@ -1,5 +1,6 @@
 // The text forms of CDateTime.
 #include <array>
+#include <basalt/error_codes.h>
 #include <cstdio>
 #include <cwchar>
 #include <string>
@@ -18,7 +19,7 @@ constexpr std::size_t kTextRoom = 256;
 std::string formatted(const std::tm& tm, const char* format) {
     std::array<char, kTextRoom> buffer{};
     if (std::strftime(buffer.data(), buffer.size(), format, &tm) == 0) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(E_FAIL));
     }
     return buffer.data();
 }
@@ -84,7 +85,7 @@ CWStringProxy CDateTime::towstring() const {
     const auto tm = broken_down_time(*this);
     std::array<wchar_t, kTextRoom> buffer{};
     if (std::wcsftime(buffer.data(), buffer.size(), L"%d.%m.%Y %H:%M:%S", &tm) == 0) {
-        ATL::AtlThrowImpl(hr(0x80004005u));
+        ATL::AtlThrowImpl(hr(E_FAIL));
     }
     std::wstring text(buffer.data());
     for (const char c : shortest_fraction(*this)) {

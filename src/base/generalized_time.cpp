@@ -16,7 +16,7 @@ int readIntField(const std::string& text, std::size_t offset, std::size_t length
     int value = 0;
     for (std::size_t i = offset; i < offset + length; ++i) {
         if (text[i] < '0' || text[i] > '9') {
-            ATL::AtlThrowImpl(hr(0x8007076Du));
+            ATL::AtlThrowImpl(hr(kInvalidTimeText));
         }
         value = value * 10 + (text[i] - '0');
     }

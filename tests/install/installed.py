@@ -79,14 +79,17 @@ class Installed(program.SystemTest):
         self.use(build)
 
     def test_every_header_stands_alone(self):
-        include = self.prefix / "include" / "chronoseal"
-        headers = sorted(include.rglob("*.h*"))
+        include = self.prefix / "include"
+        headers = sorted(path for folder in ("chronoseal", "basalt") for path in (include / folder).rglob("*.h*"))
         self.assertGreater(len(headers), 20)
-        all_of_them = "".join(f'#include "{h.relative_to(include)}"\n' for h in headers)
-        for text in [all_of_them] + [f'#include "{h.relative_to(include)}"\n' for h in headers]:
+        all_of_them = "".join(f"#include <{h.relative_to(include)}>\n" for h in headers)
+        for text in [all_of_them] + [f"#include <{h.relative_to(include)}>\n" for h in headers]:
             result = subprocess.run(["c++", "-std=c++20", "-fsyntax-only", f"-I{include}", "-x", "c++", "-"],
                                     input=text, text=True, capture_output=True)
             self.assertEqual(result.returncode, 0, text[:100] + result.stderr[:1000])
+
+    def test_no_run_path_leads_to_the_current_directory(self):
+        run(sys.executable, SOURCE / "tests" / "house" / "runpath.py", self.prefix)
 
     def test_installed_programs_run(self):
         out = run(self.prefix / "bin" / "chronoseal", "--version")

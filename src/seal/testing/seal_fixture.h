@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <basalt/network/loopback_server.h>
+#include <loopback/loopback_server.h>
 #include <chronoseal/chronoseal.hpp>
 #include <chronoseal/client/testing/authority.h>
 #include <chronoseal/client/testing/configuration.h>
