@@ -10,6 +10,7 @@
 #include "info_command.h"
 #include "policy_command.h"
 #include "stamp_command.h"
+#include "trust_command.h"
 #include "verify_command.h"
 #include "wrong_usage.h"
 
@@ -202,6 +203,38 @@ void add_policy(CLI::App& app, Chosen& chosen) {
         });
 }
 
+// A subcommand of `trust` that changes the store.
+void add_trust_change(CLI::App& trust, Chosen& chosen, const char* name, const char* help,
+                      ExitStatus (*run)(const cli::TrustChange&, const Output&)) {
+    CLI::App* command = trust.add_subcommand(name, help)->fallthrough();
+    auto change = std::make_shared<cli::TrustChange>();
+    if (run == cli::run_trust_add) {
+        cli::add_value(*command, "root", change->root, "the certificate", "FILE")->required();
+        cli::add_value(*command, "--sha256", change->sha256,
+                       "its SHA-256, as its owner tells it: what makes it trusted", "HEX")
+            ->required();
+    } else {
+        cli::add_value(*command, "sha256", change->sha256, "the certificate's SHA-256", "HEX")
+            ->required();
+    }
+    command->add_flag("--machine", change->machine, "in the machine's store, not the user's");
+    command->callback([&chosen, change, run, whole = std::string("trust ") + name] {
+        chosen = {whole, [change, run](const Output& output) { return run(*change, output); }};
+    });
+}
+
+void add_trust(CLI::App& app, Chosen& chosen) {
+    CLI::App* trust = app.add_subcommand("trust", "the trusted roots")->fallthrough();
+    trust->require_subcommand(1);
+    trust->add_subcommand("list", "those that count where none are named")
+        ->fallthrough()
+        ->callback([&chosen] {
+            chosen = {"trust list", cli::run_trust_list};
+        });
+    add_trust_change(*trust, chosen, "add", "trust a root", cli::run_trust_add);
+    add_trust_change(*trust, chosen, "remove", "trust it no longer", cli::run_trust_remove);
+}
+
 void add_help(CLI::App& app, std::string& topic) {
     CLI::App* help = app.add_subcommand("help", "help on a command")->fallthrough();
     help->add_option("command", topic, "which")->type_name("COMMAND");
@@ -271,6 +304,7 @@ int main(int argc, char** argv) {
     add_request(app, chosen);
     add_send(app, chosen);
     add_policy(app, chosen);
+    add_trust(app, chosen);
     add_doctor(app, chosen);
     add_authenticode(app, chosen);
     add_help(app, topic);

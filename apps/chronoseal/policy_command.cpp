@@ -11,6 +11,8 @@ using chronoseal::quote_foreign;
 using chronoseal::SettingState;
 using Json = nlohmann::ordered_json;
 
+constexpr std::uint32_t kPolicyUnreadable = 0x8007045A;
+
 const char* state_name(SettingState state) {
     constexpr const char* kNames[] = {"default", "set", "unreadable", "notAllowed", "unknown"};
     return kNames[static_cast<std::size_t>(state)];
@@ -74,16 +76,23 @@ ExitStatus run_policy_show(const Output& output) {
                                   {"unknown", std::move(unknown)},
                                   {"problems", policy.problems},
                                   {"usable", policy.usable}});
-    for (const std::string& problem : policy.problems) {
-        output.note(problem);
+    if (!policy.problems.empty()) {
+        std::string problems;
+        for (const std::string& problem : policy.problems) {
+            problems += (problems.empty() ? "" : "; ") + problem;
+        }
+        output.failure({chronoseal::Category::unreachable, "policy_unreadable", kPolicyUnreadable,
+                        "can't read the configuration: " + problems,
+                        "correct the file; until then no request can be made"});
+        return ExitStatus::unreachable;
     }
-    if (policy.usable) {
-        return ExitStatus::good;
+    if (!policy.usable) {
+        output.failure({chronoseal::Category::refused, "policy_unusable", 0,
+                        "no request can be made under this configuration",
+                        "correct what is marked above"});
+        return ExitStatus::refused;
     }
-    output.failure({chronoseal::Category::refused, "policy_unusable", 0,
-                    "no request can be made under this configuration",
-                    "correct what is marked above"});
-    return ExitStatus::refused;
+    return ExitStatus::good;
 }
 
 ExitStatus run_doctor(const DoctorOptions& options, const Output& output) {

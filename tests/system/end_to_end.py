@@ -246,7 +246,7 @@ class PolicyShow(program.SystemTest):
         status, shown = self.workspace.run_json("policy", "show")
         self.assertEqual(status, GOOD)
         keys = {row["key"]: row for row in shown["keys"]}
-        prefix = "cades\\tsppolicy\\"
+        prefix = "config.cades.tsppolicy."
         self.assertIs(keys[prefix + "RequireNonce"]["value"], True)
         self.assertTrue(keys[prefix + "RequireNonce"]["origin"].endswith("config.toml"))
         self.assertEqual(keys[prefix + "AllowedTSPs"]["value"], ["http://a/", "http://b/"])
