@@ -20,7 +20,13 @@ using Json = nlohmann::ordered_json;
 
 ExitStatus show_request(const InfoOptions& options, const Inspection& found, const Output& output) {
     const chronoseal::Expected expected = chronoseal::Expected::of_request(found.der);
-    const chronoseal::Digest& digest = expected.digest.value();
+    if (!expected.digest) {
+        throw chronoseal::Error(
+            chronoseal::Category::unreachable, "hash_unknown", 0,
+            "the request's hash algorithm isn't known here, or its digest has another length",
+            "look at it with another tool");
+    }
+    const chronoseal::Digest& digest = *expected.digest;
     output.text(fmt::format("{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n", "kind",
                             "request", "hash", digest.algorithm().name(), "digest",
                             to_hex(digest.value()), "nonce",
@@ -65,7 +71,7 @@ ExitStatus run_info(const InfoOptions& options, const Output& output) {
     if (found.kind == Kind::request) {
         return show_request(options, found, output);
     }
-    if (!found.stamps.empty()) {
+    if (found.kind != Kind::token && !found.stamps.empty()) {
         return show_embedded(options, found, output);
     }
     // Throws and says what the bytes are, if they are no stamp.

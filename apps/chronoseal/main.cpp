@@ -4,6 +4,8 @@
 #include <functional>
 #include <iostream>
 
+#include <fcntl.h>
+
 #include <CLI/CLI.hpp>
 
 #include "authenticode_command.h"
@@ -249,7 +251,7 @@ int run(const Chosen& chosen, cli::Format format, cli::Detail detail) {
     };
     try {
         const ExitStatus status = chosen.run(output);
-        if (std::fflush(stdout) != 0) {
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
             throw chronoseal::Error(chronoseal::Category::unreachable, "output_unwritable", 0,
                                     "can't write to standard output", "check where it leads");
         }
@@ -276,14 +278,64 @@ cli::Format format_asked(int argc, const char* const* argv) {
 }
 
 int show_help(const CLI::App& app, const std::string& topic) {
-    const CLI::App* command = topic.empty() ? &app : app.get_subcommand(topic);
-    std::cout << command->help();
+    const auto commands =
+        app.get_subcommands([&](const CLI::App* one) { return one->get_name() == topic; });
+    if (!topic.empty() && commands.empty()) {
+        throw cli::usage_error("\"" + chronoseal::quote_foreign(topic, 80) + "\" is no command",
+                               "see chronoseal --help");
+    }
+    std::cout << (topic.empty() ? &app : commands.front())->help();
     return 0;
+}
+
+// "--name=" with an unset variable behind it would take the next word for its value.
+void refuse_empty_values(int argc, const char* const* argv) {
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
+        const std::string_view word(argv[i]);
+        if (word.starts_with("--") && word.find('=') == word.size() - 1) {
+            throw cli::usage_error(chronoseal::quote_foreign(word) + " has an empty value",
+                                   "give it one, or leave it out");
+        }
+    }
+}
+
+// The words of the call. One in brackets is a file's name, which the reader of options would take
+// for a list.
+std::vector<std::string> words_of(int argc, const char* const* argv) {
+    std::vector<std::string> words(argv, argv + argc);
+    for (std::string& word : words) {
+        word = (word.starts_with("[") ? "./" : "") + word;
+    }
+    return words;
+}
+
+int tell_wrong_usage(const chronoseal::Error& error, int argc, const char* const* argv) {
+    const Output output("", format_asked(argc, argv), cli::Detail::usual);
+    output.failure(error);
+    output.object(false, {{"error", cli::error_json(error)}});
+    return static_cast<int>(ExitStatus::usage);
+}
+
+// A standard stream that is closed would lend its number to the next file that is opened, and text
+// meant for it would end there.
+void open_missing_streams() {
+    for (int stream = 0; stream <= 2; ++stream) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            ::open("/dev/null", O_RDWR);
+        }
+    }
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    open_missing_streams();
+    const std::vector<std::string> words = words_of(argc, argv);
+    std::vector<const char*> pointers;
+    for (const std::string& word : words) {
+        pointers.push_back(word.c_str());
+    }
+    argv = const_cast<char**>(pointers.data());
     CLI::App app("Time-stamps after RFC 3161: get them, judge them, look at them.", "chronoseal");
     bool json = false, json_lines = false, quiet = false, verbose = false;
     std::string topic;
@@ -309,6 +361,7 @@ int main(int argc, char** argv) {
     add_authenticode(app, chosen);
     add_help(app, topic);
     try {
+        refuse_empty_values(argc, argv);
         app.parse(argc, argv);
         if (app.got_subcommand("help")) {
             return show_help(app, topic);
@@ -316,11 +369,9 @@ int main(int argc, char** argv) {
     } catch (const CLI::Success& asked) {
         return app.exit(asked);
     } catch (const CLI::ParseError& error) {
-        const Output output("", format_asked(argc, argv), cli::Detail::usual);
-        const chronoseal::Error told = cli::wrong_usage(error, app, argc, argv);
-        output.failure(told);
-        output.object(false, {{"error", cli::error_json(told)}});
-        return static_cast<int>(ExitStatus::usage);
+        return tell_wrong_usage(cli::wrong_usage(error, app, argc, argv), argc, argv);
+    } catch (const chronoseal::Error& error) {
+        return tell_wrong_usage(error, argc, argv);
     }
     const cli::Format format = json         ? cli::Format::json
                                : json_lines ? cli::Format::json_lines

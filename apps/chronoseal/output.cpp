@@ -12,9 +12,10 @@ namespace cli {
 
 namespace {
 
-// Bytes that are no UTF-8, which a file's name may hold, are replaced and don't end the program.
+// Bytes that are no UTF-8, which a file's name may hold, are replaced and don't end the program;
+// all that isn't ASCII is escaped, since a terminal obeys some of it.
 std::string dump(const nlohmann::ordered_json& value, int indent) {
-    return value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    return value.dump(indent, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
 void write(std::FILE* stream, const std::string& text) {

@@ -3,6 +3,7 @@
 #include "output_file.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <optional>
 
@@ -61,15 +62,17 @@ std::optional<struct stat> look_at(const std::string& path) {
     return ::stat(path.c_str(), &info) == 0 ? std::optional(info) : std::nullopt;
 }
 
-// umask can only be read by setting it, which other threads would see: once, at the start.
-mode_t creation_mode() {
-    static const mode_t mode = [] {
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        return static_cast<mode_t>(0666) & ~mask;
-    }();
-    return mode;
+std::optional<struct stat> look_at_input() {
+    struct stat info {};
+    return ::fstat(STDIN_FILENO, &info) == 0 ? std::optional(info) : std::nullopt;
 }
+
+// umask can only be read by setting it, which other threads would see: before there are any.
+const mode_t kCreationMode = [] {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return static_cast<mode_t>(0666) & ~mask;
+}();
 
 void write_all(int fd, chronoseal::ByteView content, const std::string& path) {
     while (!content.empty()) {
@@ -128,14 +131,18 @@ void write_named(const std::string& path, chronoseal::ByteView content, mode_t m
     }
     try {
         fill(file.get(), content, mode, path);
-        const bool done = existing == Existing::replace
-                              ? ::rename(temporary.c_str(), path.c_str()) == 0
-                              : ::link(temporary.c_str(), path.c_str()) == 0;
-        if (!done) {
-            fail(path, errno);
+        const unsigned flags = existing == Existing::refuse ? RENAME_NOREPLACE : 0U;
+        int number = 0;
+        if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), flags) != 0) {
+            number = errno;
         }
-        if (existing == Existing::refuse) {
+        if ((number == EINVAL || number == ENOSYS) && existing == Existing::refuse) {
+            // Not by this file system: by a second name, which no file system overwrites.
+            number = ::link(temporary.c_str(), path.c_str()) == 0 ? 0 : errno;
             ::unlink(temporary.c_str());
+        }
+        if (number != 0) {
+            fail(path, number);
         }
     } catch (...) {
         ::unlink(temporary.c_str());
@@ -156,7 +163,7 @@ void OutputFile::check(const std::vector<std::string>& inputs) const {
     }
     if (const auto target = look_at(path_)) {
         for (const std::string& input : inputs) {
-            const auto other = input == "-" ? std::nullopt : look_at(input);
+            const auto other = input == "-" ? look_at_input() : look_at(input);
             if (other && other->st_dev == target->st_dev && other->st_ino == target->st_ino) {
                 refuse("output_is_input", path_,
                        "it is the same file as the input " + chronoseal::quote_foreign(input),
@@ -167,9 +174,9 @@ void OutputFile::check(const std::vector<std::string>& inputs) const {
             refuse("output_not_a_file", path_, "it is a folder, a pipe or a device",
                    "name a file, or - for standard output");
         }
-        if (existing_ == Existing::refuse) {
-            fail(path_, EEXIST);
-        }
+    }
+    if (existing_ == Existing::refuse && exists()) { // a link that leads nowhere among them
+        fail(path_, EEXIST);
     }
     const std::string folder = folder_of(path_);
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
@@ -184,7 +191,7 @@ void OutputFile::write(chronoseal::ByteView content) const {
     }
     const std::string folder = folder_of(path_);
     const auto old = look_at(path_);
-    const mode_t mode = old ? old->st_mode & 07777 : creation_mode();
+    const mode_t mode = old ? old->st_mode & 07777 : kCreationMode;
     const Descriptor file(::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
     if (file.get() < 0) {
         if (errno != EOPNOTSUPP && errno != EISDIR && errno != ENOENT) {

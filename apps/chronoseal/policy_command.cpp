@@ -97,7 +97,11 @@ ExitStatus run_policy_show(const Output& output) {
 
 ExitStatus run_doctor(const DoctorOptions& options, const Output& output) {
     chronoseal::SealerOptions sealer;
-    apply(options.authority, sealer);
+    try {
+        apply(options.authority, sealer);
+    } catch (const chronoseal::Error&) {
+        sealer.authorities.clear(); // a configuration that can't be read is among the findings
+    }
     apply(options.request, sealer);
     sealer.trust = trust_of(options.trust);
     ExitStatus status = ExitStatus::good;

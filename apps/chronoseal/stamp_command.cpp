@@ -68,6 +68,21 @@ void check_usage(const StampOptions& options, const Output& output) {
          std::count(options.files.begin(), options.files.end(), "-") != 0)) {
         throw usage_error("standard input goes alone", "stamp - by a call of its own");
     }
+    const std::string stamp_place =
+        output_path(options, options.files.empty() ? "-" : options.files.front());
+    const std::string* places[] = {&stamp_place, &options.token_out, &options.certs_out,
+                                   &options.crls_out};
+    for (const std::string* place : {&options.token_out, &options.certs_out, &options.crls_out}) {
+        if (*place == "-") {
+            throw usage_error("--token-out, --certs-out and --crls-out want files",
+                              "name one; the stamp itself may go to standard output");
+        }
+        if (!place->empty() &&
+            std::count_if(std::begin(places), std::end(places),
+                          [&](const std::string* other) { return *other == *place; }) > 1) {
+            throw usage_error("two results can't go to one file", "name another");
+        }
+    }
     if (!options.digest.empty() && options.out.empty()) {
         throw usage_error("--digest needs --out", "name where the stamp is to be written");
     }
@@ -173,8 +188,9 @@ class StampRun {
 public:
     StampRun(const StampOptions& options, const Output& output)
         : options_(options), output_(output), sealer_(make_sealer(options)), side_(options),
+          inputs_(inputs_of(options)),
           progress_(options.files.size(), !output.quiet() && options.files.size() > 1) {
-        side_.check(options.files);
+        side_.check(inputs_);
     }
 
     ExitStatus run() {
@@ -188,6 +204,21 @@ public:
     }
 
 private:
+    // Everything that is read: no result is written over any of it.
+    static std::vector<std::string> inputs_of(const StampOptions& options) {
+        std::vector<std::string> inputs;
+        for (const auto* list : {&options.trust.roots, &options.trust.certs, &options.trust.crls}) {
+            inputs.insert(inputs.end(), list->begin(), list->end());
+        }
+        // Of many files only those named like results can be hit by one.
+        for (const std::string& file : options.files) {
+            if (options.files.size() == 1 || is_stamp_name(file)) {
+                inputs.push_back(file);
+            }
+        }
+        return inputs;
+    }
+
     static chronoseal::SealerOptions make_sealer(const StampOptions& options) {
         chronoseal::SealerOptions result =
             sealer_options(options.authority, options.trust, options.no_verify);
@@ -205,7 +236,9 @@ private:
             const chronoseal::Digest digest =
                 file.empty() ? chronoseal::Digest::from_hex(sealer_.hash(), options_.digest)
                              : digest_of(file, sealer_.hash(), !output_.quiet(), stop);
-            take(shown, file, sealer_.seal_quorum(digest, stop));
+            take(shown, file,
+                 options_.authority.quorum > 1 ? sealer_.seal_quorum(digest, stop)
+                                               : std::vector{sealer_.seal_digest(digest, stop)});
         } catch (const Error& error) {
             fail(shown, error);
         }
@@ -242,14 +275,18 @@ private:
         sealer_.seal_all(give, done, options_.jobs, stop);
     }
 
+    std::vector<std::string> inputs_of(const std::string& file) const {
+        std::vector<std::string> inputs = inputs_;
+        inputs.push_back(file.empty() ? "-" : file);
+        return inputs;
+    }
+
     // Whether there is nothing to be done for this file; throws if its stamp can't be written.
     bool leave_out(const std::string& file) {
         if (options_.files.size() > 1 && is_stamp_name(file) && !options_.force) {
             skip(file, "it is a stamp itself", "stamp_file");
             return true;
         }
-        const std::vector<std::string> inputs =
-            file.empty() ? std::vector<std::string>() : std::vector{file};
         for (std::size_t i = 0; i < options_.authority.quorum; ++i) {
             const OutputFile out(numbered(output_path(options_, file), i),
                                  existing_of(options_.force));
@@ -257,7 +294,7 @@ private:
                 skip(file, out.path() + " is there already", "output_exists");
                 return true;
             }
-            out.check(inputs);
+            out.check(out.exists() ? inputs_of(file) : std::vector<std::string>());
         }
         return false;
     }
@@ -361,6 +398,7 @@ private:
     const Output& output_;
     Sealer sealer_;
     SideFiles side_;
+    std::vector<std::string> inputs_;
     CountProgress progress_;
     Counts counts_;
     ExitStatus status_ = ExitStatus::good;

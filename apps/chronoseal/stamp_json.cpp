@@ -1,5 +1,5 @@
-// Stamps and verdicts as JSON. Foreign text stands in it as it came: JSON escapes what a terminal
-// would obey.
+// Stamps and verdicts as JSON. Foreign text stands in it as it came; the output
+// escapes what a terminal would obey.
 #include "stamp_json.h"
 
 namespace cli {

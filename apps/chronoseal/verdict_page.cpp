@@ -32,10 +32,10 @@ pre{font:12px/1.5 'DejaVu Sans Mono',monospace;background:#f5f5f5;padding:.7em;w
 @media print{body{margin:0;max-width:none}h2{break-after:avoid}tr,li{break-inside:avoid}}
 )";
 
-// Foreign text, first made safe for people's eyes and then for a browser.
-std::string escaped(std::string_view foreign) {
+// Text that is safe for people's eyes already, made safe for a browser.
+std::string html_of(std::string_view quoted) {
     std::string text;
-    for (const char c : chronoseal::quote_foreign(foreign)) {
+    for (const char c : quoted) {
         switch (c) {
         case '&':
             text += "&amp;";
@@ -59,6 +59,10 @@ std::string escaped(std::string_view foreign) {
     return text;
 }
 
+std::string escaped(std::string_view foreign) {
+    return html_of(chronoseal::quote_foreign(foreign));
+}
+
 std::string row(std::string_view name, const std::string& html) {
     return fmt::format("<tr><th>{}</th><td>{}</td></tr>\n", name, html);
 }
@@ -79,7 +83,7 @@ std::string headline(const chronoseal::Verdict& verdict) {
     const char* word = good ? "Good" : verdict.indeterminate() ? "Can't be told yet" : "Not good";
     return fmt::format("<p class=\"verdict {}\"><strong>{}.</strong> {}</p>\n", style, word,
                        good ? "Every check that was required has passed."
-                            : escaped(deciding.text + ". " + deciding.advice));
+                            : html_of(deciding.text + ". " + deciding.advice));
 }
 
 std::string stamped_part(const std::string& file, const std::string& subject,
@@ -116,10 +120,10 @@ std::string checks_part(const chronoseal::Verdict& verdict) {
                                        : failed ? "failed"
                                                 : "not done");
         if (!finding.text.empty()) {
-            html += ": " + escaped(finding.text);
+            html += ": " + html_of(finding.text);
         }
         for (const chronoseal::Remark& remark : finding.remarks) {
-            html += "<br><span class=\"small\">Remark: " + escaped(remark.text) + "</span>";
+            html += "<br><span class=\"small\">Remark: " + html_of(remark.text) + "</span>";
         }
         rows += row(chronoseal::check_name(finding.check), html);
     }
@@ -138,7 +142,7 @@ std::string evidence_line(const chronoseal::Evidence& evidence) {
                             escaped(evidence.reason));
     }
     if (!evidence.url.empty()) {
-        html += "<br>" + escaped(chronoseal::quote_address(evidence.url));
+        html += "<br>" + html_of(chronoseal::quote_address(evidence.url));
     }
     return html;
 }

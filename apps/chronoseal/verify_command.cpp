@@ -3,6 +3,7 @@
 // for.
 #include "verify_command.h"
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <optional>
@@ -92,7 +93,8 @@ public:
         try {
             const Bytes bytes = read_file(file);
             const chronoseal::Inspection found = chronoseal::inspect(bytes);
-            if (!found.stamps.empty()) {
+            // A token may carry stamps of its own; what is to be judged then is the token.
+            if (found.kind != chronoseal::Kind::token && !found.stamps.empty()) {
                 judge_embedded(file, found, outcome);
             } else {
                 const Stamp stamp = found.stamp ? *found.stamp : Stamp::read(bytes);
@@ -100,6 +102,11 @@ public:
             }
         } catch (const Error& error) {
             fail(file, error, outcome);
+        } catch (const std::exception& exception) { // no memory: this runs in threads, too
+            fail(file,
+                 {chronoseal::Category::unreachable, "system_failed", 0,
+                  quote_foreign(exception.what()), "try again"},
+                 outcome);
         }
         outcome.json["ok"] = outcome.status == ExitStatus::good;
         return outcome;
@@ -115,6 +122,9 @@ private:
                        const std::stop_token& stop) const {
         Subject subject;
         subject.expected.without_data = options_.no_data;
+        if (!stamp.has_token()) { // a refusal, which is told whatever there is to compare
+            return subject;
+        }
         if (request_) {
             subject.expected = *request_;
             subject.name = options_.request;
@@ -130,7 +140,7 @@ private:
                     "to judge signature and chain alone");
             }
         }
-        if (!stamp.has_token() || (data.empty() && options_.digest.empty())) {
+        if (data.empty() && options_.digest.empty()) {
             return subject;
         }
         const auto algorithm =
@@ -172,6 +182,13 @@ private:
 
     void judge_embedded(const std::string& file, const chronoseal::Inspection& found,
                         Outcome& outcome) const {
+        if (!options_.data.empty() || !options_.digest.empty() || request_ ||
+            !options_.report.empty()) {
+            throw usage_error(quote_foreign(file) +
+                                  " is a signed message: its stamps are compared with the "
+                                  "signatures in it, and with nothing else",
+                              "leave out --data, --digest, --request and --report");
+        }
         outcome.json["kind"] = chronoseal::kind_name(found.kind);
         outcome.json["stamps"] = Json::array();
         for (const chronoseal::Embedded& one : found.stamps) {
@@ -194,6 +211,9 @@ private:
             }
             part.json["ok"] = part.status == ExitStatus::good;
             outcome.text += part.text;
+            if (outcome.error && part.error) { // the line of a failure holds one alone
+                outcome.text += part.error->text() + "\n";
+            }
             outcome.status = worse(outcome.status, part.status);
             outcome.error = outcome.error ? outcome.error : part.error;
             outcome.json["stamps"].push_back(std::move(part.json));
@@ -337,6 +357,19 @@ private:
     Json results_ = Json::array();
 };
 
+void check_report(const VerifyOptions& options) {
+    if (options.report == "-") {
+        throw usage_error("--report needs a file", "name one");
+    }
+    std::vector<std::string> inputs = options.stamps;
+    inputs.insert(inputs.end(),
+                  {file_beside(options.stamps.front()), options.data, options.request});
+    for (const auto* list : {&options.trust.roots, &options.trust.certs, &options.trust.crls}) {
+        inputs.insert(inputs.end(), list->begin(), list->end());
+    }
+    OutputFile(options.report, options.force ? Existing::replace : Existing::refuse).check(inputs);
+}
+
 void check_usage(const VerifyOptions& options) {
     const bool one_subject =
         !options.data.empty() || !options.digest.empty() || !options.request.empty();
@@ -344,12 +377,16 @@ void check_usage(const VerifyOptions& options) {
         throw usage_error("--data, --digest, --request and --report go with one stamp only",
                           "leave them out: each FILE.tsr is compared with the FILE beside it");
     }
+    if (std::count(options.stamps.begin(), options.stamps.end(), "-") + (options.data == "-") +
+            (options.request == "-") >
+        1) {
+        throw usage_error("standard input can be read once only", "give the others as files");
+    }
     if (!options.digest.empty()) {
         chronoseal::from_hex(options.digest);
     }
     if (!options.report.empty()) {
-        OutputFile(options.report, options.force ? Existing::replace : Existing::refuse)
-            .check(options.stamps);
+        check_report(options);
     }
 }
 

@@ -414,7 +414,7 @@ struct CHRONOSEAL_API Verdict {
 };
 
 // What a stamp is compared with.
-struct Expected {
+struct CHRONOSEAL_API Expected {
     std::optional<Digest> digest;
     // A verdict without a digest is good only if this says that it may be.
     bool without_data = false;

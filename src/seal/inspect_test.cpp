@@ -38,9 +38,9 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
     const std::string request =
         sequence(integer("\x01") + sequence(algorithm() + element(4, tsp::sha256("x"))));
     tsp::Signing other;
-    other.content_type = "1.2.840.113549.1.7.1";
+    other.contentType = "1.2.840.113549.1.7.1";
     tsp::Signing code;
-    code.content_type = "1.3.6.1.4.1.311.2.1.4";
+    code.contentType = "1.3.6.1.4.1.311.2.1.4";
     struct Row {
         const char* name;
         std::string bytes;
@@ -121,7 +121,7 @@ TEST(Inspect, CutAndChangedBytesNeverThrow) {
 // A message with a signature, stamped in an attribute that no signature covers.
 std::string stamped_message(const tsp::Authority& authority, const std::string& attribute) {
     tsp::Signing plain;
-    plain.content_type = "1.2.840.113549.1.7.1";
+    plain.contentType = "1.2.840.113549.1.7.1";
     const std::string signed_text = authority.token("text", plain);
     const auto* place = reinterpret_cast<const unsigned char*>(signed_text.data());
     const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(

@@ -128,7 +128,7 @@ TEST_F(MachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
 // A PKCS#7 message over the content, as such a server answers.
 std::string authenticode_answer(const tsp::Authority& authority, const std::string& content) {
     tsp::Signing plain;
-    plain.content_type = "1.2.840.113549.1.7.1";
+    plain.contentType = "1.2.840.113549.1.7.1";
     plain.flags = 0;
     const std::string der = authority.token(content, plain);
     std::string text(der.size() * 2 + 4, '\0');

@@ -34,7 +34,7 @@ LiveAuthority::Answer spoiled(std::function<void(TstInfo&)> spoil) {
         const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
         std::string text = utc_text(Time(now));
         std::erase_if(text, [](char c) { return c == '-' || c == ':' || c == 'T'; });
-        info.gen_time = text;
+        info.genTime = text;
         spoil(info);
         return http_reply(200, tsp::response(0, authority.token(info.encode())));
     };
@@ -120,7 +120,7 @@ TEST_F(SealerTest, NothingIsReturnedBeforeEveryCheckHasPassed) {
 }
 
 TEST_F(SealerTest, AClockThatDiffersIsARemarkAndWithoutNonceARefusal) {
-    const LiveAuthority authority(spoiled([](TstInfo& i) { i.gen_time = "20240601120000Z"; }));
+    const LiveAuthority authority(spoiled([](TstInfo& i) { i.genTime = "20240601120000Z"; }));
     SealerOptions wanted = options(authority);
     const Stamp stamp = Sealer(wanted).seal(bytes_of("data"));
     ASSERT_EQ(stamp.remarks().size(), 1U);

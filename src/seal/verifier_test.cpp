@@ -65,11 +65,11 @@ TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
     TstInfo critical;
     critical.extensions = tsp::extension("1.2.3.4.5", true);
     TstInfo future;
-    future.gen_time = "20480101000000Z";
+    future.genTime = "20480101000000Z";
     TstInfo late;
-    late.gen_time = "20191231235959Z"; // the signer's certificate begins a second later
+    late.genTime = "20191231235959Z"; // the signer's certificate begins a second later
     Signing other_type;
-    other_type.content_type = "1.2.840.113549.1.7.1";
+    other_type.contentType = "1.2.840.113549.1.7.1";
     Signing nameless;
     nameless.flags = 0;
     Signing alone;
@@ -116,7 +116,7 @@ TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
          Check::policy, "policy_differs"},
         {"from the future", [&] { return verify(stamp_of(future)); }, Check::time,
          "time_in_future"},
-        {"another content", [&] { return verify(stamp_of({}, other_type)); }, Check::content_type,
+        {"another content", [&] { return verify(stamp_of({}, other_type)); }, Check::contentType,
          "content_type_wrong"},
         {"no signing certificate", [&] { return verify(stamp_of({}, nameless)); }, Check::signer,
          "signer_not_named"},

@@ -42,7 +42,7 @@ class Files(WithAuthority):
                       ("verify", stamp, "--request", ""), ("verify", stamp, "--roots", ""),
                       ("verify", ""), ("info", ""), ("stamp", ""), ("stamp", data, "--out", ""),
                       ("stamp", data, "--url", ""), ("stamp", data, "--hash", ""),
-                      ("stamp", data, "--policy", ""), ("verify", stamp, "--revocation", "")):
+                      ("stamp", data, "--policy", ""), ("verify", "--roots=", stamp), ("stamp", "--roots=", data, data), ("verify", stamp, "--revocation", "")):
             with self.subTest(words):
                 self.expect(self.workspace.run(*words), USAGE)
 
@@ -98,6 +98,30 @@ class Files(WithAuthority):
         self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["a", "a.tsr", "b", "b.tsr"])
         self.expect(self.workspace.run("stamp", self.folder / "a.tsr", *self.trust), GOOD)
         self.assertTrue((self.folder / "a.tsr.tsr").exists())
+
+    def test_no_result_is_written_over_what_is_read_or_over_another_result(self):
+        data = self.file("a")
+        self.expect(self.workspace.run("stamp", data, *self.trust), GOOD)
+        stamp = self.folder / "a.tsr"
+        root = self.folder / "own-root.pem"
+        root.write_bytes(self.authority.root.read_bytes())
+        kept = {path: path.read_bytes() for path in (data, stamp, root)}
+        verify = ("verify", stamp, "--roots", root, "--force", "--report")
+        for words, status in ((verify + (data,), UNREACHABLE), (verify + (root,), UNREACHABLE), (verify + ("-",), USAGE),
+                              (("stamp", data, stamp, *self.trust, "--force"), UNREACHABLE),
+                              (("stamp", data, *self.trust, "--force", "--certs-out", self.authority.root), UNREACHABLE),
+                              (("stamp", data, *self.trust, "--force", "--token-out", stamp), USAGE),
+                              (("stamp", data, *self.trust, "--force", "--token-out", "-"), USAGE)):
+            with self.subTest(words):
+                self.expect(self.workspace.run(*words), status)
+                self.assertEqual({path: path.read_bytes() for path in kept}, kept)
+
+    def test_a_name_in_brackets_is_one_file(self):
+        self.file("a", b"not this one")
+        odd = self.file("[a]", b"this one")
+        self.expect(self.workspace.run("stamp", odd, *self.trust), GOOD)
+        self.assertTrue((self.folder / "[a].tsr").exists())
+        self.assertFalse((self.folder / "a.tsr").exists())
 
     def test_what_can_be_checked_is_checked_before_the_authority_is_asked(self):
         data = self.file("a")
@@ -335,6 +359,26 @@ class Screen(program.SystemTest):
             self.assertNotIn(raw, page.read_bytes())
 
 
+class CarriedStamps(program.SystemTest):
+    def test_a_stamp_carried_by_a_forged_token_makes_it_no_better(self):
+        from asn1crypto import cms
+        folder = self.workspace.path
+        root = forge.issue(folder, "honest root", ca=True)
+        honest = forge.issue(folder, "honest tsa", root)
+        evil = forge.issue(folder, "evil", forge.issue(folder, "evil root", ca=True))
+        data = self.workspace.write("data", b"data")
+        forged = cms.ContentInfo.load(
+            forge.make_token(evil, forge.tst_info(hashlib.sha256(b"data").digest())))
+        info = forged["content"]["signer_infos"][0]
+        carried = forge.make_token(
+            honest, forge.tst_info(hashlib.sha256(info["signature"].native).digest()))
+        info["unsigned_attrs"] = [cms.CMSAttribute(
+            {"type": "1.2.840.113549.1.9.16.2.14", "values": [cms.ContentInfo.load(carried)]})]
+        stamp = self.workspace.write("forged.tst", forged.dump(force=True))
+        result = self.workspace.run("verify", stamp, "--data", data, "--roots", root.write_pem(folder / "honest.pem"))
+        self.expect(result, REFUSED, "0x800B01")
+
+
 class WordsOfACall(program.SystemTest):
     def test_usage_errors_are_one_line_that_names_the_word(self):
         for words, fragments in ((("frobnicate",), ("frobnicate",)), (("verfy", "x"), ("verfy", "verify")),
@@ -355,7 +399,7 @@ class WordsOfACall(program.SystemTest):
             self.assertIn(b"Exit status", result.stdout)
 
     def test_wrong_stream_for_two_things(self):
-        for words in (("stamp", "-", "-"), ("stamp", "-", "a"), ("stamp", "a", "b", "--out", "c")):
+        for words in (("verify", "-", "--data", "-"), ("verify", "-", "-"), ("help", "nonsense"),("stamp", "-", "-"), ("stamp", "-", "a"), ("stamp", "a", "b", "--out", "c")):
             self.expect(self.workspace.run(*words, "--url", "http://127.0.0.1:9/"), USAGE)
 
 

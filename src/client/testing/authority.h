@@ -67,7 +67,7 @@ struct TstInfo {
         return sequence(
             integer("\x01") + oid(policy) +
             sequence(sequence(oid(hash_oid) + element(0x05, "")) + element(0x04, digest)) +
-            integer(serial) + element(0x18, gen_time) + accuracy +
+            integer(serial) + element(0x18, genTime) + accuracy +
             (ordering ? element(0x01, "\xFF") : "") + (nonce.empty() ? "" : integer(nonce)) +
             (tsa.empty() ? "" : element(0xA0, tsa)) +
             (extensions.empty() ? "" : element(0xA1, extensions)));
@@ -77,7 +77,7 @@ struct TstInfo {
     std::string hash_oid = kSha256Oid;
     std::string policy = "1.2.3.4";
     std::string serial = "\x12\x34";
-    std::string gen_time = "20240601120000Z";
+    std::string genTime = "20240601120000Z";
     std::string accuracy;   // the whole SEQUENCE
     bool ordering = false;  //
     std::string nonce;      // contents of the INTEGER
@@ -113,7 +113,7 @@ struct Parts {
                      sequence(oid("1.2.840.10045.4.3.2")) + element(0x04, "signature") +
                      (unsigned_attributes.empty() ? "" : element(0xA1, unsigned_attributes)));
         const auto data = sequence(integer("\x03") + element(0x31, algorithm) +
-                                   sequence(content_type + element(0xA0, element(0x04, info))) +
+                                   sequence(contentType + element(0xA0, element(0x04, info))) +
                                    (certificates.empty() ? "" : element(0xA0, certificates)) +
                                    (lists.empty() ? "" : element(0xA1, lists)) +
                                    element(0x31, repeated(signers, signer)));
@@ -127,11 +127,11 @@ struct Parts {
     std::string unsigned_attributes = {};
     std::size_t signers = 1;
     std::string type = oid("1.2.840.113549.1.7.2");
-    std::string content_type = oid(kTstInfoOid);
+    std::string contentType = oid(kTstInfoOid);
 };
 
 struct Signing {
-    std::string content_type = kTstInfoOid;
+    std::string contentType = kTstInfoOid;
     const EVP_MD* digest = EVP_sha256(); // SHA-1 gives a SigningCertificate, any other a V2
     unsigned int flags = CMS_CADES;      // of CMS_add1_signer
     bool with_certificates = true;
@@ -167,7 +167,7 @@ public:
             CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | CMS_BINARY),
             &CMS_ContentInfo_free);
         const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> type(
-            OBJ_txt2obj(options.content_type.c_str(), 1), &ASN1_OBJECT_free);
+            OBJ_txt2obj(options.contentType.c_str(), 1), &ASN1_OBJECT_free);
         CMS_set1_eContentType(message.get(), type.get());
         const unsigned int flags = options.flags | CMS_NOSMIMECAP | CMS_BINARY |
                                    (options.with_certificates ? 0u : unsigned{CMS_NOCERTS});
