@@ -22,3 +22,5 @@ install(FILES ${PROJECT_BINARY_DIR}/package/chronoseal.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 install(FILES docs/man/chronoseal.1 docs/man/chronoseal-tsa.1
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES docs/man/basalt-config.5
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
