@@ -116,7 +116,16 @@ private:
     struct Subject {
         Expected expected;
         std::string name; // a file, or a digest
+        bool unknown_hash = false;
     };
+
+    static std::optional<chronoseal::HashAlgorithm> known_hash(const Stamp& stamp) {
+        try {
+            return chronoseal::HashAlgorithm::by_name(stamp.info().token->imprint_algorithm.oid);
+        } catch (const Error&) {
+            return std::nullopt;
+        }
+    }
 
     Subject subject_of(const std::string& file, const Stamp& stamp,
                        const std::stop_token& stop) const {
@@ -143,10 +152,15 @@ private:
         if (data.empty() && options_.digest.empty()) {
             return subject;
         }
-        const auto algorithm =
-            chronoseal::HashAlgorithm::by_name(stamp.info().token->imprint_algorithm.oid);
-        subject.expected.digest = data.empty() ? digest_given(algorithm)
-                                               : digest_of(data, algorithm, shows_progress(), stop);
+        // With a hash that isn't known here the imprint stays a check that wasn't done, and
+        // everything else is judged all the same.
+        if (const auto algorithm = known_hash(stamp)) {
+            subject.expected.digest = data.empty()
+                                          ? digest_given(*algorithm)
+                                          : digest_of(data, *algorithm, shows_progress(), stop);
+        } else {
+            subject.unknown_hash = true;
+        }
         subject.name = data.empty() ? options_.digest : data;
         return subject;
     }
@@ -172,6 +186,12 @@ private:
             outcome.json["data"] = subject.name;
         }
         const Verdict verdict = verifier_.verify(stamp, subject.expected);
+        if (subject.unknown_hash && verdict.error().category() == chronoseal::Category::misuse) {
+            throw Error(
+                chronoseal::Category::unreachable, "hash_unknown", 0,
+                "the stamp's hash algorithm isn't known here, so that nothing can be compared",
+                "judge it where it is known");
+        }
         outcome.json.update(to_json(verdict));
         outcome.json["weak"] = is_weak(verdict);
         add_verdict(quote_foreign(file), verdict, compared_text(verdict, subject.name), outcome);

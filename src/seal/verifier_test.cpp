@@ -116,7 +116,7 @@ TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
          Check::policy, "policy_differs"},
         {"from the future", [&] { return verify(stamp_of(future)); }, Check::time,
          "time_in_future"},
-        {"another content", [&] { return verify(stamp_of({}, other_type)); }, Check::contentType,
+        {"another content", [&] { return verify(stamp_of({}, other_type)); }, Check::content_type,
          "content_type_wrong"},
         {"no signing certificate", [&] { return verify(stamp_of({}, nameless)); }, Check::signer,
          "signer_not_named"},

@@ -7,7 +7,7 @@ import unittest
 import forge
 import program
 from asn1crypto import core, x509
-from program import GOOD, REFUSED
+from program import GOOD, REFUSED, UNREACHABLE
 
 DATA = b"the data that was stamped\n"
 DIGEST = hashlib.sha256(DATA).digest()
@@ -34,6 +34,9 @@ class TokenTest(program.SystemTest):
 
     def refuses(self, token, code, *options, roots=None, words=""):
         self.expect(self.verify(token, *options, roots=roots), REFUSED, code, words)
+
+    def cannot_tell(self, token, *options):
+        self.expect(self.verify(token, *options), UNREACHABLE, "0x80092013", "indeterminate")
 
     def token(self, **keywords):
         return forge.make_token(self.tsa, self.info, **keywords)
@@ -126,7 +129,7 @@ class BadSignatures(TokenTest):
         genuine = forge.make_token(self.tsa, other)
         self.refuses(genuine, "0x80091007", words="SHA-256 hash")
         swapped = self.token(signed_content=other)
-        self.refuses(swapped, "0x80090006")
+        self.refuses(swapped, "0x80091007")
 
     def test_imprint_of_wrong_length(self):
         for digest in (b"", DIGEST[:-1], DIGEST + b"\0"):
@@ -136,7 +139,7 @@ class BadSignatures(TokenTest):
     def test_signed_attributes_left_out_or_bare_signature(self):
         self.expect(self.verify(self.token(no_attributes=True)), REFUSED)
         self.refuses(self.token_with(forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa)),
-                                     drop=("messageDigest",)), "0x80090006")
+                                     drop=("messageDigest",)), "0x80091006")
         self.expect(self.verify(self.token_with(
             forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa)),
             drop=("contentType",))), REFUSED)
@@ -187,7 +190,7 @@ class BadSignatures(TokenTest):
 
 class SigningCertificateAttributes(TokenTest):
     def test_missing(self):
-        self.refuses(self.token_with(), "0x80092004", words="signing-certificate")
+        self.refuses(self.token_with(), "0x80092004", words="no signed attribute")
 
     def test_empty(self):
         self.expect(self.verify(self.token_with(forge.signing_certificate_v2())), REFUSED)
@@ -228,7 +231,7 @@ class BadChains(TokenTest):
 
     def test_empty_trust_store(self):
         path = self.workspace.write("stamp", self.token(certificates=[self.tsa.der, self.root.der]))
-        self.expect(self.workspace.run("verify", path), REFUSED, "0x800B0109")
+        self.expect(self.workspace.run("verify", path, "--no-data"), REFUSED, "0x800B0109")
 
     def test_usage_of_the_signer(self):
         cases = {
@@ -302,8 +305,8 @@ class Revocation(TokenTest):
         return self.time + datetime.timedelta(hours=hours)
 
     def test_unreachable_source(self):
-        self.refuses(self.stamp(), "0x80092013")
-        self.refuses(self.stamp(), "0x80092013", "--revocation", "require")
+        self.cannot_tell(self.stamp())
+        self.cannot_tell(self.stamp(), "--revocation", "require")
         self.passes(self.stamp(), "--revocation", "available")
         self.passes(self.stamp(), "--revocation", "off")
         self.workspace.configure('[config.basalt]\nRevocation = "available"\n')
@@ -338,12 +341,12 @@ class Revocation(TokenTest):
                     self.root, begin=self.at(-48), end=self.at(-24)))):
             with self.subTest(name):
                 path = self.workspace.write("crl", der)
-                self.refuses(self.stamp(), "0x80092013", "--crls", path)
+                self.cannot_tell(self.stamp(), "--crls", path)
 
     def test_crl_that_has_run_out_since(self):
         # The signer may have been revoked meanwhile, for a reason that counts backward.
         path = self.crl(begin=self.at(-1), end=self.at(1))
-        self.refuses(self.stamp(), "0x80092013", "--crls", path)
+        self.cannot_tell(self.stamp(), "--crls", path)
         self.passes(self.stamp(), "--crls", path, "--revocation", "available")
 
     def test_ocsp_by_file(self):

@@ -113,7 +113,7 @@ struct Parts {
                      sequence(oid("1.2.840.10045.4.3.2")) + element(0x04, "signature") +
                      (unsigned_attributes.empty() ? "" : element(0xA1, unsigned_attributes)));
         const auto data = sequence(integer("\x03") + element(0x31, algorithm) +
-                                   sequence(contentType + element(0xA0, element(0x04, info))) +
+                                   sequence(content_type + element(0xA0, element(0x04, info))) +
                                    (certificates.empty() ? "" : element(0xA0, certificates)) +
                                    (lists.empty() ? "" : element(0xA1, lists)) +
                                    element(0x31, repeated(signers, signer)));
@@ -127,7 +127,7 @@ struct Parts {
     std::string unsigned_attributes = {};
     std::size_t signers = 1;
     std::string type = oid("1.2.840.113549.1.7.2");
-    std::string contentType = oid(kTstInfoOid);
+    std::string content_type = oid(kTstInfoOid);
 };
 
 struct Signing {
