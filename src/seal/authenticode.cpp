@@ -23,6 +23,16 @@ namespace chronoseal {
 
 namespace {
 
+// Lines of 76 characters, as the servers of this protocol are used to.
+std::string in_lines(const std::string& text) {
+    constexpr std::size_t kLine = 76;
+    std::string lines;
+    for (std::size_t at = 0; at < text.size(); at += kLine) {
+        lines += text.substr(at, kLine) + "\r\n";
+    }
+    return lines;
+}
+
 constexpr char kDoing[] = "get an Authenticode stamp";
 constexpr unsigned kHttpOk = 200;
 constexpr std::string_view kSigningTime = "1.2.840.113549.1.9.5";
@@ -68,7 +78,7 @@ Bytes encode_request(ByteView content) {
 }
 
 Bytes ask(ByteView content, const Endpoint& server) {
-    const std::string body = encode_base64(encode_request(content));
+    const std::string body = in_lines(encode_base64(encode_request(content)));
     const ExchangeAnswer answer = post(server, bytes_of(body), "");
     if (answer.status != kHttpOk) {
         throw error_of_http_status(answer.status, server.shown);

@@ -26,6 +26,13 @@ OPENSSL_LIMITS = (
 OWN_RULES = {
     "peer_TimeStampTokenWithSignerVersion2.p7s_648b6c1d.tst":
         "the version number of SignerInfo isn't judged, as OpenSSL doesn't",
+    "xx_Test-TSA-Timestamping_20221103_cb42c5b2.tsr": "its genTime has a zone, which the protocol doesn't allow",
+}
+
+# Read, and refused for a hash that is broken.
+WEAK = {
+    "au_Eric-H-Echidna_20220824_832c0bc4.tst": "its content is hashed by MD5",
+    "au_Eric-H-Echidna_20220824_451e1f3b.tst": "its content is hashed by MD5",
 }
 
 
@@ -70,6 +77,8 @@ def reason_of_difference(row, ours):
     theirs = openssl_verdict(row)
     if row["file"] in OWN_RULES:
         return OWN_RULES[row["file"]]
+    if row["file"] in WEAK:
+        return WEAK[row["file"]]
     if (ours == GOOD) == (theirs == "ok"):
         return ""
     for fragment, reason in OPENSSL_LIMITS:
@@ -106,7 +115,7 @@ class RealTokens(program.SystemTest):
     def test_those_with_their_chain_verify(self):
         count = 0
         for row, judgement in self.judged:
-            if judgement.has_chain and openssl_verdict(row) == "ok" and row["file"] not in OWN_RULES:
+            if judgement.has_chain and openssl_verdict(row) == "ok" and row["file"] not in OWN_RULES | WEAK:
                 count += 1
                 with self.subTest(row["file"]):
                     self.assertEqual(judgement.verdict, GOOD, judgement.line)
