@@ -17,9 +17,9 @@ using Traits = ASN1::ASN1T_GeneralName_traits;
 
 constexpr unsigned int kDirectoryName = 5;
 
-// Whether the record's DER is these very bytes.
-bool encodes_to(Traits::ASN1_T& record, const CBlob& bytes) {
-    ASN1BEREncodeBuffer buffer;
+// Whether the record's DER is these very bytes. The record's open values lie in the buffer then: it
+// has to live as long as they do.
+bool encodes_to(Traits::ASN1_T& record, const CBlob& bytes, ASN1BEREncodeBuffer& buffer) {
     const int length = Traits::encode(buffer, record);
     return length > 0 && static_cast<unsigned long>(length) == bytes.cbData() &&
            std::memcmp(buffer.getMsgPtr(), bytes.pbData(), bytes.cbData()) == 0;
@@ -30,11 +30,12 @@ bool encodes_to(Traits::ASN1_T& record, const CBlob& bytes) {
 TsaName::TsaName(const CBlob& encoded) {
     ASN1::with_result_codes([&] {
         ASN1BERDecodeBuffer buffer(encoded.pbData(), ASN1::message_length(encoded));
+        ASN1BEREncodeBuffer encoding;
         Traits::ASN1_T record{};
         if (Traits::decode(buffer, record) < 0) {
             ASN1::fail_codec();
         }
-        if (record.t == kDirectoryName && encodes_to(record, encoded)) {
+        if (record.t == kDirectoryName && encodes_to(record, encoded, encoding)) {
             ASN1::CName name;
             try {
                 ASN1::ASN1T_Name_traits::get(*record.u.directoryName, name);
