@@ -54,18 +54,16 @@ public:
         type_.fill(random, record());
     }
 
+    // Typed open values keep what they were encoded to, so the context is the value's own.
     Encoded encode() {
-        ASN1CTXT target;
-        rtInitContext(&target, nullptr);
-        xe_setp(&target, nullptr, 0);
+        xe_setp(&context_, nullptr, 0);
         Encoded result;
-        result.status = type_.encode(&target, record(), 1);
-        result.latched = target.errInfo.status;
+        result.status = type_.encode(&context_, record(), 1);
+        result.latched = context_.errInfo.status;
         if (result.status >= 0) {
-            const unsigned char* start = xe_getp(&target);
+            const unsigned char* start = xe_getp(&context_);
             result.bytes.assign(start, start + result.status);
         }
-        rtFreeContext(&target);
         return result;
     }
 
