@@ -17,8 +17,9 @@ namespace test_coding {
 inline const asn1data::TypeEntry* find_type(const std::string& name) {
     static const auto index = [] {
         std::map<std::string, const asn1data::TypeEntry*> result;
-        for (const asn1data::TypeEntry& entry : asn1data::typeTable())
+        for (const asn1data::TypeEntry& entry : asn1data::typeTable()) {
             result.emplace(entry.name, &entry);
+        }
         return result;
     }();
     const auto found = index.find(name);
@@ -77,8 +78,9 @@ private:
 /// status.
 inline std::string recode(const std::string& name, const Bytes& bytes) {
     const asn1data::TypeEntry* type = find_type(name);
-    if (type == nullptr)
+    if (type == nullptr) {
         throw std::invalid_argument("no type " + name);
+    }
     Value value(*type);
     const int status = value.decode(bytes);
     return status != 0 ? std::to_string(status) : value.encode().hex();
