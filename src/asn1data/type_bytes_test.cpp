@@ -31,8 +31,16 @@ const string kCert =
     "30(30(02(05)" + kAlg + "30()30(" + kUtc + kUtc + ")30()" + kSpki + ")" + kAlg + "03(00))";
 const string kCertId = "30(" + kAlg + "04(01)04(02)02(05))";
 const string kContent = "30(06(2a03)a0(05()))";
+// Contents, for implicit tags.
+const string kAttributeCertificate = "30(02(01)30(a1(82('a')))a0(30(82('b')))" + kAlg +
+                                     "02(05)30(" + kTime + kTime + ")30())" + kAlg + "03(00)";
+const string kEnveloped = "02(02)31(a4(06(2a03)05()))30(06(2a03)" + kAlg + ")";
 const string kLongest = "('" + string(32768, 'a') + "')";
 const string kTooLong = "('" + string(32769, 'a') + "')";
+
+string times(int count, const string& text) {
+    return count == 0 ? "" : text + times(count - 1, text);
+}
 
 const Row kExplicitModule[] = {
     {"TBSCertificate",
@@ -95,6 +103,9 @@ const Row kImplicitModule[] = {
     {"DisplayText", "1e(0041)", 3},
     {"DisplayText", "0c('a')", 4},
     {"DisplayText", "0c()", 0, "-23"},
+    {"DisplayText", "16()", 0, "-23"},
+    {"DisplayText", "1a()", 0, "-23"},
+    {"DisplayText", "1e()", 0, "-23"},
     {"PolicyConstraintsSyntax", "30(80(01)81(02))", 0},
     {"BasicConstraintsSyntax", "30(01(ff)02(03))", 0},
     {"NameConstraintsSyntax", "30(a0(30(82('a')))a1(30(82('b'))))", 0},
@@ -125,6 +136,9 @@ const Row kImplicitModule[] = {
     {"GeneralName", "88(2a03)", 9},
     {"GeneralName", "89('a')", 0, "-11"},
     {"IssuerSignTool", "30(0c('a')0c('b')0c('c'))", 0, "-8"},
+    {"SkipCerts", "02(00)", 0},
+    {"BaseDistance", "02(00)", 0},
+    {"BasicConstraintsSyntax", "30(02(00))", 0},
 };
 
 const Row kAddresses[] = {
@@ -132,6 +146,7 @@ const Row kAddresses[] = {
     {"CountryName", "61(13('RU'))", 2},
     {"AdministrationDomainName", "62(12())", 1},
     {"AdministrationDomainName", "62(13(' '))", 2},
+    {"AdministrationDomainName", "62(13())", 2},
     {"PrivateDomainName", "13()", 0, "-23"},
     {"BuiltInStandardAttributes",
      "30(61(13('RU'))62(12('1'))80('1')81('t')a2(13('p'))83('o')84('1')a5(80('s'))a6(13('u')))", 0},
@@ -151,6 +166,8 @@ const Row kAddresses[] = {
     {"PersonalName", "31(80('S')84('A'))", 0, "-9"},
     {"PersonalName", "31(80())", 0, "-23"},
     {"PersonalName", "31(80" + kLongest + ")", 0},
+    {"PersonalName", "31(80('S')81('G')82('I')83('Q'))", 0},
+    {"TeletexPersonalName", "31(80('S')81('G')82('I')83('Q'))", 0},
 };
 
 const Row kAttributeCertificates[] = {
@@ -162,6 +179,10 @@ const Row kAttributeCertificates[] = {
     {"AttributeCertificateInfo_subject", "a1(82('a'))", 2},
     {"IssuerSerial", "30(" + kIssuerSerial + "03(00))", 0},
     {"ACPathData", "30(a0(" + kCert + "))", 0},
+    {"ACPathData",
+     "30(a1(30(30(02(00)a1(82('a'))30(82('b'))" + kAlg + "02(05)30(" + kTime + kTime + ")30())" +
+         kAlg + "03(00))))",
+     0},
     {"Holder", "30(a0(" + kIssuerSerial + ")a1(82('b'))a2(0a(00)" + kAlg + "03(00)))", 0},
     {"ObjectDigestInfo", "30(0a(02)06(2a03)" + kAlg + "03(00))", 0},
     {"ObjectDigestInfo", "30(0a(03)" + kAlg + "03(00))", 0, "-6"},
@@ -182,6 +203,9 @@ const Row kAttributeCertificates[] = {
     {"CertificateListAssertion",
      "30(30()80(01)81(02)03(0640)" + kUtc + "a2(a0(82('a')))a3(80(01)))", 0},
     {"AltNameType", "0a(09)", 0, "-6"},
+    {"AAControls", "30(02(05)a0(06(2a03))a1(06(2a04))01(ff))", 0},
+    {"CertificatePairAssertion", "30(a0(80(05))a1(80(06)))", 0},
+    {"CertificateListExactAssertion", "30(30()" + kUtc + "a0(82('a')))", 0},
 };
 
 const string kContentType = "30(06(2a864886f70d010903)31(06(2a864886f70d010701)))";
@@ -258,6 +282,22 @@ const Row kMessages[] = {
     {"SMIMEEncryptionKeyPreference", "a0(30()02(05))", 1},
     {"SMIMEEncryptionKeyPreference", "a1(04(01))", 2},
     {"SMIMEEncryptionKeyPreference", "82(01)", 3},
+    {"SignedData", "30(02(01)31()30(06(2a03))a0()a1()31())", 0},
+    {"EnvelopedData",
+     "30(02(02)a0(a0()a1())31(a4(06(2a03)05()))30(06(2a03)" + kAlg + ")a1(" + kAttribute + "))", 0},
+    {"EncryptedData", "30(02(00)30(06(2a03)" + kAlg + ")a1(" + kAttribute + "))", 0},
+    {"KeyAgreeRecipientIdentifier", "a0(04(01))", 2},
+    {"CertificateChoices", kCert, 1},
+    {"CertificateChoices", "a2(" + kAttributeCertificate + ")", 4},
+    {"CertificateChoices", "a3(06(2a03)05())", 5},
+    {"MLReceiptPolicy", "80()", 1},
+    {"MLReceiptPolicy", "a1(30(82('a')))", 2},
+    {"MLReceiptPolicy", "a2(30(82('a')))", 3},
+    {"MLExpansionHistory", "30()", 0, "-23"},
+    {"ESSPrivacyMark", "13('m')", 1},
+    {"ESSPrivacyMark", "0c('m')", 2},
+    {"ReceiptRequest", "30(04(01)80(00)30(" + times(16, "30(82('a'))") + "))", 0},
+    {"ReceiptRequest", "30(04(01)80(00)30(" + times(17, "30(82('a'))") + "))", 0, "-23"},
 };
 
 const string kImprint = "30(30(06(2b0e03021a)05())04())";
@@ -319,6 +359,8 @@ const Row kSignatureFormats[] = {
      "30(a0(06(2a03))a1(" + kAttribute + ")a2(30(04(01)04(02))30())" + kContent + ")", 0},
     {"ArchiveTimeStamp", "30(a2(30(04(01))))", 0, "-8"},
     {"CryptoInfos", "30()", 0, "-23"},
+    {"SignerAttribute", "30(a1(30(" + kAttributeCertificate + ")))", 0},
+    {"TimeStampReq", "30(02(01)" + kImprint + "a0(" + kExtension + "))", 0},
 };
 
 const Row kOnlineStatus[] = {
@@ -364,6 +406,14 @@ const Row kOnlineStatus[] = {
          "a3(30(a1(04(01))))30(" +
          kExtension + "))",
      0},
+    {"OCSPRequest", "30(30(30())a0(30(" + kAlg + "03(00)a0(30(" + kCert + ")))))", 0},
+    {"BasicOCSPResponse",
+     "30(30(a2(04(01))" + kTime + "30()a1(30(" + kExtension + ")))" + kAlg + "03(00)a0(30(" +
+         kCert + ")))",
+     0},
+    {"CertEtcToken", "a0(" + kCert.substr(3), 1},
+    {"CertEtcToken", "a1(04(01))", 2},
+    {"CertEtcToken", "a4(30(" + kAlg + "30()" + kUtc + ")" + kAlg + "03(00))", 5},
 };
 
 const Row kManagement[] = {
@@ -427,6 +477,23 @@ const Row kManagement[] = {
     {"PKIAuditType", "0a(05)", 0, "-6"},
     {"KeyBlockAsn1EncodedFormat", "30(02(01)04(01)" + kAlg + "04(02)a0(" + kAttribute + ")04(03))",
      0},
+    {"EncryptedPKey", "a0(" + kEnveloped + ")", 2},
+    {"POPOPrivKey", "a4(" + kEnveloped + ")", 5},
+    {"CertOrEncCert", "a1(30(03(00)))", 2},
+    {"PKIMessage", "30(30(02(02)82('a')82('b'))b3(05())a0(03(00))a1(30(" + kCert + ")))", 0},
+    {"PKIBody", "a1(30(30()))", 2},
+    {"PKIBody", "a2(30(30(30(02(00)30()))))", 3},
+    {"PKIBody", "a4(30(30(02(00)30()" + kSpki + "a0())" + kAlg + "03(00)))", 5},
+    {"PKIBody", "a7(30(30(30(02(00)30()))))", 8},
+    {"PKIBody", "a9(30(30(30(02(00)30()))))", 10},
+    {"PKIBody", "ad(30(30(30(02(00)30()))))", 14},
+    {"PKIBody", "ae(30(30()))", 15},
+    {"PKIBody", "af(30(" + times(3, kCert) + "))", 16},
+    {"PKIBody", "b0(" + kCert + ")", 17},
+    {"PKIBody", "b4(30(30(30(02(02)82('a')82('b'))b3(05()))))", 21},
+    {"PKIBody", "b5(30())", 22},
+    {"PKIBody", "b9(30(30(02(00))))", 26},
+    {"PCI_HSM_CertificationRequestInfo", "30(02(00)30()" + kSpki + "a0(30(06(2a03)31(05()))))", 0},
 };
 
 const Row kParameters[] = {
@@ -465,6 +532,10 @@ const Row kParameters[] = {
     {"GostR3410_2001_PublicKeyParameters", "30(06(2a03)06(2a04)06(2a05))", 0},
     {"GostR3410_2012_PublicKeyParameters", "30(06(2a03)06(2a04))", 0},
     {"GostR3410_2012_PublicKeyParameters", "30(06(2a03)06(2a04)06(2a05))", 0, "-10"},
+    {"AES_IV", "04('8 bytes.')", 0, "-23"},
+    {"RC2_CBC_parameter", "30(04('7 bytes'))", 0, "-23"},
+    {"RC5_CBC_Parameters", "30(02(10)02(0c)02(20))", 0, "-23"},
+    {"GostR3410_TransportParameters", "30(06(2a03)a0(" + kAlg + "03(00))04('8 bytes.'))", 0},
 };
 
 template <std::size_t Count>
