@@ -1,66 +1,20 @@
 // Every type of the schema against itself: random values survive coding and copying, frees leave
 // nothing, and damaged encodings stay in bounds.
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <map>
 #include <set>
 #include <string>
-#include <vector>
 
-#include <chronoseal/asn1data/type_table.h>
+#include <gtest/gtest.h>
+
+#include <chronoseal/asn1data/test_value.h>
 
 namespace asn1data {
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-class Context {
-public:
-    Context() { rtInitContext(&ctx_, nullptr); }
-    ~Context() { rtFreeContext(&ctx_); }
-    Context(const Context&) = delete;
-    Context& operator=(const Context&) = delete;
-    operator ASN1CTXT*() { return &ctx_; }
-    ASN1CTXT* operator->() { return &ctx_; }
-
-private:
-    ASN1CTXT ctx_;
-};
-
-// The status in `status` when it is negative, otherwise the encoding. The record's typed open
-// values keep what they were encoded to, which lies in the context.
-Bytes encode(Context& ctx, const TypeEntry& type, void* value, int& status) {
-    xe_setp(ctx, nullptr, 0);
-    status = type.encode(ctx, value, ownTag);
-    if (status < 0) {
-        return {};
-    }
-    const unsigned char* start = xe_getp(ctx);
-    return {start, start + status};
-}
-
-void* zeroedRecord(Context& ctx, const TypeEntry& type) {
-    return requiredBlock(ctx, type.size);
-}
-
-int decode(Context& ctx, const TypeEntry& type, void* value, const Bytes& bytes) {
-    if (bytes.empty()) {
-        return rtStatusEndOfBuffer;
-    }
-    const int stat = xd_setp(ctx, bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr);
-    return stat != 0 ? stat : type.decode(ctx, value, ownTag, 0);
-}
-
-std::string hex(const Bytes& bytes) {
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string result;
-    for (const unsigned char byte : bytes) {
-        result += digits[byte >> 4];
-        result += digits[byte & 15];
-    }
-    return result.size() > 400 ? result.substr(0, 400) + "..." : result;
-}
+using test_coding::Bytes;
+using test_coding::Encoded;
+using test_coding::Value;
 
 unsigned seeds() {
     const char* wish = std::getenv("CHRONOSEAL_RANDOM_VALUES");
@@ -68,68 +22,62 @@ unsigned seeds() {
 }
 
 // A random value and its encoding.
-struct Sample {
-    Context ctx;
-    void* value = nullptr;
-    Bytes encoding;
-    int status = 0;
-
-    Sample(const TypeEntry& type, unsigned seed) {
-        value = zeroedRecord(ctx, type);
-        RandomValues random(ctx, seed);
-        type.fill(random, value);
-        encoding = encode(ctx, type, value, status);
+struct Sample : Value {
+    Sample(const TypeEntry& type, unsigned seed) : Value(type) {
+        randomize(seed);
+        encoded = encode();
     }
+    const Bytes& bytes() const { return encoded.bytes; }
+
+    Encoded encoded;
 };
 
-TEST(AllTypes, RandomValueDecodesToTheSameBytes) {
+// Calls that with each type and a value for each seed.
+template <class Check>
+void for_random_values(Check check) {
     for (const TypeEntry& type : typeTable()) {
         for (unsigned seed = 1; seed <= seeds(); ++seed) {
+            SCOPED_TRACE(std::string(type.name) + " seed " + std::to_string(seed));
             Sample sample(type, seed);
-            ASSERT_GE(sample.status, 0) << type.name << " seed " << seed;
-            Context ctx;
-            void* decoded = zeroedRecord(ctx, type);
-            ASSERT_EQ(0, decode(ctx, type, decoded, sample.encoding))
-                << type.name << " seed " << seed << ": " << hex(sample.encoding);
-            EXPECT_EQ(0, ctx->errInfo.status) << type.name;
-            int status = 0;
-            const Bytes again = encode(ctx, type, decoded, status);
-            ASSERT_EQ(hex(sample.encoding), hex(again)) << type.name << " seed " << seed;
+            check(type, sample);
+            if (testing::Test::HasFatalFailure()) {
+                return;
+            }
         }
     }
 }
 
-TEST(AllTypes, CopyEncodesAlikeAndFreeLeavesNothing) {
-    for (const TypeEntry& type : typeTable()) {
-        for (unsigned seed = 1; seed <= seeds(); ++seed) {
-            Sample sample(type, seed);
-            Context home;
-            void* copy = zeroedRecord(home, type);
-            type.copy(home, sample.value, copy);
-            int status = 0;
-            ASSERT_EQ(hex(sample.encoding), hex(encode(home, type, copy, status)))
-                << type.name << " seed " << seed;
+TEST(AllTypes, RandomValueDecodesToTheSameBytes) {
+    for_random_values([](const TypeEntry& type, Sample& sample) {
+        ASSERT_GE(sample.encoded.status, 0);
+        Value decoded(type);
+        ASSERT_EQ(0, decoded.decode(sample.bytes()));
+        EXPECT_EQ(0, decoded.context()->errInfo.status);
+        ASSERT_EQ(sample.encoded.hex(), decoded.encode().hex());
+    });
+}
 
-            Context ctx;
-            void* freed = zeroedRecord(home, type);
-            type.copy(ctx, sample.value, freed);
-            type.free(ctx, freed);
-            ASSERT_EQ(nullptr, ctx->typeHeap->blockList) << type.name << " seed " << seed;
-        }
-    }
+TEST(AllTypes, CopyEncodesAlikeAndFreeLeavesNothing) {
+    for_random_values([](const TypeEntry& type, Sample& sample) {
+        Value copy(type);
+        type.copy(copy.context(), sample.record(), copy.record());
+        ASSERT_EQ(sample.encoded.hex(), copy.encode().hex());
+
+        Value freed(type);
+        type.copy(freed.context(), sample.record(), freed.record());
+        type.free(freed.context(), freed.record());
+        ASSERT_EQ(nullptr, freed.context()->typeHeap->blockList);
+    });
 }
 
 TEST(AllTypes, ControlObjectCodesAndCopies) {
     for (const TypeEntry& type : typeTable()) {
         Sample sample(type, 1);
-        if (sample.encoding.empty()) {
-            continue;
-        }
         const auto copy = type.construct();
         {
             const auto decoded = type.construct();
-            ASN1BERDecodeBuffer input(sample.encoding.data(),
-                                      static_cast<int>(sample.encoding.size()));
+            ASN1BERDecodeBuffer input(sample.bytes().data(),
+                                      static_cast<int>(sample.bytes().size()));
             const auto reader = type.control(input, decoded.get());
             ASSERT_EQ(0, reader->Decode()) << type.name;
             type.getCopy(*reader, copy.get());
@@ -137,8 +85,7 @@ TEST(AllTypes, ControlObjectCodesAndCopies) {
             const auto writer = type.control(output, decoded.get());
             const int length = writer->Encode();
             ASSERT_GT(length, 0) << type.name;
-            ASSERT_EQ(hex(sample.encoding),
-                      hex(Bytes(output.getMsgPtr(), output.getMsgPtr() + length)))
+            ASSERT_EQ(sample.bytes(), Bytes(output.getMsgPtr(), output.getMsgPtr() + length))
                 << type.name;
         }
     }
@@ -146,31 +93,28 @@ TEST(AllTypes, ControlObjectCodesAndCopies) {
 
 TEST(AllTypes, EveryTruncationStaysInBounds) {
     for (const TypeEntry& type : typeTable()) {
-        Sample sample(type, 2);
-        const std::size_t step = sample.encoding.size() / 60 + 1;
-        for (std::size_t size = 1; size < sample.encoding.size(); size += step) {
-            const Bytes part(sample.encoding.begin(),
-                             sample.encoding.begin() + static_cast<std::ptrdiff_t>(size));
-            Context ctx;
-            EXPECT_NE(0, decode(ctx, type, zeroedRecord(ctx, type), part))
-                << type.name << " cut to " << size << ": " << hex(sample.encoding);
+        const Sample sample(type, 2);
+        const std::size_t step = sample.bytes().size() / 60 + 1;
+        for (std::size_t size = 1; size < sample.bytes().size(); size += step) {
+            Bytes part = sample.bytes();
+            part.resize(size);
+            part.shrink_to_fit();
+            EXPECT_NE(0, Value(type).decode(part)) << type.name << " cut to " << size;
         }
     }
 }
 
 TEST(AllTypes, EverySingleByteChangeStaysInBounds) {
     for (const TypeEntry& type : typeTable()) {
-        Sample sample(type, 3);
-        const std::size_t step = sample.encoding.size() / 60 + 1;
-        for (std::size_t at = 0; at < sample.encoding.size(); at += step) {
+        const Sample sample(type, 3);
+        const std::size_t step = sample.bytes().size() / 60 + 1;
+        for (std::size_t at = 0; at < sample.bytes().size(); at += step) {
             for (const int flip : {0x01, 0x20, 0x80, 0xFF}) {
-                Bytes changed = sample.encoding;
+                Bytes changed = sample.bytes();
                 changed[at] = static_cast<unsigned char>(changed[at] ^ flip);
-                Context ctx;
-                void* value = zeroedRecord(ctx, type);
-                if (decode(ctx, type, value, changed) == 0) {
-                    int status = 0;
-                    encode(ctx, type, value, status);
+                Value value(type);
+                if (value.decode(changed) == 0) {
+                    value.encode();
                 }
             }
         }

@@ -11,14 +11,14 @@ using namespace test_coding;
 namespace {
 
 // A content whose length isn't minimal, as no encoder of ours would write it.
-const char* const time_stamp = "30 81 06 06 02 2a 03 a0 00";
+const char* const kTimeStamp = "30 81 06 06 02 2a 03 a0 00";
 
 Bytes bytes_of(const ASN1TOpenType& value) {
     return {value.data, value.data + value.numocts};
 }
 
 TEST(EvidenceRecord, ChainsAndTimeStampsAreKeptAsTheyCame) {
-    const Bytes chain = tlv(0x30, tlv(0x30, from_hex(time_stamp)));
+    const Bytes chain = tlv(0x30, tlv(0x30, from_hex(kTimeStamp)));
     const Bytes bytes =
         tlv(0x30, from_hex("02 01 01 30 06 30 04 06 02 2a 03") + tlv(0x30, chain + chain));
     Decoded<ASN1T_EvidenceRecord> record(asn1D_EvidenceRecord, bytes);
@@ -34,7 +34,7 @@ TEST(EvidenceRecord, ChainsAndTimeStampsAreKeptAsTheyCame) {
     Decoded<ASN1T_ArchiveTimeStampChain> inside(asn1D_ArchiveTimeStampChain, bytes_of(kept));
     ASSERT_EQ(inside.status, 0);
     const auto* stamp = static_cast<ASN1T_ArchiveTimeStamp*>(inside.value.head->data);
-    EXPECT_EQ(bytes_of(stamp->timeStamp), from_hex(time_stamp));
+    EXPECT_EQ(bytes_of(stamp->timeStamp), from_hex(kTimeStamp));
     EXPECT_EQ(encode(asn1E_ArchiveTimeStampChain, inside.value).hex(), to_hex(chain));
 }
 

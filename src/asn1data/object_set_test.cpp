@@ -69,8 +69,9 @@ void expect_known(const Rows& known) {
 
 template <class Set>
 void expect_unknown(const Identifiers& unknown) {
-    for (const char* text : unknown)
+    for (const char* text : unknown) {
         EXPECT_EQ(Set::instance(nullptr)->lookupObject(oid(text)), nullptr) << text;
+    }
 }
 
 TEST(ObjectSet, AlgorithmsAreKnownByTheirIdentifiers) {
@@ -250,12 +251,15 @@ TEST(ObjectSet, OperationsHaveTheGivenSignatures) {
 TEST(ObjectSet, TwoThreadsAtFirstUseGetOneInstance) {
     std::vector<SupportedInfos*> seen(8);
     std::vector<std::thread> threads;
-    for (auto& slot : seen)
+    for (auto& slot : seen) {
         threads.emplace_back([&slot] { slot = SupportedInfos::instance(nullptr); });
-    for (auto& thread : threads)
+    }
+    for (auto& thread : threads) {
         thread.join();
-    for (const auto* instance : seen)
+    }
+    for (const auto* instance : seen) {
         EXPECT_EQ(instance, seen.front());
+    }
 }
 
 TEST(AlgorithmIdentifier, ParametersOfAKnownAlgorithmAreChecked) {
@@ -290,9 +294,10 @@ TEST(AlgorithmIdentifier, GostParametersMayBeNull) {
     for (const char* bytes :
          {"30 0a 06 06 2a 85 03 02 02 09 05 00",
           "30 11 06 06 2a 85 03 02 02 09 06 07 2a 85 03 02 02 1e 01",
-          "30 0c 06 08 2a 85 03 07 01 01 01 01 05 00", "30 0a 06 06 2a 85 03 02 02 13 05 00"})
+          "30 0c 06 08 2a 85 03 07 01 01 01 01 05 00", "30 0a 06 06 2a 85 03 02 02 13 05 00"}) {
         EXPECT_EQ(recode(asn1D_AlgorithmIdentifier, asn1E_AlgorithmIdentifier, from_hex(bytes)),
                   plain(bytes));
+    }
 }
 
 } // namespace

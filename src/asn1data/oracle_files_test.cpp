@@ -22,8 +22,9 @@ struct OracleFile {
 std::vector<OracleFile> oracle_files() {
     std::ifstream table(std::string(CHRONOSEAL_TESTDATA) + "/oracles.tsv");
     std::vector<OracleFile> files;
-    for (OracleFile one; table >> one.file >> one.type;)
+    for (OracleFile one; table >> one.file >> one.type;) {
         files.push_back(one);
+    }
     return files;
 }
 
@@ -37,14 +38,16 @@ public:
     Bytes definite() { return elements(bytes_.size(), false); }
 
 private:
-    static constexpr std::size_t open_end = static_cast<std::size_t>(-1);
+    static constexpr std::size_t kOpenEnd = static_cast<std::size_t>(-1);
 
     Bytes elements(std::size_t end, bool indefinite) {
         Bytes result;
-        while (end == open_end ? bytes_.at(at_) != 0 || bytes_.at(at_ + 1) != 0 : at_ < end)
+        while (end == kOpenEnd ? bytes_.at(at_) != 0 || bytes_.at(at_ + 1) != 0 : at_ < end) {
             result = result + element(indefinite);
-        if (end == open_end)
+        }
+        if (end == kOpenEnd) {
             at_ += 2;
+        }
         return result;
     }
 
@@ -63,12 +66,14 @@ private:
 
     std::size_t content_end() {
         std::size_t length = bytes_.at(at_++);
-        if (length == 0x80)
-            return open_end;
+        if (length == 0x80) {
+            return kOpenEnd;
+        }
         if (length > 0x80) {
             std::size_t count = length & 0x7F;
-            for (length = 0; count > 0; --count)
+            for (length = 0; count > 0; --count) {
                 length = length << 8 | bytes_.at(at_++);
+            }
         }
         return at_ + length;
     }

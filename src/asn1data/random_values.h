@@ -44,16 +44,16 @@ public:
     }
 
     unsigned char boolean() { return draw(0, 1) != 0 ? 0xFF : 0; }
-    bool present() { return depth_ < most_levels && draw(0, 2) != 0; }
+    bool present() { return depth_ < kMostLevels && draw(0, 2) != 0; }
     std::uint32_t count(std::uint32_t low, std::uint32_t high) {
-        return depth_ < most_levels ? static_cast<std::uint32_t>(draw(low, high)) : low;
+        return depth_ < kMostLevels ? static_cast<std::uint32_t>(draw(low, high)) : low;
     }
     std::uint32_t alternative(std::uint32_t count, std::uint32_t least) {
-        return depth_ < most_levels ? static_cast<std::uint32_t>(draw(1, count)) : least;
+        return depth_ < kMostLevels ? static_cast<std::uint32_t>(draw(1, count)) : least;
     }
     /// A row of an object set, or none.
     int row(int count) {
-        return count > 0 && depth_ < most_levels && draw(0, 1) != 0
+        return count > 0 && depth_ < kMostLevels && draw(0, 1) != 0
                    ? static_cast<int>(draw(0, count - 1))
                    : -1;
     }
@@ -132,9 +132,9 @@ public:
     /// One short element, with this packed tag if that isn't 0. What other software looks into is
     /// well formed: text is letters, and a constructed element is empty.
     void open(ASN1TOpenType& value, std::uint32_t tag) {
-        static constexpr std::array<unsigned char, 4> tags = {0x04, 0x0C, 0x30, 0x05};
+        static constexpr std::array<unsigned char, 4> kTags = {0x04, 0x0C, 0x30, 0x05};
         const unsigned char first = tag != 0 ? static_cast<unsigned char>((tag >> 24) | (tag & 31))
-                                             : tags[static_cast<std::size_t>(draw(0, 3))];
+                                             : kTags[static_cast<std::size_t>(draw(0, 3))];
         const bool empty = (first & 0x20) != 0 || first == 0x05;
         const auto size = static_cast<unsigned char>(empty ? 0 : draw(0, 20));
         auto* element = static_cast<unsigned char*>(requiredBlock(ctx, size + 2U));
@@ -163,7 +163,7 @@ public:
     }
 
 private:
-    static constexpr int most_levels = 9;
+    static constexpr int kMostLevels = 9;
 
     std::int64_t draw(std::int64_t low, std::int64_t high) {
         return std::uniform_int_distribution<std::int64_t>(low, high)(engine_);
@@ -200,12 +200,12 @@ private:
     }
     const char* hexadecimal(const char* prefix, const unsigned char* data, std::int64_t size,
                             bool pad) {
-        static constexpr char digits[] = "0123456789abcdef";
+        static constexpr char kDigits[] = "0123456789abcdef";
         std::string result = prefix;
         result += pad ? "0" : "";
         for (std::int64_t i = 0; i < size; ++i) {
-            result += digits[data[i] >> 4];
-            result += digits[data[i] & 15];
+            result += kDigits[data[i] >> 4];
+            result += kDigits[data[i] & 15];
         }
         return keep(result.c_str());
     }

@@ -30,10 +30,12 @@ std::vector<Entry> manifest() {
     for (std::string line; std::getline(table, line);) {
         std::vector<std::string> columns;
         std::istringstream fields(line);
-        for (std::string field; std::getline(fields, field, '\t');)
+        for (std::string field; std::getline(fields, field, '\t');) {
             columns.push_back(field);
-        if (columns.size() > 8 && columns[0] != "file")
+        }
+        if (columns.size() > 8 && columns[0] != "file") {
             entries.push_back({columns[0], columns[3], columns[5], columns[7], columns[8]});
+        }
     }
     return entries;
 }
@@ -52,40 +54,41 @@ std::vector<std::string> types_of(const std::string& kind) {
     return found == types.end() ? std::vector<std::string>{} : found->second;
 }
 
-const char* const other_type = "a registered value is of another type than its standard says";
-const char* const text_with_zero = "a text with a zero byte ends there";
-const char* const written_default = "a written default is left out";
-const char* const malformed = "malformed on purpose";
-const char* const behind_the_end = "bytes behind the end are dropped";
+const char* const kOtherType = "a registered value is of another type than its standard says";
+const char* const kTextWithZero = "a text with a zero byte ends there";
+const char* const kWrittenDefault = "a written default is left out";
+const char* const kMalformed = "malformed on purpose";
+const char* const kBehindTheEnd = "bytes behind the end are dropped";
 
 // By the last part of the file's name.
-const std::map<std::string, const char*> reasons = {
-    {"b114566d.cer", other_type}, // country and mail address in UTF8String
-    {"eaa0e1b0.cer", other_type}, // the same
-    {"672503cc.cer", other_type}, // the same
-    {"7a12ebd8.cer", other_type}, // the same
-    {"cff6c82f.cer", other_type}, // dnQualifier in UTF8String
-    {"ff5512f5.cer", other_type}, // the same
-    {"567ebef7.cer", other_type},
-    {"28a0f3a6.cer", other_type},
-    {"4884b7bd.cer", other_type},
-    {"d128344a.p7", other_type}, // key wrap parameters behind a key's identifier
-    {"f897d64f.p7", other_type}, // the same
-    {"a7a9b771.p7", other_type}, // a damaged signing certificate attribute
-    {"38d64d11.cer", text_with_zero},
-    {"af23a9fc.cer", text_with_zero},
-    {"5cc03239.cer", text_with_zero},
-    {"80903e39.ors", written_default},
-    {"c6f0abc2.ors", written_default},
-    {"cf62e7d0.p7", behind_the_end},
-    {"586bdd58.p7", behind_the_end},
+const std::map<std::string, const char*> kReasons = {
+    {"b114566d.cer", kOtherType}, // country and mail address in UTF8String
+    {"eaa0e1b0.cer", kOtherType}, // the same
+    {"672503cc.cer", kOtherType}, // the same
+    {"7a12ebd8.cer", kOtherType}, // the same
+    {"cff6c82f.cer", kOtherType}, // dnQualifier in UTF8String
+    {"ff5512f5.cer", kOtherType}, // the same
+    {"567ebef7.cer", kOtherType},
+    {"28a0f3a6.cer", kOtherType},
+    {"4884b7bd.cer", kOtherType},
+    {"d128344a.p7", kOtherType}, // key wrap parameters behind a key's identifier
+    {"f897d64f.p7", kOtherType}, // the same
+    {"a7a9b771.p7", kOtherType}, // a damaged signing certificate attribute
+    {"38d64d11.cer", kTextWithZero},
+    {"af23a9fc.cer", kTextWithZero},
+    {"5cc03239.cer", kTextWithZero},
+    {"80903e39.ors", kWrittenDefault},
+    {"c6f0abc2.ors", kWrittenDefault},
+    {"cf62e7d0.p7", kBehindTheEnd},
+    {"586bdd58.p7", kBehindTheEnd},
 };
 
 const char* reason_of(const Entry& entry) {
-    const auto found = reasons.find(entry.file.substr(entry.file.rfind('_') + 1));
-    if (found != reasons.end())
+    const auto found = kReasons.find(entry.file.substr(entry.file.rfind('_') + 1));
+    if (found != kReasons.end()) {
         return found->second;
-    return entry.expected.find("malformed") != std::string::npos ? malformed : nullptr;
+    }
+    return entry.expected.find("malformed") != std::string::npos ? kMalformed : nullptr;
 }
 
 bool same_but_sorted(Bytes one, Bytes other) {
@@ -96,12 +99,14 @@ bool same_but_sorted(Bytes one, Bytes other) {
 
 TEST(SharedData, WhatOpensslReadsDecodesAndDerComesBack) {
     const std::vector<Entry> entries = manifest();
-    if (entries.empty())
+    if (entries.empty()) {
         GTEST_SKIP() << "the folder of real data is not beside this checkout";
+    }
     std::map<std::string, std::size_t> counts;
     for (const Entry& entry : entries) {
-        if (entry.openssl != "ok")
+        if (entry.openssl != "ok") {
             continue;
+        }
         const std::string path = std::string(CHRONOSEAL_SHARED_DATA) + "/codec/" + entry.file;
         for (const std::string& type : types_of(entry.kind)) {
             const Bytes bytes = read_file(path);
@@ -111,8 +116,9 @@ TEST(SharedData, WhatOpensslReadsDecodesAndDerComesBack) {
             ++counts[status == 0 ? "decoded" : "refused with a reason"];
             EXPECT_TRUE(status == 0 || reason != nullptr)
                 << entry.file << " as " << type << ": " << status;
-            if (status != 0)
+            if (status != 0) {
                 continue;
+            }
             const Bytes again = value.encode().bytes;
             const bool same = again == bytes;
             // Other software often leaves sets unsorted; then nothing but the order changes.
@@ -122,8 +128,9 @@ TEST(SharedData, WhatOpensslReadsDecodesAndDerComesBack) {
             ++counts[same ? "unchanged" : "in another form with a reason"];
         }
     }
-    for (const auto& [what, count] : counts)
+    for (const auto& [what, count] : counts) {
         std::printf("%4zu %s\n", count, what.c_str());
+    }
     EXPECT_GT(counts["unchanged"], 300U);
 }
 
@@ -133,17 +140,20 @@ bool has_no_attributes(const std::string& file) {
 }
 
 std::vector<std::string> token_types(const std::string& kind) {
-    if (kind == "token")
+    if (kind == "token") {
         return {"ContentInfo", "ContentInfoLegacy"};
-    if (kind == "resp")
+    }
+    if (kind == "resp") {
         return {"TimeStampResp", "TimeStampRespRaw"};
+    }
     return {"TimeStampReq"};
 }
 
 TEST(SharedData, TokensDecodeInEveryForm) {
     std::ifstream table(std::string(CHRONOSEAL_SHARED_DATA) + "/tokens/MANIFEST.tsv");
-    if (!table)
+    if (!table) {
         GTEST_SKIP() << "the folder of real data is not beside this checkout";
+    }
     std::size_t decoded = 0;
     std::string line;
     std::getline(table, line);

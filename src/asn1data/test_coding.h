@@ -23,13 +23,15 @@ inline Bytes from_hex(std::string_view text) {
     Bytes bytes;
     int half = -1;
     for (const char c : text) {
-        if (std::isspace(static_cast<unsigned char>(c)) != 0)
+        if (std::isspace(static_cast<unsigned char>(c)) != 0) {
             continue;
+        }
         const auto digit =
             std::string_view("0123456789abcdef")
                 .find(static_cast<char>(std::tolower(static_cast<unsigned char>(c))));
-        if (digit == std::string_view::npos)
+        if (digit == std::string_view::npos) {
             throw std::invalid_argument("not hexadecimal");
+        }
         if (half < 0) {
             half = static_cast<int>(digit);
         } else {
@@ -55,8 +57,9 @@ inline std::string plain(std::string_view hex) {
 
 inline Bytes read_file(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in)
+    if (!in) {
         throw std::runtime_error("no file " + path.string());
+    }
     return Bytes{std::istreambuf_iterator<char>(in), {}};
 }
 
@@ -71,8 +74,9 @@ inline Bytes tlv(unsigned char tag, const Bytes& contents) {
         bytes.push_back(static_cast<unsigned char>(contents.size()));
     } else {
         bytes.push_back(contents.size() < 0x100 ? 0x81 : 0x82);
-        if (contents.size() >= 0x100)
+        if (contents.size() >= 0x100) {
             bytes.push_back(static_cast<unsigned char>(contents.size() >> 8));
+        }
         bytes.push_back(static_cast<unsigned char>(contents.size()));
     }
     bytes.insert(bytes.end(), contents.begin(), contents.end());
@@ -119,8 +123,9 @@ public:
         rtInitContext(&context_, nullptr);
         status =
             xd_setp(&context_, bytes_.data(), static_cast<int>(bytes_.size()), nullptr, nullptr);
-        if (status == 0)
+        if (status == 0) {
             status = decode(&context_, &value, 1, 0);
+        }
         latched = context_.errInfo.status;
     }
     ~Decoded() { rtFreeContext(&context_); }
@@ -170,8 +175,9 @@ template <class Record>
 std::string recode(int (*decode)(ASN1CTXT*, Record*, ASN1TagType, int),
                    int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), const Bytes& bytes) {
     Decoded<Record> decoded(decode, bytes);
-    if (decoded.status != 0)
+    if (decoded.status != 0) {
         return std::to_string(decoded.status);
+    }
     return encode(encoder, decoded.value).hex();
 }
 
@@ -187,8 +193,9 @@ unsigned presence(const Bits& bits, unsigned count) {
 
 inline ASN1TObjId oid(const char* text) {
     ASN1TObjId result;
-    if (rtStrToOid(text, &result) == 0)
+    if (rtStrToOid(text, &result) == 0) {
         throw std::invalid_argument(text);
+    }
     return result;
 }
 

@@ -17,8 +17,9 @@ namespace test_coding {
 inline const asn1data::TypeEntry* find_type(const std::string& name) {
     static const auto index = [] {
         std::map<std::string, const asn1data::TypeEntry*> result;
-        for (const asn1data::TypeEntry& entry : asn1data::typeTable())
+        for (const asn1data::TypeEntry& entry : asn1data::typeTable()) {
             result.emplace(entry.name, &entry);
+        }
         return result;
     }();
     const auto found = index.find(name);
@@ -54,18 +55,16 @@ public:
         type_.fill(random, record());
     }
 
+    // Typed open values keep what they were encoded to, so the context is the value's own.
     Encoded encode() {
-        ASN1CTXT target;
-        rtInitContext(&target, nullptr);
-        xe_setp(&target, nullptr, 0);
+        xe_setp(&context_, nullptr, 0);
         Encoded result;
-        result.status = type_.encode(&target, record(), 1);
-        result.latched = target.errInfo.status;
+        result.status = type_.encode(&context_, record(), 1);
+        result.latched = context_.errInfo.status;
         if (result.status >= 0) {
-            const unsigned char* start = xe_getp(&target);
+            const unsigned char* start = xe_getp(&context_);
             result.bytes.assign(start, start + result.status);
         }
-        rtFreeContext(&target);
         return result;
     }
 
@@ -79,8 +78,9 @@ private:
 /// status.
 inline std::string recode(const std::string& name, const Bytes& bytes) {
     const asn1data::TypeEntry* type = find_type(name);
-    if (type == nullptr)
+    if (type == nullptr) {
         throw std::invalid_argument("no type " + name);
+    }
     Value value(*type);
     const int status = value.decode(bytes);
     return status != 0 ? std::to_string(status) : value.encode().hex();

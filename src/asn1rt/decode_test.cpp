@@ -371,37 +371,25 @@ TEST(HostileTest, DeepIndefiniteNesting) {
 }
 
 // Each reader that makes a block, with its tag.
-struct BlockReader {
-    unsigned char tag;
-    int (*read)(ASN1CTXT*);
-};
+template <auto Read>
+int bytes_read(ASN1CTXT* ctxt) {
+    const unsigned char* data;
+    std::uint32_t count;
+    return Read(ctxt, &data, &count, 1, 0);
+}
 
-const BlockReader kBlockReaders[] = {{4,
-                                      [](ASN1CTXT* c) {
-                                          const unsigned char* data;
-                                          std::uint32_t count;
-                                          return xd_octstr(c, &data, &count, 1, 0);
-                                      }},
-                                     {3,
-                                      [](ASN1CTXT* c) {
-                                          const unsigned char* data;
-                                          std::uint32_t count;
-                                          return xd_bitstr(c, &data, &count, 1, 0);
-                                      }},
-                                     {22,
-                                      [](ASN1CTXT* c) {
-                                          const char* text;
-                                          return xd_charstr(c, &text, 1, 22, 0);
-                                      }},
-                                     {2,
-                                      [](ASN1CTXT* c) {
-                                          const char* text;
-                                          return xd_bigint(c, &text, 1, 0);
-                                      }},
-                                     {30, [](ASN1CTXT* c) {
-                                          ASN1TBMPText wide;
-                                          return xd_16BitCharStr(c, &wide, 1, 30, 0);
-                                      }}};
+template <auto Read, class Value, auto... Tag>
+int value_read(ASN1CTXT* ctxt) {
+    Value value;
+    return Read(ctxt, &value, 1, Tag..., 0);
+}
+
+const std::pair<unsigned char, int (*)(ASN1CTXT*)> kBlockReaders[] = {
+    {4, bytes_read<xd_octstr>},
+    {3, bytes_read<xd_bitstr>},
+    {22, value_read<xd_charstr, const char*, 22>},
+    {2, value_read<xd_bigint, const char*>},
+    {30, value_read<xd_16BitCharStr, ASN1TBMPText, 30>}};
 
 TEST(HostileTest, ReadersTakeNoMemoryThatTheyMayNotHave) {
     for (const auto& [tag, read] : kBlockReaders) {

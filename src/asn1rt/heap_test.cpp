@@ -49,13 +49,22 @@ protected:
         g_malloc_func = rtDefaultMalloc;
         g_free_func = rtDefaultFree;
     }
+    // A heap, or a context, of that ledger's.
+    static rtMemHeap* heap_on(Ledger& ledger) {
+        rtMemHeap* slot = nullptr;
+        EXPECT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+        return slot;
+    }
+    struct Context : ASN1CTXT {
+        explicit Context(Ledger& ledger) { EXPECT_EQ(rtInitContext(this, &ledger), 0); }
+    };
+
     Ledger ledger;
     Ledger other;
 };
 
 TEST_F(HeapTest, BlocksDieWithTheLastReference) {
-    rtMemHeap* slot = nullptr;
-    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+    rtMemHeap* slot = heap_on(ledger);
     EXPECT_EQ(slot->refCount, 1U);
     EXPECT_EQ(slot->flags, 0x10000000U);
     EXPECT_EQ(slot->defBlkSize, 4096U);
@@ -95,8 +104,7 @@ TEST_F(HeapTest, EmptyAndNullSlots) {
 }
 
 TEST_F(HeapTest, SizesThatCannotBe) {
-    rtMemHeap* slot = nullptr;
-    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+    rtMemHeap* slot = heap_on(ledger);
     for (const std::int32_t size : {-1, -8, INT32_MIN, rtMaxBlockSize + 1, INT32_MAX}) {
         EXPECT_EQ(rtMemHeapAlloc(&slot, size), nullptr) << size;
         EXPECT_EQ(rtMemHeapAllocZ(&slot, size), nullptr) << size;
@@ -106,8 +114,7 @@ TEST_F(HeapTest, SizesThatCannotBe) {
 }
 
 TEST_F(HeapTest, ReallocShrinksInPlaceAndForgetsTheRest) {
-    rtMemHeap* slot = nullptr;
-    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
+    rtMemHeap* slot = heap_on(ledger);
     auto* block = static_cast<char*>(rtMemHeapRealloc(&slot, nullptr, 8));
     std::memcpy(block, "abcdefg", 8);
     EXPECT_EQ(rtMemHeapRealloc(&slot, block, 8), block);
@@ -127,10 +134,8 @@ TEST_F(HeapTest, ReallocShrinksInPlaceAndForgetsTheRest) {
 }
 
 TEST_F(HeapTest, FreeInAnyOrderAndThroughAnotherHeapsSlot) {
-    rtMemHeap* slot = nullptr;
-    rtMemHeap* stranger = nullptr;
-    ASSERT_EQ(rtMemHeapCreate(&slot, &ledger), 0);
-    ASSERT_EQ(rtMemHeapCreate(&stranger, &other), 0);
+    rtMemHeap* slot = heap_on(ledger);
+    rtMemHeap* stranger = heap_on(other);
     void* blocks[4];
     for (void*& block : blocks) {
         block = rtMemHeapAlloc(&slot, 16);
@@ -193,10 +198,8 @@ TEST_F(HeapTest, ContextFromStartToEnd) {
 }
 
 TEST_F(HeapTest, SharedHeapsOutliveTheirMaker) {
-    ASN1CTXT maker;
-    ASN1CTXT user;
-    ASSERT_EQ(rtInitContext(&maker, &ledger), 0);
-    ASSERT_EQ(rtInitContext(&user, &other), 0);
+    Context maker(ledger);
+    Context user(other);
     rtCtxtSetMemHeap(&user, &maker);
     rtCtxtSetMemHeap(&user, &maker);
     rtCtxtSetMemHeap(nullptr, &maker);
@@ -208,8 +211,7 @@ TEST_F(HeapTest, SharedHeapsOutliveTheirMaker) {
     rtFreeContext(&maker);
     EXPECT_STREQ(text, "abc");
     rtCtxtSetMsgMemHeap(&user, &user);
-    ASN1CTXT third;
-    ASSERT_EQ(rtInitContext(&third, &other), 0);
+    Context third(other);
     rtCtxtSetMsgMemHeap(&third, &user);
     EXPECT_EQ(third.msgHeap, user.msgHeap);
     rtFreeContext(&user);
@@ -220,10 +222,8 @@ TEST_F(HeapTest, SharedHeapsOutliveTheirMaker) {
 
 // The type heap may be exchanged, and die, while an encode buffer is in use and grows.
 TEST_F(HeapTest, EncodeBufferStaysOnTheMessageHeap) {
-    ASN1CTXT maker;
-    ASN1CTXT user;
-    ASSERT_EQ(rtInitContext(&maker, &ledger), 0);
-    ASSERT_EQ(rtInitContext(&user, &other), 0);
+    Context maker(ledger);
+    Context user(other);
     rtCtxtSetMemHeap(&user, &maker);
     ASSERT_EQ(xe_setp(&user, nullptr, 4), 0);
     for (const std::uint32_t size : {16388U, 32772U, 49158U, 73737U}) {
@@ -231,8 +231,7 @@ TEST_F(HeapTest, EncodeBufferStaysOnTheMessageHeap) {
         EXPECT_EQ(user.bufSize, size) << "by 16384 at least, else by half";
     }
     rtFreeContext(&maker);
-    ASN1CTXT third;
-    ASSERT_EQ(rtInitContext(&third, &ledger), 0);
+    Context third(ledger);
     rtCtxtSetMemHeap(&user, &third);
     EXPECT_EQ(xe_null(&user, 1), 2);
     ASSERT_EQ(xe_expandBuffer(&user, 1), 0);
@@ -251,10 +250,8 @@ TEST_F(HeapTest, EncodeBufferStaysOnTheMessageHeap) {
 
 // What a context had for itself on a heap that it gives up.
 TEST_F(HeapTest, AContextLetsGoOfWhatDiesWithItsHeap) {
-    ASN1CTXT user;
-    ASN1CTXT source;
-    ASSERT_EQ(rtInitContext(&user, &ledger), 0);
-    ASSERT_EQ(rtInitContext(&source, &other), 0);
+    Context user(ledger);
+    Context source(other);
     ASSERT_NE(rtSListAppend(&user.listA, &user), nullptr);
     rtCtxtSetMemHeap(&user, &source);
     EXPECT_EQ(user.listA.count, 0U);
@@ -273,8 +270,7 @@ TEST_F(HeapTest, AContextLetsGoOfWhatDiesWithItsHeap) {
 
 TEST_F(HeapTest, SavedBuffersLiveAsLongAsTheirHeap) {
     for (const std::uint16_t flag : {std::uint16_t{0}, ctxFlagSaveBuffer}) {
-        ASN1CTXT ctxt;
-        ASSERT_EQ(rtInitContext(&ctxt, &ledger), 0);
+        Context ctxt(ledger);
         rtMemHeap* heap = ctxt.msgHeap;
         rtMemHeapAddRef(&heap);
         ASSERT_EQ(xe_setp(&ctxt, nullptr, 0), 0);

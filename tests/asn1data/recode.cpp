@@ -31,8 +31,9 @@ std::string random(const asn1data::TypeEntry& type, unsigned seed) {
 
 std::string names() {
     std::string all;
-    for (const asn1data::TypeEntry& entry : asn1data::typeTable())
+    for (const asn1data::TypeEntry& entry : asn1data::typeTable()) {
         all += std::string(all.empty() ? "" : " ") + entry.name;
+    }
     return all;
 }
 
@@ -40,11 +41,13 @@ std::string answer(const std::string& line) {
     std::istringstream words(line);
     std::string verb, name, argument;
     words >> verb >> name >> argument;
-    if (verb == "list")
+    if (verb == "list") {
         return names();
+    }
     const asn1data::TypeEntry* type = test_coding::find_type(name);
-    if (type == nullptr)
+    if (type == nullptr) {
         return "unknown";
+    }
     return verb == "decode" ? decode(*type, argument)
                             : random(*type, static_cast<unsigned>(std::stoul(argument)));
 }
@@ -52,7 +55,8 @@ std::string answer(const std::string& line) {
 } // namespace
 
 int main() {
-    for (std::string line; std::getline(std::cin, line);)
+    for (std::string line; std::getline(std::cin, line);) {
         std::cout << answer(line) << std::endl;
+    }
     return 0;
 }

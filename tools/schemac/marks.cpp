@@ -7,7 +7,7 @@
 namespace schemac {
 namespace {
 
-constexpr std::array<std::string_view, 10> words = {
+constexpr std::array<std::string_view, 10> kWords = {
     "raw", "text", "biguint", "signed", "unsigned", "dynamic", "tag", "shared", "type", "presence"};
 
 } // namespace
@@ -24,7 +24,7 @@ std::optional<std::string> Marks::value(std::string_view word) {
 
 void Marks::report_unused(Diagnostics& diagnostics) const {
     for (const Annotation& annotation : annotations_) {
-        if (std::find(words.begin(), words.end(), annotation.word) == words.end()) {
+        if (std::find(kWords.begin(), kWords.end(), annotation.word) == kWords.end()) {
             diagnostics.error(annotation.place, "unknown annotation '" + annotation.word + "'");
         } else if (!used_.contains(&annotation)) {
             diagnostics.error(annotation.place,

@@ -8,7 +8,7 @@ namespace schemac::naming {
 namespace {
 
 // The words of C++20 that begin with a letter, as ASN.1 names do.
-constexpr std::array<std::string_view, 92> keywords = {
+constexpr std::array<std::string_view, 92> kKeywords = {
     "alignas",       "alignof",     "and",
     "and_eq",        "asm",         "auto",
     "bitand",        "bitor",       "bool",
@@ -46,7 +46,7 @@ constexpr std::array<std::string_view, 92> keywords = {
 std::string identifier(std::string_view asn1_name) {
     std::string result(asn1_name);
     std::replace(result.begin(), result.end(), '-', '_');
-    if (std::find(keywords.begin(), keywords.end(), result) != keywords.end()) {
+    if (std::find(kKeywords.begin(), kKeywords.end(), result) != kKeywords.end()) {
         result += '_';
     }
     return result;

@@ -7,12 +7,12 @@
 namespace schemac {
 namespace {
 
-constexpr int max_depth = 40;
+constexpr int kMaxDepth = 40;
 // The first two arcs share a number of 32 bits on the wire: 80 + the second.
-constexpr std::uint32_t max_second_arc = UINT32_MAX - 80;
+constexpr std::uint32_t kMaxSecondArc = UINT32_MAX - 80;
 
 // First and second arcs that may be named without their number.
-const std::map<std::string, std::uint32_t, std::less<>> well_known_arcs = {
+const std::map<std::string, std::uint32_t, std::less<>> kWellKnownArcs = {
     {"itu-t", 0},
     {"ccitt", 0},
     {"iso", 1},
@@ -92,7 +92,7 @@ std::optional<std::int64_t> Scope::number(std::size_t module, const syntax::Numb
     const syntax::Assignment& assignment = *symbol.assignment;
     const std::vector<Token>& tokens = modules_[symbol.module].tokens;
     const std::size_t size = assignment.body.end - assignment.body.begin;
-    if (assignment.kind == syntax::Assignment::Kind::value && size >= 1 && depth < max_depth) {
+    if (assignment.kind == syntax::Assignment::Kind::value && size >= 1 && depth < kMaxDepth) {
         const Token& last = tokens[assignment.body.end - 1];
         if (last.kind == TokenKind::number) {
             return size == 2 ? -last.value : last.value;
@@ -135,7 +135,7 @@ std::vector<std::uint32_t> Scope::identifier(std::size_t module, syntax::TokenRa
         diagnostics_.error({modules_[module].source, first.offset}, "not an object identifier");
         return {};
     }
-    if (arcs[0] > 2 || (arcs[0] < 2 && arcs[1] > 39) || arcs[1] > max_second_arc) {
+    if (arcs[0] > 2 || (arcs[0] < 2 && arcs[1] > 39) || arcs[1] > kMaxSecondArc) {
         diagnostics_.error({modules_[module].source, first.offset},
                            "no object identifier begins with " + std::to_string(arcs[0]) + "." +
                                std::to_string(arcs[1]));
@@ -146,7 +146,7 @@ std::vector<std::uint32_t> Scope::identifier(std::size_t module, syntax::TokenRa
 
 std::vector<std::uint32_t> Scope::referenced(std::size_t module, const Token& name, int depth) {
     const Place place{modules_[module].source, name.offset};
-    if (depth > max_depth) {
+    if (depth > kMaxDepth) {
         diagnostics_.error(place, "object identifiers are defined by each other");
         return {};
     }
@@ -177,8 +177,8 @@ bool Scope::component(std::size_t module, const syntax::TokenRange& body, std::s
         return true;
     }
     if (token->kind == TokenKind::lower) {
-        const auto known = well_known_arcs.find(token->text);
-        if (known != well_known_arcs.end() && !look(module, std::string(token->text))) {
+        const auto known = kWellKnownArcs.find(token->text);
+        if (known != kWellKnownArcs.end() && !look(module, std::string(token->text))) {
             arcs.push_back(known->second);
             return true;
         }

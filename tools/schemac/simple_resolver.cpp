@@ -17,7 +17,7 @@ using syntax::Constraint;
 using syntax::Type;
 using syntax::TypeKind;
 
-constexpr std::int64_t max_inline_bits = 256;
+constexpr std::int64_t kMaxInlineBits = 256;
 
 // Bounds that the representation keeps by itself need no check.
 void drop_natural_bounds(Check& check, std::int64_t low, std::int64_t high) {
@@ -182,7 +182,7 @@ void TypeResolver::bit_string(Use& result, std::size_t module, const Type& type,
     const std::vector<std::int64_t> numbers = named_numbers(module, type);
     std::int64_t bits = 0;
     for (std::size_t i = 0; i < numbers.size(); ++i) {
-        if (numbers[i] < 0 || numbers[i] >= max_inline_bits) {
+        if (numbers[i] < 0 || numbers[i] >= kMaxInlineBits) {
             error(type.named[i].place, "a named bit lies between 0 and 255");
         }
         bits = std::max(bits, numbers[i] + 1);
@@ -190,7 +190,7 @@ void TypeResolver::bit_string(Use& result, std::size_t module, const Type& type,
     if (size.kind != Check::Kind::none) {
         bits = size.high.value_or(0);
     }
-    if (marks.take("dynamic") || bits < 1 || bits > max_inline_bits) {
+    if (marks.take("dynamic") || bits < 1 || bits > kMaxInlineBits) {
         result.simple = {Rep::dyn_bits, 3};
         result.check = size;
     } else {

@@ -11,7 +11,7 @@ namespace {
 using model::Family;
 using model::Use;
 
-constexpr std::uint32_t constructed = 0x20000000;
+constexpr std::uint32_t kConstructed = 0x20000000;
 
 class Settler {
 public:
@@ -58,7 +58,7 @@ private:
             const std::optional<std::uint32_t> below =
                 tagging.tags.empty() ? inner : std::optional(tagging.tags.front());
             if (tag->implicit && below) {
-                const std::uint32_t packed = tag->packed | (*below & constructed);
+                const std::uint32_t packed = tag->packed | (*below & kConstructed);
                 if (tagging.tags.empty()) {
                     tagging.own_tag = false;
                     tagging.tags.push_back(packed);
@@ -69,7 +69,7 @@ private:
                 if (tag->by_word) {
                     diagnostics_.error(tag->place, "IMPLICIT in front of a CHOICE or an open type");
                 }
-                tagging.tags.insert(tagging.tags.begin(), tag->packed | constructed);
+                tagging.tags.insert(tagging.tags.begin(), tag->packed | kConstructed);
             }
         }
     }
@@ -121,7 +121,7 @@ public:
             catch_all_ = &field;
         }
         for (const std::uint32_t tag : tags) {
-            const auto [entry, fresh] = owner_.emplace(tag & ~constructed, &field);
+            const auto [entry, fresh] = owner_.emplace(tag & ~kConstructed, &field);
             if (!fresh && entry->second != &field) {
                 diagnostics_.error(field.place, field.name + " and " + entry->second->name +
                                                     " have the same tag");

@@ -6,7 +6,7 @@
 namespace schemac {
 namespace {
 
-constexpr int max_depth = 40;
+constexpr int kMaxDepth = 40;
 
 using syntax::Constraint;
 using syntax::Type;
@@ -17,7 +17,7 @@ struct CharString {
     std::uint32_t tag;
 };
 
-constexpr std::array<CharString, 15> char_strings = {{{"UTF8String", 12},
+constexpr std::array<CharString, 15> kCharStrings = {{{"UTF8String", 12},
                                                       {"NumericString", 18},
                                                       {"PrintableString", 19},
                                                       {"TeletexString", 20},
@@ -41,7 +41,7 @@ syntax::TypePtr TypeParser::type() {
         ~Level() { --depth_; }
         int& depth_;
     } level(depth_);
-    if (depth_ > max_depth) {
+    if (depth_ > kMaxDepth) {
         reader_.fail("types are nested too deep");
     }
     auto type = std::make_shared<Type>();
@@ -68,7 +68,7 @@ void TypeParser::tags(Type& type) {
             tag.mode = syntax::TagMode::explicit_;
         }
         type.tags.push_back(tag);
-        if (type.tags.size() > max_depth) {
+        if (type.tags.size() > kMaxDepth) {
             reader_.fail("too many tags");
         }
     }
@@ -108,7 +108,7 @@ bool TypeParser::simple(Type& type) {
         type.kind = TypeKind::octet_string;
         return true;
     }
-    for (const CharString& candidate : char_strings) {
+    for (const CharString& candidate : kCharStrings) {
         if (reader_.take_if(candidate.name)) {
             type.kind = TypeKind::char_string;
             type.char_tag = candidate.tag;
@@ -301,7 +301,7 @@ syntax::Number TypeParser::number() {
 void TypeParser::constraints(Type& type) {
     while (reader_.is("(")) {
         type.constraints.push_back(constraint());
-        if (type.constraints.size() > max_depth) {
+        if (type.constraints.size() > kMaxDepth) {
             reader_.fail("too many constraints");
         }
     }

@@ -16,11 +16,11 @@ using syntax::Constraint;
 using syntax::Type;
 using syntax::TypeKind;
 
-constexpr std::size_t max_components = 500;
+constexpr std::size_t kMaxComponents = 500;
 // The members that have come are noted in 32 bits.
-constexpr std::size_t max_set_members = 32;
+constexpr std::size_t kMaxSetMembers = 32;
 // Definitions that are entered while others are still open.
-constexpr int max_depth = 300;
+constexpr int kMaxDepth = 300;
 
 bool is_list(const Type& type) {
     return type.kind == TypeKind::sequence_of || type.kind == TypeKind::set_of;
@@ -106,7 +106,7 @@ void TypeResolver::define(Family& family, std::size_t module, const Type& type, 
         ~Level() { --depth_; }
         int& depth_;
     } level(depth_);
-    if (depth_ > max_depth) {
+    if (depth_ > kMaxDepth) {
         error(type.place, "definitions refer to each other too deep");
         return;
     }
@@ -147,7 +147,7 @@ void TypeResolver::define_record(Family& family, std::size_t module, const Type&
     family.extensible = type.extensible;
     add_components(family, module, type);
     check_member_names(family);
-    if (family.kind == Family::Kind::set && family.fields.size() > max_set_members) {
+    if (family.kind == Family::Kind::set && family.fields.size() > kMaxSetMembers) {
         error(family.place, "a SET can have 32 members");
     }
     bind_open_value(family, module, type);
@@ -169,7 +169,7 @@ void TypeResolver::check_member_names(const Family& family) {
 void TypeResolver::add_components(Family& family, std::size_t module, const Type& type) {
     std::set<std::string> names;
     for (const syntax::Component& component : type.components) {
-        if (family.fields.size() >= max_components) {
+        if (family.fields.size() >= kMaxComponents) {
             error(component.place, "too many components");
             return;
         }
@@ -209,7 +209,7 @@ void TypeResolver::check_default(std::size_t module, const Type& type,
     using Kind = syntax::DefaultValue::Kind;
     Symbol symbol{module, nullptr};
     const Type* at = &type;
-    for (int depth = 0; at->kind == TypeKind::reference && depth < max_depth; ++depth) {
+    for (int depth = 0; at->kind == TypeKind::reference && depth < kMaxDepth; ++depth) {
         symbol = scope_.look(symbol.module, at->name);
         if (!symbol || !symbol.assignment->type) {
             return; // reported where the type is resolved

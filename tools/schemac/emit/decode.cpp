@@ -54,8 +54,8 @@ bool one_byte(std::uint32_t tag) {
 
 std::string tag_byte(std::uint32_t tag) {
     const std::uint32_t byte = (tag >> 24) | (tag & 31);
-    static constexpr std::string_view digits = "0123456789ABCDEF";
-    return cat("0x", std::string(1, digits[byte >> 4]), std::string(1, digits[byte & 15]));
+    static constexpr std::string_view kDigits = "0123456789ABCDEF";
+    return cat("0x", std::string(1, kDigits[byte >> 4]), std::string(1, kDigits[byte & 15]));
 }
 
 // A condition that holds when the element may be there.

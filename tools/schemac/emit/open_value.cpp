@@ -41,7 +41,7 @@ std::string list_loop(const std::string& value) {
                ".head; node != nullptr; node = node->next)");
 }
 
-const std::string_view this_object = "auto& value = *static_cast<Asn1TObject*>(node->data);";
+const std::string_view kThisObject = "auto& value = *static_cast<Asn1TObject*>(node->data);";
 
 // The one place that knows what an open value is encoded from: asn1ETC_ and the encoder call it.
 void encode_decoded(Writer& source, const Family& family) {
@@ -77,7 +77,7 @@ void encode_list(Writer& source, const Family& family) {
     source.close();
     source.line("ScratchBuffer scratch(ctx);");
     source.open(list_loop(value));
-    source.line(this_object);
+    source.line(kThisObject);
     source.line("int n = scratch.start();");
     source.open("if (n == 0)");
     source.line(
@@ -127,7 +127,7 @@ void emit_decode_typed(Writer& source, const Family& family) {
     source.close();
     if (family.binding->list) {
         source.open(list_loop(value));
-        source.line(this_object);
+        source.line(kThisObject);
     }
     const std::string target = family.binding->list ? std::string("value") : value;
     source.open(cat("if (enterOpenValue(ctx, ", target, "))"));
@@ -182,7 +182,7 @@ void copy_open_values(Writer& writer, const Family& family) {
     writer.line(cat("const rtDListNode* target = dst->", field.name, ".head;"));
     writer.open(cat("for (const rtDListNode* node = src->", field.name,
                     ".head; object != nullptr && node != nullptr; node = node->next)"));
-    writer.line(this_object);
+    writer.line(kThisObject);
     writer.open("if (value.decoded != nullptr)");
     writer.line(cat(copy, "value, *static_cast<Asn1TObject*>(target->data));"));
     writer.close();
@@ -209,7 +209,7 @@ void free_open_values(Writer& writer, const Family& family) {
     writer.line(lookup(family, "pvalue"));
     writer.open(cat("for (const rtDListNode* node = pvalue->", field.name,
                     ".head; object != nullptr && node != nullptr; node = node->next)"));
-    writer.line(this_object);
+    writer.line(kThisObject);
     writer.open("if (value.decoded != nullptr)");
     writer.line(cat(free_call, "value);"));
     writer.close();

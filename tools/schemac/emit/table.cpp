@@ -30,7 +30,7 @@ public:
             changed = false;
             for (const Family& family : schema.families) {
                 const int now = compute(family);
-                int& known = depth_.try_emplace(&family, unknown).first->second;
+                int& known = depth_.try_emplace(&family, kUnknown).first->second;
                 changed = changed || now != known;
                 known = now;
             }
@@ -42,7 +42,7 @@ public:
             return 0;
         }
         const auto found = depth_.find(use.family);
-        return found == depth_.end() ? unknown : found->second;
+        return found == depth_.end() ? kUnknown : found->second;
     }
 
     std::size_t least_alternative(const Family& choice) const {
@@ -53,7 +53,7 @@ public:
     }
 
 private:
-    static constexpr int unknown = 1000;
+    static constexpr int kUnknown = 1000;
 
     int compute(const Family& family) const {
         int result = 0;
@@ -61,17 +61,17 @@ private:
         case Family::Kind::wrapped:
             return of(family.body);
         case Family::Kind::choice:
-            return std::min(unknown, 1 + of(family.fields[least_alternative(family)].use));
+            return std::min(kUnknown, 1 + of(family.fields[least_alternative(family)].use));
         case Family::Kind::list:
         case Family::Kind::array:
-            return family.count.low.value_or(0) > 0 ? std::min(unknown, 1 + of(family.body)) : 0;
+            return family.count.low.value_or(0) > 0 ? std::min(kUnknown, 1 + of(family.body)) : 0;
         default:
             for (const Field& field : family.fields) {
                 if (field.presence == Field::Presence::mandatory) {
                     result = std::max(result, of(field.use));
                 }
             }
-            return std::min(unknown, 1 + result);
+            return std::min(kUnknown, 1 + result);
         }
     }
 

@@ -8,7 +8,7 @@
 namespace schemac::emit {
 namespace {
 
-constexpr std::size_t max_columns = 100;
+constexpr std::size_t kMaxColumns = 100;
 
 bool is_operator_at(std::string_view text, std::size_t at) {
     for (const std::string_view op : {" && ", " || ", " ? ", " : "}) {
@@ -29,9 +29,9 @@ struct Break {
 // to the right as possible; behind
 // "=" if nothing else helps. The rest goes under the first argument of the call that is open there.
 Break break_position(std::string_view text, std::size_t room) {
-    constexpr std::size_t last_resort = 1000;
+    constexpr std::size_t kLastResort = 1000;
     Break best;
-    std::size_t best_rank = last_resort * 2;
+    std::size_t best_rank = kLastResort * 2;
     std::vector<std::size_t> open;
     bool quoted = false;
     for (std::size_t i = 0; i < text.size() && i < room; ++i) {
@@ -54,7 +54,7 @@ Break break_position(std::string_view text, std::size_t room) {
         } else if (i > 0 && is_operator_at(text, i)) {
             const bool assignment = text.substr(i, 3) == " = ";
             here = assignment ? i + 2 : i;
-            rank += assignment ? last_resort : 0;
+            rank += assignment ? kLastResort : 0;
         }
         if (here != 0 && here <= room && rank <= best_rank) {
             best = {here, open.empty() ? 0 : open.back()};
@@ -74,7 +74,7 @@ void Writer::line(std::string_view text) {
     const std::size_t indent = depth_ * 4;
     std::size_t column = indent;
     while (true) {
-        const std::size_t room = max_columns > column ? max_columns - column : 1;
+        const std::size_t room = kMaxColumns > column ? kMaxColumns - column : 1;
         const bool whole = text.size() <= room || text.starts_with("//");
         const Break place = whole ? Break() : break_position(text, room);
         text_.append(column, ' ');
@@ -88,7 +88,7 @@ void Writer::line(std::string_view text) {
         text.remove_prefix(place.at + (text[place.at] == ' ' ? 1 : 0));
         // Far to the right there is no room to align.
         const std::size_t aligned = column + place.column;
-        column = place.column != 0 && aligned + text.size() <= max_columns ? aligned : indent + 4;
+        column = place.column != 0 && aligned + text.size() <= kMaxColumns ? aligned : indent + 4;
     }
 }
 
@@ -115,10 +115,10 @@ void Writer::label(std::string_view text) {
 }
 
 std::string hex(std::uint32_t value) {
-    static constexpr std::string_view digits = "0123456789ABCDEF";
+    static constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string result = "0x";
     for (int shift = 28; shift >= 0; shift -= 4) {
-        result += digits[(value >> shift) & 15];
+        result += kDigits[(value >> shift) & 15];
     }
     return result;
 }

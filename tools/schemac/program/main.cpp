@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr const char* usage = "usage: schemac -o FOLDER [--table FOLDER] MODULE.asn1...\n"
-                              "Writes the C++ of all modules to the folder, and with --table the "
-                              "table of all types for tests.\n";
+constexpr const char* kUsage = "usage: schemac -o FOLDER [--table FOLDER] MODULE.asn1...\n"
+                               "Writes the C++ of all modules to the folder, and with --table the "
+                               "table of all types for tests.\n";
 
 struct Arguments {
     std::string output;
@@ -72,7 +72,7 @@ bool write(const std::string& folder, const std::vector<schemac::GeneratedFile>&
 int main(int count, char** words) {
     const auto arguments = parse(count, words);
     if (!arguments) {
-        std::cerr << usage;
+        std::cerr << kUsage;
         return 2;
     }
     std::vector<std::unique_ptr<schemac::Source>> sources;
