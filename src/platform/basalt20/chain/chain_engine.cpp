@@ -131,6 +131,7 @@ ChainSettings settings_of(HCERTCHAINENGINE handle) {
     settings.strength = engine.strength ? *engine.strength : configured_strength();
     settings.now = engine.now;
     settings.may_fetch = engine.may_fetch;
+    settings.issuers = configured_issuer_reach();
     settings.fetching_time = engine.fetching_time;
     settings.uses_system_stores = engine.uses_system_stores;
     settings.stores = std::move(engine.stores);
