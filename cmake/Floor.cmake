@@ -78,6 +78,7 @@ function(chronoseal_floor_test name)
     CHRONOSEAL_TESTDATA="${CMAKE_CURRENT_SOURCE_DIR}/testdata"
     CHRONOSEAL_SHARED_DATA="${PROJECT_SOURCE_DIR}/../shared/data")
   add_test(NAME ${name} COMMAND ${name}_test)
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT "${CHRONOSEAL_TEST_ENVIRONMENT}")
 endfunction()
 
 function(chronoseal_floor name)

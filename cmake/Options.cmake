@@ -11,6 +11,13 @@ if(CHRONOSEAL_SANITIZE)
 else()
   set(CHRONOSEAL_NO_UNDEFINED -Wl,--no-undefined)
 endif()
+
+# What the tests of a sanitized build run with. Tests fork, and OpenSSL and libcurl aren't instrumented.
+set(CHRONOSEAL_TEST_ENVIRONMENT "")
+if(CHRONOSEAL_SANITIZE MATCHES "thread")
+  set(CHRONOSEAL_TEST_ENVIRONMENT
+    "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/thread_sanitizer.txt:die_after_fork=0:second_deadlock_stack=1")
+endif()
 if(CHRONOSEAL_COVERAGE)
   add_compile_options(--coverage)
   add_link_options(--coverage)

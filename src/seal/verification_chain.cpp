@@ -163,8 +163,11 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
                 text = quote_foreign(link.certificate.subject) + " was revoked";
                 if (!link.evidence.empty() && link.evidence.front().revoked) {
                     const Evidence& evidence = link.evidence.front();
+                    const bool later = *evidence.revoked > verdict_.judged_at;
                     text += " at " + utc_text(*evidence.revoked) +
-                            (evidence.reason.empty() ? "" : " (" + evidence.reason + ")");
+                            (evidence.reason.empty() ? "" : " (" + evidence.reason + ")") +
+                            (later ? ", after the stamp, in a way that voids what it signed before"
+                                   : "");
                 }
             }
         }

@@ -243,6 +243,10 @@ TEST_F(VerifierTest, RevocationIsToldWithItsEvidence) {
             EXPECT_EQ(finding.word, "revoked");
             EXPECT_EQ(verdict.error().category(), Category::refused);
             EXPECT_EQ(compact(*evidence.revoked), row.revoked);
+            EXPECT_EQ(finding.text.find("after the stamp") != std::string::npos,
+                      *evidence.revoked > verdict.judged_at)
+                << finding.text;
+            EXPECT_EQ(finding.text.find("before the stamp"), std::string::npos);
         }
         with_list.revocation = Revocation::off;
         EXPECT_TRUE(Verifier(with_list).verify(stamp, bytes_of("data")).good()) << row.revoked;
@@ -274,6 +278,37 @@ TEST_F(VerifierTest, WhatTheTokenBringsAlongCounts) {
             tsp::element(0xA0, tsp::sequence(authority.list("20240101000000Z", 1, "20240102000000Z",
                                                             "20491231000000Z")))));
     EXPECT_EQ(verify(encoded()).deciding().word, "revoked");
+}
+
+// Hashes that few ask for are hashes all the same: as imprints, and as what names the certificate.
+TEST_F(VerifierTest, SeldomHashesAreRead) {
+    const struct {
+        const char* oid;
+        const EVP_MD* digest;
+        bool signs; // OpenSSL makes messages with it and a key on a curve
+    } rows[] = {
+        {"2.16.840.1.101.3.4.2.4", EVP_sha224(), true},
+        {"2.16.840.1.101.3.4.2.6", EVP_sha512_256(), false},
+        {"2.16.840.1.101.3.4.2.8", EVP_sha3_256(), false},
+        {"2.16.840.1.101.3.4.2.10", EVP_sha3_512(), false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.oid);
+        TstInfo info;
+        info.hash_oid = row.oid;
+        unsigned char digest[EVP_MAX_MD_SIZE];
+        unsigned int size = 0;
+        EVP_Digest("data", 4, digest, &size, row.digest, nullptr);
+        info.digest.assign(reinterpret_cast<char*>(digest), size);
+        Signing signing;
+        if (row.signs) {
+            signing.digest = row.digest;
+        }
+        const Verdict verdict = verify(stamp_of(info, signing));
+        EXPECT_TRUE(verdict.good()) << verdict.error().what();
+        EXPECT_TRUE(verdict.compared());
+        EXPECT_EQ(verify(stamp_of(info, signing), "other").deciding().word, "imprint_differs");
+    }
 }
 
 TEST_F(VerifierTest, WhatIsWeakIsRemarkedAndRefusedWhereThatIsWanted) {

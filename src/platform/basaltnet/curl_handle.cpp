@@ -2,7 +2,10 @@
 // may be thrown in them.
 #include <basalt/basaltnet/curl_handle.h>
 
+#include <basalt/basaltnet/inner_address.h>
+
 #include <strings.h>
+#include <sys/socket.h>
 
 #include <mutex>
 #include <new>
@@ -93,6 +96,14 @@ std::size_t take_body(char* data, std::size_t, std::size_t count, void* user) no
     }
 }
 
+// Called for each address that the host's name has, before it is connected to.
+curl_socket_t open_outside_socket(void*, curlsocktype, curl_sockaddr* address) noexcept {
+    if (is_inner(address->addr)) {
+        return CURL_SOCKET_BAD;
+    }
+    return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
 std::string_view trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(" \t\r\n");
     if (first == std::string_view::npos) {
@@ -161,7 +172,7 @@ bool CurlHandle::fits(const HttpRequest& request, const std::string& ca_file) co
            kept_.user == request.user && kept_.password == request.password &&
            kept_.client_certificate == request.client_certificate &&
            kept_.client_key == request.client_key && kept_.ca_file == request.ca_file &&
-           kept_ca_file_ == ca_file;
+           kept_ca_file_ == ca_file && kept_.outside_only == request.outside_only;
 }
 
 bool CurlHandle::prepare(const HttpRequest& request, const std::string& ca_file) {
@@ -180,6 +191,7 @@ bool CurlHandle::prepare(const HttpRequest& request, const std::string& ca_file)
     set_target(request, request.ca_file.empty() ? ca_file : request.ca_file);
     set_identity(request);
     set_arrival();
+    set_reach(request);
     prepared_ = set_proxy(request);
     return prepared_;
 }
@@ -258,6 +270,14 @@ void CurlHandle::set_identity(const HttpRequest& request) {
             request.client_key.empty() ? request.client_certificate : request.client_key;
         curl_easy_setopt(get(), CURLOPT_SSLCERT, request.client_certificate.c_str());
         curl_easy_setopt(get(), CURLOPT_SSLKEY, key.c_str());
+    }
+}
+
+// A connection that another exchange has left open wasn't looked at.
+void CurlHandle::set_reach(const HttpRequest& request) {
+    if (request.outside_only && request.proxy.empty()) {
+        curl_easy_setopt(get(), CURLOPT_OPENSOCKETFUNCTION, open_outside_socket);
+        curl_easy_setopt(get(), CURLOPT_FRESH_CONNECT, 1L);
     }
 }
 

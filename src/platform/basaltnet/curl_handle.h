@@ -64,6 +64,7 @@ private:
     void set_target(const HttpRequest& request, const std::string& ca_file);
     void set_identity(const HttpRequest& request);
     void set_arrival();
+    void set_reach(const HttpRequest& request);
     bool set_proxy(const HttpRequest& request);
     static void append(List& list, const char* line);
     static List header_list(const HttpRequest& request);

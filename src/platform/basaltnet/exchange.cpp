@@ -2,6 +2,7 @@
 #include <basalt/basaltnet/exchange.h>
 
 #include <basalt/basaltnet/curl_handle.h>
+#include <basalt/basaltnet/inner_address.h>
 #include <basalt/basaltnet/transfer_error.h>
 #include <basalt/error_codes.h>
 #include <basalt/sup/web_address.h>
@@ -58,6 +59,11 @@ void judge(CurlHandle& handle, CURLcode code, HttpAnswer& answer) {
 
 // One request and its answer; gives where a redirect leads, or nothing.
 std::string step(const HttpRequest& request, const std::string& ca_file, HttpAnswer& answer) {
+    if (request.outside_only && names_inner_host(request.url)) {
+        fail(answer, ERROR_WINHTTP_CANNOT_CONNECT,
+             "an address of this machine or an inner network");
+        return {};
+    }
     CurlHandle& handle = CurlHandle::of_thread();
     if (!handle.prepare(request, ca_file)) {
         handle.forget();

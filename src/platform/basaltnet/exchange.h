@@ -34,6 +34,10 @@ struct HttpRequest {
     // Of a GET: up to 5, to http and https alone, never from https to http, nor to an address with
     // user-info.
     bool follow_redirects = false;
+    // Refuses hosts of this machine and of inner networks, at each step and by the address that is
+    // connected to. Behind a proxy, which resolves names itself, only those that are told by the
+    // host as it is written.
+    bool outside_only = false;
     HttpLimits limits; // the time is for all redirects together
     std::string user;  // for basic authentication at the server, as it is; empty: none
     std::string password;

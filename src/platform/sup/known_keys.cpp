@@ -96,6 +96,7 @@ constexpr Key kKeys[] = {
     number("\\config\\network\\MaxAnswerBytes", "16777216", 1, 1L << 30),
     text("\\config\\network\\CaFile"),
     text("\\config\\network\\FetchProxy"),
+    text("\\config\\network\\FetchIssuers", "outside", "outside|anywhere|none"),
     number("\\config\\Tinlayer\\SendRequestTimeoutMilliseconds", "5000"),
     number("\\config\\Tinlayer\\cache_settings\\OcspValiditySeconds", "0"),
     number("\\config\\trace\\levels\\*", "0"),

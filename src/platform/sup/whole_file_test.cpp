@@ -2,12 +2,26 @@
 #include <basalt/sup/whole_file.h>
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #include <utime.h>
 
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+
+namespace {
+std::string synced; // what was synced, in order: f a file, d a folder
+} // namespace
+
+// In the C library's place, as the linker has it.
+extern "C" int fsync(int descriptor) {
+    struct stat status {};
+    fstat(descriptor, &status);
+    synced += S_ISDIR(status.st_mode) ? 'd' : 'f';
+    return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
 
 namespace {
 
@@ -46,6 +60,14 @@ TEST_F(WholeFile, TakesTheOldOnesPlaceWithItsMode) {
     basalt::Descriptor file;
     ASSERT_EQ(basalt::open_file(folder_ + "/x", file, status), 0);
     EXPECT_EQ(basalt::read_whole(file.get(), 99, bounded), EFBIG);
+}
+
+// A loss of power finds the old file or the new one: first the content is on the disk, then the
+// name.
+TEST_F(WholeFile, ContentAndFolderAreSynced) {
+    synced.clear();
+    EXPECT_EQ(basalt::replace_file(folder_ + "/x", "content"), 0);
+    EXPECT_EQ(synced, "fd");
 }
 
 TEST_F(WholeFile, FailureLeavesNothingBehind) {

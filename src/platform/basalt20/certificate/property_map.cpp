@@ -2,25 +2,13 @@
 #include <basalt/certificate/property_map.h>
 
 #include <basalt/coding/flat_block.h>
+#include <basalt/sup/hexadecimal.h>
 
 #include <charconv>
 #include <cstdint>
 
 namespace basalt {
 namespace {
-
-constexpr char kHex[] = "0123456789abcdef";
-
-std::string to_hex(std::string_view bytes) {
-    std::string out;
-    out.reserve(bytes.size() * 2);
-    for (const char c : bytes) {
-        const auto octet = static_cast<BYTE>(c);
-        out.push_back(kHex[octet >> 4]);
-        out.push_back(kHex[octet & 15]);
-    }
-    return out;
-}
 
 std::optional<std::string> from_hex(std::string_view text) {
     if (text.size() % 2 != 0) {
@@ -172,7 +160,7 @@ std::string PropertyMap::to_text() const {
     std::string out;
     for (const auto& [id, value] : snapshot()) {
         if (!is_transient_property(id)) {
-            out += std::to_string(id) + ' ' + to_hex(value) + '\n';
+            out += std::to_string(id) + ' ' + hexadecimal(std::span(value)) + '\n';
         }
     }
     return out;

@@ -36,21 +36,6 @@ std::shared_ptr<void> shared_store(HCERTSTORE store) {
     return held;
 }
 
-std::optional<RevocationMode> revocation_of(DWORD mode) {
-    switch (mode) {
-    case BASALT_REVOCATION_DEFAULT:
-        return std::nullopt;
-    case BASALT_REVOCATION_REQUIRE:
-        return RevocationMode::require;
-    case BASALT_REVOCATION_AVAILABLE:
-        return RevocationMode::available;
-    case BASALT_REVOCATION_OFF:
-        return RevocationMode::off;
-    default:
-        fail(E_INVALIDARG);
-    }
-}
-
 std::optional<StrengthLevel> strength_of(DWORD strength) {
     switch (strength) {
     case BASALT_STRENGTH_DEFAULT:
@@ -89,7 +74,7 @@ void read_published(const CERT_CHAIN_ENGINE_CONFIG& config, Engine& engine) {
 }
 
 void read_own(const BASALT_CHAIN_ENGINE_CONFIG& config, Engine& engine) {
-    engine.revocation = revocation_of(config.dwRevocationMode);
+    engine.revocation = mode_of(config.dwRevocationMode);
     engine.strength = strength_of(config.dwStrength);
     if (config.pNow != nullptr) {
         engine.now = ticks_of(*config.pNow);
@@ -131,6 +116,7 @@ ChainSettings settings_of(HCERTCHAINENGINE handle) {
     settings.strength = engine.strength ? *engine.strength : configured_strength();
     settings.now = engine.now;
     settings.may_fetch = engine.may_fetch;
+    settings.issuers = configured_issuer_reach();
     settings.fetching_time = engine.fetching_time;
     settings.uses_system_stores = engine.uses_system_stores;
     settings.stores = std::move(engine.stores);

@@ -1,6 +1,9 @@
 // When a chain goes to the network, and when not: counted at a server on loopback.
+#include <basalt/chain/chain_session.h>
 #include <basalt/chain/judged_chain.h>
 #include <basalt/revocation/live_responder.h>
+
+#include <basalt/store/record.h>
 
 #include <openssl/pkcs7.h>
 
@@ -129,6 +132,59 @@ TEST_F(ChainFetchTest, MissingIssuersAreFetchedAndKeptOnceTheyAreFoundGood) {
         EXPECT_EQ(stamp_verdict(setting_, given), 0u);
         EXPECT_EQ(server_.requests() - before, 2u) << "from the cache";
     }
+}
+
+// What a token lacks is asked for before anything is trusted, at addresses of its maker's choice.
+TEST_F(ChainFetchTest, MissingIssuersAreNotAskedForInsideNorBehindAnUnknownRoot) {
+    const auto issued = [&](const Party& issuer, const std::string& name) {
+        return make_party({name, &issuer,
+                           std::string(kAuthority) +
+                               "\nauthorityInfoAccess=caIssuers;URI:" + server_.url("/issuer")});
+    };
+    const auto rogue_root = make_party({"rogue root", nullptr, kAuthority});
+    const auto rogue = issued(*rogue_root, "rogue");
+    const auto renewed = issued(*rogue_root, "rogue root"); // self-issued, with another key
+    const auto under = [&](const Party& issuer) {
+        return make_party({"stamper", &issuer, kStamper + sources()});
+    };
+    const auto honest = under(*middle_);
+    const auto of_rogue = under(*rogue);
+    const auto of_renewed = under(*renewed);
+    const struct {
+        const char* what;
+        const Party* end;
+        std::vector<std::string> bag;
+        IssuerReach reach;
+        std::size_t requests;
+    } cases[] = {
+        {"inside", honest.get(), {}, IssuerReach::outside, 0},
+        {"inside, allowed", honest.get(), {}, IssuerReach::anywhere, 1},
+        {"nowhere", honest.get(), {}, IssuerReach::none, 0},
+        {"no root", of_rogue.get(), {encoded(rogue.get())}, IssuerReach::outside, 0},
+        {"a root", of_rogue.get(), encoded_all({rogue.get(), rogue_root.get()}),
+         IssuerReach::anywhere, 0},
+        {"one name twice", of_renewed.get(), {encoded(renewed.get())}, IssuerReach::anywhere, 0},
+    };
+    ChainSettings settings;
+    const StoreReference anchors = store_of(setting_.anchors);
+    settings.anchors = std::make_shared<const TrustAnchors>(anchors.get());
+    settings.uses_system_stores = false;
+    UsageQuestion usage;
+    usage.is_time_stamp = true;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        settings.issuers = c.reach;
+        const StoreReference store = store_of(c.bag);
+        const CertificateReference end = context_of(encoded(c.end));
+        SessionRequest request;
+        request.end = CertificateRecord::of(end.get()).shared_item();
+        request.additional = store.get();
+        request.revocation = RevocationScope::all_but_anchor;
+        const std::size_t before = server_.requests();
+        EXPECT_FALSE(ChainSession(settings, std::move(request)).judge(ticks_at(0), usage).good());
+        EXPECT_EQ(server_.requests() - before, c.requests);
+    }
+    EXPECT_EQ(ChainSettings().issuers, IssuerReach::outside) << "where nothing is configured";
 }
 
 TEST_F(ChainFetchTest, FetchingIssuersEndsAtFourAndAtAnUnknownRoot) {

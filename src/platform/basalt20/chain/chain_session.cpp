@@ -160,7 +160,8 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     }
     // Only where the way up lacks a certificate: what ends in an unknown root lacks none.
     while (!found && !reached_anchor_ && !is_self_signed(*longest_.back()) &&
-           issuers_.fetch_for(dead_ends_, request_.may_fetch)) {
+           issuers_.fetch_for(dead_ends_,
+                              request_.may_fetch ? settings_.issuers : IssuerReach::none)) {
         found = search(question);
         if (!found) {
             found = ask_network(question);

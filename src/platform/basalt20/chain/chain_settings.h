@@ -4,6 +4,7 @@
 #include <basalt/certificate/strength.h>
 #include <basalt/chain/trust_anchors.h>
 #include <basalt/coding/file_ticks.h>
+#include <basalt/network/http_client.h>
 #include <basalt/revocation/revocation_mode.h>
 #include <basalt/store/certificate_reference.h>
 
@@ -20,6 +21,7 @@ struct ChainSettings {
     StrengthLevel strength = StrengthLevel::floor;
     std::optional<FileTicks> now; // nothing: the clock
     bool may_fetch = true;
+    IssuerReach issuers = IssuerReach::outside;
     std::chrono::milliseconds fetching_time{15000};
     bool uses_system_stores = true;            // `CA` and `My` as candidates
     std::vector<std::shared_ptr<void>> stores; // candidates beside those of the question

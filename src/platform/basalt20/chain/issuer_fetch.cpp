@@ -19,6 +19,10 @@ std::string cache_key(const std::string& url) {
     return "issuers\n" + url;
 }
 
+bool is_self_issued(const PoolCertificate& certificate) {
+    return (X509_get_extension_flags(certificate.openssl()) & EXFLAG_SI) != 0;
+}
+
 std::vector<std::string> issuer_addresses(X509* certificate) {
     const OpensslOwner<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_free> access(
         static_cast<AUTHORITY_INFO_ACCESS*>(
@@ -67,10 +71,12 @@ std::vector<std::shared_ptr<CertificateItem>> certificates_of(Bytes body) {
 
 } // namespace
 
-bool IssuerFetch::fetch_for(const std::vector<PoolCertificate*>& certificates,
-                            bool may_ask_network) {
+bool IssuerFetch::fetch_for(const std::vector<PoolCertificate*>& certificates, IssuerReach reach) {
     std::vector<std::string> addresses;
     for (const PoolCertificate* certificate : certificates) {
+        if (is_self_issued(*certificate)) {
+            continue;
+        }
         for (std::string& url : issuer_addresses(certificate->openssl())) {
             addresses.push_back(std::move(url));
         }
@@ -83,12 +89,12 @@ bool IssuerFetch::fetch_for(const std::vector<PoolCertificate*>& certificates,
         }
     }
     for (const std::string& url : addresses) {
-        if (any || !may_ask_network || exchanges_ >= kMaxExchanges) {
+        if (any || reach == IssuerReach::none || exchanges_ >= kMaxExchanges) {
             break;
         }
         if (asked_.insert(url).second) {
             ++exchanges_;
-            const auto body = retrieval_.get(url);
+            const auto body = retrieval_.get(url, reach == IssuerReach::outside);
             any = body && take(url, *body, true);
         }
     }

@@ -1,9 +1,16 @@
 // Missing issuers, from where certificates say that they lie (authorityInfoAccess, caIssuers: a
 // certificate, or a bag of them). What comes is a candidate like any other. First what lies in the
 // cache, then the network: four exchanges at most for one object, within the budget's deadline.
+//
+// This is the one thing that is fetched before anything is trusted, so whoever made the token has
+// chosen the addresses. Hence nobody is asked for the issuer of what is self-issued: only another
+// root could come, and roots that are trusted are at hand. And unless the configuration allows it
+// (FetchIssuers), no host of this machine or of an inner network is asked, by whatever name it goes
+// and wherever a redirect leads.
 #pragma once
 
 #include <basalt/chain/certificate_pool.h>
+#include <basalt/network/http_client.h>
 #include <basalt/revocation/retrieval.h>
 
 #include <set>
@@ -16,7 +23,7 @@ public:
 
     // True when new candidates came from the addresses of these certificates; the network is asked
     // only when the cache gave none.
-    bool fetch_for(const std::vector<PoolCertificate*>& certificates, bool may_ask_network);
+    bool fetch_for(const std::vector<PoolCertificate*>& certificates, IssuerReach reach);
 
     // Keeps those bodies that one of these certificates came in: a path with them has been found
     // good.

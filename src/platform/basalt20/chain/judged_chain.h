@@ -14,24 +14,6 @@
 
 namespace basalt::test {
 
-inline const char kStamper[] = "basicConstraints=critical,CA:FALSE\n"
-                               "extendedKeyUsage=critical,timeStamping\n";
-
-// An authority of which only the name tells who issued what.
-inline const char kPlainAuthority[] = "basicConstraints=critical,CA:TRUE\n";
-
-inline std::string encoded(const X509* certificate) {
-    unsigned char* der = nullptr;
-    const int size = i2d_X509(certificate, &der);
-    std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
-    OPENSSL_free(der);
-    return bytes;
-}
-
-inline std::string encoded(const Party* party) {
-    return encoded(party->certificate());
-}
-
 inline CertificateReference context_of(const std::string& der) {
     return CertificateReference(
         CertCreateCertificateContext(X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()),

@@ -1,5 +1,6 @@
 #include <basalt/chain/path_judgement.h>
 
+#include <basalt/chain/policy_demand.h>
 #include <basalt/coding/openssl_owner.h>
 
 #include <openssl/err.h>
@@ -117,10 +118,17 @@ void run_verifier(const std::vector<X509*>& path, const std::vector<std::string>
     X509_STORE_CTX_set_app_data(context.get(), &verification);
     X509_VERIFY_PARAM* param = X509_STORE_CTX_get0_param(context.get());
     // Every anchor is trusted for what it is, a root or not.
-    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_POLICY_CHECK |
-                                           X509_V_FLAG_NO_CHECK_TIME);
+    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_NO_CHECK_TIME);
     X509_VERIFY_PARAM_set_depth(param, kNoBoundOnDepth);
-    set_policies(param, policies);
+    if (demands_policies_without_offering(path)) {
+        if (const PolicyFault fault = policy_fault(path, !policies.empty());
+            fault.error != X509_V_OK) {
+            errors[fault.index].push_back(fault.error);
+        }
+    } else {
+        X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_POLICY_CHECK);
+        set_policies(param, policies);
+    }
     const bool ran = X509_verify_cert(context.get()) == 1;
     ERR_clear_error();
     const int used = sk_X509_num(X509_STORE_CTX_get0_chain(context.get()));

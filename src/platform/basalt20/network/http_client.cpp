@@ -59,6 +59,10 @@ HttpLimits network_limits() {
     return network_settings().limits;
 }
 
+IssuerReach configured_issuer_reach() {
+    return network_settings().issuers;
+}
+
 const std::string& fetching_proxy() {
     return network_settings().fetching_proxy;
 }

@@ -14,6 +14,12 @@ namespace basalt {
 // The limits of the configuration tree.
 HttpLimits network_limits();
 
+// Where issuers that are missing may be fetched from: nowhere; hosts of the internet; any.
+enum class IssuerReach { none, outside, anywhere };
+
+// As the configuration tree says; outside where it says nothing.
+IssuerReach configured_issuer_reach();
+
 // The proxy for what certificates name, from the configuration tree; empty: none.
 const std::string& fetching_proxy();
 

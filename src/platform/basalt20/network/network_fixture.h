@@ -78,7 +78,7 @@ private:
         std::ofstream(folder_ + "/config.toml")
             << "[config.network]\nConnectTimeoutMilliseconds = 1000\nTotalTimeoutMilliseconds = "
             << kTotalTimeoutMilliseconds << "\nMaxAnswerBytes = " << kMaxAnswerBytes
-            << "\nCaFile = '" << folder_ << "/root.pem'\n";
+            << "\nCaFile = '" << folder_ << "/root.pem'\nFetchIssuers = 'anywhere'\n";
         setenv("BASALT_CONFIG", (folder_ + "/config.toml").c_str(), 1);
         PKI_BUFFER none{};
         SendPKIRequest(L"none:", nullptr, nullptr, nullptr, nullptr, &none, &none);

@@ -29,6 +29,14 @@ std::string text(const char* path) {
     return value;
 }
 
+// What isn't understood asks nobody.
+IssuerReach issuer_reach(const std::string& value) {
+    if (value.empty() || value == "outside") {
+        return IssuerReach::outside;
+    }
+    return value == "anywhere" ? IssuerReach::anywhere : IssuerReach::none;
+}
+
 NetworkSettings read_settings() {
     using std::chrono::milliseconds;
     NetworkSettings settings;
@@ -42,6 +50,7 @@ NetworkSettings read_settings() {
         "\\config\\network\\MaxAnswerBytes", kMostBytes, static_cast<long>(limits.answer_bytes)));
     settings.ca_file = text("\\config\\network\\CaFile");
     settings.fetching_proxy = text("\\config\\network\\FetchProxy");
+    settings.issuers = issuer_reach(text("\\config\\network\\FetchIssuers"));
     return settings;
 }
 

@@ -14,6 +14,7 @@ struct NetworkSettings {
     HttpLimits limits;   // ConnectTimeoutMilliseconds, TotalTimeoutMilliseconds, MaxAnswerBytes
     std::string ca_file; // CaFile: roots for TLS in place of the system's; empty: the system's
     std::string fetching_proxy; // FetchProxy: for what certificates name; empty: none
+    IssuerReach issuers = IssuerReach::outside; // FetchIssuers
 };
 
 const NetworkSettings& network_settings();

@@ -2,6 +2,8 @@
 // was fetched.
 #include <basalt/network/retrieval_cache.h>
 
+#include <basalt/sup/hexadecimal.h>
+
 #include <fcntl.h>
 #include <openssl/sha.h>
 #include <sys/stat.h>
@@ -43,13 +45,7 @@ std::string folder() {
 std::string file_name(const std::string& key) {
     std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
     SHA256(reinterpret_cast<const unsigned char*>(key.data()), key.size(), digest.data());
-    constexpr char digits[] = "0123456789abcdef";
-    std::string name;
-    for (const unsigned char byte : digest) {
-        name += digits[byte >> 4];
-        name += digits[byte & 15];
-    }
-    return name;
+    return hexadecimal(std::span<const unsigned char>(digest));
 }
 
 class File {

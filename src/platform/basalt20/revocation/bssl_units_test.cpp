@@ -97,7 +97,7 @@ const Difference kDifferences[] = {
      "an indirect list of the certificate's own issuer speaks of its certificates, too"},
     {"bad_thisupdate_too_old.pem", 'G', "no age is too great while the next list isn't due"},
     {"good_response_invalid_serial.pem", 'U',
-     "OpenSSL reads no certificate whose serial number has superfluous zeros"},
+     "OpenSSL reads no answer in which a serial number has superfluous zeros"},
     {"good_no_nextupdate.pem", 'U', "a list that doesn't tell when the next comes lives a day"},
 };
 

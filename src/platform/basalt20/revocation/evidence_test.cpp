@@ -76,6 +76,7 @@ protected:
         question.stamp_time = ticks_at(0);
         question.now = ticks_at(kNow);
         question.mode = mode;
+        question.strength = strength_;
         question.is_signer = index == 0;
         finding_ = check.judge(path, index, question);
         signatures_ = budget.evidence_signatures();
@@ -94,6 +95,7 @@ protected:
     FewPaths paths_;
     StatusFinding finding_;
     unsigned signatures_ = 0;
+    StrengthLevel strength_ = StrengthLevel::floor;
 };
 
 TEST_F(EvidenceTest, AListCountsForWhatItIsFor) {
@@ -492,9 +494,59 @@ TEST_F(EvidenceTest, BytesBehindAnObjectMakeItUseless) {
     spec.behind = "!";
     EXPECT_EQ(read_ocsp(bytes_of(make_answer(spec))), nullptr);
     spec.behind.clear();
-    spec.behind_inside = "!";
-    EXPECT_EQ(read_ocsp(bytes_of(make_answer(spec))), nullptr);
+    for (std::string AnswerSpec::*place :
+         {&AnswerSpec::behind_inside, &AnswerSpec::behind_octets, &AnswerSpec::behind_fields}) {
+        for (const char* junk : {"!", "\x05\x00"}) {
+            spec.*place = std::string(junk, *junk == '!' ? 1 : 2);
+            EXPECT_EQ(read_ocsp(bytes_of(make_answer(spec))), nullptr);
+        }
+        (spec.*place).clear();
+    }
     EXPECT_EQ(read_crl(bytes_of(make_list(list()) + "!")), nullptr);
+}
+
+// What signs lists and answers is held to what certificates are held to.
+TEST_F(EvidenceTest, WeakSignaturesOfListsAndAnswersDoNotCount) {
+    const EvpKey rsa(EVP_RSA_gen(2048));
+    const EvpKey rsa1024(EVP_RSA_gen(1024));
+    const EvpKey rsa512(EVP_RSA_gen(512));
+    const struct {
+        const char* name;
+        EVP_PKEY* key;
+        const EVP_MD* digest;
+        Standing by_floor;
+        Standing by_current;
+    } cases[] = {
+        {"SHA-256", rsa.get(), EVP_sha256(), kGood, kGood},
+        {"SHA-1", rsa.get(), EVP_sha1(), kGood, kUnknown},
+        {"MD5", rsa.get(), EVP_md5(), kUnknown, kUnknown},
+        {"RIPEMD-160", rsa.get(), EVP_ripemd160(), kUnknown, kUnknown},
+        {"RSA-1024", rsa1024.get(), EVP_sha256(), kGood, kUnknown},
+        {"RSA-512", rsa512.get(), EVP_sha256(), kUnknown, kUnknown},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const PartyOwner authority = make_party(
+            {.name = "ca", .issuer = root_.get(), .extensions = kAuthority, .key = c.key});
+        const PartyOwner certificate = make_party({.name = "stamps", .issuer = authority.get()});
+        const CertificatePath path{certificate->entry, authority->entry, root_->entry};
+        for (const bool is_list : {true, false}) {
+            forget();
+            if (is_list) {
+                give_list(
+                    {.signer = authority.get(), .made = kMade, .next = kNext, .digest = c.digest});
+            } else {
+                AnswerSpec spec = answer(*certificate, *authority);
+                spec.entries[0].issuer = authority.get();
+                spec.digest = c.digest;
+                give_answer(spec);
+            }
+            strength_ = StrengthLevel::floor;
+            EXPECT_EQ(judge(path, 0, RevocationMode::require), c.by_floor) << is_list;
+            strength_ = StrengthLevel::current;
+            EXPECT_EQ(judge(path, 0, RevocationMode::require), c.by_current) << is_list;
+        }
+    }
 }
 
 TEST_F(EvidenceTest, JunkUsesUpItsOwnShareAlone) {

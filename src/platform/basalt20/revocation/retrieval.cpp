@@ -31,8 +31,9 @@ std::optional<std::string> fetchable_address(const ASN1_IA5STRING* text) {
     return url;
 }
 
-std::optional<std::vector<BYTE>> Retrieval::get(const std::string& url) {
+std::optional<std::vector<BYTE>> Retrieval::get(const std::string& url, bool outside_only) {
     HttpRequest request;
+    request.outside_only = outside_only;
     request.url = url;
     request.follow_redirects = true;
     return fetch(request, url);

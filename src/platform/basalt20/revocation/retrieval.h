@@ -26,8 +26,9 @@ public:
     Retrieval(const Retrieval&) = delete;
     Retrieval& operator=(const Retrieval&) = delete;
 
-    // The body of a 200, or nothing. GET follows redirects, POST doesn't.
-    std::optional<std::vector<BYTE>> get(const std::string& url);
+    // The body of a 200, or nothing. GET follows redirects, POST doesn't. `outside_only` refuses
+    // hosts of this machine and of inner networks, also behind a redirect.
+    std::optional<std::vector<BYTE>> get(const std::string& url, bool outside_only = false);
     std::optional<std::vector<BYTE>> post(const std::string& url, const std::string& content_type,
                                           Bytes body);
 

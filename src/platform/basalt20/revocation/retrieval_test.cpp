@@ -141,13 +141,30 @@ TEST(RetrievalTest, RedirectsAreFollowedFiveTimesAndNeverBackFromHttps) {
     EXPECT_EQ(plain.requests(), before + 1);
 }
 
+TEST(RetrievalTest, WhatLiesInsideIsNotConnectedToWhenOnlyTheOutsideIsMeant) {
+    LiveResponder inside;
+    inside.serve("/list", {"list"});
+    const std::string port = inside.url("").substr(inside.url("").rfind(':'));
+    Budget budget;
+    Retrieval retrieval(budget);
+    ASSERT_TRUE(retrieval.get(inside.url("/list"))); // and leaves its connection open
+    for (const char* host : {"127.0.0.1", "127.1", "2130706433", "localhost", "ip6-localhost.",
+                             "[::1]", "[::ffff:127.0.0.1]"}) {
+        EXPECT_FALSE(retrieval.get(std::string("http://") + host + port + "/list", true)) << host;
+    }
+    EXPECT_EQ(inside.requests(), 1u);
+}
+
 // The settings are read once for a process, so this looks at them in one of its own.
 TEST(RetrievalDeathTest, TheProxyOfTheConfigurationIsUsedForFetching) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto fetch_through_proxy = [] {
         LoopbackServer proxy([](const std::string& request) {
             const bool whole = request.starts_with("GET http://list.example/ca.crl HTTP/1.1");
-            return http_reply(whole ? 200 : 400, "list");
+            if (request.starts_with("GET http://list.example/inside")) {
+                return http_reply(302, "", "Location: http://127.0.0.1/list\r\n");
+            }
+            return http_reply(whole || request.starts_with("GET http://127.") ? 200 : 400, "list");
         });
         std::string file = std::filesystem::temp_directory_path() / "basalt_proxy_XXXXXX";
         close(mkstemp(file.data()));
@@ -156,7 +173,10 @@ TEST(RetrievalDeathTest, TheProxyOfTheConfigurationIsUsedForFetching) {
         setenv("BASALT_CONFIG", file.c_str(), 1);
         Budget budget;
         Retrieval retrieval(budget);
-        const bool good = retrieval.get("http://list.example/ca.crl").has_value();
+        const bool good = retrieval.get("http://list.example/ca.crl").has_value() &&
+                          retrieval.get("http://list.example/ca.crl", true) &&
+                          retrieval.get("http://list.example/inside") &&
+                          !Retrieval(budget).get("http://list.example/inside", true);
         std::filesystem::remove(file);
         return good;
     };

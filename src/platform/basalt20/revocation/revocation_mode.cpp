@@ -29,8 +29,10 @@ RevocationMode configured_mode() {
 
 } // namespace
 
-RevocationMode revocation_mode() {
-    switch (process_mode.load()) {
+std::optional<RevocationMode> mode_of(DWORD number) {
+    switch (number) {
+    case BASALT_REVOCATION_CONFIGURED:
+        return std::nullopt;
     case BASALT_REVOCATION_REQUIRE:
         return RevocationMode::require;
     case BASALT_REVOCATION_AVAILABLE:
@@ -38,12 +40,17 @@ RevocationMode revocation_mode() {
     case BASALT_REVOCATION_OFF:
         return RevocationMode::off;
     default:
-        return configured_mode();
+        fail(E_INVALIDARG);
     }
 }
 
+RevocationMode revocation_mode() {
+    const std::optional<RevocationMode> mode = mode_of(process_mode.load());
+    return mode ? *mode : configured_mode();
+}
+
 void set_revocation_mode(DWORD mode) {
-    require(mode <= BASALT_REVOCATION_OFF);
+    mode_of(mode);
     process_mode.store(mode);
 }
 

@@ -48,6 +48,7 @@ struct CertificateSpec {
     int end = 10'000;
     std::string serial{}; // hexadecimal; empty: the next number
     const Party* same_key = nullptr;
+    EVP_PKEY* key = nullptr; // null: a new one on P-256
 };
 
 inline void set_name(X509_NAME* to, const std::string& name) {
@@ -76,6 +77,9 @@ inline std::unique_ptr<Party> make_party(const CertificateSpec& spec) {
     if (spec.same_key != nullptr) {
         EVP_PKEY_up_ref(spec.same_key->private_key.get());
         party->private_key.reset(spec.same_key->private_key.get());
+    } else if (spec.key != nullptr) {
+        EVP_PKEY_up_ref(spec.key);
+        party->private_key.reset(spec.key);
     } else {
         party->private_key.reset(EVP_EC_gen("P-256"));
     }
@@ -120,6 +124,24 @@ inline const char kAuthority[] = "basicConstraints=critical,CA:TRUE\n"
                                  "keyUsage=critical,keyCertSign,cRLSign\n"
                                  "subjectKeyIdentifier=hash";
 
+// An authority of which only the name tells who issued what.
+inline const char kPlainAuthority[] = "basicConstraints=critical,CA:TRUE\n";
+
+inline const char kStamper[] = "basicConstraints=critical,CA:FALSE\n"
+                               "extendedKeyUsage=critical,timeStamping\n";
+
+inline std::string encoded(const X509* certificate) {
+    unsigned char* der = nullptr;
+    const int size = i2d_X509(certificate, &der);
+    std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
+    OPENSSL_free(der);
+    return bytes;
+}
+
+inline std::string encoded(const Party* party) {
+    return encoded(party->certificate());
+}
+
 struct ListEntry {
     const Party* certificate;
     int since;
@@ -136,6 +158,8 @@ struct ListSpec {
     std::string extensions{};
     int reaches = kNever;        // expiredCertsOnCRL
     const Party* name = nullptr; // of the issuer, when it isn't the signer's
+    const EVP_MD* digest = EVP_sha256();
+    int strangers = 0; // entries about certificates that nobody has
 };
 
 inline std::string der_of_generalized_time(int hours) {
@@ -185,6 +209,18 @@ inline void add_entry(X509_CRL* list, const ListEntry& spec) {
     X509_CRL_add0_revoked(list, entry);
 }
 
+inline void add_strangers(X509_CRL* list, int count) {
+    const OpensslOwner<ASN1_TIME, ASN1_TIME_free> since(ASN1_TIME_set(nullptr, unix_hours(-5)));
+    const OpensslOwner<ASN1_INTEGER, ASN1_INTEGER_free> number(ASN1_INTEGER_new());
+    for (int i = 0; i < count; ++i) {
+        X509_REVOKED* entry = X509_REVOKED_new();
+        ASN1_INTEGER_set(number.get(), 1'000'000 + i);
+        X509_REVOKED_set_serialNumber(entry, number.get());
+        X509_REVOKED_set_revocationDate(entry, since.get());
+        X509_CRL_add0_revoked(list, entry);
+    }
+}
+
 inline std::string make_list(const ListSpec& spec) {
     const OpensslOwner<X509_CRL, X509_CRL_free> list(X509_CRL_new());
     X509_CRL_set_version(list.get(), X509_CRL_VERSION_2);
@@ -201,6 +237,7 @@ inline std::string make_list(const ListSpec& spec) {
     for (const ListEntry& entry : spec.entries) {
         add_entry(list.get(), entry);
     }
+    add_strangers(list.get(), spec.strangers);
     X509_CRL_sort(list.get());
     const ConfigOwner config = config_of(spec.extensions);
     X509V3_CTX context;
@@ -214,7 +251,7 @@ inline std::string make_list(const ListSpec& spec) {
             list.get(),
             make_extension("2.5.29.60", false, der_of_generalized_time(spec.reaches)).get(), -1);
     }
-    X509_CRL_sign(list.get(), spec.signer->private_key.get(), EVP_sha256());
+    X509_CRL_sign(list.get(), spec.signer->private_key.get(), spec.digest);
     unsigned char* der = nullptr;
     const int size = i2d_X509_CRL(list.get(), &der);
     std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
@@ -241,7 +278,10 @@ struct AnswerSpec {
     bool critical_unknown = false;
     std::vector<const Party*> certificates{}; // beside the signer's
     std::string behind_inside{};              // bytes behind the basic answer
+    std::string behind_octets{};              // behind the octets that hold it
+    std::string behind_fields{};              // behind the last field of the whole
     std::string behind{};                     // bytes behind the answer
+    const EVP_MD* digest = EVP_sha256();
 };
 
 inline void add_entry(OCSP_BASICRESP* basic, const AnswerEntry& spec) {
@@ -269,8 +309,8 @@ inline void add_entry(OCSP_BASICRESP* basic, const AnswerEntry& spec) {
 
 inline std::string der_element(int tag, const std::string& content) {
     const auto octet = [](std::size_t value) { return static_cast<char>(value); };
-    return std::string{octet(static_cast<std::size_t>(tag)), '\x82', octet(content.size() >> 8),
-                       octet(content.size() & 0xFF)} +
+    return std::string{octet(static_cast<std::size_t>(tag)), '\x83', octet(content.size() >> 16),
+                       octet(content.size() >> 8), octet(content.size() & 0xFF)} +
            content;
 }
 
@@ -291,7 +331,7 @@ inline std::string make_answer(const AnswerSpec& spec) {
         sk_X509_push(others, party->certificate());
     }
     OCSP_basic_sign(basic.get(), spec.signer->certificate(), spec.signer->private_key.get(),
-                    EVP_sha256(), others, OCSP_NOTIME);
+                    spec.digest, others, OCSP_NOTIME);
     sk_X509_free(others);
     unsigned char* der = nullptr;
     const int size = i2d_OCSP_BASICRESP(basic.get(), &der);
@@ -300,7 +340,8 @@ inline std::string make_answer(const AnswerSpec& spec) {
     const std::string type = "\x06\x09\x2B\x06\x01\x05\x05\x07\x30\x01\x01";
     const std::string octets = der_element(0x04, inner + spec.behind_inside);
     const std::string status("\x0A\x01\x00", 3); // successful
-    return der_element(0x30, status + der_element(0xA0, der_element(0x30, type + octets))) +
+    const std::string response = der_element(0x30, type + octets + spec.behind_octets);
+    return der_element(0x30, status + der_element(0xA0, response) + spec.behind_fields) +
            spec.behind;
 }
 

@@ -4,6 +4,7 @@
 #include <basalt/coding/der_writer.h>
 #include <basalt/coding/flat_block.h>
 #include <basalt/message.h>
+#include <basalt/store/certificate_reference.h>
 #include <basalt/store/collection_store.h>
 #include <basalt/store/object_file.h>
 #include <basalt/store/record.h>
@@ -120,6 +121,15 @@ BOOL add_to_store(HCERTSTORE handle, const Context* context, DWORD disposition,
     });
 }
 
+// The same for a context that has just been made, or couldn't be: its last error stays.
+template <class RecordType, class Context>
+BOOL add_made_to_store(HCERTSTORE handle, const Context* context, DWORD disposition,
+                       const Context** store_context) {
+    return context == nullptr
+               ? FALSE
+               : add_to_store<RecordType>(handle, context, disposition, store_context);
+}
+
 template <class RecordType, class Context>
 BOOL delete_from_store(const Context* context) {
     return guarded<BOOL>(FALSE, [&] {
@@ -181,15 +191,10 @@ BOOL CertAddCertificateContextToStore(HCERTSTORE hCertStore, PCCERT_CONTEXT pCer
 BOOL CertAddEncodedCertificateToStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType,
                                       const BYTE* pbCertEncoded, DWORD cbCertEncoded,
                                       DWORD dwAddDisposition, PCCERT_CONTEXT* ppCertContext) {
-    const PCCERT_CONTEXT context =
-        CertCreateCertificateContext(dwCertEncodingType, pbCertEncoded, cbCertEncoded);
-    if (context == nullptr) {
-        return FALSE;
-    }
-    const BOOL added =
-        CertAddCertificateContextToStore(hCertStore, context, dwAddDisposition, ppCertContext);
-    CertFreeCertificateContext(context);
-    return added;
+    const CertificateReference context(
+        CertCreateCertificateContext(dwCertEncodingType, pbCertEncoded, cbCertEncoded));
+    return add_made_to_store<CertificateRecord>(hCertStore, context.get(), dwAddDisposition,
+                                                ppCertContext);
 }
 
 BOOL CertDeleteCertificateFromStore(PCCERT_CONTEXT pCertContext) {
@@ -204,15 +209,9 @@ BOOL CertAddCRLContextToStore(HCERTSTORE hCertStore, PCCRL_CONTEXT pCrlContext,
 BOOL CertAddEncodedCRLToStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType,
                               const BYTE* pbCrlEncoded, DWORD cbCrlEncoded, DWORD dwAddDisposition,
                               PCCRL_CONTEXT* ppCrlContext) {
-    const PCCRL_CONTEXT context =
-        CertCreateCRLContext(dwCertEncodingType, pbCrlEncoded, cbCrlEncoded);
-    if (context == nullptr) {
-        return FALSE;
-    }
-    const BOOL added =
-        CertAddCRLContextToStore(hCertStore, context, dwAddDisposition, ppCrlContext);
-    CertFreeCRLContext(context);
-    return added;
+    const CrlReference context(
+        CertCreateCRLContext(dwCertEncodingType, pbCrlEncoded, cbCrlEncoded));
+    return add_made_to_store<CrlRecord>(hCertStore, context.get(), dwAddDisposition, ppCrlContext);
 }
 
 BOOL CertDeleteCRLFromStore(PCCRL_CONTEXT pCrlContext) {

@@ -1,0 +1,62 @@
+// What hostile bags cost, in counts; the bench shows the times.
+#include <basalt/chain/hostile_bags.h>
+
+#include <gtest/gtest.h>
+
+namespace basalt::test {
+namespace {
+
+enum class Found { no, yes, either };
+
+struct Cost {
+    const char* name;
+    Found honest_path;
+    unsigned certificate_signatures;
+    unsigned evidence_signatures;
+    unsigned steps;
+    unsigned judged_paths;
+    std::size_t taken_apart;
+};
+
+// At most. What shares its key identifier with the honest one may come before it or behind.
+const Cost kCosts[] = {
+    {"like-named junk 106 KB", Found::either, 101, 2, 101, 1, 100},
+    {"like-named junk 811 KB", Found::either, 101, 2, 1000, 1, 100},
+    {"huge names 1 MB", Found::yes, 2, 2, 2, 1, 1},
+    {"lattice of 12", Found::no, 80, 0, 1000, 0, 100},
+    {"lattice of 50", Found::no, 80, 0, 1000, 0, 100},
+    {"exponents of 3071 bits 1 MB", Found::yes, 2, 2, 2, 1, 1},
+    {"moduli of 4096 bits 1 MB", Found::either, 101, 2, 1000, 1, 100},
+    {"moduli of 8192 bits 1 MB", Found::either, 128, 2, 1000, 1, 100},
+    {"names under constraints", Found::no, 18, 0, 1000, 16, 17},
+    {"policies that double", Found::no, 15, 0, 30, 1, 14},
+    {"forged lists 1 MB", Found::no, 2, 64, 4, 1, 1},
+    {"a list of 40,000 entries", Found::yes, 2, 2, 2, 1, 1},
+    {"answers of 4,000 entries", Found::yes, 2, 4, 2, 1, 1},
+    {"answers with 16 responders", Found::no, 2, 64, 4, 1, 1},
+};
+
+// Smaller by half than in the bench, which takes nothing from what is counted.
+TEST(HostileBags, CostNoMoreThanTheTableSays) {
+    const std::vector<NamedBag> bags = hostile_bags(2);
+    ASSERT_EQ(std::size(kCosts), bags.size());
+    for (std::size_t i = 0; i < bags.size(); ++i) {
+        const Cost& cost = kCosts[i];
+        ASSERT_EQ(std::string(cost.name), bags[i].name);
+        SCOPED_TRACE(cost.name);
+        const HostileVerdict verdict(bags[i].make());
+        const ChainSession& session = *verdict.session;
+        if (cost.honest_path != Found::either) {
+            EXPECT_EQ(verdict.good, cost.honest_path == Found::yes);
+        }
+        EXPECT_LE(session.budget().certificate_signatures(), cost.certificate_signatures);
+        EXPECT_LE(session.budget().evidence_signatures(), cost.evidence_signatures);
+        EXPECT_LE(session.counts().steps, cost.steps);
+        EXPECT_LE(session.counts().judged_paths, cost.judged_paths);
+        EXPECT_LE(session.certificates_taken_apart(), cost.taken_apart);
+        EXPECT_EQ(session.exchanges(), 0u);
+    }
+}
+
+} // namespace
+} // namespace basalt::test
