@@ -1,5 +1,9 @@
 #include "identity.h"
 
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <openssl/bn.h>
@@ -106,34 +110,42 @@ CrlPtr make_crl(X509* root, EVP_PKEY* root_key, int days) {
     return crl;
 }
 
-BioPtr open_file(const fs::path& path, const char* mode) {
-    return BioPtr(require_made(BIO_new_file(path.c_str(), mode), path.c_str()));
+BioPtr open_file(const fs::path& path) {
+    return BioPtr(require_made(BIO_new_file(path.c_str(), "r"), path.c_str()));
+}
+
+// A new file: never one that is there, or that a link of that name leads to.
+BioPtr make_file(const fs::path& path, mode_t mode) {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+    if (fd < 0) {
+        throw std::runtime_error("can't write " + path.string() + ": " + std::strerror(errno));
+    }
+    return BioPtr(require_made(BIO_new_fd(fd, BIO_CLOSE), path.c_str()));
 }
 
 void write_key(const fs::path& path, EVP_PKEY* key) {
-    const mode_t old_mask = umask(077);
-    BioPtr file(BIO_new_file(path.c_str(), "w"));
-    umask(old_mask);
-    require(file != nullptr && PEM_write_bio_PrivateKey(file.get(), key, nullptr, nullptr, 0,
-                                                        nullptr, nullptr) == 1,
+    require(PEM_write_bio_PrivateKey(make_file(path, 0600).get(), key, nullptr, nullptr, 0, nullptr,
+                                     nullptr) == 1,
             path.c_str());
 }
 
 void write_certificate(const fs::path& path, X509* certificate) {
-    require(PEM_write_bio_X509(open_file(path, "w").get(), certificate) == 1, path.c_str());
+    require(PEM_write_bio_X509(make_file(path, 0644).get(), certificate) == 1, path.c_str());
 }
 
 CertificatePtr read_certificate(const fs::path& path) {
     return CertificatePtr(require_made(
-        PEM_read_bio_X509(open_file(path, "r").get(), nullptr, nullptr, nullptr), path.c_str()));
+        PEM_read_bio_X509(open_file(path).get(), nullptr, nullptr, nullptr), path.c_str()));
 }
 
 } // namespace
 
 void make_identity(const fs::path& folder, const IdentityOptions& options) {
-    if (fs::exists(folder / "root.pem")) {
-        throw std::runtime_error(folder.string() +
-                                 " already holds an authority; choose another folder");
+    for (const char* name : {"root.key", "root.pem", "tsa.key", "tsa.pem", "root.crl"}) {
+        if (fs::exists(fs::symlink_status(folder / name))) {
+            throw std::runtime_error(folder.string() + " already holds " + name +
+                                     "; choose another folder");
+        }
     }
     fs::create_directories(folder);
     const KeyPtr root_key = make_key(options.key);
@@ -146,16 +158,16 @@ void make_identity(const fs::path& folder, const IdentityOptions& options) {
     write_certificate(folder / "root.pem", root.get());
     write_key(folder / "tsa.key", key.get());
     write_certificate(folder / "tsa.pem", certificate.get());
-    require(i2d_X509_CRL_bio(open_file(folder / "root.crl", "wb").get(), crl.get()) == 1,
+    require(i2d_X509_CRL_bio(make_file(folder / "root.crl", 0644).get(), crl.get()) == 1,
             "can't write the CRL");
 }
 
 Identity load_identity(const fs::path& folder) {
     Identity identity;
     const fs::path key_path = folder / "tsa.key";
-    identity.key.reset(require_made(
-        PEM_read_bio_PrivateKey(open_file(key_path, "r").get(), nullptr, nullptr, nullptr),
-        key_path.c_str()));
+    identity.key.reset(
+        require_made(PEM_read_bio_PrivateKey(open_file(key_path).get(), nullptr, nullptr, nullptr),
+                     key_path.c_str()));
     identity.certificate = read_certificate(folder / "tsa.pem");
     identity.root = read_certificate(folder / "root.pem");
     require(X509_check_private_key(identity.certificate.get(), identity.key.get()) == 1,

@@ -1,5 +1,6 @@
 // chronoseal-tsa: a small time-stamp authority for trying things and for tests. Never for
 // production. Exit status: 0 good, 2 wrong usage, 3 could not read, make or listen.
+#include <algorithm>
 #include <cstdio>
 
 #include <CLI/CLI.hpp>
@@ -8,10 +9,17 @@
 
 namespace {
 
+constexpr int kExitUsage = 2;
 constexpr int kExitUnreachable = 3;
 
-const std::map<std::string, tsa::KeyKind> kKeyKinds{{"rsa2048", tsa::KeyKind::rsa2048},
-                                                    {"p256", tsa::KeyKind::p256}};
+constexpr char kFooter[] =
+    "Examples:\n"
+    "  chronoseal-tsa --init /tmp/authority\n"
+    "  chronoseal-tsa --dir /tmp/authority --port 8080 &\n"
+    "  chronoseal stamp a.txt --url http://127.0.0.1:8080/ --roots /tmp/authority/root.pem\n\n"
+    "It answers time-stamp requests and Authenticode requests at every path, and the revocation\n"
+    "list at /root.crl, until SIGTERM or SIGINT.\n\n"
+    "Exit status: 0 good; 2 wrong usage; 3 a file or an address can't be used.";
 
 struct Arguments {
     std::string init_folder;
@@ -20,42 +28,106 @@ struct Arguments {
     tsa::ResponderOptions responder;
     tsa::ServerOptions server;
     std::vector<int> accuracy;
+    std::string key = "rsa2048";
+    int idle_seconds = 5;
+    int limit_seconds = 10;
+    bool quiet = false;
+    bool no_tsa_name = false;
 };
 
-void describe(CLI::App& app, Arguments& arguments) {
-    app.add_option(
-           "--init", arguments.init_folder,
-           "make a throw-away authority (root, TSA certificate, CRL) in this folder, and end")
-        ->type_name("DIR");
-    app.add_option("--key", arguments.identity.key, "with --init: rsa2048 (default) or p256")
-        ->transform(CLI::CheckedTransformer(kKeyKinds, CLI::ignore_case));
-    app.add_option("--days", arguments.identity.days, "with --init: validity of the certificates")
-        ->check(CLI::Range(1, 36500))
-        ->capture_default_str();
+std::string known_hash(const std::string& name) {
+    if (!tsa::openssl_name(name).empty()) {
+        return "";
+    }
+    std::string names;
+    for (const std::string& one : tsa::all_hashes()) {
+        names += (names.empty() ? "" : ", ") + one;
+    }
+    return "no hash of this authority: choose of " + names;
+}
+
+void describe_making(CLI::App& app, Arguments& arguments) {
+    constexpr char kMaking[] = "Making an authority";
+    app.add_option("--init", arguments.init_folder,
+                   "make a throw-away authority (root, its own certificate, revocation list) in "
+                   "this folder, and end")
+        ->type_name("DIR")
+        ->group(kMaking);
+    app.add_option("--key", arguments.key, "kind of the keys")
+        ->type_name("rsa2048|p256")
+        ->check(CLI::IsMember({"rsa2048", "p256"}).description(""))
+        ->capture_default_str()
+        ->group(kMaking);
+    app.add_option("--days", arguments.identity.days, "validity of the certificates")
+        ->type_name("N")
+        ->check(CLI::Range(1, 36500).description(""))
+        ->capture_default_str()
+        ->group(kMaking);
     app.add_option("--crl-url", arguments.identity.crl_url,
-                   "with --init: CRL address to name in the TSA certificate");
+                   "address of a revocation list to name in the authority's certificate")
+        ->type_name("URL")
+        ->group(kMaking);
+}
+
+void describe_serving(CLI::App& app, Arguments& arguments) {
+    constexpr char kServing[] = "Serving";
     app.add_option("--dir", arguments.folder, "serve with the authority in this folder")
-        ->type_name("DIR");
-    app.add_option("--host", arguments.server.host, "address to listen on")->capture_default_str();
+        ->type_name("DIR")
+        ->group(kServing);
+    app.add_option("--host", arguments.server.host, "address to listen on")
+        ->type_name("ADDRESS")
+        ->capture_default_str()
+        ->group(kServing);
     app.add_option("--port", arguments.server.port, "port to listen on; 0 is any free one")
-        ->check(CLI::Range(0, 65535))
-        ->capture_default_str();
+        ->type_name("N")
+        ->check(CLI::Range(0, 65535).description(""))
+        ->capture_default_str()
+        ->group(kServing);
+    app.add_option("--idle", arguments.idle_seconds, "hang up on who begins no request for so long")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, 3600).description(""))
+        ->capture_default_str()
+        ->group(kServing);
+    app.add_option("--limit", arguments.limit_seconds,
+                   "hang up on who takes longer for one request and its answer")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, 3600).description(""))
+        ->capture_default_str()
+        ->group(kServing);
+    app.add_flag("-q,--quiet", arguments.quiet, "write no line for each request")->group(kServing);
+}
+
+void describe_stamps(CLI::App& app, Arguments& arguments) {
+    constexpr char kStamps[] = "Its stamps";
     app.add_option("--policy", arguments.responder.policies,
-                   "accepted policy OIDs, the default one first")
-        ->capture_default_str();
-    app.add_option("--imprint", arguments.responder.imprints, "accepted imprint algorithms")
-        ->capture_default_str();
+                   "accepted policies, the one of a request that names none first")
+        ->type_name("OID")
+        ->capture_default_str()
+        ->group(kStamps);
+    app.add_option("--imprint", arguments.responder.imprints,
+                   "accepted hashes (default: all but SHA-1)")
+        ->type_name("NAME")
+        ->check(known_hash, "")
+        ->group(kStamps);
     app.add_option("--accuracy", arguments.accuracy,
-                   "seconds, milliseconds and microseconds; three zeros: none")
-        ->expected(3);
-    app.add_flag("--ordering", arguments.responder.ordering, "set ordering in every token");
-    app.add_flag("!--no-tsa-name", arguments.responder.tsa_name, "leave the tsa field out");
+                   "accuracy to tell: seconds, milliseconds, microseconds (default: 1 0 0; three "
+                   "zeros: none)")
+        ->type_name("S MS US")
+        ->expected(3)
+        ->check(CLI::Range(0, 1000000).description(""))
+        ->group(kStamps);
+    app.add_flag("--ordering", arguments.responder.ordering, "set ordering in every token")
+        ->group(kStamps);
+    app.add_flag("--no-tsa-name", arguments.no_tsa_name, "leave the tsa field out")->group(kStamps);
     app.add_flag("--ess-v1", arguments.responder.ess_v1,
-                 "identify the signer by ESSCertID (SHA-1)");
+                 "name the signer by ESSCertID (SHA-1) in place of ESSCertIDv2")
+        ->group(kStamps);
 }
 
 int run(Arguments& arguments) {
     if (!arguments.init_folder.empty()) {
+        arguments.identity.key =
+            arguments.key == "p256" ? tsa::KeyKind::p256 : tsa::KeyKind::rsa2048;
         tsa::make_identity(arguments.init_folder, arguments.identity);
         std::printf("made a throw-away authority in %s (never use it for anything real)\n",
                     arguments.init_folder.c_str());
@@ -69,9 +141,13 @@ int run(Arguments& arguments) {
                 tsa::Accuracy{arguments.accuracy[0], arguments.accuracy[1], arguments.accuracy[2]};
         }
     }
+    arguments.responder.tsa_name = !arguments.no_tsa_name;
     const tsa::Identity identity = tsa::load_identity(arguments.folder);
     tsa::TimeStampResponder responder(identity, arguments.responder);
     arguments.server.folder = arguments.folder;
+    arguments.server.idle = std::chrono::seconds(arguments.idle_seconds);
+    arguments.server.request = std::chrono::seconds(arguments.limit_seconds);
+    arguments.server.log = !arguments.quiet;
     std::fprintf(stderr, "chronoseal-tsa is for trying things: its stamps prove nothing.\n");
     if (!tsa::serve(identity, responder, arguments.server)) {
         std::fprintf(stderr, "chronoseal-tsa: can't listen on %s port %d\n",
@@ -85,16 +161,28 @@ int run(Arguments& arguments) {
 
 int main(int argc, char** argv) {
     CLI::App app(
-        "A small time-stamp authority for trying things and for tests; never for production.");
+        "A small time-stamp authority for trying things and for tests; never for production: its\n"
+        "keys lie open in a folder and its stamps prove nothing.",
+        "chronoseal-tsa");
     Arguments arguments;
-    describe(app, arguments);
+    app.set_version_flag("--version", std::string("chronoseal-tsa ") + CHRONOSEAL_VERSION);
+    app.get_formatter()->column_width(28);
+    app.footer(kFooter);
+    describe_making(app, arguments);
+    describe_serving(app, arguments);
+    describe_stamps(app, arguments);
     try {
         app.parse(argc, argv);
         if (arguments.init_folder.empty() == arguments.folder.empty()) {
             throw CLI::ValidationError("give either --init DIR or --dir DIR");
         }
+    } catch (const CLI::Success& asked) {
+        return app.exit(asked);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
+        std::string text = error.what();
+        std::ranges::replace(text, '\n', ' ');
+        std::fprintf(stderr, "chronoseal-tsa: %s; see chronoseal-tsa --help\n", text.c_str());
+        return kExitUsage;
     }
     try {
         return run(arguments);

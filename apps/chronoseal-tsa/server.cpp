@@ -6,18 +6,21 @@
 #include <iterator>
 #include <mutex>
 #include <thread>
-
-#include <httplib.h>
+#include <utility>
 
 #include "authenticode_responder.h"
+#include "bounded_server.h"
+#include "request_log.h"
 
 namespace tsa {
 
 namespace {
 
 constexpr std::size_t kMaxRequest = std::size_t{1} << 20;
-constexpr std::size_t kMaxRequestsPerConnection = 1000000;
 constexpr unsigned char kSequenceTag = 0x30;
+
+// What became of the request that this thread answers, for its line in the log.
+thread_local std::string outcome;
 
 // A DER request starts with the tag of a SEQUENCE, which no Base64 text of one does: that begins
 // with 'M'.
@@ -31,7 +34,9 @@ void handle_post(const Identity& identity, TimeStampResponder& responder, std::m
                  const httplib::Request& request, httplib::Response& response) {
     const std::lock_guard lock(mutex);
     if (is_time_stamp_query(request)) {
-        response.set_content(responder.respond(request.body), "application/timestamp-reply");
+        Answer answer = responder.respond(request.body);
+        response.set_content(answer.der, "application/timestamp-reply");
+        outcome = std::move(answer.outcome);
         return;
     }
     const std::optional<std::string> answer = answer_authenticode(identity, request.body);
@@ -42,6 +47,7 @@ void handle_post(const Identity& identity, TimeStampResponder& responder, std::m
         return;
     }
     response.set_content(*answer, "application/octet-stream");
+    outcome = "signed";
 }
 
 void handle_crl(const std::filesystem::path& folder, httplib::Response& response) {
@@ -57,10 +63,9 @@ void handle_crl(const std::filesystem::path& folder, httplib::Response& response
 } // namespace
 
 bool serve(const Identity& identity, TimeStampResponder& responder, const ServerOptions& options) {
-    httplib::Server server;
+    BoundedServer server(options.idle, options.request);
     std::mutex mutex;
     server.set_tcp_nodelay(true);
-    server.set_keep_alive_max_count(kMaxRequestsPerConnection);
     server.set_payload_max_length(kMaxRequest);
     server.Post(".*", [&](const httplib::Request& request, httplib::Response& response) {
         handle_post(identity, responder, mutex, request, response);
@@ -68,6 +73,16 @@ bool serve(const Identity& identity, TimeStampResponder& responder, const Server
     server.Get("/root.crl", [&](const httplib::Request&, httplib::Response& response) {
         handle_crl(options.folder, response);
     });
+    server.set_logger([&](const httplib::Request& request, const httplib::Response& response) {
+        if (options.log) {
+            log_request(request, response, std::exchange(outcome, ""));
+        }
+    });
+    server.set_exception_handler(
+        [](const httplib::Request&, httplib::Response& response, std::exception_ptr) {
+            response.status = 500;
+            outcome = "can't make an answer";
+        });
 
     int port = options.port;
     if (port == 0) {
@@ -78,6 +93,7 @@ bool serve(const Identity& identity, TimeStampResponder& responder, const Server
     if (port <= 0) {
         return false;
     }
+    server.let_more_wait();
 
     // Blocked here, before any thread starts, the signals reach only the thread that waits for
     // them.

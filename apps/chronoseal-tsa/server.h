@@ -2,6 +2,7 @@
 // /root.crl.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -13,6 +14,9 @@ struct ServerOptions {
     std::string host = "127.0.0.1";
     int port = 0; // 0: any free one
     std::filesystem::path folder;
+    std::chrono::milliseconds idle{5000};     // for the next request to begin
+    std::chrono::milliseconds request{10000}; // from a request's first byte to its answer's end
+    bool log = true;                          // a line for each request, on standard error
 };
 
 // Serves until SIGINT or SIGTERM. Prints one line with its address to standard output once it is

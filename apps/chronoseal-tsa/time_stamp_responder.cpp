@@ -35,9 +35,44 @@ void add_policies(TS_RESP_CTX* context, const std::vector<std::string>& policies
 
 void add_imprints(TS_RESP_CTX* context, const std::vector<std::string>& imprints) {
     for (const std::string& name : imprints) {
-        const EVP_MD* digest = require_made(EVP_get_digestbyname(name.c_str()), name.c_str());
+        const EVP_MD* digest =
+            require_made(EVP_get_digestbyname(openssl_name(name).c_str()), name.c_str());
         require(TS_RESP_CTX_add_md(context, digest) == 1, "can't add a digest");
     }
+}
+
+std::string serial_text(const ASN1_INTEGER* serial) {
+    const std::unique_ptr<BIGNUM, Releaser<BN_free>> number(ASN1_INTEGER_to_BN(serial, nullptr));
+    char* digits = number ? BN_bn2hex(number.get()) : nullptr;
+    const std::string text = digits != nullptr ? digits : "?";
+    OPENSSL_free(digits);
+    return "0x" + text;
+}
+
+std::string outcome_of(TS_RESP* response) {
+    if (TS_TST_INFO* info = TS_RESP_get_tst_info(response)) {
+        return "granted " + serial_text(TS_TST_INFO_get_serial(info));
+    }
+    constexpr struct {
+        int bit;
+        const char* name;
+    } kFailures[] = {{0, "badAlg"},
+                     {2, "badRequest"},
+                     {5, "badDataFormat"},
+                     {14, "timeNotAvailable"},
+                     {15, "unacceptedPolicy"},
+                     {16, "unacceptedExtension"},
+                     {17, "addInfoNotAvailable"},
+                     {25, "systemFailure"}};
+    std::string text = "rejection";
+    const ASN1_BIT_STRING* bits =
+        TS_STATUS_INFO_get0_failure_info(TS_RESP_get_status_info(response));
+    for (const auto& failure : kFailures) {
+        if (bits != nullptr && ASN1_BIT_STRING_get_bit(bits, failure.bit) == 1) {
+            text += std::string(" ") + failure.name;
+        }
+    }
+    return text;
 }
 
 } // namespace
@@ -72,7 +107,7 @@ TimeStampResponder::TimeStampResponder(const Identity& identity, const Responder
     }
 }
 
-std::string TimeStampResponder::respond(const std::string& request) {
+Answer TimeStampResponder::respond(const std::string& request) {
     const BioPtr in(require_made(BIO_new_mem_buf(request.data(), static_cast<int>(request.size())),
                                  "out of memory"));
     const ResponsePtr response(
@@ -84,7 +119,7 @@ std::string TimeStampResponder::respond(const std::string& request) {
     require(size > 0, "can't encode an answer");
     std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
     OPENSSL_free(der);
-    return bytes;
+    return {std::move(bytes), outcome_of(response.get())};
 }
 
 } // namespace tsa

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hash_names.h"
 #include "identity.h"
 
 namespace tsa {
@@ -20,8 +21,8 @@ struct ResponderOptions {
     // Dotted OIDs; the first is the one used when the request names none. A request for another is
     // refused with unacceptedPolicy.
     std::vector<std::string> policies = {"1.3.6.1.4.1.13762.3"};
-    // Digest names of OpenSSL; an imprint by another algorithm is refused with badAlg.
-    std::vector<std::string> imprints = {"SHA256", "SHA384", "SHA512", "SHA224"};
+    // Names of hash_names.h; an imprint by another algorithm is refused with badAlg.
+    std::vector<std::string> imprints = default_hashes();
     std::optional<Accuracy> accuracy = Accuracy{1, 0, 0};
     bool ordering = false;
     bool tsa_name = true;
@@ -29,15 +30,20 @@ struct ResponderOptions {
     bool ess_v1 = false;
 };
 
+struct Answer {
+    std::string der;     // a TimeStampResp
+    std::string outcome; // "granted 0x41AB...", "rejection badAlg"
+};
+
 class TimeStampResponder {
 public:
     // Keeps a reference to `identity`. Throws OpenSslError when an option can't be set.
     TimeStampResponder(const Identity& identity, const ResponderOptions& options);
 
-    // `request`: the DER of a TimeStampReq, or anything at all. Returns the DER of a TimeStampResp;
-    // bytes that are no request give a rejection with badDataFormat. Throws OpenSslError only when
+    // `request`: the DER of a TimeStampReq, or anything at all; bytes that are no request give a
+    // rejection with badDataFormat. Throws OpenSslError only when
     // no answer could be made.
-    std::string respond(const std::string& request);
+    Answer respond(const std::string& request);
 
 private:
     ResponseContextPtr context_;

@@ -11,6 +11,7 @@
 #include "input_file.h"
 #include "interruption.h"
 #include "output_file.h"
+#include "place_set.h"
 #include "progress.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
@@ -191,6 +192,7 @@ public:
           inputs_(inputs_of(options)),
           progress_(options.files.size(), !output.quiet() && options.files.size() > 1) {
         side_.check(inputs_);
+        refuse_shared_outputs();
     }
 
     ExitStatus run() {
@@ -281,22 +283,54 @@ private:
         return inputs;
     }
 
+    // Two stamps for one place are two that are asked for and one that is kept.
+    void refuse_shared_outputs() const {
+        if (options_.files.size() < 2) {
+            return;
+        }
+        PlaceSet places;
+        for (const std::string& file : options_.files) {
+            for (std::size_t i = 0; i < options_.authority.quorum && !is_left_out(file); ++i) {
+                const std::string path = numbered(output_path(options_, file), i);
+                if (!places.add(path)) {
+                    throw usage_error("two stamps would be written to " + quote_foreign(path),
+                                      "name each file once");
+                }
+            }
+        }
+    }
+
+    bool is_left_out(const std::string& file) const {
+        return options_.files.size() > 1 && is_stamp_name(file) && !options_.force;
+    }
+
     // Whether there is nothing to be done for this file; throws if its stamp can't be written.
     bool leave_out(const std::string& file) {
-        if (options_.files.size() > 1 && is_stamp_name(file) && !options_.force) {
+        if (is_left_out(file)) {
             skip(file, "it is a stamp itself", "stamp_file");
             return true;
         }
+        std::vector<OutputFile> there;
         for (std::size_t i = 0; i < options_.authority.quorum; ++i) {
             const OutputFile out(numbered(output_path(options_, file), i),
                                  existing_of(options_.force));
             if (options_.skip_existing && out.exists()) {
-                skip(file, out.path() + " is there already", "output_exists");
-                return true;
+                there.push_back(out);
+            } else {
+                out.check(out.exists() ? inputs_of(file) : std::vector<std::string>());
             }
-            out.check(out.exists() ? inputs_of(file) : std::vector<std::string>());
         }
-        return false;
+        if (!there.empty() && there.size() < options_.authority.quorum) {
+            throw Error(chronoseal::Category::unreachable, "quorum_incomplete", 0,
+                        fmt::format("can't stamp {}: {} is there already, and others of its quorum "
+                                    "are not",
+                                    quote_foreign(file), quote_foreign(there.front().path())),
+                        "move it away, and all are asked for anew");
+        }
+        if (!there.empty()) {
+            skip(file, there.front().path() + " is there already", "output_exists");
+        }
+        return !there.empty();
     }
 
     void take(const std::string& shown, const std::string& file, const std::vector<Stamp>& stamps) {

@@ -38,6 +38,38 @@ TEST_F(MachineTest, EverySettingIsToldWithItsSource) {
     EXPECT_EQ(policy.stores[0].name, "Root");
 }
 
+TEST_F(MachineTest, NobodyJudgesRevocationLessStrictlyThanTheMachineAllows) {
+    constexpr auto kConfigured = Revocation::as_configured;
+    struct Row {
+        const char* settings;
+        Revocation wanted;
+        bool allowed;
+    };
+    for (const Row& row : std::initializer_list<Row>{
+             {"", Revocation::off, true},
+             {"WeakerRevocation = true", Revocation::off, true},
+             {"WeakerRevocation = false", Revocation::off, false},
+             {"WeakerRevocation = false", Revocation::available, false},
+             {"WeakerRevocation = false", Revocation::require, true},
+             {"WeakerRevocation = false", kConfigured, true},
+             {"WeakerRevocation = 'no'", Revocation::off, false},
+             {"WeakerRevocation = false\nRevocation = 'available'", Revocation::off, false},
+             {"WeakerRevocation = false\nRevocation = 'available'", Revocation::available, true},
+             {"WeakerRevocation = false\nRevocation = 'available'", kConfigured, true},
+             {"WeakerRevocation = false\nRevocation = 'off'", Revocation::off, true}}) {
+        SCOPED_TRACE(row.settings);
+        tsp::Configuration::instance().set("", std::string("[config.basalt]\n") + row.settings);
+        const std::string word = word_of([&] { Verifier({.revocation = row.wanted}); });
+        EXPECT_EQ(word, row.allowed ? "" : "revocation_denied");
+        const std::string asked = word_of([&] {
+            SealerOptions options{.authorities = {{.url = "http://127.0.0.1:9/"}}};
+            options.trust.revocation = row.wanted;
+            const Sealer sealer(options);
+        });
+        EXPECT_TRUE(asked == word || asked == "setting_invalid") << asked;
+    }
+}
+
 TEST_F(MachineTest, SlipsOfThePenAreToldAndWrongTypesStopEveryRequest) {
     auto& machine = tsp::Configuration::instance();
     const LiveAuthority authority;

@@ -24,6 +24,8 @@ using namespace Halcyon::PKI::TSP::Client;
 
 constexpr char kTstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
 constexpr std::size_t kStatusTextLimit = 200;
+constexpr char kRevocationKey[] = "\\config\\basalt\\Revocation";
+constexpr char kWeakerKey[] = "\\config\\basalt\\WeakerRevocation";
 // Between two clocks that are both right.
 constexpr auto kClockGrace = std::chrono::minutes(5);
 
@@ -31,14 +33,39 @@ constexpr std::array<std::string_view, kChecks> kCheckNames{
     "status",    "imprint",    "nonce", "policy", "time",       "content_type", "signer",
     "signature", "extensions", "chain", "usage",  "revocation", "strength"};
 
-Revocation mode_in_force(Revocation wanted) {
-    if (wanted != Revocation::as_configured) {
-        return wanted;
-    }
-    const std::string name = configured_text("\\config\\basalt\\Revocation").value_or("");
+Revocation configured_revocation() {
+    const std::string name = configured_text(kRevocationKey).value_or("");
     return name == "available" ? Revocation::available
            : name == "off"     ? Revocation::off
                                : Revocation::require;
+}
+
+// The weakest that this machine allows. Whoever forbids weaker ones means the mode in his own file:
+// a user's file, which can add a mode where the machine's names none, doesn't move the bound. A
+// switch that can't be read forbids.
+Revocation weakest_revocation() {
+    const std::string source = configured_origin(kWeakerKey);
+    if (source.empty() || configured_switch(kWeakerKey).value_or(false)) {
+        return Revocation::off;
+    }
+    return configured_origin(kRevocationKey) == source ? configured_revocation()
+                                                       : Revocation::require;
+}
+
+Revocation mode_in_force(Revocation wanted) {
+    static_assert(Revocation::require < Revocation::available &&
+                  Revocation::available < Revocation::off);
+    const Revocation mode = wanted == Revocation::as_configured ? configured_revocation() : wanted;
+    const Revocation weakest = weakest_revocation();
+    if (mode > weakest) {
+        throw Error(Category::refused, "revocation_denied", 0,
+                    "the machine's policy forbids to look at revocation less strictly than \"" +
+                        std::string(weakest == Revocation::require ? "require" : "available") +
+                        "\"",
+                    "see Revocation and WeakerRevocation in " +
+                        quote_foreign(configured_origin(kWeakerKey)));
+    }
+    return mode;
 }
 
 Strength strength_in_force(Strength wanted) {

@@ -308,6 +308,22 @@ class ManyFiles(WithAuthority):
         self.assertEqual(len(result.stderr.splitlines()), 40)
 
 
+class TheMachinesWord(WithAuthority):
+    def test_revocation_is_looked_at_as_strictly_as_the_machine_says(self):
+        data = self.workspace.write("strict", b"content")
+        trust = ("--url", self.authority.url, "--roots", self.authority.root)
+        self.expect(self.workspace.run("stamp", data, *trust), GOOD)
+        stamp = self.workspace.path / "strict.tsr"
+        calls = [("verify", stamp, "--roots", self.authority.root), ("stamp", data, *trust, "--force")]
+        for own, mode, status in (("", "available", REFUSED), ("", "require", GOOD), ('Revocation = "available"', "off", REFUSED),
+                                  ('Revocation = "available"', "available", GOOD)):
+            self.workspace.configure(f"[config.basalt]\nWeakerRevocation = false\n{own}\n")
+            for words in calls:
+                with self.subTest(own=own, mode=mode, words=words[0]):
+                    line = self.expect(self.workspace.run(*words, "--revocation", mode), status)
+                    self.assertIn("" if status == GOOD else "WeakerRevocation", line)
+
+
 class Screen(program.SystemTest):
     """Foreign text on its way to a terminal."""
 

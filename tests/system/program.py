@@ -58,13 +58,13 @@ def openssl(*arguments, stdin=None):
 class Authority:
     """A running chronoseal-tsa."""
 
-    def __init__(self, folder, *options, init=()):
+    def __init__(self, folder, *options, init=(), stderr=subprocess.DEVNULL):
         self.folder = pathlib.Path(folder)
         subprocess.run([BIN / "chronoseal-tsa", "--init", self.folder, *init], check=True,
                        capture_output=True)
         self.process = subprocess.Popen(
             [BIN / "chronoseal-tsa", "--dir", self.folder, *options],
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+            stdout=subprocess.PIPE, stderr=stderr, text=True)
         line = self.process.stdout.readline()
         self.url = line.split()[-1]
         self.root = self.folder / "root.pem"

@@ -88,6 +88,7 @@ constexpr Key kKeys[] = {
     number("\\config\\chronoseal\\authority\\*\\RateMilliseconds", "1000", 1, kLongestMilliseconds),
     number("\\config\\chronoseal\\authority\\*\\TimeoutMilliseconds", "0", 0, kLongestMilliseconds),
     text("\\config\\basalt\\Revocation", "require", "require|available|off"),
+    flag("\\config\\basalt\\WeakerRevocation", "true"),
     text("\\config\\basalt\\Strength", "floor", "floor|current"),
     flag("\\config\\basalt\\SystemRoots", "true"),
     flag("\\config\\basalt\\AllowOverride"),

@@ -1,0 +1,133 @@
+"""Written files are whole or absent: through kill -9, a full disk, and two stamps for one place."""
+
+import os
+import random
+import resource
+import signal
+import socket
+import subprocess
+import unittest
+
+import program
+from end_to_end import WithAuthority
+from program import GOOD, UNREACHABLE, USAGE
+
+HALF = 1000  # bytes: less than a stamp has
+
+
+class WholeFiles(WithAuthority):
+    def setUp(self):
+        super().setUp()
+        self.folder = self.workspace.path / self.id().rsplit(".", 1)[-1]
+        self.folder.mkdir()
+        self.trust = ("--url", self.authority.url, "--roots", self.authority.root)
+
+    def file(self, name, content=b"content"):
+        path = self.folder / name
+        path.write_bytes(content)
+        return path
+
+    def names(self):
+        return sorted(path.name for path in self.folder.iterdir())
+
+    def test_kill_9_leaves_nothing_half_written(self):
+        files = [self.file(f"f{i:03}", b"%d" % i) for i in range(300)]
+        draw = random.Random(9)
+        killed = 0
+        for force in ((), ("--force",)) * 4:
+            before = len(list(self.folder.glob("*.tsr")))
+            process = subprocess.Popen(
+                [program.BIN / "chronoseal", "stamp", *files, *self.trust, "--no-verify", "--cert", *(force or ("--skip-existing",))],
+                env=self.workspace.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+            for _ in range(draw.randrange(1, 12)):
+                process.stdout.readline()
+            process.kill()
+            killed += process.wait() == -signal.SIGKILL
+            process.stdout.close()
+            self.assertGreaterEqual(len(list(self.folder.glob("*.tsr"))), before)
+        self.assertGreater(killed, 4, "it was over before it could be killed")
+        stamps = [path for path in self.folder.iterdir() if path not in files]
+        whole = sorted(path for path in stamps if path.suffix == ".tsr")
+        self.assertTrue(whole)
+        self.expect(self.workspace.run("verify", *whole, "--roots", self.authority.root, "-q"), GOOD)
+        for path in stamps:  # one that was on its way to another's place is whole, too
+            self.expect(self.workspace.run("verify", path, "--roots", self.authority.root, "--no-data"), GOOD)
+        self.assertLessEqual(len(stamps) - len(whole), 4)
+
+    def limited(self, *words, ignore):
+        """A file can't grow past HALF: the write comes back short, and the next kills, or fails if that is ignored."""
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (HALF, HALF))
+            resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN if ignore else signal.SIG_DFL)
+        return subprocess.run([program.BIN / "chronoseal", *map(str, words)], env=self.workspace.environment,
+                              capture_output=True, preexec_fn=limit, restore_signals=False)
+
+    def test_ended_or_failing_in_the_middle_of_a_write(self):
+        data = self.file("a")
+        for old in (None, b"the old one"):
+            for ignore in (True, False):
+                with self.subTest(old=old, ignore=ignore):
+                    if old:
+                        (self.folder / "a.tsr").write_bytes(old)
+                    before = self.names()
+                    result = self.limited("stamp", data, *self.trust, "--force", ignore=ignore)
+                    if ignore:
+                        self.expect(result, UNREACHABLE, "can't write", "a.tsr")
+                    else:
+                        self.assertEqual(result.returncode, -signal.SIGXFSZ)
+                    self.assertEqual(self.names(), before)
+                    self.assertEqual(old, (self.folder / "a.tsr").read_bytes() if old else None)
+
+    def test_a_full_disk(self):
+        data = self.file("a")
+        script = ('mount -t tmpfs -o size=16k none "$0" && head -c 14000 /dev/zero > "$0/filler" || exit 77\n'
+                  '"$@"; status=$?; ls "$0"; exit $status')
+        small = self.folder / "small"
+        small.mkdir()
+        result = subprocess.run(
+            ["unshare", "--user", "--map-root-user", "--mount", "sh", "-c", script, small, program.BIN / "chronoseal",
+             "stamp", data, *self.trust, "--out", small / "a.tsr"], env=self.workspace.environment, capture_output=True)
+        if result.returncode in (1, 77) and b"chronoseal:" not in result.stderr:
+            self.skipTest("no small file system can be mounted here: " + result.stderr.decode().strip())
+        self.expect(result, UNREACHABLE, "can't write", "No space left")
+        self.assertEqual(result.stdout, b"filler\n")
+
+    def test_one_place_for_two_stamps_is_found_before_anything_is_asked(self):
+        data, other = self.file("a"), self.file("a.2")
+        (self.folder / "link.tsr").symlink_to(self.folder / "a.tsr")
+        link = self.file("link")
+        listener = socket.create_server(("127.0.0.1", 0))
+        self.addCleanup(listener.close)
+        listener.settimeout(0.2)
+        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        dotted = f"{self.folder}/./a"
+        for words in ((data, data), (data, dotted), (data, other, "--quorum", "2", "--url", url), (dotted, other, data)):
+            for force in ((), ("--force",), ("--skip-existing",)):
+                with self.subTest(words=words, force=force):
+                    self.expect(self.workspace.run("stamp", *words, *force, "--url", url), USAGE, "two stamps", ".tsr")
+        self.file("a.tsr", b"old")
+        self.expect(self.workspace.run("stamp", data, link, "--force", "--url", url), USAGE, "two stamps")
+        self.assertRaises(TimeoutError, listener.accept)
+
+    def test_a_quorum_that_is_not_whole_is_told_and_not_left_out(self):
+        second = program.Authority(self.folder / "second")
+        self.addCleanup(second.close)
+        data = self.file("a")
+        roots = self.folder / "roots.pem"
+        roots.write_bytes(self.authority.root.read_bytes() + second.root.read_bytes())
+        both = ("--url", self.authority.url, "--url", second.url, "--roots", roots, "--quorum", "2", "--skip-existing")
+        self.expect(self.workspace.run("stamp", data, *both), GOOD)
+        kept = {name: (self.folder / name).read_bytes() for name in ("a.tsr", "a.2.tsr")}
+        status, shown = self.workspace.run_json("stamp", data, *both)
+        self.assertEqual((status, shown["summary"]["skipped"]), (GOOD, 1))
+        for missing in kept:
+            with self.subTest(missing):
+                (self.folder / missing).unlink()
+                self.expect(self.workspace.run("stamp", data, *both), UNREACHABLE, "quorum")
+                self.assertFalse((self.folder / missing).exists())
+                (self.folder / missing).write_bytes(kept[missing])
+
+
+if __name__ == "__main__":
+    program.main()
