@@ -138,6 +138,7 @@ TEST_F(CInterfaceTest, AMissingArgumentIsToldAndNeverFollowed) {
     const chronoseal_finding* finding = nullptr;
     chronoseal_bytes bytes{};
     unsigned char* data = nullptr;
+    const char* name = nullptr;
     std::size_t size = 0;
     chronoseal_batch batch{};
     batch.size = sizeof batch;
@@ -222,6 +223,8 @@ TEST_F(CInterfaceTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_request(s, nullptr, &data, &size, e)),
         ROW(chronoseal_request(s, &digest, nullptr, &size, e)),
         ROW(chronoseal_request(s, &digest, &data, nullptr, e)),
+        ROW(chronoseal_sealer_hash(nullptr, &name, e)),
+        ROW(chronoseal_sealer_hash(s, nullptr, e)),
         ROW(chronoseal_sealer_hash_file(nullptr, "/dev/null", nullptr, &digest, e)),
         ROW(chronoseal_sealer_hash_file(s, nullptr, nullptr, &digest, e)),
         ROW(chronoseal_seal_all(s, nullptr, nullptr, e)),

@@ -58,20 +58,20 @@ typedef enum chronoseal_status {
 // Why a call failed. Immutable.
 typedef struct chronoseal_error chronoseal_error;
 
-// The status that the call returned; CHRONOSEAL_OK of null.
+// Gives the status that the call returned; CHRONOSEAL_OK of null.
 CHRONOSEAL_API chronoseal_status chronoseal_error_status(const chronoseal_error* error);
-// A stable word of small letters and underscores, "imprint_differs": programs decide by this.
+// Gives a stable word of small letters and underscores, "imprint_differs": programs decide by this.
 // Empty of null, and so with the texts.
 CHRONOSEAL_API const char* chronoseal_error_word(const chronoseal_error* error);
-// The result code of the library or the platform beneath; 0 where none applies.
+// Gives the result code of the library or the platform beneath; 0 where none applies.
 CHRONOSEAL_API uint32_t chronoseal_error_code(const chronoseal_error* error);
-// What failed, for people: one sentence without a full stop.
+// Tells what failed, for people: one sentence without a full stop.
 CHRONOSEAL_API const char* chronoseal_error_text(const chronoseal_error* error);
-// What to do about it, likewise.
+// Tells what to do about an error: one sentence without a full stop.
 CHRONOSEAL_API const char* chronoseal_error_advice(const chronoseal_error* error);
-// The text, the code in brackets and the advice in one line that is safe to print.
+// Gives text, code and advice of an error in one line that is safe to print.
 CHRONOSEAL_API const char* chronoseal_error_message(const chronoseal_error* error);
-// Releases the error and sets the pointer to null.
+// Releases an error and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_error_free(chronoseal_error** error);
 
 // ---- Bytes, times, digests ----
@@ -108,13 +108,13 @@ typedef struct chronoseal_digest {
 // "cancelled", at the latest when its exchange in flight ends. Must outlive these calls.
 typedef struct chronoseal_stop chronoseal_stop;
 
-// Makes one that has not been requested.
+// Makes a stop that has not been requested.
 CHRONOSEAL_API chronoseal_status chronoseal_stop_new(chronoseal_stop** stop,
                                                      chronoseal_error** error);
-// Requests the stop, for good. May be called from any thread, but from no signal handler.
+// Requests a stop, for good. May be called from any thread, but from no signal handler.
 CHRONOSEAL_API chronoseal_status chronoseal_stop_request(chronoseal_stop* stop,
                                                          chronoseal_error** error);
-// Releases it and sets the pointer to null.
+// Releases a stop and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_stop_free(chronoseal_stop** stop);
 
 // How a long call is watched and ended.
@@ -145,15 +145,16 @@ typedef struct chronoseal_hasher chronoseal_hasher;
 CHRONOSEAL_API chronoseal_status chronoseal_hasher_new(const char* algorithm,
                                                        chronoseal_hasher** hasher,
                                                        chronoseal_error** error);
-// Adds a piece of any size. After `chronoseal_hasher_finish` it is "hash_finished".
+// Adds a piece of any size to a running hash. After `chronoseal_hasher_finish` it is
+// "hash_finished".
 CHRONOSEAL_API chronoseal_status chronoseal_hasher_update(chronoseal_hasher* hasher,
                                                           const void* data, size_t size,
                                                           chronoseal_error** error);
-// Ends the hash and gives it. The hasher can only be released then.
+// Ends a running hash and gives it. The hasher can only be released then.
 CHRONOSEAL_API chronoseal_status chronoseal_hasher_finish(chronoseal_hasher* hasher,
                                                           chronoseal_digest* digest,
                                                           chronoseal_error** error);
-// Releases it and sets the pointer to null.
+// Releases a hasher and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_hasher_free(chronoseal_hasher** hasher);
 
 // ---- What a stamp holds ----
@@ -171,13 +172,13 @@ typedef struct chronoseal_certificate {
     const char* subject;                      // others' text
     const char* issuer;                       // others' text
     chronoseal_bytes serial_number;           // big-endian
-    chronoseal_time not_before;               //
-    chronoseal_time not_after;                //
+    chronoseal_time not_before;               // first moment of its validity
+    chronoseal_time not_after;                // the last one
     chronoseal_bytes sha256;                  // of the DER
-    chronoseal_algorithm signature_algorithm; //
-    chronoseal_algorithm key_algorithm;       //
+    chronoseal_algorithm signature_algorithm; // by which the issuer signed
+    chronoseal_algorithm key_algorithm;       // of its key
     size_t key_bits;                          // 0: not known
-    chronoseal_bytes der;                     //
+    chronoseal_bytes der;                     // the whole certificate
 } chronoseal_certificate;
 
 // What a token says. Nothing in it is verified.
@@ -188,7 +189,7 @@ typedef struct chronoseal_token_info {
     int64_t accuracy;                                  // microseconds; -1: the token names none
     int ordering;                                      // 0 or 1
     const char* policy;                                // dotted OID
-    chronoseal_algorithm imprint_algorithm;            //
+    chronoseal_algorithm imprint_algorithm;            // by which the data was hashed
     chronoseal_bytes imprint;                          // the hash that was stamped
     chronoseal_bytes serial_number;                    // big-endian
     chronoseal_bytes nonce;                            // big-endian; empty: none
@@ -196,7 +197,7 @@ typedef struct chronoseal_token_info {
     chronoseal_algorithm signature_algorithm;          // of the first signer
     size_t signers;                                    // a good token has one
     const chronoseal_certificate* const* certificates; // those in the token, in its order
-    size_t certificate_count;                          //
+    size_t certificate_count;                          // how many
     const chronoseal_certificate* signer; // that of them which is named; null: not there
     size_t revocation_lists;              // how many the token carries
 } chronoseal_token_info;
@@ -214,13 +215,13 @@ typedef struct chronoseal_stamp_info {
     const char* status_text;            // the authority's words, others' text
     uint32_t failure_bits;              // bit n as 1 << n
     const char* const* failure_names;   // "badAlg"
-    size_t failure_count;               //
+    size_t failure_count;               // how many
     const chronoseal_token_info* token; // null: the authority refused
     // Of a stamp that a sealer got; else empty and 0.
     const char* address;                     // the authority's, masked
     unsigned attempts;                       // how many times it was asked
     const chronoseal_remark* const* remarks; // what was noticed beside the checks
-    size_t remark_count;                     //
+    size_t remark_count;                     // how many
 } chronoseal_stamp_info;
 
 // A time-stamp: an authority's answer, or a bare token.
@@ -231,32 +232,32 @@ typedef struct chronoseal_stamp chronoseal_stamp;
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_read(const void* data, size_t size,
                                                        chronoseal_stamp** stamp,
                                                        chronoseal_error** error);
-// The same from a file.
+// Reads a stamp from a file, as `chronoseal_stamp_read` does from bytes.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_read_file(const char* path,
                                                             chronoseal_stamp** stamp,
                                                             chronoseal_error** error);
-// A second handle for the same stamp, with a life of its own.
+// Makes a second handle for a stamp, with a life of its own.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_copy(const chronoseal_stamp* stamp,
                                                        chronoseal_stamp** copy,
                                                        chronoseal_error** error);
-// Everything that the stamp holds.
+// Gives everything that a stamp holds.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_get_info(const chronoseal_stamp* stamp,
                                                            const chronoseal_stamp_info** info,
                                                            chronoseal_error** error);
-// The token, a CMS SignedData as DER; empty for a refusal.
+// Gives the token of a stamp, a CMS SignedData as DER; empty for a refusal.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_token(const chronoseal_stamp* stamp,
                                                         chronoseal_bytes* token,
                                                         chronoseal_error** error);
-// The TimeStampResp as it came; empty for a bare token.
+// Gives the TimeStampResp of a stamp as it came; empty for a bare token.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_response(const chronoseal_stamp* stamp,
                                                            chronoseal_bytes* response,
                                                            chronoseal_error** error);
-// A TimeStampResp in any case, made of the token where none came: what to store. The bytes are the
+// Makes a TimeStampResp in any case, of the token where none came: what to store. The bytes are the
 // caller's, to be released by `chronoseal_free`. "no_token" where there is neither.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_as_response(const chronoseal_stamp* stamp,
                                                               unsigned char** data, size_t* size,
                                                               chronoseal_error** error);
-// Releases it and sets the pointer to null.
+// Releases a stamp and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_stamp_free(chronoseal_stamp** stamp);
 
 // ---- Judging ----
@@ -290,11 +291,11 @@ typedef struct chronoseal_trust {
     const chronoseal_source* roots;        // trusted, in place of the machine's roots
     size_t root_count;                     // 0: the machine's
     const chronoseal_source* certificates; // may be needed for a chain; none is trusted for it
-    size_t certificate_count;              //
+    size_t certificate_count;              // how many
     const chronoseal_source* evidence; // lists and OCSP answers, looked at before any is fetched
-    size_t evidence_count;             //
-    chronoseal_revocation revocation;  //
-    chronoseal_strength strength;      //
+    size_t evidence_count;             // how many
+    chronoseal_revocation revocation;  // how it is looked at
+    chronoseal_strength strength;      // what is refused as too weak
     chronoseal_time as_of;             // "now" for the age of evidence; 0: the clock
     int offline;                       // 1: nothing is fetched from the network
 } chronoseal_trust;
@@ -328,9 +329,9 @@ typedef enum chronoseal_outcome {
 
 // What one check found.
 typedef struct chronoseal_finding {
-    chronoseal_check check;     //
+    chronoseal_check check;     // which check
     const char* name;           // of the check: "content_type"
-    chronoseal_outcome outcome; //
+    chronoseal_outcome outcome; // what it came to
     int required;               // 1: without it no verdict is good
     // "passed"; of a failure the word of the error; of what was not done "not_asked",
     // "switched_off", "earlier_failure", or the word for what is missing.
@@ -338,8 +339,8 @@ typedef struct chronoseal_finding {
     uint32_t code;                           // result code; 0: none applies
     const char* text;                        // one sentence
     const char* advice;                      // what to do
-    const chronoseal_remark* const* remarks; //
-    size_t remark_count;                     //
+    const chronoseal_remark* const* remarks; // what was noticed beside it
+    size_t remark_count;                     // how many
 } chronoseal_finding;
 
 // Whether a certificate of the chain was revoked.
@@ -352,11 +353,11 @@ typedef enum chronoseal_revocation_state {
 
 // One certificate of the chain that was judged.
 typedef struct chronoseal_chain_link {
-    const chronoseal_certificate* certificate; //
+    const chronoseal_certificate* certificate; // the certificate itself
     int anchor;                                // 1: the trusted root
     const char* const* faults;                 // what is wrong with it, "certificate_expired"
-    size_t fault_count;                        //
-    chronoseal_revocation_state revocation;    //
+    size_t fault_count;                        // how many
+    chronoseal_revocation_state revocation;    // whether it was revoked
 } chronoseal_chain_link;
 
 // A verdict as a whole.
@@ -368,7 +369,7 @@ typedef struct chronoseal_verdict_info {
     const chronoseal_token_info* token;        // null: there is none
     const chronoseal_certificate* signer;      // null: it was not found
     const chronoseal_chain_link* const* chain; // from the signer to the root, as far as it goes
-    size_t chain_count;                        //
+    size_t chain_count;                        // how many
     chronoseal_time judged_at;                 // the time at which the chain was judged
     chronoseal_time as_of;                     // "now" of the judgement
 } chronoseal_verdict_info;
@@ -393,7 +394,7 @@ typedef struct chronoseal_verdict chronoseal_verdict;
 CHRONOSEAL_API chronoseal_status chronoseal_verifier_new(const chronoseal_trust* trust,
                                                          chronoseal_verifier** verifier,
                                                          chronoseal_error** error);
-// Judges the stamp for this data, which is hashed by the stamp's algorithm. CHRONOSEAL_OK stands
+// Judges a stamp for bytes, which are hashed by the stamp's algorithm. CHRONOSEAL_OK stands
 // for a good stamp and nothing else: for any other the error is that of the finding on which the
 // verdict rests, CHRONOSEAL_UNREACHABLE where nothing is known to be bad, and the verdict is given,
 // too. It stays null where nothing could be judged. `verdict` itself may be null.
@@ -401,46 +402,47 @@ CHRONOSEAL_API chronoseal_status chronoseal_verify(const chronoseal_verifier* ve
                                                    const chronoseal_stamp* stamp, const void* data,
                                                    size_t size, chronoseal_verdict** verdict,
                                                    chronoseal_error** error);
-// The same for a file. `control` may be null.
+// Judges a stamp for a file, as `chronoseal_verify` does. `control` may be null.
 CHRONOSEAL_API chronoseal_status chronoseal_verify_file(
     const chronoseal_verifier* verifier, const chronoseal_stamp* stamp, const char* path,
     const chronoseal_control* control, chronoseal_verdict** verdict, chronoseal_error** error);
-// The same for a finished hash.
+// Judges a stamp for a finished hash, as `chronoseal_verify` does.
 CHRONOSEAL_API chronoseal_status chronoseal_verify_digest(const chronoseal_verifier* verifier,
                                                           const chronoseal_stamp* stamp,
                                                           const chronoseal_digest* digest,
                                                           chronoseal_verdict** verdict,
                                                           chronoseal_error** error);
-// The same for all that a TimeStampReq asks for; "not_a_request" for other bytes.
+// Judges a stamp for all that a TimeStampReq asks for, as `chronoseal_verify` does. Bytes that
+// aren't one are "not_a_request".
 CHRONOSEAL_API chronoseal_status chronoseal_verify_request(const chronoseal_verifier* verifier,
                                                            const chronoseal_stamp* stamp,
                                                            const void* request, size_t size,
                                                            chronoseal_verdict** verdict,
                                                            chronoseal_error** error);
-// The same for what the caller expects.
+// Judges a stamp for what the caller expects, as `chronoseal_verify` does.
 CHRONOSEAL_API chronoseal_status chronoseal_verify_expected(const chronoseal_verifier* verifier,
                                                             const chronoseal_stamp* stamp,
                                                             const chronoseal_expected* expected,
                                                             chronoseal_verdict** verdict,
                                                             chronoseal_error** error);
-// The same for the token alone: what it stamps is not compared with anything.
+// Judges a token alone, as `chronoseal_verify` does: what it stamps is not compared with anything.
 CHRONOSEAL_API chronoseal_status chronoseal_verify_token(const chronoseal_verifier* verifier,
                                                          const chronoseal_stamp* stamp,
                                                          chronoseal_verdict** verdict,
                                                          chronoseal_error** error);
-// Releases it and sets the pointer to null.
+// Releases a verifier and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_verifier_free(chronoseal_verifier** verifier);
 
-// The verdict as a whole.
+// Gives a verdict as a whole.
 CHRONOSEAL_API chronoseal_status chronoseal_verdict_get_info(const chronoseal_verdict* verdict,
                                                              const chronoseal_verdict_info** info,
                                                              chronoseal_error** error);
-// The finding of one check, from 0 to CHRONOSEAL_CHECKS - 1; "index_too_large" beyond.
+// Gives the finding of one check, from 0 to CHRONOSEAL_CHECKS - 1; "index_too_large" beyond.
 CHRONOSEAL_API chronoseal_status chronoseal_verdict_finding(const chronoseal_verdict* verdict,
                                                             size_t check,
                                                             const chronoseal_finding** finding,
                                                             chronoseal_error** error);
-// Releases it and sets the pointer to null.
+// Releases a verdict and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_verdict_free(chronoseal_verdict** verdict);
 
 // ---- Asking ----
@@ -451,7 +453,7 @@ typedef struct chronoseal_authority {
     size_t size;            // of this struct
     const char* url;        // http or https, without user-info
     const char* user;       // a login by basic authentication; null: none
-    const char* password;   //
+    const char* password;   // its password
     const char* login_file; // in its place: a file "USER:PASSWORD" that only its owner can read
     const char* netrc;      // or a netrc file
     const char* client_certificate; // PEM file for TLS
@@ -459,7 +461,7 @@ typedef struct chronoseal_authority {
     const char* ca_file;            // roots for TLS in place of the system's
     const char* proxy;              // null: the policy's; empty: a direct connection
     const char* proxy_user;         // null: none
-    const char* proxy_password;     //
+    const char* proxy_password;     // its password
     unsigned rate_count;            // so many requests at most ...
     int64_t rate_period_ms;         // ... in so many milliseconds; 0: a second
     int64_t timeout_ms;             // for one exchange; 0: the configured one
@@ -478,10 +480,10 @@ typedef struct chronoseal_sealer_options {
     const char* url; // of the one authority; null: those below
     // In the order in which they are asked. None at all: those of the machine's configuration.
     const chronoseal_authority* const* authorities;
-    size_t authority_count;         //
+    size_t authority_count;         // how many
     const char* hash;               // name or OID; null: the policy's, else SHA-256
     const char* policy;             // dotted OID to ask for; null: the policy's default, else none
-    chronoseal_choice nonce;        //
+    chronoseal_choice nonce;        // whether the request has one
     chronoseal_choice certificates; // whether the authority's are asked for
     unsigned quorum;                // stamps by so many authorities, or none; 0: 1
     unsigned attempts;              // how often one authority is asked in all; 0: 3
@@ -503,20 +505,20 @@ typedef struct chronoseal_sealer chronoseal_sealer;
 CHRONOSEAL_API chronoseal_status chronoseal_sealer_new(const chronoseal_sealer_options* options,
                                                        chronoseal_sealer** sealer,
                                                        chronoseal_error** error);
-// Gets a stamp for bytes. Of this and the following functions: it is given only after every check
-// has passed, by the first authority that gives one. They block. `control` may be null. The error
-// is that of the last authority asked.
+// Gets a stamp for bytes. It is given only after every check has passed, by the first authority
+// that gives one. Blocks. `control` may be null. The error is that of the last authority asked, or
+// "cancelled".
 CHRONOSEAL_API chronoseal_status chronoseal_seal(const chronoseal_sealer* sealer, const void* data,
                                                  size_t size, const chronoseal_control* control,
                                                  chronoseal_stamp** stamp,
                                                  chronoseal_error** error);
-// Gets a stamp for a file, which is read in constant memory.
+// Gets a stamp for a file, as `chronoseal_seal` does for bytes. It is read in constant memory.
 CHRONOSEAL_API chronoseal_status chronoseal_seal_file(const chronoseal_sealer* sealer,
                                                       const char* path,
                                                       const chronoseal_control* control,
                                                       chronoseal_stamp** stamp,
                                                       chronoseal_error** error);
-// Gets a stamp for a finished hash.
+// Gets a stamp for a finished hash, as `chronoseal_seal` does for bytes.
 CHRONOSEAL_API chronoseal_status chronoseal_seal_digest(const chronoseal_sealer* sealer,
                                                         const chronoseal_digest* digest,
                                                         const chronoseal_control* control,
@@ -530,25 +532,29 @@ CHRONOSEAL_API chronoseal_status chronoseal_seal_quorum(const chronoseal_sealer*
                                                         const chronoseal_control* control,
                                                         chronoseal_stamp** stamps, size_t room,
                                                         size_t* count, chronoseal_error** error);
-// Sends a finished TimeStampReq as it is, and judges the answer by it.
+// Sends a finished TimeStampReq as it is, and judges the answer by it. Else as `chronoseal_seal`.
 CHRONOSEAL_API chronoseal_status chronoseal_send(const chronoseal_sealer* sealer,
                                                  const void* request, size_t size,
                                                  const chronoseal_control* control,
                                                  chronoseal_stamp** stamp,
                                                  chronoseal_error** error);
-// The DER of a TimeStampReq as the options make it, for another way to the authority. The bytes are
-// the caller's, to be released by `chronoseal_free`.
+// Makes a TimeStampReq as the options have it, for another way to the authority. The DER is the
+// caller's, to be released by `chronoseal_free`.
 CHRONOSEAL_API chronoseal_status chronoseal_request(const chronoseal_sealer* sealer,
                                                     const chronoseal_digest* digest,
                                                     unsigned char** data, size_t* size,
                                                     chronoseal_error** error);
-// The hash of a file by the sealer's own algorithm. `control` may be null.
+// Gives the name of the algorithm by which a sealer hashes, "SHA-256". It belongs to the sealer.
+CHRONOSEAL_API chronoseal_status chronoseal_sealer_hash(const chronoseal_sealer* sealer,
+                                                        const char** algorithm,
+                                                        chronoseal_error** error);
+// Hashes a file by a sealer's own algorithm. `control` may be null.
 CHRONOSEAL_API chronoseal_status chronoseal_sealer_hash_file(const chronoseal_sealer* sealer,
                                                              const char* path,
                                                              const chronoseal_control* control,
                                                              chronoseal_digest* digest,
                                                              chronoseal_error** error);
-// Releases it and sets the pointer to null.
+// Releases a sealer and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_sealer_free(chronoseal_sealer** sealer);
 
 // ---- Many ----
@@ -572,8 +578,8 @@ typedef struct chronoseal_batch_result {
 
 // What became of a batch.
 typedef struct chronoseal_batch_summary {
-    uint64_t stamped; //
-    uint64_t failed;  //
+    uint64_t stamped; // items
+    uint64_t failed;  // items
     int stopped;      // 1: it was ended by a stop; items may be left
 } chronoseal_batch_summary;
 
@@ -651,13 +657,13 @@ typedef struct chronoseal_embedded {
 
 // What was found out about bytes.
 typedef struct chronoseal_inspection_info {
-    chronoseal_kind kind;                     //
+    chronoseal_kind kind;                     // what it is
     const char* kind_name;                    // "revocation_list"
-    chronoseal_form form;                     //
+    chronoseal_form form;                     // how it is wrapped
     const char* description;                  // for people: "an X.509 certificate, PEM"
     const chronoseal_stamp* stamp;            // of a token or a response; else null
     const chronoseal_embedded* const* stamps; // of a signed message
-    size_t stamp_count;                       //
+    size_t stamp_count;                       // how many
     int countersignature;                     // 1: an older Authenticode countersignature is there
     chronoseal_bytes der;                     // without PEM or Base64
 } chronoseal_inspection_info;
@@ -669,11 +675,11 @@ typedef struct chronoseal_inspection chronoseal_inspection;
 CHRONOSEAL_API chronoseal_status chronoseal_inspect(const void* data, size_t size,
                                                     chronoseal_inspection** inspection,
                                                     chronoseal_error** error);
-// All of it.
+// Gives everything that was found out about bytes.
 CHRONOSEAL_API chronoseal_status
 chronoseal_inspection_get_info(const chronoseal_inspection* inspection,
                                const chronoseal_inspection_info** info, chronoseal_error** error);
-// Releases it and sets the pointer to null.
+// Releases a inspection and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_inspection_free(chronoseal_inspection** inspection);
 
 // ---- The machine ----
@@ -687,9 +693,9 @@ typedef struct chronoseal_setting {
     int fatal;           // 1: no request can be made until it is put right
 } chronoseal_setting;
 
-// Calls `each` for each key that is known, with its value and where it comes from, and then for
-// each that is set but means nothing. Anything but 0 from `each` ends it. `usable`, which may be
-// null, is set to 1 if requests are possible, else to 0.
+// Tells the policy of the machine: calls `each` for each key that is known, with its value and
+// where it comes from, and then for each that is set but means nothing. Anything but 0 from `each`
+// ends it. `usable`, which may be null, is set to 1 if requests are possible, else to 0.
 CHRONOSEAL_API chronoseal_status chronoseal_policy(int (*each)(void* user,
                                                                const chronoseal_setting* setting),
                                                    void* user, int* usable,
@@ -706,21 +712,21 @@ typedef enum chronoseal_severity {
 // One thing about this machine that matters to stamps.
 typedef struct chronoseal_diagnosis {
     const char* area;             // "configuration", "roots", "stores", "clock", "authority"
-    chronoseal_severity severity; //
+    chronoseal_severity severity; // how grave it is
     const char* word;             // stable
     const char* text;             // one sentence
     const char* advice;           // what to do
 } chronoseal_diagnosis;
 
-// Calls `each` for what would make a stamp or a verification fail on this machine, and for what is
-// well. With `ask` other than 0 one stamp is asked of each authority. Anything but 0 from `each`
-// ends it. `options` may be null.
+// Tells what would make a stamp or a verification fail on this machine, and what is well, by calls
+// of `each`. With `ask` other than 0 one stamp is asked of each authority. Anything but 0 from
+// `each` ends it. `options` may be null.
 CHRONOSEAL_API chronoseal_status
 chronoseal_diagnose(const chronoseal_sealer_options* options, int ask,
                     int (*each)(void* user, const chronoseal_diagnosis* diagnosis), void* user,
                     chronoseal_error** error);
 
-// The version of the library in use, "1.0.0".
+// Gives the version of the library in use, "1.0.0".
 CHRONOSEAL_API const char* chronoseal_version(void);
 
 #ifdef __cplusplus

@@ -109,6 +109,15 @@ chronoseal_status chronoseal_request(const chronoseal_sealer* sealer,
     });
 }
 
+chronoseal_status chronoseal_sealer_hash(const chronoseal_sealer* sealer, const char** algorithm,
+                                         chronoseal_error** error) {
+    return call(error, [&] {
+        auto& place = emptied(algorithm, "algorithm");
+        place = needed(sealer, "sealer").sealer.hash().name().c_str();
+        return CHRONOSEAL_OK;
+    });
+}
+
 chronoseal_status chronoseal_sealer_hash_file(const chronoseal_sealer* sealer, const char* path,
                                               const chronoseal_control* control,
                                               chronoseal_digest* digest, chronoseal_error** error) {
