@@ -22,6 +22,7 @@ ALLOWED = {
     "src/core": {"visibility", "asn1", "asn1data", "asn1rt", "atl", "base", "sup", "basalt10", "basalt20"},
     "src/client": {"visibility", "core", "asn1", "asn1data", "asn1rt", "atl", "base", "sup", "basalt10", "basalt20"},
     "src/seal": {"visibility", "client", "core", "asn1", "atl", "base", "sup", "basalt10", "basalt20"},
+    "src/c_interface": {"visibility", "seal"},
     "apps/chronoseal": {"seal"},
     "apps/chronoseal-tsa": {"openssl"},
     "tools/schemac": set(),
@@ -37,7 +38,8 @@ def floor_of(name):
     """The floor of ours, or the library of others, that an include leads to; nothing for the standard library's."""
     first, _, rest = name.partition("/")
     if first == "chronoseal":
-        return {"visibility.h": "visibility", "chronoseal.hpp": "seal"}.get(rest, rest.split("/")[0])
+        return {"visibility.h": "visibility", "chronoseal.hpp": "seal",
+                "chronoseal.h": "c_interface"}.get(rest, rest.split("/")[0])
     if first == "basalt":
         folder = rest.split("/")[0]
         if folder in ROOMS:

@@ -47,6 +47,7 @@ class Installed(program.SystemTest):
         for verify in ("verify_token", "verify_stamp"):
             self.assertIn("good", run(folder / verify, data, token, self.authority.root,
                                       env=self.environment))
+        run(folder / "stamp_in_c", data, self.authority.url, token, self.authority.root, env=self.environment)
         documents = self.workspace.path / "documents"
         documents.mkdir(exist_ok=True)
         (documents / "a").write_bytes(b"a")
@@ -76,6 +77,8 @@ class Installed(program.SystemTest):
                     env=dict(os.environ, PKG_CONFIG_PATH=str(folder))).split()
         for example in EXAMPLES:
             run("c++", "-std=c++20", SOURCE / "examples" / f"{example}.cpp", "-o", build / example, *flags)
+        run("cc", "-std=c99", "-Wall", "-Wextra", "-pedantic", "-Werror", SOURCE / "examples" / "stamp_in_c.c", "-o",
+            build / "stamp_in_c", *flags)
         self.use(build)
 
     def test_every_header_stands_alone(self):

@@ -12,8 +12,8 @@
 // store, or free-standing) lets the walk go on behind the store's own copy of that certificate;
 // where there is no such copy the result is null with E_INVALIDARG.
 //
-// System stores are folders: <data>/stores/<name>/ of the user, and behind it
-// /etc/basalt/stores/<name>/ of the machine, where <data> is $XDG_DATA_HOME/basalt or
+// System stores are folders: `<data>/stores/<name>/` of the user, and behind it
+// `/etc/basalt/stores/<name>/` of the machine, where `<data>` is $XDG_DATA_HOME/basalt or
 // ~/.local/share/basalt. `<sha1>.cer`, `.crl` and `.ocsp` hold the encoded objects,
 // `<sha1>.properties` the properties of the certificate of that name. Any other file with one of
 // these endings is read too. `Root` also shows the system's trusted roots,

@@ -1,0 +1,44 @@
+"""Makes chronoseal._native, the module in C: its declarations are those of the installed <chronoseal/chronoseal.h>.
+
+Fails where pkg-config doesn't find the library; PKG_CONFIG_PATH names the folder of its chronoseal.pc.
+"""
+
+import pathlib
+import re
+import subprocess
+
+from cffi import FFI
+
+# Functions of Python that the library calls.
+CALLBACKS = """
+extern "Python" int chronoseal_python_progress(void* user, uint64_t done, uint64_t total);
+extern "Python" chronoseal_batch_step chronoseal_python_next(void* user, chronoseal_item* item);
+extern "Python" chronoseal_batch_step chronoseal_python_done(void* user, const chronoseal_batch_result* result);
+extern "Python" int chronoseal_python_setting(void* user, const chronoseal_setting* setting);
+extern "Python" int chronoseal_python_diagnosis(void* user, const chronoseal_diagnosis* diagnosis);
+"""
+
+
+def pkg_config(*arguments: str) -> "list[str]":
+    result = subprocess.run(["pkg-config", *arguments, "chronoseal"], check=True, stdout=subprocess.PIPE, text=True)
+    return result.stdout.split()
+
+
+def declarations(header: pathlib.Path) -> str:
+    """The header without what only a compiler understands."""
+    text = re.sub(r"//.*", "", header.read_text(encoding="utf-8"))
+    text = re.sub(r"#ifdef __cplusplus.*?#endif", "", text, flags=re.S)
+    constants = re.findall(r"^#define CHRONOSEAL_\w+ \d+$", text, flags=re.M)
+    text = re.sub(r"^\s*#.*$", "", text, flags=re.M)
+    return "\n".join([*constants, text.replace("CHRONOSEAL_API", "")])
+
+
+folders = [flag[2:] for flag in pkg_config("--cflags-only-I", "--keep-system-cflags")]
+found = [header for folder in folders if (header := pathlib.Path(folder, "chronoseal/chronoseal.h")).exists()]
+if not found:
+    raise SystemExit("chronoseal/chronoseal.h isn't where pkg-config says: install the library's headers")
+builder = FFI()
+builder.cdef(declarations(found[0]) + CALLBACKS)
+builder.set_source(
+    "chronoseal._native", "#include <chronoseal/chronoseal.h>", libraries=["chronoseal"], include_dirs=folders,
+    library_dirs=[flag[2:] for flag in pkg_config("--libs-only-L")])

@@ -1,0 +1,56 @@
+"""What bytes are."""
+
+from __future__ import annotations
+
+import dataclasses
+from typing import Optional, Tuple, Union
+
+from ._memory import Arena, bytes_of, text_of
+from ._native import ffi, lib
+from .error import call
+from .stamp import Stamp, copy_of
+
+
+@dataclasses.dataclass(frozen=True)
+class Embedded:
+    """A stamp inside something else."""
+
+    stamp: Stamp
+    attribute: str  #: OID of the attribute that holds it
+    place: str
+    stamped: bytes  #: what it stamps: the octets of a signature value
+
+
+@dataclasses.dataclass(frozen=True)
+class Inspection:
+    kind: str  #: "revocation_list"
+    form: str  #: "binary", "pem" or "base64"
+    description: str
+    stamp: Optional[Stamp]  #: of a token or a response
+    stamps: Tuple[Embedded, ...]  #: of a signed message
+    countersignature: bool  #: an older Authenticode countersignature is there
+    der: bytes  #: without PEM or Base64
+
+
+_FORMS = ("binary", "pem", "base64")
+
+
+def inspect(data: Union[bytes, bytearray, memoryview]) -> Inspection:
+    """Tells what the bytes are, by their content alone."""
+    arena = Arena()
+    buffer = arena.bytes(data)
+    place = ffi.new("chronoseal_inspection**")
+    call(lib.chronoseal_inspect, buffer, len(buffer), place)
+    try:
+        out = ffi.new("chronoseal_inspection_info**")
+        call(lib.chronoseal_inspection_get_info, place[0], out)
+        info = out[0]
+        embedded = (info.stamps[i] for i in range(info.stamp_count))
+        return Inspection(
+            text_of(info.kind_name), _FORMS[info.form], text_of(info.description),
+            None if info.stamp == ffi.NULL else copy_of(info.stamp),
+            tuple(Embedded(copy_of(one.stamp), text_of(one.attribute), text_of(one.place), bytes_of(one.stamped))
+                  for one in embedded),
+            info.countersignature != 0, bytes_of(info.der))
+    finally:
+        lib.chronoseal_inspection_free(place)

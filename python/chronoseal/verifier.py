@@ -1,0 +1,215 @@
+"""Verifiers and their verdicts."""
+
+from __future__ import annotations
+
+import dataclasses
+import datetime
+import enum
+from typing import Any, Callable, List, Optional, Tuple, Union
+
+from ._memory import BYTES, Arena, Data, Sources, microseconds_of, text_of, time_of
+from ._native import ffi, lib
+from .digest import Digest, Item
+from .error import Error, call, error_of
+from .handle import Handle
+from .stamp import Certificate, Remark, Stamp, TokenInfo, certificate_of, remarks_of, token_of
+from .stop import Progress, Stop, Watch
+
+
+class Revocation(enum.Enum):
+    """How revocation is looked at."""
+
+    AS_CONFIGURED = 0
+    REQUIRE = 1
+    AVAILABLE = 2
+    OFF = 3
+
+
+class Strength(enum.Enum):
+    """Which algorithms and keys are refused."""
+
+    AS_CONFIGURED = 0
+    FLOOR = 1
+    CURRENT = 2
+
+
+class Outcome(enum.Enum):
+    PASSED = 0
+    FAILED = 1
+    NOT_DONE = 2
+
+
+class RevocationState(enum.Enum):
+    NOT_CHECKED = 0
+    NOT_REVOKED = 1
+    REVOKED = 2
+    UNKNOWN = 3
+
+
+@dataclasses.dataclass(frozen=True)
+class Finding:
+    """What one check found."""
+
+    name: str  #: of the check: "content_type"
+    outcome: Outcome
+    required: bool  #: without it no verdict is good
+    word: str  #: "passed", the word of the failure, or why it was not done
+    code: int
+    text: str
+    advice: str
+    remarks: Tuple[Remark, ...]
+
+
+@dataclasses.dataclass(frozen=True)
+class ChainLink:
+    """One certificate of the chain that was judged."""
+
+    certificate: Certificate
+    anchor: bool
+    faults: Tuple[str, ...]
+    revocation: RevocationState
+
+
+@dataclasses.dataclass(frozen=True)
+class Verdict:
+    """What a verifier found. True only if it is good."""
+
+    good: bool
+    indeterminate: bool  #: only evidence of revocation is missing, unreachable or too old
+    compared: bool  #: the imprint was compared with data
+    findings: Tuple[Finding, ...]  #: one for each check, in their order
+    deciding: Finding  #: on which the verdict rests
+    token: Optional[TokenInfo]
+    signer: Optional[Certificate]
+    chain: Tuple[ChainLink, ...]
+    judged_at: datetime.datetime
+    as_of: datetime.datetime
+    error: Optional[Error]  #: None of a good one
+
+    def __bool__(self) -> bool:
+        return self.good
+
+    def finding(self, name: str) -> Finding:
+        """That of the check of this name; `KeyError` if there is none."""
+        for finding in self.findings:
+            if finding.name == name:
+                return finding
+        raise KeyError(name)
+
+    def raise_unless_good(self) -> None:
+        if self.error is not None:
+            raise self.error
+
+
+class Verifier(Handle):
+    """Judges stamps. Doesn't change: any number of threads may use one at once."""
+
+    def __init__(self, *, roots: Sources = (), certificates: Sources = (), evidence: Sources = (),
+                 revocation: Revocation = Revocation.AS_CONFIGURED, strength: Strength = Strength.AS_CONFIGURED,
+                 as_of: Optional[datetime.datetime] = None, offline: bool = False) -> None:
+        """`roots` are trusted in place of the machine's; `certificates` may be needed for a chain and aren't trusted;
+        `evidence` are revocation lists and OCSP answers. Each is one or several: a file by its name, or bytes, PEM or
+        DER. `as_of` is "now" for the age of evidence."""
+        arena = Arena()
+        place = ffi.new("chronoseal_verifier**")
+        call(lib.chronoseal_verifier_new,
+             trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline), place)
+        self._handle = ffi.gc(place[0], _free)
+
+    def verify(self, stamp: Union[Stamp, Data], data: Optional[Item] = None, *, request: Optional[bytes] = None,
+               nonce: Optional[bytes] = None, policy: Optional[str] = None, without_data: bool = False,
+               progress: Optional[Progress] = None, stop: Optional[Stop] = None) -> Verdict:
+        """Judges a stamp for `data` (bytes, a file by its name, or a `Digest`), or for all that a TimeStampReq asks
+        for. A stamp that isn't good is no exception: the verdict says so. Without anything to compare the stamp with
+        no verdict is good, unless `without_data` says that signature and chain alone are to be judged."""
+        if not isinstance(stamp, Stamp):
+            stamp = Stamp(stamp)
+        watch = Watch(progress, stop)
+        arena = watch.arena
+        handles = self._handle, stamp._handle
+        if request is not None:
+            if data is not None or nonce is not None or policy is not None:
+                raise ValueError("a request says what is expected: give nothing beside it")
+            buffer = arena.bytes(request)
+            return judge(watch, lambda *out: lib.chronoseal_verify_request(*handles, buffer, len(buffer), *out))
+        if nonce is None and policy is None and data is not None and not isinstance(data, Digest):
+            if isinstance(data, BYTES):
+                view = arena.bytes(data)
+                return judge(watch, lambda *out: lib.chronoseal_verify(*handles, view, len(view), *out))
+            path = arena.path(data)
+            return judge(watch, lambda *out: lib.chronoseal_verify_file(*handles, path, watch.control, *out))
+        expected = arena.struct("chronoseal_expected", without_data=without_data, policy=arena.text(policy),
+                                nonce_known=nonce is not None)
+        if data is not None:
+            expected.digest = digest_for(stamp, data, progress, stop).in_memory(arena)
+        if nonce is not None:
+            buffer = arena.bytes(nonce)
+            expected.nonce.data, expected.nonce.size = ffi.cast("unsigned char*", buffer), len(buffer)
+        return judge(watch, lambda *out: lib.chronoseal_verify_expected(*handles, expected, *out))
+
+
+def _free(handle: Any) -> None:
+    lib.chronoseal_verifier_free(ffi.new("chronoseal_verifier**", handle))
+
+
+def trust_of(arena: Arena, roots: Sources, certificates: Sources, evidence: Sources, revocation: Revocation,
+             strength: Strength, as_of: Optional[datetime.datetime], offline: bool) -> Any:
+    given = [arena.sources(sources) for sources in (roots, certificates, evidence)]
+    return arena.struct(
+        "chronoseal_trust", roots=given[0], root_count=len(given[0]), certificates=given[1],
+        certificate_count=len(given[1]), evidence=given[2], evidence_count=len(given[2]), revocation=revocation.value,
+        strength=strength.value, as_of=0 if as_of is None else microseconds_of(as_of), offline=offline)
+
+
+def digest_for(stamp: Stamp, data: Item, progress: Optional[Progress], stop: Optional[Stop]) -> Digest:
+    """The data's hash by the algorithm of the stamp."""
+    if isinstance(data, Digest):
+        return data
+    token = stamp.info.token
+    return Digest.of(data, token.imprint_algorithm.oid if token else "SHA-256", progress=progress, stop=stop)
+
+
+def judge(watch: Watch, function: Callable[..., Any]) -> Verdict:
+    """The verdict that the function gives beside its status; raises its error where there is none."""
+    place, error = ffi.new("chronoseal_verdict**"), ffi.new("chronoseal_error**")
+
+    def work() -> None:
+        function(place, error)
+
+    try:
+        watch.run(work)
+        why = None if error[0] == ffi.NULL else error_of(error[0])
+        if place[0] == ffi.NULL:
+            assert why is not None
+            raise why
+        return verdict_of(place[0], why)
+    finally:
+        lib.chronoseal_verdict_free(place)
+        lib.chronoseal_error_free(error)
+
+
+def finding_of(struct: Any) -> Finding:
+    return Finding(text_of(struct.name), Outcome(struct.outcome), struct.required != 0, text_of(struct.word),
+                   struct.code, text_of(struct.text), text_of(struct.advice), remarks_of(struct))
+
+
+def verdict_of(handle: Any, error: Optional[Error]) -> Verdict:
+    place = ffi.new("chronoseal_verdict_info**")
+    call(lib.chronoseal_verdict_get_info, handle, place)
+    info = place[0]
+    findings: List[Finding] = []
+    one = ffi.new("chronoseal_finding**")
+    for check in range(lib.CHRONOSEAL_CHECKS):
+        call(lib.chronoseal_verdict_finding, handle, check, one)
+        findings.append(finding_of(one[0]))
+    chain: List[ChainLink] = []
+    for i in range(info.chain_count):
+        link = info.chain[i]
+        certificate = certificate_of(link.certificate)
+        assert certificate is not None
+        chain.append(ChainLink(certificate, link.anchor != 0,
+                               tuple(text_of(link.faults[j]) for j in range(link.fault_count)),
+                               RevocationState(link.revocation)))
+    return Verdict(info.good != 0, info.indeterminate != 0, info.compared != 0, tuple(findings),
+                   finding_of(info.deciding), None if info.token == ffi.NULL else token_of(info.token),
+                   certificate_of(info.signer), tuple(chain), time_of(info.judged_at), time_of(info.as_of), error)

@@ -1,0 +1,736 @@
+// chronoseal in C: time-stamps (RFC 3161) to ask for, to judge and to look into. C99, and C++.
+//
+//     chronoseal_error* error = NULL;
+//     chronoseal_sealer_options options = {.size = sizeof options, .url = "http://tsa.example/"};
+//     chronoseal_sealer* sealer = NULL;
+//     chronoseal_stamp* stamp = NULL;
+//     if (chronoseal_sealer_new(&options, &sealer, &error) != CHRONOSEAL_OK ||
+//         chronoseal_seal_file(sealer, "report.pdf", NULL, &stamp, &error) != CHRONOSEAL_OK) {
+//         fprintf(stderr, "%s\n", chronoseal_error_message(error));
+//     }
+//     chronoseal_stamp_free(&stamp);
+//     chronoseal_sealer_free(&sealer);
+//     chronoseal_error_free(&error);
+//
+// Status and errors: whatever can fail returns a `chronoseal_status`; no function throws or ends
+// the program. The last argument of such a function tells more: null for a caller who doesn't want
+// to know, else the address of a pointer that is null or holds an earlier error, which is released.
+// After CHRONOSEAL_OK it is null, else it holds an error that the caller owns.
+// Results: a pointer for a result must not be null; what it leads to is overwritten, with null or
+// zero where the call fails. A null handle, or another argument that is missing, is
+// CHRONOSEAL_MISUSE with the word "argument_missing".
+// Ownership: what ends in `_new`, `_read` and so on gives a handle, which the caller gives back by
+// the `_free` of its type. That takes the address of the handle and sets it to null; a null is
+// passed over. Structs that a function gives through a pointer to const belong to the handle that
+// they were asked from, with all that they point to, and live as long.
+// Text is UTF-8 and ends in a null byte. Text that others have written (names in certificates, an
+// authority's words, addresses) is quoted: control characters, line ends, invisible characters and
+// broken UTF-8 stand as "\x1b" or "\u{202e}", a backslash as "\\". It is safe to print.
+// Sizes are in bytes.
+// Growth: structs that a caller fills begin with `size`, which is to be the size of the struct as
+// the caller was compiled; all else may be zero and then means the default. Structs that the
+// library fills may get members at their end, enumerations further values.
+// Threads: functions may be called from any thread. Sealers, verifiers, stamps, verdicts and
+// inspections don't change: any number of threads may use one at once, until one of them frees it.
+// A thread can't be cancelled (pthread_cancel) while it is in a function.
+#ifndef CHRONOSEAL_CHRONOSEAL_H
+#define CHRONOSEAL_CHRONOSEAL_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include <chronoseal/visibility.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// ---- Status and errors ----
+
+// What became of a call.
+typedef enum chronoseal_status {
+    CHRONOSEAL_OK = 0,         // it was done; of a verification: the stamp is good
+    CHRONOSEAL_REFUSED = 1,    // found to be bad, or forbidden
+    CHRONOSEAL_MISUSE = 2,     // the caller's own values make no sense
+    CHRONOSEAL_UNREACHABLE = 3 // could not be reached, read or judged
+} chronoseal_status;
+
+// Why a call failed. Immutable.
+typedef struct chronoseal_error chronoseal_error;
+
+// Gives the status that the call returned; CHRONOSEAL_OK of null.
+CHRONOSEAL_API chronoseal_status chronoseal_error_status(const chronoseal_error* error);
+// Gives a stable word of small letters and underscores, "imprint_differs": programs decide by this.
+// Empty of null, and so with the texts.
+CHRONOSEAL_API const char* chronoseal_error_word(const chronoseal_error* error);
+// Gives the result code of the library or the platform beneath; 0 where none applies.
+CHRONOSEAL_API uint32_t chronoseal_error_code(const chronoseal_error* error);
+// Tells what failed, for people: one sentence without a full stop.
+CHRONOSEAL_API const char* chronoseal_error_text(const chronoseal_error* error);
+// Tells what to do about an error: one sentence without a full stop.
+CHRONOSEAL_API const char* chronoseal_error_advice(const chronoseal_error* error);
+// Gives text, code and advice of an error in one line that is safe to print.
+CHRONOSEAL_API const char* chronoseal_error_message(const chronoseal_error* error);
+// Releases an error and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_error_free(chronoseal_error** error);
+
+// ---- Bytes, times, digests ----
+
+// Bytes that belong to something else; a null `data` has the size 0.
+typedef struct chronoseal_bytes {
+    const unsigned char* data; // the first one
+    size_t size;               // how many
+} chronoseal_bytes;
+
+// Microseconds since 1970-01-01T00:00:00Z.
+typedef int64_t chronoseal_time;
+
+// Room enough for every text of `chronoseal_time_text`.
+#define CHRONOSEAL_TIME_ROOM 64
+
+// Releases bytes that a function gave to the caller; null is passed over.
+CHRONOSEAL_API void chronoseal_free(void* data);
+
+// Writes the time as RFC 3339 has it, "2026-11-21T14:06:37.5Z", into `out`, which has room for
+// `room` bytes; `local` other than 0: by the machine's zone, "2026-11-21T15:06:37.5+01:00".
+// CHRONOSEAL_MISUSE with the word "buffer_too_small" where it doesn't fit.
+CHRONOSEAL_API chronoseal_status chronoseal_time_text(chronoseal_time time, int local, char* out,
+                                                      size_t room, chronoseal_error** error);
+
+// A finished hash. May be filled by the caller: name or OID of the algorithm, and its bytes.
+typedef struct chronoseal_digest {
+    char algorithm[64];      // "SHA-256", ends in a null byte
+    unsigned char value[64]; // of which `size` count
+    size_t size;             // must be the algorithm's
+} chronoseal_digest;
+
+// Cancels calls from another thread: each that was given this object ends with the word
+// "cancelled", at the latest when its exchange in flight ends. Must outlive these calls.
+typedef struct chronoseal_stop chronoseal_stop;
+
+// Makes a stop that has not been requested.
+CHRONOSEAL_API chronoseal_status chronoseal_stop_new(chronoseal_stop** stop,
+                                                     chronoseal_error** error);
+// Requests a stop, for good. May be called from any thread, but from no signal handler.
+CHRONOSEAL_API chronoseal_status chronoseal_stop_request(chronoseal_stop* stop,
+                                                         chronoseal_error** error);
+// Releases a stop and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_stop_free(chronoseal_stop** stop);
+
+// How a long call is watched and ended.
+typedef struct chronoseal_control {
+    size_t size;           // of this struct
+    chronoseal_stop* stop; // may be null
+    // Called on the calling thread while a file is hashed, with the bytes done and all of them (0:
+    // not known). Anything but 0 ends the call with the word "cancelled". May be null.
+    int (*progress)(void* user, uint64_t done, uint64_t total);
+    void* user; // handed to `progress`
+} chronoseal_control;
+
+// Hashes bytes. `algorithm` is a name ("SHA-256", "sha256") or a dotted OID; null: SHA-256. An
+// unknown one is "hash_unknown".
+CHRONOSEAL_API chronoseal_status chronoseal_hash(const char* algorithm, const void* data,
+                                                 size_t size, chronoseal_digest* digest,
+                                                 chronoseal_error** error);
+// Hashes a file in constant memory. `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_hash_file(const char* algorithm, const char* path,
+                                                      const chronoseal_control* control,
+                                                      chronoseal_digest* digest,
+                                                      chronoseal_error** error);
+
+// A running hash, for data that comes in pieces. Belongs to one thread at a time.
+typedef struct chronoseal_hasher chronoseal_hasher;
+
+// Begins a hash, by an algorithm as in `chronoseal_hash`.
+CHRONOSEAL_API chronoseal_status chronoseal_hasher_new(const char* algorithm,
+                                                       chronoseal_hasher** hasher,
+                                                       chronoseal_error** error);
+// Adds a piece of any size to a running hash. After `chronoseal_hasher_finish` it is
+// "hash_finished".
+CHRONOSEAL_API chronoseal_status chronoseal_hasher_update(chronoseal_hasher* hasher,
+                                                          const void* data, size_t size,
+                                                          chronoseal_error** error);
+// Ends a running hash and gives it. The hasher can only be released then.
+CHRONOSEAL_API chronoseal_status chronoseal_hasher_finish(chronoseal_hasher* hasher,
+                                                          chronoseal_digest* digest,
+                                                          chronoseal_error** error);
+// Releases a hasher and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_hasher_free(chronoseal_hasher** hasher);
+
+// ---- What a stamp holds ----
+
+// An algorithm as it stands in a token or a certificate.
+typedef struct chronoseal_algorithm {
+    const char* oid;             // dotted
+    const char* name;            // the OID where none is known
+    chronoseal_bytes parameters; // DER; empty: absent
+    const char* weakness;        // empty, or why it counts as weak
+} chronoseal_algorithm;
+
+// A certificate, taken apart.
+typedef struct chronoseal_certificate {
+    const char* subject;                      // others' text
+    const char* issuer;                       // others' text
+    chronoseal_bytes serial_number;           // big-endian
+    chronoseal_time not_before;               // first moment of its validity
+    chronoseal_time not_after;                // the last one
+    chronoseal_bytes sha256;                  // of the DER
+    chronoseal_algorithm signature_algorithm; // by which the issuer signed
+    chronoseal_algorithm key_algorithm;       // of its key
+    size_t key_bits;                          // 0: not known
+    chronoseal_bytes der;                     // the whole certificate
+} chronoseal_certificate;
+
+// What a token says. Nothing in it is verified.
+typedef struct chronoseal_token_info {
+    int version;                                       // 1
+    chronoseal_time time;                              // of the stamp
+    const char* time_text;                             // the same, "2026-11-21T14:06:37.5Z"
+    int64_t accuracy;                                  // microseconds; -1: the token names none
+    int ordering;                                      // 0 or 1
+    const char* policy;                                // dotted OID
+    chronoseal_algorithm imprint_algorithm;            // by which the data was hashed
+    chronoseal_bytes imprint;                          // the hash that was stamped
+    chronoseal_bytes serial_number;                    // big-endian
+    chronoseal_bytes nonce;                            // big-endian; empty: none
+    const char* authority;                             // its name, others' text; empty: none
+    chronoseal_algorithm signature_algorithm;          // of the first signer
+    size_t signers;                                    // a good token has one
+    const chronoseal_certificate* const* certificates; // those in the token, in its order
+    size_t certificate_count;                          // how many
+    const chronoseal_certificate* signer; // that of them which is named; null: not there
+    size_t revocation_lists;              // how many the token carries
+} chronoseal_token_info;
+
+// Something noticed that fails no check.
+typedef struct chronoseal_remark {
+    const char* word; // "weak_hash", "clock_differs"
+    const char* text; // one sentence
+} chronoseal_remark;
+
+// What a stamp holds. Nothing in it is verified.
+typedef struct chronoseal_stamp_info {
+    int status;                         // PKIStatus of a response; -1 of a bare token
+    const char* status_name;            // "granted", "rejection"; empty of a bare token
+    const char* status_text;            // the authority's words, others' text
+    uint32_t failure_bits;              // bit n as 1 << n
+    const char* const* failure_names;   // "badAlg"
+    size_t failure_count;               // how many
+    const chronoseal_token_info* token; // null: the authority refused
+    // Of a stamp that a sealer got; else empty and 0.
+    const char* address;                     // the authority's, masked
+    unsigned attempts;                       // how many times it was asked
+    const chronoseal_remark* const* remarks; // what was noticed beside the checks
+    size_t remark_count;                     // how many
+} chronoseal_stamp_info;
+
+// A time-stamp: an authority's answer, or a bare token.
+typedef struct chronoseal_stamp chronoseal_stamp;
+
+// Reads a response or a bare token as DER or BER, PEM or Base64. A refusal is read too, and has no
+// token. Nothing is verified. "not_a_stamp" tells in its text what the bytes are instead.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_read(const void* data, size_t size,
+                                                       chronoseal_stamp** stamp,
+                                                       chronoseal_error** error);
+// Reads a stamp from a file, as `chronoseal_stamp_read` does from bytes.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_read_file(const char* path,
+                                                            chronoseal_stamp** stamp,
+                                                            chronoseal_error** error);
+// Makes a second handle for a stamp, with a life of its own.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_copy(const chronoseal_stamp* stamp,
+                                                       chronoseal_stamp** copy,
+                                                       chronoseal_error** error);
+// Gives everything that a stamp holds.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_get_info(const chronoseal_stamp* stamp,
+                                                           const chronoseal_stamp_info** info,
+                                                           chronoseal_error** error);
+// Gives the token of a stamp, a CMS SignedData as DER; empty for a refusal.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_token(const chronoseal_stamp* stamp,
+                                                        chronoseal_bytes* token,
+                                                        chronoseal_error** error);
+// Gives the TimeStampResp of a stamp as it came; empty for a bare token.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_response(const chronoseal_stamp* stamp,
+                                                           chronoseal_bytes* response,
+                                                           chronoseal_error** error);
+// Makes a TimeStampResp in any case, of the token where none came: what to store. The bytes are the
+// caller's, to be released by `chronoseal_free`. "no_token" where there is neither.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_as_response(const chronoseal_stamp* stamp,
+                                                              unsigned char** data, size_t* size,
+                                                              chronoseal_error** error);
+// Releases a stamp and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_stamp_free(chronoseal_stamp** stamp);
+
+// ---- Judging ----
+
+// A file or bytes with one or many certificates, revocation lists or answers, PEM or DER. Won't
+// grow.
+typedef struct chronoseal_source {
+    const char* path; // of the file; null: bytes
+    const void* data; // the bytes
+    size_t size;      // how many
+} chronoseal_source;
+
+// How revocation is looked at.
+typedef enum chronoseal_revocation {
+    CHRONOSEAL_REVOCATION_AS_CONFIGURED = 0, // as the machine's policy has it
+    CHRONOSEAL_REVOCATION_REQUIRE = 1,       // evidence is needed for each certificate
+    CHRONOSEAL_REVOCATION_AVAILABLE = 2,     // what can't be had is passed over
+    CHRONOSEAL_REVOCATION_OFF = 3            // none is looked at
+} chronoseal_revocation;
+
+// Which algorithms and keys are refused.
+typedef enum chronoseal_strength {
+    CHRONOSEAL_STRENGTH_AS_CONFIGURED = 0, // as the machine's policy has it
+    CHRONOSEAL_STRENGTH_FLOOR = 1,         // what is broken in practice
+    CHRONOSEAL_STRENGTH_CURRENT = 2        // SHA-1 and RSA below 2048 bits as well
+} chronoseal_strength;
+
+// Whom a verifier trusts, and what it may use.
+typedef struct chronoseal_trust {
+    size_t size;                           // of this struct
+    const chronoseal_source* roots;        // trusted, in place of the machine's roots
+    size_t root_count;                     // 0: the machine's
+    const chronoseal_source* certificates; // may be needed for a chain; none is trusted for it
+    size_t certificate_count;              // how many
+    const chronoseal_source* evidence; // lists and OCSP answers, looked at before any is fetched
+    size_t evidence_count;             // how many
+    chronoseal_revocation revocation;  // how it is looked at
+    chronoseal_strength strength;      // what is refused as too weak
+    chronoseal_time as_of;             // "now" for the age of evidence; 0: the clock
+    int offline;                       // 1: nothing is fetched from the network
+} chronoseal_trust;
+
+// The checks, in the order in which they are made.
+typedef enum chronoseal_check {
+    CHRONOSEAL_CHECK_STATUS = 0,       // the authority granted it
+    CHRONOSEAL_CHECK_IMPRINT = 1,      // algorithm, length and hash are those of the data
+    CHRONOSEAL_CHECK_NONCE = 2,        // that of the request
+    CHRONOSEAL_CHECK_POLICY = 3,       // the policy asked for
+    CHRONOSEAL_CHECK_TIME = 4,         // not after "now"
+    CHRONOSEAL_CHECK_CONTENT_TYPE = 5, // the token signs a TSTInfo, and its attribute says so
+    CHRONOSEAL_CHECK_SIGNER = 6,       // the certificate that the signed attributes name is there
+    CHRONOSEAL_CHECK_SIGNATURE = 7,    // one signer, the digest and the signature fit
+    CHRONOSEAL_CHECK_EXTENSIONS = 8,   // no critical extension that isn't understood
+    CHRONOSEAL_CHECK_CHAIN = 9,        // each certificate up to a trusted root
+    CHRONOSEAL_CHECK_USAGE = 10,       // the signer's certificate is for time-stamping alone
+    CHRONOSEAL_CHECK_REVOCATION = 11,  // none of them was revoked
+    CHRONOSEAL_CHECK_STRENGTH = 12     // hashes and keys are strong enough
+} chronoseal_check;
+
+// How many checks there are, and findings in a verdict.
+#define CHRONOSEAL_CHECKS 13
+
+// What a check came to.
+typedef enum chronoseal_outcome {
+    CHRONOSEAL_PASSED = 0,  //
+    CHRONOSEAL_FAILED = 1,  //
+    CHRONOSEAL_NOT_DONE = 2 // the word says why
+} chronoseal_outcome;
+
+// What one check found.
+typedef struct chronoseal_finding {
+    chronoseal_check check;     // which check
+    const char* name;           // of the check: "content_type"
+    chronoseal_outcome outcome; // what it came to
+    int required;               // 1: without it no verdict is good
+    // "passed"; of a failure the word of the error; of what was not done "not_asked",
+    // "switched_off", "earlier_failure", or the word for what is missing.
+    const char* word;
+    uint32_t code;                           // result code; 0: none applies
+    const char* text;                        // one sentence
+    const char* advice;                      // what to do
+    const chronoseal_remark* const* remarks; // what was noticed beside it
+    size_t remark_count;                     // how many
+} chronoseal_finding;
+
+// Whether a certificate of the chain was revoked.
+typedef enum chronoseal_revocation_state {
+    CHRONOSEAL_NOT_CHECKED = 0, //
+    CHRONOSEAL_NOT_REVOKED = 1, //
+    CHRONOSEAL_REVOKED = 2,     //
+    CHRONOSEAL_UNKNOWN = 3      // there was no evidence that counts
+} chronoseal_revocation_state;
+
+// One certificate of the chain that was judged.
+typedef struct chronoseal_chain_link {
+    const chronoseal_certificate* certificate; // the certificate itself
+    int anchor;                                // 1: the trusted root
+    const char* const* faults;                 // what is wrong with it, "certificate_expired"
+    size_t fault_count;                        // how many
+    chronoseal_revocation_state revocation;    // whether it was revoked
+} chronoseal_chain_link;
+
+// A verdict as a whole.
+typedef struct chronoseal_verdict_info {
+    int good;          // nothing failed, and all that was required was done
+    int indeterminate; // only evidence of revocation is missing, unreachable or too old
+    int compared;      // the imprint was compared with data
+    const chronoseal_finding* deciding;        // on which it rests; of a good one the last
+    const chronoseal_token_info* token;        // null: there is none
+    const chronoseal_certificate* signer;      // null: it was not found
+    const chronoseal_chain_link* const* chain; // from the signer to the root, as far as it goes
+    size_t chain_count;                        // how many
+    chronoseal_time judged_at;                 // the time at which the chain was judged
+    chronoseal_time as_of;                     // "now" of the judgement
+} chronoseal_verdict_info;
+
+// What a stamp is compared with, where a digest alone doesn't do.
+typedef struct chronoseal_expected {
+    size_t size;                     // of this struct
+    const chronoseal_digest* digest; // of the data; null: not compared
+    int without_data;                // 1: a verdict without a digest may be good
+    chronoseal_bytes nonce;          // that of the request, big-endian
+    int nonce_known;                 // 1: `nonce` is what the request had, its absence included
+    const char* policy;              // dotted OID; null: any
+} chronoseal_expected;
+
+// Judges stamps.
+typedef struct chronoseal_verifier chronoseal_verifier;
+// What a verifier found.
+typedef struct chronoseal_verdict chronoseal_verdict;
+
+// Makes a verifier; a null `trust` is that of the machine. "file_unreadable" and "no_certificates"
+// for its sources.
+CHRONOSEAL_API chronoseal_status chronoseal_verifier_new(const chronoseal_trust* trust,
+                                                         chronoseal_verifier** verifier,
+                                                         chronoseal_error** error);
+// Judges a stamp for bytes, which are hashed by the stamp's algorithm. CHRONOSEAL_OK stands
+// for a good stamp and nothing else: for any other the error is that of the finding on which the
+// verdict rests, CHRONOSEAL_UNREACHABLE where nothing is known to be bad, and the verdict is given,
+// too. It stays null where nothing could be judged. `verdict` itself may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_verify(const chronoseal_verifier* verifier,
+                                                   const chronoseal_stamp* stamp, const void* data,
+                                                   size_t size, chronoseal_verdict** verdict,
+                                                   chronoseal_error** error);
+// Judges a stamp for a file, as `chronoseal_verify` does. `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_verify_file(
+    const chronoseal_verifier* verifier, const chronoseal_stamp* stamp, const char* path,
+    const chronoseal_control* control, chronoseal_verdict** verdict, chronoseal_error** error);
+// Judges a stamp for a finished hash, as `chronoseal_verify` does.
+CHRONOSEAL_API chronoseal_status chronoseal_verify_digest(const chronoseal_verifier* verifier,
+                                                          const chronoseal_stamp* stamp,
+                                                          const chronoseal_digest* digest,
+                                                          chronoseal_verdict** verdict,
+                                                          chronoseal_error** error);
+// Judges a stamp for all that a TimeStampReq asks for, as `chronoseal_verify` does. Bytes that
+// aren't one are "not_a_request".
+CHRONOSEAL_API chronoseal_status chronoseal_verify_request(const chronoseal_verifier* verifier,
+                                                           const chronoseal_stamp* stamp,
+                                                           const void* request, size_t size,
+                                                           chronoseal_verdict** verdict,
+                                                           chronoseal_error** error);
+// Judges a stamp for what the caller expects, as `chronoseal_verify` does.
+CHRONOSEAL_API chronoseal_status chronoseal_verify_expected(const chronoseal_verifier* verifier,
+                                                            const chronoseal_stamp* stamp,
+                                                            const chronoseal_expected* expected,
+                                                            chronoseal_verdict** verdict,
+                                                            chronoseal_error** error);
+// Judges a token alone, as `chronoseal_verify` does: what it stamps is not compared with anything.
+CHRONOSEAL_API chronoseal_status chronoseal_verify_token(const chronoseal_verifier* verifier,
+                                                         const chronoseal_stamp* stamp,
+                                                         chronoseal_verdict** verdict,
+                                                         chronoseal_error** error);
+// Releases a verifier and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_verifier_free(chronoseal_verifier** verifier);
+
+// Gives a verdict as a whole.
+CHRONOSEAL_API chronoseal_status chronoseal_verdict_get_info(const chronoseal_verdict* verdict,
+                                                             const chronoseal_verdict_info** info,
+                                                             chronoseal_error** error);
+// Gives the finding of one check, from 0 to CHRONOSEAL_CHECKS - 1; "index_too_large" beyond.
+CHRONOSEAL_API chronoseal_status chronoseal_verdict_finding(const chronoseal_verdict* verdict,
+                                                            size_t check,
+                                                            const chronoseal_finding** finding,
+                                                            chronoseal_error** error);
+// Releases a verdict and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_verdict_free(chronoseal_verdict** verdict);
+
+// ---- Asking ----
+
+// How one time-stamp authority is reached. What the machine's policy denies is refused before
+// anything is sent.
+typedef struct chronoseal_authority {
+    size_t size;            // of this struct
+    const char* url;        // http or https, without user-info
+    const char* user;       // a login by basic authentication; null: none
+    const char* password;   // its password
+    const char* login_file; // in its place: a file "USER:PASSWORD" that only its owner can read
+    const char* netrc;      // or a netrc file
+    const char* client_certificate; // PEM file for TLS
+    const char* client_key;         // null: it stands in the certificate's file
+    const char* ca_file;            // roots for TLS in place of the system's
+    const char* proxy;              // null: the policy's; empty: a direct connection
+    const char* proxy_user;         // null: none
+    const char* proxy_password;     // its password
+    unsigned rate_count;            // so many requests at most ...
+    int64_t rate_period_ms;         // ... in so many milliseconds; 0: a second
+    int64_t timeout_ms;             // for one exchange; 0: the configured one
+} chronoseal_authority;
+
+// What is asked for or not.
+typedef enum chronoseal_choice {
+    CHRONOSEAL_BY_DEFAULT = 0, //
+    CHRONOSEAL_YES = 1,        //
+    CHRONOSEAL_NO = 2          //
+} chronoseal_choice;
+
+// How stamps are got.
+typedef struct chronoseal_sealer_options {
+    size_t size;     // of this struct
+    const char* url; // of the one authority; null: those below
+    // In the order in which they are asked. None at all: those of the machine's configuration.
+    const chronoseal_authority* const* authorities;
+    size_t authority_count;         // how many
+    const char* hash;               // name or OID; null: the policy's, else SHA-256
+    const char* policy;             // dotted OID to ask for; null: the policy's default, else none
+    chronoseal_choice nonce;        // whether the request has one
+    chronoseal_choice certificates; // whether the authority's are asked for
+    unsigned quorum;                // stamps by so many authorities, or none; 0: 1
+    unsigned attempts;              // how often one authority is asked in all; 0: 3
+    int64_t first_wait_ms;          // between attempts, doubled each time; 0: 500
+    int64_t longest_wait_ms;        // 0: 30,000
+    int64_t rest_ms;                // how long one that failed twice isn't asked; 0: 30,000
+    int64_t clock_tolerance_ms;     // beyond which a remark is made; 0: ten minutes
+    const chronoseal_trust* trust;  // by which answers are judged; null: the machine's
+    int without_verification;       // 1: only the answer itself is checked, not who signed it
+    int only_requests;              // 1: nobody is asked, `chronoseal_request` alone may be called
+    const char* rate_file;          // where requests are counted; null: in the user's cache folder
+} chronoseal_sealer_options;
+
+// Gets time-stamps.
+typedef struct chronoseal_sealer chronoseal_sealer;
+
+// Makes a sealer; null `options` are the machine's. Everything that can be checked without an
+// authority is checked here: "no_address", "address_denied", "hash_denied", "policy_unreadable" ...
+CHRONOSEAL_API chronoseal_status chronoseal_sealer_new(const chronoseal_sealer_options* options,
+                                                       chronoseal_sealer** sealer,
+                                                       chronoseal_error** error);
+// Gets a stamp for bytes. It is given only after every check has passed, by the first authority
+// that gives one. Blocks. `control` may be null. The error is that of the last authority asked, or
+// "cancelled".
+CHRONOSEAL_API chronoseal_status chronoseal_seal(const chronoseal_sealer* sealer, const void* data,
+                                                 size_t size, const chronoseal_control* control,
+                                                 chronoseal_stamp** stamp,
+                                                 chronoseal_error** error);
+// Gets a stamp for a file, as `chronoseal_seal` does for bytes. It is read in constant memory.
+CHRONOSEAL_API chronoseal_status chronoseal_seal_file(const chronoseal_sealer* sealer,
+                                                      const char* path,
+                                                      const chronoseal_control* control,
+                                                      chronoseal_stamp** stamp,
+                                                      chronoseal_error** error);
+// Gets a stamp for a finished hash, as `chronoseal_seal` does for bytes.
+CHRONOSEAL_API chronoseal_status chronoseal_seal_digest(const chronoseal_sealer* sealer,
+                                                        const chronoseal_digest* digest,
+                                                        const chronoseal_control* control,
+                                                        chronoseal_stamp** stamp,
+                                                        chronoseal_error** error);
+// Gets as many stamps as the option `quorum` says, by authorities with different keys, or
+// "quorum_missed" and none. `stamps` has room for `room` handles, all of which are set; "count" is
+// how many there are. "buffer_too_small" is told before anybody is asked.
+CHRONOSEAL_API chronoseal_status chronoseal_seal_quorum(const chronoseal_sealer* sealer,
+                                                        const chronoseal_digest* digest,
+                                                        const chronoseal_control* control,
+                                                        chronoseal_stamp** stamps, size_t room,
+                                                        size_t* count, chronoseal_error** error);
+// Sends a finished TimeStampReq as it is, and judges the answer by it. Else as `chronoseal_seal`.
+CHRONOSEAL_API chronoseal_status chronoseal_send(const chronoseal_sealer* sealer,
+                                                 const void* request, size_t size,
+                                                 const chronoseal_control* control,
+                                                 chronoseal_stamp** stamp,
+                                                 chronoseal_error** error);
+// Makes a TimeStampReq as the options have it, for another way to the authority. The DER is the
+// caller's, to be released by `chronoseal_free`.
+CHRONOSEAL_API chronoseal_status chronoseal_request(const chronoseal_sealer* sealer,
+                                                    const chronoseal_digest* digest,
+                                                    unsigned char** data, size_t* size,
+                                                    chronoseal_error** error);
+// Gives the name of the algorithm by which a sealer hashes, "SHA-256". It belongs to the sealer.
+CHRONOSEAL_API chronoseal_status chronoseal_sealer_hash(const chronoseal_sealer* sealer,
+                                                        const char** algorithm,
+                                                        chronoseal_error** error);
+// Hashes a file by a sealer's own algorithm. `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_sealer_hash_file(const chronoseal_sealer* sealer,
+                                                             const char* path,
+                                                             const chronoseal_control* control,
+                                                             chronoseal_digest* digest,
+                                                             chronoseal_error** error);
+// Releases a sealer and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_sealer_free(chronoseal_sealer** sealer);
+
+// ---- Many ----
+
+// What one item of a batch is: the first of the three that isn't null. Copied at once. Won't grow.
+typedef struct chronoseal_item {
+    const char* path;                // a file
+    const chronoseal_digest* digest; // a finished hash
+    const void* data;                // bytes; of size 0 they may be null, too
+    size_t size;                     // how many
+} chronoseal_item;
+
+// What became of one item. Belongs to the batch, and lives as long as the call of `done`.
+typedef struct chronoseal_batch_result {
+    uint64_t index;                        // of the item, from 0
+    const char* path;                      // the item's, as it was given; null: it was no file
+    const chronoseal_stamp* const* stamps; // `chronoseal_stamp_copy` keeps one for longer
+    size_t stamp_count;                    // as the quorum says, or 0
+    const chronoseal_error* error;         // null: it was stamped
+} chronoseal_batch_result;
+
+// What became of a batch.
+typedef struct chronoseal_batch_summary {
+    uint64_t stamped; // items
+    uint64_t failed;  // items
+    int stopped;      // 1: it was ended by a stop; items may be left
+} chronoseal_batch_summary;
+
+// What a function gives back to the batch that called it.
+typedef enum chronoseal_batch_step {
+    CHRONOSEAL_GO_ON = 0, // of `next`: the item was filled in
+    CHRONOSEAL_END = 1,   // of `next`: there is none left. Of `done`: take no further items
+    CHRONOSEAL_ABORT = 2  // the same, and what is under way is cancelled
+} chronoseal_batch_step;
+
+// What a batch calls, on one thread at a time, which may each time be another.
+typedef struct chronoseal_batch {
+    size_t size;          // of this struct
+    unsigned connections; // how many at once; 0: 4
+    // Fills in an item, which is zero before. Must not be null.
+    chronoseal_batch_step (*next)(void* user, chronoseal_item* item);
+    // Gets each result, in no given order. Must not be null.
+    chronoseal_batch_step (*done)(void* user, const chronoseal_batch_result* result);
+    void* user;            // handed to both
+    chronoseal_stop* stop; // may be null
+} chronoseal_batch;
+
+// Stamps all that `next` gives. Memory doesn't grow with the number of items. CHRONOSEAL_OK if the
+// batch was gone through, whatever became of its items, and also if it was stopped: see `summary`,
+// which may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_seal_all(const chronoseal_sealer* sealer,
+                                                     const chronoseal_batch* batch,
+                                                     chronoseal_batch_summary* summary,
+                                                     chronoseal_error** error);
+
+// ---- What is this? ----
+
+// What bytes are.
+typedef enum chronoseal_kind {
+    CHRONOSEAL_KIND_EMPTY = 0,                  //
+    CHRONOSEAL_KIND_RESPONSE = 1,               // TimeStampResp
+    CHRONOSEAL_KIND_TOKEN = 2,                  // a CMS message over a TSTInfo
+    CHRONOSEAL_KIND_REQUEST = 3,                // TimeStampReq
+    CHRONOSEAL_KIND_SIGNED_MESSAGE = 4,         // CMS or PKCS#7 with a signature
+    CHRONOSEAL_KIND_AUTHENTICODE_SIGNATURE = 5, // a signature over a program or a script
+    CHRONOSEAL_KIND_OTHER_MESSAGE = 6,          // CMS of another type
+    CHRONOSEAL_KIND_CERTIFICATE = 7,            //
+    CHRONOSEAL_KIND_REVOCATION_LIST = 8,        //
+    CHRONOSEAL_KIND_OCSP_ANSWER = 9,            //
+    CHRONOSEAL_KIND_AUTHENTICODE_REQUEST = 10,  // of the older Authenticode protocol
+    CHRONOSEAL_KIND_CERTIFICATE_REQUEST = 11,   // PKCS#10
+    CHRONOSEAL_KIND_PRIVATE_KEY = 12,           // PKCS#8 and the like
+    CHRONOSEAL_KIND_KEY_STORE = 13,             // PKCS#12
+    CHRONOSEAL_KIND_EVIDENCE_RECORD = 14,       // RFC 4998
+    CHRONOSEAL_KIND_HTML = 15,                  //
+    CHRONOSEAL_KIND_XML = 16,                   //
+    CHRONOSEAL_KIND_JSON = 17,                  //
+    CHRONOSEAL_KIND_PDF = 18,                   //
+    CHRONOSEAL_KIND_ARCHIVE = 19,               // ZIP
+    CHRONOSEAL_KIND_EXECUTABLE = 20,            // ELF or PE
+    CHRONOSEAL_KIND_TEXT = 21,                  //
+    CHRONOSEAL_KIND_UNKNOWN_DER = 22,           // well-formed BER of no kind above
+    CHRONOSEAL_KIND_UNKNOWN = 23                //
+} chronoseal_kind;
+
+// How bytes are wrapped.
+typedef enum chronoseal_form {
+    CHRONOSEAL_FORM_BINARY = 0, //
+    CHRONOSEAL_FORM_PEM = 1,    //
+    CHRONOSEAL_FORM_BASE64 = 2  //
+} chronoseal_form;
+
+// A stamp inside something else.
+typedef struct chronoseal_embedded {
+    const chronoseal_stamp* stamp; // belongs to the inspection
+    const char* attribute;         // OID of the attribute that holds it
+    const char* place;             // "signer 1, attribute 1.2.840.113549.1.9.16.2.14"
+    chronoseal_bytes stamped;      // what it stamps: the octets of a signature value
+} chronoseal_embedded;
+
+// What was found out about bytes.
+typedef struct chronoseal_inspection_info {
+    chronoseal_kind kind;                     // what it is
+    const char* kind_name;                    // "revocation_list"
+    chronoseal_form form;                     // how it is wrapped
+    const char* description;                  // for people: "an X.509 certificate, PEM"
+    const chronoseal_stamp* stamp;            // of a token or a response; else null
+    const chronoseal_embedded* const* stamps; // of a signed message
+    size_t stamp_count;                       // how many
+    int countersignature;                     // 1: an older Authenticode countersignature is there
+    chronoseal_bytes der;                     // without PEM or Base64
+} chronoseal_inspection_info;
+
+// What was found out, with the stamps in it.
+typedef struct chronoseal_inspection chronoseal_inspection;
+
+// Tells what the bytes are, by their content alone. Never fails for what they are.
+CHRONOSEAL_API chronoseal_status chronoseal_inspect(const void* data, size_t size,
+                                                    chronoseal_inspection** inspection,
+                                                    chronoseal_error** error);
+// Gives everything that was found out about bytes.
+CHRONOSEAL_API chronoseal_status
+chronoseal_inspection_get_info(const chronoseal_inspection* inspection,
+                               const chronoseal_inspection_info** info, chronoseal_error** error);
+// Releases a inspection and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_inspection_free(chronoseal_inspection** inspection);
+
+// ---- The machine ----
+
+// One key of the configuration.
+typedef struct chronoseal_setting {
+    const char* key;     // as in TOML: "config.cades.tsppolicy.AllowedTSPs"
+    const char* value;   // as in TOML; empty: none
+    const char* source;  // the file; empty: built in
+    const char* problem; // what is wrong with it, in words; empty: nothing
+    int fatal;           // 1: no request can be made until it is put right
+} chronoseal_setting;
+
+// Tells the policy of the machine: calls `each` for each key that is known, with its value and
+// where it comes from, and then for each that is set but means nothing. Anything but 0 from `each`
+// ends it. `usable`, which may be null, is set to 1 if requests are possible, else to 0.
+CHRONOSEAL_API chronoseal_status chronoseal_policy(int (*each)(void* user,
+                                                               const chronoseal_setting* setting),
+                                                   void* user, int* usable,
+                                                   chronoseal_error** error);
+
+// How grave something is.
+typedef enum chronoseal_severity {
+    CHRONOSEAL_GOOD = 0,    //
+    CHRONOSEAL_NOTE = 1,    //
+    CHRONOSEAL_WARNING = 2, //
+    CHRONOSEAL_FAULT = 3    //
+} chronoseal_severity;
+
+// One thing about this machine that matters to stamps.
+typedef struct chronoseal_diagnosis {
+    const char* area;             // "configuration", "roots", "stores", "clock", "authority"
+    chronoseal_severity severity; // how grave it is
+    const char* word;             // stable
+    const char* text;             // one sentence
+    const char* advice;           // what to do
+} chronoseal_diagnosis;
+
+// Tells what would make a stamp or a verification fail on this machine, and what is well, by calls
+// of `each`. With `ask` other than 0 one stamp is asked of each authority. Anything but 0 from
+// `each` ends it. `options` may be null.
+CHRONOSEAL_API chronoseal_status
+chronoseal_diagnose(const chronoseal_sealer_options* options, int ask,
+                    int (*each)(void* user, const chronoseal_diagnosis* diagnosis), void* user,
+                    chronoseal_error** error);
+
+// Gives the version of the library in use, "1.0.0".
+CHRONOSEAL_API const char* chronoseal_version(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,97 @@
+// What a stamp holds, as structs.
+#include <chronoseal/c_interface/view.h>
+
+#include <chronoseal/c_interface/call.h>
+
+namespace chronoseal::c_interface {
+
+namespace {
+
+chronoseal_algorithm view_of(Kept& kept, const AlgorithmInfo& algorithm) {
+    return {kept.text(algorithm.oid), kept.text(algorithm.name),
+            c_interface::view_of(algorithm.parameters), kept.text(algorithm.weakness)};
+}
+
+} // namespace
+
+const char* const* Kept::words(const std::vector<std::string>& texts) {
+    std::vector<const char*> all;
+    for (const std::string& one : texts) {
+        all.push_back(text(one));
+    }
+    return array(std::move(all));
+}
+
+chronoseal_bytes view_of(const Bytes& bytes) noexcept {
+    return {bytes.empty() ? nullptr : reinterpret_cast<const unsigned char*>(bytes.data()),
+            bytes.size()};
+}
+
+const chronoseal_certificate* view_of(Kept& kept, const CertificateInfo& certificate) {
+    chronoseal_certificate view{};
+    view.subject = kept.foreign(certificate.subject);
+    view.issuer = kept.foreign(certificate.issuer);
+    view.serial_number = view_of(certificate.serial_number);
+    view.not_before = time_of(certificate.not_before);
+    view.not_after = time_of(certificate.not_after);
+    view.sha256 = view_of(certificate.sha256);
+    view.signature_algorithm = view_of(kept, certificate.signature_algorithm);
+    view.key_algorithm = view_of(kept, certificate.key_algorithm);
+    view.key_bits = certificate.key_bits;
+    view.der = view_of(certificate.der);
+    return kept.value(view);
+}
+
+const chronoseal_remark* const* view_of(Kept& kept, const std::vector<Remark>& remarks) {
+    std::vector<const chronoseal_remark*> all;
+    for (const Remark& remark : remarks) {
+        all.push_back(
+            kept.value(chronoseal_remark{kept.text(remark.word), kept.text(remark.text)}));
+    }
+    return kept.array(std::move(all));
+}
+
+const chronoseal_token_info* view_of(Kept& kept, const TokenInfo& token) {
+    chronoseal_token_info view{};
+    view.version = token.version;
+    view.time = time_of(token.time);
+    view.time_text = kept.text(utc_text(token.time));
+    view.accuracy = token.accuracy ? token.accuracy->count() : -1;
+    view.ordering = token.ordering ? 1 : 0;
+    view.policy = kept.text(token.policy);
+    view.imprint_algorithm = view_of(kept, token.imprint_algorithm);
+    view.imprint = view_of(token.imprint);
+    view.serial_number = view_of(token.serial_number);
+    view.nonce = token.nonce ? view_of(*token.nonce) : chronoseal_bytes{};
+    view.authority = kept.foreign(token.authority);
+    view.signature_algorithm = view_of(kept, token.signature.signature_algorithm);
+    view.signers = token.signature.signers;
+    std::vector<const chronoseal_certificate*> certificates;
+    for (const CertificateInfo& certificate : token.certificates) {
+        certificates.push_back(view_of(kept, certificate));
+    }
+    view.certificate_count = certificates.size();
+    view.certificates = kept.array(std::move(certificates));
+    view.signer = token.signer ? view_of(kept, *token.signer) : nullptr;
+    view.revocation_lists = token.revocation_lists;
+    return kept.value(view);
+}
+
+const chronoseal_stamp_info* view_of(Kept& kept, const Stamp& stamp) {
+    const StampInfo& info = stamp.info();
+    chronoseal_stamp_info view{};
+    view.status = info.status ? static_cast<int>(*info.status) : -1;
+    view.status_name = kept.text(info.status_name);
+    view.status_text = kept.foreign(info.status_text);
+    view.failure_bits = info.failure_bits;
+    view.failure_names = kept.words(info.failure_names);
+    view.failure_count = info.failure_names.size();
+    view.token = info.token ? view_of(kept, *info.token) : nullptr;
+    view.address = kept.text(stamp.authority());
+    view.attempts = stamp.attempts();
+    view.remarks = view_of(kept, stamp.remarks());
+    view.remark_count = stamp.remarks().size();
+    return kept.value(view);
+}
+
+} // namespace chronoseal::c_interface
