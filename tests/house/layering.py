@@ -38,7 +38,7 @@ def floor_of(name):
     """The floor of ours, or the library of others, that an include leads to; nothing for the standard library's."""
     first, _, rest = name.partition("/")
     if first == "chronoseal":
-        return {"visibility.h": "visibility", "chronoseal.hpp": "seal",
+        return {"visibility.h": "visibility", "chronoseal.hpp": "seal", "evidence.hpp": "seal",
                 "chronoseal.h": "c_interface"}.get(rest, rest.split("/")[0])
     if first == "basalt":
         folder = rest.split("/")[0]
