@@ -16,19 +16,19 @@ namespace {
 
 template <class Record, class Value>
 void set_issuer_serial(ASN1CTXT* ctxt, Record& record, const Value& value) {
-    if (const CIssuerSerial* const issuerSerial = value.get_issuerSerial()) {
+    if (const CIssuerSerial* const issuer_serial = value.get_issuerSerial()) {
         record.m.issuerSerialPresent = 1;
-        ASN1T_IssuerSerial_traits::set(ctxt, record.issuerSerial, *issuerSerial);
+        ASN1T_IssuerSerial_traits::set(ctxt, record.issuerSerial, *issuer_serial);
     }
 }
 
 template <class Record, class Value>
 void get_issuer_serial(const Record& record, Value& value) {
-    CIssuerSerial issuerSerial;
+    CIssuerSerial issuer_serial;
     if (record.m.issuerSerialPresent) {
-        ASN1T_IssuerSerial_traits::get(record.issuerSerial, issuerSerial);
+        ASN1T_IssuerSerial_traits::get(record.issuerSerial, issuer_serial);
     }
-    value.put_issuerSerial(record.m.issuerSerialPresent ? &issuerSerial : nullptr);
+    value.put_issuerSerial(record.m.issuerSerialPresent ? &issuer_serial : nullptr);
 }
 
 CBlob octets(const ASN1TDynOctStr& record) {
@@ -68,9 +68,9 @@ void ASN1T_IssuerSerial_traits::get(const ASN1_T& record, CIssuerSerial& value) 
     CGeneralNames issuer;
     ASN1T_GeneralNames_traits::get(record.issuer, issuer);
     value.put_issuer(issuer);
-    CBigInteger serialNumber;
-    ASN1StringToBigInteger(record.serialNumber, serialNumber);
-    value.put_serialNumber(serialNumber);
+    CBigInteger serial_number;
+    ASN1StringToBigInteger(record.serialNumber, serial_number);
+    value.put_serialNumber(serial_number);
 }
 
 bool operator==(const CESSCertID& a, const CESSCertID& b) noexcept {

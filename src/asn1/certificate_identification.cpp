@@ -33,17 +33,17 @@ CAlgorithmIdentifierEx hash_algorithm_of(const COtherCertID& id) {
 CBlob CalculateCertificateHash(const unsigned char* encoded, unsigned int size,
                                const std::string& algorithmOid) {
     CBlob hash(64ul);
-    DWORD hashSize = 64;
+    DWORD hash_size = 64;
     const ALG_ID algorithm = CertOIDToAlgId(algorithmOid.c_str());
-    BOOL done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hashSize);
+    BOOL done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hash_size);
     if (!done && GetLastError() == ERROR_MORE_DATA) {
-        hash.resize_to(hashSize);
-        done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hashSize);
+        hash.resize_to(hash_size);
+        done = CryptHashCertificate(0, algorithm, 0, encoded, size, hash.pbData(), &hash_size);
     }
     if (!done) {
         throw_last_error();
     }
-    hash.resize_to(hashSize);
+    hash.resize_to(hash_size);
     return hash;
 }
 
@@ -81,8 +81,8 @@ COtherCertID OtherCertIDFromCertificate(const CBlob& certificate,
                                                 algorithm.get_algorithm());
     COtherCertID id(hash, algorithm);
     if (withIssuerSerial) {
-        const CIssuerSerial issuerSerial = GetIssuerSerialFromCertificate(certificate);
-        id.put_issuerSerial(&issuerSerial);
+        const CIssuerSerial issuer_serial = GetIssuerSerialFromCertificate(certificate);
+        id.put_issuerSerial(&issuer_serial);
     }
     return id;
 }

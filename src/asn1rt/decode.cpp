@@ -52,8 +52,8 @@ int read_header(ASN1CTXT* ctxt, std::uint32_t* tag, int* length) {
 }
 
 bool is_past_last_eoc(const ASN1CTXT* ctxt) {
-    constexpr int both = ctxFlagIndefMessage | ctxFlagLastEoc;
-    return (ctxt->flags & both) == both;
+    constexpr int kBoth = ctxFlagIndefMessage | ctxFlagLastEoc;
+    return (ctxt->flags & kBoth) == kBoth;
 }
 
 } // namespace

@@ -138,8 +138,8 @@ int read_characters(ASN1CTXT* ctxt, Record* text, ASN1TagType tagging, std::uint
 int asn1rt::open_string(ASN1CTXT* ctxt, ASN1TagType tagging, std::uint32_t tag,
                         std::uint32_t pieceTag, int length, StringExtent& extent) {
     if (tagging == 1) {
-        const auto tagByte = static_cast<unsigned char>(tag >> 24 | (tag & 0x1F));
-        const int status = xd_match1(ctxt, tagByte, &length);
+        const auto tag_byte = static_cast<unsigned char>(tag >> 24 | (tag & 0x1F));
+        const int status = xd_match1(ctxt, tag_byte, &length);
         if (status != rtStatusOk) {
             return latch(ctxt, status);
         }

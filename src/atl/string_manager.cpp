@@ -26,14 +26,14 @@ constinit DefaultManager default_manager;
 
 // The bytes of a header with room for `chars` characters, in whole eights; 0 if that is beyond any
 // size.
-unsigned long blockSize(int chars, int charSize) {
-    if (chars < 0 || charSize <= 0) {
+unsigned long block_size(int chars, int char_size) {
+    if (chars < 0 || char_size <= 0) {
         return 0;
     }
     const auto rounded = (static_cast<unsigned long>(chars) & ~7ul) + 8;
     unsigned long bytes = 0;
     constexpr auto kLimit = std::numeric_limits<unsigned long>::max() - sizeof(CStringData);
-    if (__builtin_mul_overflow(rounded, static_cast<unsigned long>(charSize), &bytes) ||
+    if (__builtin_mul_overflow(rounded, static_cast<unsigned long>(char_size), &bytes) ||
         bytes > kLimit) {
         return 0;
     }
@@ -52,8 +52,8 @@ void CStringData::Release() noexcept {
     }
 }
 
-CStringData* CAtlStringMgr::Allocate(int chars, int charSize) {
-    const auto size = blockSize(chars, charSize);
+CStringData* CAtlStringMgr::Allocate(int chars, int char_size) {
+    const auto size = block_size(chars, char_size);
     void* const block = size == 0 ? nullptr : memory_->Allocate(size);
     if (!block) {
         return nullptr;
@@ -69,8 +69,8 @@ void CAtlStringMgr::Free(CStringData* data) {
     memory_->Free(data);
 }
 
-CStringData* CAtlStringMgr::Reallocate(CStringData* data, int chars, int charSize) {
-    const auto size = blockSize(chars, charSize);
+CStringData* CAtlStringMgr::Reallocate(CStringData* data, int chars, int char_size) {
+    const auto size = block_size(chars, char_size);
     if (size == 0) {
         return nullptr;
     }

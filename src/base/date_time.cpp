@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint64_t kUnixEpoch = 116444736000000000u;
 constexpr std::uint64_t kTicksPerSecond = 10000000;
 
-std::uint64_t ticksOf(const FILETIME& time) {
+std::uint64_t ticks_of(const FILETIME& time) {
     return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
@@ -33,11 +33,11 @@ bool convert(const SYSTEMTIME& from, std::uint64_t& ticks) {
     if (!SystemTimeToFileTime(&from, &time)) {
         return false;
     }
-    ticks = ticksOf(time);
+    ticks = ticks_of(time);
     return true;
 }
 
-std::uint64_t ticksOf(const SYSTEMTIME& time) {
+std::uint64_t ticks_of(const SYSTEMTIME& time) {
     std::uint64_t ticks = 0;
     if (!convert(time, ticks)) {
         throw_last_error();
@@ -80,11 +80,11 @@ CDateTime::CDateTime(long long seconds, unsigned int microseconds) noexcept {
 }
 
 CDateTime::CDateTime(FILETIME time) noexcept {
-    put_ticks(cut_to_microseconds(ticksOf(time)));
+    put_ticks(cut_to_microseconds(ticks_of(time)));
 }
 
 CDateTime::CDateTime(const SYSTEMTIME& time) {
-    put_ticks(cut_to_microseconds(ticksOf(time)));
+    put_ticks(cut_to_microseconds(ticks_of(time)));
 }
 
 CDateTime::CDateTime(unsigned int year, unsigned int month, unsigned int day, unsigned int hour,
@@ -98,7 +98,7 @@ CDateTime::CDateTime(unsigned int year, unsigned int month, unsigned int day, un
     time.wMinute = static_cast<WORD>(minute);
     time.wSecond = static_cast<WORD>(second);
     time.wMilliseconds = static_cast<WORD>(millisecond);
-    put_ticks(ticksOf(time) + microsecond * 10u);
+    put_ticks(ticks_of(time) + microsecond * 10u);
 }
 
 CDateTime::CDateTime(const char* generalizedTime) {

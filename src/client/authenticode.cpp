@@ -47,10 +47,10 @@ std::optional<std::wstring> choose_server(const wchar_t* url) {
 std::optional<CBlob> encode_request(const CRYPT_DATA_BLOB& content,
                                     const CRYPT_ATTRIBUTES* attributes) {
     char algorithm[] = "1.3.6.1.4.1.311.3.2.1";
-    char contentType[] = "1.2.840.113549.1.7.1";
+    char content_type[] = "1.2.840.113549.1.7.1";
     CRYPT_TIME_STAMP_REQUEST_INFO info{};
     info.pszTimeStampAlgorithm = algorithm;
-    info.pszContentType = contentType;
+    info.pszContentType = content_type;
     info.Content = content;
     info.cAttribute = attributes ? attributes->cAttr : 0;
     info.rgAttribute = attributes ? attributes->rgAttr : nullptr;

@@ -23,11 +23,11 @@ bool is_https(const std::wstring& address) {
 
 // The platform's number, or 0 with the last error that says so.
 unsigned int alg_id_of(const char* oid) {
-    const auto algId = CertOIDToAlgId(oid);
-    if (algId == 0) {
+    const auto alg_id = CertOIDToAlgId(oid);
+    if (alg_id == 0) {
         SetLastError(NTE_BAD_ALGID);
     }
-    return algId;
+    return alg_id;
 }
 
 } // namespace
@@ -123,12 +123,12 @@ void CRequest::Impl::set_data_hash_alg(const char* oid) {
     if (dataHashAlgOID == oid) {
         return;
     }
-    const auto algId = alg_id_of(oid);
-    if (algId != dataHashAlg) {
+    const auto alg_id = alg_id_of(oid);
+    if (alg_id != dataHashAlg) {
         ClearRequest();
     }
     dataHashAlgOID = std::string(oid);
-    dataHashAlg = algId;
+    dataHashAlg = alg_id;
 }
 
 void CRequest::Impl::take_over(const unsigned char* data, unsigned long size) {

@@ -34,11 +34,11 @@ long microseconds_of(const std::uint32_t* accuracy) {
 }
 
 unsigned int alg_id_of(const std::string& oid) {
-    const auto algId = CertOIDToAlgId(oid.c_str());
-    if (algId == 0) {
+    const auto alg_id = CertOIDToAlgId(oid.c_str());
+    if (alg_id == 0) {
         ATL::AtlThrowImpl(result_from_last_error(hr(kResultBadHashAlg)));
     }
-    return algId;
+    return alg_id;
 }
 
 // Whether what stands where an answer has the SEQUENCE of its status is the OBJECT IDENTIFIER of a

@@ -144,12 +144,12 @@ HRESULT CStamp::Impl::GetTSACertByIssSerial(void** stores, unsigned long count) 
             result < 0) {
             return result;
         }
-        const char* const certId = buffer.PrepareWrite(buffer.GetLength());
+        const char* const cert_id = buffer.PrepareWrite(buffer.GetLength());
         HRESULT result = hr(kResultNotFound);
         // The certificate that is held is where the search goes on from, and is used up by it.
         auto search = [&](const ATL2::CCertStore& store) {
             tsaCertificate.attach(CertFindCertificateInStore(store.get(), ATL2::kAnyEncoding, 0,
-                                                             CERT_FIND_CERT_ID, certId,
+                                                             CERT_FIND_CERT_ID, cert_id,
                                                              tsaCertificate.detach()));
             if (!tsaCertificate && GetLastError() != 0) {
                 return false;

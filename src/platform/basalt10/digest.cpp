@@ -100,14 +100,14 @@ const EVP_MD* digest_by_oid(std::string_view oid) noexcept {
 }
 
 bool gost_available() noexcept {
-    static const bool available = [] {
+    static const bool kAvailable = [] {
         // A missing engine leaves its complaints in OpenSSL's error queue, which is the caller's.
         ERR_set_mark();
         const bool loaded = load_gost_engine();
         ERR_pop_to_mark();
         return loaded;
     }();
-    return available;
+    return kAvailable;
 }
 
 } // namespace basalt
