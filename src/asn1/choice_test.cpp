@@ -60,7 +60,7 @@ TEST(Choice, KindWithoutTraitsIsRefusedAndChangesNothing) {
     constexpr Alternative<std::string, 2> kUnknown;
     Strict choice;
     choice.put(kKnown, "held");
-    EXPECT_EQ(code_thrown_by([&] { choice.put(kUnknown, "other"); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, choice.put(kUnknown, "other"));
     EXPECT_EQ(choice.type(), 1u);
     EXPECT_EQ(*choice.get(kKnown), "held");
     EXPECT_EQ(choice.get(kUnknown), nullptr);

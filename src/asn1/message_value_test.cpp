@@ -21,7 +21,7 @@ TEST(ContentInfo, RoundTripsInOpenSSLsEncoding) {
     const CContentInfo data(kOidData, from_hex("04020102"));
     const CBlob der = data.encode();
     EXPECT_EQ(to_hex(der), "301106092A864886F70D010701A00404020102");
-    EXPECT_EQ(through_openssl<PKCS7>(der, d2i_PKCS7, i2d_PKCS7, PKCS7_free), to_hex(der));
+    EXPECT_EQ(THROUGH_OPENSSL(PKCS7, der), to_hex(der));
     CContentInfo back;
     back.decode(der);
     EXPECT_STREQ(back.get_contentType(), kOidData);
@@ -32,11 +32,10 @@ TEST(ContentInfo, RoundTripsInOpenSSLsEncoding) {
 }
 
 TEST(ContentInfo, KnownTypeWithContentThatDoesNotFitIsRefused) {
-    EXPECT_EQ(code_thrown_by([] { CContentInfo(kOidData, from_hex("0500")).encode(); }),
-              0x80093101u);
-    EXPECT_EQ(code_thrown_by([] { CContentInfo("x", from_hex("0500")).encode(); }), 0x80070057u);
+    EXPECT_CODE(0x80093101u, CContentInfo(kOidData, from_hex("0500")).encode());
+    EXPECT_CODE(0x80070057u, CContentInfo("x", from_hex("0500")).encode());
     CContentInfo kept("1.2.3", from_hex("0500"));
-    EXPECT_EQ(code_thrown_by([&] { kept.decode(from_hex("300406022A03")); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, kept.decode(from_hex("300406022A03")));
     EXPECT_STREQ(kept.get_contentType(), "1.2.3");
 }
 
@@ -48,10 +47,8 @@ TEST(ContentInfo, RecordIsMadeFromDerToo) {
     CBlob back;
     ASN1T_ContentInfo_traits::get(record, back);
     EXPECT_TRUE(back == der);
-    EXPECT_EQ(code_thrown_by([&] {
-                  ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, from_hex("0500"));
-              }),
-              0x80093101u);
+    EXPECT_CODE(0x80093101u,
+                ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, from_hex("0500")));
 }
 
 // The record of a signer with version 1 and the given identifier, SHA-256, RSA and a signature of
@@ -72,8 +69,7 @@ CSignerInfo signer_of(CSignerInfo value, const std::string& sid) {
 
 TEST(SignerInfo, IsReadFromARecordWithItsIssuerAsItCame) {
     // The length of the issuer isn't minimal.
-    const CSignerInfo signer = signer_of(CSignerInfo(), "30063081000201"
-                                                        "05");
+    const CSignerInfo signer = signer_of(CSignerInfo(), "3006308100020105");
     EXPECT_EQ(signer.get_version(), 1u);
     EXPECT_EQ(to_hex(signer.get_issuer()), "308100");
     EXPECT_EQ(to_hex(signer.get_serialNumber()), "05");
@@ -114,7 +110,7 @@ TEST(SignerInfo, KeyIdentifierIsRefusedBehindTheOtherFields) {
             "302702010380020102300B0609608648016503040201300D06092A864886F70D01010105000402ABCD"),
         scratch.getCtxtPtr(), record);
     CSignerInfo value;
-    EXPECT_EQ(code_thrown_by([&] { ASN1T_SignerInfo_get(value, record); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, ASN1T_SignerInfo_get(value, record));
     EXPECT_EQ(value.get_version(), 3u);
     EXPECT_EQ(to_hex(value.get_signature()), "ABCD");
     EXPECT_EQ(value.get_issuer().cbData(), 0u);
@@ -127,8 +123,8 @@ TEST(CertificateValue, IsCheckedWhenItIsEncoded) {
     CCertificateValue back;
     back.decode(certificate);
     EXPECT_TRUE(back == certificate);
-    EXPECT_EQ(code_thrown_by([] { CCertificateValue(from_hex("0500")).encode(); }), 0x80093101u);
-    EXPECT_EQ(code_thrown_by([] { CCertificateValue().encode(); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, CCertificateValue(from_hex("0500")).encode());
+    EXPECT_CODE(0x80093101u, CCertificateValue().encode());
 }
 
 TEST(CertificateValue, ListsKeepTheirOrder) {
@@ -140,7 +136,7 @@ TEST(CertificateValue, ListsKeepTheirOrder) {
     EXPECT_TRUE(back == values);
     EXPECT_EQ(to_hex(CCertificateValues().encode()), "3000");
     values.push_back(CBlob());
-    EXPECT_EQ(code_thrown_by([&] { values.encode(); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, values.encode());
 }
 
 TEST(CertificateList, StaysTheBytesThatItCameIn) {
@@ -150,9 +146,7 @@ TEST(CertificateList, StaysTheBytesThatItCameIn) {
     asn1Decode<ASN1T_CertificateList_traits, CBlob>(der, back);
     EXPECT_TRUE(back == der);
     EXPECT_TRUE((asn1Encode<ASN1T_CertificateList_traits, CBlob>(der)) == der);
-    EXPECT_EQ(
-        code_thrown_by([&] { asn1Decode<ASN1T_CertificateList_traits, CBlob>(CBlob(), back); }),
-        0x80093101u);
+    EXPECT_CODE(0x80093101u, asn1Decode<ASN1T_CertificateList_traits, CBlob>(CBlob(), back));
 }
 
 TEST(RevAnnContent, RoundTripsAndLeavesEmptyDetailsOut) {
@@ -200,7 +194,7 @@ TEST(InfoTypeAndValue, ListHoldsATypeOnce) {
     EXPECT_TRUE(std::as_const(list).find("1.2.5") == list.cend());
     list.remove("1.2.3");
     ASSERT_EQ(list.size(), 1u);
-    EXPECT_EQ(code_thrown_by([&] { list.remove("1.2.3"); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, list.remove("1.2.3"));
 }
 
 TEST(InfoTypeAndValue, ListGoesThroughRecords) {
@@ -219,9 +213,9 @@ TEST(InfoTypeAndValue, ListGoesThroughRecords) {
     // A known type: a list of algorithms.
     CInfoTypeAndValueList bad;
     bad.push_back(CInfoTypeAndValue("1.3.6.1.5.5.7.4.2", from_hex("0500")));
-    EXPECT_EQ(code_thrown_by([&] { ASN1TavList_Encode(bad, list, buffer); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, ASN1TavList_Encode(bad, list, buffer));
     bad.front() = CInfoTypeAndValue("x");
-    EXPECT_EQ(code_thrown_by([&] { ASN1TavList_Encode(bad, list, buffer); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, ASN1TavList_Encode(bad, list, buffer));
 }
 
 } // namespace

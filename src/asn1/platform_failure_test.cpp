@@ -95,9 +95,9 @@ namespace {
 TEST(PlatformFailure, RandomSourceThatFailsGivesNoNumber) {
     for (const char* function : {"CryptGenRandom", "CryptAcquireContextA"}) {
         const Failing failing(function, 0);
-        EXPECT_EQ(code_thrown_by([] { MakeRandomBigInteger(0, 8); }), 0x80070008u) << function;
+        EXPECT_CODE(0x80070008u, MakeRandomBigInteger(0, 8)) << function;
     }
-    EXPECT_EQ(code_thrown_by([] { MakeRandomBigInteger(0, 8); }), 0u);
+    EXPECT_CODE(0u, MakeRandomBigInteger(0, 8));
 }
 
 TEST(PlatformFailure, ReferenceThatCannotBeAddedIsForgiven) {
@@ -127,7 +127,7 @@ TEST(PlatformFailure, HashIsAskedForTwiceAtMost) {
     for (const auto& row : rows) {
         Failing failing("CryptHashCertificate", 0);
         failing.error = row.error;
-        EXPECT_EQ(code_thrown_by(hash), row.code);
+        EXPECT_EQ(code_of(hash), row.code);
         EXPECT_EQ(failing.hashes, row.hashes);
     }
 }
@@ -138,11 +138,10 @@ TEST(PlatformFailure, CertificateThatCannotBeNamedIsAFailureAndNotAMismatch) {
     const COtherCertID id = OtherCertIDFromCertificate(certificate, algorithm, true);
     for (int calls : {0, 1}) {
         const Failing failing("CryptEncodeObject", calls);
-        EXPECT_EQ(code_thrown_by([&] { GetIssuerSerialFromCertificate(certificate); }), 0x80070008u)
-            << calls;
+        EXPECT_CODE(0x80070008u, GetIssuerSerialFromCertificate(certificate)) << calls;
     }
     const Failing failing("CryptHashCertificate", 0);
-    EXPECT_EQ(code_thrown_by([&] { OtherCertIDMatches(id, certificate); }), 0x80070008u);
+    EXPECT_CODE(0x80070008u, OtherCertIDMatches(id, certificate));
 }
 
 } // namespace

@@ -41,9 +41,7 @@ TEST(SigningCertificate, IsReadAndWrittenByOpenSSLTheSame) {
     value.put_policies(&policies);
     value.encode();
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.12");
-    EXPECT_EQ(through_openssl<ESS_SIGNING_CERT>(value.get_value(), d2i_ESS_SIGNING_CERT,
-                                                i2d_ESS_SIGNING_CERT, ESS_SIGNING_CERT_free),
-              to_hex(value.get_value()));
+    EXPECT_EQ(THROUGH_OPENSSL(ESS_SIGNING_CERT, value.get_value()), to_hex(value.get_value()));
     const CAttrSigningCertificate back(value.get_value());
     EXPECT_TRUE(back.get_certs() == certs);
     ASSERT_NE(back.get_policies(), nullptr);
@@ -57,10 +55,7 @@ TEST(SigningCertificateV2, IsReadAndWrittenByOpenSSLTheSame) {
     certs.push_back(withIssuerSerial(CESSCertIDv2(from_hex("0304"), CAlgorithmIdentifier(kSha1))));
     const CAttrSigningCertificateV2 value(certs);
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.47");
-    EXPECT_EQ(through_openssl<ESS_SIGNING_CERT_V2>(value.get_value(), d2i_ESS_SIGNING_CERT_V2,
-                                                   i2d_ESS_SIGNING_CERT_V2,
-                                                   ESS_SIGNING_CERT_V2_free),
-              to_hex(value.get_value()));
+    EXPECT_EQ(THROUGH_OPENSSL(ESS_SIGNING_CERT_V2, value.get_value()), to_hex(value.get_value()));
     const CAttrSigningCertificateV2 back(value.get_value());
     EXPECT_TRUE(back.get_certs() == certs);
     EXPECT_EQ(back.get_policies(), nullptr);
@@ -128,8 +123,8 @@ TEST(SigningCertificate, CopiesAreDeepAndBadValuesMakeNoObject) {
     EXPECT_EQ(b.get_certs().size(), 1u);
     b = a;
     EXPECT_TRUE(b.get_certs().empty());
-    EXPECT_EQ(code_thrown_by([] { CAttrSigningCertificate bad(from_hex("0500")); }), 0x80093101u);
-    EXPECT_EQ(code_thrown_by([] { CAttrSigningCertificateV2 bad((CBlob())); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, CAttrSigningCertificate bad(from_hex("0500")));
+    EXPECT_CODE(0x80093101u, CAttrSigningCertificateV2 bad((CBlob())));
 }
 
 } // namespace

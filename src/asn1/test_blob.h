@@ -1,11 +1,10 @@
-// For tests: blobs as hexadecimal text, the code that a call throws, and what OpenSSL makes of an
-// encoding.
+// For tests: blobs as hexadecimal text, and what OpenSSL makes of an encoding.
 #pragma once
 
 #include <string>
 
-#include <chronoseal/base/atl_exception.h>
 #include <chronoseal/base/blob.h>
+#include <chronoseal/base/test_code.h>
 
 namespace Halcyon::ASN1 {
 
@@ -17,17 +16,6 @@ inline CBlob from_hex(const char* text) {
 
 inline std::string to_hex(const CBlob& blob) {
     return blob.writeToHexString(0).c_str();
-}
-
-// 0 if nothing was thrown.
-template <class Call>
-std::uint32_t code_thrown_by(Call&& call) {
-    try {
-        call();
-    } catch (const ATL::CAtlException& error) {
-        return static_cast<std::uint32_t>(static_cast<std::int32_t>(error));
-    }
-    return 0;
 }
 
 // The encoding as OpenSSL writes the value that it read from `der`, in hexadecimal digits.
@@ -50,6 +38,9 @@ std::string through_openssl(const CBlob& der, Read read, Write write, Free relea
     free(output);
     return to_hex(blob);
 }
+
+#define THROUGH_OPENSSL(Type, der)                                                                 \
+    ::Halcyon::ASN1::through_openssl<Type>(der, d2i_##Type, i2d_##Type, Type##_free)
 
 // The encoding that OpenSSL writes for a value, which stays the caller's.
 template <class T, class Write>

@@ -9,11 +9,19 @@
 #include <chronoseal/asn1/algorithm_identifier_traits.h>
 #include <chronoseal/asn1/attribute_traits.h>
 #include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/cert_identifier_traits.h>
+#include <chronoseal/asn1/certificate_traits.h>
 #include <chronoseal/asn1/char_string.h>
+#include <chronoseal/asn1/content_info_traits.h>
 #include <chronoseal/asn1/extension_traits.h>
+#include <chronoseal/asn1/general_name_traits.h>
 #include <chronoseal/asn1/info_type_and_value.h>
-#include <chronoseal/asn1/name.h>
+#include <chronoseal/asn1/name_traits.h>
+#include <chronoseal/asn1/policy_information_traits.h>
+#include <chronoseal/asn1/signer_info_traits.h>
+#include <chronoseal/asn1/status_info_traits.h>
 #include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/time_choice_traits.h>
 #include <chronoseal/asn1rt/test_allocator.h>
 #include <chronoseal/asn1rt/utc_time_control.h>
 
@@ -79,7 +87,7 @@ TEST(PrimitiveTraits, TextsGoThroughIA5AndUTF8) {
     ASN1UTF8String_traits::get(copy, wide);
     EXPECT_STREQ(wide.c_str(), L"a\x0416\x1F600");
     record = "a\xFF";
-    EXPECT_EQ(code_thrown_by([&] { ASN1UTF8String_traits::get(record, wide); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, ASN1UTF8String_traits::get(record, wide));
 }
 
 TEST(PrimitiveTraits, TimeIsReadAndWrittenAnewByCopy) {
@@ -101,7 +109,7 @@ TEST(ObjectIdentifier, TextsAndRecordsGoBothWays) {
     EXPECT_FALSE(str2oid("1.2.3", &oid));
     for (const char* text : {"", "1.", ".1", "a", "1.4294967296"}) {
         EXPECT_TRUE(str2oid(text, &oid)) << text;
-        EXPECT_EQ(code_thrown_by([&] { toASN1OBJID(text); }), 0x80070057u) << text;
+        EXPECT_CODE(0x80070057u, toASN1OBJID(text)) << text;
     }
 }
 
@@ -116,7 +124,7 @@ TEST(ObjectIdentifier, TooManyArcsAreNotPrinted) {
     oid.numids = 129;
     EXPECT_EQ(oid2str(text, &oid), 0);
     EXPECT_EQ(oid2str(text, nullptr), 0);
-    EXPECT_EQ(code_thrown_by([&] { toOID(oid); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, toOID(oid));
 }
 
 TEST(ObjectIdentifier, EncodesWithoutAControlClass) {
@@ -127,9 +135,7 @@ TEST(ObjectIdentifier, EncodesWithoutAControlClass) {
     asn1Decode<ASN1TObjId_traits, CStringProxy>(der, back);
     EXPECT_STREQ(back.c_str(), text);
     for (const char* bad : {"", "0600", "05022A03", "0605"}) {
-        EXPECT_EQ(code_thrown_by(
-                      [&] { asn1Decode<ASN1TObjId_traits, CStringProxy>(from_hex(bad), back); }),
-                  0x80093101u)
+        EXPECT_CODE(0x80093101u, asn1Decode<ASN1TObjId_traits, CStringProxy>(from_hex(bad), back))
             << bad;
     }
     EXPECT_STREQ(back.c_str(), text);
@@ -142,7 +148,7 @@ TEST(OctetString, WrapsAndUnwraps) {
     EXPECT_TRUE(fromOctetString(toOctetString(large)) == large);
     EXPECT_EQ(to_hex(fromOctetString(from_hex("040201020500"))), "0102");
     for (const char* der : {"", "04", "040301", "0500", "0480"}) {
-        EXPECT_EQ(code_thrown_by([&] { fromOctetString(from_hex(der)); }), 0x80093101u) << der;
+        EXPECT_CODE(0x80093101u, fromOctetString(from_hex(der))) << der;
     }
 }
 
@@ -159,17 +165,41 @@ TEST(Codec, TrailingBytesAreNotLookedAt) {
 TEST(Codec, ValueStaysWhenTheDecoderRefuses) {
     CAttribute attribute("1.2.3");
     for (const char* der : {"", "30", "3001", "0500", "3080"}) {
-        EXPECT_EQ(code_thrown_by([&] { attribute.decode(from_hex(der)); }), 0x80093101u) << der;
+        EXPECT_CODE(0x80093101u, attribute.decode(from_hex(der))) << der;
     }
     EXPECT_STREQ(attribute.get_oid(), "1.2.3");
 }
 
-TEST(Codec, RecordsGoThroughDerOntoAnotherHeap) {
-    const CBlob der = from_hex("300806022A0331020500");
+// Decoded, copied to another heap, and encoded from there.
+template <class Traits>
+void expect_copied(const char* der) {
     ASN1BERDecodeBuffer scratch;
-    asn1data::ASN1T_Attribute record;
-    asn1DecodeT<ASN1T_Attribute_traits>(der, scratch.getCtxtPtr(), record);
-    EXPECT_TRUE(asn1EncodeT<ASN1T_Attribute_traits>(record) == der);
+    typename Traits::ASN1_T record{};
+    asn1DecodeT<Traits>(from_hex(der), scratch.getCtxtPtr(), record);
+    EXPECT_EQ(to_hex(asn1EncodeT<Traits>(record)), der);
+}
+
+TEST(Codec, RecordsGoThroughDerOntoAnotherHeap) {
+    expect_copied<ASN1T_AlgorithmIdentifier_traits>("300406022A03");
+    expect_copied<ASN1T_Attribute_traits>("300806022A0331020500");
+    expect_copied<ASN1T_AttributeTypeAndValue_traits>("300806035504030C0141");
+    expect_copied<ASN1T_Name_traits>("300C310A300806035504030C0141");
+    expect_copied<ASN1T_GeneralName_traits>("8203616263");
+    expect_copied<ASN1T_Extension_traits>("300806022A0304020500");
+    expect_copied<ASN1T_PolicyInformation_traits>("300406022A03");
+    expect_copied<ASN1T_IssuerSerial_traits>("30083003820161020105");
+    expect_copied<ASN1T_ESSCertID_traits>("300404020102");
+    expect_copied<ASN1T_ESSCertIDv2_traits>("300404020102");
+    expect_copied<ASN1T_OtherHashAlgAndValue_traits>("300A300406022A0304020102");
+    expect_copied<ASN1T_OtherHash_traits>("04020102");
+    expect_copied<ASN1T_OtherCertID_traits>("300404020102");
+    expect_copied<ASN1T_ContentInfo_traits>("300806022A03A0020500");
+    expect_copied<ASN1T_SignerInfo_traits>(
+        "301A02010130053000020105300406022A03300406022A030402ABCD");
+    expect_copied<ASN1T_CertificateList_traits>("30020500");
+    expect_copied<ASN1T_PKIStatusInfo_traits>("3003020102");
+    expect_copied<ASN1T_PKIFailureInfo_traits>("03020520");
+    expect_copied<ASN1T_Time_traits>("170D3234303130313030303030305A");
 }
 
 TEST(SeqOfList, EmptyInputEmptiesTheValues) {
@@ -196,9 +226,7 @@ TEST(TimeString, TakesTheFormOfItsControl) {
     ASN1CUTCTime control(record, 1);
     EXPECT_EQ(GetASN1CTimeString(CDateTime(2024, 2, 29, 1, 2, 3, 999, 0), control),
               "240229010203Z");
-    EXPECT_EQ(
-        code_thrown_by([&] { GetASN1CTimeString(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), control); }),
-        0x80093101u);
+    EXPECT_CODE(0x80093101u, GetASN1CTimeString(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), control));
 }
 
 TEST(FindByOid, TellsTheTypeOfAnyElement) {
@@ -220,7 +248,7 @@ std::vector<std::uint32_t> codes_without_memory(Step step) {
         std::uint32_t code = 0;
         {
             const FailingAllocator failing(successes);
-            code = code_thrown_by(step);
+            code = code_of(step);
         }
         if (code == 0) {
             return codes;

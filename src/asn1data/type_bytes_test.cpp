@@ -168,6 +168,12 @@ const Row kAddresses[] = {
     {"PersonalName", "31(80" + kLongest + ")", 0},
     {"PersonalName", "31(80('S')81('G')82('I')83('Q'))", 0},
     {"TeletexPersonalName", "31(80('S')81('G')82('I')83('Q'))", 0},
+    {"PostalCode", "12('1')", 1},
+    {"PostalCode", "13('1')", 2},
+    {"TerminalType", "02(0100)", 0},
+    {"TerminalType", "02(0101)", 0, "-23"},
+    {"X520countryName", "13()", 0, "-23"},
+    {"PostalAddress", "30()", 0, "-23"},
 };
 
 const Row kAttributeCertificates[] = {
@@ -206,6 +212,10 @@ const Row kAttributeCertificates[] = {
     {"AAControls", "30(02(05)a0(06(2a03))a1(06(2a04))01(ff))", 0},
     {"CertificatePairAssertion", "30(a0(80(05))a1(80(06)))", 0},
     {"CertificateListExactAssertion", "30(30()" + kUtc + "a0(82('a')))", 0},
+    {"CertificatePairExactAssertion", "30(a0(02(05)30())a1(02(06)30()))", 0},
+    {"IetfAttrSyntax_values_element", "04(01)", 1},
+    {"IetfAttrSyntax_values_element", "06(2a03)", 2},
+    {"IetfAttrSyntax_values_element", "0c('a')", 3},
 };
 
 const string kContentType = "30(06(2a864886f70d010903)31(06(2a864886f70d010701)))";
@@ -298,6 +308,8 @@ const Row kMessages[] = {
     {"ESSPrivacyMark", "0c('m')", 2},
     {"ReceiptRequest", "30(04(01)80(00)30(" + times(16, "30(82('a'))") + "))", 0},
     {"ReceiptRequest", "30(04(01)80(00)30(" + times(17, "30(82('a'))") + "))", 0, "-23"},
+    {"SecurityCategories", "31()", 0, "-23"},
+    {"SMIMECapabilitiesParametersForRC2CBC", "02(27)", 0, "-23"},
 };
 
 const string kImprint = "30(30(06(2b0e03021a)05())04())";
@@ -422,6 +434,7 @@ const Row kManagement[] = {
      "30(" + kAttribute + "30(06(2a04)31(05())))"},
     {"_SetOfAttribute", "31(" + kAttribute + ")", 0, "-3"},
     {"EnrollmentCSPInfo", "30(02(ff)1e(0041)03(00aa))", 0},
+    {"EnrollmentCSPInfo", "30(02(ff)1e(00410042004300440045)03(00aa))", 0},
     {"EnrollmentCSPInfo", "30(02(01)1e()03(00aa))", 0, "-23"},
     {"RsaPrivateKeyCRTComponents", "30(02(00c1)02(05)02(7f)02(00)02(00))", 0},
     {"PKIPublicationInfo", "30(02(7f))", 0},
@@ -494,6 +507,8 @@ const Row kManagement[] = {
     {"PKIBody", "b5(30())", 22},
     {"PKIBody", "b9(30(30(02(00))))", 26},
     {"PCI_HSM_CertificationRequestInfo", "30(02(00)30()" + kSpki + "a0(30(06(2a03)31(05()))))", 0},
+    {"EncKeyWithID_identifier", "0c('a')", 1},
+    {"EncKeyWithID_identifier", "82('a')", 2},
 };
 
 const Row kParameters[] = {
@@ -536,6 +551,9 @@ const Row kParameters[] = {
     {"RC2_CBC_parameter", "30(04('7 bytes'))", 0, "-23"},
     {"RC5_CBC_Parameters", "30(02(10)02(0c)02(20))", 0, "-23"},
     {"GostR3410_TransportParameters", "30(06(2a03)a0(" + kAlg + "03(00))04('8 bytes.'))", 0},
+    {"Gost28147_89_UZ", "04('" + string(63, 'u') + "')", 0, "-23"},
+    {"Gost28147_89_UZ", "04('" + string(64, 'u') + "')", 0},
+    {"PBKDF2_params", "30(04(aa)02(01)02(00))", 0, "-23"},
 };
 
 template <std::size_t Count>

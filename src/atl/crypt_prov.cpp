@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include <basalt/provider.h>
+
 namespace ATL {
 
 CCryptProv& CCryptProv::operator=(const CCryptProv& other) noexcept {

@@ -1,7 +1,7 @@
 // Owner of one reference on a provider context.
 #pragma once
 
-#include <basalt/provider.h>
+#include <basalt/provider_handle.h>
 #include <chronoseal/visibility.h>
 
 namespace ATL {

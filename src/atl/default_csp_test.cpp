@@ -12,8 +12,9 @@
 
 #include <basalt/error_codes.h>
 #include <basalt/last_error.h>
+#include <basalt/provider.h>
 #include <chronoseal/atl/crypt_prov.h>
-#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/test_code.h>
 
 namespace {
 
@@ -190,12 +191,7 @@ HCRYPTPROV find(FakePlatform& platform, ALG_ID first, ALG_ID second = 0) {
 }
 
 std::uint32_t code_of(ALG_ID algorithm) {
-    try {
-        HYGetDefaultCSPThrow(algorithm, 0);
-    } catch (const ATL::CAtlException& failure) {
-        return static_cast<std::uint32_t>(failure.m_hr);
-    }
-    return 0;
+    return Halcyon::code_of([=] { HYGetDefaultCSPThrow(algorithm, 0); });
 }
 
 TEST(DefaultCsp, TakesThePlatformsChoiceWithoutLooking) {

@@ -3,6 +3,7 @@
 
 #include <basalt/error_codes.h>
 #include <basalt/last_error.h>
+#include <basalt/provider.h>
 #include <chronoseal/base/atl_exception.h>
 
 namespace Halcyon {

@@ -1,23 +1,15 @@
 #include <chronoseal/atl/string.h>
 
-#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/test_code.h>
 
 namespace ATL {
 namespace {
 
-std::uint32_t code_of(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const CAtlException& failure) {
-        return static_cast<std::uint32_t>(failure.m_hr);
-    }
-    return 0;
-}
+using Halcyon::code_of;
 
 std::string text_of(const CStringA& text) {
     return {text.GetString(), static_cast<std::size_t>(text.GetLength())};
@@ -87,10 +79,10 @@ TEST(CStringA, SetsTextFromItsOwnBuffer) {
 
 TEST(CStringA, RefusesBadLengths) {
     CStringA text("abc");
-    EXPECT_EQ(code_of([&] { text.SetLength(-1); }), 0x80070057u);
-    EXPECT_EQ(code_of([&] { text.SetLength(text.GetAllocLength() + 1); }), 0x80070057u);
-    EXPECT_EQ(code_of([&] { text.SetString(nullptr, 1); }), 0x80070057u);
-    EXPECT_EQ(code_of([&] { text.SetString("x", -1); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, text.SetLength(-1));
+    EXPECT_CODE(0x80070057u, text.SetLength(text.GetAllocLength() + 1));
+    EXPECT_CODE(0x80070057u, text.SetString(nullptr, 1));
+    EXPECT_CODE(0x80070057u, text.SetString("x", -1));
     EXPECT_EQ(text_of(text), "abc");
 }
 
@@ -164,7 +156,7 @@ TEST(StringManager, AllocatesInEights) {
     EXPECT_EQ(g_defaultStrMgr.Allocate(-1, 1), nullptr);
     EXPECT_EQ(g_defaultStrMgr.Clone(), &g_defaultStrMgr);
     CCRTHeap heap;
-    EXPECT_EQ(code_of([&] { heap.GetSize(nullptr); }), 0x80004005u);
+    EXPECT_CODE(0x80004005u, heap.GetSize(nullptr));
     EXPECT_EQ(CFixedStringMgr::s_pLog, nullptr);
 }
 

@@ -1,7 +1,6 @@
 // A buffer that lies inline up to N elements' bytes and moves to a memory manager beyond.
 #pragma once
 
-#include <basalt/error_codes.h>
 #include <cstring>
 #include <type_traits>
 
@@ -38,7 +37,7 @@ public:
         void* const block =
             on_heap ? manager_->Reallocate(current_, size) : manager_->Allocate(size);
         if (!block) {
-            ATL::AtlThrowImpl(Halcyon::hr(E_OUTOFMEMORY));
+            ATL::AtlThrowImpl(Halcyon::hr(Halcyon::kMemoryExhausted));
         }
         if (current_ == inline_) {
             std::memcpy(block, inline_, N);

@@ -31,8 +31,10 @@ constexpr std::int32_t hr(std::uint32_t bits) noexcept {
     return static_cast<std::int32_t>(bits);
 }
 
-// Result codes of the base values and the wrappers that no platform header names: more bytes than
-// the buffer holds; a text that is no date; a platform function that failed and set no error.
+// Result codes of the base values and the wrappers, without the platform's headers: no memory left;
+// more bytes than the buffer holds; a text that is no date; a platform function that failed and set
+// no error.
+inline constexpr std::uint32_t kMemoryExhausted = 0x8007000E;
 inline constexpr std::uint32_t kMoreData = 0x800700EA;
 inline constexpr std::uint32_t kInvalidTimeText = 0x8007076D;
 inline constexpr std::uint32_t kNoErrorSet = 0x80074005;

@@ -7,8 +7,8 @@
 #include <unistd.h>
 
 #include <basalt/last_error.h>
-#include <chronoseal/base/atl_exception.h>
 #include <chronoseal/base/heap.h>
+#include <chronoseal/base/test_code.h>
 
 namespace Halcyon {
 namespace {
@@ -19,16 +19,6 @@ CBlob blob_of(const std::string& bytes) {
 
 std::string bytesOf(const CBlob& blob) {
     return {reinterpret_cast<const char*>(blob.pbData()), blob.cbData()};
-}
-
-template <class Call>
-std::uint32_t code_of(Call call) {
-    try {
-        call();
-    } catch (const ATL::CAtlException& failure) {
-        return static_cast<std::uint32_t>(failure.m_hr);
-    }
-    return 0;
 }
 
 std::string temporary_path(const char* name) {
@@ -45,7 +35,7 @@ TEST(ResultFromLastError, MapsPositiveValuesOnly) {
           Case{0x00012345, 0x80072345}, Case{0x7FFFFFFF, 0x8007FFFF}}) {
         SetLastError(error);
         EXPECT_EQ(static_cast<std::uint32_t>(result_from_last_error()), code);
-        EXPECT_EQ(code_of([] { throw_last_error(); }), code);
+        EXPECT_CODE(code, throw_last_error());
     }
     SetLastError(0);
     EXPECT_EQ(result_from_last_error(hr(0xC2100100)), hr(0xC2100100));
@@ -174,17 +164,17 @@ TEST(BlobFile, GoesRoundByNarrowAndWidePath) {
 
 TEST(BlobFile, TellsMissingFromUnreadable) {
     auto blob = blob_of("old");
-    EXPECT_EQ(code_of([&] { blob.readFromFile("/nowhere/at/all"); }), 0x80070002u);
+    EXPECT_CODE(0x80070002u, blob.readFromFile("/nowhere/at/all"));
     EXPECT_EQ(blob.cbData(), 0u);
     blob = blob_of("old");
-    EXPECT_EQ(code_of([&] { blob.readFromFile("/"); }), 0x80070570u);
+    EXPECT_CODE(0x80070570u, blob.readFromFile("/"));
     EXPECT_EQ(blob.cbData(), 0u);
-    EXPECT_EQ(code_of([&] { blob.writeToFile("/nowhere/at/all"); }), 0x80070002u);
-    EXPECT_EQ(code_of([&] { blob.readFromFile(L"/nowhere"); }), 0x80070002u);
+    EXPECT_CODE(0x80070002u, blob.writeToFile("/nowhere/at/all"));
+    EXPECT_CODE(0x80070002u, blob.readFromFile(L"/nowhere"));
     // What can't be converted to the code page: the platform's own code.
     const wchar_t* const none = nullptr;
-    EXPECT_EQ(code_of([&] { blob.readFromFile(none); }), 0x80070057u);
-    EXPECT_EQ(code_of([&] { blob.writeToFile(none); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, blob.readFromFile(none));
+    EXPECT_CODE(0x80070057u, blob.writeToFile(none));
 }
 
 TEST(StringProxy, OwnsACopyAndTakesNull) {

@@ -1,23 +1,13 @@
 #include <chronoseal/base/date_text.h>
 
-#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/test_code.h>
 
 namespace Halcyon {
 namespace {
-
-std::uint32_t code_of(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const ATL::CAtlException& failure) {
-        return static_cast<std::uint32_t>(failure.m_hr);
-    }
-    return 0;
-}
 
 std::string moved(const char* interval, int count, const char* date) {
     return DateAddA(interval, count, CDateTime(date)).getGeneralizedTime().c_str();
@@ -61,14 +51,13 @@ TEST(DateAdd, MovesInAbsoluteTime) {
 
 TEST(DateAdd, RefusesWhatItDoesNotKnow) {
     const CDateTime date("16010102000000Z");
-    EXPECT_EQ(code_of([&] { DateAddA("D", 2, date); }), 0x80070057u);
-    EXPECT_EQ(code_of([&] { DateAddA(nullptr, 2, date); }), 0x80070057u);
-    EXPECT_EQ(code_of([&] { DateAddA("d", -2, date); }), 0x80004005u);
-    EXPECT_EQ(code_of([&] { DateAddA("m", -1, date); }),
-              0x80070057u); // the platform's calendar ends
-    EXPECT_EQ(code_of([&] { DateAddA("s", -2147483647 - 1, date); }), 0x80004005u);
-    EXPECT_EQ(code_of([&] { DateAddW(L"\u0164", 1, date); }), 0x80070057u);
-    EXPECT_EQ(code_of([&] { DateAddW(nullptr, 1, date); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, DateAddA("D", 2, date));
+    EXPECT_CODE(0x80070057u, DateAddA(nullptr, 2, date));
+    EXPECT_CODE(0x80004005u, DateAddA("d", -2, date));
+    EXPECT_CODE(0x80070057u, DateAddA("m", -1, date)); // the platform's calendar ends
+    EXPECT_CODE(0x80004005u, DateAddA("s", -2147483647 - 1, date));
+    EXPECT_CODE(0x80070057u, DateAddW(L"\u0164", 1, date));
+    EXPECT_CODE(0x80070057u, DateAddW(nullptr, 1, date));
     EXPECT_EQ(DateAddW(L"days", 1, date), DateAddA("", 1, date));
     EXPECT_EQ(DateAddW(L"", 1, date), DateAddA("d", 1, date));
 }
@@ -101,10 +90,10 @@ TEST(XsdDateTime, ReadsWithATailOnly) {
             EXPECT_NE(code_of([&] { fromXsdDateTimeString(test.text); }), 0u) << test.text;
         }
     }
-    EXPECT_EQ(code_of([] { fromXsdDateTimeString("2024-01-02T12:00:00"); }), 0x8007076Du);
-    EXPECT_EQ(code_of([] { fromXsdDateTimeString("2024-13-02T12:00:00.1"); }), 0x80004005u);
-    EXPECT_EQ(code_of([] { fromXsdDateTimeString("1601-01-01T01:00:00+02:00"); }), 0x80004005u);
-    EXPECT_EQ(code_of([] { fromXsdDateTimeString(nullptr); }), 0x8007076Du);
+    EXPECT_CODE(0x8007076Du, fromXsdDateTimeString("2024-01-02T12:00:00"));
+    EXPECT_CODE(0x80004005u, fromXsdDateTimeString("2024-13-02T12:00:00.1"));
+    EXPECT_CODE(0x80004005u, fromXsdDateTimeString("1601-01-01T01:00:00+02:00"));
+    EXPECT_CODE(0x8007076Du, fromXsdDateTimeString(nullptr));
 }
 
 TEST(XsdDateTime, JudgesWhatStandsBesideTheZone) {
@@ -127,7 +116,7 @@ TEST(XsdDateTime, JudgesWhatStandsBesideTheZone) {
             EXPECT_STREQ(fromXsdDateTimeString(row.text).getGeneralizedTime().c_str(), row.result)
                 << row.text;
         } else {
-            EXPECT_EQ(code_of([&] { fromXsdDateTimeString(row.text); }), 0x8007076Du) << row.text;
+            EXPECT_CODE(0x8007076Du, fromXsdDateTimeString(row.text)) << row.text;
         }
     }
 }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <ctime>
 
-#include <basalt/types.h>
+#include <basalt/file_time.h>
 #include <chronoseal/base/date_time_span.h>
 #include <chronoseal/base/string_proxy.h>
 #include <chronoseal/visibility.h>

@@ -2,25 +2,15 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include <chronoseal/base/atl_exception.h>
 #include <chronoseal/base/date_text.h>
+#include <chronoseal/base/test_code.h>
 
 namespace Halcyon {
 namespace {
-
-std::uint32_t code_of(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const ATL::CAtlException& failure) {
-        return static_cast<std::uint32_t>(failure.m_hr);
-    }
-    return 0;
-}
 
 std::string generalized(const CDateTime& date) {
     return date.getGeneralizedTime().c_str();
@@ -60,8 +50,8 @@ TEST(DateTime, GivesCalendarFields) {
     EXPECT_EQ(CDateTime(date.getSystemTime()).ticks(), date.ticks() - 80);
     // Microseconds beyond the millisecond are simply added.
     EXPECT_EQ(CDateTime(2024, 1, 1, 0, 0, 0, 0, 1500).millisecond(), 1u);
-    EXPECT_EQ(code_of([] { CDateTime(2023, 2, 29, 0, 0, 0, 0, 0); }), 0x80070057u);
-    EXPECT_EQ(code_of([] { CDateTime::from_ticks(1ull << 63).year(); }), 0x80070057u);
+    EXPECT_CODE(0x80070057u, CDateTime(2023, 2, 29, 0, 0, 0, 0, 0));
+    EXPECT_CODE(0x80070057u, CDateTime::from_ticks(1ull << 63).year());
 }
 
 TEST(DateTime, ReadsGeneralizedTimeByPlace) {
@@ -79,10 +69,10 @@ TEST(DateTime, ReadsGeneralizedTimeByPlace) {
           Case{"202401020304056", "20240102030405Z"}}) {
         EXPECT_EQ(generalized(CDateTime(text)), result) << text;
     }
-    EXPECT_EQ(code_of([] { CDateTime("2024010203040xZ"); }), 0x8007076Du);
-    EXPECT_EQ(code_of([] { CDateTime("20240102030405.+1Z"); }), 0x8007076Du);
-    EXPECT_EQ(code_of([] { CDateTime("20241301000000Z"); }), 0x80004005u);
-    EXPECT_EQ(code_of([] { CDateTime(""); }), 0x80004005u);
+    EXPECT_CODE(0x8007076Du, CDateTime("2024010203040xZ"));
+    EXPECT_CODE(0x8007076Du, CDateTime("20240102030405.+1Z"));
+    EXPECT_CODE(0x80004005u, CDateTime("20241301000000Z"));
+    EXPECT_CODE(0x80004005u, CDateTime(""));
 }
 
 TEST(DateTime, PrintsOnlyTheFractionThereIs) {
@@ -114,12 +104,12 @@ TEST(DateTime, TakesSpansButNeverGoesBelowZero) {
     const CDateTime early(0L, 0);
     const auto late = early + CDateTimeSpan(0, 1);
     EXPECT_EQ((late - early).ticks(), 10u);
-    EXPECT_EQ(code_of([&] { early - late; }), 0x80004005u);
+    EXPECT_CODE(0x80004005u, early - late);
     auto moved = early;
     moved += CDateTimeSpan::OneDay();
     moved -= CDateTimeSpan::OneDay();
     EXPECT_EQ(moved, early);
-    EXPECT_EQ(code_of([&] { moved -= CDateTimeSpan::from_ticks(kUnixEpoch + 1); }), 0x80004005u);
+    EXPECT_CODE(0x80004005u, moved -= CDateTimeSpan::from_ticks(kUnixEpoch + 1));
     EXPECT_TRUE(early < late && late > early && early <= late && late >= early && early != late);
     EXPECT_LT(CDateTime::from_ticks(0xFFFFFFFF), CDateTime::from_ticks(0x100000000));
 }
@@ -154,7 +144,7 @@ TEST(DateTimeSpan, Computes) {
     EXPECT_EQ(span % ten, CDateTimeSpan(5, 0));
     span -= ten;
     EXPECT_EQ(span, CDateTimeSpan(15, 0));
-    EXPECT_EQ(code_of([&] { ten - span; }), 0x80004005u);
+    EXPECT_CODE(0x80004005u, ten - span);
     span *= 4;
     span /= 3;
     EXPECT_EQ(span, CDateTimeSpan(20, 0));
@@ -187,7 +177,7 @@ TEST(DateTimeSpan, ReadsLengthsByPlace) {
               CDateTimeSpan::OneYear() + CDateTimeSpan::OneMonth() * 2 +
                   CDateTimeSpan::OneDay() * 3 + CDateTimeSpan::OneHour() * 4 +
                   CDateTimeSpan::OneMinute() * 5 + CDateTimeSpan(6, 500000));
-    EXPECT_EQ(code_of([] { CDateTimeSpan("000x"); }), 0x8007076Du);
+    EXPECT_CODE(0x8007076Du, CDateTimeSpan("000x"));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 
+#include <basalt/provider.h>
 #include <chronoseal/atl/crypt_prov.h>
 
 namespace Halcyon::PKI::TSP::Client {

@@ -89,7 +89,7 @@ TEST_F(PlatformFaults, ImportForgivesDigestsThatCannotBeComputedAndNothingElse) 
           std::pair{CRYPT_E_MSG_ERROR, 0x80091001u}, std::pair{ERROR_INVALID_DATA, 0x8007000Du}}) {
         update_fault = fault;
         CStamp stamp;
-        EXPECT_EQ(code_of([&] { import(stamp, token_); }), code) << std::hex << fault;
+        EXPECT_CODE(code, import(stamp, token_)) << std::hex << fault;
     }
 }
 
@@ -101,7 +101,7 @@ TEST_F(PlatformFaults, AttributesAreReadFromTheSignerWhereTheyAreNotGivenAlone) 
     EXPECT_TRUE(CheckSignerCertId(message, 0, CBlob(bytes(signer), signer.size()), true, true));
     EXPECT_TRUE(MatchEContentType(message, 0, kTstInfoOid, false));
     missing_parameter = CMSG_INNER_CONTENT_TYPE_PARAM;
-    EXPECT_EQ(code_of([&] { MatchEContentType(message, 0, "", true); }), 0x8009100Fu);
+    EXPECT_CODE(0x8009100Fu, MatchEContentType(message, 0, "", true));
     CryptMsgClose(message);
 }
 
@@ -128,7 +128,7 @@ TEST_F(PlatformFaults, ChainPolicyThatCannotRunIsThrown) {
     import(stamp, token_);
     stamp.VerifyCertificate(other.get(), nullptr, 0); // doesn't match the attributes
     chain_policy_fault = CRYPT_E_NO_PROVIDER;
-    EXPECT_EQ(code_of([&] { stamp.VerifyCertificate(nullptr, nullptr, 0); }), 0x80092006u);
+    EXPECT_CODE(0x80092006u, stamp.VerifyCertificate(nullptr, nullptr, 0));
 }
 
 } // namespace

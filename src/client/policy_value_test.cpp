@@ -50,7 +50,7 @@ TEST_F(PolicyValue, TextIsUtf8AndAbsentTextLeavesTheValue) {
     EXPECT_EQ(text.value, L"h\u00e9");
     load(text, L"Missing");
     EXPECT_EQ(text.value, L"h\u00e9");
-    EXPECT_EQ(code_of([&] { load(text, L"Wrong"); }), 1629u); // raw, not 0x8007065D
+    EXPECT_CODE(1629u, load(text, L"Wrong")); // raw, not 0x8007065D
 }
 
 TEST_F(PolicyValue, ListIsInForceWhenItsKeyExists) {
@@ -66,7 +66,7 @@ TEST_F(PolicyValue, ListIsInForceWhenItsKeyExists) {
     load(list, L"Missing", L"MissingSetted", false);
     EXPECT_FALSE(list.isSet);
     EXPECT_FALSE(list.Find(L"a"));
-    EXPECT_EQ(code_of([&] { load(list, L"Wrong", L"", false); }), 1629u);
+    EXPECT_CODE(1629u, load(list, L"Wrong", L"", false));
 }
 
 TEST_F(PolicyValue, NormalizesEntriesButNotWhatIsLookedFor) {

@@ -89,8 +89,8 @@ TEST_F(Exchange, VerificationSeesAForgedSignature) {
         return HttpAnswer{200, body};
     });
     auto sent = request(server);
-    EXPECT_EQ(code_of([&] { sent.Send(true); }), 0x80090006u);
-    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
+    EXPECT_CODE(0x80090006u, sent.Send(true));
+    EXPECT_CODE(0u, sent.Send(false));
 }
 
 TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
@@ -106,7 +106,7 @@ TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     const auto response = sent.get_Response();
     for (const int bad : {404, 500, 403, 204}) {
         status = bad;
-        EXPECT_EQ(code_of([&] { sent.Send(false); }), 0xC2100100u) << bad;
+        EXPECT_CODE(0xC2100100u, sent.Send(false)) << bad;
         EXPECT_EQ(sent.get_HTTPStatus(), static_cast<unsigned>(bad));
     }
     EXPECT_EQ(sent.get_Response(), response);
@@ -115,13 +115,13 @@ TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     sent.put_CertReq(false);
     EXPECT_EQ(sent.get_HTTPStatus(), 0u);
     sent.put_TSAAddress(L"http://127.0.0.1:1/");
-    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0x80072EFDu);
+    EXPECT_CODE(0x80072EFDu, sent.Send(false));
 }
 
 TEST_F(Exchange, RefusalIsAFailureOnlyUnderVerification) {
     LoopbackServer server(fixed(response(2, "", element(0x0C, "no"), fail_info_bits(4))));
     auto sent = request(server);
-    EXPECT_EQ(code_of([&] { sent.Send(true); }), 0xC2100124u);
+    EXPECT_CODE(0xC2100124u, sent.Send(true));
     const auto& stamp = sent.Send(false);
     EXPECT_EQ(stamp.get_Status(), 2u);
     EXPECT_STREQ(stamp.get_StatusString(), L"no");
@@ -174,7 +174,7 @@ TEST_F(Exchange, NonceTakesTheClocksPlace) {
         return HttpAnswer{200, stamp_of(info)};
     });
     auto sent = request(server);
-    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
+    EXPECT_CODE(0u, sent.Send(false));
 }
 
 TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
@@ -185,12 +185,12 @@ TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
           std::pair{response(0, ""), 0x8007139Fu}}) {
         LoopbackServer server(fixed(body));
         auto sent = request(server);
-        EXPECT_EQ(code_of([&] { sent.Send(false); }), code);
+        EXPECT_CODE(code, sent.Send(false));
     }
     add_policy("UseNonceByDefault = false\n");
     LoopbackServer server(fixed(authority_.token(TstInfo().encode())));
     auto sent = request(server);
-    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0x8007139Fu);
+    EXPECT_CODE(0x8007139Fu, sent.Send(false));
 }
 
 TEST_F(Exchange, VerificationSeesAnUntrustedRoot) {
@@ -200,7 +200,7 @@ TEST_F(Exchange, VerificationSeesAnUntrustedRoot) {
     auto sent = request(server);
     const auto code = code_of([&] { sent.Send(true); });
     EXPECT_TRUE(code == 0x800B0109 || code == 0x800B010A) << std::hex << code;
-    EXPECT_EQ(code_of([&] { sent.Send(false); }), 0u);
+    EXPECT_CODE(0u, sent.Send(false));
 }
 
 TEST_F(Exchange, CopyTakesTheStatusButNotTheStamp) {
@@ -210,7 +210,7 @@ TEST_F(Exchange, CopyTakesTheStatusButNotTheStamp) {
     CRequest copy(sent);
     EXPECT_EQ(copy.get_HTTPStatus(), 200u);
     EXPECT_EQ(copy.get_Response().cbData(), 0u);
-    EXPECT_EQ(code_of([&] { copy.Send(true); }), 0u) << "the answer is about the copied nonce";
+    EXPECT_CODE(0u, copy.Send(true)) << "the answer is about the copied nonce";
 }
 
 } // namespace

@@ -99,8 +99,7 @@ TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
         for (const bool timestamp : {false, true}) {
             const bool accepted = timestamp ? test.timestamp : test.plain;
             EXPECT_EQ(check(list, timestamp), accepted);
-            EXPECT_EQ(code_of([&] { GetSignerCertIdEx(list.get(), timestamp); }),
-                      accepted ? 0u : 0x8007000Bu)
+            EXPECT_CODE(accepted ? 0u : 0x8007000Bu, GetSignerCertIdEx(list.get(), timestamp))
                 << test.v1 << test.other << test.v2 << timestamp;
         }
     }
@@ -110,7 +109,7 @@ TEST_F(SigningCertificateAttributes, NoneIsLeftToTheCaller) {
     const AttributeList none;
     EXPECT_FALSE(check(none, true, true));
     EXPECT_TRUE(check(none, true, false));
-    EXPECT_EQ(code_of([&] { GetSignerCertIdEx(none.get(), true); }), 0x80092004u);
+    EXPECT_CODE(0x80092004u, GetSignerCertIdEx(none.get(), true));
     EXPECT_FALSE(CheckSignerCertId(nullptr, 0, mine_, false, true));
 }
 
@@ -165,16 +164,16 @@ TEST_F(SigningCertificateAttributes, MalformedOnesAreFailures) {
     AttributeList doubled;
     doubled.add(good);
     doubled.add(good);
-    EXPECT_EQ(code_of([&] { check(doubled, true); }), 0x8007000Bu);
+    EXPECT_CODE(0x8007000Bu, check(doubled, true));
     AttributeList two_values;
     two_values.add(good.get_oid(), {good.get_value(), good.get_value()});
-    EXPECT_EQ(code_of([&] { check(two_values, true); }), 0x8007000Bu);
+    EXPECT_CODE(0x8007000Bu, check(two_values, true));
     AttributeList noise;
     noise.add(good.get_oid(), {blob_of("noise")});
-    EXPECT_EQ(code_of([&] { check(noise, true); }), 0x80093101u);
+    EXPECT_CODE(0x80093101u, check(noise, true));
     AttributeList empty;
     empty.add(good.get_oid(), {blob_of(std::string("\x30\x02\x30\x00", 4))});
-    EXPECT_NE(code_of([&] { check(empty, true); }), 0u) << "no certificate at all";
+    EXPECT_CODE(0x8007000Bu, check(empty, true)) << "no certificate at all";
 }
 
 TEST(SignedAttributes, FindOneOfAType) {
@@ -183,7 +182,7 @@ TEST(SignedAttributes, FindOneOfAType) {
     list.add("1.2.34", {});
     EXPECT_EQ(FindOneInstanceSingleValueAttr(list.get(), "1.2.3"), &list.get()->rgAttr[0]);
     EXPECT_EQ(FindOneInstanceSingleValueAttr(list.get(), "1.2"), nullptr);
-    EXPECT_EQ(code_of([&] { FindOneInstanceSingleValueAttr(list.get(), "1.2.34"); }), 0x8007000Bu);
+    EXPECT_CODE(0x8007000Bu, FindOneInstanceSingleValueAttr(list.get(), "1.2.34"));
     EXPECT_EQ(FindOneInstanceSingleValueAttr(AttributeList().get(), "1.2.3"), nullptr);
 }
 

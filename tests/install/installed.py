@@ -1,13 +1,15 @@
 """Installs the library into an empty folder and uses it as a stranger would: examples by find_package and by
-pkg-config, every installed header compiled by itself.
+pkg-config, every installed header compiled by itself and beside other libraries' headers, a call of each class linked.
 
 Usage: installed.py BUILD_FOLDER
 """
 
 import os
 import pathlib
+import re
 import subprocess
 import sys
+import unittest
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(SOURCE / "tests" / "system"))
@@ -81,15 +83,54 @@ class Installed(program.SystemTest):
             build / "stamp_in_c", *flags)
         self.use(build)
 
-    def test_every_header_stands_alone(self):
+    def headers(self, *folders):
         include = self.prefix / "include"
-        headers = sorted(path for folder in ("chronoseal", "basalt") for path in (include / folder).rglob("*.h*"))
-        self.assertGreater(len(headers), 20)
-        all_of_them = "".join(f"#include <{h.relative_to(include)}>\n" for h in headers)
-        for text in [all_of_them] + [f"#include <{h.relative_to(include)}>\n" for h in headers]:
-            result = subprocess.run(["c++", "-std=c++20", "-fsyntax-only", f"-I{include}", "-x", "c++", "-"],
-                                    input=text, text=True, capture_output=True)
-            self.assertEqual(result.returncode, 0, text[:100] + result.stderr[:1000])
+        found = [path.relative_to(include) for folder in folders for path in sorted((include / folder).rglob("*.h*"))]
+        self.assertGreater(len(found), 20)
+        return found
+
+    def compiled(self, headers, *flags):
+        """The compiler's complaint about a file that includes these; empty: none."""
+        text = "".join(f"#include <{header}>\n" for header in headers)
+        result = subprocess.run(["c++", "-std=c++20", "-fsyntax-only", f"-I{self.prefix / 'include'}", *flags,
+                                 "-x", "c++", "-"], input=text, text=True, capture_output=True)
+        return "" if result.returncode == 0 else text[:100] + result.stderr[:1000]
+
+    def test_every_header_stands_alone(self):
+        all_of_them = self.headers("chronoseal", "basalt")
+        for headers in [all_of_them] + [[header] for header in all_of_them]:
+            self.assertEqual(self.compiled(headers), "")
+
+    def beside(self, headers, others, packages):
+        """Compiled in front of and behind others' headers."""
+        found = subprocess.run(["pkg-config", "--cflags", *packages], capture_output=True, text=True)
+        if found.returncode != 0:
+            raise unittest.SkipTest("not installed: one of " + ", ".join(packages))
+        flags = found.stdout.split()
+        for order in (headers + others, others + headers):
+            self.assertEqual(self.compiled(order, *flags), "")
+        return flags
+
+    def test_headers_stand_beside_those_of_others(self):
+        self.beside(self.headers("chronoseal", "basalt"), ["glib.h", "openssl/x509.h", "curl/curl.h"],
+                    ["glib-2.0", "openssl", "libcurl"])
+
+    def test_the_librarys_headers_stand_beside_smart_card_ones(self):
+        others = ["winscard.h", "glib.h", "openssl/x509.h", "curl/curl.h"]
+        flags = self.beside(self.headers("chronoseal"), others, ["libpcsclite", "glib-2.0", "openssl", "libcurl"])
+        # The platform's can't: there DWORD and LONG have 64 bits. Whoever tries is told so.
+        self.assertIn("no file can include both", self.compiled(["winscard.h", "basalt/types.h"], *flags))
+
+    def test_every_class_links(self):
+        source = SOURCE / "tests" / "install" / "every_class.cpp"
+        library = next(self.prefix.glob("lib*/**/libchronoseal.so"))
+        run("c++", "-std=c++20", f"-I{self.prefix / 'include'}", source, "-o", self.workspace.path / "every_class",
+            library, f"-Wl,-rpath-link,{library.parent}", "-Wl,--no-undefined")
+        named = source.read_text()
+        for header in self.headers("chronoseal"):
+            text = (self.prefix / "include" / header).read_text()
+            for name in re.findall(r"^(?:class|struct) CHRONOSEAL_API (\w+)", text, re.M):
+                self.assertRegex(named, rf"\b{name}\b", f"{header}: {source.name} has no call of {name}")
 
     def test_no_run_path_leads_to_the_current_directory(self):
         run(sys.executable, SOURCE / "tests" / "house" / "runpath.py", self.prefix)

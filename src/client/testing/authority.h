@@ -12,6 +12,12 @@
 
 namespace Halcyon::PKI::TSP::Client::testing {
 
+// An object of OpenSSL's with what releases it.
+template <class Object, class Release>
+std::unique_ptr<Object, Release> owned(Object* object, Release release) {
+    return {object, release};
+}
+
 // DER by hand: one element, and the usual ones.
 inline std::string element(int tag, const std::string& content) {
     std::string head(1, static_cast<char>(tag));
@@ -35,8 +41,7 @@ inline std::string integer(const std::string& content) {
 }
 
 inline std::string oid(const std::string& text) {
-    const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> object(
-        OBJ_txt2obj(text.c_str(), 1), &ASN1_OBJECT_free);
+    const auto object = owned(OBJ_txt2obj(text.c_str(), 1), &ASN1_OBJECT_free);
     return element(0x06, {reinterpret_cast<const char*>(OBJ_get0_data(object.get())),
                           OBJ_length(object.get())});
 }
@@ -163,11 +168,10 @@ public:
     }
 
     std::string token(const std::string& content, const Signing& options = {}) const {
-        const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
-            CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | CMS_BINARY),
-            &CMS_ContentInfo_free);
-        const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> type(
-            OBJ_txt2obj(options.contentType.c_str(), 1), &ASN1_OBJECT_free);
+        const auto message =
+            owned(CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | CMS_BINARY),
+                  &CMS_ContentInfo_free);
+        const auto type = owned(OBJ_txt2obj(options.contentType.c_str(), 1), &ASN1_OBJECT_free);
         CMS_set1_eContentType(message.get(), type.get());
         const unsigned int flags = options.flags | CMS_NOSMIMECAP | CMS_BINARY |
                                    (options.with_certificates ? 0u : unsigned{CMS_NOCERTS});
@@ -178,8 +182,8 @@ public:
         if (options.extra_certificate) {
             CMS_add1_cert(message.get(), root_.get());
         }
-        const std::unique_ptr<BIO, decltype(&BIO_free)> data(
-            BIO_new_mem_buf(content.data(), static_cast<int>(content.size())), &BIO_free);
+        const auto data =
+            owned(BIO_new_mem_buf(content.data(), static_cast<int>(content.size())), &BIO_free);
         CMS_final(message.get(), data.get(), nullptr, CMS_BINARY);
         return der(message.get(), &i2d_CMS_ContentInfo);
     }
@@ -187,10 +191,8 @@ public:
     // A granted answer to an encoded request, made by OpenSSL's own authority.
     std::string answer(const std::string& request, const EVP_MD* ess_digest = EVP_sha256(),
                        bool ordering = false) const {
-        const std::unique_ptr<TS_RESP_CTX, decltype(&TS_RESP_CTX_free)> context(TS_RESP_CTX_new(),
-                                                                                &TS_RESP_CTX_free);
-        const std::unique_ptr<ASN1_OBJECT, decltype(&ASN1_OBJECT_free)> policy(
-            OBJ_txt2obj("1.2.3.4", 1), &ASN1_OBJECT_free);
+        const auto context = owned(TS_RESP_CTX_new(), &TS_RESP_CTX_free);
+        const auto policy = owned(OBJ_txt2obj("1.2.3.4", 1), &ASN1_OBJECT_free);
         TS_RESP_CTX_set_signer_cert(context.get(), signer_.get());
         TS_RESP_CTX_set_signer_key(context.get(), key_.get());
         TS_RESP_CTX_set_signer_digest(context.get(), EVP_sha256());
@@ -200,10 +202,10 @@ public:
         TS_RESP_CTX_add_md(context.get(), EVP_sha512());
         TS_RESP_CTX_set_accuracy(context.get(), 1, 500, 0);
         TS_RESP_CTX_add_flags(context.get(), TS_TSA_NAME | (ordering ? TS_ORDERING : 0));
-        const std::unique_ptr<BIO, decltype(&BIO_free)> input(
-            BIO_new_mem_buf(request.data(), static_cast<int>(request.size())), &BIO_free);
-        const std::unique_ptr<TS_RESP, decltype(&TS_RESP_free)> response(
-            TS_RESP_create_response(context.get(), input.get()), &TS_RESP_free);
+        const auto input =
+            owned(BIO_new_mem_buf(request.data(), static_cast<int>(request.size())), &BIO_free);
+        const auto response =
+            owned(TS_RESP_create_response(context.get(), input.get()), &TS_RESP_free);
         return der(response.get(), &i2d_TS_RESP);
     }
 
@@ -211,10 +213,8 @@ public:
     // told); with an empty time it names nobody. Times as GeneralizedTime.
     std::string list(const std::string& revoked, int reason, const char* from,
                      const char* to) const {
-        const std::unique_ptr<X509_CRL, decltype(&X509_CRL_free)> crl(X509_CRL_new(),
-                                                                      &X509_CRL_free);
-        const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> time(ASN1_TIME_new(),
-                                                                         &ASN1_TIME_free);
+        const auto crl = owned(X509_CRL_new(), &X509_CRL_free);
+        const auto time = owned(ASN1_TIME_new(), &ASN1_TIME_free);
         X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2);
         X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(root_.get()));
         ASN1_TIME_set_string_X509(time.get(), from);
@@ -227,8 +227,7 @@ public:
             X509_REVOKED_set_revocationDate(entry, time.get());
             X509_REVOKED_set_serialNumber(entry, X509_get_serialNumber(signer_.get()));
             if (reason >= 0) {
-                const std::unique_ptr<ASN1_ENUMERATED, decltype(&ASN1_ENUMERATED_free)> number(
-                    ASN1_ENUMERATED_new(), &ASN1_ENUMERATED_free);
+                const auto number = owned(ASN1_ENUMERATED_new(), &ASN1_ENUMERATED_free);
                 ASN1_ENUMERATED_set(number.get(), reason);
                 X509_REVOKED_add1_ext_i2d(entry, NID_crl_reason, number.get(), 0, 0);
             }
@@ -261,8 +260,8 @@ private:
     }
 
     static void extend(X509* certificate, int nid, const char* value) {
-        const std::unique_ptr<X509_EXTENSION, decltype(&X509_EXTENSION_free)> entry(
-            X509V3_EXT_conf_nid(nullptr, nullptr, nid, value), &X509_EXTENSION_free);
+        const auto entry =
+            owned(X509V3_EXT_conf_nid(nullptr, nullptr, nid, value), &X509_EXTENSION_free);
         X509_add_ext(certificate, entry.get(), -1);
     }
 

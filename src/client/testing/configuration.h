@@ -7,14 +7,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <basalt/configuration.h>
-#include <chronoseal/base/atl_exception.h>
+#include <chronoseal/base/test_code.h>
 
 namespace Halcyon::PKI::TSP::Client::testing {
 
@@ -62,15 +61,5 @@ private:
     std::string folder_;
     std::string path_;
 };
-
-// The result code that the call throws, as a bit pattern; 0 if it throws none.
-inline std::uint32_t code_of(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const ATL::CAtlException& failure) {
-        return static_cast<std::uint32_t>(failure.m_hr);
-    }
-    return 0;
-}
 
 } // namespace Halcyon::PKI::TSP::Client::testing

@@ -1,9 +1,9 @@
 // Algorithm identifiers: class in bits 15-13, type in bits 12-9, number below.
 #pragma once
 
-#include <basalt/types.h>
+#include <cstdint>
 
-using ALG_ID = DWORD;
+using ALG_ID = std::uint32_t;
 
 inline constexpr ALG_ID ALG_CLASS_SIGNATURE = 1 << 13;
 inline constexpr ALG_ID ALG_CLASS_DATA_ENCRYPT = 3 << 13;

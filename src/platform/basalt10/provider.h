@@ -6,10 +6,9 @@
 #pragma once
 
 #include <basalt/algorithm.h>
+#include <basalt/provider_handle.h>
 #include <basalt/types.h>
 #include <basalt/visibility.h>
-
-using HCRYPTPROV = ULONG_PTR;
 
 inline constexpr DWORD PROV_RSA_AES = 24;
 inline constexpr DWORD PROV_GOST_2001 = 75;

@@ -1,9 +1,17 @@
 // The base types of the platform surface under their published names, for a 64-bit system with a
 // 32-bit wchar_t. `long` is not used for LONG or DWORD: both are 32 bits wide, as published.
+// <winscard.h> has DWORD and LONG of 64 bits and BOOL of 16 under the same names, so it can't be
+// included where this is; the headers of <chronoseal/...> do without this one.
 #pragma once
+
+#ifdef __wintypes_h__
+#error "<winscard.h> has other types of these names: no file can include both"
+#endif
 
 #include <cstddef>
 #include <cstdint>
+
+#include <basalt/file_time.h>
 
 using BYTE = std::uint8_t;
 using WORD = std::uint16_t;
@@ -39,28 +47,10 @@ using HRESULT = std::int32_t;
 
 static_assert(sizeof(wchar_t) == 4);
 
+// Others have macros of these names, with the same values.
+#ifndef FALSE
 inline constexpr BOOL FALSE = 0;
+#endif
+#ifndef TRUE
 inline constexpr BOOL TRUE = 1;
-
-// Ticks of 100 nanoseconds since 1601-01-01 00:00:00 UTC, in two halves.
-struct _FILETIME {
-    DWORD dwLowDateTime;
-    DWORD dwHighDateTime;
-};
-using FILETIME = _FILETIME;
-using PFILETIME = FILETIME*;
-using LPFILETIME = FILETIME*;
-
-// A calendar time in UTC. Months and days count from 1, days of the week from 0 for Sunday.
-struct _SYSTEMTIME {
-    WORD wYear;
-    WORD wMonth;
-    WORD wDayOfWeek;
-    WORD wDay;
-    WORD wHour;
-    WORD wMinute;
-    WORD wSecond;
-    WORD wMilliseconds;
-};
-using SYSTEMTIME = _SYSTEMTIME;
-using LPSYSTEMTIME = SYSTEMTIME*;
+#endif
