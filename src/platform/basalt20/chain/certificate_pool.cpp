@@ -1,5 +1,6 @@
 #include <basalt/chain/certificate_pool.h>
 
+#include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/name_key.h>
 #include <basalt/coding/flat_block.h>
 
@@ -7,48 +8,13 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
-#include <string_view>
 
 namespace basalt {
 
 namespace {
 
-constexpr std::size_t kMaxCertificateBytes = std::size_t{64} << 10;
-constexpr std::size_t kMaxNameBytes = std::size_t{4} << 10;
-constexpr std::size_t kMaxKeyBits = 8192;
-constexpr std::size_t kMaxExponentBytes = 8;
 constexpr std::size_t kFewCertificates = 8;
 constexpr std::size_t kMaxPreparedFromGiven = 100;
-
-constexpr std::string_view kRsaKeys[] = {"1.2.840.113549.1.1.1", "1.2.840.113549.1.1.10",
-                                         "1.2.840.113549.1.1.7", "2.5.8.1.1"};
-
-bool is_rsa(const CERT_PUBLIC_KEY_INFO& key) {
-    const std::string_view oid = key.Algorithm.pszObjId;
-    return std::find(std::begin(kRsaKeys), std::end(kRsaKeys), oid) != std::end(kRsaKeys);
-}
-
-// RSAPublicKey (RFC 8017, A.1.1).
-bool is_reasonable_rsa(const CERT_PUBLIC_KEY_INFO& key) {
-    try {
-        const Bytes bits(key.PublicKey.pbData, key.PublicKey.cbData);
-        DerReader numbers(sole_element(bits, tag::kSequence).contents);
-        const Bytes modulus = minimal_integer(numbers.take(tag::kInteger).contents);
-        const Bytes exponent = minimal_integer(numbers.take(tag::kInteger).contents);
-        // One more byte each for the sign.
-        return modulus.size() <= kMaxKeyBits / 8 + 1 && exponent.size() <= kMaxExponentBytes + 1;
-    } catch (const Fault&) {
-        return false;
-    }
-}
-
-bool is_reasonable(const CertificateItem& item) {
-    const CERT_INFO& info = item.body->info();
-    return item.encoded().size() <= kMaxCertificateBytes && info.Subject.cbData <= kMaxNameBytes &&
-           info.Issuer.cbData <= kMaxNameBytes &&
-           info.SubjectPublicKeyInfo.PublicKey.cbData <= kMaxKeyBits &&
-           (!is_rsa(info.SubjectPublicKeyInfo) || is_reasonable_rsa(info.SubjectPublicKeyInfo));
-}
 
 using ParsedName = OpensslOwner<X509_NAME, X509_NAME_free>;
 
@@ -109,7 +75,7 @@ void CertificatePool::add_store(HCERTSTORE store, PoolSource source) {
 }
 
 void CertificatePool::add(std::shared_ptr<CertificateItem> item, PoolSource source) {
-    if (is_reasonable(*item)) {
+    if (is_reasonable(*item->body)) {
         const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
         waiting_.emplace(key, Waiting{std::move(item), source});
     }
@@ -231,8 +197,7 @@ bool CertificatePool::prepare(PoolCertificate& certificate) {
     try {
         certificate.entry = certificate.item->body->x509();
         const EVP_PKEY* key = certificate.entry->key ? certificate.entry->key->get() : nullptr;
-        certificate.left_out =
-            key == nullptr || static_cast<std::size_t>(EVP_PKEY_get_bits(key)) > kMaxKeyBits;
+        certificate.left_out = key == nullptr || EVP_PKEY_get_bits(key) > kMaxKeyBits;
     } catch (const Fault&) {
         certificate.left_out = true; // one that OpenSSL can't read is no candidate
     }

@@ -7,6 +7,8 @@
 
 #include <openssl/pkcs7.h>
 
+#include <thread>
+
 namespace basalt::test {
 namespace {
 
@@ -58,7 +60,9 @@ TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {
     server_.serve("/list", {make_list({middle_.get(), -1, 100})});
     const ChainReference chain =
         build(make_engine(setting_), {encoded(stamper.get()), {encoded(middle_.get())}});
-    EXPECT_EQ(stamp_verdict(chain), 0u);
+    for (int again = 0; again < 4; ++again) {
+        EXPECT_EQ(stamp_verdict(chain), 0u);
+    }
     EXPECT_EQ(server_.requests(), 1u);
     const auto* evidence = static_cast<const BASALT_REVOCATION_EVIDENCE*>(
         chain->rgpChain[0]->rgpElement[0]->pRevocationInfo->pvOidSpecificInfo);
@@ -69,6 +73,34 @@ TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {
     setting_.flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
     EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), {encoded(middle_.get())}}), 0u);
     EXPECT_EQ(server_.requests(), 1u);
+}
+
+// One engine, one cache folder, one cache of prepared certificates, and one chain that several
+// threads judge: each gets its own right verdict.
+TEST_F(ChainFetchTest, ManyThreadsShareAnEngineAChainAndTheCaches) {
+    const std::string lists = "crlDistributionPoints=URI:" + server_.url("/list");
+    const auto good = make_party({"stamper", middle_.get(), kStamper + lists});
+    const auto bad = make_party({"stamper", middle_.get(), kStamper + lists});
+    server_.serve("/list", {make_list({middle_.get(), -1, 100, {{bad.get(), -5, 4}}})});
+    const std::vector<std::string> bag{encoded(middle_.get())};
+    const EngineReference engine = make_engine(setting_);
+    const ChainReference shared = build(engine, {encoded(good.get()), bag});
+    const auto work = [&](bool is_bad) {
+        const Party& end = is_bad ? *bad : *good;
+        for (int round = 0; round < 10; ++round) {
+            EXPECT_EQ(stamp_verdict(build(engine, {encoded(&end), bag})),
+                      is_bad ? CRYPT_E_REVOKED : 0u);
+            EXPECT_EQ(stamp_verdict(shared, ticks_at(round - 5)), 0u);
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 6; ++i) {
+        threads.emplace_back(work, i % 2 == 1);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_LE(server_.requests(), 1 + threads.size()) << "one at first, then from the cache";
 }
 
 TEST_F(ChainFetchTest, CacheOnlyFlagsKeepOffTheNetwork) {

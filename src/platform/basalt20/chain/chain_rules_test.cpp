@@ -345,6 +345,11 @@ TEST_F(ChainRulesTest, CertificatesThatNobodyHonestMakesAreLeftOut) {
                   setting_,
                   {end, {remade(*middle_, root_->private_key.get(), EVP_sha256(), slow.get())}}),
               CERT_E_CHAINING);
+    // A curve by its name, and the same written out.
+    for (const bool is_explicit : {false, true}) {
+        const EvpKey key = dear_key(is_explicit);
+        EXPECT_EQ(refused_as_issuer(key.get()), is_explicit ? CERT_E_CHAINING : 0u);
+    }
 }
 
 } // namespace

@@ -304,14 +304,42 @@ inline HostileBag long_answers(int entries, int answers) {
     return bag;
 }
 
-// Answers that each bring as many responders as are looked at, all to be tried.
+// A key that takes OpenSSL a millisecond and more to read: roots modulo the prime of P-224 are hard
+// to find. With `explicit_curve` the curve is written out.
+inline EvpKey dear_key(bool explicit_curve) {
+    EvpKey key(EVP_EC_gen("P-224"));
+    EVP_PKEY_set_utf8_string_param(key.get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT,
+                                   "compressed");
+    if (explicit_curve) {
+        EVP_PKEY_set_utf8_string_param(key.get(), OSSL_PKEY_PARAM_EC_ENCODING, "explicit");
+    }
+    return key;
+}
+
+// Like-named issuers with such keys.
+inline HostileBag dear_keys(bool explicit_curve, std::size_t bytes) {
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    fill(bag.certificates, bytes, [&](int) {
+        CertificateSpec spec{"middle", nullptr, kPlainAuthority};
+        const EvpKey key = dear_key(explicit_curve);
+        spec.key = key.get();
+        return encoded(make_party(spec).get());
+    });
+    return bag;
+}
+
+// Answers that each bring as many responders as are looked at, with dear keys, all to be tried.
 inline HostileBag crowded_answers(int answers) {
     const HonestChain honest;
     HostileBag bag = honest.bag();
+    const EvpKey key = dear_key(false);
     std::vector<std::unique_ptr<Party>> responders;
     for (int i = 0; i < 20; ++i) {
-        responders.push_back(make_party(
-            {"middle", honest.middle.get(), "extendedKeyUsage=OCSPSigning\nnoCheck=ignored"}));
+        CertificateSpec spec{"middle", honest.middle.get(),
+                             "extendedKeyUsage=OCSPSigning\nnoCheck=ignored"};
+        spec.key = key.get();
+        responders.push_back(make_party(spec));
     }
     AnswerSpec spec{.signer = responders[0].get(),
                     .entries = {{.certificate = honest.stamper.get(),
@@ -348,6 +376,8 @@ inline std::vector<NamedBag> hostile_bags(std::size_t divisor = 1) {
         {"exponents of 3071 bits 1 MB", [=] { return slow_keys(3072, 3071, 1000 * kilobyte); }},
         {"moduli of 4096 bits 1 MB", [=] { return slow_keys(4096, 64, 1000 * kilobyte); }},
         {"moduli of 8192 bits 1 MB", [=] { return slow_keys(8192, 64, 1000 * kilobyte); }},
+        {"keys on P-224 1 MB", [=] { return dear_keys(false, 1000 * kilobyte); }},
+        {"curves written out 1 MB", [=] { return dear_keys(true, 1000 * kilobyte); }},
         {"names under constraints", [=] { return names_under_constraints(40); }},
         {"policies that double", [] { return doubling_policies(14); }},
         {"forged lists 1 MB", [=] { return forged_lists(1000 * kilobyte); }},

@@ -28,6 +28,8 @@ const Cost kCosts[] = {
     {"exponents of 3071 bits 1 MB", Found::yes, 2, 2, 2, 1, 1},
     {"moduli of 4096 bits 1 MB", Found::either, 101, 2, 1000, 1, 100},
     {"moduli of 8192 bits 1 MB", Found::either, 128, 2, 1000, 1, 100},
+    {"keys on P-224 1 MB", Found::yes, 2, 2, 2, 1, 1},
+    {"curves written out 1 MB", Found::yes, 2, 2, 2, 1, 1},
     {"names under constraints", Found::no, 18, 0, 1000, 16, 17},
     {"policies that double", Found::no, 15, 0, 30, 1, 14},
     {"forged lists 1 MB", Found::no, 2, 64, 4, 1, 1},
@@ -51,6 +53,7 @@ TEST(HostileBags, CostNoMoreThanTheTableSays) {
         }
         EXPECT_LE(session.budget().certificate_signatures(), cost.certificate_signatures);
         EXPECT_LE(session.budget().evidence_signatures(), cost.evidence_signatures);
+        EXPECT_LE(session.budget().responders(), 32u);
         EXPECT_LE(session.counts().steps, cost.steps);
         EXPECT_LE(session.counts().judged_paths, cost.judged_paths);
         EXPECT_LE(session.certificates_taken_apart(), cost.taken_apart);

@@ -53,6 +53,13 @@ bool Budget::take_evidence_signature(const EVP_PKEY* key, bool given) {
     return take(evidence_signatures_, limits_.evidence_signatures, weight);
 }
 
+bool Budget::take_responder(bool given) {
+    if (given && !take(given_responders_, limits_.given_responders, 1)) {
+        return false;
+    }
+    return take(responders_, limits_.responders, 1);
+}
+
 bool Budget::take_judged_path() {
     return take(judged_paths_, limits_.judged_paths, 1);
 }

@@ -16,6 +16,9 @@ struct BudgetLimits {
     // Of these, so many for what came with the question: junk lists in a token must not use up what
     // the authority's own answer needs.
     unsigned given_evidence_signatures = 64;
+    // Certificates of responders that came with answers: to read one may cost a millisecond.
+    unsigned responders = 48;
+    unsigned given_responders = 32; // of these, with what came with the question
     unsigned judged_paths = 16;
     unsigned steps = 1000;
     unsigned fetching_paths = 2;
@@ -40,6 +43,7 @@ public:
     // Each takes what is asked for and gives true, or takes nothing and gives false.
     bool take_certificate_signature(const EVP_PKEY* key);
     bool take_evidence_signature(const EVP_PKEY* key, bool given);
+    bool take_responder(bool given);
     bool take_judged_path();
     bool take_step();
     bool take_fetching_path();
@@ -50,6 +54,7 @@ public:
     // What has been used, in units of weight.
     unsigned certificate_signatures() const { return certificate_signatures_; }
     unsigned evidence_signatures() const { return evidence_signatures_; }
+    unsigned responders() const { return responders_; }
     unsigned judged_paths() const { return judged_paths_; }
     unsigned steps() const { return steps_; }
 
@@ -61,6 +66,8 @@ private:
     unsigned certificate_signatures_ = 0;
     unsigned evidence_signatures_ = 0;
     unsigned given_signatures_ = 0;
+    unsigned responders_ = 0;
+    unsigned given_responders_ = 0;
     unsigned judged_paths_ = 0;
     unsigned steps_ = 0;
     unsigned fetching_paths_ = 0;

@@ -38,6 +38,10 @@ public:
     // that it isn't asked for again.
     std::map<std::string, std::deque<EvidenceItem>> fetched;
 
+    // The certificates of responders that OpenSSL has read, null for those that it can't; the
+    // answers that they came with live as long.
+    std::map<const CertificateBody*, CertificateEntry> responders;
+
 private:
     using Key = std::tuple<const X509Entry*, const X509Entry*, const X509Entry*, FileTicks,
                            FileTicks, bool, bool>;

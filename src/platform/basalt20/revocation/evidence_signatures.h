@@ -23,8 +23,9 @@ public:
     bool good(const X509Entry& certificate, const X509Entry& issuer, StrengthLevel level,
               bool given);
 
-    // True when a check was left out for lack of budget.
+    // True when a check was left out for lack of budget, here or by whoever says so.
     bool exhausted() const { return exhausted_; }
+    void set_exhausted() { exhausted_ = true; }
 
 private:
     // The verdict of before, or that of `check` if the key fits and the budget allows it.

@@ -61,14 +61,33 @@ bool EvidenceSigner::has_signed_list(const EvidenceItem& item, const X509Entry& 
 }
 
 // A certificate that the authority has issued to a responder for just that.
-bool EvidenceSigner::is_delegate(const EvidenceItem& item, const CertificateEntry& responder,
+bool EvidenceSigner::is_delegate(const EvidenceItem& item, const X509Entry& responder,
                                  const X509Entry& authority) {
-    X509* certificate = responder->certificate.get();
-    return item.answer->names_responder(certificate) && may_sign_answers(certificate) &&
+    X509* certificate = responder.certificate.get();
+    return may_sign_answers(certificate) &&
            X509_NAME_cmp(X509_get_issuer_name(certificate),
                          X509_get_subject_name(authority.certificate.get())) == 0 &&
            is_valid_at(certificate, item.answer->produced_at) &&
-           session_.signatures.good(*responder, authority, question_.strength, item.given());
+           session_.signatures.good(responder, authority, question_.strength, item.given());
+}
+
+// As OpenSSL has read it: each once, and not more of them than the budget has.
+CertificateEntry EvidenceSigner::prepared(const CertificateBody& responder, bool given) {
+    const auto known = session_.responders.find(&responder);
+    if (known != session_.responders.end()) {
+        return known->second;
+    }
+    if (!session_.budget.take_responder(given)) {
+        session_.signatures.set_exhausted();
+        return nullptr;
+    }
+    CertificateEntry entry;
+    try {
+        entry = responder.x509();
+    } catch (const Fault&) {
+        entry = nullptr; // OpenSSL can't read it
+    }
+    return session_.responders[&responder] = std::move(entry);
 }
 
 // `above` begins with the authority and ends in the anchor.
@@ -78,8 +97,9 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item, const Certifica
         session_.signatures.good(*item.answer, *authority, question_.strength, item.given())) {
         return true;
     }
-    for (const CertificateEntry& responder : item.answer->certificates) {
-        if (!is_delegate(item, responder, *authority) ||
+    for (const auto& candidate : item.answer->responders) {
+        const CertificateEntry responder = prepared(*candidate, item.given());
+        if (!responder || !is_delegate(item, *responder, *authority) ||
             !session_.signatures.good(*item.answer, *responder, question_.strength, item.given())) {
             continue;
         }

@@ -25,8 +25,9 @@ private:
     bool has_signed_list(const EvidenceItem& item, const X509Entry& signer);
     bool has_signed_answer(const EvidenceItem& item, const CertificateEntry& authority,
                            CertificatePathView above);
-    bool is_delegate(const EvidenceItem& item, const CertificateEntry& responder,
+    bool is_delegate(const EvidenceItem& item, const X509Entry& responder,
                      const X509Entry& authority);
+    CertificateEntry prepared(const CertificateBody& responder, bool given);
     bool is_in_good_standing(CertificatePathView path, FileTicks at);
     bool is_above(const X509Entry& certificate) const;
     StatusQuestion question_about_signer(FileTicks at) const;

@@ -1,5 +1,8 @@
 #include <basalt/revocation/ocsp_facts.h>
 
+#include <basalt/certificate/reasonable_certificate.h>
+#include <basalt/coding/der_writer.h>
+
 #include <openssl/err.h>
 #include <openssl/sha.h>
 
@@ -13,7 +16,7 @@ namespace basalt {
 namespace {
 
 constexpr int kMaxSerialOctets = 20; // RFC 5280, 4.1.2.2
-constexpr int kMaxCertificates = 16;
+constexpr std::size_t kMaxCertificates = 16;
 constexpr BYTE kSuccessful = 0;
 
 // The octets of the BasicOCSPResponse, or none when the answer isn't a successful one of that kind.
@@ -34,18 +37,32 @@ Bytes basic_octets(Bytes encoded) {
     return octets;
 }
 
-BasicOwner parse(Bytes encoded) {
-    Bytes octets;
-    try {
-        octets = basic_octets(encoded);
-    } catch (const Fault&) {
-        return nullptr;
+// BasicOCSPResponse (RFC 6960, 4.2.1) in its parts.
+struct BasicParts {
+    std::string without_certificates;
+    Bytes certificates;
+};
+
+BasicParts parts_of(Bytes basic) {
+    DerReader fields(sole_element(basic, tag::kSequence).contents);
+    std::string signed_part(text_of(fields.take(tag::kSequence).whole));
+    signed_part += text_of(fields.take(tag::kSequence).whole);
+    signed_part += text_of(fields.take(tag::kBitString).whole);
+    BasicParts parts{element(tag::kSequence, signed_part), {}};
+    if (const Element outer = fields.take_if(tag::context_constructed(0)); outer.tag != 0) {
+        parts.certificates = sole_element(outer.contents, tag::kSequence).contents;
     }
-    const unsigned char* cursor = octets.data();
-    BasicOwner basic(octets.empty()
-                         ? nullptr
-                         : d2i_OCSP_BASICRESP(nullptr, &cursor, static_cast<long>(octets.size())));
-    if (basic && cursor != octets.data() + octets.size()) {
+    fields.expect_end();
+    return parts;
+}
+
+// OpenSSL would read the certificates and their keys at once, all of them, which can take it a
+// millisecond each.
+BasicOwner parse(const std::string& encoded) {
+    const auto* cursor = reinterpret_cast<const unsigned char*>(encoded.data());
+    const unsigned char* const end = cursor + encoded.size();
+    BasicOwner basic(d2i_OCSP_BASICRESP(nullptr, &cursor, static_cast<long>(encoded.size())));
+    if (basic && cursor != end) {
         basic.reset();
     }
     ERR_clear_error();
@@ -85,23 +102,6 @@ bool is_understood(OCSP_SINGLERESP* entry) {
         }
     }
     return true;
-}
-
-std::vector<CertificateEntry> certificates_of(const OCSP_BASICRESP* basic) {
-    std::vector<CertificateEntry> entries;
-    const STACK_OF(X509)* list = OCSP_resp_get0_certs(basic);
-    for (int i = 0; i < std::min(sk_X509_num(list), kMaxCertificates); ++i) {
-        X509* certificate = sk_X509_value(list, i);
-        auto entry = std::make_shared<X509Entry>();
-        X509_up_ref(certificate);
-        entry->certificate.reset(certificate);
-        if (EVP_PKEY* key = X509_get_pubkey(certificate)) {
-            entry->key = std::make_shared<PublicKey>(EvpKey(key));
-            entries.push_back(std::move(entry));
-        }
-    }
-    ERR_clear_error();
-    return entries;
 }
 
 // Compares identifiers with the certificate, by whatever digest the responder has taken. Each
@@ -178,28 +178,64 @@ std::optional<Entry> read_entry(OCSP_SINGLERESP* single) {
     return entry;
 }
 
-} // namespace
-
-bool OcspFacts::names_responder(const X509* certificate) const {
+bool names(const OCSP_BASICRESP& basic, const X509_NAME* subject, Bytes key) {
     const ASN1_OCTET_STRING* key_hash = nullptr;
     const X509_NAME* name = nullptr;
-    if (OCSP_resp_get0_id(basic.get(), &key_hash, &name) != 1) {
+    if (OCSP_resp_get0_id(&basic, &key_hash, &name) != 1) {
         return false;
     }
     if (name != nullptr) {
-        return X509_NAME_cmp(name, X509_get_subject_name(certificate)) == 0;
+        return X509_NAME_cmp(name, subject) == 0;
     }
-    const ASN1_BIT_STRING* key = X509_get0_pubkey_bitstr(certificate);
     std::array<unsigned char, SHA_DIGEST_LENGTH> digest{};
     unsigned size = 0;
-    return key != nullptr && ASN1_STRING_length(key_hash) == SHA_DIGEST_LENGTH &&
-           EVP_Digest(ASN1_STRING_get0_data(key), static_cast<std::size_t>(ASN1_STRING_length(key)),
-                      digest.data(), &size, EVP_sha1(), nullptr) == 1 &&
+    return ASN1_STRING_length(key_hash) == SHA_DIGEST_LENGTH &&
+           EVP_Digest(key.data(), key.size(), digest.data(), &size, EVP_sha1(), nullptr) == 1 &&
            std::memcmp(digest.data(), ASN1_STRING_get0_data(key_hash), digest.size()) == 0;
 }
 
-std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded) {
-    BasicOwner basic = parse(encoded);
+// What can't be read, or nobody honest makes, is passed over.
+void add_responders(Bytes certificates, OcspFacts& facts) {
+    DerReader list(certificates);
+    for (std::size_t i = 0; i < kMaxCertificates && !list.at_end(); ++i) {
+        const Bytes encoded = list.take().whole;
+        try {
+            auto body = std::make_shared<const CertificateBody>(encoded);
+            if (is_reasonable(*body) && facts.names_responder(*body)) {
+                facts.responders.push_back(std::move(body));
+            }
+        } catch (const Fault&) {
+            continue;
+        }
+    }
+    ERR_clear_error();
+}
+
+} // namespace
+
+bool OcspFacts::names_responder(const X509* certificate) const {
+    const ASN1_BIT_STRING* key = X509_get0_pubkey_bitstr(certificate);
+    return key != nullptr &&
+           names(*basic, X509_get_subject_name(certificate),
+                 {ASN1_STRING_get0_data(key), static_cast<std::size_t>(ASN1_STRING_length(key))});
+}
+
+bool OcspFacts::names_responder(const CertificateBody& certificate) const {
+    const CERT_INFO& info = certificate.info();
+    const unsigned char* cursor = info.Subject.pbData;
+    const OpensslOwner<X509_NAME, X509_NAME_free> subject(
+        d2i_X509_NAME(nullptr, &cursor, static_cast<long>(info.Subject.cbData)));
+    const CRYPT_BIT_BLOB& key = info.SubjectPublicKeyInfo.PublicKey;
+    return subject && names(*basic, subject.get(), {key.pbData, key.cbData});
+}
+
+std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded) try {
+    const Bytes octets = basic_octets(encoded);
+    if (octets.empty()) {
+        return nullptr;
+    }
+    const BasicParts parts = parts_of(octets);
+    BasicOwner basic = parse(parts.without_certificates);
     const std::optional<FileTicks> made =
         basic ? ticks_of(OCSP_resp_get0_produced_at(basic.get())) : std::nullopt;
     if (!made || !is_understood(basic.get())) {
@@ -207,9 +243,11 @@ std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded) {
     }
     auto facts = std::make_shared<OcspFacts>();
     facts->produced_at = *made;
-    facts->certificates = certificates_of(basic.get());
     facts->basic = std::move(basic);
+    add_responders(parts.certificates, *facts);
     return facts;
+} catch (const Fault&) {
+    return nullptr;
 }
 
 bool is_about(const OcspFacts& answer, X509* certificate, X509* issuer) {

@@ -2,6 +2,7 @@
 // yet.
 #pragma once
 
+#include <basalt/certificate/certificate_body.h>
 #include <basalt/coding/der_reader.h>
 #include <basalt/coding/file_ticks.h>
 #include <basalt/coding/openssl_owner.h>
@@ -18,12 +19,15 @@ namespace basalt {
 using BasicOwner = OpensslOwner<OCSP_BASICRESP, OCSP_BASICRESP_free>;
 
 struct OcspFacts {
-    BasicOwner basic;
+    BasicOwner basic; // without the certificates
     FileTicks produced_at = 0;
-    std::vector<CertificateEntry> certificates; // that came with it, candidates for its signer
+    // What came with it and could be its signer's by name or key hash: candidates, which OpenSSL
+    // hasn't read yet.
+    std::vector<std::shared_ptr<const CertificateBody>> responders;
 
     // True when the responder's name or key hash is that certificate's.
     bool names_responder(const X509* certificate) const;
+    bool names_responder(const CertificateBody& certificate) const;
 };
 
 // Null for what can't be used: no successful basic answer, bytes behind it, an unknown critical

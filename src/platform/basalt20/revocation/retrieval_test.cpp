@@ -246,7 +246,8 @@ TEST(BudgetTest, SpendsByWeightAndNeverBeyondItsLimits) {
     limits.certificate_signatures = 12;
     limits.evidence_signatures = 21;
     limits.given_evidence_signatures = 10;
-    limits.judged_paths = limits.steps = limits.fetching_paths = 1;
+    limits.judged_paths = limits.steps = limits.fetching_paths = limits.given_responders = 1;
+    limits.responders = 2;
     Budget budget(limits);
     EXPECT_TRUE(budget.take_certificate_signature(p384.get()));
     EXPECT_FALSE(budget.take_certificate_signature(p384.get()));
@@ -257,6 +258,10 @@ TEST(BudgetTest, SpendsByWeightAndNeverBeyondItsLimits) {
     EXPECT_TRUE(budget.take_evidence_signature(p384.get(), false));
     EXPECT_TRUE(budget.take_evidence_signature(p256.get(), false));
     EXPECT_FALSE(budget.take_evidence_signature(p256.get(), false));
+    EXPECT_TRUE(budget.take_responder(true));
+    EXPECT_FALSE(budget.take_responder(true)) << "the share of what is given";
+    EXPECT_TRUE(budget.take_responder(false));
+    EXPECT_FALSE(budget.take_responder(false));
     EXPECT_TRUE(budget.take_judged_path() && budget.take_step() && budget.take_fetching_path());
     EXPECT_FALSE(budget.take_judged_path() || budget.take_step() || budget.take_fetching_path());
 }

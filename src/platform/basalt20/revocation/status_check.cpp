@@ -17,10 +17,17 @@ constexpr std::size_t kMostUnderWay = 4;
 StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index,
                                      const StatusQuestion& question) {
     const CertificateEntry& certificate = path[index];
-    const Key key{certificate.get(), path[index + 1].get(), path.back().get(), question.stamp_time,
-                  question.now,      question.is_signer,    question.may_fetch};
-    if (const auto known = findings_.find(key); known != findings_.end()) {
-        return known->second;
+    const auto key_when = [&](bool may_fetch) {
+        return Key{certificate.get(), path[index + 1].get(), path.back().get(), question.stamp_time,
+                   question.now,      question.is_signer,    may_fetch};
+    };
+    const Key key = key_when(question.may_fetch);
+    // What was found when the sources were asked holds for whoever may not ask them, too, and goes
+    // before what was found without them.
+    for (const Key& wanted : {key_when(true), key}) {
+        if (const auto known = findings_.find(wanted); known != findings_.end()) {
+            return known->second;
+        }
     }
     if (under_way_.size() >= kMostUnderWay || is_under_way(*certificate)) {
         StatusFinding finding;

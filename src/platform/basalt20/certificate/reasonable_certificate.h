@@ -1,0 +1,17 @@
+// What is known of a certificate before OpenSSL is asked: whether an honest authority could have
+// made it, or somebody who wants its reader to work for long. Pure, and cheap beside what it keeps
+// off.
+#pragma once
+
+#include <basalt/certificate/certificate_body.h>
+
+namespace basalt {
+
+inline constexpr int kMaxKeyBits = 8192;
+
+// False for one over 64 KiB, with a name over 4 KiB, an RSA modulus over kMaxKeyBits or an exponent
+// over 64 bits, and for a curve that is written out where its name should stand (RFC 5480, 2.1.1):
+// points on curves of one's own making can take OpenSSL tens of milliseconds to read.
+bool is_reasonable(const CertificateBody& certificate);
+
+} // namespace basalt
