@@ -20,6 +20,7 @@ struct ChainSettings {
     StrengthLevel strength = StrengthLevel::floor;
     std::optional<FileTicks> now; // nothing: the clock
     bool may_fetch = true;
+    bool given_only = false; // neither the cache nor the system store `CA` is looked at
     std::chrono::milliseconds fetching_time{15000};
     bool uses_system_stores = true;            // `CA` and `My` as candidates
     std::vector<std::shared_ptr<void>> stores; // candidates beside those of the question

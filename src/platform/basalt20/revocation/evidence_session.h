@@ -38,6 +38,10 @@ public:
     // that it isn't asked for again.
     std::map<std::string, std::deque<EvidenceItem>> fetched;
 
+    // What spoke for the signer of a list or answer that was accepted, where that signer has a
+    // status of its own.
+    std::map<const EvidenceItem*, std::vector<DecidingEvidence>> support;
+
 private:
     using Key = std::tuple<const X509Entry*, const X509Entry*, const X509Entry*, FileTicks,
                            FileTicks, bool, bool>;
