@@ -19,6 +19,7 @@ struct VerifyOptions {
     unsigned jobs = 0; // 0: as many as there are processors
     std::string report;
     bool force = false;
+    bool strict = false; // what is good but aged is refused
     TrustOptions trust;
 };
 
