@@ -8,7 +8,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "attach_command.h"
 #include "authenticode_command.h"
+#include "extend_command.h"
 #include "info_command.h"
 #include "policy_command.h"
 #include "renew_command.h"
@@ -149,6 +151,8 @@ void add_verify(CLI::App& app, Chosen& chosen) {
                              "what an evidence record is of is a list of hashes");
             command.add_flag("--files", options.files,
                              "compare the files of that list, too, as sha256sum -c does");
+            command.add_flag("--strict", options.strict,
+                             "refuse what rests on a certificate that has ended");
             cli::add_trust_options(command, options.trust);
         });
 }
@@ -240,6 +244,54 @@ void add_authenticode(CLI::App& app, Chosen& chosen) {
                 ->required();
             command.add_flag("--force", options.force, "overwrite what is there");
             command.add_flag("--no-verify", options.no_verify, "don't judge the server's chain");
+            cli::add_trust_options(command, options.trust);
+        });
+}
+
+void add_extend(CLI::App& app, Chosen& chosen) {
+    add_command<cli::ExtendOptions>(
+        app, chosen, "extend", "put chain, revocation lists and OCSP answers into stored stamps",
+        "Examples:\n"
+        "  chronoseal extend *.tsr                           in place; while their authority's "
+        "certificate is valid\n"
+        "  chronoseal verify report.pdf.tsr --offline        needs nothing else from then on",
+        cli::run_extend, [](CLI::App& command, cli::ExtendOptions& options) {
+            add_files(command, options.stamps,
+                      "responses or tokens, DER, PEM or Base64; - is standard input", "STAMP")
+                ->required();
+            cli::add_value(command, "--out", options.out,
+                           "where to write the stamp (default: in place)", "FILE");
+            command.add_flag("--force", options.force, "overwrite what is at --out");
+            cli::add_trust_options(command, options.trust);
+        });
+}
+
+void add_attach(CLI::App& app, Chosen& chosen) {
+    add_command<cli::AttachOptions>(
+        app, chosen, "attach", "stamp a CMS signature, and put the stamp into it",
+        "Examples:\n"
+        "  chronoseal attach contract.p7s --data contract.pdf --out stamped.p7s\n"
+        "  chronoseal attach contract.p7m --all --force        in place",
+        cli::run_attach, [](CLI::App& command, cli::AttachOptions& options) {
+            cli::add_value(command, "signature", options.file,
+                           "the signed message: DER, BER, PEM or S/MIME; - is standard input",
+                           "SIGNATURE")
+                ->required();
+            cli::add_value(command, "--out", options.out,
+                           "where to write the message (default: in place, by --force)", "FILE");
+            command.add_flag("--force", options.force, "overwrite what is there");
+            cli::add_value(command, "--data", options.data,
+                           "what a detached signature is over, to check it", "FILE");
+            command.add_option("--signer", options.signer, "stamp this signer, counted from 1")
+                ->type_name("N")
+                ->check(CLI::Range(1U, 1000000U));
+            command.add_flag("--all", options.all, "stamp each signer");
+            cli::add_value(command, "--attribute", options.attribute,
+                           "the unsigned attribute for the stamp (default: "
+                           "1.2.840.113549.1.9.16.2.14; Authenticode: 1.3.6.1.4.1.311.3.3.1)",
+                           "OID");
+            cli::add_request_options(command, options.request);
+            cli::add_authority_options(command, options.authority);
             cli::add_trust_options(command, options.trust);
         });
 }
@@ -423,6 +475,8 @@ int main(int argc, char** argv) {
     add_trust(app, chosen);
     add_doctor(app, chosen);
     add_authenticode(app, chosen);
+    add_extend(app, chosen);
+    add_attach(app, chosen);
     add_help(app, topic);
     try {
         refuse_empty_values(argc, argv);

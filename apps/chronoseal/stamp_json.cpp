@@ -114,6 +114,24 @@ Json link_json(const chronoseal::ChainLink& link) {
     return json;
 }
 
+Json optional_time(const std::optional<chronoseal::Time>& time) {
+    return time ? Json(chronoseal::utc_text(*time)) : Json(nullptr);
+}
+
+Json outlook_json(const chronoseal::Verdict& verdict) {
+    constexpr const char* kAges[] = {"fresh", "aged", "renewed"};
+    const chronoseal::Outlook& outlook = verdict.outlook;
+    const bool known = verdict.at(chronoseal::Check::chain).outcome == chronoseal::Outcome::passed;
+    return {
+        {"strength", known ? Json(kAges[static_cast<std::size_t>(outlook.age)]) : Json(nullptr)},
+        {"agedSince", optional_time(outlook.aged_since)},
+        {"renewBefore", optional_time(outlook.renew_before)},
+        {"renewReason", optional_text(outlook.renew_reason)},
+        {"evidenceUntil", optional_time(outlook.evidence_until)},
+        {"evidenceAgain", optional_time(outlook.evidence_again)},
+        {"evidenceStored", outlook.evidence_stored}};
+}
+
 } // namespace
 
 Json to_json(const std::vector<chronoseal::Remark>& remarks) {
@@ -146,6 +164,7 @@ Json to_json(const chronoseal::Verdict& verdict) {
     json["judgedAt"] =
         verdict.stamp.token ? Json(chronoseal::utc_text(verdict.judged_at)) : Json(nullptr);
     json["asOf"] = chronoseal::utc_text(verdict.as_of);
+    json.update(outlook_json(verdict));
     return json;
 }
 

@@ -167,6 +167,18 @@ std::string verdict_text(const chronoseal::Verdict& verdict, const Output& outpu
     return text;
 }
 
+std::string term_text(const chronoseal::Outlook& outlook) {
+    if (!outlook.evidence_stored) {
+        return "";
+    }
+    if (!outlook.evidence_until) {
+        return "; its evidence speaks for good";
+    }
+    return fmt::format(
+        "; its evidence speaks until {}{}", utc_text(*outlook.evidence_until),
+        outlook.evidence_again ? ", and again from " + utc_text(*outlook.evidence_again) : "");
+}
+
 std::string remarks_text(const std::vector<chronoseal::Remark>& remarks) {
     std::string text;
     for (const chronoseal::Remark& remark : remarks) {

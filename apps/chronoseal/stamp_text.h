@@ -19,6 +19,10 @@ std::string authority_text(const chronoseal::StampInfo& info);
 // The verdict check by check, with the chain and the evidence, for `-v`.
 std::string verdict_text(const chronoseal::Verdict& verdict, const Output& output);
 
+// Until when the evidence of revocation under a verdict speaks, to stand behind a sentence: "; its
+// evidence speaks until ...".
+std::string term_text(const chronoseal::Outlook& outlook);
+
 // Remarks of all findings, a line each, indented; empty if there are none.
 std::string remarks_text(const chronoseal::Verdict& verdict);
 std::string remarks_text(const std::vector<chronoseal::Remark>& remarks);

@@ -256,10 +256,12 @@ private:
 
     void add_verdict(const std::string& label, const Verdict& verdict, const std::string& compared,
                      Outcome& outcome) const {
-        if (verdict.good()) {
-            outcome.text += fmt::format("{}: {}, {} by {}, {}\n", label, output_.good("good"),
+        if (verdict.good() && options_.strict && verdict.outlook.age == chronoseal::Age::aged) {
+            refuse_aged(label, verdict, outcome);
+        } else if (verdict.good()) {
+            outcome.text += fmt::format("{}: {}, {} by {}, {}{}\n", label, output_.good("good"),
                                         chronoseal::utc_text(verdict.stamp.token->time),
-                                        authority_text(verdict), compared);
+                                        authority_text(verdict), compared, outlook_text(verdict));
         } else {
             const Error error = verdict.error();
             const char* word = verdict.indeterminate() ? "indeterminate" : "not good";
@@ -273,6 +275,25 @@ private:
             outcome.text += verdict_text(verdict, output_);
         }
         outcome.text += remarks_text(verdict);
+    }
+
+    static std::string outlook_text(const Verdict& verdict) {
+        const chronoseal::Outlook& outlook = verdict.outlook;
+        const bool ahead = outlook.renew_before && *outlook.renew_before > verdict.as_of;
+        return term_text(outlook) +
+               (ahead
+                    ? "; renew before " + chronoseal::utc_text(*outlook.renew_before).substr(0, 10)
+                    : "");
+    }
+
+    static void refuse_aged(const std::string& label, const Verdict& verdict, Outcome& outcome) {
+        outcome.status = worse(outcome.status, ExitStatus::refused);
+        outcome.error = Error(chronoseal::Category::refused, "aged", 0,
+                              fmt::format("{}: not good under --strict: it rests on a certificate "
+                                          "that ended at {}",
+                                          label, chronoseal::utc_text(*verdict.outlook.aged_since)),
+                              "renew stamps before their authority's certificate ends");
+        outcome.json["error"] = error_json(*outcome.error);
     }
 
     void fail(const std::string& file, const Error& error, Outcome& outcome) const {

@@ -21,6 +21,7 @@ struct VerifyOptions {
     bool force = false;
     bool manifest = false; // a record's data is a list of hashes
     bool files = false;    // of which the files are compared, too
+    bool strict = false; // what is good but aged is refused
     TrustOptions trust;
 };
 

@@ -5,6 +5,7 @@
 #include <array>
 
 #include <chronoseal/seal/der_element.h>
+#include <chronoseal/seal/smime.h>
 
 namespace chronoseal {
 
@@ -120,6 +121,12 @@ Unarmored unarmor(ByteView bytes) {
         if (auto decoded = decode_base64(text);
             decoded && std::to_integer<unsigned>(decoded->front()) == der_tag::kSequence) {
             return {Form::base64, {}, *std::move(decoded)};
+        }
+    }
+    if (const auto mail = der ? std::nullopt : find_smime(text)) {
+        auto decoded = decode_base64(mail->base64);
+        if (decoded && std::to_integer<unsigned>(decoded->front()) == der_tag::kSequence) {
+            return {Form::smime, {}, *std::move(decoded)};
         }
     }
     return {Form::binary, {}, Bytes(bytes.begin(), bytes.end())};

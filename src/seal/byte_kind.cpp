@@ -249,7 +249,7 @@ std::string_view kind_phrase(Kind kind) {
 std::string describe(Kind kind, Form form) {
     std::string text(words_of(kind).phrase);
     if (form != Form::binary) {
-        text += form == Form::pem ? " in PEM" : " in Base64";
+        text += form == Form::pem ? " in PEM" : form == Form::smime ? " in S/MIME" : " in Base64";
     }
     return text;
 }

@@ -100,10 +100,12 @@ ChainLink link_of(const CERT_CHAIN_ELEMENT& element) {
     link.certificate = certificate_info(element.pCertContext);
     link.faults = fault_words(element.TrustStatus.dwErrorStatus);
     link.revocation = state_of(element.pRevocationInfo);
-    if (element.pRevocationInfo != nullptr &&
-        element.pRevocationInfo->pvOidSpecificInfo != nullptr) {
-        link.evidence.push_back(evidence_of(*static_cast<const BASALT_REVOCATION_EVIDENCE*>(
-            element.pRevocationInfo->pvOidSpecificInfo)));
+    const auto* next = element.pRevocationInfo == nullptr
+                           ? nullptr
+                           : static_cast<const BASALT_REVOCATION_EVIDENCE*>(
+                                 element.pRevocationInfo->pvOidSpecificInfo);
+    for (; next != nullptr; next = next->pNext) {
+        link.evidence.push_back(evidence_of(*next));
     }
     return link;
 }
@@ -151,12 +153,13 @@ DWORD strength(Strength wanted) {
 
 } // namespace
 
-ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots) {
+ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots, Reach reach) {
     const FILETIME now = trust.as_of ? file_time_of(*trust.as_of) : FILETIME{};
     BASALT_CHAIN_ENGINE_CONFIG config{};
     config.Base.cbSize = sizeof config;
     config.Base.hExclusiveRoot = roots;
-    config.Base.dwFlags = trust.offline ? CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL : 0;
+    config.Base.dwFlags = (trust.offline ? CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL : 0) |
+                          (reach == Reach::given_only ? BASALT_CHAIN_GIVEN_ONLY : 0);
     config.dwRevocationMode = revocation_mode(trust.revocation);
     config.dwStrength = strength(trust.strength);
     config.pNow = trust.as_of ? &now : nullptr;

@@ -17,11 +17,14 @@ struct ChainJudgement {
     bool aged = false;            // some signature or key passes with a remark
 };
 
+// Where certificates and evidence may come from beside what is given.
+enum class Reach { everywhere, given_only };
+
 // Immutable; any number of threads may judge at once.
 class ChainEngine {
 public:
     // `roots` may be null: the machine's.
-    ChainEngine(const Trust& trust, HCERTSTORE roots);
+    ChainEngine(const Trust& trust, HCERTSTORE roots, Reach reach);
     ~ChainEngine();
     ChainEngine(const ChainEngine&) = delete;
     ChainEngine& operator=(const ChainEngine&) = delete;

@@ -389,6 +389,27 @@ struct ChainLink {
     std::vector<Evidence> evidence;
 };
 
+// What a good verdict rests on at the time by which it is judged.
+enum class Age {
+    fresh,  // certificates that are still valid
+    aged,   // one that has ended: whoever stole its key since then could have forged the stamp
+    renewed // a later stamp over this one, made in time
+};
+
+// How long a verdict holds, as far as that can be told. A plain value.
+struct Outlook {
+    Age age = Age::fresh;
+    std::optional<Time> aged_since; // when the first certificate of the chain ended
+    // When the first certificate below the root ends, or an algorithm in use is no longer to be
+    // relied on ([config.chronoseal.sunset]), whichever comes first; it may be past.
+    std::optional<Time> renew_before;
+    std::string renew_reason;
+    // Until when the evidence of revocation that was used speaks, absent: for good, or there is
+    // none; and from when it speaks again, absent: never. In between newer evidence is needed.
+    std::optional<Time> evidence_until, evidence_again;
+    bool evidence_stored = false; // all of it was at hand: in the stamp, or given
+};
+
 // What a verifier found. A plain value.
 struct CHRONOSEAL_API Verdict {
     // Nothing failed, and all that was required was done.
@@ -411,6 +432,7 @@ struct CHRONOSEAL_API Verdict {
     std::vector<ChainLink> chain;          // from the signer to the root, as far as it was built
     Time judged_at{};                      // the stamp's time, at which the chain is judged
     Time as_of{};                          // "now" of the judgement
+    Outlook outlook;                       // of a verdict for which a chain was found
 };
 
 // What a stamp is compared with.
@@ -448,6 +470,29 @@ private:
     class Impl;
     std::shared_ptr<const Impl> impl_;
 };
+
+// ---- Extending ----
+
+// A stamp with the evidence in it by which it can be judged offline.
+struct Extension {
+    Stamp stamp;     // response or token, as the one before; the same one if nothing was put in
+    Verdict verdict; // by what the stamp holds alone, the trusted roots given
+    std::size_t certificates = 0, revocation_lists = 0, ocsp_answers = 0; // put in
+    // "evidence_early": a list or an answer was made before the stamp, and so says less about it
+    // than one that is asked for later; "no_evidence": nothing speaks of a certificate.
+    std::vector<Remark> remarks = {};
+
+    bool changed() const { return certificates + revocation_lists + ocsp_answers != 0; }
+};
+
+// Judges the stamp, fetching what that takes, and puts the chain's certificates, revocation lists
+// and OCSP answers on which the judgement rests into the unsigned parts of its token; all else
+// stays octet for octet. Throws the verdict's error for a stamp that isn't good,
+// `revocation_off` (misuse) where revocation isn't looked at, and `extension_insufficient` if the
+// result can't be judged good by what it holds and the trusted roots alone. To be done while the
+// authority's certificate is valid, and before the stamp is renewed: whoever has stamped the token
+// has stamped its unsigned parts, too.
+CHRONOSEAL_API Extension extend(const Stamp& stamp, const Trust& trust = {});
 
 // ---- Asking ----
 
@@ -588,6 +633,46 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
+// ---- Stamps on signatures ----
+
+// The attributes by which a signature carries a stamp: RFC 3161's, and that of Authenticode.
+inline constexpr std::string_view kSignatureTimeStamp = "1.2.840.113549.1.9.16.2.14";
+inline constexpr std::string_view kAuthenticodeTimeStamp = "1.3.6.1.4.1.311.3.3.1";
+
+// A CMS signature (RFC 5652) by one or several signers, each of whom can have a stamp: over the
+// octets of the signature, in an unsigned attribute. What was signed, certificates, and the order
+// of signers stay octet for octet; countersignatures aren't stamped. Immutable; copies share their
+// content.
+class CHRONOSEAL_API CmsSignature {
+public:
+    // DER, BER, PEM, Base64 or S/MIME; indefinite lengths become definite. Throws
+    // `not_a_signature`, `is_a_stamp`, `no_signers`, `malformed`.
+    static CmsSignature read(ByteView bytes);
+
+    std::size_t signers() const noexcept;
+    // The content isn't there: neither in the message nor in the mail around it.
+    bool detached() const noexcept;
+    // What a stamp for this signer is over; signers count from 0. Throws `no_signer` (misuse).
+    Bytes value(std::size_t signer) const;
+    // The signature's arithmetic by the certificate that the signer names, which is looked for in
+    // the message and in `certificates`; no chain is judged. True if the content was compared;
+    // false if it isn't there, and the signature over the signed attributes fits. Throws
+    // `signature_bad`, `content_differs`, `signer_not_found`, `content_missing` where without the
+    // content nothing can be checked, and `content_twice`.
+    bool check(std::size_t signer, std::span<const Source> certificates = {},
+               std::optional<ByteView> content = std::nullopt) const;
+    // Throws `imprint_differs` if the stamp isn't over this signer's value.
+    CmsSignature with_stamp(std::size_t signer, const Stamp& stamp,
+                            std::string_view attribute = kSignatureTimeStamp) const;
+    // In the form that was read.
+    Bytes encoded() const;
+
+private:
+    struct Content;
+    explicit CmsSignature(std::shared_ptr<const Content> content) : content_(std::move(content)) {}
+    std::shared_ptr<const Content> content_;
+};
+
 // ---- What is this? ----
 
 enum class Kind {
@@ -618,7 +703,7 @@ enum class Kind {
 };
 CHRONOSEAL_API std::string_view kind_name(Kind kind) noexcept; // "revocation_list"
 
-enum class Form { binary, pem, base64 };
+enum class Form { binary, pem, base64, smime };
 
 // A stamp inside something else.
 struct Embedded {
@@ -645,6 +730,10 @@ struct Inspection {
 
 // Tells what the bytes are, by their content alone. Never throws for what they are.
 CHRONOSEAL_API Inspection inspect(ByteView bytes);
+
+// Other DER in the form in which `original` came: PEM with its label and what stands around it,
+// Base64, the mail, or as it is.
+CHRONOSEAL_API Bytes rewrap(ByteView original, ByteView der);
 
 // ---- The machine ----
 

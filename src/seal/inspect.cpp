@@ -9,8 +9,6 @@ namespace chronoseal {
 
 namespace {
 
-constexpr std::string_view kTimeStampToken = "1.2.840.113549.1.9.16.2.14";
-constexpr std::string_view kAuthenticodeTimeStamp = "1.3.6.1.4.1.311.3.3.1";
 constexpr std::string_view kNestedSignature = "1.3.6.1.4.1.311.2.4.1";
 constexpr std::string_view kCountersignature = "1.2.840.113549.1.9.6";
 
@@ -41,7 +39,8 @@ private:
             const std::string here = place + ", attribute " + attribute.oid;
             result_.countersignature |= attribute.oid == kCountersignature;
             for (const Bytes& value : attribute.values) {
-                if (attribute.oid == kTimeStampToken || attribute.oid == kAuthenticodeTimeStamp) {
+                if (attribute.oid == kSignatureTimeStamp ||
+                    attribute.oid == kAuthenticodeTimeStamp) {
                     add(value, signature.value, attribute.oid, here, depth);
                 } else if (attribute.oid == kNestedSignature && depth < kMostDepth) {
                     search(value, here + ", ", depth + 1);

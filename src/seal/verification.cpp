@@ -98,11 +98,11 @@ std::string_view check_name(Check check) noexcept {
     return kCheckNames[static_cast<std::size_t>(check)];
 }
 
-TrustInForce::TrustInForce(const Trust& trust)
+TrustInForce::TrustInForce(const Trust& trust, Reach reached)
     : revocation(mode_in_force(trust.revocation)), strength(strength_in_force(trust.strength)),
       as_of(trust.as_of), extra(filled({&trust.certificates, &trust.evidence})),
       roots(filled({&trust.roots})), own_roots(!trust.roots.empty()),
-      engine(trust, own_roots ? roots.get() : nullptr) {}
+      reach(reached), engine(trust, own_roots ? roots.get() : nullptr, reached) {}
 
 Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected)
     : trust_(trust), stamp_(StampAccess::of(stamp)), expected_(expected) {
@@ -281,13 +281,15 @@ void Verification::check_content_type() {
 void Verification::find_signer_certificate() {
     ATL2::CCertStore address_book;
     std::vector<const ATL2::CCertStore*> stores{&own_, &trust_.extra};
-    try {
-        address_book.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0,
-                          CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,
-                          L"AddressBook");
-        stores.push_back(&address_book);
-    } catch (const ATL::CAtlException&) {
-        // A user without stores.
+    if (trust_.reach == Reach::everywhere) {
+        try {
+            address_book.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0,
+                              CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,
+                              L"AddressBook");
+            stores.push_back(&address_book);
+        } catch (const ATL::CAtlException&) {
+            // A user without stores.
+        }
     }
     SignerSearch search = find_signer(message_, stores);
     if (search.certificate) {

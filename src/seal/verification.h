@@ -12,7 +12,7 @@ namespace chronoseal {
 
 // What a verifier has made of its Trust. Immutable.
 struct TrustInForce {
-    explicit TrustInForce(const Trust& trust);
+    explicit TrustInForce(const Trust& trust, Reach reach = Reach::everywhere);
 
     Revocation revocation; // never as_configured
     Strength strength;     // the same
@@ -20,6 +20,7 @@ struct TrustInForce {
     ATL2::CCertStore extra; // certificates and evidence
     ATL2::CCertStore roots; // in use only with `own_roots`
     bool own_roots;
+    Reach reach;
     ChainEngine engine;
 };
 
@@ -62,6 +63,8 @@ private:
     void check_usage(const ChainJudgement& judgement);
     void check_revocation(const ChainJudgement& judgement);
     void check_strength(const ChainJudgement& judgement);
+    void look_ahead();
+    void advise_on_evidence(Finding& revocation) const;
     void remark_weakness(std::string_view word, std::string_view where, const AlgorithmInfo& what);
 
     const TrustInForce& trust_;

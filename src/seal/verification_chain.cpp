@@ -5,6 +5,7 @@
 #include <basalt/error_codes.h>
 #include <chronoseal/seal/certificate_info.h>
 #include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/outlook.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/verification.h>
 
@@ -102,6 +103,41 @@ void Verification::judge_chain() {
     check_usage(judgement);
     check_revocation(judgement);
     check_strength(judgement);
+    look_ahead();
+}
+
+void Verification::look_ahead() {
+    if (!passed(Check::chain)) {
+        return;
+    }
+    verdict_.outlook = outlook_of(verdict_);
+    if (auto remark = aged_remark(verdict_.outlook)) {
+        finding(Check::chain).remarks.push_back(*std::move(remark));
+    }
+    auto& remarks = finding(Check::strength).remarks;
+    for (Remark& remark : sunset_remarks(verdict_)) {
+        remarks.push_back(std::move(remark));
+    }
+    Finding& revocation = finding(Check::revocation);
+    if (revocation.outcome == Outcome::not_done && revocation.required) {
+        advise_on_evidence(revocation);
+    }
+}
+
+// What would have been needed, and when.
+void Verification::advise_on_evidence(Finding& revocation) const {
+    const Outlook& outlook = verdict_.outlook;
+    if (outlook.evidence_until) {
+        revocation.text +=
+            "; the evidence at hand spoke until " + utc_text(*outlook.evidence_until);
+        if (outlook.evidence_again) {
+            revocation.text += ", and speaks again from " + utc_text(*outlook.evidence_again);
+        }
+    }
+    if (outlook.age == Age::aged) {
+        revocation.advice = "extend stamps before their authority's certificate ends, by evidence "
+                            "made after the stamp; --revocation available judges without it";
+    }
 }
 
 void Verification::check_chain(const ChainJudgement& judgement) {

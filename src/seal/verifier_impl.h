@@ -7,10 +7,9 @@ namespace chronoseal {
 
 class Verifier::Impl {
 public:
-    explicit Impl(const Trust& trust) : trust_(trust) {}
+    explicit Impl(const Trust& trust, Reach reach = Reach::everywhere) : trust_(trust, reach) {}
 
     Verdict verify(const Stamp& stamp, const Expected& expected, Leniency leniency) const;
-
 private:
     TrustInForce trust_;
 };

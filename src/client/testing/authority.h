@@ -7,6 +7,7 @@
 
 #include <openssl/cms.h>
 #include <openssl/err.h>
+#include <openssl/ocsp.h>
 #include <openssl/ts.h>
 #include <openssl/x509v3.h>
 
@@ -146,8 +147,9 @@ struct Signing {
 
 class Authority {
 public:
-    // Validity of the signer as GeneralizedTime.
-    explicit Authority(const char* from = "20200101000000Z", const char* to = "20491231000000Z")
+    // Validity of the signer as GeneralizedTime; with an address of lists its certificate names it.
+    explicit Authority(const char* from = "20200101000000Z", const char* to = "20491231000000Z",
+                       const std::string& lists = {})
         : root_key_(EVP_EC_gen("P-256"), &EVP_PKEY_free), key_(EVP_EC_gen("P-256"), &EVP_PKEY_free),
           root_(X509_new(), &X509_free), signer_(X509_new(), &X509_free) {
         fill(root_.get(), root_key_.get(), root_name_.c_str(), 1, "20200101000000Z",
@@ -157,6 +159,9 @@ public:
         X509_sign(root_.get(), root_key_.get(), EVP_sha256());
         fill(signer_.get(), key_.get(), "Test Authority", 77, from, to);
         extend(signer_.get(), NID_ext_key_usage, "critical,timeStamping");
+        if (!lists.empty()) {
+            extend(signer_.get(), NID_crl_distribution_points, ("URI:" + lists).c_str());
+        }
         X509_sign(signer_.get(), root_key_.get(), EVP_sha256());
     }
 
@@ -235,6 +240,32 @@ public:
         }
         X509_CRL_sign(crl.get(), root_key_.get(), EVP_sha256());
         return der(crl.get(), &i2d_X509_CRL);
+    }
+
+    // An OCSPResponse of the root's about the signer, by the same arguments.
+    std::string status_answer(const std::string& revoked, int reason, const char* from,
+                              const char* to) const {
+        using Time = std::unique_ptr<ASN1_GENERALIZEDTIME, decltype(&ASN1_GENERALIZEDTIME_free)>;
+        const auto time = [](const std::string& text) {
+            Time made(text.empty() ? nullptr : ASN1_GENERALIZEDTIME_new(),
+                      &ASN1_GENERALIZEDTIME_free);
+            if (made) {
+                ASN1_GENERALIZEDTIME_set_string(made.get(), text.c_str());
+            }
+            return made;
+        };
+        const std::unique_ptr<OCSP_BASICRESP, decltype(&OCSP_BASICRESP_free)> basic(
+            OCSP_BASICRESP_new(), &OCSP_BASICRESP_free);
+        const std::unique_ptr<OCSP_CERTID, decltype(&OCSP_CERTID_free)> id(
+            OCSP_cert_to_id(EVP_sha1(), signer_.get(), root_.get()), &OCSP_CERTID_free);
+        OCSP_basic_add1_status(basic.get(), id.get(),
+                               revoked.empty() ? V_OCSP_CERTSTATUS_GOOD : V_OCSP_CERTSTATUS_REVOKED,
+                               reason, time(revoked).get(), time(from).get(), time(to).get());
+        OCSP_basic_sign(basic.get(), root_.get(), root_key_.get(), EVP_sha256(), nullptr, 0);
+        const std::unique_ptr<OCSP_RESPONSE, decltype(&OCSP_RESPONSE_free)> response(
+            OCSP_response_create(OCSP_RESPONSE_STATUS_SUCCESSFUL, basic.get()),
+            &OCSP_RESPONSE_free);
+        return der(response.get(), &i2d_OCSP_RESPONSE);
     }
 
 private:

@@ -82,12 +82,10 @@ Chain::Chain(ChainSettings settings, const ChainRequest& request)
     session_ = std::make_unique<ChainSession>(std::move(settings), std::move(question));
 }
 
-void Chain::fill_evidence(const StatusFinding& finding, Record& record) {
-    if (finding.evidence.empty()) {
-        return;
-    }
-    const DecidingEvidence& decided = finding.evidence.front();
-    BASALT_REVOCATION_EVIDENCE& evidence = record.evidence;
+namespace {
+
+BASALT_REVOCATION_EVIDENCE record_of(const DecidingEvidence& decided) {
+    BASALT_REVOCATION_EVIDENCE evidence{};
     evidence.cbSize = sizeof evidence;
     evidence.dwKind =
         decided.kind == EvidenceKind::crl ? BASALT_EVIDENCE_CRL : BASALT_EVIDENCE_OCSP;
@@ -104,19 +102,36 @@ void Chain::fill_evidence(const StatusFinding& finding, Record& record) {
     }
     evidence.ftThisUpdate = file_time_of(decided.this_update);
     evidence.ftNextUpdate = file_time_of(decided.next_update.value_or(0));
-    evidence.ftRevoked = file_time_of(finding.revoked_at);
-    evidence.dwReason = finding.reason ? static_cast<DWORD>(*finding.reason) : BASALT_REASON_NONE;
+    evidence.dwReason = BASALT_REASON_NONE;
     if (decided.encoded) {
         evidence.cbEncoded = static_cast<DWORD>(decided.encoded->size());
         evidence.pbEncoded = const_cast<BYTE*>(decided.encoded->data());
     }
     evidence.pszUrl = decided.url.empty() ? nullptr : decided.url.c_str();
-    record.revocation.pvOidSpecificInfo = &evidence;
+    return evidence;
+}
+
+} // namespace
+
+void Chain::fill_evidence(const StatusFinding& finding, Record& record) {
+    if (finding.evidence.empty()) {
+        return;
+    }
+    for (const DecidingEvidence& decided : finding.evidence) {
+        record.evidence.push_back(record_of(decided));
+    }
+    for (std::size_t i = 0; i + 1 < record.evidence.size(); ++i) {
+        record.evidence[i].pNext = &record.evidence[i + 1];
+    }
+    BASALT_REVOCATION_EVIDENCE& first = record.evidence.front();
+    first.ftRevoked = file_time_of(finding.revoked_at);
+    first.dwReason = finding.reason ? static_cast<DWORD>(*finding.reason) : BASALT_REASON_NONE;
+    record.revocation.pvOidSpecificInfo = &first;
+    const FileTicks made = finding.evidence.front().this_update;
     const FileTicks now = session_->now();
-    if (decided.this_update <= now) {
+    if (made <= now) {
         record.revocation.fHasFreshnessTime = TRUE;
-        record.revocation.dwFreshnessTime =
-            static_cast<DWORD>((now - decided.this_update) / kTicksPerSecond);
+        record.revocation.dwFreshnessTime = static_cast<DWORD>((now - made) / kTicksPerSecond);
     }
 }
 

@@ -47,7 +47,7 @@ private:
         CertificateReference certificate;
         CERT_CHAIN_ELEMENT element{};
         CERT_REVOCATION_INFO revocation{};
-        BASALT_REVOCATION_EVIDENCE evidence{};
+        std::vector<BASALT_REVOCATION_EVIDENCE> evidence;
     };
 
     void fill_records();

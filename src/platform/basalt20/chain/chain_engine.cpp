@@ -14,6 +14,7 @@ struct Engine {
     std::optional<StrengthLevel> strength;
     std::optional<FileTicks> now;
     bool may_fetch = true;
+    bool given_only = false;
     std::chrono::milliseconds fetching_time{15000};
     bool uses_system_stores = true;
     std::vector<std::shared_ptr<void>> stores;
@@ -53,7 +54,8 @@ void read_published(const CERT_CHAIN_ENGINE_CONFIG& config, Engine& engine) {
     require(config.hRestrictedRoot == nullptr && config.hRestrictedTrust == nullptr &&
             config.MaximumCachedCertificates == 0 && config.CycleDetectionModulus == 0 &&
             config.hExclusiveTrustedPeople == nullptr && config.dwExclusiveFlags == 0 &&
-            (config.dwFlags & ~CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL) == 0);
+            (config.dwFlags & ~(CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | BASALT_CHAIN_GIVEN_ONLY)) ==
+                0);
     if (config.hExclusiveRoot != nullptr) {
         const std::shared_ptr<void> root = shared_store(config.hExclusiveRoot);
         engine.anchors = std::make_shared<const TrustAnchors>(root.get());
@@ -66,7 +68,10 @@ void read_published(const CERT_CHAIN_ENGINE_CONFIG& config, Engine& engine) {
     for (DWORD i = 0; i < config.cAdditionalStore; ++i) {
         engine.stores.push_back(shared_store(config.rghAdditionalStore[i]));
     }
-    engine.may_fetch = (config.dwFlags & CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL) == 0;
+    engine.given_only = (config.dwFlags & BASALT_CHAIN_GIVEN_ONLY) != 0;
+    engine.may_fetch =
+        !engine.given_only && (config.dwFlags & CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL) == 0;
+    engine.uses_system_stores = engine.uses_system_stores && !engine.given_only;
     if (config.dwUrlRetrievalTimeout != 0) {
         engine.fetching_time =
             std::min(engine.fetching_time, std::chrono::milliseconds(config.dwUrlRetrievalTimeout));
@@ -117,6 +122,7 @@ ChainSettings settings_of(HCERTCHAINENGINE handle) {
     settings.now = engine.now;
     settings.may_fetch = engine.may_fetch;
     settings.issuers = configured_issuer_reach();
+    settings.given_only = engine.given_only;
     settings.fetching_time = engine.fetching_time;
     settings.uses_system_stores = engine.uses_system_stores;
     settings.stores = std::move(engine.stores);

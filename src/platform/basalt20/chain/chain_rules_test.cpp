@@ -311,6 +311,30 @@ TEST_F(ChainRulesTest, TheEvidenceThatDecidedAndALaterRevocationAreTold) {
     EXPECT_EQ(evidence->pszUrl, nullptr);
 }
 
+// Whoever keeps the evidence for later needs all of it: here a base with its delta.
+TEST_F(ChainRulesTest, AllThatTheJudgementNeededIsTold) {
+    Setting setting = setting_;
+    setting.revocation = BASALT_REVOCATION_REQUIRE;
+    setting.flags = BASALT_CHAIN_GIVEN_ONLY;
+    setting.now = ticks_at(10);
+    const std::string base = make_list({middle_.get(), 1, 9, {}, "2.5.29.20=ASN1:INTEGER:5"});
+    const std::string delta = make_list(
+        {middle_.get(), 8, 100, {}, "2.5.29.20=ASN1:INTEGER:7\n2.5.29.27=critical,ASN1:INTEGER:5"});
+    const ChainReference chain =
+        build(make_engine(setting), {encoded(stamper_.get()),
+                                     {encoded(middle_.get())},
+                                     {base, delta, make_list({root_.get(), -1, 100})}});
+    EXPECT_EQ(stamp_verdict(chain), 0U);
+    const CERT_REVOCATION_INFO* info = chain->rgpChain[0]->rgpElement[0]->pRevocationInfo;
+    ASSERT_NE(info, nullptr);
+    std::vector<std::string> told;
+    const auto* evidence = static_cast<const BASALT_REVOCATION_EVIDENCE*>(info->pvOidSpecificInfo);
+    for (; evidence != nullptr; evidence = evidence->pNext) {
+        told.emplace_back(reinterpret_cast<char*>(evidence->pbEncoded), evidence->cbEncoded);
+    }
+    EXPECT_EQ(told, (std::vector<std::string>{delta, base}));
+}
+
 TEST_F(ChainRulesTest, OnlyWhatEndedInAnAnchorIsKeptPrepared) {
     const std::size_t before = kept_x509_bytes();
     const auto strange_root = make_party({"strange root", nullptr, kAuthority});

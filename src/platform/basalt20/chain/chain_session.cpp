@@ -97,7 +97,7 @@ ChainSession::ChainSession(ChainSettings settings, SessionRequest request)
         pool_.add_store(store.get(), PoolSource::machine);
         evidence.push_back(store.get());
     }
-    if (request_.revocation != RevocationScope::none) {
+    if (request_.revocation != RevocationScope::none && !settings_.given_only) {
         authorities_ = open_system_store("CA");
         evidence.push_back(authorities_.get());
     }
@@ -159,7 +159,8 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
         found = ask_network(question);
     }
     // Only where the way up lacks a certificate: what ends in an unknown root lacks none.
-    while (!found && !reached_anchor_ && !is_self_signed(*longest_.back()) &&
+    while (!found && !settings_.given_only && !reached_anchor_ &&
+           !is_self_signed(*longest_.back()) &&
            issuers_.fetch_for(dead_ends_,
                               request_.may_fetch ? settings_.issuers : IssuerReach::none)) {
         found = search(question);
@@ -261,8 +262,8 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
                                     bool may_fetch) {
     const Path path = path_of_judgement(judgement);
     const CertificatePath entries = entries_of(path);
-    StatusQuestion status{question.at, question.now, settings_.revocation,
-                          false,       may_fetch,    settings_.strength};
+    StatusQuestion status{question.at, question.now,       settings_.revocation,   false,
+                          may_fetch,   settings_.strength, !settings_.given_only};
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
         if (!checks(judgement, i)) {
             continue;

@@ -22,6 +22,7 @@ struct ChainSettings {
     std::optional<FileTicks> now; // nothing: the clock
     bool may_fetch = true;
     IssuerReach issuers = IssuerReach::outside;
+    bool given_only = false; // neither the cache nor the system store `CA` is looked at
     std::chrono::milliseconds fetching_time{15000};
     bool uses_system_stores = true;            // `CA` and `My` as candidates
     std::vector<std::shared_ptr<void>> stores; // candidates beside those of the question

@@ -235,34 +235,40 @@ void give_parameter(const Message& message, DWORD type, DWORD index, void* data,
     }
 }
 
-void verify(const Message& message, DWORD index, const PublicKey& key) {
-    verify_signer(message.signer(index), message.parsed().content_type(), message.content(), key);
+enum class Extent { whole, attributes };
+
+void verify(const Message& message, DWORD index, const PublicKey& key, Extent extent) {
+    const SignerInfo& signer = message.signer(index);
+    if (extent == Extent::attributes) {
+        return verify_attributes(signer, key);
+    }
+    verify_signer(signer, message.parsed().content_type(), message.content(), key);
 }
 
 void verify_named_signer(const Message& message, const CERT_INFO& info) {
     const auto count = static_cast<DWORD>(message.signed_data().signers().size());
     for (DWORD index = 0; index < count; ++index) {
         if (names_certificate(message.signer(index), info)) {
-            return verify(message, index, *public_key_of(info.SubjectPublicKeyInfo));
+            return verify(message, index, *public_key_of(info.SubjectPublicKeyInfo), Extent::whole);
         }
     }
     fail(CRYPT_E_SIGNER_NOT_FOUND);
 }
 
-void verify_signer_by_index(const Message& message,
-                            const CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA& para) {
+void verify_signer_by_index(const Message& message, const CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA& para,
+                            Extent extent) {
     require(para.cbSize >= sizeof(para) && para.pvSigner != nullptr);
     const SignerInfo& signer = message.signer(para.dwSignerIndex);
     if (para.dwSignerType == CMSG_VERIFY_SIGNER_PUBKEY) {
         const auto* info = static_cast<const CERT_PUBLIC_KEY_INFO*>(para.pvSigner);
-        return verify(message, para.dwSignerIndex, *public_key_of(*info));
+        return verify(message, para.dwSignerIndex, *public_key_of(*info), extent);
     }
     require(para.dwSignerType == CMSG_VERIFY_SIGNER_CERT);
     const auto* context = static_cast<PCCERT_CONTEXT>(para.pvSigner);
     require(names_certificate(signer, *context->pCertInfo), CRYPT_E_SIGNER_NOT_FOUND);
     const auto entry = x509_of(context);
     require(entry->key != nullptr, NTE_BAD_PUBLIC_KEY);
-    verify(message, para.dwSignerIndex, *entry->key);
+    verify(message, para.dwSignerIndex, *entry->key, extent);
 }
 
 void control(const Message& message, DWORD type, const void* para) {
@@ -273,7 +279,12 @@ void control(const Message& message, DWORD type, const void* para) {
     case CMSG_CTRL_VERIFY_SIGNATURE_EX:
         require(para != nullptr);
         return verify_signer_by_index(
-            message, *static_cast<const CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA*>(para));
+            message, *static_cast<const CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA*>(para), Extent::whole);
+    case BASALT_CTRL_VERIFY_ATTRIBUTES:
+        require(para != nullptr);
+        return verify_signer_by_index(message,
+                                      *static_cast<const CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA*>(para),
+                                      Extent::attributes);
     case CMSG_CTRL_VERIFY_HASH:
         return verify_content_digest(message.signer(0), message.content());
     default:

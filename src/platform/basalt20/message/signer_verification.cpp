@@ -133,6 +133,13 @@ void verify_signer(const SignerInfo& signer, Bytes content_type, Bytes content,
     require_strength(signer, scheme, key);
 }
 
+void verify_attributes(const SignerInfo& signer, const PublicKey& key) {
+    require(signer.signed_attributes.tag != 0, CRYPT_E_AUTH_ATTR_MISSING);
+    const SignatureScheme scheme = scheme_of(signer.signature_algorithm, signer.digest_algorithm);
+    require(attributes_signature_fits(signer, key, scheme), NTE_BAD_SIGNATURE);
+    require_strength(signer, scheme, key);
+}
+
 bool names_certificate(const SignerInfo& signer, const CERT_INFO& info) {
     if (!signer.by_key_identifier) {
         return same_serial(signer.serial_number, info.SerialNumber) &&

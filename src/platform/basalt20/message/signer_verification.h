@@ -12,6 +12,9 @@ namespace basalt {
 void verify_signer(const SignerInfo& signer, Bytes content_type, Bytes content,
                    const PublicKey& key);
 
+/// The signature over the signed attributes alone, whatever they say of the content.
+void verify_attributes(const SignerInfo& signer, const PublicKey& key);
+
 /// The content digest alone, against the signer's messageDigest.
 void verify_content_digest(const SignerInfo& signer, Bytes content);
 

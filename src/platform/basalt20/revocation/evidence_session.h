@@ -41,6 +41,9 @@ public:
     // The certificates of responders that OpenSSL has read, null for those that it can't; the
     // answers that they came with live as long.
     std::map<const CertificateBody*, CertificateEntry> responders;
+    // What spoke for the signer of a list or answer that was accepted, where that signer has a
+    // status of its own.
+    std::map<const EvidenceItem*, std::vector<DecidingEvidence>> support;
 
 private:
     using Key = std::tuple<const X509Entry*, const X509Entry*, const X509Entry*, FileTicks,

@@ -109,7 +109,7 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item, const Certifica
         CertificatePath path{responder};
         path.insert(path.end(), above.begin(), above.end());
         const StatusQuestion question = question_about_signer(item.answer->produced_at);
-        if (passes(session_.judge(path, 0, question), question.mode)) {
+        if (passes_with_support(item, path, 0, question)) {
             return true;
         }
     }
@@ -139,7 +139,7 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
         }
         const FileTicks at = made_at(item);
         const CertificatePath path = session_.paths.path_of(other, path_.back(), at);
-        if (!path.empty() && is_in_good_standing(path, at) &&
+        if (!path.empty() && is_in_good_standing(item, path, at) &&
             (item.list || has_signed_answer(item, other, path))) {
             return true;
         }
@@ -147,15 +147,26 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
     return false;
 }
 
+bool EvidenceSigner::passes_with_support(const EvidenceItem& item, CertificatePathView path,
+                                         std::size_t index, const StatusQuestion& question) {
+    const StatusFinding finding = session_.judge(path, index, question);
+    if (!passes(finding, question.mode)) {
+        return false;
+    }
+    std::vector<DecidingEvidence>& support = session_.support[&item];
+    support.insert(support.end(), finding.evidence.begin(), finding.evidence.end());
+    return true;
+}
+
 // Those that are above the certificate on its own path, too, are judged there.
-bool EvidenceSigner::is_in_good_standing(CertificatePathView path, FileTicks at) {
+bool EvidenceSigner::is_in_good_standing(const EvidenceItem& item, CertificatePathView path,
+                                         FileTicks at) {
     const StatusQuestion question = question_about_signer(at);
     for (std::size_t i = 0; i + 1 < path.size(); ++i) {
         if (is_above(*path[i])) {
             continue;
         }
-        if (session_.is_under_way(*path[i]) ||
-            !passes(session_.judge(path, i, question), question.mode)) {
+        if (session_.is_under_way(*path[i]) || !passes_with_support(item, path, i, question)) {
             return false;
         }
     }

@@ -28,7 +28,10 @@ private:
     bool is_delegate(const EvidenceItem& item, const X509Entry& responder,
                      const X509Entry& authority);
     CertificateEntry prepared(const CertificateBody& responder, bool given);
-    bool is_in_good_standing(CertificatePathView path, FileTicks at);
+    bool is_in_good_standing(const EvidenceItem& item, CertificatePathView path, FileTicks at);
+    // Whether path[index] passes; what spoke for it is kept with the item that hangs on it.
+    bool passes_with_support(const EvidenceItem& item, CertificatePathView path, std::size_t index,
+                             const StatusQuestion& question);
     bool is_above(const X509Entry& certificate) const;
     StatusQuestion question_about_signer(FileTicks at) const;
     const CertificateEntry& issuer() const { return path_[index_ + 1]; }

@@ -87,7 +87,8 @@ Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t
 }
 
 StatusFinding Inquiry::run() {
-    static_cast<void>(ask_given() || ask_cache() || (question_.may_fetch && ask_network()));
+    static_cast<void>(ask_given() || (question_.may_use_cache && ask_cache()) ||
+                      (question_.may_fetch && ask_network()));
     ERR_clear_error();
     return finding();
 }
@@ -311,6 +312,18 @@ DecidingEvidence Inquiry::deciding_evidence(const EvidenceItem& item, const Stat
     return evidence;
 }
 
+// Behind what decided, so that the first one is still that.
+void Inquiry::add_support(StatusFinding& finding) const {
+    for (const std::size_t index : ruling_.deciding) {
+        for (const EvidenceItem* item : origins_[index]) {
+            if (const auto found = session_.support.find(item); found != session_.support.end()) {
+                finding.evidence.insert(finding.evidence.end(), found->second.begin(),
+                                        found->second.end());
+            }
+        }
+    }
+}
+
 StatusFinding Inquiry::finding() const {
     StatusFinding finding;
     finding.standing = ruling_.standing;
@@ -327,6 +340,7 @@ StatusFinding Inquiry::finding() const {
         }
     }
     if (ruling_.standing != Standing::unknown) {
+        add_support(finding);
         return finding;
     }
     if (session_.signatures.exhausted()) {

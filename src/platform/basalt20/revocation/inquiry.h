@@ -39,6 +39,7 @@ private:
     const List* newest_delta_of(const List& base) const;
     bool decide();
     StatusFinding finding() const;
+    void add_support(StatusFinding& finding) const;
     DecidingEvidence deciding_evidence(const EvidenceItem& item, const Statement& of) const;
     std::string key_of(EvidenceKind kind, const std::string& url) const;
 

@@ -40,7 +40,7 @@ struct StatusFinding {
     bool revoked_later = false;
     UnknownCause cause = UnknownCause::no_source;
     // What decided; of an unknown one, the newest that was looked at. Several when good takes
-    // several lists, or a delta and its base, together.
+    // several lists, or a delta and its base, together; behind these what spoke for their signers.
     std::vector<DecidingEvidence> evidence;
 
     // The key is in strange hands: no other path through it is good either.
@@ -59,6 +59,7 @@ struct StatusQuestion {
     bool is_signer = false; // element 0 of a time-stamp: a revocation without reason voids it
     bool may_fetch = false; // else stores and cache alone
     StrengthLevel strength = StrengthLevel::floor; // of what signs lists and answers
+    bool may_use_cache = true;
 };
 
 class StatusCheck {

@@ -37,6 +37,8 @@ inline const HCERTCHAINENGINE HCCE_LOCAL_MACHINE = reinterpret_cast<HCERTCHAINEN
 /// of BasaltSetTrustAnchors. `hRestrictedOther`: the candidates, in the place of the system stores
 /// `CA` and `My`. `rghAdditionalStore`: more candidates. The flag
 /// CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL in `dwFlags` keeps all chains of the engine off the network.
+/// BASALT_CHAIN_GIVEN_ONLY there leaves the system stores `CA` and `My` and the cache of fetched
+/// objects aside as well: then nothing counts but anchors and what the caller gives.
 /// `dwUrlRetrievalTimeout`: milliseconds for all fetching of a chain, 0 for 15,000, which is also
 /// the most. The other fields must be null or 0: E_INVALIDARG, so that nothing that was asked for
 /// is silently left out.
@@ -116,6 +118,9 @@ typedef struct _BASALT_CHAIN_PARA {
     CERT_USAGE_MATCH RequestedIssuancePolicy;
 } BASALT_CHAIN_PARA;
 
+/// A flag of CERT_CHAIN_ENGINE_CONFIG, an extension of this surface.
+inline constexpr DWORD BASALT_CHAIN_GIVEN_ONLY = 0x40000000;
+
 // Flags of CertGetCertificateChain. Without one of the three revocation flags no revocation is
 // looked at.
 inline constexpr DWORD CERT_CHAIN_CACHE_END_CERT = 0x00000001;
@@ -180,6 +185,8 @@ inline constexpr DWORD BASALT_EVIDENCE_FROM_NETWORK = 3;
 /// An extension of this surface: the list or answer that decided on a certificate. Times that
 /// aren't told are zero. `dwReason` is the number of RFC 5280, 5.3.1, for a revoked certificate;
 /// BASALT_REASON_NONE where none is told. `pszUrl` is where it was fetched from, null for a store.
+/// `pNext` is another one that the judgement needed, or null: the base of a delta, a list for other
+/// reasons, and what speaks of the signer of one before it; that one's revocation times are zero.
 /// All belongs to the chain.
 inline constexpr DWORD BASALT_REASON_NONE = 0xFFFFFFFF;
 typedef struct _BASALT_REVOCATION_EVIDENCE {
@@ -193,6 +200,7 @@ typedef struct _BASALT_REVOCATION_EVIDENCE {
     DWORD cbEncoded;
     BYTE* pbEncoded;
     LPCSTR pszUrl;
+    const struct _BASALT_REVOCATION_EVIDENCE* pNext;
 } BASALT_REVOCATION_EVIDENCE, *PBASALT_REVOCATION_EVIDENCE;
 
 /// `dwRevocationResult`: 0 good, CRYPT_E_REVOKED, CRYPT_E_REVOCATION_OFFLINE when no source that is

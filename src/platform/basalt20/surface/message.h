@@ -58,6 +58,10 @@ inline constexpr DWORD CMSG_CMS_SIGNER_INFO_PARAM = 39; // CMSG_CMS_SIGNER_INFO;
 inline constexpr DWORD CMSG_CTRL_VERIFY_SIGNATURE = 1; // CERT_INFO
 inline constexpr DWORD CMSG_CTRL_VERIFY_HASH = 5; // not used: messageDigest of the first signer
 inline constexpr DWORD CMSG_CTRL_VERIFY_SIGNATURE_EX = 19; // CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA
+/// An extension of this surface: the signature over the signed attributes alone, for a detached
+/// message whose content isn't at hand; takes a CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA.
+/// CRYPT_E_AUTH_ATTR_MISSING for a signer without signed attributes.
+inline constexpr DWORD BASALT_CTRL_VERIFY_ATTRIBUTES = 0x8001;
 
 // What `pvSigner` of CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA is.
 inline constexpr DWORD CMSG_VERIFY_SIGNER_PUBKEY = 1; // CERT_PUBLIC_KEY_INFO

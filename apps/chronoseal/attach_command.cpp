@@ -1,0 +1,152 @@
+// Attaching: everything that can be wrong with the signature is looked at before the authority is
+// asked, since a stamp on a signature that doesn't fit helps nobody.
+#include "attach_command.h"
+
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "input_file.h"
+#include "output_file.h"
+#include "stamp_json.h"
+#include "stamp_text.h"
+
+namespace cli {
+
+namespace {
+
+using chronoseal::Bytes;
+using chronoseal::CmsSignature;
+using chronoseal::quote_foreign;
+using Json = nlohmann::ordered_json;
+
+// Content is held in memory to be hashed.
+constexpr std::size_t kLargestContent = std::size_t{1} << 30;
+// Each signer is a request to the authority.
+constexpr std::size_t kMostSigners = 64;
+
+std::vector<std::size_t> signers_wanted(const AttachOptions& options,
+                                        const CmsSignature& signature) {
+    if (options.signer != 0) {
+        return {options.signer - 1};
+    }
+    const std::size_t count = signature.signers();
+    if (count > 1 && !options.all) {
+        throw usage_error(fmt::format("{} has {} signers", quote_foreign(options.file), count),
+                          "name one by --signer N, or stamp each by --all");
+    }
+    if (count > kMostSigners) {
+        throw usage_error(fmt::format("{} has {} signers, and --all takes {} at most",
+                                      quote_foreign(options.file), count, kMostSigners),
+                          "name them one by one by --signer N");
+    }
+    std::vector<std::size_t> signers(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        signers[i] = i;
+    }
+    return signers;
+}
+
+// Whether the content was compared.
+bool check(const AttachOptions& options, const CmsSignature& signature,
+           const std::vector<std::size_t>& signers, const chronoseal::Trust& trust) {
+    std::optional<Bytes> content;
+    if (!options.data.empty()) {
+        content = read_file(options.data, kLargestContent);
+    }
+    bool whole = true;
+    for (const std::size_t signer : signers) {
+        whole &=
+            signature.check(signer, trust.certificates,
+                            content ? std::optional<chronoseal::ByteView>(*content) : std::nullopt);
+    }
+    return whole;
+}
+
+chronoseal::SealerOptions sealer_options(const AttachOptions& options,
+                                         const chronoseal::Trust& trust) {
+    chronoseal::SealerOptions sealer;
+    apply(options.request, sealer);
+    apply(options.authority, sealer);
+    sealer.certificates = true; // whoever reads the signature later has nothing but itself
+    sealer.trust = trust;
+    return sealer;
+}
+
+void check_usage(const AttachOptions& options, const Output& output) {
+    if (options.signer != 0 && options.all) {
+        throw usage_error("--signer and --all exclude each other", "leave one out");
+    }
+    if (options.file == "-" && (options.out.empty() || options.data == "-")) {
+        throw usage_error("standard input can be read once only, and not written to",
+                          "name --out, and give the data as a file");
+    }
+    if (output.json() && options.out == "-") {
+        throw usage_error("JSON and the signature can't both go to standard output",
+                          "name a file by --out");
+    }
+    if (options.authority.quorum > 1) {
+        throw usage_error("--quorum isn't for attaching", "attach once for each authority");
+    }
+    if (options.trust.revocation != "off" && !options.trust.at.empty()) {
+        throw usage_error("--at judges the past, and a stamp is of now", "leave it out");
+    }
+}
+
+OutputFile output_of(const AttachOptions& options) {
+    const OutputFile out(options.out.empty() ? options.file : options.out,
+                         options.force ? Existing::replace : Existing::refuse);
+    std::vector<std::string> inputs{options.data};
+    if (!options.out.empty()) {
+        inputs.push_back(options.file);
+    }
+    out.check(inputs);
+    return out;
+}
+
+} // namespace
+
+ExitStatus run_attach(const AttachOptions& options, const Output& output) {
+    check_usage(options, output);
+    const OutputFile out = output_of(options);
+    const chronoseal::Trust trust = trust_of(options.trust);
+    CmsSignature signature = CmsSignature::read(read_file(options.file));
+    const std::vector<std::size_t> signers = signers_wanted(options, signature);
+    const bool whole = check(options, signature, signers, trust);
+    const chronoseal::Sealer sealer(sealer_options(options, trust));
+    const std::string attribute = options.attribute.empty()
+                                      ? std::string(chronoseal::kSignatureTimeStamp)
+                                      : options.attribute;
+    Json stamps = Json::array();
+    std::string text;
+    for (const std::size_t signer : signers) {
+        const auto digest = chronoseal::Digest::of(signature.value(signer), sealer.hash());
+        const chronoseal::Stamp stamp = sealer.seal_digest(digest);
+        signature = signature.with_stamp(signer, stamp, attribute);
+        stamps.push_back({{"signer", signer + 1},
+                          {"time", chronoseal::utc_text(stamp.time())},
+                          {"authority", stamp.authority()},
+                          {"remarks", to_json(stamp.remarks())}});
+        text += fmt::format("{}: signer {} stamped {} by {}\n{}", quote_foreign(options.file),
+                            signer + 1, chronoseal::utc_text(stamp.time()),
+                            authority_text(stamp.info()), remarks_text(stamp.remarks()));
+    }
+    const Bytes encoded = signature.encoded();
+    out.write(encoded);
+    if (!out.is_standard_output()) {
+        output.text(text + fmt::format("{}-> {}\n",
+                                       whole ? ""
+                                             : "the content isn't there: the signature over "
+                                               "the signed attributes alone was checked\n",
+                                       quote_foreign(out.path())));
+    }
+    output.object(true, {{"file", options.file},
+                         {"out", out.path()},
+                         {"bytes", encoded.size()},
+                         {"attribute", attribute},
+                         {"contentChecked", whole},
+                         {"stamps", stamps}});
+    return ExitStatus::good;
+}
+
+} // namespace cli

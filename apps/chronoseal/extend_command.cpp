@@ -1,0 +1,151 @@
+// Extending, one stamp after the other: fetched, judged by itself, and only then written.
+#include "extend_command.h"
+
+#include <fmt/format.h>
+
+#include "input_file.h"
+#include "output_file.h"
+#include "stamp_json.h"
+#include "stamp_text.h"
+
+namespace cli {
+
+namespace {
+
+using chronoseal::Bytes;
+using chronoseal::Error;
+using chronoseal::quote_foreign;
+using Json = nlohmann::ordered_json;
+
+Json time_json(const std::optional<chronoseal::Time>& time) {
+    return time ? Json(chronoseal::utc_text(*time)) : Json(nullptr);
+}
+
+class ExtendRun {
+public:
+    ExtendRun(const ExtendOptions& options, const Output& output)
+        : options_(options), output_(output), trust_(trust_of(options.trust)) {}
+
+    ExitStatus run() {
+        for (const std::string& file : options_.stamps) {
+            Json item = {{"file", file}};
+            try {
+                extend(file, item);
+                item["ok"] = true;
+            } catch (const Error& error) {
+                tell(file, error, item);
+            }
+            if (output_.format() == Format::json_lines) {
+                output_.item(item);
+            } else {
+                results_.push_back(std::move(item));
+            }
+        }
+        finish();
+        return status_;
+    }
+
+private:
+    void extend(const std::string& file, Json& item) const {
+        const OutputFile out(options_.out.empty() ? file : options_.out,
+                             options_.out.empty() || options_.force ? Existing::replace
+                                                                    : Existing::refuse);
+        out.check(options_.out.empty() ? std::vector<std::string>() : std::vector{file});
+        const Bytes bytes = read_file(file);
+        const chronoseal::Extension extension =
+            chronoseal::extend(chronoseal::Stamp::read(bytes), trust_);
+        if (extension.changed()) {
+            const Bytes& response = extension.stamp.response();
+            out.write(
+                chronoseal::rewrap(bytes, response.empty() ? extension.stamp.token() : response));
+        } else if (!options_.out.empty()) {
+            out.write(bytes);
+        }
+        if (!out.is_standard_output()) {
+            output_.text(fmt::format("{}: {}\n{}", quote_foreign(file), text_of(extension),
+                                     remarks_text(extension.remarks)));
+        }
+        fill(extension, out.path(), item);
+    }
+
+    static std::string text_of(const chronoseal::Extension& extension) {
+        const chronoseal::Outlook& outlook = extension.verdict.outlook;
+        const std::string what =
+            extension.changed()
+                ? fmt::format("extended by {} certificates, {} revocation lists, {} OCSP answers",
+                              extension.certificates, extension.revocation_lists,
+                              extension.ocsp_answers)
+                : "holds all of it already";
+        return what + term_text(outlook);
+    }
+
+    static void fill(const chronoseal::Extension& extension, const std::string& out, Json& item) {
+        item["out"] = out;
+        item["changed"] = extension.changed();
+        item["certificates"] = extension.certificates;
+        item["revocationLists"] = extension.revocation_lists;
+        item["ocspAnswers"] = extension.ocsp_answers;
+        item["evidenceUntil"] = time_json(extension.verdict.outlook.evidence_until);
+        item["evidenceAgain"] = time_json(extension.verdict.outlook.evidence_again);
+        item["remarks"] = to_json(extension.remarks);
+    }
+
+    void tell(const std::string& file, const Error& error, Json& item) {
+        const std::string name = quote_foreign(file);
+        const Error told =
+            error.text().find(name) != std::string::npos
+                ? error
+                : Error(error.category(), error.word(), error.code(),
+                        fmt::format("can't extend {}: {}", name, error.text()), error.advice());
+        status_ = worse(status_, status_of(told.category()));
+        output_.failure(told);
+        item["ok"] = false;
+        item["error"] = error_json(told);
+    }
+
+    void finish() {
+        Json members;
+        if (output_.format() == Format::json && results_.size() == 1) {
+            members = results_.front();
+            members.erase("ok");
+        } else if (output_.format() == Format::json) {
+            members["files"] = std::move(results_);
+        }
+        output_.object(status_ == ExitStatus::good, members);
+    }
+
+    const ExtendOptions& options_;
+    const Output& output_;
+    chronoseal::Trust trust_;
+    ExitStatus status_ = ExitStatus::good;
+    Json results_ = Json::array();
+};
+
+void check_usage(const ExtendOptions& options, const Output& output) {
+    if (options.stamps.size() > 1 && !options.out.empty()) {
+        throw usage_error("--out goes with one stamp only",
+                          "leave it out: each stamp is then extended in place");
+    }
+    for (const std::string& file : options.stamps) {
+        if (file == "-" && options.out.empty()) {
+            throw usage_error("standard input can't be extended in place", "name --out");
+        }
+    }
+    if (output.json() && options.out == "-") {
+        throw usage_error("JSON and the stamp can't both go to standard output",
+                          "name a file by --out");
+    }
+    if (options.trust.revocation == "off") {
+        throw usage_error("there is no evidence to put into a stamp with --revocation off",
+                          "use require or available");
+    }
+}
+
+} // namespace
+
+ExitStatus run_extend(const ExtendOptions& options, const Output& output) {
+    check_usage(options, output);
+    return ExtendRun(options, output).run();
+}
+
+} // namespace cli

@@ -1,0 +1,306 @@
+// Stamps on signatures: the oracle is OpenSSL, which made the signatures and must go on taking
+// them.
+#include <algorithm>
+#include <array>
+
+#include <chronoseal/seal/definite_form.h>
+#include <chronoseal/seal/signed_data_parts.h>
+#include <chronoseal/seal/testing/seal_fixture.h>
+
+namespace chronoseal::testing {
+namespace {
+
+using tsp::element;
+using tsp::sequence;
+using tsp::TstInfo;
+
+const std::string kData = "first line\nsecond line\n";
+
+template <auto Free>
+struct Release {
+    template <class T>
+    void operator()(T* object) const {
+        Free(object);
+    }
+};
+using Message = std::unique_ptr<CMS_ContentInfo, Release<CMS_ContentInfo_free>>;
+using Memory = std::unique_ptr<BIO, Release<BIO_free_all>>;
+
+Memory memory(const std::string& text) {
+    return Memory(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+}
+
+std::string text_of(BIO* bio) {
+    char* data = nullptr;
+    const long size = BIO_get_mem_data(bio, &data);
+    return {data, static_cast<std::size_t>(size)};
+}
+
+// Two people who sign.
+class Signers {
+public:
+    Signers() {
+        for (std::size_t i = 0; i < 2; ++i) {
+            keys_[i].reset(EVP_EC_gen("P-256"));
+            X509* certificate = X509_new();
+            certificates_[i].reset(certificate);
+            ASN1_INTEGER_set(X509_get_serialNumber(certificate), static_cast<long>(i) + 5);
+            X509_gmtime_adj(X509_getm_notBefore(certificate), 0);
+            X509_gmtime_adj(X509_getm_notAfter(certificate), 86400);
+            X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate), "CN", MBSTRING_UTF8,
+                                       reinterpret_cast<const unsigned char*>("Person"), -1, -1, 0);
+            X509_set_issuer_name(certificate, X509_get_subject_name(certificate));
+            X509_set_pubkey(certificate, keys_[i].get());
+            const std::unique_ptr<X509_EXTENSION, Release<X509_EXTENSION_free>> identifier(
+                X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_key_identifier,
+                                    i == 0 ? "01:02:03" : "04:05:06"));
+            X509_set_version(certificate, X509_VERSION_3);
+            X509_add_ext(certificate, identifier.get(), -1);
+            X509_sign(certificate, keys_[i].get(), EVP_sha256());
+        }
+    }
+
+    Message sign(unsigned flags, int count = 1) const {
+        Message message(CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | flags));
+        for (int i = 0; i < count; ++i) {
+            const auto index = static_cast<std::size_t>(i % 2);
+            CMS_add1_signer(message.get(), certificates_[index].get(), keys_[index].get(),
+                            EVP_sha256(), flags | (i < 2 ? 0U : unsigned{CMS_NOCERTS}));
+        }
+        if ((flags & CMS_STREAM) == 0) {
+            CMS_final(message.get(), memory(kData).get(), nullptr, flags);
+        }
+        return message;
+    }
+    std::string der(unsigned flags, int count = 1) const {
+        return tsp::der(sign(flags, count).get(), &i2d_CMS_ContentInfo);
+    }
+    std::string certificate(std::size_t i) const {
+        return tsp::der(certificates_[i].get(), &i2d_X509);
+    }
+    // What OpenSSL says of a DER message.
+    bool verifies(const std::string& der, bool detached) const {
+        const auto* place = reinterpret_cast<const unsigned char*>(der.data());
+        const Message message(d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())));
+        const Memory data = memory(kData);
+        return message != nullptr &&
+               CMS_verify(message.get(), nullptr, nullptr, detached ? data.get() : nullptr, nullptr,
+                          CMS_NO_SIGNER_CERT_VERIFY | CMS_BINARY) == 1;
+    }
+
+private:
+    std::array<std::unique_ptr<EVP_PKEY, Release<EVP_PKEY_free>>, 2> keys_;
+    std::array<std::unique_ptr<X509, Release<X509_free>>, 2> certificates_;
+};
+
+class CmsSignatureTest : public SealTest {
+protected:
+    Stamp stamp_over(const Bytes& value) const {
+        TstInfo info;
+        info.digest = tsp::sha256(to_text(value));
+        return Stamp::read(to_bytes(authority.token(info.encode())));
+    }
+    CmsSignature stamped(CmsSignature signature, std::string_view attribute = kSignatureTimeStamp) {
+        for (std::size_t i = 0; i < signature.signers(); ++i) {
+            signature = signature.with_stamp(i, stamp_over(signature.value(i)), attribute);
+        }
+        return signature;
+    }
+
+    Signers people;
+    tsp::Authority authority;
+};
+
+TEST_F(CmsSignatureTest, OpenSslGoesOnTakingWhatWasStamped) {
+    struct Row {
+        const char* name;
+        unsigned flags;
+        int signers;
+    };
+    const Row rows[] = {
+        {"attached", CMS_BINARY, 1},
+        {"detached", CMS_BINARY | CMS_DETACHED, 1},
+        {"without signed attributes", CMS_BINARY | CMS_NOATTR, 1},
+        {"two signers", CMS_BINARY, 2},
+        {"by key identifier", CMS_BINARY | CMS_USE_KEYID, 1},
+    };
+    const Verifier verifier({.roots = {to_bytes(authority.root_der())}});
+    for (const Row& row : rows) {
+        const std::string der = people.der(row.flags, row.signers);
+        const CmsSignature before = CmsSignature::read(to_bytes(der));
+        const bool detached = (row.flags & CMS_DETACHED) != 0;
+        EXPECT_EQ(before.detached(), detached) << row.name;
+        EXPECT_EQ(to_text(before.encoded()), der) << row.name;
+        CmsSignature after = stamped(before);
+        after = stamped(after, kAuthenticodeTimeStamp); // a second one each
+        const std::string result = to_text(after.encoded());
+        EXPECT_TRUE(people.verifies(result, detached)) << row.name;
+        const Inspection found = inspect(to_bytes(result));
+        ASSERT_EQ(found.stamps.size(), static_cast<std::size_t>(row.signers) * 2) << row.name;
+        for (const Embedded& one : found.stamps) {
+            EXPECT_TRUE(verifier.verify(one.stamp, one.stamped).good()) << row.name;
+        }
+        // The set of certificates and the order of signers are as they were.
+        const SignedDataParts a(to_bytes(der)), b(to_bytes(result));
+        EXPECT_TRUE(std::ranges::equal(a.certificates(), b.certificates(), std::ranges::equal));
+        for (std::size_t i = 0; i < before.signers(); ++i) {
+            EXPECT_EQ(before.value(i), after.value(i)) << row.name;
+        }
+    }
+}
+
+TEST_F(CmsSignatureTest, ArithmeticIsCheckedAsFarAsTheContentAllows) {
+    const auto read = [](const std::string& der) { return CmsSignature::read(to_bytes(der)); };
+    const std::string detached = people.der(CMS_BINARY | CMS_DETACHED);
+    const std::string bare = people.der(CMS_BINARY | CMS_DETACHED | CMS_NOATTR);
+    const std::string whole = people.der(CMS_BINARY);
+    const std::string nameless = people.der(CMS_BINARY | CMS_NOCERTS);
+    std::string forged = whole;
+    forged.back() = static_cast<char>(forged.back() ^ 1);
+    const std::string other = "other data";
+    const std::vector<Source> certificates{to_bytes(people.certificate(0))};
+
+    EXPECT_TRUE(read(whole).check(0));
+    EXPECT_FALSE(read(detached).check(0)); // the attributes alone
+    EXPECT_TRUE(read(detached).check(0, {}, bytes_of(kData)));
+    EXPECT_TRUE(read(bare).check(0, {}, bytes_of(kData)));
+    EXPECT_TRUE(read(nameless).check(0, certificates));
+
+    EXPECT_EQ(word_of([&] { read(forged).check(0); }), "signature_bad");
+    EXPECT_EQ(word_of([&] { read(detached).check(0, {}, bytes_of(other)); }), "content_differs");
+    EXPECT_EQ(word_of([&] { read(bare).check(0, {}, bytes_of(other)); }), "signature_bad");
+    EXPECT_EQ(word_of([&] { read(bare).check(0); }), "content_missing");
+    EXPECT_EQ(word_of([&] { read(nameless).check(0); }), "signer_not_found");
+    EXPECT_EQ(word_of([&] { read(whole).check(0, {}, bytes_of(kData)); }), "content_twice");
+    EXPECT_EQ(word_of([&] { read(whole).check(1); }), "no_signer");
+    std::string forged_detached = detached;
+    forged_detached.back() = static_cast<char>(forged_detached.back() ^ 1);
+    EXPECT_EQ(word_of([&] { read(forged_detached).check(0); }), "signature_bad");
+}
+
+TEST_F(CmsSignatureTest, AStampOverSomethingElseIsNotAttached) {
+    const CmsSignature two = CmsSignature::read(to_bytes(people.der(CMS_BINARY, 2)));
+    const Stamp first = stamp_over(two.value(0));
+    EXPECT_EQ(word_of([&] { two.with_stamp(1, first); }), "imprint_differs");
+    EXPECT_EQ(word_of([&] { two.with_stamp(0, first, "1.2.x"); }), "oid_malformed");
+    EXPECT_EQ(word_of([&] { two.with_stamp(2, first); }), "no_signer");
+}
+
+// Each form comes back as it was, with other Base64 in it.
+TEST_F(CmsSignatureTest, EveryFormIsReadAndKept) {
+    const auto written = [&](auto write) {
+        const Memory out(BIO_new(BIO_s_mem()));
+        write(out.get());
+        return text_of(out.get());
+    };
+    const std::string der = people.der(CMS_BINARY);
+    const std::string streamed = written([&](BIO* out) {
+        const Message message = people.sign(CMS_BINARY | CMS_STREAM);
+        i2d_CMS_bio_stream(out, message.get(), memory(kData).get(), CMS_STREAM | CMS_BINARY);
+    });
+    const std::string pem =
+        "Bag of somebody\n" +
+        written([&](BIO* out) { PEM_write_bio_CMS(out, people.sign(CMS_BINARY).get()); }) +
+        "behind\n";
+    const auto mail = [&](unsigned flags) {
+        return written([&](BIO* out) {
+            const Message message = people.sign(flags | CMS_STREAM);
+            SMIME_write_CMS(out, message.get(), memory(kData).get(),
+                            static_cast<int>(flags) | CMS_STREAM);
+        });
+    };
+    const std::string parts = "From: somebody\n" + mail(CMS_DETACHED | CMS_TEXT);
+    const std::string opaque = mail(0);
+    EXPECT_EQ(static_cast<unsigned char>(streamed[1]), 0x80U) << "indefinite lengths";
+    struct Row {
+        const char* name;
+        const std::string& text;
+        std::string begin, end;
+        bool verbatim;
+    };
+    const Row rows[] = {
+        {"DER", der, "\x30", "", true},
+        {"BER", streamed, "\x30", "", false},
+        {"PEM", pem, "Bag of somebody\n-----BEGIN CMS-----\n", "-----END CMS-----\nbehind\n", true},
+        {"multipart", parts, "From: somebody\nMIME-Version: 1.0\n", "--\n\n", true},
+        {"opaque", opaque, "MIME-Version: 1.0\n", "\n\n", false},
+    };
+    for (const Row& row : rows) {
+        const CmsSignature signature = CmsSignature::read(to_bytes(row.text));
+        EXPECT_FALSE(signature.detached()) << row.name;
+        EXPECT_TRUE(signature.check(0)) << row.name;
+        if (row.verbatim) {
+            EXPECT_EQ(to_text(signature.encoded()), row.text) << row.name;
+        }
+        const std::string result = to_text(stamped(signature).encoded());
+        EXPECT_TRUE(result.starts_with(row.begin)) << row.name << result;
+        EXPECT_TRUE(result.ends_with(row.end)) << row.name << result;
+        const CmsSignature again = CmsSignature::read(to_bytes(result));
+        EXPECT_TRUE(again.check(0)) << row.name;
+        EXPECT_EQ(inspect(to_bytes(result)).stamps.size(), 1U) << row.name;
+    }
+    const std::string result = to_text(stamped(CmsSignature::read(to_bytes(streamed))).encoded());
+    EXPECT_TRUE(people.verifies(result, false)) << "re-encoded from BER";
+}
+
+TEST_F(CmsSignatureTest, WhatIsNoSignatureIsNamed) {
+    const auto word = [](const std::string& bytes) {
+        return word_of([&] { CmsSignature::read(to_bytes(bytes)); });
+    };
+    EXPECT_EQ(word("just text"), "not_a_signature");
+    EXPECT_EQ(word(authority.root_der()), "not_a_signature");
+    EXPECT_EQ(word(authority.token(TstInfo().encode())), "is_a_stamp");
+    const auto shell = [](const std::string& lists, const std::string& signers) {
+        return sequence(tsp::oid("1.2.840.113549.1.7.2") +
+                        element(0xA0, sequence(tsp::integer("\x01") + element(0x31, "") +
+                                               sequence(tsp::oid("1.2.840.113549.1.7.1")) + lists +
+                                               element(0x31, signers))));
+    };
+    EXPECT_EQ(word(shell("", "")), "no_signers");
+    EXPECT_EQ(word(people.der(CMS_BINARY) + "x"), "malformed");
+    EXPECT_EQ(word(shell(element(0xA1, "\x30\x05"), sequence(""))), "malformed");
+}
+
+TEST_F(CmsSignatureTest, AThousandSignersAreRead) {
+    const CmsSignature many = CmsSignature::read(to_bytes(people.der(CMS_BINARY, 1000)));
+    EXPECT_EQ(many.signers(), 1000U);
+    const CmsSignature one = many.with_stamp(999, stamp_over(many.value(999)));
+    EXPECT_TRUE(one.check(999));
+    EXPECT_TRUE(people.verifies(to_text(one.encoded()), false));
+}
+
+TEST(DefiniteForm, LengthsAreRewrittenAndNothingElse) {
+    struct Row {
+        const char* name;
+        std::string bytes, expected; // empty: refused
+    };
+    const std::string end(2, '\0');
+    const Row rows[] = {
+        {"definite", sequence(element(4, "a")), sequence(element(4, "a"))},
+        {"a length longer than needed stays", std::string("\x30\x81\x03\x04\x01\x61", 6),
+         std::string("\x30\x81\x03\x04\x01\x61", 6)},
+        {"indefinite", "\x30\x80" + element(4, "a") + end, sequence(element(4, "a"))},
+        {"pieces of definite length stay", element(0x24, element(4, "a") + element(4, "b")),
+         element(0x24, element(4, "a") + element(4, "b"))},
+        {"pieces", "\x24\x80" + element(4, "a") + element(4, "b") + end, element(4, "ab")},
+        {"within", sequence("\xA0\x80" + element(4, "a") + end),
+         sequence(element(0xA0, element(4, "a")))},
+        {"high tag", std::string("\xBF\x81\x01\x80", 4) + element(4, "a") + end,
+         std::string("\xBF\x81\x01\x03\x04\x01\x61", 7)},
+        {"no end", "\x30\x80" + element(4, "a"), ""},
+        {"half an end", "\x30\x80" + element(4, "a") + std::string(1, '\0'), ""},
+        {"primitive and indefinite", "\x04\x80" + end, ""},
+        {"longer than the bytes", "\x30\x05\x04", ""},
+        {"five octets of length", std::string("\x30\x85\0\0\0\0\0", 7), ""},
+        {"something behind", sequence("") + "x", ""},
+        {"nothing", "", ""},
+        {"too deep", tsp::repeated(100, "\x30\x80") + tsp::repeated(100, end), ""},
+    };
+    for (const Row& row : rows) {
+        const auto result = with_definite_lengths(to_bytes(row.bytes));
+        EXPECT_EQ(result ? to_text(*result) : "", row.expected) << row.name;
+    }
+}
+
+} // namespace
+} // namespace chronoseal::testing

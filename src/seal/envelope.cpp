@@ -1,0 +1,96 @@
+// Where in a text the Base64 stands, and putting other Base64 there.
+#include <chronoseal/seal/envelope.h>
+
+#include <algorithm>
+
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/smime.h>
+
+namespace chronoseal {
+
+namespace {
+
+constexpr std::string_view kBegin = "-----BEGIN ";
+constexpr std::string_view kEnd = "-----END ";
+
+// The body of the first block that is whole and well-formed.
+std::string_view pem_body(std::string_view text) {
+    while (true) {
+        const std::size_t begin = text.find(kBegin);
+        const std::size_t label_end =
+            begin == std::string_view::npos ? begin : text.find('\n', begin);
+        const std::size_t end =
+            label_end == std::string_view::npos ? label_end : text.find(kEnd, label_end);
+        if (end == std::string_view::npos) {
+            return {};
+        }
+        const std::string_view body = text.substr(label_end + 1, end - label_end - 1);
+        if (decode_base64(body)) {
+            return body;
+        }
+        text.remove_prefix(end + kEnd.size());
+    }
+}
+
+void keep_around(std::string_view text, std::string_view base64, Envelope& envelope) {
+    const std::size_t first = base64.find_first_not_of(" \t\r\n");
+    const std::size_t last = base64.find_last_not_of(" \t\r\n");
+    if (first == std::string_view::npos) {
+        return;
+    }
+    const std::string_view core = base64.substr(first, last - first + 1);
+    const auto at = static_cast<std::size_t>(core.data() - text.data());
+    envelope.before = text.substr(0, at);
+    envelope.behind = text.substr(at + core.size());
+    const std::size_t line = core.find_first_of("\r\n");
+    envelope.line_end = core.find("\r\n") != std::string_view::npos ? "\r\n" : "\n";
+    envelope.width = line == std::string_view::npos ? std::max<std::size_t>(core.size(), 64) : line;
+}
+
+} // namespace
+
+Envelope Envelope::open(ByteView bytes) {
+    Unarmored found = unarmor(bytes);
+    Envelope envelope;
+    envelope.form = found.form;
+    envelope.der = std::move(found.der);
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    switch (envelope.form) {
+    case Form::binary:
+        break;
+    case Form::pem:
+        keep_around(text, pem_body(text), envelope);
+        break;
+    case Form::base64:
+        keep_around(text, text, envelope);
+        break;
+    case Form::smime: {
+        auto mail = find_smime(text);
+        keep_around(text, mail->base64, envelope);
+        envelope.contents = std::move(mail->contents);
+        break;
+    }
+    }
+    return envelope;
+}
+
+Bytes Envelope::close(ByteView changed) const {
+    if (form == Form::binary || before.size() + behind.size() + width == 0) {
+        return copy_of(changed);
+    }
+    const std::string base64 = encode_base64(changed);
+    std::string text = before;
+    for (std::size_t at = 0; at < base64.size(); at += width) {
+        text += (at == 0 ? "" : line_end) + base64.substr(at, width);
+    }
+    text += behind;
+    return copy_of(text.data(), text.size());
+}
+
+Bytes rewrap(ByteView original, ByteView der) {
+    return guarded("write the message", [&] { return Envelope::open(original).close(der); });
+}
+
+} // namespace chronoseal

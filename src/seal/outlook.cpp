@@ -1,0 +1,110 @@
+// The ends under a verdict.
+#include <chronoseal/seal/outlook.h>
+
+#include <algorithm>
+
+#include <chronoseal/seal/sunset.h>
+
+namespace chronoseal {
+
+namespace {
+
+// For a statement that doesn't say when the next one comes; the rule of the platform.
+constexpr auto kUndatedLife = std::chrono::days(1);
+// The end is told in whole seconds, and its second belongs to it.
+constexpr auto kWholeSecond = std::chrono::seconds(1);
+
+Time end_of(const ChainLink& link) {
+    return link.certificate.not_after + kWholeSecond;
+}
+
+void earlier(std::optional<Time>& time, Time other) {
+    time = time ? std::min(*time, other) : other;
+}
+
+// The evidence of one certificate: until when it speaks, and whether it speaks again once the
+// certificate has ended, which it does if it was made after the stamp (lists drop certificates that
+// have ended, so that nothing made later can).
+void add_evidence(const ChainLink& link, Time stamped, Time as_of, Outlook& outlook, bool& again) {
+    const Evidence& evidence = link.evidence.front();
+    const bool made_after = evidence.this_update >= stamped;
+    const Time next = evidence.next_update.value_or(evidence.this_update + kUndatedLife);
+    again &= made_after;
+    if (as_of >= end_of(link) && link.revocation == RevocationState::good) {
+        return; // it speaks for good
+    }
+    if (next < link.certificate.not_after) {
+        earlier(outlook.evidence_until, next);
+    } else if (!made_after) {
+        earlier(outlook.evidence_until, end_of(link));
+    }
+}
+
+void read_evidence(const Verdict& verdict, Outlook& outlook) {
+    bool any = false;
+    bool again = true;
+    bool stored = true;
+    Time last{};
+    for (const ChainLink& link : verdict.chain) {
+        if (!link.evidence.empty()) {
+            any = true;
+            stored &= link.evidence.front().source == EvidenceSource::given;
+            add_evidence(link, verdict.judged_at, verdict.as_of, outlook, again);
+            last = std::max(last, end_of(link));
+        }
+    }
+    outlook.evidence_stored = any && stored;
+    if (again && outlook.evidence_until) {
+        outlook.evidence_again = last;
+    }
+}
+
+} // namespace
+
+Outlook outlook_of(const Verdict& verdict) {
+    Outlook outlook;
+    for (const ChainLink& link : verdict.chain) {
+        if (link.anchor) {
+            continue;
+        }
+        if (verdict.as_of >= end_of(link)) {
+            outlook.age = Age::aged;
+            earlier(outlook.aged_since, link.certificate.not_after);
+        }
+        if (!outlook.renew_before || link.certificate.not_after < *outlook.renew_before) {
+            outlook.renew_before = link.certificate.not_after;
+            outlook.renew_reason =
+                "the certificate of " + quote_foreign(link.certificate.subject) + " ends";
+        }
+    }
+    for (const Sunset& sunset : sunsets_of(*verdict.stamp.token, verdict.chain)) {
+        if (!outlook.renew_before || sunset.end < *outlook.renew_before) {
+            outlook.renew_before = sunset.end;
+            outlook.renew_reason = sunset.text + " is not to be relied on any more";
+        }
+    }
+    read_evidence(verdict, outlook);
+    return outlook;
+}
+
+std::optional<Remark> aged_remark(const Outlook& outlook) {
+    if (outlook.age != Age::aged) {
+        return std::nullopt;
+    }
+    return Remark{"aged", "the stamp rests on a certificate that ended at " +
+                              utc_text(*outlook.aged_since) +
+                              "; a key stolen later could forge it: renew stamps before that"};
+}
+
+std::vector<Remark> sunset_remarks(const Verdict& verdict) {
+    std::vector<Remark> remarks;
+    for (const Sunset& sunset : sunsets_of(*verdict.stamp.token, verdict.chain)) {
+        if (sunset.end <= verdict.as_of) {
+            remarks.push_back({"algorithm_sunset", sunset.text + " was to be relied on until " +
+                                                       utc_text(sunset.end).substr(0, 10)});
+        }
+    }
+    return remarks;
+}
+
+} // namespace chronoseal

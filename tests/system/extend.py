@@ -1,0 +1,280 @@
+"""Stamps that outlive their sources: extended ones, aged ones, and those on signatures; OpenSSL and BouncyCastle agree."""
+
+import glob
+import json
+import os
+import pathlib
+import shutil
+import socket
+import stat
+import subprocess
+import time
+import unittest
+
+import program
+from program import GOOD, REFUSED, UNREACHABLE, USAGE
+
+JAVA_CHECK = pathlib.Path(__file__).with_name("StampCheck.java")
+JARS = sorted(glob.glob("/usr/share/java/bc[put]*-1.*.jar"))
+HAS_BOUNCYCASTLE = shutil.which("javac") and len(JARS) >= 3
+SANITIZED = os.environ.get("CHRONOSEAL_SANITIZED")
+
+
+def free_port():
+    with socket.create_server(("127.0.0.1", 0)) as listener:
+        return listener.getsockname()[1]
+
+
+class WithRevocation(program.SystemTest):
+    """An authority whose certificate of 30 days names a list on the same server."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        port = free_port()
+        cls.authority = program.Authority(
+            cls.workspace.path / "tsa", "--port", str(port),
+            init=("--crl-url", f"http://127.0.0.1:{port}/root.crl", "--days", "30"))
+        cls.running = True
+        cls.addClassCleanup(cls.stop)
+        cls.roots = ("--roots", cls.authority.root)
+        cls.data = cls.workspace.write("data.txt", b"what was stamped\n")
+
+    @classmethod
+    def stop(cls):
+        if cls.running:
+            cls.running = False
+            cls.authority.close()
+
+    @classmethod
+    def publish(cls, days=7):
+        """A list made now, in the place of the one before."""
+        folder = cls.authority.folder
+        (folder / "index").write_bytes(b"")
+        (folder / "number").write_text("10\n")
+        (folder / "ca.cnf").write_text(f"[ca]\ndefault_ca = c\n[c]\ndatabase = {folder}/index\n"
+                                       f"crlnumber = {folder}/number\ndefault_md = sha256\n")
+        program.openssl("ca", "-gencrl", "-config", folder / "ca.cnf", "-cert", folder / "root.pem", "-keyfile",
+                        folder / "root.key", "-crldays", days, "-out", folder / "new.pem").check_returncode()
+        program.openssl("crl", "-in", folder / "new.pem", "-outform", "DER", "-out", folder / "root.crl")
+
+    def forget(self):
+        shutil.rmtree(self.workspace.path / "cache", ignore_errors=True)
+
+    def stamp(self, name, *options):
+        path = self.workspace.path / name
+        self.expect(self.workspace.run("stamp", self.data, "--url", self.authority.url, *self.roots, "--out", path,
+                                       "--force", *options), GOOD)
+        return path
+
+    def bouncycastle(self, *arguments):
+        classes = self.workspace.path / "classes"
+        if not classes.exists():
+            subprocess.run(["javac", "-cp", ":".join(JARS), "-d", classes, JAVA_CHECK], check=True)
+        return subprocess.run(["java", "-cp", ":".join([str(classes), *JARS]), "StampCheck", *map(str, arguments)],
+                              capture_output=True, text=True)
+
+
+class Extending(WithRevocation):
+    def extended(self, name):
+        path = self.stamp(name)
+        time.sleep(1.1)  # lists have whole seconds, and are to be made after the stamp
+        self.publish()
+        self.forget()
+        status, shown = self.workspace.run_json("extend", path, *self.roots)
+        self.assertEqual(status, GOOD)
+        self.assertEqual(shown["remarks"], [])
+        return path, shown
+
+    def test_others_go_on_taking_it(self):
+        path, shown = self.extended("others.tsr")
+        self.assertEqual((shown["certificates"], shown["revocationLists"], shown["ocspAnswers"]), (0, 1, 0))
+        check = program.openssl("ts", "-verify", "-data", self.data, "-in", path, "-CAfile", self.authority.root)
+        self.assertIn(b"Verification: OK", check.stdout + check.stderr)
+        token = self.workspace.path / "others.der"
+        program.openssl("ts", "-reply", "-in", path, "-token_out", "-out", token).check_returncode()
+        check = program.openssl("cms", "-verify", "-inform", "DER", "-in", token, "-CAfile", self.authority.root,
+                                "-purpose", "timestampsign", "-crl_check", "-out", "/dev/null")
+        self.assertEqual(check.returncode, 0, check.stderr)  # by the list in the token: none else is named
+        if not HAS_BOUNCYCASTLE:
+            self.skipTest("BouncyCastle (libbcpkix-java, default-jdk-headless) isn't there")
+        check = self.bouncycastle("token", token)
+        self.assertEqual(check.stdout, "token 1 lists, 2 certificates\n", check.stderr)
+
+    def test_once_is_enough(self):
+        path, _ = self.extended("twice.tsr")
+        first, inode = path.read_bytes(), path.stat().st_ino
+        status, shown = self.workspace.run_json("extend", path, *self.roots)
+        self.assertEqual((status, shown["changed"]), (GOOD, False))
+        self.assertEqual((path.read_bytes(), path.stat().st_ino), (first, inode))
+
+    def test_a_list_from_before_the_stamp_is_told(self):
+        self.publish()
+        self.forget()
+        time.sleep(1.1)
+        path = self.stamp("early.tsr")
+        result = self.workspace.run("extend", path, *self.roots)
+        self.expect(result, GOOD)
+        self.assertIn(b"asked again after", result.stdout)
+
+    def test_written_elsewhere_in_place_and_in_its_form(self):
+        path = self.stamp("place.tsr")
+        plain = path.read_bytes()
+        path.chmod(0o640)
+        out = self.workspace.path / "elsewhere.tsr"
+        self.expect(self.workspace.run("extend", path, *self.roots, "--out", out), GOOD)
+        self.assertEqual(path.read_bytes(), plain)
+        self.expect(self.workspace.run("extend", path, *self.roots, "--out", out), UNREACHABLE, "--force")
+        self.expect(self.workspace.run("extend", path, *self.roots), GOOD)
+        self.assertEqual(path.read_bytes(), out.read_bytes())
+        self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o640)
+        token = self.workspace.path / "token.der"
+        program.openssl("ts", "-reply", "-in", self.stamp("pem.tsr"), "-token_out", "-out", token)
+        text = self.workspace.path / "token.pem"
+        program.openssl("pkcs7", "-inform", "DER", "-in", token, "-out", text)
+        text.write_bytes(b"kept in front\n" + text.read_bytes())
+        self.expect(self.workspace.run("extend", text, *self.roots), GOOD)
+        self.assertTrue(text.read_bytes().startswith(b"kept in front\n-----BEGIN PKCS7-----\n"))
+        self.expect(self.workspace.run("verify", text, "--data", self.data, *self.roots), GOOD)
+
+    def test_what_is_refused_leaves_the_file(self):
+        path = self.stamp("kept.tsr")
+        plain = path.read_bytes()
+        other = program.Authority(self.workspace.path / "other")
+        self.addCleanup(other.close)
+        self.expect(self.workspace.run("extend", path, "--roots", other.root), REFUSED)
+        self.expect(self.workspace.run("extend", path, *self.roots, "--revocation", "off"), USAGE)
+        self.expect(self.workspace.run("extend", self.data, *self.roots), REFUSED, "plain text")
+        self.expect(self.workspace.run("extend", path, path, "--out", "x"), USAGE)
+        self.assertEqual(path.read_bytes(), plain)
+
+
+class Aging(WithRevocation):
+    """In the order of time: extended, the authority gone, ten years later."""
+
+    def verify(self, path, *options, later=None):
+        words = [program.BIN / "chronoseal", "verify", path, "--data", self.data, *self.roots, *options]
+        if later:
+            words = ["faketime", "-f", later, *words]
+        return subprocess.run([*map(str, words)], capture_output=True, env=self.workspace.environment, timeout=120)
+
+    def test_a_stamp_grows_old(self):
+        plain, path = self.stamp("plain.tsr"), self.stamp("old.tsr")
+        time.sleep(1.1)
+        self.publish()
+        self.forget()
+        self.expect(self.workspace.run("extend", path, *self.roots), GOOD)
+        self.stop()
+        self.forget()
+        self.expect(self.verify(plain), UNREACHABLE, "indeterminate")
+        result = self.verify(path)
+        self.expect(result, GOOD)
+        self.assertIn(b"its evidence speaks until", result.stdout)
+        self.assertIn(b"renew before", result.stdout)
+        far = ("--at", "2099-01-01")
+        self.expect(self.verify(path, *far), GOOD)
+        self.expect(self.verify(path, *far, "--strict"), REFUSED, "ended at")
+        self.expect(self.verify(plain, *far), UNREACHABLE, "indeterminate")
+        soon = ("--at", time.strftime("%Y-%m-%d", time.gmtime(time.time() + 15 * 86400)))
+        self.expect(self.verify(path, *soon), UNREACHABLE, "spoke until")
+        if SANITIZED or not shutil.which("faketime"):
+            self.skipTest("faketime isn't there, or can't go with the sanitizers")
+        later = "+3650d"
+        result = self.verify(path, "--json", later=later)
+        shown = json.loads(result.stdout)
+        self.assertEqual((result.returncode, shown["verdict"], shown["strength"]), (GOOD, "good", "aged"), shown)
+        self.assertIn("aged", [remark["word"] for check in shown["checks"] for remark in check["remarks"]])
+        self.assertIsNone(shown["evidenceUntil"])
+        self.expect(self.verify(path, "--strict", later=later), REFUSED, "ended at")
+        self.expect(self.verify(plain, later=later), UNREACHABLE, "extend stamps before")
+        for mode in ("available", "off"):
+            self.expect(self.verify(plain, "--revocation", mode, later=later), GOOD)
+            self.expect(self.verify(plain, "--revocation", mode, "--strict", later=later), REFUSED)
+
+
+class Signatures(WithRevocation):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        folder = cls.workspace.path
+        for name in ("one", "two"):
+            program.openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-keyout",
+                            folder / f"{name}.key", "-out", folder / f"{name}.pem", "-subj", f"/CN={name}", "-days", "9")
+
+    def sign(self, name, *options, signers=("one",)):
+        path = self.workspace.path / name
+        people = [word for who in signers
+                  for word in ("-signer", self.workspace.path / f"{who}.pem", "-inkey",
+                               self.workspace.path / f"{who}.key")]
+        program.openssl("cms", "-sign", "-binary", "-in", self.data, *people, "-out", path, *options).check_returncode()
+        return path
+
+    def attach(self, path, *options):
+        return self.workspace.run("attach", path, "--url", self.authority.url, *self.roots, *options)
+
+    def test_openssl_and_bouncycastle_take_what_was_stamped(self):
+        folder = self.workspace.path
+        rows = [("detached", ("-outform", "DER"), ("one",), ("--data", self.data)),
+                ("attached", ("-outform", "DER", "-nodetach"), ("one",), ()),
+                ("bare", ("-outform", "DER", "-noattr"), ("one",), ("--data", self.data)),
+                ("streamed", ("-outform", "DER", "-nodetach", "-stream"), ("one",), ()),
+                ("both", ("-outform", "DER", "-nodetach"), ("one", "two"), ("--all",)),
+                ("code", ("-outform", "DER", "-nodetach"), ("one",), ("--attribute", "1.3.6.1.4.1.311.3.3.1"))]
+        for name, signing, signers, options in rows:
+            with self.subTest(name):
+                path, out = self.sign(name + ".p7s", *signing, signers=signers), folder / (name + ".out")
+                self.expect(self.attach(path, *options, "--out", out), GOOD)
+                status, shown = self.workspace.run_json("verify", out, *self.roots)
+                self.assertEqual(status, GOOD, shown)
+                self.assertEqual(len(shown["stamps"]), len(signers))
+                detached = name in ("detached", "bare")
+                content = ("-content", self.data) if detached else ()
+                check = program.openssl("cms", "-verify", "-binary", "-inform", "DER", "-in", out, "-noverify", *content)
+                self.assertEqual((check.returncode, check.stdout), (0, self.data.read_bytes()), check.stderr)
+                if HAS_BOUNCYCASTLE:
+                    check = self.bouncycastle("signature", out, *((self.data,) if detached else ()))
+                    self.assertEqual(check.stdout, f"signature with {len(signers)} stamps\n", check.stderr)
+        if not HAS_BOUNCYCASTLE:
+            self.skipTest("BouncyCastle (libbcpkix-java, default-jdk-headless) isn't there")
+
+    def test_the_form_is_kept(self):
+        for name, signing in (("pem", ("-outform", "PEM")), ("smime", ())):
+            with self.subTest(name):
+                path = self.sign(name, *signing)
+                before = path.read_bytes()
+                self.expect(self.attach(path), UNREACHABLE, "--force")
+                self.assertEqual(path.read_bytes(), before)
+                self.expect(self.attach(path, "--force"), GOOD)
+                self.assertEqual(path.read_bytes()[:16], before[:16])
+                content = ("-content", self.data) if name == "pem" else ()
+                check = program.openssl("cms", "-verify", "-binary", "-inform", name.upper(), "-in", path, "-noverify",
+                                        *content)
+                self.assertEqual(check.returncode, 0, check.stderr)
+                self.expect(self.workspace.run("verify", path, *self.roots), GOOD)
+
+    def test_nobody_is_asked_about_a_signature_that_does_not_fit(self):
+        listener = socket.create_server(("127.0.0.1", 0))
+        self.addCleanup(listener.close)
+        listener.settimeout(0.2)
+        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        good, two = self.sign("good.p7s", "-outform", "DER"), self.sign("two.p7s", "-outform", "DER",
+                                                                        signers=("one", "two"))
+        forged = bytearray(good.read_bytes())
+        forged[-1] ^= 1
+        bad = self.workspace.write("bad.p7s", bytes(forged))
+        other = self.workspace.write("other.txt", b"something else")
+        out = self.workspace.path / "never"
+        for words, status, fragment in (((bad,), REFUSED, "isn't that of the certificate"),
+                                        ((good, "--data", other), REFUSED, "isn't the one"),
+                                        ((two,), USAGE, "2 signers"), ((two, "--signer", "3"), USAGE, "no signer 3"),
+                                        ((two, "--signer", "1", "--all"), USAGE, "exclude"),
+                                        ((other,), REFUSED, "plain text")):
+            with self.subTest(words):
+                result = self.workspace.run("attach", *words, "--url", url, *self.roots, "--out", out)
+                self.expect(result, status, fragment)
+        self.assertRaises(TimeoutError, listener.accept)
+        self.assertFalse(out.exists())
+
+
+if __name__ == "__main__":
+    program.main()
