@@ -20,7 +20,7 @@ std::string authority_text(const chronoseal::StampInfo& info);
 std::string verdict_text(const chronoseal::Verdict& verdict, const Output& output);
 
 // Remarks of all findings, a line each, indented; empty if there are none.
-std::string remarks_text(const chronoseal::Verdict& verdict);
+std::string remarks_text(const chronoseal::Verdict& verdict, const std::string& label);
 std::string remarks_text(const std::vector<chronoseal::Remark>& remarks);
 
 } // namespace cli
