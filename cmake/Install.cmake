@@ -24,3 +24,11 @@ install(FILES docs/man/chronoseal.1 docs/man/chronoseal-tsa.1
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES docs/man/basalt-config.5
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+if(CHRONOSEAL_APPS)
+  foreach(program chronoseal chronoseal-tsa)
+    install(FILES completion/${program}.bash RENAME ${program}
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install(FILES completion/${program}.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+    install(FILES completion/_${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+  endforeach()
+endif()

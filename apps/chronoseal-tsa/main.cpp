@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "../chronoseal/option_dump.h"
 #include "server.h"
 
 namespace {
@@ -32,6 +33,7 @@ struct Arguments {
     int idle_seconds = 5;
     int limit_seconds = 10;
     bool quiet = false;
+    bool dump = false;
     bool no_tsa_name = false;
 };
 
@@ -171,8 +173,13 @@ int main(int argc, char** argv) {
     describe_making(app, arguments);
     describe_serving(app, arguments);
     describe_stamps(app, arguments);
+    app.add_flag("--dump", arguments.dump, "all options as JSON")->group("");
     try {
         app.parse(argc, argv);
+        if (arguments.dump) {
+            std::fputs(cli::dump_options(app).c_str(), stdout);
+            return 0;
+        }
         if (arguments.init_folder.empty() == arguments.folder.empty()) {
             throw CLI::ValidationError("give either --init DIR or --dir DIR");
         }

@@ -6,6 +6,8 @@
 #include <memory>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -19,6 +21,7 @@ namespace {
 using chronoseal::Bytes;
 using chronoseal::Error;
 
+constexpr std::uint32_t kCancelled = 0x800704C7;
 constexpr std::size_t kPiece = std::size_t{128} << 10;
 
 [[noreturn]] void fail(const std::string& path, const std::string& reason) {
@@ -30,9 +33,10 @@ constexpr std::size_t kPiece = std::size_t{128} << 10;
 // A file that is open for reading, or standard input, which is left open.
 class Input {
 public:
-    explicit Input(const std::string& path)
-        : path_(path), owned_(path != "-"),
-          fd_(owned_ ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC) : STDIN_FILENO) {
+    // Without waiting for somebody to open a pipe's other end: `read` does, and can be stopped.
+    Input(const std::string& path, const std::stop_token& stop)
+        : path_(path), stop_(stop), owned_(path != "-"),
+          fd_(owned_ ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : STDIN_FILENO) {
         if (fd_ < 0) {
             fail(path_, std::strerror(errno));
         }
@@ -48,26 +52,47 @@ public:
     // At most `size` bytes; 0 at the end.
     std::size_t read(std::byte* buffer, std::size_t size) const {
         for (;;) {
+            await();
             const ssize_t count = ::read(fd_, buffer, size);
             if (count >= 0) {
                 return static_cast<std::size_t>(count);
             }
-            if (errno != EINTR) {
+            if (errno != EINTR && errno != EAGAIN) {
                 fail(path_, std::strerror(errno));
             }
         }
     }
 
 private:
+    // Until there is something to read, or the end. Files always have it.
+    void await() const {
+        constexpr int kLook = 100; // milliseconds
+        pollfd one{fd_, POLLIN, 0};
+        while (::poll(&one, 1, kLook) <= 0) {
+            if (stop_.stop_requested()) {
+                throw Error(chronoseal::Category::unreachable, "cancelled", kCancelled,
+                            fmt::format("can't read {}: it was cancelled",
+                                        chronoseal::quote_foreign(path_)),
+                            "start it again");
+            }
+        }
+    }
+
     const std::string& path_;
+    const std::stop_token& stop_;
     bool owned_;
     int fd_;
 };
 
+bool is_pipe(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode);
+}
+
 } // namespace
 
-Bytes read_file(const std::string& path, std::size_t limit) {
-    const Input input(path);
+Bytes read_file(const std::string& path, std::size_t limit, const std::stop_token& stop) {
+    const Input input(path, stop);
     Bytes content;
     const std::unique_ptr<std::byte[]> piece(new std::byte[kPiece]);
     while (const std::size_t count = input.read(piece.get(), kPiece)) {
@@ -82,12 +107,12 @@ Bytes read_file(const std::string& path, std::size_t limit) {
 chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,
                              bool show_progress, std::stop_token stop) {
     ByteProgress progress(chronoseal::quote_foreign(path), show_progress);
-    if (path != "-") {
+    if (path != "-" && !is_pipe(path)) {
         return chronoseal::Digest::of_file(
             path, algorithm,
             [&](std::uint64_t done, std::uint64_t total) { progress.show(done, total); }, stop);
     }
-    const Input input(path);
+    const Input input(path, stop);
     chronoseal::Hasher hasher(algorithm);
     const std::unique_ptr<std::byte[]> piece(new std::byte[kPiece]);
     std::uint64_t done = 0;

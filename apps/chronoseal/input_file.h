@@ -1,6 +1,7 @@
 // Files that are read whole, "-" for standard input.
 #pragma once
 
+#include <stop_token>
 #include <string>
 
 #include <chronoseal/chronoseal.hpp>
@@ -11,8 +12,9 @@ namespace cli {
 // file can't fill the memory.
 inline constexpr std::size_t kLargestMessage = std::size_t{64} << 20;
 
-// Throws `file_unreadable`.
-chronoseal::Bytes read_file(const std::string& path, std::size_t limit = kLargestMessage);
+// Throws `file_unreadable`; `cancelled` on a stop, however long a pipe keeps silent.
+chronoseal::Bytes read_file(const std::string& path, std::size_t limit = kLargestMessage,
+                            const std::stop_token& stop = {});
 
 // The digest of a file or of standard input, with progress on a terminal if that is wanted.
 chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,

@@ -12,6 +12,7 @@
 #include "authenticode_command.h"
 #include "extend_command.h"
 #include "info_command.h"
+#include "option_dump.h"
 #include "policy_command.h"
 #include "renew_command.h"
 #include "stamp_command.h"
@@ -89,9 +90,9 @@ void add_stamp(CLI::App& app, Chosen& chosen) {
                              "leave out files that have a stamp");
             command.add_flag("--no-verify", options.no_verify,
                              "only compare the answer with the request");
-            command.add_option("--jobs", options.jobs, "connections for many files")
+            command.add_option("--jobs", options.jobs, "connections for many files, 1 to 64")
                 ->type_name("N")
-                ->check(CLI::Range(1U, 64U))
+                ->check(CLI::Range(1U, 64U).description(""))
                 ->capture_default_str();
             cli::add_request_options(command, options.request);
             cli::add_authority_options(command, options.authority);
@@ -141,9 +142,10 @@ void add_verify(CLI::App& app, Chosen& chosen) {
             digest->excludes(data);
             request->excludes(data)->excludes(digest);
             none->excludes(data)->excludes(digest)->excludes(request);
-            command.add_option("--jobs", options.jobs, "threads (default: one a processor)")
+            command
+                .add_option("--jobs", options.jobs, "threads, 1 to 256 (default: one a processor)")
                 ->type_name("N")
-                ->check(CLI::Range(1U, 256U));
+                ->check(CLI::Range(1U, 256U).description(""));
             cli::add_value(command, "--report", options.report,
                            "write the verdict as a page to print and keep", "FILE.html");
             command.add_flag("--force", options.force, "overwrite the report");
@@ -325,7 +327,9 @@ void add_trust_change(CLI::App& trust, Chosen& chosen, const char* name, const c
     CLI::App* command = trust.add_subcommand(name, help)->fallthrough();
     auto change = std::make_shared<cli::TrustChange>();
     if (run == cli::run_trust_add) {
-        cli::add_value(*command, "root", change->root, "the certificate", "FILE")->required();
+        cli::add_value(*command, "root", change->root,
+                       "the certificate, or a stamp that carries it", "FILE")
+            ->required();
         cli::add_value(*command, "--sha256", change->sha256,
                        "its SHA-256, as its owner tells it: what makes it trusted", "HEX")
             ->required();
@@ -351,9 +355,15 @@ void add_trust(CLI::App& app, Chosen& chosen) {
     add_trust_change(*trust, chosen, "remove", "trust it no longer", cli::run_trust_remove);
 }
 
-void add_help(CLI::App& app, std::string& topic) {
+struct HelpOptions {
+    std::vector<std::string> topic;
+    bool dump = false;
+};
+
+void add_help(CLI::App& app, HelpOptions& options) {
     CLI::App* help = app.add_subcommand("help", "help on a command")->fallthrough();
-    help->add_option("command", topic, "which")->type_name("COMMAND");
+    help->add_option("command", options.topic, "which")->type_name("COMMAND");
+    help->add_flag("--dump", options.dump, "all commands and options as JSON")->group("");
 }
 
 int run(const Chosen& chosen, cli::Format format, cli::Detail detail) {
@@ -391,14 +401,22 @@ cli::Format format_asked(int argc, const char* const* argv) {
     return cli::Format::text;
 }
 
-int show_help(const CLI::App& app, const std::string& topic) {
-    const auto commands =
-        app.get_subcommands([&](const CLI::App* one) { return one->get_name() == topic; });
-    if (!topic.empty() && commands.empty()) {
-        throw cli::usage_error("\"" + chronoseal::quote_foreign(topic, 80) + "\" is no command",
-                               "see chronoseal --help");
+int show_help(const CLI::App& app, const HelpOptions& options) {
+    if (options.dump) {
+        std::cout << cli::dump_options(app);
+        return 0;
     }
-    std::cout << (topic.empty() ? &app : commands.front())->help();
+    const CLI::App* command = &app;
+    for (const std::string& name : options.topic) {
+        const auto found =
+            command->get_subcommands([&](const CLI::App* one) { return one->get_name() == name; });
+        if (found.empty()) {
+            throw cli::usage_error("\"" + chronoseal::quote_foreign(name, 80) + "\" is no command",
+                                   "see chronoseal --help");
+        }
+        command = found.front();
+    }
+    std::cout << command->help();
     return 0;
 }
 
@@ -452,7 +470,7 @@ int main(int argc, char** argv) {
     argv = const_cast<char**>(pointers.data());
     CLI::App app("Time-stamps after RFC 3161: get them, judge them, look at them.", "chronoseal");
     bool json = false, json_lines = false, quiet = false, verbose = false;
-    std::string topic;
+    HelpOptions help;
     Chosen chosen;
     auto* whole = app.add_flag("--json", json, "print one JSON object to standard output");
     app.add_flag("--json-lines", json_lines, "print a JSON object a line, as results come")
@@ -477,12 +495,12 @@ int main(int argc, char** argv) {
     add_authenticode(app, chosen);
     add_extend(app, chosen);
     add_attach(app, chosen);
-    add_help(app, topic);
+    add_help(app, help);
     try {
         refuse_empty_values(argc, argv);
         app.parse(argc, argv);
         if (app.got_subcommand("help")) {
-            return show_help(app, topic);
+            return show_help(app, help);
         }
     } catch (const CLI::Success& asked) {
         return app.exit(asked);

@@ -1,6 +1,8 @@
 // The machine's settings, and what is wrong with them.
 #include "policy_command.h"
 
+#include <optional>
+
 #include <fmt/format.h>
 
 namespace cli {
@@ -57,6 +59,37 @@ const char* severity_name(chronoseal::Severity severity) {
     return kNames[static_cast<std::size_t>(severity)];
 }
 
+// What makes requests impossible.
+std::optional<chronoseal::Error> fault_of(const chronoseal::MachinePolicy& policy) {
+    if (!policy.problems.empty()) {
+        std::string problems;
+        for (const std::string& problem : policy.problems) {
+            problems += (problems.empty() ? "" : "; ") + problem;
+        }
+        return chronoseal::Error(chronoseal::Category::unreachable, "policy_unreadable",
+                                 kPolicyUnreadable, "can't read the configuration: " + problems,
+                                 "correct the file; until then no request can be made");
+    }
+    if (!policy.usable) {
+        return chronoseal::Error(chronoseal::Category::refused, "policy_unusable", 0,
+                                 "no request can be made under this configuration",
+                                 "correct what is marked above");
+    }
+    return std::nullopt;
+}
+
+ExitStatus finish(const Output& output, Json members,
+                  const std::optional<chronoseal::Error>& error) {
+    if (error) {
+        members["error"] = error_json(*error);
+    }
+    output.object(!error, members);
+    if (error) {
+        output.failure(*error);
+    }
+    return error ? status_of(error->category()) : ExitStatus::good;
+}
+
 } // namespace
 
 ExitStatus run_policy_show(const Output& output) {
@@ -72,27 +105,12 @@ ExitStatus run_policy_show(const Output& output) {
         }
         keys.push_back(setting_json(setting));
     }
-    output.object(policy.usable, {{"keys", std::move(keys)},
-                                  {"unknown", std::move(unknown)},
-                                  {"problems", policy.problems},
-                                  {"usable", policy.usable}});
-    if (!policy.problems.empty()) {
-        std::string problems;
-        for (const std::string& problem : policy.problems) {
-            problems += (problems.empty() ? "" : "; ") + problem;
-        }
-        output.failure({chronoseal::Category::unreachable, "policy_unreadable", kPolicyUnreadable,
-                        "can't read the configuration: " + problems,
-                        "correct the file; until then no request can be made"});
-        return ExitStatus::unreachable;
-    }
-    if (!policy.usable) {
-        output.failure({chronoseal::Category::refused, "policy_unusable", 0,
-                        "no request can be made under this configuration",
-                        "correct what is marked above"});
-        return ExitStatus::refused;
-    }
-    return ExitStatus::good;
+    const std::optional<chronoseal::Error> fault = fault_of(policy);
+    Json members = {{"keys", std::move(keys)},
+                    {"unknown", std::move(unknown)},
+                    {"problems", policy.problems},
+                    {"usable", policy.usable}};
+    return finish(output, std::move(members), fault);
 }
 
 ExitStatus run_doctor(const DoctorOptions& options, const Output& output) {
@@ -104,12 +122,12 @@ ExitStatus run_doctor(const DoctorOptions& options, const Output& output) {
     }
     apply(options.request, sealer);
     sealer.trust = trust_of(options.trust);
-    ExitStatus status = ExitStatus::good;
+    bool faulty = false;
     Json findings = Json::array();
     for (const chronoseal::Diagnosis& one :
          chronoseal::diagnose(sealer, !options.authority.urls.empty())) {
         const bool fault = one.severity == chronoseal::Severity::fault;
-        status = fault ? ExitStatus::refused : status;
+        faulty |= fault;
         const std::string name = severity_name(one.severity);
         output.text(fmt::format(
             "{:<14} {:<8} {}\n{}", one.area,
@@ -123,13 +141,12 @@ ExitStatus run_doctor(const DoctorOptions& options, const Output& output) {
                             {"text", one.text},
                             {"advice", one.advice}});
     }
-    output.object(status == ExitStatus::good, {{"findings", std::move(findings)}});
-    if (status != ExitStatus::good) {
-        output.failure({chronoseal::Category::refused, "machine_not_ready", 0,
-                        "this machine isn't ready to stamp and verify",
-                        "correct the faults above"});
+    std::optional<chronoseal::Error> error;
+    if (faulty) {
+        error.emplace(chronoseal::Category::refused, "machine_not_ready", 0U,
+                      "this machine isn't ready to stamp and verify", "correct the faults above");
     }
-    return status;
+    return finish(output, {{"findings", std::move(findings)}}, error);
 }
 
 } // namespace cli

@@ -6,6 +6,7 @@
 namespace cli {
 
 void add_request_options(CLI::App& command, RequestOptions& options) {
+    const OptionGroup group(command, "Request options");
     add_value(command, "--hash", options.hash, "hash algorithm (default: the policy's, or SHA-256)",
               "NAME|OID");
     add_value(command, "--policy", options.policy,
@@ -16,6 +17,7 @@ void add_request_options(CLI::App& command, RequestOptions& options) {
 }
 
 void add_authority_options(CLI::App& command, AuthorityOptions& options) {
+    const OptionGroup group(command, "Authority options");
     add_repeated(command, "--url", options.urls,
                  "address of an authority; of several the next is asked when one fails", "URL");
     add_value(command, "--proxy", options.proxy, "proxy, or \"none\" (default: the policy's)",
@@ -32,16 +34,19 @@ void add_authority_options(CLI::App& command, AuthorityOptions& options) {
     add_value(command, "--client-key", options.client_key,
               "its key, PEM (default: in the certificate's file)", "FILE")
         ->needs("--client-cert");
-    command.add_option("--timeout", options.timeout_seconds, "limit of one exchange")
+    command.add_option("--timeout", options.timeout_seconds, "limit of one exchange, 1 to 3600")
         ->type_name("SECONDS")
-        ->check(CLI::Range(1U, 3600U));
+        ->check(CLI::Range(1U, 3600U).description(""));
     command
-        .add_option("--quorum", options.quorum, "stamps by so many different authorities, or none")
+        .add_option("--quorum", options.quorum,
+                    "stamps by so many different authorities, 1 to 16, or none")
         ->type_name("N")
-        ->check(CLI::Range(1U, 16U));
-    command.add_option("--attempts", options.attempts, "how often one authority is asked")
+        ->check(CLI::Range(1U, 16U).description(""));
+    command
+        .add_option("--attempts", options.attempts,
+                    "how often one authority is asked, 1 to 10 (default: 3)")
         ->type_name("N")
-        ->check(CLI::Range(1U, 10U));
+        ->check(CLI::Range(1U, 10U).description(""));
 }
 
 void apply(const RequestOptions& options, chronoseal::SealerOptions& sealer) {

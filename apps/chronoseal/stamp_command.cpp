@@ -16,6 +16,7 @@
 #include "stamp_json.h"
 #include "stamp_text.h"
 #include "together_command.h"
+#include "trust_command.h"
 
 namespace cli {
 
@@ -376,7 +377,8 @@ private:
         keep({{"file", file}, {"ok", true}, {"skipped", word}});
     }
 
-    void fail(const std::string& file, const Error& error) {
+    void fail(const std::string& file, const Error& failure) {
+        const Error error = with_trust_call(failure, "ROOT.pem");
         progress_.wipe();
         ++counts_.failed;
         status_ = worse(status_, status_of(error.category()));

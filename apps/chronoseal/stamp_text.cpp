@@ -187,12 +187,12 @@ std::string remarks_text(const std::vector<chronoseal::Remark>& remarks) {
     return text;
 }
 
-std::string remarks_text(const chronoseal::Verdict& verdict) {
+std::string remarks_text(const chronoseal::Verdict& verdict, const std::string& label) {
     std::string text;
     for (const chronoseal::Finding& finding : verdict.findings) {
         text += remarks_text(finding.remarks);
     }
-    return text;
+    return text.empty() || verdict.good() ? text : label + ":\n" + text;
 }
 
 } // namespace cli

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include "input_file.h"
 #include "short_name.h"
 
 namespace cli {
@@ -16,7 +17,41 @@ chronoseal::StorePlace place_of(const TrustChange& change) {
     return change.machine ? chronoseal::StorePlace::machine : chronoseal::StorePlace::user;
 }
 
+// The certificate itself, or the one with this SHA-256 of those that a stamp carries.
+chronoseal::Source source_of(const std::string& file, const chronoseal::Bytes& sha256) {
+    const chronoseal::Bytes bytes = read_file(file);
+    const chronoseal::Inspection found = chronoseal::inspect(bytes);
+    if (found.stamp && found.stamp->has_token()) {
+        for (const auto& certificate : found.stamp->info().token->certificates) {
+            if (certificate.sha256 == sha256) {
+                return certificate.der;
+            }
+        }
+        throw chronoseal::Error(chronoseal::Category::refused, "root_not_found", 0,
+                                "the stamp " + chronoseal::quote_foreign(file) +
+                                    " carries no certificate with this SHA-256",
+                                "give the root's own file");
+    }
+    return bytes;
+}
+
 } // namespace
+
+chronoseal::Error with_trust_call(const chronoseal::Error& error, const std::string& file) {
+    // The advice ends in the root's SHA-256.
+    constexpr std::size_t kDigits = 64;
+    const std::string& advice = error.advice();
+    const std::string digits =
+        advice.size() > kDigits ? advice.substr(advice.size() - kDigits) : "";
+    if (error.word() != "root_untrusted" || digits.empty() ||
+        digits.find_first_not_of("0123456789abcdef") != std::string::npos) {
+        return error;
+    }
+    return {error.category(), error.word(), error.code(), error.text(),
+            fmt::format("{}: chronoseal trust add {} --sha256 {}",
+                        advice.substr(0, advice.rfind(';')), chronoseal::quote_foreign(file),
+                        digits)};
+}
 
 ExitStatus run_trust_list(const Output& output) {
     nlohmann::ordered_json roots = nlohmann::ordered_json::array();
@@ -35,8 +70,9 @@ ExitStatus run_trust_list(const Output& output) {
 }
 
 ExitStatus run_trust_add(const TrustChange& change, const Output& output) {
-    const chronoseal::CertificateInfo added = chronoseal::trust_root(
-        std::filesystem::path(change.root), chronoseal::from_hex(change.sha256), place_of(change));
+    const chronoseal::Bytes sha256 = chronoseal::from_hex(change.sha256);
+    const chronoseal::CertificateInfo added =
+        chronoseal::trust_root(source_of(change.root, sha256), sha256, place_of(change));
     output.text(fmt::format("trusted: {}, {}\n", short_name(added.subject), to_hex(added.sha256)));
     output.object(true, {{"subject", added.subject}, {"sha256", to_hex(added.sha256)}});
     return ExitStatus::good;

@@ -67,6 +67,13 @@ std::optional<chronoseal::Time> parse_time(const std::string& text) {
 
 } // namespace
 
+OptionGroup::~OptionGroup() {
+    const std::vector<CLI::Option*> options = command_.get_options();
+    for (std::size_t i = first_; i < options.size(); ++i) {
+        options[i]->group(name_);
+    }
+}
+
 CLI::Option* add_repeated(CLI::App& command, const std::string& name,
                           std::vector<std::string>& values, const std::string& help,
                           const std::string& value_name) {
@@ -82,6 +89,7 @@ CLI::Option* add_value(CLI::App& command, const std::string& name, std::string& 
 }
 
 void add_trust_options(CLI::App& command, TrustOptions& options) {
+    const OptionGroup group(command, "Trust options");
     add_repeated(command, "--roots", options.roots,
                  "trusted certificates, in place of the machine's roots", "FILE");
     add_repeated(command, "--certs", options.certs, "certificates that a chain may need", "FILE");
@@ -90,7 +98,7 @@ void add_trust_options(CLI::App& command, TrustOptions& options) {
     add_value(command, "--revocation", options.revocation,
               "what must be known of revocation: all of it, what is available, or nothing",
               "require|available|off")
-        ->check(CLI::IsMember({"require", "available", "off"}));
+        ->check(CLI::IsMember({"require", "available", "off"}).description(""));
     add_value(command, "--at", options.at,
               "judge as of this time in place of now (2031-05-01, or 2031-05-01T12:00:00Z)",
               "TIME");

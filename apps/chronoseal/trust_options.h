@@ -29,6 +29,21 @@ CLI::Option* add_repeated(CLI::App& command, const std::string& name,
                           std::vector<std::string>& values, const std::string& help,
                           const std::string& value_name);
 
+// Puts what is added to a command while it lives under a heading of its own in the help.
+class OptionGroup {
+public:
+    OptionGroup(CLI::App& command, std::string name)
+        : command_(command), name_(std::move(name)), first_(command.get_options().size()) {}
+    OptionGroup(const OptionGroup&) = delete;
+    OptionGroup& operator=(const OptionGroup&) = delete;
+    ~OptionGroup();
+
+private:
+    CLI::App& command_;
+    const std::string name_;
+    const std::size_t first_;
+};
+
 // A single value that may not be empty: an unset variable of a script is told, not taken for an
 // option left out.
 CLI::Option* add_value(CLI::App& command, const std::string& name, std::string& value,

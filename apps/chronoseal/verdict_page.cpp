@@ -2,6 +2,9 @@
 // check it again with other tools.
 #include "verdict_page.h"
 
+#include <algorithm>
+#include <cctype>
+
 #include <fmt/format.h>
 
 #include "short_name.h"
@@ -15,21 +18,21 @@ using chronoseal::to_hex;
 using chronoseal::utc_text;
 
 constexpr char kStyle[] = R"(
-body{font:15px/1.5 Georgia,'DejaVu Serif',serif;color:#1a1a1a;max-width:46em;margin:2.5em auto;padding:0 1.2em}
+body{font:15px/1.5 Georgia,'DejaVu Serif',serif;color:#1a1a1a;max-width:46em;margin:2.5em auto;padding:0 1.2em;overflow-wrap:anywhere}
 h1{font-size:1.5em;margin:0 0 .3em}h2{font-size:1.1em;margin:2em 0 .5em;border-bottom:1px solid #bbb}
 .verdict{font-size:1.2em;padding:.6em .9em;border-left:.5em solid}
 .good{border-color:#1a7f37;background:#eef8f0}.bad{border-color:#b42318;background:#fdf0ee}
 .open{border-color:#9a6700;background:#fdf7e7}
-table{border-collapse:collapse;width:100%}th,td{text-align:left;vertical-align:top;padding:.25em .8em .25em 0}
+table{border-collapse:collapse;width:100%;table-layout:fixed}th,td{text-align:left;vertical-align:top;padding:.25em .8em .25em 0}
 th{font-weight:normal;color:#555;white-space:nowrap;width:11em}
 tr+tr td,tr+tr th{border-top:1px solid #eee}
 .hex{font:12px/1.4 'DejaVu Sans Mono',monospace;overflow-wrap:anywhere}
 .passed{color:#1a7f37}.failed{color:#b42318;font-weight:bold}.notdone{color:#777}
-.chain{list-style:none;padding:0}.chain li{border:1px solid #999;border-radius:.4em;padding:.5em .8em;margin:0 0 1.4em;position:relative}
-.chain li+li::before{content:"\2191  issued by";position:absolute;top:-1.35em;left:1em;color:#555;font-size:.85em}
-.chain .anchor{border-width:2px}.small{font-size:.88em;color:#444}
+.chain{list-style:none;padding:0}.chain li{border:1px solid #999;border-radius:.4em;padding:.5em .8em;margin:0 0 1.9em;position:relative}
+.chain li+li::before{content:"\2191  issued by";position:absolute;top:-1.75em;left:1em;color:#555;font-size:.85em}
+.chain .anchor{border-width:2px}.small{font-size:.88em;color:#444}.whole{white-space:nowrap}
 pre{font:12px/1.5 'DejaVu Sans Mono',monospace;background:#f5f5f5;padding:.7em;white-space:pre-wrap;overflow-wrap:anywhere}
-@media print{body{margin:0;max-width:none}h2{break-after:avoid}tr,li{break-inside:avoid}}
+@media print{@page{margin:18mm}body{margin:0;max-width:none;padding:0;font-size:11pt}.verdict,.chain li{print-color-adjust:exact}h2{break-after:avoid}tr,li{break-inside:avoid}}
 )";
 
 // Text that is safe for people's eyes already, made safe for a browser.
@@ -72,8 +75,32 @@ std::string hex(chronoseal::ByteView bytes) {
 }
 
 std::string both_times(chronoseal::Time time) {
-    return fmt::format("{} <span class=\"small\">(local: {})</span>", utc_text(time),
+    return fmt::format("{} <span class=\"small whole\">(local: {})</span>", utc_text(time),
                        chronoseal::local_text(time));
+}
+
+// "root untrusted" for "root_untrusted".
+std::string spaced(std::string_view word) {
+    std::string result(word);
+    std::ranges::replace(result, '_', ' ');
+    return result;
+}
+
+std::string sentence(const std::string& text) {
+    std::string result = text.empty() ? "" : text + ".";
+    if (!result.empty()) {
+        result[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(result[0])));
+    }
+    return result;
+}
+
+std::string accuracy_text(std::chrono::microseconds accuracy) {
+    using namespace std::chrono;
+    return accuracy % seconds(1) == microseconds(0)
+               ? fmt::format("{} s", duration_cast<seconds>(accuracy).count())
+           : accuracy % milliseconds(1) == microseconds(0)
+               ? fmt::format("{} ms", duration_cast<milliseconds>(accuracy).count())
+               : fmt::format("{} microseconds", accuracy.count());
 }
 
 std::string headline(const chronoseal::Verdict& verdict) {
@@ -83,7 +110,7 @@ std::string headline(const chronoseal::Verdict& verdict) {
     const char* word = good ? "Good" : verdict.indeterminate() ? "Can't be told yet" : "Not good";
     return fmt::format("<p class=\"verdict {}\"><strong>{}.</strong> {}</p>\n", style, word,
                        good ? "Every check that was required has passed."
-                            : html_of(deciding.text + ". " + deciding.advice));
+                            : html_of(sentence(deciding.text) + " " + sentence(deciding.advice)));
 }
 
 std::string stamped_part(const std::string& file, const std::string& subject,
@@ -95,7 +122,7 @@ std::string stamped_part(const std::string& file, const std::string& subject,
     if (const auto& token = verdict.stamp.token) {
         rows += row("Time", both_times(token->time));
         if (token->accuracy) {
-            rows += row("Accuracy", fmt::format("{} microseconds", token->accuracy->count()));
+            rows += row("Accuracy", accuracy_text(*token->accuracy));
         }
         rows += row("By", escaped(verdict.signer ? verdict.signer->subject : token->authority));
         rows += row("Hash", fmt::format("{} {}", escaped(token->imprint_algorithm.name),
@@ -125,7 +152,7 @@ std::string checks_part(const chronoseal::Verdict& verdict) {
         for (const chronoseal::Remark& remark : finding.remarks) {
             html += "<br><span class=\"small\">Remark: " + html_of(remark.text) + "</span>";
         }
-        rows += row(chronoseal::check_name(finding.check), html);
+        rows += row(spaced(chronoseal::check_name(finding.check)), html);
     }
     return "<h2>The checks</h2>\n<table>\n" + rows + "</table>\n";
 }
@@ -161,7 +188,7 @@ std::string chain_part(const chronoseal::Verdict& verdict) {
             certificate.key_bits, escaped(certificate.signature_algorithm.name),
             hex(certificate.sha256));
         for (const std::string& fault : link.faults) {
-            html += "<br><span class=\"failed\">" + escaped(fault) + "</span>";
+            html += "<br><span class=\"failed\">" + escaped(spaced(fault)) + "</span>";
         }
         if (!link.anchor) {
             html += fmt::format("<br>revocation: {}",

@@ -21,6 +21,7 @@
 #include "short_name.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
+#include "trust_command.h"
 #include "verdict_page.h"
 
 namespace cli {
@@ -93,7 +94,7 @@ public:
         Outcome outcome;
         outcome.json = {{"file", file}, {"data", nullptr}};
         try {
-            const Bytes bytes = read_file(file);
+            const Bytes bytes = read_file(file, kLargestMessage, stop);
             const chronoseal::Inspection found = chronoseal::inspect(bytes);
             // A token may carry stamps of its own; what is to be judged then is the token.
             if (found.kind == chronoseal::Kind::evidence_record) {
@@ -205,7 +206,8 @@ private:
         }
         outcome.json.update(to_json(verdict));
         outcome.json["weak"] = is_weak(verdict);
-        add_verdict(quote_foreign(file), verdict, compared_text(verdict, subject.name), outcome);
+        add_verdict(file, quote_foreign(file), verdict, compared_text(verdict, subject.name),
+                    outcome);
         if (!options_.report.empty()) {
             write_page(file, subject.name, verdict);
         }
@@ -235,7 +237,8 @@ private:
                 const Verdict verdict = verifier_.verify(one.stamp, expected);
                 part.json.update(to_json(verdict));
                 part.json["weak"] = is_weak(verdict);
-                add_verdict(fmt::format("{}, {}", quote_foreign(file), quote_foreign(one.place)),
+                add_verdict("-",
+                            fmt::format("{}, {}", quote_foreign(file), quote_foreign(one.place)),
                             verdict, "the signature that it stamps", part);
             } catch (const Error& error) {
                 fail(file, error, part);
@@ -254,8 +257,8 @@ private:
         }
     }
 
-    void add_verdict(const std::string& label, const Verdict& verdict, const std::string& compared,
-                     Outcome& outcome) const {
+    void add_verdict(const std::string& file, const std::string& label, const Verdict& verdict,
+                     const std::string& compared, Outcome& outcome) const {
         if (verdict.good() && options_.strict && verdict.outlook.age == chronoseal::Age::aged) {
             refuse_aged(label, verdict, outcome);
         } else if (verdict.good()) {
@@ -263,7 +266,7 @@ private:
                                         chronoseal::utc_text(verdict.stamp.token->time),
                                         authority_text(verdict), compared, outlook_text(verdict));
         } else {
-            const Error error = verdict.error();
+            const Error error = with_trust_call(verdict.error(), file == "-" ? "ROOT.pem" : file);
             const char* word = verdict.indeterminate() ? "indeterminate" : "not good";
             outcome.status = worse(outcome.status, status_of(error.category()));
             outcome.error =
@@ -274,7 +277,7 @@ private:
         if (output_.verbose()) {
             outcome.text += verdict_text(verdict, output_);
         }
-        outcome.text += remarks_text(verdict);
+        outcome.text += remarks_text(verdict, label);
     }
 
     static std::string outlook_text(const Verdict& verdict) {

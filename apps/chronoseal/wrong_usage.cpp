@@ -79,8 +79,12 @@ std::vector<std::string> command_names(const CLI::App& app) {
 }
 
 std::string help_call(const CLI::App& command) {
-    return command.get_parent() == nullptr ? "see chronoseal --help"
-                                           : "see chronoseal help " + command.get_name();
+    std::string names;
+    for (const CLI::App* level = &command; level->get_parent() != nullptr;
+         level = level->get_parent()) {
+        names = " " + level->get_name() + names;
+    }
+    return names.empty() ? "see chronoseal --help" : "see chronoseal help" + names;
 }
 
 // The first word that no option and no command takes.

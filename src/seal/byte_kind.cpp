@@ -8,6 +8,7 @@
 #include <basalt/crl.h>
 #include <chronoseal/atl/cert_context.h>
 #include <chronoseal/atl/platform_answer.h>
+#include <chronoseal/seal/certificate_info.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/signed_bytes.h>
@@ -20,6 +21,9 @@ using namespace der_tag;
 
 constexpr std::string_view kSignedData = "1.2.840.113549.1.7.2";
 constexpr std::string_view kTstInfo = "1.2.840.113549.1.9.16.1.4";
+constexpr std::string_view kData = "1.2.840.113549.1.7.1";
+constexpr std::string_view kSigningTime = "1.2.840.113549.1.9.5";
+constexpr std::string_view kTimeStamping = "1.3.6.1.5.5.7.3.8";
 constexpr std::string_view kIndirectData = "1.3.6.1.4.1.311.2.1.4";
 constexpr std::string_view kAuthenticodeRequest = "1.3.6.1.4.1.311.3.2.1";
 constexpr std::string_view kPkcs7 = "1.2.840.113549.1.7.";
@@ -254,9 +258,34 @@ std::string describe(Kind kind, Form form) {
     return text;
 }
 
+// A message over plain data with a signing time, by somebody whose certificate is for stamping.
+bool is_authenticode_answer(ByteView der) {
+    const auto message = open_message(der);
+    const auto signature = message ? signature_info(message, 0) : std::nullopt;
+    if (!signature || content_type(message) != kData ||
+        std::ranges::find(signature->signed_attributes, kSigningTime, &AttributeInfo::oid) ==
+            signature->signed_attributes.end()) {
+        return false;
+    }
+    const DWORD count = message_number(message, CMSG_CERT_COUNT_PARAM);
+    for (DWORD i = 0; i < count; ++i) {
+        const auto encoded = message_bytes(message, CMSG_CERT_PARAM, i);
+        const auto certificate = encoded ? certificate_info(*encoded) : std::nullopt;
+        if (certificate && std::ranges::find(certificate->extended_usages, kTimeStamping) !=
+                               certificate->extended_usages.end()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::string describe_bytes(ByteView bytes) {
     const Unarmored form = unarmor(bytes);
-    return describe(kind_of(form.der), form.form);
+    const Kind kind = kind_of(form.der);
+    if (kind == Kind::signed_message && is_authenticode_answer(form.der)) {
+        return "an answer of the older Authenticode protocol, which is no RFC 3161 time-stamp";
+    }
+    return describe(kind, form.form);
 }
 
 } // namespace chronoseal

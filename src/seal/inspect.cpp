@@ -85,6 +85,9 @@ Inspection inspect(ByteView bytes) {
         result.der = std::move(form.der);
         result.kind = kind_of(result.der);
         result.description = describe(result.kind, result.form);
+        if (result.kind == Kind::signed_message) {
+            result.description = describe_bytes(result.der);
+        }
         if (result.kind == Kind::response || result.kind == Kind::token) {
             read_stamp(result);
         }

@@ -6,6 +6,8 @@
 
 #include <basalt/error_codes.h>
 #include <chronoseal/client/result_codes.h>
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/byte_kind.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/file_bytes.h>
 #include <chronoseal/seal/platform_text.h>
@@ -56,8 +58,10 @@ Error cancelled() {
 }
 
 Error by_authority(const Error& error, const std::string& shown) {
-    return Error(error.category(), error.word(), error.code(), shown + ": " + error.text(),
-                 error.advice());
+    return error.text().find(shown) != std::string::npos
+               ? error
+               : Error(error.category(), error.word(), error.code(), shown + ": " + error.text(),
+                       error.advice());
 }
 
 Time now() {
@@ -179,6 +183,14 @@ void Sealer::Impl::check_clock(const TokenInfo& token, bool nonce, Time sent,
 Answer Sealer::Impl::judge(const KnownAuthority& authority, const Question& question, ByteView body,
                            Time sent, unsigned attempt) const {
     // What comes over the wire is DER; nobody's armor is looked through here.
+    if (const Unarmored form = unarmor(body);
+        form.form != Form::binary && kind_of(form.der) == Kind::response) {
+        throw Error(Category::refused, "answer_armored", CRYPT_E_ASN1_INTERNAL,
+                    "the authority sent its answer as " +
+                        std::string(form.form == Form::pem ? "PEM" : "Base64") +
+                        " and not as the bytes themselves",
+                    "the authority is at fault; ask another");
+    }
     StampAccess::Content content = StampAccess::read_der(body);
     if (content.response.empty()) {
         throw Error(Category::refused, "bare_token", E_FAIL,

@@ -9,6 +9,7 @@
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/malformed_part.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/signed_bytes.h>
 #include <chronoseal/seal/stamp_access.h>
@@ -173,17 +174,51 @@ TokenInfo token_info(const CToken& token) {
     return info;
 }
 
-// Whether the bytes have the outside of a TimeStampResp: SEQUENCE { SEQUENCE { INTEGER ...
-bool looks_like_response(ByteView der) {
-    const auto outer = DerReader(der).next(der_tag::kSequence);
-    const auto status = outer ? DerReader(outer->content).next(der_tag::kSequence) : std::nullopt;
-    return status && DerReader(status->content).peek() == der_tag::kInteger;
+// A SEQUENCE of which not all is there.
+bool is_cut_short(ByteView bytes) {
+    constexpr std::size_t kLongestHead = 6;
+    if (bytes.empty() || std::to_integer<unsigned>(bytes[0]) != der_tag::kSequence) {
+        return false;
+    }
+    Bytes padded(bytes.begin(), bytes.begin() + std::min(bytes.size(), kLongestHead));
+    const unsigned first = padded.size() < 2 ? 0x80 : std::to_integer<unsigned>(padded[1]);
+    const std::size_t count = first & 0x7F;
+    if (first < 0x80) {
+        return first > bytes.size() - 2;
+    }
+    if (count == 0 || count > 4) {
+        return false;
+    }
+    std::size_t length = 0;
+    for (std::size_t i = 0; i < count && i + 2 < padded.size(); ++i) {
+        length = length << 8 | std::to_integer<std::size_t>(padded[i + 2]);
+    }
+    return bytes.size() < 2 + count || length > bytes.size() - 2 - count;
 }
 
 Error not_a_stamp(ByteView bytes) {
+    if (is_cut_short(bytes)) {
+        return Error(Category::refused, "cut_short", CRYPT_E_ASN1_EOD,
+                     "the bytes end in the middle: more is announced than is there",
+                     "get the file again, or ask again");
+    }
     return Error(Category::refused, "not_a_stamp", CRYPT_E_ASN1_INTERNAL,
                  "the bytes are not a time-stamp but " + describe_bytes(bytes),
                  "check the file or the address");
+}
+
+Error unreadable(ByteView der) {
+    const Kind kind = kind_of(der);
+    if (kind != Kind::response && kind != Kind::token) {
+        return not_a_stamp(der);
+    }
+    const bool response = kind == Kind::response;
+    const std::string part =
+        response ? malformed_part_of_response(der) : malformed_part_of_token(der);
+    return Error(Category::refused, "malformed", CRYPT_E_ASN1_INTERNAL,
+                 std::string(response ? "the response of the authority" : "the time-stamp token") +
+                     " is malformed" + (part.empty() ? "" : ": " + part),
+                 "ask the authority for another stamp");
 }
 
 } // namespace
@@ -221,10 +256,7 @@ StampAccess::Content StampAccess::read_der(ByteView der) {
         try {
             token->decode(bytes);
         } catch (const ATL::CAtlException&) {
-            throw looks_like_response(der)
-                ? Error(Category::refused, "malformed", CRYPT_E_ASN1_INTERNAL,
-                        "the response of the authority is malformed", "ask it for another")
-                : not_a_stamp(der);
+            throw unreadable(der);
         }
         content.decoded = std::move(token);
     }
@@ -241,7 +273,14 @@ Stamp Stamp::read(ByteView bytes) {
         if (form.der.empty()) {
             throw not_a_stamp(bytes);
         }
-        return StampAccess::make(StampAccess::read_der(form.der));
+        try {
+            return StampAccess::make(StampAccess::read_der(form.der));
+        } catch (const Error& error) {
+            if (error.word() == "not_a_stamp" && form.form != Form::binary) {
+                throw not_a_stamp(bytes); // "a certificate in PEM"
+            }
+            throw;
+        }
     });
 }
 

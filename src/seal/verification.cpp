@@ -23,6 +23,9 @@ namespace {
 using namespace Halcyon::PKI::TSP::Client;
 
 constexpr char kTstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
+constexpr char kContentType[] = "1.2.840.113549.1.9.3";
+constexpr char kSigningCertificate[] = "1.2.840.113549.1.9.16.2.12";
+constexpr char kSigningCertificateV2[] = "1.2.840.113549.1.9.16.2.47";
 constexpr std::size_t kStatusTextLimit = 200;
 constexpr char kRevocationKey[] = "\\config\\basalt\\Revocation";
 constexpr char kWeakerKey[] = "\\config\\basalt\\WeakerRevocation";
@@ -263,7 +266,26 @@ void Verification::check_time(bool any_time) {
     }
 }
 
+bool Verification::has_signed_attribute(std::initializer_list<std::string_view> oids) const {
+    return std::ranges::any_of(token().signature.signed_attributes, [&](const AttributeInfo& one) {
+        return std::ranges::find(oids, one.oid) != oids.end();
+    });
+}
+
+void Verification::fail_attribute(Check check, std::string text) {
+    fail(check, CRYPT_E_ATTRIBUTES_MISSING, "attribute_missing", std::move(text),
+         "the authority is at fault; ask it for another stamp");
+}
+
 void Verification::check_content_type() {
+    if (message_ && token().signature.signed_attributes.empty()) {
+        fail_attribute(Check::content_type, "the token has no signed attributes");
+        return;
+    }
+    if (message_ && !has_signed_attribute({kContentType})) {
+        fail_attribute(Check::content_type, "the token has no signed attribute contentType");
+        return;
+    }
     try {
         if (message_ && Halcyon::MatchEContentType(message_.get(), 0, kTstInfoOid, false)) {
             pass(Check::content_type, "tstInfo");
@@ -274,7 +296,8 @@ void Verification::check_content_type() {
              "something else",
              "don't trust this stamp");
     } catch (const ATL::CAtlException& failure) {
-        fail(Check::content_type, error_of_code(static_cast<std::uint32_t>(failure.m_hr)));
+        fail(Check::content_type, static_cast<std::uint32_t>(failure.m_hr), "malformed",
+             "the signed attribute contentType is malformed", "don't trust this stamp");
     }
 }
 
@@ -296,6 +319,9 @@ void Verification::find_signer_certificate() {
         signer_ = std::move(search.certificate);
         verdict_.signer = certificate_info(signer_.get());
         pass(Check::signer, quote_foreign(verdict_.signer->subject));
+    } else if (!has_signed_attribute({kSigningCertificate, kSigningCertificateV2})) {
+        fail_attribute(Check::signer, "the token has no signed attribute that names its signer's "
+                                      "certificate");
     } else if (search.code == CRYPT_E_NOT_FOUND && token().certificates.empty()) {
         fail(Check::signer, search.code, "signer_not_found",
              "the authority's certificate is not in the token, nor among those given",
@@ -304,6 +330,10 @@ void Verification::find_signer_certificate() {
         fail(Check::signer, search.code, "signer_not_named",
              "no signed attribute of the token names a certificate that is there",
              "give the authority's certificate; if it is there, don't trust this stamp");
+    } else if (search.code == CRYPT_E_ASN1_INTERNAL) {
+        fail(Check::signer, search.code, "malformed",
+             "the signed attribute that names the signer's certificate is malformed",
+             "don't trust this stamp");
     } else {
         fail(Check::signer, error_of_code(search.code));
     }

@@ -49,6 +49,9 @@ private:
     // `not_done` for all of these, because of that one.
     void skip_after(Check failed, std::initializer_list<Check> checks);
 
+    bool has_signed_attribute(std::initializer_list<std::string_view> oids) const;
+    void fail_attribute(Check check, std::string text);
+
     bool check_status();
     void check_imprint();
     void check_nonce();

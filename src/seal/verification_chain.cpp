@@ -155,8 +155,14 @@ void Verification::check_chain(const ChainJudgement& judgement) {
         return;
     }
     const Error error = error_of_code(code);
+    std::string text = error.text();
+    if ((judgement.trust_bits & CERT_TRUST_IS_PARTIAL_CHAIN) != 0 && code == CERT_E_CHAINING &&
+        !judgement.links.empty()) {
+        text += ": the certificate of " + quote_foreign(judgement.links.back().certificate.issuer) +
+                " isn't at hand";
+    }
     const bool known_root = code == CERT_E_UNTRUSTEDROOT && !judgement.links.empty();
-    fail(Check::chain, code, error.word(), error.text(),
+    fail(Check::chain, code, error.word(), text,
          known_root ? root_advice(judgement.links) : error.advice());
 }
 

@@ -397,6 +397,45 @@ class CarriedStamps(program.SystemTest):
         self.expect(result, REFUSED, "0x800B01")
 
 
+class Interrupting(WithAuthority):
+    def test_the_first_interruption_ends_waiting_for_a_silent_pipe(self):
+        pipe = self.workspace.path / "pipe"
+        os.mkfifo(pipe)
+        out = self.workspace.path / "silent.tsr"
+        stamp = ("stamp", "--url", self.authority.url, "--roots", self.authority.root, "--out", out)
+        for words in (("verify", "-", "--no-data"), ("verify", pipe, "--no-data"), (*stamp, "-"), (*stamp, pipe)):
+            with self.subTest(words=[str(word) for word in words]):
+                process = subprocess.Popen([program.BIN / "chronoseal", *words], env=self.workspace.environment,
+                                           stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                try:
+                    # It waits for signals in a thread of its own from here on.
+                    program.wait_until(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 1)
+                    time.sleep(0.2)
+                    process.send_signal(signal.SIGINT)
+                    process.wait(5)  # with standard input still open
+                finally:
+                    process.kill()
+                    shown = process.communicate()
+                self.assertEqual(process.returncode, UNREACHABLE, shown)
+                self.assertIn(b"cancelled", shown[1])
+        self.assertFalse(out.exists())
+
+    def test_a_pipe_is_read_to_its_end(self):
+        pipe = self.workspace.path / "full-pipe"
+        os.mkfifo(pipe)
+        out = self.workspace.path / "full.tsr"
+        process = subprocess.Popen([program.BIN / "chronoseal", "stamp", pipe, "--url", self.authority.url, "--roots",
+                                    self.authority.root, "--out", out, "-q"], env=self.workspace.environment)
+        with open(pipe, "wb") as writer:
+            writer.write(b"first")
+            writer.flush()
+            time.sleep(0.3)
+            writer.write(b" and last")
+        self.assertEqual(process.wait(60), GOOD)
+        data = self.workspace.write("full", b"first and last")
+        self.expect(self.workspace.run("verify", out, "--data", data, "--roots", self.authority.root), GOOD)
+
+
 class WordsOfACall(program.SystemTest):
     def test_usage_errors_are_one_line_that_names_the_word(self):
         for words, fragments in ((("frobnicate",), ("frobnicate",)), (("verfy", "x"), ("verfy", "verify")),
@@ -415,6 +454,31 @@ class WordsOfACall(program.SystemTest):
             result = self.workspace.run(*words)
             self.expect(result, GOOD)
             self.assertIn(b"Exit status", result.stdout)
+
+    def test_a_slip_below_a_command_points_to_help_that_is_there(self):
+        for words in (("policy", "sho"), ("policy", "show", "--frob"), ("trust", "add", "x"), ("trust", "list", "x")):
+            line = self.expect(self.workspace.run(*words), USAGE, "see chronoseal ")
+            call = line.rsplit("see chronoseal ", 1)[1].split()
+            self.expect(self.workspace.run(*call), GOOD)
+        self.expect(self.workspace.run("help", "trust", "nonsense"), USAGE, "nonsense")
+
+    def test_failures_of_policy_and_doctor_are_errors_in_json(self):
+        for text, word in (("[config.cades.tsppolicy]\nRequireNonce = 'x'\n", "policy_unusable"), ("no toml [", "policy_unreadable")):
+            self.workspace.configure(text)
+            status, shown = self.workspace.run_json("policy", "show")
+            self.assertNotEqual(status, GOOD)
+            self.assertEqual((shown["ok"], shown["error"]["word"]), (False, word))
+            status, shown = self.workspace.run_json("doctor")
+            self.assertEqual((status, shown["ok"], shown["error"]["word"]), (REFUSED, False, "machine_not_ready"))
+
+    def test_an_authenticode_server_that_is_not_on_the_list_is_told_as_that(self):
+        data = self.workspace.write("signature", b"x")
+        self.workspace.configure('[config.cades.tsppolicy]\nDefaultMSTSPURL = "http://127.0.0.1:9/"\n'
+                                 'AllowedMSTSPs = ["http://other/"]\n')
+        out = self.workspace.path / "signature.p7"
+        self.expect(self.workspace.run("authenticode", data, "--out", out), REFUSED, "1260", "AllowedMSTSPs")
+        self.workspace.configure("")
+        self.expect(self.workspace.run("authenticode", data, "--out", out), USAGE, "no Authenticode server's address")
 
     def test_wrong_stream_for_two_things(self):
         for words in (("verify", "-", "--data", "-"), ("verify", "-", "-"), ("help", "nonsense"),("stamp", "-", "-"), ("stamp", "-", "a"), ("stamp", "a", "b", "--out", "c")):

@@ -11,8 +11,22 @@ import unittest
 
 BIN = pathlib.Path(os.environ.get("CHRONOSEAL_BIN", "build/bin")).resolve()
 GOOD, REFUSED, USAGE, UNREACHABLE = 0, 1, 2, 3
+SCHEMA = pathlib.Path(__file__).resolve().parents[2] / "docs" / "chronoseal.schema.json"
 SKIPPED = 77  # what ctest takes for a test that could not run
+try:
+    import jsonschema
+    validator = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text()))
+except ImportError:  # said by the test of the schema itself
+    validator = None
 os.umask(0o022)  # configuration that others may write to is refused
+
+
+def check_json(text):
+    """Whatever a test has the command print is held against the schema that its users rely on."""
+    if validator is not None:
+        error = jsonschema.exceptions.best_match(validator.iter_errors(json.loads(text)))
+        if error is not None:
+            raise AssertionError(f"not as the schema says: {error.message[:300]} at {error.json_path}\n{text[:2000]!r}")
 
 
 class Workspace:
@@ -43,8 +57,14 @@ class Workspace:
         return path
 
     def run(self, *arguments, stdin=None, timeout=120):
-        return subprocess.run([BIN / "chronoseal", *map(str, arguments)], input=stdin,
-                              capture_output=True, env=self.environment, timeout=timeout)
+        result = subprocess.run([BIN / "chronoseal", *map(str, arguments)], input=stdin,
+                                capture_output=True, env=self.environment, timeout=timeout)
+        if "--json" in arguments:
+            check_json(result.stdout)
+        elif "--json-lines" in arguments:
+            for line in result.stdout.splitlines():
+                check_json(line)
+        return result
 
     def run_json(self, *arguments):
         result = self.run(*arguments, "--json")

@@ -26,10 +26,10 @@ leaf() {
     name=$1 serial=$2
     shift 2
     openssl genpkey -out "$name.key" "$@"
-    openssl req -new -key "$name.key" -subj "/C=XX/O=Basalt Test/CN=$name" -out "$name.csr" $gost
+    openssl req -new -key "$name.key" -subj "/C=XX/O=Basalt Test/CN=$name" -out "$name.csr" ${gost:+-engine "$gost"}
     openssl x509 -req -in "$name.csr" -CA root.pem -CAkey root.key -set_serial "$serial" -days 36500 -sha256 \
-        -extfile ext.cnf -extensions tsa -out "$name.pem" $gost 2>/dev/null
-    openssl x509 -in "$name.pem" -outform DER -out "$out/$name.cer" $gost
+        -extfile ext.cnf -extensions tsa -out "$name.pem" ${gost:+-engine "$gost"} 2>/dev/null
+    openssl x509 -in "$name.pem" -outform DER -out "$out/$name.cer" ${gost:+-engine "$gost"}
 }
 gost=
 leaf rsa 0x00F00102030405 -algorithm RSA -pkeyopt rsa_keygen_bits:2048
@@ -60,7 +60,7 @@ sign two_signers rsa -md sha256 -signer ec.pem -inkey ec.key
 openssl cms -sign -binary -in content.txt -signer rsa.pem -inkey rsa.key -outform DER -out "$out/detached.p7m"
 openssl cms -data_create -binary -in content.txt -outform DER -out "$out/data.p7m"
 
-gost="-engine gost"
+gost=gost
 leaf gost2012 0x12 -engine gost -algorithm gost2012_256 -pkeyopt paramset:A 2>/dev/null
 openssl cms -sign -binary -nodetach -engine gost -in content.txt -signer gost2012.pem -inkey gost2012.key \
     -md md_gost12_256 -outform DER -out "$out/gost2012.p7m" 2>/dev/null
