@@ -14,11 +14,13 @@ from .machine import Diagnosis, MachinePolicy, Setting, Severity, diagnose, poli
 from .sealer import Authority, BatchResult, BatchSummary, Sealer
 from .stamp import Algorithm, Certificate, Remark, Stamp, StampInfo, TokenInfo
 from .stop import Progress, Stop
-from .verifier import (ChainLink, Finding, Outcome, Revocation, RevocationState, Strength, Verdict, Verifier)
+from .verifier import (ChainLink, Evidence, Finding, Outcome, Revocation, RevocationState, Strength, Verdict,
+                       Verifier)
 
 __all__ = [
-    "Algorithm", "Authority", "BatchResult", "BatchSummary", "Category", "Certificate", "ChainLink", "Data", "Diagnosis",
-    "Digest", "Embedded", "Error", "Finding", "Hasher", "Inspection", "Item", "MachinePolicy", "Outcome", "Progress",
-    "Remark", "Revocation", "RevocationState", "Sealer", "Setting", "Severity", "Sources", "Stamp", "StampInfo", "Stop",
-    "Strength", "TokenInfo", "Verdict", "Verifier", "diagnose", "inspect", "policy", "version",
+    "Algorithm", "Authority", "BatchResult", "BatchSummary", "Category", "Certificate", "ChainLink", "Data",
+    "Diagnosis", "Digest", "Embedded", "Error", "Evidence", "Finding", "Hasher", "Inspection", "Item", "MachinePolicy",
+    "Outcome", "Progress", "Remark", "Revocation", "RevocationState", "Sealer", "Setting", "Severity", "Sources",
+    "Stamp", "StampInfo", "Stop", "Strength", "TokenInfo", "Verdict", "Verifier", "diagnose", "inspect", "policy",
+    "version",
 ]

@@ -7,7 +7,7 @@ import datetime
 import enum
 from typing import Any, Callable, List, Optional, Tuple, Union
 
-from ._memory import BYTES, Arena, Data, Sources, microseconds_of, text_of, time_of
+from ._memory import BYTES, Arena, Data, Sources, bytes_of, microseconds_of, text_of, time_of
 from ._native import ffi, lib
 from .digest import Digest, Item
 from .error import Error, call, error_of
@@ -61,6 +61,20 @@ class Finding:
 
 
 @dataclasses.dataclass(frozen=True)
+class Evidence:
+    """A statement about a certificate's revocation, on which the judgement rests."""
+
+    kind: str  #: "list" or "ocsp_answer"
+    source: str  #: "given", "cache" or "network"
+    this_update: datetime.datetime
+    next_update: Optional[datetime.datetime]
+    revoked_at: Optional[datetime.datetime]  #: None: not revoked
+    reason: str  #: "keyCompromise"; empty: none given
+    url: str  #: where it was fetched, others' text, quoted; else empty
+    der: bytes  #: to be kept with the stamp
+
+
+@dataclasses.dataclass(frozen=True)
 class ChainLink:
     """One certificate of the chain that was judged."""
 
@@ -68,6 +82,7 @@ class ChainLink:
     anchor: bool
     faults: Tuple[str, ...]
     revocation: RevocationState
+    evidence: Tuple[Evidence, ...]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -193,6 +208,14 @@ def finding_of(struct: Any) -> Finding:
                    struct.code, text_of(struct.text), text_of(struct.advice), remarks_of(struct))
 
 
+def evidence_of(struct: Any) -> Evidence:
+    return Evidence(
+        ("list", "ocsp_answer")[struct.kind], ("given", "cache", "network")[struct.source], time_of(struct.this_update),
+        time_of(struct.next_update) if struct.has_next_update else None,
+        time_of(struct.revoked_at) if struct.revoked else None, text_of(struct.reason), text_of(struct.url),
+        bytes_of(struct.der))
+
+
 def verdict_of(handle: Any, error: Optional[Error]) -> Verdict:
     place = ffi.new("chronoseal_verdict_info**")
     call(lib.chronoseal_verdict_get_info, handle, place)
@@ -209,7 +232,8 @@ def verdict_of(handle: Any, error: Optional[Error]) -> Verdict:
         assert certificate is not None
         chain.append(ChainLink(certificate, link.anchor != 0,
                                tuple(text_of(link.faults[j]) for j in range(link.fault_count)),
-                               RevocationState(link.revocation)))
+                               RevocationState(link.revocation),
+                               tuple(evidence_of(link.evidence[j]) for j in range(link.evidence_count))))
     return Verdict(info.good != 0, info.indeterminate != 0, info.compared != 0, tuple(findings),
                    finding_of(info.deciding), None if info.token == ffi.NULL else token_of(info.token),
                    certificate_of(info.signer), tuple(chain), time_of(info.judged_at), time_of(info.as_of), error)

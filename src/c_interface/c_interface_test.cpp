@@ -311,6 +311,8 @@ TEST_F(CInterfaceTest, ValuesThatMeanNothingAreRefused) {
     EXPECT_EQ(word_for([&] { std::memcpy(&trust.strength, &wild, sizeof wild); }), "value_unknown");
     EXPECT_EQ(word_for([&] { std::memcpy(&options.nonce, &wild, sizeof wild); }), "value_unknown");
     EXPECT_EQ(word_for([&] { options.rest_ms = -1; }), "value_unknown");
+    EXPECT_EQ(word_for([&] { trust.as_of = INT64_MAX; }), "value_unknown");
+    EXPECT_EQ(word_for([&] { trust.as_of = INT64_MIN; }), "value_unknown");
     EXPECT_EQ(word_for([&] { options.longest_wait_ms = INT64_MAX; }), "value_unknown");
     EXPECT_EQ(word_for([&] { options.url = "ftp://x/"; }), "address_malformed");
     EXPECT_EQ(word_for([&] { options.hash = "rot13"; }), "hash_unknown");
@@ -424,6 +426,34 @@ TEST_F(CInterfaceTest, OkStandsForAGoodStampAlone) {
     EXPECT_NE(chronoseal_verify_expected(verifier.get(), stamp.get(), &nothing, nullptr, &error),
               CHRONOSEAL_OK);
     EXPECT_EQ(word(), "data_missing");
+}
+
+TEST_F(CInterfaceTest, TheEvidenceIsGivenWithTheChain) {
+    const std::string list =
+        authority.authority().list("20240101000000Z", 4, "20240701000000Z", "20491231000000Z");
+    const chronoseal_source evidence = source_of(list);
+    trust.evidence = &evidence;
+    trust.evidence_count = 1;
+    chronoseal_verdict* found = nullptr;
+    EXPECT_EQ(
+        chronoseal_verify(make_verifier().get(), read(token()).get(), "data", 4, &found, &error),
+        CHRONOSEAL_REFUSED);
+    const Handle<chronoseal_verdict> verdict(found);
+    EXPECT_EQ(word(), "revoked");
+    const chronoseal_verdict_info* info = nullptr;
+    ASSERT_EQ(chronoseal_verdict_get_info(found, &info, &error), CHRONOSEAL_OK);
+    ASSERT_GT(info->chain_count, 0U);
+    const chronoseal_chain_link& link = *info->chain[0];
+    EXPECT_EQ(link.revocation, CHRONOSEAL_REVOKED);
+    ASSERT_EQ(link.evidence_count, 1U);
+    const chronoseal_evidence& one = *link.evidence[0];
+    EXPECT_EQ(one.kind, CHRONOSEAL_EVIDENCE_LIST);
+    EXPECT_EQ(one.source, CHRONOSEAL_EVIDENCE_GIVEN);
+    EXPECT_TRUE(one.revoked && one.has_next_update);
+    std::array<char, CHRONOSEAL_TIME_ROOM> text{};
+    chronoseal_time_text(one.revoked_at, 0, text.data(), text.size(), nullptr);
+    EXPECT_STREQ(text.data(), "2024-01-01T00:00:00Z");
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(one.der.data), one.der.size), list);
 }
 
 TEST_F(CInterfaceTest, ARequestGoesAnotherWayAndIsHeldAgainstTheAnswer) {

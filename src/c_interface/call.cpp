@@ -114,6 +114,16 @@ ByteView needed_bytes(const void* data, std::size_t size, const char* name) {
     return {&needed(static_cast<const std::byte*>(data), name), size};
 }
 
+Time needed_time(chronoseal_time time, const char* name) {
+    constexpr Time kFirst = std::chrono::sys_days{std::chrono::year(0) / 1 / 2};
+    constexpr Time kLast = std::chrono::sys_days{std::chrono::year(9999) / 12 / 31};
+    const Time point{Time::duration(time)};
+    if (point < kFirst || point > kLast) {
+        refuse_value(name);
+    }
+    return point;
+}
+
 void hand_over(const Bytes& bytes, unsigned char** data, std::size_t* size) {
     void* const copy = std::malloc(bytes.empty() ? 1 : bytes.size());
     if (copy == nullptr) {

@@ -137,6 +137,9 @@ void release(Handle** handle) noexcept {
 // Bytes that the caller frees.
 void hand_over(const Bytes& bytes, unsigned char** data, std::size_t* size);
 
+// A caller's time; refused beyond what RFC 3339 can write, less a day for the zones.
+Time needed_time(chronoseal_time time, const char* name);
+
 inline chronoseal_time time_of(Time time) {
     return time.time_since_epoch().count();
 }

@@ -351,13 +351,42 @@ typedef enum chronoseal_revocation_state {
     CHRONOSEAL_UNKNOWN = 3      // there was no evidence that counts
 } chronoseal_revocation_state;
 
+// What a statement about revocation is.
+typedef enum chronoseal_evidence_kind {
+    CHRONOSEAL_EVIDENCE_LIST = 0,       // a certificate revocation list
+    CHRONOSEAL_EVIDENCE_OCSP_ANSWER = 1 // an OCSP response
+} chronoseal_evidence_kind;
+
+// Where a statement about revocation came from.
+typedef enum chronoseal_evidence_source {
+    CHRONOSEAL_EVIDENCE_GIVEN = 0,  // by the caller, or in the token
+    CHRONOSEAL_EVIDENCE_CACHE = 1,  // fetched earlier
+    CHRONOSEAL_EVIDENCE_NETWORK = 2 // fetched for this judgement
+} chronoseal_evidence_source;
+
+// A statement about a certificate's revocation, on which the judgement rests.
+typedef struct chronoseal_evidence {
+    chronoseal_evidence_kind kind;     // list or answer
+    chronoseal_evidence_source source; // where it came from
+    chronoseal_time this_update;       // when it was made
+    int has_next_update;               // 1: it says when the next one is due
+    chronoseal_time next_update;       // when
+    int revoked;                       // 1: it says that the certificate was revoked
+    chronoseal_time revoked_at;        // since when
+    const char* reason;                // "keyCompromise"; empty: none given
+    const char* url;                   // where it was fetched, others' text; else empty
+    chronoseal_bytes der;              // the whole statement, to be kept with the stamp
+} chronoseal_evidence;
+
 // One certificate of the chain that was judged.
 typedef struct chronoseal_chain_link {
-    const chronoseal_certificate* certificate; // the certificate itself
-    int anchor;                                // 1: the trusted root
-    const char* const* faults;                 // what is wrong with it, "certificate_expired"
-    size_t fault_count;                        // how many
-    chronoseal_revocation_state revocation;    // whether it was revoked
+    const chronoseal_certificate* certificate;  // the certificate itself
+    int anchor;                                 // 1: the trusted root
+    const char* const* faults;                  // what is wrong with it, "certificate_expired"
+    size_t fault_count;                         // how many
+    chronoseal_revocation_state revocation;     // whether it was revoked
+    const chronoseal_evidence* const* evidence; // on which that rests
+    size_t evidence_count;                      // how many
 } chronoseal_chain_link;
 
 // A verdict as a whole.

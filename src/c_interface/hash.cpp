@@ -116,14 +116,8 @@ void chronoseal_hasher_free(chronoseal_hasher** hasher) {
 chronoseal_status chronoseal_time_text(chronoseal_time time, int local, char* out, size_t room,
                                        chronoseal_error** error) {
     return call(error, [&] {
-        // What RFC 3339 can write, less a day for the zones.
-        constexpr Time kFirst = std::chrono::sys_days{std::chrono::year(0) / 1 / 2};
-        constexpr Time kLast = std::chrono::sys_days{std::chrono::year(9999) / 12 / 31};
         needed(out, "out");
-        const Time point{Time::duration(time)};
-        if (point < kFirst || point > kLast) {
-            refuse_value("time");
-        }
+        const Time point = needed_time(time, "time");
         const std::string text = local != 0 ? local_text(point) : utc_text(point);
         if (text.size() >= room) {
             throw Error(Category::misuse, "buffer_too_small", 0, "the time has no room in 'out'",

@@ -101,7 +101,7 @@ Trust trust_of(const chronoseal_trust* given) {
     trust.strength =
         static_cast<Strength>(chosen(known.strength, CHRONOSEAL_STRENGTH_CURRENT, "strength"));
     if (known.as_of != 0) {
-        trust.as_of = Time(Time::duration(known.as_of));
+        trust.as_of = needed_time(known.as_of, "as_of");
     }
     trust.offline = known.offline != 0;
     return trust;

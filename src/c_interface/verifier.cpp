@@ -32,6 +32,21 @@ const chronoseal_finding* view_of(Kept& kept, const Finding& finding) {
     return kept.value(view);
 }
 
+const chronoseal_evidence* view_of(Kept& kept, const Evidence& evidence) {
+    chronoseal_evidence view{};
+    view.kind = static_cast<chronoseal_evidence_kind>(evidence.kind);
+    view.source = static_cast<chronoseal_evidence_source>(evidence.source);
+    view.this_update = time_of(evidence.this_update);
+    view.has_next_update = evidence.next_update ? 1 : 0;
+    view.next_update = time_of(evidence.next_update.value_or(Time{}));
+    view.revoked = evidence.revoked ? 1 : 0;
+    view.revoked_at = time_of(evidence.revoked.value_or(Time{}));
+    view.reason = kept.text(evidence.reason);
+    view.url = kept.foreign(evidence.url);
+    view.der = c_interface::view_of(evidence.der);
+    return kept.value(view);
+}
+
 const chronoseal_chain_link* view_of(Kept& kept, const ChainLink& link) {
     chronoseal_chain_link view{};
     view.certificate = c_interface::view_of(kept, link.certificate);
@@ -39,6 +54,12 @@ const chronoseal_chain_link* view_of(Kept& kept, const ChainLink& link) {
     view.faults = kept.words(link.faults);
     view.fault_count = link.faults.size();
     view.revocation = static_cast<chronoseal_revocation_state>(link.revocation);
+    std::vector<const chronoseal_evidence*> evidence;
+    for (const Evidence& one : link.evidence) {
+        evidence.push_back(view_of(kept, one));
+    }
+    view.evidence_count = evidence.size();
+    view.evidence = kept.array(std::move(evidence));
     return kept.value(view);
 }
 
