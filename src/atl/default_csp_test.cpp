@@ -36,6 +36,7 @@ struct FakePlatform {
     std::map<HCRYPTPROV, std::size_t> positions;
     HCRYPTPROV chosen = 0;
     int failing_index = -1; // of providers
+    int greedy_index = -1;  // of one whose name never fits
     int failing_type = -1;
     int enumerations = 0;
 
@@ -108,6 +109,9 @@ BOOL CryptEnumProvidersA(DWORD index, DWORD* reserved, DWORD flags, DWORD* type,
     }
     if (static_cast<int>(index) == fake->failing_index) {
         return fail(NTE_FAIL);
+    }
+    if (static_cast<int>(index) == fake->greedy_index) {
+        return fail(ERROR_MORE_DATA);
     }
     *type = fake->providers[index].type;
     return put_name(fake->providers[index].name, name, size);
@@ -228,6 +232,9 @@ TEST(DefaultCsp, RetriesLongNamesAndPassesOverFailingIndices) {
                           {1, std::string(600, 'n'), {kHashA}, false}};
     platform.failing_index = 1;
     EXPECT_EQ(find(platform, kHashA), 3u);
+    platform.greedy_index = 1;
+    platform.failing_index = -1;
+    EXPECT_EQ(find(platform, kHashA), 0u) << "room that was there already is asked for: the end";
 }
 
 TEST(DefaultCsp, StopsAtATypeThatFailsAndGoesOnByNames) {
