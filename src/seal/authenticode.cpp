@@ -47,7 +47,7 @@ Endpoint choose_server(const std::string& wanted) {
                     "no Authenticode server's address is set",
                     "give one, or set DefaultMSTSPURL in the machine's policy");
     }
-    const Endpoint endpoint = make_endpoint({.url = url}, "");
+    Endpoint endpoint = make_endpoint({.url = url}, "");
     static_cast<void>(settled_rules()); // a policy that can't be read allows nothing
     const auto allowed = configured_list("\\config\\cades\\tsppolicy\\AllowedMSTSPs");
     if (allowed && std::ranges::find(*allowed, endpoint.url) == allowed->end()) {

@@ -231,8 +231,8 @@ std::string oid_name(std::string_view oid) {
 }
 
 Bytes sha256_of(ByteView bytes) {
-    static const HashAlgorithm algorithm = HashAlgorithm::by_name("SHA-256");
-    return Digest::of(bytes, algorithm).value();
+    static const HashAlgorithm kAlgorithm = HashAlgorithm::by_name("SHA-256");
+    return Digest::of(bytes, kAlgorithm).value();
 }
 
 } // namespace chronoseal
