@@ -37,7 +37,7 @@ def floor_of(name):
     """The floor of ours, or the library of others, that an include leads to; nothing for the standard library's."""
     first, _, rest = name.partition("/")
     if first == "chronoseal":
-        return {"visibility.h": "visibility", "chronoseal.hpp": "seal"}.get(rest, rest.split("/")[0])
+        return {"visibility.h": "visibility", "chronoseal.hpp": "seal", "evidence.hpp": "seal"}.get(rest, rest.split("/")[0])
     if first == "basalt":
         folder = rest.split("/")[0]
         if folder in ROOMS:

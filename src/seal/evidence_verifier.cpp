@@ -1,0 +1,198 @@
+// Verdicts on records: the links first, then each stamp by a verifier whose "now" is the time of
+// the stamp that renewed it.
+#include <chronoseal/evidence.hpp>
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+
+#include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/record_links.h>
+
+namespace chronoseal {
+
+namespace {
+
+// What is kept of one verifier's work; more is forgotten all at once.
+constexpr std::size_t kMostVerdicts = 4096;
+constexpr std::size_t kMostVerifiers = 64;
+
+// The first end of a certificate below the anchor.
+std::optional<Time> first_end(const Verdict& verdict) {
+    std::optional<Time> end;
+    for (const ChainLink& link : verdict.chain) {
+        if (!link.anchor && (!end || link.certificate.not_after < *end)) {
+            end = link.certificate.not_after;
+        }
+    }
+    return end;
+}
+
+} // namespace
+
+std::string_view strength_name(EvidenceStrength strength) noexcept {
+    switch (strength) {
+    case EvidenceStrength::fresh:
+        return "fresh";
+    case EvidenceStrength::renewed:
+        return "renewed";
+    case EvidenceStrength::aged:
+        break;
+    }
+    return "aged";
+}
+
+class EvidenceVerifier::Impl {
+public:
+    explicit Impl(Trust trust) : trust_(std::move(trust)), now_(trust_) {}
+
+    EvidenceVerdict verify(const EvidenceRecord& record,
+                           const std::vector<DataDigests>& objects) const {
+        EvidenceVerdict verdict;
+        LinkReport links = check_links(record, objects);
+        verdict.failure = std::move(links.failure);
+        verdict.failed_stamp = links.failed_stamp;
+        verdict.remarks = std::move(links.remarks);
+        verdict.compared = !objects.empty();
+        const auto& stamps = record.info().stamps;
+        for (std::size_t i = 0; i < links.roots.size(); ++i) {
+            const bool last = i + 1 == stamps.size();
+            verdict.stamps.push_back(
+                judge(stamps[i], links.roots[i], last ? nullptr : &stamps[i + 1], i, verdict));
+        }
+        conclude(record, verdict);
+        return verdict;
+    }
+
+private:
+    JudgedStamp judge(const ArchiveStampInfo& info, const Digest& root,
+                      const ArchiveStampInfo* next, std::size_t index,
+                      EvidenceVerdict& whole) const {
+        JudgedStamp one;
+        one.chain = info.chain;
+        one.verdict = verdict_on(
+            info.stamp, root, next != nullptr ? std::optional(next->stamp.time()) : trust_.as_of);
+        one.certificates_end = first_end(one.verdict);
+        if (next != nullptr) {
+            one.covered_by = index + 1;
+        }
+        one.covered_in_time = one.certificates_end && one.verdict.as_of <= *one.certificates_end;
+        const bool earlier_open = whole.open && !one.verdict.indeterminate();
+        if (!one.verdict.good() && (!whole.failure || earlier_open)) {
+            whole.failure = failure_of(one.verdict, index);
+            whole.failed_stamp = index;
+            whole.open = one.verdict.indeterminate();
+        }
+        return one;
+    }
+
+    static Error failure_of(const Verdict& verdict, std::size_t index) {
+        const Error error = verdict.error();
+        return Error(error.category(), error.word(), error.code(),
+                     "time-stamp " + std::to_string(index + 1) + ": " + error.text(),
+                     error.advice());
+    }
+
+    // The same stamp comes in many records.
+    Verdict verdict_on(const Stamp& stamp, const Digest& root, std::optional<Time> as_of) const {
+        const std::pair key{sha256_of(stamp.token()), as_of};
+        {
+            const std::lock_guard lock(mutex_);
+            if (const auto known = verdicts_.find(key); known != verdicts_.end()) {
+                return *known->second;
+            }
+        }
+        auto verdict = std::make_shared<const Verdict>(verifier_at(as_of).verify(stamp, root));
+        const std::lock_guard lock(mutex_);
+        if (verdicts_.size() >= kMostVerdicts) {
+            verdicts_.clear();
+        }
+        verdicts_.emplace(key, verdict);
+        return *verdict;
+    }
+
+    Verifier verifier_at(std::optional<Time> as_of) const {
+        if (as_of == trust_.as_of) {
+            return now_;
+        }
+        const std::lock_guard lock(mutex_);
+        if (const auto known = verifiers_.find(*as_of); known != verifiers_.end()) {
+            return known->second;
+        }
+        Trust trust = trust_;
+        trust.as_of = as_of;
+        if (verifiers_.size() >= kMostVerifiers) {
+            verifiers_.clear();
+        }
+        return verifiers_.emplace(*as_of, Verifier(std::move(trust))).first->second;
+    }
+
+    static void conclude(const EvidenceRecord& record, EvidenceVerdict& verdict) {
+        if (verdict.stamps.size() == record.info().stamps.size()) {
+            verdict.renew_before = verdict.stamps.back().certificates_end;
+        }
+        const auto late = std::ranges::find(verdict.stamps, false, &JudgedStamp::covered_in_time);
+        if (late != verdict.stamps.end() && late->covered_by && late->certificates_end) {
+            verdict.remarks.push_back(
+                {"renewed_late", "time-stamp " + std::to_string(*late->covered_by) +
+                                     " was renewed after its certificates had ended on " +
+                                     utc_text(*late->certificates_end) +
+                                     ": a key that was stolen in between could forge it"});
+        }
+        if (!verdict.good()) {
+            return;
+        }
+        verdict.existed_by = record.info().stamps.front().stamp.time();
+        verdict.strength = late != verdict.stamps.end() ? EvidenceStrength::aged
+                           : verdict.stamps.size() > 1  ? EvidenceStrength::renewed
+                                                        : EvidenceStrength::fresh;
+    }
+
+    Trust trust_;
+    Verifier now_;
+    mutable std::mutex mutex_;
+    mutable std::map<std::pair<Bytes, std::optional<Time>>, std::shared_ptr<const Verdict>>
+        verdicts_;
+    mutable std::map<Time, Verifier> verifiers_;
+};
+
+DataDigests digests_of_file(const EvidenceRecord& record, const std::filesystem::path& path,
+                            const Progress& progress, std::stop_token stop) {
+    DataDigests digests;
+    for (const HashAlgorithm& algorithm : record.data_algorithms()) {
+        digests.push_back(Digest::of_file(path, algorithm, progress, stop));
+    }
+    return digests;
+}
+
+EvidenceVerifier::EvidenceVerifier(Trust trust)
+    : impl_(guarded("set up the verification",
+                    [&] { return std::make_shared<const Impl>(std::move(trust)); })) {}
+
+EvidenceVerdict EvidenceVerifier::verify(const EvidenceRecord& record,
+                                         const std::vector<DataDigests>& objects) const {
+    return guarded("verify the evidence record", [&] { return impl_->verify(record, objects); });
+}
+
+EvidenceVerdict EvidenceVerifier::verify(const EvidenceRecord& record, ByteView data) const {
+    DataDigests digests;
+    for (const HashAlgorithm& algorithm : record.data_algorithms()) {
+        digests.push_back(Digest::of(data, algorithm));
+    }
+    return verify(record, std::vector<DataDigests>{std::move(digests)});
+}
+
+EvidenceVerdict EvidenceVerifier::verify_file(const EvidenceRecord& record,
+                                              const std::filesystem::path& path,
+                                              const Progress& progress,
+                                              std::stop_token stop) const {
+    return verify(
+        record, std::vector<DataDigests>{digests_of_file(record, path, progress, std::move(stop))});
+}
+
+EvidenceVerdict EvidenceVerifier::verify_record(const EvidenceRecord& record) const {
+    return verify(record, std::vector<DataDigests>{});
+}
+
+} // namespace chronoseal

@@ -1,0 +1,46 @@
+// The tree of hashes of an evidence record (RFC 4998, 4.2), in the one shape that can be built
+// again from its leaves: these in ascending order, equal ones once; neighbours are joined in pairs,
+// the lesser first; a last one without a neighbour goes up as it is. Owns packed digests, two
+// lengths of one for each leaf.
+#pragma once
+
+#include <optional>
+
+#include <chronoseal/seal/repeated_hash.h>
+
+namespace chronoseal {
+
+class HashTree {
+public:
+    explicit HashTree(const HashAlgorithm& algorithm) : hash_(algorithm) {}
+
+    const HashAlgorithm& algorithm() const noexcept { return hash_.algorithm(); }
+    RepeatedHash& hash() noexcept { return hash_; }
+    void reserve(std::uint64_t digests) { leaves_.reserve(digests * width()); }
+    // The size must be the algorithm's.
+    void add(ByteView digest);
+
+    // The first of these after an `add` builds the tree.
+    std::uint64_t size();
+    ByteView root(); // the tree must not be empty
+    std::optional<HashPath> path(ByteView leaf);
+
+private:
+    std::size_t width() const noexcept { return algorithm().size(); }
+    ByteView at(const Bytes& level, std::size_t index) const {
+        return ByteView(level).subspan(index * width(), width());
+    }
+    void build();
+    Bytes level_above(const Bytes& level);
+    std::optional<std::size_t> find(ByteView leaf) const;
+
+    RepeatedHash hash_;
+    Bytes leaves_;
+    std::vector<Bytes> levels_; // above the leaves
+    bool built_ = false;
+};
+
+// Up the path from a leaf.
+Bytes root_of(RepeatedHash& hash, ByteView leaf, const HashPath& path);
+
+} // namespace chronoseal

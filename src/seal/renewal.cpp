@@ -1,0 +1,189 @@
+// Renewals: a tree over what stands for each record, and the new stamp appended to the record.
+#include <chronoseal/evidence.hpp>
+
+#include <algorithm>
+
+#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/hash_tree.h>
+#include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/record_content.h>
+#include <chronoseal/seal/record_links.h>
+#include <chronoseal/seal/tree_stamp.h>
+
+namespace chronoseal {
+
+namespace {
+
+Error not_added() {
+    return Error(Category::misuse, "not_in_tree", 0, "the record isn't among those of this renewal",
+                 "add it before the stamp is asked for");
+}
+
+// What both renewals have: leaves, a root, and a stamp for each record.
+class RenewalTree {
+public:
+    explicit RenewalTree(const HashAlgorithm& algorithm) : tree_(algorithm) {}
+
+    RepeatedHash& hash() { return tree_.hash(); }
+    const HashAlgorithm& algorithm() const { return tree_.algorithm(); }
+
+    void add(const std::vector<Bytes>& members) {
+        tree_.add(hash().of_sorted({members.begin(), members.end()}));
+    }
+
+    Digest digest() {
+        if (tree_.size() == 0) {
+            throw Error(Category::misuse, "tree_empty", 0, "there is no record to renew",
+                        "add records");
+        }
+        return Digest(algorithm(), copy_of(tree_.root()));
+    }
+
+    Bytes stamp_for(const EvidenceRecord& record, const std::vector<Bytes>& members,
+                    const Stamp& stamp) {
+        HashList sorted(members.begin(), members.end());
+        std::ranges::sort(sorted, less);
+        const auto path = tree_.path(hash().of_sorted(sorted));
+        if (!path) {
+            throw not_added();
+        }
+        Bytes der = tree_stamp_der(hash(), sorted, *path, stamp);
+        if (stamp.time() < record.info().stamps.back().stamp.time()) {
+            throw Error(Category::refused, "time_goes_back", 0,
+                        "the new time-stamp of " + utc_text(stamp.time()) +
+                            " is older than the one that it would renew",
+                        "ask an authority whose clock is right");
+        }
+        return der;
+    }
+
+private:
+    HashTree tree_;
+};
+
+std::vector<ByteView> chains_of(const EvidenceRecord& record) {
+    std::vector<ByteView> chains;
+    for (const ArchiveChain& chain : RecordAccess::parts(record).chains) {
+        chains.push_back(chain.der);
+    }
+    return chains;
+}
+
+// The record with these chains, and with the algorithm among those that it says it uses.
+EvidenceRecord with_chains(const EvidenceRecord& record, const HashAlgorithm& algorithm,
+                           const std::vector<ByteView>& chains) {
+    RecordParts frame = RecordAccess::parts(record);
+    const Bytes algorithms = with_algorithm(frame.algorithms, algorithm.oid());
+    frame.algorithms = algorithms;
+    return RecordAccess::make(record_der(frame, chains));
+}
+
+} // namespace
+
+class StampRenewal::Impl : public RenewalTree {
+public:
+    using RenewalTree::RenewalTree;
+
+    // All stamps of the chain, though the last would do: there is software that wants them all.
+    std::vector<Bytes> members_of(const EvidenceRecord& record) {
+        if (record.info().stamps.back().algorithm.oid != algorithm().oid()) {
+            throw Error(Category::misuse, "algorithms_differ", 0,
+                        "the record's last chain is by " +
+                            quote_foreign(record.info().stamps.back().algorithm.name) +
+                            " and can't go on by " + algorithm().name(),
+                        "renew it by its own hash, or begin a new chain");
+        }
+        std::vector<Bytes> members;
+        for (const ArchiveStamp& stamp : RecordAccess::parts(record).chains.back().stamps) {
+            members.push_back(hash().of({stamp.token}));
+        }
+        std::ranges::sort(members, [](const Bytes& a, const Bytes& b) { return less(a, b); });
+        const auto rest = std::ranges::unique(members);
+        members.erase(rest.begin(), rest.end());
+        return members;
+    }
+};
+
+StampRenewal::StampRenewal(const HashAlgorithm& algorithm)
+    : impl_(guarded("renew records", [&] { return std::make_unique<Impl>(algorithm); })) {}
+StampRenewal::StampRenewal(StampRenewal&& other) noexcept = default;
+StampRenewal& StampRenewal::operator=(StampRenewal&& other) noexcept = default;
+StampRenewal::~StampRenewal() = default;
+
+void StampRenewal::add(const EvidenceRecord& record) {
+    guarded("renew records", [&] { impl_->add(impl_->members_of(record)); });
+}
+
+Digest StampRenewal::digest() {
+    return guarded("renew records", [&] { return impl_->digest(); });
+}
+
+EvidenceRecord StampRenewal::renewed(const EvidenceRecord& record, const Stamp& stamp) {
+    return guarded("renew a record", [&] {
+        const Bytes added = impl_->stamp_for(record, impl_->members_of(record), stamp);
+        std::vector<ByteView> stamps;
+        for (const ArchiveStamp& one : RecordAccess::parts(record).chains.back().stamps) {
+            stamps.push_back(one.der);
+        }
+        stamps.emplace_back(added);
+        const Bytes chain = chain_der(stamps);
+        auto chains = chains_of(record);
+        chains.back() = chain;
+        return with_chains(record, impl_->algorithm(), chains);
+    });
+}
+
+class HashRenewal::Impl : public RenewalTree {
+public:
+    using RenewalTree::RenewalTree;
+
+    std::vector<Bytes> members_of(const EvidenceRecord& record,
+                                  const std::vector<Digest>& objects) {
+        const Bytes sequence = hash().of({sequence_der(chains_of(record))});
+        std::vector<Bytes> members;
+        for (const Digest& object : objects) {
+            if (object.algorithm() != algorithm()) {
+                throw Error(Category::misuse, "digest_malformed", 0,
+                            "a digest by " + object.algorithm().name() +
+                                " can't stand in a chain by " + algorithm().name(),
+                            "hash the object by the new algorithm");
+            }
+            members.push_back(rehashed_object(hash(), object.value(), sequence));
+        }
+        if (members.empty()) {
+            throw Error(Category::misuse, "data_needed", 0,
+                        "a renewal by a new hash needs the object's", "hash the object");
+        }
+        std::ranges::sort(members, [](const Bytes& a, const Bytes& b) { return less(a, b); });
+        const auto rest = std::ranges::unique(members);
+        members.erase(rest.begin(), rest.end());
+        return members;
+    }
+};
+
+HashRenewal::HashRenewal(const HashAlgorithm& algorithm)
+    : impl_(guarded("renew records", [&] { return std::make_unique<Impl>(algorithm); })) {}
+HashRenewal::HashRenewal(HashRenewal&& other) noexcept = default;
+HashRenewal& HashRenewal::operator=(HashRenewal&& other) noexcept = default;
+HashRenewal::~HashRenewal() = default;
+
+void HashRenewal::add(const EvidenceRecord& record, const std::vector<Digest>& objects) {
+    guarded("renew records", [&] { impl_->add(impl_->members_of(record, objects)); });
+}
+
+Digest HashRenewal::digest() {
+    return guarded("renew records", [&] { return impl_->digest(); });
+}
+
+EvidenceRecord HashRenewal::renewed(const EvidenceRecord& record,
+                                    const std::vector<Digest>& objects, const Stamp& stamp) {
+    return guarded("renew a record", [&] {
+        const Bytes added = impl_->stamp_for(record, impl_->members_of(record, objects), stamp);
+        const Bytes chain = chain_der({added});
+        auto chains = chains_of(record);
+        chains.emplace_back(chain);
+        return with_chains(record, impl_->algorithm(), chains);
+    });
+}
+
+} // namespace chronoseal
