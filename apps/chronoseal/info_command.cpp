@@ -5,6 +5,7 @@
 
 #include "input_file.h"
 #include "output_file.h"
+#include "record_text.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
 
@@ -70,6 +71,14 @@ ExitStatus run_info(const InfoOptions& options, const Output& output) {
     const Inspection found = chronoseal::inspect(bytes);
     if (found.kind == Kind::request) {
         return show_request(options, found, output);
+    }
+    if (found.kind == Kind::evidence_record) {
+        const auto record = chronoseal::EvidenceRecord::read(found.der);
+        output.text(info_text(record.info(), record.der().size()));
+        Json json = {{"file", options.file}, {"kind", chronoseal::kind_name(found.kind)}};
+        json.update(to_json(record.info()));
+        output.object(true, json);
+        return ExitStatus::good;
     }
     if (found.kind != Kind::token && !found.stamps.empty()) {
         return show_embedded(options, found, output);

@@ -11,7 +11,9 @@
 #include "authenticode_command.h"
 #include "info_command.h"
 #include "policy_command.h"
+#include "renew_command.h"
 #include "stamp_command.h"
+#include "together_command.h"
 #include "trust_command.h"
 #include "verify_command.h"
 #include "wrong_usage.h"
@@ -58,6 +60,8 @@ void add_stamp(CLI::App& app, Chosen& chosen) {
         "Examples:\n"
         "  chronoseal stamp report.pdf --url http://tsa.example/       writes report.pdf.tsr\n"
         "  chronoseal stamp *.pdf --skip-existing --jobs 8\n"
+        "  chronoseal stamp --together folder --out case        case.sha256 and case.sha256.ers\n"
+        "  chronoseal stamp --manifest sums-*.sha256            one stamp for lists of hashes\n"
         "  chronoseal stamp --digest HEX --hash sha256 --out a.tsr",
         cli::run_stamp, [](CLI::App& command, cli::StampOptions& options) {
             add_files(command, options.files, "files to stamp; - is standard input", "FILE");
@@ -71,6 +75,13 @@ void add_stamp(CLI::App& app, Chosen& chosen) {
                            "write the chain's certificates, too, PEM", "FILE");
             cli::add_value(command, "--crls-out", options.crls_out,
                            "write the revocation lists that were used, too, PEM", "FILE");
+            auto* together = command.add_flag("--together", options.together,
+                                              "one stamp for all files, those in folders "
+                                              "included, by a list of their hashes");
+            command
+                .add_flag("--manifest", options.manifest,
+                          "one stamp for lists of hashes, as sha256sum writes them")
+                ->excludes(together);
             command.add_flag("--force", options.force, "overwrite what is there");
             command.add_flag("--skip-existing", options.skip_existing,
                              "leave out files that have a stamp");
@@ -134,6 +145,57 @@ void add_verify(CLI::App& app, Chosen& chosen) {
             cli::add_value(command, "--report", options.report,
                            "write the verdict as a page to print and keep", "FILE.html");
             command.add_flag("--force", options.force, "overwrite the report");
+            command.add_flag("--manifest", options.manifest,
+                             "what an evidence record is of is a list of hashes");
+            command.add_flag("--files", options.files,
+                             "compare the files of that list, too, as sha256sum -c does");
+            cli::add_trust_options(command, options.trust);
+        });
+}
+
+void add_prove(CLI::App& app, Chosen& chosen) {
+    add_command<cli::ProveOptions>(
+        app, chosen, "prove", "make the evidence record of a file out of that of a list",
+        "Asks nobody: the list, its record and the file are all it takes.\n\n"
+        "Example:\n"
+        "  chronoseal prove a/report.pdf --manifest case.sha256    writes a/report.pdf.ers",
+        cli::run_prove, [](CLI::App& command, cli::ProveOptions& options) {
+            add_files(command, options.files, "files whose hashes are in the list", "FILE")
+                ->required();
+            cli::add_value(command, "--manifest", options.manifest, "the list of hashes", "SUMS")
+                ->required();
+            cli::add_value(command, "--record", options.record,
+                           "the list's evidence record (default: SUMS.ers)", "FILE.ers");
+            cli::add_value(command, "--out", options.out,
+                           "where to write the record (default: FILE.ers)", "FILE");
+            command.add_flag("--force", options.force, "overwrite what is there");
+        });
+}
+
+void add_renew(CLI::App& app, Chosen& chosen) {
+    add_command<cli::RenewOptions>(
+        app, chosen, "renew", "carry evidence records on, before a certificate or a hash ends",
+        "One stamp renews all records that are named together. A record is replaced in its place,\n"
+        "once its new form has been verified.\n\n"
+        "Examples:\n"
+        "  chronoseal renew *.ers                       by a new time-stamp\n"
+        "  chronoseal renew --hash sha512 case.sha256.ers    by a new hash over the data beside "
+        "it\n"
+        "  chronoseal renew old.pdf.tsr                 writes old.pdf.ers",
+        cli::run_renew, [](CLI::App& command, cli::RenewOptions& options) {
+            add_files(command, options.files, "evidence records, or stamps that become records",
+                      "RECORD")
+                ->required();
+            cli::add_value(command, "--hash", options.hash,
+                           "begin a new chain by this hash, over the data again", "NAME|OID");
+            cli::add_value(command, "--data", options.data,
+                           "what the record is of (default: the file beside it)", "FILE");
+            cli::add_value(command, "--out", options.out,
+                           "where to write the record (default: in its place)", "FILE");
+            command.add_flag("--convert-only", options.convert_only,
+                             "make records of stamps, and ask nobody");
+            command.add_flag("--force", options.force, "overwrite what is there");
+            cli::add_authority_options(command, options.authority);
             cli::add_trust_options(command, options.trust);
         });
 }
@@ -352,6 +414,8 @@ int main(int argc, char** argv) {
     app.get_formatter()->column_width(32);
     add_stamp(app, chosen);
     add_verify(app, chosen);
+    add_prove(app, chosen);
+    add_renew(app, chosen);
     add_info(app, chosen);
     add_request(app, chosen);
     add_send(app, chosen);

@@ -14,6 +14,7 @@
 #include "progress.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
+#include "together_command.h"
 
 namespace cli {
 
@@ -408,6 +409,9 @@ private:
 } // namespace
 
 ExitStatus run_stamp(const StampOptions& options, const Output& output) {
+    if (options.together || options.manifest) {
+        return run_stamp_together(options, output);
+    }
     check_usage(options, output);
     return StampRun(options, output).run();
 }

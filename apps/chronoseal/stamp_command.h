@@ -20,6 +20,8 @@ struct StampOptions {
     bool skip_existing = false;
     bool no_verify = false;
     unsigned jobs = 4;
+    bool together = false; // one stamp for all files, in a list
+    bool manifest = false; // the files are lists
     RequestOptions request;
     AuthorityOptions authority;
     TrustOptions trust;

@@ -17,6 +17,7 @@
 #include "interruption.h"
 #include "output_file.h"
 #include "progress.h"
+#include "record_verification.h"
 #include "short_name.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
@@ -80,7 +81,8 @@ bool is_weak(const Verdict& verdict) {
 class Verification {
 public:
     Verification(const VerifyOptions& options, const Output& output)
-        : options_(options), output_(output), verifier_(trust_of(options.trust)) {
+        : options_(options), output_(output), verifier_(trust_of(options.trust)),
+          records_(options, output) {
         if (!options.request.empty()) {
             request_ = Expected::of_request(read_file(options.request));
         }
@@ -94,7 +96,9 @@ public:
             const Bytes bytes = read_file(file);
             const chronoseal::Inspection found = chronoseal::inspect(bytes);
             // A token may carry stamps of its own; what is to be judged then is the token.
-            if (found.kind != chronoseal::Kind::token && !found.stamps.empty()) {
+            if (found.kind == chronoseal::Kind::evidence_record) {
+                take(records_.judge(file, found.der, stop), outcome);
+            } else if (found.kind != chronoseal::Kind::token && !found.stamps.empty()) {
                 judge_embedded(file, found, outcome);
             } else {
                 const Stamp stamp = found.stamp ? *found.stamp : Stamp::read(bytes);
@@ -113,6 +117,13 @@ public:
     }
 
 private:
+    static void take(RecordOutcome record, Outcome& outcome) {
+        outcome.status = record.status;
+        outcome.text = std::move(record.text);
+        outcome.error = std::move(record.error);
+        outcome.json.update(record.json);
+    }
+
     struct Subject {
         Expected expected;
         std::string name; // a file, or a digest
@@ -285,6 +296,7 @@ private:
     const VerifyOptions& options_;
     const Output& output_;
     chronoseal::Verifier verifier_;
+    RecordVerification records_;
     std::optional<Expected> request_;
 };
 

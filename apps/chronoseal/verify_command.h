@@ -19,6 +19,8 @@ struct VerifyOptions {
     unsigned jobs = 0; // 0: as many as there are processors
     std::string report;
     bool force = false;
+    bool manifest = false; // a record's data is a list of hashes
+    bool files = false;    // of which the files are compared, too
     TrustOptions trust;
 };
 

@@ -1,0 +1,244 @@
+// Renewing. Every record is judged before anybody is asked, and again before its new form takes the
+// place of the old: a renewal that loses the old proof, or one of a record that proves nothing,
+// would be noticed years too late.
+#include "renew_command.h"
+
+#include <algorithm>
+#include <map>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "input_file.h"
+#include "interruption.h"
+#include "output_file.h"
+#include "record_text.h"
+#include "record_verification.h"
+#include "stamp_json.h"
+#include "stamp_text.h"
+
+namespace cli {
+
+namespace {
+
+using chronoseal::DataDigests;
+using chronoseal::Digest;
+using chronoseal::Error;
+using chronoseal::EvidenceRecord;
+using chronoseal::EvidenceVerdict;
+using chronoseal::HashAlgorithm;
+using chronoseal::quote_foreign;
+using chronoseal::Stamp;
+using Json = nlohmann::ordered_json;
+
+constexpr std::string_view kStampSuffix = ".tsr";
+
+void check_usage(const RenewOptions& options) {
+    if (options.files.size() > 1 && (!options.data.empty() || !options.out.empty())) {
+        throw usage_error("--data and --out go with one record only",
+                          "leave them out: the file beside each record is its data");
+    }
+    if (options.convert_only && !options.hash.empty()) {
+        throw usage_error("--convert-only adds nothing, and --hash does", "leave one out");
+    }
+    if (options.authority.quorum > 1) {
+        throw usage_error("a record is renewed by one stamp at a time", "leave out --quorum");
+    }
+    if (std::ranges::find(options.files, "-") != options.files.end() || options.out == "-") {
+        throw usage_error("records are renewed in files", "name files");
+    }
+}
+
+// A record, or a stamp that becomes one, with what it takes to judge it.
+struct Item {
+    std::string file;
+    EvidenceRecord record;
+    bool was_stamp = false;
+    std::string data; // empty: none at hand
+    OutputFile out;
+    std::vector<DataDigests> objects;    // by the record's hashes
+    std::vector<Digest> renewed_objects; // by the new hash
+};
+
+class RenewRun {
+public:
+    RenewRun(const RenewOptions& options, const Output& output)
+        : options_(options), output_(output), verifier_(trust_of(options.trust)) {
+        if (!options.hash.empty()) {
+            hash_ = HashAlgorithm::by_name(options.hash);
+        }
+    }
+
+    ExitStatus run() {
+        const Interruption interruption;
+        stop_ = interruption.token();
+        for (const std::string& file : options_.files) {
+            items_.push_back(load(file));
+            prepare(items_.back());
+        }
+        if (options_.convert_only) {
+            for (const Item& item : items_) {
+                write(item, item.record, nullptr);
+            }
+        } else {
+            std::map<std::string, std::vector<std::size_t>> by_hash;
+            for (std::size_t i = 0; i < items_.size(); ++i) {
+                by_hash[(hash_ ? *hash_ : items_[i].record.renewal_algorithm()).oid()].push_back(i);
+            }
+            for (const auto& [oid, members] : by_hash) {
+                renew(HashAlgorithm::by_name(oid), members);
+            }
+        }
+        Json members;
+        if (output_.format() == Format::json) {
+            members["files"] = std::move(results_);
+        }
+        members["summary"] = {{"renewed", renewed_}, {"stamps", stamps_}};
+        output_.object(true, members);
+        return ExitStatus::good;
+    }
+
+private:
+    Item load(const std::string& file) const {
+        const chronoseal::Bytes bytes = read_file(file);
+        const chronoseal::Inspection found = chronoseal::inspect(bytes);
+        const bool was_stamp = found.stamp.has_value();
+        EvidenceRecord record =
+            was_stamp ? EvidenceRecord::of_stamp(*found.stamp) : EvidenceRecord::read(bytes);
+        const std::string stem =
+            file.ends_with(kStampSuffix) ? file.substr(0, file.size() - kStampSuffix.size()) : file;
+        const std::string data = !options_.data.empty() ? options_.data
+                                 : was_stamp            ? file_beside_record(stem + ".ers")
+                                                        : file_beside_record(file);
+        const std::string place = !options_.out.empty() ? options_.out
+                                  : was_stamp           ? stem + ".ers"
+                                                        : file;
+        const bool in_place = place == file;
+        Item item{
+            file,
+            std::move(record),
+            was_stamp,
+            data,
+            OutputFile(place, in_place || options_.force ? Existing::replace : Existing::refuse),
+            {},
+            {}};
+        item.out.check(in_place ? std::vector<std::string>{data.empty() ? "/dev/null" : data}
+                                : std::vector{file, data.empty() ? "/dev/null" : data});
+        return item;
+    }
+
+    // Hashes the data, and judges what is there.
+    void prepare(Item& item) {
+        if (!item.data.empty()) {
+            item.objects.push_back(chronoseal::digests_of_file(item.record, item.data, {}, stop_));
+            if (hash_) {
+                item.renewed_objects.push_back(
+                    digest_of(item.data, *hash_, !output_.quiet(), stop_));
+            }
+        } else if (hash_) {
+            throw usage_error(fmt::format("can't renew {} by a new hash without its data",
+                                          quote_foreign(item.file)),
+                              "give the data by --data FILE");
+        }
+        if (hash_ && item.record.info().stamps.front().lists.size() > 0 &&
+            item.record.info().stamps.front().lists.front() > 1) {
+            throw Error(chronoseal::Category::refused, "record_of_group", 0,
+                        fmt::format("{} may be of several files that belong together, and a new "
+                                    "hash would have to be over all of them",
+                                    quote_foreign(item.file)),
+                        "renew it by a new time-stamp, or where all files are at hand");
+        }
+        judge(item, item.record, item.objects);
+    }
+
+    EvidenceVerdict judge(const Item& item, const EvidenceRecord& record,
+                          const std::vector<DataDigests>& objects) const {
+        EvidenceVerdict verdict = verifier_.verify(record, objects);
+        if (!verdict.good()) {
+            const Error& error = *verdict.failure;
+            throw Error(error.category(), error.word(), error.code(),
+                        fmt::format("can't renew {}: {}", quote_foreign(item.file), error.text()),
+                        error.advice());
+        }
+        return verdict;
+    }
+
+    chronoseal::Sealer make_sealer(const HashAlgorithm& algorithm) const {
+        chronoseal::SealerOptions result;
+        apply(options_.authority, result);
+        result.hash = algorithm.oid();
+        result.trust = trust_of(options_.trust);
+        result.certificates = true; // who judges it in twenty years finds them nowhere else
+        return chronoseal::Sealer(result);
+    }
+
+    void renew(const HashAlgorithm& algorithm, const std::vector<std::size_t>& members) {
+        const chronoseal::Sealer sealer = make_sealer(algorithm);
+        if (hash_) {
+            chronoseal::HashRenewal renewal(algorithm);
+            for (const std::size_t i : members) {
+                renewal.add(items_[i].record, items_[i].renewed_objects);
+            }
+            const Stamp stamp = sealer.seal_digest(renewal.digest(), stop_);
+            for (const std::size_t i : members) {
+                write(items_[i],
+                      renewal.renewed(items_[i].record, items_[i].renewed_objects, stamp), &stamp);
+            }
+        } else {
+            chronoseal::StampRenewal renewal(algorithm);
+            for (const std::size_t i : members) {
+                renewal.add(items_[i].record);
+            }
+            const Stamp stamp = sealer.seal_digest(renewal.digest(), stop_);
+            for (const std::size_t i : members) {
+                write(items_[i], renewal.renewed(items_[i].record, stamp), &stamp);
+            }
+        }
+        ++stamps_;
+    }
+
+    void write(const Item& item, const EvidenceRecord& record, const Stamp* stamp) {
+        std::vector<DataDigests> objects = item.objects;
+        if (hash_) {
+            objects.front().push_back(item.renewed_objects.front());
+        }
+        const EvidenceVerdict verdict = judge(item, record, objects);
+        item.out.write(record.der());
+        ++renewed_;
+        output_.text(fmt::format("{}: {} -> {}\n{}", quote_foreign(item.file),
+                                 stamp != nullptr ? fmt::format("renewed {} by {}",
+                                                                chronoseal::utc_text(stamp->time()),
+                                                                authority_text(stamp->info()))
+                                                  : "made into an evidence record",
+                                 quote_foreign(item.out.path()), stamps_text(verdict, output_)));
+        Json json = {{"file", item.file},
+                     {"ok", true},
+                     {"out", item.out.path()},
+                     {"url", stamp != nullptr ? Json(stamp->authority()) : Json(nullptr)},
+                     {"compared", verdict.compared}};
+        json.update(to_json(verdict));
+        if (output_.format() == Format::json_lines) {
+            output_.item(json);
+        } else if (output_.format() == Format::json) {
+            results_.push_back(std::move(json));
+        }
+    }
+
+    const RenewOptions& options_;
+    const Output& output_;
+    chronoseal::EvidenceVerifier verifier_;
+    std::optional<HashAlgorithm> hash_;
+    std::stop_token stop_;
+    std::vector<Item> items_;
+    Json results_ = Json::array();
+    std::uint64_t renewed_ = 0, stamps_ = 0;
+};
+
+} // namespace
+
+ExitStatus run_renew(const RenewOptions& options, const Output& output) {
+    check_usage(options);
+    return RenewRun(options, output).run();
+}
+
+} // namespace cli

@@ -1,0 +1,315 @@
+// One stamp for many. The list of hashes is a plain sha256sum list; it is stamped as a leaf beside
+// its own lines, so that list and record together prove every file and its name.
+#include "together_command.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include <fmt/format.h>
+
+#include "input_file.h"
+#include "interruption.h"
+#include "many_files.h"
+#include "output_file.h"
+#include "progress.h"
+#include "record_text.h"
+#include "stamp_json.h"
+#include "stamp_text.h"
+
+namespace cli {
+
+namespace {
+
+using chronoseal::Bytes;
+using chronoseal::Digest;
+using chronoseal::Error;
+using chronoseal::EvidenceRecord;
+using chronoseal::EvidenceTree;
+using chronoseal::HashAlgorithm;
+using chronoseal::HashPath;
+using chronoseal::ManifestTree;
+using chronoseal::quote_foreign;
+using chronoseal::Sealer;
+using chronoseal::Stamp;
+using Json = nlohmann::ordered_json;
+
+Existing existing_of(bool force) {
+    return force ? Existing::replace : Existing::refuse;
+}
+
+void check_usage(const StampOptions& options) {
+    if (options.files.empty()) {
+        throw usage_error(options.together ? "stamp --together wants files or folders"
+                                           : "stamp --manifest wants lists of hashes",
+                          options.together ? "chronoseal stamp --together folder --out case"
+                                           : "chronoseal stamp --manifest sums.sha256");
+    }
+    if (options.together == options.out.empty()) {
+        throw usage_error(options.together
+                              ? "stamp --together wants --out, the name of what is written"
+                              : "stamp --manifest writes FILE.ers beside each list",
+                          options.together ? "--out case writes case.sha256 and case.sha256.ers"
+                                           : "leave out --out");
+    }
+    if (!options.token_out.empty() || !options.certs_out.empty() || !options.crls_out.empty() ||
+        !options.digest.empty() || options.skip_existing || options.authority.quorum > 1) {
+        throw usage_error("--digest, --token-out, --certs-out, --crls-out, --skip-existing and "
+                          "--quorum don't go with --together and --manifest",
+                          "leave them out");
+    }
+    if (std::ranges::find(options.files, "-") != options.files.end()) {
+        throw usage_error("standard input can't be one of many", "write it to a file first");
+    }
+}
+
+Sealer make_sealer(const StampOptions& options, const std::string& hash) {
+    chronoseal::SealerOptions result;
+    apply(options.authority, result);
+    apply(options.request, result);
+    result.trust = trust_of(options.trust);
+    result.verify = !options.no_verify;
+    if (!hash.empty()) {
+        result.hash = hash;
+    }
+    return Sealer(result);
+}
+
+// "sha256", as the name of a list ends.
+std::string list_suffix(const HashAlgorithm& algorithm) {
+    for (const auto& [name, suffix] :
+         {std::pair{"SHA-256", "sha256"}, {"SHA-384", "sha384"}, {"SHA-512", "sha512"}}) {
+        if (algorithm.name() == name) {
+            return suffix;
+        }
+    }
+    throw usage_error("lists are of SHA-256, SHA-384 or SHA-512, not of " + algorithm.name(),
+                      "choose by --hash");
+}
+
+// Writes and tells of one list's record.
+class Results {
+public:
+    Results(const StampOptions& options, const Output& output)
+        : options_(options), output_(output) {}
+
+    void add(const std::string& list, std::uint64_t lines, const OutputFile& out,
+             const EvidenceRecord& record, const Stamp& stamp) {
+        out.write(record.der());
+        output_.text(
+            fmt::format("{}: {} {} {} by {}, {} -> {}\n{}", quote_foreign(list),
+                        counted(lines, options_.together ? "file" : "line"),
+                        options_.no_verify ? "stamped (not verified)" : "stamped and verified",
+                        chronoseal::utc_text(stamp.time()), authority_text(stamp.info()),
+                        chronoseal::quote_address(stamp.authority()), quote_foreign(out.path()),
+                        remarks_text(stamp.remarks())));
+        Json json = {{"file", list},
+                     {"ok", true},
+                     {"out", out.path()},
+                     {"lines", lines},
+                     {"url", stamp.authority()},
+                     {"verified", !options_.no_verify},
+                     {"attempts", stamp.attempts()},
+                     {"remarks", to_json(stamp.remarks())}};
+        json.update(to_json(stamp.info(), stamp.info().token->signer));
+        if (output_.format() == Format::json_lines) {
+            output_.item(json);
+        } else if (output_.format() == Format::json) {
+            results_.push_back(std::move(json));
+        }
+        ++stamped_;
+    }
+
+    ExitStatus finish() {
+        Json members;
+        if (output_.format() == Format::json) {
+            members["files"] = std::move(results_);
+        }
+        members["summary"] = {{"stamped", stamped_}};
+        output_.object(true, members);
+        return ExitStatus::good;
+    }
+
+private:
+    const StampOptions& options_;
+    const Output& output_;
+    Json results_ = Json::array();
+    std::uint64_t stamped_ = 0;
+};
+
+bool is_same_file(const std::string& a, const std::string& b) {
+    std::error_code problem;
+    return std::filesystem::equivalent(a, b, problem) && !problem;
+}
+
+// The files' hashes as a list. Throws for the first that can't be read: a list that lacks one
+// silently would be worse than none.
+struct HashedList {
+    std::string text;
+    std::uint64_t lines = 0;
+};
+
+HashedList hash_together(const std::vector<std::string>& files, const HashAlgorithm& algorithm,
+                         EvidenceTree& tree, bool show_progress, const std::stop_token& stop) {
+    const auto hashed = hash_files(files, algorithm, show_progress, stop);
+    HashedList list;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        if (hashed[i].error) {
+            throw Error(*hashed[i].error);
+        }
+        const Digest digest(algorithm, hashed[i].digest);
+        tree.add(digest);
+        list.text += chronoseal::manifest_line(digest, files[i]);
+        ++list.lines;
+    }
+    return list;
+}
+
+ExitStatus stamp_together(const StampOptions& options, const Output& output) {
+    const Sealer sealer = make_sealer(options, {});
+    const std::string list_name = options.out + "." + list_suffix(sealer.hash());
+    const OutputFile list_file(list_name, existing_of(options.force));
+    const OutputFile record_file(list_name + ".ers", existing_of(options.force));
+    const Interruption interruption;
+    std::vector<std::string> files = files_below(options.files);
+    // What an earlier run wrote isn't stamped again; a file named by itself is an input.
+    std::erase_if(files, [&](const std::string& file) {
+        const bool own = is_same_file(file, list_name) || is_same_file(file, record_file.path());
+        return own && std::ranges::find(options.files, file) == options.files.end();
+    });
+    if (files.empty()) {
+        throw Error(chronoseal::Category::refused, "no_files", 0, "there is no file to stamp",
+                    "name files, or folders that hold some");
+    }
+    list_file.check(options.files);
+    record_file.check(options.files);
+    EvidenceTree tree(sealer.hash());
+    tree.reserve(files.size() + 1);
+    const HashedList list =
+        hash_together(files, sealer.hash(), tree, !output.quiet(), interruption.token());
+    const Digest own = Digest::of(chronoseal::bytes_of(list.text), sealer.hash());
+    tree.add(own);
+    const Stamp stamp = sealer.seal_digest(tree.root(), interruption.token());
+    const EvidenceRecord record = tree.record(own, stamp);
+    list_file.write(chronoseal::bytes_of(list.text));
+    Results results(options, output);
+    results.add(list_name, list.lines, record_file, record, stamp);
+    return results.finish();
+}
+
+std::vector<ManifestTree> read_lists(const StampOptions& options, const Output& output,
+                                     const std::stop_token& stop) {
+    std::vector<ManifestTree> lists;
+    for (const std::string& name : options.files) {
+        ByteProgress progress(quote_foreign(name), !output.quiet());
+        lists.emplace_back(
+            name, [&](std::uint64_t done, std::uint64_t total) { progress.show(done, total); },
+            stop);
+        if (lists.back().info().algorithm != lists.front().info().algorithm) {
+            throw usage_error(fmt::format("{} is by {}, and {} by {}: one stamp is over one hash",
+                                          quote_foreign(name), lists.back().info().algorithm.name(),
+                                          quote_foreign(options.files.front()),
+                                          lists.front().info().algorithm.name()),
+                              "stamp the lists of each hash by a call of their own");
+        }
+    }
+    return lists;
+}
+
+ExitStatus stamp_manifests(const StampOptions& options, const Output& output) {
+    std::vector<OutputFile> outs;
+    for (const std::string& name : options.files) {
+        outs.emplace_back(name + ".ers", existing_of(options.force));
+        outs.back().check(options.files);
+    }
+    const Interruption interruption;
+    if (options.request.hash.empty()) { // what is wrong with the options is told before the reading
+        make_sealer(options, "sha256");
+    }
+    std::vector<ManifestTree> lists = read_lists(options, output, interruption.token());
+    const HashAlgorithm& algorithm = lists.front().info().algorithm;
+    if (!options.request.hash.empty() &&
+        HashAlgorithm::by_name(options.request.hash) != algorithm) {
+        throw usage_error("the lists are by " + algorithm.name() + ", not by --hash",
+                          "leave out --hash");
+    }
+    const Sealer sealer = make_sealer(options, algorithm.name());
+    EvidenceTree top(algorithm);
+    for (ManifestTree& list : lists) {
+        top.add(list.root());
+    }
+    const Stamp stamp = sealer.seal_digest(top.root(), interruption.token());
+    Results results(options, output);
+    for (std::size_t i = 0; i < lists.size(); ++i) {
+        const HashPath above = top.path(lists[i].root().value());
+        results.add(options.files[i], lists[i].info().lines, outs[i], lists[i].record(stamp, above),
+                    stamp);
+    }
+    return results.finish();
+}
+
+} // namespace
+
+ExitStatus run_stamp_together(const StampOptions& options, const Output& output) {
+    check_usage(options);
+    return options.together ? stamp_together(options, output) : stamp_manifests(options, output);
+}
+
+ExitStatus run_prove(const ProveOptions& options, const Output& output) {
+    if (options.files.size() > 1 && !options.out.empty()) {
+        throw usage_error("--out goes with one file only", "leave it out: FILE.ers is written");
+    }
+    const std::string record_name =
+        options.record.empty() ? options.manifest + ".ers" : options.record;
+    std::vector<OutputFile> outs;
+    for (const std::string& file : options.files) {
+        outs.emplace_back(options.out.empty() ? file + ".ers" : options.out,
+                          existing_of(options.force));
+        outs.back().check({file, options.manifest, record_name});
+    }
+    if (output.json() && outs.front().is_standard_output()) {
+        throw usage_error("JSON and the record can't both go to standard output",
+                          "name a file by --out");
+    }
+    const Interruption interruption;
+    const EvidenceRecord record = EvidenceRecord::read(read_file(record_name));
+    ByteProgress progress(quote_foreign(options.manifest), !output.quiet());
+    ManifestTree list(
+        options.manifest,
+        [&](std::uint64_t done, std::uint64_t total) { progress.show(done, total); },
+        interruption.token());
+    ExitStatus status = ExitStatus::good;
+    Json results = Json::array();
+    for (std::size_t i = 0; i < options.files.size(); ++i) {
+        const std::string& file = options.files[i];
+        Json json = {{"file", file}, {"ok", true}, {"out", outs[i].path()}};
+        try {
+            const Digest digest =
+                digest_of(file, list.info().algorithm, !output.quiet(), interruption.token());
+            const EvidenceRecord proof = list.prove(digest, record);
+            outs[i].write(proof.der());
+            json["digest"] = chronoseal::to_hex(digest.value());
+            json["bytes"] = proof.der().size();
+            if (!outs[i].is_standard_output()) {
+                output.text(fmt::format("{}: a line of {}, existed by {} -> {}\n",
+                                        quote_foreign(file), quote_foreign(options.manifest),
+                                        chronoseal::utc_text(proof.info().stamps[0].stamp.time()),
+                                        quote_foreign(outs[i].path())));
+            }
+        } catch (const Error& error) {
+            const Error told(error.category(), error.word(), error.code(),
+                             quote_foreign(file) + ": " + error.text(), error.advice());
+            output.failure(told);
+            status = worse(status, status_of(error.category()));
+            json["ok"] = false;
+            json["out"] = nullptr;
+            json["error"] = error_json(told);
+        }
+        results.push_back(std::move(json));
+    }
+    output.object(status == ExitStatus::good, {{"manifest", options.manifest},
+                                               {"lines", list.info().lines},
+                                               {"files", std::move(results)}});
+    return status;
+}
+
+} // namespace cli
