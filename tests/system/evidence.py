@@ -1,0 +1,390 @@
+"""Evidence records as people make, prove and renew them, and what BouncyCastle says of each."""
+
+import base64
+import hashlib
+import os
+import pathlib
+import shutil
+import subprocess
+import unittest
+import unittest.mock
+
+import program
+from end_to_end import WithAuthority
+from program import GOOD, REFUSED, UNREACHABLE, USAGE
+
+JARS = ["/usr/share/java/bcpkix.jar", "/usr/share/java/bcprov.jar", "/usr/share/java/bcutil.jar"]
+HERE = pathlib.Path(__file__).resolve().parent
+
+
+class WithRecords(WithAuthority):
+    def setUp(self):
+        super().setUp()
+        self.folder = self.workspace.path / self.id().rsplit(".", 1)[-1]
+        self.folder.mkdir()
+        self.trust = ("--roots", self.authority.root)
+        self.ask = ("--url", self.authority.url, *self.trust)
+
+    def file(self, name, content=b"content"):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+        return path
+
+    def run_good(self, *words, cwd=None):
+        result = subprocess.run([program.BIN / "chronoseal", *map(str, words)], capture_output=True, cwd=cwd,
+                                env=self.workspace.environment, timeout=120)
+        self.expect(result, GOOD)
+        return result.stdout.decode()
+
+    def sums(self, name, files, hash_name="sha256"):
+        """A list made by coreutils, of files of the folder."""
+        command = subprocess.run([f"{hash_name}sum", *files], cwd=self.folder, capture_output=True, check=True)
+        return self.file(name, command.stdout)
+
+
+class Together(WithRecords):
+    def case(self):
+        self.files = {"in/a.txt": b"a", "in/b/c.txt": b"c", "in/empty": b"", "in/equal": b"a", "in/odd\nname": b"odd",
+                      "in/\xff": b"bytes"}
+        for name, content in self.files.items():
+            self.file(os.fsdecode(name.encode("latin-1")), content)
+        self.run_good("stamp", "--together", "in", "--out", "case", *self.ask, cwd=self.folder)
+        return self.folder / "case.sha256"
+
+    def test_a_folder_is_stamped_as_a_list_that_sha256sum_checks(self):
+        sums = self.case()
+        check = subprocess.run(["sha256sum", "-c", "--quiet", "--strict", sums], cwd=self.folder, capture_output=True)
+        self.assertEqual(check.returncode, 0, check)
+        self.assertEqual(len(sums.read_bytes().splitlines()), len(self.files))
+        told = self.run_good("verify", "case.sha256.ers", "--files", *self.trust, cwd=self.folder)
+        self.assertIn("(6 lines) existed by", told)
+        self.assertIn("6 files matched", told)
+        self.assertIn("renew before", told)
+
+    def test_each_file_is_proved_alone_and_offline(self):
+        self.case()
+        names = [os.fsdecode(name.encode("latin-1")) for name in self.files]
+        self.run_good("prove", *names, "--manifest", "case.sha256", cwd=self.folder)
+        for name in names:
+            alone = self.file("alone/file", (self.folder / name).read_bytes())
+            record = shutil.copy(self.folder / (name + ".ers"), self.folder / "alone/file.ers")
+            self.run_good("verify", record, *self.trust)
+            self.assertLess(os.path.getsize(record), 4500)
+            alone.write_bytes(b"changed")
+            self.expect(self.workspace.run("verify", record, *self.trust), REFUSED, "isn't what the record is of")
+        self.file("in/other", b"other")
+        result = self.workspace.run("prove", self.folder / "in/other", "--manifest", self.folder / "case.sha256")
+        self.expect(result, REFUSED, "no line of the list")
+        self.assertFalse((self.folder / "in/other.ers").exists())
+
+    def test_files_that_differ_are_told_by_name(self):
+        self.case()
+        (self.folder / "in/a.txt").write_bytes(b"changed")
+        (self.folder / "in/empty").unlink()
+        words = [program.BIN / "chronoseal", "verify", "case.sha256.ers", "--files", "--json", *map(str, self.trust)]
+        result = subprocess.run(words, cwd=self.folder, capture_output=True, env=self.workspace.environment)
+        self.assertEqual(result.returncode, REFUSED)
+        found = program.json.loads(result.stdout)
+        self.assertEqual(found["files"], {"matched": 4, "changed": 1, "missing": 1, "changedNames": ["in/a.txt"],
+                                          "missingNames": ["in/empty"]})
+        self.assertEqual((found["verdict"], found["strength"], found["lines"]), ("good", "fresh", 6))
+
+    def test_a_list_that_was_changed_says_how_many_lines_it_has(self):
+        sums = self.case()
+        sums.write_bytes(sums.read_bytes() + hashlib.sha256(b"x").hexdigest().encode() + b"  x\n")
+        self.expect(self.workspace.run("verify", str(sums) + ".ers", *self.trust), REFUSED, "(7 lines now)")
+        self.expect(self.workspace.run("prove", self.folder / "in/a.txt", "--manifest", sums), REFUSED, "with 7 lines")
+
+    def test_lists_of_many_machines_share_a_stamp(self):
+        for i in range(12):
+            self.file(str(i), b"%d" % i)
+        lists = [self.sums(f"part-{k}.sha256", [str(i) for i in range(k, 12, 3)]) for k in range(3)]
+        before = [path.read_bytes() for path in lists]
+        code, told = self.workspace.run_json("stamp", "--manifest", *lists, *self.ask)
+        self.assertEqual((code, len({one["token"]["serialNumber"] for one in told["files"]})), (GOOD, 1))
+        self.assertEqual([path.read_bytes() for path in lists], before)
+        self.run_good("verify", *[f"{path}.ers" for path in lists], *self.trust)
+        self.run_good("prove", "7", "--manifest", "part-1.sha256", cwd=self.folder)
+        self.run_good("verify", self.folder / "7.ers", *self.trust)
+
+    def test_what_cannot_be_stamped_together_is_refused_before_anybody_is_asked(self):
+        data = self.file("a")
+        sums, wide = self.sums("a.sha256", ["a"]), self.sums("a.sha512", ["a"], "sha512")
+        weak, bad = self.sums("a.md5", ["a"], "md5"), self.file("bad.sha256", sums.read_bytes() + b"hello\n")
+        nobody = ("--url", "http://127.0.0.1:1/", *self.trust)
+        out = ("--out", self.folder / "case")
+        for words, status, part in (
+                (("--manifest", sums, wide), USAGE, "one stamp is over one hash"),
+                (("--manifest", weak), REFUSED, "MD5"),
+                (("--manifest", bad), REFUSED, "line 2"),
+                (("--manifest", self.file("none", b"")), REFUSED, "no line"),
+                (("--manifest", sums, *out), USAGE, "beside each list"),
+                (("--manifest", sums, "--hash", "sha512"), USAGE, "--hash"),
+                (("--manifest",), USAGE, "wants lists"),
+                (("--together", data), USAGE, "--out"),
+                (("--together", *out), USAGE, "wants files"),
+                (("--together", "-", *out), USAGE, "standard input"),
+                (("--together", self.folder / "none.at.all", *out), UNREACHABLE, "can't read"),
+                (("--together", data, *out, "--hash", "sha3-256"), USAGE, "SHA-256, SHA-384 or SHA-512"),
+                (("--together", "--manifest", data, *out), USAGE, "excludes")):
+            with self.subTest(words):
+                self.expect(self.workspace.run("stamp", *words, *nobody), status, part)
+        self.file("case.sha256")
+        self.expect(self.workspace.run("stamp", "--together", data, *out, *nobody), UNREACHABLE, "--force")
+        self.expect(self.workspace.run("stamp", "--together", data, "--out", self.folder / "new", *nobody), UNREACHABLE)
+        self.assertFalse((self.folder / "new.sha256").exists())
+
+    def test_the_own_list_is_left_out_of_its_folder(self):
+        self.file("in/a", b"a")
+        for force in ((), ("--force",)):
+            self.run_good("stamp", "--together", "in", "--out", "in/case", *force, *self.ask, cwd=self.folder)
+        self.assertEqual((self.folder / "in/case.sha256").read_bytes(),
+                         hashlib.sha256(b"a").hexdigest().encode() + b"  in/a\n")
+        self.run_good("verify", self.folder / "in/case.sha256.ers", *self.trust)
+
+
+class Renewing(WithRecords):
+    def test_records_that_share_a_stamp_share_the_next(self):
+        for name in "abc":
+            self.file(name, name.encode())
+        self.sums("sums", "abc")
+        self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=self.folder)
+        self.run_good("prove", "a", "b", "--manifest", "sums", cwd=self.folder)
+        records = [self.folder / name for name in ("sums.ers", "a.ers", "b.ers")]
+        for count in (2, 3, 4):
+            code, told = self.workspace.run_json("renew", *records, *self.ask)
+            self.assertEqual((code, told["summary"]), (GOOD, {"renewed": 3, "stamps": 1}))
+            self.assertEqual({len(one["stamps"]) for one in told["files"]}, {count})
+        self.run_good("prove", "c", "--manifest", "sums", cwd=self.folder)
+        told = self.run_good("verify", *records, self.folder / "c.ers", *self.trust)
+        self.assertIn("covered by 2 before its certificate ended", told)
+        code, found = self.workspace.run_json("verify", self.folder / "c.ers", *self.trust)
+        self.assertEqual((code, found["strength"], len(found["stamps"])), (GOOD, "renewed", 4))
+        self.assertIn("chain 1", self.run_good("info", self.folder / "c.ers"))
+
+    def test_a_plain_stamp_becomes_a_record(self):
+        data = self.file("a")
+        self.run_good("stamp", data, *self.ask)
+        self.run_good("renew", "--convert-only", f"{data}.tsr", *self.trust)
+        self.assertEqual(self.workspace.run_json("verify", f"{data}.ers", *self.trust)[1]["strength"], "fresh")
+        self.expect(self.workspace.run("renew", f"{data}.tsr", *self.ask), UNREACHABLE, "--force")
+        self.run_good("renew", "--force", f"{data}.tsr", *self.ask)
+        self.assertEqual(self.workspace.run_json("verify", f"{data}.ers", *self.trust)[1]["strength"], "renewed")
+        self.assertTrue((self.folder / "a.tsr").exists())
+
+    def test_by_a_new_hash_and_on_by_stamps(self):
+        data = self.file("a")
+        self.run_good("stamp", data, *self.ask)
+        self.run_good("renew", f"{data}.tsr", *self.ask)
+        self.run_good("renew", "--hash", "sha512", f"{data}.ers", *self.ask)
+        self.run_good("renew", f"{data}.ers", *self.ask)
+        found = self.workspace.run_json("verify", f"{data}.ers", *self.trust)[1]
+        self.assertEqual([one["chainNumber"] for one in found["stamps"]], [0, 0, 1, 1])
+        self.assertEqual([one["token"]["imprint"]["algorithm"] for one in found["stamps"]],
+                         ["SHA-256", "SHA-256", "SHA-512", "SHA-512"])
+        data.write_bytes(b"changed")
+        self.expect(self.workspace.run("verify", f"{data}.ers", *self.trust), REFUSED, "isn't what the record is of")
+
+    def test_what_proves_nothing_is_not_renewed(self):
+        data = self.file("a")
+        self.run_good("stamp", data, *self.ask)
+        self.run_good("renew", "--convert-only", f"{data}.tsr", *self.trust)
+        record = self.folder / "a.ers"
+        good = record.read_bytes()
+        nobody = ("--url", "http://127.0.0.1:1/", *self.trust)
+        data.write_bytes(b"changed")
+        self.expect(self.workspace.run("renew", record, *nobody), REFUSED, "isn't what the record is of")
+        data.write_bytes(b"content")
+        self.expect(self.workspace.run("renew", record, *nobody), UNREACHABLE, "127.0.0.1")
+        self.assertEqual(record.read_bytes(), good)
+        for at in range(40, len(good), 97):
+            record.write_bytes(good[:at] + bytes([good[at] ^ 1]) + good[at + 1:])
+            changed = record.read_bytes()
+            result = self.workspace.run("renew", record, *nobody)
+            self.assertIn(result.returncode, (REFUSED, UNREACHABLE))
+            self.assertEqual(record.read_bytes(), changed)
+        record.write_bytes(good)
+        data.unlink()
+        self.expect(self.workspace.run("renew", "--hash", "sha512", record, *nobody), USAGE, "--data")
+        self.run_good("renew", record, *self.ask)  # the stamps alone do for a new one
+
+    def test_verify_wants_to_know_what_the_record_is_of(self):
+        data = self.file("a")
+        self.run_good("stamp", data, *self.ask)
+        self.run_good("renew", "--convert-only", f"{data}.tsr", *self.trust)
+        record = self.folder / "moved.ers"
+        (self.folder / "a.ers").rename(record)
+        self.expect(self.workspace.run("verify", record, *self.trust), USAGE, "--data")
+        self.run_good("verify", record, "--data", data, *self.trust)
+        self.run_good("verify", record, "--digest", hashlib.sha256(b"content").hexdigest(), *self.trust)
+        self.expect(self.workspace.run("verify", record, "--digest", "00" * 32, *self.trust), REFUSED)
+        self.assertIn("compared with nothing", self.run_good("verify", record, "--no-data", *self.trust))
+        self.expect(self.workspace.run("verify", record, "--data", data, "--manifest", *self.trust), REFUSED, "line 1")
+
+
+FAKETIME = sorted(pathlib.Path("/usr/lib").glob("*/faketime/libfaketime.so.1"))
+
+
+@unittest.skipIf(not FAKETIME, "libfaketime is not here")
+class Years(WithRecords):
+    """Certificates that end, by a clock that is set forward: those of the throw-away authority last ten years."""
+
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.workspace.environment.update, dict(self.workspace.environment))
+
+    def clock(self, years):
+        """Everything that the workspace runs from now on lives so many years later."""
+        self.workspace.environment.update(LD_PRELOAD=str(FAKETIME[0]), FAKETIME=f"+{years}y", NO_FAKE_STAT="1")
+
+    def authority_of_today(self, name):
+        with unittest.mock.patch.dict(os.environ, self.workspace.environment):
+            authority = program.Authority(self.folder / name)
+        self.addCleanup(authority.close)
+        return authority
+
+    def strength(self, record, *roots):
+        trust = [word for root in (self.authority.root, *roots) for word in ("--roots", root)]
+        code, found = self.workspace.run_json("verify", record, *trust)
+        self.assertEqual(code, GOOD, found)
+        return found["strength"]
+
+    def test_a_record_that_is_renewed_in_time_outlives_its_certificates(self):
+        data = self.file("a")
+        self.run_good("stamp", data, *self.ask)
+        self.run_good("renew", "--convert-only", f"{data}.tsr", *self.trust)
+        record, alone = self.folder / "a.ers", self.folder / "alone.ers"
+        shutil.copy(record, alone)
+        shutil.copy(data, self.folder / "alone")
+        self.assertEqual(self.strength(record), "fresh")
+        self.clock(8)
+        later = self.authority_of_today("tsa-of-8")
+        self.run_good("renew", record, "--url", later.url, "--roots", later.root, *self.trust)
+        self.clock(13)
+        self.assertEqual(self.strength(alone), "aged")
+        self.assertEqual(self.strength(record, later.root), "renewed")
+        latest = self.authority_of_today("tsa-of-13")
+        self.run_good("renew", alone, "--url", latest.url, "--roots", latest.root, *self.trust)
+        self.assertEqual(self.strength(alone, latest.root), "aged")  # too late
+        self.assertIn("only after its certificate ended",
+                      self.run_good("verify", alone, *self.trust, "--roots", latest.root))
+        self.clock(19)  # of the one renewed in time, too, the last certificate has ended
+        self.assertEqual(self.strength(record, later.root), "aged")
+
+
+class Document(WithRecords):
+    """Every line of docs/many-files.md that can be run."""
+
+    def test_its_lines_run_in_their_order(self):
+        text = (HERE.parent.parent / "docs" / "many-files.md").read_text()
+        scripts = [block.split("\n```")[0] for block in text.split("```sh\n")[1:]]
+        self.assertGreater(len(scripts), 6)
+        for name in ("archive/report.pdf", "archive/a/1", "archive/a/2", "archive/b/3"):
+            self.file(name, name.encode())
+        rows = [(hashlib.sha256(b"%d" % i).digest(), f"bucket/{i} of them") for i in range(5)]
+        self.file("checksums.tsv", b"".join(base64.b64encode(digest) + b"\t" + key.encode() + b"\n" for digest, key in rows))
+        self.file("report.pdf", b"report")
+        self.workspace.configure(f'[[config.chronoseal.authority]]\nUrl = "{self.authority.url}"\n')
+        der = program.openssl("x509", "-in", self.authority.root, "-outform", "DER").stdout
+        self.run_good("trust", "add", self.authority.root, "--sha256", hashlib.sha256(der).hexdigest())
+        environment = dict(self.workspace.environment, PATH=f"{program.BIN}:{os.environ['PATH']}")
+        for script in scripts:
+            with self.subTest(script):
+                result = subprocess.run(["bash", "-euo", "pipefail", "-c", script], cwd=self.folder, env=environment,
+                                        capture_output=True, text=True)
+                self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual((self.folder / "objects.sha256").read_text(),
+                         "".join(f"{digest.hex()}  {key}\n" for digest, key in rows))
+        self.run_good("verify", "objects.sha256.ers", cwd=self.folder)
+
+
+def skip_reason():
+    if not shutil.which("java"):
+        return "no java is here"
+    missing = [jar for jar in JARS if not os.path.exists(jar)]
+    return f"{missing} is not here (libbcpkix-java)" if missing else None
+
+
+@unittest.skipIf(skip_reason(), skip_reason())
+class BouncyCastle(WithRecords):
+    """Both judge what the other has made."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.classes = cls.workspace.path / "classes"
+        subprocess.run(["javac", "-nowarn", "-cp", ":".join(JARS), "-d", cls.classes, HERE / "Records.java"],
+                       check=True, capture_output=True)
+
+    def java(self, *words, stdin=""):
+        result = subprocess.run(["java", "-cp", ":".join([*JARS, str(self.classes)]), "Records", *map(str, words)],
+                                input=stdin, capture_output=True, text=True, timeout=300)
+        self.assertEqual(result.returncode, 0, result.stderr)
+        return result.stdout.splitlines()
+
+    def judge(self, rows):
+        """What BouncyCastle says of (record, data, data...)."""
+        return self.java("check", stdin="".join("\t".join(map(str, row)) + "\n" for row in rows))
+
+    def test_ours_pass_theirs(self):
+        count = int(os.environ.get("CHRONOSEAL_RECORDS", "300"))
+        files = [self.file(f"f{i:05}", b"" if i == 0 else b"%d" % (i // 2 * 2)) for i in range(count)]
+        names = [path.name for path in files]
+        (self.folder / "sums").write_text("".join(
+            f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in files))
+        self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=self.folder)
+        self.run_good("prove", *names, "--manifest", "sums", cwd=self.folder)
+        self.assertEqual(set(self.judge((f"{path}.ers", path) for path in files)), {"ok"})
+        some = [*files[:20], self.folder / "sums"]
+        records = [f"{path}.ers" for path in some]
+        for _ in range(3):
+            self.run_good("renew", *records, *self.ask)
+            self.assertEqual(set(self.judge(zip(records, some))), {"ok"})
+        self.run_good("prove", names[-1], "--manifest", "sums", "--force", cwd=self.folder)
+        self.assertEqual(self.judge([(f"{files[-1]}.ers", files[-1])]), ["ok"])
+        self.run_good("renew", "--hash", "sha512", *records, *self.ask)
+        self.assertEqual(set(self.judge(zip(records, some))), {"ok"})
+        self.run_good("renew", *records, *self.ask)
+        self.run_good("renew", *records, *self.ask)
+        self.assertEqual(set(self.judge(zip(records, some))), {"ok"})
+        self.assertEqual(set(self.judge((record, self.file("no", b"no")) for record in records)) & {"ok"}, set())
+        fresh = self.file("fresh")
+        self.run_good("stamp", fresh, *self.ask)
+        self.run_good("renew", "--convert-only", f"{fresh}.tsr", *self.trust)
+        self.run_good("renew", "--hash", "sha384", f"{fresh}.ers", *self.ask)
+        self.assertEqual(self.judge([(f"{fresh}.ers", fresh)]), ["ok"])
+
+    def test_our_groups_pass_theirs(self):
+        files = [self.file(name, name.encode()) for name in ("one", "two", "three")]
+        record = self.folder / "group.ers"
+        subprocess.run([program.BIN / "group_record", self.authority.url, self.authority.root, record, *files],
+                       check=True, env=self.workspace.environment)
+        self.assertEqual(self.judge([(record, *files)]), ["ok"])
+        for path in files:
+            self.assertIn("other hashes", self.run_good("verify", record, "--data", path, *self.trust))
+        self.expect(self.workspace.run("renew", record, "--hash", "sha512", "--data", files[0], *self.ask), REFUSED,
+                    "belong together")
+        for _ in range(2):
+            self.run_good("renew", record, *self.ask)
+            self.assertEqual(self.judge([(record, *files)]), ["ok"])
+
+    def test_theirs_pass_ours(self):
+        self.java("make", self.authority.url, self.folder)
+        records = sorted(self.folder.glob("*.ers"))
+        self.assertEqual(len(records), 7)
+        for record in records:
+            kind = record.stem
+            data = self.folder / (f"{kind}.data.1" if kind.startswith("group") else f"{kind}.data")
+            with self.subTest(kind):
+                self.run_good("verify", record, "--data", data, *self.trust)
+                self.expect(self.workspace.run("verify", record, "--data", self.file("no"), *self.trust), REFUSED)
+                self.run_good("renew", record, "--data", data, *self.ask)
+                self.run_good("verify", record, "--data", data, *self.trust)
+                if not kind.startswith("group"):
+                    self.run_good("renew", record, "--hash", "sha384", "--data", data, *self.ask)
+                    self.assertEqual(self.judge([(record, data)]), ["ok"])
+
+
+if __name__ == "__main__":
+    program.main()
