@@ -125,11 +125,12 @@ TEST_F(EvidenceRecordTest, SizesAreBounded) {
     EXPECT_EQ(word(record_text({{stamp_text({Hashes(1'000'001, digest)}, over)}})),
               "record_too_large");
     std::string nested;
-    for (int i = 0; i < 5000; ++i) {
+    for (int i = 0; i < 2000; ++i) {
         nested = tsp::sequence(nested);
     }
     EXPECT_NE(word(record_text({{tsp::sequence(nested)}})), "");
-    EXPECT_NE(word(record_text({{plain}}, {tsp::kSha256Oid}, tsp::element(0xA0, nested))), "");
+    // Where nothing is looked into, depth costs nothing.
+    EXPECT_EQ(word(record_text({{plain}}, {tsp::kSha256Oid}, tsp::element(0xA0, nested))), "");
 }
 
 TEST_F(EvidenceRecordTest, AMillionHashesInOneListAreJudged) {

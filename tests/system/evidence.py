@@ -1,11 +1,13 @@
 """Evidence records as people make, prove and renew them, and what BouncyCastle says of each."""
 
+import base64
 import hashlib
 import os
 import pathlib
 import shutil
 import subprocess
 import unittest
+import unittest.mock
 
 import program
 from end_to_end import WithAuthority
@@ -219,6 +221,82 @@ class Renewing(WithRecords):
         self.expect(self.workspace.run("verify", record, "--digest", "00" * 32, *self.trust), REFUSED)
         self.assertIn("compared with nothing", self.run_good("verify", record, "--no-data", *self.trust))
         self.expect(self.workspace.run("verify", record, "--data", data, "--manifest", *self.trust), REFUSED, "line 1")
+
+
+FAKETIME = sorted(pathlib.Path("/usr/lib").glob("*/faketime/libfaketime.so.1"))
+
+
+@unittest.skipIf(not FAKETIME, "libfaketime is not here")
+class Years(WithRecords):
+    """Certificates that end, by a clock that is set forward: those of the throw-away authority last ten years."""
+
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.workspace.environment.update, dict(self.workspace.environment))
+
+    def clock(self, years):
+        """Everything that the workspace runs from now on lives so many years later."""
+        self.workspace.environment.update(LD_PRELOAD=str(FAKETIME[0]), FAKETIME=f"+{years}y", NO_FAKE_STAT="1")
+
+    def authority_of_today(self, name):
+        with unittest.mock.patch.dict(os.environ, self.workspace.environment):
+            authority = program.Authority(self.folder / name)
+        self.addCleanup(authority.close)
+        return authority
+
+    def strength(self, record, *roots):
+        trust = [word for root in (self.authority.root, *roots) for word in ("--roots", root)]
+        code, found = self.workspace.run_json("verify", record, *trust)
+        self.assertEqual(code, GOOD, found)
+        return found["strength"]
+
+    def test_a_record_that_is_renewed_in_time_outlives_its_certificates(self):
+        data = self.file("a")
+        self.run_good("stamp", data, *self.ask)
+        self.run_good("renew", "--convert-only", f"{data}.tsr", *self.trust)
+        record, alone = self.folder / "a.ers", self.folder / "alone.ers"
+        shutil.copy(record, alone)
+        shutil.copy(data, self.folder / "alone")
+        self.assertEqual(self.strength(record), "fresh")
+        self.clock(8)
+        later = self.authority_of_today("tsa-of-8")
+        self.run_good("renew", record, "--url", later.url, "--roots", later.root, *self.trust)
+        self.clock(13)
+        self.assertEqual(self.strength(alone), "aged")
+        self.assertEqual(self.strength(record, later.root), "renewed")
+        latest = self.authority_of_today("tsa-of-13")
+        self.run_good("renew", alone, "--url", latest.url, "--roots", latest.root, *self.trust)
+        self.assertEqual(self.strength(alone, latest.root), "aged")  # too late
+        self.assertIn("only after its certificate ended",
+                      self.run_good("verify", alone, *self.trust, "--roots", latest.root))
+        self.clock(19)  # of the one renewed in time, too, the last certificate has ended
+        self.assertEqual(self.strength(record, later.root), "aged")
+
+
+class Document(WithRecords):
+    """Every line of docs/many-files.md that can be run."""
+
+    def test_its_lines_run_in_their_order(self):
+        text = (HERE.parent.parent / "docs" / "many-files.md").read_text()
+        scripts = [block.split("\n```")[0] for block in text.split("```sh\n")[1:]]
+        self.assertGreater(len(scripts), 6)
+        for name in ("archive/report.pdf", "archive/a/1", "archive/a/2", "archive/b/3"):
+            self.file(name, name.encode())
+        rows = [(hashlib.sha256(b"%d" % i).digest(), f"bucket/{i} of them") for i in range(5)]
+        self.file("checksums.tsv", b"".join(base64.b64encode(digest) + b"\t" + key.encode() + b"\n" for digest, key in rows))
+        self.file("report.pdf", b"report")
+        self.workspace.configure(f'[[config.chronoseal.authority]]\nUrl = "{self.authority.url}"\n')
+        der = program.openssl("x509", "-in", self.authority.root, "-outform", "DER").stdout
+        self.run_good("trust", "add", self.authority.root, "--sha256", hashlib.sha256(der).hexdigest())
+        environment = dict(self.workspace.environment, PATH=f"{program.BIN}:{os.environ['PATH']}")
+        for script in scripts:
+            with self.subTest(script):
+                result = subprocess.run(["bash", "-euo", "pipefail", "-c", script], cwd=self.folder, env=environment,
+                                        capture_output=True, text=True)
+                self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual((self.folder / "objects.sha256").read_text(),
+                         "".join(f"{digest.hex()}  {key}\n" for digest, key in rows))
+        self.run_good("verify", "objects.sha256.ers", cwd=self.folder)
 
 
 def skip_reason():
