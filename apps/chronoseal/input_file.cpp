@@ -22,7 +22,8 @@ using chronoseal::Bytes;
 using chronoseal::Error;
 
 constexpr std::uint32_t kCancelled = 0x800704C7;
-constexpr std::size_t kPiece = std::size_t{128} << 10;
+// Small enough for the heap to keep it, so that the next file needs no new pages.
+constexpr std::size_t kPiece = std::size_t{64} << 10;
 
 [[noreturn]] void fail(const std::string& path, const std::string& reason) {
     throw Error(chronoseal::Category::unreachable, "file_unreadable", 0,

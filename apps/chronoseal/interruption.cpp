@@ -3,11 +3,13 @@
 
 #include <cerrno>
 #include <csignal>
-#include <ctime>
 
 namespace cli {
 
 namespace {
+
+// Ends the waiting. Nothing happens by it in a thread that doesn't wait for it.
+constexpr int kWake = SIGURG;
 
 // What whoever started us wants ignored stays so.
 sigset_t awaited() {
@@ -32,22 +34,25 @@ Interruption::Interruption() {
 
 Interruption::~Interruption() {
     over_.request_stop();
+    pthread_kill(waiter_.native_handle(), kWake);
     waiter_.join();
     const sigset_t set = awaited();
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }
 
 void Interruption::wait() {
-    const sigset_t set = awaited();
-    constexpr timespec kLook{0, 50'000'000};
+    const sigset_t signals = awaited();
+    sigset_t set = signals;
+    sigaddset(&set, kWake);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr); // from here on a wake waits to be taken
     while (!over_.stop_requested()) {
-        const int signal = sigtimedwait(&set, nullptr, &kLook);
-        if (signal <= 0) {
+        const int signal = sigwaitinfo(&set, nullptr);
+        if (signal <= 0 || signal == kWake) {
             continue;
         }
         if (source_.stop_requested()) {
             std::signal(signal, SIG_DFL);
-            pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+            pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
             std::raise(signal);
         }
         source_.request_stop();

@@ -1,5 +1,7 @@
 // chronoseal: stamps, verifies and shows time-stamps. Exit statuses are in exit_status.h.
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <iostream>
@@ -30,8 +32,13 @@ constexpr char kStatuses[] = "Exit status: 0 good; 1 found to be bad, or refused
                              "could not be reached, read\n"
                              "or judged (evidence of revocation is missing).";
 
-// What is to be run once the arguments have been read.
+// What is to be run once the words of the call have been read.
 struct Chosen {
+    // Commands that the call can't mean get no options: to describe all of them takes half as long
+    // as to verify a stamp.
+    bool may_be(const char* name) const { return std::ranges::find(words, name) != words.end(); }
+
+    std::vector<std::string> words;
     std::string command;
     std::function<ExitStatus(const Output&)> run;
 };
@@ -43,10 +50,14 @@ void add_command(CLI::App& app, Chosen& chosen, const char* name, const char* he
                  Describe&& describe) {
     CLI::App* command = app.add_subcommand(name, help)->fallthrough();
     command->footer(std::string(examples) + "\n\n" + kStatuses);
+    if (!chosen.may_be(name)) {
+        return;
+    }
     auto options = std::make_shared<Options>();
     describe(*command, *options);
     command->callback([&chosen, name, options, run] {
-        chosen = {name, [options, run](const Output& output) { return run(*options, output); }};
+        chosen.command = name;
+        chosen.run = [options, run](const Output& output) { return run(*options, output); };
     });
 }
 
@@ -317,7 +328,8 @@ void add_policy(CLI::App& app, Chosen& chosen) {
     policy->add_subcommand("show", "every key, its value, and where it comes from")
         ->fallthrough()
         ->callback([&chosen] {
-            chosen = {"policy show", cli::run_policy_show};
+            chosen.command = "policy show";
+            chosen.run = cli::run_policy_show;
         });
 }
 
@@ -339,17 +351,22 @@ void add_trust_change(CLI::App& trust, Chosen& chosen, const char* name, const c
     }
     command->add_flag("--machine", change->machine, "in the machine's store, not the user's");
     command->callback([&chosen, change, run, whole = std::string("trust ") + name] {
-        chosen = {whole, [change, run](const Output& output) { return run(*change, output); }};
+        chosen.command = whole;
+        chosen.run = [change, run](const Output& output) { return run(*change, output); };
     });
 }
 
 void add_trust(CLI::App& app, Chosen& chosen) {
     CLI::App* trust = app.add_subcommand("trust", "the trusted roots")->fallthrough();
+    if (!chosen.may_be("trust")) {
+        return;
+    }
     trust->require_subcommand(1);
     trust->add_subcommand("list", "those that count where none are named")
         ->fallthrough()
         ->callback([&chosen] {
-            chosen = {"trust list", cli::run_trust_list};
+            chosen.command = "trust list";
+            chosen.run = cli::run_trust_list;
         });
     add_trust_change(*trust, chosen, "add", "trust a root", cli::run_trust_add);
     add_trust_change(*trust, chosen, "remove", "trust it no longer", cli::run_trust_remove);
@@ -458,20 +475,17 @@ void open_missing_streams() {
     }
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    open_missing_streams();
+int call(int argc, const char* const* argv) {
     const std::vector<std::string> words = words_of(argc, argv);
     std::vector<const char*> pointers;
     for (const std::string& word : words) {
         pointers.push_back(word.c_str());
     }
-    argv = const_cast<char**>(pointers.data());
+    argv = pointers.data();
     CLI::App app("Time-stamps after RFC 3161: get them, judge them, look at them.", "chronoseal");
     bool json = false, json_lines = false, quiet = false, verbose = false;
     HelpOptions help;
-    Chosen chosen;
+    Chosen chosen{words, {}, {}};
     auto* whole = app.add_flag("--json", json, "print one JSON object to standard output");
     app.add_flag("--json-lines", json_lines, "print a JSON object a line, as results come")
         ->excludes(whole);
@@ -516,4 +530,18 @@ int main(int argc, char** argv) {
                quiet     ? cli::Detail::quiet
                : verbose ? cli::Detail::verbose
                          : cli::Detail::usual);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    open_missing_streams();
+    const int status = call(argc, argv);
+#ifndef CHRONOSEAL_WHOLE_EXIT
+    // What the system takes back anyway isn't taken apart piece by piece before.
+    std::fflush(nullptr);
+    std::_Exit(status);
+#else
+    return status;
+#endif
 }

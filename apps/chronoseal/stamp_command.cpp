@@ -357,6 +357,9 @@ private:
                             chronoseal::quote_address(stamp.authority()), quote_foreign(out.path()),
                             remarks_text(stamp.remarks())));
         }
+        if (!output_.json()) {
+            return;
+        }
         Json json = {{"file", shown},
                      {"ok", true},
                      {"out", out.path()},

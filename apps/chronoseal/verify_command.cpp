@@ -192,7 +192,9 @@ private:
     void judge_stored(const std::string& file, const Stamp& stamp, const std::stop_token& stop,
                       Outcome& outcome) const {
         const auto& token = stamp.info().token;
-        outcome.json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
+        if (output_.json()) {
+            outcome.json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
+        }
         const Subject subject = subject_of(file, stamp, stop);
         if (!subject.name.empty()) {
             outcome.json["data"] = subject.name;
@@ -204,8 +206,10 @@ private:
                 "the stamp's hash algorithm isn't known here, so that nothing can be compared",
                 "judge it where it is known");
         }
-        outcome.json.update(to_json(verdict));
-        outcome.json["weak"] = is_weak(verdict);
+        if (output_.json()) {
+            outcome.json.update(to_json(verdict));
+            outcome.json["weak"] = is_weak(verdict);
+        }
         add_verdict(file, quote_foreign(file), verdict, compared_text(verdict, subject.name),
                     outcome);
         if (!options_.report.empty()) {
@@ -235,8 +239,10 @@ private:
                     expected.digest = chronoseal::Digest::of(one.stamped, algorithm);
                 }
                 const Verdict verdict = verifier_.verify(one.stamp, expected);
-                part.json.update(to_json(verdict));
-                part.json["weak"] = is_weak(verdict);
+                if (output_.json()) {
+                    part.json.update(to_json(verdict));
+                    part.json["weak"] = is_weak(verdict);
+                }
                 add_verdict("-",
                             fmt::format("{}, {}", quote_foreign(file), quote_foreign(one.place)),
                             verdict, "the signature that it stamps", part);

@@ -1,7 +1,10 @@
 // The making of keys, certificates and answers.
 #include "authority.h"
 
+#include <filesystem>
+
 #include <openssl/err.h>
+#include <openssl/pem.h>
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
@@ -26,9 +29,21 @@ std::string der(T* object, int (*write)(const T*, unsigned char**)) {
     return result;
 }
 
+// Where keys are kept between runs; none without a name.
+Owner<BIO, BIO_free_all> kept_keys;
+bool kept_keys_are_read = false;
+
 Key make_key(Authority::Kind kind) {
+    if (kept_keys_are_read) {
+        Key key(PEM_read_bio_PrivateKey(kept_keys.get(), nullptr, nullptr, nullptr));
+        require(key != nullptr, "reading of a kept key");
+        return key;
+    }
     Key key(kind == Authority::Kind::rsa ? EVP_RSA_gen(2048) : EVP_EC_gen("P-256"));
     require(key != nullptr, "key generation");
+    require(!kept_keys || PEM_write_bio_PrivateKey(kept_keys.get(), key.get(), nullptr, nullptr, 0,
+                                                   nullptr, nullptr) == 1,
+            "keeping of a key");
     return key;
 }
 
@@ -167,6 +182,12 @@ const Issued& Authority::next() const {
 
 void Authority::set_pool_size(std::size_t size) {
     pool_size = size;
+}
+
+void Authority::keep_keys(const char* path) {
+    kept_keys_are_read = std::filesystem::exists(path);
+    kept_keys.reset(BIO_new_file(path, kept_keys_are_read ? "r" : "w"));
+    require(kept_keys != nullptr, "file of keys");
 }
 
 const Authority& authority(Authority::Kind kind) {

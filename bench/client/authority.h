@@ -54,6 +54,9 @@ public:
 
     // Fewer of the ones that `next` gives: counts of instructions need but a handful.
     static void set_pool_size(std::size_t size);
+    // Private keys are read from this PEM file if it is there, and else written to it: their making
+    // takes minutes under an instruction counter.
+    static void keep_keys(const char* path);
 
 private:
     Issued issue(long serial) const;

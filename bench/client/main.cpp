@@ -1,4 +1,4 @@
-// Times the operations and prints ratios; or, for instruction_counts.sh, does one of them some
+// Times the operations and prints ratios; or, for instruction_counts.py, does some of them a few
 // times over. Nothing of the machine's settings and certificates is seen: they are looked for in an
 // empty folder.
 #include <algorithm>
@@ -13,6 +13,13 @@
 
 #include <benchmark/benchmark.h>
 #include <sched.h>
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#else // nobody counts then
+#define CALLGRIND_ZERO_STATS
+#define CALLGRIND_TOGGLE_COLLECT
+#define CALLGRIND_DUMP_STATS
+#endif
 
 #include "authority.h"
 #include "operation.h"
@@ -101,24 +108,33 @@ private:
     std::map<std::string, double> times_;
 };
 
-// What instruction_counts.sh counts: nothing outside this function.
-[[gnu::noinline]] void counted(void (*run)(), int times) {
+// What instruction_counts.py counts, in a file for each call: nothing outside this function.
+void counted(void (*run)(), int times) {
+    CALLGRIND_ZERO_STATS;
+    CALLGRIND_TOGGLE_COLLECT;
     for (int i = 0; i < times; ++i) {
         run();
     }
+    CALLGRIND_TOGGLE_COLLECT;
+    CALLGRIND_DUMP_STATS;
 }
 
-// The first time, which prepares what the work needs, isn't counted.
-int repeat(const std::string& name, int times) {
-    for (const auto& operation : operations()) {
-        if (name == std::string(operation.work) + '/' + operation.library) {
-            operation.run();
-            counted(operation.run, times);
-            return 0;
+// The first time, which prepares what the work needs, isn't counted. Each operation is one call of
+// `counted`, in the order of the names.
+int repeat(int times, const std::vector<std::string>& names) {
+    const auto all = operations();
+    for (const auto& name : names) {
+        const auto found = std::find_if(all.begin(), all.end(), [&](const Operation& one) {
+            return name == std::string(one.work) + '/' + one.library;
+        });
+        if (found == all.end()) {
+            std::fprintf(stderr, "bench_client: no operation %s\n", name.c_str());
+            return 1;
         }
+        found->run();
+        counted(found->run, times);
     }
-    std::fprintf(stderr, "bench_client: no operation %s\n", name.c_str());
-    return 1;
+    return 0;
 }
 
 int list() {
@@ -162,9 +178,11 @@ int run(int argc, char** argv) {
     if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
         return list();
     }
-    if (argc == 4 && std::strcmp(argv[1], "--repeat") == 0) {
-        Authority::set_pool_size(16);
-        return repeat(argv[2], std::atoi(argv[3]));
+    // --repeat TIMES KEYS NAME...
+    if (argc > 4 && std::strcmp(argv[1], "--repeat") == 0) {
+        Authority::set_pool_size(10);
+        Authority::keep_keys(argv[3]);
+        return repeat(std::atoi(argv[2]), {argv + 4, argv + argc});
     }
     return measure(argc, argv);
 }

@@ -144,15 +144,34 @@ CBigInteger MakeRandomBigInteger(unsigned long long hProv, unsigned long size) {
 
 namespace {
 
+// The text form, its terminator included.
+unsigned long text_size(const CBigInteger& value) {
+    return 2 * value.cbData() + 3;
+}
+
+void write_text(const CBigInteger& value, unsigned char* out) {
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    *out++ = '0';
+    *out++ = 'x';
+    for (unsigned long i = 0; i < value.cbData(); ++i) {
+        *out++ = static_cast<unsigned char>(kDigits[value.pbData()[i] >> 4]);
+        *out++ = static_cast<unsigned char>(kDigits[value.pbData()[i] & 15]);
+    }
+    *out = 0;
+}
+
 // The text form on the context's heap, or null without memory.
 const char* text_on_heap(ASN1CTXT* ctxt, const CBigInteger& value) {
-    CBlob text;
-    BigIntegerToString(value, text);
-    if (text.cbData() > static_cast<unsigned long>(std::numeric_limits<std::int32_t>::max())) {
+    const unsigned long size = text_size(value);
+    if (size > static_cast<unsigned long>(std::numeric_limits<std::int32_t>::max())) {
         return nullptr;
     }
-    void* block = rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(text.cbData()));
-    return block ? static_cast<char*>(std::memcpy(block, text.pbData(), text.cbData())) : nullptr;
+    auto* const block = static_cast<unsigned char*>(
+        rtMemHeapAlloc(&ctxt->typeHeap, static_cast<std::int32_t>(size)));
+    if (block) {
+        write_text(value, block);
+    }
+    return reinterpret_cast<const char*>(block);
 }
 
 } // namespace
@@ -174,16 +193,8 @@ void ASN1StringToBigInteger(const char* text, CBigInteger& result) {
 }
 
 void BigIntegerToString(const CBigInteger& value, CBlob& text) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    text.resize_to(2 * value.cbData() + 3);
-    unsigned char* out = text.pbData();
-    *out++ = '0';
-    *out++ = 'x';
-    for (unsigned long i = 0; i < value.cbData(); ++i) {
-        *out++ = static_cast<unsigned char>(kDigits[value.pbData()[i] >> 4]);
-        *out++ = static_cast<unsigned char>(kDigits[value.pbData()[i] & 15]);
-    }
-    *out = 0;
+    text.resize_to(text_size(value));
+    write_text(value, text.pbData());
 }
 
 const char* BigIntegerToASN1String(ASN1CTXT* ctxt, const CBigInteger& value) {

@@ -191,23 +191,25 @@ void CRequest::Impl::finish_hash() {
 }
 
 void CRequest::Impl::encode_request() {
-    ASN1::CAlgorithmIdentifierEx algorithm;
-    algorithm.put_algorithm(dataHashAlgOID.c_str());
+    const ASN1::CAlgorithmIdentifierEx algorithm(dataHashAlgOID.c_str());
     trace("MakeRequest", "Initializing request...\n");
     TSP::CRequest message(algorithm, dataHash, certReq);
     if (!policyID.empty()) {
         message.put_reqPolicy(policyID.c_str());
     }
+    ASN1::CBigInteger fresh_nonce;
     if (useNonce) {
-        const auto random =
+        fresh_nonce =
             ASN1::MakeRandomBigInteger(0, static_cast<unsigned long>(policy->NonceLength.value));
-        const auto positive = random.abs();
-        message.put_nonce(&positive);
+        if (fresh_nonce.cbData() != 0) {
+            fresh_nonce.pbData()[0] &= 0x7F; // positive, as `abs` would make it
+        }
+        message.put_nonce(&fresh_nonce);
     }
     trace("MakeRequest", "Encoding request...\n");
     encodedRequest = message.encode();
-    if (message.get_nonce()) {
-        nonce = *message.get_nonce();
+    if (useNonce) {
+        nonce.swap(fresh_nonce);
     }
 }
 

@@ -43,8 +43,7 @@ unsigned int alg_id_of(const std::string& oid) {
 
 // Whether what stands where an answer has the SEQUENCE of its status is the OBJECT IDENTIFIER of a
 // bare token. Such bytes are no answer, which costs an exception to find out by decoding.
-bool begins_as_token(const CBlob& bytes) {
-    const Element rest(bytes.pbData(), bytes.cbData());
+bool begins_as_token(Element rest) {
     if (rest.size() < 2 || rest[0] != kSequenceByte) {
         return false;
     }
@@ -52,9 +51,9 @@ bool begins_as_token(const CBlob& bytes) {
     return header < rest.size() && rest[header] == kIdentifierByte;
 }
 
-bool decodes(CResponse& response, const CBlob& bytes) {
+bool decodes(CResponse& response, Element bytes) {
     try {
-        response.decode(bytes);
+        response.decode(bytes.data(), bytes.size());
         return true;
     } catch (...) {
         return false;
@@ -67,7 +66,7 @@ void CStamp::Import(const unsigned char* data, unsigned long size, const CReques
     trace("Import", "Importing time-stamp...\n");
     auto& stamp = *impl_;
     stamp.clear();
-    CBlob bytes(data, size);
+    const Element bytes(data, size);
     CResponse response;
     std::shared_ptr<const CToken> token;
     if (!begins_as_token(bytes) && decodes(response, bytes)) {
@@ -80,7 +79,7 @@ void CStamp::Import(const unsigned char* data, unsigned long size, const CReques
         trace("Import", "Failed to decode as time-stamp response...\n");
         trace("Import", "Trying to decode as time-stamp token...\n");
         auto bare = std::make_shared<CToken>();
-        bare->decode(std::move(bytes));
+        bare->decode(CBlob(data, size));
         token = std::move(bare);
     }
     if (token) {

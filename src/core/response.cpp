@@ -23,10 +23,17 @@ struct TimeStampRespRawTraits
 
 CResponse::CResponse() : status_(ASN1::pkiStatusGranted) {}
 
-void CResponse::decode(const CBlob& der) {
-    check_answer({der.pbData(), der.cbData()});
+void CResponse::decode(const unsigned char* der, unsigned long size) {
+    check_answer({der, size}); // that it isn't longer than the decoder can count, too
     CResponse fresh;
-    ASN1::asn1Decode<TimeStampRespRawTraits>(der, fresh);
+    ASN1::with_result_codes([&] {
+        ASN1BERDecodeBuffer buffer(der, static_cast<int>(size));
+        TimeStampRespRawTraits::ASN1_T record{};
+        if (TimeStampRespRawTraits::decode(buffer, record) < 0) {
+            ASN1::fail_codec();
+        }
+        TimeStampRespRawTraits::get(record, fresh);
+    });
     *this = std::move(fresh);
 }
 

@@ -16,7 +16,8 @@ public:
 
     // Reads status and token. Throws CAtlException 0x80093101 for bytes that aren't an answer with
     // either no token or one that CToken::decode takes.
-    void decode(const CBlob& der);
+    void decode(const CBlob& der) { decode(der.pbData(), der.cbData()); }
+    void decode(const unsigned char* der, unsigned long size);
 
     // Never null.
     const ASN1::CPKIStatusInfo* get_status() const noexcept { return &status_; }

@@ -3,6 +3,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <list>
+#include <memory>
+#include <mutex>
 
 #include <basalt/name_text.h>
 #include <chronoseal/atl/cert_context.h>
@@ -187,7 +191,9 @@ AlgorithmInfo algorithm_info(const CRYPT_ALGORITHM_IDENTIFIER& algorithm) {
                           view_of(algorithm.Parameters.pbData, algorithm.Parameters.cbData));
 }
 
-CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
+namespace {
+
+CertificateInfo describe(PCCERT_CONTEXT certificate) {
     const CERT_INFO& fields = *certificate->pCertInfo;
     CertificateInfo info;
     info.subject = name_text(fields.Subject);
@@ -215,7 +221,64 @@ CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
     return info;
 }
 
+// Certificates that were described lately, by their bytes: those of one authority come with each of
+// its stamps, and several times with each. Says nothing of trust. Bounded in number and in bytes;
+// for any number of threads.
+class Described {
+public:
+    std::shared_ptr<const CertificateInfo> find(ByteView der) {
+        const std::scoped_lock lock(mutex_);
+        const auto found = std::ranges::find_if(entries_, [&](const auto& entry) {
+            return entry->der.size() == der.size() &&
+                   std::memcmp(entry->der.data(), der.data(), der.size()) == 0;
+        });
+        if (found == entries_.end()) {
+            return nullptr;
+        }
+        entries_.splice(entries_.begin(), entries_, found);
+        return entries_.front();
+    }
+
+    void keep(const CertificateInfo& info) {
+        constexpr std::size_t kMostEntries = 32;
+        constexpr std::size_t kMostBytes = 8192; // of one; what is read from it may take ten times
+        if (info.der.size() > kMostBytes) {
+            return;
+        }
+        auto entry = std::make_shared<const CertificateInfo>(info);
+        const std::scoped_lock lock(mutex_);
+        entries_.push_front(std::move(entry));
+        if (entries_.size() > kMostEntries) {
+            entries_.pop_back();
+        }
+    }
+
+private:
+    std::mutex mutex_;
+    std::list<std::shared_ptr<const CertificateInfo>> entries_;
+};
+
+Described& described() {
+    static auto* const kept = new Described; // threads may outlive the objects of the process
+    return *kept;
+}
+
+} // namespace
+
+CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
+    if (const auto known =
+            described().find(view_of(certificate->pbCertEncoded, certificate->cbCertEncoded))) {
+        return *known;
+    }
+    CertificateInfo info = describe(certificate);
+    described().keep(info);
+    return info;
+}
+
 std::optional<CertificateInfo> certificate_info(ByteView der) {
+    if (const auto known = described().find(der)) {
+        return *known;
+    }
     const ATL2::CCertContext context(CertCreateCertificateContext(ATL2::kAnyEncoding, octets(der),
                                                                   static_cast<DWORD>(der.size())));
     return context ? std::optional(certificate_info(context.get())) : std::nullopt;

@@ -109,12 +109,13 @@ Digest Digest::of_file(const std::filesystem::path& path, const HashAlgorithm& a
     const FileBytes file(path);
     Hasher hasher(algorithm);
     std::uint64_t done = 0;
-    Bytes piece(std::size_t{256} << 10);
+    const PieceRoom room(std::size_t{256} << 10, file.size());
+    const auto piece = room.get();
     while (const std::size_t count = file.read(piece)) {
         if (stop.stop_requested()) {
             throw error_of_code(kCancelled, "hash " + quote_foreign(path.string()));
         }
-        hasher.update(ByteView(piece).first(count));
+        hasher.update(piece.first(count));
         done += count;
         if (progress) {
             progress(done, file.size());

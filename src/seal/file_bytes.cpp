@@ -27,7 +27,7 @@ FileBytes::~FileBytes() {
     ::close(descriptor_);
 }
 
-std::size_t FileBytes::read(Bytes& room) const {
+std::size_t FileBytes::read(std::span<std::byte> room) const {
     for (;;) {
         const ssize_t count = ::read(descriptor_, room.data(), room.size());
         if (count >= 0) {
@@ -42,7 +42,8 @@ std::size_t FileBytes::read(Bytes& room) const {
 Bytes read_file(const std::filesystem::path& path, std::size_t limit) {
     const FileBytes file(path);
     Bytes content;
-    Bytes piece(std::size_t{64} << 10);
+    const PieceRoom room(std::size_t{64} << 10, file.size());
+    const auto piece = room.get();
     while (const std::size_t count = file.read(piece)) {
         if (count > limit - content.size()) {
             throw Error(Category::unreachable, "file_too_large", 0,

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
+#include <span>
 
 #include <chronoseal/chronoseal.hpp>
 
@@ -10,6 +12,21 @@ namespace chronoseal {
 inline constexpr std::uint32_t kCancelled = 0x800704C7;
 // A stamp, a certificate or a list is never larger; a wrong file must not fill the memory.
 inline constexpr std::size_t kMostBytes = std::size_t{64} << 20;
+
+// Room for the pieces of a file, which nobody fills before they are read: `most` bytes, and no more
+// than a file of this size needs to be read and found to be at its end.
+class PieceRoom {
+public:
+    PieceRoom(std::size_t most, std::uint64_t file_size)
+        : size_(file_size != 0 && file_size < most ? static_cast<std::size_t>(file_size) + 1
+                                                   : most),
+          bytes_(new std::byte[size_]) {}
+    std::span<std::byte> get() const noexcept { return {bytes_.get(), size_}; }
+
+private:
+    std::size_t size_;
+    std::unique_ptr<std::byte[]> bytes_;
+};
 
 // An open file. Throws `file_unreadable`.
 class FileBytes {
@@ -21,7 +38,7 @@ public:
 
     std::uint64_t size() const noexcept { return size_; } // 0: not known
     // The next bytes; 0 at the end.
-    std::size_t read(Bytes& room) const;
+    std::size_t read(std::span<std::byte> room) const;
 
 private:
     std::string name_;

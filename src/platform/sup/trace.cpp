@@ -9,6 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -127,13 +128,19 @@ struct TSupportDbContext_ {
     unsigned int mask;
     mutable std::once_flag settled;
     mutable unsigned int enabled = 0;
-    mutable basalt::Descriptor file; // none: standard error
+    mutable basalt::Descriptor file;      // none: standard error
+    mutable std::atomic<bool> off{false}; // settled, and nothing is written
 
     // The levels to write. Finds them at the first call.
     unsigned int levels() const {
+        // Asked by every line that could be written: the one that settles it is the first.
+        if (off.load(std::memory_order_acquire)) {
+            return 0;
+        }
         std::call_once(settled, [this] {
             enabled = (level | levels_for(module)) & mask;
             if (enabled == 0) {
+                off.store(true, std::memory_order_release);
                 return;
             }
             if (const std::string name = trace_file(); !name.empty()) {

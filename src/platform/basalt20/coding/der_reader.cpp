@@ -176,6 +176,18 @@ std::int64_t zone_minutes(TimeText& text) {
 } // namespace
 
 Element DerReader::take() {
+    // Nearly all elements have a short tag and at most 127 bytes.
+    constexpr BYTE kShort = 0x80;
+    if (rest_.size() >= 2 && (rest_[0] & 0x1F) != 0x1F && rest_[1] < kShort &&
+        rest_[1] <= rest_.size() - 2) {
+        check_form(rest_[0]);
+        Element element;
+        element.tag = rest_[0];
+        element.contents = {rest_.data() + 2, rest_[1]};
+        element.whole = {rest_.data(), rest_[1] + std::size_t{2}};
+        rest_ = rest_.subspan(element.whole.size());
+        return element;
+    }
     const Header header = read_header(rest_);
     check_form(header.tag);
     Element element;
