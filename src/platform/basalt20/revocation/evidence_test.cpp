@@ -210,6 +210,12 @@ TEST_F(EvidenceTest, ADeltaIsReadWithItsBase) {
         }
         return spec;
     };
+    const auto with = [](ListSpec spec, const char* more) {
+        spec.extensions += more;
+        return spec;
+    };
+    constexpr char kPointed[] = "\nissuingDistributionPoint=critical,@p\n[p]\nonlyuser=TRUE";
+    constexpr char kKeyed[] = "\nauthorityKeyIdentifier=keyid:always";
     const struct {
         const char* name;
         std::vector<ListSpec> lists;
@@ -231,6 +237,12 @@ TEST_F(EvidenceTest, ADeltaIsReadWithItsBase) {
         {"hold lifted, then on hold again", {base(5, 6), delta(7, 5, 8), delta(9, 5, 6)}, kRevoked},
         {"a revocation is never lifted", {base(5, 4), delta(7, 5, 8)}, kRevoked},
         {"revoked in a delta whose base is missing", {delta(7, 5, 4)}, kRevoked},
+        {"both of one point",
+         {with(base(5, {}), kPointed), with(delta(7, 5, {}), kPointed)},
+         kGood},
+        {"a delta of another point", {base(5, {}), with(delta(7, 5, {}), kPointed)}, kUnknown},
+        {"both by one key", {with(base(5, {}), kKeyed), with(delta(7, 5, {}), kKeyed)}, kGood},
+        {"a delta by another key", {base(5, {}), with(delta(7, 5, {}), kKeyed)}, kUnknown},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
