@@ -320,8 +320,9 @@ void Verification::find_signer_certificate() {
         verdict_.signer = certificate_info(signer_.get());
         pass(Check::signer, quote_foreign(verdict_.signer->subject));
     } else if (!has_signed_attribute({kSigningCertificate, kSigningCertificateV2})) {
-        fail_attribute(Check::signer, "the token has no signed attribute that names its signer's "
-                                      "certificate");
+        fail(Check::signer, search.code, "signer_not_named",
+             "the token has no signed attribute that names its signer's certificate",
+             "the authority is at fault; ask it for another stamp");
     } else if (search.code == CRYPT_E_NOT_FOUND && token().certificates.empty()) {
         fail(Check::signer, search.code, "signer_not_found",
              "the authority's certificate is not in the token, nor among those given",

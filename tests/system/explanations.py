@@ -183,7 +183,7 @@ class Explanations(program.SystemTest):
             ("contentType is malformed", signed([forge.attribute("1.2.840.113549.1.9.3", JUNK)] + attributes(drop=("contentType",)))),
             ("no signed attribute contentType (0x8009100F)", signed(attributes(drop=("contentType",)))),
             ("messageDigest", signed(attributes(drop=("messageDigest",)))),
-            ("names its signer's certificate (0x8009100F)", signed(attributes(drop=("ess",)))),
+            ("names its signer's certificate (0x80092004)", signed(attributes(drop=("ess",)))),
             ("the signer's name", signed(attributes(), sid=forge.element(0x30, serial))),
             ("the tsa name in the TSTInfo", with_name(bad_name)), ("the tsa name in the TSTInfo", with_name(JUNK)),
             ("the policy in the TSTInfo", forge.make_response(forge.make_token(self.tsa, forge.element(0x30, JUNK)))),

@@ -1,0 +1,10 @@
+# cmake -P packaging/drop-runpath.cmake -- FILE...: takes the RUNPATH out of what is installed where the system looks.
+set(files FALSE)
+math(EXPR last "${CMAKE_ARGC} - 1")
+foreach(i RANGE ${last})
+  if(files)
+    file(RPATH_REMOVE FILE ${CMAKE_ARGV${i}})
+  elseif(CMAKE_ARGV${i} STREQUAL "--")
+    set(files TRUE)
+  endif()
+endforeach()
