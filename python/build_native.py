@@ -12,8 +12,8 @@ from cffi import FFI
 # Functions of Python that the library calls.
 CALLBACKS = """
 extern "Python" int chronoseal_python_progress(void* user, uint64_t done, uint64_t total);
-extern "Python" chronoseal_batch_step chronoseal_python_next(void* user, chronoseal_item* item);
-extern "Python" chronoseal_batch_step chronoseal_python_done(void* user, const chronoseal_batch_result* result);
+extern "Python" int chronoseal_python_next(void* user, chronoseal_item* item);
+extern "Python" int chronoseal_python_done(void* user, const chronoseal_batch_result* result);
 extern "Python" int chronoseal_python_setting(void* user, const chronoseal_setting* setting);
 extern "Python" int chronoseal_python_diagnosis(void* user, const chronoseal_diagnosis* diagnosis);
 """

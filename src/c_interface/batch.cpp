@@ -64,13 +64,15 @@ public:
     bool stopped() const { return stopped_; }
 
 private:
-    int step(const chronoseal_batch_step& answer) {
-        const int number = chosen(answer, CHRONOSEAL_ABORT, "what the callback returns");
-        if (number == CHRONOSEAL_ABORT) {
+    int step(int answer) {
+        if (answer < CHRONOSEAL_GO_ON || answer > CHRONOSEAL_ABORT) {
+            refuse_value("what the callback returns");
+        }
+        if (answer == CHRONOSEAL_ABORT) {
             stopped_ = true;
             watch_.end();
         }
-        return number;
+        return answer;
     }
 
     const chronoseal_batch& batch_;

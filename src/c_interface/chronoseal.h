@@ -612,7 +612,7 @@ typedef struct chronoseal_batch_summary {
     int stopped;      // 1: it was ended by a stop; items may be left
 } chronoseal_batch_summary;
 
-// What a function gives back to the batch that called it.
+// What a function gives back, as an int, to the batch that called it.
 typedef enum chronoseal_batch_step {
     CHRONOSEAL_GO_ON = 0, // of `next`: the item was filled in
     CHRONOSEAL_END = 1,   // of `next`: there is none left. Of `done`: take no further items
@@ -624,9 +624,9 @@ typedef struct chronoseal_batch {
     size_t size;          // of this struct
     unsigned connections; // how many at once; 0: 4
     // Fills in an item, which is zero before. Must not be null.
-    chronoseal_batch_step (*next)(void* user, chronoseal_item* item);
+    int (*next)(void* user, chronoseal_item* item);
     // Gets each result, in no given order. Must not be null.
-    chronoseal_batch_step (*done)(void* user, const chronoseal_batch_result* result);
+    int (*done)(void* user, const chronoseal_batch_result* result);
     void* user;            // handed to both
     chronoseal_stop* stop; // may be null
 } chronoseal_batch;

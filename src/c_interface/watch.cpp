@@ -40,7 +40,8 @@ Progress Watch::progress() {
 
 chronoseal_status chronoseal_stop_new(chronoseal_stop** stop, chronoseal_error** error) {
     return call(error, [&] {
-        emptied(stop, "stop") = new chronoseal_stop;
+        auto*& place = emptied(stop, "stop");
+        place = new chronoseal_stop;
         return CHRONOSEAL_OK;
     });
 }
