@@ -36,7 +36,10 @@ constexpr char kStatuses[] = "Exit status: 0 good; 1 found to be bad, or refused
 struct Chosen {
     // Commands that the call can't mean get no options: to describe all of them takes half as long
     // as to verify a stamp.
-    bool may_be(const char* name) const { return std::ranges::find(words, name) != words.end(); }
+    bool may_be(std::string_view name) const {
+        return std::ranges::any_of(
+            words, [&](const std::string& word) { return word == name || word == "--dump"; });
+    }
 
     std::vector<std::string> words;
     std::string command;

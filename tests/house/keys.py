@@ -25,7 +25,7 @@ def text(path):
 def known():
     """{key: (kind, default)}; a `*` in a key stands for any name."""
     keys = {}
-    for kind, path, rest in re.findall(r'^    (number|scheme|flag|text|list)\("((?:\\\\[\w*]+)+)"(.*)\),$',
+    for kind, path, rest in re.findall(r'^    (number|scheme|flag|text|list)\("((?:\\\\[\w*-]+)+)"(.*)\),$',
                                        text("src/platform/sup/known_keys.cpp"), re.M):
         default = re.match(r', "([^"]*)"', rest)
         implied = {"scheme": "0", "flag": "false"}.get(kind, "")
@@ -51,7 +51,7 @@ def read_by_requests():
 
 def expanded(cell, keys):
     """The keys that a cell names; `A`, ... `B` are all known ones between the two."""
-    names = re.findall(r"`([\w.]+)`", cell)
+    names = re.findall(r"`([\w.-]+)`", cell)
     if "..." not in cell:
         return names
     ordered = [key.rsplit(".", 1)[1] for key in keys if key.startswith(POLICY)]
@@ -87,7 +87,7 @@ def in_manual():
             table = table_of(line) if "[" in line else None
         elif table and entry and line.startswith((".BR", ".BI", ".B ")):
             line = re.sub(r"(\w+\.) (?=[A-Z]+ )", r"\1", line[4:])
-            told = re.findall(r'([\w.]+) (?:", " )?(?="|$)|\((\w+)(?:, ([^)]*))?\)', line)
+            told = re.findall(r'([\w.-]+) (?:", " )?(?="|$)|\((\w+)(?:, ([^)]*))?\)', line)
             names = [name for name, _, _ in told if name]
             types = [(kind, default) for _, kind, default in told if kind]
             for place, name in enumerate(names):
