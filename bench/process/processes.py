@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Whole processes of the command beside the same work done by `openssl`, in turn, so that a busy
-machine is busy for both: median of the time that they take, processor time, and most memory.
+machine is busy for both: median of the time that they take and of processor time.
 
     processes.py BIN [--times N] [--instructions]
 
@@ -69,7 +69,7 @@ class Runs:
 
     def __init__(self, site, words):
         self.site, self.words = site, list(map(str, words))
-        self.wall, self.processor, self.memory = [], [], 0
+        self.wall, self.processor = [], []
 
     def once(self, null):
         actions = [(os.POSIX_SPAWN_DUP2, null, 0), (os.POSIX_SPAWN_DUP2, null, 1),
@@ -80,7 +80,6 @@ class Runs:
         _, status, used = os.wait4(pid, 0)
         self.wall.append(time.perf_counter() - begin)
         self.processor.append(used.ru_utime + used.ru_stime)
-        self.memory = max(self.memory, used.ru_maxrss)
         if status != 0:
             raise SystemExit(f"{' '.join(self.words)} failed")
 
@@ -120,8 +119,8 @@ def main():
         command = arguments.bin.resolve() / "chronoseal"
         os.chdir(folder)
         null = os.open(os.devnull, os.O_RDWR)
-        print(f"{'work':<10} {'program':<10} {'median, ms':>11} {'x peer':>7} {'processor, ms':>14} "
-              f"{'memory, MB':>11}" + (f" {'instructions':>14}" if arguments.instructions else ""))
+        print(f"{'work':<10} {'program':<10} {'median, ms':>11} {'x peer':>7} {'processor, ms':>14}"
+              + (f" {'instructions':>14}" if arguments.instructions else ""))
         for work, ours, peers in pairs(command):
             two = [Runs(site, ours), Runs(site, peers)]
             for _ in range(arguments.times):
@@ -131,8 +130,7 @@ def main():
             for name, one in zip(("chronoseal", "openssl"), two):
                 wall = statistics.median(one.wall)
                 line = (f"{work:<10} {name:<10} {wall * 1000:>11.2f} {wall / base:>7.2f} "
-                        f"{statistics.median(one.processor) * 1000:>14.2f} "
-                        f"{one.memory / 1024:>11.1f}")
+                        f"{statistics.median(one.processor) * 1000:>14.2f}")
                 if arguments.instructions:
                     line += f" {one.instructions():>14,}"
                 print(line, flush=True)
