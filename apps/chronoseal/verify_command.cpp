@@ -264,7 +264,7 @@ private:
         if (output_.verbose()) {
             outcome.text += verdict_text(verdict, output_);
         }
-        outcome.text += remarks_text(verdict, label);
+        outcome.text += labelled_remarks(label, verdict);
     }
 
     void fail(const std::string& file, const Error& error, Outcome& outcome) const {
