@@ -187,11 +187,16 @@ std::string remarks_text(const std::vector<chronoseal::Remark>& remarks) {
     return text;
 }
 
-std::string remarks_text(const chronoseal::Verdict& verdict, const std::string& label) {
+std::string remarks_text(const chronoseal::Verdict& verdict) {
     std::string text;
     for (const chronoseal::Finding& finding : verdict.findings) {
         text += remarks_text(finding.remarks);
     }
+    return text;
+}
+
+std::string labelled_remarks(const std::string& label, const chronoseal::Verdict& verdict) {
+    const std::string text = remarks_text(verdict);
     return text.empty() || verdict.good() ? text : label + ":\n" + text;
 }
 

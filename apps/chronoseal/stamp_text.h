@@ -24,7 +24,9 @@ std::string verdict_text(const chronoseal::Verdict& verdict, const Output& outpu
 std::string term_text(const chronoseal::Outlook& outlook);
 
 // Remarks of all findings, a line each, indented; empty if there are none.
-std::string remarks_text(const chronoseal::Verdict& verdict, const std::string& label);
+std::string remarks_text(const chronoseal::Verdict& verdict);
+// Under the label where no line of a good verdict stands above them.
+std::string labelled_remarks(const std::string& label, const chronoseal::Verdict& verdict);
 std::string remarks_text(const std::vector<chronoseal::Remark>& remarks);
 
 } // namespace cli

@@ -283,7 +283,7 @@ private:
         if (output_.verbose()) {
             outcome.text += verdict_text(verdict, output_);
         }
-        outcome.text += remarks_text(verdict, label);
+        outcome.text += labelled_remarks(label, verdict);
     }
 
     static std::string outlook_text(const Verdict& verdict) {
