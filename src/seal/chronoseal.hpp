@@ -828,3 +828,5 @@ CHRONOSEAL_API AuthenticodeStamp authenticode(ByteView content,
 CHRONOSEAL_API std::string_view version() noexcept;
 
 } // namespace chronoseal
+
+#include <chronoseal/evidence.hpp>

@@ -334,8 +334,9 @@ class BouncyCastle(WithRecords):
         (self.folder / "sums").write_text("".join(
             f"{hashlib.sha256(path.read_bytes()).hexdigest()}  {path.name}\n" for path in files))
         self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=self.folder)
-        self.run_good("prove", *names, "--manifest", "sums", cwd=self.folder)
-        self.assertEqual(set(self.judge((f"{path}.ers", path) for path in files)), {"ok"})
+        for at in range(0, count, 500):
+            self.run_good("prove", *names[at:at + 500], "--manifest", "sums", cwd=self.folder)
+        self.assertEqual(self.judge((f"{path}.ers", path) for path in files), ["ok"] * count)
         some = [*files[:20], self.folder / "sums"]
         records = [f"{path}.ers" for path in some]
         for _ in range(3):
