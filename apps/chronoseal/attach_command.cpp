@@ -88,7 +88,7 @@ void check_usage(const AttachOptions& options, const Output& output) {
     if (options.authority.quorum > 1) {
         throw usage_error("--quorum isn't for attaching", "attach once for each authority");
     }
-    if (options.trust.revocation != "off" && !options.trust.at.empty()) {
+    if (!options.trust.at.empty()) {
         throw usage_error("--at judges the past, and a stamp is of now", "leave it out");
     }
 }

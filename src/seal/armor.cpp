@@ -112,6 +112,13 @@ Unarmored unarmor(ByteView bytes) {
     const std::string_view text = text_of(bytes);
     const bool der = !bytes.empty() && std::to_integer<unsigned>(bytes[0]) == der_tag::kSequence &&
                      DerReader(bytes).next().has_value();
+    // First, since a mail may quote PEM.
+    if (const auto mail = der ? std::nullopt : find_smime(text)) {
+        auto decoded = decode_base64(mail->base64);
+        if (decoded && std::to_integer<unsigned>(decoded->front()) == der_tag::kSequence) {
+            return {Form::smime, {}, *std::move(decoded)};
+        }
+    }
     if (!der && text.find(kBegin) != std::string_view::npos) {
         if (auto blocks = pem_blocks(bytes, 1); !blocks.empty()) {
             return {Form::pem, std::move(blocks[0].label), std::move(blocks[0].der)};
@@ -121,12 +128,6 @@ Unarmored unarmor(ByteView bytes) {
         if (auto decoded = decode_base64(text);
             decoded && std::to_integer<unsigned>(decoded->front()) == der_tag::kSequence) {
             return {Form::base64, {}, *std::move(decoded)};
-        }
-    }
-    if (const auto mail = der ? std::nullopt : find_smime(text)) {
-        auto decoded = decode_base64(mail->base64);
-        if (decoded && std::to_integer<unsigned>(decoded->front()) == der_tag::kSequence) {
-            return {Form::smime, {}, *std::move(decoded)};
         }
     }
     return {Form::binary, {}, Bytes(bytes.begin(), bytes.end())};

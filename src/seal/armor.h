@@ -29,8 +29,8 @@ struct Unarmored {
     Bytes der;
 };
 
-// The first PEM block; or the Base64 of something that begins as a SEQUENCE; or the signature of a
-// mail; or the bytes themselves.
+// The signature of a mail; or the first PEM block; or the Base64 of something that begins as a
+// SEQUENCE; or the bytes themselves.
 Unarmored unarmor(ByteView bytes);
 
 } // namespace chronoseal

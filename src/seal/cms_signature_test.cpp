@@ -210,6 +210,10 @@ TEST_F(CmsSignatureTest, EveryFormIsReadAndKept) {
         });
     };
     const std::string parts = "From: somebody\n" + mail(CMS_DETACHED | CMS_TEXT);
+    // Quoting PEM, which isn't the mail's signature.
+    std::string quoting = parts;
+    quoting.replace(quoting.find("This is an S/MIME"), 4,
+                    "-----BEGIN X-----\nMAA=\n-----END X-----\nThis");
     const std::string opaque = mail(0);
     EXPECT_EQ(static_cast<unsigned char>(streamed[1]), 0x80U) << "indefinite lengths";
     struct Row {
@@ -223,6 +227,8 @@ TEST_F(CmsSignatureTest, EveryFormIsReadAndKept) {
         {"BER", streamed, "\x30", "", false},
         {"PEM", pem, "Bag of somebody\n-----BEGIN CMS-----\n", "-----END CMS-----\nbehind\n", true},
         {"multipart", parts, "From: somebody\nMIME-Version: 1.0\n", "--\n\n", true},
+        {"multipart that quotes PEM", quoting, "From: somebody\nMIME-Version: 1.0\n", "--\n\n",
+         true},
         {"opaque", opaque, "MIME-Version: 1.0\n", "\n\n", false},
     };
     for (const Row& row : rows) {

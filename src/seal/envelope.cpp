@@ -62,6 +62,10 @@ Envelope Envelope::open(ByteView bytes) {
         break;
     case Form::pem:
         keep_around(text, pem_body(text), envelope);
+        if (envelope.before
+                .empty()) { // headers of an older PEM stand in it: DER is the better form
+            envelope.form = Form::binary;
+        }
         break;
     case Form::base64:
         keep_around(text, text, envelope);
@@ -77,7 +81,7 @@ Envelope Envelope::open(ByteView bytes) {
 }
 
 Bytes Envelope::close(ByteView changed) const {
-    if (form == Form::binary || before.size() + behind.size() + width == 0) {
+    if (form == Form::binary) {
         return copy_of(changed);
     }
     const std::string base64 = encode_base64(changed);

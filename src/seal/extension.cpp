@@ -43,12 +43,8 @@ public:
         LongTermValues values(parts);
         for (const ChainLink& link : verdict_.chain) {
             values.add_certificate(link.certificate.der);
-            for (const Evidence& evidence : link.evidence) {
-                if (evidence.kind == EvidenceKind::revocation_list) {
-                    values.add_list(evidence.der);
-                } else {
-                    values.add_answer(evidence.der);
-                }
+            if (link.revocation == RevocationState::good) {
+                add_evidence(link, values);
             }
         }
         values.finish();
@@ -63,6 +59,16 @@ public:
     }
 
 private:
+    static void add_evidence(const ChainLink& link, LongTermValues& values) {
+        for (const Evidence& evidence : link.evidence) {
+            if (evidence.kind == EvidenceKind::revocation_list) {
+                values.add_list(evidence.der);
+            } else {
+                values.add_answer(evidence.der);
+            }
+        }
+    }
+
     Verdict judge() const {
         if (!stamp_.has_token()) {
             throw Error(Category::refused, "no_token", 0,
@@ -120,7 +126,7 @@ private:
             if (link.anchor) {
                 continue;
             }
-            if (link.evidence.empty()) {
+            if (link.revocation != RevocationState::good || link.evidence.empty()) {
                 remarks.push_back({"no_evidence", "nothing speaks of the revocation of " + name});
             } else if (link.evidence.front().this_update <= stamp_.time()) {
                 remarks.push_back({"evidence_early", early_text(link, name)});

@@ -174,6 +174,18 @@ TEST_F(ExtensionTest, WhatCannotBeExtendedIsRefused) {
     EXPECT_EQ(word_of([&] { extend(stamp(), as_of(day(2024, 6, 3))); }), "revocation_offline");
 }
 
+// What is too old to count isn't worth keeping, even where the mode lets the stamp pass.
+TEST_F(ExtensionTest, StaleEvidenceIsNotPutIn) {
+    served = list("20240501000000Z", "20240508000000Z");
+    Trust trust = as_of(day(2024, 6, 3));
+    trust.revocation = Revocation::available;
+    const Extension extension = extend(stamp(), trust);
+    EXPECT_EQ(extension.certificates, 1U);
+    EXPECT_EQ(extension.revocation_lists, 0U);
+    ASSERT_EQ(extension.remarks.size(), 1U);
+    EXPECT_EQ(extension.remarks[0].word, "no_evidence");
+}
+
 // An attribute revocationValues that can't be read can't be added to.
 TEST_F(ExtensionTest, ValuesThatMeanNothingAreNotWrittenOver) {
     SignedDataParts parts(stamp().token());

@@ -54,16 +54,15 @@ void read_header(const std::string& line, Entity& entity) {
 std::optional<Entity> read_entity(std::string_view text) {
     Entity entity;
     std::string header;
-    const std::size_t whole = text.size();
-    while (!text.empty() && whole - text.size() < kMostHeader) {
-        const std::string_view line = line_of(text);
+    for (std::string_view rest = text.substr(0, kMostHeader); !rest.empty();) {
+        const std::string_view line = line_of(rest);
         if (!line.empty() && (line[0] == ' ' || line[0] == '\t')) {
             header += line;
             continue;
         }
         read_header(header, entity);
         if (line.empty()) {
-            entity.body = text;
+            entity.body = text.substr(static_cast<std::size_t>(rest.data() - text.data()));
             return entity;
         }
         header = line;
