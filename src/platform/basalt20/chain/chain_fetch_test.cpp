@@ -171,7 +171,9 @@ TEST_F(ChainFetchTest, MissingIssuersAreNotAskedForInsideNorBehindAnUnknownRoot)
     const auto issued = [&](const Party& issuer, const std::string& name) {
         return make_party({name, &issuer,
                            std::string(kAuthority) +
-                               "\nauthorityInfoAccess=caIssuers;URI:" + server_.url("/issuer")});
+                               "\nauthorityKeyIdentifier=keyid:always\n"
+                               "authorityInfoAccess=caIssuers;URI:" +
+                               server_.url("/issuer")});
     };
     const auto rogue_root = make_party({"rogue root", nullptr, kAuthority});
     const auto rogue = issued(*rogue_root, "rogue");

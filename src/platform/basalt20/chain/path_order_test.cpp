@@ -115,6 +115,25 @@ TEST_F(PathOrderTest, ARevokedCrossCertificateDoesNotHideAGoodOneUnlessItsKeyIsI
     }
 }
 
+// The path by the compromised certificate is judged first: the stamper points to its identifier,
+// and the cross-certificate has none.
+TEST_F(PathOrderTest, AKeyInStrangeHandsMakesNoOtherPathGood) {
+    const auto pointing =
+        make_party({"stamper", middle_.get(),
+                    kStamper + std::string("authorityKeyIdentifier=keyid:always\n")});
+    const auto crossed = cross(*other_root_, "basicConstraints=critical,CA:TRUE\n"
+                                             "keyUsage=critical,keyCertSign,cRLSign");
+    constexpr int kSuperseded = 4;
+    constexpr int kCompromised = 1;
+    for (const int reason : {kSuperseded, kCompromised}) {
+        const std::vector<std::string> lists{
+            make_list({root_.get(), -1, 100, {{middle_.get(), -10, reason}}}),
+            make_list({other_root_.get(), -1, 100}), make_list({middle_.get(), -1, 100})};
+        expect(reason == kSuperseded ? 0u : CRYPT_E_REVOKED, {root_.get(), other_root_.get()},
+               *pointing, {middle_.get(), crossed.get()}, lists);
+    }
+}
+
 TEST_F(PathOrderTest, DecoysAndCirclesLeadNobodyAstray) {
     std::vector<std::unique_ptr<Party>> decoys;
     for (int i = 0; i < 63; ++i) {

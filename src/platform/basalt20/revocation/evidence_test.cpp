@@ -393,6 +393,8 @@ TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
             {.name = "responder", .issuer = &issuer, .extensions = extensions, .end = end});
     };
     const PartyOwner rogue = make_party({.name = "ca", .extensions = kAuthority});
+    const PartyOwner renamed = make_party(
+        {.name = "other", .issuer = root_.get(), .extensions = kAuthority, .same_key = ca_.get()});
     const struct {
         const char* name;
         PartyOwner signer;
@@ -405,6 +407,7 @@ TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
         {"meant for something else", responder("extendedKeyUsage=timeStamping", *ca_), kUnknown},
         {"of another authority on the path", responder(kResponder, *root_), kUnknown},
         {"of a like-named authority", responder(kResponder, *rogue), kUnknown},
+        {"by its key in another's name", responder(kResponder, *renamed), kUnknown},
         {"had ended", responder(kResponder, *ca_, kMade - 1), kUnknown},
         {"key usage for lists alone",
          responder(std::string(kResponder) + "\nkeyUsage=critical,cRLSign", *ca_), kUnknown},
