@@ -1,7 +1,7 @@
 // Rewriting of indefinite lengths (X.690, 8.1.3.6).
 #include <chronoseal/seal/definite_form.h>
 
-#include <chronoseal/seal/der_output.h>
+#include <chronoseal/seal/der_writer.h>
 
 namespace chronoseal {
 
@@ -109,7 +109,7 @@ bool rewrite_content(ByteView content, bool definite, bool string, unsigned dept
         }
         taken += inner->taken;
         changed |= inner->changed;
-        append_bytes(out, ByteView(inner->bytes).subspan(string ? inner->head : 0));
+        append(out, ByteView(inner->bytes).subspan(string ? inner->head : 0));
     }
 }
 
@@ -137,14 +137,14 @@ std::optional<Rewritten> rewrite(ByteView bytes, unsigned depth) {
         result.taken = head->size + content.size();
     }
     if (!result.changed) {
-        append_bytes(result.bytes, bytes.first(result.taken));
+        append(result.bytes, bytes.first(result.taken));
         result.head = head->size;
         return result;
     }
     const auto primitive = static_cast<std::byte>(octet_at(bytes, 0) & ~0x20U);
     append_head(result.bytes, in_pieces ? ByteView(&primitive, 1) : head->identifier, inner.size());
     result.head = result.bytes.size();
-    append_bytes(result.bytes, inner);
+    append(result.bytes, inner);
     return result;
 }
 

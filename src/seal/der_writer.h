@@ -13,9 +13,10 @@ inline void append(Bytes& target, ByteView bytes) {
     target.insert(target.end(), bytes.begin(), bytes.end());
 }
 
-inline void append_head(Bytes& target, unsigned tag, std::size_t length) {
+// Identifier octets and length of an element with so many octets of contents.
+inline void append_head(Bytes& target, ByteView identifier, std::size_t length) {
     constexpr std::size_t kShort = 0x80;
-    target.push_back(static_cast<std::byte>(tag));
+    append(target, identifier);
     if (length < kShort) {
         target.push_back(static_cast<std::byte>(length));
         return;
@@ -28,6 +29,11 @@ inline void append_head(Bytes& target, unsigned tag, std::size_t length) {
     while (count-- != 0) {
         target.push_back(static_cast<std::byte>(length >> (8 * count) & 0xFF));
     }
+}
+
+inline void append_head(Bytes& target, unsigned tag, std::size_t length) {
+    const auto identifier = static_cast<std::byte>(tag);
+    append_head(target, {&identifier, 1}, length);
 }
 
 inline void append_element(Bytes& target, unsigned tag, ByteView content) {
@@ -50,31 +56,11 @@ inline Bytes der_element(unsigned tag, std::initializer_list<ByteView> pieces) {
     return result;
 }
 
-// The OBJECT IDENTIFIER of a dotted text that is one.
-inline Bytes der_oid(std::string_view dotted) {
-    Bytes content;
-    std::uint64_t first = 0;
-    std::size_t index = 0;
-    while (!dotted.empty()) {
-        std::uint64_t arc = 0;
-        std::size_t used = 0;
-        for (; used < dotted.size() && dotted[used] != '.'; ++used) {
-            arc = arc * 10 + static_cast<std::uint64_t>(dotted[used] - '0');
-        }
-        dotted.remove_prefix(std::min(used + 1, dotted.size()));
-        if (index++ == 0) {
-            first = arc * 40;
-            continue;
-        }
-        arc += index == 2 ? first : 0;
-        for (unsigned shift = 63; shift >= 7; shift -= 7) {
-            if (arc >> shift != 0) {
-                content.push_back(static_cast<std::byte>(0x80 | (arc >> shift & 0x7F)));
-            }
-        }
-        content.push_back(static_cast<std::byte>(arc & 0x7F));
-    }
-    return der_element(0x06, {content});
+inline Bytes der_element(unsigned tag, ByteView content) {
+    return der_element(tag, {content});
 }
+
+// The OBJECT IDENTIFIER of a dotted text; empty for what is none.
+Bytes der_oid(std::string_view dotted);
 
 } // namespace chronoseal

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include <chronoseal/seal/der_element.h>
-#include <chronoseal/seal/der_output.h>
+#include <chronoseal/seal/der_writer.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/long_term_values.h>
 #include <chronoseal/seal/signed_data_parts.h>
@@ -22,7 +22,7 @@ Bytes response_with(ByteView response, const Bytes& token) {
                     "extend the token itself");
     }
     Bytes content(status->whole.begin(), status->whole.end());
-    append_bytes(content, token);
+    append(content, token);
     return der_element(der_tag::kSequence, content);
 }
 

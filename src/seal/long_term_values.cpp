@@ -10,7 +10,7 @@
 
 #include <basalt/error_codes.h>
 #include <chronoseal/seal/der_element.h>
-#include <chronoseal/seal/der_output.h>
+#include <chronoseal/seal/der_writer.h>
 #include <chronoseal/seal/ocsp_bytes.h>
 
 namespace chronoseal {
@@ -117,7 +117,7 @@ void LongTermValues::read_values(ByteView values) {
         if (field->tag == der_tag::kContext0) {
             has_lists_.insert(has_lists_.end(), entries->begin(), entries->end());
         }
-        append_bytes(field->tag == der_tag::kContext0 ? before_ : behind_, field->whole);
+        append(field->tag == der_tag::kContext0 ? before_ : behind_, field->whole);
     }
 }
 
@@ -150,11 +150,11 @@ void LongTermValues::finish() {
     }
     Bytes list;
     for (const Bytes& answer : answers_) {
-        append_bytes(list, answer);
+        append(list, answer);
     }
     Bytes fields = before_;
-    append_bytes(fields, der_element(kContext1, der_element(der_tag::kSequence, list)));
-    append_bytes(fields, behind_);
+    append(fields, der_element(kContext1, der_element(der_tag::kSequence, list)));
+    append(fields, behind_);
     parts_.replace_unsigned_attribute(0, kRevocationValues,
                                       der_element(der_tag::kSequence, fields));
 }

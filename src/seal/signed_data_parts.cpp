@@ -6,7 +6,7 @@
 #include <basalt/error_codes.h>
 #include <chronoseal/seal/definite_form.h>
 #include <chronoseal/seal/der_element.h>
-#include <chronoseal/seal/der_output.h>
+#include <chronoseal/seal/der_writer.h>
 
 namespace chronoseal {
 
@@ -55,42 +55,9 @@ void put_in(std::vector<ByteView>& set, ByteView entry) {
 Bytes joined(const std::vector<ByteView>& parts) {
     Bytes whole;
     for (const ByteView part : parts) {
-        append_bytes(whole, part);
+        append(whole, part);
     }
     return whole;
-}
-
-Bytes encoded_oid(std::string_view dotted) {
-    Bytes content;
-    std::uint64_t first = 0;
-    std::size_t index = 0;
-    for (std::size_t at = 0; at <= dotted.size(); ++index) {
-        const std::size_t end = std::min(dotted.find('.', at), dotted.size());
-        std::uint64_t arc = 0;
-        for (const char c : dotted.substr(at, end - at)) {
-            if (c < '0' || c > '9' || arc > (UINT64_MAX >> 8) / 10) {
-                return {};
-            }
-            arc = arc * 10 + static_cast<std::uint64_t>(c - '0');
-        }
-        if (end == at || (index == 0 && arc > 2) || (index == 1 && first < 2 && arc > 39)) {
-            return {};
-        }
-        at = end + 1;
-        if (index == 0) {
-            first = arc;
-            continue;
-        }
-        arc += index == 1 ? first * 40 : 0;
-        Bytes octets;
-        do {
-            octets.insert(octets.begin(),
-                          static_cast<std::byte>((arc & 0x7F) | (octets.empty() ? 0U : 0x80U)));
-            arc >>= 7;
-        } while (arc != 0);
-        append_bytes(content, octets);
-    }
-    return index < 2 ? Bytes() : der_element(der_tag::kObjectIdentifier, content);
 }
 
 // Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF AttributeValue }
@@ -103,13 +70,13 @@ SignedDataParts::Attribute attribute_of(ByteView whole) {
 }
 
 Bytes encoded_attribute(std::string_view oid, ByteView value) {
-    Bytes content = encoded_oid(oid);
+    Bytes content = der_oid(oid);
     if (content.empty()) {
         throw Error(Category::misuse, "oid_malformed", CRYPT_E_OID_FORMAT,
                     quote_foreign(oid, 80) + " is no object identifier",
                     "write it with numbers and dots");
     }
-    append_bytes(content, der_element(der_tag::kSet, value));
+    append(content, der_element(der_tag::kSet, value));
     return der_element(der_tag::kSequence, content);
 }
 
@@ -203,7 +170,7 @@ void SignedDataParts::add_revocation_list(ByteView der) {
 
 void SignedDataParts::write(Signer& signer, std::vector<ByteView> attributes) {
     Bytes content(signer.signed_.begin(), signer.signed_.end());
-    append_bytes(content, der_element(kContext1, joined(attributes)));
+    append(content, der_element(kContext1, joined(attributes)));
     signer.whole = keep(der_element(der_tag::kSequence, content));
 }
 
@@ -236,14 +203,14 @@ void SignedDataParts::replace_unsigned_attribute(std::size_t index, std::string_
 Bytes SignedDataParts::encode() const {
     Bytes data(head_.begin(), head_.end());
     if (has_certificates_) {
-        append_bytes(data, der_element(der_tag::kContext0, joined(certificates_)));
+        append(data, der_element(der_tag::kContext0, joined(certificates_)));
     }
     if (has_revocations_) {
-        append_bytes(data, der_element(kContext1, joined(revocations_)));
+        append(data, der_element(kContext1, joined(revocations_)));
     }
-    append_bytes(data, der_element(der_tag::kSet, joined(signers_)));
+    append(data, der_element(der_tag::kSet, joined(signers_)));
     Bytes info(type_.begin(), type_.end());
-    append_bytes(info, der_element(der_tag::kContext0, der_element(der_tag::kSequence, data)));
+    append(info, der_element(der_tag::kContext0, der_element(der_tag::kSequence, data)));
     return der_element(der_tag::kSequence, info);
 }
 
