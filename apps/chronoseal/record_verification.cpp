@@ -136,7 +136,12 @@ std::string file_beside_record(const std::string& record) {
 }
 
 RecordVerification::RecordVerification(const VerifyOptions& options, const Output& output)
-    : options_(options), output_(output), verifier_(trust_of(options.trust)) {}
+    : options_(options), output_(output) {}
+
+const chronoseal::EvidenceVerifier& RecordVerification::verifier() const {
+    std::call_once(once_, [this] { verifier_.emplace(trust_of(options_.trust)); });
+    return *verifier_;
+}
 
 std::string RecordVerification::subject_of(const std::string& file) const {
     if (!options_.request.empty() || !options_.report.empty()) {
@@ -177,7 +182,7 @@ RecordOutcome RecordVerification::judge(const std::string& file, chronoseal::Byt
         }
         objects.push_back({chronoseal::Digest::from_hex(algorithms.front(), options_.digest)});
     }
-    const EvidenceVerdict verdict = verifier_.verify(record, objects);
+    const EvidenceVerdict verdict = verifier().verify(record, objects);
     outcome.json["type"] = "evidenceRecord";
     outcome.json["data"] = !data.empty()              ? Json(data)
                            : !options_.digest.empty() ? Json(options_.digest)

@@ -1,6 +1,7 @@
 // `verify` of an evidence record: with the file that it is of, and with the files of a list.
 #pragma once
 
+#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -34,9 +35,13 @@ private:
     void compare_files(const std::string& list, RecordOutcome& outcome,
                        const std::stop_token& stop) const;
 
+    // Made with the first record: most verifications are of stamps alone.
+    const chronoseal::EvidenceVerifier& verifier() const;
+
     const VerifyOptions& options_;
     const Output& output_;
-    chronoseal::EvidenceVerifier verifier_;
+    mutable std::once_flag once_;
+    mutable std::optional<chronoseal::EvidenceVerifier> verifier_;
 };
 
 // "case.sha256" for "case.sha256.ers", if it is there; else nothing.
