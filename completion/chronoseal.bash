@@ -15,7 +15,7 @@ _chronoseal() {
     done
     case $command in
         '')
-            mapfile -t COMPREPLY < <(compgen -W 'stamp verify info request send policy trust doctor authenticode help --help --json --json-lines --quiet --verbose --version' -- "$word")
+            mapfile -t COMPREPLY < <(compgen -W 'stamp verify prove renew info request send policy trust doctor authenticode extend attach help --help --json --json-lines --quiet --verbose --version' -- "$word")
             return ;;
         policy)
             mapfile -t COMPREPLY < <(compgen -W 'show' -- "$word")
@@ -24,7 +24,7 @@ _chronoseal() {
             mapfile -t COMPREPLY < <(compgen -W 'list add remove' -- "$word")
             return ;;
         help)
-            mapfile -t COMPREPLY < <(compgen -W 'stamp verify info request send policy trust doctor authenticode help' -- "$word")
+            mapfile -t COMPREPLY < <(compgen -W 'stamp verify prove renew info request send policy trust doctor authenticode extend attach help' -- "$word")
             return ;;
         'stamp')
             case $before in
@@ -33,7 +33,7 @@ _chronoseal() {
                 --digest|--jobs|--hash|--policy|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --digest --out --token-out --certs-out --crls-out --force --skip-existing --no-verify --jobs --hash --policy --no-nonce --cert --url --proxy --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --digest --out --token-out --certs-out --crls-out --together --manifest --force --skip-existing --no-verify --jobs --hash --policy --no-nonce --cert --url --proxy --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -45,7 +45,30 @@ _chronoseal() {
                 --digest|--jobs|--at) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --data --digest --request --no-data --jobs --report --force --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --data --digest --request --no-data --jobs --report --force --manifest --files --strict --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+            else
+                compopt -o default
+            fi
+            ;;
+        'prove')
+            case $before in
+                --record|--out) compopt -o default; return ;;
+                --manifest) return ;;
+            esac
+            if [[ $word == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W '--help --manifest --record --out --force --json --json-lines --quiet --verbose --version' -- "$word")
+            else
+                compopt -o default
+            fi
+            ;;
+        'renew')
+            case $before in
+                --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
+                --data|--out|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
+                --hash|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+            esac
+            if [[ $word == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W '--help --hash --data --out --convert-only --force --url --proxy --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -139,6 +162,30 @@ _chronoseal() {
             esac
             if [[ $word == -* ]]; then
                 mapfile -t COMPREPLY < <(compgen -W '--help --url --out --force --no-verify --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+            else
+                compopt -o default
+            fi
+            ;;
+        'extend')
+            case $before in
+                --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
+                --out|--roots|--certs|--crls) compopt -o default; return ;;
+                --at) return ;;
+            esac
+            if [[ $word == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+            else
+                compopt -o default
+            fi
+            ;;
+        'attach')
+            case $before in
+                --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
+                --out|--data|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
+                --signer|--attribute|--hash|--policy|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+            esac
+            if [[ $word == -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --data --signer --all --attribute --hash --policy --no-nonce --cert --url --proxy --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi

@@ -188,11 +188,21 @@ RecordOutcome RecordVerification::judge(const std::string& file, chronoseal::Byt
                            : !options_.digest.empty() ? Json(options_.digest)
                                                       : Json(nullptr);
     outcome.json.update(to_json(verdict));
+    const bool refused_as_aged =
+        options_.strict && verdict.good() && verdict.strength == chronoseal::EvidenceStrength::aged;
     const std::string subject = !data.empty() ? quote_foreign(data)
                                 : !options_.digest.empty()
                                     ? quote_foreign(options_.digest)
                                     : "what it is of, compared with nothing,";
-    if (verdict.good()) {
+    if (refused_as_aged) {
+        outcome.status = ExitStatus::refused;
+        outcome.error = Error(chronoseal::Category::refused, "aged", 0,
+                              fmt::format("{}: not good under --strict: a certificate under it had "
+                                          "ended before it was renewed or judged",
+                                          quote_foreign(file)),
+                              "renew records before their authority's certificate ends");
+        outcome.json["error"] = error_json(*outcome.error);
+    } else if (verdict.good()) {
         std::string lines;
         if (is_list) {
             const std::uint64_t count = chronoseal::read_manifest(data, {}, {}, stop).lines;
@@ -218,7 +228,7 @@ RecordOutcome RecordVerification::judge(const std::string& file, chronoseal::Byt
         outcome.json["error"] = error_json(*outcome.error);
     }
     outcome.text += stamps_text(verdict, output_);
-    if (options_.files && verdict.good()) {
+    if (options_.files && verdict.good() && !refused_as_aged) {
         compare_files(data, outcome, stop);
     }
     return outcome;

@@ -120,7 +120,7 @@ TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
     EXPECT_EQ(extension.certificates, 1U);
     EXPECT_EQ(extension.revocation_lists, 0U);
 
-    EXPECT_EQ(word_of([&] { stamp_with(bag(good, 100000)); }), "not_a_stamp");
+    EXPECT_EQ(word_of([&] { stamp_with(bag(good, 100000)); }), "malformed");
     const Stamp namesakes = stamp_with(bag(authority.list("20240501000000Z", 4, kFrom, kTo), 100));
     EXPECT_TRUE(Verifier(trust).verify_token(namesakes).indeterminate());
     EXPECT_NE(word_of([&] { static_cast<void>(extend(namesakes, trust)); }), "");

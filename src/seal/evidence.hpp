@@ -271,7 +271,7 @@ struct CHRONOSEAL_API EvidenceVerdict {
     bool compared = false;          // with data
     std::optional<Time> existed_by; // the first stamp's time; absent unless the verdict is good
     EvidenceStrength strength = EvidenceStrength::aged;
-    std::optional<Time> renew_before; // the end of the last stamp's certificates
+    std::optional<Time> renew_before; // that of the last stamp's outlook
     std::vector<JudgedStamp> stamps;  // as far as the record's own links hold
     // "legacy_layout", "sorted_renewal", "token_reencoded", "algorithm_unlisted", "encrypted",
     // "renewed_late"

@@ -130,7 +130,7 @@ private:
 
     static void conclude(const EvidenceRecord& record, EvidenceVerdict& verdict) {
         if (verdict.stamps.size() == record.info().stamps.size()) {
-            verdict.renew_before = verdict.stamps.back().certificates_end;
+            verdict.renew_before = verdict.stamps.back().verdict.outlook.renew_before;
         }
         const auto late = std::ranges::find(verdict.stamps, false, &JudgedStamp::covered_in_time);
         if (late != verdict.stamps.end() && late->covered_by && late->certificates_end) {

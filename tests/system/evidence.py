@@ -263,6 +263,8 @@ class Years(WithRecords):
         self.run_good("renew", record, "--url", later.url, "--roots", later.root, *self.trust)
         self.clock(13)
         self.assertEqual(self.strength(alone), "aged")
+        code, found = self.workspace.run_json("verify", "--strict", alone, *self.trust)
+        self.assertEqual((code, found["error"]["word"]), (REFUSED, "aged"))
         self.assertEqual(self.strength(record, later.root), "renewed")
         latest = self.authority_of_today("tsa-of-13")
         self.run_good("renew", alone, "--url", latest.url, "--roots", latest.root, *self.trust)

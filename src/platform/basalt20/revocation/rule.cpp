@@ -42,13 +42,15 @@ bool decides_rather(const Statement& a, const Statement& b) {
     return a.revoked_at < b.revoked_at;
 }
 
+// What was revoked after the moment that is asked for was not revoked by then: a stamp that another
+// one renewed is judged as of that one's time, and outlives what happened to its keys later.
 std::optional<std::size_t> deciding_revocation(std::span<const Statement> statements,
                                                const Moments& moments) {
     std::optional<std::size_t> found;
     for (std::size_t i = 0; i < statements.size(); ++i) {
         const Statement& s = statements[i];
         const bool counts =
-            s.revoked && !is_hold(s) &&
+            s.revoked && !is_hold(s) && s.revoked_at <= moments.now + kClockTolerance &&
             (s.revoked_at <= moments.stamp || voids_earlier_stamps(s, moments.is_signer));
         if (counts && (!found || decides_rather(s, statements[*found]))) {
             found = i;
