@@ -112,13 +112,29 @@ void front_door() {
     static_cast<void>(verdict.good());
     inspect({});
     policy();
+    extend(stamp);
+    CmsSignature::read({}).signers();
     throw Error(verdict.error());
+}
+
+void evidence() {
+    using namespace chronoseal;
+    const auto hash = HashAlgorithm::by_name("SHA-256");
+    const Stamp stamp = Stamp::read({});
+    EvidenceTree tree(hash);
+    const EvidenceRecord record = tree.record(tree.root(), stamp);
+    ManifestReader({}).feed({});
+    ManifestTree("").prove(tree.root(), record);
+    StampRenewal(hash).add(record);
+    HashRenewal(hash).add(record, {});
+    const EvidenceVerdict verdict = EvidenceVerifier().verify(record, ByteView());
+    strength_name(verdict.strength);
 }
 
 } // namespace
 
 int main() {
-    for (const auto part : {&run_time, &values, &client, &front_door}) {
+    for (const auto part : {&run_time, &values, &client, &front_door, &evidence}) {
         static_cast<void>(part);
     }
 }
