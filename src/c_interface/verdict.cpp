@@ -76,5 +76,9 @@ chronoseal_verdict::chronoseal_verdict(Verdict found) : verdict(std::move(found)
     view.chain = kept.array(std::move(chain));
     view.judged_at = time_of(verdict.judged_at);
     view.as_of = time_of(verdict.as_of);
+    if (!verdict.good()) {
+        error.emplace(verdict.error());
+    }
+    view.error = error ? &*error : nullptr;
     info = kept.value(view);
 }

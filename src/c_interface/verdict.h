@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include <chronoseal/c_interface/call.h>
 #include <chronoseal/c_interface/view.h>
@@ -10,6 +11,7 @@ struct chronoseal_verdict {
     explicit chronoseal_verdict(chronoseal::Verdict found);
 
     const chronoseal::Verdict verdict;
+    std::optional<chronoseal::c_interface::KeptError> error;
     chronoseal::c_interface::Kept kept;
     std::array<const chronoseal_finding*, chronoseal::kChecks> findings{};
     const chronoseal_verdict_info* info = nullptr;
