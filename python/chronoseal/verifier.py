@@ -193,11 +193,9 @@ def judge(watch: Watch, function: Callable[..., Any]) -> Verdict:
 
     try:
         watch.run(work)
-        why = None if error[0] == ffi.NULL else error_of(error[0])
         if place[0] == ffi.NULL:
-            assert why is not None
-            raise why
-        return verdict_of(place[0], why)
+            raise error_of(error[0])
+        return verdict_of(place[0])
     finally:
         lib.chronoseal_verdict_free(place)
         lib.chronoseal_error_free(error)
@@ -216,7 +214,7 @@ def evidence_of(struct: Any) -> Evidence:
         bytes_of(struct.der))
 
 
-def verdict_of(handle: Any, error: Optional[Error]) -> Verdict:
+def verdict_of(handle: Any) -> Verdict:
     place = ffi.new("chronoseal_verdict_info**")
     call(lib.chronoseal_verdict_get_info, handle, place)
     info = place[0]
@@ -236,4 +234,5 @@ def verdict_of(handle: Any, error: Optional[Error]) -> Verdict:
                                tuple(evidence_of(link.evidence[j]) for j in range(link.evidence_count))))
     return Verdict(info.good != 0, info.indeterminate != 0, info.compared != 0, tuple(findings),
                    finding_of(info.deciding), None if info.token == ffi.NULL else token_of(info.token),
-                   certificate_of(info.signer), tuple(chain), time_of(info.judged_at), time_of(info.as_of), error)
+                   certificate_of(info.signer), tuple(chain), time_of(info.judged_at), time_of(info.as_of),
+                   None if info.error == ffi.NULL else error_of(info.error))

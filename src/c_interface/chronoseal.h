@@ -30,8 +30,9 @@
 // Growth: structs that a caller fills begin with `size`, which is to be the size of the struct as
 // the caller was compiled; all else may be zero and then means the default. Structs that the
 // library fills may get members at their end, enumerations further values.
-// Threads: functions may be called from any thread. Sealers, verifiers, stamps, verdicts and
-// inspections don't change: any number of threads may use one at once, until one of them frees it.
+// Threads: functions may be called from any thread. Sealers, verifiers, stamps, records, verdicts,
+// extensions and inspections don't change: any number of threads may use one at once, until one of
+// them frees it. Hashers, trees and renewals belong to one thread at a time.
 // A thread can't be cancelled (pthread_cancel) while it is in a function.
 #ifndef CHRONOSEAL_CHRONOSEAL_H
 #define CHRONOSEAL_CHRONOSEAL_H
@@ -401,6 +402,7 @@ typedef struct chronoseal_verdict_info {
     size_t chain_count;                        // how many
     chronoseal_time judged_at;                 // the time at which the chain was judged
     chronoseal_time as_of;                     // "now" of the judgement
+    const chronoseal_error* error;             // that of `deciding`; null of a good verdict
 } chronoseal_verdict_info;
 
 // What a stamp is compared with, where a digest alone doesn't do.
@@ -638,6 +640,326 @@ CHRONOSEAL_API chronoseal_status chronoseal_seal_all(const chronoseal_sealer* se
                                                      const chronoseal_batch* batch,
                                                      chronoseal_batch_summary* summary,
                                                      chronoseal_error** error);
+
+// ---- Evidence records ----
+
+// One time-stamp of a record. Nothing of it is verified.
+typedef struct chronoseal_archive_stamp {
+    size_t chain;                   // from 0; the stamps of a chain share one hash algorithm
+    const chronoseal_stamp* stamp;  // belongs to the record
+    chronoseal_algorithm algorithm; // of the tree
+    const size_t* lists;            // how many hashes each list of the reduced tree holds
+    size_t list_count;              // how many; 0: no tree, the stamp is over the object's hash
+} chronoseal_archive_stamp;
+
+// What a record holds. Nothing in it is verified.
+typedef struct chronoseal_evidence_record_info {
+    const chronoseal_algorithm* const* algorithms; // those that the record says it uses
+    size_t algorithm_count;                        // how many
+    const chronoseal_archive_stamp* const* stamps; // oldest first
+    size_t stamp_count;                            // how many
+    int encrypted;                                 // 1: the object was encrypted before
+} chronoseal_evidence_record_info;
+
+// An RFC 4998 evidence record: time-stamps, each over the one before, and the way from an object's
+// hash to the first of them. Doesn't change; any number of threads may use one.
+typedef struct chronoseal_evidence_record chronoseal_evidence_record;
+
+// Reads a record as DER, PEM or Base64. Nothing is verified. "not_a_record" tells in its text what
+// the bytes are instead; "record_malformed", "record_too_large", "hash_length" and
+// "algorithms_differ" are told of what can't be one.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_read(
+    const void* data, size_t size, chronoseal_evidence_record** record, chronoseal_error** error);
+// Reads a record from a file, as `chronoseal_evidence_record_read` does from bytes.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_read_file(
+    const char* path, chronoseal_evidence_record** record, chronoseal_error** error);
+// Makes the record of what a plain stamp is over. "no_token" for a refusal.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_of_stamp(
+    const chronoseal_stamp* stamp, chronoseal_evidence_record** record, chronoseal_error** error);
+// Makes a second handle for a record, with a life of its own.
+CHRONOSEAL_API chronoseal_status
+chronoseal_evidence_record_copy(const chronoseal_evidence_record* record,
+                                chronoseal_evidence_record** copy, chronoseal_error** error);
+// Gives everything that a record holds.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_get_info(
+    const chronoseal_evidence_record* record, const chronoseal_evidence_record_info** info,
+    chronoseal_error** error);
+// Gives the DER of a record: what to store.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_der(
+    const chronoseal_evidence_record* record, chronoseal_bytes* der, chronoseal_error** error);
+// Gives the names of the algorithms by which an object has to be hashed for a verification: one for
+// each chain that uses another. They belong to the record. "hash_unknown" for what can't be
+// computed here.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_data_algorithms(
+    const chronoseal_evidence_record* record, const char* const** algorithms, size_t* count,
+    chronoseal_error** error);
+// Hashes a file, which is read once, by all data algorithms of a record. `digests` has room for
+// `room` of them, and "count" is how many there are. `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_hash_file(
+    const chronoseal_evidence_record* record, const char* path, const chronoseal_control* control,
+    chronoseal_digest* digests, size_t room, size_t* count, chronoseal_error** error);
+// Releases a record and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_evidence_record_free(chronoseal_evidence_record** record);
+
+// Hashes under one root, the same for the same hashes in whatever order they are added; equal ones
+// count once. Belongs to one thread at a time.
+typedef struct chronoseal_evidence_tree chronoseal_evidence_tree;
+
+// Makes an empty tree, by an algorithm as in `chronoseal_hash`.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_new(const char* algorithm,
+                                                              chronoseal_evidence_tree** tree,
+                                                              chronoseal_error** error);
+// Adds an object by its hash. "digest_malformed" for one of another algorithm.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_add(chronoseal_evidence_tree* tree,
+                                                              const chronoseal_digest* digest,
+                                                              chronoseal_error** error);
+// Adds objects that belong together and are proved together, by one leaf.
+CHRONOSEAL_API chronoseal_status
+chronoseal_evidence_tree_add_group(chronoseal_evidence_tree* tree, const chronoseal_digest* members,
+                                   size_t count, chronoseal_error** error);
+// Gives the number of leaves that are different; "tree_empty" if there is none.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_size(chronoseal_evidence_tree* tree,
+                                                               uint64_t* leaves,
+                                                               chronoseal_error** error);
+// Gives the hash that is to be stamped for all leaves; "tree_empty" if there is none.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_root(chronoseal_evidence_tree* tree,
+                                                               chronoseal_digest* root,
+                                                               chronoseal_error** error);
+// Makes the record of an object, or of a group of `count`, under a stamp over the tree's root.
+// "not_in_tree" for what wasn't added, "imprint_differs" for a stamp over something else.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_record(
+    chronoseal_evidence_tree* tree, const chronoseal_digest* objects, size_t count,
+    const chronoseal_stamp* stamp, chronoseal_evidence_record** record, chronoseal_error** error);
+// Releases a tree and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_evidence_tree_free(chronoseal_evidence_tree** tree);
+
+// The tree of a list of hashes as `sha256sum` writes it: its lines' hashes, and that of the list
+// itself, which so proves all lines and their names. Belongs to one thread at a time.
+typedef struct chronoseal_manifest_tree chronoseal_manifest_tree;
+
+// Reads a list and makes its tree. "manifest_line", "manifest_mixed" and "manifest_hash" name a
+// line; "manifest_empty". `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_tree_new(const char* path,
+                                                              const chronoseal_control* control,
+                                                              chronoseal_manifest_tree** tree,
+                                                              chronoseal_error** error);
+// Gives the hash of a list's own bytes, and how many lines it has.
+CHRONOSEAL_API chronoseal_status
+chronoseal_manifest_tree_get_info(const chronoseal_manifest_tree* tree, chronoseal_digest* list,
+                                  uint64_t* lines, chronoseal_error** error);
+// Gives the hash that is to be stamped for a list.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_tree_root(chronoseal_manifest_tree* tree,
+                                                               chronoseal_digest* root,
+                                                               chronoseal_error** error);
+// Makes the record of a list under a stamp over its tree's root. "imprint_differs" for a stamp over
+// something else.
+CHRONOSEAL_API chronoseal_status
+chronoseal_manifest_tree_record(chronoseal_manifest_tree* tree, const chronoseal_stamp* stamp,
+                                chronoseal_evidence_record** record, chronoseal_error** error);
+// Makes the record of an object whose hash stands in a line, of that of the list, however often
+// that was renewed by new stamps. "not_in_manifest"; "manifest_changed" where the record isn't that
+// of these bytes; "manifest_unproved" for a record that wasn't made with the lines;
+// "manifest_rehashed" after a renewal by a new hash.
+CHRONOSEAL_API chronoseal_status
+chronoseal_manifest_tree_prove(chronoseal_manifest_tree* tree, const chronoseal_digest* object,
+                               const chronoseal_evidence_record* record,
+                               chronoseal_evidence_record** proof, chronoseal_error** error);
+// Releases a list's tree and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_manifest_tree_free(chronoseal_manifest_tree** tree);
+
+// A renewal by a new stamp over the stamps of the last chain, before a certificate ends: `add` all
+// records, have `digest` stamped, take each record with the new stamp. Belongs to one thread at a
+// time.
+typedef struct chronoseal_stamp_renewal chronoseal_stamp_renewal;
+
+// Begins a renewal by new stamps. `algorithm` is that of the records' last stamps, else as in
+// `chronoseal_hash`.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_renewal_new(const char* algorithm,
+                                                              chronoseal_stamp_renewal** renewal,
+                                                              chronoseal_error** error);
+// Adds a record to those that one stamp is to renew. "algorithms_differ" where its last chain uses
+// another hash.
+CHRONOSEAL_API chronoseal_status
+chronoseal_stamp_renewal_add(chronoseal_stamp_renewal* renewal,
+                             const chronoseal_evidence_record* record, chronoseal_error** error);
+// Gives the hash that is to be stamped for all records; "tree_empty" if there is none.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_renewal_digest(chronoseal_stamp_renewal* renewal,
+                                                                 chronoseal_digest* digest,
+                                                                 chronoseal_error** error);
+// Makes the record with the new stamp. "not_in_tree" for one that wasn't added; "imprint_differs"
+// and "time_goes_back" for a stamp that doesn't fit.
+CHRONOSEAL_API chronoseal_status chronoseal_stamp_renewal_renewed(
+    chronoseal_stamp_renewal* renewal, const chronoseal_evidence_record* record,
+    const chronoseal_stamp* stamp, chronoseal_evidence_record** renewed, chronoseal_error** error);
+// Releases a renewal and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_stamp_renewal_free(chronoseal_stamp_renewal** renewal);
+
+// A renewal by a new hash, before the old one is broken: a new chain over the objects and all that
+// their records held. Whether an object is the record's is for the caller to have verified. Belongs
+// to one thread at a time.
+typedef struct chronoseal_hash_renewal chronoseal_hash_renewal;
+
+// Begins a renewal by a new hash, by an algorithm as in `chronoseal_hash`.
+CHRONOSEAL_API chronoseal_status chronoseal_hash_renewal_new(const char* algorithm,
+                                                             chronoseal_hash_renewal** renewal,
+                                                             chronoseal_error** error);
+// Adds a record with the hashes of its objects by the new algorithm: one, or all of a group.
+CHRONOSEAL_API chronoseal_status chronoseal_hash_renewal_add(
+    chronoseal_hash_renewal* renewal, const chronoseal_evidence_record* record,
+    const chronoseal_digest* objects, size_t count, chronoseal_error** error);
+// Gives the hash that is to be stamped for all records; "tree_empty" if there is none.
+CHRONOSEAL_API chronoseal_status chronoseal_hash_renewal_digest(chronoseal_hash_renewal* renewal,
+                                                                chronoseal_digest* digest,
+                                                                chronoseal_error** error);
+// Makes the record with the new chain, as `chronoseal_stamp_renewal_renewed` does with a stamp.
+CHRONOSEAL_API chronoseal_status chronoseal_hash_renewal_renewed(
+    chronoseal_hash_renewal* renewal, const chronoseal_evidence_record* record,
+    const chronoseal_digest* objects, size_t count, const chronoseal_stamp* stamp,
+    chronoseal_evidence_record** renewed, chronoseal_error** error);
+// Releases a renewal and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_hash_renewal_free(chronoseal_hash_renewal** renewal);
+
+// On what a good verdict on a record rests.
+typedef enum chronoseal_evidence_strength {
+    CHRONOSEAL_EVIDENCE_FRESH = 0,   // one stamp, whose certificates are valid
+    CHRONOSEAL_EVIDENCE_RENEWED = 1, // each was renewed before its certificates ended
+    CHRONOSEAL_EVIDENCE_AGED = 2     // certificates had ended: a stolen key could forge it
+} chronoseal_evidence_strength;
+
+// One time-stamp of a record as it was judged.
+typedef struct chronoseal_judged_stamp {
+    size_t chain;                      // from 0
+    const chronoseal_verdict* verdict; // as of the next stamp's time; belongs to the whole
+    int covered;                       // 1: another stamp of the record is over this one
+    size_t covered_by;                 // which, from 0
+    int has_certificates_end;          // 1: its chain of certificates was found
+    chronoseal_time certificates_end;  // the first end in it
+    int covered_in_time;               // 1: renewed, or judged, before that
+} chronoseal_judged_stamp;
+
+// A verdict on a record as a whole.
+typedef struct chronoseal_evidence_verdict_info {
+    int good;                                     // nothing is wrong
+    int indeterminate;                            // only evidence of revocation is missing
+    int compared;                                 // the record was compared with data
+    const chronoseal_error* failure;              // the first thing that is wrong; null: nothing
+    int has_failed_stamp;                         // 1: that is about one of the stamps
+    size_t failed_stamp;                          // which, from 0
+    int has_existed_by;                           // 1 only of a good verdict
+    chronoseal_time existed_by;                   // the first stamp's time
+    chronoseal_evidence_strength strength;        // on what it rests
+    const char* strength_name;                    // "aged"
+    int has_renew_before;                         // 1: it is known until when it holds
+    chronoseal_time renew_before;                 // the end of the last stamp's certificates
+    const chronoseal_judged_stamp* const* stamps; // as far as the record's own links hold
+    size_t stamp_count;                           // how many
+    const chronoseal_remark* const* remarks;      // "legacy_layout", "renewed_late"
+    size_t remark_count;                          // how many
+} chronoseal_evidence_verdict_info;
+
+// Judges records: the hashes from the object up to each stamp, and each stamp as of the time of the
+// one that renewed it. Doesn't change; records that share a stamp cost one signature.
+typedef struct chronoseal_evidence_verifier chronoseal_evidence_verifier;
+// What a verifier of records found. Doesn't change.
+typedef struct chronoseal_evidence_verdict chronoseal_evidence_verdict;
+
+// Makes a verifier of records; a null `trust` is that of the machine. Fails as
+// `chronoseal_verifier_new`.
+CHRONOSEAL_API chronoseal_status
+chronoseal_evidence_verifier_new(const chronoseal_trust* trust,
+                                 chronoseal_evidence_verifier** verifier, chronoseal_error** error);
+// Judges a record for bytes. CHRONOSEAL_OK stands for a good record and nothing else: for any other
+// the error is the verdict's, and the verdict is given, too. It stays null where nothing could be
+// judged. `verdict` itself may be null. Words of records are, beside those of stamps,
+// "not_in_tree", "root_differs", "renewal_uncovered", "time_goes_back", "algorithms_differ" and
+// "data_needed".
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_verify(
+    const chronoseal_evidence_verifier* verifier, const chronoseal_evidence_record* record,
+    const void* data, size_t size, chronoseal_evidence_verdict** verdict, chronoseal_error** error);
+// Judges a record for a file, as `chronoseal_evidence_verify` does. `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_verify_file(
+    const chronoseal_evidence_verifier* verifier, const chronoseal_evidence_record* record,
+    const char* path, const chronoseal_control* control, chronoseal_evidence_verdict** verdict,
+    chronoseal_error** error);
+// Judges a record for one object, or for all of a group, by hashes, as `chronoseal_evidence_verify`
+// does. For each object there is one by each of the record's data algorithms, then those of the
+// next one follow; `count` are all of them.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_verify_digests(
+    const chronoseal_evidence_verifier* verifier, const chronoseal_evidence_record* record,
+    const chronoseal_digest* digests, size_t count, size_t objects,
+    chronoseal_evidence_verdict** verdict, chronoseal_error** error);
+// Judges a record alone, as `chronoseal_evidence_verify` does: it is compared with nothing. One
+// that was renewed by a new hash can't be judged so.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_verify_record(
+    const chronoseal_evidence_verifier* verifier, const chronoseal_evidence_record* record,
+    chronoseal_evidence_verdict** verdict, chronoseal_error** error);
+// Releases a verifier of records and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_evidence_verifier_free(chronoseal_evidence_verifier** verifier);
+
+// Gives a verdict on a record as a whole.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_verdict_get_info(
+    const chronoseal_evidence_verdict* verdict, const chronoseal_evidence_verdict_info** info,
+    chronoseal_error** error);
+// Releases a verdict on a record and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_evidence_verdict_free(chronoseal_evidence_verdict** verdict);
+
+// ---- Extending and attaching ----
+
+// What became of a stamp that was extended.
+typedef struct chronoseal_extension_info {
+    int changed;                             // 1: something was put in
+    const chronoseal_stamp* stamp;           // the extended one; belongs to the extension
+    const chronoseal_verdict* verdict;       // by what it holds, and the trusted roots; belongs too
+    size_t certificates;                     // put in
+    size_t revocation_lists;                 // put in
+    size_t ocsp_answers;                     // put in
+    const chronoseal_remark* const* remarks; // "evidence_early", "no_evidence"
+    size_t remark_count;                     // how many
+} chronoseal_extension_info;
+
+// A stamp with the evidence in it by which it can be judged offline. Doesn't change.
+typedef struct chronoseal_extension chronoseal_extension;
+
+// Extends a stamp: judges it, fetching what that takes, and puts the certificates, revocation lists
+// and OCSP answers on which that rests into the unsigned parts of its token. The error is that of
+// the verdict for a stamp that isn't good; "revocation_off" where revocation isn't looked at, and
+// "extension_insufficient" if the result can't be judged by what it holds and the roots alone. To
+// be done while the authority's certificate is valid, and before the stamp is renewed.
+CHRONOSEAL_API chronoseal_status chronoseal_extend(const chronoseal_stamp* stamp,
+                                                   const chronoseal_trust* trust,
+                                                   chronoseal_extension** extension,
+                                                   chronoseal_error** error);
+// Gives everything about a stamp that was extended.
+CHRONOSEAL_API chronoseal_status
+chronoseal_extension_get_info(const chronoseal_extension* extension,
+                              const chronoseal_extension_info** info, chronoseal_error** error);
+// Releases an extension and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_extension_free(chronoseal_extension** extension);
+
+// How a signature is stamped.
+typedef struct chronoseal_attach_options {
+    size_t size;                           // of this struct
+    size_t signer;                         // whose, from 1; 0: each one's, up to 64
+    const void* content;                   // what was signed, where it isn't in the message
+    size_t content_size;                   // how many bytes
+    const chronoseal_source* certificates; // for signers whose own isn't in the message
+    size_t certificate_count;              // how many
+    const char* attribute; // OID of the unsigned attribute; null: RFC 3161's, for CMS signatures
+} chronoseal_attach_options;
+
+// Puts a stamp on a CMS signature: over the octets of a signer's signature, in an unsigned
+// attribute; all else stays as it is. The signature is DER, BER, PEM, Base64 or S/MIME, and so is
+// the one that was stamped, which is the caller's, to be released by `chronoseal_free`. Nobody is
+// asked before the arithmetic of all these signatures was checked: "signature_bad",
+// "content_differs", "signer_not_found", "content_missing". "not_a_signature" and "no_signer" are
+// told, too. `compared`, which may be null, is set to 1 if what was signed was compared, and to 0
+// if it isn't there. `options` and `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_attach(const chronoseal_sealer* sealer,
+                                                   const void* signature, size_t size,
+                                                   const chronoseal_attach_options* options,
+                                                   const chronoseal_control* control, int* compared,
+                                                   unsigned char** stamped, size_t* stamped_size,
+                                                   chronoseal_error** error);
 
 // ---- What is this? ----
 

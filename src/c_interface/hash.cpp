@@ -58,6 +58,18 @@ chronoseal_digest digest_of(const Digest& digest) {
     return result;
 }
 
+std::vector<Digest> digests_of(const chronoseal_digest* first, std::size_t count,
+                               const char* name) {
+    std::vector<Digest> all;
+    if (count != 0) {
+        needed(first, name);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        all.push_back(digest_of(first + i));
+    }
+    return all;
+}
+
 } // namespace chronoseal::c_interface
 
 chronoseal_status chronoseal_hash(const char* algorithm, const void* data, size_t size,

@@ -8,23 +8,6 @@ namespace chronoseal::c_interface {
 
 namespace {
 
-std::vector<Source> sources(const chronoseal_source* first, std::size_t count, const char* name) {
-    std::vector<Source> all;
-    if (count != 0) {
-        needed(first, name);
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        if (first[i].path != nullptr) {
-            all.emplace_back(std::filesystem::path(first[i].path));
-        } else {
-            const auto* const data = static_cast<const std::byte*>(first[i].data);
-            const ByteView bytes(&needed(data, name), first[i].size);
-            all.emplace_back(Bytes(bytes.begin(), bytes.end()));
-        }
-    }
-    return all;
-}
-
 // 0 stands for the default.
 std::chrono::milliseconds wait_of(std::int64_t milliseconds, std::chrono::milliseconds otherwise,
                                   const char* name) {
@@ -87,15 +70,33 @@ std::optional<bool> choice_of(const chronoseal_choice& choice, const char* name)
 
 } // namespace
 
+std::vector<Source> sources_of(const chronoseal_source* first, std::size_t count,
+                               const char* name) {
+    std::vector<Source> all;
+    if (count != 0) {
+        needed(first, name);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        if (first[i].path != nullptr) {
+            all.emplace_back(std::filesystem::path(first[i].path));
+        } else {
+            const auto* const data = static_cast<const std::byte*>(first[i].data);
+            const ByteView bytes(&needed(data, name), first[i].size);
+            all.emplace_back(Bytes(bytes.begin(), bytes.end()));
+        }
+    }
+    return all;
+}
+
 Trust trust_of(const chronoseal_trust* given) {
     if (given == nullptr) {
         return {};
     }
     const auto known = sized(given, "trust");
     Trust trust;
-    trust.roots = sources(known.roots, known.root_count, "roots");
-    trust.certificates = sources(known.certificates, known.certificate_count, "certificates");
-    trust.evidence = sources(known.evidence, known.evidence_count, "evidence");
+    trust.roots = sources_of(known.roots, known.root_count, "roots");
+    trust.certificates = sources_of(known.certificates, known.certificate_count, "certificates");
+    trust.evidence = sources_of(known.evidence, known.evidence_count, "evidence");
     trust.revocation =
         static_cast<Revocation>(chosen(known.revocation, CHRONOSEAL_REVOCATION_OFF, "revocation"));
     trust.strength =

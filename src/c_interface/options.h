@@ -6,6 +6,7 @@
 
 namespace chronoseal::c_interface {
 
+std::vector<Source> sources_of(const chronoseal_source* first, std::size_t count, const char* name);
 // Of null the machine's.
 Trust trust_of(const chronoseal_trust* trust);
 SealerOptions options_of(const chronoseal_sealer_options* options);

@@ -5,15 +5,6 @@
 
 namespace chronoseal::c_interface {
 
-namespace {
-
-chronoseal_algorithm view_of(Kept& kept, const AlgorithmInfo& algorithm) {
-    return {kept.text(algorithm.oid), kept.text(algorithm.name),
-            c_interface::view_of(algorithm.parameters), kept.text(algorithm.weakness)};
-}
-
-} // namespace
-
 const char* const* Kept::words(const std::vector<std::string>& texts) {
     std::vector<const char*> all;
     for (const std::string& one : texts) {
@@ -25,6 +16,11 @@ const char* const* Kept::words(const std::vector<std::string>& texts) {
 chronoseal_bytes view_of(const Bytes& bytes) noexcept {
     return {bytes.empty() ? nullptr : reinterpret_cast<const unsigned char*>(bytes.data()),
             bytes.size()};
+}
+
+chronoseal_algorithm view_of(Kept& kept, const AlgorithmInfo& algorithm) {
+    return {kept.text(algorithm.oid), kept.text(algorithm.name), view_of(algorithm.parameters),
+            kept.text(algorithm.weakness)};
 }
 
 const chronoseal_certificate* view_of(Kept& kept, const CertificateInfo& certificate) {

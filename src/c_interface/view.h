@@ -44,6 +44,7 @@ private:
 };
 
 chronoseal_bytes view_of(const Bytes& bytes) noexcept;
+chronoseal_algorithm view_of(Kept& kept, const AlgorithmInfo& algorithm);
 const chronoseal_certificate* view_of(Kept& kept, const CertificateInfo& certificate);
 const chronoseal_remark* const* view_of(Kept& kept, const std::vector<Remark>& remarks);
 const chronoseal_token_info* view_of(Kept& kept, const TokenInfo& token);

@@ -17,6 +17,7 @@ namespace chronoseal::c_interface {
 HashAlgorithm algorithm_of(const char* name);
 Digest digest_of(const chronoseal_digest* digest);
 chronoseal_digest digest_of(const Digest& digest);
+std::vector<Digest> digests_of(const chronoseal_digest* first, std::size_t count, const char* name);
 
 // What a caller's control, which may be null, means for one call: its progress may end the call,
 // and so may its stop. Must outlive the call.

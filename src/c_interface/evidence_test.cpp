@@ -1,0 +1,585 @@
+// Records, trees, renewals, extending and attaching through the C interface, from the first hash
+// to the verdict, and what a caller gets wrong.
+#include <chronoseal/chronoseal.h>
+
+#include <cstring>
+#include <memory>
+
+#include <chronoseal/seal/testing/evidence_fixture.h>
+
+namespace chronoseal::testing {
+namespace {
+
+template <auto Free>
+struct FreeBy {
+    template <class T>
+    void operator()(T* handle) const {
+        Free(&handle);
+    }
+};
+using StampHandle = std::unique_ptr<chronoseal_stamp, FreeBy<chronoseal_stamp_free>>;
+using RecordHandle =
+    std::unique_ptr<chronoseal_evidence_record, FreeBy<chronoseal_evidence_record_free>>;
+using TreeHandle = std::unique_ptr<chronoseal_evidence_tree, FreeBy<chronoseal_evidence_tree_free>>;
+using ListHandle = std::unique_ptr<chronoseal_manifest_tree, FreeBy<chronoseal_manifest_tree_free>>;
+using VerifierHandle =
+    std::unique_ptr<chronoseal_evidence_verifier, FreeBy<chronoseal_evidence_verifier_free>>;
+using VerdictHandle =
+    std::unique_ptr<chronoseal_evidence_verdict, FreeBy<chronoseal_evidence_verdict_free>>;
+
+class CEvidenceTest : public EvidenceTest {
+protected:
+    CEvidenceTest() : root(authority.root_der()), roots{nullptr, root.data(), root.size()} {
+        own_trust.size = sizeof own_trust;
+        own_trust.roots = &roots;
+        own_trust.root_count = 1;
+        own_trust.as_of = (*trust().as_of).time_since_epoch().count();
+        chronoseal_evidence_verifier* made = nullptr;
+        EXPECT_EQ(chronoseal_evidence_verifier_new(&own_trust, &made, &error), CHRONOSEAL_OK);
+        verifier.reset(made);
+    }
+    ~CEvidenceTest() override { chronoseal_error_free(&error); }
+
+    std::string word() const { return chronoseal_error_word(error); }
+    std::string why() const { return chronoseal_error_message(error); }
+
+    chronoseal_digest hash(const std::string& data, const char* algorithm = nullptr) {
+        chronoseal_digest digest{};
+        EXPECT_EQ(chronoseal_hash(algorithm, data.data(), data.size(), &digest, &error),
+                  CHRONOSEAL_OK);
+        return digest;
+    }
+    StampHandle stamp_over(const chronoseal_digest& digest, const char* time = "20240601120000Z") {
+        const std::string value(reinterpret_cast<const char*>(digest.value), digest.size);
+        const bool wide = digest.size == 64;
+        const std::string bytes = token(value, time, wide ? kSha512Oid : tsp::kSha256Oid);
+        chronoseal_stamp* made = nullptr;
+        EXPECT_EQ(chronoseal_stamp_read(bytes.data(), bytes.size(), &made, &error), CHRONOSEAL_OK);
+        return StampHandle(made);
+    }
+    // Of these data, stamped together, that of the first.
+    RecordHandle record_of(const std::vector<std::string>& data) {
+        chronoseal_evidence_tree* made = nullptr;
+        EXPECT_EQ(chronoseal_evidence_tree_new(nullptr, &made, &error), CHRONOSEAL_OK);
+        const TreeHandle tree(made);
+        for (const std::string& one : data) {
+            const auto digest = hash(one);
+            EXPECT_EQ(chronoseal_evidence_tree_add(made, &digest, &error), CHRONOSEAL_OK) << why();
+        }
+        chronoseal_digest top{};
+        EXPECT_EQ(chronoseal_evidence_tree_root(made, &top, &error), CHRONOSEAL_OK) << why();
+        const auto first = hash(data[0]);
+        chronoseal_evidence_record* record = nullptr;
+        EXPECT_EQ(chronoseal_evidence_tree_record(made, &first, 1, stamp_over(top).get(), &record,
+                                                  &error),
+                  CHRONOSEAL_OK)
+            << why();
+        return RecordHandle(record);
+    }
+    std::string der_of(const RecordHandle& record) {
+        chronoseal_bytes der{};
+        EXPECT_EQ(chronoseal_evidence_record_der(record.get(), &der, &error), CHRONOSEAL_OK);
+        return {reinterpret_cast<const char*>(der.data), der.size};
+    }
+    // Of data of which the record is; the word of what is wrong, empty: nothing.
+    std::string judge(const RecordHandle& record, const std::string& data) {
+        chronoseal_evidence_verdict* made = nullptr;
+        const auto status = chronoseal_evidence_verify(verifier.get(), record.get(), data.data(),
+                                                       data.size(), &made, &error);
+        verdict.reset(made);
+        EXPECT_EQ(chronoseal_evidence_verdict_get_info(made, &info, nullptr), CHRONOSEAL_OK);
+        EXPECT_EQ(info->good != 0, status == CHRONOSEAL_OK);
+        EXPECT_EQ(info->failure == nullptr, status == CHRONOSEAL_OK);
+        EXPECT_EQ(word(), chronoseal_error_word(info->failure));
+        return word();
+    }
+
+    std::string root;
+    chronoseal_source roots;
+    chronoseal_trust own_trust{};
+    VerifierHandle verifier;
+    VerdictHandle verdict;
+    const chronoseal_evidence_verdict_info* info = nullptr;
+    chronoseal_error* error = nullptr;
+};
+
+TEST_F(CEvidenceTest, OneStampForManyAndAProofForEach) {
+    const auto record = record_of({"data", "second", "third"});
+    EXPECT_EQ(judge(record, "data"), "");
+    EXPECT_EQ(info->compared, 1);
+    EXPECT_EQ(info->has_existed_by, 1);
+    const Time stamped =
+        std::chrono::sys_days(std::chrono::year(2024) / 6 / 1) + std::chrono::hours(12);
+    EXPECT_EQ(info->existed_by, stamped.time_since_epoch().count());
+    EXPECT_EQ(info->strength, CHRONOSEAL_EVIDENCE_FRESH);
+    EXPECT_STREQ(info->strength_name, "fresh");
+    ASSERT_EQ(info->stamp_count, 1U);
+    EXPECT_EQ(info->stamps[0]->covered, 0);
+    EXPECT_EQ(info->stamps[0]->covered_in_time, 1);
+    EXPECT_EQ(info->stamps[0]->has_certificates_end, 1);
+    EXPECT_EQ(info->renew_before, info->stamps[0]->certificates_end);
+    const chronoseal_verdict_info* of_stamp = nullptr;
+    ASSERT_EQ(chronoseal_verdict_get_info(info->stamps[0]->verdict, &of_stamp, &error),
+              CHRONOSEAL_OK);
+    EXPECT_EQ(of_stamp->good, 1);
+    EXPECT_EQ(of_stamp->error, nullptr);
+    EXPECT_EQ(judge(record, "other"), "not_in_tree");
+    EXPECT_EQ(info->has_existed_by, 0);
+    const Time late = std::chrono::sys_days(std::chrono::year(2050) / 6 / 1);
+    own_trust.as_of = late.time_since_epoch().count();
+    chronoseal_evidence_verifier* made = nullptr;
+    ASSERT_EQ(chronoseal_evidence_verifier_new(&own_trust, &made, &error), CHRONOSEAL_OK);
+    verifier.reset(made);
+    EXPECT_EQ(judge(record, "data"), "");
+    EXPECT_EQ(info->strength, CHRONOSEAL_EVIDENCE_AGED);
+    EXPECT_STREQ(info->strength_name, "aged");
+    EXPECT_EQ(info->stamps[0]->covered_in_time, 0);
+
+    const auto file = folder.write("data", "data").string();
+    EXPECT_EQ(chronoseal_evidence_verify_file(verifier.get(), record.get(), file.c_str(), nullptr,
+                                              nullptr, &error),
+              CHRONOSEAL_OK)
+        << why();
+    EXPECT_EQ(chronoseal_evidence_verify_record(verifier.get(), record.get(), nullptr, &error),
+              CHRONOSEAL_OK)
+        << why();
+    chronoseal_evidence_verdict* none = verdict.get();
+    EXPECT_EQ(chronoseal_evidence_verify_file(verifier.get(), record.get(), "/nowhere/at/all",
+                                              nullptr, &none, &error),
+              CHRONOSEAL_UNREACHABLE);
+    EXPECT_EQ(word(), "file_unreadable");
+    EXPECT_EQ(none, nullptr);
+}
+
+TEST_F(CEvidenceTest, ARecordIsReadAsItWasStored) {
+    const auto record = record_of({"data", "second", "third"});
+    const std::string der = der_of(record);
+    chronoseal_evidence_record* again = nullptr;
+    const auto file = folder.write("x.ers", der).string();
+    ASSERT_EQ(chronoseal_evidence_record_read_file(file.c_str(), &again, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(der_of(RecordHandle(again)), der);
+    const chronoseal_evidence_record_info* held = nullptr;
+    ASSERT_EQ(chronoseal_evidence_record_get_info(record.get(), &held, &error), CHRONOSEAL_OK);
+    ASSERT_EQ(held->algorithm_count, 1U);
+    EXPECT_STREQ(held->algorithms[0]->name, "SHA-256");
+    EXPECT_EQ(held->encrypted, 0);
+    ASSERT_EQ(held->stamp_count, 1U);
+    EXPECT_STREQ(held->stamps[0]->algorithm.oid, tsp::kSha256Oid);
+    ASSERT_GE(held->stamps[0]->list_count, 1U);
+    EXPECT_EQ(held->stamps[0]->lists[0], 1U);
+    chronoseal_stamp* kept = nullptr;
+    ASSERT_EQ(chronoseal_stamp_copy(held->stamps[0]->stamp, &kept, &error), CHRONOSEAL_OK);
+    const StampHandle stamp(kept);
+    chronoseal_evidence_record* plain = nullptr;
+    ASSERT_EQ(chronoseal_evidence_record_of_stamp(kept, &plain, &error), CHRONOSEAL_OK);
+    const RecordHandle of_stamp(plain);
+    ASSERT_EQ(chronoseal_evidence_record_get_info(plain, &held, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(held->stamps[0]->list_count, 0U);
+    EXPECT_EQ(judge(of_stamp, "data"), "not_in_tree"); // it is over the root alone
+
+    for (std::size_t size = 0; size < der.size(); size += size < 64 ? 1 : 13) {
+        const std::unique_ptr<char[]> exact(new char[size]);
+        std::memcpy(exact.get(), der.data(), size);
+        EXPECT_NE(chronoseal_evidence_record_read(exact.get(), size, &again, &error),
+                  CHRONOSEAL_OK);
+        EXPECT_EQ(again, nullptr);
+    }
+    ASSERT_EQ(chronoseal_evidence_record_read("hello", 5, &again, &error), CHRONOSEAL_REFUSED);
+    EXPECT_EQ(word(), "not_a_record");
+}
+
+TEST_F(CEvidenceTest, AGroupIsProvedWhole) {
+    chronoseal_evidence_tree* tree = nullptr;
+    ASSERT_EQ(chronoseal_evidence_tree_new("sha256", &tree, &error), CHRONOSEAL_OK);
+    const TreeHandle owner(tree);
+    const chronoseal_digest group[] = {hash("one"), hash("two")};
+    const auto alone = hash("alone");
+    chronoseal_digest top{};
+    EXPECT_EQ(chronoseal_evidence_tree_root(tree, &top, &error), CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "tree_empty");
+    ASSERT_EQ(chronoseal_evidence_tree_add_group(tree, group, 2, &error), CHRONOSEAL_OK);
+    ASSERT_EQ(chronoseal_evidence_tree_add(tree, &alone, &error), CHRONOSEAL_OK);
+    ASSERT_EQ(chronoseal_evidence_tree_add(tree, &alone, &error), CHRONOSEAL_OK);
+    std::uint64_t leaves = 0;
+    ASSERT_EQ(chronoseal_evidence_tree_size(tree, &leaves, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(leaves, 2U);
+    const auto wide = hash("wide", "SHA-512");
+    EXPECT_EQ(chronoseal_evidence_tree_add(tree, &wide, &error), CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "digest_malformed");
+    ASSERT_EQ(chronoseal_evidence_tree_root(tree, &top, &error), CHRONOSEAL_OK);
+    const auto stamp = stamp_over(top);
+    chronoseal_evidence_record* made = nullptr;
+    EXPECT_NE(chronoseal_evidence_tree_record(tree, group, 1, stamp.get(), &made, &error),
+              CHRONOSEAL_OK);
+    EXPECT_EQ(word(), "not_in_tree");
+    EXPECT_NE(chronoseal_evidence_tree_record(tree, group, 0, stamp.get(), &made, &error),
+              CHRONOSEAL_OK);
+    EXPECT_NE(
+        chronoseal_evidence_tree_record(tree, &alone, 1, stamp_over(alone).get(), &made, &error),
+        CHRONOSEAL_OK);
+    EXPECT_EQ(word(), "imprint_differs");
+    ASSERT_EQ(chronoseal_evidence_tree_record(tree, group, 2, stamp.get(), &made, &error),
+              CHRONOSEAL_OK)
+        << why();
+    const RecordHandle record(made);
+    const auto judged = [&](std::size_t count, std::size_t objects) {
+        chronoseal_evidence_verify_digests(verifier.get(), made, group, count, objects, nullptr,
+                                           &error);
+        return word();
+    };
+    EXPECT_EQ(judged(2, 2), "");
+    EXPECT_EQ(judged(2, 0), "digest_malformed");
+    EXPECT_EQ(judged(1, 2), "digest_malformed");
+    const chronoseal_digest mixed[] = {group[0], alone};
+    EXPECT_EQ(
+        chronoseal_evidence_verify_digests(verifier.get(), made, mixed, 2, 2, nullptr, &error),
+        CHRONOSEAL_REFUSED);
+    EXPECT_EQ(word(), "not_in_tree");
+}
+
+TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
+    const auto record = record_of({"data", "second"});
+    chronoseal_stamp_renewal* stamps = nullptr;
+    ASSERT_EQ(chronoseal_stamp_renewal_new(nullptr, &stamps, &error), CHRONOSEAL_OK);
+    chronoseal_digest digest{};
+    EXPECT_EQ(chronoseal_stamp_renewal_digest(stamps, &digest, &error), CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "tree_empty");
+    ASSERT_EQ(chronoseal_stamp_renewal_add(stamps, record.get(), &error), CHRONOSEAL_OK);
+    ASSERT_EQ(chronoseal_stamp_renewal_digest(stamps, &digest, &error), CHRONOSEAL_OK);
+    chronoseal_evidence_record* made = nullptr;
+    EXPECT_EQ(chronoseal_stamp_renewal_renewed(
+                  stamps, record.get(), stamp_over(digest, "20230601120000Z").get(), &made, &error),
+              CHRONOSEAL_REFUSED);
+    EXPECT_EQ(word(), "time_goes_back");
+    ASSERT_EQ(chronoseal_stamp_renewal_renewed(
+                  stamps, record.get(), stamp_over(digest, "20250601120000Z").get(), &made, &error),
+              CHRONOSEAL_OK)
+        << why();
+    chronoseal_stamp_renewal_free(&stamps);
+    const RecordHandle second(made);
+    EXPECT_EQ(judge(second, "data"), "");
+    EXPECT_EQ(info->strength, CHRONOSEAL_EVIDENCE_RENEWED);
+    ASSERT_EQ(info->stamp_count, 2U);
+    EXPECT_EQ(info->stamps[0]->covered, 1);
+    EXPECT_EQ(info->stamps[0]->covered_by, 1U);
+    EXPECT_EQ(info->stamps[0]->covered_in_time, 1);
+
+    chronoseal_hash_renewal* hashes = nullptr;
+    ASSERT_EQ(chronoseal_hash_renewal_new("SHA-512", &hashes, &error), CHRONOSEAL_OK);
+    const auto narrow = hash("data");
+    EXPECT_EQ(chronoseal_hash_renewal_add(hashes, made, &narrow, 1, &error), CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "digest_malformed");
+    const auto wide = hash("data", "SHA-512");
+    ASSERT_EQ(chronoseal_hash_renewal_add(hashes, made, &wide, 1, &error), CHRONOSEAL_OK);
+    ASSERT_EQ(chronoseal_hash_renewal_digest(hashes, &digest, &error), CHRONOSEAL_OK);
+    ASSERT_EQ(chronoseal_hash_renewal_renewed(hashes, second.get(), &wide, 1,
+                                              stamp_over(digest, "20260601120000Z").get(), &made,
+                                              &error),
+              CHRONOSEAL_OK)
+        << why();
+    chronoseal_hash_renewal_free(&hashes);
+    const RecordHandle third(made);
+    EXPECT_EQ(judge(third, "data"), "");
+    ASSERT_EQ(info->stamp_count, 3U);
+    EXPECT_EQ(info->stamps[2]->chain, 1U);
+    EXPECT_EQ(judge(third, "other"), "not_in_tree");
+    EXPECT_EQ(chronoseal_evidence_verify_record(verifier.get(), made, nullptr, &error),
+              CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "data_needed");
+
+    const char* const* names = nullptr;
+    std::size_t count = 0;
+    ASSERT_EQ(chronoseal_evidence_record_data_algorithms(made, &names, &count, &error),
+              CHRONOSEAL_OK);
+    ASSERT_EQ(count, 2U);
+    EXPECT_STREQ(names[1], "SHA-512");
+    chronoseal_digest both[2] = {};
+    const auto file = folder.write("data", "data").string();
+    EXPECT_EQ(
+        chronoseal_evidence_record_hash_file(made, file.c_str(), nullptr, both, 1, &count, &error),
+        CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "buffer_too_small");
+    ASSERT_EQ(
+        chronoseal_evidence_record_hash_file(made, file.c_str(), nullptr, both, 2, &count, &error),
+        CHRONOSEAL_OK);
+    EXPECT_EQ(
+        chronoseal_evidence_verify_digests(verifier.get(), made, both, count, 1, nullptr, &error),
+        CHRONOSEAL_OK)
+        << why();
+}
+
+TEST_F(CEvidenceTest, AListAndWhatStandsInIt) {
+    const auto list = [&](const std::string& name) {
+        return to_hex(to_bytes(hashed("data"))) + "  " + name + "\n" +
+               to_hex(to_bytes(hashed("second"))) + "  b\n";
+    };
+    const auto path = folder.write("list", list("a")).string();
+    chronoseal_manifest_tree* tree = nullptr;
+    ASSERT_EQ(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
+    const ListHandle owner(tree);
+    chronoseal_digest digest{};
+    std::uint64_t lines = 0;
+    ASSERT_EQ(chronoseal_manifest_tree_get_info(tree, &digest, &lines, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(lines, 2U);
+    const auto whole = hash(list("a"));
+    EXPECT_EQ(std::memcmp(&digest, &whole, sizeof digest), 0);
+    ASSERT_EQ(chronoseal_manifest_tree_root(tree, &digest, &error), CHRONOSEAL_OK);
+    chronoseal_evidence_record* made = nullptr;
+    ASSERT_EQ(chronoseal_manifest_tree_record(tree, stamp_over(digest).get(), &made, &error),
+              CHRONOSEAL_OK)
+        << why();
+    const RecordHandle record(made);
+    EXPECT_EQ(judge(record, list("a")), "");
+    const auto object = hash("second");
+    ASSERT_EQ(chronoseal_manifest_tree_prove(tree, &object, record.get(), &made, &error),
+              CHRONOSEAL_OK)
+        << why();
+    EXPECT_EQ(judge(RecordHandle(made), "second"), "");
+    const auto other = hash("other");
+    EXPECT_NE(chronoseal_manifest_tree_prove(tree, &other, record.get(), &made, &error),
+              CHRONOSEAL_OK);
+    EXPECT_EQ(word(), "not_in_manifest");
+    folder.write("list", list("c"));
+    ASSERT_EQ(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
+    const ListHandle changed(tree);
+    EXPECT_NE(chronoseal_manifest_tree_prove(tree, &object, record.get(), &made, &error),
+              CHRONOSEAL_OK);
+    EXPECT_EQ(word(), "manifest_changed");
+    folder.write("list", "hello\n");
+    EXPECT_NE(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(word(), "manifest_line");
+}
+
+TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
+    const auto held = record_of({"data", "second"});
+    const auto stamp = stamp_over(hash("data"));
+    const auto digest = hash("data");
+    chronoseal_evidence_tree* tree = nullptr;
+    ASSERT_EQ(chronoseal_evidence_tree_new(nullptr, &tree, &error), CHRONOSEAL_OK);
+    const TreeHandle owner(tree);
+    chronoseal_stamp_renewal* renewal = nullptr;
+    ASSERT_EQ(chronoseal_stamp_renewal_new(nullptr, &renewal, &error), CHRONOSEAL_OK);
+    chronoseal_hash_renewal* rehash = nullptr;
+    ASSERT_EQ(chronoseal_hash_renewal_new(nullptr, &rehash, &error), CHRONOSEAL_OK);
+    chronoseal_evidence_record* out = nullptr;
+    chronoseal_evidence_verdict* found = nullptr;
+    chronoseal_extension* extension = nullptr;
+    chronoseal_manifest_tree* list = nullptr;
+    chronoseal_digest place{};
+    unsigned char* data = nullptr;
+    std::size_t size = 0;
+    std::uint64_t lines = 0;
+    const char* const* names = nullptr;
+    const auto* r = held.get();
+    const auto* v = verifier.get();
+    const auto* s = stamp.get();
+    using Call = std::function<chronoseal_status(chronoseal_error**)>;
+#define ROW(call) Call([&](chronoseal_error** e) { return call; })
+    const Call rows[] = {
+        ROW(chronoseal_evidence_record_read(nullptr, 1, &out, e)),
+        ROW(chronoseal_evidence_record_read("", 0, nullptr, e)),
+        ROW(chronoseal_evidence_record_read_file(nullptr, &out, e)),
+        ROW(chronoseal_evidence_record_of_stamp(nullptr, &out, e)),
+        ROW(chronoseal_evidence_record_copy(nullptr, &out, e)),
+        ROW(chronoseal_evidence_record_copy(r, nullptr, e)),
+        ROW(chronoseal_evidence_record_get_info(r, nullptr, e)),
+        ROW(chronoseal_evidence_record_der(r, nullptr, e)),
+        ROW(chronoseal_evidence_record_data_algorithms(nullptr, &names, &size, e)),
+        ROW(chronoseal_evidence_record_data_algorithms(r, nullptr, &size, e)),
+        ROW(chronoseal_evidence_record_data_algorithms(r, &names, nullptr, e)),
+        ROW(chronoseal_evidence_record_hash_file(r, nullptr, nullptr, &place, 1, &size, e)),
+        ROW(chronoseal_evidence_record_hash_file(r, "/dev/null", nullptr, nullptr, 1, &size, e)),
+        ROW(chronoseal_evidence_tree_new(nullptr, nullptr, e)),
+        ROW(chronoseal_evidence_tree_add(nullptr, &digest, e)),
+        ROW(chronoseal_evidence_tree_add(tree, nullptr, e)),
+        ROW(chronoseal_evidence_tree_add_group(tree, nullptr, 1, e)),
+        ROW(chronoseal_evidence_tree_size(nullptr, &lines, e)),
+        ROW(chronoseal_evidence_tree_root(tree, nullptr, e)),
+        ROW(chronoseal_evidence_tree_record(tree, nullptr, 1, s, &out, e)),
+        ROW(chronoseal_evidence_tree_record(tree, &digest, 1, nullptr, &out, e)),
+        ROW(chronoseal_evidence_tree_record(tree, &digest, 1, s, nullptr, e)),
+        ROW(chronoseal_manifest_tree_new(nullptr, nullptr, &list, e)),
+        ROW(chronoseal_manifest_tree_get_info(nullptr, &place, &lines, e)),
+        ROW(chronoseal_manifest_tree_root(nullptr, &place, e)),
+        ROW(chronoseal_manifest_tree_record(nullptr, s, &out, e)),
+        ROW(chronoseal_manifest_tree_prove(nullptr, &digest, r, &out, e)),
+        ROW(chronoseal_stamp_renewal_add(renewal, nullptr, e)),
+        ROW(chronoseal_stamp_renewal_add(nullptr, r, e)),
+        ROW(chronoseal_stamp_renewal_renewed(renewal, r, nullptr, &out, e)),
+        ROW(chronoseal_stamp_renewal_renewed(renewal, nullptr, s, &out, e)),
+        ROW(chronoseal_hash_renewal_add(rehash, r, nullptr, 1, e)),
+        ROW(chronoseal_hash_renewal_add(rehash, nullptr, &digest, 1, e)),
+        ROW(chronoseal_hash_renewal_renewed(rehash, r, nullptr, 1, s, &out, e)),
+        ROW(chronoseal_evidence_verify(nullptr, r, "", 0, &found, e)),
+        ROW(chronoseal_evidence_verify(v, nullptr, "", 0, &found, e)),
+        ROW(chronoseal_evidence_verify(v, r, nullptr, 1, &found, e)),
+        ROW(chronoseal_evidence_verify_file(v, r, nullptr, nullptr, &found, e)),
+        ROW(chronoseal_evidence_verify_digests(v, r, nullptr, 1, 1, &found, e)),
+        ROW(chronoseal_evidence_verify_record(v, nullptr, &found, e)),
+        ROW(chronoseal_evidence_verdict_get_info(nullptr, &info, e)),
+        ROW(chronoseal_extend(nullptr, &own_trust, &extension, e)),
+        ROW(chronoseal_extend(s, &own_trust, nullptr, e)),
+        ROW(chronoseal_attach(nullptr, "x", 1, nullptr, nullptr, nullptr, &data, &size, e)),
+    };
+#undef ROW
+    for (const Call& row : rows) {
+        const auto number = &row - rows;
+        EXPECT_EQ(row(nullptr), CHRONOSEAL_MISUSE) << "row " << number;
+        EXPECT_EQ(row(&error), CHRONOSEAL_MISUSE) << "row " << number;
+        EXPECT_EQ(word(), "argument_missing") << "row " << number << why();
+    }
+    chronoseal_stamp_renewal_free(&renewal);
+    chronoseal_hash_renewal_free(&rehash);
+    chronoseal_evidence_record_free(nullptr);
+    chronoseal_evidence_tree_free(nullptr);
+    chronoseal_manifest_tree_free(nullptr);
+    chronoseal_stamp_renewal_free(nullptr);
+    chronoseal_hash_renewal_free(nullptr);
+    chronoseal_evidence_verifier_free(nullptr);
+    chronoseal_evidence_verdict_free(nullptr);
+    chronoseal_extension_free(nullptr);
+}
+
+// The list was made after the stamp, and comes from the caller: nobody is asked.
+TEST_F(CEvidenceTest, AnExtendedStampHoldsWhatItIsJudgedBy) {
+    const tsp::Authority by("20200101000000Z", "20291231000000Z", "http://127.0.0.1:1/x.crl");
+    const std::string list = by.list("", -1, "20240602000000Z", "20240609000000Z");
+    const std::string anchor = by.root_der();
+    const std::string bytes = by.token(tsp::TstInfo().encode());
+    const chronoseal_source anchors{nullptr, anchor.data(), anchor.size()};
+    const chronoseal_source lists{nullptr, list.data(), list.size()};
+    chronoseal_trust given{};
+    given.size = sizeof given;
+    given.roots = &anchors;
+    given.root_count = 1;
+    given.evidence = &lists;
+    given.evidence_count = 1;
+    given.revocation = CHRONOSEAL_REVOCATION_REQUIRE;
+    const Time judged = std::chrono::sys_days(std::chrono::year(2024) / 6 / 3);
+    given.as_of = judged.time_since_epoch().count();
+    given.offline = 1;
+    chronoseal_stamp* stamp = nullptr;
+    ASSERT_EQ(chronoseal_stamp_read(bytes.data(), bytes.size(), &stamp, &error), CHRONOSEAL_OK);
+    const StampHandle owner(stamp);
+    chronoseal_extension* extension = nullptr;
+    ASSERT_EQ(chronoseal_extend(stamp, &given, &extension, &error), CHRONOSEAL_OK) << why();
+    const std::unique_ptr<chronoseal_extension, FreeBy<chronoseal_extension_free>> kept(extension);
+    const chronoseal_extension_info* put = nullptr;
+    ASSERT_EQ(chronoseal_extension_get_info(extension, &put, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(put->changed, 1);
+    EXPECT_EQ(put->certificates, 1U);
+    EXPECT_EQ(put->revocation_lists, 1U);
+    EXPECT_EQ(put->ocsp_answers, 0U);
+    EXPECT_EQ(put->remark_count, 0U);
+    const chronoseal_verdict_info* good = nullptr;
+    ASSERT_EQ(chronoseal_verdict_get_info(put->verdict, &good, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(good->good, 1);
+
+    given.evidence_count = 0;
+    chronoseal_verifier* alone = nullptr;
+    ASSERT_EQ(chronoseal_verifier_new(&given, &alone, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(chronoseal_verify(alone, stamp, "data", 4, nullptr, &error), CHRONOSEAL_UNREACHABLE);
+    EXPECT_EQ(chronoseal_verify(alone, put->stamp, "data", 4, nullptr, &error), CHRONOSEAL_OK)
+        << why();
+    chronoseal_verifier_free(&alone);
+    given.revocation = CHRONOSEAL_REVOCATION_OFF;
+    chronoseal_extension* none = nullptr;
+    EXPECT_EQ(chronoseal_extend(stamp, &given, &none, &error), CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "revocation_off");
+    EXPECT_EQ(none, nullptr);
+}
+
+// By OpenSSL, and by somebody whose certificate is in the message.
+std::string detached_signature(const std::string& data) {
+    const auto key = tsp::owned(EVP_EC_gen("P-256"), &EVP_PKEY_free);
+    const auto certificate = tsp::owned(X509_new(), &X509_free);
+    ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), 5);
+    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
+    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 86400);
+    X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), "CN", MBSTRING_UTF8,
+                               reinterpret_cast<const unsigned char*>("Person"), -1, -1, 0);
+    X509_set_issuer_name(certificate.get(), X509_get_subject_name(certificate.get()));
+    X509_set_pubkey(certificate.get(), key.get());
+    X509_sign(certificate.get(), key.get(), EVP_sha256());
+    const auto content =
+        tsp::owned(BIO_new_mem_buf(data.data(), static_cast<int>(data.size())), &BIO_free_all);
+    const auto message = tsp::owned(
+        CMS_sign(certificate.get(), key.get(), nullptr, content.get(), CMS_DETACHED | CMS_BINARY),
+        &CMS_ContentInfo_free);
+    return tsp::der(message.get(), &i2d_CMS_ContentInfo);
+}
+
+TEST_F(CEvidenceTest, ASignatureGetsAStampAfterItWasChecked) {
+    const LiveAuthority live;
+    const std::string anchor = live.authority().root_der();
+    const std::string url = live.url();
+    const std::string rates = folder.path() / "rates";
+    const chronoseal_source anchors{nullptr, anchor.data(), anchor.size()};
+    chronoseal_trust given{};
+    given.size = sizeof given;
+    given.roots = &anchors;
+    given.root_count = 1;
+    chronoseal_sealer_options options{};
+    options.size = sizeof options;
+    options.url = url.c_str();
+    options.trust = &given;
+    options.rate_file = rates.c_str();
+    chronoseal_sealer* sealer = nullptr;
+    ASSERT_EQ(chronoseal_sealer_new(&options, &sealer, &error), CHRONOSEAL_OK) << why();
+    const std::unique_ptr<chronoseal_sealer, FreeBy<chronoseal_sealer_free>> owner(sealer);
+    const std::string message = detached_signature("content");
+    unsigned char* stamped = nullptr;
+    std::size_t size = 0;
+    int compared = -1;
+    chronoseal_attach_options how{};
+    how.size = sizeof how;
+    const auto attach = [&](const std::string& bytes) {
+        chronoseal_free(stamped);
+        chronoseal_attach(sealer, bytes.data(), bytes.size(), &how, nullptr, &compared, &stamped,
+                          &size, &error);
+        return word();
+    };
+    how.content = "another";
+    how.content_size = 7;
+    EXPECT_EQ(attach(message), "content_differs");
+    how.signer = 2;
+    EXPECT_EQ(attach(message), "no_signer");
+    how.signer = 0;
+    how.content = nullptr;
+    EXPECT_EQ(attach(message), "argument_missing");
+    how.content_size = 0;
+    std::string broken = message;
+    broken.back() ^= 1;
+    EXPECT_EQ(attach(broken), "signature_bad");
+    EXPECT_EQ(attach("hello"), "not_a_signature");
+    EXPECT_EQ(stamped, nullptr);
+    EXPECT_EQ(live.requests(), 0U);
+
+    EXPECT_EQ(attach(message), "");
+    EXPECT_EQ(compared, 0);
+    how.content = "content";
+    how.content_size = 7;
+    EXPECT_EQ(attach(message), "") << why();
+    EXPECT_EQ(compared, 1);
+    EXPECT_EQ(live.requests(), 2U);
+    chronoseal_inspection* inspection = nullptr;
+    ASSERT_EQ(chronoseal_inspect(stamped, size, &inspection, &error), CHRONOSEAL_OK);
+    const std::unique_ptr<chronoseal_inspection, FreeBy<chronoseal_inspection_free>> seen(
+        inspection);
+    const chronoseal_inspection_info* found = nullptr;
+    ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
+    ASSERT_EQ(found->stamp_count, 1U);
+    EXPECT_STREQ(found->stamps[0]->attribute, "1.2.840.113549.1.9.16.2.14");
+    chronoseal_verifier* judge_of_stamps = nullptr;
+    ASSERT_EQ(chronoseal_verifier_new(&given, &judge_of_stamps, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(chronoseal_verify(judge_of_stamps, found->stamps[0]->stamp,
+                                found->stamps[0]->stamped.data, found->stamps[0]->stamped.size,
+                                nullptr, &error),
+              CHRONOSEAL_OK)
+        << why();
+    chronoseal_verifier_free(&judge_of_stamps);
+    chronoseal_free(stamped);
+}
+
+} // namespace
+} // namespace chronoseal::testing
