@@ -149,16 +149,21 @@ def test_a_list_and_what_stands_in_it(sealer, verifier, tmp_path):
     assert word_of(lambda: chronoseal.ManifestTree(path)) == "manifest_line"
 
 
-def test_a_stamp_is_not_extended_where_revocation_is_off(sealer):
-    stamp = sealer.seal(b"data")
+def test_an_extended_stamp_holds_what_it_is_judged_by(sealer, tmp_path):
+    known = [one.der for one in sealer.seal(b"x").info.token.certificates]
+    with chronoseal.Sealer(URL, roots=ROOT, certificates=known, ask_for_certificates=False,
+                           rate_file=tmp_path / "rates") as terse:
+        stamp = terse.seal(b"data")
+    available = chronoseal.Revocation.AVAILABLE
+    alone = chronoseal.Verifier(roots=ROOT, revocation=available, offline=True)
+    assert not alone.verify(stamp, b"data")
+    extension = chronoseal.extend(stamp, roots=ROOT, certificates=known, revocation=available, offline=True)
+    assert extension.changed and extension.certificates == len(extension.stamp.info.token.certificates) > 0
+    assert extension.verdict.good and extension.verdict.error is None
+    assert alone.verify(extension.stamp, b"data")
+    again = chronoseal.extend(extension.stamp, roots=ROOT, revocation=available, offline=True)
+    assert not again.changed and again.stamp.token == extension.stamp.token
     assert word_of(lambda: chronoseal.extend(stamp, roots=ROOT, revocation=OFF)) == "revocation_off"
-    try:
-        extension = chronoseal.extend(stamp, roots=ROOT, revocation=chronoseal.Revocation.AVAILABLE, offline=True)
-    except chronoseal.Error as error:
-        assert error.word
-    else:
-        assert extension.verdict.good
-        assert extension.changed == (extension.stamp.token != stamp.token)
 
 
 @pytest.mark.skipif(shutil.which("openssl") is None, reason="openssl isn't there")

@@ -110,6 +110,26 @@ protected:
     }
     std::string why() const { return chronoseal_error_message(error); }
     std::string word() const { return chronoseal_error_word(error); }
+    // Has one allocation of `attempt` after the other fail.
+    template <class Attempt>
+    void expect_every_failure_told(const Attempt& attempt) {
+        ASSERT_EQ(attempt(&error), CHRONOSEAL_OK) << why(); // everything that is kept is there now
+        long good = 0;
+        long failures = 0;
+        for (long n = 0; good < 3; n += 1 + n / 50) {
+            allocations_left = n;
+            const auto status = attempt(&error);
+            allocations_left = -1;
+            good += status == CHRONOSEAL_OK ? 1 : 0;
+            failures += status != CHRONOSEAL_OK ? 1 : 0;
+            if (status != CHRONOSEAL_OK) {
+                EXPECT_NE(word(), "") << n;
+            }
+            ASSERT_LT(n, 10'000'000);
+        }
+        EXPECT_GT(failures, 50);
+        EXPECT_EQ(attempt(&error), CHRONOSEAL_OK) << why();
+    }
 
     LiveAuthority authority;
     std::string root, url, rates;
@@ -761,22 +781,41 @@ TEST_F(CInterfaceTest, EveryAllocationMayFail) {
         chronoseal_stamp_free(&stamp);
         return status;
     };
-    ASSERT_EQ(attempt(&error), CHRONOSEAL_OK) << why(); // everything that is kept is there now
-    long good = 0;
-    long failures = 0;
-    for (long n = 0; good < 3; n += 1 + n / 50) {
-        allocations_left = n;
-        const auto status = attempt(&error);
-        allocations_left = -1;
-        good += status == CHRONOSEAL_OK ? 1 : 0;
-        failures += status != CHRONOSEAL_OK ? 1 : 0;
-        if (status != CHRONOSEAL_OK) {
-            EXPECT_NE(word(), "") << n;
+    expect_every_failure_told(attempt);
+}
+
+TEST_F(CInterfaceTest, EveryAllocationForARecordMayFail) {
+    const auto stamp = read(token());
+    chronoseal_evidence_verifier* verifier = nullptr;
+    ASSERT_EQ(chronoseal_evidence_verifier_new(&trust, &verifier, &error), CHRONOSEAL_OK);
+    const auto attempt = [&](chronoseal_error** place) {
+        chronoseal_evidence_record* record = nullptr;
+        chronoseal_evidence_verdict* verdict = nullptr;
+        const chronoseal_evidence_record_info* info = nullptr;
+        const char* const* names = nullptr;
+        std::size_t count = 0;
+        auto status = chronoseal_evidence_record_of_stamp(stamp.get(), &record, place);
+        if (status == CHRONOSEAL_OK) {
+            status = chronoseal_evidence_record_get_info(record, &info, place);
+            if (status != CHRONOSEAL_OK) { // what failed for want of memory can be asked for again
+                allocations_left = -1;
+                EXPECT_EQ(chronoseal_evidence_record_get_info(record, &info, nullptr),
+                          CHRONOSEAL_OK);
+                EXPECT_EQ(info->stamp_count, 1U);
+            }
         }
-        ASSERT_LT(n, 10'000'000);
-    }
-    EXPECT_GT(failures, 50);
-    EXPECT_EQ(attempt(&error), CHRONOSEAL_OK) << why();
+        if (status == CHRONOSEAL_OK) {
+            status = chronoseal_evidence_record_data_algorithms(record, &names, &count, place);
+        }
+        if (status == CHRONOSEAL_OK) {
+            status = chronoseal_evidence_verify(verifier, record, "data", 4, &verdict, place);
+        }
+        chronoseal_evidence_verdict_free(&verdict);
+        chronoseal_evidence_record_free(&record);
+        return status;
+    };
+    expect_every_failure_told(attempt);
+    chronoseal_evidence_verifier_free(&verifier);
 }
 
 TEST_F(CInterfaceTest, ManyThreadsUseOneOfEach) {
