@@ -7,7 +7,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -85,11 +84,6 @@ private:
     int fd_;
 };
 
-bool is_pipe(const std::string& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode);
-}
-
 } // namespace
 
 Bytes read_file(const std::string& path, std::size_t limit, const std::stop_token& stop) {
@@ -108,7 +102,7 @@ Bytes read_file(const std::string& path, std::size_t limit, const std::stop_toke
 chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,
                              bool show_progress, std::stop_token stop) {
     ByteProgress progress(chronoseal::quote_foreign(path), show_progress);
-    if (path != "-" && !is_pipe(path)) {
+    if (path != "-") {
         return chronoseal::Digest::of_file(
             path, algorithm,
             [&](std::uint64_t done, std::uint64_t total) { progress.show(done, total); }, stop);

@@ -54,7 +54,7 @@ def test_one_stamp_proves_each_of_many(records, verifier, tmp_path):
         assert verdict.strength is chronoseal.EvidenceStrength.FRESH
         age = datetime.datetime.now(datetime.timezone.utc) - verdict.existed_by
         assert datetime.timedelta(minutes=-1) < age < datetime.timedelta(minutes=5)
-        assert verdict.renew_before == verdict.stamps[0].certificates_end > verdict.existed_by
+        assert verdict.existed_by < verdict.renew_before <= verdict.stamps[0].certificates_end
         assert verdict.stamps[0].verdict.good and verdict.stamps[0].covered_by is None
     bad = verifier.verify(records[0], DATA[1])
     assert not bad and bad.error.word == "not_in_tree" and bad.existed_by is None

@@ -850,7 +850,7 @@ typedef struct chronoseal_evidence_verdict_info {
     chronoseal_evidence_strength strength;        // on what it rests
     const char* strength_name;                    // "aged"
     int has_renew_before;                         // 1: it is known until when it holds
-    chronoseal_time renew_before;                 // the end of the last stamp's certificates
+    chronoseal_time renew_before;                 // when the last stamp's outlook ends
     const chronoseal_judged_stamp* const* stamps; // as far as the record's own links hold
     size_t stamp_count;                           // how many
     const chronoseal_remark* const* remarks;      // "legacy_layout", "renewed_late"

@@ -7,6 +7,10 @@ namespace chronoseal {
 
 namespace {
 
+std::string counted(std::size_t number, const char* noun) {
+    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
 using Result = std::vector<Diagnosis>;
 
 constexpr char kConfiguration[] = "configuration";
@@ -57,8 +61,8 @@ void look_at_stores(const MachinePolicy& policy, const Trust& trust, Result& res
         } else {
             result.push_back({area, Severity::good, "passed",
                               "the store " + store.name + " holds " +
-                                  std::to_string(store.certificates) + " certificates and " +
-                                  std::to_string(store.revocation_lists) + " revocation lists",
+                                  counted(store.certificates, "certificate") + " and " +
+                                  counted(store.revocation_lists, "revocation list"),
                               ""});
         }
     }

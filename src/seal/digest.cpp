@@ -106,15 +106,12 @@ Digest Digest::of(ByteView data, const HashAlgorithm& algorithm) {
 
 Digest Digest::of_file(const std::filesystem::path& path, const HashAlgorithm& algorithm,
                        const Progress& progress, std::stop_token stop) {
-    const FileBytes file(path);
+    const FileBytes file(path, std::move(stop));
     Hasher hasher(algorithm);
     std::uint64_t done = 0;
     const PieceRoom room(std::size_t{256} << 10, file.size());
     const auto piece = room.get();
     while (const std::size_t count = file.read(piece)) {
-        if (stop.stop_requested()) {
-            throw error_of_code(kCancelled, "hash " + quote_foreign(path.string()));
-        }
         hasher.update(piece.first(count));
         done += count;
         if (progress) {

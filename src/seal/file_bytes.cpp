@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,14 +12,17 @@
 
 namespace chronoseal {
 
-FileBytes::FileBytes(const std::filesystem::path& path)
-    : name_(path.string()), descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+// Without waiting for somebody to open a pipe's other end: `read` does, and can be stopped.
+FileBytes::FileBytes(const std::filesystem::path& path, std::stop_token stop)
+    : name_(path.string()), stop_(std::move(stop)),
+      descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     struct stat status {};
     if (descriptor_ < 0) {
         throw unreadable_file(name_, errno);
     }
     if (::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) {
         size_ = static_cast<std::uint64_t>(status.st_size);
+        may_be_silent_ = false;
         ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
     }
 }
@@ -29,14 +33,25 @@ FileBytes::~FileBytes() {
 
 std::size_t FileBytes::read(std::span<std::byte> room) const {
     for (;;) {
+        await();
         const ssize_t count = ::read(descriptor_, room.data(), room.size());
         if (count >= 0) {
             return static_cast<std::size_t>(count);
         }
-        if (errno != EINTR) {
+        if (errno != EINTR && errno != EAGAIN) {
             throw unreadable_file(name_, errno);
         }
     }
+}
+
+void FileBytes::await() const {
+    constexpr int kLook = 100; // milliseconds
+    pollfd one{descriptor_, POLLIN, 0};
+    do {
+        if (stop_.stop_requested()) {
+            throw error_of_code(kCancelled, "read " + quote_foreign(name_));
+        }
+    } while (may_be_silent_ && ::poll(&one, 1, kLook) <= 0);
 }
 
 Bytes read_file(const std::filesystem::path& path, std::size_t limit) {

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <stop_token>
 
 #include <chronoseal/chronoseal.hpp>
 
@@ -28,22 +29,26 @@ private:
     std::unique_ptr<std::byte[]> bytes_;
 };
 
-// An open file. Throws `file_unreadable`.
+// An open file, or a pipe by its name. Throws `file_unreadable`.
 class FileBytes {
 public:
-    explicit FileBytes(const std::filesystem::path& path);
+    explicit FileBytes(const std::filesystem::path& path, std::stop_token stop = {});
     ~FileBytes();
     FileBytes(const FileBytes&) = delete;
     FileBytes& operator=(const FileBytes&) = delete;
 
     std::uint64_t size() const noexcept { return size_; } // 0: not known
-    // The next bytes; 0 at the end.
+    // The next bytes; 0 at the end. Throws `cancelled` on a stop, be it while a pipe is silent.
     std::size_t read(std::span<std::byte> room) const;
 
 private:
+    void await() const;
+
     std::string name_;
+    std::stop_token stop_;
     int descriptor_;
     std::uint64_t size_ = 0;
+    bool may_be_silent_ = true;
 };
 
 Bytes read_file(const std::filesystem::path& path, std::size_t limit = kMostBytes);

@@ -1,3 +1,8 @@
+#include <fstream>
+#include <thread>
+
+#include <sys/stat.h>
+
 #include <chronoseal/seal/testing/seal_fixture.h>
 
 namespace chronoseal::testing {
@@ -48,6 +53,23 @@ TEST(Hash, AStopEndsTheReadingOfAFile) {
                                   stop.get_token());
               }),
               "cancelled");
+}
+
+TEST(Hash, APipeIsReadAndAStopEndsItsSilence) {
+    const Folder folder;
+    const std::string pipe = (folder.path() / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const auto sha256 = HashAlgorithm::by_name("sha256");
+    {
+        const std::jthread writer([&] { std::ofstream(pipe) << "abc"; });
+        EXPECT_EQ(to_hex(Digest::of_file(pipe, sha256).value()), kAbc);
+    }
+    std::stop_source stop;
+    const std::jthread impatience([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        stop.request_stop();
+    });
+    EXPECT_EQ(word_of([&] { Digest::of_file(pipe, sha256, {}, stop.get_token()); }), "cancelled");
 }
 
 } // namespace

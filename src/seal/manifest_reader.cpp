@@ -325,7 +325,7 @@ const HashAlgorithm* ManifestReader::algorithm() const noexcept {
 
 ManifestInfo read_manifest(const std::filesystem::path& path, const ManifestReader::OnLine& on_line,
                            const Progress& progress, std::stop_token stop) {
-    const FileBytes file(path);
+    const FileBytes file(path, std::move(stop));
     ManifestReader reader(on_line);
     const auto named = [&](auto&& call) {
         try {
@@ -341,9 +341,6 @@ ManifestInfo read_manifest(const std::filesystem::path& path, const ManifestRead
     Bytes piece(std::size_t{1} << 20);
     std::uint64_t done = 0;
     while (const std::size_t count = file.read(piece)) {
-        if (stop.stop_requested()) {
-            throw error_of_code(kCancelled, "read the list " + quote_foreign(path.string()));
-        }
         named([&] { reader.feed(ByteView(piece).first(count)); });
         done += count;
         if (progress) {
