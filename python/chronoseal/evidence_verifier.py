@@ -49,7 +49,7 @@ class EvidenceVerdict:
     failed_stamp: Optional[int]  #: index of the stamp that it is about
     existed_by: Optional[datetime.datetime]  #: the first stamp's time; None unless the verdict is good
     strength: EvidenceStrength
-    renew_before: Optional[datetime.datetime]  #: the end of the last stamp's certificates
+    renew_before: Optional[datetime.datetime]  #: when the last stamp's outlook ends
     stamps: Tuple[JudgedStamp, ...]  #: as far as the record's own links hold
     remarks: Tuple[Remark, ...]
 
