@@ -63,7 +63,8 @@ Bytes RepeatedHash::of_sorted(std::vector<ByteView> hashes) {
 }
 
 bool less(ByteView a, ByteView b) {
-    const int order = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
+    const std::size_t common = std::min(a.size(), b.size());
+    const int order = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
     return order != 0 ? order < 0 : a.size() < b.size();
 }
 
