@@ -72,8 +72,7 @@ HashList views_of(const std::vector<Digest>& digests) {
         views.emplace_back(digest.value());
     }
     std::ranges::sort(views, less);
-    const auto rest = std::ranges::unique(views, same);
-    views.erase(rest.begin(), rest.end());
+    views.erase(std::unique(views.begin(), views.end(), same), views.end());
     return views;
 }
 

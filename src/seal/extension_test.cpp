@@ -16,7 +16,7 @@ Time day(int year, unsigned month, unsigned day_of_month) {
 }
 
 bool contains(ByteView whole, const Bytes& part) {
-    return !std::ranges::search(whole, part).empty();
+    return std::search(whole.begin(), whole.end(), part.begin(), part.end()) != whole.end();
 }
 
 // The stamps are of 2024-06-01, the signer's certificate ends with 2029-12-31; lists come by HTTP.

@@ -47,9 +47,9 @@ void sort_any(Bytes& digests, std::size_t width) {
         views.push_back(ByteView(digests).subspan(i, width));
     }
     std::ranges::sort(views, less);
-    const auto rest = std::ranges::unique(views, same);
+    const auto rest = std::unique(views.begin(), views.end(), same);
     Bytes sorted;
-    for (auto view = views.begin(); view != rest.begin(); ++view) {
+    for (auto view = views.begin(); view != rest; ++view) {
         sorted.insert(sorted.end(), view->begin(), view->end());
     }
     digests = std::move(sorted);

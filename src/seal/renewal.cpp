@@ -19,6 +19,13 @@ Error not_added() {
                  "add it before the stamp is asked for");
 }
 
+// The members of a leaf in their order, equal ones once.
+std::vector<Bytes> distinct(std::vector<Bytes> members) {
+    std::ranges::sort(members, [](const Bytes& a, const Bytes& b) { return less(a, b); });
+    members.erase(std::unique(members.begin(), members.end()), members.end());
+    return members;
+}
+
 // What both renewals have: leaves, a root, and a stamp for each record.
 class RenewalTree {
 public:
@@ -97,10 +104,7 @@ public:
         for (const ArchiveStamp& stamp : RecordAccess::parts(record).chains.back().stamps) {
             members.push_back(hash().of({stamp.token}));
         }
-        std::ranges::sort(members, [](const Bytes& a, const Bytes& b) { return less(a, b); });
-        const auto rest = std::ranges::unique(members);
-        members.erase(rest.begin(), rest.end());
-        return members;
+        return distinct(std::move(members));
     }
 };
 
@@ -154,10 +158,7 @@ public:
             throw Error(Category::misuse, "data_needed", 0,
                         "a renewal by a new hash needs the object's", "hash the object");
         }
-        std::ranges::sort(members, [](const Bytes& a, const Bytes& b) { return less(a, b); });
-        const auto rest = std::ranges::unique(members);
-        members.erase(rest.begin(), rest.end());
-        return members;
+        return distinct(std::move(members));
     }
 };
 

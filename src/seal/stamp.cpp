@@ -180,7 +180,8 @@ bool is_cut_short(ByteView bytes) {
     if (bytes.empty() || std::to_integer<unsigned>(bytes[0]) != der_tag::kSequence) {
         return false;
     }
-    Bytes padded(bytes.begin(), bytes.begin() + std::min(bytes.size(), kLongestHead));
+    const ByteView head = bytes.first(std::min(bytes.size(), kLongestHead));
+    Bytes padded(head.begin(), head.end());
     const unsigned first = padded.size() < 2 ? 0x80 : std::to_integer<unsigned>(padded[1]);
     const std::size_t count = first & 0x7F;
     if (first < 0x80) {
