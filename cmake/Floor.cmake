@@ -97,28 +97,50 @@ function(chronoseal_floor name)
   chronoseal_floor_test(${name} SOURCES ${tests} LINK ${arg_TEST_LINK})
 endfunction()
 
+# A room of a platform library: a subfolder `room`, reached as <basalt/room/x.h>, whose objects see the library's public
+# headers, their own folder and the rooms named behind it, and nothing else of the library.
+function(chronoseal_room name room)
+  cmake_parse_arguments(arg "" "" "OVER;DEPENDS" ${ARGN})
+  set(root ${PROJECT_BINARY_DIR}/floors/${name}/rooms/${room})
+  chronoseal_link(${root} basalt/${room} ${CMAKE_CURRENT_SOURCE_DIR}/${room})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${room}/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "_test\\.cpp$")
+  add_library(${name}_${room} OBJECT ${sources})
+  target_include_directories(${name}_${room} PUBLIC ${root} ${PROJECT_BINARY_DIR}/floors/${name}/public)
+  list(TRANSFORM arg_OVER PREPEND ${name}_)
+  target_link_libraries(${name}_${room} PUBLIC ${arg_OVER} PRIVATE ${arg_DEPENDS} chronoseal_options)
+endfunction()
+
 # A platform library: the same, but shared, with its own name for the file, and its public headers at <basalt/x.h>.
-# FOLDERS names its subfolders, each of which is reached as <basalt/folder/x.h>; without them the private headers
-# are reached as <basalt/<name>/x.h>.
+# Its private headers are reached as <basalt/<name>/x.h>. With ROOMS it is made of rooms: each is named with the rooms
+# under it, as "chain:store,coding", from the ground up.
 function(chronoseal_platform name file)
-  cmake_parse_arguments(arg "" "" "PUBLIC;OFFERS;FOLDERS;DEPENDS;PRIVATE;TEST_LINK" ${ARGN})
+  cmake_parse_arguments(arg "" "" "PUBLIC;OFFERS;ROOMS;DEPENDS;PRIVATE;TEST_LINK" ${ARGN})
   chronoseal_floor_sources(sources tests)
-  add_library(${name} SHARED ${sources})
-  set_target_properties(${name} PROPERTIES OUTPUT_NAME ${file} VERSION 1.0.0 SOVERSION 1)
   chronoseal_headers(${name} basalt basalt/${name} PUBLIC ${arg_PUBLIC} OFFERS ${arg_OFFERS})
-  foreach(folder IN LISTS arg_FOLDERS)
-    chronoseal_private_root(${name} basalt/${folder} ${CMAKE_CURRENT_SOURCE_DIR}/${folder})
+  foreach(entry IN LISTS arg_ROOMS)
+    string(REPLACE ":" ";" parts ${entry})
+    list(POP_FRONT parts room)
+    string(REPLACE "," ";" below "${parts}")
+    chronoseal_room(${name} ${room} OVER ${below} DEPENDS ${arg_DEPENDS} ${arg_PRIVATE})
+    chronoseal_private_root(${name} basalt/${room} ${CMAKE_CURRENT_SOURCE_DIR}/${room})
+    list(APPEND objects $<TARGET_OBJECTS:${name}_${room}>)
   endforeach()
-  if(NOT arg_FOLDERS)
+  if(arg_ROOMS)
+    add_library(${name} SHARED ${objects})
+  else()
+    add_library(${name} SHARED ${sources})
+    set(objects $<TARGET_OBJECTS:${name}>)
     chronoseal_private_root(${name} basalt/${name} ${CMAKE_CURRENT_SOURCE_DIR})
   endif()
+  set_target_properties(${name} PROPERTIES OUTPUT_NAME ${file} VERSION 1.0.0 SOVERSION 1)
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS}
     PRIVATE chronoseal_options $<BUILD_INTERFACE:${name}_private> ${arg_PRIVATE})
   target_link_options(${name} PRIVATE ${CHRONOSEAL_NO_UNDEFINED} -Wl,--as-needed)
   # The test is linked with the library's objects, so that it reaches what the library hides.
   add_library(${name}_inside INTERFACE)
-  target_sources(${name}_inside INTERFACE $<TARGET_OBJECTS:${name}>)
+  target_sources(${name}_inside INTERFACE ${objects})
   target_include_directories(${name}_inside INTERFACE
     $<TARGET_PROPERTY:${name},INTERFACE_INCLUDE_DIRECTORIES>)
   target_link_libraries(${name}_inside INTERFACE ${arg_DEPENDS} ${arg_PRIVATE})
