@@ -94,8 +94,8 @@ void check_usage(const AttachOptions& options, const Output& output) {
 }
 
 OutputFile output_of(const AttachOptions& options) {
-    const OutputFile out(options.out.empty() ? options.file : options.out,
-                         options.force ? Existing::replace : Existing::refuse);
+    OutputFile out(options.out.empty() ? options.file : options.out,
+                   options.force ? Existing::replace : Existing::refuse);
     std::vector<std::string> inputs{options.data};
     if (!options.out.empty()) {
         inputs.push_back(options.file);

@@ -21,7 +21,7 @@ const char* state_name(SettingState state) {
 }
 
 std::string shown_value(const chronoseal::Setting& setting) {
-    const std::string value = setting.value.empty() ? "(none)" : quote_foreign(setting.value);
+    std::string value = setting.value.empty() ? "(none)" : quote_foreign(setting.value);
     switch (setting.state) {
     case SettingState::unreadable:
         return fmt::format("UNREADABLE: {}", setting.problem);

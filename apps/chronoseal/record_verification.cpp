@@ -152,7 +152,7 @@ std::string RecordVerification::subject_of(const std::string& file) const {
     if (!options_.data.empty() || !options_.digest.empty() || options_.no_data) {
         return options_.data;
     }
-    const std::string data = file_beside_record(file);
+    std::string data = file_beside_record(file);
     if (data.empty()) {
         throw usage_error(fmt::format("can't verify {}: there is nothing to compare it with",
                                       quote_foreign(file)),

@@ -62,10 +62,10 @@ struct ASN1T_DistributionPointName_traits
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CDistributionPointName& value) {
         record.t = 0;
         record.u.fullName = nullptr;
-        if (const CGeneralNames* const fullName = value.get_fullName()) {
+        if (const CGeneralNames* const full_name = value.get_fullName()) {
             record.t = kFullName.kind;
             record.u.fullName = heap_record<asn1data::ASN1T_GeneralNames>(ctxt);
-            ASN1T_GeneralNames_traits::set(ctxt, *record.u.fullName, *fullName);
+            ASN1T_GeneralNames_traits::set(ctxt, *record.u.fullName, *full_name);
         }
     }
 
@@ -73,9 +73,9 @@ struct ASN1T_DistributionPointName_traits
         if (record.t != kFullName.kind) {
             return;
         }
-        CGeneralNames fullName;
-        ASN1T_GeneralNames_traits::get(*record.u.fullName, fullName);
-        value.put_fullName(fullName);
+        CGeneralNames full_name;
+        ASN1T_GeneralNames_traits::get(*record.u.fullName, full_name);
+        value.put_fullName(full_name);
     }
 };
 

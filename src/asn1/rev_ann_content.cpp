@@ -24,9 +24,9 @@ struct ASN1T_CertId_traits
         CGeneralName issuer;
         ASN1T_GeneralName_traits::get(record.issuer, issuer);
         value.put_issuer(issuer);
-        CBigInteger serialNumber;
-        ASN1StringToBigInteger(record.serialNumber, serialNumber);
-        value.put_serialNumber(serialNumber);
+        CBigInteger serial_number;
+        ASN1StringToBigInteger(record.serialNumber, serial_number);
+        value.put_serialNumber(serial_number);
     }
 };
 
@@ -55,9 +55,9 @@ struct ASN1T_RevAnnContent_traits
 
     static void get(const ASN1_T& record, CRevAnnContent& value) {
         value.put_status(static_cast<PKIStatusEnum>(record.status));
-        CCertId certId;
-        ASN1T_CertId_traits::get(record.certId, certId);
-        value.put_certId(certId);
+        CCertId cert_id;
+        ASN1T_CertId_traits::get(record.certId, cert_id);
+        value.put_certId(cert_id);
         CDateTime date(0L, 0);
         ASN1GeneralizedTime_traits::get(record.willBeRevokedAt, date);
         value.put_willBeRevokedAt(date);

@@ -34,9 +34,9 @@ void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& 
         fail_codec();
     }
     const asn1data::ASN1T_IssuerAndSerialNumber& id = *record.sid.u.issuerAndSerialNumber;
-    CBigInteger serialNumber;
-    ASN1StringToBigInteger(id.serialNumber, serialNumber);
-    value.put_serialNumber(serialNumber);
+    CBigInteger serial_number;
+    ASN1StringToBigInteger(id.serialNumber, serial_number);
+    value.put_serialNumber(serial_number);
     value.put_issuer(CBlob(id.issuer.data, id.issuer.numocts));
 }
 

@@ -91,11 +91,11 @@ void ASN1T_PKIStatusInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CPKIS
 
 void ASN1T_PKIStatusInfo_traits::get(const ASN1_T& record, CPKIStatusInfo& value) {
     value.put_pkiStatus(static_cast<PKIStatusEnum>(record.status));
-    CPKIFailureInfo failureInfo(0);
+    CPKIFailureInfo failure_info(0);
     if (record.m.failInfoPresent) {
-        ASN1T_PKIFailureInfo_traits::get(record.failInfo, failureInfo);
+        ASN1T_PKIFailureInfo_traits::get(record.failInfo, failure_info);
     }
-    value.put_failureInfo(failureInfo);
+    value.put_failureInfo(failure_info);
     if (record.m.statusStringPresent) {
         ASN1BERDecodeBuffer scratch;
         CPKIFreeText text;

@@ -5,6 +5,8 @@
 #include <chronoseal/asn1rt/generalized_time_control.h>
 #include <chronoseal/asn1rt/utc_time_control.h>
 
+#include <cstring>
+
 namespace Halcyon::ASN1 {
 
 const CDateTime* CTimeChoice::get_time() const noexcept {
@@ -62,7 +64,8 @@ std::string GetASN1CTimeString(const CDateTime& date, ASN1CTime& control) {
     if (!control.getTimeString(text.data(), length + 1)) {
         fail_codec();
     }
-    return text.c_str();
+    text.resize(std::strlen(text.c_str()));
+    return text;
 }
 
 void ASN1GeneralizedTime_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CDateTime& value) {

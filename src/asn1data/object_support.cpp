@@ -5,7 +5,7 @@ namespace asn1data {
 namespace {
 
 // A total order, unlike that of their text: negative, 0 or positive.
-int compareOids(const ASN1OBJID& a, const ASN1OBJID& b) {
+int compare_oids(const ASN1OBJID& a, const ASN1OBJID& b) {
     if (a.numids != b.numids) {
         return a.numids < b.numids ? -1 : 1;
     }
@@ -28,16 +28,16 @@ void assign(ASN1TObjId& id, std::initializer_list<std::uint32_t> arcs) {
 
 void sortRows(std::span<ObjectRow> rows) {
     std::stable_sort(rows.begin(), rows.end(), [](const ObjectRow& a, const ObjectRow& b) {
-        return compareOids(*a.id, *b.id) < 0;
+        return compare_oids(*a.id, *b.id) < 0;
     });
 }
 
 void* findRow(std::span<const ObjectRow> rows, const ASN1OBJID& id) {
     const auto row =
         std::lower_bound(rows.begin(), rows.end(), id, [](const ObjectRow& a, const ASN1OBJID& b) {
-            return compareOids(*a.id, b) < 0;
+            return compare_oids(*a.id, b) < 0;
         });
-    return row != rows.end() && compareOids(*row->id, id) == 0 ? row->object : nullptr;
+    return row != rows.end() && compare_oids(*row->id, id) == 0 ? row->object : nullptr;
 }
 
 void destroyControl(ASN1CType* control) {

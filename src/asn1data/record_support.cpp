@@ -6,25 +6,25 @@
 namespace asn1data {
 namespace {
 
-[[noreturn]] void throwNoMemory() {
+[[noreturn]] void throw_no_memory() {
     throw ASN1MessageBuffer::RTLError(rtStatusNoMemory);
 }
 
-void* orThrow(void* block) {
+void* or_throw(void* block) {
     if (block == nullptr) {
-        throwNoMemory();
+        throw_no_memory();
     }
     return block;
 }
 
-void orThrow(int copied) {
+void or_throw(int copied) {
     if (copied == 0) {
-        throwNoMemory();
+        throw_no_memory();
     }
 }
 
 // Where the contents of an element start, and their length. Its header has been read before.
-ElementLocation contentsAt(const ASN1CTXT& ctx, std::uint32_t at) {
+ElementLocation contents_at(const ASN1CTXT& ctx, std::uint32_t at) {
     const unsigned char* const bytes = ctx.bufData;
     if ((bytes[at++] & 0x1F) == 0x1F) {
         while ((bytes[at++] & 0x80) != 0) {
@@ -90,7 +90,7 @@ int ElementEnd::after(int status) const {
         return status;
     }
     const ElementLocation contents =
-        whole_ ? contentsAt(*ctx_, start_) : ElementLocation{start_, length_};
+        whole_ ? contents_at(*ctx_, start_) : ElementLocation{start_, length_};
     if (contents.length == rtIndefiniteLength) {
         return xd_matchEoc(ctx_);
     }
@@ -118,9 +118,9 @@ void SortedElements::add(int length) {
 
 void SortedElements::append(const BufLocDescr& descriptor) {
     auto* block =
-        static_cast<BufLocDescr*>(orThrow(rtMemHeapAlloc(&ctx_->typeHeap, sizeof(BufLocDescr))));
+        static_cast<BufLocDescr*>(or_throw(rtMemHeapAlloc(&ctx_->typeHeap, sizeof(BufLocDescr))));
     *block = descriptor;
-    orThrow(static_cast<void*>(rtSListAppend(&list_, block)));
+    or_throw(static_cast<void*>(rtSListAppend(&list_, block)));
 }
 
 int SortedElements::sort() {
@@ -135,7 +135,7 @@ void* zeroedArray(ASN1CTXT* ctx, std::uint32_t count, std::size_t size) {
 }
 
 void* requiredArray(ASN1CTXT* ctx, std::uint32_t count, std::size_t size) {
-    return orThrow(zeroedArray(ctx, count, size));
+    return or_throw(zeroedArray(ctx, count, size));
 }
 
 void* listElement(ASN1CTXT* ctx, std::size_t size) {
@@ -144,7 +144,7 @@ void* listElement(ASN1CTXT* ctx, std::size_t size) {
 }
 
 void* appendedElement(ASN1CTXT* ctx, rtDList* list, std::size_t size) {
-    void* element = orThrow(listElement(ctx, size));
+    void* element = or_throw(listElement(ctx, size));
     rtDListAppendNode(ctx, list, element);
     return element;
 }
@@ -152,37 +152,37 @@ void* appendedElement(ASN1CTXT* ctx, rtDList* list, std::size_t size) {
 void copyValue(ASN1CTXT* ctx, const char* source, const char** target) {
     *target = nullptr;
     if (source != nullptr) {
-        orThrow(rtCopyCharStr(ctx, source, target));
+        or_throw(rtCopyCharStr(ctx, source, target));
     }
 }
 
 void copyValue(ASN1CTXT* ctx, const ASN1TDynOctStr* source, ASN1TDynOctStr* target) {
-    orThrow(rtCopyDynOctStr(ctx, source, target));
+    or_throw(rtCopyDynOctStr(ctx, source, target));
 }
 
 void copyValue(ASN1CTXT* ctx, const ASN1TDynBitStr* source, ASN1TDynBitStr* target) {
-    orThrow(rtCopyDynBitStr(ctx, source, target));
+    or_throw(rtCopyDynBitStr(ctx, source, target));
 }
 
 void copyValue(ASN1CTXT* ctx, const ASN1TOpenType* source, ASN1TOpenType* target) {
-    orThrow(rtCopyOpenType(ctx, source, target));
+    or_throw(rtCopyOpenType(ctx, source, target));
 }
 
 void copyValue(ASN1CTXT* ctx, const ASN1TBMPText* source, ASN1TBMPText* target) {
-    orThrow(rtCopy16BitCharStr(ctx, source, target));
+    or_throw(rtCopy16BitCharStr(ctx, source, target));
 }
 
 void copyValue(ASN1CTXT* ctx, const ASN1TUniversalText* source, ASN1TUniversalText* target) {
-    orThrow(rtCopy32BitCharStr(ctx, source, target));
+    or_throw(rtCopy32BitCharStr(ctx, source, target));
 }
 
 void copyValue(ASN1CTXT* ctx, const Asn1TObject* source, Asn1TObject* target) {
-    orThrow(rtCopyOpenType(ctx, source, target));
+    or_throw(rtCopyOpenType(ctx, source, target));
     target->decoded = nullptr;
 }
 
 void copyValue(ASN1CTXT* ctx, const ASN1TSeqOfList* source, ASN1TSeqOfList* target) {
-    orThrow(rtCopyOpenTypeExt(ctx, source, target));
+    or_throw(rtCopyOpenTypeExt(ctx, source, target));
 }
 
 int decodeOpen(ASN1CTXT* ctx, ASN1TOpenType* value) {

@@ -2,6 +2,7 @@
 #include <chronoseal/client/policy_value.h>
 
 #include <array>
+#include <cwchar>
 #include <vector>
 
 #include <basalt/configuration.h>
@@ -116,7 +117,8 @@ void CGPString::Load(wchar_t*& /*unused*/, wchar_t*& folder, const wchar_t* name
     const auto shown_name = utf8(name);
     const auto text =
         read_text(&support_registry_get_string, path, size, "Loading policy failed \"%s\" ...\n");
-    value = widen(text).c_str();
+    value = widen(text);
+    value.resize(std::wcslen(value.c_str()));
     trace("Load", "Loading policy \"%s\" succeeded (%s).\n", shown_name.c_str(), text.data());
 }
 

@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <cstdlib>
+#include <cwchar>
 #include <memory>
 #include <string>
 
@@ -42,7 +43,8 @@ std::wstring base64(const CBlob& bytes) {
     if (!CryptBinaryToStringW(bytes.pbData(), size, kForm, text.data(), &count)) {
         return {};
     }
-    return text.c_str();
+    text.resize(std::wcslen(text.c_str()));
+    return text;
 }
 
 std::wstring escaped(const std::wstring& base64_text) {

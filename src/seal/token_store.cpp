@@ -42,7 +42,7 @@ void add_certificates(ByteView values, HCERTSTORE store) {
 } // namespace
 
 ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo& signature) {
-    const auto values = memory_store();
+    auto values = memory_store();
     for (const AttributeInfo& attribute : signature.unsigned_attributes) {
         for (const Bytes& value : attribute.values) {
             if (attribute.oid == kCertificateValues) {

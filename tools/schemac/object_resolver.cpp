@@ -113,9 +113,9 @@ void ObjectResolver::fill() {
 }
 
 void ObjectResolver::fill_object(model::Object& object, std::size_t module,
-                                 const Assignment& assignment, const Assignment& class_) {
-    const auto settings =
-        parse_object(scope_.modules()[module], assignment.body, class_.definition, diagnostics_);
+                                 const Assignment& assignment, const Assignment& object_class) {
+    const auto settings = parse_object(scope_.modules()[module], assignment.body,
+                                       object_class.definition, diagnostics_);
     for (const ObjectSetting& setting : settings) {
         if (setting.type) {
             object_type(object, module, *setting.type, assignment);

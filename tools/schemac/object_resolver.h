@@ -37,7 +37,7 @@ private:
     void declare_class(std::size_t module, const syntax::Assignment& assignment);
     void declare_governed(std::size_t module, const syntax::Assignment& assignment);
     void fill_object(model::Object& object, std::size_t module,
-                     const syntax::Assignment& assignment, const syntax::Assignment& class_);
+                     const syntax::Assignment& assignment, const syntax::Assignment& object_class);
     void object_type(model::Object& object, std::size_t module, const syntax::Type& type,
                      const syntax::Assignment& assignment);
     void fill_set(model::ObjectSet& set, std::size_t module, const syntax::Assignment& assignment);

@@ -83,7 +83,7 @@ std::string step(const HttpRequest& request, const std::string& ca_file, HttpAns
     answer.body = std::move(handle.arrival().body);
     char* location = nullptr;
     curl_easy_getinfo(handle.get(), CURLINFO_REDIRECT_URL, &location);
-    const std::string target = location != nullptr ? location : "";
+    std::string target = location != nullptr ? location : "";
     handle.release_body();
     return target;
 }

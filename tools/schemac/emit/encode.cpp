@@ -8,7 +8,6 @@ namespace schemac::emit {
 
 using model::Family;
 using model::Field;
-using model::Use;
 
 namespace {
 

@@ -144,7 +144,7 @@ void MemoryStore::load_ocsp(Bytes encoded) {
 
 std::shared_ptr<CertificateItem> MemoryStore::add(const CertificateItem& item, DWORD disposition) {
     const std::lock_guard adding(adding_);
-    const auto existing =
+    auto existing =
         disposition == CERT_STORE_ADD_ALWAYS ? nullptr : find_same_name(certificates(), item);
     const Action action = action_of(disposition, item, existing.get());
     if (action == Action::kUseExisting) {
@@ -173,8 +173,7 @@ std::shared_ptr<CertificateItem> MemoryStore::add(const CertificateItem& item, D
 
 std::shared_ptr<CrlItem> MemoryStore::add(const CrlItem& item, DWORD disposition) {
     const std::lock_guard adding(adding_);
-    const auto existing =
-        disposition == CERT_STORE_ADD_ALWAYS ? nullptr : find_same_name(crls(), item);
+    auto existing = disposition == CERT_STORE_ADD_ALWAYS ? nullptr : find_same_name(crls(), item);
     const Action action = action_of(disposition, item, existing.get());
     if (action == Action::kUseExisting) {
         return existing;

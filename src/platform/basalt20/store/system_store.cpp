@@ -26,7 +26,7 @@ std::string setting(const char* name) {
 }
 
 std::string home_folder() {
-    if (const std::string home = setting("HOME"); !home.empty()) {
+    if (std::string home = setting("HOME"); !home.empty()) {
         return home;
     }
     passwd entry{};
