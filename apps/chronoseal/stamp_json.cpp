@@ -119,17 +119,15 @@ Json optional_time(const std::optional<chronoseal::Time>& time) {
 }
 
 Json outlook_json(const chronoseal::Verdict& verdict) {
-    constexpr const char* kAges[] = {"fresh", "aged", "renewed"};
     const chronoseal::Outlook& outlook = verdict.outlook;
     const bool known = verdict.at(chronoseal::Check::chain).outcome == chronoseal::Outcome::passed;
-    return {
-        {"strength", known ? Json(kAges[static_cast<std::size_t>(outlook.age)]) : Json(nullptr)},
-        {"agedSince", optional_time(outlook.aged_since)},
-        {"renewBefore", optional_time(outlook.renew_before)},
-        {"renewReason", optional_text(outlook.renew_reason)},
-        {"evidenceUntil", optional_time(outlook.evidence_until)},
-        {"evidenceAgain", optional_time(outlook.evidence_again)},
-        {"evidenceStored", outlook.evidence_stored}};
+    return {{"strength", known ? Json(chronoseal::strength_name(outlook.strength)) : Json(nullptr)},
+            {"agedSince", optional_time(outlook.aged_since)},
+            {"renewBefore", optional_time(outlook.renew_before)},
+            {"renewReason", optional_text(outlook.renew_reason)},
+            {"evidenceUntil", optional_time(outlook.evidence_until)},
+            {"evidenceAgain", optional_time(outlook.evidence_again)},
+            {"evidenceStored", outlook.evidence_stored}};
 }
 
 } // namespace

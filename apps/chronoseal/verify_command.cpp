@@ -265,7 +265,8 @@ private:
 
     void add_verdict(const std::string& file, const std::string& label, const Verdict& verdict,
                      const std::string& compared, Outcome& outcome) const {
-        if (verdict.good() && options_.strict && verdict.outlook.age == chronoseal::Age::aged) {
+        if (verdict.good() && options_.strict &&
+            verdict.outlook.strength == chronoseal::EvidenceStrength::aged) {
             refuse_aged(label, verdict, outcome);
         } else if (verdict.good()) {
             outcome.text += fmt::format("{}: {}, {} by {}, {}{}\n", label, output_.good("good"),

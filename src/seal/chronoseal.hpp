@@ -390,15 +390,17 @@ struct ChainLink {
 };
 
 // What a good verdict rests on at the time by which it is judged.
-enum class Age {
-    fresh,  // certificates that are still valid
-    aged,   // one that has ended: whoever stole its key since then could have forged the stamp
-    renewed // a later stamp over this one, made in time
+enum class EvidenceStrength {
+    fresh,   // one stamp, whose certificates are valid
+    renewed, // of a record: each stamp was renewed before its certificates ended, and those of the
+             // last are valid
+    aged     // somewhere certificates had ended: a key that was stolen later could forge it
 };
+CHRONOSEAL_API std::string_view strength_name(EvidenceStrength strength) noexcept; // "aged"
 
 // How long a verdict holds, as far as that can be told. A plain value.
 struct Outlook {
-    Age age = Age::fresh;
+    EvidenceStrength strength = EvidenceStrength::fresh;
     std::optional<Time> aged_since; // when the first certificate of the chain ended
     // When the first certificate below the root ends, or an algorithm in use is no longer to be
     // relied on ([config.chronoseal.sunset]), whichever comes first; it may be past.

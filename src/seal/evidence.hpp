@@ -240,14 +240,6 @@ private:
 
 // ---- Judging ----
 
-enum class EvidenceStrength {
-    fresh,   // one stamp, whose certificates are valid
-    renewed, // each stamp was renewed before its certificates ended, and those of the last are
-             // valid
-    aged     // somewhere certificates had ended: a key that was stolen later could forge it
-};
-CHRONOSEAL_API std::string_view strength_name(EvidenceStrength strength) noexcept; // "aged"
-
 // One time-stamp of a record as it was judged.
 struct JudgedStamp {
     std::size_t chain = 0;

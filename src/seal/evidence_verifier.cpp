@@ -31,18 +31,6 @@ std::optional<Time> first_end(const Verdict& verdict) {
 
 } // namespace
 
-std::string_view strength_name(EvidenceStrength strength) noexcept {
-    switch (strength) {
-    case EvidenceStrength::fresh:
-        return "fresh";
-    case EvidenceStrength::renewed:
-        return "renewed";
-    case EvidenceStrength::aged:
-        break;
-    }
-    return "aged";
-}
-
 class EvidenceVerifier::Impl {
 public:
     explicit Impl(Trust trust) : trust_(std::move(trust)), now_(trust_) {}

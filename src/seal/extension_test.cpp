@@ -92,22 +92,36 @@ TEST_F(ExtensionTest, EvidenceSpeaksOfItsOwnTime) {
         const Stamp& stamp;
         Time as_of;
         bool good;
-        Age age;
+        EvidenceStrength strength;
         std::optional<Time> until, again;
     };
     const Time end = day(2029, 12, 31) + std::chrono::seconds(1);
     const Row rows[] = {
-        {"in its time", later, day(2024, 6, 8), true, Age::fresh, day(2024, 6, 9), end},
-        {"in the gap", later, day(2025, 1, 1), false, Age::fresh, day(2024, 6, 9), end},
-        {"afterwards", later, day(2034, 1, 1), true, Age::aged, {}, {}},
-        {"early, in its time", early.stamp, day(2024, 6, 7), true, Age::fresh, day(2024, 6, 8), {}},
-        {"early, afterwards", early.stamp, day(2034, 1, 1), false, Age::aged, day(2024, 6, 8), {}},
+        {"in its time", later, day(2024, 6, 8), true, EvidenceStrength::fresh, day(2024, 6, 9),
+         end},
+        {"in the gap", later, day(2025, 1, 1), false, EvidenceStrength::fresh, day(2024, 6, 9),
+         end},
+        {"afterwards", later, day(2034, 1, 1), true, EvidenceStrength::aged, {}, {}},
+        {"early, in its time",
+         early.stamp,
+         day(2024, 6, 7),
+         true,
+         EvidenceStrength::fresh,
+         day(2024, 6, 8),
+         {}},
+        {"early, afterwards",
+         early.stamp,
+         day(2034, 1, 1),
+         false,
+         EvidenceStrength::aged,
+         day(2024, 6, 8),
+         {}},
     };
     for (const Row& row : rows) {
         const Verdict verdict = verify(row.stamp, row.as_of);
         EXPECT_EQ(verdict.good(), row.good) << row.name;
         EXPECT_EQ(verdict.indeterminate(), !row.good) << row.name;
-        EXPECT_EQ(verdict.outlook.age, row.age) << row.name;
+        EXPECT_EQ(verdict.outlook.strength, row.strength) << row.name;
         EXPECT_EQ(verdict.outlook.evidence_until, row.until) << row.name;
         EXPECT_EQ(verdict.outlook.evidence_again, row.again) << row.name;
         EXPECT_TRUE(verdict.outlook.evidence_stored) << row.name;
@@ -237,7 +251,7 @@ TEST_F(ExtensionTest, AgeAndSunsetAreRemarkedAndTold) {
     trust.as_of = day(2036, 1, 1);
     const Verdict aged = verdict({});
     EXPECT_TRUE(aged.good());
-    EXPECT_EQ(aged.outlook.age, Age::aged);
+    EXPECT_EQ(aged.outlook.strength, EvidenceStrength::aged);
     EXPECT_EQ(aged.outlook.aged_since, day(2029, 12, 31));
     EXPECT_EQ(remarked(aged, "aged"), 1);
 }

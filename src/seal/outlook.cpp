@@ -61,6 +61,18 @@ void read_evidence(const Verdict& verdict, Outlook& outlook) {
 
 } // namespace
 
+std::string_view strength_name(EvidenceStrength strength) noexcept {
+    switch (strength) {
+    case EvidenceStrength::fresh:
+        return "fresh";
+    case EvidenceStrength::renewed:
+        return "renewed";
+    case EvidenceStrength::aged:
+        break;
+    }
+    return "aged";
+}
+
 Outlook outlook_of(const Verdict& verdict) {
     Outlook outlook;
     for (const ChainLink& link : verdict.chain) {
@@ -68,7 +80,7 @@ Outlook outlook_of(const Verdict& verdict) {
             continue;
         }
         if (verdict.as_of >= end_of(link)) {
-            outlook.age = Age::aged;
+            outlook.strength = EvidenceStrength::aged;
             earlier(outlook.aged_since, link.certificate.not_after);
         }
         if (!outlook.renew_before || link.certificate.not_after < *outlook.renew_before) {
@@ -88,7 +100,7 @@ Outlook outlook_of(const Verdict& verdict) {
 }
 
 std::optional<Remark> aged_remark(const Outlook& outlook) {
-    if (outlook.age != Age::aged) {
+    if (outlook.strength != EvidenceStrength::aged) {
         return std::nullopt;
     }
     return Remark{"aged", "the stamp rests on a certificate that ended at " +

@@ -134,7 +134,7 @@ void Verification::advise_on_evidence(Finding& revocation) const {
             revocation.text += ", and speaks again from " + utc_text(*outlook.evidence_again);
         }
     }
-    if (outlook.age == Age::aged) {
+    if (outlook.strength == EvidenceStrength::aged) {
         revocation.advice = "extend stamps before their authority's certificate ends, by evidence "
                             "made after the stamp; --revocation available judges without it";
     }
