@@ -39,9 +39,19 @@ CBlob octets(const ASN1TDynOctStr& record) {
 
 } // namespace
 
-bool operator==(const CIssuerSerial& a, const CIssuerSerial& b) noexcept {
-    return a.get_issuer() == b.get_issuer() && a.get_serialNumber() == b.get_serialNumber();
+template <class Identifier, class Fields, class Traits>
+CBlob IdentifierWithIssuer<Identifier, Fields, Traits>::encode() const {
+    return asn1Encode<Traits, Identifier>(static_cast<const Identifier&>(*this));
 }
+
+template <class Identifier, class Fields, class Traits>
+void IdentifierWithIssuer<Identifier, Fields, Traits>::decode(const CBlob& der) {
+    asn1Decode<Traits, Identifier>(der, static_cast<Identifier&>(*this));
+}
+
+template class IdentifierWithIssuer<CESSCertID, ESSCertIDFields, ASN1T_ESSCertID_traits>;
+template class IdentifierWithIssuer<CESSCertIDv2, ESSCertIDv2Fields, ASN1T_ESSCertIDv2_traits>;
+template class IdentifierWithIssuer<COtherCertID, OtherCertIDFields, ASN1T_OtherCertID_traits>;
 
 CBlob CIssuerSerial::encode() const {
     return asn1Encode<ASN1T_IssuerSerial_traits, CIssuerSerial>(*this);
@@ -73,19 +83,6 @@ void ASN1T_IssuerSerial_traits::get(const ASN1_T& record, CIssuerSerial& value) 
     value.put_serialNumber(serial_number);
 }
 
-bool operator==(const CESSCertID& a, const CESSCertID& b) noexcept {
-    return a.get_certHash() == b.get_certHash() &&
-           equal_optional(a.get_issuerSerial(), b.get_issuerSerial());
-}
-
-CBlob CESSCertID::encode() const {
-    return asn1Encode<ASN1T_ESSCertID_traits, CESSCertID>(*this);
-}
-
-void CESSCertID::decode(const CBlob& der) {
-    asn1Decode<ASN1T_ESSCertID_traits, CESSCertID>(der, *this);
-}
-
 // ESSCertID ::= SEQUENCE {
 //     certHash      Hash,
 //     issuerSerial  IssuerSerial OPTIONAL }
@@ -99,19 +96,6 @@ void ASN1T_ESSCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CESSCertI
 void ASN1T_ESSCertID_traits::get(const ASN1_T& record, CESSCertID& value) {
     value.put_certHash(octets(record.certHash));
     get_issuer_serial(record, value);
-}
-
-bool operator==(const CESSCertIDv2& a, const CESSCertIDv2& b) noexcept {
-    return a.get_hashAlgorithm() == b.get_hashAlgorithm() && a.get_certHash() == b.get_certHash() &&
-           equal_optional(a.get_issuerSerial(), b.get_issuerSerial());
-}
-
-CBlob CESSCertIDv2::encode() const {
-    return asn1Encode<ASN1T_ESSCertIDv2_traits, CESSCertIDv2>(*this);
-}
-
-void CESSCertIDv2::decode(const CBlob& der) {
-    asn1Decode<ASN1T_ESSCertIDv2_traits, CESSCertIDv2>(der, *this);
 }
 
 // ESSCertIDv2 ::= SEQUENCE {
@@ -139,10 +123,6 @@ void ASN1T_ESSCertIDv2_traits::get(const ASN1_T& record, CESSCertIDv2& value) {
     value.put_hashAlgorithm(algorithm);
     value.put_certHash(octets(record.certHash));
     get_issuer_serial(record, value);
-}
-
-bool operator==(const COtherHashAlgAndValue& a, const COtherHashAlgAndValue& b) noexcept {
-    return a.get_hashAlgorithm() == b.get_hashAlgorithm() && a.compare_hashValue(b);
 }
 
 CBlob COtherHashAlgAndValue::encode() const {
@@ -222,19 +202,6 @@ void ASN1T_OtherHash_traits::get(const ASN1_T& record, COtherHash& value) {
 bool COtherCertID::compare_noHashParam(const COtherCertID& other) const noexcept {
     return get_otherCertHash().compare_hashValue(other.get_otherCertHash()) &&
            equal_optional(get_issuerSerial(), other.get_issuerSerial());
-}
-
-bool operator==(const COtherCertID& a, const COtherCertID& b) noexcept {
-    return a.get_otherCertHash() == b.get_otherCertHash() &&
-           equal_optional(a.get_issuerSerial(), b.get_issuerSerial());
-}
-
-CBlob COtherCertID::encode() const {
-    return asn1Encode<ASN1T_OtherCertID_traits, COtherCertID>(*this);
-}
-
-void COtherCertID::decode(const CBlob& der) {
-    asn1Decode<ASN1T_OtherCertID_traits, COtherCertID>(der, *this);
 }
 
 // OtherCertID ::= SEQUENCE {

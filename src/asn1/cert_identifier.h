@@ -26,6 +26,10 @@ public:
     void put_issuer(const CGeneralNames& issuer) { issuer_ = issuer; }
     void put_serialNumber(const CBigInteger& serialNumber) { serialNumber_ = serialNumber; }
 
+    // The issuers' names pairwise in order by the rules of CGeneralName, the serial numbers by
+    // value.
+    bool operator==(const CIssuerSerial& other) const noexcept = default;
+
     // The DER. Throws 0x80093101, and 0x80070057 for a name of a kind that isn't supported.
     CBlob encode() const;
     void decode(const CBlob& der);
@@ -35,44 +39,53 @@ private:
     CBigInteger serialNumber_;
 };
 
-// The issuers' names pairwise in order by the rules of CGeneralName, the serial numbers by value.
-bool operator==(const CIssuerSerial& a, const CIssuerSerial& b) noexcept;
-inline bool operator!=(const CIssuerSerial& a, const CIssuerSerial& b) noexcept {
-    return !(a == b);
-}
+// What the three identifiers below have in common: each is a block of `Fields`, of which the last
+// is the OPTIONAL issuer and serial number. Owns all its data.
+template <class Identifier, class Fields, class Traits>
+class IdentifierWithIssuer {
+public:
+    // Null if absent.
+    const CIssuerSerial* get_issuerSerial() const noexcept { return block_->issuerSerial.get(); }
+    void put_issuerSerial(const CIssuerSerial* issuerSerial) {
+        copy_to_auto_ptr(block_->issuerSerial, issuerSerial);
+    }
 
-// By a SHA-1 hash. Owns all its data.
-class CESSCertID {
+    // Field by field: an identifier with issuer and serial number never equals one without.
+    bool operator==(const IdentifierWithIssuer& other) const noexcept {
+        return *block_ == *other.block_;
+    }
+
+    // The DER. Throws as `CIssuerSerial` and what the other fields throw.
+    CBlob encode() const;
+    void decode(const CBlob& der);
+
+protected:
+    ~IdentifierWithIssuer() = default;
+    IdentifierWithIssuer() = default;
+    IdentifierWithIssuer(const IdentifierWithIssuer&) = default;
+    IdentifierWithIssuer& operator=(const IdentifierWithIssuer&) = default;
+
+    Owned<Fields> block_{std::in_place};
+};
+
+struct ASN1T_ESSCertID_traits;
+struct ESSCertIDFields {
+    bool operator==(const ESSCertIDFields&) const noexcept = default;
+
+    CBlob certHash;
+    Owned<CIssuerSerial> issuerSerial;
+};
+
+// By a SHA-1 hash.
+class CESSCertID
+    : public IdentifierWithIssuer<CESSCertID, ESSCertIDFields, ASN1T_ESSCertID_traits> {
 public:
     CESSCertID() = default;
     explicit CESSCertID(const CBlob& certHash) { put_certHash(certHash); }
 
     const CBlob& get_certHash() const noexcept { return block_->certHash; }
-    // Null if absent.
-    const CIssuerSerial* get_issuerSerial() const noexcept { return block_->issuerSerial.get(); }
     void put_certHash(const CBlob& certHash) { block_->certHash = certHash; }
-    void put_issuerSerial(const CIssuerSerial* issuerSerial) {
-        copy_to_auto_ptr(block_->issuerSerial, issuerSerial);
-    }
-
-    // The DER. Throws as `CIssuerSerial`.
-    CBlob encode() const;
-    void decode(const CBlob& der);
-
-private:
-    struct Block {
-        CBlob certHash;
-        Owned<CIssuerSerial> issuerSerial;
-    };
-
-    Owned<Block> block_{std::in_place};
 };
-
-// Hashes, then issuer and serial number: an identifier with them never equals one without.
-bool operator==(const CESSCertID& a, const CESSCertID& b) noexcept;
-inline bool operator!=(const CESSCertID& a, const CESSCertID& b) noexcept {
-    return !(a == b);
-}
 
 class CESSCertIDList : public std::list<CESSCertID> {
 public:
@@ -81,9 +94,19 @@ public:
 
 inline constexpr char kSha256[] = "2.16.840.1.101.3.4.2.1";
 
+struct ASN1T_ESSCertIDv2_traits;
+struct ESSCertIDv2Fields {
+    bool operator==(const ESSCertIDv2Fields&) const noexcept = default;
+
+    CAlgorithmIdentifier hashAlgorithm{kSha256};
+    CBlob certHash;
+    Owned<CIssuerSerial> issuerSerial;
+};
+
 // By a hash of any algorithm, SHA-256 unless another is given. SHA-256 is the DEFAULT and is left
-// out of the encoding, and with it whatever parameters it has. Owns all its data.
-class CESSCertIDv2 {
+// out of the encoding, and with it whatever parameters it has.
+class CESSCertIDv2
+    : public IdentifierWithIssuer<CESSCertIDv2, ESSCertIDv2Fields, ASN1T_ESSCertIDv2_traits> {
 public:
     CESSCertIDv2() = default;
     explicit CESSCertIDv2(const CBlob& certHash) { put_certHash(certHash); }
@@ -94,35 +117,11 @@ public:
 
     const CAlgorithmIdentifier& get_hashAlgorithm() const noexcept { return block_->hashAlgorithm; }
     const CBlob& get_certHash() const noexcept { return block_->certHash; }
-    // Null if absent.
-    const CIssuerSerial* get_issuerSerial() const noexcept { return block_->issuerSerial.get(); }
     void put_hashAlgorithm(const CAlgorithmIdentifier& hashAlgorithm) {
         block_->hashAlgorithm = hashAlgorithm;
     }
     void put_certHash(const CBlob& certHash) { block_->certHash = certHash; }
-    void put_issuerSerial(const CIssuerSerial* issuerSerial) {
-        copy_to_auto_ptr(block_->issuerSerial, issuerSerial);
-    }
-
-    // The DER. Throws as `CIssuerSerial` and `CAlgorithmIdentifier`.
-    CBlob encode() const;
-    void decode(const CBlob& der);
-
-private:
-    struct Block {
-        CAlgorithmIdentifier hashAlgorithm{kSha256};
-        CBlob certHash;
-        Owned<CIssuerSerial> issuerSerial;
-    };
-
-    Owned<Block> block_{std::in_place};
 };
-
-// Algorithms with their parameters, hashes, then issuer and serial number.
-bool operator==(const CESSCertIDv2& a, const CESSCertIDv2& b) noexcept;
-inline bool operator!=(const CESSCertIDv2& a, const CESSCertIDv2& b) noexcept {
-    return !(a == b);
-}
 
 class CESSCertIDv2List : public std::list<CESSCertIDv2> {
 public:
@@ -146,6 +145,8 @@ public:
         return hashValue_ == other.hashValue_;
     }
 
+    bool operator==(const COtherHashAlgAndValue& other) const noexcept = default;
+
     // The DER. Throws as `CAlgorithmIdentifier`.
     CBlob encode() const;
     void decode(const CBlob& der);
@@ -154,11 +155,6 @@ private:
     CAlgorithmIdentifier hashAlgorithm_;
     CBlob hashValue_;
 };
-
-bool operator==(const COtherHashAlgAndValue& a, const COtherHashAlgAndValue& b) noexcept;
-inline bool operator!=(const COtherHashAlgAndValue& a, const COtherHashAlgAndValue& b) noexcept {
-    return !(a == b);
-}
 
 inline constexpr Alternative<CBlob, 1> kSha1Hash;
 inline constexpr Alternative<COtherHashAlgAndValue, 2> kOtherHash;
@@ -192,12 +188,18 @@ public:
 
 // Kinds and values, algorithms with their parameters included. Two empty ones are equal.
 bool operator==(const COtherHash& a, const COtherHash& b) noexcept;
-inline bool operator!=(const COtherHash& a, const COtherHash& b) noexcept {
-    return !(a == b);
-}
 
-// By either of them. Owns all its data.
-class COtherCertID {
+struct ASN1T_OtherCertID_traits;
+struct OtherCertIDFields {
+    bool operator==(const OtherCertIDFields&) const noexcept = default;
+
+    COtherHash otherCertHash;
+    Owned<CIssuerSerial> issuerSerial;
+};
+
+// By either of them. Without a hash there is no encoding: 0x80093101.
+class COtherCertID
+    : public IdentifierWithIssuer<COtherCertID, OtherCertIDFields, ASN1T_OtherCertID_traits> {
 public:
     COtherCertID() = default;
     // A hash of kind 1.
@@ -208,34 +210,11 @@ public:
     }
 
     const COtherHash& get_otherCertHash() const noexcept { return block_->otherCertHash; }
-    // Null if absent.
-    const CIssuerSerial* get_issuerSerial() const noexcept { return block_->issuerSerial.get(); }
     void put_otherCertHash(const COtherHash& hash) { block_->otherCertHash = hash; }
-    void put_issuerSerial(const CIssuerSerial* issuerSerial) {
-        copy_to_auto_ptr(block_->issuerSerial, issuerSerial);
-    }
 
     // As `operator==`, but without regard to the algorithms of the hashes.
     bool compare_noHashParam(const COtherCertID& other) const noexcept;
-
-    // The DER. Throws 0x80093101, without a hash too, and as `CIssuerSerial`.
-    CBlob encode() const;
-    void decode(const CBlob& der);
-
-private:
-    struct Block {
-        COtherHash otherCertHash;
-        Owned<CIssuerSerial> issuerSerial;
-    };
-
-    Owned<Block> block_{std::in_place};
 };
-
-// Hashes with their kinds and algorithms, then issuer and serial number.
-bool operator==(const COtherCertID& a, const COtherCertID& b) noexcept;
-inline bool operator!=(const COtherCertID& a, const COtherCertID& b) noexcept {
-    return !(a == b);
-}
 
 class COtherCertIDList : public std::list<COtherCertID> {
 public:

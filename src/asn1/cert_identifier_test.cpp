@@ -35,47 +35,73 @@ TEST(IssuerSerial, ComparesTheSerialByValueAndTheIssuerInOrder) {
     EXPECT_TRUE(back == issuer_serial(L"a", "0080"));
 }
 
-TEST(ESSCertID, RoundTripsWithAndWithoutIssuer) {
-    CESSCertID id(from_hex("0102"));
-    EXPECT_EQ(to_hex(id.encode()), "300404020102");
-    const CIssuerSerial issuer = issuer_serial(L"a", "05");
-    CESSCertID named(id);
-    named.put_issuerSerial(&issuer);
-    const CBlob der = named.encode();
-    EXPECT_EQ(THROUGH_OPENSSL(ESS_CERT_ID, der), to_hex(der));
-    CESSCertID back;
-    back.decode(der);
+template <class Id>
+Id with_issuer(Id id, const char* serial) {
+    const CIssuerSerial issuer = issuer_serial(L"a", serial);
+    id.put_issuerSerial(&issuer);
+    return id;
+}
+
+// The last field, which comes and goes, in comparison, encoding and copies.
+template <class Id>
+void expect_issuer_to_count(const Id& bare) {
+    Id named = with_issuer(bare, "05");
+    EXPECT_TRUE(named != bare);
+    EXPECT_TRUE(named != with_issuer(bare, "06"));
+    Id back = with_issuer(bare, "06");
+    back.decode(named.encode());
     EXPECT_TRUE(back == named);
-    EXPECT_TRUE(back != id);
-    back.decode(id.encode());
+    back.decode(bare.encode());
     EXPECT_EQ(back.get_issuerSerial(), nullptr);
-    EXPECT_TRUE(back == id);
-    EXPECT_TRUE(back != CESSCertID(from_hex("0103")));
-    named = id;
-    EXPECT_TRUE(named == id);
+    EXPECT_TRUE(back == bare);
+    back = named;
+    EXPECT_NE(back.get_issuerSerial(), named.get_issuerSerial());
+    named.put_issuerSerial(nullptr);
+    EXPECT_TRUE(named == bare);
+    EXPECT_TRUE(back == with_issuer(bare, "05"));
+}
+
+TEST(ESSCertID, RoundTripsInOpenSSLsEncoding) {
+    const CESSCertID id(from_hex("0102"));
+    EXPECT_EQ(to_hex(id.encode()), "300404020102");
+    EXPECT_TRUE(id != CESSCertID(from_hex("0103")));
+    const CBlob der = with_issuer(id, "05").encode();
+    EXPECT_EQ(THROUGH_OPENSSL(ESS_CERT_ID, der), to_hex(der));
+    expect_issuer_to_count(id);
 }
 
 TEST(ESSCertIDv2, LeavesTheDefaultAlgorithmOutWithItsParameters) {
     const CESSCertIDv2 id(from_hex("0102"));
     EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), kSha256);
-    EXPECT_EQ(to_hex(id.encode()), "300404020102");
     const CESSCertIDv2 with_parameters(from_hex("0102"), with_null(kSha256));
+    EXPECT_TRUE(id != with_parameters);
+    EXPECT_EQ(to_hex(id.encode()), "300404020102");
     EXPECT_EQ(to_hex(with_parameters.encode()), "300404020102");
-    CESSCertIDv2 back(from_hex(""), CAlgorithmIdentifier(kSha1));
-    back.decode(with_parameters.encode());
-    EXPECT_TRUE(back == id);
-    EXPECT_TRUE(back != with_parameters);
-
-    CESSCertIDv2 other(from_hex("0102"), CAlgorithmIdentifier(kSha1));
-    const CIssuerSerial issuer = issuer_serial(L"a", "05");
-    other.put_issuerSerial(&issuer);
-    const CBlob der = other.encode();
-    EXPECT_EQ(THROUGH_OPENSSL(ESS_CERT_ID_V2, der), to_hex(der));
-    back.decode(der);
-    EXPECT_TRUE(back == other);
-    other.put_issuerSerial(nullptr);
-    EXPECT_TRUE(back != other);
+    const CESSCertIDv2 other(from_hex("0102"), CAlgorithmIdentifier(kSha1));
     EXPECT_EQ(to_hex(other.encode()), "300D300706052B0E03021A04020102");
+    const CBlob der = with_issuer(other, "05").encode();
+    EXPECT_EQ(THROUGH_OPENSSL(ESS_CERT_ID_V2, der), to_hex(der));
+    expect_issuer_to_count(id);
+    expect_issuer_to_count(other);
+}
+
+TEST(ESSCertIDv2, EveryFieldCountsInComparisonAssignmentAndClearing) {
+    CESSCertIDv2 base = with_issuer(CESSCertIDv2(from_hex("0102"), with_null(kSha1)), "05");
+    std::vector<CESSCertIDv2> changed(3, base);
+    changed[0].put_certHash(from_hex("0103"));
+    changed[1].put_hashAlgorithm(with_null(kSha256));
+    changed[2].put_hashAlgorithm(CAlgorithmIdentifier(kSha1));
+    for (const CESSCertIDv2& value : changed) {
+        EXPECT_TRUE(value != base);
+        CESSCertIDv2 copy(base);
+        copy = value;
+        EXPECT_TRUE(copy == value);
+        EXPECT_TRUE(copy.get_hashAlgorithm() == value.get_hashAlgorithm());
+        EXPECT_EQ(to_hex(copy.get_certHash()), to_hex(value.get_certHash()));
+    }
+    // Decoding replaces every field, also by its default and by nothing.
+    base.decode(from_hex("300404020103"));
+    EXPECT_TRUE(base == CESSCertIDv2(from_hex("0103")));
 }
 
 TEST(OtherHash, HoldsOneOfTwoKinds) {
@@ -120,52 +146,14 @@ TEST(OtherHash, ComparesKindsAndThenValues) {
 
 TEST(OtherCertID, ComparesHashAndThenIssuer) {
     const COtherCertID a(from_hex("01"), CAlgorithmIdentifier(kSha1));
-    COtherCertID b(from_hex("01"), with_null(kSha1));
+    const COtherCertID b(from_hex("01"), with_null(kSha1));
     EXPECT_TRUE(a != b);
     EXPECT_TRUE(a.compare_noHashParam(b));
-    const CIssuerSerial issuer = issuer_serial(L"a", "05");
-    b.put_issuerSerial(&issuer);
-    EXPECT_FALSE(a.compare_noHashParam(b));
-    COtherCertID back;
-    back.decode(b.encode());
-    EXPECT_TRUE(back == b);
-    back.decode(a.encode());
-    EXPECT_TRUE(back == a);
-    b = a;
-    EXPECT_TRUE(b == a);
+    EXPECT_FALSE(a.compare_noHashParam(with_issuer(b, "05")));
+    expect_issuer_to_count(a);
+    expect_issuer_to_count(b);
     EXPECT_CODE(0x80093101u, COtherCertID().encode());
     EXPECT_EQ(to_hex(COtherCertID(from_hex("01")).encode()), "3003040101");
-}
-
-TEST(ESSCertIDv2, EveryFieldCountsInComparisonAssignmentAndClearing) {
-    const CIssuerSerial issuer = issuer_serial(L"a", "05");
-    const CIssuerSerial other_issuer = issuer_serial(L"a", "06");
-    CESSCertIDv2 base(from_hex("0102"), CAlgorithmIdentifier(kSha1));
-    base.put_issuerSerial(&issuer);
-    std::vector<CESSCertIDv2> changed(5, base);
-    changed[0].put_certHash(from_hex("0103"));
-    changed[1].put_hashAlgorithm(CAlgorithmIdentifier(kSha256));
-    changed[2].put_hashAlgorithm(with_null(kSha1));
-    changed[3].put_issuerSerial(&other_issuer);
-    changed[4].put_issuerSerial(nullptr);
-    for (const CESSCertIDv2& value : changed) {
-        EXPECT_TRUE(value != base);
-        CESSCertIDv2 copy;
-        copy = value;
-        EXPECT_TRUE(copy == value);
-        EXPECT_TRUE(copy.get_hashAlgorithm() == value.get_hashAlgorithm());
-        EXPECT_EQ(to_hex(copy.get_certHash()), to_hex(value.get_certHash()));
-        EXPECT_TRUE(equal_optional(copy.get_issuerSerial(), value.get_issuerSerial()));
-        EXPECT_TRUE(!value.get_issuerSerial() ||
-                    copy.get_issuerSerial() != value.get_issuerSerial());
-        copy = base;
-        EXPECT_TRUE(copy == base);
-    }
-    // Decoding replaces every field, also by its default and by nothing.
-    base.decode(from_hex("300404020103"));
-    EXPECT_STREQ(base.get_hashAlgorithm().get_algorithm(), kSha256);
-    EXPECT_EQ(base.get_issuerSerial(), nullptr);
-    EXPECT_EQ(to_hex(base.get_certHash()), "0103");
 }
 
 } // namespace

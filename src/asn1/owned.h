@@ -57,4 +57,9 @@ bool equal_optional(const T* a, const T* b) {
     return a && b ? *a == *b : a == b;
 }
 
+template <class T>
+bool operator==(const Owned<T>& a, const Owned<T>& b) {
+    return equal_optional(a.get(), b.get());
+}
+
 } // namespace Halcyon::ASN1
