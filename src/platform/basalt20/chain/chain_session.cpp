@@ -1,5 +1,6 @@
 #include <basalt/chain/chain_session.h>
 
+#include <basalt/certificate/body_cache.h>
 #include <basalt/chain/name_key.h>
 
 #include <openssl/x509_vfy.h>
@@ -262,7 +263,7 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
                                     bool may_fetch) {
     const Path path = path_of_judgement(judgement);
     const CertificatePath entries = entries_of(path);
-    StatusQuestion status{question.at, question.now,       settings_.revocation,   false,
+    StatusQuestion status{question.at, question.now,       settings_.revocation, false,
                           may_fetch,   settings_.strength, !settings_.given_only};
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
         if (!checks(judgement, i)) {
@@ -361,6 +362,7 @@ void ChainSession::keep_prepared(const Judgement& judgement) {
     }
     for (const JudgedElement& element : judgement.elements) {
         keep_x509(element.certificate->digest(), element.certificate->entry);
+        keep_body(element.certificate->item->body);
     }
     issuers_.keep_for(path_of_judgement(judgement));
 }

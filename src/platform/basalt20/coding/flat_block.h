@@ -1,11 +1,12 @@
-// Lays a published record and all it points to into one caller's block. The same laying-out
-// function runs twice: without a block to count the bytes, then into the block.
+// Lays a published record and all it points to into one caller's block, as far as that has room;
+// behind its end, and without a block, bytes are only counted.
 #pragma once
 
 #include <basalt/coding/der_reader.h>
 #include <basalt/encoded_values.h>
 
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace basalt {
@@ -13,7 +14,8 @@ namespace basalt {
 class FlatBlock {
 public:
     /// `base` null: only counts.
-    explicit FlatBlock(void* base) : base_(static_cast<BYTE*>(base)) {}
+    FlatBlock(void* base, std::size_t size)
+        : base_(static_cast<BYTE*>(base)), size_(base == nullptr ? 0 : size) {}
 
     /// Room for `count` records, zeroed; null while counting or for none.
     template <class Record>
@@ -56,6 +58,13 @@ public:
         return reinterpret_cast<LPSTR>(at);
     }
 
+    /// An object identifier's dotted text, by its contents.
+    LPSTR oid(Bytes contents) {
+        scratch_.clear();
+        append_oid_text(contents, scratch_);
+        return text(scratch_);
+    }
+
     LPWSTR wide_text(std::wstring_view value) {
         wchar_t* at = place<wchar_t>(value.size() + 1);
         if (at != nullptr) {
@@ -68,30 +77,29 @@ public:
 
 private:
     BYTE* advance(std::size_t size) {
-        BYTE* at = base_ == nullptr ? nullptr : base_ + used_;
+        const bool fits = used_ <= size_ && size <= size_ - used_;
+        BYTE* at = base_ != nullptr && fits ? base_ + used_ : nullptr;
         used_ += size;
         return at;
     }
 
     BYTE* base_;
+    std::size_t size_;
     std::size_t used_ = 0;
+    std::string scratch_;
 };
 
-/// Answers a size-and-data call: `lay_out(FlatBlock&)` fills the block. Fails with ERROR_MORE_DATA.
+/// Answers a size-and-data call: `lay_out(FlatBlock&)` fills the block. Fails with ERROR_MORE_DATA;
+/// what the block holds then is of no use.
 template <class LayOut>
 void give_block(LayOut&& lay_out, void* data, DWORD* size) {
     require(size != nullptr);
-    FlatBlock counter(nullptr);
-    lay_out(counter);
-    require(counter.used() <= 0x7FFFFFFF, CRYPT_E_ASN1_LARGE);
     const DWORD room = *size;
-    *size = static_cast<DWORD>(counter.used());
-    if (data == nullptr) {
-        return;
-    }
-    require(room >= counter.used(), ERROR_MORE_DATA);
-    FlatBlock writer(data);
-    lay_out(writer);
+    FlatBlock block(data, room);
+    lay_out(block);
+    require(block.used() <= 0x7FFFFFFF, CRYPT_E_ASN1_LARGE);
+    *size = static_cast<DWORD>(block.used());
+    require(data == nullptr || room >= block.used(), ERROR_MORE_DATA);
 }
 
 /// The same for plain bytes.

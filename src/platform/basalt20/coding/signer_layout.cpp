@@ -5,7 +5,7 @@ namespace basalt {
 
 CRYPT_ALGORITHM_IDENTIFIER lay_out(FlatBlock& block, const Algorithm& algorithm) {
     CRYPT_ALGORITHM_IDENTIFIER result{};
-    result.pszObjId = block.text(oid_text(algorithm.oid));
+    result.pszObjId = block.oid(algorithm.oid);
     result.Parameters = block.blob(algorithm.parameters);
     return result;
 }
@@ -14,7 +14,7 @@ CRYPT_ATTRIBUTE lay_out(FlatBlock& block, const Attribute& attribute) {
     CRYPT_ATTRIBUTE result{};
     result.cValue = static_cast<DWORD>(attribute.values.size());
     result.rgValue = block.place<CRYPT_ATTR_BLOB>(attribute.values.size());
-    result.pszObjId = block.text(oid_text(attribute.oid));
+    result.pszObjId = block.oid(attribute.oid);
     for (std::size_t i = 0; i < attribute.values.size(); ++i) {
         const CRYPT_ATTR_BLOB value = block.blob(attribute.values[i]);
         if (result.rgValue != nullptr) {

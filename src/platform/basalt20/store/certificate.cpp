@@ -2,6 +2,7 @@
 #include <basalt/certificate.h>
 
 #include <basalt/basalt10/digest.h>
+#include <basalt/certificate/body_cache.h>
 #include <basalt/coding/flat_block.h>
 #include <basalt/coding/signature_algorithm.h>
 #include <basalt/store/memory_store.h>
@@ -101,7 +102,7 @@ PCCERT_CONTEXT CertCreateCertificateContext(DWORD, const BYTE* pbCertEncoded, DW
     return guarded<PCCERT_CONTEXT>(nullptr, [&] {
         require(pbCertEncoded != nullptr);
         auto item = std::make_shared<CertificateItem>();
-        item->body = std::make_shared<CertificateBody>(Bytes(pbCertEncoded, cbCertEncoded));
+        item->body = body_of({pbCertEncoded, cbCertEncoded});
         return CertificateRecord::make(std::move(item));
     });
 }

@@ -1,6 +1,7 @@
 // Reading files of certificates.
 #include <basalt/store/object_file.h>
 
+#include <basalt/certificate/body_cache.h>
 #include <basalt/coding/der_writer.h>
 #include <basalt/coding/revocation_values.h>
 #include <basalt/coding/signed_message.h>
@@ -75,7 +76,7 @@ bool load_block(MemoryStore& store, const PemBlock& block) {
     const Bytes bytes = bytes_of(block.bytes);
     try {
         if (block.label == "CERTIFICATE" || block.label == "X509 CERTIFICATE") {
-            store.load(std::make_shared<CertificateBody>(bytes), {});
+            store.load(body_of(bytes), {});
         } else if (block.label == "X509 CRL") {
             store.load(std::make_shared<CrlBody>(bytes));
         } else if (block.label == "OCSP RESPONSE" && is_ocsp_response(bytes)) {
@@ -155,7 +156,7 @@ bool is_ocsp_response(Bytes bytes) {
 void load_signed_data(MemoryStore& store, Bytes contents) {
     const SignedMessage message(contents, false);
     for (const Bytes certificate : message.certificates()) {
-        attempt([&] { store.load(std::make_shared<CertificateBody>(certificate), {}); });
+        attempt([&] { store.load(body_of(certificate), {}); });
     }
     const auto load_list = [&](Bytes list) {
         attempt([&] { store.load(std::make_shared<CrlBody>(list)); });
@@ -193,7 +194,7 @@ void load_objects(MemoryStore& store, Bytes contents) {
         store.load_ocsp(contents);
         return;
     }
-    store.load(std::make_shared<CertificateBody>(contents), {});
+    store.load(body_of(contents), {});
 }
 
 } // namespace basalt
