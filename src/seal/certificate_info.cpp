@@ -159,12 +159,63 @@ Bytes big_endian(const CRYPT_INTEGER_BLOB& number) {
     return bytes;
 }
 
+namespace {
+
+// Names that were made into text lately, by their bytes: an authority's stands in each of its
+// stamps, several times. Bounded in number and in bytes; for any number of threads.
+class KnownNames {
+public:
+    std::optional<std::string> find(ByteView der) {
+        const std::scoped_lock lock(mutex_);
+        const auto found = std::ranges::find_if(
+            entries_, [&](const Entry& entry) { return std::ranges::equal(entry.der, der); });
+        if (found == entries_.end()) {
+            return std::nullopt;
+        }
+        std::rotate(entries_.begin(), found, found + 1);
+        return entries_.front().text;
+    }
+
+    void keep(ByteView der, const std::string& text) {
+        constexpr std::size_t kMostEntries = 16;
+        constexpr std::size_t kMostBytes = 1024;
+        if (der.size() > kMostBytes || text.size() > kMostBytes) {
+            return;
+        }
+        const std::scoped_lock lock(mutex_);
+        entries_.insert(entries_.begin(), {copy_of(der), text});
+        if (entries_.size() > kMostEntries) {
+            entries_.pop_back();
+        }
+    }
+
+private:
+    struct Entry {
+        Bytes der;
+        std::string text;
+    };
+    std::mutex mutex_;
+    std::vector<Entry> entries_; // the last used first
+};
+
+KnownNames& known_names() {
+    static auto* const kept = new KnownNames; // threads may outlive the objects of the process
+    return *kept;
+}
+
+} // namespace
+
 std::string name_text(const CERT_NAME_BLOB& name) {
+    const ByteView der = view_of(name.pbData, name.cbData);
+    if (auto known = known_names().find(der)) {
+        return *std::move(known);
+    }
     CERT_NAME_BLOB copy = name;
     const DWORD size = CertNameToStrA(ATL2::kAnyEncoding, &copy, CERT_X500_NAME_STR, nullptr, 0);
     std::string text(size, '\0');
     CertNameToStrA(ATL2::kAnyEncoding, &copy, CERT_X500_NAME_STR, text.data(), size);
     text.resize(size == 0 ? 0 : size - 1);
+    known_names().keep(der, text);
     return text;
 }
 
@@ -239,13 +290,12 @@ public:
         return entries_.front();
     }
 
-    void keep(const CertificateInfo& info) {
+    void keep(std::shared_ptr<const CertificateInfo> entry) {
         constexpr std::size_t kMostEntries = 32;
         constexpr std::size_t kMostBytes = 8192; // of one; what is read from it may take ten times
-        if (info.der.size() > kMostBytes) {
+        if (entry->der.size() > kMostBytes) {
             return;
         }
-        auto entry = std::make_shared<const CertificateInfo>(info);
         const std::scoped_lock lock(mutex_);
         entries_.push_front(std::move(entry));
         if (entries_.size() > kMostEntries) {
@@ -265,14 +315,18 @@ Described& described() {
 
 } // namespace
 
-CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
-    if (const auto known =
+std::shared_ptr<const CertificateInfo> shared_certificate_info(PCCERT_CONTEXT certificate) {
+    if (auto known =
             described().find(view_of(certificate->pbCertEncoded, certificate->cbCertEncoded))) {
-        return *known;
+        return known;
     }
-    CertificateInfo info = describe(certificate);
+    auto info = std::make_shared<const CertificateInfo>(describe(certificate));
     described().keep(info);
     return info;
+}
+
+CertificateInfo certificate_info(PCCERT_CONTEXT certificate) {
+    return *shared_certificate_info(certificate);
 }
 
 std::optional<CertificateInfo> certificate_info(ByteView der) {

@@ -1,6 +1,7 @@
 // Certificates and algorithms as values.
 #pragma once
 
+#include <memory>
 #include <optional>
 
 #include <basalt/certificate.h>
@@ -23,6 +24,8 @@ AlgorithmInfo algorithm_info(const CRYPT_ALGORITHM_IDENTIFIER& algorithm);
 std::string key_weakness(std::string_view oid, std::size_t bits);
 
 CertificateInfo certificate_info(PCCERT_CONTEXT certificate);
+// The same without a copy, never null.
+std::shared_ptr<const CertificateInfo> shared_certificate_info(PCCERT_CONTEXT certificate);
 // Nothing for bytes that aren't a certificate.
 std::optional<CertificateInfo> certificate_info(ByteView der);
 

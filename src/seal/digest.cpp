@@ -117,6 +117,9 @@ Digest Digest::of_file(const std::filesystem::path& path, const HashAlgorithm& a
         if (progress) {
             progress(done, file.size());
         }
+        if (done == file.size() && count < piece.size()) {
+            break; // the end, as announced
+        }
     }
     return hasher.finish();
 }

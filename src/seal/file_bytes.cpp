@@ -12,6 +12,13 @@
 
 namespace chronoseal {
 
+namespace {
+
+// What the kernel reads ahead anyway.
+constexpr std::uint64_t kReadAhead = std::uint64_t{128} << 10;
+
+} // namespace
+
 // Without waiting for somebody to open a pipe's other end: `read` does, and can be stopped.
 FileBytes::FileBytes(const std::filesystem::path& path, std::stop_token stop)
     : name_(path.string()), stop_(std::move(stop)),
@@ -23,7 +30,9 @@ FileBytes::FileBytes(const std::filesystem::path& path, std::stop_token stop)
     if (::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) {
         size_ = static_cast<std::uint64_t>(status.st_size);
         may_be_silent_ = false;
-        ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
+        if (size_ > kReadAhead) {
+            ::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL);
+        }
     }
 }
 

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 
-#include <chronoseal/seal/sunset.h>
-
 namespace chronoseal {
 
 namespace {
@@ -73,7 +71,7 @@ std::string_view strength_name(EvidenceStrength strength) noexcept {
     return "aged";
 }
 
-Outlook outlook_of(const Verdict& verdict) {
+Outlook outlook_of(const Verdict& verdict, const std::vector<Sunset>& sunsets) {
     Outlook outlook;
     for (const ChainLink& link : verdict.chain) {
         if (link.anchor) {
@@ -89,7 +87,7 @@ Outlook outlook_of(const Verdict& verdict) {
                 "the certificate of " + quote_foreign(link.certificate.subject) + " ends";
         }
     }
-    for (const Sunset& sunset : sunsets_of(*verdict.stamp.token, verdict.chain)) {
+    for (const Sunset& sunset : sunsets) {
         if (!outlook.renew_before || sunset.end < *outlook.renew_before) {
             outlook.renew_before = sunset.end;
             outlook.renew_reason = sunset.text + " is not to be relied on any more";
@@ -108,10 +106,10 @@ std::optional<Remark> aged_remark(const Outlook& outlook) {
                               "; a key stolen later could forge it: renew stamps before that"};
 }
 
-std::vector<Remark> sunset_remarks(const Verdict& verdict) {
+std::vector<Remark> sunset_remarks(const std::vector<Sunset>& sunsets, Time as_of) {
     std::vector<Remark> remarks;
-    for (const Sunset& sunset : sunsets_of(*verdict.stamp.token, verdict.chain)) {
-        if (sunset.end <= verdict.as_of) {
+    for (const Sunset& sunset : sunsets) {
+        if (sunset.end <= as_of) {
             remarks.push_back({"algorithm_sunset", sunset.text + " was to be relied on until " +
                                                        utc_text(sunset.end).substr(0, 10)});
         }

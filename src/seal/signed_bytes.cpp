@@ -1,6 +1,8 @@
 // Reading of CMS messages by the platform.
 #include <chronoseal/seal/signed_bytes.h>
 
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 #include <chronoseal/seal/certificate_info.h>
 #include <chronoseal/seal/platform_text.h>
 
@@ -15,11 +17,19 @@ using Block = std::vector<std::max_align_t>;
 
 std::optional<Block> parameter(const ATL2::CCryptMsg& message, DWORD type, DWORD index,
                                DWORD& size) {
-    size = 0;
-    if (!message || CryptMsgGetParam(message.get(), type, index, nullptr, &size) == 0) {
+    constexpr std::size_t kMost = 64; // 2 KiB: more than nearly all of them take
+    if (!message) {
         return std::nullopt;
     }
-    Block block(size / sizeof(std::max_align_t) + 1);
+    Block block(kMost);
+    size = static_cast<DWORD>(block.size() * sizeof(Block::value_type));
+    if (CryptMsgGetParam(message.get(), type, index, block.data(), &size) != 0) {
+        return block;
+    }
+    if (GetLastError() != ERROR_MORE_DATA) {
+        return std::nullopt;
+    }
+    block.resize(size / sizeof(Block::value_type) + 1);
     if (CryptMsgGetParam(message.get(), type, index, block.data(), &size) == 0) {
         return std::nullopt;
     }
@@ -60,9 +70,11 @@ std::string content_type(const ATL2::CCryptMsg& message) {
 
 std::vector<AttributeInfo> attributes_of(const CRYPT_ATTRIBUTES& attributes) {
     std::vector<AttributeInfo> result;
+    result.reserve(attributes.cAttr);
     for (DWORD i = 0; i < attributes.cAttr; ++i) {
         const CRYPT_ATTRIBUTE& attribute = attributes.rgAttr[i];
         AttributeInfo info{attribute.pszObjId, oid_name(attribute.pszObjId), {}};
+        info.values.reserve(attribute.cValue);
         for (DWORD j = 0; j < attribute.cValue; ++j) {
             info.values.push_back(
                 copy_of(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData));
@@ -72,13 +84,21 @@ std::vector<AttributeInfo> attributes_of(const CRYPT_ATTRIBUTES& attributes) {
     return result;
 }
 
-std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message, DWORD index) {
+SignerRecord::SignerRecord(const ATL2::CCryptMsg& message, DWORD index) {
     DWORD size = 0;
-    const auto block = parameter(message, CMSG_CMS_SIGNER_INFO_PARAM, index, size);
-    if (!block) {
+    block_ = parameter(message, CMSG_CMS_SIGNER_INFO_PARAM, index, size);
+}
+
+std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message, DWORD index) {
+    return signature_info(message, SignerRecord(message, index));
+}
+
+std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message,
+                                            const SignerRecord& record) {
+    if (record.get() == nullptr) {
         return std::nullopt;
     }
-    const auto& signer = *reinterpret_cast<const CMSG_CMS_SIGNER_INFO*>(block->data());
+    const CMSG_CMS_SIGNER_INFO& signer = *record.get();
     SignatureInfo info;
     info.digest_algorithm = algorithm_info(signer.HashAlgorithm);
     info.signature_algorithm = algorithm_info(signer.HashEncryptionAlgorithm);

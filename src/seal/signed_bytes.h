@@ -1,6 +1,7 @@
 // A CMS message opened for reading, and its parameters.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -21,7 +22,23 @@ std::string content_type(const ATL2::CCryptMsg& message);
 
 std::vector<AttributeInfo> attributes_of(const CRYPT_ATTRIBUTES& attributes);
 
+// The platform's record of one signer.
+class SignerRecord {
+public:
+    SignerRecord(const ATL2::CCryptMsg& message, DWORD index);
+
+    // Null where there is none or it can't be read.
+    const CMSG_CMS_SIGNER_INFO* get() const {
+        return block_ ? reinterpret_cast<const CMSG_CMS_SIGNER_INFO*>(block_->data()) : nullptr;
+    }
+
+private:
+    std::optional<std::vector<std::max_align_t>> block_;
+};
+
 // One signer by its index; nothing where there is none or it can't be read.
 std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message, DWORD index);
+std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message,
+                                            const SignerRecord& record);
 
 } // namespace chronoseal

@@ -13,7 +13,6 @@
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/signed_bytes.h>
 #include <chronoseal/seal/stamp_access.h>
-#include <chronoseal/seal/token_signer.h>
 
 namespace chronoseal {
 
@@ -146,15 +145,17 @@ void read_authority(ByteView content, TokenInfo& info) {
     }
 }
 
-TokenInfo token_info(const CToken& token) {
-    TokenInfo info;
+// Takes the token of `content` apart.
+void read_token(StampAccess::Content& content) {
+    const CToken& token = *content.decoded;
+    TokenInfo& info = content.info.token.emplace();
     read_fields(token, info);
-    const Bytes encoded = copy_of(token.encode());
-    const auto message = open_message(encoded);
-    if (const auto content = message_bytes(message, CMSG_CONTENT_PARAM)) {
-        read_authority(*content, info);
+    const auto message = open_message(content.token);
+    if (const auto fields = message_bytes(message, CMSG_CONTENT_PARAM)) {
+        read_authority(*fields, info);
     }
-    if (auto signature = signature_info(message, 0)) {
+    const SignerRecord signer(message, 0);
+    if (auto signature = signature_info(message, signer)) {
         info.signature = *std::move(signature);
     }
     info.revocation_lists = message_number(message, CMSG_CRL_COUNT_PARAM);
@@ -165,13 +166,13 @@ TokenInfo token_info(const CToken& token) {
             }
         }
     }
+    content.signer_name = SignerName(message, signer);
     for (const CertificateInfo& certificate : info.certificates) {
-        if (names_certificate(message, certificate.der)) {
+        if (content.signer_name.is(certificate)) {
             info.signer = certificate;
             break;
         }
     }
-    return info;
 }
 
 // A SEQUENCE of which not all is there.
@@ -263,7 +264,7 @@ StampAccess::Content StampAccess::read_der(ByteView der) {
     }
     if (content.decoded != nullptr) {
         content.token = copy_of(content.decoded->encode());
-        content.info.token = token_info(*content.decoded);
+        read_token(content);
     }
     return content;
 }

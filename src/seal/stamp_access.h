@@ -5,6 +5,7 @@
 
 #include <chronoseal/chronoseal.hpp>
 #include <chronoseal/core/token.h>
+#include <chronoseal/seal/token_signer.h>
 
 namespace chronoseal {
 
@@ -13,6 +14,7 @@ struct Stamp::Content {
     Bytes token;
     Bytes response;
     std::shared_ptr<const Halcyon::PKI::TSP::CToken> decoded; // null without a token
+    SignerName signer_name;                                   // of the token
     std::string authority;
     std::vector<Remark> remarks;
     unsigned attempts = 0;

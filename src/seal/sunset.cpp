@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <utility>
 
 #include <chronoseal/seal/configuration_value.h>
 
@@ -47,40 +46,64 @@ std::optional<Time> end_of(const Row& row) {
     return own ? own : date_of(row.end);
 }
 
-class Uses {
-public:
-    void add(const Row& row, const std::string& what) {
-        if (!std::exchange(found_, true)) {
-            if (const auto end = end_of(row)) {
-                result.push_back({what, *end});
-            }
-        }
-    }
-    void add_hash(const Row& row, const AlgorithmInfo& algorithm, const std::string& place) {
-        std::string name;
-        for (const char c : algorithm.name) {
-            if (std::isalnum(static_cast<unsigned char>(c)) != 0) {
-                name += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            }
-        }
-        if (!row.hash.empty() && name.starts_with(row.hash)) {
-            add(row, std::string(row.name) + " (" + place + ")");
-        }
-    }
-    void add_key(const Row& row, const CertificateInfo& certificate, const std::string& place) {
-        if (!row.key_kind.empty() && certificate.key_algorithm.oid == row.key_kind &&
-            certificate.key_bits != 0 && certificate.key_bits < row.bits) {
-            add(row, std::string(row.key_kind == kRsa ? "RSA" : "a curve") + " of " +
-                         std::to_string(certificate.key_bits) + " bits (the key of " + place + ")");
-        }
-    }
-    void next_row() { found_ = false; }
+// Where an algorithm or a key is used: in the token, or in the chain.
+struct Use {
+    std::string_view place;
+    const CertificateInfo* certificate = nullptr;
+    bool is_key = false;
+    std::string hash = {}; // else: the algorithm's name, small letters and digits alone
 
-    std::vector<Sunset> result;
-
-private:
-    bool found_ = false;
+    std::string place_text() const {
+        return std::string(place) +
+               (certificate == nullptr ? "" : quote_foreign(certificate->subject));
+    }
 };
+
+std::string plain_name(std::string_view name) {
+    std::string plain;
+    for (const char c : name) {
+        if (std::isalnum(static_cast<unsigned char>(c)) != 0) {
+            plain += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        }
+    }
+    return plain;
+}
+
+// In the order in which the places of a row are looked for.
+std::vector<Use> uses_in(const TokenInfo& token, const std::vector<ChainLink>& chain) {
+    std::vector<Use> uses;
+    uses.reserve(3 + 2 * chain.size());
+    const auto add_hash = [&](std::string_view place, const AlgorithmInfo& algorithm,
+                              const CertificateInfo* certificate) {
+        uses.push_back({place, certificate, false, plain_name(algorithm.name)});
+    };
+    add_hash("the stamp's hash", token.imprint_algorithm, nullptr);
+    add_hash("the token's digest", token.signature.digest_algorithm, nullptr);
+    add_hash("the token's signature", token.signature.signature_algorithm, nullptr);
+    for (const ChainLink& link : chain) {
+        uses.push_back({"the key of ", &link.certificate, true});
+        if (!link.anchor) { // nobody relies on a root's signature of itself
+            add_hash("the signature of ", link.certificate.signature_algorithm, &link.certificate);
+        }
+    }
+    return uses;
+}
+
+bool applies(const Row& row, const Use& use) {
+    if (!use.is_key) {
+        return !row.hash.empty() && use.hash.starts_with(row.hash);
+    }
+    return use.certificate->key_algorithm.oid == row.key_kind && use.certificate->key_bits != 0 &&
+           use.certificate->key_bits < row.bits;
+}
+
+std::string text_of(const Row& row, const Use& use) {
+    const std::string what = row.key_kind.empty()
+                                 ? std::string(row.name)
+                                 : std::string(row.key_kind == kRsa ? "RSA" : "a curve") + " of " +
+                                       std::to_string(use.certificate->key_bits) + " bits";
+    return what + " (" + use.place_text() + ")";
+}
 
 } // namespace
 
@@ -101,23 +124,25 @@ std::optional<Time> date_of(std::string_view text) {
     return date.ok() ? std::optional<Time>(sys_days(date)) : std::nullopt;
 }
 
-std::vector<Sunset> sunsets_of(const TokenInfo& token, const std::vector<ChainLink>& chain) {
-    Uses uses;
+SunsetTable::SunsetTable() {
     for (const Row& row : kRows) {
-        uses.next_row();
-        uses.add_hash(row, token.imprint_algorithm, "the stamp's hash");
-        uses.add_hash(row, token.signature.digest_algorithm, "the token's digest");
-        uses.add_hash(row, token.signature.signature_algorithm, "the token's signature");
-        for (const ChainLink& link : chain) {
-            const std::string name = quote_foreign(link.certificate.subject);
-            uses.add_key(row, link.certificate, name);
-            if (!link.anchor) { // nobody relies on a root's signature of itself
-                uses.add_hash(row, link.certificate.signature_algorithm,
-                              "the signature of " + name);
-            }
+        ends_.push_back(end_of(row));
+    }
+}
+
+std::vector<Sunset> SunsetTable::ends_under(const TokenInfo& token,
+                                            const std::vector<ChainLink>& chain) const {
+    const std::vector<Use> uses = uses_in(token, chain);
+    std::vector<Sunset> result;
+    for (std::size_t i = 0; i < ends_.size(); ++i) {
+        const Row& row = kRows[i];
+        const auto first =
+            std::ranges::find_if(uses, [&](const Use& use) { return applies(row, use); });
+        if (ends_[i] && first != uses.end()) {
+            result.push_back({text_of(row, *first), *ends_[i]});
         }
     }
-    return std::move(uses.result);
+    return result;
 }
 
 } // namespace chronoseal

@@ -62,6 +62,15 @@ bool is_hidden(char32_t point) {
     return false;
 }
 
+// How much of the text is printable ASCII that stands for itself: nearly all of most texts.
+std::size_t plain_prefix(std::string_view text) {
+    std::size_t size = 0;
+    while (size < text.size() && text[size] >= 0x20 && text[size] < 0x7F && text[size] != '\\') {
+        ++size;
+    }
+    return size;
+}
+
 std::string escaped_byte(unsigned byte) {
     std::array<char, 8> text{};
     std::snprintf(text.data(), text.size(), "\\x%02x", byte);
@@ -115,6 +124,14 @@ int digit_of(char c) {
 std::string quote_foreign(std::string_view text, std::size_t limit) {
     std::string result;
     for (std::size_t count = 0; !text.empty(); ++count) {
+        const std::size_t room = limit == 0 ? text.size() : limit - count;
+        const std::size_t plain = plain_prefix(text.substr(0, room));
+        result += text.substr(0, plain);
+        text.remove_prefix(plain);
+        count += plain;
+        if (text.empty()) {
+            break;
+        }
         if (limit != 0 && count == limit) {
             return result + "...";
         }

@@ -1,6 +1,11 @@
 // Who has signed a token: by the signed attributes that name a certificate.
 #pragma once
 
+#include <functional>
+#include <memory>
+
+#include <basalt/error_codes.h>
+#include <chronoseal/asn1/cert_identifier.h>
 #include <chronoseal/atl/cert_context.h>
 #include <chronoseal/atl/cert_store.h>
 #include <chronoseal/chronoseal.hpp>
@@ -8,16 +13,34 @@
 
 namespace chronoseal {
 
-// Whether the signed attributes name this certificate. False for attributes that can't be read.
-bool names_certificate(const ATL2::CCryptMsg& message, ByteView certificate);
+// What the signed attributes of a token name.
+class SignerName {
+public:
+    // Nobody.
+    SignerName() = default;
+    // `record` is that of the first signer.
+    SignerName(const ATL2::CCryptMsg& message, const SignerRecord& record);
+
+    // Why nobody is named that could be found; 0: somebody is.
+    std::uint32_t code() const { return code_; }
+    // Whether it is this certificate. The first throws an ATL exception where that can't be told,
+    // the second says no.
+    bool matches(const CertificateInfo& certificate) const;
+    bool is(const CertificateInfo& certificate) const;
+
+private:
+    std::shared_ptr<const Halcyon::ASN1::COtherCertID> id_;
+    std::uint32_t code_ = static_cast<std::uint32_t>(E_FAIL);
+};
 
 struct SignerSearch {
     ATL2::CCertContext certificate; // empty: none
     std::uint32_t code = 0;         // why there is none
 };
 
-// The certificate that the signed attributes name, looked for in the stores in their order.
-SignerSearch find_signer(const ATL2::CCryptMsg& message,
-                         const std::vector<const ATL2::CCertStore*>& stores);
+// The certificate of that name, looked for in the stores in their order. `last_store`, if there is
+// one, opens one more, and is called only when the others haven't got it.
+SignerSearch find_signer(const SignerName& name, const std::vector<const ATL2::CCertStore*>& stores,
+                         const std::function<ATL2::CCertStore()>& last_store = {});
 
 } // namespace chronoseal

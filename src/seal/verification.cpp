@@ -87,6 +87,17 @@ ATL2::CCertStore filled(std::initializer_list<const std::vector<Source>*> lists)
     return store;
 }
 
+ATL2::CCertStore address_book() {
+    ATL2::CCertStore store;
+    try {
+        store.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0,
+                   CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, L"AddressBook");
+    } catch (const ATL::CAtlException&) {
+        return memory_store(); // a user without stores
+    }
+    return store;
+}
+
 // Big-endian numbers are the same when they differ in leading zeros only.
 ByteView without_zeros(ByteView number) {
     while (number.size() > 1 && number[0] == std::byte{0}) {
@@ -104,8 +115,8 @@ std::string_view check_name(Check check) noexcept {
 TrustInForce::TrustInForce(const Trust& trust, Reach reached)
     : revocation(mode_in_force(trust.revocation)), strength(strength_in_force(trust.strength)),
       as_of(trust.as_of), extra(filled({&trust.certificates, &trust.evidence})),
-      roots(filled({&trust.roots})), own_roots(!trust.roots.empty()),
-      reach(reached), engine(trust, own_roots ? roots.get() : nullptr, reached) {}
+      roots(filled({&trust.roots})), own_roots(!trust.roots.empty()), reach(reached),
+      engine(trust, own_roots ? roots.get() : nullptr, reached) {}
 
 Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected)
     : trust_(trust), stamp_(StampAccess::of(stamp)), expected_(expected) {
@@ -277,6 +288,23 @@ void Verification::fail_attribute(Check check, std::string text) {
          "the authority is at fault; ask it for another stamp");
 }
 
+// One contentType attribute with one value, that of a TSTInfo's DER: what every good token has.
+bool Verification::has_usual_content_type() const {
+    constexpr unsigned char kEncoded[] = {0x06, 0x0B, 0x2A, 0x86, 0x48, 0x86, 0xF7,
+                                          0x0D, 0x01, 0x09, 0x10, 0x01, 0x04};
+    std::size_t count = 0;
+    bool usual = true;
+    for (const AttributeInfo& attribute : token().signature.signed_attributes) {
+        if (attribute.oid == kContentType) {
+            ++count;
+            usual &=
+                attribute.values.size() == 1 &&
+                std::ranges::equal(attribute.values.front(), view_of(kEncoded, sizeof kEncoded));
+        }
+    }
+    return usual && count == 1 && content_type(message_) == kTstInfoOid;
+}
+
 void Verification::check_content_type() {
     if (message_ && token().signature.signed_attributes.empty()) {
         fail_attribute(Check::content_type, "the token has no signed attributes");
@@ -284,6 +312,10 @@ void Verification::check_content_type() {
     }
     if (message_ && !has_signed_attribute({kContentType})) {
         fail_attribute(Check::content_type, "the token has no signed attribute contentType");
+        return;
+    }
+    if (has_usual_content_type()) {
+        pass(Check::content_type, "tstInfo");
         return;
     }
     try {
@@ -302,19 +334,11 @@ void Verification::check_content_type() {
 }
 
 void Verification::find_signer_certificate() {
-    ATL2::CCertStore address_book;
-    std::vector<const ATL2::CCertStore*> stores{&own_, &trust_.extra};
+    std::function<ATL2::CCertStore()> last;
     if (trust_.reach == Reach::everywhere) {
-        try {
-            address_book.Open(CERT_STORE_PROV_SYSTEM_W, 0, 0,
-                              CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,
-                              L"AddressBook");
-            stores.push_back(&address_book);
-        } catch (const ATL::CAtlException&) {
-            // A user without stores.
-        }
+        last = address_book;
     }
-    SignerSearch search = find_signer(message_, stores);
+    SignerSearch search = find_signer(stamp_.signer_name, {&own_, &trust_.extra}, last);
     if (search.certificate) {
         signer_ = std::move(search.certificate);
         verdict_.signer = certificate_info(signer_.get());

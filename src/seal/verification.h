@@ -6,6 +6,7 @@
 #include <chronoseal/seal/chain_engine.h>
 #include <chronoseal/seal/signed_bytes.h>
 #include <chronoseal/seal/stamp_access.h>
+#include <chronoseal/seal/sunset.h>
 #include <chronoseal/seal/trust_store.h>
 
 namespace chronoseal {
@@ -22,6 +23,7 @@ struct TrustInForce {
     bool own_roots;
     Reach reach;
     ChainEngine engine;
+    SunsetTable sunsets;
 };
 
 // What of a verification is left out.
@@ -57,6 +59,7 @@ private:
     void check_nonce();
     void check_policy();
     void check_time(bool any_time);
+    bool has_usual_content_type() const;
     void check_content_type();
     void find_signer_certificate();
     void check_signature();

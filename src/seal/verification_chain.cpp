@@ -96,9 +96,8 @@ void Verification::judge_chain() {
         return;
     }
     const auto candidates = collection_of({&own_, &trust_.extra});
-    const ChainJudgement judgement =
-        trust_.engine.judge(signer_.get(), token().time, candidates.get());
-    verdict_.chain = judgement.links;
+    ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, candidates.get());
+    verdict_.chain = std::move(judgement.links);
     check_chain(judgement);
     check_usage(judgement);
     check_revocation(judgement);
@@ -110,12 +109,13 @@ void Verification::look_ahead() {
     if (!passed(Check::chain)) {
         return;
     }
-    verdict_.outlook = outlook_of(verdict_);
+    const auto sunsets = trust_.sunsets.ends_under(token(), verdict_.chain);
+    verdict_.outlook = outlook_of(verdict_, sunsets);
     if (auto remark = aged_remark(verdict_.outlook)) {
         finding(Check::chain).remarks.push_back(*std::move(remark));
     }
     auto& remarks = finding(Check::strength).remarks;
-    for (Remark& remark : sunset_remarks(verdict_)) {
+    for (Remark& remark : sunset_remarks(sunsets, verdict_.as_of)) {
         remarks.push_back(std::move(remark));
     }
     Finding& revocation = finding(Check::revocation);
@@ -151,19 +151,19 @@ void Verification::check_chain(const ChainJudgement& judgement) {
         code = judgement.code;
     }
     if (code == 0) {
-        pass(Check::chain, chain_text(judgement.links));
+        pass(Check::chain, chain_text(verdict_.chain));
         return;
     }
     const Error error = error_of_code(code);
     std::string text = error.text();
     if ((judgement.trust_bits & CERT_TRUST_IS_PARTIAL_CHAIN) != 0 && code == CERT_E_CHAINING &&
-        !judgement.links.empty()) {
-        text += ": the certificate of " + quote_foreign(judgement.links.back().certificate.issuer) +
+        !verdict_.chain.empty()) {
+        text += ": the certificate of " + quote_foreign(verdict_.chain.back().certificate.issuer) +
                 " isn't at hand";
     }
-    const bool known_root = code == CERT_E_UNTRUSTEDROOT && !judgement.links.empty();
+    const bool known_root = code == CERT_E_UNTRUSTEDROOT && !verdict_.chain.empty();
     fail(Check::chain, code, error.word(), text,
-         known_root ? root_advice(judgement.links) : error.advice());
+         known_root ? root_advice(verdict_.chain) : error.advice());
 }
 
 // RFC 3161, 2.3: the extended usage is there, critical, and time-stamping alone.
@@ -200,7 +200,7 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
     if (revoked) {
         const Error error = error_of_code(CRYPT_E_REVOKED);
         std::string text = error.text();
-        for (const ChainLink& link : judgement.links) {
+        for (const ChainLink& link : verdict_.chain) {
             if (link.revocation == RevocationState::revoked) {
                 text = quote_foreign(link.certificate.subject) + " was revoked";
                 if (!link.evidence.empty() && link.evidence.front().revoked) {
@@ -228,7 +228,7 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
         return;
     }
     pass(Check::revocation, "none of the certificates was revoked");
-    for (const ChainLink& link : judgement.links) {
+    for (const ChainLink& link : verdict_.chain) {
         if (!link.anchor && link.evidence.empty()) {
             finding(Check::revocation)
                 .remarks.push_back({"no_evidence", "nothing speaks of the revocation of " +
@@ -253,7 +253,7 @@ void Verification::check_strength(const ChainJudgement& judgement) {
     bool below = is_below(token().imprint_algorithm, trust_.strength) ||
                  is_below(signature.digest_algorithm, trust_.strength) ||
                  is_below(signature.signature_algorithm, trust_.strength);
-    for (const ChainLink& link : judgement.links) {
+    for (const ChainLink& link : verdict_.chain) {
         const std::string name = quote_foreign(link.certificate.subject);
         remark_weakness("weak_key", name, link.certificate.key_algorithm);
         below |= is_below(link.certificate, trust_.strength);
