@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -37,8 +38,13 @@ public:
     Input(const std::string& path, const std::stop_token& stop)
         : path_(path), stop_(stop), owned_(path != "-"),
           fd_(owned_ ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : STDIN_FILENO) {
+        struct stat status {};
         if (fd_ < 0) {
             fail(path_, std::strerror(errno));
+        }
+        if (owned_ && ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
+            may_be_silent_ = false;
+            size_ = static_cast<std::size_t>(status.st_size);
         }
     }
     Input(const Input&) = delete;
@@ -48,6 +54,8 @@ public:
             ::close(fd_);
         }
     }
+
+    std::size_t size() const { return size_; } // 0: not known
 
     // At most `size` bytes; 0 at the end.
     std::size_t read(std::byte* buffer, std::size_t size) const {
@@ -66,6 +74,9 @@ public:
 private:
     // Until there is something to read, or the end. Files always have it.
     void await() const {
+        if (!may_be_silent_) {
+            return;
+        }
         constexpr int kLook = 100; // milliseconds
         pollfd one{fd_, POLLIN, 0};
         while (::poll(&one, 1, kLook) <= 0) {
@@ -82,6 +93,8 @@ private:
     const std::stop_token& stop_;
     bool owned_;
     int fd_;
+    bool may_be_silent_ = true;
+    std::size_t size_ = 0;
 };
 
 } // namespace
@@ -89,12 +102,17 @@ private:
 Bytes read_file(const std::string& path, std::size_t limit, const std::stop_token& stop) {
     const Input input(path, stop);
     Bytes content;
-    const std::unique_ptr<std::byte[]> piece(new std::byte[kPiece]);
-    while (const std::size_t count = input.read(piece.get(), kPiece)) {
+    // One byte more than there should be, to see the end with the rest.
+    const std::size_t room = input.size() != 0 && input.size() < kPiece ? input.size() + 1 : kPiece;
+    const std::unique_ptr<std::byte[]> piece(new std::byte[room]);
+    while (const std::size_t count = input.read(piece.get(), room)) {
         if (count > limit - content.size()) {
             fail(path, fmt::format("it is larger than {} bytes", limit));
         }
         content.insert(content.end(), piece.get(), piece.get() + count);
+        if (content.size() == input.size() && count < room) {
+            break;
+        }
     }
     return content;
 }

@@ -92,7 +92,9 @@ public:
     // Never throws but for want of memory.
     Outcome judge(const std::string& file, const std::stop_token& stop) const {
         Outcome outcome;
-        outcome.json = {{"file", file}, {"data", nullptr}};
+        if (output_.json()) {
+            outcome.json = {{"file", file}, {"data", nullptr}};
+        }
         try {
             const Bytes bytes = read_file(file, kLargestMessage, stop);
             const chronoseal::Inspection found = chronoseal::inspect(bytes);
@@ -113,7 +115,9 @@ public:
                   quote_foreign(exception.what()), "try again"},
                  outcome);
         }
-        outcome.json["ok"] = outcome.status == ExitStatus::good;
+        if (output_.json()) {
+            outcome.json["ok"] = outcome.status == ExitStatus::good;
+        }
         return outcome;
     }
 
@@ -196,7 +200,7 @@ private:
             outcome.json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
         }
         const Subject subject = subject_of(file, stamp, stop);
-        if (!subject.name.empty()) {
+        if (output_.json() && !subject.name.empty()) {
             outcome.json["data"] = subject.name;
         }
         const Verdict verdict = verifier_.verify(stamp, subject.expected);
