@@ -66,6 +66,11 @@ TEST(UcsText, DropsWhatTheCharacterSetLacks) {
 
 TEST(UcsText, WithoutMemoryIsLatched) {
     TestContext ctxt;
+    const char text[] = "\xC3\xA9";
+    const char* copy = rtUTF8Strdup(&ctxt, text);
+    EXPECT_STREQ(copy, text);
+    EXPECT_NE(copy, text);
+    EXPECT_EQ(rtUTF8Strdup(&ctxt, nullptr), nullptr);
     ASN1TUniversalText record{};
     const FailingAllocator none(0);
     EXPECT_EQ(rtCToUCSString(&ctxt, "x", &record, nullptr), nullptr);
@@ -90,27 +95,24 @@ TEST(UcsText, ToWideDropsAstralCharactersAndStopsAtTheCapacity) {
 }
 
 TEST(Utf8Text, EveryLengthBothWays) {
-    struct Row {
-        std::uint32_t character;
-        const char* bytes;
-    };
-    for (const Row& c :
+    using Row = std::pair<std::uint32_t, const char*>;
+    for (const auto& [character, hex] :
          {Row{0x00, "00"}, Row{0x7F, "7F"}, Row{0x80, "C2 80"}, Row{0x7FF, "DF BF"},
           Row{0x800, "E0 A0 80"}, Row{0xD800, "ED A0 80"}, Row{0xFFFF, "EF BF BF"},
           Row{0x10000, "F0 90 80 80"}, Row{0x110000, "F4 90 80 80"}, Row{0x1FFFFF, "F7 BF BF BF"},
           Row{0x200000, "F8 88 80 80 80"}, Row{0x3FFFFFF, "FB BF BF BF BF"},
           Row{0x4000000, "FC 84 80 80 80 80"}, Row{0x7FFFFFFF, "FD BF BF BF BF BF"}}) {
-        const Bytes bytes = bytes_of(c.bytes);
+        const Bytes bytes = bytes_of(hex);
         char out[6];
-        EXPECT_EQ(rtUTF8CharSize(c.character), static_cast<int>(bytes.size()));
-        ASSERT_EQ(rtUTF8EncodeChar(c.character, out, bytes.size()), static_cast<int>(bytes.size()));
+        EXPECT_EQ(rtUTF8CharSize(character), static_cast<int>(bytes.size()));
+        ASSERT_EQ(rtUTF8EncodeChar(character, out, bytes.size()), static_cast<int>(bytes.size()));
         EXPECT_EQ(Bytes(out, out + bytes.size()), bytes);
-        EXPECT_EQ(rtUTF8EncodeChar(c.character, out, bytes.size() - 1), -1);
+        EXPECT_EQ(rtUTF8EncodeChar(character, out, bytes.size() - 1), -1);
         std::size_t size = 6;
         std::vector<char> in(bytes.begin(), bytes.end());
         in.resize(6, 'x');
         EXPECT_EQ(rtUTF8DecodeChar(nullptr, in.data(), &size),
-                  static_cast<std::int32_t>(c.character));
+                  static_cast<std::int32_t>(character));
         EXPECT_EQ(size, bytes.size());
         size = bytes.size() - 1;
         EXPECT_EQ(rtUTF8DecodeChar(nullptr, in.data(), &size), rtStatusInvalidUTF8);
@@ -179,15 +181,6 @@ TEST(Utf8Text, FromWide) {
     const wchar_t negative[] = {static_cast<wchar_t>(-1)};
     EXPECT_EQ(rtWCSToUTF8(&ctxt, negative, 1, out, 4), rtStatusInvalidUTF8);
     EXPECT_EQ(ctxt.errInfo.status, rtStatusInvalidUTF8);
-}
-
-TEST(Utf8Text, Strdup) {
-    TestContext ctxt;
-    const char text[] = "\xC3\xA9";
-    const char* copy = rtUTF8Strdup(&ctxt, text);
-    EXPECT_STREQ(copy, text);
-    EXPECT_NE(copy, text);
-    EXPECT_EQ(rtUTF8Strdup(&ctxt, nullptr), nullptr);
 }
 
 } // namespace

@@ -11,37 +11,27 @@ namespace {
 constexpr std::uint32_t kSequence = 0x20000010;
 
 TEST(DecodeTest, TagsOfManyOctets) {
-    struct Row {
-        const char* bytes;
-        int status;
-        std::uint32_t tag;
-    };
-    for (const Row& row :
+    using Row = std::tuple<const char*, int, std::uint32_t>;
+    for (const auto& [bytes, status, expected] :
          {Row{"30", 0, kSequence}, Row{"1F FF FF FF 7F", 0, 0x0FFFFFFF},
           Row{"1F 81 FF FF FF 7F", 0, 0x1FFFFFFF}, Row{"1F 8F FF FF FF 7F", -21, 0},
           Row{"BF 80 80 01", 0, 0xA0000001}, Row{"1F 80 80 80 80 80 80 80 80 01", 0, 1},
           Row{"1F 80 80 80 80 80 80 80 80 80 01", -21, 0}, Row{"", -2, 0}, Row{"1F", -2, 0},
           Row{"1F 81", -2, 0}}) {
-        SCOPED_TRACE(row.bytes);
+        SCOPED_TRACE(bytes);
         TestContext ctxt;
-        ctxt.read(bytes_of(row.bytes));
+        ctxt.read(bytes_of(bytes));
         std::uint32_t tag = 0;
-        EXPECT_EQ(xd_tag(&ctxt, &tag), row.status);
-        EXPECT_EQ(tag, row.tag);
+        EXPECT_EQ(xd_tag(&ctxt, &tag), status);
+        EXPECT_EQ(tag, expected);
         EXPECT_EQ(ctxt.errInfo.status, 0);
-        EXPECT_EQ(asn1rt::is_constructed(&ctxt), (row.tag & rtTagConstructed) != 0);
+        EXPECT_EQ(asn1rt::is_constructed(&ctxt), (expected & rtTagConstructed) != 0);
     }
 }
 
 TEST(DecodeTest, Lengths) {
-    struct Row {
-        const char* name;
-        const char* bytes;
-        int status;
-        int length;
-        std::uint32_t cursor;
-    };
-    for (const Row& row :
+    using Row = std::tuple<const char*, const char*, int, int, std::uint32_t>;
+    for (const auto& [name, bytes, status, expected, cursor] :
          {Row{"short", "02 00 00", 0, 2, 1}, Row{"indefinite", "80", 0, -9999, 1},
           Row{"not minimal", "84 00 00 00 01 FF", 0, 1, 5},
           Row{"five octets", "85 00 00 00 00 01 FF", -5, 0, 1},
@@ -50,14 +40,14 @@ TEST(DecodeTest, Lengths) {
           Row{"negative", "84 FF FF FF FF", -5, 0, 5}, Row{"ends inside", "83 01 02", -2, 0, 3},
           Row{"nothing", "", -2, 0, 0}, Row{"2 GiB", "84 7F FF FF FF 00", -5, 0, 5},
           Row{"the number for indefinite", "84 FF FF D8 F1", 0, -9999, 5}}) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(name);
         TestContext ctxt;
-        ctxt.read(bytes_of(row.bytes));
+        ctxt.read(bytes_of(bytes));
         int length = 0;
-        EXPECT_EQ(xd_len(&ctxt, &length), row.status);
-        EXPECT_EQ(length, row.length);
-        EXPECT_EQ(ctxt.bufIndex, row.cursor);
-        EXPECT_EQ(ctxt.errInfo.status, row.status);
+        EXPECT_EQ(xd_len(&ctxt, &length), status);
+        EXPECT_EQ(length, expected);
+        EXPECT_EQ(ctxt.bufIndex, cursor);
+        EXPECT_EQ(ctxt.errInfo.status, status);
     }
     TestContext ctxt;
     ctxt.read(bytes_of("84 7F FF FF FF 84 FF FF FF FF"));
@@ -117,26 +107,22 @@ TEST(DecodeTest, StartOfAMessage) {
 }
 
 TEST(DecodeTest, TagAndLengthPutBackOrNot) {
-    struct Row {
-        const char* name;
-        const char* bytes;
-        int status;
-    };
-    for (const Row& row :
+    using Row = std::tuple<const char*, const char*, int>;
+    for (const auto& [name, bytes, status] :
          {Row{"good", "30 01 00", 0}, Row{"nothing", "", -2}, Row{"tag only", "30", -2},
           Row{"half a tag", "1F 81", -2}, Row{"large tag", "1F FF FF FF FF 7F 00", -21},
           Row{"indefinite primitive", "04 80 00 00", -5}}) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(name);
         TestContext ctxt;
-        ctxt.read(bytes_of(row.bytes));
+        ctxt.read(bytes_of(bytes));
         ctxt.flags = ctxFlagNoCopy;
         std::uint32_t tag;
         int length;
-        EXPECT_EQ(xd_tag_len(&ctxt, &tag, &length, 0), row.status);
+        EXPECT_EQ(xd_tag_len(&ctxt, &tag, &length, 0), status);
         EXPECT_EQ(ctxt.bufIndex, 0U);
         EXPECT_EQ(ctxt.flags, ctxFlagNoCopy);
-        EXPECT_EQ(xd_tag_len(&ctxt, &tag, &length, xdAdvance), row.status);
-        EXPECT_EQ(ctxt.bufIndex > 0, *row.bytes != '\0');
+        EXPECT_EQ(xd_tag_len(&ctxt, &tag, &length, xdAdvance), status);
+        EXPECT_EQ(ctxt.bufIndex > 0, *bytes != '\0');
         EXPECT_EQ(ctxt.errInfo.status, 0);
     }
     TestContext ctxt;
@@ -184,15 +170,8 @@ TEST(DecodeTest, OneByteTags) {
 
 TEST(DecodeTest, Match) {
     const char* message = "30 0B A0 03 02 01 01 A1 80 02 01 02 00 00";
-    struct Row {
-        const char* name;
-        std::uint32_t tag;
-        int options;
-        std::uint32_t start;
-        int status;
-        std::uint32_t cursor;
-    };
-    for (const Row& row :
+    using Row = std::tuple<const char*, std::uint32_t, int, std::uint32_t, int, std::uint32_t>;
+    for (const auto& [name, tag, options, start, status, cursor] :
          {Row{"here", kSequence, 0, 0, 0, 0}, Row{"here, either form", 0x10, 0, 0, 0, 0},
           Row{"here, behind the header", kSequence, xdAdvance, 0, 0, 2},
           Row{"not here", 2, 0, 0, -3, 0}, Row{"sought into constructed", 2, xdSeek, 0, 0, 4},
@@ -201,12 +180,12 @@ TEST(DecodeTest, Match) {
           Row{"none behind the last", 2, xdSeek | xdStepOver, 9, -3, 12},
           Row{"sought in vain", 3, xdSeek, 0, -3, 0}, Row{"at the end", 2, xdStepOver, 14, -3, 14},
           Row{"stepped over only", 2, xdStepOver | xdAdvance, 2, 0, 6}}) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(name);
         TestContext ctxt;
         ctxt.read(bytes_of(message));
-        ctxt.bufIndex = row.start;
-        EXPECT_EQ(xd_match(&ctxt, row.tag, nullptr, row.options), row.status);
-        EXPECT_EQ(ctxt.bufIndex, row.cursor);
+        ctxt.bufIndex = start;
+        EXPECT_EQ(xd_match(&ctxt, tag, nullptr, options), status);
+        EXPECT_EQ(ctxt.bufIndex, cursor);
         EXPECT_EQ(ctxt.errInfo.status, 0);
     }
     TestContext ctxt;
@@ -278,16 +257,13 @@ TEST(DecodeTest, CopiesAllOrNothing) {
 }
 
 TEST(DecodeTest, SizeOfIndefiniteElements) {
-    struct Row {
-        const char* bytes;
-        int result;
-    };
-    for (const Row& row : {Row{"30 80 05 00 00 00 FF", 6}, Row{"30 80 30 80 00 00 00 00", 8},
-                           Row{"30 03 02 01 05", -5}, Row{"30 80 05 00 00", -2},
-                           Row{"30 80 00 00", 0}, Row{"30 80 1F FF FF FF FF FF", -21}}) {
-        const Bytes bytes = bytes_of(row.bytes);
-        EXPECT_EQ(xd_indeflen_ex(bytes.data(), static_cast<int>(bytes.size())), row.result)
-            << row.bytes;
+    using Row = std::pair<const char*, int>;
+    for (const auto& [hex, result] :
+         {Row{"30 80 05 00 00 00 FF", 6}, Row{"30 80 30 80 00 00 00 00", 8},
+          Row{"30 03 02 01 05", -5}, Row{"30 80 05 00 00", -2}, Row{"30 80 00 00", 0},
+          Row{"30 80 1F FF FF FF FF FF", -21}}) {
+        const Bytes bytes = bytes_of(hex);
+        EXPECT_EQ(xd_indeflen_ex(bytes.data(), static_cast<int>(bytes.size())), result) << hex;
     }
     EXPECT_EQ(xd_indeflen_ex(nullptr, 100), -18);
 }

@@ -22,20 +22,17 @@ protected:
 };
 
 TEST_F(EncodeTest, LengthOctets) {
-    struct Row {
-        int length;
-        const char* bytes;
-    };
-    for (const Row& row :
+    using Row = std::pair<int, const char*>;
+    for (const auto& [length, bytes] :
          {Row{0, "00"}, Row{127, "7F"}, Row{128, "81 80"}, Row{255, "81 FF"}, Row{256, "82 01 00"},
           Row{65536, "83 01 00 00"}, Row{INT_MAX, "84 7F FF FF FF"}, Row{-9999, "80"}}) {
-        EXPECT_EQ(ctxt.written(xe_len(&ctxt, row.length)), bytes_of(row.bytes));
-        if (row.length == INT_MAX) {
+        EXPECT_EQ(ctxt.written(xe_len(&ctxt, length)), bytes_of(bytes));
+        if (length == INT_MAX) {
             continue;
         }
-        const int contents = std::max(row.length, 0);
-        const Bytes expected = bytes_of(std::string("30") + row.bytes);
-        const int whole = xe_tag_len(&ctxt, 0x20000010, row.length);
+        const int contents = std::max(length, 0);
+        const Bytes expected = bytes_of(std::string("30") + bytes);
+        const int whole = xe_tag_len(&ctxt, 0x20000010, length);
         EXPECT_EQ(whole, contents + static_cast<int>(expected.size()));
         EXPECT_EQ(ctxt.written(static_cast<int>(expected.size())), expected);
     }
@@ -47,18 +44,16 @@ TEST_F(EncodeTest, LengthOctets) {
 }
 
 TEST_F(EncodeTest, TagOctets) {
-    struct Row {
-        std::uint32_t tag;
-        const char* bytes;
-    };
-    for (const Row& row : {Row{0x20000010, "30"}, Row{0xA0000000, "A0"}, Row{0x80000001, "81"},
-                           Row{0x4000001E, "5E"}, Row{31, "1F 1F"}, Row{127, "1F 7F"},
-                           Row{128, "1F 81 00"}, Row{0xFFFFFFFF, "FF 81 FF FF FF 7F"}}) {
-        EXPECT_EQ(ctxt.written(xe_tag(&ctxt, row.tag)), bytes_of(row.bytes));
+    using Row = std::pair<std::uint32_t, const char*>;
+    for (const auto& [given, bytes] :
+         {Row{0x20000010, "30"}, Row{0xA0000000, "A0"}, Row{0x80000001, "81"},
+          Row{0x4000001E, "5E"}, Row{31, "1F 1F"}, Row{127, "1F 7F"}, Row{128, "1F 81 00"},
+          Row{0xFFFFFFFF, "FF 81 FF FF FF 7F"}}) {
+        EXPECT_EQ(ctxt.written(xe_tag(&ctxt, given)), bytes_of(bytes));
         std::uint32_t tag = 0;
-        ctxt.read(bytes_of(row.bytes));
+        ctxt.read(bytes_of(bytes));
         EXPECT_EQ(xd_tag(&ctxt, &tag), 0);
-        EXPECT_EQ(tag, row.tag);
+        EXPECT_EQ(tag, given);
         xe_setp(&ctxt, nullptr, 0);
     }
     EXPECT_EQ(ctxt.written(xe_identifier(&ctxt, UINT32_MAX)), bytes_of("8F FF FF FF 7F"));
@@ -160,12 +155,8 @@ TEST_F(EncodeTest, GrowthKeepsTheMessage) {
 }
 
 TEST_F(EncodeTest, OpenTypes) {
-    struct Row {
-        const char* name;
-        const char* bytes;
-        int result;
-    };
-    for (const Row& row :
+    using Row = std::tuple<const char*, const char*, int>;
+    for (const auto& [name, hex, length] :
          {Row{"element", "02 01 05", 3}, Row{"bytes behind it", "02 01 05 FF", 3},
           Row{"longer than the bytes", "02 02 05", -5}, Row{"long form longer", "02 81 02 05", -5},
           Row{"2 GiB", "04 84 7F FF FF FF 00", -5}, Row{"end-of-contents", "00 00", -18},
@@ -173,12 +164,12 @@ TEST_F(EncodeTest, OpenTypes) {
           Row{"indefinite and empty", "30 80 00 00", 4},
           Row{"indefinite without end", "30 80 02 01 05", -2},
           Row{"indefinite primitive", "04 80 00 00", -5}}) {
-        SCOPED_TRACE(row.name);
-        const Bytes bytes = bytes_of(row.bytes);
+        SCOPED_TRACE(name);
+        const Bytes bytes = bytes_of(hex);
         xe_setp(&ctxt, nullptr, 0);
         const int result =
             xe_OpenType(&ctxt, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-        EXPECT_EQ(result, row.result);
+        EXPECT_EQ(result, length);
         const auto count = static_cast<std::ptrdiff_t>(std::max(result, 0));
         EXPECT_EQ(ctxt.written(result), Bytes(bytes.begin(), bytes.begin() + count));
     }
@@ -237,9 +228,10 @@ TEST_F(SetOfTest, ShorterFirstOnACommonPrefix) {
     EXPECT_EQ(xe_derCanonicalSort(&ctxt, nullptr), 0);
 }
 
+// As many as make a sort of quadratic time, or one that recurs too deeply, stand out.
 TEST_F(SetOfTest, AgreesWithTheOrderOfBytes) {
     std::mt19937 random(2);
-    std::vector<Bytes> elements(300);
+    std::vector<Bytes> elements(50'000);
     for (Bytes& element : elements) {
         element.resize(random() % 4 + 1);
         std::generate(element.begin(), element.end(),
@@ -252,18 +244,6 @@ TEST_F(SetOfTest, AgreesWithTheOrderOfBytes) {
         expected.insert(expected.end(), element.begin(), element.end());
     }
     EXPECT_EQ(ctxt.written(xe_derCanonicalSort(&ctxt, &list)), expected);
-}
-
-TEST_F(SetOfTest, FiftyThousandInReverse) {
-    for (std::uint32_t i = 0; i < 50000; ++i) {
-        add({4, 3, static_cast<unsigned char>(i >> 16), static_cast<unsigned char>(i >> 8),
-             static_cast<unsigned char>(i)});
-    }
-    const Bytes sorted = ctxt.written(xe_derCanonicalSort(&ctxt, &list));
-    ASSERT_EQ(sorted.size(), 250000U);
-    for (std::size_t i = 5; i < sorted.size(); i += 5) {
-        ASSERT_LT(std::memcmp(&sorted[i - 5], &sorted[i], 5), 0);
-    }
 }
 
 TEST_F(SetOfTest, WithoutMemory) {

@@ -84,7 +84,7 @@ TEST_F(HeapTest, BlocksDieWithTheLastReference) {
     EXPECT_TRUE(ledger.live.empty());
 }
 
-TEST_F(HeapTest, EmptyAndNullSlots) {
+TEST_F(HeapTest, EmptyAndNullSlotsAndSizesThatCannotBe) {
     rtMemHeap* empty = nullptr;
     for (rtMemHeap** slot : {&empty, static_cast<rtMemHeap**>(nullptr)}) {
         EXPECT_EQ(rtMemHeapRealloc(slot, nullptr, 1), nullptr);
@@ -100,17 +100,12 @@ TEST_F(HeapTest, EmptyAndNullSlots) {
     g_malloc_func = rtDefaultMalloc;
     g_free_func = rtDefaultFree;
     EXPECT_NE(rtMemHeapAlloc(&empty, 1), nullptr) << "allocation makes the heap";
-    rtMemHeapRelease(&empty);
-}
-
-TEST_F(HeapTest, SizesThatCannotBe) {
-    rtMemHeap* slot = heap_on(ledger);
     for (const std::int32_t size : {-1, -8, INT32_MIN, rtMaxBlockSize + 1, INT32_MAX}) {
-        EXPECT_EQ(rtMemHeapAlloc(&slot, size), nullptr) << size;
-        EXPECT_EQ(rtMemHeapAllocZ(&slot, size), nullptr) << size;
-        EXPECT_EQ(rtMemHeapRealloc(&slot, nullptr, size), nullptr) << size;
+        EXPECT_EQ(rtMemHeapAlloc(&empty, size), nullptr) << size;
+        EXPECT_EQ(rtMemHeapAllocZ(&empty, size), nullptr) << size;
+        EXPECT_EQ(rtMemHeapRealloc(&empty, nullptr, size), nullptr) << size;
     }
-    rtMemHeapRelease(&slot);
+    rtMemHeapRelease(&empty);
 }
 
 TEST_F(HeapTest, ReallocShrinksInPlaceAndForgetsTheRest) {
@@ -169,15 +164,12 @@ TEST_F(HeapTest, ContextFromStartToEnd) {
     EXPECT_EQ(ctxt.initCode, 0x1AA2A34AU);
     EXPECT_EQ(static_cast<void*>(&ctxt), static_cast<void*>(&ctxt.msgHeap));
     unsigned char bytes[3]{};
-    struct Row {
-        unsigned char* data;
-        std::uint32_t size;
-        std::uint32_t capacity;
-    };
-    for (const Row& row : {Row{bytes, 3, 3}, Row{nullptr, 5, 5}, Row{nullptr, 0, 16384}}) {
-        ASSERT_EQ(rtInitContextBuffer(&ctxt, row.data, row.size), 0);
-        EXPECT_EQ(ctxt.bufSize, row.capacity);
-        EXPECT_EQ(ctxt.bufDynamic, row.data == nullptr ? 1 : 0);
+    using Row = std::tuple<unsigned char*, std::uint32_t, std::uint32_t>;
+    for (const auto& [data, size, capacity] :
+         {Row{bytes, 3, 3}, Row{nullptr, 5, 5}, Row{nullptr, 0, 16384}}) {
+        ASSERT_EQ(rtInitContextBuffer(&ctxt, data, size), 0);
+        EXPECT_EQ(ctxt.bufSize, capacity);
+        EXPECT_EQ(ctxt.bufDynamic, data == nullptr ? 1 : 0);
         EXPECT_EQ(ctxt.bufBitOffset, 8);
     }
     EXPECT_EQ(rtInitContextBuffer(&ctxt, nullptr, UINT32_MAX), rtStatusNoMemory);

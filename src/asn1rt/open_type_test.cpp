@@ -10,28 +10,23 @@
 namespace {
 
 TEST(OpenTypeTest, OneElement) {
-    struct Row {
-        const char* name;
-        const char* bytes;
-        int status;
-        std::uint32_t count;
-    };
-    for (const Row& row :
+    using Row = std::tuple<const char*, const char*, int, std::uint32_t>;
+    for (const auto& [name, bytes, status, expected] :
          {Row{"definite", "02 01 05 FF", 0, 3}, Row{"indefinite", "30 80 05 00 00 00 FF", 0, 6},
           Row{"nothing", "", 0, 0}, Row{"half a header is nothing", "1F", 0, 0},
           Row{"no end-of-contents", "30 80 05 00", 0, 4}, Row{"overrun", "02 05 01", -18, 2},
           Row{"end-of-contents", "00 00", -18, 2}, Row{"bad length", "30 85 00", -5, 0},
           Row{"bad tag", "1F FF FF FF FF FF", -21, 0}}) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(name);
         for (const std::uint16_t flags : {std::uint16_t{0}, ctxFlagNoCopy}) {
             TestContext ctxt;
-            ctxt.read(bytes_of(row.bytes));
+            ctxt.read(bytes_of(bytes));
             ctxt.flags = flags;
             const unsigned char* data = nullptr;
             std::uint32_t count = 77;
-            EXPECT_EQ(xd_OpenType(&ctxt, &data, &count), row.status);
-            EXPECT_EQ(count, row.count);
-            if (row.count != 0) {
+            EXPECT_EQ(xd_OpenType(&ctxt, &data, &count), status);
+            EXPECT_EQ(count, expected);
+            if (count != 0) {
                 EXPECT_EQ(std::memcmp(data, ctxt.message.data(), count), 0);
                 EXPECT_EQ(data == ctxt.message.data(), flags == ctxFlagNoCopy);
             }
