@@ -1,6 +1,5 @@
 // The platform's functions fail on demand here: what they report must leave as a result code, and
 // nothing that they didn't fill may be taken for an answer.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -12,6 +11,7 @@
 #include <chronoseal/asn1/big_integer.h>
 #include <chronoseal/asn1/certificate_identification.h>
 #include <chronoseal/asn1/test_certificate.h>
+#include <chronoseal/base/test_seam.h>
 
 namespace {
 
@@ -40,33 +40,23 @@ bool fails(const char* name) {
     return true;
 }
 
-template <class Function>
-Function real(const char* name) {
-    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
-}
-
 } // namespace
 
 extern "C" {
 
 BOOL CryptGenRandom(HCRYPTPROV provider, DWORD size, BYTE* buffer) noexcept {
-    return fails("CryptGenRandom")
-               ? FALSE
-               : real<decltype(&CryptGenRandom)>("CryptGenRandom")(provider, size, buffer);
+    return fails("CryptGenRandom") ? FALSE : REAL(CryptGenRandom)(provider, size, buffer);
 }
 
 BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DWORD type,
                           DWORD flags) noexcept {
     return fails("CryptAcquireContextA")
                ? FALSE
-               : real<decltype(&CryptAcquireContextA)>("CryptAcquireContextA")(context, container,
-                                                                               name, type, flags);
+               : REAL(CryptAcquireContextA)(context, container, name, type, flags);
 }
 
 BOOL CryptContextAddRef(HCRYPTPROV context, DWORD* reserved, DWORD flags) noexcept {
-    return fails("CryptContextAddRef") ? FALSE
-                                       : real<decltype(&CryptContextAddRef)>("CryptContextAddRef")(
-                                             context, reserved, flags);
+    return fails("CryptContextAddRef") ? FALSE : REAL(CryptContextAddRef)(context, reserved, flags);
 }
 
 BOOL CryptHashCertificate(HCRYPTPROV provider, ALG_ID algorithm, DWORD flags, const BYTE* data,
@@ -78,14 +68,12 @@ BOOL CryptHashCertificate(HCRYPTPROV provider, ALG_ID algorithm, DWORD flags, co
         *hash_size = 80;
         return FALSE;
     }
-    return real<decltype(&CryptHashCertificate)>("CryptHashCertificate")(
-        provider, algorithm, flags, data, size, hash, hash_size);
+    return REAL(CryptHashCertificate)(provider, algorithm, flags, data, size, hash, hash_size);
 }
 
 BOOL CryptEncodeObject(DWORD encoding, LPCSTR type, const void* info, BYTE* out, DWORD* size) {
     return fails("CryptEncodeObject") ? FALSE
-                                      : real<decltype(&CryptEncodeObject)>("CryptEncodeObject")(
-                                            encoding, type, info, out, size);
+                                      : REAL(CryptEncodeObject)(encoding, type, info, out, size);
 }
 }
 
@@ -115,20 +103,14 @@ TEST(PlatformFailure, ReferenceThatCannotBeAddedIsForgiven) {
 TEST(PlatformFailure, HashIsAskedForTwiceAtMost) {
     const CBlob data = from_hex("010203");
     auto hash = [&] { CalculateCertificateHash(data.pbData(), 3, "1.3.14.3.2.26"); };
-    struct {
-        DWORD error;
-        int hashes;
-        std::uint32_t code;
-    } const rows[] = {
-        {ERROR_NOT_ENOUGH_MEMORY, 1, 0x80070008u},
-        {ERROR_MORE_DATA, 2, 0x800700EAu},
-        {static_cast<DWORD>(NTE_BAD_ALGID), 1, 0x80090008u},
-    };
-    for (const auto& row : rows) {
+    using Row = std::tuple<DWORD, int, std::uint32_t>;
+    for (const auto& [error, hashes, code] :
+         {Row{ERROR_NOT_ENOUGH_MEMORY, 1, 0x80070008u}, Row{ERROR_MORE_DATA, 2, 0x800700EAu},
+          Row{static_cast<DWORD>(NTE_BAD_ALGID), 1, 0x80090008u}}) {
         Failing failing("CryptHashCertificate", 0);
-        failing.error = row.error;
-        EXPECT_EQ(code_of(hash), row.code);
-        EXPECT_EQ(failing.hashes, row.hashes);
+        failing.error = error;
+        EXPECT_EQ(code_of(hash), code);
+        EXPECT_EQ(failing.hashes, hashes);
     }
 }
 

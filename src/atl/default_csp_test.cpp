@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <basalt/error_codes.h>
@@ -15,6 +14,7 @@
 #include <basalt/provider.h>
 #include <chronoseal/atl/crypt_prov.h>
 #include <chronoseal/base/test_code.h>
+#include <chronoseal/base/test_seam.h>
 
 namespace {
 
@@ -45,11 +45,6 @@ struct FakePlatform {
 
 FakePlatform* FakePlatform::current = nullptr;
 
-template <class Function>
-Function real(const char* name) {
-    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
-}
-
 BOOL fail(DWORD error) {
     SetLastError(error);
     return FALSE;
@@ -72,16 +67,14 @@ extern "C" {
 
 HCRYPTPROV HYCAPI_I_CryptGetDefaultCryptProv(ALG_ID first, ALG_ID second) noexcept {
     return FakePlatform::current ? FakePlatform::current->chosen
-                                 : real<decltype(&HYCAPI_I_CryptGetDefaultCryptProv)>(
-                                       "HYCAPI_I_CryptGetDefaultCryptProv")(first, second);
+                                 : REAL(HYCAPI_I_CryptGetDefaultCryptProv)(first, second);
 }
 
 BOOL CryptEnumProviderTypesA(DWORD index, DWORD* reserved, DWORD flags, DWORD* type, LPSTR name,
                              DWORD* size) noexcept {
     auto* const fake = FakePlatform::current;
     if (!fake) {
-        return real<decltype(&CryptEnumProviderTypesA)>("CryptEnumProviderTypesA")(
-            index, reserved, flags, type, name, size);
+        return REAL(CryptEnumProviderTypesA)(index, reserved, flags, type, name, size);
     }
     ++fake->enumerations;
     if (static_cast<int>(index) == fake->failing_type) {
@@ -100,8 +93,7 @@ BOOL CryptEnumProvidersA(DWORD index, DWORD* reserved, DWORD flags, DWORD* type,
                          DWORD* size) noexcept {
     auto* const fake = FakePlatform::current;
     if (!fake) {
-        return real<decltype(&CryptEnumProvidersA)>("CryptEnumProvidersA")(index, reserved, flags,
-                                                                           type, name, size);
+        return REAL(CryptEnumProvidersA)(index, reserved, flags, type, name, size);
     }
     ++fake->enumerations;
     if (index >= fake->providers.size()) {
@@ -121,8 +113,7 @@ BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DW
                           DWORD flags) noexcept {
     auto* const fake = FakePlatform::current;
     if (!fake) {
-        return real<decltype(&CryptAcquireContextA)>("CryptAcquireContextA")(context, container,
-                                                                             name, type, flags);
+        return REAL(CryptAcquireContextA)(context, container, name, type, flags);
     }
     for (std::size_t i = 0; i < fake->providers.size(); ++i) {
         const auto& provider = fake->providers[i];
@@ -141,7 +132,7 @@ BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR name, DW
 BOOL CryptReleaseContext(HCRYPTPROV context, DWORD flags) noexcept {
     auto* const fake = FakePlatform::current;
     if (!fake) {
-        return real<decltype(&CryptReleaseContext)>("CryptReleaseContext")(context, flags);
+        return REAL(CryptReleaseContext)(context, flags);
     }
     --fake->references[context];
     return TRUE;
@@ -150,7 +141,7 @@ BOOL CryptReleaseContext(HCRYPTPROV context, DWORD flags) noexcept {
 BOOL CryptContextAddRef(HCRYPTPROV context, DWORD* reserved, DWORD flags) noexcept {
     auto* const fake = FakePlatform::current;
     if (!fake) {
-        return real<decltype(&CryptContextAddRef)>("CryptContextAddRef")(context, reserved, flags);
+        return REAL(CryptContextAddRef)(context, reserved, flags);
     }
     ++fake->references[context];
     return TRUE;
@@ -160,8 +151,7 @@ BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* s
                        DWORD flags) noexcept {
     auto* const fake = FakePlatform::current;
     if (!fake) {
-        return real<decltype(&CryptGetProvParam)>("CryptGetProvParam")(context, parameter, data,
-                                                                       size, flags);
+        return REAL(CryptGetProvParam)(context, parameter, data, size, flags);
     }
     const auto& provider = fake->providers[context - 1];
     auto& position = fake->positions[context];

@@ -4,12 +4,12 @@
 #include <cstring>
 #include <vector>
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <basalt/error_codes.h>
 #include <basalt/last_error.h>
 #include <chronoseal/atl/crypt_msg.h>
+#include <chronoseal/base/test_seam.h>
 
 namespace {
 
@@ -37,15 +37,14 @@ DWORD GetLastError(void) noexcept {
         const std::size_t reading = std::min(fake->readings++, fake->errors.size() - 1);
         return fake->errors[reading];
     }
-    return reinterpret_cast<decltype(&GetLastError)>(::dlsym(RTLD_NEXT, "GetLastError"))();
+    return REAL(GetLastError)();
 }
 
 BOOL CryptDecodeObject(DWORD encoding, LPCSTR type, const BYTE* data, DWORD length, DWORD flags,
                        void* out, DWORD* size) {
     auto* const fake = FakeDecoder::current;
     if (!fake) {
-        return reinterpret_cast<decltype(&CryptDecodeObject)>(::dlsym(
-            RTLD_NEXT, "CryptDecodeObject"))(encoding, type, data, length, flags, out, size);
+        return REAL(CryptDecodeObject)(encoding, type, data, length, flags, out, size);
     }
     if (++fake->calls == fake->failing_call) {
         return FALSE;
@@ -62,31 +61,23 @@ namespace ATL2 {
 namespace {
 
 TEST(CryptDecodeObject, MapsAFailureByTheRuleOfItsCall) {
-    struct {
-        int failing_call;
-        std::vector<DWORD> errors;
-        std::uint32_t code;
-    } const rows[] = {
-        // The first call by the common rule, under which no last error is no failure.
-        {1, {ERROR_ACCESS_DENIED}, 0x80070005u},
-        {1, {ERROR_ACCESS_DENIED, 0}, 0x80070005u},
-        {1, {0}, 0},
-        // The second call never reads as success.
-        {2, {ERROR_ACCESS_DENIED}, 0x80070005u},
-        {2, {ERROR_ACCESS_DENIED, 0}, 0x80074005u},
-        {2, {0x10005}, 0x80070005u},
-        {2, {CRYPT_E_ASN1_BADTAG}, 0x8009310Bu},
-        {2, {0}, 0x80004005u},
-    };
-    for (const auto& row : rows) {
+    using Row = std::tuple<int, std::vector<DWORD>, std::uint32_t>;
+    for (const auto& [failing_call, errors, code] :
+         {// The first call by the common rule, under which no last error is no failure.
+          Row{1, {ERROR_ACCESS_DENIED}, 0x80070005u}, Row{1, {ERROR_ACCESS_DENIED, 0}, 0x80070005u},
+          Row{1, {0}, 0},
+          // The second call never reads as success.
+          Row{2, {ERROR_ACCESS_DENIED}, 0x80070005u}, Row{2, {ERROR_ACCESS_DENIED, 0}, 0x80074005u},
+          Row{2, {0x10005}, 0x80070005u}, Row{2, {CRYPT_E_ASN1_BADTAG}, 0x8009310Bu},
+          Row{2, {0}, 0x80004005u}}) {
         FakeDecoder fake;
-        fake.failing_call = row.failing_call;
-        fake.errors = row.errors;
+        fake.failing_call = failing_call;
+        fake.errors = errors;
         ATL::CStringA value;
         const auto result =
             static_cast<std::uint32_t>(CryptDecodeObject("type", nullptr, 0, value));
-        EXPECT_EQ(result, row.code) << row.failing_call << ' ' << row.errors[0];
-        EXPECT_EQ(fake.calls, row.failing_call);
+        EXPECT_EQ(result, code) << failing_call << ' ' << errors[0];
+        EXPECT_EQ(fake.calls, failing_call);
     }
 }
 

@@ -111,38 +111,28 @@ TEST(CStringA, ConvertsWideTextToUtf8) {
 }
 
 TEST(CStringW, Replaces) {
-    struct Case {
-        std::wstring text;
-        const wchar_t* old;
-        const wchar_t* with;
-        int count;
-        std::wstring result;
-    };
+    using Case = std::tuple<std::wstring, const wchar_t*, const wchar_t*, int, std::wstring>;
+    std::wstring many;
+    std::wstring long_text;
+    for (int i = 0; i < 300; ++i) {
+        many += L"a-";
+        long_text += L"0123456789-";
+    }
     for (const auto& [from, old, with, count, result] :
-         {Case{L"aba", L"a", L"xy", 2, L"xybxy"}, Case{L"aba", L"c", L"xy", 0, L"aba"},
-          Case{L"aaaa", L"aa", L"a", 2, L"aa"}, Case{L"aba", L"a", nullptr, 2, L"b"},
-          Case{L"aba", L"", L"x", 0, L"aba"}, Case{L"aba", nullptr, L"x", 0, L"aba"},
-          Case{L"", L"a", L"x", 0, L""},
+         {Case{many, L"a", L"0123456789", 300, long_text}, Case{L"aba", L"a", L"xy", 2, L"xybxy"},
+          Case{L"aba", L"c", L"xy", 0, L"aba"}, Case{L"aaaa", L"aa", L"a", 2, L"aa"},
+          Case{L"aba", L"a", nullptr, 2, L"b"}, Case{L"aba", L"", L"x", 0, L"aba"},
+          Case{L"aba", nullptr, L"x", 0, L"aba"}, Case{L"", L"a", L"x", 0, L""},
           Case{std::wstring(L"a\0ab\0a", 6), L"a", L"yz", 3, std::wstring(L"yz\0yzb\0yz", 9)},
           Case{L"abc", L"abc", L"", 1, L""}}) {
-        CStringW text(from.c_str(), static_cast<int>(from.size()));
-        EXPECT_EQ(text.Replace(old, with), count);
-        EXPECT_EQ(text_of(text), result);
+        for (const bool shared : {false, true}) {
+            CStringW text(from.c_str(), static_cast<int>(from.size()));
+            const CStringW copy(shared ? text : CStringW());
+            EXPECT_EQ(text.Replace(old, with), count);
+            EXPECT_EQ(text_of(text), result);
+            EXPECT_EQ(text_of(copy), shared ? from : std::wstring());
+        }
     }
-}
-
-TEST(CStringW, ReplacesManyWithLongText) {
-    std::wstring expected;
-    std::wstring source;
-    for (int i = 0; i < 300; ++i) {
-        source += L"a-";
-        expected += L"0123456789-";
-    }
-    CStringW text(source.c_str());
-    const CStringW copy(text);
-    EXPECT_EQ(text.Replace(L"a", L"0123456789"), 300);
-    EXPECT_EQ(text_of(text), expected);
-    EXPECT_EQ(text_of(copy), source);
 }
 
 TEST(StringManager, AllocatesInEights) {
