@@ -23,22 +23,18 @@ std::string through_x509_algor(const CBlob& der) {
 }
 
 TEST(AlgorithmIdentifier, RoundTripsWithAndWithoutParameters) {
-    struct {
-        CAlgorithmIdentifier value;
-        const char* der;
-    } const rows[] = {
-        {CAlgorithmIdentifier(kSha256), "300B0609608648016503040201"},
-        {with_parameters(kSha256, "0500"), "300D06096086480165030402010500"},
-        {with_parameters(kSha1, "0500"), "300906052B0E03021A0500"},
-        {with_parameters("1.2.3.4", "0C0141"), "300806032A03040C0141"},
-    };
-    for (const auto& row : rows) {
-        const CBlob der = row.value.encode();
-        EXPECT_EQ(to_hex(der), row.der);
-        EXPECT_EQ(through_x509_algor(der), row.der);
+    using Row = std::pair<CAlgorithmIdentifier, const char*>;
+    for (const auto& [value, expected] :
+         {Row{CAlgorithmIdentifier(kSha256), "300B0609608648016503040201"},
+          Row{with_parameters(kSha256, "0500"), "300D06096086480165030402010500"},
+          Row{with_parameters(kSha1, "0500"), "300906052B0E03021A0500"},
+          Row{with_parameters("1.2.3.4", "0C0141"), "300806032A03040C0141"}}) {
+        const CBlob der = value.encode();
+        EXPECT_EQ(to_hex(der), expected);
+        EXPECT_EQ(through_x509_algor(der), expected);
         CAlgorithmIdentifier back;
         back.decode(der);
-        EXPECT_TRUE(back == row.value) << row.der;
+        EXPECT_TRUE(back == value) << expected;
     }
 }
 

@@ -22,20 +22,16 @@ int sign(int value) {
 }
 
 TEST(BigInteger, ComparesByValueAndKeepsTheReversedOrderOfLongNegatives) {
-    struct {
-        const char* a;
-        const char* b;
-        int order;
-    } const rows[] = {
-        {"", "", 0},           {"01", "", 1},          {"00", "", 1},     {"FF", "", -1},
-        {"", "80", 1},         {"", "00", -1},         {"05", "05", 0},   {"05", "06", -1},
-        {"FF", "00", -1},      {"00", "FF", 1},        {"0001", "01", 0}, {"000005", "05", 0},
-        {"FFFF80", "80", 0},   {"0080", "7F", 1},      {"0100", "FF", 1}, {"FF7F", "80", 1},
-        {"FF0000", "FF00", 1}, {"FF00", "FF0000", -1}, {"FE", "FF", -1},  {"00", "0000", 0},
-        {"FF", "FFFF", 0},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(sign(number(row.a).compare(number(row.b))), row.order) << row.a << " " << row.b;
+    using Row = std::tuple<const char*, const char*, int>;
+    for (const auto& [a, b, order] :
+         {Row{"", "", 0},         Row{"01", "", 1},         Row{"00", "", 1},
+          Row{"FF", "", -1},      Row{"", "80", 1},         Row{"", "00", -1},
+          Row{"05", "05", 0},     Row{"05", "06", -1},      Row{"FF", "00", -1},
+          Row{"00", "FF", 1},     Row{"0001", "01", 0},     Row{"000005", "05", 0},
+          Row{"FFFF80", "80", 0}, Row{"0080", "7F", 1},     Row{"0100", "FF", 1},
+          Row{"FF7F", "80", 1},   Row{"FF0000", "FF00", 1}, Row{"FF00", "FF0000", -1},
+          Row{"FE", "FF", -1},    Row{"00", "0000", 0},     Row{"FF", "FFFF", 0}}) {
+        EXPECT_EQ(sign(number(a).compare(number(b))), order) << a << " " << b;
     }
     EXPECT_TRUE(number("000005") == number("05"));
     EXPECT_TRUE(number("04") < number("05"));
@@ -91,27 +87,18 @@ TEST(BigInteger, AbsOnlyClearsTheTopBit) {
 }
 
 TEST(BigInteger, EncodesAsOpenSSLReadsItAndDecodesBack) {
-    struct {
-        const char* value;
-        const char* der;
-        const char* decoded;
-    } const rows[] = {
-        {"00", "020100", "00"},
-        {"05", "020105", "05"},
-        {"0080", "02020080", "0080"},
-        {"80", "020180", "80"},
-        {"FF", "0201FF", "FF"},
-        {"000005", "020105", "05"},
-        {"FFFF80", "020180", "80"},
-        {"0102030405060708090A", "020A0102030405060708090A", "0102030405060708090A"},
-    };
-    for (const auto& row : rows) {
-        const CBlob der = number(row.value).encode();
-        EXPECT_EQ(to_hex(der), row.der) << row.value;
-        EXPECT_EQ(THROUGH_OPENSSL(ASN1_INTEGER, der), row.der);
+    using Row = std::tuple<const char*, const char*, const char*>;
+    for (const auto& [value, expected, decoded] :
+         {Row{"00", "020100", "00"}, Row{"05", "020105", "05"}, Row{"0080", "02020080", "0080"},
+          Row{"80", "020180", "80"}, Row{"FF", "0201FF", "FF"}, Row{"000005", "020105", "05"},
+          Row{"FFFF80", "020180", "80"},
+          Row{"0102030405060708090A", "020A0102030405060708090A", "0102030405060708090A"}}) {
+        const CBlob der = number(value).encode();
+        EXPECT_EQ(to_hex(der), expected) << value;
+        EXPECT_EQ(THROUGH_OPENSSL(ASN1_INTEGER, der), expected);
         CBigInteger back;
         back.decode(der);
-        EXPECT_EQ(to_hex(back), row.decoded);
+        EXPECT_EQ(to_hex(back), decoded);
     }
 }
 
@@ -127,18 +114,14 @@ TEST(BigInteger, RefusedEncodingsLeaveTheValue) {
 }
 
 TEST(BigIntegerText, OddDigitsAreFilledUpOnlyBehindAZero) {
-    struct {
-        const char* text;
-        const char* bytes;
-    } const rows[] = {
-        {"0x0", "00"},    {"0x012", "0012"},  {"0x123", "12"}, {"0x00AB", "00AB"},
-        {"0xab", "AB"},   {"0xG1", ""},       {"0x1 2", ""},   {"0x12 34", "1234"},
-        {"0x12zz", "12"}, {"0x1234", "1234"},
-    };
-    for (const auto& row : rows) {
+    using Row = std::pair<const char*, const char*>;
+    for (const auto& [text, bytes] :
+         {Row{"0x0", "00"}, Row{"0x012", "0012"}, Row{"0x123", "12"}, Row{"0x00AB", "00AB"},
+          Row{"0xab", "AB"}, Row{"0xG1", ""}, Row{"0x1 2", ""}, Row{"0x12 34", "1234"},
+          Row{"0x12zz", "12"}, Row{"0x1234", "1234"}}) {
         CBigInteger value = number("77");
-        StringToBigInteger(row.text, value);
-        EXPECT_EQ(to_hex(value), row.bytes) << row.text;
+        StringToBigInteger(text, value);
+        EXPECT_EQ(to_hex(value), bytes) << text;
     }
     CBigInteger kept = number("77");
     for (const char* text : {"", "0x", "12", "123", "0X12", "x012"}) {

@@ -19,26 +19,20 @@ CBlob digest(const CBlob& data, const EVP_MD* algorithm) {
 
 TEST(CertificateIdentification, HashesAsOpenSSLDoes) {
     const CBlob data = from_hex("010203");
-    struct {
-        const char* oid;
-        const EVP_MD* algorithm;
-    } const rows[] = {
-        {kSha1, EVP_sha1()}, {kSha256, EVP_sha256()}, {"2.16.840.1.101.3.4.2.3", EVP_sha512()}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(to_hex(CalculateCertificateHash(data.pbData(), 3, row.oid)),
-                  to_hex(digest(data, row.algorithm)));
+    using Row = std::pair<const char*, const EVP_MD*>;
+    for (const auto& [oid, algorithm] : {Row{kSha1, EVP_sha1()}, Row{kSha256, EVP_sha256()},
+                                         Row{"2.16.840.1.101.3.4.2.3", EVP_sha512()}}) {
+        EXPECT_EQ(to_hex(CalculateCertificateHash(data.pbData(), 3, oid)),
+                  to_hex(digest(data, algorithm)));
     }
 }
 
 TEST(CertificateIdentification, TakesIssuerAndSerialFromTheCertificatesOwnBytes) {
-    struct {
-        const char* serial;
-        const char* octets;
-    } const rows[] = {
-        {"01", "01"}, {"80", "0080"}, {"0102030405060708090A", "0102030405060708090A"}};
-    for (const auto& row : rows) {
-        const CIssuerSerial id = GetIssuerSerialFromCertificate(make_certificate(row.serial));
-        EXPECT_EQ(to_hex(id.get_serialNumber()), row.octets);
+    using Row = std::pair<const char*, const char*>;
+    for (const auto& [serial, octets] : {Row{"01", "01"}, Row{"80", "0080"},
+                                         Row{"0102030405060708090A", "0102030405060708090A"}}) {
+        const CIssuerSerial id = GetIssuerSerialFromCertificate(make_certificate(serial));
+        EXPECT_EQ(to_hex(id.get_serialNumber()), octets);
         ASSERT_EQ(id.get_issuer().size(), 1u);
         EXPECT_STREQ(id.get_issuer().front().toString().c_str(), L"directoryName: CN=Test,C=RU");
     }

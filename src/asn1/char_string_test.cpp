@@ -9,26 +9,19 @@ namespace Halcyon::ASN1 {
 namespace {
 
 TEST(CharString, RoundTripsInEachType) {
-    struct {
-        StringType type;
-        const wchar_t* text;
-        const char* der;
-    } const rows[] = {
-        {stringTypeUTF8, L"", "0C00"},
-        {stringTypeUTF8, L"A\x0416\x1F600", "0C0741D096F09F9880"},
-        {stringTypePrintable, L"RU", "13025255"},
-        {stringTypePrintable, L"a@\x0416", "13046140D096"},
-        {stringTypeTeletex, L"x", "140178"},
-        {stringTypeIA5, L"a@b", "1603614062"},
-        {stringTypeBMP, L"A\x0416", "1E0400410416"},
-        {stringTypeBMP, L"", "1E00"},
-        {stringTypeUniversal, L"A\x0416", "1C080000004100000416"},
-        {stringTypeUniversal, L"", "1C00"},
-    };
-    for (const auto& row : rows) {
-        const CBlob der = encodeCharString(row.text, row.type);
-        EXPECT_EQ(to_hex(der), row.der);
-        EXPECT_STREQ(decodeCharString(der).c_str(), row.text) << row.der;
+    using Row = std::tuple<StringType, const wchar_t*, const char*>;
+    for (const auto& [type, text, expected] :
+         {Row{stringTypeUTF8, L"", "0C00"},
+          Row{stringTypeUTF8, L"A\x0416\x1F600", "0C0741D096F09F9880"},
+          Row{stringTypePrintable, L"RU", "13025255"},
+          Row{stringTypePrintable, L"a@\x0416", "13046140D096"},
+          Row{stringTypeTeletex, L"x", "140178"}, Row{stringTypeIA5, L"a@b", "1603614062"},
+          Row{stringTypeBMP, L"A\x0416", "1E0400410416"}, Row{stringTypeBMP, L"", "1E00"},
+          Row{stringTypeUniversal, L"A\x0416", "1C080000004100000416"},
+          Row{stringTypeUniversal, L"", "1C00"}}) {
+        const CBlob der = encodeCharString(text, type);
+        EXPECT_EQ(to_hex(der), expected);
+        EXPECT_STREQ(decodeCharString(der).c_str(), text) << expected;
     }
 }
 

@@ -54,15 +54,13 @@ TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
         unsigned int flags;
         const char* der;
         unsigned int read;
-    } const rows[] = {
-        {0x1, "300481020780", 0x1},
-        {0x2, "300481020640", 0x2},
-        {0x100, "30058103070080", 0x100},
-        {0x8000, "30058103000001", 0x8000},
-        {0x10000, "3003810100", 0},
-        {0x10002, "300481020640", 0x2},
-        {0, "3003810100", 0},
-    };
+    } const rows[] = {{0x1, "300481020780", 0x1},
+                      {0x2, "300481020640", 0x2},
+                      {0x100, "30058103070080", 0x100},
+                      {0x8000, "30058103000001", 0x8000},
+                      {0x10000, "3003810100", 0},
+                      {0x10002, "300481020640", 0x2},
+                      {0, "3003810100", 0}};
     for (const auto& row : rows) {
         CDistributionPoint point;
         const CReasonFlags flags(row.flags);

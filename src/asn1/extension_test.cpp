@@ -20,22 +20,19 @@ std::string through_x509_extensions(const CBlob& der) {
 }
 
 TEST(Extension, RoundTripsInOpenSSLsEncoding) {
-    struct {
-        CExtension value;
-        const char* der;
-    } const rows[] = {
-        {unknown("0500", false), "300906032A030404020500"},
-        {unknown("0500", true), "300C06032A03040101FF04020500"},
-        {unknown("", true), "300A06032A03040101FF0400"},
-        {CExtension(CExtCRLReason(crlReasonKeyCompromise), false), "300A0603551D1504030A0101"},
-    };
-    for (const auto& row : rows) {
-        const CBlob der = row.value.encode();
-        EXPECT_EQ(to_hex(der), row.der);
-        EXPECT_EQ(THROUGH_OPENSSL(X509_EXTENSION, der), row.der);
+    using Row = std::pair<CExtension, const char*>;
+    for (const auto& [value, expected] :
+         {Row{unknown("0500", false), "300906032A030404020500"},
+          Row{unknown("0500", true), "300C06032A03040101FF04020500"},
+          Row{unknown("", true), "300A06032A03040101FF0400"},
+          Row{CExtension(CExtCRLReason(crlReasonKeyCompromise), false),
+              "300A0603551D1504030A0101"}}) {
+        const CBlob der = value.encode();
+        EXPECT_EQ(to_hex(der), expected);
+        EXPECT_EQ(THROUGH_OPENSSL(X509_EXTENSION, der), expected);
         CExtension back;
         back.decode(der);
-        EXPECT_TRUE(back == row.value) << row.der;
+        EXPECT_TRUE(back == value) << expected;
     }
 }
 

@@ -36,16 +36,12 @@ TEST(Name, TextAndEncodingGoBothWays) {
 
 TEST(Name, IsWhatOpenSSLBuildsFromTheSameParts) {
     X509_NAME* const made = X509_NAME_new();
-    struct {
-        const char* field;
-        int type;
-        const char* value;
-    } const parts[] = {{"C", MBSTRING_ASC, "RU"},
-                       {"O", V_ASN1_UTF8STRING, "Org"},
-                       {"CN", V_ASN1_UTF8STRING, "Test"}};
-    for (const auto& part : parts) {
-        X509_NAME_add_entry_by_txt(made, part.field, part.type,
-                                   reinterpret_cast<const unsigned char*>(part.value), -1, -1, 0);
+    using Row = std::tuple<const char*, int, const char*>;
+    for (const auto& [field, type, value] :
+         {Row{"C", MBSTRING_ASC, "RU"}, Row{"O", V_ASN1_UTF8STRING, "Org"},
+          Row{"CN", V_ASN1_UTF8STRING, "Test"}}) {
+        X509_NAME_add_entry_by_txt(made, field, type, reinterpret_cast<const unsigned char*>(value),
+                                   -1, -1, 0);
     }
     const CBlob der = written_by_openssl(made, i2d_X509_NAME);
     X509_NAME_free(made);
@@ -168,30 +164,28 @@ TEST(AttributeTypeRegister, HoldsTheTypesInOrderWithTheirStringTypes) {
         const wchar_t* keyword;
         const char* oid;
         const char* tag;
-    } const rows[] = {
-        {L"CN", "2.5.4.3", "0C"},
-        {L"C", "2.5.4.6", "13"},
-        {L"L", "2.5.4.7", "0C"},
-        {L"ST", "2.5.4.8", "0C"},
-        {L"E", "1.2.840.113549.1.9.1", "16"},
-        {L"O", "2.5.4.10", "0C"},
-        {L"OU", "2.5.4.11", "0C"},
-        {L"T", "2.5.4.12", "0C"},
-        {L"GN", "2.5.4.42", "0C"},
-        {L"I", "2.5.4.43", "0C"},
-        {L"SN", "2.5.4.4", "0C"},
-        {L"PS", "2.5.4.65", "0C"},
-        {L"OGRN", "1.2.643.100.1", "0C"},
-        {L"OGRNIP", "1.2.643.100.5", "0C"},
-        {L"SNILS", "1.2.643.100.3", "0C"},
-        {L"INNLE", "1.2.643.100.4", "0C"},
-        {L"INN", "1.2.643.3.131.1.1", "0C"},
-        {L"STREET", "2.5.4.9", "0C"},
-        {L"DC", "0.9.2342.19200300.100.1.25", "16"},
-        {L"UnstructuredName", "1.2.840.113549.1.9.2", "0C"},
-        {L"PostalCode", "2.5.4.17", "0C"},
-        {L"SERIALNUMBER", "2.5.4.5", "13"},
-    };
+    } const rows[] = {{L"CN", "2.5.4.3", "0C"},
+                      {L"C", "2.5.4.6", "13"},
+                      {L"L", "2.5.4.7", "0C"},
+                      {L"ST", "2.5.4.8", "0C"},
+                      {L"E", "1.2.840.113549.1.9.1", "16"},
+                      {L"O", "2.5.4.10", "0C"},
+                      {L"OU", "2.5.4.11", "0C"},
+                      {L"T", "2.5.4.12", "0C"},
+                      {L"GN", "2.5.4.42", "0C"},
+                      {L"I", "2.5.4.43", "0C"},
+                      {L"SN", "2.5.4.4", "0C"},
+                      {L"PS", "2.5.4.65", "0C"},
+                      {L"OGRN", "1.2.643.100.1", "0C"},
+                      {L"OGRNIP", "1.2.643.100.5", "0C"},
+                      {L"SNILS", "1.2.643.100.3", "0C"},
+                      {L"INNLE", "1.2.643.100.4", "0C"},
+                      {L"INN", "1.2.643.3.131.1.1", "0C"},
+                      {L"STREET", "2.5.4.9", "0C"},
+                      {L"DC", "0.9.2342.19200300.100.1.25", "16"},
+                      {L"UnstructuredName", "1.2.840.113549.1.9.2", "0C"},
+                      {L"PostalCode", "2.5.4.17", "0C"},
+                      {L"SERIALNUMBER", "2.5.4.5", "13"}};
     auto entry = CATAVRegister::registered_.cbegin();
     for (const auto& row : rows) {
         ASSERT_NE(entry, CATAVRegister::registered_.cend());

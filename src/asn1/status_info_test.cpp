@@ -9,26 +9,16 @@ namespace Halcyon::ASN1 {
 namespace {
 
 TEST(FailureInfo, GoesOutWithoutTrailingZeroBits) {
-    struct {
-        unsigned int value;
-        const char* der;
-    } const rows[] = {
-        {0, "030100"},
-        {1, "03020780"},
-        {1u << 2, "03020520"},
-        {0x5, "030205A0"},
-        {1u << 8, "0303070080"},
-        {1u << 15, "0303000001"},
-        {1u << 25, "03050600000040"},
-        {0x03FFFFFF, "030506FFFFFFC0"},
-        {1u << 31, "03050000000001"},
-    };
-    for (const auto& row : rows) {
-        const CPKIFailureInfo info(row.value);
-        EXPECT_EQ(to_hex(info.encode()), row.der);
+    using Row = std::pair<unsigned int, const char*>;
+    for (const auto& [value, der] :
+         {Row{0, "030100"}, Row{1, "03020780"}, Row{1u << 2, "03020520"}, Row{0x5, "030205A0"},
+          Row{1u << 8, "0303070080"}, Row{1u << 15, "0303000001"}, Row{1u << 25, "03050600000040"},
+          Row{0x03FFFFFF, "030506FFFFFFC0"}, Row{1u << 31, "03050000000001"}}) {
+        const CPKIFailureInfo info(value);
+        EXPECT_EQ(to_hex(info.encode()), der);
         CPKIFailureInfo back(0xFFFFFFFF);
-        back.decode(from_hex(row.der));
-        EXPECT_TRUE(back == info) << row.der;
+        back.decode(from_hex(der));
+        EXPECT_TRUE(back == info) << der;
     }
     CPKIFailureInfo kept(4);
     EXPECT_CODE(0x80093101u, kept.decode(from_hex("0306070000000080")));

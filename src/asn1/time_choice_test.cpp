@@ -24,24 +24,20 @@ TEST(TimeChoice, KindFollowsTheYearUpTo2049) {
 }
 
 TEST(TimeChoice, RoundTripsInTheFormThatOpenSSLWrites) {
-    struct {
-        CDateTime date;
-        const char* der;
-    } const rows[] = {
-        {CDateTime(1970, 1, 1, 0, 0, 0, 0, 0), "170D3730303130313030303030305A"},
-        {CDateTime(2024, 2, 29, 13, 5, 59, 0, 0), "170D3234303232393133303535395A"},
-        {CDateTime(2049, 12, 31, 23, 59, 59, 0, 0), "170D3439313233313233353935395A"},
-        {CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), "180F32303530303130313030303030305A"},
-    };
-    for (const auto& row : rows) {
-        const CBlob der = choice_of(row.date).encode();
-        EXPECT_EQ(to_hex(der), row.der);
-        ASN1_TIME* const time = ASN1_TIME_set(nullptr, row.date.getTime());
-        EXPECT_EQ(to_hex(written_by_openssl(time, i2d_ASN1_TIME)), row.der);
+    using Row = std::pair<CDateTime, const char*>;
+    for (const auto& [date, expected] :
+         {Row{CDateTime(1970, 1, 1, 0, 0, 0, 0, 0), "170D3730303130313030303030305A"},
+          Row{CDateTime(2024, 2, 29, 13, 5, 59, 0, 0), "170D3234303232393133303535395A"},
+          Row{CDateTime(2049, 12, 31, 23, 59, 59, 0, 0), "170D3439313233313233353935395A"},
+          Row{CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), "180F32303530303130313030303030305A"}}) {
+        const CBlob der = choice_of(date).encode();
+        EXPECT_EQ(to_hex(der), expected);
+        ASN1_TIME* const time = ASN1_TIME_set(nullptr, date.getTime());
+        EXPECT_EQ(to_hex(written_by_openssl(time, i2d_ASN1_TIME)), expected);
         ASN1_TIME_free(time);
         CTimeChoice back;
         back.decode(der);
-        EXPECT_EQ(*back.get_time(), row.date);
+        EXPECT_EQ(*back.get_time(), date);
     }
 }
 

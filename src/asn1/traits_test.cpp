@@ -303,8 +303,7 @@ TEST(OutOfMemory, RecordsAndTextsAreRefusedByTheirOwnCode) {
              const char* record = nullptr;
              ASN1UTF8String_traits::set(c, record, L"text");
          },
-         kNoMemory},
-    };
+         kNoMemory}};
     for (const auto& row : rows) {
         const auto codes = codes_without_memory([&] {
             ctxt_handle context;
