@@ -9,14 +9,19 @@ import subprocess
 
 from cffi import FFI
 
+# What the library tells of one by one, and the type of it.
+TOLD = {
+    "algorithm": "chronoseal_hash_algorithm", "authority": "chronoseal_authority",
+    "diagnosis": "chronoseal_diagnosis", "line": "chronoseal_manifest_line", "problem": "char",
+    "root": "chronoseal_trusted_root", "setting": "chronoseal_setting", "store": "chronoseal_store",
+}
 # Functions of Python that the library calls.
 CALLBACKS = """
 extern "Python" int chronoseal_python_progress(void* user, uint64_t done, uint64_t total);
 extern "Python" int chronoseal_python_next(void* user, chronoseal_item* item);
 extern "Python" int chronoseal_python_done(void* user, const chronoseal_batch_result* result);
-extern "Python" int chronoseal_python_setting(void* user, const chronoseal_setting* setting);
-extern "Python" int chronoseal_python_diagnosis(void* user, const chronoseal_diagnosis* diagnosis);
-"""
+""" + "".join(f'extern "Python" int chronoseal_python_{name}(void* user, const {kind}* {name});\n'
+              for name, kind in TOLD.items())
 
 
 def pkg_config(*arguments: str) -> "list[str]":

@@ -14,26 +14,34 @@ A `str` or `os.PathLike` names a file, `bytes` are data themselves. Times are in
 """
 
 from ._memory import Data, Sources
-from .digest import Digest, Hasher, Item
+from .authenticode_stamp import AuthenticodeStamp, authenticode
+from .cms_signature import AUTHENTICODE_TIME_STAMP, SIGNATURE_TIME_STAMP, CmsSignature
+from .digest import Digest, HashAlgorithm, Hasher, Item, hash_algorithms
 from .error import Category, Error
 from .evidence_record import ArchiveStamp, EvidenceInfo, EvidenceRecord
-from .evidence_tree import EvidenceTree, HashRenewal, ManifestTree, StampRenewal
+from .evidence_tree import EvidenceTree, HashRenewal, StampRenewal
 from .evidence_verifier import EvidenceStrength, EvidenceVerdict, EvidenceVerifier, JudgedStamp
 from .extension import Extension, attach, extend
-from .inspection import Embedded, Inspection, inspect
-from .machine import Diagnosis, MachinePolicy, Setting, Severity, diagnose, policy, version
-from .sealer import Authority, BatchResult, BatchSummary, Sealer
-from .stamp import Algorithm, Certificate, Remark, Stamp, StampInfo, TokenInfo
+from .inspection import Embedded, Inspection, inspect, rewrap
+from .machine import (Diagnosis, MachinePolicy, Place, Setting, SettingState, Severity, Store, TrustedRoot, diagnose,
+                      distrust_root, policy, trust_root, trusted_roots, version)
+from .manifest import ManifestInfo, ManifestLine, ManifestReader, ManifestTree, OnLine, manifest_line, read_manifest
+from .sealer import Authorities, Authority, BatchResult, BatchSummary, Sealer, configured_authorities
+from .stamp import Algorithm, Attribute, Certificate, Field, Remark, Signature, Stamp, StampInfo, TokenInfo
 from .stop import Progress, Stop
-from .verifier import (ChainLink, Evidence, Finding, Outcome, Revocation, RevocationState, Strength, Verdict,
-                       Verifier)
+from .verifier import (Age, ChainLink, Evidence, Finding, Outcome, Outlook, Revocation, RevocationState, Strength,
+                       Verdict, Verifier)
 
 __all__ = [
-    "Algorithm", "ArchiveStamp", "Authority", "BatchResult", "BatchSummary", "Category", "Certificate", "ChainLink",
-    "Data", "Diagnosis", "Digest", "Embedded", "Error", "Evidence", "EvidenceInfo", "EvidenceRecord",
-    "EvidenceStrength", "EvidenceTree", "EvidenceVerdict", "EvidenceVerifier", "Extension", "Finding", "HashRenewal",
-    "Hasher", "Inspection", "Item", "JudgedStamp", "MachinePolicy", "ManifestTree", "Outcome", "Progress", "Remark",
-    "Revocation", "RevocationState", "Sealer", "Setting", "Severity", "Sources", "Stamp", "StampInfo", "StampRenewal",
-    "Stop", "Strength", "TokenInfo", "Verdict", "Verifier", "attach", "diagnose", "extend", "inspect", "policy",
-    "version",
+    "AUTHENTICODE_TIME_STAMP", "Age", "Algorithm", "ArchiveStamp", "Attribute", "AuthenticodeStamp", "Authorities",
+    "Authority", "BatchResult", "BatchSummary", "Category", "Certificate", "ChainLink", "CmsSignature", "Data",
+    "Diagnosis", "Digest", "Embedded", "Error", "Evidence", "EvidenceInfo", "EvidenceRecord", "EvidenceStrength",
+    "EvidenceTree", "EvidenceVerdict", "EvidenceVerifier", "Extension", "Field", "Finding", "HashAlgorithm",
+    "HashRenewal", "Hasher", "Inspection", "Item", "JudgedStamp", "MachinePolicy", "ManifestInfo", "ManifestLine",
+    "ManifestReader", "ManifestTree", "OnLine", "Outcome", "Outlook", "Place", "Progress", "Remark", "Revocation",
+    "RevocationState", "SIGNATURE_TIME_STAMP", "Sealer", "Setting", "SettingState", "Severity", "Signature",
+    "Sources", "Stamp", "StampInfo", "StampRenewal", "Stop", "Store", "Strength", "TokenInfo", "TrustedRoot",
+    "Verdict", "Verifier", "attach", "authenticode", "configured_authorities", "diagnose", "distrust_root",
+    "extend", "hash_algorithms", "inspect", "manifest_line", "policy", "read_manifest", "rewrap", "trust_root",
+    "trusted_roots", "version",
 ]

@@ -4,14 +4,14 @@ from __future__ import annotations
 
 import datetime
 import os
-from typing import Any, List, Optional, Sequence, Union
+from typing import Any, Iterable, List, Optional, Union
 
 from ._native import ffi
 
 #: A file by its name, or bytes.
 Data = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview]
 #: One or several files or bytes with certificates, revocation lists or answers.
-Sources = Union[Data, Sequence[Data]]
+Sources = Union[Data, Iterable[Data]]
 
 _EPOCH = datetime.datetime(1970, 1, 1, tzinfo=datetime.timezone.utc)
 _MICROSECOND = datetime.timedelta(microseconds=1)
@@ -35,8 +35,11 @@ class Arena:
             return ffi.NULL
         return self._terminated(text.encode("utf-8"))
 
-    def path(self, path: Union[str, "os.PathLike[str]", None]) -> Any:
-        return ffi.NULL if path is None else self._terminated(os.fsencode(path))
+    def path(self, path: Union[str, "os.PathLike[str]"]) -> Any:
+        return self._terminated(os.fsencode(path))
+
+    def path_if_any(self, path: Union[str, "os.PathLike[str]", None]) -> Any:
+        return ffi.NULL if path is None else self.path(path)
 
     def _terminated(self, encoded: bytes) -> Any:
         if b"\0" in encoded:
@@ -53,7 +56,7 @@ class Arena:
         return struct
 
     def sources(self, sources: Sources) -> Any:
-        all_of_them: Sequence[Data] = [sources] if isinstance(sources, (*BYTES, str, os.PathLike)) else sources
+        all_of_them = [sources] if isinstance(sources, (*BYTES, str, os.PathLike)) else list(sources)
         array = self.keep(ffi.new("chronoseal_source[]", len(all_of_them)))
         for place, source in zip(array, all_of_them):
             if isinstance(source, BYTES):

@@ -4,13 +4,13 @@ from __future__ import annotations
 
 import dataclasses
 import os
-from typing import Any, Optional, Union
+from typing import Any, Optional, Tuple, Union
 
 from ._memory import BYTES, Arena, Data, text_of
 from ._native import ffi, lib
 from .error import call
-from .handle import Handle
-from .stop import Progress, Stop, Watch
+from .handle import Exclusive, made
+from .stop import Progress, Stop, Watch, collected
 
 
 @dataclasses.dataclass(frozen=True)
@@ -51,28 +51,38 @@ def digest_of(struct: Any) -> Digest:
     return Digest(text_of(struct.algorithm), bytes(ffi.buffer(struct.value, struct.size)))
 
 
-class Hasher(Handle):
-    """A running hash, for data that comes in pieces. Belongs to one thread at a time."""
+class Hasher(Exclusive):
+    """A running hash, for data that comes in pieces. Threads wait for each other."""
 
     def __init__(self, algorithm: str = "SHA-256") -> None:
-        arena = Arena()
-        place = ffi.new("chronoseal_hasher**")
-        call(lib.chronoseal_hasher_new, arena.text(algorithm), place)
-        self._handle = ffi.gc(place[0], _free)
+        super().__init__(made("chronoseal_hasher", lib.chronoseal_hasher_new, Arena().text(algorithm)))
 
     def update(self, data: Union[bytes, bytearray, memoryview]) -> None:
         buffer = ffi.from_buffer(data)
-        call(lib.chronoseal_hasher_update, self._handle, buffer, len(buffer))
+        self._call(lib.chronoseal_hasher_update, buffer, len(buffer))
 
     def finish(self) -> Digest:
         """Ends the hash."""
         out = ffi.new("chronoseal_digest*")
-        call(lib.chronoseal_hasher_finish, self._handle, out)
+        self._call(lib.chronoseal_hasher_finish, out)
         return digest_of(out)
 
 
-def _free(handle: Any) -> None:
-    lib.chronoseal_hasher_free(ffi.new("chronoseal_hasher**", handle))
+@dataclasses.dataclass(frozen=True)
+class HashAlgorithm:
+    """A hash algorithm that this machine can compute."""
+
+    name: str  #: "SHA-256"
+    oid: str
+    size: int  #: of a digest, in bytes
+    weak: bool  #: collisions can be made, so a new stamp proves little
+
+
+def hash_algorithms() -> Tuple[HashAlgorithm, ...]:
+    """All that this machine can compute, strongest use first."""
+    return tuple(collected(
+        lambda one: HashAlgorithm(text_of(one.name), text_of(one.oid), one.size, one.weak != 0),
+        lib.chronoseal_hash_algorithms, lib.chronoseal_python_algorithm))
 
 
 #: What a stamp is asked for or compared with.

@@ -4,13 +4,15 @@ from __future__ import annotations
 
 import dataclasses
 import os
-from typing import Any, Tuple, Union
+from typing import Any, Optional, Tuple, Union
 
-from ._memory import BYTES, Arena, Data, bytes_of, text_of
+from ._memory import Data, bytes_of, text_of
 from ._native import ffi, lib
+from .digest import Digest, digest_of
 from .error import call
-from .handle import Handle
-from .stamp import Algorithm, Stamp, algorithm_of, copy_of
+from .handle import Unchanging, made
+from .stamp import Algorithm, Stamp, algorithm_of, copy_of, read_or_load
+from .stop import Progress, Stop, Watch
 
 
 @dataclasses.dataclass(frozen=True)
@@ -32,20 +34,13 @@ class EvidenceInfo:
     encrypted: bool  #: the object was encrypted before it was stamped
 
 
-class EvidenceRecord(Handle):
+class EvidenceRecord(Unchanging):
     """Time-stamps, each over the one before, and the way from an object's hash to the first of them. Doesn't change;
     any thread may use it."""
 
     def __init__(self, data: Data) -> None:
         """Reads a record, DER, PEM or Base64: bytes, or a file by its name. Nothing is verified."""
-        arena = Arena()
-        place = ffi.new("chronoseal_evidence_record**")
-        if isinstance(data, BYTES):
-            buffer = arena.bytes(data)
-            call(lib.chronoseal_evidence_record_read, buffer, len(buffer), place)
-        else:
-            call(lib.chronoseal_evidence_record_read_file, arena.path(data), place)
-        self._handle = ffi.gc(place[0], _free)
+        self._handle = read_or_load("chronoseal_evidence_record", data)
 
     @staticmethod
     def of_stamp(stamp: Stamp) -> EvidenceRecord:
@@ -54,8 +49,9 @@ class EvidenceRecord(Handle):
 
     @property
     def info(self) -> EvidenceInfo:
+        handle = self._handle  # owns what is read below, whatever another thread closes
         place = ffi.new("chronoseal_evidence_record_info**")
-        call(lib.chronoseal_evidence_record_get_info, self._handle, place)
+        call(lib.chronoseal_evidence_record_get_info, handle, place)
         info = place[0]
         stamps = (info.stamps[i] for i in range(info.stamp_count))
         return EvidenceInfo(
@@ -67,21 +63,33 @@ class EvidenceRecord(Handle):
     @property
     def der(self) -> bytes:
         """What to store."""
-        view = ffi.new("chronoseal_bytes*")
-        call(lib.chronoseal_evidence_record_der, self._handle, view)
+        handle, view = self._handle, ffi.new("chronoseal_bytes*")
+        call(lib.chronoseal_evidence_record_der, handle, view)
         return bytes_of(view)
 
     @property
     def data_algorithms(self) -> Tuple[str, ...]:
         """By which an object has to be hashed for a verification: one for each chain that uses another."""
-        names, count = ffi.new("char const* const**"), ffi.new("size_t*")
-        call(lib.chronoseal_evidence_record_data_algorithms, self._handle, names, count)
+        handle, names, count = self._handle, ffi.new("char const* const**"), ffi.new("size_t*")
+        call(lib.chronoseal_evidence_record_data_algorithms, handle, names, count)
         return tuple(text_of(names[0][i]) for i in range(count[0]))
 
     @property
     def renewal_algorithm(self) -> str:
         """That of the last chain, in which a renewal by a new stamp goes on."""
-        return self.info.stamps[-1].algorithm.name
+        handle, name = self._handle, ffi.new("char const**")
+        call(lib.chronoseal_evidence_record_renewal_algorithm, handle, name)
+        return text_of(name[0])
+
+    def digests_of(self, path: Union[str, "os.PathLike[str]"], *, progress: Optional[Progress] = None,
+                   stop: Optional[Stop] = None) -> Tuple[Digest, ...]:
+        """A file's hashes by all `data_algorithms`. It is read once."""
+        watch = Watch(progress, stop)
+        room = len(self.data_algorithms)
+        out, count = ffi.new("chronoseal_digest[]", room), ffi.new("size_t*")
+        name, handle = watch.arena.path(path), self._handle
+        watch.run(lambda: call(lib.chronoseal_evidence_record_hash_file, handle, name, watch.control, out, room, count))
+        return tuple(digest_of(out[i]) for i in range(count[0]))
 
     def save(self, path: Union[str, "os.PathLike[str]"]) -> None:
         """Writes the record to a file, which must not be there yet."""
@@ -94,15 +102,17 @@ class EvidenceRecord(Handle):
     def __hash__(self) -> int:
         return hash(self.der)
 
-
-def _free(handle: Any) -> None:
-    lib.chronoseal_evidence_record_free(ffi.new("chronoseal_evidence_record**", handle))
+    def __reduce__(self) -> Any:
+        return EvidenceRecord, (self.der,)
 
 
 def made_by(function: Any, *arguments: Any) -> EvidenceRecord:
     """The record that the function of the library makes."""
-    place = ffi.new("chronoseal_evidence_record**")
-    call(function, *arguments, place)
+    return record_of(made("chronoseal_evidence_record", function, *arguments))
+
+
+def record_of(handle: Any) -> EvidenceRecord:
+    """The record behind an owned handle."""
     record = EvidenceRecord.__new__(EvidenceRecord)
-    record._handle = ffi.gc(place[0], _free)
+    record._handle = handle
     return record

@@ -2,166 +2,137 @@
 
 from __future__ import annotations
 
-import os
-from typing import Any, Optional, Sequence, Union
+from typing import Any, Iterable, Tuple, Union
 
-from ._memory import Arena
+from ._memory import Arena, bytes_of
 from ._native import ffi, lib
 from .digest import Digest, digest_of
 from .error import call
-from .evidence_record import EvidenceRecord, made_by
-from .handle import Handle
+from .evidence_record import EvidenceRecord, record_of
+from .handle import Exclusive, made
 from .stamp import Stamp
-from .stop import Progress, Stop, Watch
 
 
-def digests_in_memory(arena: Arena, digests: Sequence[Digest]) -> Any:
-    """The library's array."""
-    array = arena.keep(ffi.new("chronoseal_digest[]", len(digests)))
-    for i, digest in enumerate(digests):
+def digests_in_memory(arena: Arena, digests: Iterable[Digest]) -> Any:
+    """The library's array, which holds all that it needs."""
+    given = list(digests)
+    array = arena.keep(ffi.new("chronoseal_digest[]", len(given)))
+    for i, digest in enumerate(given):
         array[i] = digest.in_memory(arena)[0]
     return array
 
 
-def given_digest(function: Any, handle: Any) -> Digest:
-    """The digest that the function of the library gives."""
-    out = ffi.new("chronoseal_digest*")
-    call(function, handle, out)
-    return digest_of(out)
+def bytes_in_memory(arena: Arena, all_of_them: Iterable[bytes]) -> Any:
+    """The library's array; the arena keeps what it leads to."""
+    given = [arena.bytes(one) for one in all_of_them]
+    array = arena.keep(ffi.new("chronoseal_bytes[]", len(given)))
+    for place, one in zip(array, given):
+        place.data, place.size = ffi.cast("unsigned char*", one), len(one)
+    return array
 
 
-class EvidenceTree(Handle):
+class Digesting(Exclusive):
+    """What comes to one hash that is to be stamped."""
+
+    def _digest(self, function: Any) -> Digest:
+        out = ffi.new("chronoseal_digest*")
+        self._call(function, out)
+        return digest_of(out)
+
+    def _record(self, function: Any, *arguments: Any) -> EvidenceRecord:
+        return record_of(self._made("chronoseal_evidence_record", function, *arguments))
+
+
+class EvidenceTree(Digesting):
     """Hashes under one root, the same for the same hashes in whatever order they are added; equal ones count once.
-    Belongs to one thread at a time."""
+    Threads wait for each other."""
 
     def __init__(self, algorithm: str = "SHA-256") -> None:
-        arena = Arena()
-        place = ffi.new("chronoseal_evidence_tree**")
-        call(lib.chronoseal_evidence_tree_new, arena.text(algorithm), place)
-        self._handle = ffi.gc(place[0], _free_tree)
+        super().__init__(made("chronoseal_evidence_tree", lib.chronoseal_evidence_tree_new, Arena().text(algorithm)))
+
+    def reserve(self, digests: int) -> None:
+        """Makes room for so many at once, which is only faster."""
+        self._call(lib.chronoseal_evidence_tree_reserve, digests)
 
     def add(self, digest: Digest) -> None:
         arena = Arena()
-        call(lib.chronoseal_evidence_tree_add, self._handle, digest.in_memory(arena))
+        self._call(lib.chronoseal_evidence_tree_add, digest.in_memory(arena))
 
-    def add_group(self, members: Sequence[Digest]) -> None:
+    def add_group(self, members: Iterable[Digest]) -> None:
         """Adds objects that belong together and are proved together, by one leaf."""
         arena = Arena()
-        call(lib.chronoseal_evidence_tree_add_group, self._handle, digests_in_memory(arena, members), len(members))
+        array = digests_in_memory(arena, members)
+        self._call(lib.chronoseal_evidence_tree_add_group, array, len(array))
 
     @property
     def size(self) -> int:
         """The number of leaves that are different. An `Error` with the word "tree_empty" if there is none."""
         out = ffi.new("uint64_t*")
-        call(lib.chronoseal_evidence_tree_size, self._handle, out)
+        self._call(lib.chronoseal_evidence_tree_size, out)
         return int(out[0])
 
     @property
     def root(self) -> Digest:
         """What is to be stamped for all leaves."""
-        return given_digest(lib.chronoseal_evidence_tree_root, self._handle)
+        return self._digest(lib.chronoseal_evidence_tree_root)
 
-    def record(self, objects: Union[Digest, Sequence[Digest]], stamp: Stamp) -> EvidenceRecord:
-        """That of an object, or of a group, under a stamp over the root."""
+    def path(self, leaf: Union[Digest, bytes]) -> Tuple[bytes, ...]:
+        """The hashes that stand beside the way from a leaf up to the root, to be kept with the leaf."""
+        value = leaf.value if isinstance(leaf, Digest) else leaf
+        buffer = ffi.from_buffer(value)
+        handle = self._made("chronoseal_hash_path", lib.chronoseal_evidence_tree_path, buffer, len(buffer))
+        hashes, count = ffi.new("chronoseal_bytes const**"), ffi.new("size_t*")
+        call(lib.chronoseal_hash_path_get, handle, hashes, count)
+        return tuple(bytes_of(hashes[0][i]) for i in range(count[0]))
+
+    def record(self, objects: Union[Digest, Iterable[Digest]], stamp: Stamp,
+               above: Iterable[bytes] = ()) -> EvidenceRecord:
+        """That of an object, or of a group, under a stamp over the root; or, with the `path` of this root in it, under a
+        stamp over a larger tree."""
         arena = Arena()
-        group = [objects] if isinstance(objects, Digest) else objects
-        return made_by(lib.chronoseal_evidence_tree_record, self._handle, digests_in_memory(arena, group), len(group),
-                       stamp._handle)
+        group = digests_in_memory(arena, [objects] if isinstance(objects, Digest) else objects)
+        hashes = bytes_in_memory(arena, above)
+        return self._record(lib.chronoseal_evidence_tree_record_below, group, len(group), stamp._handle, hashes,
+                            len(hashes))
 
 
-class ManifestTree(Handle):
-    """The tree of a list of hashes as `sha256sum` writes it: its lines' hashes, and that of the list itself, which so
-    proves all lines and their names. Belongs to one thread at a time."""
-
-    def __init__(self, path: Union[str, "os.PathLike[str]"], *, progress: Optional[Progress] = None,
-                 stop: Optional[Stop] = None) -> None:
-        """Reads the list."""
-        watch = Watch(progress, stop)
-        place = ffi.new("chronoseal_manifest_tree**")
-        name = watch.arena.path(path)
-        watch.run(lambda: call(lib.chronoseal_manifest_tree_new, name, watch.control, place))
-        self._handle = ffi.gc(place[0], _free_manifest)
-        digest, lines = ffi.new("chronoseal_digest*"), ffi.new("uint64_t*")
-        call(lib.chronoseal_manifest_tree_get_info, self._handle, digest, lines)
-        self.digest = digest_of(digest)  #: of the list's own bytes
-        self.lines = int(lines[0])
-
-    @property
-    def root(self) -> Digest:
-        """What is to be stamped for the list."""
-        return given_digest(lib.chronoseal_manifest_tree_root, self._handle)
-
-    def record(self, stamp: Stamp) -> EvidenceRecord:
-        """That of the list, under a stamp over the root."""
-        return made_by(lib.chronoseal_manifest_tree_record, self._handle, stamp._handle)
-
-    def prove(self, digest: Digest, record: EvidenceRecord) -> EvidenceRecord:
-        """The record of an object whose hash stands in a line, made of that of the list."""
-        arena = Arena()
-        return made_by(lib.chronoseal_manifest_tree_prove, self._handle, digest.in_memory(arena), record._handle)
-
-
-class StampRenewal(Handle):
+class StampRenewal(Digesting):
     """A renewal by a new stamp over the stamps of the last chain, before a certificate ends: `add` all records, have
-    `digest` stamped, take each record with the new stamp. Belongs to one thread at a time."""
+    `digest` stamped, take each record with the new stamp. Threads wait for each other."""
 
     def __init__(self, algorithm: str = "SHA-256") -> None:
         """`algorithm` is the records' `renewal_algorithm`."""
-        arena = Arena()
-        place = ffi.new("chronoseal_stamp_renewal**")
-        call(lib.chronoseal_stamp_renewal_new, arena.text(algorithm), place)
-        self._handle = ffi.gc(place[0], _free_stamp_renewal)
+        super().__init__(made("chronoseal_stamp_renewal", lib.chronoseal_stamp_renewal_new, Arena().text(algorithm)))
 
     def add(self, record: EvidenceRecord) -> None:
-        call(lib.chronoseal_stamp_renewal_add, self._handle, record._handle)
+        self._call(lib.chronoseal_stamp_renewal_add, record._handle)
 
     @property
     def digest(self) -> Digest:
         """What is to be stamped for all records."""
-        return given_digest(lib.chronoseal_stamp_renewal_digest, self._handle)
+        return self._digest(lib.chronoseal_stamp_renewal_digest)
 
     def renewed(self, record: EvidenceRecord, stamp: Stamp) -> EvidenceRecord:
-        return made_by(lib.chronoseal_stamp_renewal_renewed, self._handle, record._handle, stamp._handle)
+        return self._record(lib.chronoseal_stamp_renewal_renewed, record._handle, stamp._handle)
 
 
-class HashRenewal(Handle):
+class HashRenewal(Digesting):
     """A renewal by a new hash, before the old one is broken: a new chain over the objects and all that their records
-    held. Whether an object is the record's is for the caller to have verified. Belongs to one thread at a time."""
+    held. Whether an object is the record's is for the caller to have verified. Threads wait for each other."""
 
     def __init__(self, algorithm: str) -> None:
-        arena = Arena()
-        place = ffi.new("chronoseal_hash_renewal**")
-        call(lib.chronoseal_hash_renewal_new, arena.text(algorithm), place)
-        self._handle = ffi.gc(place[0], _free_hash_renewal)
+        super().__init__(made("chronoseal_hash_renewal", lib.chronoseal_hash_renewal_new, Arena().text(algorithm)))
 
-    def add(self, record: EvidenceRecord, objects: Sequence[Digest]) -> None:
+    def add(self, record: EvidenceRecord, objects: Iterable[Digest]) -> None:
         """Adds a record with the hashes of its objects by the new algorithm: one, or all of a group."""
-        arena = Arena()
-        call(lib.chronoseal_hash_renewal_add, self._handle, record._handle, digests_in_memory(arena, objects),
-             len(objects))
+        array = digests_in_memory(Arena(), objects)
+        self._call(lib.chronoseal_hash_renewal_add, record._handle, array, len(array))
 
     @property
     def digest(self) -> Digest:
         """What is to be stamped for all records."""
-        return given_digest(lib.chronoseal_hash_renewal_digest, self._handle)
+        return self._digest(lib.chronoseal_hash_renewal_digest)
 
-    def renewed(self, record: EvidenceRecord, objects: Sequence[Digest], stamp: Stamp) -> EvidenceRecord:
-        arena = Arena()
-        return made_by(lib.chronoseal_hash_renewal_renewed, self._handle, record._handle,
-                       digests_in_memory(arena, objects), len(objects), stamp._handle)
-
-
-def _free_tree(handle: Any) -> None:
-    lib.chronoseal_evidence_tree_free(ffi.new("chronoseal_evidence_tree**", handle))
-
-
-def _free_manifest(handle: Any) -> None:
-    lib.chronoseal_manifest_tree_free(ffi.new("chronoseal_manifest_tree**", handle))
-
-
-def _free_stamp_renewal(handle: Any) -> None:
-    lib.chronoseal_stamp_renewal_free(ffi.new("chronoseal_stamp_renewal**", handle))
-
-
-def _free_hash_renewal(handle: Any) -> None:
-    lib.chronoseal_hash_renewal_free(ffi.new("chronoseal_hash_renewal**", handle))
+    def renewed(self, record: EvidenceRecord, objects: Iterable[Digest], stamp: Stamp) -> EvidenceRecord:
+        array = digests_in_memory(Arena(), objects)
+        return self._record(lib.chronoseal_hash_renewal_renewed, record._handle, array, len(array), stamp._handle)

@@ -5,18 +5,17 @@ from __future__ import annotations
 import dataclasses
 import datetime
 import enum
-from typing import Any, Callable, Optional, Sequence, Tuple, Union
+from typing import Any, Optional, Sequence, Tuple, Union
 
-from ._memory import BYTES, Data, Sources, time_of
+from ._memory import BYTES, Data, time_of
 from ._native import ffi, lib
 from .digest import Digest
 from .error import Error, call, error_of
 from .evidence_record import EvidenceRecord
 from .evidence_tree import digests_in_memory
-from .handle import Handle
 from .stamp import Remark, remarks_of
 from .stop import Progress, Stop, Watch
-from .verifier import Revocation, Strength, Verdict, trust_of, verdict_of
+from .verifier import Judge, Verdict, verdict_of
 
 
 class EvidenceStrength(enum.Enum):
@@ -61,19 +60,11 @@ class EvidenceVerdict:
             raise self.error
 
 
-class EvidenceVerifier(Handle):
+class EvidenceVerifier(Judge):
     """Judges records: the hashes from the object up to each stamp, and each stamp as of the time of the one that
     renewed it. Doesn't change: any number of threads may use one at once."""
 
-    def __init__(self, *, roots: Sources = (), certificates: Sources = (), evidence: Sources = (),
-                 revocation: Revocation = Revocation.AS_CONFIGURED, strength: Strength = Strength.AS_CONFIGURED,
-                 as_of: Optional[datetime.datetime] = None, offline: bool = False) -> None:
-        """As `Verifier`."""
-        watch = Watch()
-        place = ffi.new("chronoseal_evidence_verifier**")
-        call(lib.chronoseal_evidence_verifier_new,
-             trust_of(watch.arena, roots, certificates, evidence, revocation, strength, as_of, offline), place)
-        self._handle = ffi.gc(place[0], _free)
+    _kind = "chronoseal_evidence"
 
     def verify(self, record: Union[EvidenceRecord, Data], data: Optional[Data] = None, *,
                digests: Optional[Sequence[Sequence[Digest]]] = None, without_data: bool = False,
@@ -87,42 +78,21 @@ class EvidenceVerifier(Handle):
             record = EvidenceRecord(record)
         watch = Watch(progress, stop)
         arena = watch.arena
-        handles = self._handle, record._handle
         if digests is not None:
             if len({len(one) for one in digests}) > 1:
                 raise ValueError("as many digests for each object as the record has data algorithms")
-            count = len(digests)
             array = digests_in_memory(arena, [digest for one in digests for digest in one])
-            return judge(watch, lambda *out: lib.chronoseal_evidence_verify_digests(
-                *handles, array, len(array), count, *out))
-        if data is None:
-            return judge(watch, lambda *out: lib.chronoseal_evidence_verify_record(*handles, *out))
-        if isinstance(data, BYTES):
+            found = self._judge(
+                watch, lib.chronoseal_evidence_verify_digests, record, array, len(array), len(digests))
+        elif data is None:
+            found = self._judge(watch, lib.chronoseal_evidence_verify_record, record)
+        elif isinstance(data, BYTES):
             view = arena.bytes(data)
-            return judge(watch, lambda *out: lib.chronoseal_evidence_verify(*handles, view, len(view), *out))
-        path = arena.path(data)
-        return judge(watch, lambda *out: lib.chronoseal_evidence_verify_file(*handles, path, watch.control, *out))
-
-
-def _free(handle: Any) -> None:
-    lib.chronoseal_evidence_verifier_free(ffi.new("chronoseal_evidence_verifier**", handle))
-
-
-def judge(watch: Watch, function: Callable[..., Any]) -> EvidenceVerdict:
-    """The verdict that the function gives beside its status; raises its error where there is none."""
-    place, error = ffi.new("chronoseal_evidence_verdict**"), ffi.new("chronoseal_error**")
-
-    def work() -> None:
-        function(place, error)
-
-    try:
-        watch.run(work)
-        if place[0] == ffi.NULL:
-            raise error_of(error[0])
-        return evidence_verdict_of(place[0])
-    finally:
-        lib.chronoseal_evidence_verdict_free(place)
-        lib.chronoseal_error_free(error)
+            found = self._judge(watch, lib.chronoseal_evidence_verify, record, view, len(view))
+        else:
+            found = self._judge(
+                watch, lib.chronoseal_evidence_verify_file, record, arena.path(data), watch.control)
+        return evidence_verdict_of(found)
 
 
 def judged_stamp_of(struct: Any) -> JudgedStamp:

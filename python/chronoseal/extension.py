@@ -9,9 +9,10 @@ from typing import Optional, Tuple, Union
 from ._memory import Arena, Data, Sources
 from ._native import ffi, lib
 from .error import call
+from .handle import made
 from .sealer import Sealer
 from .stamp import Remark, Stamp, copy_of, remarks_of
-from .stop import Stop, Watch, interruptible
+from .stop import Stop, Watch
 from .verifier import Revocation, Strength, Verdict, trust_of, verdict_of
 
 
@@ -31,7 +32,7 @@ class Extension:
         return self.certificates + self.revocation_lists + self.ocsp_answers != 0
 
 
-def extend(stamp: Union[Stamp, Data], *, roots: Sources = (), certificates: Sources = (), evidence: Sources = (),
+def extend(stamp: Union[Stamp, Data], *, roots: Optional[Sources] = None, certificates: Sources = (), evidence: Sources = (),
            revocation: Revocation = Revocation.AS_CONFIGURED, strength: Strength = Strength.AS_CONFIGURED,
            as_of: Optional[datetime.datetime] = None, offline: bool = False) -> Extension:
     """Judges the stamp, fetching what that takes, and puts certificates, revocation lists and OCSP answers on which
@@ -40,17 +41,13 @@ def extend(stamp: Union[Stamp, Data], *, roots: Sources = (), certificates: Sour
     if not isinstance(stamp, Stamp):
         stamp = Stamp(stamp)
     arena = Arena()
-    place = ffi.new("chronoseal_extension**")
-    call(lib.chronoseal_extend, stamp._handle,
-         trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline), place)
-    try:
-        out = ffi.new("chronoseal_extension_info**")
-        call(lib.chronoseal_extension_get_info, place[0], out)
-        info = out[0]
-        return Extension(copy_of(info.stamp), verdict_of(info.verdict), info.certificates, info.revocation_lists,
-                         info.ocsp_answers, remarks_of(info))
-    finally:
-        lib.chronoseal_extension_free(place)
+    trust = trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline)
+    handle = made("chronoseal_extension", lib.chronoseal_extend, stamp._handle, trust)
+    out = ffi.new("chronoseal_extension_info**")
+    call(lib.chronoseal_extension_get_info, handle, out)
+    info = out[0]
+    return Extension(copy_of(info.stamp), verdict_of(info.verdict), info.certificates, info.revocation_lists,
+                     info.ocsp_answers, remarks_of(info))
 
 
 def attach(signature: Union[bytes, bytearray, memoryview], sealer: Sealer, *, signer: Optional[int] = None,
@@ -62,7 +59,6 @@ def attach(signature: Union[bytes, bytearray, memoryview], sealer: Sealer, *, si
     whose own isn't. `attribute` is the OID, None: RFC 3161's."""
     if signer is not None and signer < 0:
         raise ValueError("a signer's number is 0 or more")
-    stop = stop or Stop()
     watch = Watch(None, stop)
     arena = watch.arena
     sources = arena.sources(certificates)
@@ -74,8 +70,9 @@ def attach(signature: Union[bytes, bytearray, memoryview], sealer: Sealer, *, si
         options.content, options.content_size = view, len(view)
     message = arena.bytes(signature)
     place, size = ffi.new("unsigned char**"), ffi.new("size_t*")
-    interruptible(stop, lambda: call(lib.chronoseal_attach, sealer._handle, message, len(message), options,
-                                     watch.control, ffi.NULL, place, size))
+    handle = sealer._handle
+    watch.run(lambda: call(lib.chronoseal_attach, handle, message, len(message), options, watch.control, ffi.NULL,
+                           place, size))
     try:
         return bytes(ffi.buffer(place[0], size[0]))
     finally:

@@ -8,6 +8,7 @@ from typing import Optional, Tuple, Union
 from ._memory import Arena, bytes_of, text_of
 from ._native import ffi, lib
 from .error import call
+from .handle import bytes_made, made
 from .stamp import Stamp, copy_of
 
 
@@ -24,7 +25,7 @@ class Embedded:
 @dataclasses.dataclass(frozen=True)
 class Inspection:
     kind: str  #: "revocation_list"
-    form: str  #: "binary", "pem" or "base64"
+    form: str  #: "binary", "pem", "base64" or "smime"
     description: str
     stamp: Optional[Stamp]  #: of a token or a response
     stamps: Tuple[Embedded, ...]  #: of a signed message
@@ -32,25 +33,29 @@ class Inspection:
     der: bytes  #: without PEM or Base64
 
 
-_FORMS = ("binary", "pem", "base64")
+_FORMS = ("binary", "pem", "base64", "smime")
 
 
 def inspect(data: Union[bytes, bytearray, memoryview]) -> Inspection:
     """Tells what the bytes are, by their content alone."""
     arena = Arena()
     buffer = arena.bytes(data)
-    place = ffi.new("chronoseal_inspection**")
-    call(lib.chronoseal_inspect, buffer, len(buffer), place)
-    try:
-        out = ffi.new("chronoseal_inspection_info**")
-        call(lib.chronoseal_inspection_get_info, place[0], out)
-        info = out[0]
-        embedded = (info.stamps[i] for i in range(info.stamp_count))
-        return Inspection(
-            text_of(info.kind_name), _FORMS[info.form], text_of(info.description),
-            None if info.stamp == ffi.NULL else copy_of(info.stamp),
-            tuple(Embedded(copy_of(one.stamp), text_of(one.attribute), text_of(one.place), bytes_of(one.stamped))
-                  for one in embedded),
-            info.countersignature != 0, bytes_of(info.der))
-    finally:
-        lib.chronoseal_inspection_free(place)
+    handle = made("chronoseal_inspection", lib.chronoseal_inspect, buffer, len(buffer))
+    out = ffi.new("chronoseal_inspection_info**")
+    call(lib.chronoseal_inspection_get_info, handle, out)
+    info = out[0]
+    embedded = (info.stamps[i] for i in range(info.stamp_count))
+    return Inspection(
+        text_of(info.kind_name), _FORMS[info.form], text_of(info.description),
+        None if info.stamp == ffi.NULL else copy_of(info.stamp),
+        tuple(Embedded(copy_of(one.stamp), text_of(one.attribute), text_of(one.place), bytes_of(one.stamped))
+              for one in embedded),
+        info.countersignature != 0, bytes_of(info.der))
+
+
+def rewrap(original: Union[bytes, bytearray, memoryview], der: Union[bytes, bytearray, memoryview]) -> bytes:
+    """Other DER in the form in which `original` came: PEM with its label and what stands around it, Base64, the mail,
+    or as it is."""
+    arena = Arena()
+    first, second = arena.bytes(original), arena.bytes(der)
+    return bytes_made(lib.chronoseal_rewrap, first, len(first), second, len(second))

@@ -5,15 +5,15 @@ from __future__ import annotations
 import dataclasses
 import datetime
 import os
-from typing import Any, Callable, Dict, Iterable, Iterator, List, Optional, Sequence, Tuple, Union
+from typing import Any, Callable, Dict, Iterable, Iterator, List, Optional, Tuple, Union
 
 from ._memory import BYTES, Arena, Sources, milliseconds_of, text_of
 from ._native import ffi, lib
 from .digest import Digest, Item, digest_of
 from .error import Error, call, error_of
-from .handle import Handle
+from .handle import Unchanging, bytes_made, made
 from .stamp import Stamp, copy_of, stamp_of
-from .stop import Listener, Progress, Stop, Watch, interruptible
+from .stop import Listener, Progress, Stop, Watch, collected, interruptible
 from .verifier import Revocation, Strength, trust_of
 
 Path = Union[str, "os.PathLike[str]"]
@@ -43,9 +43,9 @@ class Authority:
         count, period = self.rate or (0, None)
         return arena.struct(
             "chronoseal_authority", url=arena.text(self.url), user=arena.text(user), password=arena.text(password),
-            login_file=arena.path(self.login_file), netrc=arena.path(self.netrc),
-            client_certificate=arena.path(self.client_certificate), client_key=arena.path(self.client_key),
-            ca_file=arena.path(self.ca_file), proxy=arena.text(self.proxy), proxy_user=arena.text(proxy_user),
+            login_file=arena.path_if_any(self.login_file), netrc=arena.path_if_any(self.netrc),
+            client_certificate=arena.path_if_any(self.client_certificate),
+            client_key=arena.path_if_any(self.client_key), ca_file=arena.path_if_any(self.ca_file), proxy=arena.text(self.proxy), proxy_user=arena.text(proxy_user),
             proxy_password=arena.text(proxy_password), rate_count=count, rate_period_ms=milliseconds_of(period),
             timeout_ms=milliseconds_of(self.timeout))
 
@@ -67,10 +67,14 @@ class BatchSummary:
     stopped: bool  #: it was ended by a stop; items may be left
 
 
-class Sealer(Handle):
+#: One or several authorities, by address or with settings.
+Authorities = Union[str, Authority, Iterable[Union[str, Authority]]]
+
+
+class Sealer(Unchanging):
     """Gets time-stamps. Any number of threads may use one at once."""
 
-    def __init__(self, authorities: Union[str, Authority, Sequence[Union[str, Authority]]] = (), *, roots: Sources = (),
+    def __init__(self, authorities: Authorities = (), *, roots: Optional[Sources] = None,
                  certificates: Sources = (), evidence: Sources = (),
                  revocation: Revocation = Revocation.AS_CONFIGURED, strength: Strength = Strength.AS_CONFIGURED,
                  offline: bool = False, hash: Optional[str] = None, policy: Optional[str] = None,
@@ -82,73 +86,59 @@ class Sealer(Handle):
         configuration names. Answers are judged by `roots` to `offline`, as in `Verifier`. Everything that can be
         checked without an authority is checked here."""
         arena = Arena()
-        if isinstance(authorities, (str, Authority)):
-            authorities = [authorities]
-        given = [Authority(one) if isinstance(one, str) else one for one in authorities]
-        array = arena.keep(ffi.new("chronoseal_authority*[]", [one.in_memory(arena) for one in given]))
         options = arena.struct(
-            "chronoseal_sealer_options", authorities=ffi.cast("chronoseal_authority**", array),
-            authority_count=len(given), hash=arena.text(hash),
+            "chronoseal_sealer_options", **authorities_in_memory(arena, authorities), hash=arena.text(hash),
             policy=arena.text(policy), nonce=_choice(nonce), certificates=_choice(ask_for_certificates), quorum=quorum,
             attempts=attempts, first_wait_ms=milliseconds_of(first_wait), longest_wait_ms=milliseconds_of(longest_wait),
             rest_ms=milliseconds_of(rest), clock_tolerance_ms=milliseconds_of(clock_tolerance),
             trust=trust_of(arena, roots, certificates, evidence, revocation, strength, None, offline),
-            without_verification=not verify, only_requests=only_requests, rate_file=arena.path(rate_file))
-        place = ffi.new("chronoseal_sealer**")
-        call(lib.chronoseal_sealer_new, options, place)
-        self._handle = ffi.gc(place[0], _free)
+            without_verification=not verify, only_requests=only_requests, rate_file=arena.path_if_any(rate_file))
+        self._handle = made("chronoseal_sealer", lib.chronoseal_sealer_new, options)
         self._quorum = max(1, quorum)
 
     def seal(self, item: Item, *, progress: Optional[Progress] = None, stop: Optional[Stop] = None) -> Stamp:
         """A stamp for bytes, for a file by its name, or for a `Digest`, for which every check has passed. Raises the
         error of the last authority asked."""
-        stop = stop or Stop()
         watch = Watch(progress, stop)
-        control = watch.control
         if isinstance(item, Digest):
-            digest = item.in_memory(watch.arena)
-            return self._get(watch, stop, lambda *out: lib.chronoseal_seal_digest(self._handle, digest, control, *out))
+            return self._get(watch, lib.chronoseal_seal_digest, item.in_memory(watch.arena))
         if isinstance(item, BYTES):
             data = watch.arena.bytes(item)
-            return self._get(watch, stop, lambda *out: lib.chronoseal_seal(self._handle, data, len(data), control, *out))
-        path = watch.arena.path(item)
-        return self._get(watch, stop, lambda *out: lib.chronoseal_seal_file(self._handle, path, control, *out))
+            return self._get(watch, lib.chronoseal_seal, data, len(data))
+        return self._get(watch, lib.chronoseal_seal_file, watch.arena.path(item))
 
     def seal_quorum(self, item: Item, *, stop: Optional[Stop] = None) -> Tuple[Stamp, ...]:
         """As many stamps as the quorum says, by authorities with different keys, or an error and none."""
-        stop = stop or Stop()
         watch = Watch(None, stop)
-        control = watch.control
-        digest = (item if isinstance(item, Digest) else self.digest(item, stop=stop)).in_memory(watch.arena)
+        digest = (item if isinstance(item, Digest) else self.digest(item, stop=watch.stop)).in_memory(watch.arena)
         stamps, count = ffi.new("chronoseal_stamp*[]", self._quorum), ffi.new("size_t*")
-        interruptible(stop, lambda: call(lib.chronoseal_seal_quorum, self._handle, digest, control, stamps,
-                                         self._quorum, count))
+        handle = self._handle
+        watch.run(lambda: call(lib.chronoseal_seal_quorum, handle, digest, watch.control, stamps, self._quorum, count))
         return tuple(stamp_of(stamps[i]) for i in range(count[0]))
 
     def send(self, request: bytes, *, stop: Optional[Stop] = None) -> Stamp:
         """Sends a finished TimeStampReq as it is, and judges the answer by it."""
-        stop = stop or Stop()
         watch = Watch(None, stop)
-        control = watch.control
         data = watch.arena.bytes(request)
-        return self._get(watch, stop, lambda *out: lib.chronoseal_send(self._handle, data, len(data), control, *out))
+        return self._get(watch, lib.chronoseal_send, data, len(data))
 
     def request(self, item: Item) -> bytes:
         """The DER of a TimeStampReq as the options make it, for another way to the authority."""
         arena = Arena()
         digest = (item if isinstance(item, Digest) else self.digest(item)).in_memory(arena)
-        place, size = ffi.new("unsigned char**"), ffi.new("size_t*")
-        call(lib.chronoseal_request, self._handle, digest, place, size)
-        try:
-            return bytes(ffi.buffer(place[0], size[0]))
-        finally:
-            lib.chronoseal_free(place[0])
+        return bytes_made(lib.chronoseal_request, self._handle, digest)
+
+    @property
+    def authorities(self) -> Tuple[Authority, ...]:
+        """In the order in which they are asked."""
+        return tuple(collected(authority_of, lib.chronoseal_sealer_authorities, self._handle,
+                               lib.chronoseal_python_authority))
 
     @property
     def hash(self) -> str:
         """The name of the algorithm by which this sealer hashes."""
-        place = ffi.new("char**")
-        call(lib.chronoseal_sealer_hash, self._handle, place)
+        handle, place = self._handle, ffi.new("char**")
+        call(lib.chronoseal_sealer_hash, handle, place)
         return text_of(place[0])
 
     def digest(self, item: Union[Path, bytes, bytearray, memoryview], *, progress: Optional[Progress] = None,
@@ -159,7 +149,8 @@ class Sealer(Handle):
         watch = Watch(progress, stop)
         out = ffi.new("chronoseal_digest*")
         path = watch.arena.path(item)
-        watch.run(lambda: call(lib.chronoseal_sealer_hash_file, self._handle, path, watch.control, out))
+        handle = self._handle
+        watch.run(lambda: call(lib.chronoseal_sealer_hash_file, handle, path, watch.control, out))
         return digest_of(out)
 
     def seal_all(self, items: Iterable[Item], done: Callable[[BatchResult], object], *, connections: int = 4,
@@ -174,17 +165,53 @@ class Sealer(Handle):
             "chronoseal_batch", connections=connections, next=lib.chronoseal_python_next,
             done=lib.chronoseal_python_done, user=arena.keep(ffi.new_handle(batch)), stop=stop._handle)
         summary = ffi.new("chronoseal_batch_summary*")
-        interruptible(stop, lambda: batch.run(lambda: call(lib.chronoseal_seal_all, self._handle, struct, summary)))
+        held = arena, self._handle, stop
+
+        def work() -> None:
+            batch.run(held[2], lambda: call(lib.chronoseal_seal_all, held[1], struct, summary))
+
+        interruptible(stop, work)
         return BatchSummary(summary.stamped, summary.failed, summary.stopped != 0)
 
-    def _get(self, watch: Watch, stop: Stop, function: Callable[..., Any]) -> Stamp:
-        place = ffi.new("chronoseal_stamp**")
-        interruptible(stop, lambda: watch.run(lambda: call(function, place)))
+    def _get(self, watch: Watch, function: Any, *arguments: Any) -> Stamp:
+        place, handle = ffi.new("chronoseal_stamp**"), self._handle
+        watch.run(lambda: call(function, handle, *arguments, watch.control, place))
         return stamp_of(place[0])
 
 
-def _free(handle: Any) -> None:
-    lib.chronoseal_sealer_free(ffi.new("chronoseal_sealer**", handle))
+def configured_authorities() -> Tuple[Authority, ...]:
+    """Those that the machine's configuration names, or else the policy's default address; none if there is none."""
+    return tuple(collected(authority_of, lib.chronoseal_configured_authorities, lib.chronoseal_python_authority))
+
+
+def authorities_in_memory(arena: Arena, authorities: Authorities) -> Dict[str, Any]:
+    """The members of the library's options."""
+    if isinstance(authorities, (str, Authority)):
+        authorities = [authorities]
+    given = [Authority(one) if isinstance(one, str) else one for one in authorities]
+    array = arena.keep(ffi.new("chronoseal_authority*[]", [one.in_memory(arena) for one in given]))
+    return {"authorities": ffi.cast("chronoseal_authority**", array), "authority_count": len(given)}
+
+
+def authority_of(struct: Any) -> Authority:
+    def text(pointer: Any) -> Optional[str]:
+        return None if pointer == ffi.NULL else text_of(pointer)
+
+    def path(pointer: Any) -> Optional[str]:
+        return None if pointer == ffi.NULL else os.fsdecode(ffi.string(pointer))
+
+    def login(user: Any, password: Any) -> Optional[Tuple[str, str]]:
+        return None if user == ffi.NULL else (text_of(user), text_of(password))
+
+    def duration(milliseconds: int) -> datetime.timedelta:
+        return datetime.timedelta(milliseconds=milliseconds)
+
+    return Authority(
+        text_of(struct.url), login(struct.user, struct.password), path(struct.login_file), path(struct.netrc),
+        path(struct.client_certificate), path(struct.client_key), path(struct.ca_file), text(struct.proxy),
+        login(struct.proxy_user, struct.proxy_password),
+        (struct.rate_count, duration(struct.rate_period_ms)) if struct.rate_count else None,
+        duration(struct.timeout_ms) if struct.timeout_ms else None)
 
 
 def _choice(choice: Optional[bool]) -> int:

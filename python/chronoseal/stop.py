@@ -1,16 +1,20 @@
-"""How long calls are watched and ended."""
+"""How long calls are watched and ended, and what the library calls back."""
 
 from __future__ import annotations
 
+import atexit
+import os
 import threading
-from typing import Any, Callable, List, Optional, TypeVar
+from typing import Any, Callable, List, Optional, Tuple, TypeVar
 
 from ._memory import Arena
 from ._native import ffi, lib
 from .error import call
+from .handle import made
 
 Result = TypeVar("Result")
-#: Gets the bytes done and all of them (0: not known) while a file is hashed.
+#: Gets the bytes done and all of them (0: not known) while a file is hashed; on one thread, which may not be the
+#: caller's.
 Progress = Callable[[int, int], object]
 
 
@@ -18,17 +22,75 @@ class Stop:
     """Ends calls that were given it, from another thread: they raise an `Error` with the word "cancelled"."""
 
     def __init__(self) -> None:
-        place = ffi.new("chronoseal_stop**")
-        call(lib.chronoseal_stop_new, place)
-        self._handle = ffi.gc(place[0], _free)
+        self._handle = made("chronoseal_stop", lib.chronoseal_stop_new)
 
     def request(self) -> None:
         """Requests the stop, for good."""
         call(lib.chronoseal_stop_request, self._handle)
 
 
-def _free(handle: Any) -> None:
-    lib.chronoseal_stop_free(ffi.new("chronoseal_stop**", handle))
+class _UnderWay:
+    """The calls that take long or call back. At the end of the program they are ended and waited for: a thread that the
+    interpreter has given up would take the process down with it once it comes back from the library. One that is in a
+    function of the caller's isn't waited for, since nobody knows for how long."""
+
+    def __init__(self) -> None:
+        self._changed = threading.Condition()
+        self._stops: List[Stop] = []
+        self._in_library = 0
+        self._closed = False
+
+    def run(self, stop: Stop, function: Callable[[], Result]) -> Result:
+        with self._changed:
+            self._refuse_when_closed()
+            self._stops.append(stop)
+            self._in_library += 1
+        try:
+            return function()
+        finally:
+            with self._changed:
+                self._stops.remove(stop)
+                self._in_library -= 1
+                self._changed.notify_all()
+
+    def outside(self, function: Callable[[], object]) -> None:
+        """Calls a function of the caller's."""
+        with self._changed:
+            self._refuse_when_closed()
+            self._in_library -= 1
+            self._changed.notify_all()
+        try:
+            function()
+        finally:
+            with self._changed:
+                self._in_library += 1
+
+    def close(self) -> None:
+        with self._changed:
+            self._closed = True
+            for stop in self._stops:
+                stop.request()
+            while self._in_library > 0:
+                self._changed.wait()
+
+    def _refuse_when_closed(self) -> None:
+        if self._closed and threading.current_thread() is not threading.main_thread():
+            raise SystemExit
+
+
+_under_way = _UnderWay()
+atexit.register(_under_way.close)
+
+
+def _forget_threads() -> None:
+    """In a child process, which has only the one that forked."""
+    global _under_way
+    atexit.unregister(_under_way.close)
+    _under_way = _UnderWay()
+    atexit.register(_under_way.close)
+
+
+os.register_at_fork(after_in_child=_forget_threads)
 
 
 class Listener:
@@ -40,19 +102,21 @@ class Listener:
     def guarded(self, function: Callable[[], object]) -> bool:
         """Whether the function returned; what it raises is kept."""
         try:
-            function()
+            _under_way.outside(function)
             return True
         except BaseException as raised:  # a KeyboardInterrupt above all
             self._raised.append(raised)
             return False
 
-    def run(self, function: Callable[[], Result]) -> Result:
+    def run(self, stop: Stop, function: Callable[[], Result]) -> Result:
         """Calls the function, which calls the library."""
         try:
-            return function()
+            return _under_way.run(stop, function)
         finally:
             if self._raised:
-                raise self._raised[0]
+                first = self._raised[0]
+                self._raised.clear()
+                raise first
 
 
 class ProgressListener(Listener):
@@ -65,44 +129,74 @@ class ProgressListener(Listener):
         return self.guarded(lambda: self._progress(done, total))
 
 
+class Collector(Listener):
+    """Takes all that a function of the library tells one by one."""
+
+    def __init__(self, take: Callable[[Any], object]) -> None:
+        super().__init__()
+        self._take = take
+
+    def told(self, item: Any) -> bool:
+        """Whether to go on."""
+        return self.guarded(lambda: self._take(item))
+
+
+def collected(convert: Callable[[Any], Result], function: Any, *arguments: Any,
+              rest: Tuple[Any, ...] = ()) -> List[Result]:
+    """All that the function of the library tells a callback, the last of the arguments, converted. `rest` are those
+    that follow the callback and what is handed to it."""
+    found: List[Result] = []
+    collector = Collector(lambda item: found.append(convert(item)))
+    user = ffi.new_handle(collector)
+    collector.run(Stop(), lambda: call(function, *arguments, user, *rest))
+    return found
+
+
 class Watch:
-    """One call that may hash a file for long. Keeps what the call points to."""
+    """One call that may take long. Keeps what the call points to."""
 
     def __init__(self, progress: Optional[Progress] = None, stop: Optional[Stop] = None) -> None:
         self.arena = Arena()
+        self.stop = stop or Stop()
         self._listener = Listener() if progress is None else ProgressListener(progress)
         self.control = self.arena.struct("chronoseal_control")
-        if stop is not None:
-            self.control.stop = self.arena.keep(stop._handle)
+        self.control.stop = self.arena.keep(self.stop._handle)
         if progress is not None:
             self.control.progress = lib.chronoseal_python_progress
             self.control.user = self.arena.keep(ffi.new_handle(self._listener))
 
     def run(self, function: Callable[[], Result]) -> Result:
-        return self._listener.run(function)
+        return interruptible(self.stop, lambda: self._listener.run(self.stop, function))
 
 
 def interruptible(stop: Stop, function: Callable[[], Result]) -> Result:
-    """Calls what may wait for a server. The main thread gets its signals only while it runs Python: so another one
-    waits in its place, and Ctrl-C requests the stop."""
+    """Calls what may wait for a server or a pipe. The main thread gets its signals only while it runs Python: so another
+    one waits in its place, and Ctrl-C requests the stop. Who doesn't wait for that, and interrupts again, leaves the
+    other thread to itself: so the function has to hold all that the library works on."""
     if threading.current_thread() is not threading.main_thread():
         return function()
     results: List[Result] = []
     raised: List[BaseException] = []
+    done = threading.Event()  # `Thread.join` that is interrupted takes the thread for ended
 
     def work() -> None:
         try:
             results.append(function())
         except BaseException as error:
             raised.append(error)
+        finally:
+            done.set()
 
     thread = threading.Thread(target=work, name="chronoseal")
-    thread.start()
     try:
-        thread.join()
-    except BaseException:
+        thread.start()
+        done.wait()
+    except BaseException as error:
+        if thread.ident is None and isinstance(error, RuntimeError):
+            return function()  # there is no thread to be had: at the end of the program, above all
         stop.request()
-        thread.join()
+        if thread.ident is not None:
+            done.wait()
         raise
     if raised:
         raise raised[0]
@@ -113,3 +207,13 @@ def interruptible(stop: Stop, function: Callable[[], Result]) -> Result:
 def chronoseal_python_progress(user: Any, done: int, total: int) -> int:
     listener: ProgressListener = ffi.from_handle(user)
     return 0 if listener.told(done, total) else 1
+
+
+def _told(user: Any, item: Any) -> int:
+    collector: Collector = ffi.from_handle(user)
+    return 0 if collector.told(item) else 1
+
+
+# One for each type that the library tells of.
+for _kind in ("algorithm", "authority", "diagnosis", "line", "problem", "root", "setting", "store"):
+    ffi.def_extern(name=f"chronoseal_python_{_kind}", error=1)(_told)

@@ -5,14 +5,14 @@ from __future__ import annotations
 import dataclasses
 import datetime
 import enum
-from typing import Any, Callable, List, Optional, Tuple, Union
+from typing import Any, List, Optional, Tuple, Union
 
 from ._memory import BYTES, Arena, Data, Sources, bytes_of, microseconds_of, text_of, time_of
 from ._native import ffi, lib
 from .digest import Digest, Item
 from .error import Error, call, error_of
-from .handle import Handle
-from .stamp import Certificate, Remark, Stamp, TokenInfo, certificate_of, remarks_of, token_of
+from .handle import Unchanging, made, owned
+from .stamp import Certificate, Remark, Stamp, TokenInfo, certain, certificate_of, remarks_of, token_of
 from .stop import Progress, Stop, Watch
 
 
@@ -85,6 +85,27 @@ class ChainLink:
     evidence: Tuple[Evidence, ...]
 
 
+class Age(enum.Enum):
+    """What a good verdict rests on at the time by which it is judged."""
+
+    FRESH = 0  #: certificates that are still valid
+    AGED = 1  #: one that has ended: whoever stole its key since then could have forged the stamp
+    RENEWED = 2  #: a later stamp over this one, made in time
+
+
+@dataclasses.dataclass(frozen=True)
+class Outlook:
+    """How long a verdict holds, as far as that can be told."""
+
+    age: Age
+    aged_since: Optional[datetime.datetime]  #: when the first certificate of the chain ended
+    renew_before: Optional[datetime.datetime]  #: the first end of a certificate or an algorithm; may be past
+    renew_reason: str  #: what ends then
+    evidence_until: Optional[datetime.datetime]  #: until when the evidence of revocation speaks; None: for good
+    evidence_again: Optional[datetime.datetime]  #: from when on it speaks again; None: never
+    evidence_stored: bool  #: all of it was at hand: in the stamp, or given
+
+
 @dataclasses.dataclass(frozen=True)
 class Verdict:
     """What a verifier found. True only if it is good."""
@@ -100,6 +121,7 @@ class Verdict:
     judged_at: datetime.datetime
     as_of: datetime.datetime
     error: Optional[Error]  #: None of a good one
+    outlook: Optional[Outlook]  #: None: no chain was found
 
     def __bool__(self) -> bool:
         return self.good
@@ -116,20 +138,42 @@ class Verdict:
             raise self.error
 
 
-class Verifier(Handle):
-    """Judges stamps. Doesn't change: any number of threads may use one at once."""
+class Judge(Unchanging):
+    """What all verifiers share."""
 
-    def __init__(self, *, roots: Sources = (), certificates: Sources = (), evidence: Sources = (),
+    _kind: str
+
+    def __init__(self, *, roots: Optional[Sources] = None, certificates: Sources = (), evidence: Sources = (),
                  revocation: Revocation = Revocation.AS_CONFIGURED, strength: Strength = Strength.AS_CONFIGURED,
                  as_of: Optional[datetime.datetime] = None, offline: bool = False) -> None:
         """`roots` are trusted in place of the machine's; `certificates` may be needed for a chain and aren't trusted;
         `evidence` are revocation lists and OCSP answers. Each is one or several: a file by its name, or bytes, PEM or
         DER. `as_of` is "now" for the age of evidence."""
         arena = Arena()
-        place = ffi.new("chronoseal_verifier**")
-        call(lib.chronoseal_verifier_new,
-             trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline), place)
-        self._handle = ffi.gc(place[0], _free)
+        trust = trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline)
+        self._handle = made(self._kind + "_verifier", getattr(lib, self._kind + "_verifier_new"), trust)
+
+    def _judge(self, watch: Watch, function: Any, of: Any, *arguments: Any) -> Any:
+        """The library's verdict, given beside a status; raises the function's error where there is none."""
+        kind, handle, of_handle = self._kind + "_verdict", self._handle, of._handle
+        place, error = ffi.new(kind + "**"), ffi.new("chronoseal_error**")
+
+        def work() -> Any:
+            try:
+                function(handle, of_handle, *arguments, place, error)
+                if place[0] == ffi.NULL:
+                    raise error_of(error[0])
+                return owned(kind, place[0])
+            finally:
+                lib.chronoseal_error_free(error)
+
+        return watch.run(work)
+
+
+class Verifier(Judge):
+    """Judges stamps. Doesn't change: any number of threads may use one at once."""
+
+    _kind = "chronoseal"
 
     def verify(self, stamp: Union[Stamp, Data], data: Optional[Item] = None, *, request: Optional[bytes] = None,
                nonce: Optional[bytes] = None, policy: Optional[str] = None, without_data: bool = False,
@@ -141,39 +185,37 @@ class Verifier(Handle):
             stamp = Stamp(stamp)
         watch = Watch(progress, stop)
         arena = watch.arena
-        handles = self._handle, stamp._handle
         if request is not None:
             if data is not None or nonce is not None or policy is not None:
                 raise ValueError("a request says what is expected: give nothing beside it")
             buffer = arena.bytes(request)
-            return judge(watch, lambda *out: lib.chronoseal_verify_request(*handles, buffer, len(buffer), *out))
+            return verdict_of(self._judge(watch, lib.chronoseal_verify_request, stamp, buffer, len(buffer)))
         if nonce is None and policy is None and data is not None and not isinstance(data, Digest):
             if isinstance(data, BYTES):
                 view = arena.bytes(data)
-                return judge(watch, lambda *out: lib.chronoseal_verify(*handles, view, len(view), *out))
+                return verdict_of(self._judge(watch, lib.chronoseal_verify, stamp, view, len(view)))
             path = arena.path(data)
-            return judge(watch, lambda *out: lib.chronoseal_verify_file(*handles, path, watch.control, *out))
+            return verdict_of(self._judge(watch, lib.chronoseal_verify_file, stamp, path, watch.control))
         expected = arena.struct("chronoseal_expected", without_data=without_data, policy=arena.text(policy),
                                 nonce_known=nonce is not None)
         if data is not None:
-            expected.digest = digest_for(stamp, data, progress, stop).in_memory(arena)
+            expected.digest = digest_for(stamp, data, progress, watch.stop).in_memory(arena)
         if nonce is not None:
             buffer = arena.bytes(nonce)
             expected.nonce.data, expected.nonce.size = ffi.cast("unsigned char*", buffer), len(buffer)
-        return judge(watch, lambda *out: lib.chronoseal_verify_expected(*handles, expected, *out))
+        return verdict_of(self._judge(watch, lib.chronoseal_verify_expected, stamp, expected))
 
 
-def _free(handle: Any) -> None:
-    lib.chronoseal_verifier_free(ffi.new("chronoseal_verifier**", handle))
-
-
-def trust_of(arena: Arena, roots: Sources, certificates: Sources, evidence: Sources, revocation: Revocation,
+def trust_of(arena: Arena, roots: Optional[Sources], certificates: Sources, evidence: Sources, revocation: Revocation,
              strength: Strength, as_of: Optional[datetime.datetime], offline: bool) -> Any:
-    given = [arena.sources(sources) for sources in (roots, certificates, evidence)]
+    given = [arena.sources(sources) for sources in (() if roots is None else roots, certificates, evidence)]
+    if roots is not None and len(given[0]) == 0:
+        raise ValueError("no roots: leave them out to trust those of the machine")
     return arena.struct(
         "chronoseal_trust", roots=given[0], root_count=len(given[0]), certificates=given[1],
         certificate_count=len(given[1]), evidence=given[2], evidence_count=len(given[2]), revocation=revocation.value,
-        strength=strength.value, as_of=0 if as_of is None else microseconds_of(as_of), offline=offline)
+        strength=strength.value, as_of=0 if as_of is None else microseconds_of(as_of) or 1,  # 0 stands for the clock
+        offline=offline)
 
 
 def digest_for(stamp: Stamp, data: Item, progress: Optional[Progress], stop: Optional[Stop]) -> Digest:
@@ -182,23 +224,6 @@ def digest_for(stamp: Stamp, data: Item, progress: Optional[Progress], stop: Opt
         return data
     token = stamp.info.token
     return Digest.of(data, token.imprint_algorithm.oid if token else "SHA-256", progress=progress, stop=stop)
-
-
-def judge(watch: Watch, function: Callable[..., Any]) -> Verdict:
-    """The verdict that the function gives beside its status; raises its error where there is none."""
-    place, error = ffi.new("chronoseal_verdict**"), ffi.new("chronoseal_error**")
-
-    def work() -> None:
-        function(place, error)
-
-    try:
-        watch.run(work)
-        if place[0] == ffi.NULL:
-            raise error_of(error[0])
-        return verdict_of(place[0])
-    finally:
-        lib.chronoseal_verdict_free(place)
-        lib.chronoseal_error_free(error)
 
 
 def finding_of(struct: Any) -> Finding:
@@ -214,6 +239,14 @@ def evidence_of(struct: Any) -> Evidence:
         bytes_of(struct.der))
 
 
+def outlook_of(struct: Any) -> Outlook:
+    return Outlook(
+        Age(struct.age), time_of(struct.aged_since) if struct.has_aged_since else None,
+        time_of(struct.renew_before) if struct.has_renew_before else None, text_of(struct.renew_reason),
+        time_of(struct.evidence_until) if struct.has_evidence_until else None,
+        time_of(struct.evidence_again) if struct.has_evidence_again else None, struct.evidence_stored != 0)
+
+
 def verdict_of(handle: Any) -> Verdict:
     place = ffi.new("chronoseal_verdict_info**")
     call(lib.chronoseal_verdict_get_info, handle, place)
@@ -226,13 +259,12 @@ def verdict_of(handle: Any) -> Verdict:
     chain: List[ChainLink] = []
     for i in range(info.chain_count):
         link = info.chain[i]
-        certificate = certificate_of(link.certificate)
-        assert certificate is not None
-        chain.append(ChainLink(certificate, link.anchor != 0,
+        chain.append(ChainLink(certain(link.certificate), link.anchor != 0,
                                tuple(text_of(link.faults[j]) for j in range(link.fault_count)),
                                RevocationState(link.revocation),
                                tuple(evidence_of(link.evidence[j]) for j in range(link.evidence_count))))
     return Verdict(info.good != 0, info.indeterminate != 0, info.compared != 0, tuple(findings),
                    finding_of(info.deciding), None if info.token == ffi.NULL else token_of(info.token),
                    certificate_of(info.signer), tuple(chain), time_of(info.judged_at), time_of(info.as_of),
-                   None if info.error == ffi.NULL else error_of(info.error))
+                   None if info.error == ffi.NULL else error_of(info.error),
+                   None if info.outlook == ffi.NULL else outlook_of(info.outlook))

@@ -13,16 +13,9 @@ import weakref
 
 import chronoseal
 import pytest
+from conftest import ROOT, URL, word_of
 
-URL = os.environ["CHRONOSEAL_TEST_URL"]
-ROOT = pathlib.Path(os.environ["CHRONOSEAL_TEST_ROOT"])
 DATA = b"data \0 with a null byte"
-
-
-@pytest.fixture
-def sealer(tmp_path):
-    with chronoseal.Sealer(URL, roots=ROOT, first_wait=0.005, rate_file=tmp_path / "rates") as one:
-        yield one
 
 
 @pytest.fixture
@@ -43,12 +36,6 @@ def silent():
     """The address of a server that takes connections and never answers."""
     with socket.create_server(("127.0.0.1", 0)) as server:
         yield f"http://127.0.0.1:{server.getsockname()[1]}/"
-
-
-def word_of(function):
-    with pytest.raises(chronoseal.Error) as caught:
-        function()
-    return caught.value.word
 
 
 def test_whatever_names_the_data_is_stamped_alike(sealer, verifier, file):

@@ -10,17 +10,10 @@ import subprocess
 
 import chronoseal
 import pytest
+from conftest import ROOT, URL, word_of
 
-URL = os.environ["CHRONOSEAL_TEST_URL"]
-ROOT = pathlib.Path(os.environ["CHRONOSEAL_TEST_ROOT"])
 DATA = [b"first \0", b"second", b"third"]
 OFF = chronoseal.Revocation.OFF
-
-
-@pytest.fixture
-def sealer(tmp_path):
-    with chronoseal.Sealer(URL, roots=ROOT, first_wait=0.005, rate_file=tmp_path / "rates") as one:
-        yield one
 
 
 @pytest.fixture
@@ -39,12 +32,6 @@ def records(sealer):
         assert tree.size == len(DATA)
         stamp = sealer.seal(tree.root)
         return [tree.record(digest, stamp) for digest in digests]
-
-
-def word_of(function):
-    with pytest.raises(chronoseal.Error) as caught:
-        function()
-    return caught.value.word
 
 
 def test_one_stamp_proves_each_of_many(records, verifier, tmp_path):

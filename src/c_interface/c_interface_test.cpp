@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 #include <thread>
+#include <utility>
 
 #include <pthread.h>
 
@@ -363,6 +364,32 @@ TEST_F(CInterfaceTest, ValuesThatMeanNothingAreRefused) {
     EXPECT_EQ(word(), "buffer_too_small");
     EXPECT_EQ(chronoseal_time_text(0, 0, text.data(), 21, &error), CHRONOSEAL_OK);
     EXPECT_STREQ(text.data(), "1970-01-01T00:00:00Z");
+}
+
+// Paths are bytes; what they say comes back quoted.
+TEST_F(CInterfaceTest, TextThatIsNoUtf8IsTakenAndToldQuoted) {
+    const std::string odd = folder.path().string() + "/\xff\x1b[2J\xc3";
+    chronoseal_digest digest{};
+    EXPECT_EQ(chronoseal_hash_file(nullptr, odd.c_str(), nullptr, &digest, &error),
+              CHRONOSEAL_UNREACHABLE);
+    EXPECT_NE(why().find("\\xff\\x1b[2J\\xc3"), std::string::npos) << why();
+    folder.write("\xff\x1b[2J\xc3", "data");
+    EXPECT_EQ(chronoseal_hash_file(nullptr, odd.c_str(), nullptr, &digest, &error), CHRONOSEAL_OK);
+    for (const char* const name : {"\xff\xfe", "", "1.2.3.4"}) {
+        EXPECT_EQ(chronoseal_hash(name, "data", 4, &digest, &error), CHRONOSEAL_MISUSE);
+        EXPECT_EQ(word(), "hash_unknown") << name;
+        EXPECT_EQ(why().find_first_of("\n\xff"), std::string::npos) << why();
+    }
+    const auto refused = [&](auto& member, const char* text) {
+        const auto before = std::exchange(member, text);
+        chronoseal_sealer* sealer = nullptr;
+        EXPECT_EQ(chronoseal_sealer_new(&options, &sealer, &error), CHRONOSEAL_MISUSE) << text;
+        EXPECT_EQ(why().find_first_of("\x1b\xff"), std::string::npos) << why();
+        member = before;
+    };
+    refused(options.url, "http://\xff\x1b/");
+    refused(options.hash, "\xff\x1b");
+    refused(options.policy, "\xff\x1b");
 }
 
 TEST_F(CInterfaceTest, AStampIsGotJudgedAndLookedInto) {

@@ -80,6 +80,17 @@ T& emptied(T* place, const char* name) {
     return needed(place, name) = T{};
 }
 
+// The struct that a handle keeps of itself.
+template <class Handle, class Info>
+chronoseal_status give_info(const Handle* handle, const char* name, const Info** info,
+                            chronoseal_error** error) noexcept {
+    return call(error, [&] {
+        auto& place = emptied(info, "info");
+        place = needed(handle, name).info;
+        return CHRONOSEAL_OK;
+    });
+}
+
 // A string that must be there, and one that may be null for the empty one.
 std::string needed_text(const char* text, const char* name);
 std::string optional_text(const char* text);

@@ -31,9 +31,13 @@
 // the caller was compiled; all else may be zero and then means the default. Structs that the
 // library fills may get members at their end, enumerations further values.
 // Threads: functions may be called from any thread. Sealers, verifiers, stamps, records, verdicts,
-// extensions and inspections don't change: any number of threads may use one at once, until one of
-// them frees it. Hashers, trees and renewals belong to one thread at a time.
-// A thread can't be cancelled (pthread_cancel) while it is in a function.
+// extensions, signatures, paths and inspections don't change: any number of threads may use one at
+// once, until one of them frees it. Hashers, trees, readers and renewals belong to one thread at a
+// time.
+// A thread can't be cancelled (pthread_cancel) while it is in a function. A function of the
+// caller's that the library calls has to return: it must not leave by `longjmp` or `pthread_exit`.
+// An exception of C++ that it lets out ends the call with the word "callback_threw". After `fork`
+// the child may go on with what it has, if no other thread was in a function then.
 #ifndef CHRONOSEAL_CHRONOSEAL_H
 #define CHRONOSEAL_CHRONOSEAL_H
 
@@ -139,6 +143,20 @@ CHRONOSEAL_API chronoseal_status chronoseal_hash_file(const char* algorithm, con
                                                       chronoseal_digest* digest,
                                                       chronoseal_error** error);
 
+// A hash algorithm that this machine can compute.
+typedef struct chronoseal_hash_algorithm {
+    const char* name; // "SHA-256"
+    const char* oid;  // dotted
+    size_t size;      // of a digest
+    int weak;         // 1: collisions can be made, so a new stamp proves little
+} chronoseal_hash_algorithm;
+
+// Tells all hash algorithms that this machine can compute, strongest use first, by calls of `each`.
+// Anything but 0 from `each` ends it.
+CHRONOSEAL_API chronoseal_status
+chronoseal_hash_algorithms(int (*each)(void* user, const chronoseal_hash_algorithm* algorithm),
+                           void* user, chronoseal_error** error);
+
 // A running hash, for data that comes in pieces. Belongs to one thread at a time.
 typedef struct chronoseal_hasher chronoseal_hasher;
 
@@ -168,18 +186,52 @@ typedef struct chronoseal_algorithm {
     const char* weakness;        // empty, or why it counts as weak
 } chronoseal_algorithm;
 
+// An extension of a certificate or a token.
+typedef struct chronoseal_field {
+    const char* oid;        // dotted
+    const char* name;       // the OID where none is known
+    int critical;           // 1: who doesn't understand it must refuse the whole
+    chronoseal_bytes value; // its octets
+} chronoseal_field;
+
+// An attribute of a signature.
+typedef struct chronoseal_attribute {
+    const char* oid;                // dotted
+    const char* name;               // the OID where none is known
+    const chronoseal_bytes* values; // DER each
+    size_t value_count;             // how many
+} chronoseal_attribute;
+
+// The signature of a token; of the first signer where there are several.
+typedef struct chronoseal_signature {
+    chronoseal_algorithm digest_algorithm;    // by which the signed attributes hash
+    chronoseal_algorithm signature_algorithm; // of the signature itself
+    const char* issuer;                       // of the signer's certificate, others' text
+    chronoseal_bytes serial_number;           // of that certificate, big-endian
+    chronoseal_bytes value;                   // the signature's octets
+    const chronoseal_attribute* const* signed_attributes;   // what it is over
+    size_t signed_count;                                    // how many
+    const chronoseal_attribute* const* unsigned_attributes; // what was put in later
+    size_t unsigned_count;                                  // how many
+} chronoseal_signature;
+
 // A certificate, taken apart.
 typedef struct chronoseal_certificate {
-    const char* subject;                      // others' text
-    const char* issuer;                       // others' text
-    chronoseal_bytes serial_number;           // big-endian
-    chronoseal_time not_before;               // first moment of its validity
-    chronoseal_time not_after;                // the last one
-    chronoseal_bytes sha256;                  // of the DER
-    chronoseal_algorithm signature_algorithm; // by which the issuer signed
-    chronoseal_algorithm key_algorithm;       // of its key
-    size_t key_bits;                          // 0: not known
-    chronoseal_bytes der;                     // the whole certificate
+    const char* subject;                       // others' text
+    const char* issuer;                        // others' text
+    chronoseal_bytes serial_number;            // big-endian
+    chronoseal_time not_before;                // first moment of its validity
+    chronoseal_time not_after;                 // the last one
+    chronoseal_bytes sha256;                   // of the DER
+    chronoseal_algorithm signature_algorithm;  // by which the issuer signed
+    chronoseal_algorithm key_algorithm;        // of its key
+    size_t key_bits;                           // 0: not known
+    chronoseal_bytes der;                      // the whole certificate
+    chronoseal_bytes key_sha256;               // of the public key's bits
+    const chronoseal_field* const* extensions; // in their order
+    size_t extension_count;                    // how many
+    const char* const* extended_usages;        // OIDs
+    size_t usage_count;                        // how many
 } chronoseal_certificate;
 
 // What a token says. Nothing in it is verified.
@@ -199,8 +251,12 @@ typedef struct chronoseal_token_info {
     size_t signers;                                    // a good token has one
     const chronoseal_certificate* const* certificates; // those in the token, in its order
     size_t certificate_count;                          // how many
-    const chronoseal_certificate* signer; // that of them which is named; null: not there
-    size_t revocation_lists;              // how many the token carries
+    const chronoseal_certificate* signer;      // that of them which is named; null: not there
+    size_t revocation_lists;                   // how many the token carries
+    chronoseal_bytes authority_der;            // the authority's name as a GeneralName; empty: none
+    const chronoseal_field* const* extensions; // of the TSTInfo
+    size_t extension_count;                    // how many
+    const chronoseal_signature* signature;     // of the first signer
 } chronoseal_token_info;
 
 // Something noticed that fails no check.
@@ -390,6 +446,28 @@ typedef struct chronoseal_chain_link {
     size_t evidence_count;                      // how many
 } chronoseal_chain_link;
 
+// What a good verdict rests on at the time by which it is judged.
+typedef enum chronoseal_age {
+    CHRONOSEAL_AGE_FRESH = 0,  // certificates that are still valid
+    CHRONOSEAL_AGE_AGED = 1,   // one that has ended: a stolen key could have forged the stamp since
+    CHRONOSEAL_AGE_RENEWED = 2 // a later stamp over this one, made in time
+} chronoseal_age;
+
+// How long a verdict holds, as far as that can be told.
+typedef struct chronoseal_outlook {
+    chronoseal_age age;             // on what it rests
+    int has_aged_since;             // 1: a certificate of the chain has ended
+    chronoseal_time aged_since;     // when the first one did
+    int has_renew_before;           // 1: it is known until when it holds
+    chronoseal_time renew_before;   // the first end of a certificate or an algorithm; may be past
+    const char* renew_reason;       // what ends then, in words
+    int has_evidence_until;         // 1: the evidence of revocation speaks for a while only
+    chronoseal_time evidence_until; // until when
+    int has_evidence_again;         // 1: it speaks again, later
+    chronoseal_time evidence_again; // from when on
+    int evidence_stored;            // 1: all of it was at hand: in the stamp, or given
+} chronoseal_outlook;
+
 // A verdict as a whole.
 typedef struct chronoseal_verdict_info {
     int good;          // nothing failed, and all that was required was done
@@ -403,6 +481,7 @@ typedef struct chronoseal_verdict_info {
     chronoseal_time judged_at;                 // the time at which the chain was judged
     chronoseal_time as_of;                     // "now" of the judgement
     const chronoseal_error* error;             // that of `deciding`; null of a good verdict
+    const chronoseal_outlook* outlook;         // null: no chain was found
 } chronoseal_verdict_info;
 
 // What a stamp is compared with, where a digest alone doesn't do.
@@ -585,6 +664,17 @@ CHRONOSEAL_API chronoseal_status chronoseal_sealer_hash_file(const chronoseal_se
                                                              const chronoseal_control* control,
                                                              chronoseal_digest* digest,
                                                              chronoseal_error** error);
+// Tells the authorities of a sealer in the order in which they are asked, by calls of `each`.
+// Anything but 0 from `each` ends it.
+CHRONOSEAL_API chronoseal_status chronoseal_sealer_authorities(
+    const chronoseal_sealer* sealer, int (*each)(void* user, const chronoseal_authority* authority),
+    void* user, chronoseal_error** error);
+// Tells the authorities that the machine's configuration names, or else the policy's default
+// address, by calls of `each`; none if there is none. "policy_unreadable" and "setting_invalid".
+// Anything but 0 from `each` ends it.
+CHRONOSEAL_API chronoseal_status
+chronoseal_configured_authorities(int (*each)(void* user, const chronoseal_authority* authority),
+                                  void* user, chronoseal_error** error);
 // Releases a sealer and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_sealer_free(chronoseal_sealer** sealer);
 
@@ -693,6 +783,10 @@ CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_der(
 CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_data_algorithms(
     const chronoseal_evidence_record* record, const char* const** algorithms, size_t* count,
     chronoseal_error** error);
+// Gives the name of the algorithm of the last chain, in which a renewal by a new stamp goes on. It
+// belongs to the record. "hash_unknown" for what can't be computed here.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_renewal_algorithm(
+    const chronoseal_evidence_record* record, const char** algorithm, chronoseal_error** error);
 // Hashes a file, which is read once, by all data algorithms of a record. `digests` has room for
 // `room` of them, and "count" is how many there are. `control` may be null.
 CHRONOSEAL_API chronoseal_status chronoseal_evidence_record_hash_file(
@@ -709,6 +803,11 @@ typedef struct chronoseal_evidence_tree chronoseal_evidence_tree;
 CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_new(const char* algorithm,
                                                               chronoseal_evidence_tree** tree,
                                                               chronoseal_error** error);
+// Makes room for so many digests at once, which is only faster. "out_of_memory" for more than there
+// is memory for.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_reserve(chronoseal_evidence_tree* tree,
+                                                                  uint64_t digests,
+                                                                  chronoseal_error** error);
 // Adds an object by its hash. "digest_malformed" for one of another algorithm.
 CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_add(chronoseal_evidence_tree* tree,
                                                               const chronoseal_digest* digest,
@@ -730,8 +829,79 @@ CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_root(chronoseal_eviden
 CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_record(
     chronoseal_evidence_tree* tree, const chronoseal_digest* objects, size_t count,
     const chronoseal_stamp* stamp, chronoseal_evidence_record** record, chronoseal_error** error);
+
+// The way from a leaf up to the root of a tree, to be kept with the leaf. Doesn't change.
+typedef struct chronoseal_hash_path chronoseal_hash_path;
+
+// Finds the way from a leaf, the hash of `size` bytes, up to the root. "not_in_tree".
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_path(chronoseal_evidence_tree* tree,
+                                                               const void* leaf, size_t size,
+                                                               chronoseal_hash_path** path,
+                                                               chronoseal_error** error);
+// Gives the hashes that stand beside the way, from the leaf upwards. They belong to the path.
+CHRONOSEAL_API chronoseal_status chronoseal_hash_path_get(const chronoseal_hash_path* path,
+                                                          const chronoseal_bytes** hashes,
+                                                          size_t* count, chronoseal_error** error);
+// Releases a path and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_hash_path_free(chronoseal_hash_path** path);
+
+// Makes the record of an object, or of a group, as `chronoseal_evidence_tree_record` does, under a
+// stamp over a larger tree in which this tree's root is a leaf: `above` are the `above_count`
+// hashes of the way from there up.
+CHRONOSEAL_API chronoseal_status chronoseal_evidence_tree_record_below(
+    chronoseal_evidence_tree* tree, const chronoseal_digest* objects, size_t count,
+    const chronoseal_stamp* stamp, const chronoseal_bytes* above, size_t above_count,
+    chronoseal_evidence_record** record, chronoseal_error** error);
 // Releases a tree and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_evidence_tree_free(chronoseal_evidence_tree** tree);
+
+// A line of a list of hashes. Lasts until the function that was called with it returns.
+typedef struct chronoseal_manifest_line {
+    uint64_t number;         // from 1
+    const char* algorithm;   // "SHA-256"
+    chronoseal_bytes digest; // the hash
+    chronoseal_bytes name;   // the file's as it is, escapes undone
+    const char* shown_name;  // the same, quoted: others' text
+} chronoseal_manifest_line;
+
+// Reads a list of hashes as `sha256sum`, `sha384sum` and `sha512sum` write it, and calls `each`,
+// which may be null, for each line: anything but 0 from it ends the call with the word "cancelled".
+// Memory doesn't grow with the list. Gives the hash of the list's own bytes, by the algorithm of
+// its lines, and how many lines it has. "manifest_line" is a line that can't be read,
+// "manifest_mixed" hashes of different kinds, "manifest_hash" those of other algorithms (MD5,
+// SHA-1, BLAKE2); the text has the line's number. "manifest_empty". `control` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_read(
+    const char* path, int (*each)(void* user, const chronoseal_manifest_line* line), void* user,
+    const chronoseal_control* control, chronoseal_digest* list, uint64_t* lines,
+    chronoseal_error** error);
+
+// A list of hashes that comes in pieces. Belongs to one thread at a time.
+typedef struct chronoseal_manifest_reader chronoseal_manifest_reader;
+
+// Begins to read a list; `each` as in `chronoseal_manifest_read`.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_reader_new(
+    int (*each)(void* user, const chronoseal_manifest_line* line), void* user,
+    chronoseal_manifest_reader** reader, chronoseal_error** error);
+// Reads a piece of any size. Its lines are told now or later, at the latest when the list ends.
+// Fails as `chronoseal_manifest_read`; after that, and after `chronoseal_manifest_reader_finish`,
+// the reader can only be released: "manifest_finished".
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_reader_feed(chronoseal_manifest_reader* reader,
+                                                                 const void* data, size_t size,
+                                                                 chronoseal_error** error);
+// Ends a list, and gives what `chronoseal_manifest_read` does.
+CHRONOSEAL_API chronoseal_status
+chronoseal_manifest_reader_finish(chronoseal_manifest_reader* reader, chronoseal_digest* list,
+                                  uint64_t* lines, chronoseal_error** error);
+// Releases a reader and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_manifest_reader_free(chronoseal_manifest_reader** reader);
+
+// Makes the line of a file as `sha256sum` writes it, with its line end; `name` has `name_size`
+// bytes, and is escaped where it has to be. The `size` bytes are the caller's, to be released by
+// `chronoseal_free`.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_write_line(const chronoseal_digest* digest,
+                                                                const void* name, size_t name_size,
+                                                                unsigned char** line, size_t* size,
+                                                                chronoseal_error** error);
 
 // The tree of a list of hashes as `sha256sum` writes it: its lines' hashes, and that of the list
 // itself, which so proves all lines and their names. Belongs to one thread at a time.
@@ -756,6 +926,11 @@ CHRONOSEAL_API chronoseal_status chronoseal_manifest_tree_root(chronoseal_manife
 CHRONOSEAL_API chronoseal_status
 chronoseal_manifest_tree_record(chronoseal_manifest_tree* tree, const chronoseal_stamp* stamp,
                                 chronoseal_evidence_record** record, chronoseal_error** error);
+// Makes the record of a list as `chronoseal_manifest_tree_record` does, under a stamp over a larger
+// tree, as `chronoseal_evidence_tree_record_below`: so several lists share a stamp.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_tree_record_below(
+    chronoseal_manifest_tree* tree, const chronoseal_stamp* stamp, const chronoseal_bytes* above,
+    size_t above_count, chronoseal_evidence_record** record, chronoseal_error** error);
 // Makes the record of an object whose hash stands in a line, of that of the list, however often
 // that was renewed by new stamps. "not_in_manifest"; "manifest_changed" where the record isn't that
 // of these bytes; "manifest_unproved" for a record that wasn't made with the lines;
@@ -961,6 +1136,47 @@ CHRONOSEAL_API chronoseal_status chronoseal_attach(const chronoseal_sealer* seal
                                                    unsigned char** stamped, size_t* stamped_size,
                                                    chronoseal_error** error);
 
+// A CMS signature (RFC 5652) by one or several signers, each of whom can have a stamp. Doesn't
+// change.
+typedef struct chronoseal_cms_signature chronoseal_cms_signature;
+
+// Reads a CMS signature as DER, BER, PEM, Base64 or S/MIME. "not_a_signature", "is_a_stamp",
+// "no_signers" and "malformed".
+CHRONOSEAL_API chronoseal_status chronoseal_cms_signature_read(const void* data, size_t size,
+                                                               chronoseal_cms_signature** signature,
+                                                               chronoseal_error** error);
+// Gives the number of signers. `detached`, which may be null, is set to 1 if what was signed is
+// neither in the message nor in the mail around it, else to 0.
+CHRONOSEAL_API chronoseal_status
+chronoseal_cms_signature_signers(const chronoseal_cms_signature* signature, size_t* count,
+                                 int* detached, chronoseal_error** error);
+// Gives what a stamp for a signer, who counts from 0, has to be over: the signature's octets, which
+// are the caller's, to be released by `chronoseal_free`. "no_signer".
+CHRONOSEAL_API chronoseal_status
+chronoseal_cms_signature_value(const chronoseal_cms_signature* signature, size_t signer,
+                               unsigned char** value, size_t* size, chronoseal_error** error);
+// Checks a signature's arithmetic by the certificate that the signer names, which is looked for in
+// the message and among `certificates`; no chain is judged. `content` is what was signed, null
+// where it is in the message or not at hand. `compared`, which may be null, is set to 1 if it was
+// compared, and to 0 if it isn't there. "signature_bad", "content_differs", "signer_not_found",
+// "content_missing" and "content_twice".
+CHRONOSEAL_API chronoseal_status chronoseal_cms_signature_check(
+    const chronoseal_cms_signature* signature, size_t signer, const chronoseal_source* certificates,
+    size_t certificate_count, const chronoseal_bytes* content, int* compared,
+    chronoseal_error** error);
+// Makes the signature with a stamp in it, in the unsigned attribute of that OID, null: RFC 3161's;
+// all else stays as it is. "imprint_differs" for a stamp over something else.
+CHRONOSEAL_API chronoseal_status chronoseal_cms_signature_with_stamp(
+    const chronoseal_cms_signature* signature, size_t signer, const chronoseal_stamp* stamp,
+    const char* attribute, chronoseal_cms_signature** stamped, chronoseal_error** error);
+// Gives a signature in the form in which it was read. The bytes are the caller's, to be released by
+// `chronoseal_free`.
+CHRONOSEAL_API chronoseal_status
+chronoseal_cms_signature_encoded(const chronoseal_cms_signature* signature, unsigned char** data,
+                                 size_t* size, chronoseal_error** error);
+// Releases a signature and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_cms_signature_free(chronoseal_cms_signature** signature);
+
 // ---- What is this? ----
 
 // What bytes are.
@@ -995,7 +1211,8 @@ typedef enum chronoseal_kind {
 typedef enum chronoseal_form {
     CHRONOSEAL_FORM_BINARY = 0, //
     CHRONOSEAL_FORM_PEM = 1,    //
-    CHRONOSEAL_FORM_BASE64 = 2  //
+    CHRONOSEAL_FORM_BASE64 = 2, //
+    CHRONOSEAL_FORM_SMIME = 3   // a mail
 } chronoseal_form;
 
 // A stamp inside something else.
@@ -1030,18 +1247,36 @@ CHRONOSEAL_API chronoseal_status chronoseal_inspect(const void* data, size_t siz
 CHRONOSEAL_API chronoseal_status
 chronoseal_inspection_get_info(const chronoseal_inspection* inspection,
                                const chronoseal_inspection_info** info, chronoseal_error** error);
-// Releases a inspection and sets the pointer to null.
+// Releases an inspection and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_inspection_free(chronoseal_inspection** inspection);
+
+// Puts other DER into the form in which `original` came: PEM with its label and what stands around
+// it, Base64, the mail, or as it is. The bytes are the caller's, to be released by
+// `chronoseal_free`.
+CHRONOSEAL_API chronoseal_status chronoseal_rewrap(const void* original, size_t original_size,
+                                                   const void* der, size_t der_size,
+                                                   unsigned char** data, size_t* size,
+                                                   chronoseal_error** error);
 
 // ---- The machine ----
 
+// What is with a key of the configuration.
+typedef enum chronoseal_setting_state {
+    CHRONOSEAL_SETTING_BY_DEFAULT = 0,  // it is absent
+    CHRONOSEAL_SETTING_SET = 1,         //
+    CHRONOSEAL_SETTING_UNREADABLE = 2,  // of the wrong type
+    CHRONOSEAL_SETTING_NOT_ALLOWED = 3, // a value that isn't one of those that mean something
+    CHRONOSEAL_SETTING_UNKNOWN = 4      // means nothing: a slip of the pen, mostly
+} chronoseal_setting_state;
+
 // One key of the configuration.
 typedef struct chronoseal_setting {
-    const char* key;     // as in TOML: "config.cades.tsppolicy.AllowedTSPs"
-    const char* value;   // as in TOML; empty: none
-    const char* source;  // the file; empty: built in
-    const char* problem; // what is wrong with it, in words; empty: nothing
-    int fatal;           // 1: no request can be made until it is put right
+    const char* key;                // as in TOML: "config.cades.tsppolicy.AllowedTSPs"
+    const char* value;              // as in TOML; empty: none
+    const char* source;             // the file; empty: built in
+    const char* problem;            // what is wrong with it, in words; empty: nothing
+    int fatal;                      // 1: no request can be made until it is put right
+    chronoseal_setting_state state; // what is with it
 } chronoseal_setting;
 
 // Tells the policy of the machine: calls `each` for each key that is known, with its value and
@@ -1051,6 +1286,57 @@ CHRONOSEAL_API chronoseal_status chronoseal_policy(int (*each)(void* user,
                                                                const chronoseal_setting* setting),
                                                    void* user, int* usable,
                                                    chronoseal_error** error);
+
+// Tells what is wrong with the configuration as a whole, files that can't be read mostly, by calls
+// of `each` with a sentence. Anything but 0 from `each` ends it.
+CHRONOSEAL_API chronoseal_status chronoseal_policy_problems(int (*each)(void* user,
+                                                                        const char* problem),
+                                                            void* user, chronoseal_error** error);
+
+// A certificate store of this user and machine.
+typedef struct chronoseal_store {
+    const char* name;        // "Root", "CA", "My", "AddressBook"
+    size_t certificates;     // how many are in it
+    size_t revocation_lists; // how many are in it
+    const char* problem;     // empty: it could be read
+} chronoseal_store;
+
+// Tells the certificate stores of this user and machine by calls of `each`. Anything but 0 from
+// `each` ends it.
+CHRONOSEAL_API chronoseal_status chronoseal_stores(int (*each)(void* user,
+                                                               const chronoseal_store* store),
+                                                   void* user, chronoseal_error** error);
+
+// A root that counts where a `chronoseal_trust` names none.
+typedef struct chronoseal_trusted_root {
+    const chronoseal_certificate* certificate; // the root itself
+    const char* place;                         // "user", or "machine"
+} chronoseal_trusted_root;
+
+// Whose store is meant.
+typedef enum chronoseal_place {
+    CHRONOSEAL_PLACE_USER = 0,   // the user's own
+    CHRONOSEAL_PLACE_MACHINE = 1 // the machine's, which needs the rights for it
+} chronoseal_place;
+
+// Tells the roots that are trusted on this machine, those of the operating system included, by
+// calls of `each`. Anything but 0 from `each` ends it.
+CHRONOSEAL_API chronoseal_status
+chronoseal_trusted_roots(int (*each)(void* user, const chronoseal_trusted_root* root), void* user,
+                         chronoseal_error** error);
+// Puts the one certificate of `root` among the trusted ones, if its SHA-256 is the one given: a
+// root is trusted by what one knows of it, not by where it came from. A process that has judged
+// before notices within ten seconds. "root_differs", "not_a_root" for a certificate that isn't
+// self-issued, "no_certificates" and "access_denied".
+CHRONOSEAL_API chronoseal_status chronoseal_trust_root(const chronoseal_source* root,
+                                                       const void* sha256, size_t size,
+                                                       chronoseal_place place,
+                                                       chronoseal_error** error);
+// Takes a root away from the trusted ones. "root_not_found" where the store hasn't got it, and
+// "access_denied" for one that lies elsewhere, such as those of the operating system.
+CHRONOSEAL_API chronoseal_status chronoseal_distrust_root(const void* sha256, size_t size,
+                                                          chronoseal_place place,
+                                                          chronoseal_error** error);
 
 // How grave something is.
 typedef enum chronoseal_severity {
@@ -1076,6 +1362,40 @@ CHRONOSEAL_API chronoseal_status
 chronoseal_diagnose(const chronoseal_sealer_options* options, int ask,
                     int (*each)(void* user, const chronoseal_diagnosis* diagnosis), void* user,
                     chronoseal_error** error);
+
+// ---- Authenticode ----
+
+// How a stamp of the older Authenticode protocol is got.
+typedef struct chronoseal_authenticode_options {
+    size_t size;                   // of this struct
+    const char* url;               // null: the policy's DefaultMSTSPURL
+    const chronoseal_trust* trust; // by which the answer is judged; null: the machine's
+    int without_verification;      // 1: the answer's chain isn't judged
+} chronoseal_authenticode_options;
+
+// What a stamp of the older Authenticode protocol holds.
+typedef struct chronoseal_authenticode_info {
+    chronoseal_bytes der;                 // the PKCS#7 message: what to store
+    int has_time;                         // 1: it has a signing time
+    chronoseal_time time;                 // its signing time
+    const chronoseal_certificate* signer; // whose certificate is in it
+} chronoseal_authenticode_info;
+
+// A stamp of the older Authenticode protocol. Doesn't change.
+typedef struct chronoseal_authenticode_stamp chronoseal_authenticode_stamp;
+
+// Gets a stamp by the older Authenticode protocol over `content`, mostly a signature value. It is
+// given only if it is a signed message over this content whose signature fits. "server_denied"
+// where policy doesn't allow the server. `options` may be null.
+CHRONOSEAL_API chronoseal_status chronoseal_authenticode(
+    const void* content, size_t size, const chronoseal_authenticode_options* options,
+    chronoseal_authenticode_stamp** stamp, chronoseal_error** error);
+// Gives everything that a stamp of the older Authenticode protocol holds.
+CHRONOSEAL_API chronoseal_status chronoseal_authenticode_stamp_get_info(
+    const chronoseal_authenticode_stamp* stamp, const chronoseal_authenticode_info** info,
+    chronoseal_error** error);
+// Releases a stamp of the older Authenticode protocol and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_authenticode_stamp_free(chronoseal_authenticode_stamp** stamp);
 
 // Gives the version of the library in use, "1.0.0".
 CHRONOSEAL_API const char* chronoseal_version(void);

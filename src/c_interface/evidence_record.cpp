@@ -121,6 +121,20 @@ chronoseal_evidence_record_data_algorithms(const chronoseal_evidence_record* rec
     });
 }
 
+chronoseal_status
+chronoseal_evidence_record_renewal_algorithm(const chronoseal_evidence_record* record,
+                                             const char** algorithm, chronoseal_error** error) {
+    return call(error, [&] {
+        auto& place = emptied(algorithm, "algorithm");
+        const chronoseal_evidence_record& handle = needed(record, "record");
+        std::call_once(handle.renewal_once, [&] {
+            handle.renewal_algorithm = handle.record.renewal_algorithm().name();
+        });
+        place = handle.renewal_algorithm.c_str();
+        return CHRONOSEAL_OK;
+    });
+}
+
 chronoseal_status chronoseal_evidence_record_hash_file(const chronoseal_evidence_record* record,
                                                        const char* path,
                                                        const chronoseal_control* control,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <mutex>
+#include <string>
 
 #include <chronoseal/c_interface/view.h>
 #include <chronoseal/evidence.hpp>
@@ -20,4 +21,6 @@ struct chronoseal_evidence_record {
     mutable const chronoseal_evidence_record_info* info = nullptr;
     mutable const char* const* data_algorithms = nullptr;
     mutable std::size_t data_algorithm_count = 0;
+    mutable std::once_flag renewal_once;
+    mutable std::string renewal_algorithm;
 };

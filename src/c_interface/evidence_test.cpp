@@ -1,23 +1,15 @@
-// Records, trees, renewals, extending and attaching through the C interface, from the first hash
+// Records, trees, renewals and extending through the C interface, from the first hash
 // to the verdict, and what a caller gets wrong.
-#include <chronoseal/chronoseal.h>
-
+#include <array>
 #include <cstring>
 #include <memory>
 
+#include <chronoseal/c_interface/testing/handles.h>
 #include <chronoseal/seal/testing/evidence_fixture.h>
 
 namespace chronoseal::testing {
 namespace {
 
-template <auto Free>
-struct FreeBy {
-    template <class T>
-    void operator()(T* handle) const {
-        Free(&handle);
-    }
-};
-using StampHandle = std::unique_ptr<chronoseal_stamp, FreeBy<chronoseal_stamp_free>>;
 using RecordHandle =
     std::unique_ptr<chronoseal_evidence_record, FreeBy<chronoseal_evidence_record_free>>;
 using TreeHandle = std::unique_ptr<chronoseal_evidence_tree, FreeBy<chronoseal_evidence_tree_free>>;
@@ -237,6 +229,62 @@ TEST_F(CEvidenceTest, AGroupIsProvedWhole) {
     EXPECT_EQ(word(), "not_in_tree");
 }
 
+// Two trees under a third: what stands above the one makes its records those of the whole.
+TEST_F(CEvidenceTest, ATreeUnderALargerOneNeedsTheWayUp) {
+    std::array<TreeHandle, 3> trees;
+    std::array<chronoseal_digest, 3> roots_of{};
+    const std::array<std::vector<std::string>, 2> data = {{{"a", "b"}, {"c"}}};
+    for (std::size_t i = 0; i < 3; ++i) {
+        chronoseal_evidence_tree* made = nullptr;
+        ASSERT_EQ(chronoseal_evidence_tree_new(nullptr, &made, &error), CHRONOSEAL_OK);
+        trees.at(i).reset(made);
+        EXPECT_EQ(chronoseal_evidence_tree_reserve(made, 2, &error), CHRONOSEAL_OK) << why();
+        for (std::size_t leaf = 0; leaf < 2; ++leaf) {
+            if (i == 2 || leaf < data.at(i).size()) {
+                const auto digest = i == 2 ? roots_of.at(leaf) : hash(data.at(i)[leaf]);
+                EXPECT_EQ(chronoseal_evidence_tree_add(made, &digest, &error), CHRONOSEAL_OK);
+            }
+        }
+        ASSERT_EQ(chronoseal_evidence_tree_root(made, &roots_of.at(i), &error), CHRONOSEAL_OK);
+    }
+    EXPECT_EQ(chronoseal_evidence_tree_reserve(trees[0].get(), ~std::uint64_t{0}, &error),
+              CHRONOSEAL_UNREACHABLE);
+    EXPECT_EQ(word(), "out_of_memory");
+
+    chronoseal_hash_path* path = nullptr;
+    EXPECT_EQ(chronoseal_evidence_tree_path(trees[2].get(), "x", 1, &path, &error),
+              CHRONOSEAL_REFUSED);
+    EXPECT_EQ(word(), "not_in_tree");
+    ASSERT_EQ(chronoseal_evidence_tree_path(trees[2].get(), roots_of[0].value, 32, &path, &error),
+              CHRONOSEAL_OK)
+        << why();
+    const std::unique_ptr<chronoseal_hash_path, FreeBy<chronoseal_hash_path_free>> owner(path);
+    const chronoseal_bytes* hashes = nullptr;
+    std::size_t count = 0;
+    ASSERT_EQ(chronoseal_hash_path_get(path, &hashes, &count, &error), CHRONOSEAL_OK);
+    ASSERT_EQ(count, 1U);
+    EXPECT_EQ(std::memcmp(hashes[0].data, roots_of[1].value, 32), 0);
+
+    const auto stamp = stamp_over(roots_of[2]);
+    const auto object = hash("a");
+    chronoseal_evidence_record* made = nullptr;
+    EXPECT_EQ(
+        chronoseal_evidence_tree_record(trees[0].get(), &object, 1, stamp.get(), &made, &error),
+        CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "imprint_differs");
+    ASSERT_EQ(chronoseal_evidence_tree_record_below(trees[0].get(), &object, 1, stamp.get(), hashes,
+                                                    count, &made, &error),
+              CHRONOSEAL_OK)
+        << why();
+    const RecordHandle record(made);
+    EXPECT_EQ(judge(record, "a"), "");
+    EXPECT_EQ(judge(record, "b"), "not_in_tree");
+    const char* algorithm = nullptr;
+    ASSERT_EQ(chronoseal_evidence_record_renewal_algorithm(made, &algorithm, &error),
+              CHRONOSEAL_OK);
+    EXPECT_STREQ(algorithm, "SHA-256");
+}
+
 TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
     const auto record = record_of({"data", "second"});
     chronoseal_stamp_renewal* stamps = nullptr;
@@ -366,16 +414,17 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
     chronoseal_extension* extension = nullptr;
     chronoseal_manifest_tree* list = nullptr;
     chronoseal_digest place{};
-    unsigned char* data = nullptr;
+    chronoseal_hash_path* path = nullptr;
+    const chronoseal_bytes no_hash{nullptr, 1};
+    const chronoseal_bytes* hashes = nullptr;
     std::size_t size = 0;
     std::uint64_t lines = 0;
+    const char* name = nullptr;
     const char* const* names = nullptr;
     const auto* r = held.get();
     const auto* v = verifier.get();
     const auto* s = stamp.get();
-    using Call = std::function<chronoseal_status(chronoseal_error**)>;
-#define ROW(call) Call([&](chronoseal_error** e) { return call; })
-    const Call rows[] = {
+    expect_argument_missing({
         ROW(chronoseal_evidence_record_read(nullptr, 1, &out, e)),
         ROW(chronoseal_evidence_record_read("", 0, nullptr, e)),
         ROW(chronoseal_evidence_record_read_file(nullptr, &out, e)),
@@ -419,15 +468,18 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_evidence_verdict_get_info(nullptr, &info, e)),
         ROW(chronoseal_extend(nullptr, &own_trust, &extension, e)),
         ROW(chronoseal_extend(s, &own_trust, nullptr, e)),
-        ROW(chronoseal_attach(nullptr, "x", 1, nullptr, nullptr, nullptr, &data, &size, e)),
-    };
-#undef ROW
-    for (const Call& row : rows) {
-        const auto number = &row - rows;
-        EXPECT_EQ(row(nullptr), CHRONOSEAL_MISUSE) << "row " << number;
-        EXPECT_EQ(row(&error), CHRONOSEAL_MISUSE) << "row " << number;
-        EXPECT_EQ(word(), "argument_missing") << "row " << number << why();
-    }
+        ROW(chronoseal_evidence_record_renewal_algorithm(r, nullptr, e)),
+        ROW(chronoseal_evidence_record_renewal_algorithm(nullptr, &name, e)),
+        ROW(chronoseal_evidence_tree_reserve(nullptr, 1, e)),
+        ROW(chronoseal_evidence_tree_path(nullptr, "x", 1, &path, e)),
+        ROW(chronoseal_evidence_tree_path(tree, nullptr, 1, &path, e)),
+        ROW(chronoseal_evidence_tree_path(tree, "x", 1, nullptr, e)),
+        ROW(chronoseal_evidence_tree_record_below(tree, &digest, 1, s, nullptr, 1, &out, e)),
+        ROW(chronoseal_evidence_tree_record_below(tree, &digest, 1, s, &no_hash, 1, &out, e)),
+        ROW(chronoseal_manifest_tree_record_below(nullptr, s, nullptr, 0, &out, e)),
+        ROW(chronoseal_hash_path_get(nullptr, &hashes, &size, e)),
+    });
+    chronoseal_hash_path_free(nullptr);
     chronoseal_stamp_renewal_free(&renewal);
     chronoseal_hash_renewal_free(&rehash);
     chronoseal_evidence_record_free(nullptr);
@@ -487,98 +539,6 @@ TEST_F(CEvidenceTest, AnExtendedStampHoldsWhatItIsJudgedBy) {
     EXPECT_EQ(chronoseal_extend(stamp, &given, &none, &error), CHRONOSEAL_MISUSE);
     EXPECT_EQ(word(), "revocation_off");
     EXPECT_EQ(none, nullptr);
-}
-
-// By OpenSSL, and by somebody whose certificate is in the message.
-std::string detached_signature(const std::string& data) {
-    const auto key = tsp::owned(EVP_EC_gen("P-256"), &EVP_PKEY_free);
-    const auto certificate = tsp::owned(X509_new(), &X509_free);
-    ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), 5);
-    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
-    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 86400);
-    X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), "CN", MBSTRING_UTF8,
-                               reinterpret_cast<const unsigned char*>("Person"), -1, -1, 0);
-    X509_set_issuer_name(certificate.get(), X509_get_subject_name(certificate.get()));
-    X509_set_pubkey(certificate.get(), key.get());
-    X509_sign(certificate.get(), key.get(), EVP_sha256());
-    const auto content =
-        tsp::owned(BIO_new_mem_buf(data.data(), static_cast<int>(data.size())), &BIO_free_all);
-    const auto message = tsp::owned(
-        CMS_sign(certificate.get(), key.get(), nullptr, content.get(), CMS_DETACHED | CMS_BINARY),
-        &CMS_ContentInfo_free);
-    return tsp::der(message.get(), &i2d_CMS_ContentInfo);
-}
-
-TEST_F(CEvidenceTest, ASignatureGetsAStampAfterItWasChecked) {
-    const LiveAuthority live;
-    const std::string anchor = live.authority().root_der();
-    const std::string url = live.url();
-    const std::string rates = folder.path() / "rates";
-    const chronoseal_source anchors{nullptr, anchor.data(), anchor.size()};
-    chronoseal_trust given{};
-    given.size = sizeof given;
-    given.roots = &anchors;
-    given.root_count = 1;
-    chronoseal_sealer_options options{};
-    options.size = sizeof options;
-    options.url = url.c_str();
-    options.trust = &given;
-    options.rate_file = rates.c_str();
-    chronoseal_sealer* sealer = nullptr;
-    ASSERT_EQ(chronoseal_sealer_new(&options, &sealer, &error), CHRONOSEAL_OK) << why();
-    const std::unique_ptr<chronoseal_sealer, FreeBy<chronoseal_sealer_free>> owner(sealer);
-    const std::string message = detached_signature("content");
-    unsigned char* stamped = nullptr;
-    std::size_t size = 0;
-    int compared = -1;
-    chronoseal_attach_options how{};
-    how.size = sizeof how;
-    const auto attach = [&](const std::string& bytes) {
-        chronoseal_free(stamped);
-        chronoseal_attach(sealer, bytes.data(), bytes.size(), &how, nullptr, &compared, &stamped,
-                          &size, &error);
-        return word();
-    };
-    how.content = "another";
-    how.content_size = 7;
-    EXPECT_EQ(attach(message), "content_differs");
-    how.signer = 2;
-    EXPECT_EQ(attach(message), "no_signer");
-    how.signer = 0;
-    how.content = nullptr;
-    EXPECT_EQ(attach(message), "argument_missing");
-    how.content_size = 0;
-    std::string broken = message;
-    broken.back() ^= 1;
-    EXPECT_EQ(attach(broken), "signature_bad");
-    EXPECT_EQ(attach("hello"), "not_a_signature");
-    EXPECT_EQ(stamped, nullptr);
-    EXPECT_EQ(live.requests(), 0U);
-
-    EXPECT_EQ(attach(message), "");
-    EXPECT_EQ(compared, 0);
-    how.content = "content";
-    how.content_size = 7;
-    EXPECT_EQ(attach(message), "") << why();
-    EXPECT_EQ(compared, 1);
-    EXPECT_EQ(live.requests(), 2U);
-    chronoseal_inspection* inspection = nullptr;
-    ASSERT_EQ(chronoseal_inspect(stamped, size, &inspection, &error), CHRONOSEAL_OK);
-    const std::unique_ptr<chronoseal_inspection, FreeBy<chronoseal_inspection_free>> seen(
-        inspection);
-    const chronoseal_inspection_info* found = nullptr;
-    ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
-    ASSERT_EQ(found->stamp_count, 1U);
-    EXPECT_STREQ(found->stamps[0]->attribute, "1.2.840.113549.1.9.16.2.14");
-    chronoseal_verifier* judge_of_stamps = nullptr;
-    ASSERT_EQ(chronoseal_verifier_new(&given, &judge_of_stamps, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(chronoseal_verify(judge_of_stamps, found->stamps[0]->stamp,
-                                found->stamps[0]->stamped.data, found->stamps[0]->stamped.size,
-                                nullptr, &error),
-              CHRONOSEAL_OK)
-        << why();
-    chronoseal_verifier_free(&judge_of_stamps);
-    chronoseal_free(stamped);
 }
 
 } // namespace

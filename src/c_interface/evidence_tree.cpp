@@ -14,12 +14,57 @@ struct chronoseal_manifest_tree {
     ManifestTree tree;
 };
 
+struct chronoseal_hash_path {
+    explicit chronoseal_hash_path(HashPath found) : path(std::move(found)) {
+        for (const Bytes& hash : path) {
+            hashes.push_back(c_interface::view_of(hash));
+        }
+    }
+
+    const HashPath path;
+    std::vector<chronoseal_bytes> hashes;
+};
+
+namespace {
+
+HashPath path_of(const chronoseal_bytes* above, size_t count) {
+    HashPath path;
+    if (count != 0) {
+        needed(above, "above");
+    }
+    for (size_t i = 0; i < count; ++i) {
+        const ByteView hash = needed_bytes(above[i].data, above[i].size, "above");
+        path.emplace_back(hash.begin(), hash.end());
+    }
+    return path;
+}
+
+chronoseal_evidence_record* record_of(chronoseal_evidence_tree* tree,
+                                      const chronoseal_digest* objects, size_t count,
+                                      const chronoseal_stamp* stamp, const HashPath& above) {
+    needed(objects, "objects");
+    EvidenceTree& own = needed(tree, "tree").tree;
+    const Stamp& over = needed(stamp, "stamp").stamp;
+    const std::vector<Digest> group = digests_of(objects, count, "objects");
+    return new chronoseal_evidence_record(own.record(group, over, above));
+}
+
+} // namespace
+
 chronoseal_status chronoseal_evidence_tree_new(const char* algorithm,
                                                chronoseal_evidence_tree** tree,
                                                chronoseal_error** error) {
     return call(error, [&] {
         auto*& place = emptied(tree, "tree");
         place = new chronoseal_evidence_tree{EvidenceTree(algorithm_of(algorithm))};
+        return CHRONOSEAL_OK;
+    });
+}
+
+chronoseal_status chronoseal_evidence_tree_reserve(chronoseal_evidence_tree* tree, uint64_t digests,
+                                                   chronoseal_error** error) {
+    return call(error, [&] {
+        needed(tree, "tree").tree.reserve(digests);
         return CHRONOSEAL_OK;
     });
 }
@@ -68,14 +113,48 @@ chronoseal_status chronoseal_evidence_tree_record(chronoseal_evidence_tree* tree
                                                   chronoseal_error** error) {
     return call(error, [&] {
         auto*& place = emptied(record, "record");
-        needed(objects, "objects");
-        EvidenceTree& own = needed(tree, "tree").tree;
-        const Stamp& over = needed(stamp, "stamp").stamp;
-        const std::vector<Digest> group = digests_of(objects, count, "objects");
-        place = new chronoseal_evidence_record(group.size() == 1 ? own.record(group[0], over)
-                                                                 : own.record(group, over));
+        place = record_of(tree, objects, count, stamp, {});
         return CHRONOSEAL_OK;
     });
+}
+
+chronoseal_status chronoseal_evidence_tree_record_below(
+    chronoseal_evidence_tree* tree, const chronoseal_digest* objects, size_t count,
+    const chronoseal_stamp* stamp, const chronoseal_bytes* above, size_t above_count,
+    chronoseal_evidence_record** record, chronoseal_error** error) {
+    return call(error, [&] {
+        auto*& place = emptied(record, "record");
+        place = record_of(tree, objects, count, stamp, path_of(above, above_count));
+        return CHRONOSEAL_OK;
+    });
+}
+
+chronoseal_status chronoseal_evidence_tree_path(chronoseal_evidence_tree* tree, const void* leaf,
+                                                size_t size, chronoseal_hash_path** path,
+                                                chronoseal_error** error) {
+    return call(error, [&] {
+        auto*& place = emptied(path, "path");
+        EvidenceTree& own = needed(tree, "tree").tree;
+        place = new chronoseal_hash_path(own.path(needed_bytes(leaf, size, "leaf")));
+        return CHRONOSEAL_OK;
+    });
+}
+
+chronoseal_status chronoseal_hash_path_get(const chronoseal_hash_path* path,
+                                           const chronoseal_bytes** hashes, size_t* count,
+                                           chronoseal_error** error) {
+    return call(error, [&] {
+        auto& place = emptied(hashes, "hashes");
+        auto& number = emptied(count, "count");
+        const chronoseal_hash_path& handle = needed(path, "path");
+        place = handle.hashes.empty() ? nullptr : handle.hashes.data();
+        number = handle.hashes.size();
+        return CHRONOSEAL_OK;
+    });
+}
+
+void chronoseal_hash_path_free(chronoseal_hash_path** path) {
+    release(path);
 }
 
 void chronoseal_evidence_tree_free(chronoseal_evidence_tree** tree) {
@@ -124,6 +203,18 @@ chronoseal_status chronoseal_manifest_tree_record(chronoseal_manifest_tree* tree
         auto*& place = emptied(record, "record");
         place = new chronoseal_evidence_record(
             needed(tree, "tree").tree.record(needed(stamp, "stamp").stamp));
+        return CHRONOSEAL_OK;
+    });
+}
+
+chronoseal_status chronoseal_manifest_tree_record_below(
+    chronoseal_manifest_tree* tree, const chronoseal_stamp* stamp, const chronoseal_bytes* above,
+    size_t above_count, chronoseal_evidence_record** record, chronoseal_error** error) {
+    return call(error, [&] {
+        auto*& place = emptied(record, "record");
+        place = new chronoseal_evidence_record(
+            needed(tree, "tree")
+                .tree.record(needed(stamp, "stamp").stamp, path_of(above, above_count)));
         return CHRONOSEAL_OK;
     });
 }

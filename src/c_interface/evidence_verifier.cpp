@@ -169,11 +169,7 @@ chronoseal_status
 chronoseal_evidence_verdict_get_info(const chronoseal_evidence_verdict* verdict,
                                      const chronoseal_evidence_verdict_info** info,
                                      chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(info, "info");
-        place = needed(verdict, "verdict").info;
-        return CHRONOSEAL_OK;
-    });
+    return give_info(verdict, "verdict", info, error);
 }
 
 void chronoseal_evidence_verdict_free(chronoseal_evidence_verdict** verdict) {

@@ -88,11 +88,7 @@ chronoseal_status chronoseal_extend(const chronoseal_stamp* stamp, const chronos
 chronoseal_status chronoseal_extension_get_info(const chronoseal_extension* extension,
                                                 const chronoseal_extension_info** info,
                                                 chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(info, "info");
-        place = needed(extension, "extension").info;
-        return CHRONOSEAL_OK;
-    });
+    return give_info(extension, "extension", info, error);
 }
 
 void chronoseal_extension_free(chronoseal_extension** extension) {

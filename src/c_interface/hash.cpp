@@ -93,6 +93,22 @@ chronoseal_status chronoseal_hash_file(const char* algorithm, const char* path,
     });
 }
 
+chronoseal_status
+chronoseal_hash_algorithms(int (*each)(void* user, const chronoseal_hash_algorithm* algorithm),
+                           void* user, chronoseal_error** error) {
+    return call(error, [&] {
+        needed(each, "each");
+        for (const HashAlgorithm& algorithm : HashAlgorithm::all()) {
+            const chronoseal_hash_algorithm view{algorithm.name().c_str(), algorithm.oid().c_str(),
+                                                 algorithm.size(), algorithm.weak() ? 1 : 0};
+            if (each(user, &view) != 0) {
+                break;
+            }
+        }
+        return CHRONOSEAL_OK;
+    });
+}
+
 chronoseal_status chronoseal_hasher_new(const char* algorithm, chronoseal_hasher** hasher,
                                         chronoseal_error** error) {
     return call(error, [&] {

@@ -7,6 +7,7 @@ using namespace chronoseal::c_interface;
 
 static_assert(static_cast<int>(Kind::unknown) == CHRONOSEAL_KIND_UNKNOWN);
 static_assert(static_cast<int>(Kind::evidence_record) == CHRONOSEAL_KIND_EVIDENCE_RECORD);
+static_assert(static_cast<int>(Form::smime) == CHRONOSEAL_FORM_SMIME);
 
 struct chronoseal_inspection {
     explicit chronoseal_inspection(Inspection found) : inspection(std::move(found)) {
@@ -51,9 +52,18 @@ chronoseal_status chronoseal_inspect(const void* data, size_t size,
 chronoseal_status chronoseal_inspection_get_info(const chronoseal_inspection* inspection,
                                                  const chronoseal_inspection_info** info,
                                                  chronoseal_error** error) {
+    return give_info(inspection, "inspection", info, error);
+}
+
+chronoseal_status chronoseal_rewrap(const void* original, size_t original_size, const void* der,
+                                    size_t der_size, unsigned char** data, size_t* size,
+                                    chronoseal_error** error) {
     return call(error, [&] {
-        auto& place = emptied(info, "info");
-        place = needed(inspection, "inspection").info;
+        auto& place = emptied(data, "data");
+        auto& place_size = emptied(size, "size");
+        hand_over(rewrap(needed_bytes(original, original_size, "original"),
+                         needed_bytes(der, der_size, "der")),
+                  &place, &place_size);
         return CHRONOSEAL_OK;
     });
 }

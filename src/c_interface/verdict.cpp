@@ -54,6 +54,22 @@ const chronoseal_chain_link* view_of(Kept& kept, const ChainLink& link) {
     return kept.value(view);
 }
 
+const chronoseal_outlook* view_of(Kept& kept, const Outlook& outlook) {
+    chronoseal_outlook view{};
+    view.age = static_cast<chronoseal_age>(outlook.age);
+    view.has_aged_since = outlook.aged_since ? 1 : 0;
+    view.aged_since = time_of(outlook.aged_since.value_or(Time{}));
+    view.has_renew_before = outlook.renew_before ? 1 : 0;
+    view.renew_before = time_of(outlook.renew_before.value_or(Time{}));
+    view.renew_reason = kept.text(outlook.renew_reason);
+    view.has_evidence_until = outlook.evidence_until ? 1 : 0;
+    view.evidence_until = time_of(outlook.evidence_until.value_or(Time{}));
+    view.has_evidence_again = outlook.evidence_again ? 1 : 0;
+    view.evidence_again = time_of(outlook.evidence_again.value_or(Time{}));
+    view.evidence_stored = outlook.evidence_stored ? 1 : 0;
+    return kept.value(view);
+}
+
 } // namespace
 
 chronoseal_verdict::chronoseal_verdict(Verdict found) : verdict(std::move(found)) {
@@ -80,5 +96,6 @@ chronoseal_verdict::chronoseal_verdict(Verdict found) : verdict(std::move(found)
         error.emplace(verdict.error());
     }
     view.error = error ? &*error : nullptr;
+    view.outlook = verdict.chain.empty() ? nullptr : view_of(kept, verdict.outlook);
     info = kept.value(view);
 }

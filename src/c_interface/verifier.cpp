@@ -104,11 +104,7 @@ void chronoseal_verifier_free(chronoseal_verifier** verifier) {
 chronoseal_status chronoseal_verdict_get_info(const chronoseal_verdict* verdict,
                                               const chronoseal_verdict_info** info,
                                               chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(info, "info");
-        place = needed(verdict, "verdict").info;
-        return CHRONOSEAL_OK;
-    });
+    return give_info(verdict, "verdict", info, error);
 }
 
 chronoseal_status chronoseal_verdict_finding(const chronoseal_verdict* verdict, size_t check,

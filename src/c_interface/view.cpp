@@ -23,6 +23,49 @@ chronoseal_algorithm view_of(Kept& kept, const AlgorithmInfo& algorithm) {
             kept.text(algorithm.weakness)};
 }
 
+namespace {
+
+const chronoseal_field* const* view_of(Kept& kept, const std::vector<ExtensionInfo>& extensions) {
+    std::vector<const chronoseal_field*> all;
+    for (const ExtensionInfo& one : extensions) {
+        all.push_back(
+            kept.value(chronoseal_field{kept.text(one.oid), kept.text(one.name),
+                                        one.critical ? 1 : 0, c_interface::view_of(one.value)}));
+    }
+    return kept.array(std::move(all));
+}
+
+const chronoseal_attribute* const* view_of(Kept& kept,
+                                           const std::vector<AttributeInfo>& attributes) {
+    std::vector<const chronoseal_attribute*> all;
+    for (const AttributeInfo& one : attributes) {
+        std::vector<chronoseal_bytes> values;
+        for (const Bytes& value : one.values) {
+            values.push_back(c_interface::view_of(value));
+        }
+        const auto* const kept_values = kept.value(std::move(values));
+        all.push_back(kept.value(chronoseal_attribute{kept.text(one.oid), kept.text(one.name),
+                                                      kept_values->data(), kept_values->size()}));
+    }
+    return kept.array(std::move(all));
+}
+
+const chronoseal_signature* view_of(Kept& kept, const SignatureInfo& signature) {
+    chronoseal_signature view{};
+    view.digest_algorithm = c_interface::view_of(kept, signature.digest_algorithm);
+    view.signature_algorithm = c_interface::view_of(kept, signature.signature_algorithm);
+    view.issuer = kept.foreign(signature.issuer);
+    view.serial_number = c_interface::view_of(signature.serial_number);
+    view.value = c_interface::view_of(signature.value);
+    view.signed_attributes = view_of(kept, signature.signed_attributes);
+    view.signed_count = signature.signed_attributes.size();
+    view.unsigned_attributes = view_of(kept, signature.unsigned_attributes);
+    view.unsigned_count = signature.unsigned_attributes.size();
+    return kept.value(view);
+}
+
+} // namespace
+
 const chronoseal_certificate* view_of(Kept& kept, const CertificateInfo& certificate) {
     chronoseal_certificate view{};
     view.subject = kept.foreign(certificate.subject);
@@ -35,6 +78,11 @@ const chronoseal_certificate* view_of(Kept& kept, const CertificateInfo& certifi
     view.key_algorithm = view_of(kept, certificate.key_algorithm);
     view.key_bits = certificate.key_bits;
     view.der = view_of(certificate.der);
+    view.key_sha256 = view_of(certificate.key_sha256);
+    view.extensions = view_of(kept, certificate.extensions);
+    view.extension_count = certificate.extensions.size();
+    view.extended_usages = kept.words(certificate.extended_usages);
+    view.usage_count = certificate.extended_usages.size();
     return kept.value(view);
 }
 
@@ -70,6 +118,10 @@ const chronoseal_token_info* view_of(Kept& kept, const TokenInfo& token) {
     view.certificates = kept.array(std::move(certificates));
     view.signer = token.signer ? view_of(kept, *token.signer) : nullptr;
     view.revocation_lists = token.revocation_lists;
+    view.authority_der = view_of(token.authority_der);
+    view.extensions = view_of(kept, token.extensions);
+    view.extension_count = token.extensions.size();
+    view.signature = view_of(kept, token.signature);
     return kept.value(view);
 }
 

@@ -4,6 +4,7 @@
 // lengths of one for each leaf.
 #pragma once
 
+#include <new>
 #include <optional>
 
 #include <chronoseal/seal/repeated_hash.h>
@@ -16,7 +17,12 @@ public:
 
     const HashAlgorithm& algorithm() const noexcept { return hash_.algorithm(); }
     RepeatedHash& hash() noexcept { return hash_; }
-    void reserve(std::uint64_t digests) { leaves_.reserve(digests * width()); }
+    void reserve(std::uint64_t digests) {
+        if (digests > leaves_.max_size() / width()) {
+            throw std::bad_alloc();
+        }
+        leaves_.reserve(digests * width());
+    }
     // The size must be the algorithm's.
     void add(ByteView digest);
 

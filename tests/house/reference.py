@@ -33,6 +33,18 @@ def man_faults(folder):
                 yield f"{path.name}: {said[:500]}"
 
 
+def thread_faults():
+    """Each class of the front door says in the comment above it what threads may do with it."""
+    for header in ("chronoseal.hpp", "evidence.hpp"):
+        text = (ROOT / "src/seal" / header).read_text()
+        found = re.findall(r"((?:^//.*\n)+)(?:class|struct) CHRONOSEAL_API (\w+)", text, re.M)
+        names = re.findall(r"^(?:class|struct) CHRONOSEAL_API (\w+)", text, re.M)
+        for name in names:
+            comment = "".join(one for one, of in found if of == name)
+            if not re.search(r"\bthreads?\b|\bplain value\b", comment):
+                yield f"{name} in {header} doesn't say what threads may do with it"
+
+
 def reference_faults():
     for doxyfile in ("Doxyfile", "Doxyfile.strict"):
         result = subprocess.run(["doxygen", BUILD / "reference" / doxyfile], capture_output=True, text=True, cwd=ROOT)
@@ -47,7 +59,7 @@ def reference_faults():
 
 
 with tempfile.TemporaryDirectory(prefix="chronoseal-man-") as name:
-    faults = list(man_faults(pathlib.Path(name)))
+    faults = [*man_faults(pathlib.Path(name)), *thread_faults()]
 doxygen = shutil.which("doxygen") is not None
 if doxygen:
     faults += reference_faults()

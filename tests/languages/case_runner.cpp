@@ -1,7 +1,10 @@
-// One case of the table in C++:  case_runner seal URL DATA ROOTS | verify STAMP DATA ROOTS [EVIDENCE]
+// One case of the table in C++:  case_runner seal|authenticode URL DATA ROOTS |
+// verify STAMP DATA ROOTS [EVIDENCE] | attach STAMP SIGNATURE ROOTS | list LIST DATA ROOTS
 // Prints the status and the word, and of a verdict each finding.
 #include <cstdio>
-#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string_view>
 
 #include <chronoseal/chronoseal.hpp>
 
@@ -42,7 +45,35 @@ void seal(int argc, char** argv) {
     options.trust = trust_of(argc, argv);
     const chronoseal::Sealer sealer(options);
     sealer.seal(fs::path(argv[3]));
-    std::printf("ok good\n");
+}
+
+void attach(const char* stamp, const char* path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    const auto signature = chronoseal::CmsSignature::read(chronoseal::bytes_of(bytes));
+    signature.check(0);
+    signature.with_stamp(0, chronoseal::Stamp::read_file(stamp));
+}
+
+// Whether the action printed nothing of its own.
+bool run(int argc, char** argv) {
+    const std::string_view action = argv[1];
+    if (action == "verify") {
+        const chronoseal::Verifier verifier(trust_of(argc, argv));
+        print(verifier.verify_file(chronoseal::Stamp::read_file(argv[2]), argv[3]));
+        return false;
+    }
+    if (action == "seal") {
+        seal(argc, argv);
+    } else if (action == "authenticode") {
+        chronoseal::authenticode(chronoseal::bytes_of(argv[3]),
+                                 {.url = argv[2], .trust = trust_of(argc, argv)});
+    } else if (action == "attach") {
+        attach(argv[2], argv[3]);
+    } else {
+        chronoseal::read_manifest(argv[2]);
+    }
+    return true;
 }
 
 } // namespace
@@ -51,11 +82,8 @@ int main(int argc, char** argv) try {
     if (argc < 5) {
         return 2;
     }
-    if (std::strcmp(argv[1], "seal") == 0) {
-        seal(argc, argv);
-    } else {
-        const chronoseal::Verifier verifier(trust_of(argc, argv));
-        print(verifier.verify_file(chronoseal::Stamp::read_file(argv[2]), argv[3]));
+    if (run(argc, argv)) {
+        std::printf("ok good\n");
     }
     return 0;
 } catch (const chronoseal::Error& error) {

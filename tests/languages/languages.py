@@ -5,6 +5,7 @@ do what it says.
 Usage: languages.py BUILD_FOLDER
 """
 
+import hashlib
 import http.server
 import importlib.util
 import os
@@ -24,7 +25,7 @@ os.environ["CHRONOSEAL_BIN"] = str(BUILD / "bin")
 
 import forge  # noqa: E402
 import program  # noqa: E402
-from asn1crypto import tsp  # noqa: E402
+from asn1crypto import cms, tsp  # noqa: E402
 
 PYTHON = "/usr/bin/python3"
 DATA = b"the data that is stamped\n"
@@ -48,13 +49,13 @@ class Answers(http.server.BaseHTTPRequestHandler):
     """What authorities shouldn't do."""
 
     def do_POST(self):
-        request = tsp.TimeStampReq.load(self.rfile.read(int(self.headers["Content-Length"])))
+        request = self.rfile.read(int(self.headers["Content-Length"]))
         if self.path == "/broken":
             self.send_error(500)
             return
         body = forge.make_response(None, status=2, text="not today", failure_bit=15)
         if self.path == "/substituting":
-            info = forge.tst_info(bytes(32), nonce=request["nonce"].native)
+            info = forge.tst_info(bytes(32), nonce=tsp.TimeStampReq.load(request)["nonce"].native)
             body = forge.make_response(forge.make_token(self.server.signer, info))
         self.send_response(200)
         self.send_header("Content-Length", str(len(body)))
@@ -86,7 +87,14 @@ class Stage:
             "good": good, "forged": good[:-1] + bytes([good[-1] ^ 1]), "revoked": self.token(revoked),
             "expired": self.token(expired), "usage": self.token(usage), "unsourced": self.token(unsourced),
             "refusal": forge.make_response(None, status=2, text="not today"), "cut": good[:-9]}
-        self.files.update((name, workspace.write(name, stamp)) for name, stamp in stamps.items())
+        signed = self.sign()
+        value = cms.ContentInfo.load(signed)["content"]["signer_infos"][0]["signature"].native
+        line = hashlib.sha256(DATA).hexdigest().encode() + b"  data\n"
+        others = {
+            "signed": signed, "tampered": signed[:-1] + bytes([signed[-1] ^ 1]), "of_signed": self.token(self.signer, value),
+            "empty": b"", "lines": line * 3, "no_lines": line + b"hello\n", "md5": b"0" * 32 + b"  data\n",
+            "mixed": line + b"0" * 96 + b"  data\n"}
+        self.files.update((name, workspace.write(name, content)) for name, content in {**stamps, **others}.items())
         self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Answers)
         self.server.signer = self.signer
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
@@ -95,9 +103,19 @@ class Stage:
                      **{name: own + name for name in ("refusing", "broken", "substituting")}}
 
     @staticmethod
-    def token(signer):
-        import hashlib
-        return forge.make_token(signer, forge.tst_info(hashlib.sha256(DATA).digest()))
+    def token(signer, data=DATA):
+        return forge.make_token(signer, forge.tst_info(hashlib.sha256(data).digest()))
+
+    def sign(self):
+        """A CMS signature by OpenSSL, with its content and its signer's certificate in it."""
+        def openssl(*command):
+            run("openssl", *command, cwd=self.folder)
+
+        openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-keyout", "person.key",
+                "-out", "person.pem", "-subj", "/CN=Person", "-days", "9")
+        openssl("cms", "-sign", "-binary", "-nodetach", "-in", "data", "-signer", "person.pem", "-inkey", "person.key",
+                "-outform", "DER", "-out", "person.p7s")
+        return (self.folder / "person.p7s").read_bytes()
 
     def close(self):
         self.server.shutdown()
@@ -155,7 +173,8 @@ class Languages(program.SystemTest):
         for name, action, of, data, roots, evidence, status, word, check, policy in cases():
             with self.subTest(name):
                 self.workspace.configure(f"[config.cades.tsppolicy]\n{policy}\n" if policy else "")
-                arguments = [action, self.stage.urls[of] if action == "seal" else self.stage.files[of],
+                places = self.stage.urls if action in ("seal", "authenticode") else self.stage.files
+                arguments = [action, places[of],
                              self.stage.files[data], self.stage.files[roots]]
                 arguments += [self.stage.files[evidence]] if evidence != "-" else []
                 first, *findings = run(*runner, *arguments, env=self.environment).splitlines()
