@@ -13,7 +13,7 @@
 // Errors: every function may throw `Error`, and nothing else leaves the library but what a
 // callback of the caller throws. What a token, a server or a file says is foreign text: it is given
 // as it came in fields that say so, and quoted (`quote_foreign`) within `text` and `advice`.
-// Threads: functions may be called from any thread. A class says in its own words what it allows.
+// Threads: any may call any function; plain values have many readers or one writer.
 #pragma once
 
 #include <chrono>
@@ -50,7 +50,7 @@ enum class Category {
     unreachable // could not be reached, read or judged (3)
 };
 
-// The one exception. Immutable; copies share their texts.
+// The one exception. Immutable; copies share their texts, and any number of threads may read one.
 class CHRONOSEAL_API Error : public std::exception {
 public:
     Error(Category category, std::string_view word, std::uint32_t code, std::string text,
@@ -437,7 +437,7 @@ struct CHRONOSEAL_API Verdict {
     Outlook outlook;                       // of a verdict for which a chain was found
 };
 
-// What a stamp is compared with.
+// What a stamp is compared with. A plain value.
 struct CHRONOSEAL_API Expected {
     std::optional<Digest> digest;
     // A verdict without a digest is good only if this says that it may be.
@@ -585,7 +585,7 @@ public:
     // Everything that can be checked without an authority is checked here: throws `no_address`,
     // `address_malformed`, `address_has_login`, `address_denied`, `auth_denied`, `hash_unknown`,
     // `hash_denied`, `policy_denied`, `nonce_denied`, `policy_unreadable`, `setting_invalid`,
-    // `quorum_impossible`, and what Verifier throws.
+    // `quorum_impossible`, `policy_malformed`, and what Verifier throws.
     explicit Sealer(SealerOptions options = {});
     Sealer(const Sealer&) = delete;
     Sealer& operator=(const Sealer&) = delete;
@@ -644,7 +644,7 @@ inline constexpr std::string_view kAuthenticodeTimeStamp = "1.3.6.1.4.1.311.3.3.
 // A CMS signature (RFC 5652) by one or several signers, each of whom can have a stamp: over the
 // octets of the signature, in an unsigned attribute. What was signed, certificates, and the order
 // of signers stay octet for octet; countersignatures aren't stamped. Immutable; copies share their
-// content.
+// content, and any number of threads may read one.
 class CHRONOSEAL_API CmsSignature {
 public:
     // DER, BER, PEM, Base64 or S/MIME; indefinite lengths become definite. Throws

@@ -130,7 +130,7 @@ struct ManifestInfo {
 // either line end. Which hash it is is told by its length. Throws, with the line's number,
 // `manifest_line` for one that can't be read, `manifest_mixed` for hashes of different kinds, and
 // `manifest_hash` for those of other algorithms (MD5, SHA-1, BLAKE2); `manifest_empty`. Memory
-// doesn't grow with the list. Belongs to one thread.
+// doesn't grow with the list. Belongs to one thread at a time; can be moved.
 class CHRONOSEAL_API ManifestReader {
 public:
     using OnLine = std::function<void(const ManifestLine&)>;
@@ -161,7 +161,7 @@ CHRONOSEAL_API ManifestInfo read_manifest(const std::filesystem::path& path,
 CHRONOSEAL_API std::string manifest_line(const Digest& digest, std::string_view name);
 
 // The tree of a list: its lines' hashes, and the hash of the list itself, which so proves all lines
-// and their names.
+// and their names. Belongs to one thread at a time; can be moved.
 class CHRONOSEAL_API ManifestTree {
 public:
     // Reads the list; throws as `read_manifest`.
@@ -196,7 +196,7 @@ private:
 
 // What stands between records and the next time-stamp over all of them: one stamp renews any number
 // of records whose last chain uses the same hash. A plain sequence: `add` all, have `digest`
-// stamped, take each record with the new stamp. Belongs to one thread.
+// stamped, take each record with the new stamp. Belongs to one thread at a time; can be moved.
 class CHRONOSEAL_API StampRenewal {
 public:
     // For the end of a certificate: a stamp over the stamps of the last chain. The object isn't
@@ -219,7 +219,7 @@ private:
 };
 
 // For the end of a hash algorithm: a new chain over the objects and all that their records held.
-// Whether the object is the record's is for the caller to have verified.
+// Whether the object is the record's is for the caller to have verified. For one thread at a time.
 class CHRONOSEAL_API HashRenewal {
 public:
     explicit HashRenewal(const HashAlgorithm& algorithm);

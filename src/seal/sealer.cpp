@@ -102,6 +102,27 @@ void AuthorityHealth::failed(const Error& error, std::chrono::milliseconds rest)
     }
 }
 
+namespace {
+
+// An OID that is to be asked for has to come back out of a request as it went in.
+void require_oid(const std::string& policy, const HashAlgorithm& hash) {
+    try {
+        const Digest digest(hash, Bytes(hash.size()));
+        if (policy.empty() ||
+            read_request(make_request(digest, {policy, false, 0})).expected.policy == policy) {
+            return;
+        }
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) { // the value layer refuses what it can't write
+    }
+    throw Error(Category::misuse, "policy_malformed", 0,
+                "the policy " + quote_foreign(policy) + " is not an object identifier",
+                "write it as numbers with dots, 1.2.3.4");
+}
+
+} // namespace
+
 Sealer::Impl::Impl(SealerOptions options)
     : options_(std::move(options)), rules_(settled_rules()),
       hash_(choose_hash(options_.hash, rules_)),
@@ -110,6 +131,7 @@ Sealer::Impl::Impl(SealerOptions options)
       certificates_(options_.certificates.value_or(
           rules_.DefaultCertReq.value || (options_.verify && options_.trust.certificates.empty()))),
       verifier_(options_.trust), rate_(std::make_unique<RequestRate>(options_.rate_file)) {
+    require_oid(policy_, hash_);
     check_shape(rules_, {hash_.oid(), policy_, nonce_bytes_ != 0});
     if (options_.only_requests) {
         return;

@@ -26,8 +26,12 @@ public:
     BatchSummary run(unsigned connections) {
         {
             std::vector<std::jthread> workers;
-            for (unsigned i = 0; i < connections; ++i) {
-                workers.emplace_back([this] { work(); });
+            try {
+                for (unsigned i = 0; i < connections; ++i) {
+                    workers.emplace_back([this] { work(); });
+                }
+            } catch (const std::exception&) {
+                work(); // no more threads, or no memory for them: fewer connections have to do
             }
         }
         if (failure_) {

@@ -148,6 +148,9 @@ TEST_F(SealerTest, AsksNothingThatPolicyOrSenseForbids) {
     EXPECT_EQ(url("http://user:pw@127.0.0.1/"), "address_has_login");
     EXPECT_EQ(with([](SealerOptions& o) { o.hash = "sha257"; }), "hash_unknown");
     EXPECT_EQ(with([](SealerOptions& o) { o.quorum = 2; }), "quorum_impossible");
+    for (const char* const policy : {"abc", "1", "3.99", "1.2.", "1.02.3", "\x1b"}) {
+        EXPECT_EQ(with([&](SealerOptions& o) { o.policy = policy; }), "policy_malformed") << policy;
+    }
     EXPECT_EQ(with([](SealerOptions& o) { o.trust.roots = {Bytes(3)}; }), "no_certificates");
     EXPECT_EQ(with([&](SealerOptions& o) {
                   o.authorities[0].login_file = folder.write("open", "user:pw", 0644);
