@@ -20,7 +20,7 @@ from .digest import Digest, HashAlgorithm, Hasher, Item, hash_algorithms
 from .error import Category, Error
 from .evidence_record import ArchiveStamp, EvidenceInfo, EvidenceRecord
 from .evidence_tree import EvidenceTree, HashRenewal, StampRenewal
-from .evidence_verifier import EvidenceStrength, EvidenceVerdict, EvidenceVerifier, JudgedStamp
+from .evidence_verifier import EvidenceVerdict, EvidenceVerifier, JudgedStamp
 from .extension import Extension, attach, extend
 from .inspection import Embedded, Inspection, inspect, rewrap
 from .machine import (Diagnosis, MachinePolicy, Place, Setting, SettingState, Severity, Store, TrustedRoot, diagnose,
@@ -29,11 +29,11 @@ from .manifest import ManifestInfo, ManifestLine, ManifestReader, ManifestTree, 
 from .sealer import Authorities, Authority, BatchResult, BatchSummary, Sealer, configured_authorities
 from .stamp import Algorithm, Attribute, Certificate, Field, Remark, Signature, Stamp, StampInfo, TokenInfo
 from .stop import Progress, Stop
-from .verifier import (Age, ChainLink, Evidence, Finding, Outcome, Outlook, Revocation, RevocationState, Strength,
-                       Verdict, Verifier)
+from .verifier import (ChainLink, Evidence, EvidenceStrength, Finding, Outcome, Outlook, Revocation, RevocationState,
+                       Strength, Verdict, Verifier)
 
 __all__ = [
-    "AUTHENTICODE_TIME_STAMP", "Age", "Algorithm", "ArchiveStamp", "Attribute", "AuthenticodeStamp", "Authorities",
+    "AUTHENTICODE_TIME_STAMP", "Algorithm", "ArchiveStamp", "Attribute", "AuthenticodeStamp", "Authorities",
     "Authority", "BatchResult", "BatchSummary", "Category", "Certificate", "ChainLink", "CmsSignature", "Data",
     "Diagnosis", "Digest", "Embedded", "Error", "Evidence", "EvidenceInfo", "EvidenceRecord", "EvidenceStrength",
     "EvidenceTree", "EvidenceVerdict", "EvidenceVerifier", "Extension", "Field", "Finding", "HashAlgorithm",

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import dataclasses
 import datetime
-import enum
 from typing import Any, Optional, Sequence, Tuple, Union
 
 from ._memory import BYTES, Data, time_of
@@ -15,15 +14,7 @@ from .evidence_record import EvidenceRecord
 from .evidence_tree import digests_in_memory
 from .stamp import Remark, remarks_of
 from .stop import Progress, Stop, Watch
-from .verifier import Judge, Verdict, verdict_of
-
-
-class EvidenceStrength(enum.Enum):
-    """On what a good verdict on a record rests."""
-
-    FRESH = 0  #: one stamp, whose certificates are valid
-    RENEWED = 1  #: each stamp was renewed before its certificates ended
-    AGED = 2  #: somewhere certificates had ended: a key that was stolen later could forge it
+from .verifier import EvidenceStrength, Judge, Verdict, verdict_of
 
 
 @dataclasses.dataclass(frozen=True)

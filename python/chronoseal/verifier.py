@@ -85,19 +85,19 @@ class ChainLink:
     evidence: Tuple[Evidence, ...]
 
 
-class Age(enum.Enum):
-    """What a good verdict rests on at the time by which it is judged."""
+class EvidenceStrength(enum.Enum):
+    """What a good verdict on a stamp or a record rests on at the time by which it is judged."""
 
-    FRESH = 0  #: certificates that are still valid
-    AGED = 1  #: one that has ended: whoever stole its key since then could have forged the stamp
-    RENEWED = 2  #: a later stamp over this one, made in time
+    FRESH = 0  #: one stamp, whose certificates are valid
+    RENEWED = 1  #: of a record: each stamp was renewed before its certificates ended
+    AGED = 2  #: somewhere certificates had ended: a key that was stolen later could forge it
 
 
 @dataclasses.dataclass(frozen=True)
 class Outlook:
     """How long a verdict holds, as far as that can be told."""
 
-    age: Age
+    strength: EvidenceStrength
     aged_since: Optional[datetime.datetime]  #: when the first certificate of the chain ended
     renew_before: Optional[datetime.datetime]  #: the first end of a certificate or an algorithm; may be past
     renew_reason: str  #: what ends then
@@ -241,7 +241,7 @@ def evidence_of(struct: Any) -> Evidence:
 
 def outlook_of(struct: Any) -> Outlook:
     return Outlook(
-        Age(struct.age), time_of(struct.aged_since) if struct.has_aged_since else None,
+        EvidenceStrength(struct.strength), time_of(struct.aged_since) if struct.has_aged_since else None,
         time_of(struct.renew_before) if struct.has_renew_before else None, text_of(struct.renew_reason),
         time_of(struct.evidence_until) if struct.has_evidence_until else None,
         time_of(struct.evidence_again) if struct.has_evidence_again else None, struct.evidence_stored != 0)

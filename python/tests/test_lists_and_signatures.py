@@ -149,5 +149,5 @@ def test_a_token_and_a_verdict_tell_all_that_they_tell_in_cpp(sealer):
     assert [one.critical for one in signer.extensions if one.oid == "2.5.29.37"] == [True]
     assert stamp.received == stamp.response and chronoseal.Stamp(stamp.token).received == b""
     outlook = chronoseal.Verifier(roots=ROOT).verify(stamp, b"x").outlook
-    assert outlook.age is chronoseal.Age.FRESH and outlook.aged_since is None and outlook.renew_before >= stamp.time
+    assert outlook.strength is chronoseal.EvidenceStrength.FRESH and outlook.aged_since is None and outlook.renew_before >= stamp.time
     assert chronoseal.Verifier(roots=ROOT).verify(stamp, b"y").outlook is not None

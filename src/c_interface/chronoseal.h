@@ -446,19 +446,19 @@ typedef struct chronoseal_chain_link {
     size_t evidence_count;                      // how many
 } chronoseal_chain_link;
 
-// What a good verdict rests on at the time by which it is judged.
-typedef enum chronoseal_age {
-    CHRONOSEAL_AGE_FRESH = 0,  // certificates that are still valid
-    CHRONOSEAL_AGE_AGED = 1,   // one that has ended: a stolen key could have forged the stamp since
-    CHRONOSEAL_AGE_RENEWED = 2 // a later stamp over this one, made in time
-} chronoseal_age;
+// What a good verdict on a stamp or a record rests on at the time by which it is judged.
+typedef enum chronoseal_evidence_strength {
+    CHRONOSEAL_EVIDENCE_FRESH = 0,   // one stamp, whose certificates are valid
+    CHRONOSEAL_EVIDENCE_RENEWED = 1, // of a record: each was renewed before its certificates ended
+    CHRONOSEAL_EVIDENCE_AGED = 2     // certificates had ended: a stolen key could forge it
+} chronoseal_evidence_strength;
 
 // How long a verdict holds, as far as that can be told.
 typedef struct chronoseal_outlook {
-    chronoseal_age age;             // on what it rests
-    int has_aged_since;             // 1: a certificate of the chain has ended
-    chronoseal_time aged_since;     // when the first one did
-    int has_renew_before;           // 1: it is known until when it holds
+    chronoseal_evidence_strength strength; // on what it rests
+    int has_aged_since;                    // 1: a certificate of the chain has ended
+    chronoseal_time aged_since;            // when the first one did
+    int has_renew_before;                  // 1: it is known until when it holds
     chronoseal_time renew_before;   // the first end of a certificate or an algorithm; may be past
     const char* renew_reason;       // what ends then, in words
     int has_evidence_until;         // 1: the evidence of revocation speaks for a while only
@@ -993,13 +993,6 @@ CHRONOSEAL_API chronoseal_status chronoseal_hash_renewal_renewed(
     chronoseal_evidence_record** renewed, chronoseal_error** error);
 // Releases a renewal and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_hash_renewal_free(chronoseal_hash_renewal** renewal);
-
-// On what a good verdict on a record rests.
-typedef enum chronoseal_evidence_strength {
-    CHRONOSEAL_EVIDENCE_FRESH = 0,   // one stamp, whose certificates are valid
-    CHRONOSEAL_EVIDENCE_RENEWED = 1, // each was renewed before its certificates ended
-    CHRONOSEAL_EVIDENCE_AGED = 2     // certificates had ended: a stolen key could forge it
-} chronoseal_evidence_strength;
 
 // One time-stamp of a record as it was judged.
 typedef struct chronoseal_judged_stamp {

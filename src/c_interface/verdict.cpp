@@ -56,7 +56,7 @@ const chronoseal_chain_link* view_of(Kept& kept, const ChainLink& link) {
 
 const chronoseal_outlook* view_of(Kept& kept, const Outlook& outlook) {
     chronoseal_outlook view{};
-    view.age = static_cast<chronoseal_age>(outlook.age);
+    view.strength = static_cast<chronoseal_evidence_strength>(outlook.strength);
     view.has_aged_since = outlook.aged_since ? 1 : 0;
     view.aged_since = time_of(outlook.aged_since.value_or(Time{}));
     view.has_renew_before = outlook.renew_before ? 1 : 0;
