@@ -4,85 +4,20 @@
 #include <algorithm>
 
 #include <chronoseal/seal/failure.h>
-#include <chronoseal/seal/hash_tree.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/record_content.h>
 #include <chronoseal/seal/record_links.h>
-#include <chronoseal/seal/tree_stamp.h>
+#include <chronoseal/seal/renewal_tree.h>
 
 namespace chronoseal {
 
 namespace {
-
-Error not_added() {
-    return Error(Category::misuse, "not_in_tree", 0, "the record isn't among those of this renewal",
-                 "add it before the stamp is asked for");
-}
 
 // The members of a leaf in their order, equal ones once.
 std::vector<Bytes> distinct(std::vector<Bytes> members) {
     std::ranges::sort(members, [](const Bytes& a, const Bytes& b) { return less(a, b); });
     members.erase(std::unique(members.begin(), members.end()), members.end());
     return members;
-}
-
-// What both renewals have: leaves, a root, and a stamp for each record.
-class RenewalTree {
-public:
-    explicit RenewalTree(const HashAlgorithm& algorithm) : tree_(algorithm) {}
-
-    RepeatedHash& hash() { return tree_.hash(); }
-    const HashAlgorithm& algorithm() const { return tree_.algorithm(); }
-
-    void add(const std::vector<Bytes>& members) {
-        tree_.add(hash().of_sorted({members.begin(), members.end()}));
-    }
-
-    Digest digest() {
-        if (tree_.size() == 0) {
-            throw Error(Category::misuse, "tree_empty", 0, "there is no record to renew",
-                        "add records");
-        }
-        return Digest(algorithm(), copy_of(tree_.root()));
-    }
-
-    Bytes stamp_for(const EvidenceRecord& record, const std::vector<Bytes>& members,
-                    const Stamp& stamp) {
-        HashList sorted(members.begin(), members.end());
-        std::ranges::sort(sorted, less);
-        const auto path = tree_.path(hash().of_sorted(sorted));
-        if (!path) {
-            throw not_added();
-        }
-        Bytes der = tree_stamp_der(hash(), sorted, *path, stamp);
-        if (stamp.time() < record.info().stamps.back().stamp.time()) {
-            throw Error(Category::refused, "time_goes_back", 0,
-                        "the new time-stamp of " + utc_text(stamp.time()) +
-                            " is older than the one that it would renew",
-                        "ask an authority whose clock is right");
-        }
-        return der;
-    }
-
-private:
-    HashTree tree_;
-};
-
-std::vector<ByteView> chains_of(const EvidenceRecord& record) {
-    std::vector<ByteView> chains;
-    for (const ArchiveChain& chain : RecordAccess::parts(record).chains) {
-        chains.push_back(chain.der);
-    }
-    return chains;
-}
-
-// The record with these chains, and with the algorithm among those that it says it uses.
-EvidenceRecord with_chains(const EvidenceRecord& record, const HashAlgorithm& algorithm,
-                           const std::vector<ByteView>& chains) {
-    RecordParts frame = RecordAccess::parts(record);
-    const Bytes algorithms = with_algorithm(frame.algorithms, algorithm.oid());
-    frame.algorithms = algorithms;
-    return RecordAccess::make(record_der(frame, chains));
 }
 
 } // namespace
