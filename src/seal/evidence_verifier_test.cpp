@@ -213,6 +213,46 @@ TEST_F(EvidenceVerifierTest, AGroupIsRenewedByANewHash) {
     EXPECT_TRUE(verifier.verify(again, {of("data"), of("other")}).good());
 }
 
+// Each chain is over all before it, so that a few MiB can ask for hours of hashing.
+TEST_F(EvidenceVerifierTest, TheWorkForOneRecordIsBounded) {
+    Hashes many;
+    for (std::uint32_t i = 0; i < 300'000; ++i) {
+        std::string hash(32, '\0');
+        hash.replace(0, 4, reinterpret_cast<const char*>(&i), 4);
+        many.push_back(hash);
+    }
+    many.push_back(digest);
+    std::vector<Hashes> chains{{stamp_text({many}, token(joined(many)))}};
+    const std::size_t rounds = (std::size_t{1} << 30) / chains[0][0].size() + 1;
+    std::string word;
+    for (std::size_t i = 0; i < rounds; ++i) {
+        if (i == 3) {
+            EXPECT_EQ(fault(record_text(chains, {tsp::kSha256Oid, kSha512Oid})), "");
+        }
+        const bool wide = i % 2 == 0;
+        const EVP_MD* by = wide ? EVP_sha512() : EVP_sha256();
+        const char* oid = wide ? kSha512Oid : tsp::kSha256Oid;
+        const std::string leaf = hashed(hashed("data", by) + hashed(sequence_text(chains), by), by);
+        chains.push_back({stamp_text({{leaf}}, token(leaf, "20250601120000Z", oid), oid)});
+    }
+    EXPECT_EQ(fault(record_text(chains, {tsp::kSha256Oid, kSha512Oid})), "record_too_large");
+}
+
+TEST_F(EvidenceVerifierTest, ALargeGroupIsComparedWhole) {
+    std::vector<DataDigests> objects;
+    Hashes hashes;
+    for (int i = 0; i < 30'000; ++i) {
+        const std::string one = hashed(std::to_string(i));
+        hashes.push_back(one);
+        objects.push_back({Digest(sha256, to_bytes(one))});
+    }
+    const auto record = read(record_text({{stamp_text({hashes}, token(joined(hashes)))}}));
+    const EvidenceVerifier verifier(trust());
+    EXPECT_TRUE(verifier.verify(record, objects).good());
+    objects.back() = {Digest(sha256, to_bytes(digest))};
+    EXPECT_EQ(verifier.verify(record, objects).failure->word(), "not_in_tree");
+}
+
 // A byte that is changed makes the record unreadable or bad, with two exceptions: the record's list
 // of its algorithms, which no hash covers, and what of the last token isn't signed. What is proved
 // is the same then.

@@ -13,6 +13,7 @@ namespace chronoseal {
 namespace {
 
 constexpr char kNoTrust[] = "don't trust this record";
+constexpr std::uint64_t kMostHashed = std::uint64_t{1} << 30;
 
 struct Broken {
     std::size_t stamp;
@@ -30,6 +31,15 @@ std::string number(std::size_t index) {
 
 bool contains(const HashList& list, ByteView hash) {
     return std::ranges::any_of(list, [&](ByteView one) { return same(one, hash); });
+}
+
+// The same hashes, however often each comes.
+bool are_equal(HashList a, HashList b) {
+    for (HashList* list : {&a, &b}) {
+        std::ranges::sort(*list, less);
+        list->erase(std::unique(list->begin(), list->end(), same), list->end());
+    }
+    return std::ranges::equal(a, b, same);
 }
 
 class LinkCheck {
@@ -118,14 +128,8 @@ private:
             return hashes.size() == 1 && same(hashes.front(), token(index).imprint);
         }
         const HashList& first = stamp.tree.front();
-        const bool all_there =
-            std::ranges::all_of(hashes, [&](const Bytes& one) { return contains(first, one); });
-        if (hashes.size() == 1 || !all_there) {
-            return all_there;
-        }
-        return std::ranges::all_of(first, [&](ByteView one) {
-            return std::ranges::any_of(hashes, [&](const Bytes& own) { return same(own, one); });
-        });
+        return hashes.size() == 1 ? contains(first, hashes.front())
+                                  : are_equal(first, {hashes.begin(), hashes.end()});
     }
 
     void note_layout(const ArchiveStamp& stamp, std::size_t objects) const {
@@ -161,7 +165,7 @@ private:
     }
 
     void check_rehashed(RepeatedHash& hash, std::size_t chain, const ArchiveStamp& stamp,
-                        std::size_t index) const {
+                        std::size_t index) {
         const auto objects = object_hashes(hash.algorithm());
         if (objects.empty()) {
             throw Broken{index,
@@ -171,7 +175,7 @@ private:
                                "give the data")};
         }
         for (const bool reencoded : {false, true}) {
-            const auto sequence = sequence_hash(hash, chain, reencoded);
+            const auto sequence = sequence_hash(hash, chain, index, reencoded);
             for (const bool sorted : {false, true}) {
                 if (sequence &&
                     begins_with(stamp, index, rehashed(hash, objects, *sequence, sorted))) {
@@ -199,25 +203,44 @@ private:
                                   "encoding has been changed, its content hasn't");
     }
 
-    // Nothing if encoding the tokens again changes nothing.
-    std::optional<Bytes> sequence_hash(RepeatedHash& hash, std::size_t chains,
-                                       bool reencoded) const {
-        std::vector<Bytes> encoded;
+    // A chain with its tokens as DER; empty if that changes nothing. Made once: each later chain is
+    // over it.
+    const Bytes& reencoded_chain(std::size_t chain) {
+        while (reencoded_.size() <= chain) {
+            const ArchiveChain& next = record_.parts.chains[reencoded_.size()];
+            std::vector<Bytes> stamps;
+            for (const ArchiveStamp& stamp : next.stamps) {
+                stamps.push_back(stamp_der(stamp.algorithm, stamp.attributes, stamp.tree,
+                                           token_der(stamp.token)));
+            }
+            Bytes der = chain_der({stamps.begin(), stamps.end()});
+            reencoded_.push_back(same(der, next.der) ? Bytes() : std::move(der));
+        }
+        return reencoded_[chain];
+    }
+
+    // Of all chains before this one; nothing if encoding their tokens again changes nothing. Each
+    // chain is over all before it: what that comes to together is bounded.
+    std::optional<Bytes> sequence_hash(RepeatedHash& hash, std::size_t chains, std::size_t index,
+                                       bool reencoded) {
+        std::vector<ByteView> encoded;
         bool differs = false;
         for (std::size_t i = 0; i < chains; ++i) {
-            const ArchiveChain& chain = record_.parts.chains[i];
-            std::vector<Bytes> stamps;
-            for (const ArchiveStamp& stamp : chain.stamps) {
-                const Bytes token = reencoded ? token_der(stamp.token) : copy_of(stamp.token);
-                differs |= !same(token, stamp.token);
-                stamps.push_back(stamp_der(stamp.algorithm, stamp.attributes, stamp.tree, token));
-            }
-            encoded.push_back(chain_der({stamps.begin(), stamps.end()}));
+            const bool other = reencoded && !reencoded_chain(i).empty();
+            encoded.push_back(other ? ByteView(reencoded_[i]) : record_.parts.chains[i].der);
+            differs |= other;
+            hashed_ += encoded.back().size();
         }
         if (reencoded && !differs) {
             return std::nullopt;
         }
-        return hash.of({sequence_der({encoded.begin(), encoded.end()})});
+        if (hashed_ > kMostHashed) {
+            break_at(index, "record_too_large",
+                     "the evidence record has so many chains that to follow them takes more than "
+                     "1 GiB of hashing",
+                     "don't use it: honest records are far smaller");
+        }
+        return hash.of({sequence_der(encoded)});
     }
 
     void check_renewal(RepeatedHash& hash, const ArchiveStamp& stamp, const ArchiveStamp& before,
@@ -255,6 +278,8 @@ private:
     const RecordAccess::Content& record_;
     const std::vector<DataDigests>& objects_;
     LinkReport& report_;
+    std::vector<Bytes> reencoded_;
+    std::uint64_t hashed_ = 0; // for chains by new hashes
 };
 
 } // namespace
