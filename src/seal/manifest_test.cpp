@@ -156,6 +156,20 @@ TEST_F(ManifestTreeTest, EveryLineIsProvedAfterRenewalsToo) {
     EXPECT_EQ(word_of([&] { tree.prove(digest(node), record); }), "not_in_manifest");
 }
 
+TEST_F(ManifestTreeTest, AListMayBeShortStandInAnotherAndNameItself) {
+    const std::string one = manifest_line(digest("only"), "only");
+    const std::string odd = manifest_line(digest("as it once was"), "outer") + "#\n";
+    const std::string outer = odd + manifest_line(digest(one), "one") + odd;
+    for (const auto& [list, data] : {std::pair(one, std::string("only")), std::pair(outer, one),
+                                     std::pair(outer, std::string("as it once was"))}) {
+        ManifestTree tree(folder.write("outer", list));
+        const auto record = tree.record(stamp(tree.root()));
+        EXPECT_EQ(fault(record, list), "");
+        EXPECT_EQ(fault(tree.prove(digest(data), record), data), "");
+        EXPECT_EQ(word_of([&] { tree.prove(digest(list), record); }), "not_in_manifest");
+    }
+}
+
 TEST_F(ManifestTreeTest, ListsUnderOneStampAreProvedEachByItsOwn) {
     EvidenceTree top(sha256);
     std::vector<ManifestTree> trees;
