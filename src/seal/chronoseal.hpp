@@ -94,8 +94,8 @@ CHRONOSEAL_API std::span<const ErrorWords> error_table();
 CHRONOSEAL_API std::string quote_foreign(std::string_view text, std::size_t limit = 0);
 // The address with a password in it replaced by "***", quoted as above.
 CHRONOSEAL_API std::string quote_address(std::string_view url);
-// Small hexadecimal digits without separators, and back: the latter throws `digest_malformed` for
-// anything but an even number of digits.
+// Small hexadecimal digits without separators, and back, from digits of any size with a colon
+// between all octets or none: the latter throws `digest_malformed` for anything else.
 CHRONOSEAL_API std::string to_hex(ByteView bytes);
 CHRONOSEAL_API Bytes from_hex(std::string_view digits);
 // RFC 3339 with the fraction that the time has: "2026-11-21T14:06:37.5Z", and by the machine's zone
@@ -641,6 +641,8 @@ private:
 inline constexpr std::string_view kSignatureTimeStamp = "1.2.840.113549.1.9.16.2.14";
 inline constexpr std::string_view kAuthenticodeTimeStamp = "1.3.6.1.4.1.311.3.3.1";
 
+struct SignatureExtension;
+
 // A CMS signature (RFC 5652) by one or several signers, each of whom can have a stamp: over the
 // octets of the signature, in an unsigned attribute. What was signed, certificates, and the order
 // of signers stay octet for octet; countersignatures aren't stamped. Immutable; copies share their
@@ -666,6 +668,10 @@ public:
     // Throws `imprint_differs` if the stamp isn't over this signer's value.
     CmsSignature with_stamp(std::size_t signer, const Stamp& stamp,
                             std::string_view attribute = kSignatureTimeStamp) const;
+    // Each stamp that the signers' own attributes hold, extended as `extend` does; all else stays
+    // octet for octet. Throws what `extend` does, `imprint_differs`, `no_stamps`, and
+    // `stamp_covered` where a later stamp or record is over the ones that would be changed.
+    SignatureExtension extended(const Trust& trust = {}) const;
     // In the form that was read.
     Bytes encoded() const;
 
@@ -673,6 +679,23 @@ private:
     struct Content;
     explicit CmsSignature(std::shared_ptr<const Content> content) : content_(std::move(content)) {}
     std::shared_ptr<const Content> content_;
+};
+
+// A signature whose stamps can be judged offline.
+struct SignatureExtension {
+    CmsSignature signature;
+    std::vector<Extension> stamps = {}; // signer by signer, in the order of their attributes
+    // "nested_signature": a signature within this one keeps its stamps as they are.
+    std::vector<Remark> remarks = {};
+
+    bool changed() const {
+        for (const Extension& stamp : stamps) {
+            if (stamp.changed()) {
+                return true;
+            }
+        }
+        return false;
+    }
 };
 
 // ---- What is this? ----

@@ -4,8 +4,8 @@
 #include <chronoseal/atl/cert_context.h>
 #include <chronoseal/atl/platform_answer.h>
 #include <chronoseal/seal/byte_kind.h>
+#include <chronoseal/seal/cms_content.h>
 #include <chronoseal/seal/definite_form.h>
-#include <chronoseal/seal/envelope.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/signed_bytes.h>
@@ -13,13 +13,6 @@
 #include <chronoseal/seal/trust_store.h>
 
 namespace chronoseal {
-
-struct CmsSignature::Content {
-    Envelope envelope;
-    Bytes der; // with definite lengths
-    std::size_t signers = 0;
-    bool detached = false;
-};
 
 namespace {
 

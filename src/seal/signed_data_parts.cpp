@@ -200,6 +200,22 @@ void SignedDataParts::replace_unsigned_attribute(std::size_t index, std::string_
     signers_[index] = signer.whole;
 }
 
+void SignedDataParts::replace_unsigned_values(std::size_t index,
+                                              const std::map<std::size_t, Bytes>& values) {
+    Signer signer = read_signer(signers_.at(index));
+    const bool sorted =
+        std::is_sorted(signer.attributes.begin(), signer.attributes.end(), is_before);
+    for (const auto& [place, content] : values) {
+        ByteView& whole = signer.attributes.at(place);
+        whole = keep(encoded_attribute(attribute_of(whole).oid, content));
+    }
+    if (sorted) {
+        std::sort(signer.attributes.begin(), signer.attributes.end(), is_before);
+    }
+    write(signer, signer.attributes);
+    signers_[index] = signer.whole;
+}
+
 Bytes SignedDataParts::encode() const {
     Bytes data(head_.begin(), head_.end());
     if (has_certificates_) {

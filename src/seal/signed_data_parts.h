@@ -4,6 +4,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 
 #include <chronoseal/chronoseal.hpp>
 
@@ -36,6 +37,8 @@ public:
     void add_unsigned_attribute(std::size_t signer, std::string_view oid, ByteView value);
     // In the place of all values of the first attribute of that type.
     void replace_unsigned_attribute(std::size_t signer, std::string_view oid, ByteView value);
+    // Other contents for the SETs of the attributes at these places of their list.
+    void replace_unsigned_values(std::size_t signer, const std::map<std::size_t, Bytes>& values);
 
     Bytes encode() const;
 
