@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <optional>
 
-#include <dlfcn.h>
-
 #include <basalt/chain.h>
 #include <basalt/error_codes.h>
+#include <basalt/hash.h>
 #include <basalt/last_error.h>
 #include <basalt/message.h>
 #include <basalt/provider.h>
+#include <chronoseal/base/test_seam.h>
 #include <chronoseal/client/signed_attributes.h>
 #include <chronoseal/client/signing_certificate_attributes.h>
 #include <chronoseal/client/testing/suite.h>
@@ -19,11 +19,7 @@ namespace {
 std::optional<DWORD> update_fault, chain_policy_fault; // last errors
 std::optional<DWORD> missing_parameter;
 std::optional<BYTE> random_byte;
-
-template <class Function>
-Function real(const char* name) {
-    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
-}
+std::string released; // a letter for each handle
 
 BOOL fail(DWORD error) {
     SetLastError(error);
@@ -35,8 +31,7 @@ BOOL fail(DWORD error) {
 extern "C" {
 
 BOOL CryptMsgUpdate(HCRYPTMSG message, const BYTE* data, DWORD size, BOOL final) {
-    const auto result =
-        real<decltype(&CryptMsgUpdate)>("CryptMsgUpdate")(message, data, size, final);
+    const auto result = REAL(CryptMsgUpdate)(message, data, size, final);
     return update_fault ? fail(*update_fault) : result;
 }
 
@@ -44,7 +39,7 @@ BOOL CryptMsgGetParam(HCRYPTMSG message, DWORD type, DWORD index, void* data, DW
     if (missing_parameter == type) {
         return fail(CRYPT_E_ATTRIBUTES_MISSING);
     }
-    return real<decltype(&CryptMsgGetParam)>("CryptMsgGetParam")(message, type, index, data, size);
+    return REAL(CryptMsgGetParam)(message, type, index, data, size);
 }
 
 BOOL CryptGenRandom(HCRYPTPROV context, DWORD size, BYTE* buffer) noexcept {
@@ -52,7 +47,17 @@ BOOL CryptGenRandom(HCRYPTPROV context, DWORD size, BYTE* buffer) noexcept {
         std::fill_n(buffer, size, *random_byte);
         return TRUE;
     }
-    return real<decltype(&CryptGenRandom)>("CryptGenRandom")(context, size, buffer);
+    return REAL(CryptGenRandom)(context, size, buffer);
+}
+
+BOOL CryptDestroyHash(HCRYPTHASH hash) noexcept {
+    released += 'h';
+    return REAL(CryptDestroyHash)(hash);
+}
+
+BOOL CryptReleaseContext(HCRYPTPROV context, DWORD flags) noexcept {
+    released += 'p';
+    return REAL(CryptReleaseContext)(context, flags);
 }
 
 BOOL CertVerifyCertificateChainPolicy(LPCSTR policy, PCCERT_CHAIN_CONTEXT chain,
@@ -61,8 +66,7 @@ BOOL CertVerifyCertificateChainPolicy(LPCSTR policy, PCCERT_CHAIN_CONTEXT chain,
     if (chain_policy_fault) {
         return fail(*chain_policy_fault);
     }
-    return real<decltype(&CertVerifyCertificateChainPolicy)>("CertVerifyCertificateChainPolicy")(
-        policy, chain, parameter, status);
+    return REAL(CertVerifyCertificateChainPolicy)(policy, chain, parameter, status);
 }
 }
 
@@ -112,13 +116,20 @@ TEST_F(PlatformFaults, NoncesArePositive) {
         Configuration::instance().set("NonceLength = 12");
         CRequest request;
         request.put_DataHash(bytes("hash"), 4);
-        unsigned long size = 0;
-        request.Export(nullptr, &size);
-        std::string der(size, '\0');
-        request.Export(reinterpret_cast<unsigned char*>(der.data()), &size);
+        const auto der = delivered(request, &CRequest::Export);
         const auto nonce = first + std::string(11, static_cast<char>(byte));
         EXPECT_NE(der.find(integer(nonce)), std::string::npos);
     }
+}
+
+TEST_F(PlatformFaults, RequestGivesUpItsHashBeforeTheProviderOfIt) {
+    {
+        CRequest request;
+        request.AddData(bytes("data"), 4);
+        released.clear();
+    }
+    EXPECT_TRUE(released.starts_with("h")) << released; // which lets go of a provider, too
+    EXPECT_TRUE(released.ends_with("p"));
 }
 
 TEST_F(PlatformFaults, ChainPolicyThatCannotRunIsThrown) {

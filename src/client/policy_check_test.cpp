@@ -1,5 +1,3 @@
-
-
 #include <chronoseal/client/testing/suite.h>
 
 namespace Halcyon::PKI::TSP::Client {
@@ -76,10 +74,7 @@ TEST(PolicyCheck, RefusesByTheFirstRuleBroken) {
 }
 
 TEST(PolicyCheck, DeniesSchemesByTheAddressTheyGoTo) {
-    struct Scheme {
-        const char* name;
-        enumAuthTypes type;
-    };
+    using Scheme = std::pair<const char*, enumAuthTypes>;
     for (const auto& [name, type] :
          {Scheme{"Anonym", AuthAnonymous}, Scheme{"Basic", AuthBasic}, Scheme{"Digest", AuthDigest},
           Scheme{"NTLM", AuthNTLM}, Scheme{"Negotiate", AuthNegotiate}}) {

@@ -28,19 +28,11 @@ void import(CRequest& request, std::string der) {
 }
 
 std::string exported(CRequest& request) {
-    unsigned long size = 0;
-    request.Export(nullptr, &size);
-    std::string der(size, '\0');
-    request.Export(reinterpret_cast<unsigned char*>(der.data()), &size);
-    return der;
+    return delivered(request, &CRequest::Export);
 }
 
 std::string hash_of(const CRequest& request) {
-    unsigned long size = 64;
-    std::string hash(size, '\0');
-    request.get_DataHash(reinterpret_cast<unsigned char*>(hash.data()), &size);
-    hash.resize(size);
-    return hash;
+    return delivered(request, &CRequest::get_DataHash);
 }
 
 // All values, one after the other.
@@ -72,31 +64,26 @@ protected:
     }
 };
 
-TEST_F(Request, IsReadByOpenSslWithAllItsValues) {
+TEST_F(Request, HoldsAllItsValuesAsOpenSslReadsThem) {
     CRequest request;
+    request.put_UseNonce(false);
     request.put_PolicyID("1.2.3.4");
     request.put_CertReq(true);
     feed(request, "da");
     feed(request, "ta");
+    const auto imprint = sequence(sequence(oid(kSha256Oid)) + element(4, sha256("data")));
     const auto encoded = exported(request);
-    const auto* place = bytes(encoded);
-    const auto read =
-        owned(d2i_TS_REQ(nullptr, &place, static_cast<long>(encoded.size())), &TS_REQ_free);
-    ASSERT_NE(read, nullptr);
-    EXPECT_EQ(TS_REQ_get_version(read.get()), 1);
-    EXPECT_EQ(TS_REQ_get_cert_req(read.get()), 1);
-    char text[64];
-    OBJ_obj2txt(text, sizeof(text), TS_REQ_get_policy_id(read.get()), 1);
-    EXPECT_STREQ(text, "1.2.3.4");
-    auto* const imprint = TS_REQ_get_msg_imprint(read.get());
-    auto* const hash = TS_MSG_IMPRINT_get_msg(imprint);
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(ASN1_STRING_get0_data(hash)), 32),
-              sha256("data"));
-    const auto* const nonce = TS_REQ_get_nonce(read.get());
-    ASSERT_NE(nonce, nullptr);
-    EXPECT_LE(ASN1_STRING_length(nonce), 8);
-    EXPECT_EQ(ASN1_STRING_type(nonce), V_ASN1_INTEGER); // not negative
-    EXPECT_EQ(der(read.get(), &i2d_TS_REQ), encoded);
+    EXPECT_EQ(encoded,
+              sequence(integer("\x01") + imprint + oid("1.2.3.4") + element(0x01, "\xFF")));
+    request.put_UseNonce(true);
+    for (const auto& each : {encoded, exported(request)}) {
+        const auto* place = bytes(each);
+        const auto read =
+            owned(d2i_TS_REQ(nullptr, &place, static_cast<long>(each.size())), &TS_REQ_free);
+        ASSERT_NE(read, nullptr);
+        EXPECT_EQ(der(read.get(), &i2d_TS_REQ), each);
+        EXPECT_EQ(TS_REQ_get_nonce(read.get()) != nullptr, each != encoded);
+    }
 }
 
 TEST_F(Request, StaysTheSameUntilAValueChanges) {
@@ -109,6 +96,7 @@ TEST_F(Request, StaysTheSameUntilAValueChanges) {
     request.put_PolicyID("");
     request.put_TSAAddress(L"http://tsa/");
     request.put_Flags(7);
+    EXPECT_EQ(request.get_Flags(), 7u);
     EXPECT_EQ(exported(request), first);
     request.put_CertReq(true);
     const auto second = exported(request);
@@ -120,20 +108,6 @@ TEST_F(Request, StaysTheSameUntilAValueChanges) {
     request.put_PolicyID(L"1.2");
     request.put_PolicyID("");
     EXPECT_EQ(exported(request), bare);
-}
-
-TEST_F(Request, DeliversBySizeAndBuffer) {
-    CRequest request;
-    give_hash(request);
-    unsigned long size = 0;
-    request.Export(nullptr, &size);
-    const auto needed = size;
-    std::string buffer(needed, 'x');
-    size = needed - 1;
-    EXPECT_CODE(0x800700EAu,
-                request.Export(reinterpret_cast<unsigned char*>(buffer.data()), &size));
-    EXPECT_EQ(size, needed);
-    EXPECT_EQ(buffer, std::string(needed, 'x'));
 }
 
 TEST_F(Request, NeedsDataOnce) {
@@ -169,42 +143,32 @@ TEST_F(Request, KeepsAlgorithmNumberAndTextTogetherWhereItCan) {
     EXPECT_FALSE(exported(request).empty());
 }
 
-TEST_F(Request, TakesAFinishedRequestOver) {
-    CRequest request;
-    request.put_PolicyID("1.2.3.4");
-    give_hash(request);
-    const auto der = exported(request);
-    CRequest copy;
-    copy.put_UseNonce(false);
-    import(copy, der);
-    EXPECT_EQ(exported(copy), der);
-    EXPECT_TRUE(copy.get_UseNonce());
-    EXPECT_STREQ(copy.get_PolicyID(), "1.2.3.4");
-    EXPECT_EQ(copy.get_DataHashAlg(), 0x800Cu);
-    EXPECT_EQ(hash_of(copy), sha256("data"));
-}
-
-TEST_F(Request, NothingOfAnEarlierRequestIsLeft) {
-    CRequest source;
-    source.put_DataHashAlg("1.3.14.3.2.26");
-    source.put_CertReq(true);
-    source.put_UseNonce(false);
+TEST_F(Request, ImportTakesAllOverAndLeavesNothingOfAnEarlierRequest) {
+    CRequest plain;
+    plain.put_PolicyID("1.2.3.4");
+    give_hash(plain);
+    CRequest other;
+    other.put_DataHashAlg("1.3.14.3.2.26");
+    other.put_CertReq(true);
+    other.put_UseNonce(false);
+    other.put_PolicyID("1.2.5");
     const std::string hash(20, 'h');
-    source.put_DataHash(bytes(hash), hash.size());
-    const auto der = exported(source);
+    other.put_DataHash(bytes(hash), hash.size());
     CRequest request;
-    give_hash(request);
-    const auto first = exported(request);
-    import(request, der);
-    EXPECT_TRUE(request.get_CertReq());
-    EXPECT_FALSE(request.get_UseNonce());
-    EXPECT_EQ(request.get_DataHashAlg(), 0x8004u);
-    EXPECT_EQ(hash_of(request), hash);
-    EXPECT_EQ(exported(request), der);
-    EXPECT_STREQ(request.get_DataHashAlgOID(), "1.3.14.3.2.26");
-    const std::string other(20, 'o');
-    request.put_DataHash(bytes(other), other.size());
-    EXPECT_NE(exported(request).find(other), std::string::npos) << "a new hash is a new request";
+    for (CRequest* const source : {&plain, &other, &plain}) {
+        const auto der = exported(*source);
+        import(request, der);
+        EXPECT_EQ(exported(request), der);
+        EXPECT_EQ(told(request), told(*source));
+        EXPECT_EQ(hash_of(request), hash_of(*source));
+    }
+    CRequest without_policy;
+    give_hash(without_policy);
+    import(request, exported(without_policy));
+    EXPECT_STREQ(request.get_PolicyID(), "1.2.3.4") << "the one value that stays where none comes";
+    const std::string changed(32, 'c');
+    request.put_DataHash(bytes(changed), changed.size());
+    EXPECT_NE(exported(request).find(changed), std::string::npos) << "a new hash, a new request";
 }
 
 TEST_F(Request, RefusesWhatWouldBeReadAsSomethingElse) {
@@ -295,6 +259,7 @@ TEST_F(Request, TakesItsDefaultsFromPolicy) {
                "DefaultProxy = 'https://proxy/'\nProxyAuthSSLTypeDefault = 8\n"
                "ProxyAuthTypeDefault = 16");
     const CRequest other;
+    EXPECT_STREQ(other.get_TSAAddress(), L"http://tsa/") << "read anew for each request";
     EXPECT_EQ(other.get_TSAAuthType(), AuthNTLM);
     EXPECT_EQ(other.get_ProxyAuthType(), AuthDigest);
 }
@@ -337,14 +302,6 @@ TEST_F(Request, FallsBackOnSha1WhereThePlatformHasNoGost) {
         std::exit(sha1 && refused && hash_of(request).size() == 20 ? 0 : 1);
     };
     EXPECT_EXIT(without_engines(), ::testing::ExitedWithCode(0), "");
-}
-
-TEST_F(Request, LegacyReadingSeesEachChange) {
-    set_policy("DefaultTSPURL = 'http://one/'");
-    CRequest request;
-    set_policy("DefaultTSPURL = 'http://two/'\nUseNonceByDefault = false");
-    EXPECT_STREQ(CRequest().get_TSAAddress(), L"http://two/");
-    EXPECT_STREQ(request.get_TSAAddress(), L"http://one/");
 }
 
 TEST(RequestDeathTest, OtherwisePolicyIsReadOnceForTheProcess) {

@@ -7,12 +7,11 @@
 #include <optional>
 #include <tuple>
 
-#include <dlfcn.h>
-
 #include <basalt/error_codes.h>
 #include <basalt/last_error.h>
 #include <basalt/network.h>
 #include <basalt/provider.h>
+#include <chronoseal/base/test_seam.h>
 #include <chronoseal/client/testing/suite.h>
 
 namespace {
@@ -37,11 +36,6 @@ struct Retrieval {
 };
 std::optional<Retrieval> retrieval;
 
-template <class Function>
-Function real(const char* name) {
-    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
-}
-
 } // namespace
 
 extern "C" {
@@ -50,8 +44,7 @@ std::uint64_t SendPKIRequest(LPCWSTR url, LPCWSTR userAgent, LPCWSTR headers, LP
                              LPCWSTR credentials, PKI_BUFFER* request,
                              PKI_BUFFER* response) noexcept {
     if (!fake_answer) {
-        return real<decltype(&SendPKIRequest)>("SendPKIRequest")(url, userAgent, headers, proxy,
-                                                                 credentials, request, response);
+        return REAL(SendPKIRequest)(url, userAgent, headers, proxy, credentials, request, response);
     }
     const auto size = fake_answer->body.size();
     response->data = new BYTE[size];
@@ -71,16 +64,15 @@ BOOL CryptGetProvParam(HCRYPTPROV context, DWORD parameter, BYTE* data, DWORD* s
         std::memcpy(data, &layer->second, sizeof(DWORD));
         return TRUE;
     }
-    return real<decltype(&CryptGetProvParam)>("CryptGetProvParam")(context, parameter, data, size,
-                                                                   flags);
+    return REAL(CryptGetProvParam)(context, parameter, data, size, flags);
 }
 
 BOOL CryptRetrieveObjectByUrlW(LPCWSTR url, LPCSTR type, DWORD flags, DWORD timeout, LPVOID* object,
                                HANDLE async, void* credentials, LPVOID verify,
                                PCRYPT_RETRIEVE_AUX_INFO auxiliary) noexcept {
     if (!retrieval) {
-        return real<decltype(&CryptRetrieveObjectByUrlW)>("CryptRetrieveObjectByUrlW")(
-            url, type, flags, timeout, object, async, credentials, verify, auxiliary);
+        return REAL(CryptRetrieveObjectByUrlW)(url, type, flags, timeout, object, async,
+                                               credentials, verify, auxiliary);
     }
     *retrieval = {url, flags, timeout, auxiliary->pftCacheResync, retrieval->count};
     auto* const found = static_cast<CRYPT_BLOB_ARRAY*>(
@@ -97,8 +89,7 @@ BOOL CryptAcquireContextA(HCRYPTPROV* context, LPCSTR container, LPCSTR provider
         SetLastError(NTE_PROV_TYPE_NOT_DEF);
         return FALSE;
     }
-    return real<decltype(&CryptAcquireContextA)>("CryptAcquireContextA")(context, container,
-                                                                         provider, type, flags);
+    return REAL(CryptAcquireContextA)(context, container, provider, type, flags);
 }
 }
 

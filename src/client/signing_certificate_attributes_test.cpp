@@ -67,6 +67,20 @@ protected:
         return ASN1::CAttrSigningCertificateV2(certificates);
     }
 
+    // One attribute of each kind for which there is a certificate.
+    static AttributeList naming(const CBlob* first, const CBlob* any, const CBlob* second) {
+        AttributeList list;
+        if (first) {
+            list.add(v1(*first));
+        }
+        if (any) {
+            list.add(other(*any));
+        }
+        if (second) {
+            list.add(v2(*second));
+        }
+        return list;
+    }
     bool check(const AttributeList& list, bool timestamp, bool required = true) {
         return CheckSignerCertIdEx(list.get(), mine_, required, timestamp);
     }
@@ -86,16 +100,8 @@ TEST_F(SigningCertificateAttributes, StandTogetherByOneTable) {
           Case{false, false, true, true, true}, Case{true, true, false, false, false},
           Case{true, false, true, false, true}, Case{false, true, true, true, true},
           Case{true, true, true, false, false}}) {
-        AttributeList list;
-        if (test.v1) {
-            list.add(v1(mine_));
-        }
-        if (test.other) {
-            list.add(other(mine_));
-        }
-        if (test.v2) {
-            list.add(v2(mine_));
-        }
+        const auto list = naming(test.v1 ? &mine_ : nullptr, test.other ? &mine_ : nullptr,
+                                 test.v2 ? &mine_ : nullptr);
         for (const bool timestamp : {false, true}) {
             const bool accepted = timestamp ? test.timestamp : test.plain;
             EXPECT_EQ(check(list, timestamp), accepted);
@@ -114,25 +120,14 @@ TEST_F(SigningCertificateAttributes, NoneIsLeftToTheCaller) {
 }
 
 TEST_F(SigningCertificateAttributes, EachHasToNameTheCertificate) {
-    AttributeList list;
-    list.add(v1(mine_));
-    list.add(v2(foreign_));
-    EXPECT_FALSE(check(list, true));
-    const auto winner = GetSignerCertIdEx(list.get(), true);
-    EXPECT_TRUE(ASN1::OtherCertIDMatches(winner, foreign_)) << "the second version counts first";
-    AttributeList with_other;
-    with_other.add(other(mine_));
-    with_other.add(v2(foreign_));
-    EXPECT_FALSE(check(with_other, true));
-    EXPECT_TRUE(ASN1::OtherCertIDMatches(GetSignerCertIdEx(with_other.get(), true), foreign_));
-    AttributeList wrong_other;
-    wrong_other.add(other(foreign_));
-    wrong_other.add(v2(mine_));
-    EXPECT_FALSE(check(wrong_other, true));
-    AttributeList wrong_first;
-    wrong_first.add(v1(foreign_));
-    wrong_first.add(v2(mine_));
-    EXPECT_FALSE(check(wrong_first, true));
+    for (const auto& list :
+         {naming(&mine_, nullptr, &foreign_), naming(nullptr, &mine_, &foreign_)}) {
+        EXPECT_FALSE(check(list, true));
+        const auto winner = GetSignerCertIdEx(list.get(), true);
+        EXPECT_TRUE(ASN1::OtherCertIDMatches(winner, foreign_)) << "the second version counts";
+    }
+    EXPECT_FALSE(check(naming(nullptr, &foreign_, &mine_), true));
+    EXPECT_FALSE(check(naming(&foreign_, nullptr, &mine_), true));
 }
 
 TEST_F(SigningCertificateAttributes, OnlyTheFirstCertificateCounts) {

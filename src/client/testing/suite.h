@@ -12,3 +12,17 @@
 #include <chronoseal/client/testing/configuration.h>
 #include <chronoseal/client/testing/loopback_server.h>
 #include <chronoseal/client/testing/stores.h>
+
+namespace Halcyon::PKI::TSP::Client::testing {
+
+// The bytes that a getter gives to who has asked for their size.
+template <class Object, class Getter>
+std::string delivered(Object& object, Getter getter) {
+    unsigned long size = 0;
+    (object.*getter)(nullptr, &size);
+    std::string bytes(size, '\0');
+    (object.*getter)(reinterpret_cast<unsigned char*>(bytes.data()), &size);
+    return bytes;
+}
+
+} // namespace Halcyon::PKI::TSP::Client::testing
