@@ -2,7 +2,6 @@
 // encoders refuse. What bytes become is in type_bytes_test.cpp.
 #include <gmock/gmock.h>
 
-#include <chronoseal/asn1data/mts_abstract_service.h>
 #include <chronoseal/asn1data/pkix1_explicit.h>
 #include <chronoseal/asn1data/pkix1_implicit.h>
 #include <chronoseal/asn1data/selected_attribute_types.h>
@@ -35,16 +34,6 @@ TEST(Name, AKnownAttributeIsDecodedAndAnUnknownOneStaysRaw) {
     ASSERT_EQ(unknown.status, 0);
     EXPECT_EQ(unknown.value.value.decoded, nullptr);
     EXPECT_EQ(encode(asn1E_AttributeTypeAndValue, unknown.value).hex(), to_hex(bytes));
-}
-
-TEST(IA5Strings, TheStrictFormsRefuseAnEmptyText) {
-    const char* empty = "";
-    const char* text = "a";
-    EXPECT_EQ(encode(asn1E_PHGString, empty).status, -23);
-    EXPECT_EQ(encode(asn1E_PHGString, text).hex(), "160161");
-    EXPECT_EQ(encode(asn1E_PHGStringNonStrict, empty).hex(), "1600");
-    EXPECT_EQ(encode(asn1E_CaseIgnoreIA5StringSyntax, empty).status, -23);
-    EXPECT_EQ(encode(asn1E_CaseIgnoreIA5StringSyntaxNonStrict, empty).hex(), "1600");
 }
 
 TEST(Extension, OnlyWhatIsKnownAndNotEmptyIsLookedInto) {

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <chronoseal/asn1data/cryptographic_message_syntax.h>
-#include <chronoseal/asn1data/ets_electronic_signature.h>
-#include <chronoseal/asn1data/extended_security_services.h>
 #include <chronoseal/asn1data/test_coding.h>
 
 using namespace asn1data;
@@ -87,18 +85,6 @@ TEST(CertificateChoicesRaw, ACertificateKeepsItsSignedPart) {
     EXPECT_EQ(choice.value.t, 1U);
     EXPECT_EQ(choice.value.u.certificate->toBeSigned.numocts, 6U);
     EXPECT_EQ(encode(asn1E_CertificateChoicesRaw, choice.value).hex(), to_hex(bytes));
-}
-
-TEST(SignaturePolicyImplied, IsANull) {
-    ASN1T_SignaturePolicyImplied_ implied{};
-    EXPECT_EQ(encode(asn1E_SignaturePolicyImplied_, implied, 1).hex(), "0500");
-    EXPECT_EQ(encode(asn1E_SignaturePolicyImplied_, implied, 0).hex(), "");
-}
-
-TEST(EssCertIdV2, TheDefaultAlgorithmIsAMatterOfPresence) {
-    Decoded<ASN1T_ESSCertIDv2> id(asn1D_ESSCertIDv2, der("30(04(aabb))"));
-    ASSERT_EQ(id.status, 0);
-    EXPECT_EQ(presence(id.value.m, 2), 0U);
 }
 
 } // namespace

@@ -51,10 +51,6 @@ inline std::string to_hex(const Bytes& bytes) {
     return text;
 }
 
-inline std::string plain(std::string_view hex) {
-    return to_hex(from_hex(hex));
-}
-
 inline Bytes read_file(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) {

@@ -1,4 +1,4 @@
-// Time-stamp types: presence of fields, ranges that encoders hold, and the forms that keep bytes.
+// Time-stamp types: presence of fields, and the forms that keep bytes.
 // What bytes become is in type_bytes_test.cpp.
 #include <gmock/gmock.h>
 
@@ -51,21 +51,6 @@ TEST(TstInfoRaw, TheAuthorityKeepsItsBytesInAnyForm) {
     EXPECT_EQ(to_hex(kept(raw.value.tsa)), "82820006612e74657374");
     EXPECT_EQ(encode(asn1E_TSTInfoRaw, raw.value).hex(), to_hex(bytes));
     EXPECT_EQ(recode(asn1D_TSTInfo, asn1E_TSTInfo, bytes), to_hex(full_tst_info()));
-}
-
-TEST(Accuracy, FractionsOutsideTheirRangeAreNotWritten) {
-    for (const std::uint16_t value : {std::uint16_t{0}, std::uint16_t{1000}}) {
-        ASN1T_Accuracy millis{};
-        millis.m.millisPresent = 1;
-        millis.millis = value;
-        const Encoded encoded = encode(asn1E_Accuracy, millis);
-        EXPECT_EQ(encoded.status, -23);
-        EXPECT_EQ(encoded.latched, -23);
-        ASN1T_Accuracy micros{};
-        micros.m.microsPresent = 1;
-        micros.micros = value;
-        EXPECT_EQ(encode(asn1E_Accuracy, micros).status, -23);
-    }
 }
 
 TEST(TimeStampResp, ARefusalHasNoToken) {
