@@ -2,13 +2,15 @@
 
 from __future__ import annotations
 
+import datetime
 from typing import Any, Optional, Union
 
 from ._memory import Arena, Sources
 from ._native import ffi, lib
 from .error import call
-from .handle import Unchanging, bytes_made, made
+from .handle import Unchanging, bytes_made, made, owned
 from .stamp import Stamp
+from .verifier import Revocation, Strength, trust_of
 
 Octets = Union[bytes, bytearray, memoryview]
 #: The OIDs of the attributes by which a signature carries a stamp: RFC 3161's, and that of Authenticode.
@@ -62,6 +64,20 @@ class CmsSignature(Unchanging):
         signature = CmsSignature.__new__(CmsSignature)
         signature._handle = made("chronoseal_cms_signature", lib.chronoseal_cms_signature_with_stamp, self._handle,
                                  signer, stamp._handle, name)
+        return signature
+
+    def extended(self, *, roots: Optional[Sources] = None, certificates: Sources = (), evidence: Sources = (),
+                 revocation: Revocation = Revocation.AS_CONFIGURED, strength: Strength = Strength.AS_CONFIGURED,
+                 as_of: Optional[datetime.datetime] = None, offline: bool = False) -> CmsSignature:
+        """The signature with each stamp that its signers' own attributes hold extended as `extend` does; all else stays
+        octet for octet, and the same bytes come where nothing was put in. Raises the error of a stamp that can't be,
+        "no_stamps" where there is none, and "stamp_covered" where a later one in the signature is over it."""
+        arena = Arena()
+        trust = trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline)
+        place, handle = ffi.new("chronoseal_cms_signature**"), self._handle
+        call(lib.chronoseal_cms_signature_extend, handle, trust, place, ffi.NULL)
+        signature = CmsSignature.__new__(CmsSignature)
+        signature._handle = owned("chronoseal_cms_signature", place[0])
         return signature
 
     @property

@@ -96,6 +96,9 @@ def test_a_signature_is_read_checked_and_stamped(sealer, message):
     assert (found.kind, found.form) == ("signed_message", "smime")
     assert found.stamps[0].attribute == chronoseal.SIGNATURE_TIME_STAMP
     assert found.stamps[0].stamped == signature.value(0)
+    assert word_of(lambda: signature.extended(roots=ROOT)) == "no_stamps"
+    assert word_of(lambda: stamped.extended()) == "root_untrusted"
+    assert word_of(lambda: stamped.extended(roots=ROOT, revocation=chronoseal.Revocation.OFF)) == "revocation_off"
     assert chronoseal.inspect(chronoseal.rewrap(mail, found.der)).der == found.der
     assert word_of(lambda: signature.with_stamp(0, sealer.seal(b"x"))) == "imprint_differs"
     assert word_of(lambda: chronoseal.CmsSignature(stamp.token)) == "is_a_stamp"

@@ -1162,6 +1162,14 @@ CHRONOSEAL_API chronoseal_status chronoseal_cms_signature_check(
 CHRONOSEAL_API chronoseal_status chronoseal_cms_signature_with_stamp(
     const chronoseal_cms_signature* signature, size_t signer, const chronoseal_stamp* stamp,
     const char* attribute, chronoseal_cms_signature** stamped, chronoseal_error** error);
+// Makes the signature with each stamp that its signers' own attributes hold extended as
+// chronoseal_extend does; all else stays octet for octet, and the same bytes come where nothing was
+// put in. The error is that of the stamp that can't be; "no_stamps" where there is none, and
+// "stamp_covered" where a later stamp or record in the signature is over those that would change.
+// `changed`, which may be null, is 1 where something was put in.
+CHRONOSEAL_API chronoseal_status chronoseal_cms_signature_extend(
+    const chronoseal_cms_signature* signature, const chronoseal_trust* trust,
+    chronoseal_cms_signature** extended, int* changed, chronoseal_error** error);
 // Gives a signature in the form in which it was read. The bytes are the caller's, to be released by
 // `chronoseal_free`.
 CHRONOSEAL_API chronoseal_status

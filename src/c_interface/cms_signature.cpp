@@ -87,6 +87,25 @@ chronoseal_status chronoseal_cms_signature_with_stamp(const chronoseal_cms_signa
     });
 }
 
+chronoseal_status chronoseal_cms_signature_extend(const chronoseal_cms_signature* signature,
+                                                  const chronoseal_trust* trust,
+                                                  chronoseal_cms_signature** extended, int* changed,
+                                                  chronoseal_error** error) {
+    return call(error, [&] {
+        if (changed != nullptr) {
+            *changed = 0;
+        }
+        auto*& place = emptied(extended, "extended");
+        const CmsSignature& own = needed(signature, "signature").signature;
+        const SignatureExtension made = own.extended(trust_of(trust));
+        place = new chronoseal_cms_signature{made.signature};
+        if (changed != nullptr) {
+            *changed = made.changed() ? 1 : 0;
+        }
+        return CHRONOSEAL_OK;
+    });
+}
+
 chronoseal_status chronoseal_cms_signature_encoded(const chronoseal_cms_signature* signature,
                                                    unsigned char** data, size_t* size,
                                                    chronoseal_error** error) {

@@ -175,11 +175,21 @@ TEST_F(CCmsSignatureTest, AStampFromElsewhereIsPutIn) {
         chronoseal_cms_signature_with_stamp(signature.get(), 0, stamp, attribute, &made, &error);
         return SignatureHandle(made);
     };
+    const auto extend = [&](const SignatureHandle& of) {
+        chronoseal_cms_signature* made = nullptr;
+        int changed = -1;
+        chronoseal_cms_signature_extend(of.get(), nullptr, &made, &changed, &error);
+        EXPECT_EQ(changed, 0);
+        EXPECT_EQ(made, nullptr);
+        return word();
+    };
+    EXPECT_EQ(extend(signature), "no_stamps");
     EXPECT_EQ(put("other", nullptr), nullptr);
     EXPECT_EQ(word(), "imprint_differs");
     for (const char* const attribute : {"1.2.840.113549.1.9.16.2.14", "1.3.6.1.4.1.311.3.3.1"}) {
         const auto stamped = put(value, attribute);
         ASSERT_NE(stamped, nullptr) << why();
+        EXPECT_EQ(extend(stamped), "root_untrusted");
         const std::string bytes = encoded(stamped);
         chronoseal_inspection* inspection = nullptr;
         ASSERT_EQ(chronoseal_inspect(bytes.data(), bytes.size(), &inspection, &error),
@@ -246,6 +256,8 @@ TEST_F(CCmsSignatureTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_cms_signature_check(s, 0, nullptr, 1, nullptr, nullptr, e)),
         ROW(chronoseal_cms_signature_check(s, 0, nullptr, 0, &nothing, nullptr, e)),
         ROW(chronoseal_cms_signature_with_stamp(s, 0, nullptr, nullptr, &out, e)),
+        ROW(chronoseal_cms_signature_extend(nullptr, nullptr, &out, nullptr, e)),
+        ROW(chronoseal_cms_signature_extend(s, nullptr, nullptr, nullptr, e)),
         ROW(chronoseal_cms_signature_encoded(nullptr, &data, &size, e)),
         ROW(chronoseal_rewrap(nullptr, 1, "x", 1, &data, &size, e)),
         ROW(chronoseal_rewrap("x", 1, nullptr, 1, &data, &size, e)),
