@@ -161,8 +161,7 @@ void require_signature(const ATL2::CCryptMsg& message, PCCERT_CONTEXT signer) {
 
 void require_chain(const TrustInForce& trust, const ATL2::CCertStore& store, PCCERT_CONTEXT signer,
                    Time at) {
-    const auto candidates = collection_of({&store, &trust.extra});
-    const ChainJudgement judgement = trust.engine.judge(signer, at, candidates.get());
+    const ChainJudgement judgement = trust.engine.judge(signer, at, store.get());
     if (judgement.code != 0) {
         throw error_of_code(judgement.code, kDoing);
     }

@@ -153,11 +153,13 @@ DWORD strength(Strength wanted) {
 
 } // namespace
 
-ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots, Reach reach) {
+ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots, HCERTSTORE extra, Reach reach) {
     const FILETIME now = trust.as_of ? file_time_of(*trust.as_of) : FILETIME{};
     BASALT_CHAIN_ENGINE_CONFIG config{};
     config.Base.cbSize = sizeof config;
     config.Base.hExclusiveRoot = roots;
+    config.Base.cAdditionalStore = 1;
+    config.Base.rghAdditionalStore = &extra;
     config.Base.dwFlags = (trust.offline ? CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL : 0) |
                           (reach == Reach::given_only ? BASALT_CHAIN_GIVEN_ONLY : 0);
     config.dwRevocationMode = revocation_mode(trust.revocation);

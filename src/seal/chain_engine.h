@@ -23,14 +23,14 @@ enum class Reach { everywhere, given_only };
 // Immutable; any number of threads may judge at once.
 class ChainEngine {
 public:
-    // `roots` may be null: the machine's.
-    ChainEngine(const Trust& trust, HCERTSTORE roots, Reach reach);
+    // `roots` may be null: the machine's. `extra` holds what the caller gives beside the machine's:
+    // it goes before what a stamp brings along.
+    ChainEngine(const Trust& trust, HCERTSTORE roots, HCERTSTORE extra, Reach reach);
     ~ChainEngine();
     ChainEngine(const ChainEngine&) = delete;
     ChainEngine& operator=(const ChainEngine&) = delete;
 
-    // `store` holds what may be needed beside the machine's. Throws Error where there is no
-    // judgement.
+    // `store` holds what the stamp brings along. Throws Error where there is no judgement.
     ChainJudgement judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store) const;
 
 private:

@@ -116,7 +116,7 @@ TrustInForce::TrustInForce(const Trust& trust, Reach reached)
     : revocation(mode_in_force(trust.revocation)), strength(strength_in_force(trust.strength)),
       as_of(trust.as_of), extra(filled({&trust.certificates, &trust.evidence})),
       roots(filled({&trust.roots})), own_roots(!trust.roots.empty()), reach(reached),
-      engine(trust, own_roots ? roots.get() : nullptr, reached) {}
+      engine(trust, own_roots ? roots.get() : nullptr, extra.get(), reached) {}
 
 Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected)
     : trust_(trust), stamp_(StampAccess::of(stamp)), expected_(expected) {

@@ -95,8 +95,7 @@ void Verification::judge_chain() {
         skip_after(Check::signature, kOfChain); // nothing is asked for a token that nobody signed
         return;
     }
-    const auto candidates = collection_of({&own_, &trust_.extra});
-    ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, candidates.get());
+    ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.get());
     verdict_.chain = std::move(judgement.links);
     check_chain(judgement);
     check_usage(judgement);

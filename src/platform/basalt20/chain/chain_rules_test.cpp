@@ -64,6 +64,18 @@ TEST_F(ChainRulesTest, WeakKeysAndDigestsAreRefusedAndAgedOnesRemarkedOn) {
     }
 }
 
+// The verifier takes one without key identifiers for a root, and asks nothing of roots.
+TEST_F(ChainRulesTest, WhatASelfIssuedCertificateDemandsOfPoliciesCounts) {
+    const auto verdict_with = [&](const std::string& demand) {
+        const auto again = make_party({"middle", middle_.get(), kAuthority + demand});
+        const auto stamper = make_party({"stamper", again.get(), kStamper});
+        return stamp_verdict(
+            setting_, {encoded(stamper.get()), {encoded(again.get()), encoded(middle_.get())}});
+    };
+    EXPECT_EQ(verdict_with(""), 0u);
+    EXPECT_NE(verdict_with("\npolicyConstraints=critical,requireExplicitPolicy:0"), 0u);
+}
+
 TEST_F(ChainRulesTest, TheLastSecondOfValidityIsWhole) {
     const auto stamper = make_party({"stamper", middle_.get(), kStamper, -100, 0});
     const Given given{encoded(stamper.get()), {encoded(middle_.get())}};

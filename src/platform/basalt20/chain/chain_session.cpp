@@ -92,18 +92,19 @@ ChainSession::ChainSession(ChainSettings settings, SessionRequest request)
         request_.revocation = RevocationScope::none;
     }
     request_.may_fetch = request_.may_fetch && settings_.may_fetch;
-    pool_.add_store(request_.additional, PoolSource::given);
-    std::vector<HCERTSTORE> evidence{request_.additional};
+    std::vector<HCERTSTORE> own;
     for (const auto& store : settings_.stores) {
         pool_.add_store(store.get(), PoolSource::machine);
-        evidence.push_back(store.get());
+        own.push_back(store.get());
     }
+    pool_.add_store(request_.additional, PoolSource::given);
     if (request_.revocation != RevocationScope::none && !settings_.given_only) {
         authorities_ = open_system_store("CA");
-        evidence.push_back(authorities_.get());
+        own.push_back(authorities_.get());
     }
     SignerPaths& paths = *this;
-    status_ = std::make_unique<StatusCheck>(budget_, retrieval_, paths, std::move(evidence));
+    status_ = std::make_unique<StatusCheck>(budget_, retrieval_, paths, own,
+                                            std::vector{request_.additional});
 }
 
 ChainSession::~ChainSession() = default;

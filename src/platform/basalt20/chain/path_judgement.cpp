@@ -164,7 +164,10 @@ void check_across(const std::vector<X509*>& path, std::size_t end, PathErrors& e
                 errors[below].push_back(X509_V_ERR_PERMITTED_VIOLATION);
             }
         }
-        // Policies can't be followed across; demands on them close.
+    }
+    // Policies can't be followed across; demands on them close. The verifier takes its end for an
+    // anchor and passes over what that demands, too.
+    for (std::size_t i = end; end + 1 < path.size() && i < path.size(); ++i) {
         if (X509_get_ext_by_NID(path[i], NID_policy_constraints, -1) >= 0 ||
             X509_get_ext_by_NID(path[i], NID_inhibit_any_policy, -1) >= 0) {
             errors[i].push_back(X509_V_ERR_NO_EXPLICIT_POLICY);

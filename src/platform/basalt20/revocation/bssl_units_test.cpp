@@ -67,7 +67,7 @@ char standing_of(const fs::path& file, bool is_list) try {
     Budget budget;
     Retrieval retrieval(budget);
     FewPaths paths;
-    StatusCheck check(budget, retrieval, paths, {store.get()});
+    StatusCheck check(budget, retrieval, paths, {}, {store.get()});
     StatusQuestion question;
     question.now = ticks_of_unix(is_list ? kTimeOfLists : kTimeOfAnswers);
     question.stamp_time = question.now;

@@ -22,7 +22,8 @@ struct EvidenceItem {
     std::shared_ptr<const void> keeper; // of the encoded bytes
 
     bool usable() const { return list != nullptr || answer != nullptr; }
-    bool given() const { return source == EvidenceSource::given; }
+    bool own = false; // given, and by this machine or its user: it can't be junk of the message's
+    bool given() const { return source == EvidenceSource::given && !own; }
     EvidenceKind kind() const { return list != nullptr ? EvidenceKind::crl : EvidenceKind::ocsp; }
 };
 

@@ -15,9 +15,9 @@ namespace basalt {
 class EvidenceSession {
 public:
     EvidenceSession(Budget& given_budget, Retrieval& given_retrieval, SignerPaths& given_paths,
-                    std::vector<HCERTSTORE> stores)
-        : budget(given_budget), retrieval(given_retrieval), paths(given_paths),
-          given(std::move(stores)), signatures(given_budget) {}
+                    const std::vector<HCERTSTORE>& own, const std::vector<HCERTSTORE>& foreign)
+        : budget(given_budget), retrieval(given_retrieval), paths(given_paths), given(own, foreign),
+          signatures(given_budget) {}
     EvidenceSession(const EvidenceSession&) = delete;
     EvidenceSession& operator=(const EvidenceSession&) = delete;
 

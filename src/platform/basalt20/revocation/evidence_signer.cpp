@@ -42,10 +42,19 @@ FileTicks made_at(const EvidenceItem& item) {
 
 } // namespace
 
+// When whoever signed it has to be entitled to. While the certificate is valid only what is in
+// force counts, and so its signer has to be good now, whenever it says that it was made. What
+// speaks of an ended certificate may come from those who have ended, too.
+FileTicks EvidenceSigner::moment_of(const EvidenceItem& item) const {
+    const auto end = ticks_of(X509_get0_notAfter(path_[index_]->certificate.get()));
+    const bool ended = end && *end + kTicksPerSecond <= question_.now;
+    return ended ? made_at(item) : question_.now;
+}
+
 StatusQuestion EvidenceSigner::question_about_signer(FileTicks at) const {
     StatusQuestion question = question_;
     question.stamp_time = at;
-    question.is_signer = false;
+    question.is_signer = true;
     return question;
 }
 
@@ -61,13 +70,13 @@ bool EvidenceSigner::has_signed_list(const EvidenceItem& item, const X509Entry& 
 }
 
 // A certificate that the authority has issued to a responder for just that.
-bool EvidenceSigner::is_delegate(const EvidenceItem& item, const X509Entry& responder,
-                                 const X509Entry& authority) {
+bool EvidenceSigner::is_delegate(const EvidenceItem& item, const X509Entry& responder) {
     X509* certificate = responder.certificate.get();
+    const X509Entry& authority = *issuer();
     return may_sign_answers(certificate) &&
            X509_NAME_cmp(X509_get_issuer_name(certificate),
                          X509_get_subject_name(authority.certificate.get())) == 0 &&
-           is_valid_at(certificate, item.answer->produced_at) &&
+           is_valid_at(certificate, moment_of(item)) &&
            session_.signatures.good(responder, authority, question_.strength, item.given());
 }
 
@@ -90,16 +99,14 @@ CertificateEntry EvidenceSigner::prepared(const CertificateBody& responder, bool
     return session_.responders[&responder] = std::move(entry);
 }
 
-// `above` begins with the authority and ends in the anchor.
-bool EvidenceSigner::has_signed_answer(const EvidenceItem& item, const CertificateEntry& authority,
-                                       CertificatePathView above) {
-    if (item.answer->names_responder(authority->certificate.get()) &&
-        session_.signatures.good(*item.answer, *authority, question_.strength, item.given())) {
+bool EvidenceSigner::has_signed_answer(const EvidenceItem& item) {
+    if (item.answer->names_responder(issuer()->certificate.get()) &&
+        session_.signatures.good(*item.answer, *issuer(), question_.strength, item.given())) {
         return true;
     }
     for (const auto& candidate : item.answer->responders) {
         const CertificateEntry responder = prepared(*candidate, item.given());
-        if (!responder || !is_delegate(item, *responder, *authority) ||
+        if (!responder || !is_delegate(item, *responder) ||
             !session_.signatures.good(*item.answer, *responder, question_.strength, item.given())) {
             continue;
         }
@@ -107,8 +114,9 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item, const Certifica
             return true;
         }
         CertificatePath path{responder};
-        path.insert(path.end(), above.begin(), above.end());
-        const StatusQuestion question = question_about_signer(item.answer->produced_at);
+        path.insert(path.end(), path_.begin() + static_cast<std::ptrdiff_t>(index_) + 1,
+                    path_.end());
+        const StatusQuestion question = question_about_signer(moment_of(item));
         if (passes_with_support(item, path, 0, question)) {
             return true;
         }
@@ -118,7 +126,7 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item, const Certifica
 
 bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
     if (item.answer) {
-        return has_signed_answer(item, issuer(), path_.subspan(index_ + 1));
+        return has_signed_answer(item);
     }
     for (std::size_t i = index_ + 1; i < path_.size(); ++i) {
         if (has_signed_list(item, *path_[i])) {
@@ -130,17 +138,18 @@ bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
 }
 
 bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
-    const X509_NAME* name =
-        item.list ? item.list->issuer() : X509_get_subject_name(issuer()->certificate.get());
-    for (const CertificateEntry& other : session_.paths.named(name)) {
-        if (is_above(*other) || session_.is_under_way(*other) ||
-            (item.list && !has_signed_list(item, *other))) {
+    if (!item.list) {
+        return false;
+    }
+    for (const CertificateEntry& other : session_.paths.named(item.list->issuer())) {
+        // Nobody signs lists by the way: authorities say so in so many words (RFC 5280, 4.2.1.3).
+        if ((X509_get_extension_flags(other->certificate.get()) & EXFLAG_KUSAGE) == 0 ||
+            is_above(*other) || session_.is_under_way(*other) || !has_signed_list(item, *other)) {
             continue;
         }
-        const FileTicks at = made_at(item);
+        const FileTicks at = moment_of(item);
         const CertificatePath path = session_.paths.path_of(other, path_.back(), at);
-        if (!path.empty() && is_in_good_standing(item, path, at) &&
-            (item.list || has_signed_answer(item, other, path))) {
+        if (!path.empty() && is_in_good_standing(item, path, at)) {
             return true;
         }
     }

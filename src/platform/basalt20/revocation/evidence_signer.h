@@ -18,21 +18,21 @@ public:
     // True when a key of the path has signed the object and may do so.
     bool is_on_path(const EvidenceItem& item);
 
-    // The same for other keys of that name.
+    // The same for lists by other keys of that name. Answers are signed by the key that has signed
+    // the certificate, or by whom that key has named for it (RFC 6960, 4.2.2.2).
     bool is_beside_path(const EvidenceItem& item);
 
 private:
     bool has_signed_list(const EvidenceItem& item, const X509Entry& signer);
-    bool has_signed_answer(const EvidenceItem& item, const CertificateEntry& authority,
-                           CertificatePathView above);
-    bool is_delegate(const EvidenceItem& item, const X509Entry& responder,
-                     const X509Entry& authority);
+    bool has_signed_answer(const EvidenceItem& item);
+    bool is_delegate(const EvidenceItem& item, const X509Entry& responder);
     CertificateEntry prepared(const CertificateBody& responder, bool given);
     bool is_in_good_standing(const EvidenceItem& item, CertificatePathView path, FileTicks at);
     // Whether path[index] passes; what spoke for it is kept with the item that hangs on it.
     bool passes_with_support(const EvidenceItem& item, CertificatePathView path, std::size_t index,
                              const StatusQuestion& question);
     bool is_above(const X509Entry& certificate) const;
+    FileTicks moment_of(const EvidenceItem& item) const;
     StatusQuestion question_about_signer(FileTicks at) const;
     const CertificateEntry& issuer() const { return path_[index_ + 1]; }
 

@@ -71,7 +71,7 @@ protected:
     Standing judge(const CertificatePath& path, std::size_t index, RevocationMode mode) {
         Budget budget;
         Retrieval retrieval(budget);
-        StatusCheck check(budget, retrieval, paths_, {nullptr, store_.get()});
+        StatusCheck check(budget, retrieval, paths_, {own_.get()}, {nullptr, store_.get()});
         StatusQuestion question;
         question.stamp_time = ticks_at(0);
         question.now = ticks_at(kNow);
@@ -83,7 +83,10 @@ protected:
         return finding_.standing;
     }
 
-    void forget() { store_.reset(new_store()); }
+    void forget() {
+        store_.reset(new_store());
+        own_.reset(new_store());
+    }
 
     static HCERTSTORE new_store() {
         return CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
@@ -91,7 +94,8 @@ protected:
 
     PartyOwner root_ = make_party({.name = "root", .extensions = kAuthority});
     PartyOwner ca_ = make_party({.name = "ca", .issuer = root_.get(), .extensions = kAuthority});
-    StoreReference store_{new_store()};
+    StoreReference store_{new_store()}; // of what came with the question
+    StoreReference own_{new_store()};   // the machine's and its user's
     FewPaths paths_;
     StatusFinding finding_;
     unsigned signatures_ = 0;
@@ -202,6 +206,11 @@ TEST_F(EvidenceTest, ADeltaIsReadWithItsBase) {
         spec.next = kNext;
         return spec;
     };
+    const auto of_yesterday = [](ListSpec spec) {
+        spec.made = 70;
+        spec.next = 80;
+        return spec;
+    };
     const auto delta = [&](int number, int built_on, std::optional<int> reason) {
         ListSpec spec = list("2.5.29.20=ASN1:INTEGER:" + std::to_string(number) +
                              "\n2.5.29.27=critical,ASN1:INTEGER:" + std::to_string(built_on));
@@ -233,6 +242,9 @@ TEST_F(EvidenceTest, ADeltaIsReadWithItsBase) {
         {"hold lifted in a delta of the base's own hour",
          {of_this_hour(base(5, 6)), delta(7, 5, 8)},
          kGood},
+        {"hold lifted in a delta that has run out",
+         {of_this_hour(base(5, 6)), of_yesterday(delta(7, 5, 8))},
+         kRevoked},
         {"hold not spoken of", {base(5, 6), delta(7, 5, {})}, kRevoked},
         {"hold lifted, then on hold again", {base(5, 6), delta(7, 5, 8), delta(9, 5, 6)}, kRevoked},
         {"a revocation is never lifted", {base(5, 4), delta(7, 5, 8)}, kRevoked},
@@ -310,10 +322,12 @@ TEST_F(EvidenceTest, AKeyBesideThePathNeedsAPathOfItsOwn) {
                                             .issuer = root_.get(),
                                             .extensions = "basicConstraints=critical,CA:TRUE\n"
                                                           "keyUsage=critical,keyCertSign"});
+    const PartyOwner silent = make_party(
+        {.name = "ca", .issuer = root_.get(), .extensions = "extendedKeyUsage=serverAuth"});
     const PartyOwner over = make_party(
-        {.name = "ca", .issuer = root_.get(), .extensions = kAuthority, .end = kMade - 1});
+        {.name = "ca", .issuer = root_.get(), .extensions = kAuthority, .end = kNow - 1});
     for (const Party* party :
-         {rekeyed.get(), rogue.get(), impostor.get(), no_lists.get(), over.get()}) {
+         {rekeyed.get(), rogue.get(), impostor.get(), no_lists.get(), silent.get(), over.get()}) {
         paths_.add(*party);
     }
     const struct {
@@ -324,7 +338,8 @@ TEST_F(EvidenceTest, AKeyBesideThePathNeedsAPathOfItsOwn) {
         {"the authority's other key", rekeyed.get(), kGood},
         {"a like-named one under another root", impostor.get(), kUnknown},
         {"one that may not sign lists", no_lists.get(), kUnknown},
-        {"one that had ended when the list was made", over.get(), kUnknown},
+        {"one that doesn't say that it signs lists", silent.get(), kUnknown},
+        {"one that has ended, whenever it says that the list was made", over.get(), kUnknown},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -334,6 +349,61 @@ TEST_F(EvidenceTest, AKeyBesideThePathNeedsAPathOfItsOwn) {
         give_list(spec);
         give_list({.signer = root_.get(), .made = kMade, .next = kNext});
         EXPECT_EQ(judge(*certificate), c.expected);
+    }
+    forget();
+    give_list(list());
+    ListSpec later = revoking(*certificate, list());
+    later.signer = rekeyed.get();
+    give_list(later);
+    give_list({.signer = root_.get(), .made = kMade, .next = kNext});
+    EXPECT_EQ(judge(*certificate), kRevoked) << "an older list by the path's own key hides nothing";
+}
+
+TEST_F(EvidenceTest, JunkThatCameAlongBuriesNothingOfOnesOwn) {
+    const PartyOwner certificate = leaf();
+    const PartyOwner rogue = make_party({.name = "ca", .extensions = kAuthority});
+    give_list(list());
+    for (int i = 0; i < 200; ++i) {
+        ListSpec junk = list("2.5.29.20=ASN1:INTEGER:" + std::to_string(i));
+        junk.signer = rogue.get();
+        give_list(junk);
+    }
+    std::swap(store_, own_);
+    give_list(revoking(*certificate, list()));
+    std::swap(store_, own_);
+    EXPECT_EQ(judge(*certificate), kRevoked);
+}
+
+TEST_F(EvidenceTest, OfAnEntryThatIsRepeatedEachCounts) {
+    const PartyOwner certificate = leaf();
+    constexpr int kCompromise = 1, kClosed = 5, kRemoved = 8;
+    using Entry = ListEntry;
+    const Entry stolen{certificate.get(), -10, kCompromise};
+    const std::vector<Entry> others{{certificate.get(), 5, kClosed},
+                                    {certificate.get(), -10, kRemoved}};
+    for (const Entry& other : others) {
+        for (const bool first : {true, false}) {
+            forget();
+            ListSpec spec = list();
+            spec.entries = first ? std::vector{stolen, other} : std::vector{other, stolen};
+            give_list(spec);
+            EXPECT_EQ(judge(*certificate), kRevoked) << *other.reason << first;
+        }
+    }
+}
+
+// A certificate may be listed with a date that is yet to come, and one that names a source that
+// can't be read names one.
+TEST_F(EvidenceTest, WhatIsOddlySaidIsSaid) {
+    const PartyOwner certificate = leaf();
+    ListSpec spec = list();
+    spec.entries = {{certificate.get(), kNow + 3, 1}};
+    give_list(spec);
+    EXPECT_EQ(judge(*certificate), kRevoked);
+    for (const char* const source : {"1.3.6.1.5.5.7.1.1=DER:0500", "2.5.29.46=DER:0500"}) {
+        forget();
+        EXPECT_EQ(judge(*leaf(source)), kUnknown);
+        EXPECT_EQ(finding_.cause, UnknownCause::unreachable) << source;
     }
 }
 
@@ -393,6 +463,13 @@ TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
             {.name = "responder", .issuer = &issuer, .extensions = extensions, .end = end});
     };
     const PartyOwner rogue = make_party({.name = "ca", .extensions = kAuthority});
+    const PartyOwner rekeyed =
+        make_party({.name = "ca", .issuer = root_.get(), .extensions = kAuthority});
+    const auto like_named = [&] {
+        return make_party(
+            {.name = "ca", .issuer = root_.get(), .extensions = "extendedKeyUsage=serverAuth"});
+    };
+    paths_.add(*rekeyed);
     const PartyOwner renamed = make_party(
         {.name = "other", .issuer = root_.get(), .extensions = kAuthority, .same_key = ca_.get()});
     const struct {
@@ -407,14 +484,18 @@ TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
         {"meant for something else", responder("extendedKeyUsage=timeStamping", *ca_), kUnknown},
         {"of another authority on the path", responder(kResponder, *root_), kUnknown},
         {"of a like-named authority", responder(kResponder, *rogue), kUnknown},
+        {"of the authority's other key", responder(kResponder, *rekeyed), kUnknown},
+        {"of the same name", like_named(), kUnknown},
         {"by its key in another's name", responder(kResponder, *renamed), kUnknown},
-        {"had ended", responder(kResponder, *ca_, kMade - 1), kUnknown},
+        {"has ended, whenever it says that it was made", responder(kResponder, *ca_, kNow - 1),
+         kUnknown},
         {"key usage for lists alone",
          responder(std::string(kResponder) + "\nkeyUsage=critical,cRLSign", *ca_), kUnknown},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         forget();
+        paths_.add(*c.signer);
         give_answer(answer(*certificate, *c.signer));
         EXPECT_EQ(judge(*certificate), c.expected);
     }

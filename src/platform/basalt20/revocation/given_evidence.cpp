@@ -9,28 +9,36 @@
 
 namespace basalt {
 
-GivenEvidence::GivenEvidence(std::vector<HCERTSTORE> stores) {
+GivenEvidence::GivenEvidence(const std::vector<HCERTSTORE>& own,
+                             const std::vector<HCERTSTORE>& foreign) {
+    add(own, true);
+    add(foreign, false);
+}
+
+void GivenEvidence::add(const std::vector<HCERTSTORE>& stores, bool own) {
     for (const HCERTSTORE store : stores) {
         if (store != nullptr) {
-            stores_.push_back(duplicate_store(store));
+            stores_.push_back({duplicate_store(store), own});
         }
     }
 }
 
 void GivenEvidence::read() {
     if (!std::exchange(read_, true)) {
-        for (const StoreReference& store : stores_) {
-            read_store(store.get());
+        for (const Place& place : stores_) {
+            read_store(place);
         }
     }
 }
 
-void GivenEvidence::read_store(HCERTSTORE store) {
+void GivenEvidence::read_store(const Place& place) {
+    const HCERTSTORE store = place.store.get();
     PCCRL_CONTEXT crl = nullptr;
     while ((crl = CertEnumCRLsInStore(store, crl)) != nullptr) {
         const CERT_NAME_BLOB& name = crl->pCrlInfo->Issuer;
         const unsigned char* cursor = name.pbData;
         List list;
+        list.own = place.own;
         list.issuer.reset(d2i_X509_NAME(nullptr, &cursor, static_cast<long>(name.cbData)));
         list.context.reset(CertDuplicateCRLContext(crl));
         if (list.issuer && seen_.insert(sha256({crl->pbCrlEncoded, crl->cbCrlEncoded})).second) {
@@ -42,6 +50,7 @@ void GivenEvidence::read_store(HCERTSTORE store) {
         const auto bytes = std::make_shared<const std::vector<BYTE>>(
             answer->pbEncoded, answer->pbEncoded + answer->cbEncoded);
         EvidenceItem item;
+        item.own = place.own;
         item.encoded = *bytes;
         item.keeper = bytes;
         item.answer = read_ocsp(item.encoded);
@@ -55,6 +64,7 @@ void GivenEvidence::read_store(HCERTSTORE store) {
 const EvidenceItem& GivenEvidence::item_of(List& list) {
     if (!list.item) {
         EvidenceItem item;
+        item.own = list.own;
         item.encoded = {list.context->pbCrlEncoded, list.context->cbCrlEncoded};
         try {
             item.list = read_crl(CrlRecord::of(list.context.get()).body().x509_crl(), item.encoded);

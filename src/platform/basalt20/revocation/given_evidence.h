@@ -13,8 +13,9 @@ namespace basalt {
 
 class GivenEvidence {
 public:
-    // Null stores are passed over. The stores are read by the first question.
-    explicit GivenEvidence(std::vector<HCERTSTORE> stores);
+    // `own`: stores of this machine and its user, which go before those that came with the
+    // question. Null stores are passed over. The stores are read by the first question.
+    GivenEvidence(const std::vector<HCERTSTORE>& own, const std::vector<HCERTSTORE>& foreign);
 
     // Those that could be about the certificate: lists under one of these names, also such as can't
     // be used, and answers with an entry about it. The pointers live as long as the object.
@@ -22,17 +23,23 @@ public:
                                            const std::vector<const X509_NAME*>& list_issuers);
 
 private:
+    struct Place {
+        StoreReference store;
+        bool own;
+    };
     struct List {
+        bool own = false;
         CrlReference context;
         OpensslOwner<X509_NAME, X509_NAME_free> issuer;
         std::optional<EvidenceItem> item;
     };
 
     void read();
-    void read_store(HCERTSTORE store);
+    void add(const std::vector<HCERTSTORE>& stores, bool own);
+    void read_store(const Place& place);
     static const EvidenceItem& item_of(List& list);
 
-    std::vector<StoreReference> stores_;
+    std::vector<Place> stores_;
     bool read_ = false;
     std::set<Sha256> seen_; // each object once, in however many stores it lies
     std::vector<List> lists_;

@@ -18,22 +18,53 @@ FileTicks end_of(const X509* certificate) {
     return end ? *end + kTicksPerSecond - 1 : 0;
 }
 
-enum class Listing { absent, listed, removed };
+std::optional<int> reason_of(const X509_REVOKED* entry) {
+    const OpensslOwner<ASN1_ENUMERATED, ASN1_ENUMERATED_free> why(static_cast<ASN1_ENUMERATED*>(
+        X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr)));
+    return why ? std::optional(static_cast<int>(ASN1_ENUMERATED_get(why.get()))) : std::nullopt;
+}
 
-Listing look_up(const CrlFacts& facts, X509* certificate, X509_REVOKED*& entry) {
+// What a list has of one certificate.
+struct Listing {
+    std::vector<const X509_REVOKED*> entries; // that revoke it: one, unless the list repeats it
+    bool removed = false;                     // it says that it isn't revoked any more
+};
+
+Listing look_up(const CrlFacts& facts, X509* certificate) {
     constexpr int kRemoved = 2;
-    const int found = X509_CRL_get0_by_cert(facts.list.get(), &entry, certificate);
-    return found == 1 ? Listing::listed : found == kRemoved ? Listing::removed : Listing::absent;
+    X509_REVOKED* first = nullptr;
+    const int found = X509_CRL_get0_by_cert(facts.list.get(), &first, certificate);
+    Listing listing;
+    if (found == 0) {
+        return listing;
+    }
+    if (facts.is_indirect()) { // whose entries only OpenSSL knows how to tell apart
+        listing.removed = found == kRemoved;
+        if (!listing.removed) {
+            listing.entries.push_back(first);
+        }
+        return listing;
+    }
+    const STACK_OF(X509_REVOKED)* all = X509_CRL_get_REVOKED(facts.list.get());
+    for (int i = 0; i < sk_X509_REVOKED_num(all); ++i) {
+        const X509_REVOKED* entry = sk_X509_REVOKED_value(all, i);
+        if (ASN1_INTEGER_cmp(X509_REVOKED_get0_serialNumber(entry),
+                             X509_REVOKED_get0_serialNumber(first)) != 0) {
+            continue;
+        }
+        if (reason_of(entry) == reason::kRemoveFromCrl) {
+            listing.removed = true;
+        } else {
+            listing.entries.push_back(entry);
+        }
+    }
+    return listing;
 }
 
 void read_entry(const X509_REVOKED* entry, Statement& statement) {
     statement.revoked = true;
     statement.revoked_at = ticks_of(X509_REVOKED_get0_revocationDate(entry)).value_or(0);
-    const OpensslOwner<ASN1_ENUMERATED, ASN1_ENUMERATED_free> why(static_cast<ASN1_ENUMERATED*>(
-        X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr)));
-    if (why) {
-        statement.reason = static_cast<int>(ASN1_ENUMERATED_get(why.get()));
-    }
+    statement.reason = reason_of(entry);
 }
 
 Statement statement_of(const CrlFacts& facts, ReasonSet reasons) {
@@ -225,7 +256,8 @@ bool Inquiry::consider(const Items& items) {
             open.push_back(item);
         }
     }
-    if (decide()) {
+    // What is at hand is at hand at once: a revocation beats whatever else is said.
+    if (decide() && ruling_.standing == Standing::revoked) {
         return true;
     }
     for (const EvidenceItem* item : open) {
@@ -241,10 +273,14 @@ void Inquiry::state(const Statement& statement, Items origin) {
     origins_.push_back(std::move(origin));
 }
 
+bool Inquiry::is_in_force(const List& list) const {
+    return covers(statement_of(*list.item->list, list.reasons), moments_);
+}
+
 const Inquiry::List* Inquiry::newest_delta_of(const List& base) const {
     const List* newest = nullptr;
     for (const List& list : lists_) {
-        if (continues(*list.item->list, *base.item->list) &&
+        if (is_in_force(list) && continues(*list.item->list, *base.item->list) &&
             (newest == nullptr || ASN1_INTEGER_cmp(newest->item->list->number.get(),
                                                    list.item->list->number.get()) < 0)) {
             newest = &list;
@@ -255,13 +291,16 @@ const Inquiry::List* Inquiry::newest_delta_of(const List& base) const {
 
 void Inquiry::state_lists() {
     for (const List& list : lists_) {
-        X509_REVOKED* entry = nullptr;
         const CrlFacts& facts = *list.item->list;
         Statement own = statement_of(facts, list.reasons);
-        if (look_up(facts, certificate_, entry) == Listing::listed) {
+        own.complete = !facts.is_delta();
+        const Listing listed = look_up(facts, certificate_);
+        for (const X509_REVOKED* entry : listed.entries) {
+            if (own.revoked) { // it is repeated: each counts
+                state(own, {list.item});
+            }
             read_entry(entry, own);
         }
-        own.complete = !facts.is_delta();
         const List* delta = facts.is_delta() ? nullptr : newest_delta_of(list);
         if (delta == nullptr) {
             if (own.complete || own.revoked) {
@@ -272,11 +311,11 @@ void Inquiry::state_lists() {
         Statement joint = own;
         joint.this_update = delta->item->list->this_update;
         joint.next_update = delta->item->list->next_update;
-        const Listing listing = look_up(*delta->item->list, certificate_, entry);
-        const bool lifted = listing == Listing::removed && own.reason == reason::kCertificateHold;
-        if (listing == Listing::listed) {
-            joint.reason.reset();
-            read_entry(entry, joint);
+        const Listing changed = look_up(*delta->item->list, certificate_);
+        const bool lifted =
+            changed.removed && changed.entries.empty() && own.reason == reason::kCertificateHold;
+        if (!changed.entries.empty()) {
+            read_entry(changed.entries.front(), joint);
         } else if (lifted) {
             joint.revoked = false;
         }

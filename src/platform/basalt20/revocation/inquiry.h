@@ -36,6 +36,7 @@ private:
     bool is_worth_keeping(const EvidenceItem& item) const;
     void state(const Statement& statement, Items origin);
     void state_lists();
+    bool is_in_force(const List& list) const;
     const List* newest_delta_of(const List& base) const;
     bool decide();
     StatusFinding finding() const;

@@ -195,7 +195,7 @@ TEST(RetrievalTest, ALongSerialNumberAsksNoResponder) {
         Budget budget;
         Retrieval retrieval(budget);
         FewPaths paths;
-        StatusCheck check(budget, retrieval, paths, {});
+        StatusCheck check(budget, retrieval, paths, {}, {});
         const CertificatePath path{leaf->entry, root->entry};
         StatusQuestion question;
         question.stamp_time = question.now = ticks_at(0);
@@ -287,7 +287,7 @@ TEST(StatusThreadsTest, ConcurrentVerdictsShareTheCache) {
             Budget budget;
             Retrieval retrieval(budget);
             FewPaths paths;
-            StatusCheck check(budget, retrieval, paths, {});
+            StatusCheck check(budget, retrieval, paths, {}, {});
             const CertificatePath path{leaves[index]->entry, root->entry};
             StatusQuestion question;
             question.stamp_time = ticks_at(0);

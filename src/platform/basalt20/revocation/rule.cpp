@@ -43,14 +43,19 @@ bool decides_rather(const Statement& a, const Statement& b) {
 }
 
 // What was revoked after the moment that is asked for was not revoked by then: a stamp that another
-// one renewed is judged as of that one's time, and outlives what happened to its keys later.
+// one renewed is judged as of that one's time, and outlives what happened to its keys later. What
+// was said by then counts, though, whatever date it gives (RFC 5280, 6.3.3: none is compared).
+bool is_known_by(const Statement& statement, FileTicks now) {
+    return std::min(statement.revoked_at, statement.this_update) <= now + kClockTolerance;
+}
+
 std::optional<std::size_t> deciding_revocation(std::span<const Statement> statements,
                                                const Moments& moments) {
     std::optional<std::size_t> found;
     for (std::size_t i = 0; i < statements.size(); ++i) {
         const Statement& s = statements[i];
         const bool counts =
-            s.revoked && !is_hold(s) && s.revoked_at <= moments.now + kClockTolerance &&
+            s.revoked && !is_hold(s) && is_known_by(s, moments.now) &&
             (s.revoked_at <= moments.stamp || voids_earlier_stamps(s, moments.is_signer));
         if (counts && (!found || decides_rather(s, statements[*found]))) {
             found = i;
@@ -117,7 +122,10 @@ bool covers(const Statement& statement, const Moments& moments) {
     const FileTicks made = statement.this_update;
     const FileTicks next = statement.next_update.value_or(made + kUndatedLife);
     const FileTicks known = std::max(made, statement.signed_at);
-    if (!statement.complete || known > moments.now + kClockTolerance || next < made) {
+    const bool ahead_of_itself =
+        statement.signed_at != 0 && made > statement.signed_at + kClockTolerance;
+    if (!statement.complete || ahead_of_itself || known > moments.now + kClockTolerance ||
+        next < made) {
         return false;
     }
     if (moments.now <= moments.end) {

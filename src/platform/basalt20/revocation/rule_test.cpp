@@ -108,6 +108,8 @@ TEST(RuleTest, AnAnswerIsNotOlderThanItsSignature) {
     EXPECT_TRUE(covers(s, moments));
     s.signed_at = at(11);
     EXPECT_FALSE(covers(s, moments));
+    s.signed_at = at(4);
+    EXPECT_FALSE(covers(s, moments)) << "nor does it speak of a later time than it was made at";
 }
 
 TEST(RuleTest, AfterTheCertificatesEndAStatementMustBeMadeInTimeOrReachBack) {

@@ -17,10 +17,21 @@ void add(const ASN1_IA5STRING* address, std::vector<std::string>& list) {
     }
 }
 
+// What X509_get_ext_d2i tells of an extension that isn't there.
+constexpr int kAbsent = -1;
+
+// There more than once, or in no form that can be read: it names a source all the same.
+template <class Extension>
+bool is_unreadable(const Extension& extension, int found) {
+    return extension == nullptr && found != kAbsent;
+}
+
 void read_access_descriptions(X509* certificate, SourceAddresses& sources) {
+    int found = kAbsent;
     const OpensslOwner<AUTHORITY_INFO_ACCESS, AUTHORITY_INFO_ACCESS_free> access(
         static_cast<AUTHORITY_INFO_ACCESS*>(
-            X509_get_ext_d2i(certificate, NID_info_access, nullptr, nullptr)));
+            X509_get_ext_d2i(certificate, NID_info_access, &found, nullptr)));
+    sources.any_named = sources.any_named || is_unreadable(access, found);
     for (int i = 0; access && i < sk_ACCESS_DESCRIPTION_num(access.get()); ++i) {
         const ACCESS_DESCRIPTION* entry = sk_ACCESS_DESCRIPTION_value(access.get(), i);
         if (OBJ_obj2nid(entry->method) != NID_ad_OCSP) {
@@ -56,9 +67,11 @@ SourceAddresses source_addresses(X509* certificate, const CertificateScope& scop
     SourceAddresses sources;
     read_access_descriptions(certificate, sources);
     read_points(scope.points(), sources);
+    int found = kAbsent;
     const OpensslOwner<CRL_DIST_POINTS, CRL_DIST_POINTS_free> freshest(
         static_cast<CRL_DIST_POINTS*>(
-            X509_get_ext_d2i(certificate, NID_freshest_crl, nullptr, nullptr)));
+            X509_get_ext_d2i(certificate, NID_freshest_crl, &found, nullptr)));
+    sources.any_named = sources.any_named || is_unreadable(freshest, found);
     read_points(freshest.get(), sources);
     ERR_clear_error();
     const std::size_t for_lists = std::min<std::size_t>(sources.crl.size(), most / 2);

@@ -70,8 +70,8 @@ public:
 };
 
 StatusCheck::StatusCheck(Budget& budget, Retrieval& retrieval, SignerPaths& paths,
-                         std::vector<HCERTSTORE> given)
-    : session_(std::make_unique<Session>(budget, retrieval, paths, std::move(given))) {}
+                         const std::vector<HCERTSTORE>& own, const std::vector<HCERTSTORE>& foreign)
+    : session_(std::make_unique<Session>(budget, retrieval, paths, own, foreign)) {}
 
 StatusCheck::~StatusCheck() = default;
 

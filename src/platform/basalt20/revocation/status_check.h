@@ -64,10 +64,12 @@ struct StatusQuestion {
 
 class StatusCheck {
 public:
-    // `given`: the caller's stores (null ones are passed over), whose CRLs and OCSP answers are
-    // candidates; they are read by the first judgement. All arguments must outlive the object.
+    // The stores' CRLs and OCSP answers are candidates: those of `own`, of this machine and its
+    // user, go first and share no budget with those of `foreign`, which came with the question.
+    // Null ones are passed over; they are read by the first judgement. All arguments must outlive
+    // the object.
     StatusCheck(Budget& budget, Retrieval& retrieval, SignerPaths& paths,
-                std::vector<HCERTSTORE> given);
+                const std::vector<HCERTSTORE>& own, const std::vector<HCERTSTORE>& foreign);
     ~StatusCheck();
     StatusCheck(const StatusCheck&) = delete;
     StatusCheck& operator=(const StatusCheck&) = delete;

@@ -146,7 +146,7 @@ protected:
         Budget budget({}, responder_.clock());
         Retrieval retrieval(budget);
         FewPaths paths;
-        StatusCheck check(budget, retrieval, paths, stores);
+        StatusCheck check(budget, retrieval, paths, {}, stores);
         const CertificatePath path{leaf_->entry, root_->entry};
         StatusQuestion question;
         question.stamp_time = ticks_at(0);
@@ -552,7 +552,7 @@ TEST_F(StatusScenarios, NoSourceIsAskedAgainInTheSameVerdict) {
     Budget budget({}, responder_.clock());
     Retrieval retrieval(budget);
     FewPaths paths;
-    StatusCheck check(budget, retrieval, paths, {});
+    StatusCheck check(budget, retrieval, paths, {}, {});
     const CertificatePath path{leaf_->entry, root_->entry};
     StatusQuestion question;
     question.now = ticks_at(kNow);
