@@ -69,6 +69,9 @@ private:
     std::shared_ptr<const Content> content_;
 };
 
+// An object by its hashes, one for each of the record's `data_algorithms`.
+using DataDigests = std::vector<Digest>;
+
 // The way from a leaf up to a root: on each level the hash that stands beside. A level on which
 // nothing does isn't in it.
 using HashPath = std::vector<Bytes>;
@@ -238,6 +241,43 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
+// For the end of the hash of a whole list, whose files are hashed again by whoever has them: with a
+// list of the new hashes by the same names, each line's record and the list's own get a new chain
+// under one stamp. Names have to be the same octets, in whatever order. Whether both lists are of
+// the same files is for the caller to have verified. The new list is itself a leaf and gets a
+// record of its own. Memory grows with the lists: some 350 bytes a line. Belongs to one thread.
+class CHRONOSEAL_API ManifestRenewal {
+public:
+    // Reads both lists. `record` is the old one's: as it is before the renewal, or, to `prove`,
+    // after. Throws as `read_manifest` and `ManifestTree::prove`, and, with names and numbers of
+    // lines, `manifest_line_missing` for a name that only the old list has,
+    // `manifest_line_surplus` for one that only the new one has, `manifest_line_repeated` for a
+    // name with different hashes, `manifest_contradicts` for files that were equal by the old hash
+    // and aren't by the new one; `algorithms_differ` for a new list by a hash of the record.
+    ManifestRenewal(const std::filesystem::path& list, const EvidenceRecord& record,
+                    const std::filesystem::path& renewed_list, const Progress& progress = {},
+                    std::stop_token stop = {});
+    ManifestRenewal(ManifestRenewal&& other) noexcept;
+    ManifestRenewal& operator=(ManifestRenewal&& other) noexcept;
+    ~ManifestRenewal();
+
+    const ManifestInfo& info() const noexcept;         // of the list
+    const ManifestInfo& renewed_info() const noexcept; // of the new one
+    Digest digest();
+    // The list's record with the new chain. Throws as StampRenewal.
+    EvidenceRecord renewed(const Stamp& stamp);
+    // That of the new list, which begins with this stamp.
+    EvidenceRecord renewed_list(const Stamp& stamp);
+    // The record of an object whose hashes stand in both lists, made of the list's record after the
+    // renewal. Throws as `ManifestTree::prove`, and `manifest_changed` also where the record wasn't
+    // renewed with this new list.
+    EvidenceRecord prove(const DataDigests& object);
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
 // ---- Judging ----
 
 // One time-stamp of a record as it was judged.
@@ -270,8 +310,6 @@ struct CHRONOSEAL_API EvidenceVerdict {
     std::vector<Remark> remarks;
 };
 
-// An object by its hashes, one for each of the record's `data_algorithms`.
-using DataDigests = std::vector<Digest>;
 CHRONOSEAL_API DataDigests digests_of_file(const EvidenceRecord& record,
                                            const std::filesystem::path& path,
                                            const Progress& progress = {},
