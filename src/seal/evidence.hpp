@@ -278,6 +278,19 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
+// ---- Extending ----
+
+struct RecordExtension {
+    EvidenceRecord record; // the same one if nothing was put in
+    Extension extension;   // of its last stamp
+};
+
+// Puts evidence into the last stamp of a record, as `extend` does with a stamp. Throws
+// `stamp_covered` for any other, by its index from 0: the stamp that renewed it is over all of its
+// octets and wouldn't cover it any more.
+CHRONOSEAL_API RecordExtension extend(const EvidenceRecord& record, const Trust& trust = {},
+                                      std::optional<std::size_t> stamp = std::nullopt);
+
 // ---- Judging ----
 
 // One time-stamp of a record as it was judged.
