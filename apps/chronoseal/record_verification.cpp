@@ -27,10 +27,18 @@ constexpr std::string_view kRecordSuffix = ".ers";
 constexpr std::size_t kMostNames = 1000;
 // Lines whose files are hashed at a time, so that memory doesn't grow with the list.
 constexpr std::size_t kLinesAtATime = 10'000;
+constexpr std::size_t kNameBytesAtATime = std::size_t{16} << 20;
 
 bool is_file(const std::string& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+// Whoever made a list chose the names: to open a pipe or a terminal waits for somebody, and reading
+// /dev/zero never ends.
+bool ends_by_itself(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && (S_ISREG(info.st_mode) || S_ISBLK(info.st_mode));
 }
 
 // The files of a list, compared some at a time.
@@ -43,9 +51,15 @@ public:
         if (!algorithm_) {
             algorithm_ = line.algorithm;
         }
-        names_.emplace_back(line.name);
+        const std::string name(line.name);
+        if (!ends_by_itself(name)) {
+            tell(missing, missing_names, name);
+            return;
+        }
+        name_bytes_ += name.size();
+        names_.push_back(name);
         digests_.emplace_back(line.digest.begin(), line.digest.end());
-        if (names_.size() == kLinesAtATime) {
+        if (names_.size() == kLinesAtATime || name_bytes_ >= kNameBytesAtATime) {
             compare();
         }
     }
@@ -69,6 +83,7 @@ public:
         }
         names_.clear();
         digests_.clear();
+        name_bytes_ = 0;
     }
 
     std::string text() const {
@@ -113,6 +128,7 @@ private:
     const std::stop_token& stop_;
     std::optional<chronoseal::HashAlgorithm> algorithm_;
     std::vector<std::string> names_;
+    std::size_t name_bytes_ = 0;
     std::vector<chronoseal::Bytes> digests_;
 };
 

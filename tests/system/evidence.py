@@ -90,6 +90,30 @@ class Together(WithRecords):
                                           "missingNames": ["in/empty"]})
         self.assertEqual((found["verdict"], found["strength"], found["lines"]), ("good", "fresh", 6))
 
+    def test_a_list_names_whatever_it_likes(self):
+        """Files elsewhere are looked at as sha256sum does; what never ends or waits for somebody is not."""
+        self.file("secret", b"secret")
+        inside = self.file("in/plain", b"secret").parent
+        (inside / "-").write_bytes(b"secret")
+        os.mkfifo(inside / "pipe")
+        names = ["../secret", str(self.folder / "secret"), "plain", "-", "./../in/plain", "pipe", "/dev/zero",
+                 "/dev/stdin", "/dev/tty", ".", "none", "x/../plain", "\x1b[31mred", "n" * 5000]
+        self.file("in/sums", b"".join(hashlib.sha256(b"secret").hexdigest().encode() + b"  " + name.encode() + b"\n"
+                                      for name in names))
+        self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=inside)
+        words = [program.BIN / "chronoseal", "verify", "sums.ers", "--files", *map(str, self.trust)]
+        silent, other_end = os.pipe()
+        self.addCleanup(os.close, silent)
+        self.addCleanup(os.close, other_end)
+        for form in ((), ("--json",)):
+            result = subprocess.run([*words, *form], cwd=inside, env=self.workspace.environment, stdin=silent,
+                                    capture_output=True, timeout=60)
+            self.assertEqual(result.returncode, REFUSED)
+            self.assertNotIn(b"\x1b[31m", result.stdout + result.stderr)
+        found = program.json.loads(result.stdout)["files"]
+        self.assertEqual((found["matched"], found["changed"]), (5, 0))
+        self.assertEqual(found["missingNames"], names[5:])
+
     def test_a_list_that_was_changed_says_how_many_lines_it_has(self):
         sums = self.case()
         sums.write_bytes(sums.read_bytes() + hashlib.sha256(b"x").hexdigest().encode() + b"  x\n")
