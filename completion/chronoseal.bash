@@ -53,10 +53,10 @@ _chronoseal() {
         'prove')
             case $before in
                 --record|--out) compopt -o default; return ;;
-                --manifest) return ;;
+                --manifest|--rehashed) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --manifest --record --out --force --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --manifest --record --rehashed --out --force --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -65,10 +65,10 @@ _chronoseal() {
             case $before in
                 --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
                 --data|--out|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
-                --hash|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+                --hash|--manifest|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --hash --data --out --convert-only --force --url --proxy --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --hash --data --manifest --out --convert-only --force --url --proxy --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi

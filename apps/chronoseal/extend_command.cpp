@@ -5,6 +5,7 @@
 
 #include "input_file.h"
 #include "output_file.h"
+#include "record_verification.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
 
@@ -52,12 +53,13 @@ private:
                                                                     : Existing::refuse);
         out.check(options_.out.empty() ? std::vector<std::string>() : std::vector{file});
         const Bytes bytes = read_file(file);
+        Bytes der;
         const chronoseal::Extension extension =
-            chronoseal::extend(chronoseal::Stamp::read(bytes), trust_);
+            chronoseal::inspect(bytes).kind == chronoseal::Kind::evidence_record
+                ? extend_record(file, bytes, der)
+                : extend_stamp(bytes, der);
         if (extension.changed()) {
-            const Bytes& response = extension.stamp.response();
-            out.write(
-                chronoseal::rewrap(bytes, response.empty() ? extension.stamp.token() : response));
+            out.write(chronoseal::rewrap(bytes, der));
         } else if (!options_.out.empty()) {
             out.write(bytes);
         }
@@ -66,6 +68,32 @@ private:
                                      remarks_text(extension.remarks)));
         }
         fill(extension, out.path(), item);
+    }
+
+    chronoseal::Extension extend_stamp(const Bytes& bytes, Bytes& der) const {
+        chronoseal::Extension extension =
+            chronoseal::extend(chronoseal::Stamp::read(bytes), trust_);
+        const Bytes& response = extension.stamp.response();
+        der = response.empty() ? extension.stamp.token() : response;
+        return extension;
+    }
+
+    // The last stamp of a record, which goes on proving what it did. Data that isn't there isn't
+    // missed: no hash of it changes.
+    chronoseal::Extension extend_record(const std::string& file, const Bytes& bytes,
+                                        Bytes& der) const {
+        const chronoseal::RecordExtension extended =
+            chronoseal::extend(chronoseal::EvidenceRecord::read(bytes), trust_);
+        const chronoseal::EvidenceVerifier verifier(trust_);
+        const std::string data = file_beside_record(file);
+        const chronoseal::EvidenceVerdict verdict =
+            data.empty() ? verifier.verify_record(extended.record)
+                         : verifier.verify_file(extended.record, data);
+        if (!verdict.good() && verdict.failure->word() != "data_needed") {
+            throw Error(*verdict.failure);
+        }
+        der = extended.record.der();
+        return extended.extension;
     }
 
     static std::string text_of(const chronoseal::Extension& extension) {

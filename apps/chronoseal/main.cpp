@@ -186,6 +186,8 @@ void add_prove(CLI::App& app, Chosen& chosen) {
                 ->required();
             cli::add_value(command, "--record", options.record,
                            "the list's evidence record (default: SUMS.ers)", "FILE.ers");
+            cli::add_value(command, "--rehashed", options.rehashed,
+                           "the list of new hashes by which that was renewed", "SUMS");
             cli::add_value(command, "--out", options.out,
                            "where to write the record (default: FILE.ers)", "FILE");
             command.add_flag("--force", options.force, "overwrite what is there");
@@ -201,6 +203,8 @@ void add_renew(CLI::App& app, Chosen& chosen) {
         "  chronoseal renew *.ers                       by a new time-stamp\n"
         "  chronoseal renew --hash sha512 case.sha256.ers    by a new hash over the data beside "
         "it\n"
+        "  chronoseal renew --hash sha512 case.sha256.ers --manifest case.sha512    for all files "
+        "of the list\n"
         "  chronoseal renew old.pdf.tsr                 writes old.pdf.ers",
         cli::run_renew, [](CLI::App& command, cli::RenewOptions& options) {
             add_files(command, options.files, "evidence records, or stamps that become records",
@@ -210,6 +214,10 @@ void add_renew(CLI::App& app, Chosen& chosen) {
                            "begin a new chain by this hash, over the data again", "NAME|OID");
             cli::add_value(command, "--data", options.data,
                            "what the record is of (default: the file beside it)", "FILE");
+            cli::add_value(command, "--manifest", options.manifest,
+                           "of a list's record: the list of the new hashes of its files, which "
+                           "are not hashed here",
+                           "SUMS");
             cli::add_value(command, "--out", options.out,
                            "where to write the record (default: in its place)", "FILE");
             command.add_flag("--convert-only", options.convert_only,
@@ -273,7 +281,9 @@ void add_extend(CLI::App& app, Chosen& chosen) {
         "  chronoseal verify report.pdf.tsr --offline        needs nothing else from then on",
         cli::run_extend, [](CLI::App& command, cli::ExtendOptions& options) {
             add_files(command, options.stamps,
-                      "responses or tokens, DER, PEM or Base64; - is standard input", "STAMP")
+                      "responses, tokens or evidence records (their last stamp), DER, PEM or "
+                      "Base64; - is standard input",
+                      "STAMP")
                 ->required();
             cli::add_value(command, "--out", options.out,
                            "where to write the stamp (default: in place)", "FILE");

@@ -11,7 +11,9 @@
 
 #include "input_file.h"
 #include "interruption.h"
+#include "left_behind.h"
 #include "output_file.h"
+#include "progress.h"
 #include "record_text.h"
 #include "record_verification.h"
 #include "stamp_json.h"
@@ -34,9 +36,13 @@ using Json = nlohmann::ordered_json;
 constexpr std::string_view kStampSuffix = ".tsr";
 
 void check_usage(const RenewOptions& options) {
-    if (options.files.size() > 1 && (!options.data.empty() || !options.out.empty())) {
-        throw usage_error("--data and --out go with one record only",
+    if (options.files.size() > 1 &&
+        (!options.data.empty() || !options.out.empty() || !options.manifest.empty())) {
+        throw usage_error("--data, --manifest and --out go with one record only",
                           "leave them out: the file beside each record is its data");
+    }
+    if (!options.manifest.empty() && options.hash.empty()) {
+        throw usage_error("--manifest is a list by a new hash", "name the hash by --hash");
     }
     if (options.convert_only && !options.hash.empty()) {
         throw usage_error("--convert-only adds nothing, and --hash does", "leave one out");
@@ -80,7 +86,11 @@ public:
             for (const Item& item : items_) {
                 write(item, item.record, nullptr);
             }
+        } else if (!options_.manifest.empty()) {
+            look_beside();
+            renew_list(items_.front());
         } else {
+            look_beside();
             std::map<std::string, std::vector<std::size_t>> by_hash;
             for (std::size_t i = 0; i < items_.size(); ++i) {
                 by_hash[(hash_ ? *hash_ : items_[i].record.renewal_algorithm()).oid()].push_back(i);
@@ -94,6 +104,10 @@ public:
             members["files"] = std::move(results_);
         }
         members["summary"] = {{"renewed", renewed_}, {"stamps", stamps_}};
+        members["leftBehind"] = left_behind_.files();
+        if (!left_behind_.files().empty()) {
+            output_.note(left_behind_.text());
+        }
         output_.object(true, members);
         return ExitStatus::good;
     }
@@ -163,6 +177,13 @@ private:
         return verdict;
     }
 
+    void look_beside() {
+        for (const Item& item : items_) {
+            left_behind_.add(item.file, item.record);
+        }
+        left_behind_.look();
+    }
+
     chronoseal::Sealer make_sealer(const HashAlgorithm& algorithm) const {
         chronoseal::SealerOptions result;
         apply(options_.authority, result);
@@ -197,19 +218,66 @@ private:
         ++stamps_;
     }
 
-    void write(const Item& item, const EvidenceRecord& record, const Stamp* stamp) {
+    // A list whose files were hashed elsewhere, by the new hash.
+    void renew_list(const Item& item) {
+        const OutputFile beside(options_.manifest + ".ers",
+                                options_.force ? Existing::replace : Existing::refuse);
+        beside.check({item.file, item.data, options_.manifest});
+        const chronoseal::Sealer sealer = make_sealer(*hash_);
+        ByteProgress progress("lists", !output_.quiet());
+        chronoseal::ManifestRenewal renewal(
+            item.data, item.record, options_.manifest,
+            [&](std::uint64_t done, std::uint64_t total) { progress.show(done, total); }, stop_);
+        if (renewal.renewed_info().algorithm != *hash_) {
+            throw usage_error(fmt::format("{} is by {}, not by --hash",
+                                          quote_foreign(options_.manifest),
+                                          renewal.renewed_info().algorithm.name()),
+                              "choose the hash of the list");
+        }
+        const Stamp stamp = sealer.seal_digest(renewal.digest(), stop_);
+        ++stamps_;
+        // Written first: what is renewed wants the list that it was renewed with, and its record.
+        const Item list{options_.manifest,
+                        renewal.renewed_list(stamp),
+                        false,
+                        options_.manifest,
+                        beside,
+                        {{renewal.renewed_info().digest}},
+                        {}};
+        const EvidenceVerdict verdict = judge(list, list.record, list.objects);
+        const EvidenceRecord renewed = renewal.renewed(stamp);
+        judge(item, renewed, renewed_objects(item));
+        beside.write(list.record.der());
+        tell(list, verdict, stamped_text("stamped", stamp), &stamp);
+        write(item, renewed, &stamp);
+    }
+
+    // The data by all hashes of the record once it is renewed.
+    std::vector<DataDigests> renewed_objects(const Item& item) const {
         std::vector<DataDigests> objects = item.objects;
         if (hash_) {
             objects.front().push_back(item.renewed_objects.front());
         }
-        const EvidenceVerdict verdict = judge(item, record, objects);
+        return objects;
+    }
+
+    static std::string stamped_text(const char* word, const Stamp& stamp) {
+        return fmt::format("{} {} by {}", word, chronoseal::utc_text(stamp.time()),
+                           authority_text(stamp.info()));
+    }
+
+    void write(const Item& item, const EvidenceRecord& record, const Stamp* stamp) {
+        const EvidenceVerdict verdict = judge(item, record, renewed_objects(item));
         item.out.write(record.der());
         ++renewed_;
-        output_.text(fmt::format("{}: {} -> {}\n{}", quote_foreign(item.file),
-                                 stamp != nullptr ? fmt::format("renewed {} by {}",
-                                                                chronoseal::utc_text(stamp->time()),
-                                                                authority_text(stamp->info()))
-                                                  : "made into an evidence record",
+        tell(item, verdict,
+             stamp != nullptr ? stamped_text("renewed", *stamp) : "made into an evidence record",
+             stamp);
+    }
+
+    void tell(const Item& item, const EvidenceVerdict& verdict, const std::string& what,
+              const Stamp* stamp) {
+        output_.text(fmt::format("{}: {} -> {}\n{}", quote_foreign(item.file), what,
                                  quote_foreign(item.out.path()), stamps_text(verdict, output_)));
         Json json = {{"file", item.file},
                      {"ok", true},
@@ -230,6 +298,7 @@ private:
     std::optional<HashAlgorithm> hash_;
     std::stop_token stop_;
     std::vector<Item> items_;
+    LeftBehind left_behind_;
     Json results_ = Json::array();
     std::uint64_t renewed_ = 0, stamps_ = 0;
 };

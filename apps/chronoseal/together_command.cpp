@@ -247,6 +247,48 @@ ExitStatus stamp_manifests(const StampOptions& options, const Output& output) {
     return results.finish();
 }
 
+// Proofs out of a list and its record, and the list of new hashes by which that was renewed, if it
+// was.
+class LineProver {
+public:
+    LineProver(const ProveOptions& options, const EvidenceRecord& record, bool show_progress,
+               const std::stop_token& stop)
+        : record_(record), show_progress_(show_progress) {
+        ByteProgress progress(quote_foreign(options.manifest), show_progress);
+        const auto show = [&](std::uint64_t done, std::uint64_t total) {
+            progress.show(done, total);
+        };
+        if (options.rehashed.empty()) {
+            tree_.emplace(options.manifest, show, stop);
+        } else {
+            renewal_.emplace(options.manifest, record, options.rehashed, show, stop);
+        }
+    }
+
+    const chronoseal::ManifestInfo& info() const {
+        return renewal_ ? renewal_->info() : tree_->info();
+    }
+
+    chronoseal::DataDigests digests_of(const std::string& file, const std::stop_token& stop) const {
+        chronoseal::DataDigests digests{digest_of(file, info().algorithm, show_progress_, stop)};
+        if (renewal_) {
+            digests.push_back(
+                digest_of(file, renewal_->renewed_info().algorithm, show_progress_, stop));
+        }
+        return digests;
+    }
+
+    EvidenceRecord prove(const chronoseal::DataDigests& digests) {
+        return renewal_ ? renewal_->prove(digests) : tree_->prove(digests.front(), record_);
+    }
+
+private:
+    const EvidenceRecord& record_;
+    bool show_progress_;
+    std::optional<ManifestTree> tree_;
+    std::optional<chronoseal::ManifestRenewal> renewal_;
+};
+
 } // namespace
 
 ExitStatus run_stamp_together(const StampOptions& options, const Output& output) {
@@ -264,7 +306,8 @@ ExitStatus run_prove(const ProveOptions& options, const Output& output) {
     for (const std::string& file : options.files) {
         outs.emplace_back(options.out.empty() ? file + ".ers" : options.out,
                           existing_of(options.force));
-        outs.back().check({file, options.manifest, record_name});
+        outs.back().check({file, options.manifest, record_name,
+                           options.rehashed.empty() ? record_name : options.rehashed});
     }
     if (output.json() && outs.front().is_standard_output()) {
         throw usage_error("JSON and the record can't both go to standard output",
@@ -272,22 +315,17 @@ ExitStatus run_prove(const ProveOptions& options, const Output& output) {
     }
     const Interruption interruption;
     const EvidenceRecord record = EvidenceRecord::read(read_file(record_name));
-    ByteProgress progress(quote_foreign(options.manifest), !output.quiet());
-    ManifestTree list(
-        options.manifest,
-        [&](std::uint64_t done, std::uint64_t total) { progress.show(done, total); },
-        interruption.token());
+    LineProver list(options, record, !output.quiet(), interruption.token());
     ExitStatus status = ExitStatus::good;
     Json results = Json::array();
     for (std::size_t i = 0; i < options.files.size(); ++i) {
         const std::string& file = options.files[i];
         Json json = {{"file", file}, {"ok", true}, {"out", outs[i].path()}};
         try {
-            const Digest digest =
-                digest_of(file, list.info().algorithm, !output.quiet(), interruption.token());
-            const EvidenceRecord proof = list.prove(digest, record);
+            const chronoseal::DataDigests digests = list.digests_of(file, interruption.token());
+            const EvidenceRecord proof = list.prove(digests);
             outs[i].write(proof.der());
-            json["digest"] = chronoseal::to_hex(digest.value());
+            json["digest"] = chronoseal::to_hex(digests.front().value());
             json["bytes"] = proof.der().size();
             if (!outs[i].is_standard_output()) {
                 output.text(fmt::format("{}: a line of {}, existed by {} -> {}\n",

@@ -17,7 +17,8 @@ ExitStatus run_stamp_together(const StampOptions& options, const Output& output)
 struct ProveOptions {
     std::vector<std::string> files;
     std::string manifest;
-    std::string record; // of the list; empty: beside it
+    std::string record;   // of the list; empty: beside it
+    std::string rehashed; // the list by which that was renewed; empty: it wasn't
     std::string out;
     bool force = false;
 };

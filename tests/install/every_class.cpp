@@ -127,6 +127,8 @@ void evidence() {
     ManifestTree("").prove(tree.root(), record);
     StampRenewal(hash).add(record);
     HashRenewal(hash).add(record, {});
+    ManifestRenewal("", record, "").digest();
+    extend(record);
     const EvidenceVerdict verdict = EvidenceVerifier().verify(record, ByteView());
     strength_name(verdict.strength);
 }

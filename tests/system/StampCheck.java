@@ -1,10 +1,11 @@
-// Checks a token or a signature with stamps by BouncyCastle, for extend.py. The arguments are "token" or "signature", the
-// DER file, and for a detached signature the data. Prints what it found; any doubt is an exception.
+// Checks a token, a signature with stamps or an evidence record by BouncyCastle, for extend.py. The arguments are "token",
+// "signature" or "record", the DER file, and for a detached signature and a record the data. Prints what it found; any doubt is an exception.
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.MessageDigest;
 import java.util.Arrays;
 import java.util.Collection;
+import java.util.Date;
 
 import org.bouncycastle.asn1.ASN1ObjectIdentifier;
 import org.bouncycastle.asn1.cms.Attribute;
@@ -15,7 +16,10 @@ import org.bouncycastle.cms.CMSProcessableByteArray;
 import org.bouncycastle.cms.CMSSignedData;
 import org.bouncycastle.cms.SignerInformation;
 import org.bouncycastle.cms.jcajce.JcaSimpleSignerInfoVerifierBuilder;
+import org.bouncycastle.operator.jcajce.JcaDigestCalculatorProviderBuilder;
 import org.bouncycastle.tsp.TimeStampToken;
+import org.bouncycastle.tsp.ers.ERSByteData;
+import org.bouncycastle.tsp.ers.ERSEvidenceRecord;
 import org.bouncycastle.util.Store;
 
 public class StampCheck {
@@ -57,6 +61,14 @@ public class StampCheck {
             TimeStampToken token = checkToken(new CMSSignedData(der));
             System.out.println("token " + token.getCRLs().getMatches(null).size() + " lists, "
                                + token.getCertificates().getMatches(null).size() + " certificates");
+            return;
+        }
+        if (arguments[0].equals("record")) {
+            ERSEvidenceRecord record =
+                new ERSEvidenceRecord(der, new JcaDigestCalculatorProviderBuilder().build());
+            record.validatePresent(new ERSByteData(Files.readAllBytes(Path.of(arguments[2]))), new Date());
+            record.validate(new JcaSimpleSignerInfoVerifierBuilder().build(record.getSigningCertificate()));
+            System.out.println("record");
             return;
         }
         CMSSignedData message = arguments.length < 3

@@ -210,6 +210,88 @@ class Renewing(WithRecords):
         data.write_bytes(b"changed")
         self.expect(self.workspace.run("verify", f"{data}.ers", *self.trust), REFUSED, "isn't what the record is of")
 
+    def test_a_whole_list_is_renewed_by_a_new_one(self):
+        names = ["a", "b/c", "equal", "empty", "odd\nname"]
+        for name, content in zip(names, (b"a", b"c", b"a", b"", b"odd")):
+            self.file(name, content)
+        self.sums("sums", names)
+        wide = self.sums("new", names[::-1], "sha512")
+        self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=self.folder)
+        record, good = self.folder / "sums.ers", (self.folder / "sums.ers").read_bytes()
+        whole = wide.read_bytes()
+        lines = whole.splitlines(keepends=True)
+        nobody = ("renew", "--hash", "sha512", record, "--manifest", wide, "--url", "http://127.0.0.1:1/", *self.trust)
+        for content, status, word, part in (
+                (lines[0] + lines[2] + lines[3] + lines[4], REFUSED, "manifest_line_missing", 'for empty, line 4 of'),
+                (whole + b"0" * 128 + b"  more\n", REFUSED, "manifest_line_surplus", 'new, more, isn'),
+                (whole + b"0" * 128 + b"  a\n", REFUSED, "manifest_line_repeated", "lines 5 and 6"),
+                (whole.replace(lines[4], b"0" * 128 + b"  a\n"), REFUSED, "manifest_contradicts", "lines 3 and 5"),
+                ((self.folder / "sums").read_bytes(), REFUSED, "algorithms_differ", "SHA-256"),
+                (self.sums("x", names, "sha384").read_bytes(), USAGE, "usage", "not by --hash"),
+                (whole, UNREACHABLE, None, "127.0.0.1")):
+            with self.subTest(word):
+                wide.write_bytes(content)
+                code, told = self.workspace.run_json(*nobody)
+                self.assertEqual((code, word or told["error"]["word"]), (status, told["error"]["word"]), told)
+                self.assertIn(part, told["error"]["message"])
+                self.assertEqual((record.read_bytes(), (self.folder / "new.ers").exists()), (good, False))
+        self.expect(self.workspace.run("renew", record, "--manifest", wide, *self.ask), USAGE, "--hash")
+        kept = {name: (self.folder / name).read_bytes() for name in names}
+        for name in names:
+            (self.folder / name).unlink()  # nothing is hashed here
+        told = self.run_good("renew", "--hash", "sha512", "sums.ers", "--manifest", "new", *self.ask, cwd=self.folder)
+        for name in names:
+            self.file(name, kept[name])
+        self.assertIn("new: stamped", told)
+        self.run_good("verify", record, f"{wide}.ers", *self.trust)
+        self.run_good("renew", record, *self.ask)
+        self.expect(self.workspace.run("prove", self.folder / "a", "--manifest", self.folder / "sums"), REFUSED,
+                    "list of the new hash")
+        self.run_good("prove", *names, "--manifest", "sums", "--rehashed", "new", cwd=self.folder)
+        for name in names:
+            proof = self.folder / f"{name}.ers"
+            code, found = self.workspace.run_json("verify", proof, *self.trust)
+            self.assertEqual((code, [one["chainNumber"] for one in found["stamps"]]), (GOOD, [0, 1, 1]))
+            (self.folder / name).write_bytes(b"changed")
+            self.expect(self.workspace.run("verify", proof, *self.trust), REFUSED, "isn't what the record is of")
+        result = self.workspace.run("prove", self.folder / "a", "--manifest", self.folder / "sums", "--rehashed", wide,
+                                    "--force")
+        self.expect(result, REFUSED, "no line of the list")
+
+    def test_records_left_behind_are_told(self):
+        for name in "abcd":
+            self.file(name, name.encode())
+        self.sums("sums", "abc")
+        self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=self.folder)
+        self.run_good("prove", "a", "b", "--manifest", "sums", cwd=self.folder)
+        self.run_good("stamp", "d", *self.ask, cwd=self.folder)
+        self.run_good("renew", "--convert-only", "d.tsr", *self.trust, cwd=self.folder)
+        self.file("hostile.ers", b"\x30\x84\xff\xff\xff\xff")
+        os.mkfifo(self.folder / "pipe.ers")
+        (self.folder / "loop.ers").symlink_to("loop.ers")
+        (self.folder / "folder.ers").mkdir()
+        with open(self.folder / "huge.ers", "wb") as huge:
+            huge.truncate(1 << 33)
+
+        def renew(*names):
+            words = [program.BIN / "chronoseal", "renew", "--json", *names, *map(str, self.ask)]
+            result = subprocess.run(words, capture_output=True, cwd=self.folder, env=self.workspace.environment,
+                                    timeout=60)
+            self.expect(result, GOOD)
+            return program.json.loads(result.stdout)["leftBehind"], result.stderr.decode()
+
+        beside, told = renew("a.ers")  # by its own stamp: the list's record is the one that is behind
+        self.assertEqual(beside, ["b.ers", "sums.ers"])
+        self.assertEqual(len(told.splitlines()), 1, told)
+        self.assertIn("2 records beside rest on the same time-stamps and weren't renewed: b.ers, sums.ers;", told)
+        self.assertEqual(renew("sums.ers")[0], ["b.ers"])  # that of a has a later stamp already
+        self.assertEqual(renew("./b.ers", "sums.ers"), ([], ""))
+        self.assertEqual(renew("d.ers"), ([], ""))
+        self.assertIn('1 record beside rests', renew(str(self.folder / "b.ers"))[1])
+        result = self.workspace.run("renew", "-q", self.folder / "sums.ers", *self.ask)
+        self.expect(result, GOOD)
+        self.assertEqual(result.stderr, b"")
+
     def test_what_proves_nothing_is_not_renewed(self):
         data = self.file("a")
         self.run_good("stamp", data, *self.ask)
@@ -377,6 +459,14 @@ class BouncyCastle(WithRecords):
         self.run_good("renew", *records, *self.ask)
         self.assertEqual(set(self.judge(zip(records, some))), {"ok"})
         self.assertEqual(set(self.judge((record, self.file("no", b"no")) for record in records)) & {"ok"}, set())
+        self.sums("list", names[:9])
+        self.sums("wide", names[:9], "sha512")
+        self.run_good("stamp", "--manifest", "list", *self.ask, cwd=self.folder)
+        self.run_good("renew", "--hash", "sha512", "list.ers", "--manifest", "wide", *self.ask, cwd=self.folder)
+        self.run_good("renew", "list.ers", "wide.ers", *self.ask, cwd=self.folder)
+        self.run_good("prove", *names[:9], "--manifest", "list", "--rehashed", "wide", "--force", cwd=self.folder)
+        listed = [*files[:9], self.folder / "list", self.folder / "wide"]
+        self.assertEqual(set(self.judge((f"{path}.ers", path) for path in listed)), {"ok"})
         fresh = self.file("fresh")
         self.run_good("stamp", fresh, *self.ask)
         self.run_good("renew", "--convert-only", f"{fresh}.tsr", *self.trust)

@@ -1,5 +1,6 @@
 """Stamps that outlive their sources: extended ones, aged ones, and those on signatures; OpenSSL and BouncyCastle agree."""
 
+import contextlib
 import glob
 import json
 import os
@@ -8,6 +9,7 @@ import shutil
 import socket
 import stat
 import subprocess
+import threading
 import time
 import unittest
 
@@ -101,6 +103,40 @@ class Extending(WithRevocation):
         check = self.bouncycastle("token", token)
         self.assertEqual(check.stdout, "token 1 lists, 2 certificates\n", check.stderr)
 
+    def test_the_last_stamp_of_a_record_is_extended(self):
+        """And the record goes on proving what it did, renewed or not."""
+        folder = self.workspace.path / "record"
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir()
+        data = folder / "data"
+        shutil.copy(self.data, data)
+        ask = ("--url", self.authority.url, *self.roots)
+        self.expect(self.workspace.run("stamp", data, *ask), GOOD)
+        record = folder / "data.ers"
+        self.publish()
+        self.expect(self.workspace.run("renew", "--convert-only", f"{data}.tsr", *self.roots), GOOD)
+        sizes = []
+        for step in ("extend", "renew", "extend"):
+            self.publish()
+            self.forget()
+            self.expect(self.workspace.run(step, record, *(ask if step == "renew" else self.roots)), GOOD)
+            self.expect(self.workspace.run("verify", record, *self.roots), GOOD)
+            sizes.append(record.stat().st_size)
+            if HAS_BOUNCYCASTLE:
+                check = self.bouncycastle("record", record, data)
+                self.assertEqual(check.stdout, "record\n", check.stderr)
+        self.assertEqual(sizes, sorted(sizes))
+        again = record.read_bytes()
+        status, shown = self.workspace.run_json("extend", record, *self.roots)
+        self.assertEqual((status, shown["changed"], record.read_bytes()), (GOOD, False, again))
+        data.write_bytes(b"something else")
+        self.publish()
+        self.forget()
+        self.expect(self.workspace.run("renew", record, *ask), REFUSED)
+        self.assertEqual(record.read_bytes(), again)
+        if not HAS_BOUNCYCASTLE:
+            self.skipTest("BouncyCastle (libbcpkix-java, default-jdk-headless) isn't there")
+
     def test_once_is_enough(self):
         path, _ = self.extended("twice.tsr")
         first, inode = path.read_bytes(), path.stat().st_ino
@@ -147,6 +183,55 @@ class Extending(WithRevocation):
         self.expect(self.workspace.run("extend", self.data, *self.roots), REFUSED, "plain text")
         self.expect(self.workspace.run("extend", path, path, "--out", "x"), USAGE)
         self.assertEqual(path.read_bytes(), plain)
+
+
+class HostileSources(WithRevocation):
+    """What a certificate names as the source of its list may answer anything."""
+
+    def test_they_cost_little_and_change_nothing(self):
+        path = self.stamp("hostile.tsr", "--revocation", "off")
+        before = path.read_bytes()
+        self.stop()
+        port = int(self.authority.url.rsplit(":", 1)[1].strip("/"))
+        answers = {
+            "no answer": b"",
+            "no list": b"HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n<html>",
+            "cut short": b"HTTP/1.1 200 OK\r\nContent-Length: 999999999999\r\n\r\n0\x84\xff\xff",
+            "nested": b"HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + b"0\x80" * 500_000,
+            "a file": b"HTTP/1.1 302 F\r\nLocation: file:///etc/passwd\r\nContent-Length: 0\r\n\r\n",
+            "in a circle": b"HTTP/1.1 302 F\r\nLocation: /again\r\nConnection: close\r\n\r\n",
+            "without end": b"HTTP/1.1 200 OK\r\n\r\n" + b"0" * (64 << 20),
+            "a head without end": b"HTTP/1.1 200 OK\r\n" + (b"X-A: " + b"a" * 60_000 + b"\r\n") * 1000,
+        }
+        listener = socket.create_server(("127.0.0.1", port))
+        self.addCleanup(listener.close)
+
+        def serve(answer):
+            with contextlib.suppress(OSError):
+                while True:
+                    connection = listener.accept()[0]
+                    with connection, contextlib.suppress(OSError):
+                        connection.recv(65536)
+                        connection.sendall(answer)
+
+        for name, answer in answers.items():
+            with self.subTest(name):
+                listener.settimeout(None)
+                thread = threading.Thread(target=serve, args=(answer,), daemon=True)
+                thread.start()
+                self.forget()
+                began = time.monotonic()
+                words = ["/bin/sh", "-c", 'ulimit -v 1500000; exec "$@"', "sh"] if not SANITIZED else []
+                result = subprocess.run([*words, program.BIN / "chronoseal", "extend", path, *map(str, self.roots)],
+                                        capture_output=True, env=self.workspace.environment, timeout=120)
+                self.expect(result, UNREACHABLE, "source of revocation")
+                self.assertLess(time.monotonic() - began, 60)
+                self.assertEqual(path.read_bytes(), before)
+                listener.shutdown(socket.SHUT_RDWR)
+                thread.join(20)
+                listener.close()
+                listener = socket.create_server(("127.0.0.1", port))
+        listener.close()
 
 
 class Aging(WithRevocation):
