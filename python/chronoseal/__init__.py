@@ -21,11 +21,12 @@ from .error import Category, Error
 from .evidence_record import ArchiveStamp, EvidenceInfo, EvidenceRecord
 from .evidence_tree import EvidenceTree, HashRenewal, StampRenewal
 from .evidence_verifier import EvidenceVerdict, EvidenceVerifier, JudgedStamp
-from .extension import Extension, attach, extend
+from .extension import Extension, attach, extend, extend_record
 from .inspection import Embedded, Inspection, inspect, rewrap
 from .machine import (Diagnosis, MachinePolicy, Place, Setting, SettingState, Severity, Store, TrustedRoot, diagnose,
                       distrust_root, policy, trust_root, trusted_roots, version)
 from .manifest import ManifestInfo, ManifestLine, ManifestReader, ManifestTree, OnLine, manifest_line, read_manifest
+from .manifest_renewal import ManifestRenewal
 from .sealer import Authorities, Authority, BatchResult, BatchSummary, Sealer, configured_authorities
 from .stamp import Algorithm, Attribute, Certificate, Field, Remark, Signature, Stamp, StampInfo, TokenInfo
 from .stop import Progress, Stop
@@ -38,10 +39,10 @@ __all__ = [
     "Diagnosis", "Digest", "Embedded", "Error", "Evidence", "EvidenceInfo", "EvidenceRecord", "EvidenceStrength",
     "EvidenceTree", "EvidenceVerdict", "EvidenceVerifier", "Extension", "Field", "Finding", "HashAlgorithm",
     "HashRenewal", "Hasher", "Inspection", "Item", "JudgedStamp", "MachinePolicy", "ManifestInfo", "ManifestLine",
-    "ManifestReader", "ManifestTree", "OnLine", "Outcome", "Outlook", "Place", "Progress", "Remark", "Revocation",
+    "ManifestReader", "ManifestRenewal", "ManifestTree", "OnLine", "Outcome", "Outlook", "Place", "Progress", "Remark", "Revocation",
     "RevocationState", "SIGNATURE_TIME_STAMP", "Sealer", "Setting", "SettingState", "Severity", "Signature",
     "Sources", "Stamp", "StampInfo", "StampRenewal", "Stop", "Store", "Strength", "TokenInfo", "TrustedRoot",
     "Verdict", "Verifier", "attach", "authenticode", "configured_authorities", "diagnose", "distrust_root",
-    "extend", "hash_algorithms", "inspect", "manifest_line", "policy", "read_manifest", "rewrap", "trust_root",
+    "extend", "extend_record", "hash_algorithms", "inspect", "manifest_line", "policy", "read_manifest", "rewrap", "trust_root",
     "trusted_roots", "version",
 ]

@@ -4,12 +4,13 @@ from __future__ import annotations
 
 import dataclasses
 import datetime
-from typing import Optional, Tuple, Union
+from typing import Any, Optional, Tuple, Union
 
 from ._memory import Arena, Data, Sources
 from ._native import ffi, lib
 from .error import call
-from .handle import made
+from .evidence_record import EvidenceRecord, record_of
+from .handle import made, owned
 from .sealer import Sealer
 from .stamp import Remark, Stamp, copy_of, remarks_of
 from .stop import Stop, Watch
@@ -42,7 +43,27 @@ def extend(stamp: Union[Stamp, Data], *, roots: Optional[Sources] = None, certif
         stamp = Stamp(stamp)
     arena = Arena()
     trust = trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline)
-    handle = made("chronoseal_extension", lib.chronoseal_extend, stamp._handle, trust)
+    return _taken(made("chronoseal_extension", lib.chronoseal_extend, stamp._handle, trust))
+
+
+def extend_record(record: EvidenceRecord, *, stamp: Optional[int] = None, roots: Optional[Sources] = None,
+                  certificates: Sources = (), evidence: Sources = (),
+                  revocation: Revocation = Revocation.AS_CONFIGURED, strength: Strength = Strength.AS_CONFIGURED,
+                  as_of: Optional[datetime.datetime] = None, offline: bool = False) -> Tuple[EvidenceRecord, Extension]:
+    """Extends the last stamp of a record, as `extend` does. `stamp` is its index; any but the last is an `Error` with
+    the word "stamp_covered": the next one is over all of its octets."""
+    if stamp is not None and stamp < 0:
+        raise ValueError("a stamp's index is 0 or more")
+    arena = Arena()
+    handle, place = record._handle, ffi.new("chronoseal_extension**")
+    index = ffi.NULL if stamp is None else ffi.new("size_t*", stamp)
+    trust = trust_of(arena, roots, certificates, evidence, revocation, strength, as_of, offline)
+    extended = ffi.new("chronoseal_evidence_record**")
+    call(lib.chronoseal_extend_record, handle, trust, index, extended, place)
+    return record_of(owned("chronoseal_evidence_record", extended[0])), _taken(owned("chronoseal_extension", place[0]))
+
+
+def _taken(handle: Any) -> Extension:
     out = ffi.new("chronoseal_extension_info**")
     call(lib.chronoseal_extension_get_info, handle, out)
     info = out[0]

@@ -136,6 +136,25 @@ def test_a_list_and_what_stands_in_it(sealer, verifier, tmp_path):
     assert word_of(lambda: chronoseal.ManifestTree(path)) == "manifest_line"
 
 
+def test_a_whole_list_is_renewed_by_a_new_one(sealer, verifier, tmp_path):
+    path, wide = tmp_path / "sums", tmp_path / "wide"
+    for name, hash_of in ((path, hashlib.sha256), (wide, hashlib.sha512)):
+        name.write_text("".join(f"{hash_of(data).hexdigest()}  {i}\n" for i, data in enumerate(DATA)))
+    with chronoseal.ManifestTree(path) as tree:
+        record = tree.record(sealer.seal(tree.root))
+    with chronoseal.ManifestRenewal(path, record, wide) as renewal:
+        stamp = sealer.seal(renewal.digest)
+        renewed = renewal.renewed(stamp)
+        assert verifier.verify(renewal.renewed_list(stamp), wide)
+    assert verifier.verify(renewed, path)
+    with chronoseal.ManifestRenewal(path, renewed, wide) as renewal:
+        digests = [chronoseal.Digest.of(DATA[1], name) for name in renewed.data_algorithms]
+        proof = renewal.prove(digests)
+    assert verifier.verify(proof, DATA[1]) and not verifier.verify(proof, DATA[0])
+    wide.write_text(wide.read_text() + "0" * 128 + "  more\n")
+    assert word_of(lambda: chronoseal.ManifestRenewal(path, renewed, wide)) == "manifest_line_surplus"
+
+
 def test_an_extended_stamp_holds_what_it_is_judged_by(sealer, tmp_path):
     known = [one.der for one in sealer.seal(b"x").info.token.certificates]
     with chronoseal.Sealer(URL, roots=ROOT, certificates=known, ask_for_certificates=False,
@@ -151,6 +170,14 @@ def test_an_extended_stamp_holds_what_it_is_judged_by(sealer, tmp_path):
     again = chronoseal.extend(extension.stamp, roots=ROOT, revocation=available, offline=True)
     assert not again.changed and again.stamp.token == extension.stamp.token
     assert word_of(lambda: chronoseal.extend(stamp, roots=ROOT, revocation=OFF)) == "revocation_off"
+    record = chronoseal.EvidenceRecord.of_stamp(stamp)
+    extended, put = chronoseal.extend_record(record, roots=ROOT, certificates=known, revocation=available,
+                                             offline=True)
+    assert put.changed and len(extended.der) > len(record.der)
+    renewal = chronoseal.StampRenewal()
+    renewal.add(extended)
+    renewed = renewal.renewed(extended, sealer.seal(renewal.digest))
+    assert word_of(lambda: chronoseal.extend_record(renewed, stamp=0, roots=ROOT)) == "stamp_covered"
 
 
 @pytest.mark.skipif(shutil.which("openssl") is None, reason="openssl isn't there")

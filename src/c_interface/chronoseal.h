@@ -994,6 +994,40 @@ CHRONOSEAL_API chronoseal_status chronoseal_hash_renewal_renewed(
 // Releases a renewal and sets the pointer to null.
 CHRONOSEAL_API void chronoseal_hash_renewal_free(chronoseal_hash_renewal** renewal);
 
+// A renewal of a whole list by a new hash of its files, which is brought in another list: each
+// line's record and the list's own get a new chain under one stamp.
+typedef struct chronoseal_manifest_renewal chronoseal_manifest_renewal;
+
+// Reads both lists and joins them by their names. `record` is that of `list`: before the renewal,
+// or, to prove lines, after it. "manifest_line_missing" and "manifest_line_surplus" name the line
+// that has no partner; "manifest_line_repeated" tells of two hashes for one name,
+// "manifest_contradicts" of files that were equal by the old hash and aren't by the new one,
+// "algorithms_differ" of a new list by the old hash. Others as of `chronoseal_manifest_tree_new`
+// and `chronoseal_manifest_tree_prove`. `control` may be null.
+CHRONOSEAL_API chronoseal_status
+chronoseal_manifest_renewal_new(const char* list, const chronoseal_evidence_record* record,
+                                const char* renewed_list, const chronoseal_control* control,
+                                chronoseal_manifest_renewal** renewal, chronoseal_error** error);
+// Gives what is to be stamped.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_renewal_digest(
+    chronoseal_manifest_renewal* renewal, chronoseal_digest* digest, chronoseal_error** error);
+// Makes the list's record with the new chain, as `chronoseal_stamp_renewal_renewed` does with a
+// stamp.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_renewal_renewed(
+    chronoseal_manifest_renewal* renewal, const chronoseal_stamp* stamp,
+    chronoseal_evidence_record** renewed, chronoseal_error** error);
+// Makes the record of the new list itself, which begins with this stamp.
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_renewal_renewed_list(
+    chronoseal_manifest_renewal* renewal, const chronoseal_stamp* stamp,
+    chronoseal_evidence_record** record, chronoseal_error** error);
+// Makes the record of an object by its hashes in both lists, out of the list's record as it is
+// after the renewal. "not_in_manifest", "manifest_changed", "data_needed".
+CHRONOSEAL_API chronoseal_status chronoseal_manifest_renewal_prove(
+    chronoseal_manifest_renewal* renewal, const chronoseal_digest* digests, size_t count,
+    chronoseal_evidence_record** proof, chronoseal_error** error);
+// Releases a renewal and sets the pointer to null.
+CHRONOSEAL_API void chronoseal_manifest_renewal_free(chronoseal_manifest_renewal** renewal);
+
 // One time-stamp of a record as it was judged.
 typedef struct chronoseal_judged_stamp {
     size_t chain;                      // from 0
@@ -1097,6 +1131,15 @@ CHRONOSEAL_API chronoseal_status chronoseal_extend(const chronoseal_stamp* stamp
                                                    const chronoseal_trust* trust,
                                                    chronoseal_extension** extension,
                                                    chronoseal_error** error);
+// Extends the last stamp of a record, as `chronoseal_extend` does with a stamp; the record then has
+// the extended one in its place. `stamp` is its index from 0, null for the last; any other is
+// refused: "stamp_covered", for the next stamp is over all of its octets.
+CHRONOSEAL_API chronoseal_status chronoseal_extend_record(const chronoseal_evidence_record* record,
+                                                          const chronoseal_trust* trust,
+                                                          const size_t* stamp,
+                                                          chronoseal_evidence_record** extended,
+                                                          chronoseal_extension** extension,
+                                                          chronoseal_error** error);
 // Gives everything about a stamp that was extended.
 CHRONOSEAL_API chronoseal_status
 chronoseal_extension_get_info(const chronoseal_extension* extension,

@@ -398,6 +398,53 @@ TEST_F(CEvidenceTest, AListAndWhatStandsInIt) {
     EXPECT_EQ(word(), "manifest_line");
 }
 
+TEST_F(CEvidenceTest, AWholeListIsRenewedByANewOne) {
+    const auto path = folder.write("list", to_hex(to_bytes(hashed("data"))) + "  a\n").string();
+    const auto wide =
+        folder.write("wide", to_hex(to_bytes(hashed("data", EVP_sha512()))) + "  a\n").string();
+    chronoseal_manifest_tree* tree = nullptr;
+    ASSERT_EQ(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
+    const ListHandle owner(tree);
+    chronoseal_digest digest{};
+    ASSERT_EQ(chronoseal_manifest_tree_root(tree, &digest, &error), CHRONOSEAL_OK);
+    chronoseal_evidence_record* made = nullptr;
+    ASSERT_EQ(chronoseal_manifest_tree_record(tree, stamp_over(digest).get(), &made, &error),
+              CHRONOSEAL_OK);
+    const RecordHandle record(made);
+    chronoseal_manifest_renewal* lists = nullptr;
+    EXPECT_NE(
+        chronoseal_manifest_renewal_new(path.c_str(), made, path.c_str(), nullptr, &lists, &error),
+        CHRONOSEAL_OK);
+    EXPECT_EQ(word(), "algorithms_differ");
+    ASSERT_EQ(
+        chronoseal_manifest_renewal_new(path.c_str(), made, wide.c_str(), nullptr, &lists, &error),
+        CHRONOSEAL_OK)
+        << why();
+    ASSERT_EQ(chronoseal_manifest_renewal_digest(lists, &digest, &error), CHRONOSEAL_OK);
+    const auto stamp = stamp_over(digest, "20260601120000Z");
+    ASSERT_EQ(chronoseal_manifest_renewal_renewed_list(lists, stamp.get(), &made, &error),
+              CHRONOSEAL_OK);
+    const RecordHandle beside(made);
+    ASSERT_EQ(chronoseal_manifest_renewal_renewed(lists, stamp.get(), &made, &error),
+              CHRONOSEAL_OK);
+    const RecordHandle renewed(made);
+    chronoseal_manifest_renewal_free(&lists);
+    ASSERT_EQ(chronoseal_manifest_renewal_new(path.c_str(), renewed.get(), wide.c_str(), nullptr,
+                                              &lists, &error),
+              CHRONOSEAL_OK)
+        << why();
+    const chronoseal_digest both[] = {hash("data"), hash("data", "SHA-512")};
+    ASSERT_EQ(chronoseal_manifest_renewal_prove(lists, both, 2, &made, &error), CHRONOSEAL_OK)
+        << why();
+    const RecordHandle proof(made);
+    EXPECT_EQ(judge(proof, "data"), "");
+    EXPECT_EQ(judge(proof, "other"), "not_in_tree");
+    EXPECT_NE(chronoseal_manifest_renewal_prove(lists, both, 1, &made, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(word(), "data_needed");
+    chronoseal_manifest_renewal_free(&lists);
+    EXPECT_EQ(lists, nullptr);
+}
+
 TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
     const auto held = record_of({"data", "second"});
     const auto stamp = stamp_over(hash("data"));
@@ -413,6 +460,7 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
     chronoseal_evidence_verdict* found = nullptr;
     chronoseal_extension* extension = nullptr;
     chronoseal_manifest_tree* list = nullptr;
+    chronoseal_manifest_renewal* lists = nullptr;
     chronoseal_digest place{};
     chronoseal_hash_path* path = nullptr;
     const chronoseal_bytes no_hash{nullptr, 1};
@@ -478,6 +526,17 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_evidence_tree_record_below(tree, &digest, 1, s, &no_hash, 1, &out, e)),
         ROW(chronoseal_manifest_tree_record_below(nullptr, s, nullptr, 0, &out, e)),
         ROW(chronoseal_hash_path_get(nullptr, &hashes, &size, e)),
+        ROW(chronoseal_extend_record(nullptr, &own_trust, nullptr, &out, &extension, e)),
+        ROW(chronoseal_extend_record(r, &own_trust, nullptr, nullptr, &extension, e)),
+        ROW(chronoseal_extend_record(r, &own_trust, nullptr, &out, nullptr, e)),
+        ROW(chronoseal_manifest_renewal_new(nullptr, r, "x", nullptr, &lists, e)),
+        ROW(chronoseal_manifest_renewal_new("x", nullptr, "x", nullptr, &lists, e)),
+        ROW(chronoseal_manifest_renewal_new("x", r, nullptr, nullptr, &lists, e)),
+        ROW(chronoseal_manifest_renewal_new("x", r, "x", nullptr, nullptr, e)),
+        ROW(chronoseal_manifest_renewal_digest(nullptr, &place, e)),
+        ROW(chronoseal_manifest_renewal_renewed(nullptr, s, &out, e)),
+        ROW(chronoseal_manifest_renewal_renewed_list(nullptr, s, &out, e)),
+        ROW(chronoseal_manifest_renewal_prove(nullptr, &digest, 1, &out, e)),
     });
     chronoseal_hash_path_free(nullptr);
     chronoseal_stamp_renewal_free(&renewal);
@@ -487,6 +546,7 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
     chronoseal_manifest_tree_free(nullptr);
     chronoseal_stamp_renewal_free(nullptr);
     chronoseal_hash_renewal_free(nullptr);
+    chronoseal_manifest_renewal_free(nullptr);
     chronoseal_evidence_verifier_free(nullptr);
     chronoseal_evidence_verdict_free(nullptr);
     chronoseal_extension_free(nullptr);
@@ -534,6 +594,22 @@ TEST_F(CEvidenceTest, AnExtendedStampHoldsWhatItIsJudgedBy) {
     EXPECT_EQ(chronoseal_verify(alone, put->stamp, "data", 4, nullptr, &error), CHRONOSEAL_OK)
         << why();
     chronoseal_verifier_free(&alone);
+
+    given.evidence_count = 1;
+    chronoseal_evidence_record* made = nullptr;
+    ASSERT_EQ(chronoseal_evidence_record_of_stamp(stamp, &made, &error), CHRONOSEAL_OK);
+    const RecordHandle record(made);
+    chronoseal_extension* last = nullptr;
+    const std::size_t second = 1;
+    EXPECT_EQ(chronoseal_extend_record(record.get(), &given, &second, &made, &last, &error),
+              CHRONOSEAL_MISUSE);
+    EXPECT_EQ(word(), "stamp_missing");
+    ASSERT_EQ(chronoseal_extend_record(record.get(), &given, nullptr, &made, &last, &error),
+              CHRONOSEAL_OK)
+        << why();
+    const RecordHandle extended(made);
+    chronoseal_extension_free(&last);
+    EXPECT_GT(der_of(extended).size(), der_of(record).size() + list.size());
     given.revocation = CHRONOSEAL_REVOCATION_OFF;
     chronoseal_extension* none = nullptr;
     EXPECT_EQ(chronoseal_extend(stamp, &given, &none, &error), CHRONOSEAL_MISUSE);

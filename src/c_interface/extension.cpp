@@ -2,6 +2,7 @@
 #include <numeric>
 
 #include <chronoseal/c_interface/call.h>
+#include <chronoseal/c_interface/evidence_record.h>
 #include <chronoseal/c_interface/options.h>
 #include <chronoseal/c_interface/sealer.h>
 #include <chronoseal/c_interface/verdict.h>
@@ -81,6 +82,24 @@ chronoseal_status chronoseal_extend(const chronoseal_stamp* stamp, const chronos
     return call(error, [&] {
         auto*& place = emptied(extension, "extension");
         place = new chronoseal_extension(extend(needed(stamp, "stamp").stamp, trust_of(trust)));
+        return CHRONOSEAL_OK;
+    });
+}
+
+chronoseal_status chronoseal_extend_record(const chronoseal_evidence_record* record,
+                                           const chronoseal_trust* trust, const size_t* stamp,
+                                           chronoseal_evidence_record** extended,
+                                           chronoseal_extension** extension,
+                                           chronoseal_error** error) {
+    return call(error, [&] {
+        auto*& place = emptied(extended, "extended");
+        auto*& extension_place = emptied(extension, "extension");
+        const RecordExtension made =
+            extend(needed(record, "record").record, trust_of(trust),
+                   stamp != nullptr ? std::optional<std::size_t>(*stamp) : std::nullopt);
+        auto whole = std::make_unique<chronoseal_evidence_record>(made.record);
+        extension_place = new chronoseal_extension(made.extension);
+        place = whole.release();
         return CHRONOSEAL_OK;
     });
 }
