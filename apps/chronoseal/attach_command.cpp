@@ -88,15 +88,14 @@ void check_usage(const AttachOptions& options, const Output& output) {
     if (options.authority.quorum > 1) {
         throw usage_error("--quorum isn't for attaching", "attach once for each authority");
     }
-    if (!options.trust.at.empty()) {
-        throw usage_error("--at judges the past, and a stamp is of now", "leave it out");
-    }
+    refuse_other_time(options.trust);
 }
 
 OutputFile output_of(const AttachOptions& options) {
     OutputFile out(options.out.empty() ? options.file : options.out,
                    options.force ? Existing::replace : Existing::refuse);
-    std::vector<std::string> inputs{options.data};
+    std::vector<std::string> inputs = files_of(options.trust, files_of(options.authority));
+    inputs.push_back(options.data);
     if (!options.out.empty()) {
         inputs.push_back(options.file);
     }

@@ -4,7 +4,9 @@
 #include <fmt/format.h>
 
 #include "input_file.h"
+#include "named_failure.h"
 #include "output_file.h"
+#include "record_text.h"
 #include "record_verification.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
@@ -51,8 +53,15 @@ private:
         const OutputFile out(options_.out.empty() ? file : options_.out,
                              options_.out.empty() || options_.force ? Existing::replace
                                                                     : Existing::refuse);
-        out.check(options_.out.empty() ? std::vector<std::string>() : std::vector{file});
+        out.check(files_of(options_.trust,
+                           options_.out.empty() ? std::vector<std::string>() : std::vector{file}));
         const Bytes bytes = read_file(file);
+        const chronoseal::Kind kind = chronoseal::inspect(bytes).kind;
+        if (kind == chronoseal::Kind::signed_message ||
+            kind == chronoseal::Kind::authenticode_signature) {
+            extend_signature(file, out, bytes, item);
+            return;
+        }
         Bytes der;
         const chronoseal::Extension extension =
             chronoseal::inspect(bytes).kind == chronoseal::Kind::evidence_record
@@ -67,7 +76,38 @@ private:
             output_.text(fmt::format("{}: {}\n{}", quote_foreign(file), text_of(extension),
                                      remarks_text(extension.remarks)));
         }
-        fill(extension, out.path(), item);
+        fill(extension, item);
+        item["out"] = out.path();
+        item["remarks"] = to_json(extension.remarks);
+    }
+
+    // A stamp after the other, in the place where the signature holds it.
+    void extend_signature(const std::string& file, const OutputFile& out, const Bytes& bytes,
+                          Json& item) const {
+        const chronoseal::SignatureExtension extension =
+            chronoseal::CmsSignature::read(bytes).extended(trust_);
+        if (extension.changed()) {
+            out.write(extension.signature.encoded());
+        } else if (!options_.out.empty()) {
+            out.write(bytes);
+        }
+        std::string text = remarks_text(extension.remarks);
+        item["out"] = out.path();
+        item["changed"] = extension.changed();
+        item["stamps"] = Json::array();
+        item["remarks"] = to_json(extension.remarks);
+        for (std::size_t i = 0; i < extension.stamps.size(); ++i) {
+            const chronoseal::Extension& one = extension.stamps[i];
+            text += fmt::format("{}: stamp {}: {}\n{}", quote_foreign(file), i + 1, text_of(one),
+                                remarks_text(one.remarks));
+            Json json;
+            fill(one, json);
+            json["remarks"] = to_json(one.remarks);
+            item["stamps"].push_back(std::move(json));
+        }
+        if (!out.is_standard_output()) {
+            output_.text(text);
+        }
     }
 
     chronoseal::Extension extend_stamp(const Bytes& bytes, Bytes& der) const {
@@ -100,31 +140,25 @@ private:
         const chronoseal::Outlook& outlook = extension.verdict.outlook;
         const std::string what =
             extension.changed()
-                ? fmt::format("extended by {} certificates, {} revocation lists, {} OCSP answers",
-                              extension.certificates, extension.revocation_lists,
-                              extension.ocsp_answers)
+                ? fmt::format("extended by {}, {}, {}",
+                              counted(extension.certificates, "certificate"),
+                              counted(extension.revocation_lists, "revocation list"),
+                              counted(extension.ocsp_answers, "OCSP answer"))
                 : "holds all of it already";
         return what + term_text(outlook);
     }
 
-    static void fill(const chronoseal::Extension& extension, const std::string& out, Json& item) {
-        item["out"] = out;
+    static void fill(const chronoseal::Extension& extension, Json& item) {
         item["changed"] = extension.changed();
         item["certificates"] = extension.certificates;
         item["revocationLists"] = extension.revocation_lists;
         item["ocspAnswers"] = extension.ocsp_answers;
         item["evidenceUntil"] = time_json(extension.verdict.outlook.evidence_until);
         item["evidenceAgain"] = time_json(extension.verdict.outlook.evidence_again);
-        item["remarks"] = to_json(extension.remarks);
     }
 
     void tell(const std::string& file, const Error& error, Json& item) {
-        const std::string name = quote_foreign(file);
-        const Error told =
-            error.text().find(name) != std::string::npos
-                ? error
-                : Error(error.category(), error.word(), error.code(),
-                        fmt::format("can't extend {}: {}", name, error.text()), error.advice());
+        const Error told = about_file(file, "extend", error);
         status_ = worse(status_, status_of(told.category()));
         output_.failure(told);
         item["ok"] = false;

@@ -25,10 +25,13 @@ constexpr std::uint32_t kCancelled = 0x800704C7;
 // Small enough for the heap to keep it, so that the next file needs no new pages.
 constexpr std::size_t kPiece = std::size_t{64} << 10;
 
-[[noreturn]] void fail(const std::string& path, const std::string& reason) {
+[[noreturn]] void fail(const std::string& path, const std::string& reason,
+                       const char* advice = "check the file's name and mode") {
     throw Error(chronoseal::Category::unreachable, "file_unreadable", 0,
-                fmt::format("can't read {}: {}", chronoseal::quote_foreign(path), reason),
-                "check the file's name and mode");
+                fmt::format("can't read {}: {}",
+                            path == "-" ? "standard input" : chronoseal::quote_foreign(path),
+                            reason),
+                advice);
 }
 
 // A file that is open for reading, or standard input, which is left open.
@@ -42,7 +45,13 @@ public:
         if (fd_ < 0) {
             fail(path_, std::strerror(errno));
         }
-        if (owned_ && ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode)) {
+        if (::fstat(fd_, &status) == 0 && S_ISDIR(status.st_mode)) {
+            if (owned_) {
+                ::close(fd_);
+            }
+            fail(path_, "it is a folder", "name the files in it");
+        }
+        if (owned_ && S_ISREG(status.st_mode)) {
             may_be_silent_ = false;
             size_ = static_cast<std::size_t>(status.st_size);
         }

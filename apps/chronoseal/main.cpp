@@ -281,8 +281,8 @@ void add_extend(CLI::App& app, Chosen& chosen) {
         "  chronoseal verify report.pdf.tsr --offline        needs nothing else from then on",
         cli::run_extend, [](CLI::App& command, cli::ExtendOptions& options) {
             add_files(command, options.stamps,
-                      "responses, tokens or evidence records (their last stamp), DER, PEM or "
-                      "Base64; - is standard input",
+                      "responses, tokens, signed messages with stamps or evidence records (their "
+                      "last stamp), DER, PEM or Base64; - is standard input",
                       "STAMP")
                 ->required();
             cli::add_value(command, "--out", options.out,
@@ -406,8 +406,7 @@ int run(const Chosen& chosen, cli::Format format, cli::Detail detail) {
     try {
         const ExitStatus status = chosen.run(output);
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-            throw chronoseal::Error(chronoseal::Category::unreachable, "output_unwritable", 0,
-                                    "can't write to standard output", "check where it leads");
+            throw cli::unwritable_output();
         }
         return static_cast<int>(status);
     } catch (const chronoseal::Error& error) {
@@ -437,6 +436,7 @@ int show_help(const CLI::App& app, const HelpOptions& options) {
         return 0;
     }
     const CLI::App* command = &app;
+    std::string name_of_call = app.get_name();
     for (const std::string& name : options.topic) {
         const auto found =
             command->get_subcommands([&](const CLI::App* one) { return one->get_name() == name; });
@@ -445,8 +445,10 @@ int show_help(const CLI::App& app, const HelpOptions& options) {
                                    "see chronoseal --help");
         }
         command = found.front();
+        name_of_call += " " + command->get_name();
     }
-    std::cout << command->help();
+    std::cout << command->get_formatter()->make_help(command, name_of_call,
+                                                     CLI::AppFormatMode::Normal);
     return 0;
 }
 
@@ -478,12 +480,26 @@ int tell_wrong_usage(const chronoseal::Error& error, int argc, const char* const
     return static_cast<int>(ExitStatus::usage);
 }
 
+// The status of help that was asked for, if it could be written.
+int written(int status) {
+    std::cout.flush();
+    if (std::cout && std::fflush(stdout) == 0) {
+        return status;
+    }
+    const Output output("", cli::Format::text, cli::Detail::usual);
+    const chronoseal::Error error = cli::unwritable_output();
+    output.failure(error);
+    return static_cast<int>(cli::status_of(error.category()));
+}
+
 // A standard stream that is closed would lend its number to the next file that is opened, and text
-// meant for it would end there.
+// meant for it would end there. What is opened in its place can't be used the way it was meant:
+// nothing is read for data that are missing, and no result vanishes.
 void open_missing_streams() {
+    constexpr int kModes[] = {O_WRONLY, O_RDONLY, O_RDWR};
     for (int stream = 0; stream <= 2; ++stream) {
         if (::fcntl(stream, F_GETFD) < 0) {
-            ::open("/dev/null", O_RDWR);
+            ::open("/dev/null", kModes[stream]);
         }
     }
 }
@@ -527,10 +543,10 @@ int call(int argc, const char* const* argv) {
         refuse_empty_values(argc, argv);
         app.parse(argc, argv);
         if (app.got_subcommand("help")) {
-            return show_help(app, help);
+            return written(show_help(app, help));
         }
     } catch (const CLI::Success& asked) {
-        return app.exit(asked);
+        return written(app.exit(asked));
     } catch (const CLI::ParseError& error) {
         return tell_wrong_usage(cli::wrong_usage(error, app, argc, argv), argc, argv);
     } catch (const chronoseal::Error& error) {

@@ -24,7 +24,9 @@ void write(std::FILE* stream, const std::string& text) {
 
 bool wants_colour() {
     const char* forbidden = std::getenv("NO_COLOR");
-    return ::isatty(STDOUT_FILENO) == 1 && (forbidden == nullptr || *forbidden == '\0');
+    const char* terminal = std::getenv("TERM");
+    return ::isatty(STDOUT_FILENO) == 1 && (forbidden == nullptr || *forbidden == '\0') &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
 } // namespace
@@ -73,6 +75,11 @@ std::string Output::good(const std::string& word) const {
 
 std::string Output::bad(const std::string& word) const {
     return colour_ ? "\x1b[31m" + word + "\x1b[0m" : word;
+}
+
+chronoseal::Error unwritable_output() {
+    return {chronoseal::Category::unreachable, "output_unwritable", 0,
+            "can't write to standard output", "check where it leads"};
 }
 
 nlohmann::ordered_json error_json(const chronoseal::Error& error) {

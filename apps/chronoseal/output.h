@@ -47,6 +47,9 @@ private:
     bool colour_;
 };
 
+// Standard output leads nowhere: what was to be told wasn't.
+chronoseal::Error unwritable_output();
+
 // Message, code, number and advice of a failure.
 nlohmann::ordered_json error_json(const chronoseal::Error& error);
 

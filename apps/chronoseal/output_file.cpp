@@ -1,5 +1,6 @@
 // Writing whole files: into a nameless file of the same folder, synced, then linked or renamed to
-// its place, so that neither kill -9 nor a full disk leaves half of one.
+// its place, so that neither kill -9 nor a full disk leaves half of one. Whoever is killed at the
+// moment between link and rename leaves a file under a name that the next run finds and takes away.
 #include "output_file.h"
 
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <optional>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -87,9 +89,51 @@ void write_all(int fd, chronoseal::ByteView content, const std::string& path) {
     }
 }
 
-// A name beside `path` for the moment between a file's completion and its rename.
+// A name beside `path` for the moment between a file's completion and its rename: the same for
+// every run, of the same length for every file, and nobody else's.
 std::string name_beside(const std::string& path) {
-    return fmt::format("{}.{}.{}.part", path, ::getpid(), static_cast<const void*>(&path));
+    constexpr std::uint64_t kPrime = 0x100000001B3; // FNV-1a
+    std::uint64_t hash = 0xCBF29CE484222325;
+    const std::size_t slash = path.rfind('/');
+    for (const char c : path.substr(slash + 1)) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * kPrime;
+    }
+    return fmt::format("{}.chronoseal-{:016x}.part", path.substr(0, slash + 1), hash);
+}
+
+// Takes away what a killed run left there. Whoever is alive holds a lock on his file; others' files
+// and what is no file stay. False if something is there still.
+bool take_left_away(const std::string& beside) {
+    const Descriptor left(::open(beside.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (left.get() < 0) {
+        return errno == ENOENT;
+    }
+    struct stat opened {
+    }, named{};
+    if (::fstat(left.get(), &opened) != 0 || !S_ISREG(opened.st_mode) ||
+        opened.st_uid != ::geteuid() || ::flock(left.get(), LOCK_EX | LOCK_NB) != 0) {
+        return false;
+    }
+    // While it was opened its writer may have ended well, and another put his own there.
+    return ::lstat(beside.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
+           named.st_dev == opened.st_dev && ::unlink(beside.c_str()) == 0;
+}
+
+// Tries until `attempt` finds the name free; somebody who writes to the same place is done soon.
+template <class Attempt>
+void with_name_beside(const std::string& beside, Attempt&& attempt) {
+    constexpr int kTries = 200;
+    constexpr useconds_t kPause = 10000;
+    for (int i = 0; i < kTries; ++i) {
+        if (attempt()) {
+            return;
+        }
+        if (!take_left_away(beside)) {
+            ::usleep(kPause);
+        }
+    }
+    refuse("output_unwritable", beside, "another process holds it, or it is somebody else's",
+           "see what it is, and take it away");
 }
 
 // Gives the nameless file `fd` a name. False if there is one already.
@@ -124,11 +168,20 @@ void fill(int fd, chronoseal::ByteView content, mode_t mode, const std::string& 
 // A file system without nameless files: one with a name that is taken away if anything fails.
 void write_named(const std::string& path, chronoseal::ByteView content, mode_t mode,
                  Existing existing) {
-    std::string temporary = path + ".XXXXXX";
-    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (file.get() < 0) {
-        fail(path, errno);
-    }
+    const std::string temporary = name_beside(path);
+    int opened = -1;
+    with_name_beside(temporary, [&] {
+        opened = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (opened < 0 && errno != EEXIST) {
+            fail(path, errno);
+        }
+        if (opened >= 0 && ::flock(opened, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+            ::close(opened); // somebody has taken it for left behind, and takes it away
+            opened = -1;
+        }
+        return opened >= 0;
+    });
+    const Descriptor file(opened);
     try {
         fill(file.get(), content, mode, path);
         const unsigned flags = existing == Existing::refuse ? RENAME_NOREPLACE : 0U;
@@ -159,11 +212,17 @@ bool OutputFile::exists() const {
 
 void OutputFile::check(const std::vector<std::string>& inputs) const {
     if (is_standard_output()) {
+        if (::isatty(STDOUT_FILENO) == 1) {
+            refuse("output_is_terminal", "standard output",
+                   "it is a terminal, which would obey bytes that are no text",
+                   "name a file by --out, or lead it into one");
+        }
         return;
     }
+    take_left_away(name_beside(path_));
     if (const auto target = look_at(path_)) {
         for (const std::string& input : inputs) {
-            const auto other = input == "-" ? look_at_input() : look_at(input);
+            const auto other = input == "-" ? look_at_input() : look_at(input); // none for ""
             if (other && other->st_dev == target->st_dev && other->st_ino == target->st_ino) {
                 refuse("output_is_input", path_,
                        "it is the same file as the input " + chronoseal::quote_foreign(input),
@@ -174,6 +233,10 @@ void OutputFile::check(const std::vector<std::string>& inputs) const {
             refuse("output_not_a_file", path_, "it is a folder, a pipe or a device",
                    "name a file, or - for standard output");
         }
+    }
+    struct stat info {};
+    if (::lstat(path_.c_str(), &info) != 0 && errno == ENAMETOOLONG) {
+        fail(path_, errno);
     }
     if (existing_ == Existing::refuse && exists()) { // a link that leads nowhere among them
         fail(path_, EEXIST);
@@ -207,9 +270,8 @@ void OutputFile::write(chronoseal::ByteView content) const {
             fail(path_, EEXIST);
         }
         const std::string beside = name_beside(path_);
-        if (!link_as(file.get(), beside)) {
-            fail(beside, EEXIST);
-        }
+        ::flock(file.get(), LOCK_EX | LOCK_NB);
+        with_name_beside(beside, [&] { return link_as(file.get(), beside); });
         if (::rename(beside.c_str(), path_.c_str()) != 0) {
             const int number = errno;
             ::unlink(beside.c_str());

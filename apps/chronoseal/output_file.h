@@ -21,7 +21,9 @@ public:
     bool exists() const;
 
     // Throws `output_exists`, `output_is_input` (the same device and inode as one of `inputs`),
-    // `output_not_a_file` (a folder, a pipe, a device) or `output_unwritable`.
+    // `output_not_a_file` (a folder, a pipe, a device), `output_is_terminal` or
+    // `output_unwritable`.
+    // Empty names among the inputs are those of options that weren't given.
     void check(const std::vector<std::string>& inputs) const;
 
     // The file appears under its name once it is complete and synced; one that is replaced keeps

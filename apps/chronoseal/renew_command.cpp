@@ -136,8 +136,8 @@ private:
             OutputFile(place, in_place || options_.force ? Existing::replace : Existing::refuse),
             {},
             {}};
-        item.out.check(in_place ? std::vector<std::string>{data.empty() ? "/dev/null" : data}
-                                : std::vector{file, data.empty() ? "/dev/null" : data});
+        item.out.check(
+            files_of(options_.trust, files_of(options_.authority, {in_place ? "" : file, data})));
         return item;
     }
 

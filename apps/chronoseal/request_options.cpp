@@ -49,6 +49,12 @@ void add_authority_options(CLI::App& command, AuthorityOptions& options) {
         ->check(CLI::Range(1U, 10U).description(""));
 }
 
+std::vector<std::string> files_of(const AuthorityOptions& options, std::vector<std::string> files) {
+    files.insert(files.end(), {options.ca_file, options.login_file, options.netrc,
+                               options.client_certificate, options.client_key});
+    return files;
+}
+
 void apply(const RequestOptions& options, chronoseal::SealerOptions& sealer) {
     sealer.hash = options.hash;
     sealer.policy = options.policy;

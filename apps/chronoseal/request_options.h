@@ -33,6 +33,10 @@ struct AuthorityOptions {
 void add_request_options(CLI::App& command, RequestOptions& options);
 void add_authority_options(CLI::App& command, AuthorityOptions& options);
 
+// The files that are read for it, and `others`: no result is written over one of them.
+std::vector<std::string> files_of(const AuthorityOptions& options,
+                                  std::vector<std::string> others = {});
+
 void apply(const RequestOptions& options, chronoseal::SealerOptions& sealer);
 void apply(const AuthorityOptions& options, chronoseal::SealerOptions& sealer);
 

@@ -6,10 +6,13 @@
 #include <memory>
 #include <optional>
 
+#include <sys/stat.h>
+
 #include <fmt/format.h>
 
 #include "input_file.h"
 #include "interruption.h"
+#include "named_failure.h"
 #include "output_file.h"
 #include "place_set.h"
 #include "progress.h"
@@ -151,7 +154,7 @@ public:
         }
     }
 
-    void write(const Stamp& stamp) const {
+    void write(const Stamp& stamp, const Output& output) const {
         if (!token_.path().empty()) {
             token_.write(stamp.token());
         }
@@ -174,6 +177,10 @@ public:
         }
         if (!lists_.path().empty()) {
             lists_.write(chronoseal::bytes_of(joined(lists, "X509 CRL")));
+            if (lists.empty()) {
+                output.note("no revocation list was used: " + quote_foreign(lists_.path()) +
+                            " is empty");
+            }
         }
     }
 
@@ -210,13 +217,11 @@ public:
 private:
     // Everything that is read: no result is written over any of it.
     static std::vector<std::string> inputs_of(const StampOptions& options) {
-        std::vector<std::string> inputs;
-        for (const auto* list : {&options.trust.roots, &options.trust.certs, &options.trust.crls}) {
-            inputs.insert(inputs.end(), list->begin(), list->end());
-        }
-        // Of many files only those named like results can be hit by one.
+        std::vector<std::string> inputs = files_of(options.trust, files_of(options.authority));
+        // Of many files only those named like results can be hit by one, and they are left out
+        // unless they are forced.
         for (const std::string& file : options.files) {
-            if (options.files.size() == 1 || is_stamp_name(file)) {
+            if (options.files.size() == 1 || (is_stamp_name(file) && options.force)) {
                 inputs.push_back(file);
             }
         }
@@ -254,6 +259,7 @@ private:
             while (next < options_.files.size()) {
                 const std::string& file = options_.files[next++];
                 try {
+                    refuse_what_is_no_file(file);
                     if (!leave_out(file)) {
                         return std::filesystem::path(file);
                     }
@@ -306,6 +312,19 @@ private:
         return options_.files.size() > 1 && is_stamp_name(file) && !options_.force;
     }
 
+    // One that never ends, or says nothing, would hold up all the others.
+    static void refuse_what_is_no_file(const std::string& file) {
+        struct stat info {};
+        if (::stat(file.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
+            const bool folder = S_ISDIR(info.st_mode);
+            throw Error(chronoseal::Category::unreachable, "not_a_file", 0,
+                        fmt::format("can't stamp {}: it is {}", quote_foreign(file),
+                                    folder ? "a folder" : "a pipe or a device"),
+                        folder ? "name the files in it, or stamp it as a whole by --together"
+                               : "stamp it by a call of its own");
+        }
+    }
+
     // Whether there is nothing to be done for this file; throws if its stamp can't be written.
     bool leave_out(const std::string& file) {
         if (is_left_out(file)) {
@@ -330,7 +349,7 @@ private:
                         "move it away, and all are asked for anew");
         }
         if (!there.empty()) {
-            skip(file, there.front().path() + " is there already", "output_exists");
+            skip(file, quote_foreign(there.front().path()) + " is there already", "output_exists");
         }
         return !there.empty();
     }
@@ -341,7 +360,7 @@ private:
                                  existing_of(options_.force));
             out.write(stamps[i].response().empty() ? stamps[i].as_response()
                                                    : stamps[i].response());
-            side_.write(stamps[i]);
+            side_.write(stamps[i], output_);
             tell(shown, out, stamps[i]);
         }
         ++counts_.stamped;
@@ -374,7 +393,7 @@ private:
     void skip(const std::string& file, const std::string& reason, const char* word) {
         progress_.wipe();
         ++counts_.skipped;
-        if (!options_.skip_existing) {
+        if (!options_.skip_existing || options_.files.size() == 1) {
             output_.note(quote_foreign(file) + " is left out: " + reason);
         }
         keep({{"file", file}, {"ok", true}, {"skipped", word}});
@@ -385,17 +404,8 @@ private:
         progress_.wipe();
         ++counts_.failed;
         status_ = worse(status_, status_of(error.category()));
-        output_.failure(options_.files.size() > 1 ? named(file, error) : error);
+        output_.failure(options_.files.size() > 1 ? about_file(file, "stamp", error) : error);
         keep({{"file", file}, {"ok", false}, {"error", error_json(error)}});
-    }
-
-    // With several files a line has to say which one it is about.
-    static Error named(const std::string& file, const Error& error) {
-        const std::string name = quote_foreign(file);
-        return error.text().find(name) != std::string::npos
-                   ? error
-                   : Error(error.category(), error.word(), error.code(),
-                           "can't stamp " + name + ": " + error.text(), error.advice());
     }
 
     void keep(Json json) {
@@ -448,6 +458,7 @@ private:
 } // namespace
 
 ExitStatus run_stamp(const StampOptions& options, const Output& output) {
+    refuse_other_time(options.trust);
     if (options.together || options.manifest) {
         return run_stamp_together(options, output);
     }
@@ -456,12 +467,13 @@ ExitStatus run_stamp(const StampOptions& options, const Output& output) {
 }
 
 ExitStatus run_send(const SendOptions& options, const Output& output) {
+    refuse_other_time(options.trust);
     const OutputFile out(options.out, existing_of(options.force));
     if (output.json() && out.is_standard_output()) {
         throw usage_error("JSON and the stamp can't both go to standard output",
                           "name a file by --out");
     }
-    out.check({options.request});
+    out.check(files_of(options.trust, files_of(options.authority, {options.request})));
     const Bytes request = read_file(options.request);
     const Sealer sealer(sealer_options(options.authority, options.trust, options.no_verify));
     const Interruption interruption;

@@ -180,8 +180,10 @@ ExitStatus stamp_together(const StampOptions& options, const Output& output) {
         throw Error(chronoseal::Category::refused, "no_files", 0, "there is no file to stamp",
                     "name files, or folders that hold some");
     }
-    list_file.check(options.files);
-    record_file.check(options.files);
+    const std::vector<std::string> inputs =
+        files_of(options.trust, files_of(options.authority, options.files));
+    list_file.check(inputs);
+    record_file.check(inputs);
     EvidenceTree tree(sealer.hash());
     tree.reserve(files.size() + 1);
     const HashedList list =
@@ -219,7 +221,7 @@ ExitStatus stamp_manifests(const StampOptions& options, const Output& output) {
     std::vector<OutputFile> outs;
     for (const std::string& name : options.files) {
         outs.emplace_back(name + ".ers", existing_of(options.force));
-        outs.back().check(options.files);
+        outs.back().check(files_of(options.trust, files_of(options.authority, options.files)));
     }
     const Interruption interruption;
     if (options.request.hash.empty()) { // what is wrong with the options is told before the reading

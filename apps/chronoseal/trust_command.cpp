@@ -1,6 +1,10 @@
 // Listing, adding and taking away trusted roots.
 #include "trust_command.h"
 
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
 #include <fmt/format.h>
 
 #include "input_file.h"
@@ -37,6 +41,29 @@ chronoseal::Source source_of(const std::string& file, const chronoseal::Bytes& s
 
 } // namespace
 
+namespace {
+
+// A name as a shell takes it, whatever stands in it: the line is there to be copied. One that can't
+// be shown as it is has to be filled in.
+std::string shell_word(const std::string& name) {
+    if (chronoseal::quote_foreign(name) != name) {
+        return "FILE";
+    }
+    const bool plain = std::ranges::all_of(name, [](unsigned char c) {
+        return std::isalnum(c) != 0 || std::strchr("._-/+=:,@%", c) != nullptr;
+    });
+    std::string word = name.starts_with("-") ? "./" + name : name;
+    if (plain) {
+        return word;
+    }
+    for (std::size_t at = 0; (at = word.find('\'', at)) != std::string::npos; at += 4) {
+        word.replace(at, 1, "'\\''");
+    }
+    return "'" + word + "'";
+}
+
+} // namespace
+
 chronoseal::Error with_trust_call(const chronoseal::Error& error, const std::string& file) {
     // The advice ends in the root's SHA-256.
     constexpr std::size_t kDigits = 64;
@@ -49,8 +76,7 @@ chronoseal::Error with_trust_call(const chronoseal::Error& error, const std::str
     }
     return {error.category(), error.word(), error.code(), error.text(),
             fmt::format("{}: chronoseal trust add {} --sha256 {}",
-                        advice.substr(0, advice.rfind(';')), chronoseal::quote_foreign(file),
-                        digits)};
+                        advice.substr(0, advice.rfind(';')), shell_word(file), digits)};
 }
 
 ExitStatus run_trust_list(const Output& output) {

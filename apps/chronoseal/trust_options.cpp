@@ -105,6 +105,19 @@ void add_trust_options(CLI::App& command, TrustOptions& options) {
     command.add_flag("--offline", options.offline, "fetch nothing from the network");
 }
 
+std::vector<std::string> files_of(const TrustOptions& options, std::vector<std::string> files) {
+    for (const auto* list : {&options.roots, &options.certs, &options.crls}) {
+        files.insert(files.end(), list->begin(), list->end());
+    }
+    return files;
+}
+
+void refuse_other_time(const TrustOptions& options) {
+    if (!options.at.empty()) {
+        throw usage_error("--at judges the past, and a stamp is of now", "leave it out");
+    }
+}
+
 chronoseal::Trust trust_of(const TrustOptions& options) {
     using chronoseal::Revocation;
     chronoseal::Trust trust;

@@ -113,9 +113,10 @@ std::string headline(const chronoseal::Verdict& verdict) {
                             : html_of(sentence(deciding.text) + " " + sentence(deciding.advice)));
 }
 
-std::string stamped_part(const std::string& file, const std::string& subject,
-                         const chronoseal::Verdict& verdict) {
+std::string stamped_part(const std::string& file, chronoseal::ByteView sha256,
+                         const std::string& subject, const chronoseal::Verdict& verdict) {
     std::string rows = row("Stamp", escaped(file));
+    rows += row("SHA-256 of that file", hex(sha256));
     rows += row("Compared with", subject.empty() || !verdict.compared()
                                      ? std::string("nothing: signature and chain only")
                                      : escaped(subject));
@@ -209,14 +210,14 @@ constexpr char kAgain[] = R"(<h2>To check it again with other tools</h2>
 trusted root and the other certificates of the chain above as PEM files:</p>
 <pre>openssl ts -verify -data FILE -in STAMP -CAfile ROOT.pem -untrusted CHAIN.pem -attime SECONDS
 openssl ts -reply -in STAMP -text</pre>
-<p>SECONDS is the time of the stamp as seconds since 1970 (<code>date -u -d TIME +%s</code>), which is what an old
+<p>Both want <code>-token_in</code> besides where the stamp is a bare token. SECONDS is the time of the stamp as seconds since 1970 (<code>date -u -d TIME +%s</code>), which is what an old
 stamp is judged by. The SHA-256 values above tell whether the certificates and lists at hand are the same ones.</p>
 )";
 
 } // namespace
 
-std::string verdict_page(const std::string& file, const std::string& subject,
-                         const chronoseal::Verdict& verdict) {
+std::string verdict_page(const std::string& file, chronoseal::ByteView sha256,
+                         const std::string& subject, const chronoseal::Verdict& verdict) {
     const std::string title = "Verification of the time-stamp " + escaped(file);
     return fmt::format("<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
                        "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
@@ -224,8 +225,9 @@ std::string verdict_page(const std::string& file, const std::string& subject,
                        "<title>{0}</title>\n<style>{1}</style></head>\n<body>\n<h1>{0}</h1>\n"
                        "{2}{3}{4}{5}{6}<p class=\"small\">Made by chronoseal {7}.</p>\n"
                        "</body></html>\n",
-                       title, kStyle, headline(verdict), stamped_part(file, subject, verdict),
-                       checks_part(verdict), chain_part(verdict), kAgain, chronoseal::version());
+                       title, kStyle, headline(verdict),
+                       stamped_part(file, sha256, subject, verdict), checks_part(verdict),
+                       chain_part(verdict), kAgain, chronoseal::version());
 }
 
 } // namespace cli

@@ -15,8 +15,10 @@
 
 #include "input_file.h"
 #include "interruption.h"
+#include "named_failure.h"
 #include "output_file.h"
 #include "progress.h"
+#include "record_text.h"
 #include "record_verification.h"
 #include "short_name.h"
 #include "stamp_json.h"
@@ -105,7 +107,7 @@ public:
                 judge_embedded(file, found, outcome);
             } else {
                 const Stamp stamp = found.stamp ? *found.stamp : Stamp::read(bytes);
-                judge_stored(file, stamp, stop, outcome);
+                judge_stored(file, bytes, stamp, stop, outcome);
             }
         } catch (const Error& error) {
             fail(file, error, outcome);
@@ -184,8 +186,9 @@ private:
     chronoseal::Digest digest_given(const chronoseal::HashAlgorithm& algorithm) const {
         const Bytes value = chronoseal::from_hex(options_.digest);
         if (value.size() != algorithm.size()) {
-            throw usage_error(fmt::format("--digest has {} bytes, and the stamp's {} has {}",
-                                          value.size(), algorithm.name(), algorithm.size()),
+            throw usage_error(fmt::format("--digest has {}, and the stamp's {} has {}",
+                                          counted(value.size(), "byte"), algorithm.name(),
+                                          algorithm.size()),
                               "give the digest by the stamp's own hash");
         }
         return {algorithm, value};
@@ -193,8 +196,8 @@ private:
 
     bool shows_progress() const { return !output_.quiet() && options_.stamps.size() == 1; }
 
-    void judge_stored(const std::string& file, const Stamp& stamp, const std::stop_token& stop,
-                      Outcome& outcome) const {
+    void judge_stored(const std::string& file, const Bytes& bytes, const Stamp& stamp,
+                      const std::stop_token& stop, Outcome& outcome) const {
         const auto& token = stamp.info().token;
         if (output_.json()) {
             outcome.json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
@@ -217,7 +220,7 @@ private:
         add_verdict(file, quote_foreign(file), verdict, compared_text(verdict, subject.name),
                     outcome);
         if (!options_.report.empty()) {
-            write_page(file, subject.name, verdict);
+            write_page(file, bytes, subject.name, verdict);
         }
     }
 
@@ -225,10 +228,10 @@ private:
                         Outcome& outcome) const {
         if (!options_.data.empty() || !options_.digest.empty() || request_ ||
             !options_.report.empty()) {
-            throw usage_error(quote_foreign(file) +
-                                  " is a signed message: its stamps are compared with the "
-                                  "signatures in it, and with nothing else",
-                              "leave out --data, --digest, --request and --report");
+            throw usage_error(
+                "it is a signed message: its stamps are compared with the signatures in "
+                "it, and with nothing else",
+                "leave out --data, --digest, --request and --report");
         }
         outcome.json["kind"] = chronoseal::kind_name(found.kind);
         outcome.json["stamps"] = Json::array();
@@ -311,21 +314,18 @@ private:
     }
 
     void fail(const std::string& file, const Error& error, Outcome& outcome) const {
-        const std::string name = quote_foreign(file);
-        const Error told =
-            error.text().find(name) != std::string::npos
-                ? error
-                : Error(error.category(), error.word(), error.code(),
-                        fmt::format("can't verify {}: {}", name, error.text()), error.advice());
+        const Error told = about_file(file, "verify", error);
         outcome.status = worse(outcome.status, status_of(told.category()));
         outcome.error = told;
         outcome.json["error"] = error_json(told);
     }
 
-    void write_page(const std::string& file, const std::string& subject,
+    void write_page(const std::string& file, const Bytes& bytes, const std::string& subject,
                     const Verdict& verdict) const {
+        const auto sha256 = chronoseal::HashAlgorithm::by_name("sha256");
+        const Bytes own_hash = chronoseal::Digest::of(bytes, sha256).value();
         OutputFile(options_.report, options_.force ? Existing::replace : Existing::refuse)
-            .write(chronoseal::bytes_of(verdict_page(file, subject, verdict)));
+            .write(chronoseal::bytes_of(verdict_page(file, own_hash, subject, verdict)));
     }
 
     const VerifyOptions& options_;
@@ -431,10 +431,8 @@ void check_report(const VerifyOptions& options) {
     std::vector<std::string> inputs = options.stamps;
     inputs.insert(inputs.end(),
                   {file_beside(options.stamps.front()), options.data, options.request});
-    for (const auto* list : {&options.trust.roots, &options.trust.certs, &options.trust.crls}) {
-        inputs.insert(inputs.end(), list->begin(), list->end());
-    }
-    OutputFile(options.report, options.force ? Existing::replace : Existing::refuse).check(inputs);
+    OutputFile(options.report, options.force ? Existing::replace : Existing::refuse)
+        .check(files_of(options.trust, inputs));
 }
 
 void check_usage(const VerifyOptions& options) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 #include <fmt/format.h>
 
 #include "exit_status.h"
@@ -33,13 +35,13 @@ std::size_t distance(const std::string& a, const std::string& b) {
 }
 
 std::string nearest(const std::string& word, const std::vector<std::string>& known) {
-    constexpr std::size_t kFarthest = 3;
     constexpr std::size_t kLongest = 64;
+    const std::size_t farthest = std::clamp<std::size_t>(word.size() / 2, 1, 3);
     if (word.size() > kLongest) {
         return "";
     }
     std::string best;
-    std::size_t least = kFarthest + 1;
+    std::size_t least = farthest + 1;
     for (const std::string& candidate : known) {
         const std::size_t one = distance(word, candidate);
         if (one < least && one < candidate.size()) {
@@ -108,6 +110,10 @@ chronoseal::Error wrong_usage(const CLI::ParseError& error, const CLI::App& app,
             word = argv[i][0] == '-' ? "" : argv[i];
         }
     }
+    if (word.empty() && command == &app &&
+        dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        return usage_error("no command is given", help_call(app));
+    }
     const std::vector<std::string> known_commands = command_names(app);
     if (word.empty() || std::ranges::count(known_commands, word) != 0) {
         std::string text = error.what();
@@ -117,6 +123,11 @@ chronoseal::Error wrong_usage(const CLI::ParseError& error, const CLI::App& app,
     const bool option = word.starts_with("-");
     const std::string key = word.substr(0, word.find('='));
     const std::string near = nearest(key, option ? option_names(*command) : known_commands);
+    if (option && ::access(word.c_str(), F_OK) == 0) {
+        return usage_error(fmt::format("\"{}\" is no option of {}", quote_foreign(word, 80),
+                                       command == &app ? "chronoseal" : command->get_name()),
+                           "a file of this name is given with ./ in front");
+    }
     const char* what = option ? "no option" : command == &app ? "no command" : "too much";
     return usage_error(fmt::format("\"{}\" is {}{}", quote_foreign(word, 80), what,
                                    command == &app ? "" : " of " + command->get_name()),

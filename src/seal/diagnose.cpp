@@ -86,10 +86,13 @@ void tell_certificate(const CertificateInfo& signer, Time now, const std::string
                       Result& result) {
     constexpr int kSoon = 30;
     const auto days = std::chrono::floor<std::chrono::days>(signer.not_after - now).count();
+    const std::string text =
+        signer.not_after < now
+            ? " ended " + counted(static_cast<std::size_t>(-days - 1), "day") + " ago"
+            : " ends in " + counted(static_cast<std::size_t>(days), "day");
     result.push_back({kAuthority, days < kSoon ? Severity::warning : Severity::good,
                       days < kSoon ? "certificate_ends_soon" : "passed",
-                      name + ": its certificate ends in " + std::to_string(days) + " days",
-                      days < kSoon ? "tell the authority" : ""});
+                      name + ": its certificate" + text, days < kSoon ? "tell the authority" : ""});
 }
 
 void ask_authority(const Sealer& sealer, const std::string& name, Result& result) {

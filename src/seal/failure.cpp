@@ -1,6 +1,7 @@
 // Failures of the floors below, translated.
 #include <chronoseal/seal/failure.h>
 
+#include <cerrno>
 #include <system_error>
 
 #include <basalt/last_error.h>
@@ -48,8 +49,9 @@ std::string reason_of(int number) {
 
 Error unreadable_file(std::string_view path, int number) {
     return Error(Category::unreachable, "file_unreadable", 0,
-                 "can't read " + quote_foreign(path) + ": " + reason_of(number),
-                 "check the file's name and mode");
+                 "can't read " + quote_foreign(path) + ": " +
+                     (number == EISDIR ? "it is a folder" : reason_of(number)),
+                 number == EISDIR ? "name the files in it" : "check the file's name and mode");
 }
 
 } // namespace chronoseal

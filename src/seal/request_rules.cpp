@@ -42,7 +42,12 @@ RequestRules read_rules() {
     try {
         return RequestRules();
     } catch (const ATL::CAtlException&) {
-        throw error_of_code(0x8007045A);
+        const Error words = error_of_code(kResultPolicyUnreadable);
+        const auto problems = configuration_problems(); // each names its file
+        throw problems.empty()
+            ? words
+            : Error(words.category(), words.word(), words.code(),
+                    words.text() + ": " + quote_foreign(problems.front()), words.advice());
     }
 }
 
@@ -50,7 +55,7 @@ RequestRules settled_rules() {
     RequestRules rules = read_rules();
     for (const ConfigurationSlip& slip : configuration_slips()) {
         if (slip.kind == Slip::wrong_type) {
-            throw Error(Category::unreachable, "setting_invalid", 0x8007045A,
+            throw Error(Category::unreachable, "setting_invalid", kResultPolicyUnreadable,
                         "the setting " + quote_foreign(toml_path(slip.path)) + " in " +
                             quote_foreign(configured_origin(slip.path)) + " has a wrong type",
                         "put it right; until then nothing is asked");

@@ -74,6 +74,19 @@ ATL2::CCertContext only_certificate(const Source& source) {
 
 } // namespace
 
+namespace {
+
+void check_length(ByteView sha256) {
+    constexpr std::size_t kLength = 32;
+    if (sha256.size() != kLength) {
+        throw Error(Category::misuse, "digest_malformed", 0,
+                    "a SHA-256 has 64 hexadecimal digits, not " + std::to_string(sha256.size() * 2),
+                    "give the whole of it, as the root's owner tells it");
+    }
+}
+
+} // namespace
+
 std::vector<TrustedRoot> trusted_roots() {
     return guarded("list the roots", [] {
         std::set<Bytes> of_machine;
@@ -95,6 +108,7 @@ std::vector<TrustedRoot> trusted_roots() {
 
 CertificateInfo trust_root(const Source& root, ByteView sha256, StorePlace place) {
     return guarded("trust the root", [&] {
+        check_length(sha256);
         const auto certificate = only_certificate(root);
         CertificateInfo info = certificate_info(certificate.get());
         if (!std::ranges::equal(info.sha256, sha256)) {
@@ -121,6 +135,7 @@ CertificateInfo trust_root(const Source& root, ByteView sha256, StorePlace place
 
 void distrust_root(ByteView sha256, StorePlace place) {
     guarded("take the root away", [&] {
+        check_length(sha256);
         const auto store = open_roots(number_of(place));
         auto found = find(store, sha256);
         if (!found) {

@@ -173,20 +173,22 @@ std::string to_hex(ByteView bytes) {
 }
 
 Bytes from_hex(std::string_view digits) {
+    // With colons between all octets, or none.
+    const std::size_t step = digits.size() > 2 && digits[2] == ':' ? 3 : 2;
     Bytes bytes;
-    bytes.reserve(digits.size() / 2);
-    bool good = digits.size() % 2 == 0;
-    for (std::size_t i = 0; good && i < digits.size(); i += 2) {
+    bytes.reserve(digits.size() / step + 1);
+    bool good = (digits.size() + step - 2) % step == 0;
+    for (std::size_t i = 0; good && i < digits.size(); i += step) {
         const int high = digit_of(digits[i]);
         const int low = digit_of(digits[i + 1]);
-        good = high >= 0 && low >= 0;
+        good = high >= 0 && low >= 0 && (step == 2 || i == 0 || digits[i - 1] == ':');
         bytes.push_back(static_cast<std::byte>(high << 4 | low));
     }
     if (!good) {
         throw Error(Category::misuse, "digest_malformed", 0,
                     "\"" + quote_foreign(digits, 140) +
                         "\" is not an even number of hexadecimal digits",
-                    "give digits 0-9 and a-f only");
+                    "give digits 0-9 and a-f only, with colons between the octets or without");
     }
     return bytes;
 }

@@ -52,7 +52,10 @@ TEST(Text, AddressesAreShownWithoutPasswords) {
 
 TEST(Text, HexadecimalDigitsAreReadWholeOrNotAtAll) {
     EXPECT_EQ(to_hex(from_hex("00fFA5")), "00ffa5");
-    for (const char* bad : {"0", "0g", "0x00", " 00", "00 "}) {
+    EXPECT_EQ(to_hex(from_hex("00:fF:A5")), "00ffa5"); // as certificates' hashes are printed
+    EXPECT_TRUE(from_hex("").empty());
+    for (const char* bad : {"0", "0g", "0x00", " 00", "00 ", ":", "00:", ":00", "00:1",
+                            "00:11:", "00:1122", "0011:22", "00::11", "00:11;22"}) {
         EXPECT_THROW(from_hex(bad), Error) << bad;
     }
 }

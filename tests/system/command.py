@@ -4,11 +4,14 @@ import base64
 import hashlib
 import json
 import os
+import shutil
 import signal
 import socket
 import stat
 import subprocess
 import time
+
+from asn1crypto import core
 
 import forge
 import program
@@ -120,6 +123,52 @@ class Files(WithAuthority):
                 self.expect(self.workspace.run(*words), status)
                 self.assertEqual({path: path.read_bytes() for path in kept}, kept)
 
+    def test_no_command_writes_over_what_it_is_told_to_read(self):
+        data, login = self.file("a"), self.file("login", b"user:word")
+        login.chmod(0o600)
+        root = self.file("own-root.pem", self.authority.root.read_bytes())
+        self.expect(self.workspace.run("stamp", data, *self.trust), GOOD)
+        stamp, query, signature = self.folder / "a.tsr", self.folder / "a.tsq", self.folder / "a.p7s"
+        self.expect(self.workspace.run("request", data, "--out", query), GOOD)
+        program.openssl("cms", "-sign", "-in", data, "-signer", self.authority.root, "-inkey", self.authority.folder / "root.key",
+                        "-outform", "DER", "-out", signature).check_returncode()
+        listener = self.listener()
+        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        asking = ("--url", url, "--roots", root, "--user-file", login)
+        kept = {path: path.read_bytes() for path in (data, login, root, stamp, query, signature)}
+        for words in (("stamp", data, *asking), ("send", query, *asking), ("attach", signature, *asking),
+                      ("extend", stamp, "--roots", root), ("authenticode", data, "--url", url, "--roots", root),
+                      ("renew", stamp, *asking), ("request", query)):
+            for out in {login, root, query}.intersection(words):
+                with self.subTest(words[0], out=out.name):
+                    self.expect(self.workspace.run(*words, "--out", out, "--force"), UNREACHABLE, "the same file as the input")
+        self.assertEqual({path: path.read_bytes() for path in kept}, kept)
+        self.assertRaises(TimeoutError, listener.accept)
+
+    def test_a_second_run_over_a_whole_folder_says_what_stood_in_its_way(self):
+        for name in ("a", "b"):
+            self.file(name)
+        (self.folder / "sub").mkdir()
+        os.mkfifo(self.folder / "pipe")
+        for options in ((), ("--skip-existing",), ()):
+            result = self.workspace.run("stamp", *sorted(self.folder.iterdir()), *self.trust, *options, timeout=60)
+            self.assertEqual(result.returncode, UNREACHABLE)
+            shown = result.stderr.decode()
+            self.assertRegex(shown, "can't stamp .*/sub: it is a folder; .*--together")
+            self.assertRegex(shown, "can't stamp .*/pipe: it is a pipe")
+            self.assertNotIn("input", shown)
+        self.assertRegex(shown, "can't write .*/a.tsr: it is there already")
+        self.assertRegex(shown, ".*/a.tsr is left out: it is a stamp itself")
+        result = self.workspace.run("stamp", self.folder / "a", *self.trust, "--skip-existing")
+        self.expect(result, GOOD, "a is left out: ", "a.tsr is there already")
+
+    def test_a_failure_names_its_file_whatever_the_name(self):
+        for name in ("a", "the", "not a time-stamp"):
+            path = self.file(name, b"words")
+            result = subprocess.run([program.BIN / "chronoseal", "verify", name, "--no-data"], cwd=self.folder,
+                                    env=self.workspace.environment, capture_output=True)
+            self.expect(result, REFUSED, f"can't verify {path.name}: ", "plain text")
+
     def test_a_name_in_brackets_is_one_file(self):
         self.file("a", b"not this one")
         odd = self.file("[a]", b"this one")
@@ -133,7 +182,9 @@ class Files(WithAuthority):
         url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
         not_a_root = self.file("not-a-root")
         calls = [(("--roots", "/no/such/root"), UNREACHABLE), (("--roots", not_a_root), UNREACHABLE),
-                 (("--out", "/no/such/folder/x"), UNREACHABLE), (("--hash", "crc32"), USAGE)]
+                 (("--out", "/no/such/folder/x"), UNREACHABLE), (("--hash", "crc32"), USAGE),
+                 (("--out", self.folder / ("x" * 256)), UNREACHABLE), (("--policy", "bla"), USAGE),
+                 (("--policy", "1..2"), USAGE), (("--policy", "3.1"), USAGE), (("--at", "2020-01-01"), USAGE)]
         for words, status in calls:
             with self.subTest(words):
                 self.expect(self.workspace.run("stamp", data, "--url", url, *words), status)
@@ -158,8 +209,9 @@ class Files(WithAuthority):
 
     def test_side_files(self):
         data = self.file("a")
-        token, certs = self.folder / "a.token", self.folder / "a.pem"
-        self.expect(self.workspace.run("stamp", data, *self.trust, "--token-out", token, "--certs-out", certs), GOOD)
+        token, certs, lists = self.folder / "a.token", self.folder / "a.pem", self.folder / "a.crl"
+        self.expect(self.workspace.run("stamp", data, *self.trust, "--token-out", token, "--certs-out", certs, "--crls-out",
+                                       lists), GOOD, "no revocation list was used", "a.crl is empty")
         shown = program.openssl("ts", "-verify", "-data", data, "-token_in", "-in", token, "-CAfile",
                                 self.authority.root, "-untrusted", certs)
         self.assertIn(b"Verification: OK", shown.stdout)
@@ -241,6 +293,7 @@ class Files(WithAuthority):
         text = page.read_text()
         self.assertIn("Good.", text)
         self.assertIn("a&lt;b&gt;.txt", text)
+        self.assertIn(hashlib.sha256((self.folder / "a<b>.txt.tsr").read_bytes()).hexdigest(), text)
         self.assertNotIn("<b>", text)
         self.assertNotIn("http://", text.split("</style>")[1].split("<body>")[0])
         self.expect(self.workspace.run("verify", self.folder / "a<b>.txt.tsr", "--roots", self.authority.root,
@@ -375,6 +428,43 @@ class Screen(program.SystemTest):
         self.expect(self.workspace.run("verify", stamp, "--data", data, "--roots", roots, "--report", page), GOOD)
         for raw in RAW:
             self.assertNotIn(raw, page.read_bytes())
+        sha256 = hashlib.sha256(root.certificate.dump()).hexdigest()
+        for words in (("trust", "add", roots, "--sha256", "00" * 32), ("trust", "add", roots, "--sha256", sha256),
+                      ("trust", "list"), ("verify", stamp, "--data", data, "-v"), ("trust", "remove", sha256)):
+            self.assert_clean(self.workspace.run(*words))
+
+    def test_what_an_authority_is_called_and_where_it_sends_one(self):
+        folder = self.workspace.path
+        evil = HOSTILE.replace(b"\xff", b"").decode()
+        root = forge.issue(folder, "root", ca=True)
+        place = "http://127.0.0.1:9/" + evil.encode("ascii", "ignore").decode()
+        tsa = forge.issue(folder, "tsa", root, extra_extensions=[
+            {"extn_id": "crl_distribution_points", "critical": False, "extn_value": core.ParsableOctetString(forge.element(
+                0x30, forge.element(0x30, forge.element(0xA0, forge.element(0xA0, forge.element(0x86, place.encode()))))))}])
+        info = forge.tst_info(hashlib.sha256(b"data").digest(), tsa=forge.name_of(evil[:60]))
+        stamp = self.workspace.write("called.tsr", forge.make_token(tsa, info))
+        data, roots = self.workspace.write("data", b"data"), root.write_pem(folder / "called.pem")
+        for words in (("info", stamp), ("verify", stamp, "--data", data, "--roots", roots, "-v"),
+                      ("verify", stamp, "--data", data, "--roots", roots, "--revocation", "require")):
+            self.assert_clean(self.workspace.run(*words))
+        self.assertIn(b"\\x1b[2J", self.workspace.run("info", stamp).stdout)
+
+    def test_addresses_and_settings(self):
+        evil = HOSTILE.replace(b"\xff", b"").decode()
+        data = self.workspace.write("data", b"data")
+        for words in (("--url", "http://127.0.0.1:9/" + evil), ("--url", evil), ("--hash", evil), ("--policy", evil),
+                      ("--url", "http://127.0.0.1:9/", "--proxy", evil), (evil,), ("--" + evil,), ("--roots", evil)):
+            result = self.workspace.run("stamp", data, "--out", self.workspace.path / "never", "--attempts", "1", *words)
+            self.assertNotEqual(result.returncode, GOOD)
+            self.assert_clean(result)
+        quoted = json.dumps(evil)
+        for text in (f"[config.cades.tsppolicy]\n{quoted} = 1\nDefaultTSPURL = {quoted}\nAllowedTSPs = [{quoted}]\n",
+                     f"[config.{quoted}]\na = {quoted}\n", f"[config.trace.levels]\n{quoted} = {quoted}\n",
+                     f"[[config.chronoseal.authority]]\nUrl = {quoted}\nURL = {quoted}\n", f"x = {evil}\n"):
+            self.workspace.configure(text)
+            for words in (("policy", "show"), ("doctor",), ("stamp", data), ("stamp", data, "--url", "http://127.0.0.1:9/")):
+                with self.subTest(text=text, words=words):
+                    self.assert_clean(self.workspace.run(*words))
 
 
 class CarriedStamps(program.SystemTest):
@@ -436,11 +526,98 @@ class Interrupting(WithAuthority):
         self.expect(self.workspace.run("verify", out, "--data", data, "--roots", self.authority.root), GOOD)
 
 
+class AtAShell(WithAuthority):
+    """What a shell makes of the streams, and what is copied from the screen into it."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.data = cls.workspace.write("shell", b"content")
+        cls.trust = ("--url", cls.authority.url, "--roots", cls.authority.root)
+        assert cls.workspace.run("stamp", cls.data, *cls.trust).returncode == GOOD
+        cls.stamp = cls.workspace.path / "shell.tsr"
+
+    def shell(self, script, *words):
+        return subprocess.run(["sh", "-c", script, program.BIN / "chronoseal", *map(str, words)], cwd=self.workspace.path,
+                              env=dict(self.workspace.environment, PATH=f"{program.BIN}:/usr/bin:/bin"), capture_output=True)
+
+    def test_what_could_not_be_told_is_no_success(self):
+        verify = ("verify", self.stamp, "--roots", self.authority.root)
+        for words in (("--version",), ("--help",), ("help", "verify"), ("help", "--dump"), ("info", self.stamp), verify,
+                      (*verify, "--json"), (*verify, "--json-lines"), ("policy", "show"), ("trust", "list", "--json"),
+                      ("stamp", self.data, "--out", "-", *self.trust), ("request", self.data, "--out", "-")):
+            for where in ("> /dev/full", ">&-"):
+                with self.subTest(words[0], where=where):
+                    self.expect(self.shell('"$0" "$@" ' + where, *words), UNREACHABLE, "can't write")
+        self.expect(self.shell('"$0" "$@" >&-', *verify, "-q"), GOOD)
+        self.assertEqual(self.shell('"$0" "$@" 2>&-', "verify", "nothing").returncode, UNREACHABLE)
+
+    def test_a_reader_that_goes_away_leaves_whole_stamps(self):
+        for i in range(40):
+            self.workspace.write(f"pipe{i}", b"x")
+        self.shell('"$0" stamp pipe? pipe?? "$@" --json-lines | head -n 1', *self.trust)
+        stamps = [path for path in self.workspace.path.glob("pipe*") if path.name.endswith(".tsr")]
+        self.expect(self.workspace.run("verify", *stamps, "--roots", self.authority.root), GOOD)
+        self.assertFalse(list(self.workspace.path.glob("**/.chronoseal-*")))
+
+    def test_nothing_is_stamped_in_the_place_of_data_that_are_missing(self):
+        for words in (("stamp", "-", *self.trust, "--out", "nothing.tsr"), ("verify", "-", "--no-data"), ("info", "-"),
+                      ("verify", self.stamp, "--data", "-"), ("request", "-", "--out", "nothing.tsq")):
+            with self.subTest(words[0]):
+                self.expect(self.shell('"$0" "$@" <&-', *words), UNREACHABLE, "can't read standard input")
+        self.assertFalse(list(self.workspace.path.glob("nothing.*")))
+
+    def test_no_stamp_is_shown_to_a_terminal(self):
+        for words in (("stamp", self.data, *self.trust), ("request", self.data), ("extend", self.stamp)):
+            with self.subTest(words[0]):
+                reader, terminal = os.openpty()
+                result = subprocess.run([program.BIN / "chronoseal", *words, "--out", "-"], env=self.workspace.environment,
+                                        stdin=subprocess.DEVNULL, stdout=terminal, stderr=subprocess.PIPE)
+                os.close(terminal)
+                result.stdout = b""
+                self.expect(result, UNREACHABLE, "terminal")
+                os.set_blocking(reader, False)
+                self.assertRaises(OSError, os.read, reader, 1)
+                os.close(reader)
+
+    def test_the_line_to_type_is_one_word_for_each_value(self):
+        for name in ("two words.tsr", "it's; touch pwned $(touch pwned) `touch pwned`.tsr", "-q.tsr", "\u00fc&\u6587.tsr"):
+            with self.subTest(name):
+                (self.workspace.path / name).write_bytes(self.stamp.read_bytes())
+                result = self.shell('"$0" "$@"', "verify", "--data", "shell", "--", name)
+                line = self.expect(result, REFUSED, "trust it: ")
+                call = line.split("trust it: ")[1]
+                self.expect(self.shell(call), GOOD)
+                self.expect(self.shell('"$0" "$@"', "verify", "--data", "shell", "--", name), GOOD)
+                self.expect(self.workspace.run("trust", "remove", call.split()[-1]), GOOD)
+        self.assertFalse((self.workspace.path / "pwned").exists())
+        odd = self.workspace.write("odd\n.tsr", self.stamp.read_bytes())
+        self.expect(self.workspace.run("verify", odd, "--data", self.data), REFUSED, "trust add FILE --sha256")
+
+    def test_a_root_is_trusted_by_the_hash_as_other_tools_print_it(self):
+        shown = program.openssl("x509", "-in", self.authority.root, "-noout", "-fingerprint", "-sha256").stdout.decode()
+        colons = shown.strip().split("=")[1]
+        for value, status in ((colons, GOOD), (colons.replace(":", "").lower(), GOOD), (colons[:32 * 2], USAGE),
+                              (colons[:-3], USAGE), ("00" * 32, REFUSED)):
+            self.expect(self.workspace.run("trust", "add", self.authority.root, "--sha256", value), status)
+        self.expect(self.workspace.run("trust", "remove", "00"), USAGE, "64 hexadecimal digits")
+        self.expect(self.workspace.run("trust", "remove", colons), GOOD)
+
+    def test_doctor_counts_the_days(self):
+        if not shutil.which("faketime") or os.environ.get("CHRONOSEAL_SANITIZED"):
+            self.skipTest("faketime isn't there, or a sanitizer wants to be loaded first")
+        environment = {name: value for name, value in self.workspace.environment.items() if name != "LD_PRELOAD"}
+        for date, wanted in (("2040-01-01", r"its certificate ended \d{3,4} days ago"), ("2027-01-01", r"ends in \d{4} days")):
+            result = subprocess.run(["faketime", date, program.BIN / "chronoseal", "doctor", *self.trust], env=environment,
+                                    capture_output=True, text=True)
+            self.assertRegex(result.stdout, wanted)
+
+
 class WordsOfACall(program.SystemTest):
     def test_usage_errors_are_one_line_that_names_the_word(self):
         for words, fragments in ((("frobnicate",), ("frobnicate",)), (("verfy", "x"), ("verfy", "verify")),
                                  (("stamp", "x", "--ulr", "y"), ("--ulr", "--url")),
-                                 (("stamp", "x", "--rots=y"), ("--rots", "--roots")), ((), ()),
+                                 (("stamp", "x", "--rots=y"), ("--rots", "--roots")), ((), ("no command",)),
                                  (("verify", "a", "--data", "b", "--digest", "00"), ("--data",))):
             with self.subTest(words):
                 result = self.workspace.run(*words)
@@ -449,11 +626,20 @@ class WordsOfACall(program.SystemTest):
                 shown = json.loads(self.workspace.run(*words, "--json").stdout)
                 self.assertEqual((shown["ok"], shown["error"]["word"]), (False, "usage"))
 
+    def test_nothing_far_fetched_is_proposed(self):
+        for words in (("frob",), ("stamp", "-x"), ("verify", "a", "-z")):
+            self.assertNotIn("did you mean", self.expect(self.workspace.run(*words), USAGE))
+        (self.workspace.path / "-x").write_bytes(b"")
+        result = subprocess.run([program.BIN / "chronoseal", "stamp", "-x"], cwd=self.workspace.path,
+                                env=self.workspace.environment, capture_output=True)
+        self.expect(result, USAGE, "./ in front")
+
     def test_help(self):
         for words in (("--help",), ("help",), ("help", "verify"), ("verify", "--help")):
             result = self.workspace.run(*words)
             self.expect(result, GOOD)
             self.assertIn(b"Exit status", result.stdout)
+            self.assertIn(b"Usage: chronoseal " + (b"verify" if "verify" in words else b"["), result.stdout)
 
     def test_a_slip_below_a_command_points_to_help_that_is_there(self):
         for words in (("policy", "sho"), ("policy", "show", "--frob"), ("trust", "add", "x"), ("trust", "list", "x")):

@@ -265,8 +265,10 @@ class PolicyShow(program.SystemTest):
             self.workspace.configure("[config.cades.tsppolicy]\n")
             (self.workspace.path / "config.toml").chmod(mode)
             self.expect(self.workspace.run("policy", "show"), UNREACHABLE, "config.toml")
-            result = self.workspace.run("request", README, "--out", self.workspace.path / "q")
-            self.expect(result, UNREACHABLE, "0x8007045A")
+            for words in (("request", README), ("stamp", README, "--url", "http://127.0.0.1:9/"),
+                          ("authenticode", README, "--url", "http://127.0.0.1:9/")):
+                result = self.workspace.run(*words, "--out", self.workspace.path / "q")
+                self.expect(result, UNREACHABLE, "0x8007045A", "config.toml", "chmod")
         (self.workspace.path / "config.toml").chmod(0o644)
 
 

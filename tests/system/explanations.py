@@ -10,7 +10,7 @@ import threading
 import forge
 import program
 from asn1crypto import core, tsp, x509
-from program import GOOD, REFUSED, UNREACHABLE
+from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
 BAD_NAME = forge.element(0x30, forge.element(0x31, forge.element(0x30, b"\x06\x03\x55\x04\x03\x0c\x20x")))
 JUNK = b"\x02\x01\x05"
@@ -23,6 +23,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def do_POST(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
+        self.server.login = self.headers["Authorization"]
         status, headers, content = self.server.pages[self.path.strip("/")](body)
         self.send_response(status)
         for name, value in {**headers, "Content-Length": len(content), "Connection": "close"}.items():
@@ -35,12 +36,15 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
 
 class Server(http.server.ThreadingHTTPServer):
-    def __init__(self, pages, identity=None, pem=None):
+    def __init__(self, pages, identity=None, pem=None, clients=None):
         super().__init__(("127.0.0.1", 0), Handler)
         self.pages = pages
         if identity:
             context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
             context.load_cert_chain(pem, identity.key.path)
+            if clients:
+                context.verify_mode = ssl.CERT_REQUIRED
+                context.load_verify_locations(clients)
             self.socket = context.wrap_socket(self.socket, server_side=True, do_handshake_on_connect=False)
         self.url = f"http{'s' if identity else ''}://127.0.0.1:{self.server_address[1]}/"
         threading.Thread(target=self.serve_forever, daemon=True).start()
@@ -70,6 +74,7 @@ class Explanations(program.SystemTest):
     def serve(self, pages, *identity):
         server = Server(pages, *identity)
         self.addCleanup(server.close)
+        self.server = server
         return server.url
 
     def stamp(self, url, *options):
@@ -123,6 +128,47 @@ class Explanations(program.SystemTest):
                                  code, fragment)
         plain = self.serve({"": good}).replace("http:", "https:")
         self.expect_line(self.stamp(plain), UNREACHABLE, plain, "0x80072F7D", "TLS")
+
+    def test_who_asks_shows_the_login_and_the_certificate_that_were_named(self):
+        folder = self.workspace.path
+        def issue(name, usage, *extra):
+            return forge.issue(folder, name, issuer, usage=(usage,), usage_critical=False, extra_extensions=extra)
+        issuer = forge.issue(folder, "tls issuer", ca=True)
+        roots = issuer.write_pem(folder / "tls-issuer.pem")
+        leaf = issue("server", "server_auth", {"extn_id": "subject_alt_name", "critical": False,
+                                               "extn_value": [x509.GeneralName("ip_address", "127.0.0.1")]})
+        client, other = issue("client", "client_auth"), issue("other client", "client_auth")
+        shown = client.write_pem(folder / "client.pem")
+        both = self.workspace.write("both.pem", shown.read_bytes() + client.key.path.read_bytes())
+        both.chmod(0o600)
+        def answer(request):
+            return 200, {}, forge.make_response(forge.make_token(self.tsa, self.info(request)))
+        url = self.serve({"": answer}, leaf, leaf.write_pem(folder / "server.pem"), roots)
+        for options, status in (((), UNREACHABLE), (("--client-cert", shown, "--client-key", client.key.path), GOOD),
+                                (("--client-cert", both), GOOD), (("--client-cert", shown), None),
+                                (("--client-cert", shown, "--client-key", other.key.path), None),
+                                (("--client-cert", folder / "none"), None), (("--client-key", client.key.path), USAGE)):
+            with self.subTest(options):
+                result = self.stamp(url, "--cacert", roots, *options)
+                if status is None:
+                    self.assertNotEqual(result.returncode, GOOD)
+                    self.expect(result, result.returncode)
+                else:
+                    self.expect(result, status)
+        url = self.serve({"": answer})
+        wanted = "Basic " + base64.b64encode(b"user:p:w").decode()
+        login = self.workspace.write("login", b"user:p:w\n")
+        netrc = self.workspace.write("netrc", b"machine 127.0.0.1 login user password p:w\n")
+        foreign = self.workspace.write("foreign", b"machine elsewhere login user password p:w\n")
+        for path in (login, netrc, foreign):
+            path.chmod(0o600)
+        for options, seen in (((), None), (("--user-file", login), wanted), (("--netrc", netrc), wanted),
+                              (("--netrc", foreign), None)):
+            with self.subTest(options):
+                self.expect(self.stamp(url, *options), GOOD)
+                self.assertEqual(self.server.login, seen)
+        self.workspace.configure("[config.cades.tsppolicy]\nAuthDenyBasic = true\n")
+        self.expect(self.stamp(url, "--user-file", login), REFUSED, "0xC21001")
 
     def test_bytes_that_are_no_stamp_are_named(self):
         attributes = forge.signed_attributes(self.tsa, b"hello")

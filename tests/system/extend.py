@@ -13,6 +13,8 @@ import threading
 import time
 import unittest
 
+from asn1crypto import cms, core
+
 import program
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
@@ -336,6 +338,54 @@ class Signatures(WithRevocation):
                                         *content)
                 self.assertEqual(check.returncode, 0, check.stderr)
                 self.expect(self.workspace.run("verify", path, *self.roots), GOOD)
+
+    def parts(self, path):
+        """What extending must not touch: everything but the tokens."""
+        info = cms.ContentInfo.load(path.read_bytes())["content"]
+        signers = [(signer["signed_attrs"].dump(), signer["signature"].native,
+                    [attribute["type"].native for attribute in signer["unsigned_attrs"]]) for signer in info["signer_infos"]]
+        return info["encap_content_info"].dump(), info["certificates"].dump(), signers
+
+    def test_stamps_within_a_signature_are_extended_in_their_place(self):
+        rows = [("two.x", ("-outform", "DER", "-nodetach"), ("one", "two"), ("--all",)),
+                ("pem.x", ("-outform", "PEM", "-nodetach"), ("one",), ()),
+                ("code.x", ("-outform", "DER", "-nodetach"), ("one",), ("--attribute", "1.3.6.1.4.1.311.3.3.1"))]
+        for name, signing, signers, options in rows:
+            with self.subTest(name):
+                path = self.sign(name, *signing, signers=signers)
+                self.expect(self.workspace.run("extend", path, *self.roots), REFUSED, "no time-stamp", "attach")
+                self.expect(self.attach(path, *options, "--force"), GOOD)
+                time.sleep(1.1)
+                self.publish()
+                self.forget()
+                der = "DER" in signing
+                before = self.parts(path) if der else path.read_bytes()[:20]
+                status, shown = self.workspace.run_json("extend", path, *self.roots, "--revocation", "require")
+                self.assertEqual((status, [one["revocationLists"] for one in shown["stamps"]]), (GOOD, [1] * len(signers)))
+                self.assertEqual(self.parts(path) if der else path.read_bytes()[:20], before)
+                self.forget()
+                status, shown = self.workspace.run_json("verify", path, *self.roots, "--offline", "--revocation", "require")
+                self.assertEqual((status, len(shown["stamps"])), (GOOD, len(signers)), shown)
+                for stamp in shown["stamps"]:
+                    self.assertEqual(stamp["checks"][-2]["outcome"], "passed")
+                check = program.openssl("cms", "-verify", "-binary", "-inform", "DER" if der else "PEM", "-in", path, "-noverify")
+                self.assertEqual((check.returncode, check.stdout), (0, self.data.read_bytes()), check.stderr)
+                content = path.read_bytes()
+                status, shown = self.workspace.run_json("extend", path, *self.roots)
+                self.assertEqual((status, shown["changed"], path.read_bytes()), (GOOD, False, content))
+
+    def test_a_stamp_that_another_is_over_stays_as_it_is(self):
+        path = self.sign("covered.x", "-outform", "DER", "-nodetach")
+        self.expect(self.attach(path, "--force"), GOOD)
+        whole = cms.ContentInfo.load(path.read_bytes())
+        attributes = whole["content"]["signer_infos"][0]["unsigned_attrs"]
+        for oid in ("1.2.840.113549.1.9.16.2.48", "0.4.0.1733.2.4"):
+            attributes.append(cms.CMSAttribute({"type": oid, "values": [core.Null()]}))
+            path.write_bytes(whole.dump(force=True))
+            content = path.read_bytes()
+            self.expect(self.workspace.run("extend", path, *self.roots), REFUSED, "a later time-stamp")
+            self.assertEqual(path.read_bytes(), content)
+            del attributes[len(attributes) - 1]
 
     def test_nobody_is_asked_about_a_signature_that_does_not_fit(self):
         listener = socket.create_server(("127.0.0.1", 0))

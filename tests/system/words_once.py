@@ -100,10 +100,17 @@ class Colour(WithAuthority):
         roots = ("--roots", self.authority.root)
         self.expect(self.workspace.run("stamp", data, "--url", self.authority.url, *roots), GOOD)
         verify = ("verify", f"{data}.tsr", "-v")
-        self.assertIn(b"\x1b[32m", self.on_a_terminal(*verify, *roots, NO_COLOR=""))
-        self.assertIn(b"\x1b[31m", self.on_a_terminal(*verify, NO_COLOR=""))
+        self.assertIn(b"\x1b[32m", self.on_a_terminal(*verify, *roots, NO_COLOR="", TERM="xterm"))
+        self.assertIn(b"\x1b[31m", self.on_a_terminal(*verify, NO_COLOR="", TERM="xterm"))
+        self.assertNotIn(b"\x1b[3", self.on_a_terminal(*verify, NO_COLOR="", TERM="dumb"))
         self.assertNotIn(b"\x1b[3", self.on_a_terminal(*verify, NO_COLOR="1"))
         self.assertNotIn(b"\x1b[3", self.workspace.run(*verify, *roots).stdout)
+
+    def test_progress_is_shown_to_whoever_sits_there(self):
+        files = [self.workspace.write(f"one-of-many-{i}", b"x") for i in range(200)]
+        stamp = ("stamp", *files, "--url", self.authority.url, "--roots", self.authority.root)
+        self.assertRegex(self.on_a_terminal(*stamp), rb"\d+ of 200, \d+ a second, \d+ s left")
+        self.assertNotIn(b"second", self.on_a_terminal(*stamp, "--force", "-q"))
 
 
 class Schema(WithAuthority):

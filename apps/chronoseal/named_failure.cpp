@@ -1,0 +1,33 @@
+// A name may be a word of the failure's own text ("a", "the"), so that it counts only at the place
+// where failures have it.
+#include "named_failure.h"
+
+#include <algorithm>
+#include <array>
+
+namespace cli {
+
+namespace {
+
+bool names(const std::string& text, const std::string& name) {
+    constexpr std::array kDoing{"can't read ", "can't write ", "can't stamp ", "can't verify ",
+                                "can't extend "};
+    return text.starts_with(name + ": ") ||
+           std::ranges::any_of(kDoing, [&](const std::string& doing) {
+               return text.starts_with(doing + name + ": ");
+           });
+}
+
+} // namespace
+
+chronoseal::Error about_file(const std::string& file, const std::string& doing,
+                             const chronoseal::Error& error) {
+    const std::string name = chronoseal::quote_foreign(file);
+    if (names(error.text(), name)) {
+        return error;
+    }
+    return {error.category(), error.word(), error.code(),
+            "can't " + doing + " " + name + ": " + error.text(), error.advice()};
+}
+
+} // namespace cli

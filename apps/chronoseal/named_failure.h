@@ -1,0 +1,15 @@
+// The line of a failure says which file it is about.
+#pragma once
+
+#include <string>
+
+#include <chronoseal/chronoseal.hpp>
+
+namespace cli {
+
+// "can't verify a.tsr: ..." for `doing` "verify", unless the failure begins by naming the file
+// itself.
+chronoseal::Error about_file(const std::string& file, const std::string& doing,
+                             const chronoseal::Error& error);
+
+} // namespace cli
