@@ -845,6 +845,111 @@ TEST_F(CInterfaceTest, EveryAllocationForARecordMayFail) {
     chronoseal_evidence_verifier_free(&verifier);
 }
 
+// The same of the functions of C++: what leaves them is an Error, whatever fails within.
+TEST_F(CInterfaceTest, NothingButAnErrorLeavesTheFrontDoor) {
+    const Bytes bytes = to_bytes(token());
+    const Stamp stamp = Stamp::read(bytes);
+    const HashAlgorithm sha256 = HashAlgorithm::by_name("sha256");
+    const Digest digest = Digest::of(bytes_of("data"), sha256);
+    const Trust own{.roots = {to_bytes(root)}};
+    const Verifier verifier(own);
+    const EvidenceRecord record = EvidenceRecord::of_stamp(stamp);
+    const std::string line = manifest_line(digest, "a\nb");
+    const auto list = folder.write("list", line);
+    const SealerOptions wanted{.authorities = {{.url = url}}, .trust = own, .rate_file = rates};
+    // What a caller copies and what it makes of texts is the caller's own.
+    const auto callers = [](auto&& make) {
+        const long left = std::exchange(allocations_left, -1);
+        auto made = make();
+        allocations_left = left;
+        return made;
+    };
+    const auto trusted = [&] { return callers([&] { return own; }); };
+    const auto wide = Digest::of(bytes_of("data"), HashAlgorithm::by_name("sha512"));
+    const struct {
+        const char* name;
+        std::function<void()> call;
+    } rows[] = {
+        {"Stamp::read", [&] { Stamp::read(bytes).as_response(); }},
+        {"Verifier", [&] { Verifier{trusted()}; }},
+        {"verify", [&] { verifier.verify(stamp, bytes_of("data")); }},
+        {"verdict", [&] { verifier.verify(stamp, bytes_of("x")).error(); }},
+        {"inspect", [&] { inspect(bytes); }},
+        {"extend", [&] { word_of([&] { extend(stamp, own); }); }},
+        {"hash", [&] { Digest::of_file(list, sha256).value(); }},
+        {"hasher", [&] { Hasher(sha256).finish(); }},
+        {"algorithms", [&] { HashAlgorithm::all(); }},
+        {"by_name", [&] { HashAlgorithm::by_name("2.16.840.1.101.3.4.2.1"); }},
+        {"hexadecimal", [&] { from_hex(to_hex(bytes)); }},
+        {"quoting",
+         [&] {
+             quote_address("http://u:p@x/"
+                           "\x1b and more than fits");
+         }},
+        {"times",
+         [&] {
+             utc_text(stamp.time());
+             local_text(stamp.time());
+         }},
+        {"record", [&] { EvidenceRecord::read(record.der()).info(); }},
+        {"judge records", [&] { EvidenceVerifier(trusted()).verify(record, bytes_of("data")); }},
+        {"tree",
+         [&] {
+             EvidenceTree tree(sha256);
+             tree.add(digest);
+             tree.record(digest, stamp);
+             tree.path(digest.value());
+         }},
+        {"list",
+         [&] {
+             ManifestReader reader([](const ManifestLine&) {});
+             reader.feed(bytes_of(line));
+             reader.finish();
+         }},
+        {"write a line",
+         [&] { manifest_line(digest, "a name\n that isn't short at all, and not plain"); }},
+        {"tree of a list", [&] { ManifestTree(list).root(); }},
+        {"renewal",
+         [&] {
+             StampRenewal renewal(sha256);
+             renewal.add(record);
+             renewal.digest();
+         }},
+        {"rehash",
+         [&] {
+             HashRenewal renewal(wide.algorithm());
+             renewal.add(record, callers([&] { return std::vector{wide}; }));
+             renewal.digest();
+         }},
+        {"signature", [&] { word_of([&] { CmsSignature::read(bytes); }); }},
+        {"sealer", [&] { Sealer(callers([&] { return wanted; })).request(digest); }},
+        {"policy", [&] { policy(); }},
+        {"roots", [&] { trusted_roots(); }},
+        {"words", [&] { error_of_code(0xC2100103, "do something that takes long to name"); }},
+        {"rewrap", [&] { rewrap(bytes_of("-----BEGIN X-----\nAAAA\n-----END X-----\n"), bytes); }},
+    };
+    for (const auto& row : rows) {
+        row.call();
+        bool whole = false;
+        for (long n = 0; !whole; n += 1 + n / 20) {
+            const std::function<void()> call = row.call;
+            allocations_left = n;
+            try {
+                call();
+                whole = allocations_left > 0;
+            } catch (const Error& told) {
+                allocations_left = -1;
+                EXPECT_FALSE(told.word().empty()) << row.name;
+            } catch (const std::exception& other) {
+                allocations_left = -1;
+                ADD_FAILURE() << row.name << " lets out " << other.what() << " at " << n;
+                break;
+            }
+            allocations_left = -1;
+        }
+    }
+}
+
 TEST_F(CInterfaceTest, ManyThreadsUseOneOfEach) {
     const auto sealer = make_sealer();
     const auto verifier = make_verifier();

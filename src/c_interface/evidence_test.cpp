@@ -2,7 +2,11 @@
 // to the verdict, and what a caller gets wrong.
 #include <array>
 #include <cstring>
+#include <fstream>
 #include <memory>
+#include <thread>
+
+#include <sys/stat.h>
 
 #include <chronoseal/c_interface/testing/handles.h>
 #include <chronoseal/seal/testing/evidence_fixture.h>
@@ -353,6 +357,14 @@ TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
     EXPECT_EQ(
         chronoseal_evidence_verify_digests(verifier.get(), made, both, count, 1, nullptr, &error),
         CHRONOSEAL_OK)
+        << why();
+    // A pipe can be read but once.
+    const auto pipe = (folder.path() / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::jthread writer([&] { std::ofstream(pipe) << "data"; });
+    EXPECT_EQ(chronoseal_evidence_verify_file(verifier.get(), made, pipe.c_str(), nullptr, nullptr,
+                                              &error),
+              CHRONOSEAL_OK)
         << why();
 }
 

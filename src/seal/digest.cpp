@@ -11,6 +11,7 @@
 #include <chronoseal/atl/default_csp.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/out_of_memory.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/running_hash.h>
 
@@ -64,7 +65,8 @@ struct Hasher::Running {
     RunningHash hash;
 };
 
-Hasher::Hasher(const HashAlgorithm& algorithm) : running_(std::make_unique<Running>(algorithm)) {}
+Hasher::Hasher(const HashAlgorithm& algorithm)
+    : running_(within_memory("hash", [&] { return std::make_unique<Running>(algorithm); })) {}
 Hasher::Hasher(Hasher&& other) noexcept = default;
 Hasher& Hasher::operator=(Hasher&& other) noexcept = default;
 Hasher::~Hasher() = default;
@@ -78,9 +80,11 @@ void Hasher::update(ByteView data) {
 }
 
 Digest Hasher::finish() {
-    update({});
-    const std::unique_ptr<Running> running = std::move(running_);
-    return Digest(running->algorithm, running->hash.finish());
+    return within_memory("hash", [&] {
+        update({});
+        const std::unique_ptr<Running> running = std::move(running_);
+        return Digest(running->algorithm, running->hash.finish());
+    });
 }
 
 Digest::Digest(HashAlgorithm algorithm, Bytes value)
@@ -95,24 +99,27 @@ Digest::Digest(HashAlgorithm algorithm, Bytes value)
 }
 
 Digest Digest::from_hex(const HashAlgorithm& algorithm, std::string_view digits) {
-    return Digest(algorithm, chronoseal::from_hex(digits));
+    return within_memory("hash", [&] { return Digest(algorithm, chronoseal::from_hex(digits)); });
 }
 
 Digest Digest::of(ByteView data, const HashAlgorithm& algorithm) {
-    Hasher hasher(algorithm);
-    hasher.update(data);
-    return hasher.finish();
+    return within_memory("hash", [&] {
+        Hasher hasher(algorithm);
+        hasher.update(data);
+        return hasher.finish();
+    });
 }
 
-Digest Digest::of_file(const std::filesystem::path& path, const HashAlgorithm& algorithm,
-                       const Progress& progress, std::stop_token stop) {
+void hash_file(const std::filesystem::path& path, std::span<Hasher> hashers,
+               const Progress& progress, std::stop_token stop) {
     const FileBytes file(path, std::move(stop));
-    Hasher hasher(algorithm);
     std::uint64_t done = 0;
     const PieceRoom room(std::size_t{256} << 10, file.size());
     const auto piece = room.get();
     while (const std::size_t count = file.read(piece)) {
-        hasher.update(piece.first(count));
+        for (Hasher& hasher : hashers) {
+            hasher.update(piece.first(count));
+        }
         done += count;
         if (progress) {
             progress(done, file.size());
@@ -121,7 +128,15 @@ Digest Digest::of_file(const std::filesystem::path& path, const HashAlgorithm& a
             break; // the end, as announced
         }
     }
-    return hasher.finish();
+}
+
+Digest Digest::of_file(const std::filesystem::path& path, const HashAlgorithm& algorithm,
+                       const Progress& progress, std::stop_token stop) {
+    return within_memory("hash", [&] {
+        Hasher hasher(algorithm);
+        hash_file(path, std::span(&hasher, 1), progress, std::move(stop));
+        return hasher.finish();
+    });
 }
 
 } // namespace chronoseal

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <new>
+
+#include <chronoseal/seal/out_of_memory.h>
 
 namespace chronoseal {
 
@@ -255,7 +258,9 @@ std::span<const ErrorWords> error_table() {
     return kTable;
 }
 
-Error error_of_code(std::uint32_t code, std::string_view doing) {
+namespace {
+
+Error told_of_code(std::uint32_t code, std::string_view doing) {
     if (const ErrorWords* words = find_words(code)) {
         return Error(words->category, words->word, code, sentence(doing, words->text),
                      std::string(words->advice));
@@ -267,6 +272,17 @@ Error error_of_code(std::uint32_t code, std::string_view doing) {
     }
     return Error(kRefused, "platform_refused", code, sentence(doing, "the platform refused"),
                  "look the code up, or switch the trace on");
+}
+
+} // namespace
+
+// Not by `within_memory`, which asks here for its words.
+Error error_of_code(std::uint32_t code, std::string_view doing) {
+    try {
+        return told_of_code(code, doing);
+    } catch (const std::bad_alloc&) {
+        return no_memory();
+    }
 }
 
 } // namespace chronoseal

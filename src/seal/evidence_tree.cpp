@@ -133,7 +133,8 @@ HashPath EvidenceTree::path(ByteView leaf) {
 
 EvidenceRecord EvidenceTree::record(const Digest& object, const Stamp& stamp,
                                     const HashPath& above) {
-    return record(std::vector{object}, stamp, above);
+    return guarded("make an evidence record",
+                   [&] { return record(std::vector{object}, stamp, above); });
 }
 
 EvidenceRecord EvidenceTree::record(const std::vector<Digest>& group, const Stamp& stamp,

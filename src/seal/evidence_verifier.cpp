@@ -8,7 +8,9 @@
 
 #include <chronoseal/seal/certificate_info.h>
 #include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/out_of_memory.h>
 #include <chronoseal/seal/record_links.h>
+#include <chronoseal/seal/running_hash.h>
 
 namespace chronoseal {
 
@@ -147,11 +149,18 @@ private:
 
 DataDigests digests_of_file(const EvidenceRecord& record, const std::filesystem::path& path,
                             const Progress& progress, std::stop_token stop) {
-    DataDigests digests;
-    for (const HashAlgorithm& algorithm : record.data_algorithms()) {
-        digests.push_back(Digest::of_file(path, algorithm, progress, stop));
-    }
-    return digests;
+    return within_memory("hash the file", [&] {
+        std::vector<Hasher> hashers;
+        for (const HashAlgorithm& algorithm : record.data_algorithms()) {
+            hashers.emplace_back(algorithm);
+        }
+        hash_file(path, hashers, progress, std::move(stop));
+        DataDigests digests;
+        for (Hasher& hasher : hashers) {
+            digests.push_back(hasher.finish());
+        }
+        return digests;
+    });
 }
 
 EvidenceVerifier::EvidenceVerifier(Trust trust)
@@ -164,11 +173,13 @@ EvidenceVerdict EvidenceVerifier::verify(const EvidenceRecord& record,
 }
 
 EvidenceVerdict EvidenceVerifier::verify(const EvidenceRecord& record, ByteView data) const {
-    DataDigests digests;
-    for (const HashAlgorithm& algorithm : record.data_algorithms()) {
-        digests.push_back(Digest::of(data, algorithm));
-    }
-    return verify(record, std::vector<DataDigests>{std::move(digests)});
+    return guarded("verify the evidence record", [&] {
+        DataDigests digests;
+        for (const HashAlgorithm& algorithm : record.data_algorithms()) {
+            digests.push_back(Digest::of(data, algorithm));
+        }
+        return verify(record, std::vector<DataDigests>{std::move(digests)});
+    });
 }
 
 EvidenceVerdict EvidenceVerifier::verify_file(const EvidenceRecord& record,

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include <basalt/last_error.h>
+#include <chronoseal/seal/out_of_memory.h>
 
 namespace chronoseal {
 
@@ -18,9 +19,10 @@ std::string with_doing(std::string_view doing, std::string_view text) {
                          : "can't " + std::string(doing) + ": " + std::string(text);
 }
 
-} // namespace
+// Made while there is memory: without any, no other error can be.
+const Error kNoMemory = error_of_code(kOutOfMemory);
 
-Error error_in_flight(std::string_view doing) {
+Error translated(std::string_view doing) {
     try {
         throw;
     } catch (const Error& error) {
@@ -35,6 +37,20 @@ Error error_in_flight(std::string_view doing) {
     } catch (...) {
         return error_of_code(kFail, doing);
     }
+}
+
+} // namespace
+
+Error error_in_flight(std::string_view doing) {
+    try {
+        return translated(doing);
+    } catch (const std::bad_alloc&) {
+        return kNoMemory;
+    }
+}
+
+const Error& no_memory() noexcept {
+    return kNoMemory;
 }
 
 Error error_of_last(std::string_view doing) {

@@ -6,7 +6,7 @@
 #include <basalt/error_codes.h>
 #include <basalt/hash.h>
 #include <basalt/oid_information.h>
-#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/out_of_memory.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/running_hash.h>
 
@@ -85,12 +85,14 @@ const NamedOid* named(std::string_view oid) {
 } // namespace
 
 std::string algorithm_name(std::string_view oid) {
-    if (const NamedOid* known = named(oid)) {
-        return known->name;
-    }
-    const std::string text(oid);
-    const auto* info = CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, text.c_str(), 0);
-    return info != nullptr ? narrow(info->pwszName) : text;
+    return within_memory("name the algorithm", [&]() -> std::string {
+        if (const NamedOid* known = named(oid)) {
+            return known->name;
+        }
+        const std::string text(oid);
+        const auto* info = CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, text.c_str(), 0);
+        return info != nullptr ? narrow(info->pwszName) : text;
+    });
 }
 
 std::optional<HashAlgorithm> HashAlgorithmAccess::find(const std::string& oid) {
@@ -119,7 +121,10 @@ std::optional<HashAlgorithm> HashAlgorithmAccess::find(const std::string& oid) {
         algorithm.weak_ = known != nullptr && known->weak;
         found.push_back(algorithm);
         return algorithm;
-    } catch (const Error&) {
+    } catch (const Error& error) {
+        if (error.word() == "out_of_memory") {
+            throw;
+        }
         return std::nullopt; // in the table, but no provider computes it
     }
 }
@@ -141,13 +146,15 @@ HashAlgorithm HashAlgorithm::by_name(std::string_view name_or_oid) {
 }
 
 std::vector<HashAlgorithm> HashAlgorithm::all() {
-    std::vector<HashAlgorithm> result;
-    for (const NamedOid& known : kNames) {
-        if (auto algorithm = HashAlgorithmAccess::find(known.oid)) {
-            result.push_back(*std::move(algorithm));
+    return within_memory("list the hashes", [&] {
+        std::vector<HashAlgorithm> result;
+        for (const NamedOid& known : kNames) {
+            if (auto algorithm = HashAlgorithmAccess::find(known.oid)) {
+                result.push_back(*std::move(algorithm));
+            }
         }
-    }
-    return result;
+        return result;
+    });
 }
 
 } // namespace chronoseal

@@ -6,8 +6,8 @@
 #include <cctype>
 #include <cstring>
 
-#include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/file_bytes.h>
+#include <chronoseal/seal/out_of_memory.h>
 #include <chronoseal/seal/platform_text.h>
 
 namespace chronoseal {
@@ -306,25 +306,28 @@ private:
 };
 
 ManifestReader::ManifestReader(OnLine on_line)
-    : impl_(std::make_unique<Impl>(std::move(on_line))) {}
+    : impl_(within_memory("read the list",
+                          [&] { return std::make_unique<Impl>(std::move(on_line)); })) {}
 ManifestReader::ManifestReader(ManifestReader&& other) noexcept = default;
 ManifestReader& ManifestReader::operator=(ManifestReader&& other) noexcept = default;
 ManifestReader::~ManifestReader() = default;
 
 void ManifestReader::feed(ByteView piece) {
-    impl_->feed(piece);
+    within_memory("read the list", [&] { impl_->feed(piece); });
 }
 
 ManifestInfo ManifestReader::finish() {
-    return impl_->finish();
+    return within_memory("read the list", [&] { return impl_->finish(); });
 }
 
 const HashAlgorithm* ManifestReader::algorithm() const noexcept {
     return impl_->algorithm();
 }
 
-ManifestInfo read_manifest(const std::filesystem::path& path, const ManifestReader::OnLine& on_line,
-                           const Progress& progress, std::stop_token stop) {
+namespace {
+
+ManifestInfo read_pieces(const std::filesystem::path& path, const ManifestReader::OnLine& on_line,
+                         const Progress& progress, std::stop_token stop) {
     const FileBytes file(path, std::move(stop));
     ManifestReader reader(on_line);
     const auto named = [&](auto&& call) {
@@ -350,7 +353,17 @@ ManifestInfo read_manifest(const std::filesystem::path& path, const ManifestRead
     return named([&] { return reader.finish(); });
 }
 
-std::string manifest_line(const Digest& digest, std::string_view name) {
+} // namespace
+
+ManifestInfo read_manifest(const std::filesystem::path& path, const ManifestReader::OnLine& on_line,
+                           const Progress& progress, std::stop_token stop) {
+    return within_memory("read the list",
+                         [&] { return read_pieces(path, on_line, progress, std::move(stop)); });
+}
+
+namespace {
+
+std::string written(const Digest& digest, std::string_view name) {
     const bool odd = name.find_first_of("\n\r\\") != std::string_view::npos;
     std::string line = odd ? "\\" : "";
     line += to_hex(digest.value()) + "  ";
@@ -370,6 +383,12 @@ std::string manifest_line(const Digest& digest, std::string_view name) {
         }
     }
     return line + "\n";
+}
+
+} // namespace
+
+std::string manifest_line(const Digest& digest, std::string_view name) {
+    return within_memory("write a line", [&] { return written(digest, name); });
 }
 
 } // namespace chronoseal

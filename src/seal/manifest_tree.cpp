@@ -47,7 +47,8 @@ ManifestTree::ManifestTree(std::filesystem::path path, Content&& content)
 
 ManifestTree::ManifestTree(const std::filesystem::path& path, const Progress& progress,
                            std::stop_token stop)
-    : ManifestTree(path, read(path, progress, std::move(stop))) {}
+    : ManifestTree(guarded("read the list", [&] { return std::filesystem::path(path); }),
+                   read(path, progress, std::move(stop))) {}
 
 EvidenceRecord ManifestTree::record(const Stamp& stamp, const HashPath& above) {
     return tree_.record(info_.digest, stamp, above);

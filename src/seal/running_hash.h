@@ -32,4 +32,8 @@ struct HashAlgorithmAccess {
     static std::optional<HashAlgorithm> find(const std::string& oid);
 };
 
+// Reads a file or a pipe once for all of these. Throws as `Digest::of_file`.
+void hash_file(const std::filesystem::path& path, std::span<Hasher> hashers,
+               const Progress& progress, std::stop_token stop);
+
 } // namespace chronoseal

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include <chronoseal/seal/out_of_memory.h>
+
 namespace chronoseal {
 
 namespace {
@@ -122,32 +124,34 @@ int digit_of(char c) {
 } // namespace
 
 std::string quote_foreign(std::string_view text, std::size_t limit) {
-    std::string result;
-    for (std::size_t count = 0; !text.empty(); ++count) {
-        const std::size_t room = limit == 0 ? text.size() : limit - count;
-        const std::size_t plain = plain_prefix(text.substr(0, room));
-        result += text.substr(0, plain);
-        text.remove_prefix(plain);
-        count += plain;
-        if (text.empty()) {
-            break;
+    return within_memory("write a text", [&]() -> std::string {
+        std::string result;
+        for (std::size_t count = 0; !text.empty(); ++count) {
+            const std::size_t room = limit == 0 ? text.size() : limit - count;
+            const std::size_t plain = plain_prefix(text.substr(0, room));
+            result += text.substr(0, plain);
+            text.remove_prefix(plain);
+            count += plain;
+            if (text.empty()) {
+                break;
+            }
+            if (limit != 0 && count == limit) {
+                return result + "...";
+            }
+            const Decoded next = decode(text);
+            if (next.size == 0) {
+                result += escaped_byte(static_cast<unsigned char>(text[0]));
+            } else if (next.point == '\\') {
+                result += "\\\\";
+            } else if (is_hidden(next.point)) {
+                result += escaped_point(next.point);
+            } else {
+                result += text.substr(0, next.size);
+            }
+            text.remove_prefix(next.size == 0 ? 1 : next.size);
         }
-        if (limit != 0 && count == limit) {
-            return result + "...";
-        }
-        const Decoded next = decode(text);
-        if (next.size == 0) {
-            result += escaped_byte(static_cast<unsigned char>(text[0]));
-        } else if (next.point == '\\') {
-            result += "\\\\";
-        } else if (is_hidden(next.point)) {
-            result += escaped_point(next.point);
-        } else {
-            result += text.substr(0, next.size);
-        }
-        text.remove_prefix(next.size == 0 ? 1 : next.size);
-    }
-    return result;
+        return result;
+    });
 }
 
 std::string quote_address(std::string_view url) {
@@ -158,57 +162,67 @@ std::string quote_address(std::string_view url) {
     if (at == std::string_view::npos || at < start) {
         return quote_foreign(url);
     }
-    return quote_foreign(url.substr(0, start)) + "***" + quote_foreign(url.substr(at));
+    return within_memory("write a text", [&] {
+        return quote_foreign(url.substr(0, start)) + "***" + quote_foreign(url.substr(at));
+    });
 }
 
 std::string to_hex(ByteView bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (const std::byte byte : bytes) {
-        text += kDigits[std::to_integer<unsigned>(byte) >> 4];
-        text += kDigits[std::to_integer<unsigned>(byte) & 0xF];
-    }
-    return text;
+    return within_memory("write a text", [&] {
+        constexpr char kDigits[] = "0123456789abcdef";
+        std::string text;
+        text.reserve(bytes.size() * 2);
+        for (const std::byte byte : bytes) {
+            text += kDigits[std::to_integer<unsigned>(byte) >> 4];
+            text += kDigits[std::to_integer<unsigned>(byte) & 0xF];
+        }
+        return text;
+    });
 }
 
 Bytes from_hex(std::string_view digits) {
-    // With colons between all octets, or none.
-    const std::size_t step = digits.size() > 2 && digits[2] == ':' ? 3 : 2;
-    Bytes bytes;
-    bytes.reserve(digits.size() / step + 1);
-    bool good = (digits.size() + step - 2) % step == 0;
-    for (std::size_t i = 0; good && i < digits.size(); i += step) {
-        const int high = digit_of(digits[i]);
-        const int low = digit_of(digits[i + 1]);
-        good = high >= 0 && low >= 0 && (step == 2 || i == 0 || digits[i - 1] == ':');
-        bytes.push_back(static_cast<std::byte>(high << 4 | low));
-    }
-    if (!good) {
-        throw Error(Category::misuse, "digest_malformed", 0,
-                    "\"" + quote_foreign(digits, 140) +
-                        "\" is not an even number of hexadecimal digits",
-                    "give digits 0-9 and a-f only, with colons between the octets or without");
-    }
-    return bytes;
+    return within_memory("write a text", [&] {
+        // With colons between all octets, or none.
+        const std::size_t step = digits.size() > 2 && digits[2] == ':' ? 3 : 2;
+        Bytes bytes;
+        bytes.reserve(digits.size() / step + 1);
+        bool good = (digits.size() + step - 2) % step == 0;
+        for (std::size_t i = 0; good && i < digits.size(); i += step) {
+            const int high = digit_of(digits[i]);
+            const int low = digit_of(digits[i + 1]);
+            good = high >= 0 && low >= 0 && (step == 2 || i == 0 || digits[i - 1] == ':');
+            bytes.push_back(static_cast<std::byte>(high << 4 | low));
+        }
+        if (!good) {
+            throw Error(Category::misuse, "digest_malformed", 0,
+                        "\"" + quote_foreign(digits, 140) +
+                            "\" is not an even number of hexadecimal digits",
+                        "give digits 0-9 and a-f only, with colons between the octets or without");
+        }
+        return bytes;
+    });
 }
 
 std::string utc_text(Time time) {
-    const std::time_t seconds = seconds_of(time);
-    std::tm fields{};
-    gmtime_r(&seconds, &fields);
-    return date_text(fields, time) + "Z";
+    return within_memory("write a text", [&] {
+        const std::time_t seconds = seconds_of(time);
+        std::tm fields{};
+        gmtime_r(&seconds, &fields);
+        return date_text(fields, time) + "Z";
+    });
 }
 
 std::string local_text(Time time) {
-    const std::time_t seconds = seconds_of(time);
-    std::tm fields{};
-    localtime_r(&seconds, &fields);
-    const long minutes = fields.tm_gmtoff / 60;
-    std::array<char, 32> zone{};
-    std::snprintf(zone.data(), zone.size(), "%c%02ld:%02ld", minutes < 0 ? '-' : '+',
-                  std::labs(minutes) / 60, std::labs(minutes) % 60);
-    return date_text(fields, time) + zone.data();
+    return within_memory("write a text", [&] {
+        const std::time_t seconds = seconds_of(time);
+        std::tm fields{};
+        localtime_r(&seconds, &fields);
+        const long minutes = fields.tm_gmtoff / 60;
+        std::array<char, 32> zone{};
+        std::snprintf(zone.data(), zone.size(), "%c%02ld:%02ld", minutes < 0 ? '-' : '+',
+                      std::labs(minutes) / 60, std::labs(minutes) % 60);
+        return date_text(fields, time) + zone.data();
+    });
 }
 
 } // namespace chronoseal

@@ -1,5 +1,5 @@
 // Verdicts, and who gives them.
-#include <chronoseal/seal/failure.h>
+#include <chronoseal/seal/out_of_memory.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/request_bytes.h>
 #include <chronoseal/seal/verification.h>
@@ -58,11 +58,13 @@ const Finding& Verdict::deciding() const {
 }
 
 Error Verdict::error() const {
-    const Finding& one = deciding();
-    const Category category = one.outcome == Outcome::failed   ? Category::refused
-                              : one.check == Check::revocation ? Category::unreachable
-                                                               : Category::misuse;
-    return Error(category, one.word, one.code, one.text, one.advice);
+    return within_memory("tell of the verdict", [&] {
+        const Finding& one = deciding();
+        const Category category = one.outcome == Outcome::failed   ? Category::refused
+                                  : one.check == Check::revocation ? Category::unreachable
+                                                                   : Category::misuse;
+        return Error(category, one.word, one.code, one.text, one.advice);
+    });
 }
 
 Verifier::Verifier(Trust trust)
@@ -80,9 +82,11 @@ Verdict Verifier::verify(const Stamp& stamp, const Expected& expected) const {
 }
 
 Verdict Verifier::verify(const Stamp& stamp, const Digest& digest) const {
-    Expected expected;
-    expected.digest = digest;
-    return verify(stamp, expected);
+    return within_memory("verify the time-stamp", [&] {
+        Expected expected;
+        expected.digest = digest;
+        return verify(stamp, expected);
+    });
 }
 
 namespace {
@@ -98,26 +102,32 @@ std::optional<HashAlgorithm> hash_of(const Stamp& stamp) {
 } // namespace
 
 Verdict Verifier::verify(const Stamp& stamp, ByteView data) const {
-    Expected expected;
-    if (const auto algorithm = hash_of(stamp)) {
-        expected.digest = Digest::of(data, *algorithm);
-    }
-    return verify(stamp, expected);
+    return within_memory("verify the time-stamp", [&] {
+        Expected expected;
+        if (const auto algorithm = hash_of(stamp)) {
+            expected.digest = Digest::of(data, *algorithm);
+        }
+        return verify(stamp, expected);
+    });
 }
 
 Verdict Verifier::verify_file(const Stamp& stamp, const std::filesystem::path& path,
                               const Progress& progress, std::stop_token stop) const {
-    Expected expected;
-    if (const auto algorithm = hash_of(stamp)) {
-        expected.digest = Digest::of_file(path, *algorithm, progress, std::move(stop));
-    }
-    return verify(stamp, expected);
+    return within_memory("verify the time-stamp", [&] {
+        Expected expected;
+        if (const auto algorithm = hash_of(stamp)) {
+            expected.digest = Digest::of_file(path, *algorithm, progress, std::move(stop));
+        }
+        return verify(stamp, expected);
+    });
 }
 
 Verdict Verifier::verify_token(const Stamp& stamp) const {
-    Expected expected;
-    expected.without_data = true;
-    return verify(stamp, expected);
+    return within_memory("verify the time-stamp", [&] {
+        Expected expected;
+        expected.without_data = true;
+        return verify(stamp, expected);
+    });
 }
 
 Expected Expected::of_request(ByteView request) {
