@@ -12,6 +12,35 @@
 # its test, is the whole folder. So an include of a floor that isn't linked, or of a header that isn't on its
 # list, doesn't compile.
 
+#
+# Floors are named by their short names everywhere in these files. The targets are `chronoseal_<name>`, those of the
+# platform libraries have the names of their files: somebody's project that takes this one in by add_subdirectory may
+# have a `core` of its own.
+
+# Remembers the target of a floor.
+function(chronoseal_name name target)
+  set_property(GLOBAL PROPERTY CHRONOSEAL_TARGET_OF_${name} ${target})
+endfunction()
+
+# Made by tests/, after the floors whose tests name it.
+chronoseal_name(loopback chronoseal_loopback)
+
+# The targets of these floors (or of their parts, <name>_private and <name>_inside); what is no floor stays as it is.
+function(chronoseal_targets out)
+  set(targets)
+  foreach(item IN LISTS ARGN)
+    string(REGEX MATCH "_(private|inside)$" part "${item}")
+    string(REGEX REPLACE "_(private|inside)$" "" floor "${item}")
+    get_property(target GLOBAL PROPERTY CHRONOSEAL_TARGET_OF_${floor})
+    if(target)
+      list(APPEND targets ${target}${part})
+    else()
+      list(APPEND targets ${item})
+    endif()
+  endforeach()
+  set(${out} ${targets} PARENT_SCOPE)
+endfunction()
+
 # The root `folder` of links, cleared of what is no longer on the list.
 function(chronoseal_link_root root)
   file(REMOVE_RECURSE ${root})
@@ -28,7 +57,7 @@ function(chronoseal_link root place file)
   file(CREATE_LINK ${file} ${root}/${place} SYMBOLIC)
 endfunction()
 
-# Makes `root`/public and the INTERFACE library <name>_private, which leads to the private headers too. `prefix`
+# Makes `root`/public and the INTERFACE library <target>_private, which leads to the private headers too. `prefix`
 # is where a header on OFFERS lies; those on PUBLIC lie at `public_prefix`, and are remembered for installing.
 function(chronoseal_headers name public_prefix prefix)
   cmake_parse_arguments(arg "" "" "PUBLIC;OFFERS" ${ARGN})
@@ -45,13 +74,15 @@ function(chronoseal_headers name public_prefix prefix)
     chronoseal_link(${root}/public ${prefix}/${header} ${CMAKE_CURRENT_SOURCE_DIR}/${header})
   endforeach()
   file(MAKE_DIRECTORY ${root}/public)
-  add_library(${name}_private INTERFACE)
+  chronoseal_targets(target ${name})
+  add_library(${target}_private INTERFACE)
 endfunction()
 
 # The private root: `place` in it is the folder `folder`.
 function(chronoseal_private_root name place folder)
   chronoseal_link(${PROJECT_BINARY_DIR}/floors/${name}/private ${place} ${folder})
-  target_include_directories(${name}_private INTERFACE ${PROJECT_BINARY_DIR}/floors/${name}/private)
+  chronoseal_targets(target ${name})
+  target_include_directories(${target}_private INTERFACE ${PROJECT_BINARY_DIR}/floors/${name}/private)
 endfunction()
 
 function(chronoseal_floor_sources out_sources out_tests)
@@ -72,8 +103,9 @@ function(chronoseal_floor_test name)
   if(NOT arg_INSIDE)
     set(arg_INSIDE ${name})
   endif()
+  chronoseal_targets(needed ${arg_INSIDE} ${name}_private ${arg_LINK})
   add_executable(${name}_test ${arg_SOURCES})
-  target_link_libraries(${name}_test PRIVATE ${arg_INSIDE} ${name}_private ${arg_LINK} GTest::gmock_main
+  target_link_libraries(${name}_test PRIVATE ${needed} GTest::gmock_main
                                              chronoseal_options Threads::Threads)
   target_compile_definitions(${name}_test PRIVATE
     CHRONOSEAL_TESTDATA="${CMAKE_CURRENT_SOURCE_DIR}/testdata"
@@ -88,16 +120,20 @@ function(chronoseal_floor name)
     set(arg_PUBLIC_AT chronoseal/${name})
   endif()
   chronoseal_floor_sources(sources tests)
-  add_library(${name} STATIC ${sources})
+  set(target chronoseal_${name})
+  chronoseal_name(${name} ${target})
+  chronoseal_targets(depends ${arg_DEPENDS})
+  chronoseal_targets(private ${arg_PRIVATE})
+  add_library(${target} STATIC ${sources})
   chronoseal_headers(${name} ${arg_PUBLIC_AT} chronoseal/${name} PUBLIC ${arg_PUBLIC} OFFERS ${arg_OFFERS})
   chronoseal_private_root(${name} chronoseal/${name} ${CMAKE_CURRENT_SOURCE_DIR})
-  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
-  target_link_libraries(${name} PUBLIC ${arg_DEPENDS}
-    PRIVATE chronoseal_options $<BUILD_INTERFACE:${name}_private> ${arg_PRIVATE})
+  target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
+  target_link_libraries(${target} PUBLIC ${depends}
+    PRIVATE chronoseal_options $<BUILD_INTERFACE:${target}_private> ${private})
   chronoseal_floor_test(${name} SOURCES ${tests} LINK ${arg_TEST_LINK})
 endfunction()
 
-# A room of a platform library: a subfolder `room`, reached as <basalt/room/x.h>, whose objects see the library's public
+# A room of the platform library `name`: a subfolder `room`, reached as <basalt/room/x.h>, whose objects see the library's public
 # headers, their own folder and the rooms named behind it, and nothing else of the library.
 function(chronoseal_room name room)
   cmake_parse_arguments(arg "" "" "OVER;DEPENDS" ${ARGN})
@@ -113,36 +149,38 @@ endfunction()
 
 # A platform library: the same, but shared, with its own name for the file, and its public headers at <basalt/x.h>.
 # Its private headers are reached as <basalt/<name>/x.h>. With ROOMS it is made of rooms: each is named with the rooms
-# under it, as "chain:store,coding", from the ground up.
+# under it, as "chain:store,coding", from the ground up. The target is called as the file is.
 function(chronoseal_platform name file)
   cmake_parse_arguments(arg "" "" "PUBLIC;OFFERS;ROOMS;DEPENDS;PRIVATE;TEST_LINK" ${ARGN})
   chronoseal_floor_sources(sources tests)
+  chronoseal_name(${name} ${file})
+  chronoseal_targets(depends ${arg_DEPENDS})
   chronoseal_headers(${name} basalt basalt/${name} PUBLIC ${arg_PUBLIC} OFFERS ${arg_OFFERS})
   foreach(entry IN LISTS arg_ROOMS)
     string(REPLACE ":" ";" parts ${entry})
     list(POP_FRONT parts room)
     string(REPLACE "," ";" below "${parts}")
-    chronoseal_room(${name} ${room} OVER ${below} DEPENDS ${arg_DEPENDS} ${arg_PRIVATE})
+    chronoseal_room(${name} ${room} OVER ${below} DEPENDS ${depends} ${arg_PRIVATE})
     chronoseal_private_root(${name} basalt/${room} ${CMAKE_CURRENT_SOURCE_DIR}/${room})
     list(APPEND objects $<TARGET_OBJECTS:${name}_${room}>)
   endforeach()
   if(arg_ROOMS)
-    add_library(${name} SHARED ${objects})
+    add_library(${file} SHARED ${objects})
   else()
-    add_library(${name} SHARED ${sources})
-    set(objects $<TARGET_OBJECTS:${name}>)
+    add_library(${file} SHARED ${sources})
+    set(objects $<TARGET_OBJECTS:${file}>)
     chronoseal_private_root(${name} basalt/${name} ${CMAKE_CURRENT_SOURCE_DIR})
   endif()
-  set_target_properties(${name} PROPERTIES OUTPUT_NAME ${file} VERSION 1.0.0 SOVERSION 1)
-  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
-  target_link_libraries(${name} PUBLIC ${arg_DEPENDS}
-    PRIVATE chronoseal_options $<BUILD_INTERFACE:${name}_private> ${arg_PRIVATE})
-  target_link_options(${name} PRIVATE ${CHRONOSEAL_NO_UNDEFINED} -Wl,--as-needed)
+  set_target_properties(${file} PROPERTIES VERSION 1.0.0 SOVERSION 1)
+  target_include_directories(${file} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
+  target_link_libraries(${file} PUBLIC ${depends}
+    PRIVATE chronoseal_options $<BUILD_INTERFACE:${file}_private> ${arg_PRIVATE})
+  target_link_options(${file} PRIVATE ${CHRONOSEAL_NO_UNDEFINED} -Wl,--as-needed)
   # The test is linked with the library's objects, so that it reaches what the library hides.
-  add_library(${name}_inside INTERFACE)
-  target_sources(${name}_inside INTERFACE ${objects})
-  target_include_directories(${name}_inside INTERFACE
-    $<TARGET_PROPERTY:${name},INTERFACE_INCLUDE_DIRECTORIES>)
-  target_link_libraries(${name}_inside INTERFACE ${arg_DEPENDS} ${arg_PRIVATE})
+  add_library(${file}_inside INTERFACE)
+  target_sources(${file}_inside INTERFACE ${objects})
+  target_include_directories(${file}_inside INTERFACE
+    $<TARGET_PROPERTY:${file},INTERFACE_INCLUDE_DIRECTORIES>)
+  target_link_libraries(${file}_inside INTERFACE ${depends} ${arg_PRIVATE})
   chronoseal_floor_test(${name} SOURCES ${tests} LINK ${arg_TEST_LINK} INSIDE ${name}_inside)
 endfunction()

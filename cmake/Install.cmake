@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 set_target_properties(libchronoseal PROPERTIES EXPORT_NAME chronoseal)
 target_include_directories(libchronoseal INTERFACE
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-install(TARGETS libchronoseal basalt20 basaltnet basalt10 sup visibility EXPORT chronosealTargets
+install(TARGETS libchronoseal basalt20 basaltnet basalt10 basaltsup chronoseal_visibility EXPORT chronosealTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/chronoseal)
 install(EXPORT chronosealTargets NAMESPACE chronoseal:: DESTINATION ${package_folder})
