@@ -204,12 +204,12 @@ void CRequest::Impl::encode_request() {
         if (fresh_nonce.cbData() != 0) {
             fresh_nonce.pbData()[0] &= 0x7F; // positive, as `abs` would make it
         }
-        message.put_nonce(&fresh_nonce);
+        message.swap_nonce(fresh_nonce);
     }
     trace("MakeRequest", "Encoding request...\n");
     encodedRequest = message.encode();
     if (useNonce) {
-        nonce.swap(fresh_nonce);
+        message.swap_nonce(nonce);
     }
 }
 

@@ -62,6 +62,13 @@ void CRequest::put_reqPolicy(const char* oid) {
     policy_ = oid;
 }
 
+void CRequest::swap_nonce(ASN1::CBigInteger& nonce) {
+    if (!nonce_) {
+        nonce_.emplace();
+    }
+    nonce_->swap(nonce);
+}
+
 void CRequest::put_nonce(const ASN1::CBigInteger* nonce) {
     nonce_.reset();
     if (nonce) {

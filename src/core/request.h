@@ -26,6 +26,8 @@ public:
     void put_reqPolicy(const char* oid);
     // Null takes the nonce away; else a copy is kept.
     void put_nonce(const ASN1::CBigInteger* nonce);
+    // Takes the value over, and gives away the one that it had; empty: none.
+    void swap_nonce(ASN1::CBigInteger& nonce);
 
     CBlob encode() const;
     // Replaces the value; if it fails the value stays as it was.
