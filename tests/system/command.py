@@ -11,7 +11,7 @@ import stat
 import subprocess
 import time
 
-from asn1crypto import core
+from asn1crypto import cms, core
 
 import forge
 import program
@@ -469,20 +469,18 @@ class Screen(program.SystemTest):
 
 class CarriedStamps(program.SystemTest):
     def test_a_stamp_carried_by_a_forged_token_makes_it_no_better(self):
-        from asn1crypto import cms
         folder = self.workspace.path
         root = forge.issue(folder, "honest root", ca=True)
         honest = forge.issue(folder, "honest tsa", root)
         evil = forge.issue(folder, "evil", forge.issue(folder, "evil root", ca=True))
         data = self.workspace.write("data", b"data")
-        forged = cms.ContentInfo.load(
-            forge.make_token(evil, forge.tst_info(hashlib.sha256(b"data").digest())))
-        info = forged["content"]["signer_infos"][0]
-        carried = forge.make_token(
-            honest, forge.tst_info(hashlib.sha256(info["signature"].native).digest()))
-        info["unsigned_attrs"] = [cms.CMSAttribute(
-            {"type": "1.2.840.113549.1.9.16.2.14", "values": [cms.ContentInfo.load(carried)]})]
-        stamp = self.workspace.write("forged.tst", forged.dump(force=True))
+        content = forge.tst_info(hashlib.sha256(b"data").digest())
+        info = forge.signer_info(evil, content, forge.signed_attributes(evil, content))
+        signature = cms.SignerInfo.load(info)["signature"].native
+        carried = forge.make_token(honest, forge.tst_info(hashlib.sha256(signature).digest()))
+        _, begin, end = forge.read_header(info, 0)
+        info = forge.element(0x30, info[begin:end] + forge.element(0xA1, forge.attribute("1.2.840.113549.1.9.16.2.14", carried)))
+        stamp = self.workspace.write("forged.tst", forge.signed_data(content, [info], [evil.der]))
         result = self.workspace.run("verify", stamp, "--data", data, "--roots", root.write_pem(folder / "honest.pem"))
         self.expect(result, REFUSED, "0x800B01")
 
