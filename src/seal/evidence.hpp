@@ -245,7 +245,7 @@ private:
 // list of the new hashes by the same names, each line's record and the list's own get a new chain
 // under one stamp. Names have to be the same octets, in whatever order. Whether both lists are of
 // the same files is for the caller to have verified. The new list is itself a leaf and gets a
-// record of its own. Memory grows with the lists: some 350 bytes a line. Belongs to one thread.
+// record of its own. Memory grows with the lists: some 400 bytes a line. Belongs to one thread.
 class CHRONOSEAL_API ManifestRenewal {
 public:
     // Reads both lists. `record` is the old one's: as it is before the renewal, or, to `prove`,

@@ -215,27 +215,23 @@ TEST_F(EvidenceVerifierTest, AGroupIsRenewedByANewHash) {
 
 // Each chain is over all before it, so that a few MiB can ask for hours of hashing.
 TEST_F(EvidenceVerifierTest, TheWorkForOneRecordIsBounded) {
-    Hashes many;
-    for (std::uint32_t i = 0; i < 300'000; ++i) {
-        std::string hash(32, '\0');
-        hash.replace(0, 4, reinterpret_cast<const char*>(&i), 4);
-        many.push_back(hash);
-    }
-    many.push_back(digest);
-    std::vector<Hashes> chains{{stamp_text({many}, token(joined(many)))}};
-    const std::size_t rounds = (std::size_t{1} << 30) / chains[0][0].size() + 1;
-    std::string word;
-    for (std::size_t i = 0; i < rounds; ++i) {
-        if (i == 3) {
-            EXPECT_EQ(fault(record_text(chains, {tsp::kSha256Oid, kSha512Oid})), "");
-        }
+    const std::string bulk =
+        tsp::attribute("1.2.3", tsp::element(0x04, std::string(32 << 20, 'x')));
+    std::vector<Hashes> chains{{tsp::sequence(tsp::element(0xA1, bulk) + token(digest))}};
+    std::string sequence = tsp::sequence(chains[0][0]);
+    for (std::size_t i = 0; i < (std::size_t{512} << 20) / bulk.size() + 1; ++i) {
         const bool wide = i % 2 == 0;
         const EVP_MD* by = wide ? EVP_sha512() : EVP_sha256();
         const char* oid = wide ? kSha512Oid : tsp::kSha256Oid;
-        const std::string leaf = hashed(hashed("data", by) + hashed(sequence_text(chains), by), by);
+        const std::string leaf =
+            hashed(hashed("data", by) + hashed(tsp::sequence(sequence), by), by);
         chains.push_back({stamp_text({{leaf}}, token(leaf, "20250601120000Z", oid), oid)});
+        sequence += tsp::sequence(chains.back()[0]);
     }
-    EXPECT_EQ(fault(record_text(chains, {tsp::kSha256Oid, kSha512Oid})), "record_too_large");
+    const Hashes oids{tsp::kSha256Oid, kSha512Oid};
+    EXPECT_EQ(fault(record_text(chains, oids)), "record_too_large");
+    chains.resize(3);
+    EXPECT_EQ(fault(record_text(chains, oids)), "");
 }
 
 TEST_F(EvidenceVerifierTest, ALargeGroupIsComparedWhole) {

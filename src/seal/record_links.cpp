@@ -13,7 +13,7 @@ namespace chronoseal {
 namespace {
 
 constexpr char kNoTrust[] = "don't trust this record";
-constexpr std::uint64_t kMostHashed = std::uint64_t{1} << 30;
+constexpr std::uint64_t kMostHashed = std::uint64_t{512} << 20;
 
 struct Broken {
     std::size_t stamp;
@@ -237,7 +237,7 @@ private:
         if (hashed_ > kMostHashed) {
             break_at(index, "record_too_large",
                      "the evidence record has so many chains that to follow them takes more than "
-                     "1 GiB of hashing",
+                     "512 MiB of hashing",
                      "don't use it: honest records are far smaller");
         }
         return hash.of({sequence_der(encoded)});
