@@ -1,5 +1,6 @@
 // Lists of hashes, line by line, by callbacks.
 #include <optional>
+#include <utility>
 
 #include <chronoseal/c_interface/call.h>
 #include <chronoseal/c_interface/view.h>
@@ -51,8 +52,7 @@ auto go_on(chronoseal_manifest_reader* handle, Step&& step) {
         throw Error(Category::misuse, "manifest_finished", 0, "the list is finished or has failed",
                     "make a reader for each list");
     }
-    ManifestReader reader = *std::move(running);
-    running.reset();
+    ManifestReader reader = std::exchange(running, std::nullopt).value();
     return step(reader);
 }
 
