@@ -96,7 +96,7 @@ TEST_F(CMachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
     };
     const std::string signer = authority.signer_der();
     EXPECT_EQ(trust(given, tsp::sha256("x")), "root_differs");
-    EXPECT_EQ(trust(given, ""), "root_differs");
+    EXPECT_EQ(trust(given, ""), "digest_malformed");
     EXPECT_EQ(trust(source_of(signer), tsp::sha256(signer)), "not_a_root");
     EXPECT_TRUE(all().empty());
     EXPECT_EQ(trust(given, hash), "");

@@ -10,6 +10,7 @@
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/file_bytes.h>
 #include <chronoseal/seal/malformed_part.h>
+#include <chronoseal/seal/out_of_memory.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/signed_bytes.h>
 #include <chronoseal/seal/stamp_access.h>
@@ -315,23 +316,25 @@ const Bytes& Stamp::response() const noexcept {
 
 // TimeStampResp ::= SEQUENCE { status SEQUENCE { INTEGER 0 }, timeStampToken }
 Bytes Stamp::as_response() const {
-    if (!content_->response.empty()) {
-        return content_->response;
-    }
-    constexpr std::array<unsigned char, 5> kGranted{0x30, 0x03, 0x02, 0x01, 0x00};
-    std::size_t length = kGranted.size() + content_->token.size();
-    Bytes head;
-    for (std::size_t rest = length; rest != 0; rest >>= 8) {
-        head.insert(head.begin(), static_cast<std::byte>(rest & 0xFF));
-    }
-    if (length >= 0x80) {
-        head.insert(head.begin(), static_cast<std::byte>(0x80 | head.size()));
-    }
-    head.insert(head.begin(), static_cast<std::byte>(der_tag::kSequence));
-    const Bytes granted = copy_of(kGranted.data(), kGranted.size());
-    head.insert(head.end(), granted.begin(), granted.end());
-    head.insert(head.end(), content_->token.begin(), content_->token.end());
-    return head;
+    return within_memory("write the response", [&]() -> Bytes {
+        if (!content_->response.empty()) {
+            return content_->response;
+        }
+        constexpr std::array<unsigned char, 5> kGranted{0x30, 0x03, 0x02, 0x01, 0x00};
+        std::size_t length = kGranted.size() + content_->token.size();
+        Bytes head;
+        for (std::size_t rest = length; rest != 0; rest >>= 8) {
+            head.insert(head.begin(), static_cast<std::byte>(rest & 0xFF));
+        }
+        if (length >= 0x80) {
+            head.insert(head.begin(), static_cast<std::byte>(0x80 | head.size()));
+        }
+        head.insert(head.begin(), static_cast<std::byte>(der_tag::kSequence));
+        const Bytes granted = copy_of(kGranted.data(), kGranted.size());
+        head.insert(head.end(), granted.begin(), granted.end());
+        head.insert(head.end(), content_->token.begin(), content_->token.end());
+        return head;
+    });
 }
 
 const std::string& Stamp::authority() const noexcept {
