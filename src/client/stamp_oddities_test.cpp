@@ -211,7 +211,7 @@ TEST(StampOddities, PartsOfTheMessage) {
         {"signer's name that is none",
          signer(attribute("1.2.840.113549.1.9.16.2.47", element(0x04, "x"))), kGood},
     });
-    for (const std::size_t size : {1, 7, 1000}) {
+    for (const std::size_t size : {1U, 7U, 1000U}) {
         EXPECT_EQ(imported(pieces(size)), kGood) << "content in pieces of " << size;
     }
 }
