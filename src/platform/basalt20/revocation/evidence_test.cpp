@@ -369,6 +369,11 @@ TEST_F(EvidenceTest, JunkThatCameAlongBuriesNothingOfOnesOwn) {
         give_list(junk);
     }
     std::swap(store_, own_);
+    for (int i = 0; i < 80; ++i) { // nor does what is kept at hand, as far as a verdict may cost
+        ListSpec junk = list("2.5.29.20=ASN1:INTEGER:" + std::to_string(1000 + i));
+        junk.signer = rogue.get();
+        give_list(junk);
+    }
     give_list(revoking(*certificate, list()));
     std::swap(store_, own_);
     EXPECT_EQ(judge(*certificate), kRevoked);
@@ -453,6 +458,34 @@ TEST_F(EvidenceTest, AnAuthorityIsNotClearedByItsOwnCreatures) {
     for (const RevocationMode mode : {RevocationMode::require, RevocationMode::available}) {
         EXPECT_EQ(judge(path, 1, mode), kUnknown);
     }
+}
+
+// Of a certificate that has ended, those may have spoken who have ended since, but not those whose
+// key was in doubt by then.
+TEST_F(EvidenceTest, OfWhatHasEndedAnEndedResponderMaySpeak) {
+    constexpr int kEnd = kMade + 5;
+    const PartyOwner ended = make_party({.name = "stamps", .issuer = ca_.get(), .end = kEnd});
+    const PartyOwner valid = leaf();
+    const PartyOwner past = make_party({.name = "responder",
+                                        .issuer = ca_.get(),
+                                        .extensions = "extendedKeyUsage=OCSPSigning\n"
+                                                      "noCheck=ignored",
+                                        .end = kEnd});
+    give_answer(answer(*ended, *past));
+    give_answer(answer(*valid, *past));
+    EXPECT_EQ(judge(*ended), kGood);
+    EXPECT_EQ(judge(*valid), kUnknown);
+
+    forget();
+    const PartyOwner doubtful = make_party(
+        {.name = "responder", .issuer = ca_.get(), .extensions = "extendedKeyUsage=OCSPSigning"});
+    give_answer(answer(*ended, *doubtful));
+    EXPECT_EQ(judge(*ended, RevocationMode::available), kGood);
+    ListSpec later = list(); // made after the certificate's end, and so silent about it
+    later.made = kEnd + 1;
+    later.entries = {{doubtful.get(), kMade + 2}};
+    give_list(later);
+    EXPECT_EQ(judge(*ended, RevocationMode::available), kUnknown);
 }
 
 TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
