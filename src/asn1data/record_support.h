@@ -3,6 +3,7 @@
 // ASN1MessageBuffer::RTLError with -12 when memory is gone.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <cstring>
 
@@ -25,6 +26,10 @@ inline int failed(ASN1CTXT* ctx, int status) {
 
 /// A constraint is violated by the value at `path`: -23, latched.
 int violated(ASN1CTXT* ctx, const char* path, std::int64_t value);
+template <std::unsigned_integral Size>
+int violated(ASN1CTXT* ctx, const char* path, Size size) {
+    return violated(ctx, path, static_cast<std::int64_t>(size));
+}
 
 /// Puts the tag and the length around `length` bytes of contents if tagging asks for it.
 int sealed(ASN1CTXT* ctx, ASN1TagType tagging, std::uint32_t tag, int length);
