@@ -148,7 +148,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const Question question{at, now(), usage};
     counts_ = {};
     considered_.clear();
-    accepted_.reset();
+    candidates_.clear();
     best_refused_.reset();
     open_.clear();
     std::optional<Judgement> found = search(question);
@@ -179,11 +179,37 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
 
 std::optional<Judgement> ChainSession::search(const Question& question) {
     PathSearch search(pool_, budget_, counts_, question.at);
-    search.run(end_, [&](const Path& path) { return consider(path, question); });
-    reached_anchor_ = search.reached_anchor() || best_refused_ || !open_.empty();
+    const bool asks_of_keys = request_.revocation != RevocationScope::none;
+    search.run(end_, [&](const Path& path) {
+        // Another path through the same keys may have something to tell of them.
+        return consider(path, question) && !(asks_of_keys && search.may_have_another());
+    });
+    reached_anchor_ =
+        search.reached_anchor() || best_refused_ || !open_.empty() || !candidates_.empty();
     longest_ = search.longest();
     dead_ends_ = search.dead_ends();
-    return std::exchange(accepted_, std::nullopt);
+    return take_candidate();
+}
+
+// The first whose keys nobody has called compromised under its anchor.
+std::optional<Judgement> ChainSession::take_candidate() {
+    std::optional<Judgement> taken;
+    for (Judgement& candidate : candidates_) {
+        if (!mark_compromised_keys(candidate)) {
+            taken = std::move(candidate);
+            break;
+        }
+        candidate.judged_to = JudgedTo::revocation;
+        refuse(std::move(candidate));
+    }
+    candidates_.clear();
+    return taken;
+}
+
+void ChainSession::refuse(Judgement judgement) {
+    if (!best_refused_ || judgement.judged_to > best_refused_->judged_to) {
+        best_refused_ = std::move(judgement);
+    }
 }
 
 bool ChainSession::consider(const Path& path, const Question& question) {
@@ -199,14 +225,13 @@ bool ChainSession::consider(const Path& path, const Question& question) {
             return false;
         }
     }
-    if (judgement.good()) {
-        accepted_ = std::move(judgement);
-        return true;
+    const bool good = judgement.good();
+    if (good) {
+        candidates_.push_back(std::move(judgement));
+    } else {
+        refuse(std::move(judgement));
     }
-    if (!best_refused_ || judgement.judged_to > best_refused_->judged_to) {
-        best_refused_ = std::move(judgement);
-    }
-    return false;
+    return good;
 }
 
 const PathErrors& ChainSession::structure_of(const Path& path) {
@@ -275,24 +300,29 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
         element.status = status_of(path, entries, i, status);
         element.status_passes = passes(*element.status, settings_.revocation);
         if (element.status->key_is_compromised()) {
-            compromised_keys_.push_back(element.certificate->key_bits());
+            compromised_keys_.emplace_back(element.certificate->key_bits(),
+                                           path.back()->key_bits());
         }
         if (element.status->standing == Standing::revoked) {
             return;
         }
     }
-    // A key in strange hands makes no path good, whichever certificate says so.
+    // A key in strange hands makes no path to that anchor good, whichever certificate says so.
     if (!mark_compromised_keys(judgement) && all_pass(judgement)) {
         judgement.judged_to = JudgedTo::good;
     }
 }
 
+// Only by what was said under the same anchor: whoever stands under another one could certify
+// anybody's key, for a certificate needs no proof that its owner has it, and revoke that.
 bool ChainSession::mark_compromised_keys(Judgement& judgement) const {
     bool any = false;
+    const Bytes anchor = judgement.elements.back().certificate->key_bits();
     for (JudgedElement& element : judgement.elements) {
-        element.key_is_compromised =
-            std::any_of(compromised_keys_.begin(), compromised_keys_.end(), [&](Bytes key) {
-                return same_bytes(element.certificate->key_bits(), key);
+        const Bytes key = element.certificate->key_bits();
+        element.key_is_compromised = std::any_of(
+            compromised_keys_.begin(), compromised_keys_.end(), [&](const KeyUnderAnchor& told) {
+                return same_bytes(told.first, key) && same_bytes(told.second, anchor);
             });
         any = any || element.key_is_compromised;
     }
@@ -308,9 +338,7 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
         if (judgement.good()) {
             return std::move(judgement);
         }
-        if (!best_refused_ || judgement.judged_to > best_refused_->judged_to) {
-            best_refused_ = std::move(judgement);
-        }
+        refuse(std::move(judgement));
     }
     open_.clear();
     return std::nullopt;

@@ -78,7 +78,12 @@ private:
     CertificatePath path_of(const CertificateEntry& signer, const CertificateEntry& anchor,
                             FileTicks at) override;
 
+    // A certificate's key, and the key of the anchor under which a statement was made about it.
+    using KeyUnderAnchor = std::pair<Bytes, Bytes>;
+
     std::optional<Judgement> search(const Question& question);
+    std::optional<Judgement> take_candidate();
+    void refuse(Judgement judgement);
     bool consider(const Path& path, const Question& question);
     Judgement judge_path(const Path& path, const Question& question);
     const PathErrors& structure_of(const Path& path);
@@ -107,14 +112,14 @@ private:
     SearchCounts counts_;
 
     std::map<Path, PathErrors> structures_;
-    std::vector<Bytes> compromised_keys_;
+    std::vector<KeyUnderAnchor> compromised_keys_;
 
     // Of which nothing is known and nobody can be asked, at whatever moment.
     std::set<std::pair<Path, std::size_t>> without_source_;
 
     // Of the judgement that is under way.
     std::set<Path> considered_;
-    std::optional<Judgement> accepted_;
+    std::vector<Judgement> candidates_; // good, if no other path tells that a key is compromised
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched
     bool reached_anchor_ = false;

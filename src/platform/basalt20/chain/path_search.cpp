@@ -159,6 +159,21 @@ bool PathSearch::run_by_names(PoolCertificate& start, const Judge& judge) {
     return run(start, judge);
 }
 
+// Who made a signature is told by the key: only a like-keyed one could stand in its place. In that
+// of the anchor it would lead to another one.
+bool PathSearch::may_have_another() const {
+    for (std::size_t i = 0; i + 2 < path_.size(); ++i) {
+        const std::vector<PoolCertificate*>& issuers = issuers_.at(path_[i]);
+        const auto is_twin = [&](const PoolCertificate* issuer) {
+            return issuer != path_[i + 1] && same_key(*issuer, *path_[i + 1]);
+        };
+        if (issuers.size() > 1 && std::any_of(issuers.begin(), issuers.end(), is_twin)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool PathSearch::climb() {
     PoolCertificate& top = *path_.back();
     const bool reached_before = std::exchange(reached_anchor_, top.is_anchor);

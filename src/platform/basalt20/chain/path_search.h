@@ -37,6 +37,10 @@ public:
     // a bad signature from a missing issuer.
     bool run_by_names(PoolCertificate& start, const Judge& judge);
 
+    // For the judge, of the path that it has before it: some certificate below the anchor isn't the
+    // only one of its name and key.
+    bool may_have_another() const;
+
     bool reached_anchor() const { return reached_anchor_; }
 
     // When no anchor was reached: the longest way up, to an unknown root if there is one.
