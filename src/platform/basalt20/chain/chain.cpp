@@ -3,6 +3,7 @@
 
 #include <basalt/chain/chain_context.h>
 #include <basalt/chain/chain_engine.h>
+#include <basalt/chain/fetching_handle.h>
 #include <basalt/chain/trust_anchors.h>
 #include <basalt/revocation/revocation_mode.h>
 
@@ -62,9 +63,28 @@ BOOL CertGetCertificateChain(HCERTCHAINENGINE hChainEngine, PCCERT_CONTEXT pCert
                 reinterpret_cast<const BASALT_CHAIN_PARA*>(pChainPara)->RequestedIssuancePolicy);
         }
         request.flags = dwFlags;
-        *ppChainContext = Chain::build(settings_of(hChainEngine), std::move(request));
+        ChainSettings settings = settings_of(hChainEngine);
+        // By its exact size: the published record goes on in another way.
+        if (pChainPara->cbSize == sizeof(BASALT_FETCHING_CHAIN_PARA)) {
+            settings.fetching = fetching_of(
+                reinterpret_cast<const BASALT_FETCHING_CHAIN_PARA*>(pChainPara)->hFetching);
+        }
+        *ppChainContext = Chain::build(std::move(settings), std::move(request));
         return TRUE;
     });
+}
+
+BOOL BasaltCreateFetching(HBASALT_FETCHING* phFetching) {
+    return guarded(FALSE, [&] {
+        require(phFetching != nullptr);
+        *phFetching = nullptr;
+        *phFetching = create_fetching();
+        return TRUE;
+    });
+}
+
+void BasaltFreeFetching(HBASALT_FETCHING hFetching) {
+    free_fetching(hFetching);
 }
 
 PCCERT_CHAIN_CONTEXT CertDuplicateCertificateChain(PCCERT_CHAIN_CONTEXT pChainContext) {

@@ -15,7 +15,7 @@ struct Engine {
     std::optional<FileTicks> now;
     bool may_fetch = true;
     bool given_only = false;
-    std::chrono::milliseconds fetching_time{15000};
+    std::chrono::milliseconds fetching_time = kFetchingTime;
     bool uses_system_stores = true;
     std::vector<std::shared_ptr<void>> stores;
 };

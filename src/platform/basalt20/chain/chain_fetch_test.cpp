@@ -75,6 +75,37 @@ TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {
     EXPECT_EQ(server_.requests(), 1u);
 }
 
+TEST_F(ChainFetchTest, ChainsThatShareTheirFetchingAskOnceForWhatFails) {
+    const auto stamper =
+        make_party({"stamper", middle_.get(),
+                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/missing"))});
+    const CertificateReference end = context_of(encoded(stamper.get()));
+    const StoreReference bag = store_of({encoded(middle_.get())});
+    const EngineReference engine = make_engine(setting_);
+    const auto ask = [&](HBASALT_FETCHING fetching) {
+        BASALT_FETCHING_CHAIN_PARA para{};
+        para.Base.Base.cbSize = sizeof para;
+        para.hFetching = fetching;
+        PCCERT_CHAIN_CONTEXT chain = nullptr;
+        const BOOL built = CertGetCertificateChain(
+            engine.get(), end.get(), nullptr, bag.get(), &para.Base.Base,
+            CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT, nullptr, &chain);
+        const ChainReference owned(chain);
+        return built ? stamp_verdict(owned) : GetLastError();
+    };
+    HBASALT_FETCHING shared = nullptr;
+    ASSERT_TRUE(BasaltCreateFetching(&shared));
+    EXPECT_EQ(ask(shared), CRYPT_E_REVOCATION_OFFLINE);
+    EXPECT_EQ(ask(shared), CRYPT_E_REVOCATION_OFFLINE);
+    EXPECT_EQ(server_.requests(), 1u);
+    EXPECT_EQ(ask(nullptr), CRYPT_E_REVOCATION_OFFLINE);
+    EXPECT_EQ(server_.requests(), 2u) << "one that stands alone asks for itself";
+    BasaltFreeFetching(shared);
+    BasaltFreeFetching(nullptr);
+    EXPECT_EQ(ask(shared), ERROR_INVALID_HANDLE);
+    EXPECT_FALSE(BasaltCreateFetching(nullptr));
+}
+
 // One engine, one cache folder, one cache of prepared certificates, and one chain that several
 // threads judge: each gets its own right verdict.
 TEST_F(ChainFetchTest, ManyThreadsShareAnEngineAChainAndTheCaches) {

@@ -86,8 +86,8 @@ int weak_key_error(std::size_t index) {
 
 ChainSession::ChainSession(ChainSettings settings, SessionRequest request)
     : settings_(std::move(settings)), request_(std::move(request)), pool_(settings_.anchors),
-      budget_(limits_for(settings_)), retrieval_(budget_), issuers_(pool_, retrieval_),
-      end_(pool_.start(request_.end)) {
+      budget_(limits_for(settings_), std::chrono::steady_clock::now, settings_.fetching),
+      retrieval_(budget_), issuers_(pool_, retrieval_), end_(pool_.start(request_.end)) {
     if (settings_.revocation == RevocationMode::off) {
         request_.revocation = RevocationScope::none;
     }

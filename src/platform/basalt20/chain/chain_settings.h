@@ -5,6 +5,7 @@
 #include <basalt/chain/trust_anchors.h>
 #include <basalt/coding/file_ticks.h>
 #include <basalt/network/http_client.h>
+#include <basalt/revocation/fetching.h>
 #include <basalt/revocation/revocation_mode.h>
 #include <basalt/store/certificate_reference.h>
 
@@ -23,7 +24,8 @@ struct ChainSettings {
     bool may_fetch = true;
     IssuerReach issuers = IssuerReach::outside;
     bool given_only = false; // neither the cache nor the system store `CA` is looked at
-    std::chrono::milliseconds fetching_time{15000};
+    std::chrono::milliseconds fetching_time = kFetchingTime;
+    std::shared_ptr<Fetching> fetching;        // with other chains; null: there are none
     bool uses_system_stores = true;            // `CA` and `My` as candidates
     std::vector<std::shared_ptr<void>> stores; // candidates beside those of the question
 };

@@ -38,8 +38,8 @@ unsigned signature_weight(const EVP_PKEY* key) {
     return small_rsa || is_p256(key) ? kCheap : kDear;
 }
 
-Budget::Budget(const BudgetLimits& limits, Clock clock)
-    : limits_(limits), clock_(std::move(clock)) {}
+Budget::Budget(const BudgetLimits& limits, Clock clock, std::shared_ptr<Fetching> shared)
+    : limits_(limits), own_(limits.fetching_time, std::move(clock)), shared_(std::move(shared)) {}
 
 bool Budget::take_certificate_signature(const EVP_PKEY* key) {
     return take(certificate_signatures_, limits_.certificate_signatures, signature_weight(key));
@@ -73,13 +73,8 @@ bool Budget::take_fetching_path() {
 }
 
 std::chrono::milliseconds Budget::fetching_time_left() {
-    const TimePoint now = clock_();
-    if (!started_) {
-        started_ = true;
-        deadline_ = now + limits_.fetching_time;
-    }
-    return std::max(std::chrono::duration_cast<std::chrono::milliseconds>(deadline_ - now),
-                    std::chrono::milliseconds(0));
+    const std::chrono::milliseconds left = own_.time_left();
+    return shared_ ? std::min(left, shared_->time_left()) : left;
 }
 
 } // namespace basalt

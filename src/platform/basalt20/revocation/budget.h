@@ -1,12 +1,14 @@
 // What one verdict may cost: signatures, paths, steps, and one deadline for everything that is
-// fetched. Whoever is about to spend asks first; a refusal means that the question stays open, and
-// never that something is good. One object a verdict, for one thread; nothing fails.
+// fetched, which several verdicts may share. Whoever is about to spend asks first; a refusal means
+// that the question stays open, and never that something is good. One object a verdict, for one
+// thread; nothing fails.
 #pragma once
+
+#include <basalt/revocation/fetching.h>
 
 #include <openssl/evp.h>
 
-#include <chrono>
-#include <functional>
+#include <memory>
 
 namespace basalt {
 
@@ -24,7 +26,7 @@ struct BudgetLimits {
     unsigned fetching_paths = 2;
     unsigned addresses = 4; // for each certificate
     std::size_t object_bytes = std::size_t{4} << 20;
-    std::chrono::milliseconds fetching_time{15000};
+    std::chrono::milliseconds fetching_time = kFetchingTime;
 };
 
 // How much a signature check with that key costs: 1 for RSA up to 4096 bits and for P-256, 10 for
@@ -33,10 +35,12 @@ unsigned signature_weight(const EVP_PKEY* key);
 
 class Budget {
 public:
-    using TimePoint = std::chrono::steady_clock::time_point;
-    using Clock = std::function<TimePoint()>;
+    using TimePoint = Fetching::TimePoint;
+    using Clock = Fetching::Clock;
 
-    explicit Budget(const BudgetLimits& limits = {}, Clock clock = std::chrono::steady_clock::now);
+    // `shared` bounds the fetching of this verdict and others together; null: there are no others.
+    explicit Budget(const BudgetLimits& limits = {}, Clock clock = std::chrono::steady_clock::now,
+                    std::shared_ptr<Fetching> shared = nullptr);
 
     const BudgetLimits& limits() const { return limits_; }
 
@@ -51,6 +55,9 @@ public:
     // What is left for fetching; zero when nothing is. The deadline begins with the first call.
     std::chrono::milliseconds fetching_time_left();
 
+    // Who remembers what failed.
+    Fetching& fetching() { return shared_ ? *shared_ : own_; }
+
     // What has been used, in units of weight.
     unsigned certificate_signatures() const { return certificate_signatures_; }
     unsigned evidence_signatures() const { return evidence_signatures_; }
@@ -60,9 +67,8 @@ public:
 
 private:
     BudgetLimits limits_;
-    Clock clock_;
-    bool started_ = false;
-    TimePoint deadline_;
+    Fetching own_;
+    std::shared_ptr<Fetching> shared_;
     unsigned certificate_signatures_ = 0;
     unsigned evidence_signatures_ = 0;
     unsigned given_signatures_ = 0;

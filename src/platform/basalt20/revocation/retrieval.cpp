@@ -1,5 +1,6 @@
 #include <basalt/revocation/retrieval.h>
 
+#include <basalt/error_codes.h>
 #include <basalt/network/http_client.h>
 
 #include <algorithm>
@@ -15,6 +16,17 @@ constexpr unsigned kStatusOk = 200;
 // A backslash is a slash to some and none to others.
 bool is_plain(char c) {
     return c > ' ' && c < '\x7F' && c != '\\';
+}
+
+// "http://host:80" of an address with scheme and host.
+std::string server_of(const std::string& url) {
+    return url.substr(0, url.find_first_of("/?#", url.find("//") + 2));
+}
+
+// Nobody is there, whatever is asked for.
+bool is_silent(const HttpAnswer& answer) {
+    return answer.error == ERROR_WINHTTP_NAME_NOT_RESOLVED ||
+           answer.error == ERROR_WINHTTP_CANNOT_CONNECT || answer.error == ERROR_WINHTTP_TIMEOUT;
 }
 
 } // namespace
@@ -36,7 +48,8 @@ std::optional<std::vector<BYTE>> Retrieval::get(const std::string& url, bool out
     request.outside_only = outside_only;
     request.url = url;
     request.follow_redirects = true;
-    return fetch(request, url);
+    // Refused for being inside says nothing of the address.
+    return fetch(request, outside_only ? "outside " + url : url);
 }
 
 std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
@@ -50,7 +63,9 @@ std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
 
 std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const std::string& key) {
     const std::chrono::milliseconds left = budget_.fetching_time_left();
-    if (left.count() <= 0 || failed_.contains(key)) {
+    const std::string server = server_of(request.url);
+    Fetching& fetching = budget_.fetching();
+    if (left.count() <= 0 || fetching.has_failed(key) || fetching.has_failed(server)) {
         return std::nullopt;
     }
     request.proxy = fetching_proxy();
@@ -62,7 +77,7 @@ std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const st
     ++exchanges_;
     HttpAnswer answer = http_exchange(request);
     if (answer.error != 0 || answer.status != kStatusOk) {
-        failed_.insert(key);
+        fetching.note_failure(is_silent(answer) && !request.outside_only ? server : key);
         return std::nullopt;
     }
     return std::move(answer.body);

@@ -1,7 +1,8 @@
 // Fetching for a verdict: GET and POST to addresses that certificates name, within the budget's
-// deadline and bound on an object, through the proxy of the configuration tree. An address that has
-// failed is not asked again by the same object. Nothing here fails loudly, and nothing is cached:
-// whoever has verified what came puts it into the cache.
+// deadline and bound on an object, through the proxy of the configuration tree. What has failed is
+// not asked again by those who share the budget's fetching, nor a server that didn't answer at all.
+// Nothing here fails loudly, and nothing is cached: whoever has verified what came puts it into the
+// cache.
 #pragma once
 
 #include <basalt/coding/der_reader.h>
@@ -10,7 +11,6 @@
 #include <openssl/asn1.h>
 
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -39,7 +39,6 @@ private:
     std::optional<std::vector<BYTE>> fetch(struct HttpRequest& request, const std::string& key);
 
     Budget& budget_;
-    std::set<std::string> failed_;
     unsigned exchanges_ = 0;
 };
 

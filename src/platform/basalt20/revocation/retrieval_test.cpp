@@ -107,6 +107,40 @@ TEST(RetrievalTest, AServerThatSaysNothingIsLeftInTime) {
     EXPECT_EQ(retrieval.exchanges(), 1u);
 }
 
+TEST(RetrievalTest, WhatSeveralVerdictsShareIsOneTimeAndOneMemoryOfFailures) {
+    LiveResponder responder;
+    responder.serve("/slow", {"list", 200, 10});
+    const auto shared = std::make_shared<Fetching>(std::chrono::seconds(15), responder.clock());
+    const auto ask = [&](const std::string& path) {
+        Budget budget({}, responder.clock(), shared);
+        return Retrieval(budget).get(responder.url(path)).has_value();
+    };
+    EXPECT_FALSE(ask("/missing"));
+    EXPECT_FALSE(ask("/missing"));
+    EXPECT_EQ(responder.requests(), 1u) << "what failed isn't asked for by the next one";
+    EXPECT_TRUE(ask("/slow"));
+    EXPECT_TRUE(ask("/slow")) << "five seconds were left";
+    EXPECT_FALSE(ask("/slow"));
+    EXPECT_EQ(responder.requests(), 3u);
+    Budget alone({}, responder.clock());
+    EXPECT_TRUE(Retrieval(alone).get(responder.url("/slow")));
+}
+
+TEST(RetrievalTest, AServerWhereNobodyIsIsAskedOnce) {
+    std::string nobody;
+    {
+        const LiveResponder gone;
+        nobody = gone.url("");
+    }
+    Budget budget;
+    Retrieval retrieval(budget);
+    EXPECT_FALSE(retrieval.get(nobody + "/a", true)) << "refused for being inside";
+    EXPECT_FALSE(retrieval.get(nobody + "/a"));
+    EXPECT_FALSE(retrieval.get(nobody + "/b"));
+    EXPECT_FALSE(retrieval.post(nobody + "?c", "text/plain", {}));
+    EXPECT_EQ(retrieval.exchanges(), 2u);
+}
+
 TEST(RetrievalTest, RedirectsAreFollowedFiveTimesAndNeverBackFromHttps) {
     NetworkFixture& network = NetworkFixture::get();
     std::string next; // where the secure server leads

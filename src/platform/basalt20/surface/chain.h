@@ -118,6 +118,25 @@ typedef struct _BASALT_CHAIN_PARA {
     CERT_USAGE_MATCH RequestedIssuancePolicy;
 } BASALT_CHAIN_PARA;
 
+/// What several chains have for fetching together, such as those of all stamps in one file: they
+/// take no more time for it than one chain may, 15 seconds, and what has failed for one of them
+/// isn't asked for again. The time begins with the first fetching. Any thread may use it.
+typedef void* HBASALT_FETCHING;
+
+/// FALSE with E_INVALIDARG for a null pointer.
+BASALT_API BOOL BasaltCreateFetching(HBASALT_FETCHING* phFetching);
+/// Chains that were built with it keep what they need of it. Null and handles of nothing are
+/// allowed.
+BASALT_API void BasaltFreeFetching(HBASALT_FETCHING hFetching);
+
+/// An extension of this surface: BASALT_CHAIN_PARA with more behind it. `Base.Base.cbSize` is
+/// exactly the size of the whole, 64. `hFetching` may be null; one that isn't open is
+/// ERROR_INVALID_HANDLE.
+typedef struct _BASALT_FETCHING_CHAIN_PARA {
+    BASALT_CHAIN_PARA Base;
+    HBASALT_FETCHING hFetching;
+} BASALT_FETCHING_CHAIN_PARA;
+
 /// A flag of CERT_CHAIN_ENGINE_CONFIG, an extension of this surface.
 inline constexpr DWORD BASALT_CHAIN_GIVEN_ONLY = 0x40000000;
 

@@ -1,0 +1,37 @@
+#include <basalt/revocation/fetching.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+// More than can be asked within the time; each is as long as an address with a request.
+constexpr std::size_t kMostFailures = 1024;
+
+} // namespace
+
+std::chrono::milliseconds Fetching::time_left() {
+    const std::lock_guard lock(mutex_);
+    const TimePoint now = clock_();
+    if (!started_) {
+        started_ = true;
+        deadline_ = now + whole_;
+    }
+    return std::max(std::chrono::duration_cast<std::chrono::milliseconds>(deadline_ - now),
+                    std::chrono::milliseconds(0));
+}
+
+bool Fetching::has_failed(const std::string& what) const {
+    const std::lock_guard lock(mutex_);
+    return failed_.contains(what);
+}
+
+void Fetching::note_failure(const std::string& what) {
+    const std::lock_guard lock(mutex_);
+    if (failed_.size() < kMostFailures) {
+        failed_.insert(what);
+    }
+}
+
+} // namespace basalt
