@@ -15,7 +15,7 @@ from asn1crypto import cms, core
 
 import forge
 import program
-from end_to_end import WithAuthority
+from end_to_end import WithAuthority, WithFolder
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
 # What must never reach a terminal raw: C0, DEL, C1, bidirectional controls, line ends, broken UTF-8.
@@ -23,19 +23,8 @@ HOSTILE = b"a\x1b[2J\x07\x7f\xc2\x9b\xe2\x80\xae\r\nchronoseal: good\xe2\x81\xa6
 RAW = [b"\x1b", b"\x07", b"\x7f", b"\xc2\x9b", b"\xe2\x80\xae", b"\r", b"\xe2\x81\xa6", b"\xff"]
 
 
-class Files(WithAuthority):
+class Files(WithFolder):
     """Written files, overwriting, and what is told from what."""
-
-    def setUp(self):
-        super().setUp()
-        self.folder = self.workspace.path / self.id().rsplit(".", 1)[-1]
-        self.folder.mkdir()
-        self.trust = ("--url", self.authority.url, "--roots", self.authority.root)
-
-    def file(self, name, content=b"content"):
-        path = self.folder / name
-        path.write_bytes(content)
-        return path
 
     def test_empty_values_are_wrong_usage(self):
         data = self.file("a")

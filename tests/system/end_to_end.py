@@ -44,6 +44,22 @@ class WithAuthority(program.SystemTest):
         return result, path
 
 
+class WithFolder(WithAuthority):
+    """Beside the authority, a folder of each test's own."""
+
+    def setUp(self):
+        super().setUp()
+        self.folder = self.workspace.path / self.id().rsplit(".", 1)[-1]
+        self.folder.mkdir()
+        self.trust = ("--url", self.authority.url, "--roots", self.authority.root)
+
+    def file(self, name, content=b"content"):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+        return path
+
+
 class StampAndVerify(WithAuthority):
     def test_openssl_accepts_what_we_got_and_so_do_we(self):
         for options in ((), ("--hash", "sha384"), ("--hash", "SHA-512"), ("--no-nonce",),

@@ -10,26 +10,18 @@ import unittest
 import unittest.mock
 
 import program
-from end_to_end import WithAuthority
+from end_to_end import WithFolder
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
 JARS = ["/usr/share/java/bcpkix.jar", "/usr/share/java/bcprov.jar", "/usr/share/java/bcutil.jar"]
 HERE = pathlib.Path(__file__).resolve().parent
 
 
-class WithRecords(WithAuthority):
+class WithRecords(WithFolder):
     def setUp(self):
         super().setUp()
-        self.folder = self.workspace.path / self.id().rsplit(".", 1)[-1]
-        self.folder.mkdir()
         self.trust = ("--roots", self.authority.root)
         self.ask = ("--url", self.authority.url, *self.trust)
-
-    def file(self, name, content=b"content"):
-        path = self.folder / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_bytes(content)
-        return path
 
     def run_good(self, *words, cwd=None):
         result = subprocess.run([program.BIN / "chronoseal", *map(str, words)], capture_output=True, cwd=cwd,

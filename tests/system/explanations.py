@@ -1,60 +1,17 @@
 """What is told when something is wrong: each fault of a server, an answer or a token by words and advice of its own."""
 
 import base64
-import http.server
 import os
 import re
-import ssl
-import threading
 
 import forge
 import program
 from asn1crypto import core, tsp, x509
+from page_server import PageServer
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
 BAD_NAME = forge.element(0x30, forge.element(0x31, forge.element(0x30, b"\x06\x03\x55\x04\x03\x0c\x20x")))
 JUNK = b"\x02\x01\x05"
-
-
-class Handler(http.server.BaseHTTPRequestHandler):
-    """Each path is a page: a function of the request's body that gives status, headers and content."""
-
-    protocol_version = "HTTP/1.1"
-
-    def do_POST(self):
-        body = self.rfile.read(int(self.headers["Content-Length"]))
-        self.server.login = self.headers["Authorization"]
-        status, headers, content = self.server.pages[self.path.strip("/")](body)
-        self.send_response(status)
-        for name, value in {**headers, "Content-Length": len(content), "Connection": "close"}.items():
-            self.send_header(name, str(value))
-        self.end_headers()
-        self.wfile.write(content)
-
-    def log_message(self, *_):
-        pass
-
-
-class Server(http.server.ThreadingHTTPServer):
-    def __init__(self, pages, identity=None, pem=None, clients=None):
-        super().__init__(("127.0.0.1", 0), Handler)
-        self.pages = pages
-        if identity:
-            context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-            context.load_cert_chain(pem, identity.key.path)
-            if clients:
-                context.verify_mode = ssl.CERT_REQUIRED
-                context.load_verify_locations(clients)
-            self.socket = context.wrap_socket(self.socket, server_side=True, do_handshake_on_connect=False)
-        self.url = f"http{'s' if identity else ''}://127.0.0.1:{self.server_address[1]}/"
-        threading.Thread(target=self.serve_forever, daemon=True).start()
-
-    def handle_error(self, *_):
-        pass  # a client that hangs up over our certificate
-
-    def close(self):
-        self.shutdown()
-        self.server_close()
 
 
 class Explanations(program.SystemTest):
@@ -72,7 +29,7 @@ class Explanations(program.SystemTest):
         return forge.tst_info(query["message_imprint"]["hashed_message"].native, nonce=query["nonce"].native, **fields)
 
     def serve(self, pages, *identity):
-        server = Server(pages, *identity)
+        server = PageServer(pages, *identity)
         self.addCleanup(server.close)
         self.server = server
         return server.url

@@ -1,14 +1,13 @@
 """GOST algorithms, where OpenSSL has the engine for them; and everything else where it hasn't."""
 
 import hashlib
-import http.server
 import os
 import subprocess
-import threading
 import unittest
 
 import program
 from asn1crypto import tsp
+from page_server import PageServer
 from program import GOOD, REFUSED, USAGE
 
 DATA = b"stamped by other rules\n" * 1000
@@ -213,28 +212,14 @@ class WithTheEngine(GostTest):
 
     def test_an_exchange_from_end_to_end(self):
         authority = self.authority("gost2012_512")
-
-        class Handler(http.server.BaseHTTPRequestHandler):
-            def do_POST(self):
-                body = authority.answer(self.rfile.read(int(self.headers["content-length"])))
-                self.send_response(200)
-                self.send_header("content-length", str(len(body)))
-                self.end_headers()
-                self.wfile.write(body)
-
-            def log_message(self, *_):
-                pass
-
-        server = http.server.HTTPServer(("127.0.0.1", 0), Handler)
-        self.addCleanup(server.server_close)
-        self.addCleanup(server.shutdown)
-        threading.Thread(target=server.serve_forever, daemon=True).start()
+        server = PageServer({"": lambda body: (200, {}, authority.answer(body))})
+        self.addCleanup(server.close)
         for hash_name in HASHES:
             with self.subTest(hash_name):
                 out = self.workspace.path / "exchanged"
                 self.expect(self.workspace.run(
                     "stamp", self.data, "--hash", hash_name, "--cert", "--roots", authority.root,
-                    "--url", f"http://127.0.0.1:{server.server_port}/", "--force", "--out", out), GOOD)
+                    "--url", server.url, "--force", "--out", out), GOOD)
                 self.expect(self.verify(out, authority), GOOD)
 
     def test_a_machine_without_the_engine_takes_no_gost(self):

@@ -10,24 +10,13 @@ import subprocess
 import unittest
 
 import program
-from end_to_end import WithAuthority
+from end_to_end import WithFolder
 from program import GOOD, UNREACHABLE, USAGE
 
 HALF = 1000  # bytes: less than a stamp has
 
 
-class WholeFiles(WithAuthority):
-    def setUp(self):
-        super().setUp()
-        self.folder = self.workspace.path / self.id().rsplit(".", 1)[-1]
-        self.folder.mkdir()
-        self.trust = ("--url", self.authority.url, "--roots", self.authority.root)
-
-    def file(self, name, content=b"content"):
-        path = self.folder / name
-        path.write_bytes(content)
-        return path
-
+class WholeFiles(WithFolder):
     def names(self):
         return sorted(path.name for path in self.folder.iterdir())
 

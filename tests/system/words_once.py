@@ -1,19 +1,18 @@
 """Options are written once: man pages, completions and the schema agree with the programs."""
 
-import http.server
 import json
 import os
 import pathlib
 import pty
 import shutil
 import subprocess
-import threading
 import time
 import unittest
 import urllib.request
 
 import program
 from end_to_end import WithAuthority
+from page_server import PageServer
 from program import GOOD, REFUSED, UNREACHABLE
 
 HOUSE = pathlib.Path(__file__).resolve().parents[2]
@@ -113,29 +112,16 @@ class Colour(WithAuthority):
     def test_progress_is_shown_to_whoever_sits_there(self):
         authority = self.authority.url
 
-        class Slow(http.server.BaseHTTPRequestHandler):
-            def do_POST(self):
-                body = self.rfile.read(int(self.headers["Content-Length"]))
-                time.sleep(0.1)  # ten a second over each of the four connections, on whatever machine
-                request = urllib.request.Request(authority, body, {"Content-Type": self.headers["Content-Type"]})
-                with urllib.request.urlopen(request) as answer:
-                    content = answer.read()
-                self.send_response(200)
-                self.send_header("Content-Type", "application/timestamp-reply")
-                self.send_header("Content-Length", str(len(content)))
-                self.end_headers()
-                self.wfile.write(content)
+        def slow(body):
+            time.sleep(0.1)  # ten a second over each of the four connections, on whatever machine
+            request = urllib.request.Request(authority, body, {"Content-Type": "application/timestamp-query"})
+            with urllib.request.urlopen(request) as answer:
+                return 200, {"Content-Type": "application/timestamp-reply"}, answer.read()
 
-            def log_message(self, *words):
-                pass
-
-        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Slow)
-        self.addCleanup(server.server_close)
-        self.addCleanup(server.shutdown)
-        threading.Thread(target=server.serve_forever, daemon=True).start()
+        server = PageServer({"": slow})
+        self.addCleanup(server.close)
         files = [self.workspace.write(f"one-of-many-{i}", b"x") for i in range(60)]
-        url = f"http://127.0.0.1:{server.server_address[1]}/"
-        stamp = ("stamp", *files, "--url", url, "--roots", self.authority.root)
+        stamp = ("stamp", *files, "--url", server.url, "--roots", self.authority.root)
         self.assertRegex(self.on_a_terminal(*stamp), rb"\d+ of 60, \d+ a second, \d+ s left")
         self.assertNotIn(b"second", self.on_a_terminal(*stamp, "--force", "-q"))
 

@@ -1,0 +1,48 @@
+"""A server whose pages a test writes, for what chronoseal-tsa doesn't do."""
+
+import http.server
+import ssl
+import threading
+
+
+class Handler(http.server.BaseHTTPRequestHandler):
+    """Each path is a page: a function of the request's body that gives status, headers and content."""
+
+    protocol_version = "HTTP/1.1"
+
+    def do_POST(self):
+        body = self.rfile.read(int(self.headers["Content-Length"]))
+        self.server.login = self.headers["Authorization"]
+        status, headers, content = self.server.pages[self.path.strip("/")](body)
+        self.send_response(status)
+        for name, value in {**headers, "Content-Length": len(content), "Connection": "close"}.items():
+            self.send_header(name, str(value))
+        self.end_headers()
+        self.wfile.write(content)
+
+    def log_message(self, *_):
+        pass
+
+
+class PageServer(http.server.ThreadingHTTPServer):
+    """On loopback, over TLS where it has an identity; certificates of `clients` it then asks for."""
+
+    def __init__(self, pages, identity=None, pem=None, clients=None):
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.pages = pages
+        if identity:
+            context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            context.load_cert_chain(pem, identity.key.path)
+            if clients:
+                context.verify_mode = ssl.CERT_REQUIRED
+                context.load_verify_locations(clients)
+            self.socket = context.wrap_socket(self.socket, server_side=True, do_handshake_on_connect=False)
+        self.url = f"http{'s' if identity else ''}://127.0.0.1:{self.server_address[1]}/"
+        threading.Thread(target=self.serve_forever, daemon=True).start()
+
+    def handle_error(self, *_):
+        pass  # a client that hangs up over our certificate
+
+    def close(self):
+        self.shutdown()
+        self.server_close()
