@@ -1,5 +1,5 @@
 // Names, certificates, lists and their extensions: which open values are looked into, and what the
-// encoders refuse. What bytes become is in type_bytes_test.cpp.
+// encoders refuse. What bytes become is in testdata/type_bytes.tsv.
 #include <gmock/gmock.h>
 
 #include <chronoseal/asn1data/pkix1_explicit.h>

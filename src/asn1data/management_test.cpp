@@ -1,4 +1,4 @@
-// Numbers of keys, which are written from text. What bytes become is in type_bytes_test.cpp.
+// Numbers of keys, which are written from text. What bytes become is in testdata/type_bytes.tsv.
 #include <gmock/gmock.h>
 
 #include <chronoseal/asn1data/pkcs1.h>

@@ -1,5 +1,5 @@
 // Cryptographic messages: the raw forms that keep bytes, the legacy forms that decode, and the open
-// contents. What bytes become is in type_bytes_test.cpp.
+// contents. What bytes become is in testdata/type_bytes.tsv.
 #include <gmock/gmock.h>
 
 #include <chronoseal/asn1data/cryptographic_message_syntax.h>

@@ -1,5 +1,5 @@
 // Time-stamp types: presence of fields, and the forms that keep bytes.
-// What bytes become is in type_bytes_test.cpp.
+// What bytes become is in testdata/type_bytes.tsv.
 #include <gmock/gmock.h>
 
 #include <chronoseal/asn1data/pkix_tsp.h>
