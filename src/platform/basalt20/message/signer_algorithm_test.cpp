@@ -143,8 +143,8 @@ DWORD control(const std::string& message, DWORD signer_type, const void* signer)
 }
 
 // 0 for a good signature, else the last error.
-DWORD verify(const SignerParts& parts) {
-    const std::string encoded = der(i2d_PUBKEY, parts.key);
+DWORD verify(const std::string& message, EVP_PKEY* key) {
+    const std::string encoded = der(i2d_PUBKEY, key);
     basalt::DerReader fields(basalt::sole_element(bytes_of(encoded), tag::kSequence).contents);
     const basalt::Algorithm read = basalt::read_algorithm(fields.take(tag::kSequence).contents);
     const basalt::Bits bits = basalt::bits_of(fields.take(tag::kBitString).contents);
@@ -155,7 +155,11 @@ DWORD verify(const SignerParts& parts) {
                                  const_cast<BYTE*>(read.parameters.data())};
     info.PublicKey = {static_cast<DWORD>(bits.bytes.size()), const_cast<BYTE*>(bits.bytes.data()),
                       0};
-    return control(message_of(parts), CMSG_VERIFY_SIGNER_PUBKEY, &info);
+    return control(message, CMSG_VERIFY_SIGNER_PUBKEY, &info);
+}
+
+DWORD verify(const SignerParts& parts) {
+    return verify(message_of(parts), parts.key);
 }
 
 } // namespace
@@ -301,6 +305,27 @@ TEST(SignerAlgorithm, CutOffOidsAreNone) {
                                         std::string(), std::string("\x2A\x80\x01")}) {
         const std::string sequence = element(tag::kOid, contents);
         EXPECT_THROW(basalt::read_algorithm(bytes_of(sequence)), basalt::Fault);
+    }
+}
+
+// The first two places of the hash's OID, whose last byte is made one that another has to follow.
+TEST(SignerAlgorithm, MessagesWithACutOffDigestAlgorithmAreNone) {
+    const Key key = make_key(EVP_EC_gen("P-256"));
+    SignerParts parts;
+    parts.key = key.get();
+    parts.digest_algorithm = algorithm("2.16.840.1.101.3.4.2.1");
+    parts.content_digest = hash("SHA256");
+    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
+    parts.signature_digest = "SHA256";
+    ASSERT_EQ(verify(parts), 0U);
+    const std::string message = message_of(parts);
+    const std::string digest = oid("2.16.840.1.101.3.4.2.1");
+    std::size_t at = 0;
+    for (const char* place : {"of the message", "of the signer"}) {
+        at = message.find(digest, at) + digest.size();
+        std::string cut = message;
+        cut[at - 1] |= '\x80';
+        EXPECT_EQ(verify(cut, parts.key), CRYPT_E_ASN1_CORRUPT) << place;
     }
 }
 
