@@ -1,6 +1,7 @@
 // Hashes over EVP. The cost of a call beside EVP's own is one look into the set of live handles.
 #include <basalt/hash.h>
 
+#include <basalt/basalt10/call_end.h>
 #include <basalt/basalt10/digest.h>
 #include <basalt/basalt10/handle_set.h>
 #include <basalt/basalt10/provider_context.h>
@@ -8,11 +9,13 @@
 #include <basalt/last_error.h>
 
 #include <array>
-#include <cstring>
 #include <memory>
 #include <new>
 
 namespace {
+
+using basalt::fail;
+using basalt::give_parameter;
 
 struct Hash {
     HCRYPTPROV context;
@@ -36,11 +39,6 @@ struct Hash {
 basalt::HandleSet<Hash>& hashes() {
     static auto* set = new basalt::HandleSet<Hash>; // never destroyed, as with contexts
     return *set;
-}
-
-BOOL fail(DWORD code) {
-    SetLastError(code);
-    return FALSE;
 }
 
 // Null with the last error for a handle that is none.
@@ -80,19 +78,6 @@ BOOL hand_over(std::unique_ptr<Hash> hash, HCRYPTHASH* handle) {
     return TRUE;
 }
 
-BOOL give(const void* value, DWORD length, BYTE* data, DWORD* size) {
-    const DWORD room = *size;
-    *size = length;
-    if (data == nullptr) {
-        return TRUE;
-    }
-    if (room < length) {
-        return fail(ERROR_MORE_DATA);
-    }
-    std::memcpy(data, value, length);
-    return TRUE;
-}
-
 // A question for the size, or a buffer too small, leaves the hash running.
 BOOL give_value(Hash& hash, BYTE* data, DWORD* size) {
     if (data != nullptr && *size >= hash.size() && !hash.finished) {
@@ -101,7 +86,7 @@ BOOL give_value(Hash& hash, BYTE* data, DWORD* size) {
         }
         hash.finished = true;
     }
-    return give(hash.value.data(), hash.size(), data, size);
+    return give_parameter(hash.value.data(), hash.size(), data, size);
 }
 
 } // namespace
@@ -166,9 +151,9 @@ BOOL CryptGetHashParam(HCRYPTHASH handle, DWORD parameter, BYTE* data, DWORD* si
     const DWORD length = hash->size();
     switch (parameter) {
     case HP_ALGID:
-        return give(&hash->algorithm, sizeof hash->algorithm, data, size);
+        return give_parameter(&hash->algorithm, sizeof hash->algorithm, data, size);
     case HP_HASHSIZE:
-        return give(&length, sizeof length, data, size);
+        return give_parameter(&length, sizeof length, data, size);
     case HP_HASHVAL:
         return give_value(*hash, data, size);
     default:

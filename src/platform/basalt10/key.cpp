@@ -1,11 +1,11 @@
 // Keys over EVP_PKEY.
 #include <basalt/key.h>
 
+#include <basalt/basalt10/call_end.h>
 #include <basalt/basalt10/digest.h>
 #include <basalt/basalt10/handle_set.h>
 #include <basalt/basalt10/provider_context.h>
 #include <basalt/error_codes.h>
-#include <basalt/last_error.h>
 
 #include <openssl/objects.h>
 #include <openssl/rsa.h>
@@ -14,6 +14,8 @@
 #include <memory>
 
 namespace {
+
+using basalt::fail;
 
 struct Key {
     ALG_ID algorithm;
@@ -28,11 +30,6 @@ struct Key {
 basalt::HandleSet<Key>& keys() {
     static auto* set = new basalt::HandleSet<Key>; // never destroyed, as with contexts
     return *set;
-}
-
-BOOL fail(DWORD code) {
-    SetLastError(code);
-    return FALSE;
 }
 
 struct GenerationDeleter {

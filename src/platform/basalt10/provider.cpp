@@ -1,4 +1,5 @@
 // Provider contexts: references, parameters, random numbers.
+#include <basalt/basalt10/call_end.h>
 #include <basalt/basalt10/handle_set.h>
 #include <basalt/basalt10/provider_context.h>
 #include <basalt/error_codes.h>
@@ -16,6 +17,8 @@
 
 namespace {
 
+using basalt::fail;
+using basalt::give_parameter;
 using basalt::ListedAlgorithm;
 using basalt::Provider;
 
@@ -34,11 +37,6 @@ basalt::HandleSet<Context>& contexts() {
     // Never destroyed: handles may outlive the static objects of this library.
     static auto* set = new basalt::HandleSet<Context>;
     return *set;
-}
-
-BOOL fail(DWORD code) {
-    SetLastError(code);
-    return FALSE;
 }
 
 // The provider of that name and type; null with the last error.
@@ -76,20 +74,6 @@ HCRYPTPROV make_context(const Provider& provider) noexcept {
     }
 }
 
-// The two-call form of a parameter.
-BOOL give(const void* value, std::size_t length, BYTE* data, DWORD* size) {
-    const DWORD room = *size;
-    *size = static_cast<DWORD>(length);
-    if (data == nullptr) {
-        return TRUE;
-    }
-    if (room < length) {
-        return fail(ERROR_MORE_DATA);
-    }
-    std::memcpy(data, value, length);
-    return TRUE;
-}
-
 // The length with the end mark. The rest of the field is zero already.
 template <std::size_t Size>
 DWORD put_name(CHAR (&field)[Size], std::string_view name) {
@@ -104,7 +88,7 @@ BOOL give_record(const ListedAlgorithm& listed, DWORD parameter, BYTE* data, DWO
         record.aiAlgid = listed.algorithm;
         record.dwBitLen = listed.default_bits;
         record.dwNameLen = put_name(record.szName, listed.name);
-        return give(&record, sizeof record, data, size);
+        return give_parameter(&record, sizeof record, data, size);
     }
     PROV_ENUMALGS_EX record{};
     record.aiAlgid = listed.algorithm;
@@ -113,7 +97,7 @@ BOOL give_record(const ListedAlgorithm& listed, DWORD parameter, BYTE* data, DWO
     record.dwMaxLen = listed.most_bits;
     record.dwNameLen = put_name(record.szName, listed.name);
     record.dwLongNameLen = put_name(record.szLongName, listed.long_name);
-    return give(&record, sizeof record, data, size);
+    return give_parameter(&record, sizeof record, data, size);
 }
 
 // One step of a listing. The place moves on only when a record was given out.
@@ -228,14 +212,14 @@ BOOL CryptGetProvParam(HCRYPTPROV handle, DWORD parameter, BYTE* data, DWORD* si
     }
     switch (parameter) {
     case PP_NAME:
-        return give(provider->name, std::strlen(provider->name) + 1, data, size);
+        return give_parameter(provider->name, std::strlen(provider->name) + 1, data, size);
     case PP_VERSION:
-        return give(&kVersion, sizeof kVersion, data, size);
+        return give_parameter(&kVersion, sizeof kVersion, data, size);
     case PP_PROVTYPE:
-        return give(&provider->type, sizeof provider->type, data, size);
+        return give_parameter(&provider->type, sizeof provider->type, data, size);
     case PP_BUILD_INFORMATION: {
         const DWORD words[5] = {kBuild};
-        return give(words, sizeof words, data, size);
+        return give_parameter(words, sizeof words, data, size);
     }
     default:
         return fail(NTE_BAD_TYPE);

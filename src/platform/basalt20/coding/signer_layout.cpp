@@ -57,13 +57,8 @@ CERT_ID lay_out_identifier(FlatBlock& block, const SignerInfo& signer) {
 void give_cms_signer_info(const SignerInfo& signer, void* data, DWORD* size) {
     const auto fill = [&](FlatBlock& block) {
         CMSG_CMS_SIGNER_INFO info{};
-        info.dwVersion = signer.version;
         info.SignerId = lay_out_identifier(block, signer);
-        info.HashAlgorithm = lay_out(block, signer.digest_algorithm);
-        info.HashEncryptionAlgorithm = lay_out(block, signer.signature_algorithm);
-        info.EncryptedHash = block.blob(signer.signature);
-        info.AuthAttrs = lay_out_attributes(block, signer.signed_attributes);
-        info.UnauthAttrs = lay_out_attributes(block, signer.unsigned_attributes);
+        lay_out_rest(info, block, signer);
         return info;
     };
     give_block([&](FlatBlock& block) { lay_out_record<CMSG_CMS_SIGNER_INFO>(block, fill); }, data,

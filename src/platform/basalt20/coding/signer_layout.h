@@ -27,6 +27,17 @@ void lay_out_record(FlatBlock& block, Fill&& fill) {
     }
 }
 
+/// What both records of a signer have beside their name for it.
+template <class Info>
+void lay_out_rest(Info& info, FlatBlock& block, const SignerInfo& signer) {
+    info.dwVersion = signer.version;
+    info.HashAlgorithm = lay_out(block, signer.digest_algorithm);
+    info.HashEncryptionAlgorithm = lay_out(block, signer.signature_algorithm);
+    info.EncryptedHash = block.blob(signer.signature);
+    info.AuthAttrs = lay_out_attributes(block, signer.signed_attributes);
+    info.UnauthAttrs = lay_out_attributes(block, signer.unsigned_attributes);
+}
+
 /// A CMSG_CMS_SIGNER_INFO, answered by size and data.
 void give_cms_signer_info(const SignerInfo& signer, void* data, DWORD* size);
 

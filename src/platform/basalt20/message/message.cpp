@@ -130,15 +130,10 @@ CERT_ISSUER_SERIAL_NUMBER issuer_and_serial(FlatBlock& block, const SignerInfo& 
 void give_signer_info(const SignerInfo& signer, void* data, DWORD* size) {
     const auto fill = [&](FlatBlock& block) {
         CMSG_SIGNER_INFO info{};
-        info.dwVersion = signer.version;
         const CERT_ISSUER_SERIAL_NUMBER name = issuer_and_serial(block, signer);
         info.Issuer = name.Issuer;
         info.SerialNumber = name.SerialNumber;
-        info.HashAlgorithm = lay_out(block, signer.digest_algorithm);
-        info.HashEncryptionAlgorithm = lay_out(block, signer.signature_algorithm);
-        info.EncryptedHash = block.blob(signer.signature);
-        info.AuthAttrs = lay_out_attributes(block, signer.signed_attributes);
-        info.UnauthAttrs = lay_out_attributes(block, signer.unsigned_attributes);
+        lay_out_rest(info, block, signer);
         return info;
     };
     give_block([&](FlatBlock& block) { lay_out_record<CMSG_SIGNER_INFO>(block, fill); }, data,
