@@ -3,6 +3,8 @@
 #include <basalt/chain/chain_errors.h>
 #include <basalt/store/record.h>
 
+#include <algorithm>
+
 namespace basalt {
 
 namespace {
@@ -61,10 +63,37 @@ Chain* Chain::build(ChainSettings settings, ChainRequest request) {
         void operator()(Chain* chain) const noexcept { chain->release(); }
     };
     std::unique_ptr<Chain, Release> chain(new Chain(std::move(settings), request));
-    chain->judgement_ =
-        chain->session_->judge(request.at ? *request.at : chain->session_->now(), request.usage);
+    chain->now_ = chain->session_->now();
+    chain->at_ = request.at ? *request.at : chain->now_;
+    chain->any_use_ = request.usage.usages.empty() && !request.usage.is_time_stamp;
+    chain->judgement_ = chain->session_->judge(chain->at_, request.usage);
     chain->fill_records();
     return chain.release();
+}
+
+// Whether the session would find the same good path, and as good, if it were asked anew without a
+// use: nothing was asked of it since, and next to no time has gone by.
+bool Chain::still_holds(FileTicks at) const {
+    constexpr FileTicks kNextToNothing = 10'000'000; // a second
+    const FileTicks now = session_->now();
+    return judgement_.good() && any_use_ && at == at_ && now >= now_ &&
+           now - now_ < kNextToNothing && !judged_again_;
+}
+
+Judgement Chain::judge(FileTicks at, const UsageQuestion& usage) const {
+    if (still_holds(at)) {
+        // A use only takes paths away: those before this one weren't good without it.
+        Path path;
+        for (const JudgedElement& element : judgement_.elements) {
+            path.push_back(element.certificate);
+        }
+        const std::vector<bool> used_wrong = misused(path, usage);
+        if (std::find(used_wrong.begin(), used_wrong.end(), true) == used_wrong.end()) {
+            return judgement_;
+        }
+    }
+    judged_again_ = true;
+    return session_->judge(at, usage);
 }
 
 Chain::Chain(ChainSettings settings, const ChainRequest& request)

@@ -37,11 +37,14 @@ public:
     const Judgement& judgement() const { return judgement_; }
 
     // The same question at another moment, or for another use. May fetch.
-    ChainSession& session() const { return *session_; }
+    Judgement judge(FileTicks at, const UsageQuestion& usage) const;
+    const ChainSession& session() const { return *session_; }
 
 private:
     Chain(ChainSettings settings, const ChainRequest& request);
     ~Chain() = default;
+
+    bool still_holds(FileTicks at) const;
 
     struct Record {
         CertificateReference certificate;
@@ -60,6 +63,10 @@ private:
     StoreReference additional_;
     std::unique_ptr<ChainSession> session_;
     Judgement judgement_;
+    FileTicks at_ = 0;  // for which that is
+    FileTicks now_ = 0; // when it was made
+    bool any_use_ = false;
+    mutable std::atomic<bool> judged_again_{false};
 
     std::vector<Record> records_;
     std::vector<CERT_CHAIN_ELEMENT*> element_pointers_;

@@ -85,13 +85,13 @@ FileTicks check_time(const Chain& chain, const CERT_CHAIN_POLICY_PARA* para) {
     return chain.session().now();
 }
 
-// Judged anew: another path may be the right one for another moment, such as through the one of two
-// certificates of an authority that was in force then.
+// Judged for this use: another path may be the right one for another moment, such as through the
+// one of two certificates of an authority that was in force then.
 Verdict judge_time_stamp(const Chain& chain, const CERT_CHAIN_POLICY_PARA* para,
                          CERT_CHAIN_POLICY_STATUS& status) {
     UsageQuestion usage;
     usage.is_time_stamp = true;
-    const Judgement judgement = chain.session().judge(check_time(chain, para), usage);
+    const Judgement judgement = chain.judge(check_time(chain, para), usage);
     Verdict verdict = structure_verdict(judgement);
     if (verdict.good()) {
         verdict = first_of(judgement, &JudgedElement::out_of_time, CERT_E_EXPIRED);

@@ -97,6 +97,12 @@ TEST_F(PathOrderTest, AConstrainedCrossCertificateDoesNotHideAFreeOne) {
     expect(CERT_E_INVALID_NAME, {root_.get()}, *stamper_, {constrained.get()});
 }
 
+TEST_F(PathOrderTest, ACrossCertificateForOtherUsesDoesNotHideOneForStamps) {
+    const auto other_use = cross(*root_, std::string(kAuthority) + "\nextendedKeyUsage=serverAuth");
+    expect(0, {root_.get()}, *stamper_, {other_use.get(), middle_.get()});
+    expect(CERT_E_WRONG_USAGE, {root_.get()}, *stamper_, {other_use.get()});
+}
+
 // Which of two certificates of a key comes first in the search hangs on their digests when nothing
 // else tells them apart; the verdict doesn't.
 TEST_F(PathOrderTest, WhatIsSaidOfAKeyCountsUnderItsOwnAnchorWhicheverPathComesFirst) {
