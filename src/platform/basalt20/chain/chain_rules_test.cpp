@@ -267,6 +267,62 @@ TEST_F(ChainRulesTest, BadEnginesAndStoresAreRefused) {
     EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
 }
 
+// Of a certificate, of the authority above it, and of a list; the anchor is trusted as it is.
+TEST_F(ChainRulesTest, DatesHaveOneFormOnly) {
+    const struct {
+        const char* end; // in 2030-03, after the stamp
+        int type;
+        bool passes;
+    } cases[] = {
+        {"300330120000Z", V_ASN1_UTCTIME, true},
+        {"20300330120000Z", V_ASN1_GENERALIZEDTIME, true},
+        {"20300330120000.5Z", V_ASN1_GENERALIZEDTIME, false},
+        {"20300330120000+0100", V_ASN1_GENERALIZEDTIME, false},
+        {"203003301200Z", V_ASN1_GENERALIZEDTIME, false},
+        {"300330120000+0100", V_ASN1_UTCTIME, false},
+        {"3003301200Z", V_ASN1_UTCTIME, false},
+    };
+    const auto dated = [](const Party& party, const Party& issuer, const char* end, int type) {
+        const OpensslOwner<X509, X509_free> copy(X509_dup(party.certificate()));
+        const OpensslOwner<ASN1_STRING, ASN1_STRING_free> time(ASN1_STRING_type_new(type));
+        ASN1_STRING_set(time.get(), end, -1);
+        ASN1_STRING_copy(X509_getm_notAfter(copy.get()), time.get());
+        X509_sign(copy.get(), issuer.private_key.get(), EVP_sha256());
+        return encoded(copy.get());
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.end);
+        const std::string middle = dated(*middle_, *root_, c.end, c.type);
+        const DWORD expected = c.passes ? 0 : CERT_E_MALFORMED;
+        EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper_.get()), {middle}}), expected);
+        EXPECT_EQ(stamp_verdict(setting_, {dated(*stamper_, *middle_, c.end, c.type),
+                                           {encoded(middle_.get())}}),
+                  expected);
+        Setting trusting = setting_;
+        trusting.anchors = {middle};
+        EXPECT_EQ(stamp_verdict(trusting, {encoded(stamper_.get())}), 0U);
+        Setting strict = setting_;
+        strict.revocation = BASALT_REVOCATION_REQUIRE;
+        const OpensslOwner<X509_CRL, X509_CRL_free> list(X509_CRL_new());
+        X509_CRL_set_version(list.get(), X509_CRL_VERSION_2);
+        X509_CRL_set_issuer_name(list.get(), X509_get_subject_name(middle_->certificate()));
+        const OpensslOwner<ASN1_TIME, ASN1_TIME_free> made(ASN1_TIME_set(nullptr, unix_hours(-1)));
+        X509_CRL_set1_lastUpdate(list.get(), made.get());
+        const OpensslOwner<ASN1_TIME, ASN1_TIME_free> next(ASN1_STRING_type_new(c.type));
+        ASN1_STRING_set(next.get(), c.end, -1);
+        X509_CRL_set1_nextUpdate(list.get(), next.get());
+        X509_CRL_sign(list.get(), middle_->private_key.get(), EVP_sha256());
+        unsigned char* der = nullptr;
+        const int size = i2d_X509_CRL(list.get(), &der);
+        const std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(size));
+        OPENSSL_free(der);
+        EXPECT_EQ(stamp_verdict(strict, {encoded(stamper_.get()),
+                                         {encoded(middle_.get())},
+                                         {bytes, make_list({root_.get(), -1, 100})}}),
+                  c.passes ? 0 : CRYPT_E_REVOCATION_OFFLINE);
+    }
+}
+
 // Lists for some reasons alone leave the rest open, which is told apart from nobody answering.
 TEST_F(ChainRulesTest, WhatDoesNotCoverEveryReasonHasACodeOfItsOwn) {
     Setting setting = setting_;

@@ -238,6 +238,18 @@ std::vector<X509*> openssl_path(const Path& path) {
     return certificates;
 }
 
+// Of all but a trusted anchor, which nobody has certified.
+void check_dates(const Path& path, PathErrors& errors) {
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const X509* certificate = path[i]->openssl();
+        const bool is_trusted = i + 1 == path.size() && path[i]->is_anchor;
+        if (!is_trusted && !(has_plain_form(*X509_get0_notBefore(certificate)) &&
+                             has_plain_form(*X509_get0_notAfter(certificate)))) {
+            errors[i].push_back(X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD);
+        }
+    }
+}
+
 } // namespace
 
 PathErrors structure_errors(const Path& path, const std::vector<std::string>& policies) {
@@ -257,6 +269,7 @@ PathErrors structure_errors(const Path& path, const std::vector<std::string>& po
         check_across(certificates, end, errors);
     }
     check_authorities(certificates, errors);
+    check_dates(path, errors);
     return errors;
 }
 

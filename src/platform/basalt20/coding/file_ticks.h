@@ -33,7 +33,11 @@ inline std::time_t unix_time_of(FileTicks ticks) {
 
 FileTicks now_in_ticks();
 
-// Nothing for a null time, one that OpenSSL can't read, or one before 1601.
+// YYMMDDHHMMSSZ, or the same with a year of four digits: all that certificates, lists and answers
+// may have (RFC 5280, 4.1.2.5). Others may be read otherwise elsewhere.
+bool has_plain_form(const ASN1_TIME& time);
+
+// Nothing for a null time, one of another form, one that OpenSSL can't read, or one before 1601.
 std::optional<FileTicks> ticks_of(const ASN1_TIME* time);
 
 } // namespace basalt
