@@ -171,6 +171,10 @@ void Chain::fill_revocation(const JudgedElement& source, Record& record) {
     CERT_REVOCATION_INFO& info = record.revocation;
     info.cbSize = sizeof info;
     record.element.pRevocationInfo = &info;
+    if (!source.status->unreached.empty()) { // ASCII, as every address that is asked
+        record.unreached.assign(source.status->unreached.begin(), source.status->unreached.end());
+        record.element.pwszExtendedErrorInfo = record.unreached.c_str();
+    }
     switch (source.status->standing) {
     case Standing::good:
         break;

@@ -51,6 +51,7 @@ private:
         CERT_CHAIN_ELEMENT element{};
         CERT_REVOCATION_INFO revocation{};
         std::vector<BASALT_REVOCATION_EVIDENCE> evidence;
+        std::wstring unreached;
     };
 
     void fill_records();

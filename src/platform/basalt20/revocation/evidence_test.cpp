@@ -397,6 +397,43 @@ TEST_F(EvidenceTest, OfAnEntryThatIsRepeatedEachCounts) {
     }
 }
 
+// The issuer that an entry names is that of the entries behind it, too. The numbers ascend, so that
+// nothing but the entries' own order counts.
+TEST_F(EvidenceTest, OfAnEntryThatIsRepeatedInAListForSeveralIssuersEachCounts) {
+    const PartyOwner before = make_party({.name = "x", .issuer = root_.get(), .serial = "01"});
+    const PartyOwner certificate = make_party({.name = "s", .issuer = ca_.get(), .serial = "02"});
+    constexpr int kCompromise = 1, kClosed = 5;
+    const ListEntry of_others{before.get(), -10, kClosed, root_.get()};
+    const ListEntry closed{certificate.get(), 5, kClosed};
+    const ListEntry stolen{certificate.get(), -10, kCompromise};
+    const auto under = [](ListEntry entry, const Party& issuer) {
+        entry.issuer = &issuer;
+        return entry;
+    };
+    const struct {
+        const char* name;
+        std::vector<ListEntry> entries;
+        Standing expected;
+    } cases[] = {
+        {"the list's own issuer, hard last", {closed, stolen}, kRevoked},
+        {"the list's own issuer, hard first", {stolen, closed}, kRevoked},
+        {"not hard", {closed, closed}, kGood},
+        {"another issuer, which goes on", {of_others, closed, stolen}, kGood},
+        {"another issuer, and back", {of_others, under(closed, *ca_), stolen}, kRevoked},
+        {"and back for the first alone",
+         {of_others, under(closed, *ca_), under(stolen, *root_)},
+         kGood},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        forget();
+        ListSpec spec = list("issuingDistributionPoint=critical,@p\n[p]\nindirectCRL=TRUE\n");
+        spec.entries = c.entries;
+        give_list(spec);
+        EXPECT_EQ(judge(*certificate), c.expected);
+    }
+}
+
 // A certificate may be listed with a date that is yet to come, and one that names a source that
 // can't be read names one.
 TEST_F(EvidenceTest, WhatIsOddlySaidIsSaid) {
@@ -486,6 +523,22 @@ TEST_F(EvidenceTest, OfWhatHasEndedAnEndedResponderMaySpeak) {
     later.entries = {{doubtful.get(), kMade + 2}};
     give_list(later);
     EXPECT_EQ(judge(*ended, RevocationMode::available), kUnknown);
+
+    // The same of an authority, for which a revocation without a reason is no doubt of its key.
+    forget();
+    const PartyOwner ended_ca =
+        make_party({.name = "ca", .issuer = root_.get(), .extensions = kAuthority, .end = kEnd});
+    const PartyOwner of_root = make_party(
+        {.name = "responder", .issuer = root_.get(), .extensions = "extendedKeyUsage=OCSPSigning"});
+    AnswerSpec about_ca = answer(*ended_ca, *of_root);
+    about_ca.entries[0].issuer = root_.get();
+    give_answer(about_ca);
+    const CertificatePath path{valid->entry, ended_ca->entry, root_->entry};
+    EXPECT_EQ(judge(path, 1, RevocationMode::available), kGood);
+    later.signer = root_.get();
+    later.entries = {{of_root.get(), kMade + 2}};
+    give_list(later);
+    EXPECT_EQ(judge(path, 1, RevocationMode::available), kUnknown);
 }
 
 TEST_F(EvidenceTest, AnswersCountByWhoSignedThem) {
@@ -676,6 +729,37 @@ TEST_F(EvidenceTest, WeakSignaturesOfListsAndAnswersDoNotCount) {
             EXPECT_EQ(judge(path, 0, RevocationMode::require), c.by_current) << is_list;
         }
     }
+}
+
+// The cost of junk adds up, and isn't that of each object times each certificate of the name.
+TEST_F(EvidenceTest, LikeNamedCertificatesAreNotTriedOnEveryAnswerAndList) {
+    const PartyOwner certificate = leaf();
+    const PartyOwner impostor = make_party({.name = "ca", .extensions = kAuthority});
+    constexpr unsigned kObjects = 30;
+    constexpr unsigned kNamesakes = 40;
+    for (unsigned i = 0; i < kNamesakes; ++i) {
+        paths_.add(*make_party({.name = "ca", .extensions = kAuthority}));
+    }
+    for (unsigned i = 0; i < kObjects; ++i) {
+        AnswerSpec junk = answer(*certificate, *impostor);
+        junk.produced = kMade - static_cast<int>(i);
+        give_answer(junk);
+    }
+    EXPECT_EQ(judge(*certificate), kUnknown);
+    EXPECT_EQ(paths_.lookups(), 0U) << "only the issuer's key and its delegates sign answers";
+    EXPECT_EQ(signatures_, kObjects);
+
+    forget();
+    for (unsigned i = 0; i < kObjects; ++i) {
+        ListSpec junk = list();
+        junk.signer = impostor.get();
+        junk.made = static_cast<int>(i);
+        give_list(junk);
+    }
+    EXPECT_EQ(judge(*certificate), kUnknown);
+    EXPECT_LE(paths_.lookups(), kObjects);
+    EXPECT_EQ(paths_.searches(), 0U) << "nobody's path is looked for who hasn't signed";
+    EXPECT_EQ(signatures_, 64U);
 }
 
 TEST_F(EvidenceTest, JunkUsesUpItsOwnShareAlone) {

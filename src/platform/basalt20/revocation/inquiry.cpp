@@ -1,6 +1,7 @@
 #include <basalt/revocation/inquiry.h>
 
 #include <basalt/network/retrieval_cache.h>
+#include <basalt/revocation/listing.h>
 
 #include <openssl/err.h>
 
@@ -18,53 +19,10 @@ FileTicks end_of(const X509* certificate) {
     return end ? *end + kTicksPerSecond - 1 : 0;
 }
 
-std::optional<int> reason_of(const X509_REVOKED* entry) {
-    const OpensslOwner<ASN1_ENUMERATED, ASN1_ENUMERATED_free> why(static_cast<ASN1_ENUMERATED*>(
-        X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr)));
-    return why ? std::optional(static_cast<int>(ASN1_ENUMERATED_get(why.get()))) : std::nullopt;
-}
-
-// What a list has of one certificate.
-struct Listing {
-    std::vector<const X509_REVOKED*> entries; // that revoke it: one, unless the list repeats it
-    bool removed = false;                     // it says that it isn't revoked any more
-};
-
-Listing look_up(const CrlFacts& facts, X509* certificate) {
-    constexpr int kRemoved = 2;
-    X509_REVOKED* first = nullptr;
-    const int found = X509_CRL_get0_by_cert(facts.list.get(), &first, certificate);
-    Listing listing;
-    if (found == 0) {
-        return listing;
-    }
-    if (facts.is_indirect()) { // whose entries only OpenSSL knows how to tell apart
-        listing.removed = found == kRemoved;
-        if (!listing.removed) {
-            listing.entries.push_back(first);
-        }
-        return listing;
-    }
-    const STACK_OF(X509_REVOKED)* all = X509_CRL_get_REVOKED(facts.list.get());
-    for (int i = 0; i < sk_X509_REVOKED_num(all); ++i) {
-        const X509_REVOKED* entry = sk_X509_REVOKED_value(all, i);
-        if (ASN1_INTEGER_cmp(X509_REVOKED_get0_serialNumber(entry),
-                             X509_REVOKED_get0_serialNumber(first)) != 0) {
-            continue;
-        }
-        if (reason_of(entry) == reason::kRemoveFromCrl) {
-            listing.removed = true;
-        } else {
-            listing.entries.push_back(entry);
-        }
-    }
-    return listing;
-}
-
-void read_entry(const X509_REVOKED* entry, Statement& statement) {
+void take(const Revocation& revocation, Statement& statement) {
     statement.revoked = true;
-    statement.revoked_at = ticks_of(X509_REVOKED_get0_revocationDate(entry)).value_or(0);
-    statement.reason = reason_of(entry);
+    statement.revoked_at = revocation.at;
+    statement.reason = revocation.reason;
 }
 
 Statement statement_of(const CrlFacts& facts, ReasonSet reasons) {
@@ -202,6 +160,7 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
         kind == EvidenceKind::ocsp ? session_.retrieval.post(url, kRequestType, request_)
                                    : session_.retrieval.get(url);
     if (!bytes) {
+        unreached_ = unreached_.empty() ? url : unreached_;
         return false;
     }
     const EvidenceItem* item =
@@ -294,12 +253,12 @@ void Inquiry::state_lists() {
         const CrlFacts& facts = *list.item->list;
         Statement own = statement_of(facts, list.reasons);
         own.complete = !facts.is_delta();
-        const Listing listed = look_up(facts, certificate_);
-        for (const X509_REVOKED* entry : listed.entries) {
+        const Listing listed = listing_of(*list.item, certificate_);
+        for (const Revocation& entry : listed.entries) {
             if (own.revoked) { // it is repeated: each counts
                 state(own, {list.item});
             }
-            read_entry(entry, own);
+            take(entry, own);
         }
         const List* delta = facts.is_delta() ? nullptr : newest_delta_of(list);
         if (delta == nullptr) {
@@ -311,18 +270,20 @@ void Inquiry::state_lists() {
         Statement joint = own;
         joint.this_update = delta->item->list->this_update;
         joint.next_update = delta->item->list->next_update;
-        const Listing changed = look_up(*delta->item->list, certificate_);
+        const Listing changed = listing_of(*delta->item, certificate_);
         const bool lifted =
             changed.removed && changed.entries.empty() && own.reason == reason::kCertificateHold;
-        if (!changed.entries.empty()) {
-            read_entry(changed.entries.front(), joint);
-        } else if (lifted) {
-            joint.revoked = false;
-        }
         if (!lifted) {
             state(own, {list.item});
         }
-        state(joint, {delta->item, list.item});
+        for (const Revocation& entry : changed.entries) {
+            take(entry, joint);
+            state(joint, {delta->item, list.item});
+        }
+        if (changed.entries.empty()) {
+            joint.revoked = joint.revoked && !lifted;
+            state(joint, {delta->item, list.item});
+        }
     }
 }
 
@@ -382,6 +343,7 @@ StatusFinding Inquiry::finding() const {
         add_support(finding);
         return finding;
     }
+    finding.unreached = unreached_;
     if (session_.signatures.exhausted()) {
         finding.cause = UnknownCause::exhausted;
     } else if (finding.cause == UnknownCause::no_source &&

@@ -60,6 +60,7 @@ private:
     std::vector<Items> origins_; // of the statements
     Ruling ruling_;
     bool something_at_hand_ = false;
+    std::string unreached_;
 };
 
 } // namespace basalt

@@ -39,6 +39,7 @@ struct StatusFinding {
     // Revoked after the stamp's time, for a reason that voids what was signed before, too.
     bool revoked_later = false;
     UnknownCause cause = UnknownCause::no_source;
+    std::string unreached; // of an unknown one: the first address that gave nothing
     // What decided; of an unknown one, the newest that was looked at. Several when good takes
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
     std::vector<DecidingEvidence> evidence;
@@ -65,7 +66,8 @@ struct StatusQuestion {
 class StatusCheck {
 public:
     // The stores' CRLs and OCSP answers are candidates: those of `own`, of this machine and its
-    // user, go first and share no budget with those of `foreign`, which came with the question.
+    // user, go first; those of `foreign`, which came with the question, have a share of the budget
+    // that they can't go beyond, whereas the others may use all of it.
     // Null ones are passed over; they are read by the first judgement. All arguments must outlive
     // the object.
     StatusCheck(Budget& budget, Retrieval& retrieval, SignerPaths& paths,

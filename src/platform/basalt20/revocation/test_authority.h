@@ -354,7 +354,12 @@ class FewPaths : public SignerPaths {
 public:
     void add(const Party& party) { entries_.push_back(party.entry); }
 
+    // How often somebody has looked for certificates, and for paths.
+    unsigned lookups() const { return lookups_; }
+    unsigned searches() const { return searches_; }
+
     std::vector<CertificateEntry> named(const X509_NAME* subject) override {
+        ++lookups_;
         std::vector<CertificateEntry> found;
         for (const CertificateEntry& entry : entries_) {
             if (X509_NAME_cmp(X509_get_subject_name(entry->certificate.get()), subject) == 0) {
@@ -366,6 +371,7 @@ public:
 
     CertificatePath path_of(const CertificateEntry& signer, const CertificateEntry& anchor,
                             FileTicks at) override {
+        ++searches_;
         CertificatePath path{signer};
         for (std::size_t i = 0; i < entries_.size() && path.back() != anchor; ++i) {
             X509* child = path.back()->certificate.get();
@@ -385,6 +391,8 @@ public:
 
 private:
     std::vector<CertificateEntry> entries_;
+    unsigned lookups_ = 0;
+    unsigned searches_ = 0;
 };
 
 } // namespace basalt::test

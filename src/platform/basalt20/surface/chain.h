@@ -237,6 +237,8 @@ typedef struct _CERT_REVOCATION_INFO {
     CERT_REVOCATION_CRL_INFO* pCrlInfo;
 } CERT_REVOCATION_INFO, *PCERT_REVOCATION_INFO;
 
+/// `pwszExtendedErrorInfo`: of one whose revocation is unknown, the first address that was asked in
+/// vain; else null. It is foreign text, in ASCII.
 typedef struct _CERT_CHAIN_ELEMENT {
     DWORD cbSize;
     PCCERT_CONTEXT pCertContext;

@@ -1,0 +1,20 @@
+// What a revocation list has of one certificate. Nothing fails: the list was read before.
+#pragma once
+
+#include <basalt/revocation/evidence_item.h>
+
+namespace basalt {
+
+struct Revocation {
+    FileTicks at = 0; // 0 for a date that is none
+    std::optional<int> reason;
+};
+
+struct Listing {
+    std::vector<Revocation> entries; // that revoke it: one, unless the list repeats it
+    bool removed = false;            // it says that it isn't revoked any more
+};
+
+Listing listing_of(const EvidenceItem& list, X509* certificate);
+
+} // namespace basalt
