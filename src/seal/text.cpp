@@ -88,25 +88,51 @@ std::string escaped_point(char32_t point) {
     return text.data();
 }
 
+// With leading zeros.
+void append_number(std::string& text, int number, std::size_t width) {
+    std::array<char, 6> digits{};
+    for (std::size_t i = width; i-- > 0; number /= 10) {
+        digits[i] = static_cast<char>('0' + number % 10);
+    }
+    text.append(digits.data(), width);
+}
+
 std::string fraction_of(Time time) {
     const auto whole = std::chrono::floor<std::chrono::seconds>(time);
     const auto micros = (time - whole).count();
     if (micros == 0) {
         return {};
     }
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), ".%06ld", static_cast<long>(micros));
-    std::string fraction = text.data();
+    std::string fraction = ".";
+    append_number(fraction, static_cast<int>(micros), 6);
     fraction.erase(fraction.find_last_not_of('0') + 1);
     return fraction;
 }
 
 // Year, month and day, "T", and the time of day with the fraction.
 std::string date_text(const std::tm& fields, Time time) {
-    std::array<char, 80> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d", fields.tm_year + 1900,
-                  fields.tm_mon + 1, fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec);
-    return text.data() + fraction_of(time);
+    constexpr int kLastOfFourDigits = 9999;
+    std::string text;
+    text.reserve(32);
+    const int year = fields.tm_year + 1900;
+    if (year >= 0 && year <= kLastOfFourDigits) {
+        append_number(text, year, 4);
+    } else {
+        text += std::to_string(year);
+    }
+    const struct {
+        char before;
+        int number;
+    } parts[] = {{'-', fields.tm_mon + 1},
+                 {'-', fields.tm_mday},
+                 {'T', fields.tm_hour},
+                 {':', fields.tm_min},
+                 {':', fields.tm_sec}};
+    for (const auto& part : parts) {
+        text += part.before;
+        append_number(text, part.number, 2);
+    }
+    return text += fraction_of(time);
 }
 
 std::time_t seconds_of(Time time) {
@@ -125,6 +151,9 @@ int digit_of(char c) {
 
 std::string quote_foreign(std::string_view text, std::size_t limit) {
     return within_memory("write a text", [&]() -> std::string {
+        if (plain_prefix(text) == text.size() && (limit == 0 || text.size() <= limit)) {
+            return std::string(text);
+        }
         std::string result;
         for (std::size_t count = 0; !text.empty(); ++count) {
             const std::size_t room = limit == 0 ? text.size() : limit - count;

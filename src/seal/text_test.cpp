@@ -64,6 +64,10 @@ TEST(Text, TimesKeepTheirFractionAndTheirZone) {
     const Time time{std::chrono::microseconds(1795270000'500000)};
     EXPECT_EQ(utc_text(time), "2026-11-21T14:06:40.5Z");
     EXPECT_EQ(utc_text(Time{std::chrono::microseconds(-1)}), "1969-12-31T23:59:59.999999Z");
+    EXPECT_EQ(utc_text(Time{std::chrono::microseconds(30)}), "1970-01-01T00:00:00.00003Z");
+    using namespace std::chrono;
+    EXPECT_EQ(utc_text(sys_days(year(1) / 2 / 3)), "0001-02-03T00:00:00Z");
+    EXPECT_EQ(utc_text(sys_days(year(12345) / 12 / 31)), "12345-12-31T00:00:00Z");
     ::setenv("TZ", "Asia/Kathmandu", 1);
     ::tzset();
     EXPECT_EQ(local_text(time), "2026-11-21T19:51:40.5+05:45");

@@ -2,6 +2,7 @@
 #include <chronoseal/seal/token_signer.h>
 
 #include <algorithm>
+#include <mutex>
 
 #include <chronoseal/asn1/certificate_identification.h>
 #include <chronoseal/atl/platform_answer.h>
@@ -15,6 +16,10 @@ namespace chronoseal {
 namespace {
 
 using Halcyon::ASN1::COtherCertID;
+
+// SigningCertificate, OtherSigningCertificate and SigningCertificateV2.
+constexpr std::string_view kNaming[] = {"1.2.840.113549.1.9.16.2.12", "1.2.840.113549.1.9.16.2.19",
+                                        "1.2.840.113549.1.9.16.2.47"};
 
 COtherCertID identifier_of(const ATL2::CCryptMsg& message, const SignerRecord& record) {
     if (record.get() != nullptr) {
@@ -36,6 +41,71 @@ const Halcyon::CBlob* sole_sha256(const COtherCertID& id) {
                : nullptr;
 }
 
+// The attributes that name a certificate, with what makes them differ: of one authority they are
+// the same in each stamp.
+Bytes naming_part(const CRYPT_ATTRIBUTES& attributes) {
+    Bytes part;
+    const auto append = [&](const void* data, std::size_t size) {
+        const auto* bytes = static_cast<const std::byte*>(data);
+        part.insert(part.end(), bytes, bytes + size);
+    };
+    for (DWORD i = 0; i < attributes.cAttr; ++i) {
+        const CRYPT_ATTRIBUTE& attribute = attributes.rgAttr[i];
+        const std::string_view oid = attribute.pszObjId;
+        if (std::ranges::find(kNaming, oid) == std::end(kNaming)) {
+            continue;
+        }
+        append(oid.data(), oid.size() + 1);
+        append(&attribute.cValue, sizeof attribute.cValue);
+        for (DWORD j = 0; j < attribute.cValue; ++j) {
+            append(&attribute.rgValue[j].cbData, sizeof attribute.rgValue[j].cbData);
+            append(attribute.rgValue[j].pbData, attribute.rgValue[j].cbData);
+        }
+    }
+    return part;
+}
+
+// The digests that were read from such attributes lately. Says nothing of trust. Bounded in number
+// and in bytes; for any number of threads.
+class KnownDigests {
+public:
+    std::shared_ptr<const Bytes> find(const Bytes& part) {
+        const std::scoped_lock lock(mutex_);
+        const auto found = std::ranges::find(entries_, part, &Entry::part);
+        if (found == entries_.end()) {
+            return nullptr;
+        }
+        std::rotate(entries_.begin(), found, found + 1);
+        return entries_.front().digest;
+    }
+
+    void keep(Bytes part, std::shared_ptr<const Bytes> digest) {
+        constexpr std::size_t kMostEntries = 16;
+        constexpr std::size_t kMostBytes = 1024;
+        if (part.size() > kMostBytes) {
+            return;
+        }
+        const std::scoped_lock lock(mutex_);
+        entries_.insert(entries_.begin(), {std::move(part), std::move(digest)});
+        if (entries_.size() > kMostEntries) {
+            entries_.pop_back();
+        }
+    }
+
+private:
+    struct Entry {
+        Bytes part;
+        std::shared_ptr<const Bytes> digest;
+    };
+    std::mutex mutex_;
+    std::vector<Entry> entries_; // the last used first
+};
+
+KnownDigests& known_digests() {
+    static auto* const kept = new KnownDigests; // threads may outlive the objects of the process
+    return *kept;
+}
+
 ATL2::CCertContext find_in(HCERTSTORE store, const SignerName& name) {
     ATL2::CCertContext current;
     for (;;) {
@@ -49,22 +119,37 @@ ATL2::CCertContext find_in(HCERTSTORE store, const SignerName& name) {
 } // namespace
 
 SignerName::SignerName(const ATL2::CCryptMsg& message, const SignerRecord& record) {
+    Bytes part;
+    if (record.get() != nullptr) {
+        part = naming_part(record.get()->AuthAttrs);
+        sha256_ = known_digests().find(part);
+        if (sha256_ != nullptr) {
+            code_ = 0;
+            return;
+        }
+    }
     try {
-        id_ = std::make_shared<const COtherCertID>(identifier_of(message, record));
+        auto id = std::make_shared<const COtherCertID>(identifier_of(message, record));
         code_ = 0;
+        const auto* digest = sole_sha256(*id);
+        if (digest == nullptr) {
+            id_ = std::move(id);
+            return;
+        }
+        sha256_ = std::make_shared<const Bytes>(copy_of(digest->pbData(), digest->cbData()));
+        if (!part.empty()) {
+            known_digests().keep(std::move(part), sha256_);
+        }
     } catch (const ATL::CAtlException& failure) {
         code_ = static_cast<std::uint32_t>(failure.m_hr);
     }
 }
 
 bool SignerName::matches(const CertificateInfo& certificate) const {
-    if (id_ == nullptr) {
-        return false;
+    if (sha256_ != nullptr) {
+        return *sha256_ == certificate.sha256;
     }
-    if (const auto* digest = sole_sha256(*id_)) {
-        return std::ranges::equal(view_of(digest->pbData(), digest->cbData()), certificate.sha256);
-    }
-    return Halcyon::ASN1::OtherCertIDMatches(*id_, blob_of(certificate.der));
+    return id_ != nullptr && Halcyon::ASN1::OtherCertIDMatches(*id_, blob_of(certificate.der));
 }
 
 bool SignerName::is(const CertificateInfo& certificate) const {

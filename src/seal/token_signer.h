@@ -29,6 +29,9 @@ public:
     bool is(const CertificateInfo& certificate) const;
 
 private:
+    // One of the two, if somebody is named: the SHA-256 of the certificate where that is all there
+    // is, as in most tokens, else the whole identifier.
+    std::shared_ptr<const Bytes> sha256_;
     std::shared_ptr<const Halcyon::ASN1::COtherCertID> id_;
     std::uint32_t code_ = static_cast<std::uint32_t>(E_FAIL);
 };

@@ -1,6 +1,8 @@
 // Gathering of a token's own certificates and evidence.
 #include <chronoseal/seal/token_store.h>
 
+#include <algorithm>
+
 #include <chronoseal/atl/platform_answer.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/platform_text.h>
@@ -42,6 +44,18 @@ void add_certificates(ByteView values, HCERTSTORE store) {
 } // namespace
 
 ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo& signature) {
+    // Lists and answers, those of revocationValues among them, are read by the platform.
+    ATL2::CCertStore own;
+    if (message) {
+        own.Open(CERT_STORE_PROV_MSG, ATL2::kAnyEncoding, 0, 0, message.get());
+    }
+    const bool has_values =
+        std::ranges::any_of(signature.unsigned_attributes, [](const AttributeInfo& attribute) {
+            return attribute.oid == kCertificateValues;
+        });
+    if (message && !has_values) {
+        return own;
+    }
     auto values = memory_store();
     for (const AttributeInfo& attribute : signature.unsigned_attributes) {
         for (const Bytes& value : attribute.values) {
@@ -50,13 +64,7 @@ ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo
             }
         }
     }
-    if (!message) {
-        return values;
-    }
-    // Lists and answers, those of revocationValues among them, are read by the platform.
-    ATL2::CCertStore own;
-    own.Open(CERT_STORE_PROV_MSG, ATL2::kAnyEncoding, 0, 0, message.get());
-    return collection_of({&own, &values});
+    return message ? collection_of({&own, &values}) : values;
 }
 
 } // namespace chronoseal
