@@ -3,6 +3,7 @@
 #include <chronoseal/atl/platform_answer.h>
 
 #include <basalt/last_error.h>
+#include <chronoseal/base/system_error.h>
 
 namespace ATL2 {
 
@@ -16,7 +17,7 @@ HRESULT result_from_last_error_or_fail() noexcept {
         // Read again: what stands in its place by now counts.
         return GetLastError() == 0
                    ? Halcyon::hr(Halcyon::kNoErrorSet)
-                   : Halcyon::hr(0x80070000u | (static_cast<DWORD>(error) & 0xFFFFu));
+                   : Halcyon::hr(Halcyon::of_system_error(static_cast<DWORD>(error)));
     }
     return error == 0 ? Halcyon::hr(E_FAIL) : error;
 }

@@ -2,6 +2,7 @@
 #include <chronoseal/base/atl_exception.h>
 
 #include <basalt/last_error.h>
+#include <chronoseal/base/system_error.h>
 
 namespace ATL {
 
@@ -16,7 +17,7 @@ namespace Halcyon {
 std::int32_t result_from_last_error() noexcept {
     const auto error = static_cast<std::int32_t>(GetLastError());
     if (error > 0) {
-        return hr(0x80070000u | (static_cast<std::uint32_t>(error) & 0xFFFFu));
+        return hr(of_system_error(static_cast<std::uint32_t>(error)));
     }
     return error;
 }

@@ -8,16 +8,18 @@
 
 #include <sys/stat.h>
 
+#include <basalt/error_codes.h>
 #include <basalt/text_conversion.h>
 #include <chronoseal/base/atl_exception.h>
 #include <chronoseal/base/blob.h>
+#include <chronoseal/base/system_error.h>
 
 namespace Halcyon {
 
 namespace {
 
-constexpr std::int32_t kCannotOpen = hr(0x80070002u);
-constexpr std::int32_t kCannotRead = hr(0x80070570u);
+constexpr std::int32_t kCannotOpen = hr(of_system_error(ERROR_FILE_NOT_FOUND));
+constexpr std::int32_t kCannotRead = hr(of_system_error(ERROR_FILE_CORRUPT));
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 

@@ -11,6 +11,7 @@
 #include <chronoseal/asn1data/pkix_tsp.h>
 #include <chronoseal/atl/cert_context.h>
 #include <chronoseal/atl/crypt_msg.h>
+#include <chronoseal/base/system_error.h>
 #include <chronoseal/core/message_bounds.h>
 #include <chronoseal/core/signed_message.h>
 
@@ -19,7 +20,7 @@ namespace Halcyon::PKI::TSP {
 namespace {
 
 constexpr HRESULT kUnsupportedKind = hr(E_INVALIDARG);
-constexpr HRESULT kBadTime = hr(0x80070000u | ERROR_INVALID_TIME);
+constexpr HRESULT kBadTime = hr(of_system_error(ERROR_INVALID_TIME));
 
 std::array<std::uint32_t, 3> accuracy_of(const asn1data::ASN1T_Accuracy& record) {
     return {record.m.secondsPresent ? static_cast<std::uint32_t>(record.seconds) : 0u,

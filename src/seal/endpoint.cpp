@@ -8,8 +8,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <basalt/error_codes.h>
 #include <basalt/last_error.h>
 #include <basalt/network.h>
+#include <chronoseal/base/system_error.h>
+#include <chronoseal/client/result_codes.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/file_bytes.h>
 #include <chronoseal/seal/platform_text.h>
@@ -19,10 +22,11 @@ namespace chronoseal {
 namespace {
 
 constexpr std::size_t kMostLoginBytes = 64 << 10;
+constexpr std::uint32_t kAddressUnreadable = Halcyon::of_system_error(ERROR_WINHTTP_INVALID_URL);
 constexpr char kUserAgent[] = "chronoseal/1.0";
 
 Error malformed_address(const std::string& url, const char* why) {
-    return Error(Category::misuse, "address_malformed", 0x80072EE5,
+    return Error(Category::misuse, "address_malformed", kAddressUnreadable,
                  "the address \"" + quote_address(url) + "\" " + why,
                  "give an http:// or https:// address");
 }
@@ -52,7 +56,7 @@ Address take_apart(const std::string& url) {
     const std::size_t end = std::min(url.find_first_of("/?#\\", start), url.size());
     std::string host = url.substr(start, end - start);
     if (host.find('@') != std::string::npos) {
-        throw Error(Category::misuse, "address_has_login", 0x80072EE5,
+        throw Error(Category::misuse, "address_has_login", kAddressUnreadable,
                     "the address \"" + quote_address(url) + "\" holds a name or a password",
                     "give the login in a file of its own");
     }
@@ -79,7 +83,7 @@ void require_private(const std::filesystem::path& path) {
         throw unreadable_file(path.string(), errno);
     }
     if ((status.st_mode & (S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH)) != 0) {
-        throw Error(Category::misuse, "login_file_open", 0x80070005,
+        throw Error(Category::misuse, "login_file_open", E_ACCESSDENIED,
                     "the file " + quote_foreign(path.string()) + " can be read by others",
                     "take their rights away: chmod 600");
     }
@@ -188,12 +192,14 @@ struct StatusWords {
     std::uint32_t code;
 };
 
-constexpr std::uint32_t kHttpStatus = 0xC2100100;
+using Halcyon::of_system_error;
+constexpr std::uint32_t kHttpStatus = Halcyon::PKI::TSP::Client::kResultHttpStatus;
 constexpr StatusWords kStatusWords[] = {
     {300, 399, "http_redirect", "redirects elsewhere, which is not followed",
-     "give the address that it redirects to", 0x80072F7C},
+     "give the address that it redirects to", of_system_error(ERROR_WINHTTP_REDIRECT_FAILED)},
     {401, 401, "login_required", "asks for a login",
-     "give the login in a file, or ask the authority for access", 0x80072EEF},
+     "give the login in a file, or ask the authority for access",
+     of_system_error(ERROR_WINHTTP_LOGIN_FAILURE)},
     {402, 402, "http_refused", "asks for payment", "see to the account with the authority",
      kHttpStatus},
     {403, 403, "forbidden", "forbids it", "ask the authority for access", kHttpStatus},
@@ -201,7 +207,7 @@ constexpr StatusWords kStatusWords[] = {
     {405, 406, "http_refused", "doesn't take a request for a time-stamp there", "check the address",
      kHttpStatus},
     {407, 407, "proxy_login_required", "can't be reached: the proxy asks for a login",
-     "set the proxy's login", 0x80072F9B},
+     "set the proxy's login", of_system_error(ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED_PROXY)},
     {408, 408, "time_out", "got no whole request in time", "try again", kHttpStatus},
     {413, 415, "http_refused", "doesn't take a request for a time-stamp there", "check the address",
      kHttpStatus},
@@ -222,7 +228,7 @@ Endpoint make_endpoint(const Authority& authority, const std::string& default_pr
     endpoint.login = login_of(authority, address.host);
     endpoint.proxy = authority.proxy.value_or(default_proxy);
     if (!endpoint.proxy.empty() && endpoint.proxy.find('@') != std::string::npos) {
-        throw Error(Category::misuse, "address_has_login", 0x80072EE5,
+        throw Error(Category::misuse, "address_has_login", kAddressUnreadable,
                     "the proxy's address holds a name or a password",
                     "give the proxy's login apart");
     }

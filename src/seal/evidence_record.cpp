@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include <chronoseal/client/result_codes.h>
 #include <chronoseal/seal/armor.h>
 #include <chronoseal/seal/byte_kind.h>
 #include <chronoseal/seal/der_element.h>
@@ -146,7 +147,8 @@ EvidenceRecord EvidenceRecord::read_file(const std::filesystem::path& path) {
 EvidenceRecord EvidenceRecord::of_stamp(const Stamp& stamp) {
     return guarded("make an evidence record", [&] {
         if (!stamp.has_token()) {
-            throw error_of_code(static_cast<std::uint32_t>(0x8007139F), "make an evidence record");
+            throw error_of_code(Halcyon::PKI::TSP::Client::kResultNoStamp,
+                                "make an evidence record");
         }
         const std::string& oid = stamp.info().token->imprint_algorithm.oid;
         const Bytes algorithms = der_element(der_tag::kSequence, {hash_identifier(oid)});

@@ -2,6 +2,7 @@
 #include <array>
 
 #include <basalt/error_codes.h>
+#include <chronoseal/client/result_codes.h>
 #include <chronoseal/core/response.h>
 #include <chronoseal/seal/armor.h>
 #include <chronoseal/seal/byte_kind.h>
@@ -301,7 +302,7 @@ bool Stamp::has_token() const noexcept {
 
 Time Stamp::time() const {
     if (!has_token()) {
-        throw error_of_code(static_cast<std::uint32_t>(0x8007139F), "tell the stamp's time");
+        throw error_of_code(Halcyon::PKI::TSP::Client::kResultNoStamp, "tell the stamp's time");
     }
     return content_->info.token->time;
 }

@@ -1,6 +1,7 @@
 // Leaf, way and stamp put together.
 #include <chronoseal/seal/tree_stamp.h>
 
+#include <chronoseal/client/result_codes.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/hash_tree.h>
 #include <chronoseal/seal/token_der.h>
@@ -11,7 +12,7 @@ namespace {
 
 void check_over(const Stamp& stamp, const HashAlgorithm& algorithm, ByteView root) {
     if (!stamp.has_token()) {
-        throw error_of_code(static_cast<std::uint32_t>(0x8007139F), "make an evidence record");
+        throw error_of_code(Halcyon::PKI::TSP::Client::kResultNoStamp, "make an evidence record");
     }
     const TokenInfo& token = *stamp.info().token;
     if (token.imprint_algorithm.oid != algorithm.oid() || !same(token.imprint, root)) {
