@@ -39,11 +39,8 @@ chronoseal_status chronoseal_authenticode(const void* content, size_t size,
                                           const chronoseal_authenticode_options* options,
                                           chronoseal_authenticode_stamp** stamp,
                                           chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(stamp, "stamp");
-        place = new chronoseal_authenticode_stamp(
-            authenticode(needed_bytes(content, size, "content"), options_of(options)));
-        return CHRONOSEAL_OK;
+    return give_new(stamp, "stamp", error, [&] {
+        return authenticode(needed_bytes(content, size, "content"), options_of(options));
     });
 }
 

@@ -80,15 +80,28 @@ T& emptied(T* place, const char* name) {
     return needed(place, name) = T{};
 }
 
+// Runs `make`, and gives what it returns at `place`.
+template <class T, class Make>
+chronoseal_status give(T* place, const char* name, chronoseal_error** error, Make&& make) noexcept {
+    return call(error, [&] {
+        T& given = emptied(place, name);
+        given = make();
+        return CHRONOSEAL_OK;
+    });
+}
+
+// The same for a new handle, which is made of what `make` returns.
+template <class Handle, class Make>
+chronoseal_status give_new(Handle** place, const char* name, chronoseal_error** error,
+                           Make&& make) noexcept {
+    return give(place, name, error, [&] { return new Handle{make()}; });
+}
+
 // The struct that a handle keeps of itself.
 template <class Handle, class Info>
 chronoseal_status give_info(const Handle* handle, const char* name, const Info** info,
                             chronoseal_error** error) noexcept {
-    return call(error, [&] {
-        auto& place = emptied(info, "info");
-        place = needed(handle, name).info;
-        return CHRONOSEAL_OK;
-    });
+    return give(info, "info", error, [&] { return needed(handle, name).info; });
 }
 
 // A string that must be there, and one that may be null for the empty one.

@@ -13,11 +13,8 @@ struct chronoseal_cms_signature {
 chronoseal_status chronoseal_cms_signature_read(const void* data, size_t size,
                                                 chronoseal_cms_signature** signature,
                                                 chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(signature, "signature");
-        place = new chronoseal_cms_signature{CmsSignature::read(needed_bytes(data, size, "data"))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(signature, "signature", error,
+                    [&] { return CmsSignature::read(needed_bytes(data, size, "data")); });
 }
 
 chronoseal_status chronoseal_cms_signature_signers(const chronoseal_cms_signature* signature,
@@ -77,13 +74,10 @@ chronoseal_status chronoseal_cms_signature_with_stamp(const chronoseal_cms_signa
                                                       const char* attribute,
                                                       chronoseal_cms_signature** stamped,
                                                       chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(stamped, "stamped");
+    return give_new(stamped, "stamped", error, [&] {
         const CmsSignature& own = needed(signature, "signature").signature;
-        place = new chronoseal_cms_signature{
-            own.with_stamp(signer, needed(stamp, "stamp").stamp,
-                           attribute != nullptr ? attribute : kSignatureTimeStamp)};
-        return CHRONOSEAL_OK;
+        return own.with_stamp(signer, needed(stamp, "stamp").stamp,
+                              attribute != nullptr ? attribute : kSignatureTimeStamp);
     });
 }
 

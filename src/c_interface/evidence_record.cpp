@@ -88,22 +88,17 @@ chronoseal_status chronoseal_evidence_record_of_stamp(const chronoseal_stamp* st
 chronoseal_status chronoseal_evidence_record_get_info(const chronoseal_evidence_record* record,
                                                       const chronoseal_evidence_record_info** info,
                                                       chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(info, "info");
+    return give(info, "info", error, [&] {
         const chronoseal_evidence_record& handle = needed(record, "record");
         std::call_once(handle.info_once, [&] { describe(handle); });
-        place = handle.info;
-        return CHRONOSEAL_OK;
+        return handle.info;
     });
 }
 
 chronoseal_status chronoseal_evidence_record_der(const chronoseal_evidence_record* record,
                                                  chronoseal_bytes* der, chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(der, "der");
-        place = c_interface::view_of(needed(record, "record").record.der());
-        return CHRONOSEAL_OK;
-    });
+    return give(der, "der", error,
+                [&] { return c_interface::view_of(needed(record, "record").record.der()); });
 }
 
 chronoseal_status
@@ -124,14 +119,12 @@ chronoseal_evidence_record_data_algorithms(const chronoseal_evidence_record* rec
 chronoseal_status
 chronoseal_evidence_record_renewal_algorithm(const chronoseal_evidence_record* record,
                                              const char** algorithm, chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(algorithm, "algorithm");
+    return give(algorithm, "algorithm", error, [&] {
         const chronoseal_evidence_record& handle = needed(record, "record");
         std::call_once(handle.renewal_once, [&] {
             handle.renewal_algorithm = handle.record.renewal_algorithm().name();
         });
-        place = handle.renewal_algorithm.c_str();
-        return CHRONOSEAL_OK;
+        return handle.renewal_algorithm.c_str();
     });
 }
 
@@ -164,11 +157,7 @@ chronoseal_status chronoseal_evidence_record_hash_file(const chronoseal_evidence
 chronoseal_status chronoseal_evidence_record_copy(const chronoseal_evidence_record* record,
                                                   chronoseal_evidence_record** copy,
                                                   chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(copy, "copy");
-        place = new chronoseal_evidence_record(needed(record, "record").record);
-        return CHRONOSEAL_OK;
-    });
+    return give_new(copy, "copy", error, [&] { return needed(record, "record").record; });
 }
 
 void chronoseal_evidence_record_free(chronoseal_evidence_record** record) {

@@ -54,11 +54,7 @@ chronoseal_evidence_record* record_of(chronoseal_evidence_tree* tree,
 chronoseal_status chronoseal_evidence_tree_new(const char* algorithm,
                                                chronoseal_evidence_tree** tree,
                                                chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(tree, "tree");
-        place = new chronoseal_evidence_tree{EvidenceTree(algorithm_of(algorithm))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(tree, "tree", error, [&] { return EvidenceTree(algorithm_of(algorithm)); });
 }
 
 chronoseal_status chronoseal_evidence_tree_reserve(chronoseal_evidence_tree* tree, uint64_t digests,
@@ -90,20 +86,12 @@ chronoseal_status chronoseal_evidence_tree_add_group(chronoseal_evidence_tree* t
 
 chronoseal_status chronoseal_evidence_tree_size(chronoseal_evidence_tree* tree, uint64_t* leaves,
                                                 chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(leaves, "leaves");
-        place = needed(tree, "tree").tree.size();
-        return CHRONOSEAL_OK;
-    });
+    return give(leaves, "leaves", error, [&] { return needed(tree, "tree").tree.size(); });
 }
 
 chronoseal_status chronoseal_evidence_tree_root(chronoseal_evidence_tree* tree,
                                                 chronoseal_digest* root, chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(root, "root");
-        place = digest_of(needed(tree, "tree").tree.root());
-        return CHRONOSEAL_OK;
-    });
+    return give(root, "root", error, [&] { return digest_of(needed(tree, "tree").tree.root()); });
 }
 
 chronoseal_status chronoseal_evidence_tree_record(chronoseal_evidence_tree* tree,
@@ -132,11 +120,9 @@ chronoseal_status chronoseal_evidence_tree_record_below(
 chronoseal_status chronoseal_evidence_tree_path(chronoseal_evidence_tree* tree, const void* leaf,
                                                 size_t size, chronoseal_hash_path** path,
                                                 chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(path, "path");
+    return give_new(path, "path", error, [&] {
         EvidenceTree& own = needed(tree, "tree").tree;
-        place = new chronoseal_hash_path(own.path(needed_bytes(leaf, size, "leaf")));
-        return CHRONOSEAL_OK;
+        return own.path(needed_bytes(leaf, size, "leaf"));
     });
 }
 
@@ -164,12 +150,9 @@ void chronoseal_evidence_tree_free(chronoseal_evidence_tree** tree) {
 chronoseal_status chronoseal_manifest_tree_new(const char* path, const chronoseal_control* control,
                                                chronoseal_manifest_tree** tree,
                                                chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(tree, "tree");
+    return give_new(tree, "tree", error, [&] {
         Watch watch(control);
-        place = new chronoseal_manifest_tree{
-            ManifestTree(needed_text(path, "path"), watch.progress(), watch.stop())};
-        return CHRONOSEAL_OK;
+        return ManifestTree(needed_text(path, "path"), watch.progress(), watch.stop());
     });
 }
 
@@ -188,34 +171,23 @@ chronoseal_status chronoseal_manifest_tree_get_info(const chronoseal_manifest_tr
 
 chronoseal_status chronoseal_manifest_tree_root(chronoseal_manifest_tree* tree,
                                                 chronoseal_digest* root, chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(root, "root");
-        place = digest_of(needed(tree, "tree").tree.root());
-        return CHRONOSEAL_OK;
-    });
+    return give(root, "root", error, [&] { return digest_of(needed(tree, "tree").tree.root()); });
 }
 
 chronoseal_status chronoseal_manifest_tree_record(chronoseal_manifest_tree* tree,
                                                   const chronoseal_stamp* stamp,
                                                   chronoseal_evidence_record** record,
                                                   chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(record, "record");
-        place = new chronoseal_evidence_record(
-            needed(tree, "tree").tree.record(needed(stamp, "stamp").stamp));
-        return CHRONOSEAL_OK;
-    });
+    return give_new(record, "record", error,
+                    [&] { return needed(tree, "tree").tree.record(needed(stamp, "stamp").stamp); });
 }
 
 chronoseal_status chronoseal_manifest_tree_record_below(
     chronoseal_manifest_tree* tree, const chronoseal_stamp* stamp, const chronoseal_bytes* above,
     size_t above_count, chronoseal_evidence_record** record, chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(record, "record");
-        place = new chronoseal_evidence_record(
-            needed(tree, "tree")
-                .tree.record(needed(stamp, "stamp").stamp, path_of(above, above_count)));
-        return CHRONOSEAL_OK;
+    return give_new(record, "record", error, [&] {
+        return needed(tree, "tree")
+            .tree.record(needed(stamp, "stamp").stamp, path_of(above, above_count));
     });
 }
 
@@ -224,11 +196,8 @@ chronoseal_status chronoseal_manifest_tree_prove(chronoseal_manifest_tree* tree,
                                                  const chronoseal_evidence_record* record,
                                                  chronoseal_evidence_record** proof,
                                                  chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(proof, "proof");
-        place = new chronoseal_evidence_record(
-            needed(tree, "tree").tree.prove(digest_of(object), needed(record, "record").record));
-        return CHRONOSEAL_OK;
+    return give_new(proof, "proof", error, [&] {
+        return needed(tree, "tree").tree.prove(digest_of(object), needed(record, "record").record);
     });
 }
 

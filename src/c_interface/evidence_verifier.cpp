@@ -108,11 +108,7 @@ std::vector<DataDigests> objects_of(const chronoseal_digest* digests, std::size_
 chronoseal_status chronoseal_evidence_verifier_new(const chronoseal_trust* trust,
                                                    chronoseal_evidence_verifier** verifier,
                                                    chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(verifier, "verifier");
-        place = new chronoseal_evidence_verifier{EvidenceVerifier(trust_of(trust))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(verifier, "verifier", error, [&] { return EvidenceVerifier(trust_of(trust)); });
 }
 
 chronoseal_status chronoseal_evidence_verify(const chronoseal_evidence_verifier* verifier,

@@ -79,11 +79,8 @@ bool check(const CmsSignature& signature, const std::vector<std::size_t>& signer
 
 chronoseal_status chronoseal_extend(const chronoseal_stamp* stamp, const chronoseal_trust* trust,
                                     chronoseal_extension** extension, chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(extension, "extension");
-        place = new chronoseal_extension(extend(needed(stamp, "stamp").stamp, trust_of(trust)));
-        return CHRONOSEAL_OK;
-    });
+    return give_new(extension, "extension", error,
+                    [&] { return extend(needed(stamp, "stamp").stamp, trust_of(trust)); });
 }
 
 chronoseal_status chronoseal_extend_record(const chronoseal_evidence_record* record,

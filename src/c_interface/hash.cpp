@@ -74,22 +74,18 @@ std::vector<Digest> digests_of(const chronoseal_digest* first, std::size_t count
 
 chronoseal_status chronoseal_hash(const char* algorithm, const void* data, size_t size,
                                   chronoseal_digest* digest, chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(digest, "digest");
-        place = digest_of(Digest::of(needed_bytes(data, size, "data"), algorithm_of(algorithm)));
-        return CHRONOSEAL_OK;
+    return give(digest, "digest", error, [&] {
+        return digest_of(Digest::of(needed_bytes(data, size, "data"), algorithm_of(algorithm)));
     });
 }
 
 chronoseal_status chronoseal_hash_file(const char* algorithm, const char* path,
                                        const chronoseal_control* control, chronoseal_digest* digest,
                                        chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(digest, "digest");
+    return give(digest, "digest", error, [&] {
         Watch watch(control);
-        place = digest_of(Digest::of_file(needed_text(path, "path"), algorithm_of(algorithm),
-                                          watch.progress(), watch.stop()));
-        return CHRONOSEAL_OK;
+        return digest_of(Digest::of_file(needed_text(path, "path"), algorithm_of(algorithm),
+                                         watch.progress(), watch.stop()));
     });
 }
 
@@ -111,11 +107,7 @@ chronoseal_hash_algorithms(int (*each)(void* user, const chronoseal_hash_algorit
 
 chronoseal_status chronoseal_hasher_new(const char* algorithm, chronoseal_hasher** hasher,
                                         chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(hasher, "hasher");
-        place = new chronoseal_hasher{Hasher(algorithm_of(algorithm))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(hasher, "hasher", error, [&] { return Hasher(algorithm_of(algorithm)); });
 }
 
 chronoseal_status chronoseal_hasher_update(chronoseal_hasher* hasher, const void* data, size_t size,
@@ -128,12 +120,10 @@ chronoseal_status chronoseal_hasher_update(chronoseal_hasher* hasher, const void
 
 chronoseal_status chronoseal_hasher_finish(chronoseal_hasher* hasher, chronoseal_digest* digest,
                                            chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(digest, "digest");
+    return give(digest, "digest", error, [&] {
         Hasher last = std::move(running(hasher));
         hasher->running.reset();
-        place = digest_of(last.finish());
-        return CHRONOSEAL_OK;
+        return digest_of(last.finish());
     });
 }
 

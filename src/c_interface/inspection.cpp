@@ -42,11 +42,8 @@ struct chronoseal_inspection {
 
 chronoseal_status chronoseal_inspect(const void* data, size_t size,
                                      chronoseal_inspection** inspection, chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(inspection, "inspection");
-        place = new chronoseal_inspection(inspect(needed_bytes(data, size, "data")));
-        return CHRONOSEAL_OK;
-    });
+    return give_new(inspection, "inspection", error,
+                    [&] { return inspect(needed_bytes(data, size, "data")); });
 }
 
 chronoseal_status chronoseal_inspection_get_info(const chronoseal_inspection* inspection,

@@ -76,11 +76,8 @@ chronoseal_status chronoseal_manifest_read(const char* path, Each each, void* us
 chronoseal_status chronoseal_manifest_reader_new(Each each, void* user,
                                                  chronoseal_manifest_reader** reader,
                                                  chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(reader, "reader");
-        place = new chronoseal_manifest_reader{ManifestReader(on_line_of(each, user))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(reader, "reader", error,
+                    [&] { return ManifestReader(on_line_of(each, user)); });
 }
 
 chronoseal_status chronoseal_manifest_reader_feed(chronoseal_manifest_reader* reader,

@@ -14,35 +14,27 @@ chronoseal_status
 chronoseal_manifest_renewal_new(const char* list, const chronoseal_evidence_record* record,
                                 const char* renewed_list, const chronoseal_control* control,
                                 chronoseal_manifest_renewal** renewal, chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(renewal, "renewal");
+    return give_new(renewal, "renewal", error, [&] {
         Watch watch(control);
-        place = new chronoseal_manifest_renewal{ManifestRenewal(
-            needed_text(list, "list"), needed(record, "record").record,
-            needed_text(renewed_list, "renewed_list"), watch.progress(), watch.stop())};
-        return CHRONOSEAL_OK;
+        return ManifestRenewal(needed_text(list, "list"), needed(record, "record").record,
+                               needed_text(renewed_list, "renewed_list"), watch.progress(),
+                               watch.stop());
     });
 }
 
 chronoseal_status chronoseal_manifest_renewal_digest(chronoseal_manifest_renewal* renewal,
                                                      chronoseal_digest* digest,
                                                      chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(digest, "digest");
-        place = digest_of(needed(renewal, "renewal").renewal.digest());
-        return CHRONOSEAL_OK;
-    });
+    return give(digest, "digest", error,
+                [&] { return digest_of(needed(renewal, "renewal").renewal.digest()); });
 }
 
 chronoseal_status chronoseal_manifest_renewal_renewed(chronoseal_manifest_renewal* renewal,
                                                       const chronoseal_stamp* stamp,
                                                       chronoseal_evidence_record** renewed,
                                                       chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(renewed, "renewed");
-        place = new chronoseal_evidence_record(
-            needed(renewal, "renewal").renewal.renewed(needed(stamp, "stamp").stamp));
-        return CHRONOSEAL_OK;
+    return give_new(renewed, "renewed", error, [&] {
+        return needed(renewal, "renewal").renewal.renewed(needed(stamp, "stamp").stamp);
     });
 }
 
@@ -50,11 +42,8 @@ chronoseal_status chronoseal_manifest_renewal_renewed_list(chronoseal_manifest_r
                                                            const chronoseal_stamp* stamp,
                                                            chronoseal_evidence_record** record,
                                                            chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(record, "record");
-        place = new chronoseal_evidence_record(
-            needed(renewal, "renewal").renewal.renewed_list(needed(stamp, "stamp").stamp));
-        return CHRONOSEAL_OK;
+    return give_new(record, "record", error, [&] {
+        return needed(renewal, "renewal").renewal.renewed_list(needed(stamp, "stamp").stamp);
     });
 }
 
@@ -62,12 +51,9 @@ chronoseal_status chronoseal_manifest_renewal_prove(chronoseal_manifest_renewal*
                                                     const chronoseal_digest* digests, size_t count,
                                                     chronoseal_evidence_record** proof,
                                                     chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(proof, "proof");
+    return give_new(proof, "proof", error, [&] {
         needed(digests, "digests");
-        place = new chronoseal_evidence_record(
-            needed(renewal, "renewal").renewal.prove(digests_of(digests, count, "digests")));
-        return CHRONOSEAL_OK;
+        return needed(renewal, "renewal").renewal.prove(digests_of(digests, count, "digests"));
     });
 }
 

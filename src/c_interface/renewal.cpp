@@ -17,11 +17,8 @@ struct chronoseal_hash_renewal {
 chronoseal_status chronoseal_stamp_renewal_new(const char* algorithm,
                                                chronoseal_stamp_renewal** renewal,
                                                chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(renewal, "renewal");
-        place = new chronoseal_stamp_renewal{StampRenewal(algorithm_of(algorithm))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(renewal, "renewal", error,
+                    [&] { return StampRenewal(algorithm_of(algorithm)); });
 }
 
 chronoseal_status chronoseal_stamp_renewal_add(chronoseal_stamp_renewal* renewal,
@@ -36,11 +33,8 @@ chronoseal_status chronoseal_stamp_renewal_add(chronoseal_stamp_renewal* renewal
 chronoseal_status chronoseal_stamp_renewal_digest(chronoseal_stamp_renewal* renewal,
                                                   chronoseal_digest* digest,
                                                   chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(digest, "digest");
-        place = digest_of(needed(renewal, "renewal").renewal.digest());
-        return CHRONOSEAL_OK;
-    });
+    return give(digest, "digest", error,
+                [&] { return digest_of(needed(renewal, "renewal").renewal.digest()); });
 }
 
 chronoseal_status chronoseal_stamp_renewal_renewed(chronoseal_stamp_renewal* renewal,
@@ -48,12 +42,9 @@ chronoseal_status chronoseal_stamp_renewal_renewed(chronoseal_stamp_renewal* ren
                                                    const chronoseal_stamp* stamp,
                                                    chronoseal_evidence_record** renewed,
                                                    chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(renewed, "renewed");
-        place = new chronoseal_evidence_record(
-            needed(renewal, "renewal")
-                .renewal.renewed(needed(record, "record").record, needed(stamp, "stamp").stamp));
-        return CHRONOSEAL_OK;
+    return give_new(renewed, "renewed", error, [&] {
+        return needed(renewal, "renewal")
+            .renewal.renewed(needed(record, "record").record, needed(stamp, "stamp").stamp);
     });
 }
 
@@ -64,11 +55,8 @@ void chronoseal_stamp_renewal_free(chronoseal_stamp_renewal** renewal) {
 chronoseal_status chronoseal_hash_renewal_new(const char* algorithm,
                                               chronoseal_hash_renewal** renewal,
                                               chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(renewal, "renewal");
-        place = new chronoseal_hash_renewal{HashRenewal(algorithm_of(algorithm))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(renewal, "renewal", error,
+                    [&] { return HashRenewal(algorithm_of(algorithm)); });
 }
 
 chronoseal_status chronoseal_hash_renewal_add(chronoseal_hash_renewal* renewal,
@@ -86,11 +74,8 @@ chronoseal_status chronoseal_hash_renewal_add(chronoseal_hash_renewal* renewal,
 chronoseal_status chronoseal_hash_renewal_digest(chronoseal_hash_renewal* renewal,
                                                  chronoseal_digest* digest,
                                                  chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(digest, "digest");
-        place = digest_of(needed(renewal, "renewal").renewal.digest());
-        return CHRONOSEAL_OK;
-    });
+    return give(digest, "digest", error,
+                [&] { return digest_of(needed(renewal, "renewal").renewal.digest()); });
 }
 
 chronoseal_status chronoseal_hash_renewal_renewed(chronoseal_hash_renewal* renewal,
@@ -99,15 +84,11 @@ chronoseal_status chronoseal_hash_renewal_renewed(chronoseal_hash_renewal* renew
                                                   const chronoseal_stamp* stamp,
                                                   chronoseal_evidence_record** renewed,
                                                   chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(renewed, "renewed");
+    return give_new(renewed, "renewed", error, [&] {
         needed(objects, "objects");
-        place = new chronoseal_evidence_record(
-            needed(renewal, "renewal")
-                .renewal.renewed(needed(record, "record").record,
-                                 digests_of(objects, count, "objects"),
-                                 needed(stamp, "stamp").stamp));
-        return CHRONOSEAL_OK;
+        return needed(renewal, "renewal")
+            .renewal.renewed(needed(record, "record").record, digests_of(objects, count, "objects"),
+                             needed(stamp, "stamp").stamp);
     });
 }
 

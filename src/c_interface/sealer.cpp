@@ -15,11 +15,9 @@ namespace {
 template <class Ask>
 chronoseal_status seal(const chronoseal_sealer* sealer, const chronoseal_control* control,
                        chronoseal_stamp** stamp, chronoseal_error** error, Ask&& ask) {
-    return call(error, [&] {
-        auto*& place = emptied(stamp, "stamp");
+    return give_new(stamp, "stamp", error, [&] {
         Watch watch(control);
-        place = new chronoseal_stamp(ask(needed(sealer, "sealer").sealer, watch));
-        return CHRONOSEAL_OK;
+        return ask(needed(sealer, "sealer").sealer, watch);
     });
 }
 
@@ -27,12 +25,10 @@ chronoseal_status seal(const chronoseal_sealer* sealer, const chronoseal_control
 
 chronoseal_status chronoseal_sealer_new(const chronoseal_sealer_options* options,
                                         chronoseal_sealer** sealer, chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(sealer, "sealer");
+    return give(sealer, "sealer", error, [&] {
         SealerOptions values = options_of(options);
         const unsigned quorum = values.quorum;
-        place = new chronoseal_sealer(std::move(values), quorum);
-        return CHRONOSEAL_OK;
+        return new chronoseal_sealer(std::move(values), quorum);
     });
 }
 
@@ -111,23 +107,18 @@ chronoseal_status chronoseal_request(const chronoseal_sealer* sealer,
 
 chronoseal_status chronoseal_sealer_hash(const chronoseal_sealer* sealer, const char** algorithm,
                                          chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(algorithm, "algorithm");
-        place = needed(sealer, "sealer").sealer.hash().name().c_str();
-        return CHRONOSEAL_OK;
-    });
+    return give(algorithm, "algorithm", error,
+                [&] { return needed(sealer, "sealer").sealer.hash().name().c_str(); });
 }
 
 chronoseal_status chronoseal_sealer_hash_file(const chronoseal_sealer* sealer, const char* path,
                                               const chronoseal_control* control,
                                               chronoseal_digest* digest, chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(digest, "digest");
+    return give(digest, "digest", error, [&] {
         Watch watch(control);
-        place = digest_of(
+        return digest_of(
             needed(sealer, "sealer")
                 .sealer.digest_of(needed_text(path, "path"), watch.progress(), watch.stop()));
-        return CHRONOSEAL_OK;
     });
 }
 

@@ -37,11 +37,7 @@ chronoseal_status verify(const chronoseal_verifier* verifier, const chronoseal_s
 chronoseal_status chronoseal_verifier_new(const chronoseal_trust* trust,
                                           chronoseal_verifier** verifier,
                                           chronoseal_error** error) {
-    return call(error, [&] {
-        auto*& place = emptied(verifier, "verifier");
-        place = new chronoseal_verifier{Verifier(trust_of(trust))};
-        return CHRONOSEAL_OK;
-    });
+    return give_new(verifier, "verifier", error, [&] { return Verifier(trust_of(trust)); });
 }
 
 chronoseal_status chronoseal_verify(const chronoseal_verifier* verifier,
@@ -110,15 +106,13 @@ chronoseal_status chronoseal_verdict_get_info(const chronoseal_verdict* verdict,
 chronoseal_status chronoseal_verdict_finding(const chronoseal_verdict* verdict, size_t check,
                                              const chronoseal_finding** finding,
                                              chronoseal_error** error) {
-    return call(error, [&] {
-        auto& place = emptied(finding, "finding");
+    return give(finding, "finding", error, [&] {
         const auto& all = needed(verdict, "verdict").findings;
         if (check >= all.size()) {
             throw Error(Category::misuse, "index_too_large", 0, "there is no such check",
                         "count to CHRONOSEAL_CHECKS - 1");
         }
-        place = all.at(check);
-        return CHRONOSEAL_OK;
+        return all.at(check);
     });
 }
 
