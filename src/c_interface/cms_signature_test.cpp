@@ -1,7 +1,7 @@
 // CMS signatures and the stamps in them through the C interface. OpenSSL makes the signatures.
 #include <memory>
 
-#include <chronoseal/c_interface/testing/handles.h>
+#include <chronoseal/c_interface/testing/caller_fixture.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -29,9 +29,9 @@ std::string detached_signature(const std::string& data) {
 using SignatureHandle =
     std::unique_ptr<chronoseal_cms_signature, FreeBy<chronoseal_cms_signature_free>>;
 
-class CCmsSignatureTest : public SealTest {
+class CCmsSignatureTest : public CInterfaceTest {
 protected:
-    SignatureHandle read(const std::string& bytes) {
+    SignatureHandle signature_of(const std::string& bytes) {
         chronoseal_cms_signature* made = nullptr;
         chronoseal_cms_signature_read(bytes.data(), bytes.size(), &made, &error);
         return SignatureHandle(made);
@@ -43,30 +43,10 @@ protected:
                   CHRONOSEAL_OK);
         return taken(data, size);
     }
-    std::string word() const { return error.word(); }
-    std::string why() const { return error.why(); }
-
-    CallerError error;
 };
 
 TEST_F(CCmsSignatureTest, ASignatureGetsAStampAfterItWasChecked) {
-    const LiveAuthority live;
-    const std::string anchor = live.authority().root_der();
-    const std::string url = live.url();
-    const std::string rates = folder.path() / "rates";
-    const chronoseal_source anchors{nullptr, anchor.data(), anchor.size()};
-    chronoseal_trust given{};
-    given.size = sizeof given;
-    given.roots = &anchors;
-    given.root_count = 1;
-    chronoseal_sealer_options options{};
-    options.size = sizeof options;
-    options.url = url.c_str();
-    options.trust = &given;
-    options.rate_file = rates.c_str();
-    chronoseal_sealer* sealer = nullptr;
-    ASSERT_EQ(chronoseal_sealer_new(&options, &sealer, &error), CHRONOSEAL_OK) << why();
-    const std::unique_ptr<chronoseal_sealer, FreeBy<chronoseal_sealer_free>> owner(sealer);
+    const auto sealer = make_sealer();
     const std::string message = detached_signature("content");
     unsigned char* stamped = nullptr;
     std::size_t size = 0;
@@ -75,8 +55,8 @@ TEST_F(CCmsSignatureTest, ASignatureGetsAStampAfterItWasChecked) {
     how.size = sizeof how;
     const auto attach = [&](const std::string& bytes) {
         chronoseal_free(stamped);
-        chronoseal_attach(sealer, bytes.data(), bytes.size(), &how, nullptr, &compared, &stamped,
-                          &size, &error);
+        chronoseal_attach(sealer.get(), bytes.data(), bytes.size(), &how, nullptr, &compared,
+                          &stamped, &size, &error);
         return word();
     };
     how.content = "another";
@@ -93,7 +73,7 @@ TEST_F(CCmsSignatureTest, ASignatureGetsAStampAfterItWasChecked) {
     EXPECT_EQ(attach(broken), "signature_bad");
     EXPECT_EQ(attach("hello"), "not_a_signature");
     EXPECT_EQ(stamped, nullptr);
-    EXPECT_EQ(live.requests(), 0U);
+    EXPECT_EQ(authority.requests(), 0U);
 
     EXPECT_EQ(attach(message), "");
     EXPECT_EQ(compared, 0);
@@ -101,31 +81,27 @@ TEST_F(CCmsSignatureTest, ASignatureGetsAStampAfterItWasChecked) {
     how.content_size = 7;
     EXPECT_EQ(attach(message), "") << why();
     EXPECT_EQ(compared, 1);
-    EXPECT_EQ(live.requests(), 2U);
+    EXPECT_EQ(authority.requests(), 2U);
     chronoseal_inspection* inspection = nullptr;
     ASSERT_EQ(chronoseal_inspect(stamped, size, &inspection, &error), CHRONOSEAL_OK);
-    const std::unique_ptr<chronoseal_inspection, FreeBy<chronoseal_inspection_free>> seen(
-        inspection);
+    const Handle<chronoseal_inspection> seen(inspection);
     const chronoseal_inspection_info* found = nullptr;
     ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
     ASSERT_EQ(found->stamp_count, 1U);
     EXPECT_STREQ(found->stamps[0]->attribute, "1.2.840.113549.1.9.16.2.14");
-    chronoseal_verifier* judge_of_stamps = nullptr;
-    ASSERT_EQ(chronoseal_verifier_new(&given, &judge_of_stamps, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(chronoseal_verify(judge_of_stamps, found->stamps[0]->stamp,
+    const auto verifier = make_verifier();
+    EXPECT_EQ(chronoseal_verify(verifier.get(), found->stamps[0]->stamp,
                                 found->stamps[0]->stamped.data, found->stamps[0]->stamped.size,
                                 nullptr, &error),
               CHRONOSEAL_OK)
         << why();
-    chronoseal_verifier_free(&judge_of_stamps);
     chronoseal_free(stamped);
 }
 
 // Step by step what `chronoseal_attach` does at once, for stamps that come from elsewhere.
 TEST_F(CCmsSignatureTest, AStampFromElsewhereIsPutIn) {
-    const tsp::Authority authority;
     const std::string der = detached_signature("content");
-    const auto signature = read(der);
+    const auto signature = signature_of(der);
     std::size_t count = 0;
     int detached = 0;
     ASSERT_EQ(chronoseal_cms_signature_signers(signature.get(), &count, &detached, &error),
@@ -167,12 +143,10 @@ TEST_F(CCmsSignatureTest, AStampFromElsewhereIsPutIn) {
     const auto put = [&](const std::string& stamped, const char* attribute) {
         tsp::TstInfo info;
         info.digest = tsp::sha256(stamped);
-        const std::string token = authority.token(info.encode());
-        chronoseal_stamp* stamp = nullptr;
-        EXPECT_EQ(chronoseal_stamp_read(token.data(), token.size(), &stamp, &error), CHRONOSEAL_OK);
-        const StampHandle owner(stamp);
+        const auto stamp = read(token(info));
         chronoseal_cms_signature* made = nullptr;
-        chronoseal_cms_signature_with_stamp(signature.get(), 0, stamp, attribute, &made, &error);
+        chronoseal_cms_signature_with_stamp(signature.get(), 0, stamp.get(), attribute, &made,
+                                            &error);
         return SignatureHandle(made);
     };
     const auto extend = [&](const SignatureHandle& of) {
@@ -237,7 +211,7 @@ TEST_F(CCmsSignatureTest, WhatCameAsAMailGoesBackAsOne) {
 }
 
 TEST_F(CCmsSignatureTest, AMissingArgumentIsToldAndNeverFollowed) {
-    const auto signature = read(detached_signature("content"));
+    const auto signature = signature_of(detached_signature("content"));
     chronoseal_cms_signature* out = nullptr;
     unsigned char* data = nullptr;
     std::size_t size = 0;

@@ -45,6 +45,7 @@ public:
     ~CallerError() { chronoseal_error_free(&error_); }
 
     chronoseal_error** operator&() { return &error_; } // as a caller writes it
+    chronoseal_status status() const { return chronoseal_error_status(error_); }
     std::string word() const { return chronoseal_error_word(error_); }
     std::string why() const { return chronoseal_error_message(error_); }
 
@@ -61,6 +62,7 @@ inline void expect_argument_missing(std::initializer_list<Call> rows) {
         EXPECT_EQ(row(nullptr), CHRONOSEAL_MISUSE) << "row " << number;
         EXPECT_EQ(row(&error), CHRONOSEAL_MISUSE) << "row " << number;
         EXPECT_EQ(error.word(), "argument_missing") << "row " << number << error.why();
+        EXPECT_EQ(error.status(), CHRONOSEAL_MISUSE);
     }
 }
 
