@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include <chronoseal/c_interface/testing/caller_fixture.h>
+#include <chronoseal/seal/testing/status_statements.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -95,7 +96,7 @@ TEST_F(CInterfaceTest, OkStandsForAGoodStampAlone) {
 
 TEST_F(CInterfaceTest, TheEvidenceIsGivenWithTheChain) {
     const std::string list =
-        authority.authority().list("20240101000000Z", 4, "20240701000000Z", "20491231000000Z");
+        list_by(authority.authority(), "20240101000000Z", 4, "20240701000000Z", "20491231000000Z");
     const chronoseal_source evidence = source_of(list);
     trust.evidence = &evidence;
     trust.evidence_count = 1;

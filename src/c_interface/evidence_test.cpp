@@ -10,6 +10,7 @@
 
 #include <chronoseal/c_interface/testing/handles.h>
 #include <chronoseal/seal/testing/evidence_fixture.h>
+#include <chronoseal/seal/testing/status_statements.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -567,7 +568,7 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
 // The list was made after the stamp, and comes from the caller: nobody is asked.
 TEST_F(CEvidenceTest, AnExtendedStampHoldsWhatItIsJudgedBy) {
     const tsp::Authority by("20200101000000Z", "20291231000000Z", "http://127.0.0.1:1/x.crl");
-    const std::string list = by.list("", -1, "20240602000000Z", "20240609000000Z");
+    const std::string list = list_by(by, "", -1, "20240602000000Z", "20240609000000Z");
     const std::string anchor = by.root_der();
     const std::string bytes = by.token(tsp::TstInfo().encode());
     const chronoseal_source anchors{nullptr, anchor.data(), anchor.size()};

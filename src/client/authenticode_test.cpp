@@ -41,9 +41,9 @@ protected:
 
 TEST_F(Authenticode, PostsPaddedBase64AndDecodesTheAnswer) {
     const std::string answer(100, '\xA5');
-    LoopbackServer server([&](const HttpRequest&) { return HttpAnswer{200, base64(answer)}; });
+    LoopbackServer server([&](const std::string&) { return http_reply(200, base64(answer)); });
     EXPECT_EQ(stamp(server.url().c_str()), answer);
-    const auto body = server.requests().at(0).body;
+    const auto body = LoopbackRequest(server.requests().at(0)).body;
     const auto der =
         sequence(oid("1.3.6.1.4.1.311.3.2.1") +
                  sequence(oid("1.2.840.113549.1.7.1") + element(0xA0, element(0x04, "sig"))));
@@ -51,11 +51,12 @@ TEST_F(Authenticode, PostsPaddedBase64AndDecodesTheAnswer) {
     text.resize(static_cast<std::size_t>(
         ATL::Base64EncodeGetRequiredLength(static_cast<int>(der.size()), 0)));
     EXPECT_EQ(body, text) << "zeros up to the computed size";
-    EXPECT_EQ(server.requests().at(0).head.find("Content-Type"), std::string::npos);
+    EXPECT_EQ(LoopbackRequest(server.requests().at(0)).head.find("Content-Type"),
+              std::string::npos);
 }
 
 TEST_F(Authenticode, SendsAttributes) {
-    LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "AA=="}; });
+    LoopbackServer server([](const std::string&) { return http_reply(200, "AA=="); });
     char type[] = "1.2.3";
     BYTE value[] = {0x05, 0x00};
     CRYPT_ATTR_BLOB values{2, value};
@@ -63,11 +64,11 @@ TEST_F(Authenticode, SendsAttributes) {
     const CRYPT_ATTRIBUTES attributes{1, &attribute};
     EXPECT_EQ(stamp(server.url().c_str(), &attributes), std::string(1, '\0'));
     EXPECT_EQ(stamp(server.url().c_str()), std::string(1, '\0'));
-    EXPECT_GT(server.requests().at(0).body.size(), server.requests().at(1).body.size());
+    EXPECT_GT(server.requests().at(0).size(), server.requests().at(1).size());
 }
 
 TEST_F(Authenticode, PolicyChoosesTheServer) {
-    LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "QQ=="}; });
+    LoopbackServer server([](const std::string&) { return http_reply(200, "QQ=="); });
     const auto url = server.url();
     const std::string name(url.begin(), url.end());
     auto& configuration = Configuration::instance();
@@ -87,7 +88,7 @@ TEST_F(Authenticode, PolicyChoosesTheServer) {
 TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
     std::vector<int> statuses{407, 200};
     std::size_t next = 0;
-    LoopbackServer server([&](const HttpRequest&) { return HttpAnswer{statuses[next++], "QQ=="}; });
+    LoopbackServer server([&](const std::string&) { return http_reply(statuses[next++], "QQ=="); });
     EXPECT_EQ(stamp(server.url().c_str()), "A");
     statuses = {407, 407};
     next = 0;
@@ -96,14 +97,14 @@ TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
 }
 
 TEST_F(Authenticode, TellsFailuresByTheLastError) {
-    HttpAnswer answer{500, "QQ=="};
-    LoopbackServer server([&](const HttpRequest&) { return answer; });
+    LoopbackReply answer = http_reply(500, "QQ==");
+    LoopbackServer server([&](const std::string&) { return answer; });
     EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u));
-    answer = {200, "Q\r\nQ=="};
+    answer = http_reply(200, "Q\r\nQ==");
     EXPECT_EQ(stamp(server.url().c_str()), "A");
-    answer = {200, ""};
+    answer = http_reply(200, "");
     EXPECT_TRUE(stamp(server.url().c_str()).starts_with("null "));
-    answer = {200, "===="};
+    answer = http_reply(200, "====");
     EXPECT_EQ(stamp(server.url().c_str()), "");
     EXPECT_EQ(GetMSStamp(nullptr, L"http://x/", nullptr), nullptr);
     EXPECT_EQ(FreeMSStamp(nullptr), 1);

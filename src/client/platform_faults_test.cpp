@@ -84,7 +84,7 @@ protected:
     }
 
     Authority authority_;
-    std::string token_ = authority_.token(TstInfo().encode());
+    std::string token_ = authority_.token();
 };
 
 TEST_F(PlatformFaults, ImportForgivesDigestsThatCannotBeComputedAndNothingElse) {

@@ -20,16 +20,14 @@ protected:
 
     // Answers as a real authority, from the request as it came.
     LoopbackServer::Handler genuine(const EVP_MD* ess_digest = EVP_sha256()) {
-        return [this, ess_digest](const HttpRequest& r) {
-            return HttpAnswer{200, authority_.answer(r.body, ess_digest)};
+        return [this, ess_digest](const std::string& r) {
+            return http_reply(200, authority_.answer(LoopbackRequest(r).body, ess_digest));
         };
     }
-    LoopbackServer::Handler fixed(const std::string& body, int status = 200) {
-        return [body, status](const HttpRequest&) { return HttpAnswer{status, body}; };
+    LoopbackServer::Handler fixed(const std::string& body) {
+        return [body](const std::string&) { return http_reply(200, body); };
     }
-    std::string stamp_of(const TstInfo& info) {
-        return response(0, authority_.token(info.encode()));
-    }
+    std::string stamp_of(const TstInfo& info) { return response(0, authority_.token(info)); }
 
     std::string policy_ = "DefaultHashAlg = '2.16.840.1.101.3.4.2.1'\n";
     Authority authority_;
@@ -50,7 +48,7 @@ TEST_F(Exchange, StampsAndVerifiesEndToEnd) {
         const auto now = CDateTime::Now();
         EXPECT_LT(now - stamp.get_Time(), CDateTimeSpan(60, 0));
 
-        const auto posted = server.requests().at(0);
+        const LoopbackRequest posted(server.requests().at(0));
         EXPECT_EQ(posted.body, delivered(sent, &CRequest::Export));
         EXPECT_NE(posted.head.find("Content-type: application/timestamp-query\r\n"),
                   std::string::npos);
@@ -67,15 +65,15 @@ TEST_F(Exchange, OnlyAChangedRequestGoesOutWithOtherBytes) {
     sent.Send(false);
     const auto posted = server.requests();
     ASSERT_EQ(posted.size(), 3u);
-    EXPECT_EQ(posted[0].body, posted[1].body);
-    EXPECT_NE(posted[0].body, posted[2].body);
+    EXPECT_EQ(posted[0], posted[1]);
+    EXPECT_NE(posted[0], posted[2]);
 }
 
 TEST_F(Exchange, VerificationSeesAForgedSignature) {
-    LoopbackServer server([this](const HttpRequest& r) {
-        auto body = authority_.answer(r.body);
+    LoopbackServer server([this](const std::string& r) {
+        auto body = authority_.answer(LoopbackRequest(r).body);
         body.back() = static_cast<char>(body.back() ^ 1); // the signature stands last
-        return HttpAnswer{200, body};
+        return http_reply(200, body);
     });
     auto sent = request(server);
     EXPECT_CODE(0x80090006u, sent.Send(true));
@@ -84,11 +82,8 @@ TEST_F(Exchange, VerificationSeesAForgedSignature) {
 
 TEST_F(Exchange, HttpFailureLeavesTheOldStamp) {
     int status = 200;
-    const auto answer = genuine();
-    LoopbackServer server([&](const HttpRequest& r) {
-        auto result = answer(r);
-        result.status = status;
-        return result;
+    LoopbackServer server([&](const std::string& r) {
+        return http_reply(status, authority_.answer(LoopbackRequest(r).body));
     });
     auto sent = request(server);
     sent.Send(false);
@@ -154,13 +149,13 @@ TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
 }
 
 TEST_F(Exchange, NonceTakesTheClocksPlace) {
-    LoopbackServer server([this](const HttpRequest& r) {
+    LoopbackServer server([this](const std::string& r) {
         TstInfo info;
         // The nonce stands in the last INTEGER of eight bytes or less in the request.
-        const auto place = r.body.find(sha256("data")) + 32;
-        info.nonce = r.body.substr(place + 2, static_cast<unsigned char>(r.body[place + 1]));
+        const auto place = r.find(sha256("data")) + 32;
+        info.nonce = r.substr(place + 2, static_cast<unsigned char>(r[place + 1]));
         info.genTime = "20200101000000Z";
-        return HttpAnswer{200, stamp_of(info)};
+        return http_reply(200, stamp_of(info));
     });
     auto sent = request(server);
     EXPECT_CODE(0u, sent.Send(false));
@@ -177,7 +172,7 @@ TEST_F(Exchange, UnusableAnswersAreTheImportsFailure) {
         EXPECT_CODE(code, sent.Send(false));
     }
     add_policy("UseNonceByDefault = false\n");
-    LoopbackServer server(fixed(authority_.token(TstInfo().encode())));
+    LoopbackServer server(fixed(authority_.token()));
     auto sent = request(server);
     EXPECT_CODE(0x8007139Fu, sent.Send(false));
 }

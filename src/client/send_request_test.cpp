@@ -125,8 +125,8 @@ Sent send(WinHTTPParams params, const std::string& text, const wchar_t* headers 
 
 TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
     int status = 200;
-    LoopbackServer server([&](const HttpRequest& r) {
-        return HttpAnswer{status, "got " + std::to_string(r.body.size())};
+    LoopbackServer server([&](const std::string& r) {
+        return http_reply(status, "got " + std::to_string(LoopbackRequest(r).body.size()));
     });
     WinHTTPParams params;
     params.address = server.url();
@@ -137,7 +137,7 @@ TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
     const auto failed = send(params, "");
     EXPECT_EQ(failed.answer, "got 0");
     EXPECT_EQ(failed.status, 500u);
-    const auto head = server.requests().at(0).head;
+    const auto head = LoopbackRequest(server.requests().at(0)).head;
     EXPECT_TRUE(head.starts_with("POST / HTTP/1.1\r\n"));
     EXPECT_NE(head.find("User-Agent: agent\r\n"), std::string::npos);
     EXPECT_EQ(head.find("Content-Type:"), std::string::npos) << "null headers mean none";
@@ -145,7 +145,7 @@ TEST(SendRequest, PostsAndReturnsTheBodyWhateverTheStatus) {
 
 TEST(SendRequest, CacheOnlyNeverGoesByPost) {
     Configuration::instance().set("");
-    LoopbackServer server([](const HttpRequest&) { return HttpAnswer{200, "x"}; });
+    LoopbackServer server([](const std::string&) { return http_reply(200, "x"); });
     WinHTTPParams params;
     params.address = server.url();
     params.httpStatus = 42;
@@ -204,8 +204,8 @@ int cached_road() {
                           "[config.Tinlayer.cache_settings]\nOcspValiditySeconds = 60\n");
     ::setenv("XDG_CACHE_HOME", configuration.folder().c_str(), 1);
     int status = 200;
-    LoopbackServer server([&](const HttpRequest& r) {
-        return HttpAnswer{status, "answer to " + r.body};
+    LoopbackServer server([&](const std::string& r) {
+        return http_reply(status, "answer to " + LoopbackRequest(r).body);
     });
     WinHTTPParams params;
     params.address = server.url(L"/ocsp");

@@ -11,21 +11,12 @@ using namespace testing;
 
 constexpr std::uint32_t kRefused = 0x80093101;
 
-std::uint32_t imported(const std::string& bytes) {
-    CStamp stamp;
-    return code_of([&] { import(stamp, bytes); });
-}
-
 std::string named(const std::string& rdns) {
-    TstInfo info;
-    info.tsa = element(0xA4, sequence(rdns));
-    return Parts{.info = info.encode()}.token();
+    return token_of({.tsa = element(0xA4, sequence(rdns))});
 }
 
 std::string extended(const std::string& extensions) {
-    TstInfo info;
-    info.extensions = extensions;
-    return Parts{.info = info.encode()}.token();
+    return token_of({.extensions = extensions});
 }
 
 const std::string& certificate() {
@@ -139,24 +130,18 @@ long peak_of(const std::string& bytes) {
 }
 
 TEST(StampImport, CostsLittleMemoryWhateverTheAnswerHolds) {
-    imported(Authority().token(TstInfo().encode()));
+    imported(Authority().token());
     for (const auto& shape : kShapes) {
         EXPECT_LT(peak_of(shape.make(shape.many)), 64) << shape.name;
     }
     constexpr std::size_t kMega = 1 << 20;
     const std::string text(kMega, 'x');
-    TstInfo info;
-    info.serial = text;
-    const auto serial = Parts{.info = info.encode()}.token();
-    info = {};
-    info.digest = text;
-    const auto digest = Parts{.info = info.encode()}.token();
     const auto deep = repeated(kMega / 2, std::string("\x30\x80", 2));
     const std::pair<const char*, std::string> long_ones[] = {
         {"text", response(2, "", element(0x0C, text))},
         {"name", named(element(0x31, sequence(oid("2.5.4.3") + element(0x0C, text))))},
-        {"serial number", serial},
-        {"hash", digest},
+        {"serial number", token_of({.serial = text})},
+        {"hash", token_of({.digest = text})},
         {"levels", deep},
         {"pieces", Parts{.info = repeated(kMega / 2, element(0x04, ""))}.token()},
         {"noise", text}};
@@ -167,11 +152,7 @@ TEST(StampImport, CostsLittleMemoryWhateverTheAnswerHolds) {
 #endif
 
 TEST(StampImport, TakesTheTimesOfTheStandardAlone) {
-    const auto code = [](const std::string& time) {
-        TstInfo info;
-        info.genTime = time;
-        return imported(Parts{.info = info.encode()}.token());
-    };
+    const auto code = [](const std::string& time) { return imported(token_of({.genTime = time})); };
     for (const auto* good : {"20240601120000Z", "20240601120000.1Z", "20240601120000.123456789Z"}) {
         EXPECT_EQ(code(good), 0u) << good;
     }
@@ -183,9 +164,7 @@ TEST(StampImport, TakesTheTimesOfTheStandardAlone) {
     }
     EXPECT_EQ(code(std::string("20261101120000Z\0Z", 17)), 0x8007076Du);
     EXPECT_EQ(code(std::string("20261101120000\0Z", 16)), 0x8007076Du);
-    TstInfo info;
-    info.genTime = "20261101120000";
-    EXPECT_EQ(imported(response(0, Parts{.info = info.encode()}.token())), kRefused);
+    EXPECT_EQ(imported(response(0, token_of({.genTime = "20261101120000"}))), kRefused);
 }
 
 // An arc of 2^32 and more would lose its high bits, one without its end would be taken as it is:
@@ -227,9 +206,7 @@ TEST(StampImport, RefusesIdentifiersThatWouldBeReadAsOthers) {
             ++place;
         }
     }
-    TstInfo info;
-    info.tsa = element(0x88, wide);
-    EXPECT_EQ(imported(Parts{.info = info.encode()}.token()), kRefused);
+    EXPECT_EQ(imported(token_of({.tsa = element(0x88, wide)})), kRefused);
     const auto widened = [&](const std::string& type) { // 2^32 more in the last arc
         const auto arcs = oid(type).substr(2);
         return der(arcs.substr(0, arcs.size() - 1) + "\x90\x80\x80\x80" + arcs.back());

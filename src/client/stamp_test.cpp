@@ -17,7 +17,7 @@ class Stamp : public ::testing::Test {
 protected:
     Stamp() { Configuration::instance().set(""); }
 
-    std::string token(const TstInfo& info = {}) { return authority_.token(info.encode()); }
+    std::string token(const TstInfo& info = {}) { return authority_.token(info); }
     CStamp imported(const TstInfo& info) {
         CStamp stamp;
         import(stamp, token(info));
@@ -318,7 +318,7 @@ TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
 }
 
 TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
-    const auto der = authority_.token(TstInfo().encode(), {.with_certificates = false});
+    const auto der = authority_.signed_with({.with_certificates = false});
     const auto* place = bytes(der);
     const auto message = owned(d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())),
                                &CMS_ContentInfo_free);
@@ -341,8 +341,8 @@ TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
 }
 
 TEST_F(Stamp, ReusedObjectKeepsTheOpenedMessage) {
-    const auto first = authority_.token(TstInfo().encode());
-    const auto second = authority_.token(TstInfo().encode(), {.flags = 0}); // names no certificate
+    const auto first = authority_.token();
+    const auto second = authority_.signed_with({.flags = 0}); // names no certificate
     CStamp stamp;
     import(stamp, second);
     EXPECT_EQ(static_cast<std::uint32_t>(stamp.Verify(nullptr, nullptr)), 0x80092004u);

@@ -19,7 +19,7 @@ protected:
     std::uint32_t chain_verdict(const Authority& authority, const TstInfo& info) {
         const Trust trust(authority.root_der());
         CStamp stamp;
-        import(stamp, authority.token(info.encode()));
+        import(stamp, authority.token(info));
         return static_cast<std::uint32_t>(stamp.VerifyCertificate(nullptr, nullptr, 0));
     }
 
@@ -39,36 +39,35 @@ TEST_F(Verification, ExtensionListNamesWhatIsRefused) {
           Case{extension("1.2.5", false) + critical, nullptr, kRefused}}) {
         TstInfo info;
         info.extensions = extensions;
-        EXPECT_EQ(verdict(authority_.token(info.encode()), list), code) << (list ? list : "(null)");
+        EXPECT_EQ(verdict(authority_.token(info), list), code) << (list ? list : "(null)");
     }
 }
 
 TEST_F(Verification, RefusesAChangedTokenAndOtherContent) {
-    const auto der = authority_.token(TstInfo().encode());
+    const auto der = authority_.token();
     for (const auto place : {der.find("20240601120000"), der.size() - 1}) { // in the signature
         auto changed = der;
         changed[place] ^= 1;
         EXPECT_EQ(verdict(changed), 0x80090006u) << place;
     }
     EXPECT_EQ(verdict(der), 0u);
-    const auto data = authority_.token(TstInfo().encode(), {.contentType = "1.2.840.113549.1.7.1"});
+    const auto data = authority_.signed_with({.contentType = "1.2.840.113549.1.7.1"});
     EXPECT_EQ(verdict(data), 0x80004005u);
 }
 
 TEST_F(Verification, WantsOneSignerWhoNamesACertificate) {
-    EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.flags = 0})), 0x80092004u);
-    EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.signers = 2})), 0x80090006u);
-    const auto no_attributes = authority_.token(TstInfo().encode(), {.flags = CMS_NOATTR});
+    EXPECT_EQ(verdict(authority_.signed_with({.flags = 0})), 0x80092004u);
+    EXPECT_EQ(verdict(authority_.signed_with({.signers = 2})), 0x80090006u);
+    const auto no_attributes = authority_.signed_with({.flags = CMS_NOATTR});
     EXPECT_NE(verdict(no_attributes), 0u);
     CStamp stamp;
-    EXPECT_CODE(0x80093101u,
-                import(stamp, authority_.token(TstInfo().encode(), {.flags = CMS_USE_KEYID})));
+    EXPECT_CODE(0x80093101u, import(stamp, authority_.signed_with({.flags = CMS_USE_KEYID})));
     EXPECT_LT(CStamp().Verify(nullptr, nullptr), 0);
 }
 
 TEST_F(Verification, FindsTheSignerByEitherKey) {
     CStamp unnamed; // no signing-certificate attribute: by issuer and serial number
-    import(unnamed, authority_.token(TstInfo().encode(), {.flags = 0}));
+    import(unnamed, authority_.signed_with({.flags = 0}));
     const auto* const found = unnamed.get_TSACertificate(nullptr, 0);
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(
@@ -77,13 +76,12 @@ TEST_F(Verification, FindsTheSignerByEitherKey) {
     EXPECT_EQ(unnamed.get_TSACertificate(nullptr, 0), nullptr)
         << "the search goes on behind the one that is held, and uses it up";
     EXPECT_NE(unnamed.get_TSACertificate(nullptr, 0), nullptr);
-    EXPECT_EQ(verdict(authority_.token(TstInfo().encode(), {.digest = EVP_sha1()})), 0u)
+    EXPECT_EQ(verdict(authority_.signed_with({.digest = EVP_sha1()})), 0u)
         << "SigningCertificate of the first version";
 }
 
 TEST_F(Verification, SearchesTheCallersStoresAndTheAddressBook) {
-    const auto der =
-        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .with_certificates = false});
+    const auto der = authority_.signed_with({.flags = CMS_CADES, .with_certificates = false});
     const _CERT_CONTEXT* found = nullptr;
     CStamp stamp;
     import(stamp, der);
@@ -113,12 +111,11 @@ TEST_F(Verification, SearchesTheCallersStoresAndTheAddressBook) {
 }
 
 TEST_F(Verification, HintIsTriedButNotTrusted) {
-    const auto without =
-        authority_.token(TstInfo().encode(), {.flags = CMS_CADES, .with_certificates = false});
+    const auto without = authority_.signed_with({.flags = CMS_CADES, .with_certificates = false});
     const auto signer = certificate_of(authority_.signer_der());
     const auto stranger = certificate_of(authority_.root_der());
     EXPECT_EQ(verdict(without, nullptr, stranger.get()), 0x80092004u);
-    EXPECT_EQ(verdict(authority_.token(TstInfo().encode()), nullptr, stranger.get()), 0u);
+    EXPECT_EQ(verdict(authority_.token(), nullptr, stranger.get()), 0u);
     CStamp stamp;
     import(stamp, without);
     EXPECT_EQ(stamp.Verify(signer.get(), nullptr), 0);
@@ -140,7 +137,7 @@ TEST_F(Verification, JudgesTheChainAtTheStampsTime) {
 
 TEST_F(Verification, JudgesAGivenCertificateWhateverTheAttributesSay) {
     CStamp stamp;
-    import(stamp, authority_.token(TstInfo().encode()));
+    import(stamp, authority_.token());
     const auto root = certificate_of(authority_.root_der());
     const auto signer = certificate_of(authority_.signer_der());
     EXPECT_NE(stamp.VerifyCertificate(root.get(), nullptr, 0), 0) << "no usage for time stamping";
@@ -154,7 +151,7 @@ TEST_F(Verification, JudgesAGivenCertificateWhateverTheAttributesSay) {
 
 TEST_F(Verification, CertificatesOfTheTokenAreNotTrusted) {
     const Authority rogue;
-    const auto token = rogue.token(TstInfo().encode());
+    const auto token = rogue.token();
     CStamp stamp;
     import(stamp, token);
     EXPECT_EQ(stamp.Verify(nullptr, nullptr), 0);

@@ -47,7 +47,7 @@ TEST(TsaCertificateLookup, ThrowsNothingWhicheverAllocationFails) {
     for (const auto& [signing, found] :
          {std::pair{Signing{}, true}, std::pair{Signing{.flags = 0}, true},
           std::pair{Signing{.with_certificates = false}, false}}) {
-        const auto token = authority.token(TstInfo().encode(), signing);
+        const auto token = authority.signed_with(signing);
         long failing = 0;
         for (bool more = true; more; ++failing) {
             CStamp stamp;

@@ -2,6 +2,7 @@
 #include <chronoseal/seal/ocsp_bytes.h>
 #include <chronoseal/seal/signed_data_parts.h>
 #include <chronoseal/seal/testing/seal_fixture.h>
+#include <chronoseal/seal/testing/status_statements.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -50,10 +51,10 @@ protected:
     std::vector<Row> rows() const {
         constexpr char kFrom[] = "20240602000000Z", kTo[] = "20491230000000Z";
         constexpr char kRevoked[] = "20240501000000Z";
-        const std::string list = authority.list("", -1, kFrom, kTo);
-        const std::string bad_list = authority.list(kRevoked, 4, kFrom, kTo);
-        const std::string answer = authority.status_answer("", -1, kFrom, kTo);
-        const std::string bad_answer = authority.status_answer(kRevoked, 4, kFrom, kTo);
+        const std::string list = list_by(authority, "", -1, kFrom, kTo);
+        const std::string bad_list = list_by(authority, kRevoked, 4, kFrom, kTo);
+        const std::string answer = status_answer_by(authority, "", -1, kFrom, kTo);
+        const std::string bad_answer = status_answer_by(authority, kRevoked, 4, kFrom, kTo);
         return {{"a list", Place::lists, list, bad_list},
                 {"an answer among the lists", Place::lists, among_lists(answer),
                  among_lists(bad_answer)},
@@ -86,7 +87,7 @@ TEST_F(CarriedEvidenceTest, ItSufficesWhereTheSourceIsDeadAndRevokesWhereItSaysS
 
 TEST_F(CarriedEvidenceTest, WhatAStrangerSignedCountsForNothing) {
     const tsp::Authority stranger;
-    const std::string list = stranger.list("", -1, "20240602000000Z", "20491230000000Z");
+    const std::string list = list_by(stranger, "", -1, "20240602000000Z", "20491230000000Z");
     EXPECT_TRUE(Verifier(trust).verify_token(with(token, Place::lists, list)).indeterminate());
 }
 
@@ -111,8 +112,9 @@ TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
         parts.add_revocation_list(to_bytes(lists)); // one call, many entries
         return Stamp::read(parts.encode());
     };
-    const std::string good = authority.list("", -1, kFrom, kTo);
-    const Stamp strangers = stamp_with(bag(tsp::Authority().list("", -1, kFrom, kTo), 100) + good);
+    const std::string good = list_by(authority, "", -1, kFrom, kTo);
+    const Stamp strangers =
+        stamp_with(bag(list_by(tsp::Authority(), "", -1, kFrom, kTo), 100) + good);
     EXPECT_EQ(strangers.info().token->revocation_lists, 101U);
     const Verdict verdict = Verifier(trust).verify_token(strangers);
     EXPECT_TRUE(verdict.good()) << verdict.error().what();
@@ -121,7 +123,8 @@ TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
     EXPECT_EQ(extension.revocation_lists, 0U);
 
     EXPECT_EQ(word_of([&] { stamp_with(bag(good, 100000)); }), "malformed");
-    const Stamp namesakes = stamp_with(bag(authority.list("20240501000000Z", 4, kFrom, kTo), 100));
+    const Stamp namesakes =
+        stamp_with(bag(list_by(authority, "20240501000000Z", 4, kFrom, kTo), 100));
     EXPECT_TRUE(Verifier(trust).verify_token(namesakes).indeterminate());
     EXPECT_NE(word_of([&] { static_cast<void>(extend(namesakes, trust)); }), "");
 }

@@ -3,6 +3,7 @@
 
 #include <chronoseal/seal/signed_data_parts.h>
 #include <chronoseal/seal/testing/seal_fixture.h>
+#include <chronoseal/seal/testing/status_statements.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -29,7 +30,7 @@ protected:
     }
 
     std::string list(const char* from, const char* to) const {
-        return authority.list("", -1, from, to);
+        return list_by(authority, "", -1, from, to);
     }
     Trust as_of(Time time, bool offline = false) const {
         return {.roots = {to_bytes(authority.root_der())},
@@ -144,8 +145,8 @@ TEST_F(ExtensionTest, AnswersGoIntoTheAttributeOnceAndOldOnesStay) {
         return text;
     };
     const auto answer = [&](int from) {
-        return to_bytes(plain.status_answer("", -1, hours_from_now(from).c_str(),
-                                            hours_from_now(from + 48).c_str()));
+        return to_bytes(status_answer_by(plain, "", -1, hours_from_now(from).c_str(),
+                                         hours_from_now(from + 48).c_str()));
     };
     Trust trust{.roots = {to_bytes(plain.root_der())}, .evidence = {answer(-2)}, .offline = true};
     const Extension one = extend(Stamp::read(to_bytes(plain.token(TstInfo().encode()))), trust);
@@ -174,7 +175,7 @@ TEST_F(ExtensionTest, AResponseStaysOne) {
 }
 
 TEST_F(ExtensionTest, WhatCannotBeExtendedIsRefused) {
-    served = authority.list("20240501000000Z", 4, "20240602000000Z", "20240609000000Z");
+    served = list_by(authority, "20240501000000Z", 4, "20240602000000Z", "20240609000000Z");
     EXPECT_EQ(word_of([&] { extend(stamp(), as_of(day(2024, 6, 3))); }), "revoked");
     Trust off = as_of(day(2024, 6, 3));
     off.revocation = Revocation::off;

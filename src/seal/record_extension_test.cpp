@@ -1,5 +1,6 @@
 // Evidence put into the last stamp of a record, and into no other.
 #include <chronoseal/seal/testing/evidence_fixture.h>
+#include <chronoseal/seal/testing/status_statements.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -32,7 +33,7 @@ protected:
 };
 
 TEST_F(RecordExtensionTest, OnlyTheLastStampIsExtended) {
-    served = naming.list("", -1, "20240602000000Z", "20240802000000Z");
+    served = list_by(naming, "", -1, "20240602000000Z", "20240802000000Z");
     EvidenceTree tree(sha256);
     const Digest digest = Digest::of(bytes_of("data"), sha256);
     tree.add(digest);
@@ -53,7 +54,7 @@ TEST_F(RecordExtensionTest, OnlyTheLastStampIsExtended) {
     EXPECT_EQ(word_of([&] { extend(renewed, as_of(2024), 0); }), "stamp_covered");
     EXPECT_EQ(word_of([&] { extend(renewed, as_of(2024), 2); }), "stamp_missing");
     EXPECT_EQ(server.requests().size(), asked);
-    served = naming.list("", -1, "20240701000001Z", "20240802000000Z");
+    served = list_by(naming, "", -1, "20240701000001Z", "20240802000000Z");
     std::filesystem::remove_all(folder.path() / "cache");
     const auto last = extend(renewed, as_of(2024), 1);
     EXPECT_EQ(last.extension.revocation_lists, 1U);

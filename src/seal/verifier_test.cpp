@@ -1,6 +1,7 @@
 #include <thread>
 
 #include <chronoseal/seal/testing/seal_fixture.h>
+#include <chronoseal/seal/testing/status_statements.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -228,7 +229,7 @@ TEST_F(VerifierTest, RevocationIsToldWithItsEvidence) {
     for (const Row& row : rows) {
         Trust with_list = trust();
         with_list.evidence = {
-            to_bytes(authority.list(row.revoked, row.reason, from.c_str(), to.c_str()))};
+            to_bytes(list_by(authority, row.revoked, row.reason, from.c_str(), to.c_str()))};
         const Verdict verdict = Verifier(with_list).verify(stamp, bytes_of("data"));
         const Finding& finding = verdict.at(Check::revocation);
         EXPECT_EQ(finding.outcome, row.outcome) << row.revoked << finding.text;
@@ -275,8 +276,8 @@ TEST_F(VerifierTest, WhatTheTokenBringsAlongCounts) {
     EXPECT_TRUE(verify(encoded()).good());
     add("1.2.840.113549.1.9.16.2.24",
         tsp::sequence(
-            tsp::element(0xA0, tsp::sequence(authority.list("20240101000000Z", 1, "20240102000000Z",
-                                                            "20491231000000Z")))));
+            tsp::element(0xA0, tsp::sequence(list_by(authority, "20240101000000Z", 1,
+                                                     "20240102000000Z", "20491231000000Z")))));
     EXPECT_EQ(verify(encoded()).deciding().word, "revoked");
 }
 

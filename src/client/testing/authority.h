@@ -7,7 +7,6 @@
 
 #include <openssl/cms.h>
 #include <openssl/err.h>
-#include <openssl/ocsp.h>
 #include <openssl/ts.h>
 #include <openssl/x509v3.h>
 
@@ -84,11 +83,11 @@ struct TstInfo {
     std::string policy = "1.2.3.4";
     std::string serial = "\x12\x34";
     std::string genTime = "20240601120000Z";
-    std::string accuracy;   // the whole SEQUENCE
-    bool ordering = false;  //
-    std::string nonce;      // contents of the INTEGER
-    std::string tsa;        // a GeneralName
-    std::string extensions; // Extension after Extension
+    std::string accuracy = {};   // the whole SEQUENCE
+    bool ordering = false;       //
+    std::string nonce = {};      // contents of the INTEGER
+    std::string tsa = {};        // a GeneralName
+    std::string extensions = {}; // Extension after Extension
 };
 
 inline std::string extension(const std::string& type, bool critical) {
@@ -136,6 +135,10 @@ struct Parts {
     std::string content_type = oid(kTstInfoOid);
 };
 
+inline std::string token_of(const TstInfo& info) {
+    return Parts{.info = info.encode()}.token();
+}
+
 struct Signing {
     std::string contentType = kTstInfoOid;
     const EVP_MD* digest = EVP_sha256(); // SHA-1 gives a SigningCertificate, any other a V2
@@ -167,6 +170,9 @@ public:
 
     std::string root_der() const { return der(root_.get(), &i2d_X509); }
     std::string signer_der() const { return der(signer_.get(), &i2d_X509); }
+    X509* root() const { return root_.get(); }
+    X509* signer() const { return signer_.get(); }
+    EVP_PKEY* root_key() const { return root_key_.get(); }
     // The directoryName of the signer.
     std::string name() const {
         return element(0xA4, der(X509_get_subject_name(signer_.get()), &i2d_X509_NAME));
@@ -193,6 +199,11 @@ public:
         return der(message.get(), &i2d_CMS_ContentInfo);
     }
 
+    std::string token(const TstInfo& info = {}, const Signing& options = {}) const {
+        return token(info.encode(), options);
+    }
+    std::string signed_with(const Signing& options) const { return token(TstInfo(), options); }
+
     // A granted answer to an encoded request, made by OpenSSL's own authority.
     std::string answer(const std::string& request, const EVP_MD* ess_digest = EVP_sha256(),
                        bool ordering = false) const {
@@ -212,60 +223,6 @@ public:
         const auto response =
             owned(TS_RESP_create_response(context.get(), input.get()), &TS_RESP_free);
         return der(response.get(), &i2d_TS_RESP);
-    }
-
-    // A revocation list of the root's that names the signer, revoked then for that reason (-1: none
-    // told); with an empty time it names nobody. Times as GeneralizedTime.
-    std::string list(const std::string& revoked, int reason, const char* from,
-                     const char* to) const {
-        const auto crl = owned(X509_CRL_new(), &X509_CRL_free);
-        const auto time = owned(ASN1_TIME_new(), &ASN1_TIME_free);
-        X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2);
-        X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(root_.get()));
-        ASN1_TIME_set_string_X509(time.get(), from);
-        X509_CRL_set1_lastUpdate(crl.get(), time.get());
-        ASN1_TIME_set_string_X509(time.get(), to);
-        X509_CRL_set1_nextUpdate(crl.get(), time.get());
-        if (!revoked.empty()) {
-            X509_REVOKED* entry = X509_REVOKED_new();
-            ASN1_TIME_set_string_X509(time.get(), revoked.c_str());
-            X509_REVOKED_set_revocationDate(entry, time.get());
-            X509_REVOKED_set_serialNumber(entry, X509_get_serialNumber(signer_.get()));
-            if (reason >= 0) {
-                const auto number = owned(ASN1_ENUMERATED_new(), &ASN1_ENUMERATED_free);
-                ASN1_ENUMERATED_set(number.get(), reason);
-                X509_REVOKED_add1_ext_i2d(entry, NID_crl_reason, number.get(), 0, 0);
-            }
-            X509_CRL_add0_revoked(crl.get(), entry);
-        }
-        X509_CRL_sign(crl.get(), root_key_.get(), EVP_sha256());
-        return der(crl.get(), &i2d_X509_CRL);
-    }
-
-    // An OCSPResponse of the root's about the signer, by the same arguments.
-    std::string status_answer(const std::string& revoked, int reason, const char* from,
-                              const char* to) const {
-        using Time = std::unique_ptr<ASN1_GENERALIZEDTIME, decltype(&ASN1_GENERALIZEDTIME_free)>;
-        const auto time = [](const std::string& text) {
-            Time made(text.empty() ? nullptr : ASN1_GENERALIZEDTIME_new(),
-                      &ASN1_GENERALIZEDTIME_free);
-            if (made) {
-                ASN1_GENERALIZEDTIME_set_string(made.get(), text.c_str());
-            }
-            return made;
-        };
-        const std::unique_ptr<OCSP_BASICRESP, decltype(&OCSP_BASICRESP_free)> basic(
-            OCSP_BASICRESP_new(), &OCSP_BASICRESP_free);
-        const std::unique_ptr<OCSP_CERTID, decltype(&OCSP_CERTID_free)> id(
-            OCSP_cert_to_id(EVP_sha1(), signer_.get(), root_.get()), &OCSP_CERTID_free);
-        OCSP_basic_add1_status(basic.get(), id.get(),
-                               revoked.empty() ? V_OCSP_CERTSTATUS_GOOD : V_OCSP_CERTSTATUS_REVOKED,
-                               reason, time(revoked).get(), time(from).get(), time(to).get());
-        OCSP_basic_sign(basic.get(), root_.get(), root_key_.get(), EVP_sha256(), nullptr, 0);
-        const std::unique_ptr<OCSP_RESPONSE, decltype(&OCSP_RESPONSE_free)> response(
-            OCSP_response_create(OCSP_RESPONSE_STATUS_SUCCESSFUL, basic.get()),
-            &OCSP_RESPONSE_free);
-        return der(response.get(), &i2d_OCSP_RESPONSE);
     }
 
 private:

@@ -10,8 +10,8 @@
 #include <chronoseal/client/stamp.h>
 #include <chronoseal/client/testing/authority.h>
 #include <chronoseal/client/testing/configuration.h>
-#include <chronoseal/client/testing/loopback_server.h>
 #include <chronoseal/client/testing/stores.h>
+#include <loopback/loopback_server.h>
 
 namespace Halcyon::PKI::TSP::Client::testing {
 
@@ -23,6 +23,12 @@ std::string delivered(Object& object, Getter getter) {
     std::string bytes(size, '\0');
     (object.*getter)(reinterpret_cast<unsigned char*>(bytes.data()), &size);
     return bytes;
+}
+
+// The code that an import ends with; 0: it is taken.
+inline std::uint32_t imported(const std::string& der) {
+    CStamp stamp;
+    return code_of([&] { import(stamp, der); });
 }
 
 } // namespace Halcyon::PKI::TSP::Client::testing
