@@ -235,6 +235,7 @@ private:
         }
         outcome.json["kind"] = chronoseal::kind_name(found.kind);
         outcome.json["stamps"] = Json::array();
+        const chronoseal::Verifier verifier = verifier_.for_one_file();
         for (const chronoseal::Embedded& one : found.stamps) {
             Expected expected;
             Outcome part;
@@ -245,7 +246,7 @@ private:
                         one.stamp.info().token->imprint_algorithm.oid);
                     expected.digest = chronoseal::Digest::of(one.stamped, algorithm);
                 }
-                const Verdict verdict = verifier_.verify(one.stamp, expected);
+                const Verdict verdict = verifier.verify(one.stamp, expected);
                 if (output_.json()) {
                     part.json.update(to_json(verdict));
                     part.json["weak"] = is_weak(verdict);

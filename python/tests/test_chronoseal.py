@@ -160,6 +160,7 @@ def test_roots_from_memory_and_many(sealer):
     stamp = sealer.seal(DATA)
     for roots in (ROOT.read_bytes(), [ROOT, ROOT.read_bytes()], [str(ROOT)]):
         assert chronoseal.Verifier(roots=roots).verify(stamp, DATA)
+        assert chronoseal.Verifier(roots=roots).for_one_file().verify(stamp, DATA)
 
 
 def test_progress_is_told_and_what_it_raises_ends_the_call(sealer, tmp_path):

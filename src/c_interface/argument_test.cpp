@@ -70,6 +70,8 @@ TEST_F(CInterfaceTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_verifier_new(&trust, nullptr, e)),
         ROW(chronoseal_verifier_new(&no_roots, &verifier_out, e)),
         ROW(chronoseal_verifier_new(&empty_root, &verifier_out, e)),
+        ROW(chronoseal_verifier_for_one_file(nullptr, &verifier_out, e)),
+        ROW(chronoseal_verifier_for_one_file(v, nullptr, e)),
         ROW(chronoseal_verify(nullptr, t, "", 0, &verdict, e)),
         ROW(chronoseal_verify(v, nullptr, "", 0, &verdict, e)),
         ROW(chronoseal_verify(v, t, nullptr, 1, &verdict, e)),

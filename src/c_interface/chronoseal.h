@@ -504,6 +504,11 @@ typedef struct chronoseal_verdict chronoseal_verdict;
 CHRONOSEAL_API chronoseal_status chronoseal_verifier_new(const chronoseal_trust* trust,
                                                          chronoseal_verifier** verifier,
                                                          chronoseal_error** error);
+// Makes a verifier of the same trust for the stamps of one file: to fetch what they need takes all
+// of them together no longer than one, 15 seconds from the first fetching on, and what has failed
+// isn't asked for again.
+CHRONOSEAL_API chronoseal_status chronoseal_verifier_for_one_file(
+    const chronoseal_verifier* verifier, chronoseal_verifier** bound, chronoseal_error** error);
 // Judges a stamp for bytes, which are hashed by the stamp's algorithm. CHRONOSEAL_OK stands
 // for a good stamp and nothing else: for any other the error is that of the finding on which the
 // verdict rests, CHRONOSEAL_UNREACHABLE where nothing is known to be bad, and the verdict is given,

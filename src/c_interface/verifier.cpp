@@ -40,6 +40,13 @@ chronoseal_status chronoseal_verifier_new(const chronoseal_trust* trust,
     return give_new(verifier, "verifier", error, [&] { return Verifier(trust_of(trust)); });
 }
 
+chronoseal_status chronoseal_verifier_for_one_file(const chronoseal_verifier* verifier,
+                                                   chronoseal_verifier** bound,
+                                                   chronoseal_error** error) {
+    return give_new(bound, "bound", error,
+                    [&] { return needed(verifier, "verifier").verifier.for_one_file(); });
+}
+
 chronoseal_status chronoseal_verify(const chronoseal_verifier* verifier,
                                     const chronoseal_stamp* stamp, const void* data, size_t size,
                                     chronoseal_verdict** verdict, chronoseal_error** error) {

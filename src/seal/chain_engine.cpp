@@ -52,6 +52,14 @@ constexpr std::array<const char*, 11> kReasons{
     "superseded",    "cessationOfOperation", "certificateHold", "reason 7",
     "removeFromCRL", "privilegeWithdrawn",   "aACompromise"};
 
+std::string ascii_of(std::wstring_view text) {
+    std::string ascii;
+    for (const wchar_t c : text) {
+        ascii += static_cast<char>(c);
+    }
+    return ascii;
+}
+
 bool is_set(FILETIME time) {
     return time.dwHighDateTime != 0 || time.dwLowDateTime != 0;
 }
@@ -174,14 +182,17 @@ ChainEngine::~ChainEngine() {
     CertFreeCertificateChainEngine(handle_);
 }
 
-ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store) const {
+ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store,
+                                  Asking asking) const {
     FILETIME time = file_time_of(at);
-    CERT_CHAIN_PARA parameter{};
-    parameter.cbSize = sizeof parameter;
+    BASALT_FETCHING_CHAIN_PARA parameter{};
+    parameter.Base.Base.cbSize = sizeof parameter;
+    parameter.hFetching = asking.together != nullptr ? asking.together->get() : nullptr;
+    const DWORD flags = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT |
+                        CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE |
+                        (asking.allowed ? 0 : CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL);
     const CERT_CHAIN_CONTEXT* built = nullptr;
-    if (CertGetCertificateChain(handle_, certificate, &time, store, &parameter,
-                                CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT |
-                                    CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,
+    if (CertGetCertificateChain(handle_, certificate, &time, store, &parameter.Base.Base, flags,
                                 nullptr, &built) == 0) {
         throw error_of_last(kDoing);
     }
@@ -193,9 +204,13 @@ ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTOR
     if (chain->cChain != 0) {
         const CERT_SIMPLE_CHAIN& path = *chain->rgpChain[0];
         for (DWORD i = 0; i < path.cElement; ++i) {
-            judgement.links.push_back(link_of(*path.rgpElement[i]));
-            judgement.aged |= (path.rgpElement[i]->TrustStatus.dwInfoStatus &
-                               BASALT_TRUST_HAS_AGED_STRENGTH) != 0;
+            const CERT_CHAIN_ELEMENT& element = *path.rgpElement[i];
+            judgement.links.push_back(link_of(element));
+            if (judgement.unreached.empty() && element.pwszExtendedErrorInfo != nullptr) {
+                judgement.unreached = ascii_of(element.pwszExtendedErrorInfo);
+            }
+            judgement.aged |=
+                (element.TrustStatus.dwInfoStatus & BASALT_TRUST_HAS_AGED_STRENGTH) != 0;
         }
     }
     constexpr DWORD kNoAnchor = CERT_TRUST_IS_PARTIAL_CHAIN | CERT_TRUST_IS_UNTRUSTED_ROOT;

@@ -7,6 +7,7 @@
 #include <basalt/chain.h>
 #include <chronoseal/atl/cert_store.h>
 #include <chronoseal/chronoseal.hpp>
+#include <chronoseal/seal/shared_fetching.h>
 
 namespace chronoseal {
 
@@ -15,10 +16,17 @@ struct ChainJudgement {
     std::uint32_t trust_bits = 0; // of the whole chain
     std::uint32_t code = 0;       // the time-stamp policy's verdict
     bool aged = false;            // some signature or key passes with a remark
+    std::string unreached;        // the first address that was asked in vain, foreign
 };
 
 // Where certificates and evidence may come from beside what is given.
 enum class Reach { everywhere, given_only };
+
+// How the network may be asked for one judgement.
+struct Asking {
+    const SharedFetching* together = nullptr; // with others; null: there are none
+    bool allowed = true;                      // false: not at all
+};
 
 // Immutable; any number of threads may judge at once.
 class ChainEngine {
@@ -31,7 +39,8 @@ public:
     ChainEngine& operator=(const ChainEngine&) = delete;
 
     // `store` holds what the stamp brings along. Throws Error where there is no judgement.
-    ChainJudgement judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store) const;
+    ChainJudgement judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store,
+                         Asking asking = {}) const;
 
 private:
     HCERTCHAINENGINE handle_ = nullptr;

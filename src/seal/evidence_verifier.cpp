@@ -11,6 +11,7 @@
 #include <chronoseal/seal/out_of_memory.h>
 #include <chronoseal/seal/record_links.h>
 #include <chronoseal/seal/running_hash.h>
+#include <chronoseal/seal/verification.h>
 
 namespace chronoseal {
 
@@ -18,7 +19,7 @@ namespace {
 
 // What is kept of one verifier's work; more is forgotten all at once.
 constexpr std::size_t kMostVerdicts = 4096;
-constexpr std::size_t kMostVerifiers = 64;
+constexpr std::size_t kMostMoments = 64;
 
 // The first end of a certificate below the anchor.
 std::optional<Time> first_end(const Verdict& verdict) {
@@ -35,7 +36,8 @@ std::optional<Time> first_end(const Verdict& verdict) {
 
 class EvidenceVerifier::Impl {
 public:
-    explicit Impl(Trust trust) : trust_(std::move(trust)), now_(trust_) {}
+    explicit Impl(Trust trust)
+        : trust_(std::move(trust)), now_(std::make_shared<const TrustInForce>(trust_)) {}
 
     EvidenceVerdict verify(const EvidenceRecord& record,
                            const std::vector<DataDigests>& objects) const {
@@ -46,23 +48,30 @@ public:
         verdict.remarks = std::move(links.remarks);
         verdict.compared = !objects.empty();
         const auto& stamps = record.info().stamps;
+        OneFile file;
         for (std::size_t i = 0; i < links.roots.size(); ++i) {
             const bool last = i + 1 == stamps.size();
-            verdict.stamps.push_back(
-                judge(stamps[i], links.roots[i], last ? nullptr : &stamps[i + 1], i, verdict));
+            verdict.stamps.push_back(judge(stamps[i], links.roots[i],
+                                           last ? nullptr : &stamps[i + 1], i, file, verdict));
         }
         conclude(record, verdict);
         return verdict;
     }
 
 private:
+    struct OneFile {
+        SharedFetching fetching;
+        bool used = false; // by some stamp
+    };
+
     JudgedStamp judge(const ArchiveStampInfo& info, const Digest& root,
-                      const ArchiveStampInfo* next, std::size_t index,
+                      const ArchiveStampInfo* next, std::size_t index, OneFile& file,
                       EvidenceVerdict& whole) const {
         JudgedStamp one;
         one.chain = info.chain;
-        one.verdict = verdict_on(
-            info.stamp, root, next != nullptr ? std::optional(next->stamp.time()) : trust_.as_of);
+        one.verdict =
+            verdict_on(info.stamp, root,
+                       next != nullptr ? std::optional(next->stamp.time()) : trust_.as_of, file);
         one.certificates_end = first_end(one.verdict);
         if (next != nullptr) {
             one.covered_by = index + 1;
@@ -84,8 +93,10 @@ private:
                      error.advice());
     }
 
-    // The same stamp comes in many records.
-    Verdict verdict_on(const Stamp& stamp, const Digest& root, std::optional<Time> as_of) const {
+    // The same stamp comes in many records. That something couldn't be fetched is kept only of one
+    // that had the whole time for it: others of the same record can't have used it up.
+    Verdict verdict_on(const Stamp& stamp, const Digest& root, std::optional<Time> as_of,
+                       OneFile& file) const {
         const std::pair key{sha256_of(stamp.token()), as_of};
         {
             const std::lock_guard lock(mutex_);
@@ -93,7 +104,14 @@ private:
                 return *known->second;
             }
         }
-        auto verdict = std::make_shared<const Verdict>(verifier_at(as_of).verify(stamp, root));
+        const bool had_the_time = !std::exchange(file.used, true);
+        Expected expected;
+        expected.digest = root;
+        auto verdict = std::make_shared<const Verdict>(
+            Verification(*trust_at(as_of), stamp, expected, &file.fetching).run({}));
+        if (verdict->indeterminate() && !had_the_time) {
+            return *verdict;
+        }
         const std::lock_guard lock(mutex_);
         if (verdicts_.size() >= kMostVerdicts) {
             verdicts_.clear();
@@ -102,20 +120,20 @@ private:
         return *verdict;
     }
 
-    Verifier verifier_at(std::optional<Time> as_of) const {
+    std::shared_ptr<const TrustInForce> trust_at(std::optional<Time> as_of) const {
         if (as_of == trust_.as_of) {
             return now_;
         }
         const std::lock_guard lock(mutex_);
-        if (const auto known = verifiers_.find(*as_of); known != verifiers_.end()) {
+        if (const auto known = earlier_.find(*as_of); known != earlier_.end()) {
             return known->second;
         }
         Trust trust = trust_;
         trust.as_of = as_of;
-        if (verifiers_.size() >= kMostVerifiers) {
-            verifiers_.clear();
+        if (earlier_.size() >= kMostMoments) {
+            earlier_.clear();
         }
-        return verifiers_.emplace(*as_of, Verifier(std::move(trust))).first->second;
+        return earlier_.emplace(*as_of, std::make_shared<const TrustInForce>(trust)).first->second;
     }
 
     static void conclude(const EvidenceRecord& record, EvidenceVerdict& verdict) {
@@ -140,11 +158,11 @@ private:
     }
 
     Trust trust_;
-    Verifier now_;
+    std::shared_ptr<const TrustInForce> now_;
     mutable std::mutex mutex_;
     mutable std::map<std::pair<Bytes, std::optional<Time>>, std::shared_ptr<const Verdict>>
         verdicts_;
-    mutable std::map<Time, Verifier> verifiers_;
+    mutable std::map<Time, std::shared_ptr<const TrustInForce>> earlier_;
 };
 
 DataDigests digests_of_file(const EvidenceRecord& record, const std::filesystem::path& path,

@@ -187,6 +187,26 @@ TEST_F(EvidenceVerifierTest, AStampThatIsNotGoodMakesTheRecordBad) {
     EXPECT_FALSE(verdict.existed_by);
 }
 
+TEST_F(EvidenceVerifierTest, TheStampsOfARecordAskOnceForWhatFails) {
+    LoopbackServer empty([](const std::string&) { return http_reply(404, ""); });
+    const tsp::Authority listed("20200101000000Z", "20491231000000Z", utf8(empty.url()));
+    tsp::TstInfo info;
+    info.digest = digest;
+    const std::string first = listed.token(info.encode());
+    info.digest = hashed(first);
+    info.genTime = "20250601120000Z";
+    const EvidenceRecord record = EvidenceRecord::read(to_bytes(record_text(
+        {{stamp_text({}, first), stamp_text({{hashed(first)}}, listed.token(info.encode()))}})));
+    const EvidenceVerifier verifier(Trust{.roots = {to_bytes(listed.root_der())}});
+    for (int times = 0; times < 2; ++times) {
+        const EvidenceVerdict verdict = verifier.verify(record, bytes_of("data"));
+        EXPECT_TRUE(verdict.open);
+        EXPECT_EQ(verdict.stamps.size(), 2U);
+        EXPECT_TRUE(verdict.stamps.back().verdict.indeterminate());
+    }
+    EXPECT_EQ(empty.requests().size(), 2U) << "the second stamp anew: it hadn't the whole time";
+}
+
 // Of a group each object is in its own new hash.
 TEST_F(EvidenceVerifierTest, AGroupIsRenewedByANewHash) {
     const Hashes group{digest, other};

@@ -1,4 +1,6 @@
 // Putting evidence into a token.
+#include <chronoseal/seal/extension.h>
+
 #include <algorithm>
 
 #include <chronoseal/seal/der_element.h>
@@ -26,17 +28,18 @@ Bytes response_with(ByteView response, const Bytes& token) {
     return der_element(der_tag::kSequence, content);
 }
 
-Verdict judged(const Stamp& stamp, const TrustInForce& trust) {
+Verdict judged(const Stamp& stamp, const TrustInForce& trust,
+               const SharedFetching* together = nullptr) {
     Expected expected;
     expected.without_data = true;
     // Both verdicts are of one moment: whether the clocks agree is no question here.
-    return Verification(trust, stamp, expected).run({.any_time = true});
+    return Verification(trust, stamp, expected, together).run({.any_time = true});
 }
 
 class Extending {
 public:
-    Extending(const Stamp& stamp, const Trust& trust)
-        : stamp_(stamp), trust_(trust), in_force_(trust), verdict_(judge()) {}
+    Extending(const Stamp& stamp, const Trust& trust, const SharedFetching* together)
+        : stamp_(stamp), trust_(trust), in_force_(trust), verdict_(judge(together)) {}
 
     Extension run() {
         SignedDataParts parts(stamp_.token());
@@ -69,7 +72,7 @@ private:
         }
     }
 
-    Verdict judge() const {
+    Verdict judge(const SharedFetching* together) const {
         if (!stamp_.has_token()) {
             throw Error(Category::refused, "no_token", 0,
                         "the authority refused: there is no stamp", "ask for another");
@@ -80,7 +83,7 @@ private:
                         "at",
                         "use require or available");
         }
-        Verdict verdict = judged(stamp_, in_force_);
+        Verdict verdict = judged(stamp_, in_force_, together);
         if (!verdict.good()) {
             throw verdict.error();
         }
@@ -157,7 +160,11 @@ private:
 } // namespace
 
 Extension extend(const Stamp& stamp, const Trust& trust) {
-    return guarded("extend the time-stamp", [&] { return Extending(stamp, trust).run(); });
+    return guarded("extend the time-stamp", [&] { return Extending(stamp, trust, nullptr).run(); });
+}
+
+Extension extend_together(const Stamp& stamp, const Trust& trust, const SharedFetching& together) {
+    return Extending(stamp, trust, &together).run();
 }
 
 } // namespace chronoseal

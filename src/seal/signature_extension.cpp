@@ -8,6 +8,7 @@
 #include <chronoseal/seal/cms_content.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/der_writer.h>
+#include <chronoseal/seal/extension.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/signed_data_parts.h>
 
@@ -39,8 +40,10 @@ Error about_signer(std::size_t signer, const Error& error) {
 // One signer's stamps, extended.
 class SignerStamps {
 public:
-    SignerStamps(std::size_t signer, Bytes value, SignedDataParts& parts, const Trust& trust)
-        : signer_(signer), value_(std::move(value)), parts_(parts), trust_(trust) {}
+    SignerStamps(std::size_t signer, Bytes value, SignedDataParts& parts, const Trust& trust,
+                 const SharedFetching& together)
+        : signer_(signer), value_(std::move(value)), parts_(parts), trust_(trust),
+          together_(together) {}
 
     void extend_into(SignatureExtension& result) {
         const auto attributes = parts_.unsigned_attributes(signer_);
@@ -92,13 +95,14 @@ private:
             throw Error(Category::refused, "imprint_differs", CRYPT_E_HASH_VALUE,
                         "it isn't over this signature", "don't rely on it");
         }
-        return extend(stamp, trust_);
+        return extend_together(stamp, trust_, together_);
     }
 
     std::size_t signer_;
     Bytes value_;
     SignedDataParts& parts_;
     const Trust& trust_;
+    const SharedFetching& together_;
     std::size_t changes_ = 0;
 };
 
@@ -108,9 +112,10 @@ SignatureExtension CmsSignature::extended(const Trust& trust) const {
     return guarded("extend the signature's time-stamps", [&] {
         SignedDataParts parts(content_->der);
         SignatureExtension result{.signature = *this};
+        const SharedFetching together;
         for (std::size_t signer = 0; signer < signers(); ++signer) {
             try {
-                SignerStamps(signer, value(signer), parts, trust).extend_into(result);
+                SignerStamps(signer, value(signer), parts, trust, together).extend_into(result);
             } catch (const Error& error) {
                 throw about_signer(signer, error);
             }

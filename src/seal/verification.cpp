@@ -9,6 +9,7 @@
 #include <chronoseal/atl/platform_answer.h>
 #include <chronoseal/client/result_codes.h>
 #include <chronoseal/client/signed_attributes.h>
+#include <chronoseal/client/signing_certificate_attributes.h>
 #include <chronoseal/seal/certificate_info.h>
 #include <chronoseal/seal/configuration_value.h>
 #include <chronoseal/seal/failure.h>
@@ -26,6 +27,7 @@ constexpr char kTstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
 constexpr char kContentType[] = "1.2.840.113549.1.9.3";
 constexpr char kSigningCertificate[] = "1.2.840.113549.1.9.16.2.12";
 constexpr char kSigningCertificateV2[] = "1.2.840.113549.1.9.16.2.47";
+constexpr char kOtherSigningCertificate[] = "1.2.840.113549.1.9.16.2.19";
 constexpr std::size_t kStatusTextLimit = 200;
 constexpr char kRevocationKey[] = "\\config\\basalt\\Revocation";
 constexpr char kWeakerKey[] = "\\config\\basalt\\WeakerRevocation";
@@ -118,8 +120,9 @@ TrustInForce::TrustInForce(const Trust& trust, Reach reached)
       roots(filled({&trust.roots})), own_roots(!trust.roots.empty()), reach(reached),
       engine(trust, own_roots ? roots.get() : nullptr, extra.get(), reached) {}
 
-Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected)
-    : trust_(trust), stamp_(StampAccess::of(stamp)), expected_(expected) {
+Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected,
+                           const SharedFetching* together)
+    : trust_(trust), stamp_(StampAccess::of(stamp)), expected_(expected), together_(together) {
     verdict_.stamp = stamp_.info;
     verdict_.as_of = trust.as_of.value_or(
         std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now()));
@@ -333,13 +336,33 @@ void Verification::check_content_type() {
     }
 }
 
+// One of the attributes names this certificate: where there are several, all have to.
+bool Verification::names_contradict(const ATL2::CCertContext& certificate) const {
+    const bool are_many = has_signed_attribute({kOtherSigningCertificate}) ||
+                          (has_signed_attribute({kSigningCertificate}) &&
+                           has_signed_attribute({kSigningCertificateV2}));
+    try {
+        return are_many &&
+               !Halcyon::PKI::CheckSignerCertId(
+                   message_.get(), 0,
+                   blob_of(copy_of(certificate->pbCertEncoded, certificate->cbCertEncoded)), true,
+                   true);
+    } catch (const ATL::CAtlException&) {
+        return true; // by a hash that isn't known, it names nobody
+    }
+}
+
 void Verification::find_signer_certificate() {
     std::function<ATL2::CCertStore()> last;
     if (trust_.reach == Reach::everywhere) {
         last = address_book;
     }
     SignerSearch search = find_signer(stamp_.signer_name, {&own_, &trust_.extra}, last);
-    if (search.certificate) {
+    if (search.certificate && names_contradict(search.certificate)) {
+        fail(Check::signer, CRYPT_E_SIGNER_NOT_FOUND, "signer_contradicted",
+             "the signed attributes of the token name different certificates as its signer's",
+             "don't trust this stamp");
+    } else if (search.certificate) {
         signer_ = std::move(search.certificate);
         verdict_.signer = certificate_info(signer_.get());
         pass(Check::signer, quote_foreign(verdict_.signer->subject));

@@ -35,7 +35,9 @@ struct Leniency {
 // Belongs to one thread, and serves for one verdict. What it is given has to outlive it.
 class Verification {
 public:
-    Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected);
+    // `together`: with the other stamps of a file; null: it is the only one.
+    Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected,
+                 const SharedFetching* together = nullptr);
 
     Verdict run(Leniency leniency);
 
@@ -61,9 +63,11 @@ private:
     void check_time(bool any_time);
     bool has_usual_content_type() const;
     void check_content_type();
+    bool names_contradict(const ATL2::CCertContext& certificate) const;
     void find_signer_certificate();
     void check_signature();
     void check_extensions();
+    const Finding* first_failure() const;
     void judge_chain();
     void check_chain(const ChainJudgement& judgement);
     void check_usage(const ChainJudgement& judgement);
@@ -76,6 +80,7 @@ private:
     const TrustInForce& trust_;
     const StampAccess::Content& stamp_;
     const Expected& expected_;
+    const SharedFetching* together_;
     ATL2::CCryptMsg message_;
     ATL2::CCertStore own_; // what came with the token
     ATL2::CCertContext signer_;

@@ -38,6 +38,8 @@ constexpr ChainFault kChainFaults[] = {
     {CERT_TRUST_INVALID_EXTENSION, CERT_E_MALFORMED},
 };
 
+constexpr std::size_t kAddressLimit = 200;
+
 bool is_revocation_code(std::uint32_t code) {
     return code == CRYPT_E_REVOKED || code == CERT_E_REVOKED ||
            code == CRYPT_E_NO_REVOCATION_CHECK || code == CRYPT_E_REVOCATION_OFFLINE;
@@ -84,6 +86,11 @@ bool is_below(const CertificateInfo& certificate, Strength strength) {
 
 } // namespace
 
+const Finding* Verification::first_failure() const {
+    const auto found = std::ranges::find(verdict_.findings, Outcome::failed, &Finding::outcome);
+    return found != verdict_.findings.end() ? &*found : nullptr;
+}
+
 void Verification::judge_chain() {
     static constexpr auto kOfChain = {Check::chain, Check::usage, Check::revocation,
                                       Check::strength};
@@ -95,7 +102,9 @@ void Verification::judge_chain() {
         skip_after(Check::signature, kOfChain); // nothing is asked for a token that nobody signed
         return;
     }
-    ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.get());
+    // What is bad anyway is worth no connection.
+    ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.get(),
+                                                   {together_, first_failure() == nullptr});
     verdict_.chain = std::move(judgement.links);
     check_chain(judgement);
     check_usage(judgement);
@@ -219,9 +228,19 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
         skip_after(Check::chain, {Check::revocation});
         return;
     }
+    if (const Finding* earlier = first_failure();
+        earlier != nullptr && is_revocation_code(judgement.code)) {
+        skip_after(earlier->check, {Check::revocation}); // nobody was asked
+        return;
+    }
     if (is_revocation_code(judgement.code)) {
         const Error error = error_of_code(judgement.code);
-        skip(Check::revocation, error.word(), error.text(), true);
+        const bool is_told =
+            error.code() == CRYPT_E_REVOCATION_OFFLINE && !judgement.unreached.empty();
+        skip(Check::revocation, error.word(),
+             error.text() +
+                 (is_told ? ": " + quote_foreign(judgement.unreached, kAddressLimit) : ""),
+             true);
         finding(Check::revocation).code = error.code();
         finding(Check::revocation).advice = error.advice();
         return;

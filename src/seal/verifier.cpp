@@ -73,8 +73,23 @@ Verifier::Verifier(Trust trust)
 
 Verdict Verifier::Impl::verify(const Stamp& stamp, const Expected& expected,
                                Leniency leniency) const {
-    return guarded("verify the time-stamp",
-                   [&] { return Verification(trust_, stamp, expected).run(leniency); });
+    return guarded("verify the time-stamp", [&] {
+        return Verification(*trust_, stamp, expected, together_.get()).run(leniency);
+    });
+}
+
+std::shared_ptr<const Verifier::Impl> Verifier::Impl::for_one_file() const {
+    const auto bound = std::make_shared<Impl>(*this);
+    bound->together_ = std::make_shared<const SharedFetching>();
+    return bound;
+}
+
+Verifier Verifier::for_one_file() const {
+    return guarded("set up the verification", [&] {
+        Verifier bound(*this);
+        bound.impl_ = impl_->for_one_file();
+        return bound;
+    });
 }
 
 Verdict Verifier::verify(const Stamp& stamp, const Expected& expected) const {

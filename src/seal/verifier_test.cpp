@@ -15,6 +15,12 @@ protected:
     Stamp stamp_of(const TstInfo& info, const Signing& signing = {}) const {
         return Stamp::read(to_bytes(authority.token(info.encode(), signing)));
     }
+    // With a SigningCertificate (RFC 2634, 5.4) of that hash beside the V2.
+    Stamp stamp_naming(const std::string& sha1) const {
+        const std::string named =
+            tsp::sequence(tsp::sequence(tsp::sequence(tsp::element(0x04, sha1))));
+        return Stamp::read(to_bytes(authority.token(TstInfo().encode(), {}, named)));
+    }
     Verdict verify(const Stamp& stamp, const std::string& data = "data") const {
         return Verifier(trust()).verify(stamp, bytes_of(data));
     }
@@ -123,6 +129,8 @@ TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
          "signer_not_named"},
         {"no certificate", [&] { return verify(stamp_of({}, alone)); }, Check::signer,
          "signer_not_found"},
+        {"two names for the signer", [&] { return verify(stamp_naming(std::string(20, 'x'))); },
+         Check::signer, "signer_contradicted"},
         {"two signers", [&] { return verify(stamp_of({}, two)); }, Check::signature,
          "signers_many"},
         {"a critical extension", [&] { return verify(stamp_of(critical)); }, Check::extensions,
@@ -149,6 +157,14 @@ TEST_F(VerifierTest, EachFaultIsFoundByItsOwnCheck) {
             }
         }
     }
+}
+
+TEST_F(VerifierTest, TwoAttributesMayNameOneSigner) {
+    const std::string signer = authority.signer_der();
+    std::string sha1(20, '\0');
+    EVP_Digest(signer.data(), signer.size(), reinterpret_cast<unsigned char*>(sha1.data()), nullptr,
+               EVP_sha1(), nullptr);
+    EXPECT_TRUE(verify(stamp_naming(sha1)).good());
 }
 
 TEST_F(VerifierTest, AChangedTokenIsNotGoodWhereverItIsChanged) {
@@ -252,6 +268,30 @@ TEST_F(VerifierTest, RevocationIsToldWithItsEvidence) {
         with_list.revocation = Revocation::off;
         EXPECT_TRUE(Verifier(with_list).verify(stamp, bytes_of("data")).good()) << row.revoked;
     }
+}
+
+// A server that has nothing; each question to it would be made anew.
+TEST_F(VerifierTest, NothingIsFetchedForWhatIsBadAnywayNorTwiceForOneFile) {
+    LoopbackServer empty([](const std::string&) { return http_reply(404, ""); });
+    const tsp::Authority listed("20200101000000Z", "20491231000000Z", utf8(empty.url()));
+    const Stamp stamp = Stamp::read(to_bytes(listed.token(TstInfo().encode())));
+    const Verifier verifier(Trust{.roots = {to_bytes(listed.root_der())}});
+    const Verdict bad = verifier.verify(stamp, bytes_of("other"));
+    EXPECT_EQ(bad.deciding().check, Check::imprint);
+    EXPECT_EQ(bad.at(Check::chain).outcome, Outcome::passed);
+    EXPECT_EQ(bad.at(Check::revocation).word, "earlier_failure");
+    EXPECT_EQ(empty.requests().size(), 0U);
+    const Verifier file = verifier.for_one_file();
+    for (int stamps = 0; stamps < 3; ++stamps) {
+        const Verdict open = file.verify(stamp, bytes_of("data"));
+        EXPECT_TRUE(open.indeterminate()) << open.error().what();
+        EXPECT_NE(open.deciding().text.find(": " + utf8(empty.url())), std::string::npos)
+            << open.deciding().text;
+    }
+    EXPECT_EQ(empty.requests().size(), 1U);
+    EXPECT_TRUE(verifier.for_one_file().verify(stamp, bytes_of("data")).indeterminate());
+    EXPECT_TRUE(verifier.verify(stamp, bytes_of("data")).indeterminate());
+    EXPECT_EQ(empty.requests().size(), 3U) << "the next file asks again";
 }
 
 // The certificate and the list of a long-term signature stand in unsigned attributes.

@@ -110,6 +110,7 @@ void front_door() {
     const Stamp stamp = Sealer().seal_digest(digest);
     const Verdict verdict = Verifier().verify(stamp, Expected::of_request({}));
     static_cast<void>(verdict.good());
+    Verifier().for_one_file();
     inspect({});
     policy();
     extend(stamp);

@@ -178,7 +178,9 @@ public:
         return element(0xA4, der(X509_get_subject_name(signer_.get()), &i2d_X509_NAME));
     }
 
-    std::string token(const std::string& content, const Signing& options = {}) const {
+    // With an encoded SigningCertificate it has that beside the V2.
+    std::string token(const std::string& content, const Signing& options = {},
+                      const std::string& signing_certificate = {}) const {
         const auto message =
             owned(CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | CMS_BINARY),
                   &CMS_ContentInfo_free);
@@ -189,6 +191,12 @@ public:
         for (int i = 0; i < options.signers; ++i) {
             CMS_add1_signer(message.get(), signer_.get(), key_.get(), options.digest,
                             i == 0 ? flags : flags | CMS_NOCERTS);
+        }
+        if (!signing_certificate.empty()) {
+            CMS_signed_add1_attr_by_txt(
+                sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0),
+                "1.2.840.113549.1.9.16.2.12", V_ASN1_SEQUENCE, signing_certificate.data(),
+                static_cast<int>(signing_certificate.size()));
         }
         if (options.extra_certificate) {
             CMS_add1_cert(message.get(), root_.get());
