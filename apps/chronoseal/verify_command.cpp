@@ -99,15 +99,17 @@ public:
         }
         try {
             const Bytes bytes = read_file(file, kLargestMessage, stop);
-            const chronoseal::Inspection found = chronoseal::inspect(bytes);
+            chronoseal::Inspection found = chronoseal::inspect(bytes);
             // A token may carry stamps of its own; what is to be judged then is the token.
             if (found.kind == chronoseal::Kind::evidence_record) {
                 take(records_.judge(file, found.der, stop), outcome);
             } else if (found.kind != chronoseal::Kind::token && !found.stamps.empty()) {
                 judge_embedded(file, found, outcome);
             } else {
-                const Stamp stamp = found.stamp ? *found.stamp : Stamp::read(bytes);
-                judge_stored(file, bytes, stamp, stop, outcome);
+                judge_stored(file, bytes,
+                             found.stamp ? *std::exchange(found.stamp, std::nullopt)
+                                         : Stamp::read(bytes),
+                             stop, outcome);
             }
         } catch (const Error& error) {
             fail(file, error, outcome);
@@ -196,7 +198,7 @@ private:
 
     bool shows_progress() const { return !output_.quiet() && options_.stamps.size() == 1; }
 
-    void judge_stored(const std::string& file, const Bytes& bytes, const Stamp& stamp,
+    void judge_stored(const std::string& file, const Bytes& bytes, Stamp stamp,
                       const std::stop_token& stop, Outcome& outcome) const {
         const auto& token = stamp.info().token;
         if (output_.json()) {
@@ -206,7 +208,7 @@ private:
         if (output_.json() && !subject.name.empty()) {
             outcome.json["data"] = subject.name;
         }
-        const Verdict verdict = verifier_.verify(stamp, subject.expected);
+        const Verdict verdict = verifier_.verify(std::move(stamp), subject.expected);
         if (subject.unknown_hash && verdict.error().category() == chronoseal::Category::misuse) {
             throw Error(
                 chronoseal::Category::unreachable, "hash_unknown", 0,

@@ -459,6 +459,8 @@ public:
     // A stamp that isn't good is no failure: the verdict says so. Throws only where nothing can be
     // judged: no memory, a policy that can't be read.
     Verdict verify(const Stamp& stamp, const Expected& expected) const;
+    // The same for a stamp that isn't needed any more: what it holds goes into the verdict.
+    Verdict verify(Stamp&& stamp, const Expected& expected) const;
     Verdict verify(const Stamp& stamp, const Digest& digest) const;
     // Hashes the data by the stamp's algorithm.
     Verdict verify(const Stamp& stamp, ByteView data) const;

@@ -1,5 +1,6 @@
 // Stamps: reading of responses and tokens, and what they hold as values.
 #include <array>
+#include <atomic>
 
 #include <basalt/error_codes.h>
 #include <chronoseal/client/result_codes.h>
@@ -269,6 +270,15 @@ StampAccess::Content StampAccess::read_der(ByteView der) {
         read_token(content);
     }
     return content;
+}
+
+StampInfo StampAccess::take_info(Stamp stamp) {
+    if (stamp.content_.use_count() != 1) {
+        return stamp.content_->info;
+    }
+    // Whoever gave up a share has done with reading.
+    std::atomic_thread_fence(std::memory_order_acquire);
+    return std::move(const_cast<Content&>(*stamp.content_).info);
 }
 
 Stamp Stamp::read(ByteView bytes) {

@@ -25,8 +25,10 @@ struct StampAccess {
 
     static const Content& of(const Stamp& stamp) { return *stamp.content_; }
     static Stamp make(Content content) {
-        return Stamp(std::make_shared<const Content>(std::move(content)));
+        return Stamp(std::make_shared<Content>(std::move(content)));
     }
+    // What the stamp holds: moved out where nobody else has a share in it, else a copy.
+    static StampInfo take_info(Stamp stamp);
     // Reads DER or BER, a response or a bare token. Throws as Stamp::read.
     static Content read_der(ByteView der);
 };

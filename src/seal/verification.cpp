@@ -123,11 +123,11 @@ TrustInForce::TrustInForce(const Trust& trust, Reach reached)
 Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected,
                            const SharedFetching* together)
     : trust_(trust), stamp_(StampAccess::of(stamp)), expected_(expected), together_(together) {
-    verdict_.stamp = stamp_.info;
     verdict_.as_of = trust.as_of.value_or(
         std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now()));
+    verdict_.findings.resize(kChecks);
     for (std::size_t i = 0; i < kChecks; ++i) {
-        verdict_.findings.emplace_back().check = static_cast<Check>(i);
+        verdict_.findings[i].check = static_cast<Check>(i);
     }
 }
 
@@ -167,6 +167,12 @@ void Verification::skip_after(Check failed, std::initializer_list<Check> checks)
 }
 
 Verdict Verification::run(Leniency leniency) {
+    Verdict verdict = run_for_rest(leniency);
+    verdict.stamp = stamp_.info;
+    return verdict;
+}
+
+Verdict Verification::run_for_rest(Leniency leniency) {
     if (!check_status()) {
         return std::move(verdict_);
     }

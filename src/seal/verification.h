@@ -40,6 +40,8 @@ public:
                  const SharedFetching* together = nullptr);
 
     Verdict run(Leniency leniency);
+    // All of the verdict but what the stamp holds.
+    Verdict run_for_rest(Leniency leniency);
 
 private:
     const TokenInfo& token() const { return *stamp_.info.token; }

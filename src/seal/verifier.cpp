@@ -78,6 +78,15 @@ Verdict Verifier::Impl::verify(const Stamp& stamp, const Expected& expected,
     });
 }
 
+Verdict Verifier::Impl::verify(Stamp&& stamp, const Expected& expected, Leniency leniency) const {
+    return guarded("verify the time-stamp", [&] {
+        Verdict verdict =
+            Verification(*trust_, stamp, expected, together_.get()).run_for_rest(leniency);
+        verdict.stamp = StampAccess::take_info(std::move(stamp));
+        return verdict;
+    });
+}
+
 std::shared_ptr<const Verifier::Impl> Verifier::Impl::for_one_file() const {
     const auto bound = std::make_shared<Impl>(*this);
     bound->together_ = std::make_shared<const SharedFetching>();
@@ -94,6 +103,10 @@ Verifier Verifier::for_one_file() const {
 
 Verdict Verifier::verify(const Stamp& stamp, const Expected& expected) const {
     return impl_->verify(stamp, expected, {});
+}
+
+Verdict Verifier::verify(Stamp&& stamp, const Expected& expected) const {
+    return impl_->verify(std::move(stamp), expected, {});
 }
 
 Verdict Verifier::verify(const Stamp& stamp, const Digest& digest) const {

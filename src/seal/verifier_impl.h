@@ -11,6 +11,8 @@ public:
         : trust_(std::make_shared<const TrustInForce>(trust, reach)) {}
 
     Verdict verify(const Stamp& stamp, const Expected& expected, Leniency leniency) const;
+    // For a stamp that isn't needed any more.
+    Verdict verify(Stamp&& stamp, const Expected& expected, Leniency leniency) const;
     std::shared_ptr<const Impl> for_one_file() const;
 
 private:

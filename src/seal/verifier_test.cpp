@@ -50,6 +50,44 @@ TEST_F(VerifierTest, AGoodStampPassesEveryCheckThatWasAsked) {
     EXPECT_EQ(verdict.signer->subject, "CN=Test Authority");
 }
 
+TEST_F(VerifierTest, AStampThatIsHandedOverLeavesItsCopiesWhole) {
+    const Verifier verifier(trust());
+    Expected expected;
+    expected.without_data = true;
+    const auto expect_held = [&](const StampInfo& info) {
+        ASSERT_TRUE(info.token);
+        EXPECT_EQ(info.token->certificates.size(), 1U);
+        EXPECT_EQ(utc_text(info.token->time), "2024-06-01T12:00:00Z");
+        ASSERT_TRUE(info.token->signer);
+        EXPECT_EQ(info.token->signer->subject, "CN=Test Authority");
+    };
+    Stamp stamp = stamp_of({});
+    const Stamp copy = stamp;
+    const Verdict shared = verifier.verify(std::move(stamp), expected);
+    EXPECT_TRUE(shared.good());
+    expect_held(shared.stamp);
+    expect_held(copy.info());
+    const Verdict alone = verifier.verify(stamp_of({}), expected);
+    EXPECT_TRUE(alone.good());
+    expect_held(alone.stamp);
+}
+
+// What is read of signed attributes is kept by their bytes.
+TEST_F(VerifierTest, WhatOneTokenNamesIsNotTakenForAnothersSigner) {
+    const tsp::Authority other;
+    const std::vector<const tsp::Authority*> both{&authority, &other};
+    for (int turn = 0; turn < 2; ++turn) {
+        for (const tsp::Authority* one : both) {
+            const Verdict verdict =
+                Verifier({.roots = {to_bytes(one->root_der())}})
+                    .verify(Stamp::read(to_bytes(one->token(TstInfo{}.encode()))),
+                            bytes_of("data"));
+            EXPECT_TRUE(verdict.good()) << verdict.error().what();
+            EXPECT_EQ(verdict.signer->der, to_bytes(one->signer_der()));
+        }
+    }
+}
+
 TEST_F(VerifierTest, WithoutDataNothingIsGoodUnlessOneSaysSo) {
     const Stamp stamp = stamp_of({});
     const Verdict verdict = Verifier(trust()).verify(stamp, Expected{});
