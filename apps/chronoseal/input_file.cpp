@@ -111,19 +111,21 @@ private:
 Bytes read_file(const std::string& path, std::size_t limit, const std::stop_token& stop) {
     const Input input(path, stop);
     Bytes content;
+    std::size_t done = 0;
     // One byte more than there should be, to see the end with the rest.
     const std::size_t room = input.size() != 0 && input.size() < kPiece ? input.size() + 1 : kPiece;
-    const std::unique_ptr<std::byte[]> piece(new std::byte[room]);
-    while (const std::size_t count = input.read(piece.get(), room)) {
-        if (count > limit - content.size()) {
+    for (;;) {
+        content.resize(done + room);
+        const std::size_t count = input.read(content.data() + done, room);
+        if (count > limit - done) {
             fail(path, fmt::format("it is larger than {} bytes", limit));
         }
-        content.insert(content.end(), piece.get(), piece.get() + count);
-        if (content.size() == input.size() && count < room) {
-            break;
+        done += count;
+        if (count == 0 || (done == input.size() && count < room)) {
+            content.resize(done);
+            return content;
         }
     }
-    return content;
 }
 
 chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,
