@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "../chronoseal/option_dump.h"
+#include "option_dump.h"
 #include "server.h"
 
 namespace {
