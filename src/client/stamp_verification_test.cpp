@@ -53,6 +53,11 @@ TEST_F(Verification, RefusesAChangedTokenAndOtherContent) {
     EXPECT_EQ(verdict(der), 0u);
     const auto data = authority_.signed_with({.contentType = "1.2.840.113549.1.7.1"});
     EXPECT_EQ(verdict(data), 0x80004005u);
+    const auto named =
+        attribute("1.2.840.113549.1.9.16.2.47",
+                  sequence(sequence(sequence(element(0x04, sha256(authority_.signer_der()))))));
+    const Parts untyped{.certificates = authority_.signer_der(), .signed_attributes = named};
+    EXPECT_EQ(verdict(untyped.token()), 0x80004005u) << "the attributes tell no content type";
 }
 
 TEST_F(Verification, WantsOneSignerWhoNamesACertificate) {
