@@ -59,6 +59,7 @@ TEST_F(ExtensionTest, AnExtendedStampNeedsNothingElseAndKeepsEveryOctetThatWasSi
     EXPECT_EQ(extension.ocsp_answers, 0U);
     EXPECT_TRUE(extension.remarks.empty());
     EXPECT_TRUE(extension.verdict.good());
+    EXPECT_TRUE(extension.verdict.stamp.token) << "a verdict holds what it is about";
     const Bytes& token = extension.stamp.token();
     EXPECT_TRUE(contains(token, to_bytes(served)));
     EXPECT_TRUE(contains(token, to_bytes(authority.root_der())));
