@@ -171,11 +171,13 @@ function(chronoseal_platform name file)
     set(objects $<TARGET_OBJECTS:${file}>)
     chronoseal_private_root(${name} basalt/${name} ${CMAKE_CURRENT_SOURCE_DIR})
   endif()
-  set_target_properties(${file} PROPERTIES VERSION 1.0.0 SOVERSION 1)
+  set_target_properties(${file} PROPERTIES VERSION 1.0.0 SOVERSION 1 INSTALL_RPATH "${CHRONOSEAL_LIBRARY_RPATH}")
   target_include_directories(${file} PUBLIC $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/floors/${name}/public>)
   target_link_libraries(${file} PUBLIC ${depends}
     PRIVATE chronoseal_options $<BUILD_INTERFACE:${file}_private> ${arg_PRIVATE})
-  target_link_options(${file} PRIVATE ${CHRONOSEAL_NO_UNDEFINED} -Wl,--as-needed)
+  # Calls within the library go straight there, and aren't looked up when a program starts.
+  target_link_options(${file} PRIVATE ${CHRONOSEAL_NO_UNDEFINED} -Wl,--as-needed
+    -Wl,-Bsymbolic-functions)
   # The test is linked with the library's objects, so that it reaches what the library hides.
   add_library(${file}_inside INTERFACE)
   target_sources(${file}_inside INTERFACE ${objects})
