@@ -81,10 +81,7 @@ void check_usage(const AttachOptions& options, const Output& output) {
         throw usage_error("standard input can be read once only, and not written to",
                           "name --out, and give the data as a file");
     }
-    if (output.json() && options.out == "-") {
-        throw usage_error("JSON and the signature can't both go to standard output",
-                          "name a file by --out");
-    }
+    refuse_json_beside({options.out, Existing::replace}, output, "the signature");
     if (options.authority.quorum > 1) {
         throw usage_error("--quorum isn't for attaching", "attach once for each authority");
     }
@@ -92,8 +89,7 @@ void check_usage(const AttachOptions& options, const Output& output) {
 }
 
 OutputFile output_of(const AttachOptions& options) {
-    OutputFile out(options.out.empty() ? options.file : options.out,
-                   options.force ? Existing::replace : Existing::refuse);
+    OutputFile out(options.out.empty() ? options.file : options.out, existing_of(options.force));
     std::vector<std::string> inputs = files_of(options.trust, files_of(options.authority));
     inputs.push_back(options.data);
     if (!options.out.empty()) {

@@ -11,11 +11,8 @@ namespace cli {
 
 ExitStatus run_authenticode(const AuthenticodeOptions& options, const Output& output) {
     refuse_other_time(options.trust);
-    const OutputFile out(options.out, options.force ? Existing::replace : Existing::refuse);
-    if (output.json() && out.is_standard_output()) {
-        throw usage_error("JSON and the stamp can't both go to standard output",
-                          "name a file by --out");
-    }
+    const OutputFile out(options.out, existing_of(options.force));
+    refuse_json_beside(out, output, "the stamp");
     out.check(files_of(options.trust, {options.file}));
     chronoseal::AuthenticodeOptions wanted;
     wanted.url = options.url;

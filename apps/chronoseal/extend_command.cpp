@@ -20,14 +20,10 @@ using chronoseal::Error;
 using chronoseal::quote_foreign;
 using Json = nlohmann::ordered_json;
 
-Json time_json(const std::optional<chronoseal::Time>& time) {
-    return time ? Json(chronoseal::utc_text(*time)) : Json(nullptr);
-}
-
 class ExtendRun {
 public:
     ExtendRun(const ExtendOptions& options, const Output& output)
-        : options_(options), output_(output), trust_(trust_of(options.trust)) {}
+        : options_(options), output_(output), trust_(trust_of(options.trust)), results_(output) {}
 
     ExitStatus run() {
         for (const std::string& file : options_.stamps) {
@@ -38,11 +34,7 @@ public:
             } catch (const Error& error) {
                 tell(file, error, item);
             }
-            if (output_.format() == Format::json_lines) {
-                output_.item(item);
-            } else {
-                results_.push_back(std::move(item));
-            }
+            results_.add(std::move(item));
         }
         finish();
         return status_;
@@ -51,8 +43,7 @@ public:
 private:
     void extend(const std::string& file, Json& item) const {
         const OutputFile out(options_.out.empty() ? file : options_.out,
-                             options_.out.empty() || options_.force ? Existing::replace
-                                                                    : Existing::refuse);
+                             existing_of(options_.out.empty() || options_.force));
         out.check(files_of(options_.trust,
                            options_.out.empty() ? std::vector<std::string>() : std::vector{file}));
         const Bytes bytes = read_file(file);
@@ -63,10 +54,9 @@ private:
             return;
         }
         Bytes der;
-        const chronoseal::Extension extension =
-            chronoseal::inspect(bytes).kind == chronoseal::Kind::evidence_record
-                ? extend_record(file, bytes, der)
-                : extend_stamp(bytes, der);
+        const chronoseal::Extension extension = kind == chronoseal::Kind::evidence_record
+                                                    ? extend_record(file, bytes, der)
+                                                    : extend_stamp(bytes, der);
         if (extension.changed()) {
             out.write(chronoseal::rewrap(bytes, der));
         } else if (!options_.out.empty()) {
@@ -153,8 +143,8 @@ private:
         item["certificates"] = extension.certificates;
         item["revocationLists"] = extension.revocation_lists;
         item["ocspAnswers"] = extension.ocsp_answers;
-        item["evidenceUntil"] = time_json(extension.verdict.outlook.evidence_until);
-        item["evidenceAgain"] = time_json(extension.verdict.outlook.evidence_again);
+        item["evidenceUntil"] = time_or_null(extension.verdict.outlook.evidence_until);
+        item["evidenceAgain"] = time_or_null(extension.verdict.outlook.evidence_again);
     }
 
     void tell(const std::string& file, const Error& error, Json& item) {
@@ -167,11 +157,12 @@ private:
 
     void finish() {
         Json members;
-        if (output_.format() == Format::json && results_.size() == 1) {
-            members = results_.front();
+        Json results = results_.take();
+        if (results.size() == 1) {
+            members = std::move(results.front());
             members.erase("ok");
         } else if (output_.format() == Format::json) {
-            members["files"] = std::move(results_);
+            members["files"] = std::move(results);
         }
         output_.object(status_ == ExitStatus::good, members);
     }
@@ -180,7 +171,7 @@ private:
     const Output& output_;
     chronoseal::Trust trust_;
     ExitStatus status_ = ExitStatus::good;
-    Json results_ = Json::array();
+    ResultList results_;
 };
 
 void check_usage(const ExtendOptions& options, const Output& output) {
@@ -193,10 +184,7 @@ void check_usage(const ExtendOptions& options, const Output& output) {
             throw usage_error("standard input can't be extended in place", "name --out");
         }
     }
-    if (output.json() && options.out == "-") {
-        throw usage_error("JSON and the stamp can't both go to standard output",
-                          "name a file by --out");
-    }
+    refuse_json_beside({options.out, Existing::replace}, output, "the stamp");
     if (options.trust.revocation == "off") {
         throw usage_error("there is no evidence to put into a stamp with --revocation off",
                           "use require or available");

@@ -94,11 +94,8 @@ ExitStatus run_info(const InfoOptions& options, const Output& output) {
 }
 
 ExitStatus run_request(const MakeRequestOptions& options, const Output& output) {
-    const OutputFile out(options.out, options.force ? Existing::replace : Existing::refuse);
-    if (output.json() && out.is_standard_output()) {
-        throw usage_error("JSON and the request can't both go to standard output",
-                          "name a file by --out");
-    }
+    const OutputFile out(options.out, existing_of(options.force));
+    refuse_json_beside(out, output, "the request");
     out.check({options.file});
     chronoseal::SealerOptions sealer_options;
     apply(options.request, sealer_options);

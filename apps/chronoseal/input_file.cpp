@@ -21,7 +21,6 @@ namespace {
 using chronoseal::Bytes;
 using chronoseal::Error;
 
-constexpr std::uint32_t kCancelled = 0x800704C7;
 // Small enough for the heap to keep it, so that the next file needs no new pages.
 constexpr std::size_t kPiece = std::size_t{64} << 10;
 
@@ -90,10 +89,8 @@ private:
         pollfd one{fd_, POLLIN, 0};
         while (::poll(&one, 1, kLook) <= 0) {
             if (stop_.stop_requested()) {
-                throw Error(chronoseal::Category::unreachable, "cancelled", kCancelled,
-                            fmt::format("can't read {}: it was cancelled",
-                                        chronoseal::quote_foreign(path_)),
-                            "start it again");
+                throw chronoseal::error_of_code(kCancelled,
+                                                "read " + chronoseal::quote_foreign(path_));
             }
         }
     }
@@ -107,6 +104,11 @@ private:
 };
 
 } // namespace
+
+bool is_file(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
 
 Bytes read_file(const std::string& path, std::size_t limit, const std::stop_token& stop) {
     const Input input(path, stop);

@@ -1,6 +1,7 @@
 // Files that are read whole, "-" for standard input.
 #pragma once
 
+#include <cstdint>
 #include <stop_token>
 #include <string>
 
@@ -11,6 +12,12 @@ namespace cli {
 // What a stamp, a request or a signed message may have at most. More is refused, so that a wrong
 // file can't fill the memory.
 inline constexpr std::size_t kLargestMessage = std::size_t{64} << 20;
+
+// What a stop ends with.
+inline constexpr std::uint32_t kCancelled = 0x800704C7;
+
+// A regular file, which is there.
+bool is_file(const std::string& path);
 
 // Throws `file_unreadable`; `cancelled` on a stop, however long a pipe keeps silent.
 chronoseal::Bytes read_file(const std::string& path, std::size_t limit = kLargestMessage,

@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include "input_file.h"
 #include "progress.h"
 
 namespace cli {
@@ -83,8 +84,6 @@ private:
             progress_.advance();
         }
     }
-
-    static constexpr std::uint32_t kCancelled = 0x800704C7;
 
     const std::vector<std::string>& names_;
     const chronoseal::HashAlgorithm& algorithm_;

@@ -77,6 +77,14 @@ std::string Output::bad(const std::string& word) const {
     return colour_ ? "\x1b[31m" + word + "\x1b[0m" : word;
 }
 
+void ResultList::add(nlohmann::ordered_json result) {
+    if (output_.format() == Format::json_lines) {
+        output_.item(result);
+    } else if (output_.format() == Format::json) {
+        results_.push_back(std::move(result));
+    }
+}
+
 chronoseal::Error unwritable_output() {
     return {chronoseal::Category::unreachable, "output_unwritable", 0,
             "can't write to standard output", "check where it leads"};

@@ -47,6 +47,21 @@ private:
     bool colour_;
 };
 
+// The objects of many results, told as they come: each a line, or all of them in the one object of
+// the run; where nobody asked for JSON nothing is kept of them.
+class ResultList {
+public:
+    explicit ResultList(const Output& output) : output_(output) {}
+
+    void add(nlohmann::ordered_json result);
+    // Those of one object, as an array; empty with lines.
+    nlohmann::ordered_json take() { return std::move(results_); }
+
+private:
+    const Output& output_;
+    nlohmann::ordered_json results_ = nlohmann::ordered_json::array();
+};
+
 // Standard output leads nowhere: what was to be told wasn't.
 chronoseal::Error unwritable_output();
 

@@ -15,6 +15,9 @@
 
 #include <fmt/format.h>
 
+#include "exit_status.h"
+#include "output.h"
+
 namespace cli {
 
 namespace {
@@ -279,6 +282,13 @@ void OutputFile::write(chronoseal::ByteView content) const {
         }
     }
     sync_folder(folder);
+}
+
+void refuse_json_beside(const OutputFile& out, const Output& output, const char* result) {
+    if (output.json() && out.is_standard_output()) {
+        throw usage_error(fmt::format("JSON and {} can't both go to standard output", result),
+                          "name a file by --out");
+    }
 }
 
 } // namespace cli

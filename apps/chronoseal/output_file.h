@@ -11,6 +11,10 @@ namespace cli {
 
 enum class Existing { refuse, replace };
 
+inline Existing existing_of(bool force) {
+    return force ? Existing::replace : Existing::refuse;
+}
+
 class OutputFile {
 public:
     // "-" is standard output.
@@ -34,5 +38,10 @@ private:
     std::string path_;
     Existing existing_;
 };
+
+class Output;
+
+// Wrong usage where JSON and the result, "the stamp", would both go to standard output.
+void refuse_json_beside(const OutputFile& out, const Output& output, const char* result);
 
 } // namespace cli

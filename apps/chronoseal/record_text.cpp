@@ -60,10 +60,6 @@ const char* verdict_word(const chronoseal::EvidenceVerdict& verdict) {
     return verdict.good() ? "good" : verdict.indeterminate() ? "indeterminate" : "bad";
 }
 
-Json time_or_null(const std::optional<chronoseal::Time>& time) {
-    return time ? Json(utc_text(*time)) : Json(nullptr);
-}
-
 } // namespace
 
 std::string counted(std::uint64_t number, const char* noun) {

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "input_file.h"
 #include "many_files.h"
 #include "output_file.h"
 #include "record_text.h"
@@ -28,11 +29,6 @@ constexpr std::size_t kMostNames = 1000;
 // Lines whose files are hashed at a time, so that memory doesn't grow with the list.
 constexpr std::size_t kLinesAtATime = 10'000;
 constexpr std::size_t kNameBytesAtATime = std::size_t{16} << 20;
-
-bool is_file(const std::string& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-}
 
 // Whoever made a list chose the names: to open a pipe or a terminal waits for somebody, and reading
 // /dev/zero never ends.

@@ -69,7 +69,7 @@ struct Item {
 class RenewRun {
 public:
     RenewRun(const RenewOptions& options, const Output& output)
-        : options_(options), output_(output), verifier_(trust_of(options.trust)) {
+        : options_(options), output_(output), verifier_(trust_of(options.trust)), results_(output) {
         if (!options.hash.empty()) {
             hash_ = HashAlgorithm::by_name(options.hash);
         }
@@ -101,7 +101,7 @@ public:
         }
         Json members;
         if (output_.format() == Format::json) {
-            members["files"] = std::move(results_);
+            members["files"] = results_.take();
         }
         members["summary"] = {{"renewed", renewed_}, {"stamps", stamps_}};
         members["leftBehind"] = left_behind_.files();
@@ -128,14 +128,13 @@ private:
                                   : was_stamp           ? stem + ".ers"
                                                         : file;
         const bool in_place = place == file;
-        Item item{
-            file,
-            std::move(record),
-            was_stamp,
-            data,
-            OutputFile(place, in_place || options_.force ? Existing::replace : Existing::refuse),
-            {},
-            {}};
+        Item item{file,
+                  std::move(record),
+                  was_stamp,
+                  data,
+                  OutputFile(place, existing_of(in_place || options_.force)),
+                  {},
+                  {}};
         item.out.check(
             files_of(options_.trust, files_of(options_.authority, {in_place ? "" : file, data})));
         return item;
@@ -220,8 +219,7 @@ private:
 
     // A list whose files were hashed elsewhere, by the new hash.
     void renew_list(const Item& item) {
-        const OutputFile beside(options_.manifest + ".ers",
-                                options_.force ? Existing::replace : Existing::refuse);
+        const OutputFile beside(options_.manifest + ".ers", existing_of(options_.force));
         beside.check({item.file, item.data, options_.manifest});
         const chronoseal::Sealer sealer = make_sealer(*hash_);
         ByteProgress progress("lists", !output_.quiet());
@@ -285,11 +283,7 @@ private:
                      {"url", stamp != nullptr ? Json(stamp->authority()) : Json(nullptr)},
                      {"compared", verdict.compared}};
         json.update(to_json(verdict));
-        if (output_.format() == Format::json_lines) {
-            output_.item(json);
-        } else if (output_.format() == Format::json) {
-            results_.push_back(std::move(json));
-        }
+        results_.add(std::move(json));
     }
 
     const RenewOptions& options_;
@@ -299,7 +293,7 @@ private:
     std::stop_token stop_;
     std::vector<Item> items_;
     LeftBehind left_behind_;
-    Json results_ = Json::array();
+    ResultList results_;
     std::uint64_t renewed_ = 0, stamps_ = 0;
 };
 

@@ -54,10 +54,6 @@ std::string output_path(const StampOptions& options, const std::string& file) {
     return file == "-" ? "-" : file + std::string(kStampSuffix);
 }
 
-Existing existing_of(bool force) {
-    return force ? Existing::replace : Existing::refuse;
-}
-
 void check_usage(const StampOptions& options, const Output& output) {
     if (options.files.empty() == options.digest.empty()) {
         throw usage_error("stamp wants files, or --digest",
@@ -92,13 +88,8 @@ void check_usage(const StampOptions& options, const Output& output) {
     if (!options.digest.empty() && options.out.empty()) {
         throw usage_error("--digest needs --out", "name where the stamp is to be written");
     }
-    const std::string first =
-        output_path(options, options.files.empty() ? "-" : options.files.front());
-    if (output.json() && first == "-") {
-        throw usage_error("JSON and the stamp can't both go to standard output",
-                          "name a file by --out");
-    }
-    if (options.authority.quorum > 1 && (first == "-" || !options.token_out.empty() ||
+    refuse_json_beside({stamp_place, Existing::replace}, output, "the stamp");
+    if (options.authority.quorum > 1 && (stamp_place == "-" || !options.token_out.empty() ||
                                          !options.certs_out.empty() || !options.crls_out.empty())) {
         throw usage_error("the stamps of a quorum go to files of their own",
                           "leave out --token-out, --certs-out and --crls-out, and name --out");
@@ -114,26 +105,13 @@ chronoseal::SealerOptions sealer_options(const AuthorityOptions& authority,
     return options;
 }
 
-std::string joined(const std::vector<Bytes>& pieces, const char* label) {
-    std::string text;
-    constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+// As PEM: each in the place of an empty SEQUENCE in a block of that label.
+Bytes pem_of(const std::vector<Bytes>& pieces, std::string_view label) {
+    const std::string block = fmt::format("-----BEGIN {0}-----\nMAA=\n-----END {0}-----\n", label);
+    Bytes text;
     for (const Bytes& piece : pieces) {
-        std::string body;
-        for (std::size_t i = 0; i < piece.size(); i += 3) {
-            const std::size_t left = std::min<std::size_t>(3, piece.size() - i);
-            unsigned value = 0;
-            for (std::size_t k = 0; k < 3; ++k) {
-                value = value << 8 | (k < left ? std::to_integer<unsigned>(piece[i + k]) : 0U);
-            }
-            for (std::size_t k = 0; k < 4; ++k) {
-                body += k <= left ? kAlphabet[value >> (18 - 6 * k) & 63] : '=';
-            }
-        }
-        text += fmt::format("-----BEGIN {}-----\n", label);
-        for (std::size_t i = 0; i < body.size(); i += 64) {
-            text += body.substr(i, 64) + "\n";
-        }
-        text += fmt::format("-----END {}-----\n", label);
+        const Bytes one = chronoseal::rewrap(chronoseal::bytes_of(block), piece);
+        text.insert(text.end(), one.begin(), one.end());
     }
     return text;
 }
@@ -173,10 +151,10 @@ public:
             }
         }
         if (!certificates_.path().empty()) {
-            certificates_.write(chronoseal::bytes_of(joined(certificates, "CERTIFICATE")));
+            certificates_.write(pem_of(certificates, "CERTIFICATE"));
         }
         if (!lists_.path().empty()) {
-            lists_.write(chronoseal::bytes_of(joined(lists, "X509 CRL")));
+            lists_.write(pem_of(lists, "X509 CRL"));
             if (lists.empty()) {
                 output.note("no revocation list was used: " + quote_foreign(lists_.path()) +
                             " is empty");
@@ -199,7 +177,8 @@ public:
     StampRun(const StampOptions& options, const Output& output)
         : options_(options), output_(output), sealer_(make_sealer(options)), side_(options),
           inputs_(inputs_of(options)),
-          progress_(options.files.size(), !output.quiet() && options.files.size() > 1) {
+          progress_(options.files.size(), !output.quiet() && options.files.size() > 1),
+          results_(output) {
         side_.check(inputs_);
         refuse_shared_outputs();
     }
@@ -370,24 +349,14 @@ private:
         progress_.wipe();
         if (!out.is_standard_output()) {
             output_.text(
-                fmt::format("{}: {} {} by {}, {} -> {}\n{}", quote_foreign(shown),
-                            options_.no_verify ? "stamped (not verified)" : "stamped and verified",
-                            chronoseal::utc_text(stamp.time()), authority_text(stamp.info()),
-                            chronoseal::quote_address(stamp.authority()), quote_foreign(out.path()),
-                            remarks_text(stamp.remarks())));
+                stamped_text(quote_foreign(shown) + ":", stamp, !options_.no_verify, out.path()));
         }
-        if (!output_.json()) {
-            return;
+        if (output_.json()) {
+            Json json = {
+                {"file", shown}, {"ok", true}, {"out", out.path()}, {"attempts", stamp.attempts()}};
+            json.update(to_json(stamp, !options_.no_verify));
+            results_.add(std::move(json));
         }
-        Json json = {{"file", shown},
-                     {"ok", true},
-                     {"out", out.path()},
-                     {"url", stamp.authority()},
-                     {"verified", !options_.no_verify},
-                     {"attempts", stamp.attempts()},
-                     {"remarks", to_json(stamp.remarks())}};
-        json.update(to_json(stamp.info(), stamp.info().token->signer));
-        keep(std::move(json));
     }
 
     void skip(const std::string& file, const std::string& reason, const char* word) {
@@ -396,7 +365,7 @@ private:
         if (!options_.skip_existing || options_.files.size() == 1) {
             output_.note(quote_foreign(file) + " is left out: " + reason);
         }
-        keep({{"file", file}, {"ok", true}, {"skipped", word}});
+        results_.add({{"file", file}, {"ok", true}, {"skipped", word}});
     }
 
     void fail(const std::string& file, const Error& failure) {
@@ -405,15 +374,7 @@ private:
         ++counts_.failed;
         status_ = worse(status_, status_of(error.category()));
         output_.failure(options_.files.size() > 1 ? about_file(file, "stamp", error) : error);
-        keep({{"file", file}, {"ok", false}, {"error", error_json(error)}});
-    }
-
-    void keep(Json json) {
-        if (output_.format() == Format::json_lines) {
-            output_.item(json);
-        } else if (output_.format() == Format::json) {
-            results_.push_back(std::move(json));
-        }
+        results_.add({{"file", file}, {"ok", false}, {"error", error_json(error)}});
     }
 
     ExitStatus finish(bool interrupted) {
@@ -433,7 +394,7 @@ private:
         }
         Json members;
         if (output_.format() == Format::json) {
-            members["files"] = std::move(results_);
+            members["files"] = results_.take();
         }
         members["summary"] = {{"stamped", counts_.stamped},
                               {"skipped", counts_.skipped},
@@ -452,7 +413,7 @@ private:
     CountProgress progress_;
     Counts counts_;
     ExitStatus status_ = ExitStatus::good;
-    Json results_ = Json::array();
+    ResultList results_;
 };
 
 } // namespace
@@ -469,10 +430,7 @@ ExitStatus run_stamp(const StampOptions& options, const Output& output) {
 ExitStatus run_send(const SendOptions& options, const Output& output) {
     refuse_other_time(options.trust);
     const OutputFile out(options.out, existing_of(options.force));
-    if (output.json() && out.is_standard_output()) {
-        throw usage_error("JSON and the stamp can't both go to standard output",
-                          "name a file by --out");
-    }
+    refuse_json_beside(out, output, "the stamp");
     out.check(files_of(options.trust, files_of(options.authority, {options.request})));
     const Bytes request = read_file(options.request);
     const Sealer sealer(sealer_options(options.authority, options.trust, options.no_verify));
@@ -480,19 +438,11 @@ ExitStatus run_send(const SendOptions& options, const Output& output) {
     const Stamp stamp = sealer.send(request, interruption.token());
     out.write(stamp.response().empty() ? stamp.as_response() : stamp.response());
     if (!out.is_standard_output()) {
-        output.text(
-            fmt::format("{}: {} {} by {}, {} -> {}\n{}", quote_foreign(options.request),
-                        options.no_verify ? "stamped (not verified)" : "stamped and verified",
-                        chronoseal::utc_text(stamp.time()), authority_text(stamp.info()),
-                        chronoseal::quote_address(stamp.authority()), quote_foreign(out.path()),
-                        remarks_text(stamp.remarks())));
+        output.text(stamped_text(quote_foreign(options.request) + ":", stamp, !options.no_verify,
+                                 out.path()));
     }
-    Json json = {{"file", options.request},
-                 {"out", out.path()},
-                 {"url", stamp.authority()},
-                 {"verified", !options.no_verify},
-                 {"remarks", to_json(stamp.remarks())}};
-    json.update(to_json(stamp.info(), stamp.info().token->signer));
+    Json json = {{"file", options.request}, {"out", out.path()}};
+    json.update(to_json(stamp, !options.no_verify));
     output.object(true, json);
     return ExitStatus::good;
 }

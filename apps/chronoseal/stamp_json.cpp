@@ -4,6 +4,10 @@
 
 namespace cli {
 
+nlohmann::ordered_json time_or_null(const std::optional<chronoseal::Time>& time) {
+    return time ? nlohmann::ordered_json(chronoseal::utc_text(*time)) : nullptr;
+}
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -92,10 +96,8 @@ Json evidence_json(const chronoseal::Evidence& evidence) {
     return {{"kind", evidence.kind == chronoseal::EvidenceKind::ocsp_answer ? "ocsp" : "crl"},
             {"source", kSources[static_cast<std::size_t>(evidence.source)]},
             {"thisUpdate", chronoseal::utc_text(evidence.this_update)},
-            {"nextUpdate", evidence.next_update ? Json(chronoseal::utc_text(*evidence.next_update))
-                                                : Json(nullptr)},
-            {"revoked",
-             evidence.revoked ? Json(chronoseal::utc_text(*evidence.revoked)) : Json(nullptr)},
+            {"nextUpdate", time_or_null(evidence.next_update)},
+            {"revoked", time_or_null(evidence.revoked)},
             {"reason", optional_text(evidence.reason)},
             {"url", optional_text(evidence.url)},
             {"sha256", to_hex(evidence.sha256)}};
@@ -114,23 +116,26 @@ Json link_json(const chronoseal::ChainLink& link) {
     return json;
 }
 
-Json optional_time(const std::optional<chronoseal::Time>& time) {
-    return time ? Json(chronoseal::utc_text(*time)) : Json(nullptr);
-}
-
 Json outlook_json(const chronoseal::Verdict& verdict) {
     const chronoseal::Outlook& outlook = verdict.outlook;
     const bool known = verdict.at(chronoseal::Check::chain).outcome == chronoseal::Outcome::passed;
     return {{"strength", known ? Json(chronoseal::strength_name(outlook.strength)) : Json(nullptr)},
-            {"agedSince", optional_time(outlook.aged_since)},
-            {"renewBefore", optional_time(outlook.renew_before)},
+            {"agedSince", time_or_null(outlook.aged_since)},
+            {"renewBefore", time_or_null(outlook.renew_before)},
             {"renewReason", optional_text(outlook.renew_reason)},
-            {"evidenceUntil", optional_time(outlook.evidence_until)},
-            {"evidenceAgain", optional_time(outlook.evidence_again)},
+            {"evidenceUntil", time_or_null(outlook.evidence_until)},
+            {"evidenceAgain", time_or_null(outlook.evidence_again)},
             {"evidenceStored", outlook.evidence_stored}};
 }
 
 } // namespace
+
+Json to_json(const chronoseal::Stamp& stamp, bool verified) {
+    Json json = {
+        {"url", stamp.authority()}, {"verified", verified}, {"remarks", to_json(stamp.remarks())}};
+    json.update(to_json(stamp.info(), stamp.info().token->signer));
+    return json;
+}
 
 Json to_json(const std::vector<chronoseal::Remark>& remarks) {
     Json list = Json::array();

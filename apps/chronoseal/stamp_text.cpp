@@ -145,6 +145,15 @@ std::string authority_text(const chronoseal::Verdict& verdict) {
     return verdict.signer ? short_name(verdict.signer->subject) : authority_text(verdict.stamp);
 }
 
+std::string stamped_text(const std::string& label, const chronoseal::Stamp& stamp, bool verified,
+                         const std::string& out) {
+    return fmt::format("{} {} {} by {}, {} -> {}\n{}", label,
+                       verified ? "stamped and verified" : "stamped (not verified)",
+                       utc_text(stamp.time()), authority_text(stamp.info()),
+                       chronoseal::quote_address(stamp.authority()), quote_foreign(out),
+                       remarks_text(stamp.remarks()));
+}
+
 std::string verdict_text(const chronoseal::Verdict& verdict, const Output& output) {
     std::string text;
     if (verdict.stamp.token) {

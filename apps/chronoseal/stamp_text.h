@@ -16,6 +16,11 @@ std::string info_text(const chronoseal::StampInfo& info);
 std::string authority_text(const chronoseal::Verdict& verdict);
 std::string authority_text(const chronoseal::StampInfo& info);
 
+// What a stamp that has come is told by: "a.pdf: stamped and verified ... by "TSA", http://... ->
+// a.pdf.tsr" for the label "a.pdf:", and its remarks. The label has been quoted.
+std::string stamped_text(const std::string& label, const chronoseal::Stamp& stamp, bool verified,
+                         const std::string& out);
+
 // The verdict check by check, with the chain and the evidence, for `-v`.
 std::string verdict_text(const chronoseal::Verdict& verdict, const Output& output);
 

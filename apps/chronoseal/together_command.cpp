@@ -33,10 +33,6 @@ using chronoseal::Sealer;
 using chronoseal::Stamp;
 using Json = nlohmann::ordered_json;
 
-Existing existing_of(bool force) {
-    return force ? Existing::replace : Existing::refuse;
-}
-
 void check_usage(const StampOptions& options) {
     if (options.files.empty()) {
         throw usage_error(options.together ? "stamp --together wants files or folders"
@@ -90,39 +86,28 @@ std::string list_suffix(const HashAlgorithm& algorithm) {
 class Results {
 public:
     Results(const StampOptions& options, const Output& output)
-        : options_(options), output_(output) {}
+        : options_(options), output_(output), results_(output) {}
 
     void add(const std::string& list, std::uint64_t lines, const OutputFile& out,
              const EvidenceRecord& record, const Stamp& stamp) {
         out.write(record.der());
-        output_.text(
-            fmt::format("{}: {} {} {} by {}, {} -> {}\n{}", quote_foreign(list),
-                        counted(lines, options_.together ? "file" : "line"),
-                        options_.no_verify ? "stamped (not verified)" : "stamped and verified",
-                        chronoseal::utc_text(stamp.time()), authority_text(stamp.info()),
-                        chronoseal::quote_address(stamp.authority()), quote_foreign(out.path()),
-                        remarks_text(stamp.remarks())));
+        output_.text(stamped_text(fmt::format("{}: {}", quote_foreign(list),
+                                              counted(lines, options_.together ? "file" : "line")),
+                                  stamp, !options_.no_verify, out.path()));
         Json json = {{"file", list},
                      {"ok", true},
                      {"out", out.path()},
                      {"lines", lines},
-                     {"url", stamp.authority()},
-                     {"verified", !options_.no_verify},
-                     {"attempts", stamp.attempts()},
-                     {"remarks", to_json(stamp.remarks())}};
-        json.update(to_json(stamp.info(), stamp.info().token->signer));
-        if (output_.format() == Format::json_lines) {
-            output_.item(json);
-        } else if (output_.format() == Format::json) {
-            results_.push_back(std::move(json));
-        }
+                     {"attempts", stamp.attempts()}};
+        json.update(to_json(stamp, !options_.no_verify));
+        results_.add(std::move(json));
         ++stamped_;
     }
 
     ExitStatus finish() {
         Json members;
         if (output_.format() == Format::json) {
-            members["files"] = std::move(results_);
+            members["files"] = results_.take();
         }
         members["summary"] = {{"stamped", stamped_}};
         output_.object(true, members);
@@ -132,7 +117,7 @@ public:
 private:
     const StampOptions& options_;
     const Output& output_;
-    Json results_ = Json::array();
+    ResultList results_;
     std::uint64_t stamped_ = 0;
 };
 
@@ -311,16 +296,13 @@ ExitStatus run_prove(const ProveOptions& options, const Output& output) {
         outs.back().check({file, options.manifest, record_name,
                            options.rehashed.empty() ? record_name : options.rehashed});
     }
-    if (output.json() && outs.front().is_standard_output()) {
-        throw usage_error("JSON and the record can't both go to standard output",
-                          "name a file by --out");
-    }
+    refuse_json_beside(outs.front(), output, "the record");
     const Interruption interruption;
     const EvidenceRecord record = EvidenceRecord::read(read_file(record_name));
     LineProver list(options, record, !output.quiet(), interruption.token());
     ExitStatus status = ExitStatus::good;
     Json results = Json::array();
-    for (std::size_t i = 0; i < options.files.size(); ++i) {
+    for (std::size_t i = 0; i < options.files.size() && !interruption.happened(); ++i) {
         const std::string& file = options.files[i];
         Json json = {{"file", file}, {"ok", true}, {"out", outs[i].path()}};
         try {
@@ -344,7 +326,12 @@ ExitStatus run_prove(const ProveOptions& options, const Output& output) {
             json["out"] = nullptr;
             json["error"] = error_json(told);
         }
-        results.push_back(std::move(json));
+        if (output.json()) {
+            results.push_back(std::move(json));
+        }
+    }
+    if (interruption.happened()) {
+        status = worse(status, ExitStatus::unreachable);
     }
     output.object(status == ExitStatus::good, {{"manifest", options.manifest},
                                                {"lines", list.info().lines},

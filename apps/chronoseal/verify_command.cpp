@@ -9,8 +9,6 @@
 #include <optional>
 #include <thread>
 
-#include <sys/stat.h>
-
 #include <fmt/format.h>
 
 #include "input_file.h"
@@ -39,11 +37,6 @@ using chronoseal::Verdict;
 using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kSuffixes[] = {".tsr", ".tst", ".tsa"};
-
-bool is_file(const std::string& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-}
 
 // "report.pdf" for "report.pdf.tsr", if it is there; else nothing.
 std::string file_beside(const std::string& stamp) {
@@ -327,7 +320,7 @@ private:
                     const Verdict& verdict) const {
         const auto sha256 = chronoseal::HashAlgorithm::by_name("sha256");
         const Bytes own_hash = chronoseal::Digest::of(bytes, sha256).value();
-        OutputFile(options_.report, options_.force ? Existing::replace : Existing::refuse)
+        OutputFile(options_.report, existing_of(options_.force))
             .write(chronoseal::bytes_of(verdict_page(file, own_hash, subject, verdict)));
     }
 
@@ -343,7 +336,8 @@ class VerifyRun {
 public:
     VerifyRun(const VerifyOptions& options, const Output& output)
         : options_(options), output_(output), verification_(options, output),
-          progress_(options.stamps.size(), !output.quiet() && options.stamps.size() > 1) {}
+          progress_(options.stamps.size(), !output.quiet() && options.stamps.size() > 1),
+          results_(output) {}
 
     ExitStatus run() {
         const Interruption interruption;
@@ -379,11 +373,7 @@ private:
         if (outcome.error) {
             output_.failure(*outcome.error);
         }
-        if (output_.format() == Format::json_lines) {
-            output_.item(outcome.json);
-        } else if (output_.format() == Format::json) {
-            results_.push_back(std::move(outcome.json));
-        }
+        results_.add(std::move(outcome.json));
         progress_.advance();
     }
 
@@ -400,12 +390,13 @@ private:
                                                  : std::string()));
         }
         Json members;
-        if (output_.format() == Format::json && !many && results_.size() == 1) {
-            members = results_.front();
+        Json results = results_.take();
+        if (!many && results.size() == 1) {
+            members = std::move(results.front());
             members.erase("ok");
         } else {
             if (output_.format() == Format::json) {
-                members["files"] = std::move(results_);
+                members["files"] = std::move(results);
             }
             members["summary"] = {{"good", good_},
                                   {"notGood", judged_ - good_},
@@ -424,7 +415,7 @@ private:
     CountProgress progress_;
     std::size_t judged_ = 0, good_ = 0;
     ExitStatus status_ = ExitStatus::good;
-    Json results_ = Json::array();
+    ResultList results_;
 };
 
 void check_report(const VerifyOptions& options) {
@@ -434,8 +425,7 @@ void check_report(const VerifyOptions& options) {
     std::vector<std::string> inputs = options.stamps;
     inputs.insert(inputs.end(),
                   {file_beside(options.stamps.front()), options.data, options.request});
-    OutputFile(options.report, options.force ? Existing::replace : Existing::refuse)
-        .check(files_of(options.trust, inputs));
+    OutputFile(options.report, existing_of(options.force)).check(files_of(options.trust, inputs));
 }
 
 void check_usage(const VerifyOptions& options) {

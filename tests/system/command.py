@@ -204,6 +204,10 @@ class Files(WithFolder):
         shown = program.openssl("ts", "-verify", "-data", data, "-token_in", "-in", token, "-CAfile",
                                 self.authority.root, "-untrusted", certs)
         self.assertIn(b"Verification: OK", shown.stdout)
+        written = certs.read_bytes()
+        self.assertEqual(written.count(b"BEGIN CERTIFICATE"), 2)  # the chain, as OpenSSL would write it
+        first = program.openssl("x509", "-in", certs).stdout
+        self.assertTrue(first and written.startswith(first), written)
 
     def test_digest_and_finished_request(self):
         data = self.file("a")

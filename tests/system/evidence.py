@@ -5,7 +5,9 @@ import hashlib
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
+import time
 import unittest
 import unittest.mock
 
@@ -69,6 +71,25 @@ class Together(WithRecords):
         result = self.workspace.run("prove", self.folder / "in/other", "--manifest", self.folder / "case.sha256")
         self.expect(result, REFUSED, "no line of the list")
         self.assertFalse((self.folder / "in/other.ers").exists())
+
+    def test_an_interruption_ends_proving_with_the_file_that_it_is_at(self):
+        self.file("a", b"a")
+        self.sums("sums.sha256", ["a"])
+        self.run_good("stamp", "--manifest", "sums.sha256", *self.ask, cwd=self.folder)
+        os.mkfifo(self.folder / "pipe")
+        process = subprocess.Popen([program.BIN / "chronoseal", "prove", "pipe", "a", "--manifest", "sums.sha256"],
+                                   cwd=self.folder, env=self.workspace.environment, stderr=subprocess.PIPE)
+        try:
+            program.wait_until(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 1)
+            time.sleep(0.2)
+            process.send_signal(signal.SIGINT)
+            process.wait(5)
+        finally:
+            process.kill()
+            line = process.communicate()[1]
+        self.assertEqual(process.returncode, UNREACHABLE, line)
+        self.assertEqual(len(line.splitlines()), 1, line)
+        self.assertIn(b"cancelled", line)
 
     def test_files_that_differ_are_told_by_name(self):
         self.case()
