@@ -119,11 +119,10 @@ std::vector<CertificateEntry> ChainSession::named(const X509_NAME* subject) {
     return found;
 }
 
-CertificatePath ChainSession::path_of(const CertificateEntry& signer,
-                                      const CertificateEntry& anchor, FileTicks at) {
-    CertificatePath found;
+bool ChainSession::any_path(const CertificateEntry& signer, const CertificateEntry& anchor,
+                            FileTicks at, const PathJudge& judge) {
     PathSearch search(pool_, budget_, counts_, at);
-    search.run(pool_.start(signer), [&](const Path& path) {
+    return search.run(pool_.start(signer), [&](const Path& path) {
         const auto is_weak = [&](Strength strength) {
             return !passes(strength, settings_.strength);
         };
@@ -134,13 +133,13 @@ CertificatePath ChainSession::path_of(const CertificateEntry& signer,
             path.back()->entry == anchor && std::none_of(path.begin(), path.end() - 1, is_late) &&
             std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
             std::all_of(errors.begin(), errors.end(), [](const auto& e) { return e.empty(); });
-        if (good) {
-            found = entries_of(path);
-            found.front() = signer;
+        if (!good) {
+            return false;
         }
-        return good;
+        CertificatePath entries = entries_of(path);
+        entries.front() = signer;
+        return judge(entries);
     });
-    return found;
 }
 
 Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {

@@ -75,8 +75,8 @@ private:
     };
 
     std::vector<CertificateEntry> named(const X509_NAME* subject) override;
-    CertificatePath path_of(const CertificateEntry& signer, const CertificateEntry& anchor,
-                            FileTicks at) override;
+    bool any_path(const CertificateEntry& signer, const CertificateEntry& anchor, FileTicks at,
+                  const PathJudge& judge) override;
 
     // A certificate's key, and the key of the anchor under which a statement was made about it.
     using KeyUnderAnchor = std::pair<Bytes, Bytes>;

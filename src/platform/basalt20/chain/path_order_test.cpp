@@ -152,6 +152,36 @@ TEST_F(PathOrderTest, WhatIsSaidOfAKeyCountsUnderItsOwnAnchorWhicheverPathComesF
            lists);
 }
 
+// The list is signed by the authority's other key, which stands two steps under the root. Another
+// certificate of the one between, revoked by who issued it, mustn't hide the list.
+TEST_F(PathOrderTest, AListByAKeyBesideThePathIsHeardByWhicheverWayIsGood) {
+    const auto side = make_party({"side", root_.get(), kAuthority});
+    const auto between = make_party({"between", root_.get(), kAuthority});
+    const auto issuer = make_party({"issuer", between.get(), kAuthority});
+    const auto other_key = make_party({"issuer", between.get(), kAuthority});
+    const auto stamper = make_party({"stamper", issuer.get(), kStamper});
+    constexpr int kSuperseded = 4;
+    for (const bool comes_first : {true, false}) {
+        std::unique_ptr<Party> twin;
+        do {
+            CertificateSpec spec{"between", side.get(), kAuthority};
+            spec.same_key = between.get();
+            twin = make_party(spec);
+        } while ((digest_of(*twin) < digest_of(*between)) != comes_first);
+        const std::vector<std::string> lists{
+            make_list({root_.get(), -1, 100}), make_list({between.get(), -1, 100}),
+            make_list({side.get(), -1, 100, {{twin.get(), -10, kSuperseded}}}),
+            make_list({other_key.get(), -1, 100, {{stamper.get(), -10, kSuperseded}}})};
+        const Setting setting{{encoded(root_.get())}, BASALT_REVOCATION_AVAILABLE};
+        const auto verdicts = verdicts_of_all_orders(
+            setting,
+            {encoded(stamper.get()),
+             encoded_all({issuer.get(), other_key.get(), between.get(), twin.get(), side.get()}),
+             lists});
+        EXPECT_EQ(verdicts, std::vector<DWORD>{CRYPT_E_REVOKED}) << comes_first;
+    }
+}
+
 TEST_F(PathOrderTest, DecoysAndCirclesLeadNobodyAstray) {
     std::vector<std::unique_ptr<Party>> decoys;
     for (int i = 0; i < 63; ++i) {

@@ -148,8 +148,9 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
             continue;
         }
         const FileTicks at = moment_of(item);
-        const CertificatePath path = session_.paths.path_of(other, path_.back(), at);
-        if (!path.empty() && is_in_good_standing(item, path, at)) {
+        if (session_.paths.any_path(other, path_.back(), at, [&](CertificatePathView path) {
+                return is_in_good_standing(item, path, at);
+            })) {
             return true;
         }
     }

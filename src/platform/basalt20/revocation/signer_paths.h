@@ -5,6 +5,7 @@
 #include <basalt/certificate/x509_cache.h>
 #include <basalt/coding/file_ticks.h>
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <vector>
@@ -17,6 +18,8 @@ using CertificateEntry = std::shared_ptr<const X509Entry>;
 using CertificatePath = std::vector<CertificateEntry>;
 using CertificatePathView = std::span<const CertificateEntry>;
 
+using PathJudge = std::function<bool(CertificatePathView)>; // true takes the path
+
 class SignerPaths {
 public:
     virtual ~SignerPaths() = default;
@@ -24,11 +27,11 @@ public:
     // The certificates at hand with that subject, an anchor among them too; never fetches.
     virtual std::vector<CertificateEntry> named(const X509_NAME* subject) = 0;
 
-    // A path from `signer` to exactly this anchor, whose signatures, constraints and validity at
-    // `at` are good (of the anchor's validity nothing is asked); any usage, since the caller asks
-    // for that. Empty when there is none. Revocation isn't looked at, and nothing is fetched.
-    virtual CertificatePath path_of(const CertificateEntry& signer, const CertificateEntry& anchor,
-                                    FileTicks at) = 0;
+    // Whether the judge takes one of the paths from `signer` to exactly this anchor, whose
+    // signatures, constraints and validity at `at` are good (of the anchor's validity nothing is
+    // asked); any usage, since the caller asks for that. Nothing is fetched.
+    virtual bool any_path(const CertificateEntry& signer, const CertificateEntry& anchor,
+                          FileTicks at, const PathJudge& judge) = 0;
 };
 
 } // namespace basalt

@@ -369,8 +369,8 @@ public:
         return found;
     }
 
-    CertificatePath path_of(const CertificateEntry& signer, const CertificateEntry& anchor,
-                            FileTicks at) override {
+    bool any_path(const CertificateEntry& signer, const CertificateEntry& anchor, FileTicks at,
+                  const PathJudge& judge) override {
         ++searches_;
         CertificatePath path{signer};
         for (std::size_t i = 0; i < entries_.size() && path.back() != anchor; ++i) {
@@ -382,11 +382,11 @@ public:
                 });
             if (above == entries_.end() || *ticks_of(X509_get0_notBefore(child)) > at ||
                 *ticks_of(X509_get0_notAfter(child)) < at) {
-                return {};
+                return false;
             }
             path.push_back(*above);
         }
-        return path.back() == anchor ? path : CertificatePath{};
+        return path.back() == anchor && judge(path);
     }
 
 private:
