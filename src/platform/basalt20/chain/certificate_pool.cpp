@@ -56,6 +56,14 @@ Bytes PoolCertificate::key_bits() const {
     return {bits.pbData, bits.cbData};
 }
 
+bool PoolCertificate::has_key_of(const PoolCertificate& other) const {
+    const CRYPT_ALGORITHM_IDENTIFIER& own = info().SubjectPublicKeyInfo.Algorithm;
+    const CRYPT_ALGORITHM_IDENTIFIER& its = other.info().SubjectPublicKeyInfo.Algorithm;
+    return std::string_view(own.pszObjId) == its.pszObjId &&
+           same_bytes(bytes_of(own.Parameters), bytes_of(its.Parameters)) &&
+           same_bytes(key_bits(), other.key_bits());
+}
+
 bool PoolCertificate::is_valid_at(FileTicks at) const {
     return basalt::is_valid_at(info(), at);
 }

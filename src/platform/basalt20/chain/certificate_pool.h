@@ -24,8 +24,9 @@ struct PoolCertificate {
     bool left_out = false;
     CertificateEntry entry; // null until it is tried
 
-    // What the search remembers: issuers' keys, and whether they made this certificate's signature.
-    std::vector<std::pair<Bytes, bool>> tried_keys;
+    // What the search remembers: whose keys it has tried, and whether they made this certificate's
+    // signature.
+    std::vector<std::pair<const PoolCertificate*, bool>> tried_keys;
 
     // The subject taken apart, for comparing with names written otherwise.
     OpensslOwner<X509_NAME, X509_NAME_free> parsed_subject;
@@ -36,6 +37,8 @@ struct PoolCertificate {
     Bytes subject() const;
     Bytes issuer() const;
     Bytes key_bits() const;
+    // With its algorithm and parameters: under others the same bits are another key.
+    bool has_key_of(const PoolCertificate& other) const;
     bool is_valid_at(FileTicks at) const;
 };
 

@@ -152,6 +152,38 @@ TEST_F(PathOrderTest, WhatIsSaidOfAKeyCountsUnderItsOwnAnchorWhicheverPathComesF
            lists);
 }
 
+// The authority's key signs by RSASSA-PSS; another certificate has the same bits as a key for
+// another hash alone, which hasn't made the signature.
+TEST_F(PathOrderTest, TheSameBitsWithOtherParametersAreAnotherKey) {
+    const EvpKey rsa(EVP_RSA_gen(2048));
+    CertificateSpec spec{"authority", root_.get(), kAuthority};
+    spec.key = rsa.get();
+    const auto authority = make_party(spec);
+    const auto stamper = make_party({"stamper", authority.get(), kStamper});
+    const OpensslOwner<EVP_MD_CTX, EVP_MD_CTX_free> context(EVP_MD_CTX_new());
+    EVP_PKEY_CTX* padding = nullptr;
+    EVP_DigestSignInit(context.get(), &padding, EVP_sha256(), nullptr, rsa.get());
+    EVP_PKEY_CTX_set_rsa_padding(padding, RSA_PKCS1_PSS_PADDING);
+    X509_sign_ctx(stamper->certificate(), context.get());
+    const std::string sha512("\x30\x0D\x06\x09\x60\x86\x48\x01\x65\x03\x04\x02\x03\x05\x00", 15);
+    const std::string for_sha512 = "\x30\x34\xA0\x0F" + sha512 +
+                                   "\xA1\x1C\x30\x1A\x06\x09\x2A\x86\x48\x86\xF7\x0D\x01\x01\x08" +
+                                   sha512 + "\xA2\x03\x02\x01\x40";
+    for (const bool comes_first : {true, false}) {
+        std::unique_ptr<Party> twin;
+        do {
+            twin = make_party(spec);
+            ASN1_STRING* const parameters = ASN1_STRING_new();
+            ASN1_STRING_set(parameters, for_sha512.data(), static_cast<int>(for_sha512.size()));
+            X509_PUBKEY_set0_param(X509_get_X509_PUBKEY(twin->certificate()),
+                                   OBJ_nid2obj(NID_rsassaPss), V_ASN1_SEQUENCE, parameters, nullptr,
+                                   0);
+            X509_sign(twin->certificate(), root_->private_key.get(), EVP_sha256());
+        } while ((digest_of(*twin) < digest_of(*authority)) != comes_first);
+        expect(0, {root_.get()}, *stamper, {authority.get(), twin.get()});
+    }
+}
+
 // The list is signed by the authority's other key, which stands two steps under the root. Another
 // certificate of the one between, revoked by who issued it, mustn't hide the list.
 TEST_F(PathOrderTest, AListByAKeyBesideThePathIsHeardByWhicheverWayIsGood) {

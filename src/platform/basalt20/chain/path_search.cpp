@@ -127,9 +127,8 @@ bool is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certif
     if (certificate.entry->verified_by.contains(issuer.entry)) {
         return true;
     }
-    const Bytes bits = issuer.key_bits();
     for (const auto& [tried, good] : certificate.tried_keys) {
-        if (same_bytes(tried, bits)) {
+        if (tried->has_key_of(issuer)) {
             return good;
         }
     }
@@ -139,7 +138,7 @@ bool is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certif
         return false;
     }
     const bool good = is_signed_with(*certificate.entry, key);
-    certificate.tried_keys.emplace_back(bits, good);
+    certificate.tried_keys.emplace_back(&issuer, good);
     if (good) {
         certificate.entry->verified_by.add(issuer.entry);
     }
