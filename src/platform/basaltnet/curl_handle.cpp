@@ -231,6 +231,8 @@ std::string CurlHandle::error_text(CURLcode code) const {
 
 void CurlHandle::set_limits(const HttpLimits& limits) {
     curl_easy_setopt(get(), CURLOPT_NOSIGNAL, 1L);
+    // Silent name servers keep a thread for half a minute, which isn't waited for.
+    curl_easy_setopt(get(), CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(get(), CURLOPT_CONNECTTIMEOUT_MS,
                      static_cast<long>(limits.connect_timeout.count()));
     curl_easy_setopt(get(), CURLOPT_TIMEOUT_MS, static_cast<long>(limits.total_timeout.count()));
