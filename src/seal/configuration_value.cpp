@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include <basalt/configuration.h>
+#include <basalt/error_codes.h>
 
 namespace chronoseal {
 
@@ -51,6 +52,11 @@ std::optional<std::string> configured_text(const std::string& path) {
     return read_text([&](std::size_t* size, char* buffer) {
         return support_registry_get_string(path.c_str(), size, buffer);
     });
+}
+
+bool is_configuration_readable() {
+    std::size_t size = 0;
+    return support_registry_origin("\\config", &size, nullptr) != ERROR_BADDB;
 }
 
 std::optional<std::vector<std::string>> configured_list(const std::string& path) {

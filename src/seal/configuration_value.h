@@ -7,6 +7,9 @@
 
 namespace chronoseal {
 
+// False: a file of it can't be read, or mustn't be, and all values are as if they weren't there.
+bool is_configuration_readable();
+
 // Paths have the form "\config\basalt\Revocation". Nothing for a key that is absent or can't be
 // read as this type.
 std::optional<std::string> configured_text(const std::string& path);

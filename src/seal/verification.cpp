@@ -57,7 +57,15 @@ Revocation weakest_revocation() {
                                                        : Revocation::require;
 }
 
+// Nothing is judged by rules that can't be known: they may be stricter than those of nobody.
+void require_configuration() {
+    if (!is_configuration_readable()) {
+        throw error_of_code(Halcyon::PKI::TSP::Client::kResultPolicyUnreadable, "read the policy");
+    }
+}
+
 Revocation mode_in_force(Revocation wanted) {
+    require_configuration();
     static_assert(Revocation::require < Revocation::available &&
                   Revocation::available < Revocation::off);
     const Revocation mode = wanted == Revocation::as_configured ? configured_revocation() : wanted;

@@ -88,6 +88,16 @@ TEST_F(VerifierTest, WhatOneTokenNamesIsNotTakenForAnothersSigner) {
     }
 }
 
+// A file that can't be read might be the one with the strictest rules.
+TEST_F(VerifierTest, UnderRulesThatCannotBeReadNothingIsJudged) {
+    for (const Revocation mode : {Revocation::as_configured, Revocation::off}) {
+        tsp::Configuration::instance().set_raw("[[[\n");
+        Trust wanted = trust();
+        wanted.revocation = mode;
+        EXPECT_EQ(word_of([&] { Verifier{wanted}; }), "policy_unreadable");
+    }
+}
+
 TEST_F(VerifierTest, WithoutDataNothingIsGoodUnlessOneSaysSo) {
     const Stamp stamp = stamp_of({});
     const Verdict verdict = Verifier(trust()).verify(stamp, Expected{});
