@@ -49,6 +49,12 @@ void keep_around(std::string_view text, std::string_view base64, Envelope& envel
     envelope.width = line == std::string_view::npos ? std::max<std::size_t>(core.size(), 64) : line;
 }
 
+Error not_alone() {
+    return Error(Category::refused, "malformed", 0,
+                 "the text holds more than the message, and can't be changed without harm to that",
+                 "put the message into a file of its own");
+}
+
 } // namespace
 
 Envelope Envelope::open(ByteView bytes) {
@@ -64,6 +70,9 @@ Envelope Envelope::open(ByteView bytes) {
         keep_around(text, pem_body(text), envelope);
         if (envelope.before
                 .empty()) { // headers of an older PEM stand in it: DER is the better form
+            if (text.find(kBegin) != text.rfind(kBegin)) {
+                throw not_alone();
+            }
             envelope.form = Form::binary;
         }
         break;
@@ -94,7 +103,14 @@ Bytes Envelope::close(ByteView changed) const {
 }
 
 Bytes rewrap(ByteView original, ByteView der) {
-    return guarded("write the message", [&] { return Envelope::open(original).close(der); });
+    return guarded("write the message", [&] {
+        Bytes text = Envelope::open(original).close(der);
+        // Whatever else stands in the text, it is this message that has been changed.
+        if (!std::ranges::equal(unarmor(text).der, der)) {
+            throw not_alone();
+        }
+        return text;
+    });
 }
 
 } // namespace chronoseal

@@ -1,5 +1,6 @@
 """Stamps that outlive their sources: extended ones, aged ones, and those on signatures; OpenSSL and BouncyCastle agree."""
 
+import base64
 import contextlib
 import glob
 import json
@@ -89,6 +90,21 @@ class Extending(WithRevocation):
         self.assertEqual(status, GOOD)
         self.assertEqual(shown["remarks"], [])
         return path, shown
+
+    def test_what_else_stands_in_the_text_stays(self):
+        path = self.stamp("mixed.tsr")
+        token = program.openssl("ts", "-reply", "-in", path, "-token_out").stdout
+        key = program.openssl("genpkey", "-algorithm", "ED25519").stdout
+        time.sleep(1.1)
+        self.publish()
+        self.forget()
+        for headers in (b"", b"Comment: first\n\n"):
+            with self.subTest(headers):
+                text = self.workspace.write("mixed.pem", b"-----BEGIN PKCS7-----\n" + headers +
+                                            base64.encodebytes(token) + b"-----END PKCS7-----\n" + key)
+                told = self.workspace.run("extend", text, *self.roots)
+                self.assertTrue(text.read_bytes().endswith(key), told.stderr)
+                self.assertEqual(told.returncode, REFUSED if headers else GOOD, told.stderr)
 
     def test_others_go_on_taking_it(self):
         path, shown = self.extended("others.tsr")
