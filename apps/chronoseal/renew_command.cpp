@@ -70,8 +70,13 @@ class RenewRun {
 public:
     RenewRun(const RenewOptions& options, const Output& output)
         : options_(options), output_(output), verifier_(trust_of(options.trust)), results_(output) {
+        refuse_other_time(options.trust);
         if (!options.hash.empty()) {
             hash_ = HashAlgorithm::by_name(options.hash);
+            if (hash_->weak()) {
+                throw usage_error("renewal by " + hash_->name() + " protects nothing",
+                                  "take sha256 or a longer one");
+            }
         }
     }
 
@@ -114,7 +119,7 @@ public:
 
 private:
     Item load(const std::string& file) const {
-        const chronoseal::Bytes bytes = read_file(file);
+        const chronoseal::Bytes bytes = read_file(file, kLargestMessage, stop_);
         const chronoseal::Inspection found = chronoseal::inspect(bytes);
         const bool was_stamp = found.stamp.has_value();
         EvidenceRecord record =

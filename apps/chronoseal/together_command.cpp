@@ -298,7 +298,8 @@ ExitStatus run_prove(const ProveOptions& options, const Output& output) {
     }
     refuse_json_beside(outs.front(), output, "the record");
     const Interruption interruption;
-    const EvidenceRecord record = EvidenceRecord::read(read_file(record_name));
+    const EvidenceRecord record =
+        EvidenceRecord::read(read_file(record_name, kLargestMessage, interruption.token()));
     LineProver list(options, record, !output.quiet(), interruption.token());
     ExitStatus status = ExitStatus::good;
     Json results = Json::array();

@@ -191,8 +191,19 @@ private:
 
     bool shows_progress() const { return !output_.quiet() && options_.stamps.size() == 1; }
 
+    // Files aren't said to be good that nobody has looked at.
+    void refuse_list_options(std::string_view kind) const {
+        if (options_.files || options_.manifest) {
+            throw usage_error(fmt::format("--manifest and --files go with the record of a list, "
+                                          "and this is {}",
+                                          kind),
+                              "leave them out, or name the list's record");
+        }
+    }
+
     void judge_stored(const std::string& file, const Bytes& bytes, Stamp stamp,
                       const std::stop_token& stop, Outcome& outcome) const {
+        refuse_list_options("a time-stamp");
         const auto& token = stamp.info().token;
         if (output_.json()) {
             outcome.json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
@@ -221,6 +232,7 @@ private:
 
     void judge_embedded(const std::string& file, const chronoseal::Inspection& found,
                         Outcome& outcome) const {
+        refuse_list_options("a signed message");
         if (!options_.data.empty() || !options_.digest.empty() || request_ ||
             !options_.report.empty()) {
             throw usage_error(

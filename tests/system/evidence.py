@@ -182,6 +182,18 @@ class Together(WithRecords):
 
 
 class Renewing(WithRecords):
+    def test_what_would_protect_nothing_is_wrong_usage(self):
+        self.file("a")
+        self.sums("sums", "a")
+        self.run_good("stamp", "sums", *self.ask, cwd=self.folder)
+        for words in (("renew", "sums.tsr", "--hash", "sha1", *self.ask), ("verify", "sums.tsr", "--files", *self.trust),
+                      ("renew", "sums.tsr", "--at", "2030-01-01T00:00:00Z", *self.ask)):
+            with self.subTest(words[:3]):
+                words = [program.BIN / "chronoseal", *map(str, words)]
+                result = subprocess.run(words, cwd=self.folder, env=self.workspace.environment, capture_output=True)
+                self.expect(result, USAGE)
+        self.assertFalse((self.folder / "sums.ers").exists())
+
     def test_records_that_share_a_stamp_share_the_next(self):
         for name in "abc":
             self.file(name, name.encode())
