@@ -98,12 +98,13 @@ class Extending(WithRevocation):
         time.sleep(1.1)
         self.publish()
         self.forget()
-        for headers in (b"", b"Comment: first\n\n"):
-            with self.subTest(headers):
+        headed = key.replace(b"KEY-----\n", b"KEY-----\nProc-Type: 4,ENCRYPTED\n\n", 1)
+        for headers, behind in ((b"", key), (b"Comment: first\n\n", key), (b"Comment: first\n\n", headed)):
+            with self.subTest((headers, behind is key)):
                 text = self.workspace.write("mixed.pem", b"-----BEGIN PKCS7-----\n" + headers +
-                                            base64.encodebytes(token) + b"-----END PKCS7-----\n" + key)
+                                            base64.encodebytes(token) + b"-----END PKCS7-----\n" + behind)
                 told = self.workspace.run("extend", text, *self.roots)
-                self.assertTrue(text.read_bytes().endswith(key), told.stderr)
+                self.assertTrue(text.read_bytes().endswith(behind), told.stderr)
                 self.assertEqual(told.returncode, REFUSED if headers else GOOD, told.stderr)
 
     def test_others_go_on_taking_it(self):
