@@ -2,6 +2,7 @@
 // OpenSSL over whatever content a test wants.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -261,7 +262,7 @@ private:
         X509_add_ext(certificate, entry.get(), -1);
     }
 
-    static inline int count_ = 0;
+    static inline std::atomic<int> count_ = 0;
     std::string root_name_ = "Test Root " + std::to_string(++count_);
     Owner<EVP_PKEY> root_key_;
     Owner<EVP_PKEY> key_;
