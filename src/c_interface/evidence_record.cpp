@@ -90,7 +90,7 @@ chronoseal_status chronoseal_evidence_record_get_info(const chronoseal_evidence_
                                                       chronoseal_error** error) {
     return give(info, "info", error, [&] {
         const chronoseal_evidence_record& handle = needed(record, "record");
-        std::call_once(handle.info_once, [&] { describe(handle); });
+        handle.info_once([&] { describe(handle); });
         return handle.info;
     });
 }
@@ -109,7 +109,7 @@ chronoseal_evidence_record_data_algorithms(const chronoseal_evidence_record* rec
         auto& place = emptied(algorithms, "algorithms");
         auto& number = emptied(count, "count");
         const chronoseal_evidence_record& handle = needed(record, "record");
-        std::call_once(handle.names_once, [&] { name_algorithms(handle); });
+        handle.names_once([&] { name_algorithms(handle); });
         place = handle.data_algorithms;
         number = handle.data_algorithm_count;
         return CHRONOSEAL_OK;
@@ -121,9 +121,8 @@ chronoseal_evidence_record_renewal_algorithm(const chronoseal_evidence_record* r
                                              const char** algorithm, chronoseal_error** error) {
     return give(algorithm, "algorithm", error, [&] {
         const chronoseal_evidence_record& handle = needed(record, "record");
-        std::call_once(handle.renewal_once, [&] {
-            handle.renewal_algorithm = handle.record.renewal_algorithm().name();
-        });
+        handle.renewal_once(
+            [&] { handle.renewal_algorithm = handle.record.renewal_algorithm().name(); });
         return handle.renewal_algorithm.c_str();
     });
 }

@@ -27,7 +27,7 @@ chronoseal_status chronoseal_stamp_get_info(const chronoseal_stamp* stamp,
                                             chronoseal_error** error) {
     return give(info, "info", error, [&] {
         const chronoseal_stamp& handle = needed(stamp, "stamp");
-        std::call_once(handle.once, [&] { handle.info = view_of(handle.kept, handle.stamp); });
+        handle.once([&] { handle.info = view_of(handle.kept, handle.stamp); });
         return handle.info;
     });
 }

@@ -3,10 +3,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include <chronoseal/c_interface/once.h>
 #include <chronoseal/chronoseal.h>
 #include <chronoseal/chronoseal.hpp>
 
@@ -57,7 +57,7 @@ struct chronoseal_stamp {
 
     const chronoseal::Stamp stamp;
     // Made when it is asked for: who only stores a stamp doesn't pay for it.
-    mutable std::once_flag once;
+    mutable chronoseal::c_interface::Once once;
     mutable chronoseal::c_interface::Kept kept;
     mutable const chronoseal_stamp_info* info = nullptr;
 };
