@@ -57,10 +57,19 @@ ExitStatus show_embedded(const InfoOptions& options, const Inspection& found,
         json.update(to_json(one.stamp.info(), token ? token->signer : std::nullopt));
         list.push_back(std::move(json));
     }
+    Json unread = Json::array();
+    for (const chronoseal::UnreadStamp& one : found.unread) {
+        output.text(fmt::format("\n{:<14} {}\n{:<14} {}\n", "stamp at", quote_foreign(one.place),
+                                "not read", one.reason.text()));
+        unread.push_back({{"place", one.place},
+                          {"attribute", attribute_json(one.attribute)},
+                          {"error", error_json(one.reason)}});
+    }
     output.object(true, {{"file", options.file},
                          {"kind", chronoseal::kind_name(found.kind)},
                          {"countersignature", found.countersignature},
-                         {"stamps", list}});
+                         {"stamps", list},
+                         {"unread", unread}});
     return ExitStatus::good;
 }
 
@@ -80,7 +89,7 @@ ExitStatus run_info(const InfoOptions& options, const Output& output) {
         output.object(true, json);
         return ExitStatus::good;
     }
-    if (found.kind != Kind::token && !found.stamps.empty()) {
+    if (found.kind != Kind::token && !(found.stamps.empty() && found.unread.empty())) {
         return show_embedded(options, found, output);
     }
     // Throws and says what the bytes are, if they are no stamp.

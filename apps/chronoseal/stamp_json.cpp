@@ -8,6 +8,10 @@ nlohmann::ordered_json time_or_null(const std::optional<chronoseal::Time>& time)
     return time ? nlohmann::ordered_json(chronoseal::utc_text(*time)) : nullptr;
 }
 
+nlohmann::ordered_json attribute_json(const std::string& oid) {
+    return oid.empty() ? nullptr : nlohmann::ordered_json(oid);
+}
+
 namespace {
 
 using Json = nlohmann::ordered_json;

@@ -10,6 +10,9 @@
 
 namespace cli {
 
+// The OID of what holds a stamp; null for none.
+nlohmann::ordered_json attribute_json(const std::string& oid);
+
 nlohmann::ordered_json time_or_null(const std::optional<chronoseal::Time>& time);
 
 // The members "status" and "token"; `signer` is the certificate found, in the token or elsewhere.

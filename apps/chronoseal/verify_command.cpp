@@ -96,7 +96,8 @@ public:
             // A token may carry stamps of its own; what is to be judged then is the token.
             if (found.kind == chronoseal::Kind::evidence_record) {
                 take(records_.judge(file, found.der, stop), outcome);
-            } else if (found.kind != chronoseal::Kind::token && !found.stamps.empty()) {
+            } else if (found.kind != chronoseal::Kind::token &&
+                       !(found.stamps.empty() && found.unread.empty())) {
                 judge_embedded(file, found, outcome);
             } else {
                 judge_stored(file, bytes,
@@ -264,18 +265,31 @@ private:
             } catch (const Error& error) {
                 fail(file, error, part);
             }
-            part.json["ok"] = part.status == ExitStatus::good;
-            outcome.text += part.text;
-            if (outcome.error && part.error) { // the line of a failure holds one alone
-                outcome.text += part.error->text() + "\n";
-            }
-            outcome.status = worse(outcome.status, part.status);
-            outcome.error = outcome.error ? outcome.error : part.error;
-            outcome.json["stamps"].push_back(std::move(part.json));
+            add_part(std::move(part), outcome);
+        }
+        for (const chronoseal::UnreadStamp& one : found.unread) {
+            Outcome part;
+            part.json = {{"place", one.place}, {"attribute", attribute_json(one.attribute)}};
+            fail(file,
+                 {one.reason.category(), one.reason.word(), one.reason.code(),
+                  quote_foreign(one.place) + ": " + one.reason.text(), one.reason.advice()},
+                 part);
+            add_part(std::move(part), outcome);
         }
         if (outcome.error) {
             outcome.json["error"] = error_json(*outcome.error);
         }
+    }
+
+    static void add_part(Outcome part, Outcome& outcome) {
+        part.json["ok"] = part.status == ExitStatus::good;
+        outcome.text += part.text;
+        if (outcome.error && part.error) { // the line of a failure holds one alone
+            outcome.text += part.error->text() + "\n";
+        }
+        outcome.status = worse(outcome.status, part.status);
+        outcome.error = outcome.error ? outcome.error : part.error;
+        outcome.json["stamps"].push_back(std::move(part.json));
     }
 
     void add_verdict(const std::string& file, const std::string& label, const Verdict& verdict,

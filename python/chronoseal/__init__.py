@@ -22,7 +22,7 @@ from .evidence_record import ArchiveStamp, EvidenceInfo, EvidenceRecord
 from .evidence_tree import EvidenceTree, HashRenewal, StampRenewal
 from .evidence_verifier import EvidenceVerdict, EvidenceVerifier, JudgedStamp
 from .extension import Extension, attach, extend, extend_record
-from .inspection import Embedded, Inspection, inspect, rewrap
+from .inspection import Embedded, Inspection, UnreadStamp, inspect, rewrap
 from .machine import (Diagnosis, MachinePolicy, Place, Setting, SettingState, Severity, Store, TrustedRoot, diagnose,
                       distrust_root, policy, trust_root, trusted_roots, version)
 from .manifest import ManifestInfo, ManifestLine, ManifestReader, ManifestTree, OnLine, manifest_line, read_manifest
@@ -42,7 +42,7 @@ __all__ = [
     "ManifestReader", "ManifestRenewal", "ManifestTree", "OnLine", "Outcome", "Outlook", "Place", "Progress", "Remark", "Revocation",
     "RevocationState", "SIGNATURE_TIME_STAMP", "Sealer", "Setting", "SettingState", "Severity", "Signature",
     "Sources", "Stamp", "StampInfo", "StampRenewal", "Stop", "Store", "Strength", "TokenInfo", "TrustedRoot",
-    "Verdict", "Verifier", "attach", "authenticode", "configured_authorities", "diagnose", "distrust_root",
+    "UnreadStamp", "Verdict", "Verifier", "attach", "authenticode", "configured_authorities", "diagnose", "distrust_root",
     "extend", "extend_record", "hash_algorithms", "inspect", "manifest_line", "policy", "read_manifest", "rewrap", "trust_root",
     "trusted_roots", "version",
 ]

@@ -7,7 +7,7 @@ from typing import Optional, Tuple, Union
 
 from ._memory import Arena, bytes_of, text_of
 from ._native import ffi, lib
-from .error import call
+from .error import Error, call, error_of
 from .handle import bytes_made, made
 from .stamp import Stamp, copy_of
 
@@ -23,6 +23,15 @@ class Embedded:
 
 
 @dataclasses.dataclass(frozen=True)
+class UnreadStamp:
+    """What stands where a stamp or a signature with stamps would, and wasn't looked into."""
+
+    attribute: str  #: OID; empty: a whole signer
+    place: str
+    reason: Error  #: "not_a_stamp", "malformed"; "too_many_stamps": this and all behind it is beyond what is looked for
+
+
+@dataclasses.dataclass(frozen=True)
 class Inspection:
     kind: str  #: "revocation_list"
     form: str  #: "binary", "pem", "base64" or "smime"
@@ -31,6 +40,7 @@ class Inspection:
     stamps: Tuple[Embedded, ...]  #: of a signed message
     countersignature: bool  #: an older Authenticode countersignature is there
     der: bytes  #: without PEM or Base64
+    unread: Tuple[UnreadStamp, ...] = ()  #: whoever judges `stamps` hasn't judged these
 
 
 _FORMS = ("binary", "pem", "base64", "smime")
@@ -45,12 +55,14 @@ def inspect(data: Union[bytes, bytearray, memoryview]) -> Inspection:
     call(lib.chronoseal_inspection_get_info, handle, out)
     info = out[0]
     embedded = (info.stamps[i] for i in range(info.stamp_count))
+    unread = (info.unread[i] for i in range(info.unread_count))
     return Inspection(
         text_of(info.kind_name), _FORMS[info.form], text_of(info.description),
         None if info.stamp == ffi.NULL else copy_of(info.stamp),
         tuple(Embedded(copy_of(one.stamp), text_of(one.attribute), text_of(one.place), bytes_of(one.stamped))
               for one in embedded),
-        info.countersignature != 0, bytes_of(info.der))
+        info.countersignature != 0, bytes_of(info.der),
+        tuple(UnreadStamp(text_of(one.attribute), text_of(one.place), error_of(one.reason)) for one in unread))
 
 
 def rewrap(original: Union[bytes, bytearray, memoryview], der: Union[bytes, bytearray, memoryview]) -> bytes:

@@ -198,5 +198,7 @@ def test_a_signature_gets_a_stamp(sealer, tmp_path):
     (embedded,) = chronoseal.inspect(stamped).stamps
     assert embedded.attribute == "1.2.840.113549.1.9.16.2.14"
     assert chronoseal.Verifier(roots=ROOT).verify(embedded.stamp, embedded.stamped)
+    (unread,) = chronoseal.inspect(stamped.replace(b"\x10\x01\x04", b"\x10\x01\x05")).unread  # no TSTInfo any more
+    assert (unread.attribute, unread.place, unread.reason.word) == (embedded.attribute, embedded.place, "not_a_stamp")
     (tmp_path / "stamped.p7s").write_bytes(stamped)
     openssl("cms", "-verify", "-binary", "-inform", "DER", "-in", "stamped.p7s", "-content", "data", "-noverify")

@@ -1272,6 +1272,14 @@ typedef struct chronoseal_embedded {
     chronoseal_bytes stamped;      // what it stamps: the octets of a signature value
 } chronoseal_embedded;
 
+// What stands where a stamp or a signature with stamps would, and wasn't looked into.
+typedef struct chronoseal_unread_stamp {
+    const char* attribute;          // OID; empty: a whole signer
+    const char* place;              // as in chronoseal_embedded
+    const chronoseal_error* reason; // "not_a_stamp", "malformed"; "too_many_stamps": this and all
+                                    // behind it is beyond what is looked for
+} chronoseal_unread_stamp;
+
 // What was found out about bytes.
 typedef struct chronoseal_inspection_info {
     chronoseal_kind kind;                     // what it is
@@ -1283,6 +1291,8 @@ typedef struct chronoseal_inspection_info {
     size_t stamp_count;                       // how many
     int countersignature;                     // 1: an older Authenticode countersignature is there
     chronoseal_bytes der;                     // without PEM or Base64
+    const chronoseal_unread_stamp* const* unread; // whoever judges `stamps` hasn't judged these
+    size_t unread_count;                          // how many
 } chronoseal_inspection_info;
 
 // What was found out, with the stamps in it.

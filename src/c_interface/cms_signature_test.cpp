@@ -164,15 +164,23 @@ TEST_F(CCmsSignatureTest, AStampFromElsewhereIsPutIn) {
         const auto stamped = put(value, attribute);
         ASSERT_NE(stamped, nullptr) << why();
         EXPECT_EQ(extend(stamped), "chain_incomplete");
-        const std::string bytes = encoded(stamped);
-        chronoseal_inspection* inspection = nullptr;
-        ASSERT_EQ(chronoseal_inspect(bytes.data(), bytes.size(), &inspection, &error),
-                  CHRONOSEAL_OK);
-        const chronoseal_inspection_info* found = nullptr;
-        ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
-        ASSERT_EQ(found->stamp_count, 1U);
-        EXPECT_STREQ(found->stamps[0]->attribute, attribute);
-        chronoseal_inspection_free(&inspection);
+        std::string bytes = encoded(stamped);
+        for (const std::size_t good : {1U, 0U}) {
+            chronoseal_inspection* inspection = nullptr;
+            ASSERT_EQ(chronoseal_inspect(bytes.data(), bytes.size(), &inspection, &error),
+                      CHRONOSEAL_OK);
+            const chronoseal_inspection_info* found = nullptr;
+            ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
+            ASSERT_EQ(found->stamp_count, good);
+            ASSERT_EQ(found->unread_count, 1 - good);
+            EXPECT_STREQ(good != 0 ? found->stamps[0]->attribute : found->unread[0]->attribute,
+                         attribute);
+            if (good == 0) {
+                EXPECT_STREQ(chronoseal_error_word(found->unread[0]->reason), "not_a_stamp");
+            }
+            chronoseal_inspection_free(&inspection);
+            bytes[bytes.find("\x10\x01\x04") + 2] = 5; // its content is no TSTInfo any more
+        }
     }
 }
 

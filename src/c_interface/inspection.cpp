@@ -27,6 +27,14 @@ struct chronoseal_inspection {
         view.stamps = kept.array(std::move(all));
         view.countersignature = inspection.countersignature ? 1 : 0;
         view.der = view_of(inspection.der);
+        std::vector<const chronoseal_unread_stamp*> unread;
+        for (const UnreadStamp& one : inspection.unread) {
+            reasons.emplace_back(std::make_unique<KeptError>(one.reason));
+            unread.push_back(kept.value(chronoseal_unread_stamp{
+                kept.text(one.attribute), kept.text(one.place), reasons.back().get()}));
+        }
+        view.unread_count = unread.size();
+        view.unread = kept.array(std::move(unread));
         info = kept.value(view);
     }
 
@@ -36,6 +44,7 @@ struct chronoseal_inspection {
 
     const Inspection inspection;
     std::vector<std::unique_ptr<chronoseal_stamp>> stamps;
+    std::vector<std::unique_ptr<KeptError>> reasons;
     Kept kept;
     const chronoseal_inspection_info* info = nullptr;
 };

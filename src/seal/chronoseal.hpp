@@ -746,6 +746,16 @@ struct Embedded {
     Bytes stamped;
 };
 
+// What stands where a stamp or a signature with stamps would, and wasn't looked into.
+struct UnreadStamp {
+    std::string attribute; // OID; empty: a whole signer
+    std::string place;     // as in Embedded
+    // Refused, with the words of `Stamp::read`: it is no stamp. `too_many_stamps`, unreachable:
+    // this and all behind it is beyond the 256 stamps, 64 signers a signature or 4 signatures
+    // within each other that are looked for.
+    Error reason;
+};
+
 struct Inspection {
     Kind kind = Kind::unknown;
     Form form = Form::binary;
@@ -758,6 +768,8 @@ struct Inspection {
     std::optional<Stamp> stamp;
     // Without PEM or Base64.
     Bytes der;
+    // Whoever judges `stamps` hasn't judged these.
+    std::vector<UnreadStamp> unread = {};
 };
 
 // Tells what the bytes are, by their content alone. Never throws for what they are.

@@ -1,4 +1,7 @@
 // What bytes are, and the stamps inside signed messages.
+#include <algorithm>
+
+#include <basalt/error_codes.h>
 #include <chronoseal/seal/byte_kind.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
@@ -17,54 +20,112 @@ constexpr unsigned kMostDepth = 4;
 constexpr std::size_t kMostStamps = 256;
 constexpr DWORD kMostSigners = 64;
 
+bool holds_stamps(const AttributeInfo& attribute) {
+    return attribute.oid == kSignatureTimeStamp || attribute.oid == kAuthenticodeTimeStamp;
+}
+
+std::string counted(std::size_t count, const char* noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 class StampSearch {
 public:
     explicit StampSearch(Inspection& result) : result_(result) {}
 
-    void search(ByteView bytes, const std::string& place, unsigned depth) {
-        const auto message = open_message(bytes);
-        const DWORD signers =
-            std::min(message_number(message, CMSG_SIGNER_COUNT_PARAM), kMostSigners);
+    void search(ByteView bytes) { search_signers(open_message(bytes), "", 0); }
+
+private:
+    void search_signers(const ATL2::CCryptMsg& message, const std::string& place, unsigned depth) {
+        const DWORD signers = message_number(message, CMSG_SIGNER_COUNT_PARAM);
         for (DWORD i = 0; i < signers; ++i) {
-            const auto signature = signature_info(message, i);
-            if (signature) {
-                search_signer(*signature, place + "signer " + std::to_string(i + 1), depth);
+            const std::string here = place + "signer " + std::to_string(i + 1);
+            if (i == kMostSigners) {
+                leave_out(here, {});
+                return;
+            }
+            if (const auto signature = signature_info(message, i)) {
+                search_signer(*signature, here, depth);
+            } else {
+                unread(here, {}, "a signer that can't be read");
             }
         }
     }
 
-private:
     void search_signer(const SignatureInfo& signature, const std::string& place, unsigned depth) {
         for (const AttributeInfo& attribute : signature.unsigned_attributes) {
             const std::string here = place + ", attribute " + attribute.oid;
             result_.countersignature |= attribute.oid == kCountersignature;
             for (const Bytes& value : attribute.values) {
-                if (attribute.oid == kSignatureTimeStamp ||
-                    attribute.oid == kAuthenticodeTimeStamp) {
+                if (holds_stamps(attribute)) {
                     add(value, signature.value, attribute.oid, here, depth);
-                } else if (attribute.oid == kNestedSignature && depth < kMostDepth) {
-                    search(value, here + ", ", depth + 1);
+                } else if (attribute.oid == kNestedSignature) {
+                    search_nested(value, here, depth);
                 }
             }
         }
     }
 
+    void search_nested(const Bytes& signature, const std::string& place, unsigned depth) {
+        if (depth == kMostDepth) {
+            leave_out(place, std::string(kNestedSignature));
+            return;
+        }
+        const auto message = open_message(signature);
+        if (message) {
+            search_signers(message, place + ", ", depth + 1);
+        } else {
+            unread(place, std::string(kNestedSignature), "a signature that can't be read");
+        }
+    }
+
     void add(const Bytes& token, const Bytes& stamped, const std::string& oid,
              const std::string& place, unsigned depth) {
-        if (result_.stamps.size() >= kMostStamps) {
+        if (result_.stamps.size() + result_.unread.size() >= kMostStamps) {
+            leave_out(place, oid);
             return;
         }
         try {
             result_.stamps.push_back({Stamp::read(token), oid, place, stamped});
-        } catch (const Error&) {
-            return; // named as a stamp, but none
+        } catch (const Error& error) {
+            result_.unread.push_back({oid, place, error});
+            return;
         }
         if (depth < kMostDepth) {
-            search(token, place + ", ", depth + 1);
+            search_signers(open_message(token), place + ", ", depth + 1);
+        } else if (may_hold_stamps(result_.stamps.back().stamp)) {
+            leave_out(place, oid);
+        }
+    }
+
+    static bool may_hold_stamps(const Stamp& stamp) {
+        const auto& token = stamp.info().token;
+        return token && std::ranges::any_of(token->signature.unsigned_attributes, holds_stamps);
+    }
+
+    void unread(const std::string& place, std::string oid, const std::string& what) {
+        if (result_.unread.size() >= kMostStamps) {
+            leave_out(place, std::move(oid));
+            return;
+        }
+        result_.unread.push_back({std::move(oid), place,
+                                  Error(Category::refused, "malformed", CRYPT_E_ASN1_INTERNAL,
+                                        "it is " + what, "get the signature again")});
+    }
+
+    // Told once: of the first of those that aren't looked at.
+    void leave_out(const std::string& place, std::string oid) {
+        if (!std::exchange(left_out_, true)) {
+            result_.unread.push_back(
+                {std::move(oid), place,
+                 Error(Category::unreachable, "too_many_stamps", 0,
+                       "this and what follows isn't looked at: there are more time-stamps, signers "
+                       "or signatures within each other than anybody makes",
+                       "look at it with another tool")});
         }
     }
 
     Inspection& result_;
+    bool left_out_ = false;
 };
 
 void read_stamp(Inspection& result) {
@@ -94,14 +155,16 @@ Inspection inspect(ByteView bytes) {
         const bool is_signature =
             result.kind == Kind::signed_message || result.kind == Kind::authenticode_signature;
         if (is_signature || result.kind == Kind::token) {
-            StampSearch(result).search(result.der, "", 0);
+            StampSearch(result).search(result.der);
         }
-        if (is_signature && !result.stamps.empty()) {
+        if (is_signature && !(result.stamps.empty() && result.unread.empty())) {
             result.description =
                 (result.kind == Kind::signed_message ? "a signed message with "
                                                      : "an Authenticode signature with ") +
-                std::to_string(result.stamps.size()) +
-                (result.stamps.size() == 1 ? " time-stamp" : " time-stamps");
+                counted(result.stamps.size(), "time-stamp");
+            if (!result.unread.empty()) {
+                result.description += " that can be read, and others";
+            }
         }
         return result;
     });

@@ -118,24 +118,49 @@ TEST(Inspect, CutAndChangedBytesNeverThrow) {
     }
 }
 
-// A message with a signature, stamped in an attribute that no signature covers.
-std::string stamped_message(const tsp::Authority& authority, const std::string& attribute) {
+using Message = std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)>;
+
+// A message with a signature, over some text.
+std::string signed_message(const tsp::Authority& authority) {
     tsp::Signing plain;
     plain.contentType = "1.2.840.113549.1.7.1";
-    const std::string signed_text = authority.token("text", plain);
-    const auto* place = reinterpret_cast<const unsigned char*>(signed_text.data());
-    const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> message(
-        d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(signed_text.size())),
-        &CMS_ContentInfo_free);
-    CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
-    const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(signer);
+    return authority.token("text", plain);
+}
+
+Message message_of(const std::string& text) {
+    const auto* place = reinterpret_cast<const unsigned char*>(text.data());
+    return {d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(text.size())),
+            &CMS_ContentInfo_free};
+}
+
+// The message with a value more in an attribute that no signature covers.
+std::string with_attribute(const std::string& text, const char* attribute,
+                           const std::string& value) {
+    const Message message = message_of(text);
+    CMS_unsigned_add1_attr_by_txt(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0),
+                                  attribute, V_ASN1_SEQUENCE, value.data(),
+                                  static_cast<int>(value.size()));
+    return tsp::der(message.get(), &i2d_CMS_ContentInfo);
+}
+
+std::string with_many(std::string text, const char* attribute, const std::string& value,
+                      std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        text = with_attribute(text, attribute, value);
+    }
+    return text;
+}
+
+// Stamped in such an attribute.
+std::string stamped_message(const tsp::Authority& authority, const std::string& attribute) {
+    const std::string text = signed_message(authority);
+    const Message message = message_of(text);
+    const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(
+        sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0));
     TstInfo info;
     info.digest = tsp::sha256(
         {reinterpret_cast<const char*>(value->data), static_cast<std::size_t>(value->length)});
-    const std::string token = authority.token(info.encode());
-    CMS_unsigned_add1_attr_by_txt(signer, attribute.c_str(), V_ASN1_SEQUENCE, token.data(),
-                                  static_cast<int>(token.size()));
-    return tsp::der(message.get(), &i2d_CMS_ContentInfo);
+    return with_attribute(text, attribute.c_str(), authority.token(info.encode()));
 }
 
 TEST(Inspect, AStampInASignatureIsJudgedAgainstThatSignature) {
@@ -151,6 +176,49 @@ TEST(Inspect, AStampInASignatureIsJudgedAgainstThatSignature) {
         Bytes other = found.stamps[0].stamped;
         other[0] ^= std::byte{1};
         EXPECT_EQ(verifier.verify(found.stamps[0].stamp, other).deciding().word, "imprint_differs");
+    }
+}
+
+TEST(Inspect, WhatIsNotLookedIntoIsTold) {
+    constexpr char kStamp[] = "1.2.840.113549.1.9.16.2.14", kNested[] = "1.3.6.1.4.1.311.2.4.1";
+    const tsp::Authority authority;
+    const std::string plain = signed_message(authority);
+    const std::string token = authority.token(TstInfo().encode());
+    std::string deep = stamped_message(authority, kStamp), chain = token;
+    for (unsigned i = 0; i < 5; ++i) {
+        deep = with_attribute(plain, kNested, deep);
+        chain = with_attribute(token, kStamp, chain);
+    }
+    struct Row {
+        const char* name;
+        std::string bytes;
+        std::size_t stamps;
+        std::string word; // of what wasn't looked into; empty: nothing
+        Category category = Category::refused;
+    };
+    const Row rows[] = {
+        {"a good one", stamped_message(authority, kStamp), 1, ""},
+        {"no stamp", with_attribute(plain, kStamp, sequence("")), 0, "not_a_stamp"},
+        {"beside a good one",
+         with_attribute(stamped_message(authority, kStamp), "1.3.6.1.4.1.311.3.3.1",
+                        token.substr(0, 4) + std::string(token.size() - 4, '\x05')),
+         1, "not_a_stamp"},
+        {"no signature", with_attribute(plain, kNested, sequence("")), 0, "malformed"},
+        {"too many", with_many(plain, kStamp, token, 257), 256, "too_many_stamps",
+         Category::unreachable},
+        {"too deep", deep, 0, "too_many_stamps", Category::unreachable},
+        {"stamps on stamps", with_attribute(plain, kStamp, chain), 5, "too_many_stamps",
+         Category::unreachable},
+    };
+    for (const Row& row : rows) {
+        const Inspection found = inspect(to_bytes(row.bytes));
+        EXPECT_EQ(found.stamps.size(), row.stamps) << row.name;
+        ASSERT_EQ(found.unread.size(), row.word.empty() ? 0U : 1U) << row.name;
+        if (!row.word.empty()) {
+            EXPECT_EQ(found.unread[0].reason.word(), row.word) << row.name;
+            EXPECT_EQ(found.unread[0].reason.category(), row.category) << row.name;
+            EXPECT_EQ(found.unread[0].place.find("signer 1, attribute 1."), 0U) << row.name;
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 #include <map>
 
 #include <basalt/error_codes.h>
+#include <chronoseal/client/result_codes.h>
 #include <chronoseal/seal/cms_content.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/der_writer.h>
@@ -89,6 +90,9 @@ private:
     }
 
     Extension extended(const Stamp& stamp) const {
+        if (!stamp.has_token()) { // an answer that refuses, in the place of a stamp
+            throw error_of_code(Halcyon::PKI::TSP::Client::kResultNoStamp);
+        }
         const TokenInfo& token = *stamp.info().token;
         const auto algorithm = HashAlgorithm::by_name(token.imprint_algorithm.oid);
         if (Digest::of(value_, algorithm).value() != token.imprint) {

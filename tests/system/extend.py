@@ -14,7 +14,7 @@ import threading
 import time
 import unittest
 
-from asn1crypto import cms
+from asn1crypto import cms, core
 
 import program
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
@@ -390,6 +390,27 @@ class Signatures(WithRevocation):
                 content = path.read_bytes()
                 status, shown = self.workspace.run_json("extend", path, *self.roots)
                 self.assertEqual((status, shown["changed"], path.read_bytes()), (GOOD, False, content))
+
+    def test_what_stands_in_a_stamps_place_is_not_passed_over(self):
+        """Garbage, and an answer that refuses."""
+        head = core.ObjectIdentifier("1.3.6.1.4.1.311.3.3.1").dump()
+        for value, word in (("3003020105", "not_a_stamp"), ("30053003020102", "not_granted")):
+            value = bytes.fromhex(value)
+            attribute = head + bytes([0x31, len(value)]) + value
+            with self.subTest(word):
+                path = self.sign("other.x", "-outform", "DER", "-nodetach")
+                self.expect(self.attach(path, "--force"), GOOD)
+                info = cms.ContentInfo.load(path.read_bytes())
+                info["content"]["signer_infos"][0]["unsigned_attrs"].append(
+                    cms.CMSAttribute.load(bytes([0x30, len(attribute)]) + attribute))
+                path.write_bytes(info.dump())
+                status, shown = self.workspace.run_json("verify", path, *self.roots)
+                self.assertEqual((status, len(shown["stamps"])), (REFUSED, 2), shown)
+                self.assertEqual([one["error"]["word"] for one in shown["stamps"] if not one["ok"]], [word])
+                status, shown = self.workspace.run_json("info", path)
+                self.assertEqual(status, GOOD)
+                self.assertEqual([one["error"]["word"] for one in shown["unread"]], [word] if word == "not_a_stamp" else [])
+                self.expect(self.workspace.run("extend", path, *self.roots), REFUSED)
 
     def test_a_stamp_that_another_is_over_stays_as_it_is(self):
         for oid in ("1.2.840.113549.1.9.16.2.48", "0.4.0.1733.2.4"):
