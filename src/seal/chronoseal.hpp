@@ -10,6 +10,8 @@
 //
 // Bytes are spans and vectors, text is UTF-8, time is std::chrono in UTC.
 // Ownership: all types are values that own what they hold; nothing that is returned is borrowed.
+// What was moved from is empty, or as it was; a call for which that isn't enough throws
+// `moved_from` (misuse), or what it throws for the empty one.
 // Errors: every function may throw `Error`, and nothing else leaves the library but what a
 // callback of the caller throws. What a token, a server or a file says is foreign text: it is given
 // as it came in fields that say so, and quoted (`quote_foreign`) within `text` and `advice`.
@@ -55,6 +57,8 @@ class CHRONOSEAL_API Error : public std::exception {
 public:
     Error(Category category, std::string_view word, std::uint32_t code, std::string text,
           std::string advice);
+    Error(const Error&) noexcept = default; // moving is copying
+    Error& operator=(const Error&) noexcept = default;
 
     // `text`, the number in brackets, and `advice` in one line that is safe to print.
     const char* what() const noexcept override;
@@ -281,7 +285,8 @@ public:
     // The time of the stamp. Throws `no_token` for a refusal.
     Time time() const;
     // The token's bytes (a CMS SignedData), and the TimeStampResp; empty where there is none. A
-    // response made of a bare token is what some readers want: `as_response` makes one.
+    // response made of a bare token is what some readers want: `as_response` makes one. Throws
+    // `no_token` where there is neither.
     const Bytes& token() const noexcept;
     const Bytes& response() const noexcept;
     Bytes as_response() const;
@@ -455,6 +460,8 @@ class CHRONOSEAL_API Verifier {
 public:
     // Reads the files of `trust`: throws `file_unreadable`, `no_certificates`.
     explicit Verifier(Trust trust = {});
+    Verifier(const Verifier&) noexcept = default; // moving is copying
+    Verifier& operator=(const Verifier&) noexcept = default;
 
     // A stamp that isn't good is no failure: the verdict says so. Throws only where nothing can be
     // judged: no memory, a policy that can't be read.
@@ -659,6 +666,8 @@ public:
     // DER, BER, PEM, Base64 or S/MIME; indefinite lengths become definite. Throws
     // `not_a_signature`, `is_a_stamp`, `no_signers`, `malformed`.
     static CmsSignature read(ByteView bytes);
+    CmsSignature(const CmsSignature&) noexcept = default; // moving is copying
+    CmsSignature& operator=(const CmsSignature&) noexcept = default;
 
     std::size_t signers() const noexcept;
     // The content isn't there: neither in the message nor in the mail around it.

@@ -49,6 +49,8 @@ public:
     static EvidenceRecord read_file(const std::filesystem::path& path);
     // The record of what a plain stamp is over. Loses nothing. Throws `no_token`.
     static EvidenceRecord of_stamp(const Stamp& stamp);
+    EvidenceRecord(const EvidenceRecord&) noexcept = default; // moving is copying
+    EvidenceRecord& operator=(const EvidenceRecord&) noexcept = default;
 
     const EvidenceInfo& info() const noexcept;
     const Bytes& der() const noexcept;
@@ -86,7 +88,7 @@ public:
     EvidenceTree& operator=(EvidenceTree&& other) noexcept;
     ~EvidenceTree();
 
-    const HashAlgorithm& algorithm() const noexcept;
+    const HashAlgorithm& algorithm() const;
     void reserve(std::uint64_t digests);
     // Throws `digest_malformed` for one of another length or algorithm.
     void add(ByteView digest);
@@ -147,7 +149,7 @@ public:
     void feed(ByteView piece);
     ManifestInfo finish();
     // Known from the first line on; null before.
-    const HashAlgorithm* algorithm() const noexcept;
+    const HashAlgorithm* algorithm() const;
 
 private:
     class Impl;
@@ -261,8 +263,8 @@ public:
     ManifestRenewal& operator=(ManifestRenewal&& other) noexcept;
     ~ManifestRenewal();
 
-    const ManifestInfo& info() const noexcept;         // of the list
-    const ManifestInfo& renewed_info() const noexcept; // of the new one
+    const ManifestInfo& info() const;         // of the list
+    const ManifestInfo& renewed_info() const; // of the new one
     Digest digest();
     // The list's record with the new chain. Throws as StampRenewal.
     EvidenceRecord renewed(const Stamp& stamp);
@@ -336,6 +338,8 @@ class CHRONOSEAL_API EvidenceVerifier {
 public:
     // Throws as Verifier.
     explicit EvidenceVerifier(Trust trust = {});
+    EvidenceVerifier(const EvidenceVerifier&) noexcept = default; // moving is copying
+    EvidenceVerifier& operator=(const EvidenceVerifier&) noexcept = default;
 
     // A record that isn't good is no failure: the verdict says so. Throws only where nothing can be
     // judged. An object that is a group is given whole.

@@ -84,21 +84,21 @@ EvidenceTree::EvidenceTree(EvidenceTree&& other) noexcept = default;
 EvidenceTree& EvidenceTree::operator=(EvidenceTree&& other) noexcept = default;
 EvidenceTree::~EvidenceTree() = default;
 
-const HashAlgorithm& EvidenceTree::algorithm() const noexcept {
-    return impl_->tree.algorithm();
+const HashAlgorithm& EvidenceTree::algorithm() const {
+    return held_by(impl_).tree.algorithm();
 }
 
 void EvidenceTree::reserve(std::uint64_t digests) {
-    guarded("make a tree", [&] { impl_->tree.reserve(digests); });
+    guarded("make a tree", [&] { held_by(impl_).tree.reserve(digests); });
 }
 
 void EvidenceTree::add(ByteView digest) {
-    impl_->check(digest);
-    guarded("make a tree", [&] { impl_->tree.add(digest); });
+    held_by(impl_).check(digest);
+    guarded("make a tree", [&] { held_by(impl_).tree.add(digest); });
 }
 
 void EvidenceTree::add(const Digest& digest) {
-    impl_->check(digest);
+    held_by(impl_).check(digest);
     add(ByteView(digest.value()));
 }
 
@@ -107,28 +107,29 @@ void EvidenceTree::add_group(const std::vector<Digest>& members) {
         throw Error(Category::misuse, "tree_empty", 0, "the group is empty", "give its digests");
     }
     for (const Digest& member : members) {
-        impl_->check(member);
+        held_by(impl_).check(member);
     }
-    guarded("make a tree",
-            [&] { impl_->tree.add(impl_->tree.hash().of_sorted(views_of(members))); });
+    guarded("make a tree", [&] {
+        held_by(impl_).tree.add(held_by(impl_).tree.hash().of_sorted(views_of(members)));
+    });
 }
 
 std::uint64_t EvidenceTree::size() {
     return guarded("make a tree", [&] {
-        impl_->check_filled();
-        return impl_->tree.size();
+        held_by(impl_).check_filled();
+        return held_by(impl_).tree.size();
     });
 }
 
 Digest EvidenceTree::root() {
     return guarded("make a tree", [&] {
-        impl_->check_filled();
-        return Digest(algorithm(), copy_of(impl_->tree.root()));
+        held_by(impl_).check_filled();
+        return Digest(algorithm(), copy_of(held_by(impl_).tree.root()));
     });
 }
 
 HashPath EvidenceTree::path(ByteView leaf) {
-    return guarded("find the way up a tree", [&] { return impl_->path(leaf); });
+    return guarded("find the way up a tree", [&] { return held_by(impl_).path(leaf); });
 }
 
 EvidenceRecord EvidenceTree::record(const Digest& object, const Stamp& stamp,
@@ -141,12 +142,12 @@ EvidenceRecord EvidenceTree::record(const std::vector<Digest>& group, const Stam
                                     const HashPath& above) {
     return guarded("make an evidence record", [&] {
         for (const Digest& member : group) {
-            impl_->check(member);
+            held_by(impl_).check(member);
         }
         if (group.empty()) {
-            impl_->path({});
+            held_by(impl_).path({});
         }
-        return impl_->record(views_of(group), stamp, above);
+        return held_by(impl_).record(views_of(group), stamp, above);
     });
 }
 

@@ -53,6 +53,11 @@ const Error& no_memory() noexcept {
     return kNoMemory;
 }
 
+Error moved_from() {
+    return Error(Category::misuse, "moved_from", 0, "the object was moved from",
+                 "use the one that it was moved to");
+}
+
 Error error_of_last(std::string_view doing) {
     const auto code = static_cast<std::uint32_t>(
         Halcyon::result_from_last_error(static_cast<std::int32_t>(kFail)));

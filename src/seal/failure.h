@@ -15,6 +15,8 @@ namespace chronoseal {
 // its text.
 Error error_in_flight(std::string_view doing);
 
+Error moved_from();
+
 // Runs `call`; whatever it throws leaves as an Error.
 template <class Call>
 auto guarded(std::string_view doing, Call&& call) {
@@ -25,6 +27,15 @@ auto guarded(std::string_view doing, Call&& call) {
     } catch (...) {
         throw error_in_flight(doing);
     }
+}
+
+// What a handle holds; throws `moved_from` for one that holds nothing.
+template <class Pointer>
+auto& held_by(const Pointer& pointer) {
+    if (pointer == nullptr) {
+        throw moved_from();
+    }
+    return *pointer;
 }
 
 // The error for the calling thread's last error, which must be that of a failure.

@@ -313,15 +313,15 @@ ManifestReader& ManifestReader::operator=(ManifestReader&& other) noexcept = def
 ManifestReader::~ManifestReader() = default;
 
 void ManifestReader::feed(ByteView piece) {
-    within_memory("read the list", [&] { impl_->feed(piece); });
+    within_memory("read the list", [&] { held_by(impl_).feed(piece); });
 }
 
 ManifestInfo ManifestReader::finish() {
-    return within_memory("read the list", [&] { return impl_->finish(); });
+    return within_memory("read the list", [&] { return held_by(impl_).finish(); });
 }
 
-const HashAlgorithm* ManifestReader::algorithm() const noexcept {
-    return impl_->algorithm();
+const HashAlgorithm* ManifestReader::algorithm() const {
+    return held_by(impl_).algorithm();
 }
 
 namespace {

@@ -346,28 +346,28 @@ ManifestRenewal::ManifestRenewal(ManifestRenewal&& other) noexcept = default;
 ManifestRenewal& ManifestRenewal::operator=(ManifestRenewal&& other) noexcept = default;
 ManifestRenewal::~ManifestRenewal() = default;
 
-const ManifestInfo& ManifestRenewal::info() const noexcept {
-    return impl_->info();
+const ManifestInfo& ManifestRenewal::info() const {
+    return held_by(impl_).info();
 }
 
-const ManifestInfo& ManifestRenewal::renewed_info() const noexcept {
-    return impl_->renewed_info();
+const ManifestInfo& ManifestRenewal::renewed_info() const {
+    return held_by(impl_).renewed_info();
 }
 
 Digest ManifestRenewal::digest() {
-    return guarded("renew the list's record", [&] { return impl_->digest(); });
+    return guarded("renew the list's record", [&] { return held_by(impl_).digest(); });
 }
 
 EvidenceRecord ManifestRenewal::renewed(const Stamp& stamp) {
-    return guarded("renew the list's record", [&] { return impl_->renewed(stamp); });
+    return guarded("renew the list's record", [&] { return held_by(impl_).renewed(stamp); });
 }
 
 EvidenceRecord ManifestRenewal::renewed_list(const Stamp& stamp) {
-    return guarded("make an evidence record", [&] { return impl_->renewed_list(stamp); });
+    return guarded("make an evidence record", [&] { return held_by(impl_).renewed_list(stamp); });
 }
 
 EvidenceRecord ManifestRenewal::prove(const DataDigests& object) {
-    return guarded("make an evidence record", [&] { return impl_->prove(object); });
+    return guarded("make an evidence record", [&] { return held_by(impl_).prove(object); });
 }
 
 } // namespace chronoseal

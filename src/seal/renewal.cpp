@@ -50,16 +50,17 @@ StampRenewal& StampRenewal::operator=(StampRenewal&& other) noexcept = default;
 StampRenewal::~StampRenewal() = default;
 
 void StampRenewal::add(const EvidenceRecord& record) {
-    guarded("renew records", [&] { impl_->add(impl_->members_of(record)); });
+    guarded("renew records", [&] { held_by(impl_).add(held_by(impl_).members_of(record)); });
 }
 
 Digest StampRenewal::digest() {
-    return guarded("renew records", [&] { return impl_->digest(); });
+    return guarded("renew records", [&] { return held_by(impl_).digest(); });
 }
 
 EvidenceRecord StampRenewal::renewed(const EvidenceRecord& record, const Stamp& stamp) {
     return guarded("renew a record", [&] {
-        const Bytes added = impl_->stamp_for(record, impl_->members_of(record), stamp);
+        const Bytes added =
+            held_by(impl_).stamp_for(record, held_by(impl_).members_of(record), stamp);
         std::vector<ByteView> stamps;
         for (const ArchiveStamp& one : RecordAccess::parts(record).chains.back().stamps) {
             stamps.push_back(one.der);
@@ -68,7 +69,7 @@ EvidenceRecord StampRenewal::renewed(const EvidenceRecord& record, const Stamp& 
         const Bytes chain = chain_der(stamps);
         auto chains = chains_of(record);
         chains.back() = chain;
-        return with_chains(record, impl_->algorithm(), chains);
+        return with_chains(record, held_by(impl_).algorithm(), chains);
     });
 }
 
@@ -104,21 +105,23 @@ HashRenewal& HashRenewal::operator=(HashRenewal&& other) noexcept = default;
 HashRenewal::~HashRenewal() = default;
 
 void HashRenewal::add(const EvidenceRecord& record, const std::vector<Digest>& objects) {
-    guarded("renew records", [&] { impl_->add(impl_->members_of(record, objects)); });
+    guarded("renew records",
+            [&] { held_by(impl_).add(held_by(impl_).members_of(record, objects)); });
 }
 
 Digest HashRenewal::digest() {
-    return guarded("renew records", [&] { return impl_->digest(); });
+    return guarded("renew records", [&] { return held_by(impl_).digest(); });
 }
 
 EvidenceRecord HashRenewal::renewed(const EvidenceRecord& record,
                                     const std::vector<Digest>& objects, const Stamp& stamp) {
     return guarded("renew a record", [&] {
-        const Bytes added = impl_->stamp_for(record, impl_->members_of(record, objects), stamp);
+        const Bytes added =
+            held_by(impl_).stamp_for(record, held_by(impl_).members_of(record, objects), stamp);
         const Bytes chain = chain_der({added});
         auto chains = chains_of(record);
         chains.emplace_back(chain);
-        return with_chains(record, impl_->algorithm(), chains);
+        return with_chains(record, held_by(impl_).algorithm(), chains);
     });
 }
 

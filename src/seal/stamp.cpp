@@ -226,7 +226,16 @@ Error unreadable(ByteView der) {
                  "ask the authority for another stamp");
 }
 
+Error no_token(std::string_view doing) {
+    return error_of_code(Halcyon::PKI::TSP::Client::kResultNoStamp, doing);
+}
+
 } // namespace
+
+const StampAccess::Content& StampAccess::of(const Stamp& stamp) {
+    static const Content kNothing;
+    return stamp.content_ == nullptr ? kNothing : *stamp.content_;
+}
 
 StampAccess::Content StampAccess::read_der(ByteView der) {
     Content content;
@@ -274,7 +283,7 @@ StampAccess::Content StampAccess::read_der(ByteView der) {
 
 StampInfo StampAccess::take_info(Stamp stamp) {
     if (stamp.content_.use_count() != 1) {
-        return stamp.content_->info;
+        return of(stamp).info;
     }
     // Whoever gave up a share has done with reading.
     std::atomic_thread_fence(std::memory_order_acquire);
@@ -303,36 +312,40 @@ Stamp Stamp::read_file(const std::filesystem::path& path) {
 }
 
 const StampInfo& Stamp::info() const noexcept {
-    return content_->info;
+    return StampAccess::of(*this).info;
 }
 
 bool Stamp::has_token() const noexcept {
-    return content_->info.token.has_value();
+    return StampAccess::of(*this).info.token.has_value();
 }
 
 Time Stamp::time() const {
     if (!has_token()) {
-        throw error_of_code(Halcyon::PKI::TSP::Client::kResultNoStamp, "tell the stamp's time");
+        throw no_token("tell the stamp's time");
     }
-    return content_->info.token->time;
+    return StampAccess::of(*this).info.token->time;
 }
 
 const Bytes& Stamp::token() const noexcept {
-    return content_->token;
+    return StampAccess::of(*this).token;
 }
 
 const Bytes& Stamp::response() const noexcept {
-    return content_->response;
+    return StampAccess::of(*this).response;
 }
 
 // TimeStampResp ::= SEQUENCE { status SEQUENCE { INTEGER 0 }, timeStampToken }
 Bytes Stamp::as_response() const {
     return within_memory("write the response", [&]() -> Bytes {
-        if (!content_->response.empty()) {
-            return content_->response;
+        const StampAccess::Content& content = StampAccess::of(*this);
+        if (!content.response.empty()) {
+            return content.response;
+        }
+        if (content.token.empty()) {
+            throw no_token("write the response");
         }
         constexpr std::array<unsigned char, 5> kGranted{0x30, 0x03, 0x02, 0x01, 0x00};
-        std::size_t length = kGranted.size() + content_->token.size();
+        std::size_t length = kGranted.size() + content.token.size();
         Bytes head;
         for (std::size_t rest = length; rest != 0; rest >>= 8) {
             head.insert(head.begin(), static_cast<std::byte>(rest & 0xFF));
@@ -343,21 +356,21 @@ Bytes Stamp::as_response() const {
         head.insert(head.begin(), static_cast<std::byte>(der_tag::kSequence));
         const Bytes granted = copy_of(kGranted.data(), kGranted.size());
         head.insert(head.end(), granted.begin(), granted.end());
-        head.insert(head.end(), content_->token.begin(), content_->token.end());
+        head.insert(head.end(), content.token.begin(), content.token.end());
         return head;
     });
 }
 
 const std::string& Stamp::authority() const noexcept {
-    return content_->authority;
+    return StampAccess::of(*this).authority;
 }
 
 const std::vector<Remark>& Stamp::remarks() const noexcept {
-    return content_->remarks;
+    return StampAccess::of(*this).remarks;
 }
 
 unsigned Stamp::attempts() const noexcept {
-    return content_->attempts;
+    return StampAccess::of(*this).attempts;
 }
 
 } // namespace chronoseal

@@ -23,7 +23,8 @@ struct Stamp::Content {
 struct StampAccess {
     using Content = Stamp::Content;
 
-    static const Content& of(const Stamp& stamp) { return *stamp.content_; }
+    // Of one that was moved from: what an answer without anything would have.
+    static const Content& of(const Stamp& stamp);
     static Stamp make(Content content) {
         return Stamp(std::make_shared<Content>(std::move(content)));
     }
