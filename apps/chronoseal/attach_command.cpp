@@ -49,13 +49,15 @@ std::vector<std::size_t> signers_wanted(const AttachOptions& options,
 
 // Whether the content was compared.
 bool check(const AttachOptions& options, const CmsSignature& signature,
-           const std::vector<std::size_t>& signers, const chronoseal::Trust& trust) {
+           const std::vector<std::size_t>& signers, const std::string& attribute,
+           const chronoseal::Trust& trust) {
     std::optional<Bytes> content;
     if (!options.data.empty()) {
         content = read_file(options.data, kLargestContent);
     }
     bool whole = true;
     for (const std::size_t signer : signers) {
+        signature.check_place(signer, attribute);
         whole &=
             signature.check(signer, trust.certificates,
                             content ? std::optional<chronoseal::ByteView>(*content) : std::nullopt);
@@ -107,11 +109,11 @@ ExitStatus run_attach(const AttachOptions& options, const Output& output) {
     const chronoseal::Trust trust = trust_of(options.trust);
     CmsSignature signature = CmsSignature::read(read_file(options.file));
     const std::vector<std::size_t> signers = signers_wanted(options, signature);
-    const bool whole = check(options, signature, signers, trust);
-    const chronoseal::Sealer sealer(sealer_options(options, trust));
     const std::string attribute = options.attribute.empty()
                                       ? std::string(chronoseal::kSignatureTimeStamp)
                                       : options.attribute;
+    const bool whole = check(options, signature, signers, attribute, trust);
+    const chronoseal::Sealer sealer(sealer_options(options, trust));
     Json stamps = Json::array();
     std::string text;
     for (const std::size_t signer : signers) {

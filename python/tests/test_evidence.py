@@ -193,6 +193,8 @@ def test_a_signature_gets_a_stamp(sealer, tmp_path):
     signature = (tmp_path / "data.p7s").read_bytes()
     assert word_of(lambda: chronoseal.attach(signature, sealer, content=b"other")) == "content_differs"
     assert word_of(lambda: chronoseal.attach(signature, sealer, signer=1)) == "no_signer"
+    assert word_of(lambda: chronoseal.attach(signature, chronoseal.Sealer("http://127.0.0.1:1/"), attribute="foo",
+                                             content=b"content")) == "oid_malformed"  # nobody is asked
     assert word_of(lambda: chronoseal.attach(b"hello", sealer)) == "not_a_signature"
     stamped = chronoseal.attach(signature, sealer, content=b"content")
     (embedded,) = chronoseal.inspect(stamped).stamps

@@ -1167,9 +1167,9 @@ typedef struct chronoseal_attach_options {
 // attribute; all else stays as it is. The signature is DER, BER, PEM, Base64 or S/MIME, and so is
 // the one that was stamped, which is the caller's, to be released by `chronoseal_free`. Nobody is
 // asked before the arithmetic of all these signatures was checked: "signature_bad",
-// "content_differs", "signer_not_found", "content_missing". "not_a_signature" and "no_signer" are
-// told, too. `compared`, which may be null, is set to 1 if what was signed was compared, and to 0
-// if it isn't there. `options` and `control` may be null.
+// "content_differs", "signer_not_found", "content_missing". "not_a_signature", "no_signer" and
+// "oid_malformed" are told, too. `compared`, which may be null, is set to 1 if what was signed was
+// compared, and to 0 if it isn't there. `options` and `control` may be null.
 CHRONOSEAL_API chronoseal_status chronoseal_attach(const chronoseal_sealer* sealer,
                                                    const void* signature, size_t size,
                                                    const chronoseal_attach_options* options,

@@ -129,6 +129,9 @@ chronoseal_status chronoseal_attach(const chronoseal_sealer* sealer, const void*
         CmsSignature message = CmsSignature::read(needed_bytes(signature, size, "signature"));
         const auto signers = signers_of(message, known.signer);
         const bool whole = check(message, signers, known);
+        for (const std::size_t signer : signers) {
+            message.check_place(signer, attribute);
+        }
         Watch watch(control);
         for (const std::size_t signer : signers) {
             const Digest digest = Digest::of(message.value(signer), by.hash());

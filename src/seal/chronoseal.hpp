@@ -681,6 +681,9 @@ public:
     // content nothing can be checked, and `content_twice`.
     bool check(std::size_t signer, std::span<const Source> certificates = {},
                std::optional<ByteView> content = std::nullopt) const;
+    // Whether a stamp for this signer could be put in, but for the stamp itself: before anybody is
+    // asked for one. Throws `oid_malformed` (misuse), `no_signer`, `malformed`.
+    void check_place(std::size_t signer, std::string_view attribute = kSignatureTimeStamp) const;
     // Throws `imprint_differs` if the stamp isn't over this signer's value.
     CmsSignature with_stamp(std::size_t signer, const Stamp& stamp,
                             std::string_view attribute = kSignatureTimeStamp) const;

@@ -192,6 +192,13 @@ bool CmsSignature::check(std::size_t signer, std::span<const Source> certificate
     });
 }
 
+void CmsSignature::check_place(std::size_t signer, std::string_view attribute) const {
+    guarded("attach a time-stamp", [&] {
+        require_signer(signer, signers());
+        SignedDataParts(content_->der).add_unsigned_attribute(signer, attribute, {});
+    });
+}
+
 CmsSignature CmsSignature::with_stamp(std::size_t signer, const Stamp& stamp,
                                       std::string_view attribute) const {
     return guarded("attach the time-stamp", [&] {

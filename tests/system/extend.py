@@ -106,6 +106,16 @@ class Extending(WithRevocation):
                 told = self.workspace.run("extend", text, *self.roots)
                 self.assertTrue(text.read_bytes().endswith(behind), told.stderr)
                 self.assertEqual(told.returncode, REFUSED if headers else GOOD, told.stderr)
+        program.openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", self.workspace.path / "own.key", "-out",
+                        self.workspace.path / "own.pem", "-subj", "/CN=own")
+        signature = program.openssl("cms", "-sign", "-binary", "-in", self.data, "-signer", self.workspace.path / "own.pem",
+                                    "-inkey", self.workspace.path / "own.key", "-outform", "PEM").stdout
+        text = self.workspace.write("mixed.p7s", b"in front\n" + signature + key)
+        told = self.workspace.run("attach", text, "--force", "--url", self.authority.url, *self.roots)
+        self.expect(told, GOOD)
+        self.assertTrue(text.read_bytes().startswith(b"in front\n-----BEGIN CMS-----\n"))
+        self.assertTrue(text.read_bytes().endswith(key))
+        self.expect(self.workspace.run("verify", text, *self.roots), GOOD)
 
     def test_others_go_on_taking_it(self):
         path, shown = self.extended("others.tsr")
@@ -437,6 +447,7 @@ class Signatures(WithRevocation):
                                         ((good, "--data", other), REFUSED, "isn't the one"),
                                         ((two,), USAGE, "2 signers"), ((two, "--signer", "3"), USAGE, "no signer 3"),
                                         ((two, "--signer", "1", "--all"), USAGE, "exclude"),
+                                        ((good, "--attribute", "foo"), USAGE, "no object identifier"),
                                         ((other,), REFUSED, "plain text")):
             with self.subTest(words):
                 result = self.workspace.run("attach", *words, "--url", url, *self.roots, "--out", out)
