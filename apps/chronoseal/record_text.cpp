@@ -45,15 +45,12 @@ std::string standing(const chronoseal::JudgedStamp& stamp) {
         return fmt::format("covered by {} {} its certificate ended", *stamp.covered_by + 1,
                            stamp.covered_in_time ? "before" : "only after");
     }
-    if (!stamp.certificates_end) {
-        return "good";
+    if (stamp.certificates_end && !stamp.covered_in_time) {
+        return fmt::format("good, but its certificate ended on {}: a key stolen later could "
+                           "forge it",
+                           day(*stamp.certificates_end));
     }
-    return stamp.covered_in_time
-               ? fmt::format("good; renew before {}, when its certificate ends",
-                             day(*stamp.certificates_end))
-               : fmt::format("good, but its certificate ended on {}: a key stolen later could "
-                             "forge it",
-                             day(*stamp.certificates_end));
+    return "good" + outlook_text(stamp.verdict);
 }
 
 const char* verdict_word(const chronoseal::EvidenceVerdict& verdict) {

@@ -188,6 +188,13 @@ std::string term_text(const chronoseal::Outlook& outlook) {
         outlook.evidence_again ? ", and again from " + utc_text(*outlook.evidence_again) : "");
 }
 
+std::string outlook_text(const chronoseal::Verdict& verdict) {
+    const chronoseal::Outlook& outlook = verdict.outlook;
+    const bool ahead = outlook.renew_before && *outlook.renew_before > verdict.as_of;
+    return term_text(outlook) +
+           (ahead ? "; renew before " + utc_text(*outlook.renew_before).substr(0, 10) : "");
+}
+
 std::string remarks_text(const std::vector<chronoseal::Remark>& remarks) {
     std::string text;
     for (const chronoseal::Remark& remark : remarks) {

@@ -27,6 +27,9 @@ std::string verdict_text(const chronoseal::Verdict& verdict, const Output& outpu
 // Until when the evidence of revocation under a verdict speaks, to stand behind a sentence: "; its
 // evidence speaks until ...".
 std::string term_text(const chronoseal::Outlook& outlook);
+// The same, and before when the stamp has to be renewed: "; renew before 2029-01-01". Nothing of a
+// day that has passed, which a remark tells of.
+std::string outlook_text(const chronoseal::Verdict& verdict);
 
 // Remarks of all findings, a line each, indented; empty if there are none.
 std::string remarks_text(const chronoseal::Verdict& verdict);

@@ -316,15 +316,6 @@ private:
         outcome.text += labelled_remarks(label, verdict);
     }
 
-    static std::string outlook_text(const Verdict& verdict) {
-        const chronoseal::Outlook& outlook = verdict.outlook;
-        const bool ahead = outlook.renew_before && *outlook.renew_before > verdict.as_of;
-        return term_text(outlook) +
-               (ahead
-                    ? "; renew before " + chronoseal::utc_text(*outlook.renew_before).substr(0, 10)
-                    : "");
-    }
-
     static void refuse_aged(const std::string& label, const Verdict& verdict, Outcome& outcome) {
         outcome.status = worse(outcome.status, ExitStatus::refused);
         outcome.error = Error(chronoseal::Category::refused, "aged", 0,
