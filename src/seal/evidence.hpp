@@ -320,8 +320,8 @@ struct CHRONOSEAL_API EvidenceVerdict {
     EvidenceStrength strength = EvidenceStrength::aged;
     std::optional<Time> renew_before; // that of the last stamp's outlook
     std::vector<JudgedStamp> stamps;  // as far as the record's own links hold
-    // "legacy_layout", "sorted_renewal", "token_reencoded", "algorithm_unlisted", "encrypted",
-    // "renewed_late"
+    // "legacy_layout", "sorted_renewal", "token_reencoded", "algorithm_unlisted",
+    // "algorithm_unknown", "weak_chain", "encrypted", "renewed_late"
     std::vector<Remark> remarks;
 };
 

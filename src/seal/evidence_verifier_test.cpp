@@ -74,6 +74,15 @@ TEST_F(EvidenceVerifierTest, TreeAndStampUseOneHash) {
         {{stamp_text({{wide}}, token(wide, "20240601120000Z", kSha512Oid), kSha512Oid)}}));
     EXPECT_TRUE(unlisted.good()) << unlisted.failure->what();
     EXPECT_EQ(unlisted.remarks.at(0).word, "algorithm_unlisted");
+    const auto listed =
+        verify(record_text({{stamp_text({}, token(digest))}}, {tsp::kSha256Oid, "1.2.3.4"}));
+    EXPECT_TRUE(listed.good());
+    EXPECT_EQ(listed.remarks.at(0).word, "algorithm_unknown");
+    const char* sha1 = "1.3.14.3.2.26";
+    const auto weak = verify(record_text(
+        {{stamp_text({}, token(hashed("data", EVP_sha1()), "20240601120000Z", sha1))}}, {sha1}));
+    EXPECT_TRUE(weak.good());
+    EXPECT_EQ(weak.remarks.at(0).word, "weak_chain");
     const auto unknown = read(record_text({{stamp_text({{digest}}, token(digest), "1.2.3.4")}}));
     EXPECT_EQ(EvidenceVerifier(trust()).verify_record(unknown).failure->word(), "hash_unknown");
     EXPECT_EQ(word_of([&] { unknown.data_algorithms(); }), "hash_unknown");

@@ -49,6 +49,7 @@ public:
         : record_(RecordAccess::of(record)), objects_(objects), report_(report) {}
 
     void run() {
+        remark_algorithms();
         std::size_t index = 0;
         for (std::size_t chain = 0; chain < record_.parts.chains.size(); ++chain) {
             const auto& stamps = record_.parts.chains[chain].stamps;
@@ -83,6 +84,22 @@ private:
                                   "the hash algorithm " + quote_foreign(algorithm.name) + " of " +
                                       number(index) + " isn't known here",
                                   "judge the record where it is known")};
+    }
+
+    void remark_algorithms() const {
+        for (const AlgorithmInfo& algorithm : record_.info.algorithms) {
+            if (!HashAlgorithmAccess::find(algorithm.oid)) {
+                remark("algorithm_unknown", "the record lists a hash algorithm that isn't known "
+                                            "here, " +
+                                                quote_foreign(algorithm.name));
+            }
+        }
+        const AlgorithmInfo& last = record_.info.stamps.back().algorithm;
+        if (!last.weakness.empty()) {
+            remark("weak_chain", "the record's last chain, in which a renewal goes on, is weak: " +
+                                     last.weakness +
+                                     "; renew it by a new hash while the data is at hand");
+        }
     }
 
     void remark(const char* word, std::string text) const {
