@@ -64,8 +64,13 @@ std::vector<std::string> records_in(const std::string& folder) {
 void LeftBehind::add(const std::string& file, const chronoseal::EvidenceRecord& record) {
     given_.push_back(file);
     for (const chronoseal::ArchiveStampInfo& one : record.info().stamps) {
-        tokens_.insert(one.stamp.token());
+        stamps_.insert(id_of(one));
     }
+}
+
+LeftBehind::StampId LeftBehind::id_of(const chronoseal::ArchiveStampInfo& info) {
+    const chronoseal::TokenInfo& token = *info.stamp.info().token;
+    return {token.serial_number, token.imprint, token.signature.value};
 }
 
 void LeftBehind::look() {
@@ -93,7 +98,7 @@ void LeftBehind::look() {
             try {
                 const auto record =
                     chronoseal::EvidenceRecord::read(read_file(name, kLargestRecord));
-                if (tokens_.contains(record.info().stamps.back().stamp.token())) {
+                if (stamps_.contains(id_of(record.info().stamps.back()))) {
                     files_.push_back(name);
                 }
             } catch (const chronoseal::Error&) { // not one of these records

@@ -3,6 +3,7 @@
 // bounds; what can't be read is passed over.
 #pragma once
 
+#include <array>
 #include <set>
 #include <string>
 #include <vector>
@@ -24,7 +25,12 @@ public:
 
 private:
     std::vector<std::string> given_;
-    std::set<chronoseal::Bytes> tokens_;
+    // What a stamp stays the same by, whatever `extend` has put into its token since: its number,
+    // what it is over, and its signature.
+    using StampId = std::array<chronoseal::Bytes, 3>;
+    static StampId id_of(const chronoseal::ArchiveStampInfo& info);
+
+    std::set<StampId> stamps_;
     std::vector<std::string> files_;
     bool bounded_ = false; // there were more records than are looked at
 };

@@ -141,14 +141,16 @@ class Extending(WithRevocation):
         shutil.copy(self.data, data)
         ask = ("--url", self.authority.url, *self.roots)
         self.expect(self.workspace.run("stamp", data, *ask), GOOD)
-        record = folder / "data.ers"
+        record, beside = folder / "data.ers", folder / "beside.ers"
         self.publish()
         self.expect(self.workspace.run("renew", "--convert-only", f"{data}.tsr", *self.roots), GOOD)
+        shutil.copy(record, beside)
         sizes = []
         for step in ("extend", "renew", "extend"):
             self.publish()
             self.forget()
-            self.expect(self.workspace.run(step, record, *(ask if step == "renew" else self.roots)), GOOD)
+            status, shown = self.workspace.run_json(step, record, *(ask if step == "renew" else self.roots))
+            self.assertEqual((status, shown.get("leftBehind", [str(beside)])), (GOOD, [str(beside)]))
             self.expect(self.workspace.run("verify", record, *self.roots), GOOD)
             sizes.append(record.stat().st_size)
             if HAS_BOUNCYCASTLE:
