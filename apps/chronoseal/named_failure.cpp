@@ -10,8 +10,8 @@ namespace cli {
 namespace {
 
 bool names(const std::string& text, const std::string& name) {
-    constexpr std::array kDoing{"can't read ", "can't write ", "can't stamp ", "can't verify ",
-                                "can't extend "};
+    constexpr std::array kDoing{"can't read ",   "can't write ",  "can't stamp ",
+                                "can't verify ", "can't extend ", "can't renew "};
     return text.starts_with(name + ": ") ||
            std::ranges::any_of(kDoing, [&](const std::string& doing) {
                return text.starts_with(doing + name + ": ");

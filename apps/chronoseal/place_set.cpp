@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "exit_status.h"
+
 namespace cli {
 
 namespace {
@@ -28,6 +30,14 @@ bool PlaceSet::add(const std::string& path) {
     }
     return keys_.insert(folder_key_ + "/" + path.substr(slash == std::string::npos ? 0 : slash + 1))
         .second;
+}
+
+void PlaceSet::add_or_refuse(const std::string& path, const char* results, const char* advice) {
+    if (!add(path)) {
+        throw usage_error(
+            fmt::format("two {} would be written to {}", results, chronoseal::quote_foreign(path)),
+            advice);
+    }
 }
 
 } // namespace cli

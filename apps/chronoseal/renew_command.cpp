@@ -12,7 +12,9 @@
 #include "input_file.h"
 #include "interruption.h"
 #include "left_behind.h"
+#include "named_failure.h"
 #include "output_file.h"
+#include "place_set.h"
 #include "progress.h"
 #include "record_text.h"
 #include "record_verification.h"
@@ -53,6 +55,10 @@ void check_usage(const RenewOptions& options) {
     if (std::ranges::find(options.files, "-") != options.files.end() || options.out == "-") {
         throw usage_error("records are renewed in files", "name files");
     }
+    if (options.data == "-" || options.manifest == "-") {
+        throw usage_error("what is renewed may have to be hashed more than once",
+                          "give data and lists as files, not by standard input");
+    }
 }
 
 // A record, or a stamp that becomes one, with what it takes to judge it.
@@ -64,6 +70,13 @@ struct Item {
     OutputFile out;
     std::vector<DataDigests> objects;    // by the record's hashes
     std::vector<Digest> renewed_objects; // by the new hash
+    chronoseal::Bytes text = {};         // PEM or Base64, whose form is kept; empty: DER
+};
+
+// Records that share the next stamp.
+struct Group {
+    std::unique_ptr<chronoseal::Sealer> sealer;
+    std::vector<std::size_t> members;
 };
 
 class RenewRun {
@@ -83,43 +96,60 @@ public:
     ExitStatus run() {
         const Interruption interruption;
         stop_ = interruption.token();
+        PlaceSet places;
         for (const std::string& file : options_.files) {
             items_.push_back(load(file));
-            prepare(items_.back());
+            places.add_or_refuse(items_.back().out.path(), "records", "name each record once");
+        }
+        if (!options_.manifest.empty()) {
+            places.add_or_refuse(options_.manifest + ".ers", "records",
+                                 "name another place by --out");
+        }
+        if (!options_.convert_only) {
+            group();
+        }
+        for (Item& item : items_) {
+            prepare(item);
         }
         if (options_.convert_only) {
             for (const Item& item : items_) {
-                write(item, item.record, nullptr);
+                write(
+                    item, [&] { return item.record; }, nullptr);
             }
-        } else if (!options_.manifest.empty()) {
-            look_beside();
-            renew_list(items_.front());
         } else {
             look_beside();
-            std::map<std::string, std::vector<std::size_t>> by_hash;
-            for (std::size_t i = 0; i < items_.size(); ++i) {
-                by_hash[(hash_ ? *hash_ : items_[i].record.renewal_algorithm()).oid()].push_back(i);
-            }
-            for (const auto& [oid, members] : by_hash) {
-                renew(HashAlgorithm::by_name(oid), members);
+            for (const auto& [oid, group] : groups_) {
+                renew(group);
             }
         }
+        return finish();
+    }
+
+private:
+    ExitStatus finish() {
         Json members;
         if (output_.format() == Format::json) {
             members["files"] = results_.take();
         }
-        members["summary"] = {{"renewed", renewed_}, {"stamps", stamps_}};
+        members["summary"] = {{"renewed", renewed_}, {"failed", failed_}, {"stamps", stamps_}};
         members["leftBehind"] = left_behind_.files();
         if (!left_behind_.files().empty()) {
             output_.note(left_behind_.text());
         }
-        output_.object(true, members);
-        return ExitStatus::good;
+        output_.object(status_ == ExitStatus::good, members);
+        return status_;
     }
 
-private:
     Item load(const std::string& file) const {
-        const chronoseal::Bytes bytes = read_file(file, kLargestMessage, stop_);
+        try {
+            return loaded(file);
+        } catch (const Error& error) {
+            throw about_file(file, "renew", error);
+        }
+    }
+
+    Item loaded(const std::string& file) const {
+        chronoseal::Bytes bytes = read_file(file, kLargestMessage, stop_);
         const chronoseal::Inspection found = chronoseal::inspect(bytes);
         const bool was_stamp = found.stamp.has_value();
         EvidenceRecord record =
@@ -142,7 +172,24 @@ private:
                   {}};
         item.out.check(
             files_of(options_.trust, files_of(options_.authority, {in_place ? "" : file, data})));
+        if (!was_stamp && found.form != chronoseal::Form::binary) {
+            chronoseal::rewrap(bytes, item.record.der()); // refuses what would be harmed by it
+            item.text = std::move(bytes);
+        }
         return item;
+    }
+
+    // Records by the hash of their renewal, each with whom to ask: what the policy or the options
+    // forbid is told before anything is hashed, and before the first stamp is asked for.
+    void group() {
+        for (std::size_t i = 0; i < items_.size(); ++i) {
+            const HashAlgorithm algorithm = hash_ ? *hash_ : items_[i].record.renewal_algorithm();
+            Group& group = groups_[algorithm.oid()];
+            group.members.push_back(i);
+            if (group.sealer == nullptr) {
+                group.sealer = make_sealer(algorithm);
+            }
+        }
     }
 
     // Hashes the data, and judges what is there.
@@ -188,45 +235,73 @@ private:
         left_behind_.look();
     }
 
-    chronoseal::Sealer make_sealer(const HashAlgorithm& algorithm) const {
+    std::unique_ptr<chronoseal::Sealer> make_sealer(const HashAlgorithm& algorithm) const {
         chronoseal::SealerOptions result;
         apply(options_.authority, result);
         result.hash = algorithm.oid();
         result.trust = trust_of(options_.trust);
         result.certificates = true; // who judges it in twenty years finds them nowhere else
-        return chronoseal::Sealer(result);
+        return std::make_unique<chronoseal::Sealer>(result);
     }
 
-    void renew(const HashAlgorithm& algorithm, const std::vector<std::size_t>& members) {
-        const chronoseal::Sealer sealer = make_sealer(algorithm);
-        if (hash_) {
-            chronoseal::HashRenewal renewal(algorithm);
-            for (const std::size_t i : members) {
-                renewal.add(items_[i].record, items_[i].renewed_objects);
+    // What fails for one group costs the others nothing.
+    void renew(const Group& group) {
+        try {
+            if (group.sealer->hash().weak()) {
+                output_.note(fmt::format("renewed by {}, which is weak: begin a new chain by "
+                                         "--hash sha256 while the data is at hand",
+                                         group.sealer->hash().name()));
             }
-            const Stamp stamp = sealer.seal_digest(renewal.digest(), stop_);
-            for (const std::size_t i : members) {
-                write(items_[i],
-                      renewal.renewed(items_[i].record, items_[i].renewed_objects, stamp), &stamp);
+            if (!options_.manifest.empty()) {
+                renew_list(items_.front(), *group.sealer);
+            } else if (hash_) {
+                renew_data(group);
+            } else {
+                renew_stamps(group);
             }
-        } else {
-            chronoseal::StampRenewal renewal(algorithm);
-            for (const std::size_t i : members) {
-                renewal.add(items_[i].record);
-            }
-            const Stamp stamp = sealer.seal_digest(renewal.digest(), stop_);
-            for (const std::size_t i : members) {
-                write(items_[i], renewal.renewed(items_[i].record, stamp), &stamp);
+        } catch (const Error& error) {
+            for (const std::size_t i : group.members) {
+                fail(items_[i], error);
             }
         }
+    }
+
+    void renew_data(const Group& group) {
+        chronoseal::HashRenewal renewal(group.sealer->hash());
+        for (const std::size_t i : group.members) {
+            renewal.add(items_[i].record, items_[i].renewed_objects);
+        }
+        const Stamp stamp = ask(*group.sealer, renewal.digest());
+        for (const std::size_t i : group.members) {
+            const Item& item = items_[i];
+            write(
+                item, [&] { return renewal.renewed(item.record, item.renewed_objects, stamp); },
+                &stamp);
+        }
+    }
+
+    void renew_stamps(const Group& group) {
+        chronoseal::StampRenewal renewal(group.sealer->hash());
+        for (const std::size_t i : group.members) {
+            renewal.add(items_[i].record);
+        }
+        const Stamp stamp = ask(*group.sealer, renewal.digest());
+        for (const std::size_t i : group.members) {
+            write(
+                items_[i], [&] { return renewal.renewed(items_[i].record, stamp); }, &stamp);
+        }
+    }
+
+    Stamp ask(const chronoseal::Sealer& sealer, const Digest& digest) {
+        Stamp stamp = sealer.seal_digest(digest, stop_);
         ++stamps_;
+        return stamp;
     }
 
     // A list whose files were hashed elsewhere, by the new hash.
-    void renew_list(const Item& item) {
+    void renew_list(const Item& item, const chronoseal::Sealer& sealer) {
         const OutputFile beside(options_.manifest + ".ers", existing_of(options_.force));
         beside.check({item.file, item.data, options_.manifest});
-        const chronoseal::Sealer sealer = make_sealer(*hash_);
         ByteProgress progress("lists", !output_.quiet());
         chronoseal::ManifestRenewal renewal(
             item.data, item.record, options_.manifest,
@@ -237,8 +312,7 @@ private:
                                           renewal.renewed_info().algorithm.name()),
                               "choose the hash of the list");
         }
-        const Stamp stamp = sealer.seal_digest(renewal.digest(), stop_);
-        ++stamps_;
+        const Stamp stamp = ask(sealer, renewal.digest());
         // Written first: what is renewed wants the list that it was renewed with, and its record.
         const Item list{options_.manifest,
                         renewal.renewed_list(stamp),
@@ -252,7 +326,8 @@ private:
         judge(item, renewed, renewed_objects(item));
         beside.write(list.record.der());
         tell(list, verdict, stamped_text("stamped", stamp), &stamp);
-        write(item, renewed, &stamp);
+        write(
+            item, [&] { return renewed; }, &stamp);
     }
 
     // The data by all hashes of the record once it is renewed.
@@ -269,13 +344,33 @@ private:
                            authority_text(stamp.info()));
     }
 
-    void write(const Item& item, const EvidenceRecord& record, const Stamp* stamp) {
-        const EvidenceVerdict verdict = judge(item, record, renewed_objects(item));
-        item.out.write(record.der());
-        ++renewed_;
-        tell(item, verdict,
-             stamp != nullptr ? stamped_text("renewed", *stamp) : "made into an evidence record",
-             stamp);
+    // The stamp has been paid for: a record that can't be made or written doesn't end the others.
+    template <class Make>
+    void write(const Item& item, Make&& make, const Stamp* stamp) {
+        try {
+            const EvidenceRecord record = make();
+            const EvidenceVerdict verdict = judge(item, record, renewed_objects(item));
+            item.out.write(item.text.empty() ? record.der()
+                                             : chronoseal::rewrap(item.text, record.der()));
+            ++renewed_;
+            tell(item, verdict,
+                 stamp != nullptr ? stamped_text("renewed", *stamp)
+                                  : "made into an evidence record",
+                 stamp);
+        } catch (const Error& error) {
+            fail(item, error);
+        }
+    }
+
+    void fail(const Item& item, const Error& error) {
+        const Error told = about_file(item.file, "renew", error);
+        if (items_.size() == 1) {
+            throw Error(told);
+        }
+        output_.failure(told);
+        status_ = worse(status_, status_of(told.category()));
+        ++failed_;
+        results_.add({{"file", item.file}, {"ok", false}, {"error", error_json(told)}});
     }
 
     void tell(const Item& item, const EvidenceVerdict& verdict, const std::string& what,
@@ -297,9 +392,11 @@ private:
     std::optional<HashAlgorithm> hash_;
     std::stop_token stop_;
     std::vector<Item> items_;
+    std::map<std::string, Group> groups_; // by the OID of their hash
     LeftBehind left_behind_;
     ResultList results_;
-    std::uint64_t renewed_ = 0, stamps_ = 0;
+    std::uint64_t renewed_ = 0, failed_ = 0, stamps_ = 0;
+    ExitStatus status_ = ExitStatus::good;
 };
 
 } // namespace
