@@ -132,22 +132,36 @@ Bytes read_file(const std::string& path, std::size_t limit, const std::stop_toke
 
 chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,
                              bool show_progress, std::stop_token stop) {
-    ByteProgress progress(chronoseal::quote_foreign(path), show_progress);
     if (path != "-") {
+        ByteProgress progress(chronoseal::quote_foreign(path), show_progress);
         return chronoseal::Digest::of_file(
             path, algorithm,
             [&](std::uint64_t done, std::uint64_t total) { progress.show(done, total); }, stop);
     }
+    return digests_of_input({algorithm}, show_progress, stop).front();
+}
+
+std::vector<chronoseal::Digest>
+digests_of_input(const std::vector<chronoseal::HashAlgorithm>& algorithms, bool show_progress,
+                 const std::stop_token& stop) {
+    const std::string path = "-";
     const Input input(path, stop);
-    chronoseal::Hasher hasher(algorithm);
+    ByteProgress progress("standard input", show_progress);
+    std::vector<chronoseal::Hasher> hashers(algorithms.begin(), algorithms.end());
     const std::unique_ptr<std::byte[]> piece(new std::byte[kPiece]);
     std::uint64_t done = 0;
     while (const std::size_t count = input.read(piece.get(), kPiece)) {
-        hasher.update({piece.get(), count});
+        for (chronoseal::Hasher& hasher : hashers) {
+            hasher.update({piece.get(), count});
+        }
         done += count;
         progress.show(done, 0);
     }
-    return hasher.finish();
+    std::vector<chronoseal::Digest> digests;
+    for (chronoseal::Hasher& hasher : hashers) {
+        digests.push_back(hasher.finish());
+    }
+    return digests;
 }
 
 } // namespace cli

@@ -27,4 +27,9 @@ chronoseal::Bytes read_file(const std::string& path, std::size_t limit = kLarges
 chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,
                              bool show_progress, std::stop_token stop = {});
 
+// The digests of standard input by each of the algorithms.
+std::vector<chronoseal::Digest>
+digests_of_input(const std::vector<chronoseal::HashAlgorithm>& algorithms, bool show_progress,
+                 const std::stop_token& stop);
+
 } // namespace cli

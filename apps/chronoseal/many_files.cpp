@@ -26,14 +26,17 @@ using chronoseal::Error;
         "check its name and mode");
 }
 
-void add_folder(const std::string& name, std::vector<std::string>& files) {
+void add_folder(const std::string& name, FilesBelow& below) {
     std::error_code problem;
     std::vector<std::string> found;
+    const std::size_t known = below.left_out.size();
     fs::recursive_directory_iterator place(name, problem);
     while (!problem && place != fs::recursive_directory_iterator()) {
         const fs::file_status status = place->symlink_status(problem);
         if (!problem && fs::is_regular_file(status)) {
             found.push_back(place->path().string());
+        } else if (!problem && !fs::is_directory(status)) {
+            below.left_out.push_back({place->path().string(), fs::is_symlink(status)});
         }
         place.increment(problem);
     }
@@ -41,7 +44,9 @@ void add_folder(const std::string& name, std::vector<std::string>& files) {
         unreadable(name, problem);
     }
     std::ranges::sort(found);
-    files.insert(files.end(), found.begin(), found.end());
+    below.files.insert(below.files.end(), found.begin(), found.end());
+    std::sort(below.left_out.begin() + static_cast<std::ptrdiff_t>(known), below.left_out.end(),
+              [](const LeftOut& a, const LeftOut& b) { return a.name < b.name; });
 }
 
 // The threads' work: each takes the next file until there is none.
@@ -96,8 +101,8 @@ private:
 
 } // namespace
 
-std::vector<std::string> files_below(const std::vector<std::string>& names) {
-    std::vector<std::string> files;
+FilesBelow files_below(const std::vector<std::string>& names) {
+    FilesBelow below;
     for (const std::string& name : names) {
         std::error_code problem;
         const fs::file_status status = fs::status(name, problem);
@@ -106,12 +111,24 @@ std::vector<std::string> files_below(const std::vector<std::string>& names) {
                                      : std::make_error_code(std::errc::no_such_file_or_directory));
         }
         if (fs::is_directory(status)) {
-            add_folder(name, files);
+            add_folder(name, below);
         } else {
-            files.push_back(name);
+            below.files.push_back(name);
         }
     }
-    return files;
+    return below;
+}
+
+void refuse_pipe(const std::string& file) {
+    std::error_code problem;
+    const fs::file_status status = fs::status(file, problem);
+    if (!problem && fs::exists(status) && !fs::is_regular_file(status) &&
+        !fs::is_directory(status)) {
+        throw Error(chronoseal::Category::unreachable, "not_a_file", 0,
+                    fmt::format("can't stamp {}: it is a pipe or a device",
+                                chronoseal::quote_foreign(file)),
+                    "stamp it by a call of its own");
+    }
 }
 
 std::vector<HashedFile> hash_files(const std::vector<std::string>& names,

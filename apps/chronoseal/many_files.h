@@ -11,10 +11,25 @@
 
 namespace cli {
 
+// Something in a folder that isn't hashed.
+struct LeftOut {
+    std::string name;
+    bool is_link = false; // else a pipe, a socket or a device
+};
+
+struct FilesBelow {
+    std::vector<std::string> files;
+    std::vector<LeftOut> left_out;
+};
+
 // The names as they are given, and of a folder all regular files below it, in the order of their
-// bytes; links within folders aren't followed. Throws `file_unreadable` for a name that isn't there
-// and a folder that can't be read.
-std::vector<std::string> files_below(const std::vector<std::string>& names);
+// bytes; a link that is named is followed, those within folders aren't. Throws `file_unreadable`
+// for a name that isn't there and a folder that can't be read.
+FilesBelow files_below(const std::vector<std::string>& names);
+
+// Of many files one that never ends, or says nothing, would hold up all the others: throws
+// `not_a_file` for a pipe or a device.
+void refuse_pipe(const std::string& file);
 
 // What came of one file.
 struct HashedFile {

@@ -157,8 +157,7 @@ const chronoseal::EvidenceVerifier& RecordVerification::verifier() const {
 
 std::string RecordVerification::subject_of(const std::string& file) const {
     if (!options_.request.empty() || !options_.report.empty()) {
-        throw usage_error(quote_foreign(file) + " is an evidence record, for which --request and "
-                                                "--report aren't made",
+        throw usage_error("it is an evidence record, for which --request and --report aren't made",
                           "leave them out");
     }
     if (!options_.data.empty() || !options_.digest.empty() || options_.no_data) {
@@ -180,11 +179,14 @@ RecordOutcome RecordVerification::judge(const std::string& file, chronoseal::Byt
     const EvidenceRecord record = EvidenceRecord::read(bytes);
     const std::string data = subject_of(file);
     const bool is_list = options_.manifest || options_.files;
-    if (is_list && data.empty()) {
-        throw usage_error("--manifest and --files need the list itself", "give it by --data");
+    if (is_list && (data.empty() || data == "-")) {
+        throw usage_error("--manifest and --files need the list itself, as a file",
+                          "give it by --data FILE");
     }
     std::vector<DataDigests> objects;
-    if (!data.empty()) {
+    if (data == "-") {
+        objects.push_back(digests_of_input(record.data_algorithms(), !output_.quiet(), stop));
+    } else if (!data.empty()) {
         objects.push_back(chronoseal::digests_of_file(record, data, {}, stop));
     } else if (!options_.digest.empty()) {
         const auto algorithms = record.data_algorithms();
@@ -202,7 +204,8 @@ RecordOutcome RecordVerification::judge(const std::string& file, chronoseal::Byt
     outcome.json.update(to_json(verdict));
     const bool refused_as_aged =
         options_.strict && verdict.good() && verdict.strength == chronoseal::EvidenceStrength::aged;
-    const std::string subject = !data.empty() ? quote_foreign(data)
+    const std::string subject = data == "-"     ? "standard input"
+                                : !data.empty() ? quote_foreign(data)
                                 : !options_.digest.empty()
                                     ? quote_foreign(options_.digest)
                                     : "what it is of, compared with nothing,";
@@ -230,7 +233,7 @@ RecordOutcome RecordVerification::judge(const std::string& file, chronoseal::Byt
     } else {
         const Error& error = *verdict.failure;
         const std::string now =
-            error.word() == "not_in_tree" && !data.empty() ? line_count_of(data) : "";
+            error.word() == "not_in_tree" && is_file(data) ? line_count_of(data) : "";
         outcome.status = status_of(error.category());
         outcome.error = Error(error.category(), error.word(), error.code(),
                               fmt::format("{}: {}: {}{}", quote_foreign(file),

@@ -3,15 +3,15 @@
 #include "stamp_command.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <optional>
-
-#include <sys/stat.h>
 
 #include <fmt/format.h>
 
 #include "input_file.h"
 #include "interruption.h"
+#include "many_files.h"
 #include "named_failure.h"
 #include "output_file.h"
 #include "place_set.h"
@@ -72,17 +72,17 @@ void check_usage(const StampOptions& options, const Output& output) {
     }
     const std::string stamp_place =
         output_path(options, options.files.empty() ? "-" : options.files.front());
-    const std::string* places[] = {&stamp_place, &options.token_out, &options.certs_out,
-                                   &options.crls_out};
+    PlaceSet places;
+    if (stamp_place != "-") {
+        places.add(stamp_place);
+    }
     for (const std::string* place : {&options.token_out, &options.certs_out, &options.crls_out}) {
         if (*place == "-") {
             throw usage_error("--token-out, --certs-out and --crls-out want files",
                               "name one; the stamp itself may go to standard output");
         }
-        if (!place->empty() &&
-            std::count_if(std::begin(places), std::end(places),
-                          [&](const std::string* other) { return *other == *place; }) > 1) {
-            throw usage_error("two results can't go to one file", "name another");
+        if (!place->empty()) {
+            places.add_or_refuse(*place, "results", "name another");
         }
     }
     if (!options.digest.empty() && options.out.empty()) {
@@ -278,11 +278,8 @@ private:
         PlaceSet places;
         for (const std::string& file : options_.files) {
             for (std::size_t i = 0; i < options_.authority.quorum && !is_left_out(file); ++i) {
-                const std::string path = numbered(output_path(options_, file), i);
-                if (!places.add(path)) {
-                    throw usage_error("two stamps would be written to " + quote_foreign(path),
-                                      "name each file once");
-                }
+                places.add_or_refuse(numbered(output_path(options_, file), i), "stamps",
+                                     "name each file once");
             }
         }
     }
@@ -291,16 +288,13 @@ private:
         return options_.files.size() > 1 && is_stamp_name(file) && !options_.force;
     }
 
-    // One that never ends, or says nothing, would hold up all the others.
     static void refuse_what_is_no_file(const std::string& file) {
-        struct stat info {};
-        if (::stat(file.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
-            const bool folder = S_ISDIR(info.st_mode);
+        refuse_pipe(file);
+        std::error_code problem;
+        if (std::filesystem::is_directory(file, problem)) {
             throw Error(chronoseal::Category::unreachable, "not_a_file", 0,
-                        fmt::format("can't stamp {}: it is {}", quote_foreign(file),
-                                    folder ? "a folder" : "a pipe or a device"),
-                        folder ? "name the files in it, or stamp it as a whole by --together"
-                               : "stamp it by a call of its own");
+                        fmt::format("can't stamp {}: it is a folder", quote_foreign(file)),
+                        "name the files in it, or stamp it as a whole by --together");
         }
     }
 

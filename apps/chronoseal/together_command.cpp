@@ -11,6 +11,7 @@
 #include "interruption.h"
 #include "many_files.h"
 #include "output_file.h"
+#include "place_set.h"
 #include "progress.h"
 #include "record_text.h"
 #include "stamp_json.h"
@@ -56,6 +57,12 @@ void check_usage(const StampOptions& options) {
     if (std::ranges::find(options.files, "-") != options.files.end()) {
         throw usage_error("standard input can't be one of many", "write it to a file first");
     }
+    const std::string name = options.out.substr(options.out.rfind('/') + 1);
+    if (options.together && (name.empty() || name == "-" || name == "." || name == "..")) {
+        throw usage_error(fmt::format("--together writes two files, and --out {} doesn't name them",
+                                      quote_foreign(options.out)),
+                          "--out case writes case.sha256 and case.sha256.ers");
+    }
 }
 
 Sealer make_sealer(const StampOptions& options, const std::string& hash) {
@@ -88,6 +95,22 @@ public:
     Results(const StampOptions& options, const Output& output)
         : options_(options), output_(output), results_(output) {}
 
+    // Of many lists: the stamp has been paid for, and one that can't be written doesn't end the
+    // others.
+    void try_add(const std::string& list, std::uint64_t lines, const OutputFile& out,
+                 const EvidenceRecord& record, const Stamp& stamp) {
+        try {
+            add(list, lines, out, record, stamp);
+        } catch (const Error& error) {
+            if (options_.files.size() == 1) {
+                throw;
+            }
+            output_.failure(error);
+            status_ = worse(status_, status_of(error.category()));
+            results_.add({{"file", list}, {"ok", false}, {"error", error_json(error)}});
+        }
+    }
+
     void add(const std::string& list, std::uint64_t lines, const OutputFile& out,
              const EvidenceRecord& record, const Stamp& stamp) {
         out.write(record.der());
@@ -104,14 +127,36 @@ public:
         ++stamped_;
     }
 
+    // What lies in the folders and isn't in the list.
+    void leave_out(const std::vector<LeftOut>& left_out) {
+        constexpr std::size_t kMostNames = 5; // that are told one by one
+        std::string names;
+        for (std::size_t i = 0; i < left_out.size(); ++i) {
+            const LeftOut& one = left_out[i];
+            if (i < kMostNames) {
+                names += (i == 0 ? "" : ", ") + quote_foreign(one.name);
+            }
+            results_.add({{"file", one.name},
+                          {"ok", true},
+                          {"skipped", one.is_link ? "symbolic_link" : "not_a_file"}});
+        }
+        if (!left_out.empty()) {
+            output_.note(fmt::format("left out, being links, pipes or devices within folders: {}{}",
+                                     names,
+                                     left_out.size() > kMostNames
+                                         ? fmt::format(" and {} more", left_out.size() - kMostNames)
+                                         : std::string()));
+        }
+    }
+
     ExitStatus finish() {
         Json members;
         if (output_.format() == Format::json) {
             members["files"] = results_.take();
         }
         members["summary"] = {{"stamped", stamped_}};
-        output_.object(true, members);
-        return ExitStatus::good;
+        output_.object(status_ == ExitStatus::good, members);
+        return status_;
     }
 
 private:
@@ -119,6 +164,7 @@ private:
     const Output& output_;
     ResultList results_;
     std::uint64_t stamped_ = 0;
+    ExitStatus status_ = ExitStatus::good;
 };
 
 bool is_same_file(const std::string& a, const std::string& b) {
@@ -155,7 +201,9 @@ ExitStatus stamp_together(const StampOptions& options, const Output& output) {
     const OutputFile list_file(list_name, existing_of(options.force));
     const OutputFile record_file(list_name + ".ers", existing_of(options.force));
     const Interruption interruption;
-    std::vector<std::string> files = files_below(options.files);
+    std::ranges::for_each(options.files, refuse_pipe);
+    FilesBelow below = files_below(options.files);
+    std::vector<std::string>& files = below.files;
     // What an earlier run wrote isn't stamped again; a file named by itself is an input.
     std::erase_if(files, [&](const std::string& file) {
         const bool own = is_same_file(file, list_name) || is_same_file(file, record_file.path());
@@ -180,6 +228,7 @@ ExitStatus stamp_together(const StampOptions& options, const Output& output) {
     list_file.write(chronoseal::bytes_of(list.text));
     Results results(options, output);
     results.add(list_name, list.lines, record_file, record, stamp);
+    results.leave_out(below.left_out);
     return results.finish();
 }
 
@@ -203,15 +252,16 @@ std::vector<ManifestTree> read_lists(const StampOptions& options, const Output& 
 }
 
 ExitStatus stamp_manifests(const StampOptions& options, const Output& output) {
+    PlaceSet places;
     std::vector<OutputFile> outs;
     for (const std::string& name : options.files) {
         outs.emplace_back(name + ".ers", existing_of(options.force));
+        places.add_or_refuse(outs.back().path(), "records", "name each list once");
         outs.back().check(files_of(options.trust, files_of(options.authority, options.files)));
     }
     const Interruption interruption;
-    if (options.request.hash.empty()) { // what is wrong with the options is told before the reading
-        make_sealer(options, "sha256");
-    }
+    // What is wrong with the options is told before the reading.
+    make_sealer(options, options.request.hash.empty() ? "sha256" : options.request.hash);
     std::vector<ManifestTree> lists = read_lists(options, output, interruption.token());
     const HashAlgorithm& algorithm = lists.front().info().algorithm;
     if (!options.request.hash.empty() &&
@@ -228,8 +278,8 @@ ExitStatus stamp_manifests(const StampOptions& options, const Output& output) {
     Results results(options, output);
     for (std::size_t i = 0; i < lists.size(); ++i) {
         const HashPath above = top.path(lists[i].root().value());
-        results.add(options.files[i], lists[i].info().lines, outs[i], lists[i].record(stamp, above),
-                    stamp);
+        results.try_add(options.files[i], lists[i].info().lines, outs[i],
+                        lists[i].record(stamp, above), stamp);
     }
     return results.finish();
 }
@@ -257,10 +307,16 @@ public:
     }
 
     chronoseal::DataDigests digests_of(const std::string& file, const std::stop_token& stop) const {
-        chronoseal::DataDigests digests{digest_of(file, info().algorithm, show_progress_, stop)};
+        std::vector<HashAlgorithm> algorithms{info().algorithm};
         if (renewal_) {
-            digests.push_back(
-                digest_of(file, renewal_->renewed_info().algorithm, show_progress_, stop));
+            algorithms.push_back(renewal_->renewed_info().algorithm);
+        }
+        if (file == "-") { // which can be read once only
+            return digests_of_input(algorithms, show_progress_, stop);
+        }
+        chronoseal::DataDigests digests;
+        for (const HashAlgorithm& algorithm : algorithms) {
+            digests.push_back(digest_of(file, algorithm, show_progress_, stop));
         }
         return digests;
     }
@@ -276,6 +332,113 @@ private:
     std::optional<chronoseal::ManifestRenewal> renewal_;
 };
 
+void check_usage(const ProveOptions& options) {
+    if (options.files.size() > 1 && !options.out.empty()) {
+        throw usage_error("--out goes with one file only", "leave it out: FILE.ers is written");
+    }
+    if (options.manifest == "-" || options.rehashed == "-") {
+        throw usage_error("lists aren't read from standard input", "give them as files");
+    }
+    const auto inputs = std::ranges::count(options.files, "-") + (options.record == "-" ? 1 : 0);
+    if (inputs > 1) {
+        throw usage_error("standard input can be read once only", "give the others as files");
+    }
+    if (inputs == 1 && options.record != "-" && options.out.empty()) {
+        throw usage_error("there is no name to write the record of standard input to",
+                          "name it by --out");
+    }
+}
+
+// One run of `prove`: the list is read once, and each file's record is written as it is made.
+class ProveRun {
+public:
+    ProveRun(const ProveOptions& options, const Output& output)
+        : options_(options), output_(output), results_(output),
+          record_name_(options.record.empty() ? options.manifest + ".ers" : options.record) {
+        PlaceSet places;
+        for (const std::string& file : options.files) {
+            outs_.emplace_back(options.out.empty() ? file + ".ers" : options.out,
+                               existing_of(options.force));
+            if (!outs_.back().is_standard_output()) {
+                places.add_or_refuse(outs_.back().path(), "records", "name each file once");
+            }
+            outs_.back().check({file, options.manifest, record_name_,
+                                options.rehashed.empty() ? record_name_ : options.rehashed});
+        }
+        refuse_json_beside(outs_.front(), output, "the record");
+    }
+
+    ExitStatus run() {
+        const Interruption interruption;
+        const std::stop_token stop = interruption.token();
+        const EvidenceRecord record =
+            EvidenceRecord::read(read_file(record_name_, kLargestMessage, stop));
+        LineProver list(options_, record, !output_.quiet(), stop);
+        std::size_t done = 0;
+        for (; done < options_.files.size() && !stop.stop_requested(); ++done) {
+            prove(options_.files[done], outs_[done], list, stop);
+        }
+        return finish(list.info().lines, options_.files.size() - done, stop.stop_requested());
+    }
+
+private:
+    void prove(const std::string& file, const OutputFile& out, LineProver& list,
+               const std::stop_token& stop) {
+        Json json = {{"file", file}, {"ok", true}, {"out", out.path()}};
+        try {
+            const chronoseal::DataDigests digests = list.digests_of(file, stop);
+            const EvidenceRecord proof = list.prove(digests);
+            out.write(proof.der());
+            json["digest"] = chronoseal::to_hex(digests.front().value());
+            json["bytes"] = proof.der().size();
+            if (!out.is_standard_output()) {
+                output_.text(fmt::format("{}: a line of {}, stamped (not verified) {} -> {}\n",
+                                         quote_foreign(file), quote_foreign(options_.manifest),
+                                         chronoseal::utc_text(proof.info().stamps[0].stamp.time()),
+                                         quote_foreign(out.path())));
+            }
+            ++proved_;
+        } catch (const Error& error) {
+            const Error told(error.category(), error.word(), error.code(),
+                             quote_foreign(file) + ": " + error.text(), error.advice());
+            output_.failure(told);
+            status_ = worse(status_, status_of(error.category()));
+            ++failed_;
+            json["ok"] = false;
+            json["out"] = nullptr;
+            json["error"] = error_json(told);
+        }
+        results_.add(std::move(json));
+    }
+
+    ExitStatus finish(std::uint64_t lines, std::size_t left, bool interrupted) {
+        if (interrupted) {
+            status_ = worse(status_, ExitStatus::unreachable);
+        }
+        if (options_.files.size() > 1) {
+            output_.text(fmt::format("{} proved, {} failed{}\n", proved_, failed_,
+                                     interrupted ? fmt::format(", {} not begun: interrupted", left)
+                                                 : std::string()));
+        }
+        Json members = {{"manifest", options_.manifest}, {"lines", lines}};
+        if (output_.format() == Format::json) {
+            members["files"] = results_.take();
+        }
+        members["summary"] = {
+            {"proved", proved_}, {"failed", failed_}, {"left", left}, {"interrupted", interrupted}};
+        output_.object(status_ == ExitStatus::good, members);
+        return status_;
+    }
+
+    const ProveOptions& options_;
+    const Output& output_;
+    ResultList results_;
+    std::string record_name_;
+    std::vector<OutputFile> outs_;
+    std::uint64_t proved_ = 0, failed_ = 0;
+    ExitStatus status_ = ExitStatus::good;
+};
+
 } // namespace
 
 ExitStatus run_stamp_together(const StampOptions& options, const Output& output) {
@@ -284,60 +447,8 @@ ExitStatus run_stamp_together(const StampOptions& options, const Output& output)
 }
 
 ExitStatus run_prove(const ProveOptions& options, const Output& output) {
-    if (options.files.size() > 1 && !options.out.empty()) {
-        throw usage_error("--out goes with one file only", "leave it out: FILE.ers is written");
-    }
-    const std::string record_name =
-        options.record.empty() ? options.manifest + ".ers" : options.record;
-    std::vector<OutputFile> outs;
-    for (const std::string& file : options.files) {
-        outs.emplace_back(options.out.empty() ? file + ".ers" : options.out,
-                          existing_of(options.force));
-        outs.back().check({file, options.manifest, record_name,
-                           options.rehashed.empty() ? record_name : options.rehashed});
-    }
-    refuse_json_beside(outs.front(), output, "the record");
-    const Interruption interruption;
-    const EvidenceRecord record =
-        EvidenceRecord::read(read_file(record_name, kLargestMessage, interruption.token()));
-    LineProver list(options, record, !output.quiet(), interruption.token());
-    ExitStatus status = ExitStatus::good;
-    Json results = Json::array();
-    for (std::size_t i = 0; i < options.files.size() && !interruption.happened(); ++i) {
-        const std::string& file = options.files[i];
-        Json json = {{"file", file}, {"ok", true}, {"out", outs[i].path()}};
-        try {
-            const chronoseal::DataDigests digests = list.digests_of(file, interruption.token());
-            const EvidenceRecord proof = list.prove(digests);
-            outs[i].write(proof.der());
-            json["digest"] = chronoseal::to_hex(digests.front().value());
-            json["bytes"] = proof.der().size();
-            if (!outs[i].is_standard_output()) {
-                output.text(fmt::format("{}: a line of {}, existed by {} -> {}\n",
-                                        quote_foreign(file), quote_foreign(options.manifest),
-                                        chronoseal::utc_text(proof.info().stamps[0].stamp.time()),
-                                        quote_foreign(outs[i].path())));
-            }
-        } catch (const Error& error) {
-            const Error told(error.category(), error.word(), error.code(),
-                             quote_foreign(file) + ": " + error.text(), error.advice());
-            output.failure(told);
-            status = worse(status, status_of(error.category()));
-            json["ok"] = false;
-            json["out"] = nullptr;
-            json["error"] = error_json(told);
-        }
-        if (output.json()) {
-            results.push_back(std::move(json));
-        }
-    }
-    if (interruption.happened()) {
-        status = worse(status, ExitStatus::unreachable);
-    }
-    output.object(status == ExitStatus::good, {{"manifest", options.manifest},
-                                               {"lines", list.info().lines},
-                                               {"files", std::move(results)}});
-    return status;
+    check_usage(options);
+    return ProveRun(options, output).run();
 }
 
 } // namespace cli

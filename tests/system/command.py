@@ -107,6 +107,8 @@ class Files(WithFolder):
                               (("stamp", data, stamp, *self.trust, "--force"), UNREACHABLE),
                               (("stamp", data, *self.trust, "--force", "--certs-out", self.authority.root), UNREACHABLE),
                               (("stamp", data, *self.trust, "--force", "--token-out", stamp), USAGE),
+                              (("stamp", data, *self.trust, "--out", self.folder / "new", "--certs-out",
+                                f"{self.folder}/./new"), USAGE),
                               (("stamp", data, *self.trust, "--force", "--token-out", "-"), USAGE)):
             with self.subTest(words):
                 self.expect(self.workspace.run(*words), status)

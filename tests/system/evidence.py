@@ -60,7 +60,8 @@ class Together(WithRecords):
     def test_each_file_is_proved_alone_and_offline(self):
         self.case()
         names = [os.fsdecode(name.encode("latin-1")) for name in self.files]
-        self.run_good("prove", *names, "--manifest", "case.sha256", cwd=self.folder)
+        told = self.run_good("prove", *names, "--manifest", "case.sha256", cwd=self.folder)
+        self.assertEqual(told.count("a line of case.sha256, stamped (not verified) 20"), len(names))
         for name in names:
             alone = self.file("alone/file", (self.folder / name).read_bytes())
             record = shutil.copy(self.folder / (name + ".ers"), self.folder / "alone/file.ers")
@@ -69,28 +70,37 @@ class Together(WithRecords):
             alone.write_bytes(b"changed")
             self.expect(self.workspace.run("verify", record, *self.trust), REFUSED, "isn't what the record is of")
         self.file("in/other", b"other")
-        result = self.workspace.run("prove", self.folder / "in/other", "--manifest", self.folder / "case.sha256")
-        self.expect(result, REFUSED, "no line of the list")
+        code, told = self.workspace.run_json("prove", self.folder / "in/other", self.folder / "in/a.txt", "--force",
+                                             "--manifest", self.folder / "case.sha256")
+        self.assertEqual((code, told["files"][0]["error"]["word"]), (REFUSED, "not_in_manifest"))
+        self.assertEqual(told["summary"], {"proved": 1, "failed": 1, "left": 0, "interrupted": False})
         self.assertFalse((self.folder / "in/other.ers").exists())
 
-    def test_an_interruption_ends_proving_with_the_file_that_it_is_at(self):
+    def test_an_interruption_ends_what_waits_at_a_pipe(self):
         self.file("a", b"a")
-        self.sums("sums.sha256", ["a"])
-        self.run_good("stamp", "--manifest", "sums.sha256", *self.ask, cwd=self.folder)
+        self.sums("sums", ["a"])
+        self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=self.folder)
         os.mkfifo(self.folder / "pipe")
-        process = subprocess.Popen([program.BIN / "chronoseal", "prove", "pipe", "a", "--manifest", "sums.sha256"],
-                                   cwd=self.folder, env=self.workspace.environment, stderr=subprocess.PIPE)
-        try:
-            program.wait_until(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 1)
-            time.sleep(0.2)
-            process.send_signal(signal.SIGINT)
-            process.wait(5)
-        finally:
-            process.kill()
-            line = process.communicate()[1]
-        self.assertEqual(process.returncode, UNREACHABLE, line)
-        self.assertEqual(len(line.splitlines()), 1, line)
-        self.assertIn(b"cancelled", line)
+        for words in (("prove", "pipe", "a", "--manifest", "sums"), ("prove", "a", "--manifest", "pipe", "--record", "sums.ers"),
+                      ("prove", "a", "--manifest", "sums", "--record", "pipe"), ("renew", "pipe", *self.ask),
+                      ("renew", "sums.ers", "--data", "pipe", *self.ask)):
+            with self.subTest(words):
+                process = subprocess.Popen([program.BIN / "chronoseal", *map(str, words), "--json"], cwd=self.folder,
+                                           env=self.workspace.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                try:
+                    program.wait_until(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 1)
+                    time.sleep(0.2)
+                    process.send_signal(signal.SIGINT)
+                    told, line = process.communicate(timeout=5)
+                finally:
+                    process.kill()
+                    process.communicate()
+                self.assertEqual((process.returncode, len(line.splitlines())), (UNREACHABLE, 1), line)
+                self.assertIn(b"cancelled", line)
+                program.check_json(told)
+                told = program.json.loads(told)
+                if "summary" in told:  # of the first: the file that it was at has failed, the next isn't begun
+                    self.assertEqual(told["summary"], {"proved": 0, "failed": 1, "left": 1, "interrupted": True})
 
     def test_files_that_differ_are_told_by_name(self):
         self.case()
@@ -163,6 +173,10 @@ class Together(WithRecords):
                 (("--together", data), USAGE, "--out"),
                 (("--together", *out), USAGE, "wants files"),
                 (("--together", "-", *out), USAGE, "standard input"),
+                (("--manifest", sums, self.folder / "../" / self.folder.name / "a.sha256"), USAGE, "two records"),
+                (("--together", data, "--out", "-"), USAGE, "doesn't name"),
+                (("--together", data, "/dev/null", *out), UNREACHABLE, "a pipe or a device"),
+                (("--together", data, "--out", f"{self.folder}/"), USAGE, "doesn't name"),
                 (("--together", self.folder / "none.at.all", *out), UNREACHABLE, "can't read"),
                 (("--together", data, *out, "--hash", "sha3-256"), USAGE, "SHA-256, SHA-384 or SHA-512"),
                 (("--together", "--manifest", data, *out), USAGE, "excludes")):
@@ -172,6 +186,44 @@ class Together(WithRecords):
         self.expect(self.workspace.run("stamp", "--together", data, *out, *nobody), UNREACHABLE, "--force")
         self.expect(self.workspace.run("stamp", "--together", data, "--out", self.folder / "new", *nobody), UNREACHABLE)
         self.assertFalse((self.folder / "new.sha256").exists())
+
+    def test_what_a_folder_holds_beside_files_is_told(self):
+        """A link that is named is followed, one within a folder isn't; nor is that where the results go."""
+        self.file("in/a", b"a")
+        self.file("other", b"other")
+        for name, target in (("in/link", "a"), ("in/none", "nowhere"), ("in/sub", "/"), ("named", "in"), ("one", "in/a"),
+                             ("case.sha256", "other")):
+            (self.folder / name).symlink_to(target)
+        os.mkfifo(self.folder / "in/pipe")
+        words = ("stamp", "--together", "named", "one", "--out", "case", "--force", "--json", *map(str, self.ask))
+        result = subprocess.run([program.BIN / "chronoseal", *words], cwd=self.folder, capture_output=True,
+                                env=self.workspace.environment, timeout=60)
+        self.expect(result, GOOD)
+        self.assertIn(b"left out, being links, pipes or devices within folders: named/link, named/none, named/pipe, "
+                      b"named/sub\n", result.stderr)
+        program.check_json(result.stdout)
+        self.assertEqual([(one["file"], one["skipped"]) for one in program.json.loads(result.stdout)["files"][1:]],
+                         [("named/link", "symbolic_link"), ("named/none", "symbolic_link"), ("named/pipe", "not_a_file"),
+                          ("named/sub", "symbolic_link")])
+        self.assertEqual(len((self.folder / "case.sha256").read_bytes().splitlines()), 2)
+        self.assertEqual((self.folder / "other").read_bytes(), b"other")
+        self.assertFalse((self.folder / "case.sha256").is_symlink())
+
+    def test_standard_input_is_a_file_like_any_other(self):
+        self.file("a", b"a")
+        self.sums("sums", ["a"])
+        self.sums("wide", ["a"], "sha512")
+        self.run_good("stamp", "--manifest", "sums", *self.ask, cwd=self.folder)
+        self.run_good("renew", "sums.ers", "--hash", "sha512", "--manifest", "wide", *self.ask, cwd=self.folder)
+        proof, sums = self.folder / "proof", self.folder / "sums"
+        of_sums = ("--manifest", sums, "--rehashed", self.folder / "wide")
+        self.expect(self.workspace.run("prove", "-", *of_sums, stdin=b"a"), USAGE, "--out")
+        self.expect(self.workspace.run("prove", "-", "--manifest", "-", "--out", proof, stdin=b"a"), USAGE, "as files")
+        self.expect(self.workspace.run("prove", "-", *of_sums, "--out", proof, stdin=b"a"), GOOD)
+        self.expect(self.workspace.run("verify", proof, "--data", "-", *self.trust, stdin=b"a"), GOOD)
+        self.expect(self.workspace.run("verify", proof, "--data", "-", *self.trust, stdin=b"b"), REFUSED, "isn't what")
+        self.expect(self.workspace.run("verify", proof, "--data", "-", "--files", *self.trust, stdin=b"a"), USAGE, "as a file")
+        self.expect(self.workspace.run("renew", proof, "--data", "-", *self.ask, stdin=b"a"), USAGE, "as files")
 
     def test_the_own_list_is_left_out_of_its_folder(self):
         self.file("in/a", b"a")
