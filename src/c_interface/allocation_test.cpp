@@ -71,8 +71,8 @@ protected:
 // Whichever allocation fails: an error and no end of the program, no leak, and the next call works.
 TEST_F(AllocationTest, EveryAllocationMayFail) {
     const std::string bytes = token();
-    const auto verifier = make_verifier();
-    const auto kept = read(bytes);
+    const auto verifier = made<chronoseal_verifier_new>(trust);
+    const auto kept = made<chronoseal_stamp_read>(bytes);
     const auto attempt = [&](chronoseal_error** place) {
         chronoseal_stamp* stamp = nullptr;
         chronoseal_verdict* verdict = nullptr;
@@ -92,9 +92,8 @@ TEST_F(AllocationTest, EveryAllocationMayFail) {
 }
 
 TEST_F(AllocationTest, EveryAllocationForARecordMayFail) {
-    const auto stamp = read(token());
-    chronoseal_evidence_verifier* verifier = nullptr;
-    ASSERT_EQ(chronoseal_evidence_verifier_new(&trust, &verifier, &error), CHRONOSEAL_OK);
+    const auto stamp = made<chronoseal_stamp_read>(token());
+    const auto verifier = made<chronoseal_evidence_verifier_new>(trust);
     const auto attempt = [&](chronoseal_error** place) {
         chronoseal_evidence_record* record = nullptr;
         chronoseal_evidence_verdict* verdict = nullptr;
@@ -115,14 +114,13 @@ TEST_F(AllocationTest, EveryAllocationForARecordMayFail) {
             status = chronoseal_evidence_record_data_algorithms(record, &names, &count, place);
         }
         if (status == CHRONOSEAL_OK) {
-            status = chronoseal_evidence_verify(verifier, record, "data", 4, &verdict, place);
+            status = chronoseal_evidence_verify(verifier.get(), record, "data", 4, &verdict, place);
         }
         chronoseal_evidence_verdict_free(&verdict);
         chronoseal_evidence_record_free(&record);
         return status;
     };
     expect_every_failure_told(attempt);
-    chronoseal_evidence_verifier_free(&verifier);
 }
 
 // The same of the functions of C++: what leaves them is an Error, whatever fails within.

@@ -7,11 +7,10 @@ namespace {
 using namespace std::string_literals;
 
 TEST_F(CInterfaceTest, AMissingArgumentIsToldAndNeverFollowed) {
-    const auto sealer = make_sealer();
-    const auto verifier = make_verifier();
-    const auto stamp = read(token());
-    chronoseal_digest digest{};
-    ASSERT_EQ(chronoseal_hash(nullptr, "data", 4, &digest, &error), CHRONOSEAL_OK);
+    const auto sealer = made<chronoseal_sealer_new>(options);
+    const auto verifier = made<chronoseal_verifier_new>(trust);
+    const auto stamp = made<chronoseal_stamp_read>(token());
+    chronoseal_digest digest = hash("data");
     chronoseal_sealer* sealer_out = nullptr;
     chronoseal_verifier* verifier_out = nullptr;
     chronoseal_stamp* out = nullptr;
@@ -27,8 +26,7 @@ TEST_F(CInterfaceTest, AMissingArgumentIsToldAndNeverFollowed) {
     unsigned char* data = nullptr;
     const char* name = nullptr;
     std::size_t size = 0;
-    chronoseal_batch batch{};
-    batch.size = sizeof batch;
+    const auto batch = sized<chronoseal_batch>();
     chronoseal_trust no_roots = trust;
     no_roots.roots = nullptr;
     const chronoseal_source nothing{};
@@ -128,13 +126,12 @@ TEST_F(CInterfaceTest, AMissingArgumentIsToldAndNeverFollowed) {
 }
 
 TEST_F(CInterfaceTest, NothingIsFreedTwice) {
-    auto* stamp = read(token()).release();
+    auto* stamp = made<chronoseal_stamp_read>(token()).release();
     chronoseal_stamp_free(&stamp);
     EXPECT_EQ(stamp, nullptr);
     chronoseal_stamp_free(&stamp);
-    ASSERT_EQ(chronoseal_stamp_read("x", 1, &stamp, &error), CHRONOSEAL_REFUSED);
-    ASSERT_EQ(chronoseal_stamp_read("x", 1, &stamp, &error), CHRONOSEAL_REFUSED); // frees the first
-    EXPECT_EQ(word(), "not_a_stamp");
+    EXPECT_EQ(failure<chronoseal_stamp_read>("x", 1), "refused: not_a_stamp");
+    EXPECT_EQ(failure<chronoseal_stamp_read>("x", 1), "refused: not_a_stamp"); // frees the first
     chronoseal_error_free(&error);
     chronoseal_error_free(&error);
     for (auto* const text : {chronoseal_error_word(nullptr), chronoseal_error_text(nullptr),
@@ -143,14 +140,7 @@ TEST_F(CInterfaceTest, NothingIsFreedTwice) {
     }
     EXPECT_EQ(chronoseal_error_status(nullptr), CHRONOSEAL_OK);
     EXPECT_EQ(chronoseal_error_code(nullptr), 0U);
-    chronoseal_error_free(nullptr);
-    chronoseal_sealer_free(nullptr);
-    chronoseal_verifier_free(nullptr);
-    chronoseal_stamp_free(nullptr);
-    chronoseal_verdict_free(nullptr);
-    chronoseal_inspection_free(nullptr);
-    chronoseal_hasher_free(nullptr);
-    chronoseal_stop_free(nullptr);
+    std::apply([](auto... free) { (free(nullptr), ...); }, kFreeFunctions);
     chronoseal_free(nullptr);
 }
 
@@ -160,88 +150,74 @@ TEST_F(CInterfaceTest, StructsOfOtherVersionsAreReadAsFarAsTheyAreKnown) {
         void* later;
     } newer{trust, nullptr};
     newer.known.size = sizeof newer;
-    chronoseal_verifier* verifier = nullptr;
-    EXPECT_EQ(chronoseal_verifier_new(&newer.known, &verifier, &error), CHRONOSEAL_OK) << why();
-    chronoseal_verifier_free(&verifier);
+    EXPECT_NE(made<chronoseal_verifier_new>(newer.known), nullptr);
     newer.later = &newer;
-    EXPECT_EQ(chronoseal_verifier_new(&newer.known, &verifier, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "option_unknown");
+    EXPECT_EQ(failure<chronoseal_verifier_new>(newer.known), "misuse: option_unknown");
     for (const std::size_t size : {std::size_t{0}, sizeof trust - 1, ~std::size_t{0}}) {
         trust.size = size;
-        EXPECT_EQ(chronoseal_verifier_new(&trust, &verifier, &error), CHRONOSEAL_MISUSE);
-        EXPECT_EQ(word(), "size_wrong");
+        EXPECT_EQ(failure<chronoseal_verifier_new>(trust), "misuse: size_wrong");
     }
 }
 
 TEST_F(CInterfaceTest, ValuesThatMeanNothingAreRefused) {
     const int wild = 77;
-    chronoseal_sealer* sealer = nullptr;
-    const auto word_for = [&](const auto& change) {
+    const auto with = [&](const auto& change) {
         const auto kept_options = options;
         const auto kept_trust = trust;
         change();
-        EXPECT_EQ(chronoseal_sealer_new(&options, &sealer, &error), CHRONOSEAL_MISUSE);
+        const std::string told = failure<chronoseal_sealer_new>(options);
         options = kept_options;
         trust = kept_trust;
-        return word();
+        return told;
     };
-    EXPECT_EQ(word_for([&] { std::memcpy(&trust.revocation, &wild, sizeof wild); }),
-              "value_unknown");
-    EXPECT_EQ(word_for([&] { std::memcpy(&trust.strength, &wild, sizeof wild); }), "value_unknown");
-    EXPECT_EQ(word_for([&] { std::memcpy(&options.nonce, &wild, sizeof wild); }), "value_unknown");
-    EXPECT_EQ(word_for([&] { options.rest_ms = -1; }), "value_unknown");
-    EXPECT_EQ(word_for([&] { trust.as_of = INT64_MAX; }), "value_unknown");
-    EXPECT_EQ(word_for([&] { trust.as_of = INT64_MIN; }), "value_unknown");
-    EXPECT_EQ(word_for([&] { options.longest_wait_ms = INT64_MAX; }), "value_unknown");
-    EXPECT_EQ(word_for([&] { options.url = "ftp://x/"; }), "address_malformed");
-    EXPECT_EQ(word_for([&] { options.hash = "rot13"; }), "hash_unknown");
-    EXPECT_EQ(word_for([&] { options.quorum = 2; }), "quorum_impossible");
-    EXPECT_EQ(word_for([&] { options.authority_count = 1; }), "value_unknown");
+    const std::string unknown = "misuse: value_unknown";
+    EXPECT_EQ(with([&] { std::memcpy(&trust.revocation, &wild, sizeof wild); }), unknown);
+    EXPECT_EQ(with([&] { std::memcpy(&trust.strength, &wild, sizeof wild); }), unknown);
+    EXPECT_EQ(with([&] { std::memcpy(&options.nonce, &wild, sizeof wild); }), unknown);
+    EXPECT_EQ(with([&] { options.rest_ms = -1; }), unknown);
+    EXPECT_EQ(with([&] { trust.as_of = INT64_MAX; }), unknown);
+    EXPECT_EQ(with([&] { trust.as_of = INT64_MIN; }), unknown);
+    EXPECT_EQ(with([&] { options.longest_wait_ms = INT64_MAX; }), unknown);
+    EXPECT_EQ(with([&] { options.url = "ftp://x/"; }), "misuse: address_malformed");
+    EXPECT_EQ(with([&] { options.hash = "rot13"; }), "misuse: hash_unknown");
+    EXPECT_EQ(with([&] { options.quorum = 2; }), "misuse: quorum_impossible");
+    EXPECT_EQ(with([&] { options.authority_count = 1; }), unknown);
 
-    const auto verifier = make_verifier();
-    const auto stamp = read(token());
-    chronoseal_digest digest{};
-    ASSERT_EQ(chronoseal_hash("sha512", "data", 4, &digest, &error), CHRONOSEAL_OK);
+    const auto verifier = made<chronoseal_verifier_new>(trust);
+    const auto stamp = made<chronoseal_stamp_read>(token());
+    auto digest = hash("data", "sha512");
     EXPECT_STREQ(digest.algorithm, "SHA-512");
     for (const std::size_t size : {std::size_t{0}, std::size_t{63}, ~std::size_t{0}}) {
         digest.size = size;
-        EXPECT_EQ(chronoseal_verify_digest(verifier.get(), stamp.get(), &digest, nullptr, &error),
-                  CHRONOSEAL_MISUSE);
-        EXPECT_EQ(word(), "digest_malformed");
+        EXPECT_EQ(failure<chronoseal_verify_digest>(verifier, stamp, digest),
+                  "misuse: digest_malformed");
     }
     std::memset(digest.algorithm, 'x', sizeof digest.algorithm); // without an end
-    EXPECT_EQ(chronoseal_verify_digest(verifier.get(), stamp.get(), &digest, nullptr, &error),
-              CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "hash_unknown");
+    EXPECT_EQ(failure<chronoseal_verify_digest>(verifier, stamp, digest), "misuse: hash_unknown");
     std::array<char, CHRONOSEAL_TIME_ROOM> text{};
     for (const chronoseal_time time : {INT64_MIN, INT64_MAX}) {
-        EXPECT_EQ(chronoseal_time_text(time, 1, text.data(), text.size(), &error),
-                  CHRONOSEAL_MISUSE);
+        EXPECT_EQ(says<chronoseal_time_text>(time, 1, text.data(), text.size()), unknown);
     }
-    EXPECT_EQ(chronoseal_time_text(0, 0, text.data(), 20, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "buffer_too_small");
-    EXPECT_EQ(chronoseal_time_text(0, 0, text.data(), 21, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(says<chronoseal_time_text>(0, 0, text.data(), 20), "misuse: buffer_too_small");
+    EXPECT_EQ(says<chronoseal_time_text>(0, 0, text.data(), 21), "");
     EXPECT_STREQ(text.data(), "1970-01-01T00:00:00Z");
 }
 
 // Paths are bytes; what they say comes back quoted.
 TEST_F(CInterfaceTest, TextThatIsNoUtf8IsTakenAndToldQuoted) {
     const std::string odd = folder.path().string() + "/\xff\x1b[2J\xc3";
-    chronoseal_digest digest{};
-    EXPECT_EQ(chronoseal_hash_file(nullptr, odd.c_str(), nullptr, &digest, &error),
-              CHRONOSEAL_UNREACHABLE);
+    EXPECT_EQ(failure<chronoseal_hash_file>(nullptr, odd.c_str(), nullptr),
+              "unreachable: file_unreadable");
     EXPECT_NE(why().find("\\xff\\x1b[2J\\xc3"), std::string::npos) << why();
     folder.write("\xff\x1b[2J\xc3", "data");
-    EXPECT_EQ(chronoseal_hash_file(nullptr, odd.c_str(), nullptr, &digest, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(given<chronoseal_hash_file>(nullptr, odd.c_str(), nullptr).size, 32U);
     for (const char* const name : {"\xff\xfe", "", "1.2.3.4"}) {
-        EXPECT_EQ(chronoseal_hash(name, "data", 4, &digest, &error), CHRONOSEAL_MISUSE);
-        EXPECT_EQ(word(), "hash_unknown") << name;
+        EXPECT_EQ(failure<chronoseal_hash>(name, "data", 4), "misuse: hash_unknown") << name;
         EXPECT_EQ(why().find_first_of("\n\xff"), std::string::npos) << why();
     }
     const auto refused = [&](auto& member, const char* text) {
         const auto before = std::exchange(member, text);
-        chronoseal_sealer* sealer = nullptr;
-        EXPECT_EQ(chronoseal_sealer_new(&options, &sealer, &error), CHRONOSEAL_MISUSE) << text;
+        EXPECT_EQ(failure<chronoseal_sealer_new>(options).find("misuse: "), 0U) << text;
         EXPECT_EQ(why().find_first_of("\x1b\xff"), std::string::npos) << why();
         member = before;
     };
@@ -255,27 +231,17 @@ TEST_F(CInterfaceTest, BytesThatEndEarlyAreRefusedWithinTheirBounds) {
     for (std::size_t size = 0; size < whole.size(); size += size < 64 ? 1 : 7) {
         const std::unique_ptr<char[]> exact(new char[size]); // so that a sanitizer sees a byte more
         std::memcpy(exact.get(), whole.data(), size);
-        chronoseal_stamp* stamp = nullptr;
-        EXPECT_EQ(chronoseal_stamp_read(exact.get(), size, &stamp, &error), CHRONOSEAL_REFUSED);
-        EXPECT_EQ(stamp, nullptr);
-        chronoseal_inspection* found = nullptr;
-        ASSERT_EQ(chronoseal_inspect(exact.get(), size, &found, &error), CHRONOSEAL_OK);
-        const Handle<chronoseal_inspection> inspection(found);
-        const chronoseal_inspection_info* info = nullptr;
-        ASSERT_EQ(chronoseal_inspection_get_info(found, &info, &error), CHRONOSEAL_OK);
+        EXPECT_EQ(failure<chronoseal_stamp_read>(exact.get(), size).find("refused: "), 0U);
+        const auto inspection = made<chronoseal_inspect>(exact.get(), size);
+        const auto* info = given<chronoseal_inspection_get_info>(inspection);
         EXPECT_NE(info->kind, CHRONOSEAL_KIND_TOKEN);
         EXPECT_EQ(info->kind == CHRONOSEAL_KIND_EMPTY, size == 0);
     }
-    chronoseal_inspection* found = nullptr;
-    ASSERT_EQ(chronoseal_inspect(whole.data(), whole.size(), &found, &error), CHRONOSEAL_OK);
-    const Handle<chronoseal_inspection> inspection(found);
-    const chronoseal_inspection_info* info = nullptr;
-    ASSERT_EQ(chronoseal_inspection_get_info(found, &info, &error), CHRONOSEAL_OK);
+    const auto inspection = made<chronoseal_inspect>(whole);
+    const auto* info = given<chronoseal_inspection_get_info>(inspection);
     EXPECT_EQ(info->kind, CHRONOSEAL_KIND_TOKEN);
     EXPECT_STREQ(info->kind_name, "token");
-    chronoseal_stamp* copy = nullptr;
-    ASSERT_EQ(chronoseal_stamp_copy(info->stamp, &copy, &error), CHRONOSEAL_OK);
-    chronoseal_stamp_free(&copy);
+    EXPECT_NE(made<chronoseal_stamp_copy>(info->stamp), nullptr);
 }
 
 } // namespace

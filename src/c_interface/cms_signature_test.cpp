@@ -1,6 +1,4 @@
 // CMS signatures and the stamps in them through the C interface. OpenSSL makes the signatures.
-#include <memory>
-
 #include <chronoseal/c_interface/testing/caller_fixture.h>
 
 namespace chronoseal::testing {
@@ -26,161 +24,104 @@ std::string detached_signature(const std::string& data) {
     return tsp::der(message.get(), &i2d_CMS_ContentInfo);
 }
 
-using SignatureHandle =
-    std::unique_ptr<chronoseal_cms_signature, FreeBy<chronoseal_cms_signature_free>>;
-
-class CCmsSignatureTest : public CInterfaceTest {
-protected:
-    SignatureHandle signature_of(const std::string& bytes) {
-        chronoseal_cms_signature* made = nullptr;
-        chronoseal_cms_signature_read(bytes.data(), bytes.size(), &made, &error);
-        return SignatureHandle(made);
-    }
-    std::string encoded(const SignatureHandle& signature) {
-        unsigned char* data = nullptr;
-        std::size_t size = 0;
-        EXPECT_EQ(chronoseal_cms_signature_encoded(signature.get(), &data, &size, &error),
-                  CHRONOSEAL_OK);
-        return taken(data, size);
-    }
-};
+using CCmsSignatureTest = CInterfaceTest;
 
 TEST_F(CCmsSignatureTest, ASignatureGetsAStampAfterItWasChecked) {
-    const auto sealer = make_sealer();
+    const auto sealer = made<chronoseal_sealer_new>(options);
     const std::string message = detached_signature("content");
     unsigned char* stamped = nullptr;
-    std::size_t size = 0;
     int compared = -1;
-    chronoseal_attach_options how{};
-    how.size = sizeof how;
-    const auto attach = [&](const std::string& bytes) {
-        chronoseal_free(stamped);
-        chronoseal_attach(sealer.get(), bytes.data(), bytes.size(), &how, nullptr, &compared,
-                          &stamped, &size, &error);
-        return word();
+    auto how = sized<chronoseal_attach_options>();
+    const auto refusal = [&](const std::string& bytes) {
+        return failure<chronoseal_attach>(sealer, bytes, how, nullptr, &compared, &stamped);
     };
     how.content = "another";
     how.content_size = 7;
-    EXPECT_EQ(attach(message), "content_differs");
+    EXPECT_EQ(refusal(message), "refused: content_differs");
     how.signer = 2;
-    EXPECT_EQ(attach(message), "no_signer");
+    EXPECT_EQ(refusal(message), "misuse: no_signer");
     how.signer = 0;
     how.content = nullptr;
-    EXPECT_EQ(attach(message), "argument_missing");
+    EXPECT_EQ(refusal(message), "misuse: argument_missing");
     how.content_size = 0;
     std::string broken = message;
     broken.back() ^= 1;
-    EXPECT_EQ(attach(broken), "signature_bad");
-    EXPECT_EQ(attach("hello"), "not_a_signature");
+    EXPECT_EQ(refusal(broken), "refused: signature_bad");
+    EXPECT_EQ(refusal("hello"), "refused: not_a_signature");
     EXPECT_EQ(stamped, nullptr);
     EXPECT_EQ(authority.requests(), 0U);
 
-    EXPECT_EQ(attach(message), "");
+    taken<chronoseal_attach>(sealer, message, how, nullptr, &compared);
     EXPECT_EQ(compared, 0);
     how.content = "content";
     how.content_size = 7;
-    EXPECT_EQ(attach(message), "") << why();
+    const std::string whole = taken<chronoseal_attach>(sealer, message, how, nullptr, &compared);
     EXPECT_EQ(compared, 1);
     EXPECT_EQ(authority.requests(), 2U);
-    chronoseal_inspection* inspection = nullptr;
-    ASSERT_EQ(chronoseal_inspect(stamped, size, &inspection, &error), CHRONOSEAL_OK);
-    const Handle<chronoseal_inspection> seen(inspection);
-    const chronoseal_inspection_info* found = nullptr;
-    ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
+    const auto inspection = made<chronoseal_inspect>(whole);
+    const auto* found = given<chronoseal_inspection_get_info>(inspection);
     ASSERT_EQ(found->stamp_count, 1U);
-    EXPECT_STREQ(found->stamps[0]->attribute, "1.2.840.113549.1.9.16.2.14");
-    const auto verifier = make_verifier();
-    EXPECT_EQ(chronoseal_verify(verifier.get(), found->stamps[0]->stamp,
-                                found->stamps[0]->stamped.data, found->stamps[0]->stamped.size,
-                                nullptr, &error),
-              CHRONOSEAL_OK)
-        << why();
-    chronoseal_free(stamped);
+    const chronoseal_embedded& one = *found->stamps[0];
+    EXPECT_STREQ(one.attribute, "1.2.840.113549.1.9.16.2.14");
+    EXPECT_EQ(says<chronoseal_verify>(made<chronoseal_verifier_new>(trust), one.stamp,
+                                      text_of(one.stamped), nullptr),
+              "");
 }
 
 // Step by step what `chronoseal_attach` does at once, for stamps that come from elsewhere.
 TEST_F(CCmsSignatureTest, AStampFromElsewhereIsPutIn) {
     const std::string der = detached_signature("content");
-    const auto signature = signature_of(der);
+    const auto signature = made<chronoseal_cms_signature_read>(der);
     std::size_t count = 0;
-    int detached = 0;
-    ASSERT_EQ(chronoseal_cms_signature_signers(signature.get(), &count, &detached, &error),
-              CHRONOSEAL_OK)
-        << why();
+    EXPECT_EQ(given<chronoseal_cms_signature_signers>(signature, &count), 1); // detached
     EXPECT_EQ(count, 1U);
-    EXPECT_EQ(detached, 1);
-    EXPECT_EQ(encoded(signature), der);
+    EXPECT_EQ(taken<chronoseal_cms_signature_encoded>(signature), der);
 
-    const std::string content = "content";
-    const std::string other = "other";
-    struct Row {
-        const std::string* content;
-        const char* word;
-        int compared;
+    const unsigned char content[] = {'c', 'o', 'n', 't', 'e', 'n', 't'};
+    const chronoseal_bytes all{content, 7};
+    const chronoseal_bytes less{content, 6};
+    const auto check = [&](const chronoseal_bytes* data) {
+        return given<chronoseal_cms_signature_check>(signature, 0, nullptr, 0, data);
     };
-    for (const Row& row :
-         {Row{&content, "", 1}, Row{nullptr, "", 0}, Row{&other, "content_differs", 0}}) {
-        chronoseal_bytes view{};
-        if (row.content != nullptr) {
-            view = {reinterpret_cast<const unsigned char*>(row.content->data()),
-                    row.content->size()};
-        }
-        int compared = -1;
-        chronoseal_cms_signature_check(signature.get(), 0, nullptr, 0,
-                                       row.content != nullptr ? &view : nullptr, &compared, &error);
-        EXPECT_EQ(word(), row.word);
-        EXPECT_EQ(compared, row.compared) << row.word;
-    }
+    EXPECT_EQ(check(&all), 1);
+    EXPECT_EQ(check(nullptr), 0);
+    EXPECT_EQ(failure<chronoseal_cms_signature_check>(signature, 0, nullptr, 0, less),
+              "refused: content_differs");
     unsigned char* data = nullptr;
-    std::size_t size = 0;
-    EXPECT_EQ(
-        chronoseal_cms_signature_value(signature.get(), ~std::size_t{0}, &data, &size, &error),
-        CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "no_signer");
-    ASSERT_EQ(chronoseal_cms_signature_value(signature.get(), 0, &data, &size, &error),
-              CHRONOSEAL_OK);
-    const std::string value = taken(data, size);
-    const auto put = [&](const std::string& stamped, const char* attribute) {
+    EXPECT_EQ(failure<chronoseal_cms_signature_value>(signature, ~std::size_t{0}, &data),
+              "misuse: no_signer");
+    const auto stamp_over = [&](const std::string& stamped) {
         tsp::TstInfo info;
         info.digest = tsp::sha256(stamped);
-        const auto stamp = read(token(info));
-        chronoseal_cms_signature* made = nullptr;
-        chronoseal_cms_signature_with_stamp(signature.get(), 0, stamp.get(), attribute, &made,
-                                            &error);
-        return SignatureHandle(made);
+        return made<chronoseal_stamp_read>(token(info));
     };
-    const auto extend = [&](const SignatureHandle& of) {
-        chronoseal_cms_signature* made = nullptr;
-        int changed = -1;
-        chronoseal_cms_signature_extend(of.get(), nullptr, &made, &changed, &error);
-        EXPECT_EQ(changed, 0);
-        EXPECT_EQ(made, nullptr);
-        return word();
+    const auto extend = [&](const Handle<chronoseal_cms_signature>& of) {
+        chronoseal_cms_signature* extended = nullptr;
+        const auto told = failure<chronoseal_cms_signature_extend>(of, nullptr, &extended);
+        EXPECT_EQ(extended, nullptr);
+        return told;
     };
-    EXPECT_EQ(extend(signature), "no_stamps");
-    EXPECT_EQ(put("other", nullptr), nullptr);
-    EXPECT_EQ(word(), "imprint_differs");
+    EXPECT_EQ(extend(signature), "refused: no_stamps");
+    EXPECT_EQ(
+        failure<chronoseal_cms_signature_with_stamp>(signature, 0, stamp_over("other"), nullptr),
+        "refused: imprint_differs");
+    const auto stamp = stamp_over(taken<chronoseal_cms_signature_value>(signature, 0));
     for (const char* const attribute : {"1.2.840.113549.1.9.16.2.14", "1.3.6.1.4.1.311.3.3.1"}) {
-        const auto stamped = put(value, attribute);
-        ASSERT_NE(stamped, nullptr) << why();
-        EXPECT_EQ(extend(stamped), "chain_incomplete");
-        std::string bytes = encoded(stamped);
-        for (const std::size_t good : {1U, 0U}) {
-            chronoseal_inspection* inspection = nullptr;
-            ASSERT_EQ(chronoseal_inspect(bytes.data(), bytes.size(), &inspection, &error),
-                      CHRONOSEAL_OK);
-            const chronoseal_inspection_info* found = nullptr;
-            ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
-            ASSERT_EQ(found->stamp_count, good);
-            ASSERT_EQ(found->unread_count, 1 - good);
-            EXPECT_STREQ(good != 0 ? found->stamps[0]->attribute : found->unread[0]->attribute,
-                         attribute);
-            if (good == 0) {
-                EXPECT_STREQ(chronoseal_error_word(found->unread[0]->reason), "not_a_stamp");
-            }
-            chronoseal_inspection_free(&inspection);
-            bytes[bytes.find("\x10\x01\x04") + 2] = 5; // its content is no TSTInfo any more
-        }
+        const auto stamped =
+            made<chronoseal_cms_signature_with_stamp>(signature, 0, stamp, attribute);
+        EXPECT_EQ(extend(stamped), "refused: chain_incomplete");
+        std::string bytes = taken<chronoseal_cms_signature_encoded>(stamped);
+        const auto good = made<chronoseal_inspect>(bytes);
+        const auto* found = given<chronoseal_inspection_get_info>(good);
+        ASSERT_EQ(found->stamp_count, 1U);
+        EXPECT_STREQ(found->stamps[0]->attribute, attribute);
+        bytes[bytes.find("\x10\x01\x04") + 2] = 5; // its content is no TSTInfo any more
+        const auto broken = made<chronoseal_inspect>(bytes);
+        found = given<chronoseal_inspection_get_info>(broken);
+        ASSERT_EQ(found->stamp_count, 0U);
+        ASSERT_EQ(found->unread_count, 1U);
+        EXPECT_STREQ(found->unread[0]->attribute, attribute);
+        EXPECT_STREQ(chronoseal_error_word(found->unread[0]->reason), "not_a_stamp");
     }
 }
 
@@ -197,29 +138,17 @@ TEST_F(CCmsSignatureTest, WhatCameAsAMailGoesBackAsOne) {
     char* text = nullptr;
     const long length = BIO_get_mem_data(out.get(), &text);
     const std::string mail(text, static_cast<std::size_t>(length));
-    chronoseal_inspection* inspection = nullptr;
-    ASSERT_EQ(chronoseal_inspect(mail.data(), mail.size(), &inspection, &error), CHRONOSEAL_OK);
-    const chronoseal_inspection_info* found = nullptr;
-    ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(found->form, CHRONOSEAL_FORM_SMIME);
-    EXPECT_STREQ(found->kind_name, "signed_message");
-    unsigned char* data = nullptr;
-    std::size_t size = 0;
-    ASSERT_EQ(chronoseal_rewrap(mail.data(), mail.size(), found->der.data, found->der.size, &data,
-                                &size, &error),
-              CHRONOSEAL_OK)
-        << why();
-    const std::string again = taken(data, size);
-    chronoseal_inspection_free(&inspection);
-    ASSERT_EQ(chronoseal_inspect(again.data(), again.size(), &inspection, &error), CHRONOSEAL_OK);
-    ASSERT_EQ(chronoseal_inspection_get_info(inspection, &found, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(found->form, CHRONOSEAL_FORM_SMIME);
-    EXPECT_EQ(text_of(found->der), der);
-    chronoseal_inspection_free(&inspection);
+    for (const std::string& one : {mail, taken<chronoseal_rewrap>(mail, der)}) {
+        const auto inspection = made<chronoseal_inspect>(one);
+        const auto* found = given<chronoseal_inspection_get_info>(inspection);
+        EXPECT_EQ(found->form, CHRONOSEAL_FORM_SMIME);
+        EXPECT_STREQ(found->kind_name, "signed_message");
+        EXPECT_EQ(text_of(found->der), der);
+    }
 }
 
 TEST_F(CCmsSignatureTest, AMissingArgumentIsToldAndNeverFollowed) {
-    const auto signature = signature_of(detached_signature("content"));
+    const auto signature = made<chronoseal_cms_signature_read>(detached_signature("content"));
     chronoseal_cms_signature* out = nullptr;
     unsigned char* data = nullptr;
     std::size_t size = 0;
@@ -245,7 +174,6 @@ TEST_F(CCmsSignatureTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_rewrap("x", 1, nullptr, 1, &data, &size, e)),
         ROW(chronoseal_rewrap("x", 1, "x", 1, nullptr, &size, e)),
     });
-    chronoseal_cms_signature_free(nullptr);
 }
 
 } // namespace

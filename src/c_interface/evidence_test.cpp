@@ -8,7 +8,7 @@
 
 #include <sys/stat.h>
 
-#include <chronoseal/c_interface/testing/handles.h>
+#include <chronoseal/c_interface/testing/caller.h>
 #include <chronoseal/seal/testing/evidence_fixture.h>
 #include <chronoseal/seal/testing/status_statements.h>
 

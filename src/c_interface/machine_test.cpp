@@ -3,7 +3,7 @@
 #include <map>
 #include <vector>
 
-#include <chronoseal/c_interface/testing/handles.h>
+#include <chronoseal/c_interface/testing/caller.h>
 
 namespace chronoseal::testing {
 namespace {

@@ -1,7 +1,7 @@
 // Lists of hashes, line by line, through the C interface.
 #include <vector>
 
-#include <chronoseal/c_interface/testing/handles.h>
+#include <chronoseal/c_interface/testing/caller.h>
 
 namespace chronoseal::testing {
 namespace {

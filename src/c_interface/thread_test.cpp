@@ -10,30 +10,21 @@ namespace chronoseal::testing {
 namespace {
 
 TEST_F(CInterfaceTest, ManyThreadsUseOneOfEach) {
-    const auto sealer = make_sealer();
-    const auto verifier = make_verifier();
-    const auto stamp = read(token());
-    std::atomic<int> good = 0;
-    {
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 8; ++i) {
-            threads.emplace_back([&] {
-                const chronoseal_stamp_info* info = nullptr;
-                chronoseal_stamp* got = nullptr;
-                chronoseal_error* own = nullptr;
-                const bool all =
-                    chronoseal_stamp_get_info(stamp.get(), &info, &own) == CHRONOSEAL_OK &&
-                    chronoseal_verify(verifier.get(), stamp.get(), "data", 4, nullptr, &own) ==
-                        CHRONOSEAL_OK &&
-                    chronoseal_seal(sealer.get(), "data", 4, nullptr, &got, &own) == CHRONOSEAL_OK;
-                EXPECT_TRUE(all) << chronoseal_error_message(own);
-                good += all ? 1 : 0;
-                chronoseal_stamp_free(&got);
-                chronoseal_error_free(&own);
-            });
-        }
+    const auto sealer = made<chronoseal_sealer_new>(options);
+    const auto verifier = made<chronoseal_verifier_new>(trust);
+    const auto stamp = made<chronoseal_stamp_read>(token());
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&] {
+            Caller own;
+            const chronoseal_stamp_info* info = nullptr;
+            chronoseal_stamp* got = nullptr;
+            EXPECT_EQ(own.says<chronoseal_stamp_get_info>(stamp, &info), "");
+            EXPECT_EQ(own.says<chronoseal_verify>(verifier, stamp, "data", 4, nullptr), "");
+            EXPECT_EQ(own.says<chronoseal_seal>(sealer, "data", 4, nullptr, &got), "");
+            chronoseal_stamp_free(&got);
+        });
     }
-    EXPECT_EQ(good, 8);
 }
 
 struct CancelledThread {
@@ -71,7 +62,7 @@ TEST_F(CInterfaceTest, ACancelledThreadFinishesItsCall) {
     url = slow.url();
     options.url = url.c_str();
     CancelledThread state;
-    state.sealer = make_sealer();
+    state.sealer = made<chronoseal_sealer_new>(options);
     pthread_t thread{};
     ASSERT_EQ(pthread_create(&thread, nullptr, seal_and_be_cancelled, &state), 0);
     while (!asked) {

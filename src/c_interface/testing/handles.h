@@ -1,16 +1,34 @@
-// For tests of this floor: handles of the C interface that free themselves, a caller's error, and
-// what a caller in C passes.
+// For tests of this floor: handles that free themselves, structs that tell their size, and bytes
+// that go in and out.
 #pragma once
 
-#include <functional>
-#include <initializer_list>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include <chronoseal/chronoseal.h>
-#include <chronoseal/seal/testing/seal_fixture.h>
 
 namespace chronoseal::testing {
+
+// Each kind of handle has a function of its own.
+inline constexpr auto kFreeFunctions = std::make_tuple(
+    chronoseal_authenticode_stamp_free, chronoseal_cms_signature_free, chronoseal_error_free,
+    chronoseal_evidence_record_free, chronoseal_evidence_tree_free,
+    chronoseal_evidence_verdict_free, chronoseal_evidence_verifier_free, chronoseal_extension_free,
+    chronoseal_hash_path_free, chronoseal_hash_renewal_free, chronoseal_hasher_free,
+    chronoseal_inspection_free, chronoseal_manifest_reader_free, chronoseal_manifest_renewal_free,
+    chronoseal_manifest_tree_free, chronoseal_sealer_free, chronoseal_stamp_free,
+    chronoseal_stamp_renewal_free, chronoseal_stop_free, chronoseal_verdict_free,
+    chronoseal_verifier_free);
+
+struct HandleFree {
+    template <class T>
+    void operator()(T* handle) const {
+        std::get<void (*)(T**)>(kFreeFunctions)(&handle);
+    }
+};
+template <class T>
+using Handle = std::unique_ptr<T, HandleFree>;
 
 template <auto Free>
 struct FreeBy {
@@ -21,6 +39,13 @@ struct FreeBy {
 };
 using StampHandle = std::unique_ptr<chronoseal_stamp, FreeBy<chronoseal_stamp_free>>;
 
+// What a function gave to its caller.
+inline std::string taken(unsigned char* data, std::size_t size) {
+    std::string text(reinterpret_cast<const char*>(data), size);
+    chronoseal_free(data);
+    return text;
+}
+
 inline chronoseal_source source_of(const std::string& bytes) {
     return {nullptr, bytes.data(), bytes.size()};
 }
@@ -29,43 +54,24 @@ inline std::string text_of(const chronoseal_bytes& view) {
     return {reinterpret_cast<const char*>(view.data), view.size};
 }
 
-// What a function gave to its caller.
-inline std::string taken(unsigned char* data, std::size_t size) {
-    std::string text(reinterpret_cast<const char*>(data), size);
-    chronoseal_free(data);
-    return text;
+inline std::string text_of(const chronoseal_digest& digest) {
+    return {reinterpret_cast<const char*>(digest.value), digest.size};
 }
 
-// The place of an error, as a caller keeps one for many calls.
-class CallerError {
-public:
-    CallerError() = default;
-    CallerError(const CallerError&) = delete;
-    CallerError& operator=(const CallerError&) = delete;
-    ~CallerError() { chronoseal_error_free(&error_); }
+template <class T>
+T sized() {
+    T made{};
+    made.size = sizeof made;
+    return made;
+}
 
-    chronoseal_error** operator&() { return &error_; } // as a caller writes it
-    chronoseal_status status() const { return chronoseal_error_status(error_); }
-    std::string word() const { return chronoseal_error_word(error_); }
-    std::string why() const { return chronoseal_error_message(error_); }
-
-private:
-    chronoseal_error* error_ = nullptr;
-};
-
-// Each call lacks an argument that it needs, and says so.
-using Call = std::function<chronoseal_status(chronoseal_error**)>;
-inline void expect_argument_missing(std::initializer_list<Call> rows) {
-    CallerError error;
-    for (const Call& row : rows) {
-        const auto number = &row - rows.begin();
-        EXPECT_EQ(row(nullptr), CHRONOSEAL_MISUSE) << "row " << number;
-        EXPECT_EQ(row(&error), CHRONOSEAL_MISUSE) << "row " << number;
-        EXPECT_EQ(error.word(), "argument_missing") << "row " << number << error.why();
-        EXPECT_EQ(error.status(), CHRONOSEAL_MISUSE);
-    }
+// It points to its root.
+chronoseal_trust trust_in(const chronoseal_source&& root) = delete;
+inline chronoseal_trust trust_in(const chronoseal_source& root) {
+    auto trust = sized<chronoseal_trust>();
+    trust.roots = &root;
+    trust.root_count = 1;
+    return trust;
 }
 
 } // namespace chronoseal::testing
-
-#define ROW(call) ::chronoseal::testing::Call([&](chronoseal_error** e) { return call; })
