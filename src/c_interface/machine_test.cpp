@@ -8,9 +8,8 @@
 namespace chronoseal::testing {
 namespace {
 
-class CMachineTest : public SealTest {
+class CMachineTest : public SealTest, public Caller {
 protected:
-    CallerError error;
     std::vector<std::string> told;
 };
 
@@ -27,8 +26,7 @@ std::string show(const chronoseal_hash_algorithm& one) {
 }
 
 TEST_F(CMachineTest, TheHashAlgorithmsAreThoseOfCpp) {
-    ASSERT_EQ(chronoseal_hash_algorithms(keep<chronoseal_hash_algorithm, show>, &told, &error),
-              CHRONOSEAL_OK);
+    done<chronoseal_hash_algorithms>(keep<chronoseal_hash_algorithm, show>, &told);
     EXPECT_EQ(told.size(), HashAlgorithm::all().size());
     EXPECT_EQ(std::ranges::count(told, "SHA-256 2.16.840.1.101.3.4.2.1 32"), 1);
     EXPECT_EQ(std::ranges::count(told, "SHA-1 1.3.14.3.2.26 20 weak"), 1);
@@ -50,8 +48,7 @@ TEST_F(CMachineTest, WhatIsWithEachSettingAndStoreIsTold) {
     auto& machine = tsp::Configuration::instance();
     machine.set("RequireNonce = 'yes'\nAllowedTSPs = ['x']\nAllowedTPSs = ['x']",
                 "[config.basalt]\nRevocation = 'requier'\n");
-    ASSERT_EQ(chronoseal_policy(keep<chronoseal_setting, show>, &told, nullptr, &error),
-              CHRONOSEAL_OK);
+    done<chronoseal_policy>(keep<chronoseal_setting, show>, &told, nullptr);
     for (const char* const row :
          {"config.cades.tsppolicy.RequireNonce 2", "config.cades.tsppolicy.AllowedTSPs 1",
           "config.basalt.Revocation 3", "config.basalt.Strength 0",
@@ -59,14 +56,14 @@ TEST_F(CMachineTest, WhatIsWithEachSettingAndStoreIsTold) {
         EXPECT_EQ(std::ranges::count(told, row), 1) << row;
     }
     told.clear();
-    EXPECT_EQ(chronoseal_policy_problems(keep<char, show>, &told, &error), CHRONOSEAL_OK);
+    done<chronoseal_policy_problems>(keep<char, show>, &told);
     EXPECT_TRUE(told.empty());
     machine.set_raw("no toml [");
-    EXPECT_EQ(chronoseal_policy_problems(keep<char, show>, &told, &error), CHRONOSEAL_OK);
+    done<chronoseal_policy_problems>(keep<char, show>, &told);
     EXPECT_EQ(told.size(), 1U);
     machine.set("");
     told.clear();
-    ASSERT_EQ(chronoseal_stores(keep<chronoseal_store, show>, &told, &error), CHRONOSEAL_OK);
+    done<chronoseal_stores>(keep<chronoseal_store, show>, &told);
     ASSERT_EQ(told.size(), 4U);
     EXPECT_EQ(told[0], "Root 0");
 }
@@ -79,29 +76,25 @@ TEST_F(CMachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
     const tsp::Authority authority;
     const std::string root = authority.root_der();
     const std::string hash = tsp::sha256(root);
-    const auto given = source_of(root);
-    const auto trust = [&](const chronoseal_source& source, const std::string& sha256) {
-        chronoseal_trust_root(&source, sha256.data(), sha256.size(), CHRONOSEAL_PLACE_USER, &error);
-        return error.word();
+    const auto trust = [&](const std::string& der, const std::string& sha256) {
+        return says<chronoseal_trust_root>(source_of(der), sha256, CHRONOSEAL_PLACE_USER);
     };
     const auto distrust = [&](const std::string& sha256) {
-        chronoseal_distrust_root(sha256.data(), sha256.size(), CHRONOSEAL_PLACE_USER, &error);
-        return error.word();
+        return says<chronoseal_distrust_root>(sha256, CHRONOSEAL_PLACE_USER);
     };
     const auto all = [&] {
         told.clear();
-        EXPECT_EQ(chronoseal_trusted_roots(keep<chronoseal_trusted_root, show>, &told, &error),
-                  CHRONOSEAL_OK);
+        done<chronoseal_trusted_roots>(keep<chronoseal_trusted_root, show>, &told);
         return told;
     };
     const std::string signer = authority.signer_der();
-    EXPECT_EQ(trust(given, tsp::sha256("x")), "root_differs");
-    EXPECT_EQ(trust(given, ""), "digest_malformed");
-    EXPECT_EQ(trust(source_of(signer), tsp::sha256(signer)), "not_a_root");
+    EXPECT_EQ(trust(root, tsp::sha256("x")), "refused: root_differs");
+    EXPECT_EQ(trust(root, ""), "misuse: digest_malformed");
+    EXPECT_EQ(trust(signer, tsp::sha256(signer)), "refused: not_a_root");
     EXPECT_TRUE(all().empty());
-    EXPECT_EQ(trust(given, hash), "");
+    EXPECT_EQ(trust(root, hash), "");
     EXPECT_EQ(all(), std::vector{"user " + hash});
-    EXPECT_EQ(distrust(tsp::sha256("x")), "root_not_found");
+    EXPECT_EQ(distrust(tsp::sha256("x")), "misuse: root_not_found");
     EXPECT_EQ(distrust(hash), "");
     EXPECT_TRUE(all().empty());
 }
@@ -115,16 +108,12 @@ std::string show(const chronoseal_authority& one) {
 
 // What is told can be handed back as options.
 int seal_by(void* user, const chronoseal_authority* authority) {
-    chronoseal_sealer_options options{};
-    options.size = sizeof options;
+    auto options = sized<chronoseal_sealer_options>();
     options.authorities = &authority;
     options.authority_count = 1;
-    chronoseal_sealer* sealer = nullptr;
-    EXPECT_EQ(chronoseal_sealer_new(&options, &sealer, nullptr), CHRONOSEAL_OK);
-    EXPECT_EQ(
-        chronoseal_sealer_authorities(sealer, keep<chronoseal_authority, show>, user, nullptr),
-        CHRONOSEAL_OK);
-    chronoseal_sealer_free(&sealer);
+    Caller caller;
+    const auto sealer = caller.made<chronoseal_sealer_new>(options);
+    caller.done<chronoseal_sealer_authorities>(sealer, keep<chronoseal_authority, show>, user);
     return 1;
 }
 
@@ -136,11 +125,10 @@ TEST_F(CMachineTest, TheMachinesAuthoritiesAreToldAndTaken) {
                 "[[config.chronoseal.authority]]\nUrl = 'http://b.example/'\nProxy = ''\n");
     const std::vector<std::string> both = {"http://a.example/ - " + login + " - 3 2000 0",
                                            "http://b.example/ - -  0 1000 0"};
-    ASSERT_EQ(chronoseal_configured_authorities(keep<chronoseal_authority, show>, &told, &error),
-              CHRONOSEAL_OK);
+    done<chronoseal_configured_authorities>(keep<chronoseal_authority, show>, &told);
     EXPECT_EQ(told, both);
     told.clear();
-    ASSERT_EQ(chronoseal_configured_authorities(seal_by, &told, &error), CHRONOSEAL_OK);
+    done<chronoseal_configured_authorities>(seal_by, &told);
     EXPECT_EQ(told, std::vector{both[0]});
 }
 
@@ -159,39 +147,24 @@ TEST_F(CMachineTest, AnAuthenticodeAnswerIsJudgedBeforeItIsGiven) {
     const std::string root = server.authority().root_der();
     const std::string url = server.url();
     const auto roots = source_of(root);
-    chronoseal_trust trust{};
-    trust.size = sizeof trust;
-    trust.roots = &roots;
-    trust.root_count = 1;
-    chronoseal_authenticode_options options{};
-    options.size = sizeof options;
+    const auto trust = trust_in(roots);
+    auto options = sized<chronoseal_authenticode_options>();
     options.url = url.c_str();
-    const auto get = [&](const std::string& content) {
-        chronoseal_authenticode_stamp* made = nullptr;
-        chronoseal_authenticode(content.data(), content.size(), &options, &made, &error);
-        return std::unique_ptr<chronoseal_authenticode_stamp,
-                               FreeBy<chronoseal_authenticode_stamp_free>>(made);
-    };
-    EXPECT_EQ(get("content"), nullptr); // this machine has no roots
-    EXPECT_EQ(error.word(), "chain_incomplete");
+    EXPECT_EQ(failure<chronoseal_authenticode>("content", 7, options),
+              "refused: chain_incomplete"); // this machine has no roots
     options.without_verification = 1;
-    EXPECT_NE(get("content"), nullptr) << error.why();
+    EXPECT_NE(made<chronoseal_authenticode>("content", 7, options), nullptr);
     options = {sizeof options, url.c_str(), &trust, 0};
-    EXPECT_EQ(get("other"), nullptr);
-    EXPECT_EQ(error.word(), "imprint_differs");
-    const auto stamp = get("content");
-    const chronoseal_authenticode_info* info = nullptr;
-    ASSERT_EQ(chronoseal_authenticode_stamp_get_info(stamp.get(), &info, &error), CHRONOSEAL_OK)
-        << error.why();
+    EXPECT_EQ(failure<chronoseal_authenticode>("other", 5, options), "refused: imprint_differs");
+    const auto stamp = made<chronoseal_authenticode>("content", 7, options);
+    const auto* info = given<chronoseal_authenticode_stamp_get_info>(stamp);
     EXPECT_EQ(info->has_time, 1);
     EXPECT_STREQ(info->signer->subject, "CN=Test Authority");
     EXPECT_GT(info->der.size, 500U);
     ASSERT_EQ(info->signer->usage_count, 1U);
     EXPECT_STREQ(info->signer->extended_usages[0], "1.3.6.1.5.5.7.3.8");
-    EXPECT_EQ(chronoseal_authenticode("x", 1, nullptr, nullptr, &error), CHRONOSEAL_MISUSE);
     options.size = 8;
-    EXPECT_EQ(get("content"), nullptr);
-    EXPECT_EQ(error.word(), "size_wrong");
+    EXPECT_EQ(failure<chronoseal_authenticode>("content", 7, options), "misuse: size_wrong");
 }
 
 TEST_F(CMachineTest, AMissingArgumentIsToldAndNeverFollowed) {
@@ -214,7 +187,6 @@ TEST_F(CMachineTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_authenticode("x", 1, nullptr, nullptr, e)),
         ROW(chronoseal_authenticode_stamp_get_info(nullptr, &info, e)),
     });
-    chronoseal_authenticode_stamp_free(nullptr);
 }
 
 } // namespace

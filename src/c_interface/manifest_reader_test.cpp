@@ -22,110 +22,82 @@ int see(void* user, const chronoseal_manifest_line* line) {
     return seen.answer;
 }
 
-class CManifestTest : public SealTest {
+class CManifestTest : public SealTest, public Caller {
 protected:
     CManifestTest() {
-        EXPECT_EQ(chronoseal_hash(nullptr, "x", 1, &digest, &error), CHRONOSEAL_OK);
         for (const std::string& name : names) {
-            unsigned char* line = nullptr;
-            std::size_t size = 0;
-            EXPECT_EQ(chronoseal_manifest_write_line(&digest, name.data(), name.size(), &line,
-                                                     &size, &error),
-                      CHRONOSEAL_OK);
-            list += taken(line, size);
+            list += taken<chronoseal_manifest_write_line>(digest, name);
         }
     }
 
     const std::vector<std::string> names = {"a", "a\nb\x1b[2J"};
-    CallerError error;
     std::string list;
     Seen seen;
-    chronoseal_digest digest{};
+    chronoseal_digest digest = hash("x");
     std::uint64_t lines = 0;
 };
 
 TEST_F(CManifestTest, AListIsReadWholeOrInPieces) {
     EXPECT_EQ(list.substr(0, 69), to_hex(to_bytes(tsp::sha256("x"))) + "  a\n\\");
-    const auto path = folder.write("list", list).string();
-    ASSERT_EQ(chronoseal_manifest_read(path.c_str(), see, &seen, nullptr, &digest, &lines, &error),
-              CHRONOSEAL_OK)
-        << error.why();
-    EXPECT_EQ(lines, 2U);
+    const auto path = folder.write("list", list);
+    EXPECT_EQ(given<chronoseal_manifest_read>(path, see, &seen, nullptr, &digest), 2U);
     EXPECT_EQ(seen.names, names);
     EXPECT_EQ(seen.shown[1].find('\x1b'), std::string::npos);
     EXPECT_EQ(seen.last, 2U);
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(digest.value), digest.size),
-              tsp::sha256(list));
+    EXPECT_EQ(text_of(digest), tsp::sha256(list));
 
     seen = {};
-    chronoseal_manifest_reader* reader = nullptr;
-    ASSERT_EQ(chronoseal_manifest_reader_new(see, &seen, &reader, &error), CHRONOSEAL_OK);
-    const std::unique_ptr<chronoseal_manifest_reader, FreeBy<chronoseal_manifest_reader_free>>
-        owner(reader);
+    const auto reader = made<chronoseal_manifest_reader_new>(see, &seen);
     for (const char& one : list) {
-        ASSERT_EQ(chronoseal_manifest_reader_feed(reader, &one, 1, &error), CHRONOSEAL_OK);
+        done<chronoseal_manifest_reader_feed>(reader, &one, 1);
     }
     chronoseal_digest again{};
-    ASSERT_EQ(chronoseal_manifest_reader_finish(reader, &again, &lines, &error), CHRONOSEAL_OK);
+    EXPECT_EQ(given<chronoseal_manifest_reader_finish>(reader, &again), 2U);
     EXPECT_EQ(seen.names, names);
     EXPECT_EQ(std::memcmp(&again, &digest, sizeof again), 0);
-    EXPECT_EQ(chronoseal_manifest_reader_feed(reader, "x", 1, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(error.word(), "manifest_finished");
-    EXPECT_EQ(chronoseal_manifest_reader_finish(reader, &again, &lines, &error), CHRONOSEAL_MISUSE);
+    EXPECT_EQ(says<chronoseal_manifest_reader_feed>(reader, "x", 1), "misuse: manifest_finished");
+    EXPECT_EQ(failure<chronoseal_manifest_reader_finish>(reader, &again),
+              "misuse: manifest_finished");
 }
 
 TEST_F(CManifestTest, AListEndsByItsCallbackItsControlOrItsFaults) {
-    const auto word_of = [&](const std::string& text, const chronoseal_control* control = nullptr) {
-        const auto path = folder.write("list", text).string();
-        chronoseal_manifest_read(path.c_str(), see, &seen, control, &digest, &lines, &error);
-        EXPECT_EQ(lines, 0U);
+    const auto read = [&](const std::string& text, const chronoseal_control* control = nullptr) {
+        const auto path = folder.write("list", text);
+        const auto told = failure<chronoseal_manifest_read>(path, see, &seen, control, &digest);
         EXPECT_EQ(digest.size, 0U);
-        return error.word();
+        return told;
     };
-    EXPECT_EQ(word_of(list + "hello\n"), "manifest_line");
-    EXPECT_EQ(word_of(""), "manifest_empty");
-    EXPECT_EQ(word_of("d41d8cd98f00b204e9800998ecf8427e  a\n"), "manifest_hash");
-    chronoseal_stop* stop = nullptr;
-    ASSERT_EQ(chronoseal_stop_new(&stop, &error), CHRONOSEAL_OK);
-    chronoseal_stop_request(stop, nullptr);
-    chronoseal_control control{};
-    control.size = sizeof control;
-    control.stop = stop;
-    EXPECT_EQ(word_of(list, &control), "cancelled");
-    chronoseal_stop_free(&stop);
+    EXPECT_EQ(read(list + "hello\n"), "refused: manifest_line");
+    EXPECT_EQ(read(""), "refused: manifest_empty");
+    EXPECT_EQ(read("d41d8cd98f00b204e9800998ecf8427e  a\n"), "refused: manifest_hash");
+    const auto stop = made<chronoseal_stop_new>();
+    done<chronoseal_stop_request>(stop);
+    const chronoseal_control control{sizeof control, stop.get(), nullptr, nullptr};
+    EXPECT_EQ(read(list, &control), "unreachable: cancelled");
     seen = {};
     seen.answer = -1;
-    EXPECT_EQ(word_of(list), "cancelled");
+    EXPECT_EQ(read(list), "unreachable: cancelled");
     EXPECT_EQ(seen.last, 1U);
-    EXPECT_EQ(chronoseal_manifest_read("/nowhere/at/all", nullptr, nullptr, nullptr, &digest,
-                                       &lines, &error),
-              CHRONOSEAL_UNREACHABLE);
+    EXPECT_EQ(
+        failure<chronoseal_manifest_read>("/nowhere/at/all", nullptr, nullptr, nullptr, &digest),
+        "unreachable: file_unreadable");
 
     // A reader that has failed doesn't go on in the middle. Small lists are told at their end.
     while (list.size() < 100'000) {
         list += list;
     }
-    chronoseal_manifest_reader* reader = nullptr;
-    ASSERT_EQ(chronoseal_manifest_reader_new(see, &seen, &reader, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(chronoseal_manifest_reader_feed(reader, list.data(), list.size(), &error),
-              CHRONOSEAL_UNREACHABLE);
-    EXPECT_EQ(error.word(), "cancelled");
-    EXPECT_EQ(chronoseal_manifest_reader_feed(reader, list.data(), list.size(), &error),
-              CHRONOSEAL_MISUSE);
-    chronoseal_manifest_reader_free(&reader);
+    auto reader = made<chronoseal_manifest_reader_new>(see, &seen);
+    EXPECT_EQ(says<chronoseal_manifest_reader_feed>(reader, list), "unreachable: cancelled");
+    EXPECT_EQ(says<chronoseal_manifest_reader_feed>(reader, list), "misuse: manifest_finished");
     const auto thrower = [](void*, const chronoseal_manifest_line*) -> int { throw 5; };
-    ASSERT_EQ(chronoseal_manifest_reader_new(thrower, nullptr, &reader, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(chronoseal_manifest_reader_feed(reader, list.data(), list.size(), &error),
-              CHRONOSEAL_MISUSE);
-    EXPECT_EQ(error.word(), "callback_threw");
-    chronoseal_manifest_reader_free(&reader);
+    reader = made<chronoseal_manifest_reader_new>(thrower, nullptr);
+    EXPECT_EQ(says<chronoseal_manifest_reader_feed>(reader, list), "misuse: callback_threw");
 }
 
 TEST_F(CManifestTest, AMissingArgumentIsToldAndNeverFollowed) {
     chronoseal_manifest_reader* reader = nullptr;
     unsigned char* line = nullptr;
     std::size_t size = 0;
-    ASSERT_EQ(chronoseal_hash(nullptr, "x", 1, &digest, &error), CHRONOSEAL_OK);
     expect_argument_missing({
         ROW(chronoseal_manifest_read(nullptr, see, &seen, nullptr, &digest, &lines, e)),
         ROW(chronoseal_manifest_read("x", see, &seen, nullptr, nullptr, &lines, e)),
@@ -138,7 +110,6 @@ TEST_F(CManifestTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_manifest_write_line(&digest, nullptr, 1, &line, &size, e)),
         ROW(chronoseal_manifest_write_line(&digest, "x", 1, nullptr, &size, e)),
     });
-    chronoseal_manifest_reader_free(nullptr);
 }
 
 } // namespace
