@@ -1,9 +1,6 @@
 // Records, trees, renewals and extending through the C interface, from the first hash
 // to the verdict, and what a caller gets wrong.
-#include <array>
-#include <cstring>
 #include <fstream>
-#include <memory>
 #include <thread>
 
 #include <sys/stat.h>
@@ -15,89 +12,50 @@
 namespace chronoseal::testing {
 namespace {
 
-using RecordHandle =
-    std::unique_ptr<chronoseal_evidence_record, FreeBy<chronoseal_evidence_record_free>>;
-using TreeHandle = std::unique_ptr<chronoseal_evidence_tree, FreeBy<chronoseal_evidence_tree_free>>;
-using ListHandle = std::unique_ptr<chronoseal_manifest_tree, FreeBy<chronoseal_manifest_tree_free>>;
-using VerifierHandle =
-    std::unique_ptr<chronoseal_evidence_verifier, FreeBy<chronoseal_evidence_verifier_free>>;
-using VerdictHandle =
-    std::unique_ptr<chronoseal_evidence_verdict, FreeBy<chronoseal_evidence_verdict_free>>;
+using CRecord = Handle<chronoseal_evidence_record>;
 
-class CEvidenceTest : public EvidenceTest {
+class CEvidenceTest : public EvidenceTest, public Caller {
 protected:
-    CEvidenceTest() : root(authority.root_der()), roots{nullptr, root.data(), root.size()} {
-        own_trust.size = sizeof own_trust;
-        own_trust.roots = &roots;
-        own_trust.root_count = 1;
+    CEvidenceTest() : root(authority.root_der()), roots(source_of(root)) {
         own_trust.as_of = (*trust().as_of).time_since_epoch().count();
-        chronoseal_evidence_verifier* made = nullptr;
-        EXPECT_EQ(chronoseal_evidence_verifier_new(&own_trust, &made, &error), CHRONOSEAL_OK);
-        verifier.reset(made);
+        verifier = made<chronoseal_evidence_verifier_new>(own_trust);
     }
-    ~CEvidenceTest() override { chronoseal_error_free(&error); }
 
-    std::string word() const { return chronoseal_error_word(error); }
-    std::string why() const { return chronoseal_error_message(error); }
-
-    chronoseal_digest hash(const std::string& data, const char* algorithm = nullptr) {
-        chronoseal_digest digest{};
-        EXPECT_EQ(chronoseal_hash(algorithm, data.data(), data.size(), &digest, &error),
-                  CHRONOSEAL_OK);
-        return digest;
-    }
-    StampHandle stamp_over(const chronoseal_digest& digest, const char* time = "20240601120000Z") {
-        const std::string value(reinterpret_cast<const char*>(digest.value), digest.size);
-        const bool wide = digest.size == 64;
-        const std::string bytes = token(value, time, wide ? kSha512Oid : tsp::kSha256Oid);
-        chronoseal_stamp* made = nullptr;
-        EXPECT_EQ(chronoseal_stamp_read(bytes.data(), bytes.size(), &made, &error), CHRONOSEAL_OK);
-        return StampHandle(made);
+    Handle<chronoseal_stamp> stamp_over(const chronoseal_digest& digest,
+                                        const char* time = "20240601120000Z") {
+        const char* const oid = digest.size == 64 ? kSha512Oid : tsp::kSha256Oid;
+        return made<chronoseal_stamp_read>(token(text_of(digest), time, oid));
     }
     // Of these data, stamped together, that of the first.
-    RecordHandle record_of(const std::vector<std::string>& data) {
-        chronoseal_evidence_tree* made = nullptr;
-        EXPECT_EQ(chronoseal_evidence_tree_new(nullptr, &made, &error), CHRONOSEAL_OK);
-        const TreeHandle tree(made);
+    CRecord record_of(const std::vector<std::string>& data) {
+        const auto tree = made<chronoseal_evidence_tree_new>(nullptr);
         for (const std::string& one : data) {
-            const auto digest = hash(one);
-            EXPECT_EQ(chronoseal_evidence_tree_add(made, &digest, &error), CHRONOSEAL_OK) << why();
+            done<chronoseal_evidence_tree_add>(tree, hash(one));
         }
-        chronoseal_digest top{};
-        EXPECT_EQ(chronoseal_evidence_tree_root(made, &top, &error), CHRONOSEAL_OK) << why();
-        const auto first = hash(data[0]);
-        chronoseal_evidence_record* record = nullptr;
-        EXPECT_EQ(chronoseal_evidence_tree_record(made, &first, 1, stamp_over(top).get(), &record,
-                                                  &error),
-                  CHRONOSEAL_OK)
-            << why();
-        return RecordHandle(record);
+        const auto stamp = stamp_over(given<chronoseal_evidence_tree_root>(tree));
+        return made<chronoseal_evidence_tree_record>(tree, hash(data[0]), 1, stamp);
     }
-    std::string der_of(const RecordHandle& record) {
-        chronoseal_bytes der{};
-        EXPECT_EQ(chronoseal_evidence_record_der(record.get(), &der, &error), CHRONOSEAL_OK);
-        return {reinterpret_cast<const char*>(der.data), der.size};
+    std::string der_of(const CRecord& record) {
+        return text_of(given<chronoseal_evidence_record_der>(record));
     }
     // Of data of which the record is; the word of what is wrong, empty: nothing.
-    std::string judge(const RecordHandle& record, const std::string& data) {
-        chronoseal_evidence_verdict* made = nullptr;
-        const auto status = chronoseal_evidence_verify(verifier.get(), record.get(), data.data(),
-                                                       data.size(), &made, &error);
-        verdict.reset(made);
-        EXPECT_EQ(chronoseal_evidence_verdict_get_info(made, &info, nullptr), CHRONOSEAL_OK);
-        EXPECT_EQ(info->good != 0, status == CHRONOSEAL_OK);
-        EXPECT_EQ(info->failure == nullptr, status == CHRONOSEAL_OK);
+    std::string judge(const CRecord& record, const std::string& data) {
+        chronoseal_evidence_verdict* found = nullptr;
+        const auto told = says<chronoseal_evidence_verify>(verifier, record, data, &found);
+        verdict.reset(found);
+        EXPECT_EQ(chronoseal_evidence_verdict_get_info(found, &info, nullptr), CHRONOSEAL_OK);
+        EXPECT_EQ(info->good != 0, told.empty());
+        EXPECT_EQ(info->failure == nullptr, told.empty());
         EXPECT_EQ(word(), chronoseal_error_word(info->failure));
         return word();
     }
 
     std::string root;
     chronoseal_source roots;
-    chronoseal_trust own_trust{};
-    VerifierHandle verifier;
-    VerdictHandle verdict;
+    chronoseal_trust own_trust = trust_in(roots);
+    Handle<chronoseal_evidence_verifier> verifier;
+    Handle<chronoseal_evidence_verdict> verdict;
     const chronoseal_evidence_verdict_info* info = nullptr;
-    chronoseal_error* error = nullptr;
 };
 
 TEST_F(CEvidenceTest, OneStampForManyAndAProofForEach) {
@@ -115,48 +73,33 @@ TEST_F(CEvidenceTest, OneStampForManyAndAProofForEach) {
     EXPECT_EQ(info->stamps[0]->covered_in_time, 1);
     EXPECT_EQ(info->stamps[0]->has_certificates_end, 1);
     EXPECT_EQ(info->renew_before, info->stamps[0]->certificates_end);
-    const chronoseal_verdict_info* of_stamp = nullptr;
-    ASSERT_EQ(chronoseal_verdict_get_info(info->stamps[0]->verdict, &of_stamp, &error),
-              CHRONOSEAL_OK);
+    const auto* of_stamp = given<chronoseal_verdict_get_info>(info->stamps[0]->verdict);
     EXPECT_EQ(of_stamp->good, 1);
     EXPECT_EQ(of_stamp->error, nullptr);
     EXPECT_EQ(judge(record, "other"), "not_in_tree");
     EXPECT_EQ(info->has_existed_by, 0);
     const Time late = std::chrono::sys_days(std::chrono::year(2050) / 6 / 1);
     own_trust.as_of = late.time_since_epoch().count();
-    chronoseal_evidence_verifier* made = nullptr;
-    ASSERT_EQ(chronoseal_evidence_verifier_new(&own_trust, &made, &error), CHRONOSEAL_OK);
-    verifier.reset(made);
+    verifier = made<chronoseal_evidence_verifier_new>(own_trust);
     EXPECT_EQ(judge(record, "data"), "");
     EXPECT_EQ(info->strength, CHRONOSEAL_EVIDENCE_AGED);
     EXPECT_STREQ(info->strength_name, "aged");
     EXPECT_EQ(info->stamps[0]->covered_in_time, 0);
 
-    const auto file = folder.write("data", "data").string();
-    EXPECT_EQ(chronoseal_evidence_verify_file(verifier.get(), record.get(), file.c_str(), nullptr,
-                                              nullptr, &error),
-              CHRONOSEAL_OK)
-        << why();
-    EXPECT_EQ(chronoseal_evidence_verify_record(verifier.get(), record.get(), nullptr, &error),
-              CHRONOSEAL_OK)
-        << why();
-    chronoseal_evidence_verdict* none = verdict.get();
-    EXPECT_EQ(chronoseal_evidence_verify_file(verifier.get(), record.get(), "/nowhere/at/all",
-                                              nullptr, &none, &error),
-              CHRONOSEAL_UNREACHABLE);
-    EXPECT_EQ(word(), "file_unreadable");
-    EXPECT_EQ(none, nullptr);
+    const auto file = folder.write("data", "data");
+    EXPECT_EQ(says<chronoseal_evidence_verify_file>(verifier, record, file, nullptr, nullptr), "");
+    EXPECT_EQ(says<chronoseal_evidence_verify_record>(verifier, record, nullptr), "");
+    EXPECT_EQ(
+        failure<chronoseal_evidence_verify_file>(verifier, record, "/nowhere/at/all", nullptr),
+        "unreachable: file_unreadable");
 }
 
 TEST_F(CEvidenceTest, ARecordIsReadAsItWasStored) {
     const auto record = record_of({"data", "second", "third"});
     const std::string der = der_of(record);
-    chronoseal_evidence_record* again = nullptr;
-    const auto file = folder.write("x.ers", der).string();
-    ASSERT_EQ(chronoseal_evidence_record_read_file(file.c_str(), &again, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(der_of(RecordHandle(again)), der);
-    const chronoseal_evidence_record_info* held = nullptr;
-    ASSERT_EQ(chronoseal_evidence_record_get_info(record.get(), &held, &error), CHRONOSEAL_OK);
+    const auto file = folder.write("x.ers", der);
+    EXPECT_EQ(der_of(made<chronoseal_evidence_record_read_file>(file)), der);
+    const auto* held = given<chronoseal_evidence_record_get_info>(record);
     ASSERT_EQ(held->algorithm_count, 1U);
     EXPECT_STREQ(held->algorithms[0]->name, "SHA-256");
     EXPECT_EQ(held->encrypted, 0);
@@ -164,152 +107,96 @@ TEST_F(CEvidenceTest, ARecordIsReadAsItWasStored) {
     EXPECT_STREQ(held->stamps[0]->algorithm.oid, tsp::kSha256Oid);
     ASSERT_GE(held->stamps[0]->list_count, 1U);
     EXPECT_EQ(held->stamps[0]->lists[0], 1U);
-    chronoseal_stamp* kept = nullptr;
-    ASSERT_EQ(chronoseal_stamp_copy(held->stamps[0]->stamp, &kept, &error), CHRONOSEAL_OK);
-    const StampHandle stamp(kept);
-    chronoseal_evidence_record* plain = nullptr;
-    ASSERT_EQ(chronoseal_evidence_record_of_stamp(kept, &plain, &error), CHRONOSEAL_OK);
-    const RecordHandle of_stamp(plain);
-    ASSERT_EQ(chronoseal_evidence_record_get_info(plain, &held, &error), CHRONOSEAL_OK);
+    const auto stamp = made<chronoseal_stamp_copy>(held->stamps[0]->stamp);
+    const auto of_stamp = made<chronoseal_evidence_record_of_stamp>(stamp);
+    held = given<chronoseal_evidence_record_get_info>(of_stamp);
     EXPECT_EQ(held->stamps[0]->list_count, 0U);
     EXPECT_EQ(judge(of_stamp, "data"), "not_in_tree"); // it is over the root alone
 
     for (std::size_t size = 0; size < der.size(); size += size < 64 ? 1 : 13) {
         const std::unique_ptr<char[]> exact(new char[size]);
         std::memcpy(exact.get(), der.data(), size);
-        EXPECT_NE(chronoseal_evidence_record_read(exact.get(), size, &again, &error),
-                  CHRONOSEAL_OK);
-        EXPECT_EQ(again, nullptr);
+        EXPECT_NE(failure<chronoseal_evidence_record_read>(exact.get(), size), "");
     }
-    ASSERT_EQ(chronoseal_evidence_record_read("hello", 5, &again, &error), CHRONOSEAL_REFUSED);
-    EXPECT_EQ(word(), "not_a_record");
+    EXPECT_EQ(failure<chronoseal_evidence_record_read>("hello", 5), "refused: not_a_record");
 }
 
 TEST_F(CEvidenceTest, AGroupIsProvedWhole) {
-    chronoseal_evidence_tree* tree = nullptr;
-    ASSERT_EQ(chronoseal_evidence_tree_new("sha256", &tree, &error), CHRONOSEAL_OK);
-    const TreeHandle owner(tree);
+    const auto tree = made<chronoseal_evidence_tree_new>("sha256");
     const chronoseal_digest group[] = {hash("one"), hash("two")};
     const auto alone = hash("alone");
-    chronoseal_digest top{};
-    EXPECT_EQ(chronoseal_evidence_tree_root(tree, &top, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "tree_empty");
-    ASSERT_EQ(chronoseal_evidence_tree_add_group(tree, group, 2, &error), CHRONOSEAL_OK);
-    ASSERT_EQ(chronoseal_evidence_tree_add(tree, &alone, &error), CHRONOSEAL_OK);
-    ASSERT_EQ(chronoseal_evidence_tree_add(tree, &alone, &error), CHRONOSEAL_OK);
-    std::uint64_t leaves = 0;
-    ASSERT_EQ(chronoseal_evidence_tree_size(tree, &leaves, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(leaves, 2U);
-    const auto wide = hash("wide", "SHA-512");
-    EXPECT_EQ(chronoseal_evidence_tree_add(tree, &wide, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "digest_malformed");
-    ASSERT_EQ(chronoseal_evidence_tree_root(tree, &top, &error), CHRONOSEAL_OK);
-    const auto stamp = stamp_over(top);
-    chronoseal_evidence_record* made = nullptr;
-    EXPECT_NE(chronoseal_evidence_tree_record(tree, group, 1, stamp.get(), &made, &error),
-              CHRONOSEAL_OK);
-    EXPECT_EQ(word(), "not_in_tree");
-    EXPECT_NE(chronoseal_evidence_tree_record(tree, group, 0, stamp.get(), &made, &error),
-              CHRONOSEAL_OK);
-    EXPECT_NE(
-        chronoseal_evidence_tree_record(tree, &alone, 1, stamp_over(alone).get(), &made, &error),
-        CHRONOSEAL_OK);
-    EXPECT_EQ(word(), "imprint_differs");
-    ASSERT_EQ(chronoseal_evidence_tree_record(tree, group, 2, stamp.get(), &made, &error),
-              CHRONOSEAL_OK)
-        << why();
-    const RecordHandle record(made);
-    const auto judged = [&](std::size_t count, std::size_t objects) {
-        chronoseal_evidence_verify_digests(verifier.get(), made, group, count, objects, nullptr,
-                                           &error);
-        return word();
+    EXPECT_EQ(failure<chronoseal_evidence_tree_root>(tree), "misuse: tree_empty");
+    done<chronoseal_evidence_tree_add_group>(tree, group, 2);
+    done<chronoseal_evidence_tree_add>(tree, alone);
+    done<chronoseal_evidence_tree_add>(tree, alone);
+    EXPECT_EQ(given<chronoseal_evidence_tree_size>(tree), 2U);
+    EXPECT_EQ(says<chronoseal_evidence_tree_add>(tree, hash("wide", "SHA-512")),
+              "misuse: digest_malformed");
+    const auto stamp = stamp_over(given<chronoseal_evidence_tree_root>(tree));
+    const auto refusal = [&](const chronoseal_digest* objects, std::size_t count,
+                             const Handle<chronoseal_stamp>& over) {
+        return failure<chronoseal_evidence_tree_record>(tree, objects, count, over);
     };
-    EXPECT_EQ(judged(2, 2), "");
-    EXPECT_EQ(judged(2, 0), "digest_malformed");
-    EXPECT_EQ(judged(1, 2), "digest_malformed");
+    EXPECT_EQ(refusal(group, 1, stamp), "refused: not_in_tree");
+    EXPECT_EQ(refusal(group, 0, stamp), "refused: not_in_tree");
+    EXPECT_EQ(refusal(&alone, 1, stamp_over(alone)), "misuse: imprint_differs");
+    const auto record = made<chronoseal_evidence_tree_record>(tree, group, 2, stamp);
+    const auto judged = [&](const chronoseal_digest* objects, std::size_t count,
+                            std::size_t number) {
+        return says<chronoseal_evidence_verify_digests>(verifier, record, objects, count, number,
+                                                        nullptr);
+    };
+    EXPECT_EQ(judged(group, 2, 2), "");
+    EXPECT_EQ(judged(group, 2, 0), "misuse: digest_malformed");
+    EXPECT_EQ(judged(group, 1, 2), "misuse: digest_malformed");
     const chronoseal_digest mixed[] = {group[0], alone};
-    EXPECT_EQ(
-        chronoseal_evidence_verify_digests(verifier.get(), made, mixed, 2, 2, nullptr, &error),
-        CHRONOSEAL_REFUSED);
-    EXPECT_EQ(word(), "not_in_tree");
+    EXPECT_EQ(judged(mixed, 2, 2), "refused: not_in_tree");
 }
 
-// Two trees under a third: what stands above the one makes its records those of the whole.
+// A tree whose root stands in another: what stands above it makes its records those of the whole.
 TEST_F(CEvidenceTest, ATreeUnderALargerOneNeedsTheWayUp) {
-    std::array<TreeHandle, 3> trees;
-    std::array<chronoseal_digest, 3> roots_of{};
-    const std::array<std::vector<std::string>, 2> data = {{{"a", "b"}, {"c"}}};
-    for (std::size_t i = 0; i < 3; ++i) {
-        chronoseal_evidence_tree* made = nullptr;
-        ASSERT_EQ(chronoseal_evidence_tree_new(nullptr, &made, &error), CHRONOSEAL_OK);
-        trees.at(i).reset(made);
-        EXPECT_EQ(chronoseal_evidence_tree_reserve(made, 2, &error), CHRONOSEAL_OK) << why();
-        for (std::size_t leaf = 0; leaf < 2; ++leaf) {
-            if (i == 2 || leaf < data.at(i).size()) {
-                const auto digest = i == 2 ? roots_of.at(leaf) : hash(data.at(i)[leaf]);
-                EXPECT_EQ(chronoseal_evidence_tree_add(made, &digest, &error), CHRONOSEAL_OK);
-            }
+    const auto tree_of = [&](const std::vector<chronoseal_digest>& leaves) {
+        auto tree = made<chronoseal_evidence_tree_new>(nullptr);
+        done<chronoseal_evidence_tree_reserve>(tree, leaves.size());
+        for (const chronoseal_digest& leaf : leaves) {
+            done<chronoseal_evidence_tree_add>(tree, leaf);
         }
-        ASSERT_EQ(chronoseal_evidence_tree_root(made, &roots_of.at(i), &error), CHRONOSEAL_OK);
-    }
-    EXPECT_EQ(chronoseal_evidence_tree_reserve(trees[0].get(), ~std::uint64_t{0}, &error),
-              CHRONOSEAL_UNREACHABLE);
-    EXPECT_EQ(word(), "out_of_memory");
-
-    chronoseal_hash_path* path = nullptr;
-    EXPECT_EQ(chronoseal_evidence_tree_path(trees[2].get(), "x", 1, &path, &error),
-              CHRONOSEAL_REFUSED);
-    EXPECT_EQ(word(), "not_in_tree");
-    ASSERT_EQ(chronoseal_evidence_tree_path(trees[2].get(), roots_of[0].value, 32, &path, &error),
-              CHRONOSEAL_OK)
-        << why();
-    const std::unique_ptr<chronoseal_hash_path, FreeBy<chronoseal_hash_path_free>> owner(path);
+        return tree;
+    };
+    const auto lower = tree_of({hash("a"), hash("b")});
+    const auto top = given<chronoseal_evidence_tree_root>(lower);
+    const auto upper = tree_of({top, hash("c")});
+    EXPECT_EQ(says<chronoseal_evidence_tree_reserve>(lower, ~std::uint64_t{0}),
+              "unreachable: out_of_memory");
+    EXPECT_EQ(failure<chronoseal_evidence_tree_path>(upper, "x", 1), "refused: not_in_tree");
+    const auto path = made<chronoseal_evidence_tree_path>(upper, text_of(top));
     const chronoseal_bytes* hashes = nullptr;
-    std::size_t count = 0;
-    ASSERT_EQ(chronoseal_hash_path_get(path, &hashes, &count, &error), CHRONOSEAL_OK);
+    const auto count = given<chronoseal_hash_path_get>(path, &hashes);
     ASSERT_EQ(count, 1U);
-    EXPECT_EQ(std::memcmp(hashes[0].data, roots_of[1].value, 32), 0);
+    EXPECT_EQ(text_of(hashes[0]), hashed("c"));
 
-    const auto stamp = stamp_over(roots_of[2]);
+    const auto stamp = stamp_over(given<chronoseal_evidence_tree_root>(upper));
     const auto object = hash("a");
-    chronoseal_evidence_record* made = nullptr;
-    EXPECT_EQ(
-        chronoseal_evidence_tree_record(trees[0].get(), &object, 1, stamp.get(), &made, &error),
-        CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "imprint_differs");
-    ASSERT_EQ(chronoseal_evidence_tree_record_below(trees[0].get(), &object, 1, stamp.get(), hashes,
-                                                    count, &made, &error),
-              CHRONOSEAL_OK)
-        << why();
-    const RecordHandle record(made);
+    EXPECT_EQ(failure<chronoseal_evidence_tree_record>(lower, object, 1, stamp),
+              "misuse: imprint_differs");
+    const auto record =
+        made<chronoseal_evidence_tree_record_below>(lower, object, 1, stamp, hashes, count);
     EXPECT_EQ(judge(record, "a"), "");
     EXPECT_EQ(judge(record, "b"), "not_in_tree");
-    const char* algorithm = nullptr;
-    ASSERT_EQ(chronoseal_evidence_record_renewal_algorithm(made, &algorithm, &error),
-              CHRONOSEAL_OK);
-    EXPECT_STREQ(algorithm, "SHA-256");
+    EXPECT_STREQ(given<chronoseal_evidence_record_renewal_algorithm>(record), "SHA-256");
 }
 
 TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
     const auto record = record_of({"data", "second"});
-    chronoseal_stamp_renewal* stamps = nullptr;
-    ASSERT_EQ(chronoseal_stamp_renewal_new(nullptr, &stamps, &error), CHRONOSEAL_OK);
-    chronoseal_digest digest{};
-    EXPECT_EQ(chronoseal_stamp_renewal_digest(stamps, &digest, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "tree_empty");
-    ASSERT_EQ(chronoseal_stamp_renewal_add(stamps, record.get(), &error), CHRONOSEAL_OK);
-    ASSERT_EQ(chronoseal_stamp_renewal_digest(stamps, &digest, &error), CHRONOSEAL_OK);
-    chronoseal_evidence_record* made = nullptr;
-    EXPECT_EQ(chronoseal_stamp_renewal_renewed(
-                  stamps, record.get(), stamp_over(digest, "20230601120000Z").get(), &made, &error),
-              CHRONOSEAL_REFUSED);
-    EXPECT_EQ(word(), "time_goes_back");
-    ASSERT_EQ(chronoseal_stamp_renewal_renewed(
-                  stamps, record.get(), stamp_over(digest, "20250601120000Z").get(), &made, &error),
-              CHRONOSEAL_OK)
-        << why();
-    chronoseal_stamp_renewal_free(&stamps);
-    const RecordHandle second(made);
+    const auto stamps = made<chronoseal_stamp_renewal_new>(nullptr);
+    EXPECT_EQ(failure<chronoseal_stamp_renewal_digest>(stamps), "misuse: tree_empty");
+    done<chronoseal_stamp_renewal_add>(stamps, record);
+    auto digest = given<chronoseal_stamp_renewal_digest>(stamps);
+    EXPECT_EQ(failure<chronoseal_stamp_renewal_renewed>(stamps, record,
+                                                        stamp_over(digest, "20230601120000Z")),
+              "refused: time_goes_back");
+    const auto second = made<chronoseal_stamp_renewal_renewed>(
+        stamps, record, stamp_over(digest, "20250601120000Z"));
     EXPECT_EQ(judge(second, "data"), "");
     EXPECT_EQ(info->strength, CHRONOSEAL_EVIDENCE_RENEWED);
     ASSERT_EQ(info->stamp_count, 2U);
@@ -317,56 +204,35 @@ TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
     EXPECT_EQ(info->stamps[0]->covered_by, 1U);
     EXPECT_EQ(info->stamps[0]->covered_in_time, 1);
 
-    chronoseal_hash_renewal* hashes = nullptr;
-    ASSERT_EQ(chronoseal_hash_renewal_new("SHA-512", &hashes, &error), CHRONOSEAL_OK);
-    const auto narrow = hash("data");
-    EXPECT_EQ(chronoseal_hash_renewal_add(hashes, made, &narrow, 1, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "digest_malformed");
+    const auto hashes = made<chronoseal_hash_renewal_new>("SHA-512");
+    EXPECT_EQ(says<chronoseal_hash_renewal_add>(hashes, second, hash("data"), 1),
+              "misuse: digest_malformed");
     const auto wide = hash("data", "SHA-512");
-    ASSERT_EQ(chronoseal_hash_renewal_add(hashes, made, &wide, 1, &error), CHRONOSEAL_OK);
-    ASSERT_EQ(chronoseal_hash_renewal_digest(hashes, &digest, &error), CHRONOSEAL_OK);
-    ASSERT_EQ(chronoseal_hash_renewal_renewed(hashes, second.get(), &wide, 1,
-                                              stamp_over(digest, "20260601120000Z").get(), &made,
-                                              &error),
-              CHRONOSEAL_OK)
-        << why();
-    chronoseal_hash_renewal_free(&hashes);
-    const RecordHandle third(made);
+    done<chronoseal_hash_renewal_add>(hashes, second, wide, 1);
+    digest = given<chronoseal_hash_renewal_digest>(hashes);
+    const auto third = made<chronoseal_hash_renewal_renewed>(hashes, second, wide, 1,
+                                                             stamp_over(digest, "20260601120000Z"));
     EXPECT_EQ(judge(third, "data"), "");
     ASSERT_EQ(info->stamp_count, 3U);
     EXPECT_EQ(info->stamps[2]->chain, 1U);
     EXPECT_EQ(judge(third, "other"), "not_in_tree");
-    EXPECT_EQ(chronoseal_evidence_verify_record(verifier.get(), made, nullptr, &error),
-              CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "data_needed");
+    EXPECT_EQ(says<chronoseal_evidence_verify_record>(verifier, third, nullptr),
+              "misuse: data_needed");
 
     const char* const* names = nullptr;
-    std::size_t count = 0;
-    ASSERT_EQ(chronoseal_evidence_record_data_algorithms(made, &names, &count, &error),
-              CHRONOSEAL_OK);
-    ASSERT_EQ(count, 2U);
+    ASSERT_EQ(given<chronoseal_evidence_record_data_algorithms>(third, &names), 2U);
     EXPECT_STREQ(names[1], "SHA-512");
     chronoseal_digest both[2] = {};
-    const auto file = folder.write("data", "data").string();
-    EXPECT_EQ(
-        chronoseal_evidence_record_hash_file(made, file.c_str(), nullptr, both, 1, &count, &error),
-        CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "buffer_too_small");
-    ASSERT_EQ(
-        chronoseal_evidence_record_hash_file(made, file.c_str(), nullptr, both, 2, &count, &error),
-        CHRONOSEAL_OK);
-    EXPECT_EQ(
-        chronoseal_evidence_verify_digests(verifier.get(), made, both, count, 1, nullptr, &error),
-        CHRONOSEAL_OK)
-        << why();
+    const auto file = folder.write("data", "data");
+    EXPECT_EQ(failure<chronoseal_evidence_record_hash_file>(third, file, nullptr, &both[0], 1),
+              "misuse: buffer_too_small");
+    EXPECT_EQ(given<chronoseal_evidence_record_hash_file>(third, file, nullptr, &both[0], 2), 2U);
+    EXPECT_EQ(says<chronoseal_evidence_verify_digests>(verifier, third, both, 2, 1, nullptr), "");
     // A pipe can be read but once.
-    const auto pipe = (folder.path() / "pipe").string();
+    const auto pipe = folder.path() / "pipe";
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     const std::jthread writer([&] { std::ofstream(pipe) << "data"; });
-    EXPECT_EQ(chronoseal_evidence_verify_file(verifier.get(), made, pipe.c_str(), nullptr, nullptr,
-                                              &error),
-              CHRONOSEAL_OK)
-        << why();
+    EXPECT_EQ(says<chronoseal_evidence_verify_file>(verifier, third, pipe, nullptr, nullptr), "");
 }
 
 TEST_F(CEvidenceTest, AListAndWhatStandsInIt) {
@@ -374,101 +240,55 @@ TEST_F(CEvidenceTest, AListAndWhatStandsInIt) {
         return to_hex(to_bytes(hashed("data"))) + "  " + name + "\n" +
                to_hex(to_bytes(hashed("second"))) + "  b\n";
     };
-    const auto path = folder.write("list", list("a")).string();
-    chronoseal_manifest_tree* tree = nullptr;
-    ASSERT_EQ(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
-    const ListHandle owner(tree);
+    const auto path = folder.write("list", list("a"));
+    const auto tree = made<chronoseal_manifest_tree_new>(path, nullptr);
     chronoseal_digest digest{};
-    std::uint64_t lines = 0;
-    ASSERT_EQ(chronoseal_manifest_tree_get_info(tree, &digest, &lines, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(lines, 2U);
-    const auto whole = hash(list("a"));
-    EXPECT_EQ(std::memcmp(&digest, &whole, sizeof digest), 0);
-    ASSERT_EQ(chronoseal_manifest_tree_root(tree, &digest, &error), CHRONOSEAL_OK);
-    chronoseal_evidence_record* made = nullptr;
-    ASSERT_EQ(chronoseal_manifest_tree_record(tree, stamp_over(digest).get(), &made, &error),
-              CHRONOSEAL_OK)
-        << why();
-    const RecordHandle record(made);
+    EXPECT_EQ(given<chronoseal_manifest_tree_get_info>(tree, &digest), 2U);
+    EXPECT_EQ(text_of(digest), hashed(list("a")));
+    const auto stamp = stamp_over(given<chronoseal_manifest_tree_root>(tree));
+    const auto record = made<chronoseal_manifest_tree_record>(tree, stamp);
     EXPECT_EQ(judge(record, list("a")), "");
     const auto object = hash("second");
-    ASSERT_EQ(chronoseal_manifest_tree_prove(tree, &object, record.get(), &made, &error),
-              CHRONOSEAL_OK)
-        << why();
-    EXPECT_EQ(judge(RecordHandle(made), "second"), "");
-    const auto other = hash("other");
-    EXPECT_NE(chronoseal_manifest_tree_prove(tree, &other, record.get(), &made, &error),
-              CHRONOSEAL_OK);
-    EXPECT_EQ(word(), "not_in_manifest");
+    EXPECT_EQ(judge(made<chronoseal_manifest_tree_prove>(tree, object, record), "second"), "");
+    EXPECT_EQ(failure<chronoseal_manifest_tree_prove>(tree, hash("other"), record),
+              "refused: not_in_manifest");
     folder.write("list", list("c"));
-    ASSERT_EQ(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
-    const ListHandle changed(tree);
-    EXPECT_NE(chronoseal_manifest_tree_prove(tree, &object, record.get(), &made, &error),
-              CHRONOSEAL_OK);
-    EXPECT_EQ(word(), "manifest_changed");
+    const auto changed = made<chronoseal_manifest_tree_new>(path, nullptr);
+    EXPECT_EQ(failure<chronoseal_manifest_tree_prove>(changed, object, record),
+              "refused: manifest_changed");
     folder.write("list", "hello\n");
-    EXPECT_NE(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(word(), "manifest_line");
+    EXPECT_EQ(failure<chronoseal_manifest_tree_new>(path, nullptr), "refused: manifest_line");
 }
 
 TEST_F(CEvidenceTest, AWholeListIsRenewedByANewOne) {
-    const auto path = folder.write("list", to_hex(to_bytes(hashed("data"))) + "  a\n").string();
+    const auto path = folder.write("list", to_hex(to_bytes(hashed("data"))) + "  a\n");
     const auto wide =
-        folder.write("wide", to_hex(to_bytes(hashed("data", EVP_sha512()))) + "  a\n").string();
-    chronoseal_manifest_tree* tree = nullptr;
-    ASSERT_EQ(chronoseal_manifest_tree_new(path.c_str(), nullptr, &tree, &error), CHRONOSEAL_OK);
-    const ListHandle owner(tree);
-    chronoseal_digest digest{};
-    ASSERT_EQ(chronoseal_manifest_tree_root(tree, &digest, &error), CHRONOSEAL_OK);
-    chronoseal_evidence_record* made = nullptr;
-    ASSERT_EQ(chronoseal_manifest_tree_record(tree, stamp_over(digest).get(), &made, &error),
-              CHRONOSEAL_OK);
-    const RecordHandle record(made);
-    chronoseal_manifest_renewal* lists = nullptr;
-    EXPECT_NE(
-        chronoseal_manifest_renewal_new(path.c_str(), made, path.c_str(), nullptr, &lists, &error),
-        CHRONOSEAL_OK);
-    EXPECT_EQ(word(), "algorithms_differ");
-    ASSERT_EQ(
-        chronoseal_manifest_renewal_new(path.c_str(), made, wide.c_str(), nullptr, &lists, &error),
-        CHRONOSEAL_OK)
-        << why();
-    ASSERT_EQ(chronoseal_manifest_renewal_digest(lists, &digest, &error), CHRONOSEAL_OK);
-    const auto stamp = stamp_over(digest, "20260601120000Z");
-    ASSERT_EQ(chronoseal_manifest_renewal_renewed_list(lists, stamp.get(), &made, &error),
-              CHRONOSEAL_OK);
-    const RecordHandle beside(made);
-    ASSERT_EQ(chronoseal_manifest_renewal_renewed(lists, stamp.get(), &made, &error),
-              CHRONOSEAL_OK);
-    const RecordHandle renewed(made);
-    chronoseal_manifest_renewal_free(&lists);
-    ASSERT_EQ(chronoseal_manifest_renewal_new(path.c_str(), renewed.get(), wide.c_str(), nullptr,
-                                              &lists, &error),
-              CHRONOSEAL_OK)
-        << why();
+        folder.write("wide", to_hex(to_bytes(hashed("data", EVP_sha512()))) + "  a\n");
+    const auto tree = made<chronoseal_manifest_tree_new>(path, nullptr);
+    const auto first = stamp_over(given<chronoseal_manifest_tree_root>(tree));
+    const auto record = made<chronoseal_manifest_tree_record>(tree, first);
+    EXPECT_EQ(failure<chronoseal_manifest_renewal_new>(path, record, path, nullptr),
+              "refused: algorithms_differ");
+    auto lists = made<chronoseal_manifest_renewal_new>(path, record, wide, nullptr);
+    const auto stamp =
+        stamp_over(given<chronoseal_manifest_renewal_digest>(lists), "20260601120000Z");
+    const auto beside = made<chronoseal_manifest_renewal_renewed_list>(lists, stamp);
+    const auto renewed = made<chronoseal_manifest_renewal_renewed>(lists, stamp);
+    lists = made<chronoseal_manifest_renewal_new>(path, renewed, wide, nullptr);
     const chronoseal_digest both[] = {hash("data"), hash("data", "SHA-512")};
-    ASSERT_EQ(chronoseal_manifest_renewal_prove(lists, both, 2, &made, &error), CHRONOSEAL_OK)
-        << why();
-    const RecordHandle proof(made);
+    const auto proof = made<chronoseal_manifest_renewal_prove>(lists, both, 2);
     EXPECT_EQ(judge(proof, "data"), "");
     EXPECT_EQ(judge(proof, "other"), "not_in_tree");
-    EXPECT_NE(chronoseal_manifest_renewal_prove(lists, both, 1, &made, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(word(), "data_needed");
-    chronoseal_manifest_renewal_free(&lists);
-    EXPECT_EQ(lists, nullptr);
+    EXPECT_EQ(failure<chronoseal_manifest_renewal_prove>(lists, both, 1), "misuse: data_needed");
 }
 
 TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
     const auto held = record_of({"data", "second"});
     const auto stamp = stamp_over(hash("data"));
     const auto digest = hash("data");
-    chronoseal_evidence_tree* tree = nullptr;
-    ASSERT_EQ(chronoseal_evidence_tree_new(nullptr, &tree, &error), CHRONOSEAL_OK);
-    const TreeHandle owner(tree);
-    chronoseal_stamp_renewal* renewal = nullptr;
-    ASSERT_EQ(chronoseal_stamp_renewal_new(nullptr, &renewal, &error), CHRONOSEAL_OK);
-    chronoseal_hash_renewal* rehash = nullptr;
-    ASSERT_EQ(chronoseal_hash_renewal_new(nullptr, &rehash, &error), CHRONOSEAL_OK);
+    const auto own_tree = made<chronoseal_evidence_tree_new>(nullptr);
+    const auto stamps = made<chronoseal_stamp_renewal_new>(nullptr);
+    const auto hash_renewal = made<chronoseal_hash_renewal_new>(nullptr);
     chronoseal_evidence_record* out = nullptr;
     chronoseal_evidence_verdict* found = nullptr;
     chronoseal_extension* extension = nullptr;
@@ -485,6 +305,9 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
     const auto* r = held.get();
     const auto* v = verifier.get();
     const auto* s = stamp.get();
+    auto* tree = own_tree.get();
+    auto* renewal = stamps.get();
+    auto* rehash = hash_renewal.get();
     expect_argument_missing({
         ROW(chronoseal_evidence_record_read(nullptr, 1, &out, e)),
         ROW(chronoseal_evidence_record_read("", 0, nullptr, e)),
@@ -551,18 +374,6 @@ TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
         ROW(chronoseal_manifest_renewal_renewed_list(nullptr, s, &out, e)),
         ROW(chronoseal_manifest_renewal_prove(nullptr, &digest, 1, &out, e)),
     });
-    chronoseal_hash_path_free(nullptr);
-    chronoseal_stamp_renewal_free(&renewal);
-    chronoseal_hash_renewal_free(&rehash);
-    chronoseal_evidence_record_free(nullptr);
-    chronoseal_evidence_tree_free(nullptr);
-    chronoseal_manifest_tree_free(nullptr);
-    chronoseal_stamp_renewal_free(nullptr);
-    chronoseal_hash_renewal_free(nullptr);
-    chronoseal_manifest_renewal_free(nullptr);
-    chronoseal_evidence_verifier_free(nullptr);
-    chronoseal_evidence_verdict_free(nullptr);
-    chronoseal_extension_free(nullptr);
 }
 
 // The list was made after the stamp, and comes from the caller: nobody is asked.
@@ -570,64 +381,43 @@ TEST_F(CEvidenceTest, AnExtendedStampHoldsWhatItIsJudgedBy) {
     const tsp::Authority by("20200101000000Z", "20291231000000Z", "http://127.0.0.1:1/x.crl");
     const std::string list = list_by(by, "", -1, "20240602000000Z", "20240609000000Z");
     const std::string anchor = by.root_der();
-    const std::string bytes = by.token(tsp::TstInfo().encode());
-    const chronoseal_source anchors{nullptr, anchor.data(), anchor.size()};
-    const chronoseal_source lists{nullptr, list.data(), list.size()};
-    chronoseal_trust given{};
-    given.size = sizeof given;
-    given.roots = &anchors;
-    given.root_count = 1;
-    given.evidence = &lists;
-    given.evidence_count = 1;
-    given.revocation = CHRONOSEAL_REVOCATION_REQUIRE;
+    const auto anchors = source_of(anchor);
+    const auto lists = source_of(list);
+    auto given_trust = trust_in(anchors);
+    given_trust.evidence = &lists;
+    given_trust.evidence_count = 1;
+    given_trust.revocation = CHRONOSEAL_REVOCATION_REQUIRE;
     const Time judged = std::chrono::sys_days(std::chrono::year(2024) / 6 / 3);
-    given.as_of = judged.time_since_epoch().count();
-    given.offline = 1;
-    chronoseal_stamp* stamp = nullptr;
-    ASSERT_EQ(chronoseal_stamp_read(bytes.data(), bytes.size(), &stamp, &error), CHRONOSEAL_OK);
-    const StampHandle owner(stamp);
-    chronoseal_extension* extension = nullptr;
-    ASSERT_EQ(chronoseal_extend(stamp, &given, &extension, &error), CHRONOSEAL_OK) << why();
-    const std::unique_ptr<chronoseal_extension, FreeBy<chronoseal_extension_free>> kept(extension);
-    const chronoseal_extension_info* put = nullptr;
-    ASSERT_EQ(chronoseal_extension_get_info(extension, &put, &error), CHRONOSEAL_OK);
+    given_trust.as_of = judged.time_since_epoch().count();
+    given_trust.offline = 1;
+    const auto stamp = made<chronoseal_stamp_read>(by.token(tsp::TstInfo().encode()));
+    const auto extension = made<chronoseal_extend>(stamp, given_trust);
+    const auto* put = given<chronoseal_extension_get_info>(extension);
     EXPECT_EQ(put->changed, 1);
     EXPECT_EQ(put->certificates, 1U);
     EXPECT_EQ(put->revocation_lists, 1U);
     EXPECT_EQ(put->ocsp_answers, 0U);
     EXPECT_EQ(put->remark_count, 0U);
-    const chronoseal_verdict_info* good = nullptr;
-    ASSERT_EQ(chronoseal_verdict_get_info(put->verdict, &good, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(good->good, 1);
+    EXPECT_EQ(given<chronoseal_verdict_get_info>(put->verdict)->good, 1);
 
-    given.evidence_count = 0;
-    chronoseal_verifier* alone = nullptr;
-    ASSERT_EQ(chronoseal_verifier_new(&given, &alone, &error), CHRONOSEAL_OK);
-    EXPECT_EQ(chronoseal_verify(alone, stamp, "data", 4, nullptr, &error), CHRONOSEAL_UNREACHABLE);
-    EXPECT_EQ(chronoseal_verify(alone, put->stamp, "data", 4, nullptr, &error), CHRONOSEAL_OK)
-        << why();
-    chronoseal_verifier_free(&alone);
+    given_trust.evidence_count = 0;
+    const auto alone = made<chronoseal_verifier_new>(given_trust);
+    EXPECT_EQ(says<chronoseal_verify>(alone, stamp, "data", 4, nullptr),
+              "unreachable: revocation_offline");
+    EXPECT_EQ(says<chronoseal_verify>(alone, put->stamp, "data", 4, nullptr), "");
 
-    given.evidence_count = 1;
-    chronoseal_evidence_record* made = nullptr;
-    ASSERT_EQ(chronoseal_evidence_record_of_stamp(stamp, &made, &error), CHRONOSEAL_OK);
-    const RecordHandle record(made);
-    chronoseal_extension* last = nullptr;
+    given_trust.evidence_count = 1;
+    const auto record = made<chronoseal_evidence_record_of_stamp>(stamp);
+    chronoseal_evidence_record* found = nullptr;
     const std::size_t second = 1;
-    EXPECT_EQ(chronoseal_extend_record(record.get(), &given, &second, &made, &last, &error),
-              CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "stamp_missing");
-    ASSERT_EQ(chronoseal_extend_record(record.get(), &given, nullptr, &made, &last, &error),
-              CHRONOSEAL_OK)
-        << why();
-    const RecordHandle extended(made);
-    chronoseal_extension_free(&last);
+    EXPECT_EQ(failure<chronoseal_extend_record>(record, given_trust, &second, &found),
+              "misuse: stamp_missing");
+    EXPECT_EQ(found, nullptr);
+    made<chronoseal_extend_record>(record, given_trust, nullptr, &found);
+    const CRecord extended(found);
     EXPECT_GT(der_of(extended).size(), der_of(record).size() + list.size());
-    given.revocation = CHRONOSEAL_REVOCATION_OFF;
-    chronoseal_extension* none = nullptr;
-    EXPECT_EQ(chronoseal_extend(stamp, &given, &none, &error), CHRONOSEAL_MISUSE);
-    EXPECT_EQ(word(), "revocation_off");
-    EXPECT_EQ(none, nullptr);
+    given_trust.revocation = CHRONOSEAL_REVOCATION_OFF;
+    EXPECT_EQ(failure<chronoseal_extend>(stamp, given_trust), "misuse: revocation_off");
 }
 
 } // namespace

@@ -30,22 +30,6 @@ struct HandleFree {
 template <class T>
 using Handle = std::unique_ptr<T, HandleFree>;
 
-template <auto Free>
-struct FreeBy {
-    template <class T>
-    void operator()(T* handle) const {
-        Free(&handle);
-    }
-};
-using StampHandle = std::unique_ptr<chronoseal_stamp, FreeBy<chronoseal_stamp_free>>;
-
-// What a function gave to its caller.
-inline std::string taken(unsigned char* data, std::size_t size) {
-    std::string text(reinterpret_cast<const char*>(data), size);
-    chronoseal_free(data);
-    return text;
-}
-
 inline chronoseal_source source_of(const std::string& bytes) {
     return {nullptr, bytes.data(), bytes.size()};
 }
