@@ -177,7 +177,8 @@ class Verifier(Judge):
 
     def for_one_file(self) -> Verifier:
         """The same, for the stamps of one file: to fetch what they need takes all of them together no longer than
-        one, 15 seconds from the first fetching on, and what has failed isn't asked for again."""
+        one, 15 seconds from the first fetching on, and what has failed isn't asked for again. What their signatures
+        cost the processor beyond some 1.5 seconds can't be told ("chain_too_costly")."""
         bound = self.__copy__()
         bound._handle = made("chronoseal_verifier", lib.chronoseal_verifier_for_one_file, self._handle)
         return bound

@@ -506,7 +506,8 @@ CHRONOSEAL_API chronoseal_status chronoseal_verifier_new(const chronoseal_trust*
                                                          chronoseal_error** error);
 // Makes a verifier of the same trust for the stamps of one file: to fetch what they need takes all
 // of them together no longer than one, 15 seconds from the first fetching on, and what has failed
-// isn't asked for again.
+// isn't asked for again. What their signatures cost the processor beyond some 1.5 seconds can't be
+// told ("chain_too_costly").
 CHRONOSEAL_API chronoseal_status chronoseal_verifier_for_one_file(
     const chronoseal_verifier* verifier, chronoseal_verifier** bound, chronoseal_error** error);
 // Judges a stamp for bytes, which are hashed by the stamp's algorithm. CHRONOSEAL_OK stands

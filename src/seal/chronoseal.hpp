@@ -422,7 +422,7 @@ struct CHRONOSEAL_API Verdict {
     // Nothing failed, and all that was required was done.
     bool good() const noexcept;
     // Nothing is known to be bad, but the evidence of revocation is missing, unreachable or too
-    // old.
+    // old, or so much came with the stamp that not all of it was looked at ("chain_too_costly").
     bool indeterminate() const noexcept;
     // Whether the imprint was compared with data.
     bool compared() const noexcept;
@@ -478,7 +478,9 @@ public:
 
     // The same, for the stamps of one file: to fetch what they need takes all of them together no
     // longer than one, and what has failed isn't asked for again. The time, 15 seconds, begins with
-    // the first fetching: make another for the next file.
+    // the first fetching. Their signatures take the processor some 1.5 seconds at most, which is
+    // enough for 256 stamps by usual keys; what is beyond it can't be told. Make another for the
+    // next file.
     Verifier for_one_file() const;
 
 private:

@@ -122,8 +122,10 @@ constexpr ErrorWords kTable[] = {
     {0x80093104, kRefused, "malformed", "a value is too large", kNewStamp},
     {0x80093106, kUnreachable, "out_of_memory", "out of memory while decoding", kOpenMemory},
     {0x8009310B, kRefused, "malformed", "the encoding is of something else", kNewStamp},
-    {0x80096001, kRefused, "chain_too_costly", "the chain takes more work than is allowed",
-     "don't trust this stamp: honest ones don't"},
+    {0x80096001, kUnreachable, "chain_too_costly",
+     "more came along than may be looked at, so that nothing can be told",
+     "give the authority's certificates and lists apart, or verify the stamps of a file one by "
+     "one"},
     {0x80096004, kRefused, "certificate_signature_bad",
      "a signature in the certificate chain is bad", kNoTrust},
     {0x80096019, kRefused, "not_an_issuer", "a certificate in the chain may not issue others",

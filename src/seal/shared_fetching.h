@@ -1,8 +1,10 @@
-// What all verdicts on one file have for fetching together: the time that one of them may take, and
-// the memory of what has failed. Any thread.
+// What all verdicts on one file have together: the time that one of them may take for fetching, the
+// memory of what has failed, and the processor's work for signatures. Any thread.
 #pragma once
 
 #include <basalt/chain.h>
+#include <basalt/error_codes.h>
+#include <basalt/last_error.h>
 #include <chronoseal/seal/failure.h>
 
 namespace chronoseal {
@@ -19,6 +21,11 @@ public:
     SharedFetching& operator=(const SharedFetching&) = delete;
 
     HBASALT_FETCHING get() const { return handle_; }
+
+    // False when so much work isn't left. A certificate that can't be read takes none.
+    bool take_signature(PCCERT_CONTEXT signer) const {
+        return BasaltTakeSignature(handle_, signer) != 0 || GetLastError() != TRUST_E_SYSTEM_ERROR;
+    }
 
 private:
     HBASALT_FETCHING handle_ = nullptr;

@@ -170,8 +170,15 @@ void Verification::skip(Check check, std::string_view word, std::string text, bo
 
 void Verification::skip_after(Check failed, std::initializer_list<Check> checks) {
     for (const Check check : checks) {
-        skip(check, "earlier_failure", "needs " + std::string(check_name(failed)), true);
+        skip(check, kEarlierFailure, "needs " + std::string(check_name(failed)), true);
     }
+}
+
+void Verification::skip_as_too_costly(Check check) {
+    const Error error = error_of_code(kTooCostly);
+    skip(check, error.word(), error.text(), true);
+    finding(check).code = error.code();
+    finding(check).advice = error.advice();
 }
 
 Verdict Verification::run(Leniency leniency) {
@@ -411,6 +418,10 @@ void Verification::check_signature() {
         fail(Check::signature, NTE_BAD_SIGNATURE, "signers_many",
              "the token has " + std::to_string(signers) + " signers, where one is allowed",
              kAdvice);
+        return;
+    }
+    if (together_ != nullptr && !together_->take_signature(signer_.get())) {
+        skip_as_too_costly(Check::signature);
         return;
     }
     CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};

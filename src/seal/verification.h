@@ -1,6 +1,7 @@
 // One verification: a stamp, what it is compared with, and the findings step by step.
 #pragma once
 
+#include <basalt/error_codes.h>
 #include <chronoseal/atl/cert_context.h>
 #include <chronoseal/chronoseal.hpp>
 #include <chronoseal/seal/chain_engine.h>
@@ -25,6 +26,12 @@ struct TrustInForce {
     ChainEngine engine;
     SunsetTable sunsets;
 };
+
+// The code of what wasn't looked at to the end: it is neither good nor bad.
+inline constexpr std::uint32_t kTooCostly = TRUST_E_SYSTEM_ERROR;
+
+// The word of what wasn't done because something before it wasn't.
+inline constexpr std::string_view kEarlierFailure = "earlier_failure";
 
 // What of a verification is left out.
 struct Leniency {
@@ -54,6 +61,7 @@ private:
     void skip(Check check, std::string_view word, std::string text, bool required);
     // `not_done` for all of these, because of that one.
     void skip_after(Check failed, std::initializer_list<Check> checks);
+    void skip_as_too_costly(Check check);
 
     bool has_signed_attribute(std::initializer_list<std::string_view> oids) const;
     void fail_attribute(Check check, std::string text);

@@ -42,7 +42,8 @@ constexpr std::size_t kAddressLimit = 200;
 
 bool is_revocation_code(std::uint32_t code) {
     return code == CRYPT_E_REVOKED || code == CERT_E_REVOKED ||
-           code == CRYPT_E_NO_REVOCATION_CHECK || code == CRYPT_E_REVOCATION_OFFLINE;
+           code == CRYPT_E_NO_REVOCATION_CHECK || code == CRYPT_E_REVOCATION_OFFLINE ||
+           code == kTooCostly;
 }
 
 // The codes of the policy that speak of the chain itself.
@@ -154,6 +155,10 @@ void Verification::check_chain(const ChainJudgement& judgement) {
         if (code == 0 && (judgement.trust_bits & fault.bit) != 0) {
             code = fault.code;
         }
+    }
+    if (code != 0 && judgement.code == kTooCostly) {
+        skip_as_too_costly(Check::chain); // of another path that may be the right one
+        return;
     }
     if (is_chain_code(judgement.code)) {
         code = judgement.code;

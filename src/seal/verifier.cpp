@@ -9,6 +9,15 @@
 
 namespace chronoseal {
 
+namespace {
+
+// What follows from nothing that has failed follows from something that is open.
+bool may_stay_open(const Finding& one) {
+    return one.check == Check::revocation || one.code == kTooCostly || one.word == kEarlierFailure;
+}
+
+} // namespace
+
 bool Verdict::good() const noexcept {
     return findings.size() == kChecks && std::ranges::none_of(findings, [](const Finding& one) {
                return one.outcome == Outcome::failed ||
@@ -20,7 +29,7 @@ bool Verdict::indeterminate() const noexcept {
     bool missing = false;
     for (const Finding& one : findings) {
         const bool open = one.outcome == Outcome::not_done && one.required;
-        if (one.outcome == Outcome::failed || (open && one.check != Check::revocation)) {
+        if (one.outcome == Outcome::failed || (open && !may_stay_open(one))) {
             return false;
         }
         missing |= open;
@@ -60,9 +69,9 @@ const Finding& Verdict::deciding() const {
 Error Verdict::error() const {
     return within_memory("tell of the verdict", [&] {
         const Finding& one = deciding();
-        const Category category = one.outcome == Outcome::failed   ? Category::refused
-                                  : one.check == Check::revocation ? Category::unreachable
-                                                                   : Category::misuse;
+        const Category category = one.outcome == Outcome::failed ? Category::refused
+                                  : may_stay_open(one)           ? Category::unreachable
+                                                                 : Category::misuse;
         return Error(category, one.word, one.code, one.text, one.advice);
     });
 }

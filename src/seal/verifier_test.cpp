@@ -2,6 +2,7 @@
 
 #include <chronoseal/seal/testing/seal_fixture.h>
 #include <chronoseal/seal/testing/status_statements.h>
+#include <chronoseal/seal/verification.h>
 
 namespace chronoseal::testing {
 namespace {
@@ -411,6 +412,40 @@ TEST_F(VerifierTest, WhatIsWeakIsRemarkedAndRefusedWhereThatIsWanted) {
     strict.strength = Strength::current;
     EXPECT_EQ(Verifier(strict).verify(stamp, bytes_of("data")).deciding().word, "strength_too_low");
     EXPECT_TRUE(Verifier(strict).verify(stamp_of({}), bytes_of("data")).good());
+}
+
+// Nothing is said to be bad for what other stamps of the file have cost.
+TEST_F(VerifierTest, WhatAFileCostsTooMuchCannotBeTold) {
+    const Stamp stamp = stamp_of({});
+    const TrustInForce in_force(trust());
+    const HashAlgorithm sha256 = HashAlgorithm::by_name("SHA-256");
+    Expected expected;
+    expected.digest = Digest::of(bytes_of("data"), sha256);
+    const SharedFetching file;
+    EXPECT_TRUE(Verification(in_force, stamp, expected, &file).run({}).good());
+    const std::string der = authority.signer_der();
+    PCCERT_CONTEXT signer =
+        CertCreateCertificateContext(X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()),
+                                     static_cast<DWORD>(der.size()));
+    ASSERT_NE(signer, nullptr);
+    unsigned left = 0;
+    while (left < 20'000 && file.take_signature(signer)) {
+        ++left;
+    }
+    CertFreeCertificateContext(signer);
+    EXPECT_GT(left, 1'000U);
+    EXPECT_LT(left, 20'000U);
+    const Verdict verdict = Verification(in_force, stamp, expected, &file).run({});
+    EXPECT_FALSE(verdict.good());
+    EXPECT_TRUE(verdict.indeterminate());
+    EXPECT_EQ(verdict.at(Check::imprint).outcome, Outcome::passed);
+    EXPECT_EQ(verdict.deciding().check, Check::signature);
+    EXPECT_EQ(verdict.deciding().word, "chain_too_costly");
+    EXPECT_EQ(verdict.error().category(), Category::unreachable);
+    expected.digest = Digest::of(bytes_of("other"), sha256);
+    EXPECT_FALSE(Verification(in_force, stamp, expected, &file).run({}).indeterminate())
+        << "what is bad is bad all the same";
+    EXPECT_TRUE(verify(stamp).good()) << "nor for one that stands alone";
 }
 
 TEST_F(VerifierTest, OneVerifierServesManyThreads) {

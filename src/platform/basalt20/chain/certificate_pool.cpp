@@ -93,7 +93,7 @@ PoolCertificate& CertificatePool::place(std::shared_ptr<CertificateItem> item) {
     const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
     settle(key);
     PoolCertificate* known = find(key, *item);
-    return known != nullptr ? *known : insert(key, {std::move(item), PoolSource::machine});
+    return known != nullptr ? *known : insert(key, {std::move(item), PoolSource::given});
 }
 
 PoolCertificate& CertificatePool::start(std::shared_ptr<CertificateItem> item) {
@@ -192,13 +192,17 @@ std::vector<PoolCertificate*> CertificatePool::by_subject(Bytes subject) {
     return found;
 }
 
-bool CertificatePool::prepare(PoolCertificate& certificate) {
+bool CertificatePool::is_full() const {
+    return prepared_from_given_ >= kMaxPreparedFromGiven;
+}
+
+Prepared CertificatePool::prepare(PoolCertificate& certificate, Budget& budget) {
     if (certificate.entry || certificate.left_out) {
-        return !certificate.left_out;
+        return certificate.left_out ? Prepared::no : Prepared::yes;
     }
-    if (certificate.source == PoolSource::given) {
-        if (prepared_from_given_ >= kMaxPreparedFromGiven) {
-            return false;
+    if (!certificate.is_own()) {
+        if (is_full() || !budget.take_reading(certificate.info().SubjectPublicKeyInfo)) {
+            return Prepared::refused;
         }
         ++prepared_from_given_;
     }
@@ -209,7 +213,7 @@ bool CertificatePool::prepare(PoolCertificate& certificate) {
     } catch (const Fault&) {
         certificate.left_out = true; // one that OpenSSL can't read is no candidate
     }
-    return !certificate.left_out;
+    return certificate.left_out ? Prepared::no : Prepared::yes;
 }
 
 } // namespace basalt

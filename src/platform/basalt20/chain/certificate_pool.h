@@ -1,13 +1,15 @@
 // What the search for paths may choose from: each certificate once, found by subject and taken
 // apart only when it is tried. Anchors are marked. Certificates that nobody honest makes are left
 // out: over 64 KiB, names over 4 KiB, keys over 8192 bits, RSA exponents over 64; and of what came
-// with the question a hundred at most are tried. One object a session, for one thread; a
-// certificate that can't be read is no candidate, nothing fails but for lack of memory.
+// with the question a hundred at most are tried, so that whoever asks puts the likeliest first. One
+// object a session, for one thread; a certificate that can't be read is no candidate, nothing fails
+// but for lack of memory.
 #pragma once
 
 #include <basalt/chain/trust_anchors.h>
 #include <basalt/coding/file_ticks.h>
 #include <basalt/coding/openssl_owner.h>
+#include <basalt/revocation/budget.h>
 #include <basalt/revocation/signer_paths.h>
 
 #include <deque>
@@ -16,6 +18,12 @@
 namespace basalt {
 
 enum class PoolSource { machine, given };
+
+enum class Prepared {
+    yes,
+    no,     // it can't be used
+    refused // too many have been tried: nothing is known of it
+};
 
 struct PoolCertificate {
     std::shared_ptr<CertificateItem> item;
@@ -37,6 +45,8 @@ struct PoolCertificate {
     Bytes subject() const;
     Bytes issuer() const;
     Bytes key_bits() const;
+    // Nobody could have put it into a stamp's bag to mislead.
+    bool is_own() const { return is_anchor || source == PoolSource::machine; }
     // With its algorithm and parameters: under others the same bits are another key.
     bool has_key_of(const PoolCertificate& other) const;
     bool is_valid_at(FileTicks at) const;
@@ -63,8 +73,11 @@ public:
     // All with that subject. Those with `entry` null haven't been tried yet: see prepare.
     std::vector<PoolCertificate*> by_subject(Bytes subject);
 
-    // Makes `entry`. False when the certificate can't be used or too many have been tried.
-    bool prepare(PoolCertificate& certificate);
+    // Makes `entry`.
+    Prepared prepare(PoolCertificate& certificate, Budget& budget);
+
+    // No more of what came with the question is prepared.
+    bool is_full() const;
 
     std::size_t prepared_from_given() const { return prepared_from_given_; }
 

@@ -3,9 +3,11 @@
 
 #include <basalt/chain/chain_context.h>
 #include <basalt/chain/chain_engine.h>
+#include <basalt/chain/chain_errors.h>
 #include <basalt/chain/fetching_handle.h>
 #include <basalt/chain/trust_anchors.h>
 #include <basalt/revocation/revocation_mode.h>
+#include <basalt/store/record.h>
 
 using namespace basalt;
 
@@ -85,6 +87,20 @@ BOOL BasaltCreateFetching(HBASALT_FETCHING* phFetching) {
 
 void BasaltFreeFetching(HBASALT_FETCHING hFetching) {
     free_fetching(hFetching);
+}
+
+BOOL BasaltTakeSignature(HBASALT_FETCHING hFetching, PCCERT_CONTEXT pCertContext) {
+    return guarded(FALSE, [&] {
+        require(pCertContext != nullptr);
+        const std::shared_ptr<Fetching> fetching = fetching_of(hFetching);
+        require(fetching != nullptr, ERROR_INVALID_HANDLE);
+        const CertificateBody& body = CertificateRecord::of(pCertContext).body();
+        require(fetching->take_work(reading_cost(body.info().SubjectPublicKeyInfo)), kTooCostly);
+        const std::shared_ptr<const X509Entry> entry = body.x509();
+        require(entry->key != nullptr, NTE_BAD_PUBLIC_KEY);
+        require(fetching->take_work(signature_cost(entry->key->get())), kTooCostly);
+        return TRUE;
+    });
 }
 
 PCCERT_CHAIN_CONTEXT CertDuplicateCertificateChain(PCCERT_CHAIN_CONTEXT pChainContext) {

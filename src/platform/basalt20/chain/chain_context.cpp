@@ -211,6 +211,11 @@ void Chain::fill_records() {
         simple_.TrustStatus.dwInfoStatus |=
             records_[i].element.TrustStatus.dwInfoStatus & BASALT_TRUST_HAS_AGED_STRENGTH;
     }
+    if (judgement_.cut_short) {
+        simple_.TrustStatus.dwErrorStatus |= judgement_.ends_in_anchor
+                                                 ? CERT_TRUST_REVOCATION_STATUS_UNKNOWN
+                                                 : CERT_TRUST_IS_PARTIAL_CHAIN;
+    }
     simple_.cbSize = sizeof simple_;
     simple_.cElement = static_cast<DWORD>(element_pointers_.size());
     simple_.rgpElement = element_pointers_.data();

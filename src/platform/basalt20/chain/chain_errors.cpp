@@ -83,6 +83,9 @@ DWORD policy_code_of(int x509_error) {
 }
 
 DWORD code_of_unknown(UnknownCause cause) {
+    if (cause == UnknownCause::exhausted) {
+        return kTooCostly;
+    }
     return cause == UnknownCause::no_source || cause == UnknownCause::not_covered
                ? CRYPT_E_NO_REVOCATION_CHECK
                : CRYPT_E_REVOCATION_OFFLINE;

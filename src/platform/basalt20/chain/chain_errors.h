@@ -2,10 +2,14 @@
 // policy's verdict.
 #pragma once
 
+#include <basalt/error_codes.h>
 #include <basalt/revocation/status_check.h>
 #include <basalt/types.h>
 
 namespace basalt {
+
+// More lay at hand than may be looked at: nothing is known to be good, nor to be bad.
+inline constexpr DWORD kTooCostly = TRUST_E_SYSTEM_ERROR;
 
 DWORD trust_bit_of(int x509_error);
 
@@ -13,7 +17,8 @@ DWORD trust_bit_of(int x509_error);
 DWORD policy_code_of(int x509_error);
 
 // Why nothing is known of a certificate's revocation: CRYPT_E_NO_REVOCATION_CHECK when there is
-// nothing to ask, or what was said doesn't cover every reason; else CRYPT_E_REVOCATION_OFFLINE.
+// nothing to ask, or what was said doesn't cover every reason; kTooCostly when not all that lay at
+// hand could be looked at; else CRYPT_E_REVOCATION_OFFLINE.
 DWORD code_of_unknown(UnknownCause cause);
 
 } // namespace basalt

@@ -106,6 +106,48 @@ TEST_F(ChainFetchTest, ChainsThatShareTheirFetchingAskOnceForWhatFails) {
     EXPECT_FALSE(BasaltCreateFetching(nullptr));
 }
 
+// The authority's key is one of the dearest there are.
+TEST_F(ChainFetchTest, ChainsThatShareTheirFetchingShareTheWork) {
+    const EvpKey dear(EVP_EC_gen("sect571r1"));
+    CertificateSpec spec{"dear", root_.get(), kAuthority};
+    spec.key = dear.get();
+    const auto authority = make_party(spec);
+    const auto stamper = make_party({"stamper", authority.get(), kStamper});
+    const Given given{encoded(stamper.get()),
+                      {encoded(authority.get())},
+                      {make_list({root_.get(), -1, 100}), make_list({authority.get(), -1, 100})}};
+    const EngineReference engine = make_engine(setting_);
+    HBASALT_FETCHING shared = nullptr;
+    ASSERT_TRUE(BasaltCreateFetching(&shared));
+    const auto verdict = [&] {
+        BASALT_FETCHING_CHAIN_PARA para{};
+        para.Base.Base.cbSize = sizeof para;
+        para.hFetching = shared;
+        PCCERT_CHAIN_CONTEXT chain = nullptr;
+        EXPECT_TRUE(CertGetCertificateChain(engine.get(), context_of(given.end).get(), nullptr,
+                                            store_of(given.bag, given.lists).get(), &para.Base.Base,
+                                            CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT, nullptr,
+                                            &chain));
+        return stamp_verdict(ChainReference(chain));
+    };
+    EXPECT_EQ(verdict(), 0u);
+    const CertificateReference signer = context_of(encoded(authority.get()));
+    unsigned signatures = 0;
+    while (BasaltTakeSignature(shared, signer.get()) && signatures < 10'000) {
+        ++signatures;
+    }
+    EXPECT_EQ(GetLastError(), TRUST_E_SYSTEM_ERROR);
+    EXPECT_GE(signatures, 150u);
+    EXPECT_LE(signatures, 250u) << "some 1.5 seconds of six milliseconds";
+    EXPECT_EQ(verdict(), TRUST_E_SYSTEM_ERROR) << "neither good nor bad";
+    BasaltFreeFetching(shared);
+    shared = nullptr;
+    EXPECT_EQ(verdict(), 0u) << "one that stands alone";
+    EXPECT_FALSE(BasaltTakeSignature(shared, signer.get()));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_FALSE(BasaltTakeSignature(shared, nullptr));
+}
+
 // One engine, one cache folder, one cache of prepared certificates, and one chain that several
 // threads judge: each gets its own right verdict.
 TEST_F(ChainFetchTest, ManyThreadsShareAnEngineAChainAndTheCaches) {

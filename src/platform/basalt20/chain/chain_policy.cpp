@@ -17,15 +17,19 @@ struct Verdict {
     bool good() const { return code == 0; }
 };
 
-// Of constraints, strength, signatures and issuers.
+// Of constraints, strength, signatures and issuers. What wasn't looked at to the end isn't told.
 Verdict structure_verdict(const Judgement& judgement) {
+    if (judgement.cut_short) {
+        return {kTooCostly, -1};
+    }
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
         const std::vector<int>& errors = judgement.elements[i].errors;
         if (!errors.empty()) {
             return {policy_code_of(errors.front()), static_cast<LONG>(i)};
         }
     }
-    return judgement.ends_in_anchor ? Verdict{} : Verdict{CERT_E_CHAINING, -1};
+    const bool is_whole = judgement.ends_in_anchor && judgement.judged_to > JudgedTo::structure;
+    return is_whole ? Verdict{} : Verdict{CERT_E_CHAINING, -1};
 }
 
 Verdict first_of(const Judgement& judgement, bool JudgedElement::*fault, DWORD code) {

@@ -1,11 +1,13 @@
 #include <basalt/chain/chain_session.h>
 
 #include <basalt/certificate/body_cache.h>
+#include <basalt/chain/issuer_rank.h>
 #include <basalt/chain/name_key.h>
 
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace basalt {
 
@@ -64,7 +66,7 @@ bool all_pass(const Judgement& judgement) {
 
 bool any_revoked(const Judgement& judgement) {
     return any_wrong(judgement, [](const JudgedElement& e) {
-        return e.status && e.status->standing == Standing::revoked;
+        return e.key_is_compromised || (e.status && e.status->standing == Standing::revoked);
     });
 }
 
@@ -109,37 +111,65 @@ ChainSession::ChainSession(ChainSettings settings, SessionRequest request)
 
 ChainSession::~ChainSession() = default;
 
-std::vector<CertificateEntry> ChainSession::named(const X509_NAME* subject) {
-    std::vector<CertificateEntry> found;
-    for (PoolCertificate* certificate : pool_.by_subject(bytes_of(subject))) {
-        if (pool_.prepare(*certificate)) {
-            found.push_back(certificate->entry);
-        }
+// Those of the system stores among them: who signs lists needn't be on the way to an anchor.
+NamedCertificates ChainSession::named(const X509_NAME* subject, Bytes authority_key_identifier) {
+    add_system_stores();
+    std::vector<PoolCertificate*> candidates = pool_.by_subject(bytes_of(subject));
+    NamedCertificates named;
+    if (pool_.is_full()) { // of thousands it isn't asked again which is likelier
+        named.complete = std::erase_if(candidates, [](const PoolCertificate* c) {
+                             return !c->entry && !c->left_out && !c->is_own();
+                         }) == 0;
     }
-    return found;
+    put_likeliest_first(candidates, wanted_key(authority_key_identifier), now());
+    for (PoolCertificate* certificate : candidates) {
+        const Prepared prepared = pool_.prepare(*certificate, budget_);
+        if (prepared == Prepared::yes) {
+            named.found.push_back({certificate->entry, certificate->is_own()});
+        }
+        named.complete = named.complete && prepared != Prepared::refused;
+    }
+    return named;
 }
 
-bool ChainSession::any_path(const CertificateEntry& signer, const CertificateEntry& anchor,
-                            FileTicks at, const PathJudge& judge) {
-    PathSearch search(pool_, budget_, counts_, at);
-    return search.run(pool_.start(signer), [&](const Path& path) {
-        const auto is_weak = [&](Strength strength) {
-            return !passes(strength, settings_.strength);
-        };
-        const auto is_late = [&](const PoolCertificate* c) { return !c->is_valid_at(at); };
-        const std::vector<Strength> found_strengths = strengths(path);
-        const PathErrors& errors = structure_of(path);
-        const bool good =
-            path.back()->entry == anchor && std::none_of(path.begin(), path.end() - 1, is_late) &&
-            std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
-            std::all_of(errors.begin(), errors.end(), [](const auto& e) { return e.empty(); });
-        if (!good) {
+bool ChainSession::is_good_for_evidence(const Path& path, const EvidenceMaker& maker) {
+    const auto is_weak = [&](Strength strength) { return !passes(strength, settings_.strength); };
+    const auto is_late = [&](const PoolCertificate* c) { return !c->is_valid_at(maker.at); };
+    const std::vector<Strength> found_strengths = strengths(path);
+    const PathErrors& errors = structure_of(path);
+    return path.back()->entry == maker.anchor &&
+           std::none_of(path.begin(), path.end() - 1, is_late) &&
+           std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
+           std::all_of(errors.begin(), errors.end(), [](const auto& e) { return e.empty(); });
+}
+
+// What isn't foreign is looked for among one's own certificates first, which no foreign ones can
+// bury: neither steps nor paths nor signatures are shared with them.
+PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& judge) {
+    std::set<Path> refused;
+    const auto takes = [&](const Path& path) {
+        if (!refused.insert(path).second || !is_good_for_evidence(path, maker)) {
             return false;
         }
         CertificatePath entries = entries_of(path);
-        entries.front() = signer;
+        entries.front() = maker.signer;
         return judge(entries);
-    });
+    };
+    PoolCertificate& start = pool_.start(maker.signer);
+    bool cut_short = false;
+    SearchCounts own_counts;
+    if (maker.own) {
+        PathSearch search(pool_, budget_, own_counts, maker.at, SearchAmong::own);
+        if (search.run(start, takes)) {
+            return PathFound::taken;
+        }
+        cut_short = search.was_cut_short();
+    }
+    PathSearch search(pool_, budget_, counts_, maker.at);
+    if (search.run(start, takes)) {
+        return PathFound::taken;
+    }
+    return cut_short || search.was_cut_short() ? PathFound::untold : PathFound::none;
 }
 
 Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
@@ -150,8 +180,10 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     candidates_.clear();
     best_refused_.reset();
     open_.clear();
+    cut_short_ = false;
+    const bool had_system_stores = system_stores_added_;
     std::optional<Judgement> found = search(question);
-    if (!found && !system_stores_added_) {
+    if (!found && !had_system_stores) {
         // The folders of the system stores are read only when the rest doesn't do.
         add_system_stores();
         found = search(question);
@@ -171,6 +203,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     }
     if (!found) {
         found = best_refused_ ? std::move(best_refused_) : incomplete(question);
+        found->cut_short = cut_short_ && !any_revoked(*found);
     }
     keep_prepared(*found);
     return std::move(*found);
@@ -179,10 +212,12 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
 std::optional<Judgement> ChainSession::search(const Question& question) {
     PathSearch search(pool_, budget_, counts_, question.at);
     const bool asks_of_keys = request_.revocation != RevocationScope::none;
-    search.run(end_, [&](const Path& path) {
+    const bool taken = search.run(end_, [&](const Path& path) {
         // Another path through the same keys may have something to tell of them.
-        return consider(path, question) && !(asks_of_keys && search.may_have_another());
+        const bool may_have_another = asks_of_keys && search.may_have_another();
+        return consider(path, question, may_have_another) && !may_have_another;
     });
+    cut_short_ = cut_short_ || (search.was_cut_short() && !taken);
     reached_anchor_ =
         search.reached_anchor() || best_refused_ || !open_.empty() || !candidates_.empty();
     longest_ = search.longest();
@@ -194,7 +229,7 @@ std::optional<Judgement> ChainSession::search(const Question& question) {
 std::optional<Judgement> ChainSession::take_candidate() {
     std::optional<Judgement> taken;
     for (Judgement& candidate : candidates_) {
-        if (!mark_compromised_keys(candidate)) {
+        if (!mark_compromised_keys(candidate) && !(candidate.may_have_another && cut_short_)) {
             taken = std::move(candidate);
             break;
         }
@@ -211,12 +246,13 @@ void ChainSession::refuse(Judgement judgement) {
     }
 }
 
-bool ChainSession::consider(const Path& path, const Question& question) {
+bool ChainSession::consider(const Path& path, const Question& question, bool may_have_another) {
     if (!considered_.insert(path).second) {
         --counts_.judged_paths; // judged by an earlier search
         return false;
     }
     Judgement judgement = judge_path(path, question);
+    judgement.may_have_another = may_have_another;
     if (judgement.judged_to == JudgedTo::revocation) {
         judge_revocation(judgement, question, false);
         if (request_.may_fetch && any_open(judgement) && !any_revoked(judgement)) {
@@ -334,9 +370,10 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
         if (budget_.take_fetching_path()) {
             judge_revocation(judgement, question, true);
         }
-        if (judgement.good()) {
+        if (judgement.good() && !(judgement.may_have_another && cut_short_)) {
             return std::move(judgement);
         }
+        judgement.judged_to = JudgedTo::revocation;
         refuse(std::move(judgement));
     }
     open_.clear();
@@ -347,7 +384,7 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
 Judgement ChainSession::incomplete(const Question& question) {
     Path path = longest_;
     bool by_names = false;
-    if (!is_self_signed(*path.back())) {
+    if (!is_self_signed(*path.back()) && !cut_short_) {
         PathSearch search(pool_, budget_, counts_, question.at);
         by_names = search.run_by_names(end_, [&](const Path& found) {
             path = found;
@@ -357,22 +394,24 @@ Judgement ChainSession::incomplete(const Question& question) {
     Judgement judgement = judge_path(path, question);
     judgement.judged_to = JudgedTo::structure;
     for (std::size_t i = 0; by_names && i + 1 < path.size(); ++i) {
-        if (!is_signed_by(pool_, budget_, *path[i], *path[i + 1])) {
+        const SignedBy is_signed = is_signed_by(pool_, budget_, *path[i], *path[i + 1]);
+        cut_short_ = cut_short_ || is_signed == SignedBy::untold;
+        if (is_signed == SignedBy::no) {
             std::vector<int>& errors = judgement.elements[i].errors;
             errors.insert(errors.begin(), X509_V_ERR_CERT_SIGNATURE_FAILURE);
         }
     }
     if (!judgement.ends_in_anchor) {
         judgement.elements.back().errors.push_back(
-            is_self_signed(*path.back()) ? X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN
-                                         : X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY);
+            is_self_signed(*path.back()) && !cut_short_
+                ? X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN
+                : X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY);
     }
     return judgement;
 }
 
 void ChainSession::add_system_stores() {
-    system_stores_added_ = true;
-    if (!settings_.uses_system_stores) {
+    if (std::exchange(system_stores_added_, true) || !settings_.uses_system_stores) {
         return;
     }
     if (!authorities_) {

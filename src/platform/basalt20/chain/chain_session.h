@@ -43,6 +43,10 @@ struct Judgement {
     std::vector<JudgedElement> elements; // never empty
     bool ends_in_anchor = false;
     JudgedTo judged_to = JudgedTo::structure;
+    // More lay at hand than could be looked at: there may be another path, or something that
+    // another certificate of one of these keys has to tell. Never of a good one.
+    bool cut_short = false;
+    bool may_have_another = false; // through the same keys
 
     bool good() const { return judged_to == JudgedTo::good; }
 };
@@ -74,9 +78,9 @@ private:
         const UsageQuestion& usage;
     };
 
-    std::vector<CertificateEntry> named(const X509_NAME* subject) override;
-    bool any_path(const CertificateEntry& signer, const CertificateEntry& anchor, FileTicks at,
-                  const PathJudge& judge) override;
+    NamedCertificates named(const X509_NAME* subject, Bytes authority_key_identifier) override;
+    PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) override;
+    bool is_good_for_evidence(const Path& path, const EvidenceMaker& maker);
 
     // A certificate's key, and the key of the anchor under which a statement was made about it.
     using KeyUnderAnchor = std::pair<Bytes, Bytes>;
@@ -84,7 +88,7 @@ private:
     std::optional<Judgement> search(const Question& question);
     std::optional<Judgement> take_candidate();
     void refuse(Judgement judgement);
-    bool consider(const Path& path, const Question& question);
+    bool consider(const Path& path, const Question& question, bool may_have_another);
     Judgement judge_path(const Path& path, const Question& question);
     const PathErrors& structure_of(const Path& path);
     void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
@@ -123,6 +127,7 @@ private:
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched
     bool reached_anchor_ = false;
+    bool cut_short_ = false;
     Path longest_;
     std::vector<PoolCertificate*> dead_ends_;
 };

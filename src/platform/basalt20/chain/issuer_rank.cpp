@@ -65,8 +65,9 @@ KeyMatch key_match(const WantedKey& wanted, const CERT_INFO& issuer) {
 // Smaller is tried earlier; the digest settles the rest, so that no order of a bag shows.
 auto rank_of(const WantedKey& wanted, const PoolCertificate& issuer, FileTicks at) {
     const CERT_INFO& info = issuer.info();
-    return std::tuple(!issuer.is_anchor, key_match(wanted, info), !issuer.is_valid_at(at),
-                      !is_ca(info), same_bytes(issuer.subject(), issuer.issuer()), issuer.digest());
+    return std::tuple(!issuer.is_anchor, !issuer.is_own(), key_match(wanted, info),
+                      !issuer.is_valid_at(at), !is_ca(info),
+                      same_bytes(issuer.subject(), issuer.issuer()), issuer.digest());
 }
 
 } // namespace

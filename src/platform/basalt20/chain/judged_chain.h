@@ -70,16 +70,22 @@ struct Setting {
     DWORD strength = BASALT_STRENGTH_FLOOR;
     DWORD flags = 0;
     FileTicks now = ticks_at(0);
+    std::vector<std::string> own{}; // certificates of the machine and its user
+    std::vector<std::string> own_lists{};
 };
 
 inline EngineReference make_engine(const Setting& setting) {
     const StoreReference anchors = store_of(setting.anchors);
     const StoreReference nothing = store_of({});
+    const StoreReference own = store_of(setting.own, setting.own_lists);
+    HCERTSTORE additional = own.get();
     const FILETIME now = file_time_of(setting.now);
     BASALT_CHAIN_ENGINE_CONFIG config{};
     config.Base.cbSize = sizeof config;
     config.Base.hExclusiveRoot = anchors.get();
     config.Base.hRestrictedOther = nothing.get();
+    config.Base.cAdditionalStore = 1;
+    config.Base.rghAdditionalStore = &additional;
     config.Base.dwFlags = setting.flags;
     config.dwRevocationMode = setting.revocation;
     config.dwStrength = setting.strength;

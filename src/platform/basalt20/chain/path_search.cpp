@@ -35,30 +35,34 @@ bool is_self_signed(const PoolCertificate& certificate) {
     return (X509_get_extension_flags(certificate.openssl()) & EXFLAG_SS) != 0;
 }
 
-bool is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,
-                  PoolCertificate& issuer) {
-    if (!pool.prepare(certificate) || !pool.prepare(issuer)) {
-        return false;
+SignedBy is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,
+                      PoolCertificate& issuer) {
+    for (PoolCertificate* each : {&certificate, &issuer}) {
+        if (const Prepared prepared = pool.prepare(*each, budget); prepared != Prepared::yes) {
+            return prepared == Prepared::no ? SignedBy::no : SignedBy::untold;
+        }
     }
     if (certificate.entry->verified_by.contains(issuer.entry)) {
-        return true;
+        return SignedBy::yes;
     }
     for (const auto& [tried, good] : certificate.tried_keys) {
         if (tried->has_key_of(issuer)) {
-            return good;
+            return good ? SignedBy::yes : SignedBy::no;
         }
     }
     EVP_PKEY* key = issuer.entry->key->get();
-    if (!key_fits_signature(certificate.openssl(), key) ||
-        !budget.take_certificate_signature(key)) {
-        return false;
+    if (!key_fits_signature(certificate.openssl(), key)) {
+        return SignedBy::no;
+    }
+    if (!budget.take_certificate_signature(key, certificate.is_own() && issuer.is_own())) {
+        return SignedBy::untold;
     }
     const bool good = is_signed_with(*certificate.entry, key);
     certificate.tried_keys.emplace_back(&issuer, good);
     if (good) {
         certificate.entry->verified_by.add(issuer.entry);
     }
-    return good;
+    return good ? SignedBy::yes : SignedBy::no;
 }
 
 bool PathSearch::run(PoolCertificate& start, const Judge& judge) {
@@ -101,15 +105,14 @@ bool PathSearch::climb() {
     // An anchor that was refused may have another above it.
     bool found_issuer = false;
     for (PoolCertificate* issuer : ranked_issuers(top)) {
-        if (path_.size() >= kMaxPathLength || counts_.steps >= budget_.limits().steps) {
-            break;
-        }
         if (is_on_path(*issuer)) {
             continue;
         }
+        if (!may_step()) {
+            break;
+        }
         ++counts_.steps;
-        const bool goes_on =
-            by_names_ ? pool_.prepare(*issuer) : is_signed_by(pool_, budget_, top, *issuer);
+        const bool goes_on = leads_to(top, *issuer);
         found_issuer = found_issuer || goes_on;
         if (goes_on && !is_dead(*issuer) && climb_to(*issuer)) {
             return true;
@@ -125,6 +128,21 @@ bool PathSearch::climb() {
     return false;
 }
 
+bool PathSearch::may_step() {
+    const bool has_steps = counts_.steps < budget_.limits().steps;
+    cut_short_ = cut_short_ || !has_steps;
+    return has_steps && path_.size() < kMaxPathLength;
+}
+
+bool PathSearch::leads_to(PoolCertificate& top, PoolCertificate& issuer) {
+    if (by_names_) {
+        return pool_.prepare(issuer, budget_) == Prepared::yes;
+    }
+    const SignedBy is_signed = is_signed_by(pool_, budget_, top, issuer);
+    cut_short_ = cut_short_ || is_signed == SignedBy::untold;
+    return is_signed == SignedBy::yes;
+}
+
 bool PathSearch::climb_to(PoolCertificate& issuer) {
     path_.push_back(&issuer);
     const bool taken = climb();
@@ -135,6 +153,7 @@ bool PathSearch::climb_to(PoolCertificate& issuer) {
 bool PathSearch::offer() {
     if (counts_.judged_paths >= budget_.limits().judged_paths) {
         counts_.steps = budget_.limits().steps; // there is no use in going on
+        cut_short_ = true;
         return false;
     }
     ++counts_.judged_paths;
@@ -171,6 +190,9 @@ std::vector<PoolCertificate*> PathSearch::ranked_issuers(PoolCertificate& child)
         return entry->second;
     }
     std::vector<PoolCertificate*> issuers = pool_.by_subject(child.issuer());
+    if (among_ == SearchAmong::own) {
+        std::erase_if(issuers, [](const PoolCertificate* issuer) { return !issuer->is_own(); });
+    }
     if (issuers.size() > 1) {
         put_likeliest_first(issuers, wanted_key(child.info()), at_);
     }

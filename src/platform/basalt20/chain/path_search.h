@@ -1,7 +1,8 @@
 // The search for paths from a certificate to anchors: depth first, the likeliest issuer first, by
 // good signatures. It knows nothing of constraints, time or revocation: each whole path goes to a
 // judge, and the first that is taken ends the search. The order in which certificates lie in the
-// pool decides nothing. Bounded by the budget of signatures and by steps.
+// pool decides nothing. Bounded by the budget of signatures and by steps; a search that ends for
+// these says so, and that it took no path means nothing then.
 #pragma once
 
 #include <basalt/chain/certificate_pool.h>
@@ -21,14 +22,20 @@ struct SearchCounts {
     unsigned judged_paths = 0;
 };
 
+enum class SearchAmong {
+    all,
+    own // beside the start, nothing but anchors and what is the machine's and its user's
+};
+
 class PathSearch {
 public:
     // True takes the path.
     using Judge = std::function<bool(const Path&)>;
 
     // `at` only ranks. All arguments must outlive the search.
-    PathSearch(CertificatePool& pool, Budget& budget, SearchCounts& counts, FileTicks at)
-        : pool_(pool), budget_(budget), counts_(counts), at_(at) {}
+    PathSearch(CertificatePool& pool, Budget& budget, SearchCounts& counts, FileTicks at,
+               SearchAmong among = SearchAmong::all)
+        : pool_(pool), budget_(budget), counts_(counts), at_(at), among_(among) {}
 
     // Offers the paths from `start` to anchors.
     bool run(PoolCertificate& start, const Judge& judge);
@@ -43,6 +50,9 @@ public:
 
     bool reached_anchor() const { return reached_anchor_; }
 
+    // Some way wasn't gone for want of signatures, steps or judged paths.
+    bool was_cut_short() const { return cut_short_; }
+
     // When no anchor was reached: the longest way up, to an unknown root if there is one.
     const Path& longest() const { return longest_; }
 
@@ -51,6 +61,8 @@ public:
 
 private:
     bool climb();
+    bool may_step();
+    bool leads_to(PoolCertificate& top, PoolCertificate& issuer);
     bool climb_to(PoolCertificate& issuer);
     bool offer();
     void note_end();
@@ -62,7 +74,9 @@ private:
     Budget& budget_;
     SearchCounts& counts_;
     FileTicks at_;
+    SearchAmong among_;
     const Judge* judge_ = nullptr;
+    bool cut_short_ = false;
     bool by_names_ = false;
     bool reached_anchor_ = false;
     Path path_;
@@ -72,10 +86,16 @@ private:
     std::unordered_map<const PoolCertificate*, std::vector<PoolCertificate*>> issuers_;
 };
 
-// Whether the issuer's key made the certificate's signature. Remembered for each key. False, too,
-// when the budget is used up, which isn't remembered.
-bool is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,
-                  PoolCertificate& issuer);
+enum class SignedBy {
+    yes,
+    no,
+    untold // the budget is used up
+};
+
+// Whether the issuer's key made the certificate's signature. Remembered for each key, if it was
+// told.
+SignedBy is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,
+                      PoolCertificate& issuer);
 
 // As the certificate itself tells: same names, and a key identifier that doesn't contradict.
 bool is_self_signed(const PoolCertificate& certificate);

@@ -36,7 +36,7 @@ bool EvidenceSignatures::look_up(const void* object, const X509_ALGOR* algorithm
         return known->second;
     }
     if (!budget_.take_evidence_signature(key, given)) {
-        exhausted_ = true;
+        note_left_out();
         return false;
     }
     const bool good = check(key);

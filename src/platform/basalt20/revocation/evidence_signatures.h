@@ -17,15 +17,16 @@ class EvidenceSignatures {
 public:
     explicit EvidenceSignatures(Budget& budget) : budget_(budget) {}
 
-    // `given`: the object came with the question, and isn't of the cache or the network.
+    // `given`: the object or the signer's certificate came with the question, and isn't the user's
+    // own, or of the cache or the network.
     bool good(const CrlFacts& list, const X509Entry& signer, StrengthLevel level, bool given);
     bool good(const OcspFacts& answer, const X509Entry& signer, StrengthLevel level, bool given);
     bool good(const X509Entry& certificate, const X509Entry& issuer, StrengthLevel level,
               bool given);
 
-    // True when a check was left out for lack of budget, here or by whoever says so.
-    bool exhausted() const { return exhausted_; }
-    void set_exhausted() { exhausted_ = true; }
+    // How often something was left out for lack of budget, here or by whoever says so.
+    unsigned left_out() const { return left_out_; }
+    void note_left_out() { ++left_out_; }
 
 private:
     // The verdict of before, or that of `check` if the key fits and the budget allows it.
@@ -35,7 +36,7 @@ private:
 
     Budget& budget_;
     std::map<std::pair<const void*, const X509Entry*>, bool> known_;
-    bool exhausted_ = false;
+    unsigned left_out_ = 0;
 };
 
 } // namespace basalt

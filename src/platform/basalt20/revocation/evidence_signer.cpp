@@ -64,9 +64,11 @@ bool EvidenceSigner::is_above(const X509Entry& certificate) const {
                        [&](const CertificateEntry& entry) { return same(*entry, certificate); });
 }
 
-bool EvidenceSigner::has_signed_list(const EvidenceItem& item, const X509Entry& signer) {
+bool EvidenceSigner::has_signed_list(const EvidenceItem& item, const X509Entry& signer,
+                                     bool foreign_signer) {
     return has_subject(signer, item.list->issuer()) && may_sign_lists(signer) &&
-           session_.signatures.good(*item.list, signer, question_.strength, item.given());
+           session_.signatures.good(*item.list, signer, question_.strength,
+                                    item.given() || foreign_signer);
 }
 
 // A certificate that the authority has issued to a responder for just that.
@@ -86,8 +88,9 @@ CertificateEntry EvidenceSigner::prepared(const CertificateBody& responder, bool
     if (known != session_.responders.end()) {
         return known->second;
     }
-    if (!session_.budget.take_responder(given)) {
-        session_.signatures.set_exhausted();
+    if (!session_.budget.take_responder(given) ||
+        !session_.budget.take_reading(responder.info().SubjectPublicKeyInfo)) {
+        session_.signatures.note_left_out();
         return nullptr;
     }
     CertificateEntry entry;
@@ -141,18 +144,28 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
     if (!item.list) {
         return false;
     }
-    for (const CertificateEntry& other : session_.paths.named(item.list->issuer())) {
+    const std::string& key = item.list->key_identifier_bytes;
+    const NamedCertificates others = session_.paths.named(
+        item.list->issuer(), {reinterpret_cast<const BYTE*>(key.data()), key.size()});
+    bool untold = !others.complete;
+    for (const auto& [other, own] : others.found) {
         // Nobody signs lists by the way: authorities say so in so many words (RFC 5280, 4.2.1.3).
         if ((X509_get_extension_flags(other->certificate.get()) & EXFLAG_KUSAGE) == 0 ||
-            is_above(*other) || session_.is_under_way(*other) || !has_signed_list(item, *other)) {
+            is_above(*other) || session_.is_under_way(*other) ||
+            !has_signed_list(item, *other, !own)) {
             continue;
         }
         const FileTicks at = moment_of(item);
-        if (session_.paths.any_path(other, path_.back(), at, [&](CertificatePathView path) {
-                return is_in_good_standing(item, path, at);
-            })) {
+        const PathFound found = session_.paths.any_path(
+            {other, path_.back(), at, !item.given()},
+            [&](CertificatePathView path) { return is_in_good_standing(item, path, at); });
+        if (found == PathFound::taken) {
             return true;
         }
+        untold = untold || found == PathFound::untold;
+    }
+    if (untold) {
+        session_.signatures.note_left_out();
     }
     return false;
 }

@@ -23,7 +23,9 @@ public:
     bool is_beside_path(const EvidenceItem& item);
 
 private:
-    bool has_signed_list(const EvidenceItem& item, const X509Entry& signer);
+    // `foreign_signer`: the signer's certificate came with the question.
+    bool has_signed_list(const EvidenceItem& item, const X509Entry& signer,
+                         bool foreign_signer = false);
     bool has_signed_answer(const EvidenceItem& item);
     bool is_delegate(const EvidenceItem& item, const X509Entry& responder);
     CertificateEntry prepared(const CertificateBody& responder, bool given);

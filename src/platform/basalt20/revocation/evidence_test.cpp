@@ -759,13 +759,13 @@ TEST_F(EvidenceTest, LikeNamedCertificatesAreNotTriedOnEveryAnswerAndList) {
     EXPECT_EQ(judge(*certificate), kUnknown);
     EXPECT_LE(paths_.lookups(), kObjects);
     EXPECT_EQ(paths_.searches(), 0U) << "nobody's path is looked for who hasn't signed";
-    EXPECT_EQ(signatures_, 64U);
+    EXPECT_EQ(signatures_, 160U);
 }
 
 TEST_F(EvidenceTest, JunkUsesUpItsOwnShareAlone) {
     const PartyOwner certificate = leaf();
     const PartyOwner impostor = make_party({.name = "ca", .extensions = kAuthority});
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 200; ++i) {
         ListSpec spec = list();
         spec.signer = impostor.get();
         spec.made = i;
@@ -773,9 +773,15 @@ TEST_F(EvidenceTest, JunkUsesUpItsOwnShareAlone) {
     }
     EXPECT_EQ(judge(*certificate), kUnknown);
     EXPECT_EQ(finding_.cause, UnknownCause::exhausted);
-    EXPECT_EQ(signatures_, 64u);
+    EXPECT_EQ(signatures_, 160u);
     EXPECT_FALSE(passes(finding_, RevocationMode::available))
         << "a revocation may be buried under it";
+    give_list(list("2.5.29.20=ASN1:INTEGER:1"));
+    std::swap(store_, own_);
+    give_list(list());
+    std::swap(store_, own_);
+    EXPECT_EQ(judge(*certificate), kUnknown) << "and a good one is no better for it";
+    EXPECT_EQ(finding_.cause, UnknownCause::exhausted);
 }
 
 TEST_F(EvidenceTest, TheFindingTellsWhatDecided) {

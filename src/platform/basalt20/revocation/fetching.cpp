@@ -34,4 +34,13 @@ void Fetching::note_failure(const std::string& what) {
     }
 }
 
+bool Fetching::take_work(unsigned cost) {
+    const std::lock_guard lock(mutex_);
+    if (cost > work_left_) {
+        return false;
+    }
+    work_left_ -= cost;
+    return true;
+}
+
 } // namespace basalt

@@ -1,6 +1,7 @@
-// What several verdicts have for fetching together: one deadline, and the memory of what has
-// failed, so that a silent server is asked once and not by each of them. Any thread; nothing fails
-// but for lack of memory.
+// What several verdicts have together: one deadline for what they fetch, and the memory of what has
+// failed, so that a silent server is asked once and not by each of them; and the processor's work
+// for signatures and keys, so that a file of many dear stamps costs no more than one. Any thread;
+// nothing fails but for lack of memory.
 #pragma once
 
 #include <chrono>
@@ -13,14 +14,20 @@ namespace basalt {
 
 inline constexpr std::chrono::milliseconds kFetchingTime{15000};
 
+// Of all signatures and keys of one file, in tenths of a millisecond, as a processor of 2020 takes
+// them. A stamp with a chain of three and their lists by P-384 takes sixty when the chain is known
+// from the one before, so that 256 of them come through; by RSA-4096 it takes twelve, and by the
+// curves of 571 bits three hundred.
+inline constexpr unsigned kWorkOfOneFile = 15'000;
+
 class Fetching {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
     using Clock = std::function<TimePoint()>;
 
     explicit Fetching(std::chrono::milliseconds whole = kFetchingTime,
-                      Clock clock = std::chrono::steady_clock::now)
-        : whole_(whole), clock_(std::move(clock)) {}
+                      Clock clock = std::chrono::steady_clock::now, unsigned work = kWorkOfOneFile)
+        : whole_(whole), clock_(std::move(clock)), work_left_(work) {}
     Fetching(const Fetching&) = delete;
     Fetching& operator=(const Fetching&) = delete;
 
@@ -31,11 +38,15 @@ public:
     bool has_failed(const std::string& what) const;
     void note_failure(const std::string& what);
 
+    // Takes so much of the work, or nothing and gives false.
+    bool take_work(unsigned cost);
+
 private:
     mutable std::mutex mutex_;
     const std::chrono::milliseconds whole_;
     const Clock clock_;
     bool started_ = false;
+    unsigned work_left_;
     TimePoint deadline_;
     std::set<std::string> failed_;
 };

@@ -62,9 +62,9 @@ EvidenceItem make_item(EvidenceSource source, const std::string& url, EvidenceKi
 
 Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t index,
                  const StatusQuestion& question)
-    : session_(session), question_(question), certificate_(path[index]->certificate.get()),
-      issuer_(path[index + 1]->certificate.get()), scope_(certificate_),
-      signer_(session, path, index, question, scope_),
+    : session_(session), left_out_before_(session.signatures.left_out()), question_(question),
+      certificate_(path[index]->certificate.get()), issuer_(path[index + 1]->certificate.get()),
+      scope_(certificate_), signer_(session, path, index, question, scope_),
       addresses_(source_addresses(certificate_, scope_, session.budget.limits().addresses)),
       moments_{question.stamp_time, end_of(certificate_), question.now, question.is_signer} {
     if (!addresses_.ocsp.empty()) {
@@ -144,7 +144,7 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
     const EvidenceItem* item =
         keep(key, make_item(EvidenceSource::cache, url, kind, std::move(cached->bytes)));
     const bool decided = consider({item});
-    if (!is_accepted(*item) && !session_.signatures.exhausted()) {
+    if (!is_accepted(*item) && session_.signatures.left_out() == 0) {
         forget_object(key);
     }
     return decided;
@@ -297,7 +297,9 @@ bool Inquiry::decide() {
         }
     }
     ruling_ = rule(statements_, moments_);
-    return ruling_.standing != Standing::unknown;
+    // What was left out may revoke; so may what the next source says.
+    return ruling_.standing == Standing::revoked ||
+           (ruling_.standing == Standing::good && is_all_heard());
 }
 
 DecidingEvidence Inquiry::deciding_evidence(const EvidenceItem& item, const Statement& of) const {
@@ -339,12 +341,15 @@ StatusFinding Inquiry::finding() const {
             finding.evidence.push_back(deciding_evidence(*item, statement));
         }
     }
-    if (ruling_.standing != Standing::unknown) {
+    if (ruling_.standing == Standing::good && !is_all_heard()) {
+        finding.standing = Standing::unknown;
+    }
+    if (finding.standing != Standing::unknown) {
         add_support(finding);
         return finding;
     }
     finding.unreached = unreached_;
-    if (session_.signatures.exhausted()) {
+    if (!is_all_heard()) {
         finding.cause = UnknownCause::exhausted;
     } else if (finding.cause == UnknownCause::no_source &&
                (addresses_.any_named || something_at_hand_)) {

@@ -39,12 +39,14 @@ private:
     bool is_in_force(const List& list) const;
     const List* newest_delta_of(const List& base) const;
     bool decide();
+    bool is_all_heard() const { return session_.signatures.left_out() == left_out_before_; }
     StatusFinding finding() const;
     void add_support(StatusFinding& finding) const;
     DecidingEvidence deciding_evidence(const EvidenceItem& item, const Statement& of) const;
     std::string key_of(EvidenceKind kind, const std::string& url) const;
 
     EvidenceSession& session_;
+    const unsigned left_out_before_;
     const StatusQuestion& question_;
     X509* certificate_;
     X509* issuer_;

@@ -62,7 +62,7 @@ std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
 }
 
 std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const std::string& key) {
-    const std::chrono::milliseconds left = budget_.fetching_time_left();
+    const std::chrono::milliseconds left = budget_.exchange_time();
     const std::string server = server_of(request.url);
     Fetching& fetching = budget_.fetching();
     if (left.count() <= 0 || fetching.has_failed(key) || fetching.has_failed(server)) {

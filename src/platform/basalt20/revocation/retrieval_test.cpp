@@ -81,8 +81,10 @@ TEST(RetrievalTest, TimeIsOneForAllThatIsFetched) {
     responder.serve("/slow", {"list", 200, 10});
     Budget budget({}, responder.clock());
     Retrieval retrieval(budget);
+    EXPECT_EQ(budget.exchange_time(), std::chrono::seconds(5));
     EXPECT_TRUE(retrieval.get(responder.url("/slow")));
     EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(5));
+    EXPECT_EQ(budget.exchange_time(), std::chrono::seconds(3));
     EXPECT_TRUE(retrieval.get(responder.url("/slow")));
     EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(0));
     EXPECT_FALSE(retrieval.get(responder.url("/slow")));
@@ -105,6 +107,22 @@ TEST(RetrievalTest, AServerThatSaysNothingIsLeftInTime) {
     EXPECT_FALSE(retrieval.get(url + "/b"));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     EXPECT_EQ(retrieval.exchanges(), 1u);
+}
+
+TEST(RetrievalTest, ASilentServerLeavesTimeForOthers) {
+    LiveResponder responder;
+    responder.serve("/list", {"list"});
+    LoopbackServer silent([](const std::string&) {
+        LoopbackReply reply = http_reply(200, "late");
+        reply.delay = std::chrono::seconds(60);
+        return reply;
+    });
+    BudgetLimits limits;
+    limits.fetching_time = std::chrono::milliseconds(4500);
+    Budget budget(limits);
+    Retrieval retrieval(budget);
+    EXPECT_FALSE(retrieval.get("http://127.0.0.1:" + std::to_string(silent.port()) + "/answer"));
+    EXPECT_TRUE(retrieval.get(responder.url("/list")));
 }
 
 TEST(RetrievalTest, WhatSeveralVerdictsShareIsOneTimeAndOneMemoryOfFailures) {
@@ -298,6 +316,65 @@ TEST(BudgetTest, SpendsByWeightAndNeverBeyondItsLimits) {
     EXPECT_FALSE(budget.take_responder(false));
     EXPECT_TRUE(budget.take_judged_path() && budget.take_step() && budget.take_fetching_path());
     EXPECT_FALSE(budget.take_judged_path() || budget.take_step() || budget.take_fetching_path());
+}
+
+TEST(BudgetTest, OnesOwnCertificatesHaveAShareOfTheirOwn) {
+    const EvpKey p384(EVP_EC_gen("P-384"));
+    BudgetLimits limits;
+    limits.certificate_signatures = limits.own_certificate_signatures = 10;
+    Budget budget(limits);
+    EXPECT_TRUE(budget.take_certificate_signature(p384.get(), false));
+    EXPECT_FALSE(budget.take_certificate_signature(p384.get(), false));
+    EXPECT_TRUE(budget.take_certificate_signature(p384.get(), true));
+    EXPECT_FALSE(budget.take_certificate_signature(p384.get(), true));
+    Budget other(limits);
+    EXPECT_TRUE(other.take_certificate_signature(p384.get(), true));
+    EXPECT_TRUE(other.take_certificate_signature(p384.get(), true)) << "of the common share";
+    EXPECT_FALSE(other.take_certificate_signature(p384.get(), false));
+}
+
+// The bounds are what was measured, a quarter less and twice as much; units are whole.
+TEST(BudgetTest, SignaturesCostWhatTheyTakeTheProcessor) {
+    const struct {
+        const char* name;
+        EvpKey key;
+        double tenths_of_milliseconds;
+    } cases[] = {
+        {"RSA-2048", EvpKey(EVP_RSA_gen(2048)), 0.23},
+        {"RSA-4096", EvpKey(EVP_RSA_gen(4096)), 0.76},
+        {"P-256", EvpKey(EVP_EC_gen("P-256")), 0.9},
+        {"P-384", EvpKey(EVP_EC_gen("P-384")), 12},
+        {"P-521", EvpKey(EVP_EC_gen("P-521")), 12},
+        {"brainpoolP256r1", EvpKey(EVP_EC_gen("brainpoolP256r1")), 6.3},
+        {"brainpoolP512r1", EvpKey(EVP_EC_gen("brainpoolP512r1")), 17},
+        {"sect163r2", EvpKey(EVP_EC_gen("sect163r2")), 7.2},
+        {"sect283r1", EvpKey(EVP_EC_gen("sect283r1")), 16},
+        {"sect409r1", EvpKey(EVP_EC_gen("sect409r1")), 28},
+        {"sect571k1", EvpKey(EVP_EC_gen("sect571k1")), 58},
+        {"sect571r1", EvpKey(EVP_EC_gen("sect571r1")), 61},
+        {"Ed25519", EvpKey(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519")), 1.4},
+        {"Ed448", EvpKey(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED448")), 3.1},
+    };
+    for (const auto& c : cases) {
+        EXPECT_GE(signature_cost(c.key.get()), 0.75 * c.tenths_of_milliseconds) << c.name;
+        EXPECT_LE(signature_cost(c.key.get()), 1 + 2 * c.tenths_of_milliseconds) << c.name;
+    }
+}
+
+TEST(BudgetTest, TheWorkOfAFileIsOne) {
+    const EvpKey p256(EVP_EC_gen("P-256"));
+    const auto shared =
+        std::make_shared<Fetching>(kFetchingTime, std::chrono::steady_clock::now, 3);
+    Budget first({}, std::chrono::steady_clock::now, shared);
+    Budget second({}, std::chrono::steady_clock::now, shared);
+    EXPECT_TRUE(first.take_certificate_signature(p256.get(), true));
+    EXPECT_TRUE(second.take_certificate_signature(p256.get()));
+    EXPECT_TRUE(first.take_evidence_signature(p256.get(), false));
+    EXPECT_FALSE(first.take_evidence_signature(p256.get(), true));
+    EXPECT_FALSE(second.take_certificate_signature(p256.get(), true));
+    EXPECT_EQ(second.certificate_signatures(), 1u) << "what is refused isn't taken";
+    Budget alone;
+    EXPECT_TRUE(alone.take_certificate_signature(p256.get()));
 }
 
 // Many verdicts at once over one cache folder: each is right, whoever fetched.

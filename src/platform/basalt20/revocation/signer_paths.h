@@ -3,6 +3,7 @@
 #pragma once
 
 #include <basalt/certificate/x509_cache.h>
+#include <basalt/coding/der_reader.h>
 #include <basalt/coding/file_ticks.h>
 
 #include <functional>
@@ -20,18 +21,42 @@ using CertificatePathView = std::span<const CertificateEntry>;
 
 using PathJudge = std::function<bool(CertificatePathView)>; // true takes the path
 
+struct NamedCertificate {
+    CertificateEntry entry;
+    bool own = false; // an anchor, or of the machine or its user
+};
+
+struct NamedCertificates {
+    std::vector<NamedCertificate> found;
+    bool complete = true; // else there are more than may be looked at
+};
+
+// Who signed a list, as far as a search for its path has to know.
+struct EvidenceMaker {
+    const CertificateEntry& signer;
+    const CertificateEntry& anchor;
+    FileTicks at = 0;
+    bool own = false; // what was signed isn't foreign: foreign certificates can't stop the search
+};
+
+enum class PathFound {
+    taken,
+    none,
+    untold, // the search had to end early
+};
+
 class SignerPaths {
 public:
     virtual ~SignerPaths() = default;
 
-    // The certificates at hand with that subject, an anchor among them too; never fetches.
-    virtual std::vector<CertificateEntry> named(const X509_NAME* subject) = 0;
+    // The certificates at hand with that subject, an anchor among them too; never fetches. Those
+    // that fit the value of an authority key identifier (which may be empty) come first.
+    virtual NamedCertificates named(const X509_NAME* subject, Bytes authority_key_identifier) = 0;
 
-    // Whether the judge takes one of the paths from `signer` to exactly this anchor, whose
+    // Whether the judge takes one of the paths from the signer to exactly this anchor, whose
     // signatures, constraints and validity at `at` are good (of the anchor's validity nothing is
     // asked); any usage, since the caller asks for that. Nothing is fetched.
-    virtual bool any_path(const CertificateEntry& signer, const CertificateEntry& anchor,
-                          FileTicks at, const PathJudge& judge) = 0;
+    virtual PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) = 0;
 };
 
 } // namespace basalt

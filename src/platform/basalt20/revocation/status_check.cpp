@@ -26,6 +26,9 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
     // before what was found without them.
     for (const Key& wanted : {key_when(true), key}) {
         if (const auto known = findings_.find(wanted); known != findings_.end()) {
+            if (known->second.cause == UnknownCause::exhausted) {
+                signatures.note_left_out();
+            }
             return known->second;
         }
     }

@@ -358,38 +358,41 @@ public:
     unsigned lookups() const { return lookups_; }
     unsigned searches() const { return searches_; }
 
-    std::vector<CertificateEntry> named(const X509_NAME* subject) override {
+    NamedCertificates named(const X509_NAME* subject, Bytes) override {
         ++lookups_;
-        std::vector<CertificateEntry> found;
+        NamedCertificates named;
         for (const CertificateEntry& entry : entries_) {
             if (X509_NAME_cmp(X509_get_subject_name(entry->certificate.get()), subject) == 0) {
-                found.push_back(entry);
+                named.found.push_back({entry, false});
             }
         }
-        return found;
+        return named;
     }
 
-    bool any_path(const CertificateEntry& signer, const CertificateEntry& anchor, FileTicks at,
-                  const PathJudge& judge) override {
+    PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) override {
+        return has_path(maker, judge) ? PathFound::taken : PathFound::none;
+    }
+
+private:
+    bool has_path(const EvidenceMaker& maker, const PathJudge& judge) {
         ++searches_;
-        CertificatePath path{signer};
-        for (std::size_t i = 0; i < entries_.size() && path.back() != anchor; ++i) {
+        CertificatePath path{maker.signer};
+        for (std::size_t i = 0; i < entries_.size() && path.back() != maker.anchor; ++i) {
             X509* child = path.back()->certificate.get();
             const auto above =
                 std::find_if(entries_.begin(), entries_.end(), [&](const CertificateEntry& e) {
                     return e != path.back() &&
                            X509_verify(child, X509_get0_pubkey(e->certificate.get())) == 1;
                 });
-            if (above == entries_.end() || *ticks_of(X509_get0_notBefore(child)) > at ||
-                *ticks_of(X509_get0_notAfter(child)) < at) {
+            if (above == entries_.end() || *ticks_of(X509_get0_notBefore(child)) > maker.at ||
+                *ticks_of(X509_get0_notAfter(child)) < maker.at) {
                 return false;
             }
             path.push_back(*above);
         }
-        return path.back() == anchor && judge(path);
+        return path.back() == maker.anchor && judge(path);
     }
 
-private:
     std::vector<CertificateEntry> entries_;
     unsigned lookups_ = 0;
     unsigned searches_ = 0;

@@ -118,9 +118,10 @@ typedef struct _BASALT_CHAIN_PARA {
     CERT_USAGE_MATCH RequestedIssuancePolicy;
 } BASALT_CHAIN_PARA;
 
-/// What several chains have for fetching together, such as those of all stamps in one file: they
-/// take no more time for it than one chain may, 15 seconds, and what has failed for one of them
-/// isn't asked for again. The time begins with the first fetching. Any thread may use it.
+/// What several chains have together, such as those of all stamps in one file. They take no more
+/// time for fetching than one chain may, 15 seconds, and what has failed for one of them isn't
+/// asked for again; the time begins with the first fetching. Their signatures and keys take the
+/// processor some 1.5 seconds at most; what is beyond that can't be told. Any thread may use it.
 typedef void* HBASALT_FETCHING;
 
 /// FALSE with E_INVALIDARG for a null pointer.
@@ -128,6 +129,12 @@ BASALT_API BOOL BasaltCreateFetching(HBASALT_FETCHING* phFetching);
 /// Chains that were built with it keep what they need of it. Null and handles of nothing are
 /// allowed.
 BASALT_API void BasaltFreeFetching(HBASALT_FETCHING hFetching);
+
+/// Takes what a signature by the certificate's key costs off what the chains of the handle share,
+/// for a caller who is about to verify one. FALSE with TRUST_E_SYSTEM_ERROR when so much isn't
+/// left, ERROR_INVALID_HANDLE for a handle of nothing, E_INVALIDARG for a null certificate, and a
+/// CRYPT_E_ASN1 or NTE code for a certificate or key that can't be read.
+BASALT_API BOOL BasaltTakeSignature(HBASALT_FETCHING hFetching, PCCERT_CONTEXT pCertContext);
 
 /// An extension of this surface: BASALT_CHAIN_PARA with more behind it. `Base.Base.cbSize` is
 /// exactly the size of the whole, 64. `hFetching` may be null; one that isn't open is
@@ -224,7 +231,8 @@ typedef struct _BASALT_REVOCATION_EVIDENCE {
 
 /// `dwRevocationResult`: 0 good, CRYPT_E_REVOKED, CRYPT_E_REVOCATION_OFFLINE when no source that is
 /// named has given a statement that counts, CRYPT_E_NO_REVOCATION_CHECK when the certificate names
-/// no source and none lies at hand, or when not every reason is covered. `pszRevocationOid` and
+/// no source and none lies at hand, or when not every reason is covered, TRUST_E_SYSTEM_ERROR when
+/// so much lay at hand that not all of it could be looked at. `pszRevocationOid` and
 /// `pCrlInfo` are null. `pvOidSpecificInfo` is a BASALT_REVOCATION_EVIDENCE, or null when nothing
 /// decided.
 typedef struct _CERT_REVOCATION_INFO {
@@ -342,8 +350,9 @@ typedef struct _BASALT_TIME_STAMP_POLICY_STATUS {
 /// its key. Codes: CERT_E_EXPIRED, CERT_E_UNTRUSTEDROOT, CERT_E_CHAINING, CERT_E_WRONG_USAGE,
 /// CERT_E_INVALID_NAME, CERT_E_INVALID_POLICY, CERT_E_MALFORMED, TRUST_E_CERT_SIGNATURE,
 /// TRUST_E_BASIC_CONSTRAINTS, TRUST_E_FAIL, CERT_E_CRITICAL, CRYPT_E_REVOKED,
-/// CRYPT_E_REVOCATION_OFFLINE, and CRYPT_E_NO_REVOCATION_CHECK when what is known of a revocation
-/// doesn't cover every reason for one.
+/// CRYPT_E_REVOCATION_OFFLINE, CRYPT_E_NO_REVOCATION_CHECK when what is known of a revocation
+/// doesn't cover every reason for one, and TRUST_E_SYSTEM_ERROR when so much lay at hand that not
+/// all of it could be looked at, and what was doesn't decide: then nothing is known to be bad.
 BASALT_API BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID,
                                                  PCCERT_CHAIN_CONTEXT pChainContext,
                                                  CERT_CHAIN_POLICY_PARA* pPolicyPara,
