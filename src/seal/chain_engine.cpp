@@ -161,8 +161,9 @@ DWORD strength(Strength wanted) {
 
 } // namespace
 
-ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots, HCERTSTORE extra, Reach reach) {
-    const FILETIME now = trust.as_of ? file_time_of(*trust.as_of) : FILETIME{};
+ChainEngine::ChainEngine(const Trust& trust, std::optional<Time> as_of, HCERTSTORE roots,
+                         HCERTSTORE extra, Reach reach) {
+    const FILETIME now = as_of ? file_time_of(*as_of) : FILETIME{};
     BASALT_CHAIN_ENGINE_CONFIG config{};
     config.Base.cbSize = sizeof config;
     config.Base.hExclusiveRoot = roots;
@@ -172,7 +173,7 @@ ChainEngine::ChainEngine(const Trust& trust, HCERTSTORE roots, HCERTSTORE extra,
                           (reach == Reach::given_only ? BASALT_CHAIN_GIVEN_ONLY : 0);
     config.dwRevocationMode = revocation_mode(trust.revocation);
     config.dwStrength = strength(trust.strength);
-    config.pNow = trust.as_of ? &now : nullptr;
+    config.pNow = as_of ? &now : nullptr;
     if (CertCreateCertificateChainEngine(&config.Base, &handle_) == 0) {
         throw error_of_last("set up the judgement of chains");
     }

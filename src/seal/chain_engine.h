@@ -32,8 +32,9 @@ struct Asking {
 class ChainEngine {
 public:
     // `roots` may be null: the machine's. `extra` holds what the caller gives beside the machine's:
-    // it goes before what a stamp brings along.
-    ChainEngine(const Trust& trust, HCERTSTORE roots, HCERTSTORE extra, Reach reach);
+    // it goes before what a stamp brings along. `as_of` stands for that of `trust`.
+    ChainEngine(const Trust& trust, std::optional<Time> as_of, HCERTSTORE roots, HCERTSTORE extra,
+                Reach reach);
     ~ChainEngine();
     ChainEngine(const ChainEngine&) = delete;
     ChainEngine& operator=(const ChainEngine&) = delete;

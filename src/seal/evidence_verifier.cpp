@@ -128,12 +128,11 @@ private:
         if (const auto known = earlier_.find(*as_of); known != earlier_.end()) {
             return known->second;
         }
-        Trust trust = trust_;
-        trust.as_of = as_of;
         if (earlier_.size() >= kMostMoments) {
             earlier_.clear();
         }
-        return earlier_.emplace(*as_of, std::make_shared<const TrustInForce>(trust)).first->second;
+        return earlier_.emplace(*as_of, std::make_shared<const TrustInForce>(*now_, trust_, as_of))
+            .first->second;
     }
 
     static void conclude(const EvidenceRecord& record, EvidenceVerdict& verdict) {

@@ -1,6 +1,10 @@
 // Verdicts on records of other makers and of forgers: each trap of the format.
 #include <chronoseal/seal/testing/evidence_fixture.h>
 
+#include <fstream>
+
+#include <unistd.h>
+
 namespace chronoseal::testing {
 namespace {
 
@@ -180,6 +184,26 @@ TEST_F(EvidenceVerifierTest, EachStampIsJudgedAsOfTheOneThatRenewedIt) {
     EXPECT_EQ(bare.strength, EvidenceStrength::aged);
     const auto fresh = verify(record_text({{stamp_text({}, token(digest))}}));
     EXPECT_EQ(fresh.strength, EvidenceStrength::fresh);
+}
+
+// However many renewals there are, each with a moment of its own.
+TEST_F(EvidenceVerifierTest, TheRootsAreReadOnce) {
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / ("roots_" + std::to_string(getpid()));
+    const Bytes root = to_bytes(authority.root_der());
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(root.data()),
+               static_cast<std::streamsize>(root.size()));
+    const EvidenceVerifier verifier(Trust{.roots = {file}});
+    std::filesystem::remove(file);
+    const std::string first = token(digest);
+    const std::string second = token(hashed(first), "20250601120000Z");
+    const auto record = read(
+        record_text({{stamp_text({}, first), stamp_text({{hashed(first)}}, second),
+                      stamp_text({{hashed(second)}}, token(hashed(second), "20250701120000Z"))}}));
+    const EvidenceVerdict verdict = verifier.verify(record, bytes_of("data"));
+    EXPECT_TRUE(verdict.good()) << verdict.failure->what();
+    EXPECT_EQ(verdict.stamps.size(), 3U);
 }
 
 TEST_F(EvidenceVerifierTest, AStampThatIsNotGoodMakesTheRecordBad) {

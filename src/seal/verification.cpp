@@ -126,7 +126,13 @@ TrustInForce::TrustInForce(const Trust& trust, Reach reached)
     : revocation(mode_in_force(trust.revocation)), strength(strength_in_force(trust.strength)),
       as_of(trust.as_of), extra(filled({&trust.certificates, &trust.evidence})),
       roots(filled({&trust.roots})), own_roots(!trust.roots.empty()), reach(reached),
-      engine(trust, own_roots ? roots.get() : nullptr, extra.get(), reached) {}
+      engine(trust, as_of, own_roots ? roots.get() : nullptr, extra.get(), reached) {}
+
+TrustInForce::TrustInForce(const TrustInForce& other, const Trust& trust, std::optional<Time> now)
+    : revocation(other.revocation), strength(other.strength), as_of(now), extra(other.extra),
+      roots(other.roots), own_roots(other.own_roots), reach(other.reach),
+      engine(trust, now, own_roots ? roots.get() : nullptr, extra.get(), reach),
+      sunsets(other.sunsets) {}
 
 Verification::Verification(const TrustInForce& trust, const Stamp& stamp, const Expected& expected,
                            const SharedFetching* together)

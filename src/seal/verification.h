@@ -15,6 +15,8 @@ namespace chronoseal {
 // What a verifier has made of its Trust. Immutable.
 struct TrustInForce {
     explicit TrustInForce(const Trust& trust, Reach reach = Reach::everywhere);
+    // What `other` has made of the same Trust, at another moment: nothing is read again.
+    TrustInForce(const TrustInForce& other, const Trust& trust, std::optional<Time> now);
 
     Revocation revocation; // never as_configured
     Strength strength;     // the same

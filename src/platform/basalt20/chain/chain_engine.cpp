@@ -58,7 +58,7 @@ void read_published(const CERT_CHAIN_ENGINE_CONFIG& config, Engine& engine) {
                 0);
     if (config.hExclusiveRoot != nullptr) {
         const std::shared_ptr<void> root = shared_store(config.hExclusiveRoot);
-        engine.anchors = std::make_shared<const TrustAnchors>(root.get());
+        engine.anchors = anchors_of(root.get());
     }
     if (config.hRestrictedOther != nullptr) {
         engine.uses_system_stores = false;

@@ -41,14 +41,30 @@ std::shared_ptr<const TrustAnchors> read_machine_anchors() {
 
 } // namespace
 
-TrustAnchors::TrustAnchors(HCERTSTORE store) {
-    if (store == nullptr) {
+TrustAnchors::TrustAnchors(HCERTSTORE store)
+    : TrustAnchors(store == nullptr ? nullptr : store_of(store)->certificates()) {}
+
+TrustAnchors::TrustAnchors(Snapshot<CertificateItem> certificates)
+    : certificates_(std::move(certificates)) {
+    if (certificates_ == nullptr) {
         return;
     }
-    const Snapshot<CertificateItem> certificates = store_of(store)->certificates();
-    for (const Item& item : *certificates) {
+    for (const Item& item : *certificates_) {
         anchors_.emplace(name_key(subject_of(*item)), item);
     }
+}
+
+std::shared_ptr<const TrustAnchors> anchors_of(HCERTSTORE store) {
+    static std::mutex mutex;
+    static auto* const last = new std::weak_ptr<const TrustAnchors>; // as in_force
+    Snapshot<CertificateItem> certificates = store_of(store)->certificates();
+    const std::lock_guard lock(mutex);
+    if (auto known = last->lock(); known && known->is_of(certificates)) {
+        return known;
+    }
+    auto anchors = std::make_shared<const TrustAnchors>(std::move(certificates));
+    *last = anchors;
+    return anchors;
 }
 
 std::vector<TrustAnchors::Item> TrustAnchors::by_key(std::uint64_t key) const {

@@ -17,15 +17,26 @@ public:
 
     // Null: none.
     explicit TrustAnchors(HCERTSTORE store);
+    explicit TrustAnchors(Snapshot<CertificateItem> certificates);
 
     // Those whose subject has that key (name_key.h), and so all whose subject is the same name.
     std::vector<Item> by_key(std::uint64_t key) const;
 
     bool contains(const CertificateItem& certificate) const;
 
+    // Whether it was made of just these.
+    bool is_of(const Snapshot<CertificateItem>& certificates) const {
+        return certificates_ == certificates;
+    }
+
 private:
+    Snapshot<CertificateItem> certificates_;
     std::unordered_multimap<std::uint64_t, Item> anchors_;
 };
+
+// Those of the store, which must be open; the same object as for the one asked for before, while
+// that is in use and the store holds what it held: engines come in rows, one for each moment.
+std::shared_ptr<const TrustAnchors> anchors_of(HCERTSTORE store);
 
 // The anchors in force. The machine's are read again after ten seconds, so that a root that an
 // administrator takes away is soon without effect in processes that run on.
