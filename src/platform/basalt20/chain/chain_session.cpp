@@ -177,6 +177,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const Question question{at, now(), usage};
     counts_ = {};
     considered_.clear();
+    compromised_keys_.clear(); // whom to believe hangs on what is asked
     candidates_.clear();
     best_refused_.reset();
     open_.clear();
@@ -349,7 +350,10 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
 }
 
 // Only by what was said under the same anchor: whoever stands under another one could certify
-// anybody's key, for a certificate needs no proof that its owner has it, and revoke that.
+// anybody's key, for a certificate needs no proof that its owner has it, and revoke that. Under the
+// same one an authority that may issue stampers is believed, whichever it is: it could as well have
+// stamps of its own making pass, so that who trusts the anchor trusts it, too. One that may not,
+// by its usages or constraints, has no path here that revocation is judged on, and isn't heard.
 bool ChainSession::mark_compromised_keys(Judgement& judgement) const {
     bool any = false;
     const Bytes anchor = judgement.elements.back().certificate->key_bits();

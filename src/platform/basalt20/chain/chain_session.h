@@ -116,13 +116,13 @@ private:
     SearchCounts counts_;
 
     std::map<Path, PathErrors> structures_;
-    std::vector<KeyUnderAnchor> compromised_keys_;
 
     // Of which nothing is known and nobody can be asked, at whatever moment.
     std::set<std::pair<Path, std::size_t>> without_source_;
 
     // Of the judgement that is under way.
     std::set<Path> considered_;
+    std::vector<KeyUnderAnchor> compromised_keys_;
     std::vector<Judgement> candidates_; // good, if no other path tells that a key is compromised
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched

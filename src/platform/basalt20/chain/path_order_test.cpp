@@ -110,6 +110,8 @@ TEST_F(PathOrderTest, WhatIsSaidOfAKeyCountsUnderItsOwnAnchorWhicheverPathComesF
     constexpr int kCompromised = 1;
     const auto side = make_party({"side", root_.get(), kAuthority});
     const auto other_side = make_party({"side", other_root_.get(), kAuthority});
+    const auto web =
+        make_party({"web", root_.get(), kAuthority + std::string("\nextendedKeyUsage=serverAuth")});
     const Parties both{root_.get(), other_root_.get()};
     const struct {
         const char* name;
@@ -120,6 +122,7 @@ TEST_F(PathOrderTest, WhatIsSaidOfAKeyCountsUnderItsOwnAnchorWhicheverPathComesF
     } cases[] = {
         {"the other one, under another anchor", other_side.get(), kCompromised, true, 0},
         {"the other one, under the same anchor", side.get(), kCompromised, true, CRYPT_E_REVOKED},
+        {"the other one, by who may not issue stampers", web.get(), kCompromised, true, 0},
         {"the other one, for another reason", side.get(), kSuperseded, true, 0},
         {"this one, beside one under another anchor", other_side.get(), kCompromised, false, 0},
         {"this one, beside one under its anchor", side.get(), kCompromised, false, CRYPT_E_REVOKED},
