@@ -134,6 +134,8 @@ constexpr ErrorWords kTable[] = {
      kNoTrust},
     {0x800B0105, kRefused, "extension_critical", "a critical extension isn't understood",
      "don't rely on this stamp"},
+    {0x800B0108, kRefused, "certificate_malformed",
+     "a certificate in the chain has dates or extensions in a form that isn't allowed", kNoTrust},
     {0x800B0109, kRefused, "root_untrusted", "the chain ends in a root that isn't trusted",
      "trust the root if you know it to be the authority's"},
     {0x800B010A, kRefused, "chain_incomplete", "the chain doesn't lead to a trusted root",

@@ -30,6 +30,7 @@ constexpr char kSigningCertificateV2[] = "1.2.840.113549.1.9.16.2.47";
 constexpr char kOtherSigningCertificate[] = "1.2.840.113549.1.9.16.2.19";
 constexpr std::size_t kStatusTextLimit = 200;
 constexpr char kRevocationKey[] = "\\config\\basalt\\Revocation";
+constexpr char kStrengthKey[] = "\\config\\basalt\\Strength";
 constexpr char kWeakerKey[] = "\\config\\basalt\\WeakerRevocation";
 // Between two clocks that are both right.
 constexpr auto kClockGrace = std::chrono::minutes(5);
@@ -85,8 +86,10 @@ Strength strength_in_force(Strength wanted) {
     if (wanted != Strength::as_configured) {
         return wanted;
     }
-    return configured_text("\\config\\basalt\\Strength") == "current" ? Strength::current
-                                                                      : Strength::floor;
+    // A slip closes and doesn't open, as where the chain is judged.
+    const bool is_floor =
+        configured_origin(kStrengthKey).empty() || configured_text(kStrengthKey) == "floor";
+    return is_floor ? Strength::floor : Strength::current;
 }
 
 ATL2::CCertStore filled(std::initializer_list<const std::vector<Source>*> lists) {

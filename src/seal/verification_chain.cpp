@@ -174,6 +174,14 @@ void Verification::check_chain(const ChainJudgement& judgement) {
         text += ": the certificate of " + quote_foreign(verdict_.chain.back().certificate.issuer) +
                 " isn't at hand";
     }
+    if (code == CERT_E_MALFORMED) {
+        const auto link = std::ranges::find_if(verdict_.chain, [](const ChainLink& one) {
+            return std::ranges::find(one.faults, "malformed") != one.faults.end();
+        });
+        text += link != verdict_.chain.end()
+                    ? ": that of " + quote_foreign(link->certificate.subject)
+                    : "";
+    }
     const bool known_root = code == CERT_E_UNTRUSTEDROOT && !verdict_.chain.empty();
     fail(Check::chain, code, error.word(), text,
          known_root ? root_advice(verdict_.chain) : error.advice());
@@ -250,14 +258,23 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
         finding(Check::revocation).advice = error.advice();
         return;
     }
-    pass(Check::revocation, "none of the certificates was revoked");
+    std::vector<Remark>& remarks = finding(Check::revocation).remarks;
+    std::size_t known = 0;
     for (const ChainLink& link : verdict_.chain) {
-        if (!link.anchor && link.evidence.empty()) {
-            finding(Check::revocation)
-                .remarks.push_back({"no_evidence", "nothing speaks of the revocation of " +
-                                                       quote_foreign(link.certificate.subject)});
+        if (link.anchor) {
+            continue;
+        }
+        if (link.evidence.empty()) {
+            remarks.push_back({"no_evidence", "nothing speaks of the revocation of " +
+                                                  quote_foreign(link.certificate.subject)});
+        } else {
+            ++known;
         }
     }
+    pass(Check::revocation, known == 0 ? "nothing is known of a revocation"
+                            : remarks.empty()
+                                ? "none of the certificates was revoked"
+                                : "none was revoked of those that something speaks of");
 }
 
 void Verification::remark_weakness(std::string_view word, std::string_view where,

@@ -412,6 +412,22 @@ TEST_F(VerifierTest, WhatIsWeakIsRemarkedAndRefusedWhereThatIsWanted) {
     strict.strength = Strength::current;
     EXPECT_EQ(Verifier(strict).verify(stamp, bytes_of("data")).deciding().word, "strength_too_low");
     EXPECT_TRUE(Verifier(strict).verify(stamp_of({}), bytes_of("data")).good());
+    strict.strength = Strength::as_configured;
+    const struct {
+        const char* setting;
+        bool good;
+    } rows[] = {
+        {"", true},
+        {"Strength = 'floor'", true},
+        {"Strength = 'current'", false},
+        {"Strength = 'curent'", false}, // a slip closes
+        {"Strength = 1", false},
+    };
+    for (const auto& row : rows) {
+        tsp::Configuration::instance().set("", std::string("[config.basalt]\n") + row.setting);
+        EXPECT_EQ(Verifier(strict).verify(stamp, bytes_of("data")).good(), row.good) << row.setting;
+    }
+    tsp::Configuration::instance().set("", "");
 }
 
 // Nothing is said to be bad for what other stamps of the file have cost.

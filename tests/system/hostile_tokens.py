@@ -276,6 +276,12 @@ class BadChains(TokenTest):
         signer = forge.issue(self.folder, "odd", self.root, extra_extensions=odd)
         self.refuses(self.token_of(signer), "0x800B0105")
 
+    def test_malformed_certificates_are_named(self):
+        again = [{"extn_id": "key_identifier", "critical": False, "extn_value": b"12345678"}]
+        doubled = forge.issue(self.folder, "doubled", self.root, extra_extensions=again)
+        self.refuses(self.token_of(doubled), "0x800B0108",
+                     words="has dates or extensions in a form that isn't allowed: that of CN=doubled")
+
     def test_critical_extension_of_the_token(self):
         for critical, check in ((True, lambda token: self.refuses(token, "0x800B0105")),
                                 (False, self.passes)):
