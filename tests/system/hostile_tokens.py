@@ -280,7 +280,7 @@ class BadChains(TokenTest):
         again = [{"extn_id": "key_identifier", "critical": False, "extn_value": b"12345678"}]
         doubled = forge.issue(self.folder, "doubled", self.root, extra_extensions=again)
         self.refuses(self.token_of(doubled), "0x800B0108",
-                     words="has dates or extensions in a form that isn't allowed: that of CN=doubled")
+                     words="has dates or extensions in a form that isn't allowed: that of O=Forge, CN=doubled")
 
     def test_critical_extension_of_the_token(self):
         for critical, check in ((True, lambda token: self.refuses(token, "0x800B0105")),
