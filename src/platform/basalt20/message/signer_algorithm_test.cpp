@@ -82,6 +82,17 @@ struct SignerParts {
     std::string revocation_choices;
 };
 
+// What is signed by a key of P-256 with nothing odd about it.
+SignerParts plain_parts(const Key& key) {
+    SignerParts parts;
+    parts.key = key.get();
+    parts.digest_algorithm = algorithm(kSha256);
+    parts.content_digest = hash("SHA256");
+    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
+    parts.signature_digest = "SHA256";
+    return parts;
+}
+
 std::string attribute(const char* type, const std::string& value) {
     return element(tag::kSequence, oid(type) + element(tag::kSet, value));
 }
@@ -283,12 +294,7 @@ TEST(SignerAlgorithm, SerialNumbersAreComparedAsNumbers) {
     const PCCERT_CONTEXT context = CertCreateCertificateContext(
         X509_ASN_ENCODING, bytes_of(encoded).data(), static_cast<DWORD>(encoded.size()));
     ASSERT_NE(context, nullptr);
-    SignerParts parts;
-    parts.key = key.get();
-    parts.digest_algorithm = algorithm(kSha256);
-    parts.content_digest = hash("SHA256");
-    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
-    parts.signature_digest = "SHA256";
+    SignerParts parts = plain_parts(key);
     for (const auto& [serial, error] :
          {std::pair(std::string("\x00\x85", 2), DWORD{0}),
           std::pair(std::string("\x00\x00\x00\x85", 4), DWORD{0}),
@@ -311,15 +317,10 @@ TEST(SignerAlgorithm, CutOffOidsAreNone) {
 // The first two places of the hash's OID, whose last byte is made one that another has to follow.
 TEST(SignerAlgorithm, MessagesWithACutOffDigestAlgorithmAreNone) {
     const Key key = make_key(EVP_EC_gen("P-256"));
-    SignerParts parts;
-    parts.key = key.get();
-    parts.digest_algorithm = algorithm("2.16.840.1.101.3.4.2.1");
-    parts.content_digest = hash("SHA256");
-    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
-    parts.signature_digest = "SHA256";
+    SignerParts parts = plain_parts(key);
     ASSERT_EQ(verify(parts), 0U);
     const std::string message = message_of(parts);
-    const std::string digest = oid("2.16.840.1.101.3.4.2.1");
+    const std::string digest = oid(kSha256);
     std::size_t at = 0;
     for (const char* place : {"of the message", "of the signer"}) {
         at = message.find(digest, at) + digest.size();
@@ -344,12 +345,7 @@ TEST(SignerAlgorithm, EvidenceInTheMessageIsInItsStore) {
     OCSP_RESPONSE_free(response);
 
     const Key key = make_key(EVP_EC_gen("P-256"));
-    SignerParts parts;
-    parts.key = key.get();
-    parts.digest_algorithm = algorithm(kSha256);
-    parts.content_digest = hash("SHA256");
-    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
-    parts.signature_digest = "SHA256";
+    SignerParts parts = plain_parts(key);
     const auto other = [](const char* format, const std::string& information) {
         return element(tag::context_constructed(1), oid(format) + information);
     };
