@@ -13,6 +13,15 @@ inline void append(Bytes& target, ByteView bytes) {
     target.insert(target.end(), bytes.begin(), bytes.end());
 }
 
+// How long an element with so many octets of contents is, by a tag of one octet.
+inline std::size_t der_size(std::size_t length) {
+    std::size_t head = 2;
+    for (std::size_t rest = length < 0x80 ? 0 : length; rest != 0; rest >>= 8) {
+        ++head;
+    }
+    return head + length;
+}
+
 // Identifier octets and length of an element with so many octets of contents.
 inline void append_head(Bytes& target, ByteView identifier, std::size_t length) {
     constexpr std::size_t kShort = 0x80;

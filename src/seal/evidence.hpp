@@ -110,6 +110,7 @@ public:
                           const HashPath& above = {});
 
 private:
+    friend struct TreeAccess;
     class Impl;
     std::unique_ptr<Impl> impl_;
 };

@@ -78,6 +78,10 @@ HashList views_of(const std::vector<Digest>& digests) {
 
 } // namespace
 
+HashTree& TreeAccess::of(EvidenceTree& tree) {
+    return held_by(tree.impl_).tree;
+}
+
 EvidenceTree::EvidenceTree(const HashAlgorithm& algorithm)
     : impl_(guarded("make a tree", [&] { return std::make_unique<Impl>(algorithm); })) {}
 EvidenceTree::EvidenceTree(EvidenceTree&& other) noexcept = default;

@@ -30,6 +30,26 @@ public:
     std::uint64_t size();
     ByteView root(); // the tree must not be empty
     std::optional<HashPath> path(ByteView leaf);
+    // Calls `use` for each hash of that way, from below, without keeping them. False for what is no
+    // leaf.
+    template <class Use>
+    bool each_beside(ByteView leaf, Use&& use) {
+        build();
+        auto place = find(leaf);
+        if (!place) {
+            return false;
+        }
+        const Bytes* level = &leaves_;
+        for (const Bytes& above : levels_) {
+            const std::size_t beside = *place ^ 1U;
+            if (beside < level->size() / width()) {
+                use(at(*level, beside));
+            }
+            *place /= 2;
+            level = &above;
+        }
+        return true;
+    }
 
 private:
     std::size_t width() const noexcept { return algorithm().size(); }
@@ -38,12 +58,18 @@ private:
     }
     void build();
     Bytes level_above(const Bytes& level);
-    std::optional<std::size_t> find(ByteView leaf) const;
+    std::optional<std::size_t> find(ByteView leaf);
 
     RepeatedHash hash_;
     Bytes leaves_;
     std::vector<Bytes> levels_; // above the leaves
     bool built_ = false;
+    std::size_t next_ = 0; // behind the leaf found last
+};
+
+// The tree behind that of a caller.
+struct TreeAccess {
+    static HashTree& of(EvidenceTree& tree);
 };
 
 // Up the path from a leaf.

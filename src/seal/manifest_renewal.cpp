@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 #include <tuple>
 
 #include <chronoseal/seal/failure.h>
@@ -85,10 +84,7 @@ public:
                               quote_foreign(name_in_line(surplus)) + ", isn't in the list",
                           "leave out files that the list doesn't have; stamp them by themselves");
         }
-        order_.resize(names_.size());
-        std::iota(order_.begin(), order_.end(), std::size_t{0});
-        std::ranges::sort(order_,
-                          [&](std::size_t a, std::size_t b) { return less(old(a), old(b)); });
+        sort_by_old();
         const auto equal = [&](std::size_t a, std::size_t b) { return same(old(a), old(b)); };
         for (std::size_t i = 1; i < order_.size(); ++i) {
             if (equal(order_[i - 1], order_[i]) && !same(now(order_[i - 1]), now(order_[i]))) {
@@ -115,7 +111,7 @@ public:
     }
 
 private:
-    using NameHash = std::array<std::byte, 32>;
+    using NameHash = std::array<std::uint64_t, 4>; // in words, which compare quickly
     struct Name {
         NameHash hash;
         std::uint64_t number; // of the line
@@ -124,7 +120,7 @@ private:
 
     NameHash name_of(std::string_view name) {
         NameHash hash;
-        name_hash_.into(hash.data(), {bytes_of(name)});
+        name_hash_.into(std::as_writable_bytes(std::span(hash)).data(), {bytes_of(name)});
         return hash;
     }
     ByteView old(std::size_t at) const {
@@ -132,6 +128,31 @@ private:
     }
     ByteView now(std::size_t at) const {
         return ByteView(digests_).subspan(names_[at].index * width_, width_);
+    }
+
+    // Two digests hardly ever share their first bytes, which are compared where they are sorted.
+    void sort_by_old() {
+        struct Head {
+            std::uint64_t value;
+            std::size_t at;
+        };
+        std::vector<Head> heads(names_.size());
+        for (std::size_t i = 0; i < heads.size(); ++i) {
+            heads[i] = {head_of(old(i)), i};
+        }
+        std::ranges::sort(heads, [&](const Head& a, const Head& b) {
+            return a.value != b.value ? a.value < b.value : less(old(a.at), old(b.at));
+        });
+        order_.resize(heads.size());
+        std::ranges::transform(heads, order_.begin(), &Head::at);
+    }
+
+    static std::uint64_t head_of(ByteView digest) {
+        std::uint64_t value = 0;
+        for (const std::byte one : digest.first(sizeof value)) {
+            value = value << 8 | std::to_integer<std::uint64_t>(one);
+        }
+        return value;
     }
 
     void drop_repeated() {
@@ -200,7 +221,7 @@ public:
         lines_.finish();
         old_.reserve(lines_.size() + 1);
         lines_.each([&](ByteView digest, ByteView) { old_.add(digest); });
-        old_.add(info_.digest);
+        old_.add(info_.digest.value());
         check_record();
         fill(stop);
     }
@@ -304,6 +325,7 @@ private:
 
     void fill(const std::stop_token& stop) {
         ListProof proof(old_, info_, path_, record_);
+        Bytes sequence(tree_.algorithm().size()), leaf(tree_.algorithm().size());
         const EvidenceRecord before =
             RecordAccess::make(record_der(parts(), {parts().chains.front().der}));
         if (const auto failure = check_links(before, {{info_.digest}}).failure) {
@@ -314,12 +336,14 @@ private:
             if (stop.stop_requested()) {
                 throw error_of_code(kCancelled, "renew the list's record");
             }
-            tree_.add({leaf_of(proof.chain_of(digest), now)});
+            proof.hash_sequence(digest, tree_.hash(), sequence.data());
+            tree_.hash().into(leaf.data(), {now, sequence}); // as `leaf_of` has it
+            tree_.add(leaf);
         });
         const Digest own = Digest::of_file(path_, tree_.algorithm(), {}, stop);
         leaf_ = leaf_of(copy_of(parts().chains.front().der), own.value());
-        tree_.add({leaf_});
-        tree_.add({renewed_info_.digest.value()});
+        tree_.add(leaf_);
+        tree_.add(renewed_info_.digest.value());
     }
 
     // What stands for an object with this record of one chain.
@@ -331,7 +355,7 @@ private:
     EvidenceRecord record_;
     JoinedLines lines_;
     ManifestInfo renewed_info_, info_;
-    EvidenceTree old_;
+    HashTree old_;
     RenewalTree tree_;
     Bytes leaf_; // of the old list
 };

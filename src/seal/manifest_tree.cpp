@@ -56,7 +56,7 @@ EvidenceRecord ManifestTree::record(const Stamp& stamp, const HashPath& above) {
 
 EvidenceRecord ManifestTree::prove(const Digest& object, const EvidenceRecord& record) {
     return guarded("make an evidence record", [&] {
-        ListProof list(tree_, info_, path_, record);
+        ListProof list(TreeAccess::of(tree_), info_, path_, record);
         const RecordParts& parts = RecordAccess::parts(record);
         if (parts.chains.size() > 1) {
             throw Error(Category::refused, "manifest_rehashed", 0,

@@ -183,6 +183,17 @@ Bytes hash_identifier(const std::string& oid) {
     return der_element(der_tag::kSequence, {der_oid(oid)});
 }
 
+void append_list(Bytes& target, std::span<const ByteView> hashes) {
+    std::size_t length = 0;
+    for (const ByteView hash : hashes) {
+        length += der_size(hash.size());
+    }
+    append_head(target, der_tag::kSequence, length);
+    for (const ByteView hash : hashes) {
+        append_element(target, der_tag::kOctetString, hash);
+    }
+}
+
 Bytes stamp_der(ByteView algorithm, ByteView attributes, const std::vector<HashList>& tree,
                 ByteView token) {
     Bytes content;
@@ -192,16 +203,7 @@ Bytes stamp_der(ByteView algorithm, ByteView attributes, const std::vector<HashL
     append(content, attributes);
     Bytes lists;
     for (const HashList& list : tree) {
-        std::size_t length = 0;
-        for (const ByteView hash : list) {
-            length += hash.size() + 2 + (hash.size() < 0x80 ? 0U : 3U);
-        }
-        Bytes hashes;
-        hashes.reserve(length);
-        for (const ByteView hash : list) {
-            append_element(hashes, der_tag::kOctetString, hash);
-        }
-        append_element(lists, der_tag::kSequence, hashes);
+        append_list(lists, list);
     }
     if (!tree.empty()) {
         append_element(content, der_tag::kContext0 + 2, lists);

@@ -43,6 +43,8 @@ RecordParts read_parts(ByteView der);
 
 // An AlgorithmIdentifier of a hash without parameters.
 Bytes hash_identifier(const std::string& oid);
+// A PartialHashtree, behind what is there.
+void append_list(Bytes& target, std::span<const ByteView> hashes);
 // An ArchiveTimeStamp; without lists it is over one hash, and has no tree. `attributes` may be
 // empty.
 Bytes stamp_der(ByteView algorithm, ByteView attributes, const std::vector<HashList>& tree,

@@ -15,6 +15,7 @@ public:
     const HashAlgorithm& algorithm() const { return tree_.algorithm(); }
 
     void reserve(std::uint64_t leaves) { tree_.reserve(leaves); }
+    void add(ByteView leaf) { tree_.add(leaf); }
     // The members of one leaf.
     void add(const std::vector<Bytes>& members);
     // Throws `tree_empty`.
