@@ -114,8 +114,15 @@ ChainSession::~ChainSession() = default;
 // Those of the system stores among them: who signs lists needn't be on the way to an anchor.
 NamedCertificates ChainSession::named(const X509_NAME* subject, Bytes authority_key_identifier) {
     add_system_stores();
-    std::vector<PoolCertificate*> candidates = pool_.by_subject(bytes_of(subject));
-    NamedCertificates named;
+    const Bytes name = bytes_of(subject);
+    NamedCertificates& named =
+        named_[{std::string(name.begin(), name.end()),
+                std::string(authority_key_identifier.begin(), authority_key_identifier.end())}];
+    if (!named.found.empty()) {
+        return named;
+    }
+    std::vector<PoolCertificate*> candidates = pool_.by_subject(name);
+    named.complete = true;
     if (pool_.is_full()) { // of thousands it isn't asked again which is likelier
         named.complete = std::erase_if(candidates, [](const PoolCertificate* c) {
                              return !c->entry && !c->left_out && !c->is_own();
@@ -197,6 +204,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
            !is_self_signed(*longest_.back()) &&
            issuers_.fetch_for(dead_ends_,
                               request_.may_fetch ? settings_.issuers : IssuerReach::none)) {
+        named_.clear();
         found = search(question);
         if (!found) {
             found = ask_network(question);
@@ -418,6 +426,7 @@ void ChainSession::add_system_stores() {
     if (std::exchange(system_stores_added_, true) || !settings_.uses_system_stores) {
         return;
     }
+    named_.clear();
     if (!authorities_) {
         authorities_ = open_system_store("CA");
     }

@@ -117,6 +117,9 @@ private:
 
     std::map<Path, PathErrors> structures_;
 
+    // By subject and authority key identifier, as long as the pool doesn't grow.
+    std::map<std::pair<std::string, std::string>, NamedCertificates> named_;
+
     // Of which nothing is known and nobody can be asked, at whatever moment.
     std::set<std::pair<Path, std::size_t>> without_source_;
 

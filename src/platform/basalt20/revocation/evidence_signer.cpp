@@ -148,7 +148,11 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
     const NamedCertificates others = session_.paths.named(
         item.list->issuer(), {reinterpret_cast<const BYTE*>(key.data()), key.size()});
     bool untold = !others.complete;
+    const unsigned left_out_before = session_.signatures.left_out();
     for (const auto& [other, own] : others.found) {
+        if (item.given() && session_.signatures.left_out() != left_out_before) {
+            break; // there is no use in asking of every other list and key whether it is too many
+        }
         // Nobody signs lists by the way: authorities say so in so many words (RFC 5280, 4.2.1.3).
         if ((X509_get_extension_flags(other->certificate.get()) & EXFLAG_KUSAGE) == 0 ||
             is_above(*other) || session_.is_under_way(*other) ||
