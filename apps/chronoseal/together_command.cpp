@@ -71,6 +71,7 @@ Sealer make_sealer(const StampOptions& options, const std::string& hash) {
     apply(options.request, result);
     result.trust = trust_of(options.trust);
     result.verify = !options.no_verify;
+    result.certificates = true; // who judges a record in twenty years finds them nowhere else
     if (!hash.empty()) {
         result.hash = hash;
     }
