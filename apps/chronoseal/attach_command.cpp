@@ -91,7 +91,8 @@ void check_usage(const AttachOptions& options, const Output& output) {
 }
 
 OutputFile output_of(const AttachOptions& options) {
-    OutputFile out(options.out.empty() ? options.file : options.out, existing_of(options.force));
+    OutputFile out(options.out.empty() ? in_place(options.file) : options.out,
+                   existing_of(options.force));
     std::vector<std::string> inputs = files_of(options.trust, files_of(options.authority));
     inputs.push_back(options.data);
     if (!options.out.empty()) {

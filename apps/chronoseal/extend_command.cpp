@@ -42,7 +42,7 @@ public:
 
 private:
     void extend(const std::string& file, Json& item) const {
-        const OutputFile out(options_.out.empty() ? file : options_.out,
+        const OutputFile out(options_.out.empty() ? in_place(file) : options_.out,
                              existing_of(options_.out.empty() || options_.force));
         out.check(files_of(options_.trust,
                            options_.out.empty() ? std::vector<std::string>() : std::vector{file}));

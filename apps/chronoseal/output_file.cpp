@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 
 #include <fcntl.h>
@@ -282,6 +283,15 @@ void OutputFile::write(chronoseal::ByteView content) const {
         }
     }
     sync_folder(folder);
+}
+
+std::string in_place(const std::string& file) {
+    std::error_code problem;
+    if (!std::filesystem::is_symlink(file, problem)) {
+        return file;
+    }
+    const auto target = std::filesystem::canonical(file, problem);
+    return problem ? file : target.string();
 }
 
 void refuse_json_beside(const OutputFile& out, const Output& output, const char* result) {

@@ -39,6 +39,10 @@ private:
     Existing existing_;
 };
 
+// Where a file is to be written that is changed in its place: what a symbolic link leads to, so
+// that the file is the changed one by all of its names.
+std::string in_place(const std::string& file);
+
 class Output;
 
 // Wrong usage where JSON and the result, "the stamp", would both go to standard output.

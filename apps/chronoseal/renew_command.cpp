@@ -161,17 +161,17 @@ private:
                                                         : file_beside_record(file);
         const std::string place = !options_.out.empty() ? options_.out
                                   : was_stamp           ? stem + ".ers"
-                                                        : file;
-        const bool in_place = place == file;
+                                                        : in_place(file);
+        const bool own = place == file || (options_.out.empty() && !was_stamp);
         Item item{file,
                   std::move(record),
                   was_stamp,
                   data,
-                  OutputFile(place, existing_of(in_place || options_.force)),
+                  OutputFile(place, existing_of(own || options_.force)),
                   {},
                   {}};
         item.out.check(
-            files_of(options_.trust, files_of(options_.authority, {in_place ? "" : file, data})));
+            files_of(options_.trust, files_of(options_.authority, {own ? "" : file, data})));
         if (!was_stamp && found.form != chronoseal::Form::binary) {
             chronoseal::rewrap(bytes, item.record.der()); // refuses what would be harmed by it
             item.text = std::move(bytes);

@@ -259,11 +259,17 @@ class Renewing(WithRecords):
             code, told = self.workspace.run_json("renew", *records, *self.ask)
             self.assertEqual((code, told["summary"]), (GOOD, {"renewed": 3, "failed": 0, "stamps": 1}))
             self.assertEqual({len(one["stamps"]) for one in told["files"]}, {count})
+        (self.folder / "elsewhere").mkdir()
+        (self.folder / "a.ers").rename(self.folder / "elsewhere/a.ers")
+        (self.folder / "a.ers").symlink_to("elsewhere/a.ers")
+        self.run_good("renew", *records, *self.ask)  # what the link leads to, by all of its names
+        self.assertEqual((self.folder / "a.ers").read_bytes(), (self.folder / "elsewhere/a.ers").read_bytes())
+        self.assertTrue((self.folder / "a.ers").is_symlink())
         self.run_good("prove", "c", "--manifest", "sums", cwd=self.folder)
         told = self.run_good("verify", *records, self.folder / "c.ers", *self.trust)
         self.assertIn("covered by 2 before its certificate ended", told)
         code, found = self.workspace.run_json("verify", self.folder / "c.ers", *self.trust)
-        self.assertEqual((code, found["strength"], len(found["stamps"])), (GOOD, "renewed", 4))
+        self.assertEqual((code, found["strength"], len(found["stamps"])), (GOOD, "renewed", 5))
         self.assertIn("chain 1", self.run_good("info", self.folder / "c.ers"))
 
     def test_a_plain_stamp_becomes_a_record(self):
