@@ -260,6 +260,9 @@ private:
                 renew_stamps(group);
             }
         } catch (const Error& error) {
+            if (groups_.size() == 1) {
+                throw; // nothing else is left to tell of
+            }
             for (const std::size_t i : group.members) {
                 fail(items_[i], error);
             }

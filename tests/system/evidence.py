@@ -424,6 +424,8 @@ class Renewing(WithRecords):
         self.run_good("verify", "a.ers", "b.ers", "c.ers", *self.trust, cwd=self.folder)
         self.expect(self.workspace.run("renew", self.folder / "a.ers", self.folder / "a", *self.ask), REFUSED,
                     f"can't renew {self.folder}/a: the bytes are not an evidence record")
+        nobody = ("--url", "http://127.0.0.1:1/", *self.trust)
+        self.expect(self.workspace.run("renew", self.folder / "a.ers", self.folder / "c.ers", *nobody), UNREACHABLE)
 
     def test_what_proves_nothing_is_not_renewed(self):
         data = self.file("a")
