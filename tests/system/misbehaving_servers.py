@@ -2,18 +2,31 @@
 
 import hashlib
 import resource
+import shutil
 import socket
 import socketserver
+import subprocess
 import threading
 import time
 
 import forge
 import program
 from asn1crypto import tsp
-from program import GOOD, REFUSED, UNREACHABLE, USAGE
+from program import BIN, GOOD, REFUSED, UNREACHABLE, USAGE
 
 HTTP_OK = "HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\nConnection: close\r\n"
 TIME_OUT_MILLISECONDS = 3000
+LOOK_UP_SECONDS = 90
+# In the place of the C library's: no name server answers.
+SILENT_NAMES = b"""#include <netdb.h>
+#include <unistd.h>
+int getaddrinfo(const char* node, const char* service, const struct addrinfo* hints,
+                struct addrinfo** found) {
+    (void)node, (void)service, (void)hints, (void)found;
+    sleep(%d);
+    return EAI_AGAIN;
+}
+""" % LOOK_UP_SECONDS
 
 
 class Handler(socketserver.StreamRequestHandler):
@@ -216,6 +229,20 @@ class ServerTest(program.SystemTest):
             begin = time.monotonic()
             self.expect(self.stamp(page, "--attempts", 1), UNREACHABLE, "0x80072EE2")
             self.assertLess(time.monotonic() - begin, TIME_OUT_MILLISECONDS / 1000 + 6)
+
+    def test_silent_name_servers_are_not_waited_for(self):
+        """Neither by the exchange nor when it is over: a look-up can't be broken off."""
+        compiler = shutil.which("cc")
+        if compiler is None or b"libasan" in (BIN / "chronoseal").read_bytes():
+            self.skipTest("needs cc, and a program that takes preloaded libraries")
+        source = self.workspace.write("silent_names.c", SILENT_NAMES)
+        library = source.with_suffix(".so")
+        subprocess.run([compiler, "-shared", "-fPIC", "-o", library, source], check=True)
+        self.workspace.environment["LD_PRELOAD"] = str(library)
+        self.addCleanup(self.workspace.environment.pop, "LD_PRELOAD")
+        begin = time.monotonic()
+        self.expect(self.stamp("", "--attempts", 1, url="http://slow.example/"), UNREACHABLE, "0x80072EE2")
+        self.assertLess(time.monotonic() - begin, LOOK_UP_SECONDS / 2)
 
     def test_broken_transport(self):
         for page in ("cut", "cutchunks", "nohttp", "hangup"):
