@@ -95,7 +95,7 @@ bool Budget::take_signature(unsigned& used, unsigned limit, const EVP_PKEY* key)
     if (!take(used, limit, weight)) {
         return false;
     }
-    if (!take_work(signature_cost(key))) {
+    if (shared_ && !shared_->take_work(signature_cost(key))) {
         used -= weight;
         return false;
     }
