@@ -150,6 +150,30 @@ TEST_F(BuriedEvidenceTest, ListSignersAreFoundAmongNamesakesWhateverTheirOrder) 
         << "nobody has looked whether its signer is among them";
 }
 
+// Forged lists about the signer of one's own list, or by its name.
+TEST_F(BuriedEvidenceTest, ForgedListsDoNotSilenceOnesOwn) {
+    const PartyOwner forged_root = make_party({"root", nullptr, kAuthority});
+    const PartyOwner forged_authority = make_party({"authority", nullptr, kAuthority});
+    for (const Party* forger : {forged_root.get(), forged_authority.get()}) {
+        Given about = given({encoded(authority_.get())});
+        for (int i = 0; i < 170; ++i) {
+            about.lists.push_back(make_list({forger, -10 - i, 100}));
+        }
+        for (const bool forged_first : {false, true}) {
+            if (forged_first) {
+                std::reverse(about.lists.begin(), about.lists.end());
+            }
+            own_the_revocation(true);
+            EXPECT_NE(stamp_verdict(setting_, about), 0u);
+            setting_.own_lists.push_back(make_list({root_.get(), -1, 100}));
+            EXPECT_EQ(stamp_verdict(setting_, about), CRYPT_E_REVOKED) << forger->name;
+            setting_.own_lists = {make_list({rekeyed_.get(), -1, 100}),
+                                  make_list({root_.get(), -1, 100})};
+            EXPECT_EQ(stamp_verdict(setting_, about), TRUST_E_SYSTEM_ERROR) << forger->name;
+        }
+    }
+}
+
 TEST_F(BuriedEvidenceTest, OnesOwnCertificatesGoBeforeWhatCameAlong) {
     const PartyOwner nobody = make_party({"nobody", nullptr, kAuthority});
     std::vector<std::string> junk;

@@ -34,6 +34,9 @@ public:
     GivenEvidence given;
     EvidenceSignatures signatures;
 
+    // Of the judgement that ended last: good by what was heard, and what was left out is foreign.
+    bool good_but_for_foreign = false;
+
     // What came from the cache and the network, by its key in the cache; also what was useless, so
     // that it isn't asked for again.
     std::map<std::string, std::deque<EvidenceItem>> fetched;

@@ -177,7 +177,10 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
 bool EvidenceSigner::passes_with_support(const EvidenceItem& item, CertificatePathView path,
                                          std::size_t index, const StatusQuestion& question) {
     const StatusFinding finding = session_.judge(path, index, question);
-    if (!passes(finding, question.mode)) {
+    // Foreign lists about the signer of what isn't foreign can't silence it: whoever sent them
+    // could have left them away. That some weren't looked at is kept in mind all the same.
+    const bool speaks = !item.given() && session_.good_but_for_foreign;
+    if (!speaks && !passes(finding, question.mode)) {
         return false;
     }
     std::vector<DecidingEvidence>& support = session_.support[&item];

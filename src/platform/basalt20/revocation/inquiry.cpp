@@ -79,6 +79,8 @@ StatusFinding Inquiry::run() {
     static_cast<void>(ask_given() || (question_.may_use_cache && ask_cache()) ||
                       (question_.may_fetch && ask_network()));
     ERR_clear_error();
+    session_.good_but_for_foreign =
+        ruling_.standing == Standing::good && !is_all_heard() && !own_left_out_;
     return finding();
 }
 
@@ -203,13 +205,22 @@ bool Inquiry::is_worth_keeping(const EvidenceItem& item) const {
     return false;
 }
 
+bool Inquiry::hears(const EvidenceItem& item,
+                    bool (EvidenceSigner::*has_signed)(const EvidenceItem&)) {
+    const unsigned before = session_.signatures.left_out();
+    const bool heard = (signer_.*has_signed)(item);
+    const bool left_out = session_.signatures.left_out() != before;
+    own_left_out_ = own_left_out_ || (left_out && !item.given());
+    return heard;
+}
+
 bool Inquiry::consider(const Items& items) {
     Items open;
     for (const EvidenceItem* item : items) {
         if (!item->usable() || !is_for_us(*item)) {
             continue;
         }
-        if (signer_.is_on_path(*item)) {
+        if (hears(*item, &EvidenceSigner::is_on_path)) {
             accept(*item);
         } else {
             open.push_back(item);
@@ -220,7 +231,7 @@ bool Inquiry::consider(const Items& items) {
         return true;
     }
     for (const EvidenceItem* item : open) {
-        if (signer_.is_beside_path(*item)) {
+        if (hears(*item, &EvidenceSigner::is_beside_path)) {
             accept(*item);
         }
     }

@@ -32,6 +32,7 @@ private:
     const EvidenceItem* keep(const std::string& key, EvidenceItem item);
     bool is_for_us(const EvidenceItem& item) const;
     void accept(const EvidenceItem& item);
+    bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
     bool is_worth_keeping(const EvidenceItem& item) const;
     void state(const Statement& statement, Items origin);
@@ -62,6 +63,7 @@ private:
     std::vector<Items> origins_; // of the statements
     Ruling ruling_;
     bool something_at_hand_ = false;
+    bool own_left_out_ = false; // something that isn't foreign
     std::string unreached_;
 };
 

@@ -22,6 +22,7 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
                    question.now,      question.is_signer,    may_fetch};
     };
     const Key key = key_when(question.may_fetch);
+    good_but_for_foreign = false;
     // What was found when the sources were asked holds for whoever may not ask them, too, and goes
     // before what was found without them.
     for (const Key& wanted : {key_when(true), key}) {
