@@ -228,8 +228,11 @@ Kind kind_of(ByteView bytes) {
     if (bytes.empty()) {
         return Kind::empty;
     }
+    const std::string_view text{reinterpret_cast<const char*>(bytes.data()), bytes.size()};
     if (const auto outer = DerReader(bytes).next(kSequence)) {
-        return kind_of_der(bytes, *outer);
+        const Kind kind = kind_of_der(outer->whole, *outer);
+        // A list of hashes may begin with "0", and a digit that makes a length.
+        return kind == Kind::unknown_der && kind_of_file(text) == Kind::text ? Kind::text : kind;
     }
     if (std::to_integer<unsigned>(bytes[0]) == kSequence) {
         // BER with indefinite lengths, which the platform reads.
@@ -239,7 +242,7 @@ Kind kind_of(ByteView bytes) {
                        : Kind::other_message;
         }
     }
-    return kind_of_file({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    return kind_of_file(text);
 }
 
 std::string_view kind_name(Kind kind) noexcept {

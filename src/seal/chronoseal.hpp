@@ -784,6 +784,11 @@ struct Inspection {
     Bytes der;
     // Whoever judges `stamps` hasn't judged these.
     std::vector<UnreadStamp> unread = {};
+    // So many bytes stand behind a token or a response, and were not looked at; in PEM, those of
+    // further stamps.
+    std::size_t behind = 0;
+    // Of a request: the authority is to put its certificate into the token.
+    bool certificates_wanted = false;
 };
 
 // Tells what the bytes are, by their content alone. Never throws for what they are.

@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/definite_form.h>
+#include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/smime.h>
@@ -51,8 +53,17 @@ void keep_around(std::string_view text, std::string_view base64, Envelope& envel
 
 Error not_alone() {
     return Error(Category::refused, "malformed", 0,
-                 "the text holds more than the message, and can't be changed without harm to that",
+                 "there is more than the message, and it can't be changed without harm to that",
                  "put the message into a file of its own");
+}
+
+// Whether nothing stands behind the message, which would be lost with another in its place.
+bool stands_alone(ByteView der) {
+    if (der.empty() || std::to_integer<unsigned>(der[0]) != der_tag::kSequence) {
+        return true;
+    }
+    const auto element = DerReader(der).next();
+    return element ? element->whole.size() == der.size() : with_definite_lengths(der).has_value();
 }
 
 } // namespace
@@ -104,7 +115,11 @@ Bytes Envelope::close(ByteView changed) const {
 
 Bytes rewrap(ByteView original, ByteView der) {
     return guarded("write the message", [&] {
-        Bytes text = Envelope::open(original).close(der);
+        const Envelope envelope = Envelope::open(original);
+        if (!stands_alone(envelope.der)) {
+            throw not_alone();
+        }
+        Bytes text = envelope.close(der);
         // Whatever else stands in the text, it is this message that has been changed.
         if (!std::ranges::equal(unarmor(text).der, der)) {
             throw not_alone();

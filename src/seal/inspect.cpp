@@ -2,9 +2,12 @@
 #include <algorithm>
 
 #include <basalt/error_codes.h>
+#include <chronoseal/seal/armor.h>
 #include <chronoseal/seal/byte_kind.h>
+#include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/request_bytes.h>
 #include <chronoseal/seal/signed_bytes.h>
 #include <chronoseal/seal/stamp_access.h>
 
@@ -136,6 +139,36 @@ void read_stamp(Inspection& result) {
     }
 }
 
+bool wants_certificates(ByteView request) {
+    try {
+        return read_request(request).certificates;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+bool is_stamp(Kind kind) {
+    return kind == Kind::response || kind == Kind::token;
+}
+
+// The message without what stands behind it.
+ByteView first_of(ByteView der) {
+    const auto first = DerReader(der).next();
+    return first ? first->whole : der;
+}
+
+// The bytes behind a stamp; of PEM, which holds certificates and the like besides, those of stamps.
+std::size_t bytes_behind(ByteView bytes, const Inspection& found) {
+    std::size_t behind = found.der.size() - first_of(found.der).size();
+    if (found.form == Form::pem) {
+        const std::vector<PemBlock> blocks = pem_blocks(bytes);
+        for (std::size_t i = 1; i < blocks.size(); ++i) {
+            behind += is_stamp(kind_of(blocks[i].der)) ? blocks[i].der.size() : 0;
+        }
+    }
+    return behind;
+}
+
 } // namespace
 
 Inspection inspect(ByteView bytes) {
@@ -149,13 +182,17 @@ Inspection inspect(ByteView bytes) {
         if (result.kind == Kind::signed_message) {
             result.description = describe_bytes(result.der);
         }
-        if (result.kind == Kind::response || result.kind == Kind::token) {
+        if (is_stamp(result.kind)) {
             read_stamp(result);
+            result.behind = bytes_behind(bytes, result);
+        }
+        if (result.kind == Kind::request) {
+            result.certificates_wanted = wants_certificates(result.der);
         }
         const bool is_signature =
             result.kind == Kind::signed_message || result.kind == Kind::authenticode_signature;
         if (is_signature || result.kind == Kind::token) {
-            StampSearch(result).search(result.der);
+            StampSearch(result).search(first_of(result.der));
         }
         if (is_signature && !(result.stamps.empty() && result.unread.empty())) {
             result.description =

@@ -91,6 +91,8 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
          "Gr\xC3\xBC\xC3\x9F"
          "e, not a stamp!\n",
          Kind::text, Form::binary},
+        {"a list of hashes", "0a" + std::string(62, 'b') + "  a file\n", Kind::text, Form::binary},
+        {"the shortest list", "0a", Kind::text, Form::binary},
         {"other der", sequence(sequence(sequence(""))), Kind::unknown_der, Form::binary},
         {"noise", std::string("\x00\x01\x02\xFF", 4), Kind::unknown, Form::binary},
     };
@@ -104,6 +106,29 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
             EXPECT_EQ(word_of([&] { Stamp::read(to_bytes(row.bytes)); }), "not_a_stamp")
                 << row.name;
         }
+    }
+}
+
+TEST(Inspect, WhatStandsBehindAStampIsToldAndNotLost) {
+    const tsp::Authority authority;
+    const std::string token = authority.token(TstInfo().encode());
+    const std::string answer = tsp::response(0, token);
+    const struct {
+        std::string bytes;
+        std::size_t behind;
+        bool lost; // with other bytes in the stamp's place
+    } rows[] = {{token, 0, false},
+                {answer, 0, false},
+                {answer + answer, answer.size(), true},
+                {token + "\n", 1, true},
+                {base64(token + token), token.size(), true},
+                {pem("PKCS7", token) + pem("CERTIFICATE", authority.root_der()), 0, false},
+                {pem("PKCS7", token) + pem("PKCS7", token), token.size(), false}};
+    for (const auto& row : rows) {
+        const Bytes bytes = to_bytes(row.bytes);
+        EXPECT_EQ(inspect(bytes).behind, row.behind) << row.bytes.size();
+        EXPECT_EQ(word_of([&] { rewrap(bytes, to_bytes(token)); }), row.lost ? "malformed" : "")
+            << row.bytes.size();
     }
 }
 

@@ -178,6 +178,14 @@ Question Sealer::Impl::question_of_request(ByteView request) const {
                         " isn't known here, or its digest has a wrong length",
                     "make the request anew");
     }
+    if (!fields.certificates && options_.verify && options_.trust.certificates.empty() &&
+        !is_address_book_filled()) {
+        throw Error(Category::misuse, "certificates_not_asked", 0,
+                    "the request doesn't ask for the authority's certificate, without which the "
+                    "answer can't be verified",
+                    "ask for it when the request is made, give it, or don't have the answer "
+                    "verified");
+    }
     check_shape(rules_,
                 {fields.hash_oid, fields.expected.policy, fields.expected.nonce.has_value()});
     question.expected = std::move(fields.expected);

@@ -359,6 +359,14 @@ TEST_F(SealerTest, AFinishedRequestGoesOutAsItIs) {
     EXPECT_EQ(body_of(authority.request(0)), to_text(request));
     EXPECT_TRUE(Verifier(authority.trust()).verify(stamp, Expected::of_request(request)).good());
     EXPECT_EQ(word_of([&] { sealer.send(bytes_of("no request")); }), "not_a_request");
+    // Without the authority's certificate its answer couldn't be judged: nobody is asked.
+    wanted.certificates = false;
+    wanted.only_requests = true;
+    const Bytes bare = Sealer(wanted).request(Digest::of(bytes_of("data"), sealer.hash()));
+    EXPECT_FALSE(inspect(bare).certificates_wanted);
+    EXPECT_TRUE(inspect(request).certificates_wanted);
+    EXPECT_EQ(word_of([&] { sealer.send(bare); }), "certificates_not_asked");
+    EXPECT_EQ(authority.requests(), 1U);
 }
 
 } // namespace

@@ -14,48 +14,62 @@ namespace {
 
 constexpr DWORD kUseExisting = CERT_STORE_ADD_USE_EXISTING;
 
+struct Added {
+    std::size_t certificates = 0;
+    std::size_t evidence = 0;
+
+    Added& operator+=(const Added& other) {
+        certificates += other.certificates;
+        evidence += other.evidence;
+        return *this;
+    }
+};
+
 // The certificates and lists of a message, such as a PKCS#7 bag.
-std::size_t add_message(ByteView der, HCERTSTORE store) {
+Added add_message(ByteView der, HCERTSTORE store) {
     const auto message = open_message(der);
-    std::size_t count = 0;
+    Added added;
     for (DWORD i = 0; i < message_number(message, CMSG_CERT_COUNT_PARAM); ++i) {
         const Bytes one = message_bytes(message, CMSG_CERT_PARAM, i).value_or(Bytes());
-        count += CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(one),
-                                                  static_cast<DWORD>(one.size()), kUseExisting,
-                                                  nullptr) != 0;
+        added.certificates += CertAddEncodedCertificateToStore(
+                                  store, ATL2::kAnyEncoding, octets(one),
+                                  static_cast<DWORD>(one.size()), kUseExisting, nullptr) != 0;
     }
     for (DWORD i = 0; i < message_number(message, CMSG_CRL_COUNT_PARAM); ++i) {
         const Bytes one = message_bytes(message, CMSG_CRL_PARAM, i).value_or(Bytes());
-        count += CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(one),
-                                          static_cast<DWORD>(one.size()), CERT_STORE_ADD_ALWAYS,
-                                          nullptr) != 0;
+        added.evidence += CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(one),
+                                                   static_cast<DWORD>(one.size()),
+                                                   CERT_STORE_ADD_ALWAYS, nullptr) != 0;
     }
-    return count;
+    return added;
 }
 
 // Lists are added whatever lies there: several of one issuer may each speak of another time.
-std::size_t add_der(ByteView der, HCERTSTORE store) {
+Added add_der(ByteView der, HCERTSTORE store) {
     const auto size = static_cast<DWORD>(der.size());
     if (der.size() > kMostBytes || der.empty()) {
-        return 0;
+        return {};
     }
-    const bool added = CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der),
-                                                        size, kUseExisting, nullptr) != 0 ||
-                       CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(der), size,
-                                                CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
-                       BasaltAddOcspResponseToStore(store, octets(der), size) != 0;
-    return added ? 1 : add_message(der, store);
+    if (CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der), size, kUseExisting,
+                                         nullptr) != 0) {
+        return {.certificates = 1};
+    }
+    const bool evidence = CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(der), size,
+                                                   CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
+                          BasaltAddOcspResponseToStore(store, octets(der), size) != 0;
+    return evidence ? Added{.evidence = 1} : add_message(der, store);
 }
 
-std::size_t add_bytes(ByteView bytes, HCERTSTORE store) {
-    std::size_t count = 0;
-    if (const auto blocks = pem_blocks(bytes); !blocks.empty()) {
-        for (const PemBlock& block : blocks) {
-            count += add_der(block.der, store);
-        }
-        return count;
+Added add_bytes(ByteView bytes, HCERTSTORE store) {
+    const auto blocks = pem_blocks(bytes);
+    if (blocks.empty()) {
+        return add_der(unarmor(bytes).der, store);
     }
-    return add_der(unarmor(bytes).der, store);
+    Added added;
+    for (const PemBlock& block : blocks) {
+        added += add_der(block.der, store);
+    }
+    return added;
 }
 
 } // namespace
@@ -66,20 +80,32 @@ ATL2::CCertStore memory_store() {
     return store;
 }
 
-void add_source(const Source& source, const ATL2::CCertStore& store) {
+void add_source(const Source& source, const ATL2::CCertStore& store, Wanted wanted) {
     const auto* path = std::get_if<std::filesystem::path>(&source);
     const Bytes read = path != nullptr ? read_file(*path) : std::get<Bytes>(source);
-    if (add_bytes(read, store.get()) == 0) {
-        const std::string name = path != nullptr ? quote_foreign(path->string()) : "the bytes";
+    const Added added = add_bytes(read, store.get());
+    const std::string name = path != nullptr ? quote_foreign(path->string()) : "the bytes";
+    if (added.certificates + added.evidence == 0) {
         throw Error(Category::unreachable, "no_certificates", 0,
                     "can't read certificates, revocation lists or OCSP answers from " + name,
                     "give a PEM or DER file");
     }
+    if (wanted == Wanted::certificates && added.certificates == 0) {
+        throw Error(Category::unreachable, "no_certificates", 0,
+                    "can't read a certificate from " + name + ", which holds lists or answers",
+                    "give a file with certificates");
+    }
+    if (wanted == Wanted::evidence && added.evidence == 0) {
+        throw Error(Category::unreachable, "no_evidence", 0,
+                    "can't read revocation lists or OCSP answers from " + name +
+                        ", which holds certificates",
+                    "give a file with lists or answers");
+    }
 }
 
-void add_sources(std::span<const Source> sources, const ATL2::CCertStore& store) {
+void add_sources(std::span<const Source> sources, const ATL2::CCertStore& store, Wanted wanted) {
     for (const Source& source : sources) {
-        add_source(source, store);
+        add_source(source, store, wanted);
     }
 }
 

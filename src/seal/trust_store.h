@@ -10,10 +10,17 @@ namespace chronoseal {
 
 ATL2::CCertStore memory_store();
 
+// What a source has to hold, whatever else stands in it: a slip that nobody tells of would make a
+// verdict on something else than was meant.
+enum class Wanted { anything, certificates, evidence };
+
 // Puts all that the source holds into the store, PEM or DER, one or many. Throws
-// `file_unreadable`, and `no_certificates` for a source with nothing of use.
-void add_source(const Source& source, const ATL2::CCertStore& store);
-void add_sources(std::span<const Source> sources, const ATL2::CCertStore& store);
+// `file_unreadable`, `no_certificates` for a source with nothing of use or without a certificate
+// where one is wanted, and `no_evidence` for one without a list or an answer.
+void add_source(const Source& source, const ATL2::CCertStore& store,
+                Wanted wanted = Wanted::anything);
+void add_sources(std::span<const Source> sources, const ATL2::CCertStore& store,
+                 Wanted wanted = Wanted::anything);
 
 // A collection of open stores, which it keeps open.
 ATL2::CCertStore collection_of(const std::vector<const ATL2::CCertStore*>& stores);

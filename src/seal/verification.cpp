@@ -92,11 +92,16 @@ Strength strength_in_force(Strength wanted) {
     return is_floor ? Strength::floor : Strength::current;
 }
 
-ATL2::CCertStore filled(std::initializer_list<const std::vector<Source>*> lists) {
+ATL2::CCertStore roots_of(const Trust& trust) {
     auto store = memory_store();
-    for (const std::vector<Source>* sources : lists) {
-        add_sources(*sources, store);
-    }
+    add_sources(trust.roots, store, Wanted::certificates);
+    return store;
+}
+
+ATL2::CCertStore extra_of(const Trust& trust) {
+    auto store = memory_store();
+    add_sources(trust.certificates, store);
+    add_sources(trust.evidence, store, Wanted::evidence);
     return store;
 }
 
@@ -121,14 +126,21 @@ ByteView without_zeros(ByteView number) {
 
 } // namespace
 
+bool is_address_book_filled() {
+    const auto store = address_book();
+    ATL2::CCertContext first;
+    first.attach(CertEnumCertificatesInStore(store.get(), nullptr));
+    return static_cast<bool>(first);
+}
+
 std::string_view check_name(Check check) noexcept {
     return kCheckNames[static_cast<std::size_t>(check)];
 }
 
 TrustInForce::TrustInForce(const Trust& trust, Reach reached)
     : revocation(mode_in_force(trust.revocation)), strength(strength_in_force(trust.strength)),
-      as_of(trust.as_of), extra(filled({&trust.certificates, &trust.evidence})),
-      roots(filled({&trust.roots})), own_roots(!trust.roots.empty()), reach(reached),
+      as_of(trust.as_of), extra(extra_of(trust)), roots(roots_of(trust)),
+      own_roots(!trust.roots.empty()), reach(reached),
       engine(trust, as_of, own_roots ? roots.get() : nullptr, extra.get(), reached) {}
 
 TrustInForce::TrustInForce(const TrustInForce& other, const Trust& trust, std::optional<Time> now)

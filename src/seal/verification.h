@@ -32,6 +32,9 @@ struct TrustInForce {
 // The code of what wasn't looked at to the end: it is neither good nor bad.
 inline constexpr std::uint32_t kTooCostly = TRUST_E_SYSTEM_ERROR;
 
+// Whether there are certificates that a signer may be found among where none were given.
+bool is_address_book_filled();
+
 // The word of what wasn't done because something before it wasn't.
 inline constexpr std::string_view kEarlierFailure = "earlier_failure";
 

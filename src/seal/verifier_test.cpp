@@ -488,6 +488,10 @@ TEST_F(VerifierTest, TrustThatHoldsNothingIsRefused) {
               "no_certificates");
     EXPECT_EQ(word_of([] { Verifier({.roots = {std::filesystem::path("/none/there.pem")}}); }),
               "file_unreadable");
+    const Bytes root = to_bytes(authority.root_der());
+    const Bytes list = to_bytes(list_by(authority, "", -1, "20260101000000Z", "20360101000000Z"));
+    EXPECT_EQ(word_of([&] { Verifier({.roots = {list}}); }), "no_certificates");
+    EXPECT_EQ(word_of([&] { Verifier({.roots = {root}, .evidence = {root}}); }), "no_evidence");
 }
 
 } // namespace
