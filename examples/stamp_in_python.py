@@ -21,7 +21,7 @@ def main(folder: str, first: str, second: str, roots: str) -> int:
         print(f"{result.item}: {stamp.time.isoformat()} by {stamp.info.address}, {len(verdict.findings)} checks")
 
     files = [str(path) for path in sorted(pathlib.Path(folder).iterdir())
-             if path.suffix != ".tsr" and not pathlib.Path(f"{path}.tsr").exists()]
+             if path.is_file() and path.suffix != ".tsr" and not pathlib.Path(f"{path}.tsr").exists()]
     summary = chronoseal.Sealer([first, second], roots=roots).seal_all(files, done)
     print(f"{summary.stamped} stamped, {summary.failed} failed")
     return 0 if summary.failed == 0 else 1

@@ -7,6 +7,7 @@ import os
 from typing import Any, Iterable, List, Optional, Union
 
 from ._native import ffi
+from .error import Category, Error
 
 #: A file by its name, or bytes.
 Data = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview]
@@ -65,6 +66,19 @@ class Arena:
             else:
                 place.path = self.path(source)
         return array
+
+
+def content_of(data: Data) -> Union[bytes, bytearray, memoryview]:
+    """The bytes, or what a file of that name holds."""
+    if isinstance(data, BYTES):
+        return data
+    try:
+        with open(data, "rb") as file:
+            return file.read()
+    except OSError as error:
+        text = f"can't read {os.fsdecode(data)!r}: {error.strerror}"
+        advice = "check the file's name and mode"
+        raise Error(Category.UNREACHABLE, "file_unreadable", 0, text, advice, f"{text}; {advice}") from None
 
 
 def text_of(pointer: Any) -> str:

@@ -91,9 +91,9 @@ class EvidenceRecord(Unchanging):
         watch.run(lambda: call(lib.chronoseal_evidence_record_hash_file, handle, name, watch.control, out, room, count))
         return tuple(digest_of(out[i]) for i in range(count[0]))
 
-    def save(self, path: Union[str, "os.PathLike[str]"]) -> None:
-        """Writes the record to a file, which must not be there yet."""
-        with open(path, "xb") as out:
+    def save(self, path: Union[str, "os.PathLike[str]"], *, overwrite: bool = False) -> None:
+        """Writes the record to a file. `FileExistsError` if it is there already, unless that is to be overwritten."""
+        with open(path, "wb" if overwrite else "xb") as out:
             out.write(self.der)
 
     def __eq__(self, other: object) -> bool:

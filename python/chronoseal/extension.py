@@ -6,7 +6,7 @@ import dataclasses
 import datetime
 from typing import Any, Optional, Tuple, Union
 
-from ._memory import Arena, Data, Sources
+from ._memory import Arena, Data, Sources, content_of
 from ._native import ffi, lib
 from .error import call
 from .evidence_record import EvidenceRecord, record_of
@@ -71,8 +71,8 @@ def _taken(handle: Any) -> Extension:
                      info.ocsp_answers, remarks_of(info))
 
 
-def attach(signature: Union[bytes, bytearray, memoryview], sealer: Sealer, *, signer: Optional[int] = None,
-           content: Union[bytes, bytearray, memoryview, None] = None, certificates: Sources = (),
+def attach(signature: Data, sealer: Sealer, *, signer: Optional[int] = None,
+           content: Optional[Data] = None, certificates: Sources = (),
            attribute: Optional[str] = None, stop: Optional[Stop] = None) -> bytes:
     """A CMS signature with a time-stamp over the octets of a signer's signature, in the form in which it came: DER,
     PEM, Base64 or S/MIME. `signer` counts from 0; None: each one, up to 64. The arithmetic of the signatures is checked
@@ -87,9 +87,9 @@ def attach(signature: Union[bytes, bytearray, memoryview], sealer: Sealer, *, si
         "chronoseal_attach_options", signer=0 if signer is None else signer + 1, certificates=sources,
         certificate_count=len(sources), attribute=arena.text(attribute))
     if content is not None:
-        view = arena.bytes(content)
+        view = arena.bytes(content_of(content))
         options.content, options.content_size = view, len(view)
-    message = arena.bytes(signature)
+    message = arena.bytes(content_of(signature))
     place, size = ffi.new("unsigned char**"), ffi.new("size_t*")
     handle = sealer._handle
     watch.run(lambda: call(lib.chronoseal_attach, handle, message, len(message), options, watch.control, ffi.NULL,

@@ -5,7 +5,7 @@ from __future__ import annotations
 import dataclasses
 from typing import Optional, Tuple, Union
 
-from ._memory import Arena, bytes_of, text_of
+from ._memory import Arena, Data, bytes_of, content_of, text_of
 from ._native import ffi, lib
 from .error import Error, call, error_of
 from .handle import bytes_made, made
@@ -46,10 +46,10 @@ class Inspection:
 _FORMS = ("binary", "pem", "base64", "smime")
 
 
-def inspect(data: Union[bytes, bytearray, memoryview]) -> Inspection:
-    """Tells what the bytes are, by their content alone."""
+def inspect(data: Data) -> Inspection:
+    """Tells what bytes, or a file by its name, are by their content alone."""
     arena = Arena()
-    buffer = arena.bytes(data)
+    buffer = arena.bytes(content_of(data))
     handle = made("chronoseal_inspection", lib.chronoseal_inspect, buffer, len(buffer))
     out = ffi.new("chronoseal_inspection_info**")
     call(lib.chronoseal_inspection_get_info, handle, out)

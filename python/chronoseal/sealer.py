@@ -98,7 +98,7 @@ class Sealer(Unchanging):
 
     def seal(self, item: Item, *, progress: Optional[Progress] = None, stop: Optional[Stop] = None) -> Stamp:
         """A stamp for bytes, for a file by its name, or for a `Digest`, for which every check has passed. Raises the
-        error of the last authority asked."""
+        error of the last authority asked. One stamp, whatever the quorum: see `seal_quorum`."""
         watch = Watch(progress, stop)
         if isinstance(item, Digest):
             return self._get(watch, lib.chronoseal_seal_digest, item.in_memory(watch.arena))

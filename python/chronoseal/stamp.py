@@ -162,9 +162,9 @@ class Stamp(Unchanging):
         """The TimeStampResp as it came; empty of a bare token."""
         return self._bytes(lib.chronoseal_stamp_response)
 
-    def save(self, path: Union[str, "os.PathLike[str]"]) -> None:
-        """Writes the response to a file, which must not be there yet."""
-        with open(path, "xb") as out:
+    def save(self, path: Union[str, "os.PathLike[str]"], *, overwrite: bool = False) -> None:
+        """Writes the response to a file. `FileExistsError` if it is there already, unless that is to be overwritten."""
+        with open(path, "wb" if overwrite else "xb") as out:
             out.write(self.response)
 
     def _bytes(self, function: Any) -> bytes:

@@ -65,6 +65,9 @@ def test_a_stored_stamp_is_read_again(sealer, verifier, tmp_path):
     stamp.save(tmp_path / "stamp")
     with pytest.raises(FileExistsError):
         stamp.save(tmp_path / "stamp")
+    stamp.save(tmp_path / "stamp", overwrite=True)
+    assert chronoseal.inspect(tmp_path / "stamp").der == chronoseal.inspect(str(tmp_path / "stamp")).der == stamp.response
+    assert word_of(lambda: chronoseal.inspect("no such file")) == "file_unreadable"
     for again in (chronoseal.Stamp(tmp_path / "stamp"), chronoseal.Stamp(stamp.response), chronoseal.Stamp(stamp.token),
                   tmp_path / "stamp", stamp.token):
         assert verifier.verify(again, DATA)

@@ -196,7 +196,7 @@ def test_a_signature_gets_a_stamp(sealer, tmp_path):
     assert word_of(lambda: chronoseal.attach(signature, chronoseal.Sealer("http://127.0.0.1:1/"), attribute="foo",
                                              content=b"content")) == "oid_malformed"  # nobody is asked
     assert word_of(lambda: chronoseal.attach(b"hello", sealer)) == "not_a_signature"
-    stamped = chronoseal.attach(signature, sealer, content=b"content")
+    stamped = chronoseal.attach(tmp_path / "data.p7s", sealer, content=str(tmp_path / "data"))
     (embedded,) = chronoseal.inspect(stamped).stamps
     assert embedded.attribute == "1.2.840.113549.1.9.16.2.14"
     assert chronoseal.Verifier(roots=ROOT).verify(embedded.stamp, embedded.stamped)
