@@ -26,7 +26,8 @@ int main(int argc, char** argv) try {
             files.insert(entry.path());
         }
     }
-    const auto done = [](const chronoseal::BatchResult& result) {
+    int unwritten = 0; // `done` is called by one thread at a time
+    const auto done = [&](const chronoseal::BatchResult& result) {
         const std::string name = std::get<fs::path>(result.item).string();
         if (result.error) {
             std::fprintf(stderr, "%s: %s\n", chronoseal::quote_foreign(name).c_str(),
@@ -34,16 +35,22 @@ int main(int argc, char** argv) try {
             return;
         }
         const chronoseal::Stamp& stamp = result.stamps.front();
-        std::ofstream(name + ".tsr", std::ios::binary)
-            .write(reinterpret_cast<const char*>(stamp.response().data()),
-                   static_cast<std::streamsize>(stamp.response().size()));
+        std::ofstream out(name + ".tsr", std::ios::binary);
+        out.write(reinterpret_cast<const char*>(stamp.response().data()),
+                  static_cast<std::streamsize>(stamp.response().size()));
+        out.close();
+        if (!out) {
+            ++unwritten;
+            std::fprintf(stderr, "can't write %s.tsr\n", chronoseal::quote_foreign(name).c_str());
+            return;
+        }
         std::printf("%s: %s by %s\n", chronoseal::quote_foreign(name).c_str(),
                     chronoseal::utc_text(stamp.time()).c_str(), stamp.authority().c_str());
     };
     const auto summary = sealer.seal_range(files, done, 4);
     std::printf("%llu stamped, %llu failed\n", static_cast<unsigned long long>(summary.stamped),
                 static_cast<unsigned long long>(summary.failed));
-    return summary.failed == 0 ? 0 : 1;
+    return summary.failed == 0 && unwritten == 0 ? 0 : 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 3;
