@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "input_file.h"
+#include "named_failure.h"
 #include "output_file.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
@@ -84,10 +85,6 @@ void check_usage(const AttachOptions& options, const Output& output) {
                           "name --out, and give the data as a file");
     }
     refuse_json_beside({options.out, Existing::replace}, output, "the signature");
-    if (options.authority.quorum > 1) {
-        throw usage_error("--quorum isn't for attaching", "attach once for each authority");
-    }
-    refuse_other_time(options.trust);
 }
 
 OutputFile output_of(const AttachOptions& options) {
@@ -102,13 +99,21 @@ OutputFile output_of(const AttachOptions& options) {
     return out;
 }
 
+CmsSignature read_signature(const AttachOptions& options) {
+    try {
+        return CmsSignature::read(read_file(options.file));
+    } catch (const chronoseal::Error& error) {
+        throw about_file(options.file, "attach a stamp to", error);
+    }
+}
+
 } // namespace
 
 ExitStatus run_attach(const AttachOptions& options, const Output& output) {
     check_usage(options, output);
     const OutputFile out = output_of(options);
     const chronoseal::Trust trust = trust_of(options.trust);
-    CmsSignature signature = CmsSignature::read(read_file(options.file));
+    CmsSignature signature = read_signature(options);
     const std::vector<std::size_t> signers = signers_wanted(options, signature);
     const std::string attribute = options.attribute.empty()
                                       ? std::string(chronoseal::kSignatureTimeStamp)

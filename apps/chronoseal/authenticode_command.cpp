@@ -10,7 +10,6 @@
 namespace cli {
 
 ExitStatus run_authenticode(const AuthenticodeOptions& options, const Output& output) {
-    refuse_other_time(options.trust);
     const OutputFile out(options.out, existing_of(options.force));
     refuse_json_beside(out, output, "the stamp");
     out.check(files_of(options.trust, {options.file}));

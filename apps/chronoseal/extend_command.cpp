@@ -10,6 +10,7 @@
 #include "record_verification.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
+#include "trust_command.h"
 
 namespace cli {
 
@@ -31,6 +32,7 @@ public:
             try {
                 extend(file, item);
                 item["ok"] = true;
+                ++(item["changed"] ? extended_ : unchanged_);
             } catch (const Error& error) {
                 tell(file, error, item);
             }
@@ -47,7 +49,9 @@ private:
         out.check(files_of(options_.trust,
                            options_.out.empty() ? std::vector<std::string>() : std::vector{file}));
         const Bytes bytes = read_file(file);
-        const chronoseal::Kind kind = chronoseal::inspect(bytes).kind;
+        const chronoseal::Inspection found = chronoseal::inspect(bytes);
+        refuse_more_behind(found);
+        const chronoseal::Kind kind = found.kind;
         if (kind == chronoseal::Kind::signed_message ||
             kind == chronoseal::Kind::authenticode_signature) {
             extend_signature(file, out, bytes, item);
@@ -148,7 +152,9 @@ private:
     }
 
     void tell(const std::string& file, const Error& error, Json& item) {
-        const Error told = about_file(file, "extend", error);
+        const Error told =
+            with_trust_call(about_file(file, "extend", error), file == "-" ? "ROOT.pem" : file);
+        ++failed_;
         status_ = worse(status_, status_of(told.category()));
         output_.failure(told);
         item["ok"] = false;
@@ -156,13 +162,21 @@ private:
     }
 
     void finish() {
+        if (options_.stamps.size() > 1) {
+            output_.text(fmt::format("{} extended, {} held all already, {} failed\n", extended_,
+                                     unchanged_, failed_));
+        }
         Json members;
         Json results = results_.take();
-        if (results.size() == 1) {
+        if (results.size() == 1 && options_.stamps.size() == 1) {
             members = std::move(results.front());
             members.erase("ok");
-        } else if (output_.format() == Format::json) {
-            members["files"] = std::move(results);
+        } else {
+            if (output_.format() == Format::json) {
+                members["files"] = std::move(results);
+            }
+            members["summary"] = {
+                {"extended", extended_}, {"unchanged", unchanged_}, {"failed", failed_}};
         }
         output_.object(status_ == ExitStatus::good, members);
     }
@@ -172,6 +186,7 @@ private:
     chronoseal::Trust trust_;
     ExitStatus status_ = ExitStatus::good;
     ResultList results_;
+    std::uint64_t extended_ = 0, unchanged_ = 0, failed_ = 0;
 };
 
 void check_usage(const ExtendOptions& options, const Output& output) {

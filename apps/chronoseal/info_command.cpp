@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "input_file.h"
+#include "named_failure.h"
 #include "output_file.h"
 #include "record_text.h"
 #include "stamp_json.h"
@@ -28,10 +29,11 @@ ExitStatus show_request(const InfoOptions& options, const Inspection& found, con
             "look at it with another tool");
     }
     const chronoseal::Digest& digest = *expected.digest;
-    output.text(fmt::format("{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n", "kind",
-                            "request", "hash", digest.algorithm().name(), "digest",
+    output.text(fmt::format("{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n{:<14} {}\n",
+                            "kind", "request", "hash", digest.algorithm().name(), "digest",
                             to_hex(digest.value()), "nonce",
-                            expected.nonce ? to_hex(*expected.nonce) : "no", "policy",
+                            expected.nonce ? to_hex(*expected.nonce) : "no", "certificates",
+                            found.certificates_wanted ? "asked for" : "not asked for", "policy",
                             expected.policy.empty() ? "any" : expected.policy));
     output.object(true,
                   {{"file", options.file},
@@ -41,6 +43,7 @@ ExitStatus show_request(const InfoOptions& options, const Inspection& found, con
                      {"oid", digest.algorithm().oid()},
                      {"digest", to_hex(digest.value())}}},
                    {"nonceValue", expected.nonce ? Json(to_hex(*expected.nonce)) : Json(nullptr)},
+                   {"certReq", found.certificates_wanted},
                    {"policy", expected.policy}});
     return ExitStatus::good;
 }
@@ -73,9 +76,7 @@ ExitStatus show_embedded(const InfoOptions& options, const Inspection& found,
     return ExitStatus::good;
 }
 
-} // namespace
-
-ExitStatus run_info(const InfoOptions& options, const Output& output) {
+ExitStatus show(const InfoOptions& options, const Output& output) {
     const chronoseal::Bytes bytes = read_file(options.file);
     const Inspection found = chronoseal::inspect(bytes);
     if (found.kind == Kind::request) {
@@ -94,12 +95,26 @@ ExitStatus run_info(const InfoOptions& options, const Output& output) {
     }
     // Throws and says what the bytes are, if they are no stamp.
     const chronoseal::Stamp stamp = found.stamp ? *found.stamp : chronoseal::Stamp::read(bytes);
-    output.text(info_text(stamp.info()));
+    output.text(info_text(stamp.info()) + behind_text(found.behind));
     const auto& token = stamp.info().token;
     Json json = {{"file", options.file}, {"kind", chronoseal::kind_name(found.kind)}};
     json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));
+    json["bytesBehind"] = found.behind;
     output.object(true, json);
     return ExitStatus::good;
+}
+
+} // namespace
+
+ExitStatus run_info(const InfoOptions& options, const Output& output) {
+    try {
+        return show(options, output);
+    } catch (const chronoseal::Error& error) {
+        const chronoseal::Error told = about_file(options.file, "read", error);
+        output.failure(told);
+        output.object(false, {{"file", options.file}, {"error", error_json(told)}});
+        return status_of(told.category());
+    }
 }
 
 ExitStatus run_request(const MakeRequestOptions& options, const Output& output) {

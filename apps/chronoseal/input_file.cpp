@@ -130,6 +130,17 @@ Bytes read_file(const std::string& path, std::size_t limit, const std::stop_toke
     }
 }
 
+std::string stamped_file(const std::string& stem) {
+    if (is_file(stem)) {
+        return stem;
+    }
+    const std::size_t dot = stem.rfind('.');
+    const std::string number = dot == std::string::npos ? "" : stem.substr(dot + 1);
+    const bool counted = !number.empty() && number.size() <= 2 && number[0] != '0' &&
+                         number.find_first_not_of("0123456789") == std::string::npos;
+    return counted && is_file(stem.substr(0, dot)) ? stem.substr(0, dot) : "";
+}
+
 chronoseal::Digest digest_of(const std::string& path, const chronoseal::HashAlgorithm& algorithm,
                              bool show_progress, std::stop_token stop) {
     if (path != "-") {

@@ -19,6 +19,10 @@ inline constexpr std::uint32_t kCancelled = 0x800704C7;
 // A regular file, which is there.
 bool is_file(const std::string& path);
 
+// What a stamp or record is of whose name is this one and a suffix: the file of this name, or, of
+// "a.2", the second stamp of a quorum, the file "a". Empty: neither is there.
+std::string stamped_file(const std::string& stem);
+
 // Throws `file_unreadable`; `cancelled` on a stop, however long a pipe keeps silent.
 chronoseal::Bytes read_file(const std::string& path, std::size_t limit = kLargestMessage,
                             const std::stop_token& stop = {});

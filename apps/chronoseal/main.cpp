@@ -46,13 +46,17 @@ struct Chosen {
     std::function<ExitStatus(const Output&)> run;
 };
 
+std::string with_statuses(const std::string& examples) {
+    return examples + "\n\n" + kStatuses;
+}
+
 // A subcommand whose options are kept in `Options` and that runs `run` with them.
 template <class Options, class Describe>
 void add_command(CLI::App& app, Chosen& chosen, const char* name, const char* help,
                  const char* examples, ExitStatus (*run)(const Options&, const Output&),
                  Describe&& describe) {
     CLI::App* command = app.add_subcommand(name, help)->fallthrough();
-    command->footer(std::string(examples) + "\n\n" + kStatuses);
+    command->footer(with_statuses(examples));
     if (!chosen.may_be(name)) {
         return;
     }
@@ -99,15 +103,18 @@ void add_stamp(CLI::App& app, Chosen& chosen) {
                 .add_flag("--manifest", options.manifest,
                           "one stamp for lists of hashes, as sha256sum writes them")
                 ->excludes(together);
-            command.add_flag("--force", options.force, "overwrite what is there");
-            command.add_flag("--skip-existing", options.skip_existing,
-                             "leave out files that have a stamp");
+            auto* force = command.add_flag("--force", options.force, "overwrite what is there");
+            command
+                .add_flag("--skip-existing", options.skip_existing,
+                          "leave out files that have a stamp")
+                ->excludes(force);
             command.add_flag("--no-verify", options.no_verify,
                              "only compare the answer with the request");
             command.add_option("--jobs", options.jobs, "connections for many files, 1 to 64")
                 ->type_name("N")
                 ->check(CLI::Range(1U, 64U).description(""))
                 ->capture_default_str();
+            cli::add_quorum_option(command, options.authority);
             cli::add_request_options(command, options.request);
             cli::add_authority_options(command, options.authority);
             cli::add_trust_options(command, options.trust);
@@ -117,7 +124,9 @@ void add_stamp(CLI::App& app, Chosen& chosen) {
 void add_send(CLI::App& app, Chosen& chosen) {
     add_command<cli::SendOptions>(
         app, chosen, "send", "send a finished request, as `request` or another tool wrote it",
-        "Example:\n  chronoseal send report.tsq --out report.tsr --url http://tsa.example/",
+        "Example:\n"
+        "  chronoseal request report.pdf --cert --out report.tsq\n"
+        "  chronoseal send report.tsq --out report.pdf.tsr --url http://tsa.example/",
         cli::run_send, [](CLI::App& command, cli::SendOptions& options) {
             cli::add_value(command, "request", options.request, "the request", "FILE.tsq")
                 ->required();
@@ -169,6 +178,7 @@ void add_verify(CLI::App& app, Chosen& chosen) {
                              "compare the files of that list, too, as sha256sum -c does");
             command.add_flag("--strict", options.strict,
                              "refuse what rests on a certificate that has ended");
+            cli::add_time_option(command, options.trust);
             cli::add_trust_options(command, options.trust);
         });
 }
@@ -242,7 +252,7 @@ void add_info(CLI::App& app, Chosen& chosen) {
 void add_request(CLI::App& app, Chosen& chosen) {
     add_command<cli::MakeRequestOptions>(
         app, chosen, "request", "write a request and send nothing",
-        "Example:\n  chronoseal request report.pdf --out report.tsq", cli::run_request,
+        "Example:\n  chronoseal request report.pdf --cert --out report.tsq", cli::run_request,
         [](CLI::App& command, cli::MakeRequestOptions& options) {
             cli::add_value(command, "file", options.file, "file to hash; - is standard input",
                            "FILE")
@@ -288,6 +298,7 @@ void add_extend(CLI::App& app, Chosen& chosen) {
             cli::add_value(command, "--out", options.out,
                            "where to write the stamp (default: in place)", "FILE");
             command.add_flag("--force", options.force, "overwrite what is at --out");
+            cli::add_time_option(command, options.trust);
             cli::add_trust_options(command, options.trust);
         });
 }
@@ -310,7 +321,7 @@ void add_attach(CLI::App& app, Chosen& chosen) {
                            "what a detached signature is over, to check it", "FILE");
             command.add_option("--signer", options.signer, "stamp this signer, counted from 1")
                 ->type_name("N")
-                ->check(CLI::Range(1U, 1000000U));
+                ->check(CLI::Range(1U, 1000000U).description(""));
             command.add_flag("--all", options.all, "stamp each signer");
             cli::add_value(command, "--attribute", options.attribute,
                            "the unsigned attribute for the stamp (default: "
@@ -338,6 +349,7 @@ void add_doctor(CLI::App& app, Chosen& chosen) {
 void add_policy(CLI::App& app, Chosen& chosen) {
     CLI::App* policy = app.add_subcommand("policy", "the machine's policy")->fallthrough();
     policy->require_subcommand(1);
+    policy->footer(with_statuses("Example:\n  chronoseal policy show"));
     policy->add_subcommand("show", "every key, its value, and where it comes from")
         ->fallthrough()
         ->callback([&chosen] {
@@ -375,6 +387,11 @@ void add_trust(CLI::App& app, Chosen& chosen) {
         return;
     }
     trust->require_subcommand(1);
+    trust->footer(with_statuses(
+        "Examples:\n"
+        "  chronoseal trust add root.pem --sha256 HEX    once its owner has told the SHA-256\n"
+        "  chronoseal trust list\n"
+        "  chronoseal trust remove HEX"));
     trust->add_subcommand("list", "those that count where none are named")
         ->fallthrough()
         ->callback([&chosen] {
@@ -392,7 +409,10 @@ struct HelpOptions {
 
 void add_help(CLI::App& app, HelpOptions& options) {
     CLI::App* help = app.add_subcommand("help", "help on a command")->fallthrough();
-    help->add_option("command", options.topic, "which")->type_name("COMMAND");
+    help->footer(with_statuses("Examples:\n  chronoseal help verify\n"
+                               "  chronoseal help trust add"));
+    help->add_option("command", options.topic, "the command, or none for all")
+        ->type_name("COMMAND");
     help->add_flag("--dump", options.dump, "all commands and options as JSON")->group("");
 }
 
@@ -519,7 +539,7 @@ int call(int argc, const char* const* argv) {
     app.add_flag("--json-lines", json_lines, "print a JSON object a line, as results come")
         ->excludes(whole);
     auto* silent = app.add_flag("-q,--quiet", quiet, "print nothing but failures");
-    app.add_flag("-v,--verbose", verbose, "print a verdict check by check")->excludes(silent);
+    app.add_flag("-v,--verbose", verbose, "print verdicts check by check")->excludes(silent);
     app.set_version_flag("--version", "chronoseal " + std::string(chronoseal::version()));
     app.require_subcommand(1);
     app.footer(std::string("chronoseal help COMMAND tells the rest, with examples.\n\n") +

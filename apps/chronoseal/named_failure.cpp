@@ -5,13 +5,16 @@
 #include <algorithm>
 #include <array>
 
+#include <fmt/format.h>
+
 namespace cli {
 
 namespace {
 
 bool names(const std::string& text, const std::string& name) {
     constexpr std::array kDoing{"can't read ",   "can't write ",  "can't stamp ",
-                                "can't verify ", "can't extend ", "can't renew "};
+                                "can't verify ", "can't extend ", "can't renew ",
+                                "can't prove ",  "can't send ",   "can't attach a stamp to "};
     return text.starts_with(name + ": ") ||
            std::ranges::any_of(kDoing, [&](const std::string& doing) {
                return text.starts_with(doing + name + ": ");
@@ -26,8 +29,19 @@ chronoseal::Error about_file(const std::string& file, const std::string& doing,
     if (names(error.text(), name)) {
         return error;
     }
+    const bool of_file = error.advice() == "check the file or the address";
     return {error.category(), error.word(), error.code(),
-            "can't " + doing + " " + name + ": " + error.text(), error.advice()};
+            "can't " + doing + " " + name + ": " + error.text(),
+            of_file ? "check the file" : error.advice()};
+}
+
+void refuse_more_behind(const chronoseal::Inspection& found) {
+    if (found.behind != 0) {
+        throw chronoseal::Error(
+            chronoseal::Category::refused, "more_behind", 0,
+            fmt::format("{} bytes stand behind the stamp, and are no part of it", found.behind),
+            "put each stamp into a file of its own");
+    }
 }
 
 } // namespace cli

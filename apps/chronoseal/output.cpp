@@ -8,6 +8,8 @@
 
 #include <fmt/format.h>
 
+#include "option_advice.h"
+
 namespace cli {
 
 namespace {
@@ -66,7 +68,7 @@ void Output::object(bool ok, const nlohmann::ordered_json& members) const {
 }
 
 void Output::failure(const chronoseal::Error& error) const {
-    write(stderr, fmt::format("chronoseal: {}\n", error.what()));
+    write(stderr, fmt::format("chronoseal: {}\n", with_options(error).what()));
 }
 
 std::string Output::good(const std::string& word) const {
@@ -98,7 +100,7 @@ nlohmann::ordered_json error_json(const chronoseal::Error& error) {
     return {{"message", error.text()},
             {"word", error.word()},
             {"code", code},
-            {"advice", error.advice()}};
+            {"advice", with_options(error).advice()}};
 }
 
 } // namespace cli

@@ -26,17 +26,19 @@ namespace {
 using chronoseal::Category;
 using chronoseal::Error;
 
-constexpr char kForce[] = "name another by --out, or overwrite it by --force";
-
 [[noreturn]] void refuse(const char* word, const std::string& path, const std::string& reason,
                          const std::string& advice) {
     throw Error(Category::unreachable, word, 0,
                 fmt::format("can't write {}: {}", chronoseal::quote_foreign(path), reason), advice);
 }
 
+[[noreturn]] void refuse_existing(const std::string& path, const std::string& another) {
+    refuse("output_exists", path, "it is there already", another + ", or overwrite it by --force");
+}
+
 [[noreturn]] void fail(const std::string& path, int number) {
-    if (number == EEXIST) {
-        refuse("output_exists", path, "it is there already", kForce);
+    if (number == EEXIST) { // since it was looked for
+        refuse_existing(path, "take it away");
     }
     refuse("output_unwritable", path, std::strerror(number),
            "check the folder, its mode and its room");
@@ -214,6 +216,10 @@ bool OutputFile::exists() const {
     return !is_standard_output() && ::lstat(path_.c_str(), &info) == 0;
 }
 
+std::string OutputFile::another(const char* otherwise) const {
+    return option_ != nullptr ? fmt::format("name another by {}", option_) : otherwise;
+}
+
 void OutputFile::check(const std::vector<std::string>& inputs) const {
     if (is_standard_output()) {
         if (::isatty(STDOUT_FILENO) == 1) {
@@ -230,7 +236,7 @@ void OutputFile::check(const std::vector<std::string>& inputs) const {
             if (other && other->st_dev == target->st_dev && other->st_ino == target->st_ino) {
                 refuse("output_is_input", path_,
                        "it is the same file as the input " + chronoseal::quote_foreign(input),
-                       "name another by --out");
+                       another("take another input"));
             }
         }
         if (!S_ISREG(target->st_mode)) {
@@ -243,7 +249,7 @@ void OutputFile::check(const std::vector<std::string>& inputs) const {
         fail(path_, errno);
     }
     if (existing_ == Existing::refuse && exists()) { // a link that leads nowhere among them
-        fail(path_, EEXIST);
+        refuse_existing(path_, another("take it away"));
     }
     const std::string folder = folder_of(path_);
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {

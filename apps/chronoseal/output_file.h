@@ -17,8 +17,9 @@ inline Existing existing_of(bool force) {
 
 class OutputFile {
 public:
-    // "-" is standard output.
-    OutputFile(std::string path, Existing existing) : path_(std::move(path)), existing_(existing) {}
+    // "-" is standard output. `option` names another place in an advice; null: none does.
+    OutputFile(std::string path, Existing existing, const char* option = "--out")
+        : path_(std::move(path)), existing_(existing), option_(option) {}
 
     const std::string& path() const { return path_; }
     bool is_standard_output() const { return path_ == "-"; }
@@ -36,7 +37,10 @@ public:
 
 private:
     std::string path_;
+    std::string another(const char* otherwise) const;
+
     Existing existing_;
+    const char* option_;
 };
 
 // Where a file is to be written that is changed in its place: what a symbolic link leads to, so

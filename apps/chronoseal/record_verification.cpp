@@ -143,8 +143,7 @@ std::string file_beside_record(const std::string& record) {
     if (record.size() <= kRecordSuffix.size() || !record.ends_with(kRecordSuffix)) {
         return "";
     }
-    const std::string data = record.substr(0, record.size() - kRecordSuffix.size());
-    return is_file(data) ? data : "";
+    return stamped_file(record.substr(0, record.size() - kRecordSuffix.size()));
 }
 
 RecordVerification::RecordVerification(const VerifyOptions& options, const Output& output)

@@ -20,6 +20,7 @@
 #include "record_verification.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
+#include "trust_command.h"
 
 namespace cli {
 
@@ -48,9 +49,6 @@ void check_usage(const RenewOptions& options) {
     }
     if (options.convert_only && !options.hash.empty()) {
         throw usage_error("--convert-only adds nothing, and --hash does", "leave one out");
-    }
-    if (options.authority.quorum > 1) {
-        throw usage_error("a record is renewed by one stamp at a time", "leave out --quorum");
     }
     if (std::ranges::find(options.files, "-") != options.files.end() || options.out == "-") {
         throw usage_error("records are renewed in files", "name files");
@@ -83,7 +81,6 @@ class RenewRun {
 public:
     RenewRun(const RenewOptions& options, const Output& output)
         : options_(options), output_(output), verifier_(trust_of(options.trust)), results_(output) {
-        refuse_other_time(options.trust);
         if (!options.hash.empty()) {
             hash_ = HashAlgorithm::by_name(options.hash);
             if (hash_->weak()) {
@@ -152,6 +149,7 @@ private:
         chronoseal::Bytes bytes = read_file(file, kLargestMessage, stop_);
         const chronoseal::Inspection found = chronoseal::inspect(bytes);
         const bool was_stamp = found.stamp.has_value();
+        refuse_more_behind(found);
         EvidenceRecord record =
             was_stamp ? EvidenceRecord::of_stamp(*found.stamp) : EvidenceRecord::read(bytes);
         const std::string stem =
@@ -220,7 +218,7 @@ private:
                           const std::vector<DataDigests>& objects) const {
         EvidenceVerdict verdict = verifier_.verify(record, objects);
         if (!verdict.good()) {
-            const Error& error = *verdict.failure;
+            const Error error = with_trust_call(*verdict.failure, "ROOT.pem");
             throw Error(error.category(), error.word(), error.code(),
                         fmt::format("can't renew {}: {}", quote_foreign(item.file), error.text()),
                         error.advice());
@@ -366,7 +364,7 @@ private:
     }
 
     void fail(const Item& item, const Error& error) {
-        const Error told = about_file(item.file, "renew", error);
+        const Error told = about_file(item.file, "renew", with_trust_call(error, "ROOT.pem"));
         if (items_.size() == 1) {
             throw Error(told);
         }

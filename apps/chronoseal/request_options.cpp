@@ -38,15 +38,18 @@ void add_authority_options(CLI::App& command, AuthorityOptions& options) {
         ->type_name("SECONDS")
         ->check(CLI::Range(1U, 3600U).description(""));
     command
-        .add_option("--quorum", options.quorum,
-                    "stamps by so many different authorities, 1 to 16, or none")
-        ->type_name("N")
-        ->check(CLI::Range(1U, 16U).description(""));
-    command
         .add_option("--attempts", options.attempts,
                     "how often one authority is asked, 1 to 10 (default: 3)")
         ->type_name("N")
         ->check(CLI::Range(1U, 10U).description(""));
+}
+
+void add_quorum_option(CLI::App& command, AuthorityOptions& options) {
+    command
+        .add_option("--quorum", options.quorum,
+                    "stamps by so many different authorities, 1 to 16, or none")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 16U).description(""));
 }
 
 std::vector<std::string> files_of(const AuthorityOptions& options, std::vector<std::string> files) {

@@ -32,6 +32,7 @@ struct AuthorityOptions {
 
 void add_request_options(CLI::App& command, RequestOptions& options);
 void add_authority_options(CLI::App& command, AuthorityOptions& options);
+void add_quorum_option(CLI::App& command, AuthorityOptions& options);
 
 // The files that are read for it, and `others`: no result is written over one of them.
 std::vector<std::string> files_of(const AuthorityOptions& options,

@@ -120,9 +120,10 @@ Bytes pem_of(const std::vector<Bytes>& pieces, std::string_view label) {
 class SideFiles {
 public:
     explicit SideFiles(const StampOptions& options)
-        : token_(options.token_out, existing_of(options.force)),
-          certificates_(options.certs_out, existing_of(options.force)),
-          lists_(options.crls_out, existing_of(options.force)), trust_(options.trust) {}
+        : token_(options.token_out, existing_of(options.force), "--token-out"),
+          certificates_(options.certs_out, existing_of(options.force), "--certs-out"),
+          lists_(options.crls_out, existing_of(options.force), "--crls-out"),
+          trust_(options.trust) {}
 
     void check(const std::vector<std::string>& inputs) const {
         for (const OutputFile* file : {&token_, &certificates_, &lists_}) {
@@ -152,6 +153,10 @@ public:
         }
         if (!certificates_.path().empty()) {
             certificates_.write(pem_of(certificates, "CERTIFICATE"));
+            if (certificates.empty()) {
+                output.note("no chain of certificates was found: " +
+                            quote_foreign(certificates_.path()) + " is empty");
+            }
         }
         if (!lists_.path().empty()) {
             lists_.write(pem_of(lists, "X509 CRL"));
@@ -307,7 +312,8 @@ private:
         std::vector<OutputFile> there;
         for (std::size_t i = 0; i < options_.authority.quorum; ++i) {
             const OutputFile out(numbered(output_path(options_, file), i),
-                                 existing_of(options_.force));
+                                 existing_of(options_.force),
+                                 options_.files.size() > 1 ? nullptr : "--out");
             if (options_.skip_existing && out.exists()) {
                 there.push_back(out);
             } else {
@@ -344,6 +350,9 @@ private:
         if (!out.is_standard_output()) {
             output_.text(
                 stamped_text(quote_foreign(shown) + ":", stamp, !options_.no_verify, out.path()));
+            if (output_.verbose() && !options_.no_verify) {
+                output_.text(verdict_text(judged(stamp), output_));
+            }
         }
         if (output_.json()) {
             Json json = {
@@ -351,6 +360,16 @@ private:
             json.update(to_json(stamp, !options_.no_verify));
             results_.add(std::move(json));
         }
+    }
+
+    // Once more for those who want to see it: what the sealer has compared it with is what came.
+    chronoseal::Verdict judged(const Stamp& stamp) const {
+        const chronoseal::TokenInfo& token = *stamp.info().token;
+        chronoseal::Expected expected;
+        expected.digest = {sealer_.hash(), token.imprint};
+        expected.nonce_known = true;
+        expected.nonce = token.nonce;
+        return chronoseal::Verifier(trust_of(options_.trust)).verify(stamp, expected);
     }
 
     void skip(const std::string& file, const std::string& reason, const char* word) {
@@ -413,7 +432,6 @@ private:
 } // namespace
 
 ExitStatus run_stamp(const StampOptions& options, const Output& output) {
-    refuse_other_time(options.trust);
     if (options.together || options.manifest) {
         return run_stamp_together(options, output);
     }
@@ -421,15 +439,27 @@ ExitStatus run_stamp(const StampOptions& options, const Output& output) {
     return StampRun(options, output).run();
 }
 
+namespace {
+
+Stamp sent(const Sealer& sealer, const Bytes& request, const SendOptions& options,
+           const std::stop_token& stop) {
+    try {
+        return sealer.send(request, stop);
+    } catch (const Error& error) {
+        throw about_file(options.request, "send", with_trust_call(error, "ROOT.pem"));
+    }
+}
+
+} // namespace
+
 ExitStatus run_send(const SendOptions& options, const Output& output) {
-    refuse_other_time(options.trust);
     const OutputFile out(options.out, existing_of(options.force));
     refuse_json_beside(out, output, "the stamp");
     out.check(files_of(options.trust, files_of(options.authority, {options.request})));
     const Bytes request = read_file(options.request);
     const Sealer sealer(sealer_options(options.authority, options.trust, options.no_verify));
     const Interruption interruption;
-    const Stamp stamp = sealer.send(request, interruption.token());
+    const Stamp stamp = sent(sealer, request, options, interruption.token());
     out.write(stamp.response().empty() ? stamp.as_response() : stamp.response());
     if (!out.is_standard_output()) {
         output.text(stamped_text(quote_foreign(options.request) + ":", stamp, !options.no_verify,

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "output.h"
+#include "record_text.h"
 #include "short_name.h"
 
 namespace cli {
@@ -47,13 +48,12 @@ void add_certificate(std::string& text, const char* role,
 void add_token(std::string& text, const chronoseal::TokenInfo& token) {
     add_line(text, "time",
              fmt::format("{} ({})", utc_text(token.time), chronoseal::local_text(token.time)));
-    add_line(text, "accuracy",
-             token.accuracy ? fmt::format("{} us", token.accuracy->count()) : "not told");
+    add_line(text, "accuracy", token.accuracy ? accuracy_text(*token.accuracy) : "not told");
     add_line(text, "serial number", to_hex(token.serial_number));
     add_line(text, "policy", token.policy);
     add_line(text, "hash", algorithm_text(token.imprint_algorithm));
     add_line(text, "digest", to_hex(token.imprint));
-    add_line(text, "nonce", token.nonce ? "yes" : "no");
+    add_line(text, "nonce", token.nonce ? to_hex(*token.nonce) : "no");
     add_line(text, "ordering", token.ordering ? "yes" : "no");
     add_line(text, "authority",
              token.authority.empty() ? "not told" : quote_foreign(token.authority));
@@ -111,6 +111,21 @@ void add_link(std::string& text, const chronoseal::ChainLink& link) {
 }
 
 } // namespace
+
+std::string accuracy_text(std::chrono::microseconds accuracy) {
+    using namespace std::chrono;
+    return accuracy % seconds(1) == microseconds(0)
+               ? fmt::format("{} s", duration_cast<seconds>(accuracy).count())
+           : accuracy % milliseconds(1) == microseconds(0)
+               ? fmt::format("{} ms", duration_cast<milliseconds>(accuracy).count())
+               : fmt::format("{} microseconds", accuracy.count());
+}
+
+std::string behind_text(std::size_t bytes) {
+    return bytes == 0 ? ""
+                      : fmt::format("  remark: {} behind the stamp, not looked at\n",
+                                    counted(bytes, "byte"));
+}
 
 std::string info_text(const chronoseal::StampInfo& info) {
     std::string text;

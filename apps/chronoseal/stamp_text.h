@@ -1,6 +1,7 @@
 // What a stamp holds and what a verdict found, as lines for people. Foreign text is quoted.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include <chronoseal/chronoseal.hpp>
@@ -8,6 +9,12 @@
 namespace cli {
 
 class Output;
+
+// "1 s", "500 ms".
+std::string accuracy_text(std::chrono::microseconds accuracy);
+
+// The remark on what stands behind a stamp in its file; empty for nothing.
+std::string behind_text(std::size_t bytes);
 
 // One line a field, for `info`.
 std::string info_text(const chronoseal::StampInfo& info);

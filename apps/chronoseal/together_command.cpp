@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
 #include "input_file.h"
 #include "interruption.h"
 #include "many_files.h"
+#include "named_failure.h"
 #include "output_file.h"
 #include "place_set.h"
 #include "progress.h"
@@ -196,6 +198,14 @@ HashedList hash_together(const std::vector<std::string>& files, const HashAlgori
     return list;
 }
 
+// A file that is named, and lies in a folder that is, has one line.
+void list_once(std::vector<std::string>& files) {
+    std::unordered_set<std::string> listed;
+    std::erase_if(files, [&](const std::string& file) {
+        return !listed.insert(std::filesystem::path(file).lexically_normal().string()).second;
+    });
+}
+
 ExitStatus stamp_together(const StampOptions& options, const Output& output) {
     const Sealer sealer = make_sealer(options, {});
     const std::string list_name = options.out + "." + list_suffix(sealer.hash());
@@ -210,6 +220,7 @@ ExitStatus stamp_together(const StampOptions& options, const Output& output) {
         const bool own = is_same_file(file, list_name) || is_same_file(file, record_file.path());
         return own && std::ranges::find(options.files, file) == options.files.end();
     });
+    list_once(files);
     if (files.empty()) {
         throw Error(chronoseal::Category::refused, "no_files", 0, "there is no file to stamp",
                     "name files, or folders that hold some");
@@ -256,7 +267,7 @@ ExitStatus stamp_manifests(const StampOptions& options, const Output& output) {
     PlaceSet places;
     std::vector<OutputFile> outs;
     for (const std::string& name : options.files) {
-        outs.emplace_back(name + ".ers", existing_of(options.force));
+        outs.emplace_back(name + ".ers", existing_of(options.force), nullptr);
         places.add_or_refuse(outs.back().path(), "records", "name each list once");
         outs.back().check(files_of(options.trust, files_of(options.authority, options.files)));
     }
@@ -359,7 +370,8 @@ public:
         PlaceSet places;
         for (const std::string& file : options.files) {
             outs_.emplace_back(options.out.empty() ? file + ".ers" : options.out,
-                               existing_of(options.force));
+                               existing_of(options.force),
+                               options.files.size() > 1 ? nullptr : "--out");
             if (!outs_.back().is_standard_output()) {
                 places.add_or_refuse(outs_.back().path(), "records", "name each file once");
             }
@@ -400,8 +412,7 @@ private:
             }
             ++proved_;
         } catch (const Error& error) {
-            const Error told(error.category(), error.word(), error.code(),
-                             quote_foreign(file) + ": " + error.text(), error.advice());
+            const Error told = about_file(file, "prove", error);
             output_.failure(told);
             status_ = worse(status_, status_of(error.category()));
             ++failed_;

@@ -99,10 +99,13 @@ void add_trust_options(CLI::App& command, TrustOptions& options) {
               "what must be known of revocation: all of it, what is available, or nothing",
               "require|available|off")
         ->check(CLI::IsMember({"require", "available", "off"}).description(""));
+    command.add_flag("--offline", options.offline, "fetch nothing from the network");
+}
+
+void add_time_option(CLI::App& command, TrustOptions& options) {
     add_value(command, "--at", options.at,
               "judge as of this time in place of now (2031-05-01, or 2031-05-01T12:00:00Z)",
               "TIME");
-    command.add_flag("--offline", options.offline, "fetch nothing from the network");
 }
 
 std::vector<std::string> files_of(const TrustOptions& options, std::vector<std::string> files) {
@@ -110,12 +113,6 @@ std::vector<std::string> files_of(const TrustOptions& options, std::vector<std::
         files.insert(files.end(), list->begin(), list->end());
     }
     return files;
-}
-
-void refuse_other_time(const TrustOptions& options) {
-    if (!options.at.empty()) {
-        throw usage_error("--at judges the past, and a stamp is of now", "leave it out");
-    }
 }
 
 chronoseal::Trust trust_of(const TrustOptions& options) {

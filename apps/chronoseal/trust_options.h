@@ -20,13 +20,12 @@ struct TrustOptions {
 };
 
 void add_trust_options(CLI::App& command, TrustOptions& options);
+// --at, for what judges stamps of the past.
+void add_time_option(CLI::App& command, TrustOptions& options);
 
 // The files that are read for it, and `others`: no result is written over one of them.
 std::vector<std::string> files_of(const TrustOptions& options,
                                   std::vector<std::string> others = {});
-
-// Throws `usage` for --at: what is asked for now isn't judged as of another time.
-void refuse_other_time(const TrustOptions& options);
 
 // Throws `usage` for a time that can't be read.
 chronoseal::Trust trust_of(const TrustOptions& options);

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "short_name.h"
+#include "stamp_text.h"
 
 namespace cli {
 
@@ -94,15 +95,6 @@ std::string sentence(const std::string& text) {
     return result;
 }
 
-std::string accuracy_text(std::chrono::microseconds accuracy) {
-    using namespace std::chrono;
-    return accuracy % seconds(1) == microseconds(0)
-               ? fmt::format("{} s", duration_cast<seconds>(accuracy).count())
-           : accuracy % milliseconds(1) == microseconds(0)
-               ? fmt::format("{} ms", duration_cast<milliseconds>(accuracy).count())
-               : fmt::format("{} microseconds", accuracy.count());
-}
-
 std::string headline(const chronoseal::Verdict& verdict) {
     const chronoseal::Finding& deciding = verdict.deciding();
     const bool good = verdict.good();
@@ -111,6 +103,23 @@ std::string headline(const chronoseal::Verdict& verdict) {
     return fmt::format("<p class=\"verdict {}\"><strong>{}.</strong> {}</p>\n", style, word,
                        good ? "Every check that was required has passed."
                             : html_of(sentence(deciding.text) + " " + sentence(deciding.advice)));
+}
+
+// Until when a good stamp can be relied upon, which whoever keeps the page has to know.
+std::string outlook_rows(const chronoseal::Verdict& verdict) {
+    const chronoseal::Outlook& outlook = verdict.outlook;
+    std::string rows;
+    if (verdict.good() && outlook.renew_before) {
+        rows += row("Renew before",
+                    both_times(*outlook.renew_before) +
+                        (outlook.renew_reason.empty() ? "" : ": " + html_of(outlook.renew_reason)));
+    }
+    if (verdict.good() && outlook.evidence_stored) {
+        rows += row("Its evidence", outlook.evidence_until
+                                        ? "speaks until " + both_times(*outlook.evidence_until)
+                                        : std::string("speaks for good"));
+    }
+    return rows;
 }
 
 std::string stamped_part(const std::string& file, chronoseal::ByteView sha256,
@@ -132,6 +141,7 @@ std::string stamped_part(const std::string& file, chronoseal::ByteView sha256,
         rows += row("Policy", escaped(token->policy));
     }
     rows += row("Judged as of", both_times(verdict.as_of));
+    rows += outlook_rows(verdict);
     return "<h2>What was stamped</h2>\n<table>\n" + rows + "</table>\n";
 }
 

@@ -38,12 +38,11 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kSuffixes[] = {".tsr", ".tst", ".tsa"};
 
-// "report.pdf" for "report.pdf.tsr", if it is there; else nothing.
+// "report.pdf" for "report.pdf.tsr" and "report.pdf.2.tsr", if it is there; else nothing.
 std::string file_beside(const std::string& stamp) {
     for (const std::string_view suffix : kSuffixes) {
         if (stamp.size() > suffix.size() && stamp.ends_with(suffix)) {
-            const std::string data = stamp.substr(0, stamp.size() - suffix.size());
-            return is_file(data) ? data : "";
+            return stamped_file(stamp.substr(0, stamp.size() - suffix.size()));
         }
     }
     return "";
@@ -60,6 +59,17 @@ struct Outcome {
 std::string compared_text(const Verdict& verdict, const std::string& subject) {
     return verdict.compared() ? quote_foreign(subject)
                               : "compared with nothing: signature and chain only";
+}
+
+// Whoever names what was stamped mostly means the stamp or the record beside it.
+Error pointed_beside(const std::string& file, const Error& error) {
+    for (const char* suffix : {".tsr", ".ers"}) {
+        if (error.word() == "not_a_stamp" && is_file(file + suffix)) {
+            return {error.category(), error.word(), error.code(), error.text(),
+                    "verify " + quote_foreign(file + suffix)};
+        }
+    }
+    return error;
 }
 
 // The hash, the signature or a key is weak, whatever the verdict.
@@ -80,7 +90,11 @@ public:
         : options_(options), output_(output), verifier_(trust_of(options.trust)),
           records_(options, output) {
         if (!options.request.empty()) {
-            request_ = Expected::of_request(read_file(options.request));
+            try {
+                request_ = Expected::of_request(read_file(options.request));
+            } catch (const Error& error) {
+                throw about_file(options.request, "read", error);
+            }
         }
     }
 
@@ -104,6 +118,10 @@ public:
                              found.stamp ? *std::exchange(found.stamp, std::nullopt)
                                          : Stamp::read(bytes),
                              stop, outcome);
+                outcome.text += behind_text(found.behind);
+                if (output_.json()) {
+                    outcome.json["bytesBehind"] = found.behind;
+                }
             }
         } catch (const Error& error) {
             fail(file, error, outcome);
@@ -302,7 +320,8 @@ private:
                                         chronoseal::utc_text(verdict.stamp.token->time),
                                         authority_text(verdict), compared, outlook_text(verdict));
         } else {
-            const Error error = with_trust_call(verdict.error(), file == "-" ? "ROOT.pem" : file);
+            const Error error =
+                with_trust_call(of_the_past(verdict.error()), file == "-" ? "ROOT.pem" : file);
             const char* word = verdict.indeterminate() ? "indeterminate" : "not good";
             outcome.status = worse(outcome.status, status_of(error.category()));
             outcome.error =
@@ -316,6 +335,16 @@ private:
         outcome.text += labelled_remarks(label, verdict);
     }
 
+    // What is asked again when a stamp is got has another remedy where one is judged.
+    Error of_the_past(const Error& error) const {
+        const bool foreign = error.word() == "nonce_differs" && request_;
+        const bool early = error.word() == "time_in_future" && !options_.trust.at.empty();
+        return {error.category(), error.word(), error.code(), error.text(),
+                foreign ? "the stamp is the answer to another request"
+                : early ? "name a time by --at that is not before the stamp's"
+                        : error.advice()};
+    }
+
     static void refuse_aged(const std::string& label, const Verdict& verdict, Outcome& outcome) {
         outcome.status = worse(outcome.status, ExitStatus::refused);
         outcome.error = Error(chronoseal::Category::refused, "aged", 0,
@@ -327,7 +356,7 @@ private:
     }
 
     void fail(const std::string& file, const Error& error, Outcome& outcome) const {
-        const Error told = about_file(file, "verify", error);
+        const Error told = pointed_beside(file, about_file(file, "verify", error));
         outcome.status = worse(outcome.status, status_of(told.category()));
         outcome.error = told;
         outcome.json["error"] = error_json(told);
@@ -442,7 +471,8 @@ void check_report(const VerifyOptions& options) {
     std::vector<std::string> inputs = options.stamps;
     inputs.insert(inputs.end(),
                   {file_beside(options.stamps.front()), options.data, options.request});
-    OutputFile(options.report, existing_of(options.force)).check(files_of(options.trust, inputs));
+    OutputFile(options.report, existing_of(options.force), "--report")
+        .check(files_of(options.trust, inputs));
 }
 
 void check_usage(const VerifyOptions& options) {

@@ -114,7 +114,14 @@ chronoseal::Error wrong_usage(const CLI::ParseError& error, const CLI::App& app,
         dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
         return usage_error("no command is given", help_call(app));
     }
-    const std::vector<std::string> known_commands = command_names(app);
+    const std::vector<std::string> inner = command_names(*command);
+    if (word.empty() && !inner.empty() &&
+        dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        return usage_error(
+            fmt::format("{} wants one of: {}", command->get_name(), fmt::join(inner, ", ")),
+            help_call(*command));
+    }
+    const std::vector<std::string> known_commands = inner.empty() ? command_names(app) : inner;
     if (word.empty() || std::ranges::count(known_commands, word) != 0) {
         std::string text = error.what();
         std::ranges::replace(text, '\n', ' ');
@@ -128,7 +135,7 @@ chronoseal::Error wrong_usage(const CLI::ParseError& error, const CLI::App& app,
                                        command == &app ? "chronoseal" : command->get_name()),
                            "a file of this name is given with ./ in front");
     }
-    const char* what = option ? "no option" : command == &app ? "no command" : "too much";
+    const char* what = option ? "no option" : inner.empty() ? "too much" : "no command";
     return usage_error(fmt::format("\"{}\" is {}{}", quote_foreign(word, 80), what,
                                    command == &app ? "" : " of " + command->get_name()),
                        near.empty()

@@ -53,6 +53,7 @@ class Files(WithFolder):
         self.expect(self.workspace.run("stamp", data, *self.trust), UNREACHABLE, "--force")
         self.assertEqual(stamp.read_bytes(), first)
         self.expect(self.workspace.run("stamp", data, *self.trust, "--skip-existing"), GOOD)
+        self.expect(self.workspace.run("stamp", data, *self.trust, "--skip-existing", "--force"), USAGE, "--force")
         self.assertEqual(stamp.read_bytes(), first)
         stamp.chmod(0o640)
         self.expect(self.workspace.run("stamp", data, *self.trust, "--force"), GOOD)
@@ -148,7 +149,7 @@ class Files(WithFolder):
             self.assertRegex(shown, "can't stamp .*/sub: it is a folder; .*--together")
             self.assertRegex(shown, "can't stamp .*/pipe: it is a pipe")
             self.assertNotIn("input", shown)
-        self.assertRegex(shown, "can't write .*/a.tsr: it is there already")
+        self.assertRegex(shown, "can't write .*/a.tsr: it is there already; take it away, or overwrite it by --force")
         self.assertRegex(shown, ".*/a.tsr is left out: it is a stamp itself")
         result = self.workspace.run("stamp", self.folder / "a", *self.trust, "--skip-existing")
         self.expect(result, GOOD, "a is left out: ", "a.tsr is there already")
@@ -158,7 +159,9 @@ class Files(WithFolder):
             path = self.file(name, b"words")
             result = subprocess.run([program.BIN / "chronoseal", "verify", name, "--no-data"], cwd=self.folder,
                                     env=self.workspace.environment, capture_output=True)
-            self.expect(result, REFUSED, f"can't verify {path.name}: ", "plain text")
+            self.expect(result, REFUSED, f"can't verify {path.name}: ", "; check the file")
+        (self.folder / "a.tsr").write_bytes(b"")
+        self.expect(self.workspace.run("verify", self.folder / "a"), REFUSED, f"verify {self.folder}/a.tsr")
 
     def test_a_name_in_brackets_is_one_file(self):
         self.file("a", b"not this one")
@@ -175,10 +178,16 @@ class Files(WithFolder):
         calls = [(("--roots", "/no/such/root"), UNREACHABLE), (("--roots", not_a_root), UNREACHABLE),
                  (("--out", "/no/such/folder/x"), UNREACHABLE), (("--hash", "crc32"), USAGE),
                  (("--out", self.folder / ("x" * 256)), UNREACHABLE), (("--policy", "bla"), USAGE),
-                 (("--policy", "1..2"), USAGE), (("--policy", "3.1"), USAGE), (("--at", "2020-01-01"), USAGE)]
+                 (("--policy", "1..2"), USAGE), (("--policy", "3.1"), USAGE), (("--at", "2020-01-01"), USAGE),
+                 (("--crls", self.authority.root), UNREACHABLE)]
         for words, status in calls:
             with self.subTest(words):
                 self.expect(self.workspace.run("stamp", data, "--url", url, *words), status)
+        query = self.folder / "a.tsq"
+        self.expect(self.workspace.run("request", data, "--out", query), GOOD)
+        self.assertIn(b"certificates   not asked for", self.workspace.run("info", query).stdout)
+        self.expect(self.workspace.run("send", query, "--out", self.folder / "x", "--url", url), USAGE, "can't send ",
+                    "--cert,", "--certs,", "--no-verify")
         self.workspace.configure('[config.cades.tsppolicy]\nAllowedTSPs = ["http://other/"]\n')
         huge = self.folder / "huge"
         with open(huge, "wb") as file:
@@ -187,7 +196,7 @@ class Files(WithFolder):
         self.expect(self.workspace.run("stamp", huge, "--url", url), REFUSED, "0xC2100103")
         self.assertLess(time.monotonic() - begin, 3, "it was hashed before the policy was asked")
         self.workspace.configure("")
-        self.expect(self.workspace.run("stamp", data), USAGE, "address")
+        self.expect(self.workspace.run("stamp", data), USAGE, "address", "--url")
         self.assertRaises(TimeoutError, listener.accept)
 
     def test_logins_have_no_place_in_an_address(self):
@@ -206,6 +215,8 @@ class Files(WithFolder):
         shown = program.openssl("ts", "-verify", "-data", data, "-token_in", "-in", token, "-CAfile",
                                 self.authority.root, "-untrusted", certs)
         self.assertIn(b"Verification: OK", shown.stdout)
+        self.expect(self.workspace.run("stamp", data, "--url", self.authority.url, "--no-verify", "--force", "--certs-out",
+                                       self.folder / "none.pem"), GOOD, "none.pem is empty")
         written = certs.read_bytes()
         self.assertEqual(written.count(b"BEGIN CERTIFICATE"), 2)  # the chain, as OpenSSL would write it
         first = program.openssl("x509", "-in", certs).stdout
@@ -227,7 +238,10 @@ class Files(WithFolder):
         self.expect(self.workspace.run("verify", sent, "--request", query, "--roots", self.authority.root), GOOD)
         other = self.folder / "b.tsq"
         program.openssl("ts", "-query", "-data", data, "-sha256", "-cert", "-out", other)
-        self.expect(self.workspace.run("verify", sent, "--request", other, "--roots", self.authority.root), REFUSED)
+        verify = ("verify", sent, "--roots", self.authority.root, "--request")
+        self.expect(self.workspace.run(*verify, other), REFUSED, "the answer to another request")
+        self.expect(self.workspace.run(*verify, query, "--at", "2020-01-01"), REFUSED, "name a time by --at")
+        self.expect(self.workspace.run(*verify, data), REFUSED, f"can't read {data}: ")
 
     def test_what_a_stamp_is_compared_with(self):
         data = self.file("a")
@@ -244,16 +258,24 @@ class Files(WithFolder):
         result = self.workspace.run("verify", stamp, *roots, "--no-data")
         self.expect(result, GOOD)
         self.assertIn(b"compared with nothing", result.stdout)
+        data.write_bytes(b"content")
+        second = self.file("a.2.tsr", stamp.read_bytes())  # of a quorum, unless a file is named so
+        self.expect(self.workspace.run("verify", second, *roots), GOOD)
+        self.expect(self.workspace.run("renew", "--convert-only", second, *roots), GOOD)
+        self.expect(self.workspace.run("verify", self.folder / "a.2.ers", *roots), GOOD)
+        self.file("a.2", b"other")
+        self.expect(self.workspace.run("verify", second, *roots), REFUSED, "0x80091007")
         self.expect(self.workspace.run("verify", stamp, *roots, "--no-data", "-q"), GOOD)
         self.assertEqual(self.workspace.run("verify", stamp, *roots, "--no-data", "-q").stdout, b"")
 
     def test_verbose_tells_every_check(self):
         data = self.file("a")
         self.expect(self.workspace.run("stamp", data, *self.trust), GOOD)
-        shown = self.workspace.run("verify", self.folder / "a.tsr", "--roots", self.authority.root, "-v").stdout
-        for check in (b"status", b"imprint", b"nonce", b"policy", b"time", b"content_type", b"signer", b"signature",
-                      b"extensions", b"chain", b"usage", b"revocation", b"strength"):
-            self.assertIn(check, shown)
+        for words in (("verify", self.folder / "a.tsr", "--roots", self.authority.root), ("stamp", data, *self.trust, "--force")):
+            shown = self.workspace.run(*words, "-v").stdout
+            for check in (b"status", b"imprint", b"nonce", b"policy", b"time", b"content_type", b"signer", b"signature",
+                          b"extensions", b"chain", b"usage", b"revocation", b"strength"):
+                self.assertIn(check, shown)
 
     def test_forms_that_are_read(self):
         data = self.file("a")
@@ -273,10 +295,12 @@ class Files(WithFolder):
         self.expect(self.workspace.run("info", self.folder / "a.tsq"), GOOD)
         for name, content, word in (("page", b"<!DOCTYPE html><html><body>no</body></html>", "HTML"),
                                     ("cert", self.authority.root.read_bytes(), "certificate"),
-                                    ("text", b"just some words\n", "text"), ("none", b"", "empty")):
+                                    ("text", b"just some words\n", "text"), ("none", b"", "empty"),
+                                    ("sums", b"0a" + b"b" * 62 + b"  a file\n", "text")):
             with self.subTest(name):
                 path = self.file(name, content)
-                self.expect(self.workspace.run("info", path), REFUSED, word)
+                self.expect(self.workspace.run("info", path), REFUSED, f"can't read {path}: ", word)
+                self.assertEqual(self.workspace.run_json("info", path)[1]["file"], str(path))
                 self.expect(self.workspace.run("verify", path, "--no-data"), REFUSED, word)
 
     def test_the_page_stands_alone_and_escapes(self):
@@ -290,9 +314,10 @@ class Files(WithFolder):
         self.assertIn("a&lt;b&gt;.txt", text)
         self.assertIn(hashlib.sha256((self.folder / "a<b>.txt.tsr").read_bytes()).hexdigest(), text)
         self.assertNotIn("<b>", text)
+        self.assertRegex(text, r"<th>Renew before</th><td>\d{4}-.*: ")
         self.assertNotIn("http://", text.split("</style>")[1].split("<body>")[0])
         self.expect(self.workspace.run("verify", self.folder / "a<b>.txt.tsr", "--roots", self.authority.root,
-                                       "--report", page), UNREACHABLE, "--force")
+                                       "--report", page), UNREACHABLE, "name another by --report, or overwrite it by --force")
 
 
 class ManyFiles(WithAuthority):
@@ -635,8 +660,11 @@ class WordsOfACall(program.SystemTest):
             self.assertIn(b"Usage: chronoseal " + (b"verify" if "verify" in words else b"["), result.stdout)
 
     def test_a_slip_below_a_command_points_to_help_that_is_there(self):
-        for words in (("policy", "sho"), ("policy", "show", "--frob"), ("trust", "add", "x"), ("trust", "list", "x")):
-            line = self.expect(self.workspace.run(*words), USAGE, "see chronoseal ")
+        for words, told in ((("policy", "sho"), "did you mean show?"), (("policy",), "policy wants one of: show"),
+                            (("policy", "show", "--frob"), "--frob"), (("trust", "add", "x"), "--sha256"),
+                            (("trust", "list", "x"), "too much of list"), (("renew", "x", "--quorum", "2"), "no option of renew"),
+                            (("doctor", "--at", "2035-01-01"), "no option of doctor")):
+            line = self.expect(self.workspace.run(*words), USAGE, "see chronoseal ", told)
             call = line.rsplit("see chronoseal ", 1)[1].split()
             self.expect(self.workspace.run(*call), GOOD)
         self.expect(self.workspace.run("help", "trust", "nonsense"), USAGE, "nonsense")

@@ -173,6 +173,11 @@ class Extending(WithRevocation):
         first, inode = path.read_bytes(), path.stat().st_ino
         status, shown = self.workspace.run_json("extend", path, *self.roots)
         self.assertEqual((status, shown["changed"]), (GOOD, False))
+        for files in ((path,), (path, self.data)):
+            result = self.workspace.run("extend", *files, *self.roots, "--json-lines")
+            last = json.loads(result.stdout.splitlines()[-1])
+            self.assertEqual((len(result.stdout.splitlines()), last["summary"]),
+                             (len(files) + 1, {"extended": 0, "unchanged": 1, "failed": len(files) - 1}))
         self.assertEqual((path.read_bytes(), path.stat().st_ino), (first, inode))
 
     def test_a_list_from_before_the_stamp_is_told(self):
@@ -214,6 +219,13 @@ class Extending(WithRevocation):
         self.expect(self.workspace.run("extend", self.data, *self.roots), REFUSED, "plain text")
         self.expect(self.workspace.run("extend", path, path, "--out", "x"), USAGE)
         self.assertEqual(path.read_bytes(), plain)
+        two = self.workspace.write("two.tsr", plain + plain)
+        for words in (("extend", two), ("renew", "--convert-only", two)):
+            self.expect(self.workspace.run(*words, *self.roots), REFUSED, "put each stamp into a file of its own")
+        self.assertEqual(two.read_bytes(), plain + plain)
+        for words in (("verify", two, "--data", self.data, *self.roots), ("info", two)):
+            self.assertIn(f"remark: {len(plain):,} bytes behind the stamp".encode(), self.workspace.run(*words).stdout)
+            self.assertEqual(self.workspace.run_json(*words)[1]["bytesBehind"], len(plain))
 
 
 class HostileSources(WithRevocation):
