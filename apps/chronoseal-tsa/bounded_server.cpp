@@ -151,6 +151,11 @@ void ConnectionPool::work() {
 BoundedServer::BoundedServer(std::chrono::milliseconds idle, std::chrono::milliseconds request)
     : idle_(idle), request_(request) {
     new_task_queue = [this] { return new ConnectionPool(crowded_); };
+    // The base class would share the port with another server that listens there.
+    set_socket_options([](socket_t socket) {
+        const int on = 1; // at once after the one before
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    });
 }
 
 void BoundedServer::let_more_wait() {

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <openssl/bn.h>
 #include <openssl/pem.h>
@@ -111,6 +112,10 @@ CrlPtr make_crl(X509* root, EVP_PKEY* root_key, int days) {
 }
 
 BioPtr open_file(const fs::path& path) {
+    if (::access(path.c_str(), R_OK) != 0) {
+        throw std::runtime_error("can't read " + path.string() + ": " + std::strerror(errno) +
+                                 "; --init DIR makes an authority");
+    }
     return BioPtr(require_made(BIO_new_file(path.c_str(), "r"), path.c_str()));
 }
 

@@ -2,8 +2,11 @@
 // production. Exit status: 0 good, 2 wrong usage, 3 could not read, make or listen.
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 #include <CLI/CLI.hpp>
+#include <openssl/err.h>
+#include <openssl/objects.h>
 
 #include "option_dump.h"
 #include "server.h"
@@ -12,6 +15,10 @@ namespace {
 
 constexpr int kExitUsage = 2;
 constexpr int kExitUnreachable = 3;
+
+constexpr char kMaking[] = "Making an authority";
+constexpr char kServing[] = "Serving";
+constexpr char kStamps[] = "Its stamps";
 
 constexpr char kFooter[] =
     "Examples:\n"
@@ -48,8 +55,38 @@ std::string known_hash(const std::string& name) {
     return "no hash of this authority: choose of " + names;
 }
 
+std::string object_identifier(const std::string& text) {
+    const std::unique_ptr<ASN1_OBJECT, tsa::Releaser<ASN1_OBJECT_free>> object(
+        OBJ_txt2obj(text.c_str(), 1));
+    ERR_clear_error();
+    return object != nullptr ? "" : "--policy wants an object identifier: numbers with dots, 1.2.3";
+}
+
+// It stands among names with commas between when the certificate is made.
+std::string list_address(const std::string& text) {
+    const bool http = text.starts_with("http://") || text.starts_with("https://");
+    const bool plain = std::ranges::all_of(
+        text, [](unsigned char c) { return c > ' ' && c < 0x7F && c != ',' && c != ';'; });
+    return http && plain && !text.ends_with("://")
+               ? ""
+               : "--crl-url wants an http:// or https:// address";
+}
+
+// Options that say nothing there are refused, so that nobody takes them for heard.
+void keep_apart(CLI::App& app) {
+    const auto exclude = [&](const char* name, const char* group) {
+        for (CLI::Option* option : app.get_options()) {
+            if (option->get_group() == group && option->get_lnames() != CLI::results_t{name}) {
+                app.get_option("--" + std::string(name))->excludes(option);
+            }
+        }
+    };
+    exclude("init", kServing);
+    exclude("init", kStamps);
+    exclude("dir", kMaking);
+}
+
 void describe_making(CLI::App& app, Arguments& arguments) {
-    constexpr char kMaking[] = "Making an authority";
     app.add_option("--init", arguments.init_folder,
                    "make a throw-away authority (root, its own certificate, revocation list) in "
                    "this folder, and end")
@@ -68,11 +105,11 @@ void describe_making(CLI::App& app, Arguments& arguments) {
     app.add_option("--crl-url", arguments.identity.crl_url,
                    "address of a revocation list to name in the authority's certificate")
         ->type_name("URL")
+        ->check(list_address, "")
         ->group(kMaking);
 }
 
 void describe_serving(CLI::App& app, Arguments& arguments) {
-    constexpr char kServing[] = "Serving";
     app.add_option("--dir", arguments.folder, "serve with the authority in this folder")
         ->type_name("DIR")
         ->group(kServing);
@@ -100,10 +137,10 @@ void describe_serving(CLI::App& app, Arguments& arguments) {
 }
 
 void describe_stamps(CLI::App& app, Arguments& arguments) {
-    constexpr char kStamps[] = "Its stamps";
     app.add_option("--policy", arguments.responder.policies,
                    "accepted policies, the one of a request that names none first")
         ->type_name("OID")
+        ->check(object_identifier, "")
         ->capture_default_str()
         ->group(kStamps);
     app.add_option("--imprint", arguments.responder.imprints,
@@ -173,6 +210,7 @@ int main(int argc, char** argv) {
     describe_making(app, arguments);
     describe_serving(app, arguments);
     describe_stamps(app, arguments);
+    keep_apart(app);
     app.add_flag("--dump", arguments.dump, "all options as JSON")->group("");
     try {
         app.parse(argc, argv);

@@ -23,6 +23,15 @@ class Making(program.SystemTest):
         result = tsa("--init", folder)
         self.assertEqual((result.returncode, len(result.stderr.splitlines())), (UNREACHABLE, 1))
 
+    def test_what_cannot_be_served_is_told(self):
+        result = tsa("--dir", self.workspace.path / "none")
+        self.assertEqual(result.returncode, UNREACHABLE)
+        self.assertIn(b"No such file or directory; --init DIR", result.stderr)
+        authority = program.Authority(self.workspace.path / "first")
+        self.addCleanup(authority.close)
+        result = tsa("--dir", self.workspace.path / "first", "--port", authority.url.rsplit(":", 1)[1].strip("/"))
+        self.assertEqual(result.returncode, UNREACHABLE, result.stdout)
+
     def test_no_key_is_written_through_a_link_or_over_a_file(self):
         for name in ("root.key", "tsa.key", "tsa.pem", "root.crl"):
             with self.subTest(name):
@@ -44,7 +53,9 @@ class Words(program.SystemTest):
 
     def test_wrong_usage_is_one_line(self):
         for words in ((), ("--init", "a", "--dir", "b"), ("--port", "x", "--dir", "a"), ("--dir", "a", "--imprint", "crc32"),
-                      ("--key", "dsa", "--init", "a"), ("--frob",), ("--dir", "a", "--accuracy", "1", "-2", "3")):
+                      ("--key", "dsa", "--init", "a"), ("--frob",), ("--dir", "a", "--accuracy", "1", "-2", "3"),
+                      ("--init", "a", "--port", "1"), ("--dir", "a", "--days", "3"), ("--dir", "a", "--policy", "x"),
+                      ("--init", "a", "--crl-url", "http://a/,DNS:b")):
             with self.subTest(words):
                 result = tsa(*words)
                 self.assertEqual(result.returncode, USAGE)
