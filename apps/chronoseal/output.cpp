@@ -24,6 +24,12 @@ void write(std::FILE* stream, const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stream);
 }
 
+// Behind the results told before: where both streams lead to one place their order counts.
+void write_aside(const std::string& text) {
+    std::fflush(stdout);
+    write(stderr, text);
+}
+
 bool wants_colour() {
     const char* forbidden = std::getenv("NO_COLOR");
     const char* terminal = std::getenv("TERM");
@@ -44,7 +50,7 @@ void Output::text(const std::string& text) const {
 
 void Output::note(const std::string& text) const {
     if (!quiet()) {
-        write(stderr, "chronoseal: " + text + "\n");
+        write_aside("chronoseal: " + text + "\n");
     }
 }
 
@@ -68,7 +74,7 @@ void Output::object(bool ok, const nlohmann::ordered_json& members) const {
 }
 
 void Output::failure(const chronoseal::Error& error) const {
-    write(stderr, fmt::format("chronoseal: {}\n", with_options(error).what()));
+    write_aside(fmt::format("chronoseal: {}\n", with_options(error).what()));
 }
 
 std::string Output::good(const std::string& word) const {
