@@ -22,6 +22,8 @@ void add_authority_options(CLI::App& command, AuthorityOptions& options) {
                  "address of an authority; of several the next is asked when one fails", "URL");
     add_value(command, "--proxy", options.proxy, "proxy, or \"none\" (default: the policy's)",
               "URL");
+    add_value(command, "--proxy-user-file", options.proxy_login_file,
+              "login for the proxy: USER:PASSWORD in a file that only you can read", "FILE");
     add_value(command, "--cacert", options.ca_file, "roots for TLS, in place of the system's",
               "FILE");
     add_value(command, "--user-file", options.login_file,
@@ -53,8 +55,8 @@ void add_quorum_option(CLI::App& command, AuthorityOptions& options) {
 }
 
 std::vector<std::string> files_of(const AuthorityOptions& options, std::vector<std::string> files) {
-    files.insert(files.end(), {options.ca_file, options.login_file, options.netrc,
-                               options.client_certificate, options.client_key});
+    files.insert(files.end(), {options.ca_file, options.login_file, options.proxy_login_file,
+                               options.netrc, options.client_certificate, options.client_key});
     return files;
 }
 
@@ -87,6 +89,9 @@ void apply(const AuthorityOptions& options, chronoseal::SealerOptions& sealer) {
         }
         if (!options.login_file.empty()) {
             authority.login_file = options.login_file;
+        }
+        if (!options.proxy_login_file.empty()) {
+            authority.proxy_login_file = options.proxy_login_file;
         }
         if (!options.netrc.empty()) {
             authority.netrc = options.netrc;

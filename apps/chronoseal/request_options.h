@@ -22,6 +22,7 @@ struct AuthorityOptions {
     std::string proxy;
     std::string ca_file;
     std::string login_file;
+    std::string proxy_login_file;
     std::string netrc;
     std::string client_certificate;
     std::string client_key;

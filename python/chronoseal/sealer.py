@@ -35,6 +35,7 @@ class Authority:
     proxy_login: Optional[Tuple[str, str]] = dataclasses.field(default=None, repr=False)
     rate: Optional[Tuple[int, Duration]] = None  #: so many requests at most in this time
     timeout: Optional[Duration] = None  #: for one exchange
+    proxy_login_file: Optional[Path] = None  #: in the place of `proxy_login`
 
     def in_memory(self, arena: Arena) -> Any:
         """The library's struct."""
@@ -47,7 +48,7 @@ class Authority:
             client_certificate=arena.path_if_any(self.client_certificate),
             client_key=arena.path_if_any(self.client_key), ca_file=arena.path_if_any(self.ca_file), proxy=arena.text(self.proxy), proxy_user=arena.text(proxy_user),
             proxy_password=arena.text(proxy_password), rate_count=count, rate_period_ms=milliseconds_of(period),
-            timeout_ms=milliseconds_of(self.timeout))
+            timeout_ms=milliseconds_of(self.timeout), proxy_login_file=arena.path_if_any(self.proxy_login_file))
 
 
 @dataclasses.dataclass(frozen=True)
@@ -211,7 +212,7 @@ def authority_of(struct: Any) -> Authority:
         path(struct.client_certificate), path(struct.client_key), path(struct.ca_file), text(struct.proxy),
         login(struct.proxy_user, struct.proxy_password),
         (struct.rate_count, duration(struct.rate_period_ms)) if struct.rate_count else None,
-        duration(struct.timeout_ms) if struct.timeout_ms else None)
+        duration(struct.timeout_ms) if struct.timeout_ms else None, path(struct.proxy_login_file))
 
 
 def _choice(choice: Optional[bool]) -> int:

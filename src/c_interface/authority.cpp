@@ -35,6 +35,7 @@ chronoseal_authority view_of(const Authority& authority) {
     view.rate_count = authority.rate.count;
     view.rate_period_ms = authority.rate.period.count();
     view.timeout_ms = authority.timeout.count();
+    view.proxy_login_file = unless_empty(authority.proxy_login_file.native());
     return view;
 }
 

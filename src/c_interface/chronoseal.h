@@ -581,6 +581,7 @@ typedef struct chronoseal_authority {
     unsigned rate_count;            // so many requests at most ...
     int64_t rate_period_ms;         // ... in so many milliseconds; 0: a second
     int64_t timeout_ms;             // for one exchange; 0: the configured one
+    const char* proxy_login_file;   // in the place of proxy_user and proxy_password
 } chronoseal_authority;
 
 // What is asked for or not.

@@ -103,7 +103,8 @@ std::string show(const chronoseal_authority& one) {
     const auto text = [](const char* text) { return text == nullptr ? "-" : text; };
     return std::string(one.url) + " " + text(one.user) + " " + text(one.login_file) + " " +
            text(one.proxy) + " " + std::to_string(one.rate_count) + " " +
-           std::to_string(one.rate_period_ms) + " " + std::to_string(one.timeout_ms);
+           std::to_string(one.rate_period_ms) + " " + std::to_string(one.timeout_ms) + " " +
+           text(one.proxy_login_file);
 }
 
 // What is told can be handed back as options.
@@ -121,10 +122,11 @@ TEST_F(CMachineTest, TheMachinesAuthoritiesAreToldAndTaken) {
     const auto login = folder.write("login", "user:pw").string();
     tsp::Configuration::instance().set(
         "", "[[config.chronoseal.authority]]\nUrl = 'http://a.example/'\nLoginFile = '" + login +
+                "'\nProxyLoginFile = '" + login +
                 "'\nRateCount = 3\nRateMilliseconds = 2000\n"
                 "[[config.chronoseal.authority]]\nUrl = 'http://b.example/'\nProxy = ''\n");
-    const std::vector<std::string> both = {"http://a.example/ - " + login + " - 3 2000 0",
-                                           "http://b.example/ - -  0 1000 0"};
+    const std::vector<std::string> both = {"http://a.example/ - " + login + " - 3 2000 0 " + login,
+                                           "http://b.example/ - -  0 1000 0 -"};
     done<chronoseal_configured_authorities>(keep<chronoseal_authority, show>, &told);
     EXPECT_EQ(told, both);
     told.clear();

@@ -42,6 +42,7 @@ Authority authority_of(const chronoseal_authority* given) {
     authority.rate.count = known.rate_count;
     authority.rate.period = wait_of(known.rate_period_ms, authority.rate.period, "rate_period_ms");
     authority.timeout = wait_of(known.timeout_ms, authority.timeout, "timeout_ms");
+    authority.proxy_login_file = optional_text(known.proxy_login_file);
     return authority;
 }
 

@@ -81,7 +81,7 @@ Bytes ask(ByteView content, const Endpoint& server) {
     const std::string body = in_lines(encode_base64(encode_request(content)));
     const ExchangeAnswer answer = post(server, bytes_of(body), "");
     if (answer.status != kHttpOk) {
-        throw error_of_http_status(answer.status, server.shown);
+        throw error_of_http_status(answer.status, server);
     }
     const std::string_view text(reinterpret_cast<const char*>(answer.body.data()),
                                 answer.body.size());

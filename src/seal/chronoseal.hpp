@@ -544,6 +544,8 @@ struct Authority {
     Rate rate = {};
     // For one exchange; 0: the configured one.
     std::chrono::milliseconds timeout{0};
+    // In the place of `proxy_login`: a file "USER:PASSWORD" that only its owner can read.
+    std::filesystem::path proxy_login_file = {};
 };
 
 // The authorities of the machine's configuration ([[config.chronoseal.authority]]), or else the

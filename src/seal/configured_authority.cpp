@@ -17,6 +17,7 @@ std::filesystem::path path_at(const std::string& table, const char* key) {
 Authority authority_at(const std::string& table, const std::string& url) {
     Authority authority{.url = url};
     authority.login_file = path_at(table, "LoginFile");
+    authority.proxy_login_file = path_at(table, "ProxyLoginFile");
     authority.netrc = path_at(table, "Netrc");
     authority.client_certificate = path_at(table, "ClientCertificate");
     authority.client_key = path_at(table, "ClientKey");

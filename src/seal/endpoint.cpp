@@ -13,6 +13,8 @@
 #include <basalt/network.h>
 #include <chronoseal/base/system_error.h>
 #include <chronoseal/client/result_codes.h>
+#include <chronoseal/seal/armor.h>
+#include <chronoseal/seal/configuration_value.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/file_bytes.h>
 #include <chronoseal/seal/platform_text.h>
@@ -23,6 +25,7 @@ namespace {
 
 constexpr std::size_t kMostLoginBytes = 64 << 10;
 constexpr std::uint32_t kAddressUnreadable = Halcyon::of_system_error(ERROR_WINHTTP_INVALID_URL);
+constexpr char kCheckAddress[] = "check the address";
 constexpr char kUserAgent[] = "chronoseal/1.0";
 
 Error malformed_address(const std::string& url, const char* why) {
@@ -176,6 +179,25 @@ std::string readable(const std::filesystem::path& path) {
     return path.string();
 }
 
+// Behind a proxy by HTTP it alone is looked up and connected to.
+Error with_proxy(const Error& error, const Endpoint& endpoint) {
+    const std::string& proxy = endpoint.proxy;
+    if (proxy.empty()) {
+        return error;
+    }
+    const bool http = proxy.find("://") == std::string::npos || proxy.starts_with("http");
+    const std::string shown = quote_address(proxy);
+    const bool unknown = error.word() == "name_not_found";
+    if (http && (unknown || error.word() == "cannot_connect")) {
+        return Error(error.category(), error.word(), error.code(),
+                     "can't ask " + endpoint.shown + ": the proxy " + shown +
+                         (unknown ? " was not found" : " can't be connected to"),
+                     "check the proxy's address, and whether it is up");
+    }
+    return Error(error.category(), error.word(), error.code(),
+                 error.text() + ", by the proxy " + shown, error.advice());
+}
+
 struct FreeAnswer {
     BASALT_POST_ANSWER record{};
     FreeAnswer() { record.cbSize = sizeof record; }
@@ -203,13 +225,14 @@ constexpr StatusWords kStatusWords[] = {
     {402, 402, "http_refused", "asks for payment", "see to the account with the authority",
      kHttpStatus},
     {403, 403, "forbidden", "forbids it", "ask the authority for access", kHttpStatus},
-    {404, 404, "page_not_found", "has nothing at this address", "check the address", kHttpStatus},
-    {405, 406, "http_refused", "doesn't take a request for a time-stamp there", "check the address",
+    {404, 404, "page_not_found", "has nothing at this address", kCheckAddress, kHttpStatus},
+    {405, 406, "http_refused", "doesn't take a request for a time-stamp there", kCheckAddress,
      kHttpStatus},
     {407, 407, "proxy_login_required", "can't be reached: the proxy asks for a login",
-     "set the proxy's login", of_system_error(ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED_PROXY)},
+     "give the proxy's login in a file",
+     of_system_error(ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED_PROXY)},
     {408, 408, "time_out", "got no whole request in time", "try again", kHttpStatus},
-    {413, 415, "http_refused", "doesn't take a request for a time-stamp there", "check the address",
+    {413, 415, "http_refused", "doesn't take a request for a time-stamp there", kCheckAddress,
      kHttpStatus},
     {429, 429, "too_many_requests", "is asked too often", "wait, and set a rate for this authority",
      kHttpStatus},
@@ -219,6 +242,40 @@ constexpr StatusWords kStatusWords[] = {
 
 } // namespace
 
+std::string settled_address(const std::string& url) {
+    return take_apart(url).url;
+}
+
+bool is_address(const std::string& url) {
+    try {
+        take_apart(url);
+        return true;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+void check_proxy(const std::string& proxy) {
+    if (proxy.find('@') != std::string::npos) {
+        throw Error(Category::misuse, "address_has_login", kAddressUnreadable,
+                    "the proxy's address \"" + quote_address(proxy) +
+                        "\" holds a name or a password",
+                    "give the login in a file of its own");
+    }
+}
+
+// Without any root TLS fails in a way that blames the server's certificate.
+void check_ca_file(const std::filesystem::path& path) {
+    if (!path.empty() && std::ranges::none_of(pem_blocks(read_file(path)), [](const auto& block) {
+            return block.label.ends_with("CERTIFICATE");
+        })) {
+        throw Error(Category::unreachable, "no_certificates", 0,
+                    "the file " + quote_foreign(path.string()) +
+                        " holds no certificate in PEM, and TLS needs its root",
+                    "give the authority's root in PEM as CA file");
+    }
+}
+
 Endpoint make_endpoint(const Authority& authority, const std::string& default_proxy) {
     const Address address = take_apart(authority.url);
     Endpoint endpoint;
@@ -227,17 +284,25 @@ Endpoint make_endpoint(const Authority& authority, const std::string& default_pr
     endpoint.host = address.host;
     endpoint.login = login_of(authority, address.host);
     endpoint.proxy = authority.proxy.value_or(default_proxy);
-    if (!endpoint.proxy.empty() && endpoint.proxy.find('@') != std::string::npos) {
-        throw Error(Category::misuse, "address_has_login", kAddressUnreadable,
-                    "the proxy's address holds a name or a password",
-                    "give the proxy's login apart");
+    check_proxy(endpoint.proxy);
+    if (authority.proxy_login && !authority.proxy_login_file.empty()) {
+        throw Error(Category::misuse, "settings_conflict", 0,
+                    "the login at the proxy is given in more than one way",
+                    "keep one of login and login file");
     }
-    endpoint.proxy_login = authority.proxy_login;
+    endpoint.proxy_login = authority.proxy_login_file.empty()
+                               ? authority.proxy_login
+                               : login_of_file(authority.proxy_login_file);
     endpoint.client_certificate = readable(authority.client_certificate);
     endpoint.client_key = readable(authority.client_key);
     if (!authority.client_certificate.empty()) {
         require_private(authority.client_key.empty() ? authority.client_certificate
                                                      : authority.client_key);
+    }
+    if (endpoint.url.starts_with("https:") || endpoint.proxy.starts_with("https:")) {
+        const auto usual = configured_text("\\config\\network\\CaFile");
+        check_ca_file(authority.ca_file.empty() ? std::filesystem::path(usual.value_or(""))
+                                                : authority.ca_file);
     }
     endpoint.ca_file = readable(authority.ca_file);
     endpoint.rate = authority.rate;
@@ -268,24 +333,33 @@ ExchangeAnswer post(const Endpoint& endpoint, ByteView body, const std::string& 
     record.cbBody = static_cast<DWORD>(body.size());
     FreeAnswer answer;
     if (BasaltPost(&record, &answer.record) == 0) {
-        throw error_of_last("ask " + endpoint.shown);
+        throw with_proxy(error_of_last("ask " + endpoint.shown), endpoint);
     }
     return {answer.record.dwHttpStatus, std::chrono::seconds(answer.record.dwRetryAfter),
             copy_of(answer.record.pbBody, answer.record.cbBody)};
 }
 
-Error error_of_http_status(unsigned status, const std::string& shown) {
-    for (const StatusWords& row : kStatusWords) {
-        if (status >= row.first && status <= row.last) {
-            return Error(Category::unreachable, row.word, row.code,
-                         "the server " + shown + " " + row.text + ": HTTP status " +
-                             std::to_string(status),
-                         row.advice);
-        }
+Error error_of_http_status(unsigned status, const Endpoint& endpoint) {
+    const std::string server = "the server " + endpoint.shown + " ";
+    const std::string with_status = ": HTTP status " + std::to_string(status);
+    const auto* const row = std::ranges::find_if(kStatusWords, [&](const StatusWords& one) {
+        return status >= one.first && status <= one.last;
+    });
+    if (row == std::end(kStatusWords)) {
+        return Error(Category::unreachable, "http_status", kHttpStatus,
+                     server + "answered with HTTP status " + std::to_string(status), kCheckAddress);
     }
-    return Error(Category::unreachable, "http_status", kHttpStatus,
-                 "the server " + shown + " answered with HTTP status " + std::to_string(status),
-                 "check the address");
+    std::string text = row->text;
+    std::string advice = row->advice;
+    if (status == 401 && endpoint.login) {
+        text = "refuses the login that was given";
+        advice = "check its name and password";
+    } else if (status == 407 && !endpoint.proxy.empty()) {
+        text = "can't be reached: the proxy " + quote_address(endpoint.proxy) +
+               (endpoint.proxy_login ? " refuses the login that was given" : " asks for a login");
+        advice = endpoint.proxy_login ? "check its name and password" : advice;
+    }
+    return Error(Category::unreachable, row->word, row->code, server + text + with_status, advice);
 }
 
 } // namespace chronoseal

@@ -22,6 +22,15 @@ struct Endpoint {
 // `file_unreadable`, `settings_conflict`.
 Endpoint make_endpoint(const Authority& authority, const std::string& default_proxy);
 
+// The parts of it, for whoever looks at settings without asking. An address as the lists of the
+// policy are held against it; throws `address_malformed`, `address_has_login`.
+std::string settled_address(const std::string& url);
+bool is_address(const std::string& url);
+// Throws `address_has_login`.
+void check_proxy(const std::string& proxy);
+// That there are roots in the file, if one is named. Throws `file_unreadable`, `no_certificates`.
+void check_ca_file(const std::filesystem::path& path);
+
 struct ExchangeAnswer {
     unsigned status = 0;
     std::chrono::milliseconds retry_after{0};
@@ -32,6 +41,6 @@ struct ExchangeAnswer {
 ExchangeAnswer post(const Endpoint& endpoint, ByteView body, const std::string& content_type);
 
 // The error for a status other than 200.
-Error error_of_http_status(unsigned status, const std::string& shown);
+Error error_of_http_status(unsigned status, const Endpoint& endpoint);
 
 } // namespace chronoseal

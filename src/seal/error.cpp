@@ -84,7 +84,7 @@ constexpr ErrorWords kTable[] = {
     {0x80072F98, kUnreachable, "answer_too_large", "the server's answer is too large",
      kCheckAddress},
     {0x80072F9B, kUnreachable, "proxy_login_required", "the proxy asks for a login",
-     "set the proxy's login"},
+     "give the proxy's login in a file"},
     {0x80072F9C, kUnreachable, "tls_failed", "the secure connection to the proxy failed",
      "check the proxy's address and its certificate"},
     {0x80090005, kRefused, "bad_data", "the authority couldn't read the request",

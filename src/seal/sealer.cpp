@@ -253,7 +253,7 @@ Answer Sealer::Impl::ask_once(const KnownAuthority& authority, const Question& q
         post(authority.endpoint, question.request, "application/timestamp-query");
     if (answer.status != kHttpOk) {
         retry_after = answer.retry_after;
-        throw error_of_http_status(answer.status, authority.endpoint.shown);
+        throw error_of_http_status(answer.status, authority.endpoint);
     }
     return judge(authority, question, answer.body, sent, attempt);
 }

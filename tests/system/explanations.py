@@ -62,6 +62,21 @@ class Explanations(program.SystemTest):
                 advice.add(line.rsplit("; ", 1)[-1])
         self.assertGreaterEqual(len(advice), 8)
 
+    def test_logins_and_proxies_that_fail_are_told_as_such(self):
+        url = self.serve({"401": lambda body: (401, {}, b""), "407": lambda body: (407, {}, b"")})
+        login = self.workspace.write("login", b"user:secret")
+        login.chmod(0o600)
+        proxy = url.rstrip("/")
+        for page, words, fragments in (
+                ("401", ("--user-file", login), ("refuses the login", "check its name and password")),
+                ("407", ("--proxy", proxy), (f"proxy {proxy} asks for a login", "give the proxy's login in a file")),
+                ("407", ("--proxy", proxy, "--proxy-user-file", login), (f"proxy {proxy} refuses the login", "check its")),
+                ("401", ("--proxy", "http://127.0.0.1:1"), ("the proxy http://127.0.0.1:1 can't be connected to",
+                                                            "check the proxy's address")),
+                ("401", ("--proxy", "no-such-proxy.invalid"), ("the proxy no-such-proxy.invalid was not found",))):
+            with self.subTest(words=words):
+                self.expect_line(self.stamp(url + page, *words), UNREACHABLE, url + page, *fragments)
+
     def test_tls_faults(self):
         folder = self.workspace.path
         trusted, other = (forge.issue(folder, name, ca=True) for name in ("tls root", "other tls root"))
@@ -85,6 +100,11 @@ class Explanations(program.SystemTest):
                                  code, fragment)
         plain = self.serve({"": good}).replace("http:", "https:")
         self.expect_line(self.stamp(plain), UNREACHABLE, plain, "0x80072F7D", "TLS")
+        for file, fragment in ((self.file, "holds no certificate"), (folder / "none.pem", "No such file")):
+            self.expect(self.stamp(plain, "--cacert", file), UNREACHABLE, str(file), fragment)
+            self.workspace.configure(f'[config.network]\nCaFile = "{file}"\n')
+            self.expect(self.stamp(plain), UNREACHABLE, str(file), fragment)
+            self.workspace.configure("")
 
     def test_who_asks_shows_the_login_and_the_certificate_that_were_named(self):
         folder = self.workspace.path

@@ -3,6 +3,7 @@
 import http.server
 import ssl
 import threading
+import urllib.parse
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -13,7 +14,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def do_POST(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
         self.server.login = self.headers["Authorization"]
-        status, headers, content = self.server.pages[self.path.strip("/")](body)
+        status, headers, content = self.server.pages[urllib.parse.urlsplit(self.path).path.strip("/")](body)  # a proxy sees all of it
         self.send_response(status)
         for name, value in {**headers, "Content-Length": len(content), "Connection": "close"}.items():
             self.send_header(name, str(value))

@@ -84,6 +84,7 @@ constexpr Key kKeys[] = {
     text("\\config\\chronoseal\\authority\\*\\ClientKey"),
     text("\\config\\chronoseal\\authority\\*\\CaFile"),
     text("\\config\\chronoseal\\authority\\*\\Proxy"),
+    text("\\config\\chronoseal\\authority\\*\\ProxyLoginFile"),
     number("\\config\\chronoseal\\authority\\*\\RateCount", "0", 0, 1000),
     number("\\config\\chronoseal\\authority\\*\\RateMilliseconds", "1000", 1, kLongestMilliseconds),
     number("\\config\\chronoseal\\authority\\*\\TimeoutMilliseconds", "0", 0, kLongestMilliseconds),
