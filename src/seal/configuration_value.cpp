@@ -5,6 +5,7 @@
 
 #include <basalt/configuration.h>
 #include <basalt/error_codes.h>
+#include <chronoseal/client/result_codes.h>
 
 namespace chronoseal {
 
@@ -54,9 +55,20 @@ std::optional<std::string> configured_text(const std::string& path) {
     });
 }
 
-bool is_configuration_readable() {
+Error policy_unreadable() {
+    const Error words = error_of_code(Halcyon::PKI::TSP::Client::kResultPolicyUnreadable);
+    const auto problems = configuration_problems(); // each names its file
+    return problems.empty()
+               ? words
+               : Error(words.category(), words.word(), words.code(),
+                       words.text() + ": " + quote_foreign(problems.front()), words.advice());
+}
+
+void require_configuration() {
     std::size_t size = 0;
-    return support_registry_origin("\\config", &size, nullptr) != ERROR_BADDB;
+    if (support_registry_origin("\\config", &size, nullptr) == ERROR_BADDB) {
+        throw policy_unreadable();
+    }
 }
 
 std::optional<std::vector<std::string>> configured_list(const std::string& path) {

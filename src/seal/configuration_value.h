@@ -5,10 +5,14 @@
 #include <string>
 #include <vector>
 
+#include <chronoseal/chronoseal.hpp>
+
 namespace chronoseal {
 
-// False: a file of it can't be read, or mustn't be, and all values are as if they weren't there.
-bool is_configuration_readable();
+// While a file of it can't be read, or mustn't be, all values are as if they weren't there. Throws
+// `policy_unreadable` then, with the file and what is wrong with it.
+void require_configuration();
+Error policy_unreadable();
 
 // Paths have the form "\config\basalt\Revocation". Nothing for a key that is absent or can't be
 // read as this type.

@@ -42,12 +42,7 @@ RequestRules read_rules() {
     try {
         return RequestRules();
     } catch (const ATL::CAtlException&) {
-        const Error words = error_of_code(kResultPolicyUnreadable);
-        const auto problems = configuration_problems(); // each names its file
-        throw problems.empty()
-            ? words
-            : Error(words.category(), words.word(), words.code(),
-                    words.text() + ": " + quote_foreign(problems.front()), words.advice());
+        throw policy_unreadable();
     }
 }
 

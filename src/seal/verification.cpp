@@ -59,12 +59,6 @@ Revocation weakest_revocation() {
 }
 
 // Nothing is judged by rules that can't be known: they may be stricter than those of nobody.
-void require_configuration() {
-    if (!is_configuration_readable()) {
-        throw error_of_code(Halcyon::PKI::TSP::Client::kResultPolicyUnreadable, "read the policy");
-    }
-}
-
 Revocation mode_in_force(Revocation wanted) {
     require_configuration();
     static_assert(Revocation::require < Revocation::available &&
