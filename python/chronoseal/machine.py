@@ -83,7 +83,7 @@ class TrustedRoot:
     """A root that counts where a verifier is given none."""
 
     certificate: Certificate
-    place: str  #: "user", or "machine" for those of the machine's store and of the operating system
+    place: str  #: "user", "machine", or "system" for those that come with the operating system
 
 
 def policy() -> MachinePolicy:

@@ -1371,7 +1371,7 @@ CHRONOSEAL_API chronoseal_status chronoseal_stores(int (*each)(void* user,
 // A root that counts where a `chronoseal_trust` names none.
 typedef struct chronoseal_trusted_root {
     const chronoseal_certificate* certificate; // the root itself
-    const char* place;                         // "user", or "machine"
+    const char* place;                         // "user", "machine" or "system"
 } chronoseal_trusted_root;
 
 // Whose store is meant.

@@ -849,7 +849,7 @@ enum class StorePlace { user, machine };
 
 struct TrustedRoot {
     CertificateInfo certificate;
-    // "user", or "machine" for those of the machine's store and of the operating system.
+    // "user", "machine", or "system" for those that come with the operating system.
     std::string place;
 };
 
@@ -861,8 +861,8 @@ CHRONOSEAL_API std::vector<TrustedRoot> trusted_roots();
 // certificate that isn't self-issued, `no_certificates`, `access_denied`.
 CHRONOSEAL_API CertificateInfo trust_root(const Source& root, ByteView sha256,
                                           StorePlace place = StorePlace::user);
-// Takes it away again. Throws `root_not_found` where the store hasn't got it, and `access_denied`
-// for one that lies elsewhere, such as those of the operating system.
+// Takes it away again. Throws `root_not_found` where the store hasn't got it, and for one that lies
+// elsewhere `root_of_machine`, `root_of_system`, `access_denied`.
 CHRONOSEAL_API void distrust_root(ByteView sha256, StorePlace place = StorePlace::user);
 
 // What would make a stamp or a verification fail on this machine. With `ask` one stamp is asked of

@@ -155,6 +155,10 @@ TEST_F(MachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
     distrust_root(sha256(root));
     EXPECT_TRUE(trusted_roots().empty());
     EXPECT_EQ(word_of([&] { distrust_root(sha256(root)); }), "root_not_found");
+    trust_root(root, sha256(root), StorePlace::machine);
+    EXPECT_EQ(trusted_roots().at(0).place, "machine");
+    EXPECT_EQ(word_of([&] { distrust_root(sha256(root)); }), "root_of_machine");
+    distrust_root(sha256(root), StorePlace::machine);
 }
 
 // A PKCS#7 message over the content, as such a server answers.

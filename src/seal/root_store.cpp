@@ -5,6 +5,7 @@
 #include <chronoseal/atl/cert_context.h>
 #include <chronoseal/atl/platform_answer.h>
 #include <chronoseal/seal/certificate_info.h>
+#include <chronoseal/seal/configuration_value.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/trust_store.h>
@@ -14,10 +15,11 @@ namespace chronoseal {
 namespace {
 
 constexpr char kRoot[] = "Root";
+constexpr char kRootsOfSystem[] = "AuthRoot"; // those of the operating system alone
 
-ATL2::CCertStore open_roots(DWORD place, DWORD flags = 0) {
+ATL2::CCertStore open_roots(DWORD place, DWORD flags = 0, const char* name = kRoot) {
     ATL2::CCertStore store;
-    store.Open(CERT_STORE_PROV_SYSTEM_A, 0, 0, place | flags, kRoot);
+    store.Open(CERT_STORE_PROV_SYSTEM_A, 0, 0, place | flags, name);
     return store;
 }
 
@@ -51,6 +53,33 @@ ATL2::CCertContext find(const ATL2::CCertStore& store, ByteView sha256) {
         return false;
     });
     return found;
+}
+
+// Of the machine's store of that name.
+std::set<Bytes> hashes_in(const char* name) {
+    std::set<Bytes> hashes;
+    walk(open_roots(CERT_SYSTEM_STORE_LOCAL_MACHINE, CERT_STORE_READONLY_FLAG, name),
+         [&](PCCERT_CONTEXT certificate) { return hashes.insert(hash_of(certificate)), true; });
+    return hashes;
+}
+
+// A root that another one's store holds can't be taken away here; who may, and how.
+Error not_taken_away(const Error& failure, ByteView sha256, StorePlace place) {
+    const Bytes hash(sha256.begin(), sha256.end());
+    if (failure.word() != "access_denied") {
+        return failure;
+    }
+    if (hashes_in(kRootsOfSystem).contains(hash)) {
+        return Error(Category::refused, "root_of_system", failure.code(),
+                     "can't take the root away: it comes with the system",
+                     "SystemRoots = false in [config.basalt] leaves the system's roots out");
+    }
+    if (place == StorePlace::user && hashes_in(kRoot).contains(hash)) {
+        return Error(Category::misuse, "root_of_machine", failure.code(),
+                     "can't take the root away: it is in the machine's store, not in your own",
+                     "take it away from there: --machine");
+    }
+    return failure;
 }
 
 // The one certificate of a source.
@@ -89,17 +118,17 @@ void check_length(ByteView sha256) {
 
 std::vector<TrustedRoot> trusted_roots() {
     return guarded("list the roots", [] {
-        std::set<Bytes> of_machine;
-        walk(open_roots(CERT_SYSTEM_STORE_LOCAL_MACHINE, CERT_STORE_READONLY_FLAG),
-             [&](PCCERT_CONTEXT certificate) {
-                 return of_machine.insert(hash_of(certificate)), true;
-             });
+        require_configuration(); // it may leave the system's out
+        const std::set<Bytes> of_machine = hashes_in(kRoot);
+        const std::set<Bytes> of_system = hashes_in(kRootsOfSystem);
         std::vector<TrustedRoot> roots;
         walk(open_roots(CERT_SYSTEM_STORE_CURRENT_USER, CERT_STORE_READONLY_FLAG),
              [&](PCCERT_CONTEXT certificate) {
                  CertificateInfo info = certificate_info(certificate);
-                 const bool machine = of_machine.contains(info.sha256);
-                 roots.push_back({std::move(info), machine ? "machine" : "user"});
+                 const char* const place = of_system.contains(info.sha256)    ? "system"
+                                           : of_machine.contains(info.sha256) ? "machine"
+                                                                              : "user";
+                 roots.push_back({std::move(info), place});
                  return true;
              });
         return roots;
@@ -144,7 +173,7 @@ void distrust_root(ByteView sha256, StorePlace place) {
                         "see the list of trusted roots");
         }
         if (CertDeleteCertificateFromStore(found.detach()) == 0) {
-            throw error_of_last("take the root away");
+            throw not_taken_away(error_of_last("take the root away"), sha256, place);
         }
     });
 }

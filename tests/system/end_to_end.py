@@ -287,6 +287,21 @@ class PolicyShow(program.SystemTest):
                 self.expect(result, UNREACHABLE, "0x8007045A", "config.toml", "chmod")
         (self.workspace.path / "config.toml").chmod(0o644)
 
+    def test_failures_stand_behind_the_results_that_they_are_about(self):
+        result = subprocess.run([program.BIN / "chronoseal", "doctor"], env=self.workspace.environment,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.assertRegex(result.stdout.decode().splitlines()[-1], "^chronoseal: .*the faults above")
+
+    def test_a_root_of_the_system_is_not_taken_away(self):
+        authority = program.Authority(self.workspace.path / "system")
+        authority.close()
+        (self.workspace.path / "no-roots.pem").write_bytes(authority.root.read_bytes())
+        (root,) = self.workspace.run_json("trust", "list")[1]["roots"]
+        self.assertEqual(root["place"], "system")
+        for place in ((), ("--machine",)):
+            self.expect(self.workspace.run("trust", "remove", root["sha256"], *place), REFUSED, "SystemRoots = false")
+        (self.workspace.path / "no-roots.pem").unlink()
+
 
 if __name__ == "__main__":
     program.main()

@@ -118,11 +118,11 @@ bool system_roots_wanted() {
     return code == ERROR_SUCCESS ? wanted != 0 : code != ERROR_BADDB;
 }
 
-// A name is the name of one folder. The four usual ones are found whatever their case.
+// A name is the name of one folder. The usual ones are found whatever their case.
 std::string folder_name(const std::string& name) {
     require(!name.empty() && name.size() <= 255 && name[0] != '.');
     require(name.find('/') == std::string::npos && name.find('\0') == std::string::npos);
-    for (const char* usual : {"My", "AddressBook", "Root", "CA"}) {
+    for (const char* usual : {"My", "AddressBook", "Root", "AuthRoot", "CA"}) {
         if (strcasecmp(name.c_str(), usual) == 0) {
             return usual;
         }
@@ -160,7 +160,8 @@ std::shared_ptr<StoreObject> open_system_store(const std::string& given_name, DW
     auto collection = std::make_shared<CollectionStore>(true);
     const std::string own_base = machine ? machine_stores() : user_stores();
     require(!own_base.empty() || read_only, ERROR_FILE_NOT_FOUND);
-    bool exists = name == "Root";
+    const bool shows_system = name == "Root" || name == "AuthRoot";
+    bool exists = shows_system;
     if (!own_base.empty()) {
         const auto own = folder(own_base, name, read_only);
         require((flags & CERT_STORE_CREATE_NEW_FLAG) == 0 || !own->exists(), ERROR_FILE_EXISTS);
@@ -173,7 +174,7 @@ std::shared_ptr<StoreObject> open_system_store(const std::string& given_name, DW
         add(*collection, behind, false);
     }
     require((flags & CERT_STORE_OPEN_EXISTING_FLAG) == 0 || exists, ERROR_FILE_NOT_FOUND);
-    if (name == "Root" && system_roots_wanted()) {
+    if (shows_system && system_roots_wanted()) {
         add(*collection, shared_system_roots(), false);
     }
     return collection;

@@ -131,6 +131,7 @@ TEST_F(SystemStore, RootShowsTheSystemsRootsAndFollowsTheirFile) {
     EXPECT_EQ(count(L"Root"), 2);
     add(L"Root", "ec.cer");
     EXPECT_EQ(count(L"Root"), 3);
+    EXPECT_EQ(count(L"AuthRoot"), 2);
     fs::remove(folder_ / "roots.pem");
     EXPECT_EQ(count(L"Root"), 1);
 }

@@ -16,7 +16,7 @@
 // `/etc/basalt/stores/<name>/` of the machine, where `<data>` is $XDG_DATA_HOME/basalt or
 // ~/.local/share/basalt. `<sha1>.cer`, `.crl` and `.ocsp` hold the encoded objects,
 // `<sha1>.properties` the properties of the certificate of that name. Any other file with one of
-// these endings is read too. `Root` also shows the system's trusted roots,
+// these endings is read too. `Root` and `AuthRoot` also show the system's trusted roots,
 // /etc/ssl/certs/ca-certificates.crt. BASALT_USER_STORES, BASALT_MACHINE_STORES and
 // BASALT_SYSTEM_ROOTS name other places for tests and containers; set-uid programs ignore them. New
 // objects always go to the folder that the store was opened for.
