@@ -120,7 +120,8 @@ Bytes read_file(const std::string& path, std::size_t limit, const std::stop_toke
         content.resize(done + room);
         const std::size_t count = input.read(content.data() + done, room);
         if (count > limit - done) {
-            fail(path, fmt::format("it is larger than {} bytes", limit));
+            fail(path, fmt::format("it is larger than {} bytes", limit),
+                 "check that it is the right file");
         }
         done += count;
         if (count == 0 || (done == input.size() && count < room)) {

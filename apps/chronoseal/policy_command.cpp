@@ -24,11 +24,11 @@ std::string shown_value(const chronoseal::Setting& setting) {
     std::string value = setting.value.empty() ? "(none)" : quote_foreign(setting.value);
     switch (setting.state) {
     case SettingState::unreadable:
-        return fmt::format("UNREADABLE: {}", setting.problem);
+        return setting.problem.empty() ? "UNREADABLE" : "UNREADABLE: " + setting.problem;
     case SettingState::not_allowed:
         return fmt::format("{} NOT ALLOWED: {}", value, setting.problem);
     case SettingState::unknown:
-        return fmt::format("{} UNKNOWN KEY: {}", value, setting.problem);
+        return fmt::format("UNKNOWN KEY: {}", setting.problem);
     default:
         return value;
     }
@@ -97,9 +97,11 @@ ExitStatus run_policy_show(const Output& output) {
     Json keys = Json::array();
     Json unknown = Json::array();
     for (const chronoseal::Setting& setting : policy.settings) {
-        output.text(
-            fmt::format("{:<54} {:<28} {}\n", quote_foreign(setting.key), shown_value(setting),
-                        setting.source.empty() ? "default" : quote_foreign(setting.source)));
+        if (policy.problems.empty()) { // else nobody knows what is in force
+            output.text(
+                fmt::format("{:<54} {:<28} {}\n", quote_foreign(setting.key), shown_value(setting),
+                            setting.source.empty() ? "default" : quote_foreign(setting.source)));
+        }
         if (setting.state == SettingState::unknown) {
             unknown.push_back(setting.key);
         }

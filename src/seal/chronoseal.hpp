@@ -805,18 +805,18 @@ CHRONOSEAL_API Bytes rewrap(ByteView original, ByteView der);
 enum class SettingState {
     by_default,  // the key is absent
     set,         //
-    unreadable,  // of the wrong type: see `problem`
-    not_allowed, // a value that isn't one of those that mean something
+    unreadable,  // of the wrong type: see `problem`; all keys, where a file can't be read
+    not_allowed, // a value that means nothing, or that other settings refuse
     unknown      // a key or table that means nothing: a slip of the pen, mostly
 };
 
 struct Setting {
     std::string key;    // as it stands in TOML: "config.cades.tsppolicy.AllowedTSPs"
-    std::string value;  // as in TOML; empty: none
+    std::string value;  // as in TOML, addresses without passwords; empty: none, or an unknown key's
     std::string source; // the file; empty: built in
     SettingState state = SettingState::by_default;
     std::string problem; // what is wrong, in words
-    bool fatal = false;  // no request can be made until it is put right
+    bool fatal = false;  // no request can be made by these settings until it is put right
 };
 
 // A certificate store of this user and machine: "Root", "CA", "My", "AddressBook".

@@ -8,8 +8,6 @@ namespace chronoseal {
 
 namespace {
 
-constexpr std::size_t kMostAuthorities = 64;
-
 std::filesystem::path path_at(const std::string& table, const char* key) {
     return configured_text(table + key).value_or("");
 }

@@ -6,6 +6,7 @@
 #include <chronoseal/seal/configuration_value.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
+#include <chronoseal/seal/setting_check.h>
 
 namespace chronoseal {
 
@@ -13,8 +14,14 @@ namespace {
 
 using Key = support_registry_known_key;
 
-std::string quoted(const std::string& text) {
-    return "\"" + quote_foreign(text) + "\"";
+// An address may hold a password, though it has no place there. A proxy's may have no scheme.
+bool is_address(std::string_view path) {
+    constexpr std::string_view kEnds[] = {"URL", "Url", "Proxy", "Proxies", "TSPs"};
+    return std::ranges::any_of(kEnds, [&](std::string_view end) { return path.ends_with(end); });
+}
+
+std::string quoted(const std::string& path, const std::string& text) {
+    return "\"" + (is_address(path) ? quote_address(text) : quote_foreign(text)) + "\"";
 }
 
 // As it would stand in TOML; nothing for an absent or unreadable key.
@@ -30,13 +37,13 @@ std::optional<std::string> value_text(const std::string& path, int type) {
     }
     case SUPPORT_REGISTRY_STRING: {
         const auto text = configured_text(path);
-        return text ? std::optional(quoted(*text)) : std::nullopt;
+        return text ? std::optional(quoted(path, *text)) : std::nullopt;
     }
     default: {
         const auto list = configured_list(path);
         std::string text;
         for (const std::string& entry : list.value_or(std::vector<std::string>())) {
-            text += (text.empty() ? "" : ", ") + quoted(entry);
+            text += (text.empty() ? "" : ", ") + quoted(path, entry);
         }
         return list ? std::optional("[" + text + "]") : std::nullopt;
     }
@@ -45,7 +52,8 @@ std::optional<std::string> value_text(const std::string& path, int type) {
 
 std::string default_text(const Key& key) {
     const std::string fallback = key.fallback != nullptr ? key.fallback : "";
-    return key.type == SUPPORT_REGISTRY_STRING && !fallback.empty() ? quoted(fallback) : fallback;
+    return key.type == SUPPORT_REGISTRY_STRING && !fallback.empty() ? quoted(key.path, fallback)
+                                                                    : fallback;
 }
 
 const char* type_name(int type) {
@@ -143,6 +151,7 @@ StoreInfo store_info(const char* name) {
     return info;
 }
 
+// Without its value, which may be a secret that stands under no name of one.
 Setting unknown_setting(const ConfigurationSlip& slip) {
     Setting setting;
     setting.key = toml_path(slip.path);
@@ -175,6 +184,14 @@ MachinePolicy policy() {
         for (const ConfigurationSlip& slip : slips) {
             if (slip.kind == Slip::unknown) {
                 result.settings.push_back(unknown_setting(slip));
+            }
+        }
+        if (result.problems.empty()) {
+            check_settings(result.settings);
+        } else { // what is in force isn't known, the built-in values least of all
+            for (Setting& setting : result.settings) {
+                setting.value.clear();
+                setting.state = SettingState::unreadable;
             }
         }
         for (const char* name : {"Root", "CA", "My", "AddressBook"}) {

@@ -46,6 +46,18 @@ RequestFields read_request(ByteView bytes) {
     return fields;
 }
 
+bool is_object_identifier(const std::string& text) {
+    try {
+        const Digest digest(HashAlgorithm::by_name("SHA-256"), Bytes(32));
+        return !text.empty() &&
+               read_request(make_request(digest, {text, false, 0})).expected.policy == text;
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) { // the value layer refuses what it can't write
+        return false;
+    }
+}
+
 Bytes make_request(const Digest& digest, const RequestWishes& wishes) {
     Halcyon::ASN1::CAlgorithmIdentifierEx algorithm;
     algorithm.put_algorithm(digest.algorithm().oid().c_str());

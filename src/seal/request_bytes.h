@@ -22,6 +22,9 @@ struct RequestWishes {
     std::size_t nonce_bytes = 0; // 0: none
 };
 
+// Whether it comes back out of a request as it went in.
+bool is_object_identifier(const std::string& text);
+
 Bytes make_request(const Digest& digest, const RequestWishes& wishes);
 
 } // namespace chronoseal

@@ -59,6 +59,12 @@ RequestRules settled_rules() {
     return rules;
 }
 
+HashAlgorithm default_hash(const std::string& configured) {
+    // A comment may stand behind the OID.
+    const std::string oid = configured.substr(0, configured.find(' '));
+    return HashAlgorithm::by_name(oid.empty() ? "SHA-256" : oid);
+}
+
 void check_shape(const RequestRules& rules, const RequestShape& shape) {
     const std::wstring hash = wide(shape.hash_oid);
     if ((rules.HashAlgsAllowed.isSet && !rules.HashAlgsAllowed.Find(hash.c_str())) ||

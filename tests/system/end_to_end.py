@@ -273,6 +273,9 @@ class PolicyShow(program.SystemTest):
     def test_broken_file_stops_everything(self):
         self.workspace.configure("[config.cades.tsppolicy\n")
         self.expect(self.workspace.run("policy", "show"), UNREACHABLE, "config.toml")
+        states = {row["state"] for row in self.workspace.run_json("policy", "show")[1]["keys"]}
+        self.assertEqual(states, {"unreadable"})
+        self.expect(self.workspace.run("trust", "list"), UNREACHABLE, "config.toml")
         result = self.workspace.run("request", README, "--out", self.workspace.path / "q")
         self.expect(result, UNREACHABLE, "0x8007045A")
 

@@ -40,7 +40,7 @@ constexpr Key kKeys[] = {
     text("\\config\\cades\\tsppolicy\\DefaultPolicyID"),
     flag("\\config\\cades\\tsppolicy\\DefaultCertReq"),
     flag("\\config\\cades\\tsppolicy\\UseNonceByDefault", "true"),
-    number("\\config\\cades\\tsppolicy\\NonceLength", "8"),
+    number("\\config\\cades\\tsppolicy\\NonceLength", "8", 1, 128),
     scheme("\\config\\cades\\tsppolicy\\AuthTypeDefault"),
     scheme("\\config\\cades\\tsppolicy\\AuthSSLTypeDefault"),
     scheme("\\config\\cades\\tsppolicy\\ProxyAuthTypeDefault"),
