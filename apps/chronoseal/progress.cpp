@@ -45,6 +45,21 @@ double ProgressLine::seconds() const {
     return std::chrono::duration<double>(Clock::now() - start_).count();
 }
 
+void WaitNote::tell(const std::string& authority, std::chrono::milliseconds wait) {
+    constexpr auto kNoticed = std::chrono::seconds(2);
+    const std::lock_guard lock(mutex_);
+    const auto until = Clock::now() + wait;
+    if (::isatty(STDERR_FILENO) != 1 || wait < kNoticed || until < told_until_ + kNoticed) {
+        return;
+    }
+    told_until_ = until;
+    std::fflush(stdout);
+    std::fputs(fmt::format("\r\033[Kchronoseal: waiting {} s until {} may be asked again\n",
+                           std::chrono::ceil<std::chrono::seconds>(wait).count(), authority)
+                   .c_str(),
+               stderr);
+}
+
 void ByteProgress::show(std::uint64_t done, std::uint64_t total) {
     if (!line_.due()) {
         return;

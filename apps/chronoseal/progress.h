@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 namespace cli {
@@ -29,6 +30,19 @@ private:
     bool drawn_ = false;
     Clock::time_point start_ = Clock::now();
     Clock::time_point next_;
+};
+
+// Tells a person at a terminal that an authority is waited for: once for all threads that wait
+// together, and only waits that one notices.
+class WaitNote {
+public:
+    void tell(const std::string& authority, std::chrono::milliseconds wait);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    std::mutex mutex_;
+    Clock::time_point told_until_;
 };
 
 // How much of one file has been hashed.

@@ -1,6 +1,9 @@
 // --hash, --policy, --no-nonce, --cert; --url and how an authority is reached.
 #include "request_options.h"
 
+#include <memory>
+
+#include "progress.h"
 #include "trust_options.h"
 
 namespace cli {
@@ -18,6 +21,7 @@ void add_request_options(CLI::App& command, RequestOptions& options) {
 
 void add_authority_options(CLI::App& command, AuthorityOptions& options) {
     const OptionGroup group(command, "Authority options");
+    options.quiet = command.get_parent()->get_option("--quiet");
     add_repeated(command, "--url", options.urls,
                  "address of an authority; of several the next is asked when one fails", "URL");
     add_value(command, "--proxy", options.proxy, "proxy, or \"none\" (default: the policy's)",
@@ -103,6 +107,12 @@ void apply(const AuthorityOptions& options, chronoseal::SealerOptions& sealer) {
         if (options.timeout_seconds != 0) {
             authority.timeout = std::chrono::seconds(options.timeout_seconds);
         }
+    }
+    if (options.quiet == nullptr || options.quiet->count() == 0) {
+        sealer.on_wait = [note = std::make_shared<WaitNote>()](const std::string& authority,
+                                                               std::chrono::milliseconds wait) {
+            note->tell(authority, wait);
+        };
     }
     sealer.quorum = options.quorum;
     sealer.attempts = options.attempts;

@@ -29,6 +29,7 @@ struct AuthorityOptions {
     unsigned timeout_seconds = 0;
     unsigned quorum = 1;
     unsigned attempts = 3;
+    const CLI::Option* quiet = nullptr; // of the whole command: waits aren't told
 };
 
 void add_request_options(CLI::App& command, RequestOptions& options);

@@ -541,6 +541,7 @@ struct Authority {
     // Absent: the policy's. Empty: a direct connection.
     std::optional<std::string> proxy = std::nullopt;
     std::optional<Login> proxy_login = std::nullopt;
+    // None: that of the machine's configuration for this address, if it has one.
     Rate rate = {};
     // For one exchange; 0: the configured one.
     std::chrono::milliseconds timeout{0};
@@ -579,6 +580,9 @@ struct SealerOptions {
     // Where requests are counted for `Rate`, shared by all processes of the user. Empty: the
     // user's cache folder.
     std::filesystem::path rate_file = {};
+    // Told before each wait, for a rate or between two attempts: the authority's address for
+    // people, and how long. By any thread, several at once.
+    std::function<void(const std::string& authority, std::chrono::milliseconds wait)> on_wait = {};
 };
 
 // What one item of a batch is: a file, a finished hash, or bytes.

@@ -177,12 +177,14 @@ std::chrono::microseconds RequestRate::take(const std::string& url, const Rate& 
     return std::chrono::microseconds(wait);
 }
 
-bool RequestRate::wait(const std::string& url, const Rate& rate, const std::stop_token& stop) {
+bool RequestRate::wait(const std::string& url, const Rate& rate, const std::stop_token& stop,
+                       const std::function<void(std::chrono::microseconds)>& told) {
     for (;;) {
         const auto time = take(url, rate);
         if (time.count() == 0) {
             return true;
         }
+        told(time);
         if (!pause_for(time, stop)) {
             return false;
         }

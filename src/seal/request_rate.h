@@ -21,7 +21,9 @@ public:
     explicit RequestRate(std::filesystem::path file);
 
     // Waits until one more request is within the rate, and counts it. False on a stop.
-    bool wait(const std::string& url, const Rate& rate, const std::stop_token& stop);
+    // Each wait is told before it begins.
+    bool wait(const std::string& url, const Rate& rate, const std::stop_token& stop,
+              const std::function<void(std::chrono::microseconds)>& told);
 
     // Counts a request if it is within the rate; else how long to wait before the next try.
     std::chrono::microseconds take(const std::string& url, const Rate& rate);

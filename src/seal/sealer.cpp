@@ -59,6 +59,14 @@ Error by_authority(const Error& error, const std::string& shown) {
                        error.advice());
 }
 
+// The machine's for this address, whoever has named it; else none.
+Rate rate_of(const std::string& url, const std::vector<Authority>& configured) {
+    const auto found = std::ranges::find_if(configured, [&](const Authority& authority) {
+        return is_address(authority.url) && settled_address(authority.url) == url;
+    });
+    return found != configured.end() ? found->rate : Rate();
+}
+
 Time now() {
     return std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now());
 }
@@ -123,8 +131,9 @@ Sealer::Impl::Impl(SealerOptions options)
     if (options_.only_requests) {
         return;
     }
+    const auto configured = configured_authorities();
     if (options_.authorities.empty()) {
-        options_.authorities = configured_authorities();
+        options_.authorities = configured;
     }
     if (options_.authorities.empty()) {
         throw error_of_code(kResultNoAddress);
@@ -133,6 +142,9 @@ Sealer::Impl::Impl(SealerOptions options)
         auto known = std::make_unique<KnownAuthority>();
         known->endpoint = make_endpoint(authority, narrow(rules_.DefaultProxy.value));
         check_endpoint(rules_, known->endpoint);
+        if (known->endpoint.rate.count == 0) {
+            known->endpoint.rate = rate_of(known->endpoint.url, configured);
+        }
         authorities_.push_back(std::move(known));
     }
     if (options_.quorum == 0 || options_.quorum > authorities_.size()) {
@@ -245,7 +257,16 @@ Answer Sealer::Impl::ask_once(const KnownAuthority& authority, const Question& q
     return judge(authority, question, answer.body, sent, attempt);
 }
 
-bool Sealer::Impl::wait_before(unsigned attempt, std::chrono::milliseconds retry_after,
+void Sealer::Impl::tell_wait(const KnownAuthority& authority,
+                             std::chrono::microseconds wait) const {
+    if (options_.on_wait) {
+        options_.on_wait(authority.endpoint.shown,
+                         std::chrono::ceil<std::chrono::milliseconds>(wait));
+    }
+}
+
+bool Sealer::Impl::wait_before(unsigned attempt, const KnownAuthority& authority,
+                               std::chrono::milliseconds retry_after,
                                const std::stop_token& stop) const {
     auto wait = options_.first_wait;
     for (unsigned i = 2; i < attempt && wait < options_.longest_wait; ++i) {
@@ -256,6 +277,7 @@ bool Sealer::Impl::wait_before(unsigned attempt, std::chrono::milliseconds retry
     std::uniform_int_distribution<std::int64_t> jitter(wait.count() / 2, wait.count());
     const auto chosen = std::max(std::chrono::milliseconds(jitter(random)),
                                  std::min(retry_after, options_.longest_wait));
+    tell_wait(authority, chosen);
     return pause_for(chosen, stop);
 }
 
@@ -263,7 +285,8 @@ Answer Sealer::Impl::ask(KnownAuthority& authority, const Question& question,
                          const std::stop_token& stop) const {
     std::chrono::milliseconds retry_after{0};
     for (unsigned attempt = 1;; ++attempt) {
-        if (!rate_->wait(authority.endpoint.url, authority.endpoint.rate, stop) ||
+        const auto told = [&](std::chrono::microseconds wait) { tell_wait(authority, wait); };
+        if (!rate_->wait(authority.endpoint.url, authority.endpoint.rate, stop, told) ||
             stop.stop_requested()) {
             throw cancelled();
         }
@@ -282,7 +305,7 @@ Answer Sealer::Impl::ask(KnownAuthority& authority, const Question& question,
                 throw told;
             }
         }
-        if (!wait_before(attempt + 1, retry_after, stop)) {
+        if (!wait_before(attempt + 1, authority, retry_after, stop)) {
             throw cancelled();
         }
     }

@@ -70,8 +70,9 @@ private:
                     std::chrono::milliseconds& retry_after) const;
     Answer judge(const KnownAuthority& authority, const Question& question, ByteView body,
                  Time sent, unsigned attempt) const;
-    bool wait_before(unsigned attempt, std::chrono::milliseconds retry_after,
-                     const std::stop_token& stop) const;
+    bool wait_before(unsigned attempt, const KnownAuthority& authority,
+                     std::chrono::milliseconds retry_after, const std::stop_token& stop) const;
+    void tell_wait(const KnownAuthority& authority, std::chrono::microseconds wait) const;
     void check_clock(const TokenInfo& token, bool nonce, Time sent,
                      std::vector<Remark>& remarks) const;
 

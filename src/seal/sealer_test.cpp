@@ -267,6 +267,23 @@ TEST_F(SealerTest, ARateHoldsOverSealersAndProcesses) {
     EXPECT_EQ(word_of([&] { Sealer(wanted).seal(bytes_of("c")); }), "");
 }
 
+TEST_F(SealerTest, TheMachinesRateHoldsForItsAddressAndTheWaitIsTold) {
+    const LiveAuthority authority;
+    tsp::Configuration::instance().set("", "[[config.chronoseal.authority]]\nUrl = '" +
+                                               authority.url() +
+                                               "'\nRateCount = 1\nRateMilliseconds = 86400000\n");
+    SealerOptions wanted = options(authority);
+    std::stop_source stop;
+    wanted.on_wait = [&](const std::string& address, std::chrono::milliseconds wait) {
+        EXPECT_EQ(address, authority.url());
+        EXPECT_GT(wait, 23h);
+        stop.request_stop();
+    };
+    const Sealer sealer(wanted);
+    sealer.seal(bytes_of("a"));
+    EXPECT_EQ(word_of([&] { sealer.seal(bytes_of("b"), stop.get_token()); }), "cancelled");
+}
+
 TEST_F(SealerTest, AStopEndsTheWaiting) {
     const LiveAuthority authority(
         [](const tsp::Authority&, const std::string&) { return http_reply(503, ""); });
