@@ -3,14 +3,13 @@
 import base64
 import datetime
 import shutil
-import socketserver
 import struct
 import subprocess
-import threading
 import unittest
 
 import program
 from asn1crypto import cms, core
+from page_server import PageServer
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
 COUNTERSIGNATURE_TYPE = "1.3.6.1.4.1.311.3.2.1"
@@ -37,35 +36,17 @@ def tiny_program():
     return (dos + coff + optional + section).ljust(headers, b"\0") + code
 
 
-class Handler(socketserver.StreamRequestHandler):
-    """Keeps what came, and answers by the server's list of answers; the last one stays."""
-
-    def handle(self):
-        request, headers = self.rfile.readline().decode(), {}
-        while (line := self.rfile.readline().decode().strip()):
-            name, _, value = line.partition(":")
-            headers[name.lower()] = value.strip()
-        body = self.rfile.read(int(headers.get("content-length", 0)))
-        self.server.seen.append((request, headers, body))
-        answers = self.server.answers
-        status, content = answers.pop(0) if len(answers) > 1 else answers[0]
-        self.wfile.write(f"HTTP/1.1 {status} Whatever\r\nContent-Length: {len(content)}\r\n"
-                         "Content-Type: application/octet-stream\r\nConnection: close\r\n\r\n".encode()
-                         + content)
-
-
-class Server(socketserver.ThreadingTCPServer):
-    allow_reuse_address = True
-    daemon_threads = True
+class Server(PageServer):
+    """Keeps the bodies that came, and answers by a list of answers; the last one stays."""
 
     def __init__(self):
-        super().__init__(("127.0.0.1", 0), Handler)
+        super().__init__({"": self.answer})
         self.seen, self.answers = [], [(500, b"")]
-        self.url = f"http://127.0.0.1:{self.server_address[1]}/"
-        threading.Thread(target=self.serve_forever, daemon=True).start()
 
-    def bodies(self):
-        return [body for _, _, body in self.seen]
+    def answer(self, body):
+        self.seen.append(body)
+        status, content = self.answers.pop(0) if len(self.answers) > 1 else self.answers[0]
+        return status, {"Content-Type": "application/octet-stream"}, content
 
 
 def request_of(body):
@@ -80,8 +61,7 @@ class AuthenticodeTest(program.SystemTest):
         cls.authority = program.Authority(cls.workspace.path / "tsa")
         cls.addClassCleanup(cls.authority.close)
         cls.server = Server()
-        cls.addClassCleanup(cls.server.server_close)
-        cls.addClassCleanup(cls.server.shutdown)
+        cls.addClassCleanup(cls.server.close)
         cls.content = cls.workspace.write("signature", SIGNATURE)
 
     def setUp(self):
@@ -139,17 +119,16 @@ class AgainstAnotherTool(AuthenticodeTest):
     def test_both_ask_in_the_same_bytes(self):
         self.server.answers = [(404, b"no")]
         self.sign(self.server.url)
-        theirs = request_of(self.server.bodies()[0])
+        theirs = request_of(self.server.seen[0])
         content = CounterSignatureRequest.load(theirs, strict=True)["content"]["content"].native
         self.assertGreaterEqual(len(content), 256)
 
         self.server.seen.clear()
         self.stamp("--url", self.server.url, file=self.workspace.write("value", content))
         self.assertEqual(len(self.server.seen), 1)
-        _, headers, body = self.server.seen[0]
-        self.assertEqual(request_of(body), theirs)
-        self.assertEqual(headers["user-agent"], "chronoseal/1.0")
-        self.assertNotIn("content-type", headers)
+        self.assertEqual(request_of(self.server.seen[0]), theirs)
+        self.assertEqual(self.server.headers["user-agent"], "chronoseal/1.0")
+        self.assertNotIn("content-type", self.server.headers)
 
 
 class TheRequest(AuthenticodeTest):
@@ -158,7 +137,7 @@ class TheRequest(AuthenticodeTest):
             with self.subTest(size):
                 self.server.seen.clear()
                 self.stamp("--url", self.server.url, file=self.workspace.write("sized", bytes(size)))
-                body = self.server.bodies()[0]
+                body = self.server.seen[0]
                 text = body.rstrip(b"\0")
                 self.assertNotIn(b"\0", text)
                 lines = text.split(b"\r\n")

@@ -143,7 +143,7 @@ class Explanations(program.SystemTest):
                               (("--netrc", foreign), None)):
             with self.subTest(options):
                 self.expect(self.stamp(url, *options), GOOD)
-                self.assertEqual(self.server.login, seen)
+                self.assertEqual(self.server.headers["Authorization"], seen)
         self.workspace.configure("[config.cades.tsppolicy]\nAuthDenyBasic = true\n")
         self.expect(self.stamp(url, "--user-file", login), REFUSED, "0xC21001")
 

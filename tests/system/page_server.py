@@ -13,7 +13,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def do_POST(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
-        self.server.login = self.headers["Authorization"]
+        self.server.headers = self.headers
         status, headers, content = self.server.pages[urllib.parse.urlsplit(self.path).path.strip("/")](body)  # a proxy sees all of it
         self.send_response(status)
         for name, value in {**headers, "Content-Length": len(content), "Connection": "close"}.items():

@@ -77,20 +77,26 @@ struct SignerParts {
     std::string digest_algorithm;
     std::string content_digest;
     std::string signature_algorithm;
-    const char* signature_digest = nullptr; // what is really used; null for EdDSA
+    const char* signature_digest = nullptr;
     std::string unsigned_attributes;
     std::string revocation_choices;
 };
 
-// What is signed by a key of P-256 with nothing odd about it.
-SignerParts plain_parts(const Key& key) {
+// `used` is the digest that the signature is really made with; null for EdDSA.
+SignerParts parts_of(EVP_PKEY* key, const std::string& digest_algorithm, const std::string& digest,
+                     const char* signature, const char* used) {
     SignerParts parts;
-    parts.key = key.get();
-    parts.digest_algorithm = algorithm(kSha256);
-    parts.content_digest = hash("SHA256");
-    parts.signature_algorithm = algorithm("1.2.840.10045.4.3.2");
-    parts.signature_digest = "SHA256";
+    parts.key = key;
+    parts.digest_algorithm = digest_algorithm;
+    parts.content_digest = digest;
+    parts.signature_algorithm = algorithm(signature);
+    parts.signature_digest = used;
     return parts;
+}
+
+// By a key of P-256, with nothing odd about it.
+SignerParts plain_parts(const Key& key) {
+    return parts_of(key.get(), algorithm(kSha256), hash("SHA256"), "1.2.840.10045.4.3.2", "SHA256");
 }
 
 std::string attribute(const char* type, const std::string& value) {
@@ -196,12 +202,8 @@ TEST(SignerAlgorithm, OnlyTheDigestThatTheSignatureAlgorithmNames) {
         {ec.get(), sha256_ecdsa, "SHA512", NTE_BAD_SIGNATURE},
     };
     for (const auto& each : cases) {
-        SignerParts parts;
-        parts.key = each.key;
-        parts.digest_algorithm = algorithm(kSha512);
-        parts.content_digest = hash("SHA512");
-        parts.signature_algorithm = algorithm(each.named);
-        parts.signature_digest = each.used;
+        const auto parts =
+            parts_of(each.key, algorithm(kSha512), hash("SHA512"), each.named, each.used);
         EXPECT_EQ(verify(parts), each.error) << each.named << ' ' << each.used;
     }
 }
@@ -235,12 +237,8 @@ TEST(SignerAlgorithm, WeakSignaturesAreRefusedAsInChains) {
     umask(S_IWGRP | S_IWOTH);
     std::ofstream(configuration) << "[config.basalt]\nStrength = 'current'\n";
     for (const auto& each : cases) {
-        SignerParts parts;
-        parts.key = each.key;
-        parts.digest_algorithm = algorithm(each.content_digest);
-        parts.content_digest = hash(each.content_name);
-        parts.signature_algorithm = algorithm(each.signature);
-        parts.signature_digest = each.signature_name;
+        const auto parts = parts_of(each.key, algorithm(each.content_digest),
+                                    hash(each.content_name), each.signature, each.signature_name);
         EXPECT_EQ(verify(parts), each.floor) << each.content_name << ' ' << each.signature_name;
         setenv("BASALT_CONFIG", configuration.c_str(), 1);
         EXPECT_EQ(verify(parts), each.current) << each.content_name << ' ' << each.signature_name;
@@ -267,11 +265,7 @@ TEST(SignerAlgorithm, Ed448GoesWithShake256Alone) {
         {algorithm(kSha512), hash("SHA512"), CRYPT_E_UNKNOWN_ALGO},
     };
     for (const auto& each : cases) {
-        SignerParts parts;
-        parts.key = key.get();
-        parts.digest_algorithm = each.algorithm;
-        parts.content_digest = each.digest;
-        parts.signature_algorithm = algorithm("1.3.101.113");
+        const auto parts = parts_of(key.get(), each.algorithm, each.digest, "1.3.101.113", nullptr);
         EXPECT_EQ(verify(parts), each.error);
     }
 }
