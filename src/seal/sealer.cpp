@@ -71,6 +71,18 @@ Time now() {
     return std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now());
 }
 
+// Whoever relies on the first authority learns that another had to stand in.
+Stamp with_failures(const Stamp& stamp, const std::vector<Error>& failures) {
+    if (failures.empty()) {
+        return stamp;
+    }
+    StampAccess::Content content = StampAccess::of(stamp);
+    for (const Error& error : failures) {
+        content.remarks.push_back({"authority_passed_over", error.text()});
+    }
+    return StampAccess::make(std::move(content));
+}
+
 Error quorum_impossible(const std::string& why) {
     return Error(Category::misuse, "quorum_impossible", 0,
                  "so many stamps by different authorities can't be had: " + why,
@@ -312,25 +324,25 @@ Answer Sealer::Impl::ask(KnownAuthority& authority, const Question& question,
 }
 
 Stamp Sealer::Impl::first(const Question& question, const std::stop_token& stop) const {
-    std::optional<Error> last;
+    std::vector<Error> failures;
     for (const auto& authority : authorities_) {
         if (stop.stop_requested()) {
             throw cancelled();
         }
         if (const auto resting = authority->health.resting()) {
-            last = resting;
+            failures.push_back(by_authority(*resting, authority->endpoint.shown));
             continue;
         }
         try {
-            return ask(*authority, question, stop).stamp;
+            return with_failures(ask(*authority, question, stop).stamp, failures);
         } catch (const Error& error) {
             if (error.word() == "cancelled") {
                 throw;
             }
-            last = error;
+            failures.push_back(error);
         }
     }
-    throw last ? *last : error_of_code(kResultNoAddress);
+    throw failures.empty() ? error_of_code(kResultNoAddress) : failures.back();
 }
 
 std::vector<Stamp> Sealer::Impl::quorum(const Question& question,

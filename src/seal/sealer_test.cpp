@@ -211,7 +211,11 @@ TEST_F(SealerTest, TheNextAuthorityIsAskedWhereOneFails) {
     wanted.authorities = {{.url = "http://127.0.0.1:1/"}, forging.settings(), good.settings()};
     wanted.attempts = 1;
     const Sealer sealer(wanted);
-    EXPECT_EQ(sealer.seal(bytes_of("a")).authority(), good.url());
+    const Stamp stamp = sealer.seal(bytes_of("a"));
+    EXPECT_EQ(stamp.authority(), good.url());
+    ASSERT_EQ(stamp.remarks().size(), 2U); // what stood in the way of the others
+    EXPECT_EQ(stamp.remarks()[1].word, "authority_passed_over");
+    EXPECT_EQ(stamp.remarks()[1].text.find(forging.url()), 0U);
     EXPECT_EQ(sealer.seal(bytes_of("b")).authority(), good.url());
     EXPECT_EQ(forging.requests(), 2U);
     // Twice was enough: it rests.
