@@ -120,8 +120,8 @@ Bytes read_file(const std::string& path, std::size_t limit, const std::stop_toke
         content.resize(done + room);
         const std::size_t count = input.read(content.data() + done, room);
         if (count > limit - done) {
-            fail(path, fmt::format("it is larger than {} bytes", limit),
-                 "check that it is the right file");
+            fail(path, fmt::format("it is larger than {} MiB", limit >> 20),
+                 "name another: nothing of this kind is so large");
         }
         done += count;
         if (count == 0 || (done == input.size() && count < room)) {

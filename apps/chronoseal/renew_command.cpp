@@ -165,7 +165,8 @@ private:
                   std::move(record),
                   was_stamp,
                   data,
-                  OutputFile(place, existing_of(own || options_.force)),
+                  OutputFile(place, existing_of(own || options_.force),
+                             options_.files.size() > 1 ? nullptr : "--out"),
                   {},
                   {}};
         item.out.check(
