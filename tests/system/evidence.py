@@ -228,7 +228,7 @@ class Together(WithRecords):
     def test_the_own_list_is_left_out_of_its_folder(self):
         self.file("in/a", b"a")
         for force in ((), ("--force", "--no-verify")):  # a record holds its certificates in any case
-            self.run_good("stamp", "--together", "in", "--out", "in/case", *force, *self.ask, cwd=self.folder)
+            self.run_good("stamp", "--together", "in", "in/../in/a", "--out", "in/case", *force, *self.ask, cwd=self.folder)
         self.assertEqual((self.folder / "in/case.sha256").read_bytes(),
                          hashlib.sha256(b"a").hexdigest().encode() + b"  in/a\n")
         self.run_good("verify", self.folder / "in/case.sha256.ers", *self.trust)
