@@ -30,10 +30,10 @@ _chronoseal() {
             case $before in
                 --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
                 --out|--token-out|--certs-out|--crls-out|--proxy-user-file|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
-                --digest|--jobs|--hash|--policy|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+                --digest|--jobs|--quorum|--hash|--policy|--url|--proxy|--timeout|--attempts) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --digest --out --token-out --certs-out --crls-out --together --manifest --force --skip-existing --no-verify --jobs --hash --policy --no-nonce --cert --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --digest --out --token-out --certs-out --crls-out --together --manifest --force --skip-existing --no-verify --jobs --quorum --hash --policy --no-nonce --cert --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --attempts --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -45,7 +45,7 @@ _chronoseal() {
                 --digest|--jobs|--at) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --data --digest --request --no-data --jobs --report --force --manifest --files --strict --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --data --digest --request --no-data --jobs --report --force --manifest --files --strict --at --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -65,10 +65,10 @@ _chronoseal() {
             case $before in
                 --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
                 --data|--out|--proxy-user-file|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
-                --hash|--manifest|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+                --hash|--manifest|--url|--proxy|--timeout|--attempts) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --hash --data --manifest --out --convert-only --force --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --hash --data --manifest --out --convert-only --force --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --attempts --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -97,10 +97,10 @@ _chronoseal() {
             case $before in
                 --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
                 --out|--proxy-user-file|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
-                --url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+                --url|--proxy|--timeout|--attempts) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --no-verify --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --no-verify --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --attempts --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -146,10 +146,10 @@ _chronoseal() {
             case $before in
                 --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
                 --proxy-user-file|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
-                --hash|--policy|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+                --hash|--policy|--url|--proxy|--timeout|--attempts) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --hash --policy --no-nonce --cert --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --hash --policy --no-nonce --cert --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --attempts --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -158,10 +158,10 @@ _chronoseal() {
             case $before in
                 --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
                 --out|--roots|--certs|--crls) compopt -o default; return ;;
-                --url|--at) return ;;
+                --url) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --url --out --force --no-verify --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --url --out --force --no-verify --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -173,7 +173,7 @@ _chronoseal() {
                 --at) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --at --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
@@ -182,10 +182,10 @@ _chronoseal() {
             case $before in
                 --revocation) mapfile -t COMPREPLY < <(compgen -W 'require available off' -- "$word"); return ;;
                 --out|--data|--proxy-user-file|--cacert|--user-file|--netrc|--client-cert|--client-key|--roots|--certs|--crls) compopt -o default; return ;;
-                --signer|--attribute|--hash|--policy|--url|--proxy|--timeout|--quorum|--attempts|--at) return ;;
+                --signer|--attribute|--hash|--policy|--url|--proxy|--timeout|--attempts) return ;;
             esac
             if [[ $word == -* ]]; then
-                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --data --signer --all --attribute --hash --policy --no-nonce --cert --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --quorum --attempts --roots --certs --crls --revocation --at --offline --json --json-lines --quiet --verbose --version' -- "$word")
+                mapfile -t COMPREPLY < <(compgen -W '--help --out --force --data --signer --all --attribute --hash --policy --no-nonce --cert --url --proxy --proxy-user-file --cacert --user-file --netrc --client-cert --client-key --timeout --attempts --roots --certs --crls --revocation --offline --json --json-lines --quiet --verbose --version' -- "$word")
             else
                 compopt -o default
             fi
