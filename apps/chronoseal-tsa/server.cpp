@@ -1,5 +1,7 @@
 #include "server.h"
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -102,15 +104,20 @@ bool serve(const Identity& identity, TimeStampResponder& responder, const Server
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::atomic<bool> over = false;
     std::thread stopper([&] {
         int signal = 0;
         sigwait(&signals, &signal);
+        while (!over && !server.is_running()) { // before, it can't be stopped
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         server.stop();
     });
 
     std::printf("chronoseal-tsa listening on http://%s:%d/\n", options.host.c_str(), port);
     std::fflush(stdout);
     const bool good = server.listen_after_bind();
+    over = true;
     // Wakes the waiting thread if something else ended the server.
     pthread_kill(stopper.native_handle(), SIGTERM);
     stopper.join();

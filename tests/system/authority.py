@@ -84,6 +84,15 @@ class Serving(program.SystemTest):
             pass
         self.assertLess(time.monotonic() - begin, within)
 
+    def test_a_signal_ends_it_however_early_it_comes(self):
+        folder = self.workspace.path / "early"
+        tsa("--init", folder)
+        for _ in range(30):
+            with subprocess.Popen([program.BIN / "chronoseal-tsa", "--dir", folder], stdout=subprocess.PIPE) as process:
+                process.stdout.readline()
+                process.terminate()
+                self.assertEqual(process.wait(timeout=20), GOOD)
+
     def test_idle_connections_are_hung_up_on_and_keep_nobody_out(self):
         authority = self.authority("--idle", "1")
         idle = [socket.create_connection(authority.address) for _ in range(150)]
