@@ -158,11 +158,13 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
         known != session_.fetched.end() && known->second.back().source == EvidenceSource::network) {
         return false; // it was asked before, and what it said has been considered
     }
+    const unsigned not_asked_before = session_.retrieval.not_asked();
     std::optional<std::vector<BYTE>> bytes =
         kind == EvidenceKind::ocsp ? session_.retrieval.post(url, kRequestType, request_)
                                    : session_.retrieval.get(url);
     if (!bytes) {
         unreached_ = unreached_.empty() ? url : unreached_;
+        not_asked_ = not_asked_ || session_.retrieval.not_asked() != not_asked_before;
         return false;
     }
     const EvidenceItem* item =
@@ -360,6 +362,7 @@ StatusFinding Inquiry::finding() const {
         return finding;
     }
     finding.unreached = unreached_;
+    finding.not_asked = not_asked_;
     if (!is_all_heard()) {
         finding.cause = UnknownCause::exhausted;
     } else if (finding.cause == UnknownCause::no_source &&

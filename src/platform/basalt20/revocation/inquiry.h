@@ -65,6 +65,7 @@ private:
     bool something_at_hand_ = false;
     bool own_left_out_ = false; // something that isn't foreign
     std::string unreached_;
+    bool not_asked_ = false; // an address, since no time was left
 };
 
 } // namespace basalt

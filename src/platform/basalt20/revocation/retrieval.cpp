@@ -23,10 +23,10 @@ std::string server_of(const std::string& url) {
     return url.substr(0, url.find_first_of("/?#", url.find("//") + 2));
 }
 
-// Nobody is there, whatever is asked for.
-bool is_silent(const HttpAnswer& answer) {
+// Nobody is there, whatever is asked for. Whoever keeps silent may answer at another address.
+bool is_nobody_there(const HttpAnswer& answer) {
     return answer.error == ERROR_WINHTTP_NAME_NOT_RESOLVED ||
-           answer.error == ERROR_WINHTTP_CANNOT_CONNECT || answer.error == ERROR_WINHTTP_TIMEOUT;
+           answer.error == ERROR_WINHTTP_CANNOT_CONNECT;
 }
 
 } // namespace
@@ -65,7 +65,11 @@ std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const st
     const std::chrono::milliseconds left = budget_.exchange_time();
     const std::string server = server_of(request.url);
     Fetching& fetching = budget_.fetching();
-    if (left.count() <= 0 || fetching.has_failed(key) || fetching.has_failed(server)) {
+    if (fetching.has_failed(key) || fetching.has_failed(server)) {
+        return std::nullopt;
+    }
+    if (left.count() <= 0) {
+        ++not_asked_;
         return std::nullopt;
     }
     request.proxy = fetching_proxy();
@@ -77,7 +81,7 @@ std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const st
     ++exchanges_;
     HttpAnswer answer = http_exchange(request);
     if (answer.error != 0 || answer.status != kStatusOk) {
-        fetching.note_failure(is_silent(answer) && !request.outside_only ? server : key);
+        fetching.note_failure(is_nobody_there(answer) && !request.outside_only ? server : key);
         return std::nullopt;
     }
     return std::move(answer.body);

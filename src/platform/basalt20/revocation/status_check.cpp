@@ -62,7 +62,8 @@ bool passes(const StatusFinding& finding, RevocationMode mode) {
     if (mode == RevocationMode::off || finding.standing == Standing::good) {
         return true;
     }
-    if (finding.standing == Standing::revoked || finding.cause == UnknownCause::exhausted) {
+    if (finding.standing == Standing::revoked || finding.cause == UnknownCause::exhausted ||
+        finding.not_asked) {
         return false;
     }
     return mode == RevocationMode::available || finding.cause == UnknownCause::no_source;

@@ -39,7 +39,8 @@ struct StatusFinding {
     // Revoked after the stamp's time, for a reason that voids what was signed before, too.
     bool revoked_later = false;
     UnknownCause cause = UnknownCause::no_source;
-    std::string unreached; // of an unknown one: the first address that gave nothing
+    std::string unreached;  // of an unknown one: the first address that gave nothing
+    bool not_asked = false; // of an unknown one: an address wasn't asked for want of time
     // What decided; of an unknown one, the newest that was looked at. Several when good takes
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
     std::vector<DecidingEvidence> evidence;
@@ -50,7 +51,7 @@ struct StatusFinding {
 
 // True when a certificate of that standing may pass: an unknown one under `available`, and under
 // `require` only when there is no source to ask. Never one that was buried under more junk than
-// could be looked at.
+// could be looked at, or by servers that took all the time.
 bool passes(const StatusFinding& finding, RevocationMode mode);
 
 struct StatusQuestion {
