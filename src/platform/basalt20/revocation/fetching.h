@@ -1,5 +1,5 @@
 // What several verdicts have together: one deadline for what they fetch, and the memory of what has
-// failed, so that a silent server is asked once and not by each of them; and the processor's work
+// failed, so that a silent address is asked once and not by each of them; and the processor's work
 // for signatures and keys, so that a file of many dear stamps costs no more than one. Any thread;
 // nothing fails but for lack of memory.
 #pragma once
