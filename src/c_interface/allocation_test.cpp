@@ -202,6 +202,14 @@ TEST_F(AllocationTest, NothingButAnErrorLeavesTheFrontDoor) {
         {"signature", [&] { word_of([&] { CmsSignature::read(bytes); }); }},
         {"sealer", [&] { Sealer(callers([&] { return wanted; })).request(digest); }},
         {"policy", [&] { policy(); }},
+        {"changed settings",
+         [&] {
+             callers([] {
+                 tsp::Configuration::instance().set({});
+                 return 0;
+             });
+             policy();
+         }},
         {"roots", [&] { trusted_roots(); }},
         {"words", [&] { error_of_code(0xC2100103, "do something that takes long to name"); }},
         {"rewrap", [&] { rewrap(bytes_of("-----BEGIN X-----\nAAAA\n-----END X-----\n"), bytes); }},

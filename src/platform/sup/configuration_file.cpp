@@ -39,7 +39,8 @@ void parse(ConfigurationFile& file, const std::string& text) {
         return;
     }
     try {
-        file.root = toml::parse(text, file.name);
+        // Without a name: the parser copies one where it may not throw, and memory may be short.
+        file.root = toml::parse(text);
     } catch (const toml::parse_error& error) {
         const auto& at = error.source().begin;
         file.problem = place(file, at.line, at.column) + std::string(error.description());
