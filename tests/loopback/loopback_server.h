@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <list>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -75,8 +76,8 @@ public:
                 shutdown(connection, SHUT_RDWR);
             }
         }
-        for (std::thread& thread : threads_) {
-            thread.join();
+        for (Connection& connection : threads_) {
+            connection.thread.join();
         }
         close(listener_);
     }
@@ -94,8 +95,18 @@ public:
         const std::lock_guard lock(mutex_);
         return requests_;
     }
+    // For tests that run long.
+    void forget_requests() {
+        const std::lock_guard lock(mutex_);
+        requests_.clear();
+    }
 
 private:
+    struct Connection {
+        std::atomic<bool> over = false;
+        std::thread thread;
+    };
+
     // One connection's bytes, over TLS or not.
     struct Stream {
         int socket;
@@ -130,8 +141,23 @@ private:
             const std::lock_guard lock(mutex_);
             ++connections_;
             open_.push_back(connection);
-            threads_.emplace_back([this, connection] { serve(connection); });
+            join_ended();
+            Connection& own = threads_.emplace_back();
+            own.thread = std::thread([this, connection, &own] {
+                serve(connection);
+                own.over = true;
+            });
         }
+    }
+
+    // A thread that nobody has joined keeps its stack.
+    void join_ended() {
+        threads_.remove_if([](Connection& connection) {
+            if (connection.over) {
+                connection.thread.join();
+            }
+            return connection.over.load();
+        });
     }
 
     void serve(int connection) {
@@ -202,6 +228,6 @@ private:
     mutable std::mutex mutex_;
     std::vector<int> open_;
     std::vector<std::string> requests_;
-    std::vector<std::thread> threads_;
+    std::list<Connection> threads_;
     std::thread acceptor_;
 };

@@ -61,6 +61,7 @@ public:
     const tsp::Authority& authority() const { return authority_; }
     std::size_t requests() const { return server_.requests().size(); }
     std::string request(std::size_t i) const { return server_.requests().at(i); }
+    void forget_requests() { server_.forget_requests(); }
     Trust trust() const { return {.roots = {to_bytes(authority_.root_der())}}; }
 
 private:
