@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/general_name_traits.h>
 #include <chronoseal/asn1/object_identifier.h>
 #include <chronoseal/asn1data/pkix1_implicit.h>
@@ -28,30 +29,18 @@ struct ASN1T_AccessDescription_traits
     }
 };
 
-using ASN1T_AuthorityInfoAccessSyntax_traits =
-    ListTypeTraits<asn1data::ASN1T_AuthorityInfoAccessSyntax,
-                   asn1data::ASN1C_AuthorityInfoAccessSyntax, kTagSequenceOf,
-                   ASN1T_AccessDescription_traits, CAccessDescription, CAuthorityInfoAccessSyntax>;
+struct ASN1T_AuthorityInfoAccessSyntax_traits
+    : ListTypeTraits<asn1data::ASN1T_AuthorityInfoAccessSyntax,
+                     asn1data::ASN1C_AuthorityInfoAccessSyntax, kTagSequenceOf,
+                     ASN1T_AccessDescription_traits, CAccessDescription,
+                     CAuthorityInfoAccessSyntax> {};
 
 bool operator==(const CAccessDescription& a, const CAccessDescription& b) noexcept {
     return std::strcmp(a.get_accessMethod(), b.get_accessMethod()) == 0 &&
            a.get_accessLocation() == b.get_accessLocation();
 }
 
-CBlob CAccessDescription::encode() const {
-    return asn1Encode<ASN1T_AccessDescription_traits, CAccessDescription>(*this);
-}
-
-void CAccessDescription::decode(const CBlob& der) {
-    asn1Decode<ASN1T_AccessDescription_traits, CAccessDescription>(der, *this);
-}
-
-CBlob CAuthorityInfoAccessSyntax::encode() const {
-    return asn1Encode<ASN1T_AuthorityInfoAccessSyntax_traits, CAuthorityInfoAccessSyntax>(*this);
-}
-
-void CAuthorityInfoAccessSyntax::decode(const CBlob& der) {
-    asn1Decode<ASN1T_AuthorityInfoAccessSyntax_traits, CAuthorityInfoAccessSyntax>(der, *this);
-}
+template class Encodable<CAccessDescription, ASN1T_AccessDescription_traits>;
+template class Encodable<CAuthorityInfoAccessSyntax, ASN1T_AuthorityInfoAccessSyntax_traits>;
 
 } // namespace Halcyon::ASN1

@@ -4,12 +4,16 @@
 
 #include <list>
 
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/asn1/general_name.h>
 
 namespace Halcyon::ASN1 {
 
+struct ASN1T_AccessDescription_traits;
+struct ASN1T_AuthorityInfoAccessSyntax_traits;
+
 // The method is dotted text. It is checked when it is encoded.
-class CAccessDescription {
+class CAccessDescription : public Encodable<CAccessDescription, ASN1T_AccessDescription_traits> {
 public:
     CAccessDescription() : accessMethod_("") {}
     CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation)
@@ -23,8 +27,7 @@ public:
     }
 
     // The DER. Throws 0x80070057 for a method that is no identifier, and as `CGeneralName`.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     CStringProxy accessMethod_;
@@ -33,17 +36,12 @@ private:
 
 // Methods byte for byte, locations by the rules of CGeneralName.
 bool operator==(const CAccessDescription& a, const CAccessDescription& b) noexcept;
-inline bool operator!=(const CAccessDescription& a, const CAccessDescription& b) noexcept {
-    return !(a == b);
-}
 
-class CAuthorityInfoAccessSyntax : public std::list<CAccessDescription> {
+class CAuthorityInfoAccessSyntax
+    : public std::list<CAccessDescription>,
+      public Encodable<CAuthorityInfoAccessSyntax, ASN1T_AuthorityInfoAccessSyntax_traits> {
 public:
     using std::list<CAccessDescription>::list;
-
-    CBlob encode() const;
-    // Replaces the list.
-    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include <chronoseal/asn1/attribute_traits.h>
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/object_identifier.h>
 #include <chronoseal/asn1/primitive_traits.h>
 
@@ -18,36 +19,8 @@ bool operator==(const CAttribute& a, const CAttribute& b) noexcept {
            std::equal(a.begin(), a.end(), b.begin());
 }
 
-CBlob CAttribute::encode() const {
-    return asn1Encode<ASN1T_Attribute_traits, CAttribute>(*this);
-}
-
-void CAttribute::decode(const CBlob& der) {
-    asn1Decode<ASN1T_Attribute_traits, CAttribute>(der, *this);
-}
-
-CAttributes::iterator CAttributes::find(const char* oid) {
-    return std::find_if(begin(), end(), findByOid(oid));
-}
-
-CAttributes::const_iterator CAttributes::find(const char* oid) const {
-    return std::find_if(begin(), end(), findByOid(oid));
-}
-
-void CAttributes::erase(const char* oid) {
-    const auto found = find(oid);
-    if (found != end()) {
-        erase(found);
-    }
-}
-
-CBlob CAttributes::encode() const {
-    return asn1Encode<ASN1T_Attributes_traits, CAttributes>(*this);
-}
-
-void CAttributes::decode(const CBlob& der) {
-    asn1Decode<ASN1T_Attributes_traits, CAttributes>(der, *this);
-}
+template class Encodable<CAttribute, ASN1T_Attribute_traits>;
+template class Encodable<CAttributes, ASN1T_Attributes_traits>;
 
 // Attribute ::= SEQUENCE {
 //     type    OBJECT IDENTIFIER,

@@ -5,11 +5,16 @@
 #include <list>
 #include <string>
 
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/asn1/owned.h>
+#include <chronoseal/asn1/typed_list.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
+
+struct ASN1T_Attribute_traits;
+struct ASN1T_Attributes_traits;
 
 // The type is dotted text, the value is DER. Not polymorphic: a typed attribute that is copied into
 // one keeps its encoded form only.
@@ -30,9 +35,6 @@ private:
 
 // Type and value byte for byte.
 bool operator==(const CAttrValue& a, const CAttrValue& b) noexcept;
-inline bool operator!=(const CAttrValue& a, const CAttrValue& b) noexcept {
-    return !(a == b);
-}
 
 // In the order of the encoding or of insertion. Equal pairwise in that order.
 class CAttrValueList : public std::list<CAttrValue> {
@@ -42,7 +44,7 @@ public:
 
 // The values stand in the order of the encoding or of insertion and compare in that order, although
 // they are a SET. Owns all its data.
-class CAttribute {
+class CAttribute : public Encodable<CAttribute, ASN1T_Attribute_traits> {
 public:
     using iterator = CAttrValueList::iterator;
     using const_iterator = CAttrValueList::const_iterator;
@@ -66,9 +68,7 @@ public:
 
     // The DER, in which the values are sorted. Throws 0x80070057 for a type that is no identifier,
     // and 0x80093101 if a value doesn't fit a known type.
-    CBlob encode() const;
-    // Throws 0x80093101.
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     struct Block {
@@ -80,26 +80,17 @@ private:
 };
 
 bool operator==(const CAttribute& a, const CAttribute& b) noexcept;
-inline bool operator!=(const CAttribute& a, const CAttribute& b) noexcept {
-    return !(a == b);
-}
 
-// In the order of the encoding or of insertion. Nothing prevents two attributes of one type.
-class CAttributes : public std::list<CAttribute> {
+// Nothing prevents two attributes of one type.
+class CAttributes : public TypedList<CAttribute>,
+                    public Encodable<CAttributes, ASN1T_Attributes_traits> {
 public:
-    using std::list<CAttribute>::list;
-
-    // The first attribute of that type, by the exact text, or `end()`.
-    iterator find(const char* oid);
-    const_iterator find(const char* oid) const;
-    // Removes the first attribute of that type, if there is one.
-    void erase(const char* oid);
-    using std::list<CAttribute>::erase;
+    using TypedList::TypedList;
 
     // The DER of the SET, sorted. Throws as `CAttribute::encode`.
-    CBlob encode() const;
+    using Encodable::encode;
     // Replaces the list. Throws 0x80093101.
-    void decode(const CBlob& der);
+    using Encodable::decode;
 };
 
 } // namespace Halcyon::ASN1

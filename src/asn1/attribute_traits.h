@@ -15,8 +15,8 @@ struct ASN1T_Attribute_traits
     static void get(const ASN1_T& record, CAttribute& value);
 };
 
-using ASN1T_Attributes_traits =
-    ListTypeTraits<asn1data::ASN1T_SignedAttributes, asn1data::ASN1C_SignedAttributes, kTagSetOf,
-                   ASN1T_Attribute_traits, CAttribute, CAttributes>;
+struct ASN1T_Attributes_traits
+    : ListTypeTraits<asn1data::ASN1T_SignedAttributes, asn1data::ASN1C_SignedAttributes, kTagSetOf,
+                     ASN1T_Attribute_traits, CAttribute, CAttributes> {};
 
 } // namespace Halcyon::ASN1

@@ -2,6 +2,8 @@
 // ones, from which nonces are made. Failures are thrown as CAtlException.
 #pragma once
 
+#include <compare>
+
 #include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
@@ -50,20 +52,8 @@ public:
 inline bool operator==(const CBigInteger& a, const CBigInteger& b) noexcept {
     return a.compare(b) == 0;
 }
-inline bool operator!=(const CBigInteger& a, const CBigInteger& b) noexcept {
-    return a.compare(b) != 0;
-}
-inline bool operator<(const CBigInteger& a, const CBigInteger& b) noexcept {
-    return a.compare(b) < 0;
-}
-inline bool operator>(const CBigInteger& a, const CBigInteger& b) noexcept {
-    return a.compare(b) > 0;
-}
-inline bool operator<=(const CBigInteger& a, const CBigInteger& b) noexcept {
-    return a.compare(b) <= 0;
-}
-inline bool operator>=(const CBigInteger& a, const CBigInteger& b) noexcept {
-    return a.compare(b) >= 0;
+inline std::strong_ordering operator<=>(const CBigInteger& a, const CBigInteger& b) noexcept {
+    return a.compare(b) <=> 0;
 }
 
 // `size` random bytes, as they come: the top bit isn't cleared (see `CBigInteger::abs`) and a first

@@ -5,6 +5,7 @@
 #include <chronoseal/asn1/algorithm_identifier_traits.h>
 #include <chronoseal/asn1/big_integer_text.h>
 #include <chronoseal/asn1/cert_identifier_traits.h>
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/general_name_traits.h>
 #include <chronoseal/asn1/primitive_traits.h>
 
@@ -39,27 +40,10 @@ CBlob octets(const ASN1TDynOctStr& record) {
 
 } // namespace
 
-template <class Identifier, class Fields, class Traits>
-CBlob IdentifierWithIssuer<Identifier, Fields, Traits>::encode() const {
-    return asn1Encode<Traits, Identifier>(static_cast<const Identifier&>(*this));
-}
-
-template <class Identifier, class Fields, class Traits>
-void IdentifierWithIssuer<Identifier, Fields, Traits>::decode(const CBlob& der) {
-    asn1Decode<Traits, Identifier>(der, static_cast<Identifier&>(*this));
-}
-
-template class IdentifierWithIssuer<CESSCertID, ESSCertIDFields, ASN1T_ESSCertID_traits>;
-template class IdentifierWithIssuer<CESSCertIDv2, ESSCertIDv2Fields, ASN1T_ESSCertIDv2_traits>;
-template class IdentifierWithIssuer<COtherCertID, OtherCertIDFields, ASN1T_OtherCertID_traits>;
-
-CBlob CIssuerSerial::encode() const {
-    return asn1Encode<ASN1T_IssuerSerial_traits, CIssuerSerial>(*this);
-}
-
-void CIssuerSerial::decode(const CBlob& der) {
-    asn1Decode<ASN1T_IssuerSerial_traits, CIssuerSerial>(der, *this);
-}
+template class Encodable<CESSCertID, ASN1T_ESSCertID_traits>;
+template class Encodable<CESSCertIDv2, ASN1T_ESSCertIDv2_traits>;
+template class Encodable<COtherCertID, ASN1T_OtherCertID_traits>;
+template class Encodable<CIssuerSerial, ASN1T_IssuerSerial_traits>;
 
 // IssuerSerial ::= SEQUENCE {
 //     issuer        GeneralNames,
@@ -125,13 +109,7 @@ void ASN1T_ESSCertIDv2_traits::get(const ASN1_T& record, CESSCertIDv2& value) {
     get_issuer_serial(record, value);
 }
 
-CBlob COtherHashAlgAndValue::encode() const {
-    return asn1Encode<ASN1T_OtherHashAlgAndValue_traits, COtherHashAlgAndValue>(*this);
-}
-
-void COtherHashAlgAndValue::decode(const CBlob& der) {
-    asn1Decode<ASN1T_OtherHashAlgAndValue_traits, COtherHashAlgAndValue>(der, *this);
-}
+template class Encodable<COtherHashAlgAndValue, ASN1T_OtherHashAlgAndValue_traits>;
 
 // OtherHashAlgAndValue ::= SEQUENCE {
 //     hashAlgorithm  AlgorithmIdentifier,
@@ -165,13 +143,7 @@ bool operator==(const COtherHash& a, const COtherHash& b) noexcept {
            equal_optional(a.get_otherHash(), b.get_otherHash());
 }
 
-CBlob COtherHash::encode() const {
-    return asn1Encode<ASN1T_OtherHash_traits, COtherHash>(*this);
-}
-
-void COtherHash::decode(const CBlob& der) {
-    asn1Decode<ASN1T_OtherHash_traits, COtherHash>(der, *this);
-}
+template class Encodable<COtherHash, ASN1T_OtherHash_traits>;
 
 // OtherHash ::= CHOICE {
 //     sha1Hash   OCTET STRING,

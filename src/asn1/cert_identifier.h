@@ -8,14 +8,19 @@
 #include <chronoseal/asn1/algorithm_identifier.h>
 #include <chronoseal/asn1/big_integer.h>
 #include <chronoseal/asn1/choice.h>
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/asn1/general_name.h>
 #include <chronoseal/asn1/owned.h>
 #include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
 
+struct ASN1T_IssuerSerial_traits;
+struct ASN1T_OtherHashAlgAndValue_traits;
+struct ASN1T_OtherHash_traits;
+
 // A certificate's issuer and serial number (RFC 2634, 5.4.1). Owns all its data.
-class CIssuerSerial {
+class CIssuerSerial : public Encodable<CIssuerSerial, ASN1T_IssuerSerial_traits> {
 public:
     CIssuerSerial() = default;
     CIssuerSerial(const CGeneralNames& issuer, const CBigInteger& serialNumber)
@@ -28,11 +33,12 @@ public:
 
     // The issuers' names pairwise in order by the rules of CGeneralName, the serial numbers by
     // value.
-    bool operator==(const CIssuerSerial& other) const noexcept = default;
+    bool operator==(const CIssuerSerial& other) const noexcept {
+        return issuer_ == other.issuer_ && serialNumber_ == other.serialNumber_;
+    }
 
     // The DER. Throws 0x80093101, and 0x80070057 for a name of a kind that isn't supported.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     CGeneralNames issuer_;
@@ -42,7 +48,7 @@ private:
 // What the three identifiers below have in common: each is a block of `Fields`, of which the last
 // is the OPTIONAL issuer and serial number. Owns all its data.
 template <class Identifier, class Fields, class Traits>
-class IdentifierWithIssuer {
+class IdentifierWithIssuer : public Encodable<Identifier, Traits> {
 public:
     // Null if absent.
     const CIssuerSerial* get_issuerSerial() const noexcept { return block_->issuerSerial.get(); }
@@ -54,10 +60,6 @@ public:
     bool operator==(const IdentifierWithIssuer& other) const noexcept {
         return *block_ == *other.block_;
     }
-
-    // The DER. Throws as `CIssuerSerial` and what the other fields throw.
-    CBlob encode() const;
-    void decode(const CBlob& der);
 
 protected:
     ~IdentifierWithIssuer() = default;
@@ -129,7 +131,8 @@ public:
 };
 
 // A hash with its algorithm (RFC 5126, 5.8.1).
-class COtherHashAlgAndValue {
+class COtherHashAlgAndValue
+    : public Encodable<COtherHashAlgAndValue, ASN1T_OtherHashAlgAndValue_traits> {
 public:
     COtherHashAlgAndValue() = default;
     COtherHashAlgAndValue(const CBlob& hashValue, const CAlgorithmIdentifier& hashAlgorithm)
@@ -145,11 +148,12 @@ public:
         return hashValue_ == other.hashValue_;
     }
 
-    bool operator==(const COtherHashAlgAndValue& other) const noexcept = default;
+    bool operator==(const COtherHashAlgAndValue& other) const noexcept {
+        return hashAlgorithm_ == other.hashAlgorithm_ && compare_hashValue(other);
+    }
 
     // The DER. Throws as `CAlgorithmIdentifier`.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     CAlgorithmIdentifier hashAlgorithm_;
@@ -163,7 +167,8 @@ class COtherHashImpl final : public ChoiceOf<kSha1Hash, kOtherHash> {};
 
 // The CHOICE of a plain SHA-1 hash and a hash with its algorithm (RFC 5126, 5.8.1). Kind 0 is
 // nothing.
-class COtherHash : public ChoiceValue<COtherHashImpl> {
+class COtherHash : public ChoiceValue<COtherHashImpl>,
+                   public Encodable<COtherHash, ASN1T_OtherHash_traits> {
 public:
     COtherHash() = default;
     explicit COtherHash(const CBlob& sha1) { put_sha1Hash(sha1); }
@@ -182,8 +187,7 @@ public:
     bool compare_hashValue(const COtherHash& other) const noexcept;
 
     // The DER. Throws 0x80093101, for kind 0 too.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 };
 
 // Kinds and values, algorithms with their parameters included. Two empty ones are equal.

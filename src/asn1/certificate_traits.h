@@ -16,9 +16,9 @@ struct ASN1T_Certificate_traits
     static void get(const ASN1_T& record, CBlob& der);
 };
 
-using ASN1T_CertificateValues_traits =
-    ListTypeTraits<asn1data::ASN1T_CertificateValues, asn1data::ASN1C_CertificateValues,
-                   kTagSequenceOf, ASN1T_Certificate_traits, CBlob, CCertificateValues>;
+struct ASN1T_CertificateValues_traits
+    : ListTypeTraits<asn1data::ASN1T_CertificateValues, asn1data::ASN1C_CertificateValues,
+                     kTagSequenceOf, ASN1T_Certificate_traits, CBlob, CCertificateValues> {};
 
 struct ASN1T_CertificateList_traits
     : RecordTraits<asn1data::ASN1T_CertificateList, asn1data::ASN1C_CertificateList,

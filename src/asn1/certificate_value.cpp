@@ -1,24 +1,12 @@
 #include <chronoseal/asn1/certificate_value.h>
 
 #include <chronoseal/asn1/certificate_traits.h>
+#include <chronoseal/asn1/encodable_definitions.h>
 
 namespace Halcyon::ASN1 {
 
-CBlob CCertificateValue::encode() const {
-    return asn1Encode<ASN1T_Certificate_traits, CCertificateValue>(*this);
-}
-
-void CCertificateValue::decode(const CBlob& der) {
-    asn1Decode<ASN1T_Certificate_traits, CCertificateValue>(der, *this);
-}
-
-CBlob CCertificateValues::encode() const {
-    return asn1Encode<ASN1T_CertificateValues_traits, CCertificateValues>(*this);
-}
-
-void CCertificateValues::decode(const CBlob& der) {
-    asn1Decode<ASN1T_CertificateValues_traits, CCertificateValues>(der, *this);
-}
+template class Encodable<CCertificateValue, ASN1T_Certificate_traits>;
+template class Encodable<CCertificateValues, ASN1T_CertificateValues_traits>;
 
 void ASN1T_Certificate_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& der) {
     asn1DecodeT<ASN1T_Certificate_traits>(der, ctxt, record);

@@ -1,17 +1,12 @@
 #include <chronoseal/asn1/content_info.h>
 
 #include <chronoseal/asn1/content_info_traits.h>
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/object_identifier.h>
 
 namespace Halcyon::ASN1 {
 
-CBlob CContentInfo::encode() const {
-    return asn1Encode<ASN1T_ContentInfo_traits, CContentInfo>(*this);
-}
-
-void CContentInfo::decode(const CBlob& der) {
-    asn1Decode<ASN1T_ContentInfo_traits, CContentInfo>(der, *this);
-}
+template class Encodable<CContentInfo, ASN1T_ContentInfo_traits>;
 
 // ContentInfo ::= SEQUENCE {
 //     contentType  OBJECT IDENTIFIER,

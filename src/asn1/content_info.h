@@ -1,13 +1,16 @@
 // CContentInfo: a CMS content with its type (RFC 5652, 3).
 #pragma once
 
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 
+struct ASN1T_ContentInfo_traits;
+
 // The type is dotted text; the content is its DER without the [0] wrapper.
-class CContentInfo {
+class CContentInfo : public Encodable<CContentInfo, ASN1T_ContentInfo_traits> {
 public:
     CContentInfo() : contentType_("") {}
     CContentInfo(const char* contentType, const CBlob& content)
@@ -20,9 +23,7 @@ public:
 
     // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for content that
     // doesn't fit a known type.
-    CBlob encode() const;
-    // Throws 0x80093101.
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     CStringProxy contentType_;

@@ -1,5 +1,6 @@
 #include <chronoseal/asn1/distribution_point.h>
 
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/general_name_traits.h>
 #include <chronoseal/asn1data/pkix1_implicit.h>
 
@@ -91,10 +92,10 @@ struct ASN1T_DistributionPoint_traits
     static void get(const ASN1_T& record, CDistributionPoint& value);
 };
 
-using ASN1T_CRLDistPointsSyntax_traits =
-    ListTypeTraits<asn1data::ASN1T_CRLDistPointsSyntax, asn1data::ASN1C_CRLDistPointsSyntax,
-                   kTagSequenceOf, ASN1T_DistributionPoint_traits, CDistributionPoint,
-                   CCRLDistPointsSyntax>;
+struct ASN1T_CRLDistPointsSyntax_traits
+    : ListTypeTraits<asn1data::ASN1T_CRLDistPointsSyntax, asn1data::ASN1C_CRLDistPointsSyntax,
+                     kTagSequenceOf, ASN1T_DistributionPoint_traits, CDistributionPoint,
+                     CCRLDistPointsSyntax> {};
 
 void ASN1T_DistributionPoint_traits::set(ASN1CTXT* ctxt, ASN1_T& record,
                                          const CDistributionPoint& value) {
@@ -137,13 +138,7 @@ bool operator==(const CDistributionPointName& a, const CDistributionPointName& b
     return a.get_type() == b.get_type() && equal_optional(a.get_fullName(), b.get_fullName());
 }
 
-CBlob CDistributionPointName::encode() const {
-    return asn1Encode<ASN1T_DistributionPointName_traits, CDistributionPointName>(*this);
-}
-
-void CDistributionPointName::decode(const CBlob& der) {
-    asn1Decode<ASN1T_DistributionPointName_traits, CDistributionPointName>(der, *this);
-}
+template class Encodable<CDistributionPointName, ASN1T_DistributionPointName_traits>;
 
 bool operator==(const CDistributionPoint& a, const CDistributionPoint& b) noexcept {
     return equal_optional(a.get_cRLIssuer(), b.get_cRLIssuer()) &&
@@ -151,20 +146,7 @@ bool operator==(const CDistributionPoint& a, const CDistributionPoint& b) noexce
            equal_optional(a.get_reasons(), b.get_reasons());
 }
 
-CBlob CDistributionPoint::encode() const {
-    return asn1Encode<ASN1T_DistributionPoint_traits, CDistributionPoint>(*this);
-}
-
-void CDistributionPoint::decode(const CBlob& der) {
-    asn1Decode<ASN1T_DistributionPoint_traits, CDistributionPoint>(der, *this);
-}
-
-CBlob CCRLDistPointsSyntax::encode() const {
-    return asn1Encode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(*this);
-}
-
-void CCRLDistPointsSyntax::decode(const CBlob& der) {
-    asn1Decode<ASN1T_CRLDistPointsSyntax_traits, CCRLDistPointsSyntax>(der, *this);
-}
+template class Encodable<CDistributionPoint, ASN1T_DistributionPoint_traits>;
+template class Encodable<CCRLDistPointsSyntax, ASN1T_CRLDistPointsSyntax_traits>;
 
 } // namespace Halcyon::ASN1

@@ -5,10 +5,15 @@
 #include <list>
 
 #include <chronoseal/asn1/choice.h>
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/asn1/general_name.h>
 #include <chronoseal/asn1/owned.h>
 
 namespace Halcyon::ASN1 {
+
+struct ASN1T_DistributionPointName_traits;
+struct ASN1T_DistributionPoint_traits;
+struct ASN1T_CRLDistPointsSyntax_traits;
 
 // The revocation reasons that a CRL covers. Bit n of the number stands for bit n of the BIT STRING,
 // whose first 16 bits are encoded.
@@ -47,16 +52,15 @@ private:
 inline bool operator==(const CReasonFlags& a, const CReasonFlags& b) noexcept {
     return a.get_value() == b.get_value();
 }
-inline bool operator!=(const CReasonFlags& a, const CReasonFlags& b) noexcept {
-    return !(a == b);
-}
 
 inline constexpr Alternative<CGeneralNames, 1> kFullName;
 
 class CDistributionPointNameImpl final : public ChoiceOf<kFullName> {};
 
 // Kind 0 is nothing. A nameRelativeToCRLIssuer isn't held: it leaves a decoded object as it was.
-class CDistributionPointName : public ChoiceValue<CDistributionPointNameImpl> {
+class CDistributionPointName
+    : public ChoiceValue<CDistributionPointNameImpl>,
+      public Encodable<CDistributionPointName, ASN1T_DistributionPointName_traits> {
 public:
     CDistributionPointName() = default;
     explicit CDistributionPointName(const CGeneralNames& fullName) { put_fullName(fullName); }
@@ -66,18 +70,14 @@ public:
     void put_fullName(const CGeneralNames& fullName) { put(kFullName, fullName); }
 
     // The DER. Throws 0x80093101, for kind 0 too, and as `CGeneralName`.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 };
 
 bool operator==(const CDistributionPointName& a, const CDistributionPointName& b) noexcept;
-inline bool operator!=(const CDistributionPointName& a, const CDistributionPointName& b) noexcept {
-    return !(a == b);
-}
 
 // All three fields are optional: null stands for an absent one. An empty list of issuers isn't
 // encoded.
-class CDistributionPoint {
+class CDistributionPoint : public Encodable<CDistributionPoint, ASN1T_DistributionPoint_traits> {
 public:
     // Makes all fields absent.
     void clear() noexcept { *impl_ = {}; }
@@ -94,8 +94,7 @@ public:
     void put_cRLIssuer(const CGeneralNames* issuer) { copy_to_auto_ptr(impl_->cRLIssuer, issuer); }
 
     // The DER. Throws as `CDistributionPointName`.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     struct Impl {
@@ -109,17 +108,12 @@ private:
 
 // Issuers, then names, then reasons.
 bool operator==(const CDistributionPoint& a, const CDistributionPoint& b) noexcept;
-inline bool operator!=(const CDistributionPoint& a, const CDistributionPoint& b) noexcept {
-    return !(a == b);
-}
 
-class CCRLDistPointsSyntax : public std::list<CDistributionPoint> {
+class CCRLDistPointsSyntax
+    : public std::list<CDistributionPoint>,
+      public Encodable<CCRLDistPointsSyntax, ASN1T_CRLDistPointsSyntax_traits> {
 public:
     using std::list<CDistributionPoint>::list;
-
-    CBlob encode() const;
-    // Replaces the list.
-    void decode(const CBlob& der);
 };
 
 } // namespace Halcyon::ASN1

@@ -1,8 +1,8 @@
 #include <chronoseal/asn1/extension.h>
 
-#include <algorithm>
 #include <string_view>
 
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/extension_traits.h>
 #include <chronoseal/asn1/object_identifier.h>
 #include <chronoseal/asn1/primitive_traits.h>
@@ -15,45 +15,8 @@ bool operator==(const CExtension& a, const CExtension& b) noexcept {
            a.get_extnValue() == b.get_extnValue();
 }
 
-CBlob CExtension::encode() const {
-    return asn1Encode<ASN1T_Extension_traits, CExtension>(*this);
-}
-
-void CExtension::decode(const CBlob& der) {
-    asn1Decode<ASN1T_Extension_traits, CExtension>(der, *this);
-}
-
-CExtensions::iterator CExtensions::find(const char* oid) {
-    return std::find_if(begin(), end(), findByOid(oid));
-}
-
-CExtensions::const_iterator CExtensions::find(const char* oid) const {
-    return std::find_if(begin(), end(), findByOid(oid));
-}
-
-void CExtensions::erase(const char* oid) {
-    const auto found = find(oid);
-    if (found != end()) {
-        erase(found);
-    }
-}
-
-void CExtensions::insert(const CExtension& extension) {
-    const auto found = find(extension.get_extnID());
-    if (found == end()) {
-        push_back(extension);
-    } else {
-        *found = extension;
-    }
-}
-
-CBlob CExtensions::encode() const {
-    return asn1Encode<ASN1T_Extensions_traits, CExtensions>(*this);
-}
-
-void CExtensions::decode(const CBlob& der) {
-    asn1Decode<ASN1T_Extensions_traits, CExtensions>(der, *this);
-}
+template class Encodable<CExtension, ASN1T_Extension_traits>;
+template class Encodable<CExtensions, ASN1T_Extensions_traits>;
 
 // Extension ::= SEQUENCE {
 //     extnID     OBJECT IDENTIFIER,

@@ -2,12 +2,15 @@
 // criticality, and the list of such (RFC 5280, 4.1.2.9).
 #pragma once
 
-#include <list>
-
+#include <chronoseal/asn1/encodable.h>
+#include <chronoseal/asn1/typed_list.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
+
+struct ASN1T_Extension_traits;
+struct ASN1T_Extensions_traits;
 
 // The type is dotted text; the value is its DER without the OCTET STRING around it. Not
 // polymorphic.
@@ -26,7 +29,7 @@ private:
     CBlob value_;
 };
 
-class CExtension {
+class CExtension : public Encodable<CExtension, ASN1T_Extension_traits> {
 public:
     CExtension() = default;
     CExtension(const CExtValue& value, bool critical) : value_(value), critical_(critical) {}
@@ -38,8 +41,7 @@ public:
 
     // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for a value that
     // doesn't fit a known type.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     CExtValue value_;
@@ -48,30 +50,15 @@ private:
 
 // The marks, then types and values byte for byte.
 bool operator==(const CExtension& a, const CExtension& b) noexcept;
-inline bool operator!=(const CExtension& a, const CExtension& b) noexcept {
-    return !(a == b);
-}
 
-// In the order of the encoding. Through `insert` a type stands once at most; a decoded list keeps
-// what came.
-class CExtensions : public std::list<CExtension> {
+// Through `insert` a type stands once at most.
+class CExtensions : public TypedList<CExtension>,
+                    public Encodable<CExtensions, ASN1T_Extensions_traits> {
 public:
-    using std::list<CExtension>::list;
-
-    // The first extension of that type, by the exact text, or `end()`.
-    iterator find(const char* oid);
-    const_iterator find(const char* oid) const;
-    // Removes the first extension of that type, if there is one.
-    void erase(const char* oid);
-    using std::list<CExtension>::erase;
-    // Replaces value and mark of the extension of that type, or appends.
-    void insert(const CExtension& extension);
-    using std::list<CExtension>::insert;
+    using TypedList::TypedList;
 
     // The DER. Throws as `CExtension`.
-    CBlob encode() const;
-    // Replaces the list.
-    void decode(const CBlob& der);
+    using Encodable::encode;
 };
 
 } // namespace Halcyon::ASN1

@@ -16,8 +16,8 @@ struct ASN1T_Extension_traits
     static void get(const ASN1_T& record, CExtension& value);
 };
 
-using ASN1T_Extensions_traits =
-    ListTypeTraits<asn1data::ASN1T_Extensions, asn1data::ASN1C_Extensions, kTagSequenceOf,
-                   ASN1T_Extension_traits, CExtension, CExtensions>;
+struct ASN1T_Extensions_traits
+    : ListTypeTraits<asn1data::ASN1T_Extensions, asn1data::ASN1C_Extensions, kTagSequenceOf,
+                     ASN1T_Extension_traits, CExtension, CExtensions> {};
 
 } // namespace Halcyon::ASN1

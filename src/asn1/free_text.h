@@ -23,9 +23,6 @@ public:
     static std::string normalize(const char* tag);
 
     friend bool operator==(const CLanguageTag& a, const CLanguageTag& b) noexcept;
-    friend bool operator!=(const CLanguageTag& a, const CLanguageTag& b) noexcept {
-        return !(a == b);
-    }
 
 private:
     CStringProxy tag_;
@@ -69,9 +66,6 @@ private:
 
 // Languages first, then the texts, character for character.
 bool operator==(const CPKIFreeTextString& a, const CPKIFreeTextString& b) noexcept;
-inline bool operator!=(const CPKIFreeTextString& a, const CPKIFreeTextString& b) noexcept {
-    return !(a == b);
-}
 
 // The texts in the order of the encoding. A text that was read with a language keeps the characters
 // that carry the language in front of it (see free_text_traits.h).

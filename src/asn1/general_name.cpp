@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/general_name_traits.h>
 #include <chronoseal/asn1/name_traits.h>
 #include <chronoseal/asn1/object_identifier.h>
@@ -57,21 +58,8 @@ bool operator==(const CGeneralName& a, const CGeneralName& b) noexcept {
            same_start(a.get_registeredID(), b.get_registeredID());
 }
 
-CBlob CGeneralName::encode() const {
-    return asn1Encode<ASN1T_GeneralName_traits, CGeneralName>(*this);
-}
-
-void CGeneralName::decode(const CBlob& der) {
-    asn1Decode<ASN1T_GeneralName_traits, CGeneralName>(der, *this);
-}
-
-CBlob CGeneralNames::encode() const {
-    return asn1Encode<ASN1T_GeneralNames_traits, CGeneralNames>(*this);
-}
-
-void CGeneralNames::decode(const CBlob& der) {
-    asn1Decode<ASN1T_GeneralNames_traits, CGeneralNames>(der, *this);
-}
+template class Encodable<CGeneralName, ASN1T_GeneralName_traits>;
+template class Encodable<CGeneralNames, ASN1T_GeneralNames_traits>;
 
 // GeneralName ::= CHOICE {
 //     otherName                  [0] OtherName,

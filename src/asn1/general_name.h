@@ -6,10 +6,14 @@
 #include <string>
 
 #include <chronoseal/asn1/choice.h>
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
+
+struct ASN1T_GeneralName_traits;
+struct ASN1T_GeneralNames_traits;
 
 // Text is wide, a registeredID dotted; a directoryName is the DER of a Name, an iPAddress the
 // octets. otherName, x400Address and ediPartyName (1, 4, 6) can't be held: their encodings are
@@ -26,7 +30,8 @@ class CGeneralNameImpl final
                       kRegisteredID> {};
 
 // Kind 0 is nothing.
-class CGeneralName : public ChoiceValue<CGeneralNameImpl> {
+class CGeneralName : public ChoiceValue<CGeneralNameImpl>,
+                     public Encodable<CGeneralName, ASN1T_GeneralName_traits> {
 public:
     // Null for another kind.
     const wchar_t* get_rfc822Name() const noexcept { return text(kRfc822Name); }
@@ -47,9 +52,9 @@ public:
 
     // The DER. Throws 0x80070057 for kind 0 and for a registeredID that is no identifier, and
     // 0x80093101 for a directoryName that is no Name.
-    CBlob encode() const;
+    using Encodable::encode;
     // Throws 0x80070057 for a kind that isn't supported, 0x80093101 for all else.
-    void decode(const CBlob& der);
+    using Encodable::decode;
 
     // The kind, a colon, a blank and the value; the octets of an address aren't shown. The empty
     // text for kind 0. Throws 0x80093101 for a directoryName that can't be read.
@@ -66,19 +71,15 @@ private:
 // Kinds, then: blobs byte for byte; of texts only the first character. Two dNSName values axy and
 // abc are equal.
 bool operator==(const CGeneralName& a, const CGeneralName& b) noexcept;
-inline bool operator!=(const CGeneralName& a, const CGeneralName& b) noexcept {
-    return !(a == b);
-}
 
 // In the order of the encoding. Equal if the counts are and the names pairwise.
-class CGeneralNames : public std::list<CGeneralName> {
+class CGeneralNames : public std::list<CGeneralName>,
+                      public Encodable<CGeneralNames, ASN1T_GeneralNames_traits> {
 public:
     using std::list<CGeneralName>::list;
 
     // The DER. Throws as `CGeneralName`.
-    CBlob encode() const;
-    // Replaces the list.
-    void decode(const CBlob& der);
+    using Encodable::encode;
 };
 
 } // namespace Halcyon::ASN1

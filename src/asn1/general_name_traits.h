@@ -14,8 +14,8 @@ struct ASN1T_GeneralName_traits
     static void get(const ASN1_T& record, CGeneralName& value);
 };
 
-using ASN1T_GeneralNames_traits =
-    ListTypeTraits<asn1data::ASN1T_GeneralNames, asn1data::ASN1C_GeneralNames, kTagSequenceOf,
-                   ASN1T_GeneralName_traits, CGeneralName, CGeneralNames>;
+struct ASN1T_GeneralNames_traits
+    : ListTypeTraits<asn1data::ASN1T_GeneralNames, asn1data::ASN1C_GeneralNames, kTagSequenceOf,
+                     ASN1T_GeneralName_traits, CGeneralName, CGeneralNames> {};
 
 } // namespace Halcyon::ASN1

@@ -1,6 +1,5 @@
 #include <chronoseal/asn1/info_type_and_value.h>
 
-#include <algorithm>
 #include <cstring>
 
 #include <chronoseal/asn1/heap_copy.h>
@@ -11,23 +10,6 @@ namespace Halcyon::ASN1 {
 
 bool CInfoTypeAndValue::operator==(const CInfoTypeAndValue& other) const noexcept {
     return std::strcmp(get_infoType(), other.get_infoType()) == 0 && infoValue_ == other.infoValue_;
-}
-
-CInfoTypeAndValueList::iterator CInfoTypeAndValueList::find(const char* oid) {
-    return std::find_if(begin(), end(), findByOid(oid));
-}
-
-CInfoTypeAndValueList::const_iterator CInfoTypeAndValueList::find(const char* oid) const {
-    return std::find_if(begin(), end(), findByOid(oid));
-}
-
-void CInfoTypeAndValueList::insert(const CInfoTypeAndValue& element) {
-    const auto found = find(element.get_infoType());
-    if (found == end()) {
-        push_back(element);
-    } else {
-        *found = element;
-    }
 }
 
 void CInfoTypeAndValueList::remove(const char* oid) {

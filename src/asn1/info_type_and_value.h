@@ -2,8 +2,7 @@
 // 5.3.19).
 #pragma once
 
-#include <list>
-
+#include <chronoseal/asn1/typed_list.h>
 #include <chronoseal/asn1rt/runtime.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/string_proxy.h>
@@ -22,24 +21,17 @@ public:
     const CBlob& get_infoValue() const noexcept { return infoValue_; }
 
     bool operator==(const CInfoTypeAndValue& other) const noexcept;
-    bool operator!=(const CInfoTypeAndValue& other) const noexcept { return !(*this == other); }
 
 private:
     CStringProxy infoType_;
     CBlob infoValue_;
 };
 
-// In the order of the encoding. Through `insert` a type stands once at most.
-class CInfoTypeAndValueList : public std::list<CInfoTypeAndValue> {
+// Through `insert` a type stands once at most.
+class CInfoTypeAndValueList : public TypedList<CInfoTypeAndValue> {
 public:
-    using std::list<CInfoTypeAndValue>::list;
+    using TypedList::TypedList;
 
-    // The first element of that type, by the exact text, or `end()`.
-    iterator find(const char* oid);
-    const_iterator find(const char* oid) const;
-    // Replaces an element of the same type, or appends.
-    void insert(const CInfoTypeAndValue& element);
-    using std::list<CInfoTypeAndValue>::insert;
     // Removes the first element of that type, which must be there: throws 0x80070057 if it isn't.
     void remove(const char* oid);
 };

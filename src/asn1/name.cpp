@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <chronoseal/asn1/attribute_type_register.h>
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/name_traits.h>
 #include <chronoseal/asn1/object_identifier.h>
 #include <chronoseal/asn1/primitive_traits.h>
@@ -90,13 +91,7 @@ bool operator==(const CAttributeTypeAndValue& a, const CAttributeTypeAndValue& b
     return std::strcmp(a.get_type(), b.get_type()) == 0 && a.value_ == b.value_;
 }
 
-CBlob CAttributeTypeAndValue::encode() const {
-    return asn1Encode<ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue>(*this);
-}
-
-void CAttributeTypeAndValue::decode(const CBlob& der) {
-    asn1Decode<ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue>(der, *this);
-}
+template class Encodable<CAttributeTypeAndValue, ASN1T_AttributeTypeAndValue_traits>;
 
 // AttributeTypeAndValue ::= SEQUENCE {
 //     type   OBJECT IDENTIFIER,
@@ -133,13 +128,7 @@ void fromString(CRelativeDistinguishedName& name, const wchar_t* text) {
 
 // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
 
-CBlob CRelativeDistinguishedName::encode() const {
-    return asn1Encode<ASN1T_RelativeDistinguishedName_traits, CRelativeDistinguishedName>(*this);
-}
-
-void CRelativeDistinguishedName::decode(const CBlob& der) {
-    asn1Decode<ASN1T_RelativeDistinguishedName_traits, CRelativeDistinguishedName>(der, *this);
-}
+template class Encodable<CRelativeDistinguishedName, ASN1T_RelativeDistinguishedName_traits>;
 
 CWStringProxy CName::toString() const {
     return CWStringProxy(join_text(*this, L',').c_str());
@@ -156,13 +145,7 @@ void fromString(CName& name, const wchar_t* text) {
     });
 }
 
-CBlob CName::encode() const {
-    return asn1Encode<ASN1T_Name_traits, CName>(*this);
-}
-
-void CName::decode(const CBlob& der) {
-    asn1Decode<ASN1T_Name_traits, CName>(der, *this);
-}
+template class Encodable<CName, ASN1T_Name_traits>;
 
 // Name ::= CHOICE { rdnSequence RDNSequence } RDNSequence ::= SEQUENCE OF RelativeDistinguishedName
 

@@ -5,15 +5,21 @@
 
 #include <chronoseal/asn1/attribute.h>
 #include <chronoseal/asn1/char_string.h>
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 
+struct ASN1T_AttributeTypeAndValue_traits;
+struct ASN1T_RelativeDistinguishedName_traits;
+struct ASN1T_Name_traits;
+
 // The type is dotted text; the value is DER with its tag and goes out as it came in. The text form
 // is "keyword=text" for registered types and "1.2.3=#digits" for others (see
 // attribute_type_register.h).
-class CAttributeTypeAndValue {
+class CAttributeTypeAndValue
+    : public Encodable<CAttributeTypeAndValue, ASN1T_AttributeTypeAndValue_traits> {
 public:
     CAttributeTypeAndValue() : type_("") {}
     explicit CAttributeTypeAndValue(const CAttrValue& value)
@@ -41,16 +47,11 @@ public:
 
     // The DER. Throws 0x80070057 for a type that is no identifier, and 0x80093101 for a value that
     // doesn't fit a known type.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
     // Byte for byte: no matching rule, no case folding.
     friend bool operator==(const CAttributeTypeAndValue& a,
                            const CAttributeTypeAndValue& b) noexcept;
-    friend bool operator!=(const CAttributeTypeAndValue& a,
-                           const CAttributeTypeAndValue& b) noexcept {
-        return !(a == b);
-    }
 
 private:
     CStringProxy type_;
@@ -65,7 +66,9 @@ public:
 
 // One level. The text form is that of the pairs with "+" between them, without quoting: a "+" can't
 // stand in a value.
-class CRelativeDistinguishedName : public CAttributeTypeAndValueSet {
+class CRelativeDistinguishedName
+    : public CAttributeTypeAndValueSet,
+      public Encodable<CRelativeDistinguishedName, ASN1T_RelativeDistinguishedName_traits> {
 public:
     CRelativeDistinguishedName() = default;
     explicit CRelativeDistinguishedName(const wchar_t* text) { fromString(text); }
@@ -77,9 +80,7 @@ public:
 
     // The DER of the SET, sorted. Throws as `CAttributeTypeAndValue`. A level without a pair is the
     // empty SET, which no name takes: neither `decode` nor `CName::encode` accepts it.
-    CBlob encode() const;
-    // Replaces the pairs.
-    void decode(const CBlob& der);
+    using Encodable::encode;
 };
 
 // The free form of the member.
@@ -94,7 +95,7 @@ public:
 // them, in the same order (unlike RFC 4514), without quoting, escaping or trimming: neither "," nor
 // "+" can stand in a value, and a blank behind a separator belongs to the next keyword. Names are
 // compared as DER.
-class CName : public CRDNSequence {
+class CName : public CRDNSequence, public Encodable<CName, ASN1T_Name_traits> {
 public:
     CName() = default;
     explicit CName(const wchar_t* text) { fromString(text); }
@@ -105,9 +106,7 @@ public:
     void fromString(const wchar_t* text);
 
     // The DER. Throws as `CRelativeDistinguishedName`.
-    CBlob encode() const;
-    // Replaces the levels.
-    void decode(const CBlob& der);
+    using Encodable::encode;
 };
 
 // The free form of the member.

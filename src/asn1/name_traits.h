@@ -17,9 +17,11 @@ struct ASN1T_AttributeTypeAndValue_traits
     static void get(const ASN1_T& record, CAttributeTypeAndValue& value);
 };
 
-using ASN1T_RelativeDistinguishedName_traits = ListTypeTraits<
-    asn1data::ASN1T_RelativeDistinguishedName, asn1data::ASN1C_RelativeDistinguishedName, kTagSetOf,
-    ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue, CRelativeDistinguishedName>;
+struct ASN1T_RelativeDistinguishedName_traits
+    : ListTypeTraits<asn1data::ASN1T_RelativeDistinguishedName,
+                     asn1data::ASN1C_RelativeDistinguishedName, kTagSetOf,
+                     ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValue,
+                     CRelativeDistinguishedName> {};
 
 // A name as a value or as its DER, which is decoded by `set`.
 struct ASN1T_Name_traits

@@ -1,8 +1,5 @@
-// Object identifiers as dotted text and as records of the run-time, and the search for an element
-// by its identifier. Failures are CAtlException.
+// Object identifiers as dotted text and as records of the run-time. Failures are CAtlException.
 #pragma once
-
-#include <string>
 
 #include <chronoseal/asn1rt/runtime.h>
 #include <chronoseal/base/blob.h>
@@ -29,26 +26,6 @@ struct ASN1TObjId_traits {
     static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);
     static int encode(ASN1BEREncodeBuffer& buffer, ASN1_T& record);
     static int decode(ASN1BERDecodeBuffer& buffer, ASN1_T& record);
-};
-
-// Tells whether the type of a list's element, dotted text, is exactly the one held.
-class findByOid {
-public:
-    explicit findByOid(const char* oid) : oid_(oid ? oid : "") {}
-
-    template <class Element>
-    bool operator()(const Element& element) const noexcept {
-        if constexpr (requires { element.get_oid(); }) {
-            return oid_ == element.get_oid();
-        } else if constexpr (requires { element.get_extnID(); }) {
-            return oid_ == element.get_extnID();
-        } else {
-            return oid_ == element.get_infoType();
-        }
-    }
-
-private:
-    std::string oid_;
 };
 
 } // namespace Halcyon::ASN1

@@ -1,17 +1,12 @@
 #include <chronoseal/asn1/policy_information.h>
 
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/object_identifier.h>
 #include <chronoseal/asn1/policy_information_traits.h>
 
 namespace Halcyon::ASN1 {
 
-CBlob CPolicyInformation::encode() const {
-    return asn1Encode<ASN1T_PolicyInformation_traits, CPolicyInformation>(*this);
-}
-
-void CPolicyInformation::decode(const CBlob& der) {
-    asn1Decode<ASN1T_PolicyInformation_traits, CPolicyInformation>(der, *this);
-}
+template class Encodable<CPolicyInformation, ASN1T_PolicyInformation_traits>;
 
 // PolicyInformation ::= SEQUENCE {
 //     policyIdentifier  OBJECT IDENTIFIER,

@@ -3,13 +3,16 @@
 
 #include <list>
 
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/base/blob.h>
 #include <chronoseal/base/string_proxy.h>
 
 namespace Halcyon::ASN1 {
 
+struct ASN1T_PolicyInformation_traits;
+
 // Dotted text. Qualifiers aren't held: they are dropped on reading.
-class CPolicyInformation {
+class CPolicyInformation : public Encodable<CPolicyInformation, ASN1T_PolicyInformation_traits> {
 public:
     CPolicyInformation() : policyIdentifier_("") {}
     explicit CPolicyInformation(const char* oid) : policyIdentifier_(oid) {}
@@ -18,8 +21,7 @@ public:
     void put_policyIdentifier(const char* oid) { policyIdentifier_ = CStringProxy(oid); }
 
     // The DER. Throws 0x80070057 for a text that is no identifier.
-    CBlob encode() const;
-    void decode(const CBlob& der);
+    using Encodable::encode;
 
 private:
     CStringProxy policyIdentifier_;

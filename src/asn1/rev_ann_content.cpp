@@ -1,6 +1,7 @@
 #include <chronoseal/asn1/rev_ann_content.h>
 
 #include <chronoseal/asn1/big_integer_text.h>
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/extension_traits.h>
 #include <chronoseal/asn1/general_name_traits.h>
 #include <chronoseal/asn1/time_choice_traits.h>
@@ -71,12 +72,6 @@ struct ASN1T_RevAnnContent_traits
     }
 };
 
-CBlob CRevAnnContent::encode() const {
-    return asn1Encode<ASN1T_RevAnnContent_traits, CRevAnnContent>(*this);
-}
-
-void CRevAnnContent::decode(const CBlob& der) {
-    asn1Decode<ASN1T_RevAnnContent_traits, CRevAnnContent>(der, *this);
-}
+template class Encodable<CRevAnnContent, ASN1T_RevAnnContent_traits>;
 
 } // namespace Halcyon::ASN1

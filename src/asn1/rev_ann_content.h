@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chronoseal/asn1/big_integer.h>
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/asn1/extension.h>
 #include <chronoseal/asn1/general_name.h>
 #include <chronoseal/asn1/owned.h>
@@ -10,6 +11,8 @@
 #include <chronoseal/base/date_time.h>
 
 namespace Halcyon::ASN1 {
+
+struct ASN1T_RevAnnContent_traits;
 
 class CCertId {
 public:
@@ -28,7 +31,7 @@ private:
 };
 
 // Fractions of a second aren't encoded. Owns all its data.
-class CRevAnnContent {
+class CRevAnnContent : public Encodable<CRevAnnContent, ASN1T_RevAnnContent_traits> {
 public:
     CRevAnnContent(const PKIStatusEnum& status, const CCertId& certId,
                    const CDateTime& willBeRevokedAt, const CDateTime& badSinceDate)
@@ -50,10 +53,10 @@ public:
     }
 
     // The DER. Throws as `CGeneralName` and `CExtensions`.
-    CBlob encode() const;
+    using Encodable::encode;
     // Throws 0x80093101, and as the constructor of CDateTime for a text that isn't a date:
     // 0x8007076D or 0x80004005.
-    void decode(const CBlob& der);
+    using Encodable::decode;
 
 private:
     struct Block {

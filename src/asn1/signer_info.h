@@ -44,8 +44,5 @@ private:
 
 // All fields; the serial numbers by value.
 bool operator==(const CSignerInfo& a, const CSignerInfo& b) noexcept;
-inline bool operator!=(const CSignerInfo& a, const CSignerInfo& b) noexcept {
-    return !(a == b);
-}
 
 } // namespace Halcyon::ASN1

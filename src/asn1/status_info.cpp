@@ -1,5 +1,6 @@
 #include <chronoseal/asn1/status_info.h>
 
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/free_text_traits.h>
 #include <chronoseal/asn1/status_info_traits.h>
 
@@ -24,13 +25,7 @@ void CPKIFailureInfo::put_bit(unsigned int n, bool on) {
     value_ = on ? value_ | mask(n) : value_ & ~mask(n);
 }
 
-CBlob CPKIFailureInfo::encode() const {
-    return asn1Encode<ASN1T_PKIFailureInfo_traits, CPKIFailureInfo>(*this);
-}
-
-void CPKIFailureInfo::decode(const CBlob& der) {
-    asn1Decode<ASN1T_PKIFailureInfo_traits, CPKIFailureInfo>(der, *this);
-}
+template class Encodable<CPKIFailureInfo, ASN1T_PKIFailureInfo_traits>;
 
 // PKIFailureInfo ::= BIT STRING { badAlg (0), badRequest (2), badDataFormat (5), ... }
 
@@ -63,13 +58,7 @@ void ASN1T_PKIFailureInfo_traits::copy(ASN1CTXT*, const ASN1_T& from, ASN1_T& to
     to = from;
 }
 
-CBlob CPKIStatusInfo::encode() const {
-    return asn1Encode<ASN1T_PKIStatusInfo_traits, CPKIStatusInfo>(*this);
-}
-
-void CPKIStatusInfo::decode(const CBlob& der) {
-    asn1Decode<ASN1T_PKIStatusInfo_traits, CPKIStatusInfo>(der, *this);
-}
+template class Encodable<CPKIStatusInfo, ASN1T_PKIStatusInfo_traits>;
 
 // PKIStatusInfo ::= SEQUENCE {
 //     status        PKIStatus,

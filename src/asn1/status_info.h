@@ -2,10 +2,14 @@
 // refused (RFC 3161, 2.4.2).
 #pragma once
 
+#include <chronoseal/asn1/encodable.h>
 #include <chronoseal/asn1/free_text.h>
 #include <chronoseal/base/blob.h>
 
 namespace Halcyon::ASN1 {
+
+struct ASN1T_PKIFailureInfo_traits;
+struct ASN1T_PKIStatusInfo_traits;
 
 // A number outside of these is carried over as it is.
 enum PKIStatusEnum : unsigned int {
@@ -18,7 +22,7 @@ enum PKIStatusEnum : unsigned int {
 };
 
 // Bit n of the number, 1 << n, stands for bit n of the BIT STRING.
-class CPKIFailureInfo {
+class CPKIFailureInfo : public Encodable<CPKIFailureInfo, ASN1T_PKIFailureInfo_traits> {
 public:
     explicit CPKIFailureInfo(unsigned int value) noexcept : value_(value) {}
 
@@ -29,9 +33,9 @@ public:
     void put_bit(unsigned int n, bool on);
 
     // The DER BIT STRING, without trailing zero bits.
-    CBlob encode() const;
+    using Encodable::encode;
     // Throws 0x80093101, for a string of more than 32 bits too.
-    void decode(const CBlob& der);
+    using Encodable::decode;
 
 private:
     unsigned int value_;
@@ -40,12 +44,9 @@ private:
 inline bool operator==(const CPKIFailureInfo& a, const CPKIFailureInfo& b) noexcept {
     return a.get_value() == b.get_value();
 }
-inline bool operator!=(const CPKIFailureInfo& a, const CPKIFailureInfo& b) noexcept {
-    return !(a == b);
-}
 
 // Failure bits of 0 and an empty list of texts stand for absent fields.
-class CPKIStatusInfo {
+class CPKIStatusInfo : public Encodable<CPKIStatusInfo, ASN1T_PKIStatusInfo_traits> {
 public:
     explicit CPKIStatusInfo(PKIStatusEnum status) : pkiStatus_(status), failureInfo_(0) {}
 
@@ -56,11 +57,9 @@ public:
     void put_failureInfo(const CPKIFailureInfo& info) noexcept { failureInfo_ = info; }
     void put_statusString(const CPKIFreeText& text) { statusString_ = text; }
 
-    // The DER. Throws 0x80093101.
-    CBlob encode() const;
     // An encoding without texts leaves the texts that the object held. Throws 0x80093101,
     // 0x8009310E for a text that isn't UTF-8, and 0x80070057 for a language mark without its end.
-    void decode(const CBlob& der);
+    using Encodable::decode;
 
 private:
     PKIStatusEnum pkiStatus_;

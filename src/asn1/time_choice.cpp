@@ -1,5 +1,6 @@
 #include <chronoseal/asn1/time_choice.h>
 
+#include <chronoseal/asn1/encodable_definitions.h>
 #include <chronoseal/asn1/heap_copy.h>
 #include <chronoseal/asn1/time_choice_traits.h>
 #include <chronoseal/asn1rt/generalized_time_control.h>
@@ -22,13 +23,7 @@ void CTimeChoice::put_time(const CDateTime& date) {
     }
 }
 
-CBlob CTimeChoice::encode() const {
-    return asn1Encode<ASN1T_Time_traits, CTimeChoice>(*this);
-}
-
-void CTimeChoice::decode(const CBlob& der) {
-    asn1Decode<ASN1T_Time_traits, CTimeChoice>(der, *this);
-}
+template class Encodable<CTimeChoice, ASN1T_Time_traits>;
 
 namespace {
 
