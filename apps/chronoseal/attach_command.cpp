@@ -7,10 +7,12 @@
 #include <fmt/format.h>
 
 #include "input_file.h"
+#include "interruption.h"
 #include "named_failure.h"
 #include "output_file.h"
 #include "stamp_json.h"
 #include "stamp_text.h"
+#include "trust_command.h"
 
 namespace cli {
 
@@ -18,6 +20,7 @@ namespace {
 
 using chronoseal::Bytes;
 using chronoseal::CmsSignature;
+using chronoseal::Error;
 using chronoseal::quote_foreign;
 using Json = nlohmann::ordered_json;
 
@@ -107,6 +110,95 @@ CmsSignature read_signature(const AttachOptions& options) {
     }
 }
 
+// Stamps one signer after the other. What an authority has given is paid for: when a later request
+// fails, or is interrupted, the stamps had until then are kept.
+class AttachRun {
+public:
+    AttachRun(const AttachOptions& options, const Output& output, CmsSignature signature,
+              std::vector<std::size_t> signers)
+        : options_(options), output_(output), signature_(std::move(signature)),
+          signers_(std::move(signers)) {
+        attribute_ = options.attribute.empty() ? std::string(chronoseal::kSignatureTimeStamp)
+                                               : options.attribute;
+    }
+
+    ExitStatus run(const OutputFile& out, const chronoseal::Trust& trust) {
+        const bool whole = check(options_, signature_, signers_, attribute_, trust);
+        const chronoseal::Sealer sealer(sealer_options(options_, trust));
+        const std::optional<Error> failure = stamp_all(sealer, out);
+        const Bytes encoded = signature_.encoded();
+        out.write(encoded);
+        if (!out.is_standard_output()) {
+            output_.text(text_ + fmt::format("{}-> {}\n",
+                                             whole ? ""
+                                                   : "the content isn't there: the signature over "
+                                                     "the signed attributes alone was checked\n",
+                                             quote_foreign(out.path())));
+        }
+        Json members = {{"file", options_.file},   {"out", out.path()},
+                        {"bytes", encoded.size()}, {"attribute", attribute_},
+                        {"contentChecked", whole}, {"stamps", stamps_}};
+        if (failure) {
+            output_.failure(*failure);
+            members["error"] = error_json(*failure);
+        }
+        output_.object(!failure, members);
+        return failure ? status_of(failure->category()) : ExitStatus::good;
+    }
+
+private:
+    // Throws the first signer's failure; gives a later one's.
+    std::optional<Error> stamp_all(const chronoseal::Sealer& sealer, const OutputFile& out) {
+        const Interruption interruption;
+        for (std::size_t i = 0; i < signers_.size(); ++i) {
+            try {
+                stamp_one(signers_[i], sealer, interruption.token());
+            } catch (const Error& error) {
+                const Error told = about_file(options_.file, "attach a stamp to",
+                                              with_trust_call(error, "ROOT.pem"));
+                if (i == 0) {
+                    throw Error(told);
+                }
+                return with_what_is_left(told, signers_[i], out);
+            }
+        }
+        return std::nullopt;
+    }
+
+    void stamp_one(std::size_t signer, const chronoseal::Sealer& sealer,
+                   const std::stop_token& stop) {
+        const auto digest = chronoseal::Digest::of(signature_.value(signer), sealer.hash());
+        const chronoseal::Stamp stamp = sealer.seal_digest(digest, stop);
+        signature_ = signature_.with_stamp(signer, stamp, attribute_);
+        stamps_.push_back({{"signer", signer + 1},
+                           {"time", chronoseal::utc_text(stamp.time())},
+                           {"authority", stamp.authority()},
+                           {"remarks", to_json(stamp.remarks())}});
+        text_ += fmt::format("{}: signer {} stamped {} by {}\n{}", quote_foreign(options_.file),
+                             signer + 1, chronoseal::utc_text(stamp.time()),
+                             authority_text(stamp.info()), remarks_text(stamp.remarks()));
+    }
+
+    // Once more with --all would ask for the first ones' stamps again.
+    Error with_what_is_left(const Error& error, std::size_t signer, const OutputFile& out) const {
+        const std::string others = signer == signers_.back()
+                                       ? std::string()
+                                       : fmt::format(" and so on to {}", signers_.back() + 1);
+        return {error.category(), error.word(), error.code(),
+                fmt::format("{} (at signer {} of {})", error.text(), signer + 1, signers_.size()),
+                fmt::format("{}; {} holds the stamps had until then: go on there by --signer {}{}",
+                            error.advice(), quote_foreign(out.path()), signer + 1, others)};
+    }
+
+    const AttachOptions& options_;
+    const Output& output_;
+    CmsSignature signature_;
+    std::vector<std::size_t> signers_;
+    std::string attribute_;
+    Json stamps_ = Json::array();
+    std::string text_;
+};
+
 } // namespace
 
 ExitStatus run_attach(const AttachOptions& options, const Output& output) {
@@ -114,42 +206,8 @@ ExitStatus run_attach(const AttachOptions& options, const Output& output) {
     const OutputFile out = output_of(options);
     const chronoseal::Trust trust = trust_of(options.trust);
     CmsSignature signature = read_signature(options);
-    const std::vector<std::size_t> signers = signers_wanted(options, signature);
-    const std::string attribute = options.attribute.empty()
-                                      ? std::string(chronoseal::kSignatureTimeStamp)
-                                      : options.attribute;
-    const bool whole = check(options, signature, signers, attribute, trust);
-    const chronoseal::Sealer sealer(sealer_options(options, trust));
-    Json stamps = Json::array();
-    std::string text;
-    for (const std::size_t signer : signers) {
-        const auto digest = chronoseal::Digest::of(signature.value(signer), sealer.hash());
-        const chronoseal::Stamp stamp = sealer.seal_digest(digest);
-        signature = signature.with_stamp(signer, stamp, attribute);
-        stamps.push_back({{"signer", signer + 1},
-                          {"time", chronoseal::utc_text(stamp.time())},
-                          {"authority", stamp.authority()},
-                          {"remarks", to_json(stamp.remarks())}});
-        text += fmt::format("{}: signer {} stamped {} by {}\n{}", quote_foreign(options.file),
-                            signer + 1, chronoseal::utc_text(stamp.time()),
-                            authority_text(stamp.info()), remarks_text(stamp.remarks()));
-    }
-    const Bytes encoded = signature.encoded();
-    out.write(encoded);
-    if (!out.is_standard_output()) {
-        output.text(text + fmt::format("{}-> {}\n",
-                                       whole ? ""
-                                             : "the content isn't there: the signature over "
-                                               "the signed attributes alone was checked\n",
-                                       quote_foreign(out.path())));
-    }
-    output.object(true, {{"file", options.file},
-                         {"out", out.path()},
-                         {"bytes", encoded.size()},
-                         {"attribute", attribute},
-                         {"contentChecked", whole},
-                         {"stamps", stamps}});
-    return ExitStatus::good;
+    std::vector<std::size_t> signers = signers_wanted(options, signature);
+    return AttachRun(options, output, std::move(signature), std::move(signers)).run(out, trust);
 }
 
 } // namespace cli

@@ -7,16 +7,19 @@ import json
 import os
 import pathlib
 import shutil
+import signal
 import socket
 import stat
 import subprocess
 import threading
 import time
 import unittest
+import urllib.request
 
 from asn1crypto import cms, core
 
 import program
+from page_server import PageServer
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
 JAVA_CHECK = pathlib.Path(__file__).with_name("StampCheck.java")
@@ -325,7 +328,7 @@ class Signatures(WithRevocation):
     def setUpClass(cls):
         super().setUpClass()
         folder = cls.workspace.path
-        for name in ("one", "two"):
+        for name in ("one", "two", "three"):
             program.openssl("req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-keyout",
                             folder / f"{name}.key", "-out", folder / f"{name}.pem", "-subj", f"/CN={name}", "-days", "9")
 
@@ -379,6 +382,57 @@ class Signatures(WithRevocation):
                                         *content)
                 self.assertEqual(check.returncode, 0, check.stderr)
                 self.expect(self.workspace.run("verify", path, *self.roots), GOOD)
+
+    def failing_authority(self, good, ending):
+        """Passes the first `good` requests on to the authority, and calls `ending` for the others."""
+        asked = []
+
+        def answer(body):
+            asked.append(body)
+            if len(asked) > good:
+                ending()
+                return 403, {}, b""
+            with urllib.request.urlopen(urllib.request.Request(
+                    self.authority.url, body, {"Content-Type": "application/timestamp-query"})) as reply:
+                return 200, {"Content-Type": "application/timestamp-reply"}, reply.read()
+
+        server = PageServer({"": answer})
+        self.addCleanup(server.close)
+        return server, asked
+
+    def test_stamps_that_were_had_are_kept_when_a_later_one_fails(self):
+        server, asked = self.failing_authority(1, lambda: None)
+        words = ("--all", "--force", "--url", server.url, *self.roots)
+        path = self.sign("paid.p7s", "-outform", "PEM", "-nodetach", signers=("one", "two", "three"))
+        before = path.read_bytes()
+        result = self.workspace.run("attach", path, *words)
+        self.expect(result, UNREACHABLE, f"can't attach a stamp to {path}: ", "(at signer 2 of 3)",
+                    f"{path} holds the stamps had until then: go on there by --signer 2 and so on to 3")
+        self.assertIn(b"signer 1 stamped", result.stdout)
+        for signer in (2, 3):
+            self.expect(self.attach(path, "--signer", signer, "--force"), GOOD)
+        status, shown = self.workspace.run_json("verify", path, *self.roots)
+        self.assertEqual((status, len(shown["stamps"])), (GOOD, 3), shown)
+        asked.clear()
+        path.write_bytes(before)
+        status, shown = self.workspace.run_json("attach", path, *words)
+        self.assertEqual((status, [one["signer"] for one in shown["stamps"]], shown["error"]["word"]),
+                         (UNREACHABLE, [1], "forbidden"))
+        path.write_bytes(before)
+        self.expect(self.workspace.run("attach", path, *words), UNREACHABLE)  # nothing was had, nothing is written
+        self.assertEqual(path.read_bytes(), before)
+
+    def test_an_interruption_keeps_what_was_had(self):
+        path = self.sign("interrupted.p7s", "-outform", "DER", "-nodetach", signers=("one", "two", "three"))
+        running = []
+        server, _ = self.failing_authority(1, lambda: running[0].send_signal(signal.SIGINT))
+        running.append(subprocess.Popen(
+            [program.BIN / "chronoseal", "attach", path, "--all", "--force", "--url", server.url, *map(str, self.roots)],
+            env=self.workspace.environment, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE))
+        with running[0] as process:
+            told = process.communicate(timeout=60)[1].decode()
+            self.assertEqual(process.returncode, UNREACHABLE, told)
+        self.assertEqual(len(self.workspace.run_json("verify", path, *self.roots)[1]["stamps"]), 1, told)
 
     def parts(self, path):
         """What extending must not touch: everything but the tokens."""
