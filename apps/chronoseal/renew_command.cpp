@@ -145,9 +145,21 @@ private:
         }
     }
 
+    // Stamps within a signature have no place for another over them; the file as a whole has.
+    static void refuse_signed_message(const chronoseal::Inspection& found) {
+        if (!found.stamp && !found.stamps.empty()) {
+            throw Error(chronoseal::Category::refused, "not_a_record", 0,
+                        "it is " + found.description +
+                            ", and renewed are evidence records and stamps in files of their own",
+                        "put the evidence into it by chronoseal extend; then stamp the whole file, "
+                        "and renew that stamp");
+        }
+    }
+
     Item loaded(const std::string& file) const {
         chronoseal::Bytes bytes = read_file(file, kLargestMessage, stop_);
         const chronoseal::Inspection found = chronoseal::inspect(bytes);
+        refuse_signed_message(found);
         const bool was_stamp = found.stamp.has_value();
         refuse_more_behind(found);
         EvidenceRecord record =

@@ -261,6 +261,29 @@ std::string describe(Kind kind, Form form) {
     return text;
 }
 
+namespace {
+
+// Such as nobody makes are passed over: this is for a sentence.
+constexpr DWORD kMostSigners = 64;
+
+bool holds_stamps(ByteView der) {
+    const auto message = open_message(der);
+    const DWORD signers = std::min(message_number(message, CMSG_SIGNER_COUNT_PARAM), kMostSigners);
+    for (DWORD i = 0; i < signers; ++i) {
+        const auto signature = signature_info(message, i);
+        if (signature && std::ranges::any_of(signature->unsigned_attributes, is_stamp_attribute)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+bool is_stamp_attribute(const AttributeInfo& attribute) {
+    return attribute.oid == kSignatureTimeStamp || attribute.oid == kAuthenticodeTimeStamp;
+}
+
 // A message over plain data with a signing time, by somebody whose certificate is for stamping.
 bool is_authenticode_answer(ByteView der) {
     const auto message = open_message(der);
@@ -285,6 +308,11 @@ bool is_authenticode_answer(ByteView der) {
 std::string describe_bytes(ByteView bytes) {
     const Unarmored form = unarmor(bytes);
     const Kind kind = kind_of(form.der);
+    const bool is_signature = kind == Kind::signed_message || kind == Kind::authenticode_signature;
+    if (is_signature && holds_stamps(form.der)) {
+        return kind == Kind::signed_message ? "a signed message with time-stamps in it"
+                                            : "an Authenticode signature with time-stamps in it";
+    }
     if (kind == Kind::signed_message && is_authenticode_answer(form.der)) {
         return "an answer of the older Authenticode protocol, which is no RFC 3161 time-stamp";
     }

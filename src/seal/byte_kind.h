@@ -19,4 +19,10 @@ std::string_view kind_phrase(Kind kind);
 std::string describe_bytes(ByteView bytes);
 std::string describe(Kind kind, Form form);
 
+// One that a stamp on the signature stands in.
+bool is_stamp_attribute(const AttributeInfo& attribute);
+
+// Whether a signed message is what a server of the older Authenticode protocol answers with.
+bool is_authenticode_answer(ByteView der);
+
 } // namespace chronoseal

@@ -23,10 +23,6 @@ constexpr unsigned kMostDepth = 4;
 constexpr std::size_t kMostStamps = 256;
 constexpr DWORD kMostSigners = 64;
 
-bool holds_stamps(const AttributeInfo& attribute) {
-    return attribute.oid == kSignatureTimeStamp || attribute.oid == kAuthenticodeTimeStamp;
-}
-
 std::string counted(std::size_t count, const char* noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
@@ -59,7 +55,7 @@ private:
             const std::string here = place + ", attribute " + attribute.oid;
             result_.countersignature |= attribute.oid == kCountersignature;
             for (const Bytes& value : attribute.values) {
-                if (holds_stamps(attribute)) {
+                if (is_stamp_attribute(attribute)) {
                     add(value, signature.value, attribute.oid, here, depth);
                 } else if (attribute.oid == kNestedSignature) {
                     search_nested(value, here, depth);
@@ -102,7 +98,8 @@ private:
 
     static bool may_hold_stamps(const Stamp& stamp) {
         const auto& token = stamp.info().token;
-        return token && std::ranges::any_of(token->signature.unsigned_attributes, holds_stamps);
+        return token &&
+               std::ranges::any_of(token->signature.unsigned_attributes, is_stamp_attribute);
     }
 
     void unread(const std::string& place, std::string oid, const std::string& what) {

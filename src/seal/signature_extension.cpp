@@ -6,6 +6,7 @@
 
 #include <basalt/error_codes.h>
 #include <chronoseal/client/result_codes.h>
+#include <chronoseal/seal/byte_kind.h>
 #include <chronoseal/seal/cms_content.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/der_writer.h>
@@ -24,6 +25,8 @@ constexpr std::array<std::string_view, 6> kCovering{
     "1.2.840.113549.1.9.16.2.49", "1.2.840.113549.1.9.16.2.50", "0.4.0.1733.2.4"};
 constexpr std::string_view kNestedSignature = "1.3.6.1.4.1.311.2.4.1";
 
+constexpr std::string_view kCountersignature = "1.2.840.113549.1.9.6";
+
 bool is_stamp(const SignedDataParts::Attribute& attribute) {
     return attribute.oid == kSignatureTimeStamp || attribute.oid == kAuthenticodeTimeStamp;
 }
@@ -36,6 +39,28 @@ Error about_signer(std::size_t signer, const Error& error) {
     return Error(error.category(), error.word(), error.code(),
                  "the stamp of signer " + std::to_string(signer + 1) + ": " + error.text(),
                  error.advice());
+}
+
+// What there is in place of a stamp: the older Authenticode protocol's can't hold what is to be put
+// in.
+Error no_stamps(ByteView der, SignedDataParts& parts, std::size_t signers) {
+    const bool answer = is_authenticode_answer(der);
+    bool countersigned = false;
+    for (std::size_t signer = 0; signer < signers; ++signer) {
+        for (const auto& attribute : parts.unsigned_attributes(signer)) {
+            countersigned |= attribute.oid == kCountersignature;
+        }
+    }
+    if (answer || countersigned) {
+        return Error(Category::refused, "no_stamps", 0,
+                     countersigned ? "the signature's stamp is one of the older Authenticode "
+                                     "protocol, which can't be extended"
+                                   : "it is an answer of the older Authenticode protocol, which "
+                                     "can't be extended",
+                     "where the signature has to last, attach an RFC 3161 time-stamp to it");
+    }
+    return Error(Category::refused, "no_stamps", 0, "the signature carries no time-stamp",
+                 "attach one first");
 }
 
 // One signer's stamps, extended.
@@ -125,8 +150,7 @@ SignatureExtension CmsSignature::extended(const Trust& trust) const {
             }
         }
         if (result.stamps.empty()) {
-            throw Error(Category::refused, "no_stamps", 0, "the signature carries no time-stamp",
-                        "attach one first");
+            throw no_stamps(content_->der, parts, signers());
         }
         if (result.changed()) {
             auto changed = std::make_shared<Content>(*content_);

@@ -181,8 +181,21 @@ class TheAnswer(AuthenticodeTest):
                 self.assertFalse(self.out.exists())
 
     def test_an_unknown_root_is_refused(self):
-        self.expect(self.stamp("--url", self.authority.url), REFUSED, "0x800B0109")
+        line = self.expect(self.stamp("--url", self.authority.url), REFUSED, "0x800B0109")
         self.assertFalse(self.out.exists())
+
+    def test_it_is_told_as_what_it_is(self):
+        """And so is a signature that holds one, in the place of a stamp that could be extended."""
+        roots = ("--roots", self.authority.root)
+        self.expect(self.stamp("--url", self.authority.url, *roots), GOOD)
+        self.expect(self.workspace.run("extend", self.out, *roots), REFUSED, "an answer of the older Authenticode protocol",
+                    "attach an RFC 3161 time-stamp")
+        info = cms.ContentInfo.load(self.out.read_bytes())
+        signer = info["content"]["signer_infos"][0]
+        signer["unsigned_attrs"] = [cms.CMSAttribute({"type": "1.2.840.113549.1.9.6", "values": [signer.copy()]})]
+        signed = self.workspace.write("countersigned", info.dump(force=True))
+        self.expect(self.workspace.run("extend", signed, *roots), REFUSED,
+                    "the signature's stamp is one of the older Authenticode protocol", "attach an RFC 3161 time-stamp")
 
     def test_an_empty_answer_is_a_refusal(self):
         self.server.answers = [(200, b"")]

@@ -450,6 +450,8 @@ class Signatures(WithRevocation):
                 path = self.sign(name, *signing, signers=signers)
                 self.expect(self.workspace.run("extend", path, *self.roots), REFUSED, "no time-stamp", "attach")
                 self.expect(self.attach(path, *options, "--force"), GOOD)
+                self.expect(self.workspace.run("renew", path, *self.roots), REFUSED,
+                            f"it is a signed message with {len(signers)} time-stamp", "chronoseal extend")
                 time.sleep(1.1)
                 self.publish()
                 self.forget()
