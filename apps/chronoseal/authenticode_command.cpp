@@ -6,8 +6,22 @@
 #include "input_file.h"
 #include "output_file.h"
 #include "short_name.h"
+#include "trust_command.h"
 
 namespace cli {
+
+namespace {
+
+chronoseal::AuthenticodeStamp stamped(const AuthenticodeOptions& options,
+                                      const chronoseal::AuthenticodeOptions& wanted) {
+    try {
+        return chronoseal::authenticode(read_file(options.file), wanted);
+    } catch (const chronoseal::Error& error) {
+        throw with_trust_call(error, "ROOT.pem");
+    }
+}
+
+} // namespace
 
 ExitStatus run_authenticode(const AuthenticodeOptions& options, const Output& output) {
     const OutputFile out(options.out, existing_of(options.force));
@@ -17,8 +31,7 @@ ExitStatus run_authenticode(const AuthenticodeOptions& options, const Output& ou
     wanted.url = options.url;
     wanted.trust = trust_of(options.trust);
     wanted.verify = !options.no_verify;
-    const chronoseal::AuthenticodeStamp stamp =
-        chronoseal::authenticode(read_file(options.file), wanted);
+    const chronoseal::AuthenticodeStamp stamp = stamped(options, wanted);
     out.write(stamp.der);
     if (!out.is_standard_output()) {
         output.text(fmt::format(

@@ -12,9 +12,11 @@ namespace cli {
 namespace {
 
 bool names(const std::string& text, const std::string& name) {
-    constexpr std::array kDoing{"can't read ",   "can't write ",  "can't stamp ",
-                                "can't verify ", "can't extend ", "can't renew ",
-                                "can't prove ",  "can't send ",   "can't attach a stamp to "};
+    constexpr std::array kDoing{"can't read ",   "can't write ",
+                                "can't stamp ",  "can't verify ",
+                                "can't extend ", "can't renew ",
+                                "can't prove ",  "can't send ",
+                                "can't trust ",  "can't attach a stamp to "};
     return text.starts_with(name + ": ") ||
            std::ranges::any_of(kDoing, [&](const std::string& doing) {
                return text.starts_with(doing + name + ": ");

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "input_file.h"
+#include "named_failure.h"
 #include "short_name.h"
 
 namespace cli {
@@ -95,10 +96,21 @@ ExitStatus run_trust_list(const Output& output) {
     return ExitStatus::good;
 }
 
-ExitStatus run_trust_add(const TrustChange& change, const Output& output) {
+namespace {
+
+chronoseal::CertificateInfo trusted(const TrustChange& change) {
     const chronoseal::Bytes sha256 = chronoseal::from_hex(change.sha256);
-    const chronoseal::CertificateInfo added =
-        chronoseal::trust_root(source_of(change.root, sha256), sha256, place_of(change));
+    try {
+        return chronoseal::trust_root(source_of(change.root, sha256), sha256, place_of(change));
+    } catch (const chronoseal::Error& error) {
+        throw about_file(change.root, "trust", error);
+    }
+}
+
+} // namespace
+
+ExitStatus run_trust_add(const TrustChange& change, const Output& output) {
+    const chronoseal::CertificateInfo added = trusted(change);
     output.text(fmt::format("trusted: {}, {}\n", short_name(added.subject), to_hex(added.sha256)));
     output.object(true, {{"subject", added.subject}, {"sha256", to_hex(added.sha256)}});
     return ExitStatus::good;

@@ -159,9 +159,22 @@ void require_signature(const ATL2::CCryptMsg& message, PCCERT_CONTEXT signer) {
     }
 }
 
+// The word of the code, with the root that nobody trusts.
+Error untrusted_root(const ChainJudgement& judgement) {
+    const Error error = error_of_code(judgement.code, kDoing);
+    const CertificateInfo& root = judgement.links.back().certificate;
+    return Error(error.category(), error.word(), error.code(),
+                 error.text() + ": " + quote_foreign(root.subject),
+                 "if you know it to be the authority's root, trust it; its SHA-256 is " +
+                     to_hex(root.sha256));
+}
+
 void require_chain(const TrustInForce& trust, const ATL2::CCertStore& store, PCCERT_CONTEXT signer,
                    Time at) {
     const ChainJudgement judgement = trust.engine.judge(signer, at, store.get());
+    if (judgement.code == CERT_E_UNTRUSTEDROOT && !judgement.links.empty()) {
+        throw untrusted_root(judgement);
+    }
     if (judgement.code != 0) {
         throw error_of_code(judgement.code, kDoing);
     }

@@ -618,6 +618,8 @@ class AtAShell(WithAuthority):
         for value, status in ((colons, GOOD), (colons.replace(":", "").lower(), GOOD), (colons[:32 * 2], USAGE),
                               (colons[:-3], USAGE), ("00" * 32, REFUSED)):
             self.expect(self.workspace.run("trust", "add", self.authority.root, "--sha256", value), status)
+        for path, status in ((self.authority.root, REFUSED), (self.data, UNREACHABLE), ("none.pem", UNREACHABLE)):
+            self.expect(self.workspace.run("trust", "add", path, "--sha256", "00" * 32), status, str(path))
         self.expect(self.workspace.run("trust", "remove", "00"), USAGE, "64 hexadecimal digits")
         self.expect(self.workspace.run("trust", "remove", colons), GOOD)
 
