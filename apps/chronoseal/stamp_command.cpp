@@ -122,8 +122,7 @@ public:
     explicit SideFiles(const StampOptions& options)
         : token_(options.token_out, existing_of(options.force), "--token-out"),
           certificates_(options.certs_out, existing_of(options.force), "--certs-out"),
-          lists_(options.crls_out, existing_of(options.force), "--crls-out"),
-          trust_(options.trust) {}
+          lists_(options.crls_out, existing_of(options.force), "--crls-out"), options_(options) {}
 
     void check(const std::vector<std::string>& inputs) const {
         for (const OutputFile* file : {&token_, &certificates_, &lists_}) {
@@ -140,8 +139,10 @@ public:
         if (certificates_.path().empty() && lists_.path().empty()) {
             return;
         }
+        // Of a stamp that wasn't to be verified the chain is looked for all the same.
         const chronoseal::Verdict verdict =
-            chronoseal::Verifier(trust_of(trust_)).verify_token(stamp);
+            options_.no_verify ? chronoseal::Verifier(trust_of(options_.trust)).verify_token(stamp)
+                               : *stamp.verdict();
         std::vector<Bytes> certificates, lists;
         for (const chronoseal::ChainLink& link : verdict.chain) {
             certificates.push_back(link.certificate.der);
@@ -169,7 +170,7 @@ public:
 
 private:
     OutputFile token_, certificates_, lists_;
-    const TrustOptions& trust_;
+    const StampOptions& options_;
 };
 
 struct Counts {
@@ -180,7 +181,7 @@ struct Counts {
 class StampRun {
 public:
     StampRun(const StampOptions& options, const Output& output)
-        : options_(options), output_(output), sealer_(make_sealer(options)), side_(options),
+        : options_(options), output_(output), sealer_(make_sealer(options, output)), side_(options),
           inputs_(inputs_of(options)),
           progress_(options.files.size(), !output.quiet() && options.files.size() > 1),
           results_(output) {
@@ -212,10 +213,13 @@ private:
         return inputs;
     }
 
-    static chronoseal::SealerOptions make_sealer(const StampOptions& options) {
+    static chronoseal::SealerOptions make_sealer(const StampOptions& options,
+                                                 const Output& output) {
         chronoseal::SealerOptions result =
             sealer_options(options.authority, options.trust, options.no_verify);
         apply(options.request, result);
+        result.keep_verdict =
+            output.verbose() || !options.certs_out.empty() || !options.crls_out.empty();
         return result;
     }
 
@@ -351,7 +355,7 @@ private:
             output_.text(
                 stamped_text(quote_foreign(shown) + ":", stamp, !options_.no_verify, out.path()));
             if (output_.verbose() && !options_.no_verify) {
-                output_.text(verdict_text(judged(stamp), output_));
+                output_.text(verdict_text(*stamp.verdict(), output_));
             }
         }
         if (output_.json()) {
@@ -360,16 +364,6 @@ private:
             json.update(to_json(stamp, !options_.no_verify));
             results_.add(std::move(json));
         }
-    }
-
-    // Once more for those who want to see it: what the sealer has compared it with is what came.
-    chronoseal::Verdict judged(const Stamp& stamp) const {
-        const chronoseal::TokenInfo& token = *stamp.info().token;
-        chronoseal::Expected expected;
-        expected.digest = {sealer_.hash(), token.imprint};
-        expected.nonce_known = true;
-        expected.nonce = token.nonce;
-        return chronoseal::Verifier(trust_of(options_.trust)).verify(stamp, expected);
     }
 
     void skip(const std::string& file, const std::string& reason, const char* word) {
@@ -457,13 +451,19 @@ ExitStatus run_send(const SendOptions& options, const Output& output) {
     refuse_json_beside(out, output, "the stamp");
     out.check(files_of(options.trust, files_of(options.authority, {options.request})));
     const Bytes request = read_file(options.request);
-    const Sealer sealer(sealer_options(options.authority, options.trust, options.no_verify));
+    chronoseal::SealerOptions wanted =
+        sealer_options(options.authority, options.trust, options.no_verify);
+    wanted.keep_verdict = output.verbose();
+    const Sealer sealer(wanted);
     const Interruption interruption;
     const Stamp stamp = sent(sealer, request, options, interruption.token());
     out.write(stamp.response().empty() ? stamp.as_response() : stamp.response());
     if (!out.is_standard_output()) {
         output.text(stamped_text(quote_foreign(options.request) + ":", stamp, !options.no_verify,
                                  out.path()));
+        if (output.verbose() && !options.no_verify) {
+            output.text(verdict_text(*stamp.verdict(), output));
+        }
     }
     Json json = {{"file", options.request}, {"out", out.path()}};
     json.update(to_json(stamp, !options.no_verify));

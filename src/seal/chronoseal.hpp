@@ -270,6 +270,8 @@ struct Remark {
     std::string text;
 };
 
+struct Verdict;
+
 // A time-stamp: an authority's answer, or a bare token. Immutable; copies share their content, and
 // any number of threads may read one.
 class CHRONOSEAL_API Stamp {
@@ -296,6 +298,9 @@ public:
     const std::string& authority() const noexcept;
     const std::vector<Remark>& remarks() const noexcept;
     unsigned attempts() const noexcept;
+    // And by what it was taken, if `SealerOptions::keep_verdict` asked for it; else null. Lives as
+    // long as the stamp.
+    const Verdict* verdict() const noexcept;
 
 private:
     friend struct StampAccess;
@@ -583,6 +588,9 @@ struct SealerOptions {
     // Told before each wait, for a rate or between two attempts: the authority's address for
     // people, and how long. By any thread, several at once.
     std::function<void(const std::string& authority, std::chrono::milliseconds wait)> on_wait = {};
+    // Stamps keep the verdict that they were taken by (`Stamp::verdict`), with the evidence under
+    // it: of a revocation list that may be megabytes.
+    bool keep_verdict = false;
 };
 
 // What one item of a batch is: a file, a finished hash, or bytes.

@@ -245,7 +245,7 @@ Answer Sealer::Impl::judge(const KnownAuthority& authority, const Question& ques
         throw Error(Category::refused, "time_not_available", kResultNotGranted,
                     "the authority has no time at the moment", "try again later");
     }
-    const Verdict verdict =
+    Verdict verdict =
         verifier_.verify(unjudged, question.expected, {!options_.verify, /*any_time=*/true});
     if (!verdict.good()) {
         throw verdict.error();
@@ -253,8 +253,11 @@ Answer Sealer::Impl::judge(const KnownAuthority& authority, const Question& ques
     check_clock(*content.info.token, question.expected.nonce.has_value(), sent, content.remarks);
     const auto& weak = verdict.at(Check::strength).remarks;
     content.remarks.insert(content.remarks.end(), weak.begin(), weak.end());
-    return {StampAccess::make(std::move(content)),
-            verdict.signer ? verdict.signer->key_sha256 : Bytes()};
+    Bytes key = verdict.signer ? verdict.signer->key_sha256 : Bytes();
+    if (options_.keep_verdict) {
+        content.verdict = std::make_shared<const Verdict>(std::move(verdict));
+    }
+    return {StampAccess::make(std::move(content)), std::move(key)};
 }
 
 Answer Sealer::Impl::ask_once(const KnownAuthority& authority, const Question& question,

@@ -55,6 +55,22 @@ TEST_F(SealerTest, GivesAStampThatAnotherReaderFindsGood) {
         Verifier(authority.trust()).verify(sealer.seal(file), bytes_of("some data")).good());
 }
 
+TEST_F(SealerTest, KeepsTheVerdictForThoseWhoAsk) {
+    const LiveAuthority authority;
+    SealerOptions asked = options(authority);
+    EXPECT_EQ(Sealer(asked).seal(bytes_of("x")).verdict(), nullptr);
+    asked.keep_verdict = true;
+    const Stamp stamp = Sealer(asked).seal(bytes_of("x"));
+    ASSERT_NE(stamp.verdict(), nullptr);
+    EXPECT_TRUE(stamp.verdict()->good() && stamp.verdict()->compared());
+    const Verdict again = Verifier(authority.trust()).verify(stamp, bytes_of("x"));
+    EXPECT_EQ(stamp.verdict()->chain.size(), again.chain.size());
+    for (std::size_t i = 0; i < kChecks; ++i) {
+        EXPECT_EQ(stamp.verdict()->findings[i].outcome, again.findings[i].outcome) << i;
+    }
+    EXPECT_EQ(Stamp::read(stamp.response()).verdict(), nullptr);
+}
+
 TEST_F(SealerTest, ABareTokenBecomesAResponse) {
     const LiveAuthority authority;
     const Stamp stamp = Sealer(options(authority)).seal(bytes_of("x"));

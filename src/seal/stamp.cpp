@@ -373,4 +373,8 @@ unsigned Stamp::attempts() const noexcept {
     return StampAccess::of(*this).attempts;
 }
 
+const Verdict* Stamp::verdict() const noexcept {
+    return StampAccess::of(*this).verdict.get();
+}
+
 } // namespace chronoseal

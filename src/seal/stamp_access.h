@@ -18,6 +18,7 @@ struct Stamp::Content {
     std::string authority;
     std::vector<Remark> remarks;
     unsigned attempts = 0;
+    std::shared_ptr<const Verdict> verdict; // null: not kept
 };
 
 struct StampAccess {

@@ -277,6 +277,17 @@ class Files(WithFolder):
                           b"extensions", b"chain", b"usage", b"revocation", b"strength"):
                 self.assertIn(check, shown)
 
+    def test_what_can_be_read_once_only_is_enough(self):
+        """Roots by a pipe, as the shell makes one: nothing is judged a second time for being told, or kept."""
+        data = self.file("a")
+        for i, words in enumerate((("-v",), ("--certs-out", self.folder / "chain.pem"))):
+            call = ("stamp", data, "--out", self.folder / f"{i}.tsr", "--url", self.authority.url, *words)
+            result = subprocess.run(["bash", "-c", 'root=$1; shift; "$@" --roots <(cat "$root")', "bash", self.authority.root,
+                                     program.BIN / "chronoseal", *map(str, call)],
+                                    env=self.workspace.environment, capture_output=True, timeout=60)
+            self.expect(result, GOOD)
+        self.assertEqual((self.folder / "chain.pem").read_bytes().count(b"BEGIN CERTIFICATE"), 2)
+
     def test_forms_that_are_read(self):
         data = self.file("a")
         self.expect(self.workspace.run("stamp", data, *self.trust), GOOD)
