@@ -227,6 +227,7 @@ private:
         const std::string file = options_.files.empty() ? "" : options_.files.front();
         const std::string shown = file.empty() ? options_.digest : file;
         try {
+            refuse_folder(file);
             if (leave_out(file)) {
                 return;
             }
@@ -247,7 +248,8 @@ private:
             while (next < options_.files.size()) {
                 const std::string& file = options_.files[next++];
                 try {
-                    refuse_what_is_no_file(file);
+                    refuse_pipe(file);
+                    refuse_folder(file);
                     if (!leave_out(file)) {
                         return std::filesystem::path(file);
                     }
@@ -297,8 +299,7 @@ private:
         return options_.files.size() > 1 && is_stamp_name(file) && !options_.force;
     }
 
-    static void refuse_what_is_no_file(const std::string& file) {
-        refuse_pipe(file);
+    static void refuse_folder(const std::string& file) {
         std::error_code problem;
         if (std::filesystem::is_directory(file, problem)) {
             throw Error(chronoseal::Category::unreachable, "not_a_file", 0,

@@ -57,8 +57,9 @@ struct Outcome {
 };
 
 std::string compared_text(const Verdict& verdict, const std::string& subject) {
-    return verdict.compared() ? quote_foreign(subject)
-                              : "compared with nothing: signature and chain only";
+    return !verdict.compared() ? "compared with nothing: signature and chain only"
+           : subject == "-"    ? "standard input"
+                               : quote_foreign(subject);
 }
 
 // Whoever names what was stamped mostly means the stamp or the record beside it.

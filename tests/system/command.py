@@ -149,6 +149,8 @@ class Files(WithFolder):
             self.assertRegex(shown, "can't stamp .*/sub: it is a folder; .*--together")
             self.assertRegex(shown, "can't stamp .*/pipe: it is a pipe")
             self.assertNotIn("input", shown)
+        self.expect(self.workspace.run("stamp", self.folder / "sub", *self.trust), UNREACHABLE,
+                    "sub: it is a folder; ", "--together")
         self.assertRegex(shown, "can't write .*/a.tsr: it is there already; take it away, or overwrite it by --force")
         self.assertRegex(shown, ".*/a.tsr is left out: it is a stamp itself")
         result = self.workspace.run("stamp", self.folder / "a", *self.trust, "--skip-existing")
@@ -229,6 +231,8 @@ class Files(WithFolder):
         self.expect(self.workspace.run("stamp", "--digest", digest, "--hash", "sha512", *self.trust, "--out", out),
                     GOOD)
         self.expect(self.workspace.run("verify", out, "--data", data, "--roots", self.authority.root), GOOD)
+        self.assertIn(b"authority\", standard input", self.workspace.run("verify", out, "--data", "-", "--roots",
+                                                                         self.authority.root, stdin=b"content").stdout)
         self.expect(self.workspace.run("stamp", "--digest", "00", *self.trust, "--out", out, "--force"), USAGE)
         query, sent = self.folder / "a.tsq", self.folder / "sent.tsr"
         program.openssl("ts", "-query", "-data", data, "-sha256", "-cert", "-out", query)
