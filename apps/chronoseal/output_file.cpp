@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -154,6 +155,21 @@ bool link_as(int fd, const std::string& path) {
     return false;
 }
 
+// A stamp that is asked for and can't be written is lost. Where a file system doesn't tell its
+// room, it is found out by writing.
+void refuse_without_room(const std::string& path, const std::string& folder) {
+    constexpr std::uint64_t kLeast = std::uint64_t{64} << 10;
+    struct statvfs info {};
+    if (::statvfs(folder.c_str(), &info) != 0 || info.f_blocks == 0 || info.f_frsize == 0) {
+        return;
+    }
+    const std::uint64_t blocks = ::geteuid() == 0 ? info.f_bfree : info.f_bavail;
+    if (blocks < (kLeast + info.f_frsize - 1) / info.f_frsize ||
+        (info.f_files != 0 && info.f_ffree == 0)) {
+        fail(path, ENOSPC);
+    }
+}
+
 void sync_folder(const std::string& folder) {
     const Descriptor handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (handle.get() >= 0) {
@@ -255,6 +271,7 @@ void OutputFile::check(const std::vector<std::string>& inputs) const {
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
         fail(path_, errno);
     }
+    refuse_without_room(path_, folder);
 }
 
 void OutputFile::write(chronoseal::ByteView content) const {

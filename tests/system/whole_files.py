@@ -95,19 +95,26 @@ class WholeFiles(WithFolder):
                     self.assertEqual(self.names(), before)
                     self.assertEqual(old, (self.folder / "a.tsr").read_bytes() if old else None)
 
-    def test_a_full_disk(self):
+    def test_nothing_is_asked_for_what_a_full_disk_has_no_room_for(self):
         data = self.file("a")
-        script = ('mount -t tmpfs -o size=16k none "$0" && head -c 14000 /dev/zero > "$0/filler" || exit 77\n'
-                  '"$@"; status=$?; ls "$0"; exit $status')
+        listener = socket.create_server(("127.0.0.1", 0))
+        self.addCleanup(listener.close)
+        listener.settimeout(0.2)
         small = self.folder / "small"
         small.mkdir()
-        result = subprocess.run(
-            ["unshare", "--user", "--map-root-user", "--mount", "sh", "-c", script, small, program.BIN / "chronoseal",
-             "stamp", data, *self.trust, "--out", small / "a.tsr"], env=self.workspace.environment, capture_output=True)
-        if result.returncode in (1, 77) and b"chronoseal:" not in result.stderr:
-            self.skipTest("no small file system can be mounted here: " + result.stderr.decode().strip())
-        self.expect(result, UNREACHABLE, "can't write", "No space left")
-        self.assertEqual(result.stdout, b"filler\n")
+        for options, filler in (("size=128k", 120_000), ("size=1m,nr_inodes=2", 1)):
+            with self.subTest(options):
+                script = (f'mount -t tmpfs -o {options} none "$0" && head -c {filler} /dev/zero > "$0/filler" || exit 77\n'
+                          '"$@"; status=$?; ls "$0"; exit $status')
+                result = subprocess.run(
+                    ["unshare", "--user", "--map-root-user", "--mount", "sh", "-c", script, small, program.BIN / "chronoseal",
+                     "stamp", data, "--url", f"http://127.0.0.1:{listener.getsockname()[1]}/", "--out", small / "a.tsr",
+                     "--attempts", "1", "--timeout", "2"], env=self.workspace.environment, capture_output=True)
+                if result.returncode in (1, 77) and b"chronoseal:" not in result.stderr:
+                    self.skipTest("no small file system can be mounted here: " + result.stderr.decode().strip())
+                self.expect(result, UNREACHABLE, "can't write", "No space left")
+                self.assertEqual(result.stdout, b"filler\n")
+        self.assertRaises(TimeoutError, listener.accept)
 
     def test_one_place_for_two_stamps_is_found_before_anything_is_asked(self):
         data, other = self.file("a"), self.file("a.2")
