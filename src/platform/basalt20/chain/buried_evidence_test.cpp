@@ -191,10 +191,43 @@ TEST_F(BuriedEvidenceTest, OnesOwnCertificatesGoBeforeWhatCameAlong) {
     EXPECT_EQ(stamp_verdict(setting_, given(junk)), 0u);
 }
 
+// Of two certificates of the authority's key one was given up; junk hides the other.
+TEST_F(BuriedEvidenceTest, AWayUpThatJunkHidesIsNotTakenForRevoked) {
+    constexpr int kSuperseded = 4;
+    PartyOwner given_up;
+    do {
+        given_up = twin_of_authority(*root_);
+    } while (digest_of(*given_up)[0] >= 0x20);
+    const PartyOwner nobody = make_party({"nobody", nullptr, kAuthority});
+    std::vector<std::string> junk;
+    while (junk.size() < 101) {
+        std::string one = encoded(make_party({"authority", nobody.get(), kAuthority}).get());
+        const Sha256 digest = sha256(bytes_of(one));
+        if (digest_of(*given_up) < digest && digest < digest_of(*authority_)) {
+            junk.push_back(std::move(one));
+        }
+    }
+    const std::vector<std::string> honest{encoded(given_up.get()), encoded(authority_.get())};
+    Given about = given(honest);
+    about.lists[0] = make_list({root_.get(), -1, 100, {{given_up.get(), -10, kSuperseded}}});
+    EXPECT_EQ(stamp_verdict(setting_, about), 0U);
+    about.bag = joined(honest, junk);
+    const ChainReference chain = build(make_engine(setting_), about);
+    EXPECT_EQ(stamp_verdict(chain), TRUST_E_SYSTEM_ERROR);
+    EXPECT_EQ(chain->TrustStatus.dwErrorStatus & CERT_TRUST_IS_REVOKED, 0U);
+    // The signer's own end stands, whatever is hidden.
+    about.lists[1] = make_list({authority_.get(), -1, 100, {{stamper_.get(), -10, kSuperseded}}});
+    EXPECT_EQ(stamp_verdict(setting_, about), CRYPT_E_REVOKED);
+    about.lists.pop_back();
+    about.lists.push_back(make_list({authority_.get(), -1, 100}));
+    setting_.own = {encoded(authority_.get())};
+    EXPECT_EQ(stamp_verdict(setting_, about), 0U);
+}
+
 // One of the certificates of the authority's key was revoked, and more of them lie in the bag than
 // are looked at.
 TEST_F(BuriedEvidenceTest, OneOfVeryManyCertificatesOfAKeyTellsOfTheKey) {
-    for (const int count : {5, 40}) {
+    for (const int count : {5, 40, 120}) {
         std::vector<PartyOwner> twins;
         for (int i = 0; i < count; ++i) {
             CertificateSpec spec{"authority", root_.get(), kAuthority};
@@ -213,7 +246,7 @@ TEST_F(BuriedEvidenceTest, OneOfVeryManyCertificatesOfAKeyTellsOfTheKey) {
                               bag,
                               {make_list({root_.get(), -1, 100, {{revoked, -10, kCompromised}}}),
                                make_list({authority_.get(), -1, 100})}};
-            const bool is_buried = count > 16 && revoked == twins.back().get();
+            const bool is_buried = count > 100 && revoked == twins.back().get();
             EXPECT_EQ(stamp_verdict(setting_, about),
                       is_buried ? TRUST_E_SYSTEM_ERROR : CRYPT_E_REVOKED)
                 << count;

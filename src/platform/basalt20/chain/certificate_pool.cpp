@@ -192,6 +192,32 @@ std::vector<PoolCertificate*> CertificatePool::by_subject(Bytes subject) {
     return found;
 }
 
+std::vector<PoolCertificate*> CertificatePool::like_keyed(const PoolCertificate& certificate) {
+    const Bytes bits = certificate.key_bits();
+    std::vector<std::uint64_t> names;
+    for (const auto& [name, waiting] : waiting_) {
+        const CRYPT_BIT_BLOB& key = waiting.item->body->info().SubjectPublicKeyInfo.PublicKey;
+        if (same_bytes({key.pbData, key.cbData}, bits)) {
+            names.push_back(name);
+        }
+    }
+    for (const std::uint64_t name : names) {
+        settle(name);
+    }
+    std::vector<PoolCertificate*> found;
+    for (PoolCertificate& other : certificates_) {
+        if (same_bytes(other.key_bits(), bits)) {
+            found.push_back(&other);
+        }
+    }
+    if (found.size() > 1) {
+        std::sort(found.begin(), found.end(), [](const auto* a, const auto* b) {
+            return std::pair(!a->is_own(), a->digest()) < std::pair(!b->is_own(), b->digest());
+        });
+    }
+    return found;
+}
+
 bool CertificatePool::is_full() const {
     return prepared_from_given_ >= kMaxPreparedFromGiven;
 }

@@ -212,6 +212,8 @@ void Chain::fill_records() {
             records_[i].element.TrustStatus.dwInfoStatus & BASALT_TRUST_HAS_AGED_STRENGTH;
     }
     if (judgement_.cut_short) {
+        // This way up is, and another may not be.
+        simple_.TrustStatus.dwErrorStatus &= ~CERT_TRUST_IS_REVOKED;
         simple_.TrustStatus.dwErrorStatus |= judgement_.ends_in_anchor
                                                  ? CERT_TRUST_REVOCATION_STATUS_UNKNOWN
                                                  : CERT_TRUST_IS_PARTIAL_CHAIN;

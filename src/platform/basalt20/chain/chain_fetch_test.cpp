@@ -205,6 +205,85 @@ TEST_F(ChainFetchTest, NoMoreThanTwoPathsGoToTheNetwork) {
     EXPECT_EQ(server_.requests(), 2u);
 }
 
+// Three certificates of the authority's key with one address for the root's list.
+class LikeKeyedFetchTest : public ChainFetchTest {
+protected:
+    LikeKeyedFetchTest() {
+        const std::string address = "\ncrlDistributionPoints=URI:" + server_.url("/list");
+        for (int i = 0; i < 3; ++i) {
+            CertificateSpec spec{"middle", root_.get(), kAuthority + address};
+            spec.same_key = middle_.get();
+            twins_.push_back(make_party(spec));
+            bag_.push_back(encoded(twins_.back().get()));
+        }
+        stamper_ = make_party({"stamper", middle_.get(), kStamper});
+    }
+
+    // With what the server has, with what it left in the cache, and with the same list given.
+    std::vector<DWORD> verdicts(const std::vector<ListEntry>& revoked) {
+        server_.forget();
+        const std::string list = make_list({root_.get(), -1, 100, revoked});
+        server_.serve("/list", {list});
+        const Given given{encoded(stamper_.get()), bag_};
+        std::vector<DWORD> all{stamp_verdict(setting_, given)};
+        Setting offline = setting_;
+        offline.flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+        all.push_back(stamp_verdict(offline, given));
+        server_.forget();
+        all.push_back(stamp_verdict(offline, {given.end, bag_, {list}}));
+        return all;
+    }
+
+    std::vector<std::unique_ptr<Party>> twins_;
+    std::vector<std::string> bag_;
+    std::unique_ptr<Party> stamper_;
+};
+
+TEST_F(LikeKeyedFetchTest, WhatIsFetchedForOneTellsOfTheOthers) {
+    constexpr int kCompromised = 1;
+    constexpr int kSuperseded = 4;
+    for (std::size_t i = 0; i < twins_.size(); ++i) {
+        SCOPED_TRACE(i);
+        const std::size_t before = server_.requests();
+        EXPECT_EQ(verdicts({{twins_[i].get(), -10, kCompromised}}),
+                  std::vector<DWORD>(3, CRYPT_E_REVOKED));
+        std::vector<ListEntry> all_but_one;
+        for (std::size_t other = 0; other < twins_.size(); ++other) {
+            if (other != i) {
+                all_but_one.push_back({twins_[other].get(), -10, kSuperseded});
+            }
+        }
+        EXPECT_EQ(verdicts(all_but_one), std::vector<DWORD>(3, 0U));
+        EXPECT_EQ(server_.requests() - before, 2U) << "one list each time";
+    }
+}
+
+// The only good one comes last, and isn't asked for any more.
+TEST_F(LikeKeyedFetchTest, WhatWasNotAskedForIsNotRevoked) {
+    std::vector<std::string> bag;
+    std::vector<std::string> addresses;
+    for (int i = 0; i < 3; ++i) {
+        const std::string address = "/list" + std::to_string(i);
+        CertificateSpec spec{"middle", root_.get(),
+                             std::string(kAuthority) +
+                                 "\ncrlDistributionPoints=URI:" + server_.url(address)};
+        spec.same_key = middle_.get();
+        const auto twin = make_party(spec);
+        bag.push_back(encoded(twin.get()));
+        // A list of this one's own, of which the others are out of scope.
+        server_.serve(address,
+                      {make_list({.signer = root_.get(),
+                                  .made = -1,
+                                  .next = 100,
+                                  .entries = {{twin.get(), -10, 4}},
+                                  .extensions = "issuingDistributionPoint=critical,@p\n[p]\n"
+                                                "fullname=URI:" +
+                                                server_.url(address)})});
+    }
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper_.get()), bag}), CRYPT_E_REVOCATION_OFFLINE);
+    EXPECT_EQ(server_.requests(), 2U);
+}
+
 std::string bag_of(const std::vector<const Party*>& parties) {
     const OpensslOwner<PKCS7, PKCS7_free> message(PKCS7_new());
     PKCS7_set_type(message.get(), NID_pkcs7_signed);

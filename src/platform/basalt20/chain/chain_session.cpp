@@ -184,8 +184,8 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const Question question{at, now(), usage};
     counts_ = {};
     considered_.clear();
-    compromised_keys_.clear(); // whom to believe hangs on what is asked
-    candidates_.clear();
+    hearing_.reset(); // whom to believe hangs on what is asked
+    good_.reset();
     best_refused_.reset();
     open_.clear();
     cut_short_ = false;
@@ -205,6 +205,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
            issuers_.fetch_for(dead_ends_,
                               request_.may_fetch ? settings_.issuers : IssuerReach::none)) {
         named_.clear();
+        hearing_.reset();
         found = search(question);
         if (!found) {
             found = ask_network(question);
@@ -212,7 +213,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     }
     if (!found) {
         found = best_refused_ ? std::move(best_refused_) : incomplete(question);
-        found->cut_short = cut_short_ && !any_revoked(*found);
+        found->cut_short = cut_short_ && !is_condemned(*found);
     }
     keep_prepared(*found);
     return std::move(*found);
@@ -220,48 +221,32 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
 
 std::optional<Judgement> ChainSession::search(const Question& question) {
     PathSearch search(pool_, budget_, counts_, question.at);
-    const bool asks_of_keys = request_.revocation != RevocationScope::none;
     const bool taken = search.run(end_, [&](const Path& path) {
-        // Another path through the same keys may have something to tell of them.
-        const bool may_have_another = asks_of_keys && search.may_have_another();
-        return consider(path, question, may_have_another) && !may_have_another;
+        const bool is_known = !considered_.insert(path).second;
+        if (is_known || (hearing_ && hearing_->has_condemned(path))) {
+            search.uncount();
+            return false;
+        }
+        return consider(path, question);
     });
     cut_short_ = cut_short_ || (search.was_cut_short() && !taken);
-    reached_anchor_ =
-        search.reached_anchor() || best_refused_ || !open_.empty() || !candidates_.empty();
+    reached_anchor_ = search.reached_anchor() || best_refused_ || !open_.empty();
     longest_ = search.longest();
     dead_ends_ = search.dead_ends();
-    return take_candidate();
+    return std::exchange(good_, std::nullopt);
 }
 
-// The first whose keys nobody has called compromised under its anchor.
-std::optional<Judgement> ChainSession::take_candidate() {
-    std::optional<Judgement> taken;
-    for (Judgement& candidate : candidates_) {
-        if (!mark_compromised_keys(candidate) && !(candidate.may_have_another && cut_short_)) {
-            taken = std::move(candidate);
-            break;
-        }
-        candidate.judged_to = JudgedTo::revocation;
-        refuse(std::move(candidate));
-    }
-    candidates_.clear();
-    return taken;
-}
-
+// Of two that came as far the one that isn't revoked: it could be the right one.
 void ChainSession::refuse(Judgement judgement) {
-    if (!best_refused_ || judgement.judged_to > best_refused_->judged_to) {
+    if (!best_refused_ || judgement.judged_to > best_refused_->judged_to ||
+        (judgement.judged_to == best_refused_->judged_to && any_revoked(*best_refused_) &&
+         !any_revoked(judgement))) {
         best_refused_ = std::move(judgement);
     }
 }
 
-bool ChainSession::consider(const Path& path, const Question& question, bool may_have_another) {
-    if (!considered_.insert(path).second) {
-        --counts_.judged_paths; // judged by an earlier search
-        return false;
-    }
+bool ChainSession::consider(const Path& path, const Question& question) {
     Judgement judgement = judge_path(path, question);
-    judgement.may_have_another = may_have_another;
     if (judgement.judged_to == JudgedTo::revocation) {
         judge_revocation(judgement, question, false);
         if (request_.may_fetch && any_open(judgement) && !any_revoked(judgement)) {
@@ -269,13 +254,12 @@ bool ChainSession::consider(const Path& path, const Question& question, bool may
             return false;
         }
     }
-    const bool good = judgement.good();
-    if (good) {
-        candidates_.push_back(std::move(judgement));
-    } else {
-        refuse(std::move(judgement));
+    if (judgement.good()) {
+        good_ = std::move(judgement);
+        return true;
     }
-    return good;
+    refuse(std::move(judgement));
+    return false;
 }
 
 const PathErrors& ChainSession::structure_of(const Path& path) {
@@ -343,53 +327,74 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
         status.is_signer = i == 0;
         element.status = status_of(path, entries, i, status);
         element.status_passes = passes(*element.status, settings_.revocation);
-        if (element.status->key_is_compromised()) {
-            compromised_keys_.emplace_back(element.certificate->key_bits(),
-                                           path.back()->key_bits());
-        }
         if (element.status->standing == Standing::revoked) {
             return;
         }
     }
-    // A key in strange hands makes no path to that anchor good, whichever certificate says so.
-    if (!mark_compromised_keys(judgement) && all_pass(judgement)) {
+    if (hear_of_keys(judgement, question) && all_pass(judgement)) {
         judgement.judged_to = JudgedTo::good;
     }
 }
 
-// Only by what was said under the same anchor: whoever stands under another one could certify
-// anybody's key, for a certificate needs no proof that its owner has it, and revoke that. Under the
-// same one an authority that may issue stampers is believed, whichever it is: it could as well have
-// stamps of its own making pass, so that who trusts the anchor trusts it, too. One that may not,
-// by its usages or constraints, has no path here that revocation is judged on, and isn't heard.
-bool ChainSession::mark_compromised_keys(Judgement& judgement) const {
-    bool any = false;
-    const Bytes anchor = judgement.elements.back().certificate->key_bits();
-    for (JudgedElement& element : judgement.elements) {
-        const Bytes key = element.certificate->key_bits();
-        element.key_is_compromised = std::any_of(
-            compromised_keys_.begin(), compromised_keys_.end(), [&](const KeyUnderAnchor& told) {
-                return same_bytes(told.first, key) && same_bytes(told.second, anchor);
-            });
-        any = any || element.key_is_compromised;
+// A key in strange hands makes no path to that anchor good, whichever certificate says so. False
+// when one is, or when there was more to hear of them than could be.
+bool ChainSession::hear_of_keys(Judgement& judgement, const Question& question) {
+    if (request_.revocation == RevocationScope::none) {
+        return true;
     }
-    return any;
+    add_authorities();
+    if (!hearing_) {
+        hearing_.emplace(pool_, budget_, *status_,
+                         KeyHearing::Question{question.at, question.now, question.usage,
+                                              request_.policies, settings_.revocation,
+                                              settings_.strength, !settings_.given_only});
+    }
+    bool good = true;
+    for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
+        if (!checks(judgement, i)) {
+            continue;
+        }
+        JudgedElement& element = judgement.elements[i];
+        const KeyHearing::Heard heard =
+            hearing_->hear(*element.certificate, *judgement.elements.back().certificate);
+        element.key_is_compromised = heard.compromised;
+        cut_short_ = cut_short_ || heard.cut_short;
+        good = good && !heard.compromised && !heard.cut_short;
+    }
+    return good;
 }
 
+// What was fetched for one path may decide the next, which then asks nobody. Of those that aren't
+// asked for, since only so many may be, nothing is known: they stay open.
 std::optional<Judgement> ChainSession::ask_network(const Question& question) {
     for (Judgement& judgement : open_) {
-        judgement.judged_to = JudgedTo::revocation;
-        if (budget_.take_fetching_path()) {
+        judge_revocation(judgement, question, false);
+        if (!judgement.good() && !any_revoked(judgement) && budget_.take_fetching_path()) {
+            hearing_.reset(); // what comes may speak of others, too
             judge_revocation(judgement, question, true);
+            without_source_.clear();
         }
-        if (judgement.good() && !(judgement.may_have_another && cut_short_)) {
+        if (judgement.good()) {
             return std::move(judgement);
         }
-        judgement.judged_to = JudgedTo::revocation;
         refuse(std::move(judgement));
     }
     open_.clear();
     return std::nullopt;
+}
+
+// Whatever other ways up there are: the end itself is revoked, or its key, or that of its issuer,
+// is in strange hands by what was said under the only anchor.
+bool ChainSession::is_condemned(const Judgement& judgement) const {
+    const std::optional<StatusFinding>& end = judgement.elements.front().status;
+    const auto last =
+        judgement.elements.begin() +
+        static_cast<std::ptrdiff_t>(std::min<std::size_t>(2, judgement.elements.size()));
+    return (end && end->standing == Standing::revoked) ||
+           (settings_.anchors->is_one() &&
+            std::any_of(judgement.elements.begin(), last, [](const JudgedElement& e) {
+                return e.key_is_compromised || (e.status && e.status->key_is_compromised);
+            }));
 }
 
 // The longest way up, or one by names, so that a bad signature can be told from a missing issuer.
@@ -422,16 +427,24 @@ Judgement ChainSession::incomplete(const Question& question) {
     return judgement;
 }
 
-void ChainSession::add_system_stores() {
-    if (std::exchange(system_stores_added_, true) || !settings_.uses_system_stores) {
+void ChainSession::add_authorities() {
+    if (std::exchange(authorities_added_, true) || !settings_.uses_system_stores) {
         return;
     }
     named_.clear();
     if (!authorities_) {
         authorities_ = open_system_store("CA");
     }
-    own_ = open_system_store("My");
     pool_.add_store(authorities_.get(), PoolSource::machine);
+}
+
+void ChainSession::add_system_stores() {
+    add_authorities();
+    if (std::exchange(system_stores_added_, true) || !settings_.uses_system_stores) {
+        return;
+    }
+    named_.clear();
+    own_ = open_system_store("My");
     pool_.add_store(own_.get(), PoolSource::machine);
 }
 

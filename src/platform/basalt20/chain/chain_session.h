@@ -6,6 +6,7 @@
 
 #include <basalt/chain/chain_settings.h>
 #include <basalt/chain/issuer_fetch.h>
+#include <basalt/chain/key_hearing.h>
 #include <basalt/chain/path_judgement.h>
 #include <basalt/revocation/status_check.h>
 
@@ -46,7 +47,6 @@ struct Judgement {
     // More lay at hand than could be looked at: there may be another path, or something that
     // another certificate of one of these keys has to tell. Never of a good one.
     bool cut_short = false;
-    bool may_have_another = false; // through the same keys
 
     bool good() const { return judged_to == JudgedTo::good; }
 };
@@ -82,13 +82,9 @@ private:
     PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) override;
     bool is_good_for_evidence(const Path& path, const EvidenceMaker& maker);
 
-    // A certificate's key, and the key of the anchor under which a statement was made about it.
-    using KeyUnderAnchor = std::pair<Bytes, Bytes>;
-
     std::optional<Judgement> search(const Question& question);
-    std::optional<Judgement> take_candidate();
     void refuse(Judgement judgement);
-    bool consider(const Path& path, const Question& question, bool may_have_another);
+    bool consider(const Path& path, const Question& question);
     Judgement judge_path(const Path& path, const Question& question);
     const PathErrors& structure_of(const Path& path);
     void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
@@ -96,8 +92,10 @@ private:
                             const StatusQuestion& question);
     bool checks(const Judgement& judgement, std::size_t index) const;
     std::optional<Judgement> ask_network(const Question& question);
+    bool is_condemned(const Judgement& judgement) const;
     Judgement incomplete(const Question& question);
-    bool mark_compromised_keys(Judgement& judgement) const;
+    bool hear_of_keys(Judgement& judgement, const Question& question);
+    void add_authorities();
     void add_system_stores();
     void keep_prepared(const Judgement& judgement);
 
@@ -106,6 +104,7 @@ private:
     std::mutex mutex_;
     StoreReference authorities_; // the system store `CA`
     StoreReference own_;         // and `My`
+    bool authorities_added_ = false;
     bool system_stores_added_ = false;
     CertificatePool pool_;
     Budget budget_;
@@ -125,8 +124,8 @@ private:
 
     // Of the judgement that is under way.
     std::set<Path> considered_;
-    std::vector<KeyUnderAnchor> compromised_keys_;
-    std::vector<Judgement> candidates_; // good, if no other path tells that a key is compromised
+    std::optional<KeyHearing> hearing_; // of keys, by what is at hand
+    std::optional<Judgement> good_;
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched
     bool reached_anchor_ = false;

@@ -78,19 +78,15 @@ bool PathSearch::run_by_names(PoolCertificate& start, const Judge& judge) {
     return run(start, judge);
 }
 
-// Who made a signature is told by the key: only a like-keyed one could stand in its place. In that
-// of the anchor it would lead to another one.
-bool PathSearch::may_have_another() const {
-    for (std::size_t i = 0; i + 2 < path_.size(); ++i) {
-        const std::vector<PoolCertificate*>& issuers = issuers_.at(path_[i]);
-        const auto is_twin = [&](const PoolCertificate* issuer) {
-            return issuer != path_[i + 1] && same_key(*issuer, *path_[i + 1]);
-        };
-        if (issuers.size() > 1 && std::any_of(issuers.begin(), issuers.end(), is_twin)) {
-            return true;
-        }
-    }
-    return false;
+// Junk can't take up what the ways up through one's own certificates need.
+unsigned& PathSearch::judged_paths() {
+    const bool own = std::all_of(path_.begin() + 1, path_.end(),
+                                 [](const PoolCertificate* c) { return c->is_own(); });
+    return own ? counts_.own_judged_paths : counts_.judged_paths;
+}
+
+void PathSearch::uncount() {
+    --judged_paths();
 }
 
 bool PathSearch::climb() {
@@ -106,6 +102,10 @@ bool PathSearch::climb() {
     bool found_issuer = false;
     for (PoolCertificate* issuer : ranked_issuers(top)) {
         if (is_on_path(*issuer)) {
+            continue;
+        }
+        if (!issuer->is_own() && !may_judge_foreign()) {
+            cut_short_ = true;
             continue;
         }
         if (!may_step()) {
@@ -126,6 +126,10 @@ bool PathSearch::climb() {
     }
     reached_anchor_ = reached_anchor_ || reached_before;
     return false;
+}
+
+bool PathSearch::may_judge_foreign() const {
+    return counts_.judged_paths < most_paths_.value_or(budget_.limits().judged_paths);
 }
 
 bool PathSearch::may_step() {
@@ -151,12 +155,15 @@ bool PathSearch::climb_to(PoolCertificate& issuer) {
 }
 
 bool PathSearch::offer() {
-    if (counts_.judged_paths >= budget_.limits().judged_paths) {
-        counts_.steps = budget_.limits().steps; // there is no use in going on
+    unsigned& judged = judged_paths();
+    const bool may_judge = &judged == &counts_.judged_paths
+                               ? may_judge_foreign()
+                               : judged < most_paths_.value_or(budget_.limits().own_judged_paths);
+    if (!may_judge) {
         cut_short_ = true;
         return false;
     }
-    ++counts_.judged_paths;
+    ++judged;
     return (*judge_)(path_);
 }
 

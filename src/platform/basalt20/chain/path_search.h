@@ -9,6 +9,7 @@
 #include <basalt/revocation/budget.h>
 
 #include <functional>
+#include <optional>
 
 namespace basalt {
 
@@ -20,6 +21,7 @@ inline constexpr std::size_t kMaxPathLength = 18; // sixteen between the end and
 struct SearchCounts {
     unsigned steps = 0;
     unsigned judged_paths = 0;
+    unsigned own_judged_paths = 0; // not among these: of one's own certificates above the first
 };
 
 enum class SearchAmong {
@@ -37,6 +39,9 @@ public:
                SearchAmong among = SearchAmong::all)
         : pool_(pool), budget_(budget), counts_(counts), at_(at), among_(among) {}
 
+    // How many paths may be judged, of one's own and of others, in place of what the budget says.
+    void allow_paths(unsigned most) { most_paths_ = most; }
+
     // Offers the paths from `start` to anchors.
     bool run(PoolCertificate& start, const Judge& judge);
 
@@ -44,9 +49,8 @@ public:
     // a bad signature from a missing issuer.
     bool run_by_names(PoolCertificate& start, const Judge& judge);
 
-    // For the judge, of the path that it has before it: some certificate below the anchor isn't the
-    // only one of its name and key.
-    bool may_have_another() const;
+    // For the judge: the path that it has before it took no judgement, and isn't counted.
+    void uncount();
 
     bool reached_anchor() const { return reached_anchor_; }
 
@@ -64,6 +68,8 @@ private:
     bool may_step();
     bool leads_to(PoolCertificate& top, PoolCertificate& issuer);
     bool climb_to(PoolCertificate& issuer);
+    unsigned& judged_paths();
+    bool may_judge_foreign() const;
     bool offer();
     void note_end();
     bool is_on_path(const PoolCertificate& issuer) const;
@@ -76,6 +82,7 @@ private:
     FileTicks at_;
     SearchAmong among_;
     const Judge* judge_ = nullptr;
+    std::optional<unsigned> most_paths_;
     bool cut_short_ = false;
     bool by_names_ = false;
     bool reached_anchor_ = false;

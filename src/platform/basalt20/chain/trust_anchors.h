@@ -22,6 +22,8 @@ public:
     // Those whose subject has that key (name_key.h), and so all whose subject is the same name.
     std::vector<Item> by_key(std::uint64_t key) const;
 
+    bool is_one() const { return anchors_.size() == 1; }
+
     bool contains(const CertificateItem& certificate) const;
 
     // Whether it was made of just these.

@@ -27,6 +27,9 @@ struct BudgetLimits {
     unsigned responders = 48;
     unsigned given_responders = 32; // of these, with what came with the question
     unsigned judged_paths = 16;
+    // Beside these, of the machine's and its user's certificates alone.
+    unsigned own_judged_paths = 64;
+    unsigned heard_paths = 64; // by which certificates of a key may have something to tell
     unsigned steps = 1000;
     unsigned fetching_paths = 2;
     unsigned addresses = 4; // for each certificate

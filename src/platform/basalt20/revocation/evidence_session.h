@@ -40,6 +40,7 @@ public:
     // What came from the cache and the network, by its key in the cache; also what was useless, so
     // that it isn't asked for again.
     std::map<std::string, std::deque<EvidenceItem>> fetched;
+    const EvidenceItem* take_in(const std::string& key, EvidenceItem item);
 
     // The certificates of responders that OpenSSL has read, null for those that it can't; the
     // answers that they came with live as long.
@@ -50,10 +51,12 @@ public:
 
 private:
     using Key = std::tuple<const X509Entry*, const X509Entry*, const X509Entry*, FileTicks,
-                           FileTicks, bool, bool>;
+                           FileTicks, bool, bool, bool>;
 
     std::vector<const X509Entry*> under_way_;
     std::map<Key, StatusFinding> findings_;
+    std::size_t taken_in_ = 0;
+    std::size_t judged_with_ = 0; // of these, when the findings were made
 };
 
 } // namespace basalt

@@ -791,7 +791,7 @@ TEST_F(EvidenceTest, TheFindingTellsWhatDecided) {
     give_list(spec);
     ASSERT_EQ(judge(*certificate), kRevoked);
     EXPECT_TRUE(finding_.revoked_later);
-    EXPECT_TRUE(finding_.key_is_compromised());
+    EXPECT_TRUE(finding_.key_is_compromised);
     EXPECT_EQ(finding_.reason, 1);
     EXPECT_EQ(finding_.revoked_at, ticks_at(50));
     ASSERT_EQ(finding_.evidence.size(), 1u);

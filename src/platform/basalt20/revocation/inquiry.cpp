@@ -6,6 +6,7 @@
 #include <openssl/err.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace basalt {
 
@@ -85,9 +86,31 @@ StatusFinding Inquiry::run() {
 }
 
 bool Inquiry::ask_given() {
-    const Items items = session_.given.about(certificate_, issuer_, scope_.list_issuers());
+    Items items = session_.given.about(certificate_, issuer_, scope_.list_issuers());
     something_at_hand_ = !items.empty();
-    return consider(items);
+    const Items fetched = fetched_before();
+    items.insert(items.end(), fetched.begin(), fetched.end());
+    return consider(std::move(items));
+}
+
+// What was asked for another certificate's sake speaks of this one as well.
+Inquiry::Items Inquiry::fetched_before() const {
+    const std::vector<const X509_NAME*>& issuers = scope_.list_issuers();
+    const auto is_by_one = [&](const CrlFacts& list) {
+        return std::any_of(issuers.begin(), issuers.end(), [&](const X509_NAME* name) {
+            return X509_NAME_cmp(name, list.issuer()) == 0;
+        });
+    };
+    Items items;
+    for (const auto& [key, objects] : session_.fetched) {
+        for (const EvidenceItem& item : objects) {
+            if (item.list ? is_by_one(*item.list)
+                          : item.answer && is_about(*item.answer, certificate_, issuer_)) {
+                items.push_back(&item);
+            }
+        }
+    }
+    return items;
 }
 
 bool Inquiry::ask_cache() {
@@ -127,24 +150,20 @@ std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
                : "answer " + url + '\n' + issuer + std::string(request_.begin(), request_.end());
 }
 
-const EvidenceItem* Inquiry::keep(const std::string& key, EvidenceItem item) {
-    return &session_.fetched[key].emplace_back(std::move(item));
-}
-
 bool Inquiry::consider_cached(const std::string& key, const std::string& url, EvidenceKind kind) {
     if (const auto known = session_.fetched.find(key); known != session_.fetched.end()) {
         Items items;
         for (const EvidenceItem& item : known->second) {
             items.push_back(&item);
         }
-        return consider(items);
+        return consider(std::move(items));
     }
     std::optional<CachedObject> cached = cached_object(key);
     if (!cached) {
         return false;
     }
-    const EvidenceItem* item =
-        keep(key, make_item(EvidenceSource::cache, url, kind, std::move(cached->bytes)));
+    const EvidenceItem* item = session_.take_in(
+        key, make_item(EvidenceSource::cache, url, kind, std::move(cached->bytes)));
     const bool decided = consider({item});
     if (!is_accepted(*item) && session_.signatures.left_out() == 0) {
         forget_object(key);
@@ -168,7 +187,7 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
         return false;
     }
     const EvidenceItem* item =
-        keep(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
+        session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
     const bool decided = consider({item});
     if (is_worth_keeping(*item)) {
         cache_object(key, {item->encoded.begin(), item->encoded.end()});
@@ -216,12 +235,12 @@ bool Inquiry::hears(const EvidenceItem& item,
     return heard;
 }
 
-bool Inquiry::consider(const Items& items) {
+bool Inquiry::consider(Items items) {
+    std::erase_if(items, [&](const EvidenceItem* item) {
+        return !item->usable() || is_accepted(*item) || !is_for_us(*item);
+    });
     Items open;
     for (const EvidenceItem* item : items) {
-        if (!item->usable() || !is_for_us(*item)) {
-            continue;
-        }
         if (hears(*item, &EvidenceSigner::is_on_path)) {
             accept(*item);
         } else {
@@ -310,6 +329,13 @@ bool Inquiry::decide() {
         }
     }
     ruling_ = rule(statements_, moments_);
+    return is_final();
+}
+
+bool Inquiry::is_final() const {
+    if (question_.is_about_key) {
+        return ruling_.tells_compromise;
+    }
     // What was left out may revoke; so may what the next source says.
     return ruling_.standing == Standing::revoked ||
            (ruling_.standing == Standing::good && is_all_heard());
@@ -344,6 +370,7 @@ StatusFinding Inquiry::finding() const {
     finding.standing = ruling_.standing;
     finding.cause = ruling_.cause;
     finding.revoked_later = ruling_.revoked_later;
+    finding.key_is_compromised = ruling_.tells_compromise;
     for (const std::size_t index : ruling_.deciding) {
         const Statement& statement = statements_[index];
         if (ruling_.standing == Standing::revoked) {
@@ -354,7 +381,7 @@ StatusFinding Inquiry::finding() const {
             finding.evidence.push_back(deciding_evidence(*item, statement));
         }
     }
-    if (ruling_.standing == Standing::good && !is_all_heard()) {
+    if (!is_final() && !is_all_heard()) {
         finding.standing = Standing::unknown;
     }
     if (finding.standing != Standing::unknown) {

@@ -25,11 +25,11 @@ private:
     bool ask_given();
     bool ask_cache();
     bool ask_network();
-    bool consider(const Items& items);
+    bool consider(Items items);
     bool consider_cached(const std::string& key, const std::string& url, EvidenceKind kind);
     bool ask_network(const std::string& url, EvidenceKind kind);
 
-    const EvidenceItem* keep(const std::string& key, EvidenceItem item);
+    Items fetched_before() const;
     bool is_for_us(const EvidenceItem& item) const;
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
@@ -40,6 +40,8 @@ private:
     bool is_in_force(const List& list) const;
     const List* newest_delta_of(const List& base) const;
     bool decide();
+    // Whatever else may come changes nothing.
+    bool is_final() const;
     bool is_all_heard() const { return session_.signatures.left_out() == left_out_before_; }
     StatusFinding finding() const;
     void add_support(StatusFinding& finding) const;

@@ -141,6 +141,10 @@ Ruling rule(std::span<const Statement> statements, const Moments& moments) {
     Ruling ruling;
     ruling.standing = Standing::revoked;
     ruling.cause = UnknownCause::none;
+    ruling.tells_compromise =
+        std::any_of(statements.begin(), statements.end(), [&](const Statement& s) {
+            return s.revoked && is_compromise(s.reason) && is_known_by(s, moments.now);
+        });
     if (const auto found = deciding_revocation(statements, moments)) {
         ruling.revoked_later = statements[*found].revoked_at > moments.stamp;
         ruling.deciding = {*found};

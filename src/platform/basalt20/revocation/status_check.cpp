@@ -4,6 +4,7 @@
 #include <basalt/revocation/inquiry.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace basalt {
 
@@ -18,11 +19,18 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
                                      const StatusQuestion& question) {
     const CertificateEntry& certificate = path[index];
     const auto key_when = [&](bool may_fetch) {
-        return Key{certificate.get(), path[index + 1].get(), path.back().get(), question.stamp_time,
-                   question.now,      question.is_signer,    may_fetch};
+        return Key{certificate.get(),   path[index + 1].get(), path.back().get(),
+                   question.stamp_time, question.now,          question.is_signer,
+                   may_fetch,           question.is_about_key};
     };
     const Key key = key_when(question.may_fetch);
     good_but_for_foreign = false;
+    if (under_way_.empty() && std::exchange(judged_with_, taken_in_) != taken_in_) {
+        // What has come since may revoke. Whoever was asked isn't asked again.
+        std::erase_if(findings_, [](const auto& finding) {
+            return finding.second.standing != Standing::revoked;
+        });
+    }
     // What was found when the sources were asked holds for whoever may not ask them, too, and goes
     // before what was found without them.
     for (const Key& wanted : {key_when(true), key}) {
@@ -48,14 +56,15 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
     return finding;
 }
 
+const EvidenceItem* EvidenceSession::take_in(const std::string& key, EvidenceItem item) {
+    ++taken_in_;
+    return &fetched[key].emplace_back(std::move(item));
+}
+
 bool EvidenceSession::is_under_way(const X509Entry& certificate) const {
     return std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
         return X509_cmp(other->certificate.get(), certificate.certificate.get()) == 0;
     });
-}
-
-bool StatusFinding::key_is_compromised() const {
-    return standing == Standing::revoked && is_compromise(reason);
 }
 
 bool passes(const StatusFinding& finding, RevocationMode mode) {

@@ -45,8 +45,9 @@ struct StatusFinding {
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
     std::vector<DecidingEvidence> evidence;
 
-    // The key is in strange hands: no other path through it is good either.
-    bool key_is_compromised() const;
+    // Something at hand says that the key is in strange hands, whichever statement decided: no
+    // other path through it is good either.
+    bool key_is_compromised = false;
 };
 
 // True when a certificate of that standing may pass: an unknown one under `available`, and under
@@ -62,6 +63,9 @@ struct StatusQuestion {
     bool may_fetch = false; // else stores and cache alone
     StrengthLevel strength = StrengthLevel::floor; // of what signs lists and answers
     bool may_use_cache = true;
+    // Whether the key was called compromised is asked: all that is at hand is heard, and neither a
+    // good statement nor another reason ends the search.
+    bool is_about_key = false;
 };
 
 class StatusCheck {

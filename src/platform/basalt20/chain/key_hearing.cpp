@@ -1,0 +1,167 @@
+#include <basalt/chain/key_hearing.h>
+
+#include <openssl/x509_vfy.h>
+
+#include <algorithm>
+
+namespace basalt {
+
+namespace {
+
+// Those whose right to speak is looked into: it takes a judgement of their whole way up.
+constexpr unsigned kMostSpeakers = 16;
+
+// Of the first certificate of a path: whoever is above it has no say about that name.
+bool tells_of_issuers(int error) {
+    switch (error) {
+    case X509_V_ERR_PERMITTED_VIOLATION:
+    case X509_V_ERR_EXCLUDED_VIOLATION:
+    case X509_V_ERR_SUBTREE_MINMAX:
+    case X509_V_ERR_UNSUPPORTED_CONSTRAINT_TYPE:
+    case X509_V_ERR_UNSUPPORTED_CONSTRAINT_SYNTAX:
+    case X509_V_ERR_UNSUPPORTED_NAME_SYNTAX:
+    case X509_V_ERR_UNSPECIFIED: // nothing was found out
+        return true;
+    default:
+        return false;
+    }
+}
+
+CertificatePath entries_of(const Path& path) {
+    CertificatePath entries;
+    for (const PoolCertificate* certificate : path) {
+        entries.push_back(certificate->entry);
+    }
+    return entries;
+}
+
+FileTicks said_at(const StatusFinding& finding, FileTicks otherwise) {
+    return finding.evidence.empty() ? otherwise : finding.evidence.front().this_update;
+}
+
+} // namespace
+
+const KeyHearing::Known* KeyHearing::known(const PoolCertificate& certificate,
+                                           const PoolCertificate& anchor) const {
+    const auto found = std::find_if(known_.begin(), known_.end(), [&](const Known& one) {
+        return same_bytes(one.key, certificate.key_bits()) &&
+               same_bytes(one.anchor, anchor.key_bits());
+    });
+    return found != known_.end() ? &*found : nullptr;
+}
+
+bool KeyHearing::has_condemned(const Path& path) const {
+    return std::any_of(path.begin(), path.end(), [&](const PoolCertificate* certificate) {
+        const Known* one = known(*certificate, *path.back());
+        return one != nullptr && one->heard.compromised;
+    });
+}
+
+KeyHearing::Heard KeyHearing::hear(const PoolCertificate& certificate,
+                                   const PoolCertificate& anchor) {
+    if (const Known* one = known(certificate, anchor)) {
+        return one->heard;
+    }
+    const std::vector<PoolCertificate*> like_keyed = pool_.like_keyed(certificate);
+    const Heard heard = like_keyed.size() > 1 ? ask_all(like_keyed, anchor) : Heard{};
+    known_.push_back({certificate.key_bits(), anchor.key_bits(), heard});
+    return heard;
+}
+
+// What isn't foreign is looked for among one's own first, where nothing can bury it.
+KeyHearing::Heard KeyHearing::ask_all(const std::vector<PoolCertificate*>& like_keyed,
+                                      const PoolCertificate& anchor) {
+    Heard heard;
+    for (PoolCertificate* certificate : like_keyed) {
+        const Prepared prepared = pool_.prepare(*certificate, budget_);
+        heard.cut_short = heard.cut_short || prepared == Prepared::refused;
+        if (prepared == Prepared::yes &&
+            !(certificate->is_own() && ask(*certificate, anchor, SearchAmong::own, heard))) {
+            ask(*certificate, anchor, SearchAmong::all, heard);
+        }
+        if (heard.compromised) {
+            return {true, false};
+        }
+    }
+    return heard;
+}
+
+bool KeyHearing::ask(PoolCertificate& certificate, const PoolCertificate& anchor, SearchAmong among,
+                     Heard& heard) {
+    PathSearch search(pool_, budget_, counts_, question_.at, among);
+    search.allow_paths(budget_.limits().heard_paths);
+    const bool was_asked = search.run(certificate, [&](const Path& path) {
+        if (path.size() < 2 || !same_bytes(path.back()->key_bits(), anchor.key_bits())) {
+            search.uncount();
+            return false;
+        }
+        // By whichever way up, the same issuer says the same.
+        const StatusFinding finding = status_of(path, 0, question_.at, true);
+        if (!finding.key_is_compromised) {
+            heard.cut_short = heard.cut_short || finding.cause == UnknownCause::exhausted;
+            return true;
+        }
+        if (speakers_ == kMostSpeakers) {
+            heard.cut_short = true;
+            return true;
+        }
+        ++speakers_;
+        heard.compromised = may_speak(path, finding);
+        return heard.compromised;
+    });
+    heard.cut_short = heard.cut_short || (!was_asked && search.was_cut_short());
+    return was_asked;
+}
+
+StatusFinding KeyHearing::status_of(const Path& path, std::size_t index, FileTicks at,
+                                    bool is_about_key) {
+    StatusQuestion question;
+    question.stamp_time = at;
+    question.now = question_.now;
+    question.mode = question_.mode;
+    question.strength = question_.strength;
+    question.may_use_cache = question_.may_use_cache;
+    question.is_about_key = is_about_key;
+    return status_.judge(entries_of(path), index, question);
+}
+
+bool KeyHearing::may_speak(const Path& path, const StatusFinding& finding) {
+    const PathErrors errors = structure_errors(path, question_.policies);
+    if (std::any_of(errors[0].begin(), errors[0].end(), tells_of_issuers)) {
+        return false;
+    }
+    const std::vector<Strength> found_strengths = strengths(path);
+    const std::vector<bool> used_wrong = misused(path, question_.usage);
+    for (std::size_t i = 1; i < path.size(); ++i) {
+        if (!errors[i].empty() || used_wrong[i] ||
+            !passes(found_strengths[i], question_.strength)) {
+            return false;
+        }
+    }
+    // Of the one that is spoken of it is enough that nobody could have made it up.
+    return passes(found_strengths[0], StrengthLevel::floor) && is_in_time(path, finding) &&
+           is_in_good_standing(path, finding);
+}
+
+// Who has ended may have spoken before, and who has begun since may speak of what was before.
+bool KeyHearing::is_in_time(const Path& path, const StatusFinding& finding) const {
+    const auto all_valid_at = [&](FileTicks at) {
+        return std::all_of(path.begin() + 1, path.end() - 1,
+                           [&](const PoolCertificate* c) { return c->is_valid_at(at); });
+    };
+    return all_valid_at(question_.at) || all_valid_at(question_.now) ||
+           all_valid_at(said_at(finding, question_.now));
+}
+
+// Of whom nothing is known is believed; that he was revoked must be told.
+bool KeyHearing::is_in_good_standing(const Path& path, const StatusFinding& finding) {
+    const FileTicks said = said_at(finding, question_.now);
+    for (std::size_t i = 1; i + 1 < path.size(); ++i) {
+        if (status_of(path, i, said, false).standing == Standing::revoked) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace basalt

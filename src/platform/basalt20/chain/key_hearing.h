@@ -1,0 +1,71 @@
+// Whether a key is in strange hands, by what is said of any certificate of that key: what one
+// certificate's list tells of its key counts for a path through another one. Only what is said
+// under the path's own anchor is heard: whoever stands under another one could certify anybody's
+// key, for a certificate needs no proof that its owner has it, and revoke that. Under the same one
+// an authority that may issue stampers is believed, whichever it is: it could as well have stamps
+// of its own making pass, so that who trusts the anchor trusts it, too. What is wrong with the
+// certificate that is spoken of doesn't matter, since its key is what it was. Nothing is fetched.
+// For one judgement, one thread; nothing fails but for lack of memory.
+#pragma once
+
+#include <basalt/chain/path_judgement.h>
+#include <basalt/revocation/status_check.h>
+
+namespace basalt {
+
+class KeyHearing {
+public:
+    struct Question {
+        FileTicks at = 0;
+        FileTicks now = 0;
+        const UsageQuestion& usage;
+        const std::vector<std::string>& policies;
+        RevocationMode mode;
+        StrengthLevel strength;
+        bool may_use_cache = true;
+    };
+
+    struct Heard {
+        bool compromised = false;
+        // More lay at hand than could be looked at. Never of a compromised one.
+        bool cut_short = false;
+    };
+
+    // All arguments must outlive the object.
+    KeyHearing(CertificatePool& pool, Budget& budget, StatusCheck& status, const Question& question)
+        : pool_(pool), budget_(budget), status_(status), question_(question) {}
+
+    // Of the certificate's key under the anchor's. One that is the only one of its key tells
+    // nothing here: it is judged where it stands.
+    Heard hear(const PoolCertificate& certificate, const PoolCertificate& anchor);
+
+    // Whether a key of the path was found to be compromised already.
+    bool has_condemned(const Path& path) const;
+
+private:
+    struct Known {
+        Bytes key;
+        Bytes anchor;
+        Heard heard;
+    };
+
+    const Known* known(const PoolCertificate& certificate, const PoolCertificate& anchor) const;
+    Heard ask_all(const std::vector<PoolCertificate*>& like_keyed, const PoolCertificate& anchor);
+    // True when it was asked by some way up; false leaves `heard` as it is, or cuts it short.
+    bool ask(PoolCertificate& certificate, const PoolCertificate& anchor, SearchAmong among,
+             Heard& heard);
+    StatusFinding status_of(const Path& path, std::size_t index, FileTicks at, bool is_about_key);
+    bool may_speak(const Path& path, const StatusFinding& finding);
+    bool is_in_time(const Path& path, const StatusFinding& finding) const;
+    bool is_in_good_standing(const Path& path, const StatusFinding& finding);
+
+    CertificatePool& pool_;
+    Budget& budget_;
+    StatusCheck& status_;
+    Question question_;
+    SearchCounts counts_;
+    unsigned speakers_ = 0;
+    std::vector<Known> known_;
+};
+
+} // namespace basalt

@@ -1,0 +1,254 @@
+// What is said of a key counts for all of its certificates under that anchor: whichever of them it
+// was said of, whatever is wrong with that one, and as long as whoever says it may.
+#include <basalt/chain/judged_chain.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+namespace basalt::test {
+namespace {
+
+using PartyOwner = std::unique_ptr<Party>;
+
+constexpr int kCompromised = 1;
+constexpr int kSuperseded = 4;
+constexpr int kHour = 1;
+constexpr int kLong = 10'000;
+
+// Another certificate of a key.
+struct Twin {
+    const Party* issuer;
+    std::string extensions{kAuthority};
+    int begin = -kLong;
+    int end = kLong;
+    std::string name{"middle"};
+};
+
+class KeyHearingTest : public ::testing::Test {
+protected:
+    KeyHearingTest() {
+        setting_.anchors = {encoded(root_.get())};
+        setting_.revocation = BASALT_REVOCATION_REQUIRE;
+    }
+
+    static PartyOwner twin_of(const Party& party, const Twin& twin) {
+        CertificateSpec spec{twin.name, twin.issuer, twin.extensions, twin.begin, twin.end};
+        spec.same_key = &party;
+        return make_party(spec);
+    }
+
+    // The honest chain with what lies beside it; in whatever place the certificates lie.
+    DWORD verdict_with(const std::vector<const Party*>& beside, std::vector<std::string> lists) {
+        lists.push_back(make_list({middle_.get(), -1, 100}));
+        Given given{encoded(stamper_.get()), {encoded(middle_.get())}, lists};
+        for (const Party* party : beside) {
+            given.bag.push_back(encoded(party));
+        }
+        const DWORD verdict = stamp_verdict(setting_, given);
+        std::reverse(given.bag.begin(), given.bag.end());
+        std::reverse(given.lists.begin(), given.lists.end());
+        EXPECT_EQ(stamp_verdict(setting_, given), verdict) << "in another order";
+        Setting with_own = setting_;
+        with_own.own = given.bag;
+        EXPECT_EQ(stamp_verdict(with_own, {given.end, {}, given.lists}), verdict) << "of one's own";
+        return verdict;
+    }
+
+    PartyOwner root_ = make_party({"root", nullptr, kAuthority});
+    PartyOwner middle_ = make_party({"middle", root_.get(), kAuthority});
+    PartyOwner stamper_ = make_party({"stamper", middle_.get(), kStamper});
+    Setting setting_;
+};
+
+TEST_F(KeyHearingTest, ItIsHeardWhateverIsWrongWithTheCertificateItself) {
+    const struct {
+        const char* what;
+        Twin twin;
+    } cases[] = {
+        {"nothing", {root_.get()}},
+        {"ended before the stamp", {root_.get(), kAuthority, -kLong, -500}},
+        {"begins after the stamp", {root_.get(), kAuthority, 500, kLong}},
+        {"for other uses",
+         {root_.get(), std::string(kAuthority) + "\nextendedKeyUsage=serverAuth"}},
+        {"no authority", {root_.get(), "basicConstraints=critical,CA:FALSE"}},
+        {"an extension nobody knows",
+         {root_.get(), kAuthority + std::string("\n1.2.3=critical,DER:0500")}},
+        {"another name", {root_.get(), kAuthority, -kLong, kLong, "muddle"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const PartyOwner twin = twin_of(*middle_, c.twin);
+        for (const int reason : {kCompromised, kSuperseded}) {
+            EXPECT_EQ(
+                verdict_with({twin.get()},
+                             {make_list({root_.get(), -1, 100, {{twin.get(), -10, reason}}})}),
+                reason == kCompromised ? CRYPT_E_REVOKED : 0U)
+                << reason;
+        }
+    }
+    const PartyOwner impostor = make_party({"root", nullptr, kAuthority});
+    const PartyOwner forged = twin_of(*middle_, {impostor.get()});
+    EXPECT_EQ(
+        verdict_with({forged.get(), impostor.get()},
+                     {make_list({root_.get(), -1, 100}),
+                      make_list({impostor.get(), -1, 100, {{forged.get(), -10, kCompromised}}})}),
+        0U)
+        << "by nobody under the anchor";
+}
+
+TEST_F(KeyHearingTest, WhoeverSaysItMustBeEntitled) {
+    const std::string elsewhere =
+        std::string(kAuthority) +
+        "\nnameConstraints=critical,permitted;dirName:names\n[names]\nCN=elsewhere\n";
+    const struct {
+        const char* what;
+        CertificateSpec speaker;
+        int made; // the list
+        bool revoked;
+        bool is_heard;
+    } cases[] = {
+        {"may issue stampers", {"side", root_.get(), kAuthority}, -1, false, true},
+        {"for other uses",
+         {"side", root_.get(), kAuthority + std::string("\nextendedKeyUsage=serverAuth")},
+         -1,
+         false,
+         false},
+        {"for other names", {"side", root_.get(), elsewhere}, -1, false, false},
+        {"no authority",
+         {"side", root_.get(), "basicConstraints=critical,CA:FALSE"},
+         -1,
+         false,
+         false},
+        {"revoked itself", {"side", root_.get(), kAuthority}, -1, true, false},
+        {"begins after the stamp", {"side", root_.get(), kAuthority, 20, kLong}, 30, false, true},
+        {"ended when it was said",
+         {"side", root_.get(), kAuthority, -kLong, -500},
+         -1,
+         false,
+         false},
+    };
+    setting_.now = ticks_at(50);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const PartyOwner speaker = make_party(c.speaker);
+        const PartyOwner twin = twin_of(*middle_, {speaker.get()});
+        const std::vector<ListEntry> of_speaker =
+            c.revoked ? std::vector<ListEntry>{{speaker.get(), -20, kCompromised}}
+                      : std::vector<ListEntry>{};
+        EXPECT_EQ(verdict_with(
+                      {twin.get(), speaker.get()},
+                      {make_list({root_.get(), -1, 100, of_speaker}),
+                       make_list({speaker.get(), c.made, 100, {{twin.get(), -10, kCompromised}}})}),
+                  c.is_heard ? CRYPT_E_REVOKED : 0U);
+    }
+}
+
+// An older list with another reason, or a good one, doesn't outdo it.
+TEST_F(KeyHearingTest, OneStatementAmongSeveralIsEnough) {
+    const PartyOwner twin = twin_of(*middle_, {root_.get(), kAuthority, -kLong, -500});
+    const std::string told = make_list({root_.get(), -1, 100, {{twin.get(), -10, kCompromised}}});
+    EXPECT_EQ(
+        verdict_with(
+            {twin.get()},
+            {told, make_list({root_.get(), -2 * kHour, 90, {{twin.get(), -600, kSuperseded}}})}),
+        CRYPT_E_REVOKED);
+    setting_.own_lists = {make_list({root_.get(), -2, 90})};
+    EXPECT_EQ(verdict_with({twin.get()}, {told}), CRYPT_E_REVOKED);
+    setting_.now = ticks_at(-300);
+    setting_.own_lists = {make_list({root_.get(), -400, 90})};
+    EXPECT_EQ(verdict_with({twin.get()}, {make_list({middle_.get(), -400, 100}), told}), 0U)
+        << "not known by then";
+}
+
+TEST_F(KeyHearingTest, AnotherCertificateOfTheSignersKeyTellsOfIt) {
+    const PartyOwner twin = twin_of(*stamper_, {middle_.get(), kStamper, -kLong, -500, "stamper"});
+    for (const int reason : {kCompromised, kSuperseded}) {
+        EXPECT_EQ(verdict_with({twin.get()},
+                               {make_list({root_.get(), -1, 100}),
+                                make_list({middle_.get(), -1, 100, {{twin.get(), -10, reason}}})}),
+                  reason == kCompromised ? CRYPT_E_REVOKED : 0U);
+    }
+}
+
+TEST_F(KeyHearingTest, OneInTheUsersStoreTellsToo) {
+    std::string folder = (std::filesystem::temp_directory_path() / "stores.XXXXXX").string();
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    setenv("BASALT_USER_STORES", folder.c_str(), 1);
+    const PartyOwner twin = twin_of(*middle_, {root_.get()});
+    const std::string der = encoded(twin.get());
+    {
+        const StoreReference store(
+            CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"CA"));
+        ASSERT_TRUE(CertAddEncodedCertificateToStore(
+            store.get(), X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()),
+            static_cast<DWORD>(der.size()), CERT_STORE_ADD_ALWAYS, nullptr));
+    }
+    const StoreReference anchors = store_of(setting_.anchors);
+    const FILETIME now = file_time_of(ticks_at(0));
+    BASALT_CHAIN_ENGINE_CONFIG config{};
+    config.Base.cbSize = sizeof config;
+    config.Base.hExclusiveRoot = anchors.get();
+    config.dwRevocationMode = BASALT_REVOCATION_REQUIRE;
+    config.pNow = &now;
+    HCERTCHAINENGINE engine = nullptr;
+    ASSERT_TRUE(CertCreateCertificateChainEngine(&config.Base, &engine));
+    const EngineReference held(engine);
+    for (const int reason : {kCompromised, kSuperseded}) {
+        EXPECT_EQ(stamp_verdict(
+                      build(held, {encoded(stamper_.get()),
+                                   {encoded(middle_.get())},
+                                   {make_list({root_.get(), -1, 100, {{twin.get(), -10, reason}}}),
+                                    make_list({middle_.get(), -1, 100})}})),
+                  reason == kCompromised ? CRYPT_E_REVOKED : 0U);
+    }
+    unsetenv("BASALT_USER_STORES");
+    std::filesystem::remove_all(folder);
+}
+
+// An authority that has renewed its certificate again and again, or under each of many roots.
+TEST_F(KeyHearingTest, VeryManyCertificatesOfAKeyAreNoObstacle) {
+    constexpr int kMany = 40;
+    for (const bool cross_certified : {false, true}) {
+        SCOPED_TRACE(cross_certified);
+        std::vector<PartyOwner> roots;
+        std::vector<PartyOwner> twins;
+        std::vector<const Party*> beside;
+        std::vector<std::string> lists{make_list({root_.get(), -1, 100})};
+        for (int i = 0; i < kMany; ++i) {
+            const Party* issuer = root_.get();
+            if (cross_certified) {
+                roots.push_back(make_party({"root" + std::to_string(i), nullptr, kAuthority}));
+                issuer = roots.back().get();
+                setting_.anchors.push_back(encoded(issuer));
+                lists.push_back(make_list({issuer, -1, 100}));
+            }
+            twins.push_back(twin_of(*middle_, {issuer}));
+            beside.push_back(twins.back().get());
+        }
+        EXPECT_EQ(verdict_with(beside, lists), 0U);
+        if (cross_certified) {
+            continue;
+        }
+        for (const Party* told : {beside.front(), beside[kMany / 2], beside.back()}) {
+            EXPECT_EQ(verdict_with(
+                          beside, {make_list({root_.get(), -1, 100, {{told, -10, kCompromised}}})}),
+                      CRYPT_E_REVOKED);
+        }
+        // All but one were given up long before the stamp: of one's own as many are judged.
+        std::vector<ListEntry> given_up;
+        for (const Party* twin : beside) {
+            given_up.push_back({twin, -100, kSuperseded});
+        }
+        Setting with_own = setting_;
+        with_own.own = encoded_all(beside);
+        EXPECT_EQ(stamp_verdict(with_own, {encoded(stamper_.get()),
+                                           {encoded(middle_.get())},
+                                           {make_list({root_.get(), -1, 100, given_up}),
+                                            make_list({middle_.get(), -1, 100})}}),
+                  0U);
+    }
+}
+
+} // namespace
+} // namespace basalt::test
