@@ -224,6 +224,31 @@ TEST_F(BuriedEvidenceTest, AWayUpThatJunkHidesIsNotTakenForRevoked) {
     EXPECT_EQ(stamp_verdict(setting_, about), 0U);
 }
 
+// More lists than are looked at; what they say, and not where they lie, decides which are.
+TEST_F(BuriedEvidenceTest, TheOrderOfForgedListsDoesNotShow) {
+    const PartyOwner forger = make_party({"authority", nullptr, kAuthority});
+    const std::string good = make_list({authority_.get(), -3, 100});
+    const std::string revoking =
+        make_list({authority_.get(), -1, 100, {{stamper_.get(), -10, kCompromised}}});
+    const struct {
+        std::vector<std::string> honest;
+        DWORD expected;
+    } cases[] = {{{revoking}, CRYPT_E_REVOKED},
+                 {{good, revoking}, CRYPT_E_REVOKED},
+                 {{good}, TRUST_E_SYSTEM_ERROR}};
+    std::vector<std::string> forged;
+    for (int i = 0; i < 170; ++i) {
+        forged.push_back(make_list({forger.get(), -10 - i, 100}));
+    }
+    for (const auto& c : cases) {
+        Given about = given({encoded(authority_.get())});
+        about.lists = joined({make_list({root_.get(), -1, 100})}, joined(c.honest, forged));
+        EXPECT_EQ(stamp_verdict(setting_, about), c.expected);
+        std::reverse(about.lists.begin(), about.lists.end());
+        EXPECT_EQ(stamp_verdict(setting_, about), c.expected) << "in another order";
+    }
+}
+
 // One of the certificates of the authority's key was revoked, and more of them lie in the bag than
 // are looked at.
 TEST_F(BuriedEvidenceTest, OneOfVeryManyCertificatesOfAKeyTellsOfTheKey) {

@@ -6,6 +6,7 @@
 #include <openssl/err.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace basalt {
@@ -200,6 +201,42 @@ bool Inquiry::is_for_us(const EvidenceItem& item) const {
                      : item.answer && is_about(*item.answer, certificate_, issuer_);
 }
 
+// By its own word; nobody has looked who signed it.
+bool Inquiry::speaks_against(const EvidenceItem& item) const {
+    if (item.list) {
+        X509_REVOKED* entry = nullptr;
+        return X509_CRL_get0_by_cert(item.list->list.get(), &entry, certificate_) != 0;
+    }
+    const std::vector<Statement> said = statements_of(*item.answer, certificate_, issuer_);
+    return std::any_of(said.begin(), said.end(), [](const Statement& s) { return s.revoked; });
+}
+
+// Where there may be more than can be heard it hangs on what they say, and not on the order in
+// which they came, which are: one's own, and what revokes, go first.
+void Inquiry::put_weightiest_first(Items& items) const {
+    constexpr std::size_t kFew = 8;
+    if (items.size() <= kFew) {
+        return;
+    }
+    using Weighed = std::tuple<bool, bool, const EvidenceItem*>;
+    std::vector<Weighed> weighed;
+    for (const EvidenceItem* item : items) {
+        weighed.emplace_back(item->given(), !speaks_against(*item), item);
+    }
+    std::sort(weighed.begin(), weighed.end(), [](const Weighed& a, const Weighed& b) {
+        const auto head = [](const Weighed& w) {
+            return std::pair(std::get<0>(w), std::get<1>(w));
+        };
+        const Bytes first = std::get<2>(a)->encoded;
+        const Bytes second = std::get<2>(b)->encoded;
+        return head(a) != head(b) ? head(a) < head(b)
+                                  : std::lexicographical_compare(first.begin(), first.end(),
+                                                                 second.begin(), second.end());
+    });
+    std::transform(weighed.begin(), weighed.end(), items.begin(),
+                   [](const Weighed& w) { return std::get<2>(w); });
+}
+
 void Inquiry::accept(const EvidenceItem& item) {
     if (item.list) {
         lists_.push_back({&item, scope_.reasons(*item.list)});
@@ -239,6 +276,7 @@ bool Inquiry::consider(Items items) {
     std::erase_if(items, [&](const EvidenceItem* item) {
         return !item->usable() || is_accepted(*item) || !is_for_us(*item);
     });
+    put_weightiest_first(items);
     Items open;
     for (const EvidenceItem* item : items) {
         if (hears(*item, &EvidenceSigner::is_on_path)) {

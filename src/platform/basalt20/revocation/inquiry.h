@@ -31,6 +31,8 @@ private:
 
     Items fetched_before() const;
     bool is_for_us(const EvidenceItem& item) const;
+    bool speaks_against(const EvidenceItem& item) const;
+    void put_weightiest_first(Items& items) const;
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
