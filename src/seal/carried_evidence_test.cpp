@@ -129,5 +129,74 @@ TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
     EXPECT_NE(word_of([&] { static_cast<void>(extend(namesakes, trust)); }), "");
 }
 
+// An authority under the same root says that the signer's key was stolen, of a certificate that it
+// has issued for it.
+TEST_F(CarriedEvidenceTest, OnlyWhoMayIssueStampersIsHeardOfTheSignersKey) {
+    using tsp::owned;
+    const auto key = owned(EVP_EC_gen("P-256"), &EVP_PKEY_free);
+    const auto certificate = [&](const char* name, const X509_NAME* issuer, EVP_PKEY* subject_key,
+                                 EVP_PKEY* issuer_key, const char* usage) {
+        auto made = owned(X509_dup(authority.root()), &X509_free);
+        X509_set_issuer_name(made.get(), issuer);
+        ASN1_INTEGER_set(X509_get_serialNumber(made.get()), 123);
+        const auto subject = owned(X509_NAME_new(), &X509_NAME_free);
+        X509_NAME_add_entry_by_txt(subject.get(), "CN", MBSTRING_UTF8,
+                                   reinterpret_cast<const unsigned char*>(name), -1, -1, 0);
+        X509_set_subject_name(made.get(), subject.get());
+        X509_set_pubkey(made.get(), subject_key);
+        if (usage != nullptr) {
+            const auto entry =
+                owned(X509V3_EXT_conf_nid(nullptr, nullptr, NID_ext_key_usage, usage),
+                      &X509_EXTENSION_free);
+            X509_add_ext(made.get(), entry.get(), -1);
+        }
+        X509_sign(made.get(), issuer_key, EVP_sha256());
+        return made;
+    };
+    const auto list = owned(X509_CRL_new(), &X509_CRL_free);
+    const auto time = owned(ASN1_TIME_new(), &ASN1_TIME_free);
+    X509_CRL_set_version(list.get(), X509_CRL_VERSION_2);
+    ASN1_TIME_set_string_X509(time.get(), "20240602000000Z");
+    X509_CRL_set1_lastUpdate(list.get(), time.get());
+    X509_REVOKED* entry = X509_REVOKED_new();
+    X509_REVOKED_set_revocationDate(entry, time.get());
+    const auto why = owned(ASN1_ENUMERATED_new(), &ASN1_ENUMERATED_free);
+    ASN1_ENUMERATED_set(why.get(), CRL_REASON_KEY_COMPROMISE);
+    X509_REVOKED_add1_ext_i2d(entry, NID_crl_reason, why.get(), 0, 0);
+    const auto serial = owned(ASN1_INTEGER_new(), &ASN1_INTEGER_free);
+    ASN1_INTEGER_set(serial.get(), 123);
+    X509_REVOKED_set_serialNumber(entry, serial.get());
+    X509_CRL_add0_revoked(list.get(), entry);
+    ASN1_TIME_set_string_X509(time.get(), "20491230000000Z");
+    X509_CRL_set1_nextUpdate(list.get(), time.get());
+    trust.revocation = Revocation::available;
+    struct Case {
+        const char* of_speaker;
+        const char* of_twin;
+        bool is_heard;
+    };
+    for (const Case& c :
+         {Case{nullptr, nullptr, true}, Case{"serverAuth", nullptr, false},
+          Case{nullptr, "serverAuth", true}, Case{"serverAuth,timeStamping", nullptr, true}}) {
+        SCOPED_TRACE(c.of_speaker == nullptr ? "any" : c.of_speaker);
+        const auto speaker = certificate("speaker", X509_get_subject_name(authority.root()),
+                                         key.get(), authority.root_key(), c.of_speaker);
+        const X509_NAME* name = X509_get_subject_name(speaker.get());
+        const auto twin = certificate("Test Authority", name, X509_get0_pubkey(authority.signer()),
+                                      key.get(), c.of_twin);
+        X509_CRL_set_issuer_name(list.get(), name);
+        X509_CRL_sign(list.get(), key.get(), EVP_sha256());
+        Trust with = trust;
+        with.certificates = {to_bytes(tsp::der(speaker.get(), &i2d_X509)),
+                             to_bytes(tsp::der(twin.get(), &i2d_X509))};
+        with.evidence = {to_bytes(tsp::der(list.get(), &i2d_X509_CRL))};
+        const Verdict verdict = Verifier(with).verify_token(Stamp::read(to_bytes(token)));
+        EXPECT_EQ(verdict.good(), !c.is_heard) << verdict.error().what();
+        if (c.is_heard) {
+            EXPECT_EQ(verdict.deciding().word, "revoked");
+        }
+    }
+}
+
 } // namespace
 } // namespace chronoseal::testing

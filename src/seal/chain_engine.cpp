@@ -186,7 +186,13 @@ ChainEngine::~ChainEngine() {
 ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTORE store,
                                   Asking asking) const {
     FILETIME time = file_time_of(at);
+    char time_stamping[] = "1.3.6.1.5.5.7.3.8";
+    char* usages[] = {time_stamping};
     BASALT_FETCHING_CHAIN_PARA parameter{};
+    // For the policy's own use, so that the links are those of the path that it judges: what an
+    // authority for other uses says of a key isn't heard.
+    parameter.Base.Base.RequestedUsage.dwType = USAGE_MATCH_TYPE_AND;
+    parameter.Base.Base.RequestedUsage.Usage = {1, usages};
     parameter.Base.Base.cbSize = sizeof parameter;
     parameter.hFetching = asking.together != nullptr ? asking.together->get() : nullptr;
     const DWORD flags = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT |

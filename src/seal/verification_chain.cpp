@@ -216,9 +216,8 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
         skip(Check::revocation, "switched_off", "revocation was not to be looked at", false);
         return;
     }
-    const bool revoked = judgement.code == CRYPT_E_REVOKED || judgement.code == CERT_E_REVOKED ||
-                         (judgement.trust_bits & CERT_TRUST_IS_REVOKED) != 0;
-    if (revoked) {
+    // By the policy alone: of a path that isn't the only one the bits say nothing.
+    if (judgement.code == CRYPT_E_REVOKED || judgement.code == CERT_E_REVOKED) {
         const Error error = error_of_code(CRYPT_E_REVOKED);
         std::string text = error.text();
         for (const ChainLink& link : verdict_.chain) {
@@ -239,6 +238,10 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
     }
     if (!passed(Check::chain)) {
         skip_after(Check::chain, {Check::revocation});
+        return;
+    }
+    if (judgement.code == CERT_E_WRONG_USAGE) {
+        skip_after(Check::usage, {Check::revocation}); // nobody looked
         return;
     }
     if (const Finding* earlier = first_failure();

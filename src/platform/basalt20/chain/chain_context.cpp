@@ -65,24 +65,24 @@ Chain* Chain::build(ChainSettings settings, ChainRequest request) {
     std::unique_ptr<Chain, Release> chain(new Chain(std::move(settings), request));
     chain->now_ = chain->session_->now();
     chain->at_ = request.at ? *request.at : chain->now_;
-    chain->any_use_ = request.usage.usages.empty() && !request.usage.is_time_stamp;
-    chain->judgement_ = chain->session_->judge(chain->at_, request.usage);
+    chain->usage_ = std::move(request.usage);
+    chain->judgement_ = chain->session_->judge(chain->at_, chain->usage_);
     chain->fill_records();
     return chain.release();
 }
 
-// Whether the session would find the same good path, and as good, if it were asked anew without a
-// use: nothing was asked of it since, and next to no time has gone by.
-bool Chain::still_holds(FileTicks at) const {
+// Whether the session would find the same good path, and as good, if it were asked anew for the
+// same use or a narrower one: nothing was asked of it since, and next to no time has gone by.
+bool Chain::still_holds(FileTicks at, const UsageQuestion& usage) const {
     constexpr FileTicks kNextToNothing = 10'000'000; // a second
     const FileTicks now = session_->now();
-    return judgement_.good() && any_use_ && at == at_ && now >= now_ &&
+    return judgement_.good() && implies(usage, usage_) && at == at_ && now >= now_ &&
            now - now_ < kNextToNothing && !judged_again_;
 }
 
 Judgement Chain::judge(FileTicks at, const UsageQuestion& usage) const {
-    if (still_holds(at)) {
-        // A use only takes paths away: those before this one weren't good without it.
+    if (still_holds(at, usage)) {
+        // A narrower use only takes paths away: those before this one weren't good without it.
         Path path;
         for (const JudgedElement& element : judgement_.elements) {
             path.push_back(element.certificate);

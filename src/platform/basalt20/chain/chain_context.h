@@ -44,7 +44,7 @@ private:
     Chain(ChainSettings settings, const ChainRequest& request);
     ~Chain() = default;
 
-    bool still_holds(FileTicks at) const;
+    bool still_holds(FileTicks at, const UsageQuestion& usage) const;
 
     struct Record {
         CertificateReference certificate;
@@ -66,7 +66,7 @@ private:
     Judgement judgement_;
     FileTicks at_ = 0;  // for which that is
     FileTicks now_ = 0; // when it was made
-    bool any_use_ = false;
+    UsageQuestion usage_;
     mutable std::atomic<bool> judged_again_{false};
 
     std::vector<Record> records_;

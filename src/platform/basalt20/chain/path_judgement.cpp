@@ -252,6 +252,13 @@ void check_dates(const Path& path, PathErrors& errors) {
 
 } // namespace
 
+bool implies(const UsageQuestion& one, const UsageQuestion& other) {
+    const bool asks_for_nothing = other.usages.empty() && !other.is_time_stamp;
+    const bool asks_for_part = one.is_time_stamp && !other.is_time_stamp &&
+                               other.usages == std::vector<std::string>{kTimeStamping};
+    return asks_for_nothing || asks_for_part;
+}
+
 PathErrors structure_errors(const Path& path, const std::vector<std::string>& policies) {
     PathErrors errors(path.size());
     const std::vector<X509*> certificates = openssl_path(path);

@@ -20,6 +20,9 @@ struct UsageQuestion {
     bool is_time_stamp = false; // the signer's sole usage, critical, and no CA
 };
 
+// Whether every path that is right for one use is right for the other, too.
+bool implies(const UsageQuestion& one, const UsageQuestion& other);
+
 struct PathQuestion {
     std::vector<std::string> policies; // OIDs, the initial set; empty: any
     StrengthLevel strength = StrengthLevel::floor;
