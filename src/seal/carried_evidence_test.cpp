@@ -129,6 +129,29 @@ TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
     EXPECT_NE(word_of([&] { static_cast<void>(extend(namesakes, trust)); }), "");
 }
 
+// The signer's certificate lies behind others in the unsigned attribute that long-term signatures
+// have for them.
+TEST_F(CarriedEvidenceTest, CertificatesAreFoundBehindOthersAndNeverMissedForBad) {
+    const std::string other = tsp::Authority().signer_der();
+    const std::string bare = authority.signed_with({.with_certificates = false});
+    trust.revocation = Revocation::available;
+    const auto verdict_behind = [&](unsigned count) {
+        std::string values;
+        for (unsigned i = 0; i < count; ++i) {
+            values += other;
+        }
+        SignedDataParts parts(to_bytes(bare));
+        parts.add_unsigned_attribute(0, "1.2.840.113549.1.9.16.2.23",
+                                     to_bytes(sequence(values + authority.signer_der())));
+        return Verifier(trust).verify_token(Stamp::read(parts.encode()));
+    };
+    for (const unsigned count : {0U, 300U, 3000U}) {
+        const Verdict verdict = verdict_behind(count);
+        EXPECT_TRUE(verdict.good()) << count << verdict.error().what();
+    }
+    EXPECT_TRUE(verdict_behind(5000).indeterminate());
+}
+
 // An authority under the same root says that the signer's key was stolen, of a certificate that it
 // has issued for it.
 TEST_F(CarriedEvidenceTest, OnlyWhoMayIssueStampersIsHeardOfTheSignersKey) {

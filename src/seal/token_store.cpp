@@ -2,6 +2,7 @@
 #include <chronoseal/seal/token_store.h>
 
 #include <algorithm>
+#include <utility>
 
 #include <chronoseal/atl/platform_answer.h>
 #include <chronoseal/seal/der_element.h>
@@ -14,36 +15,31 @@ namespace {
 
 constexpr std::string_view kCertificateValues = "1.2.840.113549.1.9.16.2.23";
 
-// A hostile token may hold any number.
-constexpr std::size_t kMostObjects = 200;
+// A hostile token may hold any number; whoever looks for a way up tries the likeliest first.
+constexpr std::size_t kMostObjects = 4096;
 
-// The entries of a SEQUENCE OF.
-std::vector<ByteView> entries_of(ByteView sequence) {
-    std::vector<ByteView> entries;
-    if (const auto outer = DerReader(sequence).next(der_tag::kSequence)) {
-        DerReader reader(outer->content);
-        while (entries.size() < kMostObjects) {
-            const auto entry = reader.next();
-            if (!entry) {
-                break;
-            }
-            entries.push_back(entry->whole);
+// Adds the entries of a SEQUENCE OF certificates, each whatever others have its number; false when
+// some were left out.
+bool add_certificates(ByteView values, HCERTSTORE store, std::size_t& added) {
+    const auto outer = DerReader(values).next(der_tag::kSequence);
+    if (!outer) {
+        return true;
+    }
+    DerReader reader(outer->content);
+    while (const auto entry = reader.next()) {
+        if (++added > kMostObjects) {
+            return false;
         }
+        CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(entry->whole),
+                                         static_cast<DWORD>(entry->whole.size()),
+                                         CERT_STORE_ADD_ALWAYS, nullptr);
     }
-    return entries;
-}
-
-void add_certificates(ByteView values, HCERTSTORE store) {
-    for (const ByteView der : entries_of(values)) {
-        CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der),
-                                         static_cast<DWORD>(der.size()),
-                                         CERT_STORE_ADD_USE_EXISTING, nullptr);
-    }
+    return true;
 }
 
 } // namespace
 
-ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo& signature) {
+TokenStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo& signature) {
     // Lists and answers, those of revocationValues among them, are read by the platform.
     ATL2::CCertStore own;
     if (message) {
@@ -54,17 +50,20 @@ ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo
             return attribute.oid == kCertificateValues;
         });
     if (message && !has_values) {
-        return own;
+        return {std::move(own)};
     }
+    TokenStore found;
+    std::size_t added = 0;
     auto values = memory_store();
     for (const AttributeInfo& attribute : signature.unsigned_attributes) {
         for (const Bytes& value : attribute.values) {
             if (attribute.oid == kCertificateValues) {
-                add_certificates(value, values.get());
+                found.is_whole = add_certificates(value, values.get(), added) && found.is_whole;
             }
         }
     }
-    return message ? collection_of({&own, &values}) : values;
+    found.store = message ? collection_of({&own, &values}) : values;
+    return found;
 }
 
 } // namespace chronoseal

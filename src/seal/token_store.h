@@ -8,9 +8,14 @@
 
 namespace chronoseal {
 
+struct TokenStore {
+    ATL2::CCertStore store;
+    bool is_whole = true; // false: there was more than anybody needs, and what may be needed
+};
+
 // Those in the message itself, and those of the unsigned attributes certificateValues and
 // revocationValues of long-term signatures (RFC 5126, 6.3.3 and 6.3.4). What can't be read is left
 // out.
-ATL2::CCertStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo& signature);
+TokenStore token_store(const ATL2::CCryptMsg& message, const SignatureInfo& signature);
 
 } // namespace chronoseal

@@ -15,7 +15,6 @@
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/token_signer.h>
-#include <chronoseal/seal/token_store.h>
 
 namespace chronoseal {
 
@@ -393,7 +392,7 @@ void Verification::find_signer_certificate() {
     if (trust_.reach == Reach::everywhere) {
         last = address_book;
     }
-    SignerSearch search = find_signer(stamp_.signer_name, {&own_, &trust_.extra}, last);
+    SignerSearch search = find_signer(stamp_.signer_name, {&own_.store, &trust_.extra}, last);
     if (search.certificate && names_contradict(search.certificate)) {
         fail(Check::signer, CRYPT_E_SIGNER_NOT_FOUND, "signer_contradicted",
              "the signed attributes of the token name different certificates as its signer's",
@@ -402,6 +401,8 @@ void Verification::find_signer_certificate() {
         signer_ = std::move(search.certificate);
         verdict_.signer = certificate_info(signer_.get());
         pass(Check::signer, quote_foreign(verdict_.signer->subject));
+    } else if (search.code == CRYPT_E_NOT_FOUND && !own_.is_whole) {
+        skip_as_too_costly(Check::signer);
     } else if (!has_signed_attribute({kSigningCertificate, kSigningCertificateV2})) {
         fail(Check::signer, search.code, "signer_not_named",
              "the token has no signed attribute that names its signer's certificate",

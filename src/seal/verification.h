@@ -8,6 +8,7 @@
 #include <chronoseal/seal/signed_bytes.h>
 #include <chronoseal/seal/stamp_access.h>
 #include <chronoseal/seal/sunset.h>
+#include <chronoseal/seal/token_store.h>
 #include <chronoseal/seal/trust_store.h>
 
 namespace chronoseal {
@@ -97,7 +98,7 @@ private:
     const Expected& expected_;
     const SharedFetching* together_;
     ATL2::CCryptMsg message_;
-    ATL2::CCertStore own_; // what came with the token
+    TokenStore own_; // what came with the token
     ATL2::CCertContext signer_;
     Verdict verdict_;
 };

@@ -104,8 +104,11 @@ void Verification::judge_chain() {
         return;
     }
     // What is bad anyway is worth no connection.
-    ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.get(),
+    ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.store.get(),
                                                    {together_, first_failure() == nullptr});
+    if (!own_.is_whole && judgement.code != CRYPT_E_REVOKED) {
+        judgement.code = kTooCostly; // what wasn't looked at may lead elsewhere, or revoke
+    }
     verdict_.chain = std::move(judgement.links);
     check_chain(judgement);
     check_usage(judgement);
