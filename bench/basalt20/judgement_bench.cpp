@@ -1,8 +1,8 @@
 // What a verdict costs when somebody has put a mebibyte of hostile things into the token: each bag
-// of hostile_bags.h from its bytes to the verdict, store and session included. Prepared
-// certificates and keys are kept between rounds, as in a process that runs on; `cold` is the first
-// round alone, in processor time.
-#include <basalt/chain/hostile_bags.h>
+// of hostile_bags.h and hostile_lists.h from its bytes to the verdict, store and session included.
+// Prepared certificates and keys are kept between rounds, as in a process that runs on; `cold` is
+// the first round alone, in processor time.
+#include <basalt/chain/hostile_lists.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -44,8 +44,10 @@ int main(int argc, char** argv) {
         setenv(name, "/nonexistent", 1);
     }
     benchmark::Initialize(&argc, argv);
-    for (const NamedBag& named : basalt::test::hostile_bags()) {
-        benchmark::RegisterBenchmark(named.name, judge, named)->Unit(benchmark::kMillisecond);
+    for (const auto& bags : {basalt::test::hostile_bags(), basalt::test::hostile_lists()}) {
+        for (const NamedBag& named : bags) {
+            benchmark::RegisterBenchmark(named.name, judge, named)->Unit(benchmark::kMillisecond);
+        }
     }
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -2,6 +2,7 @@
 // certificates nor a list that revokes. Where a search has to end early, nothing is called good,
 // nor bad.
 #include <basalt/chain/judged_chain.h>
+#include <basalt/revocation/budget.h>
 
 #include <algorithm>
 
@@ -28,10 +29,22 @@ protected:
     // The authority's digest is a large one, so that the search comes to it late.
     void make_parties() {
         do {
-            authority_ = make_party({"authority", root_.get(), kAuthority});
+            CertificateSpec spec{"authority", root_.get(), kAuthority};
+            spec.key = key_of_authority_.get();
+            authority_ = make_party(spec);
         } while (digest_of(*authority_)[0] < 0xC0);
         rekeyed_ = make_party({"authority", root_.get(), kAuthority});
         stamper_ = make_party({"stamper", authority_.get(), kStamper});
+    }
+
+    // A hundred and twenty of their signatures use up what there is for what came along.
+    void make_parties_with_dear_keys() {
+        key_of_authority_.reset(EVP_EC_gen("P-384"));
+        CertificateSpec spec{"root", nullptr, kAuthority};
+        spec.key = key_of_authority_.get();
+        root_ = make_party(spec);
+        setting_.anchors = {encoded(root_.get())};
+        make_parties();
     }
 
     // With a good list of the root, and one of the authority that was made before the user's own.
@@ -63,7 +76,8 @@ protected:
         return twin;
     }
 
-    // Certificates of that name with keys that cost ten signatures each, and others that cost one.
+    // Certificates of that name with keys whose signatures cost fourteen each, and others that cost
+    // one.
     static std::vector<std::string> namesakes(const std::string& name, int dear, int cheap) {
         std::vector<std::string> all;
         for (int i = 0; i < dear + cheap; ++i) {
@@ -83,22 +97,23 @@ protected:
 
     Setting setting_;
     PartyOwner root_ = make_party({"root", nullptr, kAuthority});
+    EvpKey key_of_authority_; // null: a new one
     PartyOwner authority_;
     PartyOwner rekeyed_;
     PartyOwner stamper_;
 };
 
 TEST_F(BuriedEvidenceTest, JunkDoesNotUseUpWhatOnesOwnListNeeds) {
-    for (int cheap = 4; cheap < 7; ++cheap) {
+    for (int cheap = 16; cheap < 19; ++cheap) {
         SCOPED_TRACE(cheap);
         make_parties(); // what is known of the chains of one turn mustn't serve the next
         own_the_revocation(true);
         const PartyOwner nobody = make_party({"nobody", nullptr, kAuthority});
         const PartyOwner twin = twin_of_authority(*nobody);
         const std::vector<std::string> bag = joined(
-            {encoded(authority_.get()), encoded(twin.get())}, namesakes("nobody", 12, cheap));
+            {encoded(authority_.get()), encoded(twin.get())}, namesakes("nobody", 70, cheap));
         // Two signatures go before these, and the way up through the authority needs one behind.
-        const DWORD expected = cheap < 6 ? CRYPT_E_REVOKED : TRUST_E_SYSTEM_ERROR;
+        const DWORD expected = cheap < 18 ? CRYPT_E_REVOKED : TRUST_E_SYSTEM_ERROR;
         EXPECT_EQ(stamp_verdict(setting_, given(bag)), expected);
         Given without_older = given(bag);
         without_older.lists.pop_back();
@@ -152,6 +167,7 @@ TEST_F(BuriedEvidenceTest, ListSignersAreFoundAmongNamesakesWhateverTheirOrder) 
 
 // Forged lists about the signer of one's own list, or by its name.
 TEST_F(BuriedEvidenceTest, ForgedListsDoNotSilenceOnesOwn) {
+    make_parties_with_dear_keys();
     const PartyOwner forged_root = make_party({"root", nullptr, kAuthority});
     const PartyOwner forged_authority = make_party({"authority", nullptr, kAuthority});
     for (const Party* forger : {forged_root.get(), forged_authority.get()}) {
@@ -237,7 +253,8 @@ TEST_F(BuriedEvidenceTest, TheOrderOfForgedListsDoesNotShow) {
                  {{good, revoking}, CRYPT_E_REVOKED},
                  {{good}, TRUST_E_SYSTEM_ERROR}};
     std::vector<std::string> forged;
-    for (int i = 0; i < 170; ++i) {
+    const int most = static_cast<int>(BudgetLimits{}.given_evidence_signatures);
+    for (int i = 0; i < most; ++i) {
         forged.push_back(make_list({forger.get(), -10 - i, 100}));
     }
     for (const auto& c : cases) {

@@ -13,6 +13,9 @@ namespace basalt {
 
 namespace {
 
+// To read of a certificate how likely it is a wanted one takes a microsecond.
+constexpr std::size_t kComparisonsToRank = 10;
+
 StoreReference open_system_store(const char* name) {
     return StoreReference(CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0,
                                         CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,
@@ -112,50 +115,65 @@ ChainSession::ChainSession(ChainSettings settings, SessionRequest request)
 ChainSession::~ChainSession() = default;
 
 // Those of the system stores among them: who signs lists needn't be on the way to an anchor.
-NamedCertificates ChainSession::named(const X509_NAME* subject, Bytes authority_key_identifier) {
+std::shared_ptr<const NamedCertificates> ChainSession::named(const ListMaker& maker) {
     add_system_stores();
-    const Bytes name = bytes_of(subject);
-    NamedCertificates& named =
-        named_[{std::string(name.begin(), name.end()),
-                std::string(authority_key_identifier.begin(), authority_key_identifier.end())}];
-    if (!named.found.empty()) {
+    const Bytes name = bytes_of(maker.subject);
+    const Bytes key = maker.authority_key_identifier;
+    std::shared_ptr<const NamedCertificates>& known =
+        named_[{std::string(name.begin(), name.end()), std::string(key.begin(), key.end())}];
+    if (known) {
+        return known;
+    }
+    auto named = std::make_shared<NamedCertificates>();
+    std::vector<PoolCertificate*> candidates = pool_.by_subject(name);
+    if (pool_.is_full()) { // of thousands it isn't asked again which is likelier
+        named->complete = std::erase_if(candidates, [](const PoolCertificate* c) {
+                              return !c->entry && !c->left_out && !c->is_own();
+                          }) == 0;
+    }
+    if (!maker.own &&
+        !budget_.take_comparisons(candidates.size() * kComparisonsToRank, maker.given)) {
+        named->complete = false;
         return named;
     }
-    std::vector<PoolCertificate*> candidates = pool_.by_subject(name);
-    named.complete = true;
-    if (pool_.is_full()) { // of thousands it isn't asked again which is likelier
-        named.complete = std::erase_if(candidates, [](const PoolCertificate* c) {
-                             return !c->entry && !c->left_out && !c->is_own();
-                         }) == 0;
-    }
-    put_likeliest_first(candidates, wanted_key(authority_key_identifier), now());
+    put_likeliest_first(candidates, wanted_key(key), now());
     for (PoolCertificate* certificate : candidates) {
         const Prepared prepared = pool_.prepare(*certificate, budget_);
         if (prepared == Prepared::yes) {
-            named.found.push_back({certificate->entry, certificate->is_own()});
+            named->found.push_back({certificate->entry, certificate->is_own()});
         }
-        named.complete = named.complete && prepared != Prepared::refused;
+        named->complete = named->complete && prepared != Prepared::refused;
+    }
+    if (!named->found.empty()) {
+        known = named;
     }
     return named;
 }
 
-bool ChainSession::is_good_for_evidence(const Path& path, const EvidenceMaker& maker) {
+bool ChainSession::is_good_for_evidence(const Path& path, const PathErrors& structure,
+                                        const EvidenceMaker& maker) {
     const auto is_weak = [&](Strength strength) { return !passes(strength, settings_.strength); };
     const auto is_late = [&](const PoolCertificate* c) { return !c->is_valid_at(maker.at); };
     const std::vector<Strength> found_strengths = strengths(path);
-    const PathErrors& errors = structure_of(path);
     return path.back()->entry == maker.anchor &&
            std::none_of(path.begin(), path.end() - 1, is_late) &&
            std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
-           std::all_of(errors.begin(), errors.end(), [](const auto& e) { return e.empty(); });
+           std::all_of(structure.begin(), structure.end(),
+                       [](const auto& errors) { return errors.empty(); });
 }
 
 // What isn't foreign is looked for among one's own certificates first, which no foreign ones can
 // bury: neither steps nor paths nor signatures are shared with them.
 PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& judge) {
     std::set<Path> refused;
+    bool cut_short = false;
     const auto takes = [&](const Path& path) {
-        if (!refused.insert(path).second || !is_good_for_evidence(path, maker)) {
+        if (!refused.insert(path).second) {
+            return false;
+        }
+        const PathErrors* structure = structure_of(path);
+        cut_short = cut_short || structure == nullptr;
+        if (structure == nullptr || !is_good_for_evidence(path, *structure, maker)) {
             return false;
         }
         CertificatePath entries = entries_of(path);
@@ -163,14 +181,13 @@ PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& ju
         return judge(entries);
     };
     PoolCertificate& start = pool_.start(maker.signer);
-    bool cut_short = false;
     SearchCounts own_counts;
     if (maker.own) {
         PathSearch search(pool_, budget_, own_counts, maker.at, SearchAmong::own);
         if (search.run(start, takes)) {
             return PathFound::taken;
         }
-        cut_short = search.was_cut_short();
+        cut_short = cut_short || search.was_cut_short();
     }
     PathSearch search(pool_, budget_, counts_, maker.at);
     if (search.run(start, takes)) {
@@ -262,18 +279,26 @@ bool ChainSession::consider(const Path& path, const Question& question) {
     return false;
 }
 
-const PathErrors& ChainSession::structure_of(const Path& path) {
+const PathErrors* ChainSession::structure_of(const Path& path) {
     const auto found = structures_.find(path);
     if (found != structures_.end()) {
-        return found->second;
+        return &found->second;
     }
-    return structures_[path] = structure_errors(path, request_.policies);
+    const bool given = std::any_of(path.begin(), path.end(),
+                                   [](const PoolCertificate* each) { return !each->is_own(); });
+    if (!budget_.take_comparisons(comparisons_for_constraints(path), given)) {
+        return nullptr;
+    }
+    return &(structures_[path] = structure_errors(path, request_.policies));
 }
 
 Judgement ChainSession::judge_path(const Path& path, const Question& question) {
     Judgement judgement;
     judgement.ends_in_anchor = path.back()->is_anchor;
-    const PathErrors& errors = structure_of(path);
+    const PathErrors* structure = structure_of(path);
+    cut_short_ = cut_short_ || structure == nullptr;
+    const PathErrors untold(structure == nullptr ? path.size() : 0, {X509_V_ERR_UNSPECIFIED});
+    const PathErrors& errors = structure != nullptr ? *structure : untold;
     const std::vector<Strength> found_strengths = strengths(path);
     const std::vector<bool> late = out_of_time(path, question.at);
     const std::vector<bool> used_wrong = misused(path, question.usage);

@@ -78,15 +78,17 @@ private:
         const UsageQuestion& usage;
     };
 
-    NamedCertificates named(const X509_NAME* subject, Bytes authority_key_identifier) override;
+    std::shared_ptr<const NamedCertificates> named(const ListMaker& maker) override;
     PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) override;
-    bool is_good_for_evidence(const Path& path, const EvidenceMaker& maker);
+    bool is_good_for_evidence(const Path& path, const PathErrors& structure,
+                              const EvidenceMaker& maker);
 
     std::optional<Judgement> search(const Question& question);
     void refuse(Judgement judgement);
     bool consider(const Path& path, const Question& question);
     Judgement judge_path(const Path& path, const Question& question);
-    const PathErrors& structure_of(const Path& path);
+    // Null when it would cost more than there is.
+    const PathErrors* structure_of(const Path& path);
     void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
     StatusFinding status_of(const Path& path, const CertificatePath& entries, std::size_t index,
                             const StatusQuestion& question);
@@ -117,7 +119,7 @@ private:
     std::map<Path, PathErrors> structures_;
 
     // By subject and authority key identifier, as long as the pool doesn't grow.
-    std::map<std::pair<std::string, std::string>, NamedCertificates> named_;
+    std::map<std::pair<std::string, std::string>, std::shared_ptr<const NamedCertificates>> named_;
 
     // Of which nothing is known and nobody can be asked, at whatever moment.
     std::set<std::pair<Path, std::size_t>> without_source_;

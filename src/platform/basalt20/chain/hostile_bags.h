@@ -333,9 +333,9 @@ inline HostileBag dear_keys(bool explicit_curve, std::size_t bytes) {
 inline HostileBag crowded_answers(int answers) {
     const HonestChain honest;
     HostileBag bag = honest.bag();
-    const EvpKey key = dear_key(false);
     std::vector<std::unique_ptr<Party>> responders;
     for (int i = 0; i < 20; ++i) {
+        const EvpKey key = dear_key(false);
         CertificateSpec spec{"middle", honest.middle.get(),
                              "extendedKeyUsage=OCSPSigning\nnoCheck=ignored"};
         spec.key = key.get();

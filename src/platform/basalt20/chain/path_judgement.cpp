@@ -1,6 +1,8 @@
 #include <basalt/chain/path_judgement.h>
 
+#include <basalt/chain/name_key.h>
 #include <basalt/chain/policy_demand.h>
+#include <basalt/coding/der_reader.h>
 #include <basalt/coding/openssl_owner.h>
 
 #include <openssl/err.h>
@@ -147,6 +149,62 @@ std::size_t verifier_end(const std::vector<X509*>& path) {
     return end;
 }
 
+// The contents of the extension's octets, or none.
+Bytes extension_value(const X509* certificate, int nid) {
+    const int where = X509_get_ext_by_NID(certificate, nid, -1);
+    if (where < 0) {
+        return {};
+    }
+    const ASN1_OCTET_STRING* data = X509_EXTENSION_get_data(X509_get_ext(certificate, where));
+    return {ASN1_STRING_get0_data(data), static_cast<std::size_t>(ASN1_STRING_length(data))};
+}
+
+// As the verifier has them to go through: of mailboxes in UTF-8, which are names of a kind of their
+// own, it converts the host each time.
+struct Names {
+    std::size_t octets = 0;
+    std::size_t count = 0;
+};
+
+std::size_t names_in(Bytes names) try {
+    constexpr BYTE kOtherName = tag::context_constructed(0);
+    constexpr std::size_t kWeightOfOtherName = 40;
+    std::size_t count = 0;
+    for (DerReader reader(sole_element(names, tag::kSequence).contents); !reader.at_end();) {
+        count += reader.take().tag == kOtherName ? kWeightOfOtherName : 1;
+    }
+    return count;
+} catch (const Fault&) {
+    return 0; // what can't be read isn't gone through
+}
+
+std::size_t subtrees_in(Bytes constraints) try {
+    std::size_t count = 0;
+    for (DerReader kinds(sole_element(constraints, tag::kSequence).contents); !kinds.at_end();) {
+        for (DerReader subtrees(kinds.take().contents); !subtrees.at_end(); ++count) {
+            subtrees.take();
+        }
+    }
+    return count;
+} catch (const Fault&) {
+    return 0;
+}
+
+Names names_of(const X509* certificate) {
+    const Bytes others = extension_value(certificate, NID_subject_alt_name);
+    const X509_NAME* subject = X509_get_subject_name(certificate);
+    Names names{others.size() + bytes_of(subject).size(),
+                1 + static_cast<std::size_t>(X509_NAME_entry_count(subject))};
+    names.count += others.empty() ? 0 : names_in(others);
+    return names;
+}
+
+// Twenty-five nanoseconds for each pair, and one for each octet of either.
+std::size_t comparisons_between(const Names& names, const Names& subtrees) {
+    return 1 + names.count * subtrees.count / 4 +
+           (names.octets * subtrees.count + subtrees.octets * names.count) / 100;
+}
+
 bool names_are_allowed(X509* certificate, NAME_CONSTRAINTS* constraints) {
     return NAME_CONSTRAINTS_check(certificate, constraints) == X509_V_OK;
 }
@@ -278,6 +336,21 @@ PathErrors structure_errors(const Path& path, const std::vector<std::string>& po
     check_authorities(certificates, errors);
     check_dates(path, errors);
     return errors;
+}
+
+std::size_t comparisons_for_constraints(const Path& path) {
+    std::size_t comparisons = 0;
+    for (std::size_t above = 1; above < path.size(); ++above) {
+        const Bytes constraints = extension_value(path[above]->openssl(), NID_name_constraints);
+        if (constraints.empty()) {
+            continue;
+        }
+        const Names subtrees{constraints.size(), subtrees_in(constraints)};
+        for (std::size_t below = 0; below < above; ++below) {
+            comparisons += comparisons_between(names_of(path[below]->openssl()), subtrees);
+        }
+    }
+    return comparisons;
 }
 
 std::vector<Strength> strengths(const Path& path) {

@@ -32,6 +32,10 @@ struct PathQuestion {
 // Constraints and policies. Of an incomplete path the last certificate counts as the anchor.
 PathErrors structure_errors(const Path& path, const std::vector<std::string>& policies);
 
+// What the name constraints of the path take the verifier, in the budget's comparisons: each name
+// is held against each constraint above it.
+std::size_t comparisons_for_constraints(const Path& path);
+
 // Of each certificate's key and, but for the last one of a path that ends in an anchor, signature.
 std::vector<Strength> strengths(const Path& path);
 

@@ -1,5 +1,8 @@
 #include <basalt/revocation/budget.h>
 
+#include <basalt/coding/openssl_owner.h>
+
+#include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/obj_mac.h>
 
@@ -11,12 +14,14 @@ namespace basalt {
 namespace {
 
 constexpr unsigned kCheap = 1;
-constexpr unsigned kDear = 10;
 constexpr unsigned kDearReading = 15;
-constexpr int kCheapRsaBits = 4096;
+constexpr std::size_t kOctetsHashedForOneCost = 20'000; // by SHA-3 and SHA-512, in software
 constexpr char kCurveKey[] = "1.2.840.10045.2.1";
 
-bool take(unsigned& used, unsigned limit, unsigned wanted) {
+constexpr std::size_t kComparisonsOfOneCost = 1000;
+
+template <class Count>
+bool take(Count& used, Count limit, Count wanted) {
     if (wanted > limit || used > limit - wanted) {
         return false;
     }
@@ -50,21 +55,29 @@ unsigned curve_cost(const EVP_PKEY* key) {
     return is_over_two(key) ? 2 + bits * bits / 5'000 : 1 + bits / 28;
 }
 
-} // namespace
-
-unsigned signature_weight(const EVP_PKEY* key) {
-    const int type = EVP_PKEY_get_base_id(key);
-    const bool small_rsa = (type == EVP_PKEY_RSA || type == EVP_PKEY_RSA_PSS) &&
-                           EVP_PKEY_get_bits(key) <= kCheapRsaBits;
-    return small_rsa || is_p256(key) ? kCheap : kDear;
+unsigned exponent_bits(const EVP_PKEY* key) {
+    BIGNUM* read = nullptr;
+    EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_RSA_E, &read);
+    const OpensslOwner<BIGNUM, BN_free> exponent(read);
+    return exponent ? static_cast<unsigned>(BN_num_bits(exponent.get())) : 0;
 }
+
+// 0.02 ms with 2048 bits and 0.3 with 7680, by the exponent that nearly all have, of 17 bits. Each
+// further bit is one multiplication more, or two: 3072 bits with an exponent of as many take 6 ms.
+unsigned rsa_cost(const EVP_PKEY* key, unsigned bits) {
+    constexpr unsigned kUsualExponent = 17;
+    const unsigned usual = bits * (bits / 64);
+    return 1 + usual / 1000 * std::max(exponent_bits(key), kUsualExponent) / 160 / kUsualExponent;
+}
+
+} // namespace
 
 unsigned signature_cost(const EVP_PKEY* key) {
     const auto bits = static_cast<unsigned>(std::max(EVP_PKEY_get_bits(key), 1));
     switch (EVP_PKEY_get_base_id(key)) {
     case EVP_PKEY_RSA:
     case EVP_PKEY_RSA_PSS:
-        return 1 + bits * (bits / 64) / 160'000; // 0.02 ms with 2048 bits, 0.3 with 7680
+        return rsa_cost(key, bits);
     case EVP_PKEY_EC:
         return curve_cost(key);
     case EVP_PKEY_ED25519:
@@ -72,7 +85,7 @@ unsigned signature_cost(const EVP_PKEY* key) {
     case EVP_PKEY_ED448:
         return 4;
     default:
-        return kDear; // DSA takes 0.1 ms with 1024 bits, 0.7 with 3072
+        return 2 + bits * (bits / 64) / 20'000; // DSA takes 0.1 ms with 1024 bits, 0.7 with 3072
     }
 }
 
@@ -90,49 +103,68 @@ unsigned reading_cost(const CERT_PUBLIC_KEY_INFO& key) {
 Budget::Budget(const BudgetLimits& limits, Clock clock, std::shared_ptr<Fetching> shared)
     : limits_(limits), own_(limits.fetching_time, std::move(clock)), shared_(std::move(shared)) {}
 
-bool Budget::take_signature(unsigned& used, unsigned limit, const EVP_PKEY* key) {
-    const unsigned weight = signature_weight(key);
-    if (!take(used, limit, weight)) {
+bool Budget::take_signature(unsigned& used, unsigned limit, unsigned cost) {
+    if (!take(used, limit, cost)) {
         return false;
     }
-    if (shared_ && !shared_->take_work(signature_cost(key))) {
-        used -= weight;
+    if (!take_work(cost)) {
+        used -= cost;
         return false;
     }
     return true;
 }
 
 bool Budget::take_certificate_signature(const EVP_PKEY* key, bool own) {
-    return (own &&
-            take_signature(own_certificate_signatures_, limits_.own_certificate_signatures, key)) ||
-           take_signature(certificate_signatures_, limits_.certificate_signatures, key);
+    const unsigned cost = signature_cost(key);
+    return (own && take_signature(own_certificate_signatures_, limits_.own_certificate_signatures,
+                                  cost)) ||
+           take_signature(certificate_signatures_, limits_.certificate_signatures, cost);
 }
 
-bool Budget::take_evidence_signature(const EVP_PKEY* key, bool given) {
-    const unsigned weight = signature_weight(key);
-    if (given && !take(given_signatures_, limits_.given_evidence_signatures, weight)) {
+bool Budget::take_evidence_signature(const EVP_PKEY* key, bool given, std::size_t octets) {
+    const unsigned cost =
+        signature_cost(key) + static_cast<unsigned>(octets / kOctetsHashedForOneCost);
+    if (given && !take(given_signatures_, limits_.given_evidence_signatures, cost)) {
         return false;
     }
-    return take_signature(evidence_signatures_, limits_.evidence_signatures, key);
+    return take_signature(evidence_signatures_, limits_.evidence_signatures, cost);
 }
 
 bool Budget::take_responder(bool given) {
-    if (given && !take(given_responders_, limits_.given_responders, 1)) {
+    if (given && !take(given_responders_, limits_.given_responders, 1U)) {
         return false;
     }
-    return take(responders_, limits_.responders, 1);
+    return take(responders_, limits_.responders, 1U);
+}
+
+bool Budget::take_comparisons(std::size_t count, bool given) {
+    if (given && !take(given_comparisons_, limits_.given_comparisons, count)) {
+        given_comparisons_ = limits_.given_comparisons;
+        return false;
+    }
+    if (!take(comparisons_, limits_.comparisons, count)) {
+        comparisons_ = limits_.comparisons;
+        return false;
+    }
+    const std::size_t due = (comparisons_ - comparisons_paid_) / kComparisonsOfOneCost;
+    if (due > 0 && !take_work(static_cast<unsigned>(due))) {
+        comparisons_ = limits_.comparisons;
+        return false;
+    }
+    comparisons_paid_ += due * kComparisonsOfOneCost;
+    return true;
 }
 
 bool Budget::take_judged_path() {
-    return take(judged_paths_, limits_.judged_paths, 1);
+    return take(judged_paths_, limits_.judged_paths, 1U);
 }
 
 bool Budget::take_step() {
-    return take(steps_, limits_.steps, 1);
+    return take(steps_, limits_.steps, 1U);
 }
 
 bool Budget::take_fetching_path() {
-    return take(fetching_paths_, limits_.fetching_paths, 1);
+    return take(fetching_paths_, limits_.fetching_paths, 1U);
 }
 
 std::chrono::milliseconds Budget::fetching_time_left() {

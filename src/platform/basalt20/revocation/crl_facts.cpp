@@ -160,6 +160,9 @@ std::shared_ptr<const CrlFacts> read_owned(CrlOwner owned, Bytes encoded) {
         return nullptr;
     }
     facts->this_update = *made;
+    if (facts->names_its_point()) {
+        facts->point_names = PointNames(*facts->point->distpoint, facts->issuer());
+    }
     facts->point_bytes = bytes_of(list, NID_issuing_distribution_point);
     facts->key_identifier_bytes = bytes_of(list, NID_authority_key_identifier);
     return facts;

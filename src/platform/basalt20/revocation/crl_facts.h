@@ -5,6 +5,7 @@
 #include <basalt/coding/der_reader.h>
 #include <basalt/coding/file_ticks.h>
 #include <basalt/coding/openssl_owner.h>
+#include <basalt/revocation/point_names.h>
 
 #include <openssl/x509v3.h>
 
@@ -25,6 +26,7 @@ struct CrlFacts {
     std::optional<FileTicks> next_update;
     IssuingPoint point;      // the issuing distribution point, null when there is none
     std::string point_bytes; // the extension's octets
+    PointNames point_names;
     std::string key_identifier_bytes;
     IntegerOwner number;
     IntegerOwner base_number; // of a delta
@@ -32,6 +34,7 @@ struct CrlFacts {
 
     const X509_NAME* issuer() const { return X509_CRL_get_issuer(list.get()); }
     bool is_delta() const { return base_number != nullptr; }
+    bool names_its_point() const { return point && point->distpoint != nullptr; }
     bool is_indirect() const { return point && point->indirectCRL > 0; }
 };
 

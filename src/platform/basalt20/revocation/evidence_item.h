@@ -24,6 +24,8 @@ struct EvidenceItem {
     bool usable() const { return list != nullptr || answer != nullptr; }
     bool own = false; // given, and by this machine or its user: it can't be junk of the message's
     bool given() const { return source == EvidenceSource::given && !own; }
+    // To be hashed for whoever asks; one's own list is as long as one wants it.
+    std::size_t octets_to_pay() const { return own ? 0 : encoded.size(); }
     EvidenceKind kind() const { return list != nullptr ? EvidenceKind::crl : EvidenceKind::ocsp; }
 };
 

@@ -4,6 +4,8 @@
 
 #include <basalt/revocation/evidence_signatures.h>
 #include <basalt/revocation/given_evidence.h>
+#include <basalt/revocation/listing.h>
+#include <basalt/revocation/source_addresses.h>
 #include <basalt/revocation/status_check.h>
 
 #include <deque>
@@ -11,6 +13,12 @@
 #include <tuple>
 
 namespace basalt {
+
+// What a certificate says of where its revocation is told.
+struct CertificateSources {
+    CertificateScope scope;
+    SourceAddresses addresses;
+};
 
 class EvidenceSession {
 public:
@@ -28,6 +36,14 @@ public:
 
     bool is_under_way(const X509Entry& certificate) const;
 
+    // Both are worked out once, however many paths there are through the certificate.
+    const CertificateSources& sources_of(X509* certificate);
+    // Null when it would cost more than there is.
+    const Listing* listing_of(const EvidenceItem& list, X509* certificate);
+
+    // Own ones take nothing. A refusal is noted as something that was left out.
+    bool affords(const EvidenceItem& item, std::size_t comparisons);
+
     Budget& budget;
     Retrieval& retrieval;
     SignerPaths& paths;
@@ -42,9 +58,9 @@ public:
     std::map<std::string, std::deque<EvidenceItem>> fetched;
     const EvidenceItem* take_in(const std::string& key, EvidenceItem item);
 
-    // The certificates of responders that OpenSSL has read, null for those that it can't; the
-    // answers that they came with live as long.
-    std::map<const CertificateBody*, CertificateEntry> responders;
+    // The certificates of responders that OpenSSL has read, null for those that it can't; however
+    // many answers each has come with.
+    std::map<Sha256, CertificateEntry> responders;
     // What spoke for the signer of a list or answer that was accepted, where that signer has a
     // status of its own.
     std::map<const EvidenceItem*, std::vector<DecidingEvidence>> support;
@@ -57,6 +73,8 @@ private:
     std::map<Key, StatusFinding> findings_;
     std::size_t taken_in_ = 0;
     std::size_t judged_with_ = 0; // of these, when the findings were made
+    std::map<const X509*, CertificateSources> sources_;
+    std::map<std::pair<const EvidenceItem*, const X509*>, Listing> listings_;
 };
 
 } // namespace basalt

@@ -21,9 +21,24 @@ bool fits(const X509_ALGOR* algorithm, const EVP_PKEY* key) {
 
 } // namespace
 
+const X509Entry* EvidenceSignatures::of_same_key(const X509Entry& signer) {
+    const auto [place, is_new] = of_same_key_.try_emplace(&signer, &signer);
+    if (is_new) {
+        unsigned char* der = nullptr;
+        const int size = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(signer.certificate.get()), &der);
+        if (size > 0) {
+            const std::string key(reinterpret_cast<const char*>(der),
+                                  static_cast<std::size_t>(size));
+            place->second = by_key_.try_emplace(key, &signer).first->second;
+        }
+        OPENSSL_free(der);
+    }
+    return place->second;
+}
+
 template <class Check>
 bool EvidenceSignatures::look_up(const void* object, const X509_ALGOR* algorithm,
-                                 const X509Entry& signer, StrengthLevel level, bool given,
+                                 const X509Entry& signer, StrengthLevel level, Terms terms,
                                  Check&& check) {
     EVP_PKEY* key = X509_get0_pubkey(signer.certificate.get());
     if (key == nullptr || !fits(algorithm, key) ||
@@ -31,32 +46,33 @@ bool EvidenceSignatures::look_up(const void* object, const X509_ALGOR* algorithm
         ERR_clear_error();
         return false;
     }
-    const auto known = known_.find({object, &signer});
+    const std::pair<const void*, const X509Entry*> checked{object, of_same_key(signer)};
+    const auto known = known_.find(checked);
     if (known != known_.end()) {
         return known->second;
     }
-    if (!budget_.take_evidence_signature(key, given)) {
+    if (!budget_.take_evidence_signature(key, terms.given, terms.octets)) {
         note_left_out();
         return false;
     }
     const bool good = check(key);
     ERR_clear_error();
-    known_[{object, &signer}] = good;
+    known_[checked] = good;
     return good;
 }
 
 bool EvidenceSignatures::good(const CrlFacts& list, const X509Entry& signer, StrengthLevel level,
-                              bool given) {
+                              bool given, std::size_t octets) {
     const X509_ALGOR* algorithm = nullptr;
     X509_CRL_get0_signature(list.list.get(), nullptr, &algorithm);
-    return look_up(&list, algorithm, signer, level, given,
+    return look_up(&list, algorithm, signer, level, {given, octets},
                    [&](EVP_PKEY* key) { return X509_CRL_verify(list.list.get(), key) == 1; });
 }
 
 bool EvidenceSignatures::good(const OcspFacts& answer, const X509Entry& signer, StrengthLevel level,
-                              bool given) {
+                              bool given, std::size_t octets) {
     const X509_ALGOR* algorithm = OCSP_resp_get0_tbs_sigalg(answer.basic.get());
-    return look_up(&answer, algorithm, signer, level, given, [&](EVP_PKEY* key) {
+    return look_up(&answer, algorithm, signer, level, {given, octets}, [&](EVP_PKEY* key) {
         return ASN1_item_verify(ASN1_ITEM_rptr(OCSP_RESPDATA), algorithm,
                                 OCSP_resp_get0_signature(answer.basic.get()),
                                 OCSP_resp_get0_respdata(answer.basic.get()), key) == 1;
@@ -67,7 +83,7 @@ bool EvidenceSignatures::good(const X509Entry& certificate, const X509Entry& iss
                               StrengthLevel level, bool given) {
     const X509_ALGOR* algorithm = nullptr;
     X509_get0_signature(nullptr, &algorithm, certificate.certificate.get());
-    return look_up(&certificate, algorithm, issuer, level, given, [&](EVP_PKEY* key) {
+    return look_up(&certificate, algorithm, issuer, level, {given, 0}, [&](EVP_PKEY* key) {
         return X509_verify(certificate.certificate.get(), key) == 1;
     });
 }

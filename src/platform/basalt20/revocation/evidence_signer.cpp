@@ -8,6 +8,9 @@ namespace basalt {
 
 namespace {
 
+// In the budget's comparisons: to look which key and which strength a signature needs.
+constexpr std::size_t kTryingASigner = 5;
+
 bool has_subject(const X509Entry& entry, const X509_NAME* name) {
     return X509_NAME_cmp(X509_get_subject_name(entry.certificate.get()), name) == 0;
 }
@@ -67,8 +70,9 @@ bool EvidenceSigner::is_above(const X509Entry& certificate) const {
 bool EvidenceSigner::has_signed_list(const EvidenceItem& item, const X509Entry& signer,
                                      bool foreign_signer) {
     return has_subject(signer, item.list->issuer()) && may_sign_lists(signer) &&
+           session_.affords(item, kTryingASigner) &&
            session_.signatures.good(*item.list, signer, question_.strength,
-                                    item.given() || foreign_signer);
+                                    item.given() || foreign_signer, item.octets_to_pay());
 }
 
 // A certificate that the authority has issued to a responder for just that.
@@ -84,7 +88,7 @@ bool EvidenceSigner::is_delegate(const EvidenceItem& item, const X509Entry& resp
 
 // As OpenSSL has read it: each once, and not more of them than the budget has.
 CertificateEntry EvidenceSigner::prepared(const CertificateBody& responder, bool given) {
-    const auto known = session_.responders.find(&responder);
+    const auto known = session_.responders.find(responder.digest());
     if (known != session_.responders.end()) {
         return known->second;
     }
@@ -99,18 +103,20 @@ CertificateEntry EvidenceSigner::prepared(const CertificateBody& responder, bool
     } catch (const Fault&) {
         entry = nullptr; // OpenSSL can't read it
     }
-    return session_.responders[&responder] = std::move(entry);
+    return session_.responders[responder.digest()] = std::move(entry);
 }
 
 bool EvidenceSigner::has_signed_answer(const EvidenceItem& item) {
     if (item.answer->names_responder(issuer()->certificate.get()) &&
-        session_.signatures.good(*item.answer, *issuer(), question_.strength, item.given())) {
+        session_.signatures.good(*item.answer, *issuer(), question_.strength, item.given(),
+                                 item.octets_to_pay())) {
         return true;
     }
     for (const auto& candidate : item.answer->responders) {
         const CertificateEntry responder = prepared(*candidate, item.given());
         if (!responder || !is_delegate(item, *responder) ||
-            !session_.signatures.good(*item.answer, *responder, question_.strength, item.given())) {
+            !session_.signatures.good(*item.answer, *responder, question_.strength, item.given(),
+                                      item.octets_to_pay())) {
             continue;
         }
         if (X509_get_ext_by_NID(responder->certificate.get(), NID_id_pkix_OCSP_noCheck, -1) >= 0) {
@@ -145,11 +151,17 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
         return false;
     }
     const std::string& key = item.list->key_identifier_bytes;
-    const NamedCertificates others = session_.paths.named(
-        item.list->issuer(), {reinterpret_cast<const BYTE*>(key.data()), key.size()});
-    bool untold = !others.complete;
+    const std::shared_ptr<const NamedCertificates> others =
+        session_.paths.named({item.list->issuer(),
+                              {reinterpret_cast<const BYTE*>(key.data()), key.size()},
+                              item.own,
+                              item.given()});
+    if (!session_.affords(item, path_.size() * others->found.size())) {
+        return false;
+    }
+    bool untold = !others->complete;
     const unsigned left_out_before = session_.signatures.left_out();
-    for (const auto& [other, own] : others.found) {
+    for (const auto& [other, own] : others->found) {
         if (item.given() && session_.signatures.left_out() != left_out_before) {
             break; // there is no use in asking of every other list and key whether it is too many
         }

@@ -6,6 +6,7 @@
 #include <openssl/err.h>
 
 #include <algorithm>
+#include <numeric>
 
 namespace basalt {
 
@@ -28,6 +29,7 @@ void GivenEvidence::read() {
         for (const Place& place : stores_) {
             read_store(place);
         }
+        sort_by_issuer();
     }
 }
 
@@ -61,6 +63,14 @@ void GivenEvidence::read_store(const Place& place) {
     ERR_clear_error();
 }
 
+void GivenEvidence::sort_by_issuer() {
+    by_issuer_.resize(lists_.size());
+    std::iota(by_issuer_.begin(), by_issuer_.end(), std::size_t{0});
+    std::stable_sort(by_issuer_.begin(), by_issuer_.end(), [&](std::size_t a, std::size_t b) {
+        return X509_NAME_cmp(lists_[a].issuer.get(), lists_[b].issuer.get()) < 0;
+    });
+}
+
 const EvidenceItem& GivenEvidence::item_of(List& list) {
     if (!list.item) {
         EvidenceItem item;
@@ -77,20 +87,26 @@ const EvidenceItem& GivenEvidence::item_of(List& list) {
 }
 
 std::vector<const EvidenceItem*>
-GivenEvidence::about(X509* certificate, X509* issuer,
-                     const std::vector<const X509_NAME*>& list_issuers) {
+GivenEvidence::about(OcspIdentity& identity, const std::vector<const X509_NAME*>& list_issuers) {
     read();
-    std::vector<const EvidenceItem*> found;
-    for (List& list : lists_) {
-        const auto same = [&](const X509_NAME* name) {
-            return X509_NAME_cmp(name, list.issuer.get()) == 0;
+    std::vector<std::size_t> lists;
+    for (const X509_NAME* issuer : list_issuers) {
+        const auto order = [&](std::size_t list) {
+            return X509_NAME_cmp(lists_[list].issuer.get(), issuer);
         };
-        if (std::any_of(list_issuers.begin(), list_issuers.end(), same)) {
-            found.push_back(&item_of(list));
-        }
+        const auto first = std::partition_point(by_issuer_.begin(), by_issuer_.end(),
+                                                [&](std::size_t list) { return order(list) < 0; });
+        const auto last = std::partition_point(first, by_issuer_.end(),
+                                               [&](std::size_t list) { return order(list) == 0; });
+        lists.insert(lists.end(), first, last);
+    }
+    std::sort(lists.begin(), lists.end());
+    std::vector<const EvidenceItem*> found;
+    for (const std::size_t list : lists) {
+        found.push_back(&item_of(lists_[list]));
     }
     for (const EvidenceItem& answer : answers_) {
-        if (is_about(*answer.answer, certificate, issuer)) {
+        if (is_about(*answer.answer, identity)) {
             found.push_back(&answer);
         }
     }

@@ -19,7 +19,7 @@ public:
 
     // Those that could be about the certificate: lists under one of these names, also such as can't
     // be used, and answers with an entry about it. The pointers live as long as the object.
-    std::vector<const EvidenceItem*> about(X509* certificate, X509* issuer,
+    std::vector<const EvidenceItem*> about(OcspIdentity& identity,
                                            const std::vector<const X509_NAME*>& list_issuers);
 
 private:
@@ -37,12 +37,14 @@ private:
     void read();
     void add(const std::vector<HCERTSTORE>& stores, bool own);
     void read_store(const Place& place);
+    void sort_by_issuer();
     static const EvidenceItem& item_of(List& list);
 
     std::vector<Place> stores_;
     bool read_ = false;
     std::set<Sha256> seen_; // each object once, in however many stores it lies
     std::vector<List> lists_;
+    std::vector<std::size_t> by_issuer_; // indices of lists, those of one issuer as they came
     std::vector<EvidenceItem> answers_;
 };
 

@@ -1,7 +1,6 @@
 #include <basalt/revocation/inquiry.h>
 
 #include <basalt/network/retrieval_cache.h>
-#include <basalt/revocation/listing.h>
 
 #include <openssl/err.h>
 
@@ -66,14 +65,19 @@ Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t
                  const StatusQuestion& question)
     : session_(session), left_out_before_(session.signatures.left_out()), question_(question),
       certificate_(path[index]->certificate.get()), issuer_(path[index + 1]->certificate.get()),
-      scope_(certificate_), signer_(session, path, index, question, scope_),
-      addresses_(source_addresses(certificate_, scope_, session.budget.limits().addresses)),
-      moments_{question.stamp_time, end_of(certificate_), question.now, question.is_signer} {
+      identity_(certificate_, issuer_), sources_(session.sources_of(certificate_)),
+      signer_(session, path, index, question, sources_.scope),
+      addresses_(sources_.addresses), moments_{question.stamp_time, end_of(certificate_),
+                                               question.now, question.is_signer} {
     if (!addresses_.ocsp.empty()) {
         request_ = make_ocsp_request(certificate_, issuer_);
     }
     if (request_.empty()) {
         addresses_.ocsp.clear();
+    }
+    if (!sources_.scope.complete()) {
+        own_left_out_ = true;
+        session.signatures.note_left_out();
     }
 }
 
@@ -87,7 +91,7 @@ StatusFinding Inquiry::run() {
 }
 
 bool Inquiry::ask_given() {
-    Items items = session_.given.about(certificate_, issuer_, scope_.list_issuers());
+    Items items = session_.given.about(identity_, sources_.scope.list_issuers());
     something_at_hand_ = !items.empty();
     const Items fetched = fetched_before();
     items.insert(items.end(), fetched.begin(), fetched.end());
@@ -95,8 +99,8 @@ bool Inquiry::ask_given() {
 }
 
 // What was asked for another certificate's sake speaks of this one as well.
-Inquiry::Items Inquiry::fetched_before() const {
-    const std::vector<const X509_NAME*>& issuers = scope_.list_issuers();
+Inquiry::Items Inquiry::fetched_before() {
+    const std::vector<const X509_NAME*>& issuers = sources_.scope.list_issuers();
     const auto is_by_one = [&](const CrlFacts& list) {
         return std::any_of(issuers.begin(), issuers.end(), [&](const X509_NAME* name) {
             return X509_NAME_cmp(name, list.issuer()) == 0;
@@ -106,7 +110,7 @@ Inquiry::Items Inquiry::fetched_before() const {
     for (const auto& [key, objects] : session_.fetched) {
         for (const EvidenceItem& item : objects) {
             if (item.list ? is_by_one(*item.list)
-                          : item.answer && is_about(*item.answer, certificate_, issuer_)) {
+                          : item.answer && is_about(*item.answer, identity_)) {
                 items.push_back(&item);
             }
         }
@@ -196,24 +200,39 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     return decided;
 }
 
-bool Inquiry::is_for_us(const EvidenceItem& item) const {
-    return item.list ? scope_.reasons(*item.list) != 0
-                     : item.answer && is_about(*item.answer, certificate_, issuer_);
+// A list of which that can't be told may be.
+bool Inquiry::is_for_us(const EvidenceItem& item) {
+    return item.list ? sources_.scope.reasons(*item.list) != ReasonSet{0}
+                     : item.answer && is_about(*item.answer, identity_);
+}
+
+bool Inquiry::affords(const EvidenceItem& item, std::size_t comparisons) {
+    const bool affordable = session_.affords(item, comparisons);
+    own_left_out_ = own_left_out_ || (!affordable && !item.given());
+    return affordable;
+}
+
+void Inquiry::leave_out(const EvidenceItem& item) {
+    session_.signatures.note_left_out();
+    own_left_out_ = own_left_out_ || !item.given();
 }
 
 // By its own word; nobody has looked who signed it.
-bool Inquiry::speaks_against(const EvidenceItem& item) const {
+bool Inquiry::speaks_against(const EvidenceItem& item) {
     if (item.list) {
-        X509_REVOKED* entry = nullptr;
-        return X509_CRL_get0_by_cert(item.list->list.get(), &entry, certificate_) != 0;
+        const Listing* listing = session_.listing_of(item, certificate_);
+        return listing != nullptr && !listing->entries.empty();
     }
-    const std::vector<Statement> said = statements_of(*item.answer, certificate_, issuer_);
+    if (!affords(item, comparisons_for_statements(*item.answer))) {
+        return false;
+    }
+    const std::vector<Statement> said = statements_of(*item.answer, identity_);
     return std::any_of(said.begin(), said.end(), [](const Statement& s) { return s.revoked; });
 }
 
 // Where there may be more than can be heard it hangs on what they say, and not on the order in
 // which they came, which are: one's own, and what revokes, go first.
-void Inquiry::put_weightiest_first(Items& items) const {
+void Inquiry::put_weightiest_first(Items& items) {
     constexpr std::size_t kFew = 8;
     if (items.size() <= kFew) {
         return;
@@ -237,16 +256,26 @@ void Inquiry::put_weightiest_first(Items& items) const {
                    [](const Weighed& w) { return std::get<2>(w); });
 }
 
+// What was signed by whom it had to be is heard, if it can be read for what there is.
 void Inquiry::accept(const EvidenceItem& item) {
-    if (item.list) {
-        lists_.push_back({&item, scope_.reasons(*item.list)});
+    if (item.answer) {
+        if (affords(item, comparisons_for_statements(*item.answer))) {
+            answers_.push_back({&item, statements_of(*item.answer, identity_)});
+        }
+        return;
+    }
+    const std::optional<ReasonSet> reasons = sources_.scope.reasons(*item.list);
+    const Listing* listing = reasons ? session_.listing_of(item, certificate_) : nullptr;
+    if (listing != nullptr) {
+        lists_.push_back({&item, *reasons, listing});
     } else {
-        answers_.push_back(&item);
+        leave_out(item);
     }
 }
 
 bool Inquiry::is_accepted(const EvidenceItem& item) const {
-    return std::find(answers_.begin(), answers_.end(), &item) != answers_.end() ||
+    return std::any_of(answers_.begin(), answers_.end(),
+                       [&](const Answer& answer) { return answer.item == &item; }) ||
            std::any_of(lists_.begin(), lists_.end(),
                        [&](const List& list) { return list.item == &item; });
 }
@@ -272,9 +301,16 @@ bool Inquiry::hears(const EvidenceItem& item,
     return heard;
 }
 
+// To look whether it is about the certificate.
+std::size_t Inquiry::comparisons_for(const EvidenceItem& item) const {
+    return item.list ? sources_.scope.comparisons_with(*item.list)
+                     : static_cast<std::size_t>(OCSP_resp_count(item.answer->basic.get()));
+}
+
 bool Inquiry::consider(Items items) {
     std::erase_if(items, [&](const EvidenceItem* item) {
-        return !item->usable() || is_accepted(*item) || !is_for_us(*item);
+        return !item->usable() || is_accepted(*item) || !affords(*item, comparisons_for(*item)) ||
+               !is_for_us(*item);
     });
     put_weightiest_first(items);
     Items open;
@@ -309,7 +345,8 @@ bool Inquiry::is_in_force(const List& list) const {
 const Inquiry::List* Inquiry::newest_delta_of(const List& base) const {
     const List* newest = nullptr;
     for (const List& list : lists_) {
-        if (is_in_force(list) && continues(*list.item->list, *base.item->list) &&
+        if (list.item->list->is_delta() && is_in_force(list) &&
+            continues(*list.item->list, *base.item->list) &&
             (newest == nullptr || ASN1_INTEGER_cmp(newest->item->list->number.get(),
                                                    list.item->list->number.get()) < 0)) {
             newest = &list;
@@ -323,37 +360,38 @@ void Inquiry::state_lists() {
         const CrlFacts& facts = *list.item->list;
         Statement own = statement_of(facts, list.reasons);
         own.complete = !facts.is_delta();
-        const Listing listed = listing_of(*list.item, certificate_);
-        for (const Revocation& entry : listed.entries) {
+        for (const Revocation& entry : list.listing->entries) {
             if (own.revoked) { // it is repeated: each counts
                 state(own, {list.item});
             }
             take(entry, own);
         }
         const List* delta = facts.is_delta() ? nullptr : newest_delta_of(list);
-        if (delta == nullptr) {
-            if (own.complete || own.revoked) {
-                state(own, {list.item});
-            }
-            continue;
-        }
-        Statement joint = own;
-        joint.this_update = delta->item->list->this_update;
-        joint.next_update = delta->item->list->next_update;
-        const Listing changed = listing_of(*delta->item, certificate_);
-        const bool lifted =
-            changed.removed && changed.entries.empty() && own.reason == reason::kCertificateHold;
-        if (!lifted) {
+        if (delta != nullptr) {
+            state_with_delta(list, own, *delta);
+        } else if (own.complete || own.revoked) {
             state(own, {list.item});
         }
-        for (const Revocation& entry : changed.entries) {
-            take(entry, joint);
-            state(joint, {delta->item, list.item});
-        }
-        if (changed.entries.empty()) {
-            joint.revoked = joint.revoked && !lifted;
-            state(joint, {delta->item, list.item});
-        }
+    }
+}
+
+void Inquiry::state_with_delta(const List& base, const Statement& own, const List& delta) {
+    Statement joint = own;
+    joint.this_update = delta.item->list->this_update;
+    joint.next_update = delta.item->list->next_update;
+    const Listing& changed = *delta.listing;
+    const bool lifted =
+        changed.removed && changed.entries.empty() && own.reason == reason::kCertificateHold;
+    if (!lifted) {
+        state(own, {base.item});
+    }
+    for (const Revocation& entry : changed.entries) {
+        take(entry, joint);
+        state(joint, {delta.item, base.item});
+    }
+    if (changed.entries.empty()) {
+        joint.revoked = joint.revoked && !lifted;
+        state(joint, {delta.item, base.item});
     }
 }
 
@@ -361,9 +399,9 @@ bool Inquiry::decide() {
     statements_.clear();
     origins_.clear();
     state_lists();
-    for (const EvidenceItem* item : answers_) {
-        for (const Statement& statement : statements_of(*item->answer, certificate_, issuer_)) {
-            state(statement, {item});
+    for (const Answer& answer : answers_) {
+        for (const Statement& statement : answer.statements) {
+            state(statement, {answer.item});
         }
     }
     ruling_ = rule(statements_, moments_);

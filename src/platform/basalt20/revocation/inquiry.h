@@ -2,7 +2,6 @@
 #pragma once
 
 #include <basalt/revocation/evidence_signer.h>
-#include <basalt/revocation/source_addresses.h>
 
 namespace basalt {
 
@@ -18,6 +17,11 @@ private:
     struct List {
         const EvidenceItem* item;
         ReasonSet reasons;
+        const Listing* listing;
+    };
+    struct Answer {
+        const EvidenceItem* item;
+        std::vector<Statement> statements;
     };
     using Items = std::vector<const EvidenceItem*>;
 
@@ -29,16 +33,20 @@ private:
     bool consider_cached(const std::string& key, const std::string& url, EvidenceKind kind);
     bool ask_network(const std::string& url, EvidenceKind kind);
 
-    Items fetched_before() const;
-    bool is_for_us(const EvidenceItem& item) const;
-    bool speaks_against(const EvidenceItem& item) const;
-    void put_weightiest_first(Items& items) const;
+    Items fetched_before();
+    bool is_for_us(const EvidenceItem& item);
+    bool speaks_against(const EvidenceItem& item);
+    void put_weightiest_first(Items& items);
+    std::size_t comparisons_for(const EvidenceItem& item) const;
+    bool affords(const EvidenceItem& item, std::size_t comparisons);
+    void leave_out(const EvidenceItem& item);
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
     bool is_worth_keeping(const EvidenceItem& item) const;
     void state(const Statement& statement, Items origin);
     void state_lists();
+    void state_with_delta(const List& base, const Statement& own, const List& delta);
     bool is_in_force(const List& list) const;
     const List* newest_delta_of(const List& base) const;
     bool decide();
@@ -55,14 +63,15 @@ private:
     const StatusQuestion& question_;
     X509* certificate_;
     X509* issuer_;
-    CertificateScope scope_;
+    OcspIdentity identity_;
+    const CertificateSources& sources_;
     EvidenceSigner signer_;
     SourceAddresses addresses_;
     std::vector<BYTE> request_;
     Moments moments_;
 
-    std::vector<List> lists_; // accepted
-    Items answers_;           // accepted
+    std::vector<List> lists_;     // accepted
+    std::vector<Answer> answers_; // accepted
     std::vector<Statement> statements_;
     std::vector<Items> origins_; // of the statements
     Ruling ruling_;

@@ -40,6 +40,22 @@ Bytes entries_in(Bytes encoded) {
     return tbs.take_if(tag::kSequence).contents;
 }
 
+// The names of an entry's certificateIssuer, or none.
+Bytes issuers_in(DerReader entry) {
+    constexpr BYTE kCertificateIssuer[] = {0x55, 0x1D, 0x1D};
+    if (entry.at_end()) {
+        return {};
+    }
+    for (DerReader extensions(entry.take(tag::kSequence).contents); !extensions.at_end();) {
+        DerReader extension(extensions.take(tag::kSequence).contents);
+        if (same_bytes(extension.take(tag::kOid).contents, kCertificateIssuer)) {
+            extension.take_if(tag::kBoolean);
+            return extension.take(tag::kOctetString).contents;
+        }
+    }
+    return {};
+}
+
 bool names(const GENERAL_NAMES* issuers, const X509_NAME* wanted) {
     for (int i = 0; i < sk_GENERAL_NAME_num(issuers); ++i) {
         const GENERAL_NAME* name = sk_GENERAL_NAME_value(issuers, i);
@@ -50,25 +66,69 @@ bool names(const GENERAL_NAMES* issuers, const X509_NAME* wanted) {
     return false;
 }
 
+// Whose certificates the entries speak of: the list's own issuer's, until they name another one.
+class IssuerOfEntries {
+public:
+    IssuerOfEntries(const X509_NAME* of_list, const X509_NAME* wanted)
+        : wanted_(wanted), is_wanted_(X509_NAME_cmp(of_list, wanted) == 0) {}
+
+    bool is_wanted() const { return is_wanted_; }
+
+    // Most name the one before once more.
+    void take(Bytes issuers) {
+        if (issuers.empty() || same_bytes(issuers, last_)) {
+            return;
+        }
+        const unsigned char* cursor = issuers.data();
+        const NamesOwner decoded(
+            d2i_GENERAL_NAMES(nullptr, &cursor, static_cast<long>(issuers.size())));
+        if (decoded) {
+            is_wanted_ = names(decoded.get(), wanted_);
+            last_ = issuers;
+        }
+    }
+
+private:
+    const X509_NAME* wanted_;
+    bool is_wanted_;
+    Bytes last_;
+};
+
+// False for most entries, and never for the number's own: a negative one ends in what its amount
+// lacks to the next 256.
+bool may_be(Bytes number, const ASN1_INTEGER* serial) {
+    const int size = ASN1_STRING_length(serial);
+    if (number.empty() || size == 0) {
+        return true;
+    }
+    const unsigned last = ASN1_STRING_get0_data(serial)[size - 1];
+    return number.back() == last || number.back() == (0x100U - last) % 0x100U;
+}
+
+EntryOwner decoded(Bytes entry) {
+    const unsigned char* cursor = entry.data();
+    return EntryOwner(d2i_X509_REVOKED(nullptr, &cursor, static_cast<long>(entry.size())));
+}
+
 // An entry speaks of the issuer that it names, or the last one before it, or else of the list's own
 // (RFC 5280, 5.3.3). OpenSSL knows that too, but gives the first entry of a number alone, and has
 // put the entries into another order.
 Listing indirect_listing(const EvidenceItem& item, const X509* certificate) try {
-    const X509_NAME* wanted = X509_get_issuer_name(certificate);
-    bool is_the_issuers = X509_NAME_cmp(item.list->issuer(), wanted) == 0;
+    const ASN1_INTEGER* serial = X509_get0_serialNumber(certificate);
+    IssuerOfEntries issuer(item.list->issuer(), X509_get_issuer_name(certificate));
     Listing listing;
     for (DerReader entries(entries_in(item.encoded)); !entries.at_end();) {
-        const Bytes encoded = entries.take(tag::kSequence).whole;
-        const unsigned char* cursor = encoded.data();
-        const EntryOwner entry(
-            d2i_X509_REVOKED(nullptr, &cursor, static_cast<long>(encoded.size())));
-        require(entry != nullptr, CRYPT_E_ASN1_CORRUPT);
-        const NamesOwner issuers(static_cast<GENERAL_NAMES*>(
-            X509_REVOKED_get_ext_d2i(entry.get(), NID_certificate_issuer, nullptr, nullptr)));
-        if (issuers) {
-            is_the_issuers = names(issuers.get(), wanted);
+        const Element whole = entries.take(tag::kSequence);
+        DerReader fields(whole.contents);
+        const Bytes number = fields.take(tag::kInteger).contents;
+        fields.take(); // the date
+        issuer.take(issuers_in(fields));
+        if (!issuer.is_wanted() || !may_be(number, serial)) {
+            continue;
         }
-        if (is_the_issuers && is_of(entry.get(), X509_get0_serialNumber(certificate))) {
+        const EntryOwner entry = decoded(whole.whole);
+        require(entry != nullptr, CRYPT_E_ASN1_CORRUPT);
+        if (is_of(entry.get(), serial)) {
             add(entry.get(), listing);
         }
     }
@@ -78,6 +138,15 @@ Listing indirect_listing(const EvidenceItem& item, const X509* certificate) try 
 }
 
 } // namespace
+
+std::size_t comparisons_for_listing(const EvidenceItem& item) {
+    // An entry that names another issuer than the one before takes two microseconds, and eighty
+    // octets; others take as many and a tenth of the time.
+    constexpr std::size_t kOctetsOfAnEntry = 32;
+    constexpr std::size_t kOctetsOfAnIndirectOne = 5;
+    return 1 + item.encoded.size() /
+                   (item.list->is_indirect() ? kOctetsOfAnIndirectOne : kOctetsOfAnEntry);
+}
 
 Listing listing_of(const EvidenceItem& item, X509* certificate) {
     X509_REVOKED* first = nullptr;

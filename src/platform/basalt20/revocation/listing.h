@@ -17,4 +17,7 @@ struct Listing {
 
 Listing listing_of(const EvidenceItem& list, X509* certificate);
 
+// What that takes at most, in the budget's comparisons.
+std::size_t comparisons_for_listing(const EvidenceItem& list);
+
 } // namespace basalt

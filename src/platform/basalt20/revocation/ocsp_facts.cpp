@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <map>
 
 namespace basalt {
 
@@ -103,42 +102,6 @@ bool is_understood(OCSP_SINGLERESP* entry) {
     }
     return true;
 }
-
-// Compares identifiers with the certificate, by whatever digest the responder has taken. Each
-// digest is computed once, however many entries there are.
-class Identity {
-public:
-    Identity(X509* certificate, X509* issuer) : certificate_(certificate), issuer_(issuer) {}
-
-    bool is_of(const OCSP_SINGLERESP* entry) {
-        const OCSP_CERTID* id = OCSP_SINGLERESP_get0_id(entry);
-        ASN1_OBJECT* algorithm = nullptr;
-        ASN1_INTEGER* serial = nullptr;
-        OCSP_id_get0_info(nullptr, &algorithm, nullptr, &serial, const_cast<OCSP_CERTID*>(id));
-        if (ASN1_INTEGER_cmp(serial, X509_get0_serialNumber(certificate_)) != 0) {
-            return false;
-        }
-        const OCSP_CERTID* wanted = identifier(OBJ_obj2nid(algorithm));
-        return wanted != nullptr && OCSP_id_cmp(id, wanted) == 0;
-    }
-
-private:
-    using IdOwner = OpensslOwner<OCSP_CERTID, OCSP_CERTID_free>;
-
-    const OCSP_CERTID* identifier(int digest_nid) {
-        const auto known = identifiers_.find(digest_nid);
-        if (known != identifiers_.end()) {
-            return known->second.get();
-        }
-        const EVP_MD* digest = EVP_get_digestbynid(digest_nid);
-        IdOwner id(digest != nullptr ? OCSP_cert_to_id(digest, certificate_, issuer_) : nullptr);
-        return identifiers_.emplace(digest_nid, std::move(id)).first->second.get();
-    }
-
-    X509* certificate_;
-    X509* issuer_;
-    std::map<int, IdOwner> identifiers_;
-};
 
 struct Entry {
     int status = V_OCSP_CERTSTATUS_UNKNOWN;
@@ -250,8 +213,29 @@ std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded) try {
     return nullptr;
 }
 
-bool is_about(const OcspFacts& answer, X509* certificate, X509* issuer) {
-    Identity identity(certificate, issuer);
+bool OcspIdentity::is_of(const OCSP_SINGLERESP* entry) {
+    const OCSP_CERTID* id = OCSP_SINGLERESP_get0_id(entry);
+    ASN1_OBJECT* algorithm = nullptr;
+    ASN1_INTEGER* serial = nullptr;
+    OCSP_id_get0_info(nullptr, &algorithm, nullptr, &serial, const_cast<OCSP_CERTID*>(id));
+    if (ASN1_INTEGER_cmp(serial, X509_get0_serialNumber(certificate_)) != 0) {
+        return false;
+    }
+    const OCSP_CERTID* wanted = identifier(OBJ_obj2nid(algorithm));
+    return wanted != nullptr && OCSP_id_cmp(id, wanted) == 0;
+}
+
+const OCSP_CERTID* OcspIdentity::identifier(int digest_nid) {
+    const auto known = identifiers_.find(digest_nid);
+    if (known != identifiers_.end()) {
+        return known->second.get();
+    }
+    const EVP_MD* digest = EVP_get_digestbynid(digest_nid);
+    IdOwner id(digest != nullptr ? OCSP_cert_to_id(digest, certificate_, issuer_) : nullptr);
+    return identifiers_.emplace(digest_nid, std::move(id)).first->second.get();
+}
+
+bool is_about(const OcspFacts& answer, OcspIdentity& identity) {
     for (int i = 0; i < OCSP_resp_count(answer.basic.get()); ++i) {
         if (identity.is_of(OCSP_resp_get0(answer.basic.get(), i))) {
             return true;
@@ -260,8 +244,14 @@ bool is_about(const OcspFacts& answer, X509* certificate, X509* issuer) {
     return false;
 }
 
-std::vector<Statement> statements_of(const OcspFacts& answer, X509* certificate, X509* issuer) {
-    Identity identity(certificate, issuer);
+std::size_t comparisons_for_statements(const OcspFacts& answer) {
+    constexpr std::size_t kReadingOfAnEntry =
+        20; // two microseconds, if it is about the certificate
+    return kReadingOfAnEntry *
+           static_cast<std::size_t>(std::max(OCSP_resp_count(answer.basic.get()), 1));
+}
+
+std::vector<Statement> statements_of(const OcspFacts& answer, OcspIdentity& identity) {
     std::vector<Statement> revoked;
     std::optional<Statement> good;
     std::optional<FileTicks> unknown;

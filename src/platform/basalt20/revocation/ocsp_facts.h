@@ -11,6 +11,7 @@
 
 #include <openssl/ocsp.h>
 
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -34,13 +35,35 @@ struct OcspFacts {
 // extension of the whole.
 std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded);
 
+// A certificate as answers name it: by digests of its issuer's name and key, whichever the
+// responder has taken. Each digest is computed once, however many entries there are. The
+// certificates must outlive the object.
+class OcspIdentity {
+public:
+    OcspIdentity(X509* certificate, X509* issuer) : certificate_(certificate), issuer_(issuer) {}
+
+    bool is_of(const OCSP_SINGLERESP* entry);
+
+private:
+    using IdOwner = OpensslOwner<OCSP_CERTID, OCSP_CERTID_free>;
+
+    const OCSP_CERTID* identifier(int digest_nid);
+
+    X509* certificate_;
+    X509* issuer_;
+    std::map<int, IdOwner> identifiers_;
+};
+
 // True when one entry at least is about the certificate.
-bool is_about(const OcspFacts& answer, X509* certificate, X509* issuer);
+bool is_about(const OcspFacts& answer, OcspIdentity& identity);
 
 // What the entries about the certificate come to: those that say "revoked"; or else the newest that
 // says "good", unless one that is as new says "unknown". Entries with an unknown critical extension
 // are passed over.
-std::vector<Statement> statements_of(const OcspFacts& answer, X509* certificate, X509* issuer);
+std::vector<Statement> statements_of(const OcspFacts& answer, OcspIdentity& identity);
+
+// What that takes at most, in the budget's comparisons.
+std::size_t comparisons_for_statements(const OcspFacts& answer);
 
 // The DER of a request for one certificate, without nonce, so that answers made in advance can
 // serve. Empty for a certificate that can't be asked about: one whose serial number is over 20

@@ -290,24 +290,23 @@ TEST(RetrievalCacheTest, TheFolderIsBoundedByBytesAsWell) {
     EXPECT_FALSE(cached_object("large"));
 }
 
-TEST(BudgetTest, SpendsByWeightAndNeverBeyondItsLimits) {
+TEST(BudgetTest, SpendsByCostAndNeverBeyondItsLimits) {
     const EvpKey p256(EVP_EC_gen("P-256"));
     const EvpKey p384(EVP_EC_gen("P-384"));
-    const EvpKey rsa(EVP_RSA_gen(1024));
-    EXPECT_EQ(signature_weight(p256.get()), 1u);
-    EXPECT_EQ(signature_weight(p384.get()), 10u);
-    EXPECT_EQ(signature_weight(rsa.get()), 1u);
+    const unsigned dear = signature_cost(p384.get());
+    ASSERT_EQ(signature_cost(p256.get()), 1u);
     BudgetLimits limits;
-    limits.certificate_signatures = 12;
-    limits.evidence_signatures = 21;
-    limits.given_evidence_signatures = 10;
+    limits.certificate_signatures = dear + 1;
+    limits.evidence_signatures = 2 * dear + 1;
+    limits.given_evidence_signatures = dear;
     limits.judged_paths = limits.steps = limits.fetching_paths = limits.given_responders = 1;
     limits.responders = 2;
     Budget budget(limits);
     EXPECT_TRUE(budget.take_certificate_signature(p384.get()));
     EXPECT_FALSE(budget.take_certificate_signature(p384.get()));
-    EXPECT_TRUE(budget.take_certificate_signature(rsa.get()));
-    EXPECT_EQ(budget.certificate_signatures(), 11u);
+    EXPECT_TRUE(budget.take_certificate_signature(p256.get()));
+    EXPECT_EQ(budget.certificate_signatures(), dear + 1);
+    EXPECT_FALSE(budget.take_evidence_signature(p384.get(), true, 100'000)) << "long to be hashed";
     EXPECT_TRUE(budget.take_evidence_signature(p384.get(), true));
     EXPECT_FALSE(budget.take_evidence_signature(p256.get(), true)) << "the share of what is given";
     EXPECT_TRUE(budget.take_evidence_signature(p384.get(), false));
@@ -321,10 +320,32 @@ TEST(BudgetTest, SpendsByWeightAndNeverBeyondItsLimits) {
     EXPECT_FALSE(budget.take_judged_path() || budget.take_step() || budget.take_fetching_path());
 }
 
+TEST(BudgetTest, ComparisonsHaveAShareForWhatIsGivenAndAreWork) {
+    BudgetLimits limits;
+    limits.comparisons = 5'000;
+    limits.given_comparisons = 3'000;
+    Budget budget(limits);
+    EXPECT_TRUE(budget.take_comparisons(2'000, true));
+    EXPECT_FALSE(budget.take_comparisons(2'000, true));
+    EXPECT_FALSE(budget.take_comparisons(1, true)) << "who was refused needn't ask for less";
+    EXPECT_TRUE(budget.take_comparisons(3'000, false));
+    EXPECT_FALSE(budget.take_comparisons(1, false));
+    EXPECT_EQ(budget.comparisons(), 5'000u);
+
+    const auto shared =
+        std::make_shared<Fetching>(kFetchingTime, std::chrono::steady_clock::now, 3);
+    Budget first({}, std::chrono::steady_clock::now, shared);
+    Budget second({}, std::chrono::steady_clock::now, shared);
+    EXPECT_TRUE(first.take_comparisons(1'999, true));
+    EXPECT_TRUE(second.take_comparisons(2'000, true));
+    EXPECT_FALSE(first.take_comparisons(1, true)) << "the second thousand isn't there any more";
+    EXPECT_FALSE(first.take_comparisons(1, false));
+}
+
 TEST(BudgetTest, OnesOwnCertificatesHaveAShareOfTheirOwn) {
     const EvpKey p384(EVP_EC_gen("P-384"));
     BudgetLimits limits;
-    limits.certificate_signatures = limits.own_certificate_signatures = 10;
+    limits.certificate_signatures = limits.own_certificate_signatures = signature_cost(p384.get());
     Budget budget(limits);
     EXPECT_TRUE(budget.take_certificate_signature(p384.get(), false));
     EXPECT_FALSE(budget.take_certificate_signature(p384.get(), false));

@@ -8,11 +8,6 @@ namespace basalt {
 
 namespace {
 
-using NamesOwner = OpensslOwner<GENERAL_NAMES, GENERAL_NAMES_free>;
-using NameOwner = OpensslOwner<X509_NAME, X509_NAME_free>;
-
-constexpr int kFullName = 0;
-
 ReasonSet reasons_of_bits(const ASN1_BIT_STRING* bits) {
     if (bits == nullptr) {
         return kAllReasons;
@@ -26,16 +21,6 @@ ReasonSet reasons_of_bits(const ASN1_BIT_STRING* bits) {
     return reasons;
 }
 
-bool holds_name(const GENERAL_NAMES* names, const X509_NAME* wanted) {
-    for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
-        const GENERAL_NAME* name = sk_GENERAL_NAME_value(names, i);
-        if (name->type == GEN_DIRNAME && X509_NAME_cmp(name->d.directoryName, wanted) == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
 const X509_NAME* first_directory_name(const GENERAL_NAMES* names) {
     for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
         const GENERAL_NAME* name = sk_GENERAL_NAME_value(names, i);
@@ -46,81 +31,56 @@ const X509_NAME* first_directory_name(const GENERAL_NAMES* names) {
     return nullptr;
 }
 
-bool names_in_common(const GENERAL_NAMES* a, const GENERAL_NAMES* b) {
-    for (int i = 0; i < sk_GENERAL_NAME_num(a); ++i) {
-        for (int j = 0; j < sk_GENERAL_NAME_num(b); ++j) {
-            if (GENERAL_NAME_cmp(sk_GENERAL_NAME_value(a, i), sk_GENERAL_NAME_value(b, j)) == 0) {
-                return true;
-            }
-        }
-    }
-    return false;
+bool is_same(const X509_NAME* a, const X509_NAME* b) {
+    return X509_NAME_cmp(a, b) == 0;
 }
-
-// The names of a distribution point in full: one relative to an issuer becomes a directory name.
-class FullNames {
-public:
-    FullNames(const DIST_POINT_NAME& point, const X509_NAME* issuer) {
-        if (point.type == kFullName) {
-            names_ = point.name.fullname;
-            return;
-        }
-        expanded_.reset(GENERAL_NAMES_new());
-        NameOwner name(issuer != nullptr ? X509_NAME_dup(issuer) : nullptr);
-        const STACK_OF(X509_NAME_ENTRY)* fragment = point.name.relativename;
-        for (int i = 0; name && i < sk_X509_NAME_ENTRY_num(fragment); ++i) {
-            // All of the fragment is one relative name: a new set first, the others beside it.
-            if (X509_NAME_add_entry(name.get(), sk_X509_NAME_ENTRY_value(fragment, i), -1,
-                                    i == 0 ? 0 : -1) != 1) {
-                name.reset();
-            }
-        }
-        GENERAL_NAME* general = name && expanded_ ? GENERAL_NAME_new() : nullptr;
-        if (general != nullptr) {
-            GENERAL_NAME_set0_value(general, GEN_DIRNAME, name.release());
-            if (sk_GENERAL_NAME_push(expanded_.get(), general) <= 0) {
-                GENERAL_NAME_free(general);
-            }
-        }
-        names_ = expanded_.get();
-    }
-
-    const GENERAL_NAMES* get() const { return names_; }
-
-private:
-    NamesOwner expanded_;
-    const GENERAL_NAMES* names_ = nullptr;
-};
 
 } // namespace
 
 CertificateScope::CertificateScope(X509* certificate)
-    : certificate_(certificate), points_(static_cast<CRL_DIST_POINTS*>(X509_get_ext_d2i(
-                                     certificate, NID_crl_distribution_points, nullptr, nullptr))),
-      list_issuers_{X509_get_issuer_name(certificate)} {
+    : certificate_(certificate), decoded_(static_cast<CRL_DIST_POINTS*>(X509_get_ext_d2i(
+                                     certificate, NID_crl_distribution_points, nullptr, nullptr))) {
     ERR_clear_error();
-    for (int i = 0; i < sk_DIST_POINT_num(points_.get()); ++i) {
-        const GENERAL_NAMES* issuers = sk_DIST_POINT_value(points_.get(), i)->CRLissuer;
-        for (int j = 0; j < sk_GENERAL_NAME_num(issuers); ++j) {
-            const GENERAL_NAME* name = sk_GENERAL_NAME_value(issuers, j);
-            const auto same = [&](const X509_NAME* known) {
-                return X509_NAME_cmp(known, name->d.directoryName) == 0;
-            };
-            if (name->type == GEN_DIRNAME &&
-                std::none_of(list_issuers_.begin(), list_issuers_.end(), same)) {
-                list_issuers_.push_back(name->d.directoryName);
-            }
-        }
+    const int count = std::max(sk_DIST_POINT_num(decoded_.get()), 0);
+    complete_ = count <= kMostPoints;
+    for (int i = 0; i < std::min(count, kMostPoints); ++i) {
+        points_.push_back(read(*sk_DIST_POINT_value(decoded_.get(), i)));
+        complete_ =
+            complete_ && points_.back().names.complete() && points_.back().issuers.complete();
     }
+    gather_list_issuers();
+}
+
+CertificateScope::Point CertificateScope::read(const DIST_POINT& point) const {
+    Point read;
+    read.has_issuers = point.CRLissuer != nullptr;
+    read.issuers = PointNames(point.CRLissuer);
+    read.is_named = point.distpoint != nullptr;
+    if (read.is_named) {
+        read.names =
+            PointNames(*point.distpoint, read.has_issuers ? first_directory_name(point.CRLissuer)
+                                                          : X509_get_issuer_name(certificate_));
+    }
+    read.reasons = reasons_of_bits(point.reasons);
+    return read;
+}
+
+void CertificateScope::gather_list_issuers() {
+    const X509_NAME* issuer = X509_get_issuer_name(certificate_);
+    list_issuers_.push_back(issuer);
+    for (const Point& point : points_) {
+        const std::vector<const X509_NAME*>& issuers = point.issuers.directories();
+        list_issuers_.insert(list_issuers_.end(), issuers.begin(), issuers.end());
+    }
+    std::sort(list_issuers_.begin(), list_issuers_.end(),
+              [](const X509_NAME* a, const X509_NAME* b) { return X509_NAME_cmp(a, b) < 0; });
+    list_issuers_.erase(std::unique(list_issuers_.begin(), list_issuers_.end(), is_same),
+                        list_issuers_.end());
 }
 
 bool CertificateScope::points_to(const X509_NAME* list_issuer) const {
-    for (int i = 0; i < sk_DIST_POINT_num(points_.get()); ++i) {
-        if (holds_name(sk_DIST_POINT_value(points_.get(), i)->CRLissuer, list_issuer)) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(points_.begin(), points_.end(),
+                       [&](const Point& point) { return point.issuers.contains(list_issuer); });
 }
 
 bool CertificateScope::kind_fits(const CrlFacts& list) const {
@@ -135,58 +95,50 @@ bool CertificateScope::kind_fits(const CrlFacts& list) const {
            !(point.onlyCA > 0 && (!is_ca || !tells));
 }
 
-ReasonSet CertificateScope::reasons_of_point(const DIST_POINT& point, const CrlFacts& list) const {
-    const X509_NAME* issuer = X509_get_issuer_name(certificate_);
-    if (point.CRLissuer != nullptr) {
-        if (!list.is_indirect() || !holds_name(point.CRLissuer, list.issuer())) {
-            return 0;
-        }
-    } else if (X509_NAME_cmp(list.issuer(), issuer) != 0) {
-        return 0;
-    }
-    if (list.point && list.point->distpoint != nullptr) {
-        const FullNames of_list(*list.point->distpoint, list.issuer());
-        if (point.distpoint != nullptr) {
-            const X509_NAME* above =
-                point.CRLissuer != nullptr ? first_directory_name(point.CRLissuer) : issuer;
-            const FullNames of_point(*point.distpoint, above);
-            if (!names_in_common(of_list.get(), of_point.get())) {
-                return 0;
-            }
-        } else if (!names_in_common(of_list.get(), point.CRLissuer)) {
-            return 0;
-        }
-    }
-    return reasons_of_bits(point.reasons);
+bool CertificateScope::is_by(const Point& point, const CrlFacts& list) const {
+    return point.has_issuers ? list.is_indirect() && point.issuers.contains(list.issuer())
+                             : is_same(list.issuer(), X509_get_issuer_name(certificate_));
+}
+
+bool CertificateScope::has_name_of(const Point& point, const CrlFacts& list) const {
+    return !list.names_its_point() ||
+           list.point_names.meets(point.is_named ? point.names : point.issuers);
 }
 
 // The point that every certificate has, told or not: all reasons, under its issuer's name.
 bool CertificateScope::is_of_the_issuers_own_point(const CrlFacts& list) const {
     const X509_NAME* issuer = X509_get_issuer_name(certificate_);
-    if (X509_NAME_cmp(list.issuer(), issuer) != 0) {
-        return false;
-    }
-    if (!list.point || list.point->distpoint == nullptr) {
-        return true;
-    }
-    const FullNames names(*list.point->distpoint, list.issuer());
-    return holds_name(names.get(), issuer);
+    return is_same(list.issuer(), issuer) &&
+           (!list.names_its_point() || list.point_names.contains(issuer));
 }
 
-ReasonSet CertificateScope::reasons(const CrlFacts& list) const {
+std::optional<ReasonSet> CertificateScope::reasons(const CrlFacts& list) const {
     if (!kind_fits(list)) {
-        return 0;
+        return ReasonSet{0};
+    }
+    if (!list.point_names.complete()) {
+        return std::nullopt;
     }
     ReasonSet reasons = 0;
-    for (int i = 0; i < sk_DIST_POINT_num(points_.get()); ++i) {
-        reasons |= reasons_of_point(*sk_DIST_POINT_value(points_.get(), i), list);
+    for (const Point& point : points_) {
+        if (is_by(point, list) && has_name_of(point, list)) {
+            reasons |= point.reasons;
+        }
     }
     if (reasons == 0 && is_of_the_issuers_own_point(list)) {
         reasons = kAllReasons;
     }
     const ASN1_BIT_STRING* some = list.point ? list.point->onlysomereasons : nullptr;
-    ERR_clear_error();
-    return reasons & reasons_of_bits(some);
+    return static_cast<ReasonSet>(reasons & reasons_of_bits(some));
+}
+
+std::size_t CertificateScope::comparisons_with(const CrlFacts& list) const {
+    std::size_t comparisons = 1;
+    for (const Point& point : points_) {
+        comparisons +=
+            1 + list.point_names.comparisons_with(point.is_named ? point.names : point.issuers);
+    }
+    return comparisons;
 }
 
 } // namespace basalt

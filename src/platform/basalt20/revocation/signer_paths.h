@@ -31,6 +31,14 @@ struct NamedCertificates {
     bool complete = true; // else there are more than may be looked at
 };
 
+// Who signed a list, as the list tells.
+struct ListMaker {
+    const X509_NAME* subject = nullptr;
+    Bytes authority_key_identifier;
+    bool own = false;   // the list lies on this machine
+    bool given = false; // it came with the question
+};
+
 // Who signed a list, as far as a search for its path has to know.
 struct EvidenceMaker {
     const CertificateEntry& signer;
@@ -50,8 +58,9 @@ public:
     virtual ~SignerPaths() = default;
 
     // The certificates at hand with that subject, an anchor among them too; never fetches. Those
-    // that fit the value of an authority key identifier (which may be empty) come first.
-    virtual NamedCertificates named(const X509_NAME* subject, Bytes authority_key_identifier) = 0;
+    // that fit the value of an authority key identifier (which may be empty) come first. Lists that
+    // aren't `own` pay for that.
+    virtual std::shared_ptr<const NamedCertificates> named(const ListMaker& maker) = 0;
 
     // Whether the judge takes one of the paths from the signer to exactly this anchor, whose
     // signatures, constraints and validity at `at` are good (of the anchor's validity nothing is

@@ -61,6 +61,38 @@ const EvidenceItem* EvidenceSession::take_in(const std::string& key, EvidenceIte
     return &fetched[key].emplace_back(std::move(item));
 }
 
+const CertificateSources& EvidenceSession::sources_of(X509* certificate) {
+    const auto known = sources_.find(certificate);
+    if (known != sources_.end()) {
+        return known->second;
+    }
+    CertificateSources& sources =
+        sources_.try_emplace(certificate, CertificateSources{CertificateScope(certificate), {}})
+            .first->second;
+    sources.addresses = source_addresses(certificate, sources.scope, budget.limits().addresses);
+    return sources;
+}
+
+bool EvidenceSession::affords(const EvidenceItem& item, std::size_t comparisons) {
+    const bool affordable = item.own || budget.take_comparisons(comparisons, item.given());
+    if (!affordable) {
+        signatures.note_left_out();
+    }
+    return affordable;
+}
+
+const Listing* EvidenceSession::listing_of(const EvidenceItem& list, X509* certificate) {
+    const auto known = listings_.find({&list, certificate});
+    if (known != listings_.end()) {
+        return &known->second;
+    }
+    if (!affords(list, comparisons_for_listing(list))) {
+        return nullptr;
+    }
+    return &listings_.try_emplace({&list, certificate}, basalt::listing_of(list, certificate))
+                .first->second;
+}
+
 bool EvidenceSession::is_under_way(const X509Entry& certificate) const {
     return std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
         return X509_cmp(other->certificate.get(), certificate.certificate.get()) == 0;

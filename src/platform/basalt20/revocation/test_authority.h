@@ -358,12 +358,13 @@ public:
     unsigned lookups() const { return lookups_; }
     unsigned searches() const { return searches_; }
 
-    NamedCertificates named(const X509_NAME* subject, Bytes) override {
+    std::shared_ptr<const NamedCertificates> named(const ListMaker& maker) override {
         ++lookups_;
-        NamedCertificates named;
+        auto named = std::make_shared<NamedCertificates>();
         for (const CertificateEntry& entry : entries_) {
-            if (X509_NAME_cmp(X509_get_subject_name(entry->certificate.get()), subject) == 0) {
-                named.found.push_back({entry, false});
+            if (X509_NAME_cmp(X509_get_subject_name(entry->certificate.get()), maker.subject) ==
+                0) {
+                named->found.push_back({entry, false});
             }
         }
         return named;

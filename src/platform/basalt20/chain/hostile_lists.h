@@ -1,0 +1,158 @@
+// For tests and benches, beside hostile_bags.h: what could come with a token to make it dear to
+// find out which lists are about a certificate, who has signed them and what they say, and which
+// names a path allows.
+#pragma once
+
+#include <basalt/chain/hostile_bags.h>
+
+namespace basalt::test {
+
+// Lists in the honest issuer's name by a key that nobody knows, each with such extensions.
+inline void add_unsigned_lists(HostileBag& bag, int count, const EvpKey& key,
+                               const std::function<std::string(int)>& extensions) {
+    CertificateSpec spec{"middle", nullptr, kAuthority};
+    spec.key = key.get();
+    const auto impostor = make_party(spec);
+    for (int i = 0; i < count; ++i) {
+        bag.lists.push_back(make_list({.signer = impostor.get(),
+                                       .made = -1 - i,
+                                       .next = 100,
+                                       .entries = {},
+                                       .extensions = extensions(i)}));
+    }
+}
+
+// The stamper's certificate has that many points, relative to its issuer's name, and each list one.
+inline HostileBag relative_points(int points, int lists) {
+    std::string named = "crlDistributionPoints=";
+    std::string sections;
+    for (int i = 0; i < points; ++i) {
+        const std::string number = std::to_string(i);
+        named += (i > 0 ? ",p" : "p") + number;
+        sections += "[p" + number + "]\nrelativename=n\n";
+    }
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    bag.end = encoded(make_party({"stamper", honest.middle.get(),
+                                  kStamper + named + "\n" + sections + "[n]\nOU=1"})
+                          .get());
+    add_unsigned_lists(bag, lists, EvpKey(EVP_EC_gen("P-256")), [](int) {
+        return "issuingDistributionPoint=critical,@p\n[p]\nrelativename=n\n[n]\nOU=2";
+    });
+    return bag;
+}
+
+// One point of the stamper's certificate has so many names, and one of each list as many others.
+inline HostileBag names_of_points(int names_of_certificate, int names_of_list, int lists) {
+    const auto names = [](const std::string& host, int count) {
+        std::string text = "fullname=URI:" + host;
+        for (int i = 1; i < count; ++i) {
+            text += ",URI:" + host + std::to_string(i);
+        }
+        return text;
+    };
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    bag.end = encoded(make_party({"stamper", honest.middle.get(),
+                                  std::string(kStamper) + "crlDistributionPoints=p\n[p]\n" +
+                                      names("a", names_of_certificate)})
+                          .get());
+    add_unsigned_lists(bag, lists, EvpKey(EVP_EC_gen("P-256")), [&](int) {
+        return "issuingDistributionPoint=critical,@p\n[p]\n" + names("b", names_of_list);
+    });
+    return bag;
+}
+
+// The honest issuer has that many certificates for one key, so that there are as many paths.
+inline void add_twins(HostileBag& bag, const HonestChain& honest, int twins,
+                      const std::string& extensions = kAuthority) {
+    for (int i = 0; i < twins; ++i) {
+        CertificateSpec spec{"middle", honest.root.get(), extensions};
+        spec.same_key = honest.middle.get();
+        bag.certificates.push_back(encoded(make_party(spec).get()));
+    }
+}
+
+// An indirect list, signed, that has the stamper's number very often, of another issuer.
+inline HostileBag indirect_list(int entries, int twins) {
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    add_twins(bag, honest, twins);
+    const auto other = make_party({"other", nullptr, kAuthority});
+    ListSpec spec{.signer = honest.middle.get(),
+                  .made = -1,
+                  .next = 100,
+                  .entries = {},
+                  .extensions = "issuingDistributionPoint=critical,@p\n[p]\nindirectCRL=TRUE"};
+    for (int i = 0; i < entries; ++i) {
+        spec.entries.push_back(
+            {honest.stamper.get(), -10, 1, i % 2 == 0 ? other.get() : honest.root.get()});
+    }
+    bag.lists.push_back(make_list(spec));
+    return bag;
+}
+
+// Certificates that call themselves the issuer, and lists that each name another key of it, of a
+// kind that none of these has: no signature is ever checked.
+inline HostileBag namesakes_of_lists(int namesakes, int lists, int twins) {
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    add_twins(bag, honest, twins);
+    for (int i = 0; i < namesakes; ++i) {
+        bag.certificates.push_back(encoded(make_party({"middle", nullptr, kAuthority}).get()));
+    }
+    add_unsigned_lists(bag, lists, EvpKey(EVP_RSA_gen(1024)), [](int i) {
+        char identifier[5];
+        std::snprintf(identifier, sizeof identifier, "%04X", static_cast<unsigned>(i) & 0xFFFFU);
+        return std::string("2.5.29.35=DER:30048002") + identifier;
+    });
+    return bag;
+}
+
+// Each authority of a deep chain constrains the stamper's many names, on many paths.
+inline HostileBag deep_constraints(int names, int constraints, int depth, int twins) {
+    std::string mailboxes = "subjectAltName=@names\n[names]\n";
+    for (int i = 0; i < names; ++i) {
+        mailboxes += "email." + std::to_string(i) + "=a@b" + std::to_string(i) + "\n";
+    }
+    std::string constrained = "nameConstraints=critical,@subtrees\n[subtrees]\n";
+    for (int i = 0; i < constraints; ++i) {
+        constrained += "excluded;email." + std::to_string(i) + "=c" + std::to_string(i) + "\n";
+    }
+    constrained = std::string(kAuthority) + "\n" + constrained;
+    std::vector<std::unique_ptr<Party>> chain;
+    chain.push_back(make_party({"root", nullptr, kAuthority}));
+    HostileBag bag;
+    bag.anchor = encoded(chain[0].get());
+    for (int i = 0; i < depth; ++i) {
+        bag.lists.push_back(make_list({chain.back().get(), -1, 100}));
+        chain.push_back(
+            make_party({"authority" + std::to_string(i), chain.back().get(), constrained}));
+        bag.certificates.push_back(encoded(chain.back().get()));
+    }
+    bag.lists.push_back(make_list({chain.back().get(), -1, 100}));
+    for (int i = 0; i < twins; ++i) {
+        CertificateSpec spec{chain.back()->name, chain[chain.size() - 2].get(), constrained};
+        spec.same_key = chain.back().get();
+        bag.certificates.push_back(encoded(make_party(spec).get()));
+    }
+    bag.end = encoded(
+        make_party({"stamper", chain.back().get(), std::string(kStamper) + mailboxes}).get());
+    return bag;
+}
+
+// As hostile_bags().
+inline std::vector<NamedBag> hostile_lists(int divisor = 1) {
+    return {
+        {"1,000 relative points", [=] { return relative_points(1000 / divisor, 20); }},
+        {"points at the bound", [=] { return relative_points(32, 1000 / divisor); }},
+        {"19,000 names of a point", [=] { return names_of_points(3'000, 19'000 / divisor, 2); }},
+        {"19,000 names of a list", [=] { return names_of_points(200, 19'000 / divisor, 2); }},
+        {"names at the bound", [=] { return names_of_points(256, 256, 200 / divisor); }},
+        {"an indirect list by 14 paths", [=] { return indirect_list(12'000 / divisor, 13); }},
+        {"namesakes of lists", [=] { return namesakes_of_lists(80, 5'000 / divisor, 14); }},
+        {"deep constraints", [=] { return deep_constraints(4'000 / divisor, 250, 14, 14); }},
+    };
+}
+
+} // namespace basalt::test
