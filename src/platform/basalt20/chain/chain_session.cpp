@@ -13,9 +13,6 @@ namespace basalt {
 
 namespace {
 
-// To read of a certificate how likely it is a wanted one takes a microsecond.
-constexpr std::size_t kComparisonsToRank = 10;
-
 StoreReference open_system_store(const char* name) {
     return StoreReference(CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0,
                                         CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG,

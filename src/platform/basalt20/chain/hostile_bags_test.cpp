@@ -98,6 +98,7 @@ const ComparisonCost kComparisonCosts[] = {
     {"names at the bound", Found::yes, 150'000, 2, 1},
     {"an indirect list by 14 paths", Found::yes, 300'000, 30, 14},
     {"namesakes of lists", Found::no, 2'000'000, 30, 15},
+    {"a crowded issuer", Found::no, 2'000'000, 200, 1},
     {"deep constraints", Found::no, 2'000'000, 0, 16},
 };
 

@@ -109,6 +109,25 @@ inline HostileBag namesakes_of_lists(int namesakes, int lists, int twins) {
     return bag;
 }
 
+// A made-up issuer has signed lists, and names as its own one whom very many certificates call
+// themselves: with each list a path is looked for.
+inline HostileBag crowded_issuer(int namesakes, int lists) {
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    const auto nobody = make_party({"nobody", nullptr, kAuthority});
+    const auto impostor = make_party({"middle", nobody.get(), kAuthority});
+    bag.certificates.push_back(encoded(impostor.get()));
+    for (int i = 0; i < namesakes; ++i) {
+        CertificateSpec spec{"nobody", nullptr, kAuthority};
+        spec.same_key = nobody.get();
+        bag.certificates.push_back(encoded(make_party(spec).get()));
+    }
+    for (int i = 0; i < lists; ++i) {
+        bag.lists.push_back(make_list({impostor.get(), -1 - i, 100}));
+    }
+    return bag;
+}
+
 // Each authority of a deep chain constrains the stamper's many names, on many paths.
 inline HostileBag deep_constraints(int names, int constraints, int depth, int twins) {
     std::string mailboxes = "subjectAltName=@names\n[names]\n";
@@ -151,6 +170,7 @@ inline std::vector<NamedBag> hostile_lists(int divisor = 1) {
         {"names at the bound", [=] { return names_of_points(256, 256, 200 / divisor); }},
         {"an indirect list by 14 paths", [=] { return indirect_list(12'000 / divisor, 13); }},
         {"namesakes of lists", [=] { return namesakes_of_lists(80, 5'000 / divisor, 14); }},
+        {"a crowded issuer", [=] { return crowded_issuer(2'300, 150 / divisor); }},
         {"deep constraints", [=] { return deep_constraints(4'000 / divisor, 250, 14, 14); }},
     };
 }

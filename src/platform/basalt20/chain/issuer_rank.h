@@ -17,6 +17,9 @@ struct WantedKey {
 WantedKey wanted_key(Bytes authority_key_identifier);
 WantedKey wanted_key(const CERT_INFO& child);
 
+// In the budget's comparisons, for each certificate.
+inline constexpr std::size_t kComparisonsToRank = 10;
+
 // Anchors first, then what is the machine's and its user's own, however unlikely: of these there
 // are few, and of what came along as many as whoever sent it likes. Among each the likeliest first,
 // for a signature that is judged at that moment.

@@ -200,6 +200,12 @@ std::vector<PoolCertificate*> PathSearch::ranked_issuers(PoolCertificate& child)
     if (among_ == SearchAmong::own) {
         std::erase_if(issuers, [](const PoolCertificate* issuer) { return !issuer->is_own(); });
     }
+    // Own ones are few, and take nothing.
+    if (among_ == SearchAmong::all && issuers.size() > 1 &&
+        !budget_.take_comparisons(issuers.size() * kComparisonsToRank, true)) {
+        cut_short_ = true;
+        std::erase_if(issuers, [](const PoolCertificate* issuer) { return !issuer->is_own(); });
+    }
     if (issuers.size() > 1) {
         put_likeliest_first(issuers, wanted_key(child.info()), at_);
     }
