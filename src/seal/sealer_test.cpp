@@ -63,7 +63,11 @@ TEST_F(SealerTest, KeepsTheVerdictForThoseWhoAsk) {
     const Stamp stamp = Sealer(asked).seal(bytes_of("x"));
     ASSERT_NE(stamp.verdict(), nullptr);
     EXPECT_TRUE(stamp.verdict()->good() && stamp.verdict()->compared());
-    const Verdict again = Verifier(authority.trust()).verify(stamp, bytes_of("x"));
+    Expected expected;
+    expected.digest = Digest::of(bytes_of("x"), HashAlgorithm::by_name("sha256"));
+    expected.nonce = stamp.info().token->nonce;
+    expected.nonce_known = true;
+    const Verdict again = Verifier(authority.trust()).verify(stamp, expected);
     EXPECT_EQ(stamp.verdict()->chain.size(), again.chain.size());
     for (std::size_t i = 0; i < kChecks; ++i) {
         EXPECT_EQ(stamp.verdict()->findings[i].outcome, again.findings[i].outcome) << i;
