@@ -150,7 +150,10 @@ RecordVerification::RecordVerification(const VerifyOptions& options, const Outpu
     : options_(options), output_(output) {}
 
 const chronoseal::EvidenceVerifier& RecordVerification::verifier() const {
-    std::call_once(once_, [this] { verifier_.emplace(trust_of(options_.trust)); });
+    const std::scoped_lock lock(making_);
+    if (!verifier_) {
+        verifier_.emplace(trust_of(options_.trust));
+    }
     return *verifier_;
 }
 

@@ -40,7 +40,7 @@ private:
 
     const VerifyOptions& options_;
     const Output& output_;
-    mutable std::once_flag once_;
+    mutable std::mutex making_;
     mutable std::optional<chronoseal::EvidenceVerifier> verifier_;
 };
 

@@ -136,33 +136,40 @@ FoundNode ConfigurationTree::find(std::string_view path) const {
     return {};
 }
 
+ConfigurationTree::Listing ConfigurationTree::list() const {
+    std::vector<std::string> all;
+    for (const ConfigurationFile& file : files_) {
+        if (file.in_force) {
+            collect(file.root, "", all);
+        }
+    }
+    std::sort(all.begin(), all.end());
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    Listing listing;
+    for (std::string& path : all) {
+        const auto holds_table = [&](const ConfigurationFile& file) {
+            const Descent descent = descend(file.root, path);
+            return file.in_force && descent.node != nullptr && descent.node->is_table();
+        };
+        if (const FoundNode found = find(path); found.node != nullptr) {
+            if (const int kind = check_value(path, *found.node); kind != 0) {
+                listing.findings.push_back({path, kind});
+            }
+            listing.values.push_back(std::move(path));
+        } else if (std::any_of(files_.begin(), files_.end(), holds_table) &&
+                   !is_known_table(path)) {
+            listing.findings.push_back({std::move(path), SUPPORT_REGISTRY_UNKNOWN});
+        }
+    }
+    return listing;
+}
+
 const ConfigurationTree::Listing& ConfigurationTree::listing() const {
-    std::call_once(listed_, [this] {
-        std::vector<std::string> all;
-        for (const ConfigurationFile& file : files_) {
-            if (file.in_force) {
-                collect(file.root, "", all);
-            }
-        }
-        std::sort(all.begin(), all.end());
-        all.erase(std::unique(all.begin(), all.end()), all.end());
-        for (std::string& path : all) {
-            const auto holds_table = [&](const ConfigurationFile& file) {
-                const Descent descent = descend(file.root, path);
-                return file.in_force && descent.node != nullptr && descent.node->is_table();
-            };
-            if (const FoundNode found = find(path); found.node != nullptr) {
-                if (const int kind = check_value(path, *found.node); kind != 0) {
-                    listing_.findings.push_back({path, kind});
-                }
-                listing_.values.push_back(std::move(path));
-            } else if (std::any_of(files_.begin(), files_.end(), holds_table) &&
-                       !is_known_table(path)) {
-                listing_.findings.push_back({std::move(path), SUPPORT_REGISTRY_UNKNOWN});
-            }
-        }
-    });
-    return listing_;
+    const std::lock_guard lock(listing_up_);
+    if (!listing_) {
+        listing_ = list();
+    }
+    return *listing_;
 }
 
 } // namespace basalt

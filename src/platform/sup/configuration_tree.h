@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,12 +51,13 @@ private:
     };
 
     bool stale() const;
+    Listing list() const;
     const Listing& listing() const;
 
     ConfigurationPlaces places_;
     std::vector<ConfigurationFile> files_;
-    mutable std::once_flag listed_;
-    mutable Listing listing_; // made when somebody asks
+    mutable std::mutex listing_up_;
+    mutable std::optional<Listing> listing_; // made when somebody asks
 };
 
 } // namespace basalt

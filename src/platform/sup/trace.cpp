@@ -126,7 +126,8 @@ struct TSupportDbContext_ {
     std::string module;
     unsigned int level;
     unsigned int mask;
-    mutable std::once_flag settled;
+    mutable std::mutex settling;
+    mutable bool settled = false;
     mutable unsigned int enabled = 0;
     mutable basalt::Descriptor file;      // none: standard error
     mutable std::atomic<bool> off{false}; // settled, and nothing is written
@@ -137,18 +138,22 @@ struct TSupportDbContext_ {
         if (off.load(std::memory_order_acquire)) {
             return 0;
         }
-        std::call_once(settled, [this] {
-            enabled = (level | levels_for(module)) & mask;
-            if (enabled == 0) {
-                off.store(true, std::memory_order_release);
-                return;
-            }
-            if (const std::string name = trace_file(); !name.empty()) {
-                file = basalt::Descriptor(
-                    open(name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
-            }
-        });
+        const std::lock_guard lock(settling);
+        if (!settled) {
+            settle();
+        }
         return enabled;
+    }
+
+    void settle() const {
+        enabled = (level | levels_for(module)) & mask;
+        if (enabled == 0) {
+            off.store(true, std::memory_order_release);
+        } else if (const std::string name = trace_file(); !name.empty()) {
+            file = basalt::Descriptor(
+                open(name.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
+        }
+        settled = true;
     }
 };
 
@@ -158,7 +163,7 @@ TSupportDbContext_* support_print_init(int, const char* module, unsigned int lev
         return nullptr;
     }
     try {
-        return new TSupportDbContext_{module, level, mask, {}, 0, {}};
+        return new TSupportDbContext_{module, level, mask};
     } catch (...) {
         return nullptr;
     }
