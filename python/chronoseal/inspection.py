@@ -41,6 +41,8 @@ class Inspection:
     countersignature: bool  #: an older Authenticode countersignature is there
     der: bytes  #: without PEM or Base64
     unread: Tuple[UnreadStamp, ...] = ()  #: whoever judges `stamps` hasn't judged these
+    behind: int = 0  #: bytes behind the stamp that are no part of it
+    certificates_wanted: bool = False  #: of a request: it asks for the authority's certificates
 
 
 _FORMS = ("binary", "pem", "base64", "smime")
@@ -62,7 +64,8 @@ def inspect(data: Data) -> Inspection:
         tuple(Embedded(copy_of(one.stamp), text_of(one.attribute), text_of(one.place), bytes_of(one.stamped))
               for one in embedded),
         info.countersignature != 0, bytes_of(info.der),
-        tuple(UnreadStamp(text_of(one.attribute), text_of(one.place), error_of(one.reason)) for one in unread))
+        tuple(UnreadStamp(text_of(one.attribute), text_of(one.place), error_of(one.reason)) for one in unread),
+        info.behind, info.certificates_wanted != 0)
 
 
 def rewrap(original: Union[bytes, bytearray, memoryview], der: Union[bytes, bytearray, memoryview]) -> bytes:

@@ -75,6 +75,10 @@ def test_a_stored_stamp_is_read_again(sealer, verifier, tmp_path):
     assert (found.kind, found.form, found.der) == ("token", "binary", stamp.token)
     assert found.stamp.info.token == stamp.info.token
     assert chronoseal.inspect(b"").kind == "empty"
+    assert (found.behind, chronoseal.inspect(stamp.token + b"more").behind) == (0, 4)
+    for wanted in (False, True):
+        with chronoseal.Sealer(URL, ask_for_certificates=wanted) as asking:
+            assert chronoseal.inspect(asking.request(DATA)).certificates_wanted is wanted
 
 
 def test_a_verdict_that_is_not_good_is_false_and_says_why(sealer, verifier):

@@ -107,6 +107,24 @@ TEST_F(CInterfaceTest, ARequestGoesAnotherWayAndIsHeldAgainstTheAnswer) {
     EXPECT_EQ(judge(nullptr, 0), "refused: not_a_request");
 }
 
+TEST_F(CInterfaceTest, AnInspectionTellsWhatIsBehindAndWhatARequestWants) {
+    const std::string whole = token();
+    for (const std::string& behind : {std::string(), std::string("more"), whole}) {
+        const auto inspection = made<chronoseal_inspect>(whole + behind);
+        const auto* info = given<chronoseal_inspection_get_info>(inspection);
+        EXPECT_EQ(info->behind, behind.size());
+        EXPECT_EQ(info->certificates_wanted, 0);
+    }
+    for (const bool wanted : {false, true}) {
+        options.certificates = wanted ? CHRONOSEAL_YES : CHRONOSEAL_NO;
+        const auto sealer = made<chronoseal_sealer_new>(options);
+        const auto request =
+            made<chronoseal_inspect>(taken<chronoseal_request>(sealer, hash("data")));
+        EXPECT_EQ(given<chronoseal_inspection_get_info>(request)->certificates_wanted,
+                  wanted ? 1 : 0);
+    }
+}
+
 TEST_F(CInterfaceTest, AQuorumFillsAllPlacesOrNone) {
     const LiveAuthority second;
     const std::string other_root = second.authority().root_der();

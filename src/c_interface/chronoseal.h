@@ -1295,6 +1295,8 @@ typedef struct chronoseal_inspection_info {
     chronoseal_bytes der;                     // without PEM or Base64
     const chronoseal_unread_stamp* const* unread; // whoever judges `stamps` hasn't judged these
     size_t unread_count;                          // how many
+    size_t behind;                                // bytes behind the stamp that are no part of it
+    int certificates_wanted; // 1: of a request: it asks for the authority's certificates
 } chronoseal_inspection_info;
 
 // What was found out, with the stamps in it.

@@ -35,6 +35,8 @@ struct chronoseal_inspection {
         }
         view.unread_count = unread.size();
         view.unread = kept.array(std::move(unread));
+        view.behind = inspection.behind;
+        view.certificates_wanted = inspection.certificates_wanted ? 1 : 0;
         info = kept.value(view);
     }
 
