@@ -29,48 +29,60 @@ class Stop:
         call(lib.chronoseal_stop_request, self._handle)
 
 
+class _Call:
+    """One that takes long or calls back."""
+
+    def __init__(self, stop: Optional[Stop]) -> None:
+        self.stop = stop
+        self.in_library = False
+
+
 class _UnderWay:
     """The calls that take long or call back. At the end of the program they are ended and waited for: a thread that the
     interpreter has given up would take the process down with it once it comes back from the library. One that is in a
-    function of the caller's isn't waited for, since nobody knows for how long."""
+    function of the caller's isn't waited for, since nobody knows for how long, nor one that was left to itself."""
 
     def __init__(self) -> None:
         self._changed = threading.Condition()
-        self._stops: List[Stop] = []
-        self._in_library = 0
+        self._calls: List[_Call] = []
         self._closed = False
 
-    def run(self, stop: Stop, function: Callable[[], Result]) -> Result:
+    def run(self, call: _Call, function: Callable[[], Result]) -> Result:
         with self._changed:
             self._refuse_when_closed()
-            self._stops.append(stop)
-            self._in_library += 1
+            self._calls.append(call)
+            call.in_library = True
         try:
             return function()
         finally:
-            with self._changed:
-                self._stops.remove(stop)
-                self._in_library -= 1
-                self._changed.notify_all()
+            self.leave(call)
 
-    def outside(self, function: Callable[[], object]) -> None:
+    def outside(self, call: _Call, function: Callable[[], object]) -> None:
         """Calls a function of the caller's."""
         with self._changed:
             self._refuse_when_closed()
-            self._in_library -= 1
+            call.in_library = False
             self._changed.notify_all()
         try:
             function()
         finally:
             with self._changed:
-                self._in_library += 1
+                call.in_library = True
+
+    def leave(self, call: _Call) -> None:
+        """Waits for it no longer."""
+        with self._changed:
+            if call in self._calls:
+                self._calls.remove(call)
+            self._changed.notify_all()
 
     def close(self) -> None:
         with self._changed:
             self._closed = True
-            for stop in self._stops:
-                stop.request()
-            while self._in_library > 0:
+            for call in self._calls:
+                if call.stop is not None:
+                    call.stop.request()
+            while any(call.in_library for call in self._calls):
                 self._changed.wait()
 
     def _refuse_when_closed(self) -> None:
@@ -98,11 +110,12 @@ class Listener:
 
     def __init__(self) -> None:
         self._raised: List[BaseException] = []
+        self._call = _Call(None)
 
     def guarded(self, function: Callable[[], object]) -> bool:
         """Whether the function returned; what it raises is kept."""
         try:
-            _under_way.outside(function)
+            _under_way.outside(self._call, function)
             return True
         except BaseException as raised:  # a KeyboardInterrupt above all
             self._raised.append(raised)
@@ -110,13 +123,18 @@ class Listener:
 
     def run(self, stop: Stop, function: Callable[[], Result]) -> Result:
         """Calls the function, which calls the library."""
+        self._call = _Call(stop)
         try:
-            return _under_way.run(stop, function)
+            return _under_way.run(self._call, function)
         finally:
             if self._raised:
                 first = self._raised[0]
                 self._raised.clear()
                 raise first
+
+    def leave(self) -> None:
+        """Leaves the call to itself: it ends some time, and nobody waits for it."""
+        _under_way.leave(self._call)
 
 
 class ProgressListener(Listener):
@@ -166,13 +184,18 @@ class Watch:
             self.control.user = self.arena.keep(ffi.new_handle(self._listener))
 
     def run(self, function: Callable[[], Result]) -> Result:
-        return interruptible(self.stop, lambda: self._listener.run(self.stop, function))
+        return interruptible(self.stop, lambda: self._listener.run(self.stop, function), self._listener.leave)
 
 
-def interruptible(stop: Stop, function: Callable[[], Result]) -> Result:
+#: What a call that was stopped has to end by itself, in seconds. Waiting for a server's answer may take longer.
+_PATIENCE = 0.5
+
+
+def interruptible(stop: Stop, function: Callable[[], Result], leave: Optional[Callable[[], None]] = None) -> Result:
     """Calls what may wait for a server or a pipe. The main thread gets its signals only while it runs Python: so another
     one waits in its place, and Ctrl-C requests the stop. Who doesn't wait for that, and interrupts again, leaves the
-    other thread to itself: so the function has to hold all that the library works on."""
+    other thread to itself: so the function has to hold all that the library works on. With `leave` nobody has to
+    interrupt again: it is called where the stop doesn't end the call at once."""
     if threading.current_thread() is not threading.main_thread():
         return function()
     results: List[Result] = []
@@ -187,7 +210,8 @@ def interruptible(stop: Stop, function: Callable[[], Result]) -> Result:
         finally:
             done.set()
 
-    thread = threading.Thread(target=work, name="chronoseal")
+    # The end of the program waits for what is under way, and not for what was left.
+    thread = threading.Thread(target=work, name="chronoseal", daemon=True)
     try:
         thread.start()
         done.wait()
@@ -195,8 +219,8 @@ def interruptible(stop: Stop, function: Callable[[], Result]) -> Result:
         if thread.ident is None and isinstance(error, RuntimeError):
             return function()  # there is no thread to be had: at the end of the program, above all
         stop.request()
-        if thread.ident is not None:
-            done.wait()
+        if thread.ident is not None and not done.wait(None if leave is None else _PATIENCE) and leave is not None:
+            leave()
         raise
     if raised:
         raise raised[0]

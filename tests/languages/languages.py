@@ -12,9 +12,12 @@ import os
 import pathlib
 import re
 import shutil
+import signal
+import socket
 import subprocess
 import sys
 import threading
+import time
 import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -202,6 +205,28 @@ class Languages(program.SystemTest):
         out = run(python, "-m", "pytest", "-q", "-p", "no:cacheprovider", self.folder / "python" / "tests",
                   env=self.environment)
         self.assertRegex(out, r"\b\d+ passed")
+
+    def test_an_interruption_in_python_does_not_wait_for_a_silent_server(self):
+        """Neither does the end of the program, whether or not it catches the interruption."""
+        python = self.need_python()
+        with socket.create_server(("127.0.0.1", 0)) as server:
+            url = f"http://127.0.0.1:{server.getsockname()[1]}/"
+            root = forge.issue(self.folder, "silent root", ca=True)
+            token = self.stage.token(forge.issue(self.folder, "silent", root, crl_url=url, ocsp_url=url + "ocsp"))
+            stamp, roots = self.workspace.write("silent.tsr", token), root.write_pem(self.folder / "silent.pem")
+            for action, end in (("seal", "caught"), ("verify", "caught"), ("verify", "uncaught"), ("seal", "uncaught")):
+                with self.subTest(action=action, end=end), subprocess.Popen(
+                        [python, HERE / "interrupted.py", action, end, url, stamp, self.stage.files["data"], roots],
+                        env=self.environment, stderr=subprocess.PIPE, text=True) as process:
+                    with server.accept()[0]:  # it waits now
+                        began = time.monotonic()
+                        process.send_signal(signal.SIGINT)
+                        told = process.communicate(timeout=60)[1]
+                        self.assertLess(time.monotonic() - began, 20)
+                        server.settimeout(0)
+                        self.assertRaises(BlockingIOError, server.accept)  # nobody was asked after that
+                        server.settimeout(None)
+                    self.assertEqual(process.returncode, 7 if end == "caught" else -signal.SIGINT, told)
 
     def test_example_in_python(self):
         documents = self.folder / "documents"
