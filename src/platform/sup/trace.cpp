@@ -163,7 +163,7 @@ TSupportDbContext_* support_print_init(int, const char* module, unsigned int lev
         return nullptr;
     }
     try {
-        return new TSupportDbContext_{module, level, mask};
+        return new TSupportDbContext_{module, level, mask, {}, false, 0, {}};
     } catch (...) {
         return nullptr;
     }
