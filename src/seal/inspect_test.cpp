@@ -176,6 +176,20 @@ std::string with_many(std::string text, const char* attribute, const std::string
     return text;
 }
 
+// The message with its one signer so many times.
+std::string with_signers(const std::string& text, int count) {
+    const Message message = message_of(text);
+    auto* const signers = CMS_get0_SignerInfos(message.get());
+    while (sk_CMS_SignerInfo_num(signers) < count) {
+        sk_CMS_SignerInfo_push(signers, sk_CMS_SignerInfo_value(signers, 0));
+    }
+    std::string whole = tsp::der(message.get(), &i2d_CMS_ContentInfo);
+    while (sk_CMS_SignerInfo_num(signers) > 1) { // each is freed once
+        sk_CMS_SignerInfo_pop(signers);
+    }
+    return whole;
+}
+
 // Stamped in such an attribute.
 std::string stamped_message(const tsp::Authority& authority, const std::string& attribute) {
     const std::string text = signed_message(authority);
@@ -204,6 +218,16 @@ TEST(Inspect, AStampInASignatureIsJudgedAgainstThatSignature) {
     }
 }
 
+TEST(Inspect, AnOlderCountersignatureIsTold) {
+    const tsp::Authority authority;
+    const std::string plain = signed_message(authority);
+    EXPECT_FALSE(inspect(to_bytes(plain)).countersignature);
+    const Inspection found =
+        inspect(to_bytes(with_attribute(plain, "1.2.840.113549.1.9.6", sequence(""))));
+    EXPECT_TRUE(found.countersignature);
+    EXPECT_TRUE(found.stamps.empty() && found.unread.empty());
+}
+
 TEST(Inspect, WhatIsNotLookedIntoIsTold) {
     constexpr char kStamp[] = "1.2.840.113549.1.9.16.2.14", kNested[] = "1.3.6.1.4.1.311.2.4.1";
     const tsp::Authority authority;
@@ -220,8 +244,12 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
         std::size_t stamps;
         std::string word; // of what wasn't looked into; empty: nothing
         Category category = Category::refused;
+        std::string place = "signer 1, attribute 1.";
     };
     const Row rows[] = {
+        {"as many signers as are looked at", with_signers(plain, 64), 0, ""},
+        {"too many signers", with_signers(plain, 65), 0, "too_many_stamps", Category::unreachable,
+         "signer 65"},
         {"a good one", stamped_message(authority, kStamp), 1, ""},
         {"no stamp", with_attribute(plain, kStamp, sequence("")), 0, "not_a_stamp"},
         {"beside a good one",
@@ -242,7 +270,7 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
         if (!row.word.empty()) {
             EXPECT_EQ(found.unread[0].reason.word(), row.word) << row.name;
             EXPECT_EQ(found.unread[0].reason.category(), row.category) << row.name;
-            EXPECT_EQ(found.unread[0].place.find("signer 1, attribute 1."), 0U) << row.name;
+            EXPECT_EQ(found.unread[0].place.find(row.place), 0U) << row.name;
         }
     }
 }

@@ -637,6 +637,11 @@ class AtAShell(WithAuthority):
             self.expect(self.workspace.run("trust", "add", path, "--sha256", "00" * 32), status, str(path))
         self.expect(self.workspace.run("trust", "remove", "00"), USAGE, "64 hexadecimal digits")
         self.expect(self.workspace.run("trust", "remove", colons), GOOD)
+        none = self.workspace.environment["BASALT_SYSTEM_ROOTS"]
+        self.addCleanup(self.workspace.environment.update, BASALT_SYSTEM_ROOTS=none)
+        self.workspace.environment["BASALT_SYSTEM_ROOTS"] = str(self.authority.root)
+        self.assertRegex(self.workspace.run("trust", "list").stdout, b"^system +" + colons.replace(":", "").lower().encode())
+        self.expect(self.workspace.run("trust", "remove", colons), REFUSED, "it comes with the system", "SystemRoots = false")
 
     def test_doctor_counts_the_days(self):
         if not shutil.which("faketime") or os.environ.get("CHRONOSEAL_SANITIZED"):

@@ -383,6 +383,7 @@ class Renewing(WithRecords):
         self.assertEqual(beside, ["b.ers", "sums.ers"])
         self.assertEqual(len(told.splitlines()), 1, told)
         self.assertIn("2 records beside rest on the same time-stamps and weren't renewed: b.ers, sums.ers;", told)
+        self.assertEqual(renew("a.ers")[0], beside)  # however far ahead it is
         self.assertEqual(renew("sums.ers")[0], ["b.ers"])  # that of a has a later stamp already
         self.assertEqual(renew("./b.ers", "sums.ers"), ([], ""))
         self.assertEqual(renew("d.ers"), ([], ""))
