@@ -1,6 +1,7 @@
 """What is told when something is wrong: each fault of a server, an answer or a token by words and advice of its own."""
 
 import base64
+import hashlib
 import os
 import re
 
@@ -42,6 +43,24 @@ class Explanations(program.SystemTest):
         line = self.expect(result, status, *fragments)
         self.assertLessEqual(line.count(url), 1, "the address stands there twice")
         return line
+
+    def test_how_much_is_known_of_revocation(self):
+        folder = self.workspace.path
+        middle = forge.issue(folder, "the middle", self.root, ca=True)
+        signer = forge.issue(folder, "a signer", middle)
+        info = forge.tst_info(hashlib.sha256(b"content").digest())
+        token = self.workspace.write("known.tsr", forge.make_token(signer, info, certificates=[signer.der, middle.der]))
+        lists = [("--crls", self.workspace.write(f"{i}.crl", forge.make_crl(one))) for i, one in enumerate((middle, self.root))]
+        verify = ("verify", token, "--data", self.file, "--roots", self.roots, "-v")
+        for given, told, unknown in (((), "nothing is known of a revocation", ["a signer", "the middle"]),
+                                     (lists[0], "none was revoked of those that something speaks of", ["the middle"]),
+                                     (lists[0] + lists[1], "none of the certificates was revoked", [])):
+            with self.subTest(told):
+                result = self.workspace.run(*verify, *given)
+                self.expect(result, GOOD)
+                shown = result.stdout.decode()
+                self.assertRegex(shown, f"revocation +passed: {told}\n")
+                self.assertEqual(re.findall("nothing speaks of the revocation of .*CN=(.*)", shown), unknown)
 
     def test_http_statuses(self):
         rows = {301: ("redirects elsewhere", "0x80072F7C", "give the address"),
