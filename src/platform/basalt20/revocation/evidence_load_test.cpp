@@ -47,8 +47,8 @@ protected:
         return {.signer = &signer, .made = kMade - 7 * week, .next = kNext};
     }
 
-    Standing judge(const Party& certificate, const Party& ca) {
-        Budget budget;
+    Standing judge(const Party& certificate, const Party& ca, const BudgetLimits& limits = {}) {
+        Budget budget(limits);
         Retrieval retrieval(budget);
         StatusCheck check(budget, retrieval, paths_, {own_.get()}, {given_.get()});
         StatusQuestion question;
@@ -88,6 +88,29 @@ TEST_F(EvidenceLoadTest, ListsOfYearsByDearKeysAreAllLookedAt) {
             EXPECT_EQ(judge(*certificate, *ca), Standing::good) << own;
             EXPECT_EQ(signatures_, 40 * signature_cost(ca->private_key.get()));
         }
+    }
+}
+
+// Forged lists that would take more comparisons than there are, around one that revokes.
+TEST_F(EvidenceLoadTest, WhatIsDearToCompareTakesNothingFromWhatIsCheap) {
+    const PartyOwner ca = authority("P-256");
+    const PartyOwner forger = make_party({.name = "ca", .extensions = kAuthority});
+    const PartyOwner certificate = make_party({.name = "stamps", .issuer = ca.get()});
+    ListSpec honest = list(*ca);
+    honest.entries = {{certificate.get(), -5, 1}};
+    const std::string indirect = "issuingDistributionPoint=critical,@p\n[p]\nindirectCRL=TRUE";
+    BudgetLimits limits;
+    limits.given_comparisons = 1000;
+    constexpr int kForged = 10;
+    for (const int place : {0, 5, kForged}) {
+        forget();
+        for (int i = 0; i <= kForged; ++i) {
+            ListSpec forged = list(*forger, i);
+            forged.extensions = indirect;
+            forged.strangers = 100;
+            put(given_, make_list(i == place ? honest : forged));
+        }
+        EXPECT_EQ(judge(*certificate, *ca, limits), Standing::revoked) << place;
     }
 }
 

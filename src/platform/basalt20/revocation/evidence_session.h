@@ -40,6 +40,8 @@ public:
     const CertificateSources& sources_of(X509* certificate);
     // Null when it would cost more than there is.
     const Listing* listing_of(const EvidenceItem& list, X509* certificate);
+    // Whether the list has the certificate's number at all, as far as that is quickly seen.
+    bool has_entry(const EvidenceItem& list, X509* certificate);
 
     // Own ones take nothing. A refusal is noted as something that was left out.
     bool affords(const EvidenceItem& item, std::size_t comparisons);
@@ -75,6 +77,7 @@ private:
     std::size_t judged_with_ = 0; // of these, when the findings were made
     std::map<const X509*, CertificateSources> sources_;
     std::map<std::pair<const EvidenceItem*, const X509*>, Listing> listings_;
+    std::map<std::pair<const EvidenceItem*, const X509*>, bool> entries_;
 };
 
 } // namespace basalt

@@ -5,7 +5,6 @@
 #include <openssl/err.h>
 
 #include <algorithm>
-#include <tuple>
 #include <utility>
 
 namespace basalt {
@@ -217,43 +216,49 @@ void Inquiry::leave_out(const EvidenceItem& item) {
     own_left_out_ = own_left_out_ || !item.given();
 }
 
-// By its own word; nobody has looked who signed it.
+// By its own word: nobody has looked who signed it, and so nothing is spent on it. Of an answer
+// about very many it isn't looked for.
 bool Inquiry::speaks_against(const EvidenceItem& item) {
+    constexpr int kFewEntries = 16;
     if (item.list) {
-        const Listing* listing = session_.listing_of(item, certificate_);
-        return listing != nullptr && !listing->entries.empty();
+        return session_.has_entry(item, certificate_);
     }
-    if (!affords(item, comparisons_for_statements(*item.answer))) {
+    if (OCSP_resp_count(item.answer->basic.get()) > kFewEntries) {
         return false;
     }
     const std::vector<Statement> said = statements_of(*item.answer, identity_);
     return std::any_of(said.begin(), said.end(), [](const Statement& s) { return s.revoked; });
 }
 
-// Where there may be more than can be heard it hangs on what they say, and not on the order in
-// which they came, which are: one's own, and what revokes, go first.
+// One's own first, then by their size: what it takes to look at a large one is taken from none of
+// the others. The bytes settle the rest, so that the order in which they came shows nowhere.
+void Inquiry::put_in_order(Items& items) {
+    std::sort(items.begin(), items.end(), [](const EvidenceItem* a, const EvidenceItem* b) {
+        const auto head = [](const EvidenceItem* item) {
+            return std::pair(item->given(), item->encoded.size());
+        };
+        return head(a) != head(b)
+                   ? head(a) < head(b)
+                   : std::lexicographical_compare(a->encoded.begin(), a->encoded.end(),
+                                                  b->encoded.begin(), b->encoded.end());
+    });
+}
+
+// Where there may be more than can be heard what revokes goes first.
 void Inquiry::put_weightiest_first(Items& items) {
     constexpr std::size_t kFew = 8;
     if (items.size() <= kFew) {
         return;
     }
-    using Weighed = std::tuple<bool, bool, const EvidenceItem*>;
-    std::vector<Weighed> weighed;
+    Items weighty[2][2]; // by whether they were given, and speak against
     for (const EvidenceItem* item : items) {
-        weighed.emplace_back(item->given(), !speaks_against(*item), item);
+        weighty[item->given() ? 1 : 0][speaks_against(*item) ? 0 : 1].push_back(item);
     }
-    std::sort(weighed.begin(), weighed.end(), [](const Weighed& a, const Weighed& b) {
-        const auto head = [](const Weighed& w) {
-            return std::pair(std::get<0>(w), std::get<1>(w));
-        };
-        const Bytes first = std::get<2>(a)->encoded;
-        const Bytes second = std::get<2>(b)->encoded;
-        return head(a) != head(b) ? head(a) < head(b)
-                                  : std::lexicographical_compare(first.begin(), first.end(),
-                                                                 second.begin(), second.end());
-    });
-    std::transform(weighed.begin(), weighed.end(), items.begin(),
-                   [](const Weighed& w) { return std::get<2>(w); });
+    items.clear();
+    for (const auto& [against, others] : weighty) {
+        items.insert(items.end(), against.begin(), against.end());
+        items.insert(items.end(), others.begin(), others.end());
+    }
 }
 
 // What was signed by whom it had to be is heard, if it can be read for what there is.
@@ -308,6 +313,7 @@ std::size_t Inquiry::comparisons_for(const EvidenceItem& item) const {
 }
 
 bool Inquiry::consider(Items items) {
+    put_in_order(items);
     std::erase_if(items, [&](const EvidenceItem* item) {
         return !item->usable() || is_accepted(*item) || !affords(*item, comparisons_for(*item)) ||
                !is_for_us(*item);

@@ -36,6 +36,7 @@ private:
     Items fetched_before();
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);
+    static void put_in_order(Items& items);
     void put_weightiest_first(Items& items);
     std::size_t comparisons_for(const EvidenceItem& item) const;
     bool affords(const EvidenceItem& item, std::size_t comparisons);

@@ -93,6 +93,15 @@ const Listing* EvidenceSession::listing_of(const EvidenceItem& list, X509* certi
                 .first->second;
 }
 
+bool EvidenceSession::has_entry(const EvidenceItem& list, X509* certificate) {
+    const auto [known, is_new] = entries_.try_emplace({&list, certificate}, false);
+    if (is_new) {
+        X509_REVOKED* entry = nullptr;
+        known->second = X509_CRL_get0_by_cert(list.list->list.get(), &entry, certificate) != 0;
+    }
+    return known->second;
+}
+
 bool EvidenceSession::is_under_way(const X509Entry& certificate) const {
     return std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
         return X509_cmp(other->certificate.get(), certificate.certificate.get()) == 0;
