@@ -16,6 +16,9 @@ constexpr std::size_t kMaxModulusBytes = kMaxKeyBits / 8;
 constexpr std::size_t kMaxExponentBytes = 8;
 constexpr std::size_t kMaxKeyBytes = std::size_t{8} << 10; // of any kind, as it is encoded
 
+constexpr std::size_t kMaxExpandedBytes = std::size_t{16} << 10;
+constexpr std::string_view kDistributionPoints = "2.5.29.31";
+
 constexpr std::string_view kRsaKeys[] = {"1.2.840.113549.1.1.1", "1.2.840.113549.1.1.10",
                                          "1.2.840.113549.1.1.7", "2.5.8.1.1"};
 constexpr std::string_view kCurveKey = "1.2.840.10045.2.1";
@@ -50,13 +53,47 @@ bool is_reasonable_key(const CERT_PUBLIC_KEY_INFO& key) {
     return !is_rsa(oid) || is_reasonable_rsa(key);
 }
 
+// A point that is relative to a name, in full; at most. Others take nothing.
+std::size_t expanded_bytes(Bytes point, std::size_t issuer_bytes) {
+    DerReader fields(point);
+    const Element named = fields.take_if(tag::context_constructed(0));
+    const bool is_relative =
+        named.tag != 0 && DerReader(named.contents).peek() == tag::context_constructed(1);
+    return is_relative ? named.contents.size() + issuer_bytes + fields.rest().size() : 0;
+}
+
+std::size_t expanded_bytes_of_points(Bytes points, std::size_t issuer_bytes) {
+    std::size_t bytes = 0;
+    try {
+        for (DerReader reader(sole_element(points, tag::kSequence).contents); !reader.at_end();) {
+            bytes += expanded_bytes(reader.take(tag::kSequence).contents, issuer_bytes);
+        }
+    } catch (const Fault&) {
+        return 0; // OpenSSL won't read them either
+    }
+    return bytes;
+}
+
 } // namespace
+
+bool is_affordable(const CertificateBody& certificate) {
+    const CERT_INFO& info = certificate.info();
+    std::size_t bytes = 0;
+    for (DWORD i = 0; i < info.cExtension; ++i) {
+        const CERT_EXTENSION& extension = info.rgExtension[i];
+        if (kDistributionPoints == extension.pszObjId) {
+            bytes += expanded_bytes_of_points({extension.Value.pbData, extension.Value.cbData},
+                                              info.Issuer.cbData);
+        }
+    }
+    return bytes <= kMaxExpandedBytes;
+}
 
 bool is_reasonable(const CertificateBody& certificate) {
     const CERT_INFO& info = certificate.info();
     return certificate.encoded().size() <= kMaxCertificateBytes &&
            info.Subject.cbData <= kMaxNameBytes && info.Issuer.cbData <= kMaxNameBytes &&
-           is_reasonable_key(info.SubjectPublicKeyInfo);
+           is_reasonable_key(info.SubjectPublicKeyInfo) && is_affordable(certificate);
 }
 
 } // namespace basalt

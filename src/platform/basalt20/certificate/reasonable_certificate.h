@@ -9,9 +9,15 @@ namespace basalt {
 
 inline constexpr int kMaxKeyBits = 8192;
 
-// False for one over 64 KiB, with a name over 4 KiB, an RSA modulus over kMaxKeyBits or an exponent
-// over 64 bits, and for a curve that is written out where its name should stand (RFC 5480, 2.1.1):
-// points on curves of one's own making can take OpenSSL tens of milliseconds to read.
+// False for one whose extensions take OpenSSL too long to look at even once: it expands all
+// relative names of distribution points, each by the whole name of the issuer, so that 60 KiB of
+// them take seconds and hundreds of megabytes. Nobody honest has over 16 KiB of them in full.
+bool is_affordable(const CertificateBody& certificate);
+
+// False for one that isn't affordable, for one over 64 KiB, with a name over 4 KiB, an RSA modulus
+// over kMaxKeyBits or an exponent over 64 bits, and for a curve that is written out where its name
+// should stand (RFC 5480, 2.1.1): points on curves of one's own making can take OpenSSL tens of
+// milliseconds to read.
 bool is_reasonable(const CertificateBody& certificate);
 
 } // namespace basalt

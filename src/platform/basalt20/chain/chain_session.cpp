@@ -1,6 +1,7 @@
 #include <basalt/chain/chain_session.h>
 
 #include <basalt/certificate/body_cache.h>
+#include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/issuer_rank.h>
 #include <basalt/chain/name_key.h>
 
@@ -195,6 +196,9 @@ PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& ju
 
 Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const std::lock_guard lock(mutex_);
+    if (!is_affordable(*end_.item->body)) {
+        return unread();
+    }
     const Question question{at, now(), usage};
     counts_ = {};
     considered_.clear();
@@ -231,6 +235,16 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     }
     keep_prepared(*found);
     return std::move(*found);
+}
+
+// Of a certificate that nobody looks into.
+Judgement ChainSession::unread() const {
+    Judgement judgement;
+    judgement.elements.resize(1);
+    judgement.elements[0].certificate = &end_;
+    judgement.elements[0].errors = {X509_V_ERR_UNSPECIFIED};
+    judgement.cut_short = true;
+    return judgement;
 }
 
 std::optional<Judgement> ChainSession::search(const Question& question) {
@@ -281,9 +295,7 @@ const PathErrors* ChainSession::structure_of(const Path& path) {
     if (found != structures_.end()) {
         return &found->second;
     }
-    const bool given = std::any_of(path.begin(), path.end(),
-                                   [](const PoolCertificate* each) { return !each->is_own(); });
-    if (!budget_.take_comparisons(comparisons_for_constraints(path), given)) {
+    if (!take_comparisons(budget_, path, comparisons_for_constraints(path))) {
         return nullptr;
     }
     return &(structures_[path] = structure_errors(path, request_.policies));
@@ -292,13 +304,15 @@ const PathErrors* ChainSession::structure_of(const Path& path) {
 Judgement ChainSession::judge_path(const Path& path, const Question& question) {
     Judgement judgement;
     judgement.ends_in_anchor = path.back()->is_anchor;
-    const PathErrors* structure = structure_of(path);
+    const bool affordable = take_comparisons(budget_, path, comparisons_for_usages(path));
+    const PathErrors* structure = affordable ? structure_of(path) : nullptr;
     cut_short_ = cut_short_ || structure == nullptr;
     const PathErrors untold(structure == nullptr ? path.size() : 0, {X509_V_ERR_UNSPECIFIED});
     const PathErrors& errors = structure != nullptr ? *structure : untold;
     const std::vector<Strength> found_strengths = strengths(path);
     const std::vector<bool> late = out_of_time(path, question.at);
-    const std::vector<bool> used_wrong = misused(path, question.usage);
+    const std::vector<bool> used_wrong =
+        affordable ? misused(path, question.usage) : std::vector<bool>(path.size(), false);
     for (std::size_t i = 0; i < path.size(); ++i) {
         JudgedElement element;
         element.certificate = path[i];

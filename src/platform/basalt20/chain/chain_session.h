@@ -83,6 +83,7 @@ private:
     bool is_good_for_evidence(const Path& path, const PathErrors& structure,
                               const EvidenceMaker& maker);
 
+    Judgement unread() const;
     std::optional<Judgement> search(const Question& question);
     void refuse(Judgement judgement);
     bool consider(const Path& path, const Question& question);

@@ -22,8 +22,8 @@ inline void add_unsigned_lists(HostileBag& bag, int count, const EvpKey& key,
     }
 }
 
-// The stamper's certificate has that many points, relative to its issuer's name, and each list one.
-inline HostileBag relative_points(int points, int lists) {
+// That many points, each relative to its certificate's issuer's name.
+inline std::string relative_points_of(int points) {
     std::string named = "crlDistributionPoints=";
     std::string sections;
     for (int i = 0; i < points; ++i) {
@@ -31,11 +31,29 @@ inline HostileBag relative_points(int points, int lists) {
         named += (i > 0 ? ",p" : "p") + number;
         sections += "[p" + number + "]\nrelativename=n\n";
     }
+    return named + "\n" + sections + "[n]\nOU=1";
+}
+
+// Certificates that call themselves the issuer have very many points relative to a long name.
+inline HostileBag points_of_namesakes(int points, int namesakes) {
     const HonestChain honest;
     HostileBag bag = honest.bag();
-    bag.end = encoded(make_party({"stamper", honest.middle.get(),
-                                  kStamper + named + "\n" + sections + "[n]\nOU=1"})
-                          .get());
+    const auto nobody = make_party({std::string(2000, 'n'), nullptr, kAuthority});
+    for (int i = 0; i < namesakes; ++i) {
+        bag.certificates.push_back(
+            encoded(make_party({"middle", nobody.get(),
+                                kAuthority + std::string("\n") + relative_points_of(points)})
+                        .get()));
+    }
+    return bag;
+}
+
+// The stamper's certificate has such points, and each list one.
+inline HostileBag relative_points(int points, int lists) {
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    bag.end = encoded(
+        make_party({"stamper", honest.middle.get(), kStamper + relative_points_of(points)}).get());
     add_unsigned_lists(bag, lists, EvpKey(EVP_EC_gen("P-256")), [](int) {
         return "issuingDistributionPoint=critical,@p\n[p]\nrelativename=n\n[n]\nOU=2";
     });
@@ -128,8 +146,33 @@ inline HostileBag crowded_issuer(int namesakes, int lists) {
     return bag;
 }
 
-// Each authority of a deep chain constrains the stamper's many names, on many paths.
-inline HostileBag deep_constraints(int names, int constraints, int depth, int twins) {
+// A deep chain of authorities with such extensions, the last with as many certificates more, so
+// that there are as many paths.
+inline HostileBag deep_chain(const std::string& of_authorities, const std::string& of_stamper,
+                             int depth, int twins) {
+    const std::string extensions = std::string(kAuthority) + "\n" + of_authorities;
+    std::vector<std::unique_ptr<Party>> chain;
+    chain.push_back(make_party({"root", nullptr, kAuthority}));
+    HostileBag bag;
+    bag.anchor = encoded(chain[0].get());
+    for (int i = 0; i < depth; ++i) {
+        bag.lists.push_back(make_list({chain.back().get(), -1, 100}));
+        chain.push_back(
+            make_party({"authority" + std::to_string(i), chain.back().get(), extensions}));
+        bag.certificates.push_back(encoded(chain.back().get()));
+    }
+    bag.lists.push_back(make_list({chain.back().get(), -1, 100}));
+    for (int i = 0; i < twins; ++i) {
+        CertificateSpec spec{chain.back()->name, chain[chain.size() - 2].get(), extensions};
+        spec.same_key = chain.back().get();
+        bag.certificates.push_back(encoded(make_party(spec).get()));
+    }
+    bag.end = encoded(make_party({"stamper", chain.back().get(), kStamper + of_stamper}).get());
+    return bag;
+}
+
+// Each authority constrains the stamper's many names.
+inline HostileBag deep_constraints(int names, int constraints) {
     std::string mailboxes = "subjectAltName=@names\n[names]\n";
     for (int i = 0; i < names; ++i) {
         mailboxes += "email." + std::to_string(i) + "=a@b" + std::to_string(i) + "\n";
@@ -138,26 +181,16 @@ inline HostileBag deep_constraints(int names, int constraints, int depth, int tw
     for (int i = 0; i < constraints; ++i) {
         constrained += "excluded;email." + std::to_string(i) + "=c" + std::to_string(i) + "\n";
     }
-    constrained = std::string(kAuthority) + "\n" + constrained;
-    std::vector<std::unique_ptr<Party>> chain;
-    chain.push_back(make_party({"root", nullptr, kAuthority}));
-    HostileBag bag;
-    bag.anchor = encoded(chain[0].get());
-    for (int i = 0; i < depth; ++i) {
-        bag.lists.push_back(make_list({chain.back().get(), -1, 100}));
-        chain.push_back(
-            make_party({"authority" + std::to_string(i), chain.back().get(), constrained}));
-        bag.certificates.push_back(encoded(chain.back().get()));
+    return deep_chain(constrained, mailboxes, 14, 14);
+}
+
+// Each authority may be used for very many things.
+inline HostileBag deep_usages(int usages) {
+    std::string named = "extendedKeyUsage=";
+    for (int i = 0; i < usages; ++i) {
+        named += "1.2.3." + std::to_string(1'000'000 + i) + ",";
     }
-    bag.lists.push_back(make_list({chain.back().get(), -1, 100}));
-    for (int i = 0; i < twins; ++i) {
-        CertificateSpec spec{chain.back()->name, chain[chain.size() - 2].get(), constrained};
-        spec.same_key = chain.back().get();
-        bag.certificates.push_back(encoded(make_party(spec).get()));
-    }
-    bag.end = encoded(
-        make_party({"stamper", chain.back().get(), std::string(kStamper) + mailboxes}).get());
-    return bag;
+    return deep_chain(named + "timeStamping", "", 14, 14);
 }
 
 // As hostile_bags().
@@ -171,7 +204,8 @@ inline std::vector<NamedBag> hostile_lists(int divisor = 1) {
         {"an indirect list by 14 paths", [=] { return indirect_list(12'000 / divisor, 13); }},
         {"namesakes of lists", [=] { return namesakes_of_lists(80, 5'000 / divisor, 14); }},
         {"a crowded issuer", [=] { return crowded_issuer(2'300, 150 / divisor); }},
-        {"deep constraints", [=] { return deep_constraints(4'000 / divisor, 250, 14, 14); }},
+        {"deep constraints", [=] { return deep_constraints(4'000 / divisor, 250); }},
+        {"deep usages", [=] { return deep_usages(4'000 / divisor); }},
     };
 }
 

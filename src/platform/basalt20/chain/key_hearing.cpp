@@ -101,7 +101,9 @@ bool KeyHearing::ask(PoolCertificate& certificate, const PoolCertificate& anchor
             heard.cut_short = heard.cut_short || finding.cause == UnknownCause::exhausted;
             return true;
         }
-        if (speakers_ == kMostSpeakers || !affords(path)) {
+        if (speakers_ == kMostSpeakers ||
+            !take_comparisons(budget_, path,
+                              comparisons_for_constraints(path) + comparisons_for_usages(path))) {
             heard.cut_short = true;
             return true;
         }
@@ -123,13 +125,6 @@ StatusFinding KeyHearing::status_of(const Path& path, std::size_t index, FileTic
     question.may_use_cache = question_.may_use_cache;
     question.is_about_key = is_about_key;
     return status_.judge(entries_of(path), index, question);
-}
-
-// What it takes to look at the constraints of the speaker's path.
-bool KeyHearing::affords(const Path& path) {
-    const bool given = std::any_of(path.begin(), path.end(),
-                                   [](const PoolCertificate* each) { return !each->is_own(); });
-    return budget_.take_comparisons(comparisons_for_constraints(path), given);
 }
 
 bool KeyHearing::may_speak(const Path& path, const StatusFinding& finding) {

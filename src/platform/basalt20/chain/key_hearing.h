@@ -55,7 +55,6 @@ private:
     bool ask(PoolCertificate& certificate, const PoolCertificate& anchor, SearchAmong among,
              Heard& heard);
     StatusFinding status_of(const Path& path, std::size_t index, FileTicks at, bool is_about_key);
-    bool affords(const Path& path);
     bool may_speak(const Path& path, const StatusFinding& finding);
     bool is_in_time(const Path& path, const StatusFinding& finding) const;
     bool is_in_good_standing(const Path& path, const StatusFinding& finding);

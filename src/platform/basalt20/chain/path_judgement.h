@@ -36,6 +36,9 @@ PathErrors structure_errors(const Path& path, const std::vector<std::string>& po
 // is held against each constraint above it.
 std::size_t comparisons_for_constraints(const Path& path);
 
+// What it takes to look through the usages of its certificates.
+std::size_t comparisons_for_usages(const Path& path);
+
 // Of each certificate's key and, but for the last one of a path that ends in an anchor, signature.
 std::vector<Strength> strengths(const Path& path);
 

@@ -65,6 +65,12 @@ SignedBy is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& ce
     return good ? SignedBy::yes : SignedBy::no;
 }
 
+bool take_comparisons(Budget& budget, const Path& path, std::size_t count) {
+    const bool given = std::any_of(path.begin(), path.end(),
+                                   [](const PoolCertificate* each) { return !each->is_own(); });
+    return budget.take_comparisons(count, given);
+}
+
 bool PathSearch::run(PoolCertificate& start, const Judge& judge) {
     judge_ = &judge;
     path_ = {&start};

@@ -104,6 +104,10 @@ enum class SignedBy {
 SignedBy is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,
                       PoolCertificate& issuer);
 
+// Of the budget's, for something that has to be done with each certificate of the path: what isn't
+// all one's own has the share of what came with the question.
+bool take_comparisons(Budget& budget, const Path& path, std::size_t count);
+
 // As the certificate itself tells: same names, and a key identifier that doesn't contradict.
 bool is_self_signed(const PoolCertificate& certificate);
 

@@ -51,8 +51,9 @@ struct CertificateSpec {
     EVP_PKEY* key = nullptr; // null: a new one on P-256
 };
 
+// Of any length: as MBSTRING_UTF8 OpenSSL would refuse names of more than 64 characters.
 inline void set_name(X509_NAME* to, const std::string& name) {
-    X509_NAME_add_entry_by_txt(to, "CN", MBSTRING_UTF8,
+    X509_NAME_add_entry_by_txt(to, "CN", V_ASN1_UTF8STRING,
                                reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0);
 }
 
