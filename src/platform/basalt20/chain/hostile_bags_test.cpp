@@ -115,7 +115,8 @@ const ComparisonCost kComparisonCosts[] = {
     {"names at the bound", Found::yes, 150'000, 2, 1},
     {"an indirect list by 14 paths", Found::yes, 100'000, 30, 1},
     {"namesakes of lists", Found::no, 2'000'000, 30, 15},
-    {"a crowded issuer", Found::no, 2'000'000, 100, 1},
+    {"a crowded issuer", Found::no, 2'000'000, 200, 1},
+    {"a crowded key", Found::no, 100'000, 2, 1},
     {"deep constraints", Found::no, 2'000'000, 0, 16},
     {"deep usages", Found::yes, 500'000, 20, 1},
 };

@@ -146,6 +146,23 @@ inline HostileBag crowded_issuer(int namesakes, int lists) {
     return bag;
 }
 
+// A made-up issuer has certified the honest issuer's key, and very many certificates call
+// themselves that one, with its key.
+inline HostileBag crowded_key(int namesakes) {
+    const HonestChain honest;
+    HostileBag bag = honest.bag();
+    const auto nobody = make_party({"nobody", nullptr, kAuthority});
+    CertificateSpec spec{"middle", nobody.get(), kAuthority};
+    spec.same_key = honest.middle.get();
+    bag.certificates.push_back(encoded(make_party(spec).get()));
+    for (int i = 0; i < namesakes; ++i) {
+        CertificateSpec namesake{"nobody", nullptr, kAuthority};
+        namesake.same_key = nobody.get();
+        bag.certificates.push_back(encoded(make_party(namesake).get()));
+    }
+    return bag;
+}
+
 // A deep chain of authorities with such extensions, the last with as many certificates more, so
 // that there are as many paths.
 inline HostileBag deep_chain(const std::string& of_authorities, const std::string& of_stamper,
@@ -204,6 +221,7 @@ inline std::vector<NamedBag> hostile_lists(int divisor = 1) {
         {"an indirect list by 14 paths", [=] { return indirect_list(12'000 / divisor, 13); }},
         {"namesakes of lists", [=] { return namesakes_of_lists(80, 5'000 / divisor, 14); }},
         {"a crowded issuer", [=] { return crowded_issuer(2'300, 150 / divisor); }},
+        {"a crowded key", [=] { return crowded_key(4'000 / divisor); }},
         {"deep constraints", [=] { return deep_constraints(4'000 / divisor, 250); }},
         {"deep usages", [=] { return deep_usages(4'000 / divisor); }},
     };

@@ -197,12 +197,18 @@ bool PathSearch::is_dead(PoolCertificate& certificate) const {
     return found != dead_.end() && found->second >= kMaxPathLength - path_.size() - 1;
 }
 
+// Once for all whose issuer has one name and key: very many may lie in the bag.
 std::vector<PoolCertificate*> PathSearch::ranked_issuers(PoolCertificate& child) {
-    const auto [entry, is_new] = issuers_.try_emplace(&child);
-    if (!is_new) {
-        return entry->second;
+    const Bytes name = child.issuer();
+    const WantedKey wanted = wanted_key(child.info());
+    const auto known = std::find_if(issuers_.begin(), issuers_.end(), [&](const Issuers& one) {
+        return same_bytes(one.name, name) && same_bytes(one.key.identifier, wanted.identifier) &&
+               same_bytes(one.key.serial_number, wanted.serial_number);
+    });
+    if (known != issuers_.end()) {
+        return known->ranked;
     }
-    std::vector<PoolCertificate*> issuers = pool_.by_subject(child.issuer());
+    std::vector<PoolCertificate*> issuers = pool_.by_subject(name);
     if (among_ == SearchAmong::own) {
         std::erase_if(issuers, [](const PoolCertificate* issuer) { return !issuer->is_own(); });
     }
@@ -213,10 +219,10 @@ std::vector<PoolCertificate*> PathSearch::ranked_issuers(PoolCertificate& child)
         std::erase_if(issuers, [](const PoolCertificate* issuer) { return !issuer->is_own(); });
     }
     if (issuers.size() > 1) {
-        put_likeliest_first(issuers, wanted_key(child.info()), at_);
+        put_likeliest_first(issuers, wanted, at_);
     }
-    // Nested searches may have added to the pool meanwhile, but not to this map.
-    return issuers_[&child] = std::move(issuers);
+    issuers_.push_back({name, wanted, issuers});
+    return issuers;
 }
 
 } // namespace basalt

@@ -5,7 +5,7 @@
 // these says so, and that it took no path means nothing then.
 #pragma once
 
-#include <basalt/chain/certificate_pool.h>
+#include <basalt/chain/issuer_rank.h>
 #include <basalt/revocation/budget.h>
 
 #include <functional>
@@ -64,6 +64,12 @@ public:
     const std::vector<PoolCertificate*>& dead_ends() const { return dead_ends_; }
 
 private:
+    struct Issuers {
+        Bytes name;
+        WantedKey key;
+        std::vector<PoolCertificate*> ranked;
+    };
+
     bool climb();
     bool may_step();
     bool leads_to(PoolCertificate& top, PoolCertificate& issuer);
@@ -90,7 +96,7 @@ private:
     Path longest_;
     std::vector<PoolCertificate*> dead_ends_;
     std::unordered_map<const PoolCertificate*, std::size_t> dead_; // with so many steps left
-    std::unordered_map<const PoolCertificate*, std::vector<PoolCertificate*>> issuers_;
+    std::vector<Issuers> issuers_;
 };
 
 enum class SignedBy {
