@@ -1,8 +1,11 @@
 // What hostile bags cost, in counts; the bench shows the times.
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/hostile_lists.h>
+#include <basalt/chain/judged_chain.h>
 
 #include <gtest/gtest.h>
+
+#include <malloc.h>
 
 namespace basalt::test {
 namespace {
@@ -96,6 +99,21 @@ TEST(HostileBags, CertificatesWithVeryManyRelativePointsAreNotLookedInto) {
     EXPECT_EQ(beside.session->certificates_taken_apart(), 1u) << "the honest one's";
     const HostileBag few = points_of_namesakes(4, 1);
     EXPECT_TRUE(is_reasonable(CertificateBody(bytes_of(few.certificates.back()))));
+}
+
+// In full these would be more than two megabytes, for as long as the chain is there.
+TEST(HostileBags, ThePointsOfASignerAreNotExpandedEither) {
+    const auto issuer = make_party({std::string(2000, 'n'), nullptr, kAuthority});
+    const std::string signer =
+        encoded(make_party({"stamper", issuer.get(), kStamper + relative_points_of(400)}).get());
+    Setting setting;
+    setting.anchors = {encoded(issuer.get())};
+    const EngineReference engine = make_engine(setting);
+    build(engine, {encoded(issuer.get())}); // whatever is made once and kept
+    const std::size_t before = mallinfo2().uordblks;
+    const ChainReference chain = build(engine, {signer});
+    EXPECT_LT(mallinfo2().uordblks, before + 1'000'000);
+    EXPECT_EQ(stamp_verdict(chain), TRUST_E_SYSTEM_ERROR);
 }
 
 struct ComparisonCost {

@@ -1,5 +1,6 @@
 #include <basalt/chain/path_search.h>
 
+#include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/issuer_rank.h>
 #include <basalt/coding/flat_block.h>
 
@@ -32,7 +33,8 @@ bool same_key(const PoolCertificate& a, const PoolCertificate& b) {
 } // namespace
 
 bool is_self_signed(const PoolCertificate& certificate) {
-    return (X509_get_extension_flags(certificate.openssl()) & EXFLAG_SS) != 0;
+    return is_affordable(*certificate.item->body) &&
+           (X509_get_extension_flags(certificate.openssl()) & EXFLAG_SS) != 0;
 }
 
 SignedBy is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& certificate,

@@ -114,7 +114,8 @@ SignedBy is_signed_by(CertificatePool& pool, Budget& budget, PoolCertificate& ce
 // all one's own has the share of what came with the question.
 bool take_comparisons(Budget& budget, const Path& path, std::size_t count);
 
-// As the certificate itself tells: same names, and a key identifier that doesn't contradict.
+// As the certificate itself tells: same names, and a key identifier that doesn't contradict. False
+// for one that is too dear to be looked into.
 bool is_self_signed(const PoolCertificate& certificate);
 
 } // namespace basalt
