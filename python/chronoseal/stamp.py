@@ -5,6 +5,8 @@ from __future__ import annotations
 import dataclasses
 import datetime
 import os
+import stat
+import threading
 from typing import Any, Optional, Tuple, Union
 
 from ._memory import BYTES, Arena, Data, bytes_of, text_of, time_of
@@ -163,9 +165,23 @@ class Stamp(Unchanging):
         return self._bytes(lib.chronoseal_stamp_response)
 
     def save(self, path: Union[str, "os.PathLike[str]"], *, overwrite: bool = False) -> None:
-        """Writes the response to a file. `FileExistsError` if it is there already, unless that is to be overwritten."""
-        with open(path, "wb" if overwrite else "xb") as out:
-            out.write(self.response)
+        """Writes the response to a file. `FileExistsError` if it is there already, unless that is to be overwritten. A
+        file that can't be written to its end isn't there, and one that was to be overwritten stays as it was."""
+        content = self.response
+        if overwrite and os.path.isfile(path):
+            place = os.path.realpath(path)
+            beside = f"{os.fsdecode(place)}.{os.getpid()}-{threading.get_ident()}.part"
+            _write_new(beside, content, stat.S_IMODE(os.stat(place).st_mode))
+            try:
+                os.replace(beside, place)
+            except OSError:
+                os.unlink(beside)
+                raise
+        elif overwrite and os.path.exists(path):  # a device or a pipe
+            with open(path, "wb") as out:
+                out.write(content)
+        else:
+            _write_new(os.path.realpath(path) if overwrite else path, content)  # a link may lead to where nothing is yet
 
     def _bytes(self, function: Any) -> bytes:
         handle, view = self._handle, ffi.new("chronoseal_bytes*")
@@ -174,6 +190,21 @@ class Stamp(Unchanging):
 
     def __reduce__(self) -> Any:
         return Stamp, (self.received or self.token,)
+
+
+def _write_new(path: Union[str, "os.PathLike[str]"], content: bytes, mode: Optional[int] = None) -> None:
+    """A file that wasn't there before; with the mode, or else as new files are."""
+    with open(path, "xb", buffering=0) as out:
+        try:
+            if mode is not None:
+                os.fchmod(out.fileno(), mode)
+            view = memoryview(content)
+            while view:
+                view = view[out.write(view):]
+            os.fsync(out.fileno())
+        except BaseException:
+            os.unlink(path)
+            raise
 
 
 def read_or_load(kind: str, data: Data) -> Any:

@@ -5,8 +5,10 @@ import gc
 import os
 import pathlib
 import pickle
+import resource
 import signal
 import socket
+import stat
 import threading
 import time
 import weakref
@@ -79,6 +81,27 @@ def test_a_stored_stamp_is_read_again(sealer, verifier, tmp_path):
     for wanted in (False, True):
         with chronoseal.Sealer(URL, ask_for_certificates=wanted) as asking:
             assert chronoseal.inspect(asking.request(DATA)).certificates_wanted is wanted
+
+
+def test_a_stamp_is_saved_whole_or_not_at_all(sealer, tmp_path):
+    folder = tmp_path / "folder"
+    folder.mkdir()
+    stamp, old, link = sealer.seal(DATA), folder / "old", folder / "link"
+    old.write_bytes(b"old")
+    old.chmod(0o640)
+    link.symlink_to("old")
+    limits = resource.getrlimit(resource.RLIMIT_FSIZE)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (1000, limits[1]))
+    try:
+        for path, overwrite in ((folder / "new", False), (folder / "new", True), (old, True), (link, True)):
+            with pytest.raises(OSError):
+                stamp.save(path, overwrite=overwrite)
+            assert sorted(os.listdir(folder)) == ["link", "old"] and old.read_bytes() == b"old"
+    finally:
+        resource.setrlimit(resource.RLIMIT_FSIZE, limits)
+    stamp.save(link, overwrite=True)
+    assert link.is_symlink() and old.read_bytes() == stamp.response and stat.S_IMODE(old.stat().st_mode) == 0o640
+    assert sorted(os.listdir(folder)) == ["link", "old"]
 
 
 def test_a_verdict_that_is_not_good_is_false_and_says_why(sealer, verifier):
