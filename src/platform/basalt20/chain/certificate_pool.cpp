@@ -41,6 +41,23 @@ std::shared_ptr<CertificateItem> item_of(const CertificateEntry& entry) {
     return item;
 }
 
+// A key's bits, of which a point of a curve may be written in three ways: with its second
+// coordinate, with the parity of that one alone, or with both.
+bool same_key_bits(Bytes a, Bytes b) {
+    const auto [small, large] = a.size() < b.size() ? std::pair(a, b) : std::pair(b, a);
+    const bool is_point = !small.empty() && (small[0] & ~1U) == 2;
+    const auto is_whole = [](Bytes bits) {
+        return bits.size() % 2 == 1 && (bits[0] == 4 || (bits[0] & ~1U) == 6);
+    };
+    if (a.size() == b.size()) {
+        return same_bytes(a, b) ||
+               (!a.empty() && is_whole(a) && is_whole(b) && same_bytes(a.subspan(1), b.subspan(1)));
+    }
+    return is_point && is_whole(large) && large.size() == 2 * small.size() - 1 &&
+           same_bytes(small.subspan(1), large.subspan(1, small.size() - 1)) &&
+           (small[0] & 1U) == (large.back() & 1U);
+}
+
 } // namespace
 
 Bytes PoolCertificate::subject() const {
@@ -197,7 +214,7 @@ std::vector<PoolCertificate*> CertificatePool::like_keyed(const PoolCertificate&
     std::vector<std::uint64_t> names;
     for (const auto& [name, waiting] : waiting_) {
         const CRYPT_BIT_BLOB& key = waiting.item->body->info().SubjectPublicKeyInfo.PublicKey;
-        if (same_bytes({key.pbData, key.cbData}, bits)) {
+        if (same_key_bits({key.pbData, key.cbData}, bits)) {
             names.push_back(name);
         }
     }
@@ -206,7 +223,7 @@ std::vector<PoolCertificate*> CertificatePool::like_keyed(const PoolCertificate&
     }
     std::vector<PoolCertificate*> found;
     for (PoolCertificate& other : certificates_) {
-        if (same_bytes(other.key_bits(), bits)) {
+        if (same_key_bits(other.key_bits(), bits)) {
             found.push_back(&other);
         }
     }

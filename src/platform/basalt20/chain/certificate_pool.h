@@ -74,8 +74,8 @@ public:
     // All with that subject. Those with `entry` null haven't been tried yet: see prepare.
     std::vector<PoolCertificate*> by_subject(Bytes subject);
 
-    // All with the same bits for their key, whatever their names, itself among them: the likeliest
-    // to be honest first.
+    // All of the same key, whatever their names, itself among them: the likeliest to be honest
+    // first.
     std::vector<PoolCertificate*> like_keyed(const PoolCertificate& certificate);
 
     // Makes `entry`.

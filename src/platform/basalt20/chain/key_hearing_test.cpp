@@ -2,6 +2,8 @@
 // was said of, whatever is wrong with that one, and as long as whoever says it may.
 #include <basalt/chain/judged_chain.h>
 
+#include <openssl/core_names.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -95,6 +97,25 @@ TEST_F(KeyHearingTest, ItIsHeardWhateverIsWrongWithTheCertificateItself) {
                       make_list({impostor.get(), -1, 100, {{forged.get(), -10, kCompromised}}})}),
         0U)
         << "by nobody under the anchor";
+}
+
+TEST_F(KeyHearingTest, AKeyIsTheSameHoweverItsPointIsWritten) {
+    const PartyOwner other = make_party({"other", root_.get(), kAuthority});
+    for (const Party* owner : {middle_.get(), other.get()}) {
+        const EvpKey key(EVP_PKEY_dup(owner->private_key.get()));
+        for (const char* form : {"compressed", "hybrid"}) {
+            EVP_PKEY_set_utf8_string_param(key.get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT,
+                                           form);
+            CertificateSpec spec{"middle", root_.get(), kAuthority};
+            spec.key = key.get();
+            const PartyOwner twin = make_party(spec);
+            EXPECT_EQ(verdict_with(
+                          {twin.get()},
+                          {make_list({root_.get(), -1, 100, {{twin.get(), -10, kCompromised}}})}),
+                      owner == middle_.get() ? CRYPT_E_REVOKED : 0U)
+                << form;
+        }
+    }
 }
 
 TEST_F(KeyHearingTest, WhoeverSaysItMustBeEntitled) {
