@@ -76,8 +76,8 @@ Chain* Chain::build(ChainSettings settings, ChainRequest request) {
 bool Chain::still_holds(FileTicks at, const UsageQuestion& usage) const {
     constexpr FileTicks kNextToNothing = 10'000'000; // a second
     const FileTicks now = session_->now();
-    return judgement_.good() && implies(usage, usage_) && at == at_ && now >= now_ &&
-           now - now_ < kNextToNothing && !judged_again_;
+    return judgement_.good() && implies(usage, usage_) && session_->answered_for(usage) &&
+           at == at_ && now >= now_ && now - now_ < kNextToNothing && !judged_again_;
 }
 
 Judgement Chain::judge(FileTicks at, const UsageQuestion& usage) const {

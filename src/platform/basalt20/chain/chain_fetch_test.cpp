@@ -75,6 +75,44 @@ TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {
     EXPECT_EQ(server_.requests(), 1u);
 }
 
+TEST_F(ChainFetchTest, WhereUnknownPassesTheSourcesAreAskedAllTheSame) {
+    setting_.revocation = BASALT_REVOCATION_AVAILABLE;
+    const auto stamper =
+        make_party({"stamper", middle_.get(),
+                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const Given given{encoded(stamper.get()), {encoded(middle_.get())}};
+    EXPECT_EQ(stamp_verdict(setting_, given), 0U) << "nobody answers";
+    EXPECT_EQ(server_.requests(), 1U);
+    server_.serve("/list", {make_list({middle_.get(), -1, 100, {{stamper.get(), -10, 1}}})});
+    EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
+    EXPECT_EQ(server_.requests(), 2U);
+}
+
+// The new certificate of a re-keyed authority names where its lists are; the stamper names none.
+TEST_F(ChainFetchTest, AListThatIsFetchedForOneSpeaksOfThoseBelowIt) {
+    const auto rekeyed = make_party(
+        {"middle", middle_.get(),
+         std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url("/list")});
+    const auto stamper = make_party({"stamper", rekeyed.get(), kStamper});
+    const Given given{encoded(stamper.get()), encoded_all({rekeyed.get(), middle_.get()})};
+    for (const DWORD mode : {BASALT_REVOCATION_REQUIRE, BASALT_REVOCATION_AVAILABLE}) {
+        setting_.revocation = mode;
+        for (const bool revokes : {false, true}) {
+            server_.forget();
+            ListSpec list{middle_.get(), -1, 100};
+            if (revokes) {
+                list.entries = {{stamper.get(), -10, 1}};
+            }
+            server_.serve("/list", {make_list(list)});
+            for (int again = 0; again < 2; ++again) { // then by the cache
+                EXPECT_EQ(stamp_verdict(setting_, given), revokes ? CRYPT_E_REVOKED : 0U)
+                    << mode << again;
+            }
+        }
+    }
+    EXPECT_EQ(server_.requests(), 4U);
+}
+
 TEST_F(ChainFetchTest, ChainsThatShareTheirFetchingAskOnceForWhatFails) {
     const auto stamper =
         make_party({"stamper", middle_.get(),

@@ -8,6 +8,7 @@
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace basalt {
@@ -153,8 +154,11 @@ bool ChainSession::is_good_for_evidence(const Path& path, const PathErrors& stru
     const auto is_weak = [&](Strength strength) { return !passes(strength, settings_.strength); };
     const auto is_late = [&](const PoolCertificate* c) { return !c->is_valid_at(maker.at); };
     const std::vector<Strength> found_strengths = strengths(path);
+    // Whoever signs authorities that the question isn't for may not name who signs lists, either.
+    const std::vector<bool> used_wrong = misused(path, usage_);
     return path.back()->entry == maker.anchor &&
            std::none_of(path.begin(), path.end() - 1, is_late) &&
+           std::none_of(used_wrong.begin() + 1, used_wrong.end(), std::identity()) &&
            std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
            std::all_of(structure.begin(), structure.end(),
                        [](const auto& errors) { return errors.empty(); });
@@ -163,13 +167,16 @@ bool ChainSession::is_good_for_evidence(const Path& path, const PathErrors& stru
 // What isn't foreign is looked for among one's own certificates first, which no foreign ones can
 // bury: neither steps nor paths nor signatures are shared with them.
 PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& judge) {
+    asked_for_other_paths_ = true;
     std::set<Path> refused;
     bool cut_short = false;
     const auto takes = [&](const Path& path) {
         if (!refused.insert(path).second) {
             return false;
         }
-        const PathErrors* structure = structure_of(path);
+        const PathErrors* structure = take_comparisons(budget_, path, comparisons_for_usages(path))
+                                          ? structure_of(path)
+                                          : nullptr;
         cut_short = cut_short || structure == nullptr;
         if (structure == nullptr || !is_good_for_evidence(path, *structure, maker)) {
             return false;
@@ -200,6 +207,11 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
         return unread();
     }
     const Question question{at, now(), usage};
+    if (!asks_the_same_of_authorities(usage, std::exchange(usage_, usage)) &&
+        std::exchange(asked_for_other_paths_, false)) {
+        status_->forget_findings(); // who may sign lists hangs on it
+        without_source_.clear();
+    }
     counts_ = {};
     considered_.clear();
     hearing_.reset(); // whom to believe hangs on what is asked
@@ -348,9 +360,31 @@ StatusFinding ChainSession::status_of(const Path& path, const CertificatePath& e
     return finding;
 }
 
-// Goes on behind an unknown one: whether another is revoked is worth more.
 void ChainSession::judge_revocation(Judgement& judgement, const Question& question,
                                     bool may_fetch) {
+    judgement.judged_to = JudgedTo::revocation;
+    forget_what_is_out_of_date();
+    const bool none_revoked = judge_elements(judgement, question, may_fetch, Look::first);
+    // What was read or fetched for one certificate may speak of those before it.
+    const bool came_more = status_->taken_in() != taken_in_;
+    forget_what_is_out_of_date();
+    if (none_revoked && (!came_more || judge_elements(judgement, question, false, Look::again)) &&
+        hear_of_keys(judgement, question) && all_pass(judgement)) {
+        judgement.judged_to = JudgedTo::good;
+    }
+}
+
+void ChainSession::forget_what_is_out_of_date() {
+    if (std::exchange(taken_in_, status_->taken_in()) != status_->taken_in()) {
+        without_source_.clear();
+        hearing_.reset();
+    }
+}
+
+// False when one is revoked. Goes on behind an unknown one: whether another is revoked is worth
+// more. To look again may tell more, and doesn't ask anybody: who was asked in vain stays so.
+bool ChainSession::judge_elements(Judgement& judgement, const Question& question, bool may_fetch,
+                                  Look look) {
     const Path path = path_of_judgement(judgement);
     const CertificatePath entries = entries_of(path);
     StatusQuestion status{question.at, question.now,       settings_.revocation, false,
@@ -361,15 +395,17 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
         }
         JudgedElement& element = judgement.elements[i];
         status.is_signer = i == 0;
-        element.status = status_of(path, entries, i, status);
-        element.status_passes = passes(*element.status, settings_.revocation);
-        if (element.status->standing == Standing::revoked) {
-            return;
+        const StatusFinding finding = status_of(path, entries, i, status);
+        if (look == Look::first || finding.standing != Standing::unknown ||
+            finding.cause == UnknownCause::exhausted) {
+            element.status = finding;
+            element.status_passes = passes(finding, settings_.revocation);
+        }
+        if (finding.standing == Standing::revoked) {
+            return false;
         }
     }
-    if (hear_of_keys(judgement, question) && all_pass(judgement)) {
-        judgement.judged_to = JudgedTo::good;
-    }
+    return true;
 }
 
 // A key in strange hands makes no path to that anchor good, whichever certificate says so. False
@@ -401,14 +437,17 @@ bool ChainSession::hear_of_keys(Judgement& judgement, const Question& question) 
 }
 
 // What was fetched for one path may decide the next, which then asks nobody. Of those that aren't
-// asked for, since only so many may be, nothing is known: they stay open.
+// asked for, since only so many may be, nothing is known: they stay open, whatever passes for good
+// where nobody answers.
 std::optional<Judgement> ChainSession::ask_network(const Question& question) {
     for (Judgement& judgement : open_) {
         judge_revocation(judgement, question, false);
-        if (!judgement.good() && !any_revoked(judgement) && budget_.take_fetching_path()) {
-            hearing_.reset(); // what comes may speak of others, too
-            judge_revocation(judgement, question, true);
-            without_source_.clear();
+        if (any_open(judgement) && !any_revoked(judgement)) {
+            if (budget_.take_fetching_path()) {
+                judge_revocation(judgement, question, true);
+            } else {
+                judgement.judged_to = JudgedTo::revocation;
+            }
         }
         if (judgement.good()) {
             return std::move(judgement);

@@ -62,6 +62,11 @@ public:
     // The first good path at `at`, or else the best of the others. `usage` names what is asked.
     Judgement judge(FileTicks at, const UsageQuestion& usage);
 
+    // Whether the answer would be the same for another use for which the path is right.
+    bool answered_for(const UsageQuestion& usage) const {
+        return !asked_for_other_paths_ || asks_the_same_of_authorities(usage, usage_);
+    }
+
     RevocationMode revocation_mode() const { return settings_.revocation; }
     FileTicks now() const { return settings_.now ? *settings_.now : now_in_ticks(); }
 
@@ -91,6 +96,9 @@ private:
     // Null when it would cost more than there is.
     const PathErrors* structure_of(const Path& path);
     void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
+    enum class Look { first, again };
+    bool judge_elements(Judgement& judgement, const Question& question, bool may_fetch, Look look);
+    void forget_what_is_out_of_date();
     StatusFinding status_of(const Path& path, const CertificatePath& entries, std::size_t index,
                             const StatusQuestion& question);
     bool checks(const Judgement& judgement, std::size_t index) const;
@@ -122,8 +130,12 @@ private:
     // By subject and authority key identifier, as long as the pool doesn't grow.
     std::map<std::pair<std::string, std::string>, std::shared_ptr<const NamedCertificates>> named_;
 
-    // Of which nothing is known and nobody can be asked, at whatever moment.
+    // Of which nothing is known and nobody can be asked, at whatever moment, by what had been read
+    // and fetched by then.
     std::set<std::pair<Path, std::size_t>> without_source_;
+    std::size_t taken_in_ = 0;
+    UsageQuestion usage_;                // that was asked for last
+    bool asked_for_other_paths_ = false; // for that
 
     // Of the judgement that is under way.
     std::set<Path> considered_;

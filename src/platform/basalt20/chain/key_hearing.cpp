@@ -3,6 +3,7 @@
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace basalt {
 
@@ -101,9 +102,15 @@ bool KeyHearing::ask(PoolCertificate& certificate, const PoolCertificate& anchor
             heard.cut_short = heard.cut_short || finding.cause == UnknownCause::exhausted;
             return true;
         }
+        if (!take_comparisons(budget_, path, comparisons_for_usages(path))) {
+            heard.cut_short = true;
+            return true;
+        }
+        if (!is_for_use(path)) { // of these there may be many
+            return false;
+        }
         if (speakers_ == kMostSpeakers ||
-            !take_comparisons(budget_, path,
-                              comparisons_for_constraints(path) + comparisons_for_usages(path))) {
+            !take_comparisons(budget_, path, comparisons_for_constraints(path))) {
             heard.cut_short = true;
             return true;
         }
@@ -127,16 +134,19 @@ StatusFinding KeyHearing::status_of(const Path& path, std::size_t index, FileTic
     return status_.judge(entries_of(path), index, question);
 }
 
+bool KeyHearing::is_for_use(const Path& path) const {
+    const std::vector<bool> used_wrong = misused(path, question_.usage);
+    return std::none_of(used_wrong.begin() + 1, used_wrong.end(), std::identity());
+}
+
 bool KeyHearing::may_speak(const Path& path, const StatusFinding& finding) {
     const PathErrors errors = structure_errors(path, question_.policies);
     if (std::any_of(errors[0].begin(), errors[0].end(), tells_of_issuers)) {
         return false;
     }
     const std::vector<Strength> found_strengths = strengths(path);
-    const std::vector<bool> used_wrong = misused(path, question_.usage);
     for (std::size_t i = 1; i < path.size(); ++i) {
-        if (!errors[i].empty() || used_wrong[i] ||
-            !passes(found_strengths[i], question_.strength)) {
+        if (!errors[i].empty() || !passes(found_strengths[i], question_.strength)) {
             return false;
         }
     }

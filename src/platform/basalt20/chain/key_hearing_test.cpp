@@ -99,6 +99,36 @@ TEST_F(KeyHearingTest, ItIsHeardWhateverIsWrongWithTheCertificateItself) {
         << "by nobody under the anchor";
 }
 
+// By whoever is entitled to name the authority, too: not by one for other uses.
+TEST_F(KeyHearingTest, ListsByAnotherKeyCountForTheUseThatIsAsked) {
+    constexpr auto kOffline = CRYPT_E_REVOCATION_OFFLINE;
+    const struct {
+        const char* usages;
+        DWORD revoking, good;
+    } cases[] = {{"", CRYPT_E_REVOKED, 0},
+                 {"\nextendedKeyUsage=timeStamping,serverAuth", CRYPT_E_REVOKED, 0},
+                 {"\nextendedKeyUsage=critical,serverAuth", 0, kOffline},
+                 {"\nextendedKeyUsage=codeSigning", 0, kOffline}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.usages);
+        const PartyOwner side =
+            make_party({"side", root_.get(), kAuthority + std::string(c.usages)});
+        const PartyOwner namesake = make_party({"middle", side.get(), kAuthority});
+        const std::string of_root = make_list({root_.get(), -1, 100});
+        const std::string of_side = make_list({side.get(), -1, 100});
+        const std::string good = make_list({namesake.get(), -1, 100});
+        const std::string revoking =
+            make_list({namesake.get(), -1, 100, {{stamper_.get(), -10, kCompromised}}});
+        EXPECT_EQ(verdict_with({side.get(), namesake.get()}, {of_root, of_side, revoking}),
+                  c.revoking);
+        const Given without_own{
+            encoded(stamper_.get()),
+            {encoded(middle_.get()), encoded(side.get()), encoded(namesake.get())},
+            {of_root, of_side, good}};
+        EXPECT_EQ(stamp_verdict(setting_, without_own), c.good);
+    }
+}
+
 TEST_F(KeyHearingTest, AKeyIsTheSameHoweverItsPointIsWritten) {
     const PartyOwner other = make_party({"other", root_.get(), kAuthority});
     for (const Party* owner : {middle_.get(), other.get()}) {

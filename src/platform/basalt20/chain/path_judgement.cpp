@@ -310,6 +310,14 @@ void check_dates(const Path& path, PathErrors& errors) {
 
 } // namespace
 
+bool asks_the_same_of_authorities(const UsageQuestion& one, const UsageQuestion& other) {
+    const auto usages = [](const UsageQuestion& question) {
+        return question.is_time_stamp ? std::vector<std::string>{kTimeStamping} : question.usages;
+    };
+    return usages(one) == usages(other) &&
+           (usages(one).size() < 2 || one.any_of_them == other.any_of_them);
+}
+
 bool implies(const UsageQuestion& one, const UsageQuestion& other) {
     const bool asks_for_nothing = other.usages.empty() && !other.is_time_stamp;
     const bool asks_for_part = one.is_time_stamp && !other.is_time_stamp &&

@@ -20,6 +20,9 @@ struct UsageQuestion {
     bool is_time_stamp = false; // the signer's sole usage, critical, and no CA
 };
 
+// Whether they ask the same of those above the first certificate.
+bool asks_the_same_of_authorities(const UsageQuestion& one, const UsageQuestion& other);
+
 // Whether every path that is right for one use is right for the other, too.
 bool implies(const UsageQuestion& one, const UsageQuestion& other);
 

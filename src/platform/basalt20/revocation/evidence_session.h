@@ -59,6 +59,9 @@ public:
     // that it isn't asked for again.
     std::map<std::string, std::deque<EvidenceItem>> fetched;
     const EvidenceItem* take_in(const std::string& key, EvidenceItem item);
+    std::size_t taken_in() const { return taken_in_; }
+
+    void forget_findings() { findings_.clear(); }
 
     // The certificates of responders that OpenSSL has read, null for those that it can't; however
     // many answers each has come with.

@@ -64,7 +64,7 @@ public:
 
     // Whether the judge takes one of the paths from the signer to exactly this anchor, whose
     // signatures, constraints and validity at `at` are good (of the anchor's validity nothing is
-    // asked); any usage, since the caller asks for that. Nothing is fetched.
+    // asked), and whose authorities may be used for what is asked. Nothing is fetched.
     virtual PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) = 0;
 };
 

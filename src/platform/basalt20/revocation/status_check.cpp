@@ -130,6 +130,14 @@ StatusCheck::StatusCheck(Budget& budget, Retrieval& retrieval, SignerPaths& path
 
 StatusCheck::~StatusCheck() = default;
 
+void StatusCheck::forget_findings() {
+    session_->forget_findings();
+}
+
+std::size_t StatusCheck::taken_in() const {
+    return session_->taken_in();
+}
+
 StatusFinding StatusCheck::judge(CertificatePathView path, std::size_t index,
                                  const StatusQuestion& question) {
     if (question.mode == RevocationMode::off || index + 1 >= path.size()) {

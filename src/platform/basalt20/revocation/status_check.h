@@ -86,6 +86,12 @@ public:
     StatusFinding judge(CertificatePathView path, std::size_t index,
                         const StatusQuestion& question);
 
+    // Of whoever judges again by another question; what was read, fetched and verified stays.
+    void forget_findings();
+
+    // How much has been read from the cache and fetched so far.
+    std::size_t taken_in() const;
+
 private:
     class Session;
     std::unique_ptr<Session> session_;
