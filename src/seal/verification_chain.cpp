@@ -192,6 +192,7 @@ void Verification::check_chain(const ChainJudgement& judgement) {
 
 // RFC 3161, 2.3: the extended usage is there, critical, and time-stamping alone.
 void Verification::check_usage(const ChainJudgement& judgement) {
+    const bool is_wrong = (judgement.trust_bits & CERT_TRUST_IS_NOT_VALID_FOR_USAGE) != 0;
     const CertificateInfo& signer = *verdict_.signer;
     const auto extension =
         std::ranges::find(signer.extensions, kExtendedUsage, &ExtensionInfo::oid);
@@ -203,8 +204,10 @@ void Verification::check_usage(const ChainJudgement& judgement) {
     } else if (signer.extended_usages.size() != 1 ||
                signer.extended_usages.front() != kTimeStamping) {
         why = "the signer's certificate isn't one for time-stamping alone";
-    } else if (judgement.code == CERT_E_WRONG_USAGE ||
-               (judgement.trust_bits & CERT_TRUST_IS_NOT_VALID_FOR_USAGE) != 0) {
+    } else if (is_wrong && judgement.code == kTooCostly) {
+        skip_as_too_costly(Check::usage); // of another path that may be the right one
+        return;
+    } else if (is_wrong || judgement.code == CERT_E_WRONG_USAGE) {
         why = "a certificate of the chain isn't one for time-stamping";
     }
     if (why.empty()) {

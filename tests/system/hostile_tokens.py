@@ -251,6 +251,22 @@ class BadChains(TokenTest):
         signer = forge.issue(self.folder, "ca", self.root, ca=True, extra_extensions=usage)
         self.refuses(self.token_of(signer), "0x800B0110")
 
+    def test_crowds_of_authorities_for_other_uses(self):
+        """Anybody may put them beside: they may hide the right one, and aren't a reason to call a stamp bad."""
+        def by_digest(certificate):  # what settles which of equally likely ones goes first
+            return hashlib.sha256(certificate.der).digest()
+
+        side = forge.issue(self.folder, "side", self.root, ca=True, usage=("server_auth",))
+        key = forge.Key(self.folder)
+        honest = max((forge.issue(self.folder, "authority", self.root, ca=True, key=key) for _ in range(8)), key=by_digest)
+        signer = forge.issue(self.folder, "signer", honest)
+        crowd = [forge.issue(self.folder, "authority", side, ca=True, usage=None, key=key) for _ in range(60)]
+        crowd = [one.der for one in crowd if by_digest(one) < by_digest(honest)]
+        self.passes(self.token_of(signer, honest.der))
+        self.passes(self.token_of(signer, side.der, honest.der, *crowd[:10]))
+        self.expect(self.verify(self.token_of(signer, side.der, honest.der, *crowd)), UNREACHABLE, "more came along")
+        self.refuses(self.token_of(signer, side.der, *crowd[:10]), "0x800B0110")
+
     def test_ca_expired_at_the_stamps_time(self):
         past = forge.now() - forge.days(100)
         root = forge.issue(self.folder, "expired", ca=True, begin=past - forge.days(50), end=past)
