@@ -465,11 +465,7 @@ class Renewing(WithRecords):
         self.expect(self.workspace.run("verify", record, "--data", data, "--manifest", *self.trust), REFUSED, "line 1")
 
 
-FAKETIME = sorted(pathlib.Path("/usr/lib").glob("*/faketime/libfaketime.so.1"))
-
-
-@unittest.skipIf(not FAKETIME or "CHRONOSEAL_SANITIZED" in os.environ,
-                 "libfaketime is not here, or can't go with the sanitizers")
+@unittest.skipIf(*program.NO_OTHER_CLOCK)
 class Years(WithRecords):
     """Certificates that end, by a clock that is set forward: those of the throw-away authority last ten years."""
 
@@ -479,7 +475,7 @@ class Years(WithRecords):
 
     def clock(self, years):
         """Everything that the workspace runs from now on lives so many years later."""
-        self.workspace.environment.update(LD_PRELOAD=str(FAKETIME[0]), FAKETIME=f"+{years}y", NO_FAKE_STAT="1")
+        self.workspace.environment.update(program.by_clock(f"+{years}y"))
 
     def authority_of_today(self, name):
         with unittest.mock.patch.dict(os.environ, self.workspace.environment):

@@ -18,6 +18,9 @@ try:
     validator = jsonschema.Draft202012Validator(json.loads(SCHEMA.read_text()))
 except ImportError:  # said by the test of the schema itself
     validator = None
+FAKETIME = sorted(pathlib.Path("/usr/lib").glob("*/faketime/libfaketime.so.1"))
+NO_OTHER_CLOCK = (not FAKETIME or "CHRONOSEAL_SANITIZED" in os.environ,
+                  "libfaketime is not here, or can't go with the sanitizers")
 os.umask(0o022)  # configuration that others may write to is refused
 
 
@@ -27,6 +30,12 @@ def check_json(text):
         error = jsonschema.exceptions.best_match(validator.iter_errors(json.loads(text)))
         if error is not None:
             raise AssertionError(f"not as the schema says: {error.message[:300]} at {error.json_path}\n{text[:2000]!r}")
+
+
+def by_clock(when):
+    """What the environment of a process that lives at another time has besides. The program `faketime` does the same,
+    but for a name that it takes from its process number, which may be taken."""
+    return {"LD_PRELOAD": str(FAKETIME[0]), "FAKETIME": when, "NO_FAKE_STAT": "1"}
 
 
 class Workspace:
