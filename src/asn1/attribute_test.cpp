@@ -4,16 +4,12 @@
 #include <openssl/x509.h>
 
 #include <chronoseal/asn1/signing_certificate.h>
-#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/test_value.h>
 #include <chronoseal/asn1/typed_attribute.h>
 #include <chronoseal/asn1/typed_extension.h>
 
 namespace Halcyon::ASN1 {
 namespace {
-
-std::string through_x509_attribute(const CBlob& der) {
-    return THROUGH_OPENSSL(X509_ATTRIBUTE, der);
-}
 
 CAttribute attribute_of(const CAttrValue& value) {
     CAttribute attribute(value.get_oid());
@@ -33,10 +29,8 @@ TEST(Attribute, RoundTripsThroughOpenSSL) {
     };
     for (const CAttribute& attribute : rows) {
         const CBlob der = attribute.encode();
-        EXPECT_EQ(through_x509_attribute(der), to_hex(der)) << attribute.get_oid();
-        CAttribute back;
-        back.decode(der);
-        EXPECT_TRUE(back == attribute) << to_hex(der);
+        EXPECT_EQ(THROUGH_OPENSSL(X509_ATTRIBUTE, der), to_hex(der)) << attribute.get_oid();
+        EXPECT_TRUE(decoded<CAttribute>(der) == attribute) << to_hex(der);
     }
 }
 
@@ -74,8 +68,7 @@ TEST(Attribute, EncodingKnowsOnlyTheTypeOfTheAttribute) {
     CAttribute attribute("1.2.3.4");
     attribute.add(CAttrValue("1.2.3.5", from_hex("0500")));
     EXPECT_STREQ(attribute.begin()->get_oid(), "1.2.3.5");
-    CAttribute back;
-    back.decode(attribute.encode());
+    const auto back = decoded<CAttribute>(attribute.encode());
     EXPECT_STREQ(back.begin()->get_oid(), "1.2.3.4");
     EXPECT_TRUE(back != attribute);
 }
@@ -128,8 +121,7 @@ TEST(Attributes, RoundTripAsASortedSet) {
     attributes.push_back(attribute_of(CAttrContentType("1.2.840.113549.1.7.1")));
     attributes.push_back(attribute_of(CAttrValue("1.2.3", from_hex("0500"))));
     const CBlob der = attributes.encode();
-    CAttributes back;
-    back.decode(der);
+    auto back = decoded<CAttributes>(der);
     ASSERT_EQ(back.size(), 3u);
     EXPECT_TRUE(*back.find("2.5.4.3") == *attributes.find("2.5.4.3"));
     EXPECT_STREQ(back.front().get_oid(), "1.2.3");
@@ -245,11 +237,7 @@ TEST(TypedExtension, CopiesAndAssignmentsTakeBothForms) {
     expect_whole_copies(CExtInvalidityDate(now), CExtInvalidityDate(),
                         [&](auto& value) { value.put_invalidityDate(later); });
     expect_whole_copies(CExtCertificateIssuer(CGeneralNames()), CExtCertificateIssuer(),
-                        [](auto& value) {
-                            CGeneralNames names(1);
-                            names.front().put_dNSName(L"a");
-                            value.put_issuer(names);
-                        });
+                        [](auto& value) { value.put_issuer(CGeneralNames(1, dns(L"a"))); });
     expect_whole_copies(CExtPrivateKeyUsagePeriod(&now, &later),
                         CExtPrivateKeyUsagePeriod(nullptr, nullptr),
                         [](auto& value) { value.put_notAfter(nullptr); });

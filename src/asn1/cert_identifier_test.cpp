@@ -2,44 +2,18 @@
 #include <openssl/ess.h>
 
 #include <chronoseal/asn1/cert_identifier.h>
-#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/test_value.h>
 
 namespace Halcyon::ASN1 {
 namespace {
-
-constexpr char kSha1[] = "1.3.14.3.2.26";
-
-CIssuerSerial issuer_serial(const wchar_t* dns, const char* serial) {
-    CGeneralNames issuer(1);
-    issuer.front().put_dNSName(dns);
-    CBigInteger number;
-    number.readFromHexString(serial);
-    return CIssuerSerial(issuer, number);
-}
-
-CAlgorithmIdentifier with_null(const char* oid) {
-    CAlgorithmIdentifier algorithm(oid);
-    algorithm.put_parameters(from_hex("0500"));
-    return algorithm;
-}
 
 TEST(IssuerSerial, ComparesTheSerialByValueAndTheIssuerInOrder) {
     EXPECT_TRUE(issuer_serial(L"a", "0005") == issuer_serial(L"a", "05"));
     EXPECT_TRUE(issuer_serial(L"a", "05") != issuer_serial(L"a", "06"));
     EXPECT_TRUE(issuer_serial(L"a", "05") != issuer_serial(L"b", "05"));
-    CIssuerSerial back;
-    back.decode(issuer_serial(L"a", "0080").encode());
-    EXPECT_TRUE(back == issuer_serial(L"a", "0080"));
+    expect_round_trip(issuer_serial(L"a", "0080"), "3009300382016102020080");
     EXPECT_EQ(to_hex(issuer_serial(L"a", "05").encode()), "30083003820161020105");
-    EXPECT_CODE(0x80093101u, back.decode(from_hex("3005300302010502")));
-    EXPECT_TRUE(back == issuer_serial(L"a", "0080"));
-}
-
-template <class Id>
-Id with_issuer(Id id, const char* serial) {
-    const CIssuerSerial issuer = issuer_serial(L"a", serial);
-    id.put_issuerSerial(&issuer);
-    return id;
+    expect_refused(issuer_serial(L"a", "0080"), {"3005300302010502"});
 }
 
 // The last field, which comes and goes, in comparison, encoding and copies.
@@ -73,10 +47,10 @@ TEST(ESSCertID, RoundTripsInOpenSSLsEncoding) {
 TEST(ESSCertIDv2, LeavesTheDefaultAlgorithmOutWithItsParameters) {
     const CESSCertIDv2 id(from_hex("0102"));
     EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), kSha256);
-    const CESSCertIDv2 with_parameters(from_hex("0102"), with_null(kSha256));
-    EXPECT_TRUE(id != with_parameters);
+    const CESSCertIDv2 with_null(from_hex("0102"), with_parameters(kSha256));
+    EXPECT_TRUE(id != with_null);
     EXPECT_EQ(to_hex(id.encode()), "300404020102");
-    EXPECT_EQ(to_hex(with_parameters.encode()), "300404020102");
+    EXPECT_EQ(to_hex(with_null.encode()), "300404020102");
     const CESSCertIDv2 other(from_hex("0102"), CAlgorithmIdentifier(kSha1));
     EXPECT_EQ(to_hex(other.encode()), "300D300706052B0E03021A04020102");
     const CBlob der = with_issuer(other, "05").encode();
@@ -86,10 +60,10 @@ TEST(ESSCertIDv2, LeavesTheDefaultAlgorithmOutWithItsParameters) {
 }
 
 TEST(ESSCertIDv2, EveryFieldCountsInComparisonAssignmentAndClearing) {
-    CESSCertIDv2 base = with_issuer(CESSCertIDv2(from_hex("0102"), with_null(kSha1)), "05");
+    CESSCertIDv2 base = with_issuer(CESSCertIDv2(from_hex("0102"), with_parameters(kSha1)), "05");
     std::vector<CESSCertIDv2> changed(3, base);
     changed[0].put_certHash(from_hex("0103"));
-    changed[1].put_hashAlgorithm(with_null(kSha256));
+    changed[1].put_hashAlgorithm(with_parameters(kSha256));
     changed[2].put_hashAlgorithm(CAlgorithmIdentifier(kSha1));
     for (const CESSCertIDv2& value : changed) {
         EXPECT_TRUE(value != base);
@@ -127,7 +101,7 @@ TEST(OtherHash, HoldsOneOfTwoKinds) {
 TEST(OtherHash, ComparesKindsAndThenValues) {
     const COtherHash plain(from_hex("01"));
     const COtherHash named(COtherHashAlgAndValue(from_hex("01"), CAlgorithmIdentifier(kSha1)));
-    const COtherHash null(COtherHashAlgAndValue(from_hex("01"), with_null(kSha1)));
+    const COtherHash null(COtherHashAlgAndValue(from_hex("01"), with_parameters(kSha1)));
     const COtherHash longer(COtherHashAlgAndValue(from_hex("0101"), CAlgorithmIdentifier(kSha1)));
     EXPECT_TRUE(COtherHash() == COtherHash());
     EXPECT_TRUE(plain == COtherHash(from_hex("01")));
@@ -139,14 +113,12 @@ TEST(OtherHash, ComparesKindsAndThenValues) {
     EXPECT_FALSE(named.compare_hashValue(plain));
     EXPECT_TRUE(plain.compare_hashValue(plain));
     EXPECT_FALSE(plain.compare_hashValue(COtherHash(from_hex("02"))));
-    COtherHashAlgAndValue back;
-    back.decode(null.get_otherHash()->encode());
-    EXPECT_TRUE(back == *null.get_otherHash());
+    expect_round_trip(*null.get_otherHash(), "300E300906052B0E03021A0500040101");
 }
 
 TEST(OtherCertID, ComparesHashAndThenIssuer) {
     const COtherCertID a(from_hex("01"), CAlgorithmIdentifier(kSha1));
-    const COtherCertID b(from_hex("01"), with_null(kSha1));
+    const COtherCertID b(from_hex("01"), with_parameters(kSha1));
     EXPECT_TRUE(a != b);
     EXPECT_TRUE(a.compare_noHashParam(b));
     EXPECT_FALSE(a.compare_noHashParam(with_issuer(b, "05")));

@@ -5,11 +5,10 @@
 
 #include <chronoseal/asn1/name.h>
 #include <chronoseal/asn1/test_certificate.h>
+#include <chronoseal/asn1/test_value.h>
 
 namespace Halcyon::ASN1 {
 namespace {
-
-constexpr char kSha1[] = "1.3.14.3.2.26";
 
 CBlob digest(const CBlob& data, const EVP_MD* algorithm) {
     CBlob result(static_cast<unsigned long>(EVP_MD_get_size(algorithm)));
@@ -48,9 +47,7 @@ TEST(CertificateIdentification, MatchesByHashIssuerAndSerial) {
     CIssuerSerial issuerSerial = GetIssuerSerialFromCertificate(certificate);
     id.put_issuerSerial(&issuerSerial);
     EXPECT_TRUE(OtherCertIDMatches(id, certificate));
-    CBigInteger serial;
-    serial.readFromHexString("000005");
-    issuerSerial.put_serialNumber(serial);
+    issuerSerial.put_serialNumber(number("000005"));
     id.put_issuerSerial(&issuerSerial);
     EXPECT_TRUE(OtherCertIDMatches(id, certificate));
     issuerSerial.put_serialNumber(CBigInteger(1));
@@ -67,8 +64,7 @@ TEST(CertificateIdentification, PlainSha1IdentifierNeverMatches) {
 
 TEST(CertificateIdentification, KeepsTheParametersOfTheAlgorithm) {
     const CBlob certificate = make_certificate("05");
-    CAlgorithmIdentifierEx algorithm(kSha1);
-    algorithm.put_parameters(from_hex("0500"));
+    const CAlgorithmIdentifierEx algorithm(with_parameters(kSha1));
     const COtherCertID id = OtherCertIDFromCertificate(certificate, algorithm, false);
     ASSERT_NE(id.get_otherCertHash().get_otherHash(), nullptr);
     EXPECT_TRUE(id.get_otherCertHash().get_otherHash()->get_hashAlgorithm() == algorithm);

@@ -6,6 +6,7 @@
 #include <chronoseal/asn1/access_description.h>
 #include <chronoseal/asn1/policy_information.h>
 #include <chronoseal/asn1/test_certificate.h>
+#include <chronoseal/asn1/test_value.h>
 
 namespace Halcyon::ASN1 {
 namespace {
@@ -65,10 +66,8 @@ TEST(DistributionPoint, ReasonsGoOutAsNamedBits) {
         CDistributionPoint point;
         const CReasonFlags flags(row.flags);
         point.put_reasons(&flags);
-        const CBlob der = point.encode();
-        EXPECT_EQ(to_hex(der), row.der);
-        CDistributionPoint back;
-        back.decode(der);
+        EXPECT_EQ(to_hex(point.encode()), row.der);
+        const auto back = decoded<CDistributionPoint>(row.der);
         ASSERT_NE(back.get_reasons(), nullptr);
         EXPECT_EQ(back.get_reasons()->get_value(), row.read);
     }
@@ -110,10 +109,8 @@ TEST(DistributionPointName, HoldsFullNamesOnly) {
     EXPECT_EQ(name.get_fullName(), nullptr);
     EXPECT_CODE(0x80093101u, name.encode());
     name.put_fullName(uris(L"a"));
-    EXPECT_EQ(to_hex(name.encode()), "A003860161");
-    CDistributionPointName back;
-    back.decode(name.encode());
-    EXPECT_TRUE(back == name);
+    expect_round_trip(name, "A003860161");
+    CDistributionPointName back(name);
     EXPECT_TRUE(back != CDistributionPointName());
     EXPECT_TRUE(back != CDistributionPointName(uris(L"b")));
     // A name relative to the issuer leaves the object as it was.
@@ -126,8 +123,7 @@ TEST(DistributionPointName, HoldsFullNamesOnly) {
 TEST(CRLDistPoints, RoundTripAsOpenSSLsList) {
     const CBlob der = extension_value(X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_crl_distribution_points, "URI:http://a,URI:http://b"));
-    CCRLDistPointsSyntax points;
-    points.decode(der);
+    const auto points = decoded<CCRLDistPointsSyntax>(der);
     ASSERT_EQ(points.size(), 2u);
     EXPECT_STREQ(points.back()
                      .get_distributionPoint()
@@ -146,8 +142,7 @@ TEST(CRLDistPoints, RoundTripAsOpenSSLsList) {
 TEST(AccessDescription, RoundTripsAsOpenSSLsList) {
     const CBlob der = extension_value(X509V3_EXT_conf_nid(
         nullptr, nullptr, NID_info_access, "OCSP;URI:http://a,caIssuers;URI:http://b"));
-    CAuthorityInfoAccessSyntax list;
-    list.decode(der);
+    const auto list = decoded<CAuthorityInfoAccessSyntax>(der);
     ASSERT_EQ(list.size(), 2u);
     EXPECT_STREQ(list.back().get_accessMethod(), "1.3.6.1.5.5.7.48.2");
     CAuthorityInfoAccessSyntax own;
@@ -155,8 +150,7 @@ TEST(AccessDescription, RoundTripsAsOpenSSLsList) {
     own.push_back(CAccessDescription("1.3.6.1.5.5.7.48.2", uri(L"http://b")));
     EXPECT_EQ(to_hex(own.encode()), to_hex(der));
 
-    CAccessDescription one;
-    one.decode(own.front().encode());
+    auto one = decoded<CAccessDescription>(own.front().encode());
     EXPECT_TRUE(one == own.front());
     EXPECT_TRUE(one != own.back());
     one.put_accessLocation(uri(L"h"));

@@ -11,6 +11,7 @@
 #include <chronoseal/asn1/signer_info.h>
 #include <chronoseal/asn1/signer_info_traits.h>
 #include <chronoseal/asn1/test_certificate.h>
+#include <chronoseal/asn1/test_value.h>
 
 namespace Halcyon::ASN1 {
 namespace {
@@ -22,8 +23,7 @@ TEST(ContentInfo, RoundTripsInOpenSSLsEncoding) {
     const CBlob der = data.encode();
     EXPECT_EQ(to_hex(der), "301106092A864886F70D010701A00404020102");
     EXPECT_EQ(THROUGH_OPENSSL(PKCS7, der), to_hex(der));
-    CContentInfo back;
-    back.decode(der);
+    auto back = decoded<CContentInfo>(der);
     EXPECT_STREQ(back.get_contentType(), kOidData);
     EXPECT_EQ(to_hex(back.get_content()), "04020102");
     back.put_contentType("1.2.3");
@@ -71,12 +71,9 @@ TEST(SignerInfo, IsReadFromARecordWithItsIssuerAsItCame) {
     EXPECT_EQ(to_hex(signer.get_signature()), "ABCD");
 
     CSignerInfo other(signer);
-    CBigInteger serial;
-    serial.readFromHexString("0005");
-    other.put_serialNumber(serial);
+    other.put_serialNumber(number("0005"));
     EXPECT_TRUE(other == signer);
-    serial.readFromHexString("06");
-    other.put_serialNumber(serial);
+    other.put_serialNumber(number("06"));
     EXPECT_TRUE(other != signer);
 }
 
@@ -108,9 +105,7 @@ TEST(CertificateValue, IsCheckedWhenItIsEncoded) {
     const CBlob certificate = make_certificate("0102");
     const CCertificateValue value(certificate);
     EXPECT_TRUE(value.encode() == certificate);
-    CCertificateValue back;
-    back.decode(certificate);
-    EXPECT_TRUE(back == certificate);
+    EXPECT_TRUE(decoded<CCertificateValue>(certificate) == certificate);
     EXPECT_CODE(0x80093101u, CCertificateValue(from_hex("0500")).encode());
     EXPECT_CODE(0x80093101u, CCertificateValue().encode());
 }
@@ -119,9 +114,7 @@ TEST(CertificateValue, ListsKeepTheirOrder) {
     CCertificateValues values;
     values.push_back(make_certificate("02"));
     values.push_back(make_certificate("01"));
-    CCertificateValues back;
-    back.decode(values.encode());
-    EXPECT_TRUE(back == values);
+    EXPECT_TRUE(decoded<CCertificateValues>(values.encode()) == values);
     EXPECT_EQ(to_hex(CCertificateValues().encode()), "3000");
     values.push_back(CBlob());
     EXPECT_CODE(0x80093101u, values.encode());
@@ -138,13 +131,10 @@ TEST(CertificateList, StaysTheBytesThatItCameIn) {
 }
 
 TEST(RevAnnContent, RoundTripsAndLeavesEmptyDetailsOut) {
-    CGeneralName issuer;
-    issuer.put_dNSName(L"a");
-    CBigInteger serial;
-    serial.readFromHexString("05");
+    const CGeneralName issuer = dns(L"a");
     const CDateTime at(2024, 1, 2, 3, 4, 5, 0, 0);
     const CDateTime since(2023, 1, 2, 3, 4, 5, 999, 0);
-    CRevAnnContent value(pkiStatusRevocationWarning, CCertId(issuer, serial), at, since);
+    CRevAnnContent value(pkiStatusRevocationWarning, CCertId(issuer, number("05")), at, since);
     CExtensions details;
     value.put_crlDetails(&details);
     const char* const der = "302D020104300682016102010518"

@@ -3,28 +3,10 @@
 #include <gtest/gtest.h>
 #include <openssl/ess.h>
 
-#include <chronoseal/asn1/name.h>
-#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/test_value.h>
 
 namespace Halcyon::ASN1 {
 namespace {
-
-constexpr char kSha1[] = "1.3.14.3.2.26";
-
-CIssuerSerial issuer_serial() {
-    CGeneralNames issuer(1);
-    issuer.front().put_directoryName(CName(L"CN=Test,C=RU").encode());
-    CBigInteger serial;
-    serial.readFromHexString("0080");
-    return CIssuerSerial(issuer, serial);
-}
-
-template <class Id>
-Id withIssuerSerial(Id id) {
-    const CIssuerSerial issuer = issuer_serial();
-    id.put_issuerSerial(&issuer);
-    return id;
-}
 
 CPolicyInformationList one_policy() {
     CPolicyInformationList policies;
@@ -35,7 +17,7 @@ CPolicyInformationList one_policy() {
 TEST(SigningCertificate, IsReadAndWrittenByOpenSSLTheSame) {
     CESSCertIDList certs;
     certs.push_back(CESSCertID(from_hex("0102")));
-    certs.push_back(withIssuerSerial(CESSCertID(from_hex("0304"))));
+    certs.push_back(with_issuer(CESSCertID(from_hex("0304")), "0080"));
     CAttrSigningCertificate value(certs);
     const CPolicyInformationList policies = one_policy();
     value.put_policies(&policies);
@@ -52,7 +34,8 @@ TEST(SigningCertificate, IsReadAndWrittenByOpenSSLTheSame) {
 TEST(SigningCertificateV2, IsReadAndWrittenByOpenSSLTheSame) {
     CESSCertIDv2List certs;
     certs.push_back(CESSCertIDv2(from_hex("0102")));
-    certs.push_back(withIssuerSerial(CESSCertIDv2(from_hex("0304"), CAlgorithmIdentifier(kSha1))));
+    certs.push_back(
+        with_issuer(CESSCertIDv2(from_hex("0304"), CAlgorithmIdentifier(kSha1)), "0080"));
     const CAttrSigningCertificateV2 value(certs);
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.47");
     EXPECT_EQ(THROUGH_OPENSSL(ESS_SIGNING_CERT_V2, value.get_value()), to_hex(value.get_value()));
@@ -64,7 +47,8 @@ TEST(SigningCertificateV2, IsReadAndWrittenByOpenSSLTheSame) {
 TEST(OtherSigningCertificate, RoundTripsBothKindsOfHashes) {
     COtherCertIDList certs;
     certs.push_back(COtherCertID(from_hex("0102")));
-    certs.push_back(withIssuerSerial(COtherCertID(from_hex("0304"), CAlgorithmIdentifier(kSha1))));
+    certs.push_back(
+        with_issuer(COtherCertID(from_hex("0304"), CAlgorithmIdentifier(kSha1)), "0080"));
     const CAttrOtherSigningCertificate value(certs);
     EXPECT_STREQ(value.get_oid(), "1.2.840.113549.1.9.16.2.19");
     const CAttrOtherSigningCertificate back(value.get_value());

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <openssl/asn1.h>
 
-#include <chronoseal/asn1/test_blob.h>
+#include <chronoseal/asn1/test_value.h>
 #include <chronoseal/asn1/time_choice_traits.h>
 
 namespace Halcyon::ASN1 {
@@ -35,9 +35,7 @@ TEST(TimeChoice, RoundTripsInTheFormThatOpenSSLWrites) {
         ASN1_TIME* const time = ASN1_TIME_set(nullptr, date.getTime());
         EXPECT_EQ(to_hex(written_by_openssl(time, i2d_ASN1_TIME)), expected);
         ASN1_TIME_free(time);
-        CTimeChoice back;
-        back.decode(der);
-        EXPECT_EQ(*back.get_time(), date);
+        EXPECT_EQ(*decoded<CTimeChoice>(der).get_time(), date);
     }
 }
 
@@ -51,8 +49,7 @@ TEST(TimeChoice, FractionIsCutOffAndNeverRoundedUp) {
 }
 
 TEST(TimeChoice, GeneralizedTimeBefore2050ReadsAsUTCTimeKind) {
-    CTimeChoice value;
-    value.decode(from_hex("180F32303230303130323033303430355A"));
+    const auto value = decoded<CTimeChoice>("180F32303230303130323033303430355A");
     EXPECT_EQ(value.get_type(), 1u);
     EXPECT_EQ(*value.get_time(), CDateTime(2020, 1, 2, 3, 4, 5, 0, 0));
 }
