@@ -5,7 +5,6 @@ import hashlib
 import json
 import os
 import signal
-import socket
 import stat
 import subprocess
 import time
@@ -68,8 +67,7 @@ class Files(WithFolder):
         os.link(data, other)
         pipe = self.folder / "pipe"
         os.mkfifo(pipe)
-        listener = self.listener()
-        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        listener, url = self.listener()
         for out in (data, link, other, pipe, self.folder, self.folder / "none" / "x", "/dev/null"):
             for force in ((), ("--force",)):
                 with self.subTest(out=out, force=force):
@@ -77,13 +75,6 @@ class Files(WithFolder):
                                 "can't write")
         self.assertRaises(TimeoutError, listener.accept)
         self.assertEqual(data.read_bytes(), b"content")
-
-    def listener(self):
-        """In an authority's place: who connects would be seen by `accept`, which else ends in TimeoutError."""
-        listener = socket.create_server(("127.0.0.1", 0))
-        self.addCleanup(listener.close)
-        listener.settimeout(0.2)
-        return listener
 
     def test_stamps_are_left_out_of_a_batch(self):
         for name in ("a", "b"):
@@ -124,8 +115,7 @@ class Files(WithFolder):
         self.expect(self.workspace.run("request", data, "--out", query), GOOD)
         program.openssl("cms", "-sign", "-in", data, "-signer", self.authority.root, "-inkey", self.authority.folder / "root.key",
                         "-outform", "DER", "-out", signature).check_returncode()
-        listener = self.listener()
-        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        listener, url = self.listener()
         asking = ("--url", url, "--roots", root, "--user-file", login)
         kept = {path: path.read_bytes() for path in (data, login, root, stamp, query, signature)}
         for words in (("stamp", data, *asking), ("send", query, *asking), ("attach", signature, *asking),
@@ -159,8 +149,7 @@ class Files(WithFolder):
     def test_a_failure_names_its_file_whatever_the_name(self):
         for name in ("a", "the", "not a time-stamp"):
             path = self.file(name, b"words")
-            result = subprocess.run([program.BIN / "chronoseal", "verify", name, "--no-data"], cwd=self.folder,
-                                    env=self.workspace.environment, capture_output=True)
+            result = self.workspace.run("verify", name, "--no-data", cwd=self.folder)
             self.expect(result, REFUSED, f"can't verify {path.name}: ", "; check the file")
         (self.folder / "a.tsr").write_bytes(b"")
         self.expect(self.workspace.run("verify", self.folder / "a"), REFUSED, f"verify {self.folder}/a.tsr")
@@ -174,8 +163,7 @@ class Files(WithFolder):
 
     def test_what_can_be_checked_is_checked_before_the_authority_is_asked(self):
         data = self.file("a")
-        listener = self.listener()
-        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        listener, url = self.listener()
         not_a_root = self.file("not-a-root")
         calls = [(("--roots", "/no/such/root"), UNREACHABLE), (("--roots", not_a_root), UNREACHABLE),
                  (("--out", "/no/such/folder/x"), UNREACHABLE), (("--hash", "crc32"), USAGE),
@@ -336,19 +324,20 @@ class Files(WithFolder):
 
 
 class ManyFiles(WithAuthority):
-    def test_a_batch_stamped_verified_and_gone_on_with(self):
-        folder = self.workspace.path / "many"
+    def many(self, name, count):
+        folder = self.workspace.path / name
         folder.mkdir()
-        files = [folder / f"f{i:03}" for i in range(60)]
-        for i, file in enumerate(files):
-            file.write_bytes(b"%d" % i)
+        return folder, [self.workspace.write(f"{name}/f{i:04}", b"%d" % i) for i in range(count)]
+
+    def test_a_batch_stamped_verified_and_gone_on_with(self):
+        folder, files = self.many("many", 60)
         trust = ("--url", self.authority.url, "--roots", self.authority.root)
         result = self.workspace.run("stamp", *files, *trust, "--jobs", 8, "--json-lines")
         self.expect(result, GOOD)
         lines = [json.loads(line) for line in result.stdout.splitlines()]
         self.assertEqual(sorted(line["file"] for line in lines[:-1]), [str(f) for f in files])
         self.assertEqual(lines[-1]["summary"]["stamped"], 60)
-        (folder / "f007.tsr").unlink()
+        (folder / "f0007.tsr").unlink()
         status, shown = self.workspace.run_json("stamp", *files, *trust, "--skip-existing")
         self.assertEqual((status, shown["summary"]["stamped"], shown["summary"]["skipped"]), (GOOD, 1, 59))
         stamps = [file.with_name(file.name + ".tsr") for file in files]
@@ -356,15 +345,11 @@ class ManyFiles(WithAuthority):
         self.assertEqual((status, shown["summary"]["good"], len(shown["files"])), (GOOD, 60, 60))
         files[3].write_bytes(b"changed")
         result = self.workspace.run("verify", *stamps, "--roots", self.authority.root)
-        self.expect(result, REFUSED, "f003.tsr", "0x80091007")
+        self.expect(result, REFUSED, "f0003.tsr", "0x80091007")
         self.assertIn(b"59 good, 1 not", result.stdout)
 
     def test_an_interrupted_batch_leaves_whole_files_and_a_true_summary(self):
-        folder = self.workspace.path / "interrupted"
-        folder.mkdir()
-        files = [folder / f"f{i:04}" for i in range(2000)]
-        for file in files:
-            file.write_bytes(b"x")
+        folder, files = self.many("interrupted", 2000)
         process = subprocess.Popen(
             [program.BIN / "chronoseal", "stamp", *files, "--url", self.authority.url, "--roots", self.authority.root,
              "--json"], env=self.workspace.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
@@ -380,14 +365,8 @@ class ManyFiles(WithAuthority):
         self.assertEqual(len(list(folder.iterdir())), len(files) + len(stamps), "half a file was left")
 
     def test_a_dead_authority_is_not_asked_file_by_file(self):
-        folder = self.workspace.path / "dead"
-        folder.mkdir()
-        files = [folder / f"f{i:02}" for i in range(40)]
-        for file in files:
-            file.write_bytes(b"x")
-        listener = socket.create_server(("127.0.0.1", 0))
-        self.addCleanup(listener.close)
-        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        _, files = self.many("dead", 40)
+        _, url = self.listener()
         begin = time.monotonic()
         result = self.workspace.run("stamp", *files, "--url", url, "--timeout", 1, "--attempts", 1, "--no-verify",
                                     "--jobs", 2)
@@ -528,19 +507,7 @@ class Interrupting(WithAuthority):
         stamp = ("stamp", "--url", self.authority.url, "--roots", self.authority.root, "--out", out)
         for words in (("verify", "-", "--no-data"), ("verify", pipe, "--no-data"), (*stamp, "-"), (*stamp, pipe)):
             with self.subTest(words=[str(word) for word in words]):
-                process = subprocess.Popen([program.BIN / "chronoseal", *words], env=self.workspace.environment,
-                                           stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-                try:
-                    # It waits for signals in a thread of its own from here on.
-                    program.wait_until(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 1)
-                    time.sleep(0.2)
-                    process.send_signal(signal.SIGINT)
-                    process.wait(5)  # with standard input still open
-                finally:
-                    process.kill()
-                    shown = process.communicate()
-                self.assertEqual(process.returncode, UNREACHABLE, shown)
-                self.assertIn(b"cancelled", shown[1])
+                self.expect(self.workspace.interrupted(*words), UNREACHABLE, "cancelled")
         self.assertFalse(out.exists())
 
     def test_a_pipe_is_read_to_its_end(self):
@@ -668,9 +635,7 @@ class WordsOfACall(program.SystemTest):
         for words in (("frob",), ("stamp", "-x"), ("verify", "a", "-z")):
             self.assertNotIn("did you mean", self.expect(self.workspace.run(*words), USAGE))
         (self.workspace.path / "-x").write_bytes(b"")
-        result = subprocess.run([program.BIN / "chronoseal", "stamp", "-x"], cwd=self.workspace.path,
-                                env=self.workspace.environment, capture_output=True)
-        self.expect(result, USAGE, "./ in front")
+        self.expect(self.workspace.run("stamp", "-x", cwd=self.workspace.path), USAGE, "./ in front")
 
     def test_help(self):
         for words in (("--help",), ("help",), ("help", "verify"), ("verify", "--help")):

@@ -43,6 +43,9 @@ class WithAuthority(program.SystemTest):
                                     self.authority.root, "--out", path, "--force", *options)
         return result, path
 
+    def verify(self, stamp, data, **keywords):
+        return self.workspace.run("verify", stamp, "--data", data, "--roots", self.authority.root, **keywords)
+
 
 class WithFolder(WithAuthority):
     """Beside the authority, a folder of each test's own."""
@@ -70,8 +73,7 @@ class StampAndVerify(WithAuthority):
                 check = program.openssl("ts", "-verify", "-data", README, "-in", path, "-CAfile",
                                         self.authority.root)
                 self.assertIn(b"Verification: OK", check.stdout)
-                self.expect(self.workspace.run("verify", path, "--data", README, "--roots",
-                                               self.authority.root), GOOD)
+                self.expect(self.verify(path, README), GOOD)
 
     def test_info_tells_all_fields(self):
         _, path = self.stamp("--cert")
@@ -103,26 +105,21 @@ class StampAndVerify(WithAuthority):
     def test_wrong_file_names_the_hash(self):
         _, path = self.stamp()
         other = self.workspace.write("other", b"something else")
-        self.expect(self.workspace.run("verify", path, "--data", other, "--roots",
-                                       self.authority.root), REFUSED, "0x80091007",
+        self.expect(self.verify(path, other), REFUSED, "0x80091007",
                     hashlib.sha256(README.read_bytes()).hexdigest())
 
     def test_bare_token_and_standard_streams(self):
         _, path = self.stamp()
         token = self.workspace.path / "token"
         program.openssl("ts", "-reply", "-in", path, "-token_out", "-out", token)
-        self.expect(self.workspace.run("verify", token, "--data", README, "--roots",
-                                       self.authority.root), GOOD)
-        result = self.workspace.run("verify", "-", "--data", README, "--roots", self.authority.root,
-                                    stdin=path.read_bytes())
-        self.expect(result, GOOD)
+        self.expect(self.verify(token, README), GOOD)
+        self.expect(self.verify("-", README, stdin=path.read_bytes()), GOOD)
         result = self.workspace.run("stamp", "-", "--url", self.authority.url, "--roots",
                                     self.authority.root, stdin=b"piped")
         self.expect(result, GOOD)
         piped = self.workspace.write("piped.tsr", result.stdout)
         data = self.workspace.write("piped", b"piped")
-        self.expect(self.workspace.run("verify", piped, "--data", data, "--roots",
-                                       self.authority.root), GOOD)
+        self.expect(self.verify(piped, data), GOOD)
 
     def test_several_files_and_the_worst_status(self):
         files = [self.workspace.write(f"f{i}", bytes([i])) for i in range(3)]
@@ -141,8 +138,7 @@ class StampAndVerify(WithAuthority):
         empty = self.workspace.write("empty", b"")
         result, path = self.stamp(file=empty, out="empty.tsr")
         self.expect(result, GOOD)
-        self.expect(self.workspace.run("verify", path, "--data", empty, "--roots",
-                                       self.authority.root), GOOD)
+        self.expect(self.verify(path, empty), GOOD)
 
     def test_refusals_of_the_authority(self):
         result, _ = self.stamp("--policy", "1.2.3.4.5.6")
@@ -291,8 +287,7 @@ class PolicyShow(program.SystemTest):
         (self.workspace.path / "config.toml").chmod(0o644)
 
     def test_failures_stand_behind_the_results_that_they_are_about(self):
-        result = subprocess.run([program.BIN / "chronoseal", "doctor"], env=self.workspace.environment,
-                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        result = self.workspace.run("doctor", capture_output=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.assertRegex(result.stdout.decode().splitlines()[-1], "^chronoseal: .*the faults above")
 
     def test_a_root_of_the_system_is_not_taken_away(self):

@@ -13,7 +13,6 @@ import stat
 import subprocess
 import threading
 import time
-import unittest
 import urllib.request
 
 from asn1crypto import cms, core
@@ -66,6 +65,12 @@ class WithRevocation(program.SystemTest):
                         folder / "root.key", "-crldays", days, "-out", folder / "new.pem").check_returncode()
         program.openssl("crl", "-in", folder / "new.pem", "-outform", "DER", "-out", folder / "root.crl")
 
+    def publish_later(self):
+        """Lists have whole seconds, and are to be made after the stamp; the list before isn't kept."""
+        time.sleep(1.1)
+        self.publish()
+        self.forget()
+
     def forget(self):
         shutil.rmtree(self.workspace.path / "cache", ignore_errors=True)
 
@@ -86,9 +91,7 @@ class WithRevocation(program.SystemTest):
 class Extending(WithRevocation):
     def extended(self, name):
         path = self.stamp(name)
-        time.sleep(1.1)  # lists have whole seconds, and are to be made after the stamp
-        self.publish()
-        self.forget()
+        self.publish_later()
         status, shown = self.workspace.run_json("extend", path, *self.roots)
         self.assertEqual(status, GOOD)
         self.assertEqual(shown["remarks"], [])
@@ -98,9 +101,7 @@ class Extending(WithRevocation):
         path = self.stamp("mixed.tsr")
         token = program.openssl("ts", "-reply", "-in", path, "-token_out").stdout
         key = program.openssl("genpkey", "-algorithm", "ED25519").stdout
-        time.sleep(1.1)
-        self.publish()
-        self.forget()
+        self.publish_later()
         headed = key.replace(b"KEY-----\n", b"KEY-----\nProc-Type: 4,ENCRYPTED\n\n", 1)
         for headers, behind in ((b"", key), (b"Comment: first\n\n", key), (b"Comment: first\n\n", headed)):
             with self.subTest((headers, behind is key)):
@@ -291,9 +292,7 @@ class Aging(WithRevocation):
 
     def test_a_stamp_grows_old(self):
         plain, path = self.stamp("plain.tsr"), self.stamp("old.tsr")
-        time.sleep(1.1)
-        self.publish()
-        self.forget()
+        self.publish_later()
         self.expect(self.workspace.run("extend", path, *self.roots), GOOD)
         self.stop()
         self.forget()
@@ -453,9 +452,7 @@ class Signatures(WithRevocation):
                 self.expect(self.attach(path, *options, "--force"), GOOD)
                 self.expect(self.workspace.run("renew", path, *self.roots), REFUSED,
                             f"it is a signed message with {len(signers)} time-stamp", "chronoseal extend")
-                time.sleep(1.1)
-                self.publish()
-                self.forget()
+                self.publish_later()
                 der = "DER" in signing
                 before = self.parts(path) if der else path.read_bytes()[:20]
                 status, shown = self.workspace.run_json("extend", path, *self.roots, "--revocation", "require")
@@ -503,10 +500,7 @@ class Signatures(WithRevocation):
             self.assertEqual(path.read_bytes(), content)
 
     def test_nobody_is_asked_about_a_signature_that_does_not_fit(self):
-        listener = socket.create_server(("127.0.0.1", 0))
-        self.addCleanup(listener.close)
-        listener.settimeout(0.2)
-        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        listener, url = self.listener()
         good, two = self.sign("good.p7s", "-outform", "DER"), self.sign("two.p7s", "-outform", "DER",
                                                                         signers=("one", "two"))
         forged = bytearray(good.read_bytes())

@@ -137,6 +137,12 @@ class GostTest(program.SystemTest):
             cls.authorities[key] = GostAuthority(cls.workspace.path / key, key)
         return cls.authorities[key]
 
+    def run_bare(self, *arguments):
+        """Where OpenSSL finds no engines."""
+        empty = self.workspace.path / "no-engines"
+        empty.mkdir(exist_ok=True)
+        return self.workspace.run(*arguments, env=dict(self.workspace.environment, OPENSSL_ENGINES=str(empty)))
+
     def stored(self, content, name="stamp.tsr"):
         return self.workspace.write(name, content)
 
@@ -227,50 +233,33 @@ class WithTheEngine(GostTest):
         authority = self.authority("gost2012_256")
         by_gost = self.stored(authority.stamp(self.data, "md_gost12_256"), "gost.tsr")
         by_sha = self.stored(authority.stamp(self.data, "sha256"), "sha.tsr")
-        bare = Unequipped(self)
-        self.expect(bare.run("verify", by_gost, "--data", self.data, "--roots", authority.root),
+        self.expect(self.run_bare("verify", by_gost, "--data", self.data, "--roots", authority.root),
                     REFUSED, "0x80090015")
-        self.expect(bare.run("info", by_gost), GOOD)
+        self.expect(self.run_bare("info", by_gost), GOOD)
         # A GOST signature over another hash: it can be read, but not verified.
-        self.expect(bare.run("info", by_sha), GOOD)
-        self.expect(bare.run("verify", by_sha, "--data", self.data, "--roots", authority.root), REFUSED)
-
-
-class Unequipped:
-    """Runs the command where OpenSSL finds no engines."""
-
-    def __init__(self, test):
-        self.workspace = test.workspace
-        empty = self.workspace.path / "no-engines"
-        empty.mkdir(exist_ok=True)
-        self.environment = dict(self.workspace.environment, OPENSSL_ENGINES=str(empty))
-
-    def run(self, *arguments):
-        return subprocess.run([program.BIN / "chronoseal", *map(str, arguments)], capture_output=True,
-                              env=self.environment, timeout=120)
+        self.expect(self.run_bare("info", by_sha), GOOD)
+        self.expect(self.run_bare("verify", by_sha, "--data", self.data, "--roots", authority.root), REFUSED)
 
 
 class WithoutTheEngine(GostTest):
     def test_gost_hashes_are_unknown_and_the_rest_works(self):
-        bare = Unequipped(self)
         query = self.workspace.path / "q"
         for name in HASHES:
-            self.expect(bare.run("request", self.data, "--hash", name, "--force", "--out", query), USAGE,
+            self.expect(self.run_bare("request", self.data, "--hash", name, "--force", "--out", query), USAGE,
                         "0x80090008")
         for name in ("SHA-1", "SHA-256", "SHA-384", "SHA-512"):
-            self.expect(bare.run("request", self.data, "--hash", name, "--force", "--out", query), GOOD)
+            self.expect(self.run_bare("request", self.data, "--hash", name, "--force", "--out", query), GOOD)
             digest = hashlib.new(name.replace("-", ""), DATA).digest()
             imprint = tsp.TimeStampReq.load(query.read_bytes())["message_imprint"]
             self.assertEqual(imprint["hashed_message"].native, digest)
 
     def test_other_authorities_stamp_and_verify(self):
-        bare = Unequipped(self)
         authority = program.Authority(self.workspace.path / "plain")
         self.addCleanup(authority.close)
         stamp = self.workspace.path / "plain.tsr"
-        self.expect(bare.run("stamp", self.data, "--url", authority.url, "--roots", authority.root,
+        self.expect(self.run_bare("stamp", self.data, "--url", authority.url, "--roots", authority.root,
                              "--force", "--out", stamp), GOOD)
-        self.expect(bare.run("verify", stamp, "--data", self.data, "--roots", authority.root), GOOD)
+        self.expect(self.run_bare("verify", stamp, "--data", self.data, "--roots", authority.root), GOOD)
 
 
 if __name__ == "__main__":

@@ -3,6 +3,8 @@
 import json
 import os
 import pathlib
+import signal
+import socket
 import subprocess
 import sys
 import tempfile
@@ -65,9 +67,10 @@ class Workspace:
         path.write_bytes(content)
         return path
 
-    def run(self, *arguments, stdin=None, timeout=120):
-        result = subprocess.run([BIN / "chronoseal", *map(str, arguments)], input=stdin,
-                                capture_output=True, env=self.environment, timeout=timeout)
+    def run(self, *arguments, stdin=None, timeout=120, **keywords):
+        """`stdin` is what stands there, or a descriptor."""
+        streams = {"stdin" if isinstance(stdin, int) else "input": stdin, "capture_output": True, "env": self.environment, **keywords}
+        result = subprocess.run([BIN / "chronoseal", *map(str, arguments)], timeout=timeout, **streams)
         if "--json" in arguments:
             check_json(result.stdout)
         elif "--json-lines" in arguments:
@@ -75,13 +78,36 @@ class Workspace:
                 check_json(line)
         return result
 
-    def run_json(self, *arguments):
-        result = self.run(*arguments, "--json")
+    def run_json(self, *arguments, **keywords):
+        result = self.run(*arguments, "--json", **keywords)
         return result.returncode, json.loads(result.stdout)
+
+    def interrupted(self, *arguments, **keywords):
+        """Ended by the keyboard's signal while it waits, with standard input still open."""
+        process = subprocess.Popen([BIN / "chronoseal", *map(str, arguments)], env=self.environment, stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, **keywords)
+        try:
+            # It waits for signals in a thread of its own from here on.
+            wait_until(lambda: len(os.listdir(f"/proc/{process.pid}/task")) > 1)
+            time.sleep(0.2)
+            process.send_signal(signal.SIGINT)
+            process.wait(5)
+        finally:
+            process.kill()
+            shown = process.communicate()
+        return subprocess.CompletedProcess(process.args, process.returncode, *shown)
 
 
 def openssl(*arguments, stdin=None):
     return subprocess.run(["openssl", *map(str, arguments)], input=stdin, capture_output=True)
+
+
+def run_tool(*command, expected=0, **keywords):
+    """What it printed; the test fails if it ends otherwise."""
+    result = subprocess.run([str(part) for part in command], capture_output=True, text=True, **keywords)
+    if result.returncode != expected:
+        raise AssertionError(f"{command[:4]}: {result.returncode}\n{result.stdout[-3000:]}{result.stderr[-3000:]}")
+    return result.stdout
 
 
 class Authority:
@@ -114,6 +140,13 @@ class SystemTest(unittest.TestCase):
 
     def setUp(self):
         self.workspace.configure("")
+
+    def listener(self):
+        """In a server's place, with its address: who connects would be seen by `accept`, which else ends in TimeoutError."""
+        listener = socket.create_server(("127.0.0.1", 0))
+        self.addCleanup(listener.close)
+        listener.settimeout(0.2)
+        return listener, f"http://127.0.0.1:{listener.getsockname()[1]}/"
 
     def expect(self, result, status, *fragments):
         line = result.stderr.decode(errors="replace").strip()

@@ -55,8 +55,8 @@ class WholeFiles(WithFolder):
         self.expect(self.workspace.run("stamp", data, *self.trust), GOOD)
         first, before = (self.folder / f"{data.name}.tsr").read_bytes(), self.names()
         other = self.file(".chronoseal-0000000000000000.part", b"somebody else's")
-        result = subprocess.run([program.BIN / "chronoseal", "stamp", data, *self.trust, "--force"],
-                                env=dict(self.workspace.environment, LD_PRELOAD=str(shim)), capture_output=True)
+        preloaded = dict(self.workspace.environment, LD_PRELOAD=str(shim))
+        result = self.workspace.run("stamp", data, *self.trust, "--force", env=preloaded)
         self.assertEqual(result.returncode, -signal.SIGKILL)
         left = self.folder.joinpath(*set(self.names()) - set(before) - {other.name})
         self.expect(self.workspace.run("verify", left, "--data", data, "--roots", self.authority.root), GOOD)
@@ -76,8 +76,7 @@ class WholeFiles(WithFolder):
             resource.setrlimit(resource.RLIMIT_FSIZE, (HALF, HALF))
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN if ignore else signal.SIG_DFL)
-        return subprocess.run([program.BIN / "chronoseal", *map(str, words)], env=self.workspace.environment,
-                              capture_output=True, preexec_fn=limit, restore_signals=False)
+        return self.workspace.run(*words, preexec_fn=limit, restore_signals=False)
 
     def test_ended_or_failing_in_the_middle_of_a_write(self):
         data = self.file("a")
