@@ -27,6 +27,29 @@ int getaddrinfo(const char* node, const char* service, const struct addrinfo* hi
     return EAI_AGAIN;
 }
 """ % LOOK_UP_SECONDS
+# Pages that stamp, and what is odd about each of their answers.
+ANSWERS = {
+    "good": {},
+    "nononce": {"nonce": None},
+    "zerononce": {"nonce": 0},
+    "othernonce": {"nonce": 12345},
+    "negativenonce": {"nonce": lambda n: -n},
+    "shortimprint": {"cut": -1},
+    "longimprint": {"pad": b"\0"},
+    "emptyimprint": {"cut": 0},
+    "lateclock": {"time": forge.now() - forge.days(1)},
+}
+# Bodies that are no stamps, and what is written in the place of a whole answer.
+BODIES = {
+    "noise": bytes(range(256)) * 8,
+    "empty": b"",
+    "refusal": forge.make_response(None, status=2, text="not today", failure_bit=15),
+}
+RAW = {
+    "cutchunks": f"{HTTP_OK}Transfer-Encoding: chunked\r\n\r\n10\r\nabc".encode(),
+    "nohttp": b"SSH-2.0-whatever\r\n",
+    "hangup": b"",
+}
 
 
 class Handler(socketserver.StreamRequestHandler):
@@ -40,31 +63,21 @@ class Handler(socketserver.StreamRequestHandler):
             self.server.headers[name.lower()] = value.strip()
         body = self.rfile.read(size)
         self.server.hits += 1
+        page = request.split()[1].strip("/")
         try:
-            getattr(self, "do_" + request.split()[1].strip("/"))(body)
+            if page in ANSWERS:
+                self.send(self.server.answer(body, **ANSWERS[page]))
+            elif page in BODIES:
+                self.send(BODIES[page])
+            elif page in RAW:
+                self.wfile.write(RAW[page])
+            else:
+                getattr(self, "do_" + page)(body)
         except (BrokenPipeError, ConnectionResetError):
             pass
 
     def send(self, body, head=HTTP_OK):
         self.wfile.write(f"{head}Content-Length: {len(body)}\r\n\r\n".encode() + body)
-
-    def status(self, code):
-        self.send(b"go away", f"HTTP/1.1 {code} Whatever\r\nConnection: close\r\n")
-
-    def do_400(self, _):
-        self.status(400)
-
-    def do_403(self, _):
-        self.status(403)
-
-    def do_404(self, _):
-        self.status(404)
-
-    def do_500(self, _):
-        self.status(500)
-
-    def do_503(self, _):
-        self.status(503)
 
     def do_silent(self, _):
         time.sleep(TIME_OUT_MILLISECONDS / 1000 * 3)
@@ -81,9 +94,6 @@ class Handler(socketserver.StreamRequestHandler):
         self.wfile.write(f"{HTTP_OK}Content-Length: {len(answer)}\r\n\r\n".encode() +
                          answer[:len(answer) // 2])
 
-    def do_cutchunks(self, _):
-        self.wfile.write(f"{HTTP_OK}Transfer-Encoding: chunked\r\n\r\n10\r\nabc".encode())
-
     def do_huge(self, _):
         self.wfile.write(f"{HTTP_OK}Content-Length: {100 << 20}\r\n\r\n".encode())
         for _ in range(100):
@@ -99,43 +109,9 @@ class Handler(socketserver.StreamRequestHandler):
         while True:
             self.wfile.write(b"x" * 4096)
 
-    def do_noise(self, _):
-        self.send(bytes(range(256)) * 8)
-
-    def do_empty(self, _):
-        self.send(b"")
-
-    def do_nohttp(self, _):
-        self.wfile.write(b"SSH-2.0-whatever\r\n")
-
-    def do_hangup(self, _):
-        pass
-
-    def do_redirect(self, _):
-        head = f"HTTP/1.1 302 Found\r\nLocation: {self.server.url}good\r\nConnection: close\r\n"
-        self.send(b"", head)
-
     def do_html(self, body):
         head = HTTP_OK.replace("application/timestamp-reply", "text/html")
         self.send(self.server.answer(body), head)
-
-    def do_good(self, body):
-        self.send(self.server.answer(body))
-
-    def do_refusal(self, _):
-        self.send(forge.make_response(None, status=2, text="not today", failure_bit=15))
-
-    def do_nononce(self, body):
-        self.send(self.server.answer(body, nonce=None))
-
-    def do_zerononce(self, body):
-        self.send(self.server.answer(body, nonce=0))
-
-    def do_othernonce(self, body):
-        self.send(self.server.answer(body, nonce=12345))
-
-    def do_negativenonce(self, body):
-        self.send(self.server.answer(body, nonce=lambda n: -n))
 
     def do_leadingzeros(self, body):
         self.send_padded_nonce(body, 0)
@@ -146,18 +122,6 @@ class Handler(socketserver.StreamRequestHandler):
     def send_padded_nonce(self, body, change):
         nonce = tsp.TimeStampReq.load(body)["nonce"].native ^ change
         self.send(self.server.answer(body, nonce=None, raw_nonce=b"\0\0" + nonce.to_bytes(9, "big")))
-
-    def do_shortimprint(self, body):
-        self.send(self.server.answer(body, cut=-1))
-
-    def do_longimprint(self, body):
-        self.send(self.server.answer(body, pad=b"\0"))
-
-    def do_emptyimprint(self, body):
-        self.send(self.server.answer(body, cut=0))
-
-    def do_lateclock(self, body):
-        self.send(self.server.answer(body, time=forge.now() - forge.days(1)))
 
 
 class Server(socketserver.ThreadingTCPServer):
@@ -219,11 +183,6 @@ class ServerTest(program.SystemTest):
         self.expect(self.stamp("", url="ftp://127.0.0.1/"), USAGE)
         self.expect(self.stamp("", url="not an address"), USAGE)
 
-    def test_http_failures_name_the_status(self):
-        for status in ("400", "403", "404", "500", "503"):
-            self.expect(self.stamp(status), UNREACHABLE, status)
-        self.expect(self.stamp("redirect"), UNREACHABLE, "302")
-
     def test_time_outs_end_in_time(self):
         for page in ("silent", "slow"):
             begin = time.monotonic()
@@ -278,7 +237,6 @@ class ServerTest(program.SystemTest):
         for page in ("noise", "empty"):
             self.expect(self.stamp(page), REFUSED)
         self.expect(self.stamp("refusal"), REFUSED, "unacceptedPolicy", "not today")
-        self.assertFalse((self.workspace.path / "refused").exists())
 
     def test_nonces(self):
         for page in ("nononce", "zerononce", "othernonce", "negativenonce"):
