@@ -2,7 +2,6 @@
 
 import datetime
 import hashlib
-import unittest
 
 import forge
 import program
@@ -73,13 +72,10 @@ class GoodTokens(TokenTest):
     def test_identifiers_of_all_allowed_kinds(self):
         v1 = forge.signing_certificate(forge.ess_cert_id(self.tsa))
         v2 = forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa))
-        self.passes(self.token_with(v1))
-        self.passes(self.token_with(v2))
-        self.passes(self.token_with(v1, v2))
-        self.passes(self.token_with(forge.signing_certificate(
-            forge.ess_cert_id(self.tsa, with_serial=False))))
-        self.passes(self.token_with(forge.signing_certificate_v2(
-            forge.ess_cert_id_v2(self.tsa, algorithm="sha512"))))
+        bare_v1 = forge.signing_certificate(forge.ess_cert_id(self.tsa, with_serial=False))
+        by_sha512 = forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa, algorithm="sha512"))
+        for identifiers in ((v1,), (v2,), (v1, v2), (bare_v1,), (by_sha512,)):
+            self.passes(self.token_with(*identifiers))
 
     def test_several_identifiers_the_first_counts(self):
         ids = (forge.ess_cert_id_v2(self.tsa), forge.ess_cert_id_v2(self.root))
@@ -95,8 +91,6 @@ class GoodTokens(TokenTest):
 
     def test_stamped_while_valid_and_expired_since(self):
         past = forge.now() - forge.days(100)
-        old = forge.issue(self.folder, "old", self.root, begin=past - forge.days(1),
-                          end=past + forge.days(1))
         long_root = forge.issue(self.folder, "long root", ca=True, begin=past - forge.days(50))
         old = forge.issue(self.folder, "old", long_root, begin=past - forge.days(1),
                           end=past + forge.days(1))
@@ -136,25 +130,20 @@ class BadSignatures(TokenTest):
             with self.subTest(size=len(digest)):
                 self.refuses(forge.make_token(self.tsa, forge.tst_info(digest)), "0x80091007")
 
-    def test_signed_attributes_left_out_or_bare_signature(self):
-        self.expect(self.verify(self.token(no_attributes=True)), REFUSED)
-        self.refuses(self.token_with(forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa)),
-                                     drop=("messageDigest",)), "0x80091006")
-        self.expect(self.verify(self.token_with(
-            forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa)),
-            drop=("contentType",))), REFUSED)
-
-    def test_message_digest_doubled(self):
-        self.expect(self.verify(self.token(attributes=forge.signed_attributes(
-            self.tsa, self.info, extra=[forge.message_digest_attribute(b"else")]))), REFUSED)
-
-    def test_content_type_of_another_kind(self):
-        data_oid = "1.2.840.113549.1.7.1"
-        self.expect(self.verify(self.token(content_oid=data_oid)), REFUSED)
-        attributes = [forge.content_type_attribute(data_oid),
-                      forge.message_digest_attribute(self.info),
-                      forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa))]
-        self.expect(self.verify(self.token(attributes=attributes)), REFUSED)
+    def test_signed_attributes_that_are_missing_doubled_or_of_another_kind(self):
+        def signed(**changes):
+            return self.token(attributes=forge.signed_attributes(self.tsa, self.info, **changes))
+        data = "1.2.840.113549.1.7.1"
+        other_kind = signed(drop=("contentType",), extra=[forge.content_type_attribute(data)])
+        for name, token, code in (
+                ("bare signature", self.token(no_attributes=True), ""),
+                ("no messageDigest", signed(drop=("messageDigest",)), "0x80091006"),
+                ("no contentType", signed(drop=("contentType",)), ""),
+                ("two messageDigests", signed(extra=[forge.message_digest_attribute(b"else")]), ""),
+                ("content of another kind", self.token(content_oid=data), ""),
+                ("contentType of another kind", other_kind, "")):
+            with self.subTest(name):
+                self.refuses(token, code)
 
     def test_signer_named_by_key_identifier(self):
         sid = forge.element(0x80, self.tsa.key.spki.sha1)
@@ -189,38 +178,25 @@ class BadSignatures(TokenTest):
 
 
 class SigningCertificateAttributes(TokenTest):
-    def test_missing(self):
-        self.refuses(self.token_with(), "0x80092004", words="no signed attribute")
-
-    def test_empty(self):
-        self.expect(self.verify(self.token_with(forge.signing_certificate_v2())), REFUSED)
-        self.expect(self.verify(self.token_with(forge.attribute(forge.ID_SIGNING_CERTIFICATE_V2))),
-                    REFUSED)
-
-    def test_doubled(self):
-        one = forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa))
-        two = forge.signing_certificate_v2(forge.ess_cert_id_v2(self.tsa, with_serial=False))
-        self.refuses(self.token_with(one, two), "0x8007000B")
+    def test_those_that_do_not_name_the_signer_once(self):
+        v1, v2 = forge.signing_certificate, forge.signing_certificate_v2
+        other = forge.issue(self.folder, "other", self.root)
+        one = v2(forge.ess_cert_id_v2(self.tsa))
+        again = v2(forge.ess_cert_id_v2(self.tsa, with_serial=False))
         value = forge.element(0x30, forge.element(0x30, forge.ess_cert_id_v2(self.tsa)))
-        self.refuses(self.token_with(forge.attribute(
-            forge.ID_SIGNING_CERTIFICATE_V2, value, value)), "0x8007000B")
-
-    def test_wrong_type(self):
-        self.expect(self.verify(self.token_with(forge.attribute(
-            forge.ID_SIGNING_CERTIFICATE_V2, b"\x0c\x03abc"))), REFUSED)
-
-    def test_names_another_certificate(self):
-        other = forge.issue(self.folder, "other", self.root)
-        self.refuses(self.token_with(forge.signing_certificate_v2(forge.ess_cert_id_v2(other))),
-                     "0x80092004")
-        self.refuses(self.token_with(forge.signing_certificate(forge.ess_cert_id(other))),
-                     "0x80092004")
-
-    def test_right_hash_with_another_serial(self):
         digest = core.OctetString(hashlib.sha256(self.tsa.der).digest()).dump()
-        other = forge.issue(self.folder, "other", self.root)
-        wrong = forge.element(0x30, digest + forge.issuer_serial(other))
-        self.expect(self.verify(self.token_with(forge.signing_certificate_v2(wrong))), REFUSED)
+        for name, attributes, *told in (
+                ("missing", (), "0x80092004", "no signed attribute"),
+                ("empty", (v2(),)),
+                ("without a value", (forge.attribute(forge.ID_SIGNING_CERTIFICATE_V2),)),
+                ("doubled", (one, again), "0x8007000B"),
+                ("doubled value", (forge.attribute(forge.ID_SIGNING_CERTIFICATE_V2, value, value),), "0x8007000B"),
+                ("wrong type", (forge.attribute(forge.ID_SIGNING_CERTIFICATE_V2, b"\x0c\x03abc"),)),
+                ("another certificate", (v2(forge.ess_cert_id_v2(other)),), "0x80092004"),
+                ("another certificate, v1", (v1(forge.ess_cert_id(other)),), "0x80092004"),
+                ("right hash with another serial", (v2(forge.element(0x30, digest + forge.issuer_serial(other))),))):
+            with self.subTest(name):
+                self.expect(self.verify(self.token_with(*attributes)), REFUSED, *told)
 
 
 class BadChains(TokenTest):
