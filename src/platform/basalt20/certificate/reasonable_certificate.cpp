@@ -1,5 +1,6 @@
 #include <basalt/certificate/reasonable_certificate.h>
 
+#include <basalt/certificate/policy_counts.h>
 #include <basalt/coding/der_reader.h>
 #include <basalt/coding/fault.h>
 
@@ -86,7 +87,7 @@ bool is_affordable(const CertificateBody& certificate) {
                                               info.Issuer.cbData);
         }
     }
-    return bytes <= kMaxExpandedBytes;
+    return bytes <= kMaxExpandedBytes && policy_counts(info).are_affordable();
 }
 
 bool is_reasonable(const CertificateBody& certificate) {

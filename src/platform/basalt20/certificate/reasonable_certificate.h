@@ -11,7 +11,9 @@ inline constexpr int kMaxKeyBits = 8192;
 
 // False for one whose extensions take OpenSSL too long to look at even once: it expands all
 // relative names of distribution points, each by the whole name of the issuer, so that 60 KiB of
-// them take seconds and hundreds of megabytes. Nobody honest has over 16 KiB of them in full.
+// them take seconds and hundreds of megabytes. Nobody honest has over 16 KiB of them in full. And
+// it holds each policy against all others of the certificate and of those around it: kMostPolicies
+// of them, and as many mappings, are the most.
 bool is_affordable(const CertificateBody& certificate);
 
 // False for one that isn't affordable, for one over 64 KiB, with a name over 4 KiB, an RSA modulus

@@ -310,7 +310,8 @@ const PathErrors* ChainSession::structure_of(const Path& path) {
     if (!take_comparisons(budget_, path, comparisons_for_constraints(path))) {
         return nullptr;
     }
-    return &(structures_[path] = structure_errors(path, request_.policies));
+    std::optional<PathErrors> errors = structure_errors(path, request_.policies);
+    return errors ? &(structures_[path] = std::move(*errors)) : nullptr;
 }
 
 Judgement ChainSession::judge_path(const Path& path, const Question& question) {

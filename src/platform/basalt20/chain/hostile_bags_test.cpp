@@ -1,4 +1,5 @@
 // What hostile bags cost, in counts; the bench shows the times.
+#include <basalt/certificate/policy_counts.h>
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/hostile_lists.h>
 #include <basalt/chain/judged_chain.h>
@@ -116,6 +117,49 @@ TEST(HostileBags, ThePointsOfASignerAreNotExpandedEither) {
     EXPECT_EQ(stamp_verdict(chain), TRUST_E_SYSTEM_ERROR);
 }
 
+// The verifier holds each policy against each other one, and gives up at a thousand branches of
+// their tree: that says nothing about the path.
+TEST(HostileBags, PoliciesAreCountedAndBeyondWhatAnybodyHasNotLookedAt) {
+    constexpr int kMost = kMostPolicies;
+    const std::string usual = policies_of(3);
+    const std::string any = "certificatePolicies=2.5.29.32.0\n";
+    const struct {
+        const char* name;
+        std::string of_authority;
+        std::string of_stamper;
+        int authorities;
+        Found honest_path;
+        std::size_t at_least; // comparisons
+        std::size_t at_most;
+    } cases[] = {
+        {"usual", usual, usual, 2, Found::yes, 1, 50},
+        {"sixty, and mapped", policies_of(60) + mappings_of(60), policies_of(60), 3, Found::yes,
+         4'000, 100'000},
+        {"the most", policies_of(kMost), policies_of(kMost), 2, Found::yes, 60'000, 300'000},
+        {"more of the stamper", usual, policies_of(kMost + 1), 1, Found::no, 0, 0},
+        {"more of an authority", policies_of(kMost + 1), usual, 1, Found::no, 0, 0},
+        {"the most mappings", any + mappings_of(kMost), any, 1, Found::yes, 20'000, 300'000},
+        {"more mappings", any + mappings_of(kMost + 1), any, 1, Found::no, 0, 0},
+        {"more branches", policies_of(250), policies_of(250), 5, Found::no, 100'000, 2'000'000},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const HostileVerdict verdict(deep_chain(c.of_authority, c.of_stamper, c.authorities, 0));
+        EXPECT_EQ(verdict.good, c.honest_path == Found::yes);
+        const std::size_t comparisons = verdict.session->budget().comparisons();
+        const std::size_t others = 200; // of the lists
+        EXPECT_GE(comparisons, c.at_least);
+        EXPECT_LE(comparisons, c.at_most + others);
+    }
+    UsageQuestion usage;
+    usage.is_time_stamp = true;
+    for (const int authorities : {1, 5}) { // more than are looked into, and than are followed
+        const HostileVerdict verdict(deep_chain(
+            policies_of(250), policies_of(authorities == 1 ? 300 : 250), authorities, 0));
+        EXPECT_TRUE(verdict.session->judge(ticks_at(0), usage).cut_short) << "it isn't bad";
+    }
+}
+
 struct ComparisonCost {
     const char* name;
     Found honest_path;
@@ -137,6 +181,8 @@ const ComparisonCost kComparisonCosts[] = {
     {"a crowded key", Found::no, 100'000, 2, 1},
     {"deep constraints", Found::no, 2'000'000, 0, 16},
     {"deep usages", Found::yes, 500'000, 20, 1},
+    {"deep policies", Found::no, 100, 0, 0},
+    {"policies at the bound", Found::no, 2'000'000, 0, 16},
 };
 
 TEST(HostileBags, WhatIsHeldAgainstEachOtherIsBounded) {

@@ -210,6 +210,24 @@ inline HostileBag deep_usages(int usages) {
     return deep_chain(named + "timeStamping", "", 14, 14);
 }
 
+// So many policies, or mappings of one to the next.
+inline std::string policies_of(int policies) {
+    std::string named = "certificatePolicies=";
+    for (int i = 0; i < policies; ++i) {
+        named += (i > 0 ? ",1.2.3." : "1.2.3.") + std::to_string(i);
+    }
+    return named + "\n";
+}
+
+inline std::string mappings_of(int mappings) {
+    std::string named = "policyMappings=";
+    for (int i = 0; i < mappings; ++i) {
+        named +=
+            (i > 0 ? ",1.2.3." : "1.2.3.") + std::to_string(i) + ":1.2.3." + std::to_string(i + 1);
+    }
+    return named + "\n";
+}
+
 // As hostile_bags().
 inline std::vector<NamedBag> hostile_lists(int divisor = 1) {
     return {
@@ -224,6 +242,10 @@ inline std::vector<NamedBag> hostile_lists(int divisor = 1) {
         {"a crowded key", [=] { return crowded_key(4'000 / divisor); }},
         {"deep constraints", [=] { return deep_constraints(4'000 / divisor, 250); }},
         {"deep usages", [=] { return deep_usages(4'000 / divisor); }},
+        {"deep policies",
+         [=] { return deep_chain(policies_of(8'000 / divisor), policies_of(200), 12, 14); }},
+        {"policies at the bound",
+         [] { return deep_chain(policies_of(256), policies_of(256), 12, 14); }},
     };
 }
 

@@ -140,7 +140,8 @@ bool KeyHearing::is_for_use(const Path& path) const {
 }
 
 bool KeyHearing::may_speak(const Path& path, const StatusFinding& finding) {
-    const PathErrors errors = structure_errors(path, question_.policies);
+    const PathErrors errors = structure_errors(path, question_.policies)
+                                  .value_or(PathErrors(path.size(), {X509_V_ERR_UNSPECIFIED}));
     if (std::any_of(errors[0].begin(), errors[0].end(), tells_of_issuers)) {
         return false;
     }

@@ -1,5 +1,6 @@
 #include <basalt/chain/path_judgement.h>
 
+#include <basalt/certificate/policy_counts.h>
 #include <basalt/chain/name_key.h>
 #include <basalt/chain/policy_demand.h>
 #include <basalt/coding/der_reader.h>
@@ -103,7 +104,8 @@ void set_policies(X509_VERIFY_PARAM* param, const std::vector<std::string>& poli
     X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_EXPLICIT_POLICY);
 }
 
-void run_verifier(const std::vector<X509*>& path, const std::vector<std::string>& policies,
+// False when the verifier gave up, as it does where policies branch a thousand times.
+bool run_verifier(const std::vector<X509*>& path, const std::vector<std::string>& policies,
                   PathErrors& errors) {
     const StackOwner between(sk_X509_new_null());
     const StackOwner anchor(sk_X509_new_null());
@@ -133,10 +135,14 @@ void run_verifier(const std::vector<X509*>& path, const std::vector<std::string>
     }
     const bool ran = X509_verify_cert(context.get()) == 1;
     ERR_clear_error();
+    if (!ran && X509_STORE_CTX_get_error(context.get()) == X509_V_ERR_OUT_OF_MEM) {
+        return false;
+    }
     const int used = sk_X509_num(X509_STORE_CTX_get0_chain(context.get()));
     if (!ran || used != static_cast<int>(path.size())) {
         errors.front().push_back(X509_V_ERR_UNSPECIFIED);
     }
+    return true;
 }
 
 // The verifier takes a certificate with one name twice and no key identifiers for a root of its own
@@ -203,6 +209,26 @@ Names names_of(const X509* certificate) {
 std::size_t comparisons_between(const Names& names, const Names& subtrees) {
     return 1 + names.count * subtrees.count / 4 +
            (names.octets * subtrees.count + subtrees.octets * names.count) / 100;
+}
+
+// Each policy against all of its certificate, thirty nanoseconds for a pair, and against each
+// branch of the tree above and what that is mapped to, of which the verifier allows a thousand.
+std::size_t comparisons_for_policies(const Path& path) {
+    constexpr std::size_t kMostBranches = 1000;
+    std::size_t comparisons = 0;
+    std::size_t branches = 1;      // at most, of the certificate above
+    std::size_t mapped_to_one = 1; // branches for one and the same policy
+    std::size_t mapped_from_one = 1;
+    for (std::size_t i = path.size() - 1; i-- > 0;) {
+        const PolicyCounts counts = policy_counts(path[i]->info());
+        const std::size_t policies = counts.policies + counts.mappings;
+        comparisons += policies * policies / 3 + policies * branches * mapped_from_one / 4;
+        branches = std::min(kMostBranches, 1 + policies * mapped_to_one);
+        mapped_from_one = std::max<std::size_t>(1, counts.mapped_from_one);
+        mapped_to_one =
+            std::min(kMostBranches, mapped_to_one * std::max<std::size_t>(1, counts.mapped_to_one));
+    }
+    return comparisons;
 }
 
 bool names_are_allowed(X509* certificate, NAME_CONSTRAINTS* constraints) {
@@ -325,21 +351,25 @@ bool implies(const UsageQuestion& one, const UsageQuestion& other) {
     return asks_for_nothing || asks_for_part;
 }
 
-PathErrors structure_errors(const Path& path, const std::vector<std::string>& policies) {
+std::optional<PathErrors> structure_errors(const Path& path,
+                                           const std::vector<std::string>& policies) {
     PathErrors errors(path.size());
     const std::vector<X509*> certificates = openssl_path(path);
     const std::size_t end = verifier_end(certificates);
-    run_verifier(
+    bool told = run_verifier(
         {certificates.begin(), certificates.begin() + static_cast<std::ptrdiff_t>(end) + 1},
         policies, errors);
     if (end + 1 < path.size()) {
         const std::vector<X509*> above(certificates.begin() + static_cast<std::ptrdiff_t>(end) + 1,
                                        certificates.end());
         PathErrors errors_above(above.size());
-        run_verifier(above, {}, errors_above);
+        told = run_verifier(above, {}, errors_above) && told;
         std::move(errors_above.begin(), errors_above.end(),
                   errors.begin() + static_cast<std::ptrdiff_t>(end) + 1);
         check_across(certificates, end, errors);
+    }
+    if (!told) {
+        return std::nullopt;
     }
     check_authorities(certificates, errors);
     check_dates(path, errors);
@@ -347,7 +377,7 @@ PathErrors structure_errors(const Path& path, const std::vector<std::string>& po
 }
 
 std::size_t comparisons_for_constraints(const Path& path) {
-    std::size_t comparisons = 0;
+    std::size_t comparisons = comparisons_for_policies(path);
     for (std::size_t above = 1; above < path.size(); ++above) {
         const Bytes constraints = extension_value(path[above]->openssl(), NID_name_constraints);
         if (constraints.empty()) {

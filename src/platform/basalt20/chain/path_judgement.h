@@ -7,6 +7,7 @@
 #include <basalt/certificate/strength.h>
 #include <basalt/chain/path_search.h>
 
+#include <optional>
 #include <string>
 
 namespace basalt {
@@ -33,10 +34,13 @@ struct PathQuestion {
 };
 
 // Constraints and policies. Of an incomplete path the last certificate counts as the anchor.
-PathErrors structure_errors(const Path& path, const std::vector<std::string>& policies);
+// Nothing when its policies have more branches than the verifier follows, so that it can't be told.
+std::optional<PathErrors> structure_errors(const Path& path,
+                                           const std::vector<std::string>& policies);
 
-// What the name constraints of the path take the verifier, in the budget's comparisons: each name
-// is held against each constraint above it.
+// What the name constraints and policies of the path take the verifier, in the budget's
+// comparisons: each name is held against each constraint above it, and each policy against the
+// others of its certificate and those of the certificate above.
 std::size_t comparisons_for_constraints(const Path& path);
 
 // What it takes to look through the usages of its certificates.
