@@ -66,7 +66,9 @@ std::size_t expanded_bytes(Bytes point, std::size_t issuer_bytes) {
 std::size_t expanded_bytes_of_points(Bytes points, std::size_t issuer_bytes) {
     std::size_t bytes = 0;
     try {
-        for (DerReader reader(sole_element(points, tag::kSequence).contents); !reader.at_end();) {
+        // OpenSSL passes over what stands behind the sequence.
+        DerReader whole(points);
+        for (DerReader reader(whole.take(tag::kSequence).contents); !reader.at_end();) {
             bytes += expanded_bytes(reader.take(tag::kSequence).contents, issuer_bytes);
         }
     } catch (const Fault&) {

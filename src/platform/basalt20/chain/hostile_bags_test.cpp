@@ -160,6 +160,50 @@ TEST(HostileBags, PoliciesAreCountedAndBeyondWhatAnybodyHasNotLookedAt) {
     }
 }
 
+// With bytes behind the extension's value, which OpenSSL passes over.
+std::string with_more_behind(const Party& party, int nid, const Party& issuer) {
+    const OpensslOwner<X509, X509_free> copy(X509_dup(party.certificate()));
+    X509_EXTENSION* extension = X509_get_ext(copy.get(), X509_get_ext_by_NID(copy.get(), nid, -1));
+    const OpensslOwner<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free> value(
+        ASN1_OCTET_STRING_dup(X509_EXTENSION_get_data(extension)));
+    const std::string data(reinterpret_cast<const char*>(value->data),
+                           static_cast<std::size_t>(value->length));
+    const std::string longer = data + std::string("\5\0", 2);
+    ASN1_OCTET_STRING_set(value.get(), reinterpret_cast<const unsigned char*>(longer.data()),
+                          static_cast<int>(longer.size()));
+    X509_EXTENSION_set_data(extension, value.get());
+    X509_sign(copy.get(), issuer.private_key.get(), EVP_sha256());
+    return encoded(copy.get());
+}
+
+TEST(HostileBags, BytesBehindAnExtensionHideNothingOfIt) {
+    const HonestChain honest;
+    for (const auto& [nid, extension] :
+         {std::pair(NID_crl_distribution_points, relative_points_of(1'000)),
+          std::pair(NID_certificate_policies, policies_of(1'000))}) {
+        const auto party = make_party({"stamper", honest.middle.get(), kStamper + extension});
+        const std::string longer = with_more_behind(*party, nid, *honest.middle);
+        EXPECT_FALSE(is_reasonable(CertificateBody(bytes_of(longer)))) << nid;
+    }
+    std::string names = "subjectAltName=@names\n[names]\n";
+    std::string constraints = "\nnameConstraints=critical,@subtrees\n[subtrees]\n";
+    for (int i = 0; i < 100; ++i) {
+        names += "DNS." + std::to_string(i) + "=a" + std::to_string(i) + "\n";
+        constraints += "excluded;DNS." + std::to_string(i) + "=b" + std::to_string(i) + "\n";
+    }
+    const auto middle =
+        make_party({"middle", honest.root.get(), std::string(kAuthority) + constraints});
+    const auto stamper = make_party({"stamper", middle.get(), kStamper + names});
+    HostileBag bag;
+    bag.anchor = encoded(honest.root.get());
+    bag.end = with_more_behind(*stamper, NID_subject_alt_name, *middle);
+    bag.certificates = {with_more_behind(*middle, NID_name_constraints, *honest.root)};
+    bag.lists = {make_list({honest.root.get(), -1, 100}), make_list({middle.get(), -1, 100})};
+    const HostileVerdict verdict(bag);
+    EXPECT_TRUE(verdict.good);
+    EXPECT_GE(verdict.session->budget().comparisons(), 2'500u);
+}
+
 struct ComparisonCost {
     const char* name;
     Found honest_path;

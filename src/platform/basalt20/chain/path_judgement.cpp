@@ -172,11 +172,12 @@ struct Names {
     std::size_t count = 0;
 };
 
+// OpenSSL passes over what stands behind the sequence.
 std::size_t names_in(Bytes names) try {
     constexpr BYTE kOtherName = tag::context_constructed(0);
     constexpr std::size_t kWeightOfOtherName = 40;
     std::size_t count = 0;
-    for (DerReader reader(sole_element(names, tag::kSequence).contents); !reader.at_end();) {
+    for (DerReader reader(DerReader(names).take(tag::kSequence).contents); !reader.at_end();) {
         count += reader.take().tag == kOtherName ? kWeightOfOtherName : 1;
     }
     return count;
@@ -186,7 +187,7 @@ std::size_t names_in(Bytes names) try {
 
 std::size_t subtrees_in(Bytes constraints) try {
     std::size_t count = 0;
-    for (DerReader kinds(sole_element(constraints, tag::kSequence).contents); !kinds.at_end();) {
+    for (DerReader kinds(DerReader(constraints).take(tag::kSequence).contents); !kinds.at_end();) {
         for (DerReader subtrees(kinds.take().contents); !subtrees.at_end(); ++count) {
             subtrees.take();
         }
