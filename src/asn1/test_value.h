@@ -1,6 +1,7 @@
 // For tests: values that many of them need, and what holds for every value that has an encoding.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 namespace Halcyon::ASN1 {
 
 inline constexpr char kSha1[] = "1.3.14.3.2.26";
+inline constexpr std::uint32_t kRefusedEncoding = 0x80093101;
 
 inline CBigInteger number(const char* hex) {
     CBigInteger value;
@@ -65,7 +67,7 @@ template <class Value>
 void expect_refused(Value value, std::initializer_list<const char*> encodings) {
     const Value before(value);
     for (const char* der : encodings) {
-        EXPECT_CODE(0x80093101u, value.decode(from_hex(der))) << der;
+        EXPECT_CODE(kRefusedEncoding, value.decode(from_hex(der))) << der;
     }
     EXPECT_TRUE(value == before);
 }
