@@ -114,8 +114,13 @@ bool KeyHearing::ask(PoolCertificate& certificate, const PoolCertificate& anchor
             heard.cut_short = true;
             return true;
         }
+        const std::optional<PathErrors> structure = structure_errors(path, question_.policies);
+        if (!structure) {
+            heard.cut_short = true;
+            return true;
+        }
         ++speakers_;
-        heard.compromised = may_speak(path, finding);
+        heard.compromised = may_speak(path, *structure, finding);
         return heard.compromised;
     });
     heard.cut_short = heard.cut_short || (!was_asked && search.was_cut_short());
@@ -139,9 +144,8 @@ bool KeyHearing::is_for_use(const Path& path) const {
     return std::none_of(used_wrong.begin() + 1, used_wrong.end(), std::identity());
 }
 
-bool KeyHearing::may_speak(const Path& path, const StatusFinding& finding) {
-    const PathErrors errors = structure_errors(path, question_.policies)
-                                  .value_or(PathErrors(path.size(), {X509_V_ERR_UNSPECIFIED}));
+bool KeyHearing::may_speak(const Path& path, const PathErrors& errors,
+                           const StatusFinding& finding) {
     if (std::any_of(errors[0].begin(), errors[0].end(), tells_of_issuers)) {
         return false;
     }
