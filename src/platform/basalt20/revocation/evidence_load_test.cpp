@@ -59,6 +59,7 @@ protected:
         finding_ = check.judge(path, 0, question);
         signatures_ = budget.evidence_signatures();
         responders_ = budget.responders();
+        comparisons_ = budget.comparisons();
         return finding_.standing;
     }
 
@@ -73,6 +74,7 @@ protected:
     StatusFinding finding_;
     unsigned signatures_ = 0;
     unsigned responders_ = 0;
+    std::size_t comparisons_ = 0;
 };
 
 TEST_F(EvidenceLoadTest, ListsOfYearsByDearKeysAreAllLookedAt) {
@@ -138,6 +140,64 @@ TEST_F(EvidenceLoadTest, AResponderThatComesWithEachAnswerIsReadOnce) {
         EXPECT_EQ(responders_, 1u);
         EXPECT_EQ(signatures_, 65 * signature_cost(key.get())) << "its own certificate's is one";
     }
+}
+
+// For each base the delta that follows it is looked for; there may be none among very many.
+TEST_F(EvidenceLoadTest, DeltasAreTriedForWhatThereIs) {
+    const PartyOwner ca = authority("P-256");
+    const PartyOwner certificate = make_party({.name = "stamps", .issuer = ca.get()});
+    const auto numbered = [&](int number, const std::string& more = "") {
+        ListSpec spec = list(*ca);
+        spec.extensions = "2.5.29.20=ASN1:INTEGER:" + std::to_string(number) + more;
+        return make_list(spec);
+    };
+    constexpr int kBases = 40;
+    constexpr int kDeltas = 40;
+    BudgetLimits few;
+    few.given_comparisons = 2000;
+    for (const bool follow : {true, false}) {
+        SCOPED_TRACE(follow);
+        forget();
+        for (int i = 0; i < kBases; ++i) {
+            put(given_, numbered(i));
+        }
+        for (int i = 0; i < kDeltas; ++i) {
+            put(given_, numbered(200 + i, follow ? "\n2.5.29.27=critical,ASN1:INTEGER:0"
+                                                 : "\n2.5.29.27=critical,ASN1:INTEGER:100"));
+        }
+        const std::size_t tried = follow ? 0 : kBases * kDeltas;
+        EXPECT_EQ(judge(*certificate, *ca), Standing::good);
+        EXPECT_GE(comparisons_, tried);
+        EXPECT_LE(comparisons_, tried + 2000);
+        EXPECT_EQ(judge(*certificate, *ca, few), follow ? Standing::good : Standing::unknown);
+        EXPECT_EQ(finding_.cause, follow ? UnknownCause::none : UnknownCause::exhausted);
+    }
+}
+
+// The responder of an ended certificate has to have been good when each answer was made, and at
+// each of these moments all lists may speak of it.
+TEST_F(EvidenceLoadTest, EachMomentOfAResponderTakesWhatItCosts) {
+    const PartyOwner ca = authority("P-256");
+    const PartyOwner ended = make_party({.name = "stamps", .issuer = ca.get(), .end = 80});
+    const PartyOwner responder = make_party(
+        {.name = "responder", .issuer = ca.get(), .extensions = "extendedKeyUsage=OCSPSigning"});
+    constexpr int kAnswers = 40;
+    constexpr int kLists = 30;
+    for (int i = 0; i < kAnswers; ++i) {
+        give_answer(
+            {.signer = responder.get(),
+             .entries = {{.certificate = ended.get(), .issuer = ca.get(), .made = 10 + i}}});
+    }
+    for (int i = 0; i < kLists; ++i) {
+        put(given_, make_list(list(*ca, i)));
+    }
+    EXPECT_EQ(judge(*ended, *ca), Standing::good) << "what an honest archive has";
+    EXPECT_GE(comparisons_, std::size_t{kAnswers * kLists * 10});
+    EXPECT_LE(comparisons_, std::size_t{kAnswers * kLists * 30});
+    BudgetLimits few;
+    few.given_comparisons = 5000;
+    EXPECT_EQ(judge(*ended, *ca, few), Standing::unknown);
+    EXPECT_EQ(finding_.cause, UnknownCause::exhausted);
 }
 
 // Whatever was signed with more points and names than honest authorities write may be about the

@@ -11,6 +11,12 @@ namespace basalt {
 
 namespace {
 
+// In the budget's comparisons: what it takes to find one object of many its place and its turn,
+// what a statement takes to be weighed against others, and how many octets are compared for one.
+constexpr std::size_t kToPutInOrder = 8;
+constexpr std::size_t kToState = 2;
+constexpr std::size_t kOctetsCompared = 512;
+
 constexpr char kRequestType[] = "application/ocsp-request";
 
 // The last tick at which it is valid: the end is told in whole seconds.
@@ -308,8 +314,9 @@ bool Inquiry::hears(const EvidenceItem& item,
 
 // To look whether it is about the certificate.
 std::size_t Inquiry::comparisons_for(const EvidenceItem& item) const {
-    return item.list ? sources_.scope.comparisons_with(*item.list)
-                     : static_cast<std::size_t>(OCSP_resp_count(item.answer->basic.get()));
+    return kToPutInOrder +
+           (item.list ? sources_.scope.comparisons_with(*item.list)
+                      : static_cast<std::size_t>(OCSP_resp_count(item.answer->basic.get())));
 }
 
 bool Inquiry::consider(Items items) {
@@ -348,36 +355,49 @@ bool Inquiry::is_in_force(const List& list) const {
     return covers(statement_of(*list.item->list, list.reasons), moments_);
 }
 
-const Inquiry::List* Inquiry::newest_delta_of(const List& base) const {
-    const List* newest = nullptr;
+std::vector<const Inquiry::List*> Inquiry::deltas_newest_first() const {
+    std::vector<const List*> deltas;
     for (const List& list : lists_) {
-        if (list.item->list->is_delta() && is_in_force(list) &&
-            continues(*list.item->list, *base.item->list) &&
-            (newest == nullptr || ASN1_INTEGER_cmp(newest->item->list->number.get(),
-                                                   list.item->list->number.get()) < 0)) {
-            newest = &list;
+        if (list.item->list->is_delta() && is_in_force(list)) {
+            deltas.push_back(&list);
         }
     }
-    return newest;
+    std::stable_sort(deltas.begin(), deltas.end(), [](const List* a, const List* b) {
+        return ASN1_INTEGER_cmp(a->item->list->number.get(), b->item->list->number.get()) > 0;
+    });
+    return deltas;
 }
 
-void Inquiry::state_lists() {
-    for (const List& list : lists_) {
-        const CrlFacts& facts = *list.item->list;
-        Statement own = statement_of(facts, list.reasons);
-        own.complete = !facts.is_delta();
-        for (const Revocation& entry : list.listing->entries) {
-            if (own.revoked) { // it is repeated: each counts
-                state(own, {list.item});
-            }
-            take(entry, own);
+// Of deltas that are about something else there may be very many.
+const Inquiry::List* Inquiry::newest_delta_of(const List& base,
+                                              const std::vector<const List*>& deltas) {
+    const std::size_t comparisons = 1 + base.item->list->point_bytes.size() / kOctetsCompared;
+    for (const List* delta : deltas) {
+        if (continues(*delta->item->list, *base.item->list)) {
+            return delta;
         }
-        const List* delta = facts.is_delta() ? nullptr : newest_delta_of(list);
-        if (delta != nullptr) {
-            state_with_delta(list, own, *delta);
-        } else if (own.complete || own.revoked) {
+        if (!affords(base.item->own ? *delta->item : *base.item, comparisons)) {
+            return nullptr;
+        }
+    }
+    return nullptr;
+}
+
+void Inquiry::state_list(const List& list, const std::vector<const List*>& deltas) {
+    const CrlFacts& facts = *list.item->list;
+    Statement own = statement_of(facts, list.reasons);
+    own.complete = !facts.is_delta();
+    for (const Revocation& entry : list.listing->entries) {
+        if (own.revoked) { // it is repeated: each counts
             state(own, {list.item});
         }
+        take(entry, own);
+    }
+    const List* delta = facts.is_delta() ? nullptr : newest_delta_of(list, deltas);
+    if (delta != nullptr) {
+        state_with_delta(list, own, *delta);
+    } else if (own.complete || own.revoked) {
+        state(own, {list.item});
     }
 }
 
@@ -401,16 +421,33 @@ void Inquiry::state_with_delta(const List& base, const Statement& own, const Lis
     }
 }
 
-bool Inquiry::decide() {
-    statements_.clear();
-    origins_.clear();
-    state_lists();
+// What can't be weighed any more for what there is is left out.
+void Inquiry::state_all() {
+    const std::vector<const List*> deltas = deltas_newest_first();
+    for (const List& list : lists_) {
+        if (affords(*list.item, kToState * (1 + list.listing->entries.size()))) {
+            state_list(list, deltas);
+        }
+    }
     for (const Answer& answer : answers_) {
+        if (!affords(*answer.item, kToState * answer.statements.size())) {
+            continue;
+        }
         for (const Statement& statement : answer.statements) {
             state(statement, {answer.item});
         }
     }
-    ruling_ = rule(statements_, moments_);
+}
+
+bool Inquiry::decide() {
+    const std::size_t accepted = lists_.size() + answers_.size();
+    if (accepted == 0 || accepted != stated_) {
+        statements_.clear();
+        origins_.clear();
+        state_all();
+        ruling_ = rule(statements_, moments_);
+        stated_ = accepted;
+    }
     return is_final();
 }
 

@@ -46,10 +46,12 @@ private:
     bool is_accepted(const EvidenceItem& item) const;
     bool is_worth_keeping(const EvidenceItem& item) const;
     void state(const Statement& statement, Items origin);
-    void state_lists();
+    void state_list(const List& list, const std::vector<const List*>& deltas);
     void state_with_delta(const List& base, const Statement& own, const List& delta);
     bool is_in_force(const List& list) const;
-    const List* newest_delta_of(const List& base) const;
+    std::vector<const List*> deltas_newest_first() const;
+    const List* newest_delta_of(const List& base, const std::vector<const List*>& deltas);
+    void state_all();
     bool decide();
     // Whatever else may come changes nothing.
     bool is_final() const;
@@ -75,6 +77,7 @@ private:
     std::vector<Answer> answers_; // accepted
     std::vector<Statement> statements_;
     std::vector<Items> origins_; // of the statements
+    std::size_t stated_ = 0;     // of the accepted ones, so many
     Ruling ruling_;
     bool something_at_hand_ = false;
     bool own_left_out_ = false; // something that isn't foreign
