@@ -285,7 +285,8 @@ typedef struct chronoseal_stamp_info {
 typedef struct chronoseal_stamp chronoseal_stamp;
 
 // Reads a response or a bare token as DER or BER, PEM or Base64. A refusal is read too, and has no
-// token. Nothing is verified. "not_a_stamp" tells in its text what the bytes are instead.
+// token. Nothing is verified. "not_a_stamp" tells in its text what the bytes are instead;
+// "unsigned_too_many": more that isn't signed came with it than is looked at.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_read(const void* data, size_t size,
                                                        chronoseal_stamp** stamp,
                                                        chronoseal_error** error);

@@ -6,6 +6,7 @@
 
 #include <chronoseal/asn1/failure.h>
 #include <chronoseal/core/limits.h>
+#include <chronoseal/core/unsigned_fault.h>
 
 namespace Halcyon::PKI::TSP {
 
@@ -23,13 +24,16 @@ std::string_view text_of(Element contents) {
     return {reinterpret_cast<const char*>(contents.data()), contents.size()};
 }
 
-// Reads one element after the other, each by `read`, until the contents end.
+// Reads one element after the other, each by `read`, until the contents end; `refuse` throws for
+// more than the bound.
 template <class Read>
-void read_each(ElementReader& reader, std::uint32_t tag, std::size_t bound, Read read) {
+void read_each(
+    ElementReader& reader, std::uint32_t tag, std::size_t bound, Read read,
+    void (*refuse)() = [] { ASN1::fail_codec(); }) {
     const auto list = reader.enter(tag);
     for (std::size_t count = 0; !reader.ended(list); ++count) {
         if (count == bound) {
-            ASN1::fail_codec();
+            refuse();
         }
         read();
     }
@@ -208,14 +212,32 @@ void check_known_value(std::string_view type, Element value) {
 }
 
 // Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF ANY }
-void check_attributes(ElementReader& reader, std::uint32_t tag) {
-    read_each(reader, tag, kMaxAttributes, [&] {
+void check_signed_attributes(ElementReader& reader) {
+    read_each(reader, kContextTag0, kMaxAttributes, [&] {
         const auto fields = reader.enter(kSequenceTag);
         const auto type = text_of(reader.identifier());
         read_each(reader, kSetTag, kMaxAttributeValues,
                   [&] { check_known_value(type, reader.element()); });
         reader.leave(fields);
     });
+}
+
+// What verification goes by isn't looked for among them.
+void check_unsigned_attributes(ElementReader& reader) {
+    read_each(
+        reader, kContextTag0 + 1, kMaxAttributes,
+        [&] {
+            const auto fields = reader.enter(kSequenceTag);
+            reader.identifier();
+            read_each(
+                reader, kSetTag, kMaxAttributeValues, [&] { reader.element(); },
+                [] {
+                    throw UnsignedFault(UnsignedFault::Kind::too_many,
+                                        "values of an unsigned attribute");
+                });
+            reader.leave(fields);
+        },
+        [] { throw UnsignedFault(UnsignedFault::Kind::too_many, "unsigned attributes"); });
 }
 
 } // namespace
@@ -277,12 +299,12 @@ void check_signer(Element signer) {
     reader.skip();
     check_algorithm(reader);
     if (reader.at(kContextByte0)) {
-        check_attributes(reader, kContextTag0);
+        check_signed_attributes(reader);
     }
     check_algorithm(reader);
     reader.skip();
     if (reader.at(kContextByte0 + 1)) {
-        check_attributes(reader, kContextTag0 + 1);
+        check_unsigned_attributes(reader);
     }
 }
 

@@ -1,7 +1,8 @@
 // The look at a message's bytes before it is decoded: the counts of limits.h, OBJECT IDENTIFIERs
 // that the decoders would read as others, and times that RFC 3161 doesn't allow. Throws
-// CAtlException 0x80093101 for a message that is refused, and 0x80093106 without memory. What the
-// decoders themselves refuse may pass here.
+// CAtlException 0x80093101 for a message that is refused, and 0x80093106 without memory; an
+// UnsignedFault where unsigned attributes are the reason. What the decoders themselves refuse may
+// pass here.
 #pragma once
 
 #include <chronoseal/core/element_reader.h>

@@ -7,24 +7,29 @@
 #include <chronoseal/asn1/failure.h>
 #include <chronoseal/core/limits.h>
 #include <chronoseal/core/message_bounds.h>
+#include <chronoseal/core/unsigned_fault.h>
 
 namespace Halcyon::PKI::TSP {
 
 namespace {
 
 constexpr unsigned char kSignedDataType[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x02};
+constexpr unsigned char kTstInfoType[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                          0x01, 0x09, 0x10, 0x01, 0x04};
 constexpr unsigned char kIndefiniteSequence[] = {0x30, 0x80};
 constexpr unsigned char kEndOfContents[] = {0, 0};
 
 // EncapsulatedContentInfo ::= SEQUENCE { eContentType OBJECT IDENTIFIER, eContent [0] EXPLICIT
 // OCTET STRING OPTIONAL }
-CBlob read_content(ElementReader& reader) {
+CBlob read_content(ElementReader& reader, bool& is_token) {
     const auto info = reader.enter(kSequenceTag);
     // A type that is none at all is left to the platform to refuse.
     const auto type = contents_of(reader.element(), kIdentifierByte);
     if (type && !has_whole_arcs(*type)) {
         ASN1::fail_codec();
     }
+    is_token = type && std::equal(type->begin(), type->end(), std::begin(kTstInfoType),
+                                  std::end(kTstInfoType));
     const auto wrapper = reader.enter(kContextTag0);
     auto content = reader.octets();
     reader.leave(wrapper);
@@ -37,7 +42,7 @@ void read_certificates(ElementReader& reader, SignedMessage& parts) {
     const auto set = reader.enter(kContextTag0);
     for (std::size_t count = 0; !reader.ended(set); ++count) {
         if (count == kMaxCertificates) {
-            ASN1::fail_codec();
+            throw UnsignedFault(UnsignedFault::Kind::too_many, "certificates");
         }
         const bool is_certificate = reader.at(kSequenceByte);
         const auto element = reader.element();
@@ -52,7 +57,7 @@ void skip_revocation_lists(ElementReader& reader) {
     const auto set = reader.enter(kContextTag0 + 1);
     for (std::size_t count = 0; !reader.ended(set); ++count) {
         if (count == kMaxRevocationLists) {
-            ASN1::fail_codec();
+            throw UnsignedFault(UnsignedFault::Kind::too_many, "revocation lists");
         }
         reader.skip();
     }
@@ -73,6 +78,19 @@ void read_signers(ElementReader& reader, SignedMessage& parts) {
     }
 }
 
+// What no signature of a token covers. Of another message it is told like all else.
+template <class Read>
+void read_uncovered(bool is_token, Read read) {
+    try {
+        read();
+    } catch (const UnsignedFault&) {
+        if (is_token) {
+            throw;
+        }
+        ASN1::fail_codec();
+    }
+}
+
 // SignedData ::= SEQUENCE { version, digestAlgorithms, encapContentInfo, certificates [0] OPTIONAL,
 // crls [1] OPTIONAL, signerInfos }
 SignedMessage read_signed_data(ElementReader& reader) {
@@ -80,12 +98,13 @@ SignedMessage read_signed_data(ElementReader& reader) {
     reader.enter(kSequenceTag);
     reader.skip();
     reader.skip();
-    parts.content = read_content(reader);
+    bool is_token = false;
+    parts.content = read_content(reader, is_token);
     if (reader.at(kContextByte0)) {
-        read_certificates(reader, parts);
+        read_uncovered(is_token, [&] { read_certificates(reader, parts); });
     }
     if (reader.at(kContextByte0 + 1)) {
-        skip_revocation_lists(reader);
+        read_uncovered(is_token, [&] { skip_revocation_lists(reader); });
     }
     read_signers(reader, parts);
     return parts;

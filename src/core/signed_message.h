@@ -18,7 +18,8 @@ struct SignedMessage {
 
 // Takes DER or BER. Bytes behind the message aren't looked at. Throws CAtlException 0x80093101 for
 // anything but signed data with a content and a signer, and for more of anything than limits.h
-// allows, and 0x80093106 without memory.
+// allows, which is an UnsignedFault for certificates and revocation lists, and 0x80093106 without
+// memory.
 SignedMessage read_signed_message(const CBlob& message);
 
 // A SignerInfo, as BER, without its unsigned attributes: no signature covers them, and there are

@@ -278,7 +278,9 @@ class CHRONOSEAL_API Stamp {
 public:
     // Reads a response or a bare token as DER or BER, PEM or Base64. A refusal is read too, and has
     // no token. Nothing is verified. Throws `not_a_stamp` (0x80093101), whose text says what the
-    // bytes are instead, and the words for a response that is malformed.
+    // bytes are instead, and the words for a response that is malformed. What isn't signed makes no
+    // stamp bad: `unsigned_too_many` (0x80096001), unreachable, for more certificates, lists or
+    // unsigned attributes than are looked at.
     static Stamp read(ByteView bytes);
     static Stamp read_file(const std::filesystem::path& path);
 
@@ -778,7 +780,7 @@ struct Embedded {
 struct UnreadStamp {
     std::string attribute; // OID; empty: a whole signer
     std::string place;     // as in Embedded
-    // Refused, with the words of `Stamp::read`: it is no stamp. `too_many_stamps`, unreachable:
+    // With the words of `Stamp::read`: it can't be read as a stamp. `too_many_stamps`, unreachable:
     // this and all behind it is beyond the 256 stamps, 64 signers a signature or 4 signatures
     // within each other that are looked for.
     Error reason;

@@ -5,6 +5,7 @@
 #include <basalt/error_codes.h>
 #include <chronoseal/client/result_codes.h>
 #include <chronoseal/core/response.h>
+#include <chronoseal/core/unsigned_fault.h>
 #include <chronoseal/seal/armor.h>
 #include <chronoseal/seal/byte_kind.h>
 #include <chronoseal/seal/certificate_info.h>
@@ -23,6 +24,7 @@ namespace {
 
 using Halcyon::PKI::TSP::CResponse;
 using Halcyon::PKI::TSP::CToken;
+using Halcyon::PKI::TSP::UnsignedFault;
 
 constexpr unsigned kLastGranted = 1;
 constexpr unsigned kLastKnown = 6;
@@ -226,6 +228,15 @@ Error unreadable(ByteView der) {
                  "ask the authority for another stamp");
 }
 
+// Unreachable and not refused: who adds to a token what nobody signed doesn't make it bad.
+Error unread(const UnsignedFault& fault) {
+    return Error(Category::unreachable, "unsigned_too_many", TRUST_E_SYSTEM_ERROR,
+                 "the time-stamp token holds more " + std::string(fault.part()) +
+                     " than are looked at, so that nothing can be told; no signature covers them: "
+                     "anybody may have added them",
+                 "take the token as the authority gave it, or without them");
+}
+
 Error no_token(std::string_view doing) {
     return error_of_code(Halcyon::PKI::TSP::Client::kResultNoStamp, doing);
 }
@@ -244,6 +255,8 @@ StampAccess::Content StampAccess::read_der(ByteView der) {
     bool is_response = true;
     try {
         response.decode(bytes);
+    } catch (const UnsignedFault& fault) {
+        throw unread(fault);
     } catch (const ATL::CAtlException&) {
         is_response = false;
     }
@@ -269,6 +282,8 @@ StampAccess::Content StampAccess::read_der(ByteView der) {
         auto token = std::make_shared<CToken>();
         try {
             token->decode(bytes);
+        } catch (const UnsignedFault& fault) {
+            throw unread(fault);
         } catch (const ATL::CAtlException&) {
             throw unreadable(der);
         }

@@ -345,6 +345,47 @@ class Revocation(TokenTest):
         self.passes(self.token())
 
 
+class Unsigned(TokenTest):
+    """What anybody can put beside what is signed: it makes no stamp bad, nor good before all of it was looked at."""
+
+    NULL = b"\x05\x00"
+
+    def with_parts(self, attributes=None, certificates=(), lists=()):
+        info = forge.signer_info(self.tsa, self.info, forge.signed_attributes(self.tsa, self.info))
+        if attributes is not None:
+            _, start, end = forge.read_header(info, 0)
+            info = forge.element(0x30, info[start:end] + forge.element(0xA1, b"".join(attributes)))
+        return forge.signed_data(self.info, [info], [self.tsa.der, *certificates], crls=lists)
+
+    def cannot_be_read(self, token, word, *fragments):
+        for form in (token, forge.make_response(token)):
+            self.expect(self.verify(form), UNREACHABLE, "nothing can be told", *fragments)
+            path = self.workspace.write("stamp", form)
+            status, told = self.workspace.run_json("verify", path, "--no-data", "--roots", self.roots)
+            self.assertEqual((status, told["ok"], told["error"]["word"]), (UNREACHABLE, False, word))
+
+    def test_more_than_is_looked_at(self):
+        def attributes(count):
+            return {"attributes": [forge.attribute(f"1.2.3.{i}", self.NULL) for i in range(count)]}
+        def values(count):
+            return {"attributes": [forge.attribute("1.2.3", *[core.Integer(i).dump() for i in range(count)])]}
+        junk = forge.element(0x30, b"\x02\x01\x01")
+        for part, most, parts in (("certificates", 511, lambda n: {"certificates": [junk] * n}),
+                                  ("revocation lists", 512, lambda n: {"lists": [junk] * n}),
+                                  ("unsigned attributes", 256, attributes),
+                                  ("values of an unsigned attribute", 64, values)):
+            with self.subTest(part):
+                self.passes(self.with_parts(**parts(most)))
+                for many in (most + 1, 5000):
+                    self.cannot_be_read(self.with_parts(**parts(many)), "unsigned_too_many",
+                                        f"more {part} than are looked at", "without them")
+
+    def test_more_than_is_looked_at_of_what_is_signed_is_malformed(self):
+        many = [forge.attribute(f"1.2.3.{i}", self.NULL) for i in range(300)]
+        self.refuses(self.token(attributes=forge.signed_attributes(self.tsa, self.info, extra=many)), "0x80093101",
+                     words="malformed")
+
+
 class BrokenBytes(TokenTest):
     def test_noise_and_absurd_lengths(self):
         for content in (b"", b"\0", b"0" * 100, b"\x30\x84\x7f\xff\xff\xff", b"\x30\x80" * 5000,
