@@ -132,9 +132,9 @@ BASALT_REVOCATION_EVIDENCE record_of(const DecidingEvidence& decided) {
     evidence.ftThisUpdate = file_time_of(decided.this_update);
     evidence.ftNextUpdate = file_time_of(decided.next_update.value_or(0));
     evidence.dwReason = BASALT_REASON_NONE;
-    if (decided.encoded) {
-        evidence.cbEncoded = static_cast<DWORD>(decided.encoded->size());
-        evidence.pbEncoded = const_cast<BYTE*>(decided.encoded->data());
+    if (!decided.encoded.empty()) {
+        evidence.cbEncoded = static_cast<DWORD>(decided.encoded.size());
+        evidence.pbEncoded = const_cast<BYTE*>(decided.encoded.data());
     }
     evidence.pszUrl = decided.url.empty() ? nullptr : decided.url.c_str();
     return evidence;

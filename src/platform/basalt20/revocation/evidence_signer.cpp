@@ -195,8 +195,7 @@ bool EvidenceSigner::passes_with_support(const EvidenceItem& item, CertificatePa
     if (!speaks && !passes(finding, question.mode)) {
         return false;
     }
-    std::vector<DecidingEvidence>& support = session_.support[&item];
-    support.insert(support.end(), finding.evidence.begin(), finding.evidence.end());
+    add_unknown(session_.support[&item], finding.evidence);
     return true;
 }
 

@@ -778,7 +778,7 @@ TEST_F(EvidenceTest, TheFindingTellsWhatDecided) {
     EXPECT_EQ(evidence.source, EvidenceSource::given);
     EXPECT_EQ(evidence.this_update, ticks_at(kMade));
     EXPECT_EQ(evidence.next_update, ticks_at(kNext));
-    EXPECT_NE(read_crl(*evidence.encoded), nullptr);
+    EXPECT_NE(read_crl(evidence.encoded), nullptr);
     EXPECT_TRUE(evidence.url.empty());
 }
 

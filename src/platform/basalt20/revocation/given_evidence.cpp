@@ -75,7 +75,10 @@ const EvidenceItem& GivenEvidence::item_of(List& list) {
     if (!list.item) {
         EvidenceItem item;
         item.own = list.own;
-        item.encoded = {list.context->pbCrlEncoded, list.context->cbCrlEncoded};
+        const auto context =
+            std::make_shared<CrlReference>(CertDuplicateCRLContext(list.context.get()));
+        item.encoded = {(*context)->pbCrlEncoded, (*context)->cbCrlEncoded};
+        item.keeper = context;
         try {
             item.list = read_crl(CrlRecord::of(list.context.get()).body().x509_crl(), item.encoded);
         } catch (const Fault&) {

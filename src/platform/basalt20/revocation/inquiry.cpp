@@ -467,8 +467,8 @@ DecidingEvidence Inquiry::deciding_evidence(const EvidenceItem& item, const Stat
     evidence.url = item.url;
     evidence.this_update = item.list ? item.list->this_update : of.this_update;
     evidence.next_update = item.list ? item.list->next_update : of.next_update;
-    evidence.encoded =
-        std::make_shared<const std::vector<BYTE>>(item.encoded.begin(), item.encoded.end());
+    evidence.encoded = item.encoded;
+    evidence.keeper = item.keeper;
     return evidence;
 }
 
@@ -477,8 +477,7 @@ void Inquiry::add_support(StatusFinding& finding) const {
     for (const std::size_t index : ruling_.deciding) {
         for (const EvidenceItem* item : origins_[index]) {
             if (const auto found = session_.support.find(item); found != session_.support.end()) {
-                finding.evidence.insert(finding.evidence.end(), found->second.begin(),
-                                        found->second.end());
+                add_unknown(finding.evidence, found->second);
             }
         }
     }

@@ -108,6 +108,17 @@ bool EvidenceSession::is_under_way(const X509Entry& certificate) const {
     });
 }
 
+void add_unknown(std::vector<DecidingEvidence>& known, const std::vector<DecidingEvidence>& more) {
+    for (const DecidingEvidence& one : more) {
+        const auto is_same = [&](const DecidingEvidence& other) {
+            return other.encoded.data() == one.encoded.data();
+        };
+        if (std::none_of(known.begin(), known.end(), is_same)) {
+            known.push_back(one);
+        }
+    }
+}
+
 bool passes(const StatusFinding& finding, RevocationMode mode) {
     if (mode == RevocationMode::off || finding.standing == Standing::good) {
         return true;

@@ -28,9 +28,13 @@ struct DecidingEvidence {
     EvidenceSource source = EvidenceSource::given;
     FileTicks this_update = 0;
     std::optional<FileTicks> next_update;
-    std::shared_ptr<const std::vector<BYTE>> encoded; // X509_CRL or OCSPResponse
-    std::string url;                                  // empty for what was given
+    Bytes encoded;                      // CertificateList or OCSPResponse
+    std::shared_ptr<const void> keeper; // of the encoded bytes
+    std::string url;                    // empty for what was given
 };
+
+// Adds those that aren't among the known ones yet.
+void add_unknown(std::vector<DecidingEvidence>& known, const std::vector<DecidingEvidence>& more);
 
 struct StatusFinding {
     Standing standing = Standing::unknown;
