@@ -286,7 +286,8 @@ typedef struct chronoseal_stamp chronoseal_stamp;
 
 // Reads a response or a bare token as DER or BER, PEM or Base64. A refusal is read too, and has no
 // token. Nothing is verified. "not_a_stamp" tells in its text what the bytes are instead;
-// "unsigned_too_many": more that isn't signed came with it than is looked at.
+// "unsigned_too_many": more that isn't signed came with it than is looked at; "unsigned_damaged":
+// what isn't signed can't be read.
 CHRONOSEAL_API chronoseal_status chronoseal_stamp_read(const void* data, size_t size,
                                                        chronoseal_stamp** stamp,
                                                        chronoseal_error** error);

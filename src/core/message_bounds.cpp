@@ -222,22 +222,46 @@ void check_signed_attributes(ElementReader& reader) {
     });
 }
 
+// An identifier that others can read: it has arcs, and none begins with superfluous zeros.
+bool is_plain_identifier(Element arcs) {
+    bool begins = true;
+    for (const unsigned char byte : arcs) {
+        if (begins && byte == 0x80) {
+            return false;
+        }
+        begins = (byte & 0x80u) == 0;
+    }
+    return !arcs.empty();
+}
+
 // What verification goes by isn't looked for among them.
-void check_unsigned_attributes(ElementReader& reader) {
+void read_unsigned_attribute(ElementReader& reader) {
+    const auto fields = reader.enter(kSequenceTag);
+    if (!is_plain_identifier(reader.identifier())) {
+        ASN1::fail_codec();
+    }
     read_each(
-        reader, kContextTag0 + 1, kMaxAttributes,
-        [&] {
-            const auto fields = reader.enter(kSequenceTag);
-            reader.identifier();
-            read_each(
-                reader, kSetTag, kMaxAttributeValues, [&] { reader.element(); },
-                [] {
-                    throw UnsignedFault(UnsignedFault::Kind::too_many,
-                                        "values of an unsigned attribute");
-                });
-            reader.leave(fields);
-        },
-        [] { throw UnsignedFault(UnsignedFault::Kind::too_many, "unsigned attributes"); });
+        reader, kSetTag, kMaxAttributeValues, [&] { reader.element(); },
+        [] {
+            throw UnsignedFault(UnsignedFault::Kind::too_many, "values of an unsigned attribute");
+        });
+    reader.leave(fields);
+}
+
+void check_unsigned_attributes(ElementReader& reader) {
+    static constexpr char kPart[] = "unsigned attributes";
+    try {
+        read_each(
+            reader, kContextTag0 + 1, kMaxAttributes, [&] { read_unsigned_attribute(reader); },
+            [] { throw UnsignedFault(UnsignedFault::Kind::too_many, kPart); });
+    } catch (const UnsignedFault&) {
+        throw;
+    } catch (const ATL::CAtlException& failure) {
+        if (failure.m_hr != hr(CRYPT_E_ASN1_INTERNAL)) {
+            throw;
+        }
+        throw UnsignedFault(UnsignedFault::Kind::damaged, kPart);
+    }
 }
 
 } // namespace

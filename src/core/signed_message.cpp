@@ -17,6 +17,8 @@ constexpr unsigned char kSignedDataType[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
 constexpr unsigned char kTstInfoType[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
                                           0x01, 0x09, 0x10, 0x01, 0x04};
 constexpr unsigned char kIndefiniteSequence[] = {0x30, 0x80};
+constexpr char kCertificates[] = "certificates";
+constexpr char kLists[] = "revocation lists";
 constexpr unsigned char kEndOfContents[] = {0, 0};
 
 // EncapsulatedContentInfo ::= SEQUENCE { eContentType OBJECT IDENTIFIER, eContent [0] EXPLICIT
@@ -42,7 +44,7 @@ void read_certificates(ElementReader& reader, SignedMessage& parts) {
     const auto set = reader.enter(kContextTag0);
     for (std::size_t count = 0; !reader.ended(set); ++count) {
         if (count == kMaxCertificates) {
-            throw UnsignedFault(UnsignedFault::Kind::too_many, "certificates");
+            throw UnsignedFault(UnsignedFault::Kind::too_many, kCertificates);
         }
         const bool is_certificate = reader.at(kSequenceByte);
         const auto element = reader.element();
@@ -57,9 +59,9 @@ void skip_revocation_lists(ElementReader& reader) {
     const auto set = reader.enter(kContextTag0 + 1);
     for (std::size_t count = 0; !reader.ended(set); ++count) {
         if (count == kMaxRevocationLists) {
-            throw UnsignedFault(UnsignedFault::Kind::too_many, "revocation lists");
+            throw UnsignedFault(UnsignedFault::Kind::too_many, kLists);
         }
-        reader.skip();
+        reader.element(); // which refuses what is none
     }
     reader.leave(set);
 }
@@ -78,9 +80,9 @@ void read_signers(ElementReader& reader, SignedMessage& parts) {
     }
 }
 
-// What no signature of a token covers. Of another message it is told like all else.
+// Reads what no signature of a token covers. Of another message a fault there is like all else.
 template <class Read>
-void read_uncovered(bool is_token, Read read) {
+void read_uncovered(bool is_token, const char* part, Read read) {
     try {
         read();
     } catch (const UnsignedFault&) {
@@ -88,6 +90,11 @@ void read_uncovered(bool is_token, Read read) {
             throw;
         }
         ASN1::fail_codec();
+    } catch (const ATL::CAtlException& failure) {
+        if (!is_token || failure.m_hr != hr(CRYPT_E_ASN1_INTERNAL)) {
+            throw;
+        }
+        throw UnsignedFault(UnsignedFault::Kind::damaged, part);
     }
 }
 
@@ -101,10 +108,10 @@ SignedMessage read_signed_data(ElementReader& reader) {
     bool is_token = false;
     parts.content = read_content(reader, is_token);
     if (reader.at(kContextByte0)) {
-        read_uncovered(is_token, [&] { read_certificates(reader, parts); });
+        read_uncovered(is_token, kCertificates, [&] { read_certificates(reader, parts); });
     }
     if (reader.at(kContextByte0 + 1)) {
-        read_uncovered(is_token, [&] { skip_revocation_lists(reader); });
+        read_uncovered(is_token, kLists, [&] { skip_revocation_lists(reader); });
     }
     read_signers(reader, parts);
     return parts;
@@ -135,7 +142,8 @@ CBlob without_unsigned_attributes(Element signer) {
         bool is_unsigned = false;
         while (!reader.ended(fields)) {
             if (is_unsigned) {
-                ASN1::fail_codec(); // they are the last field
+                // They are the last field.
+                throw UnsignedFault(UnsignedFault::Kind::damaged, "unsigned attributes");
             }
             is_unsigned = reader.at(kContextByte0 + 1);
             const auto field = reader.element();

@@ -18,12 +18,13 @@ struct SignedMessage {
 
 // Takes DER or BER. Bytes behind the message aren't looked at. Throws CAtlException 0x80093101 for
 // anything but signed data with a content and a signer, and for more of anything than limits.h
-// allows, which is an UnsignedFault for certificates and revocation lists, and 0x80093106 without
-// memory.
+// allows, which is an UnsignedFault where a token's certificates or revocation lists are the
+// reason, and 0x80093106 without memory.
 SignedMessage read_signed_message(const CBlob& message);
 
 // A SignerInfo, as BER, without its unsigned attributes: no signature covers them, and there are
-// authorities that write an empty set, which isn't one. Throws CAtlException 0x80093101.
+// authorities that write an empty set, which isn't one. Throws CAtlException 0x80093101, an
+// UnsignedFault where something stands behind them.
 CBlob without_unsigned_attributes(Element signer);
 
 } // namespace Halcyon::PKI::TSP

@@ -280,7 +280,7 @@ public:
     // no token. Nothing is verified. Throws `not_a_stamp` (0x80093101), whose text says what the
     // bytes are instead, and the words for a response that is malformed. What isn't signed makes no
     // stamp bad: `unsigned_too_many` (0x80096001), unreachable, for more certificates, lists or
-    // unsigned attributes than are looked at.
+    // unsigned attributes than are looked at; `unsigned_damaged` where they can't be read.
     static Stamp read(ByteView bytes);
     static Stamp read_file(const std::filesystem::path& path);
 

@@ -117,13 +117,7 @@ std::string part_of_signer(ByteView content) {
     if (attributes && !are_attributes(attributes->content)) {
         return "a signed attribute";
     }
-    if (!fields.next(kSequence) || !fields.next(kOctetString)) {
-        return "the signature";
-    }
-    const auto unsigned_attributes = fields.next(kContext1);
-    return unsigned_attributes && !are_attributes(unsigned_attributes->content)
-               ? "an unsigned attribute"
-               : "";
+    return fields.next(kSequence) && fields.next(kOctetString) ? "" : "the signature";
 }
 
 std::string part_of_signed_data(ByteView der) {

@@ -230,10 +230,14 @@ Error unreadable(ByteView der) {
 
 // Unreachable and not refused: who adds to a token what nobody signed doesn't make it bad.
 Error unread(const UnsignedFault& fault) {
-    return Error(Category::unreachable, "unsigned_too_many", TRUST_E_SYSTEM_ERROR,
-                 "the time-stamp token holds more " + std::string(fault.part()) +
-                     " than are looked at, so that nothing can be told; no signature covers them: "
-                     "anybody may have added them",
+    const bool too_many = fault.kind() == UnsignedFault::Kind::too_many;
+    const std::string part = fault.part();
+    return Error(Category::unreachable, too_many ? "unsigned_too_many" : "unsigned_damaged",
+                 too_many ? TRUST_E_SYSTEM_ERROR : CRYPT_E_ASN1_INTERNAL,
+                 (too_many ? "the time-stamp token holds more " + part + " than are looked at"
+                           : "the " + part + " of the time-stamp token are damaged") +
+                     ", so that nothing can be told; no signature covers them: anybody may have " +
+                     (too_many ? "added" : "changed") + " them",
                  "take the token as the authority gave it, or without them");
 }
 

@@ -217,6 +217,9 @@ Verdict Verification::run_for_rest(Leniency leniency) {
         return std::move(verdict_);
     }
     message_ = open_message(stamp_.token);
+    if (!check_frame()) {
+        return std::move(verdict_);
+    }
     own_ = token_store(message_, token().signature);
     check_content_type();
     find_signer_certificate();
@@ -315,6 +318,32 @@ void Verification::check_time(bool any_time) {
     }
 }
 
+// The platform reads with more rigour than the token was read with. What it refuses of the message
+// around content and signer is signed by nobody; of a signer it can be either.
+bool Verification::check_frame() {
+    const bool has_signer = token().signature.signers != 0;
+    if (message_ && has_signer) {
+        return true;
+    }
+    if (!message_ || message_bytes(message_, CMSG_SIGNER_AUTH_ATTR_PARAM)) {
+        skip(Check::content_type, kUnsignedDamaged,
+             std::string(message_ ? "the unsigned attributes of the token are"
+                                  : "the message around the time-stamp is") +
+                 " damaged, so that nothing can be told; anybody may have done that: no signature "
+                 "covers it",
+             true);
+        finding(Check::content_type).code = CRYPT_E_ASN1_CORRUPT;
+        finding(Check::content_type).advice = "take the token as the authority gave it";
+    } else {
+        fail(Check::content_type, CRYPT_E_ASN1_CORRUPT, "malformed",
+             "what the token tells of its signer is malformed", "don't trust this stamp");
+    }
+    skip_after(Check::content_type,
+               {Check::signer, Check::signature, Check::extensions, Check::chain, Check::usage,
+                Check::revocation, Check::strength});
+    return false;
+}
+
 bool Verification::has_signed_attribute(std::initializer_list<std::string_view> oids) const {
     return std::ranges::any_of(token().signature.signed_attributes, [&](const AttributeInfo& one) {
         return std::ranges::find(oids, one.oid) != oids.end();
@@ -344,11 +373,11 @@ bool Verification::has_usual_content_type() const {
 }
 
 void Verification::check_content_type() {
-    if (message_ && token().signature.signed_attributes.empty()) {
+    if (token().signature.signed_attributes.empty()) {
         fail_attribute(Check::content_type, "the token has no signed attributes");
         return;
     }
-    if (message_ && !has_signed_attribute({kContentType})) {
+    if (!has_signed_attribute({kContentType})) {
         fail_attribute(Check::content_type, "the token has no signed attribute contentType");
         return;
     }
@@ -357,7 +386,7 @@ void Verification::check_content_type() {
         return;
     }
     try {
-        if (message_ && Halcyon::MatchEContentType(message_.get(), 0, kTstInfoOid, false)) {
+        if (Halcyon::MatchEContentType(message_.get(), 0, kTstInfoOid, false)) {
             pass(Check::content_type, "tstInfo");
             return;
         }

@@ -32,6 +32,8 @@ struct TrustInForce {
 
 // The code of what wasn't looked at to the end: it is neither good nor bad.
 inline constexpr std::uint32_t kTooCostly = TRUST_E_SYSTEM_ERROR;
+// The word where what nobody signed keeps the token from being judged.
+inline constexpr std::string_view kUnsignedDamaged = "unsigned_damaged";
 
 // Whether there are certificates that a signer may be found among where none were given.
 bool is_address_book_filled();
@@ -78,6 +80,7 @@ private:
     void check_policy();
     void check_time(bool any_time);
     bool has_usual_content_type() const;
+    bool check_frame();
     void check_content_type();
     bool names_contradict(const ATL2::CCertContext& certificate) const;
     void find_signer_certificate();

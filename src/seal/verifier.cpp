@@ -13,7 +13,8 @@ namespace {
 
 // What follows from nothing that has failed follows from something that is open.
 bool may_stay_open(const Finding& one) {
-    return one.check == Check::revocation || one.code == kTooCostly || one.word == kEarlierFailure;
+    return one.check == Check::revocation || one.code == kTooCostly ||
+           one.word == kEarlierFailure || one.word == kUnsignedDamaged;
 }
 
 } // namespace

@@ -5,7 +5,7 @@ import hashlib
 
 import forge
 import program
-from asn1crypto import core, x509
+from asn1crypto import algos, core, x509
 from program import GOOD, REFUSED, UNREACHABLE
 
 DATA = b"the data that was stamped\n"
@@ -163,13 +163,14 @@ class BadSignatures(TokenTest):
             changed = bytearray(good)
             changed[at] ^= 0x01
             result = self.verify(bytes(changed))
-            self.assertIn(result.returncode, (0, REFUSED), f"byte {at}: {result.stderr}")
-        for part in (self.info, self.tsa.der):
+            self.assertIn(result.returncode, (0, REFUSED, UNREACHABLE), f"byte {at}: {result.stderr}")
+            self.assertEqual(result.returncode == UNREACHABLE, b"no signature covers" in result.stderr, result.stderr)
+        for part, statuses in ((self.info, (REFUSED,)), (self.tsa.der, (REFUSED, UNREACHABLE))):
             start = good.index(part)
             for at in range(start, start + len(part), step):
                 changed = bytearray(good)
                 changed[at] ^= 0x10
-                self.assertEqual(self.verify(bytes(changed)).returncode, REFUSED, f"byte {at}")
+                self.assertIn(self.verify(bytes(changed)).returncode, statuses, f"byte {at}")
 
     def test_cut_off_anywhere(self):
         good = self.token()
@@ -379,6 +380,43 @@ class Unsigned(TokenTest):
                 for many in (most + 1, 5000):
                     self.cannot_be_read(self.with_parts(**parts(many)), "unsigned_too_many",
                                         f"more {part} than are looked at", "without them")
+
+    def test_damaged_parts(self):
+        oid = core.ObjectIdentifier("1.2.3").dump()
+        values = forge.element(0x31, self.NULL)
+        ends = b"\0\0"
+        for name, attribute in (("empty", b""), ("without values", oid),
+                                ("a SEQUENCE for the SET", oid + forge.element(0x30, self.NULL)),
+                                ("three members", oid + values + self.NULL),
+                                ("no identifier", b"\x02\x01\x01" + values),
+                                ("an empty identifier", b"\x06\x00" + values),
+                                ("superfluous zeros", b"\x06\x02\x80\x01" + values),
+                                ("an identifier cut off", b"\x06\x02\x2a\x83" + values),
+                                ("a value cut off", oid + forge.element(0x31, b"\x30\x05\x02\x01\x01"))):
+            with self.subTest(name):
+                self.cannot_be_read(self.with_parts(attributes=[forge.element(0x30, attribute)]), "unsigned_damaged",
+                                    "unsigned attributes of the time-stamp token are damaged")
+        self.cannot_be_read(self.with_parts(attributes=[self.NULL]), "unsigned_damaged", "unsigned attributes")
+        for part, parts in (("certificates", {"certificates": [ends]}), ("revocation lists", {"lists": [ends]}),
+                            ("certificates", {"certificates": [b"\x30\x05\x02\x01\x01"]})):
+            with self.subTest(part):
+                self.cannot_be_read(self.with_parts(**parts), "unsigned_damaged", f"the {part} of the", "0x80093101")
+
+    def test_damage_around_what_is_signed(self):
+        token = self.token()
+        hashes = forge.element(0x31, algos.DigestAlgorithm({"algorithm": "sha256"}).dump())
+        self.assertEqual(token.count(hashes), 1)
+        no_hashes = forge.element(0x31, forge.element(0x04, bytes(len(hashes) - 4)))
+        wide = b"\x1f\x81\x80\x80\x80\x01\x00"
+        for name, odd in (("hash algorithms", token.replace(hashes, no_hashes)),
+                          ("a tag among the lists", self.with_parts(lists=[wide]))):
+            with self.subTest(name):
+                self.cannot_be_read(odd, "unsigned_damaged", "no signature covers")
+
+    def test_other_messages_are_none(self):
+        other = forge.signed_data(b"text", [forge.signer_info(self.tsa, b"text", None)], [b"\0\0"],
+                                  content_oid="1.2.840.113549.1.7.1")
+        self.refuses(other, "0x80093101", words="signed message")
 
     def test_more_than_is_looked_at_of_what_is_signed_is_malformed(self):
         many = [forge.attribute(f"1.2.3.{i}", self.NULL) for i in range(300)]
