@@ -200,6 +200,25 @@ TEST_F(EvidenceLoadTest, EachMomentOfAResponderTakesWhatItCosts) {
     EXPECT_EQ(finding_.cause, UnknownCause::exhausted);
 }
 
+// Each question looks through all entries for those that are about its certificate.
+TEST_F(EvidenceLoadTest, EntriesAboutOthersTakeWhatTheyCost) {
+    const PartyOwner ca = authority("P-256");
+    const PartyOwner certificate = make_party({.name = "stamps", .issuer = ca.get()});
+    const PartyOwner other = make_party({.name = "other", .issuer = ca.get()});
+    constexpr std::size_t kEntries = 3000;
+    const AnswerEntry entry{
+        .certificate = other.get(), .issuer = ca.get(), .made = kMade, .next = kNext};
+    give_answer({.signer = other.get(), .entries = std::vector(kEntries, entry)});
+    put(given_, make_list(list(*ca)));
+    EXPECT_EQ(judge(*certificate, *ca), Standing::good);
+    EXPECT_GE(comparisons_, kEntries);
+    EXPECT_LE(comparisons_, kEntries + 100);
+    BudgetLimits few;
+    few.given_comparisons = 2000;
+    EXPECT_EQ(judge(*certificate, *ca, few), Standing::unknown);
+    EXPECT_EQ(finding_.cause, UnknownCause::exhausted);
+}
+
 // A list may be as long as a message and decide at hundreds of moments.
 TEST_F(EvidenceLoadTest, WhatDecidesIsNotCopied) {
     const PartyOwner ca = authority("P-256");

@@ -90,7 +90,8 @@ const EvidenceItem& GivenEvidence::item_of(List& list) {
 }
 
 std::vector<const EvidenceItem*>
-GivenEvidence::about(OcspIdentity& identity, const std::vector<const X509_NAME*>& list_issuers) {
+GivenEvidence::about(OcspIdentity& identity, const std::vector<const X509_NAME*>& list_issuers,
+                     const Affords& affords) {
     read();
     std::vector<std::size_t> lists;
     for (const X509_NAME* issuer : list_issuers) {
@@ -109,7 +110,9 @@ GivenEvidence::about(OcspIdentity& identity, const std::vector<const X509_NAME*>
         found.push_back(&item_of(lists_[list]));
     }
     for (const EvidenceItem& answer : answers_) {
-        if (is_about(*answer.answer, identity)) {
+        const int entries = OCSP_resp_count(answer.answer->basic.get());
+        if (affords(answer, static_cast<std::size_t>(entries)) &&
+            is_about(*answer.answer, identity)) {
             found.push_back(&answer);
         }
     }

@@ -5,6 +5,7 @@
 #include <basalt/revocation/evidence_item.h>
 #include <basalt/store/certificate_reference.h>
 
+#include <functional>
 #include <optional>
 #include <set>
 #include <vector>
@@ -17,10 +18,15 @@ public:
     // question. Null stores are passed over. The stores are read by the first question.
     GivenEvidence(const std::vector<HCERTSTORE>& own, const std::vector<HCERTSTORE>& foreign);
 
+    // Says whether so many comparisons with the item are to be had.
+    using Affords = std::function<bool(const EvidenceItem& item, std::size_t comparisons)>;
+
     // Those that could be about the certificate: lists under one of these names, also such as can't
-    // be used, and answers with an entry about it. The pointers live as long as the object.
+    // be used, and answers with an entry about it, as far as what it takes to look through them is
+    // to be had. The pointers live as long as the object.
     std::vector<const EvidenceItem*> about(OcspIdentity& identity,
-                                           const std::vector<const X509_NAME*>& list_issuers);
+                                           const std::vector<const X509_NAME*>& list_issuers,
+                                           const Affords& affords);
 
 private:
     struct Place {

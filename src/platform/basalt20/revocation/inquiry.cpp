@@ -96,7 +96,9 @@ StatusFinding Inquiry::run() {
 }
 
 bool Inquiry::ask_given() {
-    Items items = session_.given.about(identity_, sources_.scope.list_issuers());
+    Items items = session_.given.about(
+        identity_, sources_.scope.list_issuers(),
+        [&](const EvidenceItem& item, std::size_t count) { return affords(item, count); });
     something_at_hand_ = !items.empty();
     const Items fetched = fetched_before();
     items.insert(items.end(), fetched.begin(), fetched.end());
