@@ -193,6 +193,12 @@ void CertificatePool::settle(std::uint64_t key) {
     waiting_.erase(first, last);
 }
 
+std::size_t CertificatePool::count_like_named(Bytes subject) {
+    const std::uint64_t key = key_of(subject);
+    settle(key);
+    return by_key_[key].size();
+}
+
 std::vector<PoolCertificate*> CertificatePool::by_subject(Bytes subject) {
     const std::uint64_t key = key_of(subject);
     settle(key);

@@ -71,6 +71,9 @@ public:
     PoolCertificate& start(std::shared_ptr<CertificateItem> item);
     PoolCertificate& start(const CertificateEntry& entry);
 
+    // At least as many as by_subject() will give, without looking at each.
+    std::size_t count_like_named(Bytes subject);
+
     // All with that subject. Those with `entry` null haven't been tried yet: see prepare.
     std::vector<PoolCertificate*> by_subject(Bytes subject);
 

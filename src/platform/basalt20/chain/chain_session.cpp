@@ -124,6 +124,10 @@ std::shared_ptr<const NamedCertificates> ChainSession::named(const ListMaker& ma
         return known;
     }
     auto named = std::make_shared<NamedCertificates>();
+    if (!maker.own && !budget_.take_comparisons(pool_.count_like_named(name), maker.given)) {
+        named->complete = false;
+        return named;
+    }
     std::vector<PoolCertificate*> candidates = pool_.by_subject(name);
     if (pool_.is_full()) { // of thousands it isn't asked again which is likelier
         named->complete = std::erase_if(candidates, [](const PoolCertificate* c) {
