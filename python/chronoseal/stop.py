@@ -5,6 +5,7 @@ from __future__ import annotations
 import atexit
 import os
 import threading
+import time
 from typing import Any, Callable, List, Optional, Tuple, TypeVar
 
 from ._memory import Arena
@@ -37,10 +38,15 @@ class _Call:
         self.in_library = False
 
 
+#: What a call that was stopped has to end by itself, in seconds. Waiting for a server's answer may take longer.
+_PATIENCE = 0.5
+
+
 class _UnderWay:
     """The calls that take long or call back. At the end of the program they are ended and waited for: a thread that the
-    interpreter has given up would take the process down with it once it comes back from the library. One that is in a
-    function of the caller's isn't waited for, since nobody knows for how long, nor one that was left to itself."""
+    interpreter has given up would take the process down with it once it comes back from the library, or from a function of
+    the caller's into it. For the latter there is some patience, since nobody knows how long they take; one that was left
+    to itself isn't waited for."""
 
     def __init__(self) -> None:
         self._changed = threading.Condition()
@@ -82,8 +88,9 @@ class _UnderWay:
             for call in self._calls:
                 if call.stop is not None:
                     call.stop.request()
-            while any(call.in_library for call in self._calls):
-                self._changed.wait()
+            until = time.monotonic() + _PATIENCE
+            while any(call.in_library for call in self._calls) or (self._calls and time.monotonic() < until):
+                self._changed.wait(_PATIENCE)
 
     def _refuse_when_closed(self) -> None:
         if self._closed and threading.current_thread() is not threading.main_thread():
@@ -185,10 +192,6 @@ class Watch:
 
     def run(self, function: Callable[[], Result]) -> Result:
         return interruptible(self.stop, lambda: self._listener.run(self.stop, function), self._listener.leave)
-
-
-#: What a call that was stopped has to end by itself, in seconds. Waiting for a server's answer may take longer.
-_PATIENCE = 0.5
 
 
 def interruptible(stop: Stop, function: Callable[[], Result], leave: Optional[Callable[[], None]] = None) -> Result:
