@@ -91,7 +91,7 @@ TEST_F(CarriedEvidenceTest, WhatAStrangerSignedCountsForNothing) {
     EXPECT_TRUE(Verifier(trust).verify_token(with(token, Place::lists, list)).indeterminate());
 }
 
-// More lists than a decoder's memory allows are no token at all. Of as many as it allows a
+// More lists than a decoder's memory allows aren't read. Of as many as it allows a
 // stranger's cost a look at their issuer's name, and those that name the right one a signature
 // each.
 TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
@@ -122,7 +122,7 @@ TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
     EXPECT_EQ(extension.certificates, 1U);
     EXPECT_EQ(extension.revocation_lists, 0U);
 
-    EXPECT_EQ(word_of([&] { stamp_with(bag(good, 100000)); }), "malformed");
+    EXPECT_EQ(word_of([&] { stamp_with(bag(good, 100000)); }), "unsigned_too_many");
     const Stamp namesakes =
         stamp_with(bag(list_by(authority, "20240501000000Z", 4, kFrom, kTo), 100));
     EXPECT_TRUE(Verifier(trust).verify_token(namesakes).indeterminate());

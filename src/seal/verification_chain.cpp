@@ -302,7 +302,9 @@ void Verification::check_strength(const ChainJudgement& judgement) {
     bool below = is_below(token().imprint_algorithm, trust_.strength) ||
                  is_below(signature.digest_algorithm, trust_.strength) ||
                  is_below(signature.signature_algorithm, trust_.strength);
-    for (const ChainLink& link : verdict_.chain) {
+    // Of a way up beside which a better one may be hidden nothing is said.
+    const bool is_the_one = judgement.code != kTooCostly;
+    for (const ChainLink& link : is_the_one ? verdict_.chain : std::vector<ChainLink>()) {
         const std::string name = quote_foreign(link.certificate.subject);
         remark_weakness("weak_key", name, link.certificate.key_algorithm);
         below |= is_below(link.certificate, trust_.strength);
@@ -312,7 +314,7 @@ void Verification::check_strength(const ChainJudgement& judgement) {
         }
     }
     below |= judgement.code == TRUST_E_FAIL ||
-             (judgement.trust_bits & CERT_TRUST_HAS_WEAK_SIGNATURE) != 0;
+             (is_the_one && (judgement.trust_bits & CERT_TRUST_HAS_WEAK_SIGNATURE) != 0);
     if (!below) {
         pass(Check::strength, finding(Check::strength).remarks.empty()
                                   ? "strong enough"
