@@ -113,6 +113,44 @@ TEST_F(ChainFetchTest, AListThatIsFetchedForOneSpeaksOfThoseBelowIt) {
     EXPECT_EQ(server_.requests(), 4U);
 }
 
+// A list by another key of the authority's name makes the stamper good, until it is fetched that
+// the other key was stolen.
+TEST_F(ChainFetchTest, WhatSpokeForOneIsHeldAgainstWhatCameSince) {
+    const auto authority = make_party(
+        {"middle", root_.get(),
+         std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url("/root")});
+    const auto stolen = make_party({"middle", root_.get(), kAuthority});
+    const auto stamper =
+        make_party({"stamper", authority.get(),
+                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const Given given{encoded(stamper.get()),
+                      encoded_all({authority.get(), stolen.get()}),
+                      {make_list({stolen.get(), -1, 100})}};
+    for (const DWORD mode : {BASALT_REVOCATION_REQUIRE, BASALT_REVOCATION_AVAILABLE}) {
+        setting_.revocation = mode;
+        server_.forget();
+        server_.serve("/root", {make_list({root_.get(), -1, 100, {{stolen.get(), -10, 1}}})});
+        server_.serve("/list", {make_list({authority.get(), -1, 100, {{stamper.get(), -10, 1}}})});
+        for (int again = 0; again < 2; ++again) { // then by the cache
+            EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED) << mode << again;
+        }
+    }
+}
+
+// The cached list is read for another certificate of the stamper's key.
+TEST_F(ChainFetchTest, WhatIsReadWhenAKeyIsHeardOfSpeaksOfThePathToo) {
+    const auto other =
+        make_party({"stamper", middle_.get(),
+                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    CertificateSpec spec{"stamper", middle_.get(), kStamper};
+    spec.same_key = other.get();
+    const auto stamper = make_party(spec);
+    server_.serve("/list", {make_list({middle_.get(), -1, 100, {{stamper.get(), -10, 4}}})});
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(other.get()), {encoded(middle_.get())}}), 0U);
+    const Given given{encoded(stamper.get()), encoded_all({middle_.get(), other.get()})};
+    EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
+}
+
 TEST_F(ChainFetchTest, ChainsThatShareTheirFetchingAskOnceForWhatFails) {
     const auto stamper =
         make_party({"stamper", middle_.get(),
@@ -318,8 +356,18 @@ TEST_F(LikeKeyedFetchTest, WhatWasNotAskedForIsNotRevoked) {
                                                 "fullname=URI:" +
                                                 server_.url(address)})});
     }
-    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper_.get()), bag}), CRYPT_E_REVOCATION_OFFLINE);
-    EXPECT_EQ(server_.requests(), 2U);
+    for (const DWORD mode : {BASALT_REVOCATION_AVAILABLE, BASALT_REVOCATION_REQUIRE}) {
+        setting_.revocation = mode;
+        const ChainReference chain = build(make_engine(setting_), {encoded(stamper_.get()), bag});
+        for (int again = 0; again < 2; ++again) {
+            EXPECT_NE(stamp_verdict(chain), 0U) << mode;
+            EXPECT_NE(stamp_verdict(chain), CRYPT_E_REVOKED) << mode;
+        }
+        EXPECT_EQ(server_.requests(), mode == BASALT_REVOCATION_AVAILABLE ? 2U : 4U);
+        for (const std::filesystem::path& cached : server_.cached()) {
+            std::filesystem::remove(cached);
+        }
+    }
 }
 
 std::string bag_of(const std::vector<const Party*>& parties) {

@@ -158,11 +158,11 @@ bool ChainSession::is_good_for_evidence(const Path& path, const PathErrors& stru
     const auto is_weak = [&](Strength strength) { return !passes(strength, settings_.strength); };
     const auto is_late = [&](const PoolCertificate* c) { return !c->is_valid_at(maker.at); };
     const std::vector<Strength> found_strengths = strengths(path);
-    // Whoever signs authorities that the question isn't for may not name who signs lists, either.
-    const std::vector<bool> used_wrong = misused(path, usage_);
+    // Authorities that the question isn't for sign no lists, nor name who does.
+    const std::vector<bool> used_wrong = misused(path, asked_of_authorities(usage_));
     return path.back()->entry == maker.anchor &&
            std::none_of(path.begin(), path.end() - 1, is_late) &&
-           std::none_of(used_wrong.begin() + 1, used_wrong.end(), std::identity()) &&
+           std::none_of(used_wrong.begin(), used_wrong.end(), std::identity()) &&
            std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
            std::all_of(structure.begin(), structure.end(),
                        [](const auto& errors) { return errors.empty(); });
@@ -365,16 +365,22 @@ StatusFinding ChainSession::status_of(const Path& path, const CertificatePath& e
     return finding;
 }
 
+// What is read or fetched for one certificate may speak of any other, and of whoever spoke for it:
+// so all are looked at again until nothing more comes. Nobody is asked twice.
 void ChainSession::judge_revocation(Judgement& judgement, const Question& question,
                                     bool may_fetch) {
+    constexpr int kMostLooks = 8;
     judgement.judged_to = JudgedTo::revocation;
-    forget_what_is_out_of_date();
-    const bool none_revoked = judge_elements(judgement, question, may_fetch, Look::first);
-    // What was read or fetched for one certificate may speak of those before it.
-    const bool came_more = status_->taken_in() != taken_in_;
-    forget_what_is_out_of_date();
-    if (none_revoked && (!came_more || judge_elements(judgement, question, false, Look::again)) &&
-        hear_of_keys(judgement, question) && all_pass(judgement)) {
+    bool good = false;
+    bool stands = false;
+    for (int look = 0; !stands && look < kMostLooks; ++look) {
+        forget_what_is_out_of_date();
+        good = judge_elements(judgement, question, may_fetch) &&
+               hear_of_keys(judgement, question) && all_pass(judgement);
+        stands = status_->taken_in() == taken_in_ || any_revoked(judgement);
+    }
+    cut_short_ = cut_short_ || !stands;
+    if (good && stands) {
         judgement.judged_to = JudgedTo::good;
     }
 }
@@ -387,9 +393,8 @@ void ChainSession::forget_what_is_out_of_date() {
 }
 
 // False when one is revoked. Goes on behind an unknown one: whether another is revoked is worth
-// more. To look again may tell more, and doesn't ask anybody: who was asked in vain stays so.
-bool ChainSession::judge_elements(Judgement& judgement, const Question& question, bool may_fetch,
-                                  Look look) {
+// more.
+bool ChainSession::judge_elements(Judgement& judgement, const Question& question, bool may_fetch) {
     const Path path = path_of_judgement(judgement);
     const CertificatePath entries = entries_of(path);
     StatusQuestion status{question.at, question.now,       settings_.revocation, false,
@@ -400,13 +405,9 @@ bool ChainSession::judge_elements(Judgement& judgement, const Question& question
         }
         JudgedElement& element = judgement.elements[i];
         status.is_signer = i == 0;
-        const StatusFinding finding = status_of(path, entries, i, status);
-        if (look == Look::first || finding.standing != Standing::unknown ||
-            finding.cause == UnknownCause::exhausted) {
-            element.status = finding;
-            element.status_passes = passes(finding, settings_.revocation);
-        }
-        if (finding.standing == Standing::revoked) {
+        element.status = status_of(path, entries, i, status);
+        element.status_passes = passes(*element.status, settings_.revocation);
+        if (element.status->standing == Standing::revoked) {
             return false;
         }
     }
@@ -448,10 +449,12 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
     for (Judgement& judgement : open_) {
         judge_revocation(judgement, question, false);
         if (any_open(judgement) && !any_revoked(judgement)) {
+            const Path path = path_of_judgement(judgement);
             if (budget_.take_fetching_path()) {
+                asked_for_.insert(path);
                 judge_revocation(judgement, question, true);
-            } else {
-                judgement.judged_to = JudgedTo::revocation;
+            } else if (!asked_for_.contains(path)) {
+                leave_open(judgement);
             }
         }
         if (judgement.good()) {
@@ -461,6 +464,16 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
     }
     open_.clear();
     return std::nullopt;
+}
+
+void ChainSession::leave_open(Judgement& judgement) {
+    judgement.judged_to = JudgedTo::revocation;
+    for (JudgedElement& element : judgement.elements) {
+        if (element.status && is_open(*element.status)) {
+            element.status->not_asked = true;
+            element.status_passes = false;
+        }
+    }
 }
 
 // Whatever other ways up there are: the end itself is revoked, or its key, or that of its issuer,

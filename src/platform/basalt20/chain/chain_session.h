@@ -96,8 +96,8 @@ private:
     // Null when it would cost more than there is.
     const PathErrors* structure_of(const Path& path);
     void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
-    enum class Look { first, again };
-    bool judge_elements(Judgement& judgement, const Question& question, bool may_fetch, Look look);
+    bool judge_elements(Judgement& judgement, const Question& question, bool may_fetch);
+    static void leave_open(Judgement& judgement);
     void forget_what_is_out_of_date();
     StatusFinding status_of(const Path& path, const CertificatePath& entries, std::size_t index,
                             const StatusQuestion& question);
@@ -134,6 +134,7 @@ private:
     // and fetched by then.
     std::set<std::pair<Path, std::size_t>> without_source_;
     std::size_t taken_in_ = 0;
+    std::set<Path> asked_for_;           // over the network
     UsageQuestion usage_;                // that was asked for last
     bool asked_for_other_paths_ = false; // for that
 

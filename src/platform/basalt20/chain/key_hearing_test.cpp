@@ -121,6 +121,12 @@ TEST_F(KeyHearingTest, ListsByAnotherKeyCountForTheUseThatIsAsked) {
             make_list({namesake.get(), -1, 100, {{stamper_.get(), -10, kCompromised}}});
         EXPECT_EQ(verdict_with({side.get(), namesake.get()}, {of_root, of_side, revoking}),
                   c.revoking);
+        CertificateSpec alone{"middle", root_.get(), kAuthority + std::string(c.usages)};
+        const PartyOwner for_itself = make_party(alone);
+        const Given by_itself{encoded(stamper_.get()),
+                              {encoded(middle_.get()), encoded(for_itself.get())},
+                              {of_root, make_list({for_itself.get(), -1, 100})}};
+        EXPECT_EQ(stamp_verdict(setting_, by_itself), c.good);
         const Given without_own{
             encoded(stamper_.get()),
             {encoded(middle_.get()), encoded(side.get()), encoded(namesake.get())},

@@ -337,12 +337,14 @@ void check_dates(const Path& path, PathErrors& errors) {
 
 } // namespace
 
+UsageQuestion asked_of_authorities(const UsageQuestion& question) {
+    return question.is_time_stamp ? UsageQuestion{{kTimeStamping}} : question;
+}
+
 bool asks_the_same_of_authorities(const UsageQuestion& one, const UsageQuestion& other) {
-    const auto usages = [](const UsageQuestion& question) {
-        return question.is_time_stamp ? std::vector<std::string>{kTimeStamping} : question.usages;
-    };
-    return usages(one) == usages(other) &&
-           (usages(one).size() < 2 || one.any_of_them == other.any_of_them);
+    const UsageQuestion a = asked_of_authorities(one);
+    const UsageQuestion b = asked_of_authorities(other);
+    return a.usages == b.usages && (a.usages.size() < 2 || a.any_of_them == b.any_of_them);
 }
 
 bool implies(const UsageQuestion& one, const UsageQuestion& other) {

@@ -21,7 +21,8 @@ struct UsageQuestion {
     bool is_time_stamp = false; // the signer's sole usage, critical, and no CA
 };
 
-// Whether they ask the same of those above the first certificate.
+// What is asked of those above the first certificate.
+UsageQuestion asked_of_authorities(const UsageQuestion& question);
 bool asks_the_same_of_authorities(const UsageQuestion& one, const UsageQuestion& other);
 
 // Whether every path that is right for one use is right for the other, too.
