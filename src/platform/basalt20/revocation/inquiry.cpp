@@ -423,20 +423,25 @@ void Inquiry::state_with_delta(const List& base, const Statement& own, const Lis
     }
 }
 
-// What can't be weighed any more for what there is is left out.
+// What can't be weighed any more for what there is is left out. Of two that say the same, what was
+// given goes before what was fetched: it stays with the stamp.
 void Inquiry::state_all() {
     const std::vector<const List*> deltas = deltas_newest_first();
-    for (const List& list : lists_) {
-        if (affords(*list.item, kToState * (1 + list.listing->entries.size()))) {
-            state_list(list, deltas);
+    for (const bool was_given : {true, false}) {
+        for (const List& list : lists_) {
+            if ((list.item->source == EvidenceSource::given) == was_given &&
+                affords(*list.item, kToState * (1 + list.listing->entries.size()))) {
+                state_list(list, deltas);
+            }
         }
-    }
-    for (const Answer& answer : answers_) {
-        if (!affords(*answer.item, kToState * answer.statements.size())) {
-            continue;
-        }
-        for (const Statement& statement : answer.statements) {
-            state(statement, {answer.item});
+        for (const Answer& answer : answers_) {
+            if ((answer.item->source == EvidenceSource::given) != was_given ||
+                !affords(*answer.item, kToState * answer.statements.size())) {
+                continue;
+            }
+            for (const Statement& statement : answer.statements) {
+                state(statement, {answer.item});
+            }
         }
     }
 }
