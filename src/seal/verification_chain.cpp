@@ -85,6 +85,11 @@ bool is_below(const CertificateInfo& certificate, Strength strength) {
            certificate.key_bits < (curve ? kFloorCurveBits : kFloorRsaBits);
 }
 
+bool is_signer_revoked(const ChainJudgement& judgement) {
+    return judgement.code == CRYPT_E_REVOKED && !judgement.links.empty() &&
+           judgement.links.front().revocation == RevocationState::revoked;
+}
+
 } // namespace
 
 const Finding* Verification::first_failure() const {
@@ -106,8 +111,9 @@ void Verification::judge_chain() {
     // What is bad anyway is worth no connection.
     ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.store.get(),
                                                    {together_, first_failure() == nullptr});
-    if (!own_.is_whole && judgement.code != CRYPT_E_REVOKED) {
-        judgement.code = kTooCostly; // what wasn't looked at may lead elsewhere, or revoke
+    // What wasn't looked at may lead elsewhere than through a revoked authority, or revoke.
+    if (!own_.is_whole && !is_signer_revoked(judgement)) {
+        judgement.code = kTooCostly;
     }
     verdict_.chain = std::move(judgement.links);
     check_chain(judgement);

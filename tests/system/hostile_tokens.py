@@ -351,12 +351,13 @@ class Unsigned(TokenTest):
 
     NULL = b"\x05\x00"
 
-    def with_parts(self, attributes=None, certificates=(), lists=()):
-        info = forge.signer_info(self.tsa, self.info, forge.signed_attributes(self.tsa, self.info))
+    def with_parts(self, attributes=None, certificates=(), lists=(), signer=None):
+        signer = signer or self.tsa
+        info = forge.signer_info(signer, self.info, forge.signed_attributes(signer, self.info))
         if attributes is not None:
             _, start, end = forge.read_header(info, 0)
             info = forge.element(0x30, info[start:end] + forge.element(0xA1, b"".join(attributes)))
-        return forge.signed_data(self.info, [info], [self.tsa.der, *certificates], crls=lists)
+        return forge.signed_data(self.info, [info], [signer.der, *certificates], crls=lists)
 
     def cannot_be_read(self, token, word, *fragments):
         for form in (token, forge.make_response(token)):
@@ -380,6 +381,20 @@ class Unsigned(TokenTest):
                 for many in (most + 1, 5000):
                     self.cannot_be_read(self.with_parts(**parts(many)), "unsigned_too_many",
                                         f"more {part} than are looked at", "without them")
+
+    def test_certificates_hidden_behind_more_than_are_looked_at(self):
+        """Of an authority's two certificates one was given up: what junk hides may be the other. The signer's end stands."""
+        old = forge.issue(self.folder, "twice", self.root, ca=True, usage=None)
+        other = forge.issue(self.folder, "twice", self.root, ca=True, usage=None, key=old.key)
+        signer = forge.issue(self.folder, "signer", old)
+        for gone, in_sight, hidden in ((old, GOOD, UNREACHABLE), (signer, REFUSED, REFUSED)):
+            lists = [forge.make_crl(issuer, [(gone.serial, forge.now() - forge.days(100), "superseded")])
+                     for issuer in (self.root, old) if issuer.name.dump() == gone.certificate.issuer.dump()]
+            for junk, expected in ((4095, in_sight), (4096, hidden)):
+                values = forge.element(0x30, forge.element(0x30, b"\x02\x01\x01") * junk + other.der)
+                token = self.with_parts([forge.attribute("1.2.840.113549.1.9.16.2.23", values)], [old.der], lists,
+                                        signer=signer)
+                self.expect(self.verify(token, "--revocation", "available"), expected)
 
     def test_damaged_parts(self):
         oid = core.ObjectIdentifier("1.2.3").dump()

@@ -234,6 +234,10 @@ TEST_F(BuriedEvidenceTest, AWayUpThatJunkHidesIsNotTakenForRevoked) {
     // The signer's own end stands, whatever is hidden.
     about.lists[1] = make_list({authority_.get(), -1, 100, {{stamper_.get(), -10, kSuperseded}}});
     EXPECT_EQ(stamp_verdict(setting_, about), CRYPT_E_REVOKED);
+    // Of two anchors the other one may be the honest way's.
+    Setting both = setting_;
+    both.anchors.push_back(encoded(make_party({"other root", nullptr, kAuthority}).get()));
+    EXPECT_EQ(stamp_verdict(both, about), TRUST_E_SYSTEM_ERROR);
     about.lists.pop_back();
     about.lists.push_back(make_list({authority_.get(), -1, 100}));
     setting_.own = {encoded(authority_.get())};

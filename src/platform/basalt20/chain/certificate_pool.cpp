@@ -103,6 +103,7 @@ void CertificatePool::add(std::shared_ptr<CertificateItem> item, PoolSource sour
     if (is_reasonable(*item->body)) {
         const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
         waiting_.emplace(key, Waiting{std::move(item), source});
+        ++arrived_;
     }
 }
 
@@ -110,7 +111,11 @@ PoolCertificate& CertificatePool::place(std::shared_ptr<CertificateItem> item) {
     const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
     settle(key);
     PoolCertificate* known = find(key, *item);
-    return known != nullptr ? *known : insert(key, {std::move(item), PoolSource::given});
+    if (known != nullptr) {
+        return *known;
+    }
+    ++arrived_;
+    return insert(key, {std::move(item), PoolSource::given});
 }
 
 PoolCertificate& CertificatePool::start(std::shared_ptr<CertificateItem> item) {
@@ -215,8 +220,7 @@ std::vector<PoolCertificate*> CertificatePool::by_subject(Bytes subject) {
     return found;
 }
 
-std::vector<PoolCertificate*> CertificatePool::like_keyed(const PoolCertificate& certificate) {
-    const Bytes bits = certificate.key_bits();
+std::vector<PoolCertificate*> CertificatePool::like_keyed(Bytes bits) {
     std::vector<std::uint64_t> names;
     for (const auto& [name, waiting] : waiting_) {
         const CRYPT_BIT_BLOB& key = waiting.item->body->info().SubjectPublicKeyInfo.PublicKey;

@@ -77,9 +77,11 @@ public:
     // All with that subject. Those with `entry` null haven't been tried yet: see prepare.
     std::vector<PoolCertificate*> by_subject(Bytes subject);
 
-    // All of the same key, whatever their names, itself among them: the likeliest to be honest
-    // first.
-    std::vector<PoolCertificate*> like_keyed(const PoolCertificate& certificate);
+    // All of that key, whatever their names: the likeliest to be honest first.
+    std::vector<PoolCertificate*> like_keyed(Bytes bits);
+
+    // Grows with each certificate that comes.
+    std::size_t arrived() const { return arrived_; }
 
     // Makes `entry`.
     Prepared prepare(PoolCertificate& certificate, Budget& budget);
@@ -108,6 +110,7 @@ private:
     std::vector<std::pair<Bytes, std::uint64_t>> keys_; // of the first few names
     std::deque<PoolCertificate> certificates_;
     std::size_t prepared_from_given_ = 0;
+    std::size_t arrived_ = 0;
 };
 
 } // namespace basalt

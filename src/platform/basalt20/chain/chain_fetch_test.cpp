@@ -113,6 +113,58 @@ TEST_F(ChainFetchTest, AListThatIsFetchedForOneSpeaksOfThoseBelowIt) {
     EXPECT_EQ(server_.requests(), 4U);
 }
 
+// A certificate that names no source: a list of its issuer that isn't for it is no licence, whether
+// it was given or fetched for another one.
+TEST_F(ChainFetchTest, AListThatIsNotForItLeavesACertificateOpen) {
+    const auto rekeyed = make_party(
+        {"middle", middle_.get(),
+         std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url("/list")});
+    const auto stamper = make_party({"stamper", rekeyed.get(), kStamper});
+    const std::string list =
+        make_list({.signer = middle_.get(),
+                   .made = -1,
+                   .next = 100,
+                   .extensions = "issuingDistributionPoint=critical,@point\n[point]\nonlyCA=TRUE"});
+    server_.serve("/list", {list});
+    Given given{encoded(stamper.get()), encoded_all({rekeyed.get(), middle_.get()})};
+    for (const bool is_given : {false, true}) {
+        given.lists = is_given ? std::vector{list} : std::vector<std::string>{};
+        EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOCATION_OFFLINE) << is_given;
+    }
+}
+
+// By a list in the bag, and one in the cache, that are in force; and there may be a path beside it.
+TEST_F(ChainFetchTest, OfAHoldItIsAskedWhetherItWasLifted) {
+    constexpr int kHold = 6;
+    const auto stamper =
+        make_party({"stamper", middle_.get(),
+                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const std::string hold = make_list({middle_.get(), -2, 100, {{stamper.get(), -10, kHold}}});
+    const std::string lifted = make_list({middle_.get(), -1, 100});
+    Given given{encoded(stamper.get()), {encoded(middle_.get())}};
+    server_.serve("/list", {hold});
+    EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
+    server_.serve("/list", {"nothing that could be read"});
+    EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED) << "and nobody tells otherwise";
+    setting_.flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
+    setting_.flags = 0;
+    server_.serve("/list", {lifted});
+    EXPECT_EQ(stamp_verdict(setting_, given), 0U);
+    given.lists = {hold};
+    EXPECT_EQ(stamp_verdict(setting_, given), 0U) << "by what the cache has now";
+    const auto gone = make_party(
+        {"middle", root_.get(),
+         std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url("/root")});
+    const auto below = make_party({"stamper", gone.get(), kStamper});
+    server_.serve("/root", {make_list({root_.get(), -1, 100, {{gone.get(), -10, 4}}})});
+    EXPECT_EQ(
+        stamp_verdict(setting_, {encoded(below.get()),
+                                 {encoded(gone.get())},
+                                 {make_list({gone.get(), -2, 100, {{below.get(), -10, kHold}}})}}),
+        CRYPT_E_REVOKED);
+}
+
 // A list by another key of the authority's name makes the stamper good, until it is fetched that
 // the other key was stolen.
 TEST_F(ChainFetchTest, WhatSpokeForOneIsHeldAgainstWhatCameSince) {

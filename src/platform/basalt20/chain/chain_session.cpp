@@ -35,14 +35,6 @@ Path path_of_judgement(const Judgement& judgement) {
     return path;
 }
 
-CertificatePath entries_of(const Path& path) {
-    CertificatePath entries;
-    for (const PoolCertificate* certificate : path) {
-        entries.push_back(certificate->entry);
-    }
-    return entries;
-}
-
 bool any_wrong(const Judgement& judgement, bool (*is_wrong)(const JudgedElement&)) {
     return std::any_of(judgement.elements.begin(), judgement.elements.end(), is_wrong);
 }
@@ -66,20 +58,31 @@ bool all_pass(const Judgement& judgement) {
     return !any_wrong(judgement, [](const JudgedElement& e) { return !e.status_passes; });
 }
 
+// For good: a hold of which nobody was asked whether it was lifted may not be.
+bool is_revoked(const JudgedElement& element) {
+    return element.key_is_compromised ||
+           (element.status && element.status->standing == Standing::revoked &&
+            !element.status->may_be_lifted);
+}
+
 bool any_revoked(const Judgement& judgement) {
-    return any_wrong(judgement, [](const JudgedElement& e) {
-        return e.key_is_compromised || (e.status && e.status->standing == Standing::revoked);
-    });
+    return any_wrong(judgement, is_revoked);
 }
 
 // Asking its sources could still tell.
 bool is_open(const StatusFinding& finding) {
-    return finding.standing == Standing::unknown && finding.cause != UnknownCause::no_source;
+    return finding.may_be_lifted ||
+           (finding.standing == Standing::unknown && finding.cause != UnknownCause::no_source);
 }
 
 bool any_open(const Judgement& judgement) {
     return any_wrong(judgement,
                      [](const JudgedElement& e) { return e.status && is_open(*e.status); });
+}
+
+Bytes key_bits(const X509Entry& entry) {
+    const ASN1_BIT_STRING* bits = X509_get0_pubkey_bitstr(entry.certificate.get());
+    return {bits->data, static_cast<std::size_t>(bits->length)};
 }
 
 int weak_key_error(std::size_t index) {
@@ -205,6 +208,14 @@ PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& ju
     return cut_short || search.was_cut_short() ? PathFound::untold : PathFound::none;
 }
 
+KeyHeard ChainSession::hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) {
+    add_authorities();
+    const KeyHearing::Heard heard = hearing_->hear_of_any(key_bits(*of), key_bits(*anchor));
+    return heard.compromised ? KeyHeard::compromised
+           : heard.cut_short ? KeyHeard::untold
+                             : KeyHeard::nothing;
+}
+
 Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const std::lock_guard lock(mutex_);
     if (!is_affordable(*end_.item->body)) {
@@ -218,7 +229,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     }
     counts_ = {};
     considered_.clear();
-    hearing_.reset(); // whom to believe hangs on what is asked
+    hear_anew(question); // whom to believe hangs on what is asked
     good_.reset();
     best_refused_.reset();
     open_.clear();
@@ -239,7 +250,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
            issuers_.fetch_for(dead_ends_,
                               request_.may_fetch ? settings_.issuers : IssuerReach::none)) {
         named_.clear();
-        hearing_.reset();
+        hear_anew(question);
         found = search(question);
         if (!found) {
             found = ask_network(question);
@@ -267,7 +278,7 @@ std::optional<Judgement> ChainSession::search(const Question& question) {
     PathSearch search(pool_, budget_, counts_, question.at);
     const bool taken = search.run(end_, [&](const Path& path) {
         const bool is_known = !considered_.insert(path).second;
-        if (is_known || (hearing_ && hearing_->has_condemned(path))) {
+        if (is_known || hearing_->has_condemned(path)) {
             search.uncount();
             return false;
         }
@@ -374,7 +385,7 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
     bool good = false;
     bool stands = false;
     for (int look = 0; !stands && look < kMostLooks; ++look) {
-        forget_what_is_out_of_date();
+        forget_what_is_out_of_date(question);
         good = judge_elements(judgement, question, may_fetch) &&
                hear_of_keys(judgement, question) && all_pass(judgement);
         stands = status_->taken_in() == taken_in_ || any_revoked(judgement);
@@ -385,10 +396,10 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
     }
 }
 
-void ChainSession::forget_what_is_out_of_date() {
+void ChainSession::forget_what_is_out_of_date(const Question& question) {
     if (std::exchange(taken_in_, status_->taken_in()) != status_->taken_in()) {
         without_source_.clear();
-        hearing_.reset();
+        hear_anew(question);
     }
 }
 
@@ -406,12 +417,20 @@ bool ChainSession::judge_elements(Judgement& judgement, const Question& question
         JudgedElement& element = judgement.elements[i];
         status.is_signer = i == 0;
         element.status = status_of(path, entries, i, status);
+        element.status->may_be_lifted = element.status->may_be_lifted && request_.may_fetch;
         element.status_passes = passes(*element.status, settings_.revocation);
-        if (element.status->standing == Standing::revoked) {
+        if (is_revoked(element)) {
             return false;
         }
     }
     return true;
+}
+
+void ChainSession::hear_anew(const Question& question) {
+    hearing_.emplace(pool_, budget_, *status_,
+                     KeyHearing::Question{question.at, question.now, question.usage,
+                                          request_.policies, settings_.revocation,
+                                          settings_.strength, !settings_.given_only});
 }
 
 // A key in strange hands makes no path to that anchor good, whichever certificate says so. False
@@ -421,12 +440,6 @@ bool ChainSession::hear_of_keys(Judgement& judgement, const Question& question) 
         return true;
     }
     add_authorities();
-    if (!hearing_) {
-        hearing_.emplace(pool_, budget_, *status_,
-                         KeyHearing::Question{question.at, question.now, question.usage,
-                                              request_.policies, settings_.revocation,
-                                              settings_.strength, !settings_.given_only});
-    }
     bool good = true;
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
         if (!checks(judgement, i)) {
@@ -470,24 +483,29 @@ void ChainSession::leave_open(Judgement& judgement) {
     judgement.judged_to = JudgedTo::revocation;
     for (JudgedElement& element : judgement.elements) {
         if (element.status && is_open(*element.status)) {
+            element.status->standing = Standing::unknown;
+            element.status->may_be_lifted = false;
             element.status->not_asked = true;
             element.status_passes = false;
         }
     }
 }
 
-// Whatever other ways up there are: the end itself is revoked, or its key, or that of its issuer,
-// is in strange hands by what was said under the only anchor.
+// Whatever other ways up there are, since all end in the only anchor: the end itself is revoked,
+// or its key, or that of its issuer, is in strange hands. Of several anchors one may speak where
+// another one is the honest way's.
 bool ChainSession::is_condemned(const Judgement& judgement) const {
-    const std::optional<StatusFinding>& end = judgement.elements.front().status;
+    if (!settings_.anchors->is_one()) {
+        return false;
+    }
     const auto last =
         judgement.elements.begin() +
         static_cast<std::ptrdiff_t>(std::min<std::size_t>(2, judgement.elements.size()));
+    const std::optional<StatusFinding>& end = judgement.elements.front().status;
     return (end && end->standing == Standing::revoked) ||
-           (settings_.anchors->is_one() &&
-            std::any_of(judgement.elements.begin(), last, [](const JudgedElement& e) {
-                return e.key_is_compromised || (e.status && e.status->key_is_compromised);
-            }));
+           std::any_of(judgement.elements.begin(), last, [](const JudgedElement& e) {
+               return e.key_is_compromised || (e.status && e.status->key_is_compromised);
+           });
 }
 
 // The longest way up, or one by names, so that a bad signature can be told from a missing issuer.

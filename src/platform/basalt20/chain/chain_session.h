@@ -85,6 +85,7 @@ private:
 
     std::shared_ptr<const NamedCertificates> named(const ListMaker& maker) override;
     PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) override;
+    KeyHeard hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) override;
     bool is_good_for_evidence(const Path& path, const PathErrors& structure,
                               const EvidenceMaker& maker);
 
@@ -98,7 +99,7 @@ private:
     void judge_revocation(Judgement& judgement, const Question& question, bool may_fetch);
     bool judge_elements(Judgement& judgement, const Question& question, bool may_fetch);
     static void leave_open(Judgement& judgement);
-    void forget_what_is_out_of_date();
+    void forget_what_is_out_of_date(const Question& question);
     StatusFinding status_of(const Path& path, const CertificatePath& entries, std::size_t index,
                             const StatusQuestion& question);
     bool checks(const Judgement& judgement, std::size_t index) const;
@@ -106,6 +107,7 @@ private:
     bool is_condemned(const Judgement& judgement) const;
     Judgement incomplete(const Question& question);
     bool hear_of_keys(Judgement& judgement, const Question& question);
+    void hear_anew(const Question& question);
     void add_authorities();
     void add_system_stores();
     void keep_prepared(const Judgement& judgement);
@@ -140,7 +142,7 @@ private:
 
     // Of the judgement that is under way.
     std::set<Path> considered_;
-    std::optional<KeyHearing> hearing_; // of keys, by what is at hand
+    std::optional<KeyHearing> hearing_; // of keys, by what is at hand; never null
     std::optional<Judgement> good_;
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched

@@ -21,7 +21,8 @@ inline CertificateReference context_of(const std::string& der) {
 }
 
 inline StoreReference store_of(const std::vector<std::string>& certificates,
-                               const std::vector<std::string>& lists = {}) {
+                               const std::vector<std::string>& lists = {},
+                               const std::vector<std::string>& answers = {}) {
     StoreReference store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
     for (const std::string& der : certificates) {
         CertAddCertificateContextToStore(store.get(), context_of(der).get(), CERT_STORE_ADD_ALWAYS,
@@ -31,6 +32,10 @@ inline StoreReference store_of(const std::vector<std::string>& certificates,
         CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING,
                                  reinterpret_cast<const BYTE*>(der.data()),
                                  static_cast<DWORD>(der.size()), CERT_STORE_ADD_ALWAYS, nullptr);
+    }
+    for (const std::string& der : answers) {
+        BasaltAddOcspResponseToStore(store.get(), reinterpret_cast<const BYTE*>(der.data()),
+                                     static_cast<DWORD>(der.size()));
     }
     return store;
 }
@@ -99,6 +104,7 @@ struct Given {
     std::string end{};
     std::vector<std::string> bag{};
     std::vector<std::string> lists{};
+    std::vector<std::string> answers{};
 };
 
 inline ChainReference build(const EngineReference& engine, const Given& given, DWORD flags = 0) {
@@ -106,8 +112,9 @@ inline ChainReference build(const EngineReference& engine, const Given& given, D
     para.cbSize = sizeof para;
     PCCERT_CHAIN_CONTEXT chain = nullptr;
     EXPECT_TRUE(CertGetCertificateChain(
-        engine.get(), context_of(given.end).get(), nullptr, store_of(given.bag, given.lists).get(),
-        &para, CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | flags, nullptr, &chain));
+        engine.get(), context_of(given.end).get(), nullptr,
+        store_of(given.bag, given.lists, given.answers).get(), &para,
+        CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | flags, nullptr, &chain));
     return ChainReference(chain);
 }
 

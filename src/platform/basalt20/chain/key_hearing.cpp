@@ -28,50 +28,52 @@ bool tells_of_issuers(int error) {
     }
 }
 
-CertificatePath entries_of(const Path& path) {
-    CertificatePath entries;
-    for (const PoolCertificate* certificate : path) {
-        entries.push_back(certificate->entry);
-    }
-    return entries;
-}
-
 FileTicks said_at(const StatusFinding& finding, FileTicks otherwise) {
     return finding.evidence.empty() ? otherwise : finding.evidence.front().this_update;
 }
 
 } // namespace
 
-const KeyHearing::Known* KeyHearing::known(const PoolCertificate& certificate,
-                                           const PoolCertificate& anchor) const {
-    const auto found = std::find_if(known_.begin(), known_.end(), [&](const Known& one) {
-        return same_bytes(one.key, certificate.key_bits()) &&
-               same_bytes(one.anchor, anchor.key_bits());
-    });
-    return found != known_.end() ? &*found : nullptr;
-}
-
 bool KeyHearing::has_condemned(const Path& path) const {
+    const Bytes anchor = path.back()->key_bits();
     return std::any_of(path.begin(), path.end(), [&](const PoolCertificate* certificate) {
-        const Known* one = known(*certificate, *path.back());
-        return one != nullptr && one->heard.compromised;
+        return std::any_of(known_.begin(), known_.end(), [&](const Known& one) {
+            return one.heard.compromised && same_bytes(one.key, certificate->key_bits()) &&
+                   same_bytes(one.anchor, anchor);
+        });
     });
 }
 
-KeyHearing::Heard KeyHearing::hear(const PoolCertificate& certificate,
-                                   const PoolCertificate& anchor) {
-    if (const Known* one = known(certificate, anchor)) {
-        return one->heard;
+// Who says it may be asked of in turn. What comes back to a key that is being asked about tells
+// nothing, and what was found with the help of that is kept for nobody else.
+KeyHearing::Heard KeyHearing::hear(Bytes key, Bytes anchor, std::size_t least) {
+    const auto found = std::find_if(known_.begin(), known_.end(), [&](const Known& one) {
+        return one.least == least && same_bytes(one.key, key) && same_bytes(one.anchor, anchor);
+    });
+    if (found != known_.end() && found->under_way) {
+        ++circles_;
+        return {};
     }
-    const std::vector<PoolCertificate*> like_keyed = pool_.like_keyed(certificate);
-    const Heard heard = like_keyed.size() > 1 ? ask_all(like_keyed, anchor) : Heard{};
-    known_.push_back({certificate.key_bits(), anchor.key_bits(), heard});
+    if (found != known_.end() && (found->heard.compromised || found->arrived == pool_.arrived())) {
+        return found->heard;
+    }
+    Known& known = found != known_.end() ? *found : known_.emplace_back();
+    known = {
+        {key.begin(), key.end()}, {anchor.begin(), anchor.end()}, least, pool_.arrived(), {}, true};
+    const unsigned circles_before = circles_ + status_.circles();
+    const std::vector<PoolCertificate*> like_keyed = pool_.like_keyed(key);
+    known.heard = like_keyed.size() >= least ? ask_all(like_keyed, known.anchor) : Heard{};
+    known.under_way = false;
+    const Heard heard = known.heard;
+    if (!heard.compromised && circles_before != circles_ + status_.circles()) {
+        known_.remove_if([&](const Known& one) { return &one == &known; });
+    }
     return heard;
 }
 
 // What isn't foreign is looked for among one's own first, where nothing can bury it.
 KeyHearing::Heard KeyHearing::ask_all(const std::vector<PoolCertificate*>& like_keyed,
-                                      const PoolCertificate& anchor) {
+                                      Bytes anchor) {
     Heard heard;
     for (PoolCertificate* certificate : like_keyed) {
         const Prepared prepared = pool_.prepare(*certificate, budget_);
@@ -87,12 +89,11 @@ KeyHearing::Heard KeyHearing::ask_all(const std::vector<PoolCertificate*>& like_
     return heard;
 }
 
-bool KeyHearing::ask(PoolCertificate& certificate, const PoolCertificate& anchor, SearchAmong among,
-                     Heard& heard) {
+bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong among, Heard& heard) {
     PathSearch search(pool_, budget_, counts_, question_.at, among);
     search.allow_paths(budget_.limits().heard_paths);
     const bool was_asked = search.run(certificate, [&](const Path& path) {
-        if (path.size() < 2 || !same_bytes(path.back()->key_bits(), anchor.key_bits())) {
+        if (path.size() < 2 || !same_bytes(path.back()->key_bits(), anchor)) {
             search.uncount();
             return false;
         }

@@ -11,6 +11,8 @@
 #include <basalt/chain/path_judgement.h>
 #include <basalt/revocation/status_check.h>
 
+#include <list>
+
 namespace basalt {
 
 class KeyHearing {
@@ -37,23 +39,30 @@ public:
 
     // Of the certificate's key under the anchor's. One that is the only one of its key tells
     // nothing here: it is judged where it stands.
-    Heard hear(const PoolCertificate& certificate, const PoolCertificate& anchor);
+    Heard hear(const PoolCertificate& certificate, const PoolCertificate& anchor) {
+        return hear(certificate.key_bits(), anchor.key_bits(), 2);
+    }
+
+    // The same of one that needn't be among those at hand.
+    Heard hear_of_any(Bytes key, Bytes anchor) { return hear(key, anchor, 1); }
 
     // Whether a key of the path was found to be compromised already.
     bool has_condemned(const Path& path) const;
 
 private:
     struct Known {
-        Bytes key;
-        Bytes anchor;
+        std::vector<BYTE> key;
+        std::vector<BYTE> anchor;
+        std::size_t least = 0; // so many certificates of the key there had to be
+        std::size_t arrived = 0;
         Heard heard;
+        bool under_way = false;
     };
 
-    const Known* known(const PoolCertificate& certificate, const PoolCertificate& anchor) const;
-    Heard ask_all(const std::vector<PoolCertificate*>& like_keyed, const PoolCertificate& anchor);
+    Heard hear(Bytes key, Bytes anchor, std::size_t least);
+    Heard ask_all(const std::vector<PoolCertificate*>& like_keyed, Bytes anchor);
     // True when it was asked by some way up; false leaves `heard` as it is, or cuts it short.
-    bool ask(PoolCertificate& certificate, const PoolCertificate& anchor, SearchAmong among,
-             Heard& heard);
+    bool ask(PoolCertificate& certificate, Bytes anchor, SearchAmong among, Heard& heard);
     StatusFinding status_of(const Path& path, std::size_t index, FileTicks at, bool is_about_key);
     bool is_for_use(const Path& path) const;
     bool may_speak(const Path& path, const PathErrors& errors, const StatusFinding& finding);
@@ -66,7 +75,8 @@ private:
     Question question_;
     SearchCounts counts_;
     unsigned speakers_ = 0;
-    std::vector<Known> known_;
+    unsigned circles_ = 0;
+    std::list<Known> known_;
 };
 
 } // namespace basalt

@@ -228,6 +228,56 @@ TEST_F(KeyHearingTest, AnotherCertificateOfTheSignersKeyTellsOfIt) {
     }
 }
 
+// A responder's or a list signer's: what their keys sign is worth nothing, by whichever
+// certificate.
+TEST_F(KeyHearingTest, WhoSpeaksOfOthersHasAKeyToo) {
+    for (const bool unasked : {false, true}) { // whether the responder's status needn't be asked
+        for (const int reason : {kCompromised, kSuperseded}) {
+            SCOPED_TRACE(testing::Message() << unasked << reason);
+            const std::string usages = std::string("keyUsage=digitalSignature\n"
+                                                   "extendedKeyUsage=OCSPSigning\n") +
+                                       (unasked ? "noCheck=ignored" : "");
+            const PartyOwner former = make_party({"responder", middle_.get(), usages});
+            const PartyOwner present =
+                twin_of(*former, {middle_.get(), usages, -kLong, kLong, "responder"});
+            const std::string of_root = make_list({root_.get(), -1, 100});
+            const auto verdict_by = [&](const Party* responder, const Party* told) {
+                Given given{
+                    encoded(stamper_.get()), encoded_all({middle_.get(), former.get()}), {of_root}};
+                given.answers = {make_answer({.signer = responder,
+                                              .entries = {{.certificate = stamper_.get(),
+                                                           .issuer = middle_.get(),
+                                                           .made = -1,
+                                                           .next = 100}}}),
+                                 make_answer({.signer = middle_.get(),
+                                              .entries = {{.certificate = told,
+                                                           .issuer = middle_.get(),
+                                                           .status = V_OCSP_CERTSTATUS_REVOKED,
+                                                           .made = -1,
+                                                           .next = 100,
+                                                           .since = -10,
+                                                           .reason = reason}}})};
+                return stamp_verdict(setting_, given);
+            };
+            const bool counts = reason == kSuperseded;
+            EXPECT_EQ(verdict_by(present.get(), former.get()),
+                      counts ? 0U : CRYPT_E_REVOCATION_OFFLINE);
+            EXPECT_EQ(verdict_by(former.get(), former.get()),
+                      counts && unasked ? 0U : CRYPT_E_REVOCATION_OFFLINE);
+        }
+    }
+    const PartyOwner former = make_party({"middle", root_.get(), kAuthority});
+    const PartyOwner present = twin_of(*former, {root_.get()});
+    for (const int reason : {kCompromised, kSuperseded}) {
+        EXPECT_EQ(stamp_verdict(setting_,
+                                {encoded(stamper_.get()),
+                                 encoded_all({middle_.get(), former.get(), present.get()}),
+                                 {make_list({root_.get(), -1, 100, {{former.get(), -10, reason}}}),
+                                  make_list({present.get(), -1, 100})}}),
+                  reason == kSuperseded ? 0U : CRYPT_E_REVOCATION_OFFLINE);
+    }
+}
+
 TEST_F(KeyHearingTest, OneInTheUsersStoreTellsToo) {
     std::string folder = (std::filesystem::temp_directory_path() / "stores.XXXXXX").string();
     ASSERT_NE(mkdtemp(folder.data()), nullptr);

@@ -32,6 +32,14 @@ bool same_key(const PoolCertificate& a, const PoolCertificate& b) {
 
 } // namespace
 
+CertificatePath entries_of(const Path& path) {
+    CertificatePath entries;
+    for (const PoolCertificate* certificate : path) {
+        entries.push_back(certificate->entry);
+    }
+    return entries;
+}
+
 bool is_self_signed(const PoolCertificate& certificate) {
     return is_affordable(*certificate.item->body) &&
            (X509_get_extension_flags(certificate.openssl()) & EXFLAG_SS) != 0;

@@ -15,6 +15,9 @@ namespace basalt {
 
 using Path = std::vector<PoolCertificate*>; // from the certificate asked about upward
 
+// All of them have been prepared.
+CertificatePath entries_of(const Path& path);
+
 inline constexpr std::size_t kMaxPathLength = 18; // sixteen between the end and the anchor
 
 // Steps and judged paths are counted for one judgement; signatures, which are remembered, for all.

@@ -34,7 +34,10 @@ public:
     StatusFinding judge(CertificatePathView path, std::size_t index,
                         const StatusQuestion& question);
 
-    bool is_under_way(const X509Entry& certificate) const;
+    bool is_under_way(const X509Entry& certificate);
+
+    // How often something was passed over because of that.
+    unsigned circles() const { return circles_; }
 
     // Both are worked out once, however many paths there are through the certificate.
     const CertificateSources& sources_of(X509* certificate);
@@ -76,6 +79,7 @@ private:
 
     std::vector<const X509Entry*> under_way_;
     std::map<Key, StatusFinding> findings_;
+    unsigned circles_ = 0;
     std::size_t taken_in_ = 0;
     std::size_t judged_with_ = 0; // of these, when the findings were made
     std::map<const X509*, CertificateSources> sources_;

@@ -119,18 +119,39 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item) {
                                       item.octets_to_pay())) {
             continue;
         }
-        if (X509_get_ext_by_NID(responder->certificate.get(), NID_id_pkix_OCSP_noCheck, -1) >= 0) {
-            return true;
-        }
-        CertificatePath path{responder};
-        path.insert(path.end(), path_.begin() + static_cast<std::ptrdiff_t>(index_) + 1,
-                    path_.end());
-        const StatusQuestion question = question_about_signer(moment_of(item));
-        if (passes_with_support(item, path, 0, question)) {
+        if (is_trusted_delegate(item, responder)) {
             return true;
         }
     }
     return false;
+}
+
+// Nobody is asked of one whose authority says that nobody need be; what is known of it all the
+// same, that its key is in strange hands, counts.
+bool EvidenceSigner::is_trusted_delegate(const EvidenceItem& item,
+                                         const CertificateEntry& responder) {
+    CertificatePath path{responder};
+    path.insert(path.end(), path_.begin() + static_cast<std::ptrdiff_t>(index_) + 1, path_.end());
+    StatusQuestion question = question_about_signer(moment_of(item));
+    if (X509_get_ext_by_NID(responder->certificate.get(), NID_id_pkix_OCSP_noCheck, -1) >= 0) {
+        question.is_about_key = true;
+        question.may_fetch = false;
+        if (session_.judge(path, 0, question).key_is_compromised) {
+            return false;
+        }
+    } else if (!passes_with_support(item, path, 0, question)) {
+        return false;
+    }
+    return has_sound_key(item, responder);
+}
+
+// As in passes_with_support: what is foreign can't silence what isn't.
+bool EvidenceSigner::has_sound_key(const EvidenceItem& item, const CertificateEntry& signer) {
+    const KeyHeard heard = session_.paths.hear_of_key(signer, path_.back());
+    if (heard == KeyHeard::untold) {
+        session_.signatures.note_left_out();
+    }
+    return heard == KeyHeard::nothing || (heard == KeyHeard::untold && !item.given());
 }
 
 bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
@@ -207,7 +228,8 @@ bool EvidenceSigner::is_in_good_standing(const EvidenceItem& item, CertificatePa
         if (is_above(*path[i])) {
             continue;
         }
-        if (session_.is_under_way(*path[i]) || !passes_with_support(item, path, i, question)) {
+        if (session_.is_under_way(*path[i]) || !passes_with_support(item, path, i, question) ||
+            !has_sound_key(item, path[i])) {
             return false;
         }
     }

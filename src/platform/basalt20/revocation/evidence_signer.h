@@ -28,11 +28,14 @@ private:
                          bool foreign_signer = false);
     bool has_signed_answer(const EvidenceItem& item);
     bool is_delegate(const EvidenceItem& item, const X509Entry& responder);
+    bool is_trusted_delegate(const EvidenceItem& item, const CertificateEntry& responder);
     CertificateEntry prepared(const CertificateBody& responder, bool given);
     bool is_in_good_standing(const EvidenceItem& item, CertificatePathView path, FileTicks at);
     // Whether path[index] passes; what spoke for it is kept with the item that hangs on it.
     bool passes_with_support(const EvidenceItem& item, CertificatePathView path, std::size_t index,
                              const StatusQuestion& question);
+    // Whether nothing at hand calls it compromised, by whatever certificate of it.
+    bool has_sound_key(const EvidenceItem& item, const CertificateEntry& signer);
     bool is_above(const X509Entry& certificate) const;
     FileTicks moment_of(const EvidenceItem& item) const;
     StatusQuestion question_about_signer(FileTicks at) const;

@@ -99,9 +99,9 @@ bool Inquiry::ask_given() {
     Items items = session_.given.about(
         identity_, sources_.scope.list_issuers(),
         [&](const EvidenceItem& item, std::size_t count) { return affords(item, count); });
-    something_at_hand_ = !items.empty();
     const Items fetched = fetched_before();
     items.insert(items.end(), fetched.begin(), fetched.end());
+    something_at_hand_ = !items.empty();
     return consider(std::move(items));
 }
 
@@ -125,7 +125,9 @@ Inquiry::Items Inquiry::fetched_before() {
     return items;
 }
 
+// Also when what was given makes it good: whoever gave that may have known better since.
 bool Inquiry::ask_cache() {
+    cache_was_asked_ = true;
     for (const std::string& url : addresses_.ocsp) {
         if (consider_cached(key_of(EvidenceKind::ocsp, url), url, EvidenceKind::ocsp)) {
             return true;
@@ -136,7 +138,7 @@ bool Inquiry::ask_cache() {
             return true;
         }
     }
-    return false;
+    return is_final();
 }
 
 bool Inquiry::ask_network() {
@@ -462,9 +464,15 @@ bool Inquiry::is_final() const {
     if (question_.is_about_key) {
         return ruling_.tells_compromise;
     }
-    // What was left out may revoke; so may what the next source says.
-    return ruling_.standing == Standing::revoked ||
-           (ruling_.standing == Standing::good && is_all_heard());
+    // What was left out may revoke; so may what the next source says. A newer word lifts a hold.
+    return (ruling_.standing == Standing::revoked && !ruling_.may_be_lifted) ||
+           (ruling_.standing == Standing::good && is_all_heard() &&
+            (cache_was_asked_ || !question_.may_use_cache));
+}
+
+bool Inquiry::may_still_be_lifted() const {
+    return ruling_.may_be_lifted && !question_.may_fetch &&
+           !(addresses_.ocsp.empty() && addresses_.crl.empty());
 }
 
 DecidingEvidence Inquiry::deciding_evidence(const EvidenceItem& item, const Statement& of) const {
@@ -510,6 +518,7 @@ StatusFinding Inquiry::finding() const {
         finding.standing = Standing::unknown;
     }
     if (finding.standing != Standing::unknown) {
+        finding.may_be_lifted = may_still_be_lifted();
         add_support(finding);
         return finding;
     }

@@ -55,6 +55,7 @@ private:
     bool decide();
     // Whatever else may come changes nothing.
     bool is_final() const;
+    bool may_still_be_lifted() const;
     bool is_all_heard() const { return session_.signatures.left_out() == left_out_before_; }
     StatusFinding finding() const;
     void add_support(StatusFinding& finding) const;
@@ -80,6 +81,7 @@ private:
     std::size_t stated_ = 0;     // of the accepted ones, so many
     Ruling ruling_;
     bool something_at_hand_ = false;
+    bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign
     std::string unreached_;
     bool not_asked_ = false; // an address, since no time was left

@@ -155,6 +155,7 @@ Ruling rule(std::span<const Statement> statements, const Moments& moments) {
         const bool later = statements[*last].revoked_at > moments.stamp;
         if (!later || moments.is_signer) {
             ruling.revoked_later = later;
+            ruling.may_be_lifted = true;
             ruling.deciding = {*last};
             return ruling;
         }

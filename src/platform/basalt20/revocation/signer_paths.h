@@ -53,6 +53,13 @@ enum class PathFound {
     untold, // the search had to end early
 };
 
+// What other certificates of a key tell of it.
+enum class KeyHeard {
+    nothing,
+    compromised,
+    untold, // more lay at hand than could be looked at
+};
+
 class SignerPaths {
 public:
     virtual ~SignerPaths() = default;
@@ -66,6 +73,10 @@ public:
     // signatures, constraints and validity at `at` are good (of the anchor's validity nothing is
     // asked), and whose authorities may be used for what is asked. Nothing is fetched.
     virtual PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) = 0;
+
+    // Whether the key is in strange hands, by what is said under that anchor of whichever
+    // certificate at hand it is in. Nothing is fetched.
+    virtual KeyHeard hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) = 0;
 };
 
 } // namespace basalt

@@ -28,7 +28,7 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
     if (under_way_.empty() && std::exchange(judged_with_, taken_in_) != taken_in_) {
         // What has come since may revoke. Whoever was asked isn't asked again.
         std::erase_if(findings_, [](const auto& finding) {
-            return finding.second.standing != Standing::revoked;
+            return finding.second.standing != Standing::revoked || finding.second.may_be_lifted;
         });
     }
     // What was found when the sources were asked holds for whoever may not ask them, too, and goes
@@ -41,7 +41,9 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
             return known->second;
         }
     }
-    if (under_way_.size() >= kMostUnderWay || is_under_way(*certificate)) {
+    const bool is_too_deep = under_way_.size() >= kMostUnderWay;
+    if (is_too_deep || is_under_way(*certificate)) {
+        circles_ += is_too_deep ? 1 : 0;
         StatusFinding finding;
         finding.cause = UnknownCause::unreachable;
         return finding;
@@ -102,10 +104,13 @@ bool EvidenceSession::has_entry(const EvidenceItem& list, X509* certificate) {
     return known->second;
 }
 
-bool EvidenceSession::is_under_way(const X509Entry& certificate) const {
-    return std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
-        return X509_cmp(other->certificate.get(), certificate.certificate.get()) == 0;
-    });
+bool EvidenceSession::is_under_way(const X509Entry& certificate) {
+    const bool is_circle =
+        std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
+            return X509_cmp(other->certificate.get(), certificate.certificate.get()) == 0;
+        });
+    circles_ += is_circle ? 1 : 0;
+    return is_circle;
 }
 
 void add_unknown(std::vector<DecidingEvidence>& known, const std::vector<DecidingEvidence>& more) {
@@ -147,6 +152,10 @@ void StatusCheck::forget_findings() {
 
 std::size_t StatusCheck::taken_in() const {
     return session_->taken_in();
+}
+
+unsigned StatusCheck::circles() const {
+    return session_->circles();
 }
 
 StatusFinding StatusCheck::judge(CertificatePathView path, std::size_t index,

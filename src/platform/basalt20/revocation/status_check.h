@@ -42,6 +42,8 @@ struct StatusFinding {
     FileTicks revoked_at = 0;  // of a revoked one
     // Revoked after the stamp's time, for a reason that voids what was signed before, too.
     bool revoked_later = false;
+    // Revoked by a hold, and there are sources that weren't asked whether it was lifted since.
+    bool may_be_lifted = false;
     UnknownCause cause = UnknownCause::no_source;
     std::string unreached;  // of an unknown one: the first address that gave nothing
     bool not_asked = false; // of an unknown one: an address wasn't asked for want of time
@@ -95,6 +97,9 @@ public:
 
     // How much has been read from the cache and fetched so far.
     std::size_t taken_in() const;
+
+    // How often a judgement came back to what was being judged, and so told nothing.
+    unsigned circles() const;
 
 private:
     class Session;

@@ -311,7 +311,14 @@ const Scenario kScenarios[] = {
     row("on hold, lifted by a newer answer", kEnd, kNow,
         {given(revoked(list(90, 110), -5, 6)), given(answer(95, 110))}, kGood, kNone, 0),
     row("on hold since the list", kEnd, kNow,
-        {given(list(90, 110)), given(revoked(answer(95, 110), -5, 6))}, kRevoked, kNone, 0),
+        {given(list(90, 110)), given(revoked(answer(95, 110), -5, 6))}, kRevoked, kNone, 3),
+    row("on hold, lifted since as the responder tells", kEnd, kNow,
+        {given(revoked(list(90, 110), -5, 6)), at_its_place(answer(99, 110))}, kGood, kNone, 1),
+    row("on hold, and nobody tells otherwise", kEnd, kNow,
+        {cached(revoked(list(90, 110), -5, 6)), at_its_place(with(Fault::forged, answer(99, 110)))},
+        kRevoked, kNone, 3),
+    row("revoked by what the cache has, whatever was given", kEnd, kNow,
+        {given(list(90, 110)), cached(revoked(answer(95, 110), -5, 1))}, kRevoked, kNone, 0),
     // The certificate has ended.
     row("made in time", kEnded, kLater, {given(list(10, 20))}, kGood, kNone, 0),
     row("made in time, cached", kEnded, kLater, {cached(answer(10, 20))}, kGood, kNone, 0),
@@ -339,7 +346,7 @@ const Scenario kScenarios[] = {
 };
 
 TEST_F(StatusScenarios, GiveTheStandingByTheRule) {
-    EXPECT_EQ(std::size(kScenarios), 49u);
+    EXPECT_EQ(std::size(kScenarios), 52u);
     for (const Scenario& scenario : kScenarios) {
         SCOPED_TRACE(scenario.name);
         responder_.forget();

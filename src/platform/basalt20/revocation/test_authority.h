@@ -375,6 +375,10 @@ public:
         return has_path(maker, judge) ? PathFound::taken : PathFound::none;
     }
 
+    KeyHeard hear_of_key(const CertificateEntry&, const CertificateEntry&) override {
+        return KeyHeard::nothing;
+    }
+
 private:
     bool has_path(const EvidenceMaker& maker, const PathJudge& judge) {
         ++searches_;
