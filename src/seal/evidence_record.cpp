@@ -30,14 +30,18 @@ HashAlgorithm known_hash(const AlgorithmInfo& algorithm) {
                 "judge it where it is known");
 }
 
-// A response isn't taken for the token that it holds.
+// A response isn't taken for the token that it holds. Throws as the reader of stamps what can't be
+// told, and `record_malformed` for all else that is no stamp.
 Stamp read_token(ByteView token, std::size_t index) {
     try {
         Stamp stamp = StampAccess::make(StampAccess::read_der(token));
         if (stamp.has_token() && stamp.response().empty()) {
             return stamp;
         }
-    } catch (const Error&) { // told below
+    } catch (const Error& error) {
+        if (error.category() == Category::unreachable) {
+            throw; // what nobody signed is damaged: the stamp may be one
+        }
     } catch (const ATL::CAtlException&) {
     }
     throw Error(Category::refused, "record_malformed", 0,

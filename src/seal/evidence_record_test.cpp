@@ -1,4 +1,5 @@
 // Reading of records: what is taken, what is refused and by which word.
+#include <chronoseal/seal/signed_data_parts.h>
 #include <chronoseal/seal/testing/evidence_fixture.h>
 
 namespace chronoseal::testing {
@@ -79,6 +80,14 @@ TEST_F(EvidenceRecordTest, MalformedRecordsAreRefused) {
     EXPECT_EQ(word("hello"), "not_a_record");
     EXPECT_EQ(word(over), "not_a_record");
     EXPECT_EQ(word(""), "not_a_record");
+}
+
+// Of a token whose unsigned attributes are damaged nobody can tell whether it is bad.
+TEST_F(EvidenceRecordTest, WhatNobodySignedMakesNoRecordMalformed) {
+    SignedDataParts parts(to_bytes(over));
+    parts.add_unsigned_attribute(0, "1.2.3", to_bytes("\x30\x05\x02\x01\x01"));
+    const std::string damaged = stamp_text({}, to_text(parts.encode()));
+    EXPECT_EQ(word(record_text({{damaged}})), "unsigned_damaged");
 }
 
 // Its hashes are over DER: a frame in another form can't be what was hashed.

@@ -2,6 +2,7 @@
 
 import datetime
 import hashlib
+import os
 
 import forge
 import program
@@ -395,6 +396,20 @@ class Unsigned(TokenTest):
                 token = self.with_parts([forge.attribute("1.2.840.113549.1.9.16.2.23", values)], [old.der], lists,
                                         signer=signer)
                 self.expect(self.verify(token, "--revocation", "available"), expected)
+
+    def test_weak_namesakes_that_hide_the_authority_are_not_blamed(self):
+        ca = forge.issue(self.folder, "hidden", self.root, ca=True, usage=None)
+        signer = forge.issue(self.folder, "signer", ca)
+        weak = {"algorithm": "md5_rsa", "parameters": core.Null()}
+        def namesake():
+            fields = ca.certificate["tbs_certificate"].copy()
+            fields["serial_number"] = int.from_bytes(os.urandom(8), "big") >> 1
+            fields["signature"], fields["issuer"] = weak, forge.name_of("nobody")
+            return x509.Certificate({"tbs_certificate": fields, "signature_algorithm": weak,
+                                     "signature_value": os.urandom(256)}).dump()
+        for _ in range(3):  # their digests decide which are looked at
+            token = self.with_parts(certificates=[ca.der, *(namesake() for _ in range(300))], signer=signer)
+            self.expect(self.verify(token), UNREACHABLE, "more came along than may be looked at")
 
     def test_damaged_parts(self):
         oid = core.ObjectIdentifier("1.2.3").dump()

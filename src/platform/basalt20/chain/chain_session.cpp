@@ -386,8 +386,8 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
     bool stands = false;
     for (int look = 0; !stands && look < kMostLooks; ++look) {
         forget_what_is_out_of_date(question);
-        good = judge_elements(judgement, question, may_fetch) &&
-               hear_of_keys(judgement, question) && all_pass(judgement);
+        good = judge_elements(judgement, question, may_fetch) && hear_of_keys(judgement) &&
+               all_pass(judgement);
         stands = status_->taken_in() == taken_in_ || any_revoked(judgement);
     }
     cut_short_ = cut_short_ || !stands;
@@ -435,7 +435,7 @@ void ChainSession::hear_anew(const Question& question) {
 
 // A key in strange hands makes no path to that anchor good, whichever certificate says so. False
 // when one is, or when there was more to hear of them than could be.
-bool ChainSession::hear_of_keys(Judgement& judgement, const Question& question) {
+bool ChainSession::hear_of_keys(Judgement& judgement) {
     if (request_.revocation == RevocationScope::none) {
         return true;
     }

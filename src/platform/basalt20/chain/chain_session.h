@@ -106,7 +106,7 @@ private:
     std::optional<Judgement> ask_network(const Question& question);
     bool is_condemned(const Judgement& judgement) const;
     Judgement incomplete(const Question& question);
-    bool hear_of_keys(Judgement& judgement, const Question& question);
+    bool hear_of_keys(Judgement& judgement);
     void hear_anew(const Question& question);
     void add_authorities();
     void add_system_stores();
