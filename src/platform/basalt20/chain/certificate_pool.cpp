@@ -103,7 +103,6 @@ void CertificatePool::add(std::shared_ptr<CertificateItem> item, PoolSource sour
     if (is_reasonable(*item->body)) {
         const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
         waiting_.emplace(key, Waiting{std::move(item), source});
-        ++arrived_;
     }
 }
 
@@ -111,11 +110,7 @@ PoolCertificate& CertificatePool::place(std::shared_ptr<CertificateItem> item) {
     const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
     settle(key);
     PoolCertificate* known = find(key, *item);
-    if (known != nullptr) {
-        return *known;
-    }
-    ++arrived_;
-    return insert(key, {std::move(item), PoolSource::given});
+    return known != nullptr ? *known : insert(key, {std::move(item), PoolSource::given});
 }
 
 PoolCertificate& CertificatePool::start(std::shared_ptr<CertificateItem> item) {

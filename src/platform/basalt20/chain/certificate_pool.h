@@ -80,9 +80,6 @@ public:
     // All of that key, whatever their names: the likeliest to be honest first.
     std::vector<PoolCertificate*> like_keyed(Bytes bits);
 
-    // Grows with each certificate that comes.
-    std::size_t arrived() const { return arrived_; }
-
     // Makes `entry`.
     Prepared prepare(PoolCertificate& certificate, Budget& budget);
 
@@ -110,7 +107,6 @@ private:
     std::vector<std::pair<Bytes, std::uint64_t>> keys_; // of the first few names
     std::deque<PoolCertificate> certificates_;
     std::size_t prepared_from_given_ = 0;
-    std::size_t arrived_ = 0;
 };
 
 } // namespace basalt

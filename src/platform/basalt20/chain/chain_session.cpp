@@ -239,6 +239,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     if (!found && !had_system_stores) {
         // The folders of the system stores are read only when the rest doesn't do.
         add_system_stores();
+        hear_anew(question);
         found = search(question);
     }
     if (!found) {
@@ -417,7 +418,6 @@ bool ChainSession::judge_elements(Judgement& judgement, const Question& question
         JudgedElement& element = judgement.elements[i];
         status.is_signer = i == 0;
         element.status = status_of(path, entries, i, status);
-        element.status->may_be_lifted = element.status->may_be_lifted && request_.may_fetch;
         element.status_passes = passes(*element.status, settings_.revocation);
         if (is_revoked(element)) {
             return false;

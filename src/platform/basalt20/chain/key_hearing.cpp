@@ -50,16 +50,12 @@ KeyHearing::Heard KeyHearing::hear(Bytes key, Bytes anchor, std::size_t least) {
     const auto found = std::find_if(known_.begin(), known_.end(), [&](const Known& one) {
         return one.least == least && same_bytes(one.key, key) && same_bytes(one.anchor, anchor);
     });
-    if (found != known_.end() && found->under_way) {
-        ++circles_;
-        return {};
-    }
-    if (found != known_.end() && (found->heard.compromised || found->arrived == pool_.arrived())) {
+    if (found != known_.end()) {
+        circles_ += found->under_way ? 1 : 0;
         return found->heard;
     }
-    Known& known = found != known_.end() ? *found : known_.emplace_back();
-    known = {
-        {key.begin(), key.end()}, {anchor.begin(), anchor.end()}, least, pool_.arrived(), {}, true};
+    Known& known = known_.emplace_back();
+    known = {{key.begin(), key.end()}, {anchor.begin(), anchor.end()}, least, {}, true};
     const unsigned circles_before = circles_ + status_.circles();
     const std::vector<PoolCertificate*> like_keyed = pool_.like_keyed(key);
     known.heard = like_keyed.size() >= least ? ask_all(like_keyed, known.anchor) : Heard{};

@@ -54,7 +54,6 @@ private:
         std::vector<BYTE> key;
         std::vector<BYTE> anchor;
         std::size_t least = 0; // so many certificates of the key there had to be
-        std::size_t arrived = 0;
         Heard heard;
         bool under_way = false;
     };

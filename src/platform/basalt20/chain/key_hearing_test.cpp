@@ -242,8 +242,10 @@ TEST_F(KeyHearingTest, WhoSpeaksOfOthersHasAKeyToo) {
                 twin_of(*former, {middle_.get(), usages, -kLong, kLong, "responder"});
             const std::string of_root = make_list({root_.get(), -1, 100});
             const auto verdict_by = [&](const Party* responder, const Party* told) {
-                Given given{
-                    encoded(stamper_.get()), encoded_all({middle_.get(), former.get()}), {of_root}};
+                Given given{encoded(stamper_.get()), {encoded(middle_.get())}, {of_root}};
+                if (responder != told) { // else it comes with the answer alone
+                    given.bag.push_back(encoded(told));
+                }
                 given.answers = {make_answer({.signer = responder,
                                               .entries = {{.certificate = stamper_.get(),
                                                            .issuer = middle_.get(),
