@@ -1,8 +1,8 @@
 // How much of anything one message may hold. Messages come from outside and are read before any
 // signature is looked at, so all this is counted on the bytes, before a value is made of them; what
 // goes beyond is refused as an encoding that can't be read, but for what no signature covers, which
-// is an UnsignedFault. No honest message comes near: the
-// bounds are ten times what the largest known tokens hold, and more.
+// is an UnsignedFault. No honest message comes near: the bounds are ten times what the largest known
+// tokens hold, and more.
 #pragma once
 
 #include <cstddef>
