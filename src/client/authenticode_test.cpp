@@ -97,9 +97,12 @@ TEST_F(Authenticode, RetriesOnceOnProxyAuthentication) {
 }
 
 TEST_F(Authenticode, TellsFailuresByTheLastError) {
-    LoopbackReply answer = http_reply(500, "QQ==");
+    LoopbackReply answer;
     LoopbackServer server([&](const std::string&) { return answer; });
-    EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u));
+    for (const int status : {500, 404, 203}) {
+        answer = http_reply(status, "QQ==");
+        EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u)) << status;
+    }
     answer = http_reply(200, "Q\r\nQ==");
     EXPECT_EQ(stamp(server.url().c_str()), "A");
     answer = http_reply(200, "");
