@@ -127,6 +127,7 @@ TEST(Inspect, WhatStandsBehindAStampIsToldAndNotLost) {
     for (const auto& row : rows) {
         const Bytes bytes = to_bytes(row.bytes);
         EXPECT_EQ(inspect(bytes).behind, row.behind) << row.bytes.size();
+        EXPECT_EQ(to_text(Stamp::read(bytes).token()), token) << row.bytes.size();
         EXPECT_EQ(word_of([&] { rewrap(bytes, to_bytes(token)); }), row.lost ? "malformed" : "")
             << row.bytes.size();
     }

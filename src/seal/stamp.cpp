@@ -285,7 +285,9 @@ StampAccess::Content StampAccess::read_der(ByteView der) {
     } else {
         auto token = std::make_shared<CToken>();
         try {
-            token->decode(bytes);
+            // What stands behind isn't its, and would make it one that the platform can't read.
+            const auto first = DerReader(der).next();
+            token->decode(first ? blob_of(first->whole) : bytes);
         } catch (const UnsignedFault& fault) {
             throw unread(fault);
         } catch (const ATL::CAtlException&) {

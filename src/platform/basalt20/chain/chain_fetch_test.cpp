@@ -167,27 +167,68 @@ TEST_F(ChainFetchTest, OfAHoldItIsAskedWhetherItWasLifted) {
 }
 
 // A list by another key of the authority's name makes the stamper good, until it is fetched that
-// the other key was stolen.
+// the other key was stolen: for the authority's sake, or for that of the other key.
 TEST_F(ChainFetchTest, WhatSpokeForOneIsHeldAgainstWhatCameSince) {
-    const auto authority = make_party(
-        {"middle", root_.get(),
-         std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url("/root")});
-    const auto stolen = make_party({"middle", root_.get(), kAuthority});
-    const auto stamper =
-        make_party({"stamper", authority.get(),
-                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
-    const Given given{encoded(stamper.get()),
-                      encoded_all({authority.get(), stolen.get()}),
-                      {make_list({stolen.get(), -1, 100})}};
-    for (const DWORD mode : {BASALT_REVOCATION_REQUIRE, BASALT_REVOCATION_AVAILABLE}) {
-        setting_.revocation = mode;
-        server_.forget();
-        server_.serve("/root", {make_list({root_.get(), -1, 100, {{stolen.get(), -10, 1}}})});
-        server_.serve("/list", {make_list({authority.get(), -1, 100, {{stamper.get(), -10, 1}}})});
-        for (int again = 0; again < 2; ++again) { // then by the cache
-            EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED) << mode << again;
+    for (const bool authority_names_it : {true, false}) {
+        const std::string with_source =
+            std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url("/root");
+        const auto authority =
+            make_party({"middle", root_.get(), authority_names_it ? with_source : kAuthority});
+        const auto stolen =
+            make_party({"middle", root_.get(), authority_names_it ? kAuthority : with_source});
+        const auto stamper =
+            make_party({"stamper", authority.get(),
+                        kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+        const Given given{encoded(stamper.get()),
+                          encoded_all({authority.get(), stolen.get()}),
+                          {make_list({stolen.get(), -1, 100})}};
+        for (const DWORD mode : {BASALT_REVOCATION_REQUIRE, BASALT_REVOCATION_AVAILABLE}) {
+            setting_.revocation = mode;
+            server_.forget();
+            server_.serve("/root", {make_list({root_.get(), -1, 100, {{stolen.get(), -10, 1}}})});
+            server_.serve("/list",
+                          {make_list({authority.get(), -1, 100, {{stamper.get(), -10, 1}}})});
+            for (int again = 0; again < 2; ++again) { // then by the cache
+                EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED)
+                    << authority_names_it << mode << again;
+            }
         }
     }
+}
+
+// The answer about one is kept, then the list for another one, which knows better.
+TEST_F(ChainFetchTest, AllThatIsCachedCounts) {
+    const std::string list = "crlDistributionPoints=URI:" + server_.url("/list");
+    const auto stamper =
+        make_party({"stamper", middle_.get(),
+                    kStamper + list + "\nauthorityInfoAccess=OCSP;URI:" + server_.url("/ocsp")});
+    const auto other = make_party({"other", middle_.get(), kStamper + list});
+    server_.serve("/ocsp", {make_answer({.signer = middle_.get(),
+                                         .entries = {{.certificate = stamper.get(),
+                                                      .issuer = middle_.get(),
+                                                      .made = -2,
+                                                      .next = 100}}})});
+    server_.serve("/list", {make_list({middle_.get(), -1, 100, {{stamper.get(), -10, 1}}})});
+    const std::vector<std::string> bag{encoded(middle_.get())};
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), bag}), 0U);
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(other.get()), bag}), 0U);
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), bag}), CRYPT_E_REVOKED);
+}
+
+// It was verified when it was kept: a stranger who leaves its signer out makes nothing good.
+TEST_F(ChainFetchTest, ACachedRevocationOutlivesItsSignersAbsence) {
+    const auto rekeyed = make_party({"middle", root_.get(), kAuthority});
+    const auto stamper =
+        make_party({"stamper", middle_.get(),
+                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    server_.serve("/list", {make_list({rekeyed.get(), -1, 100, {{stamper.get(), -10, 1}}})});
+    const Given whole{encoded(stamper.get()), encoded_all({middle_.get(), rekeyed.get()})};
+    const Given without{
+        encoded(stamper.get()), {encoded(middle_.get())}, {make_list({middle_.get(), -3, 100})}};
+    EXPECT_EQ(stamp_verdict(setting_, whole), CRYPT_E_REVOKED);
+    setting_.flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    EXPECT_EQ(stamp_verdict(setting_, without), TRUST_E_SYSTEM_ERROR);
+    EXPECT_EQ(stamp_verdict(setting_, whole), CRYPT_E_REVOKED);
 }
 
 // The cached list is read for another certificate of the stamper's key.

@@ -210,7 +210,9 @@ PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& ju
 
 KeyHeard ChainSession::hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) {
     add_authorities();
-    const KeyHearing::Heard heard = hearing_->hear_of_any(key_bits(*of), key_bits(*anchor));
+    Sha256 itself{};
+    X509_digest(of->certificate.get(), EVP_sha256(), itself.data(), nullptr);
+    const KeyHearing::Heard heard = hearing_->hear(key_bits(*of), key_bits(*anchor), itself);
     return heard.compromised ? KeyHeard::compromised
            : heard.cut_short ? KeyHeard::untold
                              : KeyHeard::nothing;
@@ -409,8 +411,14 @@ void ChainSession::forget_what_is_out_of_date(const Question& question) {
 bool ChainSession::judge_elements(Judgement& judgement, const Question& question, bool may_fetch) {
     const Path path = path_of_judgement(judgement);
     const CertificatePath entries = entries_of(path);
-    StatusQuestion status{question.at, question.now,       settings_.revocation, false,
-                          may_fetch,   settings_.strength, !settings_.given_only};
+    StatusQuestion status;
+    status.stamp_time = question.at;
+    status.now = question.now;
+    status.mode = settings_.revocation;
+    status.may_fetch = may_fetch;
+    status.may_ask_later = request_.may_fetch && !may_fetch;
+    status.strength = settings_.strength;
+    status.may_use_cache = !settings_.given_only;
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
         if (!checks(judgement, i)) {
             continue;
@@ -430,7 +438,8 @@ void ChainSession::hear_anew(const Question& question) {
     hearing_.emplace(pool_, budget_, *status_,
                      KeyHearing::Question{question.at, question.now, question.usage,
                                           request_.policies, settings_.revocation,
-                                          settings_.strength, !settings_.given_only});
+                                          settings_.strength, !settings_.given_only,
+                                          request_.may_fetch});
 }
 
 // A key in strange hands makes no path to that anchor good, whichever certificate says so. False

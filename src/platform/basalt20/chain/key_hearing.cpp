@@ -46,22 +46,31 @@ bool KeyHearing::has_condemned(const Path& path) const {
 
 // Who says it may be asked of in turn. What comes back to a key that is being asked about tells
 // nothing, and what was found with the help of that is kept for nobody else.
-KeyHearing::Heard KeyHearing::hear(Bytes key, Bytes anchor, std::size_t least) {
+KeyHearing::Heard KeyHearing::hear(Bytes key, Bytes anchor, const Sha256& itself) {
     const auto found = std::find_if(known_.begin(), known_.end(), [&](const Known& one) {
-        return one.least == least && same_bytes(one.key, key) && same_bytes(one.anchor, anchor);
+        return same_bytes(one.key, key) && same_bytes(one.anchor, anchor) &&
+               (!one.only || *one.only == itself);
     });
     if (found != known_.end()) {
         circles_ += found->under_way ? 1 : 0;
         return found->heard;
     }
-    Known& known = known_.emplace_back();
-    known = {{key.begin(), key.end()}, {anchor.begin(), anchor.end()}, least, {}, true};
-    const unsigned circles_before = circles_ + status_.circles();
     const std::vector<PoolCertificate*> like_keyed = pool_.like_keyed(key);
-    known.heard = like_keyed.size() >= least ? ask_all(like_keyed, known.anchor) : Heard{};
+    const bool is_alone = std::all_of(like_keyed.begin(), like_keyed.end(),
+                                      [&](const auto* one) { return one->digest() == itself; });
+    Known& known = known_.emplace_back();
+    known.key = {key.begin(), key.end()};
+    known.anchor = {anchor.begin(), anchor.end()};
+    if (is_alone) {
+        known.only = itself;
+        return {};
+    }
+    known.under_way = true;
+    const unsigned circles_before = circles();
+    known.heard = ask_all(like_keyed, known.anchor);
     known.under_way = false;
     const Heard heard = known.heard;
-    if (!heard.compromised && circles_before != circles_ + status_.circles()) {
+    if (!heard.compromised && circles_before != circles()) {
         known_.remove_if([&](const Known& one) { return &one == &known; });
     }
     return heard;
@@ -117,8 +126,12 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
             return true;
         }
         ++speakers_;
-        heard.compromised = may_speak(path, *structure, finding);
-        return heard.compromised;
+        // Who is believed for want of word of him mustn't be the one who is asked about.
+        const unsigned circles_before = circles();
+        const bool speaks = may_speak(path, *structure, finding);
+        heard.compromised = speaks && circles_before == circles();
+        heard.cut_short = heard.cut_short || (speaks && !heard.compromised);
+        return speaks;
     });
     heard.cut_short = heard.cut_short || (!was_asked && search.was_cut_short());
     return was_asked;
@@ -132,6 +145,7 @@ StatusFinding KeyHearing::status_of(const Path& path, std::size_t index, FileTic
     question.mode = question_.mode;
     question.strength = question_.strength;
     question.may_use_cache = question_.may_use_cache;
+    question.may_ask_later = question_.may_ask_later;
     question.is_about_key = is_about_key;
     return status_.judge(entries_of(path), index, question);
 }

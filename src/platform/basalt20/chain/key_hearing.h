@@ -25,6 +25,7 @@ public:
         RevocationMode mode;
         StrengthLevel strength;
         bool may_use_cache = true;
+        bool may_ask_later = false;
     };
 
     struct Heard {
@@ -40,11 +41,11 @@ public:
     // Of the certificate's key under the anchor's. One that is the only one of its key tells
     // nothing here: it is judged where it stands.
     Heard hear(const PoolCertificate& certificate, const PoolCertificate& anchor) {
-        return hear(certificate.key_bits(), anchor.key_bits(), 2);
+        return hear(certificate.key_bits(), anchor.key_bits(), certificate.digest());
     }
 
-    // The same of one that needn't be among those at hand.
-    Heard hear_of_any(Bytes key, Bytes anchor) { return hear(key, anchor, 1); }
+    // The same of one with that digest, which needn't be among those at hand.
+    Heard hear(Bytes key, Bytes anchor, const Sha256& itself);
 
     // Whether a key of the path was found to be compromised already.
     bool has_condemned(const Path& path) const;
@@ -53,12 +54,11 @@ private:
     struct Known {
         std::vector<BYTE> key;
         std::vector<BYTE> anchor;
-        std::size_t least = 0; // so many certificates of the key there had to be
+        std::optional<Sha256> only; // nobody was asked of any other certificate
         Heard heard;
         bool under_way = false;
     };
 
-    Heard hear(Bytes key, Bytes anchor, std::size_t least);
     Heard ask_all(const std::vector<PoolCertificate*>& like_keyed, Bytes anchor);
     // True when it was asked by some way up; false leaves `heard` as it is, or cuts it short.
     bool ask(PoolCertificate& certificate, Bytes anchor, SearchAmong among, Heard& heard);
@@ -74,6 +74,8 @@ private:
     Question question_;
     SearchCounts counts_;
     unsigned speakers_ = 0;
+    unsigned circles() const { return circles_ + status_.circles(); }
+
     unsigned circles_ = 0;
     std::list<Known> known_;
 };

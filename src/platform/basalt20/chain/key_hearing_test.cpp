@@ -264,8 +264,8 @@ TEST_F(KeyHearingTest, WhoSpeaksOfOthersHasAKeyToo) {
             const bool counts = reason == kSuperseded;
             EXPECT_EQ(verdict_by(present.get(), former.get()),
                       counts ? 0U : CRYPT_E_REVOCATION_OFFLINE);
-            EXPECT_EQ(verdict_by(former.get(), former.get()),
-                      counts && unasked ? 0U : CRYPT_E_REVOCATION_OFFLINE);
+            EXPECT_EQ(verdict_by(former.get(), former.get()), CRYPT_E_REVOCATION_OFFLINE)
+                << "it needn't be asked about, but this is known of it";
         }
     }
     const PartyOwner former = make_party({"middle", root_.get(), kAuthority});
@@ -277,6 +277,55 @@ TEST_F(KeyHearingTest, WhoSpeaksOfOthersHasAKeyToo) {
                                  {make_list({root_.get(), -1, 100, {{former.get(), -10, reason}}}),
                                   make_list({present.get(), -1, 100})}}),
                   reason == kSuperseded ? 0U : CRYPT_E_REVOCATION_OFFLINE);
+    }
+}
+
+// Whoever calls a key compromised may be the thief: what its owner has revoked stays open.
+TEST_F(KeyHearingTest, WhatTheAccusedRevokedIsNotForgotten) {
+    const PartyOwner other = make_party({"middle", root_.get(), kAuthority});
+    const PartyOwner side = make_party({"side", root_.get(), kAuthority});
+    const PartyOwner twin = twin_of(*other, {side.get()});
+    const std::string revoking =
+        make_list({other.get(), -1, 100, {{stamper_.get(), -10, kSuperseded}}});
+    const std::string of_root = make_list({root_.get(), -1, 100});
+    EXPECT_EQ(verdict_with({other.get()}, {of_root, revoking}), CRYPT_E_REVOKED);
+    const std::string accusing =
+        make_list({side.get(), -1, 100, {{twin.get(), -10, kCompromised}}});
+    EXPECT_EQ(verdict_with({other.get(), side.get(), twin.get()}, {of_root, revoking, accusing}),
+              TRUST_E_SYSTEM_ERROR);
+    // Of whom the root itself says that he is revoked, nothing counts.
+    EXPECT_EQ(verdict_with({other.get()},
+                           {make_list({root_.get(), -1, 100, {{other.get(), -10, kCompromised}}}),
+                            revoking}),
+              0U);
+}
+
+// The revoked authority has certified the key of who has revoked it, and calls that compromised.
+TEST_F(KeyHearingTest, NobodyClearsHimself) {
+    for (const bool unasked : {false, true}) {
+        const std::string usages = std::string("keyUsage=digitalSignature\n"
+                                               "extendedKeyUsage=OCSPSigning\n") +
+                                   (unasked ? "noCheck=ignored" : "");
+        const PartyOwner responder = make_party({"responder", root_.get(), usages});
+        const PartyOwner twin =
+            twin_of(*responder, {middle_.get(), usages, -kLong, kLong, "responder"});
+        Given given{encoded(stamper_.get()),
+                    encoded_all({middle_.get(), twin.get()}),
+                    {make_list({root_.get(), -3, 100}),
+                     make_list({middle_.get(), -1, 100, {{twin.get(), -10, kCompromised}}})},
+                    {make_answer({.signer = responder.get(),
+                                  .entries = {{.certificate = middle_.get(),
+                                               .issuer = root_.get(),
+                                               .status = V_OCSP_CERTSTATUS_REVOKED,
+                                               .made = -1,
+                                               .next = 100,
+                                               .since = -10,
+                                               .reason = kCompromised}}})}};
+        for (const DWORD mode : {BASALT_REVOCATION_REQUIRE, BASALT_REVOCATION_AVAILABLE}) {
+            setting_.revocation = mode;
+            const DWORD verdict = stamp_verdict(setting_, given);
+            EXPECT_TRUE(verdict == CRYPT_E_REVOKED || verdict == TRUST_E_SYSTEM_ERROR) << verdict;
+        }
     }
 }
 

@@ -35,6 +35,7 @@ public:
                         const StatusQuestion& question);
 
     bool is_under_way(const X509Entry& certificate);
+    bool is_key_under_way(const X509Entry& certificate); // or another certificate of its key
 
     // How often something was passed over because of that.
     unsigned circles() const { return circles_; }

@@ -110,6 +110,7 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item) {
     if (item.answer->names_responder(issuer()->certificate.get()) &&
         session_.signatures.good(*item.answer, *issuer(), question_.strength, item.given(),
                                  item.octets_to_pay())) {
+        is_beyond_doubt_ = true;
         return true;
     }
     for (const auto& candidate : item.answer->responders) {
@@ -127,16 +128,20 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item) {
 }
 
 // Nobody is asked of one whose authority says that nobody need be; what is known of it all the
-// same, that its key is in strange hands, counts.
+// same counts. Nobody is believed where he is judged himself.
 bool EvidenceSigner::is_trusted_delegate(const EvidenceItem& item,
                                          const CertificateEntry& responder) {
+    if (session_.is_key_under_way(*responder)) {
+        return false;
+    }
     CertificatePath path{responder};
     path.insert(path.end(), path_.begin() + static_cast<std::ptrdiff_t>(index_) + 1, path_.end());
     StatusQuestion question = question_about_signer(moment_of(item));
     if (X509_get_ext_by_NID(responder->certificate.get(), NID_id_pkix_OCSP_noCheck, -1) >= 0) {
-        question.is_about_key = true;
         question.may_fetch = false;
-        if (session_.judge(path, 0, question).key_is_compromised) {
+        const StatusFinding finding = session_.judge(path, 0, question);
+        if (finding.standing == Standing::revoked || finding.key_is_compromised) {
+            distrust(finding);
             return false;
         }
     } else if (!passes_with_support(item, path, 0, question)) {
@@ -151,15 +156,26 @@ bool EvidenceSigner::has_sound_key(const EvidenceItem& item, const CertificateEn
     if (heard == KeyHeard::untold) {
         session_.signatures.note_left_out();
     }
-    return heard == KeyHeard::nothing || (heard == KeyHeard::untold && !item.given());
+    const bool is_sound =
+        heard == KeyHeard::nothing || (heard == KeyHeard::untold && !item.given());
+    is_distrusted_ = is_distrusted_ || !is_sound; // whoever says so may have reason to
+    return is_sound;
+}
+
+// Nobody doubts that one is revoked of whom its own issuer says so.
+void EvidenceSigner::distrust(const StatusFinding& signer) {
+    is_distrusted_ = is_distrusted_ || !signer.is_beyond_doubt;
 }
 
 bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
+    is_beyond_doubt_ = false;
+    is_distrusted_ = false;
     if (item.answer) {
         return has_signed_answer(item);
     }
     for (std::size_t i = index_ + 1; i < path_.size(); ++i) {
         if (has_signed_list(item, *path_[i])) {
+            is_beyond_doubt_ = true;
             return true;
         }
     }
@@ -168,6 +184,8 @@ bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
 }
 
 bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
+    is_beyond_doubt_ = false;
+    is_distrusted_ = false;
     if (!item.list) {
         return false;
     }
@@ -213,7 +231,10 @@ bool EvidenceSigner::passes_with_support(const EvidenceItem& item, CertificatePa
     // Foreign lists about the signer of what isn't foreign can't silence it: whoever sent them
     // could have left them away. That some weren't looked at is kept in mind all the same.
     const bool speaks = !item.given() && session_.good_but_for_foreign;
-    if (!speaks && !passes(finding, question.mode)) {
+    // Whom nobody could be asked about yet doesn't pass, so that somebody is.
+    const RevocationMode mode = question.may_ask_later ? RevocationMode::require : question.mode;
+    if (!speaks && !passes(finding, mode)) {
+        distrust(finding);
         return false;
     }
     add_unknown(session_.support[&item], finding.evidence);

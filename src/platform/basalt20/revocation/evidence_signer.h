@@ -22,6 +22,11 @@ public:
     // the certificate, or by whom that key has named for it (RFC 6960, 4.2.2.2).
     bool is_beside_path(const EvidenceItem& item);
 
+    // Of the item that was looked at last. One signed by a key of the path above is beyond doubt;
+    // one that is authentic, and whose signer isn't trusted all the same, may be right.
+    bool is_beyond_doubt() const { return is_beyond_doubt_; }
+    bool is_distrusted() const { return is_distrusted_; }
+
 private:
     // `foreign_signer`: the signer's certificate came with the question.
     bool has_signed_list(const EvidenceItem& item, const X509Entry& signer,
@@ -34,6 +39,7 @@ private:
     // Whether path[index] passes; what spoke for it is kept with the item that hangs on it.
     bool passes_with_support(const EvidenceItem& item, CertificatePathView path, std::size_t index,
                              const StatusQuestion& question);
+    void distrust(const StatusFinding& signer);
     // Whether nothing at hand calls it compromised, by whatever certificate of it.
     bool has_sound_key(const EvidenceItem& item, const CertificateEntry& signer);
     bool is_above(const X509Entry& certificate) const;
@@ -46,6 +52,8 @@ private:
     std::size_t index_;
     const StatusQuestion& question_;
     const CertificateScope& scope_;
+    bool is_beyond_doubt_ = false;
+    bool is_distrusted_ = false;
 };
 
 } // namespace basalt

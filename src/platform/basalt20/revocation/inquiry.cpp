@@ -17,6 +17,8 @@ constexpr std::size_t kToPutInOrder = 8;
 constexpr std::size_t kToState = 2;
 constexpr std::size_t kOctetsCompared = 512;
 
+constexpr int kFewEntries = 16;
+
 constexpr char kRequestType[] = "application/ocsp-request";
 
 // The last tick at which it is valid: the end is told in whole seconds.
@@ -89,6 +91,9 @@ Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t
 StatusFinding Inquiry::run() {
     static_cast<void>(ask_given() || (question_.may_use_cache && ask_cache()) ||
                       (question_.may_fetch && ask_network()));
+    if (!contradicting_.empty()) {
+        leave_out(*contradicting_.front());
+    }
     ERR_clear_error();
     session_.good_but_for_foreign =
         ruling_.standing == Standing::good && !is_all_heard() && !own_left_out_;
@@ -125,9 +130,8 @@ Inquiry::Items Inquiry::fetched_before() {
     return items;
 }
 
-// Also when what was given makes it good: whoever gave that may have known better since.
+// All of it, also when what was given makes it good: one may know better than another.
 bool Inquiry::ask_cache() {
-    cache_was_asked_ = true;
     for (const std::string& url : addresses_.ocsp) {
         if (consider_cached(key_of(EvidenceKind::ocsp, url), url, EvidenceKind::ocsp)) {
             return true;
@@ -138,6 +142,7 @@ bool Inquiry::ask_cache() {
             return true;
         }
     }
+    cache_was_asked_ = true;
     return is_final();
 }
 
@@ -165,24 +170,29 @@ std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
 }
 
 bool Inquiry::consider_cached(const std::string& key, const std::string& url, EvidenceKind kind) {
-    if (const auto known = session_.fetched.find(key); known != session_.fetched.end()) {
-        Items items;
-        for (const EvidenceItem& item : known->second) {
-            items.push_back(&item);
+    if (!session_.fetched.contains(key)) {
+        std::optional<CachedObject> cached = cached_object(key);
+        if (!cached) {
+            return false;
         }
-        return consider(std::move(items));
+        session_.take_in(key,
+                         make_item(EvidenceSource::cache, url, kind, std::move(cached->bytes)));
     }
-    std::optional<CachedObject> cached = cached_object(key);
-    if (!cached) {
-        return false;
+    Items items;
+    for (const EvidenceItem& item : session_.fetched[key]) {
+        items.push_back(&item);
     }
-    const EvidenceItem* item = session_.take_in(
-        key, make_item(EvidenceSource::cache, url, kind, std::move(cached->bytes)));
-    const bool decided = consider({item});
-    if (!is_accepted(*item) && session_.signatures.left_out() == 0) {
-        forget_object(key);
+    const EvidenceItem* last = items.back();
+    const bool decided = consider(items);
+    if (last->source == EvidenceSource::cache && !is_accepted(*last)) {
+        // It was verified when it was kept: that its signer isn't at hand now doesn't undo it.
+        if (last->usable() && is_for_us(*last) && may_speak_against(*last)) {
+            contradicting_.push_back(last);
+        } else if (session_.signatures.left_out() == 0) {
+            forget_object(key);
+        }
     }
-    return decided;
+    return decided && contradicting_.empty();
 }
 
 bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
@@ -202,11 +212,14 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     }
     const EvidenceItem* item =
         session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
-    const bool decided = consider({item});
+    static_cast<void>(consider({item}));
     if (is_worth_keeping(*item)) {
         cache_object(key, {item->encoded.begin(), item->encoded.end()});
+        std::erase_if(contradicting_, [&](const EvidenceItem* old) {
+            return old->url == url && old->kind() == kind;
+        });
     }
-    return decided;
+    return is_final();
 }
 
 // A list of which that can't be told may be.
@@ -229,7 +242,6 @@ void Inquiry::leave_out(const EvidenceItem& item) {
 // By its own word: nobody has looked who signed it, and so nothing is spent on it. Of an answer
 // about very many it isn't looked for.
 bool Inquiry::speaks_against(const EvidenceItem& item) {
-    constexpr int kFewEntries = 16;
     if (item.list) {
         return session_.has_entry(item, certificate_);
     }
@@ -238,6 +250,11 @@ bool Inquiry::speaks_against(const EvidenceItem& item) {
     }
     const std::vector<Statement> said = statements_of(*item.answer, identity_);
     return std::any_of(said.begin(), said.end(), [](const Statement& s) { return s.revoked; });
+}
+
+bool Inquiry::may_speak_against(const EvidenceItem& item) {
+    return speaks_against(item) ||
+           (item.answer && OCSP_resp_count(item.answer->basic.get()) > kFewEntries);
 }
 
 // One's own first, then by their size: what it takes to look at a large one is taken from none of
@@ -313,7 +330,20 @@ bool Inquiry::hears(const EvidenceItem& item,
     const bool heard = (signer_.*has_signed)(item);
     const bool left_out = session_.signatures.left_out() != before;
     own_left_out_ = own_left_out_ || (left_out && !item.given());
+    if (heard && signer_.is_beyond_doubt()) {
+        beyond_doubt_.push_back(&item);
+    }
+    // Its signer can make nothing good; but that it can't revoke either would suit a thief.
+    if (!heard && signer_.is_distrusted() && may_speak_against(item)) {
+        leave_out(item);
+    }
     return heard;
+}
+
+bool Inquiry::is_beyond_doubt(const Items& origin) const {
+    return std::all_of(origin.begin(), origin.end(), [&](const EvidenceItem* item) {
+        return std::find(beyond_doubt_.begin(), beyond_doubt_.end(), item) != beyond_doubt_.end();
+    });
 }
 
 // To look whether it is about the certificate.
@@ -466,7 +496,7 @@ bool Inquiry::is_final() const {
     }
     // What was left out may revoke; so may what the next source says. A newer word lifts a hold.
     return (ruling_.standing == Standing::revoked && !ruling_.may_be_lifted) ||
-           (ruling_.standing == Standing::good && is_all_heard() &&
+           (ruling_.standing == Standing::good && is_all_heard() && contradicting_.empty() &&
             (cache_was_asked_ || !question_.may_use_cache));
 }
 
@@ -509,6 +539,7 @@ StatusFinding Inquiry::finding() const {
         if (ruling_.standing == Standing::revoked) {
             finding.reason = statement.reason;
             finding.revoked_at = statement.revoked_at;
+            finding.is_beyond_doubt = is_beyond_doubt(origins_[index]);
         }
         for (const EvidenceItem* item : origins_[index]) {
             finding.evidence.push_back(deciding_evidence(*item, statement));

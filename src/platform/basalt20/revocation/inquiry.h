@@ -36,6 +36,7 @@ private:
     Items fetched_before();
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);
+    bool may_speak_against(const EvidenceItem& item);
     static void put_in_order(Items& items);
     void put_weightiest_first(Items& items);
     std::size_t comparisons_for(const EvidenceItem& item) const;
@@ -44,6 +45,7 @@ private:
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
+    bool is_beyond_doubt(const Items& origin) const;
     bool is_worth_keeping(const EvidenceItem& item) const;
     void state(const Statement& statement, Items origin);
     void state_list(const List& list, const std::vector<const List*>& deltas);
@@ -74,6 +76,8 @@ private:
     std::vector<BYTE> request_;
     Moments moments_;
 
+    Items contradicting_;         // kept once, against it, and now by nobody who is known
+    Items beyond_doubt_;          // of the accepted
     std::vector<List> lists_;     // accepted
     std::vector<Answer> answers_; // accepted
     std::vector<Statement> statements_;

@@ -113,6 +113,17 @@ bool EvidenceSession::is_under_way(const X509Entry& certificate) {
     return is_circle;
 }
 
+bool EvidenceSession::is_key_under_way(const X509Entry& certificate) {
+    const EVP_PKEY* key = X509_get0_pubkey(certificate.certificate.get());
+    const bool is_circle =
+        std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
+            const EVP_PKEY* its = X509_get0_pubkey(other->certificate.get());
+            return key != nullptr && its != nullptr && EVP_PKEY_eq(key, its) == 1;
+        });
+    circles_ += is_circle ? 1 : 0;
+    return is_circle;
+}
+
 void add_unknown(std::vector<DecidingEvidence>& known, const std::vector<DecidingEvidence>& more) {
     for (const DecidingEvidence& one : more) {
         const auto is_same = [&](const DecidingEvidence& other) {

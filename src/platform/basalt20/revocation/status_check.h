@@ -51,6 +51,9 @@ struct StatusFinding {
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
     std::vector<DecidingEvidence> evidence;
 
+    // Of a revoked one: its issuer's own key has told it, or one above that.
+    bool is_beyond_doubt = false;
+
     // Something at hand says that the key is in strange hands, whichever statement decided: no
     // other path through it is good either.
     bool key_is_compromised = false;
@@ -65,8 +68,9 @@ struct StatusQuestion {
     FileTicks stamp_time = 0; // T: the moment at which the certificate has to have been good
     FileTicks now = 0;        // N: by which the age of statements is judged
     RevocationMode mode = RevocationMode::require; // off: nothing is looked at
-    bool is_signer = false; // element 0 of a time-stamp: a revocation without reason voids it
-    bool may_fetch = false; // else stores and cache alone
+    bool is_signer = false;     // element 0 of a time-stamp: a revocation without reason voids it
+    bool may_fetch = false;     // else stores and cache alone
+    bool may_ask_later = false; // it is asked again with the network where this leaves it open
     StrengthLevel strength = StrengthLevel::floor; // of what signs lists and answers
     bool may_use_cache = true;
     // Whether the key was called compromised is asked: all that is at hand is heard, and neither a
