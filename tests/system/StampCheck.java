@@ -1,11 +1,9 @@
-// Checks a token, a signature with stamps or an evidence record by BouncyCastle, for extend.py. The arguments are "token",
-// "signature" or "record", the DER file, and for a detached signature and a record the data. Prints what it found; any doubt is an exception.
+// Checks a token or a signature with stamps by BouncyCastle, for extend.py. The arguments are "token" or "signature", the
+// DER file, and for a detached signature the data. Prints what it found; any doubt is an exception.
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.MessageDigest;
 import java.util.Arrays;
-import java.util.Collection;
-import java.util.Date;
 
 import org.bouncycastle.asn1.ASN1ObjectIdentifier;
 import org.bouncycastle.asn1.cms.Attribute;
@@ -14,25 +12,20 @@ import org.bouncycastle.asn1.pkcs.PKCSObjectIdentifiers;
 import org.bouncycastle.cert.X509CertificateHolder;
 import org.bouncycastle.cms.CMSProcessableByteArray;
 import org.bouncycastle.cms.CMSSignedData;
+import org.bouncycastle.cms.SignerId;
 import org.bouncycastle.cms.SignerInformation;
 import org.bouncycastle.cms.jcajce.JcaSimpleSignerInfoVerifierBuilder;
-import org.bouncycastle.operator.jcajce.JcaDigestCalculatorProviderBuilder;
 import org.bouncycastle.tsp.TimeStampToken;
-import org.bouncycastle.tsp.ers.ERSByteData;
-import org.bouncycastle.tsp.ers.ERSEvidenceRecord;
 import org.bouncycastle.util.Store;
 
 public class StampCheck {
-    static X509CertificateHolder signerOf(Store<X509CertificateHolder> certificates, SignerInformation signer) {
-        Collection<X509CertificateHolder> found = certificates.getMatches(signer.getSID());
-        return found.iterator().next();
+    static X509CertificateHolder signerOf(Store<X509CertificateHolder> certificates, SignerId signer) {
+        return (X509CertificateHolder) certificates.getMatches(signer).iterator().next();
     }
 
     static TimeStampToken checkToken(CMSSignedData message) throws Exception {
         TimeStampToken token = new TimeStampToken(message);
-        X509CertificateHolder signer =
-            (X509CertificateHolder) token.getCertificates().getMatches(token.getSID()).iterator().next();
-        token.validate(new JcaSimpleSignerInfoVerifierBuilder().build(signer));
+        token.validate(new JcaSimpleSignerInfoVerifierBuilder().build(signerOf(token.getCertificates(), token.getSID())));
         return token;
     }
 
@@ -63,20 +56,12 @@ public class StampCheck {
                                + token.getCertificates().getMatches(null).size() + " certificates");
             return;
         }
-        if (arguments[0].equals("record")) {
-            ERSEvidenceRecord record =
-                new ERSEvidenceRecord(der, new JcaDigestCalculatorProviderBuilder().build());
-            record.validatePresent(new ERSByteData(Files.readAllBytes(Path.of(arguments[2]))), new Date());
-            record.validate(new JcaSimpleSignerInfoVerifierBuilder().build(record.getSigningCertificate()));
-            System.out.println("record");
-            return;
-        }
         CMSSignedData message = arguments.length < 3
             ? new CMSSignedData(der)
             : new CMSSignedData(new CMSProcessableByteArray(Files.readAllBytes(Path.of(arguments[2]))), der);
         int stamps = 0;
         for (SignerInformation signer : message.getSignerInfos().getSigners()) {
-            X509CertificateHolder certificate = signerOf(message.getCertificates(), signer);
+            X509CertificateHolder certificate = signerOf(message.getCertificates(), signer.getSID());
             if (!signer.verify(new JcaSimpleSignerInfoVerifierBuilder().build(certificate))) {
                 throw new IllegalStateException("the signature doesn't fit");
             }

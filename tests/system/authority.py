@@ -102,6 +102,9 @@ class Serving(program.SystemTest):
         for connection in idle[::30]:
             self.assert_hung_up(connection, 5)
 
+    def test_a_hash_that_it_does_not_stamp_is_refused(self):
+        self.expect(self.stamp(self.authority(), "weak", "--hash", "SHA-1"), program.REFUSED, "badAlg")
+
     def test_a_request_has_a_time_of_its_own(self):
         authority = self.authority("--idle", "1", "--limit", "2")
         connection = socket.create_connection(authority.address)
@@ -117,7 +120,7 @@ class Serving(program.SystemTest):
     def test_a_line_for_each_request_with_foreign_text_quoted(self):
         authority = self.authority()
         self.expect(self.stamp(authority, "logged"), GOOD)
-        self.expect(self.stamp(authority, "refused", "--policy", "1.2.3"), program.REFUSED)
+        self.expect(self.stamp(authority, "refused", "--policy", "1.2.3"), program.REFUSED, "unacceptedPolicy")
         for path in (b"/\x1b[2J\xe2\x80\xae", b"/" + b"a" * 4000):
             with socket.create_connection(authority.address) as connection:
                 connection.sendall(b"GET " + path + b" HTTP/1.1\r\nConnection: close\r\n\r\n")

@@ -36,15 +36,15 @@ class WithAuthority(program.SystemTest):
         super().setUpClass()
         cls.authority = program.Authority(cls.workspace.path / "tsa", *cls.options, init=cls.init)
         cls.addClassCleanup(cls.authority.close)
+        cls.roots = ("--roots", cls.authority.root)
+        cls.trust = ("--url", cls.authority.url, *cls.roots)
 
-    def stamp(self, *options, file=README, out="r.tsr"):
-        path = self.workspace.path / out
-        result = self.workspace.run("stamp", file, "--url", self.authority.url, "--roots",
-                                    self.authority.root, "--out", path, "--force", *options)
-        return result, path
+    def stamp(self, *options):
+        path = self.workspace.path / "r.tsr"
+        return self.workspace.run("stamp", README, *self.trust, "--out", path, "--force", *options), path
 
     def verify(self, stamp, data, **keywords):
-        return self.workspace.run("verify", stamp, "--data", data, "--roots", self.authority.root, **keywords)
+        return self.workspace.run("verify", stamp, "--data", data, *self.roots, **keywords)
 
 
 class WithFolder(WithAuthority):
@@ -54,13 +54,17 @@ class WithFolder(WithAuthority):
         super().setUp()
         self.folder = self.workspace.path / self.id().rsplit(".", 1)[-1]
         self.folder.mkdir()
-        self.trust = ("--url", self.authority.url, "--roots", self.authority.root)
 
     def file(self, name, content=b"content"):
         path = self.folder / name
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_bytes(content)
         return path
+
+    def stamped(self, name="a"):
+        data = self.file(name)
+        self.expect(self.workspace.run("stamp", data, *self.trust), GOOD)
+        return data, self.folder / f"{name}.tsr"
 
 
 class StampAndVerify(WithAuthority):
@@ -96,17 +100,11 @@ class StampAndVerify(WithAuthority):
     def test_digest_in_place_of_data(self):
         _, path = self.stamp()
         digest = hashlib.sha256(README.read_bytes()).hexdigest()
-        verify = ("verify", path, "--roots", self.authority.root, "--digest")
+        verify = ("verify", path, *self.roots, "--digest")
         self.expect(self.workspace.run(*verify, digest.upper()), GOOD)
         self.expect(self.workspace.run(*verify, digest[:-1] + "x"), USAGE)
         wrong = "0" * 64
-        self.expect(self.workspace.run(*verify, wrong), REFUSED, "SHA-256", wrong)
-
-    def test_wrong_file_names_the_hash(self):
-        _, path = self.stamp()
-        other = self.workspace.write("other", b"something else")
-        self.expect(self.verify(path, other), REFUSED, "0x80091007",
-                    hashlib.sha256(README.read_bytes()).hexdigest())
+        self.expect(self.workspace.run(*verify, wrong), REFUSED, "0x80091007", "SHA-256", wrong, digest)
 
     def test_bare_token_and_standard_streams(self):
         _, path = self.stamp()
@@ -114,54 +112,18 @@ class StampAndVerify(WithAuthority):
         program.openssl("ts", "-reply", "-in", path, "-token_out", "-out", token)
         self.expect(self.verify(token, README), GOOD)
         self.expect(self.verify("-", README, stdin=path.read_bytes()), GOOD)
-        result = self.workspace.run("stamp", "-", "--url", self.authority.url, "--roots",
-                                    self.authority.root, stdin=b"piped")
+        result = self.workspace.run("stamp", "-", *self.trust, stdin=b"piped")
         self.expect(result, GOOD)
         piped = self.workspace.write("piped.tsr", result.stdout)
         data = self.workspace.write("piped", b"piped")
         self.expect(self.verify(piped, data), GOOD)
 
-    def test_several_files_and_the_worst_status(self):
-        files = [self.workspace.write(f"f{i}", bytes([i])) for i in range(3)]
-        options = ("--url", self.authority.url, "--roots", self.authority.root)
-        self.expect(self.workspace.run("stamp", *files, *options), GOOD)
-        for file in files:
-            self.assertTrue(file.with_name(file.name + ".tsr").exists())
-        missing = self.workspace.path / "missing"
-        status, shown = self.workspace.run_json("stamp", files[0], missing, "--force", *options)
+    def test_of_several_files_the_worst_status_counts(self):
+        file, missing = self.workspace.write("there", b"content"), self.workspace.path / "missing"
+        status, shown = self.workspace.run_json("stamp", file, missing, *self.trust)
         self.assertEqual(status, UNREACHABLE)
         self.assertEqual(sorted((entry["file"], entry["ok"]) for entry in shown["files"]),
-                         [(str(files[0]), True), (str(missing), False)])
-        self.expect(self.workspace.run("stamp", *files, "--out", "x"), USAGE)
-
-    def test_empty_file(self):
-        empty = self.workspace.write("empty", b"")
-        result, path = self.stamp(file=empty, out="empty.tsr")
-        self.expect(result, GOOD)
-        self.expect(self.verify(path, empty), GOOD)
-
-    def test_refusals_of_the_authority(self):
-        result, _ = self.stamp("--policy", "1.2.3.4.5.6")
-        self.expect(result, REFUSED, "unacceptedPolicy")
-        result, _ = self.stamp("--hash", "SHA-1")
-        self.expect(result, REFUSED, "badAlg")
-
-    def test_verification_wants_a_trusted_root(self):
-        result = self.workspace.run("stamp", README, "--url", self.authority.url, "--out",
-                                    self.workspace.path / "untrusted")
-        self.expect(result, REFUSED, "0x800B0109")
-        self.assertFalse((self.workspace.path / "untrusted").exists())
-        result = self.workspace.run("stamp", README, "--url", self.authority.url, "--out",
-                                    self.workspace.path / "untrusted", "--no-verify")
-        self.expect(result, GOOD)
-
-    def test_wrong_usage(self):
-        for arguments in ((), ("stamp",), ("frobnicate",),
-                          ("stamp", README, "--hash", "crc32"),
-                          ("verify", "a", "--data", "b", "--digest", "00")):
-            result = self.workspace.run(*arguments)
-            self.assertEqual(result.returncode, USAGE, arguments)
-        self.expect(self.workspace.run("info", "/no/such/file"), UNREACHABLE)
+                         [(str(missing), False), (str(file), True)])
 
     def test_large_file_in_little_memory(self):
         large = self.workspace.path / "large"
@@ -297,7 +259,8 @@ class PolicyShow(program.SystemTest):
         (root,) = self.workspace.run_json("trust", "list")[1]["roots"]
         self.assertEqual(root["place"], "system")
         for place in ((), ("--machine",)):
-            self.expect(self.workspace.run("trust", "remove", root["sha256"], *place), REFUSED, "SystemRoots = false")
+            self.expect(self.workspace.run("trust", "remove", root["sha256"], *place), REFUSED, "it comes with the system",
+                        "SystemRoots = false")
         (self.workspace.path / "no-roots.pem").unlink()
 
 

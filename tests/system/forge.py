@@ -4,13 +4,14 @@ Structures are those of python3-asn1crypto; keys and signatures come from the op
 shares code with the library under test.
 """
 
+import base64
 import datetime
 import hashlib
 import itertools
 import pathlib
 import subprocess
 
-from asn1crypto import algos, cms, core, crl, keys, ocsp, tsp, x509
+from asn1crypto import algos, core, crl, keys, tsp, x509
 
 UTC = datetime.timezone.utc
 TIME_STAMPING = "time_stamping"
@@ -70,7 +71,6 @@ class Identity:
 
 
 def pem(label, der):
-    import base64
     body = base64.encodebytes(der).decode()
     return f"-----BEGIN {label}-----\n{body}-----END {label}-----\n".encode()
 
@@ -80,11 +80,10 @@ def name_of(common_name):
 
 
 def issue(folder, common_name, issuer=None, *, ca=False, usage=(TIME_STAMPING,), usage_critical=True,
-          begin=None, end=None, crl_url=None, ocsp_url=None, key=None, serial=None, subject=None,
-          extra_extensions=()):
+          begin=None, end=None, crl_url=None, ocsp_url=None, key=None, serial=None, extra_extensions=()):
     """A certificate; without issuer it is its own. `usage` None leaves the extended key usage out."""
     key = key or Key(folder)
-    subject = subject or name_of(common_name)
+    subject = name_of(common_name)
     extensions = [
         {"extn_id": "basic_constraints", "critical": True, "extn_value": {"ca": ca}},
         {"extn_id": "key_usage", "critical": True,
@@ -123,7 +122,13 @@ def issue(folder, common_name, issuer=None, *, ca=False, usage=(TIME_STAMPING,),
     return Identity(x509.Certificate.load(certificate.dump()), key)
 
 
-def make_crl(issuer, revoked=(), *, begin=None, end=None):
+def authority(folder):
+    """A root, an authority under it, and the file of the root."""
+    root = issue(folder, "the root", ca=True)
+    return root, issue(folder, "the tsa", root), root.write_pem(folder / "root.pem")
+
+
+def make_crl(issuer, revoked=()):
     """DER of a CRL; `revoked` are (serial, date, reason or None)."""
     entries = []
     for serial, date, reason in revoked:
@@ -135,8 +140,8 @@ def make_crl(issuer, revoked=(), *, begin=None, end=None):
     algorithm = {"algorithm": "sha256_ecdsa"}
     fields = {
         "version": "v2", "signature": algorithm, "issuer": issuer.name,
-        "this_update": x509.Time({"utc_time": begin or now() - days(1)}),
-        "next_update": x509.Time({"utc_time": end or now() + days(7)}),
+        "this_update": x509.Time({"utc_time": now() - days(1)}),
+        "next_update": x509.Time({"utc_time": now() + days(7)}),
         "crl_extensions": [{"extn_id": "crl_number", "critical": False, "extn_value": 1}],
     }
     if entries:
@@ -147,67 +152,24 @@ def make_crl(issuer, revoked=(), *, begin=None, end=None):
         "signature": issuer.key.sign(tbs.dump())}).dump()
 
 
-def make_ocsp(issuer, certificate, *, status="good", revoked_at=None, reason=None, begin=None, end=None):
-    """DER of an OCSPResponse signed by the issuer itself."""
-    cert_status = ocsp.CertStatus(name="good", value=core.Null())
-    if status == "revoked":
-        info = {"revocation_time": revoked_at}
-        if reason is not None:
-            info["revocation_reason"] = reason
-        cert_status = ocsp.CertStatus(name="revoked", value=ocsp.RevokedInfo(info))
-    single = {
-        "cert_id": {
-            "hash_algorithm": {"algorithm": "sha1"},
-            "issuer_name_hash": hashlib.sha1(issuer.name.dump()).digest(),
-            "issuer_key_hash": hashlib.sha1(bytes(issuer.key.spki["public_key"])).digest(),
-            "serial_number": certificate.serial},
-        "cert_status": cert_status,
-        "this_update": begin or now() - days(1),
-        "next_update": end or now() + days(7),
-    }
-    data = ocsp.ResponseData({
-        "responder_id": ocsp.ResponderId(name="by_name", value=issuer.name),
-        "produced_at": begin or now(), "responses": [single]})
-    basic = ocsp.BasicOCSPResponse({
-        "tbs_response_data": data, "signature_algorithm": {"algorithm": "sha256_ecdsa"},
-        "signature": issuer.key.sign(data.dump())})
-    return ocsp.OCSPResponse({
-        "response_status": "successful",
-        "response_bytes": {"response_type": "basic_ocsp_response",
-                           "response": core.ParsableOctetString(basic.dump())}}).dump()
-
-
-def tst_info(digest, *, time=None, nonce=None, algorithm="sha256", serial=None, policy="1.2.3.4",
-             accuracy=None, ordering=False, tsa=None, extensions=None, raw_nonce=None):
+def tst_info(digest, *, time=None, nonce=None, tsa=None, **more):
     fields = {
-        "version": "v1", "policy": policy,
-        "message_imprint": {"hash_algorithm": {"algorithm": algorithm}, "hashed_message": digest},
-        "serial_number": next(_serials) if serial is None else serial,
-        "gen_time": time or now(), "ordering": ordering,
+        "version": "v1", "policy": "1.2.3.4",
+        "message_imprint": {"hash_algorithm": {"algorithm": "sha256"}, "hashed_message": digest},
+        "serial_number": next(_serials), "gen_time": time or now(), **more,
     }
     if nonce is not None:
         fields["nonce"] = nonce
-    if accuracy is not None:
-        fields["accuracy"] = accuracy
     if tsa is not None:
         fields["tsa"] = x509.GeneralName("directory_name", tsa)
-    if extensions is not None:
-        fields["extensions"] = extensions
-    der = tsp.TSTInfo(fields).dump()
-    if raw_nonce is not None:
-        der = put_raw_nonce(der, fields, raw_nonce)
-    return der
+    return tsp.TSTInfo(fields).dump()
 
 
-def put_raw_nonce(der, fields, contents):
-    """Writes the nonce's INTEGER with these contents, minimal or not."""
-    marker = 0x7A5A5A5A5A5A5A5A
-    fields = dict(fields, nonce=marker)
-    marked = tsp.TSTInfo(fields).dump()
-    inner = tsp.TSTInfo.load(marked)
-    body = inner.contents.replace(bytes([2, 8]) + marker.to_bytes(8, "big"),
-                                  bytes([2, len(contents)]) + contents)
-    return element(0x30, body)
+def info_for(request, **fields):
+    """The TSTInfo that answers the request in these bytes, but for the fields that are given."""
+    query = tsp.TimeStampReq.load(request)
+    asked = {"digest": query["message_imprint"]["hashed_message"].native, "nonce": query["nonce"].native}
+    return tst_info(**{**asked, **fields})
 
 
 def length_of(size):
@@ -302,15 +264,19 @@ def signed_data(content, infos, certificates, *, content_oid="1.2.840.113549.1.9
 
 
 def make_token(signer, info, *, certificates=None, attributes=None, key=None, sid=None, infos=None,
-               signed_content=None, content_oid="1.2.840.113549.1.9.16.1.4", no_attributes=False):
-    """A token over the encoded TSTInfo `info`. `signed_content` is what the attributes are made for."""
-    content = signed_content or info
+               content_oid="1.2.840.113549.1.9.16.1.4", no_attributes=False):
+    """A token over the encoded TSTInfo `info`."""
     if attributes is None and not no_attributes:
-        attributes = signed_attributes(signer, content)
+        attributes = signed_attributes(signer, info)
     infos = infos if infos is not None else [
-        signer_info(signer, content, None if no_attributes else attributes, key=key, sid=sid)]
+        signer_info(signer, info, None if no_attributes else attributes, key=key, sid=sid)]
     certificates = [signer.der] if certificates is None else certificates
     return signed_data(info, infos, certificates, content_oid=content_oid)
+
+
+def answer(signer, request, **fields):
+    """A response with a token that is the answer to the request, but for the fields that are given."""
+    return make_response(make_token(signer, info_for(request, **fields)))
 
 
 def make_response(token, status=0, text=None, failure_bit=None):
@@ -333,35 +299,3 @@ def read_header(data, at):
     count = first & 0x7F
     size = int.from_bytes(data[at + 2:at + 2 + count], "big")
     return tag, at + 2 + count, at + 2 + count + size
-
-
-def children(data, start, end):
-    while start < end:
-        tag, inner, stop = read_header(data, start)
-        yield tag, data[start:stop], data[inner:stop]
-        start = stop
-
-
-def indefinite(tag, *parts):
-    return bytes([tag, 0x80]) + b"".join(parts) + b"\0\0"
-
-
-def to_ber(token):
-    """The same token with indefinite lengths outside, and the content in pieces."""
-    _, start, end = read_header(token, 0)
-    (_, oid, _), (_, _, explicit) = children(token, start, end)
-    _, start, end = read_header(explicit, 0)
-    parts = []
-    for tag, whole, contents in children(explicit, start, end):
-        if tag == 0x30:  # EncapsulatedContentInfo
-            (_, inner_oid, _), (_, _, octets) = children(contents, 0, len(contents))
-            _, begin, stop = read_header(octets, 0)
-            content = octets[begin:stop]
-            half = len(content) // 2
-            pieces = indefinite(0x24, element(4, content[:half]), element(4, content[half:]))
-            parts.append(indefinite(0x30, inner_oid, indefinite(0xA0, pieces)))
-        elif tag == 0xA0:
-            parts.append(indefinite(0xA0, contents))
-        else:
-            parts.append(whole)
-    return indefinite(0x30, oid, indefinite(0xA0, indefinite(0x30, *parts)))

@@ -1,5 +1,6 @@
 """GOST algorithms, where OpenSSL has the engine for them; and everything else where it hasn't."""
 
+import functools
 import hashlib
 import os
 import subprocess
@@ -11,6 +12,7 @@ from page_server import PageServer
 from program import GOOD, REFUSED, USAGE
 
 DATA = b"stamped by other rules\n" * 1000
+HAS_ENGINE = b"[ available ]" in program.openssl("engine", "-t", "gost").stdout
 HASHES = {"GOST-94": ("md_gost94", "1.2.643.2.2.9"),
           "GOST-2012-256": ("md_gost12_256", "1.2.643.7.1.1.2.2"),
           "GOST-2012-512": ("md_gost12_512", "1.2.643.7.1.1.2.3")}
@@ -54,11 +56,6 @@ ess_cert_id_alg = {ess}
 tsa_name = yes
 accuracy = secs:1
 """
-
-
-def engine_loads():
-    result = program.openssl("engine", "-t", "gost")
-    return b"[ available ]" in result.stdout
 
 
 class GostAuthority:
@@ -129,13 +126,11 @@ class GostTest(program.SystemTest):
     def setUpClass(cls):
         super().setUpClass()
         cls.data = cls.workspace.write("data", DATA)
-        cls.authorities = {}
 
     @classmethod
+    @functools.cache
     def authority(cls, key):
-        if key not in cls.authorities:
-            cls.authorities[key] = GostAuthority(cls.workspace.path / key, key)
-        return cls.authorities[key]
+        return GostAuthority(cls.workspace.path / key, key)
 
     def run_bare(self, *arguments):
         """Where OpenSSL finds no engines."""
@@ -151,7 +146,7 @@ class GostTest(program.SystemTest):
                                   authority.root, *options)
 
 
-@unittest.skipUnless(engine_loads(), "OpenSSL has no GOST engine here")
+@unittest.skipUnless(HAS_ENGINE, "OpenSSL has no GOST engine here")
 class WithTheEngine(GostTest):
     def test_hashes_are_those_of_openssl(self):
         for name, (openssl_name, oid) in HASHES.items():

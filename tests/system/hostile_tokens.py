@@ -6,7 +6,7 @@ import os
 
 import forge
 import program
-from asn1crypto import algos, core, x509
+from asn1crypto import algos, core
 from program import GOOD, REFUSED, UNREACHABLE
 
 DATA = b"the data that was stamped\n"
@@ -18,22 +18,19 @@ class TokenTest(program.SystemTest):
     def setUpClass(cls):
         super().setUpClass()
         cls.folder = cls.workspace.path
-        cls.root = forge.issue(cls.folder, "root", ca=True)
-        cls.tsa = forge.issue(cls.folder, "tsa", cls.root)
-        cls.roots = cls.root.write_pem(cls.folder / "root.pem")
+        cls.root, cls.tsa, cls.roots = forge.authority(cls.folder)
         cls.data = cls.workspace.write("data", DATA)
         cls.info = forge.tst_info(DIGEST, nonce=7)
 
-    def verify(self, token, *options, roots=None):
+    def verify(self, token, *options):
         path = self.workspace.write("stamp", token)
-        return self.workspace.run("verify", path, "--data", self.data, "--roots",
-                                  roots or self.roots, *options)
+        return self.workspace.run("verify", path, "--data", self.data, "--roots", self.roots, *options)
 
-    def passes(self, token, *options, **keywords):
-        self.expect(self.verify(token, *options, **keywords), GOOD)
+    def passes(self, token, *options):
+        self.expect(self.verify(token, *options), GOOD)
 
-    def refuses(self, token, code, *options, roots=None, words=""):
-        self.expect(self.verify(token, *options, roots=roots), REFUSED, code, words)
+    def refuses(self, token, code, *options, words=""):
+        self.expect(self.verify(token, *options), REFUSED, code, words)
 
     def cannot_tell(self, token, *options):
         self.expect(self.verify(token, *options), UNREACHABLE, "0x80092013", "indeterminate")
@@ -41,13 +38,11 @@ class TokenTest(program.SystemTest):
     def token(self, **keywords):
         return forge.make_token(self.tsa, self.info, **keywords)
 
-    def token_with(self, *ess, drop=(), extra=()):
-        return self.token(attributes=forge.signed_attributes(
-            self.tsa, self.info, ess=ess, drop=drop, extra=extra))
+    def token_with(self, *ess):
+        return self.token(attributes=forge.signed_attributes(self.tsa, self.info, ess=ess))
 
-    def token_of(self, signer, *more, time=None, info=None, **keywords):
-        info = info or forge.tst_info(DIGEST, time=time)
-        return forge.make_token(signer, info, certificates=[signer.der, *more], **keywords)
+    def token_of(self, signer, *more, time=None):
+        return forge.make_token(signer, forge.tst_info(DIGEST, time=time), certificates=[signer.der, *more])
 
 
 class GoodTokens(TokenTest):
@@ -56,19 +51,11 @@ class GoodTokens(TokenTest):
         self.passes(forge.make_response(self.token()))
         self.passes(forge.make_response(self.token(), status=1, text="changed"))
 
-    def test_certificates_in_any_order_and_strangers_among_them(self):
+    def test_strangers_and_odd_entries_in_the_certificate_set(self):
         stranger = forge.issue(self.folder, "stranger", self.root)
-        self.passes(self.token(certificates=[self.root.der, stranger.der, self.tsa.der]))
-
-    def test_odd_entries_in_the_certificate_set(self):
         attribute_certificate = forge.element(0xA2, forge.element(0x30, b"\x02\x01\x01"))
         other = forge.element(0xA3, core.ObjectIdentifier("1.2.3.4").dump() + b"\x05\x00")
-        self.passes(self.token(certificates=[self.tsa.der, attribute_certificate]))
-        self.passes(self.token(certificates=[self.tsa.der, other]))
-
-    def test_ber_with_indefinite_lengths(self):
-        self.passes(forge.to_ber(self.token()))
-        self.passes(forge.make_response(forge.to_ber(self.token())))
+        self.passes(self.token(certificates=[self.root.der, stranger.der, self.tsa.der, attribute_certificate, other]))
 
     def test_identifiers_of_all_allowed_kinds(self):
         v1 = forge.signing_certificate(forge.ess_cert_id(self.tsa))
@@ -78,53 +65,21 @@ class GoodTokens(TokenTest):
         for identifiers in ((v1,), (v2,), (v1, v2), (bare_v1,), (by_sha512,)):
             self.passes(self.token_with(*identifiers))
 
-    def test_several_identifiers_the_first_counts(self):
-        ids = (forge.ess_cert_id_v2(self.tsa), forge.ess_cert_id_v2(self.root))
-        self.passes(self.token_with(forge.signing_certificate_v2(*ids)))
-        self.refuses(self.token_with(forge.signing_certificate_v2(*reversed(ids))), "0x80092004")
-
     def test_certificate_given_by_file_only(self):
         bare = self.token(certificates=[])
         self.refuses(bare, "0x80092004")
         path = self.tsa.write_pem(self.folder / "tsa.pem")
         self.passes(bare, "--certs", path)
-        self.passes(self.token(certificates=None), "--certs", path)
-
-    def test_stamped_while_valid_and_expired_since(self):
-        past = forge.now() - forge.days(100)
-        long_root = forge.issue(self.folder, "long root", ca=True, begin=past - forge.days(50))
-        old = forge.issue(self.folder, "old", long_root, begin=past - forge.days(1),
-                          end=past + forge.days(1))
-        roots = long_root.write_pem(self.folder / "long.pem")
-        self.passes(self.token_of(old, time=past), roots=roots)
-        self.refuses(self.token_of(old, time=past + forge.days(3)), "0x800B0101", roots=roots)
-        self.refuses(self.token_of(old, time=past - forge.days(3)), "0x800B0101", roots=roots)
-
-    def test_chain_of_three_with_the_middle_in_token_or_file(self):
-        middle = forge.issue(self.folder, "middle", self.root, ca=True)
-        leaf = forge.issue(self.folder, "leaf", middle)
-        self.passes(self.token_of(leaf, middle.der))
-        self.refuses(self.token_of(leaf), "0x800B010A")
-        self.passes(self.token_of(leaf), "--certs", middle.write_pem(self.folder / "middle.pem"))
 
 
 class BadSignatures(TokenTest):
     def test_forged_certificate_in_front_of_the_right_one(self):
-        other_root = forge.issue(self.folder, "root", ca=True)
-        forged = forge.issue(self.folder, "tsa", other_root, serial=self.tsa.serial)
-        self.passes(self.token(certificates=[forged.der, self.tsa.der]))
-        by_forger = forge.make_token(forged, self.info, certificates=[forged.der, self.tsa.der])
-        self.expect(self.verify(by_forger), REFUSED)
-        claims_real = forge.make_token(
-            self.tsa, self.info, key=forged.key, certificates=[forged.der, self.tsa.der])
-        self.refuses(claims_real, "0x80090006")
-
-    def test_data_digest_and_content_swapped(self):
-        other = forge.tst_info(hashlib.sha256(b"other data").digest())
-        genuine = forge.make_token(self.tsa, other)
-        self.refuses(genuine, "0x80091007", words="SHA-256 hash")
-        swapped = self.token(signed_content=other)
-        self.refuses(swapped, "0x80091007")
+        other_root = forge.issue(self.folder, "the root", ca=True)
+        forged = forge.issue(self.folder, "the tsa", other_root, serial=self.tsa.serial)
+        both = [forged.der, self.tsa.der]
+        self.passes(self.token(certificates=both))
+        self.expect(self.verify(forge.make_token(forged, self.info, certificates=both)), REFUSED)
+        self.refuses(self.token(key=forged.key, certificates=both), "0x80090006")
 
     def test_imprint_of_wrong_length(self):
         for digest in (b"", DIGEST[:-1], DIGEST + b"\0"):
@@ -146,37 +101,15 @@ class BadSignatures(TokenTest):
             with self.subTest(name):
                 self.refuses(token, code)
 
-    def test_signer_named_by_key_identifier(self):
-        sid = forge.element(0x80, self.tsa.key.spki.sha1)
-        self.refuses(self.token(sid=sid), "0x80093101")
-
-    def test_no_signer_and_two_signers(self):
-        self.expect(self.verify(self.token(infos=[])), REFUSED)
-        info = forge.signer_info(self.tsa, self.info,
-                                 forge.signed_attributes(self.tsa, self.info))
-        self.expect(self.verify(self.token(infos=[info, info])), REFUSED)
-
     def test_any_changed_byte_of_what_counts(self):
         good = self.token()
         self.passes(good)
-        step = 11
-        for at in range(0, len(good), step):
+        for at in range(0, len(good), 11):
             changed = bytearray(good)
             changed[at] ^= 0x01
             result = self.verify(bytes(changed))
             self.assertIn(result.returncode, (0, REFUSED, UNREACHABLE), f"byte {at}: {result.stderr}")
             self.assertEqual(result.returncode == UNREACHABLE, b"no signature covers" in result.stderr, result.stderr)
-        for part, statuses in ((self.info, (REFUSED,)), (self.tsa.der, (REFUSED, UNREACHABLE))):
-            start = good.index(part)
-            for at in range(start, start + len(part), step):
-                changed = bytearray(good)
-                changed[at] ^= 0x10
-                self.assertIn(self.verify(bytes(changed)).returncode, statuses, f"byte {at}")
-
-    def test_cut_off_anywhere(self):
-        good = self.token()
-        for size in range(0, len(good), 29):
-            self.assertEqual(self.verify(good[:size]).returncode, REFUSED, f"{size} bytes")
 
 
 class SigningCertificateAttributes(TokenTest):
@@ -202,14 +135,6 @@ class SigningCertificateAttributes(TokenTest):
 
 
 class BadChains(TokenTest):
-    def test_rogue_root_brought_along(self):
-        rogue = forge.issue(self.folder, "rogue", ca=True)
-        leaf = forge.issue(self.folder, "rogue tsa", rogue)
-        self.refuses(self.token_of(leaf, rogue.der), "0x800B0109")
-
-    def test_empty_trust_store(self):
-        path = self.workspace.write("stamp", self.token(certificates=[self.tsa.der, self.root.der]))
-        self.expect(self.workspace.run("verify", path, "--no-data"), REFUSED, "0x800B0109")
 
     def test_certificates_that_no_signer_may_have(self):
         time_stamping = {"extn_id": "extended_key_usage", "critical": True, "extn_value": ["time_stamping"]}
@@ -244,32 +169,6 @@ class BadChains(TokenTest):
         self.expect(self.verify(self.token_of(signer, side.der, honest.der, *crowd)), UNREACHABLE, "more came along")
         self.refuses(self.token_of(signer, side.der, *crowd[:10]), "0x800B0110")
 
-    def test_ca_expired_at_the_stamps_time(self):
-        past = forge.now() - forge.days(100)
-        root = forge.issue(self.folder, "expired", ca=True, begin=past - forge.days(50), end=past)
-        leaf = forge.issue(self.folder, "leaf", root, begin=past - forge.days(50))
-        roots = root.write_pem(self.folder / "expired.pem")
-        self.refuses(self.token_of(leaf, time=past + forge.days(1)), "0x800B0101", roots=roots)
-        self.passes(self.token_of(leaf, time=past - forge.days(1)), roots=roots)
-
-    def test_issuer_that_is_no_ca(self):
-        leaf = forge.issue(self.folder, "child", self.tsa)
-        self.expect(self.verify(self.token_of(leaf, self.tsa.der)), REFUSED)
-
-    def test_certificate_signature_changed(self):
-        middle = forge.issue(self.folder, "middle", self.root, ca=True)
-        der = bytearray(middle.der)
-        der[-1] ^= 1
-        leaf = forge.issue(self.folder, "leaf", middle)
-        self.expect(self.verify(self.token_of(leaf, bytes(der))), REFUSED)
-
-    def test_critical_extension_of_the_token(self):
-        for critical, check in ((True, lambda token: self.refuses(token, "0x800B0105")),
-                                (False, self.passes)):
-            extension = [{"extn_id": "1.2.3.4.5", "critical": critical, "extn_value": b"\x05\x00"}]
-            info = forge.tst_info(DIGEST, extensions=extension)
-            check(forge.make_token(self.tsa, info))
-
 
 class Revocation(TokenTest):
     """Nothing listens at the address that the certificates name."""
@@ -282,14 +181,11 @@ class Revocation(TokenTest):
         cls.signer = forge.issue(cls.folder, "named", cls.root, crl_url=cls.URL)
         cls.time = forge.now() - datetime.timedelta(hours=2)
 
-    def crl(self, *revoked, **keywords):
-        return self.workspace.write("crl", forge.make_crl(self.root, revoked, **keywords))
+    def crl(self, *revoked):
+        return self.workspace.write("crl", forge.make_crl(self.root, revoked))
 
     def stamp(self):
         return self.token_of(self.signer, time=self.time)
-
-    def at(self, hours):
-        return self.time + datetime.timedelta(hours=hours)
 
     def test_unreachable_source(self):
         self.cannot_tell(self.stamp())
@@ -304,47 +200,10 @@ class Revocation(TokenTest):
 
     def test_revoked_before_the_stamp(self):
         for reason in (None, "superseded", "key_compromise"):
-            path = self.crl((self.signer.serial, self.at(-1), reason))
+            path = self.crl((self.signer.serial, self.time - datetime.timedelta(hours=1), reason))
             self.refuses(self.stamp(), "0x80092010", "--crls", path)
             self.refuses(self.stamp(), "0x80092010", "--crls", path, "--revocation", "available")
             self.passes(self.stamp(), "--crls", path, "--revocation", "off")
-
-    def test_revoked_after_the_stamp(self):
-        for reason, good in (("superseded", True), ("cessation_of_operation", True),
-                             ("affiliation_changed", True), ("key_compromise", False),
-                             (None, False)):
-            with self.subTest(reason):
-                path = self.crl((self.signer.serial, self.at(1), reason))
-                if good:
-                    self.passes(self.stamp(), "--crls", path)
-                else:
-                    self.refuses(self.stamp(), "0x80092010", "--crls", path)
-
-    def test_crls_that_say_nothing(self):
-        other = forge.issue(self.folder, "root", ca=True)
-        for name, der in (
-                ("of another key", forge.make_crl(other)),
-                ("past its time before the stamp", forge.make_crl(
-                    self.root, begin=self.at(-48), end=self.at(-24)))):
-            with self.subTest(name):
-                path = self.workspace.write("crl", der)
-                self.cannot_tell(self.stamp(), "--crls", path)
-
-    def test_crl_that_has_run_out_since(self):
-        # The signer may have been revoked meanwhile, for a reason that counts backward.
-        path = self.crl(begin=self.at(-1), end=self.at(1))
-        self.cannot_tell(self.stamp(), "--crls", path)
-        self.passes(self.stamp(), "--crls", path, "--revocation", "available")
-
-    def test_ocsp_by_file(self):
-        good = self.workspace.write("ocsp", forge.make_ocsp(self.root, self.signer))
-        self.passes(self.stamp(), "--crls", good)
-        revoked = self.workspace.write("ocsp", forge.make_ocsp(
-            self.root, self.signer, status="revoked", revoked_at=self.at(-1), reason="superseded"))
-        self.refuses(self.stamp(), "0x80092010", "--crls", revoked)
-
-    def test_no_source_named(self):
-        self.passes(self.token())
 
 
 class Unsigned(TokenTest):
@@ -463,20 +322,6 @@ class BrokenBytes(TokenTest):
                         b"<html></html>", bytes(range(256)) * 16, b"\x30\x80\x02\x01\x00"):
             result = self.verify(content)
             self.assertIn(result.returncode, (REFUSED,), content[:16])
-
-    def test_refusals_are_no_stamps(self):
-        response = forge.make_response(None, status=2, text="no", failure_bit=0)
-        line = self.expect(self.verify(response), REFUSED, "badAlg", "no")
-        self.assertIn("0xC2100124", line)
-        self.expect(self.verify(forge.make_response(None, status=9)), REFUSED)
-
-    def test_names_with_controls_and_bad_text_print(self):
-        odd = x509.Name.build({"common_name": "a\x01\u20ac\"\\"})
-        signer = forge.issue(self.folder, "x", self.root, subject=odd)
-        path = self.workspace.write("stamp", self.token_of(signer))
-        status, shown = self.workspace.run_json("info", path)
-        self.assertEqual(status, GOOD)
-        self.assertIn("\u20ac", shown["token"]["signer"]["subject"])
 
 
 if __name__ == "__main__":

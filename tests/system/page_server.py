@@ -4,17 +4,32 @@ import http.server
 import ssl
 import threading
 import urllib.parse
+import urllib.request
+
+
+def passed_on(url, body):
+    """What a real authority says to the request, as a page gives it."""
+    request = urllib.request.Request(url, body, {"Content-Type": "application/timestamp-query"})
+    with urllib.request.urlopen(request) as answer:
+        return 200, {"Content-Type": "application/timestamp-reply"}, answer.read()
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
-    """Each path is a page: a function of the request's body that gives status, headers and content."""
+    """Each path is a page: a function of the request's body that gives status, headers and content, or what is written in
+    the place of a whole answer, piece by piece."""
 
     protocol_version = "HTTP/1.1"
 
     def do_POST(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
         self.server.headers = self.headers
-        status, headers, content = self.server.pages[urllib.parse.urlsplit(self.path).path.strip("/")](body)  # a proxy sees all of it
+        answer = self.server.pages[urllib.parse.urlsplit(self.path).path.strip("/")](body)  # a proxy sees all of it
+        if not isinstance(answer, tuple):
+            self.close_connection = True
+            for piece in answer:
+                self.wfile.write(piece)
+            return
+        status, headers, content = answer
         self.send_response(status)
         for name, value in {**headers, "Content-Length": len(content), "Connection": "close"}.items():
             self.send_header(name, str(value))

@@ -1,5 +1,5 @@
 """Real tokens that others made: each imports with the fields that its manifest tells; those whose chain is at hand
-verify; those marked as bad don't. With --table prints a row for each: our verdict, OpenSSL's, and why they differ.
+verify; those marked as bad don't.
 
 The data lies beside the checkout, in ../shared/data; where it doesn't, the tests are skipped.
 """
@@ -7,7 +7,6 @@ The data lies beside the checkout, in ../shared/data; where it doesn't, the test
 import csv
 import pathlib
 import re
-import sys
 import unittest
 
 import program
@@ -156,26 +155,5 @@ class Attacks(program.SystemTest):
                 self.assertIsNone(shown["token"])
 
 
-def print_table():
-    workspace = program.Workspace()
-    print("file\tours\topenssl\twhy different or refused")
-    for folder in ("tokens", "attack"):
-        for row in read_manifest(folder):
-            if row["kind"] == "req":
-                continue
-            judgement = Judgement(workspace, row)
-            verdict = {GOOD: "ok", REFUSED: "refused", UNREACHABLE: "unreadable",
-                       None: "imported" if judgement.shown.get("token") else "no token"}
-            reason = reason_of_difference(row, judgement.verdict) or judgement.line or row.get("why", "")
-            if judgement.status != GOOD:
-                reason = judgement.shown["error"]["message"]
-            print(f"{folder}/{row['file']}\t{verdict[judgement.verdict]}\t"
-                  f"{openssl_verdict(row)[:40]}\t{reason[:160]}")
-    workspace.close()
-
-
 if __name__ == "__main__":
-    if "--table" in sys.argv:
-        print_table()
-    else:
-        program.main()
+    program.main()

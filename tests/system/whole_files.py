@@ -5,7 +5,6 @@ import os
 import random
 import resource
 import signal
-import socket
 import subprocess
 import unittest
 
@@ -39,9 +38,9 @@ class WholeFiles(WithFolder):
         stamps = [path for path in self.folder.iterdir() if path not in files]
         whole = sorted(path for path in stamps if path.suffix == ".tsr")
         self.assertTrue(whole)
-        self.expect(self.workspace.run("verify", *whole, "--roots", self.authority.root, "-q"), GOOD)
+        self.expect(self.workspace.run("verify", *whole, *self.roots, "-q"), GOOD)
         for path in stamps:  # one that was on its way to another's place is whole, too
-            self.expect(self.workspace.run("verify", path, "--roots", self.authority.root, "--no-data"), GOOD)
+            self.expect(self.workspace.run("verify", path, *self.roots, "--no-data"), GOOD)
         self.assertEqual(self.workspace.run("stamp", *files, *self.trust).returncode, UNREACHABLE)
         self.assertEqual([path for path in self.folder.iterdir() if path not in files and path.suffix != ".tsr"], [])
 
@@ -59,7 +58,7 @@ class WholeFiles(WithFolder):
         result = self.workspace.run("stamp", data, *self.trust, "--force", env=preloaded)
         self.assertEqual(result.returncode, -signal.SIGKILL)
         left = self.folder.joinpath(*set(self.names()) - set(before) - {other.name})
-        self.expect(self.workspace.run("verify", left, "--data", data, "--roots", self.authority.root), GOOD)
+        self.expect(self.workspace.run("verify", left, "--data", data, *self.roots), GOOD)
         with open(left, "rb") as alive:  # as whoever writes at this moment holds it
             fcntl.flock(alive, fcntl.LOCK_EX)
             self.expect(self.workspace.run("stamp", data, *self.trust), UNREACHABLE, "there already")
@@ -96,9 +95,7 @@ class WholeFiles(WithFolder):
 
     def test_nothing_is_asked_for_what_a_full_disk_has_no_room_for(self):
         data = self.file("a")
-        listener = socket.create_server(("127.0.0.1", 0))
-        self.addCleanup(listener.close)
-        listener.settimeout(0.2)
+        listener, url = self.listener()
         small = self.folder / "small"
         small.mkdir()
         for options, filler in (("size=128k", 120_000), ("size=1m,nr_inodes=2", 1)):
@@ -107,8 +104,8 @@ class WholeFiles(WithFolder):
                           '"$@"; status=$?; ls "$0"; exit $status')
                 result = subprocess.run(
                     ["unshare", "--user", "--map-root-user", "--mount", "sh", "-c", script, small, program.BIN / "chronoseal",
-                     "stamp", data, "--url", f"http://127.0.0.1:{listener.getsockname()[1]}/", "--out", small / "a.tsr",
-                     "--attempts", "1", "--timeout", "2"], env=self.workspace.environment, capture_output=True)
+                     "stamp", data, "--url", url, "--out", small / "a.tsr", "--attempts", "1", "--timeout", "2"],
+                    env=self.workspace.environment, capture_output=True)
                 if result.returncode in (1, 77) and b"chronoseal:" not in result.stderr:
                     self.skipTest("no small file system can be mounted here: " + result.stderr.decode().strip())
                 self.expect(result, UNREACHABLE, "can't write", "No space left")
@@ -119,10 +116,7 @@ class WholeFiles(WithFolder):
         data, other = self.file("a"), self.file("a.2")
         (self.folder / "link.tsr").symlink_to(self.folder / "a.tsr")
         link = self.file("link")
-        listener = socket.create_server(("127.0.0.1", 0))
-        self.addCleanup(listener.close)
-        listener.settimeout(0.2)
-        url = f"http://127.0.0.1:{listener.getsockname()[1]}/"
+        listener, url = self.listener()
         dotted = f"{self.folder}/./a"
         for words in ((data, data), (data, dotted), (data, other, "--quorum", "2", "--url", url), (dotted, other, data)):
             for force in ((), ("--force",), ("--skip-existing",)):

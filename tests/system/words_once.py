@@ -8,11 +8,10 @@ import shutil
 import subprocess
 import time
 import unittest
-import urllib.request
 
 import program
 from end_to_end import WithAuthority
-from page_server import PageServer
+from page_server import PageServer, passed_on
 from program import GOOD, REFUSED, UNREACHABLE
 
 HOUSE = pathlib.Path(__file__).resolve().parents[2]
@@ -100,28 +99,23 @@ class Colour(WithAuthority):
 
     def test_good_and_bad_are_coloured_unless_that_is_not_wanted(self):
         data = self.workspace.write("coloured", b"content")
-        roots = ("--roots", self.authority.root)
-        self.expect(self.workspace.run("stamp", data, "--url", self.authority.url, *roots), GOOD)
+        self.expect(self.workspace.run("stamp", data, *self.trust), GOOD)
         verify = ("verify", f"{data}.tsr", "-v")
-        self.assertIn(b"\x1b[32m", self.on_a_terminal(*verify, *roots, NO_COLOR="", TERM="xterm"))
+        self.assertIn(b"\x1b[32m", self.on_a_terminal(*verify, *self.roots, NO_COLOR="", TERM="xterm"))
         self.assertIn(b"\x1b[31m", self.on_a_terminal(*verify, NO_COLOR="", TERM="xterm"))
         self.assertNotIn(b"\x1b[3", self.on_a_terminal(*verify, NO_COLOR="", TERM="dumb"))
         self.assertNotIn(b"\x1b[3", self.on_a_terminal(*verify, NO_COLOR="1"))
-        self.assertNotIn(b"\x1b[3", self.workspace.run(*verify, *roots).stdout)
+        self.assertNotIn(b"\x1b[3", self.workspace.run(*verify, *self.roots).stdout)
 
     def test_progress_is_shown_to_whoever_sits_there(self):
-        authority = self.authority.url
-
         def slow(body):
             time.sleep(0.1)  # ten a second over each of the four connections, on whatever machine
-            request = urllib.request.Request(authority, body, {"Content-Type": "application/timestamp-query"})
-            with urllib.request.urlopen(request) as answer:
-                return 200, {"Content-Type": "application/timestamp-reply"}, answer.read()
+            return passed_on(self.authority.url, body)
 
         server = PageServer({"": slow})
         self.addCleanup(server.close)
         files = [self.workspace.write(f"one-of-many-{i}", b"x") for i in range(60)]
-        stamp = ("stamp", *files, "--url", server.url, "--roots", self.authority.root)
+        stamp = ("stamp", *files, "--url", server.url, *self.roots)
         self.assertRegex(self.on_a_terminal(*stamp), rb"\d+ of 60, \d+ a second, \d+ s left")
         self.assertNotIn(b"second", self.on_a_terminal(*stamp, "--force", "-q"))
 
@@ -151,11 +145,11 @@ class Schema(WithAuthority):
         told = set(self.told_in(program.validator.schema))
         data = self.workspace.write("data", b"content")
         self.workspace.configure('[config.cades.tsppolicy]\nRequireNonse = true\n')
-        trust = ("--url", self.authority.url, "--roots", self.authority.root)
+        trust = self.trust
         stamp, query = self.workspace.path / "data.tsr", self.workspace.path / "data.tsq"
         for words, status in ((("stamp", data, *trust), GOOD), (("stamp", data, *trust), UNREACHABLE),
                               (("stamp", data, *trust, "--skip-existing"), GOOD),
-                              (("verify", stamp, "--roots", self.authority.root), GOOD), (("verify", stamp), REFUSED),
+                              (("verify", stamp, *self.roots), GOOD), (("verify", stamp), REFUSED),
                               (("verify", stamp, stamp, "/no/such"), UNREACHABLE), (("info", stamp), GOOD),
                               (("request", data, "--out", query, "--cert"), GOOD), (("info", query), GOOD),
                               (("send", query, "--out", stamp, "--force", *trust), GOOD), (("policy", "show"), GOOD),
