@@ -19,10 +19,10 @@ import subprocess
 import sys
 import tempfile
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from report import ROOT, end
+
 HEADER = ROOT / "src/c_interface/chronoseal.h"
 DESCRIPTION = pathlib.Path(__file__).with_name("c_interface.abi")
-SKIPPED = 77
 FUNCTION = re.compile(r"^CHRONOSEAL_API\s+([^;]*?\b(chronoseal_\w+)\([^;]*\));", re.M)
 # What has to compile the header: everybody's compiler, as strict as it goes.
 DIALECTS = [("cc", "c", "c99"), ("cc", "c", "c17"), ("c++", "c++", "c++11"), ("c++", "c++", "c++20")]
@@ -103,16 +103,13 @@ def main():
         if library == "--write":
             describe(folder, DESCRIPTION)
             print(f"wrote {DESCRIPTION}; its line in CHANGELOG.md has to name `{fingerprint()}`")
-            return 0
+            return
         faults = [*dialect_faults(folder), *symbol_faults(library)]
         described = shutil.which("abidw") is not None
         if described:
             faults += description_faults(folder)
-    print("\n".join(faults) or f"{len(declarations())} functions as described")
-    if not described:
-        print("SKIPPED: abidw isn't there (package abigail-tools): the description was not compared")
-    print(f"{int(not faults)} passed, {int(bool(faults))} failed")
-    return 1 if faults else 0 if described else SKIPPED
+    end(faults, f"{len(declarations())} functions as described",
+        "" if described else "abidw isn't there (package abigail-tools): the description was not compared")
 
 
-sys.exit(main())
+main()

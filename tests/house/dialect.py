@@ -3,12 +3,10 @@
 Usage: dialect.py
 """
 
-import pathlib
 import re
 import subprocess
-import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from report import ROOT, end
 
 # `T const&`, `T const*`, `T const name`: the formatter takes types in capitals for macros and leaves them.
 EAST = re.compile(r"(?:\b(?!return|static|inline|constexpr|extern|typename|else|virtual|friend|mutable|new|operator|"
@@ -51,7 +49,4 @@ def faults():
                 yield f"{path.relative_to(ROOT)}:{number}: a result code without a name: {line.strip()}"
 
 
-found = list(faults())
-print("\n".join(found) or "one dialect")
-print(f"{int(not found)} passed, {int(bool(found))} failed")
-sys.exit(1 if found else 0)
+end(faults(), "one dialect")

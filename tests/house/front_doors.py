@@ -7,9 +7,9 @@ Usage: front_doors.py
 import ast
 import pathlib
 import re
-import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from report import ROOT, end
+
 TABLE = pathlib.Path(__file__).with_name("front_doors.tsv")
 DECLARATION = re.compile(
     r"^(?:(?:class|struct) (?:CHRONOSEAL_API )?(?P<class>\w+)[^;{]*\{(?P<inner>.*?)^\};"
@@ -83,11 +83,4 @@ def faults():
             yield f"{TABLE.name} tells of {name}, which {language} hasn't got"
 
 
-def main():
-    found = list(faults())
-    print("\n".join(found) or "three doors into one house")
-    print(f"{int(not found)} passed, {int(bool(found))} failed")
-    return 1 if found else 0
-
-
-sys.exit(main())
+end(faults(), "three doors into one house")

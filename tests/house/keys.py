@@ -6,11 +6,10 @@ differs, is a failure.
 Usage: keys.py
 """
 
-import pathlib
 import re
-import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from report import ROOT, end
+
 POLICY = "config.cades.tsppolicy"
 # How the documents name the types of the table.
 WORDS = {"number": "number", "scheme": "number", "flag": "switch", "text": "string", "list": "list"}
@@ -144,7 +143,4 @@ def faults():
                 yield f"{where}: {key} is missing"
 
 
-found = list(faults())
-print("\n".join(found) or "one list of keys")
-print(f"{int(not found)} passed, {int(bool(found))} failed")
-sys.exit(1 if found else 0)
+end(faults(), "one list of keys")

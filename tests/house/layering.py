@@ -1,10 +1,9 @@
 """Holds what the build can't: no OpenSSL or curl header outside the platform, includes only downward."""
 
-import pathlib
 import re
-import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from report import ROOT, end
+
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', re.M)
 
 # What each floor may include, beside itself and the standard library.
@@ -71,7 +70,4 @@ def faults():
                     yield f"{path.relative_to(ROOT)} includes {name}, out of its own folder"
 
 
-found = list(faults())
-print("\n".join(found) or "every include goes downward")
-print(f"{int(not found)} passed, {int(bool(found))} failed")
-sys.exit(1 if found else 0)
+end(faults(), "every include goes downward")

@@ -1,11 +1,10 @@
 """Holds what the documents say of places: each file of ours that they name is there, and where docs/changing.md says
 that a name stands in a file, it does."""
 
-import pathlib
 import re
-import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from report import ROOT, end
+
 FOLDERS = r"(?:apps|bench|cmake|docs|examples|fuzz|packaging|python|src|tests|tools)"
 NAMED = re.compile(rf"`({FOLDERS}/[\w./-]*\w)`")
 ROW = re.compile(rf"^\| [^|]+ \| `({FOLDERS}/[^`]+)` \| `([^`]+)` \|$", re.M)
@@ -25,7 +24,4 @@ def faults():
         yield "docs/changing.md has no table of places"
 
 
-found = list(faults())
-print("\n".join(found) or "every place is there")
-print(f"{int(not found)} passed, {int(bool(found))} failed")
-sys.exit(1 if found else 0)
+end(faults(), "every place is there")

@@ -10,10 +10,10 @@ import subprocess
 import sys
 import tempfile
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from report import ROOT, end
+
 BUILD = pathlib.Path(sys.argv[1])
 HEADER = ROOT / "src/c_interface/chronoseal.h"
-SKIPPED = 77
 
 
 def man_faults(folder):
@@ -63,8 +63,4 @@ with tempfile.TemporaryDirectory(prefix="chronoseal-man-") as name:
 doxygen = shutil.which("doxygen") is not None
 if doxygen:
     faults += reference_faults()
-print("\n".join(faults) or "told in full")
-if not doxygen:
-    print("SKIPPED: doxygen isn't there: the reference was not made")
-print(f"{int(not faults)} passed, {int(bool(faults))} failed")
-sys.exit(1 if faults else 0 if doxygen else SKIPPED)
+end(faults, "told in full", "" if doxygen else "doxygen isn't there: the reference was not made")

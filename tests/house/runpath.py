@@ -11,6 +11,8 @@ import re
 import subprocess
 import sys
 
+from report import end
+
 faults = []
 looked_at = 0
 for folder in sys.argv[1:]:
@@ -28,6 +30,4 @@ for folder in sys.argv[1:]:
                 faults.append(f"{path}: {entries!r}, though no library lies beside a program")
 if not looked_at:
     faults.append("nothing to look at")
-print("\n".join(faults) or f"{looked_at} files, every entry absolute or beside the file")
-print(f"{int(not faults)} passed, {int(bool(faults))} failed")
-sys.exit(1 if faults else 0)
+end(faults, f"{looked_at} files, every entry absolute or beside the file")

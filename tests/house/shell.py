@@ -1,14 +1,10 @@
 """Every shell script of the house passes shellcheck; skipped where that isn't installed."""
 
-import pathlib
 import re
 import shutil
 import subprocess
-import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-SKIPPED = 77
-
+from report import ROOT, end
 
 def scripts():
     for path in sorted(ROOT.rglob("*")):
@@ -21,10 +17,10 @@ def scripts():
 
 
 if not shutil.which("shellcheck"):
-    print("shellcheck isn't installed")
-    sys.exit(SKIPPED)
+    end([], "", "shellcheck isn't installed")
 found = list(scripts())
 result = subprocess.run(["shellcheck", *found], capture_output=True, text=True)
-print(result.stdout or f"{len(found)} scripts without a remark")
-print(f"{int(result.returncode == 0)} passed, {int(result.returncode != 0)} failed")
-sys.exit(result.returncode or len(found) < 5)
+faults = ["hardly any script was found"] if len(found) < 5 else []
+if result.returncode != 0:
+    faults.append(result.stdout + result.stderr)
+end(faults, f"{len(found)} scripts without a remark")
