@@ -1,12 +1,11 @@
-"""The front door in C++, C and Python, used as strangers use it: installed into an empty folder, found by pkg-config,
-find_package or add_subdirectory. All languages give the same answers to one table of cases, and the README's programs
+"""The front door in C++, C and Python, used as strangers use it: installed into an empty folder, found by pkg-config or
+add_subdirectory. All languages give the same answers to one table of cases, and the README's programs
 do what it says.
 
 Usage: languages.py BUILD_FOLDER
 """
 
 import hashlib
-import http.server
 import importlib.util
 import os
 import pathlib
@@ -16,7 +15,6 @@ import signal
 import socket
 import subprocess
 import sys
-import threading
 import time
 import unittest
 
@@ -29,7 +27,8 @@ os.environ["CHRONOSEAL_BIN"] = str(BUILD / "bin")
 import forge  # noqa: E402
 import program  # noqa: E402
 from program import run_tool as run  # noqa: E402
-from asn1crypto import cms, tsp  # noqa: E402
+from asn1crypto import cms  # noqa: E402
+from page_server import PageServer  # noqa: E402
 
 PYTHON = "/usr/bin/python3"
 DATA = b"the data that is stamped\n"
@@ -40,27 +39,6 @@ def missing_modules():
     """What the Python package's build and tests need and this machine hasn't got."""
     return [name for name in ("cffi", "setuptools", "venv", "pip", "pytest", "mypy") if
             importlib.util.find_spec(name) is None]
-
-
-class Answers(http.server.BaseHTTPRequestHandler):
-    """What authorities shouldn't do."""
-
-    def do_POST(self):
-        request = self.rfile.read(int(self.headers["Content-Length"]))
-        if self.path == "/broken":
-            self.send_error(500)
-            return
-        body = forge.make_response(None, status=2, text="not today", failure_bit=15)
-        if self.path == "/substituting":
-            info = forge.tst_info(bytes(32), nonce=tsp.TimeStampReq.load(request)["nonce"].native)
-            body = forge.make_response(forge.make_token(self.server.signer, info))
-        self.send_response(200)
-        self.send_header("Content-Length", str(len(body)))
-        self.end_headers()
-        self.wfile.write(body)
-
-    def log_message(self, *_):
-        pass
 
 
 class Stage:
@@ -92,12 +70,12 @@ class Stage:
             "empty": b"", "lines": line * 3, "no_lines": line + b"hello\n", "md5": b"0" * 32 + b"  data\n",
             "mixed": line + b"0" * 96 + b"  data\n"}
         self.files.update((name, workspace.write(name, content)) for name, content in {**stamps, **others}.items())
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Answers)
-        self.server.signer = self.signer
-        threading.Thread(target=self.server.serve_forever, daemon=True).start()
-        own = f"http://127.0.0.1:{self.server.server_port}/"
+        refusal = forge.make_response(None, status=2, text="not today", failure_bit=15)
+        self.server = PageServer({  # what authorities shouldn't do
+            "broken": lambda _: (500, {}, b""), "refusing": lambda _: (200, {}, refusal),
+            "substituting": lambda body: (200, {}, forge.answer(self.signer, body, digest=bytes(32)))})
         self.urls = {"live": live.url, "unreachable": "http://127.0.0.1:1/", "malformed": "gopher://x/",
-                     **{name: own + name for name in ("refusing", "broken", "substituting")}}
+                     **{name: self.server.url + name for name in self.server.pages}}
 
     @staticmethod
     def token(signer, data=DATA):
@@ -113,10 +91,6 @@ class Stage:
         openssl("cms", "-sign", "-binary", "-nodetach", "-in", "data", "-signer", "person.pem", "-inkey", "person.key",
                 "-outform", "DER", "-out", "person.p7s")
         return (self.folder / "person.p7s").read_bytes()
-
-    def close(self):
-        self.server.shutdown()
-        self.server.server_close()
 
 
 def cases():
@@ -136,7 +110,7 @@ class Languages(program.SystemTest):
         cls.authority = program.Authority(cls.folder / "tsa")
         cls.addClassCleanup(cls.authority.close)
         cls.stage = Stage(cls.workspace, cls.authority)
-        cls.addClassCleanup(cls.stage.close)
+        cls.addClassCleanup(cls.stage.server.close)
         libraries = next(cls.prefix.glob("lib*/**/libchronoseal.so")).parent
         packages = next(cls.prefix.glob("lib*/**/pkgconfig"))
         cls.environment = dict(cls.workspace.environment, LD_LIBRARY_PATH=str(libraries), PYTHONDONTWRITEBYTECODE="1",
@@ -273,32 +247,22 @@ class Languages(program.SystemTest):
         source = self.workspace.write("readme.py", self.readme("python").encode())
         self.expect_readme_program(self.need_python(), source)
 
-    def outsider(self, name, cmake):
-        """A project of somebody else's around the README's program, configured and not built."""
-        folder = self.folder / name
+    def test_an_outsider_by_add_subdirectory(self):
+        """A project of somebody else's around the README's program. Building the library once more takes minutes: the
+        outsider's own source is compiled as the project says, and linked with the libraries that are there already."""
+        # Their names may be those of our floors and tools.
+        own = "core seal client base atl asn1 asn1rt asn1data sup visibility schemac httplib loopback reference man_pages docs"
+        folder, build = self.folder / "outsider", self.folder / "outsider" / "build"
         folder.mkdir()
         (folder / "main.cpp").write_text(self.readme("cpp"))
         (folder / "CMakeLists.txt").write_text(
-            f"cmake_minimum_required(VERSION 3.25)\nproject(outsider LANGUAGES C CXX)\n{cmake}"
+            "cmake_minimum_required(VERSION 3.25)\nproject(outsider LANGUAGES C CXX)\n"
+            f'foreach(name {own} uninstall)\n  add_custom_target(${{name}})\nendforeach()\n'
+            f'add_subdirectory("{SOURCE}" chronoseal EXCLUDE_FROM_ALL)\n'
             "add_executable(outsider main.cpp)\ntarget_link_libraries(outsider PRIVATE chronoseal::chronoseal)\n")
         hidden = [f"-DCMAKE_DISABLE_FIND_PACKAGE_{package}=ON" for package in
                   ("GTest", "benchmark", "CLI11", "nlohmann_json", "fmt")]
-        run("cmake", "-G", "Ninja", "-S", folder, "-B", folder / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}", *hidden)
-        return folder / "build"
-
-    def test_an_outsider_by_find_package(self):
-        build = self.outsider("by-find-package", "find_package(chronoseal 1 REQUIRED)\n")
-        run("cmake", "--build", build)
-        self.expect_readme_program(build / "outsider")
-
-    def test_an_outsider_by_add_subdirectory(self):
-        """Building the library once more takes minutes: the outsider's own source is compiled as the project says, and
-        linked with the libraries that are there already."""
-        # Their names may be those of our floors and tools.
-        own = "core seal client base atl asn1 asn1rt asn1data sup visibility schemac httplib loopback reference man_pages docs"
-        build = self.outsider("by-add-subdirectory", (
-            f'foreach(name {own} uninstall)\n  add_custom_target(${{name}})\nendforeach()\n'
-            f'add_subdirectory("{SOURCE}" chronoseal EXCLUDE_FROM_ALL)\n'))
+        run("cmake", "-G", "Ninja", "-S", folder, "-B", build, *hidden)
         targets = run("ninja", "-C", build, "-t", "targets", "all")
         self.assertIn("libchronoseal.so", targets)
         self.assertNotRegex(targets, r"\w+_test:|chronoseal_(tsa|cli):|bench_\w+:")
