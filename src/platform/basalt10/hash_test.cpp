@@ -2,6 +2,7 @@
 
 #include <basalt/basalt10/digest.h>
 #include <basalt/last_error.h>
+#include <basalt/sup/test_error.h>
 
 #include <gtest/gtest.h>
 
@@ -118,16 +119,13 @@ TEST(Hash, ValueEndsItAndStays) {
     EXPECT_TRUE(add(hash, "a"));
     BYTE bytes[64];
     DWORD size = 31;
-    SetLastError(0);
-    EXPECT_FALSE(CryptGetHashParam(hash, HP_HASHVAL, bytes, &size, 0));
-    EXPECT_EQ(GetLastError(), 234U);
+    EXPECT_ERROR(234U, CryptGetHashParam(hash, HP_HASHVAL, bytes, &size, 0));
     EXPECT_EQ(size, 32U);
     EXPECT_TRUE(add(hash, "bc")); // neither size question nor small buffer has ended it
     size = sizeof bytes;
     EXPECT_TRUE(CryptGetHashParam(hash, HP_HASHVAL, bytes, &size, 0));
     EXPECT_EQ(size, 32U);
-    EXPECT_FALSE(add(hash, "d"));
-    EXPECT_EQ(GetLastError(), 0x8009000CU);
+    EXPECT_ERROR(0x8009000CU, add(hash, "d"));
     EXPECT_EQ(hex(value(hash)), hex({bytes, bytes + 32}));
     CryptDestroyHash(hash);
 }
@@ -157,8 +155,7 @@ TEST(Hash, SizeAndAlgorithm) {
     EXPECT_EQ(number, 32U);
     EXPECT_TRUE(CryptGetHashParam(hash, HP_ALGID, reinterpret_cast<BYTE*>(&number), &size, 0));
     EXPECT_EQ(number, 0x800CU);
-    EXPECT_FALSE(CryptGetHashParam(hash, 77, nullptr, &size, 0));
-    EXPECT_EQ(GetLastError(), 0x8009000AU);
+    EXPECT_ERROR(0x8009000AU, CryptGetHashParam(hash, 77, nullptr, &size, 0));
     CryptDestroyHash(hash);
 }
 
@@ -180,13 +177,10 @@ TEST(Hash, Refusals) {
     CryptReleaseContext(context, 0);
 
     const HCRYPTHASH stale = sha256();
-    EXPECT_FALSE(CryptHashData(stale, nullptr, 1, 0));
-    EXPECT_EQ(GetLastError(), 87U);
+    EXPECT_ERROR(87U, CryptHashData(stale, nullptr, 1, 0));
     EXPECT_TRUE(CryptHashData(stale, nullptr, 0, 0));
     EXPECT_TRUE(CryptDestroyHash(stale));
-    SetLastError(0);
-    EXPECT_FALSE(CryptDestroyHash(stale));
-    EXPECT_EQ(GetLastError(), 6U);
+    EXPECT_ERROR(6U, CryptDestroyHash(stale));
     EXPECT_FALSE(add(stale, "x"));
     EXPECT_FALSE(CryptDuplicateHash(stale, nullptr, 0, &hash));
 }

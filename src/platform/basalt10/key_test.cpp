@@ -2,6 +2,7 @@
 
 #include <basalt/basalt10/digest.h>
 #include <basalt/last_error.h>
+#include <basalt/sup/test_error.h>
 
 #include <gtest/gtest.h>
 
@@ -41,9 +42,7 @@ TEST_F(Key, RsaKeyOfTheWantedLength) {
     EXPECT_EQ(parameter(key, KP_ALGID), CALG_RSA_SIGN);
     EXPECT_EQ(parameter(key, KP_KEYLEN), 1024U);
     EXPECT_TRUE(CryptDestroyKey(key));
-    SetLastError(0);
-    EXPECT_FALSE(CryptDestroyKey(key));
-    EXPECT_EQ(GetLastError(), 6U);
+    EXPECT_ERROR(6U, CryptDestroyKey(key));
 }
 
 TEST_F(Key, Refusals) {
@@ -53,9 +52,7 @@ TEST_F(Key, Refusals) {
     EXPECT_EQ(refusal(CALG_RSA_SIGN, 512U << 16), 0x80090004U);
     EXPECT_EQ(refusal(CALG_RSA_SIGN, 1025U << 16), 0x80090004U);
     EXPECT_EQ(refusal(CALG_RSA_SIGN, 1), 0x80090009U);
-    SetLastError(0);
-    EXPECT_FALSE(CryptDestroyKey(0));
-    EXPECT_EQ(GetLastError(), 6U);
+    EXPECT_ERROR(6U, CryptDestroyKey(0));
 }
 
 TEST_F(Key, GostKeys) {

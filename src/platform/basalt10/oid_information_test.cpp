@@ -2,6 +2,7 @@
 
 #include <basalt/basalt10/digest.h>
 #include <basalt/last_error.h>
+#include <basalt/sup/test_error.h>
 
 #include <gtest/gtest.h>
 #include <openssl/objects.h>
@@ -107,9 +108,7 @@ TEST(OidInformation, UnknownGivesTheUnknownAlgorithmCode) {
     for (const ALG_ID nothing : {ALG_ID{0}, CALG_OID_INFO_CNG_ONLY, CALG_OID_INFO_PARAMETERS}) {
         EXPECT_EQ(CertAlgIdToOID(nothing), nullptr);
     }
-    SetLastError(0);
-    EXPECT_EQ(CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, nullptr, 0), nullptr);
-    EXPECT_EQ(GetLastError(), 87U);
+    EXPECT_ERROR(87U, CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, nullptr, 0));
     EXPECT_EQ(CryptFindOIDInfo(9, "1.2.3", 0), nullptr);
 }
 

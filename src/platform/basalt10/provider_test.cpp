@@ -2,6 +2,7 @@
 
 #include <basalt/basalt10/digest.h>
 #include <basalt/last_error.h>
+#include <basalt/sup/test_error.h>
 
 #include <gtest/gtest.h>
 
@@ -77,9 +78,7 @@ TEST(Provider, RefusalsOfAcquire) {
     EXPECT_EQ(refusal(nullptr, nullptr, 24, 0), 0x80090016U);
     EXPECT_EQ(refusal(nullptr, nullptr, 24, verify | CRYPT_NEWKEYSET), 0x80090009U);
     EXPECT_EQ(refusal(nullptr, nullptr, 24, verify | 1), 0x80090009U);
-    SetLastError(0);
-    EXPECT_FALSE(CryptAcquireContextA(nullptr, nullptr, nullptr, 24, verify));
-    EXPECT_EQ(GetLastError(), 87U);
+    EXPECT_ERROR(87U, CryptAcquireContextA(nullptr, nullptr, nullptr, 24, verify));
 }
 
 TEST(Provider, WideNamesWork) {
@@ -87,11 +86,11 @@ TEST(Provider, WideNamesWork) {
     EXPECT_TRUE(CryptAcquireContextW(&context, L"", L"Basalt RSA and AES Cryptographic Provider",
                                      24, CRYPT_VERIFYCONTEXT));
     EXPECT_TRUE(CryptReleaseContext(context, 0));
-    EXPECT_FALSE(CryptAcquireContextW(&context, nullptr, std::wstring(300, L'x').c_str(), 24,
+    EXPECT_ERROR(0x80090019U,
+                 CryptAcquireContextW(&context, nullptr, std::wstring(300, L'x').c_str(), 24,
                                       CRYPT_VERIFYCONTEXT));
-    EXPECT_EQ(GetLastError(), 0x80090019U);
-    EXPECT_FALSE(CryptAcquireContextW(&context, L"c", nullptr, 24, CRYPT_VERIFYCONTEXT));
-    EXPECT_EQ(GetLastError(), 0x80090016U);
+    EXPECT_ERROR(0x80090016U,
+                 CryptAcquireContextW(&context, L"c", nullptr, 24, CRYPT_VERIFYCONTEXT));
 }
 
 TEST(Provider, ReferencesAreCountedAndStaleHandlesRefused) {
@@ -104,9 +103,7 @@ TEST(Provider, ReferencesAreCountedAndStaleHandlesRefused) {
     EXPECT_FALSE(CryptReleaseContext(context, 1)); // released all the same
     EXPECT_EQ(GetLastError(), 0x80090009U);
     for (const HCRYPTPROV stale : {context, HCRYPTPROV{0}, HCRYPTPROV{0x1234}}) {
-        SetLastError(0);
-        EXPECT_FALSE(CryptReleaseContext(stale, 0));
-        EXPECT_EQ(GetLastError(), 87U);
+        EXPECT_ERROR(87U, CryptReleaseContext(stale, 0));
         EXPECT_FALSE(CryptContextAddRef(stale, nullptr, 0));
         EXPECT_FALSE(CryptGenRandom(stale, 1, &byte));
         DWORD size = 4;
@@ -144,15 +141,11 @@ TEST(Provider, VersionCountsAsNewAndBuildHasTwentyBytes) {
     EXPECT_TRUE(CryptGetProvParam(context, 138, nullptr, &size, 0));
     EXPECT_EQ(size, 20U);
     size = 19;
-    SetLastError(0);
-    EXPECT_FALSE(CryptGetProvParam(context, 138, reinterpret_cast<BYTE*>(build), &size, 0));
-    EXPECT_EQ(GetLastError(), 234U);
+    EXPECT_ERROR(234U, CryptGetProvParam(context, 138, reinterpret_cast<BYTE*>(build), &size, 0));
     EXPECT_EQ(size, 20U);
     EXPECT_TRUE(CryptGetProvParam(context, 138, reinterpret_cast<BYTE*>(build), &size, 0));
     EXPECT_NE(build[0], 0U);
-    SetLastError(0);
-    EXPECT_FALSE(CryptGetProvParam(context, 9999, nullptr, &size, 0));
-    EXPECT_EQ(GetLastError(), 0x8009000AU);
+    EXPECT_ERROR(0x8009000AU, CryptGetProvParam(context, 9999, nullptr, &size, 0));
     CryptReleaseContext(context, 0);
 }
 
@@ -179,9 +172,8 @@ TEST(Provider, SizeQuestionAndSmallBufferDoNotSkipAnAlgorithm) {
     DWORD size = 0;
     EXPECT_TRUE(CryptGetProvParam(context, PP_ENUMALGS_EX, nullptr, &size, CRYPT_FIRST));
     size = 87;
-    EXPECT_FALSE(
-        CryptGetProvParam(context, PP_ENUMALGS_EX, reinterpret_cast<BYTE*>(&first), &size, 0));
-    EXPECT_EQ(GetLastError(), 234U);
+    EXPECT_ERROR(234U, CryptGetProvParam(context, PP_ENUMALGS_EX, reinterpret_cast<BYTE*>(&first),
+                                         &size, 0));
     EXPECT_TRUE(
         CryptGetProvParam(context, PP_ENUMALGS_EX, reinterpret_cast<BYTE*>(&first), &size, 0));
     EXPECT_TRUE(CryptGetProvParam(context, PP_ENUMALGS_EX, reinterpret_cast<BYTE*>(&again), &size,
@@ -197,14 +189,11 @@ TEST(Provider, EnumerationOfTypesAndProvidersAgree) {
         char name[128] = "";
         SetLastError(0);
         if (index == std::size(kTypes)) {
-            EXPECT_FALSE(CryptEnumProvidersA(index, nullptr, 0, &type, name, &size));
-            EXPECT_EQ(GetLastError(), 259U);
-            EXPECT_FALSE(CryptEnumProviderTypesA(index, nullptr, 0, &type, name, &size));
-            EXPECT_EQ(GetLastError(), 259U);
+            EXPECT_ERROR(259U, CryptEnumProvidersA(index, nullptr, 0, &type, name, &size));
+            EXPECT_ERROR(259U, CryptEnumProviderTypesA(index, nullptr, 0, &type, name, &size));
             break;
         }
-        EXPECT_FALSE(CryptEnumProvidersA(index, nullptr, 0, &type, name, &size));
-        EXPECT_EQ(GetLastError(), 234U);
+        EXPECT_ERROR(234U, CryptEnumProvidersA(index, nullptr, 0, &type, name, &size));
         ASSERT_TRUE(CryptEnumProvidersA(index, nullptr, 0, &type, name, &size));
         EXPECT_EQ(size, std::strlen(name) + 1);
         EXPECT_EQ(type, kTypes[index]);

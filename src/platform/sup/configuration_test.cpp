@@ -62,6 +62,18 @@ Answer read(Reader reader, const char* path) {
     return answer;
 }
 
+// What a reading of a number, or of a switch, ends with, and what it has read; -1: nothing.
+template <class Value>
+std::pair<int, Value> value_at(int (*reader)(const char*, Value*), const char* path) {
+    Value value = -1;
+    const int code = reader(path, &value);
+    return {code, value};
+}
+
+std::pair<int, long> number_at(const char* path) {
+    return value_at(support_registry_get_long, path);
+}
+
 std::string problem() {
     return read([](const char*, std::size_t* size,
                    char* buffer) { return support_registry_problem(size, buffer); },
@@ -76,28 +88,21 @@ TEST_F(Configuration, FourTypes) {
           "StampAccuracy = 180001\nNegative = -5\nRequireNonce = true\nDisableNonce = 0\nOne = 7\n"
           "DefaultTSPURL = 'http://tsa.example/\u00e9'\nEmpty = ''\n"
           "AllowedTSPs = ['http://a/', '', 'http://b/']\nNone = []\n");
-    long number = 0;
-    EXPECT_EQ(support_registry_get_long("\\config\\cades\\tsppolicy\\StampAccuracy", &number), 0);
-    EXPECT_EQ(number, 180001);
-    EXPECT_EQ(support_registry_get_long("\\config\\cades\\tsppolicy\\Negative", &number), 0);
-    EXPECT_EQ(number, -5);
-    int flag = 9;
-    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\tsppolicy\\RequireNonce", &flag), 0);
-    EXPECT_EQ(flag, 1);
-    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\tsppolicy\\DisableNonce", &flag), 0);
-    EXPECT_EQ(flag, 0);
-    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\tsppolicy\\One", &flag), 0);
-    EXPECT_EQ(flag, 1);
-    const auto string = [](const char* name) {
-        return read(support_registry_get_string,
-                    (std::string("\\config\\cades\\tsppolicy\\") + name).c_str());
+    const std::string policy = "\\config\\cades\\tsppolicy\\";
+    EXPECT_EQ(number_at((policy + "StampAccuracy").c_str()), std::pair(0, 180001L));
+    EXPECT_EQ(number_at((policy + "Negative").c_str()), std::pair(0, -5L));
+    for (const auto& [name, flag] :
+         {std::pair{"RequireNonce", 1}, std::pair{"DisableNonce", 0}, std::pair{"One", 1}}) {
+        EXPECT_EQ(value_at(support_registry_get_bool, (policy + name).c_str()), std::pair(0, flag));
+    }
+    const auto string = [&](const char* name) {
+        return read(support_registry_get_string, (policy + name).c_str());
     };
     EXPECT_EQ(string("DefaultTSPURL").bytes, "http://tsa.example/\xC3\xA9");
     EXPECT_EQ(string("Empty").code, 0);
     EXPECT_EQ(string("Empty").bytes, "");
-    const auto list = [](const char* name) {
-        return read(support_registry_get_multi_string,
-                    (std::string("\\config\\cades\\tsppolicy\\") + name).c_str());
+    const auto list = [&](const char* name) {
+        return read(support_registry_get_multi_string, (policy + name).c_str());
     };
     EXPECT_EQ(list("AllowedTSPs").bytes, std::string("http://a/\0\0http://b/\0", 21));
     EXPECT_EQ(list("None").code, 0);
@@ -107,19 +112,15 @@ TEST_F(Configuration, FourTypes) {
 
 TEST_F(Configuration, AbsentKeysAndTables) {
     write("[config.cades]\nx = 1\n");
-    long number = 42;
-    int flag = 42;
     for (const char* path : {"\\config\\cades\\y", "\\config\\cades", "\\config\\cades\\x\\z",
                              "\\config\\CADES\\x", "\\config\\cades\\", "\\"}) {
-        EXPECT_EQ(support_registry_get_long(path, &number), 2) << path;
-        EXPECT_EQ(support_registry_get_bool(path, &flag), 2) << path;
+        EXPECT_EQ(number_at(path), std::pair(2, -1L)) << path;
+        EXPECT_EQ(value_at(support_registry_get_bool, path), std::pair(2, -1)) << path;
         EXPECT_EQ(read(support_registry_get_string, path).size_code, 2) << path;
         EXPECT_EQ(read(support_registry_get_multi_string, path).size_code, 2) << path;
     }
-    EXPECT_EQ(number, 42);
-    EXPECT_EQ(flag, 42);
-    EXPECT_EQ(support_registry_get_long("config\\cades\\x", &number), 87);
-    EXPECT_EQ(support_registry_get_long(nullptr, &number), 87);
+    EXPECT_EQ(number_at("config\\cades\\x").first, 87);
+    EXPECT_EQ(number_at(nullptr).first, 87);
     EXPECT_EQ(support_registry_get_long("\\config\\cades\\x", nullptr), 87);
     EXPECT_EQ(support_registry_get_string("\\config\\cades\\x", nullptr, nullptr), 87);
 }
@@ -129,13 +130,9 @@ TEST_F(Configuration, AbsentKeysAndTables) {
 TEST_F(Configuration, ValueOfTheWrongTypeIsNotAbsent) {
     write("text = '1'\nnumber = 1\nreal = 1.0\nmixed = ['a', 1]\nzero = \"a\\u0000b\"\n"
           "zeros = [\"a\\u0000b\"]\n");
-    long number = 42;
-    EXPECT_EQ(support_registry_get_long("\\text", &number), 1629);
-    EXPECT_EQ(support_registry_get_long("\\real", &number), 1629);
-    EXPECT_EQ(number, 42);
-    int flag = 42;
-    EXPECT_EQ(support_registry_get_bool("\\text", &flag), 1629);
-    EXPECT_EQ(flag, 42);
+    EXPECT_EQ(number_at("\\text"), std::pair(1629, -1L));
+    EXPECT_EQ(number_at("\\real"), std::pair(1629, -1L));
+    EXPECT_EQ(value_at(support_registry_get_bool, "\\text"), std::pair(1629, -1));
     const auto expect = [](Reader reader, const char* path, int code) {
         const Answer answer = read(reader, path);
         EXPECT_EQ(answer.size_code, 0) << path;
@@ -151,8 +148,7 @@ TEST_F(Configuration, ValueOfTheWrongTypeIsNotAbsent) {
 
 TEST_F(Configuration, BrokenFileIsAnErrorForEveryKeyAndSaysWhere) {
     write("[config]\nfine = 'x'\nbad = [1,\n[\n");
-    long number = 0;
-    EXPECT_EQ(support_registry_get_long("\\config\\fine", &number), 1009);
+    EXPECT_EQ(number_at("\\config\\fine").first, 1009);
     for (const char* path : {"\\config\\fine", "\\config\\nothing"}) {
         const Answer answer = read(support_registry_get_multi_string, path);
         EXPECT_EQ(answer.size_code, 0);
@@ -165,22 +161,21 @@ TEST_F(Configuration, BrokenFileIsAnErrorForEveryKeyAndSaysWhere) {
 }
 
 TEST_F(Configuration, NoFilePipeFolderAndHugeFileAreFaults) {
-    long number = 0;
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009); // not there
+    EXPECT_EQ(number_at("\\a").first, 1009); // not there
     ASSERT_EQ(mkfifo(file_.c_str(), 0600), 0);
     support_registry_refresh();
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    EXPECT_EQ(number_at("\\a").first, 1009);
     std::filesystem::remove(file_);
     std::filesystem::create_directory(file_);
     support_registry_refresh();
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    EXPECT_EQ(number_at("\\a").first, 1009);
     std::filesystem::remove(file_);
     write("a = 1\n" + std::string((1 << 20), '#'));
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    EXPECT_EQ(number_at("\\a").first, 1009);
     setenv("BASALT_CONFIG", "/dev/zero", 1);
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 1009);
+    EXPECT_EQ(number_at("\\a").first, 1009);
     setenv("BASALT_CONFIG", "/dev/null", 1);
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 2);
+    EXPECT_EQ(number_at("\\a").first, 2);
 }
 
 TEST_F(Configuration, DeepNestingDoesNotOverflowTheStack) {
@@ -209,8 +204,7 @@ TEST_F(Configuration, DeepNestingDoesNotOverflowTheStack) {
              "x = " + std::string(100, '[') + std::string(100, ']'),
          }) {
         write(text);
-        long number = 0;
-        EXPECT_EQ(support_registry_get_long("\\a", &number), 1009) << text.substr(0, 40);
+        EXPECT_EQ(number_at("\\a").first, 1009) << text.substr(0, 40);
     }
     // Within the bounds, in every way at once.
     std::string nested = "1";
@@ -254,17 +248,14 @@ TEST_F(Configuration, LargeTextsAreReadAndListedInTime) {
 }
 
 TEST_F(Configuration, ChangedFileIsReadAgain) {
-    long number = 0;
     for (long i = 1; i < 10; ++i) { // quicker than the clock that stamps files, and of one size
         write("a = " + std::to_string(i) + "\n");
-        ASSERT_EQ(support_registry_get_long("\\a", &number), 0);
-        ASSERT_EQ(number, i);
+        ASSERT_EQ(number_at("\\a"), std::pair(0, i));
     }
     std::ofstream(file_ + ".new") << "a = 0\n";
     std::filesystem::rename(file_ + ".new", file_);
     support_registry_refresh();
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
-    EXPECT_EQ(number, 0);
+    EXPECT_EQ(number_at("\\a"), std::pair(0, 0L));
 }
 
 TEST_F(Configuration, SmallBufferGetsNothingAndTheNeededSize) {
@@ -287,12 +278,10 @@ TEST_F(Configuration, UserFileAddsButNeverOverrides) {
     const std::string user_file = folder_ + "/.config/basalt/config.toml";
     std::ofstream(user_file) << "a = 1\n";
     setenv("HOME", folder_.c_str(), 1);
-    long number = 0;
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
-    EXPECT_EQ(number, 1);
+    EXPECT_EQ(number_at("\\a"), std::pair(0, 1L));
     EXPECT_EQ(read(support_registry_origin, "\\a").bytes, user_file);
     setenv("HOME", "relative", 1);
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 2);
+    EXPECT_EQ(number_at("\\a").first, 2);
     setenv("HOME", old_home.c_str(), 1);
 }
 
@@ -344,17 +333,14 @@ TEST_F(Configuration, ArraysOfTablesGoByNumber) {
 }
 
 TEST_F(Configuration, FilesAreLookedAtOnceASecond) {
-    long number = 0;
     write("a = 1\n");
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
+    EXPECT_EQ(number_at("\\a"), std::pair(0, 1L));
     std::ofstream(file_) << "a = 2\n";
-    EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
-    EXPECT_EQ(number, 1);
-    for (int tries = 0; number == 1 && tries < 100; ++tries) {
+    EXPECT_EQ(number_at("\\a"), std::pair(0, 1L));
+    for (int tries = 0; number_at("\\a").second == 1 && tries < 100; ++tries) {
         usleep(50000);
-        EXPECT_EQ(support_registry_get_long("\\a", &number), 0);
     }
-    EXPECT_EQ(number, 2);
+    EXPECT_EQ(number_at("\\a"), std::pair(0, 2L));
 }
 
 TEST_F(Configuration, FindingsTellSlipsOfThePen) {

@@ -1,6 +1,7 @@
 #include <basalt/time_conversion.h>
 
 #include <basalt/last_error.h>
+#include <basalt/sup/test_error.h>
 
 #include <gtest/gtest.h>
 
@@ -95,9 +96,7 @@ TEST(TimeConversion, FieldsThatNameNoTimeAreRefused) {
     }
     SYSTEMTIME fields{};
     const FILETIME negative = file_time(0x8000000000000000);
-    SetLastError(0);
-    EXPECT_FALSE(FileTimeToSystemTime(&negative, &fields));
-    EXPECT_EQ(GetLastError(), 87U);
+    EXPECT_ERROR(87U, FileTimeToSystemTime(&negative, &fields));
     const FILETIME last = file_time(0x7FFFFFFFFFFFFFFF);
     EXPECT_TRUE(FileTimeToSystemTime(&last, &fields));
     EXPECT_EQ(fields.wYear, 30828);

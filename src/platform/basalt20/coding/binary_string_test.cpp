@@ -1,6 +1,7 @@
 #include <basalt/binary_string.h>
 
 #include <basalt/last_error.h>
+#include <basalt/sup/test_error.h>
 
 #include <gtest/gtest.h>
 
@@ -145,23 +146,19 @@ TEST(BinaryString, LengthZeroMeansUpToTheEndMark) {
     EXPECT_EQ(size, 3U);
     EXPECT_TRUE(CryptStringToBinaryW(L"Zm9v", 0, 1, nullptr, &size, nullptr, nullptr));
     EXPECT_EQ(size, 3U);
-    SetLastError(0);
-    EXPECT_FALSE(CryptStringToBinaryA("", 0, 1, nullptr, &size, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), 13U);
+    EXPECT_ERROR(13U, CryptStringToBinaryA("", 0, 1, nullptr, &size, nullptr, nullptr));
 }
 
 TEST(BinaryString, SmallBufferGetsTheNeededSize) {
     const BYTE data[] = {1, 2, 3};
     char text[5] = "####";
     DWORD size = 4;
-    EXPECT_FALSE(CryptBinaryToStringA(data, 3, 0x40000001, text, &size));
-    EXPECT_EQ(GetLastError(), 234U);
+    EXPECT_ERROR(234U, CryptBinaryToStringA(data, 3, 0x40000001, text, &size));
     EXPECT_EQ(size, 5U);
     EXPECT_STREQ(text, "####");
     BYTE bytes[2] = {};
     size = 2;
-    EXPECT_FALSE(CryptStringToBinaryA("Zm9v", 4, 1, bytes, &size, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), 234U);
+    EXPECT_ERROR(234U, CryptStringToBinaryA("Zm9v", 4, 1, bytes, &size, nullptr, nullptr));
     EXPECT_EQ(size, 3U);
     EXPECT_EQ(bytes[0], 0);
 }

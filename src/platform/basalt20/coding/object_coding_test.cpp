@@ -5,6 +5,7 @@
 #include <basalt/last_error.h>
 #include <basalt/local_block.h>
 #include <basalt/store/test_file.h>
+#include <basalt/sup/test_error.h>
 
 #include <cstring>
 
@@ -161,18 +162,17 @@ TEST(ObjectCoding, RecordsThatCannotBeEncodedAreRefused) {
         EXPECT_EQ(GetLastError(), CRYPT_E_OID_FORMAT) << oid;
     }
     const CRYPT_INTEGER_BLOB empty{0, nullptr};
-    EXPECT_FALSE(CryptEncodeObject(1, X509_MULTI_BYTE_INTEGER, &empty, nullptr, &size));
-    EXPECT_EQ(GetLastError(), CRYPT_E_ASN1_BADARGS);
-    EXPECT_FALSE(CryptEncodeObject(1, reinterpret_cast<LPCSTR>(17), &empty, nullptr, &size));
-    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_ERROR(CRYPT_E_ASN1_BADARGS,
+                 CryptEncodeObject(1, X509_MULTI_BYTE_INTEGER, &empty, nullptr, &size));
+    EXPECT_ERROR(ERROR_FILE_NOT_FOUND,
+                 CryptEncodeObject(1, reinterpret_cast<LPCSTR>(17), &empty, nullptr, &size));
 }
 
 TEST(ObjectCoding, SizesFollowTheTwoStepProtocol) {
     const int value = -129;
     DWORD size = 3;
     BYTE buffer[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-    EXPECT_FALSE(CryptEncodeObject(1, X509_INTEGER, &value, buffer, &size));
-    EXPECT_EQ(GetLastError(), ERROR_MORE_DATA);
+    EXPECT_ERROR(ERROR_MORE_DATA, CryptEncodeObject(1, X509_INTEGER, &value, buffer, &size));
     EXPECT_EQ(size, 4U);
     EXPECT_EQ(buffer[0], 0xEE);
     ASSERT_TRUE(CryptEncodeObject(1, X509_INTEGER, &value, buffer, &size));

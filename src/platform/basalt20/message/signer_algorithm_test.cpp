@@ -356,7 +356,7 @@ TEST(SignerAlgorithm, EvidenceInTheMessageIsInItsStore) {
     const std::string message = message_of(parts);
     const CRYPT_DATA_BLOB blob{static_cast<DWORD>(message.size()),
                                const_cast<BYTE*>(bytes_of(message).data())};
-    HCERTSTORE store = CertOpenStore(CERT_STORE_PROV_PKCS7, 0, 0, 0, &blob);
+    const Store store(CertOpenStore(CERT_STORE_PROV_PKCS7, 0, 0, 0, &blob));
     ASSERT_NE(store, nullptr) << std::hex << GetLastError();
     int count = 0;
     for (PCCRL_CONTEXT found = nullptr; (found = CertEnumCRLsInStore(store, found)) != nullptr;
@@ -372,5 +372,4 @@ TEST(SignerAlgorithm, EvidenceInTheMessageIsInItsStore) {
                   answer_bytes);
     }
     EXPECT_EQ(count, 2);
-    CertCloseStore(store, 0);
 }

@@ -1,10 +1,11 @@
 // CryptRetrieveObjectByUrlW against a server on loopback, with a cache folder of the test's own.
-#include <loopback/loopback_server.h>
 #include <basalt/configuration.h>
 #include <basalt/last_error.h>
 #include <basalt/network.h>
 #include <basalt/network/network_fixture.h>
+#include <basalt/sup/test_error.h>
 #include <basalt/time_conversion.h>
+#include <loopback/loopback_server.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -255,10 +256,8 @@ TEST_F(UrlRetrieval, WrongArguments) {
     EXPECT_EQ(code(0x10, nullptr), 87U);
     EXPECT_EQ(code(4, "1.2.3"), 87U);
     void* object = nullptr;
-    SetLastError(0);
-    EXPECT_FALSE(CryptRetrieveObjectByUrlW(nullptr, nullptr, 4, 0, &object, nullptr, nullptr,
-                                           nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), 87U);
+    EXPECT_ERROR(87U, CryptRetrieveObjectByUrlW(nullptr, nullptr, 4, 0, &object, nullptr, nullptr,
+                                                nullptr, nullptr));
     CRYPT_RETRIEVE_AUX_INFO small{};
     small.cbSize = 80;
     EXPECT_FALSE(CryptRetrieveObjectByUrlW(L"http://127.0.0.1:1/", nullptr, 4, 0, &object, nullptr,

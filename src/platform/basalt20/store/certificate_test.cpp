@@ -5,6 +5,7 @@
 #include <basalt/error_codes.h>
 #include <basalt/last_error.h>
 #include <basalt/store/test_file.h>
+#include <basalt/sup/test_error.h>
 
 #include <openssl/x509.h>
 
@@ -97,8 +98,7 @@ TEST(Certificate, EveryTruncationIsRefusedAndEveryChangedByteStaysInBounds) {
     }
     auto longer = bytes;
     longer.push_back(0);
-    EXPECT_EQ(certificate_of(longer), nullptr);
-    EXPECT_EQ(GetLastError(), CRYPT_E_ASN1_CORRUPT);
+    EXPECT_ERROR(CRYPT_E_ASN1_CORRUPT, certificate_of(longer));
 }
 
 TEST(Certificate, PropertiesAreSetReadWalkedAndDeleted) {
@@ -115,9 +115,8 @@ TEST(Certificate, PropertiesAreSetReadWalkedAndDeleted) {
 
     BYTE small[2];
     DWORD size = sizeof(small);
-    EXPECT_FALSE(
-        CertGetCertificateContextProperty(context.get(), CERT_FRIENDLY_NAME_PROP_ID, small, &size));
-    EXPECT_EQ(GetLastError(), ERROR_MORE_DATA);
+    EXPECT_ERROR(ERROR_MORE_DATA, CertGetCertificateContextProperty(
+                                      context.get(), CERT_FRIENDLY_NAME_PROP_ID, small, &size));
     EXPECT_EQ(size, 4U);
 
     DWORD id = CertEnumCertificateContextProperties(context.get(), 0);
@@ -127,8 +126,8 @@ TEST(Certificate, PropertiesAreSetReadWalkedAndDeleted) {
     EXPECT_EQ(CertEnumCertificateContextProperties(context.get(), id), 0U);
 
     ASSERT_TRUE(CertSetCertificateContextProperty(context.get(), 99, 0, nullptr));
-    EXPECT_FALSE(CertGetCertificateContextProperty(context.get(), 99, nullptr, &size));
-    EXPECT_EQ(GetLastError(), CRYPT_E_NOT_FOUND);
+    EXPECT_ERROR(CRYPT_E_NOT_FOUND,
+                 CertGetCertificateContextProperty(context.get(), 99, nullptr, &size));
 }
 
 // What a caller copies to another context is the block itself, so its pointers must lead into it.
@@ -175,17 +174,17 @@ TEST(Certificate, HashesAreComputedByAlgorithmIdentifier) {
                   1);
         DWORD size = 8;
         std::vector<BYTE> actual(64);
-        EXPECT_FALSE(CryptHashCertificate(0, c.algorithm, 0, bytes.data(),
+        EXPECT_ERROR(ERROR_MORE_DATA,
+                     CryptHashCertificate(0, c.algorithm, 0, bytes.data(),
                                           static_cast<DWORD>(bytes.size()), actual.data(), &size));
-        EXPECT_EQ(GetLastError(), ERROR_MORE_DATA);
         EXPECT_TRUE(CryptHashCertificate(0, c.algorithm, 0, bytes.data(),
                                          static_cast<DWORD>(bytes.size()), actual.data(), &size));
         actual.resize(size);
         EXPECT_EQ(actual, expected);
     }
     DWORD size = 0;
-    EXPECT_FALSE(CryptHashCertificate(0, 0x1234, 0, bytes.data(), 1, nullptr, &size));
-    EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
+    EXPECT_ERROR(NTE_BAD_ALGID,
+                 CryptHashCertificate(0, 0x1234, 0, bytes.data(), 1, nullptr, &size));
     EXPECT_EQ(property(test_certificate("rsa.cer").get(), CERT_SHA1_HASH_PROP_ID).size(), 20U);
 }
 

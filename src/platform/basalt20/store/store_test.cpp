@@ -5,21 +5,11 @@
 #include <basalt/last_error.h>
 #include <basalt/message.h>
 #include <basalt/store/test_file.h>
+#include <basalt/sup/test_error.h>
 
 #include <thread>
 
 namespace {
-
-class Store {
-public:
-    explicit Store(HCERTSTORE handle) : handle_(handle) {}
-    Store(Store&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
-    ~Store() { CertCloseStore(handle_, 0); }
-    operator HCERTSTORE() const { return handle_; }
-
-private:
-    HCERTSTORE handle_;
-};
 
 Store memory_store() {
     return Store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
@@ -67,8 +57,8 @@ TEST(Store, DispositionsDecideAgainstTheSameIssuerAndSerialNumber) {
     const auto rsa = test_certificate("rsa.cer");
     add(store, "rsa.cer", CERT_STORE_ADD_NEW);
     for (const DWORD disposition : {CERT_STORE_ADD_NEW, CERT_STORE_ADD_NEWER}) {
-        EXPECT_FALSE(CertAddCertificateContextToStore(store, rsa.get(), disposition, nullptr));
-        EXPECT_EQ(GetLastError(), CRYPT_E_EXISTS);
+        EXPECT_ERROR(CRYPT_E_EXISTS,
+                     CertAddCertificateContextToStore(store, rsa.get(), disposition, nullptr));
     }
     BYTE value[] = {1};
     const CRYPT_DATA_BLOB blob{1, value};
@@ -89,8 +79,7 @@ TEST(Store, DispositionsDecideAgainstTheSameIssuerAndSerialNumber) {
     EXPECT_EQ(CertEnumCertificateContextProperties(heir, 0), 0U);
     CertFreeCertificateContext(heir);
     EXPECT_EQ(walk(store), Names{"rsa.cer"});
-    EXPECT_FALSE(CertAddCertificateContextToStore(store, rsa.get(), 9, nullptr));
-    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    EXPECT_ERROR(E_INVALIDARG, CertAddCertificateContextToStore(store, rsa.get(), 9, nullptr));
 }
 
 TEST(Store, PropertiesSetOnAWalkedContextStayInTheStore) {
@@ -144,11 +133,11 @@ TEST(Store, FindsByEveryKey) {
             CertFindCertificateInStore(store, 0x10001, 0, c.type, c.para, nullptr);
         ASSERT_NE(found, nullptr);
         EXPECT_TRUE(CertCompareCertificate(0x10001, found->pCertInfo, &info));
-        EXPECT_EQ(CertFindCertificateInStore(store, 0x10001, 0, c.type, c.para, found), nullptr);
-        EXPECT_EQ(GetLastError(), CRYPT_E_NOT_FOUND);
+        EXPECT_ERROR(CRYPT_E_NOT_FOUND,
+                     CertFindCertificateInStore(store, 0x10001, 0, c.type, c.para, found));
     }
-    EXPECT_EQ(CertFindCertificateInStore(store, 0x10001, 0, 0x990000, &info, nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    EXPECT_ERROR(E_INVALIDARG,
+                 CertFindCertificateInStore(store, 0x10001, 0, 0x990000, &info, nullptr));
 }
 
 // A caller may hand over a free-standing copy of what it found before: the search goes on behind
@@ -161,10 +150,10 @@ TEST(Store, AForeignPreviousContextContinuesBehindItsCopy) {
     ASSERT_NE(next, nullptr);
     EXPECT_TRUE(CertCompareCertificate(1, next->pCertInfo, test_certificate("ec.cer")->pCertInfo));
     CertFreeCertificateContext(next);
-    EXPECT_EQ(CertEnumCertificatesInStore(store, test_certificate("ec.cer").release()), nullptr);
-    EXPECT_EQ(GetLastError(), CRYPT_E_NOT_FOUND);
-    EXPECT_EQ(CertEnumCertificatesInStore(store, test_certificate("dsa.cer").release()), nullptr);
-    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    EXPECT_ERROR(CRYPT_E_NOT_FOUND,
+                 CertEnumCertificatesInStore(store, test_certificate("ec.cer").release()));
+    EXPECT_ERROR(E_INVALIDARG,
+                 CertEnumCertificatesInStore(store, test_certificate("dsa.cer").release()));
 }
 
 TEST(Store, DeletingInTheMiddleOfAWalkDoesNotDisturbIt) {
@@ -188,18 +177,16 @@ TEST(Store, HandlesAreCountedAndStaleOnesRefused) {
     PCCERT_CONTEXT context = CertEnumCertificatesInStore(store, nullptr);
     ASSERT_NE(context, nullptr);
     EXPECT_EQ(context->hCertStore, store);
-    EXPECT_FALSE(CertCloseStore(store, CERT_CLOSE_STORE_CHECK_FLAG));
-    EXPECT_EQ(GetLastError(), CRYPT_E_PENDING_CLOSE);
+    EXPECT_ERROR(CRYPT_E_PENDING_CLOSE, CertCloseStore(store, CERT_CLOSE_STORE_CHECK_FLAG));
     // Closed all the same; the context lives on.
-    EXPECT_EQ(CertDuplicateStore(store), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_ERROR(ERROR_INVALID_HANDLE, CertDuplicateStore(store));
     EXPECT_EQ(test_file("rsa.cer").size(), context->cbCertEncoded);
     CertFreeCertificateContext(context);
-    EXPECT_EQ(CertEnumCertificatesInStore(reinterpret_cast<HCERTSTORE>(16), nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_ERROR(ERROR_INVALID_HANDLE,
+                 CertEnumCertificatesInStore(reinterpret_cast<HCERTSTORE>(16), nullptr));
     EXPECT_TRUE(CertCloseStore(nullptr, 0));
-    EXPECT_EQ(CertOpenStore(reinterpret_cast<LPCSTR>(4), 0, 0, 0, nullptr), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_ERROR(ERROR_FILE_NOT_FOUND,
+                 CertOpenStore(reinterpret_cast<LPCSTR>(4), 0, 0, 0, nullptr));
 }
 
 TEST(Collection, ShowsItsStoresByPriorityAndKeepsThemOpen) {
@@ -216,9 +203,9 @@ TEST(Collection, ShowsItsStoresByPriorityAndKeepsThemOpen) {
         ASSERT_TRUE(CertAddStoreToCollection(whole, third, 0, 5));
     }
     EXPECT_EQ(walk(whole), (Names{"dsa.cer", "rsa.cer", "ec.cer"}));
-    EXPECT_FALSE(CertAddCertificateContextToStore(whole, test_certificate("root.cer").get(),
+    EXPECT_ERROR(E_ACCESSDENIED,
+                 CertAddCertificateContextToStore(whole, test_certificate("root.cer").get(),
                                                   CERT_STORE_ADD_ALWAYS, nullptr));
-    EXPECT_EQ(GetLastError(), E_ACCESSDENIED);
 
     const Store taking = memory_store();
     ASSERT_TRUE(CertAddStoreToCollection(whole, taking, CERT_PHYSICAL_STORE_ADD_ENABLE_FLAG, 1));
@@ -235,11 +222,9 @@ TEST(Collection, CannotHoldItself) {
     ASSERT_TRUE(CertAddStoreToCollection(outer, inner, 0, 0));
     for (const auto& [parent, child] :
          {std::pair<HCERTSTORE, HCERTSTORE>(outer, outer), {inner, outer}}) {
-        EXPECT_FALSE(CertAddStoreToCollection(parent, child, 0, 0));
-        EXPECT_EQ(GetLastError(), E_INVALIDARG);
+        EXPECT_ERROR(E_INVALIDARG, CertAddStoreToCollection(parent, child, 0, 0));
     }
-    EXPECT_FALSE(CertAddStoreToCollection(memory_store(), inner, 0, 0));
-    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    EXPECT_ERROR(E_INVALIDARG, CertAddStoreToCollection(memory_store(), inner, 0, 0));
 }
 
 TEST(Store, FilesAndMessagesOpenAsStores) {
@@ -258,8 +243,8 @@ TEST(Store, FilesAndMessagesOpenAsStores) {
         ASSERT_NE(static_cast<HCERTSTORE>(store), nullptr) << c.file;
         EXPECT_THAT(walk(store), testing::UnorderedElementsAreArray(c.names)) << c.file;
     }
-    EXPECT_EQ(CertOpenStore(CERT_STORE_PROV_FILENAME_A, 0, 0, 0, path("absent").c_str()), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_ERROR(ERROR_FILE_NOT_FOUND,
+                 CertOpenStore(CERT_STORE_PROV_FILENAME_A, 0, 0, 0, path("absent").c_str()));
     EXPECT_EQ(CertOpenStore(CERT_STORE_PROV_FILENAME_A, 0, 0, 0, path("content.txt").c_str()),
               nullptr);
     EXPECT_EQ(GetLastError() & 0xFFFFFF00, 0x80093100);
@@ -281,9 +266,8 @@ TEST(Store, HoldsCrlsAndOcspAnswers) {
     const auto answer = test_file("rsa.ocsp");
     const auto size = static_cast<DWORD>(list.size());
     ASSERT_TRUE(CertAddEncodedCRLToStore(store, 1, list.data(), size, CERT_STORE_ADD_NEW, nullptr));
-    EXPECT_FALSE(
-        CertAddEncodedCRLToStore(store, 1, list.data(), size, CERT_STORE_ADD_NEWER, nullptr));
-    EXPECT_EQ(GetLastError(), CRYPT_E_EXISTS);
+    EXPECT_ERROR(CRYPT_E_EXISTS, CertAddEncodedCRLToStore(store, 1, list.data(), size,
+                                                          CERT_STORE_ADD_NEWER, nullptr));
     const auto root = test_certificate("root.cer");
     PCCRL_CONTEXT found = CertFindCRLInStore(store, 1, 0, CRL_FIND_ISSUED_BY, root.get(), nullptr);
     ASSERT_NE(found, nullptr);

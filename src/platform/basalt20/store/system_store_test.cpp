@@ -4,6 +4,7 @@
 #include <basalt/last_error.h>
 #include <basalt/store.h>
 #include <basalt/store/test_file.h>
+#include <basalt/sup/test_error.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -47,12 +48,7 @@ protected:
         }
         return found;
     }
-    static int count(const wchar_t* name) {
-        HCERTSTORE store = open(name);
-        const int found = count(store);
-        CertCloseStore(store, 0);
-        return found;
-    }
+    static int count(const wchar_t* name) { return count(Store(open(name))); }
     // That a folder was absent is kept in mind for a moment.
     static void wait_for(const wchar_t* name, int wanted) {
         for (int tries = 0; count(name) != wanted && tries < 100; ++tries) {
@@ -61,10 +57,9 @@ protected:
     }
     static void add(const wchar_t* name, const std::string& file,
                     DWORD location = CERT_SYSTEM_STORE_CURRENT_USER) {
-        HCERTSTORE store = open(name, 0, location);
+        const Store store(open(name, 0, location));
         EXPECT_TRUE(CertAddCertificateContextToStore(store, test_certificate(file).get(),
                                                      CERT_STORE_ADD_USE_EXISTING, nullptr));
-        CertCloseStore(store, 0);
     }
 
     fs::path folder_;
@@ -99,9 +94,8 @@ TEST_F(SystemStore, KeepsCertificatesAndPropertiesBetweenOpenings) {
     // Read only: a property stays in memory, an object is refused.
     ASSERT_TRUE(CertSetCertificateContextProperty(found, CERT_KEY_PROV_INFO_PROP_ID, 0, nullptr));
     EXPECT_FALSE(CertDeleteCertificateFromStore(found));
-    EXPECT_FALSE(
-        CertAddCertificateContextToStore(store, certificate.get(), CERT_STORE_ADD_ALWAYS, nullptr));
-    EXPECT_EQ(GetLastError(), E_ACCESSDENIED);
+    EXPECT_ERROR(E_ACCESSDENIED, CertAddCertificateContextToStore(store, certificate.get(),
+                                                                  CERT_STORE_ADD_ALWAYS, nullptr));
     CertCloseStore(store, 0);
 
     store = open(L"My");
@@ -120,9 +114,7 @@ TEST_F(SystemStore, MachineStoresStandBehindTheUsersOwn) {
     EXPECT_EQ(count(L"CA"), 1);
     add(L"CA", "ec.cer");
     EXPECT_EQ(count(L"CA"), 2);
-    HCERTSTORE machine = open(L"CA", 0, CERT_SYSTEM_STORE_LOCAL_MACHINE);
-    EXPECT_EQ(count(machine), 1);
-    CertCloseStore(machine, 0);
+    EXPECT_EQ(count(Store(open(L"CA", 0, CERT_SYSTEM_STORE_LOCAL_MACHINE))), 1);
 }
 
 TEST_F(SystemStore, RootShowsTheSystemsRootsAndFollowsTheirFile) {
@@ -137,11 +129,9 @@ TEST_F(SystemStore, RootShowsTheSystemsRootsAndFollowsTheirFile) {
 }
 
 TEST_F(SystemStore, OpeningFlagsAndNames) {
-    EXPECT_EQ(open(L"My", CERT_STORE_OPEN_EXISTING_FLAG), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+    EXPECT_ERROR(ERROR_FILE_NOT_FOUND, open(L"My", CERT_STORE_OPEN_EXISTING_FLAG));
     add(L"My", "ec.cer");
-    EXPECT_EQ(open(L"My", CERT_STORE_CREATE_NEW_FLAG), nullptr);
-    EXPECT_EQ(GetLastError(), ERROR_FILE_EXISTS);
+    EXPECT_ERROR(ERROR_FILE_EXISTS, open(L"My", CERT_STORE_CREATE_NEW_FLAG));
     for (const wchar_t* bad : {L"", L"..", L"a/b", L".hidden"}) {
         EXPECT_EQ(open(bad), nullptr) << bad;
         EXPECT_EQ(GetLastError(), E_INVALIDARG);
@@ -166,15 +156,13 @@ TEST_F(SystemStore, DamagedFilesArePassedOver) {
         }
     }
     EXPECT_EQ(count(L"AddressBook"), 2); // one is in the bundle too
-    HCERTSTORE store = open(L"AddressBook", CERT_STORE_READONLY_FLAG);
-    PCCERT_CONTEXT found = CertFindCertificateInStore(store, 1, 0, CERT_FIND_PROPERTY,
-                                                      &CERT_FRIENDLY_NAME_PROP_ID, nullptr);
+    const Store store(open(L"AddressBook", CERT_STORE_READONLY_FLAG));
+    const CertificatePtr found(CertFindCertificateInStore(store, 1, 0, CERT_FIND_PROPERTY,
+                                                          &CERT_FRIENDLY_NAME_PROP_ID, nullptr));
     EXPECT_NE(found, nullptr);
-    CertFreeCertificateContext(found);
     PCCRL_CONTEXT list = CertEnumCRLsInStore(store, nullptr);
     EXPECT_NE(list, nullptr);
     CertFreeCRLContext(list);
-    CertCloseStore(store, 0);
 }
 
 // What people have is files in PEM and DER under names of their own.
@@ -193,7 +181,7 @@ TEST_F(SystemStore, DroppedFilesAreSeenOnceAndGoWhenTheyAreRemoved) {
     EXPECT_EQ(count(L"CA"), all);
 
     const auto certificate = test_certificate("ec.cer");
-    HCERTSTORE opened = open(L"CA");
+    const Store opened(open(L"CA"));
     PCCERT_CONTEXT found = CertFindCertificateInStore(opened, 0x10001, 0, CERT_FIND_EXISTING,
                                                       certificate.get(), nullptr);
     ASSERT_NE(found, nullptr);
@@ -202,9 +190,7 @@ TEST_F(SystemStore, DroppedFilesAreSeenOnceAndGoWhenTheyAreRemoved) {
     const auto root = test_certificate("root.cer");
     found = CertFindCertificateInStore(opened, 0x10001, 0, CERT_FIND_EXISTING, root.get(), nullptr);
     ASSERT_NE(found, nullptr);
-    EXPECT_FALSE(CertDeleteCertificateFromStore(found));
-    EXPECT_EQ(GetLastError(), E_ACCESSDENIED);
-    CertCloseStore(opened, 0);
+    EXPECT_ERROR(E_ACCESSDENIED, CertDeleteCertificateFromStore(found));
     EXPECT_EQ(count(L"CA"), all - 1);
     EXPECT_FALSE(fs::exists(store / "mine.crt"));
     EXPECT_FALSE(fs::exists(store / "again.der"));
@@ -222,11 +208,10 @@ TEST_F(SystemStore, WhatOthersMayWriteIsPassedOver) {
         fs::permissions(file, bad, fs::perm_options::remove);
         fs::permissions(store, bad, fs::perm_options::add);
         EXPECT_EQ(count(L"Root"), 0);
-        HCERTSTORE opened = open(L"Root");
-        EXPECT_FALSE(CertAddCertificateContextToStore(opened, test_certificate("root.cer").get(),
+        const Store opened(open(L"Root"));
+        EXPECT_ERROR(E_ACCESSDENIED,
+                     CertAddCertificateContextToStore(opened, test_certificate("root.cer").get(),
                                                       CERT_STORE_ADD_USE_EXISTING, nullptr));
-        EXPECT_EQ(GetLastError(), E_ACCESSDENIED);
-        CertCloseStore(opened, 0);
         fs::permissions(store, bad, fs::perm_options::remove);
     }
     EXPECT_EQ(count(L"Root"), 2);
@@ -283,7 +268,7 @@ TEST_F(SystemStore, ProcessesMayWriteAtOnce) {
         if (child == 0) {
             bool good = true;
             for (int i = 0; i < 20; ++i) {
-                HCERTSTORE store = open(L"My");
+                const Store store(open(L"My"));
                 PCCERT_CONTEXT added = nullptr;
                 good = good &&
                        CertAddCertificateContextToStore(store, test_certificate(name).get(),
@@ -292,7 +277,6 @@ TEST_F(SystemStore, ProcessesMayWriteAtOnce) {
                 const CRYPT_DATA_BLOB blob{1, value};
                 good = good && CertSetCertificateContextProperty(added, 11, 0, &blob);
                 CertFreeCertificateContext(added);
-                CertCloseStore(store, 0);
             }
             _exit(good ? 0 : 1);
         }

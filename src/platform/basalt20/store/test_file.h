@@ -1,7 +1,7 @@
 // Files of testdata/ and contexts of them, for the tests.
 #pragma once
 
-#include <basalt/certificate.h>
+#include <basalt/store.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -37,3 +37,15 @@ inline CertificatePtr test_certificate(const std::string& name) {
 inline std::vector<BYTE> bytes_of_blob(const CRYPT_DATA_BLOB& blob) {
     return {blob.pbData, blob.pbData + blob.cbData};
 }
+
+// A store that closes with the object.
+class Store {
+public:
+    explicit Store(HCERTSTORE handle) : handle_(handle) {}
+    Store(Store&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    ~Store() { CertCloseStore(handle_, 0); }
+    operator HCERTSTORE() const { return handle_; }
+
+private:
+    HCERTSTORE handle_;
+};
