@@ -39,18 +39,6 @@ TEST(ContentInfo, KnownTypeWithContentThatDoesNotFitIsRefused) {
     EXPECT_STREQ(kept.get_contentType(), "1.2.3");
 }
 
-TEST(ContentInfo, RecordIsMadeFromDerToo) {
-    ASN1BERDecodeBuffer scratch;
-    asn1data::ASN1T_ContentInfo record;
-    const CBlob der = from_hex("300806022A03A0020500");
-    ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, der);
-    CBlob back;
-    ASN1T_ContentInfo_traits::get(record, back);
-    EXPECT_TRUE(back == der);
-    EXPECT_CODE(0x80093101u,
-                ASN1T_ContentInfo_traits::set(scratch.getCtxtPtr(), record, from_hex("0500")));
-}
-
 void read_signer(CSignerInfo& value, const char* der) {
     ASN1BERDecodeBuffer scratch;
     asn1data::ASN1T_SignerInfo record;

@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include <chronoseal/asn1/attribute_type_register.h>
-#include <chronoseal/asn1/name_traits.h>
 #include <chronoseal/asn1/test_value.h>
 
 namespace Halcyon::ASN1 {
@@ -92,21 +91,6 @@ TEST(Name, KnownTypeWithAValueThatDoesNotFitIsRefused) {
     EXPECT_EQ(to_hex(unknown.encode()), "300806032A0304020105");
     expect_refused(CName(L"CN=a"),
                    {"", "3001", "30023100", "300B310930070603550403020105", "0400"});
-}
-
-TEST(Name, RecordIsMadeFromDerToo) {
-    ASN1BERDecodeBuffer scratch;
-    asn1data::ASN1T_Name record{};
-    const CBlob der = CName(L"CN=a,C=RU").encode();
-    ASN1T_Name_traits::set(scratch.getCtxtPtr(), record, der);
-    CBlob back;
-    ASN1T_Name_traits::get(record, back);
-    EXPECT_TRUE(back == der);
-    CName name;
-    ASN1T_Name_traits::get(record, name);
-    EXPECT_EQ(text_of(name), L"CN=a,C=RU");
-    EXPECT_CODE(0x80093101u,
-                ASN1T_Name_traits::set(scratch.getCtxtPtr(), record, from_hex("0500")));
 }
 
 TEST(AttributeTypeAndValue, KeywordsAreCaseSensitive) {

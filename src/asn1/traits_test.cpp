@@ -202,6 +202,23 @@ TEST(Codec, RecordsGoThroughDerOntoAnotherHeap) {
     expect_copied<ASN1T_Time_traits>("170D3234303130313030303030305A");
 }
 
+// Names and messages that come as DER, in the place of their values.
+template <class Traits>
+void expect_made_from(const char* der) {
+    ASN1BERDecodeBuffer scratch;
+    typename Traits::ASN1_T record{};
+    Traits::set(scratch.getCtxtPtr(), record, from_hex(der));
+    CBlob back;
+    Traits::get(record, back);
+    EXPECT_EQ(to_hex(back), der);
+    EXPECT_CODE(0x80093101u, Traits::set(scratch.getCtxtPtr(), record, from_hex("0500")));
+}
+
+TEST(Codec, RecordsAreMadeFromDerToo) {
+    expect_made_from<ASN1T_Name_traits>("300C310A300806035504030C0141");
+    expect_made_from<ASN1T_ContentInfo_traits>("300806022A03A0020500");
+}
+
 TEST(SeqOfList, EmptyInputEmptiesTheValues) {
     using Traits = ASN1TSeqOfList_traits<ASN1TOpenType, ASN1TOpenType_traits, CBlob, CBlobList>;
     ASN1BERDecodeBuffer scratch;

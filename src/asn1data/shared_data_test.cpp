@@ -134,42 +134,4 @@ TEST(SharedData, WhatOpensslReadsDecodesAndDerComesBack) {
     EXPECT_GT(counts["unchanged"], 300U);
 }
 
-// Their set of unsigned attributes is there, but empty.
-bool has_no_attributes(const std::string& file) {
-    return file.find("1c0a5de7") != std::string::npos || file.find("18a5e5d0") != std::string::npos;
-}
-
-std::vector<std::string> token_types(const std::string& kind) {
-    if (kind == "token") {
-        return {"ContentInfo", "ContentInfoLegacy"};
-    }
-    if (kind == "resp") {
-        return {"TimeStampResp", "TimeStampRespRaw"};
-    }
-    return {"TimeStampReq"};
-}
-
-TEST(SharedData, TokensDecodeInEveryForm) {
-    std::ifstream table(std::string(CHRONOSEAL_SHARED_DATA) + "/tokens/MANIFEST.tsv");
-    if (!table) {
-        GTEST_SKIP() << "the folder of real data is not beside this checkout";
-    }
-    std::size_t decoded = 0;
-    std::string line;
-    std::getline(table, line);
-    while (std::getline(table, line)) {
-        std::istringstream fields(line);
-        std::string file, digest, size, kind;
-        fields >> file >> digest >> size >> kind;
-        const Bytes bytes = read_file(std::string(CHRONOSEAL_SHARED_DATA) + "/tokens/" + file);
-        for (const std::string& type : token_types(kind)) {
-            Value value(*find_type(type));
-            const int status = value.decode(bytes);
-            EXPECT_EQ(status, has_no_attributes(file) ? -23 : 0) << file << " as " << type;
-            decoded += status == 0 ? 1 : 0;
-        }
-    }
-    std::printf("%4zu times a token, response or request decoded\n", decoded);
-}
-
 } // namespace
