@@ -1,45 +1,8 @@
-// The C interface, and the front door under it, when memory runs out. The program's operator new
-// fails where a test wants it.
-#include <memory>
-#include <new>
+// The C interface, and the front door under it, when memory runs out.
 #include <utility>
 
 #include <chronoseal/c_interface/testing/caller_fixture.h>
-
-namespace {
-
-// How many allocations of this thread succeed before one fails; below 0: all.
-thread_local long allocations_left = -1;
-
-void* allocate(std::size_t size) {
-    if (allocations_left == 0) {
-        throw std::bad_alloc();
-    }
-    allocations_left -= allocations_left > 0 ? 1 : 0;
-    void* const memory = std::malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    return allocate(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocations_left == 0 ? nullptr : std::malloc(size);
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#include <chronoseal/client/testing/failing_new.h>
 
 namespace chronoseal::testing {
 namespace {

@@ -10,118 +10,67 @@ TEST_F(CInterfaceTest, AMissingArgumentIsToldAndNeverFollowed) {
     const auto sealer = made<chronoseal_sealer_new>(options);
     const auto verifier = made<chronoseal_verifier_new>(trust);
     const auto stamp = made<chronoseal_stamp_read>(token());
-    chronoseal_digest digest = hash("data");
-    chronoseal_sealer* sealer_out = nullptr;
-    chronoseal_verifier* verifier_out = nullptr;
-    chronoseal_stamp* out = nullptr;
-    chronoseal_stamp* many[2] = {};
-    chronoseal_verdict* verdict = nullptr;
-    chronoseal_hasher* hasher = nullptr;
-    chronoseal_inspection* inspection = nullptr;
-    const chronoseal_stamp_info* info = nullptr;
-    const chronoseal_verdict_info* verdict_info = nullptr;
-    const chronoseal_inspection_info* inspection_info = nullptr;
-    const chronoseal_finding* finding = nullptr;
-    chronoseal_bytes bytes{};
-    unsigned char* data = nullptr;
-    const char* name = nullptr;
-    std::size_t size = 0;
+    const auto verdict = made<chronoseal_verify>(verifier, stamp, "data", 4);
+    const auto hasher = made<chronoseal_hasher_new>(nullptr);
+    const auto inspection = made<chronoseal_inspect>("x", 1);
+    const auto stop = made<chronoseal_stop_new>();
+    const chronoseal_digest digest = hash("data");
+    const auto expected = sized<chronoseal_expected>();
     const auto batch = sized<chronoseal_batch>();
-    chronoseal_trust no_roots = trust;
-    no_roots.roots = nullptr;
+    chronoseal_stamp* many[2] = {};
+    needs_all<chronoseal_time_text>(0, 0, kPlace, 64);
+    needs_all<chronoseal_stop_new>(kPlace);
+    needs_all<chronoseal_stop_request>(stop);
+    needs_all<chronoseal_hash>(nullptr, "x", 1, kPlace);
+    needs_all<chronoseal_hash_file>(nullptr, "/dev/null", nullptr, kPlace);
+    needs_all<chronoseal_hasher_new>(nullptr, kPlace);
+    needs_all<chronoseal_hasher_update>(hasher, "x", 1);
+    needs_all<chronoseal_hasher_finish>(hasher, kPlace);
+    needs_all<chronoseal_stamp_read>("x", 1, kPlace);
+    needs_all<chronoseal_stamp_read_file>("/dev/null", kPlace);
+    needs_all<chronoseal_stamp_copy>(stamp, kPlace);
+    needs_all<chronoseal_stamp_get_info>(stamp, kPlace);
+    needs_all<chronoseal_stamp_token>(stamp, kPlace);
+    needs_all<chronoseal_stamp_response>(stamp, kPlace);
+    needs_all<chronoseal_stamp_as_response>(stamp, kPlace, kPlace);
+    needs_all<chronoseal_verifier_new>(nullptr, kPlace);
+    needs_all<chronoseal_verifier_for_one_file>(verifier, kPlace);
+    needs_all<chronoseal_verify>(verifier, stamp, "x", 1, nullptr);
+    needs_all<chronoseal_verify_file>(verifier, stamp, "/dev/null", nullptr, nullptr);
+    needs_all<chronoseal_verify_digest>(verifier, stamp, digest, nullptr);
+    needs_all<chronoseal_verify_request>(verifier, stamp, "x", 1, nullptr);
+    needs_all<chronoseal_verify_expected>(verifier, stamp, expected, nullptr);
+    needs_all<chronoseal_verify_token>(verifier, stamp, nullptr);
+    needs_all<chronoseal_verdict_get_info>(verdict, kPlace);
+    needs_all<chronoseal_verdict_finding>(verdict, 0, kPlace);
+    needs_all<chronoseal_sealer_new>(nullptr, kPlace);
+    needs_all<chronoseal_seal>(sealer, "x", 1, nullptr, kPlace);
+    needs_all<chronoseal_seal_file>(sealer, "/dev/null", nullptr, kPlace);
+    needs_all<chronoseal_seal_digest>(sealer, digest, nullptr, kPlace);
+    needs_all<chronoseal_seal_quorum>(sealer, digest, nullptr, &many[0], 2, kPlace);
+    needs_all<chronoseal_send>(sealer, "x", 1, nullptr, kPlace);
+    needs_all<chronoseal_request>(sealer, digest, kPlace, kPlace);
+    needs_all<chronoseal_sealer_hash>(sealer, kPlace);
+    needs_all<chronoseal_sealer_hash_file>(sealer, "/dev/null", nullptr, kPlace);
+    needs_all<chronoseal_seal_all>(sealer, batch, nullptr);
+    needs_all<chronoseal_inspect>("x", 1, kPlace);
+    needs_all<chronoseal_inspection_get_info>(inspection, kPlace);
+    const auto each = +[](void*, const chronoseal_setting*) { return 0; };
+    needs_all<chronoseal_policy>(each, nullptr, nullptr);
+    const auto tell = +[](void*, const chronoseal_diagnosis*) { return 0; };
+    needs_all<chronoseal_diagnose>(nullptr, 0, tell, nullptr);
+    // The same of what stands in a struct.
+    const std::string missing = "misuse: argument_missing";
     const chronoseal_source nothing{};
-    chronoseal_trust empty_root = trust;
-    empty_root.roots = &nothing;
-    chronoseal_sealer_options no_authorities = options;
-    no_authorities.url = nullptr;
-    no_authorities.authority_count = 1;
-    const auto* s = sealer.get();
-    const auto* v = verifier.get();
-    const auto* t = stamp.get();
-    expect_argument_missing({
-        ROW(chronoseal_time_text(0, 0, nullptr, 64, e)),
-        ROW(chronoseal_stop_new(nullptr, e)),
-        ROW(chronoseal_stop_request(nullptr, e)),
-        ROW(chronoseal_hash(nullptr, nullptr, 1, &digest, e)),
-        ROW(chronoseal_hash(nullptr, "", 0, nullptr, e)),
-        ROW(chronoseal_hash_file(nullptr, nullptr, nullptr, &digest, e)),
-        ROW(chronoseal_hash_file(nullptr, "/dev/null", nullptr, nullptr, e)),
-        ROW(chronoseal_hasher_new(nullptr, nullptr, e)),
-        ROW(chronoseal_hasher_update(nullptr, "", 0, e)),
-        ROW(chronoseal_hasher_finish(nullptr, &digest, e)),
-        ROW(chronoseal_hasher_finish(hasher, nullptr, e)),
-        ROW(chronoseal_stamp_read(nullptr, 1, &out, e)),
-        ROW(chronoseal_stamp_read("", 0, nullptr, e)),
-        ROW(chronoseal_stamp_read_file(nullptr, &out, e)),
-        ROW(chronoseal_stamp_read_file("/dev/null", nullptr, e)),
-        ROW(chronoseal_stamp_copy(nullptr, &out, e)),
-        ROW(chronoseal_stamp_copy(t, nullptr, e)),
-        ROW(chronoseal_stamp_get_info(nullptr, &info, e)),
-        ROW(chronoseal_stamp_get_info(t, nullptr, e)),
-        ROW(chronoseal_stamp_token(nullptr, &bytes, e)),
-        ROW(chronoseal_stamp_token(t, nullptr, e)),
-        ROW(chronoseal_stamp_response(nullptr, &bytes, e)),
-        ROW(chronoseal_stamp_response(t, nullptr, e)),
-        ROW(chronoseal_stamp_as_response(nullptr, &data, &size, e)),
-        ROW(chronoseal_stamp_as_response(t, nullptr, &size, e)),
-        ROW(chronoseal_stamp_as_response(t, &data, nullptr, e)),
-        ROW(chronoseal_verifier_new(&trust, nullptr, e)),
-        ROW(chronoseal_verifier_new(&no_roots, &verifier_out, e)),
-        ROW(chronoseal_verifier_new(&empty_root, &verifier_out, e)),
-        ROW(chronoseal_verifier_for_one_file(nullptr, &verifier_out, e)),
-        ROW(chronoseal_verifier_for_one_file(v, nullptr, e)),
-        ROW(chronoseal_verify(nullptr, t, "", 0, &verdict, e)),
-        ROW(chronoseal_verify(v, nullptr, "", 0, &verdict, e)),
-        ROW(chronoseal_verify(v, t, nullptr, 1, &verdict, e)),
-        ROW(chronoseal_verify_file(nullptr, t, "/dev/null", nullptr, &verdict, e)),
-        ROW(chronoseal_verify_file(v, nullptr, "/dev/null", nullptr, &verdict, e)),
-        ROW(chronoseal_verify_file(v, t, nullptr, nullptr, &verdict, e)),
-        ROW(chronoseal_verify_digest(nullptr, t, &digest, &verdict, e)),
-        ROW(chronoseal_verify_digest(v, nullptr, &digest, &verdict, e)),
-        ROW(chronoseal_verify_digest(v, t, nullptr, &verdict, e)),
-        ROW(chronoseal_verify_request(v, t, nullptr, 1, &verdict, e)),
-        ROW(chronoseal_verify_expected(v, t, nullptr, &verdict, e)),
-        ROW(chronoseal_verify_token(nullptr, t, &verdict, e)),
-        ROW(chronoseal_verify_token(v, nullptr, &verdict, e)),
-        ROW(chronoseal_verdict_get_info(nullptr, &verdict_info, e)),
-        ROW(chronoseal_verdict_get_info(verdict, nullptr, e)),
-        ROW(chronoseal_verdict_finding(nullptr, 0, &finding, e)),
-        ROW(chronoseal_verdict_finding(verdict, 0, nullptr, e)),
-        ROW(chronoseal_sealer_new(&options, nullptr, e)),
-        ROW(chronoseal_sealer_new(&no_authorities, &sealer_out, e)),
-        ROW(chronoseal_seal(nullptr, "", 0, nullptr, &out, e)),
-        ROW(chronoseal_seal(s, nullptr, 1, nullptr, &out, e)),
-        ROW(chronoseal_seal(s, "", 0, nullptr, nullptr, e)),
-        ROW(chronoseal_seal_file(nullptr, "/dev/null", nullptr, &out, e)),
-        ROW(chronoseal_seal_file(s, nullptr, nullptr, &out, e)),
-        ROW(chronoseal_seal_file(s, "/dev/null", nullptr, nullptr, e)),
-        ROW(chronoseal_seal_digest(nullptr, &digest, nullptr, &out, e)),
-        ROW(chronoseal_seal_digest(s, nullptr, nullptr, &out, e)),
-        ROW(chronoseal_seal_digest(s, &digest, nullptr, nullptr, e)),
-        ROW(chronoseal_seal_quorum(nullptr, &digest, nullptr, many, 2, &size, e)),
-        ROW(chronoseal_seal_quorum(s, nullptr, nullptr, many, 2, &size, e)),
-        ROW(chronoseal_seal_quorum(s, &digest, nullptr, nullptr, 2, &size, e)),
-        ROW(chronoseal_seal_quorum(s, &digest, nullptr, many, 2, nullptr, e)),
-        ROW(chronoseal_send(nullptr, "", 0, nullptr, &out, e)),
-        ROW(chronoseal_send(s, nullptr, 1, nullptr, &out, e)),
-        ROW(chronoseal_request(nullptr, &digest, &data, &size, e)),
-        ROW(chronoseal_request(s, nullptr, &data, &size, e)),
-        ROW(chronoseal_request(s, &digest, nullptr, &size, e)),
-        ROW(chronoseal_request(s, &digest, &data, nullptr, e)),
-        ROW(chronoseal_sealer_hash(nullptr, &name, e)),
-        ROW(chronoseal_sealer_hash(s, nullptr, e)),
-        ROW(chronoseal_sealer_hash_file(nullptr, "/dev/null", nullptr, &digest, e)),
-        ROW(chronoseal_sealer_hash_file(s, nullptr, nullptr, &digest, e)),
-        ROW(chronoseal_seal_all(s, nullptr, nullptr, e)),
-        ROW(chronoseal_seal_all(s, &batch, nullptr, e)),
-        ROW(chronoseal_inspect(nullptr, 1, &inspection, e)),
-        ROW(chronoseal_inspect("", 0, nullptr, e)),
-        ROW(chronoseal_inspection_get_info(nullptr, &inspection_info, e)),
-        ROW(chronoseal_policy(nullptr, nullptr, nullptr, e)),
-        ROW(chronoseal_diagnose(&options, 0, nullptr, nullptr, e)),
-    });
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(verdict, nullptr);
+    for (const chronoseal_source* const none :
+         {static_cast<const chronoseal_source*>(nullptr), &nothing}) {
+        trust.roots = none;
+        EXPECT_EQ(failure<chronoseal_verifier_new>(trust), missing);
+    }
+    options.url = nullptr;
+    options.authority_count = 1;
+    EXPECT_EQ(failure<chronoseal_sealer_new>(options), missing);
+    EXPECT_EQ(says<chronoseal_seal_all>(sealer, batch, nullptr), missing);
     EXPECT_EQ(authority.requests(), 0U);
 }
 

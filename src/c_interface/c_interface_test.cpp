@@ -155,12 +155,10 @@ TEST_F(CInterfaceTest, AQuorumFillsAllPlacesOrNone) {
 
 // A name that would end a C string early, or draw on a terminal, must not pass as another one.
 TEST_F(CInterfaceTest, TextOfOthersIsQuotedNullBytesIncluded) {
-    tsp::TstInfo info;
-    info.tsa = tsp::element(
-        0xA4,
-        tsp::sequence(tsp::element(
-            0x31, tsp::sequence(tsp::oid("2.5.4.3") + tsp::element(0x0C, "good\0evil\x1b[2J"s)))));
-    const auto stamp = made<chronoseal_stamp_read>(token(info));
+    const std::string part =
+        tsp::sequence(tsp::oid("2.5.4.3") + tsp::element(0x0C, "good\0evil\x1b[2J"s));
+    const std::string called = tsp::element(0xA4, tsp::sequence(tsp::element(0x31, part)));
+    const auto stamp = made<chronoseal_stamp_read>(token({.tsa = called}));
     const std::string name = given<chronoseal_stamp_get_info>(stamp)->token->authority;
     EXPECT_NE(name.find("evil"), std::string::npos) << name;
     EXPECT_EQ(name.find('\x1b'), std::string::npos) << name;

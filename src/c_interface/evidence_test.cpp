@@ -61,6 +61,7 @@ protected:
 TEST_F(CEvidenceTest, OneStampForManyAndAProofForEach) {
     const auto record = record_of({"data", "second", "third"});
     EXPECT_EQ(judge(record, "data"), "");
+    needs_all<chronoseal_evidence_verdict_get_info>(verdict, kPlace);
     EXPECT_EQ(info->compared, 1);
     EXPECT_EQ(info->has_existed_by, 1);
     const Time stamped =
@@ -78,14 +79,6 @@ TEST_F(CEvidenceTest, OneStampForManyAndAProofForEach) {
     EXPECT_EQ(of_stamp->error, nullptr);
     EXPECT_EQ(judge(record, "other"), "not_in_tree");
     EXPECT_EQ(info->has_existed_by, 0);
-    const Time late = std::chrono::sys_days(std::chrono::year(2050) / 6 / 1);
-    own_trust.as_of = late.time_since_epoch().count();
-    verifier = made<chronoseal_evidence_verifier_new>(own_trust);
-    EXPECT_EQ(judge(record, "data"), "");
-    EXPECT_EQ(info->strength, CHRONOSEAL_EVIDENCE_AGED);
-    EXPECT_STREQ(info->strength_name, "aged");
-    EXPECT_EQ(info->stamps[0]->covered_in_time, 0);
-
     const auto file = folder.write("data", "data");
     EXPECT_EQ(says<chronoseal_evidence_verify_file>(verifier, record, file, nullptr, nullptr), "");
     EXPECT_EQ(says<chronoseal_evidence_verify_record>(verifier, record, nullptr), "");
@@ -113,11 +106,6 @@ TEST_F(CEvidenceTest, ARecordIsReadAsItWasStored) {
     EXPECT_EQ(held->stamps[0]->list_count, 0U);
     EXPECT_EQ(judge(of_stamp, "data"), "not_in_tree"); // it is over the root alone
 
-    for (std::size_t size = 0; size < der.size(); size += size < 64 ? 1 : 13) {
-        const std::unique_ptr<char[]> exact(new char[size]);
-        std::memcpy(exact.get(), der.data(), size);
-        EXPECT_NE(failure<chronoseal_evidence_record_read>(exact.get(), size), "");
-    }
     EXPECT_EQ(failure<chronoseal_evidence_record_read>("hello", 5), "refused: not_a_record");
 }
 
@@ -125,21 +113,13 @@ TEST_F(CEvidenceTest, AGroupIsProvedWhole) {
     const auto tree = made<chronoseal_evidence_tree_new>("sha256");
     const chronoseal_digest group[] = {hash("one"), hash("two")};
     const auto alone = hash("alone");
-    EXPECT_EQ(failure<chronoseal_evidence_tree_root>(tree), "misuse: tree_empty");
     done<chronoseal_evidence_tree_add_group>(tree, group, 2);
     done<chronoseal_evidence_tree_add>(tree, alone);
     done<chronoseal_evidence_tree_add>(tree, alone);
     EXPECT_EQ(given<chronoseal_evidence_tree_size>(tree), 2U);
-    EXPECT_EQ(says<chronoseal_evidence_tree_add>(tree, hash("wide", "SHA-512")),
-              "misuse: digest_malformed");
     const auto stamp = stamp_over(given<chronoseal_evidence_tree_root>(tree));
-    const auto refusal = [&](const chronoseal_digest* objects, std::size_t count,
-                             const Handle<chronoseal_stamp>& over) {
-        return failure<chronoseal_evidence_tree_record>(tree, objects, count, over);
-    };
-    EXPECT_EQ(refusal(group, 1, stamp), "refused: not_in_tree");
-    EXPECT_EQ(refusal(group, 0, stamp), "refused: not_in_tree");
-    EXPECT_EQ(refusal(&alone, 1, stamp_over(alone)), "misuse: imprint_differs");
+    EXPECT_EQ(failure<chronoseal_evidence_tree_record>(tree, group, 0, stamp),
+              "refused: not_in_tree");
     const auto record = made<chronoseal_evidence_tree_record>(tree, group, 2, stamp);
     const auto judged = [&](const chronoseal_digest* objects, std::size_t count,
                             std::size_t number) {
@@ -149,8 +129,6 @@ TEST_F(CEvidenceTest, AGroupIsProvedWhole) {
     EXPECT_EQ(judged(group, 2, 2), "");
     EXPECT_EQ(judged(group, 2, 0), "misuse: digest_malformed");
     EXPECT_EQ(judged(group, 1, 2), "misuse: digest_malformed");
-    const chronoseal_digest mixed[] = {group[0], alone};
-    EXPECT_EQ(judged(mixed, 2, 2), "refused: not_in_tree");
 }
 
 // A tree whose root stands in another: what stands above it makes its records those of the whole.
@@ -177,8 +155,6 @@ TEST_F(CEvidenceTest, ATreeUnderALargerOneNeedsTheWayUp) {
 
     const auto stamp = stamp_over(given<chronoseal_evidence_tree_root>(upper));
     const auto object = hash("a");
-    EXPECT_EQ(failure<chronoseal_evidence_tree_record>(lower, object, 1, stamp),
-              "misuse: imprint_differs");
     const auto record =
         made<chronoseal_evidence_tree_record_below>(lower, object, 1, stamp, hashes, count);
     EXPECT_EQ(judge(record, "a"), "");
@@ -189,12 +165,8 @@ TEST_F(CEvidenceTest, ATreeUnderALargerOneNeedsTheWayUp) {
 TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
     const auto record = record_of({"data", "second"});
     const auto stamps = made<chronoseal_stamp_renewal_new>(nullptr);
-    EXPECT_EQ(failure<chronoseal_stamp_renewal_digest>(stamps), "misuse: tree_empty");
     done<chronoseal_stamp_renewal_add>(stamps, record);
     auto digest = given<chronoseal_stamp_renewal_digest>(stamps);
-    EXPECT_EQ(failure<chronoseal_stamp_renewal_renewed>(stamps, record,
-                                                        stamp_over(digest, "20230601120000Z")),
-              "refused: time_goes_back");
     const auto second = made<chronoseal_stamp_renewal_renewed>(
         stamps, record, stamp_over(digest, "20250601120000Z"));
     EXPECT_EQ(judge(second, "data"), "");
@@ -205,8 +177,6 @@ TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
     EXPECT_EQ(info->stamps[0]->covered_in_time, 1);
 
     const auto hashes = made<chronoseal_hash_renewal_new>("SHA-512");
-    EXPECT_EQ(says<chronoseal_hash_renewal_add>(hashes, second, hash("data"), 1),
-              "misuse: digest_malformed");
     const auto wide = hash("data", "SHA-512");
     done<chronoseal_hash_renewal_add>(hashes, second, wide, 1);
     digest = given<chronoseal_hash_renewal_digest>(hashes);
@@ -215,9 +185,6 @@ TEST_F(CEvidenceTest, RecordsAreRenewedByAStampAndByAHash) {
     EXPECT_EQ(judge(third, "data"), "");
     ASSERT_EQ(info->stamp_count, 3U);
     EXPECT_EQ(info->stamps[2]->chain, 1U);
-    EXPECT_EQ(judge(third, "other"), "not_in_tree");
-    EXPECT_EQ(says<chronoseal_evidence_verify_record>(verifier, third, nullptr),
-              "misuse: data_needed");
 
     const char* const* names = nullptr;
     ASSERT_EQ(given<chronoseal_evidence_record_data_algorithms>(third, &names), 2U);
@@ -252,10 +219,6 @@ TEST_F(CEvidenceTest, AListAndWhatStandsInIt) {
     EXPECT_EQ(judge(made<chronoseal_manifest_tree_prove>(tree, object, record), "second"), "");
     EXPECT_EQ(failure<chronoseal_manifest_tree_prove>(tree, hash("other"), record),
               "refused: not_in_manifest");
-    folder.write("list", list("c"));
-    const auto changed = made<chronoseal_manifest_tree_new>(path, nullptr);
-    EXPECT_EQ(failure<chronoseal_manifest_tree_prove>(changed, object, record),
-              "refused: manifest_changed");
     folder.write("list", "hello\n");
     EXPECT_EQ(failure<chronoseal_manifest_tree_new>(path, nullptr), "refused: manifest_line");
 }
@@ -267,8 +230,6 @@ TEST_F(CEvidenceTest, AWholeListIsRenewedByANewOne) {
     const auto tree = made<chronoseal_manifest_tree_new>(path, nullptr);
     const auto first = stamp_over(given<chronoseal_manifest_tree_root>(tree));
     const auto record = made<chronoseal_manifest_tree_record>(tree, first);
-    EXPECT_EQ(failure<chronoseal_manifest_renewal_new>(path, record, path, nullptr),
-              "refused: algorithms_differ");
     auto lists = made<chronoseal_manifest_renewal_new>(path, record, wide, nullptr);
     const auto stamp =
         stamp_over(given<chronoseal_manifest_renewal_digest>(lists), "20260601120000Z");
@@ -276,6 +237,10 @@ TEST_F(CEvidenceTest, AWholeListIsRenewedByANewOne) {
     const auto renewed = made<chronoseal_manifest_renewal_renewed>(lists, stamp);
     lists = made<chronoseal_manifest_renewal_new>(path, renewed, wide, nullptr);
     const chronoseal_digest both[] = {hash("data"), hash("data", "SHA-512")};
+    needs_all<chronoseal_manifest_renewal_digest>(lists, kPlace);
+    needs_all<chronoseal_manifest_renewal_renewed>(lists, stamp, kPlace);
+    needs_all<chronoseal_manifest_renewal_renewed_list>(lists, stamp, kPlace);
+    needs_all<chronoseal_manifest_renewal_prove>(lists, both, 2, kPlace);
     const auto proof = made<chronoseal_manifest_renewal_prove>(lists, both, 2);
     EXPECT_EQ(judge(proof, "data"), "");
     EXPECT_EQ(judge(proof, "other"), "not_in_tree");
@@ -283,97 +248,62 @@ TEST_F(CEvidenceTest, AWholeListIsRenewedByANewOne) {
 }
 
 TEST_F(CEvidenceTest, AMissingArgumentIsToldAndNeverFollowed) {
-    const auto held = record_of({"data", "second"});
-    const auto stamp = stamp_over(hash("data"));
+    const auto record = record_of({"data", "second"});
     const auto digest = hash("data");
-    const auto own_tree = made<chronoseal_evidence_tree_new>(nullptr);
-    const auto stamps = made<chronoseal_stamp_renewal_new>(nullptr);
-    const auto hash_renewal = made<chronoseal_hash_renewal_new>(nullptr);
-    chronoseal_evidence_record* out = nullptr;
-    chronoseal_evidence_verdict* found = nullptr;
-    chronoseal_extension* extension = nullptr;
-    chronoseal_manifest_tree* list = nullptr;
-    chronoseal_manifest_renewal* lists = nullptr;
-    chronoseal_digest place{};
-    chronoseal_hash_path* path = nullptr;
+    const auto stamp = stamp_over(digest);
+    const auto tree = made<chronoseal_evidence_tree_new>(nullptr);
+    done<chronoseal_evidence_tree_add>(tree, digest);
+    const auto path = made<chronoseal_evidence_tree_path>(tree, text_of(digest));
+    const auto renewal = made<chronoseal_stamp_renewal_new>(nullptr);
+    const auto rehash = made<chronoseal_hash_renewal_new>(nullptr);
+    const auto list = folder.write("list", to_hex(to_bytes(hashed("data"))) + "  a\n");
+    const auto lines = made<chronoseal_manifest_tree_new>(list, nullptr);
+    needs_all<chronoseal_evidence_record_read>("x", 1, kPlace);
+    needs_all<chronoseal_evidence_record_read_file>("/dev/null", kPlace);
+    needs_all<chronoseal_evidence_record_of_stamp>(stamp, kPlace);
+    needs_all<chronoseal_evidence_record_copy>(record, kPlace);
+    needs_all<chronoseal_evidence_record_get_info>(record, kPlace);
+    needs_all<chronoseal_evidence_record_der>(record, kPlace);
+    needs_all<chronoseal_evidence_record_data_algorithms>(record, kPlace, kPlace);
+    needs_all<chronoseal_evidence_record_renewal_algorithm>(record, kPlace);
+    needs_all<chronoseal_evidence_record_hash_file>(record, list, nullptr, kPlace, 1, kPlace);
+    needs_all<chronoseal_evidence_tree_new>(nullptr, kPlace);
+    needs_all<chronoseal_evidence_tree_reserve>(tree, 1);
+    needs_all<chronoseal_evidence_tree_add>(tree, digest);
+    needs_all<chronoseal_evidence_tree_add_group>(tree, digest, 1);
+    needs_all<chronoseal_evidence_tree_size>(tree, kPlace);
+    needs_all<chronoseal_evidence_tree_root>(tree, kPlace);
+    needs_all<chronoseal_evidence_tree_record>(tree, digest, 1, stamp, kPlace);
+    needs_all<chronoseal_evidence_tree_path>(tree, "x", 1, kPlace);
+    needs_all<chronoseal_hash_path_get>(path, kPlace, kPlace);
     const chronoseal_bytes no_hash{nullptr, 1};
-    const chronoseal_bytes* hashes = nullptr;
-    std::size_t size = 0;
-    std::uint64_t lines = 0;
-    const char* name = nullptr;
-    const char* const* names = nullptr;
-    const auto* r = held.get();
-    const auto* v = verifier.get();
-    const auto* s = stamp.get();
-    auto* tree = own_tree.get();
-    auto* renewal = stamps.get();
-    auto* rehash = hash_renewal.get();
-    expect_argument_missing({
-        ROW(chronoseal_evidence_record_read(nullptr, 1, &out, e)),
-        ROW(chronoseal_evidence_record_read("", 0, nullptr, e)),
-        ROW(chronoseal_evidence_record_read_file(nullptr, &out, e)),
-        ROW(chronoseal_evidence_record_of_stamp(nullptr, &out, e)),
-        ROW(chronoseal_evidence_record_copy(nullptr, &out, e)),
-        ROW(chronoseal_evidence_record_copy(r, nullptr, e)),
-        ROW(chronoseal_evidence_record_get_info(r, nullptr, e)),
-        ROW(chronoseal_evidence_record_der(r, nullptr, e)),
-        ROW(chronoseal_evidence_record_data_algorithms(nullptr, &names, &size, e)),
-        ROW(chronoseal_evidence_record_data_algorithms(r, nullptr, &size, e)),
-        ROW(chronoseal_evidence_record_data_algorithms(r, &names, nullptr, e)),
-        ROW(chronoseal_evidence_record_hash_file(r, nullptr, nullptr, &place, 1, &size, e)),
-        ROW(chronoseal_evidence_record_hash_file(r, "/dev/null", nullptr, nullptr, 1, &size, e)),
-        ROW(chronoseal_evidence_tree_new(nullptr, nullptr, e)),
-        ROW(chronoseal_evidence_tree_add(nullptr, &digest, e)),
-        ROW(chronoseal_evidence_tree_add(tree, nullptr, e)),
-        ROW(chronoseal_evidence_tree_add_group(tree, nullptr, 1, e)),
-        ROW(chronoseal_evidence_tree_size(nullptr, &lines, e)),
-        ROW(chronoseal_evidence_tree_root(tree, nullptr, e)),
-        ROW(chronoseal_evidence_tree_record(tree, nullptr, 1, s, &out, e)),
-        ROW(chronoseal_evidence_tree_record(tree, &digest, 1, nullptr, &out, e)),
-        ROW(chronoseal_evidence_tree_record(tree, &digest, 1, s, nullptr, e)),
-        ROW(chronoseal_manifest_tree_new(nullptr, nullptr, &list, e)),
-        ROW(chronoseal_manifest_tree_get_info(nullptr, &place, &lines, e)),
-        ROW(chronoseal_manifest_tree_root(nullptr, &place, e)),
-        ROW(chronoseal_manifest_tree_record(nullptr, s, &out, e)),
-        ROW(chronoseal_manifest_tree_prove(nullptr, &digest, r, &out, e)),
-        ROW(chronoseal_stamp_renewal_add(renewal, nullptr, e)),
-        ROW(chronoseal_stamp_renewal_add(nullptr, r, e)),
-        ROW(chronoseal_stamp_renewal_renewed(renewal, r, nullptr, &out, e)),
-        ROW(chronoseal_stamp_renewal_renewed(renewal, nullptr, s, &out, e)),
-        ROW(chronoseal_hash_renewal_add(rehash, r, nullptr, 1, e)),
-        ROW(chronoseal_hash_renewal_add(rehash, nullptr, &digest, 1, e)),
-        ROW(chronoseal_hash_renewal_renewed(rehash, r, nullptr, 1, s, &out, e)),
-        ROW(chronoseal_evidence_verify(nullptr, r, "", 0, &found, e)),
-        ROW(chronoseal_evidence_verify(v, nullptr, "", 0, &found, e)),
-        ROW(chronoseal_evidence_verify(v, r, nullptr, 1, &found, e)),
-        ROW(chronoseal_evidence_verify_file(v, r, nullptr, nullptr, &found, e)),
-        ROW(chronoseal_evidence_verify_digests(v, r, nullptr, 1, 1, &found, e)),
-        ROW(chronoseal_evidence_verify_record(v, nullptr, &found, e)),
-        ROW(chronoseal_evidence_verdict_get_info(nullptr, &info, e)),
-        ROW(chronoseal_extend(nullptr, &own_trust, &extension, e)),
-        ROW(chronoseal_extend(s, &own_trust, nullptr, e)),
-        ROW(chronoseal_evidence_record_renewal_algorithm(r, nullptr, e)),
-        ROW(chronoseal_evidence_record_renewal_algorithm(nullptr, &name, e)),
-        ROW(chronoseal_evidence_tree_reserve(nullptr, 1, e)),
-        ROW(chronoseal_evidence_tree_path(nullptr, "x", 1, &path, e)),
-        ROW(chronoseal_evidence_tree_path(tree, nullptr, 1, &path, e)),
-        ROW(chronoseal_evidence_tree_path(tree, "x", 1, nullptr, e)),
-        ROW(chronoseal_evidence_tree_record_below(tree, &digest, 1, s, nullptr, 1, &out, e)),
-        ROW(chronoseal_evidence_tree_record_below(tree, &digest, 1, s, &no_hash, 1, &out, e)),
-        ROW(chronoseal_manifest_tree_record_below(nullptr, s, nullptr, 0, &out, e)),
-        ROW(chronoseal_hash_path_get(nullptr, &hashes, &size, e)),
-        ROW(chronoseal_extend_record(nullptr, &own_trust, nullptr, &out, &extension, e)),
-        ROW(chronoseal_extend_record(r, &own_trust, nullptr, nullptr, &extension, e)),
-        ROW(chronoseal_extend_record(r, &own_trust, nullptr, &out, nullptr, e)),
-        ROW(chronoseal_manifest_renewal_new(nullptr, r, "x", nullptr, &lists, e)),
-        ROW(chronoseal_manifest_renewal_new("x", nullptr, "x", nullptr, &lists, e)),
-        ROW(chronoseal_manifest_renewal_new("x", r, nullptr, nullptr, &lists, e)),
-        ROW(chronoseal_manifest_renewal_new("x", r, "x", nullptr, nullptr, e)),
-        ROW(chronoseal_manifest_renewal_digest(nullptr, &place, e)),
-        ROW(chronoseal_manifest_renewal_renewed(nullptr, s, &out, e)),
-        ROW(chronoseal_manifest_renewal_renewed_list(nullptr, s, &out, e)),
-        ROW(chronoseal_manifest_renewal_prove(nullptr, &digest, 1, &out, e)),
-    });
+    for (const chronoseal_bytes* const above :
+         {static_cast<const chronoseal_bytes*>(nullptr), &no_hash}) {
+        EXPECT_EQ(failure<chronoseal_evidence_tree_record_below>(tree, digest, 1, stamp, above, 1),
+                  "misuse: argument_missing");
+    }
+    needs_all<chronoseal_manifest_tree_new>(list, nullptr, kPlace);
+    needs_all<chronoseal_manifest_tree_get_info>(lines, kPlace, kPlace);
+    needs_all<chronoseal_manifest_tree_root>(lines, kPlace);
+    needs_all<chronoseal_manifest_tree_record>(lines, stamp, kPlace);
+    needs_all<chronoseal_manifest_tree_record_below>(lines, stamp, nullptr, 0, kPlace);
+    needs_all<chronoseal_manifest_tree_prove>(lines, digest, record, kPlace);
+    needs_all<chronoseal_stamp_renewal_new>(nullptr, kPlace);
+    needs_all<chronoseal_stamp_renewal_add>(renewal, record);
+    needs_all<chronoseal_stamp_renewal_digest>(renewal, kPlace);
+    needs_all<chronoseal_stamp_renewal_renewed>(renewal, record, stamp, kPlace);
+    needs_all<chronoseal_hash_renewal_new>(nullptr, kPlace);
+    needs_all<chronoseal_hash_renewal_add>(rehash, record, digest, 1);
+    needs_all<chronoseal_hash_renewal_digest>(rehash, kPlace);
+    needs_all<chronoseal_hash_renewal_renewed>(rehash, record, digest, 1, stamp, kPlace);
+    needs_all<chronoseal_manifest_renewal_new>("x", record, "x", nullptr, kPlace);
+    needs_all<chronoseal_evidence_verifier_new>(nullptr, kPlace);
+    needs_all<chronoseal_evidence_verify>(verifier, record, "x", 1, nullptr);
+    needs_all<chronoseal_evidence_verify_file>(verifier, record, list, nullptr, nullptr);
+    needs_all<chronoseal_evidence_verify_digests>(verifier, record, digest, 1, 1, nullptr);
+    needs_all<chronoseal_evidence_verify_record>(verifier, record, nullptr);
+    needs_all<chronoseal_extend>(stamp, nullptr, kPlace);
+    needs_all<chronoseal_extend_record>(record, nullptr, nullptr, kPlace, kPlace);
 }
 
 // The list was made after the stamp, and comes from the caller: nobody is asked.
@@ -390,8 +320,9 @@ TEST_F(CEvidenceTest, AnExtendedStampHoldsWhatItIsJudgedBy) {
     const Time judged = std::chrono::sys_days(std::chrono::year(2024) / 6 / 3);
     given_trust.as_of = judged.time_since_epoch().count();
     given_trust.offline = 1;
-    const auto stamp = made<chronoseal_stamp_read>(by.token(tsp::TstInfo().encode()));
+    const auto stamp = made<chronoseal_stamp_read>(by.token());
     const auto extension = made<chronoseal_extend>(stamp, given_trust);
+    needs_all<chronoseal_extension_get_info>(extension, kPlace);
     const auto* put = given<chronoseal_extension_get_info>(extension);
     EXPECT_EQ(put->changed, 1);
     EXPECT_EQ(put->certificates, 1U);

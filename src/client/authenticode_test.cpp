@@ -12,14 +12,6 @@ namespace {
 
 using namespace testing;
 
-std::string base64(const std::string& text) {
-    int length = ATL::Base64EncodeGetRequiredLength(static_cast<int>(text.size()), 0);
-    std::string result(static_cast<std::size_t>(length), '\0');
-    ATL::Base64Encode(bytes(text), static_cast<int>(text.size()), result.data(), &length, 0);
-    result.resize(static_cast<std::size_t>(length));
-    return result;
-}
-
 class Authenticode : public ::testing::Test {
 protected:
     Authenticode() { Configuration::instance().set(""); }
@@ -81,6 +73,8 @@ TEST_F(Authenticode, PolicyChoosesTheServer) {
     configuration.set("AllowedMSTSPs = ['" + name + "']\nDefaultMSTSPURL = '" + name + "'");
     EXPECT_EQ(stamp(nullptr), "A");
     EXPECT_EQ(stamp(url.c_str()), "A");
+    configuration.set("AllowedMSTSPs = '" + name + "'\nAllowedTSPs = ['http://other/']");
+    EXPECT_EQ(stamp(url.c_str()), "A") << "the servers for the other protocol are no restriction";
     configuration.set("AllowedMSTSPs = 3");
     EXPECT_EQ(stamp(url.c_str()), "null 1629") << "a policy that can't be read allows nothing";
 }
@@ -103,6 +97,7 @@ TEST_F(Authenticode, TellsFailuresByTheLastError) {
         answer = http_reply(status, "QQ==");
         EXPECT_EQ(stamp(server.url().c_str()), "null " + std::to_string(0xC2100100u)) << status;
     }
+    EXPECT_EQ(server.requests().size(), 3u) << "each is final";
     answer = http_reply(200, "Q\r\nQ==");
     EXPECT_EQ(stamp(server.url().c_str()), "A");
     answer = http_reply(200, "");

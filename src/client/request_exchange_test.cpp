@@ -131,9 +131,7 @@ TEST_F(Exchange, AnswerHasToBeAboutThisRequest) {
 TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
     auto send_at = [&](const CDateTime& time, const std::string& policy = {}) {
         add_policy("UseNonceByDefault = false\n" + policy);
-        TstInfo info;
-        info.genTime = time.getGeneralizedTime().c_str();
-        LoopbackServer server(fixed(stamp_of(info)));
+        LoopbackServer server(fixed(stamp_of({.genTime = time.getGeneralizedTime().c_str()})));
         auto sent = request(server);
         return code_of([&] { sent.Send(false); });
     };
@@ -150,12 +148,10 @@ TEST_F(Exchange, WithoutNoncesTheClockBindsTheAnswer) {
 
 TEST_F(Exchange, NonceTakesTheClocksPlace) {
     LoopbackServer server([this](const std::string& r) {
-        TstInfo info;
         // The nonce stands in the last INTEGER of eight bytes or less in the request.
         const auto place = r.find(sha256("data")) + 32;
-        info.nonce = r.substr(place + 2, static_cast<unsigned char>(r[place + 1]));
-        info.genTime = "20200101000000Z";
-        return http_reply(200, stamp_of(info));
+        const auto nonce = r.substr(place + 2, static_cast<unsigned char>(r[place + 1]));
+        return http_reply(200, stamp_of({.genTime = "20200101000000Z", .nonce = nonce}));
     });
     auto sent = request(server);
     EXPECT_CODE(0u, sent.Send(false));

@@ -67,15 +67,13 @@ std::map<std::string, std::string> told(const CStamp& stamp) {
 }
 
 TstInfo full() {
-    TstInfo info;
-    info.digest = sha256("other");
-    info.policy = "1.2.5";
-    info.serial = "\x56";
-    info.accuracy = sequence(integer("\x02") + element(0x80, "\x03") + element(0x81, "\x04"));
-    info.ordering = true;
-    info.nonce = std::string("\0\xFF", 2);
-    info.genTime = "20240601120000.25Z";
-    return info;
+    return {.digest = sha256("other"),
+            .policy = "1.2.5",
+            .serial = "\x56",
+            .genTime = "20240601120000.25Z",
+            .accuracy = sequence(integer("\x02") + element(0x80, "\x03") + element(0x81, "\x04")),
+            .ordering = true,
+            .nonce = std::string("\0\xFF", 2)};
 }
 
 void expect_untold(const CStamp& stamp, std::initializer_list<const char*> names) {
@@ -202,16 +200,11 @@ TEST_F(Stamp, DeliversBySizeAndBuffer) {
 
 TEST_F(Stamp, ComparesAsFarAsTheAccuraciesAllow) {
     auto at = [&](const char* time, int seconds, bool ordering = false, bool named = false) {
-        TstInfo info;
-        info.genTime = time;
-        info.ordering = ordering;
-        if (seconds >= 0) {
-            info.accuracy = sequence(integer(std::string(1, static_cast<char>(seconds))));
-        }
-        if (named) {
-            info.tsa = authority_.name();
-        }
-        return imported(info);
+        const std::string second(1, static_cast<char>(seconds));
+        return imported({.genTime = time,
+                         .accuracy = seconds < 0 ? "" : sequence(integer(second)),
+                         .ordering = ordering,
+                         .tsa = named ? authority_.name() : ""});
     };
     constexpr char kEarly[] = "20240601120000Z";
     constexpr char kLate[] = "20240601120010Z";
@@ -318,25 +311,17 @@ TEST_F(Stamp, CopiesShareTheStoreAndOutliveTheOriginal) {
 }
 
 TEST_F(Stamp, TakesCertificatesOfALongTermSignature) {
+    constexpr char kValues[] = "1.2.840.113549.1.9.16.2.23";
     const auto der = authority_.signed_with({.with_certificates = false});
-    const auto* place = bytes(der);
-    const auto message = owned(d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())),
-                               &CMS_ContentInfo_free);
-    auto* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0);
-    auto add_values = [&](const std::string& value) {
-        CMS_unsigned_add1_attr_by_txt(signer, "1.2.840.113549.1.9.16.2.23", V_ASN1_SEQUENCE,
-                                      value.data(), static_cast<int>(value.size()));
-        return testing::der(message.get(), &i2d_CMS_ContentInfo);
-    };
     CStamp stamp;
     import(stamp, der);
     EXPECT_EQ(stamp.get_TSACertificate(nullptr, 0), nullptr);
     CStamp extended;
-    import(extended, add_values(sequence(authority_.signer_der())));
+    import(extended, with_unsigned(der, kValues, sequence(authority_.signer_der())));
     EXPECT_NE(extended.get_TSACertificate(nullptr, 0), nullptr);
     EXPECT_EQ(extended.Verify(nullptr, nullptr), 0);
     CStamp damaged;
-    EXPECT_CODE(0x80093101u, import(damaged, add_values(sequence("\x04\x00"))));
+    EXPECT_CODE(0x80093101u, import(damaged, with_unsigned(der, kValues, sequence("\x04\x00"))));
     EXPECT_EQ(damaged.get_DataHashAlg(), 0x800Cu) << "it counts as a stamp all the same";
 }
 

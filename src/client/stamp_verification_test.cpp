@@ -37,8 +37,7 @@ TEST_F(Verification, ExtensionListNamesWhatIsRefused) {
           Case{critical, "5.1.2.3;1.2.34", 0}, Case{critical, "1.2.4;1.2.3", kRefused},
           Case{extension("1.2.3", false), nullptr, 0}, Case{extension("1.2.3", false), "1.2.3", 0},
           Case{extension("1.2.5", false) + critical, nullptr, kRefused}}) {
-        TstInfo info;
-        info.extensions = extensions;
+        const TstInfo info{.extensions = extensions};
         EXPECT_EQ(verdict(authority_.token(info), list), code) << (list ? list : "(null)");
     }
 }
@@ -131,9 +130,7 @@ TEST_F(Verification, HintIsTriedButNotTrusted) {
 
 TEST_F(Verification, JudgesTheChainAtTheStampsTime) {
     const Authority expired("20200101000000Z", "20231231000000Z");
-    TstInfo then;
-    then.genTime = "20220601000000Z";
-    EXPECT_EQ(chain_verdict(expired, then), 0u);
+    EXPECT_EQ(chain_verdict(expired, {.genTime = "20220601000000Z"}), 0u);
     EXPECT_EQ(chain_verdict(expired, {}), 0x800B0101u);
     const Authority future("20250101000000Z", "20491231000000Z");
     EXPECT_EQ(chain_verdict(future, {}), 0x800B0101u);

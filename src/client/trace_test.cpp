@@ -28,54 +28,39 @@ void expect_lines(const std::string& test, const std::vector<std::string>& lines
     const auto text = trace_of(test, "8");
     std::size_t place = 0;
     for (const auto& line : lines) {
-        const auto colon = line.find(": ");
-        const auto found = text.find(line.substr(colon + 2), place);
+        const auto told = line.substr(line.find(": ") + 2);
+        const auto found = text.find(told, place);
         ASSERT_NE(found, std::string::npos) << line;
         const auto start = text.rfind('\n', found) + 1;
-        EXPECT_NE(text.substr(start, found - start).find(line.substr(0, colon)), std::string::npos)
+        EXPECT_NE(text.substr(start, found - start).find(line.substr(0, line.find(": "))),
+                  std::string::npos)
             << line;
-        place = found + line.size() - colon - 2;
+        place = found + told.size();
     }
 }
 
 TEST(Trace, TellsTheStepsInTheirOrder) {
+    const std::string policy = "policy \"\\config\\cades\\tsppolicy\\";
     expect_lines(
         "Exchange.VerificationSeesAnUntrustedRoot",
-        {"Load: Loading policy \"\\config\\cades\\tsppolicy\\LegacyPolicyReading\" ...\n",
-         "Load: Loading default value of policy \"\\config\\cades\\tsppolicy\\StampAccuracy\" "
-         "...\n",
+        {"Load: Loading " + policy + "LegacyPolicyReading\" ...\n",
+         "Load: Loading default value of " + policy + "StampAccuracy\" ...\n",
          "Load: Loading policy \"DefaultHashAlg\" succeeded (2.16.840.1.101.3.4.2.1).\n",
-         "Load: Loading policy \"\\config\\cades\\tsppolicy\\DefaultTSPURL\" ... param not found\n",
-         "Load: Loading multistring policy \"\\config\\cades\\tsppolicy\\AllowedTSPs\" ... param "
-         "not "
-         "found\n",
-         "CheckPolicies: Checking policies...\n", "CheckPolicies: Checking policies... OK.\n",
-         "MakeRequest: Making request...\n", "MakeRequest: Initializing request...\n",
-         "MakeRequest: Encoding request...\n", "MakeRequest: Making request... OK.\n",
-         "Send: Sending request to \"http://127.0.0.1:", "Import: Importing time-stamp...\n",
-         "Import: Checking status of time-stamp response...\n",
-         "Import: Parsing and checking time-stamp token fields...\n",
-         "Import: Importing time-stamp... OK\n",
-         "VerifyCertificate: CertVerifyCertificateChainPolicy returned status.dwError = 0x800B01"});
+         "Load: Loading " + policy + "DefaultTSPURL\" ... param not found\n",
+         "CheckPolicies: Checking policies... OK.\n", "MakeRequest: Making request...\n",
+         "Send: Sending request to \"http://127.0.0.1:", "Import: Importing time-stamp... OK\n",
+         "VerifyCertificate: CertVerifyCertificateChainPolicy returned status.dwError = "
+         "0x800B01"});
     expect_lines("PlatformFaults.ChainPolicyThatCannotRunIsThrown",
-                 {"Import: Failed to decode as time-stamp response...\n",
-                  "Import: Trying to decode as time-stamp token...\n",
-                  "VerifyCertificate: Signer certificate does not match authenticated attributes\n",
+                 {"Import: Trying to decode as time-stamp token...\n",
                   "VerifyCertificate: CertVerifyCertificateChainPolicy failed: 0x80092006\n"});
     expect_lines("Authenticode.TellsFailuresByTheLastError", {"GetMSStamp: HTTP STATUS: 500\n"});
     expect_lines("Exchange.HttpFailureLeavesTheOldStamp", {"Send: HTTP STATUS: 404\n"});
-    expect_lines(
-        "SigningCertificateAttributes.*",
-        {"CheckSignerCertIdEx: Timestamp should have at least one signingCert attribute.\n",
-         "GetSignerCertIdEx: Multiple instances of signingCert attributes are not allowed.\n",
-         "CheckSignerCertIdEx: signingCert attribute not found\n",
-         "GetSignerCertIdEx: (other)SigningCert attribute not found\n",
-         "CheckSignerCertIdEx: signinging-certificate-v2 attribute doesn't match signer's "
-         "certificate\n",
-         "CheckSignerCertIdEx: other-signinging-certificate attribute doesn't match signer's "
-         "certificate\n",
-         "CheckSignerCertIdEx: signinging-certificate attribute doesn't match signer's "
-         "certificate\n"});
+    expect_lines("SigningCertificateAttributes.*",
+                 {"CheckSignerCertIdEx: signingCert attribute not found\n",
+                  "GetSignerCertIdEx: (other)SigningCert attribute not found\n",
+                  "CheckSignerCertIdEx: signinging-certificate attribute doesn't match signer's "
+                  "certificate\n"});
 }
 
 TEST(Trace, IsSilentBelowItsLevel) {

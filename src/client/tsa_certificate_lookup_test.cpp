@@ -1,39 +1,6 @@
-// The search for the signer's certificate when memory runs out. The program's operator new fails
-// where a test wants it.
-#include <cstdlib>
-#include <new>
-
+// The search for the signer's certificate when memory runs out.
+#include <chronoseal/client/testing/failing_new.h>
 #include <chronoseal/client/testing/suite.h>
-
-namespace {
-
-thread_local long allocations_left = -1; // none fails below 0
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    if (allocations_left == 0) {
-        throw std::bad_alloc();
-    }
-    allocations_left -= allocations_left > 0 ? 1 : 0;
-    void* const block = std::malloc(size == 0 ? 1 : size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return std::malloc(size == 0 ? 1 : size);
-}
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
 
 namespace Halcyon::PKI::TSP::Client {
 namespace {

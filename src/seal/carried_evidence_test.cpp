@@ -9,7 +9,6 @@ namespace {
 
 using tsp::element;
 using tsp::sequence;
-using tsp::TstInfo;
 
 // A token with more in it, by the place: a list or "other information" among the lists, or an
 // attribute.
@@ -65,7 +64,7 @@ protected:
     }
     // Nobody listens at port 1, and the network isn't asked besides.
     tsp::Authority authority{"20200101000000Z", "20491231000000Z", "http://127.0.0.1:1/x.crl"};
-    std::string token = authority.token(TstInfo().encode());
+    std::string token = authority.token();
     Trust trust{.roots = {to_bytes(authority.root_der())},
                 .revocation = Revocation::require,
                 .offline = true};
@@ -122,7 +121,7 @@ TEST_F(CarriedEvidenceTest, ABagOfJunkIsBounded) {
     EXPECT_EQ(extension.certificates, 1U);
     EXPECT_EQ(extension.revocation_lists, 0U);
 
-    EXPECT_EQ(word_of([&] { stamp_with(bag(good, 100000)); }), "unsigned_too_many");
+    EXPECT_WORD("unsigned_too_many", stamp_with(bag(good, 100000)));
     const Stamp namesakes =
         stamp_with(bag(list_by(authority, "20240501000000Z", 4, kFrom, kTo), 100));
     EXPECT_TRUE(Verifier(trust).verify_token(namesakes).indeterminate());

@@ -94,17 +94,14 @@ TEST_F(EvidenceTreeTest, AGroupIsProvedAsAWholeAndNotInParts) {
 TEST_F(EvidenceTreeTest, WhatCannotBeIsRefusedByItsWord) {
     EvidenceTree tree(sha256);
     const Digest digest = Digest::of(bytes_of("data"), sha256);
-    EXPECT_EQ(word_of([&] { tree.root(); }), "tree_empty");
-    EXPECT_EQ(word_of([&] { tree.add(Digest::of({}, sha512)); }), "digest_malformed");
-    EXPECT_EQ(word_of([&] { tree.add(ByteView(digest.value()).first(31)); }), "digest_malformed");
-    EXPECT_EQ(word_of([&] { tree.add_group({}); }), "tree_empty");
+    EXPECT_WORD("tree_empty", tree.root());
+    EXPECT_WORD("digest_malformed", tree.add(Digest::of({}, sha512)));
+    EXPECT_WORD("digest_malformed", tree.add(ByteView(digest.value()).first(31)));
+    EXPECT_WORD("tree_empty", tree.add_group({}));
     tree.add(digest);
-    EXPECT_EQ(word_of([&] { tree.record(Digest::of({}, sha256), stamp(tree.root())); }),
-              "not_in_tree");
-    EXPECT_EQ(word_of([&] { tree.record(digest, stamp(Digest::of({}, sha256))); }),
-              "imprint_differs");
-    EXPECT_EQ(word_of([&] { tree.record(std::vector<Digest>{}, stamp(tree.root())); }),
-              "not_in_tree");
+    EXPECT_WORD("not_in_tree", tree.record(Digest::of({}, sha256), stamp(tree.root())));
+    EXPECT_WORD("imprint_differs", tree.record(digest, stamp(Digest::of({}, sha256))));
+    EXPECT_WORD("not_in_tree", tree.record(std::vector<Digest>{}, stamp(tree.root())));
 }
 
 } // namespace

@@ -89,7 +89,7 @@ TEST_F(EvidenceVerifierTest, TreeAndStampUseOneHash) {
     EXPECT_EQ(weak.remarks.at(0).word, "weak_chain");
     const auto unknown = read(record_text({{stamp_text({{digest}}, token(digest), "1.2.3.4")}}));
     EXPECT_EQ(EvidenceVerifier(trust()).verify_record(unknown).failure->word(), "hash_unknown");
-    EXPECT_EQ(word_of([&] { unknown.data_algorithms(); }), "hash_unknown");
+    EXPECT_WORD("hash_unknown", unknown.data_algorithms());
 }
 
 TEST_F(EvidenceVerifierTest, ARenewalCoversTheStampBefore) {
@@ -116,7 +116,7 @@ TEST_F(EvidenceVerifierTest, ARenewalCoversTheStampBefore) {
 // Half of all records hide by chance in which order the two hashes are joined.
 TEST_F(EvidenceVerifierTest, ARenewalByANewHashIsReadInBothOrders) {
     unsigned greater = 0, lesser = 0;
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; greater == 0 || lesser == 0; ++i) {
         const std::string data = "data " + std::to_string(i);
         const std::string first = stamp_text({}, token(hashed(data)));
         const std::string sequence = sequence_text({{first}});
@@ -139,8 +139,6 @@ TEST_F(EvidenceVerifierTest, ARenewalByANewHashIsReadInBothOrders) {
         EXPECT_EQ(fault(record_text({{first}, {rehashed(data, false, sequence)}}, oids), "no"),
                   "not_in_tree");
     }
-    EXPECT_NE(greater, 0U);
-    EXPECT_NE(lesser, 0U);
 }
 
 TEST_F(EvidenceVerifierTest, WithoutDataOnlyOneChainCanBeJudged) {
@@ -158,9 +156,7 @@ TEST_F(EvidenceVerifierTest, WithoutDataOnlyOneChainCanBeJudged) {
 TEST_F(EvidenceVerifierTest, EachStampIsJudgedAsOfTheOneThatRenewedIt) {
     const tsp::Authority short_lived("20200101000000Z", "20250101000000Z");
     const auto record_renewed = [&](const char* time) {
-        tsp::TstInfo info;
-        info.digest = digest;
-        const std::string first = short_lived.token(info.encode());
+        const std::string first = short_lived.token(tsp::TstInfo{.digest = digest});
         return record_text(
             {{stamp_text({}, first), stamp_text({{hashed(first)}}, token(hashed(first), time))}});
     };
@@ -208,9 +204,7 @@ TEST_F(EvidenceVerifierTest, TheRootsAreReadOnce) {
 
 TEST_F(EvidenceVerifierTest, AStampThatIsNotGoodMakesTheRecordBad) {
     const tsp::Authority stranger;
-    tsp::TstInfo info;
-    info.digest = digest;
-    const std::string forged = stranger.token(info.encode());
+    const std::string forged = stranger.token(tsp::TstInfo{.digest = digest});
     const auto verdict = verify(
         record_text({{stamp_text({}, forged),
                       stamp_text({{hashed(forged)}}, token(hashed(forged), "20250601120000Z"))}}));
@@ -223,13 +217,11 @@ TEST_F(EvidenceVerifierTest, AStampThatIsNotGoodMakesTheRecordBad) {
 TEST_F(EvidenceVerifierTest, TheStampsOfARecordAskOnceForWhatFails) {
     LoopbackServer empty([](const std::string&) { return http_reply(404, ""); });
     const tsp::Authority listed("20200101000000Z", "20491231000000Z", utf8(empty.url()));
-    tsp::TstInfo info;
-    info.digest = digest;
-    const std::string first = listed.token(info.encode());
-    info.digest = hashed(first);
-    info.genTime = "20250601120000Z";
-    const EvidenceRecord record = EvidenceRecord::read(to_bytes(record_text(
-        {{stamp_text({}, first), stamp_text({{hashed(first)}}, listed.token(info.encode()))}})));
+    const std::string first = listed.token(tsp::TstInfo{.digest = digest});
+    const std::string second =
+        listed.token(tsp::TstInfo{.digest = hashed(first), .genTime = "20250601120000Z"});
+    const EvidenceRecord record =
+        read(record_text({{stamp_text({}, first), stamp_text({{hashed(first)}}, second)}}));
     const EvidenceVerifier verifier(Trust{.roots = {to_bytes(listed.root_der())}});
     for (int times = 0; times < 2; ++times) {
         const EvidenceVerdict verdict = verifier.verify(record, bytes_of("data"));

@@ -19,9 +19,9 @@ TEST(Hash, AlgorithmsGoByTheNamesThatPeopleWrite) {
         EXPECT_FALSE(algorithm.weak());
     }
     EXPECT_TRUE(HashAlgorithm::by_name("sha1").weak());
-    EXPECT_EQ(word_of([] { HashAlgorithm::by_name("sha257"); }), "hash_unknown");
-    EXPECT_EQ(word_of([] { HashAlgorithm::by_name("1.2.3"); }), "hash_unknown");
-    EXPECT_EQ(word_of([] { HashAlgorithm::by_name(""); }), "hash_unknown");
+    EXPECT_WORD("hash_unknown", HashAlgorithm::by_name("sha257"));
+    EXPECT_WORD("hash_unknown", HashAlgorithm::by_name("1.2.3"));
+    EXPECT_WORD("hash_unknown", HashAlgorithm::by_name(""));
 }
 
 TEST(Hash, PiecesFilesAndWholesGiveOneDigest) {
@@ -39,20 +39,18 @@ TEST(Hash, PiecesFilesAndWholesGiveOneDigest) {
     EXPECT_EQ(digest, Digest::of_file(folder.write("abc", "abc"), sha256,
                                       [&](std::uint64_t done, std::uint64_t) { told = done; }));
     EXPECT_EQ(told, 3U);
-    EXPECT_EQ(word_of([&] { hasher.update(bytes_of("d")); }), "hash_finished");
-    EXPECT_EQ(word_of([&] { Digest::from_hex(sha256, "00"); }), "digest_malformed");
-    EXPECT_EQ(word_of([&] { Digest::of_file(folder.path() / "none", sha256); }), "file_unreadable");
+    EXPECT_WORD("hash_finished", hasher.update(bytes_of("d")));
+    EXPECT_WORD("digest_malformed", Digest::from_hex(sha256, "00"));
+    EXPECT_WORD("file_unreadable", Digest::of_file(folder.path() / "none", sha256));
 }
 
 TEST(Hash, AStopEndsTheReadingOfAFile) {
     std::stop_source stop;
     stop.request_stop();
     const Folder folder;
-    EXPECT_EQ(word_of([&] {
-                  Digest::of_file(folder.write("x", "x"), HashAlgorithm::by_name("sha256"), {},
-                                  stop.get_token());
-              }),
-              "cancelled");
+    EXPECT_WORD("cancelled",
+                Digest::of_file(folder.write("x", "x"), HashAlgorithm::by_name("sha256"), {},
+                                stop.get_token()));
 }
 
 TEST(Hash, APipeIsReadAndAStopEndsItsSilence) {
@@ -69,7 +67,7 @@ TEST(Hash, APipeIsReadAndAStopEndsItsSilence) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         stop.request_stop();
     });
-    EXPECT_EQ(word_of([&] { Digest::of_file(pipe, sha256, {}, stop.get_token()); }), "cancelled");
+    EXPECT_WORD("cancelled", Digest::of_file(pipe, sha256, {}, stop.get_token()));
 }
 
 } // namespace

@@ -5,19 +5,13 @@
 namespace chronoseal::testing {
 namespace {
 
+using tsp::base64;
 using tsp::element;
 using tsp::integer;
 using tsp::oid;
 using tsp::sequence;
 using tsp::TstInfo;
-
-std::string base64(const std::string& bytes) {
-    std::string text(bytes.size() * 2 + 4, '\0');
-    text.resize(static_cast<std::size_t>(EVP_EncodeBlock(
-        reinterpret_cast<unsigned char*>(text.data()),
-        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()))));
-    return text;
-}
+using tsp::with_unsigned;
 
 std::string pem(const std::string& label, const std::string& bytes) {
     std::string text = "-----BEGIN " + label + "-----\n";
@@ -28,19 +22,20 @@ std::string pem(const std::string& label, const std::string& bytes) {
     return text + "-----END " + label + "-----\n";
 }
 
+// A message with a signature, over some text.
+std::string signed_message(const tsp::Authority& authority) {
+    return authority.token("text", {.contentType = tsp::kDataOid});
+}
+
 std::string algorithm() {
     return sequence(oid("2.16.840.1.101.3.4.2.1") + element(0x05, ""));
 }
 
 TEST(Inspect, EachKindOfBytesIsNamed) {
     const tsp::Authority authority;
-    const std::string token = authority.token(TstInfo().encode());
+    const std::string token = authority.token();
     const std::string request =
         sequence(integer("\x01") + sequence(algorithm() + element(4, tsp::sha256("x"))));
-    tsp::Signing other;
-    other.contentType = "1.2.840.113549.1.7.1";
-    tsp::Signing code;
-    code.contentType = "1.3.6.1.4.1.311.2.1.4";
     struct Row {
         const char* name;
         std::string bytes;
@@ -58,9 +53,10 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
         {"certificate", authority.root_der(), Kind::certificate, Form::binary},
         {"certificate in PEM", pem("CERTIFICATE", authority.root_der()), Kind::certificate,
          Form::pem},
-        {"signed message", authority.token("text", other), Kind::signed_message, Form::binary},
-        {"authenticode signature", authority.token("text", code), Kind::authenticode_signature,
-         Form::binary},
+        {"signed message", signed_message(authority), Kind::signed_message, Form::binary},
+        {"authenticode signature",
+         authority.token("text", {.contentType = "1.3.6.1.4.1.311.2.1.4"}),
+         Kind::authenticode_signature, Form::binary},
         {"enveloped", sequence(oid("1.2.840.113549.1.7.3") + element(0xA0, sequence(""))),
          Kind::other_message, Form::binary},
         {"ocsp", sequence(element(0x0A, std::string(1, '\0'))), Kind::ocsp_answer, Form::binary},
@@ -103,15 +99,14 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
         EXPECT_EQ(found.stamp.has_value(), row.kind == Kind::token || row.kind == Kind::response)
             << row.name;
         if (!found.stamp) {
-            EXPECT_EQ(word_of([&] { Stamp::read(to_bytes(row.bytes)); }), "not_a_stamp")
-                << row.name;
+            EXPECT_WORD("not_a_stamp", Stamp::read(to_bytes(row.bytes))) << row.name;
         }
     }
 }
 
 TEST(Inspect, WhatStandsBehindAStampIsToldAndNotLost) {
     const tsp::Authority authority;
-    const std::string token = authority.token(TstInfo().encode());
+    const std::string token = authority.token();
     const std::string answer = tsp::response(0, token);
     const struct {
         std::string bytes;
@@ -135,7 +130,7 @@ TEST(Inspect, WhatStandsBehindAStampIsToldAndNotLost) {
 
 TEST(Inspect, CutAndChangedBytesNeverThrow) {
     const tsp::Authority authority;
-    const std::string token = tsp::response(0, authority.token(TstInfo().encode()));
+    const std::string token = tsp::response(0, authority.token());
     for (std::size_t i = 0; i < token.size(); i += 7) {
         EXPECT_NO_THROW(inspect(to_bytes(token.substr(0, i)))) << i;
         std::string changed = token;
@@ -144,42 +139,17 @@ TEST(Inspect, CutAndChangedBytesNeverThrow) {
     }
 }
 
-using Message = std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)>;
-
-// A message with a signature, over some text.
-std::string signed_message(const tsp::Authority& authority) {
-    tsp::Signing plain;
-    plain.contentType = "1.2.840.113549.1.7.1";
-    return authority.token("text", plain);
-}
-
-Message message_of(const std::string& text) {
-    const auto* place = reinterpret_cast<const unsigned char*>(text.data());
-    return {d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(text.size())),
-            &CMS_ContentInfo_free};
-}
-
-// The message with a value more in an attribute that no signature covers.
-std::string with_attribute(const std::string& text, const char* attribute,
-                           const std::string& value) {
-    const Message message = message_of(text);
-    CMS_unsigned_add1_attr_by_txt(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0),
-                                  attribute, V_ASN1_SEQUENCE, value.data(),
-                                  static_cast<int>(value.size()));
-    return tsp::der(message.get(), &i2d_CMS_ContentInfo);
-}
-
 std::string with_many(std::string text, const char* attribute, const std::string& value,
                       std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        text = with_attribute(text, attribute, value);
+        text = with_unsigned(text, attribute, value);
     }
     return text;
 }
 
 // The message with its one signer so many times.
 std::string with_signers(const std::string& text, int count) {
-    const Message message = message_of(text);
+    const auto message = tsp::message_of(text);
     auto* const signers = CMS_get0_SignerInfos(message.get());
     while (sk_CMS_SignerInfo_num(signers) < count) {
         sk_CMS_SignerInfo_push(signers, sk_CMS_SignerInfo_value(signers, 0));
@@ -194,13 +164,13 @@ std::string with_signers(const std::string& text, int count) {
 // Stamped in such an attribute.
 std::string stamped_message(const tsp::Authority& authority, const std::string& attribute) {
     const std::string text = signed_message(authority);
-    const Message message = message_of(text);
+    const auto message = tsp::message_of(text);
     const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(
         sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(message.get()), 0));
-    TstInfo info;
-    info.digest = tsp::sha256(
-        {reinterpret_cast<const char*>(value->data), static_cast<std::size_t>(value->length)});
-    return with_attribute(text, attribute.c_str(), authority.token(info.encode()));
+    const std::string signature(reinterpret_cast<const char*>(value->data),
+                                static_cast<std::size_t>(value->length));
+    return with_unsigned(text, attribute.c_str(),
+                         authority.token(TstInfo{.digest = tsp::sha256(signature)}));
 }
 
 TEST(Inspect, AStampInASignatureIsJudgedAgainstThatSignature) {
@@ -224,7 +194,7 @@ TEST(Inspect, AnOlderCountersignatureIsTold) {
     const std::string plain = signed_message(authority);
     EXPECT_FALSE(inspect(to_bytes(plain)).countersignature);
     const Inspection found =
-        inspect(to_bytes(with_attribute(plain, "1.2.840.113549.1.9.6", sequence(""))));
+        inspect(to_bytes(with_unsigned(plain, "1.2.840.113549.1.9.6", sequence(""))));
     EXPECT_TRUE(found.countersignature);
     EXPECT_TRUE(found.stamps.empty() && found.unread.empty());
 }
@@ -233,11 +203,11 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
     constexpr char kStamp[] = "1.2.840.113549.1.9.16.2.14", kNested[] = "1.3.6.1.4.1.311.2.4.1";
     const tsp::Authority authority;
     const std::string plain = signed_message(authority);
-    const std::string token = authority.token(TstInfo().encode());
+    const std::string token = authority.token();
     std::string deep = stamped_message(authority, kStamp), chain = token;
     for (unsigned i = 0; i < 5; ++i) {
-        deep = with_attribute(plain, kNested, deep);
-        chain = with_attribute(token, kStamp, chain);
+        deep = with_unsigned(plain, kNested, deep);
+        chain = with_unsigned(token, kStamp, chain);
     }
     struct Row {
         const char* name;
@@ -252,16 +222,16 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
         {"too many signers", with_signers(plain, 65), 0, "too_many_stamps", Category::unreachable,
          "signer 65"},
         {"a good one", stamped_message(authority, kStamp), 1, ""},
-        {"no stamp", with_attribute(plain, kStamp, sequence("")), 0, "not_a_stamp"},
+        {"no stamp", with_unsigned(plain, kStamp, sequence("")), 0, "not_a_stamp"},
         {"beside a good one",
-         with_attribute(stamped_message(authority, kStamp), "1.3.6.1.4.1.311.3.3.1",
-                        token.substr(0, 4) + std::string(token.size() - 4, '\x05')),
+         with_unsigned(stamped_message(authority, kStamp), "1.3.6.1.4.1.311.3.3.1",
+                       token.substr(0, 4) + std::string(token.size() - 4, '\x05')),
          1, "not_a_stamp"},
-        {"no signature", with_attribute(plain, kNested, sequence("")), 0, "malformed"},
+        {"no signature", with_unsigned(plain, kNested, sequence("")), 0, "malformed"},
         {"too many", with_many(plain, kStamp, token, 257), 256, "too_many_stamps",
          Category::unreachable},
         {"too deep", deep, 0, "too_many_stamps", Category::unreachable},
-        {"stamps on stamps", with_attribute(plain, kStamp, chain), 5, "too_many_stamps",
+        {"stamps on stamps", with_unsigned(plain, kStamp, chain), 5, "too_many_stamps",
          Category::unreachable},
     };
     for (const Row& row : rows) {

@@ -95,7 +95,7 @@ TEST_F(MachineTest, SlipsOfThePenAreToldAndWrongTypesStopEveryRequest) {
     EXPECT_FALSE(chronoseal::policy().problems.empty());
     EXPECT_EQ(at(chronoseal::policy(), "config.basalt.Revocation").state, SettingState::unreadable);
     EXPECT_EQ(at(chronoseal::policy(), "config.basalt.Revocation").value, "");
-    EXPECT_EQ(word_of([] { trusted_roots(); }), "policy_unreadable");
+    EXPECT_WORD("policy_unreadable", trusted_roots());
 }
 
 TEST_F(MachineTest, SettingsThatMakeNoSenseAreMarked) {
@@ -203,73 +203,48 @@ TEST_F(MachineTest, ARootIsTrustedByItsHashAndUntilItIsTakenAway) {
     };
     const Stamp stamp =
         Sealer(quick({authority.settings()}, authority.trust(), folder)).seal(bytes_of("x"));
-    EXPECT_EQ(word_of([&] { trust_root(root, sha256(Bytes(3))); }), "root_differs");
+    EXPECT_WORD("root_differs", trust_root(root, sha256(Bytes(3))));
     const Bytes signer = to_bytes(authority.authority().signer_der());
-    EXPECT_EQ(word_of([&] { trust_root(signer, sha256(signer)); }), "not_a_root");
+    EXPECT_WORD("not_a_root", trust_root(signer, sha256(signer)));
     EXPECT_TRUE(trusted_roots().empty());
     EXPECT_EQ(trust_root(root, sha256(root)).der, root);
     const auto found = trusted_roots();
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].place, "user");
     EXPECT_EQ(found[0].certificate.sha256, sha256(root));
-    EXPECT_EQ(word_of([&] { distrust_root(sha256(root), StorePlace::machine); }), "root_not_found");
+    EXPECT_WORD("root_not_found", distrust_root(sha256(root), StorePlace::machine));
     distrust_root(sha256(root));
     EXPECT_TRUE(trusted_roots().empty());
-    EXPECT_EQ(word_of([&] { distrust_root(sha256(root)); }), "root_not_found");
+    EXPECT_WORD("root_not_found", distrust_root(sha256(root)));
     trust_root(root, sha256(root), StorePlace::machine);
     EXPECT_EQ(trusted_roots().at(0).place, "machine");
-    EXPECT_EQ(word_of([&] { distrust_root(sha256(root)); }), "root_of_machine");
+    EXPECT_WORD("root_of_machine", distrust_root(sha256(root)));
     distrust_root(sha256(root), StorePlace::machine);
-}
-
-// A PKCS#7 message over the content, as such a server answers.
-std::string authenticode_answer(const tsp::Authority& authority, const std::string& content) {
-    tsp::Signing plain;
-    plain.contentType = "1.2.840.113549.1.7.1";
-    plain.flags = 0;
-    const std::string der = authority.token(content, plain);
-    std::string text(der.size() * 2 + 4, '\0');
-    text.resize(static_cast<std::size_t>(EVP_EncodeBlock(
-        reinterpret_cast<unsigned char*>(text.data()),
-        reinterpret_cast<const unsigned char*>(der.data()), static_cast<int>(der.size()))));
-    return text;
 }
 
 TEST_F(MachineTest, AnAuthenticodeAnswerIsJudgedBeforeItIsGiven) {
     struct Row {
         const char* name;
-        LiveAuthority::Answer answer;
+        int status;
+        std::string (*answer)(const tsp::Authority&);
         const char* word;
     };
+    using By = const tsp::Authority&;
     const Row rows[] = {
-        {"good",
-         [](const tsp::Authority& a, const std::string&) {
-             return http_reply(200, authenticode_answer(a, "content"));
-         },
-         ""},
-        {"other content",
-         [](const tsp::Authority& a, const std::string&) {
-             return http_reply(200, authenticode_answer(a, "other"));
-         },
+        {"good", 200, [](By a) { return authenticode_answer(a, "content"); }, ""},
+        {"other content", 200, [](By a) { return authenticode_answer(a, "other"); },
          "imprint_differs"},
-        {"a stranger",
-         [](const tsp::Authority&, const std::string&) {
-             return http_reply(200, authenticode_answer(tsp::Authority(), "content"));
-         },
+        {"a stranger", 200, [](By) { return authenticode_answer(tsp::Authority(), "content"); },
          "chain_incomplete"},
-        {"a page",
-         [](const tsp::Authority&, const std::string&) {
-             return http_reply(200, "<html>welcome</html>");
-         },
+        {"a page", 200, [](By) -> std::string { return "<html>welcome</html>"; },
          "answer_malformed"},
-        {"something else",
-         [](const tsp::Authority&, const std::string&) { return http_reply(200, "AAAA"); },
-         "not_a_stamp"},
-        {"404", [](const tsp::Authority&, const std::string&) { return http_reply(404, ""); },
-         "page_not_found"},
+        {"something else", 200, [](By) -> std::string { return "AAAA"; }, "not_a_stamp"},
+        {"404", 404, [](By) { return std::string(); }, "page_not_found"},
     };
     for (const Row& row : rows) {
-        const LiveAuthority server(row.answer);
+        const LiveAuthority server([&](By authority, const std::string&) {
+            return http_reply(row.status, row.answer(authority));
+        });
         EXPECT_EQ(word_of([&] {
                       const auto stamp = authenticode(
                           bytes_of("content"), {.url = server.url(), .trust = server.trust()});
@@ -279,12 +254,10 @@ TEST_F(MachineTest, AnAuthenticodeAnswerIsJudgedBeforeItIsGiven) {
                   row.word)
             << row.name;
     }
-    EXPECT_EQ(word_of([] { authenticode(bytes_of("x")); }), "no_address");
-    EXPECT_EQ(word_of([] { authenticode(bytes_of("x"), {.url = "http://127.0.0.1:1/"}); }),
-              "cannot_connect");
+    EXPECT_WORD("no_address", authenticode(bytes_of("x")));
+    EXPECT_WORD("cannot_connect", authenticode(bytes_of("x"), {.url = "http://127.0.0.1:1/"}));
     tsp::Configuration::instance().set("AllowedMSTSPs = ['http://a.example/']");
-    EXPECT_EQ(word_of([] { authenticode(bytes_of("x"), {.url = "http://127.0.0.1:1/"}); }),
-              "server_denied");
+    EXPECT_WORD("server_denied", authenticode(bytes_of("x"), {.url = "http://127.0.0.1:1/"}));
 }
 
 } // namespace

@@ -55,7 +55,7 @@ TEST_F(ManifestRenewalTest, EveryFileIsProvedByBothHashes) {
     auto lists = renewal(record, new_text);
     EXPECT_EQ(lists.info().lines, rows.size());
     EXPECT_EQ(lists.renewed_info().algorithm, sha512);
-    EXPECT_EQ(word_of([&] { lists.prove(by_both("")); }), "manifest_changed"); // not yet renewed
+    EXPECT_WORD("manifest_changed", lists.prove(by_both(""))); // not yet renewed
     const Stamp over = stamp(lists.digest(), "20260601120000Z");
     auto renewed = lists.renewed(over);
     EXPECT_EQ(fault(renewed, old_text), "");
@@ -72,18 +72,14 @@ TEST_F(ManifestRenewalTest, EveryFileIsProvedByBothHashes) {
             EXPECT_EQ(utc_text(*verdict.existed_by), "2024-06-01T12:00:00Z");
             EXPECT_EQ(fault(proof, row.data + "x"), "not_in_tree");
         }
-        EXPECT_EQ(word_of([&] { after.prove(by_both("no line")); }), "not_in_manifest");
-        EXPECT_EQ(word_of([&] { after.prove(by_both(old_text)); }), "not_in_manifest");
-        EXPECT_EQ(word_of([&] { after.prove({by_both("")[0]}); }), "data_needed");
-        EXPECT_EQ(word_of([&] {
-                      after.prove({by_both("")[0], by_both("odd")[1]});
-                  }),
-                  "not_in_manifest");
-        EXPECT_EQ(word_of([&] { after.renewed(over); }), "manifest_rehashed");
+        EXPECT_WORD("not_in_manifest", after.prove(by_both("no line")));
+        EXPECT_WORD("not_in_manifest", after.prove(by_both(old_text)));
+        EXPECT_WORD("data_needed", after.prove({by_both("")[0]}));
+        EXPECT_WORD("not_in_manifest", after.prove({by_both("")[0], by_both("odd")[1]}));
+        EXPECT_WORD("manifest_rehashed", after.renewed(over));
         renewed = by_stamp(renewed, "20280601120000Z");
     }
-    EXPECT_EQ(word_of([&] { ManifestTree(old_list).prove(by_both("")[0], renewed); }),
-              "manifest_rehashed");
+    EXPECT_WORD("manifest_rehashed", ManifestTree(old_list).prove(by_both("")[0], renewed));
 }
 
 // Each line of both lists has its partner, by name; what hasn't is told by name and number.
@@ -134,8 +130,7 @@ TEST_F(ManifestRenewalTest, ListsThatDoNotMatchAreRefusedByLine) {
         }
     }
     const auto contradicting = stamped(list_of(repeated, sha256));
-    EXPECT_EQ(word_of([&] { renewal(contradicting, list_of(rows, sha512)); }),
-              "manifest_line_repeated");
+    EXPECT_WORD("manifest_line_repeated", renewal(contradicting, list_of(rows, sha512)));
 }
 
 TEST_F(ManifestRenewalTest, ARecordOfSomethingElseIsRefused) {
@@ -143,33 +138,31 @@ TEST_F(ManifestRenewalTest, ARecordOfSomethingElseIsRefused) {
     const auto record = stamped(text);
     auto lists = renewal(record, wide);
     const auto renewed = lists.renewed(stamp(lists.digest(), "20260601120000Z"));
-    EXPECT_EQ(word_of([&] { lists.renewed(stamp(lists.digest(), "20230601120000Z")); }),
-              "time_goes_back");
-    EXPECT_EQ(word_of([&] { lists.renewed(stamp(Digest::of({}, sha512))); }), "imprint_differs");
+    EXPECT_WORD("time_goes_back", lists.renewed(stamp(lists.digest(), "20230601120000Z")));
+    EXPECT_WORD("imprint_differs", lists.renewed(stamp(Digest::of({}, sha512))));
     // The same files in another list of new hashes: its own octets are under the stamp, too.
     auto other = renewal(renewed, wide + "#\n");
-    EXPECT_EQ(word_of([&] { other.prove(by_both("")); }), "manifest_changed");
+    EXPECT_WORD("manifest_changed", other.prove(by_both("")));
     const auto sha384 = HashAlgorithm::by_name("sha384");
-    EXPECT_EQ(word_of([&] { renewal(renewed, list_of(rows, sha384)); }), "algorithms_differ");
+    EXPECT_WORD("algorithms_differ", renewal(renewed, list_of(rows, sha384)));
     HashRenewal third(sha384);
     const std::vector objects{Digest::of(bytes_of(text), sha384)};
     third.add(renewed, objects);
     const auto twice = third.renewed(renewed, objects, stamp(third.digest(), "20270601120000Z"));
-    EXPECT_EQ(word_of([&] { renewal(twice, wide); }), "manifest_rehashed");
+    EXPECT_WORD("manifest_rehashed", renewal(twice, wide));
     // Renewed by a new hash of the list alone, whose files nobody hashed.
     HashRenewal alone(sha512);
     const std::vector own{Digest::of(bytes_of(text), sha512)};
     alone.add(record, own);
     const auto without = alone.renewed(record, own, stamp(alone.digest(), "20260601120000Z"));
-    EXPECT_EQ(word_of([&] { renewal(without, wide).prove(by_both("")); }), "manifest_changed");
+    EXPECT_WORD("manifest_changed", renewal(without, wide).prove(by_both("")));
     EvidenceTree single(sha256);
     single.add(Digest::of(bytes_of(text), sha256));
     single.add(Digest::of({}, sha256));
     const auto as_file = single.record(Digest::of(bytes_of(text), sha256), stamp(single.root()));
-    EXPECT_EQ(word_of([&] { renewal(as_file, wide); }), "manifest_unproved");
+    EXPECT_WORD("manifest_unproved", renewal(as_file, wide));
     folder.write("sums", text + "#\n");
-    EXPECT_EQ(word_of([&] { ManifestRenewal(old_list, record, folder.write("new", wide)); }),
-              "manifest_changed");
+    EXPECT_WORD("manifest_changed", ManifestRenewal(old_list, record, folder.write("new", wide)));
 }
 
 } // namespace

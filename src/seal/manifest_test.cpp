@@ -148,12 +148,12 @@ TEST_F(ManifestTreeTest, EveryLineIsProvedAfterRenewalsToo) {
         renewal.add(record);
         record = renewal.renewed(record, stamp(renewal.digest(), "20260601120000Z"));
     }
-    EXPECT_EQ(word_of([&] { tree.prove(digest("data 7"), record); }), "not_in_manifest");
-    EXPECT_EQ(word_of([&] { tree.prove(digest(list), record); }), "not_in_manifest");
+    EXPECT_WORD("not_in_manifest", tree.prove(digest("data 7"), record));
+    EXPECT_WORD("not_in_manifest", tree.prove(digest(list), record));
     // Two digests side by side are a node's data; the standard doesn't tell them from a file's.
     const Bytes one = digest("data 0").value(), two = digest("data 1").value();
     const std::string node = to_text(one < two ? one : two) + to_text(one < two ? two : one);
-    EXPECT_EQ(word_of([&] { tree.prove(digest(node), record); }), "not_in_manifest");
+    EXPECT_WORD("not_in_manifest", tree.prove(digest(node), record));
 }
 
 TEST_F(ManifestTreeTest, AListMayBeShortStandInAnotherAndNameItself) {
@@ -167,7 +167,7 @@ TEST_F(ManifestTreeTest, AListMayBeShortStandInAnotherAndNameItself) {
         EXPECT_EQ(fault(record, list), "");
         EXPECT_EQ(fault(tree.prove(digest(data), record), data), "");
         const Digest itself = digest(list);
-        EXPECT_EQ(word_of([&] { tree.prove(itself, record); }), "not_in_manifest");
+        EXPECT_WORD("not_in_manifest", tree.prove(itself, record));
     }
 }
 
@@ -186,8 +186,7 @@ TEST_F(ManifestTreeTest, ListsUnderOneStampAreProvedEachByItsOwn) {
         EXPECT_EQ(fault(record, lists[i]), "");
         const std::string data = "data " + std::to_string(inside[i]);
         EXPECT_EQ(fault(trees[i].prove(digest(data), record), data), "");
-        EXPECT_EQ(word_of([&] { trees[(i + 1) % 3].prove(digest("data 4"), record); }),
-                  "manifest_changed");
+        EXPECT_WORD("manifest_changed", trees[(i + 1) % 3].prove(digest("data 4"), record));
     }
 }
 
@@ -199,25 +198,25 @@ TEST_F(ManifestTreeTest, AListThatWasChangedOrStampedAloneProvesNoLine) {
     for (const std::string& changed :
          {list_of(0, 5), list_of(1, 4) + list_of(0, 1), list + "#\n"}) {
         ManifestTree other(folder.write("other", changed));
-        EXPECT_EQ(word_of([&] { other.prove(digest("data 1"), record); }), "manifest_changed");
+        EXPECT_WORD("manifest_changed", other.prove(digest("data 1"), record));
     }
     const auto alone = EvidenceRecord::of_stamp(stamp(digest(list)));
-    EXPECT_EQ(word_of([&] { tree.prove(digest("data 1"), alone); }), "manifest_changed");
+    EXPECT_WORD("manifest_changed", tree.prove(digest("data 1"), alone));
     EvidenceTree single(sha256);
     single.add(digest(list));
     single.add(digest("something else"));
     const auto without = single.record(digest(list), stamp(single.root()));
-    EXPECT_EQ(word_of([&] { tree.prove(digest("data 1"), without); }), "manifest_unproved");
+    EXPECT_WORD("manifest_unproved", tree.prove(digest("data 1"), without));
     HashRenewal renewal(sha512);
     const std::vector wide_digest{Digest::of(bytes_of(list), sha512)};
     renewal.add(record, wide_digest);
     const auto rehashed = renewal.renewed(record, wide_digest, stamp(renewal.digest()));
     EXPECT_EQ(fault(rehashed, list), "");
-    EXPECT_EQ(word_of([&] { tree.prove(digest("data 1"), rehashed); }), "manifest_rehashed");
+    EXPECT_WORD("manifest_rehashed", tree.prove(digest("data 1"), rehashed));
 }
 
 TEST_F(ManifestTreeTest, AnUnreadableListIsNamed) {
-    EXPECT_EQ(word_of([&] { ManifestTree(folder.path() / "none"); }), "file_unreadable");
+    EXPECT_WORD("file_unreadable", ManifestTree(folder.path() / "none"));
     const auto path = folder.write("sums", "hello\n");
     try {
         read_manifest(path);

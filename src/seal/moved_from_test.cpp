@@ -52,9 +52,8 @@ TEST_F(MovedFromTest, WhatIsSharedStays) {
     Error error(Category::misuse, "word", 1, "text", "advice");
     const Error told = moved(error);
     EXPECT_STREQ(error.what(), told.what());
-    tsp::Signing signing;
-    signing.contentType = "1.2.840.113549.1.7.1";
-    CmsSignature signature = CmsSignature::read(to_bytes(tsp::Authority().token("text", signing)));
+    CmsSignature signature = CmsSignature::read(
+        to_bytes(tsp::Authority().token("text", {.contentType = tsp::kDataOid})));
     const CmsSignature kept = moved(signature);
     EXPECT_EQ(signature.encoded(), kept.encoded());
 }
@@ -108,8 +107,8 @@ TEST_F(MovedFromTest, WhatIsOwnedSaysSo) {
     for (const auto& [name, call] : calls) {
         EXPECT_EQ(word_of(call), "moved_from") << name;
     }
-    EXPECT_EQ(word_of([&] { hasher.update({}); }), "hash_finished");
-    EXPECT_EQ(word_of([&] { hasher.finish(); }), "hash_finished");
+    EXPECT_WORD("hash_finished", hasher.update({}));
+    EXPECT_WORD("hash_finished", hasher.finish());
     EXPECT_EQ(lines.info().lines, 1U); // what is told without looking stays
 }
 

@@ -15,10 +15,8 @@ protected:
     }
 
     Stamp stamp_of(const Digest& digest, const char* time) const {
-        tsp::TstInfo info;
-        info.digest = to_text(digest.value());
-        info.genTime = time;
-        return Stamp::read(to_bytes(naming.token(info.encode())));
+        return Stamp::read(to_bytes(
+            naming.token(tsp::TstInfo{.digest = to_text(digest.value()), .genTime = time})));
     }
     Trust as_of(int year, bool offline = false) const {
         return {.roots = {to_bytes(naming.root_der())},
@@ -51,8 +49,8 @@ TEST_F(RecordExtensionTest, OnlyTheLastStampIsExtended) {
     renewal.add(first.record);
     const auto renewed =
         renewal.renewed(first.record, stamp_of(renewal.digest(), "20240701000000Z"));
-    EXPECT_EQ(word_of([&] { extend(renewed, as_of(2024), 0); }), "stamp_covered");
-    EXPECT_EQ(word_of([&] { extend(renewed, as_of(2024), 2); }), "stamp_missing");
+    EXPECT_WORD("stamp_covered", extend(renewed, as_of(2024), 0));
+    EXPECT_WORD("stamp_missing", extend(renewed, as_of(2024), 2));
     EXPECT_EQ(server.requests().size(), asked);
     served = list_by(naming, "", -1, "20240701000001Z", "20240802000000Z");
     std::filesystem::remove_all(folder.path() / "cache");

@@ -138,19 +138,16 @@ TEST_F(RenewalTest, WhatCannotBeRenewedIsRefusedByItsWord) {
     const auto records = records_of({"a", "b"}, tree);
     const EvidenceRecord record = records[0];
     StampRenewal renewal(sha256);
-    EXPECT_EQ(word_of([&] { renewal.digest(); }), "tree_empty");
+    EXPECT_WORD("tree_empty", renewal.digest());
     renewal.add(record);
     const Digest over = renewal.digest();
-    EXPECT_EQ(word_of([&] { renewal.renewed(record, stamp(over, "20240601115959Z")); }),
-              "time_goes_back");
-    EXPECT_EQ(word_of([&] { renewal.renewed(record, stamp(Digest::of({}, sha256))); }),
-              "imprint_differs");
-    EXPECT_EQ(word_of([&] { renewal.renewed(renewal.renewed(record, stamp(over)), stamp(over)); }),
-              "not_in_tree");
-    EXPECT_EQ(word_of([&] { StampRenewal(sha512).add(record); }), "algorithms_differ");
+    EXPECT_WORD("time_goes_back", renewal.renewed(record, stamp(over, "20240601115959Z")));
+    EXPECT_WORD("imprint_differs", renewal.renewed(record, stamp(Digest::of({}, sha256))));
+    EXPECT_WORD("not_in_tree", renewal.renewed(renewal.renewed(record, stamp(over)), stamp(over)));
+    EXPECT_WORD("algorithms_differ", StampRenewal(sha512).add(record));
     HashRenewal rehash(sha512);
-    EXPECT_EQ(word_of([&] { rehash.add(record, {}); }), "data_needed");
-    EXPECT_EQ(word_of([&] { rehash.add(record, {Digest::of({}, sha256)}); }), "digest_malformed");
+    EXPECT_WORD("data_needed", rehash.add(record, {}));
+    EXPECT_WORD("digest_malformed", rehash.add(record, {Digest::of({}, sha256)}));
 }
 
 } // namespace

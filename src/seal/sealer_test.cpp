@@ -17,26 +17,16 @@ protected:
     }
 };
 
-// The content of a DER element found in a request by its place; enough for what OpenSSL's authority
-// can't be made to answer.
-std::string nonce_of(const std::string& request) {
-    const auto expected = Expected::of_request(to_bytes(request));
-    return expected.nonce ? to_text(*expected.nonce) : "";
-}
-
-// A signed answer over a TSTInfo that the test may spoil.
+// A signed answer over a TSTInfo that the test may spoil: OpenSSL's authority can't be made to give
+// it.
 LiveAuthority::Answer spoiled(std::function<void(TstInfo&)> spoil) {
     return [spoil = std::move(spoil)](const tsp::Authority& authority, const std::string& request) {
-        TstInfo info;
         const auto expected = Expected::of_request(to_bytes(body_of(request)));
-        info.digest = to_text(expected.digest->value());
-        info.nonce = nonce_of(body_of(request));
-        const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-        std::string text = utc_text(Time(now));
-        std::erase_if(text, [](char c) { return c == '-' || c == ':' || c == 'T'; });
-        info.genTime = text;
+        TstInfo info{.digest = to_text(expected.digest->value()),
+                     .genTime = generalized(std::chrono::system_clock::now()),
+                     .nonce = expected.nonce ? to_text(*expected.nonce) : ""};
         spoil(info);
-        return http_reply(200, tsp::response(0, authority.token(info.encode())));
+        return http_reply(200, tsp::response(0, authority.token(info)));
     };
 }
 
@@ -102,6 +92,11 @@ TEST_F(SealerTest, NothingIsReturnedBeforeEveryCheckHasPassed) {
          "imprint_algorithm_differs"},
         {"another nonce", spoiled([](TstInfo& i) { i.nonce = "\x01"; }), "nonce_differs"},
         {"no nonce", spoiled([](TstInfo& i) { i.nonce = ""; }), "nonce_differs"},
+        {"zero", spoiled([](TstInfo& i) { i.nonce = std::string(1, '\0'); }), "nonce_differs"},
+        {"the nonce below zero", spoiled([](TstInfo& i) { i.nonce.insert(0, 1, '\xFF'); }),
+         "nonce_differs"},
+        {"the nonce with zeros in front", spoiled([](TstInfo& i) { i.nonce.insert(0, 2, '\0'); }),
+         ""},
         {"another policy", spoiled([](TstInfo& i) { i.policy = "1.2.3.99"; }), "policy_differs"},
         {"a critical extension",
          spoiled([](TstInfo& i) { i.extensions = tsp::extension("1.2.3.4.5", true); }),
@@ -119,7 +114,7 @@ TEST_F(SealerTest, NothingIsReturnedBeforeEveryCheckHasPassed) {
         {"granted without a token", constant(200, tsp::response(0, "")), "token_missing"},
         {"a bare token",
          [](const tsp::Authority& authority, const std::string&) {
-             return http_reply(200, authority.token(TstInfo().encode()));
+             return http_reply(200, authority.token());
          },
          "bare_token"},
         {"401", constant(401, ""), "login_required"},
@@ -133,10 +128,8 @@ TEST_F(SealerTest, NothingIsReturnedBeforeEveryCheckHasPassed) {
         SealerOptions wanted = options(authority);
         wanted.policy = "1.2.3.4";
         wanted.attempts = 1;
-        EXPECT_EQ(word_of([&] { Sealer(wanted).seal(bytes_of("data")); }), row.word) << row.name;
+        EXPECT_WORD(row.word, Sealer(wanted).seal(bytes_of("data"))) << row.name;
     }
-    const LiveAuthority good(spoiled([](TstInfo&) {}));
-    EXPECT_EQ(word_of([&] { Sealer(options(good)).seal(bytes_of("data")); }), "");
 }
 
 TEST_F(SealerTest, AClockThatDiffersIsARemarkAndWithoutNonceARefusal) {
@@ -146,60 +139,65 @@ TEST_F(SealerTest, AClockThatDiffersIsARemarkAndWithoutNonceARefusal) {
     ASSERT_EQ(stamp.remarks().size(), 1U);
     EXPECT_EQ(stamp.remarks()[0].word, "clock_differs");
     wanted.nonce = false;
-    EXPECT_EQ(word_of([&] { Sealer(wanted).seal(bytes_of("data")); }), "time_differs");
+    EXPECT_WORD("time_differs", Sealer(wanted).seal(bytes_of("data")));
 }
 
 // What can be told without the authority is told without asking it.
 TEST_F(SealerTest, AsksNothingThatPolicyOrSenseForbids) {
     const LiveAuthority authority;
-    const auto with = [&](const std::function<void(SealerOptions&)>& change) {
+    using Options = SealerOptions&;
+    struct Row {
+        const char* machine;
+        const char* word;
+        std::function<void(Options)> change = [](Options) {};
+    };
+    const auto url = [](std::string text) {
+        return [text](Options o) { o.authorities[0].url = text; };
+    };
+    const auto policy = [](std::string text) { return [text](Options o) { o.policy = text; }; };
+    const auto login_file = [&](const char* content, unsigned mode) {
+        return [file = folder.write("login " + std::to_string(mode), content, mode)](Options o) {
+            o.authorities[0].login_file = file;
+        };
+    };
+    const auto log_in = [](Options o) { o.authorities[0].login = Login{"user", "pw"}; };
+    const Row rows[] = {
+        {"", "no_address", [](Options o) { o.authorities.clear(); }},
+        {"", "address_malformed", url("ftp://127.0.0.1/")},
+        {"", "address_malformed", url("tsa.example")},
+        {"", "address_malformed", url("http://127.0.0.1/a b")},
+        {"", "address_has_login", url("http://user:pw@127.0.0.1/")},
+        {"", "hash_unknown", [](Options o) { o.hash = "sha257"; }},
+        {"", "quorum_impossible", [](Options o) { o.quorum = 2; }},
+        {"", "policy_malformed", policy("abc")},
+        {"", "policy_malformed", policy("1")},
+        {"", "policy_malformed", policy("3.99")},
+        {"", "policy_malformed", policy("1.2.")},
+        {"", "policy_malformed", policy("1.02.3")},
+        {"", "policy_malformed", policy("\x1b")},
+        {"", "no_certificates", [](Options o) { o.trust.roots = {Bytes(3)}; }},
+        {"", "login_file_open", login_file("user:pw", 0644)},
+        {"", "login_malformed", login_file("user", 0600)},
+        {"AllowedTSPs = ['http://other.example/']", "address_denied"},
+        {"HashAlgsDenied = ['2.16.840.1.101.3.4.2.1']", "hash_denied"},
+        {"AllowedPolicyID = ['1.2.3']", "policy_denied", policy("1.2.3.4")},
+        {"RequireNonce = true", "nonce_denied", [](Options o) { o.nonce = false; }},
+        {"AuthDenyAnonym = true", "auth_denied"},
+        {"AuthDenyBasic = true", "auth_denied", log_in},
+        // Capital letters are no way around the switches.
+        {"AuthDenyBasic = true", "auth_denied",
+         [&](Options o) {
+             log_in(o);
+             o.authorities[0].url.replace(0, 4, "HTTP");
+         }},
+        {"AllowedTSPs = 5", "policy_unreadable"},
+    };
+    for (const Row& row : rows) {
+        tsp::Configuration::instance().set(row.machine);
         SealerOptions wanted = options(authority);
-        change(wanted);
-        return word_of([&] { Sealer(wanted).seal(bytes_of("data")); });
-    };
-    const auto url = [&](std::string text) {
-        return with([&](SealerOptions& o) { o.authorities[0].url = std::move(text); });
-    };
-    auto& machine = tsp::Configuration::instance();
-    EXPECT_EQ(with([](SealerOptions& o) { o.authorities.clear(); }), "no_address");
-    EXPECT_EQ(url("ftp://127.0.0.1/"), "address_malformed");
-    EXPECT_EQ(url("tsa.example"), "address_malformed");
-    EXPECT_EQ(url("http://127.0.0.1/a b"), "address_malformed");
-    EXPECT_EQ(url("http://user:pw@127.0.0.1/"), "address_has_login");
-    EXPECT_EQ(with([](SealerOptions& o) { o.hash = "sha257"; }), "hash_unknown");
-    EXPECT_EQ(with([](SealerOptions& o) { o.quorum = 2; }), "quorum_impossible");
-    for (const char* const policy : {"abc", "1", "3.99", "1.2.", "1.02.3", "\x1b"}) {
-        EXPECT_EQ(with([&](SealerOptions& o) { o.policy = policy; }), "policy_malformed") << policy;
+        row.change(wanted);
+        EXPECT_WORD(row.word, Sealer(wanted).seal(bytes_of("data"))) << row.machine;
     }
-    EXPECT_EQ(with([](SealerOptions& o) { o.trust.roots = {Bytes(3)}; }), "no_certificates");
-    EXPECT_EQ(with([&](SealerOptions& o) {
-                  o.authorities[0].login_file = folder.write("open", "user:pw", 0644);
-              }),
-              "login_file_open");
-    EXPECT_EQ(
-        with([&](SealerOptions& o) { o.authorities[0].login_file = folder.write("none", "user"); }),
-        "login_malformed");
-    machine.set("AllowedTSPs = ['http://other.example/']");
-    EXPECT_EQ(with([](SealerOptions&) {}), "address_denied");
-    machine.set("HashAlgsDenied = ['2.16.840.1.101.3.4.2.1']");
-    EXPECT_EQ(with([](SealerOptions&) {}), "hash_denied");
-    machine.set("AllowedPolicyID = ['1.2.3']");
-    EXPECT_EQ(with([](SealerOptions& o) { o.policy = "1.2.3.4"; }), "policy_denied");
-    machine.set("RequireNonce = true");
-    EXPECT_EQ(with([](SealerOptions& o) { o.nonce = false; }), "nonce_denied");
-    machine.set("AuthDenyAnonym = true");
-    EXPECT_EQ(with([](SealerOptions&) {}), "auth_denied");
-    machine.set("AuthDenyBasic = true");
-    const auto log_in = [](SealerOptions& o) { o.authorities[0].login = Login{"user", "pw"}; };
-    EXPECT_EQ(with(log_in), "auth_denied");
-    // Capital letters are no way around the switches.
-    EXPECT_EQ(with([&](SealerOptions& o) {
-                  log_in(o);
-                  o.authorities[0].url.replace(0, 4, "HTTP");
-              }),
-              "auth_denied");
-    machine.set("AllowedTSPs = 5");
-    EXPECT_EQ(with([](SealerOptions&) {}), "policy_unreadable");
     EXPECT_EQ(authority.requests(), 0U);
 }
 
@@ -256,7 +254,7 @@ TEST_F(SealerTest, APassingFailureIsTriedAgainAndTheServersWishCounts) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, 200ms);
     asked = 0;
     wanted.attempts = 2;
-    EXPECT_EQ(word_of([&] { Sealer(wanted).seal(bytes_of("a")); }), "too_many_requests");
+    EXPECT_WORD("too_many_requests", Sealer(wanted).seal(bytes_of("a")));
 }
 
 TEST_F(SealerTest, AQuorumIsOfDifferentKeysOrNothing) {
@@ -272,7 +270,7 @@ TEST_F(SealerTest, AQuorumIsOfDifferentKeysOrNothing) {
     EXPECT_EQ(stamps[0].authority(), first.url());
     EXPECT_EQ(stamps[1].authority(), second.url());
     wanted.authorities.pop_back();
-    EXPECT_EQ(word_of([&] { Sealer(wanted).seal_quorum(digest); }), "quorum_missed");
+    EXPECT_WORD("quorum_missed", Sealer(wanted).seal_quorum(digest));
 }
 
 TEST_F(SealerTest, ARateHoldsOverSealersAndProcesses) {
@@ -288,7 +286,7 @@ TEST_F(SealerTest, ARateHoldsOverSealersAndProcesses) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, 290ms);
     // A broken file stops nobody.
     folder.write("rates", std::string(1 << 19, 'x'));
-    EXPECT_EQ(word_of([&] { Sealer(wanted).seal(bytes_of("c")); }), "");
+    EXPECT_WORD("", Sealer(wanted).seal(bytes_of("c")));
 }
 
 TEST_F(SealerTest, TheMachinesRateHoldsForItsAddressAndTheWaitIsTold) {
@@ -305,7 +303,7 @@ TEST_F(SealerTest, TheMachinesRateHoldsForItsAddressAndTheWaitIsTold) {
     };
     const Sealer sealer(wanted);
     sealer.seal(bytes_of("a"));
-    EXPECT_EQ(word_of([&] { sealer.seal(bytes_of("b"), stop.get_token()); }), "cancelled");
+    EXPECT_WORD("cancelled", sealer.seal(bytes_of("b"), stop.get_token()));
 }
 
 TEST_F(SealerTest, AStopEndsTheWaiting) {
@@ -321,7 +319,7 @@ TEST_F(SealerTest, AStopEndsTheWaiting) {
         }
         stop.request_stop();
     });
-    EXPECT_EQ(word_of([&] { Sealer(wanted).seal(bytes_of("a"), stop.get_token()); }), "cancelled");
+    EXPECT_WORD("cancelled", Sealer(wanted).seal(bytes_of("a"), stop.get_token()));
 }
 
 TEST_F(SealerTest, ABatchStampsEachItemOnceOverItsConnections) {
@@ -399,14 +397,14 @@ TEST_F(SealerTest, AFinishedRequestGoesOutAsItIs) {
     const Stamp stamp = sealer.send(request);
     EXPECT_EQ(body_of(authority.request(0)), to_text(request));
     EXPECT_TRUE(Verifier(authority.trust()).verify(stamp, Expected::of_request(request)).good());
-    EXPECT_EQ(word_of([&] { sealer.send(bytes_of("no request")); }), "not_a_request");
+    EXPECT_WORD("not_a_request", sealer.send(bytes_of("no request")));
     // Without the authority's certificate its answer couldn't be judged: nobody is asked.
     wanted.certificates = false;
     wanted.only_requests = true;
     const Bytes bare = Sealer(wanted).request(Digest::of(bytes_of("data"), sealer.hash()));
     EXPECT_FALSE(inspect(bare).certificates_wanted);
     EXPECT_TRUE(inspect(request).certificates_wanted);
-    EXPECT_EQ(word_of([&] { sealer.send(bare); }), "certificates_not_asked");
+    EXPECT_WORD("certificates_not_asked", sealer.send(bare));
     EXPECT_EQ(authority.requests(), 1U);
 }
 

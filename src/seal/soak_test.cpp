@@ -78,18 +78,17 @@ public:
         : store_(X509_STORE_new(), &X509_STORE_free) {
         for (const std::string& root : roots) {
             const auto* place = reinterpret_cast<const unsigned char*>(root.data());
-            const std::unique_ptr<X509, decltype(&X509_free)> certificate(
-                d2i_X509(nullptr, &place, static_cast<long>(root.size())), &X509_free);
+            const auto certificate =
+                tsp::owned(d2i_X509(nullptr, &place, static_cast<long>(root.size())), &X509_free);
             X509_STORE_add_cert(store_.get(), certificate.get());
         }
     }
 
     bool finds_good(const Bytes& response, const Digest& digest) const {
         const auto* place = reinterpret_cast<const unsigned char*>(response.data());
-        const std::unique_ptr<TS_RESP, decltype(&TS_RESP_free)> read(
+        const auto read = tsp::owned(
             d2i_TS_RESP(nullptr, &place, static_cast<long>(response.size())), &TS_RESP_free);
-        const std::unique_ptr<TS_VERIFY_CTX, decltype(&TS_VERIFY_CTX_free)> context(
-            TS_VERIFY_CTX_new(), &TS_VERIFY_CTX_free);
+        const auto context = tsp::owned(TS_VERIFY_CTX_new(), &TS_VERIFY_CTX_free);
         TS_VERIFY_CTX_set_flags(context.get(),
                                 TS_VFY_VERSION | TS_VFY_SIGNER | TS_VFY_SIGNATURE | TS_VFY_IMPRINT);
         X509_STORE_up_ref(store_.get());

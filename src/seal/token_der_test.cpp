@@ -45,10 +45,7 @@ TEST_F(TokenDerTest, ARecordThatHoldsATokenOfBerIsReadAsItIsOrAsDer) {
 }
 
 TEST_F(TokenDerTest, CertificatesAreSortedAndTheSignedPartsStay) {
-    tsp::Signing both;
-    both.extra_certificate = true;
-    tsp::TstInfo info;
-    const std::string token = authority.token(info.encode(), both);
+    const std::string token = authority.signed_with({.extra_certificate = true});
     const std::string one = authority.root_der(), two = authority.signer_der();
     const std::string sorted = std::min(one, two) + std::max(one, two);
     std::string shuffled = token;

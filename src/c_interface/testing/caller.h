@@ -3,8 +3,6 @@
 
 #include <array>
 #include <cstring>
-#include <functional>
-#include <initializer_list>
 #include <stdexcept>
 
 #include <chronoseal/c_interface/testing/handles.h>
@@ -120,19 +118,53 @@ private:
         -> std::remove_pointer_t<std::tuple_element_t<sizeof...(P) - 2, std::tuple<P...>>>;
 };
 
-// Each call lacks an argument that it needs, and says so.
-using Call = std::function<chronoseal_status(chronoseal_error**)>;
-inline void expect_argument_missing(std::initializer_list<Call> rows) {
-    CallerError error;
-    for (const Call& row : rows) {
-        const auto number = &row - rows.begin();
-        EXPECT_EQ(row(nullptr), CHRONOSEAL_MISUSE) << "row " << number;
-        EXPECT_EQ(row(&error), CHRONOSEAL_MISUSE) << "row " << number;
-        EXPECT_EQ(error.word(), "argument_missing") << "row " << number << error.why();
+// A place for what a call would give, of whatever type.
+struct Place {
+    template <class T>
+    operator T*() const {
+        static T room{};
+        return &room;
+    }
+};
+inline constexpr Place kPlace;
+
+template <bool IsMissing, class T>
+auto null_if(const T& value) {
+    if constexpr (IsMissing) {
+        return nullptr;
+    } else {
+        return value;
+    }
+}
+
+// The call without this argument says that it is missing, whether or not there is a place for the
+// error.
+template <auto Function, std::size_t Missing, class... A>
+void expect_missing(const std::tuple<A...>& args) {
+    using Argument = std::tuple_element_t<Missing, std::tuple<A...>>;
+    if constexpr (std::is_pointer_v<Argument> || std::is_same_v<Argument, Place>) {
+        const auto call = [&]<std::size_t... I>(std::index_sequence<I...>,
+                                                chronoseal_error * *place) {
+            return Function(null_if<I == Missing>(std::get<I>(args))..., place);
+        };
+        CallerError error;
+        EXPECT_EQ(call(std::index_sequence_for<A...>(), nullptr), CHRONOSEAL_MISUSE)
+            << __PRETTY_FUNCTION__;
+        EXPECT_EQ(call(std::index_sequence_for<A...>(), &error), CHRONOSEAL_MISUSE)
+            << __PRETTY_FUNCTION__;
+        EXPECT_EQ(error.word(), "argument_missing") << __PRETTY_FUNCTION__ << error.why();
         EXPECT_EQ(error.status(), CHRONOSEAL_MISUSE);
     }
 }
 
-} // namespace chronoseal::testing
+// So with each pointer of a call, which is whole as it stands here: what may be null is `nullptr`.
+template <auto Function, class... A>
+void needs_all(const A&... args) {
+    const auto whole = std::tuple_cat(raw(args)...);
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        (expect_missing<Function, I>(whole), ...);
+    }
+    (std::make_index_sequence<std::tuple_size_v<decltype(whole)>>());
+}
 
-#define ROW(call) ::chronoseal::testing::Call([&](chronoseal_error** e) { return call; })
+} // namespace chronoseal::testing

@@ -57,14 +57,45 @@ std::string der(Object* object, Encode encode) {
     return result;
 }
 
+// A message as OpenSSL reads it.
+inline auto message_of(const std::string& der) {
+    const auto* place = reinterpret_cast<const unsigned char*>(der.data());
+    return owned(d2i_CMS_ContentInfo(nullptr, &place, static_cast<long>(der.size())),
+                 &CMS_ContentInfo_free);
+}
+
+// The message with a value more, a SEQUENCE, in an attribute of its first signer that no signature
+// covers.
+inline std::string with_unsigned(const std::string& message, const char* attribute,
+                                 const std::string& value) {
+    const auto read = message_of(message);
+    CMS_unsigned_add1_attr_by_txt(sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(read.get()), 0),
+                                  attribute, V_ASN1_SEQUENCE, value.data(),
+                                  static_cast<int>(value.size()));
+    return der(read.get(), &i2d_CMS_ContentInfo);
+}
+
+inline std::string base64(const std::string& bytes) {
+    std::string text(bytes.size() * 2 + 4, '\0');
+    text.resize(static_cast<std::size_t>(EVP_EncodeBlock(
+        reinterpret_cast<unsigned char*>(text.data()),
+        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()))));
+    return text;
+}
+
+inline constexpr char kDataOid[] = "1.2.840.113549.1.7.1";
 inline constexpr char kSha256Oid[] = "2.16.840.1.101.3.4.2.1";
 inline constexpr char kTstInfoOid[] = "1.2.840.113549.1.9.16.1.4";
 
-inline std::string sha256(const std::string& data) {
-    std::string digest(32, '\0');
+inline std::string hashed(const std::string& data, const EVP_MD* algorithm = EVP_sha256()) {
+    std::string digest(static_cast<std::size_t>(EVP_MD_get_size(algorithm)), '\0');
     EVP_Digest(data.data(), data.size(), reinterpret_cast<unsigned char*>(digest.data()), nullptr,
-               EVP_sha256(), nullptr);
+               algorithm, nullptr);
     return digest;
+}
+
+inline std::string sha256(const std::string& data) {
+    return hashed(data);
 }
 
 // What stands in a TSTInfo. Optional fields are left out when empty.

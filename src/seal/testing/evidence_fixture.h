@@ -12,15 +12,9 @@
 namespace chronoseal::testing {
 
 using Hashes = std::vector<std::string>;
+using tsp::hashed;
 
 inline constexpr char kSha512Oid[] = "2.16.840.1.101.3.4.2.3";
-
-inline std::string hashed(const std::string& data, const EVP_MD* algorithm = EVP_sha256()) {
-    std::string digest(static_cast<std::size_t>(EVP_MD_get_size(algorithm)), '\0');
-    EVP_Digest(data.data(), data.size(), reinterpret_cast<unsigned char*>(digest.data()), nullptr,
-               algorithm, nullptr);
-    return digest;
-}
 
 // Of hashes in their order.
 inline std::string joined(Hashes hashes, const EVP_MD* algorithm = EVP_sha256()) {
@@ -86,11 +80,7 @@ protected:
 
     std::string token(const std::string& digest, const char* time = "20240601120000Z",
                       const char* oid = tsp::kSha256Oid) const {
-        tsp::TstInfo info;
-        info.digest = digest;
-        info.genTime = time;
-        info.hash_oid = oid;
-        return authority.token(info.encode());
+        return authority.token(tsp::TstInfo{.digest = digest, .hash_oid = oid, .genTime = time});
     }
     Stamp stamp(const Digest& digest, const char* time = "20240601120000Z") const {
         return Stamp::read(

@@ -30,6 +30,19 @@ inline std::string utf8(const std::wstring& ascii) {
     return {ascii.begin(), ascii.end()};
 }
 
+// As GeneralizedTime.
+inline std::string generalized(std::chrono::system_clock::time_point time) {
+    std::string text = utc_text(std::chrono::floor<std::chrono::seconds>(time));
+    std::erase_if(text, [](char c) { return c == '-' || c == ':' || c == 'T'; });
+    return text;
+}
+
+// What an Authenticode server answers: a PKCS#7 message over the content.
+inline std::string authenticode_answer(const tsp::Authority& authority,
+                                       const std::string& content) {
+    return tsp::base64(authority.token(content, {.contentType = tsp::kDataOid, .flags = 0}));
+}
+
 inline std::string body_of(const std::string& request) {
     return request.substr(request.find("\r\n\r\n") + 4);
 }
@@ -44,6 +57,7 @@ std::string word_of(Call&& call) {
     }
     return {};
 }
+#define EXPECT_WORD(word, ...) EXPECT_EQ(::chronoseal::testing::word_of([&] { __VA_ARGS__; }), word)
 
 // A time-stamp authority that answers as OpenSSL does, unless the test gives another answer.
 class LiveAuthority {
