@@ -19,6 +19,12 @@ protected:
     std::unique_ptr<Party> middle_ = make_party({"middle", root_.get(), kAuthority});
     Setting setting_{{encoded(root_.get())}, BASALT_REVOCATION_REQUIRE};
 
+    std::unique_ptr<Party> stamper_with_list(const Party* issuer,
+                                             const std::string& path = "/list") const {
+        return make_party(
+            {"stamper", issuer, kStamper + ("crlDistributionPoints=URI:" + server_.url(path))});
+    }
+
     std::string sources() const {
         return "crlDistributionPoints=URI:" + server_.url("/list") +
                "\nauthorityInfoAccess=OCSP;URI:" + server_.url("/ocsp") +
@@ -54,9 +60,7 @@ TEST_F(ChainFetchTest, APathThatIsBadAnywayMakesNoConnection) {
 }
 
 TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {
-    const auto stamper =
-        make_party({"stamper", middle_.get(),
-                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const auto stamper = stamper_with_list(middle_.get());
     server_.serve("/list", {make_list({middle_.get(), -1, 100})});
     const ChainReference chain =
         build(make_engine(setting_), {encoded(stamper.get()), {encoded(middle_.get())}});
@@ -77,9 +81,7 @@ TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {
 
 TEST_F(ChainFetchTest, WhereUnknownPassesTheSourcesAreAskedAllTheSame) {
     setting_.revocation = BASALT_REVOCATION_AVAILABLE;
-    const auto stamper =
-        make_party({"stamper", middle_.get(),
-                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const auto stamper = stamper_with_list(middle_.get());
     const Given given{encoded(stamper.get()), {encoded(middle_.get())}};
     EXPECT_EQ(stamp_verdict(setting_, given), 0U) << "nobody answers";
     EXPECT_EQ(server_.requests(), 1U);
@@ -136,11 +138,8 @@ TEST_F(ChainFetchTest, AListThatIsNotForItLeavesACertificateOpen) {
 // By a list in the bag, and one in the cache, that are in force; and there may be a path beside it.
 TEST_F(ChainFetchTest, OfAHoldItIsAskedWhetherItWasLifted) {
     constexpr int kHold = 6;
-    const auto stamper =
-        make_party({"stamper", middle_.get(),
-                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const auto stamper = stamper_with_list(middle_.get());
     const std::string hold = make_list({middle_.get(), -2, 100, {{stamper.get(), -10, kHold}}});
-    const std::string lifted = make_list({middle_.get(), -1, 100});
     Given given{encoded(stamper.get()), {encoded(middle_.get())}};
     server_.serve("/list", {hold});
     EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
@@ -149,7 +148,7 @@ TEST_F(ChainFetchTest, OfAHoldItIsAskedWhetherItWasLifted) {
     setting_.flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
     EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
     setting_.flags = 0;
-    server_.serve("/list", {lifted});
+    server_.serve("/list", {make_list({middle_.get(), -1, 100})});
     EXPECT_EQ(stamp_verdict(setting_, given), 0U);
     given.lists = {hold};
     EXPECT_EQ(stamp_verdict(setting_, given), 0U) << "by what the cache has now";
@@ -176,9 +175,7 @@ TEST_F(ChainFetchTest, WhatSpokeForOneIsHeldAgainstWhatCameSince) {
             make_party({"middle", root_.get(), authority_names_it ? with_source : kAuthority});
         const auto stolen =
             make_party({"middle", root_.get(), authority_names_it ? kAuthority : with_source});
-        const auto stamper =
-            make_party({"stamper", authority.get(),
-                        kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+        const auto stamper = stamper_with_list(authority.get());
         const Given given{encoded(stamper.get()),
                           encoded_all({authority.get(), stolen.get()}),
                           {make_list({stolen.get(), -1, 100})}};
@@ -218,9 +215,7 @@ TEST_F(ChainFetchTest, AllThatIsCachedCounts) {
 // It was verified when it was kept: a stranger who leaves its signer out makes nothing good.
 TEST_F(ChainFetchTest, ACachedRevocationOutlivesItsSignersAbsence) {
     const auto rekeyed = make_party({"middle", root_.get(), kAuthority});
-    const auto stamper =
-        make_party({"stamper", middle_.get(),
-                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const auto stamper = stamper_with_list(middle_.get());
     server_.serve("/list", {make_list({rekeyed.get(), -1, 100, {{stamper.get(), -10, 1}}})});
     const Given whole{encoded(stamper.get()), encoded_all({middle_.get(), rekeyed.get()})};
     const Given without{
@@ -233,9 +228,7 @@ TEST_F(ChainFetchTest, ACachedRevocationOutlivesItsSignersAbsence) {
 
 // The cached list is read for another certificate of the stamper's key.
 TEST_F(ChainFetchTest, WhatIsReadWhenAKeyIsHeardOfSpeaksOfThePathToo) {
-    const auto other =
-        make_party({"stamper", middle_.get(),
-                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/list"))});
+    const auto other = stamper_with_list(middle_.get());
     CertificateSpec spec{"stamper", middle_.get(), kStamper};
     spec.same_key = other.get();
     const auto stamper = make_party(spec);
@@ -246,9 +239,7 @@ TEST_F(ChainFetchTest, WhatIsReadWhenAKeyIsHeardOfSpeaksOfThePathToo) {
 }
 
 TEST_F(ChainFetchTest, ChainsThatShareTheirFetchingAskOnceForWhatFails) {
-    const auto stamper =
-        make_party({"stamper", middle_.get(),
-                    kStamper + ("crlDistributionPoints=URI:" + server_.url("/missing"))});
+    const auto stamper = stamper_with_list(middle_.get(), "/missing");
     const CertificateReference end = context_of(encoded(stamper.get()));
     const StoreReference bag = store_of({encoded(middle_.get())});
     const EngineReference engine = make_engine(setting_);

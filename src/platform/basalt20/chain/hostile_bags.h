@@ -52,12 +52,6 @@ inline StoreReference store_of_bag(const HostileBag& bag) {
     return store;
 }
 
-inline CertificateReference context_of_der(const std::string& der) {
-    return CertificateReference(
-        CertCreateCertificateContext(X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()),
-                                     static_cast<DWORD>(der.size())));
-}
-
 // A verdict on the stamp, and the session that knows what it has cost.
 struct HostileVerdict {
     explicit HostileVerdict(const HostileBag& bag) : store(store_of_bag(bag)) {
@@ -70,7 +64,9 @@ struct HostileVerdict {
         settings.may_fetch = false;
         settings.uses_system_stores = false;
         SessionRequest request;
-        const CertificateReference end = context_of_der(bag.end);
+        const auto* der = reinterpret_cast<const BYTE*>(bag.end.data());
+        const CertificateReference end(CertCreateCertificateContext(
+            X509_ASN_ENCODING, der, static_cast<DWORD>(bag.end.size())));
         request.end = CertificateRecord::of(end.get()).shared_item();
         request.additional = store.get();
         request.revocation = RevocationScope::all_but_anchor;

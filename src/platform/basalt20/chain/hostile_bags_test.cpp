@@ -204,16 +204,6 @@ TEST(HostileBags, BytesBehindAnExtensionHideNothingOfIt) {
     EXPECT_GE(verdict.session->budget().comparisons(), 2'500u);
 }
 
-// For each list they are looked through anew, since each names another key.
-TEST(HostileBags, NamesakesAreCountedBeforeTheyAreLookedThrough) {
-    constexpr std::size_t kNamesakes = 3'000;
-    constexpr std::size_t kLists = 50;
-    const HostileVerdict verdict(namesakes_of_lists(kNamesakes, kLists, 0));
-    EXPECT_FALSE(verdict.good);
-    // Those that were read, a hundred, are ranked for each list besides.
-    EXPECT_GE(verdict.session->budget().comparisons(), 2 * kNamesakes * kLists);
-}
-
 struct ComparisonCost {
     const char* name;
     Found honest_path;

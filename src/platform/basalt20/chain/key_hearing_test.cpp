@@ -40,6 +40,25 @@ protected:
         return make_party(spec);
     }
 
+    static std::string usages_of_responder(bool unasked) {
+        return std::string("keyUsage=digitalSignature\nextendedKeyUsage=OCSPSigning\n") +
+               (unasked ? "noCheck=ignored" : "");
+    }
+
+    // Good without a reason.
+    static std::string answer_by(const Party* signer, const Party* certificate, const Party* issuer,
+                                 int reason = -1) {
+        return make_answer(
+            {signer,
+             {{.certificate = certificate,
+               .issuer = issuer,
+               .status = reason < 0 ? V_OCSP_CERTSTATUS_GOOD : V_OCSP_CERTSTATUS_REVOKED,
+               .made = -1,
+               .next = 100,
+               .since = -10,
+               .reason = reason}}});
+    }
+
     // The honest chain with what lies beside it; in whatever place the certificates lie.
     DWORD verdict_with(const std::vector<const Party*>& beside, std::vector<std::string> lists) {
         lists.push_back(make_list({middle_.get(), -1, 100}));
@@ -234,9 +253,7 @@ TEST_F(KeyHearingTest, WhoSpeaksOfOthersHasAKeyToo) {
     for (const bool unasked : {false, true}) { // whether the responder's status needn't be asked
         for (const int reason : {kCompromised, kSuperseded}) {
             SCOPED_TRACE(testing::Message() << unasked << reason);
-            const std::string usages = std::string("keyUsage=digitalSignature\n"
-                                                   "extendedKeyUsage=OCSPSigning\n") +
-                                       (unasked ? "noCheck=ignored" : "");
+            const std::string usages = usages_of_responder(unasked);
             const PartyOwner former = make_party({"responder", middle_.get(), usages});
             const PartyOwner present =
                 twin_of(*former, {middle_.get(), usages, -kLong, kLong, "responder"});
@@ -246,19 +263,8 @@ TEST_F(KeyHearingTest, WhoSpeaksOfOthersHasAKeyToo) {
                 if (responder != told) { // else it comes with the answer alone
                     given.bag.push_back(encoded(told));
                 }
-                given.answers = {make_answer({.signer = responder,
-                                              .entries = {{.certificate = stamper_.get(),
-                                                           .issuer = middle_.get(),
-                                                           .made = -1,
-                                                           .next = 100}}}),
-                                 make_answer({.signer = middle_.get(),
-                                              .entries = {{.certificate = told,
-                                                           .issuer = middle_.get(),
-                                                           .status = V_OCSP_CERTSTATUS_REVOKED,
-                                                           .made = -1,
-                                                           .next = 100,
-                                                           .since = -10,
-                                                           .reason = reason}}})};
+                given.answers = {answer_by(responder, stamper_.get(), middle_.get()),
+                                 answer_by(middle_.get(), told, middle_.get(), reason)};
                 return stamp_verdict(setting_, given);
             };
             const bool counts = reason == kSuperseded;
@@ -303,9 +309,7 @@ TEST_F(KeyHearingTest, WhatTheAccusedRevokedIsNotForgotten) {
 // The revoked authority has certified the key of who has revoked it, and calls that compromised.
 TEST_F(KeyHearingTest, NobodyClearsHimself) {
     for (const bool unasked : {false, true}) {
-        const std::string usages = std::string("keyUsage=digitalSignature\n"
-                                               "extendedKeyUsage=OCSPSigning\n") +
-                                   (unasked ? "noCheck=ignored" : "");
+        const std::string usages = usages_of_responder(unasked);
         const PartyOwner responder = make_party({"responder", root_.get(), usages});
         const PartyOwner twin =
             twin_of(*responder, {middle_.get(), usages, -kLong, kLong, "responder"});
@@ -313,14 +317,7 @@ TEST_F(KeyHearingTest, NobodyClearsHimself) {
                     encoded_all({middle_.get(), twin.get()}),
                     {make_list({root_.get(), -3, 100}),
                      make_list({middle_.get(), -1, 100, {{twin.get(), -10, kCompromised}}})},
-                    {make_answer({.signer = responder.get(),
-                                  .entries = {{.certificate = middle_.get(),
-                                               .issuer = root_.get(),
-                                               .status = V_OCSP_CERTSTATUS_REVOKED,
-                                               .made = -1,
-                                               .next = 100,
-                                               .since = -10,
-                                               .reason = kCompromised}}})}};
+                    {answer_by(responder.get(), middle_.get(), root_.get(), kCompromised)}};
         for (const DWORD mode : {BASALT_REVOCATION_REQUIRE, BASALT_REVOCATION_AVAILABLE}) {
             setting_.revocation = mode;
             const DWORD verdict = stamp_verdict(setting_, given);

@@ -219,19 +219,6 @@ TEST_F(EvidenceLoadTest, EntriesAboutOthersTakeWhatTheyCost) {
     EXPECT_EQ(finding_.cause, UnknownCause::exhausted);
 }
 
-// A list may be as long as a message and decide at hundreds of moments.
-TEST_F(EvidenceLoadTest, WhatDecidesIsNotCopied) {
-    const PartyOwner ca = authority("P-256");
-    const PartyOwner certificate = make_party({.name = "stamps", .issuer = ca.get()});
-    put(given_, make_list(list(*ca)));
-    EXPECT_EQ(judge(*certificate, *ca), Standing::good);
-    ASSERT_EQ(finding_.evidence.size(), 1u);
-    const CrlReference context(CertEnumCRLsInStore(given_.get(), nullptr));
-    const DecidingEvidence evidence = finding_.evidence[0];
-    EXPECT_EQ(evidence.encoded.data(), context->pbCrlEncoded);
-    EXPECT_EQ(evidence.encoded.size(), context->cbCrlEncoded);
-}
-
 // Whatever was signed with more points and names than honest authorities write may be about the
 // certificate or not; what wasn't signed has nothing to say.
 TEST_F(EvidenceLoadTest, MorePointsAndNamesThanAreReadLeaveTheQuestionOpen) {
