@@ -10,6 +10,16 @@ namespace {
 using tsp::element;
 using tsp::sequence;
 
+constexpr char kCertificateValues[] = "1.2.840.113549.1.9.16.2.23";
+
+std::string repeated(const std::string& what, unsigned count) {
+    std::string all;
+    for (unsigned i = 0; i < count; ++i) {
+        all += what;
+    }
+    return all;
+}
+
 // A token with more in it, by the place: a list or "other information" among the lists, or an
 // attribute.
 enum class Place { lists, attribute };
@@ -135,13 +145,10 @@ TEST_F(CarriedEvidenceTest, CertificatesAreFoundBehindOthersAndNeverMissedForBad
     const std::string bare = authority.signed_with({.with_certificates = false});
     trust.revocation = Revocation::available;
     const auto verdict_behind = [&](unsigned count) {
-        std::string values;
-        for (unsigned i = 0; i < count; ++i) {
-            values += other;
-        }
         SignedDataParts parts(to_bytes(bare));
-        parts.add_unsigned_attribute(0, "1.2.840.113549.1.9.16.2.23",
-                                     to_bytes(sequence(values + authority.signer_der())));
+        parts.add_unsigned_attribute(
+            0, kCertificateValues,
+            to_bytes(sequence(repeated(other, count) + authority.signer_der())));
         return Verifier(trust).verify_token(Stamp::read(parts.encode()));
     };
     for (const unsigned count : {0U, 300U, 3000U}) {
@@ -149,6 +156,16 @@ TEST_F(CarriedEvidenceTest, CertificatesAreFoundBehindOthersAndNeverMissedForBad
         EXPECT_TRUE(verdict.good()) << count << verdict.error().what();
     }
     EXPECT_TRUE(verdict_behind(5000).indeterminate());
+
+    // Of two roots the other one may be the honest way's.
+    const Row revoking = rows().front();
+    SignedDataParts parts(to_bytes(token));
+    parts.add_revocation_list(to_bytes(revoking.bad));
+    parts.add_unsigned_attribute(0, kCertificateValues, to_bytes(sequence(repeated(other, 5000))));
+    const Stamp revoked = Stamp::read(parts.encode());
+    EXPECT_EQ(Verifier(trust).verify_token(revoked).deciding().word, "revoked");
+    trust.roots.push_back(to_bytes(tsp::Authority().root_der()));
+    EXPECT_TRUE(Verifier(trust).verify_token(revoked).indeterminate());
 }
 
 // An authority under the same root says that the signer's key was stolen, of a certificate that it

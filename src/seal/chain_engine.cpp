@@ -206,6 +206,7 @@ ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTOR
     const Chain chain(built);
     ChainJudgement judgement;
     judgement.trust_bits = chain->TrustStatus.dwErrorStatus;
+    judgement.condemned = (chain->TrustStatus.dwInfoStatus & BASALT_TRUST_IS_CONDEMNED) != 0;
     judgement.aged = (chain->TrustStatus.dwInfoStatus & BASALT_TRUST_HAS_AGED_STRENGTH) != 0;
     judgement.code = policy_code(chain.get(), time);
     if (chain->cChain != 0) {

@@ -85,11 +85,6 @@ bool is_below(const CertificateInfo& certificate, Strength strength) {
            certificate.key_bits < (curve ? kFloorCurveBits : kFloorRsaBits);
 }
 
-bool is_signer_revoked(const ChainJudgement& judgement) {
-    return judgement.code == CRYPT_E_REVOKED && !judgement.links.empty() &&
-           judgement.links.front().revocation == RevocationState::revoked;
-}
-
 } // namespace
 
 const Finding* Verification::first_failure() const {
@@ -112,7 +107,7 @@ void Verification::judge_chain() {
     ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.store.get(),
                                                    {together_, first_failure() == nullptr});
     // What wasn't looked at may lead elsewhere than through a revoked authority, or revoke.
-    if (!own_.is_whole && !is_signer_revoked(judgement)) {
+    if (!own_.is_whole && !(judgement.condemned && judgement.code == CRYPT_E_REVOKED)) {
         judgement.code = kTooCostly;
     }
     verdict_.chain = std::move(judgement.links);

@@ -1,5 +1,6 @@
 #include <basalt/chain/certificate_pool.h>
 
+#include <basalt/certificate/key_bits.h>
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/name_key.h>
 #include <basalt/coding/flat_block.h>
@@ -39,23 +40,6 @@ std::shared_ptr<CertificateItem> item_of(const CertificateEntry& entry) {
     auto item = std::make_shared<CertificateItem>();
     item->body = std::make_shared<CertificateBody>(Bytes(der, static_cast<std::size_t>(size)));
     return item;
-}
-
-// A key's bits, of which a point of a curve may be written in three ways: with its second
-// coordinate, with the parity of that one alone, or with both.
-bool same_key_bits(Bytes a, Bytes b) {
-    const auto [small, large] = a.size() < b.size() ? std::pair(a, b) : std::pair(b, a);
-    const bool is_point = !small.empty() && (small[0] & ~1U) == 2;
-    const auto is_whole = [](Bytes bits) {
-        return bits.size() % 2 == 1 && (bits[0] == 4 || (bits[0] & ~1U) == 6);
-    };
-    if (a.size() == b.size()) {
-        return same_bytes(a, b) ||
-               (!a.empty() && is_whole(a) && is_whole(b) && same_bytes(a.subspan(1), b.subspan(1)));
-    }
-    return is_point && is_whole(large) && large.size() == 2 * small.size() - 1 &&
-           same_bytes(small.subspan(1), large.subspan(1, small.size() - 1)) &&
-           (small[0] & 1U) == (large.back() & 1U);
 }
 
 } // namespace

@@ -218,6 +218,9 @@ void Chain::fill_records() {
                                                  ? CERT_TRUST_REVOCATION_STATUS_UNKNOWN
                                                  : CERT_TRUST_IS_PARTIAL_CHAIN;
     }
+    if (judgement_.condemned) {
+        simple_.TrustStatus.dwInfoStatus |= BASALT_TRUST_IS_CONDEMNED;
+    }
     simple_.cbSize = sizeof simple_;
     simple_.cElement = static_cast<DWORD>(element_pointers_.size());
     simple_.rgpElement = element_pointers_.data();

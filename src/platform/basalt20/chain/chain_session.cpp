@@ -1,6 +1,7 @@
 #include <basalt/chain/chain_session.h>
 
 #include <basalt/certificate/body_cache.h>
+#include <basalt/certificate/key_bits.h>
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/issuer_rank.h>
 #include <basalt/chain/name_key.h>
@@ -80,11 +81,6 @@ bool any_open(const Judgement& judgement) {
                      [](const JudgedElement& e) { return e.status && is_open(*e.status); });
 }
 
-Bytes key_bits(const X509Entry& entry) {
-    const ASN1_BIT_STRING* bits = X509_get0_pubkey_bitstr(entry.certificate.get());
-    return {bits->data, static_cast<std::size_t>(bits->length)};
-}
-
 int weak_key_error(std::size_t index) {
     return index == 0 ? X509_V_ERR_EE_KEY_TOO_SMALL : X509_V_ERR_CA_KEY_TOO_SMALL;
 }
@@ -118,7 +114,6 @@ ChainSession::~ChainSession() = default;
 
 // Those of the system stores among them: who signs lists needn't be on the way to an anchor.
 std::shared_ptr<const NamedCertificates> ChainSession::named(const ListMaker& maker) {
-    add_system_stores();
     const Bytes name = bytes_of(maker.subject);
     const Bytes key = maker.authority_key_identifier;
     std::shared_ptr<const NamedCertificates>& known =
@@ -209,10 +204,10 @@ PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& ju
 }
 
 KeyHeard ChainSession::hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) {
-    add_authorities();
     Sha256 itself{};
     X509_digest(of->certificate.get(), EVP_sha256(), itself.data(), nullptr);
-    const KeyHearing::Heard heard = hearing_->hear(key_bits(*of), key_bits(*anchor), itself);
+    const KeyHearing::Heard heard = hearing_->hear(key_bits_of(of->certificate.get()),
+                                                   key_bits_of(anchor->certificate.get()), itself);
     return heard.compromised ? KeyHeard::compromised
            : heard.cut_short ? KeyHeard::untold
                              : KeyHeard::nothing;
@@ -241,7 +236,6 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     if (!found && !had_system_stores) {
         // The folders of the system stores are read only when the rest doesn't do.
         add_system_stores();
-        hear_anew(question);
         found = search(question);
     }
     if (!found) {
@@ -261,7 +255,8 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     }
     if (!found) {
         found = best_refused_ ? std::move(best_refused_) : incomplete(question);
-        found->cut_short = cut_short_ && !is_condemned(*found);
+        found->condemned = is_condemned(*found);
+        found->cut_short = cut_short_ && !found->condemned;
     }
     keep_prepared(*found);
     return std::move(*found);
@@ -384,6 +379,9 @@ StatusFinding ChainSession::status_of(const Path& path, const CertificatePath& e
 void ChainSession::judge_revocation(Judgement& judgement, const Question& question,
                                     bool may_fetch) {
     constexpr int kMostLooks = 8;
+    if (request_.revocation != RevocationScope::none) {
+        add_system_stores(); // before anybody is heard of
+    }
     judgement.judged_to = JudgedTo::revocation;
     bool good = false;
     bool stands = false;
@@ -448,7 +446,6 @@ bool ChainSession::hear_of_keys(Judgement& judgement) {
     if (request_.revocation == RevocationScope::none) {
         return true;
     }
-    add_authorities();
     bool good = true;
     for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
         if (!checks(judgement, i)) {
@@ -547,8 +544,8 @@ Judgement ChainSession::incomplete(const Question& question) {
     return judgement;
 }
 
-void ChainSession::add_authorities() {
-    if (std::exchange(authorities_added_, true) || !settings_.uses_system_stores) {
+void ChainSession::add_system_stores() {
+    if (std::exchange(system_stores_added_, true) || !settings_.uses_system_stores) {
         return;
     }
     named_.clear();
@@ -556,14 +553,6 @@ void ChainSession::add_authorities() {
         authorities_ = open_system_store("CA");
     }
     pool_.add_store(authorities_.get(), PoolSource::machine);
-}
-
-void ChainSession::add_system_stores() {
-    add_authorities();
-    if (std::exchange(system_stores_added_, true) || !settings_.uses_system_stores) {
-        return;
-    }
-    named_.clear();
     own_ = open_system_store("My");
     pool_.add_store(own_.get(), PoolSource::machine);
 }

@@ -47,6 +47,8 @@ struct Judgement {
     // More lay at hand than could be looked at: there may be another path, or something that
     // another certificate of one of these keys has to tell. Never of a good one.
     bool cut_short = false;
+    // Revoked, whatever other path there may be.
+    bool condemned = false;
 
     bool good() const { return judged_to == JudgedTo::good; }
 };
@@ -108,7 +110,6 @@ private:
     Judgement incomplete(const Question& question);
     bool hear_of_keys(Judgement& judgement);
     void hear_anew(const Question& question);
-    void add_authorities();
     void add_system_stores();
     void keep_prepared(const Judgement& judgement);
 
@@ -117,7 +118,6 @@ private:
     std::mutex mutex_;
     StoreReference authorities_; // the system store `CA`
     StoreReference own_;         // and `My`
-    bool authorities_added_ = false;
     bool system_stores_added_ = false;
     CertificatePool pool_;
     Budget budget_;

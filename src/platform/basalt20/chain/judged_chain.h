@@ -77,12 +77,13 @@ struct Setting {
     FileTicks now = ticks_at(0);
     std::vector<std::string> own{}; // certificates of the machine and its user
     std::vector<std::string> own_lists{};
+    std::vector<std::string> own_answers{};
 };
 
 inline EngineReference make_engine(const Setting& setting) {
     const StoreReference anchors = store_of(setting.anchors);
     const StoreReference nothing = store_of({});
-    const StoreReference own = store_of(setting.own, setting.own_lists);
+    const StoreReference own = store_of(setting.own, setting.own_lists, setting.own_answers);
     HCERTSTORE additional = own.get();
     const FILETIME now = file_time_of(setting.now);
     BASALT_CHAIN_ENGINE_CONFIG config{};

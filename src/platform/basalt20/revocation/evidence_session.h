@@ -75,6 +75,8 @@ public:
     std::map<const EvidenceItem*, std::vector<DecidingEvidence>> support;
 
 private:
+    bool comes_back_to(const X509Entry& certificate, bool (*is_same)(const X509*, const X509*));
+
     using Key = std::tuple<const X509Entry*, const X509Entry*, const X509Entry*, FileTicks,
                            FileTicks, bool, bool, bool>;
 

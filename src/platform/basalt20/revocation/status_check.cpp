@@ -1,5 +1,6 @@
 #include <basalt/revocation/status_check.h>
 
+#include <basalt/certificate/key_bits.h>
 #include <basalt/revocation/evidence_session.h>
 #include <basalt/revocation/inquiry.h>
 
@@ -104,24 +105,25 @@ bool EvidenceSession::has_entry(const EvidenceItem& list, X509* certificate) {
     return known->second;
 }
 
-bool EvidenceSession::is_under_way(const X509Entry& certificate) {
+bool EvidenceSession::comes_back_to(const X509Entry& certificate,
+                                    bool (*is_same)(const X509*, const X509*)) {
     const bool is_circle =
         std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
-            return X509_cmp(other->certificate.get(), certificate.certificate.get()) == 0;
+            return is_same(other->certificate.get(), certificate.certificate.get());
         });
     circles_ += is_circle ? 1 : 0;
     return is_circle;
 }
 
+bool EvidenceSession::is_under_way(const X509Entry& certificate) {
+    return comes_back_to(certificate,
+                         [](const X509* a, const X509* b) { return X509_cmp(a, b) == 0; });
+}
+
 bool EvidenceSession::is_key_under_way(const X509Entry& certificate) {
-    const EVP_PKEY* key = X509_get0_pubkey(certificate.certificate.get());
-    const bool is_circle =
-        std::any_of(under_way_.begin(), under_way_.end(), [&](const X509Entry* other) {
-            const EVP_PKEY* its = X509_get0_pubkey(other->certificate.get());
-            return key != nullptr && its != nullptr && EVP_PKEY_eq(key, its) == 1;
-        });
-    circles_ += is_circle ? 1 : 0;
-    return is_circle;
+    return comes_back_to(certificate, [](const X509* a, const X509* b) {
+        return same_key_bits(key_bits_of(a), key_bits_of(b));
+    });
 }
 
 void add_unknown(std::vector<DecidingEvidence>& known, const std::vector<DecidingEvidence>& more) {

@@ -188,6 +188,10 @@ inline constexpr DWORD CERT_TRUST_HAS_PREFERRED_ISSUER = 0x00000100;
 /// An extension of this surface: a signature or a key that passes but is no longer state of the art
 /// (SHA-1, RSA or DSA below 2048 bits).
 inline constexpr DWORD BASALT_TRUST_HAS_AGED_STRENGTH = 0x40000000;
+/// An extension of this surface, of a chain as a whole: the end certificate is revoked, or its key
+/// or that of its issuer in strange hands, by the only root there is, so that no other chain can be
+/// good.
+inline constexpr DWORD BASALT_TRUST_IS_CONDEMNED = 0x20000000;
 
 typedef struct _CERT_TRUST_STATUS {
     DWORD dwErrorStatus;
