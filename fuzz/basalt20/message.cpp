@@ -3,6 +3,7 @@
 // there is one of the reasons named below.
 #include <basalt/message.h>
 
+#include <openssl/asn1.h>
 #include <openssl/asn1err.h>
 #include <openssl/cms.h>
 #include <openssl/err.h>
@@ -66,10 +67,31 @@ void verify_by_certificates(HCRYPTMSG message, DWORD signer) {
     }
 }
 
+// Each value of an attribute is one element, whatever is in it.
+void check_values(HCRYPTMSG message, DWORD type, DWORD index) {
+    const std::optional<Octets> found = parameter(message, type, index);
+    const auto* attributes =
+        found ? reinterpret_cast<const CRYPT_ATTRIBUTES*>(found->data()) : nullptr;
+    for (DWORD i = 0; attributes != nullptr && i < attributes->cAttr; ++i) {
+        for (DWORD j = 0; j < attributes->rgAttr[i].cValue; ++j) {
+            const CRYPT_ATTR_BLOB& value = attributes->rgAttr[i].rgValue[j];
+            const unsigned char* at = value.pbData;
+            long length = 0;
+            int tag = 0;
+            int tag_class = 0;
+            const int form = ASN1_get_object(&at, &length, &tag, &tag_class, value.cbData);
+            constexpr int kFailed = 0x80;
+            constexpr int kIndefinite = 0x01;
+            check((form & kFailed) == 0);
+            check((form & kIndefinite) != 0 || at + length == value.pbData + value.cbData);
+        }
+    }
+}
+
 // The reasons for which a message is taken here and not by OpenSSL's reader, which reads along what
-// is only kept here: the entries of the certificate and CRL sets, issuers' names, the padding of
-// integers, the emptiness of NULL; and content without an OCTET STRING, which PKCS #7 has in
-// messages of version 1.
+// is only kept here: the entries of the certificate and CRL sets, issuers' names, what attributes
+// and the parameters of algorithms hold, the padding of integers, the emptiness of NULL; and
+// content without an OCTET STRING, which PKCS #7 has in messages of version 1.
 bool has_reason(HCRYPTMSG message) {
     bool found = number(message, CMSG_VERSION_PARAM) == 1;
     const char* detail = nullptr;
@@ -80,7 +102,9 @@ bool has_reason(HCRYPTMSG message) {
         const int reason = ERR_GET_REASON(error);
         found = found || reason == ASN1_R_ILLEGAL_PADDING ||
                 reason == ASN1_R_NULL_IS_WRONG_LENGTH || where.starts_with("Field=certificates") ||
-                where.starts_with("Field=crls") || where.starts_with("Field=issuer,");
+                where.starts_with("Field=crls") || where.starts_with("Field=issuer,") ||
+                where.starts_with("Field=set, Type=X509_ATTRIBUTE") ||
+                where.starts_with("Field=parameter, Type=X509_ALGOR");
     }
     return found;
 }
@@ -97,6 +121,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const DWORD signers = number(message, CMSG_SIGNER_COUNT_PARAM);
         for (DWORD i = 0; i < signers && i < 8; ++i) {
             taken = read_signer(message, i) && taken;
+            check_values(message, CMSG_SIGNER_AUTH_ATTR_PARAM, i);
+            check_values(message, CMSG_SIGNER_UNAUTH_ATTR_PARAM, i);
             verify_by_certificates(message, i);
         }
         taken = taken && signers != 0 && signers <= 8;
