@@ -93,7 +93,8 @@ void check_values(HCRYPTMSG message, DWORD type, DWORD index) {
 // and the parameters of algorithms hold, the padding of integers, the emptiness of NULL; and
 // content without an OCTET STRING, which PKCS #7 has in messages of version 1.
 bool has_reason(HCRYPTMSG message) {
-    bool found = number(message, CMSG_VERSION_PARAM) == 1;
+    const bool is_pkcs7 = number(message, CMSG_VERSION_PARAM) == 1;
+    bool found = false;
     const char* detail = nullptr;
     int flags = 0;
     while (const unsigned long error =
@@ -103,6 +104,7 @@ bool has_reason(HCRYPTMSG message) {
         found = found || reason == ASN1_R_ILLEGAL_PADDING ||
                 reason == ASN1_R_NULL_IS_WRONG_LENGTH || where.starts_with("Field=certificates") ||
                 where.starts_with("Field=crls") || where.starts_with("Field=issuer,") ||
+                (is_pkcs7 && where.starts_with("Field=eContent,")) ||
                 where.starts_with("Field=set, Type=X509_ATTRIBUTE") ||
                 where.starts_with("Field=parameter, Type=X509_ALGOR");
     }

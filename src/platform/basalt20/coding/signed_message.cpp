@@ -42,13 +42,18 @@ bool is_oid(Bytes contents) {
     return begins && !contents.empty();
 }
 
+Bytes take_oid(DerReader& fields) {
+    const Bytes contents = fields.take(tag::kOid).contents;
+    require(is_oid(contents), CRYPT_E_ASN1_CORRUPT);
+    return contents;
+}
+
 } // namespace
 
 Algorithm read_algorithm(Bytes sequence) {
     DerReader fields(sequence);
     Algorithm algorithm;
-    algorithm.oid = fields.take(tag::kOid).contents;
-    require(is_oid(algorithm.oid), CRYPT_E_ASN1_CORRUPT);
+    algorithm.oid = take_oid(fields);
     if (!fields.at_end()) {
         algorithm.parameters = fields.take().whole;
     }
@@ -63,7 +68,7 @@ std::vector<Attribute> read_attributes(Bytes contents) {
     while (!list.at_end()) {
         DerReader fields(list.take(tag::kSequence).contents);
         Attribute attribute;
-        attribute.oid = fields.take(tag::kOid).contents;
+        attribute.oid = take_oid(fields);
         DerReader values(fields.take(tag::kSet).contents);
         while (!values.at_end()) {
             attribute.values.push_back(values.take().whole);
@@ -139,7 +144,7 @@ void SignedMessage::read_signed_data(const Element& data) {
         read_algorithm(digests.take(tag::kSequence).contents);
     }
     DerReader encapsulated(fields.take(tag::kSequence).contents);
-    content_type_ = encapsulated.take(tag::kOid).contents;
+    content_type_ = take_oid(encapsulated);
     if (!encapsulated.at_end()) {
         read_content(sole_element(encapsulated.take(tag::context_constructed(0)).contents));
     }

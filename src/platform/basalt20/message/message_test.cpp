@@ -240,11 +240,20 @@ TEST(Message, FaultsHaveTheirOwnCodes) {
     // The content type of the message no longer that of the attribute.
     bytes = good;
     const Octets data_type = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01};
-    bytes[find(bytes, data_type) + 10] = 5;
+    const std::size_t content_type = find(bytes, data_type) + 10;
+    bytes[content_type] = 5;
     EXPECT_EQ(verify(open(bytes), certificate.get()), CRYPT_E_UNEXPECTED_MSG_TYPE);
 
-    // messageDigest turned into another attribute; then a second contentType.
     const Octets digest_type = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x04};
+
+    // The type no identifier at all, of the content and of an attribute.
+    bytes[content_type] |= 0x80;
+    EXPECT_ERROR(CRYPT_E_ASN1_CORRUPT, open(bytes));
+    bytes = good;
+    bytes[find(bytes, digest_type) + 8] |= 0x80;
+    EXPECT_EQ(verify(open(bytes), certificate.get()), CRYPT_E_ASN1_CORRUPT);
+
+    // messageDigest turned into another attribute; then a second contentType.
     for (const BYTE other : {BYTE{0x07}, BYTE{0x03}}) {
         bytes = good;
         bytes[find(bytes, digest_type) + 8] = other;
