@@ -65,6 +65,12 @@ class GoodTokens(TokenTest):
         for identifiers in ((v1,), (v2,), (v1, v2), (bare_v1,), (by_sha512,)):
             self.passes(self.token_with(*identifiers))
 
+    def test_what_stands_behind_is_no_part_of_it(self):
+        for junk in (b"\0", b"junk", self.token()[:500]):
+            result = self.verify(self.token() + junk)
+            self.expect(result, GOOD)
+            self.assertRegex(result.stdout, b"remark: %d bytes? behind the stamp, not" % len(junk))
+
     def test_certificate_given_by_file_only(self):
         bare = self.token(certificates=[])
         self.refuses(bare, "0x80092004")
