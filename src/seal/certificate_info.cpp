@@ -102,8 +102,10 @@ std::size_t bits_of_number(ByteView content) {
     return bits;
 }
 
-std::size_t curve_bits(std::size_t point_bytes) {
-    const std::size_t field = (point_bytes - 1) / 2;
+// Of a point with both coordinates, or compressed with one.
+std::size_t curve_bits(ByteView point) {
+    const bool is_compressed = (std::to_integer<unsigned>(point[0]) & ~1U) == 2;
+    const std::size_t field = is_compressed ? point.size() - 1 : (point.size() - 1) / 2;
     return field == 66 ? 521 : field * 8;
 }
 
@@ -121,7 +123,7 @@ std::size_t key_bits_of(const CERT_PUBLIC_KEY_INFO& key) {
         return number ? bits_of_number(number->content) : 0;
     }
     if (oid == kEc) {
-        return bits.size() > 2 ? curve_bits(bits.size()) : 0;
+        return bits.size() > 2 ? curve_bits(bits) : 0;
     }
     if (oid == "1.3.101.112") {
         return 256;

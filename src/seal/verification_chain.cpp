@@ -107,7 +107,9 @@ void Verification::judge_chain() {
     ChainJudgement judgement = trust_.engine.judge(signer_.get(), token().time, own_.store.get(),
                                                    {together_, first_failure() == nullptr});
     // What wasn't looked at may lead elsewhere than through a revoked authority, or revoke.
-    if (!own_.is_whole && !(judgement.condemned && judgement.code == CRYPT_E_REVOKED)) {
+    const bool may_change = judgement.code != 0 || trust_.revocation != Revocation::off;
+    if (!own_.is_whole && may_change &&
+        !(judgement.condemned && judgement.code == CRYPT_E_REVOKED)) {
         judgement.code = kTooCostly;
     }
     verdict_.chain = std::move(judgement.links);
@@ -160,7 +162,9 @@ void Verification::check_chain(const ChainJudgement& judgement) {
             code = fault.code;
         }
     }
-    if (code != 0 && judgement.code == kTooCostly) {
+    // Where nobody looks at revocation nothing but a better path can have been meant.
+    const bool is_about_path = code != 0 || trust_.revocation == Revocation::off;
+    if (is_about_path && judgement.code == kTooCostly) {
         skip_as_too_costly(Check::chain); // of another path that may be the right one
         return;
     }

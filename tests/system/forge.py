@@ -11,7 +11,7 @@ import itertools
 import pathlib
 import subprocess
 
-from asn1crypto import algos, core, crl, keys, tsp, x509
+from asn1crypto import algos, core, crl, keys, ocsp, tsp, x509
 
 UTC = datetime.timezone.utc
 TIME_STAMPING = "time_stamping"
@@ -150,6 +150,38 @@ def make_crl(issuer, revoked=()):
     return crl.CertificateList({
         "tbs_cert_list": tbs, "signature_algorithm": algorithm,
         "signature": issuer.key.sign(tbs.dump())}).dump()
+
+
+def twin(identity):
+    """The same certificate with the other form of its signature by P-256, which needs no key."""
+    order = 0xFFFFFFFF00000000FFFFFFFFFFFFFFFFBCE6FAADA7179E84F3B9CAC2FC632551
+    r, s = (core.Integer.load(part.dump()).native for part in core.SequenceOf.load(
+        identity.certificate["signature_value"].native, spec=core.Integer))
+    other = identity.certificate.copy()
+    other["signature_value"] = element(0x30, core.Integer(r).dump() + core.Integer(order - s).dump())
+    return Identity(x509.Certificate.load(other.dump(force=True)), identity.key)
+
+
+def answer_of(responder, issuer, certificate, reason=None, made=datetime.timedelta(hours=1)):
+    """A responder's word of so long ago: good, or revoked for the reason since two days."""
+    status = ocsp.CertStatus("good") if reason is None else ocsp.CertStatus("revoked", ocsp.RevokedInfo(
+        {"revocation_time": now() - days(2), "revocation_reason": reason}))
+    data = ocsp.ResponseData({
+        "responder_id": ocsp.ResponderId("by_name", responder.name), "produced_at": now() - made,
+        "responses": [{"cert_id": {"hash_algorithm": {"algorithm": "sha1"},
+                                   "issuer_name_hash": hashlib.sha1(issuer.name.dump()).digest(),
+                                   "issuer_key_hash": issuer.key.spki.sha1, "serial_number": certificate.serial},
+                       "cert_status": status, "this_update": now() - made,
+                       "next_update": now() + days(2)}]})
+    return ocsp.OCSPResponse({"response_status": "successful", "response_bytes": {
+        "response_type": "basic_ocsp_response", "response": ocsp.BasicOCSPResponse({
+            "tbs_response_data": data, "signature_algorithm": {"algorithm": "sha256_ecdsa"},
+            "signature": responder.key.sign(data.dump()), "certs": [responder.certificate]})}}).dump()
+
+
+def among_lists(answer):
+    """As it stands among the lists of a token."""
+    return element(0xA1, core.ObjectIdentifier("1.3.6.1.5.5.7.16.2").dump() + answer)
 
 
 def tst_info(digest, *, time=None, nonce=None, tsa=None, **more):

@@ -1,16 +1,37 @@
 """Tokens that must be refused, each for its own reason, and odd ones that must pass."""
 
+import copy
 import datetime
 import hashlib
+import itertools
 import os
 
 import forge
 import program
-from asn1crypto import algos, core, x509
+from asn1crypto import algos, core, keys, x509
 from program import GOOD, REFUSED, UNREACHABLE
 
 DATA = b"the data that was stamped\n"
 DIGEST = hashlib.sha256(DATA).digest()
+NO_CHECK = {"extn_id": "ocsp_no_check", "critical": False, "extn_value": core.Null()}
+CERTIFICATE_VALUES = "1.2.840.113549.1.9.16.2.23"
+ECDSA, RSA = (algos.SignedDigestAlgorithm({"algorithm": name}).dump() for name in ("sha256_ecdsa", "sha256_rsa"))
+
+
+class MadeKey(forge.Key):
+    """A key of another kind than forge's, by what openssl's genpkey is told."""
+
+    def __init__(self, folder, *told):
+        self.path = folder / f"{os.urandom(8).hex()}.pem"
+        program.openssl("genpkey", "-algorithm", *told, "-out", self.path).check_returncode()
+        self.spki = keys.PublicKeyInfo.load(program.openssl("pkey", "-in", self.path, "-pubout", "-outform", "DER").stdout)
+
+
+def written(key, spki):
+    """The same key, whose certificates have it in these octets."""
+    other = copy.copy(key)
+    other.spki = keys.PublicKeyInfo.load(spki)
+    return other
 
 
 class TokenTest(program.SystemTest):
@@ -43,6 +64,16 @@ class TokenTest(program.SystemTest):
 
     def token_of(self, signer, *more, time=None):
         return forge.make_token(signer, forge.tst_info(DIGEST, time=time), certificates=[signer.der, *more])
+
+    def with_parts(self, attributes=None, certificates=(), lists=(), signer=None):
+        signer = signer or self.tsa
+        info = forge.signer_info(signer, self.info, forge.signed_attributes(signer, self.info))
+        _, start, end = forge.read_header(info, 0)
+        body = info[start:end].replace(ECDSA, RSA) if signer.key.spki.algorithm == "rsa" else info[start:end]
+        if attributes is not None:
+            body += forge.element(0xA1, b"".join(attributes))
+        info = forge.element(0x30, body)
+        return forge.signed_data(self.info, [info], [signer.der, *certificates], crls=lists)
 
 
 class GoodTokens(TokenTest):
@@ -160,7 +191,7 @@ class BadChains(TokenTest):
                 self.expect(self.verify(self.token_of(signer)), REFUSED, *told)
 
     def test_crowds_of_authorities_for_other_uses(self):
-        """Anybody may put them beside: they may hide the right one, and aren't a reason to call a stamp bad."""
+        """Anybody may put them beside: they hide no right one, and aren't a reason to call a stamp bad."""
         def by_digest(certificate):  # what settles which of equally likely ones goes first
             return hashlib.sha256(certificate.der).digest()
 
@@ -171,8 +202,7 @@ class BadChains(TokenTest):
         crowd = [forge.issue(self.folder, "authority", side, ca=True, usage=None, key=key) for _ in range(60)]
         crowd = [one.der for one in crowd if by_digest(one) < by_digest(honest)]
         self.passes(self.token_of(signer, honest.der))
-        self.passes(self.token_of(signer, side.der, honest.der, *crowd[:10]))
-        self.expect(self.verify(self.token_of(signer, side.der, honest.der, *crowd)), UNREACHABLE, "more came along")
+        self.passes(self.token_of(signer, side.der, honest.der, *crowd))
         self.refuses(self.token_of(signer, side.der, *crowd[:10]), "0x800B0110")
 
 
@@ -211,19 +241,77 @@ class Revocation(TokenTest):
             self.refuses(self.stamp(), "0x80092010", "--crls", path, "--revocation", "available")
             self.passes(self.stamp(), "--crls", path, "--revocation", "off")
 
+    def test_a_hold_on_one_way_up_leaves_the_other_way_open(self):
+        """Whichever of the two is looked at first: that goes by their digests."""
+        url = {"crl_url": self.URL}
+        held = forge.issue(self.folder, "held", self.root, ca=True, usage=None, **url)
+        key = forge.Key(self.folder)
+        by_root = forge.issue(self.folder, "two ways", self.root, ca=True, usage=None, key=key, **url)
+        hold = forge.make_crl(self.root, [(held.serial, self.time - forge.days(1), "certificate_hold")])
+        seen = set()
+        while len(seen) < 2:
+            by_held = forge.issue(self.folder, "two ways", held, ca=True, usage=None, key=key, **url)
+            order = hashlib.sha256(by_held.der).digest() < hashlib.sha256(by_root.der).digest()
+            if order in seen:
+                continue
+            seen.add(order)
+            signer = forge.issue(self.folder, "signer", by_held, **url)
+            for known, status in (((hold, forge.make_crl(by_held)), GOOD), ((hold,), UNREACHABLE)):
+                with self.subTest(held_first=order, known=len(known)):
+                    token = self.with_parts(None, [by_held.der, held.der, by_root.der], known, signer)
+                    self.expect(self.verify(token, "--offline"), status)
+
+    def test_a_stolen_key_that_is_written_otherwise_is_the_same_key(self):
+        key = MadeKey(self.folder, "RSA")
+        stolen = forge.issue(self.folder, "stolen", self.root, key=key)
+        lists = [forge.make_crl(self.root, [(stolen.serial, forge.now() - forge.days(2), "key_compromise")])]
+        numbers = key.spki["public_key"].parsed.dump()
+        _, start, end = forge.read_header(numbers, 0)
+        numbers = numbers[start:end]
+        _, start, end = forge.read_header(numbers, 0)
+        padded = forge.element(2, b"\0" + numbers[start:end]) + numbers[end:]
+        for name, sequence in (("as ever", forge.element(0x30, numbers)), ("padded", forge.element(0x30, padded)),
+                               ("long length", b"\x30\x83" + len(numbers).to_bytes(3, "big") + numbers)):
+            with self.subTest(name):
+                spki = forge.element(0x30, key.spki["algorithm"].dump() + forge.element(3, b"\0" + sequence))
+                signer = forge.issue(self.folder, name, self.root, key=written(key, spki))
+                self.assertIn(spki, signer.der)
+                result = self.verify(self.with_parts(None, [stolen.der], lists, signer), "--offline")
+                self.assertIn(result.returncode, (REFUSED,) if name == "as ever" else (REFUSED, UNREACHABLE), result.stderr)
+
+    def test_a_compressed_point_is_no_short_key(self):
+        key = forge.Key(self.folder)
+        spki = program.openssl("pkey", "-in", key.path, "-pubout", "-outform", "DER", "-ec_conv_form", "compressed").stdout
+        signer = forge.issue(self.folder, "compressed", self.root, key=written(key, spki))
+        self.assertIn(spki, signer.der)
+        self.passes(self.token_of(signer))
+
+    def test_a_responder_that_was_taken_back_makes_nothing_bad(self):
+        """However many lists of a stranger's, and twins, come along to have what speaks of the responder left out."""
+        ca = forge.issue(self.folder, "ca", self.root, ca=True, usage=None)
+        responder = forge.issue(self.folder, "responder", ca, usage=("ocsp_signing",), extra_extensions=[NO_CHECK])
+        signer = forge.issue(self.folder, "signer", ca, crl_url=self.URL)
+        side = forge.issue(self.folder, "side", self.root, ca=True, usage=("server_auth",))
+        stranger = forge.issue(self.folder, "ca", side, ca=True, usage=None)
+        around = [ca.der, side.der, stranger.der]
+        ago = forge.now() - forge.days(2)
+        junk = [forge.make_crl(stranger, [(signer.serial, ago, "superseded")]) for _ in range(16)]
+        for said in ("superseded", "key_compromise"):
+            word = forge.among_lists(forge.answer_of(responder, ca, signer, said))
+            self.refuses(self.with_parts(None, [ca.der], [word], signer), "0x80092010", "--offline")
+            for why in ("superseded", "certificate_hold"):
+                lists = [word, forge.make_crl(self.root), forge.make_crl(ca, [(responder.serial, ago, why)])]
+                for count, more in itertools.product((0, 4, 8, 16), ((), (forge.twin(signer).der,))):
+                    with self.subTest(said=said, responder=why, junk=count, twin=bool(more)):
+                        token = self.with_parts(None, [*around, *more], [*lists, *junk[:count]], signer)
+                        result = self.verify(token, "--offline")
+                        self.assertIn(result.returncode, (GOOD, UNREACHABLE) if count else (GOOD,), result.stderr)
+
 
 class Unsigned(TokenTest):
     """What anybody can put beside what is signed: it makes no stamp bad, nor good before all of it was looked at."""
 
     NULL = b"\x05\x00"
-
-    def with_parts(self, attributes=None, certificates=(), lists=(), signer=None):
-        signer = signer or self.tsa
-        info = forge.signer_info(signer, self.info, forge.signed_attributes(signer, self.info))
-        if attributes is not None:
-            _, start, end = forge.read_header(info, 0)
-            info = forge.element(0x30, info[start:end] + forge.element(0xA1, b"".join(attributes)))
-        return forge.signed_data(self.info, [info], [signer.der, *certificates], crls=lists)
 
     def cannot_be_read(self, token, word, *fragments):
         for form in (token, forge.make_response(token)):
@@ -258,7 +346,7 @@ class Unsigned(TokenTest):
                      for issuer in (self.root, old) if issuer.name.dump() == gone.certificate.issuer.dump()]
             for junk, expected in ((4095, in_sight), (4096, hidden)):
                 values = forge.element(0x30, forge.element(0x30, b"\x02\x01\x01") * junk + other.der)
-                token = self.with_parts([forge.attribute("1.2.840.113549.1.9.16.2.23", values)], [old.der], lists,
+                token = self.with_parts([forge.attribute(CERTIFICATE_VALUES, values)], [old.der], lists,
                                         signer=signer)
                 self.expect(self.verify(token, "--revocation", "available"), expected)
 
@@ -276,6 +364,40 @@ class Unsigned(TokenTest):
                                      "signature_value": os.urandom(256)}).dump()
         token = self.with_parts(certificates=[ca.der, *(namesake() for _ in range(300))], signer=signer)
         self.expect(self.verify(token), UNREACHABLE, "more came along than may be looked at")
+
+    def test_what_junk_hides_is_no_licence_where_revocation_is_off(self):
+        """A weak chain and a signer for another use stay what they are."""
+        def authority(name, issuer=self.root, **options):
+            return forge.issue(self.folder, name, issuer, ca=True, usage=None, **options)
+        key = MadeKey(self.folder, "EC", "-pkeyopt", "ec_paramgen_curve:secp112r1")
+        curve = authority("curve", key=key)
+        while hashlib.sha256(curve.der).digest() >= b"\x80":  # the least digests are looked at
+            curve = authority("curve", key=key)
+        rsa = authority("rsa", key=MadeKey(self.folder, "RSA"))
+        plain, by_md5 = authority("md5", rsa), {"algorithm": "md5_rsa"}
+        fields = plain.certificate["tbs_certificate"].copy()
+        fields["signature"] = by_md5
+        tbs = x509.TbsCertificate.load(fields.dump(force=True))
+        signature = program.openssl("dgst", "-md5", "-sign", rsa.key.path, stdin=tbs.dump()).stdout
+        md5 = forge.Identity(x509.Certificate.load(x509.Certificate({
+            "tbs_certificate": tbs, "signature_algorithm": by_md5, "signature_value": signature}).dump()), plain.key)
+        stamping = authority("stamping", extra_extensions=[
+            {"extn_id": "extended_key_usage", "critical": True, "extn_value": ["time_stamping"]}])
+        namesake, number = authority("curve", serial=0x2001).der, core.Integer(0x2001).dump()
+        namesakes = [namesake.replace(number, core.Integer(0x2001 + i).dump()) for i in range(120)]
+        values = [forge.attribute(CERTIFICATE_VALUES, forge.element(0x30, b"\x30\x00" * 4097))]
+        for name, above, junk, beside in (("strong", [authority("strong")], values, []), ("MD5", [md5, rsa], values, []),
+                                          ("weak curve", [curve], values, []), ("namesakes", [curve], None, namesakes),
+                                          ("an authority stamps", [], values, [])):
+            signer = forge.issue(self.folder, "signer", above[0]) if above else stamping
+            above = [one.der for one in above]
+            plain, hiding = self.with_parts(None, above, (), signer), self.with_parts(junk, [*above, *beside], (), signer)
+            for mode, status in (("off", GOOD), ("available", UNREACHABLE)):
+                with self.subTest(name, mode=mode):
+                    self.expect(self.verify(plain, "--revocation", mode), GOOD if name == "strong" else REFUSED)
+                    result = self.verify(hiding, "--revocation", mode)
+                    allowed = (status,) if name == "strong" else (REFUSED, UNREACHABLE)
+                    self.assertIn(result.returncode, allowed, result.stdout)
 
     def test_damaged_parts(self):
         oid = core.ObjectIdentifier("1.2.3").dump()

@@ -5,6 +5,7 @@
 #include <basalt/coding/fault.h>
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 namespace basalt {
@@ -28,18 +29,35 @@ bool is_rsa(std::string_view oid) {
     return std::find(std::begin(kRsaKeys), std::end(kRsaKeys), oid) != std::end(kRsaKeys);
 }
 
+std::size_t size_in_der(std::size_t content) {
+    return content + (content < 0x80 ? 2 : content < 0x100 ? 3 : 4);
+}
+
+struct RsaKey {
+    std::size_t modulus_bytes = 0;
+    std::size_t exponent_bytes = 0;
+    bool is_canonical = false;
+};
+
 // RSAPublicKey (RFC 8017, A.1.1).
-bool is_reasonable_rsa(const CERT_PUBLIC_KEY_INFO& key) {
+std::optional<RsaKey> rsa_key(const CERT_PUBLIC_KEY_INFO& key) {
     try {
         const Bytes bits(key.PublicKey.pbData, key.PublicKey.cbData);
         DerReader numbers(sole_element(bits, tag::kSequence).contents);
-        const Bytes modulus = minimal_integer(numbers.take(tag::kInteger).contents);
-        const Bytes exponent = minimal_integer(numbers.take(tag::kInteger).contents);
-        // One more byte each for the sign.
-        return modulus.size() <= kMaxModulusBytes + 1 && exponent.size() <= kMaxExponentBytes + 1;
+        const std::size_t modulus = minimal_integer(numbers.take(tag::kInteger).contents).size();
+        const std::size_t exponent = minimal_integer(numbers.take(tag::kInteger).contents).size();
+        return RsaKey{modulus, exponent,
+                      bits.size() == size_in_der(size_in_der(modulus) + size_in_der(exponent))};
     } catch (const Fault&) {
-        return false;
+        return std::nullopt;
     }
+}
+
+bool is_reasonable_rsa(const CERT_PUBLIC_KEY_INFO& info) {
+    const std::optional<RsaKey> key = rsa_key(info);
+    // One more byte each for the sign.
+    return key && key->is_canonical && key->modulus_bytes <= kMaxModulusBytes + 1 &&
+           key->exponent_bytes <= kMaxExponentBytes + 1;
 }
 
 bool is_reasonable_key(const CERT_PUBLIC_KEY_INFO& key) {
@@ -90,6 +108,15 @@ bool is_affordable(const CertificateBody& certificate) {
         }
     }
     return bytes <= kMaxExpandedBytes && policy_counts(info).are_affordable();
+}
+
+bool has_canonical_key(const CertificateBody& certificate) {
+    const CERT_PUBLIC_KEY_INFO& key = certificate.info().SubjectPublicKeyInfo;
+    if (!is_rsa(key.Algorithm.pszObjId)) {
+        return true;
+    }
+    const std::optional<RsaKey> numbers = rsa_key(key);
+    return numbers && numbers->is_canonical;
 }
 
 bool is_reasonable(const CertificateBody& certificate) {

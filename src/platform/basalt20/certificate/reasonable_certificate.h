@@ -16,10 +16,14 @@ inline constexpr int kMaxKeyBits = 8192;
 // of them, and as many mappings, are the most.
 bool is_affordable(const CertificateBody& certificate);
 
-// False for one that isn't affordable, for one over 64 KiB, with a name over 4 KiB, an RSA modulus
-// over kMaxKeyBits or an exponent over 64 bits, and for a curve that is written out where its name
-// should stand (RFC 5480, 2.1.1): points on curves of one's own making can take OpenSSL tens of
-// milliseconds to read.
+// False for an RSA key that isn't written in the one form that DER has: one that may be written in
+// many couldn't be told from others, and what is said of it not be heard.
+bool has_canonical_key(const CertificateBody& certificate);
+
+// False for one that isn't affordable, or has no canonical key, for one over 64 KiB, with a name
+// over 4 KiB, an RSA modulus over kMaxKeyBits or an exponent over 64 bits, and for a curve that is
+// written out where its name should stand (RFC 5480, 2.1.1): points on curves of one's own making
+// can take OpenSSL tens of milliseconds to read.
 bool is_reasonable(const CertificateBody& certificate);
 
 } // namespace basalt

@@ -70,6 +70,17 @@ bool any_revoked(const Judgement& judgement) {
     return any_wrong(judgement, is_revoked);
 }
 
+// Whatever else is read or fetched.
+bool is_beyond_doubt(const JudgedElement& element) {
+    return is_revoked(element) && element.status && element.status->is_beyond_doubt;
+}
+
+bool is_revoked_or_held(const Judgement& judgement) {
+    return any_wrong(judgement, [](const JudgedElement& e) {
+        return e.key_is_compromised || (e.status && e.status->standing == Standing::revoked);
+    });
+}
+
 // Asking its sources could still tell.
 bool is_open(const StatusFinding& finding) {
     return finding.may_be_lifted ||
@@ -151,16 +162,19 @@ std::shared_ptr<const NamedCertificates> ChainSession::named(const ListMaker& ma
     return named;
 }
 
+// Authorities that the question isn't for sign no lists, nor name who does.
+bool ChainSession::is_of_use_for_evidence(const Path& path) const {
+    const std::vector<bool> used_wrong = misused(path, asked_of_authorities(usage_));
+    return std::none_of(used_wrong.begin(), used_wrong.end(), std::identity());
+}
+
 bool ChainSession::is_good_for_evidence(const Path& path, const PathErrors& structure,
                                         const EvidenceMaker& maker) {
     const auto is_weak = [&](Strength strength) { return !passes(strength, settings_.strength); };
     const auto is_late = [&](const PoolCertificate* c) { return !c->is_valid_at(maker.at); };
     const std::vector<Strength> found_strengths = strengths(path);
-    // Authorities that the question isn't for sign no lists, nor name who does.
-    const std::vector<bool> used_wrong = misused(path, asked_of_authorities(usage_));
     return path.back()->entry == maker.anchor &&
            std::none_of(path.begin(), path.end() - 1, is_late) &&
-           std::none_of(used_wrong.begin(), used_wrong.end(), std::identity()) &&
            std::none_of(found_strengths.begin(), found_strengths.end(), is_weak) &&
            std::all_of(structure.begin(), structure.end(),
                        [](const auto& errors) { return errors.empty(); });
@@ -172,13 +186,21 @@ PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& ju
     asked_for_other_paths_ = true;
     std::set<Path> refused;
     bool cut_short = false;
+    PathSearch* search_under_way = nullptr;
     const auto takes = [&](const Path& path) {
         if (!refused.insert(path).second) {
+            search_under_way->uncount();
             return false;
         }
-        const PathErrors* structure = take_comparisons(budget_, path, comparisons_for_usages(path))
-                                          ? structure_of(path)
-                                          : nullptr;
+        if (!take_comparisons(budget_, path, comparisons_for_usages(path))) {
+            cut_short = true;
+            return false;
+        }
+        if (!is_of_use_for_evidence(path)) { // of these there may be many
+            search_under_way->uncount();
+            return false;
+        }
+        const PathErrors* structure = structure_of(path);
         cut_short = cut_short || structure == nullptr;
         if (structure == nullptr || !is_good_for_evidence(path, *structure, maker)) {
             return false;
@@ -191,12 +213,14 @@ PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& ju
     SearchCounts own_counts;
     if (maker.own) {
         PathSearch search(pool_, budget_, own_counts, maker.at, SearchAmong::own);
+        search_under_way = &search;
         if (search.run(start, takes)) {
             return PathFound::taken;
         }
         cut_short = cut_short || search.was_cut_short();
     }
     PathSearch search(pool_, budget_, counts_, maker.at);
+    search_under_way = &search;
     if (search.run(start, takes)) {
         return PathFound::taken;
     }
@@ -215,7 +239,7 @@ KeyHeard ChainSession::hear_of_key(const CertificateEntry& of, const Certificate
 
 Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const std::lock_guard lock(mutex_);
-    if (!is_affordable(*end_.item->body)) {
+    if (!is_affordable(*end_.item->body) || !has_canonical_key(*end_.item->body)) {
         return unread();
     }
     const Question question{at, now(), usage};
@@ -280,7 +304,12 @@ std::optional<Judgement> ChainSession::search(const Question& question) {
             search.uncount();
             return false;
         }
-        return consider(path, question);
+        bool is_barred = false;
+        const bool is_good = consider(path, question, is_barred);
+        if (is_barred) { // of these there may be many
+            search.uncount();
+        }
+        return is_good;
     });
     cut_short_ = cut_short_ || (search.was_cut_short() && !taken);
     reached_anchor_ = search.reached_anchor() || best_refused_ || !open_.empty();
@@ -292,14 +321,16 @@ std::optional<Judgement> ChainSession::search(const Question& question) {
 // Of two that came as far the one that isn't revoked: it could be the right one.
 void ChainSession::refuse(Judgement judgement) {
     if (!best_refused_ || judgement.judged_to > best_refused_->judged_to ||
-        (judgement.judged_to == best_refused_->judged_to && any_revoked(*best_refused_) &&
-         !any_revoked(judgement))) {
+        (judgement.judged_to == best_refused_->judged_to && is_revoked_or_held(*best_refused_) &&
+         !is_revoked_or_held(judgement))) {
         best_refused_ = std::move(judgement);
     }
 }
 
-bool ChainSession::consider(const Path& path, const Question& question) {
+bool ChainSession::consider(const Path& path, const Question& question, bool& is_barred) {
     Judgement judgement = judge_path(path, question);
+    is_barred = std::any_of(judgement.elements.begin() + 1, judgement.elements.end(),
+                            [](const JudgedElement& e) { return e.misused; });
     if (judgement.judged_to == JudgedTo::revocation) {
         judge_revocation(judgement, question, false);
         if (request_.may_fetch && any_open(judgement) && !any_revoked(judgement)) {
@@ -389,7 +420,7 @@ void ChainSession::judge_revocation(Judgement& judgement, const Question& questi
         forget_what_is_out_of_date(question);
         good = judge_elements(judgement, question, may_fetch) && hear_of_keys(judgement) &&
                all_pass(judgement);
-        stands = status_->taken_in() == taken_in_ || any_revoked(judgement);
+        stands = status_->taken_in() == taken_in_ || any_wrong(judgement, is_beyond_doubt);
     }
     cut_short_ = cut_short_ || !stands;
     if (good && stands) {

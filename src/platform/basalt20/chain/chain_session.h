@@ -88,13 +88,15 @@ private:
     std::shared_ptr<const NamedCertificates> named(const ListMaker& maker) override;
     PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) override;
     KeyHeard hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) override;
+    bool is_of_use_for_evidence(const Path& path) const;
     bool is_good_for_evidence(const Path& path, const PathErrors& structure,
                               const EvidenceMaker& maker);
 
     Judgement unread() const;
     std::optional<Judgement> search(const Question& question);
     void refuse(Judgement judgement);
-    bool consider(const Path& path, const Question& question);
+    // `is_barred`: an authority of the path is for other uses.
+    bool consider(const Path& path, const Question& question, bool& is_barred);
     Judgement judge_path(const Path& path, const Question& question);
     // Null when it would cost more than there is.
     const PathErrors* structure_of(const Path& path);

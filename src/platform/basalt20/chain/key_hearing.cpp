@@ -113,6 +113,7 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
             return true;
         }
         if (!is_for_use(path)) { // of these there may be many
+            search.uncount();
             return false;
         }
         if (speakers_ == kMostSpeakers ||
@@ -128,8 +129,9 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
         ++speakers_;
         // Who is believed for want of word of him mustn't be the one who is asked about.
         const unsigned circles_before = circles();
-        const bool speaks = may_speak(path, *structure, finding);
-        heard.compromised = speaks && circles_before == circles();
+        bool untold = false;
+        const bool speaks = may_speak(path, *structure, finding, untold);
+        heard.compromised = speaks && !untold && circles_before == circles();
         heard.cut_short = heard.cut_short || (speaks && !heard.compromised);
         return speaks;
     });
@@ -155,8 +157,8 @@ bool KeyHearing::is_for_use(const Path& path) const {
     return std::none_of(used_wrong.begin() + 1, used_wrong.end(), std::identity());
 }
 
-bool KeyHearing::may_speak(const Path& path, const PathErrors& errors,
-                           const StatusFinding& finding) {
+bool KeyHearing::may_speak(const Path& path, const PathErrors& errors, const StatusFinding& finding,
+                           bool& untold) {
     if (std::any_of(errors[0].begin(), errors[0].end(), tells_of_issuers)) {
         return false;
     }
@@ -168,7 +170,7 @@ bool KeyHearing::may_speak(const Path& path, const PathErrors& errors,
     }
     // Of the one that is spoken of it is enough that nobody could have made it up.
     return passes(found_strengths[0], StrengthLevel::floor) && is_in_time(path, finding) &&
-           is_in_good_standing(path, finding);
+           is_in_good_standing(path, finding, untold);
 }
 
 // Who has ended may have spoken before, and who has begun since may speak of what was before.
@@ -182,12 +184,14 @@ bool KeyHearing::is_in_time(const Path& path, const StatusFinding& finding) cons
 }
 
 // Of whom nothing is known is believed; that he was revoked must be told.
-bool KeyHearing::is_in_good_standing(const Path& path, const StatusFinding& finding) {
+bool KeyHearing::is_in_good_standing(const Path& path, const StatusFinding& finding, bool& untold) {
     const FileTicks said = said_at(finding, question_.now);
     for (std::size_t i = 1; i + 1 < path.size(); ++i) {
-        if (status_of(path, i, said, false).standing == Standing::revoked) {
+        const StatusFinding speaker = status_of(path, i, said, false);
+        if (speaker.heard_revoked) {
             return false;
         }
+        untold = untold || speaker.cause == UnknownCause::exhausted;
     }
     return true;
 }

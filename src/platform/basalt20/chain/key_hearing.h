@@ -64,9 +64,11 @@ private:
     bool ask(PoolCertificate& certificate, Bytes anchor, SearchAmong among, Heard& heard);
     StatusFinding status_of(const Path& path, std::size_t index, FileTicks at, bool is_about_key);
     bool is_for_use(const Path& path) const;
-    bool may_speak(const Path& path, const PathErrors& errors, const StatusFinding& finding);
+    // `untold`: more lay at hand about who speaks than could be looked at.
+    bool may_speak(const Path& path, const PathErrors& errors, const StatusFinding& finding,
+                   bool& untold);
     bool is_in_time(const Path& path, const StatusFinding& finding) const;
-    bool is_in_good_standing(const Path& path, const StatusFinding& finding);
+    bool is_in_good_standing(const Path& path, const StatusFinding& finding, bool& untold);
 
     CertificatePool& pool_;
     Budget& budget_;

@@ -58,6 +58,7 @@ StatusQuestion EvidenceSigner::question_about_signer(FileTicks at) const {
     StatusQuestion question = question_;
     question.stamp_time = at;
     question.is_signer = true;
+    question.is_about_key = false;
     return question;
 }
 
@@ -140,8 +141,12 @@ bool EvidenceSigner::is_trusted_delegate(const EvidenceItem& item,
     if (X509_get_ext_by_NID(responder->certificate.get(), NID_id_pkix_OCSP_noCheck, -1) >= 0) {
         question.may_fetch = false;
         const StatusFinding finding = session_.judge(path, 0, question);
-        if (finding.standing == Standing::revoked || finding.key_is_compromised) {
+        if (finding.heard_revoked || finding.key_is_compromised) {
             distrust(finding);
+            return false;
+        }
+        if (finding.cause == UnknownCause::exhausted && item.given()) {
+            is_distrusted_ = true; // what was left out may revoke it
             return false;
         }
     } else if (!passes_with_support(item, path, 0, question)) {

@@ -1,10 +1,12 @@
 #include <basalt/revocation/inquiry.h>
 
+#include <basalt/certificate/key_bits.h>
 #include <basalt/network/retrieval_cache.h>
 
 #include <openssl/err.h>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace basalt {
@@ -42,12 +44,21 @@ Statement statement_of(const CrlFacts& facts, ReasonSet reasons) {
     return statement;
 }
 
-std::string digest_text(const X509* certificate) {
-    std::string digest(EVP_MAX_MD_SIZE, '\0');
-    unsigned size = 0;
-    X509_digest(certificate, EVP_sha256(), reinterpret_cast<unsigned char*>(digest.data()), &size);
-    digest.resize(size);
-    return digest;
+// Of its name and key: of its certificate anybody can make another one that holds as well.
+std::string digest_of_authority(const X509* certificate) {
+    Sha256 name{};
+    X509_NAME_digest(X509_get_subject_name(certificate), EVP_sha256(), name.data(), nullptr);
+    const Bytes bits = key_bits_of(certificate);
+    Sha256 key{};
+    EVP_Digest(bits.data(), bits.size(), key.data(), nullptr, EVP_sha256(), nullptr);
+    return std::string(name.begin(), name.end()) + std::string(key.begin(), key.end());
+}
+
+// When it and what it says end; nothing else of two that say something of the same is compared.
+using Edition = std::pair<FileTicks, FileTicks>;
+
+Edition edition_of(FileTicks this_update, const std::optional<FileTicks>& next_update) {
+    return {this_update, next_update.value_or(std::numeric_limits<FileTicks>::max())};
 }
 
 EvidenceItem make_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
@@ -143,7 +154,7 @@ bool Inquiry::ask_cache() {
         }
     }
     cache_was_asked_ = true;
-    return is_final();
+    return ends_search();
 }
 
 bool Inquiry::ask_network() {
@@ -163,7 +174,7 @@ bool Inquiry::ask_network() {
 // An object is kept for the key that is to verify it, so that certificates which name the same
 // address for different authorities don't push out each other's.
 std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
-    const std::string issuer = digest_text(issuer_);
+    const std::string issuer = digest_of_authority(issuer_);
     return kind == EvidenceKind::crl
                ? "list " + url + '\n' + issuer
                : "answer " + url + '\n' + issuer + std::string(request_.begin(), request_.end());
@@ -185,11 +196,12 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
     const EvidenceItem* last = items.back();
     const bool decided = consider(items);
     if (last->source == EvidenceSource::cache && !is_accepted(*last)) {
-        // It was verified when it was kept: that its signer isn't at hand now doesn't undo it.
-        if (last->usable() && is_for_us(*last) && may_speak_against(*last)) {
-            contradicting_.push_back(last);
-        } else if (session_.signatures.left_out() == 0) {
+        // It was verified when it was kept: that its signer isn't at hand now, or that it is about
+        // others than this one, doesn't undo it.
+        if (!last->usable()) {
             forget_object(key);
+        } else if (is_for_us(*last) && may_speak_against(*last)) {
+            contradicting_.push_back(last);
         }
     }
     return decided && contradicting_.empty();
@@ -213,13 +225,13 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     const EvidenceItem* item =
         session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
     static_cast<void>(consider({item}));
-    if (is_worth_keeping(*item)) {
+    if (is_worth_keeping(*item) && is_newer_than_kept(*item, key)) {
         cache_object(key, {item->encoded.begin(), item->encoded.end()});
         std::erase_if(contradicting_, [&](const EvidenceItem* old) {
             return old->url == url && old->kind() == kind;
         });
     }
-    return is_final();
+    return ends_search();
 }
 
 // A list of which that can't be told may be.
@@ -322,6 +334,31 @@ bool Inquiry::is_worth_keeping(const EvidenceItem& item) const {
         }
     }
     return false;
+}
+
+// An older one may be as authentic, and knows less. What is dated in the future is no measure.
+bool Inquiry::is_newer_than_kept(const EvidenceItem& item, const std::string& key) {
+    const std::optional<CachedObject> cached = cached_object(key);
+    if (!cached) {
+        return true;
+    }
+    const EvidenceItem kept =
+        make_item(EvidenceSource::cache, item.url, item.kind(), cached->bytes);
+    const auto edition = [&](const EvidenceItem& of) {
+        if (of.list) {
+            return edition_of(of.list->this_update, of.list->next_update);
+        }
+        Edition newest{};
+        for (const Statement& said : statements_of(*of.answer, identity_)) {
+            newest = std::max(newest, edition_of(said.this_update, said.next_update));
+        }
+        return newest;
+    };
+    if (!kept.usable()) {
+        return true;
+    }
+    const Edition old = edition(kept);
+    return old.first > question_.now || edition(item) > old;
 }
 
 bool Inquiry::hears(const EvidenceItem& item,
@@ -487,7 +524,17 @@ bool Inquiry::decide() {
         ruling_ = rule(statements_, moments_);
         stated_ = accepted;
     }
-    return is_final();
+    return ends_search();
+}
+
+// Of whom the authority itself says nothing yet what others revoke may be revoked itself: that
+// could lie in the cache.
+bool Inquiry::ends_search() const {
+    const bool is_beyond_doubt =
+        std::all_of(ruling_.deciding.begin(), ruling_.deciding.end(),
+                    [&](std::size_t index) { return this->is_beyond_doubt(origins_[index]); });
+    return is_final() && (ruling_.standing != Standing::revoked || is_beyond_doubt ||
+                          cache_was_asked_ || !question_.may_use_cache);
 }
 
 bool Inquiry::is_final() const {
@@ -534,6 +581,7 @@ StatusFinding Inquiry::finding() const {
     finding.cause = ruling_.cause;
     finding.revoked_later = ruling_.revoked_later;
     finding.key_is_compromised = ruling_.tells_compromise;
+    finding.heard_revoked = ruling_.standing == Standing::revoked;
     for (const std::size_t index : ruling_.deciding) {
         const Statement& statement = statements_[index];
         if (ruling_.standing == Standing::revoked) {

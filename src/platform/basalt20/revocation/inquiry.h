@@ -47,6 +47,7 @@ private:
     bool is_accepted(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
     bool is_worth_keeping(const EvidenceItem& item) const;
+    bool is_newer_than_kept(const EvidenceItem& item, const std::string& key);
     void state(const Statement& statement, Items origin);
     void state_list(const List& list, const std::vector<const List*>& deltas);
     void state_with_delta(const List& base, const Statement& own, const List& delta);
@@ -57,6 +58,7 @@ private:
     bool decide();
     // Whatever else may come changes nothing.
     bool is_final() const;
+    bool ends_search() const;
     bool may_still_be_lifted() const;
     bool is_all_heard() const { return session_.signatures.left_out() == left_out_before_; }
     StatusFinding finding() const;

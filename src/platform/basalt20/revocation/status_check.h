@@ -51,6 +51,9 @@ struct StatusFinding {
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
     std::vector<DecidingEvidence> evidence;
 
+    // What was heard revokes, by a hold also where more was left out that may have lifted it.
+    bool heard_revoked = false;
+
     // Of a revoked one: its issuer's own key has told it, or one above that.
     bool is_beyond_doubt = false;
 

@@ -384,23 +384,40 @@ TEST_F(StatusScenarios, OnlyWhatIsAuthenticAndTellsSomethingIsCached) {
     }
 }
 
-TEST_F(StatusScenarios, WhatLiesInTheCacheIsVerifiedAndDroppedIfItIsNot) {
+// What can't be verified may have a signer that isn't at hand now: it stays until there is a newer
+// one.
+TEST_F(StatusScenarios, WhatLiesInTheCacheIsVerifiedAndReplacedByWhatIsNewer) {
     make_leaf(kEnd);
     fill_cache(list(90, 110));
     ASSERT_EQ(responder_.cached().size(), 1u);
     const std::filesystem::path file = responder_.cached()[0];
-    for (const Content& planted :
-         {with(Fault::forged, list(90, 100'000)), with(Fault::garbage, list(90, 110))}) {
-        const std::string bytes = make(planted);
+    const struct {
+        Content planted;
+        bool is_dropped;
+    } cases[] = {{with(Fault::forged, list(90, 100'000)), false},
+                 {with(Fault::garbage, list(90, 110)), true}};
+    for (const auto& c : cases) {
+        const std::string bytes = make(c.planted);
         std::ofstream(file, std::ios::binary) << bytes;
         EXPECT_EQ(judge({}, kNow, false).standing, kUnknown);
-        EXPECT_TRUE(responder_.cached().empty()) << "dropped";
+        EXPECT_EQ(responder_.cached().empty(), c.is_dropped);
         publish("/list", list(90, 110));
         EXPECT_EQ(judge({}, kNow, true).standing, kGood);
-        EXPECT_EQ(responder_.cached().size(), 1u) << "fetched again";
+        EXPECT_EQ(judge({}, kNow, false).standing, c.is_dropped ? kGood : kUnknown);
+        publish("/list", list(91, 110));
+        EXPECT_EQ(judge({}, kNow, true).standing, kGood);
         responder_.serve("/list", {"", 404});
         EXPECT_EQ(judge({}, kNow, false).standing, kGood);
     }
+}
+
+TEST_F(StatusScenarios, AnOlderOneTakesNoPlaceInTheCache) {
+    make_leaf(kEnd);
+    publish("/list", revoked(list(80, 90), -5, 1)); // has run out, and revokes
+    EXPECT_EQ(judge({}, kNow, true).standing, kRevoked);
+    publish("/list", list(70, 110));
+    EXPECT_EQ(judge({}, kNow, true).standing, kRevoked);
+    EXPECT_EQ(judge({}, kNow, false).standing, kRevoked) << "it is still there";
 }
 
 TEST_F(StatusScenarios, NoSourceIsAskedAgainInTheSameVerdict) {
