@@ -5,6 +5,7 @@
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/issuer_rank.h>
 #include <basalt/chain/name_key.h>
+#include <basalt/coding/der_reader.h>
 
 #include <openssl/x509_vfy.h>
 
@@ -90,6 +91,12 @@ bool is_open(const StatusFinding& finding) {
 bool any_open(const Judgement& judgement) {
     return any_wrong(judgement,
                      [](const JudgedElement& e) { return e.status && is_open(*e.status); });
+}
+
+Bytes signed_part(const PoolCertificate& certificate) {
+    return DerReader(sole_element(certificate.item->encoded(), tag::kSequence).contents)
+        .take()
+        .whole;
 }
 
 int weak_key_error(std::size_t index) {
@@ -500,7 +507,7 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
         judge_revocation(judgement, question, false);
         if (any_open(judgement) && !any_revoked(judgement)) {
             const Path path = path_of_judgement(judgement);
-            if (budget_.take_fetching_path()) {
+            if (was_asked_for(path) || budget_.take_fetching_path()) {
                 asked_for_.insert(path);
                 judge_revocation(judgement, question, true);
             } else if (!asked_for_.contains(path)) {
@@ -514,6 +521,17 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
     }
     open_.clear();
     return std::nullopt;
+}
+
+// Or one that has the same addresses: a certificate may come in several copies that differ in their
+// signature alone, and those that it names are asked once.
+bool ChainSession::was_asked_for(const Path& path) const {
+    return std::any_of(asked_for_.begin(), asked_for_.end(), [&](const Path& other) {
+        return std::equal(path.begin(), path.end(), other.begin(), other.end(),
+                          [](const PoolCertificate* a, const PoolCertificate* b) {
+                              return a == b || same_bytes(signed_part(*a), signed_part(*b));
+                          });
+    });
 }
 
 void ChainSession::leave_open(Judgement& judgement) {

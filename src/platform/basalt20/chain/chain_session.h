@@ -107,6 +107,7 @@ private:
     StatusFinding status_of(const Path& path, const CertificatePath& entries, std::size_t index,
                             const StatusQuestion& question);
     bool checks(const Judgement& judgement, std::size_t index) const;
+    bool was_asked_for(const Path& path) const;
     std::optional<Judgement> ask_network(const Question& question);
     bool is_condemned(const Judgement& judgement) const;
     Judgement incomplete(const Question& question);

@@ -1,4 +1,5 @@
-"""What the cache knows of a revocation goes on counting: whatever comes beside a stamp, whatever its source says later."""
+"""What was fetched of a revocation goes on counting, whatever comes beside a stamp and whatever its source says later; nor
+does what comes beside it keep anybody from being asked."""
 
 import collections
 import datetime
@@ -33,7 +34,7 @@ def list_of(issuer, *revoked, made=forge.days(1), until=forge.days(7), extension
     return forge.element(0x30, content + tbs["signature"].dump() + forge.element(3, b"\0" + issuer.key.sign(content)))
 
 
-class CachedRevocation(TokenTest):
+class FetchedRevocation(TokenTest):
     """The issuer's list is a page, and the stamp some hours old: the lists were made before it or after it."""
 
     @classmethod
@@ -49,8 +50,8 @@ class CachedRevocation(TokenTest):
         cls.root_list = list_of(cls.root)
 
     @classmethod
-    def authority_named(cls, name, issuer, page):
-        return forge.issue(cls.folder, name, issuer, ca=True, usage=None, crl_url=cls.url + page)
+    def authority_named(cls, name, issuer, page, **options):
+        return forge.issue(cls.folder, name, issuer, ca=True, usage=None, crl_url=cls.url + page, **options)
 
     def begin(self, page, content):
         """Nothing is cached, and nothing is published but the root's list and this."""
@@ -139,6 +140,19 @@ class CachedRevocation(TokenTest):
                     with self.subTest(said=why, revoked=bool(revoked), options=options):
                         result = self.verify(accused, *options)
                         self.assertIn(result.returncode, statuses, result.stderr)
+
+    def test_twins_take_nobodys_turn_to_be_asked(self):
+        """Of a way up whose source is gone there may be many; the good one goes behind them, by its digest."""
+        key, gone = forge.Key(self.folder), "http://127.0.0.1:1/gone.crl"
+        for _ in range(4):
+            by_ca = self.authority_named("two ways", self.ca, "ca.crl", key=key)
+            side = self.authority_named("side", self.root, "root.crl")
+            by_side = forge.issue(self.folder, "two ways", side, ca=True, usage=None, key=key, crl_url=gone)
+            signer = forge.issue(self.folder, "signer", by_ca, crl_url=self.url + "below.crl")
+            self.begin("ca.crl", list_of(self.ca))
+            self.publish("below.crl", list_of(by_ca))
+            beside = [side, forge.twin(side), by_side, forge.twin(by_side)]
+            self.passes(self.stamp_of(signer, by_ca, self.ca, *beside))
 
 
 if __name__ == "__main__":
