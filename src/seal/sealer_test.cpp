@@ -155,7 +155,7 @@ TEST_F(SealerTest, AsksNothingThatPolicyOrSenseForbids) {
         return [text](Options o) { o.authorities[0].url = text; };
     };
     const auto policy = [](std::string text) { return [text](Options o) { o.policy = text; }; };
-    const auto login_file = [&](const char* content, unsigned mode) {
+    const auto login_file = [&](const char* content, int mode) {
         return [file = folder.write("login " + std::to_string(mode), content, mode)](Options o) {
             o.authorities[0].login_file = file;
         };

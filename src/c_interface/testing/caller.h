@@ -128,10 +128,21 @@ struct Place {
 };
 inline constexpr Place kPlace;
 
+// A literal as whatever number a call takes.
+struct Number {
+    template <class T>
+    operator T() const {
+        return static_cast<T>(value);
+    }
+    int value;
+};
+
 template <bool IsMissing, class T>
 auto null_if(const T& value) {
     if constexpr (IsMissing) {
         return nullptr;
+    } else if constexpr (std::is_same_v<T, int>) {
+        return Number{value};
     } else {
         return value;
     }
