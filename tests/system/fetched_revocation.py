@@ -22,14 +22,15 @@ class Handler(page_server.Handler):
         self.do_POST()
 
 
-def list_of(issuer, *revoked, made=forge.days(1), until=forge.days(7), extensions=()):
+def list_of(issuer, *revoked, made=forge.days(1), until=forge.days(7), extensions=(), number=1):
     """One of forge's, made so long ago, until so long from now; `revoked` are a certificate and a reason."""
     two_days_ago = forge.now() - forge.days(2)
     tbs = crl.CertificateList.load(forge.make_crl(
         issuer, [(one.serial, two_days_ago, reason) for one, reason in revoked]))["tbs_cert_list"]
     tbs["this_update"] = x509.Time({"utc_time": forge.now() - made})
     tbs["next_update"] = x509.Time({"utc_time": forge.now() + until})
-    tbs["crl_extensions"] = [*tbs["crl_extensions"], *extensions]
+    others = [one for one in tbs["crl_extensions"] if one["extn_id"].native != "crl_number"]
+    tbs["crl_extensions"] = [*others, {"extn_id": "crl_number", "critical": False, "extn_value": number}, *extensions]
     content = tbs.dump(force=True)
     return forge.element(0x30, content + tbs["signature"].dump() + forge.element(3, b"\0" + issuer.key.sign(content)))
 
@@ -103,6 +104,33 @@ class FetchedRevocation(TokenTest):
         self.publish("ca.crl", list_of(self.ca, made=datetime.timedelta(hours=1)))  # newer: the hold was lifted
         for options in ((), (), ("--offline",)):
             self.passes(stamp, *options)
+
+    def test_neither_a_look_back_nor_a_newer_list_of_less_replaces_it(self):
+        neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
+        stamp, asked = self.stamp_of(self.signer, self.ca), self.stamp_of(neighbour, self.ca)
+        some = {"extn_id": "issuing_distribution_point", "critical": True,
+                "extn_value": {"only_some_reasons": {"key_compromise", "superseded"}}}
+        changes = {"extn_id": "delta_crl_indicator", "critical": True, "extn_value": 1}
+        hour = datetime.timedelta(hours=1)
+        before = (forge.now() - 3 * hour).strftime("%Y-%m-%dT%H:%M:%SZ")
+        for name, content, options in (
+                ("older, as of then", list_of(self.ca, made=forge.days(3)), ("--at", before)),
+                ("for some reasons", list_of(self.ca, made=forge.days(0), extensions=[some]), ()),
+                ("changes alone", list_of(self.ca, made=forge.days(0), extensions=[changes], number=2), ())):
+            with self.subTest(name):
+                self.begin("ca.crl", list_of(self.ca, (self.signer, "key_compromise"), made=hour, until=-hour / 60))
+                self.refuses(stamp, REVOKED)
+                self.publish("ca.crl", content)
+                self.verify(asked, *options)
+                self.server.pages.clear()
+                self.refuses(stamp, REVOKED, "--offline")
+
+    def test_an_authority_is_the_same_however_its_name_is_written(self):
+        content = list_of(self.ca, (self.signer, "key_compromise"))
+        other = forge.issue(self.folder, "CA", self.root, ca=True, usage=None, key=self.ca.key, crl_url=self.url + "root.crl")
+        self.begin("ca.crl", content)
+        self.refuses(self.stamp_of(self.signer, self.ca), REVOKED)
+        self.refuses(self.stamp_of(self.signer, other), REVOKED, "--offline", *AVAILABLE)
 
     def test_judging_another_certificate_of_the_address_forgets_nothing(self):
         sub = self.authority_named("sub", self.ca, "ca.crl")

@@ -1,7 +1,5 @@
 #include <basalt/certificate/key_bits.h>
 
-#include <utility>
-
 namespace basalt {
 
 Bytes key_bits_of(const X509* certificate) {
@@ -9,20 +7,22 @@ Bytes key_bits_of(const X509* certificate) {
     return {bits->data, static_cast<std::size_t>(bits->length)};
 }
 
-// A point is written with its second coordinate, with a bit of that one alone, or with both. What
-// the bit says depends on the field and isn't looked at: its opposite has the same owner.
-bool same_key_bits(Bytes a, Bytes b) {
-    const auto [small, large] = a.size() < b.size() ? std::pair(a, b) : std::pair(b, a);
-    const bool is_point = !small.empty() && (small[0] & ~1U) == 2;
-    const auto is_whole = [](Bytes bits) {
-        return bits.size() % 2 == 1 && (bits[0] == 4 || (bits[0] & ~1U) == 6);
-    };
-    if (a.size() == b.size()) {
-        return same_bytes(a, b) || (!a.empty() && (is_point || (is_whole(a) && is_whole(b))) &&
-                                    same_bytes(a.subspan(1), b.subspan(1)));
+// A point is written with its second coordinate, with a bit of that one alone, or with both. The
+// second one isn't looked at: what the bit says depends on the field, and the point's opposite has
+// the same owner.
+Bytes telling_bits(Bytes key) {
+    if (key.size() < 2) {
+        return key;
     }
-    return is_point && is_whole(large) && large.size() == 2 * small.size() - 1 &&
-           same_bytes(small.subspan(1), large.subspan(1, small.size() - 1));
+    if ((key[0] & ~1U) == 2) {
+        return key.subspan(1);
+    }
+    const bool is_whole = key.size() % 2 == 1 && (key[0] == 4 || (key[0] & ~1U) == 6);
+    return is_whole ? key.subspan(1, key.size() / 2) : key;
+}
+
+bool same_key_bits(Bytes a, Bytes b) {
+    return same_bytes(telling_bits(a), telling_bits(b));
 }
 
 } // namespace basalt

@@ -44,14 +44,29 @@ Statement statement_of(const CrlFacts& facts, ReasonSet reasons) {
     return statement;
 }
 
-// Of its name and key: of its certificate anybody can make another one that holds as well.
+// Of its key, however it is written: of its certificate anybody can make another one that holds as
+// well, and its name has several forms.
 std::string digest_of_authority(const X509* certificate) {
-    Sha256 name{};
-    X509_NAME_digest(X509_get_subject_name(certificate), EVP_sha256(), name.data(), nullptr);
-    const Bytes bits = key_bits_of(certificate);
-    Sha256 key{};
-    EVP_Digest(bits.data(), bits.size(), key.data(), nullptr, EVP_sha256(), nullptr);
-    return std::string(name.begin(), name.end()) + std::string(key.begin(), key.end());
+    const Bytes key = telling_bits(key_bits_of(certificate));
+    Sha256 digest{};
+    EVP_Digest(key.data(), key.size(), digest.data(), nullptr, EVP_sha256(), nullptr);
+    return {digest.begin(), digest.end()};
+}
+
+std::string serial_number_of(const X509* certificate) {
+    const ASN1_INTEGER* number = X509_get0_serialNumber(certificate);
+    return {reinterpret_cast<const char*>(number->data), static_cast<std::size_t>(number->length)};
+}
+
+// Whether both would speak of the same certificates for the same reasons.
+bool have_same_scope(const CrlFacts& a, const CrlFacts& b) {
+    return a.is_delta() == b.is_delta() && a.point_bytes == b.point_bytes &&
+           a.key_identifier_bytes == b.key_identifier_bytes &&
+           X509_NAME_cmp(a.issuer(), b.issuer()) == 0;
+}
+
+bool has_entries(const CrlFacts& list) {
+    return sk_X509_REVOKED_num(X509_CRL_get_REVOKED(list.list.get())) > 0;
 }
 
 // When it and what it says end; nothing else of two that say something of the same is compared.
@@ -177,7 +192,7 @@ std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
     const std::string issuer = digest_of_authority(issuer_);
     return kind == EvidenceKind::crl
                ? "list " + url + '\n' + issuer
-               : "answer " + url + '\n' + issuer + std::string(request_.begin(), request_.end());
+               : "answer " + url + '\n' + issuer + serial_number_of(certificate_);
 }
 
 bool Inquiry::consider_cached(const std::string& key, const std::string& url, EvidenceKind kind) {
@@ -336,7 +351,8 @@ bool Inquiry::is_worth_keeping(const EvidenceItem& item) const {
     return false;
 }
 
-// An older one may be as authentic, and knows less. What is dated in the future is no measure.
+// An older one may be as authentic, and knows less; so does one of another scope, and a list that
+// tells what has changed.
 bool Inquiry::is_newer_than_kept(const EvidenceItem& item, const std::string& key) {
     const std::optional<CachedObject> cached = cached_object(key);
     if (!cached) {
@@ -344,21 +360,24 @@ bool Inquiry::is_newer_than_kept(const EvidenceItem& item, const std::string& ke
     }
     const EvidenceItem kept =
         make_item(EvidenceSource::cache, item.url, item.kind(), cached->bytes);
-    const auto edition = [&](const EvidenceItem& of) {
-        if (of.list) {
-            return edition_of(of.list->this_update, of.list->next_update);
-        }
+    if (!kept.usable()) {
+        return true;
+    }
+    if (item.list) {
+        const auto edition = [](const CrlFacts& list) {
+            return edition_of(list.this_update, list.next_update);
+        };
+        return edition(*item.list) > edition(*kept.list) &&
+               (have_same_scope(*item.list, *kept.list) || !has_entries(*kept.list));
+    }
+    const auto edition = [&](const OcspFacts& answer) {
         Edition newest{};
-        for (const Statement& said : statements_of(*of.answer, identity_)) {
+        for (const Statement& said : statements_of(answer, identity_)) {
             newest = std::max(newest, edition_of(said.this_update, said.next_update));
         }
         return newest;
     };
-    if (!kept.usable()) {
-        return true;
-    }
-    const Edition old = edition(kept);
-    return old.first > question_.now || edition(item) > old;
+    return edition(*item.answer) > edition(*kept.answer);
 }
 
 bool Inquiry::hears(const EvidenceItem& item,
