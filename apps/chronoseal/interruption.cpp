@@ -57,6 +57,12 @@ void Interruption::wait() {
         }
         source_.request_stop();
     }
+    // The wake is taken first. What came before it came in time, and must end nobody who is about
+    // to write what was had.
+    const timespec at_once{};
+    if (sigtimedwait(&signals, nullptr, &at_once) > 0) {
+        source_.request_stop();
+    }
 }
 
 } // namespace cli
