@@ -125,6 +125,18 @@ class FetchedRevocation(TokenTest):
                 self.server.pages.clear()
                 self.refuses(stamp, REVOKED, "--offline")
 
+    def test_a_look_back_replaces_no_answer(self):
+        """As of a day when it wasn't revoked yet the source is asked, and says what it said then."""
+        self.info = forge.tst_info(DIGEST, time=forge.now() - forge.days(4))
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        stamp = self.stamp_of(asking, self.ca)
+        self.begin("ocsp", forge.answer_of(self.ca, self.ca, asking, "key_compromise"))
+        self.refuses(stamp, REVOKED)
+        self.publish("ocsp", forge.answer_of(self.ca, self.ca, asking, made=forge.days(3.5)))
+        self.verify(stamp, "--at", (forge.now() - forge.days(3)).strftime("%Y-%m-%dT%H:%M:%SZ"))
+        for options in ((), ("--offline",)):
+            self.refuses(stamp, REVOKED, *options)
+
     def test_an_authority_is_the_same_however_its_name_is_written(self):
         content = list_of(self.ca, (self.signer, "key_compromise"))
         other = forge.issue(self.folder, "CA", self.root, ca=True, usage=None, key=self.ca.key, crl_url=self.url + "root.crl")
