@@ -265,7 +265,8 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const bool had_system_stores = system_stores_added_;
     std::optional<Judgement> found = search(question);
     if (!found && !had_system_stores) {
-        // The folders of the system stores are read only when the rest doesn't do.
+        // Where nobody looks at revocation the folders of the system stores are read only when the
+        // rest doesn't do.
         add_system_stores();
         found = search(question);
     }

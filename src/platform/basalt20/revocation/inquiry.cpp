@@ -55,7 +55,9 @@ std::string digest_of_authority(const X509* certificate) {
 
 std::string serial_number_of(const X509* certificate) {
     const ASN1_INTEGER* number = X509_get0_serialNumber(certificate);
-    return {reinterpret_cast<const char*>(number->data), static_cast<std::size_t>(number->length)};
+    const std::string sign = number->type == V_ASN1_NEG_INTEGER ? "-" : "+";
+    return sign + std::string(reinterpret_cast<const char*>(number->data),
+                              static_cast<std::size_t>(number->length));
 }
 
 // Whether both would speak of the same certificates for the same reasons.
@@ -69,7 +71,7 @@ bool has_entries(const CrlFacts& list) {
     return sk_X509_REVOKED_num(X509_CRL_get_REVOKED(list.list.get())) > 0;
 }
 
-// When it and what it says end; nothing else of two that say something of the same is compared.
+// When it was made, and until when it speaks: what of two is the newer.
 using Edition = std::pair<FileTicks, FileTicks>;
 
 Edition edition_of(FileTicks this_update, const std::optional<FileTicks>& next_update) {

@@ -58,6 +58,7 @@ private:
     bool decide();
     // Whatever else may come changes nothing.
     bool is_final() const;
+    // Nor need any other source be asked: of what revokes and may be revoked itself the cache is.
     bool ends_search() const;
     bool may_still_be_lifted() const;
     bool is_all_heard() const { return session_.signatures.left_out() == left_out_before_; }
