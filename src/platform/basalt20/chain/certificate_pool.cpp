@@ -3,6 +3,7 @@
 #include <basalt/certificate/key_bits.h>
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/name_key.h>
+#include <basalt/coding/der_reader.h>
 #include <basalt/coding/flat_block.h>
 
 #include <openssl/err.h>
@@ -55,6 +56,10 @@ Bytes PoolCertificate::issuer() const {
 Bytes PoolCertificate::key_bits() const {
     const CRYPT_BIT_BLOB& bits = info().SubjectPublicKeyInfo.PublicKey;
     return {bits.pbData, bits.cbData};
+}
+
+Bytes PoolCertificate::signed_part() const {
+    return DerReader(sole_element(item->encoded(), tag::kSequence).contents).take().whole;
 }
 
 bool PoolCertificate::has_key_of(const PoolCertificate& other) const {
@@ -222,6 +227,21 @@ std::vector<PoolCertificate*> CertificatePool::like_keyed(Bytes bits) {
         });
     }
     return found;
+}
+
+const PoolCertificate& CertificatePool::first_copy(PoolCertificate& certificate) {
+    if (certificate.first_copy == nullptr) {
+        const std::vector<PoolCertificate*>& like_named = by_key_[key_of(certificate.subject())];
+        const Bytes number = bytes_of(certificate.info().SerialNumber);
+        const auto found =
+            std::find_if(like_named.begin(), like_named.end(), [&](const PoolCertificate* other) {
+                return other == &certificate ||
+                       (same_bytes(bytes_of(other->info().SerialNumber), number) &&
+                        same_bytes(other->signed_part(), certificate.signed_part()));
+            });
+        certificate.first_copy = *found;
+    }
+    return *certificate.first_copy;
 }
 
 bool CertificatePool::is_full() const {

@@ -40,12 +40,15 @@ struct PoolCertificate {
     // The subject taken apart, for comparing with names written otherwise.
     OpensslOwner<X509_NAME, X509_NAME_free> parsed_subject;
 
+    const PoolCertificate* first_copy = nullptr; // see CertificatePool::first_copy
+
     const CERT_INFO& info() const { return item->body->info(); }
     const Sha256& digest() const { return item->body->digest(); }
     X509* openssl() const { return entry->certificate.get(); }
     Bytes subject() const;
     Bytes issuer() const;
     Bytes key_bits() const;
+    Bytes signed_part() const;
     // Nobody could have put it into a stamp's bag to mislead.
     bool is_own() const { return is_anchor || source == PoolSource::machine; }
     // With its algorithm and parameters: under others the same bits are another key.
@@ -79,6 +82,11 @@ public:
 
     // All of that key, whatever their names: the likeliest to be honest first.
     std::vector<PoolCertificate*> like_keyed(Bytes bits);
+
+    // The one that stands for all whose signed part is the same: anybody can make further copies of
+    // a certificate, which differ in how the signature is written. Whether a copy's holds is no
+    // matter here.
+    const PoolCertificate& first_copy(PoolCertificate& certificate);
 
     // Makes `entry`.
     Prepared prepare(PoolCertificate& certificate, Budget& budget);

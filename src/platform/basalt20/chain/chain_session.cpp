@@ -5,7 +5,6 @@
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/issuer_rank.h>
 #include <basalt/chain/name_key.h>
-#include <basalt/coding/der_reader.h>
 
 #include <openssl/x509_vfy.h>
 
@@ -91,12 +90,6 @@ bool is_open(const StatusFinding& finding) {
 bool any_open(const Judgement& judgement) {
     return any_wrong(judgement,
                      [](const JudgedElement& e) { return e.status && is_open(*e.status); });
-}
-
-Bytes signed_part(const PoolCertificate& certificate) {
-    return DerReader(sole_element(certificate.item->encoded(), tag::kSequence).contents)
-        .take()
-        .whole;
 }
 
 int weak_key_error(std::size_t index) {
@@ -191,47 +184,68 @@ bool ChainSession::is_good_for_evidence(const Path& path, const PathErrors& stru
 // bury: neither steps nor paths nor signatures are shared with them.
 PathFound ChainSession::any_path(const EvidenceMaker& maker, const PathJudge& judge) {
     asked_for_other_paths_ = true;
+    PoolCertificate& start = pool_.start(maker.signer);
+    const EvidenceStart known{&start, maker.at, maker.anchor.get()};
+    if (without_path_.contains(known)) {
+        return PathFound::none;
+    }
     std::set<Path> refused;
     bool cut_short = false;
-    PathSearch* search_under_way = nullptr;
-    const auto takes = [&](const Path& path) {
+    bool was_judged = false;
+    const auto takes = [&](PathSearch& search, const Path& path) {
         if (!refused.insert(path).second) {
-            search_under_way->uncount();
+            search.uncount();
             return false;
+        }
+        if (was_judged_for_evidence(path)) {
+            search.uncount();
+            if (judged_again_ == budget_.limits().judged_again) {
+                cut_short = true;
+                return false;
+            }
+            ++judged_again_;
         }
         if (!take_comparisons(budget_, path, comparisons_for_usages(path))) {
             cut_short = true;
             return false;
         }
-        if (!is_of_use_for_evidence(path)) { // of these there may be many
-            search_under_way->uncount();
-            return false;
-        }
         const PathErrors* structure = structure_of(path);
         cut_short = cut_short || structure == nullptr;
-        if (structure == nullptr || !is_good_for_evidence(path, *structure, maker)) {
+        if (structure == nullptr || !is_of_use_for_evidence(path) ||
+            !is_good_for_evidence(path, *structure, maker)) {
             return false;
         }
+        was_judged = true;
         CertificatePath entries = entries_of(path);
         entries.front() = maker.signer;
         return judge(entries);
     };
-    PoolCertificate& start = pool_.start(maker.signer);
-    SearchCounts own_counts;
-    if (maker.own) {
-        PathSearch search(pool_, budget_, own_counts, maker.at, SearchAmong::own);
-        search_under_way = &search;
-        if (search.run(start, takes)) {
-            return PathFound::taken;
-        }
+    const PathSearch::Bar bar = bar_for(usage_, budget_);
+    const auto is_taken = [&](SearchCounts& counts, SearchAmong among) {
+        PathSearch search(pool_, budget_, counts, maker.at, among);
+        search.go_around(bar);
+        const bool taken = search.run(start, [&](const Path& path) { return takes(search, path); });
         cut_short = cut_short || search.was_cut_short();
-    }
-    PathSearch search(pool_, budget_, counts_, maker.at);
-    search_under_way = &search;
-    if (search.run(start, takes)) {
+        return taken;
+    };
+    SearchCounts own_counts;
+    if ((maker.own && is_taken(own_counts, SearchAmong::own)) ||
+        is_taken(counts_, SearchAmong::all)) {
         return PathFound::taken;
     }
-    return cut_short || search.was_cut_short() ? PathFound::untold : PathFound::none;
+    if (!cut_short && !was_judged) { // that hangs on nothing but what there is to choose from
+        without_path_.insert(known);
+    }
+    return cut_short ? PathFound::untold : PathFound::none;
+}
+
+// It, or one of copies of its certificates. Who signs may have made very many lists.
+bool ChainSession::was_judged_for_evidence(const Path& path) {
+    std::vector<const PoolCertificate*> copies;
+    for (PoolCertificate* certificate : path) {
+        copies.push_back(&pool_.first_copy(*certificate));
+    }
+    return !judged_for_evidence_.insert(std::move(copies)).second;
 }
 
 KeyHeard ChainSession::hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) {
@@ -256,6 +270,9 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
         without_source_.clear();
     }
     counts_ = {};
+    judged_again_ = 0;
+    judged_for_evidence_.clear();
+    without_path_.clear(); // what they may be used for hangs on what is asked
     considered_.clear();
     hear_anew(question); // whom to believe hangs on what is asked
     good_.reset();
@@ -274,16 +291,19 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
         found = ask_network(question);
     }
     // Only where the way up lacks a certificate: what ends in an unknown root lacks none.
-    while (!found && !settings_.given_only && !reached_anchor_ &&
-           !is_self_signed(*longest_.back()) &&
+    while (!found && !settings_.given_only && !reached_anchor_ && !ends_in_unknown_root() &&
            issuers_.fetch_for(dead_ends_,
                               request_.may_fetch ? settings_.issuers : IssuerReach::none)) {
         named_.clear();
+        without_path_.clear();
         hear_anew(question);
         found = search(question);
         if (!found) {
             found = ask_network(question);
         }
+    }
+    if (!found && !reached_anchor_ && went_around_) {
+        found = look_at_barred(question);
     }
     if (!found) {
         found = best_refused_ ? std::move(best_refused_) : incomplete(question);
@@ -306,24 +326,46 @@ Judgement ChainSession::unread() const {
 
 std::optional<Judgement> ChainSession::search(const Question& question) {
     PathSearch search(pool_, budget_, counts_, question.at);
+    search.go_around(bar_for(question.usage, budget_));
     const bool taken = search.run(end_, [&](const Path& path) {
         const bool is_known = !considered_.insert(path).second;
         if (is_known || hearing_->has_condemned(path)) {
             search.uncount();
             return false;
         }
-        bool is_barred = false;
-        const bool is_good = consider(path, question, is_barred);
-        if (is_barred) { // of these there may be many
-            search.uncount();
-        }
-        return is_good;
+        return consider(path, question);
     });
     cut_short_ = cut_short_ || (search.was_cut_short() && !taken);
+    note_ends(search);
+    went_around_ = search.went_around();
+    return std::exchange(good_, std::nullopt);
+}
+
+void ChainSession::note_ends(const PathSearch& search) {
     reached_anchor_ = search.reached_anchor() || best_refused_ || !open_.empty();
     longest_ = search.longest();
     dead_ends_ = search.dead_ends();
+}
+
+// None of these paths is right. One of them tells best what is wrong, if there is no other; how
+// many there are, and what they would cost, is no matter.
+std::optional<Judgement> ChainSession::look_at_barred(const Question& question) {
+    constexpr unsigned kMostBarred = 2;
+    const bool cut_short_before = cut_short_;
+    SearchCounts counts;
+    PathSearch search(pool_, budget_, counts, question.at);
+    search.allow_paths(kMostBarred);
+    search.run(end_, [&](const Path& path) { return consider(path, question); });
+    note_ends(search);
+    cut_short_ = cut_short_before;
     return std::exchange(good_, std::nullopt);
+}
+
+// One that calls itself so: anybody can, in the name and with the key of an authority that isn't at
+// hand, but for the signature.
+bool ChainSession::ends_in_unknown_root() {
+    PoolCertificate& top = *longest_.back();
+    return is_self_signed(top) && is_signed_by(pool_, budget_, top, top) == SignedBy::yes;
 }
 
 // Of two that came as far the one that isn't revoked: it could be the right one.
@@ -335,10 +377,8 @@ void ChainSession::refuse(Judgement judgement) {
     }
 }
 
-bool ChainSession::consider(const Path& path, const Question& question, bool& is_barred) {
+bool ChainSession::consider(const Path& path, const Question& question) {
     Judgement judgement = judge_path(path, question);
-    is_barred = std::any_of(judgement.elements.begin() + 1, judgement.elements.end(),
-                            [](const JudgedElement& e) { return e.misused; });
     if (judgement.judged_to == JudgedTo::revocation) {
         judge_revocation(judgement, question, false);
         if (request_.may_fetch && any_open(judgement) && !any_revoked(judgement)) {
@@ -530,7 +570,7 @@ bool ChainSession::was_asked_for(const Path& path) const {
     return std::any_of(asked_for_.begin(), asked_for_.end(), [&](const Path& other) {
         return std::equal(path.begin(), path.end(), other.begin(), other.end(),
                           [](const PoolCertificate* a, const PoolCertificate* b) {
-                              return a == b || same_bytes(signed_part(*a), signed_part(*b));
+                              return a == b || same_bytes(a->signed_part(), b->signed_part());
                           });
     });
 }
@@ -599,6 +639,7 @@ void ChainSession::add_system_stores() {
         return;
     }
     named_.clear();
+    without_path_.clear();
     if (!authorities_) {
         authorities_ = open_system_store("CA");
     }

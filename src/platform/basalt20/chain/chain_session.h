@@ -13,6 +13,7 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <tuple>
 
 namespace basalt {
 
@@ -88,6 +89,7 @@ private:
     std::shared_ptr<const NamedCertificates> named(const ListMaker& maker) override;
     PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) override;
     KeyHeard hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) override;
+    bool was_judged_for_evidence(const Path& path);
     bool is_of_use_for_evidence(const Path& path) const;
     bool is_good_for_evidence(const Path& path, const PathErrors& structure,
                               const EvidenceMaker& maker);
@@ -95,8 +97,10 @@ private:
     Judgement unread() const;
     std::optional<Judgement> search(const Question& question);
     void refuse(Judgement judgement);
-    // `is_barred`: an authority of the path is for other uses.
-    bool consider(const Path& path, const Question& question, bool& is_barred);
+    void note_ends(const PathSearch& search);
+    std::optional<Judgement> look_at_barred(const Question& question);
+    bool ends_in_unknown_root();
+    bool consider(const Path& path, const Question& question);
     Judgement judge_path(const Path& path, const Question& question);
     // Null when it would cost more than there is.
     const PathErrors* structure_of(const Path& path);
@@ -144,12 +148,17 @@ private:
     bool asked_for_other_paths_ = false; // for that
 
     // Of the judgement that is under way.
+    using EvidenceStart = std::tuple<const PoolCertificate*, FileTicks, const X509Entry*>;
+    std::set<EvidenceStart> without_path_; // to that anchor, at that moment
+    std::set<std::vector<const PoolCertificate*>> judged_for_evidence_; // the first copies
+    unsigned judged_again_ = 0;                                         // of these
     std::set<Path> considered_;
     std::optional<KeyHearing> hearing_; // of keys, by what is at hand; never null
     std::optional<Judgement> good_;
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched
     bool reached_anchor_ = false;
+    bool went_around_ = false;
     bool cut_short_ = false;
     Path longest_;
     std::vector<PoolCertificate*> dead_ends_;

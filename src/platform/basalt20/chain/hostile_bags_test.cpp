@@ -59,7 +59,7 @@ TEST(HostileBags, CostNoMoreThanTheTableSays) {
         }
         EXPECT_LE(session.budget().certificate_signatures(), cost.certificate_signatures);
         EXPECT_LE(session.budget().evidence_signatures(), cost.evidence_signatures);
-        EXPECT_LE(session.budget().responders(), 32u);
+        EXPECT_LE(session.budget().responders(), 480u);
         EXPECT_LE(session.counts().steps, cost.steps);
         EXPECT_LE(session.counts().judged_paths, cost.judged_paths);
         EXPECT_LE(session.certificates_taken_apart(), cost.taken_apart);

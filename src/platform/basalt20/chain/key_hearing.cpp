@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 
 namespace basalt {
 
@@ -80,12 +81,18 @@ KeyHearing::Heard KeyHearing::hear(Bytes key, Bytes anchor, const Sha256& itself
 KeyHearing::Heard KeyHearing::ask_all(const std::vector<PoolCertificate*>& like_keyed,
                                       Bytes anchor) {
     Heard heard;
+    std::set<const PoolCertificate*> asked; // of these copies tell nothing more
     for (PoolCertificate* certificate : like_keyed) {
+        const PoolCertificate* copy = &pool_.first_copy(*certificate);
+        if (asked.contains(copy)) {
+            continue;
+        }
         const Prepared prepared = pool_.prepare(*certificate, budget_);
         heard.cut_short = heard.cut_short || prepared == Prepared::refused;
         if (prepared == Prepared::yes &&
-            !(certificate->is_own() && ask(*certificate, anchor, SearchAmong::own, heard))) {
-            ask(*certificate, anchor, SearchAmong::all, heard);
+            ((certificate->is_own() && ask(*certificate, anchor, SearchAmong::own, heard)) ||
+             ask(*certificate, anchor, SearchAmong::all, heard))) {
+            asked.insert(copy);
         }
         if (heard.compromised) {
             return {true, false};
@@ -97,6 +104,7 @@ KeyHearing::Heard KeyHearing::ask_all(const std::vector<PoolCertificate*>& like_
 bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong among, Heard& heard) {
     PathSearch search(pool_, budget_, counts_, question_.at, among);
     search.allow_paths(budget_.limits().heard_paths);
+    search.go_around(bar_for(question_.usage, budget_));
     const bool was_asked = search.run(certificate, [&](const Path& path) {
         if (path.size() < 2 || !same_bytes(path.back()->key_bits(), anchor)) {
             search.uncount();
@@ -112,8 +120,7 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
             heard.cut_short = true;
             return true;
         }
-        if (!is_for_use(path)) { // of these there may be many
-            search.uncount();
+        if (!is_for_use(path)) {
             return false;
         }
         if (speakers_ == kMostSpeakers ||

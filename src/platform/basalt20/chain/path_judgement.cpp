@@ -1,5 +1,6 @@
 #include <basalt/chain/path_judgement.h>
 
+#include <basalt/certificate/extended_key_usage.h>
 #include <basalt/certificate/policy_counts.h>
 #include <basalt/chain/name_key.h>
 #include <basalt/chain/policy_demand.h>
@@ -278,16 +279,19 @@ void check_authorities(const std::vector<X509*>& path, PathErrors& errors) {
     }
 }
 
-bool has_usage(const EXTENDED_KEY_USAGE* usages, const std::string& wanted) {
-    char text[64];
-    for (int i = 0; i < sk_ASN1_OBJECT_num(usages); ++i) {
-        const int size = OBJ_obj2txt(text, sizeof text, sk_ASN1_OBJECT_value(usages, i), 1);
-        if (size > 0 && size < static_cast<int>(sizeof text) &&
-            (wanted == text || std::string_view(kAnyUsage) == text)) {
-            return true;
-        }
+// The content of the identifier; empty for text that is none.
+std::vector<BYTE> identifier_of(const std::string& text) {
+    const OpensslOwner<ASN1_OBJECT, ASN1_OBJECT_free> object(OBJ_txt2obj(text.c_str(), 1));
+    if (!object) {
+        return {};
     }
-    return false;
+    const unsigned char* octets = OBJ_get0_data(object.get());
+    return {octets, octets + OBJ_length(object.get())};
+}
+
+bool has_usage(Bytes usages, const std::string& wanted) {
+    static const std::vector<BYTE> any = identifier_of(kAnyUsage);
+    return names_usage(usages, identifier_of(wanted)) || names_usage(usages, any);
 }
 
 Usages usages_of(X509* certificate) {
@@ -299,8 +303,8 @@ bool allows(X509* certificate, const UsageQuestion& question) {
     if (question.usages.empty() || (X509_get_extension_flags(certificate) & EXFLAG_XKUSAGE) == 0) {
         return true;
     }
-    const Usages usages = usages_of(certificate);
-    const auto allowed = [&](const std::string& wanted) { return has_usage(usages.get(), wanted); };
+    const Bytes usages = extension_value(certificate, NID_ext_key_usage);
+    const auto allowed = [&](const std::string& wanted) { return has_usage(usages, wanted); };
     return question.any_of_them
                ? std::any_of(question.usages.begin(), question.usages.end(), allowed)
                : std::all_of(question.usages.begin(), question.usages.end(), allowed);
@@ -313,6 +317,16 @@ bool is_time_stamp_signer(X509* certificate) {
     const bool is_ca = (X509_get_extension_flags(certificate) & EXFLAG_CA) != 0;
     return !is_ca && usages && sk_ASN1_OBJECT_num(usages.get()) == 1 &&
            X509_check_purpose(certificate, X509_PURPOSE_TIMESTAMP_SIGN, 0) == 1;
+}
+
+std::size_t comparisons_for_usages(const PoolCertificate& certificate) {
+    constexpr std::size_t kOctetsForOne = 16;
+    return extension_value(certificate.openssl(), NID_ext_key_usage).size() / kOctetsForOne;
+}
+
+bool may_sign_certificates(X509* certificate) {
+    return X509_check_ca(certificate) == 1 &&
+           (X509_get_key_usage(certificate) & KU_KEY_CERT_SIGN) != 0;
 }
 
 std::vector<X509*> openssl_path(const Path& path) {
@@ -395,10 +409,9 @@ std::size_t comparisons_for_constraints(const Path& path) {
 }
 
 std::size_t comparisons_for_usages(const Path& path) {
-    constexpr std::size_t kForEachOctet = 2; // half a microsecond for each identifier, of three
     std::size_t comparisons = 0;
     for (const PoolCertificate* each : path) {
-        comparisons += kForEachOctet * extension_value(each->openssl(), NID_ext_key_usage).size();
+        comparisons += comparisons_for_usages(*each);
     }
     return comparisons;
 }
@@ -424,12 +437,23 @@ std::vector<bool> out_of_time(const Path& path, FileTicks at) {
     return found;
 }
 
+PathSearch::Bar bar_for(const UsageQuestion& question, Budget& budget) {
+    return [usages = asked_of_authorities(question), &budget](const PoolCertificate& authority) {
+        X509* certificate = authority.openssl();
+        if (!may_sign_certificates(certificate)) {
+            return Barred::yes;
+        }
+        if (!budget.take_comparisons(comparisons_for_usages(authority), !authority.is_own())) {
+            return Barred::untold;
+        }
+        return allows(certificate, usages) ? Barred::no : Barred::yes;
+    };
+}
+
 std::vector<bool> misused(const Path& path, const UsageQuestion& question) {
     std::vector<bool> found(path.size(), false);
-    UsageQuestion usages = question;
+    const UsageQuestion usages = asked_of_authorities(question);
     if (question.is_time_stamp) {
-        usages.usages = {kTimeStamping};
-        usages.any_of_them = false;
         found[0] = !is_time_stamp_signer(path.front()->openssl());
     }
     for (std::size_t i = 0; i < path.size(); ++i) {

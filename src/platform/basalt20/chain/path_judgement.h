@@ -53,6 +53,10 @@ std::vector<Strength> strengths(const Path& path);
 // Each certificate whose time isn't `at`.
 std::vector<bool> out_of_time(const Path& path, FileTicks at);
 
+// Authorities that may be used for nothing of the kind, or aren't any, by their own word. What it
+// takes to look is taken from the budget, which must outlive it.
+PathSearch::Bar bar_for(const UsageQuestion& question, Budget& budget);
+
 // Each certificate that may not be used so.
 std::vector<bool> misused(const Path& path, const UsageQuestion& question);
 

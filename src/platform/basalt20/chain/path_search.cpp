@@ -124,13 +124,16 @@ bool PathSearch::climb() {
             cut_short_ = true;
             continue;
         }
+        if (is_barred(*issuer)) {
+            continue;
+        }
         if (!may_step()) {
             break;
         }
         ++counts_.steps;
         const bool goes_on = leads_to(top, *issuer);
         found_issuer = found_issuer || goes_on;
-        if (goes_on && !is_dead(*issuer) && climb_to(*issuer)) {
+        if (goes_on && !is_dead(*issuer) && climb_once(*issuer)) {
             return true;
         }
     }
@@ -142,6 +145,23 @@ bool PathSearch::climb() {
     }
     reached_anchor_ = reached_anchor_ || reached_before;
     return false;
+}
+
+bool PathSearch::is_barred(PoolCertificate& issuer) {
+    if (!bar_ || issuer.is_anchor) {
+        return false;
+    }
+    const auto known = barred_.find(&issuer);
+    if (known != barred_.end()) {
+        return known->second;
+    }
+    if (pool_.prepare(issuer, budget_) != Prepared::yes) {
+        return false; // that is told where it is tried
+    }
+    const Barred barred = bar_(issuer);
+    went_around_ = went_around_ || barred == Barred::yes;
+    cut_short_ = cut_short_ || barred == Barred::untold;
+    return barred_[&issuer] = barred != Barred::no;
 }
 
 bool PathSearch::may_judge_foreign() const {
@@ -163,7 +183,16 @@ bool PathSearch::leads_to(PoolCertificate& top, PoolCertificate& issuer) {
     return is_signed == SignedBy::yes;
 }
 
-bool PathSearch::climb_to(PoolCertificate& issuer) {
+// Copies of a certificate whose signatures hold are one: above them nothing is gone twice. One's own
+// were gone by first, so that no bound on what is foreign has stood in the way.
+bool PathSearch::climb_once(PoolCertificate& issuer) {
+    Way way{{}, &issuer};
+    for (PoolCertificate* passed : path_) {
+        way.first.push_back(&pool_.first_copy(*passed));
+    }
+    if (!gone_.insert(std::move(way)).second) {
+        return false;
+    }
     path_.push_back(&issuer);
     const bool taken = climb();
     path_.pop_back();
@@ -184,7 +213,11 @@ bool PathSearch::offer() {
 }
 
 void PathSearch::note_end() {
-    dead_ends_.push_back(path_.back());
+    std::for_each(path_.rbegin(), path_.rend(), [&](PoolCertificate* certificate) {
+        if (std::find(dead_ends_.begin(), dead_ends_.end(), certificate) == dead_ends_.end()) {
+            dead_ends_.push_back(certificate);
+        }
+    });
     const bool better_end = is_self_signed(*path_.back()) && !is_self_signed(*longest_.back());
     const bool worse_end = !is_self_signed(*path_.back()) && is_self_signed(*longest_.back());
     if (better_end || (!worse_end && path_.size() > longest_.size())) {

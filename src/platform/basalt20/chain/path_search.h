@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 
 namespace basalt {
 
@@ -25,6 +26,12 @@ struct SearchCounts {
     unsigned steps = 0;
     unsigned judged_paths = 0;
     unsigned own_judged_paths = 0; // not among these: of one's own certificates above the first
+};
+
+enum class Barred {
+    no,
+    yes,
+    untold // the budget is used up
 };
 
 enum class SearchAmong {
@@ -45,6 +52,11 @@ public:
     // How many paths may be judged, of one's own and of others, in place of what the budget says.
     void allow_paths(unsigned most) { most_paths_ = most; }
 
+    // Which authorities no right path leads through, whatever else is in it; the search goes around
+    // them, so that crowds of them cost next to nothing. Anchors aren't asked about.
+    using Bar = std::function<Barred(const PoolCertificate&)>;
+    void go_around(Bar bar) { bar_ = std::move(bar); }
+
     // Offers the paths from `start` to anchors.
     bool run(PoolCertificate& start, const Judge& judge);
 
@@ -60,10 +72,14 @@ public:
     // Some way wasn't gone for want of signatures, steps or judged paths.
     bool was_cut_short() const { return cut_short_; }
 
+    // Some authority was gone around.
+    bool went_around() const { return went_around_; }
+
     // When no anchor was reached: the longest way up, to an unknown root if there is one.
     const Path& longest() const { return longest_; }
 
-    // Where ways up ended for want of an issuer.
+    // Those on ways up that ended for want of an issuer, the highest of each first: whoever is above
+    // another may be made up.
     const std::vector<PoolCertificate*>& dead_ends() const { return dead_ends_; }
 
 private:
@@ -73,10 +89,14 @@ private:
         std::vector<PoolCertificate*> ranked;
     };
 
+    // A way up: an issuer, and what it was reached by, the first copy of each.
+    using Way = std::pair<std::vector<const PoolCertificate*>, const PoolCertificate*>;
+
     bool climb();
+    bool is_barred(PoolCertificate& issuer);
     bool may_step();
     bool leads_to(PoolCertificate& top, PoolCertificate& issuer);
-    bool climb_to(PoolCertificate& issuer);
+    bool climb_once(PoolCertificate& issuer);
     unsigned& judged_paths();
     bool may_judge_foreign() const;
     bool offer();
@@ -92,6 +112,8 @@ private:
     SearchAmong among_;
     const Judge* judge_ = nullptr;
     std::optional<unsigned> most_paths_;
+    Bar bar_;
+    bool went_around_ = false;
     bool cut_short_ = false;
     bool by_names_ = false;
     bool reached_anchor_ = false;
@@ -99,6 +121,8 @@ private:
     Path longest_;
     std::vector<PoolCertificate*> dead_ends_;
     std::unordered_map<const PoolCertificate*, std::size_t> dead_; // with so many steps left
+    std::set<Way> gone_;
+    std::unordered_map<const PoolCertificate*, bool> barred_;
     std::vector<Issuers> issuers_;
 };
 

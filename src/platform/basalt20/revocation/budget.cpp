@@ -16,6 +16,7 @@ namespace {
 constexpr unsigned kCheap = 1;
 constexpr unsigned kDearReading = 15;
 constexpr std::size_t kOctetsHashedForOneCost = 20'000; // by SHA-3 and SHA-512, in software
+constexpr std::size_t kOctetsReadForOneCost = 4'096;    // of a certificate, by OpenSSL
 constexpr char kCurveKey[] = "1.2.840.10045.2.1";
 
 constexpr std::size_t kComparisonsOfOneCost = 1000;
@@ -103,7 +104,7 @@ unsigned reading_cost(const CERT_PUBLIC_KEY_INFO& key) {
 Budget::Budget(const BudgetLimits& limits, Clock clock, std::shared_ptr<Fetching> shared)
     : limits_(limits), own_(limits.fetching_time, std::move(clock)), shared_(std::move(shared)) {}
 
-bool Budget::take_signature(unsigned& used, unsigned limit, unsigned cost) {
+bool Budget::take_with_work(unsigned& used, unsigned limit, unsigned cost) {
     if (!take(used, limit, cost)) {
         return false;
     }
@@ -116,9 +117,9 @@ bool Budget::take_signature(unsigned& used, unsigned limit, unsigned cost) {
 
 bool Budget::take_certificate_signature(const EVP_PKEY* key, bool own) {
     const unsigned cost = signature_cost(key);
-    return (own && take_signature(own_certificate_signatures_, limits_.own_certificate_signatures,
+    return (own && take_with_work(own_certificate_signatures_, limits_.own_certificate_signatures,
                                   cost)) ||
-           take_signature(certificate_signatures_, limits_.certificate_signatures, cost);
+           take_with_work(certificate_signatures_, limits_.certificate_signatures, cost);
 }
 
 bool Budget::take_evidence_signature(const EVP_PKEY* key, bool given, std::size_t octets) {
@@ -127,14 +128,15 @@ bool Budget::take_evidence_signature(const EVP_PKEY* key, bool given, std::size_
     if (given && !take(given_signatures_, limits_.given_evidence_signatures, cost)) {
         return false;
     }
-    return take_signature(evidence_signatures_, limits_.evidence_signatures, cost);
+    return take_with_work(evidence_signatures_, limits_.evidence_signatures, cost);
 }
 
-bool Budget::take_responder(bool given) {
-    if (given && !take(given_responders_, limits_.given_responders, 1U)) {
+bool Budget::take_responder(const CERT_PUBLIC_KEY_INFO& key, std::size_t octets, bool given) {
+    const unsigned cost = reading_cost(key) + static_cast<unsigned>(octets / kOctetsReadForOneCost);
+    if (given && !take(given_responders_, limits_.given_responders, cost)) {
         return false;
     }
-    return take(responders_, limits_.responders, 1U);
+    return take_with_work(responders_, limits_.responders, cost);
 }
 
 bool Budget::take_comparisons(std::size_t count, bool given) {

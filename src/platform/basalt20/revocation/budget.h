@@ -29,9 +29,10 @@ struct BudgetLimits {
     // not use up what the authority's own answer needs. Enough for the weekly answers of two years
     // by P-384, since nothing is good while some weren't looked at.
     unsigned given_evidence_signatures = 1600;
-    // Certificates of responders that came with answers: to read one may cost a millisecond.
-    unsigned responders = 48;
-    unsigned given_responders = 32; // of these, with what came with the question
+    // Certificates of responders that came with answers: what it costs to read them, which a
+    // compressed key makes a millisecond and more of.
+    unsigned responders = 720;
+    unsigned given_responders = 480; // of these, with what came with the question
     // Names, entries and possible signers held against each other, each about a tenth of a
     // microsecond: what an honest token of many years takes is some thousands.
     std::size_t comparisons = 3'000'000;
@@ -39,6 +40,8 @@ struct BudgetLimits {
     unsigned judged_paths = 16;
     // Beside these, of the machine's and its user's certificates alone.
     unsigned own_judged_paths = 64;
+    // How often those of who signs evidence may be judged again, for another list.
+    unsigned judged_again = 2000;
     unsigned heard_paths = 64; // by which certificates of a key may have something to tell
     unsigned steps = 1000;
     unsigned fetching_paths = 2;
@@ -71,7 +74,7 @@ public:
     // `given`: the object or its signer's certificate came with the question. `octets`: what has to
     // be hashed for it, for which there is work, too.
     bool take_evidence_signature(const EVP_PKEY* key, bool given, std::size_t octets = 0);
-    bool take_responder(bool given);
+    bool take_responder(const CERT_PUBLIC_KEY_INFO& key, std::size_t octets, bool given);
     bool take_reading(const CERT_PUBLIC_KEY_INFO& key) { return take_work(reading_cost(key)); }
     // `given`: for something that came with the question. After a refusal there are none left:
     // whoever has asked for too many once needn't ask in smaller pieces.
@@ -93,13 +96,13 @@ public:
         return certificate_signatures_ + own_certificate_signatures_;
     }
     unsigned evidence_signatures() const { return evidence_signatures_; }
-    unsigned responders() const { return responders_; }
+    unsigned responders() const { return responders_; } // by their costs
     std::size_t comparisons() const { return comparisons_; }
     unsigned judged_paths() const { return judged_paths_; }
     unsigned steps() const { return steps_; }
 
 private:
-    bool take_signature(unsigned& used, unsigned limit, unsigned cost);
+    bool take_with_work(unsigned& used, unsigned limit, unsigned cost);
     bool take_work(unsigned cost) { return !shared_ || shared_->take_work(cost); }
 
     BudgetLimits limits_;

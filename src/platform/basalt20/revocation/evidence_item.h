@@ -26,6 +26,7 @@ struct EvidenceItem {
     bool given() const { return source == EvidenceSource::given && !own; }
     // To be hashed for whoever asks; one's own list is as long as one wants it.
     std::size_t octets_to_pay() const { return own ? 0 : encoded.size(); }
+    FileTicks made_at() const { return list ? list->this_update : answer->produced_at; } // usable
     EvidenceKind kind() const { return list != nullptr ? EvidenceKind::crl : EvidenceKind::ocsp; }
 };
 

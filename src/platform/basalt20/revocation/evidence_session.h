@@ -70,6 +70,8 @@ public:
     // The certificates of responders that OpenSSL has read, null for those that it can't; however
     // many answers each has come with.
     std::map<Sha256, CertificateEntry> responders;
+    // By its own word, of that authority; before OpenSSL reads it.
+    std::map<std::pair<const CertificateBody*, const X509Entry*>, bool> may_be_delegates;
     // What spoke for the signer of a list or answer that was accepted, where that signer has a
     // status of its own.
     std::map<const EvidenceItem*, std::vector<DecidingEvidence>> support;

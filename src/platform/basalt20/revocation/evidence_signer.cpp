@@ -1,5 +1,9 @@
 #include <basalt/revocation/evidence_signer.h>
 
+#include <basalt/certificate/extended_key_usage.h>
+#include <basalt/coding/flat_block.h>
+#include <basalt/coding/openssl_owner.h>
+
 #include <openssl/err.h>
 
 #include <algorithm>
@@ -10,6 +14,23 @@ namespace {
 
 // In the budget's comparisons: to look which key and which strength a signature needs.
 constexpr std::size_t kTryingASigner = 5;
+constexpr std::size_t kOctetsCompared =
+    16; // for one; to take a name apart takes one for each octet
+
+constexpr char kExtendedKeyUsage[] = "2.5.29.37";
+constexpr BYTE kOcspSigning[] = {0x2B, 0x06, 0x01, 0x05, 0x05, 0x07, 0x03, 0x09};
+
+bool is_name(Bytes encoded, const X509_NAME* name) {
+    const unsigned char* octets = nullptr;
+    std::size_t size = 0;
+    if (X509_NAME_get0_der(name, &octets, &size) == 1 && same_bytes(encoded, {octets, size})) {
+        return true;
+    }
+    const unsigned char* cursor = encoded.data();
+    const OpensslOwner<X509_NAME, X509_NAME_free> read(
+        d2i_X509_NAME(nullptr, &cursor, static_cast<long>(encoded.size())));
+    return read && X509_NAME_cmp(read.get(), name) == 0;
+}
 
 bool has_subject(const X509Entry& entry, const X509_NAME* name) {
     return X509_NAME_cmp(X509_get_subject_name(entry.certificate.get()), name) == 0;
@@ -39,10 +60,6 @@ bool same(const X509Entry& a, const X509Entry& b) {
     return X509_cmp(a.certificate.get(), b.certificate.get()) == 0;
 }
 
-FileTicks made_at(const EvidenceItem& item) {
-    return item.list ? item.list->this_update : item.answer->produced_at;
-}
-
 } // namespace
 
 // When whoever signed it has to be entitled to. While the certificate is valid only what is in
@@ -51,7 +68,7 @@ FileTicks made_at(const EvidenceItem& item) {
 FileTicks EvidenceSigner::moment_of(const EvidenceItem& item) const {
     const auto end = ticks_of(X509_get0_notAfter(path_[index_]->certificate.get()));
     const bool ended = end && *end + kTicksPerSecond <= question_.now;
-    return ended ? made_at(item) : question_.now;
+    return ended ? item.made_at() : question_.now;
 }
 
 StatusQuestion EvidenceSigner::question_about_signer(FileTicks at) const {
@@ -87,14 +104,34 @@ bool EvidenceSigner::is_delegate(const EvidenceItem& item, const X509Entry& resp
            session_.signatures.good(responder, authority, question_.strength, item.given());
 }
 
+// What can't be one by its own word OpenSSL needn't read.
+bool EvidenceSigner::may_be_delegate(const EvidenceItem& item, const CertificateBody& responder) {
+    const auto [known, is_new] =
+        session_.may_be_delegates.try_emplace({&responder, issuer().get()}, false);
+    if (!is_new) {
+        return known->second;
+    }
+    const CERT_INFO& info = responder.info();
+    const CERT_EXTENSION* usages =
+        CertFindExtension(kExtendedKeyUsage, info.cExtension, info.rgExtension);
+    if (usages == nullptr || !session_.affords(item, kTryingASigner + info.Issuer.cbData +
+                                                         usages->Value.cbData / kOctetsCompared)) {
+        return false;
+    }
+    known->second =
+        names_usage(bytes_of(usages->Value), kOcspSigning) &&
+        is_name(bytes_of(info.Issuer), X509_get_subject_name(issuer()->certificate.get()));
+    return known->second;
+}
+
 // As OpenSSL has read it: each once, and not more of them than the budget has.
 CertificateEntry EvidenceSigner::prepared(const CertificateBody& responder, bool given) {
     const auto known = session_.responders.find(responder.digest());
     if (known != session_.responders.end()) {
         return known->second;
     }
-    if (!session_.budget.take_responder(given) ||
-        !session_.budget.take_reading(responder.info().SubjectPublicKeyInfo)) {
+    if (!session_.budget.take_responder(responder.info().SubjectPublicKeyInfo,
+                                        responder.encoded().size(), given)) {
         session_.signatures.note_left_out();
         return nullptr;
     }
@@ -115,7 +152,8 @@ bool EvidenceSigner::has_signed_answer(const EvidenceItem& item) {
         return true;
     }
     for (const auto& candidate : item.answer->responders) {
-        const CertificateEntry responder = prepared(*candidate, item.given());
+        const CertificateEntry responder =
+            may_be_delegate(item, *candidate) ? prepared(*candidate, item.given()) : nullptr;
         if (!responder || !is_delegate(item, *responder) ||
             !session_.signatures.good(*item.answer, *responder, question_.strength, item.given(),
                                       item.octets_to_pay())) {

@@ -34,6 +34,7 @@ private:
     bool has_signed_answer(const EvidenceItem& item);
     bool is_delegate(const EvidenceItem& item, const X509Entry& responder);
     bool is_trusted_delegate(const EvidenceItem& item, const CertificateEntry& responder);
+    bool may_be_delegate(const EvidenceItem& item, const CertificateBody& responder);
     CertificateEntry prepared(const CertificateBody& responder, bool given);
     bool is_in_good_standing(const EvidenceItem& item, CertificatePathView path, FileTicks at);
     // Whether path[index] passes; what spoke for it is kept with the item that hangs on it.

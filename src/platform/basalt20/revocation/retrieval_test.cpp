@@ -299,8 +299,9 @@ TEST(BudgetTest, SpendsByCostAndNeverBeyondItsLimits) {
     limits.certificate_signatures = dear + 1;
     limits.evidence_signatures = 2 * dear + 1;
     limits.given_evidence_signatures = dear;
-    limits.judged_paths = limits.steps = limits.fetching_paths = limits.given_responders = 1;
-    limits.responders = 2;
+    limits.judged_paths = limits.steps = limits.fetching_paths = 1;
+    limits.given_responders = 4;
+    limits.responders = 20;
     Budget budget(limits);
     EXPECT_TRUE(budget.take_certificate_signature(p384.get()));
     EXPECT_FALSE(budget.take_certificate_signature(p384.get()));
@@ -312,10 +313,17 @@ TEST(BudgetTest, SpendsByCostAndNeverBeyondItsLimits) {
     EXPECT_TRUE(budget.take_evidence_signature(p384.get(), false));
     EXPECT_TRUE(budget.take_evidence_signature(p256.get(), false));
     EXPECT_FALSE(budget.take_evidence_signature(p256.get(), false));
-    EXPECT_TRUE(budget.take_responder(true));
-    EXPECT_FALSE(budget.take_responder(true)) << "the share of what is given";
-    EXPECT_TRUE(budget.take_responder(false));
-    EXPECT_FALSE(budget.take_responder(false));
+    char rsa[] = "1.2.840.113549.1.1.1";
+    char curve[] = "1.2.840.10045.2.1"; // and no name of one
+    CERT_PUBLIC_KEY_INFO key{};
+    key.Algorithm.pszObjId = rsa;
+    EXPECT_TRUE(budget.take_responder(key, 1'000, true));
+    EXPECT_TRUE(budget.take_responder(key, 10'000, true));
+    EXPECT_FALSE(budget.take_responder(key, 1'000, true)) << "the share of what is given";
+    key.Algorithm.pszObjId = curve;
+    EXPECT_TRUE(budget.take_responder(key, 1'000, false));
+    EXPECT_FALSE(budget.take_responder(key, 1'000, false));
+    EXPECT_EQ(budget.responders(), 19u);
     EXPECT_TRUE(budget.take_judged_path() && budget.take_step() && budget.take_fetching_path());
     EXPECT_FALSE(budget.take_judged_path() || budget.take_step() || budget.take_fetching_path());
 }
