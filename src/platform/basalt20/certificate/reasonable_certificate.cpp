@@ -24,6 +24,7 @@ constexpr std::string_view kDistributionPoints = "2.5.29.31";
 constexpr std::string_view kRsaKeys[] = {"1.2.840.113549.1.1.1", "1.2.840.113549.1.1.10",
                                          "1.2.840.113549.1.1.7", "2.5.8.1.1"};
 constexpr std::string_view kCurveKey = "1.2.840.10045.2.1";
+constexpr std::string_view kDsaKey = "1.2.840.10040.4.1";
 
 bool is_rsa(std::string_view oid) {
     return std::find(std::begin(kRsaKeys), std::end(kRsaKeys), oid) != std::end(kRsaKeys);
@@ -33,19 +34,30 @@ std::size_t size_in_der(std::size_t content) {
     return content + (content < 0x80 ? 2 : content < 0x100 ? 3 : 4);
 }
 
+Bytes bits_of(const CERT_PUBLIC_KEY_INFO& key) {
+    return {key.PublicKey.pbData, key.PublicKey.cbData};
+}
+
 struct RsaKey {
     std::size_t modulus_bytes = 0;
     std::size_t exponent_bytes = 0;
     bool is_canonical = false;
 };
 
+// In its shortest form. OpenSSL takes negative ones as if they weren't.
+std::size_t size_of_positive(const Element& number) {
+    const Bytes shortest = minimal_integer(number.contents);
+    require((shortest[0] & 0x80) == 0, CRYPT_E_ASN1_CORRUPT);
+    return shortest.size();
+}
+
 // RSAPublicKey (RFC 8017, A.1.1).
 std::optional<RsaKey> rsa_key(const CERT_PUBLIC_KEY_INFO& key) {
     try {
-        const Bytes bits(key.PublicKey.pbData, key.PublicKey.cbData);
+        const Bytes bits = bits_of(key);
         DerReader numbers(sole_element(bits, tag::kSequence).contents);
-        const std::size_t modulus = minimal_integer(numbers.take(tag::kInteger).contents).size();
-        const std::size_t exponent = minimal_integer(numbers.take(tag::kInteger).contents).size();
+        const std::size_t modulus = size_of_positive(numbers.take(tag::kInteger));
+        const std::size_t exponent = size_of_positive(numbers.take(tag::kInteger));
         return RsaKey{modulus, exponent,
                       bits.size() == size_in_der(size_in_der(modulus) + size_in_der(exponent))};
     } catch (const Fault&) {
@@ -56,13 +68,40 @@ std::optional<RsaKey> rsa_key(const CERT_PUBLIC_KEY_INFO& key) {
 bool is_reasonable_rsa(const CERT_PUBLIC_KEY_INFO& info) {
     const std::optional<RsaKey> key = rsa_key(info);
     // One more byte each for the sign.
-    return key && key->is_canonical && key->modulus_bytes <= kMaxModulusBytes + 1 &&
+    return key && key->modulus_bytes <= kMaxModulusBytes + 1 &&
            key->exponent_bytes <= kMaxExponentBytes + 1;
+}
+
+// DSAPublicKey (RFC 3279, 2.3.2).
+bool is_canonical_dsa(const CERT_PUBLIC_KEY_INFO& key) {
+    try {
+        const Bytes bits = bits_of(key);
+        return bits.size() == size_in_der(size_of_positive(sole_element(bits, tag::kInteger)));
+    } catch (const Fault&) {
+        return false;
+    }
+}
+
+// In the only form in which it may be written, but for points, which have several: else two
+// certificates of a key couldn't be told to be that.
+bool is_canonical(const CERT_PUBLIC_KEY_INFO& key) {
+    if (key.PublicKey.cUnusedBits != 0) {
+        return false;
+    }
+    const std::string_view oid = key.Algorithm.pszObjId;
+    if (oid == kDsaKey) {
+        return is_canonical_dsa(key);
+    }
+    if (!is_rsa(oid)) {
+        return true;
+    }
+    const std::optional<RsaKey> numbers = rsa_key(key);
+    return numbers && numbers->is_canonical;
 }
 
 bool is_reasonable_key(const CERT_PUBLIC_KEY_INFO& key) {
     const std::string_view oid = key.Algorithm.pszObjId;
-    if (key.PublicKey.cbData > kMaxKeyBytes) {
+    if (key.PublicKey.cbData > kMaxKeyBytes || !is_canonical(key)) {
         return false;
     }
     if (oid == kCurveKey) {
@@ -111,12 +150,7 @@ bool is_affordable(const CertificateBody& certificate) {
 }
 
 bool has_canonical_key(const CertificateBody& certificate) {
-    const CERT_PUBLIC_KEY_INFO& key = certificate.info().SubjectPublicKeyInfo;
-    if (!is_rsa(key.Algorithm.pszObjId)) {
-        return true;
-    }
-    const std::optional<RsaKey> numbers = rsa_key(key);
-    return numbers && numbers->is_canonical;
+    return is_canonical(certificate.info().SubjectPublicKeyInfo);
 }
 
 bool is_reasonable(const CertificateBody& certificate) {

@@ -16,8 +16,9 @@ inline constexpr int kMaxKeyBits = 8192;
 // of them, and as many mappings, are the most.
 bool is_affordable(const CertificateBody& certificate);
 
-// False for an RSA key that isn't written in the one form that DER has: one that may be written in
-// many couldn't be told from others, and what is said of it not be heard.
+// False for a key that isn't written in the one form that DER has for it, though OpenSSL reads it:
+// one that may be written in many couldn't be told from others, and what is said of it not be
+// heard. Points have three forms, all of which count as that.
 bool has_canonical_key(const CertificateBody& certificate);
 
 // False for one that isn't affordable, or has no canonical key, for one over 64 KiB, with a name
