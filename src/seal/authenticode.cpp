@@ -134,6 +134,17 @@ std::optional<Time> signing_time(const SignatureInfo& signature) {
                : std::nullopt;
 }
 
+// No nonce binds the answer to the question: the clock has to.
+void require_near(Time time, Time now) {
+    constexpr std::chrono::minutes kFarthest{10};
+    if (time > now + kFarthest || time < now - kFarthest) {
+        throw Error(Category::refused, "time_differs",
+                    Halcyon::PKI::TSP::Client::kResultTimeOutsideWindow,
+                    "the stamp's time " + utc_text(time) + " is too far from this machine's",
+                    "check this machine's clock; if that is right, ask another server");
+    }
+}
+
 // The certificate of the message that its signer names.
 ATL2::CCertContext signer_of(const ATL2::CCryptMsg& message, const ATL2::CCertStore& store) {
     DWORD size = 0;
@@ -209,6 +220,7 @@ AuthenticodeStamp judge(Bytes answer, ByteView content, const AuthenticodeOption
     if (options.verify) {
         const auto now =
             std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now());
+        require_near(stamp.time.value_or(now), now);
         require_chain(TrustInForce(options.trust), store, signer.get(), stamp.time.value_or(now));
     }
     stamp.der = std::move(answer);

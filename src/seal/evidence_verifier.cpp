@@ -48,11 +48,9 @@ public:
         verdict.remarks = std::move(links.remarks);
         verdict.compared = !objects.empty();
         const auto& stamps = record.info().stamps;
-        OneFile file;
+        const std::vector<Verdict> verdicts = verdicts_on(stamps, links.roots);
         for (std::size_t i = 0; i < links.roots.size(); ++i) {
-            const bool last = i + 1 == stamps.size();
-            verdict.stamps.push_back(judge(stamps[i], links.roots[i],
-                                           last ? nullptr : &stamps[i + 1], i, file, verdict));
+            verdict.stamps.push_back(judged(stamps, i, verdicts[i], verdict));
         }
         conclude(record, verdict);
         return verdict;
@@ -64,16 +62,27 @@ private:
         bool used = false; // by some stamp
     };
 
-    JudgedStamp judge(const ArchiveStampInfo& info, const Digest& root,
-                      const ArchiveStampInfo* next, std::size_t index, OneFile& file,
-                      EvidenceVerdict& whole) const {
+    // The newest first: what is asked for its sake may tell of those that it renewed.
+    std::vector<Verdict> verdicts_on(const std::vector<ArchiveStampInfo>& stamps,
+                                     const std::vector<Digest>& roots) const {
+        std::vector<Verdict> verdicts(roots.size());
+        OneFile file;
+        for (std::size_t i = roots.size(); i-- > 0;) {
+            const bool last = i + 1 == stamps.size();
+            verdicts[i] =
+                verdict_on(stamps[i].stamp, roots[i],
+                           last ? trust_.as_of : std::optional(stamps[i + 1].stamp.time()), file);
+        }
+        return verdicts;
+    }
+
+    static JudgedStamp judged(const std::vector<ArchiveStampInfo>& stamps, std::size_t index,
+                              const Verdict& verdict, EvidenceVerdict& whole) {
         JudgedStamp one;
-        one.chain = info.chain;
-        one.verdict =
-            verdict_on(info.stamp, root,
-                       next != nullptr ? std::optional(next->stamp.time()) : trust_.as_of, file);
+        one.chain = stamps[index].chain;
+        one.verdict = verdict;
         one.certificates_end = first_end(one.verdict);
-        if (next != nullptr) {
+        if (index + 1 < stamps.size()) {
             one.covered_by = index + 1;
         }
         one.covered_in_time = one.certificates_end && one.verdict.as_of <= *one.certificates_end;

@@ -179,6 +179,18 @@ class TheAnswer(AuthenticodeTest):
                 self.expect(self.stamp("--url", self.server.url), REFUSED, "not an Authenticode stamp" if answer else "empty")
                 self.assertFalse(self.out.exists())
 
+    @unittest.skipIf(*program.NO_OTHER_CLOCK)
+    def test_one_of_another_time_may_be_an_old_answer(self):
+        """By this machine's clock, since no nonce binds the answer."""
+        self.addCleanup(setattr, self.workspace, "environment", dict(self.workspace.environment))
+        for clock, status, words in (("+9m", GOOD, ()), ("+11m", REFUSED, ("0xC2100122", "too far")),
+                                     ("-11m", REFUSED, ("0xC2100122", "too far"))):
+            with self.subTest(clock):
+                self.workspace.environment.update(program.by_clock(clock))
+                self.expect(self.stamp(*self.trust), status, *words)
+                self.assertEqual(self.out.exists(), status == GOOD)
+                self.out.unlink(missing_ok=True)
+
     def test_an_unknown_root_is_refused(self):
         line = self.expect(self.stamp("--url", self.authority.url), REFUSED, "0x800B0109", "Throw-away root")
         self.assertFalse(self.out.exists())
