@@ -3,17 +3,20 @@ does what comes beside it keep anybody from being asked."""
 
 import collections
 import datetime
+import hashlib
 import shutil
 
 import forge
 import page_server
 import program
-from asn1crypto import crl, x509
+from asn1crypto import algos, core, crl, ocsp, x509
 from hostile_tokens import DIGEST, NO_CHECK, TokenTest
 from program import GOOD, REFUSED, UNREACHABLE
 
 REVOKED = "0x80092010"
 AVAILABLE = ("--revocation", "available")
+NOW = forge.now()  # for all that is dated here: the same dates are the same
+HOUR = datetime.timedelta(hours=1)
 
 
 class Handler(page_server.Handler):
@@ -22,17 +25,36 @@ class Handler(page_server.Handler):
         self.do_POST()
 
 
-def list_of(issuer, *revoked, made=forge.days(1), until=forge.days(7), extensions=(), number=1):
+def list_of(issuer, *revoked, made=forge.days(1), until=forge.days(7), extensions=(), number=1, since=forge.days(2)):
     """One of forge's, made so long ago, until so long from now; `revoked` are a certificate and a reason."""
-    two_days_ago = forge.now() - forge.days(2)
     tbs = crl.CertificateList.load(forge.make_crl(
-        issuer, [(one.serial, two_days_ago, reason) for one, reason in revoked]))["tbs_cert_list"]
-    tbs["this_update"] = x509.Time({"utc_time": forge.now() - made})
-    tbs["next_update"] = x509.Time({"utc_time": forge.now() + until})
+        issuer, [(one.serial, NOW - since, reason) for one, reason in revoked]))["tbs_cert_list"]
+    tbs["this_update"] = x509.Time({"utc_time": NOW - made})
+    tbs["next_update"] = x509.Time({"utc_time": NOW + until})
     others = [one for one in tbs["crl_extensions"] if one["extn_id"].native != "crl_number"]
     tbs["crl_extensions"] = [*others, {"extn_id": "crl_number", "critical": False, "extn_value": number}, *extensions]
     content = tbs.dump(force=True)
     return forge.element(0x30, content + tbs["signature"].dump() + forge.element(3, b"\0" + issuer.key.sign(content)))
+
+
+def scope(**fields):
+    return {"extn_id": "issuing_distribution_point", "critical": True, "extn_value": fields}
+
+
+def answer_of(issuer, certificate, reason=None, *, made, until=forge.days(2), produced=None, since=forge.days(2)):
+    """One of forge's by the issuer itself, dated as `list_of` does it."""
+    whole = ocsp.OCSPResponse.load(forge.answer_of(issuer, issuer, certificate, reason))
+    basic = whole["response_bytes"]["response"].parsed
+    data = basic["tbs_response_data"]
+    said = data["responses"][0]
+    data["produced_at"] = NOW - (made if produced is None else produced)
+    said["this_update"] = NOW - made
+    said["next_update"] = NOW + until
+    if reason:
+        said["cert_status"].chosen["revocation_time"] = NOW - since
+    basic["signature"] = issuer.key.sign(data.dump(force=True))
+    whole["response_bytes"]["response"] = ocsp.BasicOCSPResponse.load(basic.dump(force=True))
+    return whole.dump(force=True)
 
 
 class FetchedRevocation(TokenTest):
@@ -99,26 +121,126 @@ class FetchedRevocation(TokenTest):
                 self.verify(asked)  # has the older one fetched
                 self.refuses(stamp, REVOKED)
                 self.refuses(stamp, REVOKED, "--offline")
-        self.begin("ca.crl", list_of(self.ca, (self.signer, "certificate_hold")))
-        self.refuses(stamp, REVOKED)
-        self.publish("ca.crl", list_of(self.ca, made=datetime.timedelta(hours=1)))  # newer: the hold was lifted
-        for options in ((), (), ("--offline",)):
-            self.passes(stamp, *options)
+
+    def test_a_hold_that_was_seen_lifted_stays_lifted(self):
+        stamp = self.stamp_of(self.signer, self.ca)
+        for extensions in ((), [scope(only_contains_user_certs=True)]):
+            self.begin("ca.crl", list_of(self.ca, (self.signer, "certificate_hold")))
+            self.refuses(stamp, REVOKED)
+            self.publish("ca.crl", list_of(self.ca, made=HOUR, extensions=extensions))
+            for options in ((), (), ("--offline",)):
+                with self.subTest(other_scope=bool(extensions), options=options):
+                    self.passes(stamp, *options)
+        lister = self.authority_named("ca", self.root, "root.crl")
+        self.begin("ca.crl", list_of(lister, (self.signer, "certificate_hold")))
+        self.refuses(self.stamp_of(self.signer, self.ca, lister), REVOKED)
+        self.publish("ca.crl", list_of(self.ca, made=HOUR))
+        self.passes(stamp)  # without the certificate of who had told the hold
+
+    def test_what_revokes_for_good_is_kept_whatever_was_kept_before(self):
+        """What was kept was good half an hour ago and has run out; what revokes has another scope, or is no newer."""
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        neighbour, taken = [(forge.issue(self.folder, "neighbour", self.ca), "superseded")], (self.signer, "key_compromise")
+        users = {"extensions": [scope(only_contains_user_certs=True)]}
+        identified = {"extensions": [{"extn_id": "authority_key_identifier", "critical": False,
+                                      "extn_value": {"key_identifier": self.ca.key.spki.sha1}}]}
+        then = (NOW - HOUR / 2).strftime("%Y-%m-%dT%H:%M:%SZ")
+        same = {"made": 2 * HOUR, "until": -HOUR / 60}
+        newer = {"made": HOUR / 4, "number": 2}
+        for name, others, kept, revoking in (
+                ("for users alone", neighbour, {}, {**newer, **users}),
+                ("for all", neighbour, users, newer),
+                ("with the key's name", neighbour, {}, {**newer, **identified}),
+                ("of the same second", neighbour, {}, same),
+                ("older, in force", [], {}, {"made": 3 * HOUR}),
+                ("answer, older", None, {}, {"made": 2 * HOUR + HOUR / 60}),
+                ("answer of the same second", None, {}, same)):
+            if others is None:
+                page, stamp = "ocsp", self.stamp_of(asking, self.ca)
+                first, second = answer_of(self.ca, asking, **same), answer_of(self.ca, asking, "key_compromise", **revoking)
+            else:
+                page, stamp = "ca.crl", self.stamp_of(self.signer, self.ca)
+                first, second = list_of(self.ca, *others, **same, **kept), list_of(self.ca, *others, taken, **revoking)
+            self.begin(page, first)
+            self.passes(stamp, "--at", then)
+            self.publish(page, second)
+            self.refuses(stamp, REVOKED)
+            self.publish(page, first)
+            for source in ("as it was", "gone"):
+                for options in (AVAILABLE, (*AVAILABLE, "--offline")):
+                    with self.subTest(name, source=source, options=options):
+                        self.refuses(stamp, REVOKED, *options)
+                self.server.pages.clear()
+
+    def test_nothing_of_the_future_is_kept(self):
+        """A thief of the signer's key would make it so that nothing is newer for years."""
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        far = {"made": -forge.days(3000), "until": forge.days(3300)}
+        later = {**far, "reason": "superseded", "since": -forge.days(3000)}
+        honest = {"ocsp": answer_of(self.ca, asking, "key_compromise", made=HOUR),
+                  "ca.crl": list_of(self.ca, (self.signer, "key_compromise"), made=HOUR)}
+        for name, page, signer, future in (
+                ("answer", "ocsp", asking, answer_of(self.ca, asking, **later)),
+                ("answer, made today", "ocsp", asking, answer_of(self.ca, asking, **later, produced=HOUR)),
+                ("list", "ca.crl", self.signer, list_of(self.ca, (self.signer, "certificate_hold"), **far))):
+            with self.subTest(name):
+                stamp = self.stamp_of(signer, self.ca)
+                self.begin(page, future)
+                self.cannot_tell(stamp)
+                self.publish(page, honest[page])
+                self.refuses(stamp, REVOKED)
+                self.server.pages.clear()
+                self.refuses(stamp, REVOKED, *AVAILABLE, "--offline")
+
+    def test_what_nobody_signed_of_an_answer_is_not_kept(self):
+        """It could push out all that is kept."""
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        basic = ocsp.OCSPResponse.load(answer_of(self.ca, asking, made=HOUR))["response_bytes"]["response"].parsed
+        parts = b"".join(basic[part].dump() for part in ("tbs_response_data", "signature_algorithm", "signature"))
+        for octets, offline in ((1000, GOOD), (300_000, UNREACHABLE)):
+            junk = forge.element(0x30, forge.element(0x04, bytes(octets)))
+            whole = forge.element(0x30, parts + forge.element(0xA0, forge.element(0x30, junk)))
+            self.begin("ocsp", forge.element(0x30, b"\x0a\x01\0" + forge.element(0xA0, forge.element(
+                0x30, core.ObjectIdentifier("1.3.6.1.5.5.7.48.1.1").dump() + forge.element(4, whole)))))
+            stamp = self.stamp_of(asking, self.ca)
+            self.passes(stamp)
+            with self.subTest(octets=octets):
+                self.expect(self.verify(stamp, "--offline"), offline)
+
+    def test_made_up_authorities_keep_nobody_from_fetching_the_right_one(self):
+        """In its name and with its key, which anybody knows."""
+        self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
+        self.addCleanup(self.workspace.configure, "")
+        where = x509.GeneralName("uniform_resource_identifier", self.url + "ca.cer")
+        signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl", extra_extensions=[{
+            "extn_id": "authority_information_access", "critical": False,
+            "extn_value": [{"access_method": "ca_issuers", "access_location": where}]}])
+        side = forge.issue(self.folder, "side", self.root, ca=True, usage=("server_auth",))
+        def made_up(issuer):
+            return forge.issue(self.folder, "ca", issuer, ca=True, usage=None, key=self.ca.key)
+        def posing_as(authority):
+            return forge.Identity(authority.certificate, forge.Key(self.folder))
+        for name, above in (("nothing", []), ("self-named", [made_up(posing_as(self.ca))]),
+                            ("of the root", [made_up(posing_as(self.root))]),
+                            ("of nobody", [made_up(forge.issue(self.folder, "nobody", ca=True))]),
+                            ("for other uses", [made_up(side), side])):
+            with self.subTest(name):
+                self.begin("ca.crl", list_of(self.ca))
+                self.publish("ca.cer", self.ca.der)
+                self.passes(self.stamp_of(signer, *above))
 
     def test_neither_a_look_back_nor_a_newer_list_of_less_replaces_it(self):
         neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
         stamp, asked = self.stamp_of(self.signer, self.ca), self.stamp_of(neighbour, self.ca)
-        some = {"extn_id": "issuing_distribution_point", "critical": True,
-                "extn_value": {"only_some_reasons": {"key_compromise", "superseded"}}}
+        some = scope(only_some_reasons={"key_compromise", "superseded"})
         changes = {"extn_id": "delta_crl_indicator", "critical": True, "extn_value": 1}
-        hour = datetime.timedelta(hours=1)
-        before = (forge.now() - 3 * hour).strftime("%Y-%m-%dT%H:%M:%SZ")
+        before = (NOW - 3 * HOUR).strftime("%Y-%m-%dT%H:%M:%SZ")
         for name, content, options in (
                 ("older, as of then", list_of(self.ca, made=forge.days(3)), ("--at", before)),
                 ("for some reasons", list_of(self.ca, made=forge.days(0), extensions=[some]), ()),
                 ("changes alone", list_of(self.ca, made=forge.days(0), extensions=[changes], number=2), ())):
             with self.subTest(name):
-                self.begin("ca.crl", list_of(self.ca, (self.signer, "key_compromise"), made=hour, until=-hour / 60))
+                self.begin("ca.crl", list_of(self.ca, (self.signer, "key_compromise"), made=HOUR, until=-HOUR / 60))
                 self.refuses(stamp, REVOKED)
                 self.publish("ca.crl", content)
                 self.verify(asked, *options)
@@ -147,8 +269,7 @@ class FetchedRevocation(TokenTest):
     def test_judging_another_certificate_of_the_address_forgets_nothing(self):
         sub = self.authority_named("sub", self.ca, "ca.crl")
         lister = self.authority_named("ca", self.root, "root.crl")
-        users_only = {"extn_id": "issuing_distribution_point", "critical": True,
-                      "extn_value": {"only_contains_user_certs": True}}
+        users_only = scope(only_contains_user_certs=True)
         neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
         below = forge.issue(self.folder, "below", sub)
         taken = (self.signer, "key_compromise")
@@ -180,6 +301,52 @@ class FetchedRevocation(TokenTest):
                     with self.subTest(said=why, revoked=bool(revoked), options=options):
                         result = self.verify(accused, *options)
                         self.assertIn(result.returncode, statuses, result.stderr)
+
+    def test_a_hold_silences_nobody_who_speaks_of_a_theft(self):
+        """Whoever hands the stamp in chooses its lists: one with a hold, and not the one that lifted it."""
+        thefts = forge.issue(self.folder, "thefts", self.root, ca=True, usage=None, crl_url=self.url + "root.crl")
+        signer = forge.issue(self.folder, "signer", self.ca)
+        stolen = forge.issue(self.folder, "stolen", thefts, key=signer.key)
+        responder = forge.issue(self.folder, "responder", self.ca, usage=("ocsp_signing",), extra_extensions=[NO_CHECK])
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        said = [list_of(self.ca), list_of(thefts, (stolen, "key_compromise"))]
+        some = {"extensions": [scope(only_some_reasons={"certificate_hold", "superseded"})]}
+        part, whole = (list_of(self.root, (thefts, "certificate_hold"), made=forge.days(2), **more) for more in (some, {}))
+        held = list_of(self.ca, (responder, "certificate_hold"), made=forge.days(2), **some)
+        for name, of, lists, options, statuses in (
+                ("its issuer says nothing", signer, said, (), (REFUSED,)),
+                ("on hold", signer, [*said, whole], (), (REFUSED, UNREACHABLE)),
+                ("on hold, lifted", signer, [*said, whole, self.root_list], (), (REFUSED,)),
+                ("on hold by a part", signer, [*said, part], (), (REFUSED,)),
+                ("on hold by a part, lifted", signer, [*said, part, self.root_list], (), (REFUSED,)),
+                ("on hold by a part, lifted, offline", signer, [*said, part, self.root_list], ("--offline",), (REFUSED,)),
+                ("responder", asking, [], (), (REFUSED,)),
+                ("responder, if available", asking, [], AVAILABLE, (REFUSED,)),
+                ("responder on hold", asking, [held], (), (REFUSED, UNREACHABLE)),
+                ("responder on hold, if available", asking, [held], AVAILABLE, (REFUSED, UNREACHABLE))):
+            with self.subTest(name):
+                self.begin("ocsp", forge.answer_of(responder, self.ca, asking, "key_compromise"))
+                result = self.verify(self.stamp_of(of, self.ca, stolen, thefts, lists=lists), *options)
+                self.assertIn(result.returncode, statuses, result.stderr)
+
+    def test_of_a_record_the_newest_stamp_is_judged_first(self):
+        """What is fetched for its sake speaks of those that it renewed, too."""
+        def day(count):
+            return NOW - forge.days(count)
+        ca = self.authority_named("years", self.root, "root.crl", begin=day(29))
+        stolen, honest = (forge.issue(self.folder, name, ca, crl_url=self.url + "years.crl", begin=day(28))
+                          for name in ("stolen", "honest"))
+        said_then = [list_of(one, made=forge.days(12), until=-forge.days(5)) for one in (self.root, ca)]
+        self.info = forge.tst_info(DIGEST, time=day(20))
+        first = self.stamp_of(stolen, ca, lists=said_then)
+        self.info = forge.tst_info(hashlib.sha256(first).digest(), time=day(8))
+        chain = forge.element(0x30, b"".join(forge.element(0x30, one) for one in (first, self.stamp_of(honest, ca))))
+        hashes = forge.element(0x30, algos.DigestAlgorithm({"algorithm": "sha256"}).dump())
+        record = self.workspace.write("record.ers", forge.element(
+            0x30, core.Integer(1).dump() + hashes + forge.element(0x30, chain)))
+        for lists, status in (((), GOOD), (((stolen, "key_compromise"),), REFUSED)):
+            self.begin("years.crl", list_of(ca, *lists, since=forge.days(10)))
+            self.expect(self.workspace.run("verify", record, "--data", self.data, "--roots", self.roots), status)
 
     def test_twins_take_nobodys_turn_to_be_asked(self):
         """Of a way up whose source is gone there may be many; the good one goes behind them, by its digest."""

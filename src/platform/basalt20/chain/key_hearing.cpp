@@ -190,15 +190,16 @@ bool KeyHearing::is_in_time(const Path& path, const StatusFinding& finding) cons
            all_valid_at(said_at(finding, question_.now));
 }
 
-// Of whom nothing is known is believed; that he was revoked must be told.
+// Of whom nothing is known is believed; that he was revoked for good must be told.
 bool KeyHearing::is_in_good_standing(const Path& path, const StatusFinding& finding, bool& untold) {
     const FileTicks said = said_at(finding, question_.now);
     for (std::size_t i = 1; i + 1 < path.size(); ++i) {
         const StatusFinding speaker = status_of(path, i, said, false);
-        if (speaker.heard_revoked) {
+        if (speaker.heard_revoked && !speaker.is_on_hold()) {
             return false;
         }
-        untold = untold || speaker.cause == UnknownCause::exhausted;
+        // A hold may have been lifted: by a stranger's choice of lists nobody falls silent.
+        untold = untold || speaker.is_on_hold() || speaker.cause == UnknownCause::exhausted;
     }
     return true;
 }

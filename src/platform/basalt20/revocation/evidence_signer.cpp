@@ -205,9 +205,9 @@ bool EvidenceSigner::has_sound_key(const EvidenceItem& item, const CertificateEn
     return is_sound;
 }
 
-// Nobody doubts that one is revoked of whom its own issuer says so.
+// Nobody doubts that one is revoked of whom its own issuer says so, if that can't be lifted.
 void EvidenceSigner::distrust(const StatusFinding& signer) {
-    is_distrusted_ = is_distrusted_ || !signer.is_beyond_doubt;
+    is_distrusted_ = is_distrusted_ || !signer.stands();
 }
 
 bool EvidenceSigner::is_on_path(const EvidenceItem& item) {

@@ -1,12 +1,14 @@
 #include <basalt/revocation/inquiry.h>
 
 #include <basalt/certificate/key_bits.h>
-#include <basalt/network/retrieval_cache.h>
+#include <basalt/revocation/kept_evidence.h>
 
 #include <openssl/err.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 namespace basalt {
@@ -20,6 +22,7 @@ constexpr std::size_t kToState = 2;
 constexpr std::size_t kOctetsCompared = 512;
 
 constexpr int kFewEntries = 16;
+constexpr std::size_t kMostOfAnAnswer = std::size_t{256} << 10; // that is kept
 
 constexpr char kRequestType[] = "application/ocsp-request";
 
@@ -69,6 +72,24 @@ bool have_same_scope(const CrlFacts& a, const CrlFacts& b) {
 
 bool has_entries(const CrlFacts& list) {
     return sk_X509_REVOKED_num(X509_CRL_get_REVOKED(list.list.get())) > 0;
+}
+
+Bytes signed_part(const EvidenceItem& list) {
+    return DerReader(sole_element(list.encoded, tag::kSequence).contents).take().whole;
+}
+
+std::vector<BYTE> word_of(const OcspFacts& answer) {
+    unsigned char* der = nullptr;
+    const int size = i2d_OCSP_RESPDATA(OCSP_resp_get0_respdata(answer.basic.get()), &der);
+    std::vector<BYTE> word(der, der + std::max(size, 0));
+    OPENSSL_free(der);
+    return word;
+}
+
+// Whatever is written around what is signed.
+bool say_the_same(const EvidenceItem& a, const EvidenceItem& b) {
+    return a.list ? same_bytes(signed_part(a), signed_part(b))
+                  : word_of(*a.answer) == word_of(*b.answer);
 }
 
 // When it was made, and until when it speaks: what of two is the newer.
@@ -199,28 +220,32 @@ std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
 
 bool Inquiry::consider_cached(const std::string& key, const std::string& url, EvidenceKind kind) {
     if (!session_.fetched.contains(key)) {
-        std::optional<CachedObject> cached = cached_object(key);
-        if (!cached) {
-            return false;
+        for (std::vector<BYTE>& object : kept_objects(key)) {
+            session_.take_in(key, make_item(EvidenceSource::cache, url, kind, std::move(object)));
         }
-        session_.take_in(key,
-                         make_item(EvidenceSource::cache, url, kind, std::move(cached->bytes)));
+    }
+    const auto found = session_.fetched.find(key);
+    if (found == session_.fetched.end()) {
+        return false;
     }
     Items items;
-    for (const EvidenceItem& item : session_.fetched[key]) {
+    for (const EvidenceItem& item : found->second) {
         items.push_back(&item);
     }
-    const EvidenceItem* last = items.back();
     const bool decided = consider(items);
-    if (last->source == EvidenceSource::cache && !is_accepted(*last)) {
-        // It was verified when it was kept: that its signer isn't at hand now, or that it is about
-        // others than this one, doesn't undo it.
-        if (!last->usable()) {
-            forget_object(key);
-        } else if (is_for_us(*last) && may_speak_against(*last)) {
-            contradicting_.push_back(last);
-        }
-    }
+    // What is cached was verified when it was kept: that its signer isn't at hand now, or that it
+    // is about others than this one, doesn't undo it. What has come since may.
+    const auto is_superseded = [&](const EvidenceItem& old) {
+        return std::any_of(items.begin(), items.end(), [&](const EvidenceItem* other) {
+            return is_accepted(*other) && supersedes(*other, old);
+        });
+    };
+    std::copy_if(items.begin(), items.end(), std::back_inserter(contradicting_),
+                 [&](const EvidenceItem* item) {
+                     return item->source == EvidenceSource::cache && item->usable() &&
+                            !is_accepted(*item) && is_for_us(*item) && may_speak_against(*item) &&
+                            !is_superseded(*item);
+                 });
     return decided && contradicting_.empty();
 }
 
@@ -242,11 +267,8 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     const EvidenceItem* item =
         session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
     static_cast<void>(consider({item}));
-    if (is_worth_keeping(*item) && is_newer_than_kept(*item, key)) {
-        cache_object(key, {item->encoded.begin(), item->encoded.end()});
-        std::erase_if(contradicting_, [&](const EvidenceItem* old) {
-            return old->url == url && old->kind() == kind;
-        });
+    if (is_worth_keeping(*item)) {
+        keep(*item, key);
     }
     return ends_search();
 }
@@ -341,8 +363,14 @@ bool Inquiry::is_accepted(const EvidenceItem& item) const {
                        [&](const List& list) { return list.item == &item; });
 }
 
-// What tells nothing now needn't be kept: a stale list, an authentic "unknown".
-bool Inquiry::is_worth_keeping(const EvidenceItem& item) const {
+// What tells nothing now needn't be kept: a stale list, an authentic "unknown". What was made ahead
+// of the real time would stay for years; and what is beside the word of an answer nobody signs: it
+// would push everything else out.
+bool Inquiry::is_worth_keeping(const EvidenceItem& item) {
+    if (!item.usable() || is_made_ahead(item) ||
+        (item.answer && item.encoded.size() > kMostOfAnAnswer)) {
+        return false;
+    }
     for (std::size_t i = 0; i < statements_.size(); ++i) {
         const Items& origin = origins_[i];
         if (std::find(origin.begin(), origin.end(), &item) != origin.end() &&
@@ -353,24 +381,40 @@ bool Inquiry::is_worth_keeping(const EvidenceItem& item) const {
     return false;
 }
 
-// An older one may be as authentic, and knows less; so does one of another scope, and a list that
-// tells what has changed.
-bool Inquiry::is_newer_than_kept(const EvidenceItem& item, const std::string& key) {
-    const std::optional<CachedObject> cached = cached_object(key);
-    if (!cached) {
-        return true;
-    }
-    const EvidenceItem kept =
-        make_item(EvidenceSource::cache, item.url, item.kind(), cached->bytes);
-    if (!kept.usable()) {
-        return true;
-    }
+// Looked at anew: nothing is remembered of what isn't kept by the session.
+bool Inquiry::revokes_for_good(const EvidenceItem& item) {
+    const auto is_for_good = [](const auto& one) { return one.reason != reason::kCertificateHold; };
     if (item.list) {
+        const std::vector<Revocation> entries = listing_of(item, certificate_).entries;
+        return std::any_of(entries.begin(), entries.end(), is_for_good);
+    }
+    const std::vector<Statement> said = statements_of(*item.answer, identity_);
+    return std::any_of(said.begin(), said.end(),
+                       [&](const Statement& one) { return one.revoked && is_for_good(one); });
+}
+
+bool Inquiry::is_made_ahead(const EvidenceItem& item) {
+    const FileTicks latest = std::max(question_.now, now_in_ticks()) + kClockTolerance;
+    if (item.made_at() > latest || !item.answer) {
+        return item.made_at() > latest;
+    }
+    const std::vector<Statement> said = statements_of(*item.answer, identity_);
+    return std::any_of(said.begin(), said.end(),
+                       [&](const Statement& one) { return one.this_update > latest; });
+}
+
+// An older one may be as authentic, and knows less; so does a list of another scope, or one that
+// tells what has changed. What revokes for good gives way to nothing that doesn't.
+bool Inquiry::supersedes(const EvidenceItem& newer, const EvidenceItem& older) {
+    if (revokes_for_good(older) && !revokes_for_good(newer)) {
+        return false;
+    }
+    if (newer.list) {
         const auto edition = [](const CrlFacts& list) {
             return edition_of(list.this_update, list.next_update);
         };
-        return edition(*item.list) > edition(*kept.list) &&
-               (have_same_scope(*item.list, *kept.list) || !has_entries(*kept.list));
+        return edition(*newer.list) > edition(*older.list) &&
+               have_same_scope(*newer.list, *older.list);
     }
     const auto edition = [&](const OcspFacts& answer) {
         Edition newest{};
@@ -379,7 +423,39 @@ bool Inquiry::is_newer_than_kept(const EvidenceItem& item, const std::string& ke
         }
         return newest;
     };
-    return edition(*item.answer) > edition(*kept.answer);
+    return edition(*newer.answer) > edition(*older.answer);
+}
+
+// Beside what was kept before and isn't out of date by this.
+void Inquiry::keep(const EvidenceItem& item, const std::string& key) {
+    std::vector<EvidenceItem> kept;
+    for (std::vector<BYTE>& object : kept_objects(key)) {
+        EvidenceItem old =
+            make_item(EvidenceSource::cache, item.url, item.kind(), std::move(object));
+        if (!old.usable() || is_made_ahead(old) || supersedes(item, old)) {
+            continue;
+        }
+        if (say_the_same(old, item) || supersedes(old, item)) {
+            return;
+        }
+        kept.push_back(std::move(old));
+    }
+    // The one that says the least goes.
+    if (kept.size() >= kMostKept) {
+        const auto weight = [&](const EvidenceItem& one) {
+            return std::tuple(revokes_for_good(one), one.list && has_entries(*one.list),
+                              one.made_at());
+        };
+        kept.erase(std::min_element(kept.begin(), kept.end(),
+                                    [&](const EvidenceItem& one, const EvidenceItem& other) {
+                                        return weight(one) < weight(other);
+                                    }));
+    }
+    std::vector<Bytes> objects{item.encoded};
+    for (const EvidenceItem& old : kept) {
+        objects.push_back(old.encoded);
+    }
+    keep_objects(key, objects);
 }
 
 bool Inquiry::hears(const EvidenceItem& item,

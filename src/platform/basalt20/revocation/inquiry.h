@@ -46,8 +46,11 @@ private:
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
-    bool is_worth_keeping(const EvidenceItem& item) const;
-    bool is_newer_than_kept(const EvidenceItem& item, const std::string& key);
+    bool is_worth_keeping(const EvidenceItem& item);
+    bool is_made_ahead(const EvidenceItem& item);
+    bool revokes_for_good(const EvidenceItem& item);
+    bool supersedes(const EvidenceItem& newer, const EvidenceItem& older);
+    void keep(const EvidenceItem& item, const std::string& key);
     void state(const Statement& statement, Items origin);
     void state_list(const List& list, const std::vector<const List*>& deltas);
     void state_with_delta(const List& base, const Statement& own, const List& delta);

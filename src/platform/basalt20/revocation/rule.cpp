@@ -7,7 +7,6 @@ namespace basalt {
 
 namespace {
 
-constexpr FileTicks kClockTolerance = 300 * kTicksPerSecond;
 // For a statement that doesn't say when the next one comes.
 constexpr FileTicks kUndatedLife = FileTicks{24} * 3600 * kTicksPerSecond;
 

@@ -43,6 +43,9 @@ using ReasonSet = std::uint16_t;
 inline constexpr ReasonSet kAllReasons = 0x1FE;
 inline constexpr ReasonSet kHoldReason = 1U << 6;
 
+// How far another clock may be ahead.
+inline constexpr FileTicks kClockTolerance = 300 * kTicksPerSecond;
+
 // What one list, a delta with its base, or one entry of an answer says of the certificate.
 struct Statement {
     FileTicks this_update = 0;

@@ -29,7 +29,7 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
     if (under_way_.empty() && std::exchange(judged_with_, taken_in_) != taken_in_) {
         // What has come since may revoke. Whoever was asked isn't asked again.
         std::erase_if(findings_, [](const auto& finding) {
-            return finding.second.standing != Standing::revoked || !finding.second.is_beyond_doubt;
+            return finding.second.standing != Standing::revoked || !finding.second.stands();
         });
     }
     // What was found when the sources were asked holds for whoever may not ask them, too, and goes

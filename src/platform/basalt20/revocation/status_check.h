@@ -57,6 +57,10 @@ struct StatusFinding {
     // Of a revoked one: its issuer's own key has told it, or one above that.
     bool is_beyond_doubt = false;
 
+    // Of a revoked one: nothing that may still come changes that. A newer word lifts a hold.
+    bool stands() const { return is_beyond_doubt && !is_on_hold(); }
+    bool is_on_hold() const { return heard_revoked && reason == reason::kCertificateHold; }
+
     // Something at hand says that the key is in strange hands, whichever statement decided: no
     // other path through it is good either.
     bool key_is_compromised = false;
