@@ -38,14 +38,20 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::string_view kSuffixes[] = {".tsr", ".tst", ".tsa"};
 
-// "report.pdf" for "report.pdf.tsr" and "report.pdf.2.tsr", if it is there; else nothing.
-std::string file_beside(const std::string& stamp) {
+// What "report.pdf.tsr" has before its suffix; nothing of other names.
+std::string name_within(const std::string& stamp) {
     for (const std::string_view suffix : kSuffixes) {
         if (stamp.size() > suffix.size() && stamp.ends_with(suffix)) {
-            return stamped_file(stamp.substr(0, stamp.size() - suffix.size()));
+            return stamp.substr(0, stamp.size() - suffix.size());
         }
     }
     return "";
+}
+
+// "report.pdf" for "report.pdf.tsr" and "report.pdf.2.tsr", if it is there; else nothing.
+std::string file_beside(const std::string& stamp) {
+    const std::string name = name_within(stamp);
+    return name.empty() ? "" : stamped_file(name);
 }
 
 // What came of one stamp: a line for people, an object for programs, and how bad it is.
@@ -259,6 +265,13 @@ private:
                 "it is a signed message: its stamps are compared with the signatures in "
                 "it, and with nothing else",
                 "leave out --data, --digest, --request and --report");
+        }
+        // By its name it would be taken for the stamp of that file.
+        if (!options_.no_data && !name_within(file).empty()) {
+            throw usage_error(
+                "it is named like a time-stamp and is a signed message, whose stamps are of the "
+                "signatures in it and of no file",
+                "give --no-data to have them judged as that");
         }
         outcome.json["kind"] = chronoseal::kind_name(found.kind);
         outcome.json["stamps"] = Json::array();

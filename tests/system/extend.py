@@ -255,6 +255,19 @@ class Signatures(WithRevocation):
     def attach(self, path, *options):
         return self.workspace.run("attach", path, "--url", self.authority.url, *self.roots, *options)
 
+    def test_a_signed_message_is_nobodys_stamp(self):
+        """Its own stamps tell nothing of the file that its name names."""
+        path = self.sign("message.p7s", "-outform", "DER", "-nodetach")
+        self.expect(self.attach(path, "--force"), GOOD)
+        report = self.workspace.write("report.pdf", b"nobody has stamped it")
+        for suffix in ("tsr", "2.tsr", "tst", "tsa"):
+            stamp = self.workspace.write(f"report.pdf.{suffix}", path.read_bytes())
+            for options in ((), ("--quiet",), ("--data", report)):
+                with self.subTest(suffix, options=options):
+                    self.expect(self.workspace.run("verify", stamp, *self.roots, *options), USAGE, "signed message")
+            self.expect(self.workspace.run("verify", stamp, *self.roots, "--no-data"), GOOD)
+        self.expect(self.workspace.run("verify", path, stamp, *self.roots), USAGE)
+
     def test_openssl_and_bouncycastle_take_what_was_stamped(self):
         folder = self.workspace.path
         rows = [("detached", ("-outform", "DER"), ("one",), ("--data", self.data)),
