@@ -5,6 +5,7 @@ import collections
 import datetime
 import hashlib
 import shutil
+import time
 
 import forge
 import page_server
@@ -192,6 +193,24 @@ class FetchedRevocation(TokenTest):
                 self.server.pages.clear()
                 self.refuses(stamp, REVOKED, *AVAILABLE, "--offline")
 
+    def test_a_theft_gives_way_to_nothing_lesser(self):
+        """The responder that told of it has ended since; another one's key was stolen, too, and says less."""
+        ends = forge.now() + datetime.timedelta(seconds=2)
+        said, later = (forge.issue(self.folder, name, self.ca, usage=("ocsp_signing",), extra_extensions=[NO_CHECK], end=end)
+                       for name, end in (("said", ends), ("later", None)))
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        self.info = forge.tst_info(DIGEST, time=NOW - forge.days(4))  # before anything was taken back
+        stamp = self.stamp_of(asking, self.ca)
+        self.begin("ocsp", forge.answer_of(said, self.ca, asking, "key_compromise", 3 * HOUR))
+        self.refuses(stamp, REVOKED)
+        while forge.now() <= ends:
+            time.sleep(0.1)
+        for reason, made in ((None, 2 * HOUR), ("superseded", HOUR), (None, HOUR / 2)):
+            self.publish("ocsp", forge.answer_of(later, self.ca, asking, reason, made))
+            for options in ((), AVAILABLE, (*AVAILABLE, "--offline")):
+                with self.subTest(says=reason, options=options):
+                    self.assertIn(self.verify(stamp, *options).returncode, (REFUSED, UNREACHABLE))
+
     def test_what_nobody_signed_of_an_answer_is_not_kept(self):
         """It could push out all that is kept."""
         asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
@@ -211,19 +230,23 @@ class FetchedRevocation(TokenTest):
         """In its name and with its key, which anybody knows."""
         self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
         self.addCleanup(self.workspace.configure, "")
-        where = x509.GeneralName("uniform_resource_identifier", self.url + "ca.cer")
-        signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl", extra_extensions=[{
-            "extn_id": "authority_information_access", "critical": False,
-            "extn_value": [{"access_method": "ca_issuers", "access_location": where}]}])
+        def naming(*pages):
+            where = [x509.GeneralName("uniform_resource_identifier", self.url + page) for page in pages]
+            return {"extn_id": "authority_information_access", "critical": False,
+                    "extn_value": [{"access_method": "ca_issuers", "access_location": one} for one in where]}
+        signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl",
+                             extra_extensions=[naming("ca.cer")])
+        four = naming("0", "1", "2", "3")
         side = forge.issue(self.folder, "side", self.root, ca=True, usage=("server_auth",))
-        def made_up(issuer):
-            return forge.issue(self.folder, "ca", issuer, ca=True, usage=None, key=self.ca.key)
+        def made_up(issuer, *named):
+            return forge.issue(self.folder, "ca", issuer, ca=True, usage=None, key=self.ca.key, extra_extensions=named)
         def posing_as(authority):
             return forge.Identity(authority.certificate, forge.Key(self.folder))
         for name, above in (("nothing", []), ("self-named", [made_up(posing_as(self.ca))]),
                             ("of the root", [made_up(posing_as(self.root))]),
                             ("of nobody", [made_up(forge.issue(self.folder, "nobody", ca=True))]),
-                            ("for other uses", [made_up(side), side])):
+                            ("for other uses", [made_up(side), side]),
+                            ("with addresses", [made_up(posing_as(self.root), four)])):
             with self.subTest(name):
                 self.begin("ca.crl", list_of(self.ca))
                 self.publish("ca.cer", self.ca.der)

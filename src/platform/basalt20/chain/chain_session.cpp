@@ -302,6 +302,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
             found = ask_network(question);
         }
     }
+    cut_short_ = cut_short_ || issuers_.left_out();
     if (!found && !reached_anchor_ && went_around_) {
         found = look_at_barred(question);
     }

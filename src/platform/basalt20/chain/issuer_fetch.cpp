@@ -89,14 +89,20 @@ bool IssuerFetch::fetch_for(const std::vector<PoolCertificate*>& certificates, I
         }
     }
     for (const std::string& url : addresses) {
-        if (any || reach == IssuerReach::none || exchanges_ >= kMaxExchanges) {
+        if (any || reach == IssuerReach::none) {
             break;
         }
-        if (asked_.insert(url).second) {
-            ++exchanges_;
-            const auto body = retrieval_.get(url, reach == IssuerReach::outside);
-            any = body && take(url, *body, true);
+        if (asked_.contains(url)) {
+            continue;
         }
+        if (exchanges_ >= kMaxExchanges) {
+            left_out_ = true;
+            break;
+        }
+        asked_.insert(url);
+        ++exchanges_;
+        const auto body = retrieval_.get(url, reach == IssuerReach::outside);
+        any = body && take(url, *body, true);
     }
     return any;
 }

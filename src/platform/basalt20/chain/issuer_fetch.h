@@ -25,6 +25,9 @@ public:
     // only when the cache gave none.
     bool fetch_for(const std::vector<PoolCertificate*>& certificates, IssuerReach reach);
 
+    // Some address wasn't asked, since there were too many.
+    bool left_out() const { return left_out_; }
+
     // Keeps those bodies that one of these certificates came in: a path with them has been found
     // good.
     void keep_for(const std::vector<PoolCertificate*>& path);
@@ -41,6 +44,7 @@ private:
     CertificatePool& pool_;
     Retrieval& retrieval_;
     unsigned exchanges_ = 0;
+    bool left_out_ = false;
     std::set<std::string> looked_up_;
     std::set<std::string> asked_;
     std::set<Sha256> seen_;

@@ -183,8 +183,8 @@ bool PathSearch::leads_to(PoolCertificate& top, PoolCertificate& issuer) {
     return is_signed == SignedBy::yes;
 }
 
-// Copies of a certificate whose signatures hold are one: above them nothing is gone twice. One's own
-// were gone by first, so that no bound on what is foreign has stood in the way.
+// Copies of a certificate whose signatures hold are one: above them nothing is gone twice. One's
+// own were gone by first, so that no bound on what is foreign has stood in the way.
 bool PathSearch::climb_once(PoolCertificate& issuer) {
     Way way{{}, &issuer};
     for (PoolCertificate* passed : path_) {
@@ -213,11 +213,11 @@ bool PathSearch::offer() {
 }
 
 void PathSearch::note_end() {
-    std::for_each(path_.rbegin(), path_.rend(), [&](PoolCertificate* certificate) {
+    for (PoolCertificate* certificate : path_) {
         if (std::find(dead_ends_.begin(), dead_ends_.end(), certificate) == dead_ends_.end()) {
             dead_ends_.push_back(certificate);
         }
-    });
+    }
     const bool better_end = is_self_signed(*path_.back()) && !is_self_signed(*longest_.back());
     const bool worse_end = !is_self_signed(*path_.back()) && is_self_signed(*longest_.back());
     if (better_end || (!worse_end && path_.size() > longest_.size())) {

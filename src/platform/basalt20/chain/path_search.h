@@ -78,7 +78,7 @@ public:
     // When no anchor was reached: the longest way up, to an unknown root if there is one.
     const Path& longest() const { return longest_; }
 
-    // Those on ways up that ended for want of an issuer, the highest of each first: whoever is above
+    // Those on ways up that ended for want of an issuer, the lowest of each first: whoever is above
     // another may be made up.
     const std::vector<PoolCertificate*>& dead_ends() const { return dead_ends_; }
 

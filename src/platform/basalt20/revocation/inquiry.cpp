@@ -382,15 +382,23 @@ bool Inquiry::is_worth_keeping(const EvidenceItem& item) {
 }
 
 // Looked at anew: nothing is remembered of what isn't kept by the session.
-bool Inquiry::revokes_for_good(const EvidenceItem& item) {
-    const auto is_for_good = [](const auto& one) { return one.reason != reason::kCertificateHold; };
+Inquiry::Charge Inquiry::charge_of(const EvidenceItem& item) {
+    Charge gravest;
+    const auto add = [&](std::optional<int> why, FileTicks since) {
+        gravest = std::max(gravest, Charge{gravity(why), ~since});
+    };
     if (item.list) {
-        const std::vector<Revocation> entries = listing_of(item, certificate_).entries;
-        return std::any_of(entries.begin(), entries.end(), is_for_good);
+        for (const Revocation& entry : listing_of(item, certificate_).entries) {
+            add(entry.reason, entry.at);
+        }
+        return gravest;
     }
-    const std::vector<Statement> said = statements_of(*item.answer, identity_);
-    return std::any_of(said.begin(), said.end(),
-                       [&](const Statement& one) { return one.revoked && is_for_good(one); });
+    for (const Statement& said : statements_of(*item.answer, identity_)) {
+        if (said.revoked) {
+            add(said.reason, said.revoked_at);
+        }
+    }
+    return gravest;
 }
 
 bool Inquiry::is_made_ahead(const EvidenceItem& item) {
@@ -404,9 +412,9 @@ bool Inquiry::is_made_ahead(const EvidenceItem& item) {
 }
 
 // An older one may be as authentic, and knows less; so does a list of another scope, or one that
-// tells what has changed. What revokes for good gives way to nothing that doesn't.
+// tells what has changed. What revokes for good gives way to nothing that voids less.
 bool Inquiry::supersedes(const EvidenceItem& newer, const EvidenceItem& older) {
-    if (revokes_for_good(older) && !revokes_for_good(newer)) {
+    if (const Charge old = charge_of(older); old.first > 0 && old > charge_of(newer)) {
         return false;
     }
     if (newer.list) {
@@ -443,8 +451,7 @@ void Inquiry::keep(const EvidenceItem& item, const std::string& key) {
     // The one that says the least goes.
     if (kept.size() >= kMostKept) {
         const auto weight = [&](const EvidenceItem& one) {
-            return std::tuple(revokes_for_good(one), one.list && has_entries(*one.list),
-                              one.made_at());
+            return std::tuple(charge_of(one), one.list && has_entries(*one.list), one.made_at());
         };
         kept.erase(std::min_element(kept.begin(), kept.end(),
                                     [&](const EvidenceItem& one, const EvidenceItem& other) {

@@ -24,6 +24,7 @@ private:
         std::vector<Statement> statements;
     };
     using Items = std::vector<const EvidenceItem*>;
+    using Charge = std::pair<int, FileTicks>; // its gravity; and the earlier the more: inverted
 
     // Each gives true when the question is decided.
     bool ask_given();
@@ -48,7 +49,7 @@ private:
     bool is_beyond_doubt(const Items& origin) const;
     bool is_worth_keeping(const EvidenceItem& item);
     bool is_made_ahead(const EvidenceItem& item);
-    bool revokes_for_good(const EvidenceItem& item);
+    Charge charge_of(const EvidenceItem& item);
     bool supersedes(const EvidenceItem& newer, const EvidenceItem& older);
     void keep(const EvidenceItem& item, const std::string& key);
     void state(const Statement& statement, Items origin);

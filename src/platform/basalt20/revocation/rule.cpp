@@ -117,6 +117,13 @@ bool is_compromise(std::optional<int> why) {
            why == reason::kAaCompromise;
 }
 
+int gravity(std::optional<int> why) {
+    if (why == reason::kCertificateHold) {
+        return 0;
+    }
+    return is_compromise(why) ? 3 : counts_from_its_date_on(why) ? 1 : 2;
+}
+
 bool covers(const Statement& statement, const Moments& moments) {
     const FileTicks made = statement.this_update;
     const FileTicks next = statement.next_update.value_or(made + kUndatedLife);

@@ -60,6 +60,10 @@ struct Statement {
     std::optional<FileTicks> reaches_back_to;
 };
 
+// How much a revocation for that reason voids: 0 for a hold, which isn't for good, 1 what comes
+// after its date, 2 mostly what came before, too, and 3 everything that the key was for.
+int gravity(std::optional<int> why);
+
 // The moments of the question.
 struct Moments {
     FileTicks stamp = 0; // at which the certificate has to have been good
