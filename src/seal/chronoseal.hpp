@@ -888,7 +888,7 @@ CHRONOSEAL_API std::vector<Diagnosis> diagnose(const SealerOptions& options, boo
 struct AuthenticodeOptions {
     std::string url = {}; // empty: the policy's DefaultMSTSPURL
     Trust trust = {};
-    bool verify = true; // the answer's chain
+    bool verify = true; // the answer's chain and time
 };
 
 struct AuthenticodeStamp {
@@ -899,7 +899,8 @@ struct AuthenticodeStamp {
 
 // Has `content`, mostly a signature value, stamped by the older Authenticode protocol. The answer
 // is returned only if it is a signed message over this content whose signature fits. Throws
-// `server_denied` (1260) where policy doesn't allow the server.
+// `server_denied` (1260) where policy doesn't allow the server, and `time_differs` (0xC2100122)
+// where `verify` is set and the signing time is over ten minutes from this machine's.
 CHRONOSEAL_API AuthenticodeStamp authenticode(ByteView content,
                                               const AuthenticodeOptions& options = {});
 

@@ -212,18 +212,20 @@ class FetchedRevocation(TokenTest):
                     self.assertIn(self.verify(stamp, *options).returncode, (REFUSED, UNREACHABLE))
 
     def test_what_nobody_signed_of_an_answer_is_not_kept(self):
-        """It could push out all that is kept."""
+        """It could push out all that is kept; but it makes no revocation forgotten."""
         asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
-        basic = ocsp.OCSPResponse.load(answer_of(self.ca, asking, made=HOUR))["response_bytes"]["response"].parsed
-        parts = b"".join(basic[part].dump() for part in ("tbs_response_data", "signature_algorithm", "signature"))
-        for octets, offline in ((1000, GOOD), (300_000, UNREACHABLE)):
+        for octets, reason, online, offline in ((1000, None, GOOD, GOOD), (300_000, None, GOOD, UNREACHABLE),
+                                                (300_000, "key_compromise", REFUSED, REFUSED)):
+            answer = ocsp.OCSPResponse.load(answer_of(self.ca, asking, reason, made=HOUR))
+            basic = answer["response_bytes"]["response"].parsed
+            parts = b"".join(basic[part].dump() for part in ("tbs_response_data", "signature_algorithm", "signature"))
             junk = forge.element(0x30, forge.element(0x04, bytes(octets)))
             whole = forge.element(0x30, parts + forge.element(0xA0, forge.element(0x30, junk)))
             self.begin("ocsp", forge.element(0x30, b"\x0a\x01\0" + forge.element(0xA0, forge.element(
                 0x30, core.ObjectIdentifier("1.3.6.1.5.5.7.48.1.1").dump() + forge.element(4, whole)))))
             stamp = self.stamp_of(asking, self.ca)
-            self.passes(stamp)
-            with self.subTest(octets=octets):
+            with self.subTest(octets=octets, reason=reason):
+                self.expect(self.verify(stamp), online)
                 self.expect(self.verify(stamp, "--offline"), offline)
 
     def test_made_up_authorities_keep_nobody_from_fetching_the_right_one(self):

@@ -364,11 +364,11 @@ bool Inquiry::is_accepted(const EvidenceItem& item) const {
 }
 
 // What tells nothing now needn't be kept: a stale list, an authentic "unknown". What was made ahead
-// of the real time would stay for years; and what is beside the word of an answer nobody signs: it
-// would push everything else out.
+// of the real time would stay for years. What is beside the word of an answer nobody signs: it
+// would push everything else out, but mustn't keep a revocation from being kept.
 bool Inquiry::is_worth_keeping(const EvidenceItem& item) {
     if (!item.usable() || is_made_ahead(item) ||
-        (item.answer && item.encoded.size() > kMostOfAnAnswer)) {
+        (item.answer && item.encoded.size() > kMostOfAnAnswer && charge_of(item).first == 0)) {
         return false;
     }
     for (std::size_t i = 0; i < statements_.size(); ++i) {
