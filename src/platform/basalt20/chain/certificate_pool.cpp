@@ -231,15 +231,11 @@ std::vector<PoolCertificate*> CertificatePool::like_keyed(Bytes bits) {
 
 const PoolCertificate& CertificatePool::first_copy(PoolCertificate& certificate) {
     if (certificate.first_copy == nullptr) {
-        const std::vector<PoolCertificate*>& like_named = by_key_[key_of(certificate.subject())];
-        const Bytes number = bytes_of(certificate.info().SerialNumber);
-        const auto found =
-            std::find_if(like_named.begin(), like_named.end(), [&](const PoolCertificate* other) {
-                return other == &certificate ||
-                       (same_bytes(bytes_of(other->info().SerialNumber), number) &&
-                        same_bytes(other->signed_part(), certificate.signed_part()));
-            });
-        certificate.first_copy = *found;
+        const bool is_alone = by_key_[key_of(certificate.subject())].size() == 1;
+        certificate.first_copy =
+            is_alone ? &certificate
+                     : first_copies_.try_emplace(sha256(certificate.signed_part()), &certificate)
+                           .first->second;
     }
     return *certificate.first_copy;
 }

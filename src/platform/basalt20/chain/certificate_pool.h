@@ -112,6 +112,7 @@ private:
     std::unordered_multimap<std::uint64_t, Waiting> waiting_;
     std::unordered_map<std::uint64_t, std::vector<PoolCertificate*>> by_key_;
     std::map<Sha256, PoolCertificate*> by_digest_;      // of names with many certificates
+    std::map<Sha256, PoolCertificate*> first_copies_;   // by their signed parts
     std::vector<std::pair<Bytes, std::uint64_t>> keys_; // of the first few names
     std::deque<PoolCertificate> certificates_;
     std::size_t prepared_from_given_ = 0;
