@@ -59,7 +59,7 @@ class Judgement:
         self.line = ""
         token = self.shown.get("token")
         if token and chain:
-            arguments = ["verify", row["path"], "--revocation", "off", "--digest",
+            arguments = ["verify", row["path"], "--offline", "--revocation", "off", "--digest",
                          row["digest"] or token["imprint"]["digest"], "--roots", chain[-1]]
             for path in chain:
                 arguments += ["--certs", path]
