@@ -58,7 +58,7 @@ def answer_of(issuer, certificate, reason=None, *, made, until=forge.days(2), pr
     return whole.dump(force=True)
 
 
-class FetchedRevocation(TokenTest):
+class FetchedTest(TokenTest):
     """The issuer's list is a page, and the stamp some hours old: the lists were made before it or after it."""
 
     @classmethod
@@ -87,9 +87,16 @@ class FetchedRevocation(TokenTest):
     def publish(self, page, content):
         self.server.pages[page] = lambda _: (200, {}, content)
 
+    def naming_issuers(self, *pages):
+        where = [x509.GeneralName("uniform_resource_identifier", self.url + page) for page in pages]
+        return {"extn_id": "authority_information_access", "critical": False,
+                "extn_value": [{"access_method": "ca_issuers", "access_location": one} for one in where]}
+
     def stamp_of(self, signer, *above, lists=()):
         return self.with_parts(None, [one.der for one in above], lists, signer)
 
+
+class FetchedRevocation(FetchedTest):
     def test_a_twin_of_the_issuer_hides_no_cached_revocation(self):
         """Not even beside what was said before, and is still in force."""
         responder = forge.issue(self.folder, "responder", self.ca, usage=("ocsp_signing",), extra_extensions=[NO_CHECK])
@@ -232,10 +239,7 @@ class FetchedRevocation(TokenTest):
         """In its name and with its key, which anybody knows."""
         self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
         self.addCleanup(self.workspace.configure, "")
-        def naming(*pages):
-            where = [x509.GeneralName("uniform_resource_identifier", self.url + page) for page in pages]
-            return {"extn_id": "authority_information_access", "critical": False,
-                    "extn_value": [{"access_method": "ca_issuers", "access_location": one} for one in where]}
+        naming = self.naming_issuers
         signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl",
                              extra_extensions=[naming("ca.cer")])
         four = naming("0", "1", "2", "3")
@@ -253,6 +257,176 @@ class FetchedRevocation(TokenTest):
                 self.begin("ca.crl", list_of(self.ca))
                 self.publish("ca.cer", self.ca.der)
                 self.passes(self.stamp_of(signer, *above))
+
+    def test_what_is_fetched_for_a_neighbour_pushes_nothing_out(self):
+        """Nor does a later whole list that doesn't have the entry any more."""
+        neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
+        stamp, asked = self.stamp_of(self.signer, self.ca), self.stamp_of(neighbour, self.ca)
+        identified = {"extn_id": "authority_key_identifier", "critical": False,
+                      "extn_value": {"key_identifier": self.ca.key.spki.sha1}}
+        users = scope(only_contains_user_certs=True)
+        scopes = [[identified], [users], [identified, users], [scope(only_some_reasons={"superseded"})],
+                  [scope(only_some_reasons={"certificate_hold"})]]
+        other = (forge.issue(self.folder, "other", self.ca), "superseded")
+        for name, later, taken in (("five scopes", scopes, other), ("without the entry", [()], other),
+                                   ("that revokes the neighbour", [()], (neighbour, "key_compromise"))):
+            self.begin("ca.crl", list_of(self.ca, (self.signer, "key_compromise"), made=HOUR, until=-HOUR * 0.95, number=2))
+            self.refuses(stamp, REVOKED)
+            for i, extensions in enumerate(later):  # as of when it was in force, and the ones before weren't any more
+                ago = datetime.timedelta(minutes=50 - 10 * i)
+                self.publish("ca.crl", list_of(self.ca, taken, made=ago + HOUR / 12, until=-ago + HOUR / 15, number=3 + i,
+                                               extensions=extensions))
+                self.verify(asked, "--at", (NOW - ago).strftime("%Y-%m-%dT%H:%M:%SZ"))
+            self.publish("ca.crl", list_of(self.ca, made=forge.days(2)))
+            for options in ((), AVAILABLE, ("--offline",)):
+                with self.subTest(name, options=options):
+                    self.refuses(stamp, REVOKED, *options)
+
+    def test_another_certificate_of_an_authority_is_asked_for(self):
+        """One that isn't right comes along, or was fetched for an older stamp: the right one lies where its signers say."""
+        self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
+        self.addCleanup(self.workspace.configure, "")
+        key, day = forge.Key(self.folder), forge.days(1)
+
+        def ca(issuer=self.root, **more):
+            return forge.issue(self.folder, "renewed", issuer, ca=True, usage=None, key=key, crl_url=self.url + "root.crl",
+                               **more)
+        right, ended = ca(begin=NOW - 12 * day), ca(begin=NOW - 90 * day, end=NOW - 10 * day)
+        later, superseded = ca(begin=NOW - HOUR), ca()
+        elsewhere = [{"base": x509.GeneralName("directory_name", forge.name_of("elsewhere"))}]
+        narrow = self.authority_named("narrow", self.root, "root.crl", extra_extensions=[
+            {"extn_id": "name_constraints", "critical": True, "extn_value": {"permitted_subtrees": elsewhere}}])
+        signer = forge.issue(self.folder, "signer", right, crl_url=self.url + "renewed.crl",
+                             extra_extensions=[self.naming_issuers("ca.cer")])
+
+        def begin(published):
+            self.begin("renewed.crl", list_of(right))
+            self.publish("root.crl", list_of(self.root, (superseded, "superseded")))
+            self.publish("ca.cer", published.der)
+        for name, beside in (("ended", [ended]), ("not begun", [later]), ("superseded", [superseded]),
+                             ("for other names", [ca(narrow), narrow])):
+            for options in ((), AVAILABLE):
+                begin(right)
+                with self.subTest(name, options=options):
+                    self.passes(self.stamp_of(signer, *beside), *options)
+        lower = forge.issue(self.folder, "lower", right, ca=True, usage=None, crl_url=self.url + "renewed.crl",
+                            extra_extensions=[self.naming_issuers("ca.cer")])
+        low_ended = forge.issue(self.folder, "lower", self.root, ca=True, usage=None, key=lower.key, end=NOW - 10 * day)
+        low_signer = forge.issue(self.folder, "signer", lower, crl_url=self.url + "lower.crl",
+                                 extra_extensions=[self.naming_issuers("lower.cer")])
+        for name, beside in (("two are lacking", [low_ended]), ("the upper one is lacking", [lower, low_ended])):
+            begin(right)
+            self.publish("lower.crl", list_of(lower))
+            self.publish("lower.cer", lower.der)
+            with self.subTest(name):
+                self.passes(self.stamp_of(low_signer, *beside))
+        stamp = self.stamp_of(signer)
+        self.info = forge.tst_info(DIGEST, time=NOW - 11 * day)
+        for name, published, of in (("renewed since", ended, self.stamp_of(signer)), ("not right", ended, stamp),
+                                    ("taken back", superseded, stamp)):
+            begin(published)
+            self.verify(of, "--revocation", "off" if of is not stamp else "require")
+            self.publish("ca.cer", right.der)
+            with self.subTest(name):
+                self.passes(stamp)
+
+    def test_a_made_up_certificate_takes_nobodys_turn(self):
+        """In an authority's name and with its key; it names four addresses."""
+        self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
+        self.addCleanup(self.workspace.configure, "")
+        middle = self.authority_named("middle", self.root, "root.crl")
+        ca = self.authority_named("lower", middle, "middle.crl", extra_extensions=[self.naming_issuers("middle.cer")])
+        signer = forge.issue(self.folder, "signer", ca, crl_url=self.url + "lower.crl")
+        nobody = forge.Identity(self.root.certificate, forge.Key(self.folder))
+        four = self.naming_issuers("0", "1", "2", "3")
+        made_up = forge.issue(self.folder, "lower", nobody, ca=True, usage=None, key=ca.key, extra_extensions=[four])
+        self.begin("lower.crl", list_of(ca))
+        self.publish("middle.crl", list_of(middle))
+        self.publish("middle.cer", middle.der)
+        self.passes(self.stamp_of(signer, made_up, ca))
+
+    def test_large_answers_that_nobody_signed_take_little_memory(self):
+        """As large as is fetched, from four addresses for each of two certificates."""
+        def naming(pages, kind):
+            where = [x509.GeneralName("uniform_resource_identifier", self.url + page) for page in pages]
+            if kind == "ocsp":
+                return {"extn_id": "authority_information_access", "critical": False,
+                        "extn_value": [{"access_method": "ocsp", "access_location": one} for one in where]}
+            return {"extn_id": "crl_distribution_points", "critical": False, "extn_value": [
+                {"distribution_point": x509.DistributionPointName("full_name", [one])} for one in where]}
+
+        def filled(size, whole, part):
+            """`whole(count)`, with as many as fit."""
+            return whole((size - len(whole(0)) - 64) // len(part))  # the lengths grow, too
+
+        element, size = forge.element, 4 << 20
+        entry = element(0x30, b"\x02\x04\x01\x02\x03\x04" + element(0x17, b"200101000000Z"))
+        extension = element(0x30, b"\x06\x01\x2a\x04\x00")
+
+        def big_list(issuer):
+            tbs = crl.CertificateList.load(list_of(issuer))["tbs_cert_list"]
+            head = b"".join(tbs[field].dump() for field in ("version", "signature", "issuer", "this_update", "next_update"))
+            return filled(size, lambda count: element(0x30, element(0x30, head + element(0x30, entry * count)) +
+                                                      tbs["signature"].dump() + element(3, b"\0junk")), entry)
+
+        def big_answer(issuer, certificate):
+            basic = ocsp.OCSPResponse.load(answer_of(issuer, certificate, made=HOUR))["response_bytes"]["response"].parsed
+            data = basic["tbs_response_data"]
+            single = data["responses"][0]
+            said = b"".join(single[field].dump() for field in ("cert_id", "cert_status", "this_update"))
+
+            def whole(count):
+                singles = element(0x30, element(0x30, said + element(0xA1, element(0x30, extension * count))))
+                content = element(0x30, data["responder_id"].dump() + data["produced_at"].dump() + singles)
+                octets = element(0x30, content + basic["signature_algorithm"].dump() + element(3, b"\0junk"))
+                return element(0x30, b"\x0a\x01\0" + element(0xA0, element(
+                    0x30, core.ObjectIdentifier("1.3.6.1.5.5.7.48.1.1").dump() + element(4, octets))))
+            return filled(size, whole, extension)
+
+        for kind in ("list", "ocsp"):
+            lower, upper = ([f"{kind} {i}".replace(" ", "-") for i in places] for places in (range(4), range(4, 8)))
+            ca = forge.issue(self.folder, "ca", self.root, ca=True, usage=None, extra_extensions=[naming(upper, kind)])
+            signer = forge.issue(self.folder, "signer", ca, extra_extensions=[naming(lower, kind)])
+            self.begin("", b"")
+            for page in lower:
+                self.publish(page, big_list(ca) if kind == "list" else big_answer(ca, signer))
+            for page in upper:
+                self.publish(page, big_list(self.root) if kind == "list" else big_answer(self.root, ca))
+            path = self.workspace.write("stamp", self.stamp_of(signer, ca))
+            with self.subTest(kind):
+                self.stays_small(100, UNREACHABLE, "verify", path, "--data", self.data, "--roots", self.roots)
+
+    def test_a_list_of_which_an_entry_is_not_understood_is_none(self):
+        """Its entries are read once its signature was found to be good."""
+        element, stamp = forge.element, self.stamp_of(self.signer, self.ca)
+        other = forge.issue(self.folder, "other", self.ca)
+        tbs = crl.CertificateList.load(list_of(self.ca))["tbs_cert_list"]
+        head = b"".join(tbs[field].dump() for field in ("version", "signature", "issuer", "this_update", "next_update"))
+        date = element(0x17, b"200101000000Z")
+
+        def listing(*entries, more=b""):
+            content = element(0x30, head + element(0x30, b"".join(entries)) + more)
+            return element(0x30, content + tbs["signature"].dump() + element(3, b"\0" + self.ca.key.sign(content)))
+
+        def entry(certificate, extension=b"", number=None):
+            extensions = element(0x30, element(0x30, extension)) if extension else b""
+            return element(0x30, (number or core.Integer(certificate.serial).dump()) + date + extensions)
+
+        unknown, critical = b"\x06\x03\x2a\x03\x04", b"\x01\x01\xff"
+        padding = element(0xA0, element(0x30, element(0x30, unknown + element(4, bytes(70_000)))))
+        for name, content, status in (
+                ("nothing odd", listing(entry(other)), GOOD),
+                ("unknown", listing(entry(other, unknown + b"\x04\x00")), GOOD),
+                ("unknown, critical", listing(entry(other, unknown + critical + b"\x04\x00")), UNREACHABLE),
+                ("about it, unknown, critical", listing(entry(self.signer, unknown + critical + b"\x04\x00")), UNREACHABLE),
+                ("about it", listing(entry(other), entry(self.signer)), REFUSED),
+                ("no entry", listing(entry(other), b"\x04\x00"), UNREACHABLE),
+                ("padded number", listing(entry(other, number=b"\x02\x02\x00\x01")), UNREACHABLE),
+                ("much beside its entries", listing(entry(other), more=padding), UNREACHABLE)):
+            self.begin("ca.crl", content)
+            for options in ((), ("--offline",)):
+                with self.subTest(name, options=options):
+                    self.expect(self.verify(stamp, *options), status)
 
     def test_neither_a_look_back_nor_a_newer_list_of_less_replaces_it(self):
         neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")

@@ -148,6 +148,18 @@ class SystemTest(unittest.TestCase):
         listener.settimeout(0.2)
         return listener, f"http://127.0.0.1:{listener.getsockname()[1]}/"
 
+    def stays_small(self, most, status, *arguments):
+        """The command ends with this status, and had never more than so many mebibytes at once."""
+        code = ("import resource, subprocess, sys\n"
+                "done = subprocess.run(sys.argv[1:])\n"
+                "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)\n"
+                "sys.exit(done.returncode)\n")
+        result = subprocess.run(["python3", "-c", code, BIN / "chronoseal", *map(str, arguments)],
+                                env=self.workspace.environment, capture_output=True, text=True)
+        self.assertEqual(result.returncode, status, result.stderr)
+        if "CHRONOSEAL_SANITIZED" not in os.environ:
+            self.assertLess(int(result.stdout.split()[-1]), most * 1024, "kilobytes resident")
+
     def expect(self, result, status, *fragments):
         line = result.stderr.decode(errors="replace").strip()
         self.assertEqual(result.returncode, status, f"{line}\n{result.stdout[:400]!r}")

@@ -43,7 +43,8 @@ TEST_F(ChainFetchTest, ATokenUnderAnUnknownRootMakesNoConnection) {
     EXPECT_EQ(server_.requests(), 0u);
 }
 
-TEST_F(ChainFetchTest, APathThatIsBadAnywayMakesNoConnection) {
+// But for another certificate of an authority that isn't right.
+TEST_F(ChainFetchTest, APathThatIsBadAnywayHasNoEvidenceFetched) {
     const auto serving = make_party({"middle", root_.get(),
                                      std::string(kAuthority) +
                                          "\npolicyConstraints=critical,"
@@ -52,11 +53,13 @@ TEST_F(ChainFetchTest, APathThatIsBadAnywayMakesNoConnection) {
     const auto stamper = make_party({"stamper", serving.get(), kStamper + sources()});
     EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), {encoded(serving.get())}}),
               CERT_E_INVALID_POLICY);
+    EXPECT_EQ(server_.requests(), 1u);
+    EXPECT_NE(server_.last_request().find("GET /issuer"), std::string::npos);
     const auto expired =
         make_party({"stamper", middle_.get(), kStamper + sources(), -9'000, -8'000});
     EXPECT_EQ(stamp_verdict(setting_, {encoded(expired.get()), {encoded(middle_.get())}}),
               CERT_E_EXPIRED);
-    EXPECT_EQ(server_.requests(), 0u);
+    EXPECT_EQ(server_.requests(), 1u);
 }
 
 TEST_F(ChainFetchTest, AGoodPathAsksOnceForChainAndVerdictTogether) {

@@ -81,15 +81,10 @@ bool is_revoked_or_held(const Judgement& judgement) {
     });
 }
 
-// Asking its sources could still tell.
-bool is_open(const StatusFinding& finding) {
-    return finding.may_be_lifted ||
-           (finding.standing == Standing::unknown && finding.cause != UnknownCause::no_source);
-}
-
 bool any_open(const Judgement& judgement) {
-    return any_wrong(judgement,
-                     [](const JudgedElement& e) { return e.status && is_open(*e.status); });
+    return any_wrong(judgement, [](const JudgedElement& e) {
+        return e.key_is_unasked || (e.status && is_open(*e.status));
+    });
 }
 
 int weak_key_error(std::size_t index) {
@@ -253,9 +248,9 @@ KeyHeard ChainSession::hear_of_key(const CertificateEntry& of, const Certificate
     X509_digest(of->certificate.get(), EVP_sha256(), itself.data(), nullptr);
     const KeyHearing::Heard heard = hearing_->hear(key_bits_of(of->certificate.get()),
                                                    key_bits_of(anchor->certificate.get()), itself);
-    return heard.compromised ? KeyHeard::compromised
-           : heard.cut_short ? KeyHeard::untold
-                             : KeyHeard::nothing;
+    return heard.compromised                  ? KeyHeard::compromised
+           : heard.cut_short || heard.unasked ? KeyHeard::untold
+                                              : KeyHeard::nothing;
 }
 
 Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
@@ -274,6 +269,8 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     judged_for_evidence_.clear();
     without_path_.clear(); // what they may be used for hangs on what is asked
     considered_.clear();
+    is_asking_ = false;
+    asked_about_.clear();
     hear_anew(question); // whom to believe hangs on what is asked
     good_.reset();
     best_refused_.reset();
@@ -290,10 +287,9 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     if (!found) {
         found = ask_network(question);
     }
-    // Only where the way up lacks a certificate: what ends in an unknown root lacks none.
-    while (!found && !settings_.given_only && !reached_anchor_ && !ends_in_unknown_root() &&
-           issuers_.fetch_for(dead_ends_,
-                              request_.may_fetch ? settings_.issuers : IssuerReach::none)) {
+    const IssuerReach reach = request_.may_fetch ? settings_.issuers : IssuerReach::none;
+    while (!found && !settings_.given_only && lacks_issuers() &&
+           issuers_.fetch_for(in_want_of_issuers(), reach)) {
         named_.clear();
         without_path_.clear();
         hear_anew(question);
@@ -367,6 +363,32 @@ std::optional<Judgement> ChainSession::look_at_barred(const Question& question) 
 bool ChainSession::ends_in_unknown_root() {
     PoolCertificate& top = *longest_.back();
     return is_self_signed(top) && is_signed_by(pool_, budget_, top, top) == SignedBy::yes;
+}
+
+// Whether the way up lacks a certificate: what ends in an unknown root lacks none. What ends in an
+// anchor does if something is wrong with one of its authorities, which may have another certificate
+// by now, or have had one then; whoever handed the stamp in has chosen among them.
+bool ChainSession::lacks_issuers() {
+    if (!reached_anchor_) {
+        return !ends_in_unknown_root();
+    }
+    if (!best_refused_) {
+        return false;
+    }
+    const std::vector<JudgedElement>& elements = best_refused_->elements;
+    const JudgedElement& end = elements.front();
+    return !end.out_of_time && !end.misused && !is_revoked(end) &&
+           (best_refused_->judged_to != JudgedTo::revocation ||
+            std::any_of(elements.begin() + 1, elements.end(), is_revoked));
+}
+
+std::vector<PoolCertificate*> ChainSession::in_want_of_issuers() const {
+    std::vector<PoolCertificate*> certificates = dead_ends_;
+    if (reached_anchor_ && best_refused_) {
+        const Path path = path_of_judgement(*best_refused_);
+        certificates.insert(certificates.end(), path.begin(), path.end() - 1);
+    }
+    return certificates;
 }
 
 // Of two that came as far the one that isn't revoked: it could be the right one.
@@ -516,8 +538,8 @@ void ChainSession::hear_anew(const Question& question) {
     hearing_.emplace(pool_, budget_, *status_,
                      KeyHearing::Question{question.at, question.now, question.usage,
                                           request_.policies, settings_.revocation,
-                                          settings_.strength, !settings_.given_only,
-                                          request_.may_fetch});
+                                          settings_.strength, !settings_.given_only, is_asking_,
+                                          request_.may_fetch && !is_asking_, asked_about_});
 }
 
 // A key in strange hands makes no path to that anchor good, whichever certificate says so. False
@@ -535,8 +557,9 @@ bool ChainSession::hear_of_keys(Judgement& judgement) {
         const KeyHearing::Heard heard =
             hearing_->hear(*element.certificate, *judgement.elements.back().certificate);
         element.key_is_compromised = heard.compromised;
+        element.key_is_unasked = heard.unasked;
         cut_short_ = cut_short_ || heard.cut_short;
-        good = good && !heard.compromised && !heard.cut_short;
+        good = good && !heard.compromised && !heard.cut_short && !heard.unasked;
     }
     return good;
 }
@@ -545,6 +568,9 @@ bool ChainSession::hear_of_keys(Judgement& judgement) {
 // asked for, since only so many may be, nothing is known: they stay open, whatever passes for good
 // where nobody answers.
 std::optional<Judgement> ChainSession::ask_network(const Question& question) {
+    if (!open_.empty() && !std::exchange(is_asking_, true)) {
+        hear_anew(question);
+    }
     for (Judgement& judgement : open_) {
         judge_revocation(judgement, question, false);
         if (any_open(judgement) && !any_revoked(judgement)) {
@@ -658,7 +684,9 @@ void ChainSession::keep_prepared(const Judgement& judgement) {
         keep_x509(element.certificate->digest(), element.certificate->entry);
         keep_body(element.certificate->item->body);
     }
-    issuers_.keep_for(path_of_judgement(judgement));
+    if (judgement.good()) {
+        issuers_.keep_for(path_of_judgement(judgement));
+    }
 }
 
 } // namespace basalt

@@ -34,6 +34,7 @@ struct JudgedElement {
     bool misused = false;
     bool aged = false;
     bool key_is_compromised = false;     // by what another certificate of that key has told
+    bool key_is_unasked = false;         // by whom nobody was asked about yet
     std::optional<StatusFinding> status; // nothing when it wasn't asked for
     bool status_passes = true;
 };
@@ -100,6 +101,8 @@ private:
     void note_ends(const PathSearch& search);
     std::optional<Judgement> look_at_barred(const Question& question);
     bool ends_in_unknown_root();
+    bool lacks_issuers();
+    std::vector<PoolCertificate*> in_want_of_issuers() const;
     bool consider(const Path& path, const Question& question);
     Judgement judge_path(const Path& path, const Question& question);
     // Null when it would cost more than there is.
@@ -153,7 +156,9 @@ private:
     std::set<std::vector<const PoolCertificate*>> judged_for_evidence_; // the first copies
     unsigned judged_again_ = 0;                                         // of these
     std::set<Path> considered_;
-    std::optional<KeyHearing> hearing_; // of keys, by what is at hand; never null
+    bool is_asking_ = false;                       // over the network, of the open ones
+    std::set<const PoolCertificate*> asked_about_; // who speaks of keys
+    std::optional<KeyHearing> hearing_;            // of keys; never null
     std::optional<Judgement> good_;
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched

@@ -69,18 +69,29 @@ std::vector<std::shared_ptr<CertificateItem>> certificates_of(Bytes body) {
     return items;
 }
 
+// Of each certificate the first, of each the second, and so on: one that names many may be made up.
+std::vector<std::string> in_turns(const std::vector<PoolCertificate*>& certificates) {
+    std::vector<std::vector<std::string>> of_each;
+    for (const PoolCertificate* certificate : certificates) {
+        if (!is_self_issued(*certificate)) {
+            of_each.push_back(issuer_addresses(certificate->openssl()));
+        }
+    }
+    std::vector<std::string> addresses;
+    for (std::size_t turn = 0; turn < kMaxExchanges; ++turn) {
+        for (std::vector<std::string>& its : of_each) {
+            if (turn < its.size()) {
+                addresses.push_back(std::move(its[turn]));
+            }
+        }
+    }
+    return addresses;
+}
+
 } // namespace
 
 bool IssuerFetch::fetch_for(const std::vector<PoolCertificate*>& certificates, IssuerReach reach) {
-    std::vector<std::string> addresses;
-    for (const PoolCertificate* certificate : certificates) {
-        if (is_self_issued(*certificate)) {
-            continue;
-        }
-        for (std::string& url : issuer_addresses(certificate->openssl())) {
-            addresses.push_back(std::move(url));
-        }
-    }
+    const std::vector<std::string> addresses = in_turns(certificates);
     bool any = false;
     for (const std::string& url : addresses) {
         if (looked_up_.insert(url).second) {

@@ -12,6 +12,7 @@ namespace {
 
 // Those whose right to speak is looked into: it takes a judgement of their whole way up.
 constexpr unsigned kMostSpeakers = 16;
+constexpr std::size_t kMostAskedAbout = 4; // over the network
 
 // Of the first certificate of a path: whoever is above it has no say about that name.
 bool tells_of_issuers(int error) {
@@ -27,10 +28,6 @@ bool tells_of_issuers(int error) {
     default:
         return false;
     }
-}
-
-FileTicks said_at(const StatusFinding& finding, FileTicks otherwise) {
-    return finding.evidence.empty() ? otherwise : finding.evidence.front().this_update;
 }
 
 } // namespace
@@ -95,7 +92,7 @@ KeyHearing::Heard KeyHearing::ask_all(const std::vector<PoolCertificate*>& like_
             asked.insert(copy);
         }
         if (heard.compromised) {
-            return {true, false};
+            return {true, false, false};
         }
     }
     return heard;
@@ -136,10 +133,12 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
         ++speakers_;
         // Who is believed for want of word of him mustn't be the one who is asked about.
         const unsigned circles_before = circles();
-        bool untold = false;
-        const bool speaks = may_speak(path, *structure, finding, untold);
-        heard.compromised = speaks && !untold && circles_before == circles();
-        heard.cut_short = heard.cut_short || (speaks && !heard.compromised);
+        Doubt doubt;
+        const bool speaks = may_speak(path, *structure, finding, doubt);
+        const bool is_untold = doubt.untold || circles_before != circles();
+        heard.compromised = speaks && !is_untold && !doubt.unasked;
+        heard.cut_short = heard.cut_short || (speaks && is_untold);
+        heard.unasked = heard.unasked || (speaks && doubt.unasked);
         return speaks;
     });
     heard.cut_short = heard.cut_short || (!was_asked && search.was_cut_short());
@@ -147,13 +146,14 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
 }
 
 StatusFinding KeyHearing::status_of(const Path& path, std::size_t index, FileTicks at,
-                                    bool is_about_key) {
+                                    bool is_about_key, bool may_fetch) {
     StatusQuestion question;
     question.stamp_time = at;
     question.now = question_.now;
     question.mode = question_.mode;
     question.strength = question_.strength;
     question.may_use_cache = question_.may_use_cache;
+    question.may_fetch = may_fetch;
     question.may_ask_later = question_.may_ask_later;
     question.is_about_key = is_about_key;
     return status_.judge(entries_of(path), index, question);
@@ -165,7 +165,7 @@ bool KeyHearing::is_for_use(const Path& path) const {
 }
 
 bool KeyHearing::may_speak(const Path& path, const PathErrors& errors, const StatusFinding& finding,
-                           bool& untold) {
+                           Doubt& doubt) {
     if (std::any_of(errors[0].begin(), errors[0].end(), tells_of_issuers)) {
         return false;
     }
@@ -176,30 +176,46 @@ bool KeyHearing::may_speak(const Path& path, const PathErrors& errors, const Sta
         }
     }
     // Of the one that is spoken of it is enough that nobody could have made it up.
-    return passes(found_strengths[0], StrengthLevel::floor) && is_in_time(path, finding) &&
-           is_in_good_standing(path, finding, untold);
+    const std::optional<FileTicks> said = said_in_time(path, finding);
+    return passes(found_strengths[0], StrengthLevel::floor) && said &&
+           is_in_good_standing(path, *said, doubt);
 }
 
-// Who has ended may have spoken before, and who has begun since may speak of what was before.
-bool KeyHearing::is_in_time(const Path& path, const StatusFinding& finding) const {
+// When it was said by whom that was in force: the earliest such moment, since nobody gains the
+// right to speak by being taken back. Who has ended may have spoken before, and who has begun since
+// may speak of what was before.
+std::optional<FileTicks> KeyHearing::said_in_time(const Path& path,
+                                                  const StatusFinding& finding) const {
     const auto all_valid_at = [&](FileTicks at) {
         return std::all_of(path.begin() + 1, path.end() - 1,
                            [&](const PoolCertificate* c) { return c->is_valid_at(at); });
     };
-    return all_valid_at(question_.at) || all_valid_at(question_.now) ||
-           all_valid_at(said_at(finding, question_.now));
+    const bool is_valid = all_valid_at(question_.at) || all_valid_at(question_.now);
+    const auto said = std::find_if(finding.said.begin(), finding.said.end(),
+                                   [&](FileTicks at) { return is_valid || all_valid_at(at); });
+    return said != finding.said.end() ? std::optional(*said) : std::nullopt;
 }
 
-// Of whom nothing is known is believed; that he was revoked for good must be told.
-bool KeyHearing::is_in_good_standing(const Path& path, const StatusFinding& finding, bool& untold) {
-    const FileTicks said = said_at(finding, question_.now);
-    for (std::size_t i = 1; i + 1 < path.size(); ++i) {
-        const StatusFinding speaker = status_of(path, i, said, false);
+// Of whom nothing is known is believed once those were asked who could tell; that he was revoked
+// for good must be told. From the anchor down: whoever stands below one who was has no say.
+bool KeyHearing::is_in_good_standing(const Path& path, FileTicks said, Doubt& doubt) {
+    for (std::size_t i = path.size() - 1; i-- > 1;) {
+        StatusFinding speaker = status_of(path, i, said, false);
+        if (is_open(speaker) && question_.may_fetch && !question_.asked_about.contains(path[i])) {
+            if (question_.asked_about.size() == kMostAskedAbout) {
+                doubt.untold = true;
+                continue;
+            }
+            question_.asked_about.insert(path[i]);
+            speaker = status_of(path, i, said, false, true);
+        }
         if (speaker.heard_revoked && !speaker.is_on_hold()) {
             return false;
         }
         // A hold may have been lifted: by a stranger's choice of lists nobody falls silent.
-        untold = untold || speaker.is_on_hold() || speaker.cause == UnknownCause::exhausted;
+        doubt.untold =
+            doubt.untold || speaker.is_on_hold() || speaker.cause == UnknownCause::exhausted;
+        doubt.unasked = doubt.unasked || (is_open(speaker) && question_.may_ask_later);
     }
     return true;
 }

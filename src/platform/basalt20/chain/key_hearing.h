@@ -4,7 +4,8 @@
 // key, for a certificate needs no proof that its owner has it, and revoke that. Under the same one
 // an authority that may issue stampers is believed, whichever it is: it could as well have stamps
 // of its own making pass, so that who trusts the anchor trusts it, too. What is wrong with the
-// certificate that is spoken of doesn't matter, since its key is what it was. Nothing is fetched.
+// certificate that is spoken of doesn't matter, since its key is what it was. Only of whoever is
+// about to be believed is anything fetched.
 // For one judgement, one thread; nothing fails but for lack of memory.
 #pragma once
 
@@ -25,13 +26,17 @@ public:
         RevocationMode mode;
         StrengthLevel strength;
         bool may_use_cache = true;
-        bool may_ask_later = false;
+        bool may_fetch = false;     // of those who speak, a few
+        bool may_ask_later = false; // it is heard again then
+        std::set<const PoolCertificate*>& asked_about;
     };
 
     struct Heard {
         bool compromised = false;
         // More lay at hand than could be looked at. Never of a compromised one.
         bool cut_short = false;
+        // Somebody says that it is, and nobody was asked about him yet. Never of a compromised one.
+        bool unasked = false;
     };
 
     // All arguments must outlive the object.
@@ -62,13 +67,20 @@ private:
     Heard ask_all(const std::vector<PoolCertificate*>& like_keyed, Bytes anchor);
     // True when it was asked by some way up; false leaves `heard` as it is, or cuts it short.
     bool ask(PoolCertificate& certificate, Bytes anchor, SearchAmong among, Heard& heard);
-    StatusFinding status_of(const Path& path, std::size_t index, FileTicks at, bool is_about_key);
+    StatusFinding status_of(const Path& path, std::size_t index, FileTicks at, bool is_about_key,
+                            bool may_fetch = false);
     bool is_for_use(const Path& path) const;
-    // `untold`: more lay at hand about who speaks than could be looked at.
+    // What keeps one who may speak from being believed: more lay at hand about him than could be
+    // looked at; or those who could tell haven't been asked yet.
+    struct Doubt {
+        bool untold = false;
+        bool unasked = false;
+    };
+
     bool may_speak(const Path& path, const PathErrors& errors, const StatusFinding& finding,
-                   bool& untold);
-    bool is_in_time(const Path& path, const StatusFinding& finding) const;
-    bool is_in_good_standing(const Path& path, const StatusFinding& finding, bool& untold);
+                   Doubt& doubt);
+    std::optional<FileTicks> said_in_time(const Path& path, const StatusFinding& finding) const;
+    bool is_in_good_standing(const Path& path, FileTicks said, Doubt& doubt);
 
     CertificatePool& pool_;
     Budget& budget_;

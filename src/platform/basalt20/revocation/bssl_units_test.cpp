@@ -67,6 +67,7 @@ char standing_of(const fs::path& file, bool is_list) try {
     Budget budget;
     Retrieval retrieval(budget);
     FewPaths paths;
+    std::for_each(path.begin() + 1, path.end(), [&](const auto& above) { paths.add(above); });
     StatusCheck check(budget, retrieval, paths, {}, {store.get()});
     StatusQuestion question;
     question.now = ticks_of_unix(is_list ? kTimeOfLists : kTimeOfAnswers);

@@ -1,5 +1,7 @@
 #include <basalt/revocation/crl_facts.h>
 
+#include <basalt/coding/der_writer.h>
+
 #include <openssl/err.h>
 
 namespace basalt {
@@ -21,7 +23,7 @@ bool take_extension(X509_CRL* list, int nid, Owner& value) {
     return value != nullptr || critical == -1;
 }
 
-std::string bytes_of(X509_CRL* list, int nid) {
+std::string octets_of_extension(X509_CRL* list, int nid) {
     const int where = X509_CRL_get_ext_by_NID(list, nid, -1);
     return where < 0 ? std::string() : octets_of_extension(X509_CRL_get_ext(list, where));
 }
@@ -100,27 +102,63 @@ bool take_expired_certs(X509_CRL* list, std::optional<FileTicks>& reaches_back_t
     return true;
 }
 
-// What OpenSSL doesn't look at: the algorithm inside the signed part against the one outside it,
-// byte for byte, and that a version, where one is written, is 2.
-bool frame_is_right(Bytes encoded) {
-    try {
-        DerReader list(sole_element(encoded, tag::kSequence).contents);
-        DerReader tbs(list.take(tag::kSequence).contents);
-        if (const Element version = tbs.take_if(tag::kInteger);
-            version.tag != 0 && small_integer(version.contents) != X509_CRL_VERSION_2) {
-            return false;
-        }
-        return same_bytes(tbs.take(tag::kSequence).whole, list.take(tag::kSequence).whole);
-    } catch (const Fault&) {
-        return false;
+// Nothing when it isn't a list, or by what OpenSSL doesn't look at: the algorithm inside the signed
+// part against the one outside it, byte for byte, and that a version, where one is written, is 2.
+std::optional<CrlParts> parts_of(Bytes encoded) try {
+    CrlParts parts;
+    DerReader list(sole_element(encoded, tag::kSequence).contents);
+    const Element tbs = list.take(tag::kSequence);
+    parts.signed_part = tbs.whole;
+    parts.outside = list.rest();
+    DerReader fields(tbs.contents);
+    if (const Element version = fields.take_if(tag::kInteger);
+        version.tag != 0 && small_integer(version.contents) != X509_CRL_VERSION_2) {
+        return std::nullopt;
     }
+    if (!same_bytes(fields.take(tag::kSequence).whole, list.take(tag::kSequence).whole)) {
+        return std::nullopt;
+    }
+    fields.take(tag::kSequence); // the issuer
+    fields.take();               // the dates
+    fields.take_if(tag::kUtcTime);
+    fields.take_if(tag::kGeneralizedTime);
+    parts.before_entries = tbs.contents.first(tbs.contents.size() - fields.rest().size());
+    parts.entries = fields.take_if(tag::kSequence).contents;
+    parts.behind_entries = fields.rest();
+    return parts;
+} catch (const Fault&) {
+    return std::nullopt;
+}
+
+CrlOwner decoded(Bytes encoded) {
+    const unsigned char* cursor = encoded.data();
+    CrlOwner list(d2i_X509_CRL(nullptr, &cursor, static_cast<long>(encoded.size())));
+    if (list && cursor != encoded.data() + encoded.size()) {
+        list.reset();
+    }
+    ERR_clear_error();
+    return list;
+}
+
+CrlOwner without_entries(const CrlParts& parts) {
+    constexpr std::size_t kMostBesideEntries = std::size_t{64} << 10;
+    if (parts.before_entries.size() + parts.behind_entries.size() + parts.outside.size() >=
+        kMostBesideEntries) {
+        return nullptr;
+    }
+    std::string content(text_of(parts.before_entries));
+    content += text_of(parts.behind_entries);
+    content = element(tag::kSequence, content);
+    content += text_of(parts.outside);
+    const std::string list = element(tag::kSequence, content);
+    return decoded(bytes_of(list));
 }
 
 // Numbers are not negative, and a point is for one kind of certificate.
 bool goes_together(const CrlFacts& facts) {
-    if (X509_CRL_get_version(facts.list.get()) > X509_CRL_VERSION_2 ||
-        (X509_CRL_get_version(facts.list.get()) < X509_CRL_VERSION_2 &&
-         X509_CRL_get_ext_count(facts.list.get()) > 0)) {
+    if (X509_CRL_get_version(facts.head.get()) > X509_CRL_VERSION_2 ||
+        (X509_CRL_get_version(facts.head.get()) < X509_CRL_VERSION_2 &&
+         X509_CRL_get_ext_count(facts.head.get()) > 0)) {
         return false;
     }
     for (const IntegerOwner* number : {&facts.number, &facts.base_number}) {
@@ -138,23 +176,24 @@ bool goes_together(const CrlFacts& facts) {
     return (point.onlyuser > 0) + (point.onlyCA > 0) + (point.onlyattr > 0) <= 1;
 }
 
-std::shared_ptr<const CrlFacts> read_owned(CrlOwner owned, Bytes encoded) {
-    X509_CRL* list = owned.get();
+// Null when it can't be used, whatever its entries are.
+std::shared_ptr<CrlFacts> read_head(const CrlParts& parts, CrlOwner head) {
+    X509_CRL* list = head.get();
     if (list == nullptr) {
-        ERR_clear_error();
         return nullptr;
     }
     auto facts = std::make_shared<CrlFacts>();
-    facts->list = std::move(owned);
+    facts->parts = parts;
+    facts->head = std::move(head);
     const std::optional<FileTicks> made = ticks_of(X509_CRL_get0_lastUpdate(list));
     const ASN1_TIME* next = X509_CRL_get0_nextUpdate(list);
     facts->next_update = ticks_of(next);
-    const bool good = made && (next == nullptr || facts->next_update) && frame_is_right(encoded) &&
+    const bool good = made && (next == nullptr || facts->next_update) &&
                       take_extension(list, NID_issuing_distribution_point, facts->point) &&
                       take_extension(list, NID_crl_number, facts->number) &&
                       take_extension(list, NID_delta_crl, facts->base_number) &&
                       take_expired_certs(list, facts->reaches_back_to) && goes_together(*facts) &&
-                      extensions_are_known(list) && entries_are_known(list);
+                      extensions_are_known(list);
     ERR_clear_error();
     if (!good) {
         return nullptr;
@@ -163,25 +202,45 @@ std::shared_ptr<const CrlFacts> read_owned(CrlOwner owned, Bytes encoded) {
     if (facts->names_its_point()) {
         facts->point_names = PointNames(*facts->point->distpoint, facts->issuer());
     }
-    facts->point_bytes = bytes_of(list, NID_issuing_distribution_point);
-    facts->key_identifier_bytes = bytes_of(list, NID_authority_key_identifier);
+    facts->point_bytes = octets_of_extension(list, NID_issuing_distribution_point);
+    facts->key_identifier_bytes = octets_of_extension(list, NID_authority_key_identifier);
     return facts;
 }
 
 } // namespace
 
-std::shared_ptr<const CrlFacts> read_crl(Bytes encoded) {
-    const unsigned char* cursor = encoded.data();
-    CrlOwner list(d2i_X509_CRL(nullptr, &cursor, static_cast<long>(encoded.size())));
-    if (list && cursor != encoded.data() + encoded.size()) {
-        list.reset();
+X509_CRL* CrlFacts::whole() const {
+    if (has_entries_in_head) {
+        return head.get();
     }
-    return read_owned(std::move(list), encoded);
+    if (!whole_) {
+        // What is outside the signed part, its own header among it, anybody may have written.
+        std::string content(text_of(parts.signed_part));
+        content += text_of(parts.outside);
+        whole_ = decoded(bytes_of(element(tag::kSequence, content)));
+        if (*whole_ && !entries_are_known(whole_->get())) {
+            whole_->reset();
+        }
+    }
+    return whole_->get();
+}
+
+std::shared_ptr<const CrlFacts> read_crl(Bytes encoded) {
+    const std::optional<CrlParts> parts = parts_of(encoded);
+    return parts ? read_head(*parts, without_entries(*parts)) : nullptr;
 }
 
 std::shared_ptr<const CrlFacts> read_crl(X509_CRL* list, Bytes encoded) {
+    const std::optional<CrlParts> parts = parts_of(encoded);
+    if (!parts || !entries_are_known(list)) {
+        return nullptr;
+    }
     X509_CRL_up_ref(list);
-    return read_owned(CrlOwner(list), encoded);
+    std::shared_ptr<CrlFacts> facts = read_head(*parts, CrlOwner(list));
+    if (facts) {
+        facts->has_entries_in_head = true;
+    }
+    return facts;
 }
 
 bool continues(const CrlFacts& delta, const CrlFacts& base) {

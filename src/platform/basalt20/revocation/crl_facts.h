@@ -1,5 +1,6 @@
 // What a revocation list says of itself, read once: dates, numbers, whom and what it is for, and
-// whether it can be used at all. Nothing here is authentic yet.
+// whether it can be used at all. Nothing here is authentic yet, and so the entries, of which there
+// may be very many, are read when somebody asks for them.
 #pragma once
 
 #include <basalt/coding/der_reader.h>
@@ -20,8 +21,20 @@ using CrlOwner = OpensslOwner<X509_CRL, X509_CRL_free>;
 using IssuingPoint = OpensslOwner<ISSUING_DIST_POINT, ISSUING_DIST_POINT_free>;
 using IntegerOwner = OpensslOwner<ASN1_INTEGER, ASN1_INTEGER_free>;
 
+// RFC 5280, 5.1, as views into the bytes that it was read from.
+struct CrlParts {
+    Bytes signed_part;
+    Bytes before_entries; // in the signed part
+    Bytes entries;        // one behind the other
+    Bytes behind_entries; // in the signed part
+    Bytes outside;        // the algorithm and the signature
+};
+
+// For one thread; the bytes must outlive it.
 struct CrlFacts {
-    CrlOwner list;
+    CrlParts parts;
+    CrlOwner head;                    // all but the entries
+    bool has_entries_in_head = false; // they are there as well
     FileTicks this_update = 0;
     std::optional<FileTicks> next_update;
     IssuingPoint point;      // the issuing distribution point, null when there is none
@@ -32,18 +45,25 @@ struct CrlFacts {
     IntegerOwner base_number; // of a delta
     std::optional<FileTicks> reaches_back_to;
 
-    const X509_NAME* issuer() const { return X509_CRL_get_issuer(list.get()); }
+    const X509_NAME* issuer() const { return X509_CRL_get_issuer(head.get()); }
     bool is_delta() const { return base_number != nullptr; }
     bool names_its_point() const { return point && point->distpoint != nullptr; }
     bool is_indirect() const { return point && point->indirectCRL > 0; }
+
+    // With its entries; null when they can't be read, or one of them isn't understood.
+    X509_CRL* whole() const;
+
+private:
+    mutable std::optional<CrlOwner> whole_;
 };
 
 // Null for what can't be used: no list, bytes behind it, another signature algorithm inside than
-// outside, an unknown critical extension of the list or of an entry, extensions that can't be read
-// or don't go together, dates that are none.
+// outside, an unknown critical extension, extensions that can't be read or don't go together, dates
+// that are none, 64 KiB and more beside the entries.
 std::shared_ptr<const CrlFacts> read_crl(Bytes encoded);
 
-// The same for a list that OpenSSL has read already from these bytes; takes a reference of its own.
+// The same for a list that OpenSSL has read already from these bytes, however much is beside its
+// entries; takes a reference of its own.
 std::shared_ptr<const CrlFacts> read_crl(X509_CRL* list, Bytes encoded);
 
 // True when the delta continues the base: same issuer, distribution point and key identifier, the

@@ -19,6 +19,20 @@ bool fits(const X509_ALGOR* algorithm, const EVP_PKEY* key) {
            (key_type == EVP_PKEY_RSA_PSS && type == EVP_PKEY_RSA);
 }
 
+using AnyOwner = OpensslOwner<ASN1_TYPE, ASN1_TYPE_free>;
+
+// An element that OpenSSL encodes as the bytes that it is; null when there is no memory.
+AnyOwner as_any(Bytes encoded) {
+    AnyOwner any(ASN1_TYPE_new());
+    ASN1_STRING* bytes = ASN1_STRING_type_new(V_ASN1_SEQUENCE);
+    if (!any || ASN1_STRING_set(bytes, encoded.data(), static_cast<int>(encoded.size())) != 1) {
+        ASN1_STRING_free(bytes);
+        return nullptr;
+    }
+    ASN1_TYPE_set(any.get(), V_ASN1_SEQUENCE, bytes);
+    return any;
+}
+
 } // namespace
 
 const X509Entry* EvidenceSignatures::of_same_key(const X509Entry& signer) {
@@ -64,9 +78,16 @@ bool EvidenceSignatures::look_up(const void* object, const X509_ALGOR* algorithm
 bool EvidenceSignatures::good(const CrlFacts& list, const X509Entry& signer, StrengthLevel level,
                               bool given, std::size_t octets) {
     const X509_ALGOR* algorithm = nullptr;
-    X509_CRL_get0_signature(list.list.get(), nullptr, &algorithm);
-    return look_up(&list, algorithm, signer, level, {given, octets},
-                   [&](EVP_PKEY* key) { return X509_CRL_verify(list.list.get(), key) == 1; });
+    const ASN1_BIT_STRING* signature = nullptr;
+    X509_CRL_get0_signature(list.head.get(), &signature, &algorithm);
+    return look_up(&list, algorithm, signer, level, {given, octets}, [&](EVP_PKEY* key) {
+        if (list.has_entries_in_head) {
+            return X509_CRL_verify(list.head.get(), key) == 1;
+        }
+        const AnyOwner signed_part = as_any(list.parts.signed_part);
+        return signed_part && ASN1_item_verify(ASN1_ITEM_rptr(ASN1_ANY), algorithm, signature,
+                                               signed_part.get(), key) == 1;
+    });
 }
 
 bool EvidenceSignatures::good(const OcspFacts& answer, const X509Entry& signer, StrengthLevel level,

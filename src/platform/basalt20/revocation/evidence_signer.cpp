@@ -41,6 +41,11 @@ bool may_sign_lists(const X509Entry& entry) {
     return (X509_get_key_usage(entry.certificate.get()) & KU_CRL_SIGN) != 0;
 }
 
+// Who isn't an authority signs no lists by the way (RFC 5280, 4.2.1.3).
+bool says_what_it_is_for(const X509Entry& entry) {
+    return (X509_get_extension_flags(entry.certificate.get()) & (EXFLAG_KUSAGE | EXFLAG_CA)) != 0;
+}
+
 bool is_valid_at(const X509* certificate, FileTicks at) {
     const std::optional<FileTicks> begin = ticks_of(X509_get0_notBefore(certificate));
     const std::optional<FileTicks> end = ticks_of(X509_get0_notAfter(certificate));
@@ -77,12 +82,6 @@ StatusQuestion EvidenceSigner::question_about_signer(FileTicks at) const {
     question.is_signer = true;
     question.is_about_key = false;
     return question;
-}
-
-bool EvidenceSigner::is_above(const X509Entry& certificate) const {
-    const CertificatePathView above = path_.subspan(index_ + 1);
-    return std::any_of(above.begin(), above.end(),
-                       [&](const CertificateEntry& entry) { return same(*entry, certificate); });
 }
 
 bool EvidenceSigner::has_signed_list(const EvidenceItem& item, const X509Entry& signer,
@@ -212,15 +211,14 @@ void EvidenceSigner::distrust(const StatusFinding& signer) {
 
 bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
     is_beyond_doubt_ = false;
+    is_doubtful_ = false;
     is_distrusted_ = false;
     if (item.answer) {
         return has_signed_answer(item);
     }
-    for (std::size_t i = index_ + 1; i < path_.size(); ++i) {
-        if (has_signed_list(item, *path_[i])) {
-            is_beyond_doubt_ = true;
-            return true;
-        }
+    if (has_signed_list(item, *issuer())) {
+        is_beyond_doubt_ = true;
+        return true;
     }
     // Who signs lists for others, by its certificate's own word also the one about itself.
     return scope_.points_to(item.list->issuer()) && has_signed_list(item, *path_[index_]);
@@ -228,6 +226,7 @@ bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
 
 bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
     is_beyond_doubt_ = false;
+    is_doubtful_ = false;
     is_distrusted_ = false;
     if (!item.list) {
         return false;
@@ -247,10 +246,8 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
         if (item.given() && session_.signatures.left_out() != left_out_before) {
             break; // there is no use in asking of every other list and key whether it is too many
         }
-        // Nobody signs lists by the way: authorities say so in so many words (RFC 5280, 4.2.1.3).
-        if ((X509_get_extension_flags(other->certificate.get()) & EXFLAG_KUSAGE) == 0 ||
-            is_above(*other) || session_.is_under_way(*other) ||
-            !has_signed_list(item, *other, !own)) {
+        if (!says_what_it_is_for(*other) || same(*other, *issuer()) ||
+            session_.is_under_way(*other) || !has_signed_list(item, *other, !own)) {
             continue;
         }
         const FileTicks at = moment_of(item);
@@ -280,18 +277,16 @@ bool EvidenceSigner::passes_with_support(const EvidenceItem& item, CertificatePa
         distrust(finding);
         return false;
     }
+    is_doubtful_ = is_doubtful_ || (!speaks && !passes(finding, RevocationMode::require));
     add_unknown(session_.support[&item], finding.evidence);
     return true;
 }
 
-// Those that are above the certificate on its own path, too, are judged there.
+// From the anchor down: what whoever was revoked has issued needn't be asked about.
 bool EvidenceSigner::is_in_good_standing(const EvidenceItem& item, CertificatePathView path,
                                          FileTicks at) {
     const StatusQuestion question = question_about_signer(at);
-    for (std::size_t i = 0; i + 1 < path.size(); ++i) {
-        if (is_above(*path[i])) {
-            continue;
-        }
+    for (std::size_t i = path.size() - 1; i-- > 0;) {
         if (session_.is_under_way(*path[i]) || !passes_with_support(item, path, i, question) ||
             !has_sound_key(item, path[i])) {
             return false;

@@ -1,6 +1,7 @@
-// Who may sign lists and answers about one certificate of a path: the authorities above it on the
-// path itself, and others of the right name that have a path of their own to the same anchor and
-// are in good standing.
+// Who may sign lists and answers about one certificate of a path: its issuer, and others of the
+// right name that have a path of their own to the same anchor and are in good standing. Whoever
+// else is above it on the path is one of these: what is found hangs on the certificate, its issuer
+// and the anchor alone, and holds for every path through them.
 #pragma once
 
 #include <basalt/revocation/evidence_session.h>
@@ -15,16 +16,18 @@ public:
                    const StatusQuestion& question, const CertificateScope& scope)
         : session_(session), path_(path), index_(index), question_(question), scope_(scope) {}
 
-    // True when a key of the path has signed the object and may do so.
+    // True when the issuer has signed the object and may do so, or named who does.
     bool is_on_path(const EvidenceItem& item);
 
     // The same for lists by other keys of that name. Answers are signed by the key that has signed
     // the certificate, or by whom that key has named for it (RFC 6960, 4.2.2.2).
     bool is_beside_path(const EvidenceItem& item);
 
-    // Of the item that was looked at last. One signed by a key of the path above is beyond doubt;
-    // one that is authentic, and whose signer isn't trusted all the same, may be right.
+    // Of the item that was looked at last. One signed by the issuer's key is beyond doubt; one of
+    // whose signer's standing nothing is known, though it could be, is doubtful; one that is
+    // authentic, and whose signer isn't trusted all the same, may be right.
     bool is_beyond_doubt() const { return is_beyond_doubt_; }
+    bool is_doubtful() const { return is_doubtful_; }
     bool is_distrusted() const { return is_distrusted_; }
 
 private:
@@ -43,7 +46,6 @@ private:
     void distrust(const StatusFinding& signer);
     // Whether nothing at hand calls it compromised, by whatever certificate of it.
     bool has_sound_key(const EvidenceItem& item, const CertificateEntry& signer);
-    bool is_above(const X509Entry& certificate) const;
     FileTicks moment_of(const EvidenceItem& item) const;
     StatusQuestion question_about_signer(FileTicks at) const;
     const CertificateEntry& issuer() const { return path_[index_ + 1]; }
@@ -54,6 +56,7 @@ private:
     const StatusQuestion& question_;
     const CertificateScope& scope_;
     bool is_beyond_doubt_ = false;
+    bool is_doubtful_ = false;
     bool is_distrusted_ = false;
 };
 

@@ -23,6 +23,9 @@ constexpr std::size_t kOctetsCompared = 512;
 
 constexpr int kFewEntries = 16;
 constexpr std::size_t kMostOfAnAnswer = std::size_t{256} << 10; // that is kept
+// Of one that is fetched, beside its certificates: OpenSSL makes forty times as much of it, before
+// anybody can look who signed it.
+constexpr std::size_t kMostSigned = std::size_t{64} << 10;
 
 constexpr char kRequestType[] = "application/ocsp-request";
 
@@ -70,14 +73,6 @@ bool have_same_scope(const CrlFacts& a, const CrlFacts& b) {
            X509_NAME_cmp(a.issuer(), b.issuer()) == 0;
 }
 
-bool has_entries(const CrlFacts& list) {
-    return sk_X509_REVOKED_num(X509_CRL_get_REVOKED(list.list.get())) > 0;
-}
-
-Bytes signed_part(const EvidenceItem& list) {
-    return DerReader(sole_element(list.encoded, tag::kSequence).contents).take().whole;
-}
-
 std::vector<BYTE> word_of(const OcspFacts& answer) {
     unsigned char* der = nullptr;
     const int size = i2d_OCSP_RESPDATA(OCSP_resp_get0_respdata(answer.basic.get()), &der);
@@ -88,7 +83,7 @@ std::vector<BYTE> word_of(const OcspFacts& answer) {
 
 // Whatever is written around what is signed.
 bool say_the_same(const EvidenceItem& a, const EvidenceItem& b) {
-    return a.list ? same_bytes(signed_part(a), signed_part(b))
+    return a.list ? same_bytes(a.list->parts.signed_part, b.list->parts.signed_part)
                   : word_of(*a.answer) == word_of(*b.answer);
 }
 
@@ -110,7 +105,11 @@ EvidenceItem make_item(EvidenceSource source, const std::string& url, EvidenceKi
     if (kind == EvidenceKind::crl) {
         item.list = read_crl(item.encoded);
     } else {
-        item.answer = read_ocsp(item.encoded);
+        item.answer = read_ocsp(item.encoded, kMostSigned);
+    }
+    if (!item.usable()) { // all that is needed of it is that it was asked for
+        item.encoded = {};
+        item.keeper.reset();
     }
     return item;
 }
@@ -181,14 +180,13 @@ Inquiry::Items Inquiry::fetched_before() {
 
 // All of it, also when what was given makes it good: one may know better than another.
 bool Inquiry::ask_cache() {
-    for (const std::string& url : addresses_.ocsp) {
-        if (consider_cached(key_of(EvidenceKind::ocsp, url), url, EvidenceKind::ocsp)) {
-            return true;
-        }
-    }
-    for (const std::string& url : addresses_.crl) {
-        if (consider_cached(key_of(EvidenceKind::crl, url), url, EvidenceKind::crl)) {
-            return true;
+    for (const auto& [kind, urls] : {std::pair(EvidenceKind::ocsp, &addresses_.ocsp),
+                                     std::pair(EvidenceKind::crl, &addresses_.crl)}) {
+        for (const std::string& url : *urls) {
+            if (consider_cached(key_of_revocation(kind, url), url, kind) ||
+                consider_cached(key_of(kind, url), url, kind)) {
+                return true;
+            }
         }
     }
     cache_was_asked_ = true;
@@ -218,6 +216,14 @@ std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
                : "answer " + url + '\n' + issuer + serial_number_of(certificate_);
 }
 
+// What revokes the certificate for good is kept apart as well. Lists of other scopes, or newer ones
+// that don't have the entry any more, may come for the sake of others; and of two processes that
+// keep something of one address at once one goes unheard.
+std::string Inquiry::key_of_revocation(EvidenceKind kind, const std::string& url) const {
+    return (kind == EvidenceKind::crl ? "revoking list " : "revoking answer ") + url + '\n' +
+           digest_of_authority(issuer_) + serial_number_of(certificate_);
+}
+
 bool Inquiry::consider_cached(const std::string& key, const std::string& url, EvidenceKind kind) {
     if (!session_.fetched.contains(key)) {
         for (std::vector<BYTE>& object : kept_objects(key)) {
@@ -230,7 +236,9 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
     }
     Items items;
     for (const EvidenceItem& item : found->second) {
-        items.push_back(&item);
+        if (!is_heard_already(item)) {
+            items.push_back(&item);
+        }
     }
     const bool decided = consider(items);
     // What is cached was verified when it was kept: that its signer isn't at hand now, or that it
@@ -268,7 +276,13 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
         session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
     static_cast<void>(consider({item}));
     if (is_worth_keeping(*item)) {
-        keep(*item, key);
+        // Of whose signer nothing is known mustn't take the place of what is sure.
+        if (std::find(doubtful_.begin(), doubtful_.end(), item) == doubtful_.end()) {
+            keep(*item, key);
+        }
+        if (charge_of(*item).first > 0) {
+            keep(*item, key_of_revocation(kind, url));
+        }
     }
     return ends_search();
 }
@@ -322,7 +336,8 @@ void Inquiry::put_in_order(Items& items) {
     });
 }
 
-// Where there may be more than can be heard what revokes goes first.
+// Where there may be more than can be heard what revokes goes first. The entries of a list that was
+// just fetched aren't read for that: nobody may have signed it.
 void Inquiry::put_weightiest_first(Items& items) {
     constexpr std::size_t kFew = 8;
     if (items.size() <= kFew) {
@@ -330,7 +345,8 @@ void Inquiry::put_weightiest_first(Items& items) {
     }
     Items weighty[2][2]; // by whether they were given, and speak against
     for (const EvidenceItem* item : items) {
-        weighty[item->given() ? 1 : 0][speaks_against(*item) ? 0 : 1].push_back(item);
+        const bool is_unread = item->list && item->source == EvidenceSource::network;
+        weighty[item->given() ? 1 : 0][!is_unread && speaks_against(*item) ? 0 : 1].push_back(item);
     }
     items.clear();
     for (const auto& [against, others] : weighty) {
@@ -347,6 +363,9 @@ void Inquiry::accept(const EvidenceItem& item) {
         }
         return;
     }
+    if (item.list->whole() == nullptr) {
+        return; // as useless as one that isn't a list
+    }
     const std::optional<ReasonSet> reasons = sources_.scope.reasons(*item.list);
     const Listing* listing = reasons ? session_.listing_of(item, certificate_) : nullptr;
     if (listing != nullptr) {
@@ -361,6 +380,15 @@ bool Inquiry::is_accepted(const EvidenceItem& item) const {
                        [&](const Answer& answer) { return answer.item == &item; }) ||
            std::any_of(lists_.begin(), lists_.end(),
                        [&](const List& list) { return list.item == &item; });
+}
+
+// What was kept twice is heard once.
+bool Inquiry::is_heard_already(const EvidenceItem& item) const {
+    const auto is_same = [&](const auto& heard) {
+        return heard.item != &item && same_bytes(heard.item->encoded, item.encoded);
+    };
+    return std::any_of(answers_.begin(), answers_.end(), is_same) ||
+           std::any_of(lists_.begin(), lists_.end(), is_same);
 }
 
 // What tells nothing now needn't be kept: a stale list, an authentic "unknown". What was made ahead
@@ -451,7 +479,8 @@ void Inquiry::keep(const EvidenceItem& item, const std::string& key) {
     // The one that says the least goes.
     if (kept.size() >= kMostKept) {
         const auto weight = [&](const EvidenceItem& one) {
-            return std::tuple(charge_of(one), one.list && has_entries(*one.list), one.made_at());
+            return std::tuple(charge_of(one), one.list && !one.list->parts.entries.empty(),
+                              one.made_at());
         };
         kept.erase(std::min_element(kept.begin(), kept.end(),
                                     [&](const EvidenceItem& one, const EvidenceItem& other) {
@@ -473,6 +502,9 @@ bool Inquiry::hears(const EvidenceItem& item,
     own_left_out_ = own_left_out_ || (left_out && !item.given());
     if (heard && signer_.is_beyond_doubt()) {
         beyond_doubt_.push_back(&item);
+    }
+    if (heard && signer_.is_doubtful()) {
+        doubtful_.push_back(&item);
     }
     // Its signer can make nothing good; but that it can't revoke either would suit a thief.
     if (!heard && signer_.is_distrusted() && may_speak_against(item)) {
@@ -643,7 +675,7 @@ bool Inquiry::ends_search() const {
 
 bool Inquiry::is_final() const {
     if (question_.is_about_key) {
-        return ruling_.tells_compromise;
+        return false; // whoever said it again later may not have been entitled to any more
     }
     // What was left out may revoke; so may what the next source says. A newer word lifts a hold.
     return (ruling_.standing == Standing::revoked && !ruling_.may_be_lifted) ||
@@ -679,12 +711,22 @@ void Inquiry::add_support(StatusFinding& finding) const {
     }
 }
 
+std::vector<FileTicks> Inquiry::compromise_was_said() const {
+    std::vector<FileTicks> said;
+    for (const std::size_t index : ruling_.telling_compromise) {
+        said.push_back(statements_[index].this_update);
+    }
+    std::sort(said.begin(), said.end());
+    return said;
+}
+
 StatusFinding Inquiry::finding() const {
     StatusFinding finding;
+    finding.said = compromise_was_said();
     finding.standing = ruling_.standing;
     finding.cause = ruling_.cause;
     finding.revoked_later = ruling_.revoked_later;
-    finding.key_is_compromised = ruling_.tells_compromise;
+    finding.key_is_compromised = !finding.said.empty();
     finding.heard_revoked = ruling_.standing == Standing::revoked;
     for (const std::size_t index : ruling_.deciding) {
         const Statement& statement = statements_[index];

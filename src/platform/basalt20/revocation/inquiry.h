@@ -46,6 +46,7 @@ private:
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
+    bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
     bool is_worth_keeping(const EvidenceItem& item);
     bool is_made_ahead(const EvidenceItem& item);
@@ -67,9 +68,11 @@ private:
     bool may_still_be_lifted() const;
     bool is_all_heard() const { return session_.signatures.left_out() == left_out_before_; }
     StatusFinding finding() const;
+    std::vector<FileTicks> compromise_was_said() const;
     void add_support(StatusFinding& finding) const;
     DecidingEvidence deciding_evidence(const EvidenceItem& item, const Statement& of) const;
     std::string key_of(EvidenceKind kind, const std::string& url) const;
+    std::string key_of_revocation(EvidenceKind kind, const std::string& url) const;
 
     EvidenceSession& session_;
     const unsigned left_out_before_;
@@ -85,6 +88,7 @@ private:
 
     Items contradicting_;         // kept once, against it, and now by nobody who is known
     Items beyond_doubt_;          // of the accepted
+    Items doubtful_;              // of these, too
     std::vector<List> lists_;     // accepted
     std::vector<Answer> answers_; // accepted
     std::vector<Statement> statements_;

@@ -28,18 +28,6 @@ bool is_of(const X509_REVOKED* entry, const ASN1_INTEGER* serial) {
     return ASN1_INTEGER_cmp(X509_REVOKED_get0_serialNumber(entry), serial) == 0;
 }
 
-// The list of revokedCertificates (RFC 5280, 5.1) in the order in which it came.
-Bytes entries_in(Bytes encoded) {
-    DerReader tbs(DerReader(sole_element(encoded, tag::kSequence).contents).take().contents);
-    tbs.take_if(tag::kInteger);
-    tbs.take(tag::kSequence); // the algorithm
-    tbs.take(tag::kSequence); // the issuer
-    tbs.take();               // the dates
-    tbs.take_if(tag::kUtcTime);
-    tbs.take_if(tag::kGeneralizedTime);
-    return tbs.take_if(tag::kSequence).contents;
-}
-
 // The names of an entry's certificateIssuer, or none.
 Bytes issuers_in(DerReader entry) {
     constexpr BYTE kCertificateIssuer[] = {0x55, 0x1D, 0x1D};
@@ -117,7 +105,7 @@ Listing indirect_listing(const EvidenceItem& item, const X509* certificate) try 
     const ASN1_INTEGER* serial = X509_get0_serialNumber(certificate);
     IssuerOfEntries issuer(item.list->issuer(), X509_get_issuer_name(certificate));
     Listing listing;
-    for (DerReader entries(entries_in(item.encoded)); !entries.at_end();) {
+    for (DerReader entries(item.list->parts.entries); !entries.at_end();) {
         const Element whole = entries.take(tag::kSequence);
         DerReader fields(whole.contents);
         const Bytes number = fields.take(tag::kInteger).contents;
@@ -149,9 +137,10 @@ std::size_t comparisons_for_listing(const EvidenceItem& item) {
 }
 
 Listing listing_of(const EvidenceItem& item, X509* certificate) {
+    X509_CRL* list = item.list->whole();
     X509_REVOKED* first = nullptr;
     Listing listing;
-    if (X509_CRL_get0_by_cert(item.list->list.get(), &first, certificate) == 0) {
+    if (list == nullptr || X509_CRL_get0_by_cert(list, &first, certificate) == 0) {
         return listing;
     }
     if (item.list->is_indirect()) {
@@ -162,7 +151,7 @@ Listing listing_of(const EvidenceItem& item, X509* certificate) {
         ERR_clear_error();
         return listing;
     }
-    const STACK_OF(X509_REVOKED)* all = X509_CRL_get_REVOKED(item.list->list.get());
+    const STACK_OF(X509_REVOKED)* all = X509_CRL_get_REVOKED(list);
     for (int i = 0; i < sk_X509_REVOKED_num(all); ++i) {
         const X509_REVOKED* entry = sk_X509_REVOKED_value(all, i);
         if (is_of(entry, X509_REVOKED_get0_serialNumber(first))) {

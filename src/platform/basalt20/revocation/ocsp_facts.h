@@ -11,6 +11,7 @@
 
 #include <openssl/ocsp.h>
 
+#include <limits>
 #include <map>
 #include <memory>
 #include <vector>
@@ -32,8 +33,9 @@ struct OcspFacts {
 };
 
 // Null for what can't be used: no successful basic answer, bytes behind it, an unknown critical
-// extension of the whole.
-std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded);
+// extension of the whole, more than so many octets beside the certificates.
+std::shared_ptr<const OcspFacts>
+read_ocsp(Bytes encoded, std::size_t most = std::numeric_limits<std::size_t>::max());
 
 // A certificate as answers name it: by digests of its issuer's name and key, whichever the
 // responder has taken. Each digest is computed once, however many entries there are. The

@@ -147,10 +147,12 @@ Ruling rule(std::span<const Statement> statements, const Moments& moments) {
     Ruling ruling;
     ruling.standing = Standing::revoked;
     ruling.cause = UnknownCause::none;
-    ruling.tells_compromise =
-        std::any_of(statements.begin(), statements.end(), [&](const Statement& s) {
-            return s.revoked && is_compromise(s.reason) && is_known_by(s, moments.now);
-        });
+    for (std::size_t i = 0; i < statements.size(); ++i) {
+        const Statement& s = statements[i];
+        if (s.revoked && is_compromise(s.reason) && is_known_by(s, moments.now)) {
+            ruling.telling_compromise.push_back(i);
+        }
+    }
     if (const auto found = deciding_revocation(statements, moments)) {
         ruling.revoked_later = statements[*found].revoked_at > moments.stamp;
         ruling.deciding = {*found};

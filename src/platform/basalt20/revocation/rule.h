@@ -77,7 +77,7 @@ struct Ruling {
     UnknownCause cause = UnknownCause::no_source; // never unreachable or exhausted
     bool revoked_later = false;                   // after the stamp, and voids it all the same
     bool may_be_lifted = false;                   // revoked by a hold: a newer word goes before it
-    bool tells_compromise = false;                // some statement does, whichever decided
+    std::vector<std::size_t> telling_compromise;  // of the statements, whichever decided
     std::vector<std::size_t> deciding;            // indices of the statements that decided
 };
 

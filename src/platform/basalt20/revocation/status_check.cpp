@@ -99,8 +99,9 @@ const Listing* EvidenceSession::listing_of(const EvidenceItem& list, X509* certi
 bool EvidenceSession::has_entry(const EvidenceItem& list, X509* certificate) {
     const auto [known, is_new] = entries_.try_emplace({&list, certificate}, false);
     if (is_new) {
+        X509_CRL* whole = list.list->whole();
         X509_REVOKED* entry = nullptr;
-        known->second = X509_CRL_get0_by_cert(list.list->list.get(), &entry, certificate) != 0;
+        known->second = whole != nullptr && X509_CRL_get0_by_cert(whole, &entry, certificate) != 0;
     }
     return known->second;
 }

@@ -54,7 +54,7 @@ struct StatusFinding {
     // What was heard revokes, by a hold also where more was left out that may have lifted it.
     bool heard_revoked = false;
 
-    // Of a revoked one: its issuer's own key has told it, or one above that.
+    // Of a revoked one: its issuer's own key has told it.
     bool is_beyond_doubt = false;
 
     // Of a revoked one: nothing that may still come changes that. A newer word lifts a hold.
@@ -62,14 +62,21 @@ struct StatusFinding {
     bool is_on_hold() const { return heard_revoked && reason == reason::kCertificateHold; }
 
     // Something at hand says that the key is in strange hands, whichever statement decided: no
-    // other path through it is good either.
+    // other path through it is good either. When it was said, the earliest first.
     bool key_is_compromised = false;
+    std::vector<FileTicks> said;
 };
 
 // True when a certificate of that standing may pass: an unknown one under `available`, and under
 // `require` only when there is no source to ask. Never one that was buried under more junk than
 // could be looked at, or by servers that took all the time.
 bool passes(const StatusFinding& finding, RevocationMode mode);
+
+// Asking its sources could still tell.
+inline bool is_open(const StatusFinding& finding) {
+    return finding.may_be_lifted ||
+           (finding.standing == Standing::unknown && finding.cause != UnknownCause::no_source);
+}
 
 struct StatusQuestion {
     FileTicks stamp_time = 0; // T: the moment at which the certificate has to have been good

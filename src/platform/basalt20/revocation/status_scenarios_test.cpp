@@ -368,7 +368,7 @@ TEST_F(StatusScenarios, OnlyWhatIsAuthenticAndTellsSomethingIsCached) {
     } cases[] = {
         {"good list", list(90, 110), 1},
         {"good answer", answer(99, 110), 1},
-        {"revoked", revoked(answer(99, 110), -5, 1), 1},
+        {"revoked", revoked(answer(99, 110), -5, 1), 2}, // and apart, for itself
         {"forged list", with(Fault::forged, list(90, 100'000)), 0},
         {"forged answer", with(Fault::forged, answer(90, 100'000)), 0},
         {"forged revocation", with(Fault::forged, revoked(list(90, 110), -5, 1)), 0},

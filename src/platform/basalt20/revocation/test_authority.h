@@ -353,7 +353,8 @@ inline Bytes bytes_of(const std::string& text) {
 // Paths among a few certificates, by names and signatures alone.
 class FewPaths : public SignerPaths {
 public:
-    void add(const Party& party) { entries_.push_back(party.entry); }
+    void add(const Party& party) { add(party.entry); }
+    void add(const CertificateEntry& entry) { entries_.push_back(entry); }
 
     // How often somebody has looked for certificates, and for paths.
     unsigned lookups() const { return lookups_; }

@@ -1,0 +1,134 @@
+"""Whose key was stolen can't have the stamps of others pass or fail: neither by certificates and lists of his own making
+beside a stamp, nor by what is kept of those, once he was taken back. He stood under the trusted root and could do all."""
+
+import datetime
+import hashlib
+import time
+
+import forge
+import program
+from fetched_revocation import AVAILABLE, HOUR, NOW, REVOKED, FetchedTest, list_of
+from hostile_tokens import DIGEST
+
+
+def before(other, make):
+    """One that is tried before the other: what is equally likely goes by its digest."""
+    while True:
+        made = make()
+        if hashlib.sha256(made.der).digest() < hashlib.sha256(other.der).digest():
+            return made
+
+
+class StolenAuthority(FetchedTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.middle = cls.authority_named("middle", cls.root, "root.crl")
+        cls.low = cls.authority_named("low", cls.middle, "middle.crl")
+        cls.stamper = forge.issue(cls.folder, "stamper", cls.low, crl_url=cls.url + "low.crl")
+        cls.thief = cls.authority_named("thief", cls.root, "root.crl")
+        cls.ended = cls.authority_named("ended", cls.root, "root.crl", begin=NOW - forge.days(90), end=NOW - HOUR)
+        cls.root_list = list_of(cls.root, (cls.thief, "key_compromise"))
+
+    def begin(self, page, content):
+        super().begin(page, content)
+        self.publish("middle.crl", list_of(self.middle))
+        self.info = forge.tst_info(DIGEST, time=NOW - datetime.timedelta(hours=5))
+
+    def is_revoked(self, stamp, *options):
+        self.refuses(stamp, REVOKED, *options)
+
+    def way_up(self, thief):
+        """By which the stamper's issuer has another one above it, and its namesake: on that way, or beside it."""
+        namesake = forge.issue(self.folder, "low", thief, ca=True, usage=None)
+        def cross(issuer):
+            return before(self.middle, lambda: forge.issue(self.folder, "middle", issuer, ca=True, usage=None,
+                                                           key=self.middle.key))
+        return namesake, {"on the way": [cross(namesake), namesake, thief], "beside it": [cross(thief), namesake, thief]}
+
+    def test_his_way_up_tells_nothing_of_another(self):
+        taken = (self.stamper, "key_compromise")
+        for thief in (self.thief, self.ended):
+            namesake, ways = self.way_up(thief)
+            for name, way in ways.items():
+                for honest, false, judge in ((list_of(self.low, taken), list_of(namesake), self.is_revoked),
+                                             (list_of(self.low), list_of(namesake, taken), self.passes)):
+                    stamp = self.stamp_of(self.stamper, self.low, self.middle, *way,
+                                          lists=[false, list_of(thief), self.root_list, list_of(self.middle)])
+                    for options in ((), AVAILABLE):
+                        self.begin("low.crl", honest)
+                        for again in (False, True):
+                            with self.subTest(name, of=thief.name.native["common_name"], options=options, again=again):
+                                judge(stamp, *options)
+
+    def test_what_he_signed_takes_no_place_in_the_cache(self):
+        neighbour = forge.issue(self.folder, "neighbour", self.low, crl_url=self.url + "low.crl")
+        namesake, ways = self.way_up(self.thief)
+        swallows = self.stamp_of(neighbour, self.low, self.middle, *ways["on the way"])
+        for options in ((), AVAILABLE):
+            soon = forge.now() - NOW + datetime.timedelta(seconds=3)
+            self.begin("low.crl", list_of(self.low, (self.stamper, "key_compromise"), until=soon, number=2))
+            self.publish("root.crl", list_of(self.root, until=soon))
+            self.passes(self.stamp_of(neighbour, self.low, self.middle))
+            while forge.now() <= NOW + soon:
+                time.sleep(0.1)
+            self.publish("low.crl", list_of(namesake, number=3))
+            self.server.pages.pop("root.crl")
+            self.verify(swallows, *options)
+            self.publish("root.crl", self.root_list)
+            self.publish("low.crl", list_of(self.low, made=forge.days(2)))
+            with self.subTest(options=options):
+                self.is_revoked(self.stamp_of(self.stamper, self.low, self.middle), *options)
+
+    def test_nobody_is_accused_before_the_accuser_was_asked_about(self):
+        """Of another certificate of the stamper's key; that the accuser was taken back its own list tells, or no list that
+        the stamp needs does."""
+        apart = forge.issue(self.folder, "apart", self.middle, ca=True, usage=None, crl_url=self.url + "apart.crl")
+        for thief, taken_back in ((self.thief, {}), (apart, {"apart.crl": list_of(self.middle, (apart, "key_compromise"))})):
+            again = forge.issue(self.folder, "again", thief, key=self.stamper.key)
+            accused = self.stamp_of(self.stamper, self.low, self.middle, again, thief,
+                                    lists=[list_of(thief, (again, "key_compromise"))])
+            for options in ((), AVAILABLE):
+                for is_thief in (True, False):
+                    self.begin("low.crl", list_of(self.low))
+                    self.publish("root.crl", self.root_list if is_thief else list_of(self.root))
+                    for page, content in taken_back.items():
+                        self.publish(page, content if is_thief else list_of(self.middle))
+                    with self.subTest(thief.name.native["common_name"], options=options, is_thief=is_thief):
+                        (self.passes if is_thief else self.is_revoked)(accused, *options)
+
+    def test_who_was_heard_while_he_was_in_force_is_heard_for_ever(self):
+        """He said so twice, and was superseded in between."""
+        self.begin("", b"")
+        speaker = forge.issue(self.folder, "speaker", self.root, ca=True, usage=None)
+        other = forge.issue(self.folder, "other", speaker, key=self.stamper.key, crl_url=self.url + "speaker.crl")
+        said = [list_of(speaker, (other, "key_compromise"), made=forge.days(ago), until=forge.days(3), since=forge.days(25),
+                        number=number) for ago, number in ((20, 5), (2, 6))]
+        lists = [list_of(self.root, (speaker, "superseded"), since=forge.days(10)), list_of(self.middle), list_of(self.low)]
+        own = []
+        for name, one in (("other", other), ("speaker", speaker)):
+            own += ["--certs", one.write_pem(self.folder / f"{name}.pem")]
+        files = [self.workspace.write(f"{i}.crl", one) for i, one in enumerate(said)]
+        for given, inside, judge in (((), (), self.passes), ((1,), (), self.passes), ((0,), (), self.is_revoked),
+                                     ((0,), (1,), self.is_revoked), ((0, 1), (), self.is_revoked), ((1,), (0,), self.is_revoked)):
+            stamp = self.stamp_of(self.stamper, self.low, self.middle, lists=[*lists, *(said[i] for i in inside)])
+            options = [option for i in given for option in ("--crls", files[i])]
+            with self.subTest(given=given, inside=inside):
+                judge(stamp, "--offline", *own, *options)
+        self.begin("speaker.crl", said[0])
+        self.info = forge.tst_info(DIGEST, time=NOW - forge.days(15))
+        self.is_revoked(self.stamp_of(other, speaker))  # what it said first is kept
+        self.info = forge.tst_info(DIGEST, time=NOW - HOUR)
+        self.is_revoked(self.stamp_of(self.stamper, self.low, self.middle, lists=[*lists, said[1]]), "--offline", *own)
+
+    def test_nobody_below_him_is_asked_about(self):
+        """His lists leave nothing open, though those below him name addresses where nobody is."""
+        below = forge.issue(self.folder, "low", self.thief, ca=True, usage=None, crl_url="http://127.0.0.1:1/gone.crl")
+        false = list_of(below, (self.stamper, "key_compromise"))
+        self.begin("low.crl", list_of(self.low))
+        self.passes(self.stamp_of(self.stamper, self.low, self.middle, below, self.thief,
+                                  lists=[false, self.root_list, list_of(self.middle)]))
+
+
+if __name__ == "__main__":
+    program.main()
