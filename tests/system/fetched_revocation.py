@@ -345,6 +345,39 @@ class FetchedRevocation(FetchedTest):
         self.publish("middle.cer", middle.der)
         self.passes(self.stamp_of(signer, made_up, ca))
 
+    def test_a_root_without_extensions_may_sign_lists_for_those_below(self):
+        """Of version 1, as old ones are; its list is for several issuers."""
+        key, name = forge.Key(self.folder), forge.name_of("old root")
+        algorithm = {"algorithm": "sha256_ecdsa"}
+        tbs = x509.TbsCertificate({
+            "version": "v1", "serial_number": 1, "signature": algorithm, "issuer": name, "subject": name,
+            "validity": {"not_before": x509.Time({"utc_time": NOW - forge.days(90)}),
+                         "not_after": x509.Time({"utc_time": NOW + forge.days(90)})}, "subject_public_key_info": key.spki})
+        root = forge.Identity(x509.Certificate.load(x509.Certificate({
+            "tbs_certificate": tbs, "signature_algorithm": algorithm, "signature_value": key.sign(tbs.dump())}).dump()), key)
+        ca = self.authority_named("below", root, "own.crl")
+        of_root = [x509.GeneralName("directory_name", name)]
+        where = [x509.GeneralName("uniform_resource_identifier", self.url + "all.crl")]
+        signer = forge.issue(self.folder, "signer", ca, extra_extensions=[
+            {"extn_id": "crl_distribution_points", "critical": False, "extn_value": [
+                {"distribution_point": x509.DistributionPointName("full_name", where), "crl_issuer": of_root}]}])
+        of_ca = {"extn_id": "certificate_issuer", "critical": True,
+                 "extn_value": [x509.GeneralName("directory_name", ca.name)]}
+        point = scope(distribution_point=x509.DistributionPointName("full_name", where), indirect_crl=True)
+        roots = root.write_pem(self.folder / "old.pem")
+        stamp = self.workspace.write("stamp", self.stamp_of(signer, ca))
+        for revoked, status in (((), GOOD), (((signer, "key_compromise"),), REFUSED)):
+            content = crl.CertificateList.load(list_of(root, *revoked, extensions=[point]))["tbs_cert_list"]
+            for entry in content["revoked_certificates"]:
+                entry["crl_entry_extensions"] = [*entry["crl_entry_extensions"], of_ca]
+            signed = content.dump(force=True)
+            self.begin("all.crl", forge.element(0x30, signed + content["signature"].dump() +
+                                                forge.element(3, b"\0" + key.sign(signed))))
+            self.publish("own.crl", list_of(root))
+            for options in ((), AVAILABLE, AVAILABLE):
+                with self.subTest(revoked=bool(revoked), options=options):
+                    self.expect(self.workspace.run("verify", stamp, "--data", self.data, "--roots", roots, *options), status)
+
     def test_large_answers_that_nobody_signed_take_little_memory(self):
         """As large as is fetched, from four addresses for each of two certificates."""
         def naming(pages, kind):

@@ -41,7 +41,7 @@ bool may_sign_lists(const X509Entry& entry) {
     return (X509_get_key_usage(entry.certificate.get()) & KU_CRL_SIGN) != 0;
 }
 
-// Who isn't an authority signs no lists by the way (RFC 5280, 4.2.1.3).
+// Who isn't an authority signs no lists by the way (RFC 5280, 4.2.1.3). An anchor needn't say so.
 bool says_what_it_is_for(const X509Entry& entry) {
     return (X509_get_extension_flags(entry.certificate.get()) & (EXFLAG_KUSAGE | EXFLAG_CA)) != 0;
 }
@@ -246,8 +246,9 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
         if (item.given() && session_.signatures.left_out() != left_out_before) {
             break; // there is no use in asking of every other list and key whether it is too many
         }
-        if (!says_what_it_is_for(*other) || same(*other, *issuer()) ||
-            session_.is_under_way(*other) || !has_signed_list(item, *other, !own)) {
+        const bool may_sign = says_what_it_is_for(*other) || same(*other, *path_.back());
+        if (!may_sign || same(*other, *issuer()) || session_.is_under_way(*other) ||
+            !has_signed_list(item, *other, !own)) {
             continue;
         }
         const FileTicks at = moment_of(item);
