@@ -1,7 +1,8 @@
 // Everything that belongs to one question about one certificate: what there is to choose from, what
 // has been verified and fetched, and what it may cost. Judges at one moment after another without
-// doing anything twice. The network is asked in judge() alone, and only for a path that is good but
-// for what is asked. Any thread, one at a time.
+// doing anything twice. The network is asked in judge() alone: for evidence only of a path that is
+// good but for that, and for issuers where one is lacking or isn't right. Any thread, one at a
+// time.
 #pragma once
 
 #include <basalt/chain/chain_settings.h>

@@ -75,7 +75,8 @@ public:
     virtual PathFound any_path(const EvidenceMaker& maker, const PathJudge& judge) = 0;
 
     // Whether the key is in strange hands, by what is said under that anchor of whichever
-    // certificate at hand it is in. Nothing is fetched.
+    // certificate at hand it is in. Once the network is asked for the path that is judged, those
+    // who say so may be asked about there, too.
     virtual KeyHeard hear_of_key(const CertificateEntry& of, const CertificateEntry& anchor) = 0;
 };
 
