@@ -92,6 +92,9 @@ class FetchedTest(TokenTest):
         return {"extn_id": "authority_information_access", "critical": False,
                 "extn_value": [{"access_method": "ca_issuers", "access_location": one} for one in where]}
 
+    def leaves_open(self, token, *options):
+        self.expect(self.verify(token, *options), UNREACHABLE, "indeterminate")
+
     def stamp_of(self, signer, *above, lists=()):
         return self.with_parts(None, [one.der for one in above], lists, signer)
 
@@ -303,8 +306,9 @@ class FetchedRevocation(FetchedTest):
             self.begin("renewed.crl", list_of(right))
             self.publish("root.crl", list_of(self.root, (superseded, "superseded")))
             self.publish("ca.cer", published.der)
+        unheard = forge.issue(self.folder, "renewed", self.root, ca=True, usage=None, key=key, crl_url=self.url + "gone.crl")
         for name, beside in (("ended", [ended]), ("not begun", [later]), ("superseded", [superseded]),
-                             ("for other names", [ca(narrow), narrow])):
+                             ("its list is gone", [unheard]), ("for other names", [ca(narrow), narrow])):
             for options in ((), AVAILABLE):
                 begin(right)
                 with self.subTest(name, options=options):
@@ -331,19 +335,62 @@ class FetchedRevocation(FetchedTest):
                 self.passes(stamp)
 
     def test_a_made_up_certificate_takes_nobodys_turn(self):
-        """In an authority's name and with its key; it names four addresses."""
+        """In an authority's name and with its key; it names four addresses. Nor do several of them, where the authority's
+        own certificate was fetched."""
         self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
         self.addCleanup(self.workspace.configure, "")
         middle = self.authority_named("middle", self.root, "root.crl")
         ca = self.authority_named("lower", middle, "middle.crl", extra_extensions=[self.naming_issuers("middle.cer")])
-        signer = forge.issue(self.folder, "signer", ca, crl_url=self.url + "lower.crl")
+        signer = forge.issue(self.folder, "signer", ca, crl_url=self.url + "lower.crl",
+                             extra_extensions=[self.naming_issuers("lower.cer")])
         nobody = forge.Identity(self.root.certificate, forge.Key(self.folder))
-        four = self.naming_issuers("0", "1", "2", "3")
-        made_up = forge.issue(self.folder, "lower", nobody, ca=True, usage=None, key=ca.key, extra_extensions=[four])
-        self.begin("lower.crl", list_of(ca))
-        self.publish("middle.crl", list_of(middle))
-        self.publish("middle.cer", middle.der)
-        self.passes(self.stamp_of(signer, made_up, ca))
+        def made_up(*pages):
+            return forge.issue(self.folder, "lower", nobody, ca=True, usage=None, key=ca.key,
+                               extra_extensions=[self.naming_issuers(*pages)])
+        for above in ([made_up("0", "1", "2", "3"), ca], [made_up(str(i)) for i in range(5)]):
+            self.begin("lower.crl", list_of(ca))
+            self.publish("middle.crl", list_of(middle))
+            self.publish("middle.cer", middle.der)
+            self.publish("lower.cer", ca.der)
+            with self.subTest(made_up=len(above)):
+                self.passes(self.stamp_of(signer, *above))
+
+    def listed_by(self, lister, ca):
+        """A stamper of the authority that names somebody else's list, and what makes that list."""
+        of_lister, of_ca = ([x509.GeneralName("directory_name", one.name)] for one in (lister, ca))
+        where = x509.DistributionPointName(
+            "full_name", [x509.GeneralName("uniform_resource_identifier", self.url + "all.crl")])
+        signer = forge.issue(self.folder, "signer", ca, extra_extensions=[
+            {"extn_id": "crl_distribution_points", "critical": False,
+             "extn_value": [{"distribution_point": where, "crl_issuer": of_lister}]}])
+        named = {"extn_id": "certificate_issuer", "critical": True, "extn_value": of_ca}
+
+        def list_for_all(*revoked):
+            point = scope(distribution_point=where, indirect_crl=True)
+            content = crl.CertificateList.load(list_of(lister, *revoked, extensions=[point]))["tbs_cert_list"]
+            for entry in content["revoked_certificates"]:
+                entry["crl_entry_extensions"] = [*entry["crl_entry_extensions"], named]
+            signed = content.dump(force=True)
+            return forge.element(0x30, signed + content["signature"].dump() +
+                                 forge.element(3, b"\0" + lister.key.sign(signed)))
+        return signer, list_for_all
+
+    def test_whose_certificate_does_not_tell_its_use_makes_nothing_good_by_a_list(self):
+        """Nor is its word that somebody was taken back passed over."""
+        content = x509.Certificate.load(forge.issue(self.folder, "lister", self.root, crl_url=self.url + "root.crl").der)
+        tbs = content["tbs_certificate"]
+        tbs["extensions"] = [one for one in tbs["extensions"] if one["extn_id"].native in ("crl_distribution_points",)]
+        key = forge.Key(self.folder)
+        tbs["subject_public_key_info"] = key.spki
+        content["signature_value"] = self.root.key.sign(tbs.dump(force=True))
+        lister = forge.Identity(x509.Certificate.load(content.dump(force=True)), key)
+        signer, list_for_all = self.listed_by(lister, self.ca)
+        for revoked in ((), ((signer, "key_compromise"),)):
+            for options, judge in (((), self.leaves_open if revoked else self.cannot_tell),
+                                   (AVAILABLE, self.leaves_open if revoked else self.passes)):
+                self.begin("all.crl", list_for_all(*revoked))
+                with self.subTest(revoked=bool(revoked), options=options):
+                    judge(self.stamp_of(signer, self.ca, lister), *options)
 
     def test_a_root_without_extensions_may_sign_lists_for_those_below(self):
         """Of version 1, as old ones are; its list is for several issuers."""
@@ -356,23 +403,11 @@ class FetchedRevocation(FetchedTest):
         root = forge.Identity(x509.Certificate.load(x509.Certificate({
             "tbs_certificate": tbs, "signature_algorithm": algorithm, "signature_value": key.sign(tbs.dump())}).dump()), key)
         ca = self.authority_named("below", root, "own.crl")
-        of_root = [x509.GeneralName("directory_name", name)]
-        where = [x509.GeneralName("uniform_resource_identifier", self.url + "all.crl")]
-        signer = forge.issue(self.folder, "signer", ca, extra_extensions=[
-            {"extn_id": "crl_distribution_points", "critical": False, "extn_value": [
-                {"distribution_point": x509.DistributionPointName("full_name", where), "crl_issuer": of_root}]}])
-        of_ca = {"extn_id": "certificate_issuer", "critical": True,
-                 "extn_value": [x509.GeneralName("directory_name", ca.name)]}
-        point = scope(distribution_point=x509.DistributionPointName("full_name", where), indirect_crl=True)
+        signer, list_for_all = self.listed_by(root, ca)
         roots = root.write_pem(self.folder / "old.pem")
         stamp = self.workspace.write("stamp", self.stamp_of(signer, ca))
         for revoked, status in (((), GOOD), (((signer, "key_compromise"),), REFUSED)):
-            content = crl.CertificateList.load(list_of(root, *revoked, extensions=[point]))["tbs_cert_list"]
-            for entry in content["revoked_certificates"]:
-                entry["crl_entry_extensions"] = [*entry["crl_entry_extensions"], of_ca]
-            signed = content.dump(force=True)
-            self.begin("all.crl", forge.element(0x30, signed + content["signature"].dump() +
-                                                forge.element(3, b"\0" + key.sign(signed))))
+            self.begin("all.crl", list_for_all(*revoked))
             self.publish("own.crl", list_of(root))
             for options in ((), AVAILABLE, AVAILABLE):
                 with self.subTest(revoked=bool(revoked), options=options):
@@ -428,6 +463,26 @@ class FetchedRevocation(FetchedTest):
             path = self.workspace.write("stamp", self.stamp_of(signer, ca))
             with self.subTest(kind):
                 self.stays_small(100, UNREACHABLE, "verify", path, "--data", self.data, "--roots", self.roots)
+
+    def test_what_is_too_large_to_be_read_is_no_silence(self):
+        """What the authority says of others beside it doesn't hide that it takes the stamper back."""
+        filling = {"extn_id": "1.2.3.5", "critical": False, "extn_value": core.ParsableOctetString(bytes(1 << 16))}
+        signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl", ocsp_url=self.url + "ocsp")
+        answer = ocsp.OCSPResponse.load(answer_of(self.ca, signer, "key_compromise", made=HOUR))
+        basic = answer["response_bytes"]["response"].parsed
+        basic["tbs_response_data"]["response_extensions"] = [filling]
+        basic["signature"] = self.ca.key.sign(basic["tbs_response_data"].dump(force=True))
+        answer["response_bytes"]["response"] = ocsp.BasicOCSPResponse.load(basic.dump(force=True))
+        revoking = list_of(self.ca, (signer, "key_compromise"), extensions=[filling])
+        for name, pages, is_told in (("list", {"ca.crl": revoking}, False),
+                                     ("answer", {"ocsp": answer.dump(force=True)}, False),
+                                     ("another source tells", {"ocsp": answer.dump(force=True), "ca.crl": list_of(self.ca)}, True)):
+            self.begin("", b"")
+            for page, content in pages.items():
+                self.publish(page, content)
+            for options in ((), AVAILABLE, AVAILABLE):
+                with self.subTest(name, options=options):
+                    (self.passes if is_told else self.cannot_tell)(self.stamp_of(signer, self.ca), *options)
 
     def test_a_list_of_which_an_entry_is_not_understood_is_none(self):
         """Its entries are read once its signature was found to be good."""

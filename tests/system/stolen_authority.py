@@ -97,6 +97,20 @@ class StolenAuthority(FetchedTest):
                     with self.subTest(thief.name.native["common_name"], options=options, is_thief=is_thief):
                         (self.passes if is_thief else self.is_revoked)(accused, *options)
 
+    def test_an_accuser_of_whom_nobody_tells_leaves_it_open(self):
+        aside = forge.issue(self.folder, "aside", self.root, ca=True, usage=None)
+        accuser = self.authority_named("accuser", aside, "aside.crl")
+        again = forge.issue(self.folder, "again", accuser, key=self.stamper.key)
+        accused = self.stamp_of(self.stamper, self.low, self.middle, again, accuser, aside, lists=[
+            list_of(accuser, (again, "key_compromise")), list_of(self.root), list_of(self.middle), list_of(self.low)])
+        for options, judge in (((), self.cannot_tell), (AVAILABLE, self.is_revoked)):
+            for where in ((), ("--offline",)):
+                self.begin("", b"")
+                with self.subTest(options=options, where=where):
+                    judge(accused, *options, *where)
+        self.publish("aside.crl", list_of(aside))
+        self.is_revoked(accused)
+
     def test_who_was_heard_while_he_was_in_force_is_heard_for_ever(self):
         """He said so twice, and was superseded in between."""
         self.begin("", b"")

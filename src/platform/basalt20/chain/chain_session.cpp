@@ -83,7 +83,7 @@ bool is_revoked_or_held(const Judgement& judgement) {
 
 bool any_open(const Judgement& judgement) {
     return any_wrong(judgement, [](const JudgedElement& e) {
-        return e.key_is_unasked || (e.status && is_open(*e.status));
+        return e.key_is_open || (e.status && is_open(*e.status));
     });
 }
 
@@ -248,9 +248,9 @@ KeyHeard ChainSession::hear_of_key(const CertificateEntry& of, const Certificate
     X509_digest(of->certificate.get(), EVP_sha256(), itself.data(), nullptr);
     const KeyHearing::Heard heard = hearing_->hear(key_bits_of(of->certificate.get()),
                                                    key_bits_of(anchor->certificate.get()), itself);
-    return heard.compromised                  ? KeyHeard::compromised
-           : heard.cut_short || heard.unasked ? KeyHeard::untold
-                                              : KeyHeard::nothing;
+    return heard.compromised               ? KeyHeard::compromised
+           : heard.cut_short || heard.open ? KeyHeard::untold
+                                           : KeyHeard::nothing;
 }
 
 Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
@@ -379,7 +379,9 @@ bool ChainSession::lacks_issuers() {
     const JudgedElement& end = elements.front();
     return !end.out_of_time && !end.misused && !is_revoked(end) &&
            (best_refused_->judged_to != JudgedTo::revocation ||
-            std::any_of(elements.begin() + 1, elements.end(), is_revoked));
+            std::any_of(elements.begin() + 1, elements.end(), [](const JudgedElement& authority) {
+                return is_revoked(authority) || !authority.status_passes;
+            }));
 }
 
 std::vector<PoolCertificate*> ChainSession::in_want_of_issuers() const {
@@ -557,9 +559,15 @@ bool ChainSession::hear_of_keys(Judgement& judgement) {
         const KeyHearing::Heard heard =
             hearing_->hear(*element.certificate, *judgement.elements.back().certificate);
         element.key_is_compromised = heard.compromised;
-        element.key_is_unasked = heard.unasked;
+        element.key_is_open = heard.open;
+        if (heard.open && element.status_passes) {
+            element.status.emplace();
+            element.status->cause = UnknownCause::unreachable;
+            element.status->unreached = heard.unreached;
+            element.status_passes = false;
+        }
         cut_short_ = cut_short_ || heard.cut_short;
-        good = good && !heard.compromised && !heard.cut_short && !heard.unasked;
+        good = good && !heard.compromised && !heard.cut_short && !heard.open;
     }
     return good;
 }
@@ -608,7 +616,7 @@ void ChainSession::leave_open(Judgement& judgement) {
         if (element.status && is_open(*element.status)) {
             element.status->standing = Standing::unknown;
             element.status->may_be_lifted = false;
-            element.status->not_asked = true;
+            element.status->not_heard = true;
             element.status_passes = false;
         }
     }

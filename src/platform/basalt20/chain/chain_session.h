@@ -34,8 +34,8 @@ struct JudgedElement {
     bool out_of_time = false;
     bool misused = false;
     bool aged = false;
-    bool key_is_compromised = false;     // by what another certificate of that key has told
-    bool key_is_unasked = false;         // by whom nobody was asked about yet
+    bool key_is_compromised = false; // by what another certificate of that key has told
+    bool key_is_open = false; // by whom those who could tell told nothing, or weren't asked yet
     std::optional<StatusFinding> status; // nothing when it wasn't asked for
     bool status_passes = true;
 };

@@ -90,7 +90,10 @@ std::vector<std::string> in_turns(const std::vector<PoolCertificate*>& certifica
 
 } // namespace
 
-bool IssuerFetch::fetch_for(const std::vector<PoolCertificate*>& certificates, IssuerReach reach) {
+bool IssuerFetch::fetch_for(std::vector<PoolCertificate*> certificates, IssuerReach reach) {
+    std::stable_partition(certificates.begin(), certificates.end(), [&](const auto* certificate) {
+        return seen_.contains(certificate->digest());
+    });
     const std::vector<std::string> addresses = in_turns(certificates);
     bool any = false;
     for (const std::string& url : addresses) {

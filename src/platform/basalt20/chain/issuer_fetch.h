@@ -22,8 +22,9 @@ public:
     IssuerFetch(CertificatePool& pool, Retrieval& retrieval) : pool_(pool), retrieval_(retrieval) {}
 
     // True when new candidates came from the addresses of these certificates; the network is asked
-    // only when the cache gave none.
-    bool fetch_for(const std::vector<PoolCertificate*>& certificates, IssuerReach reach);
+    // only when the cache gave none. Those of what was fetched go first: whoever handed the question
+    // in had no say in that, unless the address was his.
+    bool fetch_for(std::vector<PoolCertificate*> certificates, IssuerReach reach);
 
     // Some address wasn't asked, since there were too many.
     bool left_out() const { return left_out_; }

@@ -92,7 +92,7 @@ KeyHearing::Heard KeyHearing::ask_all(const std::vector<PoolCertificate*>& like_
             asked.insert(copy);
         }
         if (heard.compromised) {
-            return {true, false, false};
+            return {true, false, false, {}};
         }
     }
     return heard;
@@ -136,9 +136,12 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
         Doubt doubt;
         const bool speaks = may_speak(path, *structure, finding, doubt);
         const bool is_untold = doubt.untold || circles_before != circles();
-        heard.compromised = speaks && !is_untold && !doubt.unasked;
+        heard.compromised = speaks && !is_untold && !doubt.open;
         heard.cut_short = heard.cut_short || (speaks && is_untold);
-        heard.unasked = heard.unasked || (speaks && doubt.unasked);
+        if (speaks && doubt.open) {
+            heard.open = true;
+            heard.unreached = heard.unreached.empty() ? doubt.unreached : heard.unreached;
+        }
         return speaks;
     });
     heard.cut_short = heard.cut_short || (!was_asked && search.was_cut_short());
@@ -196,8 +199,9 @@ std::optional<FileTicks> KeyHearing::said_in_time(const Path& path,
     return said != finding.said.end() ? std::optional(*said) : std::nullopt;
 }
 
-// Of whom nothing is known is believed once those were asked who could tell; that he was revoked
-// for good must be told. From the anchor down: whoever stands below one who was has no say.
+// Whoever could sign a stamp by what is known of him is believed once those were asked who could
+// tell; that he was revoked for good must be told. From the anchor down: whoever stands below one
+// who was has no say.
 bool KeyHearing::is_in_good_standing(const Path& path, FileTicks said, Doubt& doubt) {
     for (std::size_t i = path.size() - 1; i-- > 1;) {
         StatusFinding speaker = status_of(path, i, said, false);
@@ -215,7 +219,10 @@ bool KeyHearing::is_in_good_standing(const Path& path, FileTicks said, Doubt& do
         // A hold may have been lifted: by a stranger's choice of lists nobody falls silent.
         doubt.untold =
             doubt.untold || speaker.is_on_hold() || speaker.cause == UnknownCause::exhausted;
-        doubt.unasked = doubt.unasked || (is_open(speaker) && question_.may_ask_later);
+        if (is_open(speaker) && (question_.may_ask_later || !passes(speaker, question_.mode))) {
+            doubt.open = true;
+            doubt.unreached = doubt.unreached.empty() ? speaker.unreached : doubt.unreached;
+        }
     }
     return true;
 }

@@ -35,8 +35,10 @@ public:
         bool compromised = false;
         // More lay at hand than could be looked at. Never of a compromised one.
         bool cut_short = false;
-        // Somebody says that it is, and nobody was asked about him yet. Never of a compromised one.
-        bool unasked = false;
+        // Somebody says that it is, and those who could tell about him weren't asked yet, or told
+        // nothing; the first address of these that gave nothing. Never of a compromised one.
+        bool open = false;
+        std::string unreached;
     };
 
     // All arguments must outlive the object.
@@ -71,10 +73,11 @@ private:
                             bool may_fetch = false);
     bool is_for_use(const Path& path) const;
     // What keeps one who may speak from being believed: more lay at hand about him than could be
-    // looked at; or those who could tell haven't been asked yet.
+    // looked at; or those who could tell haven't been asked yet, or told nothing.
     struct Doubt {
         bool untold = false;
-        bool unasked = false;
+        bool open = false;
+        std::string unreached;
     };
 
     bool may_speak(const Path& path, const PathErrors& errors, const StatusFinding& finding,

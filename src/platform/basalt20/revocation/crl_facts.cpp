@@ -141,11 +141,6 @@ CrlOwner decoded(Bytes encoded) {
 }
 
 CrlOwner without_entries(const CrlParts& parts) {
-    constexpr std::size_t kMostBesideEntries = std::size_t{64} << 10;
-    if (parts.before_entries.size() + parts.behind_entries.size() + parts.outside.size() >=
-        kMostBesideEntries) {
-        return nullptr;
-    }
     std::string content(text_of(parts.before_entries));
     content += text_of(parts.behind_entries);
     content = element(tag::kSequence, content);
@@ -228,6 +223,13 @@ X509_CRL* CrlFacts::whole() const {
 std::shared_ptr<const CrlFacts> read_crl(Bytes encoded) {
     const std::optional<CrlParts> parts = parts_of(encoded);
     return parts ? read_head(*parts, without_entries(*parts)) : nullptr;
+}
+
+std::size_t size_beside_entries(Bytes encoded) {
+    const std::optional<CrlParts> parts = parts_of(encoded);
+    return parts
+               ? parts->before_entries.size() + parts->behind_entries.size() + parts->outside.size()
+               : 0;
 }
 
 std::shared_ptr<const CrlFacts> read_crl(X509_CRL* list, Bytes encoded) {

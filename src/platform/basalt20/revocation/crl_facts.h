@@ -59,11 +59,14 @@ private:
 
 // Null for what can't be used: no list, bytes behind it, another signature algorithm inside than
 // outside, an unknown critical extension, extensions that can't be read or don't go together, dates
-// that are none, 64 KiB and more beside the entries.
+// that are none.
 std::shared_ptr<const CrlFacts> read_crl(Bytes encoded);
 
-// The same for a list that OpenSSL has read already from these bytes, however much is beside its
-// entries; takes a reference of its own.
+// The octets that are read for it; 0 of what isn't a list.
+std::size_t size_beside_entries(Bytes encoded);
+
+// As read_crl for a list that OpenSSL has read already from these bytes; takes a reference of its
+// own.
 std::shared_ptr<const CrlFacts> read_crl(X509_CRL* list, Bytes encoded);
 
 // True when the delta continues the base: same issuer, distribution point and key identifier, the

@@ -246,8 +246,7 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
         if (item.given() && session_.signatures.left_out() != left_out_before) {
             break; // there is no use in asking of every other list and key whether it is too many
         }
-        const bool may_sign = says_what_it_is_for(*other) || same(*other, *path_.back());
-        if (!may_sign || same(*other, *issuer()) || session_.is_under_way(*other) ||
+        if (same(*other, *issuer()) || session_.is_under_way(*other) ||
             !has_signed_list(item, *other, !own)) {
             continue;
         }
@@ -256,7 +255,10 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
             {other, path_.back(), at, !item.given()},
             [&](CertificatePathView path) { return is_in_good_standing(item, path, at); });
         if (found == PathFound::taken) {
-            return true;
+            if (says_what_it_is_for(*other) || same(*other, *path_.back())) {
+                return true;
+            }
+            is_distrusted_ = true;
         }
         untold = untold || found == PathFound::untold;
     }

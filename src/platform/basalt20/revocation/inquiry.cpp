@@ -23,9 +23,9 @@ constexpr std::size_t kOctetsCompared = 512;
 
 constexpr int kFewEntries = 16;
 constexpr std::size_t kMostOfAnAnswer = std::size_t{256} << 10; // that is kept
-// Of one that is fetched, beside its certificates: OpenSSL makes forty times as much of it, before
-// anybody can look who signed it.
-constexpr std::size_t kMostSigned = std::size_t{64} << 10;
+// Of one that is fetched, beside a list's entries or an answer's certificates: OpenSSL makes forty
+// times as much of it, before anybody can look who signed it.
+constexpr std::size_t kMostUnverified = std::size_t{64} << 10;
 
 constexpr char kRequestType[] = "application/ocsp-request";
 
@@ -103,9 +103,11 @@ EvidenceItem make_item(EvidenceSource source, const std::string& url, EvidenceKi
     item.encoded = *shared;
     item.keeper = std::move(shared);
     if (kind == EvidenceKind::crl) {
-        item.list = read_crl(item.encoded);
+        item.too_large = size_beside_entries(item.encoded) > kMostUnverified;
+        item.list = item.too_large ? nullptr : read_crl(item.encoded);
     } else {
-        item.answer = read_ocsp(item.encoded, kMostSigned);
+        item.too_large = size_beside_certificates(item.encoded) > kMostUnverified;
+        item.answer = item.too_large ? nullptr : read_ocsp(item.encoded);
     }
     if (!item.usable()) { // all that is needed of it is that it was asked for
         item.encoded = {};
@@ -261,6 +263,7 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     const std::string key = key_of(kind, url);
     if (const auto known = session_.fetched.find(key);
         known != session_.fetched.end() && known->second.back().source == EvidenceSource::network) {
+        note_unread(known->second.back());
         return false; // it was asked before, and what it said has been considered
     }
     const unsigned not_asked_before = session_.retrieval.not_asked();
@@ -269,11 +272,12 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
                                    : session_.retrieval.get(url);
     if (!bytes) {
         unreached_ = unreached_.empty() ? url : unreached_;
-        not_asked_ = not_asked_ || session_.retrieval.not_asked() != not_asked_before;
+        not_heard_ = not_heard_ || session_.retrieval.not_asked() != not_asked_before;
         return false;
     }
     const EvidenceItem* item =
         session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
+    note_unread(*item);
     static_cast<void>(consider({item}));
     if (is_worth_keeping(*item)) {
         // Of whose signer nothing is known mustn't take the place of what is sure.
@@ -285,6 +289,13 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
         }
     }
     return ends_search();
+}
+
+void Inquiry::note_unread(const EvidenceItem& fetched) {
+    if (fetched.too_large) {
+        unreached_ = unreached_.empty() ? fetched.url : unreached_;
+        not_heard_ = true;
+    }
 }
 
 // A list of which that can't be told may be.
@@ -748,7 +759,7 @@ StatusFinding Inquiry::finding() const {
         return finding;
     }
     finding.unreached = unreached_;
-    finding.not_asked = not_asked_;
+    finding.not_heard = not_heard_;
     if (!is_all_heard()) {
         finding.cause = UnknownCause::exhausted;
     } else if (finding.cause == UnknownCause::no_source &&

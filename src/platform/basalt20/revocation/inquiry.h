@@ -35,6 +35,7 @@ private:
     bool ask_network(const std::string& url, EvidenceKind kind);
 
     Items fetched_before();
+    void note_unread(const EvidenceItem& fetched);
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);
     bool may_speak_against(const EvidenceItem& item);
@@ -99,7 +100,7 @@ private:
     bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign
     std::string unreached_;
-    bool not_asked_ = false; // an address, since no time was left
+    bool not_heard_ = false; // an address: no time was left, or it gave too much
 };
 
 } // namespace basalt

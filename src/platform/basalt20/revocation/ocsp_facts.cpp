@@ -192,15 +192,19 @@ bool OcspFacts::names_responder(const CertificateBody& certificate) const {
     return subject && names(*basic, subject.get(), {key.pbData, key.cbData});
 }
 
-std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded, std::size_t most) try {
+std::size_t size_beside_certificates(Bytes encoded) try {
+    const Bytes octets = basic_octets(encoded);
+    return octets.empty() ? 0 : parts_of(octets).without_certificates.size();
+} catch (const Fault&) {
+    return 0;
+}
+
+std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded) try {
     const Bytes octets = basic_octets(encoded);
     if (octets.empty()) {
         return nullptr;
     }
     const BasicParts parts = parts_of(octets);
-    if (parts.without_certificates.size() > most) {
-        return nullptr;
-    }
     BasicOwner basic = parse(parts.without_certificates);
     const std::optional<FileTicks> made =
         basic ? ticks_of(OCSP_resp_get0_produced_at(basic.get())) : std::nullopt;

@@ -11,7 +11,6 @@
 
 #include <openssl/ocsp.h>
 
-#include <limits>
 #include <map>
 #include <memory>
 #include <vector>
@@ -33,9 +32,11 @@ struct OcspFacts {
 };
 
 // Null for what can't be used: no successful basic answer, bytes behind it, an unknown critical
-// extension of the whole, more than so many octets beside the certificates.
-std::shared_ptr<const OcspFacts>
-read_ocsp(Bytes encoded, std::size_t most = std::numeric_limits<std::size_t>::max());
+// extension of the whole.
+std::shared_ptr<const OcspFacts> read_ocsp(Bytes encoded);
+
+// The octets that are read for it by OpenSSL; 0 of what isn't an answer.
+std::size_t size_beside_certificates(Bytes encoded);
 
 // A certificate as answers name it: by digests of its issuer's name and key, whichever the
 // responder has taken. Each digest is computed once, however many entries there are. The

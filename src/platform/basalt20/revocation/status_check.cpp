@@ -143,7 +143,7 @@ bool passes(const StatusFinding& finding, RevocationMode mode) {
         return true;
     }
     if (finding.standing == Standing::revoked || finding.cause == UnknownCause::exhausted ||
-        finding.not_asked) {
+        finding.not_heard) {
         return false;
     }
     return mode == RevocationMode::available || finding.cause == UnknownCause::no_source;

@@ -45,8 +45,9 @@ struct StatusFinding {
     // Revoked by a hold, and there are sources that weren't asked whether it was lifted since.
     bool may_be_lifted = false;
     UnknownCause cause = UnknownCause::no_source;
-    std::string unreached;  // of an unknown one: the first address that gave nothing
-    bool not_asked = false; // of an unknown one: an address wasn't asked for want of time
+    std::string unreached; // of an unknown one: the first address that gave nothing
+    // Of an unknown one: an address wasn't asked for want of time, or gave more than may be read.
+    bool not_heard = false;
     // What decided; of an unknown one, the newest that was looked at. Several when good takes
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
     std::vector<DecidingEvidence> evidence;
@@ -69,7 +70,7 @@ struct StatusFinding {
 
 // True when a certificate of that standing may pass: an unknown one under `available`, and under
 // `require` only when there is no source to ask. Never one that was buried under more junk than
-// could be looked at, or by servers that took all the time.
+// could be looked at, or by servers that took all the time or sent more than may be read.
 bool passes(const StatusFinding& finding, RevocationMode mode);
 
 // Asking its sources could still tell.

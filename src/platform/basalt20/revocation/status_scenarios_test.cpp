@@ -355,7 +355,7 @@ TEST_F(StatusScenarios, GiveTheStandingByTheRule) {
         EXPECT_EQ(finding.cause, scenario.cause);
         EXPECT_EQ(requests_, scenario.requests);
         EXPECT_EQ(seconds_, scenario.seconds);
-        EXPECT_EQ(finding.not_asked, scenario.seconds >= 15);
+        EXPECT_EQ(finding.not_heard, scenario.seconds >= 15);
         EXPECT_EQ(finding.evidence.empty(), finding.cause == kUnreachable);
     }
 }
@@ -459,7 +459,7 @@ TEST_F(StatusScenarios, ModesTellWhatPasses) {
     EXPECT_EQ(passing(kUnknown, UnknownCause::too_old), "-++");
     EXPECT_EQ(passing(kUnknown, UnknownCause::not_covered), "-++");
     EXPECT_EQ(passing(kUnknown, UnknownCause::exhausted), "--+");
-    finding.not_asked = true;
+    finding.not_heard = true;
     EXPECT_EQ(passing(kUnknown, UnknownCause::unreachable), "--+");
 }
 
