@@ -111,6 +111,29 @@ class StolenAuthority(FetchedTest):
         self.publish("aside.crl", list_of(aside))
         self.is_revoked(accused)
 
+    def test_four_accusers_are_asked_about(self):
+        def asks(page, content):
+            def answer(_):
+                self.asked.append(page)
+                return 200, {}, content
+            self.server.pages[page] = answer
+        above, lists, pages = [], [list_of(self.root), list_of(self.middle), list_of(self.low)], {}
+        for i in range(5):
+            aside = forge.issue(self.folder, f"aside {i}", self.root, ca=True, usage=None)
+            accuser = self.authority_named(f"accuser {i}", aside, f"aside-{i}.crl")
+            again = forge.issue(self.folder, f"again {i}", accuser, key=self.stamper.key)
+            above += [again, accuser, aside]
+            lists.append(list_of(accuser, (again, "key_compromise")))
+            pages[f"aside-{i}.crl"] = list_of(aside, (accuser, "key_compromise"))
+        for count, judge in ((4, self.passes), (5, self.leaves_open)):
+            self.begin("", b"")
+            self.asked = []
+            for page, content in pages.items():
+                asks(page, content)
+            with self.subTest(count):
+                judge(self.stamp_of(self.stamper, self.low, self.middle, *above[:3 * count], lists=lists[:3 + count]))
+                self.assertEqual(len(self.asked), 4)
+
     def test_who_was_heard_while_he_was_in_force_is_heard_for_ever(self):
         """He said so twice, and was superseded in between."""
         self.begin("", b"")

@@ -270,7 +270,6 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     without_path_.clear(); // what they may be used for hangs on what is asked
     considered_.clear();
     is_asking_ = false;
-    asked_about_.clear();
     hear_anew(question); // whom to believe hangs on what is asked
     good_.reset();
     best_refused_.reset();

@@ -147,9 +147,10 @@ private:
     // and fetched by then.
     std::set<std::pair<Path, std::size_t>> without_source_;
     std::size_t taken_in_ = 0;
-    std::set<Path> asked_for_;           // over the network
-    UsageQuestion usage_;                // that was asked for last
-    bool asked_for_other_paths_ = false; // for that
+    std::set<Path> asked_for_;                     // over the network
+    std::set<const PoolCertificate*> asked_about_; // there, too: who speaks of keys
+    UsageQuestion usage_;                          // that was asked for last
+    bool asked_for_other_paths_ = false;           // for that
 
     // Of the judgement that is under way.
     using EvidenceStart = std::tuple<const PoolCertificate*, FileTicks, const X509Entry*>;
@@ -157,9 +158,8 @@ private:
     std::set<std::vector<const PoolCertificate*>> judged_for_evidence_; // the first copies
     unsigned judged_again_ = 0;                                         // of these
     std::set<Path> considered_;
-    bool is_asking_ = false;                       // over the network, of the open ones
-    std::set<const PoolCertificate*> asked_about_; // who speaks of keys
-    std::optional<KeyHearing> hearing_;            // of keys; never null
+    bool is_asking_ = false;            // over the network, of the open ones
+    std::optional<KeyHearing> hearing_; // of keys; never null
     std::optional<Judgement> good_;
     std::optional<Judgement> best_refused_;
     std::vector<Judgement> open_; // good but for statements that could be fetched
