@@ -35,16 +35,22 @@ constexpr Prefix<V4> kInner4[] = {
     {{169, 254, 0, 0}, 16}, // link-local, where clouds keep their secrets
     {{172, 16, 0, 0}, 12},  // private
     {{192, 0, 0, 0}, 24},   // of protocols
+    {{192, 88, 99, 0}, 24}, // relays of 6to4, as they were
     {{192, 168, 0, 0}, 16}, // private
     {{198, 18, 0, 0}, 15},  // of benches
     {{224, 0, 0, 0}, 3},    // multicast, reserved, broadcast
 };
 
 constexpr Prefix<V6> kInner6[] = {
-    {{0xFC, 0x00}, 7},  // unique local
-    {{0xFE, 0x80}, 10}, // link-local
-    {{0xFE, 0xC0}, 10}, // site-local, as it was
-    {{0xFF, 0x00}, 8},  // multicast
+    {{0xFC, 0x00}, 7},                          // unique local
+    {{0xFE, 0x80}, 10},                         // link-local
+    {{0xFE, 0xC0}, 10},                         // site-local, as it was
+    {{0xFF, 0x00}, 8},                          // multicast
+    {{0x00, 0x64, 0xFF, 0x9B, 0x00, 0x01}, 48}, // by a network's own translator
+    {{0x01, 0x00}, 64},                         // where all is thrown away
+    {{0x20, 0x01}, 23},                         // of protocols, Teredo among them
+    {{0x20, 0x01, 0x0D, 0xB8}, 32},             // of examples
+    {{0x5F, 0x00}, 16},                         // segments of a network's own routing
 };
 
 // Where an IPv4 address lies within an IPv6 one.

@@ -41,6 +41,7 @@ TEST(InnerAddress, FirstAndLastOfEachNetworkAreInsideAndTheirNeighboursOutside) 
                                   "172.16.0.0",
                                   "172.31.255.255",
                                   "192.0.0.8",
+                                  "192.88.99.1",
                                   "192.168.0.0",
                                   "192.168.255.255",
                                   "198.18.0.0",
@@ -55,6 +56,12 @@ TEST(InnerAddress, FirstAndLastOfEachNetworkAreInsideAndTheirNeighboursOutside) 
                                   "::ffff:10.1.2.3",
                                   "::ffff:0:127.0.0.1",
                                   "64:ff9b::10.1.2.3",
+                                  "64:ff9b:1::a00:1",
+                                  "100::1",
+                                  "2001::1",
+                                  "2001:1ff:ffff::1",
+                                  "2001:db8::1",
+                                  "5f00::1",
                                   "2002:7f00:1::",
                                   "2002:c0a8:101::1",
                                   "fc00::1",
@@ -72,7 +79,8 @@ TEST(InnerAddress, FirstAndLastOfEachNetworkAreInsideAndTheirNeighboursOutside) 
           "169.255.0.0",     "172.15.255.255",  "172.32.0.0",       "192.0.1.0",
           "192.167.255.255", "192.169.0.0",     "198.17.255.255",   "198.20.0.0",
           "223.255.255.255", "::ffff:1.2.3.4",  "64:ff9b::1.2.3.4", "2002:102:304::1",
-          "2001:db8::1",     "2606:4700::1111", "fbff::1"}) {
+          "2606:4700::1111", "fbff::1",         "64:ff9b:2::1",     "100:0:0:1::1",
+          "2001:200::1",     "2001:db9::1",     "5f01::1",          "192.88.98.255"}) {
         EXPECT_FALSE(is_inner_text(outer)) << outer;
     }
     const sockaddr other{AF_UNIX, {}};
