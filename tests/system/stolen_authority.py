@@ -2,21 +2,12 @@
 beside a stamp, nor by what is kept of those, once he was taken back. He stood under the trusted root and could do all."""
 
 import datetime
-import hashlib
 import time
 
 import forge
 import program
-from fetched_revocation import AVAILABLE, HOUR, NOW, REVOKED, FetchedTest, list_of
+from fetched_revocation import AVAILABLE, HOUR, NOW, REVOKED, FetchedTest, before, list_of
 from hostile_tokens import DIGEST
-
-
-def before(other, make):
-    """One that is tried before the other: what is equally likely goes by its digest."""
-    while True:
-        made = make()
-        if hashlib.sha256(made.der).digest() < hashlib.sha256(other.der).digest():
-            return made
 
 
 class StolenAuthority(FetchedTest):

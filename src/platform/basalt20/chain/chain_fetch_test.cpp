@@ -577,5 +577,31 @@ TEST_F(ChainFetchTest, FetchingIssuersEndsAtFourAndAtAnUnknownRoot) {
     EXPECT_EQ(server_.requests(), 6u);
 }
 
+// A file may hold very many stamps, and whoever made it has chosen the addresses.
+TEST_F(ChainFetchTest, FetchingTheIssuersOfOneFileEndsAtThirtyTwo) {
+    ChainSettings settings;
+    const StoreReference anchors = store_of(setting_.anchors);
+    settings.anchors = std::make_shared<const TrustAnchors>(anchors.get());
+    settings.uses_system_stores = false;
+    settings.issuers = IssuerReach::anywhere;
+    settings.fetching = std::make_shared<Fetching>();
+    UsageQuestion usage;
+    usage.is_time_stamp = true;
+    for (int stamp = 0; stamp < 12; ++stamp) {
+        std::string where = "authorityInfoAccess=";
+        for (int i = 0; i < 4; ++i) {
+            where += (i > 0 ? ",caIssuers;URI:" : "caIssuers;URI:") +
+                     server_.url("/" + std::to_string(stamp) + "." + std::to_string(i));
+        }
+        const auto stamper = make_party({"stamper", middle_.get(), kStamper + where});
+        const CertificateReference end = context_of(encoded(stamper.get()));
+        SessionRequest request;
+        request.end = CertificateRecord::of(end.get()).shared_item();
+        ChainSession session(settings, std::move(request));
+        EXPECT_EQ(session.judge(ticks_at(0), usage).cut_short, stamp >= 8) << stamp;
+    }
+    EXPECT_EQ(server_.requests(), 32u);
+}
+
 } // namespace
 } // namespace basalt::test

@@ -109,7 +109,7 @@ bool IssuerFetch::fetch_for(std::vector<PoolCertificate*> certificates, IssuerRe
         if (asked_.contains(url)) {
             continue;
         }
-        if (exchanges_ >= kMaxExchanges) {
+        if (exchanges_ >= kMaxExchanges || !retrieval_.take_issuer_exchange()) {
             left_out_ = true;
             break;
         }

@@ -1,6 +1,7 @@
 // Missing issuers, from where certificates say that they lie (authorityInfoAccess, caIssuers: a
 // certificate, or a bag of them). What comes is a candidate like any other. First what lies in the
-// cache, then the network: four exchanges at most for one object, within the budget's deadline.
+// cache, then the network: four exchanges at most for one object and 32 for those of one file,
+// within the budget's deadline.
 //
 // This is the one thing that is fetched before anything is trusted, so whoever made the token has
 // chosen the addresses. Hence nobody is asked for the issuer of what is self-issued: only another
@@ -22,8 +23,8 @@ public:
     IssuerFetch(CertificatePool& pool, Retrieval& retrieval) : pool_(pool), retrieval_(retrieval) {}
 
     // True when new candidates came from the addresses of these certificates; the network is asked
-    // only when the cache gave none. Those of what was fetched go first: whoever handed the question
-    // in had no say in that, unless the address was his.
+    // only when the cache gave none. Those of what was fetched go first: whoever handed the
+    // question in had no say in that, unless the address was his.
     bool fetch_for(std::vector<PoolCertificate*> certificates, IssuerReach reach);
 
     // Some address wasn't asked, since there were too many.

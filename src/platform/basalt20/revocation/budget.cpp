@@ -176,7 +176,7 @@ std::chrono::milliseconds Budget::fetching_time_left() {
 
 std::chrono::milliseconds Budget::exchange_time() {
     const std::chrono::milliseconds left = fetching_time_left();
-    return std::min(left, std::max(limits_.fetching_time / 5, left / 3));
+    return std::min(left, std::max(least_exchange_time(), left / 3));
 }
 
 } // namespace basalt

@@ -48,6 +48,7 @@ struct BudgetLimits {
     unsigned addresses = 4; // for each certificate
     std::size_t object_bytes = std::size_t{4} << 20;
     std::chrono::milliseconds fetching_time = kFetchingTime;
+    std::size_t fetched_octets = std::size_t{32} << 20; // of lists and answers, that are kept
 };
 
 // The processor's work for checking one signature, in tenths of a millisecond.
@@ -85,8 +86,10 @@ public:
 
     // What is left for fetching; zero when nothing is. The deadline begins with the first call.
     std::chrono::milliseconds fetching_time_left();
-    // Of that, what one exchange may take: a silent server leaves time for the others.
+    // Of that, what one exchange may take: a silent server leaves time for the others. Less than
+    // the least only towards the end.
     std::chrono::milliseconds exchange_time();
+    std::chrono::milliseconds least_exchange_time() const { return limits_.fetching_time / 5; }
 
     // Who remembers what failed.
     Fetching& fetching() { return shared_ ? *shared_ : own_; }

@@ -50,8 +50,10 @@ struct CrlFacts {
     bool names_its_point() const { return point && point->distpoint != nullptr; }
     bool is_indirect() const { return point && point->indirectCRL > 0; }
 
-    // With its entries; null when they can't be read, or one of them isn't understood.
+    // With its entries; null when they can't be read, or one of them isn't understood. It takes
+    // ten times the memory of the bytes, until it is given back.
     X509_CRL* whole() const;
+    void give_back_whole() const { whole_.reset(); }
 
 private:
     mutable std::optional<CrlOwner> whole_;

@@ -22,8 +22,20 @@ struct EvidenceItem {
     std::shared_ptr<const void> keeper; // of the encoded bytes
 
     bool usable() const { return list != nullptr || answer != nullptr; }
-    // Not usable, since it takes more to be read than is spent on what nobody may have signed.
+    // Not usable, since it takes more to be read or kept than is spent on what nobody may have
+    // signed.
     bool too_large = false;
+    void leave_unread() {
+        too_large = true;
+        drop();
+    }
+    // All that is needed of a useless one is that it was asked for.
+    void drop() {
+        list.reset();
+        answer.reset();
+        encoded = {};
+        keeper.reset();
+    }
     bool own = false; // given, and by this machine or its user: it can't be junk of the message's
     bool given() const { return source == EvidenceSource::given && !own; }
     // To be hashed for whoever asks; one's own list is as long as one wants it.

@@ -86,7 +86,8 @@ private:
     std::map<Key, StatusFinding> findings_;
     unsigned circles_ = 0;
     std::size_t taken_in_ = 0;
-    std::size_t judged_with_ = 0; // of these, when the findings were made
+    std::size_t octets_fetched_ = 0; // and kept here
+    std::size_t judged_with_ = 0;    // of these, when the findings were made
     std::map<const X509*, CertificateSources> sources_;
     std::map<std::pair<const EvidenceItem*, const X509*>, Listing> listings_;
     std::map<std::pair<const EvidenceItem*, const X509*>, bool> entries_;

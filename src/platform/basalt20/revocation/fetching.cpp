@@ -9,6 +9,9 @@ namespace {
 // More than can be asked within the time; each is as long as an address with a request.
 constexpr std::size_t kMostFailures = 1024;
 
+// For all the stamps of one file; each may take a few connections, by redirects.
+constexpr unsigned kMostIssuerExchanges = 32;
+
 } // namespace
 
 std::chrono::milliseconds Fetching::time_left() {
@@ -41,6 +44,11 @@ bool Fetching::take_work(unsigned cost) {
     }
     work_left_ -= cost;
     return true;
+}
+
+bool Fetching::take_issuer_exchange() {
+    const std::lock_guard lock(mutex_);
+    return issuer_exchanges_ < kMostIssuerExchanges && ++issuer_exchanges_ > 0;
 }
 
 } // namespace basalt

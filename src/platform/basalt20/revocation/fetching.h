@@ -41,6 +41,10 @@ public:
     // Takes so much of the work, or nothing and gives false.
     bool take_work(unsigned cost);
 
+    // One exchange with an address that nobody who is trusted has named; false when there were too
+    // many.
+    bool take_issuer_exchange();
+
 private:
     mutable std::mutex mutex_;
     const std::chrono::milliseconds whole_;
@@ -49,6 +53,7 @@ private:
     unsigned work_left_;
     TimePoint deadline_;
     std::set<std::string> failed_;
+    unsigned issuer_exchanges_ = 0;
 };
 
 } // namespace basalt

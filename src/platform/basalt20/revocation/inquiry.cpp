@@ -109,9 +109,8 @@ EvidenceItem make_item(EvidenceSource source, const std::string& url, EvidenceKi
         item.too_large = size_beside_certificates(item.encoded) > kMostUnverified;
         item.answer = item.too_large ? nullptr : read_ocsp(item.encoded);
     }
-    if (!item.usable()) { // all that is needed of it is that it was asked for
-        item.encoded = {};
-        item.keeper.reset();
+    if (!item.usable()) {
+        item.drop();
     }
     return item;
 }
@@ -157,7 +156,18 @@ bool Inquiry::ask_given() {
     const Items fetched = fetched_before();
     items.insert(items.end(), fetched.begin(), fetched.end());
     something_at_hand_ = !items.empty();
-    return consider(std::move(items));
+    const bool decided = consider(std::move(items));
+    give_back(fetched);
+    return decided;
+}
+
+// What was made of lists, of which there may be large ones, before the next come.
+void Inquiry::give_back(const Items& items) {
+    for (const EvidenceItem* item : items) {
+        if (item->list) {
+            item->list->give_back_whole();
+        }
+    }
 }
 
 // What was asked for another certificate's sake speaks of this one as well.
@@ -256,6 +266,7 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
                             !is_accepted(*item) && is_for_us(*item) && may_speak_against(*item) &&
                             !is_superseded(*item);
                  });
+    give_back(items);
     return decided && contradicting_.empty();
 }
 
@@ -288,6 +299,7 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
             keep(*item, key_of_revocation(kind, url));
         }
     }
+    give_back({item});
     return ends_search();
 }
 
@@ -374,15 +386,12 @@ void Inquiry::accept(const EvidenceItem& item) {
         }
         return;
     }
-    if (item.list->whole() == nullptr) {
-        return; // as useless as one that isn't a list
-    }
     const std::optional<ReasonSet> reasons = sources_.scope.reasons(*item.list);
     const Listing* listing = reasons ? session_.listing_of(item, certificate_) : nullptr;
-    if (listing != nullptr) {
-        lists_.push_back({&item, *reasons, listing});
-    } else {
+    if (listing == nullptr) {
         leave_out(item);
+    } else if (listing->is_readable) {
+        lists_.push_back({&item, *reasons, listing});
     }
 }
 

@@ -35,6 +35,7 @@ private:
     bool ask_network(const std::string& url, EvidenceKind kind);
 
     Items fetched_before();
+    static void give_back(const Items& items);
     void note_unread(const EvidenceItem& fetched);
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);

@@ -140,6 +140,7 @@ Listing listing_of(const EvidenceItem& item, X509* certificate) {
     X509_CRL* list = item.list->whole();
     X509_REVOKED* first = nullptr;
     Listing listing;
+    listing.is_readable = list != nullptr;
     if (list == nullptr || X509_CRL_get0_by_cert(list, &first, certificate) == 0) {
         return listing;
     }

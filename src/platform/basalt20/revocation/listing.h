@@ -13,6 +13,7 @@ struct Revocation {
 struct Listing {
     std::vector<Revocation> entries; // that revoke it: one, unless the list repeats it
     bool removed = false;            // it says that it isn't revoked any more
+    bool is_readable = true;         // else the list is as useless as one that isn't a list
 };
 
 Listing listing_of(const EvidenceItem& list, X509* certificate);

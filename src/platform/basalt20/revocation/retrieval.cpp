@@ -80,6 +80,10 @@ std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const st
     limits.answer_bytes = std::min(limits.answer_bytes, budget_.limits().object_bytes);
     ++exchanges_;
     HttpAnswer answer = http_exchange(request);
+    if (answer.error == ERROR_WINHTTP_TIMEOUT && left < budget_.least_exchange_time()) {
+        ++not_asked_; // whoever has used up the time would decide who is silent
+        return std::nullopt;
+    }
     if (answer.error != 0 || answer.status != kStatusOk) {
         fetching.note_failure(is_nobody_there(answer) && !request.outside_only ? server : key);
         return std::nullopt;

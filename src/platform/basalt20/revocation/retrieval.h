@@ -32,9 +32,13 @@ public:
     std::optional<std::vector<BYTE>> post(const std::string& url, const std::string& content_type,
                                           Bytes body);
 
+    // Takes what a request for an issuer needs; false when those who share the fetching have made
+    // too many.
+    bool take_issuer_exchange() { return budget_.fetching().take_issuer_exchange(); }
+
     // Exchanges that were begun.
     unsigned exchanges() const { return exchanges_; }
-    // Addresses that weren't asked, since no time was left.
+    // Addresses that weren't asked, or in vain, since no time or little was left.
     unsigned not_asked() const { return not_asked_; }
 
 private:

@@ -128,6 +128,27 @@ TEST(RetrievalTest, ASilentAddressLeavesTimeForOthersOfItsServer) {
     EXPECT_TRUE(retrieval.get(url + "/list"));
 }
 
+// Whoever used up the time before would decide who is silent.
+TEST(RetrievalTest, WhoWasGivenLittleTimeWasNotAsked) {
+    const LoopbackServer server([](const std::string&) {
+        LoopbackReply reply = http_reply(200, "list");
+        reply.delay = std::chrono::milliseconds(400);
+        return reply;
+    });
+    std::chrono::milliseconds clock{0};
+    Budget budget({}, [&] { return Budget::TimePoint(clock); });
+    Retrieval retrieval(budget);
+    const std::string url = "http://127.0.0.1:" + std::to_string(server.port()) + "/list";
+    EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(15));
+    clock = std::chrono::milliseconds(14'900);
+    EXPECT_FALSE(retrieval.get(url));
+    EXPECT_EQ(retrieval.exchanges(), 1u);
+    EXPECT_EQ(retrieval.not_asked(), 1u);
+    clock = std::chrono::milliseconds(0);
+    EXPECT_TRUE(retrieval.get(url)) << "nor is it kept in mind";
+    EXPECT_EQ(retrieval.not_asked(), 1u);
+}
+
 TEST(RetrievalTest, WhatSeveralVerdictsShareIsOneTimeAndOneMemoryOfFailures) {
     LiveResponder responder;
     responder.serve("/slow", {"list", 200, 10});

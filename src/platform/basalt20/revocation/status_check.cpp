@@ -61,6 +61,12 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
 
 const EvidenceItem* EvidenceSession::take_in(const std::string& key, EvidenceItem item) {
     ++taken_in_;
+    if (item.source == EvidenceSource::network) {
+        if (item.encoded.size() > budget.limits().fetched_octets - octets_fetched_) {
+            item.leave_unread();
+        }
+        octets_fetched_ += item.encoded.size();
+    }
     return &fetched[key].emplace_back(std::move(item));
 }
 
