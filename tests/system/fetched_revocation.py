@@ -498,6 +498,39 @@ class FetchedRevocation(FetchedTest):
                 with self.subTest(name, options=options):
                     (self.passes if is_told else self.cannot_tell)(self.stamp_of(signer, self.ca), *options)
 
+    def test_the_list_of_an_authoritys_other_key_is_not_the_last_word(self):
+        """It may be of what that key has issued alone; where the certificate's own sources tell nothing it may be of all."""
+        other = self.authority_named("ca", self.root, "root.crl")
+        below = self.authority_named("ca", self.authority_named("middle", self.root, "root.crl"), "root.crl")
+        answered = forge.issue(self.folder, "answered", self.ca, ocsp_url=self.url + "ocsp")
+        pointing = forge.issue(self.folder, "pointing", self.ca, crl_url=self.url + "other.crl")
+        def by(authority, *revoked, page=None):
+            where = [x509.GeneralName("uniform_resource_identifier", self.url + page)] if page else []
+            point = [scope(distribution_point=x509.DistributionPointName("full_name", where))] if page else []
+            return list_of(authority, *revoked, extensions=point, made=HOUR, number=9)
+        theft = "key_compromise"
+        for options in ((), AVAILABLE):
+            for name, signer, page, own, beside, judge in (
+                    ("stolen", self.signer, "ca.crl", by(self.ca, (self.signer, theft)), by(other), self.refused),
+                    ("told by an answer", answered, "ocsp", answer_of(self.ca, answered, theft, made=HOUR), by(other),
+                     self.refused),
+                    ("elsewhere", self.signer, "ca.crl", by(self.ca, (self.signer, theft)), by(below), self.refused),
+                    ("not stolen", self.signer, "ca.crl", by(self.ca), by(other), self.passes),
+                    ("not told", self.signer, "gone", b"", by(other), self.passes),
+                    ("told at its place by the other", self.signer, "ca.crl", by(other), by(other), self.passes),
+                    ("revoked by the other", self.signer, "ca.crl", by(self.ca), by(other, (self.signer, theft)),
+                     self.refused),
+                    ("its place is named", pointing, "other.crl", b"", by(other, page="other.crl"), self.passes)):
+                self.begin(page, own)
+                above = [self.ca, other, below]
+                stamp = self.stamp_of(signer, *above, lists=[beside])
+                with self.subTest(name, options=options):
+                    judge(stamp, *options)
+                    judge(stamp, *options)
+
+    def refused(self, stamp, *options):
+        self.refuses(stamp, REVOKED, *options)
+
     def test_a_list_of_which_an_entry_is_not_understood_is_none(self):
         """Its entries are read once its signature was found to be good."""
         element, stamp = forge.element, self.stamp_of(self.signer, self.ca)

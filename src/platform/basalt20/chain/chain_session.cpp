@@ -66,6 +66,10 @@ bool is_revoked(const JudgedElement& element) {
             !element.status->may_be_lifted);
 }
 
+bool is_revoked_for_good(const JudgedElement& element) {
+    return is_revoked(element) && !(element.status && element.status->is_on_hold());
+}
+
 bool any_revoked(const Judgement& judgement) {
     return any_wrong(judgement, is_revoked);
 }
@@ -585,6 +589,9 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
             if (was_asked_for(path) || budget_.take_fetching_path()) {
                 asked_for_.insert(path);
                 judge_revocation(judgement, question, true);
+                if (any_wrong(judgement, is_revoked_for_good)) {
+                    budget_.give_back_fetching_path();
+                }
             } else if (!asked_for_.contains(path)) {
                 leave_open(judgement);
             }

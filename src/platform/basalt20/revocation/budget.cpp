@@ -169,6 +169,13 @@ bool Budget::take_fetching_path() {
     return take(fetching_paths_, limits_.fetching_paths, 1U);
 }
 
+void Budget::give_back_fetching_path() {
+    if (fetching_paths_ > 0 &&
+        take(fetching_paths_given_back_, limits_.fetching_paths_given_back, 1U)) {
+        --fetching_paths_;
+    }
+}
+
 std::chrono::milliseconds Budget::fetching_time_left() {
     const std::chrono::milliseconds left = own_.time_left();
     return shared_ ? std::min(left, shared_->time_left()) : left;

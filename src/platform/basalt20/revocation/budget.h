@@ -45,7 +45,8 @@ struct BudgetLimits {
     unsigned heard_paths = 64; // by which certificates of a key may have something to tell
     unsigned steps = 1000;
     unsigned fetching_paths = 2;
-    unsigned addresses = 4; // for each certificate
+    unsigned fetching_paths_given_back = 4; // of those that turned out to be revoked
+    unsigned addresses = 4;                 // for each certificate
     std::size_t object_bytes = std::size_t{4} << 20;
     std::chrono::milliseconds fetching_time = kFetchingTime;
     std::size_t fetched_octets = std::size_t{32} << 20; // of lists and answers, that are kept
@@ -83,6 +84,7 @@ public:
     bool take_judged_path();
     bool take_step();
     bool take_fetching_path();
+    void give_back_fetching_path();
 
     // What is left for fetching; zero when nothing is. The deadline begins with the first call.
     std::chrono::milliseconds fetching_time_left();
@@ -123,6 +125,7 @@ private:
     unsigned judged_paths_ = 0;
     unsigned steps_ = 0;
     unsigned fetching_paths_ = 0;
+    unsigned fetching_paths_given_back_ = 0;
 };
 
 } // namespace basalt

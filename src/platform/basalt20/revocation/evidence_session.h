@@ -80,7 +80,7 @@ private:
     bool comes_back_to(const X509Entry& certificate, bool (*is_same)(const X509*, const X509*));
 
     using Key = std::tuple<const X509Entry*, const X509Entry*, const X509Entry*, FileTicks,
-                           FileTicks, bool, bool, bool>;
+                           FileTicks, bool, bool, bool, bool>;
 
     std::vector<const X509Entry*> under_way_;
     std::map<Key, StatusFinding> findings_;

@@ -526,11 +526,36 @@ bool Inquiry::hears(const EvidenceItem& item,
     if (heard && signer_.is_doubtful()) {
         doubtful_.push_back(&item);
     }
+    if (heard && item.list && !signer_.is_beyond_doubt() && is_strange(item)) {
+        strange_.push_back(&item);
+    }
     // Its signer can make nothing good; but that it can't revoke either would suit a thief.
     if (!heard && signer_.is_distrusted() && may_speak_against(item)) {
         leave_out(item);
     }
     return heard;
+}
+
+// By another key of its issuer's name, and from elsewhere than where the certificate's own lists
+// are. A list may be of all that the name has issued; or each key has a list of what it has issued,
+// and then anybody can add another one's.
+bool Inquiry::is_strange(const EvidenceItem& list) const {
+    const bool is_from_its_address =
+        std::find(addresses_.crl.begin(), addresses_.crl.end(), list.url) != addresses_.crl.end();
+    return !list.own && !is_from_its_address && !sources_.scope.has_point_of(*list.list) &&
+           X509_NAME_cmp(list.list->issuer(), X509_get_issuer_name(certificate_)) == 0;
+}
+
+bool Inquiry::is_good_without_strange() const {
+    std::vector<Statement> others;
+    for (std::size_t i = 0; i < statements_.size(); ++i) {
+        if (std::none_of(origins_[i].begin(), origins_[i].end(), [&](const EvidenceItem* item) {
+                return std::find(strange_.begin(), strange_.end(), item) != strange_.end();
+            })) {
+            others.push_back(statements_[i]);
+        }
+    }
+    return rule(others, moments_).standing == Standing::good;
 }
 
 bool Inquiry::is_beyond_doubt(const Items& origin) const {
@@ -678,6 +703,9 @@ bool Inquiry::decide() {
         origins_.clear();
         state_all();
         ruling_ = rule(statements_, moments_);
+        is_provisional_ = ruling_.standing == Standing::good && !strange_.empty() &&
+                          !(addresses_.ocsp.empty() && addresses_.crl.empty()) &&
+                          !is_good_without_strange();
         stated_ = accepted;
     }
     return ends_search();
@@ -700,7 +728,8 @@ bool Inquiry::is_final() const {
     // What was left out may revoke; so may what the next source says. A newer word lifts a hold.
     return (ruling_.standing == Standing::revoked && !ruling_.may_be_lifted) ||
            (ruling_.standing == Standing::good && is_all_heard() && contradicting_.empty() &&
-            (cache_was_asked_ || !question_.may_use_cache));
+            (cache_was_asked_ || !question_.may_use_cache) &&
+            !(is_provisional_ && question_.may_fetch));
 }
 
 bool Inquiry::may_still_be_lifted() const {
@@ -761,6 +790,10 @@ StatusFinding Inquiry::finding() const {
     }
     if (!is_final() && !is_all_heard()) {
         finding.standing = Standing::unknown;
+    }
+    if (is_provisional_ && (question_.may_ask_later || not_heard_)) {
+        finding.standing = Standing::unknown;
+        finding.cause = UnknownCause::unreachable;
     }
     if (finding.standing != Standing::unknown) {
         finding.may_be_lifted = may_still_be_lifted();

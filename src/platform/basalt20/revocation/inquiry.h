@@ -50,6 +50,8 @@ private:
     bool is_accepted(const EvidenceItem& item) const;
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
+    bool is_strange(const EvidenceItem& list) const;
+    bool is_good_without_strange() const;
     bool is_worth_keeping(const EvidenceItem& item);
     bool is_made_ahead(const EvidenceItem& item);
     Charge charge_of(const EvidenceItem& item);
@@ -91,12 +93,14 @@ private:
     Items contradicting_;         // kept once, against it, and now by nobody who is known
     Items beyond_doubt_;          // of the accepted
     Items doubtful_;              // of these, too
+    Items strange_;               // of these, too
     std::vector<List> lists_;     // accepted
     std::vector<Answer> answers_; // accepted
     std::vector<Statement> statements_;
     std::vector<Items> origins_; // of the statements
     std::size_t stated_ = 0;     // of the accepted ones, so many
     Ruling ruling_;
+    bool is_provisional_ = false; // good, as long as its own sources tell nothing else
     bool something_at_hand_ = false;
     bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign

@@ -20,9 +20,15 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
                                      const StatusQuestion& question) {
     const CertificateEntry& certificate = path[index];
     const auto key_when = [&](bool may_fetch) {
-        return Key{certificate.get(),   path[index + 1].get(), path.back().get(),
-                   question.stamp_time, question.now,          question.is_signer,
-                   may_fetch,           question.is_about_key};
+        return Key{certificate.get(),
+                   path[index + 1].get(),
+                   path.back().get(),
+                   question.stamp_time,
+                   question.now,
+                   question.is_signer,
+                   may_fetch,
+                   !may_fetch && question.may_ask_later,
+                   question.is_about_key};
     };
     const Key key = key_when(question.may_fetch);
     good_but_for_foreign = false;

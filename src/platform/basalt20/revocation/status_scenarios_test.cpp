@@ -147,8 +147,9 @@ protected:
         responder_.serve(path, served);
     }
 
-    StatusFinding judge(const std::vector<HCERTSTORE>& stores, int now, bool fetch) {
-        Budget budget({}, responder_.clock());
+    StatusFinding judge(const std::vector<HCERTSTORE>& stores, int now, bool fetch,
+                        const BudgetLimits& limits = {}) {
+        Budget budget(limits, responder_.clock());
         Retrieval retrieval(budget);
         FewPaths paths;
         StatusCheck check(budget, retrieval, paths, {}, stores);
@@ -438,6 +439,20 @@ TEST_F(StatusScenarios, NoSourceIsAskedAgainInTheSameVerdict) {
     }
     EXPECT_EQ(responder_.requests(), 3u);
     EXPECT_EQ(retrieval.exchanges(), 3u);
+}
+
+TEST_F(StatusScenarios, WhatIsMoreThanMayBeKeptIsNotHeard) {
+    make_leaf(kEnd);
+    const Content content = revoked(list(90, 110), -5, 1);
+    publish("/list", content);
+    BudgetLimits limits;
+    limits.fetched_octets = make(content).size() - 1;
+    const StatusFinding finding = judge({}, kNow, true, limits);
+    EXPECT_EQ(finding.standing, kUnknown);
+    EXPECT_TRUE(finding.not_heard);
+    EXPECT_TRUE(responder_.cached().empty());
+    ++limits.fetched_octets;
+    EXPECT_EQ(judge({}, kNow, true, limits).standing, kRevoked);
 }
 
 TEST_F(StatusScenarios, ModesTellWhatPasses) {
