@@ -109,13 +109,15 @@ bool IssuerFetch::fetch_for(std::vector<PoolCertificate*> certificates, IssuerRe
         if (asked_.contains(url)) {
             continue;
         }
-        if (exchanges_ >= kMaxExchanges || !retrieval_.take_issuer_exchange()) {
+        if (exchanges_ >= kMaxExchanges) {
             left_out_ = true;
             break;
         }
         asked_.insert(url);
         ++exchanges_;
-        const auto body = retrieval_.get(url, reach == IssuerReach::outside);
+        const unsigned not_asked_before = retrieval_.not_asked();
+        const auto body = retrieval_.get_issuer(url, reach == IssuerReach::outside);
+        left_out_ = left_out_ || retrieval_.not_asked() != not_asked_before;
         any = body && take(url, *body, true);
     }
     return any;

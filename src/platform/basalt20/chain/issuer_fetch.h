@@ -1,7 +1,7 @@
 // Missing issuers, from where certificates say that they lie (authorityInfoAccess, caIssuers: a
 // certificate, or a bag of them). What comes is a candidate like any other. First what lies in the
 // cache, then the network: four exchanges at most for one object and 32 for those of one file,
-// within the budget's deadline.
+// within the budget's time for issuers.
 //
 // This is the one thing that is fetched before anything is trusted, so whoever made the token has
 // chosen the addresses. Hence nobody is asked for the issuer of what is self-issued: only another
@@ -27,7 +27,7 @@ public:
     // question in had no say in that, unless the address was his.
     bool fetch_for(std::vector<PoolCertificate*> certificates, IssuerReach reach);
 
-    // Some address wasn't asked, since there were too many.
+    // Some address wasn't asked, since there were too many or no time was left.
     bool left_out() const { return left_out_; }
 
     // Keeps those bodies that one of these certificates came in: a path with them has been found

@@ -186,4 +186,18 @@ std::chrono::milliseconds Budget::exchange_time() {
     return std::min(left, std::max(least_exchange_time(), left / 3));
 }
 
+std::chrono::milliseconds Budget::issuer_exchange_time() {
+    const std::chrono::milliseconds own = own_.issuer_time_left();
+    const auto left = shared_ ? std::min(own, shared_->issuer_time_left()) : own;
+    return std::min(left, std::max(least_issuer_exchange_time(), left / 2));
+}
+
+void Budget::take_issuer_time(TimePoint begin) {
+    const auto used = std::chrono::ceil<std::chrono::milliseconds>(now() - begin);
+    own_.take_issuer_time(used);
+    if (shared_) {
+        shared_->take_issuer_time(used);
+    }
+}
+
 } // namespace basalt

@@ -93,6 +93,14 @@ public:
     std::chrono::milliseconds exchange_time();
     std::chrono::milliseconds least_exchange_time() const { return limits_.fetching_time / 5; }
 
+    // The same of the time for issuers, and what an exchange that began then has taken of it.
+    std::chrono::milliseconds issuer_exchange_time();
+    std::chrono::milliseconds least_issuer_exchange_time() const {
+        return issuer_time(limits_.fetching_time) / 5;
+    }
+    TimePoint now() const { return own_.now(); }
+    void take_issuer_time(TimePoint begin);
+
     // Who remembers what failed.
     Fetching& fetching() { return shared_ ? *shared_ : own_; }
 

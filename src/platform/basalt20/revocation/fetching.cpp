@@ -25,6 +25,17 @@ std::chrono::milliseconds Fetching::time_left() {
                     std::chrono::milliseconds(0));
 }
 
+std::chrono::milliseconds Fetching::issuer_time_left() const {
+    const std::lock_guard lock(mutex_);
+    return issuer_time_left_;
+}
+
+void Fetching::take_issuer_time(std::chrono::milliseconds used) {
+    const std::lock_guard lock(mutex_);
+    issuer_time_left_ -= std::min(used, issuer_time_left_);
+    deadline_ += used; // if it has begun
+}
+
 bool Fetching::has_failed(const std::string& what) const {
     const std::lock_guard lock(mutex_);
     return failed_.contains(what);

@@ -1,7 +1,8 @@
 // What several verdicts have together: one deadline for what they fetch, and the memory of what has
 // failed, so that a silent address is asked once and not by each of them; and the processor's work
-// for signatures and keys, so that a file of many dear stamps costs no more than one. Any thread;
-// nothing fails but for lack of memory.
+// for signatures and keys, so that a file of many dear stamps costs no more than one. Issuers have
+// a time of their own, for strangers may have chosen who is asked for them: what that takes is
+// taken from nobody else. Any thread; nothing fails but for lack of memory.
 #pragma once
 
 #include <chrono>
@@ -13,6 +14,11 @@
 namespace basalt {
 
 inline constexpr std::chrono::milliseconds kFetchingTime{15000};
+
+// Beside the time for evidence, and measured by it.
+constexpr std::chrono::milliseconds issuer_time(std::chrono::milliseconds fetching_time) {
+    return fetching_time * 4 / 15;
+}
 
 // Of all signatures and keys of one file, in tenths of a millisecond, as a processor of 2020 takes
 // them. A stamp with a chain of three and their lists by P-384 takes sixty when the chain is known
@@ -27,12 +33,18 @@ public:
 
     explicit Fetching(std::chrono::milliseconds whole = kFetchingTime,
                       Clock clock = std::chrono::steady_clock::now, unsigned work = kWorkOfOneFile)
-        : whole_(whole), clock_(std::move(clock)), work_left_(work) {}
+        : whole_(whole), clock_(std::move(clock)), work_left_(work),
+          issuer_time_left_(issuer_time(whole)) {}
     Fetching(const Fetching&) = delete;
     Fetching& operator=(const Fetching&) = delete;
 
     // Zero when nothing is left. The deadline begins with the first call.
     std::chrono::milliseconds time_left();
+
+    // For issuers; whoever has used some of it tells how much.
+    std::chrono::milliseconds issuer_time_left() const;
+    void take_issuer_time(std::chrono::milliseconds used);
+    TimePoint now() const { return clock_(); }
 
     // Of a request, an address or a server: whatever text the caller has for it.
     bool has_failed(const std::string& what) const;
@@ -53,6 +65,7 @@ private:
     unsigned work_left_;
     TimePoint deadline_;
     std::set<std::string> failed_;
+    std::chrono::milliseconds issuer_time_left_;
     unsigned issuer_exchanges_ = 0;
 };
 

@@ -43,13 +43,11 @@ std::optional<std::string> fetchable_address(const ASN1_IA5STRING* text) {
     return url;
 }
 
-std::optional<std::vector<BYTE>> Retrieval::get(const std::string& url, bool outside_only) {
+std::optional<std::vector<BYTE>> Retrieval::get(const std::string& url) {
     HttpRequest request;
-    request.outside_only = outside_only;
     request.url = url;
     request.follow_redirects = true;
-    // Refused for being inside says nothing of the address.
-    return fetch(request, outside_only ? "outside " + url : url);
+    return fetch(request, url, {budget_.exchange_time(), budget_.least_exchange_time()});
 }
 
 std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
@@ -58,34 +56,48 @@ std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
     request.url = url;
     request.headers = {"Content-Type: " + content_type};
     request.body = body;
-    return fetch(request, url + '\n' + std::string(body.begin(), body.end()));
+    return fetch(request, url + '\n' + std::string(body.begin(), body.end()),
+                 {budget_.exchange_time(), budget_.least_exchange_time()});
 }
 
-std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const std::string& key) {
-    const std::chrono::milliseconds left = budget_.exchange_time();
-    const std::string server = server_of(request.url);
+std::optional<std::vector<BYTE>> Retrieval::get_issuer(const std::string& url, bool outside_only) {
+    HttpRequest request;
+    request.outside_only = outside_only;
+    request.url = url;
+    request.follow_redirects = true;
+    const Budget::TimePoint begin = budget_.now();
+    auto body = fetch(request, "issuer " + url,
+                      {budget_.issuer_exchange_time(), budget_.least_issuer_exchange_time(), true});
+    budget_.take_issuer_time(begin);
+    return body;
+}
+
+// No address holds a blank: what is kept in mind of one is never taken for a server's.
+std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const std::string& key,
+                                                  const Share& share) {
+    const std::string server = "server " + server_of(request.url);
     Fetching& fetching = budget_.fetching();
     if (fetching.has_failed(key) || fetching.has_failed(server)) {
         return std::nullopt;
     }
-    if (left.count() <= 0) {
+    if (share.time.count() <= 0 || (share.for_issuer && !fetching.take_issuer_exchange())) {
         ++not_asked_;
         return std::nullopt;
     }
     request.proxy = fetching_proxy();
     HttpLimits& limits = request.limits;
     limits = network_limits();
-    limits.total_timeout = std::min(limits.total_timeout, left);
-    limits.connect_timeout = std::min({limits.connect_timeout, kConnectTimeout, left});
+    limits.total_timeout = std::min(limits.total_timeout, share.time);
+    limits.connect_timeout = std::min({limits.connect_timeout, kConnectTimeout, share.time});
     limits.answer_bytes = std::min(limits.answer_bytes, budget_.limits().object_bytes);
     ++exchanges_;
     HttpAnswer answer = http_exchange(request);
-    if (answer.error == ERROR_WINHTTP_TIMEOUT && left < budget_.least_exchange_time()) {
+    if (answer.error == ERROR_WINHTTP_TIMEOUT && share.time < share.least) {
         ++not_asked_; // whoever has used up the time would decide who is silent
         return std::nullopt;
     }
     if (answer.error != 0 || answer.status != kStatusOk) {
-        fetching.note_failure(is_nobody_there(answer) && !request.outside_only ? server : key);
+        fetching.note_failure(is_nobody_there(answer) && !share.for_issuer ? server : key);
         return std::nullopt;
     }
     return std::move(answer.body);

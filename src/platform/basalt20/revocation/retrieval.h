@@ -26,23 +26,30 @@ public:
     Retrieval(const Retrieval&) = delete;
     Retrieval& operator=(const Retrieval&) = delete;
 
-    // The body of a 200, or nothing. GET follows redirects, POST doesn't. `outside_only` refuses
-    // hosts of this machine and of inner networks, also behind a redirect.
-    std::optional<std::vector<BYTE>> get(const std::string& url, bool outside_only = false);
+    // The body of a 200, or nothing. GET follows redirects, POST doesn't.
+    std::optional<std::vector<BYTE>> get(const std::string& url);
     std::optional<std::vector<BYTE>> post(const std::string& url, const std::string& content_type,
                                           Bytes body);
 
-    // Takes what a request for an issuer needs; false when those who share the fetching have made
-    // too many.
-    bool take_issuer_exchange() { return budget_.fetching().take_issuer_exchange(); }
+    // As get, in the time for issuers. `outside_only` refuses hosts of this machine and of inner
+    // networks, also behind a redirect. That it fails is kept in mind for such requests alone.
+    std::optional<std::vector<BYTE>> get_issuer(const std::string& url, bool outside_only);
 
     // Exchanges that were begun.
     unsigned exchanges() const { return exchanges_; }
-    // Addresses that weren't asked, or in vain, since no time or little was left.
+    // Addresses that weren't asked, or in vain, since no time or little was left, or too many were.
     unsigned not_asked() const { return not_asked_; }
 
 private:
-    std::optional<std::vector<BYTE>> fetch(struct HttpRequest& request, const std::string& key);
+    // What one exchange may take.
+    struct Share {
+        std::chrono::milliseconds time;
+        std::chrono::milliseconds least; // less than that there is only towards the end
+        bool for_issuer = false;
+    };
+
+    std::optional<std::vector<BYTE>> fetch(struct HttpRequest& request, const std::string& key,
+                                           const Share& share);
 
     Budget& budget_;
     unsigned exchanges_ = 0;

@@ -129,6 +129,35 @@ TEST(RetrievalTest, ASilentAddressLeavesTimeForOthersOfItsServer) {
     EXPECT_TRUE(retrieval.get(url + "/list"));
 }
 
+// Strangers may have chosen who is asked for issuers.
+TEST(RetrievalTest, WhatIssuersTakeIsTakenFromNobodyElse) {
+    LiveResponder responder;
+    responder.serve("/slow", {"issuer", 200, 10});
+    responder.serve("/list", {"list"});
+    const auto shared = std::make_shared<Fetching>(std::chrono::seconds(15), responder.clock());
+    Budget budget({}, responder.clock(), shared);
+    Retrieval retrieval(budget);
+    EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(15));
+    EXPECT_EQ(budget.issuer_exchange_time(), std::chrono::seconds(2));
+    EXPECT_TRUE(retrieval.get_issuer(responder.url("/slow"), false));
+    EXPECT_EQ(budget.issuer_exchange_time(), std::chrono::seconds(0));
+    EXPECT_FALSE(retrieval.get_issuer(responder.url("/slow"), false));
+    EXPECT_EQ(retrieval.not_asked(), 1u);
+    EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(15));
+    Budget next({}, responder.clock(), shared);
+    EXPECT_EQ(next.issuer_exchange_time(), std::chrono::seconds(0));
+    EXPECT_EQ(next.exchange_time(), std::chrono::seconds(5));
+    // The server's own page isn't the server, nor does it fail for everybody.
+    EXPECT_FALSE(Retrieval(next).get(responder.url("")));
+    Budget alone({}, responder.clock());
+    Retrieval other(alone);
+    EXPECT_FALSE(other.get_issuer(responder.url(""), false));
+    EXPECT_FALSE(other.get_issuer(responder.url("/none"), false));
+    responder.serve("/none", {"list"});
+    EXPECT_TRUE(other.get(responder.url("/none")));
+    EXPECT_TRUE(Retrieval(next).get(responder.url("/list")));
+}
+
 // Whoever used up the time before would decide who is silent.
 TEST(RetrievalTest, WhoWasGivenLittleTimeWasNotAsked) {
     const LoopbackServer server([](const std::string&) {
@@ -177,7 +206,7 @@ TEST(RetrievalTest, AServerWhereNobodyIsIsAskedOnce) {
     }
     Budget budget;
     Retrieval retrieval(budget);
-    EXPECT_FALSE(retrieval.get(nobody + "/a", true)) << "refused for being inside";
+    EXPECT_FALSE(retrieval.get_issuer(nobody + "/a", true)) << "refused for being inside";
     EXPECT_FALSE(retrieval.get(nobody + "/a"));
     EXPECT_FALSE(retrieval.get(nobody + "/b"));
     EXPECT_FALSE(retrieval.post(nobody + "?c", "text/plain", {}));
@@ -227,7 +256,8 @@ TEST(RetrievalTest, WhatLiesInsideIsNotConnectedToWhenOnlyTheOutsideIsMeant) {
     ASSERT_TRUE(retrieval.get(inside.url("/list"))); // and leaves its connection open
     for (const char* host : {"127.0.0.1", "127.1", "2130706433", "localhost", "ip6-localhost.",
                              "[::1]", "[::ffff:127.0.0.1]"}) {
-        EXPECT_FALSE(retrieval.get(std::string("http://") + host + port + "/list", true)) << host;
+        EXPECT_FALSE(retrieval.get_issuer(std::string("http://") + host + port + "/list", true))
+            << host;
     }
     EXPECT_EQ(inside.requests(), 1u);
 }
@@ -251,9 +281,9 @@ TEST(RetrievalDeathTest, TheProxyOfTheConfigurationIsUsedForFetching) {
         Budget budget;
         Retrieval retrieval(budget);
         const bool good = retrieval.get("http://list.example/ca.crl").has_value() &&
-                          retrieval.get("http://list.example/ca.crl", true) &&
+                          retrieval.get_issuer("http://list.example/ca.crl", true) &&
                           retrieval.get("http://list.example/inside") &&
-                          !Retrieval(budget).get("http://list.example/inside", true);
+                          !Retrieval(budget).get_issuer("http://list.example/inside", true);
         std::filesystem::remove(file);
         return good;
     };

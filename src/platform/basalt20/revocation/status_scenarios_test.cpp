@@ -443,10 +443,10 @@ TEST_F(StatusScenarios, NoSourceIsAskedAgainInTheSameVerdict) {
 
 TEST_F(StatusScenarios, WhatIsMoreThanMayBeKeptIsNotHeard) {
     make_leaf(kEnd);
-    const Content content = revoked(list(90, 110), -5, 1);
-    publish("/list", content);
+    const std::string content = make(revoked(list(90, 110), -5, 1));
+    responder_.serve("/list", {content});
     BudgetLimits limits;
-    limits.fetched_octets = make(content).size() - 1;
+    limits.fetched_octets = content.size() - 1;
     const StatusFinding finding = judge({}, kNow, true, limits);
     EXPECT_EQ(finding.standing, kUnknown);
     EXPECT_TRUE(finding.not_heard);
