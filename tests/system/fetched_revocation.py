@@ -478,7 +478,8 @@ class FetchedRevocation(FetchedTest):
                                  "verify", path, "--data", self.data, "--roots", self.roots)
 
     def test_what_is_too_large_to_be_read_is_no_silence(self):
-        """What the authority says of others beside it doesn't hide that it takes the stamper back."""
+        """What the authority says of others beside it doesn't hide that it takes the stamper back; nor that it says so at
+        one address more than are asked."""
         filling = {"extn_id": "1.2.3.5", "critical": False, "extn_value": core.ParsableOctetString(bytes(1 << 16))}
         signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl", ocsp_url=self.url + "ocsp")
         answer = ocsp.OCSPResponse.load(answer_of(self.ca, signer, "key_compromise", made=HOUR))
@@ -487,8 +488,13 @@ class FetchedRevocation(FetchedTest):
         basic["signature"] = self.ca.key.sign(basic["tbs_response_data"].dump(force=True))
         answer["response_bytes"]["response"] = ocsp.BasicOCSPResponse.load(basic.dump(force=True))
         revoking = list_of(self.ca, (signer, "key_compromise"), extensions=[filling])
+        points = [{"distribution_point": x509.DistributionPointName(
+            "full_name", [x509.GeneralName("uniform_resource_identifier", f"{self.url}{i}.crl")])} for i in range(5)]
+        everywhere = forge.issue(self.folder, "everywhere", self.ca, extra_extensions=[
+            {"extn_id": "crl_distribution_points", "critical": False, "extn_value": points}])
         for name, pages, is_told in (("list", {"ca.crl": revoking}, False),
                                      ("answer", {"ocsp": answer.dump(force=True)}, False),
+                                     ("over four mebibytes", {"ca.crl": bytes((4 << 20) + 1)}, False),
                                      ("another source tells",
                                       {"ocsp": answer.dump(force=True), "ca.crl": list_of(self.ca)}, True)):
             self.begin("", b"")
@@ -497,17 +503,22 @@ class FetchedRevocation(FetchedTest):
             for options in ((), AVAILABLE, AVAILABLE):
                 with self.subTest(name, options=options):
                     (self.passes if is_told else self.cannot_tell)(self.stamp_of(signer, self.ca), *options)
+        self.begin("4.crl", list_of(self.ca, (everywhere, "key_compromise")))
+        for options in ((), AVAILABLE):
+            with self.subTest("fifth address", options=options):
+                self.cannot_tell(self.stamp_of(everywhere, self.ca), *options)
 
     def test_the_list_of_an_authoritys_other_key_is_not_the_last_word(self):
         """It may be of what that key has issued alone; where the certificate's own sources tell nothing it may be of all."""
         other = self.authority_named("ca", self.root, "root.crl")
         below = self.authority_named("ca", self.authority_named("middle", self.root, "root.crl"), "root.crl")
         answered = forge.issue(self.folder, "answered", self.ca, ocsp_url=self.url + "ocsp")
-        pointing = forge.issue(self.folder, "pointing", self.ca, crl_url=self.url + "other.crl")
-        def by(authority, *revoked, page=None):
-            where = [x509.GeneralName("uniform_resource_identifier", self.url + page)] if page else []
-            point = [scope(distribution_point=x509.DistributionPointName("full_name", where))] if page else []
-            return list_of(authority, *revoked, extensions=point, made=HOUR, number=9)
+        absent = forge.issue(self.folder, "ca", self.root, ca=True, usage=None)
+        def by(authority, *revoked, number=9, **more):
+            return list_of(authority, *revoked, number=number, **{"made": HOUR, **more})
+        lister, relister = (self.authority_named("lister", self.root, "root.crl") for _ in range(2))
+        (listed, list_for_all), (_, list_for_none) = (self.listed_by(one, self.ca) for one in (lister, relister))
+        delta = {"extn_id": "delta_crl_indicator", "critical": True, "extn_value": 9}
         theft = "key_compromise"
         for options in ((), AVAILABLE):
             for name, signer, page, own, beside, judge in (
@@ -520,9 +531,18 @@ class FetchedRevocation(FetchedTest):
                     ("told at its place by the other", self.signer, "ca.crl", by(other), by(other), self.passes),
                     ("revoked by the other", self.signer, "ca.crl", by(self.ca), by(other, (self.signer, theft)),
                      self.refused),
-                    ("its place is named", pointing, "other.crl", b"", by(other, page="other.crl"), self.passes)):
+                    ("on hold", self.signer, "ca.crl", by(self.ca, (self.signer, "certificate_hold"), made=2 * HOUR),
+                     by(other), self.refused),
+                    ("on hold, with a namesake's delta", self.signer, "ca.crl",
+                     by(self.ca, (self.signer, "certificate_hold")),
+                     by(other, (self.signer, "remove_from_crl"), number=10, made=HOUR / 2, extensions=[delta]),
+                     self.refused),
+                    ("told by whom nobody knows", self.signer, "ca.crl", by(absent, (self.signer, theft)), by(other),
+                     self.passes if options else self.leaves_open),
+                    ("listed by somebody else", listed, "all.crl", list_for_all((listed, theft)), list_for_none(),
+                     self.refused)):
                 self.begin(page, own)
-                above = [self.ca, other, below]
+                above = [self.ca, other, below, lister, relister]
                 stamp = self.stamp_of(signer, *above, lists=[beside])
                 with self.subTest(name, options=options):
                     judge(stamp, *options)

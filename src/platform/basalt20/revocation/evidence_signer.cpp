@@ -218,10 +218,12 @@ bool EvidenceSigner::is_on_path(const EvidenceItem& item) {
     }
     if (has_signed_list(item, *issuer())) {
         is_beyond_doubt_ = true;
+        list_signer_ = issuer();
         return true;
     }
     // Who signs lists for others, by its certificate's own word also the one about itself.
-    return scope_.points_to(item.list->issuer()) && has_signed_list(item, *path_[index_]);
+    list_signer_ = path_[index_];
+    return scope_.points_to(item.list->issuer()) && has_signed_list(item, *list_signer_);
 }
 
 bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
@@ -256,6 +258,7 @@ bool EvidenceSigner::is_beside_path(const EvidenceItem& item) {
             [&](CertificatePathView path) { return is_in_good_standing(item, path, at); });
         if (found == PathFound::taken) {
             if (says_what_it_is_for(*other) || same(*other, *path_.back())) {
+                list_signer_ = other;
                 return true;
             }
             is_distrusted_ = true;

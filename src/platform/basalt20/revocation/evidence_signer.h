@@ -29,6 +29,8 @@ public:
     bool is_beyond_doubt() const { return is_beyond_doubt_; }
     bool is_doubtful() const { return is_doubtful_; }
     bool is_distrusted() const { return is_distrusted_; }
+    // Who signed it, of a list that was accepted.
+    const CertificateEntry& list_signer() const { return list_signer_; }
 
 private:
     // `foreign_signer`: the signer's certificate came with the question.
@@ -58,6 +60,7 @@ private:
     bool is_beyond_doubt_ = false;
     bool is_doubtful_ = false;
     bool is_distrusted_ = false;
+    CertificateEntry list_signer_;
 };
 
 } // namespace basalt

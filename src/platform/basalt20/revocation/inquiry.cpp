@@ -216,6 +216,7 @@ bool Inquiry::ask_network() {
             return true;
         }
     }
+    not_heard_ = not_heard_ || addresses_.left_out;
     return false;
 }
 
@@ -274,7 +275,7 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     const std::string key = key_of(kind, url);
     if (const auto known = session_.fetched.find(key);
         known != session_.fetched.end() && known->second.back().source == EvidenceSource::network) {
-        note_unread(known->second.back());
+        note_unheard(known->second.back());
         return false; // it was asked before, and what it said has been considered
     }
     const unsigned not_asked_before = session_.retrieval.not_asked();
@@ -288,8 +289,8 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     }
     const EvidenceItem* item =
         session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
-    note_unread(*item);
     static_cast<void>(consider({item}));
+    note_unheard(*item);
     if (is_worth_keeping(*item)) {
         // Of whose signer nothing is known mustn't take the place of what is sure.
         if (std::find(doubtful_.begin(), doubtful_.end(), item) == doubtful_.end()) {
@@ -303,11 +304,13 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     return ends_search();
 }
 
-void Inquiry::note_unread(const EvidenceItem& fetched) {
+void Inquiry::note_unheard(const EvidenceItem& fetched) {
     if (fetched.too_large) {
         unreached_ = unreached_.empty() ? fetched.url : unreached_;
         not_heard_ = true;
     }
+    is_contested_ =
+        is_contested_ || (fetched.usable() && is_for_us(fetched) && !is_accepted(fetched));
 }
 
 // A list of which that can't be told may be.
@@ -391,7 +394,7 @@ void Inquiry::accept(const EvidenceItem& item) {
     if (listing == nullptr) {
         leave_out(item);
     } else if (listing->is_readable) {
-        lists_.push_back({&item, *reasons, listing});
+        lists_.push_back({&item, *reasons, listing, signer_.list_signer()});
     }
 }
 
@@ -536,26 +539,35 @@ bool Inquiry::hears(const EvidenceItem& item,
     return heard;
 }
 
-// By another key of its issuer's name, and from elsewhere than where the certificate's own lists
-// are. A list may be of all that the name has issued; or each key has a list of what it has issued,
-// and then anybody can add another one's.
+// By another key than the issuer's, and from elsewhere than where the certificate's own lists are.
+// It may be of all that the name has issued; or each key has a list of what it has issued itself,
+// and anybody can add another one's.
 bool Inquiry::is_strange(const EvidenceItem& list) const {
-    const bool is_from_its_address =
-        std::find(addresses_.crl.begin(), addresses_.crl.end(), list.url) != addresses_.crl.end();
-    return !list.own && !is_from_its_address && !sources_.scope.has_point_of(*list.list) &&
-           X509_NAME_cmp(list.list->issuer(), X509_get_issuer_name(certificate_)) == 0;
+    return !list.own && std::find(addresses_.crl.begin(), addresses_.crl.end(), list.url) ==
+                            addresses_.crl.end();
 }
 
-bool Inquiry::is_good_without_strange() const {
+bool Inquiry::is_strange(const Items& origin) const {
+    return std::any_of(origin.begin(), origin.end(), [&](const EvidenceItem* item) {
+        return std::find(strange_.begin(), strange_.end(), item) != strange_.end();
+    });
+}
+
+Ruling Inquiry::ruling_without_strange() const {
     std::vector<Statement> others;
+    std::vector<std::size_t> places;
     for (std::size_t i = 0; i < statements_.size(); ++i) {
-        if (std::none_of(origins_[i].begin(), origins_[i].end(), [&](const EvidenceItem* item) {
-                return std::find(strange_.begin(), strange_.end(), item) != strange_.end();
-            })) {
+        if (!is_strange(origins_[i])) {
             others.push_back(statements_[i]);
+            places.push_back(i);
         }
     }
-    return rule(others, moments_).standing == Standing::good;
+    Ruling ruling = rule(others, moments_);
+    for (std::vector<std::size_t>* indices : {&ruling.deciding, &ruling.telling_compromise}) {
+        std::transform(indices->begin(), indices->end(), indices->begin(),
+                       [&](std::size_t index) { return places[index]; });
+    }
+    return ruling;
 }
 
 bool Inquiry::is_beyond_doubt(const Items& origin) const {
@@ -620,12 +632,18 @@ std::vector<const Inquiry::List*> Inquiry::deltas_newest_first() const {
     return deltas;
 }
 
+// Of two keys of one name each may have a delta to its own list.
+bool Inquiry::have_same_signer(const List& a, const List& b) {
+    return same_key_bits(key_bits_of(a.signer->certificate.get()),
+                         key_bits_of(b.signer->certificate.get()));
+}
+
 // Of deltas that are about something else there may be very many.
 const Inquiry::List* Inquiry::newest_delta_of(const List& base,
                                               const std::vector<const List*>& deltas) {
     const std::size_t comparisons = 1 + base.item->list->point_bytes.size() / kOctetsCompared;
     for (const List* delta : deltas) {
-        if (continues(*delta->item->list, *base.item->list)) {
+        if (continues(*delta->item->list, *base.item->list) && have_same_signer(*delta, base)) {
             return delta;
         }
         if (!affords(base.item->own ? *delta->item : *base.item, comparisons)) {
@@ -703,9 +721,15 @@ bool Inquiry::decide() {
         origins_.clear();
         state_all();
         ruling_ = rule(statements_, moments_);
-        is_provisional_ = ruling_.standing == Standing::good && !strange_.empty() &&
-                          !(addresses_.ocsp.empty() && addresses_.crl.empty()) &&
-                          !is_good_without_strange();
+        is_provisional_ = false;
+        if (ruling_.standing == Standing::good && !strange_.empty()) {
+            Ruling others = ruling_without_strange();
+            is_provisional_ = others.standing == Standing::unknown &&
+                              !(addresses_.ocsp.empty() && addresses_.crl.empty());
+            if (others.standing == Standing::revoked) { // strange ones revoke, and lift nothing
+                ruling_ = std::move(others);
+            }
+        }
         stated_ = accepted;
     }
     return ends_search();
@@ -791,7 +815,7 @@ StatusFinding Inquiry::finding() const {
     if (!is_final() && !is_all_heard()) {
         finding.standing = Standing::unknown;
     }
-    if (is_provisional_ && (question_.may_ask_later || not_heard_)) {
+    if (is_provisional_ && (question_.may_ask_later || not_heard_ || is_contested_)) {
         finding.standing = Standing::unknown;
         finding.cause = UnknownCause::unreachable;
     }

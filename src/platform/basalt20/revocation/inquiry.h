@@ -18,6 +18,7 @@ private:
         const EvidenceItem* item;
         ReasonSet reasons;
         const Listing* listing;
+        CertificateEntry signer;
     };
     struct Answer {
         const EvidenceItem* item;
@@ -36,7 +37,7 @@ private:
 
     Items fetched_before();
     static void give_back(const Items& items);
-    void note_unread(const EvidenceItem& fetched);
+    void note_unheard(const EvidenceItem& fetched);
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);
     bool may_speak_against(const EvidenceItem& item);
@@ -51,7 +52,9 @@ private:
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
     bool is_strange(const EvidenceItem& list) const;
-    bool is_good_without_strange() const;
+    bool is_strange(const Items& origin) const;
+    Ruling ruling_without_strange() const;
+    static bool have_same_signer(const List& a, const List& b);
     bool is_worth_keeping(const EvidenceItem& item);
     bool is_made_ahead(const EvidenceItem& item);
     Charge charge_of(const EvidenceItem& item);
@@ -101,6 +104,7 @@ private:
     std::size_t stated_ = 0;     // of the accepted ones, so many
     Ruling ruling_;
     bool is_provisional_ = false; // good, as long as its own sources tell nothing else
+    bool is_contested_ = false;   // these do, by what can't be heard
     bool something_at_hand_ = false;
     bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign

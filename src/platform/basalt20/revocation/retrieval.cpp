@@ -76,8 +76,10 @@ std::optional<std::vector<BYTE>> Retrieval::get_issuer(const std::string& url, b
 std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const std::string& key,
                                                   const Share& share) {
     const std::string server = "server " + server_of(request.url);
+    const std::string too_large = "too large " + key;
     Fetching& fetching = budget_.fetching();
     if (fetching.has_failed(key) || fetching.has_failed(server)) {
+        not_asked_ += fetching.has_failed(too_large) ? 1 : 0;
         return std::nullopt;
     }
     if (share.time.count() <= 0 || (share.for_issuer && !fetching.take_issuer_exchange())) {
@@ -95,6 +97,10 @@ std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const st
     if (answer.error == ERROR_WINHTTP_TIMEOUT && share.time < share.least) {
         ++not_asked_; // whoever has used up the time would decide who is silent
         return std::nullopt;
+    }
+    if (answer.error == ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW) {
+        ++not_asked_; // nor is that silence
+        fetching.note_failure(too_large);
     }
     if (answer.error != 0 || answer.status != kStatusOk) {
         fetching.note_failure(is_nobody_there(answer) && !share.for_issuer ? server : key);

@@ -37,7 +37,8 @@ public:
 
     // Exchanges that were begun.
     unsigned exchanges() const { return exchanges_; }
-    // Addresses that weren't asked, or in vain, since no time or little was left, or too many were.
+    // Addresses that weren't asked, or not to the end: no time or little was left, too many were,
+    // or what came was too large. What they have to say nobody knows.
     unsigned not_asked() const { return not_asked_; }
 
 private:

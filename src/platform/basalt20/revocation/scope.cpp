@@ -105,13 +105,6 @@ bool CertificateScope::has_name_of(const Point& point, const CrlFacts& list) con
            list.point_names.meets(point.is_named ? point.names : point.issuers);
 }
 
-bool CertificateScope::has_point_of(const CrlFacts& list) const {
-    return list.names_its_point() &&
-           std::any_of(points_.begin(), points_.end(), [&](const Point& point) {
-               return point.is_named && is_by(point, list) && list.point_names.meets(point.names);
-           });
-}
-
 // The point that every certificate has, told or not: all reasons, under its issuer's name.
 bool CertificateScope::is_of_the_issuers_own_point(const CrlFacts& list) const {
     const X509_NAME* issuer = X509_get_issuer_name(certificate_);

@@ -24,9 +24,6 @@ public:
 
     // Empty when the list isn't for the certificate. Nothing when that can't be told, since the
     // list has more names than are read.
-    // True when the list tells by a name that it is of one of the certificate's own points.
-    bool has_point_of(const CrlFacts& list) const;
-
     std::optional<ReasonSet> reasons(const CrlFacts& list) const;
 
     // What reasons() takes at most, in the budget's comparisons.

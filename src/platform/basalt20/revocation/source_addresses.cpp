@@ -74,6 +74,7 @@ SourceAddresses source_addresses(X509* certificate, const CertificateScope& scop
     sources.any_named = sources.any_named || is_unreadable(freshest, found);
     read_points(freshest.get(), sources);
     ERR_clear_error();
+    sources.left_out = sources.ocsp.size() + sources.crl.size() > most;
     const std::size_t for_lists = std::min<std::size_t>(sources.crl.size(), most / 2);
     sources.ocsp.resize(std::min<std::size_t>(sources.ocsp.size(), most - for_lists));
     sources.crl.resize(std::min<std::size_t>(sources.crl.size(), most - sources.ocsp.size()));

@@ -12,6 +12,7 @@ struct SourceAddresses {
     std::vector<std::string> ocsp; // fetchable ones only
     std::vector<std::string> crl;  // of distribution points, then of the freshest lists
     bool any_named = false;        // also when none of them can be fetched here (LDAP)
+    bool left_out = false;         // there are more
 };
 
 // From authorityInfoAccess, cRLDistributionPoints and freshestCRL (RFC 5280, 4.2.2.1, 4.2.1.13,
