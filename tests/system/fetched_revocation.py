@@ -538,7 +538,7 @@ class FetchedRevocation(FetchedTest):
                      by(other, (self.signer, "remove_from_crl"), number=10, made=HOUR / 2, extensions=[delta]),
                      self.refused),
                     ("told by whom nobody knows", self.signer, "ca.crl", by(absent, (self.signer, theft)), by(other),
-                     self.passes if options else self.leaves_open),
+                     self.leaves_open),
                     ("listed by somebody else", listed, "all.crl", list_for_all((listed, theft)), list_for_none(),
                      self.refused)):
                 self.begin(page, own)
@@ -547,6 +547,25 @@ class FetchedRevocation(FetchedTest):
                 with self.subTest(name, options=options):
                     judge(stamp, *options)
                     judge(stamp, *options)
+
+    def test_the_freshest_list_is_asked_for(self):
+        """Where the certificate names one; and where nobody is there the whole list counts."""
+        where = [x509.GeneralName("uniform_resource_identifier", self.url + "delta.crl")]
+        signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl", extra_extensions=[
+            {"extn_id": "freshest_crl", "critical": False,
+             "extn_value": [{"distribution_point": x509.DistributionPointName("full_name", where)}]}])
+        changes = {"extn_id": "delta_crl_indicator", "critical": True, "extn_value": 1}
+        whole = list_of(self.ca)
+        for changed, judge in ((((signer, "key_compromise"),), self.refused), ((), self.passes), (None, self.passes)):
+            for options in ((), AVAILABLE):
+                for lists in ((), (whole,)):
+                    self.begin("ca.crl", whole)
+                    if changed is not None:
+                        self.publish("delta.crl", list_of(self.ca, *changed, made=HOUR, number=2, extensions=[changes]))
+                    for again in (False, True):
+                        with self.subTest(changed=changed is not None and len(changed), options=options, given=len(lists),
+                                          again=again):
+                            judge(self.stamp_of(signer, self.ca, lists=lists), *options)
 
     def refused(self, stamp, *options):
         self.refuses(stamp, REVOKED, *options)

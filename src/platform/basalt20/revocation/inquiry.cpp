@@ -309,8 +309,21 @@ void Inquiry::note_unheard(const EvidenceItem& fetched) {
         unreached_ = unreached_.empty() ? fetched.url : unreached_;
         not_heard_ = true;
     }
-    is_contested_ =
-        is_contested_ || (fetched.usable() && is_for_us(fetched) && !is_accepted(fetched));
+    if (fetched.usable() && is_for_us(fetched) && !is_accepted(fetched)) {
+        is_contested_ = true;
+        not_heard_ = not_heard_ || may_speak_against(fetched);
+    }
+}
+
+// Of the list that makes it good what has changed since may be told, as the certificate says.
+bool Inquiry::lacks_delta() const {
+    return addresses_.names_freshest &&
+           std::none_of(ruling_.deciding.begin(), ruling_.deciding.end(), [&](std::size_t index) {
+               const Items& origin = origins_[index];
+               return std::any_of(origin.begin(), origin.end(), [](const EvidenceItem* item) {
+                   return item->answer || item->list->is_delta();
+               });
+           });
 }
 
 // A list of which that can't be told may be.
@@ -721,11 +734,12 @@ bool Inquiry::decide() {
         origins_.clear();
         state_all();
         ruling_ = rule(statements_, moments_);
-        is_provisional_ = false;
+        is_provisional_ = ruling_.standing == Standing::good && lacks_delta();
         if (ruling_.standing == Standing::good && !strange_.empty()) {
             Ruling others = ruling_without_strange();
-            is_provisional_ = others.standing == Standing::unknown &&
-                              !(addresses_.ocsp.empty() && addresses_.crl.empty());
+            is_provisional_ =
+                is_provisional_ || (others.standing == Standing::unknown &&
+                                    !(addresses_.ocsp.empty() && addresses_.crl.empty()));
             if (others.standing == Standing::revoked) { // strange ones revoke, and lift nothing
                 ruling_ = std::move(others);
             }

@@ -51,6 +51,7 @@ private:
     bool is_accepted(const EvidenceItem& item) const;
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
+    bool lacks_delta() const;
     bool is_strange(const EvidenceItem& list) const;
     bool is_strange(const Items& origin) const;
     Ruling ruling_without_strange() const;

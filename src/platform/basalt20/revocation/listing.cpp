@@ -127,6 +127,22 @@ Listing indirect_listing(const EvidenceItem& item, const X509* certificate) try 
 
 } // namespace
 
+bool has_number(const EvidenceItem& list, const X509* certificate) try {
+    const ASN1_INTEGER* serial = X509_get0_serialNumber(certificate);
+    for (DerReader entries(list.list->parts.entries); !entries.at_end();) {
+        const Element whole = entries.take(tag::kSequence);
+        if (may_be(DerReader(whole.contents).take(tag::kInteger).contents, serial)) {
+            const EntryOwner entry = decoded(whole.whole);
+            if (entry && is_of(entry.get(), serial)) {
+                return true;
+            }
+        }
+    }
+    return false;
+} catch (const Fault&) {
+    return false;
+}
+
 std::size_t comparisons_for_listing(const EvidenceItem& item) {
     // An entry that names another issuer than the one before takes two microseconds, and eighty
     // octets; others take as many and a tenth of the time.

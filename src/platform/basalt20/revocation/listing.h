@@ -18,6 +18,10 @@ struct Listing {
 
 Listing listing_of(const EvidenceItem& list, X509* certificate);
 
+// Whether it has the certificate's number at all; however many entries there are, nothing is made
+// of them. False of one that can't be read.
+bool has_number(const EvidenceItem& list, const X509* certificate);
+
 // What that takes at most, in the budget's comparisons.
 std::size_t comparisons_for_listing(const EvidenceItem& list);
 
