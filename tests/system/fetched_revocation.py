@@ -504,9 +504,11 @@ class FetchedRevocation(FetchedTest):
                 with self.subTest(name, options=options):
                     (self.passes if is_told else self.cannot_tell)(self.stamp_of(signer, self.ca), *options)
         self.begin("4.crl", list_of(self.ca, (everywhere, "key_compromise")))
+        other = self.authority_named("ca", self.root, "root.crl")
         for options in ((), AVAILABLE):
-            with self.subTest("fifth address", options=options):
-                self.cannot_tell(self.stamp_of(everywhere, self.ca), *options)
+            for beside, lists in (((), ()), ((other,), (list_of(other),))):
+                with self.subTest("fifth address", options=options, beside=len(beside)):
+                    self.cannot_tell(self.stamp_of(everywhere, self.ca, *beside, lists=lists), *options)
 
     def test_the_list_of_an_authoritys_other_key_is_not_the_last_word(self):
         """It may be of what that key has issued alone; where the certificate's own sources tell nothing it may be of all."""
