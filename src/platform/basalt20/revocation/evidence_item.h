@@ -44,4 +44,8 @@ struct EvidenceItem {
     EvidenceKind kind() const { return list != nullptr ? EvidenceKind::crl : EvidenceKind::ocsp; }
 };
 
+// From the network or the cache. What isn't usable keeps its address alone.
+EvidenceItem fetched_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
+                          std::vector<BYTE> bytes);
+
 } // namespace basalt

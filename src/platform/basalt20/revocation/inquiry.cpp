@@ -1,14 +1,11 @@
 #include <basalt/revocation/inquiry.h>
 
 #include <basalt/certificate/key_bits.h>
-#include <basalt/revocation/kept_evidence.h>
 
 #include <openssl/err.h>
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
-#include <tuple>
 #include <utility>
 
 namespace basalt {
@@ -23,9 +20,6 @@ constexpr std::size_t kOctetsCompared = 512;
 
 constexpr int kFewEntries = 16;
 constexpr std::size_t kMostOfAnAnswer = std::size_t{256} << 10; // that is kept
-// Of one that is fetched, beside a list's entries or an answer's certificates: OpenSSL makes forty
-// times as much of it, before anybody can look who signed it.
-constexpr std::size_t kMostUnverified = std::size_t{64} << 10;
 
 constexpr char kRequestType[] = "application/ocsp-request";
 
@@ -50,71 +44,6 @@ Statement statement_of(const CrlFacts& facts, ReasonSet reasons) {
     return statement;
 }
 
-// Of its key, however it is written: of its certificate anybody can make another one that holds as
-// well, and its name has several forms.
-std::string digest_of_authority(const X509* certificate) {
-    const Bytes key = telling_bits(key_bits_of(certificate));
-    Sha256 digest{};
-    EVP_Digest(key.data(), key.size(), digest.data(), nullptr, EVP_sha256(), nullptr);
-    return {digest.begin(), digest.end()};
-}
-
-std::string serial_number_of(const X509* certificate) {
-    const ASN1_INTEGER* number = X509_get0_serialNumber(certificate);
-    const std::string sign = number->type == V_ASN1_NEG_INTEGER ? "-" : "+";
-    return sign + std::string(reinterpret_cast<const char*>(number->data),
-                              static_cast<std::size_t>(number->length));
-}
-
-// Whether both would speak of the same certificates for the same reasons.
-bool have_same_scope(const CrlFacts& a, const CrlFacts& b) {
-    return a.is_delta() == b.is_delta() && a.point_bytes == b.point_bytes &&
-           a.key_identifier_bytes == b.key_identifier_bytes &&
-           X509_NAME_cmp(a.issuer(), b.issuer()) == 0;
-}
-
-std::vector<BYTE> word_of(const OcspFacts& answer) {
-    unsigned char* der = nullptr;
-    const int size = i2d_OCSP_RESPDATA(OCSP_resp_get0_respdata(answer.basic.get()), &der);
-    std::vector<BYTE> word(der, der + std::max(size, 0));
-    OPENSSL_free(der);
-    return word;
-}
-
-// Whatever is written around what is signed.
-bool say_the_same(const EvidenceItem& a, const EvidenceItem& b) {
-    return a.list ? same_bytes(a.list->parts.signed_part, b.list->parts.signed_part)
-                  : word_of(*a.answer) == word_of(*b.answer);
-}
-
-// When it was made, and until when it speaks: what of two is the newer.
-using Edition = std::pair<FileTicks, FileTicks>;
-
-Edition edition_of(FileTicks this_update, const std::optional<FileTicks>& next_update) {
-    return {this_update, next_update.value_or(std::numeric_limits<FileTicks>::max())};
-}
-
-EvidenceItem make_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
-                       std::vector<BYTE> bytes) {
-    auto shared = std::make_shared<const std::vector<BYTE>>(std::move(bytes));
-    EvidenceItem item;
-    item.source = source;
-    item.url = url;
-    item.encoded = *shared;
-    item.keeper = std::move(shared);
-    if (kind == EvidenceKind::crl) {
-        item.too_large = size_beside_entries(item.encoded) > kMostUnverified;
-        item.list = item.too_large ? nullptr : read_crl(item.encoded);
-    } else {
-        item.too_large = size_beside_certificates(item.encoded) > kMostUnverified;
-        item.answer = item.too_large ? nullptr : read_ocsp(item.encoded);
-    }
-    if (!item.usable()) {
-        item.drop();
-    }
-    return item;
-}
-
 } // namespace
 
 Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t index,
@@ -123,6 +52,7 @@ Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t
       certificate_(path[index]->certificate.get()), issuer_(path[index + 1]->certificate.get()),
       identity_(certificate_, issuer_), sources_(session.sources_of(certificate_)),
       signer_(session, path, index, question, sources_.scope),
+      keeper_(certificate_, issuer_, identity_, question.now),
       addresses_(sources_.addresses), moments_{question.stamp_time, end_of(certificate_),
                                                question.now, question.is_signer} {
     if (!addresses_.ocsp.empty()) {
@@ -195,8 +125,8 @@ bool Inquiry::ask_cache() {
     for (const auto& [kind, urls] : {std::pair(EvidenceKind::ocsp, &addresses_.ocsp),
                                      std::pair(EvidenceKind::crl, &addresses_.crl)}) {
         for (const std::string& url : *urls) {
-            if (consider_cached(key_of_revocation(kind, url), url, kind) ||
-                consider_cached(key_of(kind, url), url, kind)) {
+            if (consider_cached(keeper_.key_of_revocation(kind, url), url, kind) ||
+                consider_cached(keeper_.key_of(kind, url), url, kind)) {
                 return true;
             }
         }
@@ -220,27 +150,11 @@ bool Inquiry::ask_network() {
     return false;
 }
 
-// An object is kept for the key that is to verify it, so that certificates which name the same
-// address for different authorities don't push out each other's.
-std::string Inquiry::key_of(EvidenceKind kind, const std::string& url) const {
-    const std::string issuer = digest_of_authority(issuer_);
-    return kind == EvidenceKind::crl
-               ? "list " + url + '\n' + issuer
-               : "answer " + url + '\n' + issuer + serial_number_of(certificate_);
-}
-
-// What revokes the certificate for good is kept apart as well. Lists of other scopes, or newer ones
-// that don't have the entry any more, may come for the sake of others; and of two processes that
-// keep something of one address at once one goes unheard.
-std::string Inquiry::key_of_revocation(EvidenceKind kind, const std::string& url) const {
-    return (kind == EvidenceKind::crl ? "revoking list " : "revoking answer ") + url + '\n' +
-           digest_of_authority(issuer_) + serial_number_of(certificate_);
-}
-
 bool Inquiry::consider_cached(const std::string& key, const std::string& url, EvidenceKind kind) {
     if (!session_.fetched.contains(key)) {
         for (std::vector<BYTE>& object : kept_objects(key)) {
-            session_.take_in(key, make_item(EvidenceSource::cache, url, kind, std::move(object)));
+            session_.take_in(key,
+                             fetched_item(EvidenceSource::cache, url, kind, std::move(object)));
         }
     }
     const auto found = session_.fetched.find(key);
@@ -258,7 +172,7 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
     // is about others than this one, doesn't undo it. What has come since may.
     const auto is_superseded = [&](const EvidenceItem& old) {
         return std::any_of(items.begin(), items.end(), [&](const EvidenceItem* other) {
-            return is_accepted(*other) && supersedes(*other, old);
+            return is_accepted(*other) && keeper_.supersedes(*other, old);
         });
     };
     std::copy_if(items.begin(), items.end(), std::back_inserter(contradicting_),
@@ -272,7 +186,7 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
 }
 
 bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
-    const std::string key = key_of(kind, url);
+    const std::string key = keeper_.key_of(kind, url);
     if (const auto known = session_.fetched.find(key);
         known != session_.fetched.end() && known->second.back().source == EvidenceSource::network) {
         note_unheard(known->second.back());
@@ -288,16 +202,16 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
         return false;
     }
     const EvidenceItem* item =
-        session_.take_in(key, make_item(EvidenceSource::network, url, kind, std::move(*bytes)));
+        session_.take_in(key, fetched_item(EvidenceSource::network, url, kind, std::move(*bytes)));
     static_cast<void>(consider({item}));
     note_unheard(*item);
     if (is_worth_keeping(*item)) {
         // Of whose signer nothing is known mustn't take the place of what is sure.
         if (std::find(doubtful_.begin(), doubtful_.end(), item) == doubtful_.end()) {
-            keep(*item, key);
+            keeper_.keep(*item, key);
         }
-        if (charge_of(*item).first > 0) {
-            keep(*item, key_of_revocation(kind, url));
+        if (keeper_.revokes_for_good(*item)) {
+            keeper_.keep(*item, keeper_.key_of_revocation(kind, url));
         }
     }
     give_back({item});
@@ -431,8 +345,8 @@ bool Inquiry::is_heard_already(const EvidenceItem& item) const {
 // of the real time would stay for years. What is beside the word of an answer nobody signs: it
 // would push everything else out, but mustn't keep a revocation from being kept.
 bool Inquiry::is_worth_keeping(const EvidenceItem& item) {
-    if (!item.usable() || is_made_ahead(item) ||
-        (item.answer && item.encoded.size() > kMostOfAnAnswer && charge_of(item).first == 0)) {
+    if (!item.usable() || keeper_.is_made_ahead(item) ||
+        (item.answer && item.encoded.size() > kMostOfAnAnswer && !keeper_.revokes_for_good(item))) {
         return false;
     }
     for (std::size_t i = 0; i < statements_.size(); ++i) {
@@ -443,91 +357,6 @@ bool Inquiry::is_worth_keeping(const EvidenceItem& item) {
         }
     }
     return false;
-}
-
-// Looked at anew: nothing is remembered of what isn't kept by the session.
-Inquiry::Charge Inquiry::charge_of(const EvidenceItem& item) {
-    Charge gravest;
-    const auto add = [&](std::optional<int> why, FileTicks since) {
-        gravest = std::max(gravest, Charge{gravity(why), ~since});
-    };
-    if (item.list) {
-        for (const Revocation& entry : listing_of(item, certificate_).entries) {
-            add(entry.reason, entry.at);
-        }
-        return gravest;
-    }
-    for (const Statement& said : statements_of(*item.answer, identity_)) {
-        if (said.revoked) {
-            add(said.reason, said.revoked_at);
-        }
-    }
-    return gravest;
-}
-
-bool Inquiry::is_made_ahead(const EvidenceItem& item) {
-    const FileTicks latest = std::max(question_.now, now_in_ticks()) + kClockTolerance;
-    if (item.made_at() > latest || !item.answer) {
-        return item.made_at() > latest;
-    }
-    const std::vector<Statement> said = statements_of(*item.answer, identity_);
-    return std::any_of(said.begin(), said.end(),
-                       [&](const Statement& one) { return one.this_update > latest; });
-}
-
-// An older one may be as authentic, and knows less; so does a list of another scope, or one that
-// tells what has changed. What revokes for good gives way to nothing that voids less.
-bool Inquiry::supersedes(const EvidenceItem& newer, const EvidenceItem& older) {
-    if (const Charge old = charge_of(older); old.first > 0 && old > charge_of(newer)) {
-        return false;
-    }
-    if (newer.list) {
-        const auto edition = [](const CrlFacts& list) {
-            return edition_of(list.this_update, list.next_update);
-        };
-        return edition(*newer.list) > edition(*older.list) &&
-               have_same_scope(*newer.list, *older.list);
-    }
-    const auto edition = [&](const OcspFacts& answer) {
-        Edition newest{};
-        for (const Statement& said : statements_of(answer, identity_)) {
-            newest = std::max(newest, edition_of(said.this_update, said.next_update));
-        }
-        return newest;
-    };
-    return edition(*newer.answer) > edition(*older.answer);
-}
-
-// Beside what was kept before and isn't out of date by this.
-void Inquiry::keep(const EvidenceItem& item, const std::string& key) {
-    std::vector<EvidenceItem> kept;
-    for (std::vector<BYTE>& object : kept_objects(key)) {
-        EvidenceItem old =
-            make_item(EvidenceSource::cache, item.url, item.kind(), std::move(object));
-        if (!old.usable() || is_made_ahead(old) || supersedes(item, old)) {
-            continue;
-        }
-        if (say_the_same(old, item) || supersedes(old, item)) {
-            return;
-        }
-        kept.push_back(std::move(old));
-    }
-    // The one that says the least goes.
-    if (kept.size() >= kMostKept) {
-        const auto weight = [&](const EvidenceItem& one) {
-            return std::tuple(charge_of(one), one.list && !one.list->parts.entries.empty(),
-                              one.made_at());
-        };
-        kept.erase(std::min_element(kept.begin(), kept.end(),
-                                    [&](const EvidenceItem& one, const EvidenceItem& other) {
-                                        return weight(one) < weight(other);
-                                    }));
-    }
-    std::vector<Bytes> objects{item.encoded};
-    for (const EvidenceItem& old : kept) {
-        objects.push_back(old.encoded);
-    }
-    keep_objects(key, objects);
 }
 
 bool Inquiry::hears(const EvidenceItem& item,

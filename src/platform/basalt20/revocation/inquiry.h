@@ -2,6 +2,7 @@
 #pragma once
 
 #include <basalt/revocation/evidence_signer.h>
+#include <basalt/revocation/kept_evidence.h>
 
 namespace basalt {
 
@@ -25,7 +26,6 @@ private:
         std::vector<Statement> statements;
     };
     using Items = std::vector<const EvidenceItem*>;
-    using Charge = std::pair<int, FileTicks>; // its gravity; and the earlier the more: inverted
 
     // Each gives true when the question is decided.
     bool ask_given();
@@ -57,10 +57,6 @@ private:
     Ruling ruling_without_strange() const;
     static bool have_same_signer(const List& a, const List& b);
     bool is_worth_keeping(const EvidenceItem& item);
-    bool is_made_ahead(const EvidenceItem& item);
-    Charge charge_of(const EvidenceItem& item);
-    bool supersedes(const EvidenceItem& newer, const EvidenceItem& older);
-    void keep(const EvidenceItem& item, const std::string& key);
     void state(const Statement& statement, Items origin);
     void state_list(const List& list, const std::vector<const List*>& deltas);
     void state_with_delta(const List& base, const Statement& own, const List& delta);
@@ -79,8 +75,6 @@ private:
     std::vector<FileTicks> compromise_was_said() const;
     void add_support(StatusFinding& finding) const;
     DecidingEvidence deciding_evidence(const EvidenceItem& item, const Statement& of) const;
-    std::string key_of(EvidenceKind kind, const std::string& url) const;
-    std::string key_of_revocation(EvidenceKind kind, const std::string& url) const;
 
     EvidenceSession& session_;
     const unsigned left_out_before_;
@@ -90,6 +84,7 @@ private:
     OcspIdentity identity_;
     const CertificateSources& sources_;
     EvidenceSigner signer_;
+    EvidenceKeeper keeper_;
     SourceAddresses addresses_;
     std::vector<BYTE> request_;
     Moments moments_;

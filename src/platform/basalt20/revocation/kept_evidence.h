@@ -1,20 +1,44 @@
 // The lists and answers that the cache keeps under one key: of one address and authority there may
-// be several, since lists speak of different certificates and reasons. Fails as the cache does.
+// be several, since lists speak of different certificates and reasons. And what of one
+// certificate's evidence is kept, beside what, and what gives way to it. Fails as the cache does.
 #pragma once
 
-#include <basalt/coding/der_reader.h>
+#include <basalt/revocation/evidence_item.h>
 
 #include <string>
 #include <vector>
 
 namespace basalt {
 
-inline constexpr std::size_t kMostKept = 4;
-
-// Not more than that; none when nothing is kept that can be read.
+// Four at most; none when nothing is kept that can be read.
 std::vector<std::vector<BYTE>> kept_objects(const std::string& key);
 
-// In place of what is kept; each is one whole element.
-void keep_objects(const std::string& key, const std::vector<Bytes>& objects);
+// Of one certificate. What is given to it was verified; that is up to the caller.
+class EvidenceKeeper {
+public:
+    // All must outlive the object. `now`: what is dated after it isn't kept.
+    EvidenceKeeper(X509* certificate, X509* issuer, OcspIdentity& identity, FileTicks now)
+        : certificate_(certificate), issuer_(issuer), identity_(identity), now_(now) {}
+
+    std::string key_of(EvidenceKind kind, const std::string& url) const;
+    std::string key_of_revocation(EvidenceKind kind, const std::string& url) const;
+
+    // All three of usable items.
+    bool revokes_for_good(const EvidenceItem& item);
+    bool is_made_ahead(const EvidenceItem& item);
+    bool supersedes(const EvidenceItem& newer, const EvidenceItem& older); // of one kind
+
+    void keep(const EvidenceItem& item, const std::string& key);
+
+private:
+    using Charge = std::pair<int, FileTicks>; // its gravity; and the earlier the more: inverted
+
+    Charge charge_of(const EvidenceItem& item);
+
+    X509* certificate_;
+    X509* issuer_;
+    OcspIdentity& identity_;
+    const FileTicks now_;
+};
 
 } // namespace basalt
