@@ -541,6 +541,8 @@ class FetchedRevocation(FetchedTest):
                      self.refused),
                     ("told by whom nobody knows", self.signer, "ca.crl", by(absent, (self.signer, theft)), by(other),
                      self.leaves_open),
+                    ("told by whom nobody knows, and nothing", self.signer, "ca.crl", by(absent), by(other),
+                     self.passes if options else self.leaves_open),
                     ("listed by somebody else", listed, "all.crl", list_for_all((listed, theft)), list_for_none(),
                      self.refused)):
                 self.begin(page, own)
