@@ -552,6 +552,17 @@ class FetchedRevocation(FetchedTest):
                     judge(stamp, *options)
                     judge(stamp, *options)
 
+    def test_an_authority_may_go_on_with_a_new_key(self):
+        """What its new key says at the certificate's own address lifts what the old one said there."""
+        renewed = self.authority_named("ca", self.root, "root.crl")
+        stamp = self.stamp_of(self.signer, self.ca, renewed)
+        for options in ((), AVAILABLE):
+            self.begin("ca.crl", list_of(self.ca, (self.signer, "certificate_hold")))
+            self.refused(stamp, *options)
+            self.publish("ca.crl", list_of(renewed, made=HOUR, number=2))
+            with self.subTest(options=options):
+                self.passes(stamp, *options)
+
     def test_the_freshest_list_is_asked_for(self):
         """Where the certificate names one; and where nobody is there the whole list counts."""
         where = [x509.GeneralName("uniform_resource_identifier", self.url + "delta.crl")]
