@@ -534,7 +534,7 @@ class FetchedRevocation(FetchedTest):
                     ("revoked by the other", self.signer, "ca.crl", by(self.ca), by(other, (self.signer, theft)),
                      self.refused),
                     ("on hold", self.signer, "ca.crl", by(self.ca, (self.signer, "certificate_hold"), made=2 * HOUR),
-                     by(other), self.refused),
+                     by(other), self.leaves_open),
                     ("on hold, with a namesake's delta", self.signer, "ca.crl",
                      by(self.ca, (self.signer, "certificate_hold")),
                      by(other, (self.signer, "remove_from_crl"), number=10, made=HOUR / 2, extensions=[delta]),
@@ -562,25 +562,25 @@ class FetchedRevocation(FetchedTest):
             self.publish("ca.crl", list_of(renewed, made=HOUR, number=2))
             with self.subTest(options=options):
                 self.passes(stamp, *options)
-
-    def test_the_freshest_list_is_asked_for(self):
-        """Where the certificate names one; and where nobody is there the whole list counts."""
-        where = [x509.GeneralName("uniform_resource_identifier", self.url + "delta.crl")]
-        signer = forge.issue(self.folder, "signer", self.ca, crl_url=self.url + "ca.crl", extra_extensions=[
-            {"extn_id": "freshest_crl", "critical": False,
-             "extn_value": [{"distribution_point": x509.DistributionPointName("full_name", where)}]}])
-        changes = {"extn_id": "delta_crl_indicator", "critical": True, "extn_value": 1}
-        whole = list_of(self.ca)
-        for changed, judge in ((((signer, "key_compromise"),), self.refused), ((), self.passes), (None, self.passes)):
+        newer = self.stamp_of(self.signer, self.ca, renewed, lists=[list_of(renewed, made=HOUR, number=2)])
+        for held_by, judge in ((renewed, self.passes), (self.ca, self.leaves_open)):
             for options in ((), AVAILABLE):
-                for lists in ((), (whole,)):
-                    self.begin("ca.crl", whole)
-                    if changed is not None:
-                        self.publish("delta.crl", list_of(self.ca, *changed, made=HOUR, number=2, extensions=[changes]))
-                    for again in (False, True):
-                        with self.subTest(changed=changed is not None and len(changed), options=options, given=len(lists),
-                                          again=again):
-                            judge(self.stamp_of(signer, self.ca, lists=lists), *options)
+                self.begin("ca.crl", list_of(held_by, (self.signer, "certificate_hold")))
+                self.refused(stamp, *options)
+                self.server.pages.pop("ca.crl")
+                for offline in ((), ("--offline",)):
+                    with self.subTest(lifted_by_the_same=held_by is renewed, options=options, offline=offline):
+                        judge(newer, *options, *offline)
+
+    def test_of_an_ended_certificate_its_own_source_needs_no_more_to_tell(self):
+        """It serves a list by a key that came after the stamp, which holds what spoke of it then."""
+        renewed, latest = (self.authority_named("ca", self.root, "root.crl") for _ in range(2))
+        signer = forge.issue(self.folder, "ended", self.ca, crl_url=self.url + "ca.crl", end=NOW - HOUR)
+        stamp = self.stamp_of(signer, self.ca, renewed, lists=[list_of(renewed, made=2 * HOUR), self.root_list])
+        for options in ((), AVAILABLE, ("--offline",)):
+            self.begin("ca.crl", list_of(latest, made=HOUR / 2))
+            with self.subTest(options=options):
+                self.passes(stamp, *options)
 
     def refused(self, stamp, *options):
         self.refuses(stamp, REVOKED, *options)

@@ -229,17 +229,6 @@ void Inquiry::note_unheard(const EvidenceItem& fetched) {
     }
 }
 
-// Of the list that makes it good what has changed since may be told, as the certificate says.
-bool Inquiry::lacks_delta() const {
-    return addresses_.names_freshest &&
-           std::none_of(ruling_.deciding.begin(), ruling_.deciding.end(), [&](std::size_t index) {
-               const Items& origin = origins_[index];
-               return std::any_of(origin.begin(), origin.end(), [](const EvidenceItem* item) {
-                   return item->answer || item->list->is_delta();
-               });
-           });
-}
-
 // A list of which that can't be told may be.
 bool Inquiry::is_for_us(const EvidenceItem& item) {
     return item.list ? sources_.scope.reasons(*item.list) != ReasonSet{0}
@@ -389,9 +378,17 @@ bool Inquiry::is_strange(const EvidenceItem& list) const {
                             addresses_.crl.end();
 }
 
+// Nor is one strange by the key of a list that isn't.
 bool Inquiry::is_strange(const Items& origin) const {
-    return std::any_of(origin.begin(), origin.end(), [&](const EvidenceItem* item) {
-        return std::find(strange_.begin(), strange_.end(), item) != strange_.end();
+    const auto is_strange = [&](const List& list) {
+        return std::find(strange_.begin(), strange_.end(), list.item) != strange_.end();
+    };
+    return std::any_of(lists_.begin(), lists_.end(), [&](const List& list) {
+        return is_strange(list) &&
+               std::find(origin.begin(), origin.end(), list.item) != origin.end() &&
+               std::none_of(lists_.begin(), lists_.end(), [&](const List& other) {
+                   return !is_strange(other) && have_same_signer(list, other);
+               });
     });
 }
 
@@ -410,6 +407,19 @@ Ruling Inquiry::ruling_without_strange() const {
                        [&](std::size_t index) { return places[index]; });
     }
     return ruling;
+}
+
+// Strange lists revoke, and lift nothing; and what they make good its own sources may know better,
+// as long as these speak of it: of an ended certificate they needn't any more.
+void Inquiry::hold_against_strange() {
+    Ruling others = ruling_without_strange();
+    is_hold_in_doubt_ = others.standing == Standing::revoked && others.may_be_lifted;
+    is_provisional_ = is_hold_in_doubt_ ||
+                      (others.standing == Standing::unknown && moments_.now <= moments_.end &&
+                       !(addresses_.ocsp.empty() && addresses_.crl.empty()));
+    if (others.standing == Standing::revoked && !others.may_be_lifted) {
+        ruling_ = std::move(others);
+    }
 }
 
 bool Inquiry::is_beyond_doubt(const Items& origin) const {
@@ -563,15 +573,10 @@ bool Inquiry::decide() {
         origins_.clear();
         state_all();
         ruling_ = rule(statements_, moments_);
-        is_provisional_ = ruling_.standing == Standing::good && lacks_delta();
+        is_provisional_ = false;
+        is_hold_in_doubt_ = false;
         if (ruling_.standing == Standing::good && !strange_.empty()) {
-            Ruling others = ruling_without_strange();
-            is_provisional_ =
-                is_provisional_ || (others.standing == Standing::unknown &&
-                                    !(addresses_.ocsp.empty() && addresses_.crl.empty()));
-            if (others.standing == Standing::revoked) { // strange ones revoke, and lift nothing
-                ruling_ = std::move(others);
-            }
+            hold_against_strange();
         }
         stated_ = accepted;
     }
@@ -658,7 +663,8 @@ StatusFinding Inquiry::finding() const {
     if (!is_final() && !is_all_heard()) {
         finding.standing = Standing::unknown;
     }
-    if (is_provisional_ && (question_.may_ask_later || not_heard_ || is_contested_)) {
+    if (is_provisional_ &&
+        (question_.may_ask_later || not_heard_ || is_contested_ || is_hold_in_doubt_)) {
         finding.standing = Standing::unknown;
         finding.cause = UnknownCause::unreachable;
     }
@@ -668,7 +674,7 @@ StatusFinding Inquiry::finding() const {
         return finding;
     }
     finding.unreached = unreached_;
-    finding.not_heard = not_heard_;
+    finding.not_heard = not_heard_ || is_hold_in_doubt_;
     if (!is_all_heard()) {
         finding.cause = UnknownCause::exhausted;
     } else if (finding.cause == UnknownCause::no_source &&

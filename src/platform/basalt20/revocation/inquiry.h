@@ -51,10 +51,10 @@ private:
     bool is_accepted(const EvidenceItem& item) const;
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
-    bool lacks_delta() const;
     bool is_strange(const EvidenceItem& list) const;
     bool is_strange(const Items& origin) const;
     Ruling ruling_without_strange() const;
+    void hold_against_strange();
     static bool have_same_signer(const List& a, const List& b);
     bool is_worth_keeping(const EvidenceItem& item);
     void state(const Statement& statement, Items origin);
@@ -99,8 +99,9 @@ private:
     std::vector<Items> origins_; // of the statements
     std::size_t stated_ = 0;     // of the accepted ones, so many
     Ruling ruling_;
-    bool is_provisional_ = false; // good, as long as its own sources tell nothing else
-    bool is_contested_ = false;   // these do, by what can't be heard
+    bool is_provisional_ = false;   // good, as long as its own sources tell nothing else
+    bool is_contested_ = false;     // these do, by what can't be heard
+    bool is_hold_in_doubt_ = false; // strange lists alone lift it
     bool something_at_hand_ = false;
     bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign

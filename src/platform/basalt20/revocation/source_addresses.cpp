@@ -72,9 +72,7 @@ SourceAddresses source_addresses(X509* certificate, const CertificateScope& scop
         static_cast<CRL_DIST_POINTS*>(
             X509_get_ext_d2i(certificate, NID_freshest_crl, &found, nullptr)));
     sources.any_named = sources.any_named || is_unreadable(freshest, found);
-    const std::size_t without_freshest = sources.crl.size();
     read_points(freshest.get(), sources);
-    sources.names_freshest = sources.crl.size() > without_freshest;
     ERR_clear_error();
     sources.left_out = sources.ocsp.size() + sources.crl.size() > most;
     const std::size_t for_lists = std::min<std::size_t>(sources.crl.size(), most / 2);

@@ -12,7 +12,6 @@ struct SourceAddresses {
     std::vector<std::string> ocsp; // fetchable ones only
     std::vector<std::string> crl;  // of distribution points, then of the freshest lists
     bool any_named = false;        // also when none of them can be fetched here (LDAP)
-    bool names_freshest = false;   // some are of the freshest lists
     bool left_out = false;         // there are more
 };
 
