@@ -552,6 +552,22 @@ class FetchedRevocation(FetchedTest):
                     judge(stamp, *options)
                     judge(stamp, *options)
 
+    def test_a_hold_that_a_strange_list_lifts_still_silences_a_responder(self):
+        """Of whom nobody need be asked; the hold is at hand, and the stamper's source knows better."""
+        other = self.authority_named("ca", self.root, "root.crl")
+        responder = forge.issue(self.folder, "responder", self.ca, usage=("ocsp_signing",), crl_url=self.url + "1.crl",
+                                extra_extensions=[NO_CHECK])
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        where = [x509.GeneralName("uniform_resource_identifier", self.url + "1.crl")]
+        held = list_of(self.ca, (responder, "certificate_hold"), extensions=[
+            scope(distribution_point=x509.DistributionPointName("full_name", where))])
+        lie = forge.among_lists(forge.answer_of(responder, self.ca, asking))
+        for options in ((), AVAILABLE):
+            for beside, lists in (((), ()), ((other,), (list_of(other, made=HOUR, number=2),))):
+                self.begin("ocsp", answer_of(self.ca, asking, "key_compromise", made=HOUR))
+                with self.subTest(options=options, strange=bool(beside)):
+                    self.refused(self.stamp_of(asking, self.ca, *beside, lists=[held, lie, self.root_list, *lists]), *options)
+
     def test_an_authority_may_go_on_with_a_new_key(self):
         """What its new key says at the certificate's own address lifts what the old one said there."""
         renewed = self.authority_named("ca", self.root, "root.crl")

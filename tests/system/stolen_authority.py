@@ -102,6 +102,20 @@ class StolenAuthority(FetchedTest):
         self.publish("aside.crl", list_of(aside))
         self.is_revoked(accused)
 
+    def test_an_accuser_whom_a_strange_list_calls_good_is_asked_about(self):
+        issuer, other = (self.authority_named("issuer", self.root, "root.crl") for _ in range(2))
+        accuser = self.authority_named("accuser", issuer, "issuer.crl")
+        again = forge.issue(self.folder, "again", accuser, key=self.stamper.key)
+        said = [list_of(accuser, (again, "key_compromise")), list_of(self.middle), list_of(self.low)]
+        for options in ((), AVAILABLE):
+            for revoked, judge in (((), self.is_revoked), (((accuser, "key_compromise"),), self.passes)):
+                for beside, lists in (((), ()), ((other,), (list_of(other, made=HOUR),))):
+                    self.begin("issuer.crl", list_of(issuer, *revoked))
+                    self.publish("root.crl", list_of(self.root))
+                    with self.subTest(options=options, revoked=bool(revoked), strange=bool(beside)):
+                        judge(self.stamp_of(self.stamper, self.low, self.middle, again, accuser, issuer, *beside,
+                                            lists=[*said, *lists]), *options)
+
     def test_four_accusers_are_asked_about(self):
         def asks(page, content):
             def answer(_):

@@ -67,7 +67,7 @@ KeyHearing::Heard KeyHearing::hear(Bytes key, Bytes anchor, const Sha256& itself
     const unsigned circles_before = circles();
     known.heard = ask_all(like_keyed, known.anchor);
     known.under_way = false;
-    const Heard heard = known.heard;
+    Heard heard = known.heard; // before it may go
     if (!heard.compromised && circles_before != circles()) {
         known_.remove_if([&](const Known& one) { return &one == &known; });
     }
@@ -108,7 +108,7 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
             return false;
         }
         // By whichever way up, the same issuer says the same.
-        const StatusFinding finding = status_of(path, 0, question_.at, true);
+        const StatusFinding finding = status_of(path, 0, question_.at, {.about_key = true});
         if (!finding.key_is_compromised) {
             heard.cut_short = heard.cut_short || finding.cause == UnknownCause::exhausted;
             return true;
@@ -149,16 +149,16 @@ bool KeyHearing::ask(PoolCertificate& certificate, Bytes anchor, SearchAmong amo
 }
 
 StatusFinding KeyHearing::status_of(const Path& path, std::size_t index, FileTicks at,
-                                    bool is_about_key, bool may_fetch) {
+                                    const Asking& asking) {
     StatusQuestion question;
     question.stamp_time = at;
     question.now = question_.now;
     question.mode = question_.mode;
     question.strength = question_.strength;
     question.may_use_cache = question_.may_use_cache;
-    question.may_fetch = may_fetch;
-    question.may_ask_later = question_.may_ask_later;
-    question.is_about_key = is_about_key;
+    question.may_fetch = asking.now;
+    question.may_ask_later = asking.later || question_.may_ask_later;
+    question.is_about_key = asking.about_key;
     return status_.judge(entries_of(path), index, question);
 }
 
@@ -204,14 +204,15 @@ std::optional<FileTicks> KeyHearing::said_in_time(const Path& path,
 // who was has no say.
 bool KeyHearing::is_in_good_standing(const Path& path, FileTicks said, Doubt& doubt) {
     for (std::size_t i = path.size() - 1; i-- > 1;) {
-        StatusFinding speaker = status_of(path, i, said, false);
-        if (is_open(speaker) && question_.may_fetch && !question_.asked_about.contains(path[i])) {
+        const bool may_ask = question_.may_fetch && !question_.asked_about.contains(path[i]);
+        StatusFinding speaker = status_of(path, i, said, {.later = may_ask});
+        if (is_open(speaker) && may_ask) {
             if (question_.asked_about.size() == kMostAskedAbout) {
                 doubt.untold = true;
                 continue;
             }
             question_.asked_about.insert(path[i]);
-            speaker = status_of(path, i, said, false, true);
+            speaker = status_of(path, i, said, {.now = true});
         }
         if (speaker.heard_revoked && !speaker.is_on_hold()) {
             return false;

@@ -69,8 +69,15 @@ private:
     Heard ask_all(const std::vector<PoolCertificate*>& like_keyed, Bytes anchor);
     // True when it was asked by some way up; false leaves `heard` as it is, or cuts it short.
     bool ask(PoolCertificate& certificate, Bytes anchor, SearchAmong among, Heard& heard);
-    StatusFinding status_of(const Path& path, std::size_t index, FileTicks at, bool is_about_key,
-                            bool may_fetch = false);
+    // Whether its sources may be asked now, or will be if that is left open.
+    struct Asking {
+        bool now = false;
+        bool later = false;
+        bool about_key = false;
+    };
+
+    StatusFinding status_of(const Path& path, std::size_t index, FileTicks at,
+                            const Asking& asking);
     bool is_for_use(const Path& path) const;
     // What keeps one who may speak from being believed: more lay at hand about him than could be
     // looked at; or those who could tell haven't been asked yet, or told nothing.

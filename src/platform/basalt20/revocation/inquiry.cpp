@@ -310,7 +310,7 @@ void Inquiry::accept(const EvidenceItem& item) {
     if (listing == nullptr) {
         leave_out(item);
     } else if (listing->is_readable) {
-        lists_.push_back({&item, *reasons, listing, signer_.list_signer()});
+        lists_.push_back({&item, *reasons, listing, signer_.list_signer(), is_strange(item)});
     }
 }
 
@@ -360,9 +360,6 @@ bool Inquiry::hears(const EvidenceItem& item,
     if (heard && signer_.is_doubtful()) {
         doubtful_.push_back(&item);
     }
-    if (heard && item.list && !signer_.is_beyond_doubt() && is_strange(item)) {
-        strange_.push_back(&item);
-    }
     // Its signer can make nothing good; but that it can't revoke either would suit a thief.
     if (!heard && signer_.is_distrusted() && may_speak_against(item)) {
         leave_out(item);
@@ -374,29 +371,30 @@ bool Inquiry::hears(const EvidenceItem& item,
 // It may be of all that the name has issued; or each key has a list of what it has issued itself,
 // and anybody can add another one's.
 bool Inquiry::is_strange(const EvidenceItem& list) const {
-    return !list.own && std::find(addresses_.crl.begin(), addresses_.crl.end(), list.url) ==
-                            addresses_.crl.end();
+    return !signer_.is_beyond_doubt() && !list.own &&
+           std::find(addresses_.crl.begin(), addresses_.crl.end(), list.url) ==
+               addresses_.crl.end();
 }
 
-// Nor is one strange by the key of a list that isn't.
-bool Inquiry::is_strange(const Items& origin) const {
-    const auto is_strange = [&](const List& list) {
-        return std::find(strange_.begin(), strange_.end(), list.item) != strange_.end();
-    };
-    return std::any_of(lists_.begin(), lists_.end(), [&](const List& list) {
-        return is_strange(list) &&
-               std::find(origin.begin(), origin.end(), list.item) != origin.end() &&
-               std::none_of(lists_.begin(), lists_.end(), [&](const List& other) {
-                   return !is_strange(other) && have_same_signer(list, other);
-               });
-    });
+// None is by the key of a list that isn't strange.
+std::set<const EvidenceItem*> Inquiry::strange_lists() const {
+    std::set<const EvidenceItem*> strange;
+    for (const List& list : lists_) {
+        if (list.strange && std::none_of(lists_.begin(), lists_.end(), [&](const List& other) {
+                return !other.strange && have_same_signer(list, other);
+            })) {
+            strange.insert(list.item);
+        }
+    }
+    return strange;
 }
 
-Ruling Inquiry::ruling_without_strange() const {
+Ruling Inquiry::ruling_without(const std::set<const EvidenceItem*>& lists) const {
     std::vector<Statement> others;
     std::vector<std::size_t> places;
     for (std::size_t i = 0; i < statements_.size(); ++i) {
-        if (!is_strange(origins_[i])) {
+        if (std::none_of(origins_[i].begin(), origins_[i].end(),
+                         [&](const EvidenceItem* item) { return lists.contains(item); })) {
             others.push_back(statements_[i]);
             places.push_back(i);
         }
@@ -412,7 +410,13 @@ Ruling Inquiry::ruling_without_strange() const {
 // Strange lists revoke, and lift nothing; and what they make good its own sources may know better,
 // as long as these speak of it: of an ended certificate they needn't any more.
 void Inquiry::hold_against_strange() {
-    Ruling others = ruling_without_strange();
+    is_provisional_ = false;
+    is_hold_in_doubt_ = false;
+    const std::set<const EvidenceItem*> strange = strange_lists();
+    if (ruling_.standing != Standing::good || strange.empty()) {
+        return;
+    }
+    Ruling others = ruling_without(strange);
     is_hold_in_doubt_ = others.standing == Standing::revoked && others.may_be_lifted;
     is_provisional_ = is_hold_in_doubt_ ||
                       (others.standing == Standing::unknown && moments_.now <= moments_.end &&
@@ -573,11 +577,7 @@ bool Inquiry::decide() {
         origins_.clear();
         state_all();
         ruling_ = rule(statements_, moments_);
-        is_provisional_ = false;
-        is_hold_in_doubt_ = false;
-        if (ruling_.standing == Standing::good && !strange_.empty()) {
-            hold_against_strange();
-        }
+        hold_against_strange();
         stated_ = accepted;
     }
     return ends_search();
@@ -667,6 +667,10 @@ StatusFinding Inquiry::finding() const {
         (question_.may_ask_later || not_heard_ || is_contested_ || is_hold_in_doubt_)) {
         finding.standing = Standing::unknown;
         finding.cause = UnknownCause::unreachable;
+    }
+    if (is_hold_in_doubt_) {
+        finding.heard_revoked = true;
+        finding.reason = reason::kCertificateHold;
     }
     if (finding.standing != Standing::unknown) {
         finding.may_be_lifted = may_still_be_lifted();

@@ -4,6 +4,8 @@
 #include <basalt/revocation/evidence_signer.h>
 #include <basalt/revocation/kept_evidence.h>
 
+#include <set>
+
 namespace basalt {
 
 class Inquiry {
@@ -20,6 +22,7 @@ private:
         ReasonSet reasons;
         const Listing* listing;
         CertificateEntry signer;
+        bool strange;
     };
     struct Answer {
         const EvidenceItem* item;
@@ -52,8 +55,8 @@ private:
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
     bool is_strange(const EvidenceItem& list) const;
-    bool is_strange(const Items& origin) const;
-    Ruling ruling_without_strange() const;
+    std::set<const EvidenceItem*> strange_lists() const;
+    Ruling ruling_without(const std::set<const EvidenceItem*>& lists) const;
     void hold_against_strange();
     static bool have_same_signer(const List& a, const List& b);
     bool is_worth_keeping(const EvidenceItem& item);
@@ -92,7 +95,6 @@ private:
     Items contradicting_;         // kept once, against it, and now by nobody who is known
     Items beyond_doubt_;          // of the accepted
     Items doubtful_;              // of these, too
-    Items strange_;               // of these, too
     std::vector<List> lists_;     // accepted
     std::vector<Answer> answers_; // accepted
     std::vector<Statement> statements_;
