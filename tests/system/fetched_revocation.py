@@ -566,7 +566,34 @@ class FetchedRevocation(FetchedTest):
             for beside, lists in (((), ()), ((other,), (list_of(other, made=HOUR, number=2),))):
                 self.begin("ocsp", answer_of(self.ca, asking, "key_compromise", made=HOUR))
                 with self.subTest(options=options, strange=bool(beside)):
-                    self.refused(self.stamp_of(asking, self.ca, *beside, lists=[held, lie, self.root_list, *lists]), *options)
+                    self.refused(self.stamp_of(asking, self.ca, *beside,
+                                               lists=[held, lie, self.root_list, *lists]), *options)
+
+    def test_a_strange_list_of_some_reasons_lifts_no_hold_either(self):
+        """Then nobody tells of all reasons; which isn't to say that nothing is known."""
+        other = self.authority_named("ca", self.root, "root.crl")
+        some = [scope(only_some_reasons={"certificate_hold", "superseded"})]
+        held = list_of(self.ca, (self.signer, "certificate_hold"), extensions=some)
+        for options in ((), AVAILABLE):
+            for beside, judge in (((), self.refused), ((other,), self.leaves_open)):
+                lists = [list_of(one, made=HOUR, number=2, extensions=some) for one in beside]
+                self.begin("ca.crl", held)
+                for given, offline in (([], ()), ([held, self.root_list], ("--offline",))):
+                    with self.subTest(options=options, strange=bool(beside), offline=offline):
+                        judge(self.stamp_of(self.signer, self.ca, *beside, lists=[*given, *lists]), *options, *offline)
+
+    def test_responders_who_speak_for_each_other_are_no_silence(self):
+        """However many there are: one whom nobody looks at any more isn't one of whom nothing is known."""
+        signer = forge.issue(self.folder, "answered", self.ca, ocsp_url=self.url + "ocsp")
+        responders = [forge.issue(self.folder, f"responder {i}", self.ca, usage=("ocsp_signing",),
+                                  ocsp_url=self.url + "ocsp") for i in range(6)]
+        spoken_for = [signer, *responders]
+        said = [forge.among_lists(forge.answer_of(by, self.ca, one)) for one, by in zip(spoken_for, responders)]
+        for options in ((), AVAILABLE):
+            for count in (4, 5, 6):
+                self.begin("ocsp", answer_of(self.ca, signer, "key_compromise", made=HOUR))
+                with self.subTest(options=options, count=count):
+                    self.refused(self.stamp_of(signer, self.ca, lists=[*said[:count], self.root_list]), *options)
 
     def test_an_authority_may_go_on_with_a_new_key(self):
         """What its new key says at the certificate's own address lifts what the old one said there."""

@@ -182,7 +182,7 @@ bool EvidenceSigner::is_trusted_delegate(const EvidenceItem& item,
             distrust(finding);
             return false;
         }
-        if (finding.cause == UnknownCause::exhausted && item.given()) {
+        if ((finding.cause == UnknownCause::exhausted && item.given()) || finding.not_heard) {
             is_distrusted_ = true; // what was left out may revoke it
             return false;
         }

@@ -413,14 +413,15 @@ void Inquiry::hold_against_strange() {
     is_provisional_ = false;
     is_hold_in_doubt_ = false;
     const std::set<const EvidenceItem*> strange = strange_lists();
-    if (ruling_.standing != Standing::good || strange.empty()) {
+    if (ruling_.standing == Standing::revoked || strange.empty()) {
         return;
     }
     Ruling others = ruling_without(strange);
     is_hold_in_doubt_ = others.standing == Standing::revoked && others.may_be_lifted;
-    is_provisional_ = is_hold_in_doubt_ ||
-                      (others.standing == Standing::unknown && moments_.now <= moments_.end &&
-                       !(addresses_.ocsp.empty() && addresses_.crl.empty()));
+    is_provisional_ =
+        is_hold_in_doubt_ ||
+        (ruling_.standing == Standing::good && others.standing == Standing::unknown &&
+         moments_.now <= moments_.end && !(addresses_.ocsp.empty() && addresses_.crl.empty()));
     if (others.standing == Standing::revoked && !others.may_be_lifted) {
         ruling_ = std::move(others);
     }

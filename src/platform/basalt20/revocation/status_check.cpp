@@ -53,6 +53,7 @@ StatusFinding EvidenceSession::judge(CertificatePathView path, std::size_t index
         circles_ += is_too_deep ? 1 : 0;
         StatusFinding finding;
         finding.cause = UnknownCause::unreachable;
+        finding.not_heard = is_too_deep; // not even what is at hand
         return finding;
     }
     under_way_.push_back(certificate.get());
