@@ -101,14 +101,14 @@ private:
     std::vector<Items> origins_; // of the statements
     std::size_t stated_ = 0;     // of the accepted ones, so many
     Ruling ruling_;
-    bool is_provisional_ = false;   // good, as long as its own sources tell nothing else
-    bool is_contested_ = false;     // these do, by what can't be heard
-    bool is_hold_in_doubt_ = false; // strange lists alone lift it
+    bool is_provisional_ = false; // by strange lists, as long as its own sources tell nothing else
+    bool is_contested_ = false;   // an own source gave what can't be heard
+    bool is_hold_in_doubt_ = false; // strange lists alone lift it, or leave it unknown
     bool something_at_hand_ = false;
     bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign
     std::string unreached_;
-    bool not_heard_ = false; // an address: no time was left, or it gave too much
+    bool not_heard_ = false; // as StatusFinding tells it, by an address
 };
 
 } // namespace basalt

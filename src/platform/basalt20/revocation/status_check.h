@@ -46,7 +46,9 @@ struct StatusFinding {
     bool may_be_lifted = false;
     UnknownCause cause = UnknownCause::no_source;
     std::string unreached; // of an unknown one: the first address that gave nothing
-    // Of an unknown one: an address wasn't asked for want of time, or gave more than may be read.
+    // Of an unknown one, which then passes nowhere: a source wasn't asked for want of time or of
+    // places, gave more than may be read, or revokes in words that can't be verified; a hold is
+    // lifted by strange lists alone; or it lies too deep among those who speak for each other.
     bool not_heard = false;
     // What decided; of an unknown one, the newest that was looked at. Several when good takes
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
@@ -70,7 +72,7 @@ struct StatusFinding {
 
 // True when a certificate of that standing may pass: an unknown one under `available`, and under
 // `require` only when there is no source to ask. Never one that was buried under more junk than
-// could be looked at, or by servers that took all the time or sent more than may be read.
+// could be looked at, nor one of which a source wasn't heard (StatusFinding::not_heard).
 bool passes(const StatusFinding& finding, RevocationMode mode);
 
 // Asking its sources could still tell.
