@@ -156,6 +156,30 @@ class FetchedRevocation(FetchedTest):
         self.publish("ca.crl", list_of(self.ca, made=HOUR))
         self.passes(stamp)  # without the certificate of who had told the hold
 
+    def test_a_hold_that_has_run_out_is_lifted_by_nothing_older(self):
+        asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
+        held = answer_of(self.ca, asking, "certificate_hold", made=2 * HOUR, until=-HOUR)
+        older, newer = (list_of(self.ca, made=made) for made in (forge.days(3), HOUR))
+        again, lifted = (answer_of(self.ca, asking, why, made=HOUR / 2) for why in ("certificate_hold", None))
+        responder = forge.issue(self.folder, "responder", self.ca, usage=("ocsp_signing",), extra_extensions=[NO_CHECK])
+        silenced = answer_of(self.ca, responder, "certificate_hold", made=2 * HOUR, until=-HOUR)
+        lie = forge.answer_of(responder, self.ca, asking)
+        stolen = answer_of(self.ca, asking, "key_compromise", made=HOUR)
+        for name, answers, served, lists, options, judge in (
+                ("told again", [held], again, [older], (), self.refused),
+                ("lifted", [held], lifted, [older], (), self.passes),
+                ("lifted by a list", [held], b"", [older, newer], (), self.passes),
+                ("not told", [held], b"", [older], (), self.leaves_open),
+                ("not asked", [held], again, [older], ("--offline",), self.leaves_open),
+                ("alone", [held], b"", [], (), self.leaves_open),
+                ("a responder's", [silenced, lie], stolen, [], (), self.refused)):
+            for mode in ((), AVAILABLE):
+                self.begin("ocsp", served)
+                with self.subTest(name, mode=mode):
+                    stamp = self.stamp_of(asking, self.ca,
+                                          lists=[self.root_list, *map(forge.among_lists, answers), *lists])
+                    judge(stamp, *mode, *options)
+
     def test_what_revokes_for_good_is_kept_whatever_was_kept_before(self):
         """What was kept was good half an hour ago and has run out; what revokes has another scope, or is no newer."""
         asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")

@@ -389,42 +389,11 @@ std::set<const EvidenceItem*> Inquiry::strange_lists() const {
     return strange;
 }
 
-Ruling Inquiry::ruling_without(const std::set<const EvidenceItem*>& lists) const {
-    std::vector<Statement> others;
-    std::vector<std::size_t> places;
-    for (std::size_t i = 0; i < statements_.size(); ++i) {
-        if (std::none_of(origins_[i].begin(), origins_[i].end(),
-                         [&](const EvidenceItem* item) { return lists.contains(item); })) {
-            others.push_back(statements_[i]);
-            places.push_back(i);
-        }
-    }
-    Ruling ruling = rule(others, moments_);
-    for (std::vector<std::size_t>* indices : {&ruling.deciding, &ruling.telling_compromise}) {
-        std::transform(indices->begin(), indices->end(), indices->begin(),
-                       [&](std::size_t index) { return places[index]; });
-    }
-    return ruling;
-}
-
-// Strange lists revoke, and lift nothing; and what they make good its own sources may know better,
-// as long as these speak of it: of an ended certificate they needn't any more.
-void Inquiry::hold_against_strange() {
-    is_provisional_ = false;
-    is_hold_in_doubt_ = false;
-    const std::set<const EvidenceItem*> strange = strange_lists();
-    if (ruling_.standing == Standing::revoked || strange.empty()) {
-        return;
-    }
-    Ruling others = ruling_without(strange);
-    is_hold_in_doubt_ = others.standing == Standing::revoked && others.may_be_lifted;
-    is_provisional_ =
-        is_hold_in_doubt_ ||
-        (ruling_.standing == Standing::good && others.standing == Standing::unknown &&
-         moments_.now <= moments_.end && !(addresses_.ocsp.empty() && addresses_.crl.empty()));
-    if (others.standing == Standing::revoked && !others.may_be_lifted) {
-        ruling_ = std::move(others);
-    }
+// What strange lists make good its own sources may know better, as long as these speak of it: of an
+// ended certificate they needn't any more.
+bool Inquiry::is_provisional() const {
+    return ruling_.takes_strange && moments_.now <= moments_.end &&
+           !(addresses_.ocsp.empty() && addresses_.crl.empty());
 }
 
 bool Inquiry::is_beyond_doubt(const Items& origin) const {
@@ -569,6 +538,12 @@ void Inquiry::state_all() {
             }
         }
     }
+    const std::set<const EvidenceItem*> strange = strange_lists();
+    for (std::size_t i = 0; i < statements_.size(); ++i) {
+        statements_[i].strange =
+            std::any_of(origins_[i].begin(), origins_[i].end(),
+                        [&](const EvidenceItem* item) { return strange.contains(item); });
+    }
 }
 
 bool Inquiry::decide() {
@@ -578,7 +553,6 @@ bool Inquiry::decide() {
         origins_.clear();
         state_all();
         ruling_ = rule(statements_, moments_);
-        hold_against_strange();
         stated_ = accepted;
     }
     return ends_search();
@@ -602,7 +576,7 @@ bool Inquiry::is_final() const {
     return (ruling_.standing == Standing::revoked && !ruling_.may_be_lifted) ||
            (ruling_.standing == Standing::good && is_all_heard() && contradicting_.empty() &&
             (cache_was_asked_ || !question_.may_use_cache) &&
-            !(is_provisional_ && question_.may_fetch));
+            !(is_provisional() && question_.may_fetch));
 }
 
 bool Inquiry::may_still_be_lifted() const {
@@ -664,12 +638,11 @@ StatusFinding Inquiry::finding() const {
     if (!is_final() && !is_all_heard()) {
         finding.standing = Standing::unknown;
     }
-    if (is_provisional_ &&
-        (question_.may_ask_later || not_heard_ || is_contested_ || is_hold_in_doubt_)) {
+    if (is_provisional() && (question_.may_ask_later || not_heard_ || is_contested_)) {
         finding.standing = Standing::unknown;
         finding.cause = UnknownCause::unreachable;
     }
-    if (is_hold_in_doubt_) {
+    if (ruling_.is_hold_in_doubt) {
         finding.heard_revoked = true;
         finding.reason = reason::kCertificateHold;
     }
@@ -679,7 +652,7 @@ StatusFinding Inquiry::finding() const {
         return finding;
     }
     finding.unreached = unreached_;
-    finding.not_heard = not_heard_ || is_hold_in_doubt_;
+    finding.not_heard = not_heard_ || ruling_.is_hold_in_doubt;
     if (!is_all_heard()) {
         finding.cause = UnknownCause::exhausted;
     } else if (finding.cause == UnknownCause::no_source &&

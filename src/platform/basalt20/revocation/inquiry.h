@@ -56,8 +56,7 @@ private:
     bool is_beyond_doubt(const Items& origin) const;
     bool is_strange(const EvidenceItem& list) const;
     std::set<const EvidenceItem*> strange_lists() const;
-    Ruling ruling_without(const std::set<const EvidenceItem*>& lists) const;
-    void hold_against_strange();
+    bool is_provisional() const;
     static bool have_same_signer(const List& a, const List& b);
     bool is_worth_keeping(const EvidenceItem& item);
     void state(const Statement& statement, Items origin);
@@ -101,9 +100,7 @@ private:
     std::vector<Items> origins_; // of the statements
     std::size_t stated_ = 0;     // of the accepted ones, so many
     Ruling ruling_;
-    bool is_provisional_ = false; // by strange lists, as long as its own sources tell nothing else
-    bool is_contested_ = false;   // an own source gave what can't be heard
-    bool is_hold_in_doubt_ = false; // strange lists alone lift it, or leave it unknown
+    bool is_contested_ = false; // an own source gave what can't be heard
     bool something_at_hand_ = false;
     bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign

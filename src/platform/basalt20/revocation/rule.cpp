@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace basalt {
 
@@ -63,25 +64,45 @@ std::optional<std::size_t> deciding_revocation(std::span<const Statement> statem
     return found;
 }
 
-// The newest statement that could tell a hold; of two of the same moment the one that tells it.
+// A revocation that isn't for good voids what was signed since it, and with a signer's key before.
+bool is_hold_that_counts(const Statement& statement, const Moments& moments) {
+    return is_hold(statement) && statement.this_update <= moments.now + kClockTolerance &&
+           (statement.revoked_at <= moments.stamp || moments.is_signer);
+}
+
+// The newest of those that `hears` takes in, if that tells a hold and not one that lifts it; that a
+// hold's statement has run out lifts nothing. Of one moment a hold goes before what lifts it.
+template <typename Hears>
 std::optional<std::size_t> last_word_on_hold(std::span<const Statement> statements,
-                                             const Moments& moments) {
+                                             const Moments& moments, const Hears& hears) {
+    const auto weight = [&](const Statement& s) {
+        return std::pair(s.this_update, is_hold_that_counts(s, moments));
+    };
     std::optional<std::size_t> found;
     for (std::size_t i = 0; i < statements.size(); ++i) {
         const Statement& s = statements[i];
-        if ((s.reasons & kHoldReason) == 0 || !covers(s, moments)) {
-            continue;
-        }
-        if (!found || s.this_update > statements[*found].this_update ||
-            (s.this_update == statements[*found].this_update && is_hold(s))) {
+        const bool lifts = (s.reasons & kHoldReason) != 0 && covers(s, moments);
+        if (hears(s) && (lifts || is_hold_that_counts(s, moments)) &&
+            (!found || weight(s) > weight(statements[*found]))) {
             found = i;
         }
     }
-    return found;
+    return found && is_hold_that_counts(statements[*found], moments) ? found : std::nullopt;
+}
+
+// One that has run out, or that strangers alone lift.
+std::optional<std::size_t> doubtful_hold(std::span<const Statement> statements,
+                                         const Moments& moments) {
+    const auto found =
+        last_word_on_hold(statements, moments, [](const Statement&) { return true; });
+    return found ? found : last_word_on_hold(statements, moments, [](const Statement& s) {
+        return !s.strange;
+    });
 }
 
 // Covering statements, newest first, until they speak of every reason together.
-Ruling sum_of_reasons(std::span<const Statement> statements, const Moments& moments) {
+Ruling sum_of_reasons(std::span<const Statement> statements, const Moments& moments,
+                      bool with_strange) {
     std::vector<std::size_t> order(statements.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
@@ -91,7 +112,7 @@ Ruling sum_of_reasons(std::span<const Statement> statements, const Moments& mome
     ReasonSet sum = 0;
     for (const std::size_t i : order) {
         const Statement& s = statements[i];
-        if (covers(s, moments) && (s.reasons & ~sum) != 0) {
+        if ((with_strange || !s.strange) && covers(s, moments) && (s.reasons & ~sum) != 0) {
             sum |= s.reasons;
             ruling.deciding.push_back(i);
         }
@@ -158,17 +179,24 @@ Ruling rule(std::span<const Statement> statements, const Moments& moments) {
         ruling.deciding = {*found};
         return ruling;
     }
-    if (const auto last = last_word_on_hold(statements, moments);
-        last && is_hold(statements[*last])) {
-        const bool later = statements[*last].revoked_at > moments.stamp;
-        if (!later || moments.is_signer) {
-            ruling.revoked_later = later;
-            ruling.may_be_lifted = true;
-            ruling.deciding = {*last};
-            return ruling;
-        }
+    if (const auto hold = last_word_on_hold(
+            statements, moments, [&](const Statement& s) { return covers(s, moments); })) {
+        ruling.revoked_later = statements[*hold].revoked_at > moments.stamp;
+        ruling.may_be_lifted = true;
+        ruling.deciding = {*hold};
+        return ruling;
     }
-    return sum_of_reasons(statements, moments);
+    if (const auto hold = doubtful_hold(statements, moments)) {
+        ruling.standing = Standing::unknown;
+        ruling.cause = UnknownCause::too_old;
+        ruling.is_hold_in_doubt = true;
+        ruling.deciding = {*hold};
+        return ruling;
+    }
+    Ruling sum = sum_of_reasons(statements, moments, true);
+    sum.takes_strange = sum.standing == Standing::good &&
+                        sum_of_reasons(statements, moments, false).standing == Standing::unknown;
+    return sum;
 }
 
 } // namespace basalt

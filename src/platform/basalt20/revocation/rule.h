@@ -18,7 +18,8 @@ enum class UnknownCause {
     none,        // it isn't
     no_source,   // the certificate names none, and nothing lies at hand
     unreachable, // a source is named and nothing usable came from it, or it couldn't be asked
-    too_old,     // there are statements, but none that is fresh enough, or made in time
+    too_old,     // there are statements, but none that is fresh enough, or made in time; or
+                 // none that lifts a hold
     not_covered, // statements cover some reasons only
     exhausted,   // so much lay at hand that not all of it could be looked at
 };
@@ -56,6 +57,9 @@ struct Statement {
     FileTicks revoked_at = 0;
     ReasonSet reasons = kAllReasons; // that it speaks of
     bool complete = true;            // false for a delta alone: its silence means nothing
+    // Whoever made it is believed, but may not know of this certificate: it revokes, and lifts no
+    // hold that others tell.
+    bool strange = false;
     // The certificates that expired since then are still listed (expiredCertsOnCRL, archiveCutoff).
     std::optional<FileTicks> reaches_back_to;
 };
@@ -77,8 +81,12 @@ struct Ruling {
     UnknownCause cause = UnknownCause::no_source; // never unreachable or exhausted
     bool revoked_later = false;                   // after the stamp, and voids it all the same
     bool may_be_lifted = false;                   // revoked by a hold: a newer word goes before it
-    std::vector<std::size_t> telling_compromise;  // of the statements, whichever decided
-    std::vector<std::size_t> deciding;            // indices of the statements that decided
+    // Unknown for a hold that has run out, or that strange statements alone lift: the others may
+    // tell that it still is.
+    bool is_hold_in_doubt = false;
+    bool takes_strange = false;                  // good, and unknown without the strange statements
+    std::vector<std::size_t> telling_compromise; // of the statements, whichever decided
+    std::vector<std::size_t> deciding;           // indices of the statements that decided
 };
 
 // True when the statement can make the certificate good: while the certificate is valid by the

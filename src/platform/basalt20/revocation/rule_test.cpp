@@ -226,7 +226,64 @@ TEST(RuleTest, TheLatestWordOnAHoldCounts) {
         {"put on hold since", {revoked(6, 15, -1, 6), good(5, 15)}, 100, 10, kRevoked},
         {"two of one moment", {good(6, 15), revoked(6, 15, -1, 6)}, 100, 10, kRevoked},
         {"out of date", {revoked(2, 5, -1, 6)}, 100, 10, kUnknown, kTooOld},
-        {"out of date, and a fresh good one", {revoked(2, 5, -1, 6), good(1, 15)}, 100, 10, kGood},
+        {"out of date, lifted since", {revoked(2, 5, -1, 6), good(6, 15)}, 100, 10, kGood},
+        {"out of date, lifted by what has run out, too",
+         {revoked(2, 5, -1, 6), good(4, 7)},
+         100,
+         10,
+         kUnknown,
+         kTooOld},
+        {"out of date, and an older one in force",
+         {revoked(2, 5, -1, 6), good(1, 15)},
+         100,
+         10,
+         kUnknown,
+         kTooOld},
+        {"out of date, and one of its moment",
+         {good(2, 15), revoked(2, 5, -1, 6)},
+         100,
+         10,
+         kUnknown,
+         kTooOld},
+        {"in force, told again since by what has run out",
+         {revoked(2, 15, -1, 6), revoked(4, 8, -1, 6)},
+         100,
+         10,
+         kRevoked},
+        {"out of date, told again since",
+         {revoked(2, 5, -1, 6), revoked(6, 15, -1, 6)},
+         100,
+         10,
+         kRevoked},
+        {"out of date, beside one of its moment in force",
+         {revoked(2, 5, -1, 6), revoked(2, 15, -1, 6)},
+         100,
+         10,
+         kRevoked},
+        {"by a delta alone, and an older list in force",
+         {delta_alone(revoked(5, 9, -1, 6)), good(1, 15)},
+         100,
+         10,
+         kUnknown,
+         kTooOld},
+        {"of the future", {revoked(11, 15, -1, 6), good(5, 15)}, 100, 10, kGood},
+        {"before the certificate's end, last told before the stamp",
+         {revoked(-3, 5, -4, 6)},
+         8,
+         500,
+         kUnknown,
+         kTooOld},
+        {"last told before the stamp, lifted by the end",
+         {revoked(-3, 5, -4, 6), good(2, 5)},
+         8,
+         500,
+         kGood},
+        {"put on hold after the certificate's end",
+         {revoked(9, 20, -4, 6), good(2, 5)},
+         8,
+         500,
+         kUnknown,
+         kTooOld},
         {"lifted by one that is of other reasons",
          {revoked(5, 15, -1, 6), for_reasons(good(6, 15), 0x002)},
          100,
@@ -242,6 +299,87 @@ TEST(RuleTest, TheLatestWordOnAHoldCounts) {
     const Case later{"put on hold after the stamp", {revoked(5, 15, 1, 6)}, 100, 10, kRevoked};
     expect_ruling(later, true);
     expect_ruling({later.name, later.statements, 100, 10, kGood}, false);
+    const Case old{
+        "the same, out of date", {revoked(5, 8, 1, 6), good(4, 15)}, 100, 10, kUnknown, kTooOld};
+    expect_ruling(old, true);
+    expect_ruling({old.name, old.statements, 100, 10, kGood}, false);
+    const Statement held[] = {good(1, 15), revoked(2, 5, -1, 6)};
+    const Ruling ruling = rule(held, {kStamp, at(100), at(10), true});
+    EXPECT_TRUE(ruling.is_hold_in_doubt);
+    EXPECT_EQ(ruling.deciding, std::vector<std::size_t>{1}) << "what tells the hold is reported";
+}
+
+TEST(RuleTest, StrangersRevokeAndLiftNothing) {
+    const auto strange = [](Statement s) {
+        s.strange = true;
+        return s;
+    };
+    const struct {
+        Case of;
+        bool is_hold_in_doubt;
+        bool takes_strange;
+    } cases[] = {
+        {{"good by strangers", {strange(good(5, 15))}, 100, 10, kGood}, false, true},
+        {{"good by others, too", {good(4, 15), strange(good(5, 15))}, 100, 10, kGood},
+         false,
+         false},
+        {{"the others out of date", {good(4, 8), strange(good(5, 15))}, 100, 10, kGood},
+         false,
+         true},
+        {{"revoked", {good(5, 15), strange(revoked(4, 8, -1, 4))}, 100, 10, kRevoked},
+         false,
+         false},
+        {{"on hold", {good(5, 15), strange(revoked(6, 15, -1, 6))}, 100, 10, kRevoked},
+         false,
+         false},
+        {{"on hold, lifted by others",
+          {good(7, 15), strange(revoked(6, 15, -1, 6))},
+          100,
+          10,
+          kGood},
+         false,
+         false},
+        {{"a hold out of date",
+          {good(5, 15), strange(revoked(6, 8, -1, 6))},
+          100,
+          10,
+          kUnknown,
+          kTooOld},
+         true,
+         false},
+        {{"their own hold lifted",
+          {strange(revoked(5, 15, -1, 6)), strange(good(6, 15))},
+          100,
+          10,
+          kGood},
+         false,
+         true},
+        {{"another's hold lifted",
+          {revoked(5, 15, -1, 6), strange(good(6, 15))},
+          100,
+          10,
+          kUnknown,
+          kTooOld},
+         true,
+         false},
+        {{"told by both",
+          {revoked(5, 15, -1, 6), strange(revoked(6, 15, -1, 6))},
+          100,
+          10,
+          kRevoked},
+         false,
+         false},
+    };
+    for (const auto& c : cases) {
+        for (const bool is_signer : {true, false}) {
+            expect_ruling(c.of, is_signer);
+            const Ruling ruling =
+                rule(c.of.statements, {kStamp, at(c.of.end), at(c.of.now), is_signer});
+            SCOPED_TRACE(c.of.name);
+            EXPECT_EQ(ruling.is_hold_in_doubt, c.is_hold_in_doubt);
+            EXPECT_EQ(ruling.takes_strange, c.takes_strange);
+        }
+    }
 }
 
 TEST(RuleTest, GoodTakesAllReasons) {

@@ -47,8 +47,9 @@ struct StatusFinding {
     UnknownCause cause = UnknownCause::no_source;
     std::string unreached; // of an unknown one: the first address that gave nothing
     // Of an unknown one, which then passes nowhere: a source wasn't asked for want of time or of
-    // places, gave more than may be read, or revokes in words that can't be verified; a hold is
-    // lifted by strange lists alone; or it lies too deep among those who speak for each other.
+    // places, gave more than may be read, or revokes in words that can't be verified; a hold has
+    // run out, or is lifted by strange lists alone; or it lies too deep among those who speak for
+    // each other.
     bool not_heard = false;
     // What decided; of an unknown one, the newest that was looked at. Several when good takes
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
