@@ -217,6 +217,10 @@ ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTOR
             if (judgement.unreached.empty() && element.pwszExtendedErrorInfo != nullptr) {
                 judgement.unreached = ascii_of(element.pwszExtendedErrorInfo);
             }
+            if (!judgement.accused &&
+                (element.TrustStatus.dwInfoStatus & BASALT_TRUST_KEY_IS_ACCUSED) != 0) {
+                judgement.accused = i;
+            }
             judgement.aged |=
                 (element.TrustStatus.dwInfoStatus & BASALT_TRUST_HAS_AGED_STRENGTH) != 0;
         }

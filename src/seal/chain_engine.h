@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <basalt/chain.h>
 #include <chronoseal/atl/cert_store.h>
@@ -18,6 +19,8 @@ struct ChainJudgement {
     bool condemned = false;       // revoked, and no other chain can be good
     bool aged = false;            // some signature or key passes with a remark
     std::string unreached;        // the first address that was asked in vain, foreign
+    // Of the links: whose key somebody calls compromised of whom nobody tells whether he may.
+    std::optional<std::size_t> accused;
 };
 
 // Where certificates and evidence may come from beside what is given.

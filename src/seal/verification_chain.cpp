@@ -85,6 +85,24 @@ bool is_below(const CertificateInfo& certificate, Strength strength) {
            certificate.key_bits < (curve ? kFloorCurveBits : kFloorRsaBits);
 }
 
+// Why asking might still tell whether a certificate was revoked.
+std::string why_open(const std::vector<ChainLink>& links, const ChainJudgement& judgement) {
+    for (std::size_t i = 0; i < links.size(); ++i) {
+        const ChainLink& link = links[i];
+        const std::string name = quote_foreign(link.certificate.subject);
+        if (judgement.accused == i) {
+            return "somebody calls the key of " + name +
+                   " compromised, and whether he may can't be told";
+        }
+        if (link.revocation == RevocationState::unknown && !link.evidence.empty() &&
+            link.evidence.front().revoked) {
+            return name + " was on hold since " + utc_text(*link.evidence.front().revoked) +
+                   ", and nothing newer tells that it isn't any more";
+        }
+    }
+    return error_of_code(CRYPT_E_REVOCATION_OFFLINE).text();
+}
+
 } // namespace
 
 const Finding* Verification::first_failure() const {
@@ -265,7 +283,8 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
         const bool is_told =
             error.code() == CRYPT_E_REVOCATION_OFFLINE && !judgement.unreached.empty();
         skip(Check::revocation, error.word(),
-             error.text() +
+             (error.code() == CRYPT_E_REVOCATION_OFFLINE ? why_open(verdict_.chain, judgement)
+                                                         : error.text()) +
                  (is_told ? ": " + quote_foreign(judgement.unreached, kAddressLimit) : ""),
              true);
         finding(Check::revocation).code = error.code();

@@ -103,6 +103,9 @@ class FetchedTest(TokenTest):
     def leaves_open(self, token, *options):
         self.expect(self.verify(token, *options), UNREACHABLE, "indeterminate")
 
+    def leaves_hold_open(self, token, *options):
+        self.expect(self.verify(token, *options), UNREACHABLE, "on hold since", "indeterminate")
+
     def stamp_of(self, signer, *above, lists=()):
         return self.with_parts(None, [one.der for one in above], lists, signer)
 
@@ -169,9 +172,9 @@ class FetchedRevocation(FetchedTest):
                 ("told again", [held], again, [older], (), self.refused),
                 ("lifted", [held], lifted, [older], (), self.passes),
                 ("lifted by a list", [held], b"", [older, newer], (), self.passes),
-                ("not told", [held], b"", [older], (), self.leaves_open),
-                ("not asked", [held], again, [older], ("--offline",), self.leaves_open),
-                ("alone", [held], b"", [], (), self.leaves_open),
+                ("not told", [held], b"", [older], (), self.leaves_hold_open),
+                ("not asked", [held], again, [older], ("--offline",), self.leaves_hold_open),
+                ("alone", [held], b"", [], (), self.leaves_hold_open),
                 ("a responder's", [silenced, lie], stolen, [], (), self.refused)):
             for mode in ((), AVAILABLE):
                 self.begin("ocsp", served)

@@ -99,6 +99,9 @@ class StolenAuthority(FetchedTest):
                 self.begin("", b"")
                 with self.subTest(options=options, where=where):
                     judge(accused, *options, *where)
+        told = self.verify(accused)
+        self.expect(told, program.UNREACHABLE, "somebody calls the key of", "compromised", self.url + "aside.crl")
+        self.assertNotIn(b"be reached", told.stderr)
         self.publish("aside.crl", list_of(aside))
         self.is_revoked(accused)
 

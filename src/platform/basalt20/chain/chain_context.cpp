@@ -26,12 +26,14 @@ DWORD revocation_bits(const JudgedElement& element) {
         return CERT_TRUST_IS_REVOKED;
     }
     if (!element.status || element.status_passes) {
-        return 0;
+        return element.is_accused
+                   ? CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION
+                   : DWORD{0};
     }
     if (element.status->standing == Standing::revoked) {
         return CERT_TRUST_IS_REVOKED;
     }
-    const DWORD code = code_of_unknown(element.status->cause);
+    const DWORD code = code_of_unknown(*element.status);
     return CERT_TRUST_REVOCATION_STATUS_UNKNOWN |
            (code == CRYPT_E_REVOCATION_OFFLINE ? CERT_TRUST_IS_OFFLINE_REVOCATION : DWORD{0});
 }
@@ -53,7 +55,8 @@ DWORD error_bits(const JudgedElement& element) {
 DWORD info_bits(const JudgedElement& element) {
     return CERT_TRUST_HAS_NAME_MATCH_ISSUER |
            (is_self_signed(*element.certificate) ? CERT_TRUST_IS_SELF_SIGNED : DWORD{0}) |
-           (element.aged ? BASALT_TRUST_HAS_AGED_STRENGTH : DWORD{0});
+           (element.aged ? BASALT_TRUST_HAS_AGED_STRENGTH : DWORD{0}) |
+           (element.is_accused ? BASALT_TRUST_KEY_IS_ACCUSED : DWORD{0});
 }
 
 } // namespace
@@ -171,8 +174,10 @@ void Chain::fill_revocation(const JudgedElement& source, Record& record) {
     CERT_REVOCATION_INFO& info = record.revocation;
     info.cbSize = sizeof info;
     record.element.pRevocationInfo = &info;
-    if (!source.status->unreached.empty()) { // ASCII, as every address that is asked
-        record.unreached.assign(source.status->unreached.begin(), source.status->unreached.end());
+    const std::string& unreached =
+        source.status->unreached.empty() ? source.unreached : source.status->unreached;
+    if (!unreached.empty()) { // ASCII, as every address that is asked
+        record.unreached.assign(unreached.begin(), unreached.end());
         record.element.pwszExtendedErrorInfo = record.unreached.c_str();
     }
     switch (source.status->standing) {
@@ -182,7 +187,7 @@ void Chain::fill_revocation(const JudgedElement& source, Record& record) {
         info.dwRevocationResult = CRYPT_E_REVOKED;
         break;
     case Standing::unknown:
-        info.dwRevocationResult = code_of_unknown(source.status->cause);
+        info.dwRevocationResult = code_of_unknown(*source.status);
         break;
     }
     fill_evidence(*source.status, record);

@@ -82,11 +82,12 @@ DWORD policy_code_of(int x509_error) {
     return meaning_of(x509_error).code;
 }
 
-DWORD code_of_unknown(UnknownCause cause) {
-    if (cause == UnknownCause::exhausted) {
+DWORD code_of_unknown(const StatusFinding& finding) {
+    if (finding.cause == UnknownCause::exhausted && !finding.is_disputed) {
         return kTooCostly;
     }
-    return cause == UnknownCause::no_source || cause == UnknownCause::not_covered
+    return finding.is_disputed || finding.cause == UnknownCause::no_source ||
+                   finding.cause == UnknownCause::not_covered
                ? CRYPT_E_NO_REVOCATION_CHECK
                : CRYPT_E_REVOCATION_OFFLINE;
 }

@@ -17,8 +17,8 @@ DWORD trust_bit_of(int x509_error);
 DWORD policy_code_of(int x509_error);
 
 // Why nothing is known of a certificate's revocation: CRYPT_E_NO_REVOCATION_CHECK when there is
-// nothing to ask, or what was said doesn't cover every reason; kTooCostly when not all that lay at
-// hand could be looked at; else CRYPT_E_REVOCATION_OFFLINE.
-DWORD code_of_unknown(UnknownCause cause);
+// nothing to ask, what was said doesn't cover every reason, or it is disputed; kTooCostly when not
+// all that lay at hand could be looked at; else CRYPT_E_REVOCATION_OFFLINE.
+DWORD code_of_unknown(const StatusFinding& finding);
 
 } // namespace basalt

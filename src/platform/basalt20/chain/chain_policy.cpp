@@ -49,8 +49,10 @@ Verdict revocation_verdict(const Judgement& judgement) {
         if (is_revoked || element.key_is_compromised) {
             return {CRYPT_E_REVOKED, static_cast<LONG>(i)};
         }
-        if (!element.status_passes && unknown.good()) {
-            unknown = {code_of_unknown(element.status->cause), static_cast<LONG>(i)};
+        if (unknown.good() && (!element.status_passes || element.is_accused)) {
+            unknown = {element.status_passes ? CRYPT_E_REVOCATION_OFFLINE
+                                             : code_of_unknown(*element.status),
+                       static_cast<LONG>(i)};
         }
     }
     return unknown;

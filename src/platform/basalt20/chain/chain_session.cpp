@@ -87,7 +87,7 @@ bool is_revoked_or_held(const Judgement& judgement) {
 
 bool any_open(const Judgement& judgement) {
     return any_wrong(judgement, [](const JudgedElement& e) {
-        return e.key_is_open || (e.status && is_open(*e.status));
+        return e.is_accused || (e.status && is_open(*e.status));
     });
 }
 
@@ -562,13 +562,8 @@ bool ChainSession::hear_of_keys(Judgement& judgement) {
         const KeyHearing::Heard heard =
             hearing_->hear(*element.certificate, *judgement.elements.back().certificate);
         element.key_is_compromised = heard.compromised;
-        element.key_is_open = heard.open;
-        if (heard.open && element.status_passes) {
-            element.status.emplace();
-            element.status->cause = UnknownCause::unreachable;
-            element.status->unreached = heard.unreached;
-            element.status_passes = false;
-        }
+        element.is_accused = heard.open;
+        element.unreached = heard.unreached;
         cut_short_ = cut_short_ || heard.cut_short;
         good = good && !heard.compromised && !heard.cut_short && !heard.open;
     }

@@ -35,7 +35,10 @@ struct JudgedElement {
     bool misused = false;
     bool aged = false;
     bool key_is_compromised = false; // by what another certificate of that key has told
-    bool key_is_open = false; // by whom those who could tell told nothing, or weren't asked yet
+    // By whom nobody knows to be right: those who could tell about him told nothing, or weren't
+    // asked yet. The first address of these that gave nothing.
+    bool is_accused = false;
+    std::string unreached;
     std::optional<StatusFinding> status; // nothing when it wasn't asked for
     bool status_passes = true;
 };

@@ -71,7 +71,7 @@ StatusFinding Inquiry::run() {
     static_cast<void>(ask_given() || (question_.may_use_cache && ask_cache()) ||
                       (question_.may_fetch && ask_network()));
     if (!contradicting_.empty()) {
-        leave_out(*contradicting_.front());
+        dispute(*contradicting_.front());
     }
     ERR_clear_error();
     session_.good_but_for_foreign =
@@ -246,6 +246,12 @@ void Inquiry::leave_out(const EvidenceItem& item) {
     own_left_out_ = own_left_out_ || !item.given();
 }
 
+// It is heard neither for nor against the certificate.
+void Inquiry::dispute(const EvidenceItem& item) {
+    leave_out(item);
+    ++disputed_;
+}
+
 // By its own word: nobody has looked who signed it, and so nothing is spent on it. Of an answer
 // about very many it isn't looked for.
 bool Inquiry::speaks_against(const EvidenceItem& item) {
@@ -362,7 +368,7 @@ bool Inquiry::hears(const EvidenceItem& item,
     }
     // Its signer can make nothing good; but that it can't revoke either would suit a thief.
     if (!heard && signer_.is_distrusted() && may_speak_against(item)) {
-        leave_out(item);
+        dispute(item);
     }
     return heard;
 }
@@ -623,10 +629,10 @@ StatusFinding Inquiry::finding() const {
     finding.cause = ruling_.cause;
     finding.revoked_later = ruling_.revoked_later;
     finding.key_is_compromised = !finding.said.empty();
-    finding.heard_revoked = ruling_.standing == Standing::revoked;
+    finding.heard_revoked = ruling_.standing == Standing::revoked || ruling_.is_hold_in_doubt;
     for (const std::size_t index : ruling_.deciding) {
         const Statement& statement = statements_[index];
-        if (ruling_.standing == Standing::revoked) {
+        if (finding.heard_revoked) {
             finding.reason = statement.reason;
             finding.revoked_at = statement.revoked_at;
             finding.is_beyond_doubt = is_beyond_doubt(origins_[index]);
@@ -642,10 +648,6 @@ StatusFinding Inquiry::finding() const {
         finding.standing = Standing::unknown;
         finding.cause = UnknownCause::unreachable;
     }
-    if (ruling_.is_hold_in_doubt) {
-        finding.heard_revoked = true;
-        finding.reason = reason::kCertificateHold;
-    }
     if (finding.standing != Standing::unknown) {
         finding.may_be_lifted = may_still_be_lifted();
         add_support(finding);
@@ -655,6 +657,7 @@ StatusFinding Inquiry::finding() const {
     finding.not_heard = not_heard_ || ruling_.is_hold_in_doubt;
     if (!is_all_heard()) {
         finding.cause = UnknownCause::exhausted;
+        finding.is_disputed = session_.signatures.left_out() == left_out_before_ + disputed_;
     } else if (finding.cause == UnknownCause::no_source &&
                (addresses_.any_named || something_at_hand_)) {
         // Something speaks of certificates like this one; that it can't be used is no licence.

@@ -49,6 +49,7 @@ private:
     std::size_t comparisons_for(const EvidenceItem& item) const;
     bool affords(const EvidenceItem& item, std::size_t comparisons);
     void leave_out(const EvidenceItem& item);
+    void dispute(const EvidenceItem& item);
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
@@ -104,6 +105,7 @@ private:
     bool something_at_hand_ = false;
     bool cache_was_asked_ = false;
     bool own_left_out_ = false; // something that isn't foreign
+    unsigned disputed_ = 0;     // of what was left out
     std::string unreached_;
     bool not_heard_ = false; // as StatusFinding tells it, by an address
 };

@@ -38,14 +38,17 @@ void add_unknown(std::vector<DecidingEvidence>& known, const std::vector<Decidin
 
 struct StatusFinding {
     Standing standing = Standing::unknown;
-    std::optional<int> reason; // CRLReason of a revoked one, nothing when not told
-    FileTicks revoked_at = 0;  // of a revoked one
+    std::optional<int> reason; // CRLReason of these, nothing when not told
+    FileTicks revoked_at = 0;  // of a revoked one, or one of which a hold is in doubt
     // Revoked after the stamp's time, for a reason that voids what was signed before, too.
     bool revoked_later = false;
     // Revoked by a hold, and there are sources that weren't asked whether it was lifted since.
     bool may_be_lifted = false;
     UnknownCause cause = UnknownCause::no_source;
     std::string unreached; // of an unknown one: the first address that gave nothing
+    // Of an unknown one, by exhaustion: nothing was left out but what is authentic and revokes, and
+    // whose signer isn't trusted or isn't at hand.
+    bool is_disputed = false;
     // Of an unknown one, which then passes nowhere: a source wasn't asked for want of time or of
     // places, gave more than may be read, or revokes in words that can't be verified; a hold has
     // run out, or is lifted by strange lists alone; or it lies too deep among those who speak for

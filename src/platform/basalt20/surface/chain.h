@@ -192,6 +192,9 @@ inline constexpr DWORD BASALT_TRUST_HAS_AGED_STRENGTH = 0x40000000;
 /// or that of its issuer in strange hands, by the only root there is, so that no other chain can be
 /// good.
 inline constexpr DWORD BASALT_TRUST_IS_CONDEMNED = 0x20000000;
+/// An extension of this surface, of one certificate: another one of its key is called compromised,
+/// and of whoever says so nobody tells whether he may.
+inline constexpr DWORD BASALT_TRUST_KEY_IS_ACCUSED = 0x10000000;
 
 typedef struct _CERT_TRUST_STATUS {
     DWORD dwErrorStatus;
@@ -213,11 +216,12 @@ inline constexpr DWORD BASALT_EVIDENCE_FROM_CACHE = 2;
 inline constexpr DWORD BASALT_EVIDENCE_FROM_NETWORK = 3;
 
 /// An extension of this surface: the list or answer that decided on a certificate. Times that
-/// aren't told are zero. `dwReason` is the number of RFC 5280, 5.3.1, for a revoked certificate;
-/// BASALT_REASON_NONE where none is told. `pszUrl` is where it was fetched from, null for a store.
-/// `pNext` is another one that the judgement needed, or null: the base of a delta, a list for other
-/// reasons, and what speaks of the signer of one before it; that one's revocation times are zero.
-/// All belongs to the chain.
+/// aren't told are zero. `ftRevoked` and `dwReason`, the number of RFC 5280, 5.3.1, are those of a
+/// revoked certificate, or of one that was on hold and of which nothing newer tells;
+/// BASALT_REASON_NONE where no reason is told. `pszUrl` is where it was fetched from, null for a
+/// store. `pNext` is another one that the judgement needed, or null: the base of a delta, a list
+/// for other reasons, and what speaks of the signer of one before it; that one's revocation times
+/// are zero. All belongs to the chain.
 inline constexpr DWORD BASALT_REASON_NONE = 0xFFFFFFFF;
 typedef struct _BASALT_REVOCATION_EVIDENCE {
     DWORD cbSize;
@@ -235,10 +239,10 @@ typedef struct _BASALT_REVOCATION_EVIDENCE {
 
 /// `dwRevocationResult`: 0 good, CRYPT_E_REVOKED, CRYPT_E_REVOCATION_OFFLINE when no source that is
 /// named has given a statement that counts, CRYPT_E_NO_REVOCATION_CHECK when the certificate names
-/// no source and none lies at hand, or when not every reason is covered, TRUST_E_SYSTEM_ERROR when
-/// so much lay at hand that not all of it could be looked at. `pszRevocationOid` and
-/// `pCrlInfo` are null. `pvOidSpecificInfo` is a BASALT_REVOCATION_EVIDENCE, or null when nothing
-/// decided.
+/// no source and none lies at hand, when not every reason is covered, or when what revokes can't be
+/// relied upon, since its signer isn't trusted or isn't at hand, TRUST_E_SYSTEM_ERROR when so much
+/// lay at hand that not all of it could be looked at. `pszRevocationOid` and `pCrlInfo` are null.
+/// `pvOidSpecificInfo` is a BASALT_REVOCATION_EVIDENCE, or null when nothing decided.
 typedef struct _CERT_REVOCATION_INFO {
     DWORD cbSize;
     DWORD dwRevocationResult;
@@ -249,8 +253,8 @@ typedef struct _CERT_REVOCATION_INFO {
     CERT_REVOCATION_CRL_INFO* pCrlInfo;
 } CERT_REVOCATION_INFO, *PCERT_REVOCATION_INFO;
 
-/// `pwszExtendedErrorInfo`: of one whose revocation is unknown, the first address that was asked in
-/// vain; else null. It is foreign text, in ASCII.
+/// `pwszExtendedErrorInfo`: of one whose revocation is unknown, or whose key is accused, the first
+/// address that was asked in vain; else null. It is foreign text, in ASCII.
 typedef struct _CERT_CHAIN_ELEMENT {
     DWORD cbSize;
     PCCERT_CONTEXT pCertContext;
@@ -355,8 +359,9 @@ typedef struct _BASALT_TIME_STAMP_POLICY_STATUS {
 /// CERT_E_INVALID_NAME, CERT_E_INVALID_POLICY, CERT_E_MALFORMED, TRUST_E_CERT_SIGNATURE,
 /// TRUST_E_BASIC_CONSTRAINTS, TRUST_E_FAIL, CERT_E_CRITICAL, CRYPT_E_REVOKED,
 /// CRYPT_E_REVOCATION_OFFLINE, CRYPT_E_NO_REVOCATION_CHECK when what is known of a revocation
-/// doesn't cover every reason for one, and TRUST_E_SYSTEM_ERROR when so much lay at hand that not
-/// all of it could be looked at, and what was doesn't decide: then nothing is known to be bad.
+/// doesn't cover every reason for one or can't be relied upon, and TRUST_E_SYSTEM_ERROR when so
+/// much lay at hand that not all of it could be looked at, and what was doesn't decide: then
+/// nothing is known to be bad.
 BASALT_API BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID,
                                                  PCCERT_CHAIN_CONTEXT pChainContext,
                                                  CERT_CHAIN_POLICY_PARA* pPolicyPara,
