@@ -32,7 +32,8 @@ std::chrono::milliseconds Fetching::issuer_time_left() const {
 
 void Fetching::take_issuer_time(std::chrono::milliseconds used) {
     const std::lock_guard lock(mutex_);
-    issuer_time_left_ -= std::min(used, issuer_time_left_);
+    used = std::min(used, issuer_time_left_); // several may have taken it at once
+    issuer_time_left_ -= used;
     deadline_ += used; // if it has begun
 }
 

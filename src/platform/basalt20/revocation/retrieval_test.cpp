@@ -132,7 +132,7 @@ TEST(RetrievalTest, ASilentAddressLeavesTimeForOthersOfItsServer) {
 // Strangers may have chosen who is asked for issuers.
 TEST(RetrievalTest, WhatIssuersTakeIsTakenFromNobodyElse) {
     LiveResponder responder;
-    responder.serve("/slow", {"issuer", 200, 10});
+    responder.serve("/slow", {"issuer", 200, 4});
     responder.serve("/list", {"list"});
     const auto shared = std::make_shared<Fetching>(std::chrono::seconds(15), responder.clock());
     Budget budget({}, responder.clock(), shared);
@@ -159,6 +159,17 @@ TEST(RetrievalTest, WhatIssuersTakeIsTakenFromNobodyElse) {
 }
 
 // Whoever used up the time before would decide who is silent.
+TEST(RetrievalTest, IssuersThatAreAskedAtOnceLengthenTheTimeNoMoreThanOne) {
+    Fetching fetching(kFetchingTime, [] { return Fetching::TimePoint(); });
+    EXPECT_EQ(fetching.time_left(), kFetchingTime);
+    const std::chrono::milliseconds whole = fetching.issuer_time_left();
+    for (int thread = 0; thread < 3; ++thread) {
+        fetching.take_issuer_time(whole);
+    }
+    EXPECT_EQ(fetching.time_left(), kFetchingTime + whole);
+    EXPECT_EQ(fetching.issuer_time_left().count(), 0);
+}
+
 TEST(RetrievalTest, WhoWasGivenLittleTimeWasNotAsked) {
     const LoopbackServer server([](const std::string&) {
         LoopbackReply reply = http_reply(200, "list");
