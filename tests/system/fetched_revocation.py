@@ -686,6 +686,9 @@ class FetchedRevocation(FetchedTest):
             for options in ((), ("--offline",)):
                 with self.subTest(name, options=options):
                     self.expect(self.verify(stamp, *options), status)
+            if "about it" in name:
+                with self.subTest(name, options=AVAILABLE):
+                    self.expect(self.verify(stamp, *AVAILABLE), status)
 
     def test_neither_a_look_back_nor_a_newer_list_of_less_replaces_it(self):
         neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
