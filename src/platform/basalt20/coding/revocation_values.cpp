@@ -11,6 +11,11 @@ constexpr BYTE kRevocationValues[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
                                       0x01, 0x09, 0x10, 0x02, 0x18};
 constexpr char kBasicResponse[] = "1.3.6.1.5.5.7.48.1.1";
 
+// Ten times what a token of ten years holds. Each is looked at later, and what is none costs some
+// microseconds; but nobody's signature goes into so few octets.
+constexpr std::size_t kMostObjects = 4096;
+constexpr std::size_t kLeastObject = 64;
+
 // OCSPResponse (RFC 6960 4.2.1) of the status successful.
 std::string ocsp_response_of(Bytes basic) {
     const std::string type = element(tag::kOid, oid_contents(kBasicResponse));
@@ -25,26 +30,27 @@ std::string ocsp_response_of(Bytes basic) {
 //   ocspVals [1] SEQUENCE OF BasicOCSPResponse OPTIONAL, ... }, with explicit tags
 void read(Bytes value, RevocationValues& values) {
     DerReader fields(sole_element(value, tag::kSequence).contents);
-    if (const Element lists = fields.take_if(tag::context_constructed(0)); lists.tag != 0) {
-        DerReader list(sole_element(lists.contents, tag::kSequence).contents);
-        while (!list.at_end()) {
-            values.crls.push_back(list.take(tag::kSequence).whole);
+    const auto for_each = [&](BYTE wanted, const auto& add) {
+        const Element objects = fields.take_if(wanted);
+        DerReader list(objects.tag != 0 ? sole_element(objects.contents, tag::kSequence).contents
+                                        : Bytes());
+        while (!list.at_end() && values.crls.size() + values.ocsp_responses.size() < kMostObjects) {
+            const Bytes object = list.take(tag::kSequence).whole;
+            if (object.size() >= kLeastObject) {
+                add(object);
+            }
         }
-    }
-    if (const Element answers = fields.take_if(tag::context_constructed(1)); answers.tag != 0) {
-        DerReader list(sole_element(answers.contents, tag::kSequence).contents);
-        while (!list.at_end()) {
-            values.ocsp_responses.push_back(ocsp_response_of(list.take(tag::kSequence).whole));
-        }
-    }
+    };
+    for_each(tag::context_constructed(0), [&](Bytes list) { values.crls.push_back(list); });
+    for_each(tag::context_constructed(1),
+             [&](Bytes answer) { values.ocsp_responses.push_back(ocsp_response_of(answer)); });
 }
 
 } // namespace
 
-RevocationValues revocation_values_of(const SignerInfo& signer) {
-    RevocationValues values;
+void add_revocation_values(const SignerInfo& signer, RevocationValues& values) {
     if (signer.unsigned_attributes.tag == 0) {
-        return values;
+        return;
     }
     for (const Attribute& attribute : read_attributes(signer.unsigned_attributes.contents)) {
         if (!same_bytes(attribute.oid, kRevocationValues)) {
@@ -58,7 +64,6 @@ RevocationValues revocation_values_of(const SignerInfo& signer) {
             }
         }
     }
-    return values;
 }
 
 } // namespace basalt

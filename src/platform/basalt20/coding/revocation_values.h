@@ -11,12 +11,13 @@
 namespace basalt {
 
 struct RevocationValues {
-    std::vector<Bytes> crls;                 // CertificateList, views into the signer
+    std::vector<Bytes> crls; // CertificateList, views into what the signer was made of
     std::vector<std::string> ocsp_responses; // OCSPResponse, made around the BasicOCSPResponse
 };
 
-/// What the unsigned attributes of the signer hold. Values that can't be read are left out; faults
-/// are those of read_attributes.
-RevocationValues revocation_values_of(const SignerInfo& signer);
+/// Adds what the unsigned attributes of the signer hold, up to 4096 of both kinds together. Values
+/// that can't be read are left out, and so is what is too small to be signed; faults are those of
+/// read_attributes.
+void add_revocation_values(const SignerInfo& signer, RevocationValues& values);
 
 } // namespace basalt

@@ -347,7 +347,14 @@ TEST(SignerAlgorithm, EvidenceInTheMessageIsInItsStore) {
         list + other("1.3.6.1.5.5.7.16.2", answer) + other("1.3.6.1.5.5.7.16.4", answer) +
         other("1.3.6.1.5.5.7.16.2", list + list) + other("1.3.6.1.5.5.7.16.2", list);
     const char* const revocation_values = "1.2.840.113549.1.9.16.2.24";
-    const std::string lists = element(tag::context_constructed(0), element(tag::kSequence, list));
+    const auto lists_of = [&](const std::string& before) {
+        return element(tag::context_constructed(0), element(tag::kSequence, before + list));
+    };
+    std::string nothings; // nobody can have signed these
+    for (int i = 0; i < 5000; ++i) {
+        nothings += element(tag::kSequence, "");
+    }
+    const std::string lists = lists_of(nothings);
     const std::string answers =
         element(tag::context_constructed(1), element(tag::kSequence, basic_der));
     parts.unsigned_attributes =
@@ -372,4 +379,19 @@ TEST(SignerAlgorithm, EvidenceInTheMessageIsInItsStore) {
                   answer_bytes);
     }
     EXPECT_EQ(count, 2);
+    // Of thousands that are none it isn't looked for what is one.
+    std::string junk;
+    for (int i = 0; i < 4096; ++i) {
+        junk += element(tag::kSequence, std::string(70, '\0'));
+    }
+    parts.unsigned_attributes =
+        attribute(revocation_values, element(tag::kSequence, lists_of(junk) + answers));
+    const std::string full = message_of(parts);
+    const CRYPT_DATA_BLOB whole{static_cast<DWORD>(full.size()),
+                                const_cast<BYTE*>(bytes_of(full).data())};
+    const Store bounded(CertOpenStore(CERT_STORE_PROV_PKCS7, 0, 0, 0, &whole));
+    ASSERT_NE(bounded, nullptr);
+    PCCRL_CONTEXT one = CertEnumCRLsInStore(bounded, nullptr);
+    EXPECT_NE(one, nullptr);
+    EXPECT_EQ(CertEnumCRLsInStore(bounded, one), nullptr) << "but that among the lists";
 }

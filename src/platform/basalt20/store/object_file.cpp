@@ -168,15 +168,13 @@ void load_signed_data(MemoryStore& store, Bytes contents) {
     };
     std::for_each(message.crls().begin(), message.crls().end(), load_list);
     std::for_each(message.ocsp_responses().begin(), message.ocsp_responses().end(), load_answer);
+    RevocationValues values; // views into the message
     for (const Bytes encoded : message.signers()) {
-        attempt([&] {
-            const SignerInfo signer(encoded);
-            const RevocationValues values = revocation_values_of(signer);
-            std::for_each(values.crls.begin(), values.crls.end(), load_list);
-            for (const std::string& answer : values.ocsp_responses) {
-                load_answer(bytes_of(answer));
-            }
-        });
+        attempt([&] { add_revocation_values(SignerInfo(encoded), values); });
+    }
+    std::for_each(values.crls.begin(), values.crls.end(), load_list);
+    for (const std::string& answer : values.ocsp_responses) {
+        load_answer(bytes_of(answer));
     }
 }
 
