@@ -69,20 +69,4 @@ void CrlBody::read_entries(Bytes list) {
     info_.cCRLEntry = static_cast<DWORD>(entries_.size());
 }
 
-X509_CRL* CrlBody::x509_crl() const {
-    const std::lock_guard lock(mutex_);
-    if (!x509_crl_) {
-        if (std::string_view(info_.SignatureAlgorithm.pszObjId).starts_with("1.2.643.")) {
-            gost_available();
-        }
-        const unsigned char* at = encoded().data();
-        x509_crl_.reset(d2i_X509_CRL(nullptr, &at, static_cast<long>(encoded().size())));
-        if (!x509_crl_) {
-            ERR_clear_error();
-            fail(CRYPT_E_ASN1_CORRUPT);
-        }
-    }
-    return x509_crl_.get();
-}
-
 } // namespace basalt

@@ -33,8 +33,7 @@ struct CrlParts {
 // For one thread; the bytes must outlive it.
 struct CrlFacts {
     CrlParts parts;
-    CrlOwner head;                    // all but the entries
-    bool has_entries_in_head = false; // they are there as well
+    CrlOwner head; // all but the entries
     FileTicks this_update = 0;
     std::optional<FileTicks> next_update;
     IssuingPoint point;      // the issuing distribution point, null when there is none
@@ -50,13 +49,12 @@ struct CrlFacts {
     bool names_its_point() const { return point && point->distpoint != nullptr; }
     bool is_indirect() const { return point && point->indirectCRL > 0; }
 
-    // With its entries; null when they can't be read, or one of them isn't understood. It takes
-    // ten times the memory of the bytes, until it is given back.
-    X509_CRL* whole() const;
-    void give_back_whole() const { whole_.reset(); }
+    // False when one of its entries can't be read or isn't understood. They are looked through
+    // once.
+    bool has_known_entries() const;
 
 private:
-    mutable std::optional<CrlOwner> whole_;
+    mutable std::optional<bool> has_known_entries_;
 };
 
 // Null for what can't be used: no list, bytes behind it, another signature algorithm inside than
@@ -66,10 +64,6 @@ std::shared_ptr<const CrlFacts> read_crl(Bytes encoded);
 
 // The octets that are read for it; 0 of what isn't a list.
 std::size_t size_beside_entries(Bytes encoded);
-
-// As read_crl for a list that OpenSSL has read already from these bytes; takes a reference of its
-// own.
-std::shared_ptr<const CrlFacts> read_crl(X509_CRL* list, Bytes encoded);
 
 // True when the delta continues the base: same issuer, distribution point and key identifier, the
 // base not older than the one that the delta builds on and older than the delta.

@@ -38,14 +38,10 @@ AnyOwner as_any(Bytes encoded) {
 const X509Entry* EvidenceSignatures::of_same_key(const X509Entry& signer) {
     const auto [place, is_new] = of_same_key_.try_emplace(&signer, &signer);
     if (is_new) {
-        unsigned char* der = nullptr;
-        const int size = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(signer.certificate.get()), &der);
-        if (size > 0) {
-            const std::string key(reinterpret_cast<const char*>(der),
-                                  static_cast<std::size_t>(size));
-            place->second = by_key_.try_emplace(key, &signer).first->second;
+        const X509_PUBKEY* whole = X509_get_X509_PUBKEY(signer.certificate.get());
+        if (std::string key = der_of(i2d_X509_PUBKEY, whole); !key.empty()) {
+            place->second = by_key_.try_emplace(std::move(key), &signer).first->second;
         }
-        OPENSSL_free(der);
     }
     return place->second;
 }
@@ -81,9 +77,6 @@ bool EvidenceSignatures::good(const CrlFacts& list, const X509Entry& signer, Str
     const ASN1_BIT_STRING* signature = nullptr;
     X509_CRL_get0_signature(list.head.get(), &signature, &algorithm);
     return look_up(&list, algorithm, signer, level, {given, octets}, [&](EVP_PKEY* key) {
-        if (list.has_entries_in_head) {
-            return X509_CRL_verify(list.head.get(), key) == 1;
-        }
         const AnyOwner signed_part = as_any(list.parts.signed_part);
         return signed_part && ASN1_item_verify(ASN1_ITEM_rptr(ASN1_ANY), algorithm, signature,
                                                signed_part.get(), key) == 1;

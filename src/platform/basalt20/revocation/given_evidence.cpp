@@ -79,11 +79,7 @@ const EvidenceItem& GivenEvidence::item_of(List& list) {
             std::make_shared<CrlReference>(CertDuplicateCRLContext(list.context.get()));
         item.encoded = {(*context)->pbCrlEncoded, (*context)->cbCrlEncoded};
         item.keeper = context;
-        try {
-            item.list = read_crl(CrlRecord::of(list.context.get()).body().x509_crl(), item.encoded);
-        } catch (const Fault&) {
-            item.list = nullptr; // OpenSSL can't read it
-        }
+        item.list = read_crl(item.encoded);
         list.item = std::move(item);
     }
     return *list.item;

@@ -86,18 +86,7 @@ bool Inquiry::ask_given() {
     const Items fetched = fetched_before();
     items.insert(items.end(), fetched.begin(), fetched.end());
     something_at_hand_ = !items.empty();
-    const bool decided = consider(std::move(items));
-    give_back(fetched);
-    return decided;
-}
-
-// What was made of lists, of which there may be large ones, before the next come.
-void Inquiry::give_back(const Items& items) {
-    for (const EvidenceItem* item : items) {
-        if (item->list) {
-            item->list->give_back_whole();
-        }
-    }
+    return consider(std::move(items));
 }
 
 // What was asked for another certificate's sake speaks of this one as well.
@@ -181,7 +170,6 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
                             !is_accepted(*item) && is_for_us(*item) && may_speak_against(*item) &&
                             !is_superseded(*item);
                  });
-    give_back(items);
     return decided && contradicting_.empty();
 }
 
@@ -214,7 +202,6 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
             keeper_.keep(*item, keeper_.key_of_revocation(kind, url));
         }
     }
-    give_back({item});
     return ends_search();
 }
 
@@ -252,11 +239,12 @@ void Inquiry::dispute(const EvidenceItem& item) {
     ++disputed_;
 }
 
-// By its own word: nobody has looked who signed it, and so nothing is spent on it. Of an answer
-// about very many it isn't looked for.
+// By its own word: nobody has looked who signed it. Of an answer about very many it isn't looked
+// for.
 bool Inquiry::speaks_against(const EvidenceItem& item) {
     if (item.list) {
-        return session_.has_entry(item, certificate_);
+        return !affords(item, comparisons_for_number(item)) ||
+               session_.has_entry(item, certificate_);
     }
     if (OCSP_resp_count(item.answer->basic.get()) > kFewEntries) {
         return false;

@@ -39,7 +39,6 @@ private:
     bool ask_network(const std::string& url, EvidenceKind kind);
 
     Items fetched_before();
-    static void give_back(const Items& items);
     void note_unheard(const EvidenceItem& fetched);
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);

@@ -38,12 +38,8 @@ bool have_same_scope(const CrlFacts& a, const CrlFacts& b) {
            X509_NAME_cmp(a.issuer(), b.issuer()) == 0;
 }
 
-std::vector<BYTE> word_of(const OcspFacts& answer) {
-    unsigned char* der = nullptr;
-    const int size = i2d_OCSP_RESPDATA(OCSP_resp_get0_respdata(answer.basic.get()), &der);
-    std::vector<BYTE> word(der, der + std::max(size, 0));
-    OPENSSL_free(der);
-    return word;
+std::string word_of(const OcspFacts& answer) {
+    return der_of(i2d_OCSP_RESPDATA, OCSP_resp_get0_respdata(answer.basic.get()));
 }
 
 // Whatever is written around what is signed.

@@ -1,4 +1,5 @@
-// What a revocation list has of one certificate. Nothing fails: the list was read before.
+// What a revocation list has of one certificate. Its entries are read where they lie, and nothing
+// is made of them; nothing fails.
 #pragma once
 
 #include <basalt/revocation/evidence_item.h>
@@ -16,13 +17,13 @@ struct Listing {
     bool is_readable = true;         // else the list is as useless as one that isn't a list
 };
 
-Listing listing_of(const EvidenceItem& list, X509* certificate);
+Listing listing_of(const EvidenceItem& list, const X509* certificate);
 
-// Whether it has the certificate's number at all; however many entries there are, nothing is made
-// of them. False of one that can't be read.
+// Whether it has the certificate's number at all. False of one that can't be read.
 bool has_number(const EvidenceItem& list, const X509* certificate);
 
-// What that takes at most, in the budget's comparisons.
+// What these take at most, in the budget's comparisons.
 std::size_t comparisons_for_listing(const EvidenceItem& list);
+std::size_t comparisons_for_number(const EvidenceItem& list);
 
 } // namespace basalt

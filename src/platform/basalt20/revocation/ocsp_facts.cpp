@@ -305,14 +305,8 @@ std::vector<BYTE> make_ocsp_request(X509* certificate, X509* issuer) {
         return {};
     }
     static_cast<void>(id.release()); // the request's now
-    unsigned char* der = nullptr;
-    const int size = i2d_OCSP_REQUEST(request.get(), &der);
-    std::vector<BYTE> bytes;
-    if (size > 0) {
-        bytes.assign(der, der + size);
-    }
-    OPENSSL_free(der);
-    return bytes;
+    const std::string encoded = der_of<OCSP_REQUEST>(i2d_OCSP_REQUEST, request.get());
+    return {encoded.begin(), encoded.end()};
 }
 
 } // namespace basalt

@@ -16,14 +16,7 @@ bool is_before(const X509_NAME* a, const X509_NAME* b) {
 }
 
 std::string encoded(const GENERAL_NAME& name) {
-    unsigned char* der = nullptr;
-    const int size = i2d_GENERAL_NAME(&name, &der);
-    std::string bytes;
-    if (size > 0) {
-        bytes.assign(reinterpret_cast<const char*>(der), static_cast<std::size_t>(size));
-    }
-    OPENSSL_free(der);
-    return bytes;
+    return der_of(i2d_GENERAL_NAME, &name);
 }
 
 } // namespace

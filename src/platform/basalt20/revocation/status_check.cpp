@@ -112,10 +112,7 @@ const Listing* EvidenceSession::listing_of(const EvidenceItem& list, X509* certi
 bool EvidenceSession::has_entry(const EvidenceItem& list, X509* certificate) {
     const auto [known, is_new] = entries_.try_emplace({&list, certificate}, false);
     if (is_new) {
-        X509_REVOKED* entry = nullptr;
-        known->second = list.list->has_entries_in_head
-                            ? X509_CRL_get0_by_cert(list.list->head.get(), &entry, certificate) != 0
-                            : has_number(list, certificate);
+        known->second = has_number(list, certificate);
     }
     return known->second;
 }
