@@ -608,6 +608,20 @@ class FetchedRevocation(FetchedTest):
                     with self.subTest(options=options, strange=bool(beside), offline=offline):
                         judge(self.stamp_of(self.signer, self.ca, *beside, lists=[*given, *lists]), *options, *offline)
 
+    def test_a_stranger_lifts_no_other_strangers_hold(self):
+        """The first one's list is of all that the name has issued, and lies beside the stamp like the second one's."""
+        first, second = (self.authority_named("ca", self.root, "root.crl") for _ in range(2))
+        held = list_of(first, (self.signer, "certificate_hold"))
+        for options in ((), AVAILABLE):
+            for own in (b"", list_of(self.ca, made=forge.days(3))):
+                for by, judge in ((None, self.refused), (second, self.leaves_hold_open), (first, self.passes)):
+                    self.begin("ca.crl", own)
+                    lists = [held, *([list_of(by, made=HOUR, number=2)] if by else [])]
+                    for offline in ((), ("--offline",)):
+                        with self.subTest(options=options, own=bool(own), lifted=by and by is first, offline=offline):
+                            judge(self.stamp_of(self.signer, self.ca, first, second, lists=[self.root_list, *lists]),
+                                  *options, *offline)
+
     def test_responders_who_speak_for_each_other_are_no_silence(self):
         """However many there are: one whom nobody looks at any more isn't one of whom nothing is known."""
         signer = forge.issue(self.folder, "answered", self.ca, ocsp_url=self.url + "ocsp")

@@ -370,23 +370,28 @@ bool Inquiry::is_strange(const EvidenceItem& list) const {
                addresses_.crl.end();
 }
 
-// None is by the key of a list that isn't strange.
-std::set<const EvidenceItem*> Inquiry::strange_lists() const {
-    std::set<const EvidenceItem*> strange;
+// Of the strange lists, the number of who signed it; none has signed one that isn't strange.
+std::map<const EvidenceItem*, unsigned> Inquiry::strangers() const {
+    std::map<const EvidenceItem*, unsigned> strangers;
+    unsigned known = 0;
     for (const List& list : lists_) {
-        if (list.strange && std::none_of(lists_.begin(), lists_.end(), [&](const List& other) {
-                return !other.strange && have_same_signer(list, other);
-            })) {
-            strange.insert(list.item);
+        const auto same = std::find_if(lists_.begin(), lists_.end(), [&](const List& other) {
+            return have_same_signer(list, other) &&
+                   (!other.strange || strangers.contains(other.item));
+        });
+        if (same == lists_.end()) {
+            strangers[list.item] = ++known;
+        } else if (same->strange) {
+            strangers[list.item] = strangers.at(same->item);
         }
     }
-    return strange;
+    return strangers;
 }
 
 // What strange lists make good its own sources may know better, as long as these speak of it: of an
 // ended certificate they needn't any more.
 bool Inquiry::is_provisional() const {
-    return ruling_.takes_strange && moments_.now <= moments_.end &&
+    return ruling_.takes_strangers && moments_.now <= moments_.end &&
            !(addresses_.ocsp.empty() && addresses_.crl.empty());
 }
 
@@ -532,11 +537,12 @@ void Inquiry::state_all() {
             }
         }
     }
-    const std::set<const EvidenceItem*> strange = strange_lists();
+    const std::map<const EvidenceItem*, unsigned> by = strangers();
     for (std::size_t i = 0; i < statements_.size(); ++i) {
-        statements_[i].strange =
-            std::any_of(origins_[i].begin(), origins_[i].end(),
-                        [&](const EvidenceItem* item) { return strange.contains(item); });
+        for (const EvidenceItem* item : origins_[i]) { // a delta's base is its own signer's
+            const auto found = by.find(item);
+            statements_[i].stranger = found != by.end() ? found->second : 0;
+        }
     }
 }
 

@@ -4,7 +4,7 @@
 #include <basalt/revocation/evidence_signer.h>
 #include <basalt/revocation/kept_evidence.h>
 
-#include <set>
+#include <map>
 
 namespace basalt {
 
@@ -55,7 +55,7 @@ private:
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
     bool is_strange(const EvidenceItem& list) const;
-    std::set<const EvidenceItem*> strange_lists() const;
+    std::map<const EvidenceItem*, unsigned> strangers() const;
     bool is_provisional() const;
     static bool have_same_signer(const List& a, const List& b);
     bool is_worth_keeping(const EvidenceItem& item);

@@ -57,9 +57,9 @@ struct Statement {
     FileTicks revoked_at = 0;
     ReasonSet reasons = kAllReasons; // that it speaks of
     bool complete = true;            // false for a delta alone: its silence means nothing
-    // Whoever made it is believed, but may not know of this certificate: it revokes, and lifts no
-    // hold that others tell.
-    bool strange = false;
+    // Who made it, where he is believed, but may not know of this certificate: he revokes, and
+    // lifts no hold that others tell. One number for each; 0 for whoever knows of it.
+    unsigned stranger = 0;
     // The certificates that expired since then are still listed (expiredCertsOnCRL, archiveCutoff).
     std::optional<FileTicks> reaches_back_to;
 };
@@ -81,10 +81,10 @@ struct Ruling {
     UnknownCause cause = UnknownCause::no_source; // never unreachable or exhausted
     bool revoked_later = false;                   // after the stamp, and voids it all the same
     bool may_be_lifted = false;                   // revoked by a hold: a newer word goes before it
-    // Unknown for a hold that has run out, or that strange statements alone lift: the others may
-    // tell that it still is.
+    // Unknown for a hold that has run out, or that strangers alone lift who haven't told it: the
+    // others may tell that it still is.
     bool is_hold_in_doubt = false;
-    bool takes_strange = false;                  // good, and unknown without the strange statements
+    bool takes_strangers = false;                // good, and unknown without them
     std::vector<std::size_t> telling_compromise; // of the statements, whichever decided
     std::vector<std::size_t> deciding;           // indices of the statements that decided
 };

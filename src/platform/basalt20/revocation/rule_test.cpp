@@ -310,14 +310,14 @@ TEST(RuleTest, TheLatestWordOnAHoldCounts) {
 }
 
 TEST(RuleTest, StrangersRevokeAndLiftNothing) {
-    const auto strange = [](Statement s) {
-        s.strange = true;
+    const auto strange = [](Statement s, unsigned stranger = 1) {
+        s.stranger = stranger;
         return s;
     };
     const struct {
         Case of;
         bool is_hold_in_doubt;
-        bool takes_strange;
+        bool takes_strangers;
     } cases[] = {
         {{"good by strangers", {strange(good(5, 15))}, 100, 10, kGood}, false, true},
         {{"good by others, too", {good(4, 15), strange(good(5, 15))}, 100, 10, kGood},
@@ -362,6 +362,36 @@ TEST(RuleTest, StrangersRevokeAndLiftNothing) {
           kTooOld},
          true,
          false},
+        {{"a stranger's hold lifted by another",
+          {strange(revoked(5, 15, -1, 6)), strange(good(6, 15), 2)},
+          100,
+          10,
+          kUnknown,
+          kTooOld},
+         true,
+         false},
+        {{"and an older word of others",
+          {good(4, 15), strange(revoked(5, 15, -1, 6)), strange(good(6, 15), 2)},
+          100,
+          10,
+          kUnknown,
+          kTooOld},
+         true,
+         false},
+        {{"and a newer word of others",
+          {strange(revoked(5, 15, -1, 6)), strange(good(6, 15), 2), good(7, 15)},
+          100,
+          10,
+          kGood},
+         false,
+         false},
+        {{"another's newer word, and his own",
+          {strange(revoked(5, 15, -1, 6), 2), strange(good(7, 15)), strange(good(6, 15), 2)},
+          100,
+          10,
+          kGood},
+         false,
+         true},
         {{"told by both",
           {revoked(5, 15, -1, 6), strange(revoked(6, 15, -1, 6))},
           100,
@@ -377,7 +407,7 @@ TEST(RuleTest, StrangersRevokeAndLiftNothing) {
                 rule(c.of.statements, {kStamp, at(c.of.end), at(c.of.now), is_signer});
             SCOPED_TRACE(c.of.name);
             EXPECT_EQ(ruling.is_hold_in_doubt, c.is_hold_in_doubt);
-            EXPECT_EQ(ruling.takes_strange, c.takes_strange);
+            EXPECT_EQ(ruling.takes_strangers, c.takes_strangers);
         }
     }
 }
