@@ -6,7 +6,8 @@ import time
 
 import forge
 import program
-from fetched_revocation import AVAILABLE, HOUR, NOW, REVOKED, FetchedTest, before, list_of
+from asn1crypto import x509
+from fetched_revocation import AVAILABLE, HOUR, NOW, REVOKED, FetchedTest, before, list_of, scope
 from hostile_tokens import DIGEST
 
 
@@ -104,6 +105,32 @@ class StolenAuthority(FetchedTest):
         self.assertNotIn(b"be reached", told.stderr)
         self.publish("aside.crl", list_of(aside))
         self.is_revoked(accused)
+
+    def test_an_accused_authority_may_have_another_certificate(self):
+        """Under another root, where it is asked for; where the accusation is confirmed, too."""
+        self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
+        self.addCleanup(self.workspace.configure, "")
+        other = forge.issue(self.folder, "other root", ca=True, usage=None)
+        issuer = self.authority_named("accused", self.root, "root.crl")
+        above = forge.issue(self.folder, "accused", other, ca=True, usage=None, key=issuer.key, crl_url=self.url + "other.crl")
+        accuser = self.authority_named("accuser", self.root, "aside.crl")
+        again = forge.issue(self.folder, "again", accuser, ca=True, usage=None, key=issuer.key)
+        signer = forge.issue(self.folder, "signer", issuer, crl_url=self.url + "accused.crl",
+                             extra_extensions=[self.naming_issuers("above.cer")])
+        where = [x509.GeneralName("uniform_resource_identifier", self.url + "root.crl")]
+        part = {"extensions": [scope(distribution_point=x509.DistributionPointName("full_name", where))]}
+        both = self.workspace.write("both.pem", self.roots.read_bytes() + forge.pem("CERTIFICATE", other.der))
+        stamp = self.workspace.write("stamp", self.stamp_of(signer, issuer, again, accuser, lists=[
+            list_of(accuser, (again, "key_compromise"))]))
+        for confirmed in (False, True):
+            self.begin("accused.crl", list_of(issuer))
+            self.publish("root.crl", list_of(self.root, **part))
+            self.publish("other.crl", list_of(other))
+            self.publish("above.cer", above.der)
+            if confirmed:
+                self.publish("aside.crl", list_of(self.root))
+            with self.subTest(confirmed=confirmed):
+                self.expect(self.workspace.run("verify", stamp, "--data", self.data, "--roots", both), program.GOOD)
 
     def test_an_accuser_whom_a_strange_list_calls_good_is_asked_about(self):
         issuer, other = (self.authority_named("issuer", self.root, "root.crl") for _ in range(2))

@@ -354,13 +354,13 @@ TEST_F(ChainFetchTest, CacheOnlyFlagsKeepOffTheNetwork) {
     EXPECT_EQ(server_.requests(), 0u);
 }
 
-TEST_F(ChainFetchTest, NoMoreThanTwoPathsGoToTheNetwork) {
-    // Four certificates of one authority, each with an address of its own that doesn't answer.
+TEST_F(ChainFetchTest, NoMoreThanTwoPathsGoToTheNetworkUnlessTheyAreRevoked) {
+    // Seven certificates of one authority, each with an address of its own that doesn't answer.
     constexpr int kHold = 6;
     std::vector<std::unique_ptr<Party>> twins;
     std::vector<ListEntry> holds;
     Given given;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 7; ++i) {
         CertificateSpec spec{"middle", root_.get(),
                              std::string(kAuthority) + "\ncrlDistributionPoints=URI:" +
                                  server_.url("/none" + std::to_string(i))};
@@ -375,8 +375,10 @@ TEST_F(ChainFetchTest, NoMoreThanTwoPathsGoToTheNetwork) {
     EXPECT_EQ(server_.requests(), 2u);
     given.lists = {make_list({root_.get(), -2, 100, holds})};
     EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOCATION_OFFLINE)
-        << "the two others may have been lifted";
-    EXPECT_EQ(server_.requests(), 4u);
+        << "the last one may have been lifted";
+    EXPECT_EQ(server_.requests(), 2u + 6u) << "what is on hold gives back its turn";
+    given.bag.pop_back();
+    EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
 }
 
 // Three certificates of the authority's key with one address for the root's list.
@@ -408,8 +410,9 @@ protected:
         return all;
     }
 
-    // Those whose lists don't tell that they are good tell that they are superseded.
-    std::vector<std::string> twins_of_which_is_good(std::size_t count, std::size_t good) {
+    // Those whose lists don't tell that they are good tell the reason.
+    std::vector<std::string> twins_of_which_is_good(std::size_t count, std::size_t good,
+                                                    int reason = reason::kSuperseded) {
         std::vector<std::string> bag;
         for (std::size_t i = 0; i < count; ++i) {
             const std::string address = "/list" + std::to_string(i);
@@ -426,7 +429,7 @@ protected:
                                         "fullname=URI:" +
                                         server_.url(address)};
             if (i != good) {
-                list.entries = {{twin.get(), -10, 4}};
+                list.entries = {{twin.get(), -10, reason}};
             }
             server_.serve(address, {make_list(list)});
         }
@@ -459,10 +462,12 @@ TEST_F(LikeKeyedFetchTest, WhatIsFetchedForOneTellsOfTheOthers) {
 
 // Of each a list of its own, of which the others are out of scope.
 TEST_F(LikeKeyedFetchTest, WhatTurnsOutToBeRevokedTakesNobodysTurn) {
-    for (std::size_t good = 0; good < 3; ++good) {
-        server_.forget();
-        const Given given{encoded(stamper_.get()), twins_of_which_is_good(3, good)};
-        EXPECT_EQ(stamp_verdict(setting_, given), 0U) << good;
+    for (const int why : {reason::kSuperseded, reason::kCertificateHold}) {
+        for (std::size_t good = 0; good < 3; ++good) {
+            server_.forget();
+            const Given given{encoded(stamper_.get()), twins_of_which_is_good(3, good, why)};
+            EXPECT_EQ(stamp_verdict(setting_, given), 0U) << why << ' ' << good;
+        }
     }
 }
 

@@ -59,15 +59,11 @@ bool all_pass(const Judgement& judgement) {
     return !any_wrong(judgement, [](const JudgedElement& e) { return !e.status_passes; });
 }
 
-// For good: a hold of which nobody was asked whether it was lifted may not be.
+// A hold of which nobody was asked whether it was lifted may be.
 bool is_revoked(const JudgedElement& element) {
     return element.key_is_compromised ||
            (element.status && element.status->standing == Standing::revoked &&
             !element.status->may_be_lifted);
-}
-
-bool is_revoked_for_good(const JudgedElement& element) {
-    return is_revoked(element) && !(element.status && element.status->is_on_hold());
 }
 
 bool any_revoked(const Judgement& judgement) {
@@ -383,7 +379,7 @@ bool ChainSession::lacks_issuers() {
     return !end.out_of_time && !end.misused && !is_revoked(end) &&
            (best_refused_->judged_to != JudgedTo::revocation ||
             std::any_of(elements.begin() + 1, elements.end(), [](const JudgedElement& authority) {
-                return is_revoked(authority) || !authority.status_passes;
+                return is_revoked(authority) || !authority.status_passes || authority.is_accused;
             }));
 }
 
@@ -584,7 +580,7 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
             if (was_asked_for(path) || budget_.take_fetching_path()) {
                 asked_for_.insert(path);
                 judge_revocation(judgement, question, true);
-                if (any_wrong(judgement, is_revoked_for_good)) {
+                if (any_revoked(judgement)) {
                     budget_.give_back_fetching_path();
                 }
             } else if (!asked_for_.contains(path)) {
