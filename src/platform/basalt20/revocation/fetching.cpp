@@ -9,8 +9,13 @@ namespace {
 // More than can be asked within the time; each is as long as an address with a request.
 constexpr std::size_t kMostFailures = 1024;
 
-// For all the stamps of one file; each may take a few connections, by redirects.
+// For all the stamps of one file; each may take a few connections, by redirects. An honest file of
+// 256 stamps by as many stampers of one authority takes some three hundred.
+constexpr unsigned kMostExchanges = 512;
 constexpr unsigned kMostIssuerExchanges = 32;
+
+constexpr std::size_t kSmallAnswer = std::size_t{256} << 10;
+constexpr std::size_t kMostRemembered = std::size_t{8} << 20;
 
 } // namespace
 
@@ -47,6 +52,25 @@ void Fetching::note_failure(const std::string& what) {
     if (failed_.size() < kMostFailures) {
         failed_.insert(what);
     }
+}
+
+std::optional<std::vector<BYTE>> Fetching::answer_to(const std::string& request) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = answers_.find(request);
+    return found != answers_.end() ? std::optional(found->second) : std::nullopt;
+}
+
+void Fetching::note_answer(const std::string& request, const std::vector<BYTE>& body) {
+    const std::lock_guard lock(mutex_);
+    if (body.size() <= kSmallAnswer && octets_remembered_ + body.size() <= kMostRemembered &&
+        answers_.size() < kMostExchanges && answers_.emplace(request, body).second) {
+        octets_remembered_ += body.size();
+    }
+}
+
+bool Fetching::take_exchange() {
+    const std::lock_guard lock(mutex_);
+    return exchanges_ < kMostExchanges && ++exchanges_ > 0;
 }
 
 bool Fetching::take_work(unsigned cost) {

@@ -1,15 +1,21 @@
 // What several verdicts have together: one deadline for what they fetch, and the memory of what has
-// failed, so that a silent address is asked once and not by each of them; and the processor's work
+// failed and of what was answered, so that an address is asked once and not by each of them, be it
+// silent or of no use; and the processor's work
 // for signatures and keys, so that a file of many dear stamps costs no more than one. Issuers have
 // a time of their own, for strangers may have chosen who is asked for them: what that takes is
 // taken from nobody else. Any thread; nothing fails but for lack of memory.
 #pragma once
 
+#include <basalt/types.h>
+
 #include <chrono>
 #include <functional>
+#include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace basalt {
 
@@ -50,6 +56,13 @@ public:
     bool has_failed(const std::string& what) const;
     void note_failure(const std::string& what);
 
+    // What was answered to a request; all that is small is remembered, up to eight mebibytes.
+    std::optional<std::vector<BYTE>> answer_to(const std::string& request) const;
+    void note_answer(const std::string& request, const std::vector<BYTE>& body);
+
+    // One exchange of all; false when there were too many.
+    bool take_exchange();
+
     // Takes so much of the work, or nothing and gives false.
     bool take_work(unsigned cost);
 
@@ -65,6 +78,9 @@ private:
     unsigned work_left_;
     TimePoint deadline_;
     std::set<std::string> failed_;
+    std::map<std::string, std::vector<BYTE>> answers_;
+    std::size_t octets_remembered_ = 0;
+    unsigned exchanges_ = 0;
     std::chrono::milliseconds issuer_time_left_;
     unsigned issuer_exchanges_ = 0;
 };

@@ -78,16 +78,18 @@ TEST(RetrievalTest, AnObjectIsBounded) {
 
 TEST(RetrievalTest, TimeIsOneForAllThatIsFetched) {
     LiveResponder responder;
-    responder.serve("/slow", {"list", 200, 10});
+    for (const char* path : {"/slow", "/slow?", "/slow??"}) {
+        responder.serve(path, {"list", 200, 10});
+    }
     Budget budget({}, responder.clock());
     Retrieval retrieval(budget);
     EXPECT_EQ(budget.exchange_time(), std::chrono::seconds(5));
     EXPECT_TRUE(retrieval.get(responder.url("/slow")));
     EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(5));
     EXPECT_EQ(budget.exchange_time(), std::chrono::seconds(3));
-    EXPECT_TRUE(retrieval.get(responder.url("/slow")));
+    EXPECT_TRUE(retrieval.get(responder.url("/slow?")));
     EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(0));
-    EXPECT_FALSE(retrieval.get(responder.url("/slow")));
+    EXPECT_FALSE(retrieval.get(responder.url("/slow??")));
     EXPECT_EQ(retrieval.exchanges(), 2u);
     EXPECT_EQ(retrieval.not_asked(), 1u);
 }
@@ -141,7 +143,7 @@ TEST(RetrievalTest, WhatIssuersTakeIsTakenFromNobodyElse) {
     EXPECT_EQ(budget.issuer_exchange_time(), std::chrono::seconds(2));
     EXPECT_TRUE(retrieval.get_issuer(responder.url("/slow"), false));
     EXPECT_EQ(budget.issuer_exchange_time(), std::chrono::seconds(0));
-    EXPECT_FALSE(retrieval.get_issuer(responder.url("/slow"), false));
+    EXPECT_FALSE(retrieval.get_issuer(responder.url("/list"), false));
     EXPECT_EQ(retrieval.not_asked(), 1u);
     EXPECT_EQ(budget.fetching_time_left(), std::chrono::seconds(15));
     Budget next({}, responder.clock(), shared);
@@ -192,7 +194,9 @@ TEST(RetrievalTest, WhoWasGivenLittleTimeWasNotAsked) {
 
 TEST(RetrievalTest, WhatSeveralVerdictsShareIsOneTimeAndOneMemoryOfFailures) {
     LiveResponder responder;
-    responder.serve("/slow", {"list", 200, 10});
+    for (const char* path : {"/slow", "/slow?", "/slow??"}) {
+        responder.serve(path, {"list", 200, 10});
+    }
     const auto shared = std::make_shared<Fetching>(std::chrono::seconds(15), responder.clock());
     const auto ask = [&](const std::string& path) {
         Budget budget({}, responder.clock(), shared);
@@ -202,11 +206,37 @@ TEST(RetrievalTest, WhatSeveralVerdictsShareIsOneTimeAndOneMemoryOfFailures) {
     EXPECT_FALSE(ask("/missing"));
     EXPECT_EQ(responder.requests(), 1u) << "what failed isn't asked for by the next one";
     EXPECT_TRUE(ask("/slow"));
-    EXPECT_TRUE(ask("/slow")) << "five seconds were left";
-    EXPECT_FALSE(ask("/slow"));
+    EXPECT_TRUE(ask("/slow?")) << "five seconds were left";
+    EXPECT_FALSE(ask("/slow??"));
     EXPECT_EQ(responder.requests(), 3u);
     Budget alone({}, responder.clock());
     EXPECT_TRUE(Retrieval(alone).get(responder.url("/slow")));
+}
+
+TEST(RetrievalTest, WhatWasAnsweredToOneVerdictIsNotAskedForAnother) {
+    LiveResponder responder;
+    const std::string large(300'000, 'x');
+    responder.serve("/list", {"list"});
+    responder.serve("/large", {large});
+    const auto shared = std::make_shared<Fetching>();
+    const auto get = [&](const std::string& page) {
+        Budget budget({}, std::chrono::steady_clock::now, shared);
+        Retrieval retrieval(budget);
+        const auto body = retrieval.get(responder.url(page));
+        return std::pair(body ? std::string(body->begin(), body->end()) : "nothing",
+                         retrieval.not_asked());
+    };
+    for (const unsigned asked : {2u, 3u}) { // there would be no end of what is large
+        EXPECT_EQ(get("/list").first, "list");
+        EXPECT_EQ(get("/large").first, large);
+        EXPECT_EQ(responder.requests(), asked);
+    }
+    for (int i = 3; i < 512; ++i) {
+        EXPECT_EQ(get("/none" + std::to_string(i)), std::pair(std::string("nothing"), 0u));
+    }
+    EXPECT_EQ(get("/another"), std::pair(std::string("nothing"), 1u)) << "that isn't silence";
+    EXPECT_EQ(get("/list").first, "list");
+    EXPECT_EQ(responder.requests(), 512u);
 }
 
 TEST(RetrievalTest, AServerWhereNobodyIsIsAskedOnce) {

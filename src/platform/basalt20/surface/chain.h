@@ -119,9 +119,10 @@ typedef struct _BASALT_CHAIN_PARA {
 } BASALT_CHAIN_PARA;
 
 /// What several chains have together, such as those of all stamps in one file. They take no more
-/// time for fetching than one chain may, 15 seconds, and what has failed for one of them isn't
-/// asked for again; the time begins with the first fetching. Their signatures and keys take the
-/// processor some 1.5 seconds at most; what is beyond that can't be told. Any thread may use it.
+/// time for fetching than one chain may, 15 seconds, which begin with the first fetching. What has
+/// failed for one of them, or was answered, isn't asked for again, and 512 exchanges are all. Their
+/// signatures and keys take the processor some 1.5 seconds at most; what is beyond that can't be
+/// told. Any thread may use it.
 typedef void* HBASALT_FETCHING;
 
 /// FALSE with E_INVALIDARG for a null pointer.
