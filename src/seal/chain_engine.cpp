@@ -214,9 +214,9 @@ ChainJudgement ChainEngine::judge(PCCERT_CONTEXT certificate, Time at, HCERTSTOR
         for (DWORD i = 0; i < path.cElement; ++i) {
             const CERT_CHAIN_ELEMENT& element = *path.rgpElement[i];
             judgement.links.push_back(link_of(element));
-            if (judgement.unreached.empty() && element.pwszExtendedErrorInfo != nullptr) {
-                judgement.unreached = ascii_of(element.pwszExtendedErrorInfo);
-            }
+            judgement.unreached.push_back(element.pwszExtendedErrorInfo != nullptr
+                                              ? ascii_of(element.pwszExtendedErrorInfo)
+                                              : std::string());
             if (!judgement.accused &&
                 (element.TrustStatus.dwInfoStatus & BASALT_TRUST_KEY_IS_ACCUSED) != 0) {
                 judgement.accused = i;

@@ -13,12 +13,12 @@
 namespace chronoseal {
 
 struct ChainJudgement {
-    std::vector<ChainLink> links; // from the signer on
-    std::uint32_t trust_bits = 0; // of the whole chain
-    std::uint32_t code = 0;       // the time-stamp policy's verdict
-    bool condemned = false;       // revoked, and no other chain can be good
-    bool aged = false;            // some signature or key passes with a remark
-    std::string unreached;        // the first address that was asked in vain, foreign
+    std::vector<ChainLink> links;       // from the signer on
+    std::uint32_t trust_bits = 0;       // of the whole chain
+    std::uint32_t code = 0;             // the time-stamp policy's verdict
+    bool condemned = false;             // revoked, and no other chain can be good
+    bool aged = false;                  // some signature or key passes with a remark
+    std::vector<std::string> unreached; // of each link the first address asked in vain, foreign
     // Of the links: whose key somebody calls compromised of whom nobody tells whether he may.
     std::optional<std::size_t> accused;
 };

@@ -44,7 +44,9 @@ void read_evidence(const Verdict& verdict, Outlook& outlook) {
     bool stored = true;
     Time last{};
     for (const ChainLink& link : verdict.chain) {
-        if (!link.evidence.empty()) {
+        if (!link.evidence.empty() && link.evidence.front().revoked) {
+            again = false; // it speaks against it
+        } else if (!link.evidence.empty()) {
             any = true;
             stored &= link.evidence.front().source == EvidenceSource::given;
             add_evidence(link, verdict.judged_at, verdict.as_of, outlook, again);

@@ -86,21 +86,35 @@ bool is_below(const CertificateInfo& certificate, Strength strength) {
 }
 
 // Why asking might still tell whether a certificate was revoked.
-std::string why_open(const std::vector<ChainLink>& links, const ChainJudgement& judgement) {
+struct Open {
+    std::string text;
+    std::string advice;
+    std::string address; // that gave nothing; foreign, empty when none is known
+};
+
+Open why_open(const std::vector<ChainLink>& links, const ChainJudgement& judgement) {
     for (std::size_t i = 0; i < links.size(); ++i) {
         const ChainLink& link = links[i];
         const std::string name = quote_foreign(link.certificate.subject);
         if (judgement.accused == i) {
-            return "somebody calls the key of " + name +
-                   " compromised, and whether he may can't be told";
+            return {"somebody calls the key of " + name +
+                        " compromised, and whether he may can't be told",
+                    "give the lists that speak of him, see to the network, or judge later",
+                    judgement.unreached[i]};
         }
         if (link.revocation == RevocationState::unknown && !link.evidence.empty() &&
             link.evidence.front().revoked) {
-            return name + " was on hold since " + utc_text(*link.evidence.front().revoked) +
-                   ", and nothing newer tells that it isn't any more";
+            return {name + " was on hold since " + utc_text(*link.evidence.front().revoked) +
+                        ", and whether it still is can't be told",
+                    "give a newer list of its authority, see to the network, or judge later",
+                    judgement.unreached[i]};
         }
     }
-    return error_of_code(CRYPT_E_REVOCATION_OFFLINE).text();
+    const Error offline = error_of_code(CRYPT_E_REVOCATION_OFFLINE);
+    const auto first = std::ranges::find_if(
+        judgement.unreached, [](const std::string& address) { return !address.empty(); });
+    return {offline.text(), offline.advice(),
+            first != judgement.unreached.end() ? *first : std::string()};
 }
 
 } // namespace
@@ -160,7 +174,7 @@ void Verification::look_ahead() {
 // What would have been needed, and when.
 void Verification::advise_on_evidence(Finding& revocation) const {
     const Outlook& outlook = verdict_.outlook;
-    if (outlook.evidence_until) {
+    if (outlook.evidence_until && *outlook.evidence_until <= verdict_.as_of) {
         revocation.text +=
             "; the evidence at hand spoke until " + utc_text(*outlook.evidence_until);
         if (outlook.evidence_again) {
@@ -280,15 +294,15 @@ void Verification::check_revocation(const ChainJudgement& judgement) {
     }
     if (is_revocation_code(judgement.code)) {
         const Error error = error_of_code(judgement.code);
-        const bool is_told =
-            error.code() == CRYPT_E_REVOCATION_OFFLINE && !judgement.unreached.empty();
+        const Open open = error.code() == CRYPT_E_REVOCATION_OFFLINE
+                              ? why_open(verdict_.chain, judgement)
+                              : Open{error.text(), error.advice(), {}};
         skip(Check::revocation, error.word(),
-             (error.code() == CRYPT_E_REVOCATION_OFFLINE ? why_open(verdict_.chain, judgement)
-                                                         : error.text()) +
-                 (is_told ? ": " + quote_foreign(judgement.unreached, kAddressLimit) : ""),
+             open.text +
+                 (open.address.empty() ? "" : ": " + quote_foreign(open.address, kAddressLimit)),
              true);
         finding(Check::revocation).code = error.code();
-        finding(Check::revocation).advice = error.advice();
+        finding(Check::revocation).advice = open.advice;
         return;
     }
     std::vector<Remark>& remarks = finding(Check::revocation).remarks;

@@ -104,7 +104,7 @@ class FetchedTest(TokenTest):
         self.expect(self.verify(token, *options), UNREACHABLE, "indeterminate")
 
     def leaves_hold_open(self, token, *options):
-        self.expect(self.verify(token, *options), UNREACHABLE, "on hold since", "indeterminate")
+        self.expect(self.verify(token, *options), UNREACHABLE, "on hold since", "can't be told", "judge later")
 
     def stamp_of(self, signer, *above, lists=()):
         return self.with_parts(None, [one.der for one in above], lists, signer)
