@@ -116,6 +116,23 @@ TEST_F(EvidenceLoadTest, WhatIsDearToCompareTakesNothingFromWhatIsCheap) {
     }
 }
 
+TEST_F(EvidenceLoadTest, ToLookIntoListsThatNobodySignedTakesWhatItCosts) {
+    const PartyOwner ca = authority("P-256");
+    const PartyOwner forger = make_party({.name = "ca", .extensions = kAuthority});
+    const PartyOwner certificate = make_party({.name = "stamps", .issuer = ca.get()});
+    std::size_t octets = 0;
+    for (int i = 0; i < 12; ++i) {
+        ListSpec forged = list(*forger, i);
+        forged.strangers = 200;
+        const std::string bytes = make_list(forged);
+        octets += bytes.size();
+        put(given_, bytes);
+    }
+    put(given_, make_list(list(*ca)));
+    EXPECT_EQ(judge(*certificate, *ca), Standing::good);
+    EXPECT_GE(comparisons_, octets / 128);
+}
+
 TEST_F(EvidenceLoadTest, AResponderThatComesWithEachAnswerIsReadOnce) {
     for (const char* curve : {"P-256", "P-384"}) {
         SCOPED_TRACE(curve);
