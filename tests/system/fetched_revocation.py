@@ -676,8 +676,8 @@ class FetchedRevocation(FetchedTest):
         head = b"".join(tbs[field].dump() for field in ("version", "signature", "issuer", "this_update", "next_update"))
         date = element(0x17, b"200101000000Z")
 
-        def listing(*entries, more=b""):
-            content = element(0x30, head + element(0x30, b"".join(entries)) + more)
+        def listing(*entries, more=b"", tag=b"\x30"):
+            content = element(0x30, head + tag + element(0x30, b"".join(entries))[1:] + more)
             return element(0x30, content + tbs["signature"].dump() + element(3, b"\0" + self.ca.key.sign(content)))
 
         def entry(certificate, extension=b"", number=None):
@@ -685,6 +685,8 @@ class FetchedRevocation(FetchedTest):
             return element(0x30, (number or core.Integer(certificate.serial).dump()) + date + extensions)
 
         unknown, critical = b"\x06\x03\x2a\x03\x04", b"\x01\x01\xff"
+        of_issuer = b"\x06\x03\x55\x1d\x1d" + critical
+        another = of_issuer + element(4, element(0x30, element(0xA4, forge.name_of("another").dump())))
         padding = element(0xA0, element(0x30, element(0x30, unknown + element(4, bytes(70_000)))))
         for name, content, status in (
                 ("nothing odd", listing(entry(other)), GOOD),
@@ -692,6 +694,10 @@ class FetchedRevocation(FetchedTest):
                 ("unknown, critical", listing(entry(other, unknown + critical + b"\x04\x00")), UNREACHABLE),
                 ("about it, unknown, critical", listing(entry(self.signer, unknown + critical + b"\x04\x00")), UNREACHABLE),
                 ("about it", listing(entry(other), entry(self.signer)), REFUSED),
+                ("behind another issuer's", listing(entry(other, another), entry(self.signer)), GOOD),
+                ("about it, of an issuer that can't be read",
+                 listing(entry(other, another), entry(self.signer, of_issuer + b"\x04\x01\xff")), UNREACHABLE),
+                ("its entries under a longer tag", listing(entry(self.signer), tag=b"\x3f\x10"), UNREACHABLE),
                 ("no entry", listing(entry(other), b"\x04\x00"), UNREACHABLE),
                 ("padded number", listing(entry(other, number=b"\x02\x02\x00\x01")), UNREACHABLE),
                 ("much beside its entries", listing(entry(other), more=padding), UNREACHABLE)):

@@ -112,7 +112,8 @@ class StolenAuthority(FetchedTest):
         self.addCleanup(self.workspace.configure, "")
         other = forge.issue(self.folder, "other root", ca=True, usage=None)
         issuer = self.authority_named("accused", self.root, "root.crl")
-        above = forge.issue(self.folder, "accused", other, ca=True, usage=None, key=issuer.key, crl_url=self.url + "other.crl")
+        above = forge.issue(self.folder, "accused", other, ca=True, usage=None, key=issuer.key,
+                            crl_url=self.url + "other.crl")
         accuser = self.authority_named("accuser", self.root, "aside.crl")
         again = forge.issue(self.folder, "again", accuser, ca=True, usage=None, key=issuer.key)
         signer = forge.issue(self.folder, "signer", issuer, crl_url=self.url + "accused.crl",

@@ -77,18 +77,29 @@ bool is_number(Bytes number) {
     return !number.empty() && !is_padded;
 }
 
+// It names one, or says nothing of it: of whom the entries behind it speak hangs on that.
+bool has_known_issuer(const X509_REVOKED* entry) {
+    int critical = 0;
+    const OpensslOwner<GENERAL_NAMES, GENERAL_NAMES_free> issuer(static_cast<GENERAL_NAMES*>(
+        X509_REVOKED_get_ext_d2i(entry, NID_certificate_issuer, &critical, nullptr)));
+    return issuer ? sk_GENERAL_NAME_num(issuer.get()) > 0 : critical == -1;
+}
+
 bool is_known_entry(Bytes encoded) {
     const unsigned char* cursor = encoded.data();
     const OpensslOwner<X509_REVOKED, X509_REVOKED_free> entry(
         d2i_X509_REVOKED(nullptr, &cursor, static_cast<long>(encoded.size())));
-    for (int i = 0; entry && i < X509_REVOKED_get_ext_count(entry.get()); ++i) {
+    if (!entry || !has_known_issuer(entry.get())) {
+        return false;
+    }
+    for (int i = 0; i < X509_REVOKED_get_ext_count(entry.get()); ++i) {
         X509_EXTENSION* extension = X509_REVOKED_get_ext(entry.get(), i);
         if (X509_EXTENSION_get_critical(extension) != 0 &&
             !is_known_of_entry(X509_EXTENSION_get_object(extension))) {
             return false;
         }
     }
-    return entry != nullptr;
+    return true;
 }
 
 // Of thousands most have the same extensions, or none.
@@ -173,6 +184,8 @@ std::optional<CrlParts> parts_of(Bytes encoded) try {
     parts.before_entries = tbs.contents.first(tbs.contents.size() - fields.rest().size());
     parts.entries = fields.take_if(tag::kSequence).contents;
     parts.behind_entries = fields.rest();
+    fields.take_if(tag::context_constructed(0));
+    fields.expect_end(); // OpenSSL finds entries behind what isn't written as it should be
     return parts;
 } catch (const Fault&) {
     return std::nullopt;

@@ -19,7 +19,7 @@ struct Listing {
 
 Listing listing_of(const EvidenceItem& list, const X509* certificate);
 
-// Whether it has the certificate's number at all. False of one that can't be read.
+// Whether it has the certificate's number at all, or may have it where it can't be read.
 bool has_number(const EvidenceItem& list, const X509* certificate);
 
 // What these take at most, in the budget's comparisons.
