@@ -161,7 +161,7 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
     // is about others than this one, doesn't undo it. What has come since may.
     const auto is_superseded = [&](const EvidenceItem& old) {
         return std::any_of(items.begin(), items.end(), [&](const EvidenceItem* other) {
-            return is_accepted(*other) && keeper_.supersedes(*other, old);
+            return is_accepted(*other) && keeper_.supersedes(*other, old, is_by_issuer(*other));
         });
     };
     std::copy_if(items.begin(), items.end(), std::back_inserter(contradicting_),
@@ -196,10 +196,10 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     if (is_worth_keeping(*item)) {
         // Of whose signer nothing is known mustn't take the place of what is sure.
         if (std::find(doubtful_.begin(), doubtful_.end(), item) == doubtful_.end()) {
-            keeper_.keep(*item, key);
+            keeper_.keep(*item, key, is_by_issuer(*item));
         }
         if (keeper_.revokes_for_good(*item)) {
-            keeper_.keep(*item, keeper_.key_of_revocation(kind, url));
+            keeper_.keep(*item, keeper_.key_of_revocation(kind, url), is_by_issuer(*item));
         }
     }
     return ends_search();
@@ -304,7 +304,9 @@ void Inquiry::accept(const EvidenceItem& item) {
     if (listing == nullptr) {
         leave_out(item);
     } else if (listing->is_readable) {
-        lists_.push_back({&item, *reasons, listing, signer_.list_signer(), is_strange(item)});
+        const bool by_issuer = signer_.is_beyond_doubt() || item.own;
+        lists_.push_back({&item, *reasons, listing, signer_.list_signer(), by_issuer,
+                          by_issuer || is_from_own_address(item)});
     }
 }
 
@@ -313,6 +315,11 @@ bool Inquiry::is_accepted(const EvidenceItem& item) const {
                        [&](const Answer& answer) { return answer.item == &item; }) ||
            std::any_of(lists_.begin(), lists_.end(),
                        [&](const List& list) { return list.item == &item; });
+}
+
+bool Inquiry::is_by_issuer(const EvidenceItem& item) const {
+    return std::any_of(lists_.begin(), lists_.end(),
+                       [&](const List& list) { return list.item == &item && list.by_issuer; });
 }
 
 // What was kept twice is heard once.
@@ -361,37 +368,47 @@ bool Inquiry::hears(const EvidenceItem& item,
     return heard;
 }
 
-// By another key than the issuer's, and from elsewhere than where the certificate's own lists are.
-// It may be of all that the name has issued; or each key has a list of what it has issued itself,
-// and anybody can add another one's.
-bool Inquiry::is_strange(const EvidenceItem& list) const {
-    return !signer_.is_beyond_doubt() && !list.own &&
-           std::find(addresses_.crl.begin(), addresses_.crl.end(), list.url) ==
-               addresses_.crl.end();
+bool Inquiry::is_from_own_address(const EvidenceItem& list) const {
+    return std::find(addresses_.crl.begin(), addresses_.crl.end(), list.url) !=
+           addresses_.crl.end();
 }
 
-// Of the strange lists, the number of who signed it; none has signed one that isn't strange.
-std::map<const EvidenceItem*, unsigned> Inquiry::strangers() const {
-    std::map<const EvidenceItem*, unsigned> strangers;
-    unsigned known = 0;
-    for (const List& list : lists_) {
-        const auto same = std::find_if(lists_.begin(), lists_.end(), [&](const List& other) {
-            return have_same_signer(list, other) &&
-                   (!other.strange || strangers.contains(other.item));
+// By another key than the issuer's, and from elsewhere than where the certificate's own lists are,
+// a list is strange. It may be of all that the name has issued; or each key has a list of what it
+// has issued itself, and anybody can add another one's.
+// Who signed each list, by number. Who has signed one that isn't strange is no stranger in the
+// others either.
+void Inquiry::number_signers() {
+    std::vector<const List*> known; // one by each
+    for (List& list : lists_) {
+        const auto same = std::find_if(known.begin(), known.end(), [&](const List* other) {
+            return have_same_signer(list, *other);
         });
-        if (same == lists_.end()) {
-            strangers[list.item] = ++known;
-        } else if (same->strange) {
-            strangers[list.item] = strangers.at(same->item);
+        list.number = static_cast<unsigned>(same - known.begin()) + 1;
+        if (same == known.end()) {
+            known.push_back(&list);
         }
     }
-    return strangers;
+    for (unsigned number = 1; number <= known.size(); ++number) {
+        const auto any = [&](bool List::*is) {
+            return std::any_of(lists_.begin(), lists_.end(),
+                               [&](const List& list) { return list.number == number && list.*is; });
+        };
+        const bool is_by_issuer = any(&List::by_issuer);
+        const bool is_known = any(&List::known);
+        for (List& list : lists_) {
+            if (list.number == number) {
+                list.strange = !is_known;
+                list.number = is_by_issuer ? 0 : number;
+            }
+        }
+    }
 }
 
 // What strange lists make good its own sources may know better, as long as these speak of it: of an
 // ended certificate they needn't any more.
 bool Inquiry::is_provisional() const {
-    return ruling_.takes_strangers && moments_.now <= moments_.end &&
+    return ruling_.takes_strange && moments_.now <= moments_.end &&
            !(addresses_.ocsp.empty() && addresses_.crl.empty());
 }
 
@@ -482,6 +499,8 @@ void Inquiry::state_list(const List& list, const std::vector<const List*>& delta
     const CrlFacts& facts = *list.item->list;
     Statement own = statement_of(facts, list.reasons);
     own.complete = !facts.is_delta();
+    own.signer = list.number;
+    own.strange = list.strange;
     for (const Revocation& entry : list.listing->entries) {
         if (own.revoked) { // it is repeated: each counts
             state(own, {list.item});
@@ -519,6 +538,7 @@ void Inquiry::state_with_delta(const List& base, const Statement& own, const Lis
 // What can't be weighed any more for what there is is left out. Of two that say the same, what was
 // given goes before what was fetched: it stays with the stamp.
 void Inquiry::state_all() {
+    number_signers();
     const std::vector<const List*> deltas = deltas_newest_first();
     for (const bool was_given : {true, false}) {
         for (const List& list : lists_) {
@@ -535,13 +555,6 @@ void Inquiry::state_all() {
             for (const Statement& statement : answer.statements) {
                 state(statement, {answer.item});
             }
-        }
-    }
-    const std::map<const EvidenceItem*, unsigned> by = strangers();
-    for (std::size_t i = 0; i < statements_.size(); ++i) {
-        for (const EvidenceItem* item : origins_[i]) { // a delta's base is its own signer's
-            const auto found = by.find(item);
-            statements_[i].stranger = found != by.end() ? found->second : 0;
         }
     }
 }

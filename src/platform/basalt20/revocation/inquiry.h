@@ -4,8 +4,6 @@
 #include <basalt/revocation/evidence_signer.h>
 #include <basalt/revocation/kept_evidence.h>
 
-#include <map>
-
 namespace basalt {
 
 class Inquiry {
@@ -22,7 +20,10 @@ private:
         ReasonSet reasons;
         const Listing* listing;
         CertificateEntry signer;
-        bool strange;
+        bool by_issuer;      // or its user's own
+        bool known;          // or from the certificate's own address
+        unsigned number = 0; // as in Statement::signer
+        bool strange = false;
     };
     struct Answer {
         const EvidenceItem* item;
@@ -52,10 +53,11 @@ private:
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
+    bool is_by_issuer(const EvidenceItem& list) const;
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
-    bool is_strange(const EvidenceItem& list) const;
-    std::map<const EvidenceItem*, unsigned> strangers() const;
+    bool is_from_own_address(const EvidenceItem& list) const;
+    void number_signers();
     bool is_provisional() const;
     static bool have_same_signer(const List& a, const List& b);
     bool is_worth_keeping(const EvidenceItem& item);

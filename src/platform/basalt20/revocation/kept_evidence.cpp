@@ -133,9 +133,13 @@ bool EvidenceKeeper::is_made_ahead(const EvidenceItem& item) {
 
 // An older one may be as authentic, and knows less; so does a list of another scope, or one that
 // tells what has changed. What revokes for good gives way to nothing that voids less.
-bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& older) {
-    if (const Charge old = charge_of(older); old.first > 0 && old > charge_of(newer)) {
+bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& older, bool lifts) {
+    const Charge old = charge_of(older);
+    if (old.first > 0 && old > charge_of(newer)) {
         return false;
+    }
+    if (newer.list && old != Charge{} && !lifts && newer.list->key_identifier_bytes.empty()) {
+        return false; // they may be by two keys
     }
     if (newer.list) {
         const auto edition = [](const CrlFacts& list) {
@@ -155,15 +159,15 @@ bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& o
 }
 
 // Beside what was kept before and isn't out of date by this.
-void EvidenceKeeper::keep(const EvidenceItem& item, const std::string& key) {
+void EvidenceKeeper::keep(const EvidenceItem& item, const std::string& key, bool lifts) {
     std::vector<EvidenceItem> kept;
     for (std::vector<BYTE>& object : kept_objects(key)) {
         EvidenceItem old =
             fetched_item(EvidenceSource::cache, item.url, item.kind(), std::move(object));
-        if (!old.usable() || is_made_ahead(old) || supersedes(item, old)) {
+        if (!old.usable() || is_made_ahead(old) || supersedes(item, old, lifts)) {
             continue;
         }
-        if (say_the_same(old, item) || supersedes(old, item)) {
+        if (say_the_same(old, item) || supersedes(old, item, false)) {
             return;
         }
         kept.push_back(std::move(old));

@@ -26,9 +26,11 @@ public:
     // All three of usable items.
     bool revokes_for_good(const EvidenceItem& item);
     bool is_made_ahead(const EvidenceItem& item);
-    bool supersedes(const EvidenceItem& newer, const EvidenceItem& older); // of one kind
+    // Of one kind. `lifts`: a hold that the older one tells, whoever has told it, since the newer
+    // one is by the issuer's key.
+    bool supersedes(const EvidenceItem& newer, const EvidenceItem& older, bool lifts);
 
-    void keep(const EvidenceItem& item, const std::string& key);
+    void keep(const EvidenceItem& item, const std::string& key, bool lifts);
 
 private:
     using Charge = std::pair<int, FileTicks>; // its gravity; and the earlier the more: inverted

@@ -91,18 +91,18 @@ std::optional<std::size_t> last_word_on_hold(std::span<const Statement> statemen
     return found && is_hold_that_counts(statements[*found], moments) ? found : std::nullopt;
 }
 
-// One that has run out, or that strangers alone lift who haven't told it.
+// One that has run out, or that others alone lift than its teller and the issuer's key.
 std::optional<std::size_t> doubtful_hold(std::span<const Statement> statements,
                                          const Moments& moments) {
     std::set<unsigned> tellers;
     for (const Statement& s : statements) {
         if (is_hold_that_counts(s, moments)) {
-            tellers.insert(s.stranger);
+            tellers.insert(s.signer);
         }
     }
     for (const unsigned teller : tellers) {
         const auto found = last_word_on_hold(statements, moments, [&](const Statement& s) {
-            return s.stranger == 0 || s.stranger == teller;
+            return s.signer == 0 || s.signer == teller;
         });
         if (found) {
             return found;
@@ -113,7 +113,7 @@ std::optional<std::size_t> doubtful_hold(std::span<const Statement> statements,
 
 // Covering statements, newest first, until they speak of every reason together.
 Ruling sum_of_reasons(std::span<const Statement> statements, const Moments& moments,
-                      bool with_strangers) {
+                      bool with_strange) {
     std::vector<std::size_t> order(statements.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
@@ -123,7 +123,7 @@ Ruling sum_of_reasons(std::span<const Statement> statements, const Moments& mome
     ReasonSet sum = 0;
     for (const std::size_t i : order) {
         const Statement& s = statements[i];
-        if ((with_strangers || s.stranger == 0) && covers(s, moments) && (s.reasons & ~sum) != 0) {
+        if ((with_strange || !s.strange) && covers(s, moments) && (s.reasons & ~sum) != 0) {
             sum |= s.reasons;
             ruling.deciding.push_back(i);
         }
@@ -205,8 +205,8 @@ Ruling rule(std::span<const Statement> statements, const Moments& moments) {
         return ruling;
     }
     Ruling sum = sum_of_reasons(statements, moments, true);
-    sum.takes_strangers = sum.standing == Standing::good &&
-                          sum_of_reasons(statements, moments, false).standing == Standing::unknown;
+    sum.takes_strange = sum.standing == Standing::good &&
+                        sum_of_reasons(statements, moments, false).standing == Standing::unknown;
     return sum;
 }
 

@@ -57,9 +57,12 @@ struct Statement {
     FileTicks revoked_at = 0;
     ReasonSet reasons = kAllReasons; // that it speaks of
     bool complete = true;            // false for a delta alone: its silence means nothing
-    // Who made it, where he is believed, but may not know of this certificate: he revokes, and
-    // lifts no hold that others tell. One number for each; 0 for whoever knows of it.
-    unsigned stranger = 0;
+    // Who made it: 0 for the key that issued the certificate and whom it has named, one number for
+    // each other key of its name. What one of these tells of a hold nobody but himself lifts, or
+    // that key.
+    unsigned signer = 0;
+    // By such a key, and not from where the certificate's own lists are: he may not know of it.
+    bool strange = false;
     // The certificates that expired since then are still listed (expiredCertsOnCRL, archiveCutoff).
     std::optional<FileTicks> reaches_back_to;
 };
@@ -81,10 +84,10 @@ struct Ruling {
     UnknownCause cause = UnknownCause::no_source; // never unreachable or exhausted
     bool revoked_later = false;                   // after the stamp, and voids it all the same
     bool may_be_lifted = false;                   // revoked by a hold: a newer word goes before it
-    // Unknown for a hold that has run out, or that strangers alone lift who haven't told it: the
-    // others may tell that it still is.
+    // Unknown for a hold that has run out, or that others alone lift than who may: those may tell
+    // that it still is.
     bool is_hold_in_doubt = false;
-    bool takes_strangers = false;                // good, and unknown without them
+    bool takes_strange = false;                  // good, and unknown without the strange statements
     std::vector<std::size_t> telling_compromise; // of the statements, whichever decided
     std::vector<std::size_t> deciding;           // indices of the statements that decided
 };

@@ -309,15 +309,20 @@ TEST(RuleTest, TheLatestWordOnAHoldCounts) {
     EXPECT_EQ(ruling.deciding, std::vector<std::size_t>{1}) << "what tells the hold is reported";
 }
 
-TEST(RuleTest, StrangersRevokeAndLiftNothing) {
-    const auto strange = [](Statement s, unsigned stranger = 1) {
-        s.stranger = stranger;
+TEST(RuleTest, OtherKeysRevokeAndLiftNothing) {
+    const auto by = [](unsigned signer, Statement s) {
+        s.signer = signer;
+        return s;
+    };
+    const auto strange = [&](const Statement& of, unsigned signer = 1) {
+        Statement s = by(signer, of);
+        s.strange = true;
         return s;
     };
     const struct {
         Case of;
         bool is_hold_in_doubt;
-        bool takes_strangers;
+        bool takes_strange;
     } cases[] = {
         {{"good by strangers", {strange(good(5, 15))}, 100, 10, kGood}, false, true},
         {{"good by others, too", {good(4, 15), strange(good(5, 15))}, 100, 10, kGood},
@@ -392,6 +397,21 @@ TEST(RuleTest, StrangersRevokeAndLiftNothing) {
           kGood},
          false,
          true},
+        {{"lifted by another key at the certificate's own address",
+          {revoked(5, 15, -1, 6), by(1, good(6, 15))},
+          100,
+          10,
+          kUnknown,
+          kTooOld},
+         true,
+         false},
+        {{"told there by another key, and lifted by the issuer's",
+          {by(1, revoked(5, 15, -1, 6)), good(6, 15)},
+          100,
+          10,
+          kGood},
+         false,
+         false},
         {{"told by both",
           {revoked(5, 15, -1, 6), strange(revoked(6, 15, -1, 6))},
           100,
@@ -407,7 +427,7 @@ TEST(RuleTest, StrangersRevokeAndLiftNothing) {
                 rule(c.of.statements, {kStamp, at(c.of.end), at(c.of.now), is_signer});
             SCOPED_TRACE(c.of.name);
             EXPECT_EQ(ruling.is_hold_in_doubt, c.is_hold_in_doubt);
-            EXPECT_EQ(ruling.takes_strangers, c.takes_strangers);
+            EXPECT_EQ(ruling.takes_strange, c.takes_strange);
         }
     }
 }
