@@ -1,9 +1,9 @@
 // What several verdicts have together: one deadline for what they fetch, and the memory of what has
 // failed and of what was answered, so that an address is asked once and not by each of them, be it
-// silent or of no use; and the processor's work
-// for signatures and keys, so that a file of many dear stamps costs no more than one. Issuers have
-// a time of their own, for strangers may have chosen who is asked for them: what that takes is
-// taken from nobody else. Any thread; nothing fails but for lack of memory.
+// silent or of no use; and the processor's work for signatures and keys, so that a file of many
+// dear stamps costs no more than one. Issuers have a time of their own, for strangers may have
+// chosen who is asked for them: what that takes is taken from nobody else. Any thread; nothing
+// fails but for lack of memory.
 #pragma once
 
 #include <basalt/types.h>

@@ -91,7 +91,7 @@ std::optional<std::size_t> last_word_on_hold(std::span<const Statement> statemen
     return found && is_hold_that_counts(statements[*found], moments) ? found : std::nullopt;
 }
 
-// One that has run out, or that others alone lift than its teller and the issuer's key.
+// One that has run out, or that neither its teller nor the issuer's key has lifted.
 std::optional<std::size_t> doubtful_hold(std::span<const Statement> statements,
                                          const Moments& moments) {
     std::set<unsigned> tellers;

@@ -84,7 +84,7 @@ struct Ruling {
     UnknownCause cause = UnknownCause::no_source; // never unreachable or exhausted
     bool revoked_later = false;                   // after the stamp, and voids it all the same
     bool may_be_lifted = false;                   // revoked by a hold: a newer word goes before it
-    // Unknown for a hold that has run out, or that others alone lift than who may: those may tell
+    // Unknown for a hold that has run out, or that only those lift who may not: who may could tell
     // that it still is.
     bool is_hold_in_doubt = false;
     bool takes_strange = false;                  // good, and unknown without the strange statements
