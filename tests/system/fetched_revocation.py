@@ -639,12 +639,14 @@ class FetchedRevocation(FetchedTest):
         """A hold that its old key told stays in doubt: the list of each key may be of what it has issued itself, and whoever
         answers at the certificate's own address chooses among them."""
         renewed = self.authority_named("ca", self.root, "root.crl")
+        neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
         stamp = self.stamp_of(self.signer, self.ca, renewed)
         for options in ((), AVAILABLE):
-            self.begin("ca.crl", list_of(self.ca, (self.signer, "certificate_hold")))
-            self.refused(stamp, *options)
+            self.begin("ca.crl", list_of(self.ca, (self.signer, "certificate_hold"), until=-HOUR / 60))
+            self.leaves_hold_open(stamp, *options)
             for by, judge in ((renewed, self.leaves_hold_open), (self.ca, self.passes)):
                 self.publish("ca.crl", list_of(by, made=HOUR, number=2))
+                self.verify(self.stamp_of(neighbour, self.ca, renewed), *options)  # of whom nobody tells a hold
                 with self.subTest(options=options, lifted_by_the_same=by is self.ca):
                     judge(stamp, *options)
                     judge(stamp, *options)
@@ -690,6 +692,7 @@ class FetchedRevocation(FetchedTest):
         unknown, critical = b"\x06\x03\x2a\x03\x04", b"\x01\x01\xff"
         of_issuer = b"\x06\x03\x55\x1d\x1d" + critical
         another = of_issuer + element(4, element(0x30, element(0xA4, forge.name_of("another").dump())))
+        many = element(0xA4, forge.name_of("another").dump()) * 1500
         padding = element(0xA0, element(0x30, element(0x30, unknown + element(4, bytes(70_000)))))
         for name, content, status in (
                 ("nothing odd", listing(entry(other)), GOOD),
@@ -698,6 +701,8 @@ class FetchedRevocation(FetchedTest):
                 ("about it, unknown, critical", listing(entry(self.signer, unknown + critical + b"\x04\x00")), UNREACHABLE),
                 ("about it", listing(entry(other), entry(self.signer)), REFUSED),
                 ("behind another issuer's", listing(entry(other, another), entry(self.signer)), GOOD),
+                ("behind many others' names", listing(entry(other, of_issuer + element(4, element(0x30, many))),
+                                                      *[entry(self.signer)] * 1500), GOOD),
                 ("about it, of an issuer that can't be read",
                  listing(entry(other, another), entry(self.signer, of_issuer + b"\x04\x01\xff")), UNREACHABLE),
                 ("its entries under a longer tag", listing(entry(self.signer), tag=b"\x3f\x10"), UNREACHABLE),
@@ -707,7 +712,9 @@ class FetchedRevocation(FetchedTest):
             self.begin("ca.crl", content)
             for options in ((), ("--offline",)):
                 with self.subTest(name, options=options):
+                    started = time.monotonic()
                     self.expect(self.verify(stamp, *options), status)
+                    self.assertLess(time.monotonic() - started, 8, "seconds; the names are read once")
             if "about it" in name:
                 with self.subTest(name, options=AVAILABLE):
                     self.expect(self.verify(stamp, *AVAILABLE), status)

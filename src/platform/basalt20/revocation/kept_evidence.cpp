@@ -138,8 +138,9 @@ bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& o
     if (old.first > 0 && old > charge_of(newer)) {
         return false;
     }
-    if (newer.list && old != Charge{} && !lifts && newer.list->key_identifier_bytes.empty()) {
-        return false; // they may be by two keys
+    if (newer.list && !lifts && newer.list->key_identifier_bytes.empty() &&
+        !older.list->parts.entries.empty()) {
+        return false; // they may be by two keys; of whom there are holds another one may be asked
     }
     if (newer.list) {
         const auto edition = [](const CrlFacts& list) {

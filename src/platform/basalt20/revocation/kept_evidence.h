@@ -26,8 +26,8 @@ public:
     // All three of usable items.
     bool revokes_for_good(const EvidenceItem& item);
     bool is_made_ahead(const EvidenceItem& item);
-    // Of one kind. `lifts`: a hold that the older one tells, whoever has told it, since the newer
-    // one is by the issuer's key.
+    // Of one kind. `lifts`: the newer one is by the issuer's key, which lifts a hold that the older
+    // one tells, whoever has told it.
     bool supersedes(const EvidenceItem& newer, const EvidenceItem& older, bool lifts);
 
     void keep(const EvidenceItem& item, const std::string& key, bool lifts);

@@ -59,9 +59,22 @@ public:
     IssuerOfEntries(const X509_NAME* of_list, const X509_NAME* wanted)
         : of_list_(of_list), wanted_(wanted) {}
 
-    void take(Bytes issuers) { issuers_ = issuers.empty() ? issuers_ : issuers; }
+    void take(Bytes issuers) {
+        if (!issuers.empty()) {
+            issuers_ = issuers;
+            is_wanted_.reset();
+        }
+    }
 
-    bool is_wanted() const {
+    bool is_wanted() {
+        if (!is_wanted_) {
+            is_wanted_ = look();
+        }
+        return *is_wanted_;
+    }
+
+private:
+    bool look() const {
         if (issuers_.empty()) {
             return X509_NAME_cmp(of_list_, wanted_) == 0;
         }
@@ -71,10 +84,10 @@ public:
         return decoded == nullptr || names(decoded.get(), wanted_); // it was read before
     }
 
-private:
     const X509_NAME* of_list_;
     const X509_NAME* wanted_;
     Bytes issuers_;
+    std::optional<bool> is_wanted_; // by these
 };
 
 // The contents of the INTEGER, as a list has them.
