@@ -138,9 +138,11 @@ bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& o
     if (old.first > 0 && old > charge_of(newer)) {
         return false;
     }
+    // They may be by two keys; of whom there are holds another one may be asked. Indirect lists are
+    // dear to look into, and so don't pile up.
     if (newer.list && !lifts && newer.list->key_identifier_bytes.empty() &&
-        !older.list->parts.entries.empty()) {
-        return false; // they may be by two keys; of whom there are holds another one may be asked
+        !older.list->parts.entries.empty() && (old != Charge{} || !newer.list->is_indirect())) {
+        return false;
     }
     if (newer.list) {
         const auto edition = [](const CrlFacts& list) {
