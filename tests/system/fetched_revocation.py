@@ -3,6 +3,7 @@ does what comes beside it keep anybody from being asked."""
 
 import collections
 import datetime
+import functools
 import hashlib
 import shutil
 import time
@@ -158,6 +159,12 @@ class FetchedRevocation(FetchedTest):
         self.refuses(self.stamp_of(self.signer, self.ca, lister), REVOKED)
         self.publish("ca.crl", list_of(self.ca, made=HOUR))
         self.passes(stamp)  # without the certificate of who had told the hold
+        self.begin("ca.crl", list_of(lister, (self.signer, "certificate_hold")))
+        self.refuses(self.stamp_of(self.signer, self.ca, lister), REVOKED)
+        self.publish("ca.crl", list_of(lister, made=HOUR))
+        self.passes(self.stamp_of(self.signer, self.ca, lister))
+        self.server.pages.clear()
+        self.passes(stamp, *AVAILABLE)
 
     def test_a_hold_that_has_run_out_is_lifted_by_nothing_older(self):
         asking = forge.issue(self.folder, "asking", self.ca, ocsp_url=self.url + "ocsp")
@@ -320,6 +327,30 @@ class FetchedRevocation(FetchedTest):
                 with self.subTest(name, options=options):
                     self.refuses(stamp, REVOKED, *options)
 
+    def test_lists_by_other_keys_push_out_no_hold(self):
+        """They come for a neighbour's sake, whose own hold keeps having the address asked; anybody may answer there."""
+        others = [self.authority_named("ca", self.root, "root.crl") for _ in range(4)]
+        neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
+        lister, relister = (self.authority_named("lister", self.root, "root.crl") for _ in range(2))
+        (listed, list_for_all), (_, list_again_for_all) = (self.listed_by(one, self.ca) for one in (lister, relister))
+        listed_neighbour, _ = self.listed_by(lister, self.ca)
+        def by(*keys):
+            return [functools.partial(list_of, key) for key in keys]
+        for name, page, signer, asked, own, later, above in (
+                ("editions", "ca.crl", self.signer, neighbour, *by(self.ca), by(*others[:1] * 4), others),
+                ("keys", "ca.crl", self.signer, neighbour, *by(self.ca), by(*others), others),
+                ("indirect", "all.crl", listed, listed_neighbour, list_for_all, [list_again_for_all] * 4, [lister, relister])):
+            stamp = self.stamp_of(signer, self.ca, *above)
+            held = forge.among_lists(answer_of(self.ca, asked, "certificate_hold", made=HOUR))
+            for options in ((), AVAILABLE):
+                self.begin(page, own((signer, "certificate_hold"), made=2 * HOUR))
+                with self.subTest(name, options=options):
+                    self.refuses(stamp, REVOKED, *options)
+                    for i, make in enumerate(later):
+                        self.publish(page, make((others[0], "superseded"), made=HOUR - i * HOUR / 12, number=9 + i))
+                        self.verify(self.stamp_of(asked, self.ca, *above, lists=[held]))
+                    self.leaves_hold_open(stamp, *options)
+
     def test_another_certificate_of_an_authority_is_asked_for(self):
         """One that isn't right comes along, or was fetched for an older stamp: the right one lies where its signers say."""
         self.workspace.configure('[config.network]\nFetchIssuers = "anywhere"\n')
@@ -400,9 +431,9 @@ class FetchedRevocation(FetchedTest):
              "extn_value": [{"distribution_point": where, "crl_issuer": of_lister}]}])
         named = {"extn_id": "certificate_issuer", "critical": True, "extn_value": of_ca}
 
-        def list_for_all(*revoked):
+        def list_for_all(*revoked, **more):
             point = scope(distribution_point=where, indirect_crl=True)
-            content = crl.CertificateList.load(list_of(lister, *revoked, extensions=[point]))["tbs_cert_list"]
+            content = crl.CertificateList.load(list_of(lister, *revoked, extensions=[point], **more))["tbs_cert_list"]
             for entry in content["revoked_certificates"]:
                 entry["crl_entry_extensions"] = [*entry["crl_entry_extensions"], named]
             signed = content.dump(force=True)

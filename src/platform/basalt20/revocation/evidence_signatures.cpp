@@ -35,6 +35,20 @@ AnyOwner as_any(Bytes encoded) {
 
 } // namespace
 
+bool has_signed(EVP_PKEY* key, const CrlFacts& list) {
+    const X509_ALGOR* algorithm = nullptr;
+    const ASN1_BIT_STRING* signature = nullptr;
+    X509_CRL_get0_signature(list.head.get(), &signature, &algorithm);
+    if (key == nullptr || !fits(algorithm, key)) {
+        return false;
+    }
+    const AnyOwner signed_part = as_any(list.parts.signed_part);
+    const bool good = signed_part && ASN1_item_verify(ASN1_ITEM_rptr(ASN1_ANY), algorithm,
+                                                      signature, signed_part.get(), key) == 1;
+    ERR_clear_error();
+    return good;
+}
+
 const X509Entry* EvidenceSignatures::of_same_key(const X509Entry& signer) {
     const auto [place, is_new] = of_same_key_.try_emplace(&signer, &signer);
     if (is_new) {
@@ -74,13 +88,9 @@ bool EvidenceSignatures::look_up(const void* object, const X509_ALGOR* algorithm
 bool EvidenceSignatures::good(const CrlFacts& list, const X509Entry& signer, StrengthLevel level,
                               bool given, std::size_t octets) {
     const X509_ALGOR* algorithm = nullptr;
-    const ASN1_BIT_STRING* signature = nullptr;
-    X509_CRL_get0_signature(list.head.get(), &signature, &algorithm);
-    return look_up(&list, algorithm, signer, level, {given, octets}, [&](EVP_PKEY* key) {
-        const AnyOwner signed_part = as_any(list.parts.signed_part);
-        return signed_part && ASN1_item_verify(ASN1_ITEM_rptr(ASN1_ANY), algorithm, signature,
-                                               signed_part.get(), key) == 1;
-    });
+    X509_CRL_get0_signature(list.head.get(), nullptr, &algorithm);
+    return look_up(&list, algorithm, signer, level, {given, octets},
+                   [&](EVP_PKEY* key) { return has_signed(key, list); });
 }
 
 bool EvidenceSignatures::good(const OcspFacts& answer, const X509Entry& signer, StrengthLevel level,

@@ -14,6 +14,9 @@
 
 namespace basalt {
 
+// Whatever it costs, and of whatever strength; null is nobody's key.
+bool has_signed(EVP_PKEY* key, const CrlFacts& list);
+
 class EvidenceSignatures {
 public:
     explicit EvidenceSignatures(Budget& budget) : budget_(budget) {}

@@ -161,7 +161,7 @@ bool Inquiry::consider_cached(const std::string& key, const std::string& url, Ev
     // is about others than this one, doesn't undo it. What has come since may.
     const auto is_superseded = [&](const EvidenceItem& old) {
         return std::any_of(items.begin(), items.end(), [&](const EvidenceItem* other) {
-            return is_accepted(*other) && keeper_.supersedes(*other, old, is_by_issuer(*other));
+            return is_accepted(*other) && supersedes(*other, old);
         });
     };
     std::copy_if(items.begin(), items.end(), std::back_inserter(contradicting_),
@@ -194,15 +194,30 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
     static_cast<void>(consider({item}));
     note_unheard(*item);
     if (is_worth_keeping(*item)) {
-        // Of whose signer nothing is known mustn't take the place of what is sure.
-        if (std::find(doubtful_.begin(), doubtful_.end(), item) == doubtful_.end()) {
-            keeper_.keep(*item, key, is_by_issuer(*item));
-        }
-        if (keeper_.revokes_for_good(*item)) {
-            keeper_.keep(*item, keeper_.key_of_revocation(kind, url), is_by_issuer(*item));
-        }
+        keep(*item);
     }
     return ends_search();
+}
+
+void Inquiry::keep(const EvidenceItem& item) {
+    const List* list = accepted_list(item);
+    const X509* signer = list != nullptr ? list->signer->certificate.get() : nullptr;
+    // Of whose signer nothing is known mustn't take the place of what is sure.
+    if (std::find(doubtful_.begin(), doubtful_.end(), &item) == doubtful_.end()) {
+        keeper_.keep(item, keeper_.key_of(item.kind(), item.url), signer);
+    }
+    if (keeper_.revokes_for_good(item)) {
+        keeper_.keep(item, keeper_.key_of_revocation(item.kind(), item.url), signer);
+    }
+}
+
+// Whether what was accepted undoes what was kept. The issuer's key lifts whatever hold was told.
+bool Inquiry::supersedes(const EvidenceItem& newer, const EvidenceItem& kept) {
+    const List* list = accepted_list(newer);
+    return keeper_.supersedes(newer, kept) &&
+           (list == nullptr || list->by_issuer ||
+            session_.signatures.good(*kept.list, *list->signer, question_.strength, kept.given(),
+                                     kept.octets_to_pay()));
 }
 
 void Inquiry::note_unheard(const EvidenceItem& fetched) {
@@ -311,15 +326,15 @@ void Inquiry::accept(const EvidenceItem& item) {
 }
 
 bool Inquiry::is_accepted(const EvidenceItem& item) const {
-    return std::any_of(answers_.begin(), answers_.end(),
-                       [&](const Answer& answer) { return answer.item == &item; }) ||
-           std::any_of(lists_.begin(), lists_.end(),
-                       [&](const List& list) { return list.item == &item; });
+    return accepted_list(item) != nullptr ||
+           std::any_of(answers_.begin(), answers_.end(),
+                       [&](const Answer& answer) { return answer.item == &item; });
 }
 
-bool Inquiry::is_by_issuer(const EvidenceItem& item) const {
-    return std::any_of(lists_.begin(), lists_.end(),
-                       [&](const List& list) { return list.item == &item && list.by_issuer; });
+const Inquiry::List* Inquiry::accepted_list(const EvidenceItem& item) const {
+    const auto found = std::find_if(lists_.begin(), lists_.end(),
+                                    [&](const List& list) { return list.item == &item; });
+    return found == lists_.end() ? nullptr : &*found;
 }
 
 // What was kept twice is heard once.

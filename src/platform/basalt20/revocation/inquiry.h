@@ -44,6 +44,7 @@ private:
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);
     bool may_speak_against(const EvidenceItem& item);
+    void keep(const EvidenceItem& item);
     static void put_in_order(Items& items);
     void put_weightiest_first(Items& items);
     std::size_t comparisons_for(const EvidenceItem& item) const;
@@ -53,7 +54,8 @@ private:
     void accept(const EvidenceItem& item);
     bool hears(const EvidenceItem& item, bool (EvidenceSigner::*has_signed)(const EvidenceItem&));
     bool is_accepted(const EvidenceItem& item) const;
-    bool is_by_issuer(const EvidenceItem& list) const;
+    const List* accepted_list(const EvidenceItem& item) const; // null when it isn't one
+    bool supersedes(const EvidenceItem& newer, const EvidenceItem& kept);
     bool is_heard_already(const EvidenceItem& item) const;
     bool is_beyond_doubt(const Items& origin) const;
     bool is_from_own_address(const EvidenceItem& list) const;

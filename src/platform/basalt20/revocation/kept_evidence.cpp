@@ -2,6 +2,7 @@
 
 #include <basalt/certificate/key_bits.h>
 #include <basalt/network/retrieval_cache.h>
+#include <basalt/revocation/evidence_signatures.h>
 #include <basalt/revocation/listing.h>
 
 #include <algorithm>
@@ -31,10 +32,9 @@ std::string serial_number_of(const X509* certificate) {
                               static_cast<std::size_t>(number->length));
 }
 
-// Whether both would speak of the same certificates for the same reasons.
+// Whether both, by one key, would speak of the same certificates for the same reasons.
 bool have_same_scope(const CrlFacts& a, const CrlFacts& b) {
     return a.is_delta() == b.is_delta() && a.point_bytes == b.point_bytes &&
-           a.key_identifier_bytes == b.key_identifier_bytes &&
            X509_NAME_cmp(a.issuer(), b.issuer()) == 0;
 }
 
@@ -133,15 +133,9 @@ bool EvidenceKeeper::is_made_ahead(const EvidenceItem& item) {
 
 // An older one may be as authentic, and knows less; so does a list of another scope, or one that
 // tells what has changed. What revokes for good gives way to nothing that voids less.
-bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& older, bool lifts) {
+bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& older) {
     const Charge old = charge_of(older);
     if (old.first > 0 && old > charge_of(newer)) {
-        return false;
-    }
-    // They may be by two keys; of whom there are holds another one may be asked. Indirect lists are
-    // dear to look into, and so don't pile up.
-    if (newer.list && !lifts && newer.list->key_identifier_bytes.empty() &&
-        !older.list->parts.entries.empty() && (old != Charge{} || !newer.list->is_indirect())) {
         return false;
     }
     if (newer.list) {
@@ -161,30 +155,39 @@ bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& o
     return edition(*newer.answer) > edition(*older.answer);
 }
 
-// Beside what was kept before and isn't out of date by this.
-void EvidenceKeeper::keep(const EvidenceItem& item, const std::string& key, bool lifts) {
+// Beside what was kept before and isn't out of date by this. What another key has signed is never
+// that: it may tell of holds of which this one's lists know nothing.
+void EvidenceKeeper::keep(const EvidenceItem& item, const std::string& key, const X509* signer) {
     std::vector<EvidenceItem> kept;
     for (std::vector<BYTE>& object : kept_objects(key)) {
         EvidenceItem old =
             fetched_item(EvidenceSource::cache, item.url, item.kind(), std::move(object));
-        if (!old.usable() || is_made_ahead(old) || supersedes(item, old, lifts)) {
+        if (!old.usable() || is_made_ahead(old)) {
             continue;
         }
-        if (say_the_same(old, item) || supersedes(old, item, false)) {
-            return;
+        if (old.answer || has_signed(X509_get0_pubkey(signer), *old.list)) {
+            if (supersedes(item, old)) {
+                continue;
+            }
+            if (say_the_same(old, item) || supersedes(old, item)) {
+                return;
+            }
         }
         kept.push_back(std::move(old));
     }
-    // The one that says the least goes.
+    // The one that says the least goes; of lists the issuer's own stay longest, since anybody's may
+    // come for the sake of other certificates.
     if (kept.size() >= kMostKept) {
         const auto weight = [&](const EvidenceItem& one) {
-            return std::tuple(charge_of(one), one.list && !one.list->parts.entries.empty(),
+            return std::tuple(one.list && has_signed(X509_get0_pubkey(issuer_), *one.list),
+                              charge_of(one), one.list && !one.list->parts.entries.empty(),
                               one.made_at());
         };
-        kept.erase(std::min_element(kept.begin(), kept.end(),
-                                    [&](const EvidenceItem& one, const EvidenceItem& other) {
-                                        return weight(one) < weight(other);
-                                    }));
+        using Weight = decltype(weight(kept.front()));
+        std::vector<Weight> weights;
+        std::transform(kept.begin(), kept.end(), std::back_inserter(weights), weight);
+        kept.erase(kept.begin() +
+                   (std::min_element(weights.begin(), weights.end()) - weights.begin()));
     }
     std::vector<Bytes> objects{item.encoded};
     for (const EvidenceItem& old : kept) {

@@ -26,11 +26,12 @@ public:
     // All three of usable items.
     bool revokes_for_good(const EvidenceItem& item);
     bool is_made_ahead(const EvidenceItem& item);
-    // Of one kind. `lifts`: the newer one is by the issuer's key, which lifts a hold that the older
-    // one tells, whoever has told it.
-    bool supersedes(const EvidenceItem& newer, const EvidenceItem& older, bool lifts);
+    // Of one kind. Of lists it is for the caller to know that both are by one key, or the newer one
+    // by the issuer's, which lifts the holds that others have told.
+    bool supersedes(const EvidenceItem& newer, const EvidenceItem& older);
 
-    void keep(const EvidenceItem& item, const std::string& key, bool lifts);
+    // `signer`: who signed it, of a list.
+    void keep(const EvidenceItem& item, const std::string& key, const X509* signer);
 
 private:
     using Charge = std::pair<int, FileTicks>; // its gravity; and the earlier the more: inverted
