@@ -339,7 +339,8 @@ class FetchedRevocation(FetchedTest):
         for name, page, signer, asked, own, later, above in (
                 ("editions", "ca.crl", self.signer, neighbour, *by(self.ca), by(*others[:1] * 4), others),
                 ("keys", "ca.crl", self.signer, neighbour, *by(self.ca), by(*others), others),
-                ("indirect", "all.crl", listed, listed_neighbour, list_for_all, [list_again_for_all] * 4, [lister, relister])):
+                ("indirect", "all.crl", listed, listed_neighbour, list_for_all, [list_again_for_all] * 4,
+                 [lister, relister])):
             stamp = self.stamp_of(signer, self.ca, *above)
             held = forge.among_lists(answer_of(self.ca, asked, "certificate_hold", made=HOUR))
             for options in ((), AVAILABLE):
@@ -782,7 +783,7 @@ class FetchedRevocation(FetchedTest):
 
     def test_an_authority_is_the_same_however_its_name_is_written(self):
         content = list_of(self.ca, (self.signer, "key_compromise"))
-        other = forge.issue(self.folder, "CA", self.root, ca=True, usage=None, key=self.ca.key, crl_url=self.url + "root.crl")
+        other = self.authority_named("CA", self.root, "root.crl", key=self.ca.key)
         self.begin("ca.crl", content)
         self.refuses(self.stamp_of(self.signer, self.ca), REVOKED)
         self.refuses(self.stamp_of(self.signer, other), REVOKED, "--offline", *AVAILABLE)

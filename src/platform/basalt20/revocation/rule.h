@@ -57,9 +57,9 @@ struct Statement {
     FileTicks revoked_at = 0;
     ReasonSet reasons = kAllReasons; // that it speaks of
     bool complete = true;            // false for a delta alone: its silence means nothing
-    // Who made it: 0 for the key that issued the certificate and whom it has named, one number for
-    // each other key of its name. What one of these tells of a hold nobody but himself lifts, or
-    // that key.
+    // Who made it: 0 for the key that issued the certificate and its responders, one number for
+    // each other key that signs lists. What one of these tells of a hold nobody but himself lifts,
+    // or that key.
     unsigned signer = 0;
     // By such a key, and not from where the certificate's own lists are: he may not know of it.
     bool strange = false;
