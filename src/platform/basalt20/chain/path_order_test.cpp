@@ -244,6 +244,46 @@ TEST_F(PathOrderTest, DecoysAndCirclesLeadNobodyAstray) {
     expect(CERT_E_CHAINING, {root_.get()}, *stamper_, {back.get(), forth.get()});
 }
 
+// Two authorities have certified each other, and the one leads to the anchor through the other
+// alone: beside a way on which that other one stands already there may be a way on which it
+// doesn't.
+TEST_F(PathOrderTest, WhatACircleClosesOnOneWayIsOpenOnAnother) {
+    constexpr int kCompromised = 1;
+    const auto inner = make_party({"inner", root_.get(), kAuthority});
+    const auto outer = make_party({"outer", inner.get(), kAuthority});
+    CertificateSpec back_spec{"inner", outer.get(), kAuthority};
+    back_spec.same_key = inner.get();
+    const auto back = make_party(back_spec);
+    const auto above = make_party({"above", outer.get(), kAuthority});
+    const auto middle = make_party({"middle", above.get(), kAuthority});
+    CertificateSpec constrained_spec{"middle", inner.get(),
+                                     std::string(kAuthority) +
+                                         "\nnameConstraints=critical,permitted;dirName:names\n"
+                                         "[names]\nCN=elsewhere\n"};
+    constrained_spec.same_key = middle.get();
+    const auto stamper = make_party({"stamper", middle.get(), kStamper});
+    CertificateSpec thief_spec{"thief", root_.get(), kStamper};
+    thief_spec.same_key = stamper.get();
+    const auto thief = make_party(thief_spec);
+    std::vector<std::string> lists{
+        make_list({middle.get(), -1, 100, {{stamper.get(), -10, kCompromised}}})};
+    for (const Party* authority : {root_.get(), inner.get(), outer.get(), above.get()}) {
+        lists.push_back(make_list({authority, -1, 100}));
+    }
+    for (const bool comes_first : {true, false}) {
+        std::unique_ptr<Party> constrained;
+        do {
+            constrained = make_party(constrained_spec);
+        } while ((digest_of(*constrained) < digest_of(*middle)) != comes_first);
+        const Parties bag{inner.get(), back.get(),   outer.get(),
+                          above.get(), middle.get(), constrained.get()};
+        expect(0, {root_.get()}, *stamper, bag);
+        Parties with_stamper = bag;
+        with_stamper.push_back(stamper.get());
+        expect(CRYPT_E_REVOKED, {root_.get()}, *thief, with_stamper, lists);
+    }
+}
+
 TEST_F(PathOrderTest, WhatIsWrongIsToldAlikeInEveryOrder) {
     const auto fake = make_party({"middle", nullptr, kPlainAuthority});
     const auto fake_root = make_party({"root", nullptr, kAuthority});

@@ -26,9 +26,13 @@ bool key_fits_signature(const X509* certificate, const EVP_PKEY* key) {
            (type == EVP_PKEY_RSA && wanted == EVP_PKEY_RSA_PSS);
 }
 
-bool same_key(const PoolCertificate& a, const PoolCertificate& b) {
-    return same_bytes(a.key_bits(), b.key_bits());
+// Or they differ in nothing that a path is made of.
+bool are_one(const PoolCertificate& a, const PoolCertificate& b) {
+    return &a == &b ||
+           (same_bytes(a.key_bits(), b.key_bits()) && same_bytes(a.subject(), b.subject()));
 }
+
+constexpr std::size_t kMostDeadEnds = 4; // that are remembered of one certificate
 
 } // namespace
 
@@ -116,8 +120,10 @@ bool PathSearch::climb() {
     }
     // An anchor that was refused may have another above it.
     bool found_issuer = false;
+    const std::vector<const PoolCertificate*> blocked_before = std::exchange(blocked_by_, {});
     for (PoolCertificate* issuer : ranked_issuers(top)) {
-        if (is_on_path(*issuer)) {
+        if (const PoolCertificate* passed = on_path(*issuer)) {
+            note_blocked({passed});
             continue;
         }
         if (!issuer->is_own() && !may_judge_foreign()) {
@@ -133,18 +139,43 @@ bool PathSearch::climb() {
         ++counts_.steps;
         const bool goes_on = leads_to(top, *issuer);
         found_issuer = found_issuer || goes_on;
-        if (goes_on && !is_dead(*issuer) && climb_once(*issuer)) {
+        if (!goes_on) {
+            continue;
+        }
+        if (const DeadEnd* dead = dead_end_at(*issuer)) {
+            note_blocked(dead->blocked_by);
+        } else if (climb_once(*issuer)) {
             return true;
         }
     }
+    // No way up passes the top itself twice, wherever it stands.
+    std::erase_if(blocked_by_, [&](const PoolCertificate* by) { return are_one(*by, top); });
     if (!reached_anchor_) {
-        dead_[&top] = std::max(dead_[&top], kMaxPathLength - path_.size());
+        note_dead(top);
         if (!found_issuer) {
             note_end();
         }
     }
+    note_blocked(blocked_before);
     reached_anchor_ = reached_anchor_ || reached_before;
     return false;
+}
+
+void PathSearch::note_blocked(const std::vector<const PoolCertificate*>& by) {
+    for (const PoolCertificate* one : by) {
+        if (std::none_of(blocked_by_.begin(), blocked_by_.end(),
+                         [&](const PoolCertificate* known) { return are_one(*known, *one); })) {
+            blocked_by_.push_back(one);
+        }
+    }
+}
+
+void PathSearch::note_dead(const PoolCertificate& top) {
+    std::vector<DeadEnd>& known = dead_[&top];
+    if (known.size() == kMostDeadEnds) {
+        known.erase(known.begin());
+    }
+    known.push_back({kMaxPathLength - path_.size(), blocked_by_});
 }
 
 bool PathSearch::is_barred(PoolCertificate& issuer) {
@@ -225,19 +256,26 @@ void PathSearch::note_end() {
     }
 }
 
-// No certificate twice, and none that differs from one on the path in nothing that a path is made
-// of.
-bool PathSearch::is_on_path(const PoolCertificate& issuer) const {
-    return std::any_of(path_.begin(), path_.end(), [&](const PoolCertificate* passed) {
-        return passed == &issuer ||
-               (same_key(*passed, issuer) && same_bytes(passed->subject(), issuer.subject()));
+const PoolCertificate* PathSearch::on_path(const PoolCertificate& issuer) const {
+    const auto found = std::find_if(path_.begin(), path_.end(), [&](const PoolCertificate* passed) {
+        return are_one(*passed, issuer);
     });
+    return found != path_.end() ? *found : nullptr;
 }
 
-// Nothing led from it to an anchor before, with as many steps left or more.
-bool PathSearch::is_dead(PoolCertificate& certificate) const {
-    const auto found = dead_.find(&certificate);
-    return found != dead_.end() && found->second >= kMaxPathLength - path_.size() - 1;
+// Null when something may lead from it to an anchor, as far as is known.
+const PathSearch::DeadEnd* PathSearch::dead_end_at(const PoolCertificate& certificate) const {
+    const auto known = dead_.find(&certificate);
+    if (known == dead_.end()) {
+        return nullptr;
+    }
+    const auto found =
+        std::find_if(known->second.begin(), known->second.end(), [&](const DeadEnd& dead) {
+            return dead.steps_left >= kMaxPathLength - path_.size() - 1 &&
+                   std::all_of(dead.blocked_by.begin(), dead.blocked_by.end(),
+                               [&](const PoolCertificate* by) { return on_path(*by) != nullptr; });
+        });
+    return found != known->second.end() ? &*found : nullptr;
 }
 
 // Once for all whose issuer has one name and key: very many may lie in the bag.

@@ -89,6 +89,13 @@ private:
         std::vector<PoolCertificate*> ranked;
     };
 
+    // Nothing leads on to an anchor with so many steps left, as long as these are on the path: they
+    // can't be passed twice, and may be free on another way.
+    struct DeadEnd {
+        std::size_t steps_left;
+        std::vector<const PoolCertificate*> blocked_by;
+    };
+
     // A way up: an issuer, and what it was reached by, the first copy of each.
     using Way = std::pair<std::vector<const PoolCertificate*>, const PoolCertificate*>;
 
@@ -101,8 +108,10 @@ private:
     bool may_judge_foreign() const;
     bool offer();
     void note_end();
-    bool is_on_path(const PoolCertificate& issuer) const;
-    bool is_dead(PoolCertificate& certificate) const;
+    const PoolCertificate* on_path(const PoolCertificate& issuer) const; // null when it isn't
+    const DeadEnd* dead_end_at(const PoolCertificate& certificate) const;
+    void note_dead(const PoolCertificate& top);
+    void note_blocked(const std::vector<const PoolCertificate*>& by);
     std::vector<PoolCertificate*> ranked_issuers(PoolCertificate& child);
 
     CertificatePool& pool_;
@@ -120,7 +129,9 @@ private:
     Path path_;
     Path longest_;
     std::vector<PoolCertificate*> dead_ends_;
-    std::unordered_map<const PoolCertificate*, std::size_t> dead_; // with so many steps left
+    std::unordered_map<const PoolCertificate*, std::vector<DeadEnd>> dead_;
+    // What stood in the way below the top, of all that was gone from there.
+    std::vector<const PoolCertificate*> blocked_by_;
     std::set<Way> gone_;
     std::unordered_map<const PoolCertificate*, bool> barred_;
     std::vector<Issuers> issuers_;
