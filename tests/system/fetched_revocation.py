@@ -329,18 +329,21 @@ class FetchedRevocation(FetchedTest):
 
     def test_lists_by_other_keys_push_out_no_hold(self):
         """They come for a neighbour's sake, whose own hold keeps having the address asked; anybody may answer there."""
-        others = [self.authority_named("ca", self.root, "root.crl") for _ in range(4)]
+        *others, another = (self.authority_named("ca", self.root, "root.crl") for _ in range(5))
         neighbour = forge.issue(self.folder, "neighbour", self.ca, crl_url=self.url + "ca.crl")
         lister, relister = (self.authority_named("lister", self.root, "root.crl") for _ in range(2))
         (listed, list_for_all), (_, list_again_for_all) = (self.listed_by(one, self.ca) for one in (lister, relister))
         listed_neighbour, _ = self.listed_by(lister, self.ca)
         def by(*keys):
             return [functools.partial(list_of, key) for key in keys]
-        for name, page, signer, asked, own, later, above in (
-                ("editions", "ca.crl", self.signer, neighbour, *by(self.ca), by(*others[:1] * 4), others),
-                ("keys", "ca.crl", self.signer, neighbour, *by(self.ca), by(*others), others),
-                ("indirect", "all.crl", listed, listed_neighbour, list_for_all, [list_again_for_all] * 4,
-                 [lister, relister])):
+        taken = (others[0], "superseded")
+        here, there = ("ca.crl", self.signer, neighbour), ("all.crl", listed, listed_neighbour)
+        for name, (page, signer, asked), own, teller, later, revoked, above in (
+                ("editions", here, *by(self.ca), None, by(*others[:1] * 4), [taken], others),
+                ("keys", here, *by(self.ca), None, by(*others), [taken], others),
+                ("keys, by another", here, *by(another), another, by(*others), [], others),
+                ("indirect", there, list_for_all, lister, [list_again_for_all] * 4, [taken], [relister])):
+            above = [*above, *([teller] if teller else [])]
             stamp = self.stamp_of(signer, self.ca, *above)
             held = forge.among_lists(answer_of(self.ca, asked, "certificate_hold", made=HOUR))
             for options in ((), AVAILABLE):
@@ -348,9 +351,11 @@ class FetchedRevocation(FetchedTest):
                 with self.subTest(name, options=options):
                     self.refuses(stamp, REVOKED, *options)
                     for i, make in enumerate(later):
-                        self.publish(page, make((others[0], "superseded"), made=HOUR - i * HOUR / 12, number=9 + i))
+                        self.publish(page, make(*revoked, made=HOUR - i * HOUR / 12, number=9 + i))
                         self.verify(self.stamp_of(asked, self.ca, *above, lists=[held]))
                     self.leaves_hold_open(stamp, *options)
+                    if teller:
+                        self.leaves_open(self.stamp_of(signer, self.ca, *above[:-1]), *options)
 
     def test_another_certificate_of_an_authority_is_asked_for(self):
         """One that isn't right comes along, or was fetched for an older stamp: the right one lies where its signers say."""
@@ -757,17 +762,18 @@ class FetchedRevocation(FetchedTest):
         some = scope(only_some_reasons={"key_compromise", "superseded"})
         changes = {"extn_id": "delta_crl_indicator", "critical": True, "extn_value": 1}
         before = (NOW - 3 * HOUR).strftime("%Y-%m-%dT%H:%M:%SZ")
-        for name, content, options in (
-                ("older, as of then", list_of(self.ca, made=forge.days(3)), ("--at", before)),
-                ("for some reasons", list_of(self.ca, made=forge.days(0), extensions=[some]), ()),
-                ("changes alone", list_of(self.ca, made=forge.days(0), extensions=[changes], number=2), ())):
-            with self.subTest(name):
-                self.begin("ca.crl", list_of(self.ca, (self.signer, "key_compromise"), made=HOUR, until=-HOUR / 60))
-                self.refuses(stamp, REVOKED)
-                self.publish("ca.crl", content)
-                self.verify(asked, *options)
-                self.server.pages.clear()
-                self.refuses(stamp, REVOKED, "--offline")
+        for name, content, options, judge_hold in (
+                ("older, as of then", list_of(self.ca, made=forge.days(3)), ("--at", before), self.leaves_hold_open),
+                ("for some reasons", list_of(self.ca, made=forge.days(0), extensions=[some]), (), self.leaves_hold_open),
+                ("changes alone", list_of(self.ca, made=forge.days(0), extensions=[changes], number=2), (), self.refused)):
+            for reason, judge in (("key_compromise", self.refused), ("certificate_hold", judge_hold)):
+                with self.subTest(name, reason=reason):
+                    self.begin("ca.crl", list_of(self.ca, (self.signer, reason), made=HOUR, until=-HOUR / 60))
+                    self.verify(stamp)
+                    self.publish("ca.crl", content)
+                    self.verify(asked, *options)
+                    self.server.pages.clear()
+                    judge(stamp, "--offline")
 
     def test_a_look_back_replaces_no_answer(self):
         """As of a day when it wasn't revoked yet the source is asked, and says what it said then."""
