@@ -844,6 +844,7 @@ class FetchedRevocation(FetchedTest):
         for name, of, lists, options, statuses in (
                 ("its issuer says nothing", signer, said, (), (REFUSED,)),
                 ("on hold", signer, [*said, whole], (), (REFUSED, UNREACHABLE)),
+                ("on hold, offline", signer, [*said, whole], ("--offline",), (UNREACHABLE,)),
                 ("on hold, lifted", signer, [*said, whole, self.root_list], (), (REFUSED,)),
                 ("on hold by a part", signer, [*said, part], (), (REFUSED,)),
                 ("on hold by a part, lifted", signer, [*said, part, self.root_list], (), (REFUSED,)),
@@ -856,6 +857,8 @@ class FetchedRevocation(FetchedTest):
                 self.begin("ocsp", forge.answer_of(responder, self.ca, asking, "key_compromise"))
                 result = self.verify(self.stamp_of(of, self.ca, stolen, thefts, lists=lists), *options)
                 self.assertIn(result.returncode, statuses, result.stderr)
+                if result.returncode == UNREACHABLE and of is signer:
+                    self.expect(result, UNREACHABLE, "somebody calls the key of", "compromised")
 
     def test_of_a_record_the_newest_stamp_is_judged_first(self):
         """What is fetched for its sake speaks of those that it renewed, too."""

@@ -217,10 +217,10 @@ bool KeyHearing::is_in_good_standing(const Path& path, FileTicks said, Doubt& do
         if (speaker.heard_revoked && !speaker.is_on_hold()) {
             return false;
         }
+        doubt.untold = doubt.untold || speaker.cause == UnknownCause::exhausted;
         // A hold may have been lifted: by a stranger's choice of lists nobody falls silent.
-        doubt.untold =
-            doubt.untold || speaker.is_on_hold() || speaker.cause == UnknownCause::exhausted;
-        if (is_open(speaker) && (question_.may_ask_later || !passes(speaker, question_.mode))) {
+        if (speaker.is_on_hold() ||
+            (is_open(speaker) && (question_.may_ask_later || !passes(speaker, question_.mode)))) {
             doubt.open = true;
             doubt.unreached = doubt.unreached.empty() ? speaker.unreached : doubt.unreached;
         }

@@ -35,8 +35,9 @@ public:
         bool compromised = false;
         // More lay at hand than could be looked at. Never of a compromised one.
         bool cut_short = false;
-        // Somebody says that it is, and those who could tell about him weren't asked yet, or told
-        // nothing; the first address of these that gave nothing. Never of a compromised one.
+        // Somebody says that it is who is on hold, or those who could tell about him weren't asked
+        // yet, or told nothing; the first address of these that gave nothing. Never of a
+        // compromised one.
         bool open = false;
         std::string unreached;
     };
@@ -80,7 +81,7 @@ private:
                             const Asking& asking);
     bool is_for_use(const Path& path) const;
     // What keeps one who may speak from being believed: more lay at hand about him than could be
-    // looked at; or those who could tell haven't been asked yet, or told nothing.
+    // looked at; or he is on hold, or those who could tell haven't been asked yet, or told nothing.
     struct Doubt {
         bool untold = false;
         bool open = false;
