@@ -13,11 +13,6 @@ using PartyOwner = std::unique_ptr<Party>;
 
 constexpr int kCompromised = 1;
 
-Sha256 digest_of(const Party& party) {
-    const std::string der = encoded(&party);
-    return sha256(bytes_of(der));
-}
-
 class BuriedEvidenceTest : public ::testing::Test {
 protected:
     BuriedEvidenceTest() {

@@ -381,6 +381,34 @@ TEST_F(ChainFetchTest, NoMoreThanTwoPathsGoToTheNetworkUnlessTheyAreRevoked) {
     EXPECT_EQ(stamp_verdict(setting_, given), CRYPT_E_REVOKED);
 }
 
+// Another authority has certified the middle's key once; its list is gone, and there are two ways
+// up through it, which are tried first.
+TEST_F(ChainFetchTest, AListThatIsGoneTakesNoMoreThanOneTurn) {
+    const auto with_list = [&](const char* path) {
+        return std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url(path);
+    };
+    CertificateSpec listed_spec{"middle", root_.get(), with_list("/list")};
+    listed_spec.same_key = middle_.get();
+    const auto listed = make_party(listed_spec);
+    const auto side = make_party({"side", root_.get(), kAuthority});
+    CertificateSpec again_spec{"side", root_.get(), kAuthority};
+    again_spec.same_key = side.get();
+    const auto again = make_party(again_spec);
+    CertificateSpec dead_spec{"middle", side.get(), with_list("/gone")};
+    dead_spec.same_key = middle_.get();
+    std::unique_ptr<Party> dead;
+    do {
+        dead = make_party(dead_spec);
+    } while (digest_of(*listed) < digest_of(*dead));
+    const auto stamper = make_party({"stamper", middle_.get(), kStamper});
+    server_.serve("/list", {make_list({root_.get(), -1, 100})});
+    const Given given{encoded(stamper.get()),
+                      encoded_all({listed.get(), side.get(), again.get(), dead.get()}),
+                      {make_list({middle_.get(), -1, 100})}};
+    EXPECT_EQ(stamp_verdict(setting_, given), 0U);
+    EXPECT_EQ(server_.requests(), 2U);
+}
+
 // Three certificates of the authority's key with one address for the root's list.
 class LikeKeyedFetchTest : public ChainFetchTest {
 protected:

@@ -577,9 +577,11 @@ std::optional<Judgement> ChainSession::ask_network(const Question& question) {
         judge_revocation(judgement, question, false);
         if (any_open(judgement) && !any_revoked(judgement)) {
             const Path path = path_of_judgement(judgement);
-            if (was_asked_for(path) || budget_.take_fetching_path()) {
+            if (was_asked_for(path) ||
+                (!was_asked_in_vain(judgement) && budget_.take_fetching_path())) {
                 asked_for_.insert(path);
                 judge_revocation(judgement, question, true);
+                note_asked_in_vain(judgement);
                 if (any_revoked(judgement)) {
                     budget_.give_back_fetching_path();
                 }
@@ -605,6 +607,23 @@ bool ChainSession::was_asked_for(const Path& path) const {
                               return a == b || same_bytes(a->signed_part(), b->signed_part());
                           });
     });
+}
+
+void ChainSession::note_asked_in_vain(const Judgement& judgement) {
+    for (const JudgedElement& element : judgement.elements) {
+        if (element.status && is_open(*element.status) && !element.status_passes) {
+            asked_in_vain_.insert(element.certificate);
+        }
+    }
+}
+
+// Of somebody on that way up: none through him becomes good, unless what was fetched since tells.
+bool ChainSession::was_asked_in_vain(const Judgement& judgement) const {
+    return std::any_of(judgement.elements.begin(), judgement.elements.end(),
+                       [&](const JudgedElement& element) {
+                           return element.status && is_open(*element.status) &&
+                                  asked_in_vain_.contains(element.certificate);
+                       });
 }
 
 void ChainSession::leave_open(Judgement& judgement) {

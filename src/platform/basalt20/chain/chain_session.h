@@ -119,6 +119,8 @@ private:
                             const StatusQuestion& question);
     bool checks(const Judgement& judgement, std::size_t index) const;
     bool was_asked_for(const Path& path) const;
+    void note_asked_in_vain(const Judgement& judgement);
+    bool was_asked_in_vain(const Judgement& judgement) const;
     std::optional<Judgement> ask_network(const Question& question);
     bool is_condemned(const Judgement& judgement) const;
     Judgement incomplete(const Question& question);
@@ -150,10 +152,11 @@ private:
     // and fetched by then.
     std::set<std::pair<Path, std::size_t>> without_source_;
     std::size_t taken_in_ = 0;
-    std::set<Path> asked_for_;                     // over the network
-    std::set<const PoolCertificate*> asked_about_; // there, too: who speaks of keys
-    UsageQuestion usage_;                          // that was asked for last
-    bool asked_for_other_paths_ = false;           // for that
+    std::set<Path> asked_for_;                       // over the network
+    std::set<const PoolCertificate*> asked_in_vain_; // of whom nobody told anything there
+    std::set<const PoolCertificate*> asked_about_;   // there, too: who speaks of keys
+    UsageQuestion usage_;                            // that was asked for last
+    bool asked_for_other_paths_ = false;             // for that
 
     // Of the judgement that is under way.
     using EvidenceStart = std::tuple<const PoolCertificate*, FileTicks, const X509Entry*>;

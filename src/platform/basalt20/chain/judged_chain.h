@@ -40,6 +40,12 @@ inline StoreReference store_of(const std::vector<std::string>& certificates,
     return store;
 }
 
+// Of two that are equally likely as issuers the one with the smaller digest is tried first.
+inline Sha256 digest_of(const Party& party) {
+    const std::string der = encoded(&party);
+    return sha256(bytes_of(der));
+}
+
 inline std::vector<std::string> encoded_all(const std::vector<const Party*>& parties) {
     std::vector<std::string> all;
     for (const Party* party : parties) {

@@ -33,11 +33,6 @@ std::vector<DWORD> verdicts_of_all_orders(const Setting& setting, Given given) {
     return verdicts;
 }
 
-Sha256 digest_of(const Party& party) {
-    const std::string der = encoded(&party);
-    return sha256(bytes_of(der));
-}
-
 class PathOrderTest : public ::testing::Test {
 protected:
     void expect(DWORD wanted, const Parties& anchors, const Party& end, const Parties& bag,
