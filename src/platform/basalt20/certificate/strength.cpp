@@ -70,17 +70,17 @@ Strength strength_of(const EVP_MD* digest) {
     return by_bits(EVP_MD_get_size(digest) * 8, kMinDigestBits, kShaOneBits + 1);
 }
 
-Strength strength_of(const EVP_PKEY* key) {
-    if (key == nullptr) {
+Strength strength_of(const PublicKey& key) {
+    if (!key.is_sound()) {
         return Strength::refused;
     }
-    switch (EVP_PKEY_get_base_id(key)) {
+    switch (key.type()) {
     case EVP_PKEY_RSA:
     case EVP_PKEY_RSA_PSS:
     case EVP_PKEY_DSA:
-        return by_bits(EVP_PKEY_get_bits(key), kMinRsaBits, kCurrentRsaBits);
+        return by_bits(EVP_PKEY_get_bits(key.get()), kMinRsaBits, kCurrentRsaBits);
     case EVP_PKEY_EC:
-        return by_bits(EVP_PKEY_get_bits(key), kMinCurveBits, kCurrentCurveBits);
+        return by_bits(EVP_PKEY_get_bits(key.get()), kMinCurveBits, kCurrentCurveBits);
     default:
         return Strength::current; // Ed25519, Ed448 and the keys of GOST have 255 bits or more
     }

@@ -4,6 +4,8 @@
 // tree.
 #pragma once
 
+#include <basalt/coding/public_key.h>
+
 #include <openssl/x509.h>
 
 namespace basalt {
@@ -12,7 +14,7 @@ enum class Strength {
     current, // state of the art
     aged,    // passes with a remark: SHA-1, RSA and DSA below 2048 bits, curves below 224
     refused, // MD2, MD4, MD5, MDC2, RIPEMD, digests below 160 bits, RSA and DSA below 1024, curves
-             // below 160
+             // below 160, and keys with which anybody can sign
 };
 
 // What is demanded: the floor lets aged ones pass.
@@ -28,7 +30,7 @@ inline bool passes(Strength strength, StrengthLevel level) {
 }
 
 Strength strength_of(const EVP_MD* digest);
-Strength strength_of(const EVP_PKEY* key);
+Strength strength_of(const PublicKey& key);
 
 // Of the digests that a signature algorithm names, with those in the parameters of PSS. An
 // algorithm that names none (EdDSA) is current.

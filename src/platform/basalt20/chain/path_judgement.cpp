@@ -420,7 +420,7 @@ std::vector<Strength> strengths(const Path& path) {
     std::vector<Strength> found;
     for (const PoolCertificate* certificate : path) {
         const auto& entry = certificate->entry;
-        Strength strength = entry->key ? strength_of(entry->key->get()) : Strength::current;
+        Strength strength = entry->key ? strength_of(*entry->key) : Strength::current;
         if (certificate != path.back() || !certificate->is_anchor) {
             strength = weaker(strength, strength_of(X509_get0_tbs_sigalg(certificate->openssl())));
         }

@@ -2,6 +2,7 @@
 #include <basalt/coding/public_key.h>
 
 #include <basalt/coding/der_writer.h>
+#include <basalt/coding/key_soundness.h>
 
 #include <openssl/ecdsa.h>
 #include <openssl/err.h>
@@ -62,6 +63,15 @@ std::string sequence_of_pair(Bytes pair) {
 }
 
 } // namespace
+
+bool PublicKey::is_sound() const {
+    int sound = sound_;
+    if (sound < 0) {
+        sound = basalt::is_sound(key_.get()) ? 1 : 0;
+        sound_ = sound;
+    }
+    return sound == 1;
+}
 
 EvpKeyContext PublicKey::borrow(const SignatureScheme& scheme) const {
     {

@@ -7,6 +7,7 @@
 
 #include <openssl/evp.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -41,6 +42,9 @@ public:
 
     EVP_PKEY* get() const { return key_.get(); }
 
+    /// False for one with which anybody can sign, see key_soundness.h. It is looked into once.
+    bool is_sound() const;
+
     /// EVP_PKEY_base_id: EVP_PKEY_RSA, EVP_PKEY_EC, NID_id_GostR3410_2001 ...
     int type() const { return EVP_PKEY_get_base_id(key_.get()); }
 
@@ -61,6 +65,7 @@ private:
     void give_back(const SignatureScheme& scheme, EvpKeyContext context) const;
 
     EvpKey key_;
+    mutable std::atomic<int> sound_ = -1; // unknown
     mutable std::mutex mutex_;
     mutable std::vector<Prepared> prepared_;
 };

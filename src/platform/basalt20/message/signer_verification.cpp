@@ -76,7 +76,7 @@ bool attributes_signature_fits(const SignerInfo& signer, const PublicKey& key,
 // with: the key, the digest of the signature and that of the content.
 void require_strength(const SignerInfo& signer, const SignatureScheme& scheme,
                       const PublicKey& key) {
-    Strength strength = strength_of(key.get());
+    Strength strength = strength_of(key);
     if (!takes_message(scheme)) {
         strength = weaker(strength, strength_of(scheme.digest));
     }

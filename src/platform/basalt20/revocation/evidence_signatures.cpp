@@ -65,8 +65,8 @@ bool EvidenceSignatures::look_up(const void* object, const X509_ALGOR* algorithm
                                  const X509Entry& signer, StrengthLevel level, Terms terms,
                                  Check&& check) {
     EVP_PKEY* key = X509_get0_pubkey(signer.certificate.get());
-    if (key == nullptr || !fits(algorithm, key) ||
-        !passes(weaker(strength_of(algorithm), strength_of(key)), level)) {
+    if (key == nullptr || signer.key == nullptr || !fits(algorithm, key) ||
+        !passes(weaker(strength_of(algorithm), strength_of(*signer.key)), level)) {
         ERR_clear_error();
         return false;
     }
