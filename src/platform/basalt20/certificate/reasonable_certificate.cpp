@@ -1,5 +1,6 @@
 #include <basalt/certificate/reasonable_certificate.h>
 
+#include <basalt/certificate/element_count.h>
 #include <basalt/certificate/policy_counts.h>
 #include <basalt/coding/der_reader.h>
 #include <basalt/coding/fault.h>
@@ -146,7 +147,8 @@ bool is_affordable(const CertificateBody& certificate) {
                                               info.Issuer.cbData);
         }
     }
-    return bytes <= kMaxExpandedBytes && policy_counts(info).are_affordable();
+    return bytes <= kMaxExpandedBytes && element_count(info) <= kMostElements &&
+           policy_counts(info).are_affordable();
 }
 
 bool has_canonical_key(const CertificateBody& certificate) {

@@ -13,7 +13,8 @@ inline constexpr int kMaxKeyBits = 8192;
 // relative names of distribution points, each by the whole name of the issuer, so that 60 KiB of
 // them take seconds and hundreds of megabytes. Nobody honest has over 16 KiB of them in full. And
 // it holds each policy against all others of the certificate and of those around it: kMostPolicies
-// of them, and as many mappings, are the most.
+// of them, and as many mappings, are the most. Of names, numbers and whatever else there are
+// kMostElements at most.
 bool is_affordable(const CertificateBody& certificate);
 
 // False for a key that isn't written in the one form that DER has for it, though OpenSSL reads it:

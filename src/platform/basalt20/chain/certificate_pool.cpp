@@ -249,7 +249,7 @@ Prepared CertificatePool::prepare(PoolCertificate& certificate, Budget& budget) 
         return certificate.left_out ? Prepared::no : Prepared::yes;
     }
     if (!certificate.is_own()) {
-        if (is_full() || !budget.take_reading(certificate.info().SubjectPublicKeyInfo)) {
+        if (is_full() || !budget.take_reading(certificate.info())) {
             return Prepared::refused;
         }
         ++prepared_from_given_;

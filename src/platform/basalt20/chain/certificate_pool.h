@@ -1,8 +1,8 @@
 // What the search for paths may choose from: each certificate once, found by subject and taken
 // apart only when it is tried. Anchors are marked. Certificates that nobody honest makes are left
 // out: over 64 KiB, names over 4 KiB, keys over 8192 bits, RSA exponents over 64, over 16 KiB of
-// names of distribution points when they are expanded; and of what came
-// with the question a hundred at most are tried, so that whoever asks puts the likeliest first. One
+// names of distribution points when they are expanded, very many elements; and of what came with
+// the question a hundred at most are tried, so that whoever asks puts the likeliest first. One
 // object a session, for one thread; a certificate that can't be read is no candidate, nothing fails
 // but for lack of memory.
 #pragma once

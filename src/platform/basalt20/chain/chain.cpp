@@ -95,7 +95,7 @@ BOOL BasaltTakeSignature(HBASALT_FETCHING hFetching, PCCERT_CONTEXT pCertContext
         const std::shared_ptr<Fetching> fetching = fetching_of(hFetching);
         require(fetching != nullptr, ERROR_INVALID_HANDLE);
         const CertificateBody& body = CertificateRecord::of(pCertContext).body();
-        require(fetching->take_work(reading_cost(body.info().SubjectPublicKeyInfo)), kTooCostly);
+        require(fetching->take_work(reading_cost(body.info())), kTooCostly);
         const std::shared_ptr<const X509Entry> entry = body.x509();
         require(entry->key != nullptr, NTE_BAD_PUBLIC_KEY);
         require(fetching->take_work(signature_cost(entry->key->get())), kTooCostly);

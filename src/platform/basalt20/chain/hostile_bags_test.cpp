@@ -1,4 +1,5 @@
 // What hostile bags cost, in counts; the bench shows the times.
+#include <basalt/certificate/element_count.h>
 #include <basalt/certificate/policy_counts.h>
 #include <basalt/certificate/reasonable_certificate.h>
 #include <basalt/chain/hostile_lists.h>
@@ -174,6 +175,19 @@ std::string with_more_behind(const Party& party, int nid, const Party& issuer) {
     X509_EXTENSION_set_data(extension, value.get());
     X509_sign(copy.get(), issuer.private_key.get(), EVP_sha256());
     return encoded(copy.get());
+}
+
+// OpenSSL would make an object of each.
+TEST(HostileBags, CertificatesOfVeryManyElementsAreLeftOut) {
+    for (const std::size_t count : {kMostElements - 100, kMostElements}) {
+        std::string names = "subjectAltName=@names\n[names]\n";
+        for (std::size_t i = 0; i < count; ++i) {
+            names += "RID." + std::to_string(i) + "=1.2\n";
+        }
+        const auto party = make_party({"middle", nullptr, kAuthority + ("\n" + names)});
+        EXPECT_EQ(is_reasonable(CertificateBody(bytes_of(encoded(party.get())))),
+                  count < kMostElements);
+    }
 }
 
 TEST(HostileBags, BytesBehindAnExtensionHideNothingOfIt) {

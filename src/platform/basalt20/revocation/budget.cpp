@@ -1,5 +1,6 @@
 #include <basalt/revocation/budget.h>
 
+#include <basalt/certificate/element_count.h>
 #include <basalt/coding/openssl_owner.h>
 
 #include <openssl/bn.h>
@@ -17,6 +18,7 @@ constexpr unsigned kCheap = 1;
 constexpr unsigned kDearReading = 15;
 constexpr std::size_t kOctetsHashedForOneCost = 20'000; // by SHA-3 and SHA-512, in software
 constexpr std::size_t kOctetsReadForOneCost = 4'096;    // of a certificate, by OpenSSL
+constexpr std::size_t kElementsReadForOneCost = 160;    // the same
 constexpr char kCurveKey[] = "1.2.840.10045.2.1";
 
 constexpr std::size_t kComparisonsOfOneCost = 1000;
@@ -90,15 +92,17 @@ unsigned signature_cost(const EVP_PKEY* key) {
     }
 }
 
-unsigned reading_cost(const CERT_PUBLIC_KEY_INFO& key) {
+unsigned reading_cost(const CERT_INFO& certificate) {
     constexpr BYTE kUncompressed = 4;
     constexpr BYTE kName = 6; // the tag of an OID
+    const CERT_PUBLIC_KEY_INFO& key = certificate.SubjectPublicKeyInfo;
     const CRYPT_BIT_BLOB& bits = key.PublicKey;
     const CRYPT_OBJID_BLOB& curve = key.Algorithm.Parameters;
     const bool is_curve = std::string_view(key.Algorithm.pszObjId) == kCurveKey;
     const bool is_plain = bits.cbData > 0 && bits.pbData[0] == kUncompressed && curve.cbData > 0 &&
                           curve.pbData[0] == kName;
-    return is_curve && !is_plain ? kDearReading : kCheap;
+    return (is_curve && !is_plain ? kDearReading : kCheap) +
+           static_cast<unsigned>(element_count(certificate) / kElementsReadForOneCost);
 }
 
 Budget::Budget(const BudgetLimits& limits, Clock clock, std::shared_ptr<Fetching> shared)
@@ -131,8 +135,9 @@ bool Budget::take_evidence_signature(const EVP_PKEY* key, bool given, std::size_
     return take_with_work(evidence_signatures_, limits_.evidence_signatures, cost);
 }
 
-bool Budget::take_responder(const CERT_PUBLIC_KEY_INFO& key, std::size_t octets, bool given) {
-    const unsigned cost = reading_cost(key) + static_cast<unsigned>(octets / kOctetsReadForOneCost);
+bool Budget::take_responder(const CERT_INFO& certificate, std::size_t octets, bool given) {
+    const unsigned cost =
+        reading_cost(certificate) + static_cast<unsigned>(octets / kOctetsReadForOneCost);
     if (given && !take(given_responders_, limits_.given_responders, cost)) {
         return false;
     }

@@ -55,9 +55,9 @@ struct BudgetLimits {
 // The processor's work for checking one signature, in tenths of a millisecond.
 unsigned signature_cost(const EVP_PKEY* key);
 
-// The same for reading a key: points that are compressed and curves that are written out take
-// OpenSSL a millisecond and more.
-unsigned reading_cost(const CERT_PUBLIC_KEY_INFO& key);
+// The same for reading a certificate, by its elements and its key: points that are compressed and
+// curves that are written out take OpenSSL a millisecond and more.
+unsigned reading_cost(const CERT_INFO& certificate);
 
 class Budget {
 public:
@@ -76,8 +76,8 @@ public:
     // `given`: the object or its signer's certificate came with the question. `octets`: what has to
     // be hashed for it, for which there is work, too.
     bool take_evidence_signature(const EVP_PKEY* key, bool given, std::size_t octets = 0);
-    bool take_responder(const CERT_PUBLIC_KEY_INFO& key, std::size_t octets, bool given);
-    bool take_reading(const CERT_PUBLIC_KEY_INFO& key) { return take_work(reading_cost(key)); }
+    bool take_responder(const CERT_INFO& certificate, std::size_t octets, bool given);
+    bool take_reading(const CERT_INFO& certificate) { return take_work(reading_cost(certificate)); }
     // `given`: for something that came with the question. After a refusal there are none left:
     // whoever has asked for too many once needn't ask in smaller pieces.
     bool take_comparisons(std::size_t count, bool given);

@@ -129,8 +129,7 @@ CertificateEntry EvidenceSigner::prepared(const CertificateBody& responder, bool
     if (known != session_.responders.end()) {
         return known->second;
     }
-    if (!session_.budget.take_responder(responder.info().SubjectPublicKeyInfo,
-                                        responder.encoded().size(), given)) {
+    if (!session_.budget.take_responder(responder.info(), responder.encoded().size(), given)) {
         session_.signatures.note_left_out();
         return nullptr;
     }

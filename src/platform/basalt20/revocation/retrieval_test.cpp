@@ -408,15 +408,26 @@ TEST(BudgetTest, SpendsByCostAndNeverBeyondItsLimits) {
     EXPECT_FALSE(budget.take_evidence_signature(p256.get(), false));
     char rsa[] = "1.2.840.113549.1.1.1";
     char curve[] = "1.2.840.10045.2.1"; // and no name of one
-    CERT_PUBLIC_KEY_INFO key{};
-    key.Algorithm.pszObjId = rsa;
-    EXPECT_TRUE(budget.take_responder(key, 1'000, true));
-    EXPECT_TRUE(budget.take_responder(key, 10'000, true));
-    EXPECT_FALSE(budget.take_responder(key, 1'000, true)) << "the share of what is given";
-    key.Algorithm.pszObjId = curve;
-    EXPECT_TRUE(budget.take_responder(key, 1'000, false));
-    EXPECT_FALSE(budget.take_responder(key, 1'000, false));
+    CERT_INFO responder{};
+    responder.SubjectPublicKeyInfo.Algorithm.pszObjId = rsa;
+    EXPECT_TRUE(budget.take_responder(responder, 1'000, true));
+    EXPECT_TRUE(budget.take_responder(responder, 10'000, true));
+    EXPECT_FALSE(budget.take_responder(responder, 1'000, true)) << "the share of what is given";
+    responder.SubjectPublicKeyInfo.Algorithm.pszObjId = curve;
+    EXPECT_TRUE(budget.take_responder(responder, 1'000, false));
+    EXPECT_FALSE(budget.take_responder(responder, 1'000, false));
     EXPECT_EQ(budget.responders(), 19u);
+    std::vector<BYTE> numbers(2 * 1'600, 0);
+    for (std::size_t i = 0; i < numbers.size(); i += 2) {
+        numbers[i] = 2;
+    }
+    CERT_EXTENSION extension{};
+    extension.Value = {static_cast<DWORD>(numbers.size()), numbers.data()};
+    responder.SubjectPublicKeyInfo.Algorithm.pszObjId = rsa;
+    EXPECT_EQ(reading_cost(responder), 1u);
+    responder.cExtension = 1;
+    responder.rgExtension = &extension;
+    EXPECT_EQ(reading_cost(responder), 11u) << "a millisecond for as many elements";
     EXPECT_TRUE(budget.take_judged_path() && budget.take_step() && budget.take_fetching_path());
     EXPECT_FALSE(budget.take_judged_path() || budget.take_step() || budget.take_fetching_path());
 }

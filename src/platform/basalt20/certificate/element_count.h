@@ -1,0 +1,16 @@
+// How many elements of ASN.1 a certificate's extensions are made of: what it takes to read one, and
+// to go through it, hangs on them and not on its octets. Pure; what can't be read counts as far as
+// it was.
+#pragma once
+
+#include <basalt/certificate/certificate_body.h>
+
+namespace basalt {
+
+// Nobody honest has as many. OpenSSL makes an object of each, in half a microsecond.
+inline constexpr std::size_t kMostElements = 2048;
+
+// Those within the values among them. Not counted farther than to one beyond kMostElements.
+std::size_t element_count(const CERT_INFO& certificate);
+
+} // namespace basalt
