@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <utility>
 
 namespace basalt {
 
@@ -96,8 +97,9 @@ struct OldFile {
     fs::path path;
 };
 
-// Removes the oldest files when there are too many or they are too large together.
-void clear_old(const std::string& name) {
+// Removes the largest files when they are too large together, and the oldest when there are too
+// many: who fills the folder with what is large pushes out little else.
+void clear_some(const std::string& name) {
     std::error_code error;
     std::vector<OldFile> files;
     std::uintmax_t bytes = 0;
@@ -108,19 +110,25 @@ void clear_old(const std::string& name) {
             bytes += size;
         }
     }
-    if (files.size() <= kMost.files && bytes <= kMost.bytes) {
-        return;
-    }
-    std::sort(files.begin(), files.end(),
-              [](const OldFile& a, const OldFile& b) { return a.fetched < b.fetched; });
-    std::size_t left = files.size();
-    for (const OldFile& file : files) {
-        if (left <= kAfterClearing.files && bytes <= kAfterClearing.bytes) {
-            return;
+    const auto remove_last = [&] {
+        fs::remove(files.back().path, error);
+        bytes -= files.back().bytes;
+        files.pop_back();
+    };
+    if (bytes > kMost.bytes) {
+        std::sort(files.begin(), files.end(), [](const OldFile& a, const OldFile& b) {
+            return std::pair(a.bytes, b.fetched) < std::pair(b.bytes, a.fetched);
+        });
+        while (!files.empty() && bytes > kAfterClearing.bytes) {
+            remove_last();
         }
-        fs::remove(file.path, error);
-        bytes -= file.bytes;
-        --left;
+    }
+    if (files.size() > kMost.files) {
+        std::sort(files.begin(), files.end(),
+                  [](const OldFile& a, const OldFile& b) { return a.fetched > b.fetched; });
+        while (files.size() > kAfterClearing.files) {
+            remove_last();
+        }
     }
 }
 
@@ -180,7 +188,7 @@ void cache_object(const std::string& key, const std::vector<BYTE>& bytes) {
         unlink(temporary.c_str());
         return;
     }
-    clear_old(where);
+    clear_some(where);
 }
 
 void forget_object(const std::string& key) {

@@ -2,7 +2,8 @@
 // Nothing here fails loudly: an object that can't be read isn't in the cache, one that can't be
 // written stays out of it. Set-uid programs and processes without a home folder have no cache.
 // Writers replace files whole, so readers never see half of one. The folder is bounded by number
-// (512) and by bytes (32 MiB); the oldest go first, and objects over 16 MiB stay out.
+// (512) and by bytes (32 MiB): the oldest go when there are too many, the largest when they are too
+// large together, and objects over 16 MiB stay out.
 #pragma once
 
 #include <basalt/types.h>

@@ -105,6 +105,14 @@ unsigned reading_cost(const CERT_INFO& certificate) {
            static_cast<unsigned>(element_count(certificate) / kElementsReadForOneCost);
 }
 
+namespace {
+
+unsigned checking_cost(const EVP_PKEY* key, std::size_t octets) {
+    return signature_cost(key) + static_cast<unsigned>(octets / kOctetsHashedForOneCost);
+}
+
+} // namespace
+
 Budget::Budget(const BudgetLimits& limits, Clock clock, std::shared_ptr<Fetching> shared)
     : limits_(limits), own_(limits.fetching_time, std::move(clock)), shared_(std::move(shared)) {}
 
@@ -126,9 +134,12 @@ bool Budget::take_certificate_signature(const EVP_PKEY* key, bool own) {
            take_with_work(certificate_signatures_, limits_.certificate_signatures, cost);
 }
 
+bool Budget::take_kept_signature(const EVP_PKEY* key, std::size_t octets) {
+    return take_with_work(kept_signatures_, limits_.kept_signatures, checking_cost(key, octets));
+}
+
 bool Budget::take_evidence_signature(const EVP_PKEY* key, bool given, std::size_t octets) {
-    const unsigned cost =
-        signature_cost(key) + static_cast<unsigned>(octets / kOctetsHashedForOneCost);
+    const unsigned cost = checking_cost(key, octets);
     if (given && !take(given_signatures_, limits_.given_evidence_signatures, cost)) {
         return false;
     }

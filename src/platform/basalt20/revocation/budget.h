@@ -25,6 +25,7 @@ struct BudgetLimits {
     // question can't use them up.
     unsigned own_certificate_signatures = 500;
     unsigned evidence_signatures = 2400;
+    unsigned kept_signatures = 1000; // to find out who has signed what the cache has kept
     // Of these, so many for what came with the question, objects and signers: junk in a token must
     // not use up what the authority's own answer needs. Enough for the weekly answers of two years
     // by P-384, since nothing is good while some weren't looked at.
@@ -76,6 +77,7 @@ public:
     // `given`: the object or its signer's certificate came with the question. `octets`: what has to
     // be hashed for it, for which there is work, too.
     bool take_evidence_signature(const EVP_PKEY* key, bool given, std::size_t octets = 0);
+    bool take_kept_signature(const EVP_PKEY* key, std::size_t octets);
     bool take_responder(const CERT_INFO& certificate, std::size_t octets, bool given);
     bool take_reading(const CERT_INFO& certificate) { return take_work(reading_cost(certificate)); }
     // `given`: for something that came with the question. After a refusal there are none left:
@@ -124,6 +126,7 @@ private:
     unsigned certificate_signatures_ = 0;
     unsigned own_certificate_signatures_ = 0;
     unsigned evidence_signatures_ = 0;
+    unsigned kept_signatures_ = 0;
     unsigned given_signatures_ = 0;
     unsigned responders_ = 0;
     unsigned given_responders_ = 0;

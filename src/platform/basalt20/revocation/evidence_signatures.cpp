@@ -39,7 +39,7 @@ bool has_signed(EVP_PKEY* key, const CrlFacts& list) {
     const X509_ALGOR* algorithm = nullptr;
     const ASN1_BIT_STRING* signature = nullptr;
     X509_CRL_get0_signature(list.head.get(), &signature, &algorithm);
-    if (key == nullptr || !fits(algorithm, key)) {
+    if (!fits(algorithm, key)) {
         return false;
     }
     const AnyOwner signed_part = as_any(list.parts.signed_part);

@@ -14,7 +14,7 @@
 
 namespace basalt {
 
-// Whatever it costs, and of whatever strength; null is nobody's key.
+// Whatever it costs, and of whatever strength.
 bool has_signed(EVP_PKEY* key, const CrlFacts& list);
 
 class EvidenceSignatures {

@@ -52,7 +52,7 @@ Inquiry::Inquiry(EvidenceSession& session, CertificatePathView path, std::size_t
       certificate_(path[index]->certificate.get()), issuer_(path[index + 1]->certificate.get()),
       identity_(certificate_, issuer_), sources_(session.sources_of(certificate_)),
       signer_(session, path, index, question, sources_.scope),
-      keeper_(certificate_, issuer_, identity_, question.now),
+      keeper_(certificate_, issuer_, identity_, question.now, session.budget),
       addresses_(sources_.addresses), moments_{question.stamp_time, end_of(certificate_),
                                                question.now, question.is_signer} {
     if (!addresses_.ocsp.empty()) {

@@ -155,6 +155,13 @@ bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& o
     return edition(*newer.answer) > edition(*older.answer);
 }
 
+bool EvidenceKeeper::is_by(const X509* signer, const EvidenceItem& list, bool untold) {
+    EVP_PKEY* key = X509_get0_pubkey(signer);
+    return key != nullptr &&
+           (budget_.take_kept_signature(key, list.encoded.size()) ? has_signed(key, *list.list)
+                                                                  : untold);
+}
+
 // Beside what was kept before and isn't out of date by this. What another key has signed is never
 // that: it may tell of holds of which this one's lists know nothing.
 void EvidenceKeeper::keep(const EvidenceItem& item, const std::string& key, const X509* signer) {
@@ -165,7 +172,7 @@ void EvidenceKeeper::keep(const EvidenceItem& item, const std::string& key, cons
         if (!old.usable() || is_made_ahead(old)) {
             continue;
         }
-        if (old.answer || has_signed(X509_get0_pubkey(signer), *old.list)) {
+        if (old.answer || is_by(signer, old, false)) {
             if (supersedes(item, old)) {
                 continue;
             }
@@ -179,9 +186,8 @@ void EvidenceKeeper::keep(const EvidenceItem& item, const std::string& key, cons
     // come for the sake of other certificates.
     if (kept.size() >= kMostKept) {
         const auto weight = [&](const EvidenceItem& one) {
-            return std::tuple(one.list && has_signed(X509_get0_pubkey(issuer_), *one.list),
-                              charge_of(one), one.list && !one.list->parts.entries.empty(),
-                              one.made_at());
+            return std::tuple(one.list && is_by(issuer_, one, true), charge_of(one),
+                              one.list && !one.list->parts.entries.empty(), one.made_at());
         };
         using Weight = decltype(weight(kept.front()));
         std::vector<Weight> weights;

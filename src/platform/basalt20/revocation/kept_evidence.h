@@ -3,6 +3,7 @@
 // certificate's evidence is kept, beside what, and what gives way to it. Fails as the cache does.
 #pragma once
 
+#include <basalt/revocation/budget.h>
 #include <basalt/revocation/evidence_item.h>
 
 #include <string>
@@ -17,8 +18,10 @@ std::vector<std::vector<BYTE>> kept_objects(const std::string& key);
 class EvidenceKeeper {
 public:
     // All must outlive the object. `now`: what is dated after it isn't kept.
-    EvidenceKeeper(X509* certificate, X509* issuer, OcspIdentity& identity, FileTicks now)
-        : certificate_(certificate), issuer_(issuer), identity_(identity), now_(now) {}
+    EvidenceKeeper(X509* certificate, X509* issuer, OcspIdentity& identity, FileTicks now,
+                   Budget& budget)
+        : certificate_(certificate), issuer_(issuer), identity_(identity), now_(now),
+          budget_(budget) {}
 
     std::string key_of(EvidenceKind kind, const std::string& url) const;
     std::string key_of_revocation(EvidenceKind kind, const std::string& url) const;
@@ -37,11 +40,14 @@ private:
     using Charge = std::pair<int, FileTicks>; // its gravity; and the earlier the more: inverted
 
     Charge charge_of(const EvidenceItem& item);
+    // `untold`: where finding out would cost more than there is.
+    bool is_by(const X509* signer, const EvidenceItem& list, bool untold);
 
     X509* certificate_;
     X509* issuer_;
     OcspIdentity& identity_;
     const FileTicks now_;
+    Budget& budget_;
 };
 
 } // namespace basalt

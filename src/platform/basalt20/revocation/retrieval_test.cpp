@@ -366,6 +366,7 @@ TEST(RetrievalCacheTest, TheFolderIsBoundedByBytesAsWell) {
         }
         return sum;
     };
+    cache_object("small", std::vector<BYTE>(1'000));
     for (int i = 0; i < 40; ++i) {
         cache_object("object " + std::to_string(i), megabyte);
         EXPECT_LE(bytes(), std::uintmax_t{32} << 20);
@@ -377,6 +378,7 @@ TEST(RetrievalCacheTest, TheFolderIsBoundedByBytesAsWell) {
     EXPECT_GE(bytes(), std::uintmax_t{24} << 20);
     EXPECT_FALSE(cached_object("object 0"));
     EXPECT_TRUE(cached_object("object 39"));
+    EXPECT_TRUE(cached_object("small")) << "what is large gives way to what is large";
     forget_object("object 39");
     EXPECT_FALSE(cached_object("object 39"));
     cache_object("large", std::vector<BYTE>(std::size_t{17} << 20));
@@ -393,6 +395,7 @@ TEST(BudgetTest, SpendsByCostAndNeverBeyondItsLimits) {
     limits.evidence_signatures = 2 * dear + 1;
     limits.given_evidence_signatures = dear;
     limits.judged_paths = limits.steps = limits.fetching_paths = 1;
+    limits.kept_signatures = dear;
     limits.given_responders = 4;
     limits.responders = 20;
     Budget budget(limits);
@@ -406,6 +409,9 @@ TEST(BudgetTest, SpendsByCostAndNeverBeyondItsLimits) {
     EXPECT_TRUE(budget.take_evidence_signature(p384.get(), false));
     EXPECT_TRUE(budget.take_evidence_signature(p256.get(), false));
     EXPECT_FALSE(budget.take_evidence_signature(p256.get(), false));
+    EXPECT_FALSE(budget.take_kept_signature(p384.get(), 100'000));
+    EXPECT_TRUE(budget.take_kept_signature(p384.get(), 0)) << "beside what the verdict takes";
+    EXPECT_FALSE(budget.take_kept_signature(p256.get(), 0));
     char rsa[] = "1.2.840.113549.1.1.1";
     char curve[] = "1.2.840.10045.2.1"; // and no name of one
     CERT_INFO responder{};
