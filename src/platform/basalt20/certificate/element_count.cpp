@@ -8,6 +8,7 @@ namespace basalt {
 
 namespace {
 
+// The least element has two octets. OpenSSL reads some spellings that aren't read here.
 void count_within(Bytes value, std::size_t& count) try {
     std::vector<DerReader> open{DerReader(value)};
     while (!open.empty() && count <= kMostElements) {
@@ -22,7 +23,7 @@ void count_within(Bytes value, std::size_t& count) try {
         }
     }
 } catch (const Fault&) {
-    // OpenSSL won't read what is behind it either
+    count += value.size() / 2;
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // How many elements of ASN.1 a certificate's extensions are made of: what it takes to read one, and
-// to go through it, hangs on them and not on its octets. Pure; what can't be read counts as far as
-// it was.
+// to go through it, hangs on them and not on its octets. Pure; what can't be read here OpenSSL may
+// read all the same, and counts as if it were as many elements as it may be.
 #pragma once
 
 #include <basalt/certificate/certificate_body.h>

@@ -13,17 +13,19 @@ namespace {
 constexpr std::string_view kPolicies = "2.5.29.32";
 constexpr std::string_view kMappings = "2.5.29.33";
 
-// The elements of a SEQUENCE OF. OpenSSL passes over what stands behind the sequence.
+// The elements of a SEQUENCE OF. OpenSSL passes over what stands behind the sequence. False when
+// not all of them can be read.
 template <class Take>
-void for_each_of(const CERT_EXTENSION& extension, const Take& take) try {
+bool for_each_of(const CERT_EXTENSION& extension, const Take& take) try {
     DerReader whole(Bytes(extension.Value.pbData, extension.Value.cbData));
     for (DerReader reader(whole.take(tag::kSequence).contents); !reader.at_end();) {
         if (!take(reader.take(tag::kSequence).contents)) {
-            return;
+            break;
         }
     }
+    return true;
 } catch (const Fault&) {
-    // OpenSSL won't read it either, and so goes through none of them
+    return false;
 }
 
 std::size_t most_of_one(std::vector<Bytes>& policies) {
@@ -49,14 +51,20 @@ PolicyCounts policy_counts(const CERT_INFO& certificate) {
     for (DWORD i = 0; i < certificate.cExtension; ++i) {
         const CERT_EXTENSION& extension = certificate.rgExtension[i];
         if (kPolicies == extension.pszObjId) {
-            for_each_of(extension, [&](Bytes) { return ++counts.policies <= kMostPolicies; });
+            if (!for_each_of(extension,
+                             [&](Bytes) { return ++counts.policies <= kMostPolicies; })) {
+                counts.policies = kMostPolicies + 1;
+            }
         } else if (kMappings == extension.pszObjId) {
-            for_each_of(extension, [&](Bytes mapping) {
+            const auto take = [&](Bytes mapping) {
                 DerReader policies(mapping);
                 from.push_back(policies.take(tag::kOid).contents);
                 to.push_back(policies.take(tag::kOid).contents);
                 return ++counts.mappings <= kMostPolicies;
-            });
+            };
+            if (!for_each_of(extension, take)) {
+                counts.mappings = kMostPolicies + 1;
+            }
         }
     }
     counts.mapped_from_one = most_of_one(from);

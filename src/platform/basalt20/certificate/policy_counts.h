@@ -1,5 +1,6 @@
 // How many policies and mappings of policies a certificate has, by which it is told what it would
-// take to follow them along a path. Pure; what can't be read counts as far as it was.
+// take to follow them along a path. Pure; what can't be read here OpenSSL may read all the same,
+// and counts as more than anybody has.
 #pragma once
 
 #include <basalt/certificate/certificate_body.h>

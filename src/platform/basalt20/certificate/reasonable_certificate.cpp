@@ -130,7 +130,7 @@ std::size_t expanded_bytes_of_points(Bytes points, std::size_t issuer_bytes) {
             bytes += expanded_bytes(reader.take(tag::kSequence).contents, issuer_bytes);
         }
     } catch (const Fault&) {
-        return 0; // OpenSSL won't read them either
+        return kMaxExpandedBytes + 1; // OpenSSL may read them all the same
     }
     return bytes;
 }

@@ -161,15 +161,30 @@ TEST(HostileBags, PoliciesAreCountedAndBeyondWhatAnybodyHasNotLookedAt) {
     }
 }
 
-// With bytes behind the extension's value, which OpenSSL passes over.
-std::string with_more_behind(const Party& party, int nid, const Party& issuer) {
+// Both are read by OpenSSL as what they were.
+using Spelling = std::string (*)(const std::string&);
+
+std::string with_more_behind(const std::string& value) {
+    return value + std::string("\5\0", 2);
+}
+
+std::string with_long_length(const std::string& sequence) {
+    const Bytes inside = DerReader(bytes_of(sequence)).take().contents;
+    const std::string contents(inside.begin(), inside.end());
+    std::string length(127, '\0');
+    length[125] = static_cast<char>(contents.size() >> 8);
+    length[126] = static_cast<char>(contents.size());
+    return "\x30\xFF" + length + contents;
+}
+
+std::string spelled(const Party& party, int nid, const Party& issuer, Spelling spelling) {
     const OpensslOwner<X509, X509_free> copy(X509_dup(party.certificate()));
     X509_EXTENSION* extension = X509_get_ext(copy.get(), X509_get_ext_by_NID(copy.get(), nid, -1));
     const OpensslOwner<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free> value(
         ASN1_OCTET_STRING_dup(X509_EXTENSION_get_data(extension)));
     const std::string data(reinterpret_cast<const char*>(value->data),
                            static_cast<std::size_t>(value->length));
-    const std::string longer = data + std::string("\5\0", 2);
+    const std::string longer = spelling(data);
     ASN1_OCTET_STRING_set(value.get(), reinterpret_cast<const unsigned char*>(longer.data()),
                           static_cast<int>(longer.size()));
     X509_EXTENSION_set_data(extension, value.get());
@@ -190,14 +205,15 @@ TEST(HostileBags, CertificatesOfVeryManyElementsAreLeftOut) {
     }
 }
 
-TEST(HostileBags, BytesBehindAnExtensionHideNothingOfIt) {
+TEST(HostileBags, NoSpellingOfAnExtensionHidesAnythingOfIt) {
     const HonestChain honest;
-    for (const auto& [nid, extension] :
-         {std::pair(NID_crl_distribution_points, relative_points_of(1'000)),
-          std::pair(NID_certificate_policies, policies_of(1'000))}) {
-        const auto party = make_party({"stamper", honest.middle.get(), kStamper + extension});
-        const std::string longer = with_more_behind(*party, nid, *honest.middle);
-        EXPECT_FALSE(is_reasonable(CertificateBody(bytes_of(longer)))) << nid;
+    std::string many = "subjectAltName=@names\n[names]\n";
+    for (std::size_t i = 0; i < kMostElements; ++i) {
+        many += "RID." + std::to_string(i) + "=1.2\n";
+    }
+    std::string mappings = "policyMappings=@mappings\n[mappings]\n";
+    for (int i = 0; i < 1'000; ++i) {
+        mappings += "1.2." + std::to_string(i) + "=1.3\n";
     }
     std::string names = "subjectAltName=@names\n[names]\n";
     std::string constraints = "\nnameConstraints=critical,@subtrees\n[subtrees]\n";
@@ -208,14 +224,43 @@ TEST(HostileBags, BytesBehindAnExtensionHideNothingOfIt) {
     const auto middle =
         make_party({"middle", honest.root.get(), std::string(kAuthority) + constraints});
     const auto stamper = make_party({"stamper", middle.get(), kStamper + names});
-    HostileBag bag;
-    bag.anchor = encoded(honest.root.get());
-    bag.end = with_more_behind(*stamper, NID_subject_alt_name, *middle);
-    bag.certificates = {with_more_behind(*middle, NID_name_constraints, *honest.root)};
-    bag.lists = {make_list({honest.root.get(), -1, 100}), make_list({middle.get(), -1, 100})};
-    const HostileVerdict verdict(bag);
-    EXPECT_TRUE(verdict.good);
-    EXPECT_GE(verdict.session->budget().comparisons(), 2'500u);
+    for (const Spelling spelling : {with_more_behind, with_long_length}) {
+        for (const auto& [nid, extension] :
+             {std::pair(NID_crl_distribution_points, relative_points_of(1'000)),
+              std::pair(NID_certificate_policies, policies_of(1'000)),
+              std::pair(NID_policy_mappings, mappings), std::pair(NID_subject_alt_name, many)}) {
+            const auto party = make_party({"stamper", honest.middle.get(), kStamper + extension});
+            const std::string odd = spelled(*party, nid, *honest.middle, spelling);
+            EXPECT_FALSE(is_reasonable(CertificateBody(bytes_of(odd)))) << nid;
+        }
+        HostileBag bag;
+        bag.anchor = encoded(honest.root.get());
+        bag.end = spelled(*stamper, NID_subject_alt_name, *middle, spelling);
+        bag.certificates = {spelled(*middle, NID_name_constraints, *honest.root, spelling)};
+        bag.lists = {make_list({honest.root.get(), -1, 100}), make_list({middle.get(), -1, 100})};
+        const HostileVerdict verdict(bag);
+        EXPECT_TRUE(verdict.good);
+        EXPECT_GE(verdict.session->budget().comparisons(), 2'500u);
+    }
+}
+
+// What OpenSSL doesn't take apart, and can't be read, hides nothing that stands behind it.
+TEST(HostileBags, AnElementThatCannotBeReadHidesNoOthers) {
+    for (const std::string first :
+         {"A3:01:FF", "A0:08:06:01:2A:A0:03:30:01:FF"}) { // of X.400; of a kind of its own
+        std::string names;
+        for (std::size_t i = 0; i < kMostElements; ++i) {
+            names += ":86:00";
+        }
+        const std::size_t size = (first.size() + 1) / 3 + 2 * kMostElements;
+        char header[16];
+        std::snprintf(header, sizeof header, "30:82:%02X:%02X:", static_cast<unsigned>(size >> 8),
+                      static_cast<unsigned>(size & 0xFF));
+        const auto party =
+            make_party({"stamper", nullptr,
+                        std::string(kStamper) + "2.5.29.17=DER:" + header + first + names});
+        EXPECT_FALSE(is_reasonable(CertificateBody(bytes_of(encoded(party.get()))))) << first;
+    }
 }
 
 struct ComparisonCost {
