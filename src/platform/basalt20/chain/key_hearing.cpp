@@ -16,18 +16,7 @@ constexpr std::size_t kMostAskedAbout = 4; // over the network
 
 // Of the first certificate of a path: whoever is above it has no say about that name.
 bool tells_of_issuers(int error) {
-    switch (error) {
-    case X509_V_ERR_PERMITTED_VIOLATION:
-    case X509_V_ERR_EXCLUDED_VIOLATION:
-    case X509_V_ERR_SUBTREE_MINMAX:
-    case X509_V_ERR_UNSUPPORTED_CONSTRAINT_TYPE:
-    case X509_V_ERR_UNSUPPORTED_CONSTRAINT_SYNTAX:
-    case X509_V_ERR_UNSUPPORTED_NAME_SYNTAX:
-    case X509_V_ERR_UNSPECIFIED: // nothing was found out
-        return true;
-    default:
-        return false;
-    }
+    return is_about_names(error) || error == X509_V_ERR_UNSPECIFIED; // nothing was found out
 }
 
 } // namespace

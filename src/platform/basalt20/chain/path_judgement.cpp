@@ -28,6 +28,7 @@ struct FreeStackOnly {
 };
 using StackOwner = std::unique_ptr<STACK_OF(X509), FreeStackOnly>;
 using Usages = OpensslOwner<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free>;
+using GeneralNames = OpensslOwner<GENERAL_NAMES, GENERAL_NAMES_free>;
 
 // What the verifier's callbacks work on: the certificates that it sees, and what it finds.
 struct Verification {
@@ -84,30 +85,75 @@ X509_STORE* position_store() {
     return store;
 }
 
-void add_policy(X509_VERIFY_PARAM* param, const char* policy) {
-    ASN1_OBJECT* object = OBJ_txt2obj(policy, 1);
-    require(object != nullptr, E_INVALIDARG);
-    if (X509_VERIFY_PARAM_add0_policy(param, object) != 1) {
-        ASN1_OBJECT_free(object);
-        fail(E_OUTOFMEMORY);
+struct FreeIdentifiers {
+    void operator()(STACK_OF(ASN1_OBJECT) * stack) const noexcept {
+        sk_ASN1_OBJECT_pop_free(stack, ASN1_OBJECT_free);
+    }
+};
+using Identifiers = std::unique_ptr<STACK_OF(ASN1_OBJECT), FreeIdentifiers>;
+
+Identifiers identifiers_of(const std::vector<std::string>& texts) {
+    Identifiers identifiers(sk_ASN1_OBJECT_new_null());
+    require(identifiers != nullptr, E_OUTOFMEMORY);
+    for (const std::string& text : texts) {
+        ASN1_OBJECT* object = OBJ_txt2obj(text.c_str(), 1);
+        require(object != nullptr, E_INVALIDARG);
+        if (sk_ASN1_OBJECT_push(identifiers.get(), object) <= 0) {
+            ASN1_OBJECT_free(object);
+            fail(E_OUTOFMEMORY);
+        }
+    }
+    return identifiers;
+}
+
+void note_unreadable_policies(const std::vector<X509*>& path, PathErrors& errors) {
+    bool noted = false;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        if ((X509_get_extension_flags(path[i]) & EXFLAG_INVALID_POLICY) != 0) {
+            errors[i].push_back(X509_V_ERR_INVALID_POLICY_EXTENSION);
+            noted = true;
+        }
+    }
+    if (!noted) {
+        errors.front().push_back(X509_V_ERR_INVALID_POLICY_EXTENSION);
     }
 }
 
-// The verifier takes no set for an empty one, which no policy that is demanded can be in.
-void set_policies(X509_VERIFY_PARAM* param, const std::vector<std::string>& policies) {
-    if (policies.empty()) {
-        add_policy(param, kAnyPolicy);
-        return;
+// Over the whole path, however many pieces the verifier needs. False when it gave up, as it does
+// where policies branch a thousand times.
+bool check_policies(const std::vector<X509*>& path, const std::vector<std::string>& policies,
+                    PathErrors& errors) {
+    if (demands_policies_without_offering(path)) {
+        if (const PolicyFault fault = policy_fault(path, !policies.empty());
+            fault.error != X509_V_OK) {
+            errors[fault.index].push_back(fault.error);
+        }
+        return true;
     }
-    for (const std::string& policy : policies) {
-        add_policy(param, policy.c_str());
+    const StackOwner certificates(sk_X509_new_null());
+    require(certificates != nullptr, E_OUTOFMEMORY);
+    for (X509* each : path) {
+        require(sk_X509_push(certificates.get(), each) > 0, E_OUTOFMEMORY);
     }
-    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_EXPLICIT_POLICY);
+    // No set is taken for an empty one, which no policy that is demanded can be in.
+    const Identifiers wanted =
+        identifiers_of(policies.empty() ? std::vector<std::string>{kAnyPolicy} : policies);
+    X509_POLICY_TREE* tree = nullptr;
+    int is_explicit = 0;
+    const int result = X509_policy_check(&tree, &is_explicit, certificates.get(), wanted.get(),
+                                         policies.empty() ? 0 : X509_V_FLAG_EXPLICIT_POLICY);
+    X509_policy_tree_free(tree);
+    ERR_clear_error();
+    if (result == X509_PCY_TREE_INVALID) {
+        note_unreadable_policies(path, errors);
+    } else if (result == X509_PCY_TREE_FAILURE) {
+        errors.front().push_back(X509_V_ERR_NO_EXPLICIT_POLICY);
+    }
+    return result != X509_PCY_TREE_INTERNAL;
 }
 
-// False when the verifier gave up, as it does where policies branch a thousand times.
-bool run_verifier(const std::vector<X509*>& path, const std::vector<std::string>& policies,
-                  PathErrors& errors) {
+// False when the verifier gave up.
+bool run_verifier(const std::vector<X509*>& path, PathErrors& errors) {
     const StackOwner between(sk_X509_new_null());
     const StackOwner anchor(sk_X509_new_null());
     const OpensslOwner<X509_STORE_CTX, X509_STORE_CTX_free> context(X509_STORE_CTX_new());
@@ -125,15 +171,6 @@ bool run_verifier(const std::vector<X509*>& path, const std::vector<std::string>
     // Every anchor is trusted for what it is, a root or not.
     X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | X509_V_FLAG_NO_CHECK_TIME);
     X509_VERIFY_PARAM_set_depth(param, kNoBoundOnDepth);
-    if (demands_policies_without_offering(path)) {
-        if (const PolicyFault fault = policy_fault(path, !policies.empty());
-            fault.error != X509_V_OK) {
-            errors[fault.index].push_back(fault.error);
-        }
-    } else {
-        X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_POLICY_CHECK);
-        set_policies(param, policies);
-    }
     const bool ran = X509_verify_cert(context.get()) == 1;
     ERR_clear_error();
     if (!ran && X509_STORE_CTX_get_error(context.get()) == X509_V_ERR_OUT_OF_MEM) {
@@ -147,13 +184,16 @@ bool run_verifier(const std::vector<X509*>& path, const std::vector<std::string>
 }
 
 // The verifier takes a certificate with one name twice and no key identifiers for a root of its own
-// and stops there.
-std::size_t verifier_end(const std::vector<X509*>& path) {
-    std::size_t end = 0;
-    while (end + 1 < path.size() && (X509_get_extension_flags(path[end]) & EXFLAG_SS) == 0) {
-        ++end;
+// and stops there: the path goes to it in pieces. The place behind the last one of each.
+std::vector<std::size_t> piece_ends(const std::vector<X509*>& path) {
+    std::vector<std::size_t> ends;
+    for (std::size_t i = 0; i + 1 < path.size(); ++i) {
+        if ((X509_get_extension_flags(path[i]) & EXFLAG_SS) != 0) {
+            ends.push_back(i + 1);
+        }
     }
-    return end;
+    ends.push_back(path.size());
+    return ends;
 }
 
 // The contents of the extension's octets, or none.
@@ -238,30 +278,49 @@ std::size_t comparisons_for_policies(const Path& path) {
     return comparisons;
 }
 
-bool names_are_allowed(X509* certificate, NAME_CONSTRAINTS* constraints) {
-    return NAME_CONSTRAINTS_check(certificate, constraints) == X509_V_OK;
-}
-
-// What the certificates above the verifier's end say about those below it.
-void check_across(const std::vector<X509*>& path, std::size_t end, PathErrors& errors) {
-    using Constraints = OpensslOwner<NAME_CONSTRAINTS, NAME_CONSTRAINTS_free>;
-    for (std::size_t i = end + 1; i < path.size(); ++i) {
-        const Constraints constraints(static_cast<NAME_CONSTRAINTS*>(
-            X509_get_ext_d2i(path[i], NID_name_constraints, nullptr, nullptr)));
-        for (std::size_t below = 0; constraints && below <= end; ++below) {
-            const bool self_issued = (X509_get_extension_flags(path[below]) & EXFLAG_SI) != 0;
-            if ((below == 0 || !self_issued) &&
-                !names_are_allowed(path[below], constraints.get())) {
-                errors[below].push_back(X509_V_ERR_PERMITTED_VIOLATION);
-            }
+bool has_host_names(X509* certificate) {
+    const GeneralNames names(static_cast<GENERAL_NAMES*>(
+        X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
+    for (int i = 0; i < sk_GENERAL_NAME_num(names.get()); ++i) {
+        if (sk_GENERAL_NAME_value(names.get(), i)->type == GEN_DNS) {
+            return true;
         }
     }
-    // Policies can't be followed across; demands on them close. The verifier takes its end for an
-    // anchor and passes over what that demands, too.
-    for (std::size_t i = end; end + 1 < path.size() && i < path.size(); ++i) {
-        if (X509_get_ext_by_NID(path[i], NID_policy_constraints, -1) >= 0 ||
-            X509_get_ext_by_NID(path[i], NID_inhibit_any_policy, -1) >= 0) {
-            errors[i].push_back(X509_V_ERR_NO_EXPLICIT_POLICY);
+    return false;
+}
+
+// As the verifier has it: of who isn't an authority a name that looks like a host's is one, where
+// there are no others.
+int name_error(X509* certificate, bool is_end, NAME_CONSTRAINTS* constraints) {
+    const int error = NAME_CONSTRAINTS_check(certificate, constraints);
+    return error == X509_V_OK && is_end && !has_host_names(certificate)
+               ? NAME_CONSTRAINTS_check_CN(certificate, constraints)
+               : error;
+}
+
+// What the certificates of one piece say about the names in those below it; and in its own first
+// one, which the verifier took for the end of a path.
+void check_names_across(const std::vector<X509*>& path, const std::vector<std::size_t>& ends,
+                        PathErrors& errors) {
+    using Constraints = OpensslOwner<NAME_CONSTRAINTS, NAME_CONSTRAINTS_free>;
+    std::size_t first = 0; // of the piece
+    for (std::size_t above = 1; above < path.size(); ++above) {
+        if (std::find(ends.begin(), ends.end(), above) != ends.end()) {
+            first = above;
+            std::erase_if(errors[first], is_about_names);
+        }
+        const Constraints constraints(static_cast<NAME_CONSTRAINTS*>(
+            X509_get_ext_d2i(path[above], NID_name_constraints, nullptr, nullptr)));
+        const std::size_t judged = first == 0 ? 0 : std::min(first + 1, above);
+        for (std::size_t below = 0; constraints && below < judged; ++below) {
+            const bool self_issued = (X509_get_extension_flags(path[below]) & EXFLAG_SI) != 0;
+            if (below > 0 && self_issued) {
+                continue;
+            }
+            if (const int error = name_error(path[below], below == 0, constraints.get());
+                error != X509_V_OK) {
+                errors[below].push_back(error);
+            }
         }
     }
 }
@@ -356,6 +415,20 @@ void check_dates(const Path& path, PathErrors& errors) {
 
 } // namespace
 
+bool is_about_names(int error) {
+    switch (error) {
+    case X509_V_ERR_PERMITTED_VIOLATION:
+    case X509_V_ERR_EXCLUDED_VIOLATION:
+    case X509_V_ERR_SUBTREE_MINMAX:
+    case X509_V_ERR_UNSUPPORTED_CONSTRAINT_TYPE:
+    case X509_V_ERR_UNSUPPORTED_CONSTRAINT_SYNTAX:
+    case X509_V_ERR_UNSUPPORTED_NAME_SYNTAX:
+        return true;
+    default:
+        return false;
+    }
+}
+
 UsageQuestion asked_of_authorities(const UsageQuestion& question) {
     return question.is_time_stamp ? UsageQuestion{{kTimeStamping}} : question;
 }
@@ -377,18 +450,20 @@ std::optional<PathErrors> structure_errors(const Path& path,
                                            const std::vector<std::string>& policies) {
     PathErrors errors(path.size());
     const std::vector<X509*> certificates = openssl_path(path);
-    const std::size_t end = verifier_end(certificates);
-    bool told = run_verifier(
-        {certificates.begin(), certificates.begin() + static_cast<std::ptrdiff_t>(end) + 1},
-        policies, errors);
-    if (end + 1 < path.size()) {
-        const std::vector<X509*> above(certificates.begin() + static_cast<std::ptrdiff_t>(end) + 1,
-                                       certificates.end());
-        PathErrors errors_above(above.size());
-        told = run_verifier(above, {}, errors_above) && told;
-        std::move(errors_above.begin(), errors_above.end(),
-                  errors.begin() + static_cast<std::ptrdiff_t>(end) + 1);
-        check_across(certificates, end, errors);
+    const std::vector<std::size_t> ends = piece_ends(certificates);
+    bool told = check_policies(certificates, policies, errors);
+    std::size_t begin = 0;
+    for (const std::size_t end : ends) {
+        PathErrors found(end - begin);
+        told =
+            run_verifier({certificates.data() + begin, certificates.data() + end}, found) && told;
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            errors[begin + i].insert(errors[begin + i].end(), found[i].begin(), found[i].end());
+        }
+        begin = end;
+    }
+    if (ends.size() > 1) {
+        check_names_across(certificates, ends, errors);
     }
     if (!told) {
         return std::nullopt;

@@ -15,6 +15,9 @@ namespace basalt {
 // X509_V_ERR numbers for each certificate of a path.
 using PathErrors = std::vector<std::vector<int>>;
 
+// That somebody above has no say about a certificate's names, or that it can't be told.
+bool is_about_names(int error);
+
 struct UsageQuestion {
     std::vector<std::string> usages; // OIDs; empty asks for none
     bool any_of_them = false;

@@ -304,5 +304,65 @@ TEST_F(PathOrderTest, ASelfIssuedCertificateWithoutIdentifiersIsNoEndOfThePath) 
     expect(CERT_E_INVALID_NAME, {bound.get()}, *strange, {under_bound.get()});
 }
 
+// Each is a root of its own to the verifier, if it has no key identifiers.
+TEST_F(PathOrderTest, SelfIssuedCertificatesAreJudgedAlikeWithoutIdentifiers) {
+    for (const bool has_identifiers : {true, false}) {
+        SCOPED_TRACE(has_identifiers);
+        const char* authority = has_identifiers ? kAuthority : kPlainAuthority;
+        const auto root = make_party({"root", nullptr, authority});
+        const auto link = make_party({"root", root.get(), authority});
+        const auto again = make_party({"root", link.get(), authority});
+        const auto ca = make_party({"ca", again.get(), authority});
+        const auto new_ca = make_party({"ca", ca.get(), authority});
+        const auto stamper = make_party({"stamper", new_ca.get(), kStamper});
+        expect(0, {root.get()}, *stamper, {link.get(), again.get(), ca.get(), new_ca.get()});
+
+        const std::string elsewhere =
+            "nameConstraints=critical,permitted;dirName:names\n[names]\nCN=elsewhere\n";
+        const auto bound =
+            make_party({"bound", root.get(), std::string(authority) + "\n" + elsewhere});
+        const auto bound_link = make_party({"bound", bound.get(), authority});
+        const auto bound_again = make_party({"bound", bound_link.get(), authority});
+        const auto strange = make_party({"stamper", bound_again.get(), kStamper});
+        const auto permitted = make_party({"elsewhere", bound_again.get(), kStamper});
+        const Parties bag{bound.get(), bound_link.get(), bound_again.get()};
+        expect(CERT_E_INVALID_NAME, {root.get()}, *strange, bag);
+        expect(0, {root.get()}, *permitted, bag);
+    }
+}
+
+TEST_F(PathOrderTest, PoliciesAreFollowedThroughSelfIssuedCertificatesWithoutIdentifiers) {
+    const std::string wanted = "certificatePolicies=1.2.3.4\n";
+    const std::string another = "certificatePolicies=1.2.3.5\n";
+    const std::string demand = "policyConstraints=critical,requireExplicitPolicy:0\n";
+    const struct {
+        const char* name;
+        std::string above;
+        std::string link;
+        std::string below;
+        DWORD expected;
+    } cases[] = {
+        {"all along", wanted, wanted, wanted + demand, 0},
+        {"another above", another, wanted, wanted + demand, CERT_E_INVALID_POLICY},
+        {"another in the link", wanted, another, wanted + demand, CERT_E_INVALID_POLICY},
+        {"none above", "", wanted, wanted + demand, CERT_E_INVALID_POLICY},
+        {"none in the link", wanted, "", wanted + demand, CERT_E_INVALID_POLICY},
+        {"demanded above", wanted + demand, wanted, wanted, 0},
+        {"demanded in the link", wanted, wanted + demand, wanted, 0},
+        {"demanded above, none below", wanted + demand, wanted, "", CERT_E_INVALID_POLICY},
+    };
+    for (const bool has_identifiers : {true, false}) {
+        const std::string authority = has_identifiers ? kAuthority : kPlainAuthority;
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.name + std::string(has_identifiers ? "" : ", no identifiers"));
+            const auto above = make_party({"side", root_.get(), authority + "\n" + c.above});
+            const auto link = make_party({"side", above.get(), authority + "\n" + c.link});
+            const auto below = make_party({"ca", link.get(), authority + "\n" + c.below});
+            const auto stamper = make_party({"stamper", below.get(), kStamper + ("\n" + wanted)});
+            expect(c.expected, {root_.get()}, *stamper, {above.get(), link.get(), below.get()});
+        }
+    }
+}
+
 } // namespace
 } // namespace basalt::test
