@@ -317,20 +317,23 @@ void check_names_across(const std::vector<X509*>& path, const std::vector<std::s
             if (below > 0 && self_issued) {
                 continue;
             }
-            if (const int error = name_error(path[below], below == 0, constraints.get());
-                error != X509_V_OK) {
+            const int error = name_error(path[below], below == 0, constraints.get());
+            require(error != X509_V_ERR_OUT_OF_MEM, E_OUTOFMEMORY);
+            if (error != X509_V_OK) {
                 errors[below].push_back(error);
             }
         }
     }
 }
 
-// RFC 5280, 6.1.4 (k), (l) and (m). The verifier lets a key usage stand for the basic constraints.
+// RFC 5280, 6.1.4 (k), (l) and (m). The verifier lets a key usage stand for the basic constraints;
+// so it is for anchors, which may be of version 1. One that is a piece for itself it asks nothing.
 void check_authorities(const std::vector<X509*>& path, PathErrors& errors) {
     long below = 0; // authorities that aren't self-issued
     for (std::size_t i = 1; i < path.size(); ++i) {
         const bool is_last = i + 1 == path.size();
-        if (!is_last && X509_check_ca(path[i]) != 1) {
+        const int authority = X509_check_ca(path[i]); // 0: no; 1: by its basic constraints
+        if (is_last ? authority == 0 : authority != 1) {
             errors[i].push_back(X509_V_ERR_INVALID_CA);
         }
         const long bound = X509_get_pathlen(path[i]);

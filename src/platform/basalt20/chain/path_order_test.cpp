@@ -331,6 +331,33 @@ TEST_F(PathOrderTest, SelfIssuedCertificatesAreJudgedAlikeWithoutIdentifiers) {
     }
 }
 
+// Whoever has the key of something else that is trusted, a server's, is no authority by signing
+// what bears his own name.
+TEST_F(PathOrderTest, AnAnchorThatIsNoAuthorityIssuesNothingUnderItsOwnNameEither) {
+    const struct {
+        const char* name;
+        std::string extensions;
+        DWORD expected;
+    } anchors[] = {
+        {"root", kAuthority, 0},
+        {"server", "basicConstraints=critical,CA:FALSE", TRUST_E_BASIC_CONSTRAINTS},
+        {"of another use", "basicConstraints=critical,CA:TRUE\nkeyUsage=digitalSignature",
+         TRUST_E_BASIC_CONSTRAINTS},
+        {"neither", "extendedKeyUsage=serverAuth", TRUST_E_BASIC_CONSTRAINTS},
+    };
+    for (const auto& c : anchors) {
+        SCOPED_TRACE(c.name);
+        const auto anchor = make_party({"anchor", nullptr, c.extensions});
+        const auto link = make_party({"anchor", anchor.get(), kPlainAuthority});
+        const auto above = make_party({"anchor", link.get(), kPlainAuthority});
+        const auto stamper = make_party({"stamper", above.get(), kStamper});
+        const auto namesake =
+            make_party({"anchor", anchor.get(), "extendedKeyUsage=critical,timeStamping"});
+        expect(c.expected, {anchor.get()}, *stamper, {link.get(), above.get()});
+        expect(c.expected, {anchor.get()}, *namesake, {});
+    }
+}
+
 TEST_F(PathOrderTest, PoliciesAreFollowedThroughSelfIssuedCertificatesWithoutIdentifiers) {
     const std::string wanted = "certificatePolicies=1.2.3.4\n";
     const std::string another = "certificatePolicies=1.2.3.5\n";
