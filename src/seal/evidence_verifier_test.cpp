@@ -260,23 +260,30 @@ TEST_F(EvidenceVerifierTest, AGroupIsRenewedByANewHash) {
 
 // Each chain is over all before it, so that a few MiB can ask for hours of hashing.
 TEST_F(EvidenceVerifierTest, TheWorkForOneRecordIsBounded) {
-    const std::string bulk =
-        tsp::attribute("1.2.3", tsp::element(0x04, std::string(32 << 20, 'x')));
-    std::vector<Hashes> chains{{tsp::sequence(tsp::element(0xA1, bulk) + token(digest))}};
-    std::string sequence = tsp::sequence(chains[0][0]);
-    for (std::size_t i = 0; i < (std::size_t{512} << 20) / bulk.size() + 1; ++i) {
-        const bool wide = i % 2 == 0;
-        const EVP_MD* by = wide ? EVP_sha512() : EVP_sha256();
-        const char* oid = wide ? kSha512Oid : tsp::kSha256Oid;
-        const std::string leaf =
-            hashed(hashed("data", by) + hashed(tsp::sequence(sequence), by), by);
-        chains.push_back({stamp_text({{leaf}}, token(leaf, "20250601120000Z", oid), oid)});
-        sequence += tsp::sequence(chains.back()[0]);
-    }
     const Hashes oids{tsp::kSha256Oid, kSha512Oid};
-    EXPECT_EQ(fault(record_text(chains, oids)), "record_too_large");
-    chains.resize(3);
-    EXPECT_EQ(fault(record_text(chains, oids)), "");
+    const struct {
+        std::size_t mebibytes;
+        std::size_t too_many; // chains above the first
+        std::size_t few;
+    } cases[] = {{1, 65, 40}, {32, 5, 2}};
+    for (const auto& c : cases) {
+        const std::string bulk =
+            tsp::attribute("1.2.3", tsp::element(0x04, std::string(c.mebibytes << 20, 'x')));
+        std::vector<Hashes> chains{{tsp::sequence(tsp::element(0xA1, bulk) + token(digest))}};
+        std::string sequence = tsp::sequence(chains[0][0]);
+        for (std::size_t i = 0; i < c.too_many; ++i) {
+            const bool wide = i % 2 == 0;
+            const EVP_MD* by = wide ? EVP_sha512() : EVP_sha256();
+            const char* oid = wide ? kSha512Oid : tsp::kSha256Oid;
+            const std::string leaf =
+                hashed(hashed("data", by) + hashed(tsp::sequence(sequence), by), by);
+            chains.push_back({stamp_text({{leaf}}, token(leaf, "20250601120000Z", oid), oid)});
+            sequence += tsp::sequence(chains.back()[0]);
+        }
+        EXPECT_EQ(fault(record_text(chains, oids)), "record_too_large") << c.mebibytes;
+        chains.resize(1 + c.few);
+        EXPECT_EQ(fault(record_text(chains, oids)), "") << c.mebibytes;
+    }
 }
 
 TEST_F(EvidenceVerifierTest, ALargeGroupIsComparedWhole) {

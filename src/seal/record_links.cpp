@@ -13,7 +13,8 @@ namespace chronoseal {
 namespace {
 
 constexpr char kNoTrust[] = "don't trust this record";
-constexpr std::uint64_t kMostHashed = std::uint64_t{512} << 20;
+// Of octets, whatever the record's size; of a large one four times as many as it has.
+constexpr std::uint64_t kAlwaysHashed = std::uint64_t{64} << 20;
 
 struct Broken {
     std::size_t stamp;
@@ -236,6 +237,14 @@ private:
         return reencoded_[chain];
     }
 
+    std::uint64_t most_hashed() const {
+        std::uint64_t size = 0;
+        for (const ArchiveChain& chain : record_.parts.chains) {
+            size += chain.der.size();
+        }
+        return std::max(kAlwaysHashed, 4 * size);
+    }
+
     // Of all chains before this one; nothing if encoding their tokens again changes nothing. Each
     // chain is over all before it: what that comes to together is bounded.
     std::optional<Bytes> sequence_hash(RepeatedHash& hash, std::size_t chains, std::size_t index,
@@ -251,11 +260,11 @@ private:
         if (reencoded && !differs) {
             return std::nullopt;
         }
-        if (hashed_ > kMostHashed) {
+        if (hashed_ > most_hashed()) {
             break_at(index, "record_too_large",
-                     "the evidence record has so many chains that to follow them takes more than "
-                     "512 MiB of hashing",
-                     "don't use it: honest records are far smaller");
+                     "the evidence record has so many chains that to follow them takes too much "
+                     "hashing",
+                     "don't use it: honest records have far fewer");
         }
         return hash.of({sequence_der(encoded)});
     }
