@@ -8,6 +8,7 @@
 #include <basalt/revocation/fetching.h>
 
 #include <openssl/evp.h>
+#include <openssl/x509.h>
 
 #include <memory>
 
@@ -53,8 +54,15 @@ struct BudgetLimits {
     std::size_t fetched_octets = std::size_t{32} << 20; // of lists and answers, that are kept
 };
 
+// Of what is fetched, beside a list's entries or an answer's certificates, so much is read: OpenSSL
+// makes forty times as much of it, before anybody can look who signed it.
+inline constexpr std::size_t kMostUnverified = std::size_t{64} << 10;
+
 // The processor's work for checking one signature, in tenths of a millisecond.
 unsigned signature_cost(const EVP_PKEY* key);
+
+// How many octets of other digests one takes of what that signature is over.
+unsigned hashing_weight(const X509_ALGOR* signature);
 
 // The same for reading a certificate, by its elements and its key: points that are compressed and
 // curves that are written out take OpenSSL a millisecond and more.
@@ -80,6 +88,8 @@ public:
     bool take_kept_signature(const EVP_PKEY* key, std::size_t octets);
     bool take_responder(const CERT_INFO& certificate, std::size_t octets, bool given);
     bool take_reading(const CERT_INFO& certificate) { return take_work(reading_cost(certificate)); }
+    // Of a list or an answer, before anybody knows who has signed it.
+    bool take_reading(std::size_t octets);
     // `given`: for something that came with the question. After a refusal there are none left:
     // whoever has asked for too many once needn't ask in smaller pieces.
     bool take_comparisons(std::size_t count, bool given);

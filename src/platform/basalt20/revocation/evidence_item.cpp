@@ -1,16 +1,10 @@
 #include <basalt/revocation/evidence_item.h>
 
+#include <basalt/revocation/budget.h>
+
 #include <utility>
 
 namespace basalt {
-
-namespace {
-
-// Of one that is fetched, beside a list's entries or an answer's certificates: OpenSSL makes forty
-// times as much of it, before anybody can look who signed it.
-constexpr std::size_t kMostUnverified = std::size_t{64} << 10;
-
-} // namespace
 
 EvidenceItem fetched_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
                           std::vector<BYTE> bytes) {

@@ -75,7 +75,8 @@ bool EvidenceSignatures::look_up(const void* object, const X509_ALGOR* algorithm
     if (known != known_.end()) {
         return known->second;
     }
-    if (!budget_.take_evidence_signature(key, terms.given, terms.octets)) {
+    if (!budget_.take_evidence_signature(key, terms.given,
+                                         terms.octets * hashing_weight(algorithm))) {
         note_left_out();
         return false;
     }

@@ -12,6 +12,7 @@ constexpr std::size_t kMostFailures = 1024;
 // For all the stamps of one file; each may take a few connections, by redirects. An honest file of
 // 256 stamps by as many stampers of one authority takes some three hundred.
 constexpr unsigned kMostExchanges = 512;
+constexpr std::size_t kMostReceived = std::size_t{64} << 20; // and what is under way then
 constexpr unsigned kMostIssuerExchanges = 32;
 
 constexpr std::size_t kSmallAnswer = std::size_t{256} << 10;
@@ -70,7 +71,12 @@ void Fetching::note_answer(const std::string& request, const std::vector<BYTE>& 
 
 bool Fetching::take_exchange() {
     const std::lock_guard lock(mutex_);
-    return exchanges_ < kMostExchanges && ++exchanges_ > 0;
+    return exchanges_ < kMostExchanges && octets_received_ < kMostReceived && ++exchanges_ > 0;
+}
+
+void Fetching::note_received(std::size_t octets) {
+    const std::lock_guard lock(mutex_);
+    octets_received_ += octets;
 }
 
 bool Fetching::take_work(unsigned cost) {

@@ -60,8 +60,9 @@ public:
     std::optional<std::vector<BYTE>> answer_to(const std::string& request) const;
     void note_answer(const std::string& request, const std::vector<BYTE>& body);
 
-    // One exchange of all; false when there were too many.
+    // One exchange of all; false when there were too many, or too much came.
     bool take_exchange();
+    void note_received(std::size_t octets);
 
     // Takes so much of the work, or nothing and gives false.
     bool take_work(unsigned cost);
@@ -81,6 +82,7 @@ private:
     std::map<std::string, std::vector<BYTE>> answers_;
     std::size_t octets_remembered_ = 0;
     unsigned exchanges_ = 0;
+    std::size_t octets_received_ = 0;
     std::chrono::milliseconds issuer_time_left_;
     unsigned issuer_exchanges_ = 0;
 };

@@ -189,8 +189,15 @@ bool Inquiry::ask_network(const std::string& url, EvidenceKind kind) {
         not_heard_ = not_heard_ || session_.retrieval.not_asked() != not_asked_before;
         return false;
     }
-    const EvidenceItem* item =
-        session_.take_in(key, fetched_item(EvidenceSource::network, url, kind, std::move(*bytes)));
+    EvidenceItem fetched;
+    if (session_.budget.take_reading(bytes->size())) {
+        fetched = fetched_item(EvidenceSource::network, url, kind, std::move(*bytes));
+    } else {
+        fetched.source = EvidenceSource::network;
+        fetched.url = url;
+        fetched.leave_unread();
+    }
+    const EvidenceItem* item = session_.take_in(key, std::move(fetched));
     static_cast<void>(consider({item}));
     note_unheard(*item);
     if (is_worth_keeping(*item)) {

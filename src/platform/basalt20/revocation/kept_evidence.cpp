@@ -157,9 +157,12 @@ bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& o
 
 bool EvidenceKeeper::is_by(const X509* signer, const EvidenceItem& list, bool untold) {
     EVP_PKEY* key = X509_get0_pubkey(signer);
+    const X509_ALGOR* algorithm = nullptr;
+    X509_CRL_get0_signature(list.list->head.get(), nullptr, &algorithm);
     return key != nullptr &&
-           (budget_.take_kept_signature(key, list.encoded.size()) ? has_signed(key, *list.list)
-                                                                  : untold);
+           (budget_.take_kept_signature(key, list.encoded.size() * hashing_weight(algorithm))
+                ? has_signed(key, *list.list)
+                : untold);
 }
 
 // Beside what was kept before and isn't out of date by this. What another key has signed is never

@@ -98,6 +98,9 @@ std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const st
     limits.answer_bytes = std::min(limits.answer_bytes, budget_.limits().object_bytes);
     ++exchanges_;
     HttpAnswer answer = http_exchange(request);
+    fetching.note_received(answer.error == ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW
+                               ? limits.answer_bytes
+                               : answer.body.size());
     if (answer.error == ERROR_WINHTTP_TIMEOUT && share.time < share.least) {
         ++not_asked_; // whoever has used up the time would decide who is silent
         return std::nullopt;

@@ -239,6 +239,25 @@ TEST(RetrievalTest, WhatWasAnsweredToOneVerdictIsNotAskedForAnother) {
     EXPECT_EQ(responder.requests(), 512u);
 }
 
+TEST(RetrievalTest, WhatComesForOneFileIsBounded) {
+    LiveResponder responder;
+    constexpr std::size_t kSize = 900'000;
+    const auto shared = std::make_shared<Fetching>();
+    const auto get = [&](int i) {
+        const std::string page = "/" + std::to_string(i);
+        responder.serve(page, {std::string(kSize, 'x')});
+        Budget budget({}, std::chrono::steady_clock::now, shared);
+        Retrieval retrieval(budget);
+        const bool came = retrieval.get(responder.url(page)).has_value();
+        return std::pair(came, retrieval.not_asked());
+    };
+    const int most = static_cast<int>((std::size_t{64} << 20) / kSize) + 1;
+    for (int i = 0; i < most; ++i) {
+        ASSERT_EQ(get(i), std::pair(true, 0u)) << i;
+    }
+    EXPECT_EQ(get(most), std::pair(false, 1u)) << "that isn't silence";
+}
+
 TEST(RetrievalTest, AServerWhereNobodyIsIsAskedOnce) {
     std::string nobody;
     {
@@ -434,6 +453,21 @@ TEST(BudgetTest, SpendsByCostAndNeverBeyondItsLimits) {
     responder.cExtension = 1;
     responder.rgExtension = &extension;
     EXPECT_EQ(reading_cost(responder), 11u) << "a millisecond for as many elements";
+    Budget of_file(
+        {}, std::chrono::steady_clock::now,
+        std::make_shared<Fetching>(std::chrono::seconds(15), std::chrono::steady_clock::now, 100));
+    EXPECT_TRUE(of_file.take_reading(std::size_t{4} << 20)) << "no more than what is read of it";
+    EXPECT_FALSE(of_file.take_reading(20'000));
+    const std::pair<int, unsigned> weights[] = {
+        {NID_sha256WithRSAEncryption, 1},
+        {NID_id_GostR3411_94_with_GostR3410_2001, 12},
+        {NID_id_tc26_signwithdigest_gost3410_2012_512, 3},
+    };
+    for (const auto& [signature, weight] : weights) {
+        const OpensslOwner<X509_ALGOR, X509_ALGOR_free> algorithm(X509_ALGOR_new());
+        X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(signature), V_ASN1_UNDEF, nullptr);
+        EXPECT_EQ(hashing_weight(algorithm.get()), weight) << OBJ_nid2sn(signature);
+    }
     EXPECT_TRUE(budget.take_judged_path() && budget.take_step() && budget.take_fetching_path());
     EXPECT_FALSE(budget.take_judged_path() || budget.take_step() || budget.take_fetching_path());
 }
