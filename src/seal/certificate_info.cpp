@@ -75,6 +75,10 @@ struct Weakness {
 
 constexpr std::string_view kSha1 = "SHA-1 is broken for collisions";
 constexpr std::string_view kMd5 = "MD5 is broken";
+constexpr std::string_view kMd4 = "MD4 is broken";
+constexpr std::string_view kMdc2 = "MDC-2 is too short";
+constexpr std::string_view kSha0 = "SHA-0 is broken";
+constexpr std::string_view kRipemd160 = "RIPEMD-160 is too short";
 constexpr Weakness kWeak[] = {
     {"1.3.14.3.2.26", kSha1},
     {"1.3.14.3.2.29", kSha1},
@@ -85,7 +89,15 @@ constexpr Weakness kWeak[] = {
     {"1.2.840.113549.1.1.4", kMd5},
     {"1.2.840.113549.2.2", "MD2 is broken"},
     {"1.2.840.113549.1.1.2", "MD2 is broken"},
-    {"1.3.36.3.2.1", "RIPEMD-160 is too short"},
+    {"1.2.840.113549.2.4", kMd4},
+    {"1.2.840.113549.1.1.3", kMd4},
+    {"2.5.8.3.101", kMdc2},
+    {"2.5.8.3.100", kMdc2},
+    {"1.3.14.3.2.18", kSha0},
+    {"1.3.14.3.2.15", kSha0},
+    {"1.3.36.3.2.2", "RIPEMD-128 is too short"},
+    {"1.3.36.3.2.1", kRipemd160},
+    {"1.3.36.3.3.1.2", kRipemd160},
 };
 
 std::size_t bits_of_number(ByteView content) {

@@ -148,6 +148,17 @@ class BadSignatures(TokenTest):
             self.assertIn(result.returncode, (0, REFUSED, UNREACHABLE), f"byte {at}: {result.stderr}")
             self.assertEqual(result.returncode == UNREACHABLE, b"no signature covers" in result.stderr, result.stderr)
 
+    def test_a_stamp_over_a_broken_hash_is_refused_whatever_it_is_compared_with(self):
+        path = self.workspace.path / "stamp"
+        for name, oid, size in (("MD2", "1.2.840.113549.2.2", 16), ("MD4", "1.2.840.113549.2.4", 16),
+                                ("MD5", "1.2.840.113549.2.5", 16), ("MDC-2", "2.5.8.3.101", 16),
+                                ("SHA-0", "1.3.14.3.2.18", 20), ("RIPEMD-128", "1.3.36.3.2.2", 16),
+                                ("RIPEMD-160", "1.3.36.3.2.1", 20)):
+            imprint = {"hash_algorithm": {"algorithm": oid}, "hashed_message": bytes(size)}
+            path.write_bytes(forge.make_token(self.tsa, forge.tst_info(None, message_imprint=imprint)))
+            with self.subTest(name):
+                self.expect(self.workspace.run("verify", path, "--no-data", "--roots", self.roots), REFUSED, name)
+
 
 class SigningCertificateAttributes(TokenTest):
     def test_those_that_do_not_name_the_signer_once(self):
