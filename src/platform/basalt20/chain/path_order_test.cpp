@@ -249,7 +249,15 @@ TEST_F(PathOrderTest, WhatACircleClosesOnOneWayIsOpenOnAnother) {
     CertificateSpec back_spec{"inner", outer.get(), kAuthority};
     back_spec.same_key = inner.get();
     const auto back = make_party(back_spec);
-    const auto above = make_party({"above", outer.get(), kAuthority});
+    // The inner one again, by somebody who knows of the outer one what was found out before.
+    const auto via = make_party({"via", outer.get(), kAuthority});
+    CertificateSpec round_spec{"inner", via.get(), kAuthority};
+    round_spec.same_key = inner.get();
+    std::unique_ptr<Party> round;
+    do {
+        round = make_party(round_spec);
+    } while (digest_of(*round) < digest_of(*back));
+    const auto above = make_party({"above", via.get(), kAuthority});
     const auto middle = make_party({"middle", above.get(), kAuthority});
     CertificateSpec constrained_spec{"middle", inner.get(),
                                      std::string(kAuthority) +
@@ -262,7 +270,7 @@ TEST_F(PathOrderTest, WhatACircleClosesOnOneWayIsOpenOnAnother) {
     const auto thief = make_party(thief_spec);
     std::vector<std::string> lists{
         make_list({middle.get(), -1, 100, {{stamper.get(), -10, kCompromised}}})};
-    for (const Party* authority : {root_.get(), inner.get(), outer.get(), above.get()}) {
+    for (const Party* authority : {root_.get(), inner.get(), outer.get(), via.get(), above.get()}) {
         lists.push_back(make_list({authority, -1, 100}));
     }
     for (const bool comes_first : {true, false}) {
@@ -270,8 +278,8 @@ TEST_F(PathOrderTest, WhatACircleClosesOnOneWayIsOpenOnAnother) {
         do {
             constrained = make_party(constrained_spec);
         } while ((digest_of(*constrained) < digest_of(*middle)) != comes_first);
-        const Parties bag{inner.get(), back.get(),   outer.get(),
-                          above.get(), middle.get(), constrained.get()};
+        const Parties bag{inner.get(), back.get(),  outer.get(),  via.get(),
+                          round.get(), above.get(), middle.get(), constrained.get()};
         expect(0, {root_.get()}, *stamper, bag);
         Parties with_stamper = bag;
         with_stamper.push_back(stamper.get());
