@@ -336,6 +336,16 @@ TEST_F(PathOrderTest, SelfIssuedCertificatesAreJudgedAlikeWithoutIdentifiers) {
         const Parties bag{bound.get(), bound_link.get(), bound_again.get()};
         expect(CERT_E_INVALID_NAME, {root.get()}, *strange, bag);
         expect(0, {root.get()}, *permitted, bag);
+
+        const auto hosts = make_party(
+            {"hosts", root.get(),
+             std::string(authority) + "\nnameConstraints=critical,permitted;DNS:example.com\n"});
+        const auto hosts_link = make_party({"hosts", hosts.get(), authority});
+        for (const char* name : {"stamper.example.com", "stamper.example.org"}) {
+            const auto host = make_party({name, hosts_link.get(), kStamper});
+            expect(std::string(name).ends_with("com") ? 0 : CERT_E_INVALID_NAME, {root.get()},
+                   *host, {hosts.get(), hosts_link.get()});
+        }
     }
 }
 
