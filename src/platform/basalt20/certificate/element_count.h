@@ -10,7 +10,7 @@ namespace basalt {
 // Nobody honest has as many. OpenSSL makes an object of each, in half a microsecond.
 inline constexpr std::size_t kMostElements = 2048;
 
-// Those within the values among them. Not counted farther than to one beyond kMostElements.
+// Those within the values among them. Beyond kMostElements it isn't counted on.
 std::size_t element_count(const CERT_INFO& certificate);
 
 } // namespace basalt

