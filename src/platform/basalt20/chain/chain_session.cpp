@@ -3,6 +3,7 @@
 #include <basalt/certificate/body_cache.h>
 #include <basalt/certificate/key_bits.h>
 #include <basalt/certificate/reasonable_certificate.h>
+#include <basalt/chain/constraint_cost.h>
 #include <basalt/chain/issuer_rank.h>
 #include <basalt/chain/name_key.h>
 

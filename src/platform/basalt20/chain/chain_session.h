@@ -9,6 +9,7 @@
 #include <basalt/chain/issuer_fetch.h>
 #include <basalt/chain/key_hearing.h>
 #include <basalt/chain/path_judgement.h>
+#include <basalt/chain/path_usage.h>
 #include <basalt/revocation/status_check.h>
 
 #include <map>

@@ -1,5 +1,7 @@
 #include <basalt/chain/key_hearing.h>
 
+#include <basalt/chain/constraint_cost.h>
+
 #include <openssl/x509_vfy.h>
 
 #include <algorithm>

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <basalt/chain/path_judgement.h>
+#include <basalt/chain/path_usage.h>
 #include <basalt/revocation/status_check.h>
 
 #include <list>

@@ -1,10 +1,6 @@
 #include <basalt/chain/path_judgement.h>
 
-#include <basalt/certificate/extended_key_usage.h>
-#include <basalt/certificate/policy_counts.h>
-#include <basalt/chain/name_key.h>
 #include <basalt/chain/policy_demand.h>
-#include <basalt/coding/der_reader.h>
 #include <basalt/coding/openssl_owner.h>
 
 #include <openssl/err.h>
@@ -12,7 +8,7 @@
 #include <openssl/x509v3.h>
 
 #include <algorithm>
-#include <cstdint>
+#include <memory>
 
 namespace basalt {
 
@@ -20,14 +16,11 @@ namespace {
 
 constexpr int kNoBoundOnDepth = 64;
 constexpr char kAnyPolicy[] = "2.5.29.32.0";
-constexpr char kAnyUsage[] = "2.5.29.37.0";
-constexpr char kTimeStamping[] = "1.3.6.1.5.5.7.3.8";
 
 struct FreeStackOnly {
     void operator()(STACK_OF(X509) * stack) const noexcept { sk_X509_free(stack); }
 };
 using StackOwner = std::unique_ptr<STACK_OF(X509), FreeStackOnly>;
-using Usages = OpensslOwner<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free>;
 using GeneralNames = OpensslOwner<GENERAL_NAMES, GENERAL_NAMES_free>;
 
 // What the verifier's callbacks work on: the certificates that it sees, and what it finds.
@@ -196,88 +189,6 @@ std::vector<std::size_t> piece_ends(const std::vector<X509*>& path) {
     return ends;
 }
 
-// The contents of the extension's octets, or none.
-Bytes extension_value(const X509* certificate, int nid) {
-    const int where = X509_get_ext_by_NID(certificate, nid, -1);
-    if (where < 0) {
-        return {};
-    }
-    const ASN1_OCTET_STRING* data = X509_EXTENSION_get_data(X509_get_ext(certificate, where));
-    return {ASN1_STRING_get0_data(data), static_cast<std::size_t>(ASN1_STRING_length(data))};
-}
-
-// As the verifier has them to go through: of mailboxes in UTF-8, which are names of a kind of their
-// own, it converts the host each time.
-struct Names {
-    std::size_t octets = 0;
-    std::size_t count = 0;
-};
-
-// Of what can't be read here, and OpenSSL may read all the same.
-std::size_t most_in(Bytes value) {
-    return value.size() / 2;
-}
-
-// OpenSSL passes over what stands behind the sequence.
-std::size_t names_in(Bytes names) try {
-    constexpr BYTE kOtherName = tag::context_constructed(0);
-    constexpr std::size_t kWeightOfOtherName = 40;
-    std::size_t count = 0;
-    for (DerReader reader(DerReader(names).take(tag::kSequence).contents); !reader.at_end();) {
-        count += reader.take().tag == kOtherName ? kWeightOfOtherName : 1;
-    }
-    return count;
-} catch (const Fault&) {
-    return most_in(names);
-}
-
-std::size_t subtrees_in(Bytes constraints) try {
-    std::size_t count = 0;
-    for (DerReader kinds(DerReader(constraints).take(tag::kSequence).contents); !kinds.at_end();) {
-        for (DerReader subtrees(kinds.take().contents); !subtrees.at_end(); ++count) {
-            subtrees.take();
-        }
-    }
-    return count;
-} catch (const Fault&) {
-    return most_in(constraints);
-}
-
-Names names_of(const X509* certificate) {
-    const Bytes others = extension_value(certificate, NID_subject_alt_name);
-    const X509_NAME* subject = X509_get_subject_name(certificate);
-    Names names{others.size() + bytes_of(subject).size(),
-                1 + static_cast<std::size_t>(X509_NAME_entry_count(subject))};
-    names.count += others.empty() ? 0 : names_in(others);
-    return names;
-}
-
-// Twenty-five nanoseconds for each pair, and one for each octet of either.
-std::size_t comparisons_between(const Names& names, const Names& subtrees) {
-    return 1 + names.count * (1 + subtrees.count) / 4 +
-           (names.octets * subtrees.count + subtrees.octets * names.count) / 100;
-}
-
-// Each policy against all of its certificate, thirty nanoseconds for a pair, and against each
-// branch of the tree above and what that is mapped to, of which the verifier allows a thousand.
-std::size_t comparisons_for_policies(const Path& path) {
-    constexpr std::size_t kMostBranches = 1000;
-    std::size_t comparisons = 0;
-    std::size_t branches = 1;      // at most, of the certificate above
-    std::size_t mapped_to_one = 1; // branches for one and the same policy
-    std::size_t mapped_from_one = 1;
-    for (std::size_t i = path.size() - 1; i-- > 0;) {
-        const PolicyCounts counts = policy_counts(path[i]->info());
-        const std::size_t policies = counts.policies + counts.mappings;
-        comparisons += policies * policies / 3 + policies * branches * mapped_from_one / 4;
-        branches = std::min(kMostBranches, 1 + policies * mapped_to_one);
-        mapped_from_one = std::max<std::size_t>(1, counts.mapped_from_one);
-        mapped_to_one =
-            std::min(kMostBranches, mapped_to_one * std::max<std::size_t>(1, counts.mapped_to_one));
-    }
-    return comparisons;
-}
-
 bool has_host_names(X509* certificate) {
     const GeneralNames names(static_cast<GENERAL_NAMES*>(
         X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
@@ -346,56 +257,6 @@ void check_authorities(const std::vector<X509*>& path, PathErrors& errors) {
     }
 }
 
-// The content of the identifier; empty for text that is none.
-std::vector<BYTE> identifier_of(const std::string& text) {
-    const OpensslOwner<ASN1_OBJECT, ASN1_OBJECT_free> object(OBJ_txt2obj(text.c_str(), 1));
-    if (!object) {
-        return {};
-    }
-    const unsigned char* octets = OBJ_get0_data(object.get());
-    return {octets, octets + OBJ_length(object.get())};
-}
-
-bool has_usage(Bytes usages, const std::string& wanted) {
-    static const std::vector<BYTE> any = identifier_of(kAnyUsage);
-    return names_usage(usages, identifier_of(wanted)) || names_usage(usages, any);
-}
-
-Usages usages_of(X509* certificate) {
-    return Usages(static_cast<EXTENDED_KEY_USAGE*>(
-        X509_get_ext_d2i(certificate, NID_ext_key_usage, nullptr, nullptr)));
-}
-
-bool allows(X509* certificate, const UsageQuestion& question) {
-    if (question.usages.empty() || (X509_get_extension_flags(certificate) & EXFLAG_XKUSAGE) == 0) {
-        return true;
-    }
-    const Bytes usages = extension_value(certificate, NID_ext_key_usage);
-    const auto allowed = [&](const std::string& wanted) { return has_usage(usages, wanted); };
-    return question.any_of_them
-               ? std::any_of(question.usages.begin(), question.usages.end(), allowed)
-               : std::all_of(question.usages.begin(), question.usages.end(), allowed);
-}
-
-// RFC 3161, 2.3: time stamping as the sole extended usage, critical. OpenSSL's purpose test asks
-// for that as far as it knows the usages, and lets a CA pass.
-bool is_time_stamp_signer(X509* certificate) {
-    const Usages usages = usages_of(certificate);
-    const bool is_ca = (X509_get_extension_flags(certificate) & EXFLAG_CA) != 0;
-    return !is_ca && usages && sk_ASN1_OBJECT_num(usages.get()) == 1 &&
-           X509_check_purpose(certificate, X509_PURPOSE_TIMESTAMP_SIGN, 0) == 1;
-}
-
-std::size_t comparisons_for_usages(const PoolCertificate& certificate) {
-    constexpr std::size_t kOctetsForOne = 16;
-    return extension_value(certificate.openssl(), NID_ext_key_usage).size() / kOctetsForOne;
-}
-
-bool may_sign_certificates(X509* certificate) {
-    return X509_check_ca(certificate) == 1 &&
-           (X509_get_key_usage(certificate) & KU_KEY_CERT_SIGN) != 0;
-}
-
 std::vector<X509*> openssl_path(const Path& path) {
     std::vector<X509*> certificates;
     for (const PoolCertificate* certificate : path) {
@@ -432,23 +293,6 @@ bool is_about_names(int error) {
     }
 }
 
-UsageQuestion asked_of_authorities(const UsageQuestion& question) {
-    return question.is_time_stamp ? UsageQuestion{{kTimeStamping}} : question;
-}
-
-bool asks_the_same_of_authorities(const UsageQuestion& one, const UsageQuestion& other) {
-    const UsageQuestion a = asked_of_authorities(one);
-    const UsageQuestion b = asked_of_authorities(other);
-    return a.usages == b.usages && (a.usages.size() < 2 || a.any_of_them == b.any_of_them);
-}
-
-bool implies(const UsageQuestion& one, const UsageQuestion& other) {
-    const bool asks_for_nothing = other.usages.empty() && !other.is_time_stamp;
-    const bool asks_for_part = one.is_time_stamp && !other.is_time_stamp &&
-                               other.usages == std::vector<std::string>{kTimeStamping};
-    return asks_for_nothing || asks_for_part;
-}
-
 std::optional<PathErrors> structure_errors(const Path& path,
                                            const std::vector<std::string>& policies) {
     PathErrors errors(path.size());
@@ -476,33 +320,6 @@ std::optional<PathErrors> structure_errors(const Path& path,
     return errors;
 }
 
-std::size_t comparisons_for_constraints(const Path& path) {
-    std::size_t comparisons = comparisons_for_policies(path);
-    std::vector<Names> names; // from the first up
-    for (std::size_t above = 1; above < path.size(); ++above) {
-        const Bytes constraints = extension_value(path[above]->openssl(), NID_name_constraints);
-        if (constraints.empty()) {
-            continue;
-        }
-        while (names.size() < above) {
-            names.push_back(names_of(path[names.size()]->openssl()));
-        }
-        const Names subtrees{constraints.size(), subtrees_in(constraints)};
-        for (const Names& of_one : names) {
-            comparisons += comparisons_between(of_one, subtrees);
-        }
-    }
-    return comparisons;
-}
-
-std::size_t comparisons_for_usages(const Path& path) {
-    std::size_t comparisons = 0;
-    for (const PoolCertificate* each : path) {
-        comparisons += comparisons_for_usages(*each);
-    }
-    return comparisons;
-}
-
 std::vector<Strength> strengths(const Path& path) {
     std::vector<Strength> found;
     for (const PoolCertificate* certificate : path) {
@@ -520,32 +337,6 @@ std::vector<bool> out_of_time(const Path& path, FileTicks at) {
     std::vector<bool> found;
     for (const PoolCertificate* certificate : path) {
         found.push_back(!certificate->is_valid_at(at));
-    }
-    return found;
-}
-
-PathSearch::Bar bar_for(const UsageQuestion& question, Budget& budget) {
-    return [usages = asked_of_authorities(question), &budget](const PoolCertificate& authority) {
-        X509* certificate = authority.openssl();
-        if (!may_sign_certificates(certificate)) {
-            return Barred::yes;
-        }
-        if (!budget.take_comparisons(comparisons_for_usages(authority), !authority.is_own())) {
-            return Barred::untold;
-        }
-        return allows(certificate, usages) ? Barred::no : Barred::yes;
-    };
-}
-
-std::vector<bool> misused(const Path& path, const UsageQuestion& question) {
-    std::vector<bool> found(path.size(), false);
-    const UsageQuestion usages = asked_of_authorities(question);
-    if (question.is_time_stamp) {
-        found[0] = !is_time_stamp_signer(path.front()->openssl());
-    }
-    for (std::size_t i = 0; i < path.size(); ++i) {
-        const bool is_trusted = i + 1 == path.size() && path[i]->is_anchor && i > 0;
-        found[i] = found[i] || (!is_trusted && !allows(path[i]->openssl(), usages));
     }
     return found;
 }
