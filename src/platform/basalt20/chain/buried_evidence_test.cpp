@@ -64,9 +64,7 @@ protected:
     PartyOwner twin_of_authority(const Party& issuer) const {
         PartyOwner twin;
         do {
-            CertificateSpec spec{"authority", &issuer, kAuthority};
-            spec.same_key = authority_.get();
-            twin = make_party(spec);
+            twin = make_twin(*authority_, {"authority", &issuer, kAuthority});
         } while (digest_of(*twin) > digest_of(*authority_));
         return twin;
     }
@@ -271,9 +269,7 @@ TEST_F(BuriedEvidenceTest, OneOfVeryManyCertificatesOfAKeyTellsOfTheKey) {
     for (const int count : {5, 40, 120}) {
         std::vector<PartyOwner> twins;
         for (int i = 0; i < count; ++i) {
-            CertificateSpec spec{"authority", root_.get(), kAuthority};
-            spec.same_key = authority_.get();
-            twins.push_back(make_party(spec));
+            twins.push_back(make_twin(*authority_, {"authority", root_.get(), kAuthority}));
         }
         std::sort(twins.begin(), twins.end(), [](const PartyOwner& a, const PartyOwner& b) {
             return digest_of(*a) < digest_of(*b);

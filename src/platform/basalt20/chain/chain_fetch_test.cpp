@@ -232,9 +232,7 @@ TEST_F(ChainFetchTest, ACachedRevocationOutlivesItsSignersAbsence) {
 // The cached list is read for another certificate of the stamper's key.
 TEST_F(ChainFetchTest, WhatIsReadWhenAKeyIsHeardOfSpeaksOfThePathToo) {
     const auto other = stamper_with_list(middle_.get());
-    CertificateSpec spec{"stamper", middle_.get(), kStamper};
-    spec.same_key = other.get();
-    const auto stamper = make_party(spec);
+    const auto stamper = make_twin(*other, {"stamper", middle_.get(), kStamper});
     server_.serve("/list", {make_list({middle_.get(), -1, 100, {{stamper.get(), -10, 4}}})});
     EXPECT_EQ(stamp_verdict(setting_, {encoded(other.get()), {encoded(middle_.get())}}), 0U);
     const Given given{encoded(stamper.get()), encoded_all({middle_.get(), other.get()})};
@@ -361,11 +359,10 @@ TEST_F(ChainFetchTest, NoMoreThanTwoPathsGoToTheNetworkUnlessTheyAreRevoked) {
     std::vector<ListEntry> holds;
     Given given;
     for (int i = 0; i < 7; ++i) {
-        CertificateSpec spec{"middle", root_.get(),
-                             std::string(kAuthority) + "\ncrlDistributionPoints=URI:" +
-                                 server_.url("/none" + std::to_string(i))};
-        spec.same_key = middle_.get();
-        twins.push_back(make_party(spec));
+        twins.push_back(
+            make_twin(*middle_, {"middle", root_.get(),
+                                 std::string(kAuthority) + "\ncrlDistributionPoints=URI:" +
+                                     server_.url("/none" + std::to_string(i))}));
         given.bag.push_back(encoded(twins.back().get()));
         holds.push_back({twins.back().get(), -10, kHold});
     }
@@ -387,18 +384,12 @@ TEST_F(ChainFetchTest, AListThatIsGoneTakesNoMoreThanOneTurn) {
     const auto with_list = [&](const char* path) {
         return std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url(path);
     };
-    CertificateSpec listed_spec{"middle", root_.get(), with_list("/list")};
-    listed_spec.same_key = middle_.get();
-    const auto listed = make_party(listed_spec);
+    const auto listed = make_twin(*middle_, {"middle", root_.get(), with_list("/list")});
     const auto side = make_party({"side", root_.get(), kAuthority});
-    CertificateSpec again_spec{"side", root_.get(), kAuthority};
-    again_spec.same_key = side.get();
-    const auto again = make_party(again_spec);
-    CertificateSpec dead_spec{"middle", side.get(), with_list("/gone")};
-    dead_spec.same_key = middle_.get();
+    const auto again = make_twin(*side, {"side", root_.get(), kAuthority});
     std::unique_ptr<Party> dead;
     do {
-        dead = make_party(dead_spec);
+        dead = make_twin(*middle_, {"middle", side.get(), with_list("/gone")});
     } while (digest_of(*listed) < digest_of(*dead));
     const auto stamper = make_party({"stamper", middle_.get(), kStamper});
     server_.serve("/list", {make_list({root_.get(), -1, 100})});
@@ -415,9 +406,7 @@ protected:
     LikeKeyedFetchTest() {
         const std::string address = "\ncrlDistributionPoints=URI:" + server_.url("/list");
         for (int i = 0; i < 3; ++i) {
-            CertificateSpec spec{"middle", root_.get(), kAuthority + address};
-            spec.same_key = middle_.get();
-            twins_.push_back(make_party(spec));
+            twins_.push_back(make_twin(*middle_, {"middle", root_.get(), kAuthority + address}));
             bag_.push_back(encoded(twins_.back().get()));
         }
         stamper_ = make_party({"stamper", middle_.get(), kStamper});
@@ -444,11 +433,10 @@ protected:
         std::vector<std::string> bag;
         for (std::size_t i = 0; i < count; ++i) {
             const std::string address = "/list" + std::to_string(i);
-            CertificateSpec spec{"middle", root_.get(),
-                                 std::string(kAuthority) +
-                                     "\ncrlDistributionPoints=URI:" + server_.url(address)};
-            spec.same_key = middle_.get();
-            const auto twin = make_party(spec);
+            const auto twin =
+                make_twin(*middle_, {"middle", root_.get(),
+                                     std::string(kAuthority) +
+                                         "\ncrlDistributionPoints=URI:" + server_.url(address)});
             bag.push_back(encoded(twin.get()));
             ListSpec list{.signer = root_.get(),
                           .made = -1,

@@ -160,9 +160,8 @@ inline HostileBag lattice(int nodes) {
     bag.end = encoded(make_party({"stamper", parties[0].get(), kStamper}).get());
     for (const auto& subject : parties) {
         for (const auto& issuer : parties) {
-            CertificateSpec spec{subject->name, issuer.get(), kPlainAuthority};
-            spec.same_key = subject.get();
-            bag.certificates.push_back(encoded(make_party(spec).get()));
+            bag.certificates.push_back(
+                encoded(make_twin(*subject, {subject->name, issuer.get(), kPlainAuthority}).get()));
         }
     }
     return bag;

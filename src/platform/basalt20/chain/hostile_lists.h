@@ -85,9 +85,8 @@ inline HostileBag names_of_points(int names_of_certificate, int names_of_list, i
 inline void add_twins(HostileBag& bag, const HonestChain& honest, int twins,
                       const std::string& extensions = kAuthority) {
     for (int i = 0; i < twins; ++i) {
-        CertificateSpec spec{"middle", honest.root.get(), extensions};
-        spec.same_key = honest.middle.get();
-        bag.certificates.push_back(encoded(make_party(spec).get()));
+        bag.certificates.push_back(
+            encoded(make_twin(*honest.middle, {"middle", honest.root.get(), extensions}).get()));
     }
 }
 
@@ -136,9 +135,8 @@ inline HostileBag crowded_issuer(int namesakes, int lists) {
     const auto impostor = make_party({"middle", nobody.get(), kAuthority});
     bag.certificates.push_back(encoded(impostor.get()));
     for (int i = 0; i < namesakes; ++i) {
-        CertificateSpec spec{"nobody", nullptr, kAuthority};
-        spec.same_key = nobody.get();
-        bag.certificates.push_back(encoded(make_party(spec).get()));
+        bag.certificates.push_back(
+            encoded(make_twin(*nobody, {"nobody", nullptr, kAuthority}).get()));
     }
     for (int i = 0; i < lists; ++i) {
         bag.lists.push_back(make_list({impostor.get(), -1 - i, 100}));
@@ -152,13 +150,11 @@ inline HostileBag crowded_key(int namesakes) {
     const HonestChain honest;
     HostileBag bag = honest.bag();
     const auto nobody = make_party({"nobody", nullptr, kAuthority});
-    CertificateSpec spec{"middle", nobody.get(), kAuthority};
-    spec.same_key = honest.middle.get();
-    bag.certificates.push_back(encoded(make_party(spec).get()));
+    bag.certificates.push_back(
+        encoded(make_twin(*honest.middle, {"middle", nobody.get(), kAuthority}).get()));
     for (int i = 0; i < namesakes; ++i) {
-        CertificateSpec namesake{"nobody", nullptr, kAuthority};
-        namesake.same_key = nobody.get();
-        bag.certificates.push_back(encoded(make_party(namesake).get()));
+        bag.certificates.push_back(
+            encoded(make_twin(*nobody, {"nobody", nullptr, kAuthority}).get()));
     }
     return bag;
 }
@@ -180,9 +176,10 @@ inline HostileBag deep_chain(const std::string& of_authorities, const std::strin
     }
     bag.lists.push_back(make_list({chain.back().get(), -1, 100}));
     for (int i = 0; i < twins; ++i) {
-        CertificateSpec spec{chain.back()->name, chain[chain.size() - 2].get(), extensions};
-        spec.same_key = chain.back().get();
-        bag.certificates.push_back(encoded(make_party(spec).get()));
+        bag.certificates.push_back(
+            encoded(make_twin(*chain.back(),
+                              {chain.back()->name, chain[chain.size() - 2].get(), extensions})
+                        .get()));
     }
     bag.end = encoded(make_party({"stamper", chain.back().get(), kStamper + of_stamper}).get());
     return bag;

@@ -35,9 +35,7 @@ protected:
     }
 
     static PartyOwner twin_of(const Party& party, const Twin& twin) {
-        CertificateSpec spec{twin.name, twin.issuer, twin.extensions, twin.begin, twin.end};
-        spec.same_key = &party;
-        return make_party(spec);
+        return make_twin(party, {twin.name, twin.issuer, twin.extensions, twin.begin, twin.end});
     }
 
     static std::string usages_of_responder(bool unasked) {

@@ -49,9 +49,7 @@ protected:
     std::unique_ptr<Party> stamper_ = make_party({"stamper", middle_.get(), kStamper});
 
     std::unique_ptr<Party> cross(const Party& issuer, const std::string& extensions = kAuthority) {
-        CertificateSpec spec{"middle", &issuer, extensions};
-        spec.same_key = middle_.get();
-        return make_party(spec);
+        return make_twin(*middle_, {"middle", &issuer, extensions});
     }
 };
 
@@ -63,9 +61,7 @@ TEST_F(PathOrderTest, ACrossCertifiedMiddleLeadsToTheAnchorThatIsTrusted) {
 }
 
 TEST_F(PathOrderTest, AnOldRootBesideItsCrossCertificateLeadsToTheNewRoot) {
-    CertificateSpec spec{"root", other_root_.get(), kAuthority};
-    spec.same_key = root_.get();
-    const auto crossed = make_party(spec);
+    const auto crossed = make_twin(*root_, {"root", other_root_.get(), kAuthority});
     expect(0, {other_root_.get()}, *stamper_, {middle_.get(), root_.get(), crossed.get()});
 }
 
@@ -83,11 +79,7 @@ TEST_F(PathOrderTest, AConstrainedCrossCertificateDoesNotHideAFreeOne) {
     const auto constrained = cross(
         *root_, std::string(kAuthority) + "\nnameConstraints=critical,permitted;dirName:names\n"
                                           "[names]\nCN=elsewhere\n");
-    const auto expired = [&] {
-        CertificateSpec spec{"middle", root_.get(), kAuthority, -10'000, -5'000};
-        spec.same_key = middle_.get();
-        return make_party(spec);
-    }();
+    const auto expired = make_twin(*middle_, {"middle", root_.get(), kAuthority, -10'000, -5'000});
     expect(0, {root_.get()}, *stamper_, {constrained.get(), expired.get(), middle_.get()});
     expect(CERT_E_INVALID_NAME, {root_.get()}, *stamper_, {constrained.get()});
 }
@@ -195,9 +187,7 @@ TEST_F(PathOrderTest, AListByAKeyBesideThePathIsHeardByWhicheverWayIsGood) {
     for (const bool comes_first : {true, false}) {
         std::unique_ptr<Party> twin;
         do {
-            CertificateSpec spec{"between", side.get(), kAuthority};
-            spec.same_key = between.get();
-            twin = make_party(spec);
+            twin = make_twin(*between, {"between", side.get(), kAuthority});
         } while ((digest_of(*twin) < digest_of(*between)) != comes_first);
         const std::vector<std::string> lists{
             make_list({root_.get(), -1, 100}), make_list({between.get(), -1, 100}),
@@ -226,9 +216,7 @@ TEST_F(PathOrderTest, DecoysAndCirclesLeadNobodyAstray) {
     // Two authorities that certify each other, and the middle.
     const auto circle = make_party({"circle", nullptr, kAuthority});
     const auto back = cross(*circle);
-    CertificateSpec forth_spec{"circle", middle_.get(), kAuthority};
-    forth_spec.same_key = circle.get();
-    const auto forth = make_party(forth_spec);
+    const auto forth = make_twin(*circle, {"circle", middle_.get(), kAuthority});
     Parties bag{middle_.get(), back.get(), forth.get()};
     expect(0, {root_.get()}, *stamper_, bag);
     for (const auto& decoy : decoys) {
@@ -246,16 +234,12 @@ TEST_F(PathOrderTest, WhatACircleClosesOnOneWayIsOpenOnAnother) {
     constexpr int kCompromised = 1;
     const auto inner = make_party({"inner", root_.get(), kAuthority});
     const auto outer = make_party({"outer", inner.get(), kAuthority});
-    CertificateSpec back_spec{"inner", outer.get(), kAuthority};
-    back_spec.same_key = inner.get();
-    const auto back = make_party(back_spec);
+    const auto back = make_twin(*inner, {"inner", outer.get(), kAuthority});
     // The inner one again, by somebody who knows of the outer one what was found out before.
     const auto via = make_party({"via", outer.get(), kAuthority});
-    CertificateSpec round_spec{"inner", via.get(), kAuthority};
-    round_spec.same_key = inner.get();
     std::unique_ptr<Party> round;
     do {
-        round = make_party(round_spec);
+        round = make_twin(*inner, {"inner", via.get(), kAuthority});
     } while (digest_of(*round) < digest_of(*back));
     const auto above = make_party({"above", via.get(), kAuthority});
     const auto middle = make_party({"middle", above.get(), kAuthority});
@@ -265,9 +249,7 @@ TEST_F(PathOrderTest, WhatACircleClosesOnOneWayIsOpenOnAnother) {
                                          "[names]\nCN=elsewhere\n"};
     constrained_spec.same_key = middle.get();
     const auto stamper = make_party({"stamper", middle.get(), kStamper});
-    CertificateSpec thief_spec{"thief", root_.get(), kStamper};
-    thief_spec.same_key = stamper.get();
-    const auto thief = make_party(thief_spec);
+    const auto thief = make_twin(*stamper, {"thief", root_.get(), kStamper});
     std::vector<std::string> lists{
         make_list({middle.get(), -1, 100, {{stamper.get(), -10, kCompromised}}})};
     for (const Party* authority : {root_.get(), inner.get(), outer.get(), via.get(), above.get()}) {

@@ -121,6 +121,12 @@ inline std::unique_ptr<Party> make_party(const CertificateSpec& spec) {
     return party;
 }
 
+// Another certificate for the key of that party.
+inline std::unique_ptr<Party> make_twin(const Party& party, CertificateSpec spec) {
+    spec.same_key = &party;
+    return make_party(spec);
+}
+
 inline const char kAuthority[] = "basicConstraints=critical,CA:TRUE\n"
                                  "keyUsage=critical,keyCertSign,cRLSign\n"
                                  "subjectKeyIdentifier=hash";
