@@ -119,6 +119,7 @@ TEST(StrengthTest, OfRsaKeysByTheirExponent) {
         {"1", Strength::refused},
         {"2", Strength::refused},
         {"10000", Strength::refused},
+        {"10000000000000000", Strength::refused},
         {"3", Strength::current},
         {"10001", Strength::current},
         {"FFFFFFFFFFFFFFFF", Strength::current},

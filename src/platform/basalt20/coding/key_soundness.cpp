@@ -2,6 +2,7 @@
 
 #include <basalt/coding/der_reader.h>
 #include <basalt/coding/openssl_owner.h>
+#include <basalt/coding/rsa_exponent.h>
 
 #include <openssl/core_names.h>
 #include <openssl/ec.h>
@@ -29,8 +30,8 @@ Number number_of(const EVP_PKEY* key, const char* name) {
 }
 
 bool is_sound_rsa(const EVP_PKEY* key) {
-    const Number exponent = number_of(key, OSSL_PKEY_PARAM_RSA_E);
-    return exponent && BN_is_odd(exponent.get()) == 1 && BN_is_one(exponent.get()) == 0;
+    const std::optional<RsaExponent> exponent = rsa_exponent_of(key);
+    return exponent && exponent->is_odd && exponent->bits > 1;
 }
 
 // More than one, and less than what is one but for its sign.

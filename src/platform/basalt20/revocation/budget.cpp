@@ -1,9 +1,8 @@
 #include <basalt/revocation/budget.h>
 
 #include <basalt/certificate/element_count.h>
-#include <basalt/coding/openssl_owner.h>
+#include <basalt/coding/rsa_exponent.h>
 
-#include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/obj_mac.h>
 
@@ -58,19 +57,14 @@ unsigned curve_cost(const EVP_PKEY* key) {
     return is_over_two(key) ? 2 + bits * bits / 5'000 : 1 + bits / 28;
 }
 
-unsigned exponent_bits(const EVP_PKEY* key) {
-    BIGNUM* read = nullptr;
-    EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_RSA_E, &read);
-    const OpensslOwner<BIGNUM, BN_free> exponent(read);
-    return exponent ? static_cast<unsigned>(BN_num_bits(exponent.get())) : 0;
-}
-
 // 0.02 ms with 2048 bits and 0.3 with 7680, by the exponent that nearly all have, of 17 bits. Each
 // further bit is one multiplication more, or two: 3072 bits with an exponent of as many take 6 ms.
 unsigned rsa_cost(const EVP_PKEY* key, unsigned bits) {
     constexpr unsigned kUsualExponent = 17;
     const unsigned usual = bits * (bits / 64);
-    return 1 + usual / 1000 * std::max(exponent_bits(key), kUsualExponent) / 160 / kUsualExponent;
+    const std::optional<RsaExponent> exponent = rsa_exponent_of(key);
+    const unsigned steps = std::max(exponent ? exponent->bits : 0, kUsualExponent);
+    return 1 + usual / 1000 * steps / 160 / kUsualExponent;
 }
 
 } // namespace
