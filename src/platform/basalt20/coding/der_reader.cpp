@@ -1,8 +1,10 @@
 // The cursor over BER.
 #include <basalt/coding/der_reader.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <vector>
 
 namespace basalt {
 namespace {
@@ -229,6 +231,44 @@ Element sole_element(Bytes bytes, BYTE wanted) {
     return element;
 }
 
+namespace {
+
+constexpr std::size_t kMostArcOctets = 64;
+
+// An arc of more than 64 bits, as that of a UUID: in decimal, the last nine digits first.
+class LongArc {
+public:
+    void append(unsigned seven_bits) {
+        std::uint64_t carry = seven_bits;
+        for (std::uint32_t& digits : digits_) {
+            carry += std::uint64_t{digits} << 7;
+            digits = static_cast<std::uint32_t>(carry % kBase);
+            carry /= kBase;
+        }
+        if (carry != 0) {
+            digits_.push_back(static_cast<std::uint32_t>(carry));
+        }
+    }
+
+    char* write(char* at, char* end) const {
+        at = std::to_chars(at, end, digits_.back()).ptr;
+        for (auto digits = digits_.rbegin() + 1; digits != digits_.rend(); ++digits) {
+            char nine[9];
+            const auto size =
+                static_cast<std::size_t>(std::to_chars(nine, nine + 9, *digits).ptr - nine);
+            at = std::fill_n(at, 9 - size, '0');
+            at = std::copy_n(nine, size, at);
+        }
+        return at;
+    }
+
+private:
+    static constexpr std::uint32_t kBase = 1'000'000'000;
+    std::vector<std::uint32_t> digits_;
+};
+
+} // namespace
+
 // X.690 8.19.
 void append_oid_text(Bytes contents, std::string& out) {
     require(!contents.empty() && (contents.back() & 0x80) == 0, CRYPT_E_ASN1_CORRUPT);
@@ -246,15 +286,29 @@ void append_oid_text(Bytes contents, std::string& out) {
     };
     std::uint64_t arc = 0;
     bool first = true;
-    bool begins = true;
-    for (const BYTE octet : contents) {
-        require(!begins || octet != 0x80, CRYPT_E_ASN1_CORRUPT);
-        require(arc <= (UINT64_MAX >> 7), CRYPT_E_ASN1_LARGE);
-        begins = (octet & 0x80) == 0;
-        arc = (arc << 7) | (octet & 0x7FU);
+    std::size_t begin = 0; // of the arc
+    for (std::size_t i = 0; i < contents.size(); ++i) {
+        const BYTE octet = contents[i];
+        require(i != begin || octet != 0x80, CRYPT_E_ASN1_CORRUPT);
+        const bool is_long = arc > (UINT64_MAX >> 7);
+        require(!is_long || (!first && i - begin < kMostArcOctets), CRYPT_E_ASN1_LARGE);
+        arc = is_long ? arc : (arc << 7) | (octet & 0x7FU);
         if ((octet & 0x80) != 0) {
             continue;
         }
+        const std::size_t end = i + 1;
+        if (is_long) {
+            LongArc whole;
+            for (const BYTE part : contents.subspan(begin, end - begin)) {
+                whole.append(part & 0x7FU);
+            }
+            *at++ = '.';
+            at = whole.write(at, out.data() + out.size());
+            begin = end;
+            arc = 0;
+            continue;
+        }
+        begin = end;
         if (first) {
             const std::uint64_t root = arc < 80 ? arc / 40 : 2;
             append(root);

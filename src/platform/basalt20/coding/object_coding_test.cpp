@@ -1,11 +1,16 @@
 // Structures in and out, and the BER that readers take or refuse.
 #include <basalt/object_coding.h>
 
+#include <basalt/coding/der_reader.h>
+#include <basalt/coding/fault.h>
+#include <basalt/coding/openssl_owner.h>
 #include <basalt/error_codes.h>
 #include <basalt/last_error.h>
 #include <basalt/local_block.h>
 #include <basalt/store/test_file.h>
 #include <basalt/sup/test_error.h>
+
+#include <openssl/objects.h>
 
 #include <cstring>
 
@@ -187,6 +192,23 @@ TEST(ObjectCoding, SizesFollowTheTwoStepProtocol) {
     EXPECT_EQ(size, 4U);
     EXPECT_EQ(std::memcmp(allocated, buffer, 4), 0);
     LocalFree(allocated);
+}
+
+// Whoever has no arc of his own takes that of a UUID.
+TEST(ObjectIdentifiers, ArcsOfManyBitsAreWritten) {
+    for (const std::string& text : std::initializer_list<std::string>{
+             "2.25.329800735698586629295641978511506172918", "1.2.18446744073709551615",
+             "1.2.18446744073709551616", "1.2.1000000000000000000000000000.3", "2.999.1"}) {
+        const basalt::OpensslOwner<ASN1_OBJECT, ASN1_OBJECT_free> object(
+            OBJ_txt2obj(text.c_str(), 1));
+        EXPECT_EQ(basalt::oid_text({OBJ_get0_data(object.get()), OBJ_length(object.get())}), text);
+    }
+    std::vector<BYTE> endless(66, 0xFF);
+    endless.front() = 0x2A;
+    endless.back() = 0x7F;
+    EXPECT_THROW(basalt::oid_text(endless), basalt::Fault);
+    endless.erase(endless.begin() + 1);
+    EXPECT_EQ(basalt::oid_text(endless).size(), 4U + 135U);
 }
 
 } // namespace
