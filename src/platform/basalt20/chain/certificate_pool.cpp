@@ -17,6 +17,9 @@ namespace {
 
 constexpr std::size_t kFewCertificates = 8;
 constexpr std::size_t kMaxPreparedFromGiven = 100;
+// Of what is left out and smaller hardly anything is honest, and anybody's few octets would leave
+// open what is refused.
+constexpr std::size_t kLarge = 4096;
 
 using ParsedName = OpensslOwner<X509_NAME, X509_NAME_free>;
 
@@ -89,10 +92,16 @@ void CertificatePool::add_store(HCERTSTORE store, PoolSource source) {
 }
 
 void CertificatePool::add(std::shared_ptr<CertificateItem> item, PoolSource source) {
+    const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
     if (is_reasonable(*item->body)) {
-        const std::uint64_t key = key_of(bytes_of(item->body->info().Subject));
         waiting_.emplace(key, Waiting{std::move(item), source});
+    } else if (item->encoded().size() >= kLarge) {
+        left_out_.insert(key);
     }
+}
+
+bool CertificatePool::has_left_out(Bytes subject) {
+    return !left_out_.empty() && left_out_.contains(key_of(subject));
 }
 
 PoolCertificate& CertificatePool::place(std::shared_ptr<CertificateItem> item) {

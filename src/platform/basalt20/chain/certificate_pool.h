@@ -1,10 +1,10 @@
 // What the search for paths may choose from: each certificate once, found by subject and taken
-// apart only when it is tried. Anchors are marked. Certificates that nobody honest makes are left
+// apart only when it is tried. Anchors are marked. Certificates that hardly anybody makes are left
 // out: over 64 KiB, names over 4 KiB, keys over 8192 bits, RSA exponents over 64, over 16 KiB of
-// names of distribution points when they are expanded, very many elements; and of what came with
-// the question a hundred at most are tried, so that whoever asks puts the likeliest first. One
-// object a session, for one thread; a certificate that can't be read is no candidate, nothing fails
-// but for lack of memory.
+// names of distribution points when they are expanded, very many elements. The names of the large
+// ones are kept, since what they might decide isn't known. Of what came with the question a hundred
+// at most are tried, so that whoever asks puts the likeliest first. One object a session, for one
+// thread; a certificate that can't be read is no candidate, nothing fails but for lack of memory.
 #pragma once
 
 #include <basalt/chain/trust_anchors.h>
@@ -15,6 +15,7 @@
 
 #include <deque>
 #include <map>
+#include <unordered_set>
 
 namespace basalt {
 
@@ -74,6 +75,9 @@ public:
     PoolCertificate& start(std::shared_ptr<CertificateItem> item);
     PoolCertificate& start(const CertificateEntry& entry);
 
+    // Whether a large one that may have that subject was left out.
+    bool has_left_out(Bytes subject);
+
     // At least as many as by_subject() will give, without looking at each.
     std::size_t count_like_named(Bytes subject);
 
@@ -110,6 +114,7 @@ private:
 
     std::shared_ptr<const TrustAnchors> anchors_;
     std::unordered_multimap<std::uint64_t, Waiting> waiting_;
+    std::unordered_set<std::uint64_t> left_out_;
     std::unordered_map<std::uint64_t, std::vector<PoolCertificate*>> by_key_;
     std::map<Sha256, PoolCertificate*> by_digest_;      // of names with many certificates
     std::map<Sha256, PoolCertificate*> first_copies_;   // by their signed parts

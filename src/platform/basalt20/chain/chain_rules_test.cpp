@@ -419,7 +419,8 @@ TEST_F(ChainRulesTest, OnlyWhatEndedInAnAnchorIsKeptPrepared) {
     EXPECT_LT(kept_x509_bytes(), before + large_bytes.size());
 }
 
-TEST_F(ChainRulesTest, CertificatesThatNobodyHonestMakesAreLeftOut) {
+// And of large ones that leaves open what only they could decide: an authority may be as large.
+TEST_F(ChainRulesTest, CertificatesThatHardlyAnybodyMakesAreLeftOut) {
     const auto refused_as_issuer = [&](EVP_PKEY* key) {
         const Given given{remade(*stamper_, key, EVP_sha256()),
                           {remade(*middle_, root_->private_key.get(), EVP_sha256(), key)}};
@@ -442,6 +443,20 @@ TEST_F(ChainRulesTest, CertificatesThatNobodyHonestMakesAreLeftOut) {
         const EvpKey key = dear_key(is_explicit);
         EXPECT_EQ(refused_as_issuer(key.get()), is_explicit ? CERT_E_CHAINING : 0u);
     }
+    std::string constraints = "nameConstraints=critical";
+    for (int i = 0; i < 1100; ++i) {
+        constraints += ",excluded;DNS:" + std::to_string(i);
+    }
+    const auto large =
+        make_twin(*middle_, {"middle", root_.get(), std::string(kAuthority) + "\n" + constraints});
+    const std::string stamper = encoded(stamper_.get());
+    EXPECT_EQ(stamp_verdict(setting_, {stamper, encoded_all({large.get()})}), TRUST_E_SYSTEM_ERROR);
+    EXPECT_EQ(stamp_verdict(setting_, {stamper, encoded_all({large.get(), middle_.get()})}), 0U);
+    EXPECT_EQ(stamp_verdict(setting_, {stamper}), CERT_E_CHAINING);
+    // Of another name it is nobody's.
+    const auto junk =
+        make_twin(*root_, {"junk", nullptr, std::string(kAuthority) + "\n" + constraints});
+    EXPECT_EQ(stamp_verdict(setting_, {stamper, encoded_all({junk.get()})}), CERT_E_CHAINING);
 }
 
 } // namespace

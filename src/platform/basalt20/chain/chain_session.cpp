@@ -332,7 +332,9 @@ std::optional<Judgement> ChainSession::search(const Question& question) {
         }
         return consider(path, question);
     });
-    cut_short_ = cut_short_ || (search.was_cut_short() && !taken);
+    // Of the stamp's own way up what was left out counts as not looked at: an honest authority may
+    // be as large as that. On the ways of those who speak of others it would be anybody's junk.
+    cut_short_ = cut_short_ || (!taken && (search.was_cut_short() || search.met_left_out()));
     note_ends(search);
     went_around_ = search.went_around();
     return std::exchange(good_, std::nullopt);

@@ -120,6 +120,7 @@ bool PathSearch::climb() {
     }
     // An anchor that was refused may have another above it.
     bool found_issuer = false;
+    met_left_out_ = met_left_out_ || pool_.has_left_out(top.issuer());
     const std::vector<const PoolCertificate*> blocked_before = std::exchange(blocked_by_, {});
     for (PoolCertificate* issuer : ranked_issuers(top)) {
         if (const PoolCertificate* passed = on_path(*issuer)) {

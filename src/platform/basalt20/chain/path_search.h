@@ -72,6 +72,9 @@ public:
     // Some way wasn't gone for want of signatures, steps or judged paths.
     bool was_cut_short() const { return cut_short_; }
 
+    // Some way may lead on through what the pool has left out.
+    bool met_left_out() const { return met_left_out_; }
+
     // Some authority was gone around.
     bool went_around() const { return went_around_; }
 
@@ -124,6 +127,7 @@ private:
     Bar bar_;
     bool went_around_ = false;
     bool cut_short_ = false;
+    bool met_left_out_ = false;
     bool by_names_ = false;
     bool reached_anchor_ = false;
     Path path_;
