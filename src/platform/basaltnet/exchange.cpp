@@ -111,6 +111,7 @@ void follow(HttpRequest request, std::string target, const std::string& ca_file,
         request.url = target;
         request.limits.total_timeout = left;
         answer = {};
+        answer.is_redirected = true;
         target = step(request, ca_file, answer);
     }
 }

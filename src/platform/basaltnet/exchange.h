@@ -47,10 +47,11 @@ struct HttpRequest {
 };
 
 struct HttpAnswer {
-    DWORD error = 0;        // 0 when a complete answer came, whatever its status
-    unsigned status = 0;    // 0 when none came; the proxy's when the proxy refused the tunnel
-    std::vector<BYTE> body; // empty unless `error` is 0
-    std::string detail;     // in words what failed, for traces
+    DWORD error = 0;            // 0 when a complete answer came, whatever its status
+    unsigned status = 0;        // 0 when none came; the proxy's when the proxy refused the tunnel
+    std::vector<BYTE> body;     // empty unless `error` is 0
+    bool is_redirected = false; // it, or the failure, is of another address than was asked for
+    std::string detail;         // in words what failed, for traces
     std::uint32_t retry_after = 0; // seconds that the server wants one to wait; 0: not told
 };
 

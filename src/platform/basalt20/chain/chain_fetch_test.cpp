@@ -215,6 +215,51 @@ TEST_F(ChainFetchTest, AllThatIsCachedCounts) {
     EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), bag}), CRYPT_E_REVOKED);
 }
 
+// What an older delta tells may stand in its successor's base already, which isn't at hand.
+TEST_F(ChainFetchTest, ADeltaGivesWayToNoneThatBeginsLater) {
+    constexpr int kCompromised = 1;
+    constexpr int kHold = 6;
+    const std::vector<std::string> bag{encoded(middle_.get())};
+    for (const int reason : {kCompromised, kHold}) {
+        for (const bool judged_before : {false, true}) {
+            const std::string place = std::to_string(reason) + (judged_before ? "/a" : "/b");
+            const std::string sources = "crlDistributionPoints=URI:" + server_.url("/l" + place) +
+                                        "\nfreshestCRL=URI:" + server_.url("/d" + place);
+            const auto stamper = make_party({"stamper", middle_.get(), kStamper + sources});
+            const auto other = make_party({"other", middle_.get(), kStamper + sources});
+            const auto serve = [&](int number, int base, const Party& who, int why) {
+                ListSpec list{middle_.get(), number - 20, 100, {{&who, -10, why}}};
+                list.extensions = "2.5.29.20=ASN1:INTEGER:" + std::to_string(number);
+                if (base != 0) {
+                    list.extensions += "\n2.5.29.27=critical,ASN1:INTEGER:" + std::to_string(base);
+                }
+                server_.serve((base != 0 ? "/d" : "/l") + place, {make_list(list)});
+            };
+            const auto verdict = [&](const Party& of) {
+                return stamp_verdict(setting_, {encoded(&of), bag});
+            };
+            serve(10, 0, *other, kHold);
+            serve(11, 10, *stamper, reason);
+            EXPECT_EQ(verdict(*other), CRYPT_E_REVOKED);
+            if (judged_before) {
+                EXPECT_EQ(verdict(*stamper), CRYPT_E_REVOKED);
+            }
+            server_.serve("/l" + place, {"", 404});
+            // Of very many the first isn't kept any more, but for him whom it revokes for good.
+            const int last = judged_before && reason == kCompromised ? 18 : 12;
+            for (int number = 12; number <= last; ++number) {
+                serve(number, number - 1, *other, kHold);
+                EXPECT_NE(verdict(*other), 0U);
+            }
+            if (reason == kCompromised) {
+                EXPECT_EQ(verdict(*stamper), CRYPT_E_REVOKED) << place;
+            } else { // that could have been lifted
+                EXPECT_NE(verdict(*stamper), 0U) << place;
+            }
+        }
+    }
+}
+
 // It was verified when it was kept: a stranger who leaves its signer out makes nothing good.
 TEST_F(ChainFetchTest, ACachedRevocationOutlivesItsSignersAbsence) {
     const auto rekeyed = make_party({"middle", root_.get(), kAuthority});
@@ -398,6 +443,49 @@ TEST_F(ChainFetchTest, AListThatIsGoneTakesNoMoreThanOneTurn) {
                       {make_list({middle_.get(), -1, 100})}};
     EXPECT_EQ(stamp_verdict(setting_, given), 0U);
     EXPECT_EQ(server_.requests(), 2U);
+}
+
+// Whoever has an authority's key in his hands chooses the sources below it.
+TEST_F(ChainFetchTest, WhoIsAboveIsAskedFirst) {
+    constexpr int kCompromised = 1;
+    const auto authority = make_party(
+        {"authority", root_.get(),
+         std::string(kAuthority) + "\ncrlDistributionPoints=URI:" + server_.url("/root")});
+    const auto stamper = stamper_with_list(authority.get(), "/own");
+    server_.serve("/root",
+                  {make_list({root_.get(), -1, 100, {{authority.get(), -10, kCompromised}}})});
+    setting_.revocation = BASALT_REVOCATION_AVAILABLE;
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(stamper.get()), {encoded(authority.get())}}),
+              CRYPT_E_REVOKED);
+    EXPECT_EQ(server_.requests(), 1U) << "nobody's own servers were asked";
+}
+
+// Whoever is above a certificate that turns out to be superseded hasn't been asked for that.
+TEST_F(ChainFetchTest, AWayThatIsRevokedAsksNobodyInVainForAnother) {
+    constexpr int kSuperseded = 4;
+    const auto names = [&](const char* path) {
+        return std::string("\ncrlDistributionPoints=URI:") + server_.url(path);
+    };
+    for (const bool comes_first : {true, false}) {
+        server_.forget();
+        const auto upper = make_party({"upper", root_.get(), kAuthority + names("/root")});
+        const auto lower = make_party({"lower", upper.get(), kAuthority + names("/upper")});
+        std::unique_ptr<Party> superseded;
+        do {
+            superseded = make_twin(*lower, {"lower", upper.get(), kAuthority + names("/upper")});
+        } while ((digest_of(*superseded) < digest_of(*lower)) != comes_first);
+        const auto stamper =
+            make_party({"stamper", lower.get(), kStamper + names("/lower").substr(1)});
+        server_.serve("/root", {make_list({root_.get(), -1, 100})});
+        server_.serve("/upper",
+                      {make_list({upper.get(), -1, 100, {{superseded.get(), -10, kSuperseded}}})});
+        server_.serve("/lower", {make_list({lower.get(), -1, 100})});
+        EXPECT_EQ(
+            stamp_verdict(setting_, {encoded(stamper.get()),
+                                     encoded_all({lower.get(), superseded.get(), upper.get()})}),
+            0U)
+            << comes_first;
+    }
 }
 
 // Three certificates of the authority's key with one address for the root's list.

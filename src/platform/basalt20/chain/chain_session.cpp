@@ -511,7 +511,8 @@ void ChainSession::forget_what_is_out_of_date(const Question& question) {
 }
 
 // False when one is revoked. Goes on behind an unknown one: whether another is revoked is worth
-// more.
+// more. The network is asked from the anchor down: what a thief of an authority's key has made
+// names servers of his own, which mustn't use up the time of those that could tell of him.
 bool ChainSession::judge_elements(Judgement& judgement, const Question& question, bool may_fetch) {
     const Path path = path_of_judgement(judgement);
     const CertificatePath entries = entries_of(path);
@@ -523,7 +524,9 @@ bool ChainSession::judge_elements(Judgement& judgement, const Question& question
     status.may_ask_later = request_.may_fetch && !may_fetch;
     status.strength = settings_.strength;
     status.may_use_cache = !settings_.given_only;
-    for (std::size_t i = 0; i < judgement.elements.size(); ++i) {
+    const std::size_t count = judgement.elements.size();
+    for (std::size_t place = 0; place < count; ++place) {
+        const std::size_t i = may_fetch ? count - 1 - place : place;
         if (!checks(judgement, i)) {
             continue;
         }
@@ -612,7 +615,11 @@ bool ChainSession::was_asked_for(const Path& path) const {
     });
 }
 
+// Of a way up that turned out to be revoked not all have been asked.
 void ChainSession::note_asked_in_vain(const Judgement& judgement) {
+    if (any_revoked(judgement)) {
+        return;
+    }
     for (const JudgedElement& element : judgement.elements) {
         if (element.status && is_open(*element.status) && !element.status_passes) {
             asked_in_vain_.insert(element.certificate);

@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <openssl/sha.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -141,6 +142,13 @@ bool make_folder(const std::string& name) {
     return !error;
 }
 
+// A larger file than the process may write would end it by a signal.
+bool may_be_written(std::size_t size) {
+    struct rlimit limit {};
+    return getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
+           size <= limit.rlim_cur;
+}
+
 } // namespace
 
 std::optional<CachedObject> cached_object(const std::string& key) {
@@ -170,7 +178,8 @@ std::optional<CachedObject> cached_object(const std::string& key) {
 
 void cache_object(const std::string& key, const std::vector<BYTE>& bytes) {
     const std::string where = folder();
-    if (where.empty() || bytes.size() > kObjectBound || !make_folder(where)) {
+    if (where.empty() || bytes.size() > kObjectBound || !may_be_written(bytes.size()) ||
+        !make_folder(where)) {
         return;
     }
     std::string temporary = where + "/new.XXXXXX";

@@ -213,9 +213,17 @@ std::chrono::milliseconds Budget::fetching_time_left() {
     return shared_ ? std::min(left, shared_->time_left()) : left;
 }
 
+std::chrono::milliseconds Budget::share_of(std::chrono::milliseconds left) const {
+    return std::min(left, std::max(least_exchange_time(), left / 3));
+}
+
 std::chrono::milliseconds Budget::exchange_time() {
     const std::chrono::milliseconds left = fetching_time_left();
-    return std::min(left, std::max(least_exchange_time(), left / 3));
+    return std::min(left, share_of(own_.time_left()));
+}
+
+std::chrono::milliseconds Budget::fair_exchange_time() {
+    return std::max(least_exchange_time(), share_of(own_.time_left()));
 }
 
 std::chrono::milliseconds Budget::issuer_exchange_time() {

@@ -100,10 +100,12 @@ public:
 
     // What is left for fetching; zero when nothing is. The deadline begins with the first call.
     std::chrono::milliseconds fetching_time_left();
-    // Of that, what one exchange may take: a silent server leaves time for the others. Less than
-    // the least only towards the end.
+    // Of that, what one exchange may take: a silent server leaves time for the others. Less than a
+    // fifth of the whole only towards the end.
     std::chrono::milliseconds exchange_time();
-    std::chrono::milliseconds least_exchange_time() const { return limits_.fetching_time / 5; }
+    // Whoever had less of it can't be called silent: less than a fifth, or than it would have been
+    // if nobody else of the file had used any.
+    std::chrono::milliseconds fair_exchange_time();
 
     // The same of the time for issuers, and what an exchange that began then has taken of it.
     std::chrono::milliseconds issuer_exchange_time();
@@ -129,6 +131,8 @@ public:
 private:
     bool take_with_work(unsigned& used, unsigned limit, unsigned cost);
     bool take_work(unsigned cost) { return !shared_ || shared_->take_work(cost); }
+    std::chrono::milliseconds least_exchange_time() const { return limits_.fetching_time / 5; }
+    std::chrono::milliseconds share_of(std::chrono::milliseconds left) const;
 
     BudgetLimits limits_;
     Fetching own_;

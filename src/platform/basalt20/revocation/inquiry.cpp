@@ -73,6 +73,7 @@ StatusFinding Inquiry::run() {
     if (!contradicting_.empty()) {
         dispute(*contradicting_.front());
     }
+    keep_for_good();
     ERR_clear_error();
     session_.good_but_for_foreign =
         ruling_.standing == Standing::good && !is_all_heard() && !own_left_out_;
@@ -215,6 +216,22 @@ void Inquiry::keep(const EvidenceItem& item) {
     }
     if (keeper_.revokes_for_good(item)) {
         keeper_.keep(item, keeper_.key_of_revocation(item.kind(), item.url), signer);
+    }
+}
+
+// What was fetched for another one's sake, now or once, lies where his evidence pushes it out.
+void Inquiry::keep_for_good() {
+    if (ruling_.standing != Standing::revoked) {
+        return;
+    }
+    for (const std::size_t index : ruling_.deciding) {
+        for (const EvidenceItem* item : origins_[index]) {
+            if (item->source != EvidenceSource::given && keeper_.revokes_for_good(*item)) {
+                const List* list = accepted_list(*item);
+                keeper_.keep(*item, keeper_.key_of_revocation(item->kind(), item->url),
+                             list != nullptr ? list->signer->certificate.get() : nullptr);
+            }
+        }
     }
 }
 

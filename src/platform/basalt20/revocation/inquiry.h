@@ -45,6 +45,7 @@ private:
     bool speaks_against(const EvidenceItem& item);
     bool may_speak_against(const EvidenceItem& item);
     void keep(const EvidenceItem& item);
+    void keep_for_good();
     static void put_in_order(Items& items);
     void put_weightiest_first(Items& items);
     std::size_t comparisons_for(const EvidenceItem& item) const;

@@ -32,10 +32,13 @@ std::string serial_number_of(const X509* certificate) {
                               static_cast<std::size_t>(number->length));
 }
 
-// Whether both, by one key, would speak of the same certificates for the same reasons.
-bool have_same_scope(const CrlFacts& a, const CrlFacts& b) {
-    return a.is_delta() == b.is_delta() && a.point_bytes == b.point_bytes &&
-           X509_NAME_cmp(a.issuer(), b.issuer()) == 0;
+// Whether the newer one, by the same key, speaks of the same certificates for the same reasons. A
+// delta leaves out what stands in its base: one with a later base knows less.
+bool covers_scope(const CrlFacts& newer, const CrlFacts& older) {
+    return newer.is_delta() == older.is_delta() && newer.point_bytes == older.point_bytes &&
+           X509_NAME_cmp(newer.issuer(), older.issuer()) == 0 &&
+           (!newer.is_delta() ||
+            ASN1_INTEGER_cmp(newer.base_number.get(), older.base_number.get()) <= 0);
 }
 
 std::string word_of(const OcspFacts& answer) {
@@ -143,7 +146,7 @@ bool EvidenceKeeper::supersedes(const EvidenceItem& newer, const EvidenceItem& o
             return edition_of(list.this_update, list.next_update);
         };
         return edition(*newer.list) > edition(*older.list) &&
-               have_same_scope(*newer.list, *older.list);
+               covers_scope(*newer.list, *older.list);
     }
     const auto edition = [&](const OcspFacts& answer) {
         Edition newest{};

@@ -23,10 +23,11 @@ std::string server_of(const std::string& url) {
     return url.substr(0, url.find_first_of("/?#", url.find("//") + 2));
 }
 
-// Nobody is there, whatever is asked for. Whoever keeps silent may answer at another address.
+// Nobody is there, whatever is asked for. Whoever keeps silent may answer at another address, and
+// whoever leads to where nobody is has answered.
 bool is_nobody_there(const HttpAnswer& answer) {
-    return answer.error == ERROR_WINHTTP_NAME_NOT_RESOLVED ||
-           answer.error == ERROR_WINHTTP_CANNOT_CONNECT;
+    return !answer.is_redirected && (answer.error == ERROR_WINHTTP_NAME_NOT_RESOLVED ||
+                                     answer.error == ERROR_WINHTTP_CANNOT_CONNECT);
 }
 
 } // namespace
@@ -47,7 +48,7 @@ std::optional<std::vector<BYTE>> Retrieval::get(const std::string& url) {
     HttpRequest request;
     request.url = url;
     request.follow_redirects = true;
-    return fetch(request, url, {budget_.exchange_time(), budget_.least_exchange_time()});
+    return fetch(request, url, {budget_.exchange_time(), budget_.fair_exchange_time()});
 }
 
 std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
@@ -57,7 +58,7 @@ std::optional<std::vector<BYTE>> Retrieval::post(const std::string& url,
     request.headers = {"Content-Type: " + content_type};
     request.body = body;
     return fetch(request, url + '\n' + std::string(body.begin(), body.end()),
-                 {budget_.exchange_time(), budget_.least_exchange_time()});
+                 {budget_.exchange_time(), budget_.fair_exchange_time()});
 }
 
 std::optional<std::vector<BYTE>> Retrieval::get_issuer(const std::string& url, bool outside_only) {
@@ -101,7 +102,7 @@ std::optional<std::vector<BYTE>> Retrieval::fetch(HttpRequest& request, const st
     fetching.note_received(answer.error == ERROR_WINHTTP_RESPONSE_DRAIN_OVERFLOW
                                ? limits.answer_bytes
                                : answer.body.size());
-    if (answer.error == ERROR_WINHTTP_TIMEOUT && share.time < share.least) {
+    if (answer.error == ERROR_WINHTTP_TIMEOUT && share.time < share.fair) {
         ++not_asked_; // whoever has used up the time would decide who is silent
         return std::nullopt;
     }

@@ -45,7 +45,7 @@ private:
     // What one exchange may take.
     struct Share {
         std::chrono::milliseconds time;
-        std::chrono::milliseconds least; // less than that there is only towards the end
+        std::chrono::milliseconds fair; // a time-out behind less of it tells nothing
         bool for_issuer = false;
     };
 

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sys/resource.h>
 #include <thread>
 
 namespace basalt::test {
@@ -192,6 +193,38 @@ TEST(RetrievalTest, WhoWasGivenLittleTimeWasNotAsked) {
     EXPECT_EQ(retrieval.not_asked(), 1u);
 }
 
+// Two seconds for each of a file as long as there are any, whoever has used some before.
+TEST(RetrievalTest, WhoHadLessTimeThanAloneWasNotAsked) {
+    const LoopbackServer server([](const std::string& request) {
+        LoopbackReply reply = http_reply(200, "list");
+        reply.delay = std::chrono::milliseconds(request.starts_with("GET /late") ? 1600 : 60'000);
+        return reply;
+    });
+    const std::string url = "http://127.0.0.1:" + std::to_string(server.port());
+    BudgetLimits limits;
+    limits.fetching_time = std::chrono::seconds(6);
+    const struct {
+        int used; // by others, in milliseconds
+        const char* page;
+        bool answers;
+        unsigned not_asked;
+    } cases[] = {{0, "/late", true, 0},
+                 {3600, "/late", true, 0},
+                 {3600, "/silent", false, 0},
+                 {5000, "/late", false, 1}};
+    for (const auto& c : cases) {
+        std::chrono::milliseconds clock{0};
+        const auto now = [&] { return Budget::TimePoint(clock); };
+        const auto shared = std::make_shared<Fetching>(limits.fetching_time, now);
+        EXPECT_EQ(shared->time_left(), limits.fetching_time);
+        clock = std::chrono::milliseconds(c.used);
+        Budget budget(limits, now, shared);
+        Retrieval retrieval(budget);
+        EXPECT_EQ(retrieval.get(url + c.page).has_value(), c.answers) << c.used << c.page;
+        EXPECT_EQ(retrieval.not_asked(), c.not_asked) << c.used << c.page;
+    }
+}
+
 TEST(RetrievalTest, WhatSeveralVerdictsShareIsOneTimeAndOneMemoryOfFailures) {
     LiveResponder responder;
     for (const char* path : {"/slow", "/slow?", "/slow??"}) {
@@ -258,6 +291,20 @@ TEST(RetrievalTest, WhatComesForOneFileIsBounded) {
     EXPECT_EQ(get(most), std::pair(false, 1u)) << "that isn't silence";
 }
 
+TEST(RetrievalTest, WhatTheProcessMayNotWriteIsNotCached) {
+    LiveResponder responder;
+    cache_object("small", std::vector<BYTE>(100));
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit low{500, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &low), 0);
+    cache_object("large", std::vector<BYTE>(501));
+    cache_object("small", std::vector<BYTE>(200));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_FALSE(cached_object("large"));
+    EXPECT_EQ(cached_object("small")->bytes.size(), 200U);
+}
+
 TEST(RetrievalTest, AServerWhereNobodyIsIsAskedOnce) {
     std::string nobody;
     {
@@ -271,6 +318,16 @@ TEST(RetrievalTest, AServerWhereNobodyIsIsAskedOnce) {
     EXPECT_FALSE(retrieval.get(nobody + "/b"));
     EXPECT_FALSE(retrieval.post(nobody + "?c", "text/plain", {}));
     EXPECT_EQ(retrieval.exchanges(), 2u);
+    // Who leads there is somebody.
+    LiveResponder moved;
+    moved.serve("/new", {"list"});
+    for (const std::string& gone : {nobody + "/d", std::string("http://nobody.invalid/list")}) {
+        moved.serve("/old", {"", 302, 0, false, "Location: " + gone + "\r\n"});
+        Budget of_another;
+        Retrieval other(of_another);
+        EXPECT_FALSE(other.get(moved.url("/old"))) << gone;
+        EXPECT_TRUE(other.get(moved.url("/new"))) << gone;
+    }
 }
 
 TEST(RetrievalTest, RedirectsAreFollowedFiveTimesAndNeverBackFromHttps) {
