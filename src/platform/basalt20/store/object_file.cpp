@@ -17,6 +17,7 @@ namespace {
 constexpr std::int64_t kMaxFileSize = std::int64_t{256} << 20;
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 struct PemBlock {
     std::string_view label;
@@ -46,14 +47,26 @@ std::string from_base64(std::string_view text) {
     return out;
 }
 
-// The next PEM block (RFC 7468) of `text`, which is cut down to what lies behind it.
-std::optional<PemBlock> next_pem_block(std::string_view& text) {
+// At the beginning of a line, or behind blanks: what somebody has commented out isn't meant.
+bool begins_line(std::string_view before) {
+    const std::size_t last = before.find_last_not_of(" \t");
+    return last == std::string_view::npos || before[last] == '\n' || before[last] == '\r' ||
+           before.substr(0, last + 1) == kByteOrderMark;
+}
+
+// The next PEM block (RFC 7468) of `file` in `text`, its end, which is cut down to what lies behind
+// the block.
+std::optional<PemBlock> next_pem_block(std::string_view file, std::string_view& text) {
     while (true) {
         const std::size_t begin = text.find(kBegin);
         if (begin == std::string_view::npos) {
             return std::nullopt;
         }
+        const bool is_meant = begins_line(file.substr(0, file.size() - text.size() + begin));
         text.remove_prefix(begin + kBegin.size());
+        if (!is_meant) {
+            continue;
+        }
         const std::size_t label_end = text.find(kDashes);
         if (label_end == std::string_view::npos) {
             return std::nullopt;
@@ -179,9 +192,10 @@ void load_signed_data(MemoryStore& store, Bytes contents) {
 }
 
 void load_objects(MemoryStore& store, Bytes contents) {
-    std::string_view text = text_of(contents);
+    const std::string_view file = text_of(contents);
+    std::string_view text = file;
     bool loaded = false;
-    while (const auto block = next_pem_block(text)) {
+    while (const auto block = next_pem_block(file, text)) {
         loaded = load_block(store, *block) || loaded;
     }
     if (loaded || attempt([&] { store.load(std::make_shared<CrlBody>(contents)); }) ||

@@ -179,6 +179,17 @@ TEST_F(SystemStore, DroppedFilesAreSeenOnceAndGoWhenTheyAreRemoved) {
     fs::copy_file(data + "/ec.cer", store / ".hidden.crt");
     fs::copy_file(data + "/ec.cer", store / "note.txt");
     EXPECT_EQ(count(L"CA"), all);
+    {
+        std::ifstream bundle(data + "/bundle.pem");
+        std::ofstream off(store / "off.pem");
+        for (std::string line; std::getline(bundle, line);) {
+            off << (line.starts_with("-----BEGIN") ? "# " : "") << line << '\n';
+        }
+    }
+    fs::remove(store / "bundle.pem");
+    fs::remove(store / "again.cer");
+    EXPECT_EQ(count(L"CA"), all - 1) << "nobody wants what he has commented out";
+    fs::copy_file(data + "/bundle.pem", store / "bundle.pem");
 
     const auto certificate = test_certificate("ec.cer");
     const Store opened(open(L"CA"));
