@@ -20,6 +20,7 @@ namespace Halcyon::PKI::TSP {
 namespace {
 
 constexpr HRESULT kUnsupportedKind = hr(E_INVALIDARG);
+constexpr HRESULT kBadCode = hr(CRYPT_E_ASN1_INTERNAL);
 constexpr HRESULT kBadTime = hr(of_system_error(ERROR_INVALID_TIME));
 
 std::array<std::uint32_t, 3> accuracy_of(const asn1data::ASN1T_Accuracy& record) {
@@ -28,8 +29,9 @@ std::array<std::uint32_t, 3> accuracy_of(const asn1data::ASN1T_Accuracy& record)
             record.m.microsPresent ? record.micros : 0u};
 }
 
-// The name as it stands in the token. Kinds that CGeneralName can't hold don't make a token
-// unreadable: the name is a hint, on which no check rests.
+// The name as it stands in the token. Kinds that CGeneralName can't hold, and directory names with
+// values of unusual types, don't make a token unreadable: the name is a hint, on which no check
+// rests.
 std::optional<TsaName> read_name(const asn1data::ASN1T_TSTInfoRaw& record) {
     if (!record.m.tsaPresent) {
         return std::nullopt;
@@ -37,7 +39,9 @@ std::optional<TsaName> read_name(const asn1data::ASN1T_TSTInfoRaw& record) {
     try {
         return TsaName(CBlob(record.tsa.data, record.tsa.numocts));
     } catch (const ATL::CAtlException& failure) {
-        if (failure.m_hr != kUnsupportedKind) {
+        if (failure.m_hr != kUnsupportedKind &&
+            !(failure.m_hr == kBadCode &&
+              is_directory_name({record.tsa.data, record.tsa.numocts}))) {
             throw;
         }
         return std::nullopt;

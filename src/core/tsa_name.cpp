@@ -135,6 +135,28 @@ bool encodes_to(Traits::ASN1_T& record, const CBlob& bytes, ASN1BEREncodeBuffer&
 
 } // namespace
 
+bool is_directory_name(Element name) {
+    auto inner = take(name, kDirectoryNameByte);
+    auto levels = inner ? take(*inner, kSequenceByte) : std::nullopt;
+    if (!levels || !inner->empty() || !name.empty()) {
+        return false;
+    }
+    while (!levels->empty()) {
+        auto level = take(*levels, kSetByte);
+        if (!level || level->empty()) {
+            return false;
+        }
+        while (!level->empty()) {
+            auto attribute = take(*level, kSequenceByte);
+            if (!attribute || !take(*attribute, kIdentifierByte) || attribute->size() < 2 ||
+                !take(*attribute, (*attribute)[0]) || !attribute->empty()) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 TsaName::TsaName(const CBlob& encoded) {
     if (auto text = plain_text({encoded.pbData(), encoded.cbData()})) {
         directory_ = Directory{encoded, *std::move(text)};

@@ -7,6 +7,7 @@
 
 #include <chronoseal/asn1/general_name.h>
 #include <chronoseal/base/blob.h>
+#include <chronoseal/core/element_reader.h>
 
 namespace Halcyon::PKI::TSP {
 
@@ -32,5 +33,9 @@ private:
     std::optional<Directory> directory_;
     ASN1::CGeneralName name_;
 };
+
+// Whether it is a directoryName in DER, whatever the values of its attributes are: not all of them
+// have the type that an attribute has, and such a name can't be made into a TsaName.
+bool is_directory_name(Element general_name);
 
 } // namespace Halcyon::PKI::TSP

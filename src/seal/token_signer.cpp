@@ -142,10 +142,18 @@ SignerName::SignerName(const ATL2::CCryptMsg& message, const SignerRecord& recor
         }
     } catch (const ATL::CAtlException& failure) {
         code_ = static_cast<std::uint32_t>(failure.m_hr);
+        if (code_ == CRYPT_E_ASN1_INTERNAL && record.get() != nullptr) {
+            namings_ = signer_namings(record.get()->AuthAttrs);
+            code_ = namings_.empty() ? code_ : 0;
+        }
     }
 }
 
 bool SignerName::matches(const CertificateInfo& certificate) const {
+    if (!namings_.empty()) {
+        return std::ranges::all_of(
+            namings_, [&](const SignerNaming& naming) { return names(naming, certificate); });
+    }
     if (sha256_ != nullptr) {
         return *sha256_ == certificate.sha256;
     }
@@ -158,6 +166,18 @@ bool SignerName::is(const CertificateInfo& certificate) const {
     } catch (const ATL::CAtlException&) {
         return false;
     }
+}
+
+std::string_view SignerName::hash_oid() const {
+    if (!namings_.empty()) {
+        return namings_.back().hash_oid;
+    }
+    if (sha256_ != nullptr) {
+        return Halcyon::ASN1::kSha256;
+    }
+    const auto* hash = id_ != nullptr ? id_->get_otherCertHash().get_otherHash() : nullptr;
+    return hash != nullptr ? std::string_view(hash->get_hashAlgorithm().get_algorithm())
+                           : std::string_view();
 }
 
 SignerSearch find_signer(const SignerName& name, const std::vector<const ATL2::CCertStore*>& stores,

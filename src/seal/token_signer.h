@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <string_view>
 
 #include <basalt/error_codes.h>
 #include <chronoseal/asn1/cert_identifier.h>
@@ -10,6 +11,7 @@
 #include <chronoseal/atl/cert_store.h>
 #include <chronoseal/chronoseal.hpp>
 #include <chronoseal/seal/signed_bytes.h>
+#include <chronoseal/seal/signer_naming.h>
 
 namespace chronoseal {
 
@@ -27,12 +29,18 @@ public:
     // the second says no.
     bool matches(const CertificateInfo& certificate) const;
     bool is(const CertificateInfo& certificate) const;
+    // Whether all attributes that name somebody have been compared, and not the foremost alone.
+    bool compares_all() const { return !namings_.empty(); }
+    // The OID of the hash by which the certificate is named; empty when nobody is.
+    std::string_view hash_oid() const;
 
 private:
-    // One of the two, if somebody is named: the SHA-256 of the certificate where that is all there
-    // is, as in most tokens, else the whole identifier.
+    // One of the three, if somebody is named: the SHA-256 of the certificate where that is all
+    // there is, as in most tokens, else the whole identifier; or, where that can't be made into a
+    // record, what each attribute names.
     std::shared_ptr<const Bytes> sha256_;
     std::shared_ptr<const Halcyon::ASN1::COtherCertID> id_;
+    std::vector<SignerNaming> namings_;
     std::uint32_t code_ = static_cast<std::uint32_t>(E_FAIL);
 };
 

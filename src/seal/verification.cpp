@@ -402,6 +402,9 @@ void Verification::check_content_type() {
 
 // One of the attributes names this certificate: where there are several, all have to.
 bool Verification::names_contradict(const ATL2::CCertContext& certificate) const {
+    if (stamp_.signer_name.compares_all()) {
+        return false;
+    }
     const bool are_many = has_signed_attribute({kOtherSigningCertificate}) ||
                           (has_signed_attribute({kSigningCertificate}) &&
                            has_signed_attribute({kSigningCertificateV2}));
@@ -486,6 +489,11 @@ void Verification::check_signature() {
         break;
     case NTE_BAD_SIGNATURE:
         fail(Check::signature, error_of_code(code));
+        break;
+    case NTE_BAD_ALGID:
+        fail(Check::signature, code, "algorithm_unknown",
+             "the key, the hash or the scheme of the token's signature is unknown here or too weak",
+             "don't trust this stamp; ask for one by an authority that signs as is usual now");
         break;
     default:
         fail(Check::signature, error_of_code(code == 0 ? NTE_BAD_SIGNATURE : code));

@@ -340,6 +340,12 @@ void Verification::check_strength(const ChainJudgement& judgement) {
     bool below = is_below(token().imprint_algorithm, trust_.strength) ||
                  is_below(signature.digest_algorithm, trust_.strength) ||
                  is_below(signature.signature_algorithm, trust_.strength);
+    // Of SHA-1, by which many are named, no second preimage can be found.
+    const AlgorithmInfo naming = algorithm_info(stamp_.signer_name.hash_oid(), {});
+    if (is_below(naming, Strength::floor)) {
+        remark_weakness("weak_signature", "the hash that names the signer", naming);
+        below = true;
+    }
     // Of a way up beside which a better one may be hidden nothing is said.
     const bool is_the_one = judgement.code != kTooCostly;
     for (const ChainLink& link : is_the_one ? verdict_.chain : std::vector<ChainLink>()) {

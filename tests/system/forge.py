@@ -81,9 +81,10 @@ def name_of(common_name):
 
 def issue(folder, common_name, issuer=None, *, ca=False, usage=(TIME_STAMPING,), usage_critical=True,
           begin=None, end=None, crl_url=None, ocsp_url=None, key=None, serial=None, extra_extensions=()):
-    """A certificate; without issuer it is its own. `usage` None leaves the extended key usage out."""
+    """A certificate; without issuer it is its own. `usage` None leaves the extended key usage out. Its name is
+    made from the common name, or given whole."""
     key = key or Key(folder)
-    subject = name_of(common_name)
+    subject = common_name if isinstance(common_name, x509.Name) else name_of(common_name)
     extensions = [
         {"extn_id": "basic_constraints", "critical": True, "extn_value": {"ca": ca}},
         {"extn_id": "key_usage", "critical": True,

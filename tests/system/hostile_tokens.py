@@ -159,6 +159,11 @@ class BadSignatures(TokenTest):
             with self.subTest(name):
                 self.expect(self.workspace.run("verify", path, "--no-data", "--roots", self.roots), REFUSED, name)
 
+    def test_a_key_that_is_too_short_is_told_as_that(self):
+        key = MadeKey(self.folder, "EC", "-pkeyopt", "ec_paramgen_curve:secp112r1")
+        signer = forge.issue(self.folder, "short", self.root, key=key)
+        self.expect(self.verify(self.token_of(signer)), REFUSED, "too weak")
+
 
 class SigningCertificateAttributes(TokenTest):
     def test_those_that_do_not_name_the_signer_once(self):
@@ -180,6 +185,54 @@ class SigningCertificateAttributes(TokenTest):
                 ("right hash with another serial", (v2(forge.element(0x30, digest + forge.issuer_serial(other))),))):
             with self.subTest(name):
                 self.expect(self.verify(self.token_with(*attributes)), REFUSED, *told)
+
+    def test_names_with_values_of_unusual_types(self):
+        """As honest authorities have them: a country in UTF-8, a mail address that isn't IA5."""
+        def part(oid, value):
+            return forge.element(0x31, forge.element(0x30, core.ObjectIdentifier(oid).dump() + value))
+        parts = (("2.5.4.6", "DE"), ("1.2.840.113549.1.9.1", "tsa@example.com"), ("2.5.4.3", "x"))
+        name = x509.Name.load(forge.element(0x30, b"".join(part(oid, core.UTF8String(text).dump()) for oid, text in parts)))
+        ca = forge.issue(self.folder, name, self.root, ca=True)
+        signer = forge.issue(self.folder, "below it", ca)
+        v1, v2 = (forge.signing_certificate(forge.ess_cert_id(signer)),
+                  forge.signing_certificate_v2(forge.ess_cert_id_v2(signer)))
+        def token(signer, *ess, info=self.info, more=()):
+            attributes = forge.signed_attributes(signer, info, ess=ess or None)
+            return forge.make_token(signer, info, certificates=[*more, signer.der, ca.der, *more],
+                                    attributes=attributes)
+        for name, ess in (("v2", (v2,)), ("v1", (v1,)), ("both", (v1, v2))):
+            with self.subTest(name):
+                self.passes(token(signer, *ess))
+        other = forge.issue(self.folder, "below it", ca)
+        for name, ess in (("another", v2), ("one of another", (v2, forge.signing_certificate(forge.ess_cert_id(signer)))),
+                          ("twice", (v2, v2))):
+            with self.subTest(name):
+                self.expect(self.verify(token(other, *(ess if isinstance(ess, tuple) else (ess,)))), REFUSED)
+        digest = core.OctetString(hashlib.sha256(signer.der).digest()).dump()
+        wrong = forge.element(0x30, digest + forge.issuer_serial(other))
+        self.expect(self.verify(token(signer, forge.signing_certificate_v2(wrong))), REFUSED)
+        with self.subTest("beside the signer"):
+            self.passes(token(self.tsa, more=(signer.der,)))
+        with self.subTest("the authority's own word for itself"):
+            info = forge.tst_info(DIGEST, tsa=ca.name)
+            self.passes(token(signer, info=info))
+
+    def test_certificates_with_an_extension_by_a_uuid(self):
+        odd = [{"extn_id": "2.25.329800735698586629295641978511506172918", "critical": False,
+                "extn_value": core.ParsableOctetString(b"\x05\x00")}]
+        root = forge.issue(self.folder, "root", ca=True, extra_extensions=odd)
+        ca = forge.issue(self.folder, "ca", root, ca=True, extra_extensions=odd)
+        signer = forge.issue(self.folder, "signer", ca, extra_extensions=odd)
+        roots = root.write_pem(self.folder / "odd root.pem")
+        path = self.workspace.path / "stamp"
+        path.write_bytes(self.token_of(signer, ca.der))
+        self.expect(self.workspace.run("verify", path, "--no-data", "--roots", roots), GOOD)
+
+    def test_those_by_a_broken_hash(self):
+        v1, v2 = forge.signing_certificate, forge.signing_certificate_v2
+        self.expect(self.verify(self.token_with(v2(forge.ess_cert_id_v2(self.tsa, algorithm="md5")))), REFUSED, "MD5")
+        for attribute in (v1(forge.ess_cert_id(self.tsa)), v2(forge.ess_cert_id_v2(self.tsa, algorithm="sha1"))):
+            self.passes(self.token_with(attribute))
 
 
 class BadChains(TokenTest):
