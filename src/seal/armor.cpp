@@ -32,6 +32,19 @@ constexpr std::array<signed char, 256> kValues = [] {
     return values;
 }();
 
+// Behind blanks at most.
+bool is_at_line_start(std::string_view text, std::size_t at) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    const std::string_view before = text.substr(0, at);
+    const std::size_t last = before.find_last_not_of(" \t");
+    return last == std::string_view::npos || before[last] == '\n' || before[last] == '\r' ||
+           before.substr(0, last + 1) == kByteOrderMark;
+}
+
+Base64Place place_in(std::string_view text, std::string_view base64) {
+    return {static_cast<std::size_t>(base64.data() - text.data()), base64.size()};
+}
+
 // The body without header lines ("Proc-Type: ..." up to an empty line).
 std::string_view without_headers(std::string_view body) {
     if (body.substr(0, body.find("\n\n")).find(':') == std::string_view::npos) {
@@ -39,6 +52,13 @@ std::string_view without_headers(std::string_view body) {
     }
     const std::size_t gap = std::min(body.find("\n\n"), body.find("\r\n\r\n"));
     return gap == std::string_view::npos ? body : body.substr(gap);
+}
+
+// A SEQUENCE, whatever text it holds. No text begins with the octet of an indefinite length second.
+bool begins_as_sequence(ByteView bytes) {
+    constexpr std::byte kIndefinite{0x80};
+    return bytes.size() > 1 && std::to_integer<unsigned>(bytes[0]) == der_tag::kSequence &&
+           (bytes[1] == kIndefinite || DerReader(bytes).next().has_value());
 }
 
 } // namespace
@@ -81,56 +101,66 @@ std::string encode_base64(ByteView bytes) {
     return text;
 }
 
+std::size_t find_pem(std::string_view text, std::size_t from) {
+    std::size_t at = text.find(kBegin, from);
+    while (at != std::string_view::npos && !is_at_line_start(text, at)) {
+        at = text.find(kBegin, at + kBegin.size());
+    }
+    return at;
+}
+
 std::vector<PemBlock> pem_blocks(ByteView bytes, std::size_t most) {
     std::vector<PemBlock> blocks;
-    std::string_view text = text_of(bytes);
+    const std::string_view text = text_of(bytes);
+    std::size_t from = 0;
     while (blocks.size() < most) {
-        const std::size_t begin = text.find(kBegin);
+        const std::size_t begin = find_pem(text, from);
         if (begin == std::string_view::npos) {
             break;
         }
-        text.remove_prefix(begin + kBegin.size());
-        const std::size_t label_end = text.find(kDashes);
+        const std::size_t label = begin + kBegin.size();
+        const std::size_t label_end = text.find(kDashes, label);
         if (label_end == std::string_view::npos) {
             break;
         }
-        const std::string_view label = text.substr(0, label_end);
-        text.remove_prefix(label_end + kDashes.size());
-        const std::size_t end = text.find(kEnd);
+        const std::size_t body = label_end + kDashes.size();
+        const std::size_t end = text.find(kEnd, body);
         if (end == std::string_view::npos) {
             break;
         }
-        if (auto der = decode_base64(without_headers(text.substr(0, end)))) {
-            blocks.push_back({std::string(label), *std::move(der)});
+        const std::string_view base64 = without_headers(text.substr(body, end - body));
+        if (auto der = decode_base64(base64)) {
+            blocks.push_back({std::string(text.substr(label, label_end - label)), *std::move(der),
+                              place_in(text, base64)});
         }
-        text.remove_prefix(end + kEnd.size());
+        from = end + kEnd.size();
     }
     return blocks;
 }
 
 Unarmored unarmor(ByteView bytes) {
     const std::string_view text = text_of(bytes);
-    const bool der = !bytes.empty() && std::to_integer<unsigned>(bytes[0]) == der_tag::kSequence &&
-                     DerReader(bytes).next().has_value();
+    const bool der = begins_as_sequence(bytes);
     // First, since a mail may quote PEM.
     if (const auto mail = der ? std::nullopt : find_smime(text)) {
         auto decoded = decode_base64(mail->base64);
         if (decoded && std::to_integer<unsigned>(decoded->front()) == der_tag::kSequence) {
-            return {Form::smime, {}, *std::move(decoded)};
+            return {Form::smime, {}, *std::move(decoded), place_in(text, mail->base64)};
         }
     }
-    if (!der && text.find(kBegin) != std::string_view::npos) {
+    if (!der && find_pem(text, 0) != std::string_view::npos) {
         if (auto blocks = pem_blocks(bytes, 1); !blocks.empty()) {
-            return {Form::pem, std::move(blocks[0].label), std::move(blocks[0].der)};
+            return {Form::pem, std::move(blocks[0].label), std::move(blocks[0].der),
+                    blocks[0].base64};
         }
     }
     if (!der) {
         if (auto decoded = decode_base64(text);
             decoded && std::to_integer<unsigned>(decoded->front()) == der_tag::kSequence) {
-            return {Form::base64, {}, *std::move(decoded)};
+            return {Form::base64, {}, *std::move(decoded), place_in(text, text)};
         }
     }
-    return {Form::binary, {}, Bytes(bytes.begin(), bytes.end())};
+    return {Form::binary, {}, Bytes(bytes.begin(), bytes.end()), {}};
 }
 
 } // namespace chronoseal

@@ -110,6 +110,8 @@ std::optional<Time> time_of_der(ByteView der) {
                      element->content.size());
     if (element->tag == der_tag::kUtcTime && text.size() == 13) {
         text = (text[0] < '5' ? "20" : "19") + text;
+    } else if (element->tag != der_tag::kGeneralizedTime) {
+        return std::nullopt;
     }
     if (text.size() != 15 || text.back() != 'Z' ||
         text.find_first_not_of("0123456789") != text.size() - 1) {
@@ -119,55 +121,60 @@ std::optional<Time> time_of_der(ByteView der) {
     const year_month_day date{
         year(static_cast<int>(two_digits(text, 0) * 100 + two_digits(text, 2))),
         month(two_digits(text, 4)), day(two_digits(text, 6))};
-    if (!date.ok()) {
+    const hours hour(two_digits(text, 8));
+    const minutes minute(two_digits(text, 10));
+    const seconds second(two_digits(text, 12));
+    if (!date.ok() || hour >= days(1) || minute >= hours(1) || second >= minutes(1)) {
         return std::nullopt;
     }
-    return Time(sys_days(date)) + hours(two_digits(text, 8)) + minutes(two_digits(text, 10)) +
-           seconds(two_digits(text, 12));
+    return Time(sys_days(date)) + hour + minute + second;
 }
 
+// Of several none is the time.
 std::optional<Time> signing_time(const SignatureInfo& signature) {
-    const auto found =
-        std::ranges::find(signature.signed_attributes, kSigningTime, &AttributeInfo::oid);
-    return found != signature.signed_attributes.end() && found->values.size() == 1
-               ? time_of_der(found->values.front())
-               : std::nullopt;
+    std::vector<Bytes> values;
+    for (const AttributeInfo& attribute : signature.signed_attributes) {
+        if (attribute.oid == kSigningTime) {
+            values.insert(values.end(), attribute.values.begin(), attribute.values.end());
+        }
+    }
+    return values.size() == 1 ? time_of_der(values.front()) : std::nullopt;
 }
 
 // No nonce binds the answer to the question: the clock has to.
-void require_near(Time time, Time now) {
+Time require_near(const std::optional<Time>& time, Time now) {
     constexpr std::chrono::minutes kFarthest{10};
-    if (time > now + kFarthest || time < now - kFarthest) {
+    if (!time) {
+        throw Error(Category::refused, "time_missing", 0,
+                    "the answer tells no time that can be read: it may be an old one",
+                    "the server is at fault; ask another");
+    }
+    if (*time > now + kFarthest || *time < now - kFarthest) {
         throw Error(Category::refused, "time_differs",
                     Halcyon::PKI::TSP::Client::kResultTimeOutsideWindow,
-                    "the stamp's time " + utc_text(time) + " is too far from this machine's",
+                    "the stamp's time " + utc_text(*time) + " is too far from this machine's",
                     "check this machine's clock; if that is right, ask another server");
     }
+    return *time;
 }
 
-// The certificate of the message that its signer names.
+Error signer_missing() {
+    return Error(Category::refused, "signer_not_found", CRYPT_E_NOT_FOUND,
+                 "the signer's certificate is not in the answer",
+                 "the server is at fault; ask another");
+}
+
+// The certificate by whose key the answer is signed.
 ATL2::CCertContext signer_of(const ATL2::CCryptMsg& message, const ATL2::CCertStore& store) {
-    DWORD size = 0;
-    if (CryptMsgGetParam(message.get(), CMSG_SIGNER_CERT_INFO_PARAM, 0, nullptr, &size) == 0) {
-        return {};
+    SignatureCheck check = check_signature(message, 0, CMSG_CTRL_VERIFY_SIGNATURE_EX, store);
+    if (check.code == CRYPT_E_SIGNER_NOT_FOUND) {
+        throw signer_missing();
     }
-    std::vector<std::max_align_t> block(size / sizeof(std::max_align_t) + 1);
-    if (CryptMsgGetParam(message.get(), CMSG_SIGNER_CERT_INFO_PARAM, 0, block.data(), &size) == 0) {
-        return {};
-    }
-    return ATL2::CCertContext(CertGetSubjectCertificateFromStore(
-        store.get(), ATL2::kAnyEncoding, reinterpret_cast<CERT_INFO*>(block.data())));
-}
-
-void require_signature(const ATL2::CCryptMsg& message, PCCERT_CONTEXT signer) {
-    CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};
-    parameter.cbSize = sizeof parameter;
-    parameter.dwSignerType = CMSG_VERIFY_SIGNER_CERT;
-    parameter.pvSigner = const_cast<CERT_CONTEXT*>(signer);
-    if (CryptMsgControl(message.get(), 0, CMSG_CTRL_VERIFY_SIGNATURE_EX, &parameter) == 0) {
-        throw Error(Category::refused, "signature_bad", GetLastError(),
+    if (check.code != 0) {
+        throw Error(Category::refused, "signature_bad", check.code,
                     "the signature of the answer is bad", "don't use it");
     }
+    return std::move(check.signer);
 }
 
 // The word of the code, with the root that nobody trusts.
@@ -206,22 +213,19 @@ AuthenticodeStamp judge(Bytes answer, ByteView content, const AuthenticodeOption
     }
     ATL2::CCertStore store;
     store.Open(CERT_STORE_PROV_MSG, ATL2::kAnyEncoding, 0, 0, message.get());
-    const auto signer = signer_of(message, store);
     const auto signature = signature_info(message, 0);
-    if (!signer || !signature) {
-        throw Error(Category::refused, "signer_not_found", CRYPT_E_NOT_FOUND,
-                    "the signer's certificate is not in the answer",
-                    "the server is at fault; ask another");
+    if (!signature) {
+        throw signer_missing();
     }
-    require_signature(message, signer.get());
+    const auto signer = signer_of(message, store);
     AuthenticodeStamp stamp;
     stamp.time = signing_time(*signature);
     stamp.signer = certificate_info(signer.get());
     if (options.verify) {
         const auto now =
             std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now());
-        require_near(stamp.time.value_or(now), now);
-        require_chain(TrustInForce(options.trust), store, signer.get(), stamp.time.value_or(now));
+        const Time time = require_near(stamp.time, now);
+        require_chain(TrustInForce(options.trust), store, signer.get(), time);
     }
     stamp.der = std::move(answer);
     return stamp;

@@ -17,8 +17,6 @@ namespace chronoseal {
 namespace {
 
 constexpr char kAdvice[] = "don't stamp it: have it signed again";
-// Certificates that name themselves as the same signer's.
-constexpr unsigned kMostNamesakes = 16;
 
 Error not_a_signature(ByteView bytes) {
     return Error(Category::refused, "not_a_signature", CRYPT_E_INVALID_MSG_TYPE,
@@ -61,27 +59,7 @@ DWORD check_signer(const ATL2::CCryptMsg& message, DWORD signer, bool whole,
     own.Open(CERT_STORE_PROV_MSG, ATL2::kAnyEncoding, 0, 0, message.get());
     const ATL2::CCertStore all = collection_of({&own, &given});
     const DWORD control = whole ? CMSG_CTRL_VERIFY_SIGNATURE_EX : BASALT_CTRL_VERIFY_ATTRIBUTES;
-    DWORD result = CRYPT_E_SIGNER_NOT_FOUND;
-    ATL2::CCertContext current;
-    for (unsigned tried = 0; tried < kMostNamesakes;) {
-        current.attach(CertEnumCertificatesInStore(all.get(), current.detach()));
-        if (!current) {
-            break;
-        }
-        CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};
-        parameter.cbSize = sizeof parameter;
-        parameter.dwSignerIndex = signer;
-        parameter.dwSignerType = CMSG_VERIFY_SIGNER_CERT;
-        parameter.pvSigner = const_cast<CERT_CONTEXT*>(current.get());
-        if (CryptMsgControl(message.get(), 0, control, &parameter) != 0) {
-            return 0;
-        }
-        if (const DWORD code = GetLastError(); code != CRYPT_E_SIGNER_NOT_FOUND) {
-            result = code;
-            ++tried;
-        }
-    }
-    return result;
+    return check_signature(message, signer, control, all).code;
 }
 
 } // namespace
@@ -195,7 +173,9 @@ bool CmsSignature::check(std::size_t signer, std::span<const Source> certificate
 void CmsSignature::check_place(std::size_t signer, std::string_view attribute) const {
     guarded("attach a time-stamp", [&] {
         require_signer(signer, signers());
-        SignedDataParts(content_->der).add_unsigned_attribute(signer, attribute, {});
+        SignedDataParts parts(content_->der);
+        parts.add_unsigned_attribute(signer, attribute, {});
+        content_->envelope.close(parts.encode());
     });
 }
 

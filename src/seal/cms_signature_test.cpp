@@ -171,6 +171,56 @@ TEST_F(CmsSignatureTest, EveryFormIsReadAndKept) {
     EXPECT_TRUE(people.verifies(result, false)) << "re-encoded from BER";
 }
 
+// However the first one is written, it is the one that is read, and the one that is written.
+TEST_F(CmsSignatureTest, AnotherMessageOfTheTextStays) {
+    const auto block = [](const std::string& between, const std::string& der) {
+        return "-----BEGIN CMS-----" + between + tsp::base64(der) + "\n-----END CMS-----\n";
+    };
+    const std::string other = block("\n", Signers("other data").der(CMS_BINARY));
+    const std::string der = people.der(CMS_BINARY);
+    const struct {
+        const char* name;
+        std::string between, behind;
+    } rows[] = {
+        {"plain", "\n", other},
+        {"header lines", "\nComment: first\nOther: line\n\n", other},
+        {"header lines of a mail", "\r\nComment: first\r\n\r\n", other},
+        {"header lines before both", "\nComment: first\n\n", block("\nComment: x\n\n", der)},
+        {"header lines alone", "\nComment: first\n\n", "behind\n"},
+        {"on the label's line", "", other},
+    };
+    for (const auto& row : rows) {
+        const std::string text = "in front\n" + block(row.between, der) + row.behind;
+        const CmsSignature before = CmsSignature::read(to_bytes(text));
+        EXPECT_EQ(to_text(before.encoded()), text) << row.name;
+        EXPECT_NO_THROW(before.check_place(0)) << row.name;
+        const CmsSignature after = stamped(before);
+        const std::string result = to_text(after.encoded());
+        EXPECT_TRUE(result.starts_with("in front\n-----BEGIN CMS-----" + row.between)) << row.name;
+        EXPECT_TRUE(result.ends_with("\n-----END CMS-----\n" + row.behind)) << row.name;
+        EXPECT_EQ(CmsSignature::read(to_bytes(result)).value(0), before.value(0)) << row.name;
+        EXPECT_EQ(inspect(to_bytes(result)).stamps.size(), 1U) << row.name;
+        const std::string again = to_text(rewrap(to_bytes(text), to_bytes(der)));
+        EXPECT_EQ(again, text) << row.name;
+    }
+}
+
+TEST_F(CmsSignatureTest, AMessageThatTheContentQuotesIsNotTheMessage) {
+    const std::string text = "see:\n-----BEGIN CMS-----\n" + tsp::base64(people.der(CMS_BINARY)) +
+                             "\n-----END CMS-----\n";
+    const Signers quoting(text);
+    const auto out = owned(BIO_new(BIO_s_mem()), &BIO_free_all);
+    const auto message = quoting.sign(CMS_BINARY | CMS_STREAM);
+    i2d_CMS_bio_stream(out.get(), message.get(), memory(text).get(), CMS_STREAM | CMS_BINARY);
+    const std::string streamed = text_of(out.get());
+    ASSERT_EQ(static_cast<unsigned char>(streamed[1]), 0x80U) << "indefinite lengths";
+    for (const std::string& bytes : {quoting.der(CMS_BINARY), streamed}) {
+        EXPECT_EQ(inspect(to_bytes(bytes)).form, Form::binary);
+        const CmsSignature signature = CmsSignature::read(to_bytes(bytes));
+        EXPECT_TRUE(quoting.verifies(to_text(stamped(signature).encoded()), false));
+    }
+}
+
 TEST_F(CmsSignatureTest, WhatIsNoSignatureIsNamed) {
     const auto word = [](const std::string& bytes) {
         return word_of([&] { CmsSignature::read(to_bytes(bytes)); });

@@ -14,28 +14,6 @@ namespace chronoseal {
 
 namespace {
 
-constexpr std::string_view kBegin = "-----BEGIN ";
-constexpr std::string_view kEnd = "-----END ";
-
-// The body of the first block that is whole and well-formed.
-std::string_view pem_body(std::string_view text) {
-    while (true) {
-        const std::size_t begin = text.find(kBegin);
-        const std::size_t label_end =
-            begin == std::string_view::npos ? begin : text.find('\n', begin);
-        const std::size_t end =
-            label_end == std::string_view::npos ? label_end : text.find(kEnd, label_end);
-        if (end == std::string_view::npos) {
-            return {};
-        }
-        const std::string_view body = text.substr(label_end + 1, end - label_end - 1);
-        if (decode_base64(body)) {
-            return body;
-        }
-        text.remove_prefix(end + kEnd.size());
-    }
-}
-
 void keep_around(std::string_view text, std::string_view base64, Envelope& envelope) {
     const std::size_t first = base64.find_first_not_of(" \t\r\n");
     const std::size_t last = base64.find_last_not_of(" \t\r\n");
@@ -74,43 +52,33 @@ Envelope Envelope::open(ByteView bytes) {
     envelope.form = found.form;
     envelope.der = std::move(found.der);
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    switch (envelope.form) {
-    case Form::binary:
-        break;
-    case Form::pem:
-        keep_around(text, pem_body(text), envelope);
-        if (envelope.before
-                .empty()) { // headers of an older PEM stand in it: DER is the better form
-            if (text.find(kBegin) != text.rfind(kBegin)) {
-                throw not_alone();
-            }
-            envelope.form = Form::binary;
-        }
-        break;
-    case Form::base64:
-        keep_around(text, text, envelope);
-        break;
-    case Form::smime: {
-        auto mail = find_smime(text);
-        keep_around(text, mail->base64, envelope);
-        envelope.contents = std::move(mail->contents);
-        break;
+    if (envelope.form != Form::binary) {
+        keep_around(text, text.substr(found.base64.begin, found.base64.size), envelope);
     }
+    if (envelope.form == Form::smime) {
+        envelope.contents = find_smime(text)->contents;
     }
     return envelope;
 }
 
 Bytes Envelope::close(ByteView changed) const {
+    Bytes whole;
     if (form == Form::binary) {
-        return copy_of(changed);
+        whole = copy_of(changed);
+    } else {
+        const std::string base64 = encode_base64(changed);
+        std::string text = before;
+        for (std::size_t at = 0; at < base64.size(); at += width) {
+            text += (at == 0 ? "" : line_end) + base64.substr(at, width);
+        }
+        text += behind;
+        whole = copy_of(text.data(), text.size());
     }
-    const std::string base64 = encode_base64(changed);
-    std::string text = before;
-    for (std::size_t at = 0; at < base64.size(); at += width) {
-        text += (at == 0 ? "" : line_end) + base64.substr(at, width);
+    // Whatever else stands in the text, it is this message that has been changed.
+    if (!std::ranges::equal(unarmor(whole).der, changed)) {
+        throw not_alone();
     }
-    text += behind;
-    return copy_of(text.data(), text.size());
+    return whole;
 }
 
 Bytes rewrap(ByteView original, ByteView der) {
@@ -119,12 +87,7 @@ Bytes rewrap(ByteView original, ByteView der) {
         if (!stands_alone(envelope.der)) {
             throw not_alone();
         }
-        Bytes text = envelope.close(der);
-        // Whatever else stands in the text, it is this message that has been changed.
-        if (!std::ranges::equal(unarmor(text).der, der)) {
-            throw not_alone();
-        }
-        return text;
+        return envelope.close(der);
     });
 }
 

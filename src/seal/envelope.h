@@ -11,7 +11,8 @@ namespace chronoseal {
 struct Envelope {
     // The same message as `unarmor` finds, S/MIME included.
     static Envelope open(ByteView bytes);
-    // Another message in the same form.
+    // Another message in the same form. Throws `malformed` where that wouldn't be read as the
+    // message of the text, and something else would be harmed.
     Bytes close(ByteView der) const;
 
     Form form = Form::binary;

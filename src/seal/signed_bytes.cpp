@@ -11,6 +11,8 @@ namespace chronoseal {
 namespace {
 
 constexpr DWORD kMostMessage = 0x7FFFFFFF;
+// Certificates that name themselves as the same signer's.
+constexpr unsigned kMostNamesakes = 16;
 
 // Aligned for the record at its beginning.
 using Block = std::vector<std::max_align_t>;
@@ -111,6 +113,33 @@ std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message,
     info.unsigned_attributes = attributes_of(signer.UnauthAttrs);
     info.signers = message_number(message, CMSG_SIGNER_COUNT_PARAM);
     return info;
+}
+
+SignatureCheck check_signature(const ATL2::CCryptMsg& message, DWORD signer, DWORD control,
+                               const ATL2::CCertStore& among) {
+    SignatureCheck check{CRYPT_E_SIGNER_NOT_FOUND, {}};
+    ATL2::CCertContext& current = check.signer;
+    for (unsigned tried = 0; tried < kMostNamesakes;) {
+        current.attach(CertEnumCertificatesInStore(among.get(), current.detach()));
+        if (!current) {
+            return check;
+        }
+        CMSG_CTRL_VERIFY_SIGNATURE_EX_PARA parameter{};
+        parameter.cbSize = sizeof parameter;
+        parameter.dwSignerIndex = signer;
+        parameter.dwSignerType = CMSG_VERIFY_SIGNER_CERT;
+        parameter.pvSigner = const_cast<CERT_CONTEXT*>(current.get());
+        if (CryptMsgControl(message.get(), 0, control, &parameter) != 0) {
+            check.code = 0;
+            return check;
+        }
+        if (const DWORD code = GetLastError(); code != CRYPT_E_SIGNER_NOT_FOUND) {
+            check.code = code;
+            ++tried;
+        }
+    }
+    current.attach(nullptr);
+    return check;
 }
 
 } // namespace chronoseal

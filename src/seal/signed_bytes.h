@@ -5,6 +5,8 @@
 #include <optional>
 #include <vector>
 
+#include <chronoseal/atl/cert_context.h>
+#include <chronoseal/atl/cert_store.h>
 #include <chronoseal/atl/crypt_msg.h>
 #include <chronoseal/chronoseal.hpp>
 
@@ -40,5 +42,15 @@ private:
 std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message, DWORD index);
 std::optional<SignatureInfo> signature_info(const ATL2::CCryptMsg& message,
                                             const SignerRecord& record);
+
+struct SignatureCheck {
+    DWORD code = 0; // why it is nobody's; CRYPT_E_SIGNER_NOT_FOUND: nobody there is named so
+    ATL2::CCertContext signer;
+};
+
+// Tries the certificates that the signer names, some of them if there are many: name and number are
+// anybody's to write. `control` is how the signature is checked.
+SignatureCheck check_signature(const ATL2::CCryptMsg& message, DWORD signer, DWORD control,
+                               const ATL2::CCertStore& among);
 
 } // namespace chronoseal

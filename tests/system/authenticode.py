@@ -8,13 +8,15 @@ import struct
 import subprocess
 import unittest
 
+import forge
 import program
-from asn1crypto import cms, core
+from asn1crypto import cms, core, x509
 from end_to_end import WithAuthority
 from page_server import PageServer
 from program import GOOD, REFUSED, UNREACHABLE, USAGE
 
 COUNTERSIGNATURE_TYPE = "1.3.6.1.4.1.311.3.2.1"
+DATA = "1.2.840.113549.1.7.1"
 SIGNATURE = bytes(range(256))
 
 
@@ -228,6 +230,66 @@ class TheAnswer(AuthenticodeTest):
         return subprocess.run(["curl", "-s", "-o", "/dev/null", "-w", "%{http_code}", "-H", "Content-Type:",
                                "--noproxy", "*", "--data-binary", f"@{path}", self.authority.url],
                               capture_output=True).stdout
+
+
+class ForgedAnswers(AuthenticodeTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.root, cls.tsa, cls.trusted = forge.authority(cls.workspace.path)
+
+    def judged(self, attributes, certificates, *options):
+        info = forge.signer_info(self.tsa, SIGNATURE, attributes)
+        answer = forge.signed_data(SIGNATURE, [info], [one.der for one in certificates], content_oid=DATA)
+        self.server.answers = [(200, base64.b64encode(answer))]
+        return self.stamp("--url", self.server.url, "--roots", self.trusted, *options)
+
+    @staticmethod
+    def attributes(*times):
+        """With an attribute for each list of values."""
+        return [forge.content_type_attribute(DATA), forge.message_digest_attribute(SIGNATURE),
+                *(forge.attribute("1.2.840.113549.1.9.5", *values) for values in times)]
+
+    def test_one_without_a_time_may_be_an_old_answer(self):
+        """Nothing else tells how old it is."""
+        now = forge.now()
+        certificates = (self.tsa, self.root)
+
+        def generalized(text):
+            return forge.element(0x18, text.encode())
+
+        good = x509.Time({"utc_time": now}).dump()
+        spelled = generalized(f"{now:%Y%m%d%H%M%S}Z")
+        for value in (good, spelled):
+            self.expect(self.judged(self.attributes([value]), certificates), GOOD)
+            self.out.unlink()
+        yesterday, hour, minute = (now - datetime.timedelta(**{unit: 1}) for unit in ("days", "hours", "minutes"))
+        rows = {"no attributes": None, "no time": self.attributes(), "no value": self.attributes([]),
+                "two values": self.attributes([good, spelled]), "two times": self.attributes([good], [spelled])}
+        for odd in (f"{yesterday:%Y%m%d}{24 + now.hour}{now:%M%S}Z", f"{hour:%Y%m%d%H}{60 + now.minute % 40}{now:%S}Z",
+                    f"{minute:%Y%m%d%H%M}60Z", f"{now:%Y}13{now:%d%H%M%S}Z", f"{now:%Y%m%d%H%M}Z",
+                    f"{now:%Y%m%d%H%M%S}.5Z", f"{now:%Y%m%d%H%M%S}+"):
+            rows[odd] = self.attributes([generalized(odd)])
+        rows["no type of time"] = self.attributes([forge.element(0x0C, spelled[2:])])
+        for name, attributes in rows.items():
+            with self.subTest(name):
+                self.expect(self.judged(attributes, certificates), REFUSED, "tells no time that can be read", "ask another")
+                self.assertFalse(self.out.exists())
+                result = self.judged(attributes, certificates, "--no-verify")
+                self.expect(result, GOOD)
+                self.assertIn(b"at a time that isn't told", result.stdout)
+                self.out.unlink()
+
+    def test_a_namesake_does_not_stand_in_the_signers_way(self):
+        """By name and number it can't be told from the signer."""
+        attributes = self.attributes([x509.Time({"utc_time": forge.now()}).dump()])
+        namesake = forge.issue(self.workspace.path, "another", self.root, serial=self.tsa.serial)
+        for certificates in ((namesake, self.tsa, self.root), (self.tsa, namesake, self.root)):
+            result = self.judged(attributes, certificates)
+            self.expect(result, GOOD)
+            self.assertIn(b'by "the tsa"', result.stdout)
+        self.expect(self.judged(attributes, (namesake, self.root)), REFUSED, "the signature of the answer is bad")
+        self.expect(self.judged(attributes, (self.root,)), REFUSED, "certificate is not in the answer")
 
 
 class Policy(AuthenticodeTest):
