@@ -51,14 +51,12 @@ private:
         const Bytes bytes = read_file(file);
         const chronoseal::Inspection found = chronoseal::inspect(bytes);
         refuse_more_behind(found);
-        const chronoseal::Kind kind = found.kind;
-        if (kind == chronoseal::Kind::signed_message ||
-            kind == chronoseal::Kind::authenticode_signature) {
+        if (is_signature(found)) {
             extend_signature(file, out, bytes, item);
             return;
         }
         Bytes der;
-        const chronoseal::Extension extension = kind == chronoseal::Kind::evidence_record
+        const chronoseal::Extension extension = found.kind == chronoseal::Kind::evidence_record
                                                     ? extend_record(file, bytes, der)
                                                     : extend_stamp(bytes, der);
         if (extension.changed()) {

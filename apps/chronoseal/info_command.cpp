@@ -68,11 +68,13 @@ ExitStatus show_embedded(const InfoOptions& options, const Inspection& found,
                           {"attribute", attribute_json(one.attribute)},
                           {"error", error_json(one.reason)}});
     }
+    output.text(behind_text(found));
     output.object(true, {{"file", options.file},
                          {"kind", chronoseal::kind_name(found.kind)},
                          {"countersignature", found.countersignature},
                          {"stamps", list},
-                         {"unread", unread}});
+                         {"unread", unread},
+                         {"bytesBehind", found.behind}});
     return ExitStatus::good;
 }
 
@@ -95,7 +97,7 @@ ExitStatus show(const InfoOptions& options, const Output& output) {
     }
     // Throws and says what the bytes are, if they are no stamp.
     const chronoseal::Stamp stamp = found.stamp ? *found.stamp : chronoseal::Stamp::read(bytes);
-    output.text(info_text(stamp.info()) + behind_text(found.behind));
+    output.text(info_text(stamp.info()) + behind_text(found));
     const auto& token = stamp.info().token;
     Json json = {{"file", options.file}, {"kind", chronoseal::kind_name(found.kind)}};
     json.update(to_json(stamp.info(), token ? token->signer : std::nullopt));

@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "stamp_text.h"
+
 namespace cli {
 
 namespace {
@@ -39,10 +41,12 @@ chronoseal::Error about_file(const std::string& file, const std::string& doing,
 
 void refuse_more_behind(const chronoseal::Inspection& found) {
     if (found.behind != 0) {
+        const bool message = is_signature(found);
         throw chronoseal::Error(
             chronoseal::Category::refused, "more_behind", 0,
-            fmt::format("{} bytes stand behind the stamp, and are no part of it", found.behind),
-            "put each stamp into a file of its own");
+            fmt::format("{} bytes stand behind the {}, and are no part of it", found.behind,
+                        message ? "signed message" : "stamp"),
+            fmt::format("put each {} into a file of its own", message ? "message" : "stamp"));
     }
 }
 

@@ -12,8 +12,8 @@ namespace cli {
 chronoseal::Error about_file(const std::string& file, const std::string& doing,
                              const chronoseal::Error& error);
 
-// Throws `more_behind` where something stands behind a stamp, which would be lost or left as it
-// was.
+// Throws `more_behind` where something stands behind a stamp or a signed message, which would be
+// lost or left as it was.
 void refuse_more_behind(const chronoseal::Inspection& found);
 
 } // namespace cli

@@ -121,10 +121,16 @@ std::string accuracy_text(std::chrono::microseconds accuracy) {
                : fmt::format("{} microseconds", accuracy.count());
 }
 
-std::string behind_text(std::size_t bytes) {
-    return bytes == 0 ? ""
-                      : fmt::format("  remark: {} behind the stamp, not looked at\n",
-                                    counted(bytes, "byte"));
+bool is_signature(const chronoseal::Inspection& found) {
+    return found.kind == chronoseal::Kind::signed_message ||
+           found.kind == chronoseal::Kind::authenticode_signature;
+}
+
+std::string behind_text(const chronoseal::Inspection& found) {
+    return found.behind == 0 ? ""
+                             : fmt::format("  remark: {} behind the {}, not looked at\n",
+                                           counted(found.behind, "byte"),
+                                           is_signature(found) ? "signed message" : "stamp");
 }
 
 std::string info_text(const chronoseal::StampInfo& info) {

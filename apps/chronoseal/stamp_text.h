@@ -13,8 +13,11 @@ class Output;
 // "1 s", "500 ms".
 std::string accuracy_text(std::chrono::microseconds accuracy);
 
-// The remark on what stands behind a stamp in its file; empty for nothing.
-std::string behind_text(std::size_t bytes);
+// A signed message, of a program or a script too.
+bool is_signature(const chronoseal::Inspection& found);
+
+// The remark on what stands behind a stamp or a signed message in its file; empty for nothing.
+std::string behind_text(const chronoseal::Inspection& found);
 
 // One line a field, for `info`.
 std::string info_text(const chronoseal::StampInfo& info);

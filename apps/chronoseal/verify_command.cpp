@@ -125,7 +125,7 @@ public:
                              found.stamp ? *std::exchange(found.stamp, std::nullopt)
                                          : Stamp::read(bytes),
                              stop, outcome);
-                outcome.text += behind_text(found.behind);
+                outcome.text += behind_text(found);
                 if (output_.json()) {
                     outcome.json["bytesBehind"] = found.behind;
                 }
@@ -308,6 +308,8 @@ private:
                  part);
             add_part(std::move(part), outcome);
         }
+        outcome.text += behind_text(found);
+        outcome.json["bytesBehind"] = found.behind;
         if (outcome.error) {
             outcome.json["error"] = error_json(*outcome.error);
         }

@@ -41,7 +41,7 @@ class Inspection:
     countersignature: bool  #: an older Authenticode countersignature is there
     der: bytes  #: without PEM or Base64
     unread: Tuple[UnreadStamp, ...] = ()  #: whoever judges `stamps` hasn't judged these
-    behind: int = 0  #: bytes behind the stamp that are no part of it
+    behind: int = 0  #: bytes behind the stamp or the signed message that are no part of it
     certificates_wanted: bool = False  #: of a request: it asks for the authority's certificates
 
 

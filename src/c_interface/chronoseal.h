@@ -1297,7 +1297,7 @@ typedef struct chronoseal_inspection_info {
     chronoseal_bytes der;                     // without PEM or Base64
     const chronoseal_unread_stamp* const* unread; // whoever judges `stamps` hasn't judged these
     size_t unread_count;                          // how many
-    size_t behind;                                // bytes behind the stamp that are no part of it
+    size_t behind;           // bytes behind the stamp or the signed message, no part of it
     int certificates_wanted; // 1: of a request: it asks for the authority's certificates
 } chronoseal_inspection_info;
 
@@ -1451,7 +1451,8 @@ typedef struct chronoseal_authenticode_stamp chronoseal_authenticode_stamp;
 
 // Gets a stamp by the older Authenticode protocol over `content`, mostly a signature value. It is
 // given only if it is a signed message over this content whose signature fits. "server_denied"
-// where policy doesn't allow the server. `options` may be null.
+// where policy doesn't allow the server; "time_missing" for an answer to be judged that doesn't
+// tell its time. `options` may be null.
 CHRONOSEAL_API chronoseal_status chronoseal_authenticode(
     const void* content, size_t size, const chronoseal_authenticode_options* options,
     chronoseal_authenticode_stamp** stamp, chronoseal_error** error);

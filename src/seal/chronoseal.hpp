@@ -790,7 +790,8 @@ struct Inspection {
     Kind kind = Kind::unknown;
     Form form = Form::binary;
     std::string description; // one sentence for people: "an X.509 certificate, PEM"
-    // Of a signed message: RFC 3161 and both Authenticode attributes, those within stamps included.
+    // Of a signed message: RFC 3161's attribute and Authenticode's, those within stamps, nested
+    // signatures and countersignatures included.
     std::vector<Embedded> stamps;
     // An older Authenticode countersignature (PKCS#9) is there; it isn't an RFC 3161 stamp.
     bool countersignature = false;
@@ -800,8 +801,8 @@ struct Inspection {
     Bytes der;
     // Whoever judges `stamps` hasn't judged these.
     std::vector<UnreadStamp> unread = {};
-    // So many bytes stand behind a token or a response, and were not looked at; in PEM, those of
-    // further stamps.
+    // So many bytes stand behind a token, a response or a signed message, and were not looked at;
+    // in PEM, those of further stamps, and of further messages with stamps in them.
     std::size_t behind = 0;
     // Of a request: the authority is to put its certificate into the token.
     bool certificates_wanted = false;
@@ -900,7 +901,8 @@ struct AuthenticodeStamp {
 // Has `content`, mostly a signature value, stamped by the older Authenticode protocol. The answer
 // is returned only if it is a signed message over this content whose signature fits. Throws
 // `server_denied` (1260) where policy doesn't allow the server, and `time_differs` (0xC2100122)
-// where `verify` is set and the signing time is over ten minutes from this machine's.
+// where `verify` is set and the signing time is over ten minutes from this machine's;
+// `time_missing` where there is none, or none that can be read.
 CHRONOSEAL_API AuthenticodeStamp authenticode(ByteView content,
                                               const AuthenticodeOptions& options = {});
 

@@ -1,10 +1,12 @@
 // What bytes are, and the stamps inside signed messages.
 #include <algorithm>
+#include <array>
 
 #include <basalt/error_codes.h>
 #include <chronoseal/seal/armor.h>
 #include <chronoseal/seal/byte_kind.h>
 #include <chronoseal/seal/der_element.h>
+#include <chronoseal/seal/der_writer.h>
 #include <chronoseal/seal/failure.h>
 #include <chronoseal/seal/platform_text.h>
 #include <chronoseal/seal/request_bytes.h>
@@ -22,9 +24,35 @@ constexpr std::string_view kCountersignature = "1.2.840.113549.1.9.6";
 constexpr unsigned kMostDepth = 4;
 constexpr std::size_t kMostStamps = 256;
 constexpr DWORD kMostSigners = 64;
+constexpr unsigned kMostNested = 64;
 
 std::string counted(std::size_t count, const char* noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+bool is_signature(Kind kind) {
+    return kind == Kind::signed_message || kind == Kind::authenticode_signature;
+}
+
+// Whether an attribute for stamps is named in the bytes, at whatever depth.
+bool names_stamps(ByteView bytes) {
+    return std::ranges::any_of(
+        std::array{kSignatureTimeStamp, kAuthenticodeTimeStamp}, [&](std::string_view attribute) {
+            const Bytes oid = der_oid(attribute);
+            return std::search(bytes.begin(), bytes.end(), oid.begin(), oid.end()) != bytes.end();
+        });
+}
+
+// A countersignature is a signer without a message: here is one around it.
+Bytes message_around(ByteView signer) {
+    constexpr std::byte kVersion{1};
+    const Bytes data = der_element(
+        der_tag::kSequence, {der_element(der_tag::kInteger, ByteView(&kVersion, 1)),
+                             der_element(der_tag::kSet, ByteView()),
+                             der_element(der_tag::kSequence, der_oid("1.2.840.113549.1.7.1")),
+                             der_element(der_tag::kSet, signer)});
+    return der_element(der_tag::kSequence,
+                       {der_oid("1.2.840.113549.1.7.2"), der_element(der_tag::kContext0, data)});
 }
 
 class StampSearch {
@@ -58,22 +86,26 @@ private:
                 if (is_stamp_attribute(attribute)) {
                     add(value, signature.value, attribute.oid, here, depth);
                 } else if (attribute.oid == kNestedSignature) {
-                    search_nested(value, here, depth);
+                    search_nested(value, attribute.oid, here, depth);
+                } else if (attribute.oid == kCountersignature && names_stamps(value)) {
+                    search_nested(message_around(value), attribute.oid, here, depth);
                 }
             }
         }
     }
 
-    void search_nested(const Bytes& signature, const std::string& place, unsigned depth) {
-        if (depth == kMostDepth) {
-            leave_out(place, std::string(kNestedSignature));
+    void search_nested(const Bytes& signature, const std::string& oid, const std::string& place,
+                       unsigned depth) {
+        if (depth == kMostDepth || nested_ == kMostNested) {
+            leave_out(place, oid);
             return;
         }
+        ++nested_;
         const auto message = open_message(signature);
         if (message) {
             search_signers(message, place + ", ", depth + 1);
         } else {
-            unread(place, std::string(kNestedSignature), "a signature that can't be read");
+            unread(place, oid, "a signature that can't be read");
         }
     }
 
@@ -89,17 +121,23 @@ private:
             result_.unread.push_back({oid, place, error});
             return;
         }
-        if (depth < kMostDepth) {
-            search_signers(open_message(token), place + ", ", depth + 1);
-        } else if (may_hold_stamps(result_.stamps.back().stamp)) {
+        const Stamp stamp = result_.stamps.back().stamp;
+        if (!stamp.has_token()) {
+            return;
+        }
+        if (depth < kMostDepth) { // the value may be an answer, whose token it is
+            search_signers(open_message(stamp.token()), place + ", ", depth + 1);
+        } else if (may_be_stamped(stamp)) {
             leave_out(place, oid);
         }
     }
 
-    static bool may_hold_stamps(const Stamp& stamp) {
-        const auto& token = stamp.info().token;
-        return token &&
-               std::ranges::any_of(token->signature.unsigned_attributes, is_stamp_attribute);
+    static bool may_be_stamped(const Stamp& stamp) {
+        return std::ranges::any_of(stamp.info().token->signature.unsigned_attributes,
+                                   [](const AttributeInfo& attribute) {
+                                       return is_stamp_attribute(attribute) ||
+                                              std::ranges::any_of(attribute.values, names_stamps);
+                                   });
     }
 
     void unread(const std::string& place, std::string oid, const std::string& what) {
@@ -125,6 +163,7 @@ private:
     }
 
     Inspection& result_;
+    unsigned nested_ = 0;
     bool left_out_ = false;
 };
 
@@ -154,13 +193,19 @@ ByteView first_of(ByteView der) {
     return first ? first->whole : der;
 }
 
-// The bytes behind a stamp; of PEM, which holds certificates and the like besides, those of stamps.
+bool may_hold_stamps(ByteView der) {
+    const Kind kind = kind_of(der);
+    return is_stamp(kind) || (is_signature(kind) && names_stamps(der));
+}
+
+// The bytes behind a stamp or a message; of PEM, which holds certificates and the like besides,
+// those of stamps, and of messages with stamps in them.
 std::size_t bytes_behind(ByteView bytes, const Inspection& found) {
     std::size_t behind = found.der.size() - first_of(found.der).size();
     if (found.form == Form::pem) {
         const std::vector<PemBlock> blocks = pem_blocks(bytes);
         for (std::size_t i = 1; i < blocks.size(); ++i) {
-            behind += is_stamp(kind_of(blocks[i].der)) ? blocks[i].der.size() : 0;
+            behind += may_hold_stamps(blocks[i].der) ? blocks[i].der.size() : 0;
         }
     }
     return behind;
@@ -181,17 +226,17 @@ Inspection inspect(ByteView bytes) {
         }
         if (is_stamp(result.kind)) {
             read_stamp(result);
-            result.behind = bytes_behind(bytes, result);
         }
         if (result.kind == Kind::request) {
             result.certificates_wanted = wants_certificates(result.der);
         }
-        const bool is_signature =
-            result.kind == Kind::signed_message || result.kind == Kind::authenticode_signature;
-        if (is_signature || result.kind == Kind::token) {
+        if (is_stamp(result.kind) || is_signature(result.kind)) {
+            result.behind = bytes_behind(bytes, result);
+        }
+        if (is_signature(result.kind) || result.kind == Kind::token) {
             StampSearch(result).search(first_of(result.der));
         }
-        if (is_signature && !(result.stamps.empty() && result.unread.empty())) {
+        if (is_signature(result.kind) && !(result.stamps.empty() && result.unread.empty())) {
             result.description =
                 (result.kind == Kind::signed_message ? "a signed message with "
                                                      : "an Authenticode signature with ") +

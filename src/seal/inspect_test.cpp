@@ -1,5 +1,6 @@
 #include <openssl/pkcs12.h>
 
+#include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/testing/seal_fixture.h>
 
 namespace chronoseal::testing {
@@ -12,6 +13,8 @@ using tsp::oid;
 using tsp::sequence;
 using tsp::TstInfo;
 using tsp::with_unsigned;
+
+constexpr char kCountersignature[] = "1.2.840.113549.1.9.6";
 
 std::string pem(const std::string& label, const std::string& bytes) {
     std::string text = "-----BEGIN " + label + "-----\n";
@@ -53,6 +56,11 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
         {"certificate", authority.root_der(), Kind::certificate, Form::binary},
         {"certificate in PEM", pem("CERTIFICATE", authority.root_der()), Kind::certificate,
          Form::pem},
+        {"certificate in indented PEM",
+         "\xEF\xBB\xBF \t" + pem("CERTIFICATE", authority.root_der()), Kind::certificate,
+         Form::pem},
+        {"certificate that is commented out", "#" + pem("CERTIFICATE", authority.root_der()),
+         Kind::text, Form::binary},
         {"signed message", signed_message(authority), Kind::signed_message, Form::binary},
         {"authenticode signature",
          authority.token("text", {.contentType = "1.3.6.1.4.1.311.2.1.4"}),
@@ -173,19 +181,38 @@ std::string stamped_message(const tsp::Authority& authority, const std::string& 
                          authority.token(TstInfo{.digest = tsp::sha256(signature)}));
 }
 
+// The one signer of a message, as a countersignature stands in an attribute.
+std::string signer_of(const std::string& message) {
+    const Bytes bytes = to_bytes(message);
+    DerReader info(DerReader(bytes).next()->content);
+    info.next();
+    DerReader data(DerReader(info.next()->content).next()->content);
+    ByteView signers;
+    while (const auto part = data.next()) {
+        signers = part->content;
+    }
+    return to_text(Bytes(signers.begin(), signers.end()));
+}
+
 TEST(Inspect, AStampInASignatureIsJudgedAgainstThatSignature) {
     tsp::Configuration::instance().set("");
     const tsp::Authority authority;
     const Verifier verifier({.roots = {to_bytes(authority.root_der())}});
     for (const char* attribute : {"1.2.840.113549.1.9.16.2.14", "1.3.6.1.4.1.311.3.3.1"}) {
-        const Inspection found = inspect(to_bytes(stamped_message(authority, attribute)));
-        EXPECT_EQ(found.kind, Kind::signed_message);
-        ASSERT_EQ(found.stamps.size(), 1U) << attribute;
-        EXPECT_EQ(found.stamps[0].attribute, attribute);
-        EXPECT_TRUE(verifier.verify(found.stamps[0].stamp, found.stamps[0].stamped).good());
-        Bytes other = found.stamps[0].stamped;
-        other[0] ^= std::byte{1};
-        EXPECT_EQ(verifier.verify(found.stamps[0].stamp, other).deciding().word, "imprint_differs");
+        const std::string message = stamped_message(authority, attribute);
+        const std::string countersigned =
+            with_unsigned(signed_message(authority), kCountersignature, signer_of(message));
+        for (const std::string& bytes : {message, countersigned}) {
+            const Inspection found = inspect(to_bytes(bytes));
+            EXPECT_EQ(found.kind, Kind::signed_message);
+            ASSERT_EQ(found.stamps.size(), 1U) << attribute;
+            EXPECT_EQ(found.stamps[0].attribute, attribute);
+            EXPECT_TRUE(verifier.verify(found.stamps[0].stamp, found.stamps[0].stamped).good());
+            Bytes other = found.stamps[0].stamped;
+            other[0] ^= std::byte{1};
+            EXPECT_EQ(verifier.verify(found.stamps[0].stamp, other).deciding().word,
+                      "imprint_differs");
+        }
     }
 }
 
@@ -193,10 +220,11 @@ TEST(Inspect, AnOlderCountersignatureIsTold) {
     const tsp::Authority authority;
     const std::string plain = signed_message(authority);
     EXPECT_FALSE(inspect(to_bytes(plain)).countersignature);
-    const Inspection found =
-        inspect(to_bytes(with_unsigned(plain, "1.2.840.113549.1.9.6", sequence(""))));
-    EXPECT_TRUE(found.countersignature);
-    EXPECT_TRUE(found.stamps.empty() && found.unread.empty());
+    for (const std::string& value : {signer_of(plain), sequence("")}) {
+        const Inspection found = inspect(to_bytes(with_many(plain, kCountersignature, value, 65)));
+        EXPECT_TRUE(found.countersignature);
+        EXPECT_TRUE(found.stamps.empty() && found.unread.empty());
+    }
 }
 
 TEST(Inspect, WhatIsNotLookedIntoIsTold) {
@@ -204,10 +232,14 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
     const tsp::Authority authority;
     const std::string plain = signed_message(authority);
     const std::string token = authority.token();
-    std::string deep = stamped_message(authority, kStamp), chain = token;
+    const std::string stamped = stamped_message(authority, kStamp);
+    const std::string countersigner = signer_of(stamped);
+    std::string deep = stamped, chain = token, answers = tsp::response(0, token), tower = stamped;
     for (unsigned i = 0; i < 5; ++i) {
         deep = with_unsigned(plain, kNested, deep);
         chain = with_unsigned(token, kStamp, chain);
+        answers = tsp::response(0, with_unsigned(token, kStamp, answers));
+        tower = with_unsigned(plain, kCountersignature, signer_of(tower));
     }
     struct Row {
         const char* name;
@@ -231,7 +263,22 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
         {"too many", with_many(plain, kStamp, token, 257), 256, "too_many_stamps",
          Category::unreachable},
         {"too deep", deep, 0, "too_many_stamps", Category::unreachable},
+        {"as many nested ones as are looked at", with_many(plain, kNested, plain, 64), 0, ""},
+        {"too many nested ones", with_many(plain, kNested, plain, 65), 0, "too_many_stamps",
+         Category::unreachable},
         {"stamps on stamps", with_unsigned(plain, kStamp, chain), 5, "too_many_stamps",
+         Category::unreachable},
+        {"a stamp on that of an answer",
+         with_unsigned(plain, kStamp, tsp::response(0, with_unsigned(token, kStamp, token))), 2,
+         ""},
+        {"stamps on those of answers", with_unsigned(plain, kStamp, answers), 5, "too_many_stamps",
+         Category::unreachable},
+        {"on a countersignature", with_unsigned(plain, kCountersignature, countersigner), 1, ""},
+        {"a countersignature that can't be read",
+         with_unsigned(plain, kCountersignature, sequence(oid(kStamp))), 0, "malformed"},
+        {"too many countersignatures", with_many(plain, kCountersignature, countersigner, 65), 64,
+         "too_many_stamps", Category::unreachable},
+        {"countersignatures of countersignatures", tower, 0, "too_many_stamps",
          Category::unreachable},
     };
     for (const Row& row : rows) {
@@ -243,6 +290,36 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
             EXPECT_EQ(found.unread[0].reason.category(), row.category) << row.name;
             EXPECT_EQ(found.unread[0].place.find(row.place), 0U) << row.name;
         }
+    }
+}
+
+TEST(Inspect, StampsBehindASignedMessageAreTold) {
+    constexpr char kStamp[] = "1.2.840.113549.1.9.16.2.14", kNested[] = "1.3.6.1.4.1.311.2.4.1";
+    const tsp::Authority authority;
+    const std::string token = authority.token(), plain = signed_message(authority);
+    const std::string message = stamped_message(authority, kStamp);
+    const std::string nested = with_unsigned(plain, kNested, message);
+    const std::string first = pem("CMS", message);
+    const struct {
+        const char* name;
+        std::string bytes;
+        std::size_t behind;
+    } rows[] = {
+        {"nothing", message, 0},
+        {"another", message + message, message.size()},
+        {"in Base64", base64(message + message), message.size()},
+        {"in one block", pem("CMS", message + message), message.size()},
+        {"in a further block", first + pem("CMS", message), message.size()},
+        {"in that of a signature within", first + pem("CMS", nested), nested.size()},
+        {"none in a further block", first + pem("CMS", plain), 0},
+        {"a stamp", first + pem("PKCS7", token), token.size()},
+        {"behind a stamp", pem("PKCS7", token) + first, message.size()},
+        {"a certificate", first + pem("CERTIFICATE", authority.root_der()), 0},
+    };
+    for (const auto& row : rows) {
+        const Inspection found = inspect(to_bytes(row.bytes));
+        EXPECT_EQ(found.behind, row.behind) << row.name;
+        EXPECT_EQ(found.stamps.size(), found.kind == Kind::token ? 0U : 1U) << row.name;
     }
 }
 

@@ -96,7 +96,8 @@ class Extending(WithRevocation):
                                             base64.encodebytes(token) + b"-----END PKCS7-----\n" + behind)
                 told = self.workspace.run("extend", text, *self.roots)
                 self.assertTrue(text.read_bytes().endswith(behind), told.stderr)
-                self.assertEqual(told.returncode, REFUSED if headers else GOOD, told.stderr)
+                self.assertTrue(text.read_bytes().startswith(b"-----BEGIN PKCS7-----\n" + headers + b"MI"), told.stderr)
+                self.assertEqual(told.returncode, GOOD, told.stderr)
 
     def test_others_go_on_taking_it(self):
         path, shown = self.extended("others.tsr")
@@ -310,6 +311,40 @@ class Signatures(WithRevocation):
                                         *content)
                 self.assertEqual(check.returncode, 0, check.stderr)
                 self.expect(self.workspace.run("verify", path, *self.roots), GOOD)
+
+    def test_each_message_of_a_text_is_written_in_its_own_place(self):
+        """Whatever stands before the Base64 of the first one; the second one is another's, and nobody else has it."""
+        block = self.sign("first.pem", "-outform", "PEM", "-nodetach").read_bytes()
+        other = self.sign("second.pem", "-outform", "PEM", "-nodetach", signers=("two",)).read_bytes()
+        begin = b"-----BEGIN CMS-----\n"
+        for name, headers in (("plain", b""), ("headers", b"Comment: first\n\n")):
+            with self.subTest(name):
+                path = self.workspace.write("both.x", block.replace(begin, begin + headers) + other)
+                self.expect(self.attach(path, "--force"), GOOD)
+                self.publish_later()
+                status, shown = self.workspace.run_json("extend", path, *self.roots, "--revocation", "require")
+                self.assertEqual((status, shown["changed"]), (GOOD, True), shown)
+                self.assertTrue(path.read_bytes().startswith(begin + headers + b"MI"))
+                self.assertTrue(path.read_bytes().endswith(other))
+                self.expect(self.workspace.run("verify", path, *self.roots, "--revocation", "require"), GOOD)
+
+    def test_stamps_behind_a_message_are_told(self):
+        for form in ("DER", "PEM"):
+            with self.subTest(form):
+                path = self.sign("one.x", "-outform", form, "-nodetach")
+                self.expect(self.attach(path, "--force"), GOOD)
+                self.assertEqual(self.workspace.run_json("verify", path, *self.roots)[1]["bytesBehind"], 0)
+                content = path.read_bytes()
+                size = len(content if form == "DER" else base64.b64decode(b"".join(content.splitlines()[1:-1])))
+                two = self.workspace.write("two.x", content * 2)
+                for words in (("verify", two, *self.roots), ("info", two)):
+                    result = self.workspace.run(*words)
+                    self.expect(result, GOOD)
+                    self.assertIn(f"remark: {size:,} bytes behind the signed message, not looked at".encode(), result.stdout)
+                    self.assertEqual(self.workspace.run_json(*words)[1]["bytesBehind"], size)
+                self.expect(self.workspace.run("extend", two, *self.roots), REFUSED, "bytes stand behind the signed message",
+                            "put each message into a file of its own")
+                self.assertEqual(two.read_bytes(), content * 2)
 
     def failing_authority(self, good, ending):
         """Passes the first `good` requests on to the authority, and calls `ending` for the others."""
