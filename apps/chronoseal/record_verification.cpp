@@ -2,7 +2,9 @@
 #include "record_verification.h"
 
 #include <algorithm>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 
 #include <fmt/format.h>
 
@@ -30,11 +32,32 @@ constexpr std::size_t kMostNames = 1000;
 constexpr std::size_t kLinesAtATime = 10'000;
 constexpr std::size_t kNameBytesAtATime = std::size_t{16} << 20;
 
+// What the kernel tells of itself looks like files. Some of it ends nowhere
+// (/proc/self/pagemap), or waits until there is more (/proc/kmsg).
+bool is_kernel_text(const std::string& path) {
+    struct statfs system {};
+    if (::statfs(path.c_str(), &system) != 0) {
+        return false;
+    }
+    switch (system.f_type) {
+    case PROC_SUPER_MAGIC:
+    case SYSFS_MAGIC:
+    case DEBUGFS_MAGIC:
+    case TRACEFS_MAGIC:
+        return true;
+    default:
+        return false;
+    }
+}
+
 // Whoever made a list chose the names: to open a pipe or a terminal waits for somebody, and reading
 // /dev/zero never ends.
 bool ends_by_itself(const std::string& path) {
     struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && (S_ISREG(info.st_mode) || S_ISBLK(info.st_mode));
+    if (::stat(path.c_str(), &info) != 0) {
+        return false;
+    }
+    return S_ISBLK(info.st_mode) || (S_ISREG(info.st_mode) && !is_kernel_text(path));
 }
 
 // The files of a list, compared some at a time.

@@ -1,4 +1,5 @@
 // Verdicts on records of other makers and of forgers: each trap of the format.
+#include <chronoseal/seal/running_hash.h>
 #include <chronoseal/seal/testing/evidence_fixture.h>
 
 #include <fstream>
@@ -260,23 +261,33 @@ TEST_F(EvidenceVerifierTest, AGroupIsRenewedByANewHash) {
 
 // Each chain is over all before it, so that a few MiB can ask for hours of hashing.
 TEST_F(EvidenceVerifierTest, TheWorkForOneRecordIsBounded) {
-    const Hashes oids{tsp::kSha256Oid, kSha512Oid};
+    constexpr char kGost94[] = "1.2.643.2.2.9";
     const struct {
         std::size_t mebibytes;
         std::size_t too_many; // chains above the first
         std::size_t few;
-    } cases[] = {{1, 65, 40}, {32, 5, 2}};
+        const char* other = kSha512Oid; // beside SHA-256
+    } cases[] = {{1, 65, 40}, {32, 5, 2}, {1, 12, 6, kGost94}, {8, 6, 2, kGost94}};
     for (const auto& c : cases) {
+        const auto other = HashAlgorithmAccess::find(c.other);
+        if (!other) {
+            continue; // there is no engine for it
+        }
+        const Hashes oids{tsp::kSha256Oid, c.other};
+        const auto by = [&](bool is_other, const std::string& data) {
+            const auto digest = Digest::of(to_bytes(data), is_other ? *other : sha256);
+            return std::string(reinterpret_cast<const char*>(digest.value().data()),
+                               digest.value().size());
+        };
         const std::string bulk =
             tsp::attribute("1.2.3", tsp::element(0x04, std::string(c.mebibytes << 20, 'x')));
         std::vector<Hashes> chains{{tsp::sequence(tsp::element(0xA1, bulk) + token(digest))}};
         std::string sequence = tsp::sequence(chains[0][0]);
         for (std::size_t i = 0; i < c.too_many; ++i) {
-            const bool wide = i % 2 == 0;
-            const EVP_MD* by = wide ? EVP_sha512() : EVP_sha256();
-            const char* oid = wide ? kSha512Oid : tsp::kSha256Oid;
+            const bool is_other = i % 2 == 0;
+            const char* oid = is_other ? c.other : tsp::kSha256Oid;
             const std::string leaf =
-                hashed(hashed("data", by) + hashed(tsp::sequence(sequence), by), by);
+                by(is_other, by(is_other, "data") + by(is_other, tsp::sequence(sequence)));
             chains.push_back({stamp_text({{leaf}}, token(leaf, "20250601120000Z", oid), oid)});
             sequence += tsp::sequence(chains.back()[0]);
         }

@@ -111,7 +111,7 @@ class Together(WithRecords):
         (inside / "-").write_bytes(b"secret")
         os.mkfifo(inside / "pipe")
         names = ["../secret", str(self.folder / "secret"), "plain", "-", "./../in/plain", "pipe", "/dev/zero",
-                 "/dev/stdin", "/dev/tty", ".", "none", "x/../plain", "\x1b[31mred", "n" * 5000]
+                 "/proc/self/maps", "/dev/stdin", "/dev/tty", ".", "none", "x/../plain", "\x1b[31mred", "n" * 5000]
         self.file("in/sums", b"".join(hashlib.sha256(b"secret").hexdigest().encode() + b"  " + name.encode() + b"\n"
                                       for name in names))
         self.run_good("stamp", "--manifest", "sums", *self.trust, cwd=inside)
