@@ -457,6 +457,14 @@ TEST_F(ChainRulesTest, CertificatesThatHardlyAnybodyMakesAreLeftOut) {
     const auto junk =
         make_twin(*root_, {"junk", nullptr, std::string(kAuthority) + "\n" + constraints});
     EXPECT_EQ(stamp_verdict(setting_, {stamper, encoded_all({junk.get()})}), CERT_E_CHAINING);
+    // And no way up makes good what is wrong itself.
+    const auto ended = make_party({"stamper", middle_.get(), kStamper, -1000, -500});
+    const auto misused = make_party({"stamper", middle_.get(), "extendedKeyUsage=serverAuth"});
+    const auto bag = encoded_all({large.get(), middle_.get()});
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(ended.get()), bag}), CERT_E_EXPIRED);
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(misused.get()), bag}), CERT_E_WRONG_USAGE);
+    const std::vector<std::string> without{encoded(large.get())};
+    EXPECT_EQ(stamp_verdict(setting_, {encoded(ended.get()), without}), CERT_E_CHAINING);
 }
 
 } // namespace

@@ -41,6 +41,11 @@ bool any_wrong(const Judgement& judgement, bool (*is_wrong)(const JudgedElement&
     return std::any_of(judgement.elements.begin(), judgement.elements.end(), is_wrong);
 }
 
+// Whatever is above it.
+bool is_wrong_itself(const JudgedElement& end) {
+    return end.out_of_time || end.misused;
+}
+
 // As far as it can be told before revocation.
 JudgedTo judged_to(const Judgement& judgement) {
     if (!judgement.ends_in_anchor ||
@@ -305,7 +310,8 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     if (!found) {
         found = best_refused_ ? std::move(best_refused_) : incomplete(question);
         found->condemned = is_condemned(*found);
-        found->cut_short = cut_short_ && !found->condemned;
+        found->cut_short =
+            cut_short_ && !found->condemned && !is_wrong_itself(found->elements.front());
     }
     keep_prepared(*found);
     return std::move(*found);
@@ -379,7 +385,7 @@ bool ChainSession::lacks_issuers() {
     }
     const std::vector<JudgedElement>& elements = best_refused_->elements;
     const JudgedElement& end = elements.front();
-    return !end.out_of_time && !end.misused && !is_revoked(end) &&
+    return !is_wrong_itself(end) && !is_revoked(end) &&
            (best_refused_->judged_to != JudgedTo::revocation ||
             std::any_of(elements.begin() + 1, elements.end(), [](const JudgedElement& authority) {
                 return is_revoked(authority) || !authority.status_passes || authority.is_accused;
