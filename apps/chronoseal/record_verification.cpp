@@ -44,6 +44,7 @@ bool is_kernel_text(const std::string& path) {
     case SYSFS_MAGIC:
     case DEBUGFS_MAGIC:
     case TRACEFS_MAGIC:
+    case SECURITYFS_MAGIC:
         return true;
     default:
         return false;

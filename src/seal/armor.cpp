@@ -1,9 +1,10 @@
-// PEM (RFC 7468, read leniently) and Base64.
+// PEM and Base64.
 #include <chronoseal/seal/armor.h>
 
 #include <algorithm>
 #include <array>
 
+#include <basalt/sup/pem_text.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/smime.h>
 
@@ -11,9 +12,6 @@ namespace chronoseal {
 
 namespace {
 
-constexpr std::string_view kBegin = "-----BEGIN ";
-constexpr std::string_view kEnd = "-----END ";
-constexpr std::string_view kDashes = "-----";
 constexpr std::string_view kBlanks = " \t\r\n\f\v";
 
 std::string_view text_of(ByteView bytes) {
@@ -32,33 +30,8 @@ constexpr std::array<signed char, 256> kValues = [] {
     return values;
 }();
 
-// Behind blanks at most.
-bool is_at_line_start(std::string_view text, std::size_t at) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    const std::string_view before = text.substr(0, at);
-    const std::size_t last = before.find_last_not_of(" \t");
-    return last == std::string_view::npos || before[last] == '\n' || before[last] == '\r' ||
-           before.substr(0, last + 1) == kByteOrderMark;
-}
-
 Base64Place place_in(std::string_view text, std::string_view base64) {
     return {static_cast<std::size_t>(base64.data() - text.data()), base64.size()};
-}
-
-// The body without header lines ("Proc-Type: ..." up to an empty line).
-std::string_view without_headers(std::string_view body) {
-    if (body.substr(0, body.find("\n\n")).find(':') == std::string_view::npos) {
-        return body;
-    }
-    const std::size_t gap = std::min(body.find("\n\n"), body.find("\r\n\r\n"));
-    return gap == std::string_view::npos ? body : body.substr(gap);
-}
-
-// A SEQUENCE, whatever text it holds. No text begins with the octet of an indefinite length second.
-bool begins_as_sequence(ByteView bytes) {
-    constexpr std::byte kIndefinite{0x80};
-    return bytes.size() > 1 && std::to_integer<unsigned>(bytes[0]) == der_tag::kSequence &&
-           (bytes[1] == kIndefinite || DerReader(bytes).next().has_value());
 }
 
 } // namespace
@@ -101,46 +74,20 @@ std::string encode_base64(ByteView bytes) {
     return text;
 }
 
-std::size_t find_pem(std::string_view text, std::size_t from) {
-    std::size_t at = text.find(kBegin, from);
-    while (at != std::string_view::npos && !is_at_line_start(text, at)) {
-        at = text.find(kBegin, at + kBegin.size());
-    }
-    return at;
-}
-
-std::vector<PemBlock> pem_blocks(ByteView bytes, std::size_t most) {
+std::vector<PemBlock> pem_blocks(ByteView bytes) {
     std::vector<PemBlock> blocks;
-    const std::string_view text = text_of(bytes);
-    std::size_t from = 0;
-    while (blocks.size() < most) {
-        const std::size_t begin = find_pem(text, from);
-        if (begin == std::string_view::npos) {
-            break;
-        }
-        const std::size_t label = begin + kBegin.size();
-        const std::size_t label_end = text.find(kDashes, label);
-        if (label_end == std::string_view::npos) {
-            break;
-        }
-        const std::size_t body = label_end + kDashes.size();
-        const std::size_t end = text.find(kEnd, body);
-        if (end == std::string_view::npos) {
-            break;
-        }
-        const std::string_view base64 = without_headers(text.substr(body, end - body));
-        if (auto der = decode_base64(base64)) {
-            blocks.push_back({std::string(text.substr(label, label_end - label)), *std::move(der),
-                              place_in(text, base64)});
-        }
-        from = end + kEnd.size();
+    basalt::PemReader reader(text_of(bytes));
+    while (const auto block = reader.next()) {
+        auto der = block->is_whole ? decode_base64(block->base64) : std::nullopt;
+        blocks.push_back(
+            {std::string(block->label), std::move(der).value_or(Bytes()), block->base64.size()});
     }
     return blocks;
 }
 
 Unarmored unarmor(ByteView bytes) {
     const std::string_view text = text_of(bytes);
-    const bool der = begins_as_sequence(bytes);
+    const bool der = basalt::begins_as_sequence(text);
     // First, since a mail may quote PEM.
     if (const auto mail = der ? std::nullopt : find_smime(text)) {
         auto decoded = decode_base64(mail->base64);
@@ -148,10 +95,12 @@ Unarmored unarmor(ByteView bytes) {
             return {Form::smime, {}, *std::move(decoded), place_in(text, mail->base64)};
         }
     }
-    if (!der && find_pem(text, 0) != std::string_view::npos) {
-        if (auto blocks = pem_blocks(bytes, 1); !blocks.empty()) {
-            return {Form::pem, std::move(blocks[0].label), std::move(blocks[0].der),
-                    blocks[0].base64};
+    basalt::PemReader reader(der ? std::string_view() : text);
+    while (const auto block = reader.next()) {
+        auto decoded = block->is_whole ? decode_base64(block->base64) : std::nullopt;
+        if (decoded) {
+            return {Form::pem, std::string(block->label), *std::move(decoded),
+                    place_in(text, block->base64)};
         }
     }
     if (!der) {

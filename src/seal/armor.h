@@ -19,15 +19,12 @@ struct Base64Place {
 struct PemBlock {
     std::string label; // "CERTIFICATE"
     Bytes der;
-    Base64Place base64; // behind header lines
+    std::size_t size; // of its text
+    bool is_damaged() const { return der.empty(); }
 };
 
-// Where the next PEM block begins at or behind `from`: on a line of its own, since what somebody
-// has commented out isn't meant. npos: nowhere.
-std::size_t find_pem(std::string_view text, std::size_t from);
-
-// All well-formed blocks of a text, at most `most`; what stands around them doesn't matter.
-std::vector<PemBlock> pem_blocks(ByteView text, std::size_t most = 10000);
+// All blocks of a text, damaged ones too; what stands around them doesn't matter.
+std::vector<PemBlock> pem_blocks(ByteView text);
 
 // White space is skipped; nothing for text that isn't Base64 to the end, or is empty.
 std::optional<Bytes> decode_base64(std::string_view text);
@@ -42,8 +39,8 @@ struct Unarmored {
     Base64Place base64; // but of the binary form
 };
 
-// The signature of a mail; or the first PEM block; or the Base64 of something that begins as a
-// SEQUENCE; or the bytes themselves.
+// The signature of a mail; or the first PEM block that isn't damaged; or the Base64 of something
+// that begins as a SEQUENCE; or the bytes themselves.
 Unarmored unarmor(ByteView bytes);
 
 } // namespace chronoseal

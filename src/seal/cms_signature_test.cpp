@@ -205,6 +205,31 @@ TEST_F(CmsSignatureTest, AnotherMessageOfTheTextStays) {
     }
 }
 
+TEST_F(CmsSignatureTest, LinesKeepTheirIndentationAndTheirEnds) {
+    const std::string digits = tsp::base64(people.der(CMS_BINARY));
+    for (const std::string& end :
+         std::initializer_list<std::string>{"\n", "\r\n", "\r", "\n  ", "\r\n\t"}) {
+        std::string text = "stamp: |" + end + "-----BEGIN CMS-----" + end;
+        for (std::size_t at = 0; at < digits.size(); at += 64) {
+            text += digits.substr(at, 64) + end;
+        }
+        text += "-----END CMS-----" + end;
+        const CmsSignature before = CmsSignature::read(to_bytes(text));
+        const std::string after = to_text(stamped(before).encoded());
+        EXPECT_EQ(inspect(to_bytes(after)).stamps.size(), 1U);
+        std::size_t lines = 0;
+        for (std::size_t at = 0; at < after.size(); ++lines) {
+            const std::size_t line = after.find_first_of("\r\n", at);
+            if (line == std::string::npos) {
+                break;
+            }
+            EXPECT_TRUE(after.substr(line).starts_with(end)) << lines;
+            at = line + end.size();
+        }
+        EXPECT_GT(lines, 10U);
+    }
+}
+
 TEST_F(CmsSignatureTest, AMessageThatTheContentQuotesIsNotTheMessage) {
     const std::string text = "see:\n-----BEGIN CMS-----\n" + tsp::base64(people.der(CMS_BINARY)) +
                              "\n-----END CMS-----\n";

@@ -267,7 +267,7 @@ void check_proxy(const std::string& proxy) {
 // Without any root TLS fails in a way that blames the server's certificate.
 void check_ca_file(const std::filesystem::path& path) {
     if (!path.empty() && std::ranges::none_of(pem_blocks(read_file(path)), [](const auto& block) {
-            return block.label.ends_with("CERTIFICATE");
+            return !block.is_damaged() && block.label.ends_with("CERTIFICATE");
         })) {
         throw Error(Category::unreachable, "no_certificates", 0,
                     "the file " + quote_foreign(path.string()) +

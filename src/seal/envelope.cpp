@@ -14,6 +14,15 @@ namespace chronoseal {
 
 namespace {
 
+// What stands between two lines, with the blanks in front of the second.
+std::string line_end_of(std::string_view lines) {
+    constexpr std::size_t kMostBlanks = 80;
+    const std::size_t end = lines.find_first_of("\r\n");
+    const std::string_view behind = lines.substr(std::min(end, lines.size()));
+    const std::string_view blanks = behind.substr(0, behind.find_first_not_of(" \t\r\n"));
+    return blanks.empty() || blanks.size() > kMostBlanks ? "\n" : std::string(blanks);
+}
+
 void keep_around(std::string_view text, std::string_view base64, Envelope& envelope) {
     const std::size_t first = base64.find_first_not_of(" \t\r\n");
     const std::size_t last = base64.find_last_not_of(" \t\r\n");
@@ -25,7 +34,7 @@ void keep_around(std::string_view text, std::string_view base64, Envelope& envel
     envelope.before = text.substr(0, at);
     envelope.behind = text.substr(at + core.size());
     const std::size_t line = core.find_first_of("\r\n");
-    envelope.line_end = core.find("\r\n") != std::string_view::npos ? "\r\n" : "\n";
+    envelope.line_end = line_end_of(core);
     envelope.width = line == std::string_view::npos ? std::max<std::size_t>(core.size(), 64) : line;
 }
 

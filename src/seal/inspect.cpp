@@ -34,13 +34,15 @@ bool is_signature(Kind kind) {
     return kind == Kind::signed_message || kind == Kind::authenticode_signature;
 }
 
-// Whether an attribute for stamps is named in the bytes, at whatever depth.
+// Whether an attribute for stamps is named in the bytes, at whatever depth, and however its length
+// is written.
 bool names_stamps(ByteView bytes) {
-    return std::ranges::any_of(
-        std::array{kSignatureTimeStamp, kAuthenticodeTimeStamp}, [&](std::string_view attribute) {
-            const Bytes oid = der_oid(attribute);
-            return std::search(bytes.begin(), bytes.end(), oid.begin(), oid.end()) != bytes.end();
-        });
+    return std::ranges::any_of(std::array{kSignatureTimeStamp, kAuthenticodeTimeStamp},
+                               [&](std::string_view attribute) {
+                                   const Bytes oid = der_oid(attribute);
+                                   return std::search(bytes.begin(), bytes.end(), oid.begin() + 2,
+                                                      oid.end()) != bytes.end();
+                               });
 }
 
 // A countersignature is a signer without a message: here is one around it.
@@ -199,13 +201,18 @@ bool may_hold_stamps(ByteView der) {
 }
 
 // The bytes behind a stamp or a message; of PEM, which holds certificates and the like besides,
-// those of stamps, and of messages with stamps in them.
+// those of stamps, of messages with stamps in them, and of what is damaged, wherever it stands.
 std::size_t bytes_behind(ByteView bytes, const Inspection& found) {
     std::size_t behind = found.der.size() - first_of(found.der).size();
     if (found.form == Form::pem) {
-        const std::vector<PemBlock> blocks = pem_blocks(bytes);
-        for (std::size_t i = 1; i < blocks.size(); ++i) {
-            behind += may_hold_stamps(blocks[i].der) ? blocks[i].der.size() : 0;
+        bool is_found = false;
+        for (const PemBlock& block : pem_blocks(bytes)) {
+            const bool is_other = std::exchange(is_found, is_found || !block.is_damaged());
+            if (block.is_damaged()) {
+                behind += block.size;
+            } else if (is_other && may_hold_stamps(block.der)) {
+                behind += block.der.size();
+            }
         }
     }
     return behind;

@@ -59,6 +59,7 @@ TEST(Inspect, EachKindOfBytesIsNamed) {
         {"certificate in indented PEM",
          "\xEF\xBB\xBF \t" + pem("CERTIFICATE", authority.root_der()), Kind::certificate,
          Form::pem},
+        {"token behind a date", "05.03.2026\n" + pem("PKCS7", token), Kind::token, Form::pem},
         {"certificate that is commented out", "#" + pem("CERTIFICATE", authority.root_der()),
          Kind::text, Form::binary},
         {"signed message", signed_message(authority), Kind::signed_message, Form::binary},
@@ -276,6 +277,9 @@ TEST(Inspect, WhatIsNotLookedIntoIsTold) {
         {"on a countersignature", with_unsigned(plain, kCountersignature, countersigner), 1, ""},
         {"a countersignature that can't be read",
          with_unsigned(plain, kCountersignature, sequence(oid(kStamp))), 0, "malformed"},
+        {"one whose stamps have a long length",
+         with_unsigned(plain, kCountersignature, sequence("\x06\x81" + oid(kStamp).substr(1))), 0,
+         "malformed"},
         {"too many countersignatures", with_many(plain, kCountersignature, countersigner, 65), 64,
          "too_many_stamps", Category::unreachable},
         {"countersignatures of countersignatures", tower, 0, "too_many_stamps",
@@ -315,6 +319,10 @@ TEST(Inspect, StampsBehindASignedMessageAreTold) {
         {"a stamp", first + pem("PKCS7", token), token.size()},
         {"behind a stamp", pem("PKCS7", token) + first, message.size()},
         {"a certificate", first + pem("CERTIFICATE", authority.root_der()), 0},
+        {"without the end of a line",
+         first.substr(0, first.size() - 1) + "\xEF\xBB\xBF" + pem("CMS", message), message.size()},
+        {"what is damaged", "-----BEGIN CMS-----\n%\n-----END CMS-----\n" + first, 3},
+        {"what is cut off", first + "-----BEGIN CMS-----\nMII=\n", 6},
     };
     for (const auto& row : rows) {
         const Inspection found = inspect(to_bytes(row.bytes));

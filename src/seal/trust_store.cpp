@@ -17,10 +17,12 @@ constexpr DWORD kUseExisting = CERT_STORE_ADD_USE_EXISTING;
 struct Added {
     std::size_t certificates = 0;
     std::size_t evidence = 0;
+    std::size_t unread = 0; // blocks
 
     Added& operator+=(const Added& other) {
         certificates += other.certificates;
         evidence += other.evidence;
+        unread += other.certificates + other.evidence == 0;
         return *this;
     }
 };
@@ -61,12 +63,12 @@ Added add_der(ByteView der, HCERTSTORE store) {
 }
 
 Added add_bytes(ByteView bytes, HCERTSTORE store) {
-    const auto blocks = pem_blocks(bytes);
-    if (blocks.empty()) {
-        return add_der(unarmor(bytes).der, store);
+    const Unarmored first = unarmor(bytes);
+    if (first.form != Form::pem) {
+        return add_der(first.der, store);
     }
     Added added;
-    for (const PemBlock& block : blocks) {
+    for (const PemBlock& block : pem_blocks(bytes)) {
         added += add_der(block.der, store);
     }
     return added;
@@ -100,6 +102,13 @@ void add_source(const Source& source, const ATL2::CCertStore& store, Wanted want
                     "can't read revocation lists or OCSP answers from " + name +
                         ", which holds certificates",
                     "give a file with lists or answers");
+    }
+    if (wanted == Wanted::evidence && added.unread != 0) {
+        throw Error(Category::unreachable, "evidence_unreadable", 0,
+                    "can't read " + std::to_string(added.unread) + " of the PEM blocks of " + name +
+                        ", which may tell of a revocation",
+                    "get the file again, or leave out what is neither a list nor an answer nor a "
+                    "certificate");
     }
 }
 

@@ -16,7 +16,8 @@ enum class Wanted { anything, certificates, evidence };
 
 // Puts all that the source holds into the store, PEM or DER, one or many. Throws
 // `file_unreadable`, `no_certificates` for a source with nothing of use or without a certificate
-// where one is wanted, and `no_evidence` for one without a list or an answer.
+// where one is wanted, `no_evidence` for one without a list or an answer, and `evidence_unreadable`
+// where one of several can't be read.
 void add_source(const Source& source, const ATL2::CCertStore& store,
                 Wanted wanted = Wanted::anything);
 void add_sources(std::span<const Source> sources, const ATL2::CCertStore& store,

@@ -415,6 +415,21 @@ TEST_F(VerifierTest, TrustThatHoldsNothingIsRefused) {
     const Bytes list = to_bytes(list_by(authority, "", -1, "20260101000000Z", "20360101000000Z"));
     EXPECT_WORD("no_certificates", Verifier({.roots = {list}}));
     EXPECT_WORD("no_evidence", Verifier({.roots = {root}, .evidence = {root}}));
+    const auto block = [](const Bytes& der) {
+        return "-----BEGIN X509 CRL-----\n" + tsp::base64(to_text(der)) +
+               "\n-----END X509 CRL-----\n";
+    };
+    const std::string whole = block(list);
+    const std::string damaged = std::string(whole).erase(whole.find("MI"), 1);
+    const Trust several{.roots = {root}, .evidence = {to_bytes(whole + whole)}};
+    EXPECT_NO_THROW(Verifier{several});
+    for (const std::string& text :
+         {whole + damaged, damaged + whole, whole + whole.substr(0, whole.size() / 2),
+          whole + block(to_bytes("no list"))}) {
+        EXPECT_WORD("evidence_unreadable",
+                    Verifier({.roots = {root}, .evidence = {to_bytes(text)}}))
+            << "it may be what revokes";
+    }
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <basalt/coding/der_writer.h>
 #include <basalt/coding/revocation_values.h>
 #include <basalt/coding/signed_message.h>
+#include <basalt/sup/pem_text.h>
 
 #include <openssl/evp.h>
 
@@ -15,14 +16,6 @@ namespace basalt {
 namespace {
 
 constexpr std::int64_t kMaxFileSize = std::int64_t{256} << 20;
-constexpr std::string_view kBegin = "-----BEGIN ";
-constexpr std::string_view kDashes = "-----";
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-struct PemBlock {
-    std::string_view label;
-    std::string bytes;
-};
 
 std::string from_base64(std::string_view text) {
     std::string kept;
@@ -47,46 +40,9 @@ std::string from_base64(std::string_view text) {
     return out;
 }
 
-// At the beginning of a line, or behind blanks: what somebody has commented out isn't meant.
-bool begins_line(std::string_view before) {
-    const std::size_t last = before.find_last_not_of(" \t");
-    return last == std::string_view::npos || before[last] == '\n' || before[last] == '\r' ||
-           before.substr(0, last + 1) == kByteOrderMark;
-}
-
-// The next PEM block (RFC 7468) of `file` in `text`, its end, which is cut down to what lies behind
-// the block.
-std::optional<PemBlock> next_pem_block(std::string_view file, std::string_view& text) {
-    while (true) {
-        const std::size_t begin = text.find(kBegin);
-        if (begin == std::string_view::npos) {
-            return std::nullopt;
-        }
-        const bool is_meant = begins_line(file.substr(0, file.size() - text.size() + begin));
-        text.remove_prefix(begin + kBegin.size());
-        if (!is_meant) {
-            continue;
-        }
-        const std::size_t label_end = text.find(kDashes);
-        if (label_end == std::string_view::npos) {
-            return std::nullopt;
-        }
-        const std::string_view label = text.substr(0, label_end);
-        text.remove_prefix(label_end + kDashes.size());
-        const std::size_t body_end = text.find("-----END ");
-        if (body_end == std::string_view::npos) {
-            return std::nullopt;
-        }
-        const std::string_view body = text.substr(0, body_end);
-        text.remove_prefix(body_end);
-        if (label.find('\n') == std::string_view::npos) {
-            return PemBlock{label, from_base64(body)};
-        }
-    }
-}
-
-bool load_block(MemoryStore& store, const PemBlock& block) {
-    const Bytes bytes = bytes_of(block.bytes);
+bool load_block(MemoryStore& store, const PemText& block) {
+    const std::string decoded = from_base64(block.base64);
+    const Bytes bytes = bytes_of(decoded);
     try {
         if (block.label == "CERTIFICATE" || block.label == "X509 CERTIFICATE") {
             store.load(body_of(bytes), {});
@@ -192,11 +148,12 @@ void load_signed_data(MemoryStore& store, Bytes contents) {
 }
 
 void load_objects(MemoryStore& store, Bytes contents) {
-    const std::string_view file = text_of(contents);
-    std::string_view text = file;
+    PemReader reader(text_of(contents));
     bool loaded = false;
-    while (const auto block = next_pem_block(file, text)) {
-        loaded = load_block(store, *block) || loaded;
+    if (!begins_as_sequence(text_of(contents))) { // else it is what the octets say that it is
+        while (const auto block = reader.next()) {
+            loaded = load_block(store, *block) || loaded;
+        }
     }
     if (loaded || attempt([&] { store.load(std::make_shared<CrlBody>(contents)); }) ||
         attempt([&] { load_signed_data(store, contents); })) {

@@ -189,6 +189,17 @@ TEST_F(SystemStore, DroppedFilesAreSeenOnceAndGoWhenTheyAreRemoved) {
     fs::remove(store / "bundle.pem");
     fs::remove(store / "again.cer");
     EXPECT_EQ(count(L"CA"), all - 1) << "nobody wants what he has commented out";
+    std::ifstream file(data + "/bundle.pem");
+    const std::string bundle(std::istreambuf_iterator<char>(file), {});
+    const auto size = static_cast<char>(bundle.size() >> 8);
+    std::ofstream(store / "inside.cer")
+        << "\x30\x82" << size << static_cast<char>(bundle.size()) << bundle;
+    EXPECT_EQ(count(L"CA"), all - 1) << "what stands in DER is a part of that";
+    std::string glued = bundle;
+    const std::size_t second = glued.rfind("-----BEGIN");
+    glued.erase(glued.rfind("-----", second - 1) + 5, second);
+    std::ofstream(store / "glued.pem") << glued;
+    EXPECT_EQ(count(L"CA"), all) << "the last line of a file may lack its end";
     fs::copy_file(data + "/bundle.pem", store / "bundle.pem");
 
     const auto certificate = test_certificate("ec.cer");
