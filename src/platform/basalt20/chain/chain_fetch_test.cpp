@@ -93,6 +93,61 @@ TEST_F(ChainFetchTest, WhereUnknownPassesTheSourcesAreAskedAllTheSame) {
     EXPECT_EQ(server_.requests(), 2U);
 }
 
+std::string in_pem(const std::string& list) {
+    std::string digits(list.size() * 2, '\0');
+    digits.resize(static_cast<std::size_t>(EVP_EncodeBlock(
+        reinterpret_cast<unsigned char*>(digits.data()),
+        reinterpret_cast<const unsigned char*>(list.data()), static_cast<int>(list.size()))));
+    return "-----BEGIN X509 CRL-----\n" + digits + "\n-----END X509 CRL-----\n";
+}
+
+// What an authority says in words that can't be used isn't silence, where it is fetched or given.
+TEST_F(ChainFetchTest, WhoSaysWhatCannotBeUsedIsNotSilent) {
+    constexpr char kScope[] = "issuingDistributionPoint=critical,@p\n[p]\n";
+    const auto as_it_is = [](const std::string& list) { return list; };
+    const auto with_more = [](const std::string& list) { return list + '\n'; };
+    const struct {
+        const char* name;
+        std::string extensions;
+        std::string (*served)(const std::string& list);
+        bool is_read; // so that it is known whom it names
+    } rows[] = {
+        {"another address", kScope + std::string("fullname=URI:http://elsewhere.example/list"),
+         as_it_is, true},
+        {"authorities", kScope + std::string("onlyCA=TRUE"), as_it_is, true},
+        {"attribute certificates", kScope + std::string("onlyAA=TRUE"), as_it_is, true},
+        {"critical extension", "1.2.3.4=critical,ASN1:NULL", as_it_is, false},
+        {"more behind", "", with_more, false},
+        {"PEM", "", in_pem, false},
+    };
+    const auto stamper = stamper_with_list(middle_.get());
+    const auto other = make_party({"other", middle_.get(), kStamper});
+    const Given given{encoded(stamper.get()), {encoded(middle_.get())}};
+    setting_.revocation = BASALT_REVOCATION_AVAILABLE;
+    for (const auto& row : rows) {
+        for (const Party* named : {stamper.get(), other.get()}) {
+            const std::string list =
+                make_list({middle_.get(), -1, 100, {{named, -10, 1}}, row.extensions});
+            const bool is_silence = row.is_read && named == other.get();
+            server_.forget();
+            server_.serve("/list", {row.served(list)});
+            EXPECT_EQ(stamp_verdict(setting_, given) == 0, is_silence) << row.name;
+            if (row.is_read) {
+                server_.serve("/list", {"", 404});
+                Setting setting = setting_;
+                setting.own_lists = {list};
+                EXPECT_EQ(stamp_verdict(setting, given) == 0, is_silence) << row.name;
+                const Given foreign{given.end, given.bag, {list}};
+                EXPECT_EQ(stamp_verdict(setting_, foreign), 0U) << row.name;
+            }
+        }
+    }
+    for (const std::string& page : {std::string(), std::string("<html>0-----</html>")}) {
+        server_.serve("/list", {page});
+        EXPECT_EQ(stamp_verdict(setting_, given), 0U) << page;
+    }
+}
+
 // The new certificate of a re-keyed authority names where its lists are; the stamper names none.
 TEST_F(ChainFetchTest, AListThatIsFetchedForOneSpeaksOfThoseBelowIt) {
     const auto rekeyed = make_party(

@@ -1,10 +1,31 @@
 #include <basalt/revocation/evidence_item.h>
 
+#include <basalt/coding/der_reader.h>
+#include <basalt/coding/der_writer.h>
 #include <basalt/revocation/budget.h>
+#include <basalt/sup/pem_text.h>
 
 #include <utility>
 
 namespace basalt {
+
+namespace {
+
+// A page that a server shows in place of a list is neither, and an answer that tells of an error
+// has told nothing.
+bool looks_like(EvidenceKind kind, Bytes bytes) try {
+    constexpr BYTE kSuccessful = 0;
+    if (kind == EvidenceKind::crl) {
+        return begins_as_sequence(text_of(bytes)) || PemReader(text_of(bytes)).next();
+    }
+    const Bytes status =
+        DerReader(DerReader(bytes).take(tag::kSequence).contents).take(tag::kEnumerated).contents;
+    return status.size() == 1 && status[0] == kSuccessful;
+} catch (const Fault&) {
+    return false;
+}
+
+} // namespace
 
 EvidenceItem fetched_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
                           std::vector<BYTE> bytes) {
@@ -22,6 +43,7 @@ EvidenceItem fetched_item(EvidenceSource source, const std::string& url, Evidenc
         item.answer = item.too_large ? nullptr : read_ocsp(item.encoded);
     }
     if (!item.usable()) {
+        item.is_garbled = !item.too_large && looks_like(kind, item.encoded);
         item.drop();
     }
     return item;

@@ -29,6 +29,8 @@ struct EvidenceItem {
         too_large = true;
         drop();
     }
+    // Not usable, though it is a list or an answer as far as can be told.
+    bool is_garbled = false;
     // All that is needed of a useless one is that it was asked for.
     void drop() {
         list.reset();

@@ -87,7 +87,12 @@ bool Inquiry::ask_given() {
     const Items fetched = fetched_before();
     items.insert(items.end(), fetched.begin(), fetched.end());
     something_at_hand_ = !items.empty();
-    return consider(std::move(items));
+    const bool is_decided = consider(items);
+    for (const EvidenceItem* item : items) {
+        not_heard_ = not_heard_ || (item->own && !is_accepted(*item) &&
+                                    (!item->usable() || may_speak_against(*item)));
+    }
+    return is_decided;
 }
 
 // What was asked for another certificate's sake speaks of this one as well.
@@ -245,13 +250,16 @@ bool Inquiry::supersedes(const EvidenceItem& newer, const EvidenceItem& kept) {
 }
 
 void Inquiry::note_unheard(const EvidenceItem& fetched) {
-    if (fetched.too_large) {
+    if (fetched.too_large || fetched.is_garbled) {
         unreached_ = unreached_.empty() ? fetched.url : unreached_;
         not_heard_ = true;
     }
-    if (fetched.usable() && is_for_us(fetched) && !is_accepted(fetched)) {
-        is_contested_ = true;
-        not_heard_ = not_heard_ || may_speak_against(fetched);
+    if (fetched.usable() && !is_accepted(fetched)) {
+        const bool is_ours = is_for_us(fetched);
+        // A list that says that it isn't about this one may name it all the same.
+        const bool is_against = (is_ours || fetched.list) && may_speak_against(fetched);
+        is_contested_ = is_contested_ || is_ours || is_against;
+        not_heard_ = not_heard_ || is_against;
     }
 }
 

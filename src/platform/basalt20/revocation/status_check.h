@@ -50,9 +50,10 @@ struct StatusFinding {
     // whose signer isn't trusted or isn't at hand.
     bool is_disputed = false;
     // Of an unknown one, which then passes nowhere: a source wasn't asked for want of time or of
-    // places, gave more than may be read, or revokes in words that can't be verified; a hold has
-    // run out, or neither its teller nor the issuer's key has lifted it; or it lies too deep among
-    // those who speak for each other.
+    // places, gave more than may be read, or what can't be read, or revokes in words that can't be
+    // verified, or aren't about the certificate; one's own list does; a hold has run out, or
+    // neither its teller nor the issuer's key has lifted it; or it lies too deep among those who
+    // speak for each other.
     bool not_heard = false;
     // What decided; of an unknown one, the newest that was looked at. Several when good takes
     // several lists, or a delta and its base, together; behind these what spoke for their signers.
