@@ -1,6 +1,7 @@
 // Extending stamps, what it leaves untouched, and how long what was put in speaks.
 #include <algorithm>
 
+#include <chronoseal/seal/outlook.h>
 #include <chronoseal/seal/signed_data_parts.h>
 #include <chronoseal/seal/testing/seal_fixture.h>
 #include <chronoseal/seal/testing/status_statements.h>
@@ -76,6 +77,35 @@ TEST_F(ExtensionTest, AnExtendedStampNeedsNothingElseAndKeepsEveryOctetThatWasSi
     EXPECT_FALSE(again.changed());
     EXPECT_EQ(again.stamp.token(), token);
     EXPECT_EQ(server.requests().size(), asked);
+}
+
+// A list about a responder that is older than its answer tells nothing of later.
+TEST(OutlookTest, WhatSpeaksForASignerHasToSpeakAsWell) {
+    const struct {
+        Time made, next;
+        std::optional<Time> until, again;
+    } rows[] = {
+        {day(2024, 6, 2), day(2024, 7, 1), day(2024, 6, 9), day(2029, 12, 31)},
+        {day(2024, 6, 3), day(2024, 6, 5), day(2024, 6, 5), day(2029, 12, 31)},
+        {day(2024, 6, 1), day(2024, 7, 1), day(2024, 6, 9), {}},
+        {day(2024, 6, 1), day(2024, 6, 5), day(2024, 6, 5), {}},
+    };
+    for (const auto& row : rows) {
+        Verdict verdict;
+        verdict.judged_at = day(2024, 6, 1);
+        verdict.as_of = day(2024, 6, 4);
+        ChainLink& link = verdict.chain.emplace_back();
+        link.certificate.not_after = day(2029, 12, 31) - std::chrono::seconds(1);
+        link.revocation = RevocationState::good;
+        link.evidence.resize(2);
+        link.evidence[0].this_update = day(2024, 6, 2);
+        link.evidence[0].next_update = day(2024, 6, 9);
+        link.evidence[1].this_update = row.made;
+        link.evidence[1].next_update = row.next;
+        const Outlook outlook = outlook_of(verdict, {});
+        EXPECT_EQ(outlook.evidence_until, row.until);
+        EXPECT_EQ(outlook.evidence_again, row.again);
+    }
 }
 
 // Made after the stamp, evidence speaks until its next update, and again once the certificate has

@@ -2,6 +2,7 @@
 #include <chronoseal/seal/outlook.h>
 
 #include <algorithm>
+#include <span>
 
 namespace chronoseal {
 
@@ -20,14 +21,31 @@ void earlier(std::optional<Time>& time, Time other) {
     time = time ? std::min(*time, other) : other;
 }
 
+Time next_of(const Evidence& evidence) {
+    return evidence.next_update.value_or(evidence.this_update + kUndatedLife);
+}
+
+// What spoke for the signer of the evidence has to go on doing so, and does once he has ended if it
+// was made after what he has signed. When that will be isn't known here.
+void add_support(const ChainLink& link, Time as_of, Outlook& outlook, bool& again) {
+    for (const Evidence& support : std::span(link.evidence).subspan(1)) {
+        const bool has_run_out = next_of(support) <= as_of;
+        if (!has_run_out || link.revocation != RevocationState::good) { // else he has ended
+            again &= support.this_update >= link.evidence.front().this_update;
+            earlier(outlook.evidence_until, next_of(support));
+        }
+    }
+}
+
 // The evidence of one certificate: until when it speaks, and whether it speaks again once the
 // certificate has ended, which it does if it was made after the stamp (lists drop certificates that
 // have ended, so that nothing made later can).
 void add_evidence(const ChainLink& link, Time stamped, Time as_of, Outlook& outlook, bool& again) {
     const Evidence& evidence = link.evidence.front();
     const bool made_after = evidence.this_update >= stamped;
-    const Time next = evidence.next_update.value_or(evidence.this_update + kUndatedLife);
+    const Time next = next_of(evidence);
     again &= made_after;
+    add_support(link, as_of, outlook, again);
     if (as_of >= end_of(link) && link.revocation == RevocationState::good) {
         return; // it speaks for good
     }
