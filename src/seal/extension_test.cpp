@@ -89,6 +89,8 @@ TEST(OutlookTest, WhatSpeaksForASignerHasToSpeakAsWell) {
         {day(2024, 6, 3), day(2024, 6, 5), day(2024, 6, 5), day(2029, 12, 31)},
         {day(2024, 6, 1), day(2024, 7, 1), day(2024, 6, 9), {}},
         {day(2024, 6, 1), day(2024, 6, 5), day(2024, 6, 5), {}},
+        // It has run out, and isn't needed any more.
+        {day(2024, 6, 1), day(2024, 6, 3), day(2024, 6, 9), day(2029, 12, 31)},
     };
     for (const auto& row : rows) {
         Verdict verdict;

@@ -146,6 +146,16 @@ TEST_F(ChainFetchTest, WhoSaysWhatCannotBeUsedIsNotSilent) {
         server_.serve("/list", {page});
         EXPECT_EQ(stamp_verdict(setting_, given), 0U) << page;
     }
+    const auto answered =
+        make_party({"stamper", middle_.get(),
+                    kStamper + ("authorityInfoAccess=OCSP;URI:" + server_.url("/ocsp"))});
+    const std::string status = "\x30\x03\x0A\x01";
+    for (const bool is_successful : {false, true}) {
+        server_.forget();
+        server_.serve("/ocsp", {status + (is_successful ? '\0' : '\3')});
+        EXPECT_EQ(stamp_verdict(setting_, {encoded(answered.get()), given.bag}) == 0,
+                  !is_successful);
+    }
 }
 
 // The new certificate of a re-keyed authority names where its lists are; the stamper names none.

@@ -191,9 +191,10 @@ TEST_F(SystemStore, DroppedFilesAreSeenOnceAndGoWhenTheyAreRemoved) {
     EXPECT_EQ(count(L"CA"), all - 1) << "nobody wants what he has commented out";
     std::ifstream file(data + "/bundle.pem");
     const std::string bundle(std::istreambuf_iterator<char>(file), {});
-    const auto size = static_cast<char>(bundle.size() >> 8);
+    const std::size_t size = bundle.size() + 1;
     std::ofstream(store / "inside.cer")
-        << "\x30\x82" << size << static_cast<char>(bundle.size()) << bundle;
+        << "\x30\x82" << static_cast<char>(size >> 8) << static_cast<char>(size) << '\n'
+        << bundle;
     EXPECT_EQ(count(L"CA"), all - 1) << "what stands in DER is a part of that";
     std::string glued = bundle;
     const std::size_t second = glued.rfind("-----BEGIN");
