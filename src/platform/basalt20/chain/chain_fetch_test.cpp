@@ -746,6 +746,52 @@ TEST_F(ChainFetchTest, MissingIssuersAreNotAskedForInsideNorBehindAnUnknownRoot)
     EXPECT_EQ(ChainSettings().issuers, IssuerReach::outside) << "where nothing is configured";
 }
 
+// Who may sign lists hangs on the certificates that there are, and they come one after the other.
+TEST_F(ChainFetchTest, WhatWasFoundWithoutAnIssuerIsLookedAtAgainWithHim) {
+    constexpr int kCompromised = 1;
+    constexpr int kSuperseded = 4;
+    const auto superseded = make_twin(*middle_, {"middle", root_.get(), kAuthority});
+    const std::string issuers = "\nauthorityInfoAccess=caIssuers;URI:" + server_.url("/middle");
+    const auto sub = make_party({"sub", middle_.get(), kAuthority + issuers});
+    const auto newer = make_party({"sub", middle_.get(), kAuthority});
+    const auto stamper = make_party({"stamper", sub.get(), kStamper});
+    const StoreReference anchors = store_of(setting_.anchors);
+    server_.serve("/middle", {encoded(middle_.get())});
+    for (const bool is_revoked : {true, false}) {
+        std::vector<ListEntry> entries;
+        if (is_revoked) {
+            entries = {{stamper.get(), -10, kCompromised}};
+        }
+        // The older list speaks for the stamper where there is one.
+        std::vector<std::string> lists{
+            make_list({root_.get(), -1, 100, {{superseded.get(), -50, kSuperseded}}}),
+            make_list({middle_.get(), -1, 100}), make_list({newer.get(), -1, 100, entries})};
+        if (is_revoked) {
+            lists.push_back(make_list({sub.get(), -72, 100}));
+        }
+        ChainSettings settings;
+        settings.anchors = std::make_shared<const TrustAnchors>(anchors.get());
+        settings.uses_system_stores = false;
+        settings.issuers = IssuerReach::anywhere;
+        settings.revocation = RevocationMode::require;
+        settings.now = ticks_at(0);
+        const StoreReference store =
+            store_of(encoded_all({sub.get(), newer.get(), superseded.get()}), lists);
+        const CertificateReference end = context_of(encoded(stamper.get()));
+        SessionRequest request;
+        request.end = CertificateRecord::of(end.get()).shared_item();
+        request.additional = store.get();
+        request.revocation = RevocationScope::all_but_anchor;
+        UsageQuestion usage;
+        usage.is_time_stamp = true;
+        const Judgement judgement =
+            ChainSession(settings, std::move(request)).judge(ticks_at(0), usage);
+        EXPECT_EQ(judgement.good(), !is_revoked);
+        EXPECT_EQ(judgement.elements.front().status->standing,
+                  is_revoked ? Standing::revoked : Standing::good);
+    }
+}
+
 TEST_F(ChainFetchTest, FetchingIssuersEndsAtFourAndAtAnUnknownRoot) {
     // Each certificate names the next one, for ever.
     std::vector<std::unique_ptr<Party>> line;

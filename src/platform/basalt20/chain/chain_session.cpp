@@ -295,9 +295,7 @@ Judgement ChainSession::judge(FileTicks at, const UsageQuestion& usage) {
     const IssuerReach reach = request_.may_fetch ? settings_.issuers : IssuerReach::none;
     while (!found && !settings_.given_only && lacks_issuers() &&
            issuers_.fetch_for(in_want_of_issuers(), reach)) {
-        named_.clear();
-        without_path_.clear();
-        hear_anew(question);
+        look_anew(question);
         found = search(question);
         if (!found) {
             found = ask_network(question);
@@ -553,6 +551,20 @@ void ChainSession::hear_anew(const Question& question) {
                                           request_.policies, settings_.revocation,
                                           settings_.strength, !settings_.given_only, is_asking_,
                                           request_.may_fetch && !is_asking_, asked_about_});
+}
+
+// With more certificates: who may sign lists and answers hangs on those that there are, and so does
+// whatever was found without them.
+void ChainSession::look_anew(const Question& question) {
+    named_.clear();
+    without_path_.clear();
+    without_source_.clear();
+    status_->forget_findings();
+    considered_.clear();
+    open_.clear();
+    best_refused_.reset();
+    counts_ = {};
+    hear_anew(question);
 }
 
 // A key in strange hands makes no path to that anchor good, whichever certificate says so. False

@@ -127,6 +127,7 @@ private:
     Judgement incomplete(const Question& question);
     bool hear_of_keys(Judgement& judgement);
     void hear_anew(const Question& question);
+    void look_anew(const Question& question);
     void add_system_stores();
     void keep_prepared(const Judgement& judgement);
 
