@@ -142,7 +142,10 @@ TEST_F(ChainFetchTest, WhoSaysWhatCannotBeUsedIsNotSilent) {
             }
         }
     }
-    for (const std::string& page : {std::string(), std::string("<html>0-----</html>")}) {
+    for (const std::string& page :
+         {std::string(), std::string("<html>0-----</html>"), encoded(middle_.get()),
+          "-----BEGIN CERTIFICATE-----\n" + encoded(middle_.get()), std::string("\x30\x03\x0A\1\6"),
+          make_list({root_.get(), -1, 100, {{stamper.get(), -10, 1}}})}) {
         server_.serve("/list", {page});
         EXPECT_EQ(stamp_verdict(setting_, given), 0U) << page;
     }
@@ -155,6 +158,21 @@ TEST_F(ChainFetchTest, WhoSaysWhatCannotBeUsedIsNotSilent) {
         server_.serve("/ocsp", {status + (is_successful ? '\0' : '\3')});
         EXPECT_EQ(stamp_verdict(setting_, {encoded(answered.get()), given.bag}) == 0,
                   !is_successful);
+    }
+    // Whatever it says besides, it isn't good.
+    AnswerEntry entry{answered.get(), middle_.get(), V_OCSP_CERTSTATUS_REVOKED, -1, 100};
+    entry.since = -10;
+    for (const bool is_whole : {false, true}) {
+        entry.critical_unknown = !is_whole;
+        const std::string answer = make_answer(
+            {.signer = middle_.get(), .entries = {entry}, .critical_unknown = is_whole});
+        server_.forget();
+        server_.serve("/ocsp", {answer});
+        EXPECT_NE(stamp_verdict(setting_, {encoded(answered.get()), given.bag}), 0U) << is_whole;
+        server_.serve("/ocsp", {"", 404});
+        Setting setting = setting_;
+        setting.own_answers = {answer};
+        EXPECT_NE(stamp_verdict(setting, {encoded(answered.get()), given.bag}), 0U) << is_whole;
     }
 }
 

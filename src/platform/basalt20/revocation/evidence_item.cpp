@@ -11,12 +11,28 @@ namespace basalt {
 
 namespace {
 
-// A page that a server shows in place of a list is neither, and an answer that tells of an error
-// has told nothing.
+// Its first field is a version of one octet or the algorithm: that of a certificate is neither, but
+// for a number of one octet in the oldest kind.
+bool looks_like_list(Bytes bytes) {
+    DerReader list(
+        DerReader(DerReader(bytes).take(tag::kSequence).contents).take(tag::kSequence).contents);
+    const Element first = list.take();
+    return first.tag == tag::kSequence ||
+           (first.tag == tag::kInteger && first.contents.size() == 1);
+}
+
+bool is_list_in_pem(std::string_view text) {
+    PemReader reader(text);
+    const std::optional<PemText> block = reader.next();
+    return block && block->label.find("CRL") != std::string_view::npos;
+}
+
+} // namespace
+
 bool looks_like(EvidenceKind kind, Bytes bytes) try {
     constexpr BYTE kSuccessful = 0;
     if (kind == EvidenceKind::crl) {
-        return begins_as_sequence(text_of(bytes)) || PemReader(text_of(bytes)).next();
+        return is_list_in_pem(text_of(bytes)) || looks_like_list(bytes);
     }
     const Bytes status =
         DerReader(DerReader(bytes).take(tag::kSequence).contents).take(tag::kEnumerated).contents;
@@ -24,8 +40,6 @@ bool looks_like(EvidenceKind kind, Bytes bytes) try {
 } catch (const Fault&) {
     return false;
 }
-
-} // namespace
 
 EvidenceItem fetched_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
                           std::vector<BYTE> bytes) {

@@ -46,6 +46,11 @@ struct EvidenceItem {
     EvidenceKind kind() const { return list != nullptr ? EvidenceKind::crl : EvidenceKind::ocsp; }
 };
 
+// Whether bytes that aren't usable are a list or an answer all the same, as far as can be told. A
+// page that a server shows in place of a list isn't, nor an issuer's certificate, and an answer
+// that tells of an error has told nothing.
+bool looks_like(EvidenceKind kind, Bytes bytes);
+
 // From the network or the cache. What isn't usable keeps its address alone.
 EvidenceItem fetched_item(EvidenceSource source, const std::string& url, EvidenceKind kind,
                           std::vector<BYTE> bytes);

@@ -56,6 +56,8 @@ void GivenEvidence::read_store(const Place& place) {
         item.encoded = *bytes;
         item.keeper = bytes;
         item.answer = read_ocsp(item.encoded);
+        has_garbled_own_ = has_garbled_own_ || (item.own && !item.usable() &&
+                                                looks_like(EvidenceKind::ocsp, item.encoded));
         if (item.usable() && seen_.insert(sha256(item.encoded)).second) {
             answers_.push_back(std::move(item));
         }

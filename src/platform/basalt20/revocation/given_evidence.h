@@ -28,6 +28,9 @@ public:
                                            const std::vector<const X509_NAME*>& list_issuers,
                                            const Affords& affords);
 
+    // That somebody has put an answer to his own that can't be used.
+    bool has_garbled_own() const { return has_garbled_own_; }
+
 private:
     struct Place {
         StoreReference store;
@@ -48,6 +51,7 @@ private:
 
     std::vector<Place> stores_;
     bool read_ = false;
+    bool has_garbled_own_ = false;
     std::set<Sha256> seen_; // each object once, in however many stores it lies
     std::vector<List> lists_;
     std::vector<std::size_t> by_issuer_; // indices of lists, those of one issuer as they came

@@ -88,6 +88,8 @@ bool Inquiry::ask_given() {
     items.insert(items.end(), fetched.begin(), fetched.end());
     something_at_hand_ = !items.empty();
     const bool is_decided = consider(items);
+    // Nobody has put his own there to have it passed over.
+    not_heard_ = not_heard_ || session_.given.has_garbled_own();
     for (const EvidenceItem* item : items) {
         not_heard_ = not_heard_ || (item->own && !is_accepted(*item) &&
                                     (!item->usable() || may_speak_against(*item)));
@@ -95,18 +97,19 @@ bool Inquiry::ask_given() {
     return is_decided;
 }
 
+bool Inquiry::is_by_list_issuer(const CrlFacts& list) const {
+    const std::vector<const X509_NAME*>& issuers = sources_.scope.list_issuers();
+    return std::any_of(issuers.begin(), issuers.end(), [&](const X509_NAME* name) {
+        return X509_NAME_cmp(name, list.issuer()) == 0;
+    });
+}
+
 // What was asked for another certificate's sake speaks of this one as well.
 Inquiry::Items Inquiry::fetched_before() {
-    const std::vector<const X509_NAME*>& issuers = sources_.scope.list_issuers();
-    const auto is_by_one = [&](const CrlFacts& list) {
-        return std::any_of(issuers.begin(), issuers.end(), [&](const X509_NAME* name) {
-            return X509_NAME_cmp(name, list.issuer()) == 0;
-        });
-    };
     Items items;
     for (const auto& [key, objects] : session_.fetched) {
         for (const EvidenceItem& item : objects) {
-            if (item.list ? is_by_one(*item.list)
+            if (item.list ? is_by_list_issuer(*item.list)
                           : item.answer && is_about(*item.answer, identity_)) {
                 items.push_back(&item);
             }
@@ -257,7 +260,8 @@ void Inquiry::note_unheard(const EvidenceItem& fetched) {
     if (fetched.usable() && !is_accepted(fetched)) {
         const bool is_ours = is_for_us(fetched);
         // A list that says that it isn't about this one may name it all the same.
-        const bool is_against = (is_ours || fetched.list) && may_speak_against(fetched);
+        const bool is_against = (is_ours || (fetched.list && is_by_list_issuer(*fetched.list))) &&
+                                may_speak_against(fetched);
         is_contested_ = is_contested_ || is_ours || is_against;
         not_heard_ = not_heard_ || is_against;
     }
@@ -296,8 +300,7 @@ bool Inquiry::speaks_against(const EvidenceItem& item) {
     if (OCSP_resp_count(item.answer->basic.get()) > kFewEntries) {
         return false;
     }
-    const std::vector<Statement> said = statements_of(*item.answer, identity_);
-    return std::any_of(said.begin(), said.end(), [](const Statement& s) { return s.revoked; });
+    return revokes(*item.answer, identity_);
 }
 
 bool Inquiry::may_speak_against(const EvidenceItem& item) {
@@ -343,6 +346,9 @@ void Inquiry::accept(const EvidenceItem& item) {
     if (item.answer) {
         if (affords(item, comparisons_for_statements(*item.answer))) {
             answers_.push_back({&item, statements_of(*item.answer, identity_)});
+            if (revokes_in_other_words(*item.answer, identity_)) {
+                leave_out(item);
+            }
         }
         return;
     }

@@ -41,6 +41,7 @@ private:
 
     Items fetched_before();
     void note_unheard(const EvidenceItem& fetched);
+    bool is_by_list_issuer(const CrlFacts& list) const;
     bool is_for_us(const EvidenceItem& item);
     bool speaks_against(const EvidenceItem& item);
     bool may_speak_against(const EvidenceItem& item);

@@ -258,6 +258,24 @@ std::size_t comparisons_for_statements(const OcspFacts& answer) {
            static_cast<std::size_t>(std::max(OCSP_resp_count(answer.basic.get()), 1));
 }
 
+namespace {
+
+template <class Counts>
+bool any_revoking(const OcspFacts& answer, OcspIdentity& identity, const Counts& counts) {
+    bool any = false;
+    for (int i = 0; !any && i < OCSP_resp_count(answer.basic.get()); ++i) {
+        OCSP_SINGLERESP* single = OCSP_resp_get0(answer.basic.get(), i);
+        any = identity.is_of(single) &&
+              OCSP_single_get0_status(single, nullptr, nullptr, nullptr, nullptr) ==
+                  V_OCSP_CERTSTATUS_REVOKED &&
+              counts(single);
+    }
+    ERR_clear_error();
+    return any;
+}
+
+} // namespace
+
 std::vector<Statement> statements_of(const OcspFacts& answer, OcspIdentity& identity) {
     std::vector<Statement> revoked;
     std::optional<Statement> good;
@@ -290,6 +308,16 @@ std::vector<Statement> statements_of(const OcspFacts& answer, OcspIdentity& iden
     }
     good->signed_at = answer.produced_at;
     return {*good};
+}
+
+bool revokes(const OcspFacts& answer, OcspIdentity& identity) {
+    return any_revoking(answer, identity, [](OCSP_SINGLERESP*) { return true; });
+}
+
+bool revokes_in_other_words(const OcspFacts& answer, OcspIdentity& identity) {
+    return any_revoking(answer, identity, [](OCSP_SINGLERESP* single) {
+        return !is_understood(single) || !read_entry(single);
+    });
 }
 
 std::vector<BYTE> make_ocsp_request(X509* certificate, X509* issuer) {

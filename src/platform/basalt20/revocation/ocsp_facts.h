@@ -65,6 +65,11 @@ bool is_about(const OcspFacts& answer, OcspIdentity& identity);
 // are passed over.
 std::vector<Statement> statements_of(const OcspFacts& answer, OcspIdentity& identity);
 
+// Whether an entry about the certificate says "revoked", understood or not; and whether one does
+// that statements_of() has passed over.
+bool revokes(const OcspFacts& answer, OcspIdentity& identity);
+bool revokes_in_other_words(const OcspFacts& answer, OcspIdentity& identity);
+
 // What that takes at most, in the budget's comparisons.
 std::size_t comparisons_for_statements(const OcspFacts& answer);
 
