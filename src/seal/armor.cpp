@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 
-#include <basalt/sup/pem_text.h>
 #include <chronoseal/seal/der_element.h>
 #include <chronoseal/seal/smime.h>
 
@@ -74,15 +73,17 @@ std::string encode_base64(ByteView bytes) {
     return text;
 }
 
-std::vector<PemBlock> pem_blocks(ByteView bytes) {
-    std::vector<PemBlock> blocks;
-    basalt::PemReader reader(text_of(bytes));
-    while (const auto block = reader.next()) {
-        auto der = block->is_whole ? decode_base64(block->base64) : std::nullopt;
-        blocks.push_back(
-            {std::string(block->label), std::move(der).value_or(Bytes()), block->base64.size()});
+PemBlocks::PemBlocks(ByteView text)
+    : reader_(basalt::begins_as_sequence(text_of(text)) ? std::string_view() : text_of(text)) {}
+
+std::optional<PemBlock> PemBlocks::next() {
+    const auto block = reader_.next();
+    if (!block) {
+        return std::nullopt;
     }
-    return blocks;
+    auto der = block->is_whole ? decode_base64(block->base64) : std::nullopt;
+    return PemBlock{std::string(block->label), std::move(der).value_or(Bytes()),
+                    block->base64.size()};
 }
 
 Unarmored unarmor(ByteView bytes) {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include <basalt/sup/pem_text.h>
 #include <chronoseal/chronoseal.hpp>
 
 namespace chronoseal {
@@ -23,8 +24,16 @@ struct PemBlock {
     bool is_damaged() const { return der.empty(); }
 };
 
-// All blocks of a text, damaged ones too; what stands around them doesn't matter.
-std::vector<PemBlock> pem_blocks(ByteView text);
+// All blocks of a text, damaged ones too; what stands around them doesn't matter. None of DER. The
+// text must outlive it.
+class PemBlocks {
+public:
+    explicit PemBlocks(ByteView text);
+    std::optional<PemBlock> next();
+
+private:
+    basalt::PemReader reader_;
+};
 
 // White space is skipped; nothing for text that isn't Base64 to the end, or is empty.
 std::optional<Bytes> decode_base64(std::string_view text);

@@ -264,11 +264,19 @@ void check_proxy(const std::string& proxy) {
     }
 }
 
+bool holds_certificate(ByteView pem) {
+    PemBlocks blocks(pem);
+    while (const auto block = blocks.next()) {
+        if (!block->is_damaged() && block->label.ends_with("CERTIFICATE")) {
+            return true;
+        }
+    }
+    return false;
+}
+
 // Without any root TLS fails in a way that blames the server's certificate.
 void check_ca_file(const std::filesystem::path& path) {
-    if (!path.empty() && std::ranges::none_of(pem_blocks(read_file(path)), [](const auto& block) {
-            return !block.is_damaged() && block.label.ends_with("CERTIFICATE");
-        })) {
+    if (!path.empty() && !holds_certificate(read_file(path))) {
         throw Error(Category::unreachable, "no_certificates", 0,
                     "the file " + quote_foreign(path.string()) +
                         " holds no certificate in PEM, and TLS needs its root",

@@ -14,13 +14,13 @@ namespace chronoseal {
 
 namespace {
 
-// What stands between two lines, with the blanks in front of the second.
-std::string line_end_of(std::string_view lines) {
-    constexpr std::size_t kMostBlanks = 80;
+// What stands between two lines, with the blanks in front of the second: no more than there is text
+// in a line, since it is written again and again.
+std::string line_end_of(std::string_view lines, std::size_t width) {
     const std::size_t end = lines.find_first_of("\r\n");
     const std::string_view behind = lines.substr(std::min(end, lines.size()));
     const std::string_view blanks = behind.substr(0, behind.find_first_not_of(" \t\r\n"));
-    return blanks.empty() || blanks.size() > kMostBlanks ? "\n" : std::string(blanks);
+    return blanks.empty() || blanks.size() > width ? "\n" : std::string(blanks);
 }
 
 void keep_around(std::string_view text, std::string_view base64, Envelope& envelope) {
@@ -33,9 +33,11 @@ void keep_around(std::string_view text, std::string_view base64, Envelope& envel
     const auto at = static_cast<std::size_t>(core.data() - text.data());
     envelope.before = text.substr(0, at);
     envelope.behind = text.substr(at + core.size());
+    constexpr std::size_t kLeastWidth = 16;
     const std::size_t line = core.find_first_of("\r\n");
-    envelope.line_end = line_end_of(core);
-    envelope.width = line == std::string_view::npos ? std::max<std::size_t>(core.size(), 64) : line;
+    envelope.width = line == std::string_view::npos ? std::max<std::size_t>(core.size(), 64)
+                                                    : std::max(line, kLeastWidth);
+    envelope.line_end = line_end_of(core, envelope.width);
 }
 
 Error not_alone() {

@@ -200,18 +200,26 @@ bool may_hold_stamps(ByteView der) {
     return is_stamp(kind) || (is_signature(kind) && names_stamps(der));
 }
 
+// By its label in PEM: keys and the like lie beside stamps, too.
+bool may_be_stamp(std::string_view label) {
+    return std::ranges::any_of(
+        std::array{"CMS", "PKCS7", "PKCS #7", "TIME", "TST", "TSP", "EVIDENCE"},
+        [&](std::string_view part) { return label.find(part) != std::string_view::npos; });
+}
+
 // The bytes behind a stamp or a message; of PEM, which holds certificates and the like besides,
 // those of stamps, of messages with stamps in them, and of what is damaged, wherever it stands.
 std::size_t bytes_behind(ByteView bytes, const Inspection& found) {
     std::size_t behind = found.der.size() - first_of(found.der).size();
     if (found.form == Form::pem) {
         bool is_found = false;
-        for (const PemBlock& block : pem_blocks(bytes)) {
-            const bool is_other = std::exchange(is_found, is_found || !block.is_damaged());
-            if (block.is_damaged()) {
-                behind += block.size;
-            } else if (is_other && may_hold_stamps(block.der)) {
-                behind += block.der.size();
+        PemBlocks blocks(bytes);
+        while (const auto block = blocks.next()) {
+            const bool is_other = std::exchange(is_found, is_found || !block->is_damaged());
+            if (block->is_damaged()) {
+                behind += may_be_stamp(block->label) ? block->size : 0;
+            } else if (is_other && may_hold_stamps(block->der)) {
+                behind += block->der.size();
             }
         }
     }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <span>
 
+#include <chronoseal/seal/der_element.h>
+
 namespace chronoseal {
 
 namespace {
@@ -25,14 +27,40 @@ Time next_of(const Evidence& evidence) {
     return evidence.next_update.value_or(evidence.this_update + kUndatedLife);
 }
 
+// The Name in DER; empty of an answer.
+ByteView issuer_of_list(const Evidence& evidence) {
+    const auto outer = DerReader(evidence.der).next(der_tag::kSequence);
+    const auto list = outer ? DerReader(outer->content).next(der_tag::kSequence) : std::nullopt;
+    if (!list || evidence.kind != EvidenceKind::revocation_list) {
+        return {};
+    }
+    DerReader fields(list->content);
+    fields.next(der_tag::kInteger);  // the version
+    fields.next(der_tag::kSequence); // the algorithm
+    const auto issuer = fields.next(der_tag::kSequence);
+    return issuer ? issuer->whole : ByteView();
+}
+
+// Of a delta the base, and of a list for some reasons the others: by the same issuer.
+bool is_part_of(const Evidence& evidence, const Evidence& first) {
+    const ByteView issuer = issuer_of_list(evidence);
+    return !issuer.empty() && std::ranges::equal(issuer, issuer_of_list(first));
+}
+
 // What spoke for the signer of the evidence has to go on doing so, and does once he has ended if it
 // was made after what he has signed. When that will be isn't known here.
 void add_support(const ChainLink& link, Time as_of, Outlook& outlook, bool& again) {
+    const Evidence& first = link.evidence.front();
     for (const Evidence& support : std::span(link.evidence).subspan(1)) {
         const bool has_run_out = next_of(support) <= as_of;
-        if (!has_run_out || link.revocation != RevocationState::good) { // else he has ended
-            again &= support.this_update >= link.evidence.front().this_update;
-            earlier(outlook.evidence_until, next_of(support));
+        if (is_part_of(support, first) ||
+            (has_run_out && link.revocation == RevocationState::good)) { // he has ended
+            continue;
+        }
+        earlier(outlook.evidence_until, next_of(support));
+        if (support.this_update < first.this_update) {
+            again = false;
+            earlier(outlook.evidence_until, end_of(link));
         }
     }
 }

@@ -1,6 +1,10 @@
 // Filling of memory stores from files and bytes.
 #include <chronoseal/seal/trust_store.h>
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 #include <chronoseal/atl/platform_answer.h>
 #include <chronoseal/seal/armor.h>
 #include <chronoseal/seal/failure.h>
@@ -17,20 +21,55 @@ constexpr DWORD kUseExisting = CERT_STORE_ADD_USE_EXISTING;
 struct Added {
     std::size_t certificates = 0;
     std::size_t evidence = 0;
-    std::size_t unread = 0; // blocks
+    std::size_t unread = 0; // what may be evidence
 
     Added& operator+=(const Added& other) {
         certificates += other.certificates;
         evidence += other.evidence;
-        unread += other.certificates + other.evidence == 0;
+        unread += other.unread;
         return *this;
     }
 };
 
-// The certificates and lists of a message, such as a PKCS#7 bag.
+// By its label in PEM. Keys, parameters and requests lie beside lists as well.
+bool may_be_evidence(std::string_view label) {
+    return std::ranges::any_of(
+        std::array{"CRL", "OCSP RESPONSE", "PKCS7", "PKCS #7", "CMS"},
+        [&](std::string_view part) { return label.find(part) != std::string_view::npos; });
+}
+
+Added add_list(ByteView der, HCERTSTORE store) {
+    const bool added = CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(der),
+                                                static_cast<DWORD>(der.size()),
+                                                CERT_STORE_ADD_ALWAYS, nullptr) != 0;
+    return added ? Added{.evidence = 1} : Added{.unread = 1};
+}
+
+// The answers of a message, and the lists and answers that its signers carry.
+Added add_carried(ByteView der, HCERTSTORE store) {
+    const CRYPT_DATA_BLOB blob{static_cast<DWORD>(der.size()), const_cast<BYTE*>(octets(der))};
+    ATL2::CCertStore message;
+    message.Open(CERT_STORE_PROV_PKCS7, ATL2::kAnyEncoding, 0, 0, &blob);
+    Added added;
+    PCCRL_CONTEXT list = nullptr;
+    while ((list = CertEnumCRLsInStore(message.get(), list)) != nullptr) {
+        added += add_list(view_of(list->pbCrlEncoded, list->cbCrlEncoded), store);
+    }
+    PCBASALT_OCSP_CONTEXT answer = nullptr;
+    while ((answer = BasaltEnumOcspResponsesInStore(message.get(), answer)) != nullptr) {
+        added.evidence +=
+            BasaltAddOcspResponseToStore(store, answer->pbEncoded, answer->cbEncoded) != 0;
+    }
+    return added;
+}
+
+// The certificates, lists and answers of a message, such as a PKCS#7 bag.
 Added add_message(ByteView der, HCERTSTORE store) {
     const auto message = open_message(der);
-    Added added;
+    if (!message) {
+        return {.unread = 1};
+    }
+    Added added = add_carried(der, store);
     for (DWORD i = 0; i < message_number(message, CMSG_CERT_COUNT_PARAM); ++i) {
         const Bytes one = message_bytes(message, CMSG_CERT_PARAM, i).value_or(Bytes());
         added.certificates += CertAddEncodedCertificateToStore(
@@ -39,9 +78,7 @@ Added add_message(ByteView der, HCERTSTORE store) {
     }
     for (DWORD i = 0; i < message_number(message, CMSG_CRL_COUNT_PARAM); ++i) {
         const Bytes one = message_bytes(message, CMSG_CRL_PARAM, i).value_or(Bytes());
-        added.evidence += CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(one),
-                                                   static_cast<DWORD>(one.size()),
-                                                   CERT_STORE_ADD_ALWAYS, nullptr) != 0;
+        added.unread += add_list(one, memory_store().get()).unread;
     }
     return added;
 }
@@ -50,28 +87,32 @@ Added add_message(ByteView der, HCERTSTORE store) {
 Added add_der(ByteView der, HCERTSTORE store) {
     const auto size = static_cast<DWORD>(der.size());
     if (der.size() > kMostBytes || der.empty()) {
-        return {};
+        return {.unread = 1};
     }
     if (CertAddEncodedCertificateToStore(store, ATL2::kAnyEncoding, octets(der), size, kUseExisting,
                                          nullptr) != 0) {
         return {.certificates = 1};
     }
-    const bool evidence = CertAddEncodedCRLToStore(store, ATL2::kAnyEncoding, octets(der), size,
-                                                   CERT_STORE_ADD_ALWAYS, nullptr) != 0 ||
-                          BasaltAddOcspResponseToStore(store, octets(der), size) != 0;
-    return evidence ? Added{.evidence = 1} : add_message(der, store);
+    const Added list = add_list(der, store);
+    if (list.evidence != 0 || BasaltAddOcspResponseToStore(store, octets(der), size) != 0) {
+        return {.evidence = 1};
+    }
+    return add_message(der, store);
 }
 
+// Of a mail that is signed it is the PEM in its text that is meant, if there is any: whoever passes
+// it on may add certificates to its signature.
 Added add_bytes(ByteView bytes, HCERTSTORE store) {
-    const Unarmored first = unarmor(bytes);
-    if (first.form != Form::pem) {
-        return add_der(first.der, store);
-    }
     Added added;
-    for (const PemBlock& block : pem_blocks(bytes)) {
-        added += add_der(block.der, store);
+    bool any = false;
+    PemBlocks blocks(bytes);
+    while (const auto block = blocks.next()) {
+        Added of_one = add_der(block->der, store);
+        of_one.unread = may_be_evidence(block->label) ? of_one.unread : 0;
+        added += of_one;
+        any = any || !block->is_damaged();
     }
-    return added;
+    return any ? added : add_der(unarmor(bytes).der, store);
 }
 
 } // namespace
@@ -105,10 +146,9 @@ void add_source(const Source& source, const ATL2::CCertStore& store, Wanted want
     }
     if (wanted == Wanted::evidence && added.unread != 0) {
         throw Error(Category::unreachable, "evidence_unreadable", 0,
-                    "can't read " + std::to_string(added.unread) + " of the PEM blocks of " + name +
-                        ", which may tell of a revocation",
-                    "get the file again, or leave out what is neither a list nor an answer nor a "
-                    "certificate");
+                    "can't read all lists and answers of " + name +
+                        ": what is damaged may tell of a revocation",
+                    "get the file again, or leave out what is neither a list nor an answer");
     }
 }
 

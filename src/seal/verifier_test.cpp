@@ -1,3 +1,6 @@
+#include <array>
+#include <utility>
+
 #include <chronoseal/seal/testing/seal_fixture.h>
 #include <chronoseal/seal/testing/status_statements.h>
 #include <chronoseal/seal/verification.h>
@@ -408,6 +411,27 @@ TEST_F(VerifierTest, WhatAFileCostsTooMuchCannotBeTold) {
     EXPECT_TRUE(verify(stamp).good()) << "nor for one that stands alone";
 }
 
+// Whoever passes a mail on may add to its signature.
+TEST_F(VerifierTest, OfASignedMailTheTextIsMeant) {
+    const tsp::Authority other;
+    const auto pem = [](const std::string& der) {
+        return "-----BEGIN CERTIFICATE-----\n" + tsp::base64(der) + "\n-----END CERTIFICATE-----\n";
+    };
+    const std::string mail =
+        "MIME-Version: 1.0\nContent-Type: multipart/signed; "
+        "protocol=\"application/pkcs7-signature\"; boundary=\"b\"\n\n--b\n\nthe root:\n" +
+        pem(authority.root_der()) +
+        "\n--b\nContent-Type: application/pkcs7-signature\nContent-Transfer-Encoding: "
+        "base64\n\n" +
+        tsp::base64(other.token()) + "\n\n--b--\n";
+    const Trust by_mail{.roots = {to_bytes(mail)}, .revocation = Revocation::off};
+    for (const tsp::Authority* one : std::array{&std::as_const(authority), &other}) {
+        EXPECT_EQ(
+            Verifier(by_mail).verify(Stamp::read(to_bytes(one->token())), bytes_of("data")).good(),
+            one == &authority);
+    }
+}
+
 TEST_F(VerifierTest, TrustThatHoldsNothingIsRefused) {
     EXPECT_WORD("no_certificates", Verifier({.roots = {to_bytes("no certificate")}}));
     EXPECT_WORD("file_unreadable", Verifier({.roots = {std::filesystem::path("/none/there.pem")}}));
@@ -423,6 +447,10 @@ TEST_F(VerifierTest, TrustThatHoldsNothingIsRefused) {
     const std::string damaged = std::string(whole).erase(whole.find("MI"), 1);
     const Trust several{.roots = {root}, .evidence = {to_bytes(whole + whole)}};
     EXPECT_NO_THROW(Verifier{several});
+    const std::string key = "-----BEGIN EC PARAMETERS-----\nBggqhkjOPQMBBw==\n"
+                            "-----END EC PARAMETERS-----\n-----BEGIN PGP SIGNATURE-----\n%\n";
+    const Trust mixed{.roots = {root}, .evidence = {to_bytes(key + whole + key)}};
+    EXPECT_NO_THROW(Verifier{mixed}) << "what is no evidence is passed over";
     for (const std::string& text :
          {whole + damaged, damaged + whole, whole + whole.substr(0, whole.size() / 2),
           whole + block(to_bytes("no list"))}) {
